@@ -1,0 +1,184 @@
+#include "posix/ChildProcess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/pidfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "posix/PlatformException.h"
+
+extern char** environ;
+
+namespace quillo {
+namespace {
+
+[[noreturn]] void raiseLaunchFailure(const std::string& path, int error) {
+  switch (error) {
+    case ENOENT:
+    case EACCES:
+    case ENOEXEC:
+    case ENOTDIR:
+    case EISDIR:
+    case ELOOP:
+    case ENAMETOOLONG:
+    case EINVAL:
+    case ELIBBAD:
+      throw PlatformException("InvalidArgumentException", "launch path not accessible");
+    default:
+      throw PlatformException("LaunchFailure",
+                              "cannot launch " + path + ": " + std::strerror(error));
+  }
+}
+
+class SpawnSettings {
+ public:
+  SpawnSettings() {
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_init(&attributes);
+    sigset_t none;
+    sigemptyset(&none);
+    sigset_t all;
+    sigfillset(&all);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  }
+  ~SpawnSettings() {
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  posix_spawn_file_actions_t actions;
+  posix_spawnattr_t attributes;
+};
+
+std::vector<char*> pointers(std::vector<std::string>& strings) {
+  std::vector<char*> result;
+  result.reserve(strings.size() + 1);
+  for (std::string& string : strings) {
+    result.push_back(string.data());
+  }
+  result.push_back(nullptr);
+  return result;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(const LaunchRequest& request) {
+  SpawnSettings settings;
+  UniqueFd writer;
+  if (request.output == LaunchRequest::Output::joinedPipe) {
+    output_ = PipeReader::open(writer);
+    posix_spawn_file_actions_adddup2(&settings.actions, writer.get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&settings.actions, writer.get(), STDERR_FILENO);
+  } else if (request.output == LaunchRequest::Output::discardedStdout) {
+    posix_spawn_file_actions_addopen(&settings.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  }
+  if (request.descriptorThree >= 0) {
+    posix_spawn_file_actions_adddup2(&settings.actions, request.descriptorThree, 3);
+  }
+
+  std::vector<std::string> words;
+  words.push_back(request.launchPath);
+  words.insert(words.end(), request.arguments.begin(), request.arguments.end());
+  std::vector<std::string> variables = request.environment.value_or(std::vector<std::string>());
+  std::vector<char*> argv = pointers(words);
+  std::vector<char*> envp = pointers(variables);
+
+  const int error =
+      posix_spawn(&pid_, request.launchPath.c_str(), &settings.actions, &settings.attributes,
+                  argv.data(), request.environment ? envp.data() : environ);
+  if (error != 0) {
+    raiseLaunchFailure(request.launchPath, error);
+  }
+  pidfd_.reset(pidfd_open(pid_, 0));
+  if (!pidfd_) {
+    const int reason = errno;
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+    raiseLaunchFailure(request.launchPath, reason);
+  }
+}
+
+ChildProcess::~ChildProcess() {
+  {
+    MutexLock hold(mutex_);
+    if (reaped_) {
+      return;
+    }
+    kill(pid_, SIGKILL);
+  }
+  reap();
+}
+
+bool ChildProcess::isRunning() {
+  MutexLock hold(mutex_);
+  if (reaped_) {
+    return false;
+  }
+  siginfo_t info = {};
+  return waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         info.si_pid == 0;
+}
+
+void ChildProcess::terminate() {
+  // The process number cannot have been given to somebody else before the child is reaped.
+  MutexLock hold(mutex_);
+  if (!reaped_) {
+    kill(pid_, SIGTERM);
+  }
+}
+
+int ChildProcess::waitUntilExit(const ChunkHandler& handler) {
+  bool reading = handler != nullptr && output_.descriptor() >= 0;
+  for (;;) {
+    pollfd watched[2] = {{pidfd_.get(), POLLIN, 0}, {reading ? output_.descriptor() : -1, POLLIN, 0}};
+    if (poll(watched, 2, -1) < 0 && errno == EINTR) {
+      continue;
+    }
+    if (reading && watched[1].revents != 0) {
+      const std::string chunk = output_.availableData();
+      if (!chunk.empty()) {
+        reading = handler(chunk);
+        continue;
+      }
+      reading = !output_.atEnd();
+    }
+    if (watched[0].revents != 0) {
+      break;
+    }
+  }
+  reap();
+  return status_;
+}
+
+void ChildProcess::reap() {
+  // Wait first without the lock, so that terminate() can still reach a child that does not end.
+  siginfo_t info = {};
+  while (waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+  }
+  MutexLock hold(mutex_);
+  if (reaped_) {
+    return;
+  }
+  int status = 0;
+  while (waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
+  }
+  reaped_ = true;
+  if (WIFEXITED(status)) {
+    status_ = WEXITSTATUS(status);
+  } else {
+    status_ = WTERMSIG(status) == SIGHUP ? 128 + SIGHUP : WTERMSIG(status);
+  }
+}
+
+}  // namespace quillo

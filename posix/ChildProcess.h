@@ -1,0 +1,78 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "posix/Mutex.h"
+#include "posix/Pipe.h"
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+
+// What to run and how. `arguments` does not hold the program's own name.
+struct LaunchRequest {
+  enum class Output {
+    joinedPipe,      // standard output and standard error into one pipe, read by the owner
+    inherited,       // both as this process has them
+    discardedStdout  // standard output to the null device, standard error inherited
+  };
+
+  std::string launchPath;
+  std::vector<std::string> arguments = {};
+  Output output = Output::joinedPipe;
+  // Absent: this process's environment.
+  std::optional<std::vector<std::string>> environment = std::nullopt;
+  // A descriptor that the child sees as number 3; -1 for none. Nothing else is passed on.
+  int descriptorThree = -1;
+};
+
+// One child process, run with posix_spawn(3): standard input is the null device, signal mask and
+// dispositions are the defaults, every other descriptor is closed. One thread owns and waits for
+// it; terminate() and isRunning() may be called from any thread.
+class ChildProcess {
+ public:
+  // Called for each chunk of output with all data that was there to be read, on the waiting thread.
+  // Answers whether it wants more.
+  using ChunkHandler = std::function<bool(std::string_view chunk)>;
+
+  // Throws PlatformException with the reason "launch path not accessible" when the program cannot
+  // be run, and with another reason when the system refuses a new process or pipe.
+  explicit ChildProcess(const LaunchRequest& request);
+  // Ends the child with SIGKILL if it still runs, and reaps it.
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  pid_t processIdentifier() const { return pid_; }
+  bool isRunning();
+  // Sends SIGTERM; does nothing once the child has been reaped.
+  void terminate();
+
+  // Waits without polling until the child has exited, handing on its output meanwhile. What it
+  // wrote before it exited is handed on first. Returns the termination status.
+  int waitUntilExit(const ChunkHandler& handler = nullptr);
+  // Exit status, or the number of the signal that ended it (SIGHUP is given as 129, to keep 1 for
+  // the exit status). Only after waitUntilExit().
+  int terminationStatus() const { return status_; }
+
+  // All data now available on the output, without waiting; empty at the end and when there is none.
+  std::string availableData() { return output_.availableData(); }
+  void closeOutput() { output_.close(); }
+
+ private:
+  void reap();
+
+  pid_t pid_ = -1;
+  UniqueFd pidfd_;
+  PipeReader output_;
+  int status_ = 0;
+  Mutex mutex_;
+  bool reaped_ QUILLO_GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace quillo

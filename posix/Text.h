@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillo {
+
+// Pieces of text and of paths. Pure functions on bytes; any thread.
+
+// The pieces between separators; always at least one, and an empty one behind a last separator.
+std::vector<std::string_view> split(std::string_view text, char separator);
+// Without white space and line ends at both ends.
+std::string_view trimmed(std::string_view text);
+std::string lowercased(std::string_view text);
+std::string replacingAll(std::string text, std::string_view what, std::string_view with);
+// Whether all of it is well-formed UTF-8 (RFC 3629).
+bool isValidUtf8(std::string_view text);
+// Index of the last ":" or -1 if there is none.
+int lastColon(std::string_view text);
+
+// "/a/b" gives "b"; a "/" at the end does not count; "/" gives "/".
+std::string_view lastPathComponent(std::string_view path);
+// "/a/b" gives "/a", "/a" gives "/", "a" gives "". No "/" at the end but for the root folder.
+std::string deletingLastPathComponent(std::string_view path);
+// "~" and "~/x" with `home` in front, "~name/x" with that account's home folder; else unchanged.
+std::string expandingTilde(std::string_view path, const std::string& home);
+// The reverse for `home` and what lies in it.
+std::string abbreviatingWithTilde(const std::string& path, const std::string& home);
+
+}  // namespace quillo

@@ -1,0 +1,23 @@
+#include "posix/ThreadStarter.h"
+
+#include <pthread.h>
+
+#include <exception>
+#include <thread>
+
+namespace quillo {
+
+void DetachedThreads::detachNewThread(const std::string& name, std::function<void()> body) {
+  std::thread([name, body = std::move(body), report = report_] {
+    pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
+    try {
+      body();
+    } catch (const std::exception& failure) {
+      report("Thread " + name + " ended: " + failure.what());
+    } catch (...) {
+      report("Thread " + name + " ended with an unknown failure");
+    }
+  }).detach();
+}
+
+}  // namespace quillo

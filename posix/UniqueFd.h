@@ -1,0 +1,30 @@
+#pragma once
+
+#include <utility>
+
+namespace quillo {
+
+// Owns one file descriptor and closes it. Not for sharing between threads.
+class UniqueFd {
+ public:
+  UniqueFd() = default;
+  explicit UniqueFd(int descriptor) : descriptor_(descriptor) {}
+  UniqueFd(UniqueFd&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  UniqueFd& operator=(UniqueFd&& other) noexcept {
+    if (this != &other) {
+      reset(std::exchange(other.descriptor_, -1));
+    }
+    return *this;
+  }
+  ~UniqueFd() { reset(); }
+
+  int get() const { return descriptor_; }
+  explicit operator bool() const { return descriptor_ >= 0; }
+  int release() { return std::exchange(descriptor_, -1); }
+  void reset(int descriptor = -1);
+
+ private:
+  int descriptor_ = -1;
+};
+
+}  // namespace quillo
