@@ -46,7 +46,8 @@ class ClamdLink {
 
   // Whether a daemon runs; if so, takes its program and configuration from the process list.
   bool checkForClamd();
-  // False only when the program exited with status 1. Throws PlatformException when it cannot be run.
+  // False only when the program exited with status 1. Throws PlatformException when it cannot be
+  // run.
   bool launchClamdWithConfigFile(const std::string& program,
                                  const std::optional<std::string>& configuration);
   // Takes the socket's path from the daemon's configuration, or the installation's.

@@ -100,9 +100,8 @@ bool holdsRealDefinitions(const std::string& databaseDirectory) {
   std::filesystem::directory_iterator entry(databaseDirectory, failure);
   while (!failure && entry != std::filesystem::directory_iterator()) {
     const std::string name = entry->path().filename().string();
-    const bool isDefinition = std::any_of(endings.begin(), endings.end(), [&name](auto ending) {
-      return name.ends_with(ending);
-    });
+    const bool isDefinition = std::any_of(endings.begin(), endings.end(),
+                                          [&name](auto ending) { return name.ends_with(ending); });
     if (isDefinition && name != "vantrel-eicar.ndb") {
       return true;
     }

@@ -8,8 +8,8 @@ namespace quillo {
 
 // What was read of a daemon's configuration file (clamd.conf(5)).
 struct DaemonConfiguration {
-  // The number of the text encoding that was found: 4 UTF-8, 5 ISO Latin-1, 10 UTF-16; 0 when no file
-  // was read.
+  // The number of the text encoding that was found: 4 UTF-8, 5 ISO Latin-1, 10 UTF-16; 0 when no
+  // file was read.
   int encoding = 0;
   // The path behind the last "LocalSocket ", to the end of its line: comments count, nothing is
   // trimmed. Absent when there is none.

@@ -10,7 +10,8 @@ class ApplicationLauncher {
   virtual ~ApplicationLauncher() = default;
   // Asks the desktop to start the application and does not wait for it. False when it is unknown.
   virtual bool launchApplication(const std::string& identifier) = 0;
-  // The identifier of the application that has the user's attention; empty when that cannot be told.
+  // The identifier of the application that has the user's attention; empty when that cannot be
+  // told.
   virtual std::string activeApplicationIdentifier() = 0;
 };
 

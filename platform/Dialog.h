@@ -13,7 +13,8 @@ class Dialog {
   virtual ~Dialog() = default;
   // Shows it above other applications' windows, whatever application is active.
   virtual void orderFrontRegardless() = 0;
-  // Makes it float above the agent's other windows and gives it the keyboard, then brings it forward.
+  // Makes it float above the agent's other windows and gives it the keyboard, then brings it
+  // forward.
   virtual void makeFloatingKeyAndOrderFront() = 0;
   virtual void orderOut() = 0;
   // Takes it off the screen for good and releases what it held.
@@ -38,8 +39,8 @@ class ButtonDialog : public Dialog {
 class InterfaceLoader {
  public:
   virtual ~InterfaceLoader() = default;
-  // A new dialog from the interface file of that name ("QuarantinedDialog", "WarningDialog"), not yet
-  // shown; empty when the file cannot be loaded. Any thread; never waits for the main thread.
+  // A new dialog from the interface file of that name ("QuarantinedDialog", "WarningDialog"), not
+  // yet shown; empty when the file cannot be loaded. Any thread; never waits for the main thread.
   virtual std::shared_ptr<ButtonDialog> load(const std::string& name) = 0;
 };
 

@@ -27,8 +27,8 @@ class GrowlApplicationBridge {
   virtual void setGrowlDelegate(const GrowlRegistration& registration) = 0;
   // Whether the service would show a notification now. Any thread; never waits for the main thread.
   virtual bool isGrowlRunning() = 0;
-  // Hands one notification over to be shown; texts are plain, without markup. Any thread; never waits
-  // for the main thread.
+  // Hands one notification over to be shown; texts are plain, without markup. Any thread; never
+  // waits for the main thread.
   virtual void notify(const GrowlNotification& notification) = 0;
 };
 

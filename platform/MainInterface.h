@@ -6,8 +6,8 @@
 
 namespace quillo {
 
-// The main interface file: the menu with its fixed items, and the dialogs that exist once. Made by the
-// platform before the delegate, and lives as long as the process.
+// The main interface file: the menu with its fixed items, and the dialogs that exist once. Made by
+// the platform before the delegate, and lives as long as the process.
 struct MainInterface {
   Menu& theMenu;
   Menu& theSubMenu;

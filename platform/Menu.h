@@ -5,8 +5,8 @@
 
 namespace quillo {
 
-// One line of a menu. The setters may be called from any thread and are shown soon; the getters give
-// at once what was set last.
+// One line of a menu. The setters may be called from any thread and are shown soon; the getters
+// give at once what was set last.
 class MenuItem {
  public:
   virtual ~MenuItem() = default;

@@ -15,7 +15,8 @@ using PreferenceDictionary = std::map<std::string, PreferenceValue>;
 
 // One value as a person wrote it: boolean, integer, real, string, array or dictionary.
 struct PreferenceValue {
-  std::variant<bool, std::int64_t, double, std::string, PreferenceArray, PreferenceDictionary> value;
+  std::variant<bool, std::int64_t, double, std::string, PreferenceArray, PreferenceDictionary>
+      value;
 };
 
 // The preferences: the agent's own domain, then each added one. Any thread.

@@ -27,8 +27,8 @@ class StatusBar {
   static constexpr double squareLength = -2;
 
   virtual ~StatusBar() = default;
-  // A new item; of length 0 it takes no room and is not seen. Main thread. The item lives as long as
-  // the bar.
+  // A new item; of length 0 it takes no room and is not seen. Main thread. The item lives as long
+  // as the bar.
   virtual StatusItem& statusItemWithLength(double length) = 0;
 };
 

@@ -141,7 +141,8 @@ void ChildProcess::terminate() {
 int ChildProcess::waitUntilExit(const ChunkHandler& handler) {
   bool reading = handler != nullptr && output_.descriptor() >= 0;
   for (;;) {
-    pollfd watched[2] = {{pidfd_.get(), POLLIN, 0}, {reading ? output_.descriptor() : -1, POLLIN, 0}};
+    pollfd watched[2] = {{pidfd_.get(), POLLIN, 0},
+                         {reading ? output_.descriptor() : -1, POLLIN, 0}};
     if (poll(watched, 2, -1) < 0 && errno == EINTR) {
       continue;
     }

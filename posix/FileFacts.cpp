@@ -56,8 +56,7 @@ std::optional<std::string> contentsOfFile(const std::string& path) {
 
 bool isOwnFolder(const std::string& path) {
   struct stat status = {};
-  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-         status.st_uid == geteuid();
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
 }
 
 }  // namespace quillo

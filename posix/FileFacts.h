@@ -13,8 +13,8 @@ struct FileFacts {
   std::int64_t size = 0;
 };
 
-// Facts about what the path leads to (links are followed); absent when nothing is there or it cannot
-// be reached. Any thread. stat(2).
+// Facts about what the path leads to (links are followed); absent when nothing is there or it
+// cannot be reached. Any thread. stat(2).
 std::optional<FileFacts> fileFacts(const std::string& path);
 bool fileExists(const std::string& path);
 bool isReadableFile(const std::string& path);

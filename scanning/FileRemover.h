@@ -10,8 +10,8 @@ namespace quillo {
 class DialogListOwner;
 struct ScannerServices;
 
-// The controller of one warning dialog: carries out what the user chooses for the infected file. It is
-// in its owner's list of dialogs from its creation, and lives as long as its dialog.
+// The controller of one warning dialog: carries out what the user chooses for the infected file. It
+// is in its owner's list of dialogs from its creation, and lives as long as its dialog.
 class FileRemover : public std::enable_shared_from_this<FileRemover> {
  public:
   // Makes the controller of a dialog just loaded. Any thread.

@@ -205,8 +205,7 @@ void PatientScanner::waitForEngine(Run& run) {
   if (status == cannotScanStatus && !owner_.clamdStillAlive()) {
     report_.showEngineError();
   }
-  waitWhileStillRunning([&task] { return task.isRunning(); }, services_.systemLog,
-                        services_.clock);
+  waitWhileStillRunning([&task] { return task.isRunning(); }, services_.systemLog, services_.clock);
   for (std::string data = task.availableData(); !data.empty(); data = task.availableData()) {
     run.lastData = data;
     dealWithOutput(data);

@@ -44,8 +44,8 @@ class PatientScanner {
   // Removes the paths that an exclusion pattern matches from the batch.
   void determineWhatToScan();
   static bool searchForRegEx(const std::string& path, const std::string& pattern);
-  // One run of the engine over the batch. A failure is told in the log, or to the user when there is
-  // no engine; only one that is no PlatformException is passed on.
+  // One run of the engine over the batch. A failure is told in the log, or to the user when there
+  // is no engine; only one that is no PlatformException is passed on.
   void performScan();
   // Handles a chunk of the engine's report and answers whether to go on reading: not after an empty
   // one.

@@ -18,8 +18,7 @@ namespace {
 constexpr std::string_view infectionEnd = " FOUND";
 constexpr std::string_view daemonGone = "WARNING: Can't connect to clamd.";
 // How current engines word it, once for every entry of the list.
-constexpr std::string_view daemonUnreachable =
-    "ERROR: Could not connect to clamd on LocalSocket ";
+constexpr std::string_view daemonUnreachable = "ERROR: Could not connect to clamd on LocalSocket ";
 
 bool isSummary(const std::string& line) {
   const std::string_view start = std::string_view(line).substr(0, 5);
@@ -88,15 +87,15 @@ void ScanReport::showQuarantined(const std::string& line) {
     if (auto dialog = services_.interfaceLoader.load("QuarantinedDialog")) {
       theDialog = dialog;
       std::weak_ptr<ButtonDialog> shown = dialog;
-      dialog->setAction([this, shown,
-                         folder = policy_.quarantineLocation](ButtonDialog::Button button) {
-        const auto pressed = shown.lock();
-        if (pressed && button == ButtonDialog::Button::deleteButton) {
-          openQuarantineFolder(*pressed, folder);
-        } else if (pressed) {
-          pressed->close();
-        }
-      });
+      dialog->setAction(
+          [this, shown, folder = policy_.quarantineLocation](ButtonDialog::Button button) {
+            const auto pressed = shown.lock();
+            if (pressed && button == ButtonDialog::Button::deleteButton) {
+              openQuarantineFolder(*pressed, folder);
+            } else if (pressed) {
+              pressed->close();
+            }
+          });
     } else {
       services_.systemLog.log("Error loading Nib for document!");
     }

@@ -17,9 +17,9 @@ struct InfectionPolicy {
   bool suppressInfoDialogs = false;
 };
 
-// Turns the engine's report into log lines, notifications and dialogs. Each chunk is judged by itself:
-// a line cut by its end counts as two. Runs on the thread of the scanner that owns it; its dialogs
-// answer on the main thread.
+// Turns the engine's report into log lines, notifications and dialogs. Each chunk is judged by
+// itself: a line cut by its end counts as two. Runs on the thread of the scanner that owns it; its
+// dialogs answer on the main thread.
 class ScanReport {
  public:
   ScanReport(ScannerOwner& owner, const ScannerServices& services);

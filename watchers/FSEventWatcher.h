@@ -13,8 +13,9 @@ class ChildProcess;
 class WatcherOwner;
 struct WatcherServices;
 
-// Runs the helper tool "gfslogger", which prints one changed path a line, and hands on the paths that
-// lie in watched folders. mainLoop() has a thread of its own while watching; there is at most one.
+// Runs the helper tool "gfslogger", which prints one changed path a line, and hands on the paths
+// that lie in watched folders. mainLoop() has a thread of its own while watching; there is at most
+// one.
 class FSEventWatcher {
  public:
   FSEventWatcher(WatcherOwner& owner, const WatcherServices& services);
