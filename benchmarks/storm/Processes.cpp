@@ -1,0 +1,109 @@
+#include "benchmarks/storm/Processes.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace bench {
+namespace {
+
+std::vector<char*> pointers(const std::vector<std::string>& strings) {
+  std::vector<char*> result;
+  for (const std::string& string : strings) {
+    result.push_back(const_cast<char*>(string.c_str()));
+  }
+  result.push_back(nullptr);
+  return result;
+}
+
+// Fields of /proc/PID/stat from the third on: the name before them may hold anything.
+std::vector<std::string> statFields(pid_t pid) {
+  std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+  std::string text;
+  std::getline(file, text);
+  std::istringstream rest(text.substr(std::min(text.rfind(')') + 2, text.size())));
+  std::vector<std::string> fields;
+  for (std::string field; rest >> field;) {
+    fields.push_back(field);
+  }
+  return fields;
+}
+
+}  // namespace
+
+Seconds now() { return std::chrono::steady_clock::now().time_since_epoch(); }
+
+pid_t start(const std::vector<std::string>& command, const std::vector<std::string>& environment,
+            const std::string& log) {
+  std::vector<char*> argv = pointers(command);
+  std::vector<char*> envp = pointers(environment);
+  const pid_t pid = fork();
+  if (pid < 0) {
+    throw std::runtime_error("cannot fork for " + command.front());
+  }
+  if (pid == 0) {
+    const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
+    dup2(output, STDOUT_FILENO);
+    dup2(output, STDERR_FILENO);
+    if (setgid(ordinaryUser) != 0 || setuid(ordinaryUser) != 0) {
+      _exit(126);
+    }
+    execve(argv[0], argv.data(), envp.data());
+    _exit(127);
+  }
+  return pid;
+}
+
+int finish(pid_t pid) {
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+int run(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
+  return finish(start(command, environment));
+}
+
+Usage usageOf(pid_t pid) {
+  constexpr std::size_t userTime = 11;
+  constexpr std::size_t systemTime = 12;
+  Usage usage;
+  const std::vector<std::string> fields = statFields(pid);
+  if (fields.size() > systemTime) {
+    usage.processorSeconds = (std::stod(fields[userTime]) + std::stod(fields[systemTime])) /
+                             static_cast<double>(sysconf(_SC_CLK_TCK));
+  }
+  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("VmHWM:")) {
+      usage.peakMegabytes = std::stod(line.substr(6)) / 1024;
+    }
+  }
+  return usage;
+}
+
+std::optional<pid_t> childNamed(pid_t parent, const std::string& name) {
+  constexpr std::size_t parentField = 1;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string number = entry.path().filename().string();
+    if (number.find_first_not_of("0123456789") != std::string::npos) {
+      continue;
+    }
+    std::ifstream file(entry.path() / "comm");
+    std::string found;
+    std::getline(file, found);
+    const pid_t pid = std::stoi(number);
+    const std::vector<std::string> fields = statFields(pid);
+    if (found == name && fields.size() > parentField && std::stoi(fields[parentField]) == parent) {
+      return pid;
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace bench

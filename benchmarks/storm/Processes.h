@@ -1,0 +1,35 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Processes of the benchmark: started as an ordinary user, measured through /proc (proc(5)).
+namespace bench {
+
+inline constexpr uid_t ordinaryUser = 12345;
+
+using Seconds = std::chrono::duration<double>;
+Seconds now();
+
+// Starts a program as the ordinary user, with this environment alone and its output into `log` (or
+// the null device). Throws std::runtime_error when it cannot.
+pid_t start(const std::vector<std::string>& command, const std::vector<std::string>& environment,
+            const std::string& log = "/dev/null");
+// Waits for it and gives its exit status.
+int finish(pid_t pid);
+int run(const std::vector<std::string>& command, const std::vector<std::string>& environment);
+
+// What a process that still runs has used so far, itself alone.
+struct Usage {
+  double processorSeconds = 0;
+  double peakMegabytes = 0;
+};
+Usage usageOf(pid_t pid);
+// The first child of that process with that name.
+std::optional<pid_t> childNamed(pid_t parent, const std::string& name);
+
+}  // namespace bench
