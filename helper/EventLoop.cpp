@@ -65,7 +65,7 @@ void EventLoop::run() {
       throw systemFailure("waiting for events");
     }
     if (isOver(waiting[3].revents, waiting[4].revents, waiting[5].revents)) return;
-    if (waiting[2].revents != 0) fileSystems_.setStale();
+    if (waiting[2].revents != 0) resolver_.forget();
     if (waiting[0].revents == 0 && waiting[1].revents == 0) continue;
     letEventsMerge();
     readNamed();
@@ -112,6 +112,7 @@ void EventLoop::tellNamed(std::string_view buffer) {
   log_.refresh();
   std::vector<std::pair<const Folder*, const NamedEvent*>> found;
   for (const NamedEvent& event : batch.events) {
+    if (event.isFolder) resolver_.noteMove();
     if (isOwn(event.process)) continue;
     const Folder& folder = resolver_.find(event.folder);
     if (!folder.places.empty()) found.emplace_back(&folder, &event);
@@ -125,7 +126,7 @@ void EventLoop::tellNamed(std::string_view buffer) {
       reporter_.tellFile(*folder, event->name);
     }
   }
-  resolver_.forget();
+  resolver_.endRound();
 }
 
 void EventLoop::tellPlain(std::string_view buffer) {
@@ -146,7 +147,7 @@ void EventLoop::tellPlain(std::string_view buffer) {
     if (!folder.places.empty()) found.push_back({&folder, path->substr(slash + 1)});
   }
   for (const PlainFile& file : found) reporter_.tellFile(*file.folder, file.name);
-  resolver_.forget();
+  resolver_.endRound();
 }
 
 }  // namespace quillo::helper

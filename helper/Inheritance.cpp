@@ -9,19 +9,41 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "helper/Failure.h"
+#include "helper/UniqueFd.h"
 
 namespace quillo::helper {
 namespace {
 
-// clearenv() only forgets the strings; /proc/PID/environ would go on showing them.
+// Where the kernel put the strings of the environment: fields 50 and 51 of /proc/PID/stat
+// (proc(5)).
+std::pair<char*, char*> environmentStrings() {
+  std::array<char, 4096> text{};
+  const UniqueFd file(open("/proc/self/stat", O_RDONLY | O_CLOEXEC));
+  if (!file || read(file.get(), text.data(), text.size() - 1) <= 0) return {};
+  const char* at = std::strrchr(text.data(), ')');
+  // The parenthesis ends the second field.
+  for (int field = 2; field < 50 && at; ++field) at = std::strchr(at + 1, ' ');
+  if (!at) return {};
+  char* next = nullptr;
+  const auto begin = std::strtoull(at, &next, 10);
+  const auto end = std::strtoull(next, nullptr, 10);
+  return {reinterpret_cast<char*>(begin), reinterpret_cast<char*>(end)};
+}
+
+// clearenv() only forgets the strings: /proc/PID/environ would go on showing them, and also those
+// that the dynamic linker took out of the list before.
 void wipeEnvironment() {
-  for (char** entry = environ; entry && *entry; ++entry) explicit_bzero(*entry, strlen(*entry));
   clearenv();
+  const auto [begin, end] = environmentStrings();
+  if (!begin || end < begin) throw systemFailure("finding the environment");
+  explicit_bzero(begin, static_cast<size_t>(end - begin));
 }
 
 void resetDescriptors() {
@@ -57,10 +79,11 @@ void resetLimits() {
 }  // namespace
 
 void shedInheritance() {
-  wipeEnvironment();
-  resetDescriptors();
-  resetSignals();
+  // In this order, as the caller can have left no room for one more descriptor.
   resetLimits();
+  resetDescriptors();
+  wipeEnvironment();
+  resetSignals();
   umask(077);
   if (chdir("/") < 0) throw systemFailure("changing to /");
 }

@@ -62,21 +62,20 @@ bool Marker::markBtrfs(const Mount& mount) {
 
 bool Marker::markThrough(const Mount& mount) {
   const UniqueFd fd = openMount(mount, O_PATH);
+  // Nobody else gets to it either.
   if (!fd) return false;
   // The first kind of mark asks the file system for its id, which FUSE passes on to its owner.
   if (!isFuse(mount) && mark(groups_.named, namedMask, fd.get())) return true;
   if (mount.type == "btrfs" && markBtrfs(mount)) return true;
-  return mark(groups_.plain, plainMask, fd.get());
+  if (mark(groups_.plain, plainMask, fd.get())) return true;
+  complain(mount, errno);
+  return false;
 }
 
 bool Marker::markFileSystem(const std::vector<const Mount*>& mounts) {
-  int error = 0;
   for (const Mount* mount : mounts) {
-    errno = ENOENT;
     if (markThrough(*mount)) return true;
-    error = errno;
   }
-  complain(*mounts.front(), error);
   return false;
 }
 

@@ -38,6 +38,11 @@ std::optional<Place> placeFor(const std::string& path, const Identity& identity)
   return place;
 }
 
+bool isStillAt(const Place& place, const Identity& identity) {
+  return identify(place.prefix) == identity &&
+         permits(AT_FDCWD, place.prefix.c_str(), place.listable ? R_OK | X_OK : X_OK, 0);
+}
+
 bool mayKnow(const Place& place, std::string_view name) {
   if (place.listable) return true;
   const std::string path = std::string(place.prefix).append(name);

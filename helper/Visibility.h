@@ -29,6 +29,10 @@ struct Place {
 // folder on the way, and itself, must be searchable. Asks the kernel with the caller's own rights.
 std::optional<Place> placeFor(const std::string& path, const Identity& identity);
 
+// Whether the caller still gets to the folder at `place`, and may list it if it was listable.
+// Cheaper than placeFor().
+bool isStillAt(const Place& place, const Identity& identity);
+
 // Whether the caller may be told of the file `name` in `place`.
 bool mayKnow(const Place& place, std::string_view name);
 
