@@ -1,0 +1,230 @@
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <sstream>
+#include <string>
+
+#include "tests/root/support/HelperTest.h"
+
+namespace quillo::tests {
+namespace {
+
+using GfsloggerLife = HelperTest;
+
+// Whether the process ends before the deadline.
+bool ends(pid_t process) {
+  const int fd = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+  if (fd < 0) return errno == ESRCH;
+  pollfd waiting{fd, POLLIN, 0};
+  const bool ended = poll(&waiting, 1, std::chrono::milliseconds(deadline).count()) == 1;
+  close(fd);
+  return ended;
+}
+
+std::string fileOf(pid_t process, const std::string& name) {
+  return readFile("/proc/" + std::to_string(process) + "/" + name);
+}
+
+// The value of a line of /proc/PID/status.
+std::string statusOf(pid_t process, const std::string& key) {
+  std::istringstream lines(fileOf(process, "status"));
+  std::string line;
+  while (std::getline(lines, line)) {
+    if (line.rfind(key + ":\t", 0) == 0) return line.substr(key.size() + 2);
+  }
+  return "none";
+}
+
+// The process that marks, a child of the helper.
+pid_t markerOf(pid_t helper) {
+  const std::string id = std::to_string(helper);
+  return std::stoi(fileOf(helper, "task/" + id + "/children"));
+}
+
+std::string only(const std::vector<std::string>& lines) {
+  return lines.size() == 1 ? lines[0] : std::to_string(lines.size()) + " lines";
+}
+
+// Starts it in a way that cannot work, and expects this end of it.
+void expectFailure(StandInAgent& agent, int status, const std::string& message) {
+  EXPECT_TRUE(agent.errors().waitForEnd());
+  EXPECT_TRUE(agent.output().waitForEnd());
+  EXPECT_EQ(only(agent.errors().all()), "gfslogger: " + message);
+  EXPECT_TRUE(agent.output().all().empty());
+  const int ending = agent.reap().status;
+  ASSERT_TRUE(WIFEXITED(ending));
+  EXPECT_EQ(WEXITSTATUS(ending), status);
+}
+
+TEST_F(GfsloggerLife, EndsWithStatus1UnlessItIsSetUserIdRoot) {
+  check(chmod(program().c_str(), 0755), "chmod");
+  StandInAgent agent(options());
+  expectFailure(agent, 1, "not set-user-ID root");
+}
+
+TEST_F(GfsloggerLife, EndsWithStatus1IfItBelongsToSomebodyElse) {
+  check(chown(program().c_str(), otherUser, otherUser), "chown");
+  check(chmod(program().c_str(), 04755), "chmod");
+  StandInAgent agent(options());
+  expectFailure(agent, 1, "not set-user-ID root");
+}
+
+TEST_F(GfsloggerLife, SaysThatNoNewPrivilegesHinderIt) {
+  StandInAgent::Options how = options();
+  how.noNewPrivileges = true;
+  StandInAgent agent(how);
+  expectFailure(agent, 1, "set-user-ID root, but the caller has no_new_privs set");
+}
+
+TEST_F(GfsloggerLife, SaysThatANosuidMountHindersIt) {
+  runProgram({"cp", "--preserve=mode", program(), in("copy")});
+  check(mount(nullptr, folder().c_str(), nullptr, MS_REMOUNT | MS_NOSUID, nullptr), "remount");
+  StandInAgent::Options how = options();
+  how.program = in("copy");
+  StandInAgent agent(how);
+  expectFailure(agent, 1, "set-user-ID root, but on a file system that is mounted nosuid");
+}
+
+TEST_F(GfsloggerLife, RefusesArgumentsWithStatus2) {
+  StandInAgent::Options how = options();
+  how.arguments = {"--help"};
+  StandInAgent agent(how);
+  expectFailure(agent, 2, "takes no arguments");
+}
+
+TEST_F(GfsloggerLife, WatchesWithinTheTimeThatAUserWouldNotice) {
+  const auto begin = std::chrono::steady_clock::now();
+  StandInAgent agent(options());
+  bool isTold = false;
+  int number = 0;
+  while (!isTold && std::chrono::steady_clock::now() - begin < deadline) {
+    const std::string sentinel = in("first-") + std::to_string(++number);
+    writeFile(sentinel);
+    isTold = agent.output().waitFor(sentinel, std::chrono::milliseconds(1)) ||
+             !agent.output().all().empty();
+  }
+  const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(
+      std::chrono::steady_clock::now() - begin);
+  RecordProperty("milliseconds", static_cast<int>(took.count()));
+  std::printf("watching after %d ms\n", static_cast<int>(took.count()));
+  EXPECT_LT(took.count(), 100);
+}
+
+TEST_F(GfsloggerLife, EndsAtTheTerminateSignalOfTheAgent) {
+  start();
+  const pid_t marker = markerOf(agent().helper());
+  ASSERT_TRUE(agent().signalHelper(SIGTERM));
+  const int ending = agent().reap().status;
+  EXPECT_TRUE(WIFSIGNALED(ending) && WTERMSIG(ending) == SIGTERM);
+  EXPECT_TRUE(output().waitForEnd());
+  EXPECT_TRUE(ends(marker));
+}
+
+TEST_F(GfsloggerLife, EndsAtTheTerminateSignalWhileItsReaderStandsStill) {
+  start();
+  const std::string name(200, 'n');
+  for (int number = 0; number < 2000; ++number) writeFile(in(name + std::to_string(number)));
+  // The first line is there, and nobody takes the others away.
+  ASSERT_TRUE(output().waitFor(in(name + "0")));
+  ASSERT_TRUE(agent().signalHelper(SIGTERM));
+  EXPECT_TRUE(WIFSIGNALED(agent().reap().status));
+}
+
+TEST_F(GfsloggerLife, EndsWhenItsReaderGoesAwayThoughNothingHappens) {
+  start();
+  const pid_t marker = markerOf(agent().helper());
+  output().reset();
+  EXPECT_TRUE(ends(agent().helper()));
+  EXPECT_TRUE(ends(marker));
+}
+
+TEST_F(GfsloggerLife, EndsWhenItsReaderGoesAwayWhileItWrites) {
+  start();
+  const std::string name(200, 'n');
+  for (int number = 0; number < 2000; ++number) writeFile(in(name + std::to_string(number)));
+  ASSERT_TRUE(output().waitFor(in(name + "0")));
+  output().reset();
+  EXPECT_TRUE(ends(agent().helper()));
+}
+
+TEST_F(GfsloggerLife, EndsWhenTheAgentDiesThoughItsOutputIsStillRead) {
+  start();
+  const pid_t marker = markerOf(agent().helper());
+  agent().kill();
+  EXPECT_TRUE(output().waitForEnd());
+  EXPECT_TRUE(ends(agent().helper()));
+  EXPECT_TRUE(ends(marker));
+}
+
+TEST_F(GfsloggerLife, EndsWithAnotherStatusThan1IfTheMarkingProcessDies) {
+  start();
+  check(kill(markerOf(agent().helper()), SIGKILL), "kill");
+  const int ending = agent().reap().status;
+  ASSERT_TRUE(WIFEXITED(ending));
+  EXPECT_EQ(WEXITSTATUS(ending), 3);
+}
+
+TEST_F(GfsloggerLife, KeepsNothingOfTheEnvironment) {
+  StandInAgent::Options how = options();
+  how.environment = {"SECRET=password", "TZ=/tmp/evil", "LD_PRELOAD=/tmp/evil.so"};
+  start(how);
+  const std::string environment = fileOf(agent().helper(), "environ");
+  EXPECT_TRUE(std::all_of(environment.begin(), environment.end(), [](char c) { return c == 0; }))
+      << environment;
+}
+
+TEST_F(GfsloggerLife, KeepsNoDescriptorOfTheAgentButTheStandardOnes) {
+  StandInAgent::Options how = options();
+  how.inherited = 77;
+  start(how);
+  std::vector<std::string> targets;
+  const std::string place = "/proc/" + std::to_string(agent().helper()) + "/fd";
+  for (const auto& entry : std::filesystem::directory_iterator(place)) {
+    EXPECT_NE(entry.path().filename(), "77");
+    const int number = std::stoi(entry.path().filename());
+    const std::string target = std::filesystem::read_symlink(entry.path());
+    const bool isOwn = number <= 2 || target == "anon_inode:[fanotify]" ||
+                       target == "anon_inode:[pidfd]" || target.rfind("pipe:", 0) == 0 ||
+                       target.rfind("socket:", 0) == 0 ||
+                       target.find("/mountinfo") != std::string::npos;
+    EXPECT_TRUE(isOwn) << number << " is " << target;
+  }
+}
+
+TEST_F(GfsloggerLife, KeepsOneCapabilityToReadAndItsMarkerOneMoreToMark) {
+  start();
+  const pid_t helper = agent().helper();
+  const pid_t marker = markerOf(helper);
+  EXPECT_EQ(statusOf(helper, "CapPrm"), "0000000000000004");
+  EXPECT_EQ(statusOf(helper, "CapEff"), "0000000000000000");
+  EXPECT_EQ(statusOf(marker, "CapPrm"), "0000000000200004");
+  for (const pid_t process : {helper, marker}) {
+    EXPECT_EQ(statusOf(process, "Uid"), "12345\t12345\t12345\t12345");
+    EXPECT_EQ(statusOf(process, "Gid"), "12345\t12345\t12345\t12345");
+    EXPECT_EQ(statusOf(process, "CapInh"), "0000000000000000");
+    EXPECT_EQ(statusOf(process, "CapBnd"), "0000000000000000");
+    EXPECT_EQ(statusOf(process, "CapAmb"), "0000000000000000");
+    EXPECT_EQ(statusOf(process, "NoNewPrivs"), "1");
+    EXPECT_EQ(statusOf(process, "Seccomp"), QUILLO_SANITIZED ? "0" : "2");
+  }
+}
+
+TEST_F(GfsloggerLife, CannotBeTracedByItsCaller) {
+  start();
+  // Of a process that is not dumpable, /proc shows root as the owner.
+  struct stat info {};
+  check(stat(("/proc/" + std::to_string(agent().helper()) + "/maps").c_str(), &info), "stat");
+  EXPECT_EQ(info.st_uid, 0U);
+}
+
+}  // namespace
+}  // namespace quillo::tests

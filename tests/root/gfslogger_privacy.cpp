@@ -1,0 +1,174 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "tests/root/support/HelperTest.h"
+#include "tests/root/support/SystemLog.h"
+
+namespace quillo::tests {
+namespace {
+
+using GfsloggerPrivacy = HelperTest;
+
+void giveTo(const std::string& path, uid_t user, gid_t group) {
+  check(chown(path.c_str(), user, group), path);
+}
+
+TEST_F(GfsloggerPrivacy, DoesNotTellOfAnotherUsersPrivateFolder) {
+  makeFolder(in("private"), 0700);
+  giveTo(in("private"), otherUser, otherUser);
+  makeFolder(in("private/open"), 0777);
+  start();
+  writeFile(in("private/secret"));
+  writeFile(in("private/open/secret"));
+  ASSERT_TRUE(catchUp());
+  EXPECT_FALSE(output().contains(in("private/secret")));
+  EXPECT_FALSE(output().contains(in("private/open/secret")));
+}
+
+TEST_F(GfsloggerPrivacy, TellsOfThePrivateFolderOfItsCaller) {
+  makeFolder(in("mine"), 0700);
+  giveTo(in("mine"), ordinaryUser, ordinaryUser);
+  start();
+  writeFile(in("mine/file"));
+  EXPECT_TRUE(output().waitFor(in("mine/file")));
+}
+
+TEST_F(GfsloggerPrivacy, KnowsTheSupplementaryGroupsOfItsCaller) {
+  makeFolder(in("team"), 0750);
+  giveTo(in("team"), otherUser, 777);
+  makeFolder(in("others"), 0750);
+  giveTo(in("others"), otherUser, 778);
+  StandInAgent::Options how = options();
+  how.groups = {777};
+  start(how);
+  writeFile(in("others/file"));
+  writeFile(in("team/file"));
+  EXPECT_TRUE(output().waitFor(in("team/file")));
+  EXPECT_FALSE(output().contains(in("others/file")));
+}
+
+TEST_F(GfsloggerPrivacy, TakesNoRightsFromASetGroupIdBit) {
+  check(chmod(program().c_str(), 06755), "chmod");
+  makeFolder(in("roots"), 0750);
+  start();
+  writeFile(in("roots/file"));
+  ASSERT_TRUE(catchUp());
+  EXPECT_FALSE(output().contains(in("roots/file")));
+}
+
+TEST_F(GfsloggerPrivacy, TellsOnlyReadableFilesOfAFolderThatCannotBeListed) {
+  makeFolder(in("drop"), 0711);
+  start();
+  const mode_t before = umask(077);
+  writeFile(in("drop/hidden"));
+  umask(before);
+  writeFile(in("drop/known"));
+  EXPECT_TRUE(output().waitFor(in("drop/known")));
+  EXPECT_FALSE(output().contains(in("drop/hidden")));
+}
+
+TEST_F(GfsloggerPrivacy, KeepsQuietAboutAFolderAsSoonAsItIsPrivate) {
+  makeFolder(in("folder"), 0755);
+  start();
+  writeFile(in("folder/before"));
+  EXPECT_TRUE(output().waitFor(in("folder/before")));
+  check(chmod(in("folder").c_str(), 0700), "chmod");
+  writeFile(in("folder/after"));
+  ASSERT_TRUE(catchUp());
+  EXPECT_FALSE(output().contains(in("folder/after")));
+}
+
+TEST_F(GfsloggerPrivacy, DoesNotListAPrivateFolderThatIsMoved) {
+  makeFolder(in("private"), 0700);
+  writeFile(in("private/secret"));
+  start();
+  moveFile(in("private"), in("moved"));
+  ASSERT_TRUE(catchUp());
+  EXPECT_FALSE(output().contains(in("moved/secret")));
+}
+
+TEST_F(GfsloggerPrivacy, LogsANameWithALineBreakOnceInsteadOfPrintingIt) {
+  SystemLog log;
+  start();
+  const std::string name = "two\n/lines";
+  writeFile(in("two\nlines"));
+  ASSERT_TRUE(catchUp());
+  writeFile(in("two\nlines"));
+  ASSERT_TRUE(catchUp());
+  for (const std::string& line : output().all()) {
+    EXPECT_NE(line, in("two"));
+    EXPECT_NE(line, "lines");
+  }
+  const std::string message = log.next();
+  EXPECT_NE(message.find("two\\012lines"), std::string::npos) << message;
+  EXPECT_EQ(log.next(std::chrono::milliseconds(0)), "");
+}
+
+TEST_F(GfsloggerPrivacy, DoesNotTellWhatTheAgentItselfWrites) {
+  start();
+  const std::string own = in("own");
+  agent().append(own);
+  ASSERT_TRUE(catchUp());
+  EXPECT_FALSE(output().contains(own));
+  writeFile(own);
+  EXPECT_TRUE(output().waitFor(own));
+}
+
+class GfsloggerScanLog : public HelperTest {
+ protected:
+  GfsloggerScanLog() {
+    makeFolder(in("Logs"), 0777);
+    how_.log = in("Logs/scan.log");
+    how_.program = program();
+  }
+
+  // Whether `path` is told when some other process than the agent changes it.
+  bool isTold(const std::string& path, const std::string& text = "text") {
+    output().clear();
+    writeFile(path, text);
+    EXPECT_TRUE(catchUp());
+    return output().contains(path);
+  }
+
+  StandInAgent::Options how_;
+};
+
+TEST_F(GfsloggerScanLog, IsNotTold) {
+  start(how_);
+  EXPECT_FALSE(isTold(in("Logs/scan.log")));
+}
+
+TEST_F(GfsloggerScanLog, IsNotToldUnderAnotherName) {
+  start(how_);
+  check(link(in("Logs/scan.log").c_str(), in("link").c_str()), "link");
+  ASSERT_TRUE(catchUp());
+  EXPECT_FALSE(output().contains(in("link")));
+  EXPECT_FALSE(isTold(in("link")));
+}
+
+TEST_F(GfsloggerScanLog, IsNotToldWhenItIsRotated) {
+  start(how_);
+  moveFile(in("Logs/scan.log"), in("Logs/scan.log.0"));
+  agent().reopenLog();
+  writeFile(in("Logs/scan.log.0.bz2"), "BZh91AY&SY");
+  ASSERT_TRUE(catchUp());
+  EXPECT_FALSE(isTold(in("Logs/scan.log")));
+  for (const std::string& line : output().all()) EXPECT_EQ(line.find("/Logs/"), std::string::npos);
+}
+
+TEST_F(GfsloggerScanLog, HidesNoFileThatOnlyHasItsName) {
+  makeFolder(in("other"));
+  start(how_);
+  EXPECT_TRUE(isTold(in("other/scan.log")));
+  EXPECT_TRUE(isTold(in("scan.log.0")));
+  EXPECT_TRUE(isTold(in("Logs/scan.log.exe")));
+  EXPECT_TRUE(isTold(in("Logs/scan.log.0"), "MZ"));
+  EXPECT_TRUE(isTold(in("Logs/scan.log.0.bz2"), "MZ"));
+  moveFile(in("other/scan.log"), in("Logs/scan.log"));
+  EXPECT_TRUE(isTold(in("Logs/scan.log")));
+}
+
+}  // namespace
+}  // namespace quillo::tests
