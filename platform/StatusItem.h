@@ -20,6 +20,9 @@ class StatusItem {
   virtual void setHighlightMode(bool highlights) = 0;
   virtual void setMenu(Menu& menu) = 0;
   virtual void setEnabled(bool enabled) = 0;
+  // What the picture says, in words: plain text, shown when the pointer rests on the item and read
+  // out by screen readers.
+  virtual void setToolTip(const std::string& text) = 0;
 };
 
 class StatusBar {
@@ -27,8 +30,8 @@ class StatusBar {
   static constexpr double squareLength = -2;
 
   virtual ~StatusBar() = default;
-  // A new item; of length 0 it takes no room and is not seen. Main thread. The item lives as long as
-  // the bar.
+  // A new item; of length 0 it takes no room and is not seen. Main thread. The item lives as long
+  // as the bar.
   virtual StatusItem& statusItemWithLength(double length) = 0;
 };
 
