@@ -20,6 +20,9 @@ class StatusItem {
   virtual void setHighlightMode(bool highlights) = 0;
   virtual void setMenu(Menu& menu) = 0;
   virtual void setEnabled(bool enabled) = 0;
+  // What the picture says, in words: plain text, shown when the pointer rests on the item and read
+  // out by screen readers.
+  virtual void setToolTip(const std::string& text) = 0;
 };
 
 class StatusBar {

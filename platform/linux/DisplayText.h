@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+#include <string>
+#include <string_view>
+
+namespace quillo {
+
+// Any bytes as text in which nothing hides: control characters, line breaks and marks that turn the
+// direction of writing are shown as "\n" or "\u202e", bytes that are no UTF-8 as "\xff". Any
+// thread.
+QString displayText(std::string_view bytes);
+// The same for texts of the application's own; their line feeds stay.
+QString displayLines(std::string_view bytes);
+// At most `characters` of the text, with "…" in place of its middle.
+QString elidedInTheMiddle(const QString& text, int characters);
+
+// What the engine says of an infected file ("PATH: NAME FOUND", clamdscan(1)), taken apart.
+struct InfectionLine {
+  std::string_view path;
+  std::string_view threat;
+  // Whether `line` is one; the path ends at the last ":", as a path may hold others.
+  static bool parse(std::string_view line, InfectionLine& parsed);
+};
+
+}  // namespace quillo

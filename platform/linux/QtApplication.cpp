@@ -1,0 +1,149 @@
+#include "platform/linux/QtApplication.h"
+
+#include <unistd.h>
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QEvent>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include "platform/linux/QtDockTile.h"
+
+namespace quillo {
+namespace {
+
+// 10.6: recent enough for everything that asks.
+constexpr int desktopVersion = 0x1060;
+
+class PostedAction final : public QEvent {
+ public:
+  explicit PostedAction(std::function<void()> action)
+      : QEvent(type()), action_(std::move(action)) {}
+  static QEvent::Type type() {
+    static const auto registered = static_cast<QEvent::Type>(QEvent::registerEventType());
+    return registered;
+  }
+  void perform() const { action_(); }
+
+ private:
+  std::function<void()> action_;
+};
+
+// Lives on the main thread; Qt hands it the posted events in their order.
+class ActionReceiver final : public QObject {
+ public:
+  bool event(QEvent* event) override {
+    if (event->type() != PostedAction::type()) {
+      return QObject::event(event);
+    }
+    static_cast<PostedAction*>(event)->perform();
+    return true;
+  }
+};
+
+// Qt ends the process when the display that it was told to use cannot be opened, so every list ends
+// with the platform that always works. GNOME lets no Wayland client place or raise a window, hence
+// X11 first there, as Qt itself does.
+void choosePlatformPlugin() {
+  if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+    return;
+  }
+  QByteArray plugins = "offscreen";
+  const bool hasX11 = !qEnvironmentVariableIsEmpty("DISPLAY");
+  const bool isGnome = qgetenv("XDG_CURRENT_DESKTOP").contains("GNOME");
+  if (hasX11 && !isGnome) {
+    plugins.prepend("xcb;");
+  }
+  if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+    plugins.prepend("wayland;");
+  }
+  if (hasX11 && isGnome) {
+    plugins.prepend("xcb;");
+  }
+  qputenv("QT_QPA_PLATFORM", plugins);
+}
+
+}  // namespace
+
+QtApplication::QtApplication(int& argc, char** argv) {
+  choosePlatformPlugin();
+  QCoreApplication::setApplicationName("vantrel-quillo");
+  QGuiApplication::setApplicationDisplayName("Vantrel Quillo");
+  QGuiApplication::setDesktopFileName("org.vantrel.VantrelQuillo");
+  QGuiApplication::setQuitOnLastWindowClosed(false);
+  application_ = std::make_unique<QApplication>(argc, argv);
+  mainThread_ = std::make_unique<ActionReceiver>();
+}
+
+QtApplication::~QtApplication() = default;
+
+int QtApplication::run() {
+  const int status = QApplication::exec();
+  runTerminationHandler();
+  return status;
+}
+
+void QtApplication::setTerminationHandler(std::function<void()> handler) {
+  terminationHandler_ = std::move(handler);
+}
+
+void QtApplication::performOnMainThread(std::function<void()> action) {
+  QCoreApplication::postEvent(mainThread_.get(), new PostedAction(std::move(action)));
+}
+
+void QtApplication::terminate() {
+  performOnMainThread([this] { runTerminationHandler(); });
+}
+
+void QtApplication::runTerminationHandler() {
+  if (const auto handler = std::exchange(terminationHandler_, nullptr)) {
+    handler();
+  }
+}
+
+void QtApplication::exit(int status) {
+  std::fflush(stdout);
+  std::fflush(stderr);
+  _exit(status);
+}
+
+std::optional<int> QtApplication::systemVersion() { return desktopVersion; }
+
+int QtApplication::transformToForegroundApplication() {
+  if (!dockTile_ || QGuiApplication::platformName() == "offscreen") {
+    return ENOTSUP;
+  }
+  dockTile_->show();
+  return 0;
+}
+
+void QtApplication::setApplicationIconImage(const ImageRef& image) {
+  {
+    MutexLock lock(mutex_);
+    iconImage_ = image;
+    if (std::exchange(iconIsPosted_, true)) {
+      return;
+    }
+  }
+  performOnMainThread([this] { showApplicationIcon(); });
+}
+
+void QtApplication::showApplicationIcon() {
+  ImageRef image;
+  {
+    MutexLock lock(mutex_);
+    image = iconImage_;
+    iconIsPosted_ = false;
+  }
+  if (dockTile_) {
+    dockTile_->setIconImage(image);
+  }
+}
+
+void QtApplication::beep() {
+  performOnMainThread([] { QApplication::beep(); });
+}
+
+}  // namespace quillo

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QObject>
+#include <functional>
+#include <memory>
+
+#include "platform/Application.h"
+#include "posix/Mutex.h"
+
+class QApplication;
+
+namespace quillo {
+
+class QtDockTile;
+
+// The process as a Qt application. It is made first and destroyed last of the backend's services:
+// what was posted and has not run by then is dropped.
+class QtApplication final : public Application {
+ public:
+  // Picks the display (X11 or Wayland, else Qt's offscreen platform) and makes Qt's application
+  // object. Main thread, once in a process; argc and argv must outlive it.
+  QtApplication(int& argc, char** argv);
+  ~QtApplication() override;
+
+  // The event loop. Returns its exit status when the session has ended it. Main thread.
+  int run();
+  // What terminate() and the end of the session run, once. Set before run(). Main thread.
+  void setTerminationHandler(std::function<void()> handler);
+  // The window that stands for a Dock tile; it must live until run() has returned. Main thread.
+  void setDockTile(QtDockTile& tile) { dockTile_ = &tile; }
+
+  void performOnMainThread(std::function<void()> action) override;
+  void terminate() override;
+  [[noreturn]] void exit(int status) override;
+  std::optional<int> systemVersion() override;
+  // ENOTSUP when there is no display that could show it.
+  int transformToForegroundApplication() override;
+  void setApplicationIconImage(const ImageRef& image) override;
+  void beep() override;
+
+ private:
+  void runTerminationHandler();
+  void showApplicationIcon();
+
+  // Constant after construction.
+  std::unique_ptr<QApplication> application_;
+  std::unique_ptr<QObject> mainThread_;
+  // Main thread only.
+  std::function<void()> terminationHandler_;
+  QtDockTile* dockTile_ = nullptr;
+
+  Mutex mutex_;
+  ImageRef iconImage_ QUILLO_GUARDED_BY(mutex_);
+  bool iconIsPosted_ QUILLO_GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace quillo

@@ -1,0 +1,30 @@
+#include "platform/linux/QtInterfaceLoader.h"
+
+#include <utility>
+
+#include "platform/linux/InterfaceFile.h"
+#include "platform/linux/QtDialog.h"
+
+namespace quillo {
+
+QtInterfaceLoader::QtInterfaceLoader(std::string folder, Application& application, SystemLog& log,
+                                     ImageLoader& imageLoader, LocalizedStrings& localizedStrings,
+                                     QtModifierKeys& modifierKeys)
+    : folder_(std::move(folder)),
+      application_(application),
+      log_(log),
+      translator_(localizedStrings),
+      stack_(application),
+      services_{imageLoader, localizedStrings, modifierKeys, stack_} {}
+
+std::shared_ptr<ButtonDialog> QtInterfaceLoader::load(const std::string& name) {
+  std::string reason;
+  auto file = InterfaceFile::read(folder_, name, reason);
+  if (!file) {
+    log_.log("Cannot load the interface file " + reason);
+    return nullptr;
+  }
+  return std::make_shared<QtDialog>(application_, services_, *std::move(file));
+}
+
+}  // namespace quillo

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/Application.h"
+#include "platform/Dialog.h"
+#include "platform/SystemLog.h"
+#include "platform/linux/DialogStack.h"
+#include "platform/linux/DialogWindow.h"
+#include "platform/linux/InterfaceTranslator.h"
+
+namespace quillo {
+
+// Dialogs out of the interface files of a folder. The file is read and checked on the calling
+// thread, the window is made later on the main thread. Lives as long as the application.
+class QtInterfaceLoader final : public InterfaceLoader {
+ public:
+  // Why a file cannot be loaded goes to `log`. Main thread.
+  QtInterfaceLoader(std::string folder, Application& application, SystemLog& log,
+                    ImageLoader& imageLoader, LocalizedStrings& localizedStrings,
+                    QtModifierKeys& modifierKeys);
+
+  std::shared_ptr<ButtonDialog> load(const std::string& name) override;
+
+ private:
+  // Constant after construction.
+  const std::string folder_;
+  Application& application_;
+  SystemLog& log_;
+  // Main thread only.
+  InterfaceTranslator translator_;
+  DialogStack stack_;
+  DialogServices services_;
+};
+
+}  // namespace quillo

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "platform/Application.h"
+#include "platform/StatusItem.h"
+#include "platform/linux/QtStatusItem.h"
+#include "platform/linux/TrayHost.h"
+
+namespace quillo {
+
+// The panel's place for status items. Lives as long as the application.
+class QtStatusBar final : public StatusBar {
+ public:
+  explicit QtStatusBar(Application& application) : application_(application) {}
+
+  StatusItem& statusItemWithLength(double length) override {
+    items_.push_back(std::make_unique<QtStatusItem>(application_, host_, length));
+    return *items_.back();
+  }
+
+ private:
+  Application& application_;
+  TrayHost host_;
+  std::vector<std::unique_ptr<QtStatusItem>> items_;
+};
+
+}  // namespace quillo
