@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,8 @@ std::string lowercased(std::string_view text);
 std::string replacingAll(std::string text, std::string_view what, std::string_view with);
 // Whether all of it is well-formed UTF-8 (RFC 3629).
 bool isValidUtf8(std::string_view text);
+// Bytes in the well-formed sequence at the start of `text`; 0 when there is none.
+std::size_t utf8SequenceLength(std::string_view text);
 // Index of the last ":" or -1 if there is none.
 int lastColon(std::string_view text);
 

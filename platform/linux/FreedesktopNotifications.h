@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QTimer>
+#include <atomic>
+#include <memory>
+#include <optional>
+
+#include "platform/GrowlApplicationBridge.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/linux/NotificationQueue.h"
+#include "platform/linux/PostToMain.h"
+
+namespace quillo {
+
+// The desktop's notifications, org.freedesktop.Notifications on the session bus (Desktop
+// Notifications Specification 1.2). Made on the main thread; nothing here waits for the server.
+class FreedesktopNotifications final : public QObject, public GrowlApplicationBridge {
+  Q_OBJECT
+
+ public:
+  // `report` hears of what could not be shown. The string "AND_MORE" words a burst's summary.
+  FreedesktopNotifications(const QDBusConnection& bus, PostToMain postToMain, Clock& clock,
+                           LocalizedStrings& strings,
+                           std::function<void(const std::string& problem)> report);
+
+  void setGrowlDelegate(const GrowlRegistration& registration) override;
+  bool isGrowlRunning() override { return isRunning_; }
+  void notify(const GrowlNotification& notification) override;
+
+ private Q_SLOTS:
+  void activatableServicesChanged();
+
+ private:
+  struct Server {
+    bool hasBody;
+    bool hasMarkup;
+  };
+
+  void ownerChanged(const QString& newOwner);
+  void pump();
+  void askServer();
+  void send(const QueuedNotification& queued);
+  void failed(const QueuedNotification& queued, const QDBusError& error);
+  bool isCritical(const std::string& name) const;
+  // Runs `finished` on the main thread when the answer, or the lack of one, is known.
+  void call(const QString& method, const QVariantList& arguments,
+            std::function<void(const QDBusPendingCall& answer)> finished);
+
+  QDBusConnection bus_;
+  const PostToMain postToMain_;
+  const std::function<void(const std::string& problem)> report_;
+  QDBusServiceWatcher watcher_;
+  QTimer timer_;
+  std::atomic<bool> isRunning_ = false;
+  GrowlRegistration registration_;
+  NotificationQueue queue_;
+  // Absent until the present owner of the name has answered.
+  std::optional<Server> server_;
+  bool isCalling_ = false;
+  // Lets go of what was posted and not run when this object is gone.
+  const std::shared_ptr<const bool> life_ = std::make_shared<bool>(true);
+};
+
+}  // namespace quillo

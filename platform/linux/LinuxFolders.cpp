@@ -1,0 +1,58 @@
+#include "platform/linux/LinuxFolders.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+
+#include "platform/linux/UserAccount.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+bool isFolder(const std::string& path) {
+  struct stat info = {};
+  return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::optional<std::string> existing(const std::optional<std::string>& folder) {
+  return folder && isFolder(*folder) ? folder : std::nullopt;
+}
+
+std::string homeOf(const Environment& environment) {
+  if (const auto home = environment.folder("HOME")) {
+    return *home;
+  }
+  const std::string home = UserAccount::current().homeFolder;
+  return home.empty() ? "/" : home;
+}
+
+std::optional<std::string> temporaryOf(const Environment& environment) {
+  const auto runtime = existing(environment.folder("XDG_RUNTIME_DIR"));
+  return runtime ? runtime : existing(environment.folder("TMPDIR"));
+}
+
+std::string resourcesOf(const std::string& executable) {
+  const std::string folder = deletingLastPathComponent(executable);
+  if (access((folder + "/CMakeCache.txt").c_str(), F_OK) == 0) {
+    return folder + "/resources";
+  }
+  const std::string prefix = deletingLastPathComponent(folder);
+  return (prefix == "/" ? "" : prefix) + "/lib/vantrel-quillo";
+}
+
+}  // namespace
+
+LinuxFolders::LinuxFolders(const Environment& environment, const std::string& executable)
+    : home_(homeOf(environment)),
+      temporary_(temporaryOf(environment)),
+      resources_(resourcesOf(executable)) {}
+
+std::string LinuxFolders::pathOfThisProgram() {
+  std::array<char, 4096> buffer;
+  const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
+  return length > 0 ? std::string(buffer.data(), static_cast<std::size_t>(length)) : std::string();
+}
+
+}  // namespace quillo

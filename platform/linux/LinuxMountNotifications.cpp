@@ -1,0 +1,48 @@
+#include "platform/linux/LinuxMountNotifications.h"
+
+#include <algorithm>
+
+namespace quillo {
+
+std::vector<Mount> NewVolumes::update(std::vector<Mount> mounts) {
+  std::vector<Mount> fresh;
+  for (const Mount& mount : volumesAmong(mounts)) {
+    if (std::find(known_.begin(), known_.end(), mount) == known_.end()) {
+      fresh.push_back(mount);
+    }
+  }
+  known_ = std::move(mounts);
+  return fresh;
+}
+
+void LinuxMountNotifications::observe(std::function<void(const std::string& devicePath)> didMount) {
+  stopObserving();
+  didMount_ = std::move(didMount);
+  table_ = std::make_unique<MountTable>();
+  newVolumes_.reset(table_->read());
+  if (table_->descriptor() < 0) {
+    return;
+  }
+  notifier_ = std::make_unique<QSocketNotifier>(table_->descriptor(), QSocketNotifier::Exception);
+  QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { tableChanged(); });
+}
+
+void LinuxMountNotifications::stopObserving() {
+  if (notifier_) {
+    // It may be what is calling just now.
+    notifier_->setEnabled(false);
+    notifier_.release()->deleteLater();
+  }
+  didMount_ = nullptr;
+}
+
+void LinuxMountNotifications::tableChanged() {
+  for (const Mount& mount : newVolumes_.update(table_->read())) {
+    // A listener may end the observation, or begin another.
+    if (const auto didMount = didMount_) {
+      didMount(mount.mountPoint);
+    }
+  }
+}
+
+}  // namespace quillo

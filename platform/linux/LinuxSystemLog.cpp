@@ -1,0 +1,61 @@
+#include "platform/linux/LinuxSystemLog.h"
+
+#include <syslog.h>
+
+#include <cstdio>
+#include <ctime>
+
+#include "platform/linux/VisibleText.h"
+
+namespace quillo {
+namespace {
+
+constexpr std::size_t longestLine = 4096;
+
+void writeToSystem(const std::string& line) { syslog(LOG_NOTICE, "%s", line.c_str()); }
+
+void writeToConsole(const std::string& line) { std::fputs(line.c_str(), stderr); }
+
+std::string stamp(Clock& clock) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(clock.wallTime());
+  std::tm local = {};
+  localtime_r(&seconds, &local);
+  char text[32];
+  const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S ", &local);
+  return std::string(text, length);
+}
+
+}  // namespace
+
+LinuxSystemLog::LinuxSystemLog(Clock& clock)
+    : LinuxSystemLog(clock, writeToSystem, writeToConsole) {
+  openlog("vantrel-quillo", LOG_PID | LOG_NDELAY, LOG_USER);
+}
+
+LinuxSystemLog::LinuxSystemLog(Clock& clock, Sink system, Sink console)
+    : clock_(clock), system_(std::move(system)), console_(std::move(console)), filter_(clock) {}
+
+LinuxSystemLog::~LinuxSystemLog() { tellRepeats(true); }
+
+void LinuxSystemLog::log(std::string_view message) {
+  if (!message.empty() && message.back() == '\n') {
+    message.remove_suffix(1);
+  }
+  const std::string line = visibleText(cutInTheMiddle(message, longestLine));
+  MutexLock hold(mutex_);
+  write(filter_.pass(line));
+}
+
+void LinuxSystemLog::tellRepeats(bool all) {
+  MutexLock hold(mutex_);
+  write(all ? filter_.takeAll() : filter_.takeDue());
+}
+
+void LinuxSystemLog::write(const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    system_(line);
+    console_(stamp(clock_) + line + "\n");
+  }
+}
+
+}  // namespace quillo

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "platform/SystemLog.h"
+#include "platform/linux/RepeatFilter.h"
+#include "posix/Mutex.h"
+
+namespace quillo {
+
+// The system log (syslog(3), facility LOG_USER, as "vantrel-quillo") and standard error, there with
+// the local time in front ("2026-11-21 07:10:00 message"). Lines that repeat are counted and told
+// of later; what would break a line is shown escaped.
+class LinuxSystemLog final : public SystemLog {
+ public:
+  using Sink = std::function<void(const std::string& line)>;
+
+  // Writes to the machine's log and to standard error.
+  explicit LinuxSystemLog(Clock& clock);
+  // Writes to `system` without the time and to `console` with it and a line end.
+  LinuxSystemLog(Clock& clock, Sink system, Sink console);
+  ~LinuxSystemLog() override;
+
+  void log(std::string_view message) override;
+  // Tells of repeated lines whose minute is over, and with `all` of those before it as well. To be
+  // called about once a minute, and with `all` before the process ends. Any thread.
+  void tellRepeats(bool all = false);
+
+ private:
+  void write(const std::vector<std::string>& lines) QUILLO_REQUIRES(mutex_);
+
+  Clock& clock_;
+  const Sink system_;
+  const Sink console_;
+  Mutex mutex_;
+  RepeatFilter filter_ QUILLO_GUARDED_BY(mutex_);
+};
+
+}  // namespace quillo

@@ -1,0 +1,81 @@
+#include "platform/linux/NotificationQueue.h"
+
+#include <algorithm>
+
+namespace quillo {
+
+void NotificationQueue::add(const GrowlNotification& notification) {
+  const Clock::Duration now = clock_.now();
+  Burst& burst = burstOfName_[notification.name];
+  const bool isOver = now - burst.last >= quietAfterABurst && burst.more == burst.moreShown;
+  if (burst.number == 0 || isOver) {
+    burst = Burst();
+    burst.number = ++bursts_;
+    burst.first = notification;
+  }
+  burst.last = now;
+  if (burst.shown < mostInABurst && waiting_.size() < mostWaiting) {
+    ++burst.shown;
+    waiting_.push_back(notification);
+    return;
+  }
+  if (burst.more == 0) {
+    // Others follow at once, as a rule.
+    burst.summaryDue = now + betweenSummaries;
+  }
+  ++burst.more;
+}
+
+std::optional<QueuedNotification> NotificationQueue::takeNext() {
+  if (!waiting_.empty()) {
+    QueuedNotification next{std::move(waiting_.front())};
+    waiting_.pop_front();
+    return next;
+  }
+  const Clock::Duration now = clock_.now();
+  for (auto& [name, burst] : burstOfName_) {
+    if (burst.more > burst.moreShown && burst.summaryDue <= now) {
+      burst.moreShown = burst.more;
+      burst.summaryDue = now + betweenSummaries;
+      QueuedNotification next{burst.first, burst.summaryId, burst.number};
+      next.notification.description = moreText_(burst.more);
+      return next;
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<Clock::Duration> NotificationQueue::untilNext() {
+  if (!waiting_.empty()) {
+    return Clock::Duration();
+  }
+  std::optional<Clock::Duration> shortest;
+  for (const auto& [name, burst] : burstOfName_) {
+    if (burst.more > burst.moreShown) {
+      const Clock::Duration left = std::max(burst.summaryDue - clock_.now(), Clock::Duration());
+      shortest = std::min(shortest.value_or(left), left);
+    }
+  }
+  return shortest;
+}
+
+void NotificationQueue::shown(const QueuedNotification& queued, std::uint32_t id) {
+  for (auto& [name, burst] : burstOfName_) {
+    if (queued.summaryOf != 0 && burst.number == queued.summaryOf) {
+      burst.summaryId = id;
+    }
+  }
+}
+
+void NotificationQueue::forgetIds() {
+  for (auto& [name, burst] : burstOfName_) {
+    burst.summaryId = 0;
+  }
+}
+
+void NotificationQueue::clear() {
+  waiting_.clear();
+  burstOfName_.clear();
+}
+
+}  // namespace quillo

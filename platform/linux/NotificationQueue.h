@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "platform/GrowlApplicationBridge.h"
+#include "posix/Clock.h"
+
+namespace quillo {
+
+// What is to be shown, and in whose place (0: in nobody's).
+struct QueuedNotification {
+  GrowlNotification notification;
+  std::uint32_t replacesId = 0;
+  // Not 0 for the one that says how many more there are.
+  std::uint64_t summaryOf = 0;
+};
+
+// Decides what of many notifications the user sees. Those of one name that follow one another
+// within a few seconds are a burst: its first few are shown, and one more that says how many else
+// there were and is brought up to date in place. Nothing is held back but that count. Not for
+// sharing between threads.
+class NotificationQueue {
+ public:
+  static constexpr std::uint64_t mostInABurst = 5;
+  static constexpr Clock::Duration quietAfterABurst = std::chrono::seconds(5);
+  static constexpr Clock::Duration betweenSummaries = std::chrono::seconds(1);
+  // A server that does not answer for minutes is not handed more than that.
+  static constexpr std::size_t mostWaiting = 20;
+
+  // `moreText` words "and 995 more".
+  NotificationQueue(Clock& clock, std::function<std::string(std::uint64_t count)> moreText)
+      : clock_(clock), moreText_(std::move(moreText)) {}
+
+  void add(const GrowlNotification& notification);
+  std::optional<QueuedNotification> takeNext();
+  // How long until takeNext() may give something; absent when there is nothing.
+  std::optional<Clock::Duration> untilNext();
+  // The server has shown what takeNext() gave, under that number.
+  void shown(const QueuedNotification& queued, std::uint32_t id);
+  // The server that gave out the numbers is gone.
+  void forgetIds();
+  void clear();
+
+ private:
+  struct Burst {
+    std::uint64_t number = 0;
+    GrowlNotification first;
+    Clock::Duration last{};
+    std::uint64_t shown = 0;
+    std::uint64_t more = 0;
+    std::uint64_t moreShown = 0;
+    Clock::Duration summaryDue{};
+    std::uint32_t summaryId = 0;
+  };
+
+  Clock& clock_;
+  const std::function<std::string(std::uint64_t count)> moreText_;
+  std::uint64_t bursts_ = 0;
+  std::map<std::string, Burst> burstOfName_;
+  std::deque<GrowlNotification> waiting_;
+};
+
+}  // namespace quillo

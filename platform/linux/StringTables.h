@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <vector>
+
+#include "platform/LocalizedStrings.h"
+#include "platform/linux/Environment.h"
+
+namespace quillo {
+
+// Texts out of one flat TOML table a language, `<folder>/<language>.toml`. Read once; constant
+// after construction.
+class StringTables final : public LocalizedStrings {
+ public:
+  // The tables of `languages`, the first of them first, then English. A language without a table is
+  // passed over; a table that cannot be read is reported.
+  StringTables(const std::string& folder, const std::vector<std::string>& languages,
+               const std::function<void(const std::string& problem)>& report);
+  // The languages that the user asks for, best first ("de_AT" is followed by "de"), by the rules of
+  // gettext: LANGUAGE, unless the locale (LC_ALL, LC_MESSAGES, LANG) is that of the C language.
+  static std::vector<std::string> preferredLanguages(const Environment& environment);
+
+  std::string stringForKey(const std::string& key, const std::string& fallback) override;
+
+ private:
+  std::vector<std::map<std::string, std::string>> tables_;
+};
+
+}  // namespace quillo

@@ -1,0 +1,125 @@
+#include "platform/linux/TomlFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <toml++/toml.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <sstream>
+
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+namespace {
+
+constexpr off_t largestFile = 4 * 1024 * 1024;
+
+PreferenceValue converted(const toml::node& node);
+
+PreferenceArray converted(const toml::array& array) {
+  PreferenceArray result;
+  for (const toml::node& element : array) {
+    result.push_back(converted(element));
+  }
+  return result;
+}
+
+PreferenceDictionary converted(const toml::table& table) {
+  PreferenceDictionary result;
+  for (const auto& [key, node] : table) {
+    result.emplace(std::string(key.str()), converted(node));
+  }
+  return result;
+}
+
+template <typename T>
+std::string spelled(const T& value) {
+  std::ostringstream out;
+  out << value;
+  return out.str();
+}
+
+PreferenceValue converted(const toml::node& node) {
+  switch (node.type()) {
+    case toml::node_type::table:
+      return {converted(*node.as_table())};
+    case toml::node_type::array:
+      return {converted(*node.as_array())};
+    case toml::node_type::string:
+      return {node.as_string()->get()};
+    case toml::node_type::integer:
+      return {node.as_integer()->get()};
+    case toml::node_type::floating_point:
+      return {node.as_floating_point()->get()};
+    case toml::node_type::boolean:
+      return {node.as_boolean()->get()};
+    case toml::node_type::date:
+      return {spelled(node.as_date()->get())};
+    case toml::node_type::time:
+      return {spelled(node.as_time()->get())};
+    case toml::node_type::date_time:
+      return {spelled(node.as_date_time()->get())};
+    default:
+      return {std::string()};
+  }
+}
+
+std::string contentsOf(int descriptor) {
+  std::string text;
+  char buffer[16384];
+  for (;;) {
+    const ssize_t count = read(descriptor, buffer, sizeof buffer);
+    if (count > 0 && text.size() + static_cast<std::size_t>(count) <= largestFile) {
+      text.append(buffer, static_cast<std::size_t>(count));
+    } else if (count == 0 || (count < 0 && errno != EINTR)) {
+      return text;
+    } else if (count > 0) {
+      errno = EFBIG;
+      return text;
+    }
+  }
+}
+
+std::string versionOf(const struct stat& info) {
+  return std::to_string(info.st_dev) + ' ' + std::to_string(info.st_ino) + ' ' +
+         std::to_string(info.st_size) + ' ' + std::to_string(info.st_mtim.tv_sec) + ' ' +
+         std::to_string(info.st_mtim.tv_nsec);
+}
+
+}  // namespace
+
+TomlFile TomlFile::read(const std::string& path) {
+  TomlFile file;
+  // Not to hang on a FIFO that somebody put there.
+  const UniqueFd descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!descriptor) {
+    if (errno != ENOENT && errno != ENOTDIR) {
+      file.problem = path + ": " + std::strerror(errno);
+    }
+    return file;
+  }
+  struct stat info = {};
+  if (fstat(descriptor.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
+    file.problem = path + ": not a regular file";
+    return file;
+  }
+  file.version = versionOf(info);
+  errno = 0;
+  const std::string text = contentsOf(descriptor.get());
+  if (errno != 0) {
+    file.problem = path + ": " + std::strerror(errno);
+    return file;
+  }
+  try {
+    file.values = converted(toml::parse(text, path));
+  } catch (const toml::parse_error& error) {
+    const toml::source_position at = error.source().begin;
+    file.problem = path + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) + ": " +
+                   std::string(error.description());
+  }
+  return file;
+}
+
+}  // namespace quillo

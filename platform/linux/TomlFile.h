@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "platform/PreferenceStore.h"
+
+namespace quillo {
+
+// What a TOML file (toml.io, v1.0.0) holds. Dates and times are given as strings.
+struct TomlFile {
+  PreferenceDictionary values;
+  // Empty, or "path:line:column: reason" or "path: reason"; `values` is then empty.
+  std::string problem;
+  // Differs when the file on disk is another one or has been written since; empty without a file.
+  std::string version;
+
+  // A file that is not there is an empty one. Anything but a regular file is a problem, and nothing
+  // is waited for. Any thread.
+  static TomlFile read(const std::string& path);
+};
+
+}  // namespace quillo

@@ -1,0 +1,48 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/LinuxFolders.h"
+#include "platform/linux/UserAccount.h"
+#include "posix/Text.h"
+#include "tests/desktop/TestFolder.h"
+
+namespace quillo {
+namespace {
+
+TEST(LinuxFoldersTest, TakesTheHomeFolderFromTheEnvironmentElseFromTheAccount) {
+  EXPECT_EQ(LinuxFolders(Environment(Environment::Variables{{"HOME", "/home/a//"}}), "/usr/bin/x")
+                .homeFolder(),
+            "/home/a");
+  EXPECT_EQ(
+      LinuxFolders(Environment(Environment::Variables{{"HOME", ""}}), "/usr/bin/x").homeFolder(),
+      UserAccount::current().homeFolder);
+}
+
+TEST(LinuxFoldersTest, TakesTheRuntimeFolderElseTmpdirElseNone) {
+  const TestFolder runtime;
+  const TestFolder tmp;
+  const auto folderWith = [](Environment::Variables variables) {
+    return LinuxFolders(Environment(std::move(variables)), "/usr/bin/x").temporaryFolder();
+  };
+  EXPECT_EQ(folderWith({{"XDG_RUNTIME_DIR", runtime.path() + "/"}, {"TMPDIR", tmp.path()}}),
+            runtime.path());
+  EXPECT_EQ(folderWith({{"XDG_RUNTIME_DIR", "/no/such"}, {"TMPDIR", tmp.path()}}), tmp.path());
+  EXPECT_EQ(folderWith({{"TMPDIR", "relative"}}), std::nullopt);
+}
+
+TEST(LinuxFoldersTest, FindsTheResourcesBesideABuiltAndBehindAnInstalledProgram) {
+  const TestFolder build;
+  build.write("CMakeCache.txt", "");
+  const Environment none({});
+  EXPECT_EQ(LinuxFolders(none, build.path() + "/vantrel-quillo").resourceFolder(),
+            build.path() + "/resources");
+  EXPECT_EQ(LinuxFolders(none, "/usr/local/bin/vantrel-quillo").resourceFolder(),
+            "/usr/local/lib/vantrel-quillo");
+  EXPECT_EQ(LinuxFolders(none, "/bin/vantrel-quillo").resourceFolder(), "/lib/vantrel-quillo");
+}
+
+TEST(LinuxFoldersTest, KnowsTheRunningProgram) {
+  EXPECT_EQ(lastPathComponent(LinuxFolders::pathOfThisProgram()), "desktop_tests");
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,129 @@
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "platform/linux/StringTables.h"
+#include "platform/linux/TomlFile.h"
+#include "posix/Text.h"
+#include "tests/desktop/TestFolder.h"
+
+namespace quillo {
+namespace {
+
+const std::string shipped = QUILLO_SOURCE_DIR "/resources/strings";
+constexpr const char* languages[] = {"de", "en", "es", "fr", "ja"};
+using Words = std::vector<std::string>;
+
+Words preferred(Environment::Variables variables) {
+  return StringTables::preferredLanguages(Environment(std::move(variables)));
+}
+
+std::map<std::string, std::string> tableOf(const std::string& language) {
+  const TomlFile file = TomlFile::read(shipped + "/" + language + ".toml");
+  EXPECT_EQ(file.problem, "");
+  std::map<std::string, std::string> result;
+  for (const auto& [key, value] : file.values) {
+    const auto* text = std::get_if<std::string>(&value.value);
+    EXPECT_NE(text, nullptr) << language << " " << key << " is no string";
+    result.emplace(key, text != nullptr ? *text : "");
+  }
+  return result;
+}
+
+std::size_t placeholdersIn(const std::string& text) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find("%@"); at != std::string::npos; at = text.find("%@", at + 2)) {
+    ++count;
+  }
+  return count;
+}
+
+TEST(PreferredLanguages, FollowTheRulesOfGettext) {
+  EXPECT_EQ(preferred({{"LANG", "de_AT.UTF-8"}}), (Words{"de_AT", "de"}));
+  EXPECT_EQ(preferred({{"LANG", "de_DE"}, {"LC_MESSAGES", "fr_FR@euro"}}), (Words{"fr_FR", "fr"}));
+  EXPECT_EQ(preferred({{"LANG", "de_DE"}, {"LC_ALL", "ja_JP.UTF-8"}}), (Words{"ja_JP", "ja"}));
+  EXPECT_EQ(preferred({{"LANG", "de_DE"}, {"LANGUAGE", "es:fr_CA"}}), (Words{"es", "fr_CA", "fr"}));
+  EXPECT_EQ(preferred({{"LANG", "C.UTF-8"}, {"LANGUAGE", "es"}}), Words());
+  EXPECT_EQ(preferred({{"LC_ALL", "POSIX"}, {"LANG", "de_DE"}}), Words());
+  EXPECT_EQ(preferred({{"LANG", "../../etc"}}), Words());
+  EXPECT_EQ(preferred({}), Words());
+}
+
+TEST(StringTablesTest, FallsBackToTheNextLanguageThenToEnglishThenToTheCaller) {
+  const TestFolder folder;
+  folder.write("en.toml", "A = 'a'\nB = 'b'\nC = 'c'\n");
+  folder.write("de.toml", "A = 'ä'\nB = 'bé'\n");
+  folder.write("de_AT.toml", "A = 'å'\n");
+  StringTables tables(folder.path(), {"de_AT", "de"}, nullptr);
+  EXPECT_EQ(tables.stringForKey("A", ""), "å");
+  EXPECT_EQ(tables.stringForKey("B", ""), "bé");
+  EXPECT_EQ(tables.stringForKey("C", ""), "c");
+  EXPECT_EQ(tables.stringForKey("D", "fallback"), "fallback");
+}
+
+TEST(StringTablesTest, PassesOverAnUnknownLanguageAndReportsABrokenTable) {
+  const TestFolder folder;
+  folder.write("en.toml", "A = 'a'\n");
+  folder.write("de.toml", "A = \n");
+  std::vector<std::string> problems;
+  StringTables tables(folder.path(), {"nn", "de"},
+                      [&](const std::string& problem) { problems.push_back(problem); });
+  EXPECT_EQ(tables.stringForKey("A", ""), "a");
+  ASSERT_EQ(problems.size(), 1U);
+  EXPECT_EQ(problems[0].find(folder.path() + "/de.toml:1:"), 0U) << problems[0];
+}
+
+TEST(ShippedStrings, HaveTheSameKeysAndPlaceholdersInEveryLanguage) {
+  const auto english = tableOf("en");
+  for (const char* key : {"FOUND", "REMOVED", "QUARANTINED", "SUCCESSFUL", "ALREADY_UP_TO_DATE",
+                          "UNKNOWN_ERROR", "CLAMDSCAN_ERROR", "FSEVENT_NOT_SETUID", "WAIT",
+                          "DEFINITIONS_MISSING", "PREFERENCES_UNREADABLE", "AND_MORE"}) {
+    EXPECT_TRUE(english.count(key)) << key;
+  }
+  for (const char* language : languages) {
+    const auto table = tableOf(language);
+    for (const auto& [key, text] : english) {
+      const auto found = table.find(key);
+      ASSERT_NE(found, table.end()) << language << " lacks " << key;
+      EXPECT_FALSE(trimmed(found->second).empty()) << language << " " << key;
+      EXPECT_EQ(placeholdersIn(found->second), placeholdersIn(text)) << language << " " << key;
+    }
+    EXPECT_EQ(table.size(), english.size()) << language << " has keys that English lacks";
+  }
+}
+
+TEST(ShippedStrings, AreTranslated) {
+  const auto english = tableOf("en");
+  for (const char* language : languages) {
+    if (std::string(language) == "en") {
+      continue;
+    }
+    for (const auto& [key, text] : tableOf(language)) {
+      EXPECT_NE(text, english.count(key) ? english.at(key) : "") << language << " " << key;
+    }
+  }
+}
+
+TEST(ShippedStrings, AreSortedAndOfKnownLanguagesOnly) {
+  std::set<std::string> found;
+  for (const auto& entry : std::filesystem::directory_iterator(shipped)) {
+    found.insert(entry.path().filename().string());
+    Words keys;
+    const std::string text = TestFolder::contentsOf(entry.path());
+    for (const std::string_view line : split(text, '\n')) {
+      if (!line.empty() && line.front() != '#') {
+        keys.emplace_back(line.substr(0, line.find(' ')));
+      }
+    }
+    EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end())) << entry.path();
+  }
+  EXPECT_EQ(found, (std::set<std::string>{"de.toml", "en.toml", "es.toml", "fr.toml", "ja.toml"}));
+}
+
+TEST(ShippedStrings, LieWhereTheBuiltAgentLooks) {
+  StringTables tables(QUILLO_BINARY_DIR "/resources/strings", {"de"}, nullptr);
+  EXPECT_EQ(tables.stringForKey("WAIT", ""), tableOf("de").at("WAIT"));
+}
+
+}  // namespace
+}  // namespace quillo
