@@ -23,25 +23,6 @@ std::uint32_t smallestOfLength(std::size_t length) {
   return length == 2 ? 0x80U : length == 3 ? 0x800U : 0x10000U;
 }
 
-// The length of the well-formed sequence at the start of `rest`, or 0.
-std::size_t wellFormedLength(std::string_view rest) {
-  const auto lead = static_cast<unsigned char>(rest[0]);
-  const std::size_t length = sequenceLength(lead);
-  if (length < 2 || length > rest.size()) {
-    return length == 1 ? 1 : 0;
-  }
-  std::uint32_t code = lead & (0xFFU >> (length + 1));
-  for (std::size_t i = 1; i < length; ++i) {
-    const auto next = static_cast<unsigned char>(rest[i]);
-    if ((next & 0xC0U) != 0x80U) {
-      return 0;
-    }
-    code = (code << 6U) | (next & 0x3FU);
-  }
-  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-  return code < smallestOfLength(length) || surrogate || code > 0x10FFFF ? 0 : length;
-}
-
 std::string homeFolderOf(const std::string& account) {
   std::array<char, 4096> buffer;
   passwd entry = {};
@@ -92,6 +73,27 @@ std::string replacingAll(std::string text, std::string_view what, std::string_vi
     text.replace(at, what.size(), with);
   }
   return text;
+}
+
+std::size_t wellFormedLength(std::string_view rest) {
+  if (rest.empty()) {
+    return 0;
+  }
+  const auto lead = static_cast<unsigned char>(rest[0]);
+  const std::size_t length = sequenceLength(lead);
+  if (length < 2 || length > rest.size()) {
+    return length == 1 ? 1 : 0;
+  }
+  std::uint32_t code = lead & (0xFFU >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) {
+    const auto next = static_cast<unsigned char>(rest[i]);
+    if ((next & 0xC0U) != 0x80U) {
+      return 0;
+    }
+    code = (code << 6U) | (next & 0x3FU);
+  }
+  const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+  return code < smallestOfLength(length) || surrogate || code > 0x10FFFF ? 0 : length;
 }
 
 bool isValidUtf8(std::string_view text) {

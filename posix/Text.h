@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,7 +15,10 @@ std::vector<std::string_view> split(std::string_view text, char separator);
 std::string_view trimmed(std::string_view text);
 std::string lowercased(std::string_view text);
 std::string replacingAll(std::string text, std::string_view what, std::string_view with);
-// Whether all of it is well-formed UTF-8 (RFC 3629).
+// Bytes of the well-formed UTF-8 sequence (RFC 3629) at the start of `rest`; 0 if it begins with
+// none.
+std::size_t wellFormedLength(std::string_view rest);
+// Whether all of it is well-formed UTF-8.
 bool isValidUtf8(std::string_view text);
 // Index of the last ":" or -1 if there is none.
 int lastColon(std::string_view text);
