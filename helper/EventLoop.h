@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "helper/FileSystems.h"
+#include "helper/Groups.h"
+#include "helper/LineWriter.h"
+#include "helper/OwnLog.h"
+#include "helper/Parent.h"
+#include "helper/Reporter.h"
+#include "helper/Resolver.h"
+
+namespace quillo::helper {
+
+// Reads what the kernel tells and prints it, until nobody wants to know any longer.
+class EventLoop {
+ public:
+  // `marker` becomes readable when the marking process has ended.
+  EventLoop(const Groups& groups, const Parent& parent, OwnLog log, int marker);
+
+  // Returns when the parent has ended. Throws ReaderGone when standard output is closed, and
+  // std::runtime_error when the marking process has ended.
+  void run();
+
+ private:
+  bool isOver(short parent, short output, short marker) const;
+  bool isOwn(pid_t process) const;
+  void readNamed();
+  void readPlain();
+  void tellNamed(std::string_view buffer);
+  void tellPlain(std::string_view buffer);
+  std::string_view readFrom(const UniqueFd& group, std::size_t most);
+
+  const Groups& groups_;
+  const Parent& parent_;
+  const pid_t self_;
+  const int marker_;
+  OwnLog log_;
+  FileSystems fileSystems_;
+  Resolver resolver_;
+  LineWriter lines_;
+  Reporter reporter_;
+  std::vector<char> buffer_;
+};
+
+}  // namespace quillo::helper

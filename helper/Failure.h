@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+namespace quillo::helper {
+
+// How the program ends. The agent takes `lacksRights` to mean that an administrator has to make the
+// program set-user-ID root, so no other failure may use it.
+enum ExitStatus { ended = 0, lacksRights = 1, misused = 2, failed = 3 };
+
+// Thrown when the program does not run with root's rights; the text says why.
+struct LacksRights : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// Thrown when nobody reads standard output any longer.
+struct ReaderGone {};
+
+// A failure of the last system call: `what` names the operation and its object.
+inline std::system_error systemFailure(const std::string& what) {
+  return std::system_error(errno, std::generic_category(), what);
+}
+
+}  // namespace quillo::helper

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "helper/Groups.h"
+#include "helper/MountTable.h"
+#include "helper/UniqueFd.h"
+
+namespace quillo::helper {
+
+// Marks every watchable file system of the machine in both groups, again after each change of the
+// mount table (a mark that is there already stays as it is). It runs in a process of its own, the
+// only one that keeps CAP_SYS_ADMIN, which reads nothing but the mount table.
+class Marker {
+ public:
+  Marker(const Groups& groups, uid_t caller) : groups_(groups), caller_(caller) {}
+
+  // Marks all, returns the number of file systems that are watched. Throws std::system_error.
+  int markAll();
+  // Goes on until `owner` (a pidfd) ends. Throws std::system_error.
+  void run(int owner);
+
+ private:
+  bool markFileSystem(const std::vector<const Mount*>& mounts);
+  bool markThrough(const Mount& mount);
+  bool markBtrfs(const Mount& mount);
+  bool mark(const UniqueFd& group, std::uint64_t mask, int fd);
+  void complain(const Mount& mount, int error);
+
+  const Groups& groups_;
+  const uid_t caller_;
+  MountTableFile table_;
+  std::set<std::string> complained_;
+};
+
+// Starts the marking process: it first marks everything, and this call returns when that is done.
+// The result becomes readable (end of file) when the process has ended. `groups` stay open here
+// too. Throws std::runtime_error if nothing can be watched.
+UniqueFd startMarker(const Groups& groups);
+
+}  // namespace quillo::helper

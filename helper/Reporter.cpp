@@ -1,0 +1,92 @@
+#include "helper/Reporter.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "helper/SystemLog.h"
+
+namespace quillo::helper {
+namespace {
+
+struct Contents {
+  int mount = -1;
+  Identity identity;
+  std::vector<std::string> files;
+  std::vector<std::string> folders;
+};
+
+void sortIn(const dirent& entry, int folder, Contents& contents) {
+  const std::string_view name = entry.d_name;
+  if (name == "." || name == "..") return;
+  unsigned char type = entry.d_type;
+  struct stat info {};
+  if (type == DT_UNKNOWN && fstatat(folder, entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0) {
+    type = static_cast<unsigned char>(IFTODT(info.st_mode));
+  }
+  if (type == DT_DIR) contents.folders.emplace_back(name);
+  if (type == DT_REG || type == DT_LNK) contents.files.emplace_back(name);
+}
+
+// What the caller can list. The folder is closed again before anything is told, as telling can
+// block.
+Contents list(const std::string& path) {
+  Contents contents;
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(
+      fdopendir(openFolder(path, O_RDONLY | O_NONBLOCK)), closedir);
+  struct stat info {};
+  if (!folder || fstat(dirfd(folder.get()), &info) < 0) return contents;
+  contents.mount = mountOf(dirfd(folder.get()));
+  contents.identity = Identity(info);
+  while (const dirent* entry = readdir(folder.get())) {
+    sortIn(*entry, dirfd(folder.get()), contents);
+  }
+  return contents;
+}
+
+}  // namespace
+
+void Reporter::tellFile(const Folder& folder, std::string_view name) {
+  for (const Place& place : folder.places) {
+    if (mayKnow(place, name) && !log_.isLog(folder, place, name)) tellPath(place.prefix, name);
+  }
+}
+
+void Reporter::tellFilesBelow(const Folder& folder, std::string_view name) {
+  for (const Place& place : folder.places) walk(std::string(place.prefix).append(name));
+}
+
+void Reporter::walk(const std::string& top) {
+  std::vector<std::string> pending{top};
+  int mount = -1;
+  while (!pending.empty()) {
+    const std::string path = std::move(pending.back());
+    pending.pop_back();
+    const Contents contents = list(path);
+    if (mount < 0) mount = contents.mount;
+    if (contents.mount < 0 || contents.mount != mount) continue;
+    Folder folder{contents.identity, {Place{path + '/', true}}};
+    for (const std::string& file : contents.files) tellFile(folder, file);
+    for (const std::string& below : contents.folders) pending.push_back(path + '/' + below);
+  }
+}
+
+void Reporter::tellPath(std::string_view prefix, std::string_view name) {
+  const bool isOneLine =
+      prefix.find('\n') == std::string_view::npos && name.find('\n') == std::string_view::npos;
+  if (!isOneLine || !lines_.add(prefix, name)) complain(prefix, name);
+}
+
+void Reporter::complain(std::string_view prefix, std::string_view name) {
+  const std::string path = std::string(prefix).append(name);
+  if (complained_.size() >= 4096) complained_.clear();
+  if (!complained_.insert(std::hash<std::string>()(path)).second) return;
+  logWarning("a changed file is not scanned, as its path does not fit on one line: " +
+             escaped(path));
+}
+
+}  // namespace quillo::helper

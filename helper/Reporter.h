@@ -1,0 +1,36 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "helper/LineWriter.h"
+#include "helper/OwnLog.h"
+#include "helper/Resolver.h"
+
+namespace quillo::helper {
+
+// Tells the caller of files: prints their paths, unless the caller may not know them, they are the
+// agent's own log, or they cannot be said on one line (those go to the system log, once a name).
+// Blocks while the reader of standard output does not read; throws ReaderGone.
+class Reporter {
+ public:
+  Reporter(LineWriter& lines, const OwnLog& log) : lines_(lines), log_(log) {}
+
+  // The file `name` in `folder`, once for each place where the caller sees it.
+  void tellFile(const Folder& folder, std::string_view name);
+  // All files below the folder `name` in `folder`, which was moved there with its contents. Links
+  // are not followed, nor are other file systems' mount points entered.
+  void tellFilesBelow(const Folder& folder, std::string_view name);
+
+ private:
+  void tellPath(std::string_view prefix, std::string_view name);
+  void complain(std::string_view prefix, std::string_view name);
+  void walk(const std::string& top);
+
+  LineWriter& lines_;
+  const OwnLog& log_;
+  std::set<std::size_t> complained_;  // hashes of paths
+};
+
+}  // namespace quillo::helper

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quillo::helper {
+
+// Which file it is, whatever its name.
+struct Identity {
+  dev_t device = 0;
+  ino_t inode = 0;
+
+  Identity() = default;
+  explicit Identity(const struct stat& info) : device(info.st_dev), inode(info.st_ino) {}
+  bool operator==(const Identity&) const = default;
+};
+
+// A folder under one of the paths that the caller sees it by.
+struct Place {
+  std::string prefix;     // the path, with a slash at its end
+  bool listable = false;  // the caller may read it, and so may know all names in it
+};
+
+// The folder `identity` at `path`, if the caller gets to it there without following a link: every
+// folder on the way, and itself, must be searchable. Asks the kernel with the caller's own rights.
+std::optional<Place> placeFor(const std::string& path, const Identity& identity);
+
+// Whether the caller may be told of the file `name` in `place`.
+bool mayKnow(const Place& place, std::string_view name);
+
+// What lstat(2) says, asked as the caller; nothing if it fails.
+std::optional<Identity> identify(const std::string& path);
+
+// What the kernel calls the open file now (a path that may not lead to it); nothing if it has no
+// path, or one that is longer than PATH_MAX.
+std::optional<std::string> pathOfDescriptor(int fd);
+
+// Opens a folder without following a link on its whole path; -1 and errno.
+int openFolder(const std::string& path, int flags);
+
+}  // namespace quillo::helper

@@ -1,0 +1,57 @@
+#include <fcntl.h>
+#include <linux/capability.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "helper/Confinement.h"
+#include "helper/EventLoop.h"
+#include "helper/Failure.h"
+#include "helper/Groups.h"
+#include "helper/Inheritance.h"
+#include "helper/Marker.h"
+#include "helper/OwnLog.h"
+#include "helper/Parent.h"
+#include "helper/Rights.h"
+#include "helper/SystemLog.h"
+
+namespace {
+
+using namespace quillo::helper;
+
+void watch() {
+  requireRoot();
+  const Parent parent = findParent();
+  OwnLog log(parent);
+  openSystemLog();
+  const Groups groups = openGroups();
+  const UniqueFd marker = startMarker(groups);
+  becomeCallerKeeping({CAP_DAC_READ_SEARCH});
+  EventLoop loop(groups, parent, std::move(log), marker.get());
+  confineReader();
+  loop.run();
+}
+
+// The agent may read standard error and output from one pipe: no line of it may look like a path.
+int say(const char* reason, int status) {
+  dprintf(STDERR_FILENO, "gfslogger: %s\n", reason);
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char**) {
+  try {
+    shedInheritance();
+    if (argc > 1) return say("takes no arguments", misused);
+    watch();
+    return ended;
+  } catch (const ReaderGone&) {
+    return ended;
+  } catch (const LacksRights& reason) {
+    return say(reason.what(), lacksRights);
+  } catch (const std::exception& reason) {
+    return say(reason.what(), failed);
+  }
+}

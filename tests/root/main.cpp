@@ -1,0 +1,21 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string_view>
+
+#include "tests/root/support/World.h"
+
+int main(int argc, char** argv) {
+  bool onlyLists = false;
+  for (int at = 1; at < argc; ++at) {
+    onlyLists |= std::string_view(argv[at]).substr(0, 18) == "--gtest_list_tests";
+  }
+  testing::InitGoogleTest(&argc, argv);
+  if (onlyLists) return RUN_ALL_TESTS();
+  if (geteuid() != 0) {
+    std::fprintf(stderr, "root tests must run as root\n");
+    return 1;
+  }
+  return quillo::tests::runInOwnWorld([] { return RUN_ALL_TESTS(); });
+}

@@ -1,0 +1,51 @@
+#include "tests/root/support/HelperTest.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+
+namespace quillo::tests {
+
+HelperTest::HelperTest()
+    : folder_(world_.path() + "/files"), program_(world_.path() + "/gfslogger") {
+  runProgram(
+      {"install", "-o", "root", "-m", "4755", QUILLO_BINARY_DIR "/resources/gfslogger", program_});
+  makeFolder(folder_);
+  mountTmpfs(folder_);
+}
+
+StandInAgent::Options HelperTest::options() const {
+  StandInAgent::Options result;
+  result.program = program_;
+  return result;
+}
+
+StandInAgent& HelperTest::start(const StandInAgent::Options& options) {
+  agent_ = std::make_unique<StandInAgent>(options);
+  if (!waitUntilWatched(folder_)) {
+    ADD_FAILURE() << "the helper does not watch";
+    agent_->errors().waitForEnd();
+    for (const std::string& line : agent_->errors().all()) ADD_FAILURE() << line;
+  }
+  output().clear();
+  return *agent_;
+}
+
+bool HelperTest::catchUp(const std::string& where) {
+  const std::string sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
+  writeFile(sentinel);
+  return output().waitFor(sentinel);
+}
+
+bool HelperTest::waitUntilWatched(const std::string& where) {
+  const auto until = std::chrono::steady_clock::now() + deadline;
+  while (std::chrono::steady_clock::now() < until) {
+    const std::string sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
+    writeFile(sentinel);
+    if (output().waitFor(sentinel, std::chrono::milliseconds(50))) return true;
+  }
+  return false;
+}
+
+}  // namespace quillo::tests

@@ -1,0 +1,101 @@
+#include "tests/root/support/World.h"
+
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <string>
+
+#include "tests/root/support/Files.h"
+
+namespace quillo::tests {
+namespace {
+
+void makeNode(const std::string& name, mode_t mode, unsigned major, unsigned minor) {
+  const std::string path = "/dev/" + name;
+  check(mknod(path.c_str(), mode, makedev(major, minor)), "making " + path);
+  check(chmod(path.c_str(), mode & 0777), "opening up " + path);
+}
+
+// Not the machine's, so that a test can put its own system log there.
+void makeDevices() {
+  mountTmpfs("/dev", "mode=755");
+  makeNode("null", S_IFCHR | 0666, 1, 3);
+  makeNode("zero", S_IFCHR | 0666, 1, 5);
+  makeNode("full", S_IFCHR | 0666, 1, 7);
+  makeNode("random", S_IFCHR | 0666, 1, 8);
+  makeNode("urandom", S_IFCHR | 0666, 1, 9);
+  makeNode("tty", S_IFCHR | 0666, 5, 0);
+  makeNode("fuse", S_IFCHR | 0666, 10, 229);
+  makeNode("loop-control", S_IFCHR | 0600, 10, 237);
+  for (unsigned number = 0; number < 64; ++number) {
+    makeNode("loop" + std::to_string(number), S_IFBLK | 0600, 7, number);
+  }
+  makeFolder("/dev/shm");
+  mountTmpfs("/dev/shm", "mode=1777");
+  makeFolder("/dev/pts");
+  check(mount("devpts", "/dev/pts", "devpts", 0, "newinstance,mode=620,ptmxmode=666"),
+        "mounting /dev/pts");
+  check(symlink("pts/ptmx", "/dev/ptmx"), "making /dev/ptmx");
+  check(symlink("/proc/self/fd", "/dev/fd"), "making /dev/fd");
+}
+
+void arrangeMounts() {
+  check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "making mounts private");
+  check(mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr),
+        "mounting /proc");
+  // What others do on this machine meanwhile is then nothing that a test could see.
+  check(mount(nullptr, "/", nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
+        "making / read-only");
+  mountTmpfs("/tmp", "mode=1777");
+  mountTmpfs("/run", "mode=755");
+  makeDevices();
+}
+
+int statusOf(int waited) { return WIFEXITED(waited) ? WEXITSTATUS(waited) : 1; }
+
+// The first process of a PID namespace: reaps what the others leave behind.
+int runAndReap(const std::function<int()>& body) {
+  arrangeMounts();
+  const pid_t runner = fork();
+  check(runner, "starting the tests");
+  if (runner == 0) std::exit(body());
+  for (;;) {
+    int status = 0;
+    const pid_t ended = wait(&status);
+    if (ended == runner) return statusOf(status);
+    if (ended < 0 && errno != EINTR) return 1;
+  }
+}
+
+}  // namespace
+
+int runInOwnWorld(const std::function<int()>& body) {
+  try {
+    check(unshare(CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWIPC), "leaving the namespaces");
+    const pid_t first = fork();
+    check(first, "starting the first process");
+    if (first == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
+      std::fflush(nullptr);
+      _exit(runAndReap(body));
+    }
+    int status = 0;
+    while (waitpid(first, &status, 0) < 0) check(errno == EINTR ? 0 : -1, "waiting");
+    return statusOf(status);
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+    return 1;
+  }
+}
+
+}  // namespace quillo::tests
