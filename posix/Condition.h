@@ -8,9 +8,10 @@
 
 namespace quillo {
 
-// A lock and a condition variable in one object, as the workers use them: lock, wait or signal once,
-// unlock. A wait may return early, and returns after `longestWait` at the latest, so that a signal
-// that fell between a caller's test and its wait delays work by that much and never strands it.
+// A lock and a condition variable in one object, as the workers use them: lock, wait or signal
+// once, unlock. A wait may return early, and returns after `longestWait` at the latest, so that a
+// signal that fell between a caller's test and its wait delays work by that much and never strands
+// it.
 class QUILLO_CAPABILITY("condition") Condition {
  public:
   static constexpr Clock::Duration longestWait = std::chrono::seconds(30);

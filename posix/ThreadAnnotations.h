@@ -1,7 +1,7 @@
 #pragma once
 
-// Clang's thread-safety annotations (clang.llvm.org/docs/ThreadSafetyAnalysis.html): they state which
-// lock guards what, and the clang preset proves it. Other compilers see nothing.
+// Clang's thread-safety annotations (clang.llvm.org/docs/ThreadSafetyAnalysis.html): they state
+// which lock guards what, and the clang preset proves it. Other compilers see nothing.
 #if defined(__clang__)
 #define QUILLO_THREAD_ATTRIBUTE(x) __attribute__((x))
 #else

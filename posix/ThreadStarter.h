@@ -9,8 +9,9 @@ namespace quillo {
 class ThreadStarter {
  public:
   virtual ~ThreadStarter() = default;
-  // Runs `body` on a new thread named `name` (at most 15 characters are shown, pthread_setname_np(3)).
-  // Throws std::system_error when the system has no thread to give. Any thread.
+  // Runs `body` on a new thread named `name` (at most 15 characters are shown,
+  // pthread_setname_np(3)). Throws std::system_error when the system has no thread to give. Any
+  // thread.
   virtual void detachNewThread(const std::string& name, std::function<void()> body) = 0;
 };
 

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/Platform.h"
+
+namespace quillo {
+
+class Clock;
+class ThreadStarter;
+
+// What the agent stands on: the desktop, time and threads. All of it outlives the agent.
+struct AgentServices {
+  const Platform& platform;
+  Clock& clock;
+  ThreadStarter& threads;
+};
+
+}  // namespace quillo

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace quillo {
+
+class Notifications;
+class Preferences;
+class ThreadStarter;
+class Throbber;
+
+// What an update's end shows when no notification can be posted. Any thread.
+class UpdateWindows {
+ public:
+  virtual ~UpdateWindows() = default;
+  virtual void displayUpdateResult(const std::string& text) = 0;
+  virtual void displayNoEngineWindow() = 0;
+};
+
+// Updates of the virus definitions, each on a short-lived thread of its own. Several may run at
+// once.
+class DefinitionUpdates {
+ public:
+  DefinitionUpdates(Preferences& preferences, Notifications& notifications, Throbber& mainMenu,
+                    UpdateWindows& windows, ThreadStarter& threads);
+
+  // Starts an update and returns at once. Without `notify`, only a failure is shown. Main thread.
+  void updateVirusDefsAndNotify(bool notify);
+  // The update itself, to its end.
+  void performDefsUpdate(bool notify);
+
+ private:
+  int runUpdater();
+  void showResult(int status, bool notify);
+
+  Preferences& preferences_;
+  Notifications& notifications_;
+  Throbber& mainMenu;
+  UpdateWindows& windows_;
+  ThreadStarter& threads_;
+};
+
+}  // namespace quillo

@@ -1,0 +1,65 @@
+#include "agent/Links.h"
+
+#include "agent/VantrelQuillo.h"
+
+namespace quillo {
+
+std::string MenuForScanners::getQuitMenuName() const { return agent_.mainMenu().getQuitMenuName(); }
+
+Dispatcher& ScannerLink::theDispatcher() { return agent_.theDispatcher(); }
+std::string ScannerLink::getQuarantineOrTrash() { return agent_.getQuarantineOrTrash(); }
+std::string ScannerLink::getQuarantineLocation() { return agent_.getQuarantineLocation(); }
+void ScannerLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCountBy(delta); }
+bool ScannerLink::clamdStillAlive() { return agent_.engine().clamdStillAlive(); }
+void ScannerLink::recoverFromCrashedClamd() { agent_.engine().recoverFromCrashedClamd(); }
+void ScannerLink::recoverUnreachableClamd() { agent_.engine().recoverUnreachableClamd(); }
+void ScannerLink::noEnginePanic() { agent_.engine().noEnginePanic(); }
+std::string ScannerLink::getQuitMenuName() { return agent_.mainMenu().getQuitMenuName(); }
+void ScannerLink::quit() { agent_.quit(); }
+void ScannerLink::openAndWait(const std::string& folder) { agent_.openAndWait(folder); }
+bool ScannerLink::displayGrowlDialogWithTitleAndDescription(std::int32_t code,
+                                                            const std::string& description) {
+  return agent_.displayGrowlDialogWithTitleAndDescription(code, description);
+}
+void ScannerLink::addToDialogList(std::shared_ptr<FileRemover> dialog) {
+  agent_.dialogList().addToDialogList(std::move(dialog));
+}
+void ScannerLink::removeFromDialogList(const FileRemover& dialog) {
+  agent_.dialogList().removeFromDialogList(dialog);
+}
+void ScannerLink::removeAllFromDialogList() { agent_.dialogList().removeAllFromDialogList(); }
+
+std::shared_ptr<const WatchedFolderList> WatcherLink::getWatchedFolderList() {
+  return agent_.getWatchedFolderList();
+}
+std::shared_ptr<const SubdirectoryFlags> WatcherLink::getCheckSubDirs() {
+  return agent_.getCheckSubDirs();
+}
+void WatcherLink::stopWatcherFromWatcher() { agent_.stopWatcherFromWatcher(); }
+void WatcherLink::startWatcherFromWatcher() { agent_.startWatcherFromWatcher(); }
+bool WatcherLink::displayError(const std::string& description) {
+  return agent_.displayGrowlDialogWithTitleAndDescription(notificationError, description);
+}
+void WatcherLink::addStringToItemList(const std::string& path) {
+  agent_.theDispatcher().addStringToItemList(path);
+}
+
+std::optional<std::string> EngineLink::clamPATH() { return agent_.preferences().clamPATH(); }
+bool EngineLink::displayError(const std::string& description) {
+  return agent_.displayGrowlDialogWithTitleAndDescription(notificationError, description);
+}
+void EngineLink::displayNoEngineWindow() { agent_.displayNoEngineWindow(); }
+void EngineLink::displayUpdateResult(const std::string& text) { agent_.displayUpdateResult(text); }
+void EngineLink::waitKeepingDesktopAlive(const std::function<void()>& wait) {
+  agent_.waitKeepingDesktopAlive(wait);
+}
+
+std::int32_t MenuLink::scannerCount() { return agent_.scannerCount(); }
+void MenuLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCountBy(delta); }
+Condition& MenuLink::throbberLock() { return agent_.throbberLock(); }
+void MenuLink::restartWatcher() { agent_.restartWatcher(); }
+std::optional<std::string> MenuLink::freshclamLogLocation() {
+  return agent_.freshclamLogLocation();
+}
+
+}  // namespace quillo

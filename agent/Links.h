@@ -1,0 +1,93 @@
+#pragma once
+
+// How the workers see the agent: each link implements the narrow interface that a folder asks of
+// its owner, by forwarding to the delegate.
+
+#include "agent/DefinitionUpdates.h"
+#include "engine/ClamdLink.h"
+#include "menu/ThrobberOwner.h"
+#include "scanning/Dispatcher.h"
+#include "scanning/ScanArguments.h"
+#include "scanning/ScannerOwner.h"
+#include "watchers/WatcherOwner.h"
+
+namespace quillo {
+
+class VantrelQuillo;
+
+class MenuForScanners final : public ScannerMenu {
+ public:
+  explicit MenuForScanners(VantrelQuillo& agent) : agent_(agent) {}
+  std::string getQuitMenuName() const override;
+
+ private:
+  VantrelQuillo& agent_;
+};
+
+class ScannerLink final : public ScannerOwner {
+ public:
+  explicit ScannerLink(VantrelQuillo& agent) : agent_(agent) {}
+  Dispatcher& theDispatcher() override;
+  std::string getQuarantineOrTrash() override;
+  std::string getQuarantineLocation() override;
+  void modifyScannerCountBy(std::int32_t delta) override;
+  bool clamdStillAlive() override;
+  void recoverFromCrashedClamd() override;
+  void recoverUnreachableClamd() override;
+  void noEnginePanic() override;
+  std::string getQuitMenuName() override;
+  void quit() override;
+  void openAndWait(const std::string& folder) override;
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
+                                                 const std::string& description) override;
+  void addToDialogList(std::shared_ptr<FileRemover> dialog) override;
+  void removeFromDialogList(const FileRemover& dialog) override;
+  void removeAllFromDialogList() override;
+
+ private:
+  VantrelQuillo& agent_;
+};
+
+class WatcherLink final : public WatcherOwner, private PathIntake {
+ public:
+  explicit WatcherLink(VantrelQuillo& agent) : agent_(agent) {}
+  std::shared_ptr<const WatchedFolderList> getWatchedFolderList() override;
+  std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() override;
+  PathIntake& theDispatcher() override { return *this; }
+  void stopWatcherFromWatcher() override;
+  void startWatcherFromWatcher() override;
+  bool displayError(const std::string& description) override;
+
+ private:
+  void addStringToItemList(const std::string& path) override;
+
+  VantrelQuillo& agent_;
+};
+
+class EngineLink final : public ClamdLinkOwner, public UpdateWindows {
+ public:
+  explicit EngineLink(VantrelQuillo& agent) : agent_(agent) {}
+  std::optional<std::string> clamPATH() override;
+  bool displayError(const std::string& description) override;
+  void displayNoEngineWindow() override;
+  void displayUpdateResult(const std::string& text) override;
+  void waitKeepingDesktopAlive(const std::function<void()>& wait) override;
+
+ private:
+  VantrelQuillo& agent_;
+};
+
+class MenuLink final : public ThrobberOwner {
+ public:
+  explicit MenuLink(VantrelQuillo& agent) : agent_(agent) {}
+  std::int32_t scannerCount() override;
+  void modifyScannerCountBy(std::int32_t delta) override;
+  Condition& throbberLock() override;
+  void restartWatcher() override;
+  std::optional<std::string> freshclamLogLocation() override;
+
+ private:
+  VantrelQuillo& agent_;
+};
+
+}  // namespace quillo

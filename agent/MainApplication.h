@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+
+namespace quillo {
+
+class Application;
+class ApplicationLauncher;
+class Clock;
+class DistributedNotificationCenter;
+
+// The link to the main application of the product, which owns the settings window. Main thread.
+class MainApplication {
+ public:
+  MainApplication(Application& application, ApplicationLauncher& launcher, Clock& clock,
+                  DistributedNotificationCenter& center);
+
+  // Whether the desktop accepted to launch it.
+  bool openApp();
+  // Launches it, waits without a limit until it is the active one, and asks it for its preferences.
+  // Beeps when it cannot be launched.
+  void openPrefs();
+
+ private:
+  Application& application_;
+  ApplicationLauncher& launcher_;
+  Clock& clock_;
+  DistributedNotificationCenter& center_;
+};
+
+}  // namespace quillo

@@ -1,0 +1,86 @@
+#include "agent/ScanLog.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "platform/Folders.h"
+#include "platform/SystemLog.h"
+#include "posix/ChildProcess.h"
+#include "posix/OwnFile.h"
+#include "posix/PlatformException.h"
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+namespace {
+
+constexpr const char* systemRotator = "/usr/sbin/newsyslog";
+
+}  // namespace
+
+ScanLog::ScanLog(Folders& folders, PreferenceStore& preferences, SystemLog& log,
+                 std::function<void(const std::function<void()>&)> wait)
+    : folders_(folders), typed_(preferences, log), log_(log), wait_(std::move(wait)) {}
+
+std::string ScanLog::path() const {
+  return folders_.homeFolder() + "/Library/Logs/VantrelQuillo-scan.log";
+}
+
+void ScanLog::logAllToScanLog() {
+  std::error_code ignored;
+  std::filesystem::create_directories(folders_.homeFolder() + "/Library/Logs", ignored);
+  const UniqueFd file(open(path().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640));
+  if (!file) {
+    log_.log("Scan log " + path() + " cannot be opened: " + std::strerror(errno) +
+             "; its lines go where they went before");
+    return;
+  }
+  std::fflush(stderr);
+  dup2(file.get(), STDERR_FILENO);
+  std::fflush(stdout);
+  dup2(file.get(), STDOUT_FILENO);
+}
+
+std::string ScanLog::rotationConfiguration() const {
+  const std::int64_t wanted = typed_.number("rotateScanlogWhenSizeReaches").value_or(0);
+  const std::int64_t limit = wanted > 0 ? wanted : defaultSizeLimit;
+  return "# logfilename [owner:group] mode count size when flags [/pid_file] [sig_num]\n" + path() +
+         "\t" + std::to_string(getuid()) + ":" + std::to_string(getgid()) + "\t640\t3\t" +
+         std::to_string(limit) + "\t*\tCJN";
+}
+
+void ScanLog::rotateLogFile() {
+  const std::string configurationPath =
+      folders_.temporaryFolder().value_or("/tmp") + "/scanlogrotate.conf";
+  const std::string problem =
+      writeOwnFile("Rotation settings", configurationPath, rotationConfiguration());
+  if (problem.empty()) {
+    runRotation(configurationPath);
+    unlink(configurationPath.c_str());
+  } else {
+    log_.log(problem);
+  }
+  logAllToScanLog();
+}
+
+void ScanLog::runRotation(const std::string& configurationPath) {
+  // Systems without the tool have this program's own.
+  const std::string rotator = access(systemRotator, X_OK) == 0
+                                  ? systemRotator
+                                  : folders_.resourceFolder() + "/engine-tools/newsyslog";
+  try {
+    ChildProcess rotation(
+        {rotator, {"-Cr", "-f", configurationPath}, LaunchRequest::Output::inherited});
+    wait_([&rotation] { rotation.waitUntilExit(); });
+  } catch (const PlatformException& failure) {
+    log_.log("The scan log is not rotated: " + rotator + ": " + failure.reason());
+  }
+}
+
+}  // namespace quillo

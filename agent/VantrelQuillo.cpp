@@ -1,0 +1,235 @@
+#include "agent/VantrelQuillo.h"
+
+#include <exception>
+#include <utility>
+
+#include "platform/Application.h"
+#include "platform/DistributedNotificationCenter.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/MainInterface.h"
+#include "platform/PowerNotifications.h"
+#include "platform/ScriptingKeys.h"
+#include "platform/SystemLog.h"
+#include "platform/Volumes.h"
+#include "platform/Workspace.h"
+#include "posix/ChildProcess.h"
+#include "posix/PlatformException.h"
+#include "posix/Shell.h"
+#include "posix/Text.h"
+#include "posix/ThreadStarter.h"
+
+namespace quillo {
+namespace {
+
+constexpr const char* restartKey = "restartWatchingViaAS";
+
+}  // namespace
+
+VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
+    : services_(services),
+      mainMenu_(menu),
+      menuForScanners_(*this),
+      scannerLink_(*this),
+      watcherLink_(*this),
+      engineLink_(*this),
+      menuLink_(*this),
+      scannerServices_{services.platform.application,      services.clock,
+                       services.platform.folders,          services.platform.interfaceLoader,
+                       services.platform.localizedStrings, services.platform.modifierKeys,
+                       services.platform.preferenceStore,  services.platform.systemLog,
+                       services.platform.workspace,        &progressLog_},
+      watcherServices_{services.platform.application,     services.platform.authorization,
+                       services.platform.folders,         services.platform.localizedStrings,
+                       services.platform.preferenceStore, services.platform.systemLog,
+                       services.platform.trashFolders},
+      progressLog_(services.platform.systemLog),
+      theDispatcher_(services.clock, services.platform.systemLog,
+                     services.platform.volumes.volumeFolders(), &progressLog_),
+      firstPatientScanner(scannerLink_, scannerServices_),
+      secondPatientScanner(scannerLink_, scannerServices_),
+      gfsLogger(watcherLink_, watcherServices_),
+      scannerCount_(services.clock),
+      clamdLink_(engineLink_, {services.clock, services.platform.localizedStrings,
+                               services.platform.systemLog, services.threads}),
+      notifications_(services.platform.growl, services.platform.localizedStrings),
+      preferences_(services.platform.preferenceStore, services.platform.folders,
+                   services.platform.systemLog, clamdLink_),
+      scanParameters_(preferences_, services.platform.folders, menuForScanners_),
+      watchList_({services.platform.folders, services.platform.mountNotifications,
+                  services.platform.preferenceStore, services.platform.systemLog},
+                 mainMenu_, theDispatcher_),
+      definitionUpdates_(preferences_, notifications_, mainMenu_, engineLink_, services.threads),
+      scanLog_(services.platform.folders, services.platform.preferenceStore,
+               services.platform.systemLog,
+               [this](const std::function<void()>& wait) { waitKeepingDesktopAlive(wait); }),
+      mainApplication_(services.platform.application, services.platform.applicationLauncher,
+                       services.clock, services.platform.distributedNotificationCenter) {
+  firstPatientScanner.setMyName("firstPatientScanner");
+  secondPatientScanner.setMyName("secondPatientScanner");
+  connectInterface();
+  scanLog_.logAllToScanLog();
+}
+
+VantrelQuillo::~VantrelQuillo() = default;
+
+void VantrelQuillo::perform(std::function<void()> request) {
+  requests_.perform([this, request = std::move(request)] {
+    try {
+      request();
+    } catch (const std::exception& failure) {
+      services_.platform.systemLog.log(std::string("A request failed: ") + failure.what());
+    }
+  });
+}
+
+void VantrelQuillo::connectInterface() {
+  MainInterface& interface = services_.platform.mainInterface;
+  interface.startMenuItem.setAction([this] { startWatcher(); });
+  interface.stopMenuItem.setAction([this] { stopWatcher(); });
+  interface.restartMenuItem.setAction([this] { restartWatcher(); });
+  interface.abortMenuItem.setAction([this] { abortScans(); });
+  interface.abortConfirmMenuItem.setAction([this] { abortScans(); });
+  interface.updateDefsMenuItem.setAction([this] { updateVirusDefs(); });
+  interface.quitMenuItem.setAction([this] { quit(); });
+  for (MenuItem* log : {&interface.openScanLogMenuItem, &interface.openQuilloConsoleLogMenuItem,
+                        &interface.openUpdateLogMenuItem}) {
+    log->setAction([this, log] { mainMenu_.openLog(*log); });
+  }
+  interface.noEngineWindow.setAction([this](ButtonDialog::Button button) {
+    if (button == ButtonDialog::Button::deleteButton) {
+      openPrefs(true);
+    } else {
+      openAppFromError();
+    }
+  });
+}
+
+void VantrelQuillo::applicationDidFinishLaunching() {
+  perform([this] {
+    startThreads();
+    notifications_.loadNames();
+    notifications_.registerWith(services_.platform.application);
+    beginWatching(true);
+    showDockTileIfWanted();
+    listenToDesktop();
+  });
+}
+
+void VantrelQuillo::startThreads() {
+  ThreadStarter& threads = services_.threads;
+  threads.detachNewThread("Throbber", [this] { mainMenu_.mainLoop(menuLink_); });
+  threads.detachNewThread("Dispatcher", [this] { theDispatcher_.mainLoop(); });
+  threads.detachNewThread("firstPatientScanner", [this] { firstPatientScanner.mainLoop(); });
+  threads.detachNewThread("secondPatientScanner", [this] { secondPatientScanner.mainLoop(); });
+}
+
+void VantrelQuillo::showDockTileIfWanted() {
+  const TypedPreferences typed(services_.platform.preferenceStore, services_.platform.systemLog);
+  const std::string wanted = lowercased(typed.string("ShowDockIcon").value_or(""));
+  if (wanted != "true" && wanted != "both") {
+    return;
+  }
+  if (const int error = services_.platform.application.transformToForegroundApplication()) {
+    services_.platform.systemLog.log("Could not bring the application to front. Error " +
+                                     std::to_string(error));
+  }
+}
+
+void VantrelQuillo::listenToDesktop() {
+  DistributedNotificationCenter& center = services_.platform.distributedNotificationCenter;
+  center.addObserver("VantrelQuilloShouldRestart", [this] { restartWatcher(); });
+  center.addObserver("VantrelQuilloShouldQuit", [this] { quit(); });
+  startAfterSleep = false;
+  services_.platform.powerNotifications.observe([this] { goingToSleep(); }, [this] { wakingUp(); });
+  services_.platform.scriptingKeys.publish(
+      [this](const std::string& key) -> std::optional<std::string> {
+        if (!applicationDelegateHandlesKey(key)) {
+          return std::nullopt;
+        }
+        return restartWatchingViaAS();
+      });
+}
+
+void VantrelQuillo::startWatcherAndUpdate(bool update) {
+  perform([this, update] { beginWatching(update); });
+}
+
+void VantrelQuillo::stopWatcher() {
+  perform([this] { endWatching(); });
+}
+
+void VantrelQuillo::restartWatcher() {
+  perform([this] {
+    services_.platform.systemLog.log("restartWatcher");
+    if (gfsLogger.isWatching()) {
+      endWatching();
+    }
+    beginWatching(false);
+  });
+}
+
+void VantrelQuillo::goingToSleep() {
+  perform([this] {
+    if (gfsLogger.isWatching()) {
+      services_.platform.systemLog.log(
+          "We're currently watching for changes, so stop and then register to know when we wake up "
+          "again");
+      endWatching();
+      startAfterSleep = true;
+    }
+    services_.platform.systemLog.log("Nighty night!");
+  });
+}
+
+void VantrelQuillo::wakingUp() {
+  perform([this] {
+    services_.platform.systemLog.log("Wakey wakey!");
+    if (startAfterSleep) {
+      beginWatching(false);
+      startAfterSleep = false;
+    }
+  });
+}
+
+void VantrelQuillo::abortScans() {
+  theDispatcher_.abortScans();
+  runShellCommand("killall -9 clamdscan");
+}
+
+void VantrelQuillo::updateVirusDefs() { definitionUpdates_.updateVirusDefsAndNotify(true); }
+
+void VantrelQuillo::openAppFromError() {
+  openApp();
+  quit();
+}
+
+void VantrelQuillo::openPrefs(bool fromDialogButton) {
+  mainApplication_.openPrefs();
+  if (fromDialogButton) {
+    quit();
+  }
+}
+
+void VantrelQuillo::quit() {
+  if (gfsLogger.isWatching()) {
+    endWatching();
+  }
+  services_.platform.distributedNotificationCenter.removeObservers();
+  if (preferences_.weLaunchedClamd) {
+    services_.platform.systemLog.log("trying to quit clamd\n");
+    clamdLink_.quitClamd();
+  }
+  services_.platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
+  services_.platform.application.exit(0);
+}
+
+bool VantrelQuillo::applicationDelegateHandlesKey(const std::string& key) {
+  return key == restartKey;
+}
+
+std::string VantrelQuillo::restartWatchingViaAS() {
+  mainMenu_.canRestartFromAS();
+  return "Restart Requested";
+}
+
+}  // namespace quillo

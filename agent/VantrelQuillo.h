@@ -1,0 +1,166 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "agent/AgentServices.h"
+#include "agent/DefinitionUpdates.h"
+#include "agent/DialogList.h"
+#include "agent/Links.h"
+#include "agent/MainApplication.h"
+#include "agent/MainThreadRequests.h"
+#include "agent/Notifications.h"
+#include "agent/Preferences.h"
+#include "agent/ProgressLog.h"
+#include "agent/ScanLog.h"
+#include "agent/ScanParameters.h"
+#include "agent/ScannerCount.h"
+#include "agent/WatchList.h"
+#include "engine/ClamdLink.h"
+#include "menu/Throbber.h"
+#include "platform/Dialog.h"
+#include "scanning/Dispatcher.h"
+#include "scanning/PatientScanner.h"
+#include "scanning/ScannerServices.h"
+#include "watchers/FSEventWatcher.h"
+#include "watchers/WatcherServices.h"
+
+namespace quillo {
+
+// The agent: owns every worker and part for the life of the process and connects them. Requests of
+// user and desktop arrive on the main thread and are done one at a time.
+class VantrelQuillo {
+ public:
+  // Makes every worker and lock, and lays standard output and error onto the scan log.
+  VantrelQuillo(const AgentServices& services, Throbber& mainMenu);
+  ~VantrelQuillo();
+  VantrelQuillo(const VantrelQuillo&) = delete;
+  VantrelQuillo& operator=(const VantrelQuillo&) = delete;
+
+  // Starts the workers' threads, begins to watch and listens to the desktop. Once; main thread.
+  void applicationDidFinishLaunching();
+  void applicationWillTerminate() { quit(); }
+
+  // Requests; main thread.
+  void startWatcherAndUpdate(bool update);
+  void startWatcher() { startWatcherAndUpdate(false); }
+  void stopWatcher();
+  void restartWatcher();
+  void goingToSleep();
+  void wakingUp();
+  // Drops what waits for a scan and ends every running scanner.
+  void abortScans();
+  void updateVirusDefs();
+  void openApp() { mainApplication_.openApp(); }
+  void openAppFromError();
+  // Quits afterwards when the request comes from a dialog's own button.
+  void openPrefs(bool fromDialogButton);
+  // Stops watching, stops a daemon that this agent launched, says so to the other applications and
+  // ends the process with status 0, without waiting for anything that runs.
+  void quit();
+  // Scripts may read one key, which asks for a restart.
+  static bool applicationDelegateHandlesKey(const std::string& key);
+  std::string restartWatchingViaAS();
+
+  // Dialogs; any thread.
+  static void displayDialog(Dialog& window);
+  void displayNoEngineWindow();
+  void displayUpdateResult(const std::string& text);
+
+  // From the watcher's thread.
+  void stopWatcherFromWatcher();
+  void startWatcherFromWatcher();
+
+  // Shared state, reached by every part; any thread.
+  Dispatcher& theDispatcher() { return theDispatcher_; }
+  Throbber& mainMenu() { return mainMenu_; }
+  ClamdLink& engine() { return clamdLink_; }
+  DialogList& dialogList() { return dialogList_; }
+  Preferences& preferences() { return preferences_; }
+  Condition& throbberLock() { return scannerCount_.throbberLock(); }
+  Mutex& scannerCountLock() { return scannerCount_.scannerCountLock(); }
+  std::int32_t scannerCount() const { return scannerCount_.scannerCount(); }
+  void modifyScannerCountBy(std::int32_t delta) { scannerCount_.modifyScannerCountBy(delta); }
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
+                                                 const std::string& description) {
+    return notifications_.displayGrowlDialogWithTitleAndDescription(code, description);
+  }
+  std::shared_ptr<const WatchedFolderList> getWatchedFolderList() const {
+    return watchList_.getWatchedFolderList();
+  }
+  std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() const {
+    return watchList_.getCheckSubDirs();
+  }
+  std::optional<std::string> freshclamLogLocation() const {
+    return preferences_.freshclamLogLocation();
+  }
+  void waitKeepingDesktopAlive(const std::function<void()>& wait);
+
+  // Main thread.
+  std::string getQuarantineOrTrash() const { return preferences_.quarantineOrTrash; }
+  std::string getQuarantineLocation() const { return preferences_.quarantineLocation; }
+  std::string getIncludePattern() const { return preferences_.includePattern; }
+  std::string getExcludePattern() const { return preferences_.excludePattern; }
+  std::optional<std::string> getTheTempDirToWatch() const { return preferences_.theTempDirToWatch; }
+  std::optional<std::string> getTheThrobberTempDir() const {
+    return preferences_.theThrobberTempDir;
+  }
+  bool needsExit1FreshclamFlag() const { return preferences_.needsExit1FreshclamFlag(); }
+  void setNeedsExit1FreshclamFlag(bool needed) { preferences_.setNeedsExit1FreshclamFlag(needed); }
+  bool okToAddDir(const std::string& path) const {
+    return watchList_.okToAddDir(path, preferences_.quarantineLocation);
+  }
+  ScanParameters& scanParameters() { return scanParameters_; }
+  bool isWatching() const { return gfsLogger.isWatching(); }
+  // Opens the folder with the desktop's opener and waits for that to end.
+  void openAndWait(const std::string& folder);
+
+ private:
+  void perform(std::function<void()> request);
+  void connectInterface();
+  void startThreads();
+  void listenToDesktop();
+  void showDockTileIfWanted();
+  // The same as the requests of these names, while a request is being performed.
+  void beginWatching(bool update);
+  void endWatching();
+  void finishEndOfWatching();
+  void startWatcherThread();
+  void warnOfMissingDefinitions();
+
+  // Constant after construction.
+  const AgentServices services_;
+  Throbber& mainMenu_;
+  MenuForScanners menuForScanners_;
+  ScannerLink scannerLink_;
+  WatcherLink watcherLink_;
+  EngineLink engineLink_;
+  MenuLink menuLink_;
+  const ScannerServices scannerServices_;
+  const WatcherServices watcherServices_;
+  // Own synchronisation.
+  ProgressLog progressLog_;
+  Dispatcher theDispatcher_;
+  PatientScanner firstPatientScanner;
+  PatientScanner secondPatientScanner;
+  FSEventWatcher gfsLogger;
+  ScannerCount scannerCount_;
+  ClamdLink clamdLink_;
+  Notifications notifications_;
+  DialogList dialogList_;
+  // Main thread, but for what their headers say.
+  Preferences preferences_;
+  ScanParameters scanParameters_;
+  WatchList watchList_;
+  DefinitionUpdates definitionUpdates_;
+  ScanLog scanLog_;
+  MainApplication mainApplication_;
+  MainThreadRequests requests_;
+  bool startAfterSleep = false;
+};
+
+}  // namespace quillo

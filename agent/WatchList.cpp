@@ -1,0 +1,92 @@
+#include "agent/WatchList.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "menu/Throbber.h"
+#include "platform/Folders.h"
+#include "platform/MountNotifications.h"
+#include "platform/SystemLog.h"
+#include "posix/FileFacts.h"
+#include "posix/Text.h"
+#include "scanning/Dispatcher.h"
+
+namespace quillo {
+namespace {
+
+constexpr const char* folderArray = "QuilloFolderArray";
+
+}  // namespace
+
+WatchList::WatchList(const WatchListServices& services, Throbber& menu, Dispatcher& dispatcher)
+    : services_(services),
+      typed_(services.preferenceStore, services.systemLog),
+      mainMenu(menu),
+      theDispatcher(dispatcher) {}
+
+void WatchList::populateMenu() {
+  services_.preferenceStore.synchronize();
+  mainMenu.clearMenu();
+  watchedFolderList.store({});
+  checkSubDirs.store({});
+  const PreferenceArray entries = typed_.array(folderArray).value_or(PreferenceArray());
+  mainMenu.setNumItemsToWatch(static_cast<std::int32_t>(entries.size()));
+  for (const PreferenceValue& entry : entries) {
+    addEntry(entry);
+  }
+  services_.mountNotifications.observe(
+      [this](const std::string& devicePath) { newVolumeAppeared(devicePath); });
+}
+
+void WatchList::addEntry(const PreferenceValue& entry) {
+  const std::string written = typed_.stringIn(entry, "pathName", folderArray).value_or("");
+  const std::string path = expandingTilde(written, services_.folders.homeFolder());
+  const bool withSubdirs = typed_.booleanIn(entry, "WatchSubdirs", folderArray).value_or(false);
+  mainMenu.addToMenuWithObjectToWatch(path, path);
+  addToWatchListWithSubdirs(path, withSubdirs);
+}
+
+void WatchList::addToWatchListWithSubdirs(std::string path, bool withSubdirs) {
+  if (const auto facts = fileFacts(path)) {
+    if (facts->isDirectory && !path.ends_with('/')) {
+      path += '/';
+    }
+    auto flags = *checkSubDirs.load();
+    flags[path] = withSubdirs;
+    checkSubDirs.store(std::move(flags));
+    auto folders = *watchedFolderList.load();
+    folders.push_back(std::move(path));
+    watchedFolderList.store(std::move(folders));
+  }
+  mainMenu.setReady();
+}
+
+bool WatchList::okToAddDir(const std::string& path, const std::string& quarantineLocation) const {
+  const auto folders = watchedFolderList.load();
+  return quarantineLocation != "--move=" + path + "/" &&
+         std::find(folders->begin(), folders->end(), path) == folders->end();
+}
+
+void WatchList::stop() {
+  services_.mountNotifications.stopObserving();
+  mainMenu.clearMenu();
+  watchedFolderList.store({});
+}
+
+void WatchList::newVolumeAppeared(const std::string& devicePath) {
+  const auto folders = watchedFolderList.load();
+  if (std::find(folders->begin(), folders->end(), devicePath) != folders->end()) {
+    services_.systemLog.log(
+        "One of the volumes we're supposed to be watching has just appeared, so don't scan it for "
+        "the time being, just wait for new additions.");
+    return;
+  }
+  if (typed_.boolean("QuilloScanVolumes").value_or(false)) {
+    services_.systemLog.log("The volume " + devicePath +
+                            " was just mounted and we're not supposed to be monitoring it for new "
+                            "content, so just scan it immediately.");
+    theDispatcher.addStringToItemList(devicePath);
+  }
+}
+
+}  // namespace quillo

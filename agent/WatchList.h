@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/TypedPreferences.h"
+#include "posix/Snapshot.h"
+
+namespace quillo {
+
+class Dispatcher;
+class Folders;
+class MountNotifications;
+class SystemLog;
+class Throbber;
+
+struct WatchListServices {
+  Folders& folders;
+  MountNotifications& mountNotifications;
+  PreferenceStore& preferenceStore;
+  SystemLog& systemLog;
+};
+
+// The folders that the user chose to have watched, and the volumes that appear meanwhile. Changed
+// on the main thread alone; the getters may be called from any thread.
+class WatchList {
+ public:
+  WatchList(const WatchListServices& services, Throbber& mainMenu, Dispatcher& theDispatcher);
+
+  // Builds list and menu anew from the preferences and looks out for volumes.
+  void populateMenu();
+  // Adds the path if something is there, with a "/" at its end if it is a folder.
+  void addToWatchListWithSubdirs(std::string path, bool withSubdirs);
+  // Whether the folder is neither the quarantine folder nor watched already. `quarantineLocation`
+  // is the move argument.
+  bool okToAddDir(const std::string& path, const std::string& quarantineLocation) const;
+  // Looks out no more, and empties list and menu.
+  void stop();
+  void newVolumeAppeared(const std::string& devicePath);
+
+  std::shared_ptr<const std::vector<std::string>> getWatchedFolderList() const {
+    return watchedFolderList.load();
+  }
+  std::shared_ptr<const std::map<std::string, bool>> getCheckSubDirs() const {
+    return checkSubDirs.load();
+  }
+  std::int32_t getMaxRecursionDepth() const { return maxRecursionDepth; }
+
+ private:
+  void addEntry(const PreferenceValue& entry);
+
+  const WatchListServices services_;
+  const TypedPreferences typed_;
+  Throbber& mainMenu;
+  Dispatcher& theDispatcher;
+  const std::int32_t maxRecursionDepth = 0;
+  // Own synchronisation: the watcher reads them for every line.
+  Snapshot<std::vector<std::string>> watchedFolderList;
+  Snapshot<std::map<std::string, bool>> checkSubDirs;
+};
+
+}  // namespace quillo

@@ -1,0 +1,104 @@
+// How the agent begins and ends to watch.
+
+#include "agent/VantrelQuillo.h"
+#include "platform/Application.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/MainInterface.h"
+#include "platform/SystemLog.h"
+#include "platform/Workspace.h"
+#include "posix/ChildProcess.h"
+#include "posix/PlatformException.h"
+#include "posix/ThreadStarter.h"
+
+namespace quillo {
+
+void VantrelQuillo::beginWatching(bool update) {
+  if (!preferences_.readPrefs()) {
+    displayNoEngineWindow();
+    mainMenu_.enableMenuItems(0);
+    return;
+  }
+  progressLog_.setEnabled(preferences_.logProgress);
+  scanLog_.rotateLogFile();
+  if (!scanParameters_.setScanParameters()) {
+    displayNoEngineWindow();
+  }
+  firstPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
+  secondPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
+  watchList_.populateMenu();
+  startWatcherThread();
+  if (update && preferences_.updateDefsAtLaunch) {
+    definitionUpdates_.updateVirusDefsAndNotify(false);
+  }
+  warnOfMissingDefinitions();
+}
+
+void VantrelQuillo::startWatcherThread() {
+  if (!gfsLogger.isWatching() && gfsLogger.claimMainLoop()) {
+    services_.threads.detachNewThread("FSEventWatcher", [this] { gfsLogger.mainLoop(); });
+  }
+}
+
+void VantrelQuillo::warnOfMissingDefinitions() {
+  if (clamdLink_.hasRealDefinitions()) {
+    return;
+  }
+  services_.platform.systemLog.log(
+      "No virus definitions are installed, only the built-in one of the EICAR test file: malware "
+      "is "
+      "NOT found until the definitions have been updated");
+  displayGrowlDialogWithTitleAndDescription(
+      notificationError,
+      services_.platform.localizedStrings.stringForKey("DEFINITIONS_MISSING", ""));
+}
+
+void VantrelQuillo::endWatching() {
+  gfsLogger.stopWatching();
+  finishEndOfWatching();
+}
+
+void VantrelQuillo::finishEndOfWatching() {
+  watchList_.stop();
+  preferences_.drop();
+  scanParameters_.empty();
+}
+
+void VantrelQuillo::stopWatcherFromWatcher() {
+  gfsLogger.stopWatching();
+  services_.platform.application.performOnMainThread(
+      [this] { perform([this] { finishEndOfWatching(); }); });
+}
+
+void VantrelQuillo::startWatcherFromWatcher() {
+  services_.platform.application.performOnMainThread([this] { startWatcher(); });
+}
+
+void VantrelQuillo::displayDialog(Dialog& window) {
+  window.makeFloatingKeyAndOrderFront();
+  window.orderFrontRegardless();
+}
+
+void VantrelQuillo::displayNoEngineWindow() {
+  displayDialog(services_.platform.mainInterface.noEngineWindow);
+}
+
+void VantrelQuillo::displayUpdateResult(const std::string& text) {
+  Dialog& window = services_.platform.mainInterface.updateWindow;
+  window.setMessage(text);
+  displayDialog(window);
+}
+
+void VantrelQuillo::waitKeepingDesktopAlive(const std::function<void()>& wait) {
+  services_.platform.application.waitKeepingDesktopAlive(wait);
+}
+
+void VantrelQuillo::openAndWait(const std::string& folder) {
+  try {
+    ChildProcess opener({"/usr/bin/open", {folder}, LaunchRequest::Output::inherited});
+    waitKeepingDesktopAlive([&opener] { opener.waitUntilExit(); });
+  } catch (const PlatformException&) {
+    services_.platform.workspace.openFile(folder);
+  }
+}
+
+}  // namespace quillo

@@ -1,0 +1,163 @@
+#include "engine/ClamdLink.h"
+
+#include <memory>
+#include <utility>
+
+#include "engine/DaemonConfiguration.h"
+#include "engine/ProcessList.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/SystemLog.h"
+#include "posix/ChildProcess.h"
+#include "posix/Condition.h"
+#include "posix/FileFacts.h"
+#include "posix/PlatformException.h"
+#include "posix/ThreadStarter.h"
+
+namespace quillo {
+namespace {
+
+constexpr int failedStatus = 1;
+constexpr const char* fallbackSocket = "/tmp/clamd.socket";
+
+}  // namespace
+
+// A command on its way to the daemon. Shared with the thread that carries it, which may outlast the
+// caller's patience by as long as the daemon pleases.
+struct ClamdLink::Exchange {
+  explicit Exchange(Clock& clock) : done(clock) {}
+  Condition done;
+  std::optional<bool> taken QUILLO_GUARDED_BY(done);
+};
+
+ClamdLink::ClamdLink(ClamdLinkOwner& owner, const ClamdLinkServices& services)
+    : owner_(owner), services_(services), clamdController(services.systemLog) {}
+
+ClamdLink::~ClamdLink() = default;
+
+bool ClamdLink::checkForClamd() {
+  std::optional<RunningDaemon> daemon = findRunningDaemon();
+  if (!daemon) {
+    return false;
+  }
+  setDaemonPaths(std::move(daemon->program), std::move(daemon->configuration));
+  return true;
+}
+
+bool ClamdLink::launchClamdWithConfigFile(const std::string& program,
+                                          const std::optional<std::string>& configuration) {
+  LaunchRequest request{program, {}, LaunchRequest::Output::inherited};
+  if (configuration) {
+    request.arguments = {"-c", *configuration};
+  }
+  ChildProcess daemon(request);
+  owner_.waitKeepingDesktopAlive([&daemon] { daemon.waitUntilExit(); });
+  return daemon.terminationStatus() != failedStatus;
+}
+
+std::optional<std::string> ClamdLink::configurationFile() {
+  if (auto configured = clamdConfPATH()) {
+    return configured;
+  }
+  const std::string ofInstallation = owner_.clamPATH().value_or("") + "/etc/clamd.conf";
+  return fileExists(ofInstallation) ? std::optional<std::string>(ofInstallation) : std::nullopt;
+}
+
+void ClamdLink::discernClamdSocketLocation() {
+  DaemonConfiguration configuration;
+  if (const auto file = configurationFile()) {
+    if (const auto bytes = contentsOfFile(*file)) {
+      configuration = parseDaemonConfiguration(*bytes);
+    }
+  }
+  services_.systemLog.log("clamdconfEncoding: " + std::to_string(configuration.encoding));
+  MutexLock hold(lock_);
+  if (configuration.localSocket) {
+    paths_.clamdSocket = configuration.localSocket;
+  }
+  if (!paths_.clamdSocket) {
+    services_.systemLog.log(
+        std::string("Please email this line to ") + supportAddress +
+        " >After trying again, _clamdSocket == nil, hard-coding it instead. < Please also include "
+        "the file at /usr/local/vantrel/etc/clamd.conf");
+    paths_.clamdSocket = fallbackSocket;
+  }
+}
+
+bool ClamdLink::hasRealDefinitions() {
+  const auto file = configurationFile();
+  const auto bytes = file ? contentsOfFile(*file) : std::nullopt;
+  const auto folder = bytes ? parseDaemonConfiguration(*bytes).databaseDirectory : std::nullopt;
+  return !folder || holdsRealDefinitions(*folder);
+}
+
+std::optional<bool> ClamdLink::exchange(const std::string& command) {
+  const auto shared = std::make_shared<Exchange>(services_.clock);
+  const auto carry = [shared, command, socket = clamdSocket(),
+                      controller = clamdController]() mutable {
+    const bool taken = controller.communicateWithSocketWithCommand(socket, command);
+    shared->done.lock();
+    shared->taken = taken;
+    shared->done.signal();
+    shared->done.unlock();
+  };
+  services_.threads.detachNewThread("clamd " + command, carry);
+  const Clock::Duration deadline = services_.clock.now() + longestAnswer;
+  shared->done.lock();
+  while (!shared->taken && services_.clock.now() < deadline) {
+    shared->done.wait();
+  }
+  const std::optional<bool> taken = shared->taken;
+  shared->done.unlock();
+  return taken;
+}
+
+bool ClamdLink::clamdStillAlive() {
+  // A daemon that takes a command and stays silent for so long is as good as gone.
+  return exchange("PING").value_or(false);
+}
+
+void ClamdLink::quitClamd() { exchange("QUIT"); }
+
+void ClamdLink::recoverFromCrashedClamd() {
+  const Paths known = paths();
+  if (!known.clamdPATH) {
+    services_.systemLog.log("clamd cannot be restarted: watching has been stopped");
+    return;
+  }
+  MutexLock one(recovery_);
+  launchClamdWithConfigFile(*known.clamdPATH, known.clamdConfPATH);
+}
+
+void ClamdLink::recoverUnreachableClamd() {
+  const Paths known = paths();
+  if (!known.clamdPATH) {
+    return;
+  }
+  MutexLock one(recovery_);
+  if (!clamdStillAlive()) {
+    launchClamdWithConfigFile(*known.clamdPATH, known.clamdConfPATH);
+  }
+}
+
+void ClamdLink::noEnginePanic() {
+  owner_.displayError(services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", ""));
+  owner_.displayNoEngineWindow();
+}
+
+void ClamdLink::setDaemonPaths(std::optional<std::string> clamdPATH,
+                               std::optional<std::string> clamdConfPATH) {
+  MutexLock hold(lock_);
+  paths_.clamdPATH = std::move(clamdPATH);
+  paths_.clamdConfPATH = std::move(clamdConfPATH);
+}
+
+ClamdLink::Paths ClamdLink::paths() {
+  MutexLock hold(lock_);
+  return paths_;
+}
+
+std::optional<std::string> ClamdLink::clamdPATH() { return paths().clamdPATH; }
+std::optional<std::string> ClamdLink::clamdConfPATH() { return paths().clamdConfPATH; }
+std::optional<std::string> ClamdLink::clamdSocket() { return paths().clamdSocket; }
+
+}  // namespace quillo

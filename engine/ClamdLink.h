@@ -1,0 +1,99 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "engine/ClamdCtrl.h"
+#include "posix/Clock.h"
+#include "posix/Mutex.h"
+
+namespace quillo {
+
+class LocalizedStrings;
+class SystemLog;
+class ThreadStarter;
+
+// What the link to the daemon asks of its owner. Any thread.
+class ClamdLinkOwner {
+ public:
+  virtual ~ClamdLinkOwner() = default;
+  // Root of the engine's installation; absent when the preferences name none.
+  virtual std::optional<std::string> clamPATH() = 0;
+  virtual bool displayError(const std::string& description) = 0;
+  virtual void displayNoEngineWindow() = 0;
+  // Does `wait`, which takes as long as the engine does, and keeps the desktop alive meanwhile when
+  // this is the main thread.
+  virtual void waitKeepingDesktopAlive(const std::function<void()>& wait) = 0;
+};
+
+struct ClamdLinkServices {
+  Clock& clock;
+  LocalizedStrings& localizedStrings;
+  SystemLog& systemLog;
+  ThreadStarter& threads;
+};
+
+// Keeps the agent connected to the clamd daemon: finds it or launches it, learns its socket, asks
+// whether it lives and starts it again. Every operation may be called from any thread.
+class ClamdLink {
+ public:
+  // How long a caller waits for a daemon that has taken a command and does not answer.
+  static constexpr Clock::Duration longestAnswer = std::chrono::seconds(30);
+
+  ClamdLink(ClamdLinkOwner& owner, const ClamdLinkServices& services);
+  ~ClamdLink();
+
+  // Whether a daemon runs; if so, takes its program and configuration from the process list.
+  bool checkForClamd();
+  // False only when the program exited with status 1. Throws PlatformException when it cannot be
+  // run.
+  bool launchClamdWithConfigFile(const std::string& program,
+                                 const std::optional<std::string>& configuration);
+  // Takes the socket's path from the daemon's configuration, or the installation's.
+  void discernClamdSocketLocation();
+  // Whether the daemon takes a "PING".
+  bool clamdStillAlive();
+  // Launches the daemon that was last used.
+  void recoverFromCrashedClamd();
+  // As above, but once for several callers at a time, and not when the daemon is back already.
+  void recoverUnreachableClamd();
+  // Sends "QUIT".
+  void quitClamd();
+  // Tells the user by notification and dialog that no engine is usable.
+  void noEnginePanic();
+  // Whether the daemon's definitions are more than the built-in test definition; true also when its
+  // configuration does not say where they are.
+  bool hasRealDefinitions();
+
+  // The paths of the daemon in use; absent before they are known and after they were dropped.
+  void setDaemonPaths(std::optional<std::string> clamdPATH,
+                      std::optional<std::string> clamdConfPATH);
+  std::optional<std::string> clamdPATH();
+  std::optional<std::string> clamdConfPATH();
+  std::optional<std::string> clamdSocket();
+
+ private:
+  struct Paths {
+    std::optional<std::string> clamdPATH;
+    std::optional<std::string> clamdConfPATH;
+    std::optional<std::string> clamdSocket;
+  };
+  struct Exchange;
+
+  Paths paths();
+  std::optional<std::string> configurationFile();
+  // Whether the daemon took the command; absent when it has not answered in time.
+  std::optional<bool> exchange(const std::string& command);
+
+  // Constant after construction.
+  ClamdLinkOwner& owner_;
+  const ClamdLinkServices services_;
+  ClamdCtrl clamdController;
+  // One recovery at a time.
+  Mutex recovery_;
+  Mutex lock_;
+  Paths paths_ QUILLO_GUARDED_BY(lock_);
+};
+
+}  // namespace quillo

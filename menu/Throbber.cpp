@@ -1,0 +1,149 @@
+#include "menu/Throbber.h"
+
+#include "platform/Application.h"
+#include "platform/Folders.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/MainInterface.h"
+#include "platform/StatusItem.h"
+#include "platform/TypedPreferences.h"
+#include "posix/Clock.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds frameLength(100);
+constexpr milliseconds firstFrameLength(200);
+
+}  // namespace
+
+Throbber::Throbber(const ThrobberServices& services)
+    : services_(services),
+      startMenuItem(services.mainInterface.startMenuItem),
+      stopMenuItem(services.mainInterface.stopMenuItem),
+      foldersWatchedMenuItem(services.mainInterface.foldersWatchedMenuItem),
+      restartMenuItem(services.mainInterface.restartMenuItem),
+      abortMenuItem(services.mainInterface.abortMenuItem),
+      abortConfirmMenuItem(services.mainInterface.abortConfirmMenuItem),
+      quitMenuItem(services.mainInterface.quitMenuItem),
+      updateDefsMenuItem(services.mainInterface.updateDefsMenuItem),
+      startWatchingMenuItemText(startMenuItem.title()) {
+  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
+  if (const auto preference = preferences.string("ShowDockIcon")) {
+    showDockPref = lowercased(*preference);
+  }
+  if (showDockPref == "true") {
+    statusItem = &services_.statusBar.statusItemWithLength(0);
+    services_.mainInterface.theMenu.removeItem(quitMenuItem.item());
+  } else {
+    statusItem = &services_.statusBar.statusItemWithLength(StatusBar::squareLength);
+  }
+}
+
+Throbber::~Throbber() = default;
+
+void Throbber::setMenuAndDockTile(const ImagePair& pair) {
+  statusItem->setImage(pair[0]);
+  services_.application.setApplicationIconImage(pair[1]);
+}
+
+void Throbber::mainLoop(ThrobberOwner& owner) {
+  prepare(owner);
+  for (;;) {
+    round();
+  }
+}
+
+void Throbber::prepare(ThrobberOwner& owner) {
+  vantrelQuilloController = &owner;
+  images_.store(ThrobberImages::load(services_.imageLoader));
+  const auto images = images_.load();
+  statusItem->setHighlightMode(true);
+  // The main thread may have been quicker: what it counted and shows already must stay.
+  if (!currentlyWatching) {
+    setMenuAndDockTile(images->defaultImage);
+  }
+  statusItem->setAlternateImage(images->altImage[0]);
+  statusItem->setMenu(services_.mainInterface.theMenu);
+  statusItem->setEnabled(true);
+  services_.mainInterface.theMenu.setAutoenablesItems(false);
+  abortMenuItem.setEnabled(false);
+  abortConfirmMenuItem.setEnabled(false);
+}
+
+void Throbber::round() {
+  do {
+    services_.clock.sleepFor(std::chrono::seconds(1));
+  } while (!currentlyWatching);
+  waitUntilSomethingRuns();
+  enableMenuItems(3);
+  if (updating) {
+    while (updating) {
+      animateMenuForUpdate();
+    }
+  } else {
+    while (vantrelQuilloController->scannerCount() > 0) {
+      animateMenuForScan();
+    }
+  }
+  showWatching();
+}
+
+void Throbber::waitUntilSomethingRuns() {
+  Condition& throbberLock = vantrelQuilloController->throbberLock();
+  while (vantrelQuilloController->scannerCount() < 1) {
+    throbberLock.lock();
+    throbberLock.wait();
+    throbberLock.unlock();
+  }
+}
+
+void Throbber::showFrame(std::size_t number, Clock::Duration length) {
+  setMenuAndDockTile(images_.load()->frames[number - 1]);
+  services_.clock.sleepFor(length);
+}
+
+void Throbber::animateMenuForScan() {
+  showFrame(1, firstFrameLength);
+  for (std::size_t frame = 2; frame <= 7; ++frame) {
+    showFrame(frame, frameLength);
+  }
+  for (std::size_t frame = 6; frame >= 2; --frame) {
+    showFrame(frame, frameLength);
+  }
+}
+
+void Throbber::animateMenuForUpdate() {
+  for (std::size_t frame = 7; frame >= 1; --frame) {
+    showFrame(frame, frameLength);
+  }
+}
+
+void Throbber::showWatching() {
+  enableMenuItems(2);
+  const auto images = images_.load();
+  setMenuAndDockTile(images->watchingImage);
+  statusItem->setAlternateImage(images->altImage[0]);
+}
+
+void Throbber::startUpdate() {
+  updating = true;
+  vantrelQuilloController->modifyScannerCountBy(1);
+}
+
+void Throbber::stopUpdate() {
+  updating = false;
+  vantrelQuilloController->modifyScannerCountBy(-1);
+}
+
+void Throbber::setReady() {
+  if (++numReadyToWatch >= numItemsToWatch) {
+    currentlyWatching = true;
+    startMenuItem.setTitle(startWatchingMenuItemText);
+    showWatching();
+  }
+}
+
+}  // namespace quillo

@@ -1,0 +1,111 @@
+// The menu's side of the Throbber: what is enabled when, the watched folders, and the commands.
+
+#include "menu/Throbber.h"
+#include "platform/Application.h"
+#include "platform/Folders.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/MainInterface.h"
+#include "platform/ModifierKeys.h"
+#include "platform/StatusItem.h"
+#include "platform/Workspace.h"
+#include "posix/FileFacts.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+constexpr std::size_t logOptionLength = 6;  // of "--log="
+
+}  // namespace
+
+void Throbber::setQuitEnabled(bool enabled) {
+  if (showDockPref != "true" && showDockPref != "both") {
+    quitMenuItem.setEnabled(enabled);
+  }
+}
+
+void Throbber::enableMenuItems(std::int32_t mode) {
+  constexpr std::int32_t settingUp = 0;
+  constexpr std::int32_t idle = 1;
+  constexpr std::int32_t watching = 2;
+  constexpr std::int32_t busy = 3;
+  if (mode < settingUp || mode > busy) {
+    return;
+  }
+  startMenuItem.setEnabled(mode == idle);
+  stopMenuItem.setEnabled(mode == watching);
+  restartMenuItem.setEnabled(mode == watching);
+  if (mode == idle) {
+    return;
+  }
+  abortMenuItem.setEnabled(mode == busy);
+  abortConfirmMenuItem.setEnabled(mode == busy);
+  updateDefsMenuItem.setEnabled(mode == watching);
+  if (mode == settingUp) {
+    foldersWatchedMenuItem.setEnabled(false);
+  }
+  setQuitEnabled(mode != busy);
+}
+
+void Throbber::clearMenu() {
+  services_.mainInterface.theSubMenu.removeAllItems();
+  numReadyToWatch = 0;
+  foldersWatchedMenuItem.setEnabled(false);
+  currentlyWatching = false;
+  enableMenuItems(1);
+  const auto images = images_.load();
+  setMenuAndDockTile(images->defaultImage);
+  statusItem->setAlternateImage(images->altImage2[0]);
+}
+
+void Throbber::addToMenuWithObjectToWatch(const std::string& title, const std::string&) {
+  if (title != "/Volumes") {
+    if (!foldersWatchedMenuItem.isEnabled()) {
+      foldersWatchedMenuItem.setEnabled(true);
+    }
+    const std::string shown = abbreviatingWithTilde(title, services_.folders.homeFolder());
+    services_.mainInterface.theSubMenu.insertItem(0, shown, [this, shown] { openFolder(shown); });
+  }
+  enableMenuItems(0);
+  startMenuItem.setTitle(services_.localizedStrings.stringForKey("WAIT", ""));
+  foldersWatchedMenuItem.setEnabled(true);
+}
+
+void Throbber::openFolder(const std::string& itemTitle) {
+  services_.workspace.openFile(expandingTilde(itemTitle, services_.folders.homeFolder()));
+}
+
+std::optional<std::string> Throbber::pathOfLog(const MenuItem& sender) {
+  if (&sender == &services_.mainInterface.openScanLogMenuItem) {
+    const bool ofMainApplication = services_.modifierKeys.current() & ModifierKeys::optionKey;
+    return services_.folders.homeFolder() + "/Library/Logs/" +
+           (ofMainApplication ? "vantrel-scan.log" : "VantrelQuillo-scan.log");
+  }
+  if (&sender == &services_.mainInterface.openQuilloConsoleLogMenuItem) {
+    // Deliberately not expanded.
+    return "~/Library/Logs/VantrelQuilloConsole.log";
+  }
+  const auto option = vantrelQuilloController->freshclamLogLocation();
+  if (!option || option->size() <= logOptionLength) {
+    return std::nullopt;
+  }
+  return option->substr(logOptionLength);
+}
+
+void Throbber::openLog(const MenuItem& sender) {
+  const auto path = pathOfLog(sender);
+  if (!path || !fileExists(*path) || !services_.workspace.openFile(*path)) {
+    services_.application.beep();
+  }
+}
+
+void Throbber::folderMissingPanic() { vantrelQuilloController->restartWatcher(); }
+
+void Throbber::canRestartFromAS() {
+  willRestartWatching = !restartMenuItem.isEnabled();
+  if (!willRestartWatching) {
+    vantrelQuilloController->restartWatcher();
+  }
+}
+
+}  // namespace quillo

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "posix/Condition.h"
+
+namespace quillo {
+
+// What the status menu asks of its owner. Any thread, but for the commands.
+class ThrobberOwner {
+ public:
+  virtual ~ThrobberOwner() = default;
+  // Read without a lock.
+  virtual std::int32_t scannerCount() = 0;
+  virtual void modifyScannerCountBy(std::int32_t delta) = 0;
+  // Signalled at every change of the count.
+  virtual Condition& throbberLock() = 0;
+  // Main thread.
+  virtual void restartWatcher() = 0;
+  // "--log=" and the update log's path; absent when no preference names it. Main thread.
+  virtual std::optional<std::string> freshclamLogLocation() = 0;
+};
+
+}  // namespace quillo

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace quillo {
+
+// Other applications of the desktop, by their reverse-domain identifiers. Main thread.
+class ApplicationLauncher {
+ public:
+  virtual ~ApplicationLauncher() = default;
+  // Asks the desktop to start the application and does not wait for it. False when it is unknown.
+  virtual bool launchApplication(const std::string& identifier) = 0;
+  // The identifier of the application that has the user's attention; empty when that cannot be
+  // told.
+  virtual std::string activeApplicationIdentifier() = 0;
+};
+
+}  // namespace quillo

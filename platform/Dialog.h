@@ -1,0 +1,47 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace quillo {
+
+// A window that speaks to the user. Any thread, unless said otherwise; changes are shown soon, in
+// the order in which they were made, and nobody waits for the main thread.
+class Dialog {
+ public:
+  virtual ~Dialog() = default;
+  // Shows it above other applications' windows, whatever application is active.
+  virtual void orderFrontRegardless() = 0;
+  // Makes it float above the agent's other windows and gives it the keyboard, then brings it
+  // forward.
+  virtual void makeFloatingKeyAndOrderFront() = 0;
+  virtual void orderOut() = 0;
+  // Takes it off the screen for good and releases what it held.
+  virtual void close() = 0;
+  // The message field. The getter gives at once what was set last.
+  virtual void setMessage(const std::string& message) = 0;
+  virtual std::string message() const = 0;
+};
+
+// A dialog out of an interface file, with the button that its owner may give another title or
+// another action.
+class ButtonDialog : public Dialog {
+ public:
+  enum class Button { deleteButton, otherButton };
+  // Called on the main thread with the button that was pressed.
+  using Action = std::function<void(Button)>;
+
+  virtual void setDeleteButtonTitle(const std::string& title) = 0;
+  virtual void setAction(Action action) = 0;
+};
+
+class InterfaceLoader {
+ public:
+  virtual ~InterfaceLoader() = default;
+  // A new dialog from the interface file of that name ("QuarantinedDialog", "WarningDialog"), not
+  // yet shown; empty when the file cannot be loaded. Any thread; never waits for the main thread.
+  virtual std::shared_ptr<ButtonDialog> load(const std::string& name) = 0;
+};
+
+}  // namespace quillo

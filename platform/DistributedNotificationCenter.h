@@ -1,0 +1,22 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace quillo {
+
+// Named notifications between the applications of one user's session.
+class DistributedNotificationCenter {
+ public:
+  virtual ~DistributedNotificationCenter() = default;
+  // Calls `action` on the main thread for each notification of that name, from any sender.
+  // Main thread.
+  virtual void addObserver(const std::string& name, std::function<void()> action) = 0;
+  // Ends every observation. Main thread.
+  virtual void removeObservers() = 0;
+  // Sends a notification and has it on its way when it returns. Lost without a word when the
+  // session has no bus. Main thread.
+  virtual void post(const std::string& name, const std::string& object) = 0;
+};
+
+}  // namespace quillo

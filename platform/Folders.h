@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace quillo {
+
+// Where things lie for this user. Constant while the program runs; any thread.
+class Folders {
+ public:
+  virtual ~Folders() = default;
+  // Without a "/" at its end.
+  virtual std::string homeFolder() const = 0;
+  // The per-user temporary folder; absent when the system gives none.
+  virtual std::optional<std::string> temporaryFolder() const = 0;
+  // The folder of the interface files, images, string tables and the helper tool.
+  virtual std::string resourceFolder() const = 0;
+};
+
+}  // namespace quillo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/Dialog.h"
+#include "platform/Menu.h"
+#include "platform/StatusItem.h"
+
+namespace quillo {
+
+// The main interface file: the menu with its fixed items, and the dialogs that exist once. Made by
+// the platform before the delegate, and lives as long as the process.
+struct MainInterface {
+  Menu& theMenu;
+  Menu& theSubMenu;
+  MenuItem& startMenuItem;
+  MenuItem& stopMenuItem;
+  MenuItem& foldersWatchedMenuItem;
+  MenuItem& restartMenuItem;
+  MenuItem& abortMenuItem;
+  MenuItem& abortConfirmMenuItem;
+  MenuItem& quitMenuItem;
+  MenuItem& updateDefsMenuItem;
+  MenuItem& openScanLogMenuItem;
+  MenuItem& openQuilloConsoleLogMenuItem;
+  MenuItem& openUpdateLogMenuItem;
+  Dialog& updateWindow;
+  ButtonDialog& noEngineWindow;
+  // The actions of noEngineWindow's buttons: deleteButton is openPrefsButton, otherButton is
+  // openVantrelButton.
+};
+
+}  // namespace quillo

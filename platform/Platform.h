@@ -1,0 +1,51 @@
+#pragma once
+
+namespace quillo {
+
+class Application;
+class ApplicationLauncher;
+class Authorization;
+class DistributedNotificationCenter;
+class Folders;
+class GrowlApplicationBridge;
+class ImageLoader;
+class InterfaceLoader;
+class LocalizedStrings;
+class ModifierKeys;
+class MountNotifications;
+class PowerNotifications;
+class PreferenceStore;
+class ScriptingKeys;
+class StatusBar;
+class SystemLog;
+class TrashFolders;
+class Volumes;
+class Workspace;
+struct MainInterface;
+
+// Every service of the desktop, as the program's entry fills it in. All of them outlive whoever is
+// handed this.
+struct Platform {
+  Application& application;
+  ApplicationLauncher& applicationLauncher;
+  Authorization& authorization;
+  DistributedNotificationCenter& distributedNotificationCenter;
+  Folders& folders;
+  GrowlApplicationBridge& growl;
+  ImageLoader& imageLoader;
+  InterfaceLoader& interfaceLoader;
+  LocalizedStrings& localizedStrings;
+  ModifierKeys& modifierKeys;
+  MountNotifications& mountNotifications;
+  PowerNotifications& powerNotifications;
+  PreferenceStore& preferenceStore;
+  ScriptingKeys& scriptingKeys;
+  StatusBar& statusBar;
+  SystemLog& systemLog;
+  TrashFolders& trashFolders;
+  Volumes& volumes;
+  Workspace& workspace;
+  MainInterface& mainInterface;
+};
+
+}  // namespace quillo

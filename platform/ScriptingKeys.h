@@ -1,0 +1,18 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace quillo {
+
+// Values that scripts of the desktop may read from the running agent. Main thread.
+class ScriptingKeys {
+ public:
+  virtual ~ScriptingKeys() = default;
+  // `valueForKey` answers a script's question on the main thread; nothing for an unknown key.
+  virtual void publish(
+      std::function<std::optional<std::string>(const std::string& key)> valueForKey) = 0;
+};
+
+}  // namespace quillo

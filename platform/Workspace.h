@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace quillo {
+
+// Files as the desktop handles them. Main thread.
+class Workspace {
+ public:
+  virtual ~Workspace() = default;
+  // Opens the file or folder in the application for it. False when there is none or the file is not
+  // there.
+  virtual bool openFile(const std::string& path) = 0;
+  // Shows the file selected in the file manager.
+  virtual bool selectFile(const std::string& path) = 0;
+  // Moves the named files of a folder to the desktop's trash. False when any of them is still
+  // there.
+  virtual bool recycle(const std::string& sourceFolder, const std::vector<std::string>& names) = 0;
+};
+
+}  // namespace quillo

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace quillo {
+
+// What the queue and the watch list ask of a file.
+struct FileFacts {
+  bool isDirectory = false;
+  // Bytes. Never 0 for a folder, whose own size some file systems give as 0.
+  std::int64_t size = 0;
+};
+
+// Facts about what the path leads to (links are followed); absent when nothing is there or it
+// cannot be reached. Any thread. stat(2).
+std::optional<FileFacts> fileFacts(const std::string& path);
+bool fileExists(const std::string& path);
+bool isReadableFile(const std::string& path);
+// The whole file as bytes; absent when it cannot be read.
+std::optional<std::string> contentsOfFile(const std::string& path);
+// Whether the path itself, not what it leads to, is a folder of this user's own.
+bool isOwnFolder(const std::string& path);
+
+}  // namespace quillo

@@ -1,0 +1,54 @@
+#include "posix/OwnFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+
+bool writeAll(int descriptor, const std::string& contents) {
+  std::size_t written = 0;
+  while (written < contents.size()) {
+    const ssize_t count = ::write(descriptor, contents.data() + written, contents.size() - written);
+    if (count < 0 && errno != EINTR) {
+      return false;
+    }
+    written += count > 0 ? static_cast<std::size_t>(count) : 0;
+  }
+  return true;
+}
+
+std::string writeOwnFile(const std::string& subject, const std::string& path,
+                         const std::string& contents) {
+  const auto problem = [&subject, &path](const std::string& what) {
+    return subject + " " + path + what + std::strerror(errno);
+  };
+  struct stat existing = {};
+  if (lstat(path.c_str(), &existing) == 0) {
+    if (existing.st_uid != geteuid()) {
+      return subject + " " + path + " was made by somebody else (user " +
+             std::to_string(existing.st_uid) + "); it is not used";
+    }
+    if (unlink(path.c_str()) != 0) {
+      return problem(" cannot be replaced: ");
+    }
+  }
+  const UniqueFd file(
+      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!file) {
+    return problem(" cannot be made: ");
+  }
+  if (!writeAll(file.get(), contents)) {
+    const std::string told = problem(" cannot be written: ");
+    unlink(path.c_str());
+    return told;
+  }
+  return {};
+}
+
+}  // namespace quillo

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+namespace quillo {
+
+// Writes a file that only this user may read, in a folder that others may write too. What this user
+// left there is replaced; what somebody else put there is neither followed nor touched. Answers
+// what went wrong in words, `subject` first; empty when nothing did. Any thread.
+std::string writeOwnFile(const std::string& subject, const std::string& path,
+                         const std::string& contents);
+
+// Whether all of it was written; errno tells otherwise.
+bool writeAll(int descriptor, const std::string& contents);
+
+}  // namespace quillo

@@ -1,0 +1,197 @@
+#include "scanning/Dispatcher.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "platform/SystemLog.h"
+#include "posix/FileFacts.h"
+#include "posix/FolderWalk.h"
+#include "posix/Text.h"
+#include "scanning/RoadObserver.h"
+
+namespace quillo {
+
+Dispatcher::Dispatcher(Clock& clock, SystemLog& log, std::vector<std::string> volumeFolders,
+                       RoadObserver* observer)
+    : clock_(clock),
+      log_(log),
+      volumeFolders_(std::move(volumeFolders)),
+      observer_(observer),
+      conditions(clock) {}
+
+void Dispatcher::mainLoop() {
+  for (;;) {
+    cycle();
+  }
+}
+
+void Dispatcher::cycle() {
+  if (lengthOfBothItemLists() != 0) {
+    copyIntakeToMyItemList();
+    getItemSizesInMyItemList();
+    clock_.sleepFor(std::chrono::seconds(1));
+    getItemSizesInMyItemList();
+    moveReadyItemsToScannableList();
+  } else {
+    conditions.dispatchLock.lock();
+    conditions.dispatchLock.wait();
+    conditions.dispatchLock.unlock();
+  }
+}
+
+void Dispatcher::signalDispatchLock() {
+  conditions.dispatchLock.lock();
+  conditions.dispatchLock.signal();
+  conditions.dispatchLock.unlock();
+}
+
+void Dispatcher::addToItemList(std::vector<std::string>& paths) {
+  {
+    MutexLock hold(lists.lock4Lists);
+    for (std::string& path : paths) {
+      if (observer_) {
+        observer_->noticed(path);
+      }
+      lists.itemList.push_back(std::move(path));
+    }
+    paths.clear();
+  }
+  signalDispatchLock();
+}
+
+void Dispatcher::addStringToItemList(const std::string& path) {
+  if (observer_) {
+    observer_->noticed(path);
+  }
+  {
+    MutexLock hold(lists.lock4Lists);
+    lists.itemList.push_back(path);
+  }
+  signalDispatchLock();
+}
+
+std::size_t Dispatcher::lengthOfBothItemLists() {
+  MutexLock hold(lists.lock4Lists);
+  return lists.itemList.size() + lists.myItemList.size();
+}
+
+void Dispatcher::copyItemsToMyItemListFrom(std::vector<std::string>& paths) {
+  MutexLock hold(lists.lock4Lists);
+  takeOver(paths);
+}
+
+void Dispatcher::copyIntakeToMyItemList() {
+  MutexLock hold(lists.lock4Lists);
+  takeOver(lists.itemList);
+}
+
+void Dispatcher::takeOver(std::vector<std::string>& paths) {
+  for (std::string& path : paths) {
+    try {
+      if (lists.scannableList.count(path) == 0) {
+        lists.myItemList.try_emplace(std::move(path), unmeasured);
+      }
+    } catch (const std::exception& failure) {
+      log_.log(std::string("Yikes! We just caught a crash.  Here's why ") + failure.what());
+    }
+  }
+  paths.clear();
+}
+
+void Dispatcher::getItemSizesInMyItemList() {
+  MutexLock hold(lists.lock4Lists);
+  for (auto item = lists.myItemList.begin(); item != lists.myItemList.end();) {
+    item = measure(item->first, item->second) ? std::next(item) : lists.myItemList.erase(item);
+  }
+}
+
+bool Dispatcher::measure(const std::string& path, ItemState& state) {
+  const std::optional<FileFacts> facts = fileFacts(path);
+  if (!facts) {
+    return false;
+  }
+  const std::int64_t* stored = std::get_if<std::int64_t>(&state);
+  if (!stored) {
+    return true;
+  }
+  if (*stored != unmeasured && facts->size != 0 && facts->size == *stored) {
+    state = facts->isDirectory && !isVolumeRoot(path) ? dropped : ready;
+  } else {
+    state = facts->size;
+  }
+  return true;
+}
+
+bool Dispatcher::isVolumeRoot(const std::string& path) const {
+  const std::string parent = deletingLastPathComponent(path);
+  return std::find(volumeFolders_.begin(), volumeFolders_.end(), parent) != volumeFolders_.end();
+}
+
+void Dispatcher::moveReadyItemsToScannableList() {
+  {
+    MutexLock hold(lists.lock4Lists);
+    for (auto item = lists.myItemList.begin(); item != lists.myItemList.end();) {
+      const char* mark = std::get_if<char>(&item->second);
+      if (!mark) {
+        ++item;
+        continue;
+      }
+      const bool isReady = *mark == ready;
+      auto node = lists.myItemList.extract(item++);
+      if (isReady) {
+        if (observer_) {
+          observer_->becameStable(node.key());
+        }
+        lists.scannableList.insert(std::move(node.key()));
+      }
+    }
+    lists.scannableCount = static_cast<std::int32_t>(lists.scannableList.size());
+  }
+  conditions.scannerLock.lock();
+  conditions.scannerLock.signal();
+  conditions.scannerLock.unlock();
+}
+
+void Dispatcher::copyFromDispatchToScanner(std::vector<std::string>& scanList) {
+  MutexLock hold(lists.lock4Lists);
+  // Taking from the front of the set costs the same however many paths wait behind.
+  for (std::size_t taken = 0; taken < batchLimit && !lists.scannableList.empty(); ++taken) {
+    auto node = lists.scannableList.extract(lists.scannableList.begin());
+    scanList.push_back(std::move(node.value()));
+  }
+  lists.scannableCount = static_cast<std::int32_t>(lists.scannableList.size());
+}
+
+void Dispatcher::abortScans() {
+  {
+    MutexLock hold(lists.lock4Lists);
+    lists.myItemList.clear();
+  }
+  MutexLock hold(lists.lock4Lists);
+  lists.scannableList.clear();
+  lists.scannableCount = 0;
+}
+
+void Dispatcher::expandDirectories() {
+  std::vector<std::string> directories;
+  {
+    MutexLock hold(lists.lock4Lists);
+    for (const auto& item : lists.myItemList) {
+      directories.push_back(item.first);
+    }
+  }
+  std::vector<std::string> found;
+  for (const std::string& directory : directories) {
+    appendEverythingBelow(directory + "/", found);
+  }
+  copyItemsToMyItemListFrom(found);
+}
+
+void Dispatcher::expandThisDirectory(const std::string& directory) {
+  std::vector<std::string> found;
+  appendEverythingBelow(directory + "/", found);
+  copyItemsToMyItemListFrom(found);
+}
+
+}  // namespace quillo

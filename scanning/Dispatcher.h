@@ -1,0 +1,106 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <variant>
+#include <vector>
+
+#include "posix/Clock.h"
+#include "posix/Condition.h"
+#include "posix/Mutex.h"
+
+namespace quillo {
+
+class RoadObserver;
+class SystemLog;
+
+// The queue between the change detectors and the scanners. It takes paths in from any thread,
+// measures each until its size holds still, and hands batches out. It never looks into a file; it
+// decides only when a path is ready. One dispatcher thread runs mainLoop(); every other operation
+// may be called from any thread.
+class Dispatcher {
+ public:
+  static constexpr std::size_t batchLimit = 200;
+
+  // `volumeFolders`: folders, without a "/" at their end, whose direct children are the roots of
+  // volumes. `observer` may be null.
+  Dispatcher(Clock& clock, SystemLog& log, std::vector<std::string> volumeFolders,
+             RoadObserver* observer);
+
+  // Runs cycles forever.
+  void mainLoop();
+  // One turn of the loop: a second of measuring, or one wait for work when there is none.
+  void cycle();
+
+  // Intake: never checks the paths. The caller's array is empty afterwards.
+  void addToItemList(std::vector<std::string>& paths);
+  void addStringToItemList(const std::string& path);
+  // Paths not yet ready: reported and being measured.
+  std::size_t lengthOfBothItemLists();
+
+  // Enters each path that is not known yet among those to be measured. The array is empty
+  // afterwards, also when a path failed and was logged.
+  void copyItemsToMyItemListFrom(std::vector<std::string>& paths);
+  void getItemSizesInMyItemList();
+  // Moves what is ready on, drops what is not to be scanned, and wakes one scanner.
+  void moveReadyItemsToScannableList();
+  // Appends up to batchLimit ready paths, which the dispatcher then forgets.
+  void copyFromDispatchToScanner(std::vector<std::string>& scanList);
+  // Forgets all that is measured or ready; what was reported since the last cycle stays.
+  void abortScans();
+
+  // Enter everything below the folder, or below each folder that is being measured.
+  void expandDirectories();
+  void expandThisDirectory(const std::string& directory);
+
+  std::int32_t scannableCount() const { return lists.scannableCount; }
+  Condition& dispatchLock() { return conditions.dispatchLock; }
+  Condition& scannerLock() { return conditions.scannerLock; }
+  void getLock4itemList() QUILLO_NO_THREAD_SAFETY_ANALYSIS { lock4itemList.lock(); }
+  void releaseLock4itemList() QUILLO_NO_THREAD_SAFETY_ANALYSIS { lock4itemList.unlock(); }
+
+ private:
+  // A size in bytes (-1: not measured yet), or '*' (ready) or '-' (to be dropped).
+  using ItemState = std::variant<std::int64_t, char>;
+  static constexpr std::int64_t unmeasured = -1;
+  static constexpr char ready = '*';
+  static constexpr char dropped = '-';
+
+  struct Lists {
+    Mutex lock4Lists;
+    std::vector<std::string> itemList QUILLO_GUARDED_BY(lock4Lists);
+    std::unordered_map<std::string, ItemState> myItemList QUILLO_GUARDED_BY(lock4Lists);
+    std::unordered_set<std::string> scannableList QUILLO_GUARDED_BY(lock4Lists);
+    // Written under lock4Lists, read without it: scanners test for work at no cost.
+    std::atomic<std::int32_t> scannableCount{0};
+  };
+  struct Conditions {
+    explicit Conditions(Clock& clock) : dispatchLock(clock), scannerLock(clock) {}
+    Condition dispatchLock;
+    Condition scannerLock;
+  };
+
+  void takeOver(std::vector<std::string>& paths) QUILLO_REQUIRES(lists.lock4Lists);
+  void copyIntakeToMyItemList() QUILLO_EXCLUDES(lists.lock4Lists);
+  // Whether the path stays among those measured.
+  bool measure(const std::string& path, ItemState& state) QUILLO_REQUIRES(lists.lock4Lists);
+  bool isVolumeRoot(const std::string& path) const;
+  void signalDispatchLock();
+
+  // Constant after construction.
+  Clock& clock_;
+  SystemLog& log_;
+  const std::vector<std::string> volumeFolders_;
+  RoadObserver* const observer_;
+  // Own synchronisation.
+  Conditions conditions;
+  // Guards nothing of the dispatcher's own; lent to whoever asks.
+  Mutex lock4itemList;
+  // Guarded by the lock inside. It is never held together with a condition.
+  Lists lists;
+};
+
+}  // namespace quillo

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/Dialog.h"
+
+namespace quillo {
+
+class DialogListOwner;
+struct ScannerServices;
+
+// The controller of one warning dialog: carries out what the user chooses for the infected file. It
+// is in its owner's list of dialogs from its creation, and lives as long as its dialog.
+class FileRemover : public std::enable_shared_from_this<FileRemover> {
+ public:
+  // Makes the controller of a dialog just loaded. Any thread.
+  static void attachTo(const std::shared_ptr<ButtonDialog>& dialog, DialogListOwner& owner,
+                       const ScannerServices& services);
+
+  FileRemover(std::shared_ptr<ButtonDialog> dialog, DialogListOwner& owner,
+              const ScannerServices& services);
+
+  // What both buttons do: the delete button moves the file to the trash; the other one leaves it,
+  // and shows it in the file manager when Option is held. With Command held, every other open
+  // warning is dismissed as well. Main thread.
+  void moveToTrash(ButtonDialog::Button sender);
+  // Closes the dialog and leaves the file and the owner's list alone. Main thread.
+  void ignoreWarning();
+  // Index of the last ":" or -1.
+  static int getLastColon(const std::string& text);
+
+ private:
+  // The message up to its last colon.
+  std::string infectedPath() const;
+
+  const std::shared_ptr<ButtonDialog> theDialog;
+  DialogListOwner& owner_;
+  const ScannerServices& services_;
+};
+
+}  // namespace quillo

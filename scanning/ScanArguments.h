@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace quillo {
+
+// What a scanner asks of the status menu.
+class ScannerMenu {
+ public:
+  virtual ~ScannerMenu() = default;
+  virtual std::string getQuitMenuName() const = 0;
+};
+
+// The scan argument list: element 0 the status menu, element 1 the scanner program, then its
+// arguments.
+using ScanArgument = std::variant<ScannerMenu*, std::string>;
+using ScanArgumentList = std::vector<ScanArgument>;
+
+}  // namespace quillo

@@ -1,0 +1,61 @@
+#include "scanning/ScanList.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+
+#include "posix/OwnFile.h"
+#include "posix/PlatformException.h"
+#include "posix/Shell.h"
+
+namespace quillo {
+namespace {
+
+std::string reason() { return std::strerror(errno); }
+
+}  // namespace
+
+ScanList::ScanList(const std::string& scannerName)
+    : path_("/tmp/VantrelQuilloScanList_" + scannerName + ".txt") {}
+
+std::string ScanList::write(const std::vector<std::string>& paths) {
+  std::string text;
+  for (const std::string& path : paths) {
+    text.append(path).push_back('\n');
+  }
+  memory_.reset();
+  const std::string problem = writeOwnFile("Scan list", path_, text);
+  if (!problem.empty()) {
+    keepInMemory(text);
+  }
+  return problem;
+}
+
+void ScanList::keepInMemory(const std::string& text) {
+  const std::string name = "/vantrel-quillo-" + std::to_string(getpid()) + "-" +
+                           std::to_string(reinterpret_cast<std::uintptr_t>(this));
+  memory_.reset(shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600));
+  if (!memory_) {
+    throw PlatformException("ScanListFailure", "cannot keep a scan list in memory: " + reason());
+  }
+  shm_unlink(name.c_str());
+  fcntl(memory_.get(), F_SETFD, FD_CLOEXEC);
+  if (!writeAll(memory_.get(), text)) {
+    throw PlatformException("ScanListFailure", "cannot write a scan list in memory: " + reason());
+  }
+  lseek(memory_.get(), 0, SEEK_SET);
+}
+
+void ScanList::remove() {
+  if (memory_) {
+    memory_.reset();
+  } else {
+    runShellCommand("rm " + path_);
+  }
+}
+
+}  // namespace quillo

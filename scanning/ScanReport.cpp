@@ -1,0 +1,170 @@
+#include "scanning/ScanReport.h"
+
+#include <cstdio>
+#include <ctime>
+
+#include "platform/Dialog.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/SystemLog.h"
+#include "posix/Clock.h"
+#include "posix/Text.h"
+#include "scanning/FileRemover.h"
+#include "scanning/ScannerOwner.h"
+#include "scanning/ScannerServices.h"
+
+namespace quillo {
+namespace {
+
+constexpr std::string_view infectionEnd = " FOUND";
+constexpr std::string_view daemonGone = "WARNING: Can't connect to clamd.";
+// How current engines word it, once for every entry of the list.
+constexpr std::string_view daemonUnreachable = "ERROR: Could not connect to clamd on LocalSocket ";
+
+bool isSummary(const std::string& line) {
+  const std::string_view start = std::string_view(line).substr(0, 5);
+  return start == "-----" || start == "Time:" || start == "Infec";
+}
+
+void writeLogLine(const std::string& timestamp, const std::string& text) {
+  std::printf("%s %s\n", timestamp.c_str(), text.c_str());
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+ScanReport::ScanReport(ScannerOwner& owner, const ScannerServices& services)
+    : owner_(owner), services_(services) {}
+
+void ScanReport::startRun(const InfectionPolicy& policy) {
+  policy_ = policy;
+  recovered_ = false;
+}
+
+int ScanReport::getLastColon(std::string_view text) { return lastColon(text); }
+
+std::string ScanReport::timestampNow() {
+  char buffer[30] = "";
+  const std::time_t now = std::chrono::system_clock::to_time_t(services_.clock.wallTime());
+  std::tm local = {};
+  if (!localtime_r(&now, &local) ||
+      std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &local) == 0) {
+    buffer[0] = 'X';
+  }
+  return buffer;
+}
+
+void ScanReport::dealWithOutput(std::string_view chunk) {
+  const std::string timestamp = timestampNow();
+  if (!isValidUtf8(chunk)) {
+    return;
+  }
+  for (const std::string_view line : split(chunk, '\n')) {
+    dealWithLine(std::string(line), timestamp);
+  }
+}
+
+void ScanReport::dealWithLine(const std::string& line, const std::string& timestamp) {
+  if (std::string_view(line).ends_with(infectionEnd)) {
+    dealWithInfection(line);
+  }
+  logLine(line, timestamp);
+}
+
+void ScanReport::dealWithInfection(const std::string& line) {
+  if (policy_.quarantineOrTrash == "Q") {
+    showQuarantined(line);
+  } else if (policy_.quarantineOrTrash.empty()) {
+    showWarning(line);
+  } else if (policy_.quarantineOrTrash == "T") {
+    const int colon = getLastColon(line);
+    const std::string path = colon < 0 ? line : line.substr(0, static_cast<std::size_t>(colon));
+    owner_.displayGrowlDialogWithTitleAndDescription(notificationRemoved, path);
+  }
+}
+
+void ScanReport::showQuarantined(const std::string& line) {
+  if (!policy_.suppressInfoDialogs) {
+    if (auto dialog = services_.interfaceLoader.load("QuarantinedDialog")) {
+      theDialog = dialog;
+      std::weak_ptr<ButtonDialog> shown = dialog;
+      dialog->setAction(
+          [this, shown, folder = policy_.quarantineLocation](ButtonDialog::Button button) {
+            const auto pressed = shown.lock();
+            if (pressed && button == ButtonDialog::Button::deleteButton) {
+              openQuarantineFolder(*pressed, folder);
+            } else if (pressed) {
+              pressed->close();
+            }
+          });
+    } else {
+      services_.systemLog.log("Error loading Nib for document!");
+    }
+    if (theDialog) {
+      theDialog->orderFrontRegardless();
+    }
+  }
+  owner_.displayGrowlDialogWithTitleAndDescription(notificationQuarantined, line);
+}
+
+void ScanReport::showWarning(const std::string& line) {
+  auto dialog = services_.interfaceLoader.load("WarningDialog");
+  if (!dialog) {
+    services_.systemLog.log("Error loading Nib for document!");
+    return;
+  }
+  theDialog = dialog;
+  FileRemover::attachTo(dialog, owner_, services_);
+  dialog->setMessage(line);
+  dialog->orderFrontRegardless();
+  owner_.displayGrowlDialogWithTitleAndDescription(notificationFound, line);
+}
+
+void ScanReport::logLine(const std::string& line, const std::string& timestamp) {
+  if (line.empty()) {
+    return;
+  }
+  if (line == daemonGone) {
+    owner_.recoverFromCrashedClamd();
+    writeLogLine(timestamp, "clamd appears to have died - attempting restart...");
+    return;
+  }
+  if (line.size() >= 6 && isSummary(line)) {
+    return;
+  }
+  writeLogLine(timestamp, line);
+  if (!recovered_ && std::string_view(line).starts_with(daemonUnreachable)) {
+    recovered_ = true;
+    owner_.recoverUnreachableClamd();
+  }
+}
+
+void ScanReport::showEngineError() {
+  services_.systemLog.log("can't connect to clamd");
+  auto dialog = services_.interfaceLoader.load("QuarantinedDialog");
+  if (!dialog) {
+    services_.systemLog.log("Error loading nib for warning dialog!");
+    return;
+  }
+  theDialog = dialog;
+  const std::string text = services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", "");
+  dialog->setMessage(text);
+  dialog->setDeleteButtonTitle(owner_.getQuitMenuName());
+  std::weak_ptr<ButtonDialog> shown = dialog;
+  dialog->setAction([shown, &owner = owner_](ButtonDialog::Button button) {
+    if (button == ButtonDialog::Button::deleteButton) {
+      owner.quit();
+    } else if (const auto pressed = shown.lock()) {
+      pressed->close();
+    }
+  });
+  dialog->orderFrontRegardless();
+  owner_.displayGrowlDialogWithTitleAndDescription(notificationError, text);
+}
+
+void ScanReport::openQuarantineFolder(ButtonDialog& dialog, const std::string& folder) {
+  dialog.orderOut();
+  owner_.openAndWait(folder);
+  dialog.close();
+}
+
+}  // namespace quillo

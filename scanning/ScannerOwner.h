@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace quillo {
+
+class Dispatcher;
+class FileRemover;
+
+// The kinds of notification, by the number that selects title and name.
+enum NotificationCode : std::int32_t {
+  notificationFound = 1,
+  notificationQuarantined = 2,
+  notificationRemoved = 3,
+  notificationUpdateSuccessful = 4,
+  notificationAlreadyUpToDate = 5,
+  notificationError = 6,
+};
+
+// The open warnings, as the dialogs know them. Any thread.
+class DialogListOwner {
+ public:
+  virtual ~DialogListOwner() = default;
+  virtual void addToDialogList(std::shared_ptr<FileRemover> dialog) = 0;
+  virtual void removeFromDialogList(const FileRemover& dialog) = 0;
+  virtual void removeAllFromDialogList() = 0;
+};
+
+// What the scanners ask of their owner. Every operation may be called from any thread.
+class ScannerOwner : public DialogListOwner {
+ public:
+  virtual Dispatcher& theDispatcher() = 0;
+  // "Q", "T" or "".
+  virtual std::string getQuarantineOrTrash() = 0;
+  // "--move=" and the quarantine folder, or "".
+  virtual std::string getQuarantineLocation() = 0;
+  virtual void modifyScannerCountBy(std::int32_t delta) = 0;
+  virtual bool clamdStillAlive() = 0;
+  virtual void recoverFromCrashedClamd() = 0;
+  // As above, unless the daemon has come back by the time it is this caller's turn.
+  virtual void recoverUnreachableClamd() = 0;
+  virtual void noEnginePanic() = 0;
+  // The title of the menu's quit command.
+  virtual std::string getQuitMenuName() = 0;
+  // Main thread; does not return.
+  virtual void quit() = 0;
+  // Opens the folder with "/usr/bin/open" and waits until that has ended. Main thread.
+  virtual void openAndWait(const std::string& folder) = 0;
+  // Whether the notification was posted.
+  virtual bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
+                                                         const std::string& description) = 0;
+};
+
+}  // namespace quillo

@@ -1,0 +1,31 @@
+#pragma once
+
+namespace quillo {
+
+class Application;
+class Clock;
+class Folders;
+class InterfaceLoader;
+class LocalizedStrings;
+class ModifierKeys;
+class PreferenceStore;
+class RoadObserver;
+class SystemLog;
+class Workspace;
+
+// The services that the scanners and their dialogs use. All of them outlive the scanners.
+struct ScannerServices {
+  Application& application;
+  Clock& clock;
+  Folders& folders;
+  InterfaceLoader& interfaceLoader;
+  LocalizedStrings& localizedStrings;
+  ModifierKeys& modifierKeys;
+  PreferenceStore& preferenceStore;
+  SystemLog& systemLog;
+  Workspace& workspace;
+  // Null when nobody looks on.
+  RoadObserver* roadObserver;
+};
+
+}  // namespace quillo

@@ -1,0 +1,284 @@
+#include "tests/fakes/FakeInterface.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace quillo {
+
+void FakeDialog::record(const std::string& call) {
+  std::lock_guard hold(mutex_);
+  calls_.push_back(call);
+}
+
+void FakeDialog::close() {
+  Action released;
+  std::lock_guard hold(mutex_);
+  calls_.push_back("close");
+  released.swap(action_);
+}
+
+void FakeDialog::setMessage(const std::string& message) {
+  std::lock_guard hold(mutex_);
+  message_ = message;
+}
+
+std::string FakeDialog::message() const {
+  std::lock_guard hold(mutex_);
+  return message_;
+}
+
+void FakeDialog::setDeleteButtonTitle(const std::string& title) {
+  std::lock_guard hold(mutex_);
+  deleteButtonTitle_ = title;
+}
+
+void FakeDialog::setAction(Action action) {
+  std::lock_guard hold(mutex_);
+  action_ = std::move(action);
+}
+
+void FakeDialog::press(Button button) {
+  Action action;
+  {
+    std::lock_guard hold(mutex_);
+    action = action_;
+  }
+  if (action) {
+    action(button);
+  }
+}
+
+std::vector<std::string> FakeDialog::calls() const {
+  std::lock_guard hold(mutex_);
+  return calls_;
+}
+
+bool FakeDialog::isClosed() const {
+  const auto made = calls();
+  return std::find(made.begin(), made.end(), "close") != made.end();
+}
+
+bool FakeDialog::cameToFront() const {
+  const auto made = calls();
+  return std::find(made.begin(), made.end(), "orderFrontRegardless") != made.end();
+}
+
+std::string FakeDialog::deleteButtonTitle() const {
+  std::lock_guard hold(mutex_);
+  return deleteButtonTitle_;
+}
+
+std::shared_ptr<ButtonDialog> FakeInterfaceLoader::load(const std::string& name) {
+  std::lock_guard hold(mutex_);
+  if (broken_) {
+    return nullptr;
+  }
+  auto dialog = std::make_shared<FakeDialog>();
+  loaded_[name].push_back(dialog);
+  return dialog;
+}
+
+std::vector<std::shared_ptr<FakeDialog>> FakeInterfaceLoader::loaded(const std::string& name) {
+  std::lock_guard hold(mutex_);
+  return loaded_[name];
+}
+
+void FakeInterfaceLoader::setBroken(bool broken) {
+  std::lock_guard hold(mutex_);
+  broken_ = broken;
+}
+
+std::string FakeMenuItem::title() const {
+  std::lock_guard hold(mutex_);
+  return title_;
+}
+
+void FakeMenuItem::setTitle(const std::string& title) {
+  std::lock_guard hold(mutex_);
+  title_ = title;
+}
+
+bool FakeMenuItem::isEnabled() const {
+  std::lock_guard hold(mutex_);
+  return enabled_;
+}
+
+void FakeMenuItem::setEnabled(bool enabled) {
+  std::lock_guard hold(mutex_);
+  enabled_ = enabled;
+}
+
+void FakeMenuItem::choose() {
+  if (isEnabled() && action_) {
+    action_();
+  }
+}
+
+void FakeMenu::insertItem(std::size_t index, const std::string& title,
+                          std::function<void()> action) {
+  std::lock_guard hold(mutex_);
+  items_.emplace(items_.begin() + static_cast<std::ptrdiff_t>(index), title, std::move(action));
+}
+
+void FakeMenu::removeAllItems() {
+  std::lock_guard hold(mutex_);
+  items_.clear();
+}
+
+std::vector<std::string> FakeMenu::titles() {
+  std::lock_guard hold(mutex_);
+  std::vector<std::string> titles;
+  for (const auto& item : items_) {
+    titles.push_back(item.first);
+  }
+  return titles;
+}
+
+void FakeMenu::choose(const std::string& title) {
+  std::function<void()> action;
+  {
+    std::lock_guard hold(mutex_);
+    for (const auto& item : items_) {
+      if (item.first == title) {
+        action = item.second;
+      }
+    }
+  }
+  if (action) {
+    action();
+  }
+}
+
+std::string nameOf(const ImageRef& image) {
+  const auto* fake = dynamic_cast<const FakeImage*>(image.get());
+  return fake ? fake->name : "";
+}
+
+ImageRef FakeImageLoader::imageNamed(const std::string& name) {
+  std::lock_guard hold(mutex_);
+  loaded_.push_back(name);
+  ImageRef& image = images_[name];
+  if (!image) {
+    image = std::make_shared<FakeImage>(name);
+  }
+  return image;
+}
+
+std::vector<std::string> FakeImageLoader::loaded() {
+  std::lock_guard hold(mutex_);
+  return loaded_;
+}
+
+void FakeStatusItem::setImage(const ImageRef& image) {
+  std::lock_guard hold(mutex_);
+  images_.push_back(nameOf(image));
+}
+
+void FakeStatusItem::setAlternateImage(const ImageRef& image) {
+  std::lock_guard hold(mutex_);
+  alternate_ = nameOf(image);
+}
+
+std::vector<std::string> FakeStatusItem::images() {
+  std::lock_guard hold(mutex_);
+  return images_;
+}
+
+std::string FakeStatusItem::image() {
+  std::lock_guard hold(mutex_);
+  return images_.empty() ? "" : images_.back();
+}
+
+std::string FakeStatusItem::alternateImage() {
+  std::lock_guard hold(mutex_);
+  return alternate_;
+}
+
+void FakeApplication::performOnMainThread(std::function<void()> action) {
+  {
+    std::lock_guard hold(mutex_);
+    if (keepsPosted) {
+      posted_.push_back(std::move(action));
+      changed_.notify_all();
+      return;
+    }
+  }
+  action();
+}
+
+void FakeApplication::performPosted() {
+  std::vector<std::function<void()>> posted;
+  {
+    std::lock_guard hold(mutex_);
+    posted.swap(posted_);
+  }
+  for (const auto& action : posted) {
+    action();
+  }
+}
+
+bool FakeApplication::waitUntilPosted() {
+  std::unique_lock hold(mutex_);
+  return changed_.wait_for(hold, std::chrono::seconds(10), [this] { return !posted_.empty(); });
+}
+
+void FakeApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
+  if (duringWait) {
+    duringWait();
+  }
+  wait();
+}
+
+void FakeApplication::terminate() { ++terminations; }
+
+void FakeApplication::exit(int status) { exits.push_back(status); }
+
+int FakeApplication::transformToForegroundApplication() {
+  ++transformations;
+  return transformResult;
+}
+
+void FakeApplication::setApplicationIconImage(const ImageRef& image) {
+  std::lock_guard hold(mutex_);
+  iconImages_.push_back(nameOf(image));
+}
+
+std::vector<std::string> FakeApplication::iconImages() {
+  std::lock_guard hold(mutex_);
+  return iconImages_;
+}
+
+void FakeThreads::detachNewThread(const std::string& name, std::function<void()> body) {
+  if (name.starts_with("clamd")) {
+    body();
+    return;
+  }
+  std::lock_guard hold(mutex_);
+  threads_.emplace_back(name, std::move(body));
+}
+
+std::vector<std::string> FakeThreads::names() {
+  std::lock_guard hold(mutex_);
+  std::vector<std::string> names;
+  for (const auto& thread : threads_) {
+    names.push_back(thread.first);
+  }
+  return names;
+}
+
+void FakeThreads::run(const std::string& name) {
+  std::function<void()> body;
+  {
+    std::lock_guard hold(mutex_);
+    for (const auto& thread : threads_) {
+      if (thread.first == name) {
+        body = thread.second;
+      }
+    }
+  }
+  if (body) {
+    body();
+  }
+}
+
+}  // namespace quillo

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/Platform.h"
+#include "tests/fakes/FakeInterface.h"
+#include "tests/fakes/FakeServices.h"
+
+namespace quillo {
+
+// A whole desktop of fakes.
+struct FakePlatform {
+  FakeApplication application;
+  FakeApplicationLauncher applicationLauncher;
+  FakeAuthorization authorization;
+  FakeDistributedNotificationCenter distributedNotificationCenter;
+  FakeFolders folders;
+  FakeGrowl growl;
+  FakeImageLoader imageLoader;
+  FakeInterfaceLoader interfaceLoader;
+  FakeLocalizedStrings localizedStrings;
+  FakeModifierKeys modifierKeys;
+  FakeMountNotifications mountNotifications;
+  FakePowerNotifications powerNotifications;
+  FakePreferenceStore preferenceStore;
+  FakeScriptingKeys scriptingKeys;
+  FakeStatusBar statusBar;
+  FakeSystemLog systemLog;
+  FakeTrashFolders trashFolders;
+  FakeVolumes volumes;
+  FakeWorkspace workspace;
+  FakeMainInterface mainInterface;
+
+  Platform platform{application,
+                    applicationLauncher,
+                    authorization,
+                    distributedNotificationCenter,
+                    folders,
+                    growl,
+                    imageLoader,
+                    interfaceLoader,
+                    localizedStrings,
+                    modifierKeys,
+                    mountNotifications,
+                    powerNotifications,
+                    preferenceStore,
+                    scriptingKeys,
+                    statusBar,
+                    systemLog,
+                    trashFolders,
+                    volumes,
+                    workspace,
+                    mainInterface.outlets};
+};
+
+}  // namespace quillo

@@ -1,0 +1,202 @@
+#pragma once
+
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "platform/ApplicationLauncher.h"
+#include "platform/Authorization.h"
+#include "platform/DistributedNotificationCenter.h"
+#include "platform/Folders.h"
+#include "platform/GrowlApplicationBridge.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/ModifierKeys.h"
+#include "platform/MountNotifications.h"
+#include "platform/PowerNotifications.h"
+#include "platform/PreferenceStore.h"
+#include "platform/ScriptingKeys.h"
+#include "platform/SystemLog.h"
+#include "platform/TrashFolders.h"
+#include "platform/Volumes.h"
+#include "platform/Workspace.h"
+
+// Desktop services without a desktop. Each records what was asked of it; those that several threads
+// reach are locked.
+namespace quillo {
+
+class FakeSystemLog final : public SystemLog {
+ public:
+  void log(std::string_view message) override;
+  std::vector<std::string> lines();
+  bool has(const std::string& line);
+  int count(const std::string& line);
+  // Blocks until that line has come; false after ten real seconds without.
+  bool waitFor(const std::string& line, int times = 1);
+  void clear();
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<std::string> lines_;
+};
+
+class FakePreferenceStore final : public PreferenceStore {
+ public:
+  void addSuiteNamed(const std::string& domain) override;
+  void synchronize() override;
+  std::optional<PreferenceValue> objectForKey(const std::string& key) override;
+
+  void set(const std::string& key, PreferenceValue value);
+  void set(const std::string& key, const char* value) { set(key, PreferenceValue{value}); }
+  void set(const std::string& key, std::string value) { set(key, PreferenceValue{value}); }
+  void set(const std::string& key, bool value) { set(key, PreferenceValue{value}); }
+  void set(const std::string& key, int value) { set(key, PreferenceValue{std::int64_t{value}}); }
+  // A key of the main application's domain: found only once that has been added.
+  void setOfMainApplication(const std::string& key, PreferenceValue value);
+  void remove(const std::string& key);
+  std::vector<std::string> suites();
+  int synchronizations();
+
+ private:
+  std::mutex mutex_;
+  std::map<std::string, PreferenceValue> own_;
+  std::map<std::string, PreferenceValue> ofMainApplication_;
+  std::vector<std::string> suites_;
+  int synchronizations_ = 0;
+};
+
+// One entry of "QuilloFolderArray".
+PreferenceValue watchedFolder(const std::string& path, bool withSubdirs);
+// One entry of "ExcludePatterns".
+PreferenceValue excludePattern(const std::string& pattern, bool enabled, bool isRegEx);
+
+// Gives each key back in angle brackets, unless told a text for it.
+class FakeLocalizedStrings final : public LocalizedStrings {
+ public:
+  std::string stringForKey(const std::string& key, const std::string& fallback) override;
+  std::map<std::string, std::string> texts;
+};
+
+class FakeGrowl final : public GrowlApplicationBridge {
+ public:
+  void setGrowlDelegate(const GrowlRegistration& given) override { registration = given; }
+  bool isGrowlRunning() override;
+  void notify(const GrowlNotification& notification) override;
+
+  void setRunning(bool running);
+  std::vector<GrowlNotification> posted();
+  std::optional<GrowlRegistration> registration;
+
+ private:
+  std::mutex mutex_;
+  bool running_ = true;
+  std::vector<GrowlNotification> posted_;
+};
+
+class FakeDistributedNotificationCenter final : public DistributedNotificationCenter {
+ public:
+  void addObserver(const std::string& name, std::function<void()> action) override {
+    observers[name] = std::move(action);
+  }
+  void removeObservers() override { observers.clear(); }
+  void post(const std::string& name, const std::string& object) override {
+    posted.emplace_back(name, object);
+  }
+  // As another application would.
+  void deliver(const std::string& name);
+
+  std::map<std::string, std::function<void()>> observers;
+  std::vector<std::pair<std::string, std::string>> posted;
+};
+
+class FakePowerNotifications final : public PowerNotifications {
+ public:
+  void observe(std::function<void()> sleep, std::function<void()> wake) override {
+    willSleep = std::move(sleep);
+    didWake = std::move(wake);
+  }
+  std::function<void()> willSleep;
+  std::function<void()> didWake;
+};
+
+class FakeMountNotifications final : public MountNotifications {
+ public:
+  void observe(std::function<void(const std::string&)> didMount) override {
+    observer = std::move(didMount);
+  }
+  void stopObserving() override { observer = nullptr; }
+  std::function<void(const std::string&)> observer;
+};
+
+class FakeFolders final : public Folders {
+ public:
+  std::string homeFolder() const override { return home; }
+  std::optional<std::string> temporaryFolder() const override { return temporary; }
+  std::string resourceFolder() const override { return resources; }
+  std::string home = "/home/anna";
+  std::optional<std::string> temporary;
+  std::string resources;
+};
+
+class FakeVolumes final : public Volumes {
+ public:
+  std::vector<std::string> volumeFolders() const override { return folders; }
+  std::vector<std::string> folders = {"/Volumes"};
+};
+
+class FakeTrashFolders final : public TrashFolders {
+ public:
+  bool isEnclosedByTrash(const std::string& path) override {
+    return path.find("/.Trash/") != std::string::npos;
+  }
+};
+
+class FakeAuthorization final : public Authorization {
+ public:
+  bool executeWithPrivileges(const std::string& program, const std::vector<std::string>& arguments,
+                             std::string& reason) override;
+  bool granted = false;
+  std::string reasonOfRefusal;
+  std::vector<std::vector<std::string>> requests;
+};
+
+class FakeWorkspace final : public Workspace {
+ public:
+  bool openFile(const std::string& path) override;
+  bool selectFile(const std::string& path) override;
+  bool recycle(const std::string& sourceFolder, const std::vector<std::string>& names) override;
+  bool answer = true;
+  std::vector<std::string> opened;
+  std::vector<std::string> selected;
+  std::vector<std::pair<std::string, std::vector<std::string>>> recycled;
+};
+
+class FakeApplicationLauncher final : public ApplicationLauncher {
+ public:
+  bool launchApplication(const std::string& identifier) override {
+    launched.push_back(identifier);
+    return accepts;
+  }
+  std::string activeApplicationIdentifier() override { return active ? active() : ""; }
+  bool accepts = true;
+  std::function<std::string()> active;
+  std::vector<std::string> launched;
+};
+
+class FakeModifierKeys final : public ModifierKeys {
+ public:
+  unsigned int current() override { return held; }
+  unsigned int held = 0;
+};
+
+class FakeScriptingKeys final : public ScriptingKeys {
+ public:
+  void publish(std::function<std::optional<std::string>(const std::string&)> valueForKey) override {
+    answer = std::move(valueForKey);
+  }
+  std::function<std::optional<std::string>(const std::string&)> answer;
+};
+
+}  // namespace quillo

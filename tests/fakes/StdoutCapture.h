@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+namespace quillo {
+
+// Standard output and error of this process, caught in a file for as long as the object lives.
+class StdoutCapture {
+ public:
+  StdoutCapture();
+  ~StdoutCapture();
+  StdoutCapture(const StdoutCapture&) = delete;
+  StdoutCapture& operator=(const StdoutCapture&) = delete;
+
+  // What was written so far.
+  std::string text();
+
+ private:
+  int savedStdout_;
+  int savedStderr_;
+  int file_;
+};
+
+}  // namespace quillo

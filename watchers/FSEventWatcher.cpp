@@ -1,0 +1,169 @@
+#include "watchers/FSEventWatcher.h"
+
+#include "platform/Application.h"
+#include "platform/Authorization.h"
+#include "platform/Folders.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/SystemLog.h"
+#include "platform/TrashFolders.h"
+#include "platform/TypedPreferences.h"
+#include "posix/ChildProcess.h"
+#include "posix/PlatformException.h"
+#include "posix/Text.h"
+#include "watchers/WatcherOwner.h"
+#include "watchers/WatcherServices.h"
+
+namespace quillo {
+namespace {
+
+constexpr int lacksRightsStatus = 1;
+
+}  // namespace
+
+FSEventWatcher::FSEventWatcher(WatcherOwner& owner, const WatcherServices& services)
+    : owner_(owner), services_(services) {}
+
+FSEventWatcher::~FSEventWatcher() = default;
+
+bool FSEventWatcher::claimMainLoop() {
+  MutexLock hold(state_.lock);
+  state_.loopWanted = true;
+  return !std::exchange(state_.loopClaimed, true);
+}
+
+void FSEventWatcher::mainLoop() {
+  {
+    MutexLock hold(state_.lock);
+    if (!std::exchange(state_.loopClaimed, true)) {
+      state_.loopWanted = true;
+    }
+  }
+  do {
+    readQuarantineFolder();
+    if (beginWatching()) {
+      startWatching();
+      while (isWatching()) {
+        startWatching();
+      }
+    }
+  } while (!releaseMainLoop());
+}
+
+void FSEventWatcher::readQuarantineFolder() {
+  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
+  const auto folder = preferences.folder("QuarantineFolder");
+  quarantineDir = folder ? expandingTilde(*folder, services_.folders.homeFolder()) : "";
+}
+
+// False when watching was stopped between the claim and now.
+bool FSEventWatcher::beginWatching() {
+  MutexLock hold(state_.lock);
+  state_.isWatching = state_.loopWanted;
+  return state_.loopWanted;
+}
+
+// False when watching was wanted again before the loop had ended: then it goes on.
+bool FSEventWatcher::releaseMainLoop() {
+  MutexLock hold(state_.lock);
+  state_.loopClaimed = state_.loopWanted;
+  return !state_.loopWanted;
+}
+
+void FSEventWatcher::startWatching() {
+  const std::string tool = services_.folders.resourceFolder() + "/gfslogger";
+  try {
+    runHelper(tool);
+  } catch (const PlatformException& failure) {
+    services_.systemLog.log(failure.name());
+    services_.systemLog.log(failure.reason());
+  }
+  MutexLock hold(state_.lock);
+  state_.scanCheckTask.reset();
+}
+
+void FSEventWatcher::runHelper(const std::string& tool) {
+  // The helper runs with more rights than this process: it gets nothing of its environment.
+  LaunchRequest request{tool};
+  request.environment.emplace();
+  const auto task = std::make_shared<ChildProcess>(request);
+  {
+    MutexLock hold(state_.lock);
+    state_.scanCheckTask = task;
+    if (!state_.isWatching) {
+      // Stopped while the helper was being launched: that stop found nothing to end.
+      task->terminate();
+    }
+  }
+  const int status =
+      task->waitUntilExit([this](std::string_view chunk) { return taskDataAvailable(chunk); });
+  services_.systemLog.log("termination status = " + std::to_string(status));
+  if (status == lacksRightsStatus) {
+    installHelper(tool);
+  }
+}
+
+void FSEventWatcher::installHelper(const std::string& tool) {
+  owner_.stopWatcherFromWatcher();
+  owner_.displayError(services_.localizedStrings.stringForKey("FSEVENT_NOT_SETUID", ""));
+  const std::string command = "chown root \"" + tool + "\"; chmod +s \"" + tool + "\"";
+  std::string reason;
+  if (services_.authorization.executeWithPrivileges("/bin/sh", {"-c", command}, reason)) {
+    owner_.startWatcherFromWatcher();
+    return;
+  }
+  if (!reason.empty()) {
+    services_.systemLog.log(reason);
+  }
+  services_.systemLog.log("Authentication failed. Sorry!");
+  services_.application.terminate();
+}
+
+void FSEventWatcher::stopWatching() {
+  services_.systemLog.log("attempting to terminate gfslogger");
+  MutexLock hold(state_.lock);
+  state_.isWatching = false;
+  state_.loopWanted = false;
+  if (state_.scanCheckTask) {
+    state_.scanCheckTask->terminate();
+  }
+}
+
+bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {
+  if (chunk.empty()) {
+    return false;
+  }
+  for (const std::string_view candidate : split(chunk, '\n')) {
+    judge(std::string(candidate));
+  }
+  return true;
+}
+
+void FSEventWatcher::judge(const std::string& candidate) {
+  if (!quarantineDir.empty() && candidate.starts_with(quarantineDir)) {
+    return;
+  }
+  if (candidate.ends_with("/..namedfork/rsrc")) {
+    return;
+  }
+  const auto folders = owner_.getWatchedFolderList();
+  const auto flags = owner_.getCheckSubDirs();
+  for (const std::string& folder : *folders) {
+    if (!candidate.starts_with(folder)) {
+      continue;
+    }
+    const auto withSubfolders = flags->find(folder);
+    const bool wanted = withSubfolders != flags->end() && withSubfolders->second
+                            ? !isTrashedFileAtPath(candidate)
+                            : folder == deletingLastPathComponent(candidate);
+    if (wanted) {
+      owner_.theDispatcher().addStringToItemList(candidate);
+      return;
+    }
+  }
+}
+
+bool FSEventWatcher::isTrashedFileAtPath(const std::string& path) {
+  return services_.trashFolders.isEnclosedByTrash(path);
+}
+
+}  // namespace quillo

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "posix/Mutex.h"
+
+namespace quillo {
+
+class ChildProcess;
+class WatcherOwner;
+struct WatcherServices;
+
+// Runs the helper tool "gfslogger", which prints one changed path a line, and hands on the paths
+// that lie in watched folders. mainLoop() has a thread of its own while watching; there is at most
+// one.
+class FSEventWatcher {
+ public:
+  FSEventWatcher(WatcherOwner& owner, const WatcherServices& services);
+  ~FSEventWatcher();
+
+  // To be called by whoever is about to run mainLoop() on a new thread: false when a loop is there
+  // already (also one that is just ending), which then goes on watching. Any thread.
+  bool claimMainLoop();
+  // Watches until stopWatching(); the helper is started again at once whenever it ends by itself.
+  void mainLoop();
+  // One run of the helper, from its launch to its end. The watcher's thread.
+  void startWatching();
+  // Ends the helper, and with it the loop. Any thread.
+  void stopWatching();
+  bool isWatching() const { return state_.isWatching; }
+
+  // Judges every line of a chunk of the helper's output, and answers whether to go on reading: not
+  // after an empty one. A line cut by the chunk's end is judged as two. The watcher's thread.
+  bool taskDataAvailable(std::string_view chunk);
+  bool isTrashedFileAtPath(const std::string& path);
+
+ private:
+  // The variables that go by the names of operations, and those that belong to the loop.
+  struct State {
+    std::atomic<bool> isWatching{false};
+    Mutex lock;
+    std::shared_ptr<ChildProcess> scanCheckTask QUILLO_GUARDED_BY(lock);
+    // Whether a thread runs, or is about to run, mainLoop(), and whether it shall watch.
+    bool loopClaimed QUILLO_GUARDED_BY(lock) = false;
+    bool loopWanted QUILLO_GUARDED_BY(lock) = false;
+  };
+
+  void readQuarantineFolder();
+  bool beginWatching();
+  bool releaseMainLoop();
+  void runHelper(const std::string& tool);
+  void installHelper(const std::string& tool);
+  void judge(const std::string& candidate);
+
+  // Constant after construction.
+  WatcherOwner& owner_;
+  const WatcherServices& services_;
+  // Own synchronisation.
+  State state_;
+  // Used by the watcher's thread alone.
+  std::string quarantineDir;
+};
+
+}  // namespace quillo

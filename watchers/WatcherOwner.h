@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace quillo {
+
+using WatchedFolderList = std::vector<std::string>;
+using SubdirectoryFlags = std::map<std::string, bool>;
+
+// Where a watcher puts the paths that it found. Any thread.
+class PathIntake {
+ public:
+  virtual ~PathIntake() = default;
+  virtual void addStringToItemList(const std::string& path) = 0;
+};
+
+// What a watcher asks of its owner. Every operation may be called from the watcher's thread.
+class WatcherOwner {
+ public:
+  virtual ~WatcherOwner() = default;
+  // The lists as they stand now; they change only as a whole.
+  virtual std::shared_ptr<const WatchedFolderList> getWatchedFolderList() = 0;
+  virtual std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() = 0;
+  virtual PathIntake& theDispatcher() = 0;
+  // Stops watching; what only the main thread may do is done there later.
+  virtual void stopWatcherFromWatcher() = 0;
+  // Asks the main thread to start watching and does not wait for it.
+  virtual void startWatcherFromWatcher() = 0;
+  // Whether the notification was posted.
+  virtual bool displayError(const std::string& description) = 0;
+};
+
+}  // namespace quillo

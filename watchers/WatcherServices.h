@@ -1,0 +1,24 @@
+#pragma once
+
+namespace quillo {
+
+class Application;
+class Authorization;
+class Folders;
+class LocalizedStrings;
+class PreferenceStore;
+class SystemLog;
+class TrashFolders;
+
+// The services that the watchers use. All of them outlive the watchers.
+struct WatcherServices {
+  Application& application;
+  Authorization& authorization;
+  Folders& folders;
+  LocalizedStrings& localizedStrings;
+  PreferenceStore& preferenceStore;
+  SystemLog& systemLog;
+  TrashFolders& trashFolders;
+};
+
+}  // namespace quillo
