@@ -1,0 +1,98 @@
+#include <gtest/gtest.h>
+
+#include "tests/fakes/ScratchFolder.h"
+#include "tools/clamdscan/EngineTree.h"
+
+namespace quillo::front {
+namespace {
+
+constexpr std::uint64_t mebi = 1024 * 1024;
+
+std::uint64_t largest(std::string_view text) {
+  return ScanLimits::of(ConfigFile::parse(text)).largestFile;
+}
+
+TEST(FrontConfig, ReadsSizesWithTheirUnits) {
+  EXPECT_EQ(largest("MaxFileSize 94\n"), 94U);
+  EXPECT_EQ(largest("MaxFileSize 3k"), 3U * 1024);
+  EXPECT_EQ(largest("MaxFileSize\t\"5M\"\r\n"), 5 * mebi);
+  EXPECT_EQ(largest("MaxFileSize 1G\nMaxScanSize 2G"), 1024 * mebi);
+}
+
+TEST(FrontConfig, TakesTheEnginesDefaults) {
+  EXPECT_EQ(largest(""), 100 * mebi);
+  EXPECT_EQ(largest("MaxFileSize 1000M"), 400 * mebi);
+  EXPECT_EQ(ScanLimits::of(ConfigFile()).longestScan, std::chrono::seconds(120));
+}
+
+TEST(FrontConfig, TakesTheSmallerOfTwoLimitsAndZeroForNone) {
+  EXPECT_EQ(largest("MaxFileSize 10M\nMaxScanSize 2M"), 2 * mebi);
+  EXPECT_EQ(largest("MaxFileSize 0\nMaxScanSize 7M"), 7 * mebi);
+}
+
+TEST(FrontConfig, KnowsTheSizeThatTheEngineNeverTakes) {
+  EXPECT_EQ(largest("MaxFileSize 0\nMaxScanSize 0"), 2147483645U);
+  EXPECT_EQ(largest("MaxFileSize 5G\nMaxScanSize 5G"), 2147483645U);
+}
+
+TEST(FrontConfig, LetsTheFirstOfTwoLinesCountAndSkipsComments) {
+  EXPECT_EQ(largest("#MaxFileSize 1\n  MaxFileSize 100\nMaxFileSize 1000\n"), 100U);
+}
+
+TEST(FrontConfig, TakesNoNonsenseForASize) {
+  const auto file =
+      ConfigFile::parse("A 1KB\nB x\nC 99999999999999999999\nD 18446744073709551615G");
+  for (const char* key : {"A", "B", "C", "D", "E"}) {
+    EXPECT_EQ(file.size(key), std::nullopt) << key;
+  }
+}
+
+TEST(FrontConfig, SaysSizesInRoundUnits) {
+  EXPECT_EQ(sizeText(100 * mebi), "100 MB");
+  EXPECT_EQ(sizeText(3 * 1024), "3 KB");
+  EXPECT_EQ(sizeText(2147483645), "2147483645 bytes");
+}
+
+TEST(FrontTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
+  const ScratchFolder root;
+  root.file("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\nMaxDirectoryRecursion 4\n");
+  root.file("daemon.conf", "MaxFileSize 2K\n");
+  root.file("etc/front.conf",
+            "RealClient /opt/clamdscan\nDaemonConfig " + root.at("daemon.conf") + "\n");
+  const EngineTree tree = EngineTree::at(root.path());
+  EXPECT_EQ(tree.realClient, "/opt/clamdscan");
+  EXPECT_EQ(tree.limits.largestFile, 2048U);
+  EXPECT_EQ(tree.configuration, root.at("etc/clamd.conf"));
+  EXPECT_EQ(tree.daemonSocket, "/s");
+  EXPECT_EQ(tree.deepestFolder, 4);
+}
+
+TEST(FrontTree, StandsWithoutAFileOfItsOwn) {
+  const ScratchFolder root;
+  root.file("etc/clamd.conf", "MaxFileSize 1M\n");
+  const EngineTree tree = EngineTree::at(root.path());
+  EXPECT_EQ(tree.realClient, "/usr/bin/clamdscan");
+  EXPECT_EQ(tree.limits.largestFile, mebi);
+  EXPECT_EQ(tree.deepestFolder, 15);
+}
+
+TEST(FrontTree, IsFoundByTheLinkThatItWasStartedBy) {
+  const ScratchFolder tree;
+  const ScratchFolder installation;
+  tree.file("etc/clamd.conf", "");
+  const std::string program = installation.file("engine-tools/clamdscan");
+  const std::string link = tree.link("bin/clamdscan", program);
+  EXPECT_EQ(EngineTree::find({link, program}).configuration, tree.at("etc/clamd.conf"));
+}
+
+TEST(FrontTree, IsFoundByTheProgramWhenTheLinkStandsElsewhere) {
+  const ScratchFolder tree;
+  const ScratchFolder elsewhere;
+  tree.file("etc/clamd.conf", "");
+  const std::string program = tree.file("bin/clamdscan");
+  const std::string link = elsewhere.link("bin/clamdscan", program);
+  EXPECT_EQ(EngineTree::find({link, program}).configuration, tree.at("etc/clamd.conf"));
+}
+
+}  // namespace
+}  // namespace quillo::front

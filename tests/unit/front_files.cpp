@@ -1,0 +1,266 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+
+#include "tests/fakes/ScratchFolder.h"
+#include "tools/clamdscan/Entry.h"
+#include "tools/clamdscan/FolderWalk.h"
+#include "tools/clamdscan/MoveFolder.h"
+#include "tools/clamdscan/Paths.h"
+
+namespace quillo::front {
+namespace {
+
+Entry resolved(const std::string& path) { return PathResolver().resolve(path); }
+
+struct stat statusAt(const std::string& path) {
+  struct stat status = {};
+  EXPECT_EQ(statusOf(path, status), 0) << path;
+  return status;
+}
+
+// Makes folders, each by the one before, so that the path may be longer than PATH_MAX.
+std::string deepFolder(const ScratchFolder& scratch, std::size_t length) {
+  std::string path = scratch.path();
+  UniqueFd folder(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  while (path.size() < length) {
+    const std::string name(200, 'd');
+    mkdirat(folder.get(), name.c_str(), 0700);
+    folder.reset(openat(folder.get(), name.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    path += "/" + name;
+  }
+  return path;
+}
+
+TEST(FrontEntry, IsAFileAsItStands) {
+  const ScratchFolder scratch;
+  const Entry entry = resolved(scratch.file("a"));
+  EXPECT_EQ(entry.kind, Entry::Kind::file);
+  EXPECT_EQ(entry.path, scratch.at("a"));
+  EXPECT_FALSE(entry.reachedByLink());
+  EXPECT_FALSE(entry.awkward());
+}
+
+TEST(FrontEntry, StandsForTheTargetOfALink) {
+  const ScratchFolder scratch;
+  scratch.file("real/a");
+  scratch.link("link", "real/a");
+  scratch.link("folder", "real");
+  for (const char* name : {"link", "folder/a", "real/../folder/./a"}) {
+    const Entry entry = resolved(scratch.at(name));
+    EXPECT_EQ(entry.kind, Entry::Kind::file) << name;
+    EXPECT_EQ(entry.path, scratch.at("real/a")) << name;
+    EXPECT_EQ(entry.shown, scratch.at(name)) << name;
+  }
+  EXPECT_EQ(resolved(scratch.at("folder")).kind, Entry::Kind::folder);
+  EXPECT_EQ(resolved(scratch.at("folder/")).path, scratch.at("real"));
+}
+
+TEST(FrontEntry, SaysWhatALinkLacks) {
+  const ScratchFolder scratch;
+  EXPECT_EQ(resolved(scratch.link("dangling", "none")).reason, "dangling symbolic link");
+  EXPECT_EQ(resolved(scratch.link("loop", "loop")).reason, "symbolic link that leads to itself");
+  EXPECT_EQ(resolved(scratch.at("gone")).reason, "no such file or directory");
+  EXPECT_EQ(resolved("").kind, Entry::Kind::unscannable);
+}
+
+TEST(FrontEntry, RefusesWhatIsNoFile) {
+  const ScratchFolder scratch;
+  ASSERT_EQ(mkfifo(scratch.at("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(resolved(scratch.at("pipe")).reason, "named pipe");
+  EXPECT_EQ(resolved(scratch.link("link", "pipe")).reason, "named pipe");
+  EXPECT_EQ(resolved("/dev/null").reason, "device");
+}
+
+TEST(FrontEntry, KnowsWhatAListCannotCarry) {
+  const ScratchFolder scratch;
+  EXPECT_TRUE(resolved(scratch.file("two\nlines")).awkward());
+  EXPECT_TRUE(resolved(scratch.file("return\r")).awkward());
+  EXPECT_FALSE(resolved(scratch.file(" blanks ")).awkward());
+  EXPECT_TRUE(
+      resolved(scratch.file(deepFolder(scratch, 1000).substr(scratch.path().size() + 1) + "/f"))
+          .awkward());
+}
+
+TEST(FrontEntry, ReachesBehindTheLongestPath) {
+  const ScratchFolder scratch;
+  const std::string folder = deepFolder(scratch, 4500);
+  const UniqueFd parent = openPath(folder, O_PATH | O_DIRECTORY);
+  ASSERT_TRUE(parent);
+  const UniqueFd made(openat(parent.get(), "f", O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+  const Entry entry = resolved(folder + "/f");
+  EXPECT_EQ(entry.kind, Entry::Kind::file);
+  EXPECT_TRUE(entry.awkward());
+  EXPECT_TRUE(openWithoutLinks(entry.path, O_RDONLY | O_NOFOLLOW));
+}
+
+TEST(FrontPaths, RefuseALinkOnTheWay) {
+  const ScratchFolder scratch;
+  scratch.file("real/a");
+  scratch.link("folder", "real");
+  EXPECT_TRUE(openWithoutLinks(scratch.at("real/a"), O_RDONLY));
+  EXPECT_FALSE(openWithoutLinks(scratch.at("folder/a"), O_RDONLY));
+}
+
+class FrontWalk : public testing::Test {
+ protected:
+  void walk(const std::string& root) {
+    const FolderWalk::Visitor visitor = {
+        [this](const std::string& path, const struct stat& status) {
+          files[path] = static_cast<long>(status.st_size);
+        },
+        [this](const std::string& path, std::string_view reason) {
+          obstacles[path] = std::string(reason);
+        }};
+    findings = FolderWalk::through(root, visitor);
+  }
+
+  ScratchFolder scratch;
+  std::map<std::string, long> files;
+  std::map<std::string, std::string> obstacles;
+  FolderWalk::Findings findings;
+};
+
+TEST_F(FrontWalk, MeetsEveryFile) {
+  scratch.file("a", "12345");
+  scratch.file("b/c/d", "");
+  walk(scratch.path());
+  EXPECT_EQ(files, (std::map<std::string, long>{{scratch.at("a"), 5}, {scratch.at("b/c/d"), 0}}));
+  EXPECT_TRUE(obstacles.empty());
+  EXPECT_EQ(findings.depth, 2);
+  EXPECT_FALSE(findings.lineBreaks);
+}
+
+TEST_F(FrontWalk, PassesOverLinksThatStayInside) {
+  scratch.file("in/a");
+  scratch.link("in/b/up", "../a");
+  scratch.link("in/self", ".");
+  walk(scratch.at("in"));
+  EXPECT_TRUE(obstacles.empty());
+  EXPECT_EQ(files.size(), 1U);
+}
+
+TEST_F(FrontWalk, TellsLinksThatLeadOutOrNowhere) {
+  scratch.file("inside/a");
+  scratch.file("in/x");
+  scratch.link("in/out", "../inside/a");
+  scratch.link("in/dangling", "none");
+  scratch.link("in/loop", "loop");
+  walk(scratch.at("in"));
+  EXPECT_EQ(obstacles.size(), 3U);
+  EXPECT_EQ(obstacles[scratch.at("in/out")], "symbolic link to outside of this folder");
+  EXPECT_EQ(obstacles[scratch.at("in/dangling")], "dangling symbolic link");
+  EXPECT_EQ(obstacles[scratch.at("in/loop")], "symbolic link that leads to itself");
+}
+
+TEST_F(FrontWalk, OpensNoPipe) {
+  ASSERT_EQ(mkfifo(scratch.at("pipe").c_str(), 0600), 0);
+  walk(scratch.path());
+  EXPECT_EQ(obstacles[scratch.at("pipe")], "named pipe");
+}
+
+TEST_F(FrontWalk, NoticesLineBreaksAndDepth) {
+  scratch.file("a\nb/c/f");
+  walk(scratch.path());
+  EXPECT_TRUE(findings.lineBreaks);
+  EXPECT_EQ(findings.depth, 2);
+  EXPECT_EQ(findings.longestPath, scratch.at("a\nb/c/f").size());
+}
+
+TEST_F(FrontWalk, SaysWhereItTurnsBack) {
+  std::string path = scratch.path();
+  for (int i = 0; i < 300; ++i) {
+    path += "/d";
+    ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
+  }
+  walk(scratch.path());
+  ASSERT_EQ(obstacles.size(), 1U);
+  EXPECT_EQ(obstacles.begin()->second, "folders nested too deeply");
+}
+
+class FrontMove : public testing::Test {
+ protected:
+  MoveFolder::Outcome move(const std::string& path) { return folder.move(path, statusAt(path)); }
+
+  ScratchFolder scratch;
+  MoveFolder folder;
+};
+
+TEST_F(FrontMove, MakesTheMissingFolderForItsOwnerOnly) {
+  EXPECT_EQ(folder.open(scratch.at("a/b/")), "");
+  EXPECT_EQ(statusAt(scratch.at("a")).st_mode & 07777U, 0700U);
+  EXPECT_EQ(statusAt(scratch.at("a/b")).st_mode & 07777U, 0700U);
+}
+
+TEST_F(FrontMove, SaysWhyAFolderIsUnusable) {
+  EXPECT_EQ(folder.open(""), "no folder is named");
+  EXPECT_EQ(folder.open(scratch.file("file")), "not a directory");
+  EXPECT_EQ(folder.open(scratch.at("file/below")), "not a directory");
+  EXPECT_NE(folder.open("/proc/none/such"), "");
+  EXPECT_FALSE(folder.isOpen());
+}
+
+TEST_F(FrontMove, MovesAndSaysWhereTo) {
+  ASSERT_EQ(folder.open(scratch.at("q/")), "");
+  const std::string path = scratch.file("a", "bad");
+  const auto outcome = move(path);
+  EXPECT_TRUE(outcome.moved);
+  EXPECT_EQ(outcome.text, scratch.at("q/a"));
+  EXPECT_EQ(outcome.otherNames, 0U);
+  EXPECT_FALSE(ScratchFolder::exists(path));
+  EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "bad");
+}
+
+TEST_F(FrontMove, NumbersNamesThatAreTaken) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  scratch.file("q/a", "first");
+  const std::string longest(255, 'x');
+  scratch.file("q/" + longest, "first");
+  EXPECT_EQ(move(scratch.file("a")).text, scratch.at("q/a.001"));
+  EXPECT_EQ(move(scratch.file("b/a")).text, scratch.at("q/a.002"));
+  EXPECT_EQ(move(scratch.file(longest)).text, scratch.at("q/" + longest.substr(4) + ".001"));
+  EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "first");
+}
+
+TEST_F(FrontMove, MovesNothingButTheScannedFile) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const std::string path = scratch.file("a", "bad");
+  const struct stat scanned = statusAt(path);
+  const std::string other = scratch.file("b", "good");
+  ASSERT_EQ(rename(other.c_str(), path.c_str()), 0);
+  const auto outcome = folder.move(path, scanned);
+  EXPECT_FALSE(outcome.moved);
+  EXPECT_EQ(outcome.text, "it was replaced after the scan");
+  EXPECT_EQ(ScratchFolder::read(path), "good");
+}
+
+TEST_F(FrontMove, FollowsNoLinkThatAppearsOnTheWay) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const std::string path = scratch.file("real/a");
+  const struct stat scanned = statusAt(path);
+  scratch.link("way", "real");
+  EXPECT_FALSE(folder.move(scratch.at("way/a"), scanned).moved);
+  EXPECT_TRUE(ScratchFolder::exists(path));
+}
+
+TEST_F(FrontMove, CountsTheNamesThatRemain) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const std::string path = scratch.file("a");
+  ASSERT_EQ(link(path.c_str(), scratch.at("b").c_str()), 0);
+  EXPECT_EQ(move(path).otherNames, 1U);
+}
+
+TEST_F(FrontMove, LeavesWhatLiesThereAlready) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const auto outcome = move(scratch.file("q/a"));
+  EXPECT_FALSE(outcome.moved);
+  EXPECT_EQ(outcome.text, "it is in that folder already");
+}
+
+}  // namespace
+}  // namespace quillo::front

@@ -1,0 +1,56 @@
+#include "tools/clamdscan/EngineTree.h"
+
+#include <limits.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+#include "posix/Text.h"
+
+namespace quillo::front {
+namespace {
+
+std::string absolute(const std::string& path) {
+  std::array<char, PATH_MAX> folder;
+  if (path.empty() || path[0] == '/' || getcwd(folder.data(), folder.size()) == nullptr) {
+    return path;
+  }
+  return std::string(folder.data()) + "/" + path;
+}
+
+}  // namespace
+
+EngineTree EngineTree::find(const std::vector<std::string>& programs) {
+  std::string root;
+  for (const std::string& program : programs) {
+    if (program.find('/') == std::string::npos) {
+      continue;
+    }
+    const std::string candidate =
+        deletingLastPathComponent(deletingLastPathComponent(absolute(program)));
+    if (root.empty()) {
+      root = candidate;
+    }
+    if (access((candidate + "/etc/clamd.conf").c_str(), F_OK) == 0) {
+      return at(candidate);
+    }
+  }
+  return at(root);
+}
+
+EngineTree EngineTree::at(const std::string& root) {
+  EngineTree tree;
+  tree.configuration = root + "/etc/clamd.conf";
+  const ConfigFile front = ConfigFile::read(root + "/etc/front.conf");
+  const ConfigFile own = ConfigFile::read(tree.configuration);
+  tree.daemonSocket = own.value("LocalSocket").value_or("");
+  tree.realClient = front.value("RealClient").value_or("/usr/bin/clamdscan");
+  const auto daemon = front.value("DaemonConfig");
+  tree.limits = ScanLimits::of(daemon ? ConfigFile::read(*daemon) : own);
+  tree.deepestFolder = static_cast<int>(
+      std::min<std::uint64_t>(own.size("MaxDirectoryRecursion").value_or(15), 100000));
+  return tree;
+}
+
+}  // namespace quillo::front
