@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +11,11 @@
 #include <cstring>
 
 #include "posix/PlatformException.h"
+
+// glibc 2.36 declares pidfd_open() without saying that it is a C function.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 extern char** environ;
 
@@ -141,7 +145,8 @@ void ChildProcess::terminate() {
 int ChildProcess::waitUntilExit(const ChunkHandler& handler) {
   bool reading = handler != nullptr && output_.descriptor() >= 0;
   for (;;) {
-    pollfd watched[2] = {{pidfd_.get(), POLLIN, 0}, {reading ? output_.descriptor() : -1, POLLIN, 0}};
+    pollfd watched[2] = {{pidfd_.get(), POLLIN, 0},
+                         {reading ? output_.descriptor() : -1, POLLIN, 0}};
     if (poll(watched, 2, -1) < 0 && errno == EINTR) {
       continue;
     }
