@@ -20,6 +20,8 @@
 namespace quillo {
 namespace {
 
+// Longer than a reload of all definitions takes; only a daemon that is there is waited for.
+constexpr std::chrono::milliseconds reloadPatience = std::chrono::seconds(60);
 constexpr std::chrono::hours week(7 * 24);
 constexpr int folderNotWritable = 10;  // freshclam(1), RETURN CODES
 
@@ -61,24 +63,25 @@ int reportMachineDaemon(const MachinePlaces& places) {
   return 1;
 }
 
-bool answers(const LaunchConf& conf, const MachinePlaces& places) {
+DaemonState privateDaemon(const LaunchConf& conf) {
   std::vector<uid_t> trusted = {0, geteuid()};
   if (conf.machineWide) {
     trusted.push_back(packagedAccount("").user);
   }
-  return pingDaemon(conf.socketFolder + "/clamd.sock", trusted, places.patience) ==
-         DaemonState::answers;
+  return pingDaemon(conf.socketFolder + "/clamd.sock", trusted, reloadPatience);
 }
 
 // Two scanners may find the daemon dead at once: the second one waits until the first has started
 // it, lest two of them load gigabytes for one socket.
-int startOnce(const LaunchConf& conf, const std::string& configuration,
-              const MachinePlaces& places) {
+int startOnce(const LaunchConf& conf, const std::string& configuration) {
   const UniqueFd lock(open(conf.socketFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   while (lock && flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
   }
-  if (answers(conf, places)) {
-    return 0;
+  const DaemonState state = privateDaemon(conf);
+  if (state != DaemonState::absent) {
+    std::fprintf(stderr, "clamd at %s/clamd.sock %s\n", conf.socketFolder.c_str(),
+                 state == DaemonState::answers ? "runs already" : "runs but does not answer");
+    return state == DaemonState::answers ? 0 : 1;
   }
   LaunchRequest request;
   request.launchPath = conf.daemon;
@@ -122,7 +125,7 @@ int launchDaemon(const std::string& root, const std::vector<std::string>& argume
     }
     return replaceBy(conf.daemon, {words.begin() + 1, words.end()});
   }
-  return conf.usesMachineDaemon ? reportMachineDaemon(places) : startOnce(conf, ours, places);
+  return conf.usesMachineDaemon ? reportMachineDaemon(places) : startOnce(conf, ours);
 }
 
 int launchUpdater(const std::string& root, const std::vector<std::string>& arguments) {

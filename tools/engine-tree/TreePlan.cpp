@@ -60,6 +60,8 @@ void addPrivateOptions(std::string& text, const TreePlan& plan) {
       "LogSyslog yes\n"
       // A second copy of the definitions during a reload would cost more than a gigabyte.
       "ConcurrentDatabaseReload no\n"
+      // Such a reload begins when the idle threads have ended; nothing is scanned until then.
+      "IdleTimeout 1\n"
       // What is too big to be looked at is to be said, not to be called clean.
       "AlertExceedsMax yes\n"
       "MaxScanTime 120000\n"
