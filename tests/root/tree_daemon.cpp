@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <future>
+
+#include "tests/root/TreeOnMachine.h"
+#include "tools/engine-tree/Accounts.h"
+
+namespace quillo {
+namespace {
+
+struct stat statusOf(const std::string& file) {
+  struct stat status = {};
+  EXPECT_EQ(lstat(file.c_str(), &status), 0) << file;
+  return status;
+}
+
+bool names(const Outcome& outcome, const std::string& what) {
+  return outcome.output.find(what) != std::string::npos;
+}
+
+TEST_F(TreeOnMachine, DetectsTheTestFileAloneAndInAZipBeforeAnyDownload) {
+  const std::string root = path("0/tree");
+  const Outcome made = makeTree(0, {root});
+  ASSERT_EQ(made.status, 0) << made.output;
+  ASSERT_EQ(startDaemon(0, root).status, 0);
+  EXPECT_TRUE(answers(socketOf(root)));
+  for (const std::string& file : {eicarFile(), eicarZip()}) {
+    const Outcome scanned = scan(0, root, file);
+    EXPECT_EQ(scanned.status, 1);
+    EXPECT_EQ(scanned.output, file + ": Eicar-Test-Signature.UNOFFICIAL FOUND\n");
+  }
+  EXPECT_EQ(scan(0, root, otherFile()).status, 0);
+}
+
+TEST_F(TreeOnMachine, ShowsTheRealDaemonWithItsConfigurationOnce) {
+  const std::string root = path("0/tree");
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  ASSERT_EQ(startDaemon(0, root).status, 0);
+  ASSERT_EQ(daemons().size(), 1U);
+  std::string line = read("/proc/" + std::to_string(daemons()[0]) + "/cmdline");
+  std::replace(line.begin(), line.end(), '\0', ' ');
+  EXPECT_EQ(line, "/usr/sbin/clamd -c " + root + "/etc/clamd.conf ");
+}
+
+TEST_F(TreeOnMachine, StartsItsDaemonAlsoWithoutAnOption) {
+  const std::string root = path("0/tree");
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  EXPECT_EQ(run(0, root + "/sbin/clamd").status, 0);
+  EXPECT_TRUE(answers(socketOf(root)));
+}
+
+TEST_F(TreeOnMachine, CanBeMadeAgainUnderARunningDaemon) {
+  const std::string root = path("0/tree");
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  ASSERT_EQ(startDaemon(0, root).status, 0);
+  const std::vector<pid_t> before = daemons();
+  const std::string socket = socketOf(root);
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  EXPECT_EQ(socketOf(root), socket);
+  EXPECT_EQ(startDaemon(0, root).status, 0);
+  EXPECT_EQ(daemons(), before);
+  EXPECT_EQ(scan(0, root, eicarFile()).status, 1);
+}
+
+TEST_F(TreeOnMachine, StartsOneDaemonForTwoWhoAskAtOnce) {
+  const std::string root = path("0/tree");
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  std::vector<std::future<Outcome>> launches;
+  for (int i = 0; i < 4; ++i) {
+    launches.push_back(std::async(std::launch::async, [&] { return startDaemon(0, root); }));
+  }
+  for (std::future<Outcome>& launch : launches) {
+    const Outcome outcome = launch.get();
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+  }
+  EXPECT_EQ(daemons().size(), 1U);
+}
+
+TEST_F(TreeOnMachine, HandsTheStatusOfADaemonOnThatCannotStart) {
+  const std::string root = path("0/tree");
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  write(root + "/etc/clamd.local", "NoSuchOption yes\n");
+  const Outcome started = startDaemon(0, root);
+  EXPECT_EQ(started.status, 1);
+  EXPECT_TRUE(names(started, "NoSuchOption")) << started.output;
+}
+
+TEST_F(TreeOnMachine, ComesBackAfterTheTemporaryFolderWasEmptied) {
+  const std::string root = path("0/tree");
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  const std::string socket = socketOf(root);
+  ASSERT_EQ(rmdir(std::filesystem::path(socket).parent_path().c_str()), 0);
+  EXPECT_EQ(startDaemon(0, root).status, 0);
+  EXPECT_EQ(socketOf(root), socket);
+  EXPECT_TRUE(answers(socket));
+}
+
+TEST_F(TreeOnMachine, ServesAnOrdinaryUserWithNothingOfRoots) {
+  const Outcome made = makeTree(ordinaryUser, {});
+  ASSERT_EQ(made.status, 0) << made.output;
+  const std::string root = path("61234/.local/share/vantrel/engine");
+  ASSERT_EQ(startDaemon(ordinaryUser, root).status, 0);
+  ASSERT_EQ(daemons().size(), 1U);
+  EXPECT_EQ(statusOf("/proc/" + std::to_string(daemons()[0])).st_uid, ordinaryUser);
+  const std::string folder = std::filesystem::path(socketOf(root)).parent_path();
+  EXPECT_EQ(statusOf(folder).st_mode & 07777U, 0700U);
+  EXPECT_EQ(statusOf(folder).st_uid, ordinaryUser);
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    EXPECT_EQ(statusOf(entry.path()).st_uid, ordinaryUser) << entry.path();
+  }
+  EXPECT_EQ(scan(ordinaryUser, root, eicarZip()).status, 1);
+  const Outcome checked = makeTree(ordinaryUser, {"--check"});
+  EXPECT_EQ(checked.status, 1);
+  EXPECT_EQ(checked.output, "Engine tree " + root + ": no real definitions in " + root + "/db\n");
+}
+
+TEST_F(TreeOnMachine, KeepsAwayFromASocketFolderThatSomebodyElseMade) {
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  const std::string before = socketOf(root);
+  const std::string folder = std::filesystem::path(before).parent_path();
+  ASSERT_EQ(rmdir(folder.c_str()), 0);
+  ASSERT_EQ(run(otherUser, "/bin/mkdir", {"-m", "777", folder}).status, 0);
+  EXPECT_EQ(startDaemon(ordinaryUser, root).status, 0);
+  EXPECT_NE(socketOf(root), before);
+  EXPECT_TRUE(answers(socketOf(root)));
+  EXPECT_TRUE(std::filesystem::is_empty(folder));
+}
+
+TEST_F(TreeOnMachine, IsNotMadeByRootInsideAnotherUsersFolder) {
+  const Outcome made = makeTree(0, {path("61234/tree")});
+  EXPECT_EQ(made.status, 1);
+  EXPECT_TRUE(names(made, "belongs to user 61234")) << made.output;
+  EXPECT_FALSE(std::filesystem::exists(path("61234/tree")));
+}
+
+TEST_F(TreeOnMachine, UsesTheMachinesDaemonWhileItAnswers) {
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  const std::string privateSocket = socketOf(root);
+  startMachineDaemon();
+  const Outcome made = makeTree(ordinaryUser, {root});
+  ASSERT_EQ(made.status, 0) << made.output;
+  EXPECT_EQ(socketOf(root), path("machine/clamd.ctl"));
+  EXPECT_EQ(option(root + "/etc/clamd.conf", "MaxFileSize"), "9M");
+  EXPECT_EQ(option(root + "/etc/front.conf", "DaemonConfig"), "/etc/clamav/clamd.conf");
+  EXPECT_EQ(scan(ordinaryUser, root, otherFile()).status, 1);
+  EXPECT_EQ(startDaemon(ordinaryUser, root).status, 0);
+  EXPECT_EQ(daemons().size(), 1U);
+  endDaemons();
+  EXPECT_EQ(startDaemon(ordinaryUser, root).status, 0);
+  EXPECT_EQ(socketOf(root), privateSocket);
+  EXPECT_EQ(scan(ordinaryUser, root, eicarFile()).status, 1);
+}
+
+TEST_F(TreeOnMachine, WaitsForAMachinesDaemonThatDoesNotAnswerYet) {
+  startMachineDaemon();
+  const pid_t daemon = daemons().at(0);
+  kill(daemon, SIGSTOP);
+  const Outcome made = makeTree(ordinaryUser, {});
+  kill(daemon, SIGCONT);
+  EXPECT_EQ(made.status, 0);
+  EXPECT_TRUE(names(made, "does not answer yet")) << made.output;
+  EXPECT_EQ(socketOf(path("61234/.local/share/vantrel/engine")), path("machine/clamd.ctl"));
+}
+
+TEST_F(TreeOnMachine, ForEveryoneRunsAsThePackagesAccount) {
+  const std::string root = path("everyone");
+  const Outcome made = makeTree(0, {"--machine", root});
+  ASSERT_EQ(made.status, 0) << made.output;
+  ASSERT_EQ(startDaemon(0, root).status, 0);
+  ASSERT_EQ(daemons().size(), 1U);
+  EXPECT_EQ(statusOf("/proc/" + std::to_string(daemons()[0])).st_uid, packagedAccount("").user);
+  EXPECT_EQ(scan(ordinaryUser, root, eicarFile()).status, 1);
+  EXPECT_EQ(startDaemon(ordinaryUser, root).status, 0);
+  EXPECT_EQ(makeTree(0, {"--machine", root}).status, 0);
+  EXPECT_EQ(makeTree(ordinaryUser, {"--machine", root}).status, 1);
+}
+
+}  // namespace
+}  // namespace quillo

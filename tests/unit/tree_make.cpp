@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+
+#include "posix/PlatformException.h"
+#include "posix/Text.h"
+#include "tests/support/TreeSandbox.h"
+
+namespace quillo {
+namespace {
+
+void installDefinitions(const TreeSandbox& sandbox, const std::string& folder) {
+  std::filesystem::create_directories(sandbox.path(folder));
+  sandbox.write(folder + "/main.cvd", "ClamAV-VDB:");
+  sandbox.write(folder + "/daily.cld", "ClamAV-VDB:");
+}
+
+// Every file of the tree with its identity and content.
+std::map<std::string, std::string> photographed(const TreeSandbox& sandbox) {
+  std::map<std::string, std::string> picture;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(sandbox.path("tree"))) {
+    struct stat status = {};
+    stat(entry.path().c_str(), &status);
+    const std::string name = entry.path().string().substr(sandbox.path("").size());
+    picture[name] = std::to_string(status.st_ino) + " " + std::to_string(status.st_mode) + " " +
+                    (S_ISREG(status.st_mode) ? sandbox.read(name) : "");
+  }
+  return picture;
+}
+
+TEST(Definitions, HoldTheTestFileAloneUntilRealOnesAreThere) {
+  const std::string line = builtInDefinition();
+  ASSERT_EQ(eicarTestFile().size(), 68U);
+  ASSERT_EQ(line.back(), '\n');
+  const std::vector<std::string_view> fields =
+      split(std::string_view(line).substr(0, line.size() - 1), ':');
+  ASSERT_EQ(fields.size(), 4U);
+  EXPECT_EQ(fields[0], "Eicar-Test-Signature");
+  std::string decoded;
+  for (std::size_t i = 0; i + 1 < fields[3].size(); i += 2) {
+    decoded += static_cast<char>(std::stoi(std::string(fields[3].substr(i, 2)), nullptr, 16));
+  }
+  EXPECT_EQ(decoded, eicarTestFile());
+}
+
+TEST(Definitions, AreCompleteWithMainAndDailyInEitherForm) {
+  const TreeSandbox sandbox;
+  std::filesystem::create_directory(sandbox.path("d"));
+  EXPECT_FALSE(definitionsIn(sandbox.path("d")).any());
+  sandbox.write("d/daily.cld", "");
+  EXPECT_FALSE(definitionsIn(sandbox.path("d")).any());
+  sandbox.write("d/daily.cld", "x");
+  EXPECT_TRUE(definitionsIn(sandbox.path("d")).any());
+  EXPECT_FALSE(definitionsIn(sandbox.path("d")).complete());
+  sandbox.write("d/main.cvd", "x");
+  EXPECT_TRUE(definitionsIn(sandbox.path("d")).complete());
+  EXPECT_TRUE(definitionsIn(sandbox.path("d")).newest.has_value());
+}
+
+TEST(EngineTree, HasTheLayoutOfAnEngine) {
+  const TreeSandbox sandbox;
+  const TreePlan plan = makeTree(sandbox.request());
+  for (const char* program : {"tree/bin/clamdscan", "tree/bin/freshclam", "tree/sbin/clamd"}) {
+    EXPECT_EQ(access(sandbox.path(program).c_str(), X_OK), 0) << program;
+  }
+  EXPECT_EQ(sandbox.read("tree/bin/clamdscan"), sandbox.read("tools/clamdscan"));
+  EXPECT_EQ(sandbox.read("tree/sbin/clamd"), sandbox.read("tools/engine-launcher"));
+  EXPECT_EQ(sandbox.read("tree/etc/clamd.conf"), clamdConfText(plan));
+  EXPECT_EQ(plan.definitions, sandbox.path("tree/db"));
+  EXPECT_EQ(sandbox.read("tree/db/vantrel-eicar.ndb"), builtInDefinition());
+}
+
+TEST(EngineTree, StaysAsItIsWhenItIsMadeAgain) {
+  const TreeSandbox sandbox;
+  makeTree(sandbox.request());
+  const auto before = photographed(sandbox);
+  makeTree(sandbox.request());
+  EXPECT_EQ(photographed(sandbox), before);
+  refreshTree(sandbox.path("tree"), sandbox.places());
+  EXPECT_EQ(photographed(sandbox), before);
+}
+
+TEST(EngineTree, IsNotBegunWithoutTheEngine) {
+  const TreeSandbox sandbox;
+  std::filesystem::remove(sandbox.path("machine/freshclam"));
+  EXPECT_THROW(makeTree(sandbox.request()), PlatformException);
+  EXPECT_FALSE(std::filesystem::exists(sandbox.path("tree")));
+}
+
+TEST(EngineTree, IsNotBegunWithoutTheFrontProgram) {
+  const TreeSandbox sandbox;
+  std::filesystem::remove(sandbox.path("tools/clamdscan"));
+  EXPECT_THROW(makeTree(sandbox.request()), PlatformException);
+  EXPECT_FALSE(std::filesystem::exists(sandbox.path("tree")));
+}
+
+TEST(EngineTree, GetsNewProgramsWhenItIsMadeAgain) {
+  const TreeSandbox sandbox;
+  makeTree(sandbox.request());
+  sandbox.write("tools/clamdscan", "newer");
+  makeTree(sandbox.request());
+  EXPECT_EQ(sandbox.read("tree/bin/clamdscan"), "newer");
+}
+
+TEST(EngineTree, UsesTheMachinesDefinitionsWhereThereAreSome) {
+  const TreeSandbox sandbox;
+  makeTree(sandbox.request());
+  installDefinitions(sandbox, "machine/definitions");
+  const TreePlan plan = makeTree(sandbox.request());
+  EXPECT_EQ(plan.definitions, sandbox.path("machine/definitions"));
+  std::filesystem::remove_all(sandbox.path("machine/definitions"));
+  EXPECT_EQ(makeTree(sandbox.request()).definitions, sandbox.path("tree/db"));
+}
+
+TEST(EngineTree, KeepsDownloadedDefinitionsAndDropsTheBuiltInOne) {
+  const TreeSandbox sandbox;
+  makeTree(sandbox.request());
+  installDefinitions(sandbox, "tree/db");
+  makeTree(sandbox.request());
+  EXPECT_TRUE(definitionsIn(sandbox.path("tree/db")).complete());
+  EXPECT_FALSE(std::filesystem::exists(sandbox.path("tree/db/vantrel-eicar.ndb")));
+}
+
+TEST(EngineTree, KeepsTheUsersOwnLines) {
+  const TreeSandbox sandbox;
+  makeTree(sandbox.request());
+  sandbox.write("tree/etc/clamd.local", "MaxFileSize 3M\n");
+  makeTree(sandbox.request());
+  EXPECT_EQ(ClamConf::parse(sandbox.read("tree/etc/clamd.conf")).value("MaxFileSize"), "3M");
+  EXPECT_EQ(sandbox.read("tree/etc/clamd.local"), "MaxFileSize 3M\n");
+}
+
+TEST(EngineTree, NamesWhatItLacks) {
+  const TreeSandbox sandbox;
+  EXPECT_FALSE(checkTree(sandbox.path("tree"), sandbox.places()).empty());
+  const TreePlan plan = makeTree(sandbox.request());
+  const std::vector<std::string> expected = {"no clamd answers at " + plan.socket(),
+                                             "no real definitions in " + sandbox.path("tree/db")};
+  EXPECT_EQ(checkTree(sandbox.path("tree"), sandbox.places()), expected);
+  std::filesystem::remove(sandbox.path("tree/etc/front.conf"));
+  EXPECT_EQ(checkTree(sandbox.path("tree"), sandbox.places()).front(),
+            "there is no file " + sandbox.path("tree/etc/front.conf"));
+}
+
+TEST(EngineTree, IsDescribedInAFewLines) {
+  const TreeSandbox sandbox;
+  const TreeRequest request = sandbox.request();
+  const std::vector<std::string> lines = describe(makeTree(request), request);
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_EQ(lines[0], "Engine tree: " + sandbox.path("tree"));
+  EXPECT_NE(lines[1].find("private clamd"), std::string::npos);
+  EXPECT_NE(lines[2].find("EICAR"), std::string::npos);
+}
+
+TEST(EngineTree, LiesInTheUsersDataFolder) {
+  const char* const before = std::getenv("XDG_DATA_HOME");
+  const std::string kept = before != nullptr ? before : "";
+  setenv("XDG_DATA_HOME", "/data", 1);
+  EXPECT_EQ(defaultRoot(false), "/data/vantrel/engine");
+  setenv("XDG_DATA_HOME", "relative", 1);
+  EXPECT_EQ(defaultRoot(false).find("relative"), std::string::npos);
+  EXPECT_EQ(defaultRoot(true), "/usr/local/vantrel");
+  before != nullptr ? setenv("XDG_DATA_HOME", kept.c_str(), 1) : unsetenv("XDG_DATA_HOME");
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace quillo {
+
+// Who a private daemon runs as.
+struct EngineAccount {
+  uid_t user = 0;
+  gid_t group = 0;
+  std::string name;  // empty for a user number without a name
+  std::string home;
+};
+
+// Entries of the user database (passwd(5)). Any thread.
+EngineAccount accountNumbered(uid_t user);
+std::optional<EngineAccount> accountNamed(const std::string& name);
+// The account that the packages made for the daemon, `configured` if they say so; root's if none.
+EngineAccount packagedAccount(const std::string& configured);
+
+}  // namespace quillo

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/engine-tree/TreePlan.h"
+
+namespace quillo {
+
+// What an administrator has to do before AppArmor lets the engine's programs work in this tree: one
+// line for each profile that is enforced, does not know of the tree, and stands in its way. The
+// rules to add lie in `toolFolder`/apparmor. Empty where nothing is to be done. Any thread.
+std::vector<std::string> confinementHints(const TreePlan& plan, const MachinePlaces& places,
+                                          const std::string& toolFolder);
+
+}  // namespace quillo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace quillo {
+
+// The virus definitions in a folder, as clamd and freshclam keep them there: main and daily, each
+// as .cvd (downloaded) or .cld (updated in place).
+struct DefinitionSet {
+  bool main = false;
+  bool daily = false;
+  // When the newest of them was written; nothing when there is none.
+  std::optional<std::chrono::system_clock::time_point> newest;
+
+  bool any() const { return main || daily; }
+  bool complete() const { return main && daily; }
+};
+
+// What lies in `folder` and can be read by this process; nothing of it when it cannot. Any thread.
+DefinitionSet definitionsIn(const std::string& folder);
+
+// The file of the built-in definition and its one line, in the extended signature format of
+// ClamAV's signature manual (Name:TargetType:Offset:HexSignature): the 68-byte EICAR test file.
+inline constexpr char builtInDefinitionFile[] = "vantrel-eicar.ndb";
+std::string builtInDefinition();
+// The content of the test file itself.
+std::string eicarTestFile();
+
+}  // namespace quillo

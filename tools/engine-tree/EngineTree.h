@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/engine-tree/Definitions.h"
+#include "tools/engine-tree/TreePlan.h"
+
+namespace quillo {
+
+// What a run is asked for.
+struct TreeRequest {
+  std::string root;
+  bool machineWide = false;
+  // Holds the programs "clamdscan" and "engine-launcher" that the tree gets copies of.
+  std::string toolFolder;
+  MachinePlaces places = {};
+};
+
+// Makes the engine tree below `request.root`, or brings one up to date: programs, configuration,
+// socket folder, and the built-in definition where there are no real ones. Touches nothing else.
+// Answers what it planned. Throws PlatformException when a package is missing or a file cannot be
+// written; each file is then the old or the new one. One run at a time: a second one waits.
+TreePlan makeTree(const TreeRequest& request);
+
+// The same for a tree that exists, without its programs: what starting the daemon needs.
+TreePlan refreshTree(const std::string& root, const MachinePlaces& places);
+
+// What was made, in plain words, one line each.
+std::vector<std::string> describe(const TreePlan& plan, const TreeRequest& request);
+
+// Why the tree is not ready to guard: what is missing in it, a daemon that does not answer, real
+// definitions that are not there. Empty when all is well. Changes nothing.
+std::vector<std::string> checkTree(const std::string& root, const MachinePlaces& places);
+
+// $XDG_DATA_HOME/vantrel/engine (XDG Base Directory Specification), or for the machine
+// /usr/local/vantrel. Throws PlatformException when the user has no home folder.
+std::string defaultRoot(bool machineWide);
+
+}  // namespace quillo

@@ -1,0 +1,147 @@
+#include "tools/engine-tree/Launcher.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "posix/ChildProcess.h"
+#include "posix/PlatformException.h"
+#include "posix/Text.h"
+#include "posix/UniqueFd.h"
+#include "tools/engine-tree/EngineTree.h"
+#include "tools/engine-tree/Processes.h"
+#include "tools/engine-tree/TreeFolder.h"
+
+namespace quillo {
+namespace {
+
+// Longer than a reload of all definitions takes; only a daemon that is there is waited for.
+constexpr std::chrono::milliseconds reloadPatience = std::chrono::seconds(60);
+constexpr std::chrono::hours week(7 * 24);
+constexpr int folderNotWritable = 10;  // freshclam(1), RETURN CODES
+
+int replaceBy(const std::string& program, std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), program);
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) {
+    argv.push_back(argument.data());
+  }
+  argv.push_back(nullptr);
+  execv(program.c_str(), argv.data());
+  std::fprintf(stderr, "cannot run %s: %s\n", program.c_str(), std::strerror(errno));
+  return 1;
+}
+
+LaunchConf storedConf(const std::string& root) {
+  const std::optional<TreeFolder> etc = TreeFolder::open(root + "/etc");
+  return parseLaunchConf(etc ? etc->read("launch.conf").value_or("") : "");
+}
+
+// A tree for everyone is root's: another user takes it as it stands.
+LaunchConf currentConf(const std::string& root, const MachinePlaces& places) {
+  try {
+    return parseLaunchConf(launchConfText(refreshTree(root, places)));
+  } catch (const PlatformException& failure) {
+    std::fprintf(stderr, "engine tree not brought up to date: %s\n", failure.what());
+    return storedConf(root);
+  }
+}
+
+int reportMachineDaemon(const MachinePlaces& places) {
+  const MachineDaemon machine = findMachineDaemon(places);
+  if (machine.usable()) {
+    std::fprintf(stderr, "the machine's own clamd at %s serves this tree\n",
+                 machine.socket.c_str());
+    return 0;
+  }
+  std::fprintf(stderr, "the machine's own clamd does not run; an administrator has to start it\n");
+  return 1;
+}
+
+DaemonState privateDaemon(const LaunchConf& conf) {
+  std::vector<uid_t> trusted = {0, geteuid()};
+  if (conf.machineWide) {
+    trusted.push_back(packagedAccount("").user);
+  }
+  return pingDaemon(conf.socketFolder + "/clamd.sock", trusted, reloadPatience);
+}
+
+// Two scanners may find the daemon dead at once: the second one waits until the first has started
+// it, lest two of them load gigabytes for one socket.
+int startOnce(const LaunchConf& conf, const std::string& configuration) {
+  const UniqueFd lock(open(conf.socketFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  while (lock && flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
+  }
+  const DaemonState state = privateDaemon(conf);
+  if (state != DaemonState::absent) {
+    std::fprintf(stderr, "clamd at %s/clamd.sock %s\n", conf.socketFolder.c_str(),
+                 state == DaemonState::answers ? "runs already" : "runs but does not answer");
+    return state == DaemonState::answers ? 0 : 1;
+  }
+  LaunchRequest request;
+  request.launchPath = conf.daemon;
+  request.arguments = {"-c", configuration};
+  request.output = LaunchRequest::Output::inherited;
+  return ChildProcess(request).waitUntilExit();
+}
+
+bool mayWrite(const std::string& folder) { return access(folder.c_str(), W_OK | X_OK) == 0; }
+
+int reportDefinitions(const std::string& folder, bool updatedIsOne) {
+  const DefinitionSet set = definitionsIn(folder);
+  const bool fresh = set.newest && std::chrono::system_clock::now() - *set.newest < week;
+  if (!fresh) {
+    std::fprintf(stderr,
+                 "%s: the definitions there are %s, and only an administrator can renew them "
+                 "(see freshclam(1))\n",
+                 folder.c_str(), set.newest ? "older than a week" : "missing");
+    return folderNotWritable;
+  }
+  std::printf("The definitions in %s are kept up to date by the machine itself.\n", folder.c_str());
+  return updatedIsOne ? 0 : 1;
+}
+
+}  // namespace
+
+int launchDaemon(const std::string& root, const std::vector<std::string>& arguments,
+                 const MachinePlaces& places) {
+  const std::string ours = root + "/etc/clamd.conf";
+  std::vector<std::string> words = {"clamd"};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  const std::string asked = configurationOption(words);
+  if (!asked.empty() && asked != ours) {
+    return replaceBy(storedConf(root).daemon, arguments);
+  }
+  const LaunchConf conf = currentConf(root, places);
+  const bool plain = arguments.empty() || (!asked.empty() && arguments.size() <= 2);
+  if (!plain) {
+    if (asked.empty()) {
+      words.insert(words.end(), {"-c", ours});
+    }
+    return replaceBy(conf.daemon, {words.begin() + 1, words.end()});
+  }
+  return conf.usesMachineDaemon ? reportMachineDaemon(places) : startOnce(conf, ours);
+}
+
+int launchUpdater(const std::string& root, const std::vector<std::string>& arguments) {
+  const LaunchConf conf = storedConf(root);
+  if (!mayWrite(conf.definitions)) {
+    const bool updatedIsOne = std::find(arguments.begin(), arguments.end(),
+                                        "--on-update-execute=EXIT_1") != arguments.end();
+    return reportDefinitions(conf.definitions, updatedIsOne);
+  }
+  std::vector<std::string> words = {"--config-file=" + root + "/etc/freshclam.conf"};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return replaceBy(conf.updater, words);
+}
+
+std::string rootOfProgram(const std::string& program) {
+  return deletingLastPathComponent(deletingLastPathComponent(program));
+}
+
+}  // namespace quillo

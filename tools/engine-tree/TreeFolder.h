@@ -1,0 +1,50 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+
+// An opened folder of an engine tree. It belongs to this process's user, nobody else may write to
+// it, and no symbolic link is followed in it. Every failure is a PlatformException that names the
+// path and the reason. One thread.
+class TreeFolder {
+ public:
+  // Opens `path`, an absolute one, and makes it and the folders above it where they are missing.
+  // Refuses a path through a link, or below a folder, that another user could have planted.
+  static TreeFolder openOrMake(const std::string& path);
+  // Opens what is there; nothing when it is missing. Checks no owner: good for reading only.
+  static std::optional<TreeFolder> open(const std::string& path);
+
+  // The folder `name` in this one, made where it is missing.
+  TreeFolder subfolder(const std::string& name) const;
+  // The same for a folder that root hands to the account which the engine runs as.
+  TreeFolder subfolderOf(const std::string& name, uid_t user, gid_t group) const;
+
+  // The content of a regular file; nothing when there is none.
+  std::optional<std::string> read(const std::string& name) const;
+  // Replaces a file as a whole, so that a reader sees the old or the new content and a crash
+  // leaves one of them. False when it already had this content and mode.
+  bool write(const std::string& name, std::string_view content, mode_t mode) const;
+  // False when there was none.
+  bool remove(const std::string& name) const;
+
+  // Keeps other runs out until this object goes away.
+  void lock() const;
+
+  const std::string& path() const { return path_; }
+
+ private:
+  TreeFolder(std::string path, UniqueFd folder)
+      : path_(std::move(path)), folder_(std::move(folder)) {}
+
+  std::string path_;
+  UniqueFd folder_;
+};
+
+}  // namespace quillo

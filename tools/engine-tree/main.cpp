@@ -1,0 +1,103 @@
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include "posix/Text.h"
+#include "tools/engine-tree/EngineTree.h"
+
+namespace {
+
+constexpr char help[] =
+    "vantrel-engine-tree [--machine] [ROOT]\n"
+    "    makes an engine tree below ROOT out of the installed ClamAV, or brings it up to date;\n"
+    "    without ROOT for this user ($XDG_DATA_HOME/vantrel/engine), with --machine for everyone\n"
+    "    (/usr/local/vantrel, needs root)\n"
+    "vantrel-engine-tree --check [--machine] [ROOT]\n"
+    "    changes nothing: 0 when the tree is whole, its clamd answers and real definitions are\n"
+    "    there, otherwise 1 and the reasons\n"
+    "vantrel-engine-tree --help\n";
+
+struct Options {
+  bool check = false;
+  bool machine = false;
+  std::string root;
+};
+
+std::string ownFolder() {
+  std::array<char, 4096> path;
+  const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
+  return length > 0 ? quillo::deletingLastPathComponent(
+                          std::string_view(path.data(), static_cast<std::size_t>(length)))
+                    : ".";
+}
+
+std::string absolute(const std::string& path) {
+  if (!path.empty() && path.front() == '/') {
+    return path;
+  }
+  std::array<char, 4096> here;
+  return getcwd(here.data(), here.size()) == nullptr ? path : std::string(here.data()) + "/" + path;
+}
+
+int check(const Options& options) {
+  const std::vector<std::string> reasons = quillo::checkTree(options.root, quillo::MachinePlaces());
+  for (const std::string& reason : reasons) {
+    std::printf("Engine tree %s: %s\n", options.root.c_str(), reason.c_str());
+  }
+  return reasons.empty() ? 0 : 1;
+}
+
+int make(const Options& options) {
+  if (options.machine && geteuid() != 0) {
+    std::fprintf(stderr, "vantrel-engine-tree: --machine needs root\n");
+    return 1;
+  }
+  quillo::TreeRequest request;
+  request.root = options.root;
+  request.machineWide = options.machine;
+  request.toolFolder = ownFolder();
+  for (const std::string& line : quillo::describe(quillo::makeTree(request), request)) {
+    std::printf("%s\n", line.c_str());
+  }
+  return 0;
+}
+
+int run(int argc, char** argv) {
+  Options options;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view word = argv[i];
+    if (word == "--help" || word == "-h") {
+      std::fputs(help, stdout);
+      return 0;
+    }
+    if (word == "--check") {
+      options.check = true;
+    } else if (word == "--machine") {
+      options.machine = true;
+    } else if (word.empty() || word.front() == '-' || !options.root.empty()) {
+      std::fprintf(stderr, "vantrel-engine-tree: what is \"%s\"?\n%s", argv[i], help);
+      return 1;
+    } else {
+      options.root = absolute(argv[i]);
+    }
+  }
+  if (options.root.empty()) {
+    options.root = quillo::defaultRoot(options.machine);
+  }
+  return options.check ? check(options) : make(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "vantrel-engine-tree: %s\n", failure.what());
+    return 1;
+  }
+}
