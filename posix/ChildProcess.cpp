@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +11,11 @@
 #include <cstring>
 
 #include "posix/PlatformException.h"
+
+// glibc 2.36 declares pidfd_open() without saying that it is a C function.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 extern char** environ;
 
