@@ -26,19 +26,22 @@ bool isNameOfTable(std::string_view language) {
 
 }  // namespace
 
-StringTables::StringTables(const std::string& folder, const std::vector<std::string>& languages,
+StringTables::StringTables(const std::vector<std::string>& folders,
+                           const std::vector<std::string>& languages,
                            const std::function<void(const std::string& problem)>& report) {
   std::vector<std::string> wanted = languages;
   wanted.emplace_back("en");
   for (const std::string& language : wanted) {
-    const TomlFile file = TomlFile::read(folder + "/" + language + ".toml");
-    if (!file.problem.empty() && report) {
-      report(file.problem);
-    }
     std::map<std::string, std::string> table;
-    for (const auto& [key, value] : file.values) {
-      if (const auto* text = std::get_if<std::string>(&value.value)) {
-        table.emplace(key, *text);
+    for (const std::string& folder : folders) {
+      const TomlFile file = TomlFile::read(folder + "/" + language + ".toml");
+      if (!file.problem.empty() && report) {
+        report(file.problem);
+      }
+      for (const auto& [key, value] : file.values) {
+        if (const auto* text = std::get_if<std::string>(&value.value)) {
+          table.emplace(key, *text);
+        }
       }
     }
     tables_.push_back(std::move(table));

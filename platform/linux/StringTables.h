@@ -15,7 +15,7 @@ class StringTables final : public LocalizedStrings {
  public:
   // The tables of `languages`, the first of them first, then English. A language without a table is
   // passed over; a table that cannot be read is reported.
-  StringTables(const std::string& folder, const std::vector<std::string>& languages,
+  StringTables(const std::vector<std::string>& folders, const std::vector<std::string>& languages,
                const std::function<void(const std::string& problem)>& report);
   // The languages that the user asks for, best first ("de_AT" is followed by "de"), by the rules of
   // gettext: LANGUAGE, unless the locale (LC_ALL, LC_MESSAGES, LANG) is that of the C language.

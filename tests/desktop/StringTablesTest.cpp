@@ -54,10 +54,12 @@ TEST(StringTablesTest, FallsBackToTheNextLanguageThenToEnglishThenToTheCaller) {
   folder.write("en.toml", "A = 'a'\nB = 'b'\nC = 'c'\n");
   folder.write("de.toml", "A = 'ä'\nB = 'bé'\n");
   folder.write("de_AT.toml", "A = 'å'\n");
-  StringTables tables(folder.path(), {"de_AT", "de"}, nullptr);
+  folder.write("windows/de.toml", "W = 'w'\n");
+  StringTables tables({folder.path(), folder.path() + "/windows"}, {"de_AT", "de"}, nullptr);
   EXPECT_EQ(tables.stringForKey("A", ""), "å");
   EXPECT_EQ(tables.stringForKey("B", ""), "bé");
   EXPECT_EQ(tables.stringForKey("C", ""), "c");
+  EXPECT_EQ(tables.stringForKey("W", ""), "w");
   EXPECT_EQ(tables.stringForKey("D", "fallback"), "fallback");
 }
 
@@ -66,7 +68,7 @@ TEST(StringTablesTest, PassesOverAnUnknownLanguageAndReportsABrokenTable) {
   folder.write("en.toml", "A = 'a'\n");
   folder.write("de.toml", "A = \n");
   std::vector<std::string> problems;
-  StringTables tables(folder.path(), {"nn", "de"},
+  StringTables tables({folder.path()}, {"nn", "de"},
                       [&](const std::string& problem) { problems.push_back(problem); });
   EXPECT_EQ(tables.stringForKey("A", ""), "a");
   ASSERT_EQ(problems.size(), 1U);
@@ -107,6 +109,9 @@ TEST(ShippedStrings, AreTranslated) {
 TEST(ShippedStrings, AreSortedAndOfKnownLanguagesOnly) {
   std::set<std::string> found;
   for (const auto& entry : std::filesystem::directory_iterator(shipped)) {
+    if (entry.path().extension() != ".toml") {
+      continue;
+    }
     found.insert(entry.path().filename().string());
     Words keys;
     const std::string text = TestFolder::contentsOf(entry.path());
@@ -121,7 +126,7 @@ TEST(ShippedStrings, AreSortedAndOfKnownLanguagesOnly) {
 }
 
 TEST(ShippedStrings, LieWhereTheBuiltAgentLooks) {
-  StringTables tables(QUILLO_BINARY_DIR "/resources/strings", {"de"}, nullptr);
+  StringTables tables({QUILLO_BINARY_DIR "/resources/strings"}, {"de"}, nullptr);
   EXPECT_EQ(tables.stringForKey("WAIT", ""), tableOf("de").at("WAIT"));
 }
 

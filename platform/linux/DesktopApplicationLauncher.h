@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <functional>
+
+#include "platform/ApplicationLauncher.h"
+#include "platform/linux/ActiveWindow.h"
+
+namespace quillo {
+
+// Other applications over D-Bus (org.freedesktop.Application, Desktop Entry Specification 1.5),
+// else by the desktop file that bears their identifier.
+class DesktopApplicationLauncher final : public QObject, public ApplicationLauncher {
+ public:
+  // `report` hears of an application that did not start after all.
+  DesktopApplicationLauncher(const QDBusConnection& bus,
+                             std::function<void(const std::string& problem)> report)
+      : bus_(bus), report_(std::move(report)) {}
+
+  bool launchApplication(const std::string& identifier) override;
+  // On X11 that of the window in use. Where that cannot be told, the application launched last is
+  // taken for it: as soon as it owns its bus name if it is known to take one, else at once.
+  std::string activeApplicationIdentifier() override;
+
+ private:
+  void activate(const std::string& identifier);
+  bool launchDesktopFileOf(const std::string& identifier);
+
+  QDBusConnection bus_;
+  const std::function<void(const std::string& problem)> report_;
+  ApplicationWindows launched_;
+  bool takesBusName_ = false;
+};
+
+}  // namespace quillo

@@ -1,0 +1,59 @@
+#include "platform/linux/LinuxTrashFolders.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace quillo {
+namespace {
+
+bool liesIn(std::string_view path, std::string_view folderWithSlash) {
+  return path.size() > folderWithSlash.size() &&
+         path.substr(0, folderWithSlash.size()) == folderWithSlash;
+}
+
+bool leavesItsFolders(std::string_view path) {
+  return path.find("/../") != std::string_view::npos ||
+         (path.size() >= 3 && path.substr(path.size() - 3) == "/..");
+}
+
+}  // namespace
+
+LinuxTrashFolders::LinuxTrashFolders(const Environment& environment, const std::string& home,
+                                     uid_t user)
+    : homeTrashes_{environment.folder("XDG_DATA_HOME").value_or(home + "/.local/share") + "/Trash/",
+                   home + "/.Trash/"},
+      volumeTrashes_{"/.Trash/" + std::to_string(user) + "/",
+                     "/.Trash-" + std::to_string(user) + "/"} {}
+
+bool LinuxTrashFolders::isEnclosedByTrash(const std::string& path) {
+  if (leavesItsFolders(path)) {
+    return false;
+  }
+  if (std::any_of(homeTrashes_.begin(), homeTrashes_.end(),
+                  [&](const std::string& trash) { return liesIn(path, trash); })) {
+    return true;
+  }
+  for (const std::string& trash : volumeTrashes_) {
+    // A folder of that name elsewhere is no trash, and what lies in it is to be scanned.
+    for (std::size_t at = path.find(trash); at != std::string::npos;
+         at = path.find(trash, at + 1)) {
+      if (at + trash.size() < path.size() && isMountPoint(at == 0 ? "/" : path.substr(0, at))) {
+        return true;
+      }
+    }
+  }
+  return false;
+}
+
+bool LinuxTrashFolders::isMountPoint(const std::string& path) {
+  MutexLock hold(mutex_);
+  if (table_.hasChanged() || !mountPoints_) {
+    mountPoints_.emplace();
+    for (const Mount& mount : table_.read()) {
+      mountPoints_->insert(mount.mountPoint);
+    }
+  }
+  return mountPoints_->count(path) != 0;
+}
+
+}  // namespace quillo

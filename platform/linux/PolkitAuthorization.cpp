@@ -1,0 +1,79 @@
+#include "platform/linux/PolkitAuthorization.h"
+
+#include <algorithm>
+
+#include "platform/linux/SetUserIdSafety.h"
+#include "platform/linux/VisibleText.h"
+#include "posix/ChildProcess.h"
+#include "posix/PlatformException.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+// pkexec(1), "RETURN VALUE".
+constexpr int dismissed = 126;
+constexpr int notAuthorized = 127;
+constexpr std::size_t mostOutput = 4096;
+
+struct Outcome {
+  int status;
+  std::string output;
+};
+
+Outcome run(const LaunchRequest& request) {
+  ChildProcess child(request);
+  std::string output;
+  const int status = child.waitUntilExit([&](std::string_view chunk) {
+    output += chunk.substr(0, mostOutput - std::min(mostOutput, output.size()));
+    return true;
+  });
+  return {status, visibleLines(trimmed(output))};
+}
+
+}  // namespace
+
+bool PolkitAuthorization::executeWithPrivileges(const std::string& program,
+                                                const std::vector<std::string>& arguments,
+                                                std::string& reason) {
+  if (const std::string why = whyUnsafe(places_.helper); !why.empty()) {
+    reason = text("HELPER_UNSAFE", why);
+    return false;
+  }
+  LaunchRequest request{program, arguments};
+  if (!places_.isRoot) {
+    request.launchPath = places_.pkexec;
+    // A background agent has no terminal to ask on.
+    request.arguments = {"--disable-internal-agent"};
+    if (whyUnsafe(places_.granter).empty()) {
+      request.arguments.push_back(places_.granter);
+    }
+    request.arguments.push_back(program);
+    request.arguments.insert(request.arguments.end(), arguments.begin(), arguments.end());
+  }
+  try {
+    const Outcome outcome = run(request);
+    if (outcome.status == 0) {
+      return true;
+    }
+    if (!places_.isRoot && outcome.status == dismissed) {
+      reason = text("AUTHORIZATION_DISMISSED");
+    } else if (!places_.isRoot && outcome.status == notAuthorized) {
+      reason = text("AUTHORIZATION_REFUSED", outcome.output);
+    } else {
+      reason = text("AUTHORIZATION_FAILED",
+                    outcome.output.empty() ? std::to_string(outcome.status) : outcome.output);
+    }
+  } catch (const PlatformException& failure) {
+    reason = places_.isRoot ? text("AUTHORIZATION_FAILED", program + ": " + failure.reason())
+                            : text("AUTHORIZATION_UNAVAILABLE", places_.pkexec);
+  }
+  return false;
+}
+
+std::string PolkitAuthorization::text(const std::string& key, const std::string& detail) const {
+  const std::string whole = replacingAll(strings_.stringForKey(key, key + " %@"), "%@", detail);
+  return std::string(trimmed(whole));
+}
+
+}  // namespace quillo

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/Authorization.h"
+#include "platform/LocalizedStrings.h"
+
+namespace quillo {
+
+// Administrator rights through pkexec(1), which asks the user in a window of the desktop's.
+class PolkitAuthorization final : public Authorization {
+ public:
+  struct Places {
+    // The program that is to get its rights; nothing is run while whyUnsafe() has a word against
+    // it.
+    std::string helper;
+    // Run by pkexec in front of the command where it is installed, so that polkit knows what to ask
+    // (packaging/polkit); left out where it is not there.
+    std::string granter;
+    std::string pkexec = "/usr/bin/pkexec";
+    // Whether the process is root already, and pkexec is not needed.
+    bool isRoot = false;
+  };
+
+  PolkitAuthorization(Places places, LocalizedStrings& strings)
+      : places_(std::move(places)), strings_(strings) {}
+
+  bool executeWithPrivileges(const std::string& program, const std::vector<std::string>& arguments,
+                             std::string& reason) override;
+
+ private:
+  std::string text(const std::string& key, const std::string& detail = {}) const;
+
+  const Places places_;
+  LocalizedStrings& strings_;
+};
+
+}  // namespace quillo

@@ -1,0 +1,207 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <QFileSystemWatcher>
+
+#include "platform/linux/DesktopApplicationLauncher.h"
+#include "platform/linux/DesktopWorkspace.h"
+#include "posix/Text.h"
+#include "tests/desktop/Events.h"
+#include "tests/desktop/FakeBusObject.h"
+#include "tests/desktop/TestFolder.h"
+
+namespace quillo {
+namespace {
+
+std::string record(const std::string& name) {
+  return PrivateSession::folder() + "/records/" + name;
+}
+
+void write(const std::string& path, const std::string& text) {
+  std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+  std::ofstream(path) << text;
+}
+
+// Programs that note how they were started, and the desktop files that make them known. Laid out
+// before GIO first looks.
+class Applications : public testing::Environment {
+ public:
+  void SetUp() override {
+    if (std::getenv("QUILLO_TEST_SESSION") == nullptr) {
+      return;
+    }
+    const std::string home = std::getenv("HOME");
+    const std::string applications = home + "/.local/share/applications/";
+    const std::string program = PrivateSession::folder() + "/recorder";
+    std::filesystem::create_directories(PrivateSession::folder() + "/records");
+    write(program, "#!/bin/sh\nrecord=\"" + PrivateSession::folder() +
+                       "/records/$1\"\nshift\noutput=$(readlink /proc/$$/fd/1)\nprintf '%s\\n' "
+                       "\"$@\" \"$output\" > "
+                       "\"$record.new\"\nmv \"$record.new\" \"$record\"\n");
+    chmod(program.c_str(), 0755);
+    write(applications + "opener.desktop",
+          "[Desktop Entry]\nType=Application\nName=Opener\nExec=" + program + " opener %u\n");
+    write(applications + "org.vantrel.TestApp.desktop",
+          "[Desktop Entry]\nType=Application\nName=App\nExec=" + program + " app started\n");
+    write(home + "/.config/mimeapps.list",
+          "[Default Applications]\ntext/plain=opener.desktop\ninode/directory=opener.desktop\n"
+          "application/octet-stream=opener.desktop\n");
+  }
+};
+
+const testing::Environment* const applications =
+    testing::AddGlobalTestEnvironment(new Applications());
+
+class DesktopFiles : public testing::Test {
+ protected:
+  DesktopFiles() {
+    std::filesystem::remove(record("opener"));
+    std::filesystem::remove(record("app"));
+    watcher.addPath(QString::fromStdString(PrivateSession::folder() + "/records"));
+  }
+  // The lines that the recorder left, as soon as it has.
+  std::vector<std::string> recorded(const std::string& name) {
+    EXPECT_TRUE(waitUntil([&] { return std::filesystem::exists(record(name)); }));
+    const std::string text = TestFolder::contentsOf(record(name));
+    const auto lines = split(trimmed(text), '\n');
+    return {lines.begin(), lines.end()};
+  }
+
+  QFileSystemWatcher watcher;
+  TestBus bus;
+  TestFolder folder;
+  std::vector<std::string> problems;
+};
+
+TEST_F(DesktopFiles, AreOpenedByTheApplicationForTheirTypeWhoseWordsAreDropped) {
+  DesktopWorkspace workspace(*bus);
+  const std::string path = folder.write("a log & 100%.txt", "text\n");
+  EXPECT_TRUE(workspace.openFile(path));
+  EXPECT_EQ(recorded("opener"), (std::vector<std::string>{path, "/dev/null"}));
+}
+
+TEST_F(DesktopFiles, AreNotOpenedWhenTheyAreNotThere) {
+  DesktopWorkspace workspace(*bus);
+  EXPECT_FALSE(workspace.openFile(folder.path() + "/none"));
+  std::filesystem::create_symlink("/no/such", folder.path() + "/dangling");
+  EXPECT_FALSE(workspace.openFile(folder.path() + "/dangling"));
+  EXPECT_FALSE(workspace.selectFile(folder.path() + "/none"));
+}
+
+TEST_F(DesktopFiles, AreShownSelectedByTheFileManager) {
+  TestBus managerBus;
+  FakeBusObject manager(managerBus, "/org/freedesktop/FileManager1");
+  manager.answerWith("ShowItems", {});
+  ASSERT_TRUE(manager.own("org.freedesktop.FileManager1"));
+  DesktopWorkspace workspace(*bus);
+  const std::string path = folder.write("x y", "");
+  EXPECT_TRUE(workspace.selectFile(path));
+  ASSERT_TRUE(waitUntil([&] { return manager.callsOf("ShowItems").size() == 1; }));
+  const QVariantList arguments = manager.callsOf("ShowItems")[0].arguments();
+  EXPECT_EQ(arguments.at(0).toStringList(),
+            QStringList(QString::fromStdString("file://" + folder.path() + "/x%20y")));
+}
+
+TEST_F(DesktopFiles, HaveTheirFolderOpenedWhereNoFileManagerSelects) {
+  const std::string path = folder.write("x", "");
+  DesktopWorkspace workspace(*bus);
+  EXPECT_TRUE(workspace.selectFile(path));
+  EXPECT_EQ(recorded("opener")[0], folder.path());
+  std::filesystem::remove(record("opener"));
+  DesktopWorkspace busless(QDBusConnection("there is no such connection"));
+  EXPECT_TRUE(busless.selectFile(path));
+  EXPECT_EQ(recorded("opener")[0], folder.path());
+}
+
+TEST_F(DesktopFiles, GoToTheTrashFromWhichTheyCanBeRestored) {
+  DesktopWorkspace workspace(*bus);
+  folder.write("ä %.exe", "x");
+  folder.write("keep", "x");
+  EXPECT_TRUE(workspace.recycle(folder.path(), {"ä %.exe", "gone already"}));
+  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/ä %.exe"));
+  EXPECT_TRUE(std::filesystem::exists(folder.path() + "/keep"));
+  const std::string trash = std::string(std::getenv("HOME")) + "/.local/share/Trash";
+  EXPECT_EQ(TestFolder::contentsOf(trash + "/files/ä %.exe"), "x");
+  EXPECT_NE(TestFolder::contentsOf(trash + "/info/ä %.exe.trashinfo")
+                .find("Path=" + folder.path() + "/%C3%A4%20%25.exe\n"),
+            std::string::npos);
+}
+
+TEST_F(DesktopFiles, OutsideTheNamedFolderAreNotRecycled) {
+  DesktopWorkspace workspace(*bus);
+  folder.write("outside", "x");
+  std::filesystem::create_directory(folder.path() + "/in");
+  EXPECT_FALSE(workspace.recycle(folder.path() + "/in", {"../outside", "..", ""}));
+  EXPECT_TRUE(std::filesystem::exists(folder.path() + "/outside"));
+  EXPECT_TRUE(std::filesystem::exists(folder.path() + "/in"));
+}
+
+TEST_F(DesktopFiles, ThatCannotBeMovedAreToldOf) {
+  DesktopWorkspace workspace(*bus);
+  EXPECT_FALSE(workspace.recycle("/proc/self", {"status"}));
+}
+
+TEST_F(DesktopFiles, StartAnApplicationThatNobodyHasToWaitFor) {
+  DesktopApplicationLauncher launcher(*bus, nullptr);
+  EXPECT_FALSE(launcher.launchApplication("org.vantrel.Unknown"));
+  EXPECT_TRUE(launcher.launchApplication("org.vantrel.TestApp"));
+  EXPECT_EQ(recorded("app"), (std::vector<std::string>{"started", "/dev/null"}));
+  EXPECT_EQ(launcher.activeApplicationIdentifier(), "org.vantrel.TestApp");
+  siginfo_t ended = {};
+  EXPECT_EQ(waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT), 0);
+  EXPECT_EQ(ended.si_pid, 0) << "a zombie was left";
+}
+
+TEST_F(DesktopFiles, AreNotNeededForAnApplicationOnTheBus) {
+  TestBus applicationBus;
+  FakeBusObject application(applicationBus, "/org/vantrel/TestApp");
+  application.answerWith("Activate", {});
+  ASSERT_TRUE(application.own("org.vantrel.TestApp"));
+  DesktopApplicationLauncher launcher(*bus, nullptr);
+  EXPECT_TRUE(launcher.launchApplication("org.vantrel.TestApp"));
+  ASSERT_TRUE(waitUntil([&] { return application.callsOf("Activate").size() == 1; }));
+  EXPECT_EQ(launcher.activeApplicationIdentifier(), "org.vantrel.TestApp");
+  application.disown("org.vantrel.TestApp");
+  EXPECT_EQ(launcher.activeApplicationIdentifier(), "");
+}
+
+TEST_F(DesktopFiles, StandInForAnApplicationThatCannotBeActivated) {
+  TestBus applicationBus;
+  FakeBusObject application(applicationBus, "/org/vantrel/TestApp");
+  application.answer("Activate", [](const QDBusMessage& call) {
+    return call.createErrorReply(QDBusError::UnknownInterface, "no");
+  });
+  ASSERT_TRUE(application.own("org.vantrel.TestApp"));
+  DesktopApplicationLauncher launcher(*bus, nullptr);
+  EXPECT_TRUE(launcher.launchApplication("org.vantrel.TestApp"));
+  EXPECT_EQ(recorded("app")[0], "started");
+}
+
+TEST_F(DesktopFiles, MissingBehindABrokenServiceIsReported) {
+  TestBus applicationBus;
+  FakeBusObject application(applicationBus, "/org/vantrel/Broken");
+  application.answer("Activate", [](const QDBusMessage& call) {
+    return call.createErrorReply(QDBusError::Failed, "broken");
+  });
+  ASSERT_TRUE(application.own("org.vantrel.Broken"));
+  DesktopApplicationLauncher launcher(
+      *bus, [&](const std::string& problem) { problems.push_back(problem); });
+  EXPECT_TRUE(launcher.launchApplication("org.vantrel.Broken"));
+  ASSERT_TRUE(waitUntil([&] { return problems.size() == 1; }));
+  EXPECT_EQ(problems[0], "org.vantrel.Broken could not be started: broken");
+}
+
+TEST(ApplicationWindowsTest, AreKnownByNameClassOrProcess) {
+  const ApplicationWindows app{"org.vantrel.Vantrel", "vantrel-settings", {4711}};
+  EXPECT_TRUE(app.own({{"ORG.vantrel.vantrel"}, 0}));
+  EXPECT_TRUE(app.own({{"other", "/usr/share/applications/org.vantrel.Vantrel.desktop"}, 0}));
+  EXPECT_TRUE(app.own({{"x", "Vantrel-Settings"}, 0}));
+  EXPECT_TRUE(app.own({{"x"}, 4711}));
+  EXPECT_FALSE(app.own({{"x"}, 4712}));
+  EXPECT_FALSE(app.own({{"org.vantrel.VantrelQuillo"}, 0}));
+  EXPECT_FALSE((ApplicationWindows{"a", "", {0}}.own({{""}, 0})));
+}
+
+}  // namespace
+}  // namespace quillo

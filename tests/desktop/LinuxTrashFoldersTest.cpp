@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/LinuxTrashFolders.h"
+#include "platform/linux/LinuxVolumes.h"
+
+namespace quillo {
+namespace {
+
+class LinuxTrashFoldersTest : public testing::Test {
+ protected:
+  bool isTrashed(const std::string& path) { return trash.isEnclosedByTrash(path); }
+
+  LinuxTrashFolders trash{Environment(Environment::Variables{{"XDG_DATA_HOME", "/data/"}}),
+                          "/home/a", 1000};
+};
+
+TEST_F(LinuxTrashFoldersTest, KnowsTheUsersOwn) {
+  EXPECT_TRUE(isTrashed("/data/Trash/files/x"));
+  EXPECT_TRUE(isTrashed("/home/a/.Trash/x"));
+  EXPECT_FALSE(isTrashed("/home/a/.local/share/Trash/files/x"));
+  LinuxTrashFolders usual(Environment(Environment::Variables{}), "/home/a", 1000);
+  EXPECT_TRUE(usual.isEnclosedByTrash("/home/a/.local/share/Trash/files/x"));
+}
+
+TEST_F(LinuxTrashFoldersTest, GoesByWholeComponents) {
+  EXPECT_FALSE(isTrashed("/data/Trash"));
+  EXPECT_FALSE(isTrashed("/data/Trash/"));
+  EXPECT_FALSE(isTrashed("/data/Trash2/x"));
+  EXPECT_FALSE(isTrashed("/data/Trash/../x"));
+  EXPECT_FALSE(isTrashed("/data/Trash/.."));
+  EXPECT_TRUE(isTrashed("/data/Trash/..x"));
+  EXPECT_FALSE(isTrashed("/home/b/.Trash/x"));
+  EXPECT_FALSE(isTrashed(""));
+}
+
+TEST_F(LinuxTrashFoldersTest, KnowsThoseAtTheTopOfAVolumeAndNoneElsewhere) {
+  // Two mount points that every machine has.
+  for (const std::string mount : {"", "/proc"}) {
+    EXPECT_TRUE(isTrashed(mount + "/.Trash-1000/files/x")) << mount;
+    EXPECT_TRUE(isTrashed(mount + "/.Trash/1000/files/x")) << mount;
+    EXPECT_FALSE(isTrashed(mount + "/.Trash-1001/files/x")) << mount;
+    EXPECT_FALSE(isTrashed(mount + "/.Trash/files/x")) << mount;
+    EXPECT_FALSE(isTrashed(mount + "/.Trash-1000")) << mount;
+  }
+  EXPECT_FALSE(isTrashed("/home/a/project/.Trash-1000/files/x"));
+  EXPECT_FALSE(isTrashed("/home/a/.Trash-1000/proc/.Trash-1000/x"));
+}
+
+TEST(LinuxVolumesTest, AreWhereThisUsersVolumesAreMounted) {
+  EXPECT_EQ(LinuxVolumes("a", {}).volumeFolders(),
+            (std::vector<std::string>{"/Volumes", "/media/a", "/run/media/a"}));
+  EXPECT_EQ(LinuxVolumes("", {}).volumeFolders(), std::vector<std::string>{"/Volumes"});
+}
+
+TEST(LinuxVolumesTest, IncludeMediaWhereSomethingIsMountedDirectlyInIt) {
+  Mount disc;
+  disc.mountPoint = "/media/cdrom";
+  EXPECT_EQ(LinuxVolumes("a", {disc}).volumeFolders().back(), "/media");
+  disc.mountPoint = "/media/a/STICK";
+  EXPECT_EQ(LinuxVolumes("a", {disc}).volumeFolders().back(), "/run/media/a");
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,128 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/PolkitAuthorization.h"
+#include "platform/linux/SetUserIdSafety.h"
+#include "tests/desktop/TestFolder.h"
+
+namespace quillo {
+namespace {
+
+// A program of the distribution's that only root can exchange.
+constexpr char safeProgram[] = "/usr/bin/env";
+
+class Keys final : public LocalizedStrings {
+ public:
+  std::string stringForKey(const std::string& key, const std::string&) override {
+    return key + " %@";
+  }
+};
+
+class PolkitAuthorizationTest : public testing::Test {
+ protected:
+  // A program that stands for pkexec: notes its arguments, says `words` and exits with `status`.
+  std::string fakePkexec(const std::string& words, int status) {
+    const std::string path =
+        folder.write("pkexec", "#!/bin/sh\nprintf '[%s]' \"$@\" > \"${0%/*}/arguments\"\necho '" +
+                                   words + "' >&2\nexit " + std::to_string(status) + "\n");
+    chmod(path.c_str(), 0755);
+    return path;
+  }
+  bool execute(PolkitAuthorization::Places places) {
+    PolkitAuthorization authorization(std::move(places), strings);
+    return authorization.executeWithPrivileges("/bin/sh", {"-c", "exit 0 # \"x y\""}, reason);
+  }
+  std::string arguments() const { return TestFolder::contentsOf(folder.path() + "/arguments"); }
+
+  TestFolder folder;
+  Keys strings;
+  std::string reason;
+};
+
+TEST_F(PolkitAuthorizationTest, HandsTheCommandOverWordByWord) {
+  EXPECT_TRUE(execute({.helper = safeProgram, .granter = "", .pkexec = fakePkexec("", 0)}));
+  EXPECT_EQ(arguments(), "[--disable-internal-agent][/bin/sh][-c][exit 0 # \"x y\"]");
+  EXPECT_EQ(reason, "");
+}
+
+TEST_F(PolkitAuthorizationTest, PutsTheGranterInFrontOnlyWhereItCanBeTrusted) {
+  EXPECT_TRUE(
+      execute({.helper = safeProgram, .granter = safeProgram, .pkexec = fakePkexec("", 0)}));
+  EXPECT_EQ(arguments(), "[--disable-internal-agent][/usr/bin/env][/bin/sh][-c][exit 0 # \"x y\"]");
+  const std::string planted = folder.write("granter", "");
+  chmod(planted.c_str(), 0777);
+  EXPECT_TRUE(execute({.helper = safeProgram, .granter = planted, .pkexec = fakePkexec("", 0)}));
+  EXPECT_EQ(arguments(), "[--disable-internal-agent][/bin/sh][-c][exit 0 # \"x y\"]");
+}
+
+TEST_F(PolkitAuthorizationTest, SaysWhyItFailed) {
+  EXPECT_FALSE(execute({.helper = safeProgram, .granter = "", .pkexec = fakePkexec("x", 126)}));
+  EXPECT_EQ(reason, "AUTHORIZATION_DISMISSED");
+  EXPECT_FALSE(
+      execute({.helper = safeProgram, .granter = "", .pkexec = fakePkexec("No agent", 127)}));
+  EXPECT_EQ(reason, "AUTHORIZATION_REFUSED No agent");
+  EXPECT_FALSE(
+      execute({.helper = safeProgram, .granter = "", .pkexec = fakePkexec("chown: no", 1)}));
+  EXPECT_EQ(reason, "AUTHORIZATION_FAILED chown: no");
+  EXPECT_FALSE(execute({.helper = safeProgram, .granter = "", .pkexec = "/no/such/pkexec"}));
+  EXPECT_EQ(reason, "AUTHORIZATION_UNAVAILABLE /no/such/pkexec");
+}
+
+TEST_F(PolkitAuthorizationTest, RunsTheCommandItselfForRoot) {
+  EXPECT_TRUE(
+      execute({.helper = safeProgram, .granter = "", .pkexec = "/no/such", .isRoot = true}));
+  PolkitAuthorization root({.helper = safeProgram, .granter = "", .pkexec = "", .isRoot = true},
+                           strings);
+  EXPECT_FALSE(root.executeWithPrivileges("/bin/sh", {"-c", "echo no; exit 126"}, reason));
+  EXPECT_EQ(reason, "AUTHORIZATION_FAILED no");
+  EXPECT_FALSE(root.executeWithPrivileges("/no/such/program", {}, reason));
+  EXPECT_EQ(reason, "AUTHORIZATION_FAILED /no/such/program: launch path not accessible");
+}
+
+TEST_F(PolkitAuthorizationTest, RunsNothingForAHelperThatOthersCanExchange) {
+  const std::string helper = folder.write("gfslogger", "");
+  chmod(helper.c_str(), 0777);
+  EXPECT_FALSE(execute({.helper = helper, .granter = "", .pkexec = fakePkexec("", 0)}));
+  EXPECT_EQ(reason.find("HELPER_UNSAFE "), 0U);
+  EXPECT_FALSE(execute({.helper = helper, .granter = "", .pkexec = "", .isRoot = true}));
+  EXPECT_EQ(arguments(), "");
+}
+
+TEST(WhyUnsafe, HasNothingAgainstAProgramOfTheSystems) { EXPECT_EQ(whyUnsafe(safeProgram), ""); }
+
+TEST(WhyUnsafe, NamesWhatIsWrong) {
+  EXPECT_EQ(whyUnsafe("gfslogger"), "gfslogger is no absolute path");
+  EXPECT_EQ(whyUnsafe("/usr/bin/no-such"), "/usr/bin/no-such: No such file or directory");
+  EXPECT_EQ(whyUnsafe("/usr/bin"), "/usr/bin is no regular file");
+  EXPECT_EQ(whyUnsafe("/usr/bin/env/x"), "/usr/bin/env is no folder");
+  EXPECT_EQ(whyUnsafe("/proc/self/cwd/x").substr(0, 6), "/proc/");
+}
+
+TEST(WhyUnsafe, TrustsNeitherAFileNorAFolderThatOthersCanWrite) {
+  const TestFolder folder;
+  const std::string open = folder.write("open/file", "");
+  const std::string writable = folder.write("closed/file", "");
+  chmod((folder.path() + "/open").c_str(), 0777);
+  chmod((folder.path() + "/closed").c_str(), 0755);
+  chmod(writable.c_str(), 0775);
+  std::filesystem::create_symlink(safeProgram, folder.path() + "/closed/link");
+  EXPECT_NE(whyUnsafe(open), "");
+  EXPECT_NE(whyUnsafe(writable), "");
+  EXPECT_NE(whyUnsafe(folder.path() + "/closed/link"), "");
+  if (geteuid() == 0) {
+    EXPECT_EQ(whyUnsafe(open), folder.path() + "/open can be written by others than root");
+    EXPECT_EQ(whyUnsafe(writable), writable + " can be written by others than root");
+    EXPECT_EQ(whyUnsafe(folder.path() + "/closed/link"),
+              folder.path() + "/closed/link is a symbolic link");
+    chmod(writable.c_str(), 0755);
+    EXPECT_EQ(whyUnsafe(writable), "");
+    ASSERT_EQ(chown(writable.c_str(), 65534, 65534), 0);
+    EXPECT_EQ(whyUnsafe(writable), writable + " belongs to nobody");
+    ASSERT_EQ(chown((folder.path() + "/closed").c_str(), 12345, 12345), 0);
+    EXPECT_EQ(whyUnsafe(writable), folder.path() + "/closed belongs to user number 12345");
+  }
+}
+
+}  // namespace
+}  // namespace quillo
