@@ -43,7 +43,7 @@ EventLoop::EventLoop(const Groups& groups, const Parent& parent, OwnLog log, int
       log_(std::move(log)),
       fileSystems_(getuid()),
       resolver_(fileSystems_),
-      lines_(STDOUT_FILENO),
+      lines_(STDOUT_FILENO, parent_.end.get()),
       reporter_(lines_, log_),
       buffer_(bufferSize) {}
 

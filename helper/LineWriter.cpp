@@ -17,18 +17,25 @@ bool LineWriter::add(std::string_view folder, std::string_view name) {
   return true;
 }
 
+// A pipe that is ready takes PIPE_BUF bytes at once, so that it never is write() that blocks.
+void LineWriter::waitForRoom() const {
+  std::array<pollfd, 2> waiting{pollfd{fd_, POLLOUT, 0}, pollfd{end_, POLLIN, 0}};
+  while (poll(waiting.data(), waiting.size(), -1) < 0) {
+    if (errno != EINTR) throw systemFailure("waiting for standard output");
+  }
+  if (waiting[1].revents != 0) throw ReaderGone();
+}
+
 void LineWriter::flush() {
   size_t done = 0;
   while (done < used_) {
+    waitForRoom();
     const ssize_t wrote = write(fd_, &buffer_[done], used_ - done);
     if (wrote >= 0) {
       done += static_cast<size_t>(wrote);
-    } else if (errno == EAGAIN) {
-      pollfd waiting{fd_, POLLOUT, 0};
-      poll(&waiting, 1, -1);
     } else if (errno == EPIPE) {
       throw ReaderGone();
-    } else if (errno != EINTR) {
+    } else if (errno != EINTR && errno != EAGAIN) {
       throw systemFailure("writing to standard output");
     }
   }

@@ -10,7 +10,8 @@ namespace quillo::helper {
 // such a write to a pipe is atomic (pipe(7)), so that no line is ever torn. Not thread-safe.
 class LineWriter {
  public:
-  explicit LineWriter(int fd) : fd_(fd) {}
+  // `end` is a descriptor that becomes readable when nobody wants the lines any longer, or -1.
+  LineWriter(int fd, int end) : fd_(fd), end_(end) {}
 
   // Adds a line made of two parts; false, and nothing is added, if it is longer than PIPE_BUF. May
   // write what was collected before, and then blocks as long as the pipe is full.
@@ -20,7 +21,10 @@ class LineWriter {
   void flush();
 
  private:
+  void waitForRoom() const;
+
   int fd_;
+  int end_;
   size_t used_ = 0;
   std::array<char, PIPE_BUF> buffer_{};
 };

@@ -161,6 +161,8 @@ bool isWatchable(const Mount& mount, uid_t caller) {
     return false;
   }
   if (!isFuse(mount)) return true;
+  // Some name only what they show, a WebDAV share for example.
+  if (mount.source.find("://") != std::string::npos) return false;
   // Every access to it runs its owner's code, which could hold this process up.
   uid_t owner = 0;
   return toNumber(option(mount.superOptions, "user_id").value_or(""), owner) &&

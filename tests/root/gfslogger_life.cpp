@@ -165,6 +165,15 @@ TEST_F(GfsloggerLife, EndsWhenTheAgentDiesThoughItsOutputIsStillRead) {
   EXPECT_TRUE(ends(marker));
 }
 
+TEST_F(GfsloggerLife, EndsWhenTheAgentDiesWhileItsReaderStandsStill) {
+  start();
+  const std::string name(200, 'n');
+  for (int number = 0; number < 2000; ++number) writeFile(in(name + std::to_string(number)));
+  ASSERT_TRUE(output().waitFor(in(name + "0")));
+  agent().kill();
+  EXPECT_TRUE(ends(agent().helper()));
+}
+
 TEST_F(GfsloggerLife, EndsWithAnotherStatusThan1IfTheMarkingProcessDies) {
   start();
   check(kill(markerOf(agent().helper()), SIGKILL), "kill");

@@ -35,6 +35,16 @@ TEST_F(GfsloggerPrivacy, TellsOfThePrivateFolderOfItsCaller) {
   EXPECT_TRUE(output().waitFor(in("mine/file")));
 }
 
+TEST_F(GfsloggerPrivacy, TellsRootOfEverything) {
+  makeFolder(in("private"), 0700);
+  giveTo(in("private"), otherUser, otherUser);
+  StandInAgent::Options how = options();
+  how.user = 0;
+  start(how);
+  writeFile(in("private/file"));
+  EXPECT_TRUE(output().waitFor(in("private/file")));
+}
+
 TEST_F(GfsloggerPrivacy, KnowsTheSupplementaryGroupsOfItsCaller) {
   makeFolder(in("team"), 0750);
   giveTo(in("team"), otherUser, 777);

@@ -31,7 +31,8 @@ class GfsloggerStorm : public HelperTest {
   }
 
   std::string pathOf(int number) const {
-    return in("storm-") + std::to_string(number / (files / folders)) + "/file-" + std::to_string(number);
+    return in("storm-") + std::to_string(number / (files / folders)) + "/file-" +
+           std::to_string(number);
   }
 
   // Reads until the end of the storm and returns the number of its lines.

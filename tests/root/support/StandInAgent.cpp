@@ -39,7 +39,7 @@ class Servant {
 
   [[noreturn]] void serve() {
     prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
-    becomeOrdinaryUser();
+    becomeUser();
     openLog();
     std::array<char, 4096> command;
     for (;;) {
@@ -51,10 +51,10 @@ class Servant {
   }
 
  private:
-  void becomeOrdinaryUser() {
+  void becomeUser() {
     check(setgroups(options_.groups.size(), options_.groups.data()), "setting groups");
-    check(setresgid(ordinaryUser, ordinaryUser, ordinaryUser), "setting the group");
-    check(setresuid(ordinaryUser, ordinaryUser, ordinaryUser), "setting the user");
+    check(setresgid(options_.user, options_.user, options_.user), "setting the group");
+    check(setresuid(options_.user, options_.user, options_.user), "setting the user");
     // As any program of that user; a change of user cleared it.
     prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
     if (options_.noNewPrivileges) prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);

@@ -26,6 +26,7 @@ class StandInAgent {
     std::string program;
     std::vector<std::string> arguments;
     std::vector<std::string> environment;
+    uid_t user = ordinaryUser;
     std::vector<gid_t> groups;
     std::string log;     // opened as the agent's standard output
     int inherited = -1;  // given to the program under this number too

@@ -1,0 +1,114 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "helper/Failure.h"
+#include "helper/LineWriter.h"
+#include "helper/OwnLog.h"
+#include "helper/SystemLog.h"
+
+namespace quillo::helper {
+namespace {
+
+// A packet pipe keeps what was written at once apart.
+class HelperLines : public testing::Test {
+ protected:
+  HelperLines() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC | O_DIRECT | O_NONBLOCK) == 0) {
+      reading.reset(ends[0]);
+      writing.reset(ends[1]);
+    }
+  }
+
+  std::vector<std::string> writes() {
+    std::vector<std::string> result;
+    std::string packet(2 * PIPE_BUF, '\0');
+    ssize_t got = 0;
+    while ((got = read(reading.get(), packet.data(), packet.size())) > 0) {
+      result.emplace_back(packet.data(), static_cast<size_t>(got));
+    }
+    return result;
+  }
+
+  UniqueFd reading;
+  UniqueFd writing;
+};
+
+TEST_F(HelperLines, AreWrittenTogetherWhereTheyFit) {
+  LineWriter lines(writing.get(), -1);
+  EXPECT_TRUE(lines.add("/a/", "b"));
+  EXPECT_TRUE(lines.add("/c/", "d"));
+  EXPECT_TRUE(writes().empty());
+  lines.flush();
+  EXPECT_EQ(writes(), std::vector<std::string>{"/a/b\n/c/d\n"});
+  lines.flush();
+  EXPECT_TRUE(writes().empty());
+}
+
+TEST_F(HelperLines, AreNeverTornByAWrite) {
+  LineWriter lines(writing.get(), -1);
+  for (int number = 0; number < 100; ++number) lines.add("/folder/", std::string(90, 'x'));
+  lines.flush();
+  size_t total = 0;
+  for (const std::string& packet : writes()) {
+    EXPECT_LE(packet.size(), static_cast<size_t>(PIPE_BUF));
+    EXPECT_EQ(packet.size() % 99, 0U);
+    EXPECT_EQ(packet.back(), '\n');
+    total += packet.size();
+  }
+  EXPECT_EQ(total, 9900U);
+}
+
+TEST_F(HelperLines, MayBeAsLongAsAPathCanBe) {
+  LineWriter lines(writing.get(), -1);
+  EXPECT_TRUE(lines.add("/", std::string(PIPE_BUF - 2, 'x')));
+  EXPECT_FALSE(lines.add("/", std::string(PIPE_BUF - 1, 'x')));
+  lines.flush();
+  const auto packets = writes();
+  ASSERT_EQ(packets.size(), 1U);
+  EXPECT_EQ(packets[0].size(), static_cast<size_t>(PIPE_BUF));
+}
+
+TEST_F(HelperLines, EndWhenNobodyReadsThem) {
+  signal(SIGPIPE, SIG_IGN);
+  LineWriter lines(writing.get(), -1);
+  lines.add("/", "x");
+  reading.reset();
+  EXPECT_THROW(lines.flush(), ReaderGone);
+  signal(SIGPIPE, SIG_DFL);
+}
+
+TEST_F(HelperLines, EndWhenNobodyWantsThemThoughThePipeIsFull) {
+  const std::string filling(PIPE_BUF, 'x');
+  while (write(writing.get(), filling.data(), filling.size()) > 0) {
+  }
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  const UniqueFd end(ends[0]);
+  UniqueFd(ends[1]).reset();
+  LineWriter lines(writing.get(), end.get());
+  lines.add("/", "x");
+  EXPECT_THROW(lines.flush(), ReaderGone);
+}
+
+TEST(HelperSystemLog, ShowsUnprintableBytesAsOctal) {
+  EXPECT_EQ(escaped("/plain text"), "/plain text");
+  EXPECT_EQ(escaped("a\nb\\c\x7f\xff"), "a\\012b\\134c\\177\\377");
+}
+
+TEST(HelperOwnLog, KnowsTheNamesThatARotationGives) {
+  for (const char* suffix : {".0", ".9", ".12", ".0.bz2", ".12.bz2"}) {
+    EXPECT_TRUE(isRotationSuffix(suffix)) << suffix;
+  }
+  for (const char* suffix : {"", ".", ".bz2", ".a", ".123", ".0.gz", "0", ".0.bz2.exe", ".-1"}) {
+    EXPECT_FALSE(isRotationSuffix(suffix)) << suffix;
+  }
+}
+
+}  // namespace
+}  // namespace quillo::helper
