@@ -5,8 +5,12 @@
 #include <QApplication>
 #include <QCoreApplication>
 #include <QEvent>
+#include <QEventLoop>
+#include <QThread>
 #include <cerrno>
 #include <cstdio>
+#include <exception>
+#include <thread>
 #include <utility>
 
 #include "platform/linux/QtDockTile.h"
@@ -91,6 +95,29 @@ void QtApplication::setTerminationHandler(std::function<void()> handler) {
 
 void QtApplication::performOnMainThread(std::function<void()> action) {
   QCoreApplication::postEvent(mainThread_.get(), new PostedAction(std::move(action)));
+}
+
+void QtApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
+  if (QThread::currentThread() != application_->thread()) {
+    wait();
+    return;
+  }
+  // Before the event loop of the application runs, too, this one draws and delivers.
+  QEventLoop alive;
+  std::exception_ptr failure;
+  std::thread waiting([&wait, &failure, &alive] {
+    try {
+      wait();
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    QMetaObject::invokeMethod(&alive, &QEventLoop::quit, Qt::QueuedConnection);
+  });
+  alive.exec();
+  waiting.join();
+  if (failure) {
+    std::rethrow_exception(failure);
+  }
 }
 
 void QtApplication::terminate() {

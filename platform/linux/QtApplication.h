@@ -30,6 +30,7 @@ class QtApplication final : public Application {
   void setDockTile(QtDockTile& tile) { dockTile_ = &tile; }
 
   void performOnMainThread(std::function<void()> action) override;
+  void waitKeepingDesktopAlive(const std::function<void()>& wait) override;
   void terminate() override;
   [[noreturn]] void exit(int status) override;
   std::optional<int> systemVersion() override;

@@ -1,0 +1,135 @@
+#include "platform/linux/LinuxPlatform.h"
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <QDBusConnection>
+#include <utility>
+
+#include "platform/linux/DesktopApplicationLauncher.h"
+#include "platform/linux/DesktopWorkspace.h"
+#include "platform/linux/Environment.h"
+#include "platform/linux/FreedesktopNotifications.h"
+#include "platform/linux/LinuxFolders.h"
+#include "platform/linux/LinuxMountNotifications.h"
+#include "platform/linux/LinuxSystemLog.h"
+#include "platform/linux/LinuxTrashFolders.h"
+#include "platform/linux/LinuxVolumes.h"
+#include "platform/linux/LogindPowerNotifications.h"
+#include "platform/linux/MountTable.h"
+#include "platform/linux/PolkitAuthorization.h"
+#include "platform/linux/QtApplication.h"
+#include "platform/linux/QtDockTile.h"
+#include "platform/linux/QtImageLoader.h"
+#include "platform/linux/QtInterfaceLoader.h"
+#include "platform/linux/QtMainInterface.h"
+#include "platform/linux/QtModifierKeys.h"
+#include "platform/linux/QtStatusBar.h"
+#include "platform/linux/ScriptingObject.h"
+#include "platform/linux/SessionBusNotificationCenter.h"
+#include "platform/linux/SingleInstance.h"
+#include "platform/linux/StringTables.h"
+#include "platform/linux/TerminationSignals.h"
+#include "platform/linux/TomlPreferenceStore.h"
+#include "platform/linux/UserAccount.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+constexpr const char* ownDomain = "org.vantrel.VantrelQuillo";
+
+}  // namespace
+
+// In the order in which they need each other; destroyed in reverse.
+struct LinuxPlatform::Parts {
+  Parts(int& argc, char** argv);
+
+  void log(const std::string& problem) { systemLog.log(problem); }
+  void tellOfPreferences(const std::string& problem);
+
+  TerminationSignals signals;
+  Environment environment = Environment::ofThisProcess();
+  SystemClock clock;
+  LinuxSystemLog systemLog{clock};
+  SingleInstance singleInstance{environment};
+  QtApplication application;
+  PostToMain postToMain = [this](std::function<void()> action) {
+    application.performOnMainThread(std::move(action));
+  };
+  std::function<void(const std::string&)> report = [this](const std::string& text) { log(text); };
+  QDBusConnection sessionBus = QDBusConnection::sessionBus();
+  LinuxFolders folders{environment, LinuxFolders::pathOfThisProgram()};
+  const std::string resources = folders.resourceFolder();
+  StringTables strings{{resources + "/strings", resources + "/strings/windows"},
+                       StringTables::preferredLanguages(environment),
+                       report};
+  TomlPreferenceStore preferences{
+      TomlPreferenceStore::folders(environment, folders.homeFolder()), ownDomain,
+      [this](const std::string& problem) { tellOfPreferences(problem); }};
+  FreedesktopNotifications growl{sessionBus, postToMain, clock, strings, report};
+  SessionBusNotificationCenter notificationCenter{sessionBus};
+  ScriptingObject scripting{sessionBus};
+  LogindPowerNotifications power{QDBusConnection::systemBus(), report};
+  LinuxMountNotifications mounts;
+  LinuxVolumes volumes{UserAccount::current().name, MountTable().read()};
+  LinuxTrashFolders trash{environment, folders.homeFolder(), getuid()};
+  PolkitAuthorization authorization{
+      {resources + "/gfslogger", resources + "/grant-helper", "/usr/bin/pkexec", geteuid() == 0},
+      strings};
+  DesktopWorkspace workspace{sessionBus};
+  DesktopApplicationLauncher launcher{sessionBus, report};
+  QtModifierKeys modifierKeys;
+  QtImageLoader images{resources + "/images"};
+  QtInterfaceLoader interfaces{
+      resources + "/interface", application, systemLog, images, strings, modifierKeys};
+  QtMainInterface mainInterface{application, strings, interfaces};
+  QtStatusBar statusBar{application};
+  QtDockTile dockTile{resources + "/interface", application, [this] { application.terminate(); }};
+  Platform platform{application, launcher,     authorization, notificationCenter,
+                    folders,     growl,        images,        interfaces,
+                    strings,     modifierKeys, mounts,        power,
+                    preferences, scripting,    statusBar,     systemLog,
+                    trash,       volumes,      workspace,     mainInterface.interface()};
+  bool isFirst = true;
+};
+
+LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
+  application.setDockTile(dockTile);
+  if (!singleInstance.problem().empty()) {
+    log(singleInstance.problem());
+  }
+  isFirst = singleInstance.isFirst() && scripting.claimName();
+}
+
+void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem) {
+  log(problem);
+  const std::string text =
+      replacingAll(strings.stringForKey("PREFERENCES_UNREADABLE", "%@"), "%@", problem);
+  postToMain([this, text] {
+    if (growl.isGrowlRunning()) {
+      growl.notify({"Vantrel Quillo", "Error", text, 0, true});
+    }
+  });
+}
+
+LinuxPlatform::LinuxPlatform(int& argc, char** argv)
+    : parts_(std::make_unique<Parts>(argc, argv)) {}
+
+LinuxPlatform::~LinuxPlatform() = default;
+
+bool LinuxPlatform::isFirstAgent() const { return parts_->isFirst; }
+const Platform& LinuxPlatform::services() const { return parts_->platform; }
+Clock& LinuxPlatform::clock() { return parts_->clock; }
+
+int LinuxPlatform::run(std::function<void()> begin, std::function<void()> end) {
+  parts_->application.setTerminationHandler([this, end = std::move(end)] {
+    parts_->systemLog.tellRepeats(true);
+    end();
+  });
+  parts_->signals.observe([this] { parts_->application.terminate(); });
+  parts_->application.performOnMainThread(std::move(begin));
+  return parts_->application.run();
+}
+
+}  // namespace quillo

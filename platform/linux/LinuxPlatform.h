@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/Platform.h"
+#include "posix/Clock.h"
+
+namespace quillo {
+
+class Environment;
+class QtApplication;
+
+// Every service of a Linux desktop, made and connected with each other. Main thread.
+class LinuxPlatform {
+ public:
+  // Must be made before any other thread is started. Throws PlatformException when a resource is
+  // missing.
+  LinuxPlatform(int& argc, char** argv);
+  ~LinuxPlatform();
+
+  // False when another agent of this user runs already.
+  bool isFirstAgent() const;
+  const Platform& services() const;
+  Clock& clock();
+  // Runs the event loop until the program ends: `begin` is called as soon as it runs, `end` when
+  // the program is asked to end.
+  int run(std::function<void()> begin, std::function<void()> end);
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace quillo
