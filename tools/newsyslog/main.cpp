@@ -1,0 +1,95 @@
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "posix/Text.h"
+#include "tools/newsyslog/Configuration.h"
+#include "tools/newsyslog/LogFolder.h"
+#include "tools/newsyslog/LogRotation.h"
+
+namespace {
+
+constexpr char usage[] =
+    "usage: newsyslog [-C] [-r] [-f FILE]\n"
+    "    rotates the logs of FILE, /etc/newsyslog.conf by default, that have reached their size\n"
+    "    -C  makes missing logs whose line has the flag C\n"
+    "    -r  does not ask for root, and leaves owners alone when it is not root\n";
+
+struct Options {
+  bool createsMissing = false;
+  bool withoutRoot = false;
+  std::string configuration = "/etc/newsyslog.conf";
+};
+
+bool parse(int argc, char** argv, Options& options) {
+  for (int option = getopt(argc, argv, "Crf:"); option != -1; option = getopt(argc, argv, "Crf:")) {
+    switch (option) {
+      case 'C':
+        options.createsMissing = true;
+        break;
+      case 'r':
+        options.withoutRoot = true;
+        break;
+      case 'f':
+        options.configuration = optarg;
+        break;
+      default:
+        return false;
+    }
+  }
+  return optind == argc;
+}
+
+std::vector<quillo::LogEntry> entriesOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  if (!file.is_open() || file.bad()) {
+    throw quillo::ConfigurationError(path + ": cannot read it: " + std::strerror(errno));
+  }
+  return quillo::parseConfiguration(text, path);
+}
+
+bool rotate(const quillo::LogEntry& entry, bool createsMissing) {
+  try {
+    const auto folder =
+        quillo::openLogFolder(quillo::deletingLastPathComponent(entry.path), geteuid() == 0);
+    quillo::LogRotation(entry, *folder).run(createsMissing);
+    return true;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "newsyslog: %s: not rotated: %s\n", entry.path.c_str(), failure.what());
+    return false;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  if (!parse(argc, argv, options)) {
+    std::fputs(usage, stderr);
+    return 1;
+  }
+  if (geteuid() != 0 && !options.withoutRoot) {
+    std::fputs("newsyslog: must be root, or be run with -r\n", stderr);
+    return 1;
+  }
+  signal(SIGIO, SIG_IGN);  // sent to whoever holds a lease on a file that another one opens
+  try {
+    bool allRight = true;
+    for (const quillo::LogEntry& entry : entriesOf(options.configuration)) {
+      allRight = rotate(entry, options.createsMissing) && allRight;
+    }
+    return allRight ? 0 : 1;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "newsyslog: %s\n", failure.what());
+    return 1;
+  }
+}
