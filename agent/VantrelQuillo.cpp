@@ -66,6 +66,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.clock, services.platform.distributedNotificationCenter) {
   firstPatientScanner.setMyName("firstPatientScanner");
   secondPatientScanner.setMyName("secondPatientScanner");
+  mainMenu_.setController(menuLink_);
   connectInterface();
   scanLog_.logAllToScanLog();
 }

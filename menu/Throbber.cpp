@@ -44,9 +44,21 @@ Throbber::Throbber(const ThrobberServices& services)
 
 Throbber::~Throbber() = default;
 
+// Until the images are loaded there is nothing to show, and an image that the animation thread
+// shows meanwhile must not be taken away.
 void Throbber::setMenuAndDockTile(const ImagePair& pair) {
-  statusItem->setImage(pair[0]);
-  services_.application.setApplicationIconImage(pair[1]);
+  if (pair[0]) {
+    statusItem->setImage(pair[0]);
+  }
+  if (pair[1]) {
+    services_.application.setApplicationIconImage(pair[1]);
+  }
+}
+
+void Throbber::setAlternateImage(const ImagePair& pair) {
+  if (pair[0]) {
+    statusItem->setAlternateImage(pair[0]);
+  }
 }
 
 void Throbber::mainLoop(ThrobberOwner& owner) {
@@ -57,20 +69,23 @@ void Throbber::mainLoop(ThrobberOwner& owner) {
 }
 
 void Throbber::prepare(ThrobberOwner& owner) {
-  vantrelQuilloController = &owner;
+  if (!vantrelQuilloController) {
+    setController(owner);
+  }
   images_.store(ThrobberImages::load(services_.imageLoader));
   const auto images = images_.load();
   statusItem->setHighlightMode(true);
-  // The main thread may have been quicker: what it counted and shows already must stay.
-  if (!currentlyWatching) {
-    setMenuAndDockTile(images->defaultImage);
-  }
-  statusItem->setAlternateImage(images->altImage[0]);
+  setMenuAndDockTile(images->defaultImage);
+  setAlternateImage(images->altImage);
   statusItem->setMenu(services_.mainInterface.theMenu);
   statusItem->setEnabled(true);
   services_.mainInterface.theMenu.setAutoenablesItems(false);
   abortMenuItem.setEnabled(false);
   abortConfirmMenuItem.setEnabled(false);
+  // The main thread may have been quicker, and had no images to show: what it counted stays.
+  if (currentlyWatching) {
+    showWatching();
+  }
 }
 
 void Throbber::round() {
@@ -125,7 +140,7 @@ void Throbber::showWatching() {
   enableMenuItems(2);
   const auto images = images_.load();
   setMenuAndDockTile(images->watchingImage);
-  statusItem->setAlternateImage(images->altImage[0]);
+  setAlternateImage(images->altImage);
 }
 
 void Throbber::startUpdate() {

@@ -25,6 +25,9 @@ class Throbber {
   explicit Throbber(const ThrobberServices& services);
   ~Throbber();
 
+  // Makes the owner known: before any other thread uses this object. What takes an owner below does
+  // it, if it has not been done.
+  void setController(ThrobberOwner& owner) { vantrelQuilloController = &owner; }
   // Prepares icon and menu, then runs rounds forever.
   void mainLoop(ThrobberOwner& owner);
   // What the loop does once at its start.
@@ -62,13 +65,14 @@ class Throbber {
   void animateMenuForScan();
   void animateMenuForUpdate();
   void setMenuAndDockTile(const ImagePair& pair);
+  void setAlternateImage(const ImagePair& pair);
   void showFrame(std::size_t number, Clock::Duration length);
   void showWatching();
   void waitUntilSomethingRuns();
   void setQuitEnabled(bool enabled);
   std::optional<std::string> pathOfLog(const MenuItem& sender);
 
-  // Constant after construction.
+  // Constant after construction (the owner: after setController).
   const ThrobberServices services_;
   ThrobberOwner* vantrelQuilloController = nullptr;
   std::optional<std::string> showDockPref;

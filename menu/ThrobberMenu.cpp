@@ -55,7 +55,7 @@ void Throbber::clearMenu() {
   enableMenuItems(1);
   const auto images = images_.load();
   setMenuAndDockTile(images->defaultImage);
-  statusItem->setAlternateImage(images->altImage2[0]);
+  setAlternateImage(images->altImage2);
 }
 
 void Throbber::addToMenuWithObjectToWatch(const std::string& title, const std::string&) {

@@ -37,11 +37,11 @@ void FileRemover::moveToTrash(ButtonDialog::Button sender) {
   const unsigned int modifiers = services_.modifierKeys.current();
   const std::string path = infectedPath();
   if (sender == ButtonDialog::Button::deleteButton) {
-    if (!services_.workspace.recycle(deletingLastPathComponent(path),
-                                     {std::string(lastPathComponent(path))})) {
+    if (path.empty() || !services_.workspace.recycle(deletingLastPathComponent(path),
+                                                     {std::string(lastPathComponent(path))})) {
       services_.application.beep();
     }
-  } else if (modifiers & ModifierKeys::optionKey) {
+  } else if (!path.empty() && (modifiers & ModifierKeys::optionKey)) {
     services_.workspace.selectFile(path);
   }
   owner_.removeFromDialogList(*this);

@@ -31,7 +31,7 @@ class FileRemover : public std::enable_shared_from_this<FileRemover> {
   static int getLastColon(const std::string& text);
 
  private:
-  // The message up to its last colon.
+  // The message up to its last colon; empty when it names no file.
   std::string infectedPath() const;
 
   const std::shared_ptr<ButtonDialog> theDialog;

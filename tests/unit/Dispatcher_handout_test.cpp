@@ -1,0 +1,136 @@
+#include <set>
+
+#include "tests/unit/DispatcherFixture.h"
+
+namespace quillo {
+namespace {
+
+class DispatcherHandout : public DispatcherFixture {};
+
+using Paths = std::vector<std::string>;
+
+TEST_F(DispatcherHandout, FourHundredAndFiftyPathsGoOutInThreeBatches) {
+  const Paths paths = manyFiles(450);
+  makeReady(paths);
+  ASSERT_EQ(dispatcher.scannableCount(), 450);
+  std::multiset<std::string> handedOut;
+  for (const auto& [size, left] : {std::pair{200U, 250}, {200U, 50}, {50U, 0}}) {
+    const Paths taken = batch();
+    EXPECT_EQ(taken.size(), size);
+    EXPECT_EQ(dispatcher.scannableCount(), left);
+    handedOut.insert(taken.begin(), taken.end());
+  }
+  EXPECT_EQ(handedOut, std::multiset<std::string>(paths.begin(), paths.end()));
+  EXPECT_EQ(batch(), Paths());
+}
+
+TEST_F(DispatcherHandout, ExactlyTwoHundredPathsGoOutAtOnce) {
+  makeReady(manyFiles(200));
+  EXPECT_EQ(batch().size(), 200U);
+  EXPECT_EQ(dispatcher.scannableCount(), 0);
+  EXPECT_EQ(batch(), Paths());
+}
+
+TEST_F(DispatcherHandout, TwoHundredAndOnePathsLeaveOne) {
+  makeReady(manyFiles(201));
+  EXPECT_EQ(batch().size(), 200U);
+  EXPECT_EQ(dispatcher.scannableCount(), 1);
+  EXPECT_EQ(batch().size(), 1U);
+}
+
+TEST_F(DispatcherHandout, AppendsToWhatTheScannerHolds) {
+  const std::string path = file("a");
+  makeReady({path});
+  Paths held = {"/held"};
+  dispatcher.copyFromDispatchToScanner(held);
+  EXPECT_EQ(held, (Paths{"/held", path}));
+}
+
+TEST_F(DispatcherHandout, CountsWhatIsReadyAtEveryPromotion) {
+  makeReady({file("a")});
+  EXPECT_EQ(dispatcher.scannableCount(), 1);
+  makeReady({file("b"), file("c")});
+  EXPECT_EQ(dispatcher.scannableCount(), 3);
+  promote();
+  EXPECT_EQ(dispatcher.scannableCount(), 3);
+}
+
+TEST_F(DispatcherHandout, PromotionLeavesWhatIsNotReady) {
+  const std::string ready = file("ready");
+  takeOver({ready, file("empty", "")});
+  measure();
+  measure();
+  promote();
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 1U);
+  EXPECT_EQ(batch(), Paths{ready});
+}
+
+TEST_F(DispatcherHandout, AbortForgetsMeasuredAndReadyPaths) {
+  makeReady({file("ready")});
+  takeOver({file("measured")});
+  measure();
+  dispatcher.abortScans();
+  EXPECT_EQ(dispatcher.scannableCount(), 0);
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 0U);
+  EXPECT_EQ(batch(), Paths());
+}
+
+TEST_F(DispatcherHandout, AbortLeavesTheIntakeToBeMeasuredInTheNextCycle) {
+  const std::string path = file("reported");
+  dispatcher.addStringToItemList(path);
+  dispatcher.abortScans();
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 1U);
+  dispatcher.cycle();
+  EXPECT_EQ(batch(), Paths{path});
+}
+
+TEST_F(DispatcherHandout, AnAbortedPathMayBeReportedAgain) {
+  const std::string path = file("a");
+  makeReady({path});
+  dispatcher.abortScans();
+  dispatcher.addStringToItemList(path);
+  dispatcher.cycle();
+  EXPECT_EQ(batch(), Paths{path});
+}
+
+TEST_F(DispatcherHandout, ExpandingAFolderEntersEverythingBelowIt) {
+  const std::string root = folder.makeFolder("root");
+  const Paths inside = {folder.write("root/file", "1"), folder.write("root/.hidden", "1"),
+                        folder.write("root/package.app/inner/deep", "1")};
+  dispatcher.expandThisDirectory(root);
+  // The three files and the two folders between; not the folder itself.
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 5U);
+  measure();
+  measure();
+  promote();
+  Paths expected = inside;
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(batch(), expected);
+}
+
+TEST_F(DispatcherHandout, ExpandingDoesNotFollowLinks) {
+  const std::string root = folder.makeFolder("root");
+  folder.write("elsewhere/file", "1");
+  std::filesystem::create_directory_symlink(folder.path() + "/elsewhere", root + "/link");
+  dispatcher.expandThisDirectory(root);
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 1U);
+}
+
+TEST_F(DispatcherHandout, ExpandingWhatIsNoFolderEntersNothing) {
+  dispatcher.expandThisDirectory(file("file"));
+  dispatcher.expandThisDirectory(folder.path() + "/missing");
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 0U);
+}
+
+TEST_F(DispatcherHandout, ExpandingAllEntersWhatLiesBelowEachMeasuredFolder) {
+  const std::string one = folder.makeFolder("one");
+  const std::string two = folder.makeFolder("two");
+  folder.write("one/a", "1");
+  folder.write("two/b", "1");
+  takeOver({one, two, file("plain")});
+  dispatcher.expandDirectories();
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 5U);
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,171 @@
+#include "tests/unit/ReportFixture.h"
+
+namespace quillo {
+namespace {
+
+class ScanReportInfections : public ReportFixture {};
+
+using Calls = std::vector<std::string>;
+using Button = ButtonDialog::Button;
+
+TEST_F(ScanReportInfections, QuarantinedShowADialogANotificationAndTheWholeLineInTheLog) {
+  startRun("Q");
+  EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
+  EXPECT_EQ(owner.calls(), Calls{"notify 2 " + infection});
+  ASSERT_EQ(quarantinedDialogs().size(), 1U);
+  EXPECT_TRUE(quarantinedDialogs()[0]->cameToFront());
+  // The message is the interface file's own.
+  EXPECT_EQ(quarantinedDialogs()[0]->message(), "");
+  EXPECT_TRUE(warningDialogs().empty());
+}
+
+TEST_F(ScanReportInfections, QuarantinedShowNoDialogWhenTheUserWantsNone) {
+  startRun("Q", true);
+  EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
+  EXPECT_EQ(owner.calls(), Calls{"notify 2 " + infection});
+  EXPECT_TRUE(quarantinedDialogs().empty());
+}
+
+TEST_F(ScanReportInfections, QuarantinedAreNotifiedAlsoWithoutADialog) {
+  startRun("Q");
+  desktop.interfaceLoader.setBroken(true);
+  loggedFor(infection + "\n");
+  EXPECT_TRUE(desktop.systemLog.has("Error loading Nib for document!"));
+  EXPECT_EQ(owner.calls(), Calls{"notify 2 " + infection});
+}
+
+TEST_F(ScanReportInfections, QuarantinedBringTheLastDialogForwardWhenANewOneCannotBeLoaded) {
+  startRun("Q");
+  loggedFor(infection + "\n");
+  desktop.interfaceLoader.setBroken(true);
+  loggedFor(infection + "\n");
+  ASSERT_EQ(quarantinedDialogs().size(), 1U);
+  EXPECT_EQ(quarantinedDialogs()[0]->calls(),
+            (Calls{"orderFrontRegardless", "orderFrontRegardless"}));
+}
+
+TEST_F(ScanReportInfections, QuarantinedOfferToOpenTheQuarantineFolder) {
+  startRun("Q");
+  loggedFor(infection + "\n");
+  const auto dialog = quarantinedDialogs().at(0);
+  dialog->press(Button::deleteButton);
+  EXPECT_EQ(dialog->calls(), (Calls{"orderFrontRegardless", "orderOut", "close"}));
+  EXPECT_TRUE(owner.wasTold("open /home/anna/Quarantine"));
+}
+
+TEST_F(ScanReportInfections, TheQuarantineDialogsOtherButtonOnlyClosesIt) {
+  startRun("Q");
+  loggedFor(infection + "\n");
+  quarantinedDialogs().at(0)->press(Button::otherButton);
+  EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
+  EXPECT_FALSE(owner.wasTold("open /home/anna/Quarantine"));
+}
+
+TEST_F(ScanReportInfections, TheQuarantineDialogIsOffTheScreenBeforeTheFolderOpens) {
+  FakeDialog dialog;
+  report.openQuarantineFolder(dialog, "/folder");
+  EXPECT_EQ(dialog.calls().at(0), "orderOut");
+  EXPECT_EQ(owner.calls(), Calls{"open /folder"});
+}
+
+TEST_F(ScanReportInfections, LeftInPlaceWarnWithTheWholeLine) {
+  startRun("");
+  EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
+  ASSERT_EQ(warningDialogs().size(), 1U);
+  EXPECT_EQ(warningDialogs()[0]->message(), infection);
+  EXPECT_TRUE(warningDialogs()[0]->cameToFront());
+  EXPECT_EQ(owner.calls(), (Calls{"add dialog", "notify 1 " + infection}));
+}
+
+TEST_F(ScanReportInfections, LeftInPlaceWarnAlsoAUserWhoWantsNoInformation) {
+  startRun("", true);
+  loggedFor(infection + "\n");
+  EXPECT_EQ(warningDialogs().size(), 1U);
+}
+
+TEST_F(ScanReportInfections, LeftInPlaceAreNotNotifiedWithoutADialog) {
+  startRun("");
+  desktop.interfaceLoader.setBroken(true);
+  EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
+  EXPECT_TRUE(desktop.systemLog.has("Error loading Nib for document!"));
+  EXPECT_EQ(owner.calls(), Calls());
+}
+
+TEST_F(ScanReportInfections, LeftInPlaceGetADialogEach) {
+  startRun("");
+  loggedFor("/a: X FOUND\n/b: Y FOUND\n");
+  ASSERT_EQ(warningDialogs().size(), 2U);
+  EXPECT_EQ(warningDialogs()[0]->message(), "/a: X FOUND");
+  EXPECT_EQ(warningDialogs()[1]->message(), "/b: Y FOUND");
+  EXPECT_EQ(owner.dialogs().size(), 2U);
+}
+
+TEST_F(ScanReportInfections, MovedToTheTrashAreNotifiedByTheirPathAlone) {
+  startRun("T");
+  EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
+  EXPECT_EQ(owner.calls(), Calls{"notify 3 /Users/a/b.zip"});
+  EXPECT_TRUE(quarantinedDialogs().empty());
+  EXPECT_TRUE(warningDialogs().empty());
+}
+
+TEST_F(ScanReportInfections, MovedToTheTrashKeepAColonInTheirPath) {
+  startRun("T");
+  loggedFor("/Users/a/x:y.zip: Eicar-Test-Signature FOUND\n");
+  EXPECT_EQ(owner.calls(), Calls{"notify 3 /Users/a/x:y.zip"});
+}
+
+TEST_F(ScanReportInfections, MovedToTheTrashWithoutAColonAreNotifiedByTheLine) {
+  startRun("T");
+  loggedFor("no colon here FOUND\n");
+  EXPECT_EQ(owner.calls(), Calls{"notify 3 no colon here FOUND"});
+}
+
+TEST_F(ScanReportInfections, WithAnUnknownSettingAreOnlyLogged) {
+  startRun("X");
+  EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
+  EXPECT_EQ(owner.calls(), Calls());
+}
+
+TEST_F(ScanReportInfections, EndExactlyInTheWordAndItsBlank) {
+  startRun("T");
+  loggedFor("/a: XFOUND\n/b: X FOUND \n/c: X found\n/d: X FOUND.\n");
+  EXPECT_EQ(owner.calls(), Calls());
+}
+
+TEST_F(ScanReportInfections, AreActedOnAlsoWhenTheirLineBeginsLikeTheSummary) {
+  startRun("T");
+  EXPECT_EQ(loggedFor("Infected: X FOUND\n"), "");
+  EXPECT_EQ(owner.calls(), Calls{"notify 3 Infected"});
+}
+
+TEST_F(ScanReportInfections, TheEngineErrorOffersToQuit) {
+  desktop.localizedStrings.texts["CLAMDSCAN_ERROR"] = "The engine cannot be reached.";
+  report.showEngineError();
+  EXPECT_EQ(desktop.systemLog.lines(), Calls{"can't connect to clamd"});
+  ASSERT_EQ(quarantinedDialogs().size(), 1U);
+  const auto dialog = quarantinedDialogs()[0];
+  EXPECT_EQ(dialog->message(), "The engine cannot be reached.");
+  EXPECT_EQ(dialog->deleteButtonTitle(), "Quit Vantrel Quillo");
+  EXPECT_TRUE(dialog->cameToFront());
+  EXPECT_EQ(owner.calls(), Calls{"notify 6 The engine cannot be reached."});
+  dialog->press(Button::deleteButton);
+  EXPECT_TRUE(owner.wasTold("quit"));
+}
+
+TEST_F(ScanReportInfections, TheEngineErrorMayBeClosedWithoutQuitting) {
+  report.showEngineError();
+  quarantinedDialogs().at(0)->press(Button::otherButton);
+  EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
+  EXPECT_FALSE(owner.wasTold("quit"));
+}
+
+TEST_F(ScanReportInfections, TheEngineErrorWithoutADialogIsLoggedAndNotNotified) {
+  desktop.interfaceLoader.setBroken(true);
+  report.showEngineError();
+  EXPECT_EQ(desktop.systemLog.lines(),
+            (Calls{"can't connect to clamd", "Error loading nib for warning dialog!"}));
+  EXPECT_EQ(owner.calls(), Calls());
+}
+
+}  // namespace
+}  // namespace quillo
