@@ -1,10 +1,10 @@
 #include "engine/ClamdLink.h"
 
 #include <memory>
+#include <system_error>
 #include <utility>
 
 #include "engine/DaemonConfiguration.h"
-#include "engine/ProcessList.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
@@ -35,9 +35,12 @@ ClamdLink::ClamdLink(ClamdLinkOwner& owner, const ClamdLinkServices& services)
 ClamdLink::~ClamdLink() = default;
 
 bool ClamdLink::checkForClamd() {
-  std::optional<RunningDaemon> daemon = findRunningDaemon();
+  std::optional<RunningDaemon> daemon = services_.findDaemon();
   if (!daemon) {
     return false;
+  }
+  if (daemon->program.empty()) {
+    return true;
   }
   setDaemonPaths(std::move(daemon->program), std::move(daemon->configuration));
   return true;
@@ -58,8 +61,11 @@ std::optional<std::string> ClamdLink::configurationFile() {
   if (auto configured = clamdConfPATH()) {
     return configured;
   }
-  const std::string ofInstallation = owner_.clamPATH().value_or("") + "/etc/clamd.conf";
-  return fileExists(ofInstallation) ? std::optional<std::string>(ofInstallation) : std::nullopt;
+  std::optional<std::string> ofInstallation = owner_.clamPATH();
+  if (ofInstallation) {
+    *ofInstallation += "/etc/clamd.conf";
+  }
+  return ofInstallation && fileExists(*ofInstallation) ? ofInstallation : std::nullopt;
 }
 
 void ClamdLink::discernClamdSocketLocation() {
@@ -92,7 +98,7 @@ bool ClamdLink::hasRealDefinitions() {
 
 std::optional<bool> ClamdLink::exchange(const std::string& command) {
   const auto shared = std::make_shared<Exchange>(services_.clock);
-  const auto carry = [shared, command, socket = clamdSocket(),
+  auto carry = [shared, command, socket = clamdSocket(),
                       controller = clamdController]() mutable {
     const bool taken = controller.communicateWithSocketWithCommand(socket, command);
     shared->done.lock();
@@ -100,7 +106,12 @@ std::optional<bool> ClamdLink::exchange(const std::string& command) {
     shared->done.signal();
     shared->done.unlock();
   };
-  services_.threads.detachNewThread("clamd " + command, carry);
+  try {
+    services_.threads.detachNewThread("clamd " + command, carry);
+  } catch (const std::system_error&) {
+    // No thread is to be had: rather wait for the daemon than leave it without the command.
+    carry();
+  }
   const Clock::Duration deadline = services_.clock.now() + longestAnswer;
   shared->done.lock();
   while (!shared->taken && services_.clock.now() < deadline) {

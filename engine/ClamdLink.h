@@ -5,6 +5,7 @@
 #include <string>
 
 #include "engine/ClamdCtrl.h"
+#include "engine/ProcessList.h"
 #include "posix/Clock.h"
 #include "posix/Mutex.h"
 
@@ -27,11 +28,15 @@ class ClamdLinkOwner {
   virtual void waitKeepingDesktopAlive(const std::function<void()>& wait) = 0;
 };
 
+// Tells the daemon that runs on this machine; absent when there is none. May take long.
+using DaemonFinder = std::function<std::optional<RunningDaemon>()>;
+
 struct ClamdLinkServices {
   Clock& clock;
   LocalizedStrings& localizedStrings;
   SystemLog& systemLog;
   ThreadStarter& threads;
+  DaemonFinder findDaemon = findRunningDaemon;
 };
 
 // Keeps the agent connected to the clamd daemon: finds it or launches it, learns its socket, asks
@@ -44,7 +49,8 @@ class ClamdLink {
   ClamdLink(ClamdLinkOwner& owner, const ClamdLinkServices& services);
   ~ClamdLink();
 
-  // Whether a daemon runs; if so, takes its program and configuration from the process list.
+  // Whether a daemon runs; if so, takes its program and configuration from the process list. Throws
+  // PlatformException when the processes cannot be listed.
   bool checkForClamd();
   // False only when the program exited with status 1. Throws PlatformException when it cannot be
   // run.

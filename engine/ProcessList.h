@@ -8,6 +8,7 @@ namespace quillo {
 
 // A daemon as the process list shows it.
 struct RunningDaemon {
+  // Empty when the process list failed and showed nothing, which counts as a daemon that runs.
   std::string program;
   // Absent when the daemon was started without one.
   std::optional<std::string> configuration;

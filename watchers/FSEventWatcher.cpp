@@ -31,6 +31,12 @@ bool FSEventWatcher::claimMainLoop() {
   return !std::exchange(state_.loopClaimed, true);
 }
 
+void FSEventWatcher::abandonMainLoop() {
+  MutexLock hold(state_.lock);
+  state_.loopWanted = false;
+  state_.loopClaimed = false;
+}
+
 void FSEventWatcher::mainLoop() {
   {
     MutexLock hold(state_.lock);

@@ -24,6 +24,8 @@ class FSEventWatcher {
   // To be called by whoever is about to run mainLoop() on a new thread: false when a loop is there
   // already (also one that is just ending), which then goes on watching. Any thread.
   bool claimMainLoop();
+  // Takes the claim back when no thread could be had for it. Any thread.
+  void abandonMainLoop();
   // Watches until stopWatching(); the helper is started again at once whenever it ends by itself.
   void mainLoop();
   // One run of the helper, from its launch to its end. The watcher's thread.

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/ClamdLink.h"
+
+namespace quillo {
+
+// Notes down what the link to the daemon asks for, in order.
+class FakeClamdLinkOwner final : public ClamdLinkOwner {
+ public:
+  std::optional<std::string> clamPATH() override { return root; }
+  bool displayError(const std::string& description) override {
+    note("error: " + description);
+    return true;
+  }
+  void displayNoEngineWindow() override { note("noEngineWindow"); }
+  void waitKeepingDesktopAlive(const std::function<void()>& wait) override {
+    note("wait");
+    if (duringWait) {
+      duringWait();
+    }
+    wait();
+  }
+
+  std::vector<std::string> calls() {
+    std::lock_guard hold(mutex_);
+    return calls_;
+  }
+
+  std::optional<std::string> root;
+  std::function<void()> duringWait;
+
+ private:
+  void note(const std::string& call) {
+    std::lock_guard hold(mutex_);
+    calls_.push_back(call);
+  }
+
+  std::mutex mutex_;
+  std::vector<std::string> calls_;
+};
+
+}  // namespace quillo
