@@ -177,6 +177,7 @@ TEST_F(GfsloggerLife, EndsWhenTheAgentDiesWhileItsReaderStandsStill) {
 TEST_F(GfsloggerLife, EndsWithAnotherStatusThan1IfTheMarkingProcessDies) {
   start();
   check(kill(markerOf(agent().helper()), SIGKILL), "kill");
+  ASSERT_TRUE(output().waitForEnd());
   const int ending = agent().reap().status;
   ASSERT_TRUE(WIFEXITED(ending));
   EXPECT_EQ(WEXITSTATUS(ending), 3);
@@ -206,6 +207,14 @@ TEST_F(GfsloggerLife, KeepsNoDescriptorOfTheAgentButTheStandardOnes) {
                        target.rfind("socket:", 0) == 0 ||
                        target.find("/mountinfo") != std::string::npos;
     EXPECT_TRUE(isOwn) << number << " is " << target;
+  }
+}
+
+TEST_F(GfsloggerLife, HoldsItsOutputOpenInOneProcessOnly) {
+  start();
+  const std::string marker = std::to_string(markerOf(agent().helper()));
+  for (const char* number : {"0", "1", "2"}) {
+    EXPECT_EQ(std::filesystem::read_symlink("/proc/" + marker + "/fd/" + number), "/dev/null");
   }
 }
 
