@@ -124,7 +124,8 @@ TEST_F(GfsloggerLife, WatchesWithinATenthOfASecond) {
         std::min(best, timeUntilWatching(options(), in("file-" + std::to_string(attempt) + "-")));
   }
   std::printf("watching after %d ms\n", static_cast<int>(best.count()));
-  EXPECT_LT(best.count(), 100);
+  // A sanitizer alone needs most of that time.
+  EXPECT_LT(best.count(), QUILLO_SANITIZED ? 1000 : 100);
 }
 
 TEST_F(GfsloggerLife, EndsAtTheTerminateSignalOfTheAgent) {
