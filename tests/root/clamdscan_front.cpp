@@ -320,8 +320,8 @@ TEST_F(FrontOnClamd, ScansWithoutMovingWhenTheMoveFolderIsUnusable) {
   startDaemon();
   user = ordinaryUser;
   const std::string infected = files.file("infected", eicar());
-  for (const std::string& folder :
-       {std::string(), files.file("file"), files.at("new"), std::string("/proc/none")}) {
+  for (const std::string& folder : {std::string(), files.file("file"), tree.makeFolder("others"),
+                                    files.at("new"), std::string("/proc/none")}) {
     const std::string output = scan({infected}, {"--move=" + folder});
     EXPECT_EQ(output.rfind("ERROR: --move=" + folder + ": ", 0), 0U) << output;
     EXPECT_TRUE(has(output, "; infected files stay where they are\n" + found(infected))) << output;
