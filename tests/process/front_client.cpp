@@ -97,6 +97,8 @@ TEST_F(FrontClient, IsNotBelievedAboutWhatItDidNotMention) {
   const FrontRun run = tree.scan({silent, file("clean")});
   EXPECT_TRUE(has(run.output, silent + ": Not scanned: the scanner did not report on it\n"));
   EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(tree.run({"--stdout", "--no-summary", file("a\nb", "silent\n")}).output,
+            tree.files().at("a\\x0Ab: Not scanned: the scanner did not report on it\n"));
 }
 
 TEST_F(FrontClient, IsNotBelievedAboutAFileOverTheLimit) {

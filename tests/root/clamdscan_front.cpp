@@ -184,6 +184,15 @@ TEST_F(FrontOnClamd, SaysWhatInAFolderItMayNotRead) {
   }
 }
 
+TEST_F(FrontOnClamd, SaysOnceWhatInAFolderItMaySeeButNotReach) {
+  startDaemon();
+  user = ordinaryUser;
+  files.file("listed/inner", eicar());
+  chmod(files.at("listed").c_str(), 0744);
+  EXPECT_EQ(scan({files.path()}), files.at("listed/inner: Not scanned: permission denied\n") +
+                                      files.path() + ": Scanned but for what is named above (1)\n");
+}
+
 TEST_F(FrontOnClamd, ScansWhatOnlyItsUserMayRead) {
   startDaemon();
   user = ordinaryUser;

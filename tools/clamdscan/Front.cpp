@@ -316,8 +316,9 @@ void Front::passFromFolder(const Entry& folder, const ClientLine& line) {
   entry.path = line.path;
   entry.shown = below(folder.shown, folder.path, line.path);
   const int error = statusOf(entry.path, entry.status);
-  const bool obstacle = line.kind == ClientLine::Kind::inaccessible &&
-                        (error == EACCES || (error == 0 && !S_ISREG(entry.status.st_mode)));
+  const bool noFile =
+      line.kind == ClientLine::Kind::inaccessible && error == 0 && !S_ISREG(entry.status.st_mode);
+  const bool obstacle = noFile || (error == EACCES && line.kind != ClientLine::Kind::infected);
   const bool tooLarge = line.kind == ClientLine::Kind::infected && isLimitAlert(line.text) &&
                         judge_.isTooLarge(entry.status);
   if (!obstacle && !tooLarge) {  // which the walk said
