@@ -179,6 +179,16 @@ void FakeStatusItem::setAlternateImage(const ImageRef& image) {
   alternate_ = nameOf(image);
 }
 
+void FakeStatusItem::setToolTip(const std::string& text) {
+  std::lock_guard hold(mutex_);
+  toolTip_ = text;
+}
+
+std::string FakeStatusItem::toolTip() {
+  std::lock_guard hold(mutex_);
+  return toolTip_;
+}
+
 std::vector<std::string> FakeStatusItem::images() {
   std::lock_guard hold(mutex_);
   return images_;

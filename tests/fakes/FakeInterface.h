@@ -120,9 +120,11 @@ class FakeStatusItem final : public StatusItem {
   void setHighlightMode(bool highlights) override { highlightMode = highlights; }
   void setMenu(Menu& menu) override { shownMenu = &menu; }
   void setEnabled(bool enabled) override { isEnabled = enabled; }
+  void setToolTip(const std::string& text) override;
   std::vector<std::string> images();
   std::string image();
   std::string alternateImage();
+  std::string toolTip();
   double length = 0;
   std::atomic<bool> highlightMode{false};
   std::atomic<bool> isEnabled{false};
@@ -132,6 +134,7 @@ class FakeStatusItem final : public StatusItem {
   std::mutex mutex_;
   std::vector<std::string> images_;
   std::string alternate_;
+  std::string toolTip_;
 };
 
 class FakeStatusBar final : public StatusBar {
