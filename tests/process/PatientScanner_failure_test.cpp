@@ -1,13 +1,16 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/inotify.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
-#include <fstream>
+#include <cerrno>
 #include <stdexcept>
 #include <thread>
 
 #include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
+#include "tests/fakes/FailingSystemCall.h"
 #include "tests/process/ScannerFixture.h"
 
 namespace quillo {
@@ -162,6 +165,26 @@ TEST_F(PatientScannerFailure, AnyOtherFailureIsLoggedWithAllThatWasAtHand) {
                    "Scanner v9 of 9: data: (null)"}));
   EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
   EXPECT_TRUE(std::filesystem::exists(listPath));
+}
+
+TEST_F(PatientScannerFailure, ASystemWithoutPipesIsLogged) {
+  withFailingSystemCall(SYS_pipe2, EMFILE, [this] { scan({"a"}); });
+  EXPECT_EQ(bench.desktop.systemLog.lines().at(0),
+            "Scanner: Caught PipeFailure: cannot create a pipe: Too many open files");
+  EXPECT_EQ(bench.desktop.systemLog.lines().size(), 10U);
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+}
+
+TEST_F(PatientScannerFailure, AListThatCanBeKeptNowhereIsLogged) {
+  withFailingSystemCall(SYS_openat, ENOSPC, [this] {
+    scanner.scanList() = {"/a"};
+    scanner.performScan();
+  });
+  EXPECT_EQ(bench.desktop.systemLog.lines().at(0),
+            "Scanner: Caught ScanListFailure: cannot keep a scan list in memory: No space left on "
+            "device");
+  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_TRUE(bench.road.startedPaths().empty());
 }
 
 TEST_F(PatientScannerFailure, TheListOfAFailedRunIsOverwrittenByTheNext) {
