@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include "posix/PlatformException.h"
@@ -30,8 +31,8 @@ std::string PipeReader::availableData() {
     atEnd_ = true;
     return {};
   }
-  // At least one byte, to learn of the end.
-  std::string chunk(waiting > 0 ? static_cast<std::size_t>(waiting) : 1, '\0');
+  // When nothing stands there the read learns of the end; what arrives just then is taken whole.
+  std::string chunk(waiting > 0 ? static_cast<std::size_t>(waiting) : PIPE_BUF, '\0');
   ssize_t count;
   do {
     count = read(end_.get(), chunk.data(), chunk.size());

@@ -1,0 +1,238 @@
+#include <poll.h>
+#include <signal.h>
+#include <sys/inotify.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <thread>
+
+#include "posix/FileFacts.h"
+#include "posix/UniqueFd.h"
+#include "tests/fakes/FailingSystemCall.h"
+#include "tests/process/ScannerFixture.h"
+
+namespace quillo {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class PatientScannerFailure : public ScannerFixture {
+ protected:
+  std::size_t errorDialogs() {
+    return bench.desktop.interfaceLoader.loaded("QuarantinedDialog").size();
+  }
+};
+
+TEST_F(PatientScannerFailure, AnUnreachableDaemonIsToldByADialogThatQuits) {
+  bench.owner.alive = false;
+  scan({"status2-"});
+  EXPECT_EQ(bench.owner.calls(),
+            (Lines{"count up", "alive?", "notify 6 <CLAMDSCAN_ERROR>", "count down"}));
+  EXPECT_EQ(bench.desktop.systemLog.lines(), Lines{"can't connect to clamd"});
+  ASSERT_EQ(errorDialogs(), 1U);
+  const auto dialog = bench.desktop.interfaceLoader.loaded("QuarantinedDialog")[0];
+  EXPECT_EQ(dialog->message(), "<CLAMDSCAN_ERROR>");
+  EXPECT_EQ(dialog->deleteButtonTitle(), "Quit Vantrel Quillo");
+  dialog->press(ButtonDialog::Button::deleteButton);
+  EXPECT_TRUE(bench.owner.wasTold("quit"));
+}
+
+TEST_F(PatientScannerFailure, AnUnreachableDaemonIsToldOnceARun) {
+  bench.owner.alive = false;
+  scan({"status2-a", "status2-b"});
+  EXPECT_EQ(errorDialogs(), 1U);
+  scan({"status2-c"});
+  EXPECT_EQ(errorDialogs(), 2U);
+}
+
+TEST_F(PatientScannerFailure, AnUnreachableDaemonWithoutADialogIsLoggedOnly) {
+  bench.owner.alive = false;
+  bench.desktop.interfaceLoader.setBroken(true);
+  scan({"status2-"});
+  EXPECT_EQ(bench.desktop.systemLog.lines(),
+            (Lines{"can't connect to clamd", "Error loading nib for warning dialog!"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "alive?", "count down"}));
+}
+
+TEST_F(PatientScannerFailure, ErrorsWithALivingDaemonNeedNoAction) {
+  EXPECT_EQ(scan({"error-a"}), Lines{"ERROR: Can't access file " + path("error-a")});
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "alive?", "count down"}));
+  EXPECT_EQ(errorDialogs(), 0U);
+  EXPECT_FALSE(std::filesystem::exists(listPath));
+}
+
+TEST_F(PatientScannerFailure, TheDaemonIsNotAskedForUnlessTheEngineFailed) {
+  bench.owner.alive = false;
+  bench.owner.quarantineOrTrash = "T";
+  useEngine(QUILLO_FAKE_ENGINE);
+  scan({"a"});
+  scan({"infected-a"});
+  scan({"crash-a"});
+  EXPECT_FALSE(bench.owner.wasTold("alive?"));
+  EXPECT_EQ(errorDialogs(), 0U);
+}
+
+TEST_F(PatientScannerFailure, ADaemonThatDiedIsRecovered) {
+  EXPECT_EQ(scan({"daemon-a", "b"}),
+            (Lines{"clamd appears to have died - attempting restart...", path("b") + ": OK"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "recover", "alive?", "count down"}));
+}
+
+TEST_F(PatientScannerFailure, ADaemonThatCannotBeReachedIsRecoveredOnceARun) {
+  const std::string line =
+      "ERROR: Could not connect to clamd on LocalSocket /nowhere: No such file or directory";
+  EXPECT_EQ(scan({"unreachable-a", "unreachable-b"}), (Lines{line, line}));
+  EXPECT_EQ(bench.owner.timesTold("recover unreachable"), 1);
+  scan({"unreachable-a", "unreachable-b"});
+  EXPECT_EQ(bench.owner.timesTold("recover unreachable"), 2);
+}
+
+TEST_F(PatientScannerFailure, AnEngineThatCrashesEndsTheRun) {
+  EXPECT_EQ(scan({"a", "crash-b", "c"}), Lines{path("a") + ": OK"});
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_EQ(bench.road.statuses(), std::vector<int>{SIGKILL});
+  EXPECT_FALSE(std::filesystem::exists(listPath));
+}
+
+TEST_F(PatientScannerFailure, ALineInTwoChunksIsTwoLines) {
+  const std::string whole = path("split-a");
+  const std::size_t half = whole.size() / 2;
+  EXPECT_EQ(scan({"split-a", "b"}),
+            (Lines{whole.substr(0, half), whole.substr(half) + ": OK", path("b") + ": OK"}));
+}
+
+TEST_F(PatientScannerFailure, AChunkThatIsNotUtf8IsDroppedAlone) {
+  EXPECT_EQ(scan({"a", "garbage-b", "c"}), (Lines{path("a") + ": OK", path("c") + ": OK"}));
+}
+
+TEST_F(PatientScannerFailure, ASilentEngineLogsNothing) {
+  EXPECT_EQ(scan({"silent-a"}), Lines());
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+}
+
+TEST_F(PatientScannerFailure, ALongReportIsReadToItsEnd) {
+  // Longer than a pipe holds.
+  const Lines lines = scan({"many-a", "many-b", "last"});
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines.back(), path("last") + ": OK");
+  std::string all;
+  for (const std::string& line : lines) {
+    all += line;
+  }
+  std::string expected;
+  for (const char* file : {"many-a", "many-b"}) {
+    for (int part = 0; part < 1000; ++part) {
+      expected += path(file) + " part " + std::to_string(part) + ": OK";
+    }
+  }
+  EXPECT_EQ(all, expected + path("last") + ": OK");
+}
+
+TEST_F(PatientScannerFailure, AMissingEngineIsToldToTheUserAndTheListStays) {
+  useEngine("/no/such/engine");
+  EXPECT_EQ(scan({"a"}), Lines());
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "no engine", "count down"}));
+  EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
+  EXPECT_EQ(contentsOfFile(listPath), path("a") + "\n");
+}
+
+TEST_F(PatientScannerFailure, AScannerWithoutSettingsHasNoEngine) {
+  PatientScanner fresh(bench.owner, bench.services);
+  fresh.setMyName(name);
+  fresh.scanList() = {"/a"};
+  fresh.performScan();
+  EXPECT_TRUE(bench.owner.wasTold("no engine"));
+}
+
+TEST_F(PatientScannerFailure, AnyOtherFailureIsLoggedWithAllThatWasAtHand) {
+  // More than the system takes as one argument.
+  const std::string tooLong(200000, 'x');
+  useEngine(QUILLO_FAKE_ENGINE, {tooLong});
+  scan({"a", "b"});
+  const std::string list = "--file-list=" + listPath;
+  EXPECT_EQ(bench.desktop.systemLog.lines(),
+            (Lines{"Scanner: Caught LaunchFailure: cannot launch " QUILLO_FAKE_ENGINE
+                   ": Argument list too long",
+                   "Scanner v1 of 9: scanArguments: (" + tooLong + ", " + list + ")",
+                   "Scanner v2 of 9: scanCommandPath: " QUILLO_FAKE_ENGINE,
+                   "Scanner v3 of 9: outputPipe: (null)", "Scanner v4 of 9: taskOutput: (null)",
+                   "Scanner v5 of 9: scanCheckTask: (null)",
+                   "Scanner v6 of 9: scanParams: (" QUILLO_FAKE_ENGINE ", " + tooLong + ")",
+                   "Scanner v7 of 9: thePaths: (" + path("a") + ", " + path("b") + ")",
+                   "Scanner v8 of 9: [scanArguments objectAtIndex:0]: " + tooLong,
+                   "Scanner v9 of 9: data: (null)"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_TRUE(std::filesystem::exists(listPath));
+}
+
+TEST_F(PatientScannerFailure, ASystemWithoutPipesIsLogged) {
+  withFailingSystemCall(SYS_pipe2, EMFILE, [this] { scan({"a"}); });
+  EXPECT_EQ(bench.desktop.systemLog.lines().at(0),
+            "Scanner: Caught PipeFailure: cannot create a pipe: Too many open files");
+  EXPECT_EQ(bench.desktop.systemLog.lines().size(), 10U);
+  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+}
+
+TEST_F(PatientScannerFailure, AListThatCanBeKeptNowhereIsLogged) {
+  withFailingSystemCall(SYS_openat, ENOSPC, [this] {
+    scanner.scanList() = {"/a"};
+    scanner.performScan();
+  });
+  EXPECT_EQ(bench.desktop.systemLog.lines().at(0),
+            "Scanner: Caught ScanListFailure: cannot keep a scan list in memory: No space left on "
+            "device");
+  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_TRUE(bench.road.startedPaths().empty());
+}
+
+TEST_F(PatientScannerFailure, TheListOfAFailedRunIsOverwrittenByTheNext) {
+  useEngine("/no/such/engine");
+  scan({"a"});
+  useEngine(QUILLO_FAKE_ENGINE);
+  EXPECT_EQ(scan({"b"}), Lines{path("b") + ": OK"});
+  EXPECT_FALSE(std::filesystem::exists(listPath));
+}
+
+TEST_F(PatientScannerFailure, AFailureOfAnotherKindIsPassedOnWithTheCountLowered) {
+  bench.owner.duringAliveCheck = [] { throw std::runtime_error("out of the blue"); };
+  EXPECT_THROW(scan({"status2-a"}), std::runtime_error);
+  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
+}
+
+// Waits until a file has been renamed to `name` in `folder`; false after ten seconds without.
+bool waitForFile(const std::string& folder, const std::string& name) {
+  const UniqueFd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+  inotify_add_watch(watch.get(), folder.c_str(), IN_MOVED_TO);
+  pollfd watched = {watch.get(), POLLIN, 0};
+  while (!fileExists(folder + "/" + name)) {
+    if (poll(&watched, 1, 10000) <= 0) {
+      return false;
+    }
+    char events[4096];
+    while (read(watch.get(), events, sizeof events) > 0) {
+    }
+  }
+  return true;
+}
+
+TEST_F(PatientScannerFailure, AnEngineThatHangsIsWaitedForUntilItIsKilled) {
+  Lines lines;
+  std::thread run([&] { lines = scan({"a", "hang-b"}); });
+  const bool hanging = waitForFile(bench.folder.path(), "hang-b.pid");
+  EXPECT_TRUE(hanging);
+  EXPECT_EQ(bench.owner.count, 1);
+  EXPECT_TRUE(std::filesystem::exists(listPath));
+  if (hanging) {
+    kill(std::stoi(contentsOfFile(path("hang-b.pid")).value_or("0")), SIGKILL);
+  }
+  run.join();
+  EXPECT_EQ(lines, Lines{path("a") + ": OK"});
+  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_EQ(bench.road.statuses(), std::vector<int>{SIGKILL});
+}
+
+}  // namespace
+}  // namespace quillo

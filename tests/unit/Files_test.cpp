@@ -1,0 +1,169 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "posix/FileFacts.h"
+#include "posix/FolderWalk.h"
+#include "posix/OwnFile.h"
+#include "posix/Pipe.h"
+#include "posix/UniqueFd.h"
+#include "tests/fakes/TemporaryFolder.h"
+
+namespace quillo {
+namespace {
+
+TEST(FileFacts, TellFoldersFromFilesAndGiveBytes) {
+  const TemporaryFolder folder;
+  const auto file = fileFacts(folder.write("file", "12345"));
+  ASSERT_TRUE(file);
+  EXPECT_FALSE(file->isDirectory);
+  EXPECT_EQ(file->size, 5);
+  const auto itself = fileFacts(folder.path());
+  ASSERT_TRUE(itself);
+  EXPECT_TRUE(itself->isDirectory);
+}
+
+TEST(FileFacts, AFolderIsNeverOfSizeNothing) {
+  // The kernel's own folders have no size.
+  struct stat status = {};
+  ASSERT_EQ(stat("/proc/self", &status), 0);
+  ASSERT_EQ(status.st_size, 0);
+  EXPECT_EQ(fileFacts("/proc/self")->size, 1);
+}
+
+TEST(FileFacts, AreAbsentWhereNothingIs) {
+  const TemporaryFolder folder;
+  EXPECT_FALSE(fileFacts(folder.path() + "/missing"));
+  EXPECT_FALSE(fileFacts(""));
+  EXPECT_FALSE(fileExists(folder.write("file", "") + "/below"));
+  EXPECT_TRUE(fileExists(folder.path() + "/file"));
+}
+
+TEST(FileFacts, ReadAWholeFile) {
+  const TemporaryFolder folder;
+  const std::string large(50000, 'x');
+  EXPECT_EQ(contentsOfFile(folder.write("file", large)), large);
+  EXPECT_EQ(contentsOfFile(folder.path() + "/missing"), std::nullopt);
+  EXPECT_EQ(contentsOfFile(folder.path()), std::nullopt);
+  EXPECT_TRUE(isReadableFile(folder.path() + "/file"));
+  EXPECT_FALSE(isReadableFile(folder.path() + "/missing"));
+}
+
+TEST(FileFacts, ALinkIsNobodysOwnFolder) {
+  const TemporaryFolder folder;
+  const std::string link = folder.path() + "/link";
+  const std::string real = folder.makeFolder("real");
+  std::filesystem::create_directory_symlink(real, link);
+  EXPECT_TRUE(isOwnFolder(real));
+  EXPECT_FALSE(isOwnFolder(link));
+  EXPECT_FALSE(isOwnFolder(folder.write("file", "")));
+}
+
+TEST(FolderWalk, AppendsAllLevelsHiddenEntriesAndFoldersThemselves) {
+  const TemporaryFolder folder;
+  folder.write("root/a/b/deep", "");
+  folder.write("root/.hidden", "");
+  std::vector<std::string> paths = {"kept"};
+  appendEverythingBelow(folder.path() + "/root/", paths);
+  std::sort(paths.begin(), paths.end());
+  const std::string root = folder.path() + "/root/";
+  EXPECT_EQ(paths, (std::vector<std::string>{root + ".hidden", root + "a", root + "a/b",
+                                             root + "a/b/deep", "kept"}));
+}
+
+TEST(FolderWalk, PassesOverWhatIsNoFolder) {
+  const TemporaryFolder folder;
+  std::vector<std::string> paths;
+  appendEverythingBelow(folder.write("file", "") + "/", paths);
+  appendEverythingBelow(folder.path() + "/missing/", paths);
+  EXPECT_TRUE(paths.empty());
+}
+
+TEST(OwnFile, IsForItsUserAloneAndReplacesAnEarlierOne) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("file", "earlier and longer");
+  EXPECT_EQ(writeOwnFile("File", path, "now"), "");
+  EXPECT_EQ(contentsOfFile(path), "now");
+  struct stat status = {};
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0600U);
+}
+
+TEST(OwnFile, SaysWhatWentWrong) {
+  const TemporaryFolder folder;
+  EXPECT_EQ(writeOwnFile("File", folder.path() + "/no/file", "x"),
+            "File " + folder.path() + "/no/file cannot be made: No such file or directory");
+  EXPECT_EQ(writeOwnFile("File", folder.makeFolder("sub"), "x"),
+            "File " + folder.path() + "/sub cannot be replaced: Is a directory");
+}
+
+TEST(OwnFile, AFullDeviceIsNotWritten) {
+  // A device that is always full.
+  const UniqueFd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+  EXPECT_FALSE(writeAll(full.get(), "x"));
+}
+
+TEST(Pipe, AChunkIsAllThatStandsInIt) {
+  UniqueFd writer;
+  PipeReader reader = PipeReader::open(writer);
+  EXPECT_EQ(reader.availableData(), "");
+  EXPECT_FALSE(reader.atEnd());
+  ASSERT_TRUE(writeAll(writer.get(), "one\n"));
+  ASSERT_TRUE(writeAll(writer.get(), std::string(20000, 'x')));
+  EXPECT_EQ(reader.availableData(), "one\n" + std::string(20000, 'x'));
+  EXPECT_EQ(reader.availableData(), "");
+  EXPECT_FALSE(reader.atEnd());
+}
+
+TEST(Pipe, KnowsItsEnd) {
+  UniqueFd writer;
+  PipeReader reader = PipeReader::open(writer);
+  ASSERT_TRUE(writeAll(writer.get(), "last"));
+  writer.reset();
+  EXPECT_EQ(reader.availableData(), "last");
+  EXPECT_EQ(reader.availableData(), "");
+  EXPECT_TRUE(reader.atEnd());
+}
+
+TEST(Pipe, OfAReaderThatWasNeverOpenedIsAtItsEnd) {
+  PipeReader reader;
+  EXPECT_EQ(reader.availableData(), "");
+  EXPECT_TRUE(reader.atEnd());
+}
+
+TEST(Pipe, IsClosedInOtherPrograms) {
+  UniqueFd writer;
+  const PipeReader reader = PipeReader::open(writer);
+  EXPECT_NE(fcntl(writer.get(), F_GETFD) & FD_CLOEXEC, 0);
+  EXPECT_NE(fcntl(reader.descriptor(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST(UniqueFd, ClosesWhatItOwnsOnce) {
+  const int number = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  {
+    UniqueFd first(number);
+    UniqueFd second(std::move(first));
+    EXPECT_FALSE(first);
+    EXPECT_EQ(second.get(), number);
+    first = std::move(second);
+    EXPECT_EQ(first.get(), number);
+    UniqueFd& same = first;
+    first = std::move(same);
+    EXPECT_EQ(fcntl(number, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+  }
+  EXPECT_EQ(fcntl(number, F_GETFD), -1);
+}
+
+TEST(UniqueFd, GivesUpWhatItReleases) {
+  UniqueFd owner(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  const int number = owner.release();
+  EXPECT_FALSE(owner);
+  EXPECT_EQ(close(number), 0);
+}
+
+}  // namespace
+}  // namespace quillo
