@@ -57,7 +57,7 @@ void Throbber::mainLoop(ThrobberOwner& owner) {
 }
 
 void Throbber::prepare(ThrobberOwner& owner) {
-  vantrelQuilloController = &owner;
+  setOwner(owner);
   images_.store(ThrobberImages::load(services_.imageLoader));
   const auto images = images_.load();
   statusItem->setHighlightMode(true);
@@ -84,7 +84,7 @@ void Throbber::round() {
       animateMenuForUpdate();
     }
   } else {
-    while (vantrelQuilloController->scannerCount() > 0) {
+    while (vantrelQuilloController.load()->scannerCount() > 0) {
       animateMenuForScan();
     }
   }
@@ -92,8 +92,8 @@ void Throbber::round() {
 }
 
 void Throbber::waitUntilSomethingRuns() {
-  Condition& throbberLock = vantrelQuilloController->throbberLock();
-  while (vantrelQuilloController->scannerCount() < 1) {
+  Condition& throbberLock = vantrelQuilloController.load()->throbberLock();
+  while (vantrelQuilloController.load()->scannerCount() < 1) {
     throbberLock.lock();
     throbberLock.wait();
     throbberLock.unlock();
@@ -130,12 +130,12 @@ void Throbber::showWatching() {
 
 void Throbber::startUpdate() {
   updating = true;
-  vantrelQuilloController->modifyScannerCountBy(1);
+  vantrelQuilloController.load()->modifyScannerCountBy(1);
 }
 
 void Throbber::stopUpdate() {
   updating = false;
-  vantrelQuilloController->modifyScannerCountBy(-1);
+  vantrelQuilloController.load()->modifyScannerCountBy(-1);
 }
 
 void Throbber::setReady() {

@@ -27,6 +27,8 @@ class Throbber {
 
   // Prepares icon and menu, then runs rounds forever.
   void mainLoop(ThrobberOwner& owner);
+  // Whom updates and commands reach that are quicker than the loop's start. Any thread.
+  void setOwner(ThrobberOwner& owner) { vantrelQuilloController = &owner; }
   // What the loop does once at its start.
   void prepare(ThrobberOwner& owner);
   // One turn of the loop: waits until something is scanned or updated, and animates for as long.
@@ -70,7 +72,6 @@ class Throbber {
 
   // Constant after construction.
   const ThrobberServices services_;
-  ThrobberOwner* vantrelQuilloController = nullptr;
   std::optional<std::string> showDockPref;
   StatusItem* statusItem = nullptr;
   MyMenuItem startMenuItem;
@@ -87,6 +88,7 @@ class Throbber {
   // Own synchronisation. The images are loaded by the animation thread and used by whoever shows
   // something.
   Mutex monitor_;
+  std::atomic<ThrobberOwner*> vantrelQuilloController{nullptr};
   Snapshot<ThrobberImages> images_;
   std::atomic<std::int32_t> scanningCounter{0};
   std::atomic<std::int32_t> numItemsToWatch{0};
