@@ -248,9 +248,8 @@ TEST_F(FrontClient, SaysOnceThatTheDaemonIsLost) {
   const std::string two = file("lost2");
   const FrontRun run = tree.scan({one, two});
   EXPECT_EQ(run.output,
-            "ERROR: Could not connect to clamd on LocalSocket /s: Connection refused\n"
-            "WARNING: Can't connect to clamd.\n" +
-                one + ": Not scanned: the daemon cannot be reached\n" + two +
+            "ERROR: Could not connect to clamd on LocalSocket /s: Connection refused\n" + one +
+                ": Not scanned: the daemon cannot be reached\n" + two +
                 ": Not scanned: the daemon cannot be reached\n");
   EXPECT_EQ(run.status, 2);
 }
@@ -258,7 +257,8 @@ TEST_F(FrontClient, SaysOnceThatTheDaemonIsLost) {
 TEST_F(FrontClient, SaysThatTheDaemonIsLostWhenItDiesOverAFile) {
   const std::string path = file("noreply");
   const std::string line = path + ": Not scanned: no reply from clamd\n";
-  EXPECT_EQ(tree.scan({path}).output, line + "WARNING: Can't connect to clamd.\n");
+  EXPECT_EQ(tree.scan({path}).output, line + "ERROR: Could not connect to clamd on LocalSocket " +
+                                          tree.socket() + ": nobody listens there any more\n");
 
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;

@@ -86,15 +86,15 @@ void Client::loseDaemon(std::string_view line) {
     complained_ = true;
     report_.error(line);
   }
-  if (!announced_ && line.find("Could not connect") != std::string_view::npos) {
-    announceLostDaemon();
-  }
+  announced_ = announced_ || line.find("Could not connect") != std::string_view::npos;
 }
 
-// In the words of older engines, which readers of the report act upon.
+// In the client's words, which readers of the report act upon: it says them only when it has
+// another path to ask about.
 void Client::announceLostDaemon() {
   announced_ = true;
-  report_.remark("WARNING: Can't connect to clamd.");
+  report_.error("ERROR: Could not connect to clamd on LocalSocket " + tree_.daemonSocket +
+                ": nobody listens there any more");
 }
 
 void Client::explain(const ClientEnd& end) {
