@@ -15,10 +15,10 @@ QString elidedInTheMiddle(const QString& text, int characters) {
   }
   qsizetype head = characters / 2;
   qsizetype tail = text.size() - (characters - head - 1);
-  if (text.at(head - 1).isHighSurrogate()) {
+  if (head > 0 && text.at(head - 1).isHighSurrogate()) {
     --head;
   }
-  if (text.at(tail).isLowSurrogate()) {
+  if (tail < text.size() && text.at(tail).isLowSurrogate()) {
     ++tail;
   }
   return text.left(head) + u'…' + text.mid(tail);

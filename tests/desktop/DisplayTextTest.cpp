@@ -1,0 +1,42 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/DisplayText.h"
+
+namespace quillo {
+namespace {
+
+TEST(DisplayText, IsPlainWhateverTheBytes) {
+  EXPECT_EQ(displayText("a\xff\n\xe2\x80\xaez").toStdString(), "a\\xff\\n\\u202ez");
+  EXPECT_EQ(displayText("no\xd8\x9cth\xe2\x80\x8bing").toStdString(), "no\\u061cth\\u200bing");
+  EXPECT_EQ(displayLines("two\nlines").toStdString(), "two\nlines");
+}
+
+TEST(DisplayText, IsElidedWithoutCuttingACharacterInTwo) {
+  EXPECT_EQ(elidedInTheMiddle("short", 5).toStdString(), "short");
+  EXPECT_EQ(elidedInTheMiddle("0123456789", 5).toStdString(), "01…89");
+  const QString faces = QString::fromUtf8("\xf0\x9f\x98\x80\xf0\x9f\x98\x81\xf0\x9f\x98\x82");
+  for (int length = 2; length < faces.size(); ++length) {
+    EXPECT_TRUE(elidedInTheMiddle(faces, length).isValidUtf16()) << length;
+  }
+}
+
+TEST(InfectionLine, EndsThePathAtTheLastColon) {
+  InfectionLine line;
+  ASSERT_TRUE(InfectionLine::parse("/a/x:y.zip: Win.Test FOUND", line));
+  EXPECT_EQ(line.path, "/a/x:y.zip");
+  EXPECT_EQ(line.threat, "Win.Test");
+}
+
+TEST(InfectionLine, IsNoOtherLine) {
+  InfectionLine line;
+  EXPECT_FALSE(InfectionLine::parse("/a/b: OK", line));
+  EXPECT_FALSE(InfectionLine::parse("no colon FOUND", line));
+  EXPECT_FALSE(InfectionLine::parse("", line));
+  EXPECT_FALSE(InfectionLine::parse(" FOUND:", line));
+  ASSERT_TRUE(InfectionLine::parse(": FOUND", line));
+  EXPECT_EQ(line.path, "");
+  EXPECT_EQ(line.threat, "");
+}
+
+}  // namespace
+}  // namespace quillo
