@@ -1,5 +1,6 @@
 #pragma once
 
+#include "engine/ClamdLink.h"
 #include "platform/Platform.h"
 
 namespace quillo {
@@ -12,6 +13,7 @@ struct AgentServices {
   const Platform& platform;
   Clock& clock;
   ThreadStarter& threads;
+  DaemonFinder findDaemon = findRunningDaemon;
 };
 
 }  // namespace quillo

@@ -30,23 +30,37 @@ void DefinitionUpdates::updateVirusDefsAndNotify(bool notify) {
     MutexLock hold(mainMenu.monitor());
     mainMenu.startUpdate();
   }
-  threads_.detachNewThread("definitions", [this, notify] { performDefsUpdate(notify); });
+  try {
+    threads_.detachNewThread("definitions", [this, notify] { performDefsUpdate(notify); });
+  } catch (...) {
+    showEndOfUpdate();
+    throw;
+  }
 }
 
-void DefinitionUpdates::performDefsUpdate(bool notify) {
-  if (isReadableFile(preferences_.freshclamPATH().value_or(""))) {
-    showResult(runUpdater(), notify);
-  } else {
-    windows_.displayNoEngineWindow();
-  }
+void DefinitionUpdates::showEndOfUpdate() {
   MutexLock hold(mainMenu.monitor());
   mainMenu.stopUpdate();
 }
 
-int DefinitionUpdates::runUpdater() {
-  LaunchRequest request{preferences_.freshclamPATH().value_or("")};
-  request.arguments = {preferences_.freshclamLogLocation().value_or("")};
-  if (preferences_.needsExit1FreshclamFlag()) {
+void DefinitionUpdates::performDefsUpdate(bool notify) {
+  // Taken once: watching may stop or start anew, and change them, while the updater runs.
+  const std::string updater = preferences_.freshclamPATH().value_or("");
+  const bool exit1MeansUpdated = preferences_.needsExit1FreshclamFlag();
+  if (isReadableFile(updater)) {
+    showResult(runUpdater(updater, exit1MeansUpdated), exit1MeansUpdated, notify);
+  } else {
+    windows_.displayNoEngineWindow();
+  }
+  showEndOfUpdate();
+}
+
+int DefinitionUpdates::runUpdater(const std::string& updater, bool exit1MeansUpdated) {
+  LaunchRequest request{updater};
+  if (const auto logLocation = preferences_.freshclamLogLocation()) {
+    request.arguments.push_back(*logLocation);
+  }
+  if (exit1MeansUpdated) {
     request.arguments.push_back("--on-update-execute=EXIT_1");
   }
   request.output = LaunchRequest::Output::discardedStdout;
@@ -57,8 +71,8 @@ int DefinitionUpdates::runUpdater() {
   }
 }
 
-void DefinitionUpdates::showResult(int status, bool notify) {
-  const int updatedStatus = preferences_.needsExit1FreshclamFlag() ? 1 : 0;
+void DefinitionUpdates::showResult(int status, bool exit1MeansUpdated, bool notify) {
+  const int updatedStatus = exit1MeansUpdated ? 1 : 0;
   const auto names = notifications_.names();
   NotificationCode code = notificationError;
   std::string text = names->unknownError;

@@ -31,8 +31,9 @@ class DefinitionUpdates {
   void performDefsUpdate(bool notify);
 
  private:
-  int runUpdater();
-  void showResult(int status, bool notify);
+  int runUpdater(const std::string& updater, bool exit1MeansUpdated);
+  void showResult(int status, bool exit1MeansUpdated, bool notify);
+  void showEndOfUpdate();
 
   Preferences& preferences_;
   Notifications& notifications_;

@@ -58,8 +58,17 @@ void Preferences::readEnginePaths() {
   clamScanPATH = joined(root, "/bin/clamdscan");
 }
 
+bool Preferences::daemonRuns() {
+  try {
+    return engine_.checkForClamd();
+  } catch (const PlatformException& failure) {
+    log("The processes cannot be listed: " + failure.reason());
+    return false;
+  }
+}
+
 bool Preferences::makeSureDaemonRuns() {
-  if (engine_.checkForClamd()) {
+  if (daemonRuns()) {
     weLaunchedClamd = false;
     return true;
   }
@@ -77,6 +86,11 @@ bool Preferences::makeSureDaemonRuns() {
 }
 
 bool Preferences::launchDaemon() {
+  struct Launching {
+    bool& flag;
+    explicit Launching(bool& launching) : flag(launching) { flag = true; }
+    ~Launching() { flag = false; }
+  } launching(launchingClamd);
   try {
     return engine_.launchClamdWithConfigFile(*engine_.clamdPATH(), engine_.clamdConfPATH());
   } catch (const PlatformException& failure) {

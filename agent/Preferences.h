@@ -46,6 +46,8 @@ class Preferences {
   bool exclude = false;
   bool includeOnly = false;
   bool weLaunchedClamd = false;
+  // While it loads its definitions, the daemon cannot be told to quit yet.
+  bool launchingClamd = false;
   bool logProgress = false;
   // Only ever switched on by a reading, until the process ends.
   bool quarantineInfected = false;
@@ -57,6 +59,7 @@ class Preferences {
 
  private:
   void readEnginePaths();
+  bool daemonRuns();
   bool makeSureDaemonRuns();
   bool launchDaemon();
   void makeScratchFolders();

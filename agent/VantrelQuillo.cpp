@@ -50,7 +50,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
       gfsLogger(watcherLink_, watcherServices_),
       scannerCount_(services.clock),
       clamdLink_(engineLink_, {services.clock, services.platform.localizedStrings,
-                               services.platform.systemLog, services.threads}),
+                               services.platform.systemLog, services.threads, services.findDaemon}),
       notifications_(services.platform.growl, services.platform.localizedStrings),
       preferences_(services.platform.preferenceStore, services.platform.folders,
                    services.platform.systemLog, clamdLink_),
@@ -74,13 +74,15 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
 VantrelQuillo::~VantrelQuillo() = default;
 
 void VantrelQuillo::perform(std::function<void()> request) {
-  requests_.perform([this, request = std::move(request)] {
-    try {
-      request();
-    } catch (const std::exception& failure) {
-      services_.platform.systemLog.log(std::string("A request failed: ") + failure.what());
-    }
-  });
+  requests_.perform([this, request = std::move(request)] { attempt(request); });
+}
+
+void VantrelQuillo::attempt(const std::function<void()>& request) {
+  try {
+    request();
+  } catch (const std::exception& failure) {
+    services_.platform.systemLog.log(std::string("A request failed: ") + failure.what());
+  }
 }
 
 void VantrelQuillo::connectInterface() {
@@ -110,7 +112,8 @@ void VantrelQuillo::applicationDidFinishLaunching() {
     startThreads();
     notifications_.loadNames();
     notifications_.registerWith(services_.platform.application);
-    beginWatching(true);
+    // Whatever goes wrong here, the user and the desktop must still reach the agent.
+    attempt([this] { beginWatching(true); });
     showDockTileIfWanted();
     listenToDesktop();
   });
@@ -212,6 +215,11 @@ void VantrelQuillo::openPrefs(bool fromDialogButton) {
 }
 
 void VantrelQuillo::quit() {
+  if (preferences_.launchingClamd) {
+    // A daemon left alone now would run on, and nobody would know that it is ours to stop.
+    perform([this] { quit(); });
+    return;
+  }
   if (gfsLogger.isWatching()) {
     endWatching();
   }

@@ -60,7 +60,8 @@ class VantrelQuillo {
   // Quits afterwards when the request comes from a dialog's own button.
   void openPrefs(bool fromDialogButton);
   // Stops watching, stops a daemon that this agent launched, says so to the other applications and
-  // ends the process with status 0, without waiting for anything that runs.
+  // ends the process with status 0, without waiting for anything that runs but a daemon that is
+  // being launched: then it returns, and the end comes when the daemon can be told.
   void quit();
   // Scripts may read one key, which asks for a restart.
   static bool applicationDelegateHandlesKey(const std::string& key);
@@ -121,6 +122,7 @@ class VantrelQuillo {
 
  private:
   void perform(std::function<void()> request);
+  void attempt(const std::function<void()>& request);
   void connectInterface();
   void startThreads();
   void listenToDesktop();

@@ -34,8 +34,14 @@ void VantrelQuillo::beginWatching(bool update) {
 }
 
 void VantrelQuillo::startWatcherThread() {
-  if (!gfsLogger.isWatching() && gfsLogger.claimMainLoop()) {
+  if (gfsLogger.isWatching() || !gfsLogger.claimMainLoop()) {
+    return;
+  }
+  try {
     services_.threads.detachNewThread("FSEventWatcher", [this] { gfsLogger.mainLoop(); });
+  } catch (...) {
+    gfsLogger.abandonMainLoop();
+    throw;
   }
 }
 

@@ -98,8 +98,7 @@ bool ClamdLink::hasRealDefinitions() {
 
 std::optional<bool> ClamdLink::exchange(const std::string& command) {
   const auto shared = std::make_shared<Exchange>(services_.clock);
-  auto carry = [shared, command, socket = clamdSocket(),
-                      controller = clamdController]() mutable {
+  auto carry = [shared, command, socket = clamdSocket(), controller = clamdController]() mutable {
     const bool taken = controller.communicateWithSocketWithCommand(socket, command);
     shared->done.lock();
     shared->taken = taken;

@@ -99,7 +99,7 @@ void Throbber::round() {
       animateMenuForUpdate();
     }
   } else {
-    while (vantrelQuilloController->scannerCount() > 0) {
+    while (vantrelQuilloController.load()->scannerCount() > 0) {
       animateMenuForScan();
     }
   }
@@ -107,8 +107,8 @@ void Throbber::round() {
 }
 
 void Throbber::waitUntilSomethingRuns() {
-  Condition& throbberLock = vantrelQuilloController->throbberLock();
-  while (vantrelQuilloController->scannerCount() < 1) {
+  Condition& throbberLock = vantrelQuilloController.load()->throbberLock();
+  while (vantrelQuilloController.load()->scannerCount() < 1) {
     throbberLock.lock();
     throbberLock.wait();
     throbberLock.unlock();
@@ -145,12 +145,12 @@ void Throbber::showWatching() {
 
 void Throbber::startUpdate() {
   updating = true;
-  vantrelQuilloController->modifyScannerCountBy(1);
+  vantrelQuilloController.load()->modifyScannerCountBy(1);
 }
 
 void Throbber::stopUpdate() {
   updating = false;
-  vantrelQuilloController->modifyScannerCountBy(-1);
+  vantrelQuilloController.load()->modifyScannerCountBy(-1);
 }
 
 void Throbber::setReady() {

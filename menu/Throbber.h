@@ -74,7 +74,6 @@ class Throbber {
 
   // Constant after construction (the owner: after setController).
   const ThrobberServices services_;
-  ThrobberOwner* vantrelQuilloController = nullptr;
   std::optional<std::string> showDockPref;
   StatusItem* statusItem = nullptr;
   MyMenuItem startMenuItem;
@@ -91,6 +90,7 @@ class Throbber {
   // Own synchronisation. The images are loaded by the animation thread and used by whoever shows
   // something.
   Mutex monitor_;
+  std::atomic<ThrobberOwner*> vantrelQuilloController{nullptr};
   Snapshot<ThrobberImages> images_;
   std::atomic<std::int32_t> scanningCounter{0};
   std::atomic<std::int32_t> numItemsToWatch{0};

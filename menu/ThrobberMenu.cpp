@@ -85,7 +85,7 @@ std::optional<std::string> Throbber::pathOfLog(const MenuItem& sender) {
     // Deliberately not expanded.
     return "~/Library/Logs/VantrelQuilloConsole.log";
   }
-  const auto option = vantrelQuilloController->freshclamLogLocation();
+  const auto option = vantrelQuilloController.load()->freshclamLogLocation();
   if (!option || option->size() <= logOptionLength) {
     return std::nullopt;
   }
@@ -99,12 +99,12 @@ void Throbber::openLog(const MenuItem& sender) {
   }
 }
 
-void Throbber::folderMissingPanic() { vantrelQuilloController->restartWatcher(); }
+void Throbber::folderMissingPanic() { vantrelQuilloController.load()->restartWatcher(); }
 
 void Throbber::canRestartFromAS() {
   willRestartWatching = !restartMenuItem.isEnabled();
   if (!willRestartWatching) {
-    vantrelQuilloController->restartWatcher();
+    vantrelQuilloController.load()->restartWatcher();
   }
 }
 

@@ -90,6 +90,8 @@ ChildProcess::ChildProcess(const LaunchRequest& request) {
   if (request.descriptorThree >= 0) {
     posix_spawn_file_actions_adddup2(&settings.actions, request.descriptorThree, 3);
   }
+  // All of this program's are closed by exec; this is for those that it inherited itself.
+  posix_spawn_file_actions_addclosefrom_np(&settings.actions, request.descriptorThree >= 0 ? 4 : 3);
 
   std::vector<std::string> words;
   words.push_back(request.launchPath);

@@ -41,18 +41,19 @@ class FileWatch {
 
 Agent::Agent(std::string root, const std::string& build)
     : root_(std::move(root)),
-      program_(root_ + "/program/vantrel-quillo"),
+      program_(root_ + "/bin/vantrel-quillo"),
       home_(root_ + "/home"),
       guarded_(home_ + "/Downloads"),
       tree_(home_ + "/engine"),
       log_(home_ + "/Library/Logs/VantrelQuillo-scan.log"),
       environment_{"HOME=" + home_, "PATH=/usr/bin:/bin", "XDG_RUNTIME_DIR=" + root_ + "/runtime",
                    "XDG_CONFIG_HOME=" + home_ + "/.config"} {
-  std::filesystem::create_directories(root_ + "/program");
+  std::filesystem::create_directories(root_ + "/bin");
+  std::filesystem::create_directories(root_ + "/lib");
   std::filesystem::copy(build + "/vantrel-quillo", program_);
-  std::filesystem::copy(build + "/resources", root_ + "/program/resources",
+  std::filesystem::copy(build + "/resources", root_ + "/lib/vantrel-quillo",
                         std::filesystem::copy_options::recursive);
-  if (chmod((root_ + "/program/resources/gfslogger").c_str(), 04755) != 0) {
+  if (chmod((root_ + "/lib/vantrel-quillo/gfslogger").c_str(), 04755) != 0) {
     throw std::runtime_error("cannot make the helper set-user-ID root");
   }
   for (const std::string& folder :
@@ -65,7 +66,7 @@ Agent::Agent(std::string root, const std::string& build)
 }
 
 void Agent::makeTree() {
-  if (run({root_ + "/program/resources/engine-tools/vantrel-engine-tree", tree_}, environment_)) {
+  if (run({root_ + "/lib/vantrel-quillo/engine-tools/vantrel-engine-tree", tree_}, environment_)) {
     throw std::runtime_error("the engine tree could not be made");
   }
 }

@@ -9,7 +9,7 @@
 
 namespace quillo {
 
-// Other applications over D-Bus (org.freedesktop.Application, Desktop Entry Specification 1.5),
+// Other applications over D-Bus (org.freedesktop.Application, Desktop Entry 1.5, freedesktop.org),
 // else by the desktop file that bears their identifier.
 class DesktopApplicationLauncher final : public QObject, public ApplicationLauncher {
  public:

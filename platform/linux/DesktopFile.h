@@ -9,7 +9,7 @@
 
 namespace quillo {
 
-// Starts the application of a desktop file (Desktop Entry Specification 1.5), with `uri` to open
+// Starts the application of a desktop file (Desktop Entry 1.5, freedesktop.org), with `uri` to open
 // when that is not empty. What it prints is dropped, for the agent's own output is a log. The
 // process's number, 0 when the desktop started it in another way; nothing when it could not be
 // started. Main thread.

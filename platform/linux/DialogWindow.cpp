@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QScreen>
 #include <QUiLoader>
 #include <utility>
@@ -23,10 +24,19 @@ namespace {
 constexpr int pictureSize = 64;
 constexpr int cascadeStep = 28;
 constexpr int longestLabel = 1000;
+constexpr int linesOfPath = 4;
 
 QWidget* messageField(const QDialog& dialog) {
   auto* field = dialog.findChild<QWidget*>("theMessage");
   return field ? field : dialog.findChild<QWidget*>("updateWindowText");
+}
+
+void scaleFont(QWidget* widget, double factor) {
+  if (widget) {
+    QFont font = widget->font();
+    font.setPointSizeF(font.pointSizeF() * factor);
+    widget->setFont(font);
+  }
 }
 
 void setText(QWidget* field, const QString& text) {
@@ -67,7 +77,7 @@ void DialogWindow::orderFront(Level level) {
   if (make()) {
     if (!dialog_->isVisible()) {
       dialog_->setWindowFlag(Qt::WindowStaysOnTopHint);
-      moveTo(0);
+      moveTo(std::nullopt);
     }
     dialog_->show();
     dialog_->raise();
@@ -156,7 +166,8 @@ bool DialogWindow::make() {
   connectButton("openVantrelButton", ButtonDialog::Button::otherButton);
   connectButton("showButton", ButtonDialog::Button::otherButton, ModifierKeys::optionKey);
   dialog_->setWindowIcon(QtImage::iconOf(services_.imageLoader.imageNamed("application")));
-  showPicture();
+  arrange();
+  showPicture("imageName");
   setRest(0);
   if (hasMessage_) {
     showMessage();
@@ -176,12 +187,35 @@ void DialogWindow::connectButton(const char* name, ButtonDialog::Button button,
   }
 }
 
-void DialogWindow::showPicture() {
+// What an interface file cannot state in the user's own font.
+void DialogWindow::arrange() {
+  scaleFont(dialog_->findChild<QLabel*>("theHeading"), 1.2);
+  scaleFont(dialog_->findChild<QLabel*>("theHint"), 0.9);
+  for (QPushButton* button : dialog_->findChildren<QPushButton*>()) {
+    if (button->isDefault()) {
+      button->setFocus();
+    }
+  }
+  if (auto* rest = dialog_->findChild<QLabel*>("theRest")) {
+    QSizePolicy policy = rest->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    rest->setSizePolicy(policy);
+  }
+  if (auto* edit = dialog_->findChild<QPlainTextEdit*>("theMessage")) {
+    const int margins =
+        2 * (edit->frameWidth() + static_cast<int>(edit->document()->documentMargin()));
+    edit->setFixedHeight(edit->fontMetrics().lineSpacing() * linesOfPath + margins);
+    edit->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+  }
+}
+
+void DialogWindow::showPicture(const char* nameProperty) {
   auto* label = dialog_->findChild<QLabel*>("thePicture");
-  if (label) {
-    const std::string name = label->property("imageName").toString().toStdString();
-    const QIcon icon = QtImage::iconOf(services_.imageLoader.imageNamed(name));
-    label->setPixmap(icon.pixmap(QSize(pictureSize, pictureSize), dialog_->devicePixelRatioF()));
+  const QVariant name = label ? label->property(nameProperty) : QVariant();
+  if (name.isValid()) {
+    const ImageRef image = services_.imageLoader.imageNamed(name.toString().toStdString());
+    label->setPixmap(QtImage::iconOf(image).pixmap(QSize(pictureSize, pictureSize),
+                                                   dialog_->devicePixelRatioF()));
   }
 }
 
@@ -198,6 +232,7 @@ void DialogWindow::showMessage() {
   // A message that is not the window's own is not about what its heading says.
   if (auto* heading = dialog_->findChild<QLabel*>("theHeading")) {
     heading->hide();
+    showPicture("otherImageName");
   }
 }
 
@@ -223,7 +258,7 @@ void DialogWindow::dismiss() {
   }
 }
 
-void DialogWindow::moveTo(int place) {
+void DialogWindow::moveTo(std::optional<int> place) {
   const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
   if (!screen) {
     screen = QGuiApplication::primaryScreen();
@@ -233,10 +268,11 @@ void DialogWindow::moveTo(int place) {
   }
   dialog_->adjustSize();
   const QRect room = screen->availableGeometry();
-  const QSize pile = dialog_->size() + QSize(1, 1) * cascadeStep * DialogStack::places;
-  const QPoint corner(room.x() + qMax(0, (room.width() - pile.width()) / 2),
-                      room.y() + qMax(0, (room.height() - pile.height()) / 2));
-  dialog_->move(corner + QPoint(1, 1) * cascadeStep * place);
+  const QPoint step = QPoint(1, 1) * cascadeStep;
+  const QPoint pile = place ? step * DialogStack::places : QPoint();
+  const QPoint corner(room.x() + qMax(0, (room.width() - dialog_->width() - pile.x()) / 2),
+                      room.y() + qMax(0, (room.height() - dialog_->height() - pile.y()) / 2));
+  dialog_->move(corner + step * place.value_or(0));
 }
 
 }  // namespace quillo

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/Dialog.h"
@@ -50,11 +51,13 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
  private:
   bool make();
   void connectButton(const char* name, ButtonDialog::Button button, unsigned int extraKeys = 0);
-  void showPicture();
+  void arrange();
+  void showPicture(const char* nameProperty);
   void showMessage();
   void press(ButtonDialog::Button button, unsigned int keys);
   void dismiss();
-  void moveTo(int place);
+  // A place in the pile, else the middle of the screen.
+  void moveTo(std::optional<int> place);
 
   // Constant after construction.
   const InterfaceFile file_;

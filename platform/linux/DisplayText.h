@@ -6,11 +6,8 @@
 
 namespace quillo {
 
-// Any bytes as text in which nothing hides: control characters, line breaks and marks that turn the
-// direction of writing are shown as "\n" or "\u202e", bytes that are no UTF-8 as "\xff". Any
-// thread.
+// visibleText() and visibleLines() for Qt. Any thread.
 QString displayText(std::string_view bytes);
-// The same for texts of the application's own; their line feeds stay.
 QString displayLines(std::string_view bytes);
 // At most `characters` of the text, with "…" in place of its middle.
 QString elidedInTheMiddle(const QString& text, int characters);

@@ -17,7 +17,7 @@
 namespace quillo {
 
 // The desktop's notifications, org.freedesktop.Notifications on the session bus (Desktop
-// Notifications Specification 1.2). Made on the main thread; nothing here waits for the server.
+// Notifications 1.2, freedesktop.org). Made on the main thread; nothing here waits for the server.
 class FreedesktopNotifications final : public QObject, public GrowlApplicationBridge {
   Q_OBJECT
 

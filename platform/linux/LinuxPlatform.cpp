@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <QDBusConnection>
+#include <QTimer>
 #include <utility>
 
 #include "platform/linux/DesktopApplicationLauncher.h"
@@ -74,9 +75,9 @@ struct LinuxPlatform::Parts {
   LinuxMountNotifications mounts;
   LinuxVolumes volumes{UserAccount::current().name, MountTable().read()};
   LinuxTrashFolders trash{environment, folders.homeFolder(), getuid()};
-  PolkitAuthorization authorization{
-      {resources + "/gfslogger", resources + "/grant-helper", "/usr/bin/pkexec", geteuid() == 0},
-      strings};
+  PolkitAuthorization authorization{{resources + "/gfslogger", resources + "/grant-helper-rights",
+                                     "/usr/bin/pkexec", geteuid() == 0},
+                                    strings};
   DesktopWorkspace workspace{sessionBus};
   DesktopApplicationLauncher launcher{sessionBus, report};
   QtModifierKeys modifierKeys;
@@ -91,11 +92,15 @@ struct LinuxPlatform::Parts {
                     strings,     modifierKeys, mounts,        power,
                     preferences, scripting,    statusBar,     systemLog,
                     trash,       volumes,      workspace,     mainInterface.interface()};
+  QTimer repeats;
   bool isFirst = true;
 };
 
 LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
   application.setDockTile(dockTile);
+  repeats.setTimerType(Qt::VeryCoarseTimer);
+  QObject::connect(&repeats, &QTimer::timeout, [this] { systemLog.tellRepeats(); });
+  repeats.start(std::chrono::minutes(1));
   if (!singleInstance.problem().empty()) {
     log(singleInstance.problem());
   }

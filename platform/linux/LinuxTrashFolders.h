@@ -14,7 +14,7 @@
 
 namespace quillo {
 
-// The trash folders of the FreeDesktop.org Trash specification 1.0: $XDG_DATA_HOME/Trash, and on
+// The trash folders that freedesktop.org agreed on (Trash 1.0): $XDG_DATA_HOME/Trash, and on
 // every other volume .Trash/<uid> or .Trash-<uid> at its top; besides, ~/.Trash.
 class LinuxTrashFolders final : public TrashFolders {
  public:

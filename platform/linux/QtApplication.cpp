@@ -73,8 +73,7 @@ void choosePlatformPlugin() {
 
 QtApplication::QtApplication(int& argc, char** argv) {
   choosePlatformPlugin();
-  QCoreApplication::setApplicationName("vantrel-quillo");
-  QGuiApplication::setApplicationDisplayName("Vantrel Quillo");
+  QCoreApplication::setApplicationName("Vantrel Quillo");
   QGuiApplication::setDesktopFileName("org.vantrel.VantrelQuillo");
   QGuiApplication::setQuitOnLastWindowClosed(false);
   application_ = std::make_unique<QApplication>(argc, argv);

@@ -11,7 +11,7 @@ namespace quillo {
 
 // Notifications as signals on the session bus: path /org/vantrel/DistributedNotificationCenter,
 // interface org.vantrel.DistributedNotificationCenter, the name as the member, the object as the
-// one string argument (D-Bus specification, "Message types"). Without a bus nothing happens.
+// one string argument. Without a bus nothing happens.
 class SessionBusNotificationCenter final : public QObject, public DistributedNotificationCenter {
   Q_OBJECT
 

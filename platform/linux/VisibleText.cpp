@@ -23,8 +23,9 @@ std::uint32_t codePoint(std::string_view sequence) {
 // Control characters, and those of the Unicode bidirectional algorithm and line separation that
 // show nothing themselves and change how their neighbours look.
 bool hides(std::uint32_t code) {
-  return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x200E || code == 0x200F ||
-         (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069) || code == 0xFEFF;
+  return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0xAD || code == 0x61C ||
+         code == 0x200B || code == 0x200E || code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
+         (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF;
 }
 
 void appendEscape(std::string& out, std::uint32_t code, bool isByte) {

@@ -41,6 +41,7 @@ TEST_F(LinuxTrashFoldersTest, KnowsThoseAtTheTopOfAVolumeAndNoneElsewhere) {
     EXPECT_FALSE(isTrashed(mount + "/.Trash-1001/files/x")) << mount;
     EXPECT_FALSE(isTrashed(mount + "/.Trash/files/x")) << mount;
     EXPECT_FALSE(isTrashed(mount + "/.Trash-1000")) << mount;
+    EXPECT_FALSE(isTrashed(mount + "/.Trash-1000/")) << mount;
   }
   EXPECT_FALSE(isTrashed("/home/a/project/.Trash-1000/files/x"));
   EXPECT_FALSE(isTrashed("/home/a/.Trash-1000/proc/.Trash-1000/x"));

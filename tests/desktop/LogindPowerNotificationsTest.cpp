@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QDBusPendingCallWatcher>
+
 #include "platform/linux/LogindPowerNotifications.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
@@ -39,6 +41,10 @@ struct FakeLogind {
 
 class LogindPower : public testing::Test {
  protected:
+  // Whether the answers of logind have been worked off.
+  static bool isSettled(const LogindPowerNotifications& power) {
+    return power.findChildren<QDBusPendingCallWatcher*>().isEmpty();
+  }
   void observe(LogindPowerNotifications& power) {
     power.observe([this] { events.push_back("sleep"); }, [this] { events.push_back("wake"); });
   }
@@ -58,7 +64,7 @@ TEST_F(LogindPower, MachineSleepsOnlyWhenWillSleepHasRun) {
         events.push_back("sleep");
       },
       [&] { events.push_back("wake"); });
-  ASSERT_TRUE(waitUntil([&] { return logind.taken() == 1; }));
+  ASSERT_TRUE(waitUntil([&] { return logind.taken() == 1 && isSettled(power); }));
   const QVariantList asked = logind.object.callsOf("Inhibit")[0].arguments();
   EXPECT_EQ(asked, (QVariantList{"sleep", "Vantrel Quillo", "Stops watching folders", "delay"}));
 

@@ -74,7 +74,8 @@ TEST(MountTableTest, BindMountsAreNoVolumesAndSubvolumesAre) {
                     line(3, "8:1", "/", "/mnt/all", "ext4") +
                     line(4, "0:40", "/@data", "/mnt/data", "btrfs") +
                     line(5, "0:40", "/@snap", "/mnt/snap", "btrfs") +
-                    line(6, "0:41", "/share/sub", "/mnt/net", "nfs4")),
+                    line(6, "0:41", "/share/sub", "/mnt/net", "nfs4") +
+                    line(7, "8:9", "/sub", "/mnt/part", "ext4")),
             (Points{"/mnt/data", "/mnt/net"}));
 }
 

@@ -101,7 +101,9 @@ TEST_F(NotificationQueueTest, LosesNoneOfTheCountWhileTheServerIsSlow) {
     addMany(5);
     clock.advance(seconds(6));
   }
-  EXPECT_EQ(show().size(), NotificationQueue::mostWaiting + 1);
+  const Texts shown = show();
+  EXPECT_EQ(shown.size(), NotificationQueue::mostWaiting + 1);
+  EXPECT_EQ(shown.back(), "+80");
   EXPECT_EQ(queue.untilNext(), std::nullopt);
 }
 

@@ -107,7 +107,9 @@ TEST(WhyUnsafe, TrustsNeitherAFileNorAFolderThatOthersCanWrite) {
   chmod((folder.path() + "/closed").c_str(), 0755);
   chmod(writable.c_str(), 0775);
   std::filesystem::create_symlink(safeProgram, folder.path() + "/closed/link");
+  std::filesystem::create_symlink(folder.path() + "/closed", folder.path() + "/linked");
   EXPECT_NE(whyUnsafe(open), "");
+  EXPECT_NE(whyUnsafe(folder.path() + "/linked/file"), "");
   EXPECT_NE(whyUnsafe(writable), "");
   EXPECT_NE(whyUnsafe(folder.path() + "/closed/link"), "");
   if (geteuid() == 0) {
@@ -115,6 +117,8 @@ TEST(WhyUnsafe, TrustsNeitherAFileNorAFolderThatOthersCanWrite) {
     EXPECT_EQ(whyUnsafe(writable), writable + " can be written by others than root");
     EXPECT_EQ(whyUnsafe(folder.path() + "/closed/link"),
               folder.path() + "/closed/link is a symbolic link");
+    EXPECT_EQ(whyUnsafe(folder.path() + "/linked/file"),
+              folder.path() + "/linked is a symbolic link");
     chmod(writable.c_str(), 0755);
     EXPECT_EQ(whyUnsafe(writable), "");
     ASSERT_EQ(chown(writable.c_str(), 65534, 65534), 0);

@@ -85,9 +85,11 @@ void PrivateSession::startBus() {
   std::ofstream(file) << text;
   UniqueFd writer;
   PipeReader reader = PipeReader::open(writer);
+  // It must not outlive a test that is killed.
   bus_ = std::make_unique<ChildProcess>(
-      LaunchRequest{.launchPath = "/usr/bin/dbus-daemon",
-                    .arguments = {"--config-file=" + file, "--nofork", "--print-address=3"},
+      LaunchRequest{.launchPath = "/usr/bin/setpriv",
+                    .arguments = {"--pdeathsig", "KILL", "dbus-daemon", "--config-file=" + file,
+                                  "--nofork", "--print-address=3"},
                     .output = LaunchRequest::Output::inherited,
                     .descriptorThree = writer.get()});
   writer.reset();

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/BusDaemon.h"
+#include "platform/linux/LinuxFolders.h"
 #include "platform/linux/SessionBusNotificationCenter.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
@@ -81,6 +82,18 @@ TEST(SessionBusNotifications, AreNotHeardAfterTheObserversAreRemovedAlsoByAnObse
   BusDaemon(*bus).roundTrip();
   QCoreApplication::processEvents();
   EXPECT_EQ(heard, 1);
+}
+
+TEST(SessionBusNotifications, ArriveFromAProcessThatEndsAtOnce) {
+  Listener listener("VantrelQuilloHasQuit");
+  constexpr int processes = 10;
+  for (int i = 0; i < processes; ++i) {
+    ChildProcess poster(
+        {.launchPath = LinuxFolders::pathOfThisProgram(),
+         .arguments = {"--post-and-exit", "VantrelQuilloHasQuit", "VantrelQuillo"}});
+    EXPECT_EQ(poster.waitUntilExit(), 0);
+  }
+  EXPECT_TRUE(waitUntil([&] { return listener.heard == processes; }));
 }
 
 TEST(SessionBusNotifications, DoNothingWithoutABus) {

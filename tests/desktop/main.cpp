@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <QApplication>
 #include <cstdlib>
 #include <string_view>
 
+#include "platform/linux/SessionBusNotificationCenter.h"
 #include "tests/desktop/PrivateSession.h"
 
 namespace {
@@ -17,9 +19,19 @@ bool onlyLists(int argc, char** argv) {
   return false;
 }
 
+// The other side of a test: a process that ends as the agent does, at once behind its last word.
+[[noreturn]] void postAndExit(int argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  quillo::SessionBusNotificationCenter(QDBusConnection::sessionBus()).post(argv[2], argv[3]);
+  _exit(0);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 4 && std::string_view(argv[1]) == "--post-and-exit") {
+    postAndExit(argc, argv);
+  }
   const bool listing = onlyLists(argc, argv);
   testing::InitGoogleTest(&argc, argv);
   if (listing) {

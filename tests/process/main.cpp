@@ -91,5 +91,7 @@ int main(int argc, char** argv) {
   if (first == 0) {
     _exit(beFirstProcess());
   }
-  return waitFor(first);
+  // This process can start no other once the namespace is gone, which a leak check at its end
+  // would.
+  _exit(waitFor(first));
 }

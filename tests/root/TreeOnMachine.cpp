@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <system_error>
 
 #include "posix/ChildProcess.h"
@@ -35,8 +35,9 @@ void leaveTheMachinesMounts() {
 }
 
 std::string contentOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  std::ostringstream content;
+  content << std::ifstream(file, std::ios::binary).rdbuf();
+  return content.str();
 }
 
 std::string mountsOf(const std::string& process) {
@@ -51,6 +52,7 @@ TreeOnMachine::TreeOnMachine() {
   const std::string built = QUILLO_BINARY_DIR "/resources/engine-tools/";
   const std::string tool = contentOf(built + "vantrel-engine-tree");
   const std::string launcher = contentOf(built + "engine-launcher");
+  const std::string front = contentOf(built + "clamdscan");
   leaveTheMachinesMounts();
   cover("/tmp", "mode=1777");
   cover("/etc/clamav", "mode=755");
@@ -64,7 +66,7 @@ TreeOnMachine::TreeOnMachine() {
   std::filesystem::create_directory(path("tools"));
   install("vantrel-engine-tree", tool);
   install("engine-launcher", launcher);
-  install("clamdscan", "#!/bin/sh\nexec /usr/bin/clamdscan \"$@\"\n");
+  install("clamdscan", front);
 }
 
 TreeOnMachine::~TreeOnMachine() {
@@ -130,9 +132,7 @@ bool TreeOnMachine::answers(const std::string& socket) const {
 }
 
 Outcome TreeOnMachine::scan(uid_t user, const std::string& root, const std::string& file) const {
-  return run(user, option(root + "/etc/front.conf", "RealClient"),
-             {"--fdpass", "--no-summary",
-              "--config-file=" + option(root + "/etc/front.conf", "DaemonConfig"), file});
+  return run(user, root + "/bin/clamdscan", {"--no-summary", "--stdout", file});
 }
 
 std::vector<pid_t> TreeOnMachine::daemons() const {

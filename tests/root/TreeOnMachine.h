@@ -16,8 +16,8 @@ struct Outcome {
 
 // The installed ClamAV on a machine without configuration, definitions or daemons: /tmp and
 // ClamAV's folders are covered by empty file systems in a mount namespace of this test's own. The
-// engine tree's programs are copied to a folder of the test's, with a plain front program. Every
-// daemon that a test starts is ended with it.
+// engine tree's programs are copied to a folder of the test's. Every daemon that a test starts is
+// ended with it.
 class TreeOnMachine : public testing::Test {
  protected:
   static constexpr uid_t ordinaryUser = 61234;
@@ -41,7 +41,7 @@ class TreeOnMachine : public testing::Test {
   std::string socketOf(const std::string& root) const;
   // Whether a clamd says PONG there.
   bool answers(const std::string& socket) const;
-  // What the real client says of a file, asking the daemon that the tree names.
+  // What the tree's scanner says of a file.
   Outcome scan(uid_t user, const std::string& root, const std::string& file) const;
 
   // Process numbers of the clamd processes that run now.

@@ -56,12 +56,13 @@ TEST_F(GfsloggerMounts, LeavesAFileSystemFreeToBeUnmountedWhileItsReaderStandsSt
   start();
   mountTmpfs(in("stick"));
   ASSERT_TRUE(waitUntilWatched(in("stick")));
-  // More than the pipe holds.
+  // More than the pipe holds, in a folder that the helper has to look for.
+  makeFolder(in("stick/sub"));
   const std::string name(200, 'n');
   for (int number = 0; number < 2000; ++number) {
-    writeFile(in("stick/") + name + std::to_string(number));
+    writeFile(in("stick/sub/") + name + std::to_string(number));
   }
-  EXPECT_TRUE(output().waitFor(in("stick/") + name + "0"));
+  EXPECT_TRUE(output().waitFor(in("stick/sub/") + name + "0"));
   EXPECT_EQ(umount(in("stick").c_str()), 0);
 }
 
@@ -82,6 +83,15 @@ TEST_F(GfsloggerMounts, TellsAFileUnderEachMountPointThatShowsIt) {
   writeFile(in("real/sub/file"));
   EXPECT_TRUE(output().waitFor(in("real/sub/file")));
   EXPECT_TRUE(output().waitFor(in("bound/sub/file")));
+}
+
+TEST_F(GfsloggerMounts, TellsAFileUnderAMountPointThatShowsItOnlyLater) {
+  makeFolder(in("real"), 0777);
+  makeFolder(in("bound"));
+  start();
+  ASSERT_TRUE(catchUp(in("real")));
+  bindMount(in("real"), in("bound"));
+  EXPECT_TRUE(waitUntilWatched(in("bound")));
 }
 
 TEST_F(GfsloggerMounts, TellsAFileWhereItIsSeenIfAnotherMountCoversIt) {
@@ -174,6 +184,26 @@ TEST_F(GfsloggerSubvolumes, TellsFilesOfOneThatIsMadeInsideAnother) {
   runProgram({"btrfs", "subvolume", "create", in("system/home/inner")});
   writeFile(in("system/home/inner/file"));
   EXPECT_TRUE(output().waitFor(in("system/home/inner/file")));
+}
+
+TEST_F(GfsloggerSubvolumes, TellsFilesOfEachIfTheRootFolderIsOneToo) {
+  const std::string root = in("system");
+  for (const char* name : {"/usr", "/lib", "/lib64", "/dev", "/proc"}) {
+    makeFolder(root + name);
+    check(mount(name, (root + name).c_str(), nullptr, MS_BIND | MS_REC, nullptr), name);
+  }
+  runProgram({"cp", "--preserve=mode", program(), root + "/gfslogger"});
+  StandInAgent::Options how = options();
+  how.program = "/gfslogger";
+  how.root = root;
+  start(how, root);
+  makeFolder(root + "/home/user");
+  writeFile(root + "/home/user/file");
+  EXPECT_TRUE(output().waitFor("/home/user/file"));
+  writeFile(root + "/home/file");
+  EXPECT_TRUE(output().waitFor("/home/file"));
+  writeFile(root + "/file");
+  EXPECT_TRUE(output().waitFor("/file"));
 }
 
 class GfsloggerOverlay : public HelperTest {

@@ -164,8 +164,9 @@ TEST_F(GfsloggerScanLog, IsNotToldWhenItIsRotated) {
   agent().reopenLog();
   writeFile(in("Logs/scan.log.0.bz2"), "BZh91AY&SY");
   ASSERT_TRUE(catchUp());
-  EXPECT_FALSE(isTold(in("Logs/scan.log")));
   for (const std::string& line : output().all()) EXPECT_EQ(line.find("/Logs/"), std::string::npos);
+  EXPECT_FALSE(isTold(in("Logs/scan.log")));
+  EXPECT_FALSE(isTold(in("Logs/scan.log.0")));
 }
 
 TEST_F(GfsloggerScanLog, HidesNoFileThatOnlyHasItsName) {
@@ -173,6 +174,7 @@ TEST_F(GfsloggerScanLog, HidesNoFileThatOnlyHasItsName) {
   start(how_);
   EXPECT_TRUE(isTold(in("other/scan.log")));
   EXPECT_TRUE(isTold(in("scan.log.0")));
+  EXPECT_TRUE(isTold(in("other/scan.log.0.bz2"), "BZh91AY&SY"));
   EXPECT_TRUE(isTold(in("Logs/scan.log.exe")));
   EXPECT_TRUE(isTold(in("Logs/scan.log.0"), "MZ"));
   EXPECT_TRUE(isTold(in("Logs/scan.log.0.bz2"), "MZ"));

@@ -72,6 +72,7 @@ TEST_F(WatcherRaces, AStartWhileTheOldLoopEndsLetsThatOneGoOn) {
   start();
   ASSERT_TRUE(helper.waitForLaunches(1));
   EXPECT_TRUE(watcher.isWatching());
+  EXPECT_FALSE(watcher.claimMainLoop());
   watcher.stopWatching();
   threads.join();
   EXPECT_FALSE(watcher.isWatching());

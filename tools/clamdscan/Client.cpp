@@ -59,6 +59,8 @@ std::string Client::run(const Task& task) {
   report_.flush();
   end_ = runner_.run(request, {[&](std::string_view text) {
                                  const ClientLine line = ClientLine::parse(text, task.isKnown);
+                                 daemonLost_ =
+                                     daemonLost_ || line.kind == ClientLine::Kind::noReply;
                                  line.path.empty() ? handle(line) : task.verdict(line);
                                },
                                [this] { report_.flush(); }});

@@ -33,7 +33,8 @@ ClientLine verdict(std::string_view path, std::string_view rest) {
   if (endsWith(rest, found)) {
     return {ClientLine::Kind::infected, path, rest.substr(0, rest.size() - found.size())};
   }
-  return {ClientLine::Kind::failed, path, rest};
+  const bool noReply = rest == "no reply from clamd";
+  return {noReply ? ClientLine::Kind::noReply : ClientLine::Kind::failed, path, rest};
 }
 
 // The path in a line of the form START PATH END.

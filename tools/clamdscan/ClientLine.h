@@ -12,6 +12,7 @@ struct ClientLine {
     infected,      // `text` is the threat's name
     inaccessible,  // the client could not reach the path, or it is no file
     failed,        // `text` says why
+    noReply,       // the daemon went away over this path
     noDaemon,
     other
   };

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
+#include <utility>
 
 // glibc 2.36 declares pidfd_open without C linkage.
 extern "C" {
@@ -152,6 +153,69 @@ void letLinesGather(int pidfd) {
   poll(&client, 1, moment);
 }
 
+struct Running {
+  pid_t process = -1;
+  UniqueFd pidfd;
+  UniqueFd output;
+};
+
+int reap(pid_t process) {
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
+}
+
+// 0 once the client's program runs in the child, else an errno, and the child is gone.
+int confirmStart(Running& client, int failure) {
+  int error = 0;
+  const bool failed = read(failure, &error, sizeof(error)) == sizeof(error);
+  client.pidfd.reset(pidfd_open(client.process, 0));
+  if (!failed && client.pidfd) {
+    return 0;
+  }
+  error = failed ? error : errno;
+  kill(client.process, SIGKILL);
+  reap(client.process);
+  return error;
+}
+
+// 0 or an errno.
+int launch(const ClientRequest& request, Running& client) {
+  std::vector<std::string> words = {request.program};
+  words.insert(words.end(), request.arguments.begin(), request.arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : words) {
+    argv.push_back(word.data());
+  }
+  argv.push_back(nullptr);
+
+  const UniqueFd null(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  Ends output = makePipe();
+  Ends failure = makePipe();
+  const UniqueFd input = above3(request.standardInput >= 0 ? request.standardInput : null.get());
+  UniqueFd report = above3(std::exchange(output.writer, UniqueFd()).get());
+  UniqueFd complaint = above3(std::exchange(failure.writer, UniqueFd()).get());
+  const UniqueFd three = request.descriptorThree < 0 ? UniqueFd() : above3(request.descriptorThree);
+  if (!input || !report || !complaint || (request.descriptorThree >= 0 && !three)) {
+    return errno;
+  }
+  const ChildSetup setup = {
+      request.program.c_str(), argv.data(), input.get(), report.get(), three.get(),
+      complaint.get(),         getpid()};
+  client.process = fork();
+  if (client.process == 0) {
+    setup.start();
+  }
+  if (client.process < 0) {
+    return errno;
+  }
+  report.reset();
+  complaint.reset();
+  client.output = std::move(output.reader);
+  return confirmStart(client, failure.reader.get());
+}
+
 ClientEnd ended(int status, bool stalled) {
   if (stalled) {
     return {ClientEnd::How::stalled, 0};
@@ -165,51 +229,13 @@ ClientEnd ended(int status, bool stalled) {
 }  // namespace
 
 ClientEnd ClientRun::run(const ClientRequest& request, const Handlers& handlers) {
-  std::vector<std::string> words = {request.program};
-  words.insert(words.end(), request.arguments.begin(), request.arguments.end());
-  std::vector<char*> argv;
-  for (std::string& word : words) {
-    argv.push_back(word.data());
-  }
-  argv.push_back(nullptr);
-
-  const UniqueFd null(open("/dev/null", O_RDONLY | O_CLOEXEC));
-  Ends output = makePipe();
-  Ends failure = makePipe();
-  const UniqueFd input = above3(request.standardInput >= 0 ? request.standardInput : null.get());
-  UniqueFd report = above3(output.writer.get());
-  UniqueFd complaint = above3(failure.writer.get());
-  const UniqueFd three = request.descriptorThree < 0 ? UniqueFd() : above3(request.descriptorThree);
-  if (!input || !report || !complaint || (request.descriptorThree >= 0 && !three)) {
-    return {ClientEnd::How::notStarted, errno};
-  }
-  const ChildSetup setup = {
-      request.program.c_str(), argv.data(), input.get(), report.get(), three.get(),
-      complaint.get(),         getpid()};
-  const pid_t child = fork();
-  if (child == 0) {
-    setup.start();
-  }
-  if (child < 0) {
-    return {ClientEnd::How::notStarted, errno};
-  }
-  output.writer.reset();
-  failure.writer.reset();
-  report.reset();
-  complaint.reset();
-
-  int error = 0;
-  if (::read(failure.reader.get(), &error, sizeof(error)) == sizeof(error)) {
-    waitpid(child, nullptr, 0);
+  Running client;
+  if (const int error = launch(request, client); error != 0) {
     return {ClientEnd::How::notStarted, error};
   }
-  const UniqueFd pidfd(pidfd_open(child, 0));
   bool stalled = false;
-  read(child, pidfd.get(), output.reader.get(), handlers, stalled);
-  int status = 0;
-  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-  }
-  return ended(status, stalled);
+  read(client.process, client.pidfd.get(), client.output.get(), handlers, stalled);
+  return ended(reap(client.process), stalled);
 }
 
 void ClientRun::read(pid_t child, int pidfd, int output, const Handlers& handlers, bool& stalled) {

@@ -104,7 +104,9 @@ bool liesIn(std::string_view path, std::string_view folder) {
 
 std::string below(const std::string& shownFolder, const std::string& folder,
                   std::string_view path) {
-  return shownFolder + std::string(path.substr(folder.size()));
+  const std::string_view rest = path.substr(folder.size());
+  const bool twoSlashes = shownFolder.back() == '/' && rest.substr(0, 1) == "/";
+  return shownFolder + std::string(rest.substr(twoSlashes ? 1 : 0));
 }
 
 std::string dateText(std::chrono::system_clock::time_point time) {
@@ -313,10 +315,13 @@ void Front::passFromFolder(const Entry& folder, const ClientLine& line) {
   Entry entry;
   entry.path = line.path;
   entry.shown = below(folder.shown, folder.path, line.path);
-  const bool there = statusOf(entry.path, entry.status) == 0;
-  const bool saidByTheWalk =
-      line.kind == ClientLine::Kind::inaccessible && (!there || !S_ISREG(entry.status.st_mode));
-  if (!saidByTheWalk) {
+  const int error = statusOf(entry.path, entry.status);
+  const bool noFile =
+      line.kind == ClientLine::Kind::inaccessible && error == 0 && !S_ISREG(entry.status.st_mode);
+  const bool obstacle = noFile || (error == EACCES && line.kind != ClientLine::Kind::infected);
+  const bool tooLarge = line.kind == ClientLine::Kind::infected && isLimitAlert(line.text) &&
+                        judge_.isTooLarge(entry.status);
+  if (!obstacle && !tooLarge) {  // which the walk said
     judge_.pass(entry, line);
   }
 }

@@ -8,13 +8,22 @@
 
 namespace quillo::front {
 
+bool isLimitAlert(std::string_view threat) {
+  constexpr std::string_view start = "Heuristics.Limits.Exceeded";
+  return threat.substr(0, start.size()) == start;
+}
+
 void Judge::pass(const Entry& entry, const ClientLine& line) {
   switch (line.kind) {
     case ClientLine::Kind::clean:
       clean(entry);
       break;
     case ClientLine::Kind::infected:
-      infected(entry, line.text);
+      if (isLimitAlert(line.text)) {
+        beyondLimit(entry, line.text.substr(line.text.rfind('.') + 1));
+      } else {
+        infected(entry, line.text);
+      }
       break;
     default:
       report_.notScanned(entry.shown, whyFailed(entry, line));
@@ -43,6 +52,18 @@ void Judge::clean(const Entry& entry) {
   } else {
     report_.clean(entry.shown);
   }
+}
+
+// With AlertExceedsMax the daemon alerts to a file only because it did not look at all of it. That
+// is no threat, and nobody's large files are to be moved away for it.
+void Judge::beyondLimit(const Entry& entry, std::string_view limit) {
+  struct stat now = {};
+  if (statusOf(entry.path, now) != 0) {
+    now = entry.status;
+  }
+  report_.notScanned(entry.shown,
+                     isTooLarge(now) ? tooLargeText()
+                                     : "not to its end: beyond the daemon's " + std::string(limit));
 }
 
 void Judge::infected(const Entry& entry, std::string_view threat) {

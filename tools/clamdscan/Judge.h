@@ -11,6 +11,10 @@
 
 namespace quillo::front {
 
+// Whether this is no threat's name, but says that a limit kept the daemon from looking at all of
+// it.
+bool isLimitAlert(std::string_view threat);
+
 // Turns the real client's verdicts into the report's, after a second look at each: what is called
 // clean was really scanned, and what is said of an infected file's whereabouts is true. One thread.
 class Judge {
@@ -26,6 +30,7 @@ class Judge {
  private:
   void clean(const Entry& entry);
   void infected(const Entry& entry, std::string_view threat);
+  void beyondLimit(const Entry& entry, std::string_view limit);
   void moveAway(const Entry& entry);
   std::string whyFailed(const Entry& entry, const ClientLine& line) const;
 

@@ -85,6 +85,8 @@ TEST_F(RealMounts, AreNotToldOfAfterTheListenerHasHadEnough) {
     other.stopObserving();
   });
   observe();
+  mount("one");
+  mount("of several");
   toldUpTo("first");
   ASSERT_TRUE(waitUntil([&] { return heard == 1; }));
   toldUpTo("second");

@@ -21,9 +21,10 @@ StandInAgent::Options HelperTest::options() const {
   return result;
 }
 
-StandInAgent& HelperTest::start(const StandInAgent::Options& options) {
+StandInAgent& HelperTest::start(const StandInAgent::Options& options, const std::string& where) {
+  root_ = options.root;
   agent_ = std::make_unique<StandInAgent>(options);
-  if (!waitUntilWatched(folder_)) {
+  if (!waitUntilWatched(where)) {
     ADD_FAILURE() << "the helper does not watch";
     agent_->errors().waitForEnd();
     for (const std::string& line : agent_->errors().all()) ADD_FAILURE() << line;
@@ -35,7 +36,7 @@ StandInAgent& HelperTest::start(const StandInAgent::Options& options) {
 bool HelperTest::catchUp(const std::string& where) {
   const std::string sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
   writeFile(sentinel);
-  return output().waitFor(sentinel);
+  return output().waitFor(told(sentinel));
 }
 
 bool HelperTest::waitUntilWatched(const std::string& where) {
@@ -43,7 +44,7 @@ bool HelperTest::waitUntilWatched(const std::string& where) {
   while (std::chrono::steady_clock::now() < until) {
     const std::string sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
     writeFile(sentinel);
-    if (output().waitFor(sentinel, std::chrono::milliseconds(50))) return true;
+    if (output().waitFor(told(sentinel), std::chrono::milliseconds(50))) return true;
   }
   return false;
 }

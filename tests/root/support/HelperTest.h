@@ -23,9 +23,10 @@ class HelperTest : public testing::Test {
   const std::string& program() const { return program_; }
   StandInAgent::Options options() const;
 
-  // Starts the helper and waits until it watches folder().
+  // Starts the helper and waits until it watches folder(), or another one that it sees.
   StandInAgent& start() { return start(options()); }
-  StandInAgent& start(const StandInAgent::Options& options);
+  StandInAgent& start(const StandInAgent::Options& options) { return start(options, folder_); }
+  StandInAgent& start(const StandInAgent::Options& options, const std::string& where);
   StandInAgent& agent() { return *agent_; }
   Lines& output() { return agent_->output(); }
 
@@ -35,11 +36,14 @@ class HelperTest : public testing::Test {
   bool catchUp(const std::string& where);
   // As catchUp(), for a place that may not be watched yet: makes files until one is told.
   bool waitUntilWatched(const std::string& where);
+  // How the helper calls a path: another way only if its root folder is another.
+  std::string told(const std::string& path) const { return path.substr(root_.size()); }
 
  private:
   TemporaryFolder world_;
   std::string folder_;
   std::string program_;
+  std::string root_;
   std::unique_ptr<StandInAgent> agent_;
   int sentinels_ = 0;
 };

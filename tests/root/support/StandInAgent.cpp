@@ -52,6 +52,10 @@ class Servant {
 
  private:
   void becomeUser() {
+    if (!options_.root.empty()) {
+      check(chroot(options_.root.c_str()), "changing the root folder");
+      check(chdir("/"), "entering the root folder");
+    }
     check(setgroups(options_.groups.size(), options_.groups.data()), "setting groups");
     check(setresgid(options_.user, options_.user, options_.user), "setting the group");
     check(setresuid(options_.user, options_.user, options_.user), "setting the user");

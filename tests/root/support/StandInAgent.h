@@ -28,6 +28,7 @@ class StandInAgent {
     std::vector<std::string> environment;
     uid_t user = ordinaryUser;
     std::vector<gid_t> groups;
+    std::string root;    // the agent's root folder, if it is not /
     std::string log;     // opened as the agent's standard output
     int inherited = -1;  // given to the program under this number too
     bool noNewPrivileges = false;

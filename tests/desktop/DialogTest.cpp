@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+
+#include "platform/ModifierKeys.h"
+#include "tests/desktop/support/DesktopSession.h"
+#include "tests/desktop/support/FaceProgram.h"
+
+namespace quillo {
+namespace {
+
+const std::string title = "Malware Found";
+const std::string option = std::to_string(ModifierKeys::optionKey);
+const std::string command = std::to_string(ModifierKeys::commandKey);
+
+class DialogTest : public testing::Test {
+ protected:
+  void warn(const std::string& path) {
+    face.ask("load WarningDialog", "loaded");
+    face.ask("message " + path + ": Win.Test FOUND", "message ");
+    face.tell("front");
+  }
+
+  bool showsWindows(std::size_t count, const std::string& name = title) {
+    return session.screen().eventually(
+        [&] { return session.screen().countWindows(name) == count; });
+  }
+
+  // The keyboard goes where the user clicked.
+  void clickInto() {
+    face.clickOn("theHeading");
+    face.expect("focus " + title);
+  }
+
+  DesktopSession session;
+  FaceProgram face{session};
+};
+
+TEST_F(DialogTest, OfAWorkerIsShownAndAnswered) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  session.keepPicture("warning");
+  face.clickOn("deleteButton");
+  EXPECT_EQ(face.expect("pressed "), "0 delete 0");
+  EXPECT_TRUE(showsWindows(0));
+}
+
+TEST_F(DialogTest, LeavesTheKeyboardWhereTheUserTypes) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  session.press("Return");
+  session.press("space");
+  face.ask("sync", "synced");
+  EXPECT_EQ(session.screen().countWindows(title), 1U);
+}
+
+TEST_F(DialogTest, TellsWhichKeysWereHeldAtTheClick) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  face.clickOn("ignoreButton", "ctrl");
+  EXPECT_EQ(face.expect("pressed "), "0 other " + command);
+  ASSERT_TRUE(showsWindows(0));
+  warn("/home/anna/b.zip");
+  ASSERT_TRUE(showsWindows(1));
+  face.clickOn("showButton");
+  EXPECT_EQ(face.expect("pressed "), "1 other " + option);
+}
+
+TEST_F(DialogTest, TakesTheAltOfAnAccessKeyForNoOption) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  clickInto();
+  session.press("alt+i");
+  EXPECT_EQ(face.expect("pressed "), "0 other 0");
+  ASSERT_TRUE(showsWindows(0));
+  warn("/home/anna/b.zip");
+  ASSERT_TRUE(showsWindows(1));
+  clickInto();
+  session.press("alt+Return");
+  EXPECT_EQ(face.expect("pressed "), "1 other " + option);
+}
+
+TEST_F(DialogTest, IsIgnoredWithTheEscapeKey) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  clickInto();
+  session.press("Escape");
+  EXPECT_EQ(face.expect("pressed "), "0 other 0");
+  EXPECT_TRUE(showsWindows(0));
+}
+
+TEST_F(DialogTest, ShowsAPathOfFourThousandBytesInAWindowOfUsualSize) {
+  std::string path = "/home/anna";
+  while (path.size() < 4000) {
+    path += "/a folder with a long name";
+  }
+  warn(path);
+  ASSERT_TRUE(showsWindows(1));
+  EXPECT_EQ(face.ask("text theMessage", "text "), path);
+  std::istringstream place(face.ask("where deleteButton", "at "));
+  int x = 0;
+  int y = 0;
+  place >> x >> y;
+  EXPECT_LT(x, DesktopSession::width);
+  EXPECT_LT(y, DesktopSession::height);
+  session.keepPicture("warning-long-path");
+}
+
+TEST_F(DialogTest, ShowsAHostilePathAsItIs) {
+  warn("/home/<b>anna</b>/&amp;\\n/\u202egpj.exe: x");
+  ASSERT_TRUE(showsWindows(1));
+  EXPECT_EQ(face.ask("text theMessage", "text "), "/home/<b>anna</b>/&amp;\\n/\\u202egpj.exe: x");
+  EXPECT_EQ(face.ask("text theThreat", "text "), "Win.Test");
+}
+
+TEST_F(DialogTest, OfAHundredTenAreShownAndTheRestWait) {
+  for (int i = 0; i < 100; ++i) {
+    warn("/home/anna/" + std::to_string(i) + ".zip");
+  }
+  ASSERT_TRUE(showsWindows(10));
+  face.ask("sync", "synced");
+  EXPECT_EQ(session.screen().countWindows(title), 10U);
+  EXPECT_EQ(face.ask("text theRest", "text "), "More warnings waiting: 90");
+  session.keepPicture("hundred-warnings");
+  face.ask("closeall", "closed 100");
+  EXPECT_TRUE(showsWindows(0));
+}
+
+TEST_F(DialogTest, MakesRoomForTheNextWhenAnswered) {
+  for (int i = 0; i < 12; ++i) {
+    warn("/home/anna/" + std::to_string(i) + ".zip");
+  }
+  ASSERT_TRUE(showsWindows(10));
+  for (std::size_t left = 12; left > 0; --left) {
+    ASSERT_TRUE(showsWindows(std::min<std::size_t>(left, 10)));
+    face.clickOn("ignoreButton");
+    face.expect("pressed ");
+    // The window goes, then the next one comes.
+    face.ask("sync", "synced");
+    face.ask("sync", "synced");
+  }
+  EXPECT_TRUE(showsWindows(0));
+}
+
+TEST_F(DialogTest, StaysOnTheScreenWhenItsOwnerForgetsIt) {
+  face.ask("load QuarantinedDialog", "loaded");
+  face.tell("front");
+  face.tell("forget");
+  ASSERT_TRUE(showsWindows(1, "Vantrel Quillo"));
+  session.keepPicture("quarantined");
+  face.clickOn("ignoreButton");
+  EXPECT_EQ(face.expect("pressed "), "0 other 0");
+  EXPECT_TRUE(showsWindows(0, "Vantrel Quillo"));
+}
+
+TEST_F(DialogTest, TakesAnotherMessageAndAnotherTitle) {
+  face.ask("load QuarantinedDialog", "loaded");
+  face.ask("message The engine is <b>gone</b>", "message 25");
+  face.tell("title-of-delete Quit Vantrel & Quillo");
+  face.tell("front");
+  ASSERT_TRUE(showsWindows(1, "Vantrel Quillo"));
+  EXPECT_EQ(face.ask("text theMessage", "text "), "The engine is <b>gone</b>");
+  EXPECT_EQ(face.ask("text deleteButton", "text "), "Quit Vantrel && Quillo");
+}
+
+TEST_F(DialogTest, IsLoadedAndFilledWhileTheMainThreadIsBusy) {
+  face.tell("block");
+  face.ask("load WarningDialog", "loaded");
+  EXPECT_EQ(face.ask("message /a: B FOUND", "message "), "11");
+  face.tell("front");
+  EXPECT_EQ(face.ask("enable start", "start "), "enabled");
+  face.tell("unblock");
+  EXPECT_TRUE(showsWindows(1));
+}
+
+TEST_F(DialogTest, WithoutItsInterfaceFileIsNotLoaded) {
+  face.ask("load NoSuchDialog", "not loaded");
+}
+
+TEST_F(DialogTest, OfTheMissingEngineOffersVantrelAndItsPreferences) {
+  face.tell("noengine");
+  ASSERT_TRUE(showsWindows(1, "No Virus Scanner"));
+  session.keepPicture("no-engine");
+  face.clickOn("openPrefsButton");
+  face.expect("prefs");
+  face.clickOn("openVantrelButton");
+  face.expect("vantrel");
+  face.clickOn("closeButton");
+  EXPECT_TRUE(showsWindows(0, "No Virus Scanner"));
+}
+
+TEST_F(DialogTest, OfTheUpdateShowsItsResult) {
+  face.tell("update The virus definitions have been updated.");
+  ASSERT_TRUE(showsWindows(1, "Update of the Virus Definitions"));
+  EXPECT_EQ(face.ask("text updateWindowText", "text "), "The virus definitions have been updated.");
+  session.press("Return");
+  EXPECT_TRUE(showsWindows(0, "Update of the Virus Definitions"));
+}
+
+TEST_F(DialogTest, AnswersWithoutADisplay) {
+  FaceProgram headless(session, {"DISPLAY=", "DBUS_SESSION_BUS_ADDRESS=disabled:"});
+  headless.tell("image watching");
+  headless.tell("menu");
+  headless.ask("load WarningDialog", "loaded");
+  EXPECT_EQ(headless.ask("message /a: B FOUND", "message "), "11");
+  headless.tell("front");
+  EXPECT_NE(headless.ask("dock", "foreground "), "0");
+  headless.ask("terminate", "terminated");
+}
+
+}  // namespace
+}  // namespace quillo

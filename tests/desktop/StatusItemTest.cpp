@@ -1,0 +1,212 @@
+#include <gtest/gtest.h>
+
+#include <QRect>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tests/desktop/support/DesktopSession.h"
+#include "tests/desktop/support/FaceProgram.h"
+
+namespace quillo {
+namespace {
+
+// The colours of the fields in "watching" and "scanning1".
+constexpr QRgb watchingColour = 0x0f8a7a;
+constexpr QRgb scanningColour = 0x2467b8;
+const QRect panelArea(0, 0, DesktopSession::width, 40);
+
+bool holds(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+class StatusItemTest : public testing::Test {
+ protected:
+  std::unique_ptr<FaceProgram> startFace(const std::vector<std::string>& variables = {},
+                                         const std::string& length = "-2") {
+    auto face = std::make_unique<FaceProgram>(session, variables, length);
+    for (const char* command :
+         {"image watching", "alternate scanning1", "tooltip Watching two folders", "menu"}) {
+      face->tell(command);
+    }
+    face->ask("sync", "synced");
+    return face;
+  }
+
+  bool isShown(QRgb colour) {
+    return session.screen().eventually(
+        [&] { return session.screen().find(colour, panelArea).has_value(); });
+  }
+
+  bool isGone(QRgb colour) {
+    return session.screen().eventually(
+        [&] { return !session.screen().find(colour, panelArea).has_value(); });
+  }
+
+  void clickOnIcon(int button) {
+    const auto icon = session.screen().find(watchingColour, panelArea);
+    ASSERT_TRUE(icon.has_value());
+    session.click(icon->center().x(), icon->center().y(), button);
+  }
+
+  std::string item() {
+    const std::vector<std::string> items = session.bus().statusItems();
+    return items.size() == 1 ? items.front() : "";
+  }
+
+  DesktopSession session;
+};
+
+TEST_F(StatusItemTest, IsShownInThePanel) {
+  session.startPanel();
+  const auto face = startFace();
+  EXPECT_TRUE(isShown(watchingColour));
+  face->tell("image scanning1");
+  EXPECT_TRUE(isShown(scanningColour));
+  session.keepPicture("status-item");
+}
+
+TEST_F(StatusItemTest, IsShownWhenThePanelComesLater) {
+  const auto face = startFace();
+  session.startPanel();
+  EXPECT_TRUE(isShown(watchingColour));
+}
+
+TEST_F(StatusItemTest, ComesBackWhenThePanelIsRestarted) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  session.stopPanel();
+  ASSERT_TRUE(isGone(watchingColour));
+  session.startPanel();
+  EXPECT_TRUE(isShown(watchingColour));
+  face->tell("image scanning1");
+  EXPECT_TRUE(isShown(scanningColour));
+}
+
+TEST_F(StatusItemTest, ShowsItsAlternateImageWhileItsMenuIsOpen) {
+  session.startPanel();
+  const auto face = startFace();
+  face->ask("enable start", "start enabled");
+  ASSERT_TRUE(isShown(watchingColour));
+  clickOnIcon(1);
+  ASSERT_TRUE(isShown(scanningColour));
+  session.keepPicture("menu");
+  session.press("Down");
+  session.press("Return");
+  EXPECT_EQ(face->expect("chosen "), "start 0");
+  EXPECT_TRUE(isShown(watchingColour));
+}
+
+TEST_F(StatusItemTest, OpensItsMenuInThePanelAtTheOtherButton) {
+  session.startPanel();
+  const auto face = startFace();
+  face->ask("enable start", "start enabled");
+  ASSERT_TRUE(isShown(watchingColour));
+  clickOnIcon(3);
+  ASSERT_TRUE(isShown(scanningColour));
+  session.press("Down");
+  session.press("Return");
+  EXPECT_EQ(face->expect("chosen "), "start 0");
+}
+
+TEST_F(StatusItemTest, GivesThePanelItemsWithTheirStates) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  std::string layout = session.bus().menuLayout(item());
+  EXPECT_TRUE(holds(layout, "{'enabled': <false>, 'label': <'_Start Watching'>")) << layout;
+  EXPECT_TRUE(holds(layout, "{'enabled': <true>, 'label': <'_Update Virus Definitions'>"));
+  EXPECT_TRUE(holds(layout, "'enabled': <false>, 'label': <'_Abort Scans'>"));
+
+  face->ask("enable start", "start enabled");
+  face->ask("title Please_wait…", "title Please_wait…");
+  face->ask("sync", "synced");
+  layout = session.bus().menuLayout(item());
+  EXPECT_TRUE(holds(layout, "{'enabled': <true>, 'label': <'Please__wait…'>")) << layout;
+  EXPECT_EQ(face->ask("title Start Watching", "title "), "Start Watching");
+  face->ask("sync", "synced");
+  EXPECT_TRUE(holds(session.bus().menuLayout(item()), "<'_Start Watching'>"));
+}
+
+TEST_F(StatusItemTest, ListsTheFoldersLastFirstWithTheirNamesUnchanged) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  face->tell("folder ~/first_one");
+  face->tell("folder ~/R&D & more");
+  face->ask("sync", "synced");
+  std::string layout = session.bus().menuLayout(item());
+  const std::size_t first = layout.find("<'~/first__one'>");
+  // A panel shows "_&" as an underlined "&", and the second as it is.
+  const std::size_t second = layout.find("<'~/R_&D & more'>");
+  ASSERT_NE(first, std::string::npos) << layout;
+  ASSERT_NE(second, std::string::npos) << layout;
+  EXPECT_LT(second, first);
+
+  face->tell("clear");
+  face->ask("sync", "synced");
+  EXPECT_FALSE(holds(session.bus().menuLayout(item()), "first__one"));
+}
+
+TEST_F(StatusItemTest, LosesTheQuitItemAndTheSeparatorAboveIt) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  face->tell("noquit");
+  face->ask("sync", "synced");
+  const std::string layout = session.bus().menuLayout(item());
+  EXPECT_FALSE(holds(layout, "_Quit"));
+  const std::size_t separator = layout.rfind("'type': <'separator'>");
+  ASSERT_NE(separator, std::string::npos);
+  EXPECT_EQ(layout.find("'visible': <false>", separator), layout.find("'visible': ", separator));
+}
+
+TEST_F(StatusItemTest, SendsNothingWhileThePictureStaysTheSame) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  const int before = session.bus().pictureChanges(item());
+  for (int i = 0; i < 20; ++i) {
+    face->tell("image watching");
+    face->tell("tooltip Watching two folders");
+    face->ask("sync", "synced");
+  }
+  EXPECT_EQ(session.bus().pictureChanges(item()), before);
+  face->tell("image scanning1");
+  face->ask("sync", "synced");
+  EXPECT_EQ(session.bus().pictureChanges(item()), before + 1);
+}
+
+TEST_F(StatusItemTest, SaysItsStateInWords) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  EXPECT_TRUE(holds(session.bus().property(item(), "ToolTip"), "Watching two folders"));
+  EXPECT_TRUE(holds(session.bus().property(item(), "Title"), "Vantrel Quillo"));
+}
+
+TEST_F(StatusItemTest, OfLengthZeroIsNotShown) {
+  session.startPanel();
+  const auto hidden = startFace({}, "0");
+  const auto shown = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  hidden->ask("sync", "synced");
+  EXPECT_EQ(session.bus().statusItems().size(), 1U);
+}
+
+TEST_F(StatusItemTest, IsShownWithoutASessionBus) {
+  session.startPanel();
+  const auto face = startFace({"DBUS_SESSION_BUS_ADDRESS=disabled:"});
+  face->ask("enable start", "start enabled");
+  ASSERT_TRUE(isShown(watchingColour));
+  EXPECT_TRUE(session.bus().statusItems().empty());
+  clickOnIcon(1);
+  ASSERT_TRUE(isShown(scanningColour));
+  session.press("Down");
+  session.press("Return");
+  EXPECT_EQ(face->expect("chosen "), "start 0");
+}
+
+}  // namespace
+}  // namespace quillo

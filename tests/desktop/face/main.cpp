@@ -1,0 +1,367 @@
+// The menu, the status item and the dialogs without an agent behind them: reads commands from file
+// descriptor 3, one a line, carries them out on a thread of its own as a worker of the agent would,
+// and writes what happens there, one event a line.
+//
+//   face RESOURCE-FOLDER LANGUAGE STATUS-ITEM-LENGTH
+
+#include <unistd.h>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QEvent>
+#include <QLabel>
+#include <QMainWindow>
+#include <QTimer>
+#include <QWindow>
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/linux/QtApplication.h"
+#include "platform/linux/QtDockTile.h"
+#include "platform/linux/QtImageLoader.h"
+#include "platform/linux/QtInterfaceLoader.h"
+#include "platform/linux/QtMainInterface.h"
+#include "platform/linux/QtStatusBar.h"
+#include "platform/linux/StringTables.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+constexpr int commandDescriptor = 3;
+
+void say(const std::string& event) {
+  const std::string line = event + "\n";
+  [[maybe_unused]] const ssize_t written = write(commandDescriptor, line.data(), line.size());
+}
+
+class StandardErrorLog final : public SystemLog {
+ public:
+  void log(std::string_view message) override {
+    std::fprintf(stderr, "%.*s\n", static_cast<int>(message.size()), message.data());
+  }
+};
+
+// Tells when the window is minimised.
+class MinimisingObserver final : public QObject {
+ public:
+  explicit MinimisingObserver(QWidget* window) : QObject(window) {
+    window->installEventFilter(this);
+  }
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    if (event->type() == QEvent::WindowStateChange &&
+        static_cast<QWidget*>(watched)->isMinimized()) {
+      say("minimised");
+    }
+    return false;
+  }
+};
+
+bool allWindowsAreOnTheScreen() {
+  for (const QWindow* window : QGuiApplication::allWindows()) {
+    if (window->isTopLevel() && window->isVisible() && !window->isExposed()) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Tells where a widget is as soon as the server shows every window that Qt has made, and which
+// window gets the keyboard.
+class WindowObserver final : public QObject {
+ public:
+  explicit WindowObserver(std::function<std::string(const std::string&)> where)
+      : where_(std::move(where)) {
+    qApp->installEventFilter(this);
+    connect(qApp, &QGuiApplication::focusWindowChanged, this, [](QWindow* window) {
+      if (window) {
+        say("focus " + window->title().toStdString());
+      }
+    });
+  }
+
+  void tellWhere(const std::string& objectName) {
+    asked_ = objectName;
+    answer();
+  }
+
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() == QEvent::Expose && !asked_.empty()) {
+      QTimer::singleShot(0, this, [this] { answer(); });
+    }
+    return false;
+  }
+
+ private:
+  void answer() {
+    if (!asked_.empty() && allWindowsAreOnTheScreen()) {
+      say(where_(std::exchange(asked_, "")));
+    }
+  }
+
+  std::function<std::string(const std::string&)> where_;
+  std::string asked_;
+};
+
+// The services in the order in which the agent makes them.
+struct Face {
+  Face(int& argc, char** argv)
+      : application(argc, argv),
+        strings({std::string(argv[1]) + "/strings/windows"}, {argv[2]}, nullptr),
+        images(std::string(argv[1]) + "/images"),
+        loader(std::string(argv[1]) + "/interface", application, log, images, strings, keys),
+        mainInterface(application, strings, loader),
+        dockTile(std::string(argv[1]) + "/interface", application,
+                 [this] { application.terminate(); }),
+        statusItem(statusBar.statusItemWithLength(std::atof(argv[3]))) {
+    application.setDockTile(dockTile);
+    application.setTerminationHandler([this] {
+      say("terminated");
+      application.exit(0);
+    });
+    connectItems();
+  }
+
+  std::map<std::string, MenuItem*> items() {
+    MainInterface& menu = mainInterface.interface();
+    return {{"start", &menu.startMenuItem},       {"stop", &menu.stopMenuItem},
+            {"restart", &menu.restartMenuItem},   {"folders", &menu.foldersWatchedMenuItem},
+            {"abort", &menu.abortMenuItem},       {"confirm", &menu.abortConfirmMenuItem},
+            {"update", &menu.updateDefsMenuItem}, {"scanlog", &menu.openScanLogMenuItem},
+            {"quit", &menu.quitMenuItem}};
+  }
+
+  void connectItems() {
+    for (const auto& [name, item] : items()) {
+      item->setAction(
+          [this, event = "chosen " + name] { say(event + " " + std::to_string(keys.current())); });
+    }
+    mainInterface.interface().noEngineWindow.setAction([](ButtonDialog::Button button) {
+      say(button == ButtonDialog::Button::deleteButton ? "prefs" : "vantrel");
+    });
+  }
+
+  QtApplication application;
+  StandardErrorLog log;
+  StringTables strings;
+  QtImageLoader images;
+  QtModifierKeys keys;
+  QtInterfaceLoader loader;
+  QtMainInterface mainInterface;
+  QtDockTile dockTile;
+  QtStatusBar statusBar{application};
+  StatusItem& statusItem;
+};
+
+class Commands {
+ public:
+  explicit Commands(Face& face) : face_(face) {}
+
+  // Until the other end is closed.
+  void run() {
+    FILE* input = fdopen(dup(commandDescriptor), "r");
+    char* line = nullptr;
+    std::size_t size = 0;
+    for (ssize_t length; (length = getline(&line, &size, input)) > 0;) {
+      perform(std::string(line, static_cast<std::size_t>(length) - 1));
+    }
+    std::free(line);
+    std::fclose(input);
+    face_.application.exit(0);
+  }
+
+ private:
+  void perform(const std::string& line) {
+    const std::size_t blank = line.find(' ');
+    const std::string name = line.substr(0, blank);
+    const std::string rest = blank == std::string::npos ? "" : line.substr(blank + 1);
+    performOnMenu(name, rest);
+    performOnDialogs(name, rest);
+    performOnDock(name, rest);
+    performOnMainThread(name, rest);
+  }
+
+  void performOnMenu(const std::string& name, const std::string& rest) {
+    MainInterface& menu = face_.mainInterface.interface();
+    if (name == "image") {
+      face_.statusItem.setImage(face_.images.imageNamed(rest));
+    } else if (name == "alternate") {
+      face_.statusItem.setAlternateImage(face_.images.imageNamed(rest));
+      face_.statusItem.setHighlightMode(true);
+    } else if (name == "tooltip") {
+      face_.statusItem.setToolTip(rest);
+    } else if (name == "menu") {
+      menu.theMenu.setAutoenablesItems(false);
+      face_.statusItem.setMenu(menu.theMenu);
+    } else if (name == "enable" || name == "disable") {
+      face_.items().at(rest)->setEnabled(name == "enable");
+      say(rest + (face_.items().at(rest)->isEnabled() ? " enabled" : " disabled"));
+    } else if (name == "title") {
+      face_.items().at("start")->setTitle(rest);
+      say("title " + face_.items().at("start")->title());
+    } else if (name == "folder") {
+      menu.theSubMenu.insertItem(0, rest, [rest] { say("folder " + rest); });
+    } else if (name == "clear") {
+      menu.theSubMenu.removeAllItems();
+    } else if (name == "noquit") {
+      menu.theMenu.removeItem(menu.quitMenuItem);
+    }
+  }
+
+  void performOnDialogs(const std::string& name, const std::string& rest) {
+    if (name == "load") {
+      load(rest);
+    } else if (name == "message") {
+      dialogs_.back()->setMessage(replacingAll(rest, "\\n", "\n"));
+      say("message " + std::to_string(dialogs_.back()->message().size()));
+    } else if (name == "title-of-delete") {
+      dialogs_.back()->setDeleteButtonTitle(rest);
+    } else if (name == "front") {
+      dialogs_.back()->orderFrontRegardless();
+    } else if (name == "out") {
+      dialogs_.back()->orderOut();
+    } else if (name == "forget") {
+      dialogs_.clear();
+    } else if (name == "closeall") {
+      // As the delegate does it: all of them in one go on the main thread.
+      face_.application.performOnMainThread([all = std::move(dialogs_)] {
+        for (const auto& dialog : all) {
+          dialog->close();
+        }
+        say("closed " + std::to_string(all.size()));
+      });
+      dialogs_.clear();
+    } else if (name == "noengine") {
+      face_.mainInterface.interface().noEngineWindow.makeFloatingKeyAndOrderFront();
+    } else if (name == "update") {
+      face_.mainInterface.interface().updateWindow.setMessage(rest);
+      face_.mainInterface.interface().updateWindow.makeFloatingKeyAndOrderFront();
+    }
+  }
+
+  void load(const std::string& name) {
+    auto dialog = face_.loader.load(name);
+    say(dialog ? "loaded" : "not loaded");
+    if (!dialog) {
+      return;
+    }
+    const auto number = std::to_string(dialogs_.size());
+    dialog->setAction([this, number, weak = std::weak_ptr(dialog)](ButtonDialog::Button button) {
+      const bool isDelete = button == ButtonDialog::Button::deleteButton;
+      say("pressed " + number + (isDelete ? " delete " : " other ") +
+          std::to_string(face_.keys.current()));
+      if (const auto pressed = weak.lock()) {
+        pressed->close();
+      }
+    });
+    dialogs_.push_back(std::move(dialog));
+  }
+
+  void performOnDock(const std::string& name, const std::string& rest) {
+    if (name == "dock") {
+      face_.application.performOnMainThread([this] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+          if (qobject_cast<QMainWindow*>(window)) {
+            new MinimisingObserver(window);
+          }
+        }
+        say("foreground " + std::to_string(face_.application.transformToForegroundApplication()));
+      });
+    } else if (name == "dockimage") {
+      face_.application.setApplicationIconImage(face_.images.imageNamed(rest));
+    } else if (name == "dockstate") {
+      face_.dockTile.setState(rest);
+    } else if (name == "dockfolders") {
+      std::vector<std::string> folders;
+      for (const std::string_view folder : split(rest, ':')) {
+        folders.emplace_back(folder);
+      }
+      face_.dockTile.setWatchedFolders(folders);
+    } else if (name == "verdict") {
+      face_.dockTile.addVerdict(rest);
+    }
+  }
+
+  void performOnMainThread(const std::string& name, const std::string& rest) {
+    if (name == "sync") {
+      face_.application.performOnMainThread([] { say("synced"); });
+    } else if (name == "where") {
+      face_.application.performOnMainThread([this, rest] { windows_.tellWhere(rest); });
+    } else if (name == "text") {
+      face_.application.performOnMainThread([rest] { say("text " + textOf(rest)); });
+    } else if (name == "block") {
+      face_.application.performOnMainThread([gate = gate_.get_future().share()] { gate.wait(); });
+    } else if (name == "unblock") {
+      gate_.set_value();
+      gate_ = {};
+    } else if (name == "terminate") {
+      face_.application.terminate();
+    }
+  }
+
+  // The middle of the widget of that name, in pixels of the screen.
+  static std::string where(const std::string& objectName) {
+    const QWidget* widget = find(objectName);
+    if (!widget) {
+      return "nowhere";
+    }
+    const QPoint middle =
+        widget->mapToGlobal(widget->rect().center()) * widget->devicePixelRatioF();
+    return "at " + std::to_string(middle.x()) + " " + std::to_string(middle.y());
+  }
+
+  static std::string textOf(const std::string& objectName) {
+    QWidget* widget = find(objectName);
+    if (!widget) {
+      return "";
+    }
+    for (const char* property : {"plainText", "text"}) {
+      const QVariant text = widget->property(property);
+      if (text.isValid()) {
+        return text.toString().toStdString();
+      }
+    }
+    return "";
+  }
+
+  // One that nothing lies upon, if there is one.
+  static QWidget* find(const std::string& objectName) {
+    QWidget* covered = nullptr;
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+      auto* widget = window->findChild<QWidget*>(QString::fromStdString(objectName));
+      if (!widget || !window->isVisible()) {
+        continue;
+      }
+      if (QApplication::widgetAt(widget->mapToGlobal(widget->rect().center())) == widget) {
+        return widget;
+      }
+      covered = widget;
+    }
+    return covered;
+  }
+
+  Face& face_;
+  WindowObserver windows_{where};
+  std::vector<std::shared_ptr<ButtonDialog>> dialogs_;
+  std::promise<void> gate_;
+};
+
+}  // namespace
+}  // namespace quillo
+
+int main(int argc, char** argv) {
+  if (argc < 4) {
+    std::fprintf(stderr, "usage: face RESOURCE-FOLDER LANGUAGE STATUS-ITEM-LENGTH\n");
+    return 2;
+  }
+  quillo::Face face(argc, argv);
+  quillo::Commands commands(face);
+  std::thread([&commands] { commands.run(); }).detach();
+  return face.application.run();
+}

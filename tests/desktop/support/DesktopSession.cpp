@@ -1,0 +1,180 @@
+#include "tests/desktop/support/DesktopSession.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "posix/Pipe.h"
+
+namespace quillo {
+namespace {
+
+constexpr int patienceInMilliseconds = 20000;
+
+std::string temporaryHome() {
+  std::string path = (std::filesystem::temp_directory_path() / "quillo-desktop-XXXXXX").string();
+  if (!mkdtemp(path.data())) {
+    throw std::runtime_error("cannot make a folder like " + path);
+  }
+  return path;
+}
+
+// A panel at the top with the windows on its left and the status items on its right, where nothing
+// moves when a clock has ticked.
+constexpr const char* panelSettings = R"(<?xml version="1.0" encoding="UTF-8"?>
+<channel name="xfce4-panel" version="1.0">
+  <property name="configver" type="int" value="2"/>
+  <property name="panels" type="array">
+    <value type="int" value="1"/>
+    <property name="panel-1" type="empty">
+      <property name="position" type="string" value="p=6;x=0;y=0"/>
+      <property name="length" type="uint" value="100"/>
+      <property name="position-locked" type="bool" value="true"/>
+      <property name="size" type="uint" value="28"/>
+      <property name="icon-size" type="uint" value="22"/>
+      <property name="plugin-ids" type="array">
+        <value type="int" value="1"/>
+        <value type="int" value="2"/>
+        <value type="int" value="3"/>
+      </property>
+    </property>
+  </property>
+  <property name="plugins" type="empty">
+    <property name="plugin-1" type="string" value="tasklist"/>
+    <property name="plugin-2" type="string" value="separator">
+      <property name="expand" type="bool" value="true"/>
+      <property name="style" type="uint" value="0"/>
+    </property>
+    <property name="plugin-3" type="string" value="systray"/>
+  </property>
+</channel>
+)";
+
+void writePanelSettings(const std::string& home) {
+  const std::string folder = home + "/.config/xfce4/xfconf/xfce-perchannel-xml";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder + "/xfce4-panel.xml") << panelSettings;
+}
+
+}  // namespace
+
+DesktopSession::DesktopSession() : home_(temporaryHome()) {
+  const std::string runtime = home_ + "/run";
+  std::filesystem::create_directory(runtime);
+  std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
+  writePanelSettings(home_);
+  environment_ = {"HOME=" + home_,
+                  "XDG_RUNTIME_DIR=" + runtime,
+                  "PATH=/usr/bin:/bin",
+                  "LC_ALL=C.UTF-8",
+                  "XDG_SESSION_TYPE=x11",
+                  "NO_AT_BRIDGE=1",
+                  "LSAN_OPTIONS=detect_leaks=0"};
+  const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
+  const std::string number = startWithAnswer(
+      {"Xvfb", "-displayfd", "3", "-screen", "0", size, "-nolisten", "tcp", "-noreset"}, server_);
+  environment_.push_back("DISPLAY=:" + number);
+  const std::string address = startWithAnswer(
+      {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=3"}, busDaemon_);
+  environment_.push_back("DBUS_SESSION_BUS_ADDRESS=" + address);
+  screen_ = std::make_unique<Screen>(":" + number);
+  bus_ = std::make_unique<SessionBus>(address);
+  windowManager_ = startCommand({"openbox", "--sm-disable"});
+  if (!screen_->eventually([&] { return screen_->hasWindowManager(); })) {
+    throw std::runtime_error("openbox does not come up: " + log());
+  }
+}
+
+DesktopSession::~DesktopSession() {
+  notificationServer_.reset();
+  panel_.reset();
+  windowManager_.reset();
+  screen_.reset();
+  bus_.reset();
+  busDaemon_.reset();
+  server_.reset();
+  std::error_code ignored;
+  std::filesystem::remove_all(home_, ignored);
+}
+
+// What the programs have to say goes to a file in the home folder.
+std::unique_ptr<ChildProcess> DesktopSession::startCommand(std::vector<std::string> command,
+                                                           int descriptorThree) {
+  command.insert(command.begin(), {"-c", "exec \"$@\" >>\"$HOME/session.log\" 2>&1", "session"});
+  LaunchRequest request{"/bin/sh", std::move(command), LaunchRequest::Output::inherited};
+  request.environment = environment_;
+  request.descriptorThree = descriptorThree;
+  return processes_.start(request);
+}
+
+// Both servers write to descriptor 3 how to reach them, as soon as that is possible.
+std::string DesktopSession::startWithAnswer(const std::vector<std::string>& command,
+                                            std::unique_ptr<ChildProcess>& process) {
+  UniqueFd writer;
+  PipeReader reader = PipeReader::open(writer);
+  process = startCommand(command, writer.get());
+  writer.reset();
+  std::string answer;
+  while (answer.find('\n') == std::string::npos) {
+    pollfd descriptor = {reader.descriptor(), POLLIN, 0};
+    if (poll(&descriptor, 1, patienceInMilliseconds) <= 0) {
+      throw std::runtime_error(command[0] + " does not come up");
+    }
+    answer += reader.availableData();
+    if (reader.atEnd()) {
+      throw std::runtime_error(command[0] + " cannot be started");
+    }
+  }
+  return answer.substr(0, answer.find('\n'));
+}
+
+std::string DesktopSession::log() const {
+  std::ifstream file(home_ + "/session.log");
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void DesktopSession::run(std::vector<std::string> command) {
+  startCommand(std::move(command))->waitUntilExit();
+}
+
+void DesktopSession::startPanel() {
+  panel_ = startCommand({"xfce4-panel", "--disable-wm-check"});
+  if (!screen_->eventually([&] { return screen_->countWindows("xfce4-panel") > 0; })) {
+    throw std::runtime_error("xfce4-panel does not come up: " + log());
+  }
+}
+
+// A panel that finds its name taken ends at once.
+void DesktopSession::stopPanel() {
+  panel_.reset();
+  bus_->awaitNoOwner("org.xfce.Panel");
+}
+
+void DesktopSession::startNotificationServer() { notificationServer_ = startCommand({"dunst"}); }
+
+void DesktopSession::click(int x, int y, int button, const std::string& heldKey) {
+  std::vector<std::string> command = {"xdotool", "mousemove", std::to_string(x), std::to_string(y)};
+  if (!heldKey.empty()) {
+    command.insert(command.end(), {"keydown", heldKey});
+  }
+  command.insert(command.end(), {"click", std::to_string(button)});
+  if (!heldKey.empty()) {
+    command.insert(command.end(), {"keyup", heldKey});
+  }
+  run(std::move(command));
+}
+
+void DesktopSession::press(const std::string& keys) { run({"xdotool", "key", keys}); }
+
+void DesktopSession::keepPicture(const std::string& name) {
+  const std::string folder = std::string(QUILLO_BINARY_DIR) + "/screenshots";
+  std::filesystem::create_directories(folder);
+  run({"import", "-window", "root", folder + "/" + name + ".png"});
+}
+
+}  // namespace quillo

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "posix/ChildProcess.h"
+#include "tests/desktop/support/ProcessNamespace.h"
+#include "tests/desktop/support/Screen.h"
+#include "tests/desktop/support/SessionBus.h"
+
+namespace quillo {
+
+// A whole desktop of its own for a test: an X server without a monitor (Xvfb), a session bus, a
+// window manager (openbox), and on demand a panel with a place for status items (xfce4-panel) and a
+// notification server (dunst). Its home folder is temporary; all of it ends with the object.
+class DesktopSession {
+ public:
+  static constexpr int width = 1024;
+  static constexpr int height = 768;
+
+  // Throws std::runtime_error when one of its programs is missing or does not come up.
+  DesktopSession();
+  ~DesktopSession();
+  DesktopSession(const DesktopSession&) = delete;
+  DesktopSession& operator=(const DesktopSession&) = delete;
+
+  Screen& screen() { return *screen_; }
+  SessionBus& bus() { return *bus_; }
+  const std::string& homeFolder() const { return home_; }
+  // What a program of this desktop is to be started with.
+  std::vector<std::string> environment() const { return environment_; }
+
+  // A program of the test's own, in the same namespace as the rest.
+  std::unique_ptr<ChildProcess> start(const LaunchRequest& request) {
+    return processes_.start(request);
+  }
+
+  void startPanel();
+  void stopPanel();
+  void startNotificationServer();
+
+  // The user's hand (xdotool(1)), in pixels of the screen.
+  void click(int x, int y, int button = 1, const std::string& heldKey = "");
+  void press(const std::string& keys);
+  // A picture of the screen for people, `screenshots/<name>.png` in the build folder.
+  void keepPicture(const std::string& name);
+
+ private:
+  std::unique_ptr<ChildProcess> startCommand(std::vector<std::string> command,
+                                             int descriptorThree = -1);
+  std::string startWithAnswer(const std::vector<std::string>& command,
+                              std::unique_ptr<ChildProcess>& process);
+  void run(std::vector<std::string> command);
+  std::string log() const;
+
+  std::string home_;
+  std::vector<std::string> environment_;
+  ProcessNamespace processes_;
+  std::unique_ptr<ChildProcess> server_;
+  std::unique_ptr<ChildProcess> busDaemon_;
+  std::unique_ptr<Screen> screen_;
+  std::unique_ptr<SessionBus> bus_;
+  std::unique_ptr<ChildProcess> windowManager_;
+  std::unique_ptr<ChildProcess> panel_;
+  std::unique_ptr<ChildProcess> notificationServer_;
+};
+
+}  // namespace quillo

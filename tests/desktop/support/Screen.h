@@ -1,0 +1,44 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <QImage>
+#include <QRect>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quillo {
+
+// What is to be seen on an X display, as another client of it sees it.
+class Screen {
+ public:
+  explicit Screen(const std::string& display);
+  ~Screen();
+  Screen(const Screen&) = delete;
+  Screen& operator=(const Screen&) = delete;
+
+  // Whether the predicate came true: asked at first, and again whenever something was drawn or a
+  // window came or went, for at most twenty seconds.
+  bool eventually(const std::function<bool()>& predicate);
+
+  QImage picture();
+  // Where pixels of exactly that colour are within the area; empty when there is none.
+  std::optional<QRect> find(QRgb colour, const QRect& area);
+  // Titles of the windows that the window manager shows; empty before there is one.
+  std::vector<std::string> windowTitles();
+  std::size_t countWindows(const std::string& title);
+  bool hasWindowManager();
+
+ private:
+  xcb_atom_t atom(const char* name);
+  std::vector<std::uint8_t> property(xcb_window_t window, const char* name);
+  void awaitEvent(int milliseconds);
+
+  xcb_connection_t* connection_;
+  xcb_window_t root_;
+  QSize size_;
+};
+
+}  // namespace quillo

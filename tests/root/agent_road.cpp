@@ -1,0 +1,142 @@
+// The road of a file on the real agent, the real helper and the real engine.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/root/support/Files.h"
+#include "tests/root/support/GuardedHome.h"
+
+namespace quillo::tests {
+namespace {
+
+const std::string found = ": Eicar-Test-Signature.UNOFFICIAL FOUND";
+
+TEST(AgentRoad, CallsASavedFileCleanAndAnInfectedOneInfected) {
+  GuardedHome home;
+  home.startAndAwaitWatching();
+  const std::string clean = home.save("clean.txt", "Nothing but good.");
+  const std::string infected = home.saveInfected("bad.com");
+  EXPECT_TRUE(home.logHas(clean + ": OK"));
+  EXPECT_TRUE(home.logHas(infected + found));
+  EXPECT_TRUE(std::filesystem::exists(infected));
+}
+
+TEST(AgentRoad, MovesAnInfectedFileToTheQuarantineFolder) {
+  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine\"\n");
+  home.startAndAwaitWatching();
+  const std::string infected = home.saveInfected("bad.com");
+  ASSERT_TRUE(home.logHas(infected + ": moved to '" + home.home() + "/Quarantine/bad.com'"));
+  EXPECT_FALSE(std::filesystem::exists(infected));
+  EXPECT_TRUE(std::filesystem::exists(home.home() + "/Quarantine/bad.com"));
+}
+
+TEST(AgentRoad, MovesAnInfectedFileToTheTrash) {
+  GuardedHome home("QuilloTrashFiles = true\n");
+  home.startAndAwaitWatching();
+  const std::string infected = home.saveInfected("bad.com");
+  ASSERT_TRUE(home.logHas(infected + ": moved to '" + home.home() + "/.Trash/bad.com'"));
+  EXPECT_FALSE(std::filesystem::exists(infected));
+}
+
+TEST(AgentRoad, ScansNothingThatLiesInTheQuarantineFolder) {
+  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Downloads/Kept\"\n");
+  home.startAndAwaitWatching();
+  home.save("Kept/inside.txt", "inside");
+  const std::string after = home.save("after.txt", "after");
+  ASSERT_TRUE(home.logHas(after + ": OK"));
+  EXPECT_EQ(home.linesWith("/Kept/inside.txt"), 0);
+}
+
+TEST(AgentRoad, LeavesOutWhatTheUserExcluded) {
+  GuardedHome home(
+      "[[ExcludePatterns]]\nexcludePattern = \"~/Downloads/*.part\"\nexcludeEnabled = true\n"
+      "[[ExcludePatterns]]\nexcludePattern = '^skip'\nexcludeRegEx = true\n"
+      "excludeEnabled = true\n");
+  home.startAndAwaitWatching();
+  const std::string literal = home.saveInfected("*.part");
+  const std::string byName = home.saveInfected("skipped.com");
+  const std::string kept = home.saveInfected("x.part");
+  ASSERT_TRUE(home.logHas(kept + found));
+  ASSERT_TRUE(home.logHas("Stable: " + literal));
+  EXPECT_EQ(home.linesWith(literal + ":"), 0);
+  EXPECT_EQ(home.linesWith(byName + ":"), 0);
+}
+
+TEST(AgentRoad, ScansPathsWithBlanksQuotesColonsAndPercentSigns) {
+  GuardedHome home;
+  home.startAndAwaitWatching();
+  for (const std::string name : {"with blank.com", "quote'\"`.com", "a:b: OK", "100%s%n.com",
+                                 "$(touch x);.com", "-r", "trailing ", "x: y FOUND"}) {
+    EXPECT_TRUE(home.logHas(home.saveInfected(name) + found)) << name;
+  }
+}
+
+TEST(AgentRoad, ShowsBytesThatAreNotUtf8AndFindsTheInfectionAllTheSame) {
+  GuardedHome home;
+  home.startAndAwaitWatching();
+  home.saveInfected("latin-\xE9.com");
+  EXPECT_TRUE(home.logHas(home.guarded("latin-\\xE9.com") + found));
+}
+
+TEST(AgentRoad, ScansAPathOfNearlyFourThousandBytes) {
+  GuardedHome home;
+  home.startAndAwaitWatching();
+  // Deeper than one system call reaches: made step by step.
+  std::string deep;
+  const int before = check(open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC), "open /");
+  check(chdir(home.guarded().c_str()), "chdir");
+  const std::string step(200, 'd');
+  for (int level = 0; level < 19; ++level) {
+    check(mkdir(step.c_str(), 0755), "mkdir");
+    check(chown(step.c_str(), GuardedHome::user, GuardedHome::user), "chown");
+    check(chdir(step.c_str()), "chdir");
+    deep += "/" + step;
+  }
+  writeFile("bad.com", GuardedHome::testFile());
+  check(fchdir(before), "fchdir");
+  close(before);
+  EXPECT_TRUE(home.logHas(home.guarded() + deep + "/bad.com" + found));
+}
+
+TEST(AgentRoad, SaysNothingOfItsOwnLogWhenTheWholeHomeIsWatched) {
+  GuardedHome home;
+  home.watchInstead(home.home());
+  home.startAndAwaitWatching();
+  const std::string first = home.save("first.txt", "first");
+  ASSERT_TRUE(home.logHas(first + ": OK"));
+  const std::string second = home.save("second.txt", "second");
+  ASSERT_TRUE(home.logHas(second + ": OK"));
+  EXPECT_EQ(home.linesWith("Noticed: " + home.log()), 0);
+}
+
+TEST(AgentRoad, SaysThatOnlyTheBuiltInDefinitionIsThere) {
+  GuardedHome home;
+  home.startAndAwaitWatching();
+  EXPECT_TRUE(home.logHas("malware is NOT found until the definitions have been updated"));
+}
+
+TEST(AgentRoad, StopsTheDaemonThatItLaunchedWhenItEnds) {
+  GuardedHome home;
+  home.startAndAwaitWatching();
+  ASSERT_GT(home.daemon(), 0);
+  EXPECT_EQ(home.stop(), 0);
+  EXPECT_TRUE(home.logHas("trying to quit clamd"));
+}
+
+TEST(AgentRoad, LeavesADaemonRunningThatItFoundRunning) {
+  GuardedHome home;
+  home.startDaemon();
+  const pid_t daemon = home.daemon();
+  home.startAndAwaitWatching();
+  EXPECT_TRUE(home.logHas(home.saveInfected("bad.com") + found));
+  EXPECT_EQ(home.stop(), 0);
+  EXPECT_EQ(home.daemon(), daemon);
+  EXPECT_EQ(home.linesWith("trying to quit clamd"), 0);
+}
+
+}  // namespace
+}  // namespace quillo::tests

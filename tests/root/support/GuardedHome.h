@@ -1,0 +1,76 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace quillo::tests {
+
+// The home of an ordinary user with the real agent in it, its real helper set-user-ID root, and an
+// engine tree with the installed ClamAV and the built-in definition. The agent has no display and
+// no bus. All of it lies below /tmp and ends with this object.
+class GuardedHome {
+ public:
+  static constexpr uid_t user = 12345;
+
+  // `preferences` are lines of TOML that follow those for the engine and precede the watched
+  // folders.
+  explicit GuardedHome(const std::string& preferences = "");
+  ~GuardedHome();
+  GuardedHome(const GuardedHome&) = delete;
+  GuardedHome& operator=(const GuardedHome&) = delete;
+
+  const std::string& home() const { return home_; }
+  std::string guarded(const std::string& name = "") const;
+  std::string tree() const { return home_ + "/engine"; }
+  std::string log() const;
+  std::string socket() const;
+
+  // Before start(): watches this folder instead of ~/Downloads.
+  void watchInstead(const std::string& folder) { watched_ = folder; }
+  // Before start(): the whole of the preferences.
+  void writePreferences(const std::string& toml) const;
+  // Starts the daemon of the tree, as somebody else than the agent would.
+  void startDaemon() const;
+
+  // Starts the agent; awaitWatching() also waits until it reports what is saved.
+  void start();
+  void awaitWatching();
+  void startAndAwaitWatching() {
+    start();
+    awaitWatching();
+  }
+  // A second agent of the same user, to its end; gives its exit status.
+  int runSecondAgent() const;
+  // Sends SIGTERM and gives the exit status.
+  int stop();
+  bool isRunning() const;
+  pid_t helper() const;
+  pid_t daemon() const;
+
+  // Writes a file as the user, with the folders it needs.
+  std::string save(const std::string& name, const std::string& contents) const;
+  std::string saveInfected(const std::string& name) const;
+
+  // Waits until so many lines of the log hold that text; false at the deadline.
+  bool logHas(const std::string& text, int times = 1) const;
+  int linesWith(const std::string& text) const;
+  std::string readLog() const;
+
+  // The EICAR test file, put together.
+  static std::string testFile();
+
+ private:
+  pid_t spawn(const std::vector<std::string>& command, const std::string& output) const;
+  int run(const std::vector<std::string>& command) const;
+
+  std::string root_;
+  std::string home_;
+  std::string program_;
+  std::string watched_;
+  std::string preferences_;
+  pid_t agent_ = -1;
+};
+
+}  // namespace quillo::tests
