@@ -68,6 +68,14 @@ std::string FakeDialog::deleteButtonTitle() const {
   return deleteButtonTitle_;
 }
 
+FakeInterfaceLoader::~FakeInterfaceLoader() {
+  for (const auto& name : loaded_) {
+    for (const auto& dialog : name.second) {
+      dialog->close();
+    }
+  }
+}
+
 std::shared_ptr<ButtonDialog> FakeInterfaceLoader::load(const std::string& name) {
   std::lock_guard hold(mutex_);
   if (broken_) {

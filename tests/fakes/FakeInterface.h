@@ -47,6 +47,8 @@ class FakeDialog final : public ButtonDialog {
 
 class FakeInterfaceLoader final : public InterfaceLoader {
  public:
+  // Closes what is still open: an open dialog and its controller hold each other.
+  ~FakeInterfaceLoader() override;
   std::shared_ptr<ButtonDialog> load(const std::string& name) override;
   // Every dialog of that name, in the order in which they were loaded.
   std::vector<std::shared_ptr<FakeDialog>> loaded(const std::string& name);

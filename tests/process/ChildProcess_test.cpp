@@ -154,8 +154,8 @@ TEST(ChildProcess, AScriptWithoutAnInterpreterIsNotAccessible) {
 
 TEST(ChildProcess, ASystemWithoutProcessesIsAnotherFailure) {
   std::string reason;
-  withFailingSystemCall(SYS_pipe2, EMFILE, [&reason] { reason = reasonFor("/bin/true"); });
-  EXPECT_EQ(reason, "cannot create a pipe: Too many open files");
+  withFailingSystemCall(SYS_clone3, EAGAIN, [&reason] { reason = reasonFor("/bin/true"); });
+  EXPECT_EQ(reason, "cannot launch /bin/true: Resource temporarily unavailable");
 }
 
 TEST(ChildProcess, IsRunningUntilItHasEnded) {

@@ -167,10 +167,11 @@ TEST_F(PatientScannerFailure, AnyOtherFailureIsLoggedWithAllThatWasAtHand) {
   EXPECT_TRUE(std::filesystem::exists(listPath));
 }
 
-TEST_F(PatientScannerFailure, ASystemWithoutPipesIsLogged) {
-  withFailingSystemCall(SYS_pipe2, EMFILE, [this] { scan({"a"}); });
+TEST_F(PatientScannerFailure, ASystemWithoutProcessesIsLogged) {
+  withFailingSystemCall(SYS_clone3, EAGAIN, [this] { scan({"a"}); });
   EXPECT_EQ(bench.desktop.systemLog.lines().at(0),
-            "Scanner: Caught PipeFailure: cannot create a pipe: Too many open files");
+            "Scanner: Caught LaunchFailure: cannot launch " QUILLO_FAKE_ENGINE
+            ": Resource temporarily unavailable");
   EXPECT_EQ(bench.desktop.systemLog.lines().size(), 10U);
   EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
 }
