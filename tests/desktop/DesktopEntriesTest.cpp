@@ -10,7 +10,7 @@
 namespace quillo {
 namespace {
 
-const std::string entries = QUILLO_BINARY_DIR "/resources/desktop";
+const std::string entries = QUILLO_BINARY_DIR "/resources-build/desktop";
 const std::string polkit = QUILLO_BINARY_DIR "/packaging/polkit";
 
 std::string valueIn(const std::string& file, const char* group, const char* key) {

@@ -79,14 +79,16 @@ void Client::handle(const ClientLine& line) {
   }
 }
 
-// The client says it again for every path; once is enough.
+// The client says it again for every path; once is enough, but that nobody can be reached is said
+// even where something else was said before.
 void Client::loseDaemon(std::string_view line) {
   daemonLost_ = true;
-  if (!complained_) {
-    complained_ = true;
+  const bool cannotConnect = line.find("Could not connect") != std::string_view::npos;
+  if (!complained_ || (cannotConnect && !announced_)) {
     report_.error(line);
   }
-  announced_ = announced_ || line.find("Could not connect") != std::string_view::npos;
+  complained_ = true;
+  announced_ = announced_ || cannotConnect;
 }
 
 // In the client's words, which readers of the report act upon: it says them only when it has

@@ -143,8 +143,16 @@ void DesktopSession::run(std::vector<std::string> command) {
 }
 
 void DesktopSession::startPanel() {
-  panel_ = startCommand({"xfce4-panel", "--disable-wm-check"});
-  if (!screen_->eventually([&] { return screen_->countWindows("xfce4-panel") > 0; })) {
+  const auto start = [this] { return startCommand({"xfce4-panel", "--disable-wm-check"}); };
+  panel_ = start();
+  const auto isUp = [&] {
+    // The remains of a panel before it can make a new one end at once.
+    if (!panel_->isRunning()) {
+      panel_ = start();
+    }
+    return screen_->countWindows("xfce4-panel") > 0;
+  };
+  if (!screen_->eventually(isUp)) {
     throw std::runtime_error("xfce4-panel does not come up: " + log());
   }
 }
