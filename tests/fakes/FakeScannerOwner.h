@@ -45,7 +45,12 @@ class FakeScannerOwner final : public ScannerOwner {
   void noEnginePanic() override { record("no engine"); }
   std::string getQuitMenuName() override { return "Quit Vantrel Quillo"; }
   void quit() override { record("quit"); }
-  void openAndWait(const std::string& folder) override { record("open " + folder); }
+  void openAndWait(const std::string& folder) override {
+    record("open " + folder);
+    if (duringOpening) {
+      duringOpening();
+    }
+  }
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                  const std::string& description) override {
     record("notify " + std::to_string(code) + " " + description);
@@ -90,6 +95,7 @@ class FakeScannerOwner final : public ScannerOwner {
   std::atomic<std::int32_t> count{0};
   std::function<void()> duringAliveCheck;
   std::function<void()> duringRecovery;
+  std::function<void()> duringOpening;
 
  private:
   void record(const std::string& call) {

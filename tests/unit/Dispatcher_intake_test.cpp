@@ -66,8 +66,7 @@ TEST_F(DispatcherIntake, TakingOverAMeasuredPathAgainKeepsItsMeasurement) {
 TEST_F(DispatcherIntake, APathThatWaitsForAScannerIsNotTakenOverAgain) {
   const std::string path = file("a");
   makeReady({path});
-  dispatcher.addStringToItemList(path);
-  dispatcher.cycle();
+  takeOver({path});
   EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 0U);
   EXPECT_EQ(batch(), Paths{path});
   EXPECT_EQ(batch(), Paths());

@@ -63,8 +63,10 @@ TEST_F(ScanReportInfections, TheQuarantineDialogsOtherButtonOnlyClosesIt) {
 
 TEST_F(ScanReportInfections, TheQuarantineDialogIsOffTheScreenBeforeTheFolderOpens) {
   FakeDialog dialog;
+  Calls before;
+  owner.duringOpening = [&] { before = dialog.calls(); };
   report.openQuarantineFolder(dialog, "/folder");
-  EXPECT_EQ(dialog.calls().at(0), "orderOut");
+  EXPECT_EQ(before, Calls{"orderOut"});
   EXPECT_EQ(owner.calls(), Calls{"open /folder"});
 }
 
@@ -80,7 +82,9 @@ TEST_F(ScanReportInfections, LeftInPlaceWarnWithTheWholeLine) {
 TEST_F(ScanReportInfections, LeftInPlaceWarnAlsoAUserWhoWantsNoInformation) {
   startRun("", true);
   loggedFor(infection + "\n");
-  EXPECT_EQ(warningDialogs().size(), 1U);
+  ASSERT_EQ(warningDialogs().size(), 1U);
+  EXPECT_TRUE(warningDialogs()[0]->cameToFront());
+  EXPECT_TRUE(owner.wasTold("notify 1 " + infection));
 }
 
 TEST_F(ScanReportInfections, LeftInPlaceAreNotNotifiedWithoutADialog) {
