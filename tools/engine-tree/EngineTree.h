@@ -33,7 +33,7 @@ std::vector<std::string> describe(const TreePlan& plan, const TreeRequest& reque
 // definitions that are not there. Empty when all is well. Changes nothing.
 std::vector<std::string> checkTree(const std::string& root, const MachinePlaces& places);
 
-// $XDG_DATA_HOME/vantrel/engine (XDG Base Directory Specification), or for the machine
+// $XDG_DATA_HOME/vantrel/engine (XDG base directories, freedesktop.org), or for the machine
 // /usr/local/vantrel. Throws PlatformException when the user has no home folder.
 std::string defaultRoot(bool machineWide);
 
