@@ -65,10 +65,12 @@ void FakeClamd::receive(UniqueFd visitor) {
     while (take()) {
     }
   }
-  std::lock_guard hold(mutex_);
-  if (behaviour_ == Behaviour::staysSilent) {
-    kept_.push_back(std::move(visitor));
+  if (behaviour_ != Behaviour::staysSilent) {
+    // Before the visit is told: a test may count this process's descriptors then.
+    visitor.reset();
   }
+  std::lock_guard hold(mutex_);
+  kept_.push_back(std::move(visitor));
   visits_.push_back(std::move(visit));
   changed_.notify_all();
 }
