@@ -98,6 +98,7 @@ DesktopSession::~DesktopSession() {
   bus_.reset();
   busDaemon_.reset();
   server_.reset();
+  processes_.end();
   std::error_code ignored;
   std::filesystem::remove_all(home_, ignored);
 }

@@ -17,6 +17,9 @@ class ProcessNamespace {
   ProcessNamespace(const ProcessNamespace&) = delete;
   ProcessNamespace& operator=(const ProcessNamespace&) = delete;
 
+  // Every process in it has ended when this returns.
+  void end() { first_.reset(); }
+
   std::unique_ptr<ChildProcess> start(const LaunchRequest& request);
 
  private:
