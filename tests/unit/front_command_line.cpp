@@ -23,6 +23,10 @@ TEST(FrontCommandLine, TellsAnEmptyMoveFolderFromNone) {
   EXPECT_EQ(CommandLine::parse({"/f"}).moveFolder, std::nullopt);
 }
 
+TEST(FrontCommandLine, TakesAnEmptyWordForNoPath) {
+  EXPECT_EQ(CommandLine::parse({"", "--stdout", "/f", ""}).paths, Words{"/f"});
+}
+
 TEST(FrontCommandLine, HandsOnWhatItDoesNotKnow) {
   const auto asked = CommandLine::parse({"--future=3", "--odd", "-Q", "/f"});
   EXPECT_EQ(asked.handedOn, (Words{"--future=3", "--odd", "-Q"}));

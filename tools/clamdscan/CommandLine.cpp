@@ -102,6 +102,10 @@ class Parser {
 
  private:
   void addPath(const std::string& word) {
+    // What is left of a move option that was switched off names no file.
+    if (word.empty()) {
+      return;
+    }
     result_.takesNoPaths = result_.takesNoPaths || word == "-";
     result_.paths.push_back(word);
   }
