@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -58,10 +59,18 @@ PrivateClamd::PrivateClamd(const Settings& settings) {
     output += chunk;
     return true;
   });
-  // It writes its number after it has detached, but before it answers.
-  const bool up = status == 0 && answers();
-  process_ = static_cast<pid_t>(std::atol(ScratchFolder::read(folder_.at("pid")).c_str()));
-  if (!up || process_ <= 1) {
+  // Its number and its first answer come a moment after it has detached.
+  const auto isUp = [this] {
+    process_ = static_cast<pid_t>(std::atol(ScratchFolder::read(folder_.at("pid")).c_str()));
+    return process_ > 1 && answers();
+  };
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(patience);
+  bool up = status == 0 && isUp();
+  while (status == 0 && !up && std::chrono::steady_clock::now() < deadline) {
+    poll(nullptr, 0, 10);
+    up = isUp();
+  }
+  if (!up) {
     throw std::runtime_error("clamd does not come up: " + output +
                              ScratchFolder::read(folder_.at("log")));
   }
