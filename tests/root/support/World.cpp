@@ -1,5 +1,6 @@
 #include "tests/root/support/World.h"
 
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
@@ -13,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <string>
 
 #include "tests/root/support/Files.h"
@@ -49,7 +51,32 @@ void makeDevices() {
   check(symlink("/proc/self/fd", "/dev/fd"), "making /dev/fd");
 }
 
+// The build, wherever it lies, is still there when one of the folders above it has been covered.
+class VisibleBuild {
+ public:
+  VisibleBuild() : folder_(open(QUILLO_BINARY_DIR, O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    check(folder_, "opening " QUILLO_BINARY_DIR);
+  }
+  ~VisibleBuild() { close(folder_); }
+  VisibleBuild(const VisibleBuild&) = delete;
+  VisibleBuild& operator=(const VisibleBuild&) = delete;
+
+  void uncover() const {
+    if (access(QUILLO_BINARY_DIR, F_OK) == 0) return;
+    std::filesystem::create_directories(QUILLO_BINARY_DIR);
+    const std::string from = "/proc/self/fd/" + std::to_string(folder_);
+    check(mount(from.c_str(), QUILLO_BINARY_DIR, nullptr, MS_BIND, nullptr),
+          "uncovering " QUILLO_BINARY_DIR);
+    check(mount(nullptr, QUILLO_BINARY_DIR, nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
+          "making " QUILLO_BINARY_DIR " read-only");
+  }
+
+ private:
+  int folder_;
+};
+
 void arrangeMounts() {
+  const VisibleBuild build;
   check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "making mounts private");
   check(mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr),
         "mounting /proc");
@@ -59,6 +86,7 @@ void arrangeMounts() {
   mountTmpfs("/tmp", "mode=1777");
   mountTmpfs("/run", "mode=755");
   makeDevices();
+  build.uncover();
 }
 
 int statusOf(int waited) { return WIFEXITED(waited) ? WEXITSTATUS(waited) : 1; }
