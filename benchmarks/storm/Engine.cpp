@@ -29,7 +29,7 @@ std::string socketOf(const std::string& tree) {
 }  // namespace
 
 void startDaemon(const std::string& tree, const std::vector<std::string>& environment) {
-  if (run({tree + "/sbin/clamd", "-c", tree + "/etc/clamd.conf"}, environment) != 0) {
+  if (run({tree + "/sbin/clamd", "-c", tree + "/etc/clamd.conf"}, environment) == 1) {
     throw std::runtime_error("the daemon could not be started");
   }
 }

@@ -167,7 +167,7 @@ int GuardedHome::run(const std::vector<std::string>& command) const {
 }
 
 void GuardedHome::startDaemon() const {
-  if (run({tree() + "/sbin/clamd", "-c", tree() + "/etc/clamd.conf"}) != 0) {
+  if (run({tree() + "/sbin/clamd", "-c", tree() + "/etc/clamd.conf"}) == 1) {
     throw std::runtime_error("the daemon did not start");
   }
 }

@@ -59,14 +59,15 @@ PrivateClamd::PrivateClamd(const Settings& settings) {
     output += chunk;
     return true;
   });
-  // Its number and its first answer come a moment after it has detached.
+  // Its number and its first answer come a moment after it has detached. The process that started
+  // it ends with 0, or of the signal by which the daemon tells it, if that comes too early.
   const auto isUp = [this] {
     process_ = static_cast<pid_t>(std::atol(ScratchFolder::read(folder_.at("pid")).c_str()));
     return process_ > 1 && answers();
   };
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(patience);
-  bool up = status == 0 && isUp();
-  while (status == 0 && !up && std::chrono::steady_clock::now() < deadline) {
+  bool up = isUp();
+  while (status != 1 && !up && std::chrono::steady_clock::now() < deadline) {
     poll(nullptr, 0, 10);
     up = isUp();
   }
