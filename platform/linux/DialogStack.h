@@ -14,7 +14,7 @@ class DialogWindow;
 // other's title; the rest wait in their order for one of these to go. Main thread.
 class DialogStack {
  public:
-  static constexpr int places = 10;
+  static constexpr int places = 3;
 
   explicit DialogStack(Application& application) : application_(application) {}
 

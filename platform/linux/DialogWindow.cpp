@@ -1,7 +1,6 @@
 #include "platform/linux/DialogWindow.h"
 
 #include <QAbstractButton>
-#include <QBuffer>
 #include <QCursor>
 #include <QDialog>
 #include <QGuiApplication>
@@ -10,7 +9,6 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
-#include <QUiLoader>
 #include <utility>
 
 #include "platform/linux/DisplayText.h"
@@ -149,9 +147,7 @@ bool DialogWindow::make() {
   if (dialog_) {
     return true;
   }
-  QByteArray contents = file_.contents;
-  QBuffer buffer(&contents);
-  std::unique_ptr<QWidget> widget(QUiLoader().load(&buffer));
+  std::unique_ptr<QWidget> widget = file_.makeWidget();
   auto* dialog = qobject_cast<QDialog*>(widget.get());
   if (!dialog) {
     return false;

@@ -1,9 +1,31 @@
 #include "platform/linux/InterfaceFile.h"
 
+#include <QBuffer>
+#include <QCoreApplication>
 #include <QFile>
+#include <QPointer>
+#include <QUiLoader>
+#include <QWidget>
 #include <QXmlStreamReader>
 
 namespace quillo {
+namespace {
+
+// The loader opens every plug-in of Qt Designer on the library paths, and with one of them Qt
+// Quick: seven megabytes for widgets that no file here names. It looks for them once, when it is
+// made.
+QUiLoader& loader() {
+  static QPointer<QUiLoader> kept;
+  if (!kept) {
+    const QStringList paths = QCoreApplication::libraryPaths();
+    QCoreApplication::setLibraryPaths({});
+    kept = new QUiLoader(QCoreApplication::instance());
+    QCoreApplication::setLibraryPaths(paths);
+  }
+  return *kept;
+}
+
+}  // namespace
 
 std::optional<InterfaceFile> InterfaceFile::read(const std::string& folder, const std::string& name,
                                                  std::string& reason) {
@@ -31,6 +53,12 @@ std::optional<InterfaceFile> InterfaceFile::read(const std::string& folder, cons
     return interface;
   }
   return std::nullopt;
+}
+
+std::unique_ptr<QWidget> InterfaceFile::makeWidget() const {
+  QByteArray text = contents;
+  QBuffer buffer(&text);
+  return std::unique_ptr<QWidget>(loader().load(&buffer));
 }
 
 }  // namespace quillo

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <QByteArray>
+#include <memory>
 #include <optional>
 #include <string>
+
+class QWidget;
 
 namespace quillo {
 
@@ -15,6 +18,9 @@ struct InterfaceFile {
   // no object `theDialog`. `reason` then says which. Any thread.
   static std::optional<InterfaceFile> read(const std::string& folder, const std::string& name,
                                            std::string& reason);
+  // The widget that the file describes, not yet shown; empty when its class is not known. Main
+  // thread.
+  std::unique_ptr<QWidget> makeWidget() const;
 };
 
 }  // namespace quillo

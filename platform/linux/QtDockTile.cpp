@@ -1,12 +1,10 @@
 #include "platform/linux/QtDockTile.h"
 
 #include <QAction>
-#include <QBuffer>
 #include <QCloseEvent>
 #include <QLabel>
 #include <QListWidget>
 #include <QMainWindow>
-#include <QUiLoader>
 #include <algorithm>
 #include <utility>
 
@@ -28,8 +26,7 @@ std::unique_ptr<QMainWindow> loadWindow(const std::string& folder) {
   if (!file) {
     throw PlatformException("QtDockTile", "Cannot load the interface file " + reason);
   }
-  QBuffer buffer(&file->contents);
-  std::unique_ptr<QWidget> widget(QUiLoader().load(&buffer));
+  std::unique_ptr<QWidget> widget = file->makeWidget();
   auto* window = qobject_cast<QMainWindow*>(widget.get());
   if (!window) {
     throw PlatformException("QtDockTile", folder + "/DockTile.ui: theDialog is no main window");

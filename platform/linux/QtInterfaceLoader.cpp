@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "platform/linux/InterfaceFile.h"
 #include "platform/linux/QtDialog.h"
 
 namespace quillo {
@@ -18,13 +17,23 @@ QtInterfaceLoader::QtInterfaceLoader(std::string folder, Application& applicatio
       services_{imageLoader, localizedStrings, modifierKeys, stack_} {}
 
 std::shared_ptr<ButtonDialog> QtInterfaceLoader::load(const std::string& name) {
+  auto file = fileNamed(name);
+  return file ? std::make_shared<QtDialog>(application_, services_, *std::move(file)) : nullptr;
+}
+
+std::optional<InterfaceFile> QtInterfaceLoader::fileNamed(const std::string& name) {
+  MutexLock lock(mutex_);
+  const auto known = files_.find(name);
+  if (known != files_.end()) {
+    return known->second;
+  }
   std::string reason;
   auto file = InterfaceFile::read(folder_, name, reason);
   if (!file) {
     log_.log("Cannot load the interface file " + reason);
-    return nullptr;
+    return std::nullopt;
   }
-  return std::make_shared<QtDialog>(application_, services_, *std::move(file));
+  return files_.emplace(name, *std::move(file)).first->second;
 }
 
 }  // namespace quillo

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/Application.h"
@@ -8,7 +10,9 @@
 #include "platform/SystemLog.h"
 #include "platform/linux/DialogStack.h"
 #include "platform/linux/DialogWindow.h"
+#include "platform/linux/InterfaceFile.h"
 #include "platform/linux/InterfaceTranslator.h"
+#include "posix/Mutex.h"
 
 namespace quillo {
 
@@ -24,6 +28,8 @@ class QtInterfaceLoader final : public InterfaceLoader {
   std::shared_ptr<ButtonDialog> load(const std::string& name) override;
 
  private:
+  std::optional<InterfaceFile> fileNamed(const std::string& name);
+
   // Constant after construction.
   const std::string folder_;
   Application& application_;
@@ -32,6 +38,10 @@ class QtInterfaceLoader final : public InterfaceLoader {
   InterfaceTranslator translator_;
   DialogStack stack_;
   DialogServices services_;
+
+  // Read once: a thousand warnings that wait share one text.
+  Mutex mutex_;
+  std::map<std::string, InterfaceFile> files_ QUILLO_GUARDED_BY(mutex_);
 };
 
 }  // namespace quillo
