@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "benchmarks/storm/Agent.h"
+#include "benchmarks/storm/BareEvents.h"
 #include "benchmarks/storm/Engine.h"
 #include "benchmarks/storm/Files.h"
 
@@ -25,6 +26,7 @@ constexpr int rounds = 5;
 
 struct Round {
   double bareWriter = 0;     // seconds to write the storm, nobody watching
+  double bareEvents = 0;     // the same with the kernel's events read and thrown away
   double watchedWriter = 0;  // the same with the agent watching
   double road = 0;           // from the first write to the last verdict
   double bareEngine = 0;
@@ -90,6 +92,20 @@ std::vector<double> eachRatio(const std::vector<Round>& all, double Round::*over
   return values;
 }
 
+// The writer alone, then with events that nobody makes use of.
+std::vector<Round> measureWriter(const std::string& root) {
+  std::vector<Round> all(rounds);
+  for (std::size_t number = 0; number < all.size(); ++number) {
+    const std::string folder = root + "/unwatched" + std::to_string(number);
+    makeOrdinaryFolder(folder);
+    all[number].bareWriter = writeStorm(folder).count();
+    makeOrdinaryFolder(folder + "-events");
+    const BareEvents events(root);
+    all[number].bareEvents = writeStorm(folder + "-events").count();
+  }
+  return all;
+}
+
 void runStorm(const std::string& buildFolder) {
   const std::string root = "/tmp/storm";
   // Held open, for it may lie in the /tmp that is about to be covered.
@@ -99,12 +115,7 @@ void runStorm(const std::string& buildFolder) {
     throw std::runtime_error("cannot mount a private /tmp");
   }
   std::filesystem::create_directories(root);
-  std::vector<double> bareWriters;
-  for (int number = 0; number < rounds; ++number) {
-    const std::string folder = root + "/unwatched" + std::to_string(number);
-    makeOrdinaryFolder(folder);
-    bareWriters.push_back(writeStorm(folder).count());
-  }
+  const std::vector<Round> writers = measureWriter(root);
   Agent agent(root, build);
   makeWideTree(agent.guarded() + "/wide", 100000);
   const double untilWatching = agent.startAndAwaitWatching().count();
@@ -114,7 +125,9 @@ void runStorm(const std::string& buildFolder) {
   Usage helperMemory;
   for (int number = 0; number < rounds; ++number) {
     all.push_back(measureRound(agent, number, root));
-    all.back().bareWriter = bareWriters[static_cast<std::size_t>(number)];
+    const Round& writer = writers[static_cast<std::size_t>(number)];
+    all.back().bareWriter = writer.bareWriter;
+    all.back().bareEvents = writer.bareEvents;
     if (number == 0) {
       // Of one storm with its ten warnings on the screen: nobody answers them here, and fifty
       // windows would be measured at the end.
@@ -131,7 +144,10 @@ void runStorm(const std::string& buildFolder) {
   print("road over bare engine", eachRatio(all, &Round::road, &Round::bareEngine), "x");
   std::printf("%-46s %8.3f s\n", "road less 1.1 x bare engine (at most 3)", road - 1.1 * bare);
   print("writer, unwatched", each(all, &Round::bareWriter), "s");
+  print("writer, events read and thrown away", each(all, &Round::bareEvents), "s");
   print("writer, watched", each(all, &Round::watchedWriter), "s");
+  print("kernel's own slow-down of the writer",
+        eachRatio(all, &Round::bareEvents, &Round::bareWriter), "x");
   print("writer's slow-down (at most 1.25)",
         eachRatio(all, &Round::watchedWriter, &Round::bareWriter), "x");
   print("processor time of agent and helper (at most 0.5)", each(all, &Round::processor), "s");
