@@ -9,38 +9,20 @@
 #include <fstream>
 
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/RestoredOutput.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/ScanLogUnderTest.h"
 
 namespace quillo {
 namespace {
 
 using Text = std::optional<std::string>;
 
-class Rotation : public testing::Test {
+class Rotation : public ScanLogUnderTest {
  protected:
-  Rotation() {
-    desktop.folders.home = home.path();
-    desktop.folders.temporary = home.makeFolder("tmp");
-    desktop.folders.resources = home.makeFolder("resources");
-  }
-  void TearDown() override { output.restore(); }
   void installRotator(const std::string& script) {
     home.writeProgram("resources/engine-tools/newsyslog", "#!/bin/sh\n" + script + "\n");
   }
   std::string configurationFile() const { return home.path() + "/tmp/scanlogrotate.conf"; }
   Text contents(const std::string& name) const { return contentsOfFile(home.path() + "/" + name); }
-
-  RestoredOutput output;
-  TemporaryFolder home;
-  FakePlatform desktop;
-  int waits = 0;
-  ScanLog log{desktop.folders, desktop.preferenceStore, desktop.systemLog,
-              [this](const std::function<void()>& wait) {
-                ++waits;
-                wait();
-              }};
 };
 
 TEST_F(Rotation, GivesTheRotatorItsSettingsAndDeletesThem) {

@@ -9,9 +9,7 @@
 
 #include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/RestoredOutput.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/ScanLogUnderTest.h"
 
 namespace quillo {
 namespace {
@@ -19,14 +17,8 @@ namespace {
 constexpr const char* firstLine =
     "# logfilename [owner:group] mode count size when flags [/pid_file] [sig_num]\n";
 
-class ScanLogTest : public testing::Test {
+class ScanLogTest : public ScanLogUnderTest {
  protected:
-  ScanLogTest() {
-    desktop.folders.home = home.path();
-    desktop.folders.temporary = home.makeFolder("tmp");
-    desktop.folders.resources = home.makeFolder("resources");
-  }
-  void TearDown() override { output.restore(); }
   std::string logFile() const { return home.path() + "/Library/Logs/VantrelQuillo-scan.log"; }
   std::string logged() const {
     std::fflush(stdout);
@@ -39,16 +31,6 @@ class ScanLogTest : public testing::Test {
   void expectLimit(const std::string& limit) {
     EXPECT_EQ(log.rotationConfiguration(), configuration(limit));
   }
-
-  RestoredOutput output;
-  TemporaryFolder home;
-  FakePlatform desktop;
-  int waits = 0;
-  ScanLog log{desktop.folders, desktop.preferenceStore, desktop.systemLog,
-              [this](const std::function<void()>& wait) {
-                ++waits;
-                wait();
-              }};
 };
 
 TEST_F(ScanLogTest, LiesBelowTheHomeFolder) { EXPECT_EQ(log.path(), logFile()); }
