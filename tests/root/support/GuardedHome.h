@@ -41,6 +41,12 @@ class GuardedHome {
     start();
     awaitWatching();
   }
+  // Another program of the same user, to its end, in the agent's environment.
+  struct Outcome {
+    int status;
+    std::string output;
+  };
+  Outcome runAsUser(const std::vector<std::string>& command) const;
   // A second agent of the same user, to its end; gives its exit status.
   int runSecondAgent() const;
   // Sends SIGTERM and gives the exit status.
