@@ -1,7 +1,6 @@
 // What the engine moves to the Trash is in the desktop's, as its file manager sees it (gio(1)).
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,26 +8,12 @@
 
 #include "tests/root/support/Files.h"
 #include "tests/root/support/GuardedHome.h"
+#include "tests/root/support/NamedUser.h"
 
 namespace quillo::tests {
 namespace {
 
 constexpr char trashesInfected[] = "QuilloTrashFiles = true\n";
-
-// A session bus wants to know its user's name.
-class NamedUser {
- public:
-  NamedUser() {
-    writeFile("/tmp/passwd", readFile("/etc/passwd") + "guarded:x:12345:12345::/tmp:/bin/sh\n");
-    check(mount("/tmp/passwd", "/etc/passwd", nullptr, MS_BIND, nullptr), "mounting /etc/passwd");
-  }
-  ~NamedUser() {
-    umount2("/etc/passwd", MNT_DETACH);
-    unlink("/tmp/passwd");
-  }
-  NamedUser(const NamedUser&) = delete;
-  NamedUser& operator=(const NamedUser&) = delete;
-};
 
 class AgentTrash : public testing::Test {
  protected:

@@ -183,6 +183,14 @@ TEST_F(FrontTrash, IsNotMadeForAnotherFolder) {
   EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
 }
 
+TEST_F(FrontTrash, NotesNothingThatGoesElsewhere) {
+  ASSERT_EQ(open(), "");
+  folder.emplace(clock, DesktopTrash(scratch.at("home"), ""));
+  EXPECT_EQ(folder->open(scratch.at("home/Quarantine")), "");
+  EXPECT_EQ(moved(bad), scratch.at("home/Quarantine/bad"));
+  EXPECT_EQ(noteOf("bad"), "");
+}
+
 TEST_F(FrontTrash, NotesTheFinalName) {
   ASSERT_EQ(open(), "");
   EXPECT_EQ(moved(bad), link + "/bad");
