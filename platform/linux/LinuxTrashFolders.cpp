@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxTrashFolders.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string_view>
 
 namespace quillo {
@@ -16,12 +17,31 @@ bool leavesItsFolders(std::string_view path) {
          (path.size() >= 3 && path.substr(path.size() - 3) == "/..");
 }
 
+// The folder as it is called, and where it really lies: what changes in it is reported there.
+std::vector<std::string> bothNames(const std::string& parent, const std::string& name) {
+  std::vector<std::string> folders = {parent + name};
+  std::error_code failure;
+  const std::string real = std::filesystem::canonical(parent, failure).string();
+  if (!failure && real != parent) {
+    folders.push_back((real == "/" ? "" : real) + name);
+  }
+  return folders;
+}
+
+std::vector<std::string> trashesOf(const std::string& dataFolder, const std::string& home) {
+  std::vector<std::string> trashes = bothNames(dataFolder, "/Trash/");
+  for (std::string& other : bothNames(home, "/.Trash/")) {
+    trashes.push_back(std::move(other));
+  }
+  return trashes;
+}
+
 }  // namespace
 
 LinuxTrashFolders::LinuxTrashFolders(const Environment& environment, const std::string& home,
                                      uid_t user)
-    : homeTrashes_{environment.folder("XDG_DATA_HOME").value_or(home + "/.local/share") + "/Trash/",
-                   home + "/.Trash/"},
+    : homeTrashes_(
+          trashesOf(environment.folder("XDG_DATA_HOME").value_or(home + "/.local/share"), home)),
       volumeTrashes_{"/.Trash/" + std::to_string(user) + "/",
                      "/.Trash-" + std::to_string(user) + "/"} {}
 

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "platform/linux/LinuxTrashFolders.h"
 #include "platform/linux/LinuxVolumes.h"
+#include "tests/desktop/TestFolder.h"
 
 namespace quillo {
 namespace {
@@ -20,6 +23,21 @@ TEST_F(LinuxTrashFoldersTest, KnowsTheUsersOwn) {
   EXPECT_FALSE(isTrashed("/home/a/.local/share/Trash/files/x"));
   LinuxTrashFolders usual(Environment(Environment::Variables{}), "/home/a", 1000);
   EXPECT_TRUE(usual.isEnclosedByTrash("/home/a/.local/share/Trash/files/x"));
+}
+
+TEST_F(LinuxTrashFoldersTest, KnowsTheUsersOwnAlsoByWhereItReallyLies) {
+  const TestFolder folder;
+  folder.write("real/data/x", "");
+  std::filesystem::create_symlink(folder.path() + "/real", folder.path() + "/home");
+  const std::string home = folder.path() + "/home";
+  LinuxTrashFolders linked(Environment(Environment::Variables{{"XDG_DATA_HOME", home + "/data"}}),
+                           home, 1000);
+  const std::string real = std::filesystem::canonical(home).string();
+  for (const std::string& way : {home, real}) {
+    EXPECT_TRUE(linked.isEnclosedByTrash(way + "/data/Trash/files/x")) << way;
+    EXPECT_TRUE(linked.isEnclosedByTrash(way + "/.Trash/x")) << way;
+    EXPECT_FALSE(linked.isEnclosedByTrash(way + "/data/x")) << way;
+  }
 }
 
 TEST_F(LinuxTrashFoldersTest, GoesByWholeComponents) {

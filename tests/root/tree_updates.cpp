@@ -1,22 +1,38 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <thread>
 
 #include "tests/root/TreeOnMachine.h"
+#include "tests/root/support/MirrorServer.h"
 
 namespace quillo {
 namespace {
 
 using std::chrono::steady_clock;
 
-// No server is asked: the only mirror is a closed port of this machine, and nothing is wanted of
-// it.
-std::string customSource(const std::string& file) {
+// No server but the test's is asked: the only mirror is a closed port of this machine, and nothing
+// is wanted of it.
+std::string sourceAt(const std::string& url) {
   return "PrivateMirror http://127.0.0.1:1\nExcludeDatabase main\nExcludeDatabase daily\n"
-         "ExcludeDatabase bytecode\nDatabaseCustomURL file://" +
-         file + "\n";
+         "ExcludeDatabase bytecode\nDatabaseCustomURL " +
+         url + "\n";
+}
+std::string customSource(const std::string& file) { return sourceAt("file://" + file); }
+
+// proc(5), /proc/locks
+bool somebodyWaitsForALock() {
+  std::ifstream locks("/proc/locks");
+  for (std::string line; std::getline(locks, line);) {
+    if (line.find("-> FLOCK") != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
 }
 
 class TreeUpdates : public TreeOnMachine {
@@ -60,6 +76,32 @@ class TreeUpdates : public TreeOnMachine {
 TEST_F(TreeUpdates, ReachTheRunningDaemonOfAnOrdinaryUser) { learnFromCustomSource(ordinaryUser); }
 
 TEST_F(TreeUpdates, ReachTheRunningDaemonOfRoot) { learnFromCustomSource(0); }
+
+TEST_F(TreeUpdates, ThatComeTogetherAreMadeOneAfterTheOther) {
+  tests::MirrorServer mirror;
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  write(root + "/etc/freshclam.local", sourceAt(mirror.url("test-other.ndb")), ordinaryUser);
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  mirror.serve(otherDefinition());
+  mirror.hold();
+  Outcome first;
+  Outcome second;
+  std::atomic<bool> secondEnded = false;
+  std::thread one([&] { first = update(ordinaryUser, root, true); });
+  EXPECT_TRUE(mirror.awaitRequests(1));
+  std::thread two([&] {
+    second = update(ordinaryUser, root, true);
+    secondEnded = true;
+  });
+  while (!secondEnded && !somebodyWaitsForALock()) {
+  }
+  mirror.release();
+  one.join();
+  two.join();
+  EXPECT_EQ(first.status, 1) << first.output;
+  EXPECT_EQ(second.status, 0) << second.output;
+}
 
 TEST_F(TreeUpdates, HandTheUpdatersStatusOn) {
   const std::string root = path("0/tree");

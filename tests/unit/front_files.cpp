@@ -10,19 +10,12 @@
 #include "tests/fakes/ScratchFolder.h"
 #include "tools/clamdscan/Entry.h"
 #include "tools/clamdscan/FolderWalk.h"
-#include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::front {
 namespace {
 
 Entry resolved(const std::string& path) { return PathResolver().resolve(path); }
-
-struct stat statusAt(const std::string& path) {
-  struct stat status = {};
-  EXPECT_EQ(statusOf(path, status), 0) << path;
-  return status;
-}
 
 // Makes folders, each by the one before, so that the path may be longer than PATH_MAX.
 std::string deepFolder(const ScratchFolder& scratch, std::size_t length) {
@@ -181,85 +174,6 @@ TEST_F(FrontWalk, SaysWhereItTurnsBack) {
   walk(scratch.path());
   ASSERT_EQ(obstacles.size(), 1U);
   EXPECT_EQ(obstacles.begin()->second, "folders nested too deeply");
-}
-
-class FrontMove : public testing::Test {
- protected:
-  MoveFolder::Outcome move(const std::string& path) { return folder.move(path, statusAt(path)); }
-
-  ScratchFolder scratch;
-  MoveFolder folder;
-};
-
-TEST_F(FrontMove, MakesTheMissingFolderForItsOwnerOnly) {
-  EXPECT_EQ(folder.open(scratch.at("a/b/")), "");
-  EXPECT_EQ(statusAt(scratch.at("a")).st_mode & 07777U, 0700U);
-  EXPECT_EQ(statusAt(scratch.at("a/b")).st_mode & 07777U, 0700U);
-}
-
-TEST_F(FrontMove, SaysWhyAFolderIsUnusable) {
-  EXPECT_EQ(folder.open(""), "no folder is named");
-  EXPECT_EQ(folder.open(scratch.file("file")), "not a directory");
-  EXPECT_EQ(folder.open(scratch.at("file/below")), "not a directory");
-  EXPECT_NE(folder.open("/proc/none/such"), "");
-  EXPECT_FALSE(folder.isOpen());
-}
-
-TEST_F(FrontMove, MovesAndSaysWhereTo) {
-  ASSERT_EQ(folder.open(scratch.at("q/")), "");
-  const std::string path = scratch.file("a", "bad");
-  const auto outcome = move(path);
-  EXPECT_TRUE(outcome.moved);
-  EXPECT_EQ(outcome.text, scratch.at("q/a"));
-  EXPECT_EQ(outcome.otherNames, 0U);
-  EXPECT_FALSE(ScratchFolder::exists(path));
-  EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "bad");
-}
-
-TEST_F(FrontMove, NumbersNamesThatAreTaken) {
-  ASSERT_EQ(folder.open(scratch.at("q")), "");
-  scratch.file("q/a", "first");
-  const std::string longest(255, 'x');
-  scratch.file("q/" + longest, "first");
-  EXPECT_EQ(move(scratch.file("a")).text, scratch.at("q/a.001"));
-  EXPECT_EQ(move(scratch.file("b/a")).text, scratch.at("q/a.002"));
-  EXPECT_EQ(move(scratch.file(longest)).text, scratch.at("q/" + longest.substr(4) + ".001"));
-  EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "first");
-}
-
-TEST_F(FrontMove, MovesNothingButTheScannedFile) {
-  ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const std::string path = scratch.file("a", "bad");
-  const struct stat scanned = statusAt(path);
-  const std::string other = scratch.file("b", "good");
-  ASSERT_EQ(rename(other.c_str(), path.c_str()), 0);
-  const auto outcome = folder.move(path, scanned);
-  EXPECT_FALSE(outcome.moved);
-  EXPECT_EQ(outcome.text, "it was replaced after the scan");
-  EXPECT_EQ(ScratchFolder::read(path), "good");
-}
-
-TEST_F(FrontMove, FollowsNoLinkThatAppearsOnTheWay) {
-  ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const std::string path = scratch.file("real/a");
-  const struct stat scanned = statusAt(path);
-  scratch.link("way", "real");
-  EXPECT_FALSE(folder.move(scratch.at("way/a"), scanned).moved);
-  EXPECT_TRUE(ScratchFolder::exists(path));
-}
-
-TEST_F(FrontMove, CountsTheNamesThatRemain) {
-  ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const std::string path = scratch.file("a");
-  ASSERT_EQ(link(path.c_str(), scratch.at("b").c_str()), 0);
-  EXPECT_EQ(move(path).otherNames, 1U);
-}
-
-TEST_F(FrontMove, LeavesWhatLiesThereAlready) {
-  ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const auto outcome = move(scratch.file("q/a"));
-  EXPECT_FALSE(outcome.moved);
-  EXPECT_EQ(outcome.text, "it is in that folder already");
 }
 
 }  // namespace

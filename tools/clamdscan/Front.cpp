@@ -126,6 +126,7 @@ Front::Front(const EngineTree& tree, const CommandLine& asked, Report& report, C
       asked_(asked),
       report_(report),
       clock_(clock),
+      moveFolder_(clock),
       judge_(report, moveFolder_, tree.limits),
       client_(tree, asked, report, clock, patience) {}
 

@@ -93,6 +93,9 @@ void Judge::moveAway(const Entry& entry) {
   movedTo_ = outcome.text;
   movedShown_ = entry.shown;
   report_.remark(start + "moved to '" + outcome.text + "'");
+  if (!outcome.unnoted.empty()) {
+    report_.error(entry.shown + ": the Trash does not know where it was: " + outcome.unnoted);
+  }
   if (outcome.otherNames > 0) {
     report_.remark(entry.shown + ": the infected file still has " +
                    std::to_string(outcome.otherNames) + " other name" +

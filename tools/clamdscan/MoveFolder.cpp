@@ -17,41 +17,18 @@ namespace {
 
 constexpr int mostNames = 1000;
 
-int makeFolders(const std::string& path) {
-  for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
-       slash = path.find('/', slash + 1)) {
-    if (mkdir(path.substr(0, slash).c_str(), 0700) != 0 && errno != EEXIST && errno != EROFS &&
-        errno != EACCES) {
-      return errno;
-    }
-  }
-  return mkdir(path.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
-}
-
 // "name", "name.001", "name.002" ..., kept below the longest name that folders take.
-std::string numbered(const std::string& name, int number) {
+std::string numbered(const std::string& name, int number, std::size_t longest) {
   if (number == 0) {
-    return name;
+    return name.substr(0, longest);
   }
   std::array<char, 8> suffix;
   std::snprintf(suffix.data(), suffix.size(), ".%03d", number % mostNames);
-  return name.substr(0, NAME_MAX - 4) + suffix.data();
+  return name.substr(0, longest - 4) + suffix.data();
 }
 
 bool sameFile(const struct stat& a, const struct stat& b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
-}
-
-int writeAll(int target, const char* bytes, std::size_t size) {
-  while (size > 0) {
-    const ssize_t count = write(target, bytes, size);
-    if (count < 0 && errno != EINTR) {
-      return errno;
-    }
-    bytes += count > 0 ? count : 0;
-    size -= count > 0 ? static_cast<std::size_t>(count) : 0;
-  }
-  return 0;
 }
 
 int copyBytes(int source, int target) {
@@ -65,7 +42,7 @@ int copyBytes(int source, int target) {
       return errno;
     }
     const int error =
-        count < 0 ? 0 : writeAll(target, bytes.data(), static_cast<std::size_t>(count));
+        count < 0 ? 0 : writeAll(target, {bytes.data(), static_cast<std::size_t>(count)});
     if (error != 0) {
       return error;
     }
@@ -97,6 +74,7 @@ std::string MoveFolder::open(const std::string& path) {
   while (path_.size() > 1 && path_.back() == '/') {
     path_.pop_back();
   }
+  trash_.linkFrom(path_);
   folder_ = openPath(path_, O_RDONLY | O_DIRECTORY);
   if (!folder_ && errno == ENOENT) {
     if (const int error = makeFolders(path_); error != 0) {
@@ -108,9 +86,11 @@ std::string MoveFolder::open(const std::string& path) {
     return reasonText(errno);
   }
   if (faccessat(folder_.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+    const std::string reason = reasonText(errno);
     folder_.reset();
-    return reasonText(errno);
+    return reason;
   }
+  notes_ = trash_.notesFor(folder_.get());
   return {};
 }
 
@@ -120,29 +100,53 @@ MoveFolder::Outcome MoveFolder::move(const std::string& path, const struct stat&
   const UniqueFd parent = openWithoutLinks(parentPath, O_PATH | O_DIRECTORY);
   struct stat now = {};
   if (!parent || fstatat(parent.get(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW) != 0) {
-    return {false, reasonText(errno), 0};
+    return {false, reasonText(errno), 0, {}};
   }
   if (!S_ISREG(now.st_mode) || !sameFile(now, scanned)) {
-    return {false, "it was replaced after the scan", 0};
+    return {false, "it was replaced after the scan", 0, {}};
   }
   struct stat here = {};
   struct stat there = {};
   if (fstat(parent.get(), &here) == 0 && fstat(folder_.get(), &there) == 0 &&
       sameFile(here, there)) {
-    return {false, "it is in that folder already", 0};
+    return {false, "it is in that folder already", 0, {}};
   }
+  const std::size_t longest = notes_ ? DesktopTrash::longestName : NAME_MAX;
+  Outcome outcome;
+  outcome.otherNames = now.st_nlink > 1 ? now.st_nlink - 1UL : 0UL;
   for (int number = 0; number < mostNames; ++number) {
-    const std::string target = numbered(name, number);
-    const int error = place(parent.get(), name, target);
+    const std::string target = numbered(name, number, longest);
+    const int error = moveTo(target, parent.get(), path, outcome);
     if (error == 0) {
-      const unsigned long others = now.st_nlink > 1 ? now.st_nlink - 1UL : 0UL;
-      return {true, path_ + "/" + target, others};
+      outcome.moved = true;
+      outcome.text = path_ + "/" + target;
+      return outcome;
     }
     if (error != EEXIST) {
-      return {false, reasonText(error), 0};
+      return {false, reasonText(error), 0, {}};
     }
   }
-  return {false, "its name is taken there, with every number", 0};
+  return {false, "its name is taken there, with every number", 0, {}};
+}
+
+// The note comes first, as the desktop does it: whoever has made it has the name. A file that is
+// infected goes also when there can be no note.
+int MoveFolder::moveTo(const std::string& target, int parent, const std::string& path,
+                       Outcome& outcome) {
+  const std::string name(lastPathComponent(path));
+  if (!notes_) {
+    return place(parent, name, target);
+  }
+  const int problem = DesktopTrash::note(notes_.get(), target, path, clock_.wallTime());
+  if (problem == EEXIST) {
+    return problem;
+  }
+  const int error = place(parent, name, target);
+  if (error != 0 && problem == 0) {
+    DesktopTrash::forget(notes_.get(), target);
+  }
+  outcome.unnoted = problem == 0 ? "" : reasonText(problem);
+  return error;
 }
 
 int MoveFolder::place(int parent, const std::string& from, const std::string& name) {

@@ -111,4 +111,26 @@ std::string pathOf(int descriptor) {
   return std::string(target.data(), static_cast<std::size_t>(length));
 }
 
+int makeFolders(const std::string& path) {
+  for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
+       slash = path.find('/', slash + 1)) {
+    if (mkdir(path.substr(0, slash).c_str(), 0700) != 0 && errno != EEXIST && errno != EROFS &&
+        errno != EACCES) {
+      return errno;
+    }
+  }
+  return mkdir(path.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
+}
+
+int writeAll(int target, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = write(target, bytes.data(), bytes.size());
+    if (count < 0 && errno != EINTR) {
+      return errno;
+    }
+    bytes.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
+  }
+  return 0;
+}
+
 }  // namespace quillo::front

@@ -106,6 +106,14 @@ int reportDefinitions(const std::string& folder, bool updatedIsOne) {
   return updatedIsOne ? 0 : 1;
 }
 
+// freshclam fails when another one holds its log, so two that come together go one after the other.
+// The program that replaces this process has the descriptor, and with it the lock, until it ends.
+void waitForTurn(const std::string& definitions) {
+  const int folder = open(definitions.c_str(), O_RDONLY | O_DIRECTORY);
+  while (folder >= 0 && flock(folder, LOCK_EX) != 0 && errno == EINTR) {
+  }
+}
+
 }  // namespace
 
 int launchDaemon(const std::string& root, const std::vector<std::string>& arguments,
@@ -137,6 +145,7 @@ int launchUpdater(const std::string& root, const std::vector<std::string>& argum
   }
   std::vector<std::string> words = {"--config-file=" + root + "/etc/freshclam.conf"};
   words.insert(words.end(), arguments.begin(), arguments.end());
+  waitForTurn(conf.definitions);
   return replaceBy(conf.updater, words);
 }
 

@@ -18,7 +18,8 @@ namespace quillo {
 int launchDaemon(const std::string& root, const std::vector<std::string>& arguments,
                  const MachinePlaces& places);
 
-// The real freshclam with ROOT/etc/freshclam.conf, its exit status handed on (freshclam(1)). Where
+// The real freshclam with ROOT/etc/freshclam.conf, its exit status handed on (freshclam(1)), after
+// another one that is at work on these definitions has ended. Where
 // the definitions are kept by somebody else, so that this user cannot write them, it says how old
 // they are: "up to date" as --on-update-execute=EXIT_1 asks for it (1 without the option, 0 with
 // it), or 10, as freshclam's own, when nobody has renewed them for a week.

@@ -72,7 +72,12 @@ GuardedHome::GuardedHome(const std::string& preferences)
       home_(root_ + "/home"),
       program_(root_ + "/bin/vantrel-quillo"),
       watched_(home_ + "/Downloads"),
-      preferences_(preferences) {
+      preferences_(preferences),
+      environment_({"HOME=" + home_, "PATH=/usr/bin:/bin:/usr/sbin",
+                    "XDG_RUNTIME_DIR=" + root_ + "/runtime", "QT_QPA_PLATFORM=offscreen",
+                    "DBUS_SESSION_BUS_ADDRESS=unix:path=/tmp/no-bus",
+                    // What Qt and GLib keep for the life of the process is no leak of the agent's.
+                    "ASAN_OPTIONS=detect_leaks=0"}) {
   if (!fs::exists(root_)) {
     makeFolder(root_);
   }
@@ -92,9 +97,20 @@ GuardedHome::GuardedHome(const std::string& preferences)
        {"", "/Downloads", "/Library", "/Library/Logs", "/.config", "/.config/vantrel"}) {
     makeUsersFolder(home_ + part);
   }
-  if (run({resources + "/engine-tools/vantrel-engine-tree", tree()}) != 0) {
+  makeTree();
+}
+
+void GuardedHome::makeTree() const {
+  const std::string tool = root_ + "/lib/vantrel-quillo/engine-tools/vantrel-engine-tree";
+  if (run({tool, tree()}) != 0) {
     throw std::runtime_error("the engine tree could not be made:\n" + readFile(root_ + "/output"));
   }
+}
+
+void GuardedHome::setVariable(const std::string& variable) {
+  const std::string start = variable.substr(0, variable.find('=') + 1);
+  std::erase_if(environment_, [&](const std::string& other) { return other.starts_with(start); });
+  environment_.push_back(variable);
 }
 
 GuardedHome::~GuardedHome() {
@@ -136,16 +152,11 @@ void GuardedHome::writePreferences(const std::string& toml) const {
 }
 
 pid_t GuardedHome::spawn(const std::vector<std::string>& command, const std::string& output) const {
-  const std::vector<std::string> environment = {
-      "HOME=" + home_, "PATH=/usr/bin:/bin:/usr/sbin", "XDG_RUNTIME_DIR=" + root_ + "/runtime",
-      "QT_QPA_PLATFORM=offscreen", "DBUS_SESSION_BUS_ADDRESS=unix:path=/tmp/no-bus",
-      // What Qt and GLib keep for the life of the process is no leak of the agent's.
-      "ASAN_OPTIONS=detect_leaks=0"};
   std::vector<char*> argv;
   for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
   argv.push_back(nullptr);
   std::vector<char*> envp;
-  for (const std::string& word : environment) envp.push_back(const_cast<char*>(word.c_str()));
+  for (const std::string& word : environment_) envp.push_back(const_cast<char*>(word.c_str()));
   envp.push_back(nullptr);
   const pid_t pid = check(fork(), "fork");
   if (pid == 0) {
@@ -164,6 +175,16 @@ int GuardedHome::run(const std::vector<std::string>& command) const {
   int status = 0;
   waitpid(spawn(command, root_ + "/output"), &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+GuardedHome::Outcome GuardedHome::runAsUser(const std::vector<std::string>& command) const {
+  const std::string output = root_ + "/output-of-another";
+  fs::remove(output);
+  int status = 0;
+  writeFile(output, "");
+  check(chmod(output.c_str(), 0666), "chmod " + output);
+  waitpid(spawn(command, output), &status, 0);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), readFile(output)};
 }
 
 void GuardedHome::startDaemon() const {

@@ -29,8 +29,12 @@ class GuardedHome {
 
   // Before start(): watches this folder instead of ~/Downloads.
   void watchInstead(const std::string& folder) { watched_ = folder; }
+  // Before start(): "NAME=value" for the agent and every program of its user.
+  void setVariable(const std::string& variable);
   // Before start(): the whole of the preferences.
   void writePreferences(const std::string& toml) const;
+  // Makes the engine tree anew, as after a change of its etc/*.local.
+  void makeTree() const;
   // Starts the daemon of the tree, as somebody else than the agent would.
   void startDaemon() const;
 
@@ -41,6 +45,12 @@ class GuardedHome {
     start();
     awaitWatching();
   }
+  // Another program of the same user, to its end, in the agent's environment.
+  struct Outcome {
+    int status;
+    std::string output;
+  };
+  Outcome runAsUser(const std::vector<std::string>& command) const;
   // A second agent of the same user, to its end; gives its exit status.
   int runSecondAgent() const;
   // Sends SIGTERM and gives the exit status.
@@ -70,6 +80,7 @@ class GuardedHome {
   std::string program_;
   std::string watched_;
   std::string preferences_;
+  std::vector<std::string> environment_;
   pid_t agent_ = -1;
 };
 

@@ -1,0 +1,24 @@
+#include "tests/root/support/NamedUser.h"
+
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include "tests/root/support/Files.h"
+#include "tests/root/support/GuardedHome.h"
+
+namespace quillo::tests {
+
+NamedUser::NamedUser() {
+  const std::string number = std::to_string(GuardedHome::user);
+  unlink("/tmp/passwd");
+  writeFile("/tmp/passwd",
+            readFile("/etc/passwd") + "guarded:x:" + number + ":" + number + "::/tmp:/bin/sh\n");
+  check(mount("/tmp/passwd", "/etc/passwd", nullptr, MS_BIND, nullptr), "mounting /etc/passwd");
+}
+
+NamedUser::~NamedUser() {
+  umount2("/etc/passwd", MNT_DETACH);
+  unlink("/tmp/passwd");
+}
+
+}  // namespace quillo::tests

@@ -1,0 +1,243 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <iomanip>
+#include <optional>
+#include <sstream>
+
+#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/ScratchFolder.h"
+#include "tools/clamdscan/MoveFolder.h"
+#include "tools/clamdscan/Paths.h"
+
+namespace quillo::front {
+namespace {
+
+struct stat statusAt(const std::string& path) {
+  struct stat status = {};
+  EXPECT_EQ(statusOf(path, status), 0) << path;
+  return status;
+}
+
+class FrontMove : public testing::Test {
+ protected:
+  MoveFolder::Outcome move(const std::string& path) { return folder.move(path, statusAt(path)); }
+
+  ScratchFolder scratch;
+  ManualClock clock;
+  MoveFolder folder{clock, DesktopTrash("", "")};
+};
+
+TEST_F(FrontMove, MakesTheMissingFolderForItsOwnerOnly) {
+  EXPECT_EQ(folder.open(scratch.at("a/b/")), "");
+  EXPECT_EQ(statusAt(scratch.at("a")).st_mode & 07777U, 0700U);
+  EXPECT_EQ(statusAt(scratch.at("a/b")).st_mode & 07777U, 0700U);
+}
+
+TEST_F(FrontMove, SaysWhyAFolderIsUnusable) {
+  EXPECT_EQ(folder.open(""), "no folder is named");
+  EXPECT_EQ(folder.open(scratch.file("file")), "not a directory");
+  EXPECT_EQ(folder.open(scratch.at("file/below")), "not a directory");
+  EXPECT_NE(folder.open("/proc/none/such"), "");
+  EXPECT_FALSE(folder.isOpen());
+}
+
+TEST_F(FrontMove, MovesAndSaysWhereTo) {
+  ASSERT_EQ(folder.open(scratch.at("q/")), "");
+  const std::string path = scratch.file("a", "bad");
+  const auto outcome = move(path);
+  EXPECT_TRUE(outcome.moved);
+  EXPECT_EQ(outcome.text, scratch.at("q/a"));
+  EXPECT_EQ(outcome.otherNames, 0U);
+  EXPECT_FALSE(ScratchFolder::exists(path));
+  EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "bad");
+}
+
+TEST_F(FrontMove, NumbersNamesThatAreTaken) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  scratch.file("q/a", "first");
+  const std::string longest(255, 'x');
+  scratch.file("q/" + longest, "first");
+  EXPECT_EQ(move(scratch.file("a")).text, scratch.at("q/a.001"));
+  EXPECT_EQ(move(scratch.file("b/a")).text, scratch.at("q/a.002"));
+  EXPECT_EQ(move(scratch.file(longest)).text, scratch.at("q/" + longest.substr(4) + ".001"));
+  EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "first");
+}
+
+TEST_F(FrontMove, MovesNothingButTheScannedFile) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const std::string path = scratch.file("a", "bad");
+  const struct stat scanned = statusAt(path);
+  const std::string other = scratch.file("b", "good");
+  ASSERT_EQ(rename(other.c_str(), path.c_str()), 0);
+  const auto outcome = folder.move(path, scanned);
+  EXPECT_FALSE(outcome.moved);
+  EXPECT_EQ(outcome.text, "it was replaced after the scan");
+  EXPECT_EQ(ScratchFolder::read(path), "good");
+}
+
+TEST_F(FrontMove, FollowsNoLinkThatAppearsOnTheWay) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const std::string path = scratch.file("real/a");
+  const struct stat scanned = statusAt(path);
+  scratch.link("way", "real");
+  EXPECT_FALSE(folder.move(scratch.at("way/a"), scanned).moved);
+  EXPECT_TRUE(ScratchFolder::exists(path));
+}
+
+TEST_F(FrontMove, CountsTheNamesThatRemain) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const std::string path = scratch.file("a");
+  ASSERT_EQ(link(path.c_str(), scratch.at("b").c_str()), 0);
+  EXPECT_EQ(move(path).otherNames, 1U);
+}
+
+TEST_F(FrontMove, LeavesWhatLiesThereAlready) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const auto outcome = move(scratch.file("q/a"));
+  EXPECT_FALSE(outcome.moved);
+  EXPECT_EQ(outcome.text, "it is in that folder already");
+}
+
+// A home with or without a ~/.Trash of its own.
+class FrontTrash : public testing::Test {
+ protected:
+  std::string open(const std::string& dataHome = "") {
+    folder.emplace(clock, DesktopTrash(scratch.at("home/"), dataHome));
+    return folder->open(link);
+  }
+  std::string moved(const std::string& path) { return folder->move(path, statusAt(path)).text; }
+  std::string noteOf(const std::string& name) const {
+    return ScratchFolder::read(scratch.at("home/.local/share/Trash/info/" + name + ".trashinfo"));
+  }
+  static std::string note(const std::string& encodedPath) {
+    return "[Trash Info]\nPath=" + encodedPath + "\nDeletionDate=" + date() + "\n";
+  }
+  // What the clock shows, in this machine's zone.
+  static std::string date() {
+    const std::time_t start = std::chrono::system_clock::to_time_t(ManualClock().wallTime());
+    std::tm parts = {};
+    localtime_r(&start, &parts);
+    std::ostringstream text;
+    text << std::put_time(&parts, "%FT%T");
+    return text.str();
+  }
+  static bool isLink(const std::string& path) { return std::filesystem::is_symlink(path); }
+  std::string target() const { return std::filesystem::read_symlink(link); }
+
+  ScratchFolder scratch;
+  const std::string link = scratch.at("home/.Trash");
+  const std::string bad = scratch.file("home/bad", "bad");
+  ManualClock clock;
+  std::optional<MoveFolder> folder;
+};
+
+TEST_F(FrontTrash, IsLinkedToTheDesktopsWhereNoneIs) {
+  EXPECT_EQ(open(), "");
+  EXPECT_EQ(target(), ".local/share/Trash/files");
+  EXPECT_EQ(statusAt(scratch.at("home/.local/share/Trash")).st_mode & 07777U, 0700U);
+  EXPECT_EQ(moved(bad), link + "/bad");
+  EXPECT_EQ(ScratchFolder::read(scratch.at("home/.local/share/Trash/files/bad")), "bad");
+  EXPECT_EQ(noteOf("bad"), note(bad));
+}
+
+TEST_F(FrontTrash, IsLinkedToWhereTheUsersDataLie) {
+  EXPECT_EQ(open(scratch.at("data")), "");
+  EXPECT_EQ(target(), scratch.at("data/Trash/files"));
+  EXPECT_EQ(moved(bad), link + "/bad");
+  EXPECT_TRUE(ScratchFolder::exists(scratch.at("data/Trash/info/bad.trashinfo")));
+}
+
+TEST_F(FrontTrash, IsMadeAnewBehindTheLinkAfterItWasRemoved) {
+  EXPECT_EQ(open(), "");
+  std::filesystem::remove_all(scratch.at("home/.local/share/Trash"));
+  EXPECT_EQ(open(), "");
+  EXPECT_EQ(moved(bad), link + "/bad");
+  EXPECT_EQ(noteOf("bad"), note(bad));
+}
+
+TEST_F(FrontTrash, StaysAsItIsWhereSomebodyMadeOne) {
+  scratch.file("home/.Trash/old");
+  EXPECT_EQ(open(), "");
+  EXPECT_FALSE(isLink(link));
+  EXPECT_EQ(moved(bad), link + "/bad");
+  EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
+}
+
+TEST_F(FrontTrash, StaysAsItIsWhereSomebodysLinkLeadsNowhere) {
+  scratch.link("home/.Trash", "elsewhere");
+  EXPECT_NE(open(), "");
+  EXPECT_EQ(target(), "elsewhere");
+  EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
+}
+
+TEST_F(FrontTrash, IsNotMadeForAnotherFolder) {
+  folder.emplace(clock, DesktopTrash(scratch.at("home"), ""));
+  EXPECT_EQ(folder->open(scratch.at("home/Quarantine")), "");
+  EXPECT_EQ(moved(bad), scratch.at("home/Quarantine/bad"));
+  EXPECT_FALSE(ScratchFolder::exists(link));
+  EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
+}
+
+TEST_F(FrontTrash, NotesNothingThatGoesElsewhere) {
+  ASSERT_EQ(open(), "");
+  folder.emplace(clock, DesktopTrash(scratch.at("home"), ""));
+  EXPECT_EQ(folder->open(scratch.at("home/Quarantine")), "");
+  EXPECT_EQ(moved(bad), scratch.at("home/Quarantine/bad"));
+  EXPECT_EQ(noteOf("bad"), "");
+}
+
+TEST_F(FrontTrash, NotesTheFinalName) {
+  ASSERT_EQ(open(), "");
+  EXPECT_EQ(moved(bad), link + "/bad");
+  EXPECT_EQ(moved(scratch.file("home/other/bad")), link + "/bad.001");
+  EXPECT_EQ(noteOf("bad"), note(bad));
+  EXPECT_EQ(noteOf("bad.001"), note(scratch.at("home/other/bad")));
+}
+
+TEST_F(FrontTrash, TakesNoNameThatHasAFileOrANoteAlready) {
+  ASSERT_EQ(open(), "");
+  scratch.file("home/.local/share/Trash/files/bad", "without a note");
+  scratch.file("home/.local/share/Trash/info/bad.001.trashinfo", "without a file");
+  EXPECT_EQ(moved(bad), link + "/bad.002");
+  EXPECT_EQ(noteOf("bad"), "");
+  EXPECT_EQ(noteOf("bad.001"), "without a file");
+  EXPECT_EQ(noteOf("bad.002"), note(bad));
+}
+
+TEST_F(FrontTrash, NotesAnyPathByteByByte) {
+  ASSERT_EQ(open(), "");
+  const std::string path = scratch.file("home/a: b'\"%\n\xE9;", "bad");
+  EXPECT_EQ(moved(path), link + "/a: b'\"%\n\xE9;");
+  EXPECT_EQ(noteOf("a: b'\"%\n\xE9;"), note(scratch.at("home/a%3A%20b'%22%25%0A%E9%3B")));
+}
+
+TEST_F(FrontTrash, ShortensANameForWhichThereCouldBeNoNote) {
+  ASSERT_EQ(open(), "");
+  const std::string name(255, 'x');
+  const std::string path = scratch.file("home/" + name);
+  EXPECT_EQ(moved(path), link + "/" + name.substr(10));
+  EXPECT_EQ(noteOf(name.substr(10)), note(path));
+}
+
+TEST_F(FrontTrash, KeepsNoNoteOfAFileThatStays) {
+  ASSERT_EQ(open(), "");
+  std::filesystem::remove_all(scratch.at("home/.local/share/Trash/files"));
+  EXPECT_FALSE(folder->move(bad, statusAt(bad)).moved);
+  EXPECT_EQ(noteOf("bad"), "");
+}
+
+TEST_F(FrontTrash, TakesAnInfectedFileAlsoWhenItCannotNoteItsPlace) {
+  ASSERT_EQ(open(), "");
+  std::filesystem::remove_all(scratch.at("home/.local/share/Trash/info"));
+  const MoveFolder::Outcome outcome = folder->move(bad, statusAt(bad));
+  EXPECT_TRUE(outcome.moved);
+  EXPECT_EQ(outcome.unnoted, "no such file or directory");
+}
+
+}  // namespace
+}  // namespace quillo::front

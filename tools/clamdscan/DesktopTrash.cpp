@@ -1,0 +1,147 @@
+#include "tools/clamdscan/DesktopTrash.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+
+#include "tools/clamdscan/Paths.h"
+
+namespace quillo::front {
+namespace {
+
+constexpr char noteEnd[] = ".trashinfo";
+static_assert(DesktopTrash::longestName + sizeof(noteEnd) - 1 <= NAME_MAX);
+
+std::string withoutSlashAtEnd(std::string path) {
+  while (!path.empty() && path.back() == '/') {
+    path.pop_back();
+  }
+  return path;
+}
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+std::string homeInUserDatabase() {
+  const passwd* entry = getpwuid(geteuid());
+  return entry == nullptr ? "" : entry->pw_dir;
+}
+
+bool isThisUsers(const std::string& folder) {
+  struct stat status = {};
+  return stat(folder.c_str(), &status) == 0 && status.st_uid == geteuid();
+}
+
+bool leadsTo(const std::string& link, const std::string& target) {
+  std::array<char, PATH_MAX> text;
+  const ssize_t length = readlink(link.c_str(), text.data(), text.size());
+  return length > 0 && std::string(text.data(), static_cast<std::size_t>(length)) == target;
+}
+
+// Percent-encoded as in a URI (RFC 2396, 2.4), byte by byte: the note names any file there is.
+std::string encoded(const std::string& path) {
+  constexpr char digits[] = "0123456789ABCDEF";
+  constexpr std::string_view plain = "/-_.!~*'()";
+  std::string text;
+  for (const char c : path) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+    if (letter || plain.find(c) != std::string_view::npos) {
+      text += c;
+    } else {
+      text += '%';
+      text += digits[byte >> 4U];
+      text += digits[byte & 0xFU];
+    }
+  }
+  return text;
+}
+
+std::string localTime(DesktopTrash::Time time) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+  std::tm parts = {};
+  localtime_r(&seconds, &parts);
+  std::array<char, 32> text;
+  return std::string(text.data(),
+                     std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts));
+}
+
+}  // namespace
+
+DesktopTrash::DesktopTrash(const std::string& home, const std::string& dataHome) {
+  const std::string own = withoutSlashAtEnd(home);
+  const bool elsewhere = !dataHome.empty() && dataHome.front() == '/';
+  if (own.empty() && !elsewhere) {
+    return;
+  }
+  folder_ = (elsewhere ? withoutSlashAtEnd(dataHome) : own + "/.local/share") + "/Trash";
+  if (!own.empty() && own.front() == '/' && isThisUsers(own)) {
+    link_ = own + "/.Trash";
+    // So that it still leads there when the home moves.
+    const bool below = folder_.compare(0, own.size() + 1, own + "/") == 0;
+    target_ = (below ? folder_.substr(own.size() + 1) : folder_) + "/files";
+  }
+}
+
+DesktopTrash DesktopTrash::ofThisUser() {
+  const std::string home = variable("HOME");
+  return {home.empty() || home.front() != '/' ? homeInUserDatabase() : home,
+          variable("XDG_DATA_HOME")};
+}
+
+void DesktopTrash::linkFrom(const std::string& path) const {
+  struct stat status = {};
+  if (link_.empty() || path != link_ || stat(path.c_str(), &status) == 0 || errno != ENOENT) {
+    return;
+  }
+  const bool nothing = lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+  if (!nothing && !leadsTo(path, target_)) {
+    return;
+  }
+  if (makeFolders(folder_ + "/info") == 0 && makeFolders(folder_ + "/files") == 0 && nothing) {
+    // Another run may have been faster, with the same link.
+    [[maybe_unused]] const int ignored = symlink(target_.c_str(), path.c_str());
+  }
+}
+
+UniqueFd DesktopTrash::notesFor(int folder) const {
+  struct stat opened = {};
+  struct stat files = {};
+  if (folder_.empty() || fstat(folder, &opened) != 0 ||
+      stat((folder_ + "/files").c_str(), &files) != 0 || opened.st_dev != files.st_dev ||
+      opened.st_ino != files.st_ino || makeFolders(folder_ + "/info") != 0) {
+    return UniqueFd();
+  }
+  return openPath(folder_ + "/info", O_RDONLY | O_DIRECTORY);
+}
+
+int DesktopTrash::note(int notes, const std::string& name, const std::string& origin, Time left) {
+  const std::string file = name + noteEnd;
+  const UniqueFd target(
+      openat(notes, file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!target) {
+    return errno;
+  }
+  const std::string text =
+      "[Trash Info]\nPath=" + encoded(origin) + "\nDeletionDate=" + localTime(left) + "\n";
+  const int error = writeAll(target.get(), text);
+  if (error != 0) {
+    forget(notes, name);
+  }
+  return error;
+}
+
+void DesktopTrash::forget(int notes, const std::string& name) {
+  unlinkat(notes, (name + noteEnd).c_str(), 0);
+}
+
+}  // namespace quillo::front
