@@ -9,6 +9,8 @@ std::string MenuForScanners::getQuitMenuName() const { return agent_.mainMenu().
 Dispatcher& ScannerLink::theDispatcher() { return agent_.theDispatcher(); }
 std::string ScannerLink::getQuarantineOrTrash() { return agent_.getQuarantineOrTrash(); }
 std::string ScannerLink::getQuarantineLocation() { return agent_.getQuarantineLocation(); }
+std::string ScannerLink::getIncludePattern() { return agent_.getIncludePattern(); }
+std::string ScannerLink::getExcludePattern() { return agent_.getExcludePattern(); }
 void ScannerLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCountBy(delta); }
 bool ScannerLink::clamdStillAlive() { return agent_.engine().clamdStillAlive(); }
 void ScannerLink::recoverFromCrashedClamd() { agent_.engine().recoverFromCrashedClamd(); }
@@ -17,6 +19,7 @@ void ScannerLink::noEnginePanic() { agent_.engine().noEnginePanic(); }
 std::string ScannerLink::getQuitMenuName() { return agent_.mainMenu().getQuitMenuName(); }
 void ScannerLink::quit() { agent_.quit(); }
 void ScannerLink::openAndWait(const std::string& folder) { agent_.openAndWait(folder); }
+void ScannerLink::open(const std::string& folder) { agent_.open(folder); }
 bool ScannerLink::displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                             const std::string& description) {
   return agent_.displayGrowlDialogWithTitleAndDescription(code, description);

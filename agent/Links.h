@@ -30,6 +30,8 @@ class ScannerLink final : public ScannerOwner {
   Dispatcher& theDispatcher() override;
   std::string getQuarantineOrTrash() override;
   std::string getQuarantineLocation() override;
+  std::string getIncludePattern() override;
+  std::string getExcludePattern() override;
   void modifyScannerCountBy(std::int32_t delta) override;
   bool clamdStillAlive() override;
   void recoverFromCrashedClamd() override;
@@ -38,6 +40,7 @@ class ScannerLink final : public ScannerOwner {
   std::string getQuitMenuName() override;
   void quit() override;
   void openAndWait(const std::string& folder) override;
+  void open(const std::string& folder) override;
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                  const std::string& description) override;
   void addToDialogList(std::shared_ptr<FileRemover> dialog) override;

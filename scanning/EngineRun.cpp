@@ -4,7 +4,6 @@
 #include "posix/Clock.h"
 #include "posix/PlatformException.h"
 #include "scanning/RoadObserver.h"
-#include "scanning/ScanReport.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
@@ -64,19 +63,37 @@ void EngineRun::takeArguments(const std::vector<std::string>& more) {
 }
 
 void EngineRun::launch(int descriptorThree) {
-  if (services_.roadObserver) {
-    services_.roadObserver->scanStarted(thePaths_);
-  }
+  tellOfStart();
   LaunchRequest request{scanCommandPath_, scanArguments_};
   request.descriptorThree = descriptorThree;
   scanCheckTask_.emplace(request);
+  outputPipe_ = taskOutput_ = std::to_string(scanCheckTask_->processIdentifier());
 }
 
-void EngineRun::waitUntilExit(const ChildProcess::ChunkHandler& handler, ScanReport& report) {
+void EngineRun::launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput) {
+  tellOfStart();
+  LaunchRequest request{scanCommandPath_, scanArguments_};
+  if (!outputPipe || !taskOutput) {
+    request.output = LaunchRequest::Output::inherited;
+    scanCheckTask_.emplace(request);
+    return;
+  }
+  outputPipe_ = taskOutput_ = std::to_string(taskOutput->descriptor());
+  scanCheckTask_.emplace(request, std::move(*taskOutput), outputPipe->takeWriter());
+}
+
+void EngineRun::tellOfStart() {
+  if (services_.roadObserver) {
+    services_.roadObserver->scanStarted(thePaths_);
+  }
+}
+
+void EngineRun::waitUntilExit(const ChildProcess::ChunkHandler& handler,
+                              const std::function<void()>& daemonGone) {
   ChildProcess& task = *scanCheckTask_;
   const int status = task.waitUntilExit(handler);
   if (status == cannotScanStatus && !owner_.clamdStillAlive()) {
-    report.showEngineError();
+    daemonGone();
   }
   waitWhileStillRunning([&task] { return task.isRunning(); }, services_.systemLog, services_.clock);
 }
@@ -110,8 +127,8 @@ void EngineRun::reportFailure(const PlatformException& failure) {
   tell("Scanner: Caught " + failure.name() + ": " + failure.reason());
   tell("Scanner v1 of 9: scanArguments: " + listed(scanArguments_));
   tell("Scanner v2 of 9: scanCommandPath: " + scanCommandPath_);
-  tell("Scanner v3 of 9: outputPipe: " + task);
-  tell("Scanner v4 of 9: taskOutput: " + task);
+  tell("Scanner v3 of 9: outputPipe: " + outputPipe_);
+  tell("Scanner v4 of 9: taskOutput: " + taskOutput_);
   tell("Scanner v5 of 9: scanCheckTask: " + task);
   tell("Scanner v6 of 9: scanParams: " + listed(scanParams_));
   tell("Scanner v7 of 9: thePaths: " + listed(thePaths_));

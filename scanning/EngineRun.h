@@ -7,13 +7,13 @@
 #include <vector>
 
 #include "posix/ChildProcess.h"
+#include "posix/Pipe.h"
 
 namespace quillo {
 
 class Clock;
 class PlatformException;
 class ScannerOwner;
-class ScanReport;
 class SystemLog;
 struct ScannerServices;
 
@@ -34,9 +34,13 @@ class EngineRun {
   void takeArguments(const std::vector<std::string>& more);
   // Starts the engine with a pipe of its own, `descriptorThree` as its descriptor 3.
   void launch(int descriptorThree);
-  // Hands the report on until the engine has ended. Tells through `report` of an engine that cannot
-  // reach its daemon, and in the log of one that is still there then.
-  void waitUntilExit(const ChildProcess::ChunkHandler& handler, ScanReport& report);
+  // Starts it with a pipe that the scanner made. Without a reading end it has this process's own
+  // output: unread, a full pipe would stop it.
+  void launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput);
+  // Hands the report on until the engine has ended. Calls `daemonGone` when it could not reach its
+  // daemon and that does not answer, and tells in the log of an engine that is still there then.
+  void waitUntilExit(const ChildProcess::ChunkHandler& handler,
+                     const std::function<void()>& daemonGone);
   // Hands on what stands in the pipe behind the end of the engine.
   void drain(const ChildProcess::ChunkHandler& handler);
   void finish();
@@ -48,6 +52,7 @@ class EngineRun {
                                     Clock& clock);
 
  private:
+  void tellOfStart();
   void reportFailure(const PlatformException& failure);
 
   ScannerOwner& owner_;
@@ -56,6 +61,8 @@ class EngineRun {
   const std::vector<std::string> thePaths_;
   std::vector<std::string> scanArguments_;
   std::string scanCommandPath_ = "(null)";
+  std::string outputPipe_ = "(null)";
+  std::string taskOutput_ = "(null)";
   std::optional<ChildProcess> scanCheckTask_;
   std::string data_ = "(null)";
 };

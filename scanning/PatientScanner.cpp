@@ -14,12 +14,6 @@
 #include "scanning/ScannerServices.h"
 
 namespace quillo {
-namespace {
-
-constexpr std::size_t moveOptionLength = 7;  // of "--move="
-
-}  // namespace
-
 PatientScanner::PatientScanner(ScannerOwner& owner, const ScannerServices& services)
     : owner_(owner), services_(services), report_(owner, services) {}
 
@@ -40,9 +34,7 @@ void PatientScanner::setMenuAndParams(const ScanArgumentList& list) {
   settings.excludePatterns = readExcludePatterns();
   settings.policy.quarantineLocation = before->policy.quarantineLocation;
   if (settings.policy.quarantineOrTrash == "Q") {
-    const std::string moveOption = owner_.getQuarantineLocation();
-    settings.policy.quarantineLocation =
-        moveOption.substr(std::min(moveOptionLength, moveOption.size()));
+    settings.policy.quarantineLocation = folderOfMoveOption(owner_.getQuarantineLocation());
   }
   settings.policy.suppressInfoDialogs = preferences.boolean("SuppressInfoDialogs").value_or(false);
   settings_.store(std::move(settings));
@@ -140,7 +132,7 @@ void PatientScanner::runEngine(EngineRun& run) {
     run.readData(chunk);
     return taskDataAvailable(chunk);
   };
-  run.waitUntilExit(handler, report_);
+  run.waitUntilExit(handler, [this] { report_.showEngineError(owner_.getQuitMenuName()); });
   run.drain(handler);
   list.remove();
   run.finish();
