@@ -6,6 +6,10 @@ namespace quillo {
 
 std::string MenuForScanners::getQuitMenuName() const { return agent_.mainMenu().getQuitMenuName(); }
 
+Mutex& MenuForWatchers::monitor() { return agent_.mainMenu().monitor(); }
+void MenuForWatchers::setReady() { agent_.mainMenu().setReady(); }
+void MenuForWatchers::folderMissingPanic() { agent_.mainMenu().folderMissingPanic(); }
+
 Dispatcher& ScannerLink::theDispatcher() { return agent_.theDispatcher(); }
 std::string ScannerLink::getQuarantineOrTrash() { return agent_.getQuarantineOrTrash(); }
 std::string ScannerLink::getQuarantineLocation() { return agent_.getQuarantineLocation(); }
@@ -45,6 +49,9 @@ bool WatcherLink::displayError(const std::string& description) {
 }
 void WatcherLink::addStringToItemList(const std::string& path) {
   agent_.theDispatcher().addStringToItemList(path);
+}
+void WatcherLink::addToItemList(std::vector<std::string>& paths) {
+  agent_.theDispatcher().addToItemList(paths);
 }
 
 std::optional<std::string> EngineLink::clamPATH() { return agent_.preferences().clamPATH(); }

@@ -9,6 +9,7 @@
 #include "scanning/Dispatcher.h"
 #include "scanning/ScanArguments.h"
 #include "scanning/ScannerOwner.h"
+#include "watchers/WatcherMenu.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
@@ -19,6 +20,17 @@ class MenuForScanners final : public ScannerMenu {
  public:
   explicit MenuForScanners(VantrelQuillo& agent) : agent_(agent) {}
   std::string getQuitMenuName() const override;
+
+ private:
+  VantrelQuillo& agent_;
+};
+
+class MenuForWatchers final : public WatcherMenu {
+ public:
+  explicit MenuForWatchers(VantrelQuillo& agent) : agent_(agent) {}
+  Mutex& monitor() override;
+  void setReady() override;
+  void folderMissingPanic() override;
 
  private:
   VantrelQuillo& agent_;
@@ -63,6 +75,7 @@ class WatcherLink final : public WatcherOwner, private PathIntake {
 
  private:
   void addStringToItemList(const std::string& path) override;
+  void addToItemList(std::vector<std::string>& paths) override;
 
   VantrelQuillo& agent_;
 };

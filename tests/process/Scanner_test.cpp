@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/syscall.h>
 
 #include <cerrno>
@@ -166,6 +167,15 @@ TEST_F(ScannerFolders, AreMeasuredByTheSizeTool) {
     return true;
   });
   EXPECT_EQ(world.scanner.getDirectorySizeAsString(folder) + "\t" + folder + "\n", answer);
+}
+
+TEST_F(ScannerFolders, AreMeasuredWithoutWhatIsMountedInThem) {
+  const std::string other = world.bench.folder.makeFolder("in/other");
+  ASSERT_EQ(mount("none", other.c_str(), "tmpfs", 0, nullptr), 0);
+  const std::string before = world.scanner.getDirectorySizeAsString(folder);
+  grow("other/a");
+  EXPECT_EQ(world.scanner.getDirectorySizeAsString(folder), before);
+  umount(other.c_str());
 }
 
 TEST_F(ScannerFolders, ThatAreGoneOrUnreadableCountAsRemoved) {
