@@ -6,9 +6,15 @@ namespace quillo {
 
 std::string MenuForScanners::getQuitMenuName() const { return agent_.mainMenu().getQuitMenuName(); }
 
+Mutex& MenuForWatchers::monitor() { return agent_.mainMenu().monitor(); }
+void MenuForWatchers::setReady() { agent_.mainMenu().setReady(); }
+void MenuForWatchers::folderMissingPanic() { agent_.mainMenu().folderMissingPanic(); }
+
 Dispatcher& ScannerLink::theDispatcher() { return agent_.theDispatcher(); }
 std::string ScannerLink::getQuarantineOrTrash() { return agent_.getQuarantineOrTrash(); }
 std::string ScannerLink::getQuarantineLocation() { return agent_.getQuarantineLocation(); }
+std::string ScannerLink::getIncludePattern() { return agent_.getIncludePattern(); }
+std::string ScannerLink::getExcludePattern() { return agent_.getExcludePattern(); }
 void ScannerLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCountBy(delta); }
 bool ScannerLink::clamdStillAlive() { return agent_.engine().clamdStillAlive(); }
 void ScannerLink::recoverFromCrashedClamd() { agent_.engine().recoverFromCrashedClamd(); }
@@ -17,6 +23,7 @@ void ScannerLink::noEnginePanic() { agent_.engine().noEnginePanic(); }
 std::string ScannerLink::getQuitMenuName() { return agent_.mainMenu().getQuitMenuName(); }
 void ScannerLink::quit() { agent_.quit(); }
 void ScannerLink::openAndWait(const std::string& folder) { agent_.openAndWait(folder); }
+void ScannerLink::open(const std::string& folder) { agent_.open(folder); }
 bool ScannerLink::displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                             const std::string& description) {
   return agent_.displayGrowlDialogWithTitleAndDescription(code, description);
@@ -42,6 +49,9 @@ bool WatcherLink::displayError(const std::string& description) {
 }
 void WatcherLink::addStringToItemList(const std::string& path) {
   agent_.theDispatcher().addStringToItemList(path);
+}
+void WatcherLink::addToItemList(std::vector<std::string>& paths) {
+  agent_.theDispatcher().addToItemList(paths);
 }
 
 std::optional<std::string> EngineLink::clamPATH() { return agent_.preferences().clamPATH(); }

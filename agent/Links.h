@@ -9,6 +9,7 @@
 #include "scanning/Dispatcher.h"
 #include "scanning/ScanArguments.h"
 #include "scanning/ScannerOwner.h"
+#include "watchers/WatcherMenu.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
@@ -24,12 +25,25 @@ class MenuForScanners final : public ScannerMenu {
   VantrelQuillo& agent_;
 };
 
+class MenuForWatchers final : public WatcherMenu {
+ public:
+  explicit MenuForWatchers(VantrelQuillo& agent) : agent_(agent) {}
+  Mutex& monitor() override;
+  void setReady() override;
+  void folderMissingPanic() override;
+
+ private:
+  VantrelQuillo& agent_;
+};
+
 class ScannerLink final : public ScannerOwner {
  public:
   explicit ScannerLink(VantrelQuillo& agent) : agent_(agent) {}
   Dispatcher& theDispatcher() override;
   std::string getQuarantineOrTrash() override;
   std::string getQuarantineLocation() override;
+  std::string getIncludePattern() override;
+  std::string getExcludePattern() override;
   void modifyScannerCountBy(std::int32_t delta) override;
   bool clamdStillAlive() override;
   void recoverFromCrashedClamd() override;
@@ -38,6 +52,7 @@ class ScannerLink final : public ScannerOwner {
   std::string getQuitMenuName() override;
   void quit() override;
   void openAndWait(const std::string& folder) override;
+  void open(const std::string& folder) override;
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                  const std::string& description) override;
   void addToDialogList(std::shared_ptr<FileRemover> dialog) override;
@@ -60,6 +75,7 @@ class WatcherLink final : public WatcherOwner, private PathIntake {
 
  private:
   void addStringToItemList(const std::string& path) override;
+  void addToItemList(std::vector<std::string>& paths) override;
 
   VantrelQuillo& agent_;
 };

@@ -119,6 +119,8 @@ class VantrelQuillo {
   bool isWatching() const { return gfsLogger.isWatching(); }
   // Opens the folder with the desktop's opener and waits for that to end.
   void openAndWait(const std::string& folder);
+  // Opens it and does not wait.
+  void open(const std::string& folder);
 
  private:
   void perform(std::function<void()> request);

@@ -107,4 +107,14 @@ void VantrelQuillo::openAndWait(const std::string& folder) {
   }
 }
 
+void VantrelQuillo::open(const std::string& folder) {
+  try {
+    const auto opener = std::make_shared<ChildProcess>(
+        LaunchRequest{"/usr/bin/open", {folder}, LaunchRequest::Output::inherited});
+    services_.threads.detachNewThread("open", [opener] { opener->waitUntilExit(); });
+  } catch (const PlatformException&) {
+    services_.platform.workspace.openFile(folder);
+  }
+}
+
 }  // namespace quillo

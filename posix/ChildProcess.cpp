@@ -78,12 +78,23 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
 }  // namespace
 
 ChildProcess::ChildProcess(const LaunchRequest& request) {
-  SpawnSettings settings;
   UniqueFd writer;
   if (request.output == LaunchRequest::Output::joinedPipe) {
     output_ = PipeReader::open(writer);
-    posix_spawn_file_actions_adddup2(&settings.actions, writer.get(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&settings.actions, writer.get(), STDERR_FILENO);
+  }
+  spawn(request, writer.get());
+}
+
+ChildProcess::ChildProcess(const LaunchRequest& request, PipeReader output, UniqueFd writer)
+    : output_(std::move(output)) {
+  spawn(request, writer.get());
+}
+
+void ChildProcess::spawn(const LaunchRequest& request, int writer) {
+  SpawnSettings settings;
+  if (writer >= 0) {
+    posix_spawn_file_actions_adddup2(&settings.actions, writer, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&settings.actions, writer, STDERR_FILENO);
   } else if (request.output == LaunchRequest::Output::discardedStdout) {
     posix_spawn_file_actions_addopen(&settings.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   }

@@ -43,6 +43,8 @@ class ChildProcess {
   // Throws PlatformException with the reason "launch path not accessible" when the program cannot
   // be run, and with another reason when the system refuses a new process or pipe.
   explicit ChildProcess(const LaunchRequest& request);
+  // As above, with standard output and standard error in a pipe that the caller made.
+  ChildProcess(const LaunchRequest& request, PipeReader output, UniqueFd writer);
   // Ends the child with SIGKILL if it still runs, and reaps it.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
@@ -65,6 +67,7 @@ class ChildProcess {
   void closeOutput() { output_.close(); }
 
  private:
+  void spawn(const LaunchRequest& request, int writer);
   void reap();
 
   pid_t pid_ = -1;

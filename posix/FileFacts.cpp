@@ -54,6 +54,15 @@ std::optional<std::string> contentsOfFile(const std::string& path) {
   }
 }
 
+bool isFolderItself(const std::string& path) {
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isListableFolder(const std::string& path) {
+  return static_cast<bool>(UniqueFd(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+}
+
 bool isOwnFolder(const std::string& path) {
   struct stat status = {};
   return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();

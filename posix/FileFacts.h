@@ -20,6 +20,10 @@ bool fileExists(const std::string& path);
 bool isReadableFile(const std::string& path);
 // The whole file as bytes; absent when it cannot be read.
 std::optional<std::string> contentsOfFile(const std::string& path);
+// Whether the path itself, not what it leads to, is a folder.
+bool isFolderItself(const std::string& path);
+// Whether what lies in the folder can be listed.
+bool isListableFolder(const std::string& path);
 // Whether the path itself, not what it leads to, is a folder of this user's own.
 bool isOwnFolder(const std::string& path);
 

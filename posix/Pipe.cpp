@@ -12,17 +12,33 @@
 
 namespace quillo {
 
-PipeReader PipeReader::open(UniqueFd& writer) {
+std::optional<Pipe> Pipe::make() {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) {
+    return std::nullopt;
+  }
+  Pipe pipe;
+  pipe.reader_.reset(ends[0]);
+  pipe.writer_.reset(ends[1]);
+  return pipe;
+}
+
+std::optional<PipeReader> Pipe::fileHandleForReading() {
+  if (fcntl(reader_.get(), F_SETFL, O_NONBLOCK) != 0) {
+    return std::nullopt;
+  }
+  return PipeReader(std::move(reader_));
+}
+
+PipeReader PipeReader::open(UniqueFd& writer) {
+  std::optional<Pipe> pipe = Pipe::make();
+  std::optional<PipeReader> reader = pipe ? pipe->fileHandleForReading() : std::nullopt;
+  if (!reader) {
     throw PlatformException("PipeFailure",
                             std::string("cannot create a pipe: ") + std::strerror(errno));
   }
-  PipeReader reader;
-  reader.end_.reset(ends[0]);
-  writer.reset(ends[1]);
-  fcntl(ends[0], F_SETFL, O_NONBLOCK);
-  return reader;
+  writer = pipe->takeWriter();
+  return std::move(*reader);
 }
 
 std::string PipeReader::availableData() {

@@ -1,15 +1,35 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "posix/UniqueFd.h"
 
 namespace quillo {
 
+class PipeReader;
+
+// A new pipe, both ends close-on-exec, before its ends are shared out. pipe(2). Owned by one
+// thread.
+class Pipe {
+ public:
+  // Nothing when the system has none; errno tells why.
+  static std::optional<Pipe> make();
+  // The reading end, which never blocks a read; nothing when it cannot be made so, or was taken.
+  std::optional<PipeReader> fileHandleForReading();
+  UniqueFd takeWriter() { return std::move(writer_); }
+
+ private:
+  UniqueFd reader_;
+  UniqueFd writer_;
+};
+
 // The reading end of a pipe, read in chunks. Owned by one thread.
 class PipeReader {
  public:
   PipeReader() = default;
+  explicit PipeReader(UniqueFd end) : end_(std::move(end)) {}
   // Makes a pipe whose ends are both close-on-exec, and gives the writing end to `writer`.
   // Throws PlatformException when the system has none.
   static PipeReader open(UniqueFd& writer);

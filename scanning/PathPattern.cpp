@@ -15,13 +15,12 @@ PathPattern::~PathPattern() {
 }
 
 bool PathPattern::matches(const std::string& path) const {
-  if (!valid_) {
-    return false;
-  }
+  return matchesText(path) || matchesText(std::string(lastPathComponent(path)));
+}
+
+bool PathPattern::matchesText(const std::string& text) const {
   regmatch_t matched[2];
-  const std::string name(lastPathComponent(path));
-  return regexec(&compiled_, path.c_str(), 2, matched, 0) == 0 ||
-         regexec(&compiled_, name.c_str(), 2, matched, 0) == 0;
+  return valid_ && regexec(&compiled_, text.c_str(), 2, matched, 0) == 0;
 }
 
 std::string PathPattern::literalExpression(const std::string& text, const std::string& home) {

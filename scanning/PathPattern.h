@@ -6,8 +6,8 @@
 
 namespace quillo {
 
-// One exclusion pattern, compiled once: a POSIX extended regular expression (regex(7)), unanchored
-// and case-sensitive. One that does not compile matches nothing.
+// One pattern of the user, compiled once: a POSIX extended regular expression (regex(7)),
+// unanchored and case-sensitive. One that does not compile matches nothing.
 class PathPattern {
  public:
   explicit PathPattern(const std::string& pattern);
@@ -17,6 +17,8 @@ class PathPattern {
 
   // Whether it matches in the full path or in its last component. Any thread.
   bool matches(const std::string& path) const;
+  // Whether it matches in the text as a whole. Any thread.
+  bool matchesText(const std::string& text) const;
 
   // The expression that matches `text` alone, as users write plain patterns: a leading "~" becomes
   // the home folder. "]", "{" and "}" keep their meaning.

@@ -2,57 +2,18 @@
 
 #include <algorithm>
 #include <exception>
-#include <optional>
 #include <utility>
 
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
 #include "platform/TypedPreferences.h"
-#include "posix/ChildProcess.h"
-#include "posix/Clock.h"
-#include "posix/PlatformException.h"
 #include "scanning/Dispatcher.h"
-#include "scanning/RoadObserver.h"
+#include "scanning/EngineRun.h"
 #include "scanning/ScanList.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
 namespace quillo {
-namespace {
-
-constexpr int cannotScanStatus = 2;
-constexpr std::size_t moveOptionLength = 7;  // of "--move="
-
-std::string listed(const std::vector<std::string>& elements) {
-  std::string text = "(";
-  for (const std::string& element : elements) {
-    text.append(text.size() > 1 ? ", " : "").append(element);
-  }
-  return text + ")";
-}
-
-// Raises the count of running scans for the length of a scope.
-class CountedScan {
- public:
-  explicit CountedScan(ScannerOwner& owner) : owner_(owner) { owner_.modifyScannerCountBy(1); }
-  ~CountedScan() { owner_.modifyScannerCountBy(-1); }
-  CountedScan(const CountedScan&) = delete;
-  CountedScan& operator=(const CountedScan&) = delete;
-
- private:
-  ScannerOwner& owner_;
-};
-
-}  // namespace
-
-struct PatientScanner::Run {
-  std::shared_ptr<const Settings> settings;
-  std::vector<std::string> scanArguments;
-  std::string scanCommandPath = "(null)";
-  std::optional<ChildProcess> scanCheckTask;
-  std::string lastData = "(null)";
-};
-
 PatientScanner::PatientScanner(ScannerOwner& owner, const ScannerServices& services)
     : owner_(owner), services_(services), report_(owner, services) {}
 
@@ -73,9 +34,7 @@ void PatientScanner::setMenuAndParams(const ScanArgumentList& list) {
   settings.excludePatterns = readExcludePatterns();
   settings.policy.quarantineLocation = before->policy.quarantineLocation;
   if (settings.policy.quarantineOrTrash == "Q") {
-    const std::string moveOption = owner_.getQuarantineLocation();
-    settings.policy.quarantineLocation =
-        moveOption.substr(std::min(moveOptionLength, moveOption.size()));
+    settings.policy.quarantineLocation = folderOfMoveOption(owner_.getQuarantineLocation());
   }
   settings.policy.suppressInfoDialogs = preferences.boolean("SuppressInfoDialogs").value_or(false);
   settings_.store(std::move(settings));
@@ -155,86 +114,28 @@ bool PatientScanner::taskDataAvailable(std::string_view chunk) {
 }
 
 void PatientScanner::performScan() {
-  const CountedScan counted(owner_);
-  Run run;
-  try {
-    runEngine(run);
-  } catch (const PlatformException& failure) {
-    if (failure.reason() == "launch path not accessible") {
-      owner_.noEnginePanic();
-    } else {
-      reportFailure(run, failure);
-    }
-  }
+  const std::shared_ptr<const Settings> settings = settings_.load();
+  report_.startRun(settings->policy);
+  EngineRun run(owner_, services_, settings->scanParams, scanList_);
+  run.perform([this, &run] { runEngine(run); });
 }
 
-void PatientScanner::runEngine(Run& run) {
-  run.settings = settings_.load();
-  run.scanArguments = run.settings->scanParams;
-  report_.startRun(run.settings->policy);
-
+void PatientScanner::runEngine(EngineRun& run) {
   ScanList list(name_);
   const std::string problem = list.write(scanList_);
   if (!problem.empty()) {
     services_.systemLog.log(problem);
   }
-  run.scanArguments.push_back("--file-list=" + list.argumentPath());
-  run.scanCommandPath = run.scanArguments.front();
-  run.scanArguments.erase(run.scanArguments.begin());
-
-  if (services_.roadObserver) {
-    services_.roadObserver->scanStarted(scanList_);
-  }
-  LaunchRequest request{run.scanCommandPath, run.scanArguments};
-  request.descriptorThree = list.descriptor();
-  run.scanCheckTask.emplace(request);
-  waitForEngine(run);
-  list.remove();
-  run.scanCheckTask->closeOutput();
-  if (services_.roadObserver) {
-    services_.roadObserver->scanEnded(scanList_, run.scanCheckTask->terminationStatus());
-  }
-}
-
-void PatientScanner::waitForEngine(Run& run) {
-  ChildProcess& task = *run.scanCheckTask;
-  const int status = task.waitUntilExit([this, &run](std::string_view chunk) {
-    run.lastData = chunk;
+  run.takeArguments({"--file-list=" + list.argumentPath()});
+  run.launch(list.descriptor());
+  const auto handler = [this, &run](std::string_view chunk) {
+    run.readData(chunk);
     return taskDataAvailable(chunk);
-  });
-  if (status == cannotScanStatus && !owner_.clamdStillAlive()) {
-    report_.showEngineError();
-  }
-  waitWhileStillRunning([&task] { return task.isRunning(); }, services_.systemLog, services_.clock);
-  for (std::string data = task.availableData(); !data.empty(); data = task.availableData()) {
-    run.lastData = data;
-    dealWithOutput(data);
-  }
-}
-
-void PatientScanner::waitWhileStillRunning(const std::function<bool()>& isRunning, SystemLog& log,
-                                           Clock& clock) {
-  while (isRunning()) {
-    log.log("Scanner task still running but performScan was about to exit!\n");
-    clock.sleepFor(std::chrono::seconds(1));
-  }
-}
-
-void PatientScanner::reportFailure(const Run& run, const PlatformException& failure) {
-  const auto tell = [this](const std::string& line) { services_.systemLog.log(line); };
-  const std::string task =
-      run.scanCheckTask ? std::to_string(run.scanCheckTask->processIdentifier()) : "(null)";
-  tell("Scanner: Caught " + failure.name() + ": " + failure.reason());
-  tell("Scanner v1 of 9: scanArguments: " + listed(run.scanArguments));
-  tell("Scanner v2 of 9: scanCommandPath: " + run.scanCommandPath);
-  tell("Scanner v3 of 9: outputPipe: " + task);
-  tell("Scanner v4 of 9: taskOutput: " + task);
-  tell("Scanner v5 of 9: scanCheckTask: " + task);
-  tell("Scanner v6 of 9: scanParams: " + listed(run.settings->scanParams));
-  tell("Scanner v7 of 9: thePaths: " + listed(scanList_));
-  tell("Scanner v8 of 9: [scanArguments objectAtIndex:0]: " +
-       (run.scanArguments.empty() ? "(null)" : run.scanArguments.front()));
-  tell("Scanner v9 of 9: data: " + run.lastData);
+  };
+  run.waitUntilExit(handler, [this] { report_.showEngineError(owner_.getQuitMenuName()); });
+  run.drain(handler);
+  list.remove();
+  run.finish();
 }
 
 }  // namespace quillo

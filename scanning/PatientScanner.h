@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,12 +12,9 @@
 
 namespace quillo {
 
-class ChildProcess;
-class Clock;
 class Dispatcher;
-class PlatformException;
+class EngineRun;
 class ScannerOwner;
-class SystemLog;
 struct ScannerServices;
 
 // A worker that waits until the dispatcher has ready paths, takes a batch, drops what the user
@@ -51,9 +47,6 @@ class PatientScanner {
   // one.
   bool taskDataAvailable(std::string_view chunk);
   void dealWithOutput(std::string_view chunk) { report_.dealWithOutput(chunk); }
-  // Tells once a second for as long as `isRunning` says so.
-  static void waitWhileStillRunning(const std::function<bool()>& isRunning, SystemLog& log,
-                                    Clock& clock);
 
   // The current batch. For the scanner's own thread.
   std::vector<std::string>& scanList() { return scanList_; }
@@ -64,13 +57,9 @@ class PatientScanner {
     std::vector<std::shared_ptr<const PathPattern>> excludePatterns;
     InfectionPolicy policy;
   };
-  // What one run has made so far, for the log if it fails.
-  struct Run;
 
   std::vector<std::shared_ptr<const PathPattern>> readExcludePatterns() const;
-  void runEngine(Run& run);
-  void waitForEngine(Run& run);
-  void reportFailure(const Run& run, const PlatformException& failure);
+  void runEngine(EngineRun& run);
 
   // Constant after construction (the name: after setMyName).
   ScannerOwner& owner_;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -17,5 +19,10 @@ class ScannerMenu {
 // arguments.
 using ScanArgument = std::variant<ScannerMenu*, std::string>;
 using ScanArgumentList = std::vector<ScanArgument>;
+
+// The folder that "--move=" names, as the parameters give it.
+inline std::string folderOfMoveOption(const std::string& moveOption) {
+  return moveOption.substr(std::min(std::string_view("--move=").size(), moveOption.size()));
+}
 
 }  // namespace quillo

@@ -15,7 +15,7 @@
 namespace quillo {
 namespace {
 
-constexpr std::string_view infectionEnd = " FOUND";
+constexpr std::string_view infectionMark = " FOUND";
 constexpr std::string_view daemonGone = "WARNING: Can't connect to clamd.";
 // How current engines word it, once for every entry of the list.
 constexpr std::string_view daemonUnreachable = "ERROR: Could not connect to clamd on LocalSocket ";
@@ -30,10 +30,22 @@ void writeLogLine(const std::string& timestamp, const std::string& text) {
   std::fflush(stdout);
 }
 
+// Apart from any report: its dialog may outlive it.
+void openFolderOf(ButtonDialog& dialog, const std::string& folder, ScannerOwner& owner,
+                  const ReportRules& rules) {
+  dialog.orderOut();
+  if (rules.waitsForOpener) {
+    owner.openAndWait(folder);
+  } else {
+    owner.open(folder);
+  }
+  dialog.close();
+}
+
 }  // namespace
 
-ScanReport::ScanReport(ScannerOwner& owner, const ScannerServices& services)
-    : owner_(owner), services_(services) {}
+ScanReport::ScanReport(ScannerOwner& owner, const ScannerServices& services, ReportRules rules)
+    : owner_(owner), services_(services), rules_(rules) {}
 
 void ScanReport::startRun(const InfectionPolicy& policy) {
   policy_ = policy;
@@ -64,10 +76,15 @@ void ScanReport::dealWithOutput(std::string_view chunk) {
 }
 
 void ScanReport::dealWithLine(const std::string& line, const std::string& timestamp) {
-  if (std::string_view(line).ends_with(infectionEnd)) {
+  if (isInfection(line)) {
     dealWithInfection(line);
   }
   logLine(line, timestamp);
+}
+
+bool ScanReport::isInfection(std::string_view line) const {
+  return rules_.foundAnywhere ? line.find(infectionMark) != std::string_view::npos
+                              : line.ends_with(infectionMark);
 }
 
 void ScanReport::dealWithInfection(const std::string& line) {
@@ -87,15 +104,15 @@ void ScanReport::showQuarantined(const std::string& line) {
     if (auto dialog = services_.interfaceLoader.load("QuarantinedDialog")) {
       theDialog = dialog;
       std::weak_ptr<ButtonDialog> shown = dialog;
-      dialog->setAction(
-          [this, shown, folder = policy_.quarantineLocation](ButtonDialog::Button button) {
-            const auto pressed = shown.lock();
-            if (pressed && button == ButtonDialog::Button::deleteButton) {
-              openQuarantineFolder(*pressed, folder);
-            } else if (pressed) {
-              pressed->close();
-            }
-          });
+      dialog->setAction([&owner = owner_, rules = rules_, shown,
+                         folder = policy_.quarantineLocation](ButtonDialog::Button button) {
+        const auto pressed = shown.lock();
+        if (pressed && button == ButtonDialog::Button::deleteButton) {
+          openFolderOf(*pressed, folder, owner, rules);
+        } else if (pressed) {
+          pressed->close();
+        }
+      });
     } else {
       services_.systemLog.log("Error loading Nib for document!");
     }
@@ -123,7 +140,7 @@ void ScanReport::logLine(const std::string& line, const std::string& timestamp) 
   if (line.empty()) {
     return;
   }
-  if (line == daemonGone) {
+  if (rules_.recoversDaemon && line == daemonGone) {
     owner_.recoverFromCrashedClamd();
     writeLogLine(timestamp, "clamd appears to have died - attempting restart...");
     return;
@@ -132,13 +149,14 @@ void ScanReport::logLine(const std::string& line, const std::string& timestamp) 
     return;
   }
   writeLogLine(timestamp, line);
-  if (!recovered_ && std::string_view(line).starts_with(daemonUnreachable)) {
+  if (rules_.recoversDaemon && !recovered_ &&
+      std::string_view(line).starts_with(daemonUnreachable)) {
     recovered_ = true;
     owner_.recoverUnreachableClamd();
   }
 }
 
-void ScanReport::showEngineError() {
+void ScanReport::showEngineError(const std::string& quitMenuName) {
   services_.systemLog.log("can't connect to clamd");
   auto dialog = services_.interfaceLoader.load("QuarantinedDialog");
   if (!dialog) {
@@ -148,7 +166,7 @@ void ScanReport::showEngineError() {
   theDialog = dialog;
   const std::string text = services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", "");
   dialog->setMessage(text);
-  dialog->setDeleteButtonTitle(owner_.getQuitMenuName());
+  dialog->setDeleteButtonTitle(quitMenuName);
   std::weak_ptr<ButtonDialog> shown = dialog;
   dialog->setAction([shown, &owner = owner_](ButtonDialog::Button button) {
     if (button == ButtonDialog::Button::deleteButton) {
@@ -162,9 +180,7 @@ void ScanReport::showEngineError() {
 }
 
 void ScanReport::openQuarantineFolder(ButtonDialog& dialog, const std::string& folder) {
-  dialog.orderOut();
-  owner_.openAndWait(folder);
-  dialog.close();
+  openFolderOf(dialog, folder, owner_, rules_);
 }
 
 }  // namespace quillo

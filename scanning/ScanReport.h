@@ -17,20 +17,30 @@ struct InfectionPolicy {
   bool suppressInfoDialogs = false;
 };
 
+// Where one scanner's reading of the report differs from another's.
+struct ReportRules {
+  // Whether " FOUND" makes an infection anywhere in a line, or only at its end.
+  bool foundAnywhere = false;
+  // Whether the line that says that the daemon is gone has it recovered, or is logged like any.
+  bool recoversDaemon = true;
+  bool waitsForOpener = true;
+};
+
 // Turns the engine's report into log lines, notifications and dialogs. Each chunk is judged by
 // itself: a line cut by its end counts as two. Runs on the thread of the scanner that owns it; its
 // dialogs answer on the main thread.
 class ScanReport {
  public:
-  ScanReport(ScannerOwner& owner, const ScannerServices& services);
+  ScanReport(ScannerOwner& owner, const ScannerServices& services, ReportRules rules = {});
 
   // To be called before each run.
   void startRun(const InfectionPolicy& policy);
   // One chunk of the report. One that is not UTF-8 is dropped whole. Scan log lines go to standard
   // output, each written at once.
   void dealWithOutput(std::string_view chunk);
-  // Tells that the engine cannot be reached: a dialog whose button quits, and a notification.
-  void showEngineError();
+  // Tells that the engine cannot be reached: a dialog whose button quits, under that title, and a
+  // notification.
+  void showEngineError(const std::string& quitMenuName);
   // Index of the last ":" or -1.
   static int getLastColon(std::string_view text);
   // Takes the dialog off the screen and opens the quarantine folder. Main thread.
@@ -38,6 +48,7 @@ class ScanReport {
 
  private:
   void dealWithLine(const std::string& line, const std::string& timestamp);
+  bool isInfection(std::string_view line) const;
   void dealWithInfection(const std::string& line);
   void showQuarantined(const std::string& line);
   void showWarning(const std::string& line);
@@ -46,6 +57,7 @@ class ScanReport {
 
   ScannerOwner& owner_;
   const ScannerServices& services_;
+  const ReportRules rules_;
   // Used by the scanner's thread alone.
   InfectionPolicy policy_;
   std::shared_ptr<ButtonDialog> theDialog;

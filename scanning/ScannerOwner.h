@@ -36,6 +36,9 @@ class ScannerOwner : public DialogListOwner {
   virtual std::string getQuarantineOrTrash() = 0;
   // "--move=" and the quarantine folder, or "".
   virtual std::string getQuarantineLocation() = 0;
+  // Regular expressions, or "".
+  virtual std::string getIncludePattern() = 0;
+  virtual std::string getExcludePattern() = 0;
   virtual void modifyScannerCountBy(std::int32_t delta) = 0;
   virtual bool clamdStillAlive() = 0;
   virtual void recoverFromCrashedClamd() = 0;
@@ -48,6 +51,8 @@ class ScannerOwner : public DialogListOwner {
   virtual void quit() = 0;
   // Opens the folder with "/usr/bin/open" and waits until that has ended. Main thread.
   virtual void openAndWait(const std::string& folder) = 0;
+  // As above, without waiting.
+  virtual void open(const std::string& folder) = 0;
   // Whether the notification was posted.
   virtual bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                          const std::string& description) = 0;

@@ -16,6 +16,8 @@ class PathIntake {
  public:
   virtual ~PathIntake() = default;
   virtual void addStringToItemList(const std::string& path) = 0;
+  // All of them at once; the list is emptied.
+  virtual void addToItemList(std::vector<std::string>& paths) = 0;
 };
 
 // What a watcher asks of its owner. Every operation may be called from the watcher's thread.

@@ -24,6 +24,8 @@ class FakeScannerOwner final : public ScannerOwner {
   Dispatcher& theDispatcher() override { return dispatcher_; }
   std::string getQuarantineOrTrash() override { return quarantineOrTrash; }
   std::string getQuarantineLocation() override { return quarantineLocation; }
+  std::string getIncludePattern() override { return includePattern; }
+  std::string getExcludePattern() override { return excludePattern; }
   void modifyScannerCountBy(std::int32_t delta) override {
     record(delta > 0 ? "count up" : "count down");
     count += delta;
@@ -51,6 +53,7 @@ class FakeScannerOwner final : public ScannerOwner {
       duringOpening();
     }
   }
+  void open(const std::string& folder) override { record("open at once " + folder); }
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                  const std::string& description) override {
     record("notify " + std::to_string(code) + " " + description);
@@ -91,6 +94,8 @@ class FakeScannerOwner final : public ScannerOwner {
 
   std::string quarantineOrTrash;
   std::string quarantineLocation;
+  std::string includePattern;
+  std::string excludePattern;
   std::atomic<bool> alive{true};
   std::atomic<std::int32_t> count{0};
   std::function<void()> duringAliveCheck;

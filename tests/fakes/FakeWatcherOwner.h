@@ -1,10 +1,12 @@
 #pragma once
 
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "posix/Snapshot.h"
@@ -66,10 +68,21 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
     return calls_;
   }
 
+  // Whoever hands a list over gets this instead, once.
+  std::exception_ptr refusal;
   std::function<void()> onStop;
   std::function<void()> onStart;
 
  private:
+  void addToItemList(std::vector<std::string>& paths) override {
+    if (refusal) {
+      std::rethrow_exception(std::exchange(refusal, nullptr));
+    }
+    std::lock_guard hold(mutex_);
+    paths_.insert(paths_.end(), paths.begin(), paths.end());
+    paths.clear();
+    changed_.notify_all();
+  }
   void addStringToItemList(const std::string& path) override {
     std::lock_guard hold(mutex_);
     paths_.push_back(path);

@@ -239,6 +239,8 @@ TEST_F(WatchingAgent, AbortsWhatWaitsAndWhateverScans) {
 TEST_F(WatchingAgent, OpensAFolderWithTheDesktopWhereThereIsNoOpener) {
   agent().openAndWait(home.path());
   EXPECT_EQ(desktop.workspace.opened.size() + (fileExists("/usr/bin/open") ? 1U : 0U), 1U);
+  agent().open(home.path());
+  EXPECT_EQ(desktop.workspace.opened.size() + (fileExists("/usr/bin/open") ? 2U : 0U), 2U);
 }
 
 }  // namespace

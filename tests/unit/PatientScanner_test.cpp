@@ -151,21 +151,5 @@ TEST_F(PatientScannerBatch, AnEmptyChunkEndsTheReading) {
   EXPECT_TRUE(capture.text().ends_with(" /a: OK\n"));
 }
 
-TEST_F(PatientScannerBatch, AnEngineStillRunningAfterTheWaitIsToldOnceASecond) {
-  bench.clock.setSleepsPassAtOnce(true);
-  int asked = 0;
-  PatientScanner::waitWhileStillRunning([&asked] { return ++asked <= 3; }, bench.desktop.systemLog,
-                                        bench.clock);
-  const std::string line = "Scanner task still running but performScan was about to exit!";
-  EXPECT_EQ(bench.desktop.systemLog.lines(), (Paths{line, line, line}));
-  EXPECT_EQ(bench.clock.slept(), std::chrono::seconds(3));
-}
-
-TEST_F(PatientScannerBatch, AnEngineThatHasEndedIsNotToldOf) {
-  PatientScanner::waitWhileStillRunning([] { return false; }, bench.desktop.systemLog, bench.clock);
-  EXPECT_EQ(bench.desktop.systemLog.lines(), Paths());
-  EXPECT_EQ(bench.clock.slept(), Clock::Duration::zero());
-}
-
 }  // namespace
 }  // namespace quillo

@@ -144,7 +144,7 @@ TEST_F(ScanReportInfections, AreActedOnAlsoWhenTheirLineBeginsLikeTheSummary) {
 
 TEST_F(ScanReportInfections, TheEngineErrorOffersToQuit) {
   desktop.localizedStrings.texts["CLAMDSCAN_ERROR"] = "The engine cannot be reached.";
-  report.showEngineError();
+  report.showEngineError("Quit Vantrel Quillo");
   EXPECT_EQ(desktop.systemLog.lines(), Calls{"can't connect to clamd"});
   ASSERT_EQ(quarantinedDialogs().size(), 1U);
   const auto dialog = quarantinedDialogs()[0];
@@ -157,7 +157,7 @@ TEST_F(ScanReportInfections, TheEngineErrorOffersToQuit) {
 }
 
 TEST_F(ScanReportInfections, TheEngineErrorMayBeClosedWithoutQuitting) {
-  report.showEngineError();
+  report.showEngineError("Quit Vantrel Quillo");
   quarantinedDialogs().at(0)->press(Button::otherButton);
   EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
   EXPECT_FALSE(owner.wasTold("quit"));
@@ -165,7 +165,7 @@ TEST_F(ScanReportInfections, TheEngineErrorMayBeClosedWithoutQuitting) {
 
 TEST_F(ScanReportInfections, TheEngineErrorWithoutADialogIsLoggedAndNotNotified) {
   desktop.interfaceLoader.setBroken(true);
-  report.showEngineError();
+  report.showEngineError("Quit Vantrel Quillo");
   EXPECT_EQ(desktop.systemLog.lines(),
             (Calls{"can't connect to clamd", "Error loading nib for warning dialog!"}));
   EXPECT_EQ(owner.calls(), Calls());

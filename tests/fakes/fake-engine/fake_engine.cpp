@@ -1,5 +1,6 @@
 // A scanner program that scans nothing: what it says about a path follows from the first word of
-// the file's name. Arguments and report have the form of clamdscan(1).
+// the file's name. Arguments and report have the form of clamdscan(1); paths come in a list or as
+// arguments.
 //
 //   infected-*     PATH: Eicar-Test-Signature FOUND
 //   error-*        ERROR: Can't access file PATH
@@ -109,7 +110,9 @@ int main(int count, char** values) {
   constexpr std::string_view option = "--file-list=";
   Verdict verdict;
   for (const std::string& argument : arguments) {
-    if (argument.starts_with(option)) {
+    if (argument.starts_with("/")) {
+      judge(argument, arguments, verdict);
+    } else if (argument.starts_with(option)) {
       std::ifstream list(argument.substr(option.size()));
       for (std::string path; std::getline(list, path);) {
         judge(path, arguments, verdict);
