@@ -38,6 +38,7 @@ class ScanReport {
 
  private:
   void dealWithLine(const std::string& line, const std::string& timestamp);
+  void tellVerdict(std::string_view line);
   void dealWithInfection(const std::string& line);
   void showQuarantined(const std::string& line);
   void showWarning(const std::string& line);

@@ -6,13 +6,18 @@
 namespace quillo {
 namespace {
 
+// The colour of the beam in "dock_scanning1" to "dock_scanning8".
+constexpr QRgb scanningColour = 0xffd34d;
+const QRect wholeScreen(0, 0, DesktopSession::width, DesktopSession::height);
+
 class DockTileTest : public testing::Test {
  protected:
   void SetUp() override {
     face.tell("dockimage dock_watching");
     face.tell("dockstate Watching two folders");
-    face.tell("dockfolders /home/anna/Documents:/home/anna/Downloads");
-    face.tell("verdict /home/anna/a.zip: Win.Test FOUND");
+    face.tell("dockfolders ~/Documents/:~/Downloads/");
+    face.tell("verdict 12:00:01 ~/Downloads/holiday.jpg scanned");
+    face.tell("verdict 12:00:02 ~/Downloads/invoice.zip Win.Test.Agent-12345 threat");
     ASSERT_EQ(face.ask("dock", "foreground "), "0");
     face.expect("focus Vantrel Quillo");
     ASSERT_TRUE(session.screen().eventually(
@@ -26,6 +31,45 @@ class DockTileTest : public testing::Test {
 TEST_F(DockTileTest, SaysWhatTheAgentDoes) {
   session.keepPicture("dock-tile");
   EXPECT_EQ(face.ask("text theState", "text "), "Watching two folders");
+}
+
+TEST_F(DockTileTest, ListsFoldersAndVerdictsNewestFirst) {
+  EXPECT_EQ(face.ask("rows theFolders", "rows "), "~/Documents/;~/Downloads/");
+  EXPECT_EQ(face.ask("rows theVerdicts", "rows "),
+            "12:00:02,~/Downloads/invoice.zip,Win.Test.Agent-12345;"
+            "12:00:01,~/Downloads/holiday.jpg,scanned");
+}
+
+TEST_F(DockTileTest, KeepsTheLastTenOfAStormOfVerdicts) {
+  for (int number = 1; number <= 1000; ++number) {
+    face.tell("verdict 12:00:03 ~/" + std::to_string(number) + " scanned");
+  }
+  std::string rows = "12:00:03,~/1000,scanned";
+  for (int number = 999; number > 990; --number) {
+    rows += ";12:00:03,~/" + std::to_string(number) + ",scanned";
+  }
+  EXPECT_TRUE(
+      session.screen().eventually([&] { return face.ask("rows theVerdicts", "rows ") == rows; }));
+}
+
+TEST_F(DockTileTest, ShowsAnotherStateAndAnotherPicture) {
+  face.tell("dockstate Scanning 1,204 files");
+  face.tell("dockimage dock_scanning3");
+  ASSERT_TRUE(session.screen().eventually(
+      [&] { return face.ask("text theState", "text ") == "Scanning 1,204 files"; }));
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return session.screen().find(scanningColour, wholeScreen).has_value(); }));
+}
+
+TEST_F(DockTileTest, ShowsAgainAfterBeingMinimisedWhatHasChanged) {
+  session.press("alt+F4");
+  face.expect("minimised");
+  face.tell("dockimage dock_scanning1");
+  face.ask("sync", "synced");
+  EXPECT_FALSE(session.screen().find(scanningColour, wholeScreen).has_value());
+  face.ask("dock", "foreground ");
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return session.screen().find(scanningColour, wholeScreen).has_value(); }));
 }
 
 TEST_F(DockTileTest, IsMinimisedWhenClosed) {
