@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <optional>
+
 #include "tests/desktop/support/DesktopSession.h"
 #include "tests/desktop/support/FaceProgram.h"
 
@@ -81,6 +84,61 @@ TEST_F(DockTileTest, IsMinimisedWhenClosed) {
 TEST_F(DockTileTest, QuitsFromItsOwnMenu) {
   session.press("ctrl+q");
   face.expect("terminated");
+}
+
+// The colours of a dark desktop, as Qt reads them from the settings of one.
+void writeDarkColours(const std::string& home) {
+  const std::string dark = "BackgroundNormal=35,38,41\nForegroundNormal=239,240,241\n";
+  std::ofstream(home + "/.config/kdeglobals")
+      << "[Colors:Window]\n"
+      << dark << "[Colors:View]\n"
+      << dark << "[Colors:Button]\n"
+      << dark << "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n";
+}
+
+class DockTileLooks : public testing::Test {
+ protected:
+  void show(const std::vector<std::string>& variables, const std::string& picture) {
+    FaceProgram face(session, variables);
+    face.tell("dockimage dock_scanning1");
+    face.tell("dockstate Scanning 1,204 files");
+    face.tell("dockfolders ~/Documents/:~/Downloads/:/srv/exchange/");
+    for (const char* line :
+         {"12:00:01 ~/Downloads/a-rather-long-name-of-a-folder/with/holiday.jpg scanned",
+          "12:00:02 ~/Downloads/invoice.zip Win.Test.Agent-12345 threat",
+          "12:00:03 /srv/exchange/minutes.odt scanned"}) {
+      face.tell(std::string("verdict ") + line);
+    }
+    ASSERT_EQ(face.ask("dock", "foreground "), "0");
+    face.expect("focus Vantrel Quillo");
+    face.ask("where theVerdicts", "at ");
+    ASSERT_TRUE(session.screen().eventually([&] {
+      beam = session.screen().find(scanningColour, wholeScreen);
+      return beam.has_value();
+    }));
+    session.keepPicture(picture);
+    background = session.screen().find(0x232629, wholeScreen);
+  }
+
+  DesktopSession session;
+  std::optional<QRect> beam;
+  std::optional<QRect> background;
+};
+
+TEST_F(DockTileLooks, AreTwiceAsLargeOnADenseScreen) {
+  show({}, "dock-tile-scanning");
+  const int width = beam.value_or(QRect()).width();
+  show({"QT_SCALE_FACTOR=2"}, "dock-tile-dense");
+  EXPECT_NEAR(beam.value_or(QRect()).width(), 2 * width, 4);
+}
+
+TEST_F(DockTileLooks, FollowADarkTheme) {
+  writeDarkColours(session.homeFolder());
+  show({"XDG_CURRENT_DESKTOP=KDE", "KDE_SESSION_VERSION=5"}, "dock-tile-dark");
+  EXPECT_GT(background.value_or(QRect()).height(), 300);
+  // Nothing of the light theme shines through the lists.
+  const QRect lists(260, 380, 500, 220);
+  EXPECT_FALSE(session.screen().find(0xffffff, lists).has_value());
 }
 
 }  // namespace
