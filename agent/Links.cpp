@@ -19,7 +19,11 @@ void ScannerLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScanne
 bool ScannerLink::clamdStillAlive() { return agent_.engine().clamdStillAlive(); }
 void ScannerLink::recoverFromCrashedClamd() { agent_.engine().recoverFromCrashedClamd(); }
 void ScannerLink::recoverUnreachableClamd() { agent_.engine().recoverUnreachableClamd(); }
-void ScannerLink::noEnginePanic() { agent_.engine().noEnginePanic(); }
+void ScannerLink::noEnginePanic() {
+  agent_.face().setEngineMissing(true);
+  agent_.mainMenu().tellStatus();
+  agent_.engine().noEnginePanic();
+}
 std::string ScannerLink::getQuitMenuName() { return agent_.mainMenu().getQuitMenuName(); }
 void ScannerLink::quit() { agent_.quit(); }
 void ScannerLink::openAndWait(const std::string& folder) { agent_.openAndWait(folder); }
@@ -66,6 +70,7 @@ void EngineLink::waitKeepingDesktopAlive(const std::function<void()>& wait) {
 
 std::int32_t MenuLink::scannerCount() { return agent_.scannerCount(); }
 void MenuLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCountBy(delta); }
+StatusFacts MenuLink::status() { return agent_.face().status(); }
 Condition& MenuLink::throbberLock() { return agent_.throbberLock(); }
 void MenuLink::restartWatcher() { agent_.restartWatcher(); }
 std::optional<std::string> MenuLink::freshclamLogLocation() {

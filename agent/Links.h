@@ -98,6 +98,7 @@ class MenuLink final : public ThrobberOwner {
   explicit MenuLink(VantrelQuillo& agent) : agent_(agent) {}
   std::int32_t scannerCount() override;
   void modifyScannerCountBy(std::int32_t delta) override;
+  StatusFacts status() override;
   Condition& throbberLock() override;
   void restartWatcher() override;
   std::optional<std::string> freshclamLogLocation() override;

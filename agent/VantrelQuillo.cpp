@@ -33,16 +33,24 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
       watcherLink_(*this),
       engineLink_(*this),
       menuLink_(*this),
-      scannerServices_{services.platform.application,      services.clock,
-                       services.platform.folders,          services.platform.interfaceLoader,
-                       services.platform.localizedStrings, services.platform.modifierKeys,
-                       services.platform.preferenceStore,  services.platform.systemLog,
-                       services.platform.workspace,        &progressLog_},
+      scannerServices_{services.platform.application,
+                       services.clock,
+                       services.platform.folders,
+                       services.platform.interfaceLoader,
+                       services.platform.localizedStrings,
+                       services.platform.modifierKeys,
+                       services.platform.preferenceStore,
+                       services.platform.systemLog,
+                       services.platform.workspace,
+                       &progressLog_,
+                       &face_},
       watcherServices_{services.platform.application,     services.platform.authorization,
                        services.platform.folders,         services.platform.localizedStrings,
                        services.platform.preferenceStore, services.platform.systemLog,
                        services.platform.trashFolders},
       progressLog_(services.platform.systemLog),
+      face_({services.clock, services.platform.dockTile, services.platform.folders,
+             services.platform.localizedStrings}),
       theDispatcher_(services.clock, services.platform.systemLog,
                      services.platform.volumes.volumeFolders(), &progressLog_),
       firstPatientScanner(scannerLink_, scannerServices_),
@@ -136,7 +144,9 @@ void VantrelQuillo::showDockTileIfWanted() {
   if (const int error = services_.platform.application.transformToForegroundApplication()) {
     services_.platform.systemLog.log("Could not bring the application to front. Error " +
                                      std::to_string(error));
+    return;
   }
+  face_.showVerdicts();
 }
 
 void VantrelQuillo::listenToDesktop() {

@@ -10,6 +10,7 @@
 #include "agent/AgentServices.h"
 #include "agent/DefinitionUpdates.h"
 #include "agent/DialogList.h"
+#include "agent/Face.h"
 #include "agent/Links.h"
 #include "agent/MainApplication.h"
 #include "agent/MainThreadRequests.h"
@@ -81,6 +82,7 @@ class VantrelQuillo {
   Throbber& mainMenu() { return mainMenu_; }
   ClamdLink& engine() { return clamdLink_; }
   DialogList& dialogList() { return dialogList_; }
+  Face& face() { return face_; }
   Preferences& preferences() { return preferences_; }
   Condition& throbberLock() { return scannerCount_.throbberLock(); }
   Mutex& scannerCountLock() { return scannerCount_.scannerCountLock(); }
@@ -131,6 +133,8 @@ class VantrelQuillo {
   void showDockTileIfWanted();
   // The same as the requests of these names, while a request is being performed.
   void beginWatching(bool update);
+  void setUpAndWatch(bool update);
+  void tellNoEngine();
   void endWatching();
   void finishEndOfWatching();
   void startWatcherThread();
@@ -148,6 +152,7 @@ class VantrelQuillo {
   const WatcherServices watcherServices_;
   // Own synchronisation.
   ProgressLog progressLog_;
+  Face face_;
   Dispatcher theDispatcher_;
   PatientScanner firstPatientScanner;
   PatientScanner secondPatientScanner;

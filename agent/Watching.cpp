@@ -13,24 +13,45 @@
 namespace quillo {
 
 void VantrelQuillo::beginWatching(bool update) {
+  // The end is told even if an exception ends it.
+  struct SettingUp {
+    VantrelQuillo& agent;
+    explicit SettingUp(VantrelQuillo& which) : agent(which) { tell(true); }
+    ~SettingUp() { tell(false); }
+    void tell(bool settingUp) {
+      agent.face_.setSettingUp(settingUp);
+      agent.mainMenu_.tellStatus();
+    }
+  } settingUp(*this);
+  setUpAndWatch(update);
+}
+
+void VantrelQuillo::setUpAndWatch(bool update) {
+  face_.setEngineMissing(false);
   if (!preferences_.readPrefs()) {
-    displayNoEngineWindow();
+    tellNoEngine();
     mainMenu_.enableMenuItems(0);
     return;
   }
   progressLog_.setEnabled(preferences_.logProgress);
   scanLog_.rotateLogFile();
   if (!scanParameters_.setScanParameters()) {
-    displayNoEngineWindow();
+    tellNoEngine();
   }
   firstPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   secondPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   watchList_.populateMenu();
+  face_.setWatchedFolders(*watchList_.getWatchedFolderList());
   startWatcherThread();
   if (update && preferences_.updateDefsAtLaunch) {
     definitionUpdates_.updateVirusDefsAndNotify(false);
   }
   warnOfMissingDefinitions();
+}
+
+void VantrelQuillo::tellNoEngine() {
+  face_.setEngineMissing(true);
+  displayNoEngineWindow();
 }
 
 void VantrelQuillo::startWatcherThread() {
@@ -65,6 +86,7 @@ void VantrelQuillo::endWatching() {
 
 void VantrelQuillo::finishEndOfWatching() {
   watchList_.stop();
+  face_.setWatchedFolders({});
   preferences_.drop();
   scanParameters_.empty();
 }

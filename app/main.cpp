@@ -20,10 +20,10 @@ int runAgent(int argc, char** argv) {
   const Platform& services = desktop.services();
   DetachedThreads threads(
       [&services](const std::string& failure) { services.systemLog.log(failure); });
-  Throbber mainMenu({services.application, desktop.clock(), services.folders, services.imageLoader,
-                     services.localizedStrings, services.mainInterface, services.modifierKeys,
-                     services.preferenceStore, services.statusBar, services.systemLog,
-                     services.workspace});
+  Throbber mainMenu({services.application, desktop.clock(), services.dockTile, services.folders,
+                     services.imageLoader, services.localizedStrings, services.mainInterface,
+                     services.modifierKeys, services.preferenceStore, services.statusBar,
+                     services.systemLog, services.workspace});
   VantrelQuillo agent({services, desktop.clock(), threads}, mainMenu);
   const int status = desktop.run([&agent] { agent.applicationDidFinishLaunching(); },
                                  [&agent] { agent.applicationWillTerminate(); });

@@ -1,6 +1,7 @@
 #include "menu/Throbber.h"
 
 #include "platform/Application.h"
+#include "platform/DockTile.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
@@ -29,7 +30,10 @@ Throbber::Throbber(const ThrobberServices& services)
       abortConfirmMenuItem(services.mainInterface.abortConfirmMenuItem),
       quitMenuItem(services.mainInterface.quitMenuItem),
       updateDefsMenuItem(services.mainInterface.updateDefsMenuItem),
-      startWatchingMenuItemText(startMenuItem.title()) {
+      startWatchingMenuItemText(startMenuItem.title()),
+      statusText_(
+          services.localizedStrings, services.clock, [this] { return status(); },
+          [this](const std::string& words) { showWords(words); }) {
   const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
   if (const auto preference = preferences.string("ShowDockIcon")) {
     showDockPref = lowercased(*preference);
@@ -53,6 +57,21 @@ void Throbber::setMenuAndDockTile(const ImagePair& pair) {
   if (pair[1]) {
     services_.application.setApplicationIconImage(pair[1]);
   }
+}
+
+StatusFacts Throbber::status() {
+  ThrobberOwner* owner = vantrelQuilloController;
+  StatusFacts facts = owner ? owner->status() : StatusFacts();
+  facts.settingUp = facts.settingUp || isSettingUp_;
+  facts.busy = isBusy_;
+  facts.watching = currentlyWatching;
+  facts.updating = updating;
+  return facts;
+}
+
+void Throbber::showWords(const std::string& words) {
+  statusItem->setToolTip(words);
+  services_.dockTile.setState(words);
 }
 
 void Throbber::setAlternateImage(const ImagePair& pair) {
@@ -86,6 +105,7 @@ void Throbber::prepare(ThrobberOwner& owner) {
   if (currentlyWatching) {
     showWatching();
   }
+  tellStatus();
 }
 
 void Throbber::round() {
@@ -93,6 +113,7 @@ void Throbber::round() {
     services_.clock.sleepFor(std::chrono::seconds(1));
   } while (!currentlyWatching);
   waitUntilSomethingRuns();
+  isBusy_ = true;
   enableMenuItems(3);
   if (updating) {
     while (updating) {
@@ -103,6 +124,7 @@ void Throbber::round() {
       animateMenuForScan();
     }
   }
+  isBusy_ = false;
   showWatching();
 }
 
@@ -117,6 +139,7 @@ void Throbber::waitUntilSomethingRuns() {
 
 void Throbber::showFrame(std::size_t number, Clock::Duration length) {
   setMenuAndDockTile(images_.load()->frames[number - 1]);
+  statusText_.tellCount();
   services_.clock.sleepFor(length);
 }
 
@@ -141,21 +164,25 @@ void Throbber::showWatching() {
   const auto images = images_.load();
   setMenuAndDockTile(images->watchingImage);
   setAlternateImage(images->altImage);
+  tellStatus();
 }
 
 void Throbber::startUpdate() {
   updating = true;
+  tellStatus();
   vantrelQuilloController.load()->modifyScannerCountBy(1);
 }
 
 void Throbber::stopUpdate() {
   updating = false;
+  tellStatus();
   vantrelQuilloController.load()->modifyScannerCountBy(-1);
 }
 
 void Throbber::setReady() {
   if (++numReadyToWatch >= numItemsToWatch) {
     currentlyWatching = true;
+    isSettingUp_ = false;
     startMenuItem.setTitle(startWatchingMenuItemText);
     showWatching();
   }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "menu/MyMenuItem.h"
+#include "menu/StatusText.h"
 #include "menu/ThrobberImages.h"
 #include "menu/ThrobberOwner.h"
 #include "menu/ThrobberServices.h"
@@ -50,6 +51,10 @@ class Throbber {
   // 0 setting up or no engine, 1 idle, 2 watching, 3 busy; any other changes nothing.
   void enableMenuItems(std::int32_t mode);
 
+  // Says in words what the agent is doing, in the status item and in the Dock tile, when that has
+  // changed. To be called when what the owner knows of it may have; any thread.
+  void tellStatus() { statusText_.tell(); }
+
   // Commands of the menu. Main thread.
   void openFolder(const std::string& itemTitle);
   void openLog(const MenuItem& sender);
@@ -69,6 +74,8 @@ class Throbber {
   void showFrame(std::size_t number, Clock::Duration length);
   void showWatching();
   void waitUntilSomethingRuns();
+  StatusFacts status();
+  void showWords(const std::string& words);
   void setQuitEnabled(bool enabled);
   std::optional<std::string> pathOfLog(const MenuItem& sender);
 
@@ -92,9 +99,12 @@ class Throbber {
   Mutex monitor_;
   std::atomic<ThrobberOwner*> vantrelQuilloController{nullptr};
   Snapshot<ThrobberImages> images_;
+  StatusText statusText_;
   std::atomic<std::int32_t> scanningCounter{0};
   std::atomic<std::int32_t> numItemsToWatch{0};
   std::atomic<std::int32_t> numReadyToWatch{0};
+  std::atomic<bool> isSettingUp_{false};
+  std::atomic<bool> isBusy_{false};
   std::atomic<bool> currentlyWatching{false};
   std::atomic<bool> updating{false};
   std::atomic<bool> willRestartWatching{false};

@@ -51,11 +51,13 @@ void Throbber::clearMenu() {
   services_.mainInterface.theSubMenu.removeAllItems();
   numReadyToWatch = 0;
   foldersWatchedMenuItem.setEnabled(false);
+  isSettingUp_ = false;
   currentlyWatching = false;
   enableMenuItems(1);
   const auto images = images_.load();
   setMenuAndDockTile(images->defaultImage);
   setAlternateImage(images->altImage2);
+  tellStatus();
 }
 
 void Throbber::addToMenuWithObjectToWatch(const std::string& title, const std::string&) {
@@ -69,6 +71,8 @@ void Throbber::addToMenuWithObjectToWatch(const std::string& title, const std::s
   enableMenuItems(0);
   startMenuItem.setTitle(services_.localizedStrings.stringForKey("WAIT", ""));
   foldersWatchedMenuItem.setEnabled(true);
+  isSettingUp_ = true;
+  tellStatus();
 }
 
 void Throbber::openFolder(const std::string& itemTitle) {

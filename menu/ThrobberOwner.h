@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "menu/StatusText.h"
 #include "posix/Condition.h"
 
 namespace quillo {
@@ -15,6 +16,8 @@ class ThrobberOwner {
   // Read without a lock.
   virtual std::int32_t scannerCount() = 0;
   virtual void modifyScannerCountBy(std::int32_t delta) = 0;
+  // All but what the status menu itself knows.
+  virtual StatusFacts status() = 0;
   // Signalled at every change of the count.
   virtual Condition& throbberLock() = 0;
   // Main thread.

@@ -4,6 +4,7 @@ namespace quillo {
 
 class Application;
 class Clock;
+class DockTile;
 class Folders;
 class ImageLoader;
 class LocalizedStrings;
@@ -18,6 +19,7 @@ struct MainInterface;
 struct ThrobberServices {
   Application& application;
   Clock& clock;
+  DockTile& dockTile;
   Folders& folders;
   ImageLoader& imageLoader;
   LocalizedStrings& localizedStrings;

@@ -1,19 +1,33 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace quillo {
 
-// What the window behind the entry in the task bar tells, in plain texts. Any thread; shown soon.
+// A line of the list of verdicts, in plain texts.
+struct DockVerdict {
+  std::string time;
+  std::string file;
+  std::string verdict;
+  bool isThreat = false;
+
+  bool operator==(const DockVerdict&) const = default;
+};
+
+// What the window behind the entry in the task bar tells. Any thread; shown soon, or once the
+// application has been brought to the foreground.
 class DockTile {
  public:
+  static constexpr std::size_t keptVerdicts = 10;
+
   virtual ~DockTile() = default;
   // What the agent is doing, in words.
   virtual void setState(const std::string& words) = 0;
   virtual void setWatchedFolders(const std::vector<std::string>& folders) = 0;
-  // A verdict on a file, above the earlier ones; the oldest of many are forgotten.
-  virtual void addVerdict(const std::string& line) = 0;
+  // Above the earlier ones, of which only the last `keptVerdicts` stay.
+  virtual void addVerdict(const DockVerdict& verdict) = 0;
 };
 
 }  // namespace quillo

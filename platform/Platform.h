@@ -6,6 +6,7 @@ class Application;
 class ApplicationLauncher;
 class Authorization;
 class DistributedNotificationCenter;
+class DockTile;
 class Folders;
 class GrowlApplicationBridge;
 class ImageLoader;
@@ -30,6 +31,7 @@ struct Platform {
   ApplicationLauncher& applicationLauncher;
   Authorization& authorization;
   DistributedNotificationCenter& distributedNotificationCenter;
+  DockTile& dockTile;
   Folders& folders;
   GrowlApplicationBridge& growl;
   ImageLoader& imageLoader;

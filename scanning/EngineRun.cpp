@@ -4,6 +4,7 @@
 #include "posix/Clock.h"
 #include "posix/PlatformException.h"
 #include "scanning/RoadObserver.h"
+#include "scanning/ScanObserver.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
@@ -20,16 +21,29 @@ std::string listed(const std::vector<std::string>& elements) {
   return text + ")";
 }
 
-// Raises the count of running scans for the length of a scope.
+// Raises the count of running scans, and of files in them, for the length of a scope.
 class CountedScan {
  public:
-  explicit CountedScan(ScannerOwner& owner) : owner_(owner) { owner_.modifyScannerCountBy(1); }
-  ~CountedScan() { owner_.modifyScannerCountBy(-1); }
+  CountedScan(ScannerOwner& owner, ScanObserver* observer, std::size_t files)
+      : owner_(owner), observer_(observer), files_(files) {
+    if (observer_) {
+      observer_->runBegan(files_);
+    }
+    owner_.modifyScannerCountBy(1);
+  }
+  ~CountedScan() {
+    if (observer_) {
+      observer_->runEnded(files_);
+    }
+    owner_.modifyScannerCountBy(-1);
+  }
   CountedScan(const CountedScan&) = delete;
   CountedScan& operator=(const CountedScan&) = delete;
 
  private:
   ScannerOwner& owner_;
+  ScanObserver* const observer_;
+  const std::size_t files_;
 };
 
 }  // namespace
@@ -44,7 +58,7 @@ EngineRun::EngineRun(ScannerOwner& owner, const ScannerServices& services,
       scanArguments_(scanParams) {}
 
 void EngineRun::perform(const std::function<void()>& steps) {
-  const CountedScan counted(owner_);
+  const CountedScan counted(owner_, services_.scanObserver, thePaths_.size());
   try {
     steps();
   } catch (const PlatformException& failure) {

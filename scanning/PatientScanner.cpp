@@ -14,6 +14,7 @@
 #include "scanning/ScannerServices.h"
 
 namespace quillo {
+
 PatientScanner::PatientScanner(ScannerOwner& owner, const ScannerServices& services)
     : owner_(owner), services_(services), report_(owner, services) {}
 

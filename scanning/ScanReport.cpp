@@ -1,5 +1,6 @@
 #include "scanning/ScanReport.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -9,6 +10,7 @@
 #include "posix/Clock.h"
 #include "posix/Text.h"
 #include "scanning/FileRemover.h"
+#include "scanning/ScanObserver.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
@@ -16,6 +18,7 @@ namespace quillo {
 namespace {
 
 constexpr std::string_view infectionMark = " FOUND";
+constexpr std::string_view cleanEnd = ": OK";
 constexpr std::string_view daemonGone = "WARNING: Can't connect to clamd.";
 // How current engines word it, once for every entry of the list.
 constexpr std::string_view daemonUnreachable = "ERROR: Could not connect to clamd on LocalSocket ";
@@ -79,12 +82,31 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   if (isInfection(line)) {
     dealWithInfection(line);
   }
+  tellVerdict(line);
   logLine(line, timestamp);
 }
 
 bool ScanReport::isInfection(std::string_view line) const {
   return rules_.foundAnywhere ? line.find(infectionMark) != std::string_view::npos
                               : line.ends_with(infectionMark);
+}
+
+void ScanReport::tellVerdict(std::string_view line) {
+  if (!services_.scanObserver || !line.starts_with('/')) {
+    return;
+  }
+  if (line.ends_with(cleanEnd)) {
+    services_.scanObserver->verdictGiven(
+        {std::string(line.substr(0, line.size() - cleanEnd.size())), ""});
+  } else if (line.ends_with(infectionMark)) {
+    const auto colon = static_cast<std::size_t>(getLastColon(line));
+    if (colon < line.size()) {
+      const std::string_view threat = line.substr(0, line.size() - infectionMark.size());
+      services_.scanObserver->verdictGiven(
+          {std::string(line.substr(0, colon)),
+           std::string(trimmed(threat.substr(std::min(colon + 1, threat.size()))))});
+    }
+  }
 }
 
 void ScanReport::dealWithInfection(const std::string& line) {

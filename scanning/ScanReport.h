@@ -49,6 +49,7 @@ class ScanReport {
  private:
   void dealWithLine(const std::string& line, const std::string& timestamp);
   bool isInfection(std::string_view line) const;
+  void tellVerdict(std::string_view line);
   void dealWithInfection(const std::string& line);
   void showQuarantined(const std::string& line);
   void showWarning(const std::string& line);

@@ -10,6 +10,7 @@ class LocalizedStrings;
 class ModifierKeys;
 class PreferenceStore;
 class RoadObserver;
+class ScanObserver;
 class SystemLog;
 class Workspace;
 
@@ -24,8 +25,9 @@ struct ScannerServices {
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   Workspace& workspace;
-  // Null when nobody looks on.
-  RoadObserver* roadObserver;
+  // Each null when nobody looks on.
+  RoadObserver* roadObserver = nullptr;
+  ScanObserver* scanObserver = nullptr;
 };
 
 }  // namespace quillo

@@ -95,12 +95,29 @@ struct LinuxPlatform::Parts {
       resources + "/interface", application, systemLog, images, strings, modifierKeys};
   QtMainInterface mainInterface{application, strings, interfaces};
   QtStatusBar statusBar{application};
-  QtDockTile dockTile{resources + "/interface", application, [this] { application.terminate(); }};
-  Platform platform{application, launcher,     authorization, notificationCenter,
-                    folders,     growl,        images,        interfaces,
-                    strings,     modifierKeys, mounts,        power,
-                    preferences, scripting,    statusBar,     systemLog,
-                    trash,       volumes,      workspace,     mainInterface.interface()};
+  QtDockTile dockTile{resources + "/interface", application, [this] { application.terminate(); },
+                      report};
+  Platform platform{application,
+                    launcher,
+                    authorization,
+                    notificationCenter,
+                    dockTile,
+                    folders,
+                    growl,
+                    images,
+                    interfaces,
+                    strings,
+                    modifierKeys,
+                    mounts,
+                    power,
+                    preferences,
+                    scripting,
+                    statusBar,
+                    systemLog,
+                    trash,
+                    volumes,
+                    workspace,
+                    mainInterface.interface()};
   QTimer repeats;
   bool isFirst = true;
 };

@@ -141,7 +141,14 @@ int QtApplication::transformToForegroundApplication() {
   if (!dockTile_ || QGuiApplication::platformName() == "offscreen") {
     return ENOTSUP;
   }
-  dockTile_->show();
+  if (!dockTile_->show()) {
+    return ENOENT;
+  }
+  {
+    MutexLock lock(mutex_);
+    dockTileIsShown_ = true;
+  }
+  showApplicationIcon();
   return 0;
 }
 
@@ -149,7 +156,7 @@ void QtApplication::setApplicationIconImage(const ImageRef& image) {
   {
     MutexLock lock(mutex_);
     iconImage_ = image;
-    if (std::exchange(iconIsPosted_, true)) {
+    if (!dockTileIsShown_ || std::exchange(iconIsPosted_, true)) {
       return;
     }
   }

@@ -34,7 +34,7 @@ class QtApplication final : public Application {
   void terminate() override;
   [[noreturn]] void exit(int status) override;
   std::optional<int> systemVersion() override;
-  // ENOTSUP when there is no display that could show it.
+  // ENOTSUP when there is no display that could show it, ENOENT when its window cannot be loaded.
   int transformToForegroundApplication() override;
   void setApplicationIconImage(const ImageRef& image) override;
   void beep() override;
@@ -52,6 +52,8 @@ class QtApplication final : public Application {
 
   Mutex mutex_;
   ImageRef iconImage_ QUILLO_GUARDED_BY(mutex_);
+  // Until it is, an image is only kept.
+  bool dockTileIsShown_ QUILLO_GUARDED_BY(mutex_) = false;
   bool iconIsPosted_ QUILLO_GUARDED_BY(mutex_) = false;
 };
 

@@ -2,9 +2,13 @@
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
 #include <QMainWindow>
+#include <QStyle>
+#include <QTimer>
+#include <QTreeWidget>
 #include <algorithm>
 #include <utility>
 
@@ -16,9 +20,11 @@
 namespace quillo {
 namespace {
 
-constexpr int keptVerdicts = 100;
 constexpr int longestLine = 500;
-constexpr int pictureSize = 64;
+constexpr int longestVerdict = 40;  // leaves room for the file's name
+constexpr int pictureSize = 48;
+constexpr int millisecondsBetweenChanges = 250;
+enum Column { timeColumn, fileColumn, verdictColumn };
 
 std::unique_ptr<QMainWindow> loadWindow(const std::string& folder) {
   std::string reason;
@@ -35,60 +41,164 @@ std::unique_ptr<QMainWindow> loadWindow(const std::string& folder) {
   return std::unique_ptr<QMainWindow>(window);
 }
 
+QTreeWidgetItem* lineFor(const DockVerdict& verdict, const QStyle& style) {
+  auto* line = new QTreeWidgetItem;
+  line->setText(timeColumn, displayText(verdict.time));
+  const QString file = elidedInTheMiddle(displayText(verdict.file), longestLine);
+  line->setText(fileColumn, file);
+  line->setToolTip(fileColumn, file);
+  const QString words = displayText(verdict.verdict);
+  line->setText(verdictColumn, elidedInTheMiddle(words, longestVerdict));
+  line->setToolTip(verdictColumn, elidedInTheMiddle(words, longestLine));
+  if (verdict.isThreat) {
+    // Told by a sign and not by colour alone.
+    line->setIcon(verdictColumn, style.standardIcon(QStyle::SP_MessageBoxWarning));
+    QFont bold = line->font(verdictColumn);
+    bold.setBold(true);
+    line->setFont(verdictColumn, bold);
+  }
+  return line;
+}
+
 }  // namespace
 
-QtDockTile::QtDockTile(const std::string& interfaceFolder, Application& application,
-                       std::function<void()> quit)
-    : application_(application), window_(loadWindow(interfaceFolder)) {
+QtDockTile::QtDockTile(std::string interfaceFolder, Application& application,
+                       std::function<void()> quit,
+                       std::function<void(const std::string& problem)> report)
+    : interfaceFolder_(std::move(interfaceFolder)),
+      application_(application),
+      quit_(std::move(quit)),
+      report_(std::move(report)) {}
+
+QtDockTile::~QtDockTile() {
+  if (window_) {
+    window_->removeEventFilter(this);
+  }
+}
+
+void QtDockTile::setState(const std::string& words) {
+  change([&](Contents& contents) { contents.state = words; });
+}
+
+void QtDockTile::setWatchedFolders(const std::vector<std::string>& folders) {
+  change([&](Contents& contents) { contents.folders = folders; });
+}
+
+void QtDockTile::addVerdict(const DockVerdict& verdict) {
+  change([&](Contents& contents) {
+    contents.verdicts.push_front(verdict);
+    contents.verdicts.resize(std::min(contents.verdicts.size(), keptVerdicts));
+  });
+}
+
+void QtDockTile::change(const std::function<void(Contents&)>& setter) {
+  {
+    MutexLock lock(mutex_);
+    setter(contents_);
+    if (!isShown_ || std::exchange(isPosted_, true)) {
+      return;
+    }
+  }
+  application_.performOnMainThread([this] { refreshSoon(); });
+}
+
+void QtDockTile::refreshSoon() {
+  const qint64 wait = millisecondsBetweenChanges - sinceRefresh_.elapsed();
+  if (wait > 0) {
+    QTimer::singleShot(static_cast<int>(wait), this, [this] { refresh(); });
+  } else {
+    refresh();
+  }
+}
+
+void QtDockTile::refresh() {
+  Contents next;
+  {
+    MutexLock lock(mutex_);
+    isPosted_ = false;
+    next = contents_;
+  }
+  sinceRefresh_.start();
+  auto* label = window_->findChild<QLabel*>("theState");
+  if (label && next.state != shown_.state) {
+    label->setText(displayLines(next.state));
+  }
+  if (next.folders != shown_.folders) {
+    fillFolders(next.folders);
+  }
+  if (next.verdicts != shown_.verdicts) {
+    fillVerdicts(next.verdicts);
+  }
+  shown_ = std::move(next);
+}
+
+void QtDockTile::fillFolders(const std::vector<std::string>& folders) {
+  if (auto* list = window_->findChild<QListWidget*>("theFolders")) {
+    list->clear();
+    for (const std::string& folder : folders) {
+      list->addItem(elidedInTheMiddle(displayText(folder), longestLine));
+    }
+  }
+}
+
+void QtDockTile::fillVerdicts(const std::deque<DockVerdict>& verdicts) {
+  if (auto* list = window_->findChild<QTreeWidget*>("theVerdicts")) {
+    list->clear();
+    for (const DockVerdict& verdict : verdicts) {
+      list->addTopLevelItem(lineFor(verdict, *list->style()));
+    }
+  }
+}
+
+void QtDockTile::makeWindow() {
+  window_ = loadWindow(interfaceFolder_);
   window_->installEventFilter(this);
+  if (auto* list = window_->findChild<QTreeWidget*>("theVerdicts")) {
+    list->header()->setStretchLastSection(false);
+    list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    list->header()->setSectionResizeMode(fileColumn, QHeaderView::Stretch);
+  }
   if (auto* action = window_->findChild<QAction*>("quitAction")) {
-    QObject::connect(action, &QAction::triggered, this, std::move(quit));
+    QObject::connect(action, &QAction::triggered, this, quit_);
     window_->setContextMenuPolicy(Qt::ActionsContextMenu);
     window_->addAction(action);
   }
 }
 
-QtDockTile::~QtDockTile() { window_->removeEventFilter(this); }
-
-void QtDockTile::setState(const std::string& words) {
-  application_.performOnMainThread([this, words] {
-    if (auto* label = window_->findChild<QLabel*>("theState")) {
-      label->setText(displayLines(words));
+bool QtDockTile::show() {
+  if (!window_) {
+    try {
+      makeWindow();
+    } catch (const PlatformException& failure) {
+      report_(failure.reason());
+      return false;
     }
-  });
-}
-
-void QtDockTile::setWatchedFolders(const std::vector<std::string>& folders) {
-  application_.performOnMainThread([this, folders] {
-    if (auto* list = window_->findChild<QListWidget*>("theFolders")) {
-      list->clear();
-      for (const std::string& folder : folders) {
-        list->addItem(elidedInTheMiddle(displayText(folder), longestLine));
-      }
+    {
+      MutexLock lock(mutex_);
+      isShown_ = true;
     }
-  });
+    refresh();
+  }
+  window_->setWindowIcon(QtImage::iconOf(image_));
+  window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
+  window_->show();
+  showPicture();
+  return true;
 }
-
-void QtDockTile::addVerdict(const std::string& line) {
-  application_.performOnMainThread([this, line] {
-    if (auto* list = window_->findChild<QListWidget*>("theVerdicts")) {
-      list->insertItem(0, elidedInTheMiddle(displayText(line), longestLine));
-      delete list->takeItem(keptVerdicts);
-    }
-  });
-}
-
-void QtDockTile::show() { window_->show(); }
 
 void QtDockTile::setIconImage(const ImageRef& image) {
-  if (std::exchange(image_, image) == image) {
+  if (std::exchange(image_, image) == image || !window_) {
     return;
   }
-  const QIcon icon = QtImage::iconOf(image);
-  window_->setWindowIcon(icon);
+  window_->setWindowIcon(QtImage::iconOf(image));
+  showPicture();
+}
+
+void QtDockTile::showPicture() {
   auto* label = window_->findChild<QLabel*>("thePicture");
   if (label && window_->isVisible() && !window_->isMinimized()) {
-    label->setPixmap(icon.pixmap(QSize(pictureSize, pictureSize), window_->devicePixelRatioF()));
+    label->setPixmap(QtImage::iconOf(image_).pixmap(QSize(pictureSize, pictureSize),
+                                                    window_->devicePixelRatioF()));
   }
 }
 
@@ -98,6 +208,10 @@ bool QtDockTile::eventFilter(QObject* watched, QEvent* event) {
     event->ignore();
     window_->showMinimized();
     return true;
+  }
+  if (watched == window_.get() && event->type() == QEvent::WindowStateChange) {
+    // What changed while it was minimised was not drawn.
+    showPicture();
   }
   return false;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -9,37 +11,64 @@
 #include "platform/Application.h"
 #include "platform/DockTile.h"
 #include "platform/Image.h"
+#include "posix/Mutex.h"
 
 class QMainWindow;
 
 namespace quillo {
 
-// A window with an entry in the task bar, which closing only minimises. Made and destroyed on the
-// main thread; lives as long as the application.
+// A window with an entry in the task bar, which closing only minimises. There is none before it is
+// shown; from then on it is changed a few times a second at most, however much there is to tell.
+// Made and destroyed on the main thread; lives as long as the application.
 class QtDockTile final : public QObject, public DockTile {
  public:
-  // `interfaceFolder` holds DockTile.ui; throws PlatformException when that cannot be loaded.
-  // `quit` is what the window's own menu does.
-  QtDockTile(const std::string& interfaceFolder, Application& application,
-             std::function<void()> quit);
+  // `interfaceFolder` holds DockTile.ui. `quit` is what the window's own menu does.
+  QtDockTile(std::string interfaceFolder, Application& application, std::function<void()> quit,
+             std::function<void(const std::string& problem)> report);
   ~QtDockTile() override;
 
   void setState(const std::string& words) override;
   void setWatchedFolders(const std::vector<std::string>& folders) override;
-  void addVerdict(const std::string& line) override;
+  void addVerdict(const DockVerdict& verdict) override;
 
+  // Makes the window at the first call. False, with a report of the reason, when it cannot be
+  // loaded. Main thread.
+  bool show();
   // Main thread.
-  void show();
   void setIconImage(const ImageRef& image);
 
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
+  struct Contents {
+    std::string state;
+    std::vector<std::string> folders;
+    std::deque<DockVerdict> verdicts;
+  };
+
+  void change(const std::function<void(Contents&)>& setter);
+  void refreshSoon();
+  void refresh();
+  void makeWindow();
+  void fillFolders(const std::vector<std::string>& folders);
+  void fillVerdicts(const std::deque<DockVerdict>& verdicts);
+  void showPicture();
+
   // Constant after construction.
+  const std::string interfaceFolder_;
   Application& application_;
+  const std::function<void()> quit_;
+  const std::function<void(const std::string& problem)> report_;
   // Main thread only.
   std::unique_ptr<QMainWindow> window_;
   ImageRef image_;
+  Contents shown_;
+  QElapsedTimer sinceRefresh_;
+
+  Mutex mutex_;
+  Contents contents_ QUILLO_GUARDED_BY(mutex_);
+  bool isShown_ QUILLO_GUARDED_BY(mutex_) = false;
+  bool isPosted_ QUILLO_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace quillo

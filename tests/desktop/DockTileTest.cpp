@@ -1,18 +1,26 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <optional>
+
 #include "tests/desktop/support/DesktopSession.h"
 #include "tests/desktop/support/FaceProgram.h"
 
 namespace quillo {
 namespace {
 
+// The colour of the beam in "dock_scanning1" to "dock_scanning8".
+constexpr QRgb scanningColour = 0xffd34d;
+const QRect wholeScreen(0, 0, DesktopSession::width, DesktopSession::height);
+
 class DockTileTest : public testing::Test {
  protected:
   void SetUp() override {
     face.tell("dockimage dock_watching");
     face.tell("dockstate Watching two folders");
-    face.tell("dockfolders /home/anna/Documents:/home/anna/Downloads");
-    face.tell("verdict /home/anna/a.zip: Win.Test FOUND");
+    face.tell("dockfolders ~/Documents/:~/Downloads/");
+    face.tell("verdict 12:00:01 ~/Downloads/holiday.jpg scanned");
+    face.tell("verdict 12:00:02 ~/Downloads/invoice.zip Win.Test.Agent-12345 threat");
     ASSERT_EQ(face.ask("dock", "foreground "), "0");
     face.expect("focus Vantrel Quillo");
     ASSERT_TRUE(session.screen().eventually(
@@ -28,6 +36,45 @@ TEST_F(DockTileTest, SaysWhatTheAgentDoes) {
   EXPECT_EQ(face.ask("text theState", "text "), "Watching two folders");
 }
 
+TEST_F(DockTileTest, ListsFoldersAndVerdictsNewestFirst) {
+  EXPECT_EQ(face.ask("rows theFolders", "rows "), "~/Documents/;~/Downloads/");
+  EXPECT_EQ(face.ask("rows theVerdicts", "rows "),
+            "12:00:02,~/Downloads/invoice.zip,Win.Test.Agent-12345;"
+            "12:00:01,~/Downloads/holiday.jpg,scanned");
+}
+
+TEST_F(DockTileTest, KeepsTheLastTenOfAStormOfVerdicts) {
+  for (int number = 1; number <= 1000; ++number) {
+    face.tell("verdict 12:00:03 ~/" + std::to_string(number) + " scanned");
+  }
+  std::string rows = "12:00:03,~/1000,scanned";
+  for (int number = 999; number > 990; --number) {
+    rows += ";12:00:03,~/" + std::to_string(number) + ",scanned";
+  }
+  EXPECT_TRUE(
+      session.screen().eventually([&] { return face.ask("rows theVerdicts", "rows ") == rows; }));
+}
+
+TEST_F(DockTileTest, ShowsAnotherStateAndAnotherPicture) {
+  face.tell("dockstate Scanning 1,204 files");
+  face.tell("dockimage dock_scanning3");
+  ASSERT_TRUE(session.screen().eventually(
+      [&] { return face.ask("text theState", "text ") == "Scanning 1,204 files"; }));
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return session.screen().find(scanningColour, wholeScreen).has_value(); }));
+}
+
+TEST_F(DockTileTest, ShowsAgainAfterBeingMinimisedWhatHasChanged) {
+  session.press("alt+F4");
+  face.expect("minimised");
+  face.tell("dockimage dock_scanning1");
+  face.ask("sync", "synced");
+  EXPECT_FALSE(session.screen().find(scanningColour, wholeScreen).has_value());
+  face.ask("dock", "foreground ");
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return session.screen().find(scanningColour, wholeScreen).has_value(); }));
+}
+
 TEST_F(DockTileTest, IsMinimisedWhenClosed) {
   session.press("alt+F4");
   face.expect("minimised");
@@ -37,6 +84,61 @@ TEST_F(DockTileTest, IsMinimisedWhenClosed) {
 TEST_F(DockTileTest, QuitsFromItsOwnMenu) {
   session.press("ctrl+q");
   face.expect("terminated");
+}
+
+// The colours of a dark desktop, as Qt reads them from the settings of one.
+void writeDarkColours(const std::string& home) {
+  const std::string dark = "BackgroundNormal=35,38,41\nForegroundNormal=239,240,241\n";
+  std::ofstream(home + "/.config/kdeglobals")
+      << "[Colors:Window]\n"
+      << dark << "[Colors:View]\n"
+      << dark << "[Colors:Button]\n"
+      << dark << "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n";
+}
+
+class DockTileLooks : public testing::Test {
+ protected:
+  void show(const std::vector<std::string>& variables, const std::string& picture) {
+    FaceProgram face(session, variables);
+    face.tell("dockimage dock_scanning1");
+    face.tell("dockstate Scanning 1,204 files");
+    face.tell("dockfolders ~/Documents/:~/Downloads/:/srv/exchange/");
+    for (const char* line :
+         {"12:00:01 ~/Downloads/a-rather-long-name-of-a-folder/with/holiday.jpg scanned",
+          "12:00:02 ~/Downloads/invoice.zip Win.Test.Agent-12345 threat",
+          "12:00:03 /srv/exchange/minutes.odt scanned"}) {
+      face.tell(std::string("verdict ") + line);
+    }
+    ASSERT_EQ(face.ask("dock", "foreground "), "0");
+    face.expect("focus Vantrel Quillo");
+    face.ask("where theVerdicts", "at ");
+    ASSERT_TRUE(session.screen().eventually([&] {
+      beam = session.screen().find(scanningColour, wholeScreen);
+      return beam.has_value();
+    }));
+    session.keepPicture(picture);
+    background = session.screen().find(0x232629, wholeScreen);
+  }
+
+  DesktopSession session;
+  std::optional<QRect> beam;
+  std::optional<QRect> background;
+};
+
+TEST_F(DockTileLooks, AreTwiceAsLargeOnADenseScreen) {
+  show({}, "dock-tile-scanning");
+  const int width = beam.value_or(QRect()).width();
+  show({"QT_SCALE_FACTOR=2"}, "dock-tile-dense");
+  EXPECT_NEAR(beam.value_or(QRect()).width(), 2 * width, 4);
+}
+
+TEST_F(DockTileLooks, FollowADarkTheme) {
+  writeDarkColours(session.homeFolder());
+  show({"XDG_CURRENT_DESKTOP=KDE", "KDE_SESSION_VERSION=5"}, "dock-tile-dark");
+  EXPECT_GT(background.value_or(QRect()).height(), 300);
+  // Nothing of the light theme shines through the lists.
+  const QRect lists(260, 380, 500, 220);
+  EXPECT_FALSE(session.screen().find(0xffffff, lists).has_value());
 }
 
 }  // namespace

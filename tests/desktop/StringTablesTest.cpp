@@ -77,9 +77,28 @@ TEST(StringTablesTest, PassesOverAnUnknownLanguageAndReportsABrokenTable) {
 
 TEST(ShippedStrings, HaveTheSameKeysAndPlaceholdersInEveryLanguage) {
   const auto english = tableOf("en");
-  for (const char* key : {"FOUND", "REMOVED", "QUARANTINED", "SUCCESSFUL", "ALREADY_UP_TO_DATE",
-                          "UNKNOWN_ERROR", "CLAMDSCAN_ERROR", "FSEVENT_NOT_SETUID", "WAIT",
-                          "DEFINITIONS_MISSING", "PREFERENCES_UNREADABLE", "AND_MORE"}) {
+  for (const char* key : {"FOUND",
+                          "REMOVED",
+                          "QUARANTINED",
+                          "SUCCESSFUL",
+                          "ALREADY_UP_TO_DATE",
+                          "UNKNOWN_ERROR",
+                          "CLAMDSCAN_ERROR",
+                          "FSEVENT_NOT_SETUID",
+                          "WAIT",
+                          "DEFINITIONS_MISSING",
+                          "PREFERENCES_UNREADABLE",
+                          "AND_MORE",
+                          "STATUS_IDLE",
+                          "STATUS_NO_ENGINE",
+                          "STATUS_SCANNING",
+                          "STATUS_SCANNING_ONE",
+                          "STATUS_UPDATING",
+                          "STATUS_WATCHING",
+                          "STATUS_WATCHING_ONE",
+                          "SCANNED",
+                          "DIGITS_SEPARATOR",
+                          "DIGITS_GROUPED_FROM"}) {
     EXPECT_TRUE(english.count(key)) << key;
   }
   for (const char* language : languages) {
@@ -101,6 +120,9 @@ TEST(ShippedStrings, AreTranslated) {
       continue;
     }
     for (const auto& [key, text] : tableOf(language)) {
+      if (key.starts_with("DIGITS_")) {
+        continue;  // no words
+      }
       EXPECT_NE(text, english.count(key) ? english.at(key) : "") << language << " " << key;
     }
   }

@@ -81,9 +81,9 @@ class AgentUnderTest {
                                                         "LocalSocket " + socketPath() + "\n")};
     clock.setSleepsPassAtOnce(true);
     throbber = std::make_unique<Throbber>(ThrobberServices{
-        desktop.application, clock, desktop.folders, desktop.imageLoader, desktop.localizedStrings,
-        desktop.mainInterface.outlets, desktop.modifierKeys, desktop.preferenceStore,
-        desktop.statusBar, desktop.systemLog, desktop.workspace});
+        desktop.application, clock, desktop.dockTile, desktop.folders, desktop.imageLoader,
+        desktop.localizedStrings, desktop.mainInterface.outlets, desktop.modifierKeys,
+        desktop.preferenceStore, desktop.statusBar, desktop.systemLog, desktop.workspace});
   }
   ~AgentUnderTest() {
     output.restore();

@@ -189,12 +189,47 @@ void FakeStatusItem::setAlternateImage(const ImageRef& image) {
 
 void FakeStatusItem::setToolTip(const std::string& text) {
   std::lock_guard hold(mutex_);
-  toolTip_ = text;
+  toolTips_.push_back(text);
 }
 
 std::string FakeStatusItem::toolTip() {
   std::lock_guard hold(mutex_);
-  return toolTip_;
+  return toolTips_.empty() ? "" : toolTips_.back();
+}
+
+std::vector<std::string> FakeStatusItem::toolTips() {
+  std::lock_guard hold(mutex_);
+  return toolTips_;
+}
+
+void FakeDockTile::setState(const std::string& words) {
+  std::lock_guard hold(mutex_);
+  state_ = words;
+}
+
+void FakeDockTile::setWatchedFolders(const std::vector<std::string>& folders) {
+  std::lock_guard hold(mutex_);
+  watchedFolders_ = folders;
+}
+
+void FakeDockTile::addVerdict(const DockVerdict& verdict) {
+  std::lock_guard hold(mutex_);
+  verdicts_.push_back(verdict);
+}
+
+std::string FakeDockTile::state() {
+  std::lock_guard hold(mutex_);
+  return state_;
+}
+
+std::vector<std::string> FakeDockTile::watchedFolders() {
+  std::lock_guard hold(mutex_);
+  return watchedFolders_;
+}
+
+std::vector<DockVerdict> FakeDockTile::verdicts() {
+  std::lock_guard hold(mutex_);
+  return verdicts_;
 }
 
 std::vector<std::string> FakeStatusItem::images() {

@@ -9,6 +9,7 @@
 
 #include "platform/Application.h"
 #include "platform/Dialog.h"
+#include "platform/DockTile.h"
 #include "platform/MainInterface.h"
 #include "platform/Menu.h"
 #include "platform/StatusItem.h"
@@ -127,6 +128,8 @@ class FakeStatusItem final : public StatusItem {
   std::string image();
   std::string alternateImage();
   std::string toolTip();
+  // Every one that was set, in order.
+  std::vector<std::string> toolTips();
   double length = 0;
   std::atomic<bool> highlightMode{false};
   std::atomic<bool> isEnabled{false};
@@ -136,7 +139,24 @@ class FakeStatusItem final : public StatusItem {
   std::mutex mutex_;
   std::vector<std::string> images_;
   std::string alternate_;
-  std::string toolTip_;
+  std::vector<std::string> toolTips_;
+};
+
+class FakeDockTile final : public DockTile {
+ public:
+  void setState(const std::string& words) override;
+  void setWatchedFolders(const std::vector<std::string>& folders) override;
+  void addVerdict(const DockVerdict& verdict) override;
+  std::string state();
+  std::vector<std::string> watchedFolders();
+  // In the order in which they were added.
+  std::vector<DockVerdict> verdicts();
+
+ private:
+  std::mutex mutex_;
+  std::string state_;
+  std::vector<std::string> watchedFolders_;
+  std::vector<DockVerdict> verdicts_;
 };
 
 class FakeStatusBar final : public StatusBar {

@@ -12,6 +12,7 @@ struct FakePlatform {
   FakeApplicationLauncher applicationLauncher;
   FakeAuthorization authorization;
   FakeDistributedNotificationCenter distributedNotificationCenter;
+  FakeDockTile dockTile;
   FakeFolders folders;
   FakeGrowl growl;
   FakeImageLoader imageLoader;
@@ -33,6 +34,7 @@ struct FakePlatform {
                     applicationLauncher,
                     authorization,
                     distributedNotificationCenter,
+                    dockTile,
                     folders,
                     growl,
                     imageLoader,

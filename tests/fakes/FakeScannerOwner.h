@@ -9,6 +9,7 @@
 
 #include "scanning/FileRemover.h"
 #include "scanning/RoadObserver.h"
+#include "scanning/ScanObserver.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 #include "tests/fakes/FakePlatform.h"
@@ -114,6 +115,29 @@ class FakeScannerOwner final : public ScannerOwner {
   std::vector<std::shared_ptr<FileRemover>> dialogs_;
 };
 
+// Keeps what it was told, in words and in order.
+class FakeScanObserver final : public ScanObserver {
+ public:
+  void runBegan(std::size_t files) override { add("began " + std::to_string(files)); }
+  void runEnded(std::size_t files) override { add("ended " + std::to_string(files)); }
+  void verdictGiven(const Verdict& verdict) override {
+    add(verdict.path + " = " + (verdict.threat.empty() ? "clean" : verdict.threat));
+  }
+  std::vector<std::string> told() {
+    std::lock_guard hold(mutex_);
+    return told_;
+  }
+
+ private:
+  void add(const std::string& what) {
+    std::lock_guard hold(mutex_);
+    told_.push_back(what);
+  }
+
+  std::mutex mutex_;
+  std::vector<std::string> told_;
+};
+
 // Keeps the stations that files passed, and lets a test wait for one.
 class FakeRoadObserver final : public RoadObserver {
  public:
@@ -175,13 +199,19 @@ class FakeRoadObserver final : public RoadObserver {
   std::vector<int> statuses_;
 };
 
-inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock,
-                                         RoadObserver* observer) {
-  return {desktop.application,      clock,
-          desktop.folders,          desktop.interfaceLoader,
-          desktop.localizedStrings, desktop.modifierKeys,
-          desktop.preferenceStore,  desktop.systemLog,
-          desktop.workspace,        observer};
+inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, RoadObserver* road,
+                                         ScanObserver* scans = nullptr) {
+  return {desktop.application,
+          clock,
+          desktop.folders,
+          desktop.interfaceLoader,
+          desktop.localizedStrings,
+          desktop.modifierKeys,
+          desktop.preferenceStore,
+          desktop.systemLog,
+          desktop.workspace,
+          road,
+          scans};
 }
 
 }  // namespace quillo

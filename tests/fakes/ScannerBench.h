@@ -41,9 +41,10 @@ struct ScannerBench {
   ManualClock clock;
   FakePlatform desktop;
   FakeRoadObserver road;
+  FakeScanObserver scans;
   Dispatcher dispatcher{clock, desktop.systemLog, {"/Volumes"}, &road};
   FakeScannerOwner owner{dispatcher};
-  ScannerServices services = scannerServicesOf(desktop, clock, &road);
+  ScannerServices services = scannerServicesOf(desktop, clock, &road, &scans);
 };
 
 }  // namespace quillo

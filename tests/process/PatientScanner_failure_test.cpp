@@ -134,6 +134,7 @@ TEST_F(PatientScannerFailure, AMissingEngineIsToldToTheUserAndTheListStays) {
   useEngine("/no/such/engine");
   EXPECT_EQ(scan({"a"}), Lines());
   EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "no engine", "count down"}));
+  EXPECT_EQ(bench.scans.told(), (Lines{"began 1", "ended 1"}));
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
   EXPECT_EQ(contentsOfFile(listPath), path("a") + "\n");
 }

@@ -19,6 +19,12 @@ TEST_F(PatientScannerRun, LogsTheReportAndLeavesNothingBehind) {
   EXPECT_EQ(bench.road.statuses(), std::vector<int>{0});
 }
 
+TEST_F(PatientScannerRun, TellsTheRunAndEachVerdictAsItComes) {
+  scan({"a", "infected-b", "error-c"});
+  EXPECT_EQ(bench.scans.told(), (Lines{"began 3", path("a") + " = clean",
+                                       path("infected-b") + " = Eicar-Test-Signature", "ended 3"}));
+}
+
 TEST_F(PatientScannerRun, PassesItsParametersOnAndTheListLast) {
   useEngine(QUILLO_FAKE_ENGINE, {"--move=/a folder", "--multiscan", "--stdout"});
   EXPECT_EQ(scan({"arguments-"}), (Lines{"argument --move=/a folder", "argument --multiscan",

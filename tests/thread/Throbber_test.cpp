@@ -24,6 +24,7 @@ class CountingOwner final : public ThrobberOwner {
     lock_.signal();
     lock_.unlock();
   }
+  StatusFacts status() override { return {}; }
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override {}
   std::optional<std::string> freshclamLogLocation() override { return std::nullopt; }
@@ -63,10 +64,10 @@ class ThrobberThread : public testing::Test {
   ManualClock clock;
   FakePlatform desktop;
   CountingOwner owner{clock};
-  Throbber throbber{{desktop.application, clock, desktop.folders, desktop.imageLoader,
-                     desktop.localizedStrings, desktop.mainInterface.outlets, desktop.modifierKeys,
-                     desktop.preferenceStore, desktop.statusBar, desktop.systemLog,
-                     desktop.workspace}};
+  Throbber throbber{{desktop.application, clock, desktop.dockTile, desktop.folders,
+                     desktop.imageLoader, desktop.localizedStrings, desktop.mainInterface.outlets,
+                     desktop.modifierKeys, desktop.preferenceStore, desktop.statusBar,
+                     desktop.systemLog, desktop.workspace}};
 };
 
 TEST_F(ThrobberThread, AScanIsAnimatedFrameByFrame) {

@@ -49,7 +49,8 @@ class ReportFixture : public testing::Test {
   FakePlatform desktop;
   Dispatcher dispatcher{clock, desktop.systemLog, {}, nullptr};
   FakeScannerOwner owner{dispatcher};
-  ScannerServices services = scannerServicesOf(desktop, clock, nullptr);
+  FakeScanObserver scans;
+  ScannerServices services = scannerServicesOf(desktop, clock, nullptr, &scans);
   ScanReport report{owner, services};
 };
 

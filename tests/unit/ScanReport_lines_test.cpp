@@ -102,6 +102,17 @@ TEST_F(ScanReportLines, ThatTheDaemonCannotBeReachedAreLoggedAndRecoverItOnceARu
   EXPECT_EQ(owner.timesTold("recover unreachable"), 2);
 }
 
+TEST_F(ScanReportLines, ThatJudgeAFileAreToldAsVerdicts) {
+  loggedFor("/a b: c.txt: OK\n" + infection + "\n/x: FOUND\n");
+  EXPECT_EQ(scans.told(),
+            (Calls{"/a b: c.txt = clean", "/Users/a/b.zip = Eicar-Test-Signature", "/x = clean"}));
+}
+
+TEST_F(ScanReportLines, ThatJudgeNoFileAreNoVerdicts) {
+  loggedFor("/a: No such file or directory. ERROR\nnothing: OK\n: OK\n FOUND\n/a FOUND\n\n");
+  EXPECT_EQ(scans.told(), Calls());
+}
+
 TEST_F(ScanReportLines, AreCutAtTheLastColon) {
   EXPECT_EQ(ScanReport::getLastColon(infection), 14);
   EXPECT_EQ(ScanReport::getLastColon("/Users/a/x:y.zip: Name FOUND"), 16);

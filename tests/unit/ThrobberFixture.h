@@ -55,6 +55,7 @@ class FakeThrobberOwner final : public ThrobberOwner {
 
   std::int32_t scannerCount() override { return count; }
   void modifyScannerCountBy(std::int32_t delta) override { count += delta; }
+  StatusFacts status() override { return facts; }
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override { ++restarts; }
   std::optional<std::string> freshclamLogLocation() override { return updateLog; }
@@ -62,6 +63,7 @@ class FakeThrobberOwner final : public ThrobberOwner {
   std::atomic<std::int32_t> count{0};
   std::atomic<int> restarts{0};
   std::optional<std::string> updateLog;
+  StatusFacts facts;
 
  private:
   Condition lock_;
@@ -70,11 +72,17 @@ class FakeThrobberOwner final : public ThrobberOwner {
 class ThrobberFixture : public testing::Test {
  protected:
   ThrobberServices services() {
-    return {desktop.application,      clock,
-            desktop.folders,          desktop.imageLoader,
-            desktop.localizedStrings, desktop.mainInterface.outlets,
-            desktop.modifierKeys,     desktop.preferenceStore,
-            desktop.statusBar,        desktop.systemLog,
+    return {desktop.application,
+            clock,
+            desktop.dockTile,
+            desktop.folders,
+            desktop.imageLoader,
+            desktop.localizedStrings,
+            desktop.mainInterface.outlets,
+            desktop.modifierKeys,
+            desktop.preferenceStore,
+            desktop.statusBar,
+            desktop.systemLog,
             desktop.workspace};
   }
   // What the agent does with one watched folder.

@@ -36,10 +36,10 @@ class WatchListTest : public testing::Test {
   TemporaryFolder home;
   FakePlatform desktop;
   ManualClock clock;
-  Throbber throbber{{desktop.application, clock, desktop.folders, desktop.imageLoader,
-                     desktop.localizedStrings, desktop.mainInterface.outlets, desktop.modifierKeys,
-                     desktop.preferenceStore, desktop.statusBar, desktop.systemLog,
-                     desktop.workspace}};
+  Throbber throbber{{desktop.application, clock, desktop.dockTile, desktop.folders,
+                     desktop.imageLoader, desktop.localizedStrings, desktop.mainInterface.outlets,
+                     desktop.modifierKeys, desktop.preferenceStore, desktop.statusBar,
+                     desktop.systemLog, desktop.workspace}};
   Dispatcher dispatcher{clock, desktop.systemLog, {}, nullptr};
   WatchList list{
       {desktop.folders, desktop.mountNotifications, desktop.preferenceStore, desktop.systemLog},

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QEvent>
 #include <QLabel>
@@ -117,8 +118,9 @@ struct Face {
         images(std::string(argv[1]) + "/images"),
         loader(std::string(argv[1]) + "/interface", application, log, images, strings, keys),
         mainInterface(application, strings, loader),
-        dockTile(std::string(argv[1]) + "/interface", application,
-                 [this] { application.terminate(); }),
+        dockTile(
+            std::string(argv[1]) + "/interface", application, [this] { application.terminate(); },
+            [this](const std::string& problem) { log.log(problem); }),
         statusItem(statusBar.statusItemWithLength(std::atof(argv[3]))) {
     application.setDockTile(dockTile);
     application.setTerminationHandler([this] {
@@ -266,12 +268,13 @@ class Commands {
   void performOnDock(const std::string& name, const std::string& rest) {
     if (name == "dock") {
       face_.application.performOnMainThread([this] {
+        const int error = face_.application.transformToForegroundApplication();
         for (QWidget* window : QApplication::topLevelWidgets()) {
           if (qobject_cast<QMainWindow*>(window)) {
             new MinimisingObserver(window);
           }
         }
-        say("foreground " + std::to_string(face_.application.transformToForegroundApplication()));
+        say("foreground " + std::to_string(error));
       });
     } else if (name == "dockimage") {
       face_.application.setApplicationIconImage(face_.images.imageNamed(rest));
@@ -284,7 +287,10 @@ class Commands {
       }
       face_.dockTile.setWatchedFolders(folders);
     } else if (name == "verdict") {
-      face_.dockTile.addVerdict(rest);
+      // TIME FILE VERDICT, and " threat" behind it for one.
+      const auto words = split(rest, ' ');
+      face_.dockTile.addVerdict({std::string(words.at(0)), std::string(words.at(1)),
+                                 std::string(words.at(2)), words.size() > 3});
     }
   }
 
@@ -293,6 +299,8 @@ class Commands {
       face_.application.performOnMainThread([] { say("synced"); });
     } else if (name == "where") {
       face_.application.performOnMainThread([this, rest] { windows_.tellWhere(rest); });
+    } else if (name == "rows") {
+      face_.application.performOnMainThread([rest] { say("rows " + rowsOf(rest)); });
     } else if (name == "text") {
       face_.application.performOnMainThread([rest] { say("text " + textOf(rest)); });
     } else if (name == "block") {
@@ -328,6 +336,24 @@ class Commands {
       }
     }
     return "";
+  }
+
+  // The rows of a list, with ";" between them and "," between their columns.
+  static std::string rowsOf(const std::string& objectName) {
+    const auto* view = qobject_cast<QAbstractItemView*>(find(objectName));
+    if (!view) {
+      return "";
+    }
+    const QAbstractItemModel& model = *view->model();
+    QStringList rows;
+    for (int row = 0; row < model.rowCount(); ++row) {
+      QStringList cells;
+      for (int column = 0; column < model.columnCount(); ++column) {
+        cells << model.index(row, column).data().toString();
+      }
+      rows << cells.join(',');
+    }
+    return rows.join(';').toStdString();
   }
 
   // One that nothing lies upon, if there is one.

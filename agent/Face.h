@@ -1,0 +1,54 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "menu/StatusText.h"
+#include "scanning/ScanObserver.h"
+
+namespace quillo {
+
+class Clock;
+class DockTile;
+class Folders;
+class LocalizedStrings;
+
+// The services that the face uses. All of them outlive it.
+struct FaceServices {
+  Clock& clock;
+  DockTile& dockTile;
+  Folders& folders;
+  LocalizedStrings& localizedStrings;
+};
+
+// What the agent shows of itself besides icon and menu: the facts behind the words of its state,
+// and what the Dock tile lists. Any thread.
+class Face final : public ScanObserver {
+ public:
+  explicit Face(const FaceServices& services) : services_(services) {}
+
+  // What only the menu knows is left open.
+  StatusFacts status() const;
+  void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
+  void setEngineMissing(bool missing) { engineMissing_ = missing; }
+  void setWatchedFolders(const std::vector<std::string>& folders);
+  // Verdicts are put together for the Dock tile from now on.
+  void showVerdicts() { showsVerdicts_ = true; }
+
+  void runBegan(std::size_t files) override { filesBeingScanned_ += files; }
+  void runEnded(std::size_t files) override { filesBeingScanned_ -= files; }
+  void verdictGiven(const Verdict& verdict) override;
+
+ private:
+  std::string timeNow() const;
+
+  const FaceServices services_;
+  std::atomic<bool> settingUp_{false};
+  std::atomic<bool> engineMissing_{false};
+  std::atomic<bool> showsVerdicts_{false};
+  std::atomic<std::size_t> watchedFolders_{0};
+  std::atomic<std::size_t> filesBeingScanned_{0};
+};
+
+}  // namespace quillo

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "posix/Clock.h"
+#include "posix/Mutex.h"
+
+namespace quillo {
+
+class LocalizedStrings;
+
+// What the words are made of.
+struct StatusFacts {
+  bool engineMissing = false;
+  bool settingUp = false;
+  bool updating = false;
+  // Whether the animation runs: a run of the engine too short for it is not worth a word.
+  bool busy = false;
+  bool watching = false;
+  std::size_t watchedFolders = 0;
+  std::size_t filesBeingScanned = 0;
+};
+
+// What the agent is doing, in words of the user's language: told when they have changed, and at
+// most twice a second while only a count changes. Any thread; costs nothing while nobody calls.
+class StatusText {
+ public:
+  static constexpr Clock::Duration shortestBetweenCounts = std::chrono::milliseconds(500);
+
+  // `facts` is asked and `show` called with a lock held: neither may call back.
+  StatusText(LocalizedStrings& strings, Clock& clock, std::function<StatusFacts()> facts,
+             std::function<void(const std::string&)> show);
+
+  // After something other than the count of files has changed.
+  void tell();
+  // For the animation, at every picture. A moment without files, between two runs of the engine,
+  // is passed over.
+  void tellCount();
+  std::string wordsFor(const StatusFacts& facts) const;
+
+ private:
+  std::string counted(const std::string& key, std::size_t count) const;
+  void showWords(const StatusFacts& facts) QUILLO_REQUIRES(mutex_);
+
+  // Constant after construction.
+  LocalizedStrings& strings_;
+  Clock& clock_;
+  const std::function<StatusFacts()> facts_;
+  const std::function<void(const std::string&)> show_;
+
+  Mutex mutex_;
+  std::string shown_ QUILLO_GUARDED_BY(mutex_);
+  std::optional<Clock::Duration> shownAt_ QUILLO_GUARDED_BY(mutex_);
+};
+
+// The number in decimal, with `separator` between groups of three digits if it is `least` or more.
+std::string groupedDigits(std::size_t number, std::string_view separator, std::size_t least);
+
+}  // namespace quillo

@@ -1,0 +1,66 @@
+#include "agent/Face.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+
+#include "tests/fakes/FakePlatform.h"
+#include "tests/fakes/ManualClock.h"
+
+namespace quillo {
+namespace {
+
+class FaceTest : public testing::Test {
+ protected:
+  FaceTest() {
+    setenv("TZ", "UTC0", 1);
+    tzset();
+  }
+  ~FaceTest() override {
+    unsetenv("TZ");
+    tzset();
+  }
+
+  FakePlatform desktop;
+  ManualClock clock;
+  Face face{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
+};
+
+TEST_F(FaceTest, CountsTheFilesOfAllRunningScans) {
+  face.runBegan(200);
+  face.runBegan(3);
+  EXPECT_EQ(face.status().filesBeingScanned, 203U);
+  face.runEnded(200);
+  EXPECT_EQ(face.status().filesBeingScanned, 3U);
+}
+
+TEST_F(FaceTest, ListsTheFoldersAsTheUserWritesThem) {
+  face.setWatchedFolders({"/home/anna/Downloads/", "/srv/"});
+  EXPECT_EQ(desktop.dockTile.watchedFolders(), (std::vector<std::string>{"~/Downloads/", "/srv/"}));
+  EXPECT_EQ(face.status().watchedFolders, 2U);
+}
+
+TEST_F(FaceTest, PutsNoVerdictsTogetherWhileNobodySeesThem) {
+  face.verdictGiven({"/srv/a", ""});
+  EXPECT_TRUE(desktop.dockTile.verdicts().empty());
+}
+
+TEST_F(FaceTest, TellsTimeFileAndThreatOrThatItWasScanned) {
+  face.showVerdicts();
+  face.verdictGiven({"/home/anna/a.txt", ""});
+  face.verdictGiven({"/srv/b.zip", "Win.Test.A"});
+  EXPECT_EQ(desktop.dockTile.verdicts(),
+            (std::vector<DockVerdict>{{"03:04:05", "~/a.txt", "<SCANNED>", false},
+                                      {"03:04:05", "/srv/b.zip", "Win.Test.A", true}}));
+}
+
+TEST_F(FaceTest, KnowsFromAVerdictThatThereIsAnEngine) {
+  face.setEngineMissing(true);
+  EXPECT_TRUE(face.status().engineMissing);
+  face.verdictGiven({"/srv/a", ""});
+  EXPECT_FALSE(face.status().engineMissing);
+}
+
+}  // namespace
+}  // namespace quillo
