@@ -22,6 +22,8 @@ namespace quillo {
 namespace {
 
 constexpr const char* restartKey = "restartWatchingViaAS";
+// The desktop ends whoever does not at the end of a session: after 90 s, systemd's default.
+constexpr std::chrono::seconds longestLaunchAtQuit(60);
 
 }  // namespace
 
@@ -51,8 +53,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
       progressLog_(services.platform.systemLog),
       face_({services.clock, services.platform.dockTile, services.platform.folders,
              services.platform.localizedStrings}),
-      theDispatcher_(services.clock, services.platform.systemLog,
-                     services.platform.volumes.volumeFolders(), &progressLog_),
+      theDispatcher_(services.clock, services.platform.systemLog, services.platform.volumes,
+                     &progressLog_),
       firstPatientScanner(scannerLink_, scannerServices_),
       secondPatientScanner(scannerLink_, scannerServices_),
       gfsLogger(watcherLink_, watcherServices_),
@@ -227,7 +229,7 @@ void VantrelQuillo::openPrefs(bool fromDialogButton) {
 void VantrelQuillo::quit() {
   if (preferences_.launchingClamd) {
     // A daemon left alone now would run on, and nobody would know that it is ours to stop.
-    perform([this] { quit(); });
+    quitOnceLaunched();
     return;
   }
   if (gfsLogger.isWatching()) {
@@ -240,6 +242,17 @@ void VantrelQuillo::quit() {
   }
   services_.platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
   services_.platform.application.exit(0);
+}
+
+void VantrelQuillo::quitOnceLaunched() {
+  perform([this] { quit(); });
+  if (std::exchange(quitWaits_, true)) {
+    return;
+  }
+  services_.threads.detachNewThread("quit", [this] {
+    services_.clock.sleepFor(longestLaunchAtQuit);
+    clamdLink_.abandonLaunch();
+  });
 }
 
 bool VantrelQuillo::applicationDelegateHandlesKey(const std::string& key) {

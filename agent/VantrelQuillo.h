@@ -62,7 +62,8 @@ class VantrelQuillo {
   void openPrefs(bool fromDialogButton);
   // Stops watching, stops a daemon that this agent launched, says so to the other applications and
   // ends the process with status 0, without waiting for anything that runs but a daemon that is
-  // being launched: then it returns, and the end comes when the daemon can be told.
+  // being launched: then it returns, and the end comes when the daemon can be told, or is given up
+  // after a minute.
   void quit();
   // Scripts may read one key, which asks for a restart.
   static bool applicationDelegateHandlesKey(const std::string& key);
@@ -126,6 +127,7 @@ class VantrelQuillo {
 
  private:
   void perform(std::function<void()> request);
+  void quitOnceLaunched();
   void attempt(const std::function<void()>& request);
   void connectInterface();
   void startThreads();
@@ -170,6 +172,7 @@ class VantrelQuillo {
   MainApplication mainApplication_;
   MainThreadRequests requests_;
   bool startAfterSleep = false;
+  bool quitWaits_ = false;
 };
 
 }  // namespace quillo

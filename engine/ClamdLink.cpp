@@ -52,9 +52,27 @@ bool ClamdLink::launchClamdWithConfigFile(const std::string& program,
   if (configuration) {
     request.arguments = {"-c", *configuration};
   }
-  ChildProcess daemon(request);
-  owner_.waitKeepingDesktopAlive([&daemon] { daemon.waitUntilExit(); });
-  return daemon.terminationStatus() != failedStatus;
+  const auto daemon = std::make_shared<ChildProcess>(request);
+  {
+    MutexLock hold(lock_);
+    launching_ = daemon;
+  }
+  owner_.waitKeepingDesktopAlive([&daemon] { daemon->waitUntilExit(); });
+  {
+    MutexLock hold(lock_);
+    if (launching_ == daemon) {
+      launching_ = nullptr;
+    }
+  }
+  return daemon->terminationStatus() != failedStatus;
+}
+
+void ClamdLink::abandonLaunch() {
+  MutexLock hold(lock_);
+  if (launching_) {
+    services_.systemLog.log("giving up on clamd, which has not started");
+    launching_->terminate();
+  }
 }
 
 std::optional<std::string> ClamdLink::configurationFile() {

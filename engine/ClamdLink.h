@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -11,6 +12,7 @@
 
 namespace quillo {
 
+class ChildProcess;
 class LocalizedStrings;
 class SystemLog;
 class ThreadStarter;
@@ -56,6 +58,8 @@ class ClamdLink {
   // run.
   bool launchClamdWithConfigFile(const std::string& program,
                                  const std::optional<std::string>& configuration);
+  // Ends the program that a launch waits for, so that the launch returns.
+  void abandonLaunch();
   // Takes the socket's path from the daemon's configuration, or the installation's.
   void discernClamdSocketLocation();
   // Whether the daemon takes a "PING".
@@ -100,6 +104,7 @@ class ClamdLink {
   Mutex recovery_;
   Mutex lock_;
   Paths paths_ QUILLO_GUARDED_BY(lock_);
+  std::shared_ptr<ChildProcess> launching_ QUILLO_GUARDED_BY(lock_);
 };
 
 }  // namespace quillo

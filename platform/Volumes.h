@@ -1,16 +1,16 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace quillo {
 
-// Where this desktop mounts volumes. Constant while the program runs; any thread.
+// Where this desktop mounts volumes.
 class Volumes {
  public:
   virtual ~Volumes() = default;
-  // Folders, without a "/" at their end, whose direct children are the roots of mounted volumes.
-  virtual std::vector<std::string> volumeFolders() const = 0;
+  // Whether the path, without a "/" at its end, is the root folder of a volume: a direct child of
+  // "/Volumes", or where this desktop has mounted one. Quick; any thread.
+  virtual bool isVolumeRoot(const std::string& path) = 0;
 };
 
 }  // namespace quillo

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/SystemLog.h"
+#include "platform/Volumes.h"
 #include "posix/FileFacts.h"
 #include "posix/FolderWalk.h"
 #include "posix/Text.h"
@@ -12,13 +13,8 @@
 
 namespace quillo {
 
-Dispatcher::Dispatcher(Clock& clock, SystemLog& log, std::vector<std::string> volumeFolders,
-                       RoadObserver* observer)
-    : clock_(clock),
-      log_(log),
-      volumeFolders_(std::move(volumeFolders)),
-      observer_(observer),
-      conditions(clock) {}
+Dispatcher::Dispatcher(Clock& clock, SystemLog& log, Volumes& volumes, RoadObserver* observer)
+    : clock_(clock), log_(log), volumes_(volumes), observer_(observer), conditions(clock) {}
 
 void Dispatcher::mainLoop() {
   for (;;) {
@@ -27,6 +23,16 @@ void Dispatcher::mainLoop() {
 }
 
 void Dispatcher::cycle() {
+  try {
+    measureOrWait();
+  } catch (const std::exception& failure) {
+    // Memory may be short for a moment; what waits is still in its lists.
+    log_.log(std::string("Dispatcher: a cycle failed: ") + failure.what());
+    clock_.sleepFor(std::chrono::seconds(1));
+  }
+}
+
+void Dispatcher::measureOrWait() {
   if (lengthOfBothItemLists() != 0) {
     copyIntakeToMyItemList();
     getItemSizesInMyItemList();
@@ -116,16 +122,11 @@ bool Dispatcher::measure(const std::string& path, ItemState& state) {
     return true;
   }
   if (*stored != unmeasured && facts->size != 0 && facts->size == *stored) {
-    state = facts->isDirectory && !isVolumeRoot(path) ? dropped : ready;
+    state = facts->isDirectory && !volumes_.isVolumeRoot(path) ? dropped : ready;
   } else {
     state = facts->size;
   }
   return true;
-}
-
-bool Dispatcher::isVolumeRoot(const std::string& path) const {
-  const std::string parent = deletingLastPathComponent(path);
-  return std::find(volumeFolders_.begin(), volumeFolders_.end(), parent) != volumeFolders_.end();
 }
 
 void Dispatcher::moveReadyItemsToScannableList() {
@@ -137,14 +138,13 @@ void Dispatcher::moveReadyItemsToScannableList() {
         ++item;
         continue;
       }
-      const bool isReady = *mark == ready;
-      auto node = lists.myItemList.extract(item++);
-      if (isReady) {
+      if (*mark == ready) {
         if (observer_) {
-          observer_->becameStable(node.key());
+          observer_->becameStable(item->first);
         }
-        lists.scannableList.insert(std::move(node.key()));
+        lists.scannableList.insert(item->first);
       }
+      item = lists.myItemList.erase(item);
     }
     lists.scannableCount = static_cast<std::int32_t>(lists.scannableList.size());
   }

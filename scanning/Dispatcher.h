@@ -16,6 +16,7 @@ namespace quillo {
 
 class RoadObserver;
 class SystemLog;
+class Volumes;
 
 // The queue between the change detectors and the scanners. It takes paths in from any thread,
 // measures each until its size holds still, and hands batches out. It never looks into a file; it
@@ -25,14 +26,13 @@ class Dispatcher {
  public:
   static constexpr std::size_t batchLimit = 200;
 
-  // `volumeFolders`: folders, without a "/" at their end, whose direct children are the roots of
-  // volumes. `observer` may be null.
-  Dispatcher(Clock& clock, SystemLog& log, std::vector<std::string> volumeFolders,
-             RoadObserver* observer);
+  // `observer` may be null; the others outlive this object.
+  Dispatcher(Clock& clock, SystemLog& log, Volumes& volumes, RoadObserver* observer);
 
   // Runs cycles forever.
   void mainLoop();
-  // One turn of the loop: a second of measuring, or one wait for work when there is none.
+  // One turn of the loop: a second of measuring, or one wait for work when there is none. What
+  // fails in it is told in the log, a second later the next turn tries again.
   void cycle();
 
   // Intake: never checks the paths. The caller's array is empty afterwards.
@@ -83,17 +83,17 @@ class Dispatcher {
     Condition scannerLock;
   };
 
+  void measureOrWait();
   void takeOver(std::vector<std::string>& paths) QUILLO_REQUIRES(lists.lock4Lists);
   void copyIntakeToMyItemList() QUILLO_EXCLUDES(lists.lock4Lists);
   // Whether the path stays among those measured.
   bool measure(const std::string& path, ItemState& state) QUILLO_REQUIRES(lists.lock4Lists);
-  bool isVolumeRoot(const std::string& path) const;
   void signalDispatchLock();
 
   // Constant after construction.
   Clock& clock_;
   SystemLog& log_;
-  const std::vector<std::string> volumeFolders_;
+  Volumes& volumes_;
   RoadObserver* const observer_;
   // Own synchronisation.
   Conditions conditions;

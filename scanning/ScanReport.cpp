@@ -8,6 +8,7 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
 #include "posix/Clock.h"
+#include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "scanning/FileRemover.h"
 #include "scanning/ScanObserver.h"
@@ -174,7 +175,16 @@ void ScanReport::logLine(const std::string& line, const std::string& timestamp) 
   if (rules_.recoversDaemon && !recovered_ &&
       std::string_view(line).starts_with(daemonUnreachable)) {
     recovered_ = true;
+    recoverUnreachableClamd();
+  }
+}
+
+// A daemon that cannot be launched must not cost the rest of the report.
+void ScanReport::recoverUnreachableClamd() {
+  try {
     owner_.recoverUnreachableClamd();
+  } catch (const PlatformException& failure) {
+    services_.systemLog.log("clamd cannot be restarted: " + failure.reason());
   }
 }
 

@@ -51,6 +51,7 @@ class ScanReport {
   bool isInfection(std::string_view line) const;
   void tellVerdict(std::string_view line);
   void dealWithInfection(const std::string& line);
+  void recoverUnreachableClamd();
   void showQuarantined(const std::string& line);
   void showWarning(const std::string& line);
   void logLine(const std::string& line, const std::string& timestamp);

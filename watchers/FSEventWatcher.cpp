@@ -44,6 +44,16 @@ void FSEventWatcher::mainLoop() {
       state_.loopWanted = true;
     }
   }
+  try {
+    watch();
+  } catch (...) {
+    // Or no later start would find a loop to begin.
+    forgetMainLoop();
+    throw;
+  }
+}
+
+void FSEventWatcher::watch() {
   do {
     readQuarantineFolder();
     if (beginWatching()) {
@@ -53,6 +63,16 @@ void FSEventWatcher::mainLoop() {
       }
     }
   } while (!releaseMainLoop());
+}
+
+void FSEventWatcher::forgetMainLoop() {
+  MutexLock hold(state_.lock);
+  state_.isWatching = false;
+  state_.loopWanted = false;
+  state_.loopClaimed = false;
+  if (const auto task = std::exchange(state_.scanCheckTask, nullptr)) {
+    task->terminate();
+  }
 }
 
 void FSEventWatcher::readQuarantineFolder() {

@@ -27,6 +27,7 @@ class FSEventWatcher {
   // Takes the claim back when no thread could be had for it. Any thread.
   void abandonMainLoop();
   // Watches until stopWatching(); the helper is started again at once whenever it ends by itself.
+  // What it throws is no PlatformException; nothing is watched then, and it may be called again.
   void mainLoop();
   // One run of the helper, from its launch to its end. The watcher's thread.
   void startWatching();
@@ -50,6 +51,8 @@ class FSEventWatcher {
     bool loopWanted QUILLO_GUARDED_BY(lock) = false;
   };
 
+  void watch();
+  void forgetMainLoop();
   void readQuarantineFolder();
   bool beginWatching();
   bool releaseMainLoop();

@@ -82,7 +82,7 @@ struct LinuxPlatform::Parts {
   ScriptingObject scripting{sessionBus};
   LogindPowerNotifications power{QDBusConnection::systemBus(), report};
   LinuxMountNotifications mounts;
-  LinuxVolumes volumes{UserAccount::current().name, MountTable().read()};
+  LinuxVolumes volumes{UserAccount::current().name};
   LinuxTrashFolders trash{environment, folders.homeFolder(), getuid()};
   PolkitAuthorization authorization{{resources + "/gfslogger", resources + "/grant-helper-rights",
                                      "/usr/bin/pkexec", geteuid() == 0},

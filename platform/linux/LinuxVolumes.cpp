@@ -6,17 +6,27 @@
 
 namespace quillo {
 
-LinuxVolumes::LinuxVolumes(const std::string& userName, const std::vector<Mount>& mounts) {
+LinuxVolumes::LinuxVolumes(const std::string& userName) {
   if (!userName.empty() && userName.find('/') == std::string::npos) {
     folders_.push_back("/media/" + userName);
     folders_.push_back("/run/media/" + userName);
   }
-  const bool mountsInMedia = std::any_of(mounts.begin(), mounts.end(), [](const Mount& mount) {
-    return deletingLastPathComponent(mount.mountPoint) == "/media";
-  });
-  if (mountsInMedia) {
-    folders_.emplace_back("/media");
+}
+
+bool LinuxVolumes::isVolumeRoot(const std::string& path) {
+  const std::string parent = deletingLastPathComponent(path);
+  return std::find(folders_.begin(), folders_.end(), parent) != folders_.end() || isMounted(path);
+}
+
+bool LinuxVolumes::isMounted(const std::string& path) {
+  MutexLock hold(mutex_);
+  if (table_.hasChanged() || !mountPoints_) {
+    mountPoints_.emplace();
+    for (const Mount& mount : volumesAmong(table_.read())) {
+      mountPoints_->insert(mount.mountPoint);
+    }
   }
+  return mountPoints_->count(path) != 0;
 }
 
 }  // namespace quillo

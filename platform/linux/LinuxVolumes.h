@@ -1,20 +1,34 @@
 #pragma once
 
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
 #include "platform/Volumes.h"
 #include "platform/linux/MountTable.h"
+#include "posix/Mutex.h"
 
 namespace quillo {
 
-// "/Volumes", and where udisks(8) mounts what this user plugs in: a folder of the user's in /media
-// or /run/media, or /media itself on a machine where something is mounted directly in it.
+// What lies in "/Volumes" or where udisks(8) mounts what this user plugs in (/media/USER or
+// /run/media/USER), and every other volume in the kernel's mount table.
 class LinuxVolumes final : public Volumes {
  public:
-  LinuxVolumes(const std::string& userName, const std::vector<Mount>& mounts);
+  explicit LinuxVolumes(const std::string& userName);
 
-  std::vector<std::string> volumeFolders() const override { return folders_; }
+  bool isVolumeRoot(const std::string& path) override;
 
  private:
+  bool isMounted(const std::string& path);
+
+  // Constant after construction.
   std::vector<std::string> folders_ = {"/Volumes"};
+
+  Mutex mutex_;
+  MountTable table_ QUILLO_GUARDED_BY(mutex_);
+  // As of the table's last change.
+  std::optional<std::set<std::string>> mountPoints_ QUILLO_GUARDED_BY(mutex_);
 };
 
 }  // namespace quillo

@@ -65,18 +65,19 @@ TEST_F(LinuxTrashFoldersTest, KnowsThoseAtTheTopOfAVolumeAndNoneElsewhere) {
   EXPECT_FALSE(isTrashed("/home/a/.Trash-1000/proc/.Trash-1000/x"));
 }
 
-TEST(LinuxVolumesTest, AreWhereThisUsersVolumesAreMounted) {
-  EXPECT_EQ(LinuxVolumes("a", {}).volumeFolders(),
-            (std::vector<std::string>{"/Volumes", "/media/a", "/run/media/a"}));
-  EXPECT_EQ(LinuxVolumes("", {}).volumeFolders(), std::vector<std::string>{"/Volumes"});
+TEST(LinuxVolumesTest, LieWhereThisUsersVolumesAreMounted) {
+  LinuxVolumes volumes("a");
+  EXPECT_TRUE(volumes.isVolumeRoot("/Volumes/S"));
+  EXPECT_TRUE(volumes.isVolumeRoot("/media/a/S"));
+  EXPECT_TRUE(volumes.isVolumeRoot("/run/media/a/S"));
+  EXPECT_FALSE(volumes.isVolumeRoot("/media/b/S"));
+  EXPECT_FALSE(volumes.isVolumeRoot("/media/a/S/folder"));
+  EXPECT_FALSE(volumes.isVolumeRoot("/Volumes"));
 }
 
-TEST(LinuxVolumesTest, IncludeMediaWhereSomethingIsMountedDirectlyInIt) {
-  Mount disc;
-  disc.mountPoint = "/media/cdrom";
-  EXPECT_EQ(LinuxVolumes("a", {disc}).volumeFolders().back(), "/media");
-  disc.mountPoint = "/media/a/STICK";
-  EXPECT_EQ(LinuxVolumes("a", {disc}).volumeFolders().back(), "/run/media/a");
+TEST(LinuxVolumesTest, OfAUserWithoutANameLieInVolumesOnly) {
+  EXPECT_TRUE(LinuxVolumes("").isVolumeRoot("/Volumes/S"));
+  EXPECT_FALSE(LinuxVolumes("").isVolumeRoot("/media/S"));
 }
 
 }  // namespace

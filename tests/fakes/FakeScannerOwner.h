@@ -4,7 +4,9 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "scanning/FileRemover.h"
@@ -44,7 +46,12 @@ class FakeScannerOwner final : public ScannerOwner {
       duringRecovery();
     }
   }
-  void recoverUnreachableClamd() override { record("recover unreachable"); }
+  void recoverUnreachableClamd() override {
+    record("recover unreachable");
+    if (duringRecovery) {
+      duringRecovery();
+    }
+  }
   void noEnginePanic() override { record("no engine"); }
   std::string getQuitMenuName() override { return "Quit Vantrel Quillo"; }
   void quit() override { record("quit"); }
@@ -142,7 +149,12 @@ class FakeScanObserver final : public ScanObserver {
 class FakeRoadObserver final : public RoadObserver {
  public:
   void noticed(const std::string& path) override { add(noticed_, {path}); }
-  void becameStable(const std::string& path) override { add(stable_, {path}); }
+  void becameStable(const std::string& path) override {
+    if (std::exchange(failsOnce, false)) {
+      throw std::runtime_error("no memory");
+    }
+    add(stable_, {path});
+  }
   void scanStarted(const std::vector<std::string>& paths) override { add(started_, paths); }
   void scanEnded(const std::vector<std::string>& paths, int status) override {
     {
@@ -173,6 +185,9 @@ class FakeRoadObserver final : public RoadObserver {
   bool waitUntilStable(std::size_t count) {
     return waitUntil(std::chrono::seconds(10), [this, count] { return stable_.size() >= count; });
   }
+
+  // Throws when the next path becomes stable.
+  bool failsOnce = false;
 
  private:
   void add(std::vector<std::string>& list, const std::vector<std::string>& paths) {

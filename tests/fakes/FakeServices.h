@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -21,6 +22,7 @@
 #include "platform/TrashFolders.h"
 #include "platform/Volumes.h"
 #include "platform/Workspace.h"
+#include "posix/Text.h"
 
 // Desktop services without a desktop. Each records what was asked of it; those that several threads
 // reach are locked.
@@ -140,9 +142,13 @@ class FakeFolders final : public Folders {
   std::string resources;
 };
 
+// Knows the direct children of some folders.
 class FakeVolumes final : public Volumes {
  public:
-  std::vector<std::string> volumeFolders() const override { return folders; }
+  bool isVolumeRoot(const std::string& path) override {
+    const std::string parent = deletingLastPathComponent(path);
+    return std::find(folders.begin(), folders.end(), parent) != folders.end();
+  }
   std::vector<std::string> folders = {"/Volumes"};
 };
 

@@ -70,6 +70,7 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
 
   // Whoever hands a list over gets this instead, once.
   std::exception_ptr refusal;
+  std::function<void()> onPath;
   std::function<void()> onStop;
   std::function<void()> onStart;
 
@@ -84,6 +85,9 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
     changed_.notify_all();
   }
   void addStringToItemList(const std::string& path) override {
+    if (onPath) {
+      onPath();
+    }
     std::lock_guard hold(mutex_);
     paths_.push_back(path);
     changed_.notify_all();

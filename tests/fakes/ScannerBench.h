@@ -29,7 +29,9 @@ struct ScannerBench {
   static std::string listPath(const std::string& scannerName) {
     return "/tmp/VantrelQuilloScanList_" + scannerName + ".txt";
   }
-  std::string file(const std::string& name) const { return folder.write(name, "contents"); }
+  std::string file(const std::string& name, const std::string& contents = "contents") const {
+    return folder.write(name, contents);
+  }
   void makeReady(std::vector<std::string> paths) {
     dispatcher.copyItemsToMyItemListFrom(paths);
     dispatcher.getItemSizesInMyItemList();
@@ -42,7 +44,7 @@ struct ScannerBench {
   FakePlatform desktop;
   FakeRoadObserver road;
   FakeScanObserver scans;
-  Dispatcher dispatcher{clock, desktop.systemLog, {"/Volumes"}, &road};
+  Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, &road};
   FakeScannerOwner owner{dispatcher};
   ScannerServices services = scannerServicesOf(desktop, clock, &road, &scans);
 };

@@ -125,6 +125,18 @@ TEST_F(WatcherAndHelper, EndTogetherWhenStopped) {
             (Lines{"attempting to terminate gfslogger", "termination status = 15"}));
 }
 
+TEST_F(WatcherAndHelper, MayBeStartedAgainAfterAFailureOfTheAgentsOwn) {
+  owner.watch("/w/", true);
+  owner.onPath = [] { throw std::runtime_error("no memory"); };
+  helper = std::make_unique<HelperProgram>("echo /w/x; read line < \"$go\"");
+  desktop.folders.resources = helper->resourceFolder();
+  EXPECT_THROW(watcher.mainLoop(), std::runtime_error);
+  EXPECT_FALSE(watcher.isWatching());
+  owner.onPath = nullptr;
+  run();
+  EXPECT_TRUE(owner.waitForPaths(1));
+}
+
 TEST_F(WatcherAndHelper, MayBeStartedAgainAfterTheEnd) {
   owner.watch("/w/", true);
   start("echo /w/x; read line < \"$go\"");

@@ -106,6 +106,29 @@ TEST_F(WatchingAgent, StopsAndStartsForARestart) {
   EXPECT_EQ(agent().getWatchedFolderList()->size(), 1U);
 }
 
+TEST_F(WatchingAgent, StartsForARestartWhileItIsStopped) {
+  watch();
+  agent().stopWatcher();
+  threads.join();
+  desktop.distributedNotificationCenter.deliver("VantrelQuilloShouldRestart");
+  ASSERT_TRUE(helper.waitForLaunches(1));
+  EXPECT_TRUE(agent().isWatching());
+}
+
+TEST_F(WatchingAgent, GivesUpADaemonThatNeverStartsWhenItIsToQuit) {
+  daemon.reset();
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexec sleep 1000\n");
+  desktop.application.duringWait = [this] {
+    desktop.application.duringWait = nullptr;
+    agent().quit();
+    EXPECT_TRUE(desktop.application.exits.empty());
+    threads.run("quit");
+  };
+  agent().applicationDidFinishLaunching();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  EXPECT_GE(clock.slept(), std::chrono::seconds(60));
+}
+
 TEST_F(WatchingAgent, LeavesAWatcherAloneThatWatches) {
   watch();
   agent().startWatcher();

@@ -132,6 +132,20 @@ TEST_F(DispatcherThread, AReportedFileIsTakenUpAtOnce) {
   stopDispatcher(loop);
 }
 
+TEST_F(DispatcherThread, AFileThatGrowsInTheSecondBetweenIsReadyOneSecondLater) {
+  const std::string path = bench.file("a");
+  bench.dispatcher.addStringToItemList(path);
+  LoopThread loop([this] { bench.dispatcher.cycle(); });
+  EXPECT_TRUE(waitUntilMeasuring());
+  bench.file("a", "longer than before");
+  bench.clock.advance(seconds(1));
+  EXPECT_TRUE(bench.clock.waitUntilParked(1));
+  EXPECT_EQ(bench.road.stablePaths(), Paths());
+  bench.clock.advance(seconds(1));
+  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  stopDispatcher(loop);
+}
+
 TEST_F(DispatcherThread, AnArrayOfFilesIsTakenUpAtOnce) {
   LoopThread loop([this] { bench.dispatcher.cycle(); });
   EXPECT_TRUE(bench.clock.waitUntilParked(1));

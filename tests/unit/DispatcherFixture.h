@@ -18,7 +18,10 @@ namespace quillo {
 // A dispatcher whose steps and cycles the test drives itself; a cycle's second passes at once.
 class DispatcherFixture : public testing::Test {
  protected:
-  DispatcherFixture() { clock.setSleepsPassAtOnce(true); }
+  DispatcherFixture() {
+    clock.setSleepsPassAtOnce(true);
+    volumes.folders.push_back(folder.path() + "/Volumes");
+  }
 
   std::string file(const std::string& name, const std::string& contents = "contents") {
     return folder.write(name, contents);
@@ -54,7 +57,8 @@ class DispatcherFixture : public testing::Test {
   ManualClock clock;
   FakeSystemLog log;
   FakeRoadObserver observer;
-  Dispatcher dispatcher{clock, log, {folder.path() + "/Volumes", "/Volumes"}, &observer};
+  FakeVolumes volumes;
+  Dispatcher dispatcher{clock, log, volumes, &observer};
 };
 
 }  // namespace quillo

@@ -97,7 +97,7 @@ TEST_F(DispatcherIntake, AFileReportedFiftyTimesReachesTheScannersOnce) {
 TEST_F(DispatcherIntake, OneFailureIsLoggedAndTheOtherPathsAreTakenOver) {
   int failures = 0;
   for (int successes = 0; successes < 8; ++successes) {
-    Dispatcher fresh(clock, log, {}, nullptr);
+    Dispatcher fresh(clock, log, volumes, nullptr);
     Paths paths = {file("one"), file("two"), file("three")};
     log.clear();
     bool failed = false;

@@ -236,5 +236,15 @@ TEST_F(DispatcherMeasuring, TellsTheObserverWhatBecameStable) {
   EXPECT_EQ(observer.stablePaths(), Paths{path});
 }
 
+TEST_F(DispatcherMeasuring, ACycleThatFailsIsToldAndLosesNoPath) {
+  dispatcher.addStringToItemList(file("a"));
+  observer.failsOnce = true;
+  dispatcher.cycle();
+  EXPECT_TRUE(log.has("Dispatcher: a cycle failed: no memory"));
+  EXPECT_EQ(dispatcher.scannableCount(), 0);
+  dispatcher.cycle();
+  EXPECT_EQ(batch(), std::vector<std::string>{folder.path() + "/a"});
+}
+
 }  // namespace
 }  // namespace quillo

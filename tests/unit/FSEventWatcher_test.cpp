@@ -78,14 +78,6 @@ TEST_F(WatcherLines, InTheTrashAreDropped) {
   EXPECT_EQ(handedOver("/home/anna/.Trash/x\n/home/anna/.Trash\n"), Paths{"/home/anna/.Trash"});
 }
 
-TEST_F(WatcherLines, AreNotAskedForTheTrashWithoutSubfolders) {
-  owner.watch("/.Trash/", false);
-  owner.watch("/", false);
-  // The only folder that passes its own files on is the root, whose trash is not looked for.
-  EXPECT_EQ(handedOver("/x.txt\n"), Paths{"/x.txt"});
-  EXPECT_TRUE(watcher.isTrashedFileAtPath("/.Trash/x"));
-}
-
 TEST_F(WatcherLines, OfAResourceForkAreDropped) {
   owner.watch("/Users/a/Doc/", true);
   EXPECT_EQ(handedOver("/Users/a/Doc/x.txt/..namedfork/rsrc\n"), Paths());

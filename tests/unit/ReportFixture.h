@@ -47,7 +47,7 @@ class ReportFixture : public testing::Test {
   const std::string infection = "/Users/a/b.zip: Eicar-Test-Signature FOUND";
   ManualClock clock;
   FakePlatform desktop;
-  Dispatcher dispatcher{clock, desktop.systemLog, {}, nullptr};
+  Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, nullptr};
   FakeScannerOwner owner{dispatcher};
   FakeScanObserver scans;
   ScannerServices services = scannerServicesOf(desktop, clock, nullptr, &scans);

@@ -1,3 +1,4 @@
+#include "posix/PlatformException.h"
 #include "tests/unit/ReportFixture.h"
 
 namespace quillo {
@@ -100,6 +101,15 @@ TEST_F(ScanReportLines, ThatTheDaemonCannotBeReachedAreLoggedAndRecoverItOnceARu
   startRun("");
   loggedFor(line + "\n");
   EXPECT_EQ(owner.timesTold("recover unreachable"), 2);
+}
+
+TEST_F(ScanReportLines, AreLoggedToTheLastAlsoWhenTheDaemonCannotBeLaunched) {
+  const std::string line = "ERROR: Could not connect to clamd on LocalSocket /s: Reason";
+  owner.duringRecovery = [] { throw PlatformException("NSTask", "launch path not accessible"); };
+  startRun("");
+  EXPECT_EQ(loggedFor(line + "\n/a: Not scanned\n"),
+            stamp + " " + line + "\n" + stamp + " /a: Not scanned\n");
+  EXPECT_TRUE(desktop.systemLog.has("clamd cannot be restarted: launch path not accessible"));
 }
 
 TEST_F(ScanReportLines, ThatJudgeAFileAreToldAsVerdicts) {

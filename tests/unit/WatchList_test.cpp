@@ -40,7 +40,7 @@ class WatchListTest : public testing::Test {
                      desktop.imageLoader, desktop.localizedStrings, desktop.mainInterface.outlets,
                      desktop.modifierKeys, desktop.preferenceStore, desktop.statusBar,
                      desktop.systemLog, desktop.workspace}};
-  Dispatcher dispatcher{clock, desktop.systemLog, {}, nullptr};
+  Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, nullptr};
   WatchList list{
       {desktop.folders, desktop.mountNotifications, desktop.preferenceStore, desktop.systemLog},
       throbber,
@@ -94,6 +94,9 @@ TEST_F(WatchListTest, HoldsAFolderTwiceThatIsChosenTwiceWithItsLastFlag) {
 }
 
 TEST_F(WatchListTest, IsEmptyWithoutTheKey) {
+  choose({watchedFolder("/nonexistent", true), watchedFolder("/nonexistent", true)});
+  list.populateMenu();
+  desktop.preferenceStore.remove("QuilloFolderArray");
   list.populateMenu();
   EXPECT_EQ(watched(), Lines());
   EXPECT_EQ(desktop.mainInterface.theSubMenu.titles(), Lines());

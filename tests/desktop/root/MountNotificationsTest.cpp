@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 
 #include "platform/linux/LinuxMountNotifications.h"
+#include "platform/linux/LinuxVolumes.h"
 #include "tests/desktop/Events.h"
 
 namespace quillo {
@@ -75,6 +76,18 @@ TEST_F(RealMounts, AreToldOfAgainWhenTheyComeAgain) {
   ASSERT_EQ(umount("/mnt/stick"), 0);
   EXPECT_EQ(toldUpTo("other").size(), 2U);
   EXPECT_EQ(toldUpTo("stick"), (Points{"/mnt/stick", "/mnt/other", "/mnt/stick"}));
+}
+
+TEST_F(RealMounts, AreVolumesWhereverTheyLieForAsLongAsTheyAreMounted) {
+  LinuxVolumes volumes("anna");
+  mkdir("/mnt/stick", 0700);
+  EXPECT_FALSE(volumes.isVolumeRoot("/mnt/stick"));
+  mount("stick");
+  EXPECT_TRUE(volumes.isVolumeRoot("/mnt/stick"));
+  mkdir("/mnt/stick/folder", 0700);
+  EXPECT_FALSE(volumes.isVolumeRoot("/mnt/stick/folder"));
+  ASSERT_EQ(umount("/mnt/stick"), 0);
+  EXPECT_FALSE(volumes.isVolumeRoot("/mnt/stick"));
 }
 
 TEST_F(RealMounts, AreNotToldOfAfterTheListenerHasHadEnough) {
