@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/TypedPreferences.h"
+#include "posix/SharedText.h"
 #include "posix/Snapshot.h"
 
 namespace quillo {
@@ -15,7 +16,7 @@ class SystemLog;
 
 // What the preferences say and what follows from it: the engine's programs, the scratch folders,
 // and what is done with infected files. Read anew at every start of watching. Main thread, but for
-// the three values that other threads ask for.
+// what is said to be any thread's.
 class Preferences {
  public:
   Preferences(PreferenceStore& quilloPrefs, Folders& folders, SystemLog& log, ClamdLink& engine);
@@ -26,17 +27,19 @@ class Preferences {
   // Forgets the derived values.
   void drop();
 
+  // Any thread.
   std::optional<std::string> clamPATH() const { return *clamPATH_.load(); }
   std::optional<std::string> freshclamPATH() const { return *freshclamPATH_.load(); }
   std::optional<std::string> freshclamLogLocation() const { return *freshclamLogLocation_.load(); }
 
   // Members are named for what they hold; see the README's table of preferences.
   std::optional<std::string> clamScanPATH;
-  std::string quarantineLocation;
-  std::string quarantineOrTrash;
+  // Any thread reads these four.
+  SharedText quarantineLocation;
+  SharedText quarantineOrTrash;
+  SharedText excludePattern;
+  SharedText includePattern;
   std::string scanMboxOrNot;
-  std::string excludePattern;
-  std::string includePattern;
   std::optional<std::string> maxRatio;
   std::optional<std::string> theTempDirToWatch;
   std::optional<std::string> theThrobberTempDir;
@@ -49,11 +52,13 @@ class Preferences {
   // While it loads its definitions, the daemon cannot be told to quit yet.
   bool launchingClamd = false;
   bool logProgress = false;
-  // Only ever switched on by a reading, until the process ends.
+  // A reading switches these on, never off again; of the first two, the one that is on switches the
+  // other off.
   bool quarantineInfected = false;
   bool deleteInfected = false;
   bool updateDefsAtLaunch = false;
 
+  // Any thread.
   bool needsExit1FreshclamFlag() const { return *needsExit1FreshclamFlag_.load(); }
   void setNeedsExit1FreshclamFlag(bool needed) { needsExit1FreshclamFlag_.store(needed); }
 
@@ -73,7 +78,7 @@ class Preferences {
   SystemLog& log_;
   ClamdLink& engine_;
   const TypedPreferences typed_;
-  // Own synchronisation: the update threads and the engine's recovery ask for these.
+  // Own synchronisation: the update threads ask for these.
   Snapshot<std::optional<std::string>> clamPATH_;
   Snapshot<std::optional<std::string>> freshclamPATH_;
   Snapshot<std::optional<std::string>> freshclamLogLocation_;

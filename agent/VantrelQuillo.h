@@ -33,7 +33,8 @@
 namespace quillo {
 
 // The agent: owns every worker and part for the life of the process and connects them. Requests of
-// user and desktop arrive on the main thread and are done one at a time.
+// user and desktop arrive on the main thread; those that start or stop watching are done one at a
+// time.
 class VantrelQuillo {
  public:
   // Makes every worker and lock, and lays standard output and error onto the scan log.
@@ -60,10 +61,10 @@ class VantrelQuillo {
   void openAppFromError();
   // Quits afterwards when the request comes from a dialog's own button.
   void openPrefs(bool fromDialogButton);
-  // Stops watching, stops a daemon that this agent launched, says so to the other applications and
-  // ends the process with status 0, without waiting for anything that runs but a daemon that is
-  // being launched: then it returns, and the end comes when the daemon can be told, or is given up
-  // after a minute.
+  // Stops watching, stops the daemon if the last start of watching launched it, says so to the
+  // other applications and ends the process with status 0, without waiting for anything that runs
+  // but a daemon that is being launched: then it returns, and the end comes when the daemon can be
+  // told, or is given up after a minute.
   void quit();
   // Scripts may read one key, which asks for a restart.
   static bool applicationDelegateHandlesKey(const std::string& key);
@@ -84,7 +85,6 @@ class VantrelQuillo {
   ClamdLink& engine() { return clamdLink_; }
   DialogList& dialogList() { return dialogList_; }
   Face& face() { return face_; }
-  Preferences& preferences() { return preferences_; }
   Condition& throbberLock() { return scannerCount_.throbberLock(); }
   Mutex& scannerCountLock() { return scannerCount_.scannerCountLock(); }
   std::int32_t scannerCount() const { return scannerCount_.scannerCount(); }
@@ -102,13 +102,14 @@ class VantrelQuillo {
   std::optional<std::string> freshclamLogLocation() const {
     return preferences_.freshclamLogLocation();
   }
-  void waitKeepingDesktopAlive(const std::function<void()>& wait);
-
-  // Main thread.
   std::string getQuarantineOrTrash() const { return preferences_.quarantineOrTrash; }
   std::string getQuarantineLocation() const { return preferences_.quarantineLocation; }
   std::string getIncludePattern() const { return preferences_.includePattern; }
   std::string getExcludePattern() const { return preferences_.excludePattern; }
+  void waitKeepingDesktopAlive(const std::function<void()>& wait);
+
+  // Main thread.
+  Preferences& preferences() { return preferences_; }
   std::optional<std::string> getTheTempDirToWatch() const { return preferences_.theTempDirToWatch; }
   std::optional<std::string> getTheThrobberTempDir() const {
     return preferences_.theThrobberTempDir;

@@ -55,11 +55,13 @@ class Throbber {
   // changed. To be called when what the owner knows of it may have; any thread.
   void tellStatus() { statusText_.tell(); }
 
+  // Any thread.
+  std::string getQuitMenuName() const { return quitMenuItem.title(); }
+
   // Commands of the menu. Main thread.
   void openFolder(const std::string& itemTitle);
   void openLog(const MenuItem& sender);
   void folderMissingPanic();
-  std::string getQuitMenuName() const { return quitMenuItem.title(); }
   // Restarts watching if the restart command is enabled, else drops the request.
   void canRestartFromAS();
 

@@ -19,7 +19,8 @@ enum NotificationCode : std::int32_t {
   notificationError = 6,
 };
 
-// The open warnings, as the dialogs know them. Any thread.
+// The open warnings, as the dialogs know them. Added to from any thread, removed from on the main
+// thread.
 class DialogListOwner {
  public:
   virtual ~DialogListOwner() = default;
@@ -28,7 +29,7 @@ class DialogListOwner {
   virtual void removeAllFromDialogList() = 0;
 };
 
-// What the scanners ask of their owner. Every operation may be called from any thread.
+// What the scanners ask of their owner. Any thread, but for what is said to be the main thread's.
 class ScannerOwner : public DialogListOwner {
  public:
   virtual Dispatcher& theDispatcher() = 0;
@@ -47,7 +48,7 @@ class ScannerOwner : public DialogListOwner {
   virtual void noEnginePanic() = 0;
   // The title of the menu's quit command.
   virtual std::string getQuitMenuName() = 0;
-  // Main thread; does not return.
+  // Main thread; does not return, unless the daemon is being launched: then the end comes later.
   virtual void quit() = 0;
   // Opens the folder with "/usr/bin/open" and waits until that has ended. Main thread.
   virtual void openAndWait(const std::string& folder) = 0;

@@ -138,5 +138,22 @@ TEST(AgentRoad, LeavesADaemonRunningThatItFoundRunning) {
   EXPECT_EQ(home.linesWith("trying to quit clamd"), 0);
 }
 
+TEST(AgentRoad, GivesEachOfTheTwoScannersAListOfItsOwn) {
+  GuardedHome home;
+  home.startAndAwaitWatching();
+  check(mkfifo("/tmp/go", 0666), "mkfifo /tmp/go");
+  // From now on in place of the engine: says whose list it was given and stands still.
+  const std::string engine = home.tree() + "/bin/clamdscan";
+  unlink(engine.c_str());
+  writeFile(engine,
+            "#!/bin/sh\nfor last; do :; done\necho \"$last: used\"\nread -r line < /tmp/go\n");
+  check(chmod(engine.c_str(), 0755), "chmod " + engine);
+  for (int number = 0; number < 450; ++number) {
+    home.save("file" + std::to_string(number), "text");
+  }
+  EXPECT_TRUE(home.logHas("--file-list=/tmp/VantrelQuilloScanList_firstPatientScanner.txt: used"));
+  EXPECT_TRUE(home.logHas("--file-list=/tmp/VantrelQuilloScanList_secondPatientScanner.txt: used"));
+}
+
 }  // namespace
 }  // namespace quillo::tests

@@ -307,15 +307,18 @@ TEST_F(PreferencesTest, LeavePatternsAloneThatAreThereAndResetThemOtherwise) {
   store().set("Exclude", 1);
   store().set("Include", 1);
   preferences.exclude = preferences.includeOnly = true;
-  preferences.excludePattern = preferences.includePattern = "--x";
+  preferences.excludePattern = "--x";
+  preferences.includePattern = "--x";
   read();
   EXPECT_TRUE(preferences.exclude && preferences.includeOnly);
-  EXPECT_EQ(preferences.excludePattern + preferences.includePattern, "--x--x");
+  EXPECT_EQ(preferences.excludePattern, "--x");
+  EXPECT_EQ(preferences.includePattern, "--x");
   store().remove("Exclude");
   store().remove("Include");
   read();
   EXPECT_FALSE(preferences.exclude || preferences.includeOnly);
-  EXPECT_EQ(preferences.excludePattern + preferences.includePattern, "");
+  EXPECT_EQ(preferences.excludePattern, "");
+  EXPECT_EQ(preferences.includePattern, "");
 }
 
 TEST_F(PreferencesTest, ResetTheRatioAtEveryReading) {
@@ -372,10 +375,11 @@ TEST_F(PreferencesTest, DropWhatIsDerivedAndNothingElse) {
   EXPECT_EQ(preferences.theTempDirToWatch, std::nullopt);
   EXPECT_EQ(preferences.theThrobberTempDir, std::nullopt);
   EXPECT_EQ(preferences.maxRatio, std::nullopt);
-  EXPECT_EQ(preferences.scanMboxOrNot + preferences.quarantineLocation +
-                preferences.quarantineOrTrash + preferences.excludePattern +
-                preferences.includePattern,
-            "");
+  EXPECT_EQ(preferences.scanMboxOrNot, "");
+  EXPECT_EQ(preferences.quarantineLocation, "");
+  EXPECT_EQ(preferences.quarantineOrTrash, "");
+  EXPECT_EQ(preferences.excludePattern, "");
+  EXPECT_EQ(preferences.includePattern, "");
   EXPECT_EQ(link.clamdPATH(), std::nullopt);
   EXPECT_EQ(link.clamdConfPATH(), std::nullopt);
   EXPECT_EQ(link.clamdSocket(), Path("/tmp/clamd.socket"));
