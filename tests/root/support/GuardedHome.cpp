@@ -223,8 +223,12 @@ int GuardedHome::runSecondAgent() const { return run({program_}); }
 bool GuardedHome::isRunning() const { return agent_ > 0 && waitpid(agent_, nullptr, WNOHANG) == 0; }
 
 int GuardedHome::stop() {
-  int status = 0;
   kill(agent_, SIGTERM);
+  return awaitEnd();
+}
+
+int GuardedHome::awaitEnd() {
+  int status = 0;
   waitpid(agent_, &status, 0);
   agent_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);

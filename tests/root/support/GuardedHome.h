@@ -53,6 +53,8 @@ class GuardedHome {
   Outcome runAsUser(const std::vector<std::string>& command) const;
   // A second agent of the same user, to its end; gives its exit status.
   int runSecondAgent() const;
+  // Waits until the agent has ended by itself, and gives the exit status.
+  int awaitEnd();
   // Sends SIGTERM and gives the exit status.
   int stop();
   bool isRunning() const;
