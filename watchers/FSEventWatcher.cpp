@@ -139,6 +139,7 @@ void FSEventWatcher::installHelper(const std::string& tool) {
   }
   if (!reason.empty()) {
     services_.systemLog.log(reason);
+    owner_.displayError(reason);
   }
   services_.systemLog.log("Authentication failed. Sorry!");
   services_.application.terminate();

@@ -1,5 +1,6 @@
 #include "platform/linux/FreedesktopNotifications.h"
 
+#include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <algorithm>
@@ -70,6 +71,19 @@ void FreedesktopNotifications::notify(const GrowlNotification& notification) {
       pump();
     }
   });
+}
+
+void FreedesktopNotifications::handOver(std::chrono::milliseconds patience) {
+  QTimer limit;
+  limit.setSingleShot(true);
+  limit.start(patience);
+  const auto isAtWork = [this] {
+    const auto left = queue_.untilNext();
+    return isCalling_ || (isRunning_ && left && *left <= Clock::Duration());
+  };
+  while (limit.isActive() && isAtWork()) {
+    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  }
 }
 
 void FreedesktopNotifications::ownerChanged(const QString& newOwner) {

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QTimer>
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -30,6 +31,10 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
   void setGrowlDelegate(const GrowlRegistration& registration) override;
   bool isGrowlRunning() override { return isRunning_; }
   void notify(const GrowlNotification& notification) override;
+
+  // Before the process ends: waits, with the desktop alive, until the server has what is to be
+  // shown, or for so long. Main thread only.
+  void handOver(std::chrono::milliseconds patience);
 
  private Q_SLOTS:
   void activatableServicesChanged();

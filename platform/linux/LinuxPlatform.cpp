@@ -156,6 +156,7 @@ Clock& LinuxPlatform::clock() { return parts_->clock; }
 int LinuxPlatform::run(std::function<void()> begin, std::function<void()> end) {
   parts_->application.setTerminationHandler([this, end = std::move(end)] {
     parts_->systemLog.tellRepeats(true);
+    parts_->growl.handOver(std::chrono::seconds(1));
     end();
   });
   parts_->signals.observe([this] { parts_->application.terminate(); });

@@ -181,5 +181,33 @@ TEST_F(Freedesktop, LetsGoOfWhatWasPostedWhenItIsGone) {
   EXPECT_EQ(server.shown(), 0U);
 }
 
+TEST_F(Freedesktop, HandsOverAllThatIsToBeShownBeforeTheEnd) {
+  FakeServer server;
+  const auto growl = make();
+  growl->notify({"Vantrel Quillo", "Error", "first", 0, true});
+  growl->notify({"Vantrel Quillo", "Error", "second", 0, true});
+  std::optional<std::size_t> shown;
+  postToMain([&] {
+    growl->handOver(std::chrono::seconds(20));
+    shown = server.shown();
+  });
+  EXPECT_TRUE(waitUntil([&] { return shown.has_value(); }));
+  EXPECT_EQ(shown, 2U);
+}
+
+TEST_F(Freedesktop, WaitsAtTheEndOnlySoLongForAServerThatDoesNotAnswer) {
+  FakeServer server;
+  server.object.neverAnswer("Notify");
+  const auto growl = make();
+  growl->notify({"Vantrel Quillo", "Error", "first", 0, true});
+  bool ended = false;
+  postToMain([&] {
+    growl->handOver(std::chrono::milliseconds(50));
+    ended = true;
+  });
+  EXPECT_TRUE(waitUntil([&] { return ended; }));
+  EXPECT_EQ(server.shown(), 1U);
+}
+
 }  // namespace
 }  // namespace quillo

@@ -200,7 +200,8 @@ TEST_F(WatcherAndHelper, EndTheApplicationWhenTheRightsAreRefused) {
   owner.onStop = [this] { watcher.stopWatching(); };
   start("exit 1");
   waitForEnd();
-  EXPECT_EQ(owner.calls(), (Lines{"stopWatcher", "error: <FSEVENT_NOT_SETUID>"}));
+  EXPECT_EQ(owner.calls(), (Lines{"stopWatcher", "error: <FSEVENT_NOT_SETUID>",
+                                  "error: the dialog was dismissed"}));
   EXPECT_EQ(desktop.systemLog.lines(),
             (Lines{"termination status = 1", "attempting to terminate gfslogger",
                    "the dialog was dismissed", "Authentication failed. Sorry!"}));

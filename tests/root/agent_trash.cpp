@@ -99,6 +99,8 @@ TEST_F(AgentTrash, ScansNothingInItAgain) {
   ASSERT_TRUE(home.logHas(after + ": OK"));
   EXPECT_EQ(home.linesWith("Noticed: " + trash), 0);
   EXPECT_EQ(home.linesWith("Noticed: " + home.home() + "/.Trash/"), 0);
+  // Nor the whole of it, by the link that was just made.
+  EXPECT_EQ(home.linesWith("Stable: " + home.home() + "/.Trash"), 0);
 }
 
 TEST_F(AgentTrash, LeavesAFolderOfThatNameAsItIs) {

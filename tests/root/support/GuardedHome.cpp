@@ -67,10 +67,12 @@ pid_t processNamed(const std::string& name, pid_t parent) {
 
 }  // namespace
 
-GuardedHome::GuardedHome(const std::string& preferences)
+GuardedHome::GuardedHome(const std::string& preferences) : GuardedHome(preferences, "") {}
+
+GuardedHome::GuardedHome(const std::string& preferences, const std::string& prefix)
     : root_("/tmp/guarded"),
       home_(root_ + "/home"),
-      program_(root_ + "/bin/vantrel-quillo"),
+      prefix_(prefix.empty() ? root_ : prefix),
       watched_(home_ + "/Downloads"),
       preferences_(preferences),
       environment_({"HOME=" + home_, "PATH=/usr/bin:/bin:/usr/sbin",
@@ -81,17 +83,9 @@ GuardedHome::GuardedHome(const std::string& preferences)
   if (!fs::exists(root_)) {
     makeFolder(root_);
   }
-  makeFolder(root_ + "/bin");
-  makeFolder(root_ + "/lib");
-  const std::string build = QUILLO_BINARY_DIR;
-  fs::copy_file(build + "/vantrel-quillo", program_);
-  const std::string resources = root_ + "/lib/vantrel-quillo";
-  makeFolder(resources);
-  for (const char* part : {"images", "interface", "strings", "engine-tools"}) {
-    fs::create_directory_symlink(build + "/resources/" + part, resources + "/" + part);
+  if (prefix.empty()) {
+    copyBuild();
   }
-  fs::copy_file(build + "/resources/gfslogger", resources + "/gfslogger");
-  check(chmod((resources + "/gfslogger").c_str(), 04755), "chmod gfslogger");
   makeUsersFolder(root_ + "/runtime", 0700);
   for (const char* part :
        {"", "/Downloads", "/Library", "/Library/Logs", "/.config", "/.config/vantrel"}) {
@@ -100,8 +94,22 @@ GuardedHome::GuardedHome(const std::string& preferences)
   makeTree();
 }
 
+void GuardedHome::copyBuild() const {
+  makeFolder(root_ + "/bin");
+  makeFolder(root_ + "/lib");
+  const std::string build = QUILLO_BINARY_DIR;
+  fs::copy_file(build + "/vantrel-quillo", root_ + "/bin/vantrel-quillo");
+  const std::string resources = root_ + "/lib/vantrel-quillo";
+  makeFolder(resources);
+  for (const char* part : {"images", "interface", "strings", "engine-tools"}) {
+    fs::create_directory_symlink(build + "/resources/" + part, resources + "/" + part);
+  }
+  fs::copy_file(build + "/resources/gfslogger", resources + "/gfslogger");
+  check(chmod((resources + "/gfslogger").c_str(), 04755), "chmod gfslogger");
+}
+
 void GuardedHome::makeTree() const {
-  const std::string tool = root_ + "/lib/vantrel-quillo/engine-tools/vantrel-engine-tree";
+  const std::string tool = prefix_ + "/lib/vantrel-quillo/engine-tools/vantrel-engine-tree";
   if (run({tool, tree()}) != 0) {
     throw std::runtime_error("the engine tree could not be made:\n" + readFile(root_ + "/output"));
   }
@@ -202,7 +210,7 @@ void GuardedHome::start() {
   }
   writeFile(root_ + "/output", "");
   check(chmod((root_ + "/output").c_str(), 0666), "chmod output");
-  agent_ = spawn({program_}, root_ + "/output");
+  agent_ = spawn({prefix_ + "/bin/vantrel-quillo"}, root_ + "/output");
 }
 
 void GuardedHome::awaitWatching() {
@@ -218,13 +226,17 @@ void GuardedHome::awaitWatching() {
   }
 }
 
-int GuardedHome::runSecondAgent() const { return run({program_}); }
+int GuardedHome::runSecondAgent() const { return run({prefix_ + "/bin/vantrel-quillo"}); }
 
 bool GuardedHome::isRunning() const { return agent_ > 0 && waitpid(agent_, nullptr, WNOHANG) == 0; }
 
 int GuardedHome::stop() {
-  int status = 0;
   kill(agent_, SIGTERM);
+  return awaitEnd();
+}
+
+int GuardedHome::awaitEnd() {
+  int status = 0;
   waitpid(agent_, &status, 0);
   agent_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);

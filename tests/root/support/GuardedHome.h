@@ -17,6 +17,8 @@ class GuardedHome {
   // `preferences` are lines of TOML that follow those for the engine and precede the watched
   // folders.
   explicit GuardedHome(const std::string& preferences = "");
+  // The same with an installation that has been made, by its prefix, instead of the build's files.
+  GuardedHome(const std::string& preferences, const std::string& prefix);
   ~GuardedHome();
   GuardedHome(const GuardedHome&) = delete;
   GuardedHome& operator=(const GuardedHome&) = delete;
@@ -53,6 +55,8 @@ class GuardedHome {
   Outcome runAsUser(const std::vector<std::string>& command) const;
   // A second agent of the same user, to its end; gives its exit status.
   int runSecondAgent() const;
+  // Waits until the agent has ended by itself, and gives the exit status.
+  int awaitEnd();
   // Sends SIGTERM and gives the exit status.
   int stop();
   bool isRunning() const;
@@ -72,12 +76,13 @@ class GuardedHome {
   static std::string testFile();
 
  private:
+  void copyBuild() const;
   pid_t spawn(const std::vector<std::string>& command, const std::string& output) const;
   int run(const std::vector<std::string>& command) const;
 
   std::string root_;
   std::string home_;
-  std::string program_;
+  std::string prefix_;
   std::string watched_;
   std::string preferences_;
   std::vector<std::string> environment_;

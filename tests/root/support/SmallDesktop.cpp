@@ -90,8 +90,7 @@ int findEntry(GVariant* layout, const std::string& wanted) {
 
 }  // namespace
 
-SmallDesktop::SmallDesktop()
-    : context_(g_main_context_new()), loop_(g_main_loop_new(context_, FALSE)) {
+SmallDesktop::SmallDesktop() : context_(g_main_context_new()) {
   std::string display;
   screen_ = startServer(
       "/usr/bin/Xvfb",
@@ -110,10 +109,10 @@ SmallDesktop::SmallDesktop()
 }
 
 SmallDesktop::~SmallDesktop() {
-  g_main_loop_quit(loop_);
+  ended_ = true;
+  g_main_context_wakeup(context_);
   server_.join();
   g_object_unref(connection_);
-  g_main_loop_unref(loop_);
   g_main_context_unref(context_);
   bus_.reset();
   screen_.reset();
@@ -133,7 +132,11 @@ void SmallDesktop::serve(const std::string& address) {
   offer("org.freedesktop.Notifications", "/org/freedesktop/Notifications", notificationServer);
   offer("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher", itemWatcher);
   g_main_context_pop_thread_default(context_);
-  server_ = std::thread([this] { g_main_loop_run(loop_); });
+  server_ = std::thread([this] {
+    while (!ended_) {
+      g_main_context_iteration(context_, TRUE);
+    }
+  });
 }
 
 void SmallDesktop::offer(const char* name, const char* path, const char* description) {

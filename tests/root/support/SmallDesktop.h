@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -54,12 +55,12 @@ class SmallDesktop {
   std::unique_ptr<ChildProcess> screen_;
   std::unique_ptr<ChildProcess> bus_;
   GMainContext* context_;
-  GMainLoop* loop_;
   GDBusConnection* connection_ = nullptr;
   mutable std::mutex lock_;
   std::condition_variable changed_;
   std::vector<std::string> notifications_;
   std::string statusItem_;
+  std::atomic<bool> ended_ = false;
   std::thread server_;
 };
 

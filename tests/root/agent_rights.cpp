@@ -1,0 +1,138 @@
+// How the helper gets its rights, with a stand-in for pkexec(1) in its place.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/root/support/Files.h"
+#include "tests/root/support/GuardedHome.h"
+#include "tests/root/support/SmallDesktop.h"
+
+namespace quillo::tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char standIn[] = "/tmp/guarded/stand-in";
+constexpr char asked[] = "/tmp/guarded/asked";
+constexpr char answered[] = "/tmp/guarded/answered";
+constexpr char needsPermission[] = "The helper that reports changed files needs an administrator";
+
+class AgentRights : public testing::Test {
+ protected:
+  AgentRights() {
+    for (const std::string& variable : desktop.environment()) {
+      home.setVariable(variable);
+    }
+    check(chmod(helper.c_str(), 0755), "chmod " + helper);
+  }
+  ~AgentRights() override { umount2("/usr/bin/pkexec", MNT_DETACH); }
+
+  // What pkexec is asked for it notes, a word a line; then it goes on with `script`.
+  void replacePkexec(const std::string& script) {
+    writeFile(asked);
+    check(chmod(asked, 0666), "chmod");
+    writeFile(standIn, std::string("#!/bin/sh\nprintf '%s\\n' \"$@\" >") + asked + "\n" + script);
+    check(chmod(standIn, 0755), "chmod");
+    check(mount(standIn, "/usr/bin/pkexec", nullptr, MS_BIND, nullptr), "mounting pkexec");
+  }
+  static std::string askedFor() { return readFile(asked); }
+  std::string command() const {
+    return "--disable-internal-agent\n/bin/sh\n-c\nchown root \"" + helper + "\"; chmod +s \"" +
+           helper + "\"\n";
+  }
+  bool mayHaveRights() const {
+    return (fs::status(helper).permissions() & fs::perms::set_uid) == fs::perms::set_uid;
+  }
+  void expectItEndsWithoutRights(const std::string& reason) {
+    EXPECT_TRUE(home.logHas(reason));
+    EXPECT_TRUE(home.logHas("Authentication failed. Sorry!"));
+    EXPECT_EQ(home.awaitEnd(), 0);
+    EXPECT_TRUE(desktop.awaitNotification(needsPermission));
+    EXPECT_TRUE(desktop.awaitNotification(reason)) << desktop.allNotifications();
+    EXPECT_FALSE(mayHaveRights());
+  }
+  void expectItAsksForNothing(const std::string& why) {
+    replacePkexec("exit 0\n");
+    home.start();
+    expectItEndsWithoutRights("The helper gets no administrator's rights where it lies");
+    EXPECT_TRUE(desktop.awaitNotification(why)) << desktop.allNotifications();
+    EXPECT_EQ(askedFor(), "text");
+  }
+
+  SmallDesktop desktop;
+  GuardedHome home;
+  const std::string helper = "/tmp/guarded/lib/vantrel-quillo/gfslogger";
+};
+
+TEST_F(AgentRights, EndTheAgentWhenTheUserDismissesTheQuestion) {
+  replacePkexec("exit 126\n");
+  home.start();
+  expectItEndsWithoutRights("No administrator's permission was given.");
+  EXPECT_EQ(askedFor(), command());
+}
+
+TEST_F(AgentRights, EndTheAgentWhenTheyAreRefused) {
+  replacePkexec("echo 'Not authorized' >&2\nexit 127\n");
+  home.start();
+  expectItEndsWithoutRights("An administrator's permission could not be had. Not authorized");
+}
+
+TEST_F(AgentRights, StartTheWatchingOnceTheyAreGiven) {
+  check(mkfifo(answered, 0666), "mkfifo");
+  check(chmod(answered, 0666), "chmod");
+  replacePkexec(std::string("read status <") + answered + "\nexit \"$status\"\n");
+  home.start();
+  ASSERT_TRUE(desktop.awaitNotification(needsPermission));
+  // Opens as soon as the stand-in reads.
+  const int answer = check(open(answered, O_WRONLY | O_CLOEXEC), "open");
+  ASSERT_EQ(askedFor(), command());
+  // The test is the administrator.
+  const std::string words = askedFor();
+  const std::size_t start = words.find("chown");
+  runProgram({"/bin/sh", "-c", words.substr(start, words.size() - start - 1)});
+  EXPECT_TRUE(mayHaveRights());
+  EXPECT_EQ(write(answer, "0\n", 2), 2);
+  close(answer);
+  home.awaitWatching();
+  EXPECT_TRUE(home.logHas(home.saveInfected("bad.com") + ": Eicar-Test-Signature"));
+  EXPECT_EQ(home.linesWith("Authentication failed"), 0);
+}
+
+TEST_F(AgentRights, AreNotAskedForAHelperThatItsUserCouldExchange) {
+  check(chown(helper.c_str(), GuardedHome::user, GuardedHome::user), "chown " + helper);
+  expectItAsksForNothing(helper + " belongs to guarded");
+}
+
+TEST_F(AgentRights, AreNotAskedForAHelperThatOthersCanWrite) {
+  check(chmod(helper.c_str(), 0775), "chmod " + helper);
+  expectItAsksForNothing(helper + " can be written by others than root");
+}
+
+TEST_F(AgentRights, AreNotAskedForAHelperInAFolderThatOthersCanWrite) {
+  check(chmod("/tmp/guarded/lib", 0777), "chmod");
+  expectItAsksForNothing("/tmp/guarded/lib can be written by others than root");
+}
+
+TEST_F(AgentRights, AreNotAskedForAHelperThatIsALink) {
+  fs::rename(helper, "/tmp/guarded/elsewhere");
+  fs::create_symlink("/tmp/guarded/elsewhere", helper);
+  expectItAsksForNothing(helper + " is a symbolic link");
+}
+
+// Without a session of polkit's nobody can be asked, and the real one says so.
+TEST_F(AgentRights, EndTheAgentWhereTheRealPkexecCannotAsk) {
+  home.start();
+  EXPECT_TRUE(home.logHas("Authentication failed. Sorry!"));
+  EXPECT_EQ(home.awaitEnd(), 0);
+  EXPECT_TRUE(desktop.awaitNotification(needsPermission));
+  EXPECT_FALSE(mayHaveRights());
+}
+
+}  // namespace
+}  // namespace quillo::tests
