@@ -110,12 +110,19 @@ void TrackerQuery::noteChange(const TrackerEndpoint::Change& change) {
     changed_.erase(change.resource);
   } else if (change.kind == Kind::created) {
     added_.insert(change.resource);
-  } else if (change.kind == Kind::updated && added_.count(change.resource) == 0) {
+  } else if (change.kind == Kind::updated) {
     changed_.insert(change.resource);
   }
-  // With the next turn of the event loop, so that one signal makes one question.
-  QMetaObject::invokeMethod(
-      this, [this] { askForChanges(); }, Qt::QueuedConnection);
+  if (!std::exchange(willAsk_, true)) {
+    // With the next turn of the event loop, so that one signal makes one question.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+          willAsk_ = false;
+          askForChanges();
+        },
+        Qt::QueuedConnection);
+  }
 }
 
 void TrackerQuery::askForChanges() {
