@@ -63,6 +63,9 @@ class FakeBusObject : public QDBusVirtualObject {
     return result;
   }
 
+  // Gives up what the calls so far brought along, such as descriptors.
+  void forgetCalls() { calls_.clear(); }
+
   QString introspect(const QString&) const override { return {}; }
   bool handleMessage(const QDBusMessage& call, const QDBusConnection& connection) override {
     calls_.push_back(call);
