@@ -25,6 +25,7 @@ namespace {
 constexpr int longestLine = 500;
 constexpr int longestVerdict = 40;  // leaves room for the file's name
 constexpr int pictureSize = 48;
+constexpr int greatestInTaskBar = 48;
 constexpr int millisecondsBetweenChanges = 250;
 enum Column { timeColumn, fileColumn, verdictColumn };
 
@@ -182,7 +183,7 @@ bool QtDockTile::show() {
     }
     refresh();
   }
-  window_->setWindowIcon(QtImage::iconOf(image_));
+  showIcon();
   window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
   window_->show();
   showPicture();
@@ -193,8 +194,13 @@ void QtDockTile::setIconImage(const ImageRef& image) {
   if (std::exchange(image_, image) == image || !window_) {
     return;
   }
-  window_->setWindowIcon(QtImage::iconOf(image));
+  showIcon();
   showPicture();
+}
+
+void QtDockTile::showIcon() {
+  const double greatest = greatestInTaskBar * window_->devicePixelRatioF();
+  window_->setWindowIcon(QtImage::iconOf(image_, static_cast<int>(greatest)));
 }
 
 void QtDockTile::showPicture() {

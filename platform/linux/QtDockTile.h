@@ -52,6 +52,7 @@ class QtDockTile final : public QObject, public DockTile {
   void makeWindow();
   void fillFolders(const std::vector<std::string>& folders);
   void fillVerdicts(const std::deque<DockVerdict>& verdicts);
+  void showIcon();
   void showPicture();
 
   // Constant after construction.
