@@ -47,9 +47,8 @@ GDBusMessage* BusMonitor::see(GDBusConnection*, GDBusMessage* message, gboolean 
 void BusMonitor::note(GDBusMessage* message) {
   const std::lock_guard hold(mutex_);
   const std::string member = orNothing(g_dbus_message_get_member(message));
-  const std::string name = orNothing(g_dbus_message_get_interface(message)) + "." + member;
-  ++messages_[orNothing(g_dbus_message_get_sender(message))][name];
-  ++messages_[orNothing(g_dbus_message_get_destination(message))][name];
+  ++messages_[orNothing(g_dbus_message_get_sender(message))];
+  ++messages_[orNothing(g_dbus_message_get_destination(message))];
   if (member == "StatusNotifierItemRegistered" && !registered_) {
     registered_ = now();
     itemName_ = orNothing(g_dbus_message_get_arg0(message));
@@ -73,7 +72,7 @@ Milliseconds BusMonitor::awaitStatusItem(std::string& name) {
   return *registered_;
 }
 
-std::map<std::string, int> BusMonitor::messagesOf(const std::string& name) {
+int BusMonitor::messagesOf(const std::string& name) {
   const std::lock_guard hold(mutex_);
   return messages_[name];
 }

@@ -25,8 +25,8 @@ class BusMonitor {
   // When the panel's watcher said that it has a status item, and the bus name that the item has.
   // Throws std::runtime_error when it does not within twenty seconds of the call.
   Milliseconds awaitStatusItem(std::string& name);
-  // Messages that `name` (a unique one) sent, or that were sent to it, by "INTERFACE.MEMBER".
-  std::map<std::string, int> messagesOf(const std::string& name);
+  // How many messages `name` sent, or were sent to it under that name.
+  int messagesOf(const std::string& name);
 
  private:
   static GDBusMessage* see(GDBusConnection* connection, GDBusMessage* message, gboolean incoming,
@@ -38,8 +38,7 @@ class BusMonitor {
   std::condition_variable changed_;
   std::optional<Milliseconds> registered_;
   std::string itemName_;
-  // By unique name, then by member.
-  std::map<std::string, std::map<std::string, int>> messages_;
+  std::map<std::string, int> messages_;
 };
 
 }  // namespace bench

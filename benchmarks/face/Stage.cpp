@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -175,10 +174,7 @@ int Stage::messagesOfAgent() {
   names.insert(item_);
   int total = 0;
   for (const std::string& name : names) {
-    for (const auto& [member, count] : monitor_->messagesOf(name)) {
-      std::fprintf(stderr, "  %d x %s\n", count, member.c_str());
-      total += count;
-    }
+    total += monitor_->messagesOf(name);
   }
   return total;
 }

@@ -1,16 +1,16 @@
 // Measures what the agent's face costs and how quickly it answers, on a desktop of its own.
 //
-//   face_bench BUILD-FOLDER
+//   face_bench BUILD-FOLDER [start] [idle] [scan] [dock] [answers]
 
 #include <fcntl.h>
 #include <sys/mount.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <functional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -71,6 +71,7 @@ void measureAnimation(Stage& stage, const std::string& preference, const std::st
   std::vector<double> agent;
   std::vector<double> panel;
   std::vector<double> both;
+  std::vector<double> messages;
   const std::vector<pid_t> panelProcesses = Stage::panel();
   for (int number = 0; number < rounds; ++number) {
     const double agentBefore = processorMilliseconds(stage.agent());
@@ -81,7 +82,7 @@ void measureAnimation(Stage& stage, const std::string& preference, const std::st
     agent.push_back((processorMilliseconds(stage.agent()) - agentBefore) / span);
     panel.push_back((processorMilliseconds(panelProcesses) - panelBefore) / span);
     both.push_back(agent.back() + panel.back());
-    stage.messagesOfAgent();
+    messages.push_back(stage.messagesOfAgent() / (animatedSpan.count() / 1000));
   }
   stage.stopAgent();
   stage.setEngine("clean");
@@ -89,6 +90,7 @@ void measureAnimation(Stage& stage, const std::string& preference, const std::st
   print("processor while scanning" + what + ": agent", agent, "%");
   print("processor while scanning" + what + ": panel", panel, "%");
   print("processor while scanning" + what + ": together (3)", both, "%");
+  print("D-Bus messages while scanning" + what, messages, "/s");
 }
 
 // The worst answer of each round, and the usual one.
@@ -129,7 +131,7 @@ void measureAllAnswers(Stage& stage) {
   });
 }
 
-void run(const std::string& buildFolder) {
+void run(const std::string& buildFolder, const std::set<std::string>& parts) {
   // Held open, for it may lie in the /tmp that is about to be covered.
   const int held = open(buildFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
   const std::string build = "/proc/self/fd/" + std::to_string(held);
@@ -140,26 +142,34 @@ void run(const std::string& buildFolder) {
   Stage stage(build, "/tmp/face");
   std::printf("Targets in brackets; median (least to greatest) of %d starts, else of %d rounds\n",
               starts, rounds);
-  const char* only = std::getenv("FACE");
-  const std::string part = only ? only : "start idle scan dock answers";
-  const auto wanted = [&](const char* name) { return part.find(name) != std::string::npos; };
-  if (wanted("start")) measureStart(stage);
-  if (wanted("idle")) measureIdle(stage);
-  if (wanted("scan")) measureAnimation(stage, "", "");
-  if (wanted("dock")) measureAnimation(stage, "ShowDockIcon = \"both\"", ", with Dock tile");
-  if (wanted("answers")) measureAllAnswers(stage);
+  const auto wanted = [&](const char* part) { return parts.empty() || parts.count(part) > 0; };
+  if (wanted("start")) {
+    measureStart(stage);
+  }
+  if (wanted("idle")) {
+    measureIdle(stage);
+  }
+  if (wanted("scan")) {
+    measureAnimation(stage, "", "");
+  }
+  if (wanted("dock")) {
+    measureAnimation(stage, "ShowDockIcon = \"both\"", ", with Dock tile");
+  }
+  if (wanted("answers")) {
+    measureAllAnswers(stage);
+  }
 }
 
 }  // namespace
 }  // namespace bench
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: face_bench BUILD-FOLDER\n");
+  if (argc < 2) {
+    std::fprintf(stderr, "usage: face_bench BUILD-FOLDER [start] [idle] [scan] [dock] [answers]\n");
     return 2;
   }
   try {
-    bench::run(argv[1]);
+    bench::run(argv[1], {argv + 2, argv + argc});
     return 0;
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "face_bench: %s\n", failure.what());

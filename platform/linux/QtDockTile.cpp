@@ -27,6 +27,8 @@ constexpr int longestVerdict = 40;  // leaves room for the file's name
 constexpr int pictureSize = 48;
 constexpr int greatestInTaskBar = 48;
 constexpr int millisecondsBetweenChanges = 250;
+// A task bar takes an icon over at some expense, and half the pictures of the animation look alive.
+constexpr int millisecondsBetweenPictures = 200;
 enum Column { timeColumn, fileColumn, verdictColumn };
 
 std::unique_ptr<QMainWindow> loadWindow(const std::string& folder) {
@@ -191,14 +193,19 @@ bool QtDockTile::show() {
 }
 
 void QtDockTile::setIconImage(const ImageRef& image) {
-  if (std::exchange(image_, image) == image || !window_) {
+  if (std::exchange(image_, image) == image || !window_ || std::exchange(pictureIsDue_, true)) {
     return;
   }
-  showIcon();
-  showPicture();
+  const qint64 wait = millisecondsBetweenPictures - sincePicture_.elapsed();
+  QTimer::singleShot(static_cast<int>(std::max<qint64>(wait, 0)), this, [this] {
+    pictureIsDue_ = false;
+    showIcon();
+    showPicture();
+  });
 }
 
 void QtDockTile::showIcon() {
+  sincePicture_.start();
   const double greatest = greatestInTaskBar * window_->devicePixelRatioF();
   window_->setWindowIcon(QtImage::iconOf(image_, static_cast<int>(greatest)));
 }

@@ -65,6 +65,8 @@ class QtDockTile final : public QObject, public DockTile {
   ImageRef image_;
   Contents shown_;
   QElapsedTimer sinceRefresh_;
+  QElapsedTimer sincePicture_;
+  bool pictureIsDue_ = false;
 
   Mutex mutex_;
   Contents contents_ QUILLO_GUARDED_BY(mutex_);
