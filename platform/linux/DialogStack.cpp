@@ -15,9 +15,7 @@ void DialogStack::bringForward(const std::shared_ptr<DialogWindow>& window) {
   if (std::find(waiting_.begin(), waiting_.end(), window) == waiting_.end()) {
     waiting_.push_back(window);
   }
-  if (!willFill_) {
-    fillPlaces();
-  }
+  fillSoon();
 }
 
 void DialogStack::takeOff(DialogWindow& window) {
@@ -30,24 +28,25 @@ void DialogStack::takeOff(DialogWindow& window) {
   fillSoon();
 }
 
-// Not at once: when all windows are dismissed together, none of those that wait is to flash up.
+// Not at once: when all windows are dismissed together, none of those that wait is to flash up. And
+// one window at a time: what else was asked of the main thread meanwhile comes in between.
 void DialogStack::fillSoon() {
   if (!std::exchange(willFill_, true)) {
     application_.performOnMainThread([this] {
       willFill_ = false;
-      fillPlaces();
+      fillOnePlace();
     });
   }
 }
 
-void DialogStack::fillPlaces() {
-  for (int place = 0; place < places && !waiting_.empty(); ++place) {
-    auto& shown = shown_.at(static_cast<std::size_t>(place));
-    if (!shown) {
-      shown = takeNext(place);
-    }
+void DialogStack::fillOnePlace() {
+  const auto free = std::find(shown_.begin(), shown_.end(), nullptr);
+  if (free != shown_.end() && !waiting_.empty()) {
+    *free = takeNext(static_cast<int>(free - shown_.begin()));
+    fillSoon();
+  } else {
+    tellRest();
   }
-  tellRest();
 }
 
 std::shared_ptr<DialogWindow> DialogStack::takeNext(int place) {

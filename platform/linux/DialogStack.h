@@ -25,7 +25,7 @@ class DialogStack {
   int waitingCount() const { return static_cast<int>(waiting_.size()); }
 
  private:
-  void fillPlaces();
+  void fillOnePlace();
   void fillSoon();
   // The next that can be shown, put there.
   std::shared_ptr<DialogWindow> takeNext(int place);

@@ -23,7 +23,10 @@ namespace {
 constexpr int longestLine = 500;
 constexpr int longestVerdict = 40;  // leaves room for the file's name
 constexpr int pictureSize = 48;
+constexpr int greatestInTaskBar = 48;
 constexpr int millisecondsBetweenChanges = 250;
+// A task bar takes an icon over at some expense, and half the pictures of the animation look alive.
+constexpr int millisecondsBetweenPictures = 200;
 enum Column { timeColumn, fileColumn, verdictColumn };
 
 std::unique_ptr<QMainWindow> loadWindow(const std::string& folder) {
@@ -179,7 +182,7 @@ bool QtDockTile::show() {
     }
     refresh();
   }
-  window_->setWindowIcon(QtImage::iconOf(image_));
+  showIcon();
   window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
   window_->show();
   showPicture();
@@ -187,11 +190,21 @@ bool QtDockTile::show() {
 }
 
 void QtDockTile::setIconImage(const ImageRef& image) {
-  if (std::exchange(image_, image) == image || !window_) {
+  if (std::exchange(image_, image) == image || !window_ || std::exchange(pictureIsDue_, true)) {
     return;
   }
-  window_->setWindowIcon(QtImage::iconOf(image));
-  showPicture();
+  const qint64 wait = millisecondsBetweenPictures - sincePicture_.elapsed();
+  QTimer::singleShot(static_cast<int>(std::max<qint64>(wait, 0)), this, [this] {
+    pictureIsDue_ = false;
+    showIcon();
+    showPicture();
+  });
+}
+
+void QtDockTile::showIcon() {
+  sincePicture_.start();
+  const double greatest = greatestInTaskBar * window_->devicePixelRatioF();
+  window_->setWindowIcon(QtImage::iconOf(image_, static_cast<int>(greatest)));
 }
 
 void QtDockTile::showPicture() {

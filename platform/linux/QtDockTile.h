@@ -52,6 +52,7 @@ class QtDockTile final : public QObject, public DockTile {
   void makeWindow();
   void fillFolders(const std::vector<std::string>& folders);
   void fillVerdicts(const std::deque<DockVerdict>& verdicts);
+  void showIcon();
   void showPicture();
 
   // Constant after construction.
@@ -64,6 +65,8 @@ class QtDockTile final : public QObject, public DockTile {
   ImageRef image_;
   Contents shown_;
   QElapsedTimer sinceRefresh_;
+  QElapsedTimer sincePicture_;
+  bool pictureIsDue_ = false;
 
   Mutex mutex_;
   Contents contents_ QUILLO_GUARDED_BY(mutex_);

@@ -2,18 +2,21 @@
 
 namespace quillo {
 
-const QIcon& QtImage::icon() const {
-  if (icon_.isNull()) {
+const QIcon& QtImage::icon(int greatest) const {
+  QIcon& icon = icons_[greatest];
+  if (icon.isNull()) {
     for (const QImage& size : sizes_) {
-      icon_.addPixmap(QPixmap::fromImage(size));
+      if (size.width() <= greatest) {
+        icon.addPixmap(QPixmap::fromImage(size));
+      }
     }
   }
-  return icon_;
+  return icon;
 }
 
-QIcon QtImage::iconOf(const ImageRef& image) {
+QIcon QtImage::iconOf(const ImageRef& image, int greatest) {
   const auto* picture = dynamic_cast<const QtImage*>(image.get());
-  return picture ? picture->icon() : QIcon();
+  return picture ? picture->icon(greatest) : QIcon();
 }
 
 }  // namespace quillo

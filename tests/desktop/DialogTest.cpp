@@ -128,6 +128,17 @@ TEST_F(DialogTest, OfAHundredThreeAreShownAndTheRestWait) {
   EXPECT_TRUE(showsWindows(0));
 }
 
+TEST_F(DialogTest, OfAPileAreShownOneAtATimeSoThatOthersAreAnsweredInBetween) {
+  face.tell("block");
+  for (int number = 0; number < 10; ++number) {
+    warn("/home/anna/" + std::to_string(number));
+  }
+  face.tell("dialogs");
+  face.tell("unblock");
+  EXPECT_LE(std::stoi(face.expect("dialogs ")), 1);
+  EXPECT_TRUE(showsWindows(10));
+}
+
 TEST_F(DialogTest, MakesRoomForTheNextWhenAnswered) {
   for (int i = 0; i < 5; ++i) {
     warn("/home/anna/" + std::to_string(i) + ".zip");

@@ -178,6 +178,21 @@ TEST_F(StatusItemTest, SendsNothingWhileThePictureStaysTheSame) {
   EXPECT_EQ(session.bus().pictureChanges(item()), before + 1);
 }
 
+TEST_F(StatusItemTest, SendsNothingWhileTheWordsStayTheSame) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  const int before = session.bus().toolTipChanges(item());
+  for (int i = 0; i < 20; ++i) {
+    face->tell("tooltip Watching two folders");
+    face->ask("sync", "synced");
+  }
+  EXPECT_EQ(session.bus().toolTipChanges(item()), before);
+  face->tell("tooltip Scanning 1,204 files");
+  face->ask("sync", "synced");
+  EXPECT_EQ(session.bus().toolTipChanges(item()), before + 1);
+}
+
 TEST_F(StatusItemTest, SaysItsStateInWords) {
   session.startPanel();
   const auto face = startFace();

@@ -2,6 +2,8 @@
 
 #include <set>
 
+#include "menu/StatusText.h"
+#include "platform/linux/DisplayText.h"
 #include "platform/linux/StringTables.h"
 #include "platform/linux/TomlFile.h"
 #include "posix/Text.h"
@@ -125,6 +127,24 @@ TEST(ShippedStrings, AreTranslated) {
       }
       EXPECT_NE(text, english.count(key) ? english.at(key) : "") << language << " " << key;
     }
+  }
+}
+
+TEST(ShippedStrings, SayANumberOfFilesWithTheDigitsOfTheLanguage) {
+  const std::map<std::string, std::string> expected = {{"de", "Prüft 1.204 Dateien"},
+                                                       {"en", "Scanning 1,204 files"},
+                                                       {"es", "Analizando 1204 archivos"},
+                                                       {"fr", "Analyse de 1\u202f204 fichiers"},
+                                                       {"ja", "1,204 個のファイルをスキャン中"}};
+  StatusFacts facts;
+  facts.watching = facts.busy = true;
+  facts.filesBeingScanned = 1204;
+  SystemClock clock;
+  for (const auto& [language, words] : expected) {
+    StringTables tables({shipped}, {language}, nullptr);
+    const StatusText text(tables, clock, nullptr, nullptr);
+    EXPECT_EQ(text.wordsFor(facts), words);
+    EXPECT_EQ(displayLines(text.wordsFor(facts)).toStdString(), words);
   }
 }
 

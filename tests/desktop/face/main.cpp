@@ -6,8 +6,6 @@
 
 #include <unistd.h>
 
-#include <QAbstractButton>
-#include <QAbstractItemView>
 #include <QApplication>
 #include <QEvent>
 #include <QLabel>
@@ -31,6 +29,7 @@
 #include "platform/linux/QtStatusBar.h"
 #include "platform/linux/StringTables.h"
 #include "posix/Text.h"
+#include "tests/desktop/face/Windows.h"
 
 namespace quillo {
 namespace {
@@ -299,6 +298,9 @@ class Commands {
       face_.application.performOnMainThread([] { say("synced"); });
     } else if (name == "where") {
       face_.application.performOnMainThread([this, rest] { windows_.tellWhere(rest); });
+    } else if (name == "dialogs") {
+      face_.application.performOnMainThread(
+          [] { say("dialogs " + std::to_string(shownDialogs())); });
     } else if (name == "rows") {
       face_.application.performOnMainThread([rest] { say("rows " + rowsOf(rest)); });
     } else if (name == "text") {
@@ -311,65 +313,6 @@ class Commands {
     } else if (name == "terminate") {
       face_.application.terminate();
     }
-  }
-
-  // The middle of the widget of that name, in pixels of the screen.
-  static std::string where(const std::string& objectName) {
-    const QWidget* widget = find(objectName);
-    if (!widget) {
-      return "nowhere";
-    }
-    const QPoint middle =
-        widget->mapToGlobal(widget->rect().center()) * widget->devicePixelRatioF();
-    return "at " + std::to_string(middle.x()) + " " + std::to_string(middle.y());
-  }
-
-  static std::string textOf(const std::string& objectName) {
-    QWidget* widget = find(objectName);
-    if (!widget) {
-      return "";
-    }
-    for (const char* property : {"plainText", "text"}) {
-      const QVariant text = widget->property(property);
-      if (text.isValid()) {
-        return text.toString().toStdString();
-      }
-    }
-    return "";
-  }
-
-  // The rows of a list, with ";" between them and "," between their columns.
-  static std::string rowsOf(const std::string& objectName) {
-    const auto* view = qobject_cast<QAbstractItemView*>(find(objectName));
-    if (!view) {
-      return "";
-    }
-    const QAbstractItemModel& model = *view->model();
-    QStringList rows;
-    for (int row = 0; row < model.rowCount(); ++row) {
-      QStringList cells;
-      for (int column = 0; column < model.columnCount(); ++column) {
-        cells << model.index(row, column).data().toString();
-      }
-      rows << cells.join(',');
-    }
-    return rows.join(';').toStdString();
-  }
-
-  // One that nothing lies upon, if there is one.
-  static QWidget* find(const std::string& objectName) {
-    QWidget* covered = nullptr;
-    for (QWidget* window : QApplication::topLevelWidgets()) {
-      auto* widget = window->findChild<QWidget*>(QString::fromStdString(objectName));
-      if (!widget || !window->isVisible()) {
-        continue;
-      }
-      if (QApplication::widgetAt(widget->mapToGlobal(widget->rect().center())) == widget) {
-        return widget;
-      }
-      covered = widget;
-    }
-    return covered;
   }
 
   Face& face_;

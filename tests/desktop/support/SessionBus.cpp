@@ -32,11 +32,16 @@ SessionBus::SessionBus(const std::string& address) : context_(g_main_context_new
   if (!connection_) {
     throw std::runtime_error("cannot connect to the session bus at " + address);
   }
+  count("NewIcon", pictureChanges_);
+  count("NewToolTip", toolTipChanges_);
+}
+
+void SessionBus::count(const char* signal, int& times) {
   g_dbus_connection_signal_subscribe(
-      connection_, nullptr, item, "NewIcon", nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+      connection_, nullptr, item, signal, nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
       [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant*,
-         gpointer count) { ++*static_cast<int*>(count); },
-      &pictureChanges_, nullptr);
+         gpointer counted) { ++*static_cast<int*>(counted); },
+      &times, nullptr);
 }
 
 SessionBus::~SessionBus() {
@@ -97,11 +102,20 @@ std::string SessionBus::property(const std::string& name, const std::string& pro
 }
 
 // The answer to a question comes behind the signals that were sent before it.
-int SessionBus::pictureChanges(const std::string& name) {
+void SessionBus::takeInSignals(const std::string& name) {
   property(name, "Status");
   while (g_main_context_iteration(context_, FALSE)) {
   }
+}
+
+int SessionBus::pictureChanges(const std::string& name) {
+  takeInSignals(name);
   return pictureChanges_;
+}
+
+int SessionBus::toolTipChanges(const std::string& name) {
+  takeInSignals(name);
+  return toolTipChanges_;
 }
 
 }  // namespace quillo

@@ -24,14 +24,19 @@ class SessionBus {
   std::string property(const std::string& item, const std::string& name);
   // How often an item has said so far that it has another picture.
   int pictureChanges(const std::string& item);
+  // The same of its tool tip.
+  int toolTipChanges(const std::string& item);
 
  private:
+  void count(const char* signal, int& times);
+  void takeInSignals(const std::string& item);
   GVariant* call(const std::string& name, const char* path, const char* interface,
                  const char* method, GVariant* arguments);
 
   GMainContext* context_;
   GDBusConnection* connection_ = nullptr;
   int pictureChanges_ = 0;
+  int toolTipChanges_ = 0;
 };
 
 }  // namespace quillo

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+// What the windows of this process show, by the names of their widgets. Main thread.
+namespace quillo {
+
+// The middle of the widget, in pixels of the screen: "at X Y", or "nowhere".
+std::string where(const std::string& objectName);
+std::string textOf(const std::string& objectName);
+// The rows of a list, with ";" between them and "," between their columns.
+std::string rowsOf(const std::string& objectName);
+// How many dialogs with a message are on the screen.
+std::ptrdiff_t shownDialogs();
+
+}  // namespace quillo
