@@ -90,16 +90,75 @@ std::optional<QRect> Screen::find(QRgb colour, const QRect& area) {
   return found.isNull() ? std::nullopt : std::optional(found);
 }
 
+std::vector<xcb_window_t> Screen::windowsIn(const char* list) {
+  const std::vector<std::uint8_t> bytes = property(root_, list);
+  std::vector<xcb_window_t> windows(bytes.size() / sizeof(xcb_window_t));
+  std::memcpy(windows.data(), bytes.data(), windows.size() * sizeof(xcb_window_t));
+  return windows;
+}
+
+std::string Screen::titleOf(xcb_window_t window) {
+  const std::vector<std::uint8_t> title = property(window, "_NET_WM_NAME");
+  return {title.begin(), title.end()};
+}
+
 std::vector<std::string> Screen::windowTitles() {
-  const std::vector<std::uint8_t> list = property(root_, "_NET_CLIENT_LIST");
   std::vector<std::string> titles;
-  for (std::size_t i = 0; i + sizeof(xcb_window_t) <= list.size(); i += sizeof(xcb_window_t)) {
-    xcb_window_t window = 0;
-    std::memcpy(&window, &list[i], sizeof window);
-    const std::vector<std::uint8_t> title = property(window, "_NET_WM_NAME");
-    titles.emplace_back(title.begin(), title.end());
+  for (const xcb_window_t window : windowsIn("_NET_CLIENT_LIST")) {
+    titles.push_back(titleOf(window));
   }
   return titles;
+}
+
+std::vector<QRect> Screen::windowAreas(const std::string& title) {
+  std::vector<QRect> areas;
+  for (const xcb_window_t window : windowsIn("_NET_CLIENT_LIST_STACKING")) {
+    if (titleOf(window) == title) {
+      areas.push_back(areaOf(window));
+    }
+  }
+  return areas;
+}
+
+std::vector<QRect> Screen::menuAreas() {
+  std::vector<QRect> areas;
+  const auto tree =
+      owned(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
+  for (int i = 0; tree && i < xcb_query_tree_children_length(tree.get()); ++i) {
+    const xcb_window_t window = xcb_query_tree_children(tree.get())[i];
+    if (isMenu(window)) {
+      areas.push_back(areaOf(window));
+    }
+  }
+  return areas;
+}
+
+// Not every toolkit says of a menu that it is one. What no window manager places and is too large
+// to be a helper's window is a menu or a notification.
+bool Screen::isMenu(xcb_window_t window) {
+  constexpr int smallest = 20;
+  const auto attributes = owned(xcb_get_window_attributes_reply(
+      connection_, xcb_get_window_attributes(connection_, window), nullptr));
+  if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+      attributes->override_redirect == 0) {
+    return false;
+  }
+  const std::vector<std::uint8_t> types = property(window, "_NET_WM_WINDOW_TYPE");
+  xcb_atom_t type = XCB_ATOM_NONE;
+  if (types.size() >= sizeof type) {
+    std::memcpy(&type, types.data(), sizeof type);
+  }
+  const QRect area = areaOf(window);
+  return area.width() >= smallest && area.height() >= smallest &&
+         (type == XCB_ATOM_NONE || type != atom("_NET_WM_WINDOW_TYPE_NOTIFICATION"));
+}
+
+QRect Screen::areaOf(xcb_window_t window) {
+  const auto size =
+      owned(xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+  const auto place = owned(xcb_translate_coordinates_reply(
+      connection_, xcb_translate_coordinates(connection_, window, root_, 0, 0), nullptr));
+  return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
 }
 
 std::size_t Screen::countWindows(const std::string& title) {

@@ -12,8 +12,14 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "posix/UniqueFd.h"
 #include "tests/root/support/Files.h"
 #include "tests/root/support/Lines.h"
+
+// glibc 2.36 declares these without saying that they are C functions.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 namespace quillo::tests {
 namespace fs = std::filesystem;
@@ -67,12 +73,14 @@ pid_t processNamed(const std::string& name, pid_t parent) {
 
 }  // namespace
 
-GuardedHome::GuardedHome(const std::string& preferences)
+GuardedHome::GuardedHome(const std::string& preferences, const std::string& home)
     : root_("/tmp/guarded"),
-      home_(root_ + "/home"),
+      home_(home.empty() ? root_ + "/home" : home),
       program_(root_ + "/bin/vantrel-quillo"),
       watched_(home_ + "/Downloads"),
-      preferences_(preferences) {
+      preferences_(preferences),
+      desktop_({"XDG_RUNTIME_DIR=" + root_ + "/runtime", "QT_QPA_PLATFORM=offscreen",
+                "DBUS_SESSION_BUS_ADDRESS=unix:path=/tmp/no-bus"}) {
   if (!fs::exists(root_)) {
     makeFolder(root_);
   }
@@ -107,6 +115,7 @@ GuardedHome::~GuardedHome() {
   }
   std::error_code ignored;
   fs::remove_all(root_, ignored);
+  fs::remove_all(home_, ignored);
 }
 
 std::string GuardedHome::testFile() {
@@ -136,11 +145,12 @@ void GuardedHome::writePreferences(const std::string& toml) const {
 }
 
 pid_t GuardedHome::spawn(const std::vector<std::string>& command, const std::string& output) const {
-  const std::vector<std::string> environment = {
-      "HOME=" + home_, "PATH=/usr/bin:/bin:/usr/sbin", "XDG_RUNTIME_DIR=" + root_ + "/runtime",
-      "QT_QPA_PLATFORM=offscreen", "DBUS_SESSION_BUS_ADDRESS=unix:path=/tmp/no-bus",
+  // The first of two variables of one name counts.
+  std::vector<std::string> environment = {
+      "HOME=" + home_, "PATH=/usr/bin:/bin:/usr/sbin",
       // What Qt and GLib keep for the life of the process is no leak of the agent's.
       "ASAN_OPTIONS=detect_leaks=0"};
+  environment.insert(environment.end(), desktop_.begin(), desktop_.end());
   std::vector<char*> argv;
   for (const std::string& word : command) argv.push_back(const_cast<char*>(word.c_str()));
   argv.push_back(nullptr);
@@ -205,6 +215,18 @@ int GuardedHome::stop() {
   int status = 0;
   kill(agent_, SIGTERM);
   waitpid(agent_, &status, 0);
+  agent_ = -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+int GuardedHome::awaitEnd() {
+  const UniqueFd process(pidfd_open(agent_, 0));
+  pollfd end{process.get(), POLLIN, 0};
+  const auto patience = std::chrono::milliseconds(deadline).count();
+  int status = 0;
+  if (poll(&end, 1, static_cast<int>(patience)) <= 0 || waitpid(agent_, &status, 0) != agent_) {
+    return -1;
+  }
   agent_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }

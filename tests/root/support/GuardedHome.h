@@ -3,20 +3,22 @@
 #include <sys/types.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quillo::tests {
 
 // The home of an ordinary user with the real agent in it, its real helper set-user-ID root, and an
 // engine tree with the installed ClamAV and the built-in definition. The agent has no display and
-// no bus. All of it lies below /tmp and ends with this object.
+// no bus unless it is given a desktop. All of it lies below /tmp, but for a home that was asked for
+// elsewhere, and ends with this object.
 class GuardedHome {
  public:
   static constexpr uid_t user = 12345;
 
   // `preferences` are lines of TOML that follow those for the engine and precede the watched
-  // folders.
-  explicit GuardedHome(const std::string& preferences = "");
+  // folders. `home` is where the home is to be made, if not below /tmp.
+  explicit GuardedHome(const std::string& preferences = "", const std::string& home = "");
   ~GuardedHome();
   GuardedHome(const GuardedHome&) = delete;
   GuardedHome& operator=(const GuardedHome&) = delete;
@@ -29,6 +31,8 @@ class GuardedHome {
 
   // Before start(): watches this folder instead of ~/Downloads.
   void watchInstead(const std::string& folder) { watched_ = folder; }
+  // Before start(): the environment of a desktop, "NAME=value", in place of none.
+  void setDesktop(std::vector<std::string> environment) { desktop_ = std::move(environment); }
   // Before start(): the whole of the preferences.
   void writePreferences(const std::string& toml) const;
   // Starts the daemon of the tree, as somebody else than the agent would.
@@ -45,6 +49,8 @@ class GuardedHome {
   int runSecondAgent() const;
   // Sends SIGTERM and gives the exit status.
   int stop();
+  // Waits until the agent has ended by itself and gives its exit status; -1 at the deadline.
+  int awaitEnd();
   bool isRunning() const;
   pid_t helper() const;
   pid_t daemon() const;
@@ -70,6 +76,7 @@ class GuardedHome {
   std::string program_;
   std::string watched_;
   std::string preferences_;
+  std::vector<std::string> desktop_;
   pid_t agent_ = -1;
 };
 
