@@ -6,10 +6,12 @@
 #include <QDialog>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
+#include <QTextLayout>
 #include <QUiLoader>
 #include <utility>
 
@@ -24,7 +26,23 @@ namespace {
 constexpr int pictureSize = 64;
 constexpr int cascadeStep = 28;
 constexpr int longestLabel = 1000;
-constexpr int linesOfPath = 4;
+constexpr int mostLinesOfPath = 4;
+
+// How many lines a text takes in a field that is as wide as the window is before it is shown.
+int linesOf(const QPlainTextEdit& field, double width) {
+  QTextLayout layout(field.toPlainText(), field.font());
+  QTextOption option;
+  option.setWrapMode(field.wordWrapMode());
+  layout.setTextOption(option);
+  layout.beginLayout();
+  int lines = 0;
+  for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+    line.setLineWidth(width);
+    ++lines;
+  }
+  layout.endLayout();
+  return lines;
+}
 
 QWidget* messageField(const QDialog& dialog) {
   auto* field = dialog.findChild<QWidget*>("theMessage");
@@ -202,9 +220,6 @@ void DialogWindow::arrange() {
     rest->setSizePolicy(policy);
   }
   if (auto* edit = dialog_->findChild<QPlainTextEdit*>("theMessage")) {
-    const int margins =
-        2 * (edit->frameWidth() + static_cast<int>(edit->document()->documentMargin()));
-    edit->setFixedHeight(edit->fontMetrics().lineSpacing() * linesOfPath + margins);
     edit->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
   }
 }
@@ -258,6 +273,19 @@ void DialogWindow::dismiss() {
   }
 }
 
+// As high as the path needs, within reason; a longer one scrolls.
+void DialogWindow::fitPath() {
+  auto* edit = dialog_->findChild<QPlainTextEdit*>("theMessage");
+  if (!edit) {
+    return;
+  }
+  dialog_->layout()->activate();
+  const int margin = edit->frameWidth() + static_cast<int>(edit->document()->documentMargin());
+  const int lines = qBound(1, linesOf(*edit, edit->width() - 2 * margin), mostLinesOfPath);
+  edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + 2 * margin);
+  dialog_->adjustSize();
+}
+
 void DialogWindow::moveTo(std::optional<int> place) {
   const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
   if (!screen) {
@@ -267,6 +295,7 @@ void DialogWindow::moveTo(std::optional<int> place) {
     return;
   }
   dialog_->adjustSize();
+  fitPath();
   const QRect room = screen->availableGeometry();
   const QPoint step = QPoint(1, 1) * cascadeStep;
   const QPoint pile = place ? step * DialogStack::places : QPoint();

@@ -66,18 +66,23 @@ void AgentOnDesktop::post(const std::string& name) {
       ->waitUntilExit();
 }
 
-std::string AgentOnDesktop::valueForKey(const std::string& key) {
-  const std::string answer = "/tmp/answer";
-  session_
-      ->startCommand({"/bin/sh", "-c",
-                      "dbus-send --session --print-reply --dest=org.vantrel.VantrelQuillo "
-                      "/org/vantrel/VantrelQuillo org.vantrel.VantrelQuillo.ValueForKey "
-                      "string:\"$0\" >\"$1\" 2>&1",
-                      key, answer})
-      ->waitUntilExit();
-  const std::string text = readFile(answer);
-  std::filesystem::remove(answer);
+std::string AgentOnDesktop::outputOf(std::vector<std::string> command) {
+  const std::string output = "/tmp/output-of-command";
+  command.insert(command.begin(), {"/bin/sh", "-c", "exec \"$@\" >" + output + " 2>&1", "command"});
+  session_->startCommand(std::move(command))->waitUntilExit();
+  std::string text = readFile(output);
+  std::filesystem::remove(output);
   return text;
+}
+
+std::string AgentOnDesktop::valueForKey(const std::string& key) {
+  return outputOf({"dbus-send", "--session", "--print-reply", "--dest=org.vantrel.VantrelQuillo",
+                   "/org/vantrel/VantrelQuillo", "org.vantrel.VantrelQuillo.ValueForKey",
+                   "string:" + key});
+}
+
+int AgentOnDesktop::notificationsShown() {
+  return std::atoi(outputOf({"dunstctl", "count", "displayed"}).c_str());
 }
 
 bool AgentOnDesktop::showsIcon(Icon icon) {
@@ -156,23 +161,44 @@ bool AgentOnDesktop::showsWindows(std::size_t count, const std::string& title) {
       [&] { return session_->screen().countWindows(title) == count; });
 }
 
+std::vector<QRect> AgentOnDesktop::buttonAreas(const std::string& title) {
+  Screen& screen = session_->screen();
+  std::vector<QRect> buttons;
+  screen.eventually([&] {
+    const std::vector<QRect> windows = screen.windowAreas(title);
+    buttons = windows.empty() ? windows : buttonsIn(screen.picture(), windows.back());
+    return buttons.size() >= 2;
+  });
+  return buttons;
+}
+
+void AgentOnDesktop::focus(const std::string& title) {
+  Screen& screen = session_->screen();
+  buttonAreas(title);
+  const std::vector<QRect> windows = screen.windowAreas(title);
+  if (windows.empty()) {
+    throw std::runtime_error("there is no \"" + title + "\"");
+  }
+  constexpr int besideThePicture = 4;
+  const QPoint corner = windows.back().topLeft();
+  session_->click(corner.x() + besideThePicture, corner.y() + besideThePicture);
+  if (!screen.eventually([&] { return screen.activeWindowArea() == windows.back(); })) {
+    throw std::runtime_error("\"" + title + "\" is not active after a click");
+  }
+}
+
+std::size_t AgentOnDesktop::buttonsOf(const std::string& title) {
+  return buttonAreas(title).size();
+}
+
 void AgentOnDesktop::clickButton(const std::string& title, std::size_t place,
                                  const std::string& heldKey) {
-  Screen& screen = session_->screen();
-  QPoint at;
-  const bool isThere = screen.eventually([&] {
-    const std::vector<QRect> windows = screen.windowAreas(title);
-    const std::vector<QRect> buttons =
-        windows.empty() ? windows : buttonsIn(screen.picture(), windows.back());
-    if (place < buttons.size()) {
-      at = buttons[place].center();
-    }
-    return place < buttons.size();
-  });
-  if (!isThere) {
+  const std::vector<QRect> buttons = buttonAreas(title);
+  if (place >= buttons.size()) {
+    session_->keepPicture("without-button");
     throw std::runtime_error("\"" + title + "\" has no such button");
   }
-  session_->click(at.x(), at.y(), 1, heldKey);
+  session_->click(buttons[place].center().x(), buttons[place].center().y(), 1, heldKey);
 }
 
 }  // namespace quillo::tests

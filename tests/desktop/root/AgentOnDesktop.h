@@ -20,6 +20,15 @@ class AgentOnDesktop : public testing::Test {
   enum class Icon { none, idle, watching, scanning };
   static constexpr const char* warningTitle = "Malware Found";
 
+  // Takes notifications without showing them.
+  class NotificationServer : public StandInService {
+   public:
+    explicit NotificationServer(DesktopSession& session)
+        : StandInService(
+              session.busAddress(), "org.freedesktop.Notifications",
+              {{"Notify", "(uint32 7,)"}, {"GetCapabilities", "(['body', 'body-markup'],)"}}) {}
+  };
+
   AgentOnDesktop();
 
   // Logs ada in; `preferences` are lines of TOML. Then start() or startAndAwaitWatching().
@@ -54,12 +63,19 @@ class AgentOnDesktop : public testing::Test {
 
   // Whether there come to be so many windows of that title.
   bool showsWindows(std::size_t count, const std::string& title);
+  // How many buttons the topmost window of that title has, once it is drawn.
+  std::size_t buttonsOf(const std::string& title);
+  // How many notifications are on the screen.
+  int notificationsShown();
   // Clicks on a button of the topmost window of that title, from the left.
   void clickButton(const std::string& title, std::size_t place, const std::string& heldKey = "");
-
-  std::string infected(const std::string& name) const;
+  // Clicks into the topmost window of that title, where nothing is to be pressed.
+  void focus(const std::string& title);
 
  private:
+  std::vector<QRect> buttonAreas(const std::string& title);
+  std::string outputOf(std::vector<std::string> command);
+
   std::unique_ptr<GuardedHome> home_;
   std::unique_ptr<DesktopSession> session_;
   std::unique_ptr<BusMonitor> bus_;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <stdexcept>
+#include <utility>
 
 namespace quillo {
 namespace {
@@ -35,21 +36,6 @@ void ask(GDBusConnection* connection, const char* interface, const char* method,
 void end(GDBusConnection* connection) {
   g_dbus_connection_close_sync(connection, nullptr, nullptr);
   g_object_unref(connection);
-}
-
-// Runs on the connection's own thread.
-GDBusMessage* answerWithNothing(GDBusConnection* connection, GDBusMessage* message,
-                                gboolean incoming, gpointer) {
-  if (incoming == FALSE ||
-      g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL) {
-    return message;
-  }
-  GDBusMessage* const reply = g_dbus_message_new_method_reply(message);
-  g_dbus_connection_send_message(connection, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
-                                 nullptr);
-  g_object_unref(reply);
-  g_object_unref(message);
-  return nullptr;
 }
 
 }  // namespace
@@ -105,13 +91,34 @@ int BusMonitor::countLocked(const std::string& member, const std::string& text) 
   return count;
 }
 
-StandInService::StandInService(const std::string& address, const std::string& name)
-    : connection_(connectTo(address)) {
-  g_dbus_connection_add_filter(connection_, answerWithNothing, nullptr, nullptr);
+StandInService::StandInService(const std::string& address, const std::string& name, Answers answers)
+    : answers_(std::move(answers)), connection_(connectTo(address)) {
+  g_dbus_connection_add_filter(connection_, answer, this, nullptr);
   const guint withoutQueue = 4;
   ask(connection_, bus, "RequestName", g_variant_new("(su)", name.c_str(), withoutQueue));
 }
 
 StandInService::~StandInService() { end(connection_); }
+
+// Runs on the connection's own thread.
+GDBusMessage* StandInService::answer(GDBusConnection* connection, GDBusMessage* message,
+                                     gboolean incoming, gpointer self) {
+  if (incoming == FALSE ||
+      g_dbus_message_get_message_type(message) != G_DBUS_MESSAGE_TYPE_METHOD_CALL) {
+    return message;
+  }
+  const Answers& answers = static_cast<StandInService*>(self)->answers_;
+  const auto found = answers.find(g_dbus_message_get_member(message));
+  GDBusMessage* const reply = g_dbus_message_new_method_reply(message);
+  if (found != answers.end()) {
+    g_dbus_message_set_body(
+        reply, g_variant_parse(nullptr, found->second.c_str(), nullptr, nullptr, nullptr));
+  }
+  g_dbus_connection_send_message(connection, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr,
+                                 nullptr);
+  g_object_unref(reply);
+  g_object_unref(message);
+  return nullptr;
+}
 
 }  // namespace quillo

@@ -3,6 +3,7 @@
 #include <gio/gio.h>
 
 #include <condition_variable>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -38,15 +39,22 @@ class BusMonitor {
   std::vector<Message> messages_;
 };
 
-// A service that a bus has as long as this object: answers every call with nothing.
+// A service that a bus has as long as this object.
 class StandInService {
  public:
-  StandInService(const std::string& address, const std::string& name);
+  // What is answered to a call of a member, a tuple in GVariant's text format; nothing by default.
+  using Answers = std::map<std::string, std::string>;
+
+  StandInService(const std::string& address, const std::string& name, Answers answers = {});
   ~StandInService();
   StandInService(const StandInService&) = delete;
   StandInService& operator=(const StandInService&) = delete;
 
  private:
+  static GDBusMessage* answer(GDBusConnection* connection, GDBusMessage* message, gboolean incoming,
+                              gpointer self);
+
+  const Answers answers_;
   GDBusConnection* connection_ = nullptr;
 };
 

@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <xcb/damage.h>
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,8 @@ namespace quillo {
 namespace {
 
 constexpr auto patience = std::chrono::seconds(20);
+// None that a program has, so that windows stand out from it.
+constexpr std::uint32_t desktopColour = 0x47607a;
 
 template <typename Reply>
 std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
@@ -28,8 +31,11 @@ Screen::Screen(const std::string& display) : connection_(xcb_connect(display.c_s
   const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
   root_ = screen->root;
   size_ = QSize(screen->width_in_pixels, screen->height_in_pixels);
-  const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-  xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &mask);
+  const std::array<std::uint32_t, 2> values = {
+      desktopColour, XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY};
+  xcb_change_window_attributes(connection_, root_, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK,
+                               values.data());
+  xcb_clear_area(connection_, 0, root_, 0, 0, 0, 0);
   owned(xcb_damage_query_version_reply(connection_, xcb_damage_query_version(connection_, 1, 1),
                                        nullptr));
   xcb_damage_create(connection_, xcb_generate_id(connection_), root_,
@@ -90,8 +96,8 @@ std::optional<QRect> Screen::find(QRgb colour, const QRect& area) {
   return found.isNull() ? std::nullopt : std::optional(found);
 }
 
-std::vector<xcb_window_t> Screen::windowsIn(const char* list) {
-  const std::vector<std::uint8_t> bytes = property(root_, list);
+std::vector<xcb_window_t> Screen::windowsIn(const char* name) {
+  const std::vector<std::uint8_t> bytes = property(root_, name);
   std::vector<xcb_window_t> windows(bytes.size() / sizeof(xcb_window_t));
   std::memcpy(windows.data(), bytes.data(), windows.size() * sizeof(xcb_window_t));
   return windows;
@@ -118,6 +124,11 @@ std::vector<QRect> Screen::windowAreas(const std::string& title) {
     }
   }
   return areas;
+}
+
+QRect Screen::activeWindowArea() {
+  const std::vector<xcb_window_t> active = windowsIn("_NET_ACTIVE_WINDOW");
+  return active.empty() || active.front() == XCB_WINDOW_NONE ? QRect() : areaOf(active.front());
 }
 
 std::vector<QRect> Screen::menuAreas() {

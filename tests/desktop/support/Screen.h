@@ -32,13 +32,15 @@ class Screen {
   bool hasWindowManager();
   // Where the windows of that title are without their frames, the topmost last.
   std::vector<QRect> windowAreas(const std::string& title);
+  // That of the window with the keyboard; empty when there is none.
+  QRect activeWindowArea();
   // Where menus are open, in no particular order.
   std::vector<QRect> menuAreas();
 
  private:
   xcb_atom_t atom(const char* name);
   std::vector<std::uint8_t> property(xcb_window_t window, const char* name);
-  std::vector<xcb_window_t> windowsIn(const char* list);
+  std::vector<xcb_window_t> windowsIn(const char* name);
   std::string titleOf(xcb_window_t window);
   QRect areaOf(xcb_window_t window);
   bool isMenu(xcb_window_t window);
