@@ -279,11 +279,18 @@ void DialogWindow::fitPath() {
   if (!edit) {
     return;
   }
-  dialog_->layout()->activate();
   const int margin = edit->frameWidth() + static_cast<int>(edit->document()->documentMargin());
-  const int lines = qBound(1, linesOf(*edit, edit->width() - 2 * margin), mostLinesOfPath);
-  edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + 2 * margin);
-  dialog_->adjustSize();
+  const auto setLines = [&](int lines) {
+    edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + 2 * margin);
+    dialog_->layout()->invalidate();
+    dialog_->adjustSize();
+  };
+  setLines(1);
+  dialog_->layout()->activate();
+  const int lines = linesOf(*edit, edit->width() - 2 * margin);
+  const bool fits = lines <= mostLinesOfPath;
+  edit->setVerticalScrollBarPolicy(fits ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
+  setLines(qBound(1, lines, mostLinesOfPath));
 }
 
 void DialogWindow::moveTo(std::optional<int> place) {

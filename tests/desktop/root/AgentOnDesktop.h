@@ -45,6 +45,8 @@ class AgentOnDesktop : public testing::Test {
 
   // Posts a distributed notification.
   void post(const std::string& name);
+  // What a command of ada's prints.
+  std::string outputOf(std::vector<std::string> command);
   // The value that a script reads from the agent, as dbus-send(1) prints it.
   std::string valueForKey(const std::string& key);
 
@@ -74,8 +76,6 @@ class AgentOnDesktop : public testing::Test {
 
  private:
   std::vector<QRect> buttonAreas(const std::string& title);
-  std::string outputOf(std::vector<std::string> command);
-
   std::unique_ptr<GuardedHome> home_;
   std::unique_ptr<DesktopSession> session_;
   std::unique_ptr<BusMonitor> bus_;

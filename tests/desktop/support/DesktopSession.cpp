@@ -32,7 +32,7 @@ constexpr const char* busConfiguration = R"(<!DOCTYPE busconfig PUBLIC
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>session</type>
-  <listen>unix:path=@RUNTIME@/bus</listen>
+  <listen>unix:path=@RUNTIME@/@NAME@</listen>
   <auth>EXTERNAL</auth>
   <servicedir>@RUNTIME@/services</servicedir>
   <policy context="default">
@@ -100,7 +100,7 @@ DesktopSession::DesktopSession(const User& user)
   std::filesystem::create_directory(runtime_);
   std::filesystem::permissions(runtime_, std::filesystem::perms::owner_all);
   writePanelSettings(home_);
-  writeBusConfiguration();
+  addServicesOfTheMachine();
   giveTo(user_.id, home_);
   environment_ = {"HOME=" + home_,
                   "XDG_RUNTIME_DIR=" + runtime_,
@@ -113,9 +113,7 @@ DesktopSession::DesktopSession(const User& user)
   const std::string number = startWithAnswer(
       {"Xvfb", "-displayfd", "3", "-screen", "0", size, "-nolisten", "tcp", "-noreset"}, server_);
   environment_.push_back("DISPLAY=:" + number);
-  busAddress_ = startWithAnswer({"dbus-daemon", "--config-file=" + runtime_ + "/bus.conf",
-                                 "--nofork", "--nopidfile", "--print-address=3"},
-                                busDaemon_);
+  busAddress_ = startBus("bus", busDaemon_);
   environment_.push_back("DBUS_SESSION_BUS_ADDRESS=" + busAddress_);
   screen_ = std::make_unique<Screen>(":" + number);
   bus_ = std::make_unique<SessionBus>(busAddress_);
@@ -131,6 +129,7 @@ DesktopSession::~DesktopSession() {
   windowManager_.reset();
   screen_.reset();
   bus_.reset();
+  systemBusDaemon_.reset();
   busDaemon_.reset();
   server_.reset();
   processes_.end();
@@ -138,7 +137,7 @@ DesktopSession::~DesktopSession() {
   std::filesystem::remove_all(user_.home.empty() ? home_ : runtime_, ignored);
 }
 
-void DesktopSession::writeBusConfiguration() {
+void DesktopSession::addServicesOfTheMachine() {
   std::filesystem::create_directory(runtime_ + "/services");
   for (const char* wanted : {"org.xfce.Xfconf.service", "ca.desrt.dconf.service"}) {
     const std::string file = std::string("/usr/share/dbus-1/services/") + wanted;
@@ -146,8 +145,19 @@ void DesktopSession::writeBusConfiguration() {
       std::filesystem::create_symlink(file, runtime_ + "/services/" + wanted);
     }
   }
-  std::ofstream(runtime_ + "/bus.conf") << replacingAll(busConfiguration, "@RUNTIME@", runtime_);
 }
+
+std::string DesktopSession::startBus(const std::string& name,
+                                     std::unique_ptr<ChildProcess>& process) {
+  const std::string configuration = runtime_ + "/" + name + ".conf";
+  std::ofstream(configuration) << replacingAll(
+      replacingAll(busConfiguration, "@RUNTIME@", runtime_), "@NAME@", name);
+  return startWithAnswer({"dbus-daemon", "--config-file=" + configuration, "--nofork",
+                          "--nopidfile", "--print-address=3"},
+                         process);
+}
+
+std::string DesktopSession::startSystemBus() { return startBus("system", systemBusDaemon_); }
 
 void DesktopSession::addService(const std::string& name, const std::string& command) {
   std::ofstream(runtime_ + "/services/" + name + ".service")

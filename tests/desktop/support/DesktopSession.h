@@ -48,6 +48,8 @@ class DesktopSession {
     return processes_.start(request);
   }
 
+  // Starts another bus, for services of the machine; gives its address.
+  std::string startSystemBus();
   void startPanel();
   void stopPanel();
   void startNotificationServer();
@@ -62,7 +64,8 @@ class DesktopSession {
   void keepPicture(const std::string& name);
 
  private:
-  void writeBusConfiguration();
+  void addServicesOfTheMachine();
+  std::string startBus(const std::string& name, std::unique_ptr<ChildProcess>& process);
   std::string startWithAnswer(const std::vector<std::string>& command,
                               std::unique_ptr<ChildProcess>& process);
   void run(std::vector<std::string> command);
@@ -79,6 +82,7 @@ class DesktopSession {
   std::unique_ptr<Screen> screen_;
   std::unique_ptr<SessionBus> bus_;
   std::unique_ptr<ChildProcess> windowManager_;
+  std::unique_ptr<ChildProcess> systemBusDaemon_;
   std::unique_ptr<ChildProcess> panel_;
   std::unique_ptr<ChildProcess> notificationServer_;
 };
