@@ -118,7 +118,7 @@ DesktopSession::DesktopSession(const User& user)
   screen_ = std::make_unique<Screen>(":" + number);
   bus_ = std::make_unique<SessionBus>(busAddress_);
   windowManager_ = startCommand({"openbox", "--sm-disable"});
-  if (!screen_->eventually([&] { return screen_->hasWindowManager(); })) {
+  if (!screen_->awaitWindowManager()) {
     throw std::runtime_error("openbox does not come up: " + log());
   }
 }

@@ -154,11 +154,7 @@ bool Screen::isMenu(xcb_window_t window) {
       attributes->override_redirect == 0) {
     return false;
   }
-  const std::vector<std::uint8_t> types = property(window, "_NET_WM_WINDOW_TYPE");
-  xcb_atom_t type = XCB_ATOM_NONE;
-  if (types.size() >= sizeof type) {
-    std::memcpy(&type, types.data(), sizeof type);
-  }
+  const xcb_atom_t type = numberOn(window, "_NET_WM_WINDOW_TYPE");
   const QRect area = areaOf(window);
   return area.width() >= smallest && area.height() >= smallest &&
          (type == XCB_ATOM_NONE || type != atom("_NET_WM_WINDOW_TYPE_NOTIFICATION"));
@@ -180,7 +176,48 @@ std::size_t Screen::countWindows(const std::string& title) {
   return count;
 }
 
-bool Screen::hasWindowManager() { return !property(root_, "_NET_SUPPORTING_WM_CHECK").empty(); }
+// It says that it is there before it takes windows in, and loses what it is sent until then. Its
+// list of windows comes last; that it has a wish granted shows that it listens.
+bool Screen::awaitWindowManager() {
+  constexpr std::uint32_t oneDesktop = 1;
+  const char* const numberOfDesktops = "_NET_NUMBER_OF_DESKTOPS";
+  return eventually([&] { return hasProperty("_NET_CLIENT_LIST"); }) && eventually([&] {
+           if (numberOn(root_, numberOfDesktops) == oneDesktop) {
+             return true;
+           }
+           wish(numberOfDesktops, oneDesktop);
+           return false;
+         });
+}
+
+bool Screen::hasProperty(const char* name) {
+  const auto reply = owned(xcb_get_property_reply(
+      connection_, xcb_get_property(connection_, 0, root_, atom(name), XCB_ATOM_NONE, 0, 0),
+      nullptr));
+  return reply && reply->type != XCB_ATOM_NONE;
+}
+
+void Screen::wish(const char* message, std::uint32_t value) {
+  xcb_client_message_event_t event = {};
+  event.response_type = XCB_CLIENT_MESSAGE;
+  event.format = 32;
+  event.window = root_;
+  event.type = atom(message);
+  event.data.data32[0] = value;
+  xcb_send_event(connection_, 0, root_,
+                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&event));
+  xcb_flush(connection_);
+}
+
+std::uint32_t Screen::numberOn(xcb_window_t window, const char* name) {
+  const std::vector<std::uint8_t> bytes = property(window, name);
+  std::uint32_t number = 0;
+  if (bytes.size() >= sizeof number) {
+    std::memcpy(&number, bytes.data(), sizeof number);
+  }
+  return number;
+}
 
 xcb_atom_t Screen::atom(const char* name) {
   const auto length = static_cast<std::uint16_t>(std::strlen(name));
