@@ -138,9 +138,11 @@ bool DialogWindow::appear(int place) {
   if (!make()) {
     return false;
   }
-  dialog_->setWindowFlag(Qt::WindowStaysOnTopHint);
-  dialog_->setAttribute(Qt::WA_ShowWithoutActivating);
-  moveTo(place);
+  if (!dialog_->isVisible()) {
+    dialog_->setWindowFlag(Qt::WindowStaysOnTopHint);
+    dialog_->setAttribute(Qt::WA_ShowWithoutActivating);
+    moveTo(place);
+  }
   dialog_->show();
   dialog_->raise();
   return true;
@@ -273,6 +275,16 @@ void DialogWindow::dismiss() {
   }
 }
 
+// Texts that wrap take less height in the window's real width than where adjustSize() measures
+// them.
+void DialogWindow::fit() {
+  dialog_->adjustSize();
+  const QLayout* layout = dialog_->layout();
+  if (layout->hasHeightForWidth()) {
+    dialog_->resize(dialog_->width(), layout->totalHeightForWidth(dialog_->width()));
+  }
+}
+
 // As high as the path needs, within reason; a longer one scrolls.
 void DialogWindow::fitPath() {
   auto* edit = dialog_->findChild<QPlainTextEdit*>("theMessage");
@@ -283,7 +295,7 @@ void DialogWindow::fitPath() {
   const auto setLines = [&](int lines) {
     edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + 2 * margin);
     dialog_->layout()->invalidate();
-    dialog_->adjustSize();
+    fit();
   };
   setLines(1);
   dialog_->layout()->activate();
@@ -301,7 +313,7 @@ void DialogWindow::moveTo(std::optional<int> place) {
   if (!screen) {
     return;
   }
-  dialog_->adjustSize();
+  fit();
   fitPath();
   const QRect room = screen->availableGeometry();
   const QPoint step = QPoint(1, 1) * cascadeStep;
