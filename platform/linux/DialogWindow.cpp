@@ -5,10 +5,12 @@
 #include <QDialog>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
+#include <QTextLayout>
 #include <utility>
 
 #include "platform/linux/DisplayText.h"
@@ -22,7 +24,23 @@ namespace {
 constexpr int pictureSize = 64;
 constexpr int cascadeStep = 28;
 constexpr int longestLabel = 1000;
-constexpr int linesOfPath = 4;
+constexpr int mostLinesOfPath = 4;
+
+// How many lines a text takes in a field that is as wide as the window is before it is shown.
+int linesOf(const QPlainTextEdit& field, double width) {
+  QTextLayout layout(field.toPlainText(), field.font());
+  QTextOption option;
+  option.setWrapMode(field.wordWrapMode());
+  layout.setTextOption(option);
+  layout.beginLayout();
+  int lines = 0;
+  for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+    line.setLineWidth(width);
+    ++lines;
+  }
+  layout.endLayout();
+  return lines;
+}
 
 QWidget* messageField(const QDialog& dialog) {
   auto* field = dialog.findChild<QWidget*>("theMessage");
@@ -118,9 +136,11 @@ bool DialogWindow::appear(int place) {
   if (!make()) {
     return false;
   }
-  dialog_->setWindowFlag(Qt::WindowStaysOnTopHint);
-  dialog_->setAttribute(Qt::WA_ShowWithoutActivating);
-  moveTo(place);
+  if (!dialog_->isVisible()) {
+    dialog_->setWindowFlag(Qt::WindowStaysOnTopHint);
+    dialog_->setAttribute(Qt::WA_ShowWithoutActivating);
+    moveTo(place);
+  }
   dialog_->show();
   dialog_->raise();
   return true;
@@ -198,9 +218,6 @@ void DialogWindow::arrange() {
     rest->setSizePolicy(policy);
   }
   if (auto* edit = dialog_->findChild<QPlainTextEdit*>("theMessage")) {
-    const int margins =
-        2 * (edit->frameWidth() + static_cast<int>(edit->document()->documentMargin()));
-    edit->setFixedHeight(edit->fontMetrics().lineSpacing() * linesOfPath + margins);
     edit->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
   }
 }
@@ -254,6 +271,36 @@ void DialogWindow::dismiss() {
   }
 }
 
+// Texts that wrap take less height in the window's real width than where adjustSize() measures
+// them.
+void DialogWindow::fit() {
+  dialog_->adjustSize();
+  const QLayout* layout = dialog_->layout();
+  if (layout->hasHeightForWidth()) {
+    dialog_->resize(dialog_->width(), layout->totalHeightForWidth(dialog_->width()));
+  }
+}
+
+// As high as the path needs, within reason; a longer one scrolls.
+void DialogWindow::fitPath() {
+  auto* edit = dialog_->findChild<QPlainTextEdit*>("theMessage");
+  if (!edit) {
+    return;
+  }
+  const int margin = edit->frameWidth() + static_cast<int>(edit->document()->documentMargin());
+  const auto setLines = [&](int lines) {
+    edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + 2 * margin);
+    dialog_->layout()->invalidate();
+    fit();
+  };
+  setLines(1);
+  dialog_->layout()->activate();
+  const int lines = linesOf(*edit, edit->width() - 2 * margin);
+  const bool fits = lines <= mostLinesOfPath;
+  edit->setVerticalScrollBarPolicy(fits ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
+  setLines(qBound(1, lines, mostLinesOfPath));
+}
+
 void DialogWindow::moveTo(std::optional<int> place) {
   const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
   if (!screen) {
@@ -262,7 +309,8 @@ void DialogWindow::moveTo(std::optional<int> place) {
   if (!screen) {
     return;
   }
-  dialog_->adjustSize();
+  fit();
+  fitPath();
   const QRect room = screen->availableGeometry();
   const QPoint step = QPoint(1, 1) * cascadeStep;
   const QPoint pile = place ? step * DialogStack::places : QPoint();

@@ -57,6 +57,8 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   void press(ButtonDialog::Button button, unsigned int keys);
   void dismiss();
   // A place in the pile, else the middle of the screen.
+  void fit();
+  void fitPath();
   void moveTo(std::optional<int> place);
 
   // Constant after construction.

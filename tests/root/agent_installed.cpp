@@ -61,7 +61,7 @@ TEST_F(AgentInstalled, GuardsAsFromTheBuildTree) {
   install("/tmp/prefix");
   // The packager's part.
   check(chmod("/tmp/prefix/lib/vantrel-quillo/gfslogger", 04755), "chmod gfslogger");
-  GuardedHome home("QuilloTrashFiles = true\n", "/tmp/prefix");
+  GuardedHome home("QuilloTrashFiles = true\n", GuardedHome::Places{"", "/tmp/prefix"});
   home.startAndAwaitWatching();
   EXPECT_TRUE(home.logHas(home.save("clean.txt", "clean") + ": OK"));
   const std::string infected = home.saveInfected("bad.com");

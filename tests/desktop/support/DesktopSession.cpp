@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "posix/Pipe.h"
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {
@@ -23,6 +24,25 @@ std::string temporaryHome() {
   }
   return path;
 }
+
+// The session bus of one user, whom root may call too. A notification server is not started on
+// demand: whether there is one is for the test to say.
+constexpr const char* busConfiguration = R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:path=@RUNTIME@/@NAME@</listen>
+  <auth>EXTERNAL</auth>
+  <servicedir>@RUNTIME@/services</servicedir>
+  <policy context="default">
+    <allow user="*"/>
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
 
 // A panel at the top with the windows on its left and the status items on its right, where nothing
 // moves when a clock has ticked.
@@ -61,15 +81,29 @@ void writePanelSettings(const std::string& home) {
   std::ofstream(folder + "/xfce4-panel.xml") << panelSettings;
 }
 
+void giveTo(uid_t user, const std::string& folder) {
+  if (user == 0) {
+    return;
+  }
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    [[maybe_unused]] const int ignored = lchown(entry.path().c_str(), user, user);
+  }
+  [[maybe_unused]] const int ignored = chown(folder.c_str(), user, user);
+}
+
 }  // namespace
 
-DesktopSession::DesktopSession() : home_(temporaryHome()) {
-  const std::string runtime = home_ + "/run";
-  std::filesystem::create_directory(runtime);
-  std::filesystem::permissions(runtime, std::filesystem::perms::owner_all);
+DesktopSession::DesktopSession(const User& user)
+    : user_(user),
+      home_(user.home.empty() ? temporaryHome() : user.home),
+      runtime_(home_ + "/.runtime") {
+  std::filesystem::create_directory(runtime_);
+  std::filesystem::permissions(runtime_, std::filesystem::perms::owner_all);
   writePanelSettings(home_);
+  addServicesOfTheMachine();
+  giveTo(user_.id, home_);
   environment_ = {"HOME=" + home_,
-                  "XDG_RUNTIME_DIR=" + runtime,
+                  "XDG_RUNTIME_DIR=" + runtime_,
                   "PATH=/usr/bin:/bin",
                   "LC_ALL=C.UTF-8",
                   "XDG_SESSION_TYPE=x11",
@@ -79,13 +113,12 @@ DesktopSession::DesktopSession() : home_(temporaryHome()) {
   const std::string number = startWithAnswer(
       {"Xvfb", "-displayfd", "3", "-screen", "0", size, "-nolisten", "tcp", "-noreset"}, server_);
   environment_.push_back("DISPLAY=:" + number);
-  const std::string address = startWithAnswer(
-      {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=3"}, busDaemon_);
-  environment_.push_back("DBUS_SESSION_BUS_ADDRESS=" + address);
+  busAddress_ = startBus("bus", busDaemon_);
+  environment_.push_back("DBUS_SESSION_BUS_ADDRESS=" + busAddress_);
   screen_ = std::make_unique<Screen>(":" + number);
-  bus_ = std::make_unique<SessionBus>(address);
+  bus_ = std::make_unique<SessionBus>(busAddress_);
   windowManager_ = startCommand({"openbox", "--sm-disable"});
-  if (!screen_->eventually([&] { return screen_->hasWindowManager(); })) {
+  if (!screen_->awaitWindowManager()) {
     throw std::runtime_error("openbox does not come up: " + log());
   }
 }
@@ -96,18 +129,54 @@ DesktopSession::~DesktopSession() {
   windowManager_.reset();
   screen_.reset();
   bus_.reset();
+  systemBusDaemon_.reset();
   busDaemon_.reset();
   server_.reset();
   processes_.end();
   std::error_code ignored;
-  std::filesystem::remove_all(home_, ignored);
+  std::filesystem::remove_all(user_.home.empty() ? home_ : runtime_, ignored);
 }
 
-// What the programs have to say goes to a file in the home folder.
+void DesktopSession::addServicesOfTheMachine() {
+  std::filesystem::create_directory(runtime_ + "/services");
+  for (const char* wanted : {"org.xfce.Xfconf.service", "ca.desrt.dconf.service"}) {
+    const std::string file = std::string("/usr/share/dbus-1/services/") + wanted;
+    if (std::filesystem::exists(file)) {
+      std::filesystem::create_symlink(file, runtime_ + "/services/" + wanted);
+    }
+  }
+}
+
+std::string DesktopSession::startBus(const std::string& name,
+                                     std::unique_ptr<ChildProcess>& process) {
+  const std::string configuration = runtime_ + "/" + name + ".conf";
+  std::ofstream(configuration) << replacingAll(
+      replacingAll(busConfiguration, "@RUNTIME@", runtime_), "@NAME@", name);
+  return startWithAnswer({"dbus-daemon", "--config-file=" + configuration, "--nofork",
+                          "--nopidfile", "--print-address=3"},
+                         process);
+}
+
+std::string DesktopSession::startSystemBus() { return startBus("system", systemBusDaemon_); }
+
+void DesktopSession::addService(const std::string& name, const std::string& command) {
+  std::ofstream(runtime_ + "/services/" + name + ".service")
+      << "[D-BUS Service]\nName=" << name << "\nExec=" << command << "\n";
+}
+
+// What the programs have to say goes to a file in the run-time folder.
 std::unique_ptr<ChildProcess> DesktopSession::startCommand(std::vector<std::string> command,
                                                            int descriptorThree) {
-  command.insert(command.begin(), {"-c", "exec \"$@\" >>\"$HOME/session.log\" 2>&1", "session"});
-  LaunchRequest request{"/bin/sh", std::move(command), LaunchRequest::Output::inherited};
+  command.insert(command.begin(),
+                 {"-c", "exec \"$@\" >>\"$XDG_RUNTIME_DIR/session.log\" 2>&1", "session"});
+  command.insert(command.begin(), "/bin/sh");
+  if (user_.id != 0) {
+    const std::string id = std::to_string(user_.id);
+    command.insert(command.begin(),
+                   {"/usr/bin/setpriv", "--reuid=" + id, "--regid=" + id, "--clear-groups"});
+  }
+  LaunchRequest request{
+      command.front(), {command.begin() + 1, command.end()}, LaunchRequest::Output::inherited};
   request.environment = environment_;
   request.descriptorThree = descriptorThree;
   return processes_.start(request);
@@ -135,7 +204,7 @@ std::string DesktopSession::startWithAnswer(const std::vector<std::string>& comm
 }
 
 std::string DesktopSession::log() const {
-  std::ifstream file(home_ + "/session.log");
+  std::ifstream file(runtime_ + "/session.log");
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -183,7 +252,11 @@ void DesktopSession::press(const std::string& keys) { run({"xdotool", "key", key
 void DesktopSession::keepPicture(const std::string& name) {
   const std::string folder = std::string(QUILLO_BINARY_DIR) + "/screenshots";
   std::filesystem::create_directories(folder);
-  run({"import", "-window", "root", folder + "/" + name + ".png"});
+  LaunchRequest request{"/usr/bin/import",
+                        {"-window", "root", folder + "/" + name + ".png"},
+                        LaunchRequest::Output::inherited};
+  request.environment = environment_;
+  start(request)->waitUntilExit();
 }
 
 }  // namespace quillo

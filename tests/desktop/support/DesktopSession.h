@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,14 +15,21 @@ namespace quillo {
 
 // A whole desktop of its own for a test: an X server without a monitor (Xvfb), a session bus, a
 // window manager (openbox), and on demand a panel with a place for status items (xfce4-panel) and a
-// notification server (dunst). Its home folder is temporary; all of it ends with the object.
+// notification server (dunst). All of it ends with the object.
 class DesktopSession {
  public:
+  // Whose desktop it is.
+  struct User {
+    std::string home = {};  // an existing folder; "" for a temporary one
+    uid_t id = 0;           // 0 for whoever runs the test
+  };
+
   static constexpr int width = 1024;
   static constexpr int height = 768;
 
   // Throws std::runtime_error when one of its programs is missing or does not come up.
-  DesktopSession();
+  DesktopSession() : DesktopSession(User()) {}
+  explicit DesktopSession(const User& user);
   ~DesktopSession();
   DesktopSession(const DesktopSession&) = delete;
   DesktopSession& operator=(const DesktopSession&) = delete;
@@ -28,6 +37,9 @@ class DesktopSession {
   Screen& screen() { return *screen_; }
   SessionBus& bus() { return *bus_; }
   const std::string& homeFolder() const { return home_; }
+  const std::string& busAddress() const { return busAddress_; }
+  // A program that the session bus starts when its name is called; before the first call to it.
+  void addService(const std::string& name, const std::string& command);
   // What a program of this desktop is to be started with.
   std::vector<std::string> environment() const { return environment_; }
 
@@ -36,9 +48,14 @@ class DesktopSession {
     return processes_.start(request);
   }
 
+  // Starts another bus, for services of the machine; gives its address.
+  std::string startSystemBus();
   void startPanel();
   void stopPanel();
   void startNotificationServer();
+  // A program of the user, found in PATH; it ends with this object at the latest.
+  std::unique_ptr<ChildProcess> startCommand(std::vector<std::string> command,
+                                             int descriptorThree = -1);
 
   // The user's hand (xdotool(1)), in pixels of the screen.
   void click(int x, int y, int button = 1, const std::string& heldKey = "");
@@ -47,14 +64,17 @@ class DesktopSession {
   void keepPicture(const std::string& name);
 
  private:
-  std::unique_ptr<ChildProcess> startCommand(std::vector<std::string> command,
-                                             int descriptorThree = -1);
+  void addServicesOfTheMachine();
+  std::string startBus(const std::string& name, std::unique_ptr<ChildProcess>& process);
   std::string startWithAnswer(const std::vector<std::string>& command,
                               std::unique_ptr<ChildProcess>& process);
   void run(std::vector<std::string> command);
   std::string log() const;
 
+  User user_;
   std::string home_;
+  std::string runtime_;
+  std::string busAddress_;
   std::vector<std::string> environment_;
   ProcessNamespace processes_;
   std::unique_ptr<ChildProcess> server_;
@@ -62,6 +82,7 @@ class DesktopSession {
   std::unique_ptr<Screen> screen_;
   std::unique_ptr<SessionBus> bus_;
   std::unique_ptr<ChildProcess> windowManager_;
+  std::unique_ptr<ChildProcess> systemBusDaemon_;
   std::unique_ptr<ChildProcess> panel_;
   std::unique_ptr<ChildProcess> notificationServer_;
 };

@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <xcb/damage.h>
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,8 @@ namespace quillo {
 namespace {
 
 constexpr auto patience = std::chrono::seconds(20);
+// None that a program has, so that windows stand out from it.
+constexpr std::uint32_t desktopColour = 0x47607a;
 
 template <typename Reply>
 std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
@@ -28,8 +31,11 @@ Screen::Screen(const std::string& display) : connection_(xcb_connect(display.c_s
   const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
   root_ = screen->root;
   size_ = QSize(screen->width_in_pixels, screen->height_in_pixels);
-  const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-  xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &mask);
+  const std::array<std::uint32_t, 2> values = {
+      desktopColour, XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY};
+  xcb_change_window_attributes(connection_, root_, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK,
+                               values.data());
+  xcb_clear_area(connection_, 0, root_, 0, 0, 0, 0);
   owned(xcb_damage_query_version_reply(connection_, xcb_damage_query_version(connection_, 1, 1),
                                        nullptr));
   xcb_damage_create(connection_, xcb_generate_id(connection_), root_,
@@ -90,16 +96,76 @@ std::optional<QRect> Screen::find(QRgb colour, const QRect& area) {
   return found.isNull() ? std::nullopt : std::optional(found);
 }
 
+std::vector<xcb_window_t> Screen::windowsIn(const char* name) {
+  const std::vector<std::uint8_t> bytes = property(root_, name);
+  std::vector<xcb_window_t> windows(bytes.size() / sizeof(xcb_window_t));
+  std::memcpy(windows.data(), bytes.data(), windows.size() * sizeof(xcb_window_t));
+  return windows;
+}
+
+std::string Screen::titleOf(xcb_window_t window) {
+  const std::vector<std::uint8_t> title = property(window, "_NET_WM_NAME");
+  return {title.begin(), title.end()};
+}
+
 std::vector<std::string> Screen::windowTitles() {
-  const std::vector<std::uint8_t> list = property(root_, "_NET_CLIENT_LIST");
   std::vector<std::string> titles;
-  for (std::size_t i = 0; i + sizeof(xcb_window_t) <= list.size(); i += sizeof(xcb_window_t)) {
-    xcb_window_t window = 0;
-    std::memcpy(&window, &list[i], sizeof window);
-    const std::vector<std::uint8_t> title = property(window, "_NET_WM_NAME");
-    titles.emplace_back(title.begin(), title.end());
+  for (const xcb_window_t window : windowsIn("_NET_CLIENT_LIST")) {
+    titles.push_back(titleOf(window));
   }
   return titles;
+}
+
+std::vector<QRect> Screen::windowAreas(const std::string& title) {
+  std::vector<QRect> areas;
+  for (const xcb_window_t window : windowsIn("_NET_CLIENT_LIST_STACKING")) {
+    if (titleOf(window) == title) {
+      areas.push_back(areaOf(window));
+    }
+  }
+  return areas;
+}
+
+QRect Screen::activeWindowArea() {
+  const std::vector<xcb_window_t> active = windowsIn("_NET_ACTIVE_WINDOW");
+  return active.empty() || active.front() == XCB_WINDOW_NONE ? QRect() : areaOf(active.front());
+}
+
+std::vector<QRect> Screen::menuAreas() {
+  std::vector<QRect> areas;
+  const auto tree =
+      owned(xcb_query_tree_reply(connection_, xcb_query_tree(connection_, root_), nullptr));
+  for (int i = 0; tree && i < xcb_query_tree_children_length(tree.get()); ++i) {
+    const xcb_window_t window = xcb_query_tree_children(tree.get())[i];
+    if (isMenu(window)) {
+      areas.push_back(areaOf(window));
+    }
+  }
+  return areas;
+}
+
+// Not every toolkit says of a menu that it is one. What no window manager places and is too large
+// to be a helper's window is a menu or a notification.
+bool Screen::isMenu(xcb_window_t window) {
+  constexpr int smallest = 20;
+  const auto attributes = owned(xcb_get_window_attributes_reply(
+      connection_, xcb_get_window_attributes(connection_, window), nullptr));
+  if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+      attributes->override_redirect == 0) {
+    return false;
+  }
+  const xcb_atom_t type = numberOn(window, "_NET_WM_WINDOW_TYPE");
+  const QRect area = areaOf(window);
+  return area.width() >= smallest && area.height() >= smallest &&
+         (type == XCB_ATOM_NONE || type != atom("_NET_WM_WINDOW_TYPE_NOTIFICATION"));
+}
+
+QRect Screen::areaOf(xcb_window_t window) {
+  const auto size =
+      owned(xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
+  const auto place = owned(xcb_translate_coordinates_reply(
+      connection_, xcb_translate_coordinates(connection_, window, root_, 0, 0), nullptr));
+  return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
 }
 
 std::size_t Screen::countWindows(const std::string& title) {
@@ -110,7 +176,48 @@ std::size_t Screen::countWindows(const std::string& title) {
   return count;
 }
 
-bool Screen::hasWindowManager() { return !property(root_, "_NET_SUPPORTING_WM_CHECK").empty(); }
+// It says that it is there before it takes windows in, and loses what it is sent until then. Its
+// list of windows comes last; that it has a wish granted shows that it listens.
+bool Screen::awaitWindowManager() {
+  constexpr std::uint32_t oneDesktop = 1;
+  const char* const numberOfDesktops = "_NET_NUMBER_OF_DESKTOPS";
+  return eventually([&] { return hasProperty("_NET_CLIENT_LIST"); }) && eventually([&] {
+           if (numberOn(root_, numberOfDesktops) == oneDesktop) {
+             return true;
+           }
+           wish(numberOfDesktops, oneDesktop);
+           return false;
+         });
+}
+
+bool Screen::hasProperty(const char* name) {
+  const auto reply = owned(xcb_get_property_reply(
+      connection_, xcb_get_property(connection_, 0, root_, atom(name), XCB_ATOM_NONE, 0, 0),
+      nullptr));
+  return reply && reply->type != XCB_ATOM_NONE;
+}
+
+void Screen::wish(const char* message, std::uint32_t value) {
+  xcb_client_message_event_t event = {};
+  event.response_type = XCB_CLIENT_MESSAGE;
+  event.format = 32;
+  event.window = root_;
+  event.type = atom(message);
+  event.data.data32[0] = value;
+  xcb_send_event(connection_, 0, root_,
+                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&event));
+  xcb_flush(connection_);
+}
+
+std::uint32_t Screen::numberOn(xcb_window_t window, const char* name) {
+  const std::vector<std::uint8_t> bytes = property(window, name);
+  std::uint32_t number = 0;
+  if (bytes.size() >= sizeof number) {
+    std::memcpy(&number, bytes.data(), sizeof number);
+  }
+  return number;
+}
 
 xcb_atom_t Screen::atom(const char* name) {
   const auto length = static_cast<std::uint16_t>(std::strlen(name));

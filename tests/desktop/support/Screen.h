@@ -29,11 +29,25 @@ class Screen {
   // Titles of the windows that the window manager shows; empty before there is one.
   std::vector<std::string> windowTitles();
   std::size_t countWindows(const std::string& title);
-  bool hasWindowManager();
+  // Waits until a window manager does what it is asked to; false when none does.
+  bool awaitWindowManager();
+  // Where the windows of that title are without their frames, the topmost last.
+  std::vector<QRect> windowAreas(const std::string& title);
+  // That of the window with the keyboard; empty when there is none.
+  QRect activeWindowArea();
+  // Where menus are open, in no particular order.
+  std::vector<QRect> menuAreas();
 
  private:
   xcb_atom_t atom(const char* name);
   std::vector<std::uint8_t> property(xcb_window_t window, const char* name);
+  std::vector<xcb_window_t> windowsIn(const char* name);
+  std::uint32_t numberOn(xcb_window_t window, const char* name);
+  bool hasProperty(const char* name);
+  void wish(const char* message, std::uint32_t value);
+  std::string titleOf(xcb_window_t window);
+  QRect areaOf(xcb_window_t window);
+  bool isMenu(xcb_window_t window);
   void awaitEvent(int milliseconds);
 
   xcb_connection_t* connection_;

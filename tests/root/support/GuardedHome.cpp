@@ -12,8 +12,14 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "posix/UniqueFd.h"
 #include "tests/root/support/Files.h"
 #include "tests/root/support/Lines.h"
+
+// glibc 2.36 declares these without saying that they are C functions.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 namespace quillo::tests {
 namespace fs = std::filesystem;
@@ -67,12 +73,10 @@ pid_t processNamed(const std::string& name, pid_t parent) {
 
 }  // namespace
 
-GuardedHome::GuardedHome(const std::string& preferences) : GuardedHome(preferences, "") {}
-
-GuardedHome::GuardedHome(const std::string& preferences, const std::string& prefix)
+GuardedHome::GuardedHome(const std::string& preferences, const Places& places)
     : root_("/tmp/guarded"),
-      home_(root_ + "/home"),
-      prefix_(prefix.empty() ? root_ : prefix),
+      home_(places.home.empty() ? root_ + "/home" : places.home),
+      prefix_(places.prefix.empty() ? root_ : places.prefix),
       watched_(home_ + "/Downloads"),
       preferences_(preferences),
       environment_({"HOME=" + home_, "PATH=/usr/bin:/bin:/usr/sbin",
@@ -83,7 +87,7 @@ GuardedHome::GuardedHome(const std::string& preferences, const std::string& pref
   if (!fs::exists(root_)) {
     makeFolder(root_);
   }
-  if (prefix.empty()) {
+  if (places.prefix.empty()) {
     copyBuild();
   }
   makeUsersFolder(root_ + "/runtime", 0700);
@@ -115,10 +119,23 @@ void GuardedHome::makeTree() const {
   }
 }
 
+void GuardedHome::unsetVariable(const std::string& name) {
+  std::erase_if(environment_,
+                [&](const std::string& other) { return other.starts_with(name + "="); });
+}
+
 void GuardedHome::setVariable(const std::string& variable) {
-  const std::string start = variable.substr(0, variable.find('=') + 1);
-  std::erase_if(environment_, [&](const std::string& other) { return other.starts_with(start); });
+  unsetVariable(variable.substr(0, variable.find('=')));
   environment_.push_back(variable);
+}
+
+void GuardedHome::setDesktop(const std::vector<std::string>& environment) {
+  for (const char* name : {"XDG_RUNTIME_DIR", "QT_QPA_PLATFORM", "DBUS_SESSION_BUS_ADDRESS"}) {
+    unsetVariable(name);
+  }
+  for (const std::string& variable : environment) {
+    setVariable(variable);
+  }
 }
 
 GuardedHome::~GuardedHome() {
@@ -131,6 +148,7 @@ GuardedHome::~GuardedHome() {
   }
   std::error_code ignored;
   fs::remove_all(root_, ignored);
+  fs::remove_all(home_, ignored);
 }
 
 std::string GuardedHome::testFile() {
@@ -236,8 +254,13 @@ int GuardedHome::stop() {
 }
 
 int GuardedHome::awaitEnd() {
+  const UniqueFd process(pidfd_open(agent_, 0));
+  pollfd end{process.get(), POLLIN, 0};
+  const auto patience = std::chrono::milliseconds(deadline).count();
   int status = 0;
-  waitpid(agent_, &status, 0);
+  if (poll(&end, 1, static_cast<int>(patience)) <= 0 || waitpid(agent_, &status, 0) != agent_) {
+    return -1;
+  }
   agent_ = -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }

@@ -9,16 +9,23 @@ namespace quillo::tests {
 
 // The home of an ordinary user with the real agent in it, its real helper set-user-ID root, and an
 // engine tree with the installed ClamAV and the built-in definition. The agent has no display and
-// no bus. All of it lies below /tmp and ends with this object.
+// no bus unless it is given a desktop. All of it lies below /tmp, but for a home that was asked for
+// elsewhere, and ends with this object.
 class GuardedHome {
  public:
   static constexpr uid_t user = 12345;
+  // What does not lie below /tmp/guarded: a home to be made, the prefix of an installation that has
+  // been made.
+  struct Places {
+    std::string home;
+    std::string prefix;
+  };
 
   // `preferences` are lines of TOML that follow those for the engine and precede the watched
   // folders.
-  explicit GuardedHome(const std::string& preferences = "");
-  // The same with an installation that has been made, by its prefix, instead of the build's files.
-  GuardedHome(const std::string& preferences, const std::string& prefix);
+  explicit GuardedHome(const std::string& preferences = "") : GuardedHome(preferences, Places()) {}
+  // The same elsewhere.
+  GuardedHome(const std::string& preferences, const Places& places);
   ~GuardedHome();
   GuardedHome(const GuardedHome&) = delete;
   GuardedHome& operator=(const GuardedHome&) = delete;
@@ -33,6 +40,8 @@ class GuardedHome {
   void watchInstead(const std::string& folder) { watched_ = folder; }
   // Before start(): "NAME=value" for the agent and every program of its user.
   void setVariable(const std::string& variable);
+  // Before start(): the environment of a desktop in place of none.
+  void setDesktop(const std::vector<std::string>& environment);
   // Before start(): the whole of the preferences.
   void writePreferences(const std::string& toml) const;
   // Makes the engine tree anew, as after a change of its etc/*.local.
@@ -55,10 +64,10 @@ class GuardedHome {
   Outcome runAsUser(const std::vector<std::string>& command) const;
   // A second agent of the same user, to its end; gives its exit status.
   int runSecondAgent() const;
-  // Waits until the agent has ended by itself, and gives the exit status.
-  int awaitEnd();
   // Sends SIGTERM and gives the exit status.
   int stop();
+  // Waits until the agent has ended by itself and gives its exit status; -1 at the deadline.
+  int awaitEnd();
   bool isRunning() const;
   pid_t helper() const;
   pid_t daemon() const;
@@ -79,6 +88,7 @@ class GuardedHome {
   void copyBuild() const;
   pid_t spawn(const std::vector<std::string>& command, const std::string& output) const;
   int run(const std::vector<std::string>& command) const;
+  void unsetVariable(const std::string& name);
 
   std::string root_;
   std::string home_;

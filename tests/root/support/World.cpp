@@ -75,8 +75,33 @@ class VisibleBuild {
   int folder_;
 };
 
+// Where tests leave pictures of what they saw, also in a build that is read-only to them.
+class WritablePictures {
+ public:
+  WritablePictures() {
+    std::filesystem::create_directories(place);
+    folder_ = open(place, O_PATH | O_DIRECTORY | O_CLOEXEC);
+    check(folder_, std::string("opening ") + place);
+  }
+  ~WritablePictures() { close(folder_); }
+  WritablePictures(const WritablePictures&) = delete;
+  WritablePictures& operator=(const WritablePictures&) = delete;
+
+  void openUp() const {
+    const std::string from = "/proc/self/fd/" + std::to_string(folder_);
+    check(mount(from.c_str(), place, nullptr, MS_BIND, nullptr), std::string("binding ") + place);
+    check(mount(nullptr, place, nullptr, MS_REMOUNT | MS_BIND, nullptr),
+          std::string("making writable ") + place);
+  }
+
+ private:
+  static constexpr const char* place = QUILLO_BINARY_DIR "/screenshots";
+  int folder_ = -1;
+};
+
 void arrangeMounts() {
   const VisibleBuild build;
+  const WritablePictures pictures;
   check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "making mounts private");
   check(mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr),
         "mounting /proc");
@@ -87,6 +112,7 @@ void arrangeMounts() {
   mountTmpfs("/run", "mode=755");
   makeDevices();
   build.uncover();
+  pictures.openUp();
 }
 
 int statusOf(int waited) { return WIFEXITED(waited) ? WEXITSTATUS(waited) : 1; }

@@ -1,0 +1,67 @@
+// Notifications of a real server, of none, and of very many infected files.
+
+#include "tests/desktop/root/AgentOnDesktop.h"
+
+namespace quillo::tests {
+namespace {
+
+constexpr const char* found = ": Eicar-Test-Signature.UNOFFICIAL FOUND";
+
+class AgentNotification : public AgentOnDesktop {
+ protected:
+  void SetUp() override { logIn(); }
+};
+
+TEST_F(AgentNotification, IsShownByTheNotificationServer) {
+  session().startPanel();
+  session().startNotificationServer();
+  ASSERT_TRUE(bus().hears("NameOwnerChanged", "org.freedesktop.Notifications"));
+  startAndAwaitWatching();
+  const std::string path = home().saveInfected("invoice.pdf.com");
+  ASSERT_TRUE(showsWindows(1, warningTitle));
+  ASSERT_TRUE(bus().hears("Notify", path));
+  // That of the missing definitions and this one.
+  EXPECT_TRUE(session().screen().eventually([&] { return notificationsShown() == 2; }));
+  session().keepPicture("warning");
+}
+
+TEST_F(AgentNotification, IsNotWaitedForWithoutAServer) {
+  session().startPanel();
+  startAndAwaitWatching();
+  const std::string path = home().saveInfected("bad.com");
+  EXPECT_TRUE(home().logHas(path + found));
+  EXPECT_TRUE(showsWindows(1, warningTitle));
+  EXPECT_TRUE(itemBecomes("S_top Watching", true));
+  EXPECT_EQ(bus().count("Notify"), 0);
+}
+
+TEST_F(AgentNotification, GoesToAServerThatCameLater) {
+  startAndAwaitWatching();
+  ASSERT_TRUE(home().logHas(home().saveInfected("before.com") + found));
+  const NotificationServer server(session());
+  ASSERT_TRUE(bus().hears("NameOwnerChanged", "org.freedesktop.Notifications"));
+  const std::string after = home().saveInfected("after.com");
+  EXPECT_TRUE(bus().hears("Notify", after));
+}
+
+TEST_F(AgentNotification, OfAThousandInfectedFilesAreFewAndTheDesktopAnswers) {
+  constexpr int thousand = 1000;
+  session().startPanel();
+  const NotificationServer server(session());
+  startAndAwaitWatching();
+  for (int i = 0; i < thousand; ++i) {
+    home().saveInfected("bad" + std::to_string(i) + ".com");
+  }
+  ASSERT_TRUE(home().logHas("FOUND", 1));
+  EXPECT_FALSE(session().bus().menuLayout(statusItem()).empty());
+  ASSERT_TRUE(home().logHas("FOUND", thousand));
+  ASSERT_TRUE(showsWindows(10, warningTitle));
+  EXPECT_TRUE(itemBecomes("S_top Watching", true));
+  session().keepPicture("thousand-warnings");
+  EXPECT_LE(bus().count("Notify", found), 10);
+  clickButton(warningTitle, 1, "ctrl");
+  EXPECT_TRUE(showsWindows(0, warningTitle));
+}
+
+}  // namespace
+}  // namespace quillo::tests

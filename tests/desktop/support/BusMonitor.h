@@ -1,0 +1,61 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace quillo {
+
+// Hears every call and every signal on a bus, from its making on. Any thread may ask it.
+class BusMonitor {
+ public:
+  explicit BusMonitor(const std::string& address);
+  ~BusMonitor();
+  BusMonitor(const BusMonitor&) = delete;
+  BusMonitor& operator=(const BusMonitor&) = delete;
+
+  // Waits until so many calls or signals of that member have been heard whose arguments, in
+  // GVariant's text format, hold that text; false after twenty seconds.
+  bool hears(const std::string& member, const std::string& text = "", int times = 1);
+  int count(const std::string& member, const std::string& text = "");
+
+ private:
+  struct Message {
+    std::string member;
+    std::string arguments;
+  };
+
+  static GDBusMessage* filter(GDBusConnection*, GDBusMessage* message, gboolean incoming,
+                              gpointer self);
+  int countLocked(const std::string& member, const std::string& text) const;
+
+  GDBusConnection* connection_ = nullptr;
+  std::mutex mutex_;
+  std::condition_variable heard_;
+  std::vector<Message> messages_;
+};
+
+// A service that a bus has as long as this object.
+class StandInService {
+ public:
+  // What is answered to a call of a member, a tuple in GVariant's text format; nothing by default.
+  using Answers = std::map<std::string, std::string>;
+
+  StandInService(const std::string& address, const std::string& name, Answers answers = {});
+  ~StandInService();
+  StandInService(const StandInService&) = delete;
+  StandInService& operator=(const StandInService&) = delete;
+
+ private:
+  static GDBusMessage* answer(GDBusConnection* connection, GDBusMessage* message, gboolean incoming,
+                              gpointer self);
+
+  const Answers answers_;
+  GDBusConnection* connection_ = nullptr;
+};
+
+}  // namespace quillo
