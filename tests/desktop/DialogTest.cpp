@@ -136,7 +136,7 @@ TEST_F(DialogTest, OfAPileAreShownOneAtATimeSoThatOthersAreAnsweredInBetween) {
   face.tell("dialogs");
   face.tell("unblock");
   EXPECT_LE(std::stoi(face.expect("dialogs ")), 1);
-  EXPECT_TRUE(showsWindows(10));
+  EXPECT_TRUE(showsWindows(3));
 }
 
 TEST_F(DialogTest, MakesRoomForTheNextWhenAnswered) {

@@ -55,7 +55,7 @@ TEST_F(AgentNotification, OfAThousandInfectedFilesAreFewAndTheDesktopAnswers) {
   ASSERT_TRUE(home().logHas("FOUND", 1));
   EXPECT_FALSE(session().bus().menuLayout(statusItem()).empty());
   ASSERT_TRUE(home().logHas("FOUND", thousand));
-  ASSERT_TRUE(showsWindows(10, warningTitle));
+  ASSERT_TRUE(showsWindows(3, warningTitle));
   EXPECT_TRUE(itemBecomes("S_top Watching", true));
   session().keepPicture("thousand-warnings");
   EXPECT_LE(bus().count("Notify", found), 10);

@@ -1,5 +1,6 @@
 // What the user hears of an infected file, and what a click does with it.
 
+#include <algorithm>
 #include <filesystem>
 
 #include "tests/desktop/root/AgentOnDesktop.h"
@@ -29,12 +30,14 @@ class AgentWarning : public AgentOnDesktop {
     return path;
   }
 
-  static constexpr std::size_t many = 10;
-  void saveTen() {
-    for (std::size_t i = 0; i < many; ++i) {
+  // So many are on the screen at a time.
+  static constexpr std::size_t shown = 3;
+  void saveInfectedFiles(std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
       home().saveInfected("bad" + std::to_string(i) + ".com");
     }
-    ASSERT_TRUE(showsWindows(many, warningTitle));
+    ASSERT_TRUE(home().logHas(std::string(threat) + " FOUND", static_cast<int>(count)));
+    ASSERT_TRUE(showsWindows(std::min(count, shown), warningTitle));
     ASSERT_EQ(buttonsOf(warningTitle), 3U);
   }
 
@@ -105,19 +108,20 @@ TEST_F(AgentWarning, ShowsTheFileInTheFileManagerWithAButtonOfItsOwn) {
 }
 
 TEST_F(AgentWarning, AreAllDismissedByOneClickWithCtrl) {
-  saveTen();
+  constexpr std::size_t ten = 10;
+  saveInfectedFiles(ten);
   session().keepPicture("ten-warnings");
   clickButton(warningTitle, ignoreButton, "ctrl");
   EXPECT_TRUE(showsWindows(0, warningTitle));
-  for (std::size_t i = 0; i < many; ++i) {
+  for (std::size_t i = 0; i < ten; ++i) {
     EXPECT_TRUE(std::filesystem::exists(home().guarded("bad" + std::to_string(i) + ".com")));
   }
 }
 
 TEST_F(AgentWarning, IsDismissedAloneByAClickWithoutCtrl) {
-  saveTen();
+  saveInfectedFiles(shown);
   clickButton(warningTitle, ignoreButton);
-  EXPECT_TRUE(showsWindows(many - 1, warningTitle));
+  EXPECT_TRUE(showsWindows(shown - 1, warningTitle));
 }
 
 }  // namespace
