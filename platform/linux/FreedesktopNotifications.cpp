@@ -81,7 +81,12 @@ void FreedesktopNotifications::handOver(std::chrono::milliseconds patience) {
     const auto left = queue_.untilNext();
     return isCalling_ || (isRunning_ && left && *left <= Clock::Duration());
   };
-  while (limit.isActive() && isAtWork()) {
+  while (limit.isActive()) {
+    // When this itself is a posted event, no wait ends for those that stood behind it.
+    QCoreApplication::sendPostedEvents();
+    if (!isAtWork()) {
+      return;
+    }
     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
   }
 }

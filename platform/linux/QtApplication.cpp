@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QCoreApplication>
 #include <QEvent>
@@ -112,6 +113,8 @@ void QtApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
     }
     QMetaObject::invokeMethod(&alive, &QEventLoop::quit, Qt::QueuedConnection);
   });
+  // Events that stand behind the one that is being handled wake nobody.
+  QAbstractEventDispatcher::instance()->wakeUp();
   alive.exec();
   waiting.join();
   if (failure) {

@@ -209,5 +209,18 @@ TEST_F(Freedesktop, WaitsAtTheEndOnlySoLongForAServerThatDoesNotAnswer) {
   EXPECT_EQ(server.shown(), 1U);
 }
 
+TEST_F(Freedesktop, HandsOverAtTheEndAlsoWhatStandsBehindItInTheQueueOfTheMainThread) {
+  FakeServer server;
+  const auto growl = make();
+  std::optional<std::size_t> shown;
+  postToMain([&] {
+    growl->handOver(std::chrono::seconds(20));
+    shown = server.shown();
+  });
+  growl->notify({"Vantrel Quillo", "Error", "first", 0, true});
+  EXPECT_TRUE(waitUntil([&] { return shown.has_value(); }));
+  EXPECT_EQ(shown, 1U);
+}
+
 }  // namespace
 }  // namespace quillo
