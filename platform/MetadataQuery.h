@@ -38,7 +38,8 @@ class MetadataQuery {
   static constexpr unsigned int wantsUpdates = 4;
 
   virtual ~MetadataQuery() = default;
-  // Calls `observer` for every notification of that name. Before execute().
+  // Calls `observer`, which must not end the query, for every notification of that name. Before
+  // execute().
   virtual void addObserver(const std::string& name, Observer observer) = 0;
   // Only what lies in that folder, at any depth. Before execute().
   virtual void setSearchScope(const std::string& folder) = 0;

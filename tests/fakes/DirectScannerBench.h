@@ -12,7 +12,7 @@ namespace quillo {
 
 // Time that passes as fast as it is slept, and what happens in each of the pauses, which are
 // counted from 1.
-class PauseClock final : public Clock {
+class ClockOfPauses final : public Clock {
  public:
   Duration now() override { return slept; }
   std::chrono::system_clock::time_point wallTime() override { return {}; }
@@ -61,7 +61,7 @@ struct DirectScannerBench {
 
   ScannerBench bench;
   FakeScannerMenu menu;
-  PauseClock clock;
+  ClockOfPauses clock;
   ScannerServices services = scannerServicesOf(bench.desktop, clock, &bench.road);
   std::vector<std::string> params = {"/no/such/engine", "--stdout"};
   // What the last scan wrote to standard output and error.

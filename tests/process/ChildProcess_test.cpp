@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <thread>
 
 #include "posix/PlatformException.h"
@@ -186,6 +187,20 @@ TEST(ChildProcess, ItsOutputIsHandedOnBeforeItsEnd) {
   // More than a pipe holds, then the end at once.
   const Ended ended = run(shell("head -c 200000 /dev/zero"));
   EXPECT_EQ(ended.output.size(), 200000U);
+}
+
+TEST(ChildProcess, MayWriteIntoAPipeThatTheCallerMade) {
+  std::optional<Pipe> pipe = Pipe::make();
+  ASSERT_TRUE(pipe);
+  ChildProcess child(shell("echo one; echo two >&2"), *pipe->fileHandleForReading(),
+                     pipe->takeWriter());
+  std::string output;
+  child.waitUntilExit([&output](std::string_view chunk) {
+    output += chunk;
+    return true;
+  });
+  EXPECT_EQ(output, "one\ntwo\n");
+  EXPECT_EQ(child.availableData(), "");
 }
 
 TEST(ChildProcess, AHandlerThatWantsNoMoreGetsNoMore) {

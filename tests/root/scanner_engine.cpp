@@ -1,7 +1,6 @@
 // The scanner of given files and folders with the real engine.
 
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <filesystem>
 
@@ -75,7 +74,7 @@ TEST_F(ScannerWithEngine, MovesWhatItFindsToTheQuarantine) {
 }
 
 TEST_F(ScannerWithEngine, TellsOfADaemonThatIsGoneAndDoesNotRecoverIt) {
-  clamd.send(SIGKILL);
+  clamd.end();
   owner.alive = false;
   world.scan({world.path("alone.com")});
   EXPECT_EQ(owner.calls(),

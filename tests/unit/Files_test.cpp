@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 
 #include "posix/FileFacts.h"
 #include "posix/FolderWalk.h"
@@ -61,6 +62,21 @@ TEST(FileFacts, ALinkIsNobodysOwnFolder) {
   EXPECT_TRUE(isOwnFolder(real));
   EXPECT_FALSE(isOwnFolder(link));
   EXPECT_FALSE(isOwnFolder(folder.write("file", "")));
+}
+
+TEST(FileFacts, ALinkToAFolderIsNotTheFolderItselfButCanBeListed) {
+  const TemporaryFolder folder;
+  const std::string link = folder.path() + "/link";
+  std::filesystem::create_directory_symlink(folder.makeFolder("real"), link);
+  const std::string file = folder.write("file", "");
+  EXPECT_TRUE(isFolderItself(folder.path() + "/real"));
+  EXPECT_FALSE(isFolderItself(link));
+  EXPECT_FALSE(isFolderItself(file));
+  EXPECT_FALSE(isFolderItself(folder.path() + "/missing"));
+  EXPECT_TRUE(isListableFolder(folder.path() + "/real"));
+  EXPECT_TRUE(isListableFolder(link));
+  EXPECT_FALSE(isListableFolder(file));
+  EXPECT_FALSE(isListableFolder(folder.path() + "/missing"));
 }
 
 TEST(FolderWalk, AppendsAllLevelsHiddenEntriesAndFoldersThemselves) {
@@ -140,6 +156,24 @@ TEST(Pipe, IsClosedInOtherPrograms) {
   const PipeReader reader = PipeReader::open(writer);
   EXPECT_NE(fcntl(writer.get(), F_GETFD) & FD_CLOEXEC, 0);
   EXPECT_NE(fcntl(reader.descriptor(), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST(Pipe, GivesItsReadingEndOnce) {
+  std::optional<Pipe> pipe = Pipe::make();
+  ASSERT_TRUE(pipe);
+  std::optional<PipeReader> reader = pipe->fileHandleForReading();
+  ASSERT_TRUE(reader);
+  EXPECT_FALSE(pipe->fileHandleForReading());
+  {
+    const UniqueFd writer = pipe->takeWriter();
+    EXPECT_FALSE(pipe->takeWriter());
+    EXPECT_EQ(reader->availableData(), "");
+    EXPECT_FALSE(reader->atEnd());
+    ASSERT_EQ(write(writer.get(), "text", 4), 4);
+  }
+  EXPECT_EQ(reader->availableData(), "text");
+  EXPECT_EQ(reader->availableData(), "");
+  EXPECT_TRUE(reader->atEnd());
 }
 
 TEST(UniqueFd, ClosesWhatItOwnsOnce) {

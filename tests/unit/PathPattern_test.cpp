@@ -36,6 +36,13 @@ TEST(PathPattern, AnchoredToThePathItExcludesAFolder) {
   EXPECT_FALSE(matches("^/home/anna/big/", "/mnt/home/anna/big/file"));
 }
 
+TEST(PathPattern, HeldAgainstATextItTriesTheWholeAlone) {
+  EXPECT_TRUE(PathPattern("^b$").matches("/a/b"));
+  EXPECT_FALSE(PathPattern("^b$").matchesText("/a/b"));
+  EXPECT_TRUE(PathPattern("^/a").matchesText("/a/b"));
+  EXPECT_FALSE(PathPattern("(").matchesText("("));
+}
+
 TEST(PathPattern, OneThatDoesNotCompileMatchesNothing) {
   for (const char* broken : {"(", "[a", "a{2,1}", "*(", "\\"}) {
     EXPECT_FALSE(matches(broken, "/home/anna/(")) << broken;

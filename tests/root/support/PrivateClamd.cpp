@@ -77,7 +77,9 @@ PrivateClamd::PrivateClamd(const Settings& settings) {
   }
 }
 
-PrivateClamd::~PrivateClamd() {
+PrivateClamd::~PrivateClamd() { end(); }
+
+void PrivateClamd::end() const {
   if (process_ <= 1) {
     return;
   }

@@ -38,6 +38,8 @@ class PrivateClamd {
   bool answers() const;
   // SIGSTOP, SIGCONT, SIGKILL ...
   void send(int signal) const;
+  // Kills it and returns when it has ended.
+  void end() const;
 
  private:
   ScratchFolder folder_;
