@@ -61,14 +61,20 @@ void Stage::installAgent(const std::string& build) {
   fs::copy(build + "/vantrel-quillo", root_ + "/bin/vantrel-quillo");
   const std::string resources = root_ + "/lib/vantrel-quillo";
   fs::copy(build + "/resources", resources, fs::copy_options::recursive);
-  const std::string pipe = root_ + "/reports";
+  fs::remove(resources + "/gfslogger");
+  writeScript(resources + "/gfslogger",
+              "exec /bin/cat " + root_ + "/reports\"$(/bin/cat " + root_ + "/starts)\"");
+}
+
+// A pipe for each start: the helper of an agent that has ended may still read the one before. It is
+// held open at both ends, so that the helper never sees an end of it.
+void Stage::makeReports() {
+  const std::string pipe = root_ + "/reports" + std::to_string(++starts_);
+  std::ofstream(root_ + "/starts") << starts_ << "\n";
   if (mkfifo(pipe.c_str(), 0600) != 0) {
     throw std::runtime_error("cannot make " + pipe);
   }
-  // Held open at both ends, so that the helper never sees an end of it.
   reports_.reset(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
-  fs::remove(resources + "/gfslogger");
-  writeScript(resources + "/gfslogger", "exec /bin/cat " + pipe);
 }
 
 void Stage::writeEngine() {
@@ -114,6 +120,7 @@ void Stage::setPreferences(const std::string& lines) {
 
 Milliseconds Stage::startAgent() {
   fs::remove(session_.homeFolder() + "/Library/Logs/VantrelQuillo-scan.log");
+  makeReports();
   monitor_->clear();
   quillo::LaunchRequest request{
       root_ + "/bin/vantrel-quillo", {}, quillo::LaunchRequest::Output::inherited};

@@ -45,6 +45,7 @@ class Stage {
 
  private:
   void installAgent(const std::string& build);
+  void makeReports();
   void writeEngine();
   void writeScript(const std::string& path, const std::string& commands);
 
@@ -55,6 +56,7 @@ class Stage {
   std::unique_ptr<quillo::ChildProcess> agent_;
   quillo::UniqueFd reports_;
   std::string item_;
+  int starts_ = 0;
   int files_ = 0;
 };
 
