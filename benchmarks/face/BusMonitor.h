@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gio/gio.h>
-
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -9,16 +7,14 @@
 #include <string>
 
 #include "benchmarks/face/Figures.h"
+#include "tests/desktop/support/BusConnection.h"
 
 namespace bench {
 
-// Sees every message of a session bus (D-Bus specification, BecomeMonitor) without taking part.
+// Counts every message of a session bus, without taking part.
 class BusMonitor {
  public:
   explicit BusMonitor(const std::string& address);
-  ~BusMonitor();
-  BusMonitor(const BusMonitor&) = delete;
-  BusMonitor& operator=(const BusMonitor&) = delete;
 
   // Forgets what it has seen.
   void clear();
@@ -29,16 +25,14 @@ class BusMonitor {
   int messagesOf(const std::string& name);
 
  private:
-  static GDBusMessage* see(GDBusConnection* connection, GDBusMessage* message, gboolean incoming,
-                           gpointer self);
   void note(GDBusMessage* message);
 
-  GDBusConnection* connection_ = nullptr;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::optional<Milliseconds> registered_;
   std::string itemName_;
   std::map<std::string, int> messages_;
+  const quillo::BusTap tap_;
 };
 
 }  // namespace bench

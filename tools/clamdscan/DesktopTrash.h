@@ -8,8 +8,8 @@
 namespace quillo::front {
 
 // The user's Trash, in which the desktop's file manager shows what was thrown away and puts it
-// back: files/NAME, and in info/NAME.trashinfo where it was and when it left (Trash
-// specification 1.0, freedesktop.org). One thread.
+// back: files/NAME, and in info/NAME.trashinfo where it was and when it left (The
+// FreeDesktop.org Trash, version 1.0). One thread.
 class DesktopTrash {
  public:
   using Time = std::chrono::system_clock::time_point;

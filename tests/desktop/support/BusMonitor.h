@@ -1,12 +1,12 @@
 #pragma once
 
-#include <gio/gio.h>
-
 #include <condition_variable>
 #include <map>
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include "tests/desktop/support/BusConnection.h"
 
 namespace quillo {
 
@@ -14,9 +14,6 @@ namespace quillo {
 class BusMonitor {
  public:
   explicit BusMonitor(const std::string& address);
-  ~BusMonitor();
-  BusMonitor(const BusMonitor&) = delete;
-  BusMonitor& operator=(const BusMonitor&) = delete;
 
   // Waits until so many calls or signals of that member have been heard whose arguments, in
   // GVariant's text format, hold that text; false after twenty seconds.
@@ -29,14 +26,13 @@ class BusMonitor {
     std::string arguments;
   };
 
-  static GDBusMessage* filter(GDBusConnection*, GDBusMessage* message, gboolean incoming,
-                              gpointer self);
+  void note(GDBusMessage* message);
   int countLocked(const std::string& member, const std::string& text) const;
 
-  GDBusConnection* connection_ = nullptr;
   std::mutex mutex_;
   std::condition_variable heard_;
   std::vector<Message> messages_;
+  const BusTap tap_;
 };
 
 // A service that a bus has as long as this object.
@@ -46,7 +42,6 @@ class StandInService {
   using Answers = std::map<std::string, std::string>;
 
   StandInService(const std::string& address, const std::string& name, Answers answers = {});
-  ~StandInService();
   StandInService(const StandInService&) = delete;
   StandInService& operator=(const StandInService&) = delete;
 
@@ -55,7 +50,7 @@ class StandInService {
                               gpointer self);
 
   const Answers answers_;
-  GDBusConnection* connection_ = nullptr;
+  const BusConnection connection_;
 };
 
 }  // namespace quillo
