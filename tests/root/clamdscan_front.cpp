@@ -15,7 +15,7 @@
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
 #include "tests/root/support/Files.h"
-#include "tests/root/support/PrivateClamd.h"
+#include "tests/root/support/FrontOnClamd.h"
 #include "tools/clamdscan/Front.h"
 
 namespace quillo::front {
@@ -30,64 +30,6 @@ constexpr uid_t ordinaryUser = 61234;
 bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
-
-// An engine tree with the front program, the installed client and a daemon.
-class FrontOnClamd : public testing::Test {
- protected:
-  FrontOnClamd() {
-    chmod(tree.path().c_str(), 0755);
-    chmod(files.path().c_str(), 0755);
-    std::filesystem::create_directory(tree.at("bin"));
-    std::filesystem::copy_file(QUILLO_BINARY_DIR "/resources/engine-tools/clamdscan",
-                               tree.at("bin/clamdscan"));
-  }
-
-  void startDaemon(const std::string& lines = {}) {
-    daemon = std::make_unique<PrivateClamd>(PrivateClamd::Settings{lines, {}, true});
-    tree.file("etc/clamd.conf", ScratchFolder::read(daemon->configuration()));
-  }
-
-  std::string run(std::vector<std::string> words,
-                  const ChildProcess::ChunkHandler& seen = nullptr) {
-    words.insert(words.begin(), {"--stdout", "--no-summary"});
-    std::string program = tree.at("bin/clamdscan");
-    if (user != 0) {
-      const std::string id = std::to_string(user);
-      words.insert(words.begin(), {"--reuid=" + id, "--regid=" + id, "--clear-groups", program});
-      program = "/usr/bin/setpriv";
-    }
-    std::string output;
-    ChildProcess front({program, words});
-    status = front.waitUntilExit([&](std::string_view chunk) {
-      output += chunk;
-      return seen ? seen(chunk) : true;
-    });
-    return output;
-  }
-
-  std::string listOf(const std::vector<std::string>& paths) {
-    std::string text;
-    for (const std::string& path : paths) {
-      text += path + "\n";
-    }
-    return "--file-list=" + tree.file("list", text);
-  }
-
-  std::string scan(const std::vector<std::string>& paths, std::vector<std::string> words = {}) {
-    words.push_back(listOf(paths));
-    return run(words);
-  }
-
-  std::string found(const std::string& path) const {
-    return path + ": " + PrivateClamd::threat() + " FOUND\n";
-  }
-
-  ScratchFolder tree;
-  ScratchFolder files;
-  std::unique_ptr<PrivateClamd> daemon;
-  uid_t user = 0;
-  int status = -1;
-};
 
 TEST_F(FrontOnClamd, ReportsCleanAndInfectedFilesAsTheClientDoes) {
   startDaemon();
@@ -301,96 +243,6 @@ TEST_F(FrontOnClamd, CallsACleanFolderClean) {
   files.link("a/c", "b");
   EXPECT_EQ(scan({files.path()}), files.path() + ": OK\n");
   EXPECT_EQ(status, 0);
-}
-
-TEST_F(FrontOnClamd, MovesIntoAFolderThatItMakes) {
-  startDaemon();
-  const std::string infected = files.file("infected", eicar());
-  const std::string quarantine = tree.at("new/quarantine");
-  EXPECT_EQ(scan({infected}, {"--move=" + quarantine}),
-            found(infected) + infected + ": moved to '" + quarantine + "/infected'\n");
-  EXPECT_FALSE(ScratchFolder::exists(infected));
-  EXPECT_EQ(ScratchFolder::read(quarantine + "/infected"), eicar());
-}
-
-TEST_F(FrontOnClamd, MovesOutOfAFolder) {
-  startDaemon();
-  files.file("a/infected", eicar());
-  files.file("b/infected", eicar());
-  const std::string quarantine = tree.makeFolder("q");
-  const std::string output = scan({files.path()}, {"--multiscan", "--move=" + quarantine});
-  EXPECT_TRUE(has(output, "moved to '" + quarantine + "/infected'\n")) << output;
-  EXPECT_TRUE(has(output, "moved to '" + quarantine + "/infected.001'\n")) << output;
-  EXPECT_FALSE(ScratchFolder::exists(files.at("a/infected")));
-  EXPECT_FALSE(ScratchFolder::exists(files.at("b/infected")));
-}
-
-TEST_F(FrontOnClamd, ScansWithoutMovingWhenTheMoveFolderIsUnusable) {
-  startDaemon();
-  user = ordinaryUser;
-  const std::string infected = files.file("infected", eicar());
-  for (const std::string& folder : {std::string(), files.file("file"), tree.makeFolder("others"),
-                                    files.at("new"), std::string("/proc/none")}) {
-    const std::string output = scan({infected}, {"--move=" + folder});
-    EXPECT_EQ(output.rfind("ERROR: --move=" + folder + ": ", 0), 0U) << output;
-    EXPECT_TRUE(has(output, "; infected files stay where they are\n" + found(infected))) << output;
-    EXPECT_EQ(status, 1);
-  }
-  EXPECT_TRUE(ScratchFolder::exists(infected));
-}
-
-TEST_F(FrontOnClamd, SaysThatAFileCouldNotBeMoved) {
-  startDaemon();
-  user = ordinaryUser;
-  const std::string quarantine = tree.makeFolder("q");
-  ASSERT_EQ(chown(quarantine.c_str(), user, user), 0);
-  const std::string infected = files.file("infected", eicar());
-  EXPECT_EQ(scan({infected}, {"--move=" + quarantine}),
-            found(infected) + infected + ": not moved: permission denied\n");
-  EXPECT_TRUE(ScratchFolder::exists(infected));
-}
-
-TEST_F(FrontOnClamd, SaysWhatBecameOfALinksTarget) {
-  startDaemon();
-  const std::string target = files.file("target", eicar());
-  const std::string link = files.link("link", "target");
-  const std::string quarantine = tree.makeFolder("q");
-  EXPECT_EQ(scan({link}, {"--move=" + quarantine}),
-            found(link) + link + ": '" + target + "' moved to '" + quarantine + "/target'\n");
-  EXPECT_FALSE(ScratchFolder::exists(target));
-}
-
-TEST_F(FrontOnClamd, SaysThatOtherNamesOfAMovedFileRemain) {
-  startDaemon();
-  const std::string infected = files.file("infected", eicar());
-  ASSERT_EQ(link(infected.c_str(), files.at("other").c_str()), 0);
-  const std::string output = scan({infected}, {"--move=" + tree.makeFolder("q")});
-  EXPECT_TRUE(has(output, infected + ": the infected file still has 1 other name (hard links)\n"));
-}
-
-TEST_F(FrontOnClamd, MovesAcrossFileSystems) {
-  startDaemon();
-  const std::string quarantine = tree.makeFolder("q");
-  tests::mountTmpfs(quarantine);
-  const std::string infected = files.file("infected", eicar());
-  const std::string output = scan({infected}, {"--move=" + quarantine});
-  EXPECT_EQ(output, found(infected) + infected + ": moved to '" + quarantine + "/infected'\n");
-  EXPECT_EQ(ScratchFolder::read(quarantine + "/infected"), eicar());
-  EXPECT_FALSE(ScratchFolder::exists(infected));
-  struct stat moved = {};
-  ASSERT_EQ(stat((quarantine + "/infected").c_str(), &moved), 0);
-  EXPECT_EQ(moved.st_mode & 07777U, 0600U);
-  umount2(quarantine.c_str(), MNT_DETACH);
-}
-
-TEST_F(FrontOnClamd, MovesAFileWithAnAwkwardPath) {
-  startDaemon();
-  const std::string infected = files.file("two\nlines", eicar());
-  const std::string quarantine = tree.makeFolder("q");
-  const std::string shown = files.at("two\\x0Alines");
-  EXPECT_EQ(run({"--move=" + quarantine, infected}),
-            found(shown) + shown + ": moved to '" + quarantine + "/two\\x0Alines'\n");
-  EXPECT_FALSE(ScratchFolder::exists(infected));
 }
 
 TEST_F(FrontOnClamd, SaysOnceThatThereIsNoDaemon) {

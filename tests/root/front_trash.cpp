@@ -30,7 +30,7 @@ class TrashOnMachine : public testing::Test {
 
   const tests::TemporaryFolder place;
   const std::string home = place.path();
-  const ScratchFolder scratch;
+  ScratchFolder scratch;
   const std::string bad = scratch.file("bad", "bad");
   ManualClock clock;
 };
