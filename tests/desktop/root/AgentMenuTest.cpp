@@ -46,7 +46,7 @@ TEST_F(AgentMenu, StopsWatchingAndStartsAgain) {
   session().keepPicture("idle");
   chooseItem(openMenu(), startItem);
   ASSERT_TRUE(showsIcon(Icon::watching));
-  home().awaitWatching();
+  home().awaitWatching("again");
   EXPECT_NE(home().helper(), helper);
 }
 

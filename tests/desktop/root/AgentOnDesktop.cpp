@@ -1,7 +1,5 @@
 #include "tests/desktop/root/AgentOnDesktop.h"
 
-#include <sys/mount.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
@@ -13,6 +11,7 @@ namespace quillo::tests {
 namespace {
 
 const std::string homeOfAda = "/home/ada";
+constexpr const char* emptied = "/home/.emptied";
 constexpr const char* center = "/org/vantrel/DistributedNotificationCenter";
 // The outlines of every icon, and the fields of those for watching and for scanning.
 constexpr QRgb outlineColour = 0x16212c;
@@ -20,22 +19,18 @@ constexpr QRgb watchingColour = 0x0f8a7a;
 constexpr QRgb scanningColour = 0x2467b8;
 const QRect panelArea(0, 0, DesktopSession::width, 40);
 
-// An account of that name, and empty folders for homes and for volumes.
+// Empty folders for homes and for volumes.
 void arrangeMachine() {
-  if (std::filesystem::exists("/tmp/passwd")) {
-    return;
+  if (!std::filesystem::exists(emptied)) {
+    mountTmpfs("/home", "mode=755");
+    mountTmpfs("/media", "mode=755");
+    writeFile(emptied);
   }
-  writeFile("/tmp/passwd", readFile("/etc/passwd") + "ada:x:" + std::to_string(GuardedHome::user) +
-                               ":" + std::to_string(GuardedHome::user) + ":Ada:" + homeOfAda +
-                               ":/bin/sh\n");
-  check(mount("/tmp/passwd", "/etc/passwd", nullptr, MS_BIND, nullptr), "covering /etc/passwd");
-  mountTmpfs("/home", "mode=755");
-  mountTmpfs("/media", "mode=755");
 }
 
 }  // namespace
 
-AgentOnDesktop::AgentOnDesktop() { arrangeMachine(); }
+AgentOnDesktop::AgentOnDesktop() : user_("ada", homeOfAda) { arrangeMachine(); }
 
 void AgentOnDesktop::logIn(const std::string& preferences) {
   home_ = std::make_unique<GuardedHome>(preferences, GuardedHome::Places{homeOfAda, ""});

@@ -10,6 +10,7 @@
 #include "tests/desktop/support/BusMonitor.h"
 #include "tests/desktop/support/DesktopSession.h"
 #include "tests/root/support/GuardedHome.h"
+#include "tests/root/support/NamedUser.h"
 
 namespace quillo::tests {
 
@@ -76,6 +77,7 @@ class AgentOnDesktop : public testing::Test {
 
  private:
   std::vector<QRect> buttonAreas(const std::string& title);
+  NamedUser user_;
   std::unique_ptr<GuardedHome> home_;
   std::unique_ptr<DesktopSession> session_;
   std::unique_ptr<BusMonitor> bus_;

@@ -68,7 +68,7 @@ TEST_F(AgentSleep, IsFollowedByWatchingAgain) {
   ASSERT_TRUE(home().logHas("Nighty night!"));
   prepareForSleep(false);
   ASSERT_TRUE(home().logHas("Wakey wakey!"));
-  home().awaitWatching();
+  home().awaitWatching("awake");
   EXPECT_GT(home().helper(), 0);
   EXPECT_TRUE(home().logHas(home().saveInfected("bad.com") + ": Eicar"));
   EXPECT_TRUE(isInhibited(true));

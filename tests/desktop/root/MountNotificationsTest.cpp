@@ -22,6 +22,8 @@ class RealMounts : public testing::Test {
     ASSERT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
     ASSERT_EQ(::mount("none", "/mnt", "tmpfs", 0, nullptr), 0);
   }
+  // With all that is mounted in it.
+  void TearDown() override { umount2("/mnt", MNT_DETACH); }
   static std::string mount(const std::string& name) {
     const std::string point = "/mnt/" + name;
     mkdir(point.c_str(), 0700);

@@ -231,15 +231,15 @@ void GuardedHome::start() {
   agent_ = spawn({prefix_ + "/bin/vantrel-quillo"}, root_ + "/output");
 }
 
-void GuardedHome::awaitWatching() {
+void GuardedHome::awaitWatching(const std::string& sentinel) {
   const FolderWatch watch(home_ + "/Library/Logs");
   const auto until = std::chrono::steady_clock::now() + deadline;
-  while (linesWith("Noticed: " + guarded("sentinel")) == 0) {
+  while (linesWith("Noticed: " + guarded(sentinel)) == 0) {
     if (!isRunning() || std::chrono::steady_clock::now() > until) {
       throw std::runtime_error("the agent does not watch; it says:\n" +
                                readFile(root_ + "/output") + "its log says:\n" + readLog());
     }
-    save("sentinel", "sentinel");
+    save(sentinel, "sentinel");
     watch.wait(std::chrono::milliseconds(50));
   }
 }

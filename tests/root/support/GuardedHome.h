@@ -49,9 +49,10 @@ class GuardedHome {
   // Starts the daemon of the tree, as somebody else than the agent would.
   void startDaemon() const;
 
-  // Starts the agent; awaitWatching() also waits until it reports what is saved.
+  // Starts the agent; awaitWatching() also waits until it reports what is saved, by a file of a
+  // name that it has not reported yet.
   void start();
-  void awaitWatching();
+  void awaitWatching(const std::string& sentinel = "sentinel");
   void startAndAwaitWatching() {
     start();
     awaitWatching();

@@ -8,11 +8,11 @@
 
 namespace quillo::tests {
 
-NamedUser::NamedUser() {
+NamedUser::NamedUser(const std::string& name, const std::string& home) {
   const std::string number = std::to_string(GuardedHome::user);
   unlink("/tmp/passwd");
-  writeFile("/tmp/passwd",
-            readFile("/etc/passwd") + "guarded:x:" + number + ":" + number + "::/tmp:/bin/sh\n");
+  writeFile("/tmp/passwd", readFile("/etc/passwd") + name + ":x:" + number + ":" + number +
+                               "::" + home + ":/bin/sh\n");
   check(mount("/tmp/passwd", "/etc/passwd", nullptr, MS_BIND, nullptr), "mounting /etc/passwd");
 }
 
