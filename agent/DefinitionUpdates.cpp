@@ -44,26 +44,29 @@ void DefinitionUpdates::showEndOfUpdate() {
 }
 
 void DefinitionUpdates::performDefsUpdate(bool notify) {
+  struct Shown {
+    DefinitionUpdates& updates;
+    ~Shown() { updates.showEndOfUpdate(); }
+  } const shown{*this};
   // Taken once: watching may stop or start anew, and change them, while the updater runs.
-  const std::string updater = preferences_.freshclamPATH().value_or("");
+  LaunchRequest request{preferences_.freshclamPATH().value_or("")};
+  const auto logLocation = preferences_.freshclamLogLocation();
   const bool exit1MeansUpdated = preferences_.needsExit1FreshclamFlag();
-  if (isReadableFile(updater)) {
-    showResult(runUpdater(updater, exit1MeansUpdated), exit1MeansUpdated, notify);
-  } else {
-    windows_.displayNoEngineWindow();
-  }
-  showEndOfUpdate();
-}
-
-int DefinitionUpdates::runUpdater(const std::string& updater, bool exit1MeansUpdated) {
-  LaunchRequest request{updater};
-  if (const auto logLocation = preferences_.freshclamLogLocation()) {
+  if (logLocation) {
     request.arguments.push_back(*logLocation);
   }
   if (exit1MeansUpdated) {
     request.arguments.push_back("--on-update-execute=EXIT_1");
   }
   request.output = LaunchRequest::Output::discardedStdout;
+  if (isReadableFile(request.launchPath)) {
+    showResult(runUpdater(request), exit1MeansUpdated, notify);
+  } else {
+    windows_.displayNoEngineWindow();
+  }
+}
+
+int DefinitionUpdates::runUpdater(const LaunchRequest& request) {
   try {
     return ChildProcess(request).waitUntilExit();
   } catch (const PlatformException&) {

@@ -9,6 +9,7 @@ class Notifications;
 class Preferences;
 class ThreadStarter;
 class Throbber;
+struct LaunchRequest;
 
 // What an update's end shows when no notification can be posted. Any thread.
 class UpdateWindows {
@@ -31,7 +32,7 @@ class DefinitionUpdates {
   void performDefsUpdate(bool notify);
 
  private:
-  int runUpdater(const std::string& updater, bool exit1MeansUpdated);
+  static int runUpdater(const LaunchRequest& request);
   void showResult(int status, bool exit1MeansUpdated, bool notify);
   void showEndOfUpdate();
 

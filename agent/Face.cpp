@@ -30,7 +30,9 @@ void Face::setWatchedFolders(const std::vector<std::string>& folders) {
 
 void Face::verdictGiven(const Verdict& verdict) {
   // Whoever judges is there.
-  engineMissing_ = false;
+  if (engineMissing_.exchange(false) && engineIsBack_) {
+    engineIsBack_();
+  }
   if (!showsVerdicts_) {
     return;
   }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "menu/StatusText.h"
@@ -33,6 +35,11 @@ class Face final : public ScanObserver {
   void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
   void setEngineMissing(bool missing) { engineMissing_ = missing; }
   void setWatchedFolders(const std::vector<std::string>& folders);
+  // Called from any thread when an engine that was missing has judged a file. Before the scanners
+  // run.
+  void setEngineIsBack(std::function<void()> engineIsBack) {
+    engineIsBack_ = std::move(engineIsBack);
+  }
   // Verdicts are put together for the Dock tile from now on.
   void showVerdicts() { showsVerdicts_ = true; }
 
@@ -43,7 +50,10 @@ class Face final : public ScanObserver {
  private:
   std::string timeNow() const;
 
+  // Constant once the scanners run.
   const FaceServices services_;
+  std::function<void()> engineIsBack_;
+  // Own synchronisation.
   std::atomic<bool> settingUp_{false};
   std::atomic<bool> engineMissing_{false};
   std::atomic<bool> showsVerdicts_{false};

@@ -77,6 +77,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
   firstPatientScanner.setMyName("firstPatientScanner");
   secondPatientScanner.setMyName("secondPatientScanner");
   mainMenu_.setController(menuLink_);
+  face_.setEngineIsBack([this] { mainMenu_.tellStatus(); });
   connectInterface();
   scanLog_.logAllToScanLog();
 }

@@ -1,8 +1,8 @@
 # quillo_install_configured(TEMPLATE NAME FOLDER [PROGRAM])
 # Installs TEMPLATE as FOLDER/NAME. It is filled in at installation, for that is when the prefix is
 # known: @QUILLO_BIN@ and @QUILLO_LIB@ are folders of the installation. FOLDER is relative to the
-# prefix; SYSCONF in front stands for the configuration's folder, which is /etc where the prefix is
-# /usr, as a distribution's package has it, and else lies within the prefix.
+# prefix. Two names in front stand for folders in which the system looks only there, so that they
+# lie within any prefix but /usr and /usr/local: SYSCONF for /etc, SYSDATA for /usr/share.
 function(quillo_install_configured template name folder)
   set(permissions "OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ")
   if(ARGV3 STREQUAL "PROGRAM")
@@ -14,10 +14,14 @@ function(quillo_install_configured template name folder)
     set(QUILLO_BIN \"\${prefix}/bin\")
     set(QUILLO_LIB \"\${prefix}/lib/vantrel-quillo\")
     set(sysconf \"\${prefix}/etc\")
-    if(prefix STREQUAL \"/usr\")
+    set(sysdata \"\${prefix}/share\")
+    if(prefix MATCHES \"^/usr(/local)?\$\")
       set(sysconf /etc)
+      set(sysdata /usr/share)
     endif()
-    string(REGEX REPLACE \"^SYSCONF\" \"\${sysconf}\" target \"${folder}/${name}\")
+    set(target \"${folder}/${name}\")
+    string(REGEX REPLACE \"^SYSCONF\" \"\${sysconf}\" target \"\${target}\")
+    string(REGEX REPLACE \"^SYSDATA\" \"\${sysdata}\" target \"\${target}\")
     if(NOT IS_ABSOLUTE \"\${target}\")
       set(target \"\${prefix}/\${target}\")
     endif()

@@ -14,8 +14,8 @@ class Workspace {
   virtual bool openFile(const std::string& path) = 0;
   // Shows the file selected in the file manager.
   virtual bool selectFile(const std::string& path) = 0;
-  // Moves the named files of a folder to the desktop's trash. False when any of them is still
-  // there.
+  // Moves the named files of a folder to the desktop's trash. False when any of them could not
+  // be moved, also because it is gone already.
   virtual bool recycle(const std::string& sourceFolder, const std::vector<std::string>& names) = 0;
 };
 

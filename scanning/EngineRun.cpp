@@ -87,6 +87,9 @@ void EngineRun::launch(int descriptorThree) {
 void EngineRun::launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput) {
   tellOfStart();
   LaunchRequest request{scanCommandPath_, scanArguments_};
+  if (outputPipe) {
+    outputPipe_ = "pipe";
+  }
   if (!outputPipe || !taskOutput) {
     request.output = LaunchRequest::Output::inherited;
     scanCheckTask_.emplace(request);

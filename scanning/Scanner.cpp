@@ -31,7 +31,7 @@ std::int64_t sizeOf(const std::string& path) {
   return facts ? facts->size : 0;
 }
 
-// Every file below the folder, deepest listed last; none for a plain file.
+// Every file below the folder; none for a plain file.
 std::vector<std::string> subpathsOf(const std::string& item) {
   std::vector<std::string> currentSubPaths;
   appendEverythingBelow(item + "/", currentSubPaths);

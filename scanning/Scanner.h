@@ -60,7 +60,7 @@ class Scanner {
   // one.
   bool taskDataAvailable(std::string_view chunk);
   static std::int32_t getLastColon(std::string_view text) { return ScanReport::getLastColon(text); }
-  // Main thread.
+  // Main thread, while no scan goes on.
   void openQuarantineFolder(ButtonDialog& dialog);
 
  private:

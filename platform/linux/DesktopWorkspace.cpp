@@ -42,9 +42,9 @@ bool openWithXdgOpen(const std::string& uri) {
 
 bool moveToTrash(const std::string& path) {
   GError* failure = nullptr;
-  g_file_trash(fileAt(path).get(), nullptr, &failure);
+  const bool isMoved = g_file_trash(fileAt(path).get(), nullptr, &failure) != FALSE;
   const GioPointer<GError> ignored(failure);
-  return !exists(path);
+  return isMoved;
 }
 
 }  // namespace
@@ -86,13 +86,13 @@ bool DesktopWorkspace::selectFile(const std::string& path) {
 
 bool DesktopWorkspace::recycle(const std::string& sourceFolder,
                                const std::vector<std::string>& names) {
-  bool allGone = true;
+  bool allMoved = true;
   for (const std::string& name : names) {
     const bool isName =
         !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
-    allGone = isName && moveToTrash(sourceFolder + "/" + name) && allGone;
+    allMoved = isName && moveToTrash(sourceFolder + "/" + name) && allMoved;
   }
-  return allGone;
+  return allMoved;
 }
 
 }  // namespace quillo

@@ -118,7 +118,7 @@ TEST_F(DesktopFiles, GoToTheTrashFromWhichTheyCanBeRestored) {
   DesktopWorkspace workspace(*bus);
   folder.write("ä %.exe", "x");
   folder.write("keep", "x");
-  EXPECT_TRUE(workspace.recycle(folder.path(), {"ä %.exe", "gone already"}));
+  EXPECT_TRUE(workspace.recycle(folder.path(), {"ä %.exe"}));
   EXPECT_FALSE(std::filesystem::exists(folder.path() + "/ä %.exe"));
   EXPECT_TRUE(std::filesystem::exists(folder.path() + "/keep"));
   const std::string trash = std::string(std::getenv("HOME")) + "/.local/share/Trash";
@@ -126,6 +126,13 @@ TEST_F(DesktopFiles, GoToTheTrashFromWhichTheyCanBeRestored) {
   EXPECT_NE(TestFolder::contentsOf(trash + "/info/ä %.exe.trashinfo")
                 .find("Path=" + folder.path() + "/%C3%A4%20%25.exe\n"),
             std::string::npos);
+}
+
+TEST_F(DesktopFiles, ThatAreGoneAlreadyAreToldOfAsNotMoved) {
+  DesktopWorkspace workspace(*bus);
+  const std::string path = folder.write("there", "x");
+  EXPECT_FALSE(workspace.recycle(folder.path(), {"gone already", "there"}));
+  EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(DesktopFiles, OutsideTheNamedFolderAreNotRecycled) {

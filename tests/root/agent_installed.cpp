@@ -87,6 +87,16 @@ TEST_F(AgentInstalled, NamesThePrefixThatItWasInstalledTo) {
   EXPECT_NE(readFile(granter).find("/tmp/prefix/lib/vantrel-quillo/gfslogger"), std::string::npos);
 }
 
+TEST_F(AgentInstalled, ToUsrLocalIsFoundWhereTheSystemLooks) {
+  install("/usr/local", "/tmp/destination");
+  for (const char* file : {"etc/xdg/autostart/org.vantrel.VantrelQuillo.desktop",
+                           "usr/share/polkit-1/actions/org.vantrel.VantrelQuillo.policy",
+                           "usr/local/share/applications/org.vantrel.VantrelQuillo.desktop",
+                           "usr/local/share/dbus-1/services/org.vantrel.VantrelQuillo.service"}) {
+    EXPECT_TRUE(fs::exists(std::string("/tmp/destination/") + file)) << file;
+  }
+}
+
 TEST_F(AgentInstalled, HasNothingInItThatTheDesktopsCheckersComplainOf) {
   install("/usr", "/tmp/destination");
   const std::string usr = "/tmp/destination/usr/";

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -89,6 +90,23 @@ TEST(FolderWalk, AppendsAllLevelsHiddenEntriesAndFoldersThemselves) {
   const std::string root = folder.path() + "/root/";
   EXPECT_EQ(paths, (std::vector<std::string>{root + ".hidden", root + "a", root + "a/b",
                                              root + "a/b/deep", "kept"}));
+}
+
+TEST(FolderWalk, LosesNothingElseWithAFolderThatIsGoneWhenItsTurnComes) {
+  // Of a process that has ended, some folders are still there and cannot be listed any more.
+  const pid_t ended = fork();
+  if (ended == 0) {
+    _exit(0);
+  }
+  siginfo_t info = {};
+  ASSERT_EQ(waitid(P_PID, static_cast<id_t>(ended), &info, WEXITED | WNOWAIT), 0);
+  const std::string root = "/proc/" + std::to_string(ended) + "/";
+  std::vector<std::string> paths;
+  appendEverythingBelow(root, paths);
+  waitpid(ended, nullptr, 0);
+  for (const char* name : {"fd", "task", "status", "stat", "cmdline"}) {
+    EXPECT_EQ(std::count(paths.begin(), paths.end(), root + name), 1) << name;
+  }
 }
 
 TEST(FolderWalk, PassesOverWhatIsNoFolder) {

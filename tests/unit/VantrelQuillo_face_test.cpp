@@ -38,6 +38,15 @@ TEST_F(AgentFace, CountsOnlyFoldersThatAreThere) {
   EXPECT_EQ(toolTip(), "<STATUS_WATCHING_ONE>");
 }
 
+TEST_F(AgentFace, SaysAtTheFirstVerdictThatTheEngineIsBack) {
+  launch();
+  agent().face().setEngineMissing(true);
+  agent().mainMenu().tellStatus();
+  ASSERT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
+  agent().face().verdictGiven({"/a", ""});
+  EXPECT_EQ(toolTip(), "Watching 2 folders");
+}
+
 TEST_F(AgentFace, AsksForPatienceWhileTheEngineLoads) {
   daemon.reset();
   home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
