@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +17,7 @@ namespace quillo {
 namespace {
 
 constexpr int patienceInMilliseconds = 20000;
+constexpr auto panelsPatience = std::chrono::seconds(5);
 
 std::string temporaryHome() {
   std::string path = (std::filesystem::temp_directory_path() / "quillo-desktop-XXXXXX").string();
@@ -215,10 +217,14 @@ void DesktopSession::run(std::vector<std::string> command) {
 void DesktopSession::startPanel() {
   const auto start = [this] { return startCommand({"xfce4-panel", "--disable-wm-check"}); };
   panel_ = start();
+  using Clock = std::chrono::steady_clock;
+  auto started = Clock::now();
   const auto isUp = [&] {
-    // The remains of a panel before it can make a new one end at once.
-    if (!panel_->isRunning()) {
+    // The remains of a panel before it can make a new one end at once, or hang.
+    if (!panel_->isRunning() || Clock::now() - started > panelsPatience) {
+      panel_.reset();
       panel_ = start();
+      started = Clock::now();
     }
     return screen_->countWindows("xfce4-panel") > 0;
   };
@@ -231,6 +237,8 @@ void DesktopSession::startPanel() {
 void DesktopSession::stopPanel() {
   panel_.reset();
   bus_->awaitNoOwner("org.xfce.Panel");
+  // Its plugins run in processes of their own.
+  bus_->awaitNoOwner("org.kde.StatusNotifierWatcher");
 }
 
 void DesktopSession::startNotificationServer() { notificationServer_ = startCommand({"dunst"}); }

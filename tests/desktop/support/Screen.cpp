@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <xcb/damage.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
@@ -14,6 +15,8 @@ namespace quillo {
 namespace {
 
 constexpr auto patience = std::chrono::seconds(20);
+// For what no event of the display tells of: a process that ended, a word over the bus.
+constexpr int longestWithoutLook = 250;  // ms
 // None that a program has, so that windows stand out from it.
 constexpr std::uint32_t desktopColour = 0x47607a;
 
@@ -54,7 +57,7 @@ bool Screen::eventually(const std::function<bool()>& predicate) {
     if (left <= 0 || xcb_connection_has_error(connection_) != 0) {
       return false;
     }
-    awaitEvent(static_cast<int>(left));
+    awaitEvent(static_cast<int>(std::min<std::int64_t>(left, longestWithoutLook)));
   }
   return true;
 }

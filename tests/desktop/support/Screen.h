@@ -20,7 +20,7 @@ class Screen {
   Screen& operator=(const Screen&) = delete;
 
   // Whether the predicate came true: asked at first, and again whenever something was drawn or a
-  // window came or went, for at most twenty seconds.
+  // window came or went, and some times a second, for at most twenty seconds.
   bool eventually(const std::function<bool()>& predicate);
 
   QImage picture();
