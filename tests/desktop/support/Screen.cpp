@@ -102,7 +102,9 @@ std::optional<QRect> Screen::find(QRgb colour, const QRect& area) {
 std::vector<xcb_window_t> Screen::windowsIn(const char* name) {
   const std::vector<std::uint8_t> bytes = property(root_, name);
   std::vector<xcb_window_t> windows(bytes.size() / sizeof(xcb_window_t));
-  std::memcpy(windows.data(), bytes.data(), windows.size() * sizeof(xcb_window_t));
+  if (!windows.empty()) {
+    std::memcpy(windows.data(), bytes.data(), windows.size() * sizeof(xcb_window_t));
+  }
   return windows;
 }
 
