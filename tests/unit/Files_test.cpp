@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -215,6 +216,17 @@ TEST(UniqueFd, GivesUpWhatItReleases) {
   const int number = owner.release();
   EXPECT_FALSE(owner);
   EXPECT_EQ(close(number), 0);
+}
+
+TEST(PipeMaking, GivesNoneWhenThereAreNoDescriptors) {
+  rlimit limit = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlimit none = {0, limit.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  const bool isMade = Pipe::make().has_value();
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+  EXPECT_FALSE(isMade);
+  EXPECT_TRUE(Pipe::make());
 }
 
 }  // namespace
