@@ -237,9 +237,11 @@ TEST_F(WatchingAgent, IsInstalledAndWatchesAfterTheUserAllowedIt) {
 
 TEST_F(WatchingAgent, AsksTheApplicationToEndWhenTheUserRefuses) {
   helper.folder().writeProgram("gfslogger", "#!/bin/sh\nexit 1\n");
+  desktop.application.keepsPosted = true;
   agent().applicationDidFinishLaunching();
   ASSERT_TRUE(log().waitFor("Authentication failed. Sorry!"));
   threads.join();
+  desktop.application.performPosted();
   EXPECT_EQ(desktop.application.terminations, 1);
   EXPECT_FALSE(agent().isWatching());
 }
