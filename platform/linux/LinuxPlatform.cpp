@@ -34,7 +34,6 @@
 #include "platform/linux/TerminationSignals.h"
 #include "platform/linux/TomlPreferenceStore.h"
 #include "platform/linux/UserAccount.h"
-#include "posix/Text.h"
 
 namespace quillo {
 namespace {
@@ -56,7 +55,7 @@ struct LinuxPlatform::Parts {
   Parts(int& argc, char** argv);
 
   void log(const std::string& problem) { systemLog.log(problem); }
-  void tellOfPreferences(const std::string& problem);
+  void tellOfPreferences(const std::string& problem, const Wording& wording);
 
   TerminationSignals signals;
   Environment environment = Environment::ofThisProcess();
@@ -74,9 +73,11 @@ struct LinuxPlatform::Parts {
   StringTables strings{{resources + "/strings", resources + "/strings/windows"},
                        StringTables::preferredLanguages(environment),
                        report};
-  TomlPreferenceStore preferences{
-      TomlPreferenceStore::folders(environment, folders.homeFolder()), ownDomain,
-      [this](const std::string& problem) { tellOfPreferences(problem); }};
+  TomlPreferenceStore preferences{TomlPreferenceStore::folders(environment, folders.homeFolder()),
+                                  ownDomain,
+                                  [this](const std::string& problem, const Wording& wording) {
+                                    tellOfPreferences(problem, wording);
+                                  }};
   FreedesktopNotifications growl{sessionBus, postToMain, clock, strings, report};
   SessionBusNotificationCenter notificationCenter{sessionBus};
   ScriptingObject scripting{sessionBus};
@@ -133,10 +134,9 @@ LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
   isFirst = singleInstance.isFirst() && scripting.claimName();
 }
 
-void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem) {
+void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem, const Wording& wording) {
   log(problem);
-  const std::string text =
-      replacingAll(strings.stringForKey("PREFERENCES_UNREADABLE", "%@"), "%@", problem);
+  const std::string text = Wording{"PREFERENCES_UNREADABLE", {wording.in(strings)}}.in(strings);
   postToMain([this, text] {
     if (growl.isGrowlRunning()) {
       growl.notify({"Vantrel Quillo", "Error", text, 0, true});
