@@ -27,6 +27,7 @@
 #include "platform/linux/QtMainInterface.h"
 #include "platform/linux/QtModifierKeys.h"
 #include "platform/linux/QtStatusBar.h"
+#include "platform/linux/QtTranslation.h"
 #include "platform/linux/ScriptingObject.h"
 #include "platform/linux/SessionBusNotificationCenter.h"
 #include "platform/linux/SingleInstance.h"
@@ -73,6 +74,8 @@ struct LinuxPlatform::Parts {
   StringTables strings{{resources + "/strings", resources + "/strings/windows"},
                        StringTables::preferredLanguages(environment),
                        report};
+  // That of the tables: a menu in a third language would be worse than one in English.
+  QtTranslation qtTranslation{strings.language()};
   TomlPreferenceStore preferences{TomlPreferenceStore::folders(environment, folders.homeFolder()),
                                   ownDomain,
                                   [this](const std::string& problem, const Wording& wording) {
