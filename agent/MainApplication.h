@@ -17,6 +17,9 @@ class MainApplication {
 
   // Whether the desktop accepted to launch it.
   bool openApp();
+  // Waits, with the desktop alive, until the desktop has started it or could not; at most about two
+  // seconds, in which it is tried in every way.
+  void awaitLaunch();
   // Launches it, waits without a limit until it is the active one, and asks it for its preferences.
   // Beeps when it cannot be launched.
   void openPrefs();

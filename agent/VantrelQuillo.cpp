@@ -217,6 +217,7 @@ void VantrelQuillo::updateVirusDefs() { definitionUpdates_.updateVirusDefsAndNot
 
 void VantrelQuillo::openAppFromError() {
   openApp();
+  mainApplication_.awaitLaunch();
   quit();
 }
 

@@ -10,6 +10,9 @@ class ApplicationLauncher {
   virtual ~ApplicationLauncher() = default;
   // Asks the desktop to start the application and does not wait for it. False when it is unknown.
   virtual bool launchApplication(const std::string& identifier) = 0;
+  // Whether the desktop has yet to say if it started the one that was launched last; until it has,
+  // other ways to start it may still be tried here. Events have to be handled meanwhile.
+  virtual bool isLaunching() = 0;
   // The identifier of the application that has the user's attention; empty when that cannot be
   // told.
   virtual std::string activeApplicationIdentifier() = 0;

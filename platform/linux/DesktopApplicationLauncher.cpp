@@ -43,9 +43,11 @@ void DesktopApplicationLauncher::activate(const std::string& identifier) {
       QDBusMessage::createMethodCall(QString::fromStdString(identifier), objectPathOf(identifier),
                                      "org.freedesktop.Application", "Activate");
   call << QVariantMap();
+  ++activations_;
   auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
   QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, identifier] {
     watcher->deleteLater();
+    --activations_;
     if (watcher->isError() && !launchDesktopFileOf(identifier) && report_) {
       report_(identifier + " could not be started: " + watcher->error().message().toStdString());
     }

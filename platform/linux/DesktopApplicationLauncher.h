@@ -19,6 +19,7 @@ class DesktopApplicationLauncher final : public QObject, public ApplicationLaunc
       : bus_(bus), report_(std::move(report)) {}
 
   bool launchApplication(const std::string& identifier) override;
+  bool isLaunching() override { return activations_ > 0; }
   // On X11 that of the window in use. Where that cannot be told, the application launched last is
   // taken for it: as soon as it owns its bus name if it is known to take one, else at once.
   std::string activeApplicationIdentifier() override;
@@ -31,6 +32,8 @@ class DesktopApplicationLauncher final : public QObject, public ApplicationLaunc
   const std::function<void(const std::string& problem)> report_;
   ApplicationWindows launched_;
   bool takesBusName_ = false;
+  // Calls that the bus has not answered yet.
+  int activations_ = 0;
 };
 
 }  // namespace quillo

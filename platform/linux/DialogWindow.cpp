@@ -288,17 +288,18 @@ void DialogWindow::fitPath() {
     return;
   }
   const int margin = edit->frameWidth() + static_cast<int>(edit->document()->documentMargin());
-  const auto setLines = [&](int lines) {
-    edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + 2 * margin);
+  const auto setLines = [&](int lines, int margins) {
+    edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + margins);
     dialog_->layout()->invalidate();
     fit();
   };
-  setLines(1);
+  setLines(1, 2 * margin);
   dialog_->layout()->activate();
   const int lines = linesOf(*edit, edit->width() - 2 * margin);
   const bool fits = lines <= mostLinesOfPath;
   edit->setVerticalScrollBarPolicy(fits ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
-  setLines(qBound(1, lines, mostLinesOfPath));
+  // Below the last of more lines the upper edge of the next one would show.
+  setLines(qBound(1, lines, mostLinesOfPath), fits ? 2 * margin : margin + edit->frameWidth());
 }
 
 void DialogWindow::moveTo(std::optional<int> place) {

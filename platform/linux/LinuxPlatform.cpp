@@ -27,6 +27,7 @@
 #include "platform/linux/QtMainInterface.h"
 #include "platform/linux/QtModifierKeys.h"
 #include "platform/linux/QtStatusBar.h"
+#include "platform/linux/QtTranslation.h"
 #include "platform/linux/ScriptingObject.h"
 #include "platform/linux/SessionBusNotificationCenter.h"
 #include "platform/linux/SingleInstance.h"
@@ -34,7 +35,6 @@
 #include "platform/linux/TerminationSignals.h"
 #include "platform/linux/TomlPreferenceStore.h"
 #include "platform/linux/UserAccount.h"
-#include "posix/Text.h"
 
 namespace quillo {
 namespace {
@@ -56,7 +56,7 @@ struct LinuxPlatform::Parts {
   Parts(int& argc, char** argv);
 
   void log(const std::string& problem) { systemLog.log(problem); }
-  void tellOfPreferences(const std::string& problem);
+  void tellOfPreferences(const std::string& problem, const Wording& wording);
 
   TerminationSignals signals;
   Environment environment = Environment::ofThisProcess();
@@ -74,9 +74,13 @@ struct LinuxPlatform::Parts {
   StringTables strings{{resources + "/strings", resources + "/strings/windows"},
                        StringTables::preferredLanguages(environment),
                        report};
-  TomlPreferenceStore preferences{
-      TomlPreferenceStore::folders(environment, folders.homeFolder()), ownDomain,
-      [this](const std::string& problem) { tellOfPreferences(problem); }};
+  // That of the tables: a menu in a third language would be worse than one in English.
+  QtTranslation qtTranslation{strings.language()};
+  TomlPreferenceStore preferences{TomlPreferenceStore::folders(environment, folders.homeFolder()),
+                                  ownDomain,
+                                  [this](const std::string& problem, const Wording& wording) {
+                                    tellOfPreferences(problem, wording);
+                                  }};
   FreedesktopNotifications growl{sessionBus, postToMain, clock, strings, report};
   SessionBusNotificationCenter notificationCenter{sessionBus};
   ScriptingObject scripting{sessionBus};
@@ -133,10 +137,9 @@ LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
   isFirst = singleInstance.isFirst() && scripting.claimName();
 }
 
-void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem) {
+void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem, const Wording& wording) {
   log(problem);
-  const std::string text =
-      replacingAll(strings.stringForKey("PREFERENCES_UNREADABLE", "%@"), "%@", problem);
+  const std::string text = Wording{"PREFERENCES_UNREADABLE", {wording.in(strings)}}.in(strings);
   postToMain([this, text] {
     if (growl.isGrowlRunning()) {
       growl.notify({"Vantrel Quillo", "Error", text, 0, true});

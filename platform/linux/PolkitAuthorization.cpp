@@ -36,8 +36,8 @@ Outcome run(const LaunchRequest& request) {
 bool PolkitAuthorization::executeWithPrivileges(const std::string& program,
                                                 const std::vector<std::string>& arguments,
                                                 std::string& reason) {
-  if (const std::string why = whyUnsafe(places_.helper); !why.empty()) {
-    reason = text("HELPER_UNSAFE", why);
+  if (const Wording why = whyUnsafe(places_.helper); !why.empty()) {
+    reason = text("HELPER_UNSAFE", why.in(strings_));
     return false;
   }
   LaunchRequest request{program, arguments};

@@ -2,12 +2,14 @@
 
 #include <string>
 
+#include "platform/linux/Wording.h"
+
 namespace quillo {
 
 // Whether a program may be made set-user-ID root: only if nobody but root can write it, or exchange
-// it or a folder above it. Empty when that holds; else the reason in words ("/home/a belongs to
+// it or a folder above it. Empty when that holds; else the reason, for people ("/home/a belongs to
 // a"). Mind that a command like "chown root FILE; chmod +s FILE" makes root's what another user
 // wrote, and follows symbolic links: the file has to be root's before. Any thread.
-std::string whyUnsafe(const std::string& path);
+Wording whyUnsafe(const std::string& path);
 
 }  // namespace quillo

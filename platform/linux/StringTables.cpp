@@ -44,6 +44,9 @@ StringTables::StringTables(const std::vector<std::string>& folders,
         }
       }
     }
+    if (language_.empty() && (!table.empty() || language == "en")) {
+      language_ = language;
+    }
     tables_.push_back(std::move(table));
   }
 }

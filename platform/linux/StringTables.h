@@ -21,10 +21,13 @@ class StringTables final : public LocalizedStrings {
   // gettext: LANGUAGE, unless the locale (LC_ALL, LC_MESSAGES, LANG) is that of the C language.
   static std::vector<std::string> preferredLanguages(const Environment& environment);
 
+  // That of the first table that there is; "en" without any.
+  const std::string& language() const { return language_; }
   std::string stringForKey(const std::string& key, const std::string& fallback) override;
 
  private:
   std::vector<std::map<std::string, std::string>> tables_;
+  std::string language_;
 };
 
 }  // namespace quillo

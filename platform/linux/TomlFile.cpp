@@ -82,6 +82,12 @@ std::string contentsOf(int descriptor) {
   }
 }
 
+void cannotRead(TomlFile& file, const std::string& path) {
+  const std::string reason = std::strerror(errno);
+  file.problem = path + ": " + reason;
+  file.wording = {"PATH_UNREADABLE", {path, reason}};
+}
+
 std::string versionOf(const struct stat& info) {
   return std::to_string(info.st_dev) + ' ' + std::to_string(info.st_ino) + ' ' +
          std::to_string(info.st_size) + ' ' + std::to_string(info.st_mtim.tv_sec) + ' ' +
@@ -96,20 +102,21 @@ TomlFile TomlFile::read(const std::string& path) {
   const UniqueFd descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!descriptor) {
     if (errno != ENOENT && errno != ENOTDIR) {
-      file.problem = path + ": " + std::strerror(errno);
+      cannotRead(file, path);
     }
     return file;
   }
   struct stat info = {};
   if (fstat(descriptor.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
     file.problem = path + ": not a regular file";
+    file.wording = {"PATH_NO_REGULAR_FILE", {path}};
     return file;
   }
   file.version = versionOf(info);
   errno = 0;
   const std::string text = contentsOf(descriptor.get());
   if (errno != 0) {
-    file.problem = path + ": " + std::strerror(errno);
+    cannotRead(file, path);
     return file;
   }
   try {
@@ -118,6 +125,7 @@ TomlFile TomlFile::read(const std::string& path) {
     const toml::source_position at = error.source().begin;
     file.problem = path + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) + ": " +
                    std::string(error.description());
+    file.wording.values = {file.problem};
   }
   return file;
 }

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/PreferenceStore.h"
+#include "platform/linux/Wording.h"
 
 namespace quillo {
 
@@ -11,6 +12,8 @@ struct TomlFile {
   PreferenceDictionary values;
   // Empty, or "path:line:column: reason" or "path: reason"; `values` is then empty.
   std::string problem;
+  // The same for the user; what the parser says stays in its language.
+  Wording wording;
   // Differs when the file on disk is another one or has been written since; empty without a file.
   std::string version;
 

@@ -45,7 +45,7 @@ void TomlPreferenceStore::addSuiteNamed(const std::string& domain) {
 }
 
 void TomlPreferenceStore::synchronize() {
-  std::vector<std::string> problems;
+  std::vector<Problem> problems;
   {
     MutexLock hold(mutex_);
     for (Domain& domain : domains_) {
@@ -56,7 +56,7 @@ void TomlPreferenceStore::synchronize() {
 }
 
 std::optional<PreferenceValue> TomlPreferenceStore::objectForKey(const std::string& key) {
-  std::vector<std::string> problems;
+  std::vector<Problem> problems;
   std::optional<PreferenceValue> result;
   {
     MutexLock hold(mutex_);
@@ -76,7 +76,7 @@ std::optional<PreferenceValue> TomlPreferenceStore::objectForKey(const std::stri
   return result;
 }
 
-void TomlPreferenceStore::read(Domain& domain, std::vector<std::string>& problems) {
+void TomlPreferenceStore::read(Domain& domain, std::vector<Problem>& problems) {
   domain.wasRead = true;
   for (File& file : domain.files) {
     TomlFile now = TomlFile::read(file.path);
@@ -85,16 +85,16 @@ void TomlPreferenceStore::read(Domain& domain, std::vector<std::string>& problem
       file.toldOf.clear();
     } else if (const std::string state = now.version + now.problem; state != file.toldOf) {
       file.toldOf = state;
-      problems.push_back(now.problem);
+      problems.push_back({now.problem, now.wording});
     }
   }
 }
 
-void TomlPreferenceStore::tell(const std::vector<std::string>& problems) const {
+void TomlPreferenceStore::tell(const std::vector<Problem>& problems) const {
   // Not under the lock: whoever hears of it may read a preference.
-  for (const std::string& problem : problems) {
+  for (const Problem& problem : problems) {
     if (tell_) {
-      tell_(problem);
+      tell_(problem.text, problem.wording);
     }
   }
 }

@@ -4,6 +4,7 @@
 
 #include "platform/PreferenceStore.h"
 #include "platform/linux/Environment.h"
+#include "platform/linux/Wording.h"
 #include "posix/Mutex.h"
 
 namespace quillo {
@@ -13,8 +14,9 @@ namespace quillo {
 // machine's).
 class TomlPreferenceStore final : public PreferenceStore {
  public:
-  // Called with "path:line:column: reason" on the thread that read, once for each state of a file.
-  using Tell = std::function<void(const std::string& problem)>;
+  // Called with "path:line:column: reason", for the log, and with the same for the user, on the
+  // thread that read, once for each state of a file.
+  using Tell = std::function<void(const std::string& problem, const Wording& wording)>;
 
   TomlPreferenceStore(std::vector<std::string> folders, const std::string& domain, Tell tell);
   // `vantrel` below $XDG_CONFIG_HOME and below each of $XDG_CONFIG_DIRS, or their defaults.
@@ -36,9 +38,14 @@ class TomlPreferenceStore final : public PreferenceStore {
     bool wasRead = false;
   };
 
+  struct Problem {
+    std::string text;
+    Wording wording;
+  };
+
   Domain domainNamed(const std::string& name) const;
-  static void read(Domain& domain, std::vector<std::string>& problems);
-  void tell(const std::vector<std::string>& problems) const;
+  static void read(Domain& domain, std::vector<Problem>& problems);
+  void tell(const std::vector<Problem>& problems) const;
 
   const std::vector<std::string> folders_;
   const Tell tell_;

@@ -181,7 +181,10 @@ TEST_F(DesktopFiles, StandInForAnApplicationThatCannotBeActivated) {
   });
   ASSERT_TRUE(application.own("org.vantrel.TestApp"));
   DesktopApplicationLauncher launcher(*bus, nullptr);
+  EXPECT_FALSE(launcher.isLaunching());
   EXPECT_TRUE(launcher.launchApplication("org.vantrel.TestApp"));
+  EXPECT_TRUE(launcher.isLaunching());
+  ASSERT_TRUE(waitUntil([&] { return !launcher.isLaunching(); }));
   EXPECT_EQ(recorded("app")[0], "started");
 }
 

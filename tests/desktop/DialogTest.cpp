@@ -115,6 +115,23 @@ TEST_F(DialogTest, ShowsAHostilePathAsItIs) {
   EXPECT_EQ(face.ask("text theThreat", "text "), "Win.Test");
 }
 
+TEST_F(DialogTest, LetsThePathBeCopiedFromAMenuInTheLanguageOfTheUser) {
+  FaceProgram german(session, {}, "-2", "de");
+  german.ask("load WarningDialog", "loaded");
+  german.ask("message /home/anna/a.zip: Win.Test FOUND", "message ");
+  german.tell("front");
+  ASSERT_TRUE(
+      session.screen().eventually([&] { return session.screen().windowTitles().size() == 1; }));
+  for (const char* field : {"theMessage", "theThreat"}) {
+    german.clickOn(field, "", 3);
+    EXPECT_TRUE(session.screen().eventually(
+        [&] { return german.ask("popup", "popup ") == "Kopieren;Alles auswählen"; }));
+    session.keepPicture(std::string("copy-menu-of-") + field);
+    session.press("Escape");
+    ASSERT_TRUE(session.screen().eventually([&] { return german.ask("popup", "popup ").empty(); }));
+  }
+}
+
 TEST_F(DialogTest, OfAHundredThreeAreShownAndTheRestWait) {
   for (int i = 0; i < 100; ++i) {
     warn("/home/anna/" + std::to_string(i) + ".zip");

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <optional>
 
 #include "tests/desktop/support/DesktopSession.h"
@@ -86,16 +85,6 @@ TEST_F(DockTileTest, QuitsFromItsOwnMenu) {
   face.expect("terminated");
 }
 
-// The colours of a dark desktop, as Qt reads them from the settings of one.
-void writeDarkColours(const std::string& home) {
-  const std::string dark = "BackgroundNormal=35,38,41\nForegroundNormal=239,240,241\n";
-  std::ofstream(home + "/.config/kdeglobals")
-      << "[Colors:Window]\n"
-      << dark << "[Colors:View]\n"
-      << dark << "[Colors:Button]\n"
-      << dark << "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n";
-}
-
 class DockTileLooks : public testing::Test {
  protected:
   void show(const std::vector<std::string>& variables, const std::string& picture) {
@@ -133,8 +122,8 @@ TEST_F(DockTileLooks, AreTwiceAsLargeOnADenseScreen) {
 }
 
 TEST_F(DockTileLooks, FollowADarkTheme) {
-  writeDarkColours(session.homeFolder());
-  show({"XDG_CURRENT_DESKTOP=KDE", "KDE_SESSION_VERSION=5"}, "dock-tile-dark");
+  session.makeDark();
+  show(DesktopSession::darkVariables(), "dock-tile-dark");
   EXPECT_GT(background.value_or(QRect()).height(), 300);
   // Nothing of the light theme shines through the lists.
   const QRect lists(260, 380, 500, 220);

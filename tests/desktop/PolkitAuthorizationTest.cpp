@@ -2,8 +2,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <map>
+
 #include "platform/linux/PolkitAuthorization.h"
 #include "platform/linux/SetUserIdSafety.h"
+#include "platform/linux/StringTables.h"
 #include "tests/desktop/TestFolder.h"
 
 namespace quillo {
@@ -84,19 +87,50 @@ TEST_F(PolkitAuthorizationTest, RunsNothingForAHelperThatOthersCanExchange) {
   const std::string helper = folder.write("gfslogger", "");
   chmod(helper.c_str(), 0777);
   EXPECT_FALSE(execute({.helper = helper, .granter = "", .pkexec = fakePkexec("", 0)}));
-  EXPECT_EQ(reason.find("HELPER_UNSAFE "), 0U);
+  EXPECT_EQ(reason.find("HELPER_UNSAFE PATH_"), 0U) << reason;
   EXPECT_FALSE(execute({.helper = helper, .granter = "", .pkexec = "", .isRoot = true}));
   EXPECT_EQ(arguments(), "");
 }
 
-TEST(WhyUnsafe, HasNothingAgainstAProgramOfTheSystems) { EXPECT_EQ(whyUnsafe(safeProgram), ""); }
+// The reason as one who reads English is told it.
+std::string why(const std::string& path) {
+  StringTables english({QUILLO_SOURCE_DIR "/resources/strings"}, {}, nullptr);
+  return whyUnsafe(path).in(english);
+}
+
+TEST(WhyUnsafe, HasNothingAgainstAProgramOfTheSystems) { EXPECT_EQ(why(safeProgram), ""); }
 
 TEST(WhyUnsafe, NamesWhatIsWrong) {
-  EXPECT_EQ(whyUnsafe("gfslogger"), "gfslogger is no absolute path");
-  EXPECT_EQ(whyUnsafe("/usr/bin/no-such"), "/usr/bin/no-such: No such file or directory");
-  EXPECT_EQ(whyUnsafe("/usr/bin"), "/usr/bin is no regular file");
-  EXPECT_EQ(whyUnsafe("/usr/bin/env/x"), "/usr/bin/env is no folder");
-  EXPECT_EQ(whyUnsafe("/proc/self/cwd/x").substr(0, 6), "/proc/");
+  EXPECT_EQ(why("gfslogger"), "gfslogger is no absolute path");
+  EXPECT_EQ(why("/usr/bin/no-such"), "/usr/bin/no-such cannot be read: No such file or directory");
+  EXPECT_EQ(why("/usr/bin"), "/usr/bin is no regular file");
+  EXPECT_EQ(why("/usr/bin/env/x"), "/usr/bin/env is no folder");
+  EXPECT_EQ(why("/proc/self/cwd/x").substr(0, 6), "/proc/");
+}
+
+TEST(WhyUnsafe, NamesItInTheLanguageOfTheUser) {
+  const std::map<std::string, std::string> expected = {
+      {"de", "/usr/bin ist keine gewöhnliche Datei"},
+      {"en", "/usr/bin is no regular file"},
+      {"es", "/usr/bin no es un archivo normal"},
+      {"fr", "/usr/bin n’est pas un fichier ordinaire"},
+      {"ja", "/usr/bin は通常のファイルではありません"}};
+  for (const auto& [language, words] : expected) {
+    StringTables tables({QUILLO_SOURCE_DIR "/resources/strings"}, {language}, nullptr);
+    EXPECT_EQ(whyUnsafe("/usr/bin").in(tables), words);
+  }
+}
+
+TEST(WordingTest, TakesAPlaceholderInAValueForNone) {
+  StringTables english({QUILLO_SOURCE_DIR "/resources/strings"}, {}, nullptr);
+  EXPECT_EQ((Wording{"PATH_BELONGS_TO", {"/a%@", "b%@"}}.in(english)), "/a%@ belongs to b%@");
+}
+
+TEST(WordingTest, WithoutATextIsItsValues) {
+  StringTables english({QUILLO_SOURCE_DIR "/resources/strings"}, {}, nullptr);
+  EXPECT_EQ((Wording{"NO_SUCH_KEY", {"/a", "b"}}.in(english)), "/a: b");
+  EXPECT_EQ((Wording{"", {"/a: b"}}.in(english)), "/a: b");
+  EXPECT_TRUE(Wording().empty());
 }
 
 TEST(WhyUnsafe, TrustsNeitherAFileNorAFolderThatOthersCanWrite) {
@@ -108,23 +142,22 @@ TEST(WhyUnsafe, TrustsNeitherAFileNorAFolderThatOthersCanWrite) {
   chmod(writable.c_str(), 0775);
   std::filesystem::create_symlink(safeProgram, folder.path() + "/closed/link");
   std::filesystem::create_symlink(folder.path() + "/closed", folder.path() + "/linked");
-  EXPECT_NE(whyUnsafe(open), "");
-  EXPECT_NE(whyUnsafe(folder.path() + "/linked/file"), "");
-  EXPECT_NE(whyUnsafe(writable), "");
-  EXPECT_NE(whyUnsafe(folder.path() + "/closed/link"), "");
+  EXPECT_NE(why(open), "");
+  EXPECT_NE(why(folder.path() + "/linked/file"), "");
+  EXPECT_NE(why(writable), "");
+  EXPECT_NE(why(folder.path() + "/closed/link"), "");
   if (geteuid() == 0) {
-    EXPECT_EQ(whyUnsafe(open), folder.path() + "/open can be written by others than root");
-    EXPECT_EQ(whyUnsafe(writable), writable + " can be written by others than root");
-    EXPECT_EQ(whyUnsafe(folder.path() + "/closed/link"),
+    EXPECT_EQ(why(open), folder.path() + "/open can be written by others than root");
+    EXPECT_EQ(why(writable), writable + " can be written by others than root");
+    EXPECT_EQ(why(folder.path() + "/closed/link"),
               folder.path() + "/closed/link is a symbolic link");
-    EXPECT_EQ(whyUnsafe(folder.path() + "/linked/file"),
-              folder.path() + "/linked is a symbolic link");
+    EXPECT_EQ(why(folder.path() + "/linked/file"), folder.path() + "/linked is a symbolic link");
     chmod(writable.c_str(), 0755);
-    EXPECT_EQ(whyUnsafe(writable), "");
+    EXPECT_EQ(why(writable), "");
     ASSERT_EQ(chown(writable.c_str(), 65534, 65534), 0);
-    EXPECT_EQ(whyUnsafe(writable), writable + " belongs to nobody");
+    EXPECT_EQ(why(writable), writable + " belongs to nobody");
     ASSERT_EQ(chown((folder.path() + "/closed").c_str(), 12345, 12345), 0);
-    EXPECT_EQ(whyUnsafe(writable), folder.path() + "/closed belongs to user number 12345");
+    EXPECT_EQ(why(writable), folder.path() + "/closed belongs to user number 12345");
   }
 }
 

@@ -65,6 +65,19 @@ TEST(StringTablesTest, FallsBackToTheNextLanguageThenToEnglishThenToTheCaller) {
   EXPECT_EQ(tables.stringForKey("D", "fallback"), "fallback");
 }
 
+TEST(StringTablesTest, TellsTheLanguageOfItsFirstTable) {
+  const TestFolder folder;
+  folder.write("en.toml", "A = 'a'\n");
+  folder.write("de.toml", "A = 'ä'\n");
+  const auto languageFor = [&](const Words& wanted) {
+    return StringTables({folder.path()}, wanted, nullptr).language();
+  };
+  EXPECT_EQ(languageFor({"nl", "de_AT", "de"}), "de");
+  EXPECT_EQ(languageFor({"nl"}), "en");
+  EXPECT_EQ(languageFor({"en", "de"}), "en");
+  EXPECT_EQ(StringTables({folder.path() + "/none"}, {"de"}, nullptr).language(), "en");
+}
+
 TEST(StringTablesTest, PassesOverAnUnknownLanguageAndReportsABrokenTable) {
   const TestFolder folder;
   folder.write("en.toml", "A = 'a'\n");

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
+
+#include "platform/linux/StringTables.h"
 #include "platform/linux/TomlPreferenceStore.h"
 #include "tests/desktop/TestFolder.h"
 
@@ -20,14 +24,19 @@ class TomlPreferences : public testing::Test {
   TomlPreferenceStore makeStore() {
     return {{folder.path() + "/user", folder.path() + "/machine"},
             own,
-            [this](const std::string& problem) { problems.push_back(problem); }};
+            [this](const std::string& problem, const Wording& wording) {
+              problems.push_back(problem);
+              wordings.push_back(wording.in(german));
+            }};
   }
   std::string write(const std::string& where, const std::string& domain, const std::string& text) {
     return folder.write(where + "/" + domain + ".toml", text);
   }
 
   TestFolder folder;
+  StringTables german{{QUILLO_SOURCE_DIR "/resources/strings"}, {"de"}, nullptr};
   std::vector<std::string> problems;
+  std::vector<std::string> wordings;
 };
 
 TEST_F(TomlPreferences, GivesEveryTypeAsItWasWritten) {
@@ -91,6 +100,7 @@ TEST_F(TomlPreferences, KeepsTheLastGoodValuesAndTellsOnceWhereAFileIsWrong) {
   ASSERT_EQ(problems.size(), 1U);
   EXPECT_EQ(problems[0].find(path + ":2:5: "), 0U) << problems[0];
   EXPECT_GT(problems[0].size(), path.size() + 10);
+  EXPECT_EQ(wordings[0], problems[0]);
 
   write("user", own, "a = 2\n\nb = = 3\n");
   store.synchronize();
@@ -105,8 +115,9 @@ TEST_F(TomlPreferences, ListenerMayAskTheStoreItself) {
   write("user", own, "a =\n");
   TomlPreferenceStore* asked = nullptr;
   bool answered = false;
-  TomlPreferenceStore store({folder.path() + "/user"}, own,
-                            [&](const std::string&) { answered = !asked->objectForKey("a"); });
+  TomlPreferenceStore store(
+      {folder.path() + "/user"}, own,
+      [&](const std::string&, const Wording&) { answered = !asked->objectForKey("a"); });
   asked = &store;
   store.synchronize();
   EXPECT_TRUE(answered);
@@ -120,6 +131,18 @@ TEST_F(TomlPreferences, DoesNotHangOnAFifoAndSaysSo) {
   store.synchronize();
   ASSERT_EQ(problems.size(), 1U);
   EXPECT_EQ(problems[0], path + ": not a regular file");
+  EXPECT_EQ(wordings[0], path + " ist keine gewöhnliche Datei");
+}
+
+TEST_F(TomlPreferences, ThatAreALoopOfLinksAreToldOfInTheUsersLanguage) {
+  std::filesystem::create_directories(folder.path() + "/user");
+  const std::string path = folder.path() + "/user/" + own + ".toml";
+  std::filesystem::create_symlink(path, path);
+  TomlPreferenceStore store = makeStore();
+  store.synchronize();
+  const std::string reason = std::strerror(ELOOP);
+  ASSERT_EQ(problems, std::vector<std::string>{path + ": " + reason});
+  EXPECT_EQ(wordings[0], path + " ist nicht lesbar: " + reason);
 }
 
 TEST(TomlPreferenceFolders, FollowTheXdgRules) {

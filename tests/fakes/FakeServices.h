@@ -185,8 +185,10 @@ class FakeApplicationLauncher final : public ApplicationLauncher {
     launched.push_back(identifier);
     return accepts;
   }
+  bool isLaunching() override { return launching && launching(); }
   std::string activeApplicationIdentifier() override { return active ? active() : ""; }
   bool accepts = true;
+  std::function<bool()> launching;
   std::function<std::string()> active;
   std::vector<std::string> launched;
 };

@@ -28,6 +28,23 @@ TEST_F(MainApplicationTest, IsLaunchedByItsIdentifier) {
   EXPECT_EQ(desktop.application.beeps, 0);
 }
 
+TEST_F(MainApplicationTest, IsWaitedForUntilTheDesktopHasStartedIt) {
+  int asked = 0;
+  int waits = 0;
+  desktop.application.duringWait = [&waits] { ++waits; };
+  desktop.applicationLauncher.launching = [&asked] { return ++asked < 4; };
+  mainApplication.awaitLaunch();
+  EXPECT_EQ(waits, 3);
+  mainApplication.awaitLaunch();
+  EXPECT_EQ(waits, 3);
+}
+
+TEST_F(MainApplicationTest, ThatIsNeverStartedIsWaitedForTwoSeconds) {
+  desktop.applicationLauncher.launching = [] { return true; };
+  mainApplication.awaitLaunch();
+  EXPECT_EQ(clock.slept(), Clock::Duration(std::chrono::seconds(2)));
+}
+
 TEST_F(MainApplicationTest, IsAskedForItsPreferencesOnceItIsTheActiveOne) {
   int asked = 0;
   desktop.applicationLauncher.active = [&asked] {

@@ -125,6 +125,17 @@ TEST_F(AgentRequests, TheEngineDialogsButtonsOpenTheMainApplicationAndQuit) {
   expectQuit();
 }
 
+TEST_F(AgentRequests, TheEngineDialogsButtonQuitsOnlyWhenTheDesktopHasAnswered) {
+  std::vector<bool> quitBefore;
+  desktop.applicationLauncher.launching = [&] {
+    quitBefore.push_back(!desktop.application.exits.empty());
+    return quitBefore.size() < 3;
+  };
+  desktop.mainInterface.noEngineWindow.press(ButtonDialog::Button::otherButton);
+  EXPECT_EQ(quitBefore, (std::vector<bool>{false, false, false}));
+  expectQuit();
+}
+
 TEST_F(AgentRequests, TheEngineDialogsPreferencesButtonOpensThemAndQuits) {
   desktop.applicationLauncher.active = [] { return "org.vantrel.Vantrel"; };
   desktop.mainInterface.noEngineWindow.press(ButtonDialog::Button::deleteButton);

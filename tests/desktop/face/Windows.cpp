@@ -2,6 +2,7 @@
 
 #include <QAbstractItemModel>
 #include <QAbstractItemView>
+#include <QAction>
 #include <QApplication>
 #include <QWidget>
 #include <algorithm>
@@ -72,6 +73,36 @@ std::string rowsOf(const std::string& objectName) {
     rows << cells.join(',');
   }
   return rows.join(';').toStdString();
+}
+
+std::string itemsOfPopup() {
+  const QWidget* popup = QApplication::activePopupWidget();
+  QStringList items;
+  for (const QAction* action : popup ? popup->actions() : QList<QAction*>()) {
+    if (!action->isSeparator()) {
+      items << action->text().section('\t', 0, 0).remove('&');
+    }
+  }
+  return items.join(';').toStdString();
+}
+
+std::string areaOf(const std::string& objectName) {
+  const QWidget* widget = find(objectName);
+  if (!widget) {
+    return "nowhere";
+  }
+  const QRect area = widget->window()->frameGeometry();
+  const qreal scale = widget->devicePixelRatioF();
+  std::string text;
+  for (const int length : {area.x(), area.y(), area.width(), area.height()}) {
+    text += (text.empty() ? "" : " ") + std::to_string(qRound(length * scale));
+  }
+  return text;
+}
+
+std::string focused() {
+  const QWidget* widget = QApplication::focusWidget();
+  return widget ? widget->objectName().toStdString() : "";
 }
 
 }  // namespace quillo

@@ -27,6 +27,7 @@
 #include "platform/linux/QtInterfaceLoader.h"
 #include "platform/linux/QtMainInterface.h"
 #include "platform/linux/QtStatusBar.h"
+#include "platform/linux/QtTranslation.h"
 #include "platform/linux/StringTables.h"
 #include "posix/Text.h"
 #include "tests/desktop/face/Windows.h"
@@ -114,6 +115,7 @@ struct Face {
   Face(int& argc, char** argv)
       : application(argc, argv),
         strings({std::string(argv[1]) + "/strings/windows"}, {argv[2]}, nullptr),
+        qtTranslation(strings.language()),
         images(std::string(argv[1]) + "/images"),
         loader(std::string(argv[1]) + "/interface", application, log, images, strings, keys),
         mainInterface(application, strings, loader),
@@ -151,6 +153,7 @@ struct Face {
   QtApplication application;
   StandardErrorLog log;
   StringTables strings;
+  QtTranslation qtTranslation;
   QtImageLoader images;
   QtModifierKeys keys;
   QtInterfaceLoader loader;
@@ -305,6 +308,12 @@ class Commands {
       face_.application.performOnMainThread([rest] { say("rows " + rowsOf(rest)); });
     } else if (name == "text") {
       face_.application.performOnMainThread([rest] { say("text " + textOf(rest)); });
+    } else if (name == "popup") {
+      face_.application.performOnMainThread([] { say("popup " + itemsOfPopup()); });
+    } else if (name == "area") {
+      face_.application.performOnMainThread([rest] { say("area " + areaOf(rest)); });
+    } else if (name == "focused") {
+      face_.application.performOnMainThread([] { say("focused " + focused()); });
     } else if (name == "block") {
       face_.application.performOnMainThread([gate = gate_.get_future().share()] { gate.wait(); });
     } else if (name == "unblock") {

@@ -41,10 +41,9 @@ void AgentOnDesktop::logIn(const std::string& preferences) {
 void AgentOnDesktop::addVariable(const std::string& variable) { variables_.push_back(variable); }
 
 void AgentOnDesktop::start() {
-  std::vector<std::string> desktop = variables_;
-  for (const std::string& variable : session_->environment()) {
-    desktop.push_back(variable);
-  }
+  // The last of two variables of one name counts.
+  std::vector<std::string> desktop = session_->environment();
+  desktop.insert(desktop.end(), variables_.begin(), variables_.end());
   home_->setDesktop(desktop);
   home_->start();
 }
@@ -103,13 +102,18 @@ std::string AgentOnDesktop::statusItem() {
   return items.size() == 1 ? items.front() : "";
 }
 
+QRect AgentOnDesktop::iconArea() {
+  const auto icon = session_->screen().find(outlineColour, panelArea);
+  if (!icon) {
+    throw std::runtime_error("there is no icon in the panel");
+  }
+  return *icon;
+}
+
 QRect AgentOnDesktop::openMenu() {
   Screen& screen = session_->screen();
-  const auto icon = screen.find(outlineColour, panelArea);
-  if (!icon) {
-    throw std::runtime_error("there is no icon to click on");
-  }
-  session_->click(icon->center().x(), icon->center().y());
+  const QPoint icon = iconArea().center();
+  session_->click(icon.x(), icon.y());
   std::vector<QRect> menus;
   const bool isOpen = screen.eventually([&] {
     menus = screen.menuAreas();

@@ -53,6 +53,8 @@ class AgentOnDesktop : public testing::Test {
 
   // Whether the panel comes to show that icon.
   bool showsIcon(Icon icon);
+  // Where the panel shows it; throws std::runtime_error when it does not.
+  QRect iconArea();
   // The bus name of the agent's status item; "" if there is none.
   std::string statusItem();
   // Clicks on the icon; gives where the menu is then.

@@ -28,8 +28,8 @@ class AgentWithoutEngine : public AgentOnDesktop {
     ASSERT_EQ(buttonsOf(title), 3U);
   }
 
-  void makeActivatable() {
-    session().addService("org.vantrel.Vantrel", QUILLO_STAND_IN_VANTREL);
+  void makeActivatable(const std::string& program = QUILLO_STAND_IN_VANTREL) {
+    session().addService("org.vantrel.Vantrel", program);
     outputOf({"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus",
               "/org/freedesktop/DBus", "org.freedesktop.DBus.ReloadConfig"});
   }
@@ -96,6 +96,15 @@ TEST_F(AgentWithoutEngine, StartsTheMainApplicationAloneAndQuits) {
   EXPECT_TRUE(bus().hears("Activate"));
   expectItHasQuit();
   EXPECT_EQ(bus().count("VantrelShouldOpenPrefs"), 0);
+}
+
+TEST_F(AgentWithoutEngine, StartsTheMainApplicationByItsDesktopFileWhenItsServiceIsBroken) {
+  makeActivatable("/bin/false");
+  makeDesktopFile();
+  startIt();
+  clickButton(title, vantrelButton);
+  EXPECT_TRUE(showsWindows(1, "Vantrel"));
+  expectItHasQuit();
 }
 
 TEST_F(AgentWithoutEngine, QuitsWhenThereIsNoMainApplicationEither) {

@@ -255,7 +255,20 @@ void DesktopSession::click(int x, int y, int button, const std::string& heldKey)
   run(std::move(command));
 }
 
+void DesktopSession::pointTo(int x, int y) {
+  run({"xdotool", "mousemove", std::to_string(x), std::to_string(y)});
+}
+
 void DesktopSession::press(const std::string& keys) { run({"xdotool", "key", keys}); }
+
+void DesktopSession::makeDark() {
+  const std::string dark = "BackgroundNormal=35,38,41\nForegroundNormal=239,240,241\n";
+  std::ofstream(home_ + "/.config/kdeglobals")
+      << "[Colors:Window]\n"
+      << dark << "[Colors:View]\n"
+      << dark << "[Colors:Button]\n"
+      << dark << "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n";
+}
 
 void DesktopSession::keepPicture(const std::string& name) {
   const std::string folder = std::string(QUILLO_BINARY_DIR) + "/screenshots";

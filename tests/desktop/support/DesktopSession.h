@@ -59,7 +59,13 @@ class DesktopSession {
 
   // The user's hand (xdotool(1)), in pixels of the screen.
   void click(int x, int y, int button = 1, const std::string& heldKey = "");
+  void pointTo(int x, int y);
   void press(const std::string& keys);
+  // Lets programs that start from now on with darkVariables() find the settings of a dark desktop.
+  void makeDark();
+  static std::vector<std::string> darkVariables() {
+    return {"XDG_CURRENT_DESKTOP=KDE", "KDE_SESSION_VERSION=5"};
+  }
   // A picture of the screen for people, `screenshots/<name>.png` in the build folder.
   void keepPicture(const std::string& name);
 

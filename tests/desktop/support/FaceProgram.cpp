@@ -16,7 +16,7 @@ constexpr int patienceInMilliseconds = 20000;
 }  // namespace
 
 FaceProgram::FaceProgram(DesktopSession& session, const std::vector<std::string>& variables,
-                         const std::string& statusItemLength)
+                         const std::string& statusItemLength, const std::string& language)
     : session_(session) {
   std::array<int, 2> ends = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
@@ -25,7 +25,7 @@ FaceProgram::FaceProgram(DesktopSession& session, const std::vector<std::string>
   descriptor_.reset(ends[0]);
   const UniqueFd other(ends[1]);
   LaunchRequest request{QUILLO_FACE,
-                        {QUILLO_BINARY_DIR "/resources", "en", statusItemLength},
+                        {QUILLO_BINARY_DIR "/resources", language, statusItemLength},
                         LaunchRequest::Output::inherited};
   // The first of two variables of one name counts.
   request.environment = variables;
@@ -77,12 +77,12 @@ std::string FaceProgram::nextEvent() {
   return event;
 }
 
-void FaceProgram::clickOn(const std::string& objectName, const std::string& heldKey) {
+void FaceProgram::clickOn(const std::string& objectName, const std::string& heldKey, int button) {
   std::istringstream place(ask("where " + objectName, "at "));
   int x = 0;
   int y = 0;
   place >> x >> y;
-  session_.click(x, y, 1, heldKey);
+  session_.click(x, y, button, heldKey);
 }
 
 }  // namespace quillo

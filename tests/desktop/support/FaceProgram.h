@@ -17,7 +17,8 @@ class FaceProgram {
  public:
   // `variables` are added to the desktop's environment, "NAME=value".
   explicit FaceProgram(DesktopSession& session, const std::vector<std::string>& variables = {},
-                       const std::string& statusItemLength = "-2");
+                       const std::string& statusItemLength = "-2",
+                       const std::string& language = "en");
 
   void tell(const std::string& command);
   // The next event that begins so, without that beginning; others before it are passed over. Throws
@@ -28,7 +29,7 @@ class FaceProgram {
     return expect(beginning);
   }
   // Clicks on the middle of the topmost window's widget of that name.
-  void clickOn(const std::string& objectName, const std::string& heldKey = "");
+  void clickOn(const std::string& objectName, const std::string& heldKey = "", int button = 1);
 
  private:
   std::string nextEvent();

@@ -43,6 +43,7 @@ Screen::Screen(const std::string& display) : connection_(xcb_connect(display.c_s
                                        nullptr));
   xcb_damage_create(connection_, xcb_generate_id(connection_), root_,
                     XCB_DAMAGE_REPORT_LEVEL_RAW_RECTANGLES);
+  bells_.emplace(connection_);
   xcb_flush(connection_);
 }
 
@@ -68,8 +69,10 @@ void Screen::awaitEvent(int milliseconds) {
   if (!event) {
     pollfd descriptor = {xcb_get_file_descriptor(connection_), POLLIN, 0};
     poll(&descriptor, 1, milliseconds);
+    event = owned(xcb_poll_for_event(connection_));
   }
-  while (owned(xcb_poll_for_event(connection_))) {
+  for (; event; event = owned(xcb_poll_for_event(connection_))) {
+    beeps_ += bells_->isBell(*event) ? 1 : 0;
   }
 }
 

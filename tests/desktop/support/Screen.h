@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/desktop/support/Bells.h"
+
 namespace quillo {
 
 // What is to be seen on an X display, as another client of it sees it.
@@ -37,6 +39,8 @@ class Screen {
   QRect activeWindowArea();
   // Where menus are open, in no particular order.
   std::vector<QRect> menuAreas();
+  // How often a program has beeped by now, as eventually() has seen it.
+  int beeps() const { return beeps_; }
 
  private:
   xcb_atom_t atom(const char* name);
@@ -53,6 +57,8 @@ class Screen {
   xcb_connection_t* connection_;
   xcb_window_t root_;
   QSize size_;
+  std::optional<Bells> bells_;
+  int beeps_ = 0;
 };
 
 }  // namespace quillo

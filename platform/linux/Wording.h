@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/LocalizedStrings.h"
+
+namespace quillo {
+
+// Something to be said in the user's language: a key of the string tables, and what stands for each
+// "%@" in its text, in order. Without a key the values are said as they are. Any thread.
+struct Wording {
+  std::string key = {};
+  std::vector<std::string> values = {};
+
+  bool empty() const { return key.empty() && values.empty(); }
+  std::string in(LocalizedStrings& strings) const;
+};
+
+}  // namespace quillo

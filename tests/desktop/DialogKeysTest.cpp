@@ -1,0 +1,152 @@
+// The dialogs without a mouse, and with what a screen reader needs.
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QLabel>
+#include <QWidget>
+#include <string>
+
+#include "platform/linux/InterfaceFile.h"
+#include "tests/desktop/support/DesktopSession.h"
+#include "tests/desktop/support/FaceProgram.h"
+
+namespace quillo {
+namespace {
+
+const std::string noEngineTitle = "No Virus Scanner";
+const std::string quarantinedTitle = "Vantrel Quillo";
+
+class DialogKeys : public testing::Test {
+ protected:
+  void showNoEngine() {
+    face.tell("noengine");
+    face.expect("focus " + noEngineTitle);
+  }
+
+  // It comes up without the keyboard, which the user moves to it as to any other window.
+  void showQuarantined() {
+    face.ask("load QuarantinedDialog", "loaded");
+    face.tell("front");
+    ASSERT_TRUE(showsWindows(1, quarantinedTitle));
+    face.ask("where deleteButton", "at ");
+    session.press("alt+Tab");
+    face.expect("focus " + quarantinedTitle);
+  }
+
+  bool showsWindows(std::size_t count, const std::string& title) {
+    return session.screen().eventually(
+        [&] { return session.screen().countWindows(title) == count; });
+  }
+
+  // Whether Tab leads to the widgets of these names, from the first of them back to it.
+  void expectTabLeadsThrough(const std::vector<std::string>& names) {
+    const auto isAt = [&](const std::string& name) {
+      return session.screen().eventually([&] { return face.ask("focused", "focused ") == name; });
+    };
+    for (const std::string& name : names) {
+      EXPECT_TRUE(isAt(name)) << name;
+      session.press("Tab");
+    }
+    EXPECT_TRUE(isAt(names.front()));
+  }
+
+  DesktopSession session;
+  FaceProgram face{session};
+};
+
+TEST_F(DialogKeys, LeadThroughTheMissingEnginesWindow) {
+  showNoEngine();
+  expectTabLeadsThrough(
+      {"closeButton", "openPrefsButton", "openVantrelButton", "theMessage", "theAdvice"});
+}
+
+TEST_F(DialogKeys, PressTheButtonsOfTheMissingEnginesWindow) {
+  showNoEngine();
+  session.press("Tab");
+  session.press("space");
+  face.expect("prefs");
+  session.press("Tab");
+  session.press("space");
+  face.expect("vantrel");
+  session.press("alt+p");
+  face.expect("prefs");
+  session.press("alt+v");
+  face.expect("vantrel");
+  session.press("alt+c");
+  EXPECT_TRUE(showsWindows(0, noEngineTitle));
+}
+
+TEST_F(DialogKeys, CloseTheMissingEnginesWindow) {
+  for (const char* key : {"Return", "Escape"}) {
+    showNoEngine();
+    session.press(key);
+    EXPECT_TRUE(showsWindows(0, noEngineTitle)) << key;
+  }
+}
+
+TEST_F(DialogKeys, LeadThroughTheWindowOfAQuarantinedFile) {
+  showQuarantined();
+  expectTabLeadsThrough({"ignoreButton", "deleteButton", "theMessage"});
+}
+
+TEST_F(DialogKeys, ShowTheQuarantineFolder) {
+  showQuarantined();
+  session.press("Tab");
+  session.press("space");
+  EXPECT_EQ(face.expect("pressed "), "0 delete 0");
+  EXPECT_TRUE(showsWindows(0, quarantinedTitle));
+}
+
+TEST_F(DialogKeys, ShowTheQuarantineFolderByItsAccessKey) {
+  showQuarantined();
+  session.press("alt+s");
+  EXPECT_EQ(face.expect("pressed "), "0 delete 0");
+}
+
+TEST_F(DialogKeys, DismissTheWindowOfAQuarantinedFile) {
+  for (const char* key : {"Return", "Escape", "alt+o"}) {
+    showQuarantined();
+    session.press(key);
+    EXPECT_EQ(face.expect("pressed ").substr(2), "other 0") << key;
+    EXPECT_TRUE(showsWindows(0, quarantinedTitle)) << key;
+  }
+}
+
+bool isBuddy(const QWidget& window, const QWidget* widget) {
+  const QList<QLabel*> labels = window.findChildren<QLabel*>();
+  return std::any_of(labels.begin(), labels.end(),
+                     [&](const QLabel* label) { return label->buddy() == widget; });
+}
+
+// What takes the keys and would be read out without a word.
+QStringList namelessWidgetsIn(const QWidget& window) {
+  QStringList nameless;
+  for (const QWidget* widget : window.findChildren<QWidget*>()) {
+    const bool isOfQt = widget->objectName().isEmpty() || widget->objectName().startsWith("qt_");
+    const bool hasWords = !widget->accessibleName().isEmpty() ||
+                          !widget->property("text").toString().isEmpty() || isBuddy(window, widget);
+    if (!isOfQt && (widget->focusPolicy() & Qt::TabFocus) != 0 && !hasWords) {
+      nameless << widget->objectName();
+    }
+  }
+  return nameless;
+}
+
+TEST(InterfaceFiles, NameEveryWidgetThatTakesTheKeys) {
+  const QDir folder(QUILLO_SOURCE_DIR "/resources/interface");
+  const QStringList files = folder.entryList({"*.ui"});
+  EXPECT_EQ(files.size(), 5);
+  for (const QString& name : files) {
+    std::string reason;
+    const auto file =
+        InterfaceFile::read(folder.path().toStdString(), name.chopped(3).toStdString(), reason);
+    ASSERT_TRUE(file) << reason;
+    const auto window = file->makeWidget();
+    ASSERT_TRUE(window) << name.toStdString();
+    EXPECT_EQ(namelessWidgetsIn(*window).join(", ").toStdString(), "") << name.toStdString();
+  }
+}
+
+}  // namespace
+}  // namespace quillo
