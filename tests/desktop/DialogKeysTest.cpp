@@ -126,7 +126,7 @@ QStringList namelessWidgetsIn(const QWidget& window) {
     const bool isOfQt = widget->objectName().isEmpty() || widget->objectName().startsWith("qt_");
     const bool hasWords = !widget->accessibleName().isEmpty() ||
                           !widget->property("text").toString().isEmpty() || isBuddy(window, widget);
-    if (!isOfQt && (widget->focusPolicy() & Qt::TabFocus) != 0 && !hasWords) {
+    if (!isOfQt && widget->focusPolicy() != Qt::NoFocus && !hasWords) {
       nameless << widget->objectName();
     }
   }

@@ -1,5 +1,7 @@
 // Notifications of a real server, of none, and of very many infected files.
 
+#include <filesystem>
+
 #include "tests/desktop/root/AgentOnDesktop.h"
 
 namespace quillo::tests {
@@ -42,6 +44,19 @@ TEST_F(AgentNotification, GoesToAServerThatCameLater) {
   ASSERT_TRUE(bus().hears("NameOwnerChanged", "org.freedesktop.Notifications"));
   const std::string after = home().saveInfected("after.com");
   EXPECT_TRUE(bus().hears("Notify", after));
+}
+
+TEST_F(AgentNotification, OfPreferencesThatAreNoFileIsWhollyInTheLanguageOfTheUser) {
+  const std::string path = home().home() + "/.config/vantrel/org.vantrel.VantrelQuillo.toml";
+  std::filesystem::create_directory(path);
+  const NotificationServer server(session());
+  ASSERT_TRUE(bus().hears("NameOwnerChanged", "org.freedesktop.Notifications"));
+  addVariable("LC_ALL=de_DE.UTF-8");
+  start();
+  EXPECT_TRUE(bus().hears("Notify",
+                          "Die Einstellungen konnten nicht gelesen werden; die zuletzt gelesenen "
+                          "gelten weiter. " +
+                              path + " ist keine gewöhnliche Datei"));
 }
 
 TEST_F(AgentNotification, OfAThousandInfectedFilesAreFewAndTheDesktopAnswers) {
