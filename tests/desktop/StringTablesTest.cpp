@@ -143,6 +143,17 @@ TEST(ShippedStrings, AreTranslated) {
   }
 }
 
+// Where the language has a blank there, a line must not break at it.
+TEST(ShippedStrings, InFrenchKeepPunctuationWithItsWord) {
+  for (const char* table : {"fr", "windows/fr"}) {
+    for (const auto& [key, text] : tableOf(table)) {
+      for (const char* loose : {" :", " ;", " !", " ?", "« ", " »"}) {
+        EXPECT_EQ(text.find(loose), std::string::npos) << table << " " << key;
+      }
+    }
+  }
+}
+
 TEST(ShippedStrings, SayANumberOfFilesWithTheDigitsOfTheLanguage) {
   const std::map<std::string, std::string> expected = {{"de", "Prüft 1.204 Dateien"},
                                                        {"en", "Scanning 1,204 files"},
