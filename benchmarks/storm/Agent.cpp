@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -11,6 +12,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "benchmarks/storm/Engine.h"
 #include "benchmarks/storm/Files.h"
 
 namespace bench {
@@ -167,6 +169,11 @@ void Agent::stop() {
   kill(pid_, SIGTERM);
   finish(pid_);
   pid_ = -1;
+  stopDaemon(tree_);
+  // Orphans belong to the first process of this namespace. An ended daemon that nobody waited for
+  // would look to the next agent as if it still ran.
+  while (waitpid(-1, nullptr, 0) > 0) {
+  }
 }
 
 }  // namespace bench

@@ -28,9 +28,12 @@ struct Round {
   double bareWriter = 0;     // seconds to write the storm, nobody watching
   double bareEvents = 0;     // the same with the kernel's events read and thrown away
   double watchedWriter = 0;  // the same with the agent watching
+  double untilWatching = 0;  // from the engine's answer to the first file that is seen
   double road = 0;           // from the first write to the last verdict
   double bareEngine = 0;
   double processor = 0;  // of agent and helper, for this storm
+  Usage agent;
+  Usage helper;
 };
 
 double median(std::vector<double> values) {
@@ -45,17 +48,20 @@ double print(const char* what, std::vector<double> values, const char* unit) {
   return median(values);
 }
 
-std::string freshFolder(const Agent& agent, const std::string& name) {
-  const std::string folder = agent.guarded() + "/" + name;
+// A storm into a folder that is gone again afterwards: every storm finds memory as the last one
+// did.
+double writeAndRemove(const std::string& folder) {
   makeOrdinaryFolder(folder);
-  return folder;
+  const double seconds = writeStorm(folder).count();
+  std::filesystem::remove_all(folder);
+  return seconds;
 }
 
-Round measureRound(Agent& agent, int number, const std::string& root) {
-  Round round;
+void measureWatched(Agent& agent, Round& round) {
+  const std::string folder = agent.guarded() + "/storm";
+  makeOrdinaryFolder(folder);
   const Usage agentBefore = agent.usage();
   const Usage helperBefore = agent.helperUsage();
-  const std::string folder = freshFolder(agent, "storm" + std::to_string(number));
   const Seconds begin = now();
   round.watchedWriter = writeStorm(folder).count();
   const int infected = agent.awaitVerdicts(folder, fileCount);
@@ -64,14 +70,30 @@ Round measureRound(Agent& agent, int number, const std::string& root) {
     throw std::runtime_error("found " + std::to_string(infected) + " of " +
                              std::to_string(infectedCount) + " infected files");
   }
-  round.processor = agent.usage().processorSeconds - agentBefore.processorSeconds +
-                    agent.helperUsage().processorSeconds - helperBefore.processorSeconds;
+  round.agent = agent.usage();
+  round.helper = agent.helperUsage();
+  round.processor = round.agent.processorSeconds - agentBefore.processorSeconds +
+                    round.helper.processorSeconds - helperBefore.processorSeconds;
+  std::filesystem::remove_all(folder);
+}
+
+Round measureRound(Agent& agent, const std::string& root) {
+  Round round;
+  round.bareWriter = writeAndRemove(root + "/unwatched");
+  {
+    const BareEvents events(root);
+    round.bareEvents = writeAndRemove(root + "/events");
+  }
+  round.untilWatching = agent.startAndAwaitWatching().count();
+  measureWatched(agent, round);
   // Written anew, so that the engine meets files that it has not seen in either case.
-  const std::string bare = root + "/bare" + std::to_string(number);
+  const std::string bare = root + "/bare";
   makeOrdinaryFolder(bare);
   writeStorm(bare);
   round.bareEngine =
       scanWithBareEngine(agent.tree(), stormPaths(bare), agent.environment(), root).count();
+  std::filesystem::remove_all(bare);
+  agent.stop();
   return round;
 }
 
@@ -92,50 +114,7 @@ std::vector<double> eachRatio(const std::vector<Round>& all, double Round::*over
   return values;
 }
 
-// The writer alone, then with events that nobody makes use of.
-std::vector<Round> measureWriter(const std::string& root) {
-  std::vector<Round> all(rounds);
-  for (std::size_t number = 0; number < all.size(); ++number) {
-    const std::string folder = root + "/unwatched" + std::to_string(number);
-    makeOrdinaryFolder(folder);
-    all[number].bareWriter = writeStorm(folder).count();
-    makeOrdinaryFolder(folder + "-events");
-    const BareEvents events(root);
-    all[number].bareEvents = writeStorm(folder + "-events").count();
-  }
-  return all;
-}
-
-void runStorm(const std::string& buildFolder) {
-  const std::string root = "/tmp/storm";
-  // Held open, for it may lie in the /tmp that is about to be covered.
-  const int held = open(buildFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  const std::string build = "/proc/self/fd/" + std::to_string(held);
-  if (mount("storm", "/tmp", "tmpfs", 0, "mode=1777") != 0) {
-    throw std::runtime_error("cannot mount a private /tmp");
-  }
-  std::filesystem::create_directories(root);
-  const std::vector<Round> writers = measureWriter(root);
-  Agent agent(root, build);
-  makeWideTree(agent.guarded() + "/wide", 100000);
-  const double untilWatching = agent.startAndAwaitWatching().count();
-
-  std::vector<Round> all;
-  Usage agentMemory;
-  Usage helperMemory;
-  for (int number = 0; number < rounds; ++number) {
-    all.push_back(measureRound(agent, number, root));
-    const Round& writer = writers[static_cast<std::size_t>(number)];
-    all.back().bareWriter = writer.bareWriter;
-    all.back().bareEvents = writer.bareEvents;
-    if (number == 0) {
-      // Of one storm with its ten warnings on the screen: nobody answers them here, and fifty
-      // windows would be measured at the end.
-      agentMemory = agent.usage();
-      helperMemory = agent.helperUsage();
-    }
-  }
-
+void printRounds(const std::vector<Round>& all) {
   std::printf("10,000 files of 1 KB, ten of them infected; median of %d (least to greatest)\n",
               rounds);
   const double road = print("first write to last verdict", each(all, &Round::road), "s");
@@ -151,13 +130,31 @@ void runStorm(const std::string& buildFolder) {
   print("writer's slow-down (at most 1.25)",
         eachRatio(all, &Round::watchedWriter, &Round::bareWriter), "x");
   print("processor time of agent and helper (at most 0.5)", each(all, &Round::processor), "s");
-  std::printf("%-46s %8.1f MB (agent %.1f, helper %.1f)\n", "peak memory (under 40)",
-              agentMemory.peakMegabytes + helperMemory.peakMegabytes, agentMemory.peakMegabytes,
-              helperMemory.peakMegabytes);
-  std::printf("%-46s %8.1f ms\n", "engine's answer to watching, 100,000 folders",
-              untilWatching * 1000);
-  agent.stop();
-  stopDaemon(agent.tree());
+  // With the ten warnings of the storm on the screen or waiting.
+  std::vector<double> memory;
+  for (const Round& round : all) {
+    memory.push_back(round.agent.peakMegabytes + round.helper.peakMegabytes);
+  }
+  print("peak memory (under 40)", memory, "MB");
+  print("engine's answer to watching, 100,000 folders", each(all, &Round::untilWatching), "s");
+}
+
+void runStorm(const std::string& buildFolder) {
+  const std::string root = "/tmp/storm";
+  // Held open, for it may lie in the /tmp that is about to be covered.
+  const int held = open(buildFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  const std::string build = "/proc/self/fd/" + std::to_string(held);
+  if (mount("storm", "/tmp", "tmpfs", 0, "mode=1777") != 0) {
+    throw std::runtime_error("cannot mount a private /tmp");
+  }
+  std::filesystem::create_directories(root);
+  Agent agent(root, build);
+  makeWideTree(agent.guarded() + "/wide", 100000);
+  std::vector<Round> all;
+  for (int number = 0; number < rounds; ++number) {
+    all.push_back(measureRound(agent, root));
+  }
+  printRounds(all);
 }
 
 }  // namespace
