@@ -1,6 +1,7 @@
 #include "agent/VantrelQuillo.h"
 
 #include <exception>
+#include <system_error>
 #include <utility>
 
 #include "platform/Application.h"
@@ -251,10 +252,14 @@ void VantrelQuillo::quitOnceLaunched() {
   if (std::exchange(quitWaits_, true)) {
     return;
   }
-  services_.threads.detachNewThread("quit", [this] {
-    services_.clock.sleepFor(longestLaunchAtQuit);
-    clamdLink_.abandonLaunch();
-  });
+  try {
+    services_.threads.detachNewThread("quit", [this] {
+      services_.clock.sleepFor(longestLaunchAtQuit);
+      clamdLink_.abandonLaunch();
+    });
+  } catch (const std::system_error&) {
+    // No thread is to be had: the quit then comes when the daemon is there, however late.
+  }
 }
 
 bool VantrelQuillo::applicationDelegateHandlesKey(const std::string& key) {

@@ -129,6 +129,18 @@ TEST_F(WatchingAgent, GivesUpADaemonThatNeverStartsWhenItIsToQuit) {
   EXPECT_GE(clock.slept(), std::chrono::seconds(60));
 }
 
+TEST_F(WatchingAgent, QuitsAfterALaunchAlsoWhenThereIsNoThreadForItsPatience) {
+  daemon.reset();
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
+  threads.refused = {"quit"};
+  desktop.application.duringWait = [this] {
+    desktop.application.duringWait = nullptr;
+    agent().quit();
+  };
+  agent().applicationDidFinishLaunching();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+}
+
 TEST_F(WatchingAgent, LeavesAWatcherAloneThatWatches) {
   watch();
   agent().startWatcher();
