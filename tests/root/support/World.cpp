@@ -16,6 +16,7 @@
 #include <exception>
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "tests/root/support/Files.h"
 
@@ -51,28 +52,43 @@ void makeDevices() {
   check(symlink("/proc/self/fd", "/dev/fd"), "making /dev/fd");
 }
 
-// The build, wherever it lies, is still there when one of the folders above it has been covered.
-class VisibleBuild {
- public:
-  VisibleBuild() : folder_(open(QUILLO_BINARY_DIR, O_PATH | O_DIRECTORY | O_CLOEXEC)) {
-    check(folder_, "opening " QUILLO_BINARY_DIR);
+// The first folder above the build that an ordinary user may not pass, such as a home that is its
+// user's alone; empty when there is none.
+std::string barrierBeforeBuild() {
+  const std::string build = QUILLO_BINARY_DIR;
+  for (std::size_t slash = build.find('/', 1); slash != std::string::npos;
+       slash = build.find('/', slash + 1)) {
+    const std::string folder = build.substr(0, slash);
+    struct stat status = {};
+    check(stat(folder.c_str(), &status), "looking at " + folder);
+    if ((status.st_mode & S_IXOTH) == 0) return folder;
   }
-  ~VisibleBuild() { close(folder_); }
-  VisibleBuild(const VisibleBuild&) = delete;
-  VisibleBuild& operator=(const VisibleBuild&) = delete;
+  return "";
+}
+
+// A folder that is still there, wherever it lies, when one of the folders above it was covered.
+class VisibleFolder {
+ public:
+  explicit VisibleFolder(std::string path)
+      : path_(std::move(path)), folder_(open(path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    check(folder_, "opening " + path_);
+  }
+  ~VisibleFolder() { close(folder_); }
+  VisibleFolder(const VisibleFolder&) = delete;
+  VisibleFolder& operator=(const VisibleFolder&) = delete;
 
   void uncover() const {
-    if (access(QUILLO_BINARY_DIR, F_OK) == 0) return;
-    std::filesystem::create_directories(QUILLO_BINARY_DIR);
+    if (access(path_.c_str(), F_OK) == 0) return;
+    std::filesystem::create_directories(path_);
     const std::string from = "/proc/self/fd/" + std::to_string(folder_);
-    check(mount(from.c_str(), QUILLO_BINARY_DIR, nullptr, MS_BIND, nullptr),
-          "uncovering " QUILLO_BINARY_DIR);
-    check(mount(nullptr, QUILLO_BINARY_DIR, nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
-          "making " QUILLO_BINARY_DIR " read-only");
+    check(mount(from.c_str(), path_.c_str(), nullptr, MS_BIND, nullptr), "uncovering " + path_);
+    check(mount(nullptr, path_.c_str(), nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
+          "making " + path_ + " read-only");
   }
 
  private:
-  int folder_;
+  const std::string path_;
+  const int folder_;
 };
 
 // Where tests leave pictures of what they saw, also in a build that is read-only to them.
@@ -100,7 +116,9 @@ class WritablePictures {
 };
 
 void arrangeMounts() {
-  const VisibleBuild build;
+  const std::string barrier = barrierBeforeBuild();
+  const VisibleFolder source(QUILLO_SOURCE_DIR);
+  const VisibleFolder build(QUILLO_BINARY_DIR);
   const WritablePictures pictures;
   check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "making mounts private");
   check(mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr),
@@ -111,6 +129,9 @@ void arrangeMounts() {
   mountTmpfs("/tmp", "mode=1777");
   mountTmpfs("/run", "mode=755");
   makeDevices();
+  // The tests' users need to get to the build.
+  if (!barrier.empty()) mountTmpfs(barrier, "mode=755");
+  source.uncover();
   build.uncover();
   pictures.openUp();
 }
