@@ -4,7 +4,9 @@
 #include <system_error>
 #include <utility>
 
-#include "engine/DaemonConfiguration.h"
+#include "clamav/ClamConf.h"
+#include "clamav/Definitions.h"
+#include "clamav/LocalSocketLine.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
@@ -87,16 +89,16 @@ std::optional<std::string> ClamdLink::configurationFile() {
 }
 
 void ClamdLink::discernClamdSocketLocation() {
-  DaemonConfiguration configuration;
+  LocalSocketLine line;
   if (const auto file = configurationFile()) {
     if (const auto bytes = contentsOfFile(*file)) {
-      configuration = parseDaemonConfiguration(*bytes);
+      line = discernLocalSocket(*bytes);
     }
   }
-  services_.systemLog.log("clamdconfEncoding: " + std::to_string(configuration.encoding));
+  services_.systemLog.log("clamdconfEncoding: " + std::to_string(line.encoding));
   MutexLock hold(lock_);
-  if (configuration.localSocket) {
-    paths_.clamdSocket = configuration.localSocket;
+  if (line.path) {
+    paths_.clamdSocket = line.path;
   }
   if (!paths_.clamdSocket) {
     services_.systemLog.log(
@@ -109,9 +111,9 @@ void ClamdLink::discernClamdSocketLocation() {
 
 bool ClamdLink::hasRealDefinitions() {
   const auto file = configurationFile();
-  const auto bytes = file ? contentsOfFile(*file) : std::nullopt;
-  const auto folder = bytes ? parseDaemonConfiguration(*bytes).databaseDirectory : std::nullopt;
-  return !folder || holdsRealDefinitions(*folder);
+  const auto configuration = file ? ClamConf::read(*file) : std::nullopt;
+  const std::string folder = configuration ? configuration->value("DatabaseDirectory") : "";
+  return folder.empty() || holdsRealDefinitions(folder);
 }
 
 std::optional<bool> ClamdLink::exchange(const std::string& command) {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "engine/ClamdCtrl.h"
-#include "engine/ProcessList.h"
+#include "clamav/ProcessList.h"
 #include "posix/Clock.h"
 #include "posix/Mutex.h"
 

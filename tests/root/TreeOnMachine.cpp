@@ -17,10 +17,10 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
-#include "tools/engine-tree/Accounts.h"
-#include "tools/engine-tree/ClamConf.h"
-#include "tools/engine-tree/DaemonLink.h"
-#include "tools/engine-tree/Definitions.h"
+#include "clamav/Accounts.h"
+#include "clamav/ClamConf.h"
+#include "clamav/ControlSocket.h"
+#include "clamav/Definitions.h"
 
 namespace quillo {
 namespace {

@@ -8,7 +8,7 @@
 #include <future>
 
 #include "tests/root/TreeOnMachine.h"
-#include "tools/engine-tree/Accounts.h"
+#include "clamav/Accounts.h"
 
 namespace quillo {
 namespace {

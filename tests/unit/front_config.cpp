@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "clamav/ClamConf.h"
 #include "tests/fakes/ScratchFolder.h"
 #include "tools/clamdscan/EngineTree.h"
 
@@ -9,7 +10,7 @@ namespace {
 constexpr std::uint64_t mebi = 1024 * 1024;
 
 std::uint64_t largest(std::string_view text) {
-  return ScanLimits::of(ConfigFile::parse(text)).largestFile;
+  return ScanLimits::of(ClamConf::parse(text)).largestFile;
 }
 
 TEST(FrontConfig, ReadsSizesWithTheirUnits) {
@@ -22,7 +23,7 @@ TEST(FrontConfig, ReadsSizesWithTheirUnits) {
 TEST(FrontConfig, TakesTheEnginesDefaults) {
   EXPECT_EQ(largest(""), 100 * mebi);
   EXPECT_EQ(largest("MaxFileSize 1000M"), 400 * mebi);
-  EXPECT_EQ(ScanLimits::of(ConfigFile()).longestScan, std::chrono::seconds(120));
+  EXPECT_EQ(ScanLimits::of(ClamConf()).longestScan, std::chrono::seconds(120));
 }
 
 TEST(FrontConfig, TakesTheSmallerOfTwoLimitsAndZeroForNone) {
@@ -40,8 +41,7 @@ TEST(FrontConfig, LetsTheFirstOfTwoLinesCountAndSkipsComments) {
 }
 
 TEST(FrontConfig, TakesNoNonsenseForASize) {
-  const auto file =
-      ConfigFile::parse("A 1KB\nB x\nC 99999999999999999999\nD 18446744073709551615G");
+  const auto file = ClamConf::parse("A 1KB\nB x\nC 99999999999999999999\nD 18446744073709551615G");
   for (const char* key : {"A", "B", "C", "D", "E"}) {
     EXPECT_EQ(file.size(key), std::nullopt) << key;
   }

@@ -7,11 +7,11 @@
 #include <filesystem>
 #include <thread>
 
+#include "clamav/DaemonProcesses.h"
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
 #include "tests/support/TreeSandbox.h"
 #include "tools/engine-tree/Confinement.h"
-#include "tools/engine-tree/Processes.h"
 
 namespace quillo {
 namespace {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "clamav/ClamConf.h"
 #include "posix/Text.h"
 
 namespace quillo::front {
@@ -42,12 +43,12 @@ EngineTree EngineTree::find(const std::vector<std::string>& programs) {
 EngineTree EngineTree::at(const std::string& root) {
   EngineTree tree;
   tree.configuration = root + "/etc/clamd.conf";
-  const ConfigFile front = ConfigFile::read(root + "/etc/front.conf");
-  const ConfigFile own = ConfigFile::read(tree.configuration);
-  tree.daemonSocket = own.value("LocalSocket").value_or("");
-  tree.realClient = front.value("RealClient").value_or("/usr/bin/clamdscan");
-  const auto daemon = front.value("DaemonConfig");
-  tree.limits = ScanLimits::of(daemon ? ConfigFile::read(*daemon) : own);
+  const ClamConf front = ClamConf::read(root + "/etc/front.conf").value_or(ClamConf());
+  const ClamConf own = ClamConf::read(tree.configuration).value_or(ClamConf());
+  tree.daemonSocket = own.value("LocalSocket");
+  tree.realClient = front.value("RealClient", "/usr/bin/clamdscan");
+  const std::string daemon = front.value("DaemonConfig");
+  tree.limits = ScanLimits::of(daemon.empty() ? own : ClamConf::read(daemon).value_or(ClamConf()));
   tree.deepestFolder = static_cast<int>(
       std::min<std::uint64_t>(own.size("MaxDirectoryRecursion").value_or(15), 100000));
   return tree;

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/clamdscan/ConfigFile.h"
+#include "clamav/ScanLimits.h"
 
 namespace quillo::front {
 

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "tools/clamdscan/ClientLine.h"
-#include "tools/clamdscan/ConfigFile.h"
+#include "clamav/ScanLimits.h"
 #include "tools/clamdscan/Entry.h"
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Report.h"

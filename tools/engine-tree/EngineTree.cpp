@@ -5,8 +5,8 @@
 
 #include <cstdlib>
 
+#include "clamav/Accounts.h"
 #include "posix/PlatformException.h"
-#include "tools/engine-tree/Accounts.h"
 #include "tools/engine-tree/SocketFolder.h"
 #include "tools/engine-tree/TreeFolder.h"
 

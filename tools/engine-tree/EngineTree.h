@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/engine-tree/Definitions.h"
+#include "clamav/Definitions.h"
 #include "tools/engine-tree/TreePlan.h"
 
 namespace quillo {

@@ -9,12 +9,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "clamav/DaemonProcesses.h"
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
 #include "tools/engine-tree/EngineTree.h"
-#include "tools/engine-tree/Processes.h"
 #include "tools/engine-tree/TreeFolder.h"
 
 namespace quillo {

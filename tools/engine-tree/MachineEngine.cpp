@@ -6,9 +6,9 @@
 #include <fstream>
 #include <optional>
 
+#include "clamav/Accounts.h"
+#include "clamav/DaemonProcesses.h"
 #include "posix/PlatformException.h"
-#include "tools/engine-tree/Accounts.h"
-#include "tools/engine-tree/Processes.h"
 
 namespace quillo {
 namespace {

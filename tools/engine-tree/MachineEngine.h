@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/engine-tree/ClamConf.h"
-#include "tools/engine-tree/DaemonLink.h"
+#include "clamav/ClamConf.h"
+#include "clamav/ControlSocket.h"
 
 namespace quillo {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tools/engine-tree/Accounts.h"
+#include "clamav/Accounts.h"
 
 namespace quillo {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/engine-tree/Accounts.h"
+#include "clamav/Accounts.h"
 #include "tools/engine-tree/MachineEngine.h"
 
 namespace quillo {

@@ -21,6 +21,10 @@ struct DefinitionSet {
 // What lies in `folder` and can be read by this process; nothing of it when it cannot. Any thread.
 DefinitionSet definitionsIn(const std::string& folder);
 
+// Whether the folder holds definitions of any kind other than the built-in one of the test file:
+// false for a folder that is missing or cannot be read. Any thread.
+bool holdsRealDefinitions(const std::string& folder);
+
 // The file of the built-in definition and its one line, in the extended signature format of
 // ClamAV's signature manual (Name:TargetType:Offset:HexSignature): the 68-byte EICAR test file.
 inline constexpr char builtInDefinitionFile[] = "vantrel-eicar.ndb";

@@ -1,4 +1,4 @@
-#include "tools/engine-tree/Accounts.h"
+#include "clamav/Accounts.h"
 
 #include <pwd.h>
 

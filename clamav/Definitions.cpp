@@ -1,9 +1,13 @@
-#include "tools/engine-tree/Definitions.h"
+#include "clamav/Definitions.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
 
 namespace quillo {
 namespace {
@@ -33,6 +37,23 @@ DefinitionSet definitionsIn(const std::string& folder) {
   set.main = noteEither(folder + "/main", set);
   set.daily = noteEither(folder + "/daily", set);
   return set;
+}
+
+bool holdsRealDefinitions(const std::string& folder) {
+  static constexpr std::array<std::string_view, 8> endings = {".cvd", ".cld", ".cud", ".hdb",
+                                                              ".hsb", ".ldb", ".mdb", ".ndb"};
+  std::error_code failure;
+  std::filesystem::directory_iterator entry(folder, failure);
+  while (!failure && entry != std::filesystem::directory_iterator()) {
+    const std::string name = entry->path().filename().string();
+    const bool isDefinition = std::any_of(endings.begin(), endings.end(),
+                                          [&name](auto ending) { return name.ends_with(ending); });
+    if (isDefinition && name != builtInDefinitionFile) {
+      return true;
+    }
+    entry.increment(failure);
+  }
+  return false;
 }
 
 std::string eicarTestFile() {

@@ -1,4 +1,4 @@
-#include "engine/ProcessList.h"
+#include "clamav/ProcessList.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "tools/engine-tree/Processes.h"
+#include "clamav/DaemonProcesses.h"
 
 #include <dirent.h>
 #include <sys/stat.h>

@@ -1,10 +1,6 @@
-#include "engine/DaemonConfiguration.h"
+#include "clamav/LocalSocketLine.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
 
 #include "posix/Text.h"
 
@@ -15,7 +11,6 @@ constexpr int encodingUtf8 = 4;
 constexpr int encodingLatin1 = 5;
 constexpr int encodingUtf16 = 10;
 constexpr std::string_view socketOption = "LocalSocket ";
-constexpr std::size_t shortestSocketLine = 13;
 
 void appendUtf8(std::string& text, std::uint32_t code) {
   const auto byte = [&text](std::uint32_t value) { text.push_back(static_cast<char>(value)); };
@@ -66,48 +61,32 @@ std::string decoded(const std::string& bytes, int& encoding) {
   return bytes.starts_with("\xEF\xBB\xBF") ? bytes.substr(3) : bytes;
 }
 
-std::optional<std::string> socketOf(std::string_view line) {
+std::optional<std::string> socketOf(std::string_view line, const LocalSocketRules& rules) {
   const std::size_t option = line.find(socketOption);
-  if (line.size() < shortestSocketLine || option == std::string_view::npos) {
+  const bool isComment = trimmed(line).starts_with('#');
+  if (line.size() < rules.shortestLine || option == std::string_view::npos ||
+      (isComment && !rules.commentsCount)) {
     return std::nullopt;
   }
   const std::string_view rest = line.substr(option + socketOption.size());
-  return std::string(rest.substr(0, rest.find(socketOption)));
+  const std::string_view path = rest.substr(0, rest.find(socketOption));
+  return std::string(rules.nothingIsTrimmed ? path : trimmed(path));
 }
 
 }  // namespace
 
-DaemonConfiguration parseDaemonConfiguration(const std::string& bytes) {
-  static constexpr std::string_view databaseOption = "DatabaseDirectory";
-  DaemonConfiguration configuration;
-  const std::string text = decoded(bytes, configuration.encoding);
+LocalSocketLine discernLocalSocket(const std::string& bytes, const LocalSocketRules& rules) {
+  LocalSocketLine found;
+  const std::string text = decoded(bytes, found.encoding);
   for (const std::string_view line : split(text, '\n')) {
-    if (auto path = socketOf(line)) {
-      configuration.localSocket = std::move(path);
+    if (found.path && !rules.lastLineCounts) {
+      break;
     }
-    const std::string_view bare = trimmed(line);
-    if (bare.starts_with(databaseOption)) {
-      configuration.databaseDirectory = std::string(trimmed(bare.substr(databaseOption.size())));
+    if (auto path = socketOf(line, rules)) {
+      found.path = std::move(path);
     }
   }
-  return configuration;
-}
-
-bool holdsRealDefinitions(const std::string& databaseDirectory) {
-  static constexpr std::array<std::string_view, 8> endings = {".cvd", ".cld", ".cud", ".hdb",
-                                                              ".hsb", ".ldb", ".mdb", ".ndb"};
-  std::error_code failure;
-  std::filesystem::directory_iterator entry(databaseDirectory, failure);
-  while (!failure && entry != std::filesystem::directory_iterator()) {
-    const std::string name = entry->path().filename().string();
-    const bool isDefinition = std::any_of(endings.begin(), endings.end(),
-                                          [&name](auto ending) { return name.ends_with(ending); });
-    if (isDefinition && name != "vantrel-eicar.ndb") {
-      return true;
-    }
-    entry.increment(failure);
-  }
-  return false;
+  return found;
 }
 
 }  // namespace quillo

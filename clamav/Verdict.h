@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace quillo {
+
+// One line of the engine's report, understood. Made once, where the report is read, and handed on.
+struct Verdict {
+  enum class Kind {
+    clean,       // "PATH: OK"
+    infected,    // "PATH: THREAT FOUND"
+    notScanned,  // "PATH: Not scanned: REASON", and the engine's own words for such files
+    moved,       // "PATH: moved to 'DESTINATION'"
+    notMoved,    // "PATH: not moved: REASON"
+    message      // whatever else the engine says
+  };
+  // What became of an infected file. Only an adapter that says so tells it; `unsaid` otherwise.
+  enum class Whereabouts { unsaid, inPlace, moved, notMoved };
+
+  Kind kind = Kind::message;
+  std::string line;  // as it stands in the report
+  std::string path;  // its bytes, as the engine was given it; empty for a message
+  std::string threat;
+  std::string reason;       // why it was not scanned, or not moved
+  std::string destination;  // where it was moved to
+  // The file itself where `path` leads to it through symbolic links, and which is then the infected
+  // one; empty otherwise.
+  std::string target;
+  Whereabouts whereabouts = Whereabouts::unsaid;
+
+  // The path of the file that the engine looked at.
+  const std::string& file() const { return target.empty() ? path : target; }
+  // Whether the engine calls it a likeness of malware, not a known one.
+  bool isHeuristic() const { return threat.rfind("Heuristics.", 0) == 0; }
+
+  // What the line says by itself (clamdscan(1), as measured with 1.4). Only its end decides, for a
+  // file's name may hold anything. Pure.
+  static Verdict parse(std::string_view line);
+};
+
+}  // namespace quillo

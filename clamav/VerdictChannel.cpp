@@ -1,0 +1,250 @@
+#include "clamav/VerdictChannel.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace quillo {
+namespace {
+
+constexpr char hello = 'H';
+constexpr char verdictRecord = 'V';
+constexpr char outcomeRecord = 'O';
+constexpr char taken = 1;
+// Far beyond any line; more is no record of ours.
+constexpr std::uint32_t longestRecord = 1U << 24U;
+
+void appendNumber(std::string& bytes, std::uint32_t number) {
+  std::array<char, sizeof number> raw;
+  std::memcpy(raw.data(), &number, sizeof number);
+  bytes.append(raw.data(), raw.size());
+}
+
+void appendField(std::string& bytes, std::string_view field) {
+  appendNumber(bytes, static_cast<std::uint32_t>(field.size()));
+  bytes += field;
+}
+
+std::optional<std::uint32_t> takeNumber(std::string_view& bytes) {
+  std::uint32_t number = 0;
+  if (bytes.size() < sizeof number) {
+    return std::nullopt;
+  }
+  std::memcpy(&number, bytes.data(), sizeof number);
+  bytes.remove_prefix(sizeof number);
+  return number;
+}
+
+std::string takeField(std::string_view& bytes) {
+  const std::optional<std::uint32_t> length = takeNumber(bytes);
+  if (!length || *length > bytes.size()) {
+    bytes = {};
+    return {};
+  }
+  std::string field(bytes.substr(0, *length));
+  bytes.remove_prefix(*length);
+  return field;
+}
+
+// Whether `read` is the line that was written, or its end, where the verdict stands: what is longer
+// than a pipe takes at once (pipe(7), PIPE_BUF) may have been read in pieces.
+bool stands(const std::string& written, std::string_view read) {
+  return written == read ||
+         (written.size() >= PIPE_BUF && !read.empty() && written.ends_with(read));
+}
+
+Verdict::Kind kindOf(const std::string& field) {
+  const int number = field.empty() ? -1 : field.front();
+  return number >= 0 && number <= static_cast<int>(Verdict::Kind::message)
+             ? static_cast<Verdict::Kind>(number)
+             : Verdict::Kind::message;
+}
+
+Verdict::Whereabouts whereaboutsOf(const std::string& field) {
+  const int number = field.empty() ? -1 : field.front();
+  return number >= 0 && number <= static_cast<int>(Verdict::Whereabouts::notMoved)
+             ? static_cast<Verdict::Whereabouts>(number)
+             : Verdict::Whereabouts::unsaid;
+}
+
+}  // namespace
+
+VerdictSender::VerdictSender(UniqueFd socket) : socket_(std::move(socket)) {
+  fcntl(socket_.get(), F_SETFD, FD_CLOEXEC);
+  send(hello, {}, false);
+}
+
+std::optional<VerdictSender> VerdictSender::fromEnvironment() {
+  const char* const text = std::getenv(verdictChannelVariable);
+  int number = -1;
+  if (text == nullptr ||
+      std::from_chars(text, text + std::strlen(text), number).ec != std::errc() || number < 3) {
+    return std::nullopt;
+  }
+  struct stat status = {};
+  if (fstat(number, &status) != 0 || !S_ISSOCK(status.st_mode)) {
+    return std::nullopt;
+  }
+  return VerdictSender(UniqueFd(number));
+}
+
+void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
+  std::string body(1, type);
+  body += static_cast<char>(moves);
+  appendField(body, std::string(1, static_cast<char>(verdict.kind)));
+  appendField(body, std::string(1, static_cast<char>(verdict.whereabouts)));
+  for (const std::string* field : {&verdict.line, &verdict.path, &verdict.threat, &verdict.reason,
+                                   &verdict.destination, &verdict.target}) {
+    appendField(body, *field);
+  }
+  std::string record;
+  appendNumber(record, static_cast<std::uint32_t>(body.size()));
+  record += body;
+  std::string_view rest = record;
+  while (socket_ && !rest.empty()) {
+    const ssize_t count = ::send(socket_.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
+    if (count < 0 && errno != EINTR) {
+      socket_.reset();  // the reader is gone; the report goes on without it
+    } else if (count > 0) {
+      rest.remove_prefix(static_cast<std::size_t>(count));
+    }
+  }
+}
+
+void VerdictSender::tell(const Verdict& verdict) { send(verdictRecord, verdict, false); }
+
+void VerdictSender::announceMove(const Verdict& verdict) { send(verdictRecord, verdict, true); }
+
+bool VerdictSender::mayMove() {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (socket_) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    pollfd watched = {socket_.get(), POLLIN, 0};
+    const int ready = left.count() > 0 ? poll(&watched, 1, static_cast<int>(left.count())) : 0;
+    if (ready == 0) {
+      return false;
+    }
+    char answer = 0;
+    const ssize_t count = ready < 0 ? -1 : recv(socket_.get(), &answer, 1, MSG_DONTWAIT);
+    if (count == 1) {
+      return answer == taken;
+    }
+    if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
+      return false;
+    }
+  }
+  return false;
+}
+
+void VerdictSender::tellOutcome(const Verdict& verdict) { send(outcomeRecord, verdict, false); }
+
+std::optional<VerdictReceiver> VerdictReceiver::make() {
+  int ends[2] = {-1, -1};
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+    return std::nullopt;
+  }
+  return VerdictReceiver(UniqueFd(ends[0]), UniqueFd(ends[1]));
+}
+
+VerdictReceiver::VerdictReceiver(UniqueFd own, UniqueFd scanners)
+    : own_(std::move(own)), scanners_(std::move(scanners)) {}
+
+void VerdictReceiver::receive(bool wait) {
+  const std::size_t before = records_.size();
+  std::array<char, 65536> piece;
+  while (!ended_) {
+    const bool mustWait = wait && records_.size() == before;
+    const ssize_t count = recv(own_.get(), piece.data(), piece.size(), mustWait ? 0 : MSG_DONTWAIT);
+    if (count < 0 && errno == EINTR) {
+      continue;
+    }
+    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      return;
+    }
+    if (count <= 0) {
+      ended_ = true;
+      return;
+    }
+    bytes_.append(piece.data(), static_cast<std::size_t>(count));
+    takeRecords();
+  }
+}
+
+void VerdictReceiver::takeRecords() {
+  std::string_view rest = bytes_;
+  for (;;) {
+    std::string_view ahead = rest;
+    const std::optional<std::uint32_t> length = takeNumber(ahead);
+    if (length && (*length < 2 || *length > longestRecord)) {
+      ended_ = true;  // no record of ours: nothing behind it can be understood
+      rest = {};
+      break;
+    }
+    if (!length || ahead.size() < *length) {
+      break;
+    }
+    std::string_view body = ahead.substr(0, *length);
+    rest = ahead.substr(*length);
+    Record record;
+    record.type = body[0];
+    record.moves = body[1] != 0;
+    body.remove_prefix(2);
+    record.verdict.kind = kindOf(takeField(body));
+    record.verdict.whereabouts = whereaboutsOf(takeField(body));
+    for (std::string* field :
+         {&record.verdict.line, &record.verdict.path, &record.verdict.threat,
+          &record.verdict.reason, &record.verdict.destination, &record.verdict.target}) {
+      *field = takeField(body);
+    }
+    if (record.type != hello) {
+      records_.push_back(std::move(record));
+    }
+  }
+  bytes_.erase(0, bytes_.size() - rest.size());
+}
+
+Verdict VerdictReceiver::understand(std::string_view line) {
+  receive(false);
+  if (records_.empty() || records_.front().type != verdictRecord ||
+      !stands(records_.front().verdict.line, line)) {
+    return Verdict::parse(line);
+  }
+  Record record = std::move(records_.front());
+  records_.pop_front();
+  if (record.moves) {
+    awaitOutcome(record.verdict);
+  }
+  record.verdict.line = line;
+  return std::move(record.verdict);
+}
+
+void VerdictReceiver::awaitOutcome(Verdict& verdict) {
+  if (::send(own_.get(), &taken, 1, MSG_NOSIGNAL) != 1) {
+    ended_ = true;
+  }
+  receive(records_.empty());
+  if (!records_.empty() && records_.front().type == outcomeRecord) {
+    const Verdict& outcome = records_.front().verdict;
+    verdict.whereabouts = outcome.whereabouts;
+    verdict.reason = outcome.reason;
+    verdict.destination = outcome.destination;
+    records_.pop_front();
+  } else {
+    // It ended over the move. Whoever believes that the file is gone believes too much.
+    verdict.whereabouts = Verdict::Whereabouts::notMoved;
+  }
+}
+
+}  // namespace quillo

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "clamav/Verdict.h"
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+
+// Beside the report, which is text for people, the tree's own scanner tells whoever runs it what
+// the text cannot carry: the bytes of a path, the file behind a link, what became of an infected
+// file. It does so over a stream socket (unix(7)) whose number stands in this variable of its
+// environment. A scanner of another tree knows nothing of it, and says nothing there.
+//
+// Each record is a 32-bit length and that many bytes: a letter and then fields of 32-bit length and
+// bytes, in the byte order of the machine. "H" says that the scanner knows the channel. "V" is the
+// verdict of a line and is sent before that line. One whose file is about to be moved is answered
+// with one byte as soon as the reader has the line; the file moves only then, and "O" follows with
+// what became of it.
+inline constexpr const char* verdictChannelVariable = "VANTREL_VERDICTS";
+
+// The scanner's end. One thread.
+class VerdictSender {
+ public:
+  // The longest that a reader may take to say that it has a line.
+  static constexpr std::chrono::seconds patience{30};
+
+  explicit VerdictSender(UniqueFd socket);
+  // The channel that the environment names, made close-on-exec; absent when it names none that is a
+  // socket.
+  static std::optional<VerdictSender> fromEnvironment();
+
+  // Hands a verdict over, to be followed by its line.
+  void tell(const Verdict& verdict);
+  // The same for an infected file that is to be moved, once its line has been written: false when
+  // the reader is gone or has not taken the line in time, and the file has to stay.
+  void announceMove(const Verdict& verdict);
+  bool mayMove();
+  // What became of it, and of its file: `whereabouts`, `reason` and `destination`.
+  void tellOutcome(const Verdict& verdict);
+  // To be waited on together with other things: it polls as hung up (POLLHUP) when the reader ends.
+  int descriptor() const { return socket_.get(); }
+
+ private:
+  void send(char type, const Verdict& verdict, bool moves);
+
+  UniqueFd socket_;
+};
+
+// The reader's end. One thread.
+class VerdictReceiver {
+ public:
+  // Absent when no socket can be had; the report then stands alone.
+  static std::optional<VerdictReceiver> make();
+
+  // The end for the scanner, until letGo(), which is to be called once the scanner has been
+  // started: the scanner's end alone then keeps the channel open.
+  int scannersEnd() const { return scanners_.get(); }
+  void letGo() { scanners_.reset(); }
+
+  // What is known of a line of the report: from the channel where the scanner uses it, else from
+  // the line alone. For a file that the scanner is about to move it lets it do so and waits until
+  // it has said what became of it, or has ended.
+  Verdict understand(std::string_view line);
+
+ private:
+  struct Record {
+    char type = 0;
+    bool moves = false;
+    Verdict verdict;
+  };
+
+  VerdictReceiver(UniqueFd own, UniqueFd scanners);
+  // Takes in what has come; with `wait` at least one record, unless the scanner has ended.
+  void receive(bool wait);
+  void takeRecords();
+  void awaitOutcome(Verdict& verdict);
+
+  UniqueFd own_;
+  UniqueFd scanners_;
+  std::string bytes_;
+  std::deque<Record> records_;
+  bool ended_ = false;
+};
+
+}  // namespace quillo

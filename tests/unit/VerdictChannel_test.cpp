@@ -1,0 +1,108 @@
+#include "clamav/VerdictChannel.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <thread>
+
+namespace quillo {
+namespace {
+
+using Kind = Verdict::Kind;
+using Whereabouts = Verdict::Whereabouts;
+
+class VerdictChannelTest : public testing::Test {
+ protected:
+  VerdictChannelTest()
+      : receiver(*VerdictReceiver::make()), sender(UniqueFd(dup(receiver.scannersEnd()))) {
+    receiver.letGo();
+  }
+
+  static Verdict infected(const std::string& line) {
+    Verdict verdict = Verdict::parse(line);
+    verdict.path =
+        "/u/a\xFF"
+        "b";
+    verdict.target = "/elsewhere/c";
+    return verdict;
+  }
+
+  void endSender() { sender = VerdictSender(UniqueFd()); }
+
+  VerdictReceiver receiver;
+  VerdictSender sender;
+};
+
+TEST_F(VerdictChannelTest, CarriesWhatTheLineCannot) {
+  sender.tell(infected("/u/a\\xFFb: Eicar FOUND"));
+  const Verdict verdict = receiver.understand("/u/a\\xFFb: Eicar FOUND");
+  EXPECT_EQ(verdict.kind, Kind::infected);
+  EXPECT_EQ(verdict.path,
+            "/u/a\xFF"
+            "b");
+  EXPECT_EQ(verdict.file(), "/elsewhere/c");
+  EXPECT_EQ(verdict.line, "/u/a\\xFFb: Eicar FOUND");
+}
+
+TEST_F(VerdictChannelTest, LeavesLinesBetweenTheRecordsToThemselves) {
+  sender.tell(infected("/x/h/a: Eicar FOUND"));
+  EXPECT_EQ(receiver.understand("/h/b: OK").path, "/h/b");
+  EXPECT_EQ(receiver.understand("/h/a: Eicar FOUND").path, "/h/a");
+  EXPECT_EQ(receiver.understand("/x/h/a: Eicar FOUND").file(), "/elsewhere/c");
+}
+
+TEST_F(VerdictChannelTest, KnowsALineThatWasTooLongToBeReadWhole) {
+  const std::string line = "/" + std::string(5000, 'n') + ": Eicar FOUND";
+  sender.tell(infected(line));
+  EXPECT_EQ(receiver.understand(line.substr(0, 4096)).kind, Kind::message);
+  EXPECT_EQ(receiver.understand(line.substr(4096)).file(), "/elsewhere/c");
+}
+
+TEST_F(VerdictChannelTest, LetsAFileMoveOnlyOnceItsLineHasBeenTaken) {
+  const Verdict verdict = infected("/u/a: Eicar FOUND");
+  sender.announceMove(verdict);
+  char byte = 0;
+  EXPECT_EQ(recv(sender.descriptor(), &byte, 1, MSG_DONTWAIT | MSG_PEEK), -1);
+  bool allowed = false;
+  std::thread scanner([&] {
+    allowed = sender.mayMove();
+    Verdict outcome = verdict;
+    outcome.whereabouts = Whereabouts::moved;
+    outcome.destination = "/q/a";
+    sender.tellOutcome(outcome);
+  });
+  const Verdict known = receiver.understand("/u/a: Eicar FOUND");
+  scanner.join();
+  EXPECT_TRUE(allowed);
+  EXPECT_EQ(known.whereabouts, Whereabouts::moved);
+  EXPECT_EQ(known.destination, "/q/a");
+}
+
+TEST_F(VerdictChannelTest, TakesAFileForLeftWhenTheScannerEndsOverItsMove) {
+  sender.announceMove(infected("/u/a: Eicar FOUND"));
+  endSender();
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").whereabouts, Whereabouts::notMoved);
+}
+
+TEST_F(VerdictChannelTest, KeepsTheFileWhenTheReaderIsGone) {
+  sender.announceMove(infected("/u/a: Eicar FOUND"));
+  receiver = *VerdictReceiver::make();
+  EXPECT_FALSE(sender.mayMove());
+}
+
+TEST_F(VerdictChannelTest, BelievesTheLineAloneWhenTheScannerSaysNothing) {
+  endSender();
+  const Verdict verdict = receiver.understand("/u/a: Eicar FOUND");
+  EXPECT_EQ(verdict.path, "/u/a");
+  EXPECT_EQ(verdict.whereabouts, Whereabouts::unsaid);
+}
+
+TEST_F(VerdictChannelTest, EndsAtARecordThatIsNone) {
+  const std::string nonsense = "\xFF\xFF\xFF\xFFgarbage";
+  ASSERT_GT(send(sender.descriptor(), nonsense.data(), nonsense.size(), 0), 0);
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").path, "/u/a");
+}
+
+}  // namespace
+}  // namespace quillo
