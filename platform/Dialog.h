@@ -29,11 +29,28 @@ class Dialog {
 class ButtonDialog : public Dialog {
  public:
   enum class Button { deleteButton, otherButton };
+  // What it speaks of. Each kind has a pile of its own on the screen, in which the next window
+  // waits for one to go; warnings lie in front of the others, and of the engine's errors one is
+  // shown.
+  enum class Kind { warning, notice, engineError };
   // Called on the main thread with the button that was pressed.
   using Action = std::function<void(Button)>;
 
   virtual void setDeleteButtonTitle(const std::string& title) = 0;
   virtual void setAction(Action action) = 0;
+  // To be called before it is first shown. Without it a "WarningDialog" is a warning and every
+  // other a notice.
+  virtual void setKind(Kind kind) = 0;
+  // Names the file that the window is about in a field of its own, apart from the message: in a
+  // notice the file, in a warning about a symbolic link the file that the link leads to. Any bytes;
+  // "" takes the field away.
+  virtual void setSubject(const std::string& text) = 0;
+  // Words the window for a file that is only suspected. A warning knows it from the threat in its
+  // message ("Heuristics.") without being told.
+  virtual void setSuspicious(bool suspicious) = 0;
+  // Says in the open window that what the user chose did not work, which screen readers read out at
+  // once. The window stays as it is until it is dismissed; "" takes the line away.
+  virtual void showFailure(const std::string& text) = 0;
 };
 
 class InterfaceLoader {

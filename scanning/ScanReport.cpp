@@ -197,6 +197,7 @@ void ScanReport::showEngineError(const std::string& quitMenuName) {
   }
   theDialog = dialog;
   const std::string text = services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", "");
+  dialog->setKind(ButtonDialog::Kind::engineError);
   dialog->setMessage(text);
   dialog->setDeleteButtonTitle(quitMenuName);
   std::weak_ptr<ButtonDialog> shown = dialog;

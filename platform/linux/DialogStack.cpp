@@ -10,6 +10,7 @@ namespace quillo {
 void DialogStack::bringForward(const std::shared_ptr<DialogWindow>& window) {
   if (std::find(shown_.begin(), shown_.end(), window) != shown_.end()) {
     window->raise();
+    shownOne_();
     return;
   }
   if (std::find(waiting_.begin(), waiting_.end(), window) == waiting_.end()) {
@@ -21,11 +22,23 @@ void DialogStack::bringForward(const std::shared_ptr<DialogWindow>& window) {
 void DialogStack::takeOff(DialogWindow& window) {
   const auto isIt = [&](const auto& other) { return other.get() == &window; };
   const auto place = std::find_if(shown_.begin(), shown_.end(), isIt);
+  const auto waiting = std::find_if(waiting_.begin(), waiting_.end(), isIt);
   if (place != shown_.end()) {
     place->reset();
+  } else if (waiting != waiting_.end()) {
+    waiting_.erase(waiting);
+  } else {
+    return;
   }
-  waiting_.erase(std::remove_if(waiting_.begin(), waiting_.end(), isIt), waiting_.end());
   fillSoon();
+}
+
+void DialogStack::raise() {
+  for (const auto& window : shown_) {
+    if (window) {
+      window->raise();
+    }
+  }
 }
 
 // Not at once: when all windows are dismissed together, none of those that wait is to flash up. And
@@ -42,28 +55,35 @@ void DialogStack::fillSoon() {
 void DialogStack::fillOnePlace() {
   const auto free = std::find(shown_.begin(), shown_.end(), nullptr);
   if (free != shown_.end() && !waiting_.empty()) {
-    *free = takeNext(static_cast<int>(free - shown_.begin()));
+    *free = takeNext(firstStep_ + static_cast<int>(free - shown_.begin()));
+    shownOne_();
     fillSoon();
-  } else {
-    tellRest();
   }
+  tellOthers();
 }
 
-std::shared_ptr<DialogWindow> DialogStack::takeNext(int place) {
+std::shared_ptr<DialogWindow> DialogStack::takeNext(int step) {
   while (!waiting_.empty()) {
     const auto next = waiting_.front();
     waiting_.pop_front();
-    if (next->appear(place)) {
+    next->setOthers(static_cast<int>(waiting_.size()), openCount() + 1);
+    if (next->appear(step)) {
       return next;
     }
   }
   return nullptr;
 }
 
-void DialogStack::tellRest() {
+int DialogStack::openCount() const {
+  const auto shown = std::count_if(shown_.begin(), shown_.end(),
+                                   [](const auto& window) { return window != nullptr; });
+  return static_cast<int>(shown) + static_cast<int>(waiting_.size());
+}
+
+void DialogStack::tellOthers() {
   for (const auto& window : shown_) {
     if (window) {
-      window->setRest(waitingCount());
+      window->setOthers(static_cast<int>(waiting_.size()), openCount());
     }
   }
 }

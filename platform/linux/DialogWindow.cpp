@@ -6,24 +6,19 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QLayout>
-#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollBar>
 #include <QTextLayout>
 #include <utility>
 
-#include "platform/linux/DisplayText.h"
-#include "platform/linux/MenuTitle.h"
 #include "platform/linux/QtImage.h"
-#include "posix/Text.h"
 
 namespace quillo {
 namespace {
 
-constexpr int pictureSize = 64;
 constexpr int cascadeStep = 28;
-constexpr int longestLabel = 1000;
 constexpr int mostLinesOfPath = 4;
 
 // How many lines a text takes in a field that is as wide as the window is before it is shown.
@@ -42,11 +37,6 @@ int linesOf(const QPlainTextEdit& field, double width) {
   return lines;
 }
 
-QWidget* messageField(const QDialog& dialog) {
-  auto* field = dialog.findChild<QWidget*>("theMessage");
-  return field ? field : dialog.findChild<QWidget*>("updateWindowText");
-}
-
 void scaleFont(QWidget* widget, double factor) {
   if (widget) {
     QFont font = widget->font();
@@ -55,22 +45,12 @@ void scaleFont(QWidget* widget, double factor) {
   }
 }
 
-void setText(QWidget* field, const QString& text) {
-  if (auto* label = qobject_cast<QLabel*>(field)) {
-    label->setTextFormat(Qt::PlainText);
-    label->setText(elidedInTheMiddle(text, longestLabel));
-  } else if (auto* line = qobject_cast<QLineEdit*>(field)) {
-    line->setText(text);
-    line->setCursorPosition(0);
-  } else if (auto* edit = qobject_cast<QPlainTextEdit*>(field)) {
-    edit->setPlainText(text);
-  }
-}
-
 }  // namespace
 
 DialogWindow::DialogWindow(InterfaceFile file, DialogServices& services)
-    : file_(std::move(file)), services_(services) {}
+    : file_(std::move(file)), services_(services), text_(services) {
+  setKind(file_.name == "WarningDialog" ? ButtonDialog::Kind::warning : ButtonDialog::Kind::notice);
+}
 
 // It may be one of its own buttons that ends it.
 DialogWindow::~DialogWindow() {
@@ -87,7 +67,7 @@ void DialogWindow::orderFront(Level level) {
     return;
   }
   if (level == Level::inPile) {
-    services_.stack.bringForward(shared_from_this());
+    services_.piles.bringForward(shared_from_this(), kind_);
     return;
   }
   if (make()) {
@@ -105,7 +85,7 @@ void DialogWindow::orderOut() {
   if (dialog_) {
     dialog_->hide();
   }
-  services_.stack.takeOff(*this);
+  services_.piles.takeOff(*this);
 }
 
 void DialogWindow::close() {
@@ -115,31 +95,36 @@ void DialogWindow::close() {
 }
 
 void DialogWindow::setMessage(const std::string& message) {
-  message_ = message;
-  hasMessage_ = true;
-  if (dialog_) {
-    showMessage();
-  }
+  changeText([&] { text_.setMessage(message); });
 }
 
-void DialogWindow::setDeleteButtonTitle(const std::string& title) {
-  deleteButtonTitle_ = title;
-  auto* button = dialog_ ? dialog_->findChild<QAbstractButton*>("deleteButton") : nullptr;
-  if (button) {
-    button->setText(MenuTitle::plain(title).forHost(MenuHost::qt));
-  }
+void DialogWindow::setKind(ButtonDialog::Kind kind) {
+  kind_ = kind;
+  text_.setKind(kind);
+}
+
+void DialogWindow::setSubject(const std::string& text) {
+  changeText([&] { text_.setSubject(text); });
+}
+
+void DialogWindow::setSuspicious(bool suspicious) {
+  changeText([&] { text_.setSuspicious(suspicious); });
+}
+
+void DialogWindow::showFailure(const std::string& text) {
+  changeText([&] { text_.setFailure(text); });
 }
 
 // Above other applications' windows, but the keyboard stays where the user types: a space that was
 // meant for a letter answers no warning.
-bool DialogWindow::appear(int place) {
+bool DialogWindow::appear(int step) {
   if (!make()) {
     return false;
   }
   if (!dialog_->isVisible()) {
     dialog_->setWindowFlag(Qt::WindowStaysOnTopHint);
     dialog_->setAttribute(Qt::WA_ShowWithoutActivating);
-    moveTo(place);
+    moveTo(step);
   }
   dialog_->show();
   dialog_->raise();
@@ -153,14 +138,8 @@ void DialogWindow::raise() {
   }
 }
 
-void DialogWindow::setRest(int count) {
-  auto* label = dialog_ ? dialog_->findChild<QLabel*>("theRest") : nullptr;
-  if (label) {
-    const std::string text =
-        services_.localizedStrings.stringForKey("WARNINGS_WAITING", "More warnings waiting: %@");
-    label->setText(displayText(replacingAll(text, "%@", std::to_string(count))));
-    label->setVisible(count > 0);
-  }
+void DialogWindow::setOthers(int waiting, int open) {
+  changeText([&] { text_.setOthers(waiting, open); });
 }
 
 bool DialogWindow::make() {
@@ -183,14 +162,7 @@ bool DialogWindow::make() {
   connectButton("showButton", ButtonDialog::Button::otherButton, ModifierKeys::optionKey);
   dialog_->setWindowIcon(QtImage::iconOf(services_.imageLoader.imageNamed("application")));
   arrange();
-  showPicture("imageName");
-  setRest(0);
-  if (hasMessage_) {
-    showMessage();
-  }
-  if (!deleteButtonTitle_.empty()) {
-    setDeleteButtonTitle(deleteButtonTitle_);
-  }
+  text_.showIn(*dialog_);
   return true;
 }
 
@@ -217,35 +189,8 @@ void DialogWindow::arrange() {
     policy.setRetainSizeWhenHidden(true);
     rest->setSizePolicy(policy);
   }
-  if (auto* edit = dialog_->findChild<QPlainTextEdit*>("theMessage")) {
-    edit->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-  }
-}
-
-void DialogWindow::showPicture(const char* nameProperty) {
-  auto* label = dialog_->findChild<QLabel*>("thePicture");
-  const QVariant name = label ? label->property(nameProperty) : QVariant();
-  if (name.isValid()) {
-    const ImageRef image = services_.imageLoader.imageNamed(name.toString().toStdString());
-    label->setPixmap(QtImage::iconOf(image).pixmap(QSize(pictureSize, pictureSize),
-                                                   dialog_->devicePixelRatioF()));
-  }
-}
-
-void DialogWindow::showMessage() {
-  QWidget* field = messageField(*dialog_);
-  auto* threat = dialog_->findChild<QWidget*>("theThreat");
-  InfectionLine infection;
-  if (threat && InfectionLine::parse(message_, infection)) {
-    setText(field, displayText(infection.path));
-    setText(threat, displayText(infection.threat));
-    return;
-  }
-  setText(field, displayLines(message_));
-  // A message that is not the window's own is not about what its heading says.
-  if (auto* heading = dialog_->findChild<QLabel*>("theHeading")) {
-    heading->hide();
-    showPicture("otherImageName");
+  for (QPlainTextEdit* path : dialog_->findChildren<QPlainTextEdit*>()) {
+    path->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
   }
 }
 
@@ -281,28 +226,53 @@ void DialogWindow::fit() {
   }
 }
 
-// As high as the path needs, within reason; a longer one scrolls.
-void DialogWindow::fitPath() {
-  auto* edit = dialog_->findChild<QPlainTextEdit*>("theMessage");
-  if (!edit) {
+// Upwards, so that the buttons stay where somebody may be about to click.
+void DialogWindow::changeText(const std::function<void()>& change) {
+  if (!dialog_ || !dialog_->isVisible()) {
+    change();
     return;
   }
-  const int margin = edit->frameWidth() + static_cast<int>(edit->document()->documentMargin());
-  const auto setLines = [&](int lines, int margins) {
-    edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + margins);
-    dialog_->layout()->invalidate();
-    fit();
-  };
-  setLines(1, 2 * margin);
-  dialog_->layout()->activate();
-  const int lines = linesOf(*edit, edit->width() - 2 * margin);
-  const bool fits = lines <= mostLinesOfPath;
-  edit->setVerticalScrollBarPolicy(fits ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
-  // Below the last of more lines the upper edge of the next one would show.
-  setLines(qBound(1, lines, mostLinesOfPath), fits ? 2 * margin : margin + edit->frameWidth());
+  const QRect was = dialog_->geometry();
+  const int above = dialog_->frameGeometry().y() - dialog_->screen()->availableGeometry().y();
+  change();
+  QLayout* layout = dialog_->layout();
+  layout->activate();
+  const int more = layout->totalHeightForWidth(was.width()) - was.height();
+  if (more > 0) {
+    const int up = qBound(0, above, more);
+    dialog_->setGeometry(was.adjusted(0, -up, 0, more - up));
+  }
 }
 
-void DialogWindow::moveTo(std::optional<int> place) {
+// As high as each path needs, within reason. A longer one scrolls, and shows its end: the name of
+// the file.
+void DialogWindow::fitPaths() {
+  for (QPlainTextEdit* edit : dialog_->findChildren<QPlainTextEdit*>()) {
+    if (edit->isHidden()) {
+      continue;
+    }
+    const int margin = edit->frameWidth() + static_cast<int>(edit->document()->documentMargin());
+    const auto setLines = [&](int lines, int margins) {
+      edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + margins);
+      dialog_->layout()->invalidate();
+      fit();
+    };
+    setLines(1, 2 * margin);
+    dialog_->layout()->activate();
+    const int lines = linesOf(*edit, edit->width() - 2 * margin);
+    const bool fits = lines <= mostLinesOfPath;
+    edit->setVerticalScrollBarPolicy(fits ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
+    if (!fits) {
+      QScrollBar* bar = edit->verticalScrollBar();
+      QObject::connect(bar, &QScrollBar::rangeChanged, bar,
+                       [bar](int, int end) { bar->setValue(end); });
+    }
+    // Beside the last of more lines the edge of the next one would show.
+    setLines(qBound(1, lines, mostLinesOfPath), fits ? 2 * margin : margin + edit->frameWidth());
+  }
+}
+
+void DialogWindow::moveTo(std::optional<int> step) {
   const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
   if (!screen) {
     screen = QGuiApplication::primaryScreen();
@@ -311,13 +281,15 @@ void DialogWindow::moveTo(std::optional<int> place) {
     return;
   }
   fit();
-  fitPath();
+  fitPaths();
   const QRect room = screen->availableGeometry();
-  const QPoint step = QPoint(1, 1) * cascadeStep;
-  const QPoint pile = place ? step * DialogStack::places : QPoint();
+  constexpr int steps = 3;
+  const QPoint stride = QPoint(1, 1) * cascadeStep;
+  const QPoint pile = step ? stride * steps : QPoint();
   const QPoint corner(room.x() + qMax(0, (room.width() - dialog_->width() - pile.x()) / 2),
                       room.y() + qMax(0, (room.height() - dialog_->height() - pile.y()) / 2));
-  dialog_->move(corner + step * place.value_or(0));
+  const QPoint place = corner + stride * step.value_or(0);
+  dialog_->move(qMax(room.x(), place.x()), qMax(room.y(), place.y()));
 }
 
 }  // namespace quillo

@@ -6,24 +6,14 @@
 #include <string>
 
 #include "platform/Dialog.h"
-#include "platform/Image.h"
-#include "platform/LocalizedStrings.h"
 #include "platform/linux/ButtonEvents.h"
-#include "platform/linux/DialogStack.h"
+#include "platform/linux/DialogServices.h"
+#include "platform/linux/DialogText.h"
 #include "platform/linux/InterfaceFile.h"
-#include "platform/linux/QtModifierKeys.h"
 
 class QDialog;
 
 namespace quillo {
-
-// What the windows of dialogs use; outlives them all.
-struct DialogServices {
-  ImageLoader& imageLoader;
-  LocalizedStrings& localizedStrings;
-  QtModifierKeys& modifierKeys;
-  DialogStack& stack;
-};
 
 // The window behind a dialog: made out of its interface file when it is first to be seen. All of it
 // on the main thread, its destruction too.
@@ -39,27 +29,31 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   // For good: no later order brings it back.
   void close();
   void setMessage(const std::string& message);
-  void setDeleteButtonTitle(const std::string& title);
+  void setDeleteButtonTitle(const std::string& title) { text_.setDeleteButtonTitle(title); }
+  void setKind(ButtonDialog::Kind kind);
+  void setSubject(const std::string& text);
+  void setSuspicious(bool suspicious);
+  void showFailure(const std::string& text);
   void setAction(ButtonDialog::Action action) { action_ = std::move(action); }
 
-  // For the pile: on the screen as the `place`th of its windows, if it can be made at all; in front
-  // of the others; how many wait.
-  bool appear(int place);
+  // For the pile: on the screen, so many steps below where the warnings begin, if it can be made at
+  // all; in front of the others; how many of its kind wait, of how many that are open.
+  bool appear(int step);
   void raise();
-  void setRest(int count);
+  void setOthers(int waiting, int open);
 
  private:
   bool make();
   void connectButton(const char* name, ButtonDialog::Button button, unsigned int extraKeys = 0);
   void arrange();
-  void showPicture(const char* nameProperty);
-  void showMessage();
   void press(ButtonDialog::Button button, unsigned int keys);
   void dismiss();
-  // A place in the pile, else the middle of the screen.
   void fit();
-  void fitPath();
-  void moveTo(std::optional<int> place);
+  void fitPaths();
+  // Makes room for what comes to be seen in a window that may be on the screen.
+  void changeText(const std::function<void()>& change);
+  // A place in the piles, else the middle of the screen.
+  void moveTo(std::optional<int> step);
 
   // Constant after construction.
   const InterfaceFile file_;
@@ -68,9 +62,8 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   std::unique_ptr<QDialog> dialog_;
   std::unique_ptr<ButtonEvents> buttonEvents_;
   ButtonDialog::Action action_;
-  std::string message_;
-  bool hasMessage_ = false;
-  std::string deleteButtonTitle_;
+  ButtonDialog::Kind kind_;
+  DialogText text_;
   bool isClosed_ = false;
 };
 

@@ -56,4 +56,20 @@ void QtDialog::setAction(Action action) {
   post([action = std::move(action)](DialogWindow& window) { window.setAction(action); });
 }
 
+void QtDialog::setKind(Kind kind) {
+  post([kind](DialogWindow& window) { window.setKind(kind); });
+}
+
+void QtDialog::setSubject(const std::string& text) {
+  post([text](DialogWindow& window) { window.setSubject(text); });
+}
+
+void QtDialog::setSuspicious(bool suspicious) {
+  post([suspicious](DialogWindow& window) { window.setSuspicious(suspicious); });
+}
+
+void QtDialog::showFailure(const std::string& text) {
+  post([text](DialogWindow& window) { window.showFailure(text); });
+}
+
 }  // namespace quillo

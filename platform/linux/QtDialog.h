@@ -27,6 +27,10 @@ class QtDialog final : public ButtonDialog {
   std::string message() const override;
   void setDeleteButtonTitle(const std::string& title) override;
   void setAction(Action action) override;
+  void setKind(Kind kind) override;
+  void setSubject(const std::string& text) override;
+  void setSuspicious(bool suspicious) override;
+  void showFailure(const std::string& text) override;
 
  private:
   template <typename Change>

@@ -13,8 +13,8 @@ QtInterfaceLoader::QtInterfaceLoader(std::string folder, Application& applicatio
       application_(application),
       log_(log),
       translator_(localizedStrings),
-      stack_(application),
-      services_{imageLoader, localizedStrings, modifierKeys, stack_} {}
+      piles_(application),
+      services_{imageLoader, localizedStrings, modifierKeys, piles_} {}
 
 std::shared_ptr<ButtonDialog> QtInterfaceLoader::load(const std::string& name) {
   auto file = fileNamed(name);

@@ -8,8 +8,8 @@
 #include "platform/Application.h"
 #include "platform/Dialog.h"
 #include "platform/SystemLog.h"
-#include "platform/linux/DialogStack.h"
-#include "platform/linux/DialogWindow.h"
+#include "platform/linux/DialogPiles.h"
+#include "platform/linux/DialogServices.h"
 #include "platform/linux/InterfaceFile.h"
 #include "platform/linux/InterfaceTranslator.h"
 #include "posix/Mutex.h"
@@ -36,7 +36,7 @@ class QtInterfaceLoader final : public InterfaceLoader {
   SystemLog& log_;
   // Main thread only.
   InterfaceTranslator translator_;
-  DialogStack stack_;
+  DialogPiles piles_;
   DialogServices services_;
 
   // Read once: a thousand warnings that wait share one text.

@@ -14,7 +14,7 @@
 namespace quillo {
 namespace {
 
-const std::string noEngineTitle = "No Virus Scanner";
+const std::string noEngineTitle = "Engine Problem";
 const std::string quarantinedTitle = "Vantrel Quillo";
 
 class DialogKeys : public testing::Test {

@@ -209,14 +209,14 @@ TEST_F(DialogTest, WithoutItsInterfaceFileIsNotLoaded) {
 
 TEST_F(DialogTest, OfTheMissingEngineOffersVantrelAndItsPreferences) {
   face.tell("noengine");
-  ASSERT_TRUE(showsWindows(1, "No Virus Scanner"));
+  ASSERT_TRUE(showsWindows(1, "Engine Problem"));
   session.keepPicture("no-engine");
   face.clickOn("openPrefsButton");
   face.expect("prefs");
   face.clickOn("openVantrelButton");
   face.expect("vantrel");
   face.clickOn("closeButton");
-  EXPECT_TRUE(showsWindows(0, "No Virus Scanner"));
+  EXPECT_TRUE(showsWindows(0, "Engine Problem"));
 }
 
 TEST_F(DialogTest, OfTheUpdateShowsItsResult) {

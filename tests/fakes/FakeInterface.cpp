@@ -37,6 +37,27 @@ void FakeDialog::setAction(Action action) {
   action_ = std::move(action);
 }
 
+void FakeDialog::setKind(Kind kind) {
+  std::lock_guard hold(mutex_);
+  kind_ = kind;
+}
+
+void FakeDialog::setSubject(const std::string& text) {
+  std::lock_guard hold(mutex_);
+  subject_ = text;
+}
+
+void FakeDialog::setSuspicious(bool suspicious) {
+  std::lock_guard hold(mutex_);
+  suspicious_ = suspicious;
+}
+
+void FakeDialog::showFailure(const std::string& text) {
+  std::lock_guard hold(mutex_);
+  calls_.push_back("showFailure");
+  failure_ = text;
+}
+
 void FakeDialog::press(Button button) {
   Action action;
   {
@@ -66,6 +87,26 @@ bool FakeDialog::cameToFront() const {
 std::string FakeDialog::deleteButtonTitle() const {
   std::lock_guard hold(mutex_);
   return deleteButtonTitle_;
+}
+
+std::optional<ButtonDialog::Kind> FakeDialog::kind() const {
+  std::lock_guard hold(mutex_);
+  return kind_;
+}
+
+std::string FakeDialog::subject() const {
+  std::lock_guard hold(mutex_);
+  return subject_;
+}
+
+bool FakeDialog::isSuspicious() const {
+  std::lock_guard hold(mutex_);
+  return suspicious_;
+}
+
+std::string FakeDialog::failure() const {
+  std::lock_guard hold(mutex_);
+  return failure_;
 }
 
 FakeInterfaceLoader::~FakeInterfaceLoader() {

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,12 +29,21 @@ class FakeDialog final : public ButtonDialog {
   std::string message() const override;
   void setDeleteButtonTitle(const std::string& title) override;
   void setAction(Action action) override;
+  void setKind(Kind kind) override;
+  void setSubject(const std::string& text) override;
+  void setSuspicious(bool suspicious) override;
+  void showFailure(const std::string& text) override;
 
   // As a user would. Does nothing after close().
   void press(Button button);
   bool isClosed() const;
   bool cameToFront() const;
   std::string deleteButtonTitle() const;
+  // Empty before the kind was given.
+  std::optional<Kind> kind() const;
+  std::string subject() const;
+  bool isSuspicious() const;
+  std::string failure() const;
   std::vector<std::string> calls() const;
 
  private:
@@ -43,6 +53,10 @@ class FakeDialog final : public ButtonDialog {
   std::vector<std::string> calls_;
   std::string message_;
   std::string deleteButtonTitle_;
+  std::optional<Kind> kind_;
+  std::string subject_;
+  bool suspicious_ = false;
+  std::string failure_;
   Action action_;
 };
 

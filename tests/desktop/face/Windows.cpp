@@ -2,8 +2,11 @@
 
 #include <QAbstractItemModel>
 #include <QAbstractItemView>
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
+#include <QPlainTextEdit>
+#include <QTextCursor>
 #include <QWidget>
 #include <algorithm>
 
@@ -24,6 +27,13 @@ QWidget* find(const std::string& objectName) {
     covered = widget;
   }
   return covered;
+}
+
+bool showsLineOf(const std::string& objectName, QTextCursor::MoveOperation end) {
+  const auto* edit = qobject_cast<QPlainTextEdit*>(find(objectName));
+  QTextCursor cursor = edit ? edit->textCursor() : QTextCursor();
+  cursor.movePosition(end);
+  return edit && edit->viewport()->rect().contains(edit->cursorRect(cursor).center());
 }
 
 }  // namespace
@@ -56,6 +66,26 @@ std::ptrdiff_t shownDialogs() {
   return std::count_if(windows.begin(), windows.end(), [](const QWidget* window) {
     return window->isVisible() && window->findChild<QWidget*>("theMessage");
   });
+}
+
+std::ptrdiff_t visibleCount(const std::string& objectName) {
+  const QWidgetList windows = QApplication::topLevelWidgets();
+  return std::count_if(windows.begin(), windows.end(), [&](const QWidget* window) {
+    const auto* widget = window->findChild<QWidget*>(QString::fromStdString(objectName));
+    return widget && widget->isVisible();
+  });
+}
+
+std::string spoken(const std::string& objectName) {
+  QAccessibleInterface* reader = QAccessible::queryAccessibleInterface(find(objectName));
+  if (!reader) {
+    return "nothing";
+  }
+  const auto* field = reader->textInterface();
+  const QStringList words = {reader->text(QAccessible::Name),
+                             reader->text(QAccessible::Description),
+                             field ? field->text(0, field->characterCount()) : QString()};
+  return words.join('|').toStdString();
 }
 
 std::string rowsOf(const std::string& objectName) {
@@ -103,6 +133,20 @@ std::string areaOf(const std::string& objectName) {
 std::string focused() {
   const QWidget* widget = QApplication::focusWidget();
   return widget ? widget->objectName().toStdString() : "";
+}
+
+std::string focusedBeside(const std::string& objectName) {
+  const QWidget* widget = find(objectName);
+  const QWidget* focused = widget ? widget->window()->focusWidget() : nullptr;
+  return focused ? focused->objectName().toStdString() : "";
+}
+
+bool showsItsStart(const std::string& objectName) {
+  return showsLineOf(objectName, QTextCursor::Start);
+}
+
+bool showsItsEnd(const std::string& objectName) {
+  return showsLineOf(objectName, QTextCursor::End);
 }
 
 }  // namespace quillo

@@ -17,7 +17,17 @@ std::string itemsOfPopup();
 std::string areaOf(const std::string& objectName);
 // The name of the widget that the keys go to.
 std::string focused();
+// The name of the widget that gets the keys in the window of that widget, once it has them.
+std::string focusedBeside(const std::string& objectName);
+// Whether the first or the last line of a field of text is to be seen.
+bool showsItsStart(const std::string& objectName);
+bool showsItsEnd(const std::string& objectName);
 // How many dialogs with a message are on the screen.
 std::ptrdiff_t shownDialogs();
+// In how many windows a widget of that name is to be seen.
+std::ptrdiff_t visibleCount(const std::string& objectName);
+// What a screen reader says of the widget: "NAME|DESCRIPTION|CONTENTS", the contents of a field
+// that it reads by itself.
+std::string spoken(const std::string& objectName);
 
 }  // namespace quillo

@@ -226,6 +226,14 @@ class Commands {
       say("message " + std::to_string(dialogs_.back()->message().size()));
     } else if (name == "title-of-delete") {
       dialogs_.back()->setDeleteButtonTitle(rest);
+    } else if (name == "engine-error") {
+      dialogs_.back()->setKind(ButtonDialog::Kind::engineError);
+    } else if (name == "subject") {
+      dialogs_.back()->setSubject(rest);
+    } else if (name == "suspicious") {
+      dialogs_.back()->setSuspicious(true);
+    } else if (name == "failure") {
+      dialogs_.back()->showFailure(rest);
     } else if (name == "front") {
       dialogs_.back()->orderFrontRegardless();
     } else if (name == "out") {
@@ -304,6 +312,19 @@ class Commands {
     } else if (name == "dialogs") {
       face_.application.performOnMainThread(
           [] { say("dialogs " + std::to_string(shownDialogs())); });
+    } else if (name == "visible") {
+      face_.application.performOnMainThread(
+          [rest] { say("visible " + std::to_string(visibleCount(rest))); });
+    } else if (name == "bottom") {
+      face_.application.performOnMainThread(
+          [rest] { say("bottom " + std::to_string(static_cast<int>(showsItsEnd(rest)))); });
+    } else if (name == "top") {
+      face_.application.performOnMainThread(
+          [rest] { say("top " + std::to_string(static_cast<int>(showsItsStart(rest)))); });
+    } else if (name == "focused-in-window") {
+      face_.application.performOnMainThread([rest] { say("focused " + focusedBeside(rest)); });
+    } else if (name == "spoken") {
+      face_.application.performOnMainThread([rest] { say("spoken " + spoken(rest)); });
     } else if (name == "rows") {
       face_.application.performOnMainThread([rest] { say("rows " + rowsOf(rest)); });
     } else if (name == "text") {

@@ -11,7 +11,7 @@ namespace {
 // Places of the buttons, from the left.
 enum Button : std::size_t { prefsButton, vantrelButton, closeButton };
 
-constexpr const char* title = "No Virus Scanner";
+constexpr const char* title = "Engine Problem";
 
 class AgentWithoutEngine : public AgentOnDesktop {
  protected:

@@ -176,6 +176,14 @@ QRect Screen::areaOf(xcb_window_t window) {
   return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
 }
 
+std::vector<std::string> Screen::stackedTitles() {
+  std::vector<std::string> titles;
+  for (const xcb_window_t window : windowsIn("_NET_CLIENT_LIST_STACKING")) {
+    titles.push_back(titleOf(window));
+  }
+  return titles;
+}
+
 std::size_t Screen::countWindows(const std::string& title) {
   std::size_t count = 0;
   for (const std::string& other : windowTitles()) {

@@ -30,6 +30,8 @@ class Screen {
   std::optional<QRect> find(QRgb colour, const QRect& area);
   // Titles of the windows that the window manager shows; empty before there is one.
   std::vector<std::string> windowTitles();
+  // The same, the topmost last.
+  std::vector<std::string> stackedTitles();
   std::size_t countWindows(const std::string& title);
   // Waits until a window manager does what it is asked to; false when none does.
   bool awaitWindowManager();

@@ -1,0 +1,201 @@
+#include "platform/linux/DialogText.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <string_view>
+
+#include "platform/linux/DisplayText.h"
+#include "platform/linux/MenuTitle.h"
+#include "platform/linux/QtImage.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+constexpr int pictureSize = 64;
+constexpr int longestLabel = 1000;
+// How ClamAV names a find that rests on a file's looks and not on a known threat.
+constexpr std::string_view suspicion = "Heuristics.";
+
+QWidget* messageField(const QDialog& dialog) {
+  auto* field = dialog.findChild<QWidget*>("theMessage");
+  return field ? field : dialog.findChild<QWidget*>("updateWindowText");
+}
+
+void setText(QWidget* field, const QString& text) {
+  if (auto* label = qobject_cast<QLabel*>(field)) {
+    label->setTextFormat(Qt::PlainText);
+    label->setText(elidedInTheMiddle(text, longestLabel));
+  } else if (auto* line = qobject_cast<QLineEdit*>(field)) {
+    line->setText(text);
+    line->setCursorPosition(0);
+  } else if (auto* edit = qobject_cast<QPlainTextEdit*>(field)) {
+    edit->setPlainText(text);
+  }
+}
+
+void setVisible(const QDialog& dialog, const char* name, bool visible) {
+  if (auto* widget = dialog.findChild<QWidget*>(name)) {
+    widget->setVisible(visible);
+  }
+}
+
+}  // namespace
+
+void DialogText::showIn(QDialog& dialog) {
+  dialog_ = &dialog;
+  showPicture("imageName");
+  showMessage();
+  showSubject();
+  showSuspicion();
+  showFailure();
+  showOthers();
+  setDeleteButtonTitle(deleteButtonTitle_);
+}
+
+void DialogText::setMessage(const std::string& message) {
+  message_ = message;
+  showMessage();
+  showSuspicion();
+}
+
+void DialogText::setDeleteButtonTitle(const std::string& title) {
+  deleteButtonTitle_ = title;
+  auto* button = dialog_ ? dialog_->findChild<QAbstractButton*>("deleteButton") : nullptr;
+  if (button && !title.empty()) {
+    button->setText(MenuTitle::plain(title).forHost(MenuHost::qt));
+  }
+}
+
+void DialogText::setSubject(const std::string& text) {
+  subject_ = text;
+  showSubject();
+}
+
+void DialogText::setSuspicious(bool suspicious) {
+  suspicious_ = suspicious;
+  showSuspicion();
+}
+
+void DialogText::setFailure(const std::string& text) {
+  failure_ = text;
+  showFailure();
+}
+
+void DialogText::setOthers(int waiting, int open) {
+  waiting_ = waiting;
+  open_ = open;
+  showOthers();
+}
+
+void DialogText::showMessage() {
+  if (!dialog_ || !message_) {
+    return;
+  }
+  QWidget* field = messageField(*dialog_);
+  auto* threat = dialog_->findChild<QWidget*>("theThreat");
+  InfectionLine infection;
+  if (threat && InfectionLine::parse(*message_, infection)) {
+    setText(field, displayText(infection.path));
+    setText(threat, displayText(infection.threat));
+    return;
+  }
+  setText(field, displayLines(*message_));
+  // What the window says by itself of a file, or what to do, is not meant for another message.
+  setVisible(*dialog_, "theAdvice", false);
+  if (dialog_->findChild<QWidget*>("ignoreButton")) {
+    setVisible(*dialog_, "theHeading", false);
+    showPicture("otherImageName");
+  }
+}
+
+void DialogText::showSubject() {
+  if (dialog_) {
+    if (auto* field = dialog_->findChild<QWidget*>("theSubject")) {
+      setText(field, displayText(subject_));
+    }
+    setVisible(*dialog_, "theSubject", !subject_.empty());
+    setVisible(*dialog_, "subjectLabel", !subject_.empty());
+  }
+}
+
+bool DialogText::isSuspicious() const {
+  InfectionLine infection;
+  return suspicious_ || (message_ && InfectionLine::parse(*message_, infection) &&
+                         infection.threat.starts_with(suspicion));
+}
+
+// The words for a suspicion lie beside the usual ones, under a key of their own that a widget of
+// the interface file names.
+void DialogText::showSuspicion() {
+  if (!dialog_ || !isSuspicious()) {
+    return;
+  }
+  const auto textFor = [&](const QObject& object) {
+    const QVariant key = object.property("suspiciousKey");
+    return key.isValid() ? localized(key.toString().toStdString().c_str(), "") : QString();
+  };
+  if (const QString title = textFor(*dialog_); !title.isEmpty()) {
+    dialog_->setWindowTitle(title);
+  }
+  for (QLabel* label : dialog_->findChildren<QLabel*>()) {
+    const QString text = textFor(*label);
+    const bool isOthers = label == messageField(*dialog_) && message_;
+    if (!text.isEmpty() && !isOthers) {
+      label->setText(text);
+    }
+  }
+}
+
+// It takes the keyboard, which is where every screen reader reads on; what else announces itself
+// depends on which of them is used.
+void DialogText::showFailure() {
+  auto* field = dialog_ ? dialog_->findChild<QLabel*>("theFailure") : nullptr;
+  if (!field) {
+    return;
+  }
+  setText(field, displayLines(failure_));
+  field->setVisible(!failure_.empty());
+  if (!failure_.empty()) {
+    field->setTextInteractionFlags(Qt::TextSelectableByKeyboard | Qt::TextSelectableByMouse);
+    field->setFocus();
+    QAccessibleEvent alert(field, QAccessible::Alert);
+    QAccessible::updateAccessibility(&alert);
+  }
+}
+
+void DialogText::showOthers() {
+  if (!dialog_) {
+    return;
+  }
+  const char* key = kind_ == ButtonDialog::Kind::warning  ? "WARNINGS_WAITING"
+                    : kind_ == ButtonDialog::Kind::notice ? "NOTICES_WAITING"
+                                                          : "ENGINE_ERRORS_WAITING";
+  if (auto* rest = dialog_->findChild<QLabel*>("theRest")) {
+    rest->setText(localized(key, "More waiting: %@").replace("%@", QString::number(waiting_)));
+    rest->setVisible(waiting_ > 0);
+  }
+  if (dialog_->findChild<QWidget*>("theThreat")) {
+    setVisible(*dialog_, "theHint", open_ > 1);
+  }
+}
+
+void DialogText::showPicture(const char* nameProperty) {
+  auto* label = dialog_->findChild<QLabel*>("thePicture");
+  const QVariant name = label ? label->property(nameProperty) : QVariant();
+  if (name.isValid()) {
+    const ImageRef image = services_.imageLoader.imageNamed(name.toString().toStdString());
+    label->setPixmap(QtImage::iconOf(image).pixmap(QSize(pictureSize, pictureSize),
+                                                   dialog_->devicePixelRatioF()));
+  }
+}
+
+QString DialogText::localized(const char* key, const std::string& fallback) const {
+  return displayText(services_.localizedStrings.stringForKey(key, fallback));
+}
+
+}  // namespace quillo

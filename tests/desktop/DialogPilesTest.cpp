@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/desktop/support/DesktopSession.h"
+#include "tests/desktop/support/FaceProgram.h"
+
+namespace quillo {
+namespace {
+
+const std::string warningTitle = "Malware Found";
+const std::string noticeTitle = "Vantrel Quillo";
+
+class DialogPiles : public testing::Test {
+ protected:
+  void warn(const std::string& path) {
+    face.ask("load WarningDialog", "loaded");
+    face.ask("message " + path + ": Win.Test FOUND", "message ");
+    face.tell("front");
+  }
+
+  void tellEngineError() {
+    face.ask("load QuarantinedDialog", "loaded");
+    face.tell("engine-error");
+    face.ask("message The engine is gone", "message ");
+    face.tell("front");
+  }
+
+  void tellQuarantined() {
+    face.ask("load QuarantinedDialog", "loaded");
+    face.tell("front");
+  }
+
+  bool showsWindows(std::size_t count, const std::string& title) {
+    return session.screen().eventually(
+        [&] { return session.screen().countWindows(title) == count; });
+  }
+
+  // Until nothing more comes to the screen by itself.
+  void settle() {
+    for (int posted = 0; posted < 8; ++posted) {
+      face.ask("sync", "synced");
+    }
+  }
+
+  DesktopSession session;
+  FaceProgram face{session};
+};
+
+TEST_F(DialogPiles, OfTheEnginesErrorsOneIsShownAndSaysHowManyWait) {
+  for (int run = 0; run < 5; ++run) {
+    tellEngineError();
+  }
+  ASSERT_TRUE(showsWindows(1, noticeTitle));
+  settle();
+  EXPECT_EQ(session.screen().countWindows(noticeTitle), 1U);
+  EXPECT_EQ(face.ask("text theRest", "text "), "More such messages waiting: 4");
+  session.keepPicture("engine-errors");
+}
+
+TEST_F(DialogPiles, OfTheEnginesErrorsHideNoWarning) {
+  for (int run = 0; run < 5; ++run) {
+    tellEngineError();
+  }
+  ASSERT_TRUE(showsWindows(1, noticeTitle));
+  warn("/home/anna/a.zip");
+  EXPECT_TRUE(showsWindows(1, warningTitle));
+}
+
+TEST_F(DialogPiles, OfQuarantinedFilesHideNoWarning) {
+  for (int run = 0; run < 5; ++run) {
+    tellQuarantined();
+  }
+  ASSERT_TRUE(showsWindows(3, noticeTitle));
+  warn("/home/anna/a.zip");
+  EXPECT_TRUE(showsWindows(1, warningTitle));
+  settle();
+  EXPECT_EQ(session.screen().countWindows(noticeTitle), 3U);
+}
+
+TEST_F(DialogPiles, OfWarningsLieInFrontOfWhatCameLater) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1, warningTitle));
+  tellEngineError();
+  tellQuarantined();
+  ASSERT_TRUE(showsWindows(2, noticeTitle));
+  settle();
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return session.screen().stackedTitles().back() == warningTitle; }));
+  session.keepPicture("piles");
+}
+
+TEST_F(DialogPiles, SayOnlyWhereSeveralWarningsAreOpenThatCtrlDismissesThemAll) {
+  warn("/home/anna/a.zip");
+  tellQuarantined();
+  ASSERT_TRUE(showsWindows(1, warningTitle));
+  ASSERT_TRUE(showsWindows(1, noticeTitle));
+  settle();
+  session.keepPicture("warning-alone");
+  EXPECT_EQ(face.ask("visible theHint", "visible "), "0");
+  warn("/home/anna/b.zip");
+  ASSERT_TRUE(showsWindows(2, warningTitle));
+  settle();
+  session.keepPicture("warnings-two");
+  EXPECT_EQ(face.ask("visible theHint", "visible "), "2");
+  EXPECT_NE(face.ask("text theHint", "text ").find("stay where they are"), std::string::npos);
+  face.clickOn("ignoreButton");
+  ASSERT_TRUE(showsWindows(1, warningTitle));
+  settle();
+  EXPECT_EQ(face.ask("visible theHint", "visible "), "0");
+}
+
+TEST_F(DialogPiles, LeaveTheButtonsWhereTheyAreWhenTheHintComes) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1, warningTitle));
+  settle();
+  const std::string before = face.ask("where deleteButton", "at ");
+  face.tell("failure It could not be done for a reason that takes some words to tell.");
+  settle();
+  EXPECT_EQ(face.ask("where deleteButton", "at "), before);
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/desktop/support/DesktopSession.h"
+#include "tests/desktop/support/FaceProgram.h"
+
+namespace quillo {
+namespace {
+
+class DialogWords : public testing::Test {
+ protected:
+  void load(const std::string& name) { face.ask("load " + name, "loaded"); }
+  void show() {
+    face.tell("front");
+    ASSERT_TRUE(
+        session.screen().eventually([&] { return session.screen().windowTitles().size() == 1; }));
+  }
+  void warn(const std::string& line) {
+    load("WarningDialog");
+    face.ask("message " + line, "message ");
+    show();
+  }
+  std::string text(const std::string& name) { return face.ask("text " + name, "text "); }
+  std::string visible(const std::string& name) { return face.ask("visible " + name, "visible "); }
+
+  DesktopSession session;
+  FaceProgram face{session};
+};
+
+TEST_F(DialogWords, CallAHeuristicFindSuspicious) {
+  warn("/home/anna/a.zip: Heuristics.Encrypted.Zip FOUND");
+  EXPECT_EQ(session.screen().windowTitles().front(), "Suspicious File Found");
+  EXPECT_EQ(text("theHeading"), "This file is suspicious");
+  EXPECT_NE(text("theExplanation").find("may be harmless"), std::string::npos);
+  session.keepPicture("warning-suspicious");
+}
+
+TEST_F(DialogWords, CallAKnownThreatMalwareWhateverTheFileIsCalled) {
+  warn("/home/anna/Heuristics.a: Heuristics.b: Win.Test FOUND");
+  EXPECT_EQ(session.screen().windowTitles().front(), "Malware Found");
+  EXPECT_EQ(text("theHeading"), "This file contains malware");
+}
+
+TEST_F(DialogWords, OfASuspiciousFileInTheQuarantineSayThatItMayBeHarmless) {
+  load("QuarantinedDialog");
+  face.tell("suspicious");
+  show();
+  EXPECT_EQ(text("theHeading"), "A suspicious file was found");
+  EXPECT_NE(text("theMessage").find("may be harmless"), std::string::npos);
+}
+
+TEST_F(DialogWords, OfAQuarantinedFileNameItAndPromiseNothing) {
+  load("QuarantinedDialog");
+  face.tell("subject /home/anna/<b>a</b>.zip");
+  show();
+  EXPECT_EQ(text("theSubject"), "/home/anna/<b>a</b>.zip");
+  EXPECT_EQ(text("theMessage"),
+            "The engine was told to move the file to the quarantine folder. See there whether it "
+            "has arrived before you delete it or put it back.");
+  session.keepPicture("quarantined-named");
+}
+
+TEST_F(DialogWords, NameNoFileWhereNoneWasGiven) {
+  load("QuarantinedDialog");
+  show();
+  EXPECT_EQ(visible("theSubject"), "0");
+  EXPECT_EQ(visible("subjectLabel"), "0");
+}
+
+TEST_F(DialogWords, OfALinkNameBothFiles) {
+  load("WarningDialog");
+  face.ask("message /home/anna/link: Win.Test FOUND", "message ");
+  face.tell("subject /srv/target.exe");
+  show();
+  EXPECT_EQ(text("theMessage"), "/home/anna/link");
+  EXPECT_EQ(text("subjectLabel"), "Leads to:");
+  EXPECT_EQ(text("theSubject"), "/srv/target.exe");
+  session.keepPicture("warning-link");
+}
+
+TEST_F(DialogWords, SayInTheOpenWindowWhatDidNotWork) {
+  warn("/home/anna/a.zip: Win.Test FOUND");
+  EXPECT_EQ(visible("theFailure"), "0");
+  face.tell("failure The file could not be moved to the trash: <i>no space</i>.");
+  EXPECT_EQ(visible("theFailure"), "1");
+  EXPECT_EQ(text("theFailure"), "The file could not be moved to the trash: <i>no space</i>.");
+  session.keepPicture("warning-failure");
+  face.clickOn("ignoreButton");
+  EXPECT_EQ(face.expect("pressed "), "0 other 0");
+}
+
+// What has the focus is what every screen reader reads.
+TEST_F(DialogWords, HaveAFailureReadByScreenReaders) {
+  warn("/home/anna/a.zip: Win.Test FOUND");
+  face.tell("failure It could not be done.");
+  EXPECT_EQ(face.ask("focused-in-window theFailure", "focused "), "theFailure");
+  EXPECT_EQ(face.ask("spoken theFailure", "spoken "), "It could not be done.||");
+}
+
+TEST_F(DialogWords, OfAShortPathShowTheWholeOfIt) {
+  warn("/home/anna/a.zip: Win.Test FOUND");
+  EXPECT_EQ(face.ask("bottom theMessage", "bottom "), "1");
+  EXPECT_EQ(face.ask("top theMessage", "top "), "1");
+}
+
+TEST_F(DialogWords, OfAPathOfFourThousandBytesShowTheFilesName) {
+  std::string path = "/home/anna";
+  while (path.size() < 3980) {
+    path += "/a folder with a long name";
+  }
+  warn(path + "/Quittung.exe: Win.Test FOUND");
+  EXPECT_TRUE(
+      session.screen().eventually([&] { return face.ask("bottom theMessage", "bottom ") == "1"; }));
+  session.keepPicture("warning-long-path-end");
+}
+
+}  // namespace
+}  // namespace quillo
