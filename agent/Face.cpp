@@ -30,13 +30,15 @@ void Face::setWatchedFolders(const std::vector<std::string>& folders) {
 
 void Face::verdictGiven(const Verdict& verdict) {
   // Whoever judges is there.
-  if (engineMissing_.exchange(false) && engineIsBack_) {
+  const bool judged =
+      verdict.kind == Verdict::Kind::clean || verdict.kind == Verdict::Kind::infected;
+  if (judged && engineMissing_.exchange(false) && engineIsBack_) {
     engineIsBack_();
   }
-  if (!showsVerdicts_) {
+  if (!showsVerdicts_ || !judged) {
     return;
   }
-  const bool isThreat = !verdict.threat.empty();
+  const bool isThreat = verdict.kind == Verdict::Kind::infected;
   services_.dockTile.addVerdict(
       {timeNow(), abbreviatingWithTilde(verdict.path, services_.folders.homeFolder()),
        isThreat ? verdict.threat : services_.localizedStrings.stringForKey("SCANNED", ""),

@@ -242,8 +242,11 @@ void VerdictReceiver::awaitOutcome(Verdict& verdict) {
     verdict.destination = outcome.destination;
     records_.pop_front();
   } else {
-    // It ended over the move. Whoever believes that the file is gone believes too much.
-    verdict.whereabouts = Verdict::Whereabouts::notMoved;
+    // It ended over the move, before it or behind it.
+    struct stat status = {};
+    const bool isThere = lstat(verdict.file().c_str(), &status) == 0;
+    verdict.whereabouts = isThere ? Verdict::Whereabouts::notMoved : Verdict::Whereabouts::moved;
+    verdict.reason = isThere ? "the scanner ended before it was moved" : "";
   }
 }
 

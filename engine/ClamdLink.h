@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "engine/ClamdCtrl.h"
 #include "clamav/ProcessList.h"
+#include "engine/ClamdCtrl.h"
 #include "posix/Clock.h"
 #include "posix/Mutex.h"
 

@@ -14,9 +14,11 @@ class Workspace {
   virtual bool openFile(const std::string& path) = 0;
   // Shows the file selected in the file manager.
   virtual bool selectFile(const std::string& path) = 0;
-  // Moves the named files of a folder to the desktop's trash. False when any of them could not
-  // be moved, also because it is gone already.
-  virtual bool recycle(const std::string& sourceFolder, const std::vector<std::string>& names) = 0;
+  // Moves the named files of a folder, in bytes, to the desktop's trash. "" when all were moved,
+  // else why one could not be, also because it is gone already: words for people, in the desktop's
+  // language.
+  virtual std::string recycle(const std::string& sourceFolder,
+                              const std::vector<std::string>& names) = 0;
 };
 
 }  // namespace quillo

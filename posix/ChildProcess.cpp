@@ -65,6 +65,11 @@ class SpawnSettings {
   posix_spawnattr_t attributes;
 };
 
+UniqueFd outOfTheWay(int descriptor) {
+  constexpr int first = 5;
+  return descriptor < 0 ? UniqueFd() : UniqueFd(fcntl(descriptor, F_DUPFD_CLOEXEC, first));
+}
+
 std::vector<char*> pointers(std::vector<std::string>& strings) {
   std::vector<char*> result;
   result.reserve(strings.size() + 1);
@@ -76,6 +81,17 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
 }
 
 }  // namespace
+
+std::vector<std::string> environmentWith(const std::string& name, const std::string& value) {
+  std::vector<std::string> variables;
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    if (std::strncmp(*variable, (name + "=").c_str(), name.size() + 1) != 0) {
+      variables.emplace_back(*variable);
+    }
+  }
+  variables.push_back(name + "=" + value);
+  return variables;
+}
 
 ChildProcess::ChildProcess(const LaunchRequest& request) {
   UniqueFd writer;
@@ -98,11 +114,22 @@ void ChildProcess::spawn(const LaunchRequest& request, int writer) {
   } else if (request.output == LaunchRequest::Output::discardedStdout) {
     posix_spawn_file_actions_addopen(&settings.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   }
-  if (request.descriptorThree >= 0) {
-    posix_spawn_file_actions_adddup2(&settings.actions, request.descriptorThree, 3);
+  // Out of the way first, so that none is overwritten before it has been passed on.
+  const UniqueFd three = outOfTheWay(request.descriptorThree);
+  const UniqueFd four = outOfTheWay(request.descriptorFour);
+  int next = 3;
+  for (const UniqueFd* passedOn : {&three, &four}) {
+    const int number = passedOn == &three ? 3 : 4;
+    if (*passedOn) {
+      posix_spawn_file_actions_adddup2(&settings.actions, passedOn->get(), number);
+      next = number + 1;
+    }
+  }
+  if (!three && four) {
+    posix_spawn_file_actions_addclose(&settings.actions, 3);
   }
   // All of this program's are closed by exec; this is for those that it inherited itself.
-  posix_spawn_file_actions_addclosefrom_np(&settings.actions, request.descriptorThree >= 0 ? 4 : 3);
+  posix_spawn_file_actions_addclosefrom_np(&settings.actions, next);
 
   std::vector<std::string> words;
   words.push_back(request.launchPath);

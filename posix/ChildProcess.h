@@ -27,9 +27,13 @@ struct LaunchRequest {
   Output output = Output::joinedPipe;
   // Absent: this process's environment.
   std::optional<std::vector<std::string>> environment = std::nullopt;
-  // A descriptor that the child sees as number 3; -1 for none. Nothing else is passed on.
+  // Descriptors that the child sees as numbers 3 and 4; -1 for none. Nothing else is passed on.
   int descriptorThree = -1;
+  int descriptorFour = -1;
 };
+
+// This process's environment with one variable more, or in place of one of that name.
+std::vector<std::string> environmentWith(const std::string& name, const std::string& value);
 
 // One child process, run with posix_spawn(3): standard input is the null device, signal mask and
 // dispositions are the defaults, every other descriptor is closed. One thread owns and waits for

@@ -1,5 +1,6 @@
 #include "scanning/EngineRun.h"
 
+#include "clamav/VerdictChannel.h"
 #include "platform/SystemLog.h"
 #include "posix/Clock.h"
 #include "posix/PlatformException.h"
@@ -76,27 +77,44 @@ void EngineRun::takeArguments(const std::vector<std::string>& more) {
   scanArguments_.erase(scanArguments_.begin());
 }
 
-void EngineRun::launch(int descriptorThree) {
-  tellOfStart();
+LaunchRequest EngineRun::requestWith(VerdictReceiver* verdicts) const {
   LaunchRequest request{scanCommandPath_, scanArguments_};
+  if (verdicts) {
+    request.descriptorFour = verdicts->scannersEnd();
+    request.environment = environmentWith(verdictChannelVariable, "4");
+  }
+  return request;
+}
+
+void EngineRun::launch(int descriptorThree, VerdictReceiver* verdicts) {
+  tellOfStart();
+  LaunchRequest request = requestWith(verdicts);
   request.descriptorThree = descriptorThree;
   scanCheckTask_.emplace(request);
+  if (verdicts) {
+    verdicts->letGo();
+  }
   outputPipe_ = taskOutput_ = std::to_string(scanCheckTask_->processIdentifier());
 }
 
-void EngineRun::launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput) {
+void EngineRun::launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput,
+                       VerdictReceiver* verdicts) {
   tellOfStart();
-  LaunchRequest request{scanCommandPath_, scanArguments_};
   if (outputPipe) {
     outputPipe_ = "pipe";
   }
   if (!outputPipe || !taskOutput) {
+    // Nobody reads the report, so nobody could say that a line has come.
+    LaunchRequest request{scanCommandPath_, scanArguments_};
     request.output = LaunchRequest::Output::inherited;
     scanCheckTask_.emplace(request);
     return;
   }
   outputPipe_ = taskOutput_ = std::to_string(taskOutput->descriptor());
-  scanCheckTask_.emplace(request, std::move(*taskOutput), outputPipe->takeWriter());
+  scanCheckTask_.emplace(requestWith(verdicts), std::move(*taskOutput), outputPipe->takeWriter());
+  if (verdicts) {
+    verdicts->letGo();
+  }
 }
 
 void EngineRun::tellOfStart() {

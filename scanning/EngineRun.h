@@ -15,6 +15,7 @@ class Clock;
 class PlatformException;
 class ScannerOwner;
 class SystemLog;
+class VerdictReceiver;
 struct ScannerServices;
 
 // One run of the engine's command-line scanner over some paths, as every scanner performs it. Used
@@ -32,11 +33,13 @@ class EngineRun {
 
   // Puts what the scanner adds behind the parameters; the first of all is the program.
   void takeArguments(const std::vector<std::string>& more);
-  // Starts the engine with a pipe of its own, `descriptorThree` as its descriptor 3.
-  void launch(int descriptorThree);
+  // Starts the engine with a pipe of its own, `descriptorThree` as its descriptor 3, and the
+  // scanner's end of the channel where there is one.
+  void launch(int descriptorThree, VerdictReceiver* verdicts);
   // Starts it with a pipe that the scanner made. Without a reading end it has this process's own
   // output: unread, a full pipe would stop it.
-  void launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput);
+  void launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput,
+              VerdictReceiver* verdicts);
   // Hands the report on until the engine has ended. Calls `daemonGone` when it could not reach its
   // daemon and that does not answer, and tells in the log of an engine that is still there then.
   void waitUntilExit(const ChildProcess::ChunkHandler& handler,
@@ -53,6 +56,7 @@ class EngineRun {
 
  private:
   void tellOfStart();
+  LaunchRequest requestWith(VerdictReceiver* verdicts) const;
   void reportFailure(const PlatformException& failure);
 
   ScannerOwner& owner_;

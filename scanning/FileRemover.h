@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "clamav/Verdict.h"
 #include "platform/Dialog.h"
 
 namespace quillo {
@@ -14,16 +15,17 @@ struct ScannerServices;
 // is in its owner's list of dialogs from its creation, and lives as long as its dialog.
 class FileRemover : public std::enable_shared_from_this<FileRemover> {
  public:
-  // Makes the controller of a dialog just loaded. Any thread.
-  static void attachTo(const std::shared_ptr<ButtonDialog>& dialog, DialogListOwner& owner,
-                       const ScannerServices& services);
+  // Makes the controller of a dialog just loaded, for the infected file. Any thread.
+  static void attachTo(const std::shared_ptr<ButtonDialog>& dialog, const Verdict& infection,
+                       DialogListOwner& owner, const ScannerServices& services);
 
-  FileRemover(std::shared_ptr<ButtonDialog> dialog, DialogListOwner& owner,
+  FileRemover(std::shared_ptr<ButtonDialog> dialog, Verdict infection, DialogListOwner& owner,
               const ScannerServices& services);
 
   // What both buttons do: the delete button moves the file to the trash; the other one leaves it,
   // and shows it in the file manager when Option is held. With Command held, every other open
-  // warning is dismissed as well. Main thread.
+  // warning is dismissed as well. Closes the dialog; a file that could not be moved gets a new one
+  // that says so. Main thread.
   void moveToTrash(ButtonDialog::Button sender);
   // Closes the dialog and leaves the file and the owner's list alone. Main thread.
   void ignoreWarning();
@@ -31,10 +33,11 @@ class FileRemover : public std::enable_shared_from_this<FileRemover> {
   static int getLastColon(const std::string& text);
 
  private:
-  // The message up to its last colon; empty when it names no file.
-  std::string infectedPath() const;
+  std::string moveFileToTrash();
+  void showFailure(const std::string& problem);
 
   const std::shared_ptr<ButtonDialog> theDialog;
+  const Verdict infection_;
   DialogListOwner& owner_;
   const ScannerServices& services_;
 };

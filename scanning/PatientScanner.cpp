@@ -128,7 +128,7 @@ void PatientScanner::runEngine(EngineRun& run) {
     services_.systemLog.log(problem);
   }
   run.takeArguments({"--file-list=" + list.argumentPath()});
-  run.launch(list.descriptor());
+  run.launch(list.descriptor(), report_.verdicts());
   const auto handler = [this, &run](std::string_view chunk) {
     run.readData(chunk);
     return taskDataAvailable(chunk);

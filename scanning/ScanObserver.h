@@ -1,15 +1,10 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
+
+#include "clamav/Verdict.h"
 
 namespace quillo {
-
-// What the engine says of one file.
-struct Verdict {
-  std::string path;
-  std::string threat;  // empty for a clean file
-};
 
 // Is told what the scanners work on and what comes out. Called from their threads; must be quick
 // and must not call back.
@@ -19,6 +14,7 @@ class ScanObserver {
   // A run of the engine over so many files begins; its end is told whatever comes of it.
   virtual void runBegan(std::size_t files) = 0;
   virtual void runEnded(std::size_t files) = 0;
+  // Of every line that is about a file; whatever is done for an infected one is done already.
   virtual void verdictGiven(const Verdict& verdict) = 0;
 };
 

@@ -1,21 +1,13 @@
 #pragma once
 
-#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "clamav/VerdictChannel.h"
+#include "scanning/Consequences.h"
+
 namespace quillo {
-
-class ButtonDialog;
-class ScannerOwner;
-struct ScannerServices;
-
-// What the engine did with an infected file, and what the user wants to see of it.
-struct InfectionPolicy {
-  std::string quarantineOrTrash;   // "Q" (moved to the quarantine), "T" (to the Trash), "" (left)
-  std::string quarantineLocation;  // the quarantine folder
-  bool suppressInfoDialogs = false;
-};
 
 // Where one scanner's reading of the report differs from another's.
 struct ReportRules {
@@ -33,36 +25,40 @@ class ScanReport {
  public:
   ScanReport(ScannerOwner& owner, const ScannerServices& services, ReportRules rules = {});
 
-  // To be called before each run.
+  // To be called before each run: with a channel of its own, on which the run's scanner may say
+  // what its report cannot.
   void startRun(const InfectionPolicy& policy);
+  // To be handed to the scanner; null when there can be none.
+  VerdictReceiver* verdicts() { return verdicts_ ? &*verdicts_ : nullptr; }
   // One chunk of the report. One that is not UTF-8 is dropped whole. Scan log lines go to standard
   // output, each written at once.
   void dealWithOutput(std::string_view chunk);
-  // Tells that the engine cannot be reached: a dialog whose button quits, under that title, and a
-  // notification.
-  void showEngineError(const std::string& quitMenuName);
+  // As Consequences has it.
+  void showEngineError(const std::string& quitMenuName) {
+    consequences_.showEngineError(quitMenuName);
+  }
   // Index of the last ":" or -1.
   static int getLastColon(std::string_view text);
-  // Takes the dialog off the screen and opens the quarantine folder. Main thread.
-  void openQuarantineFolder(ButtonDialog& dialog, const std::string& folder);
+  // As Consequences has it. Main thread.
+  void openQuarantineFolder(ButtonDialog& dialog, const std::string& folder) {
+    consequences_.openQuarantineFolder(dialog, folder);
+  }
 
  private:
   void dealWithLine(const std::string& line, const std::string& timestamp);
+  Verdict understood(const std::string& line);
   bool isInfection(std::string_view line) const;
-  void tellVerdict(std::string_view line);
-  void dealWithInfection(const std::string& line);
   void recoverUnreachableClamd();
-  void showQuarantined(const std::string& line);
-  void showWarning(const std::string& line);
   void logLine(const std::string& line, const std::string& timestamp);
   std::string timestampNow();
 
+  // Constant after construction.
   ScannerOwner& owner_;
   const ScannerServices& services_;
   const ReportRules rules_;
   // Used by the scanner's thread alone.
-  InfectionPolicy policy_;
-  std::shared_ptr<ButtonDialog> theDialog;
+  Consequences consequences_;
+  std::optional<VerdictReceiver> verdicts_;
   bool recovered_ = false;
 };
 

@@ -23,7 +23,7 @@ void Scanner::runEngine(EngineRun& run, const std::vector<std::string>& thePaths
   run.takeArguments(thePaths);
   std::optional<Pipe> outputPipe = makeOutputPipe();
   std::optional<PipeReader> taskOutput = takeReadingEnd(outputPipe);
-  run.launch(std::move(outputPipe), std::move(taskOutput));
+  run.launch(std::move(outputPipe), std::move(taskOutput), report_.verdicts());
   run.waitUntilExit(
       [this](std::string_view chunk) { return taskDataAvailable(chunk); },
       [this] {

@@ -40,11 +40,14 @@ bool openWithXdgOpen(const std::string& uri) {
   return g_spawn_async(nullptr, words, nullptr, flags, nullptr, nullptr, nullptr, nullptr) != FALSE;
 }
 
-bool moveToTrash(const std::string& path) {
+std::string moveToTrash(const std::string& path) {
   GError* failure = nullptr;
   const bool isMoved = g_file_trash(fileAt(path).get(), nullptr, &failure) != FALSE;
-  const GioPointer<GError> ignored(failure);
-  return isMoved;
+  const GioPointer<GError> problem(failure);
+  if (isMoved) {
+    return "";
+  }
+  return problem && problem->message && *problem->message ? problem->message : path;
 }
 
 }  // namespace
@@ -84,15 +87,17 @@ bool DesktopWorkspace::selectFile(const std::string& path) {
   return true;
 }
 
-bool DesktopWorkspace::recycle(const std::string& sourceFolder,
-                               const std::vector<std::string>& names) {
-  bool allMoved = true;
+std::string DesktopWorkspace::recycle(const std::string& sourceFolder,
+                                      const std::vector<std::string>& names) {
+  std::string problem;
   for (const std::string& name : names) {
     const bool isName =
         !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
-    allMoved = isName && moveToTrash(sourceFolder + "/" + name) && allMoved;
+    const std::string failure =
+        isName ? moveToTrash(sourceFolder + "/" + name) : std::string(g_strerror(EINVAL));
+    problem = problem.empty() ? failure : problem;
   }
-  return allMoved;
+  return problem;
 }
 
 }  // namespace quillo

@@ -16,7 +16,8 @@ class DesktopWorkspace final : public QObject, public Workspace {
   bool openFile(const std::string& path) override;
   // Opens the file's folder where no file manager can select it.
   bool selectFile(const std::string& path) override;
-  bool recycle(const std::string& sourceFolder, const std::vector<std::string>& names) override;
+  std::string recycle(const std::string& sourceFolder,
+                      const std::vector<std::string>& names) override;
 
  private:
   QDBusConnection bus_;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/linux/Wording.h"
+#include "platform/Wording.h"
 
 namespace quillo {
 

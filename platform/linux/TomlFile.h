@@ -3,7 +3,7 @@
 #include <string>
 
 #include "platform/PreferenceStore.h"
-#include "platform/linux/Wording.h"
+#include "platform/Wording.h"
 
 namespace quillo {
 

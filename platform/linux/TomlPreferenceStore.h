@@ -3,8 +3,8 @@
 #include <functional>
 
 #include "platform/PreferenceStore.h"
+#include "platform/Wording.h"
 #include "platform/linux/Environment.h"
-#include "platform/linux/Wording.h"
 #include "posix/Mutex.h"
 
 namespace quillo {

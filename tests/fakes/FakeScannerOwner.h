@@ -128,7 +128,16 @@ class FakeScanObserver final : public ScanObserver {
   void runBegan(std::size_t files) override { add("began " + std::to_string(files)); }
   void runEnded(std::size_t files) override { add("ended " + std::to_string(files)); }
   void verdictGiven(const Verdict& verdict) override {
-    add(verdict.path + " = " + (verdict.threat.empty() ? "clean" : verdict.threat));
+    switch (verdict.kind) {
+      case Verdict::Kind::clean:
+        return add(verdict.path + " = clean");
+      case Verdict::Kind::infected:
+        return add(verdict.path + " = " + verdict.threat);
+      case Verdict::Kind::notScanned:
+        return add(verdict.path + " = not scanned: " + verdict.reason);
+      default:
+        return add(verdict.path + " = another line");
+    }
   }
   std::vector<std::string> told() {
     std::lock_guard hold(mutex_);

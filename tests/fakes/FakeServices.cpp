@@ -156,10 +156,10 @@ bool FakeWorkspace::selectFile(const std::string& path) {
   return answer;
 }
 
-bool FakeWorkspace::recycle(const std::string& sourceFolder,
-                            const std::vector<std::string>& names) {
+std::string FakeWorkspace::recycle(const std::string& sourceFolder,
+                                   const std::vector<std::string>& names) {
   recycled.emplace_back(sourceFolder, names);
-  return answer;
+  return answer ? "" : "no such file";
 }
 
 }  // namespace quillo

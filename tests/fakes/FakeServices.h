@@ -172,7 +172,8 @@ class FakeWorkspace final : public Workspace {
  public:
   bool openFile(const std::string& path) override;
   bool selectFile(const std::string& path) override;
-  bool recycle(const std::string& sourceFolder, const std::vector<std::string>& names) override;
+  std::string recycle(const std::string& sourceFolder,
+                      const std::vector<std::string>& names) override;
   bool answer = true;
   std::vector<std::string> opened;
   std::vector<std::string> selected;

@@ -21,8 +21,10 @@ TEST_F(PatientScannerRun, LogsTheReportAndLeavesNothingBehind) {
 
 TEST_F(PatientScannerRun, TellsTheRunAndEachVerdictAsItComes) {
   scan({"a", "infected-b", "error-c"});
-  EXPECT_EQ(bench.scans.told(), (Lines{"began 3", path("a") + " = clean",
-                                       path("infected-b") + " = Eicar-Test-Signature", "ended 3"}));
+  EXPECT_EQ(
+      bench.scans.told(),
+      (Lines{"began 3", path("a") + " = clean", path("infected-b") + " = Eicar-Test-Signature",
+             path("error-c") + " = not scanned: it cannot be reached or is no file", "ended 3"}));
 }
 
 TEST_F(PatientScannerRun, PassesItsParametersOnAndTheListLast) {

@@ -15,12 +15,12 @@
 #include <sstream>
 #include <system_error>
 
-#include "posix/ChildProcess.h"
-#include "posix/UniqueFd.h"
 #include "clamav/Accounts.h"
 #include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
 #include "clamav/Definitions.h"
+#include "posix/ChildProcess.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo {
 namespace {

@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <future>
 
-#include "tests/root/TreeOnMachine.h"
 #include "clamav/Accounts.h"
+#include "tests/root/TreeOnMachine.h"
 
 namespace quillo {
 namespace {

@@ -28,13 +28,14 @@ class ListOwner final : public DialogListOwner {
 
 class DialogListTest : public testing::Test {
  protected:
+  const Verdict infection = Verdict::parse("/a: X FOUND");
   struct Warning {
     std::shared_ptr<FakeDialog> window = std::make_shared<FakeDialog>();
     std::shared_ptr<FileRemover> remover;
   };
   Warning warning() {
     Warning made;
-    made.remover = std::make_shared<FileRemover>(made.window, owner, services);
+    made.remover = std::make_shared<FileRemover>(made.window, infection, owner, services);
     return made;
   }
 
@@ -93,7 +94,7 @@ TEST_F(DialogListTest, HasNothingToDismissWhenItIsEmpty) {
 
 TEST_F(DialogListTest, MayHoldTheLastReferenceToADialog) {
   auto window = std::make_shared<FakeDialog>();
-  FileRemover::attachTo(window, owner, services);
+  FileRemover::attachTo(window, infection, owner, services);
   EXPECT_EQ(list.count(), 1U);
   list.removeAllFromDialogList();
   EXPECT_TRUE(window->isClosed());
@@ -103,7 +104,7 @@ TEST_F(DialogListTest, MayHoldTheLastReferenceToADialog) {
 TEST_F(DialogListTest, IsEmptiedByTheDialogThatTheUserAnswersWithCommandHeld) {
   auto window = std::make_shared<FakeDialog>();
   const Warning other = warning();
-  FileRemover::attachTo(window, owner, services);
+  FileRemover::attachTo(window, infection, owner, services);
   list.addToDialogList(other.remover);
   desktop.modifierKeys.held = ModifierKeys::commandKey;
   window->press(ButtonDialog::Button::otherButton);

@@ -42,14 +42,14 @@ TEST_F(FaceTest, ListsTheFoldersAsTheUserWritesThem) {
 }
 
 TEST_F(FaceTest, PutsNoVerdictsTogetherWhileNobodySeesThem) {
-  face.verdictGiven({"/srv/a", ""});
+  face.verdictGiven(Verdict::parse("/srv/a: OK"));
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 
 TEST_F(FaceTest, TellsTimeFileAndThreatOrThatItWasScanned) {
   face.showVerdicts();
-  face.verdictGiven({"/home/anna/a.txt", ""});
-  face.verdictGiven({"/srv/b.zip", "Win.Test.A"});
+  face.verdictGiven(Verdict::parse("/home/anna/a.txt: OK"));
+  face.verdictGiven(Verdict::parse("/srv/b.zip: Win.Test.A FOUND"));
   EXPECT_EQ(desktop.dockTile.verdicts(),
             (std::vector<DockVerdict>{{"03:04:05", "~/a.txt", "<SCANNED>", false},
                                       {"03:04:05", "/srv/b.zip", "Win.Test.A", true}}));
@@ -58,7 +58,7 @@ TEST_F(FaceTest, TellsTimeFileAndThreatOrThatItWasScanned) {
 TEST_F(FaceTest, KnowsFromAVerdictThatThereIsAnEngine) {
   face.setEngineMissing(true);
   EXPECT_TRUE(face.status().engineMissing);
-  face.verdictGiven({"/srv/a", ""});
+  face.verdictGiven(Verdict::parse("/srv/a: OK"));
   EXPECT_FALSE(face.status().engineMissing);
 }
 

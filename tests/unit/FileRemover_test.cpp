@@ -45,8 +45,42 @@ TEST_F(FileRemoverDialog, BeepsAndClosesWhenTheFileIsGone) {
   dialog->press(Button::deleteButton);
   EXPECT_EQ(desktop.application.beeps, 1);
   EXPECT_TRUE(dialog->isClosed());
-  EXPECT_TRUE(owner.dialogs().empty());
+  EXPECT_EQ(owner.timesTold("remove dialog"), 1);
   EXPECT_EQ(desktop.systemLog.lines(), Calls());
+}
+
+TEST_F(FileRemoverDialog, SaysInAWindowWhyTheFileWasNotMoved) {
+  desktop.localizedStrings.texts["NOT_TRASHED"] = "Not moved: %@";
+  desktop.workspace.answer = false;
+  const auto dialog = warn(infection);
+  dialog->press(Button::deleteButton);
+  const auto failed = warningDialogs().back();
+  ASSERT_NE(failed, dialog);
+  EXPECT_EQ(failed->failure(), "Not moved: no such file");
+  EXPECT_EQ(failed->message(), infection);
+  EXPECT_TRUE(failed->cameToFront());
+  EXPECT_EQ(owner.dialogs().size(), 1U);
+  desktop.workspace.answer = true;
+  failed->press(Button::deleteButton);
+  EXPECT_EQ(desktop.workspace.recycled.size(), 2U);
+  EXPECT_TRUE(owner.dialogs().empty());
+}
+
+TEST_F(FileRemoverDialog, SaysNothingWhereTheFileWasMoved) {
+  warn(infection)->press(Button::deleteButton);
+  EXPECT_EQ(warningDialogs().size(), 1U);
+}
+
+TEST_F(FileRemoverDialog, ActsOnTheFileWhateverItsWindowSays) {
+  const auto dialog = warn(infection);
+  dialog->setMessage("/somebody/elses: file FOUND");
+  dialog->press(Button::deleteButton);
+  EXPECT_EQ(desktop.workspace.recycled, (Recycled{{"/Users/a", {"b.zip"}}}));
+}
+
+TEST_F(FileRemoverDialog, CallsALikenessSuspicious) {
+  EXPECT_TRUE(warn("/a: Heuristics.Phishing.Email FOUND")->isSuspicious());
+  EXPECT_FALSE(warn(infection)->isSuspicious());
 }
 
 TEST_F(FileRemoverDialog, IgnoringLeavesTheFileAlone) {

@@ -61,6 +61,41 @@ TEST_F(ScanReportInfections, TheQuarantineDialogsOtherButtonOnlyClosesIt) {
   EXPECT_FALSE(owner.wasTold("open /home/anna/Quarantine"));
 }
 
+TEST_F(ScanReportInfections, EveryQuarantineDialogsButtonWorksNotOnlyTheLastOnes) {
+  startRun("Q");
+  loggedFor("/a: X FOUND\n/b: Y FOUND\n");
+  startRun("Q");
+  loggedFor("/c: Z FOUND\n");
+  ASSERT_EQ(quarantinedDialogs().size(), 3U);
+  quarantinedDialogs()[0]->press(Button::deleteButton);
+  quarantinedDialogs()[1]->press(Button::otherButton);
+  EXPECT_EQ(owner.timesTold("open /home/anna/Quarantine"), 1);
+  EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
+  EXPECT_TRUE(quarantinedDialogs()[1]->isClosed());
+  EXPECT_FALSE(quarantinedDialogs()[2]->isClosed());
+}
+
+TEST_F(ScanReportInfections, EveryEngineErrorsButtonWorks) {
+  report.showEngineError("Quit");
+  report.showEngineError("Quit");
+  quarantinedDialogs().at(0)->press(Button::otherButton);
+  EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
+  quarantinedDialogs().at(1)->press(Button::deleteButton);
+  EXPECT_TRUE(owner.wasTold("quit"));
+}
+
+TEST_F(ScanReportInfections, TheQuarantineDialogNamesTheFileApartFromItsMessage) {
+  startRun("Q");
+  loggedFor(infection + "\n");
+  EXPECT_EQ(quarantinedDialogs().at(0)->subject(), "b.zip");
+  EXPECT_EQ(quarantinedDialogs().at(0)->message(), "");
+}
+
+TEST_F(ScanReportInfections, TheEngineErrorIsOfAKindOfItsOwn) {
+  report.showEngineError("Quit");
+  EXPECT_EQ(quarantinedDialogs().at(0)->kind(), ButtonDialog::Kind::engineError);
+}
+
 TEST_F(ScanReportInfections, TheQuarantineDialogIsOffTheScreenBeforeTheFolderOpens) {
   FakeDialog dialog;
   Calls before;

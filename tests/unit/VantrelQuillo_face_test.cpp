@@ -43,7 +43,7 @@ TEST_F(AgentFace, SaysAtTheFirstVerdictThatTheEngineIsBack) {
   agent().face().setEngineMissing(true);
   agent().mainMenu().tellStatus();
   ASSERT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
-  agent().face().verdictGiven({"/a", ""});
+  agent().face().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
@@ -97,14 +97,14 @@ TEST_F(AgentFace, DoesNotWaitForeverWhenAStartFails) {
 
 TEST_F(AgentFace, ListsVerdictsOnlyWhereThereIsADockTile) {
   launch();
-  agent().face().verdictGiven({"/a", ""});
+  agent().face().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 
 TEST_F(AgentFace, ListsVerdictsInTheDockTile) {
   desktop.preferenceStore.set("ShowDockIcon", "both");
   launch();
-  agent().face().verdictGiven({"/a", ""});
+  agent().face().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_EQ(desktop.dockTile.verdicts().size(), 1U);
 }
 
@@ -112,7 +112,7 @@ TEST_F(AgentFace, ListsNoVerdictsInADockTileThatCannotBeShown) {
   desktop.preferenceStore.set("ShowDockIcon", "both");
   desktop.application.transformResult = -606;
   launch();
-  agent().face().verdictGiven({"/a", ""});
+  agent().face().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 

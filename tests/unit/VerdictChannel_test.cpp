@@ -79,10 +79,18 @@ TEST_F(VerdictChannelTest, LetsAFileMoveOnlyOnceItsLineHasBeenTaken) {
   EXPECT_EQ(known.destination, "/q/a");
 }
 
-TEST_F(VerdictChannelTest, TakesAFileForLeftWhenTheScannerEndsOverItsMove) {
-  sender.announceMove(infected("/u/a: Eicar FOUND"));
-  endSender();
-  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").whereabouts, Whereabouts::notMoved);
+TEST_F(VerdictChannelTest, LooksForTheFileWhenTheScannerEndsOverItsMove) {
+  for (const bool isThere : {true, false}) {
+    Verdict verdict = infected("/u/a: Eicar FOUND");
+    verdict.target = isThere ? "/proc/self/exe" : "/proc/self/nothing";
+    sender.announceMove(verdict);
+    endSender();
+    EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").whereabouts,
+              isThere ? Whereabouts::notMoved : Whereabouts::moved);
+    receiver = *VerdictReceiver::make();
+    sender = VerdictSender(UniqueFd(dup(receiver.scannersEnd())));
+    receiver.letGo();
+  }
 }
 
 TEST_F(VerdictChannelTest, KeepsTheFileWhenTheReaderIsGone) {

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "tools/clamdscan/ClientLine.h"
 #include "clamav/ScanLimits.h"
+#include "tools/clamdscan/ClientLine.h"
 #include "tools/clamdscan/Entry.h"
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Report.h"

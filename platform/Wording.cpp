@@ -1,4 +1,4 @@
-#include "platform/linux/Wording.h"
+#include "platform/Wording.h"
 
 namespace quillo {
 

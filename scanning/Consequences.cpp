@@ -1,0 +1,135 @@
+#include "scanning/Consequences.h"
+
+#include "platform/Dialog.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/SystemLog.h"
+#include "platform/Wording.h"
+#include "posix/Text.h"
+#include "scanning/FileRemover.h"
+#include "scanning/ScannerOwner.h"
+#include "scanning/ScannerServices.h"
+
+namespace quillo {
+namespace {
+
+void openFolderOf(ButtonDialog& dialog, const std::string& folder, ScannerOwner& owner,
+                  bool waitsForOpener) {
+  dialog.orderOut();
+  if (waitsForOpener) {
+    owner.openAndWait(folder);
+  } else {
+    owner.open(folder);
+  }
+  dialog.close();
+}
+
+// The line up to its last colon, which is the one before the threat's name.
+std::string_view pathAsShown(const Verdict& infection) {
+  const std::string_view line = infection.line;
+  const int colon = lastColon(line);
+  return colon < 0 ? line : line.substr(0, static_cast<std::size_t>(colon));
+}
+
+}  // namespace
+
+Consequences::Consequences(ScannerOwner& owner, const ScannerServices& services,
+                           bool waitsForOpener)
+    : owner_(owner), services_(services), waitsForOpener_(waitsForOpener) {}
+
+void Consequences::drawFrom(const Verdict& infection) {
+  const std::string& setting = policy_.quarantineOrTrash;
+  const bool wasToMove = setting == "Q" || setting == "T";
+  if (wasToMove && infection.whereabouts == Verdict::Whereabouts::notMoved) {
+    showStillThere(infection);
+  } else if (setting == "Q") {
+    showQuarantined(infection);
+  } else if (setting.empty()) {
+    showWarning(infection);
+  } else if (setting == "T") {
+    owner_.displayGrowlDialogWithTitleAndDescription(notificationRemoved,
+                                                     std::string(pathAsShown(infection)));
+  }
+}
+
+void Consequences::showQuarantined(const Verdict& infection) {
+  if (!policy_.suppressInfoDialogs) {
+    if (auto dialog = services_.interfaceLoader.load("QuarantinedDialog")) {
+      theDialog = dialog;
+      dialog->setSubject(std::string(lastPathComponent(infection.path)));
+      // The dialog lets go of its action, and so of itself, when it closes.
+      dialog->setAction([&owner = owner_, waits = waitsForOpener_, dialog,
+                         folder = policy_.quarantineLocation](ButtonDialog::Button button) {
+        const auto alive = dialog;
+        if (button == ButtonDialog::Button::deleteButton) {
+          openFolderOf(*alive, folder, owner, waits);
+        } else {
+          alive->close();
+        }
+      });
+    } else {
+      services_.systemLog.log("Error loading Nib for document!");
+    }
+    if (theDialog) {
+      theDialog->orderFrontRegardless();
+    }
+  }
+  owner_.displayGrowlDialogWithTitleAndDescription(notificationQuarantined, infection.line);
+}
+
+bool Consequences::warn(const Verdict& infection) {
+  auto dialog = services_.interfaceLoader.load("WarningDialog");
+  if (!dialog) {
+    services_.systemLog.log("Error loading Nib for document!");
+    return false;
+  }
+  theDialog = dialog;
+  FileRemover::attachTo(dialog, infection, owner_, services_);
+  dialog->setMessage(infection.line);
+  dialog->orderFrontRegardless();
+  return true;
+}
+
+void Consequences::showWarning(const Verdict& infection) {
+  if (warn(infection)) {
+    owner_.displayGrowlDialogWithTitleAndDescription(notificationFound, infection.line);
+  }
+}
+
+// Told by notification also where no dialog can be shown: the user was promised that such files go
+// away, and this one did not.
+void Consequences::showStillThere(const Verdict& infection) {
+  warn(infection);
+  const Wording text = {"NOT_MOVED", {std::string(pathAsShown(infection)), infection.reason}};
+  owner_.displayGrowlDialogWithTitleAndDescription(notificationError,
+                                                   text.in(services_.localizedStrings));
+}
+
+void Consequences::showEngineError(const std::string& quitMenuName) {
+  services_.systemLog.log("can't connect to clamd");
+  auto dialog = services_.interfaceLoader.load("QuarantinedDialog");
+  if (!dialog) {
+    services_.systemLog.log("Error loading nib for warning dialog!");
+    return;
+  }
+  theDialog = dialog;
+  dialog->setKind(ButtonDialog::Kind::engineError);
+  const std::string text = services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", "");
+  dialog->setMessage(text);
+  dialog->setDeleteButtonTitle(quitMenuName);
+  dialog->setAction([dialog, &owner = owner_](ButtonDialog::Button button) {
+    const auto alive = dialog;
+    if (button == ButtonDialog::Button::deleteButton) {
+      owner.quit();
+    } else {
+      alive->close();
+    }
+  });
+  dialog->orderFrontRegardless();
+  owner_.displayGrowlDialogWithTitleAndDescription(notificationError, text);
+}
+
+void Consequences::openQuarantineFolder(ButtonDialog& dialog, const std::string& folder) {
+  openFolderOf(dialog, folder, owner_, waitsForOpener_);
+}
+
+}  // namespace quillo
