@@ -43,14 +43,19 @@ EventLoop::EventLoop(const Groups& groups, const Parent& parent, OwnLog log, int
       log_(std::move(log)),
       fileSystems_(getuid()),
       resolver_(fileSystems_),
-      lines_(STDOUT_FILENO, parent_.end.get()),
-      reporter_(lines_, log_),
+      lines_(STDOUT_FILENO, parent_.end.get(), sight_),
+      reporter_(lines_, sight_, log_),
       buffer_(bufferSize) {}
 
-bool EventLoop::isOver(short parent, short output, short marker) const {
+bool EventLoop::isOver(short parent, short output) const {
   if (output != 0) throw ReaderGone();
-  if (marker != 0) throw std::runtime_error("the marking process has ended");
   return parent != 0;
+}
+
+void EventLoop::tellAll() {
+  readNamed();
+  readPlain();
+  lines_.flush();
 }
 
 void EventLoop::run() {
@@ -64,13 +69,16 @@ void EventLoop::run() {
       if (errno == EINTR) continue;
       throw systemFailure("waiting for events");
     }
-    if (isOver(waiting[3].revents, waiting[4].revents, waiting[5].revents)) return;
+    if (isOver(waiting[3].revents, waiting[4].revents)) return;
     if (waiting[2].revents != 0) resolver_.forget();
+    if (waiting[5].revents != 0) {
+      // What was marked so far is told before the program is started anew.
+      tellAll();
+      throw std::runtime_error("the marking process has ended");
+    }
     if (waiting[0].revents == 0 && waiting[1].revents == 0) continue;
     letEventsMerge();
-    readNamed();
-    readPlain();
-    lines_.flush();
+    tellAll();
   }
 }
 

@@ -10,6 +10,7 @@
 #include "helper/Parent.h"
 #include "helper/Reporter.h"
 #include "helper/Resolver.h"
+#include "helper/Sight.h"
 
 namespace quillo::helper {
 
@@ -24,7 +25,8 @@ class EventLoop {
   void run();
 
  private:
-  bool isOver(short parent, short output, short marker) const;
+  bool isOver(short parent, short output) const;
+  void tellAll();
   bool isOwn(pid_t process) const;
   void readNamed();
   void readPlain();
@@ -39,6 +41,7 @@ class EventLoop {
   OwnLog log_;
   FileSystems fileSystems_;
   Resolver resolver_;
+  Sight sight_;
   LineWriter lines_;
   Reporter reporter_;
   std::vector<char> buffer_;

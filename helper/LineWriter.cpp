@@ -3,17 +3,21 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <array>
+#include <climits>
+
 #include "helper/Failure.h"
+#include "helper/Spelling.h"
 
 namespace quillo::helper {
 
 bool LineWriter::add(std::string_view folder, std::string_view name) {
-  const size_t length = folder.size() + name.size() + 1;
-  if (length > buffer_.size()) return false;
-  if (length > buffer_.size() - used_) flush();
-  used_ += folder.copy(&buffer_[used_], folder.size());
-  if (!name.empty()) used_ += name.copy(&buffer_[used_], name.size());
-  buffer_[used_++] = '\n';
+  const size_t length = spelledLength(folder, name) + 1;
+  if (length > PIPE_BUF) return false;
+  if (length > PIPE_BUF - length_) flush();
+  paths_.push_back({folder.size(), name.size()});
+  collected_.append(folder).append(name);
+  length_ += length;
   return true;
 }
 
@@ -26,20 +30,42 @@ void LineWriter::waitForRoom() const {
   if (waiting[1].revents != 0) throw ReaderGone();
 }
 
+void LineWriter::spellWhatIsSeen() {
+  lines_.clear();
+  std::string_view rest = collected_;
+  for (const Path& path : paths_) {
+    const std::string_view folder = rest.substr(0, path.folder);
+    const std::string_view name = rest.substr(path.folder, path.name);
+    rest.remove_prefix(path.folder + path.name);
+    if (!witness_.sees(folder, name)) continue;
+    appendSpelled(lines_, folder, name);
+    lines_ += '\n';
+  }
+  // Nothing stays open, and so busy, any longer.
+  witness_.forget();
+}
+
+// The number of bytes that were taken, maybe 0.
+size_t LineWriter::writeSome(size_t from) {
+  const ssize_t wrote = write(fd_, &lines_[from], lines_.size() - from);
+  if (wrote >= 0) return static_cast<size_t>(wrote);
+  if (errno == EPIPE) throw ReaderGone();
+  if (errno != EINTR && errno != EAGAIN) throw systemFailure("writing to standard output");
+  return 0;
+}
+
 void LineWriter::flush() {
   size_t done = 0;
-  while (done < used_) {
+  while (!paths_.empty()) {
     waitForRoom();
-    const ssize_t wrote = write(fd_, &buffer_[done], used_ - done);
-    if (wrote >= 0) {
-      done += static_cast<size_t>(wrote);
-    } else if (errno == EPIPE) {
-      throw ReaderGone();
-    } else if (errno != EINTR && errno != EAGAIN) {
-      throw systemFailure("writing to standard output");
-    }
+    // Once a line was begun it is to be ended.
+    if (done == 0) spellWhatIsSeen();
+    if (!lines_.empty()) done += writeSome(done);
+    if (done < lines_.size()) continue;
+    paths_.clear();
+    collected_.clear();
+    length_ = 0;
   }
-  used_ = 0;
 }
 
 }  // namespace quillo::helper

@@ -1,32 +1,47 @@
 #pragma once
 
-#include <array>
-#include <climits>
+#include <cstddef>
+#include <string>
 #include <string_view>
+#include <vector>
+
+#include "helper/Sight.h"
 
 namespace quillo::helper {
 
-// Collects whole lines and writes them to a descriptor, as many at once as fit into PIPE_BUF bytes:
-// such a write to a pipe is atomic (pipe(7)), so that no line is ever torn. Not thread-safe.
+// Collects paths and writes them to a descriptor, a line each (Spelling), as many at once as fit
+// into PIPE_BUF bytes: such a write to a pipe is atomic (pipe(7)), so that no line is ever torn. A
+// path is written only if the witness sees it at the moment before: what was collected may wait for
+// long. Not thread-safe.
 class LineWriter {
  public:
   // `end` is a descriptor that becomes readable when nobody wants the lines any longer, or -1.
-  LineWriter(int fd, int end) : fd_(fd), end_(end) {}
+  LineWriter(int fd, int end, Witness& witness) : fd_(fd), end_(end), witness_(witness) {}
 
-  // Adds a line made of two parts; false, and nothing is added, if it is longer than PIPE_BUF. May
-  // write what was collected before, and then blocks as long as the pipe is full.
+  // Adds the path of `name` in `folder`; false, and nothing is added, if its line is longer than
+  // PIPE_BUF. May write what was collected before, and then blocks as long as the pipe is full.
   // Throws ReaderGone, or std::system_error.
   bool add(std::string_view folder, std::string_view name);
   // Writes what is collected. Blocks and throws as add().
   void flush();
 
  private:
-  void waitForRoom() const;
+  struct Path {
+    std::size_t folder;  // lengths of the two parts in `collected_`
+    std::size_t name;
+  };
 
-  int fd_;
-  int end_;
-  size_t used_ = 0;
-  std::array<char, PIPE_BUF> buffer_{};
+  void waitForRoom() const;
+  void spellWhatIsSeen();
+  std::size_t writeSome(std::size_t from);
+
+  const int fd_;
+  const int end_;
+  Witness& witness_;
+  std::vector<Path> paths_;
+  std::string collected_;
+  std::size_t length_ = 0;  // of all their lines
+  std::string lines_;
 };
 
 }  // namespace quillo::helper

@@ -52,7 +52,7 @@ Contents list(const std::string& path) {
 
 void Reporter::tellFile(const Folder& folder, std::string_view name) {
   for (const Place& place : folder.places) {
-    if (mayKnow(place, name) && !log_.isLog(folder, place, name)) tellPath(place.prefix, name);
+    if (!log_.isLog(folder, place, name)) tellPath(place.prefix, name);
   }
 }
 
@@ -69,24 +69,25 @@ void Reporter::walk(const std::string& top) {
     const Contents contents = list(path);
     if (mount < 0) mount = contents.mount;
     if (contents.mount < 0 || contents.mount != mount) continue;
-    Folder folder{contents.identity, {Place{path + '/', true}}};
+    Folder folder{contents.identity, {Place{path + '/'}}};
     for (const std::string& file : contents.files) tellFile(folder, file);
     for (const std::string& below : contents.folders) pending.push_back(path + '/' + below);
   }
 }
 
 void Reporter::tellPath(std::string_view prefix, std::string_view name) {
-  const bool isOneLine =
-      prefix.find('\n') == std::string_view::npos && name.find('\n') == std::string_view::npos;
-  if (!isOneLine || !lines_.add(prefix, name)) complain(prefix, name);
+  if (!lines_.add(prefix, name)) complain(prefix, name);
 }
 
 void Reporter::complain(std::string_view prefix, std::string_view name) {
+  const bool isSeen = witness_.sees(prefix, name);
+  witness_.forget();
+  // On some systems a user can read in the system log what the user's own processes say.
+  if (!isSeen) return;
   const std::string path = std::string(prefix).append(name);
   if (complained_.size() >= 4096) complained_.clear();
   if (!complained_.insert(std::hash<std::string>()(path)).second) return;
-  logWarning("a changed file is not scanned, as its path does not fit on one line: " +
-             escaped(path));
+  logWarning("a changed file is not scanned, as its path is too long to be told: " + escaped(path));
 }
 
 }  // namespace quillo::helper

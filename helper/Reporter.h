@@ -11,13 +11,14 @@
 namespace quillo::helper {
 
 // Tells the caller of files: prints their paths, unless the caller may not know them, they are the
-// agent's own log, or they cannot be said on one line (those go to the system log, once a name).
+// agent's own log, or their line is too long (those go to the system log, once a name).
 // Blocks while the reader of standard output does not read; throws ReaderGone.
 class Reporter {
  public:
-  Reporter(LineWriter& lines, const OwnLog& log) : lines_(lines), log_(log) {}
+  Reporter(LineWriter& lines, Witness& witness, const OwnLog& log)
+      : lines_(lines), witness_(witness), log_(log) {}
 
-  // The file `name` in `folder`, once for each place where the caller sees it.
+  // The file `name` in `folder`, once for each place where the caller gets to it.
   void tellFile(const Folder& folder, std::string_view name);
   // All files below the folder `name` in `folder`, which was moved there with its contents. Links
   // are not followed, nor are other file systems' mount points entered.
@@ -29,6 +30,7 @@ class Reporter {
   void walk(const std::string& top);
 
   LineWriter& lines_;
+  Witness& witness_;
   const OwnLog& log_;
   std::set<std::size_t> complained_;  // hashes of paths
 };

@@ -1,7 +1,6 @@
 #include "helper/Visibility.h"
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -11,42 +10,43 @@
 #include "helper/UniqueFd.h"
 
 namespace quillo::helper {
-namespace {
 
-bool permits(int at, const char* path, int mode, int flags) {
-  return syscall(SYS_faccessat2, at, path, mode, flags | AT_EACCESS) == 0;
+int openFolderAt(int folder, const std::string& name, int flags) {
+  return openat(folder, name.c_str(), flags | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
 }
 
-}  // namespace
-
+// Name by name, as a system call filter cannot look into what openat2(2) is given.
 int openFolder(const std::string& path, int flags) {
-  open_how how{};
-  how.flags = static_cast<unsigned>(flags | O_DIRECTORY | O_CLOEXEC);
-  how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
-  return static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof(how)));
+  size_t slash = path.find_first_not_of('/');
+  if (slash == std::string::npos) return openFolderAt(AT_FDCWD, "/", flags);
+  UniqueFd above(openFolderAt(AT_FDCWD, "/", O_PATH));
+  while (above) {
+    const size_t begin = slash;
+    slash = path.find('/', begin);
+    const size_t next = path.find_first_not_of('/', slash);
+    const std::string name = path.substr(begin, slash - begin);
+    if (next == std::string::npos) return openFolderAt(above.get(), name, flags);
+    above = UniqueFd(openFolderAt(above.get(), name, O_PATH));
+    slash = next;
+  }
+  return -1;
 }
 
 std::optional<Place> placeFor(const std::string& path, const Identity& identity) {
   const UniqueFd folder(openFolder(path, O_PATH));
   struct stat info {};
   if (!folder || fstat(folder.get(), &info) < 0 || Identity(info) != identity) return std::nullopt;
-  Place place;
-  place.listable = permits(folder.get(), "", R_OK | X_OK, AT_EMPTY_PATH);
-  if (!place.listable && !permits(folder.get(), "", X_OK, AT_EMPTY_PATH)) return std::nullopt;
-  place.prefix = path;
+  Place place{path};
   if (place.prefix.back() != '/') place.prefix += '/';
   return place;
 }
 
 bool isStillAt(const Place& place, const Identity& identity) {
-  return identify(place.prefix) == identity &&
-         permits(AT_FDCWD, place.prefix.c_str(), place.listable ? R_OK | X_OK : X_OK, 0);
+  return identify(place.prefix) == identity;
 }
 
-bool mayKnow(const Place& place, std::string_view name) {
-  if (place.listable) return true;
-  const std::string path = std::string(place.prefix).append(name);
-  return permits(AT_FDCWD, path.c_str(), R_OK, AT_SYMLINK_NOFOLLOW);
+bool isListable(int folder) {
+  return syscall(SYS_faccessat2, folder, "", R_OK | X_OK, AT_EMPTY_PATH | AT_EACCESS) == 0;
 }
 
 std::optional<Identity> identify(const std::string& path) {

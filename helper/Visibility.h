@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace quillo::helper {
 
@@ -19,22 +18,21 @@ struct Identity {
   bool operator==(const Identity&) const = default;
 };
 
-// A folder under one of the paths that the caller sees it by.
+// A folder under one of the paths that the caller gets to it by. What in it the caller may be told
+// of is decided when it is told (Sight).
 struct Place {
-  std::string prefix;     // the path, with a slash at its end
-  bool listable = false;  // the caller may read it, and so may know all names in it
+  std::string prefix;  // the path, with a slash at its end
 };
 
 // The folder `identity` at `path`, if the caller gets to it there without following a link: every
-// folder on the way, and itself, must be searchable. Asks the kernel with the caller's own rights.
+// folder on the way must be searchable. Asks the kernel with the caller's own rights.
 std::optional<Place> placeFor(const std::string& path, const Identity& identity);
 
-// Whether the caller still gets to the folder at `place`, and may list it if it was listable.
-// Cheaper than placeFor().
+// Whether the caller still gets to the folder at `place`. Cheaper than placeFor().
 bool isStillAt(const Place& place, const Identity& identity);
 
-// Whether the caller may be told of the file `name` in `place`.
-bool mayKnow(const Place& place, std::string_view name);
+// Whether the caller may read the open folder and search it, and so may know all names in it.
+bool isListable(int folder);
 
 // What lstat(2) says, asked as the caller; nothing if it fails.
 std::optional<Identity> identify(const std::string& path);
@@ -45,5 +43,7 @@ std::optional<std::string> pathOfDescriptor(int fd);
 
 // Opens a folder without following a link on its whole path; -1 and errno.
 int openFolder(const std::string& path, int flags);
+// The same for a name in an open folder.
+int openFolderAt(int folder, const std::string& name, int flags);
 
 }  // namespace quillo::helper

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "tests/root/support/HelperTest.h"
-#include "tests/root/support/SystemLog.h"
 
 namespace quillo::tests {
 namespace {
@@ -68,17 +67,6 @@ TEST_F(GfsloggerPrivacy, TakesNoRightsFromASetGroupIdBit) {
   EXPECT_FALSE(output().contains(in("roots/file")));
 }
 
-TEST_F(GfsloggerPrivacy, TellsOnlyReadableFilesOfAFolderThatCannotBeListed) {
-  makeFolder(in("drop"), 0711);
-  start();
-  const mode_t before = umask(077);
-  writeFile(in("drop/hidden"));
-  umask(before);
-  writeFile(in("drop/known"));
-  EXPECT_TRUE(output().waitFor(in("drop/known")));
-  EXPECT_FALSE(output().contains(in("drop/hidden")));
-}
-
 TEST_F(GfsloggerPrivacy, KeepsQuietAboutAFolderAsSoonAsItIsPrivate) {
   makeFolder(in("folder"), 0755);
   start();
@@ -97,23 +85,6 @@ TEST_F(GfsloggerPrivacy, DoesNotListAPrivateFolderThatIsMoved) {
   moveFile(in("private"), in("moved"));
   ASSERT_TRUE(catchUp());
   EXPECT_FALSE(output().contains(in("moved/secret")));
-}
-
-TEST_F(GfsloggerPrivacy, LogsANameWithALineBreakOnceInsteadOfPrintingIt) {
-  SystemLog log;
-  start();
-  const std::string name = "two\n/lines";
-  writeFile(in("two\nlines"));
-  ASSERT_TRUE(catchUp());
-  writeFile(in("two\nlines"));
-  ASSERT_TRUE(catchUp());
-  for (const std::string& line : output().all()) {
-    EXPECT_NE(line, in("two"));
-    EXPECT_NE(line, "lines");
-  }
-  const std::string message = log.next();
-  EXPECT_NE(message.find("two\\012lines"), std::string::npos) << message;
-  EXPECT_EQ(log.next(std::chrono::milliseconds(0)), "");
 }
 
 TEST_F(GfsloggerPrivacy, DoesNotTellWhatTheAgentItselfWrites) {

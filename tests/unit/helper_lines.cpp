@@ -2,17 +2,36 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <climits>
 #include <csignal>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "helper/Failure.h"
 #include "helper/LineWriter.h"
 #include "helper/OwnLog.h"
+#include "helper/Spelling.h"
 #include "helper/SystemLog.h"
+#include "posix/EscapedPath.h"
 
 namespace quillo::helper {
 namespace {
+
+// Sees all but one folder; notes when it was asked.
+class OneEyed final : public Witness {
+ public:
+  bool sees(std::string_view folder, std::string_view) override {
+    ++asked;
+    return folder != hidden;
+  }
+  void forget() override { ++forgot; }
+
+  std::string hidden;
+  std::atomic<int> asked = 0;
+  int forgot = 0;
+};
 
 // A packet pipe keeps what was written at once apart.
 class HelperLines : public testing::Test {
@@ -37,10 +56,11 @@ class HelperLines : public testing::Test {
 
   UniqueFd reading;
   UniqueFd writing;
+  OneEyed witness;
 };
 
 TEST_F(HelperLines, AreWrittenTogetherWhereTheyFit) {
-  LineWriter lines(writing.get(), -1);
+  LineWriter lines(writing.get(), -1, witness);
   EXPECT_TRUE(lines.add("/a/", "b"));
   EXPECT_TRUE(lines.add("/c/", "d"));
   EXPECT_TRUE(writes().empty());
@@ -51,7 +71,7 @@ TEST_F(HelperLines, AreWrittenTogetherWhereTheyFit) {
 }
 
 TEST_F(HelperLines, AreNeverTornByAWrite) {
-  LineWriter lines(writing.get(), -1);
+  LineWriter lines(writing.get(), -1, witness);
   for (int number = 0; number < 100; ++number) lines.add("/folder/", std::string(90, 'x'));
   lines.flush();
   size_t total = 0;
@@ -65,7 +85,7 @@ TEST_F(HelperLines, AreNeverTornByAWrite) {
 }
 
 TEST_F(HelperLines, MayBeAsLongAsAPathCanBe) {
-  LineWriter lines(writing.get(), -1);
+  LineWriter lines(writing.get(), -1, witness);
   EXPECT_TRUE(lines.add("/", std::string(PIPE_BUF - 2, 'x')));
   EXPECT_FALSE(lines.add("/", std::string(PIPE_BUF - 1, 'x')));
   lines.flush();
@@ -74,9 +94,44 @@ TEST_F(HelperLines, MayBeAsLongAsAPathCanBe) {
   EXPECT_EQ(packets[0].size(), static_cast<size_t>(PIPE_BUF));
 }
 
+TEST_F(HelperLines, AreLeftOutIfNotSeenAtTheMomentOfWriting) {
+  LineWriter lines(writing.get(), -1, witness);
+  for (const char* folder : {"/a/", "/b/", "/c/"}) lines.add(folder, "file");
+  EXPECT_EQ(witness.asked, 0);
+  witness.hidden = "/b/";
+  lines.flush();
+  EXPECT_EQ(writes(), std::vector<std::string>{"/a/file\n/c/file\n"});
+  EXPECT_EQ(witness.asked, 3);
+  EXPECT_EQ(witness.forgot, 1);
+}
+
+TEST_F(HelperLines, OfWhichNoneIsSeenWriteNothing) {
+  LineWriter lines(writing.get(), -1, witness);
+  witness.hidden = "/a/";
+  lines.add("/a/", "file");
+  lines.flush();
+  EXPECT_TRUE(writes().empty());
+}
+
+TEST_F(HelperLines, AreLookedAtOnlyOnceThereIsRoomForThem) {
+  const std::string filling(PIPE_BUF, 'x');
+  while (write(writing.get(), filling.data(), filling.size()) > 0) {
+  }
+  LineWriter lines(writing.get(), -1, witness);
+  lines.add("/a/", "file");
+  std::thread reader([&] {
+    // Until then nobody may have looked: the witness is asked by the other thread, behind the read.
+    EXPECT_EQ(witness.asked, 0);
+    writes();
+  });
+  lines.flush();
+  reader.join();
+  EXPECT_EQ(witness.asked, 1);
+}
+
 TEST_F(HelperLines, EndWhenNobodyReadsThem) {
   signal(SIGPIPE, SIG_IGN);
-  LineWriter lines(writing.get(), -1);
+  LineWriter lines(writing.get(), -1, witness);
   lines.add("/", "x");
   reading.reset();
   EXPECT_THROW(lines.flush(), ReaderGone);
@@ -91,9 +146,39 @@ TEST_F(HelperLines, EndWhenNobodyWantsThemThoughThePipeIsFull) {
   ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
   const UniqueFd end(ends[0]);
   UniqueFd(ends[1]).reset();
-  LineWriter lines(writing.get(), end.get());
+  LineWriter lines(writing.get(), end.get(), witness);
   lines.add("/", "x");
   EXPECT_THROW(lines.flush(), ReaderGone);
+}
+
+std::string spelled(std::string_view folder, std::string_view name) {
+  std::string line;
+  appendSpelled(line, folder, name);
+  EXPECT_EQ(line.size(), spelledLength(folder, name)) << line;
+  EXPECT_EQ(line.find('\n'), std::string::npos) << line;
+  return line;
+}
+
+TEST(HelperSpelling, LeavesAPathAsItIs) {
+  EXPECT_EQ(spelled("/a/", "b\\x0A\xff"), "/a/b\\x0A\xff");
+  EXPECT_EQ(spelled("/", "x"), "/x");
+}
+
+TEST(HelperSpelling, IsUndoneByItsReader) {
+  for (const std::string folder : {"/", "/a/", "/two\nlines/", "/back\\slash\n/", "/\xff\n\n/"}) {
+    for (const std::string name : {"x", "\n", "a\\x0Ab", "a\nb\\", "\\x5Cx0A\n", "\xfe"}) {
+      EXPECT_EQ(pathOfLine(spelled(folder, name)), folder + name);
+      EXPECT_EQ(spelled(folder, name), escapedPathLine(folder + name));
+    }
+  }
+}
+
+TEST(HelperSpelling, KeepsAFileFromLookingLikeAResourceFork) {
+  EXPECT_EQ(spelled("/a/..namedfork/", "rsrc"), "/a/..namedfork/./rsrc");
+  EXPECT_EQ(spelled("/..namedfork/", "rsrc"), "/..namedfork/./rsrc");
+  EXPECT_EQ(spelled("/a\n/..namedfork/", "rsrc"), "\\/a\\x0A/..namedfork/./rsrc");
+  EXPECT_EQ(spelled("/a/x..namedfork/", "rsrc"), "/a/x..namedfork/rsrc");
+  EXPECT_EQ(spelled("/a/..namedfork/", "rsrc2"), "/a/..namedfork/rsrc2");
 }
 
 TEST(HelperSystemLog, ShowsUnprintableBytesAsOctal) {
