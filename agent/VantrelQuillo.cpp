@@ -230,11 +230,16 @@ void VantrelQuillo::openPrefs(bool fromDialogButton) {
 }
 
 void VantrelQuillo::quit() {
-  if (preferences_.launchingClamd) {
+  const bool recovering = clamdLink_.launchNoMore() && preferences_.weLaunchedClamd;
+  if (preferences_.launchingClamd || recovering) {
     // A daemon left alone now would run on, and nobody would know that it is ours to stop.
     quitOnceLaunched();
     return;
   }
+  quitNow();
+}
+
+void VantrelQuillo::quitNow() {
   if (gfsLogger.isWatching()) {
     endWatching();
   }
@@ -248,7 +253,6 @@ void VantrelQuillo::quit() {
 }
 
 void VantrelQuillo::quitOnceLaunched() {
-  perform([this] { quit(); });
   if (std::exchange(quitWaits_, true)) {
     return;
   }
@@ -260,6 +264,13 @@ void VantrelQuillo::quitOnceLaunched() {
   } catch (const std::system_error&) {
     // No thread is to be had: the quit then comes when the daemon is there, however late.
   }
+  perform([this] {
+    if (gfsLogger.isWatching()) {
+      endWatching();
+    }
+    waitKeepingDesktopAlive([this] { clamdLink_.awaitRecovery(); });
+    quitNow();
+  });
 }
 
 bool VantrelQuillo::applicationDelegateHandlesKey(const std::string& key) {

@@ -63,8 +63,8 @@ class VantrelQuillo {
   void openPrefs(bool fromDialogButton);
   // Stops watching, stops the daemon if the last start of watching launched it, says so to the
   // other applications and ends the process with status 0, without waiting for anything that runs
-  // but a daemon that is being launched: then it returns, and the end comes when the daemon can be
-  // told, or is given up after a minute.
+  // but a daemon of its own that is being launched, for the first time or again: then it may
+  // return, and the end comes when the daemon can be told, or is given up after a minute.
   void quit();
   // Scripts may read one key, which asks for a restart.
   static bool applicationDelegateHandlesKey(const std::string& key);
@@ -129,6 +129,7 @@ class VantrelQuillo {
  private:
   void perform(std::function<void()> request);
   void quitOnceLaunched();
+  void quitNow();
   void attempt(const std::function<void()>& request);
   void connectInterface();
   void startThreads();
