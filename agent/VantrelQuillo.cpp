@@ -46,7 +46,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.systemLog,
                        services.platform.workspace,
                        &progressLog_,
-                       &face_},
+                       &face_,
+                       &runningScanners_},
       watcherServices_{services.platform.application,     services.platform.authorization,
                        services.platform.folders,         services.platform.localizedStrings,
                        services.platform.preferenceStore, services.platform.systemLog,
@@ -83,7 +84,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
   scanLog_.logAllToScanLog();
 }
 
-VantrelQuillo::~VantrelQuillo() = default;
+VantrelQuillo::~VantrelQuillo() { runningScanners_.endAllForGood(); }
 
 void VantrelQuillo::perform(std::function<void()> request) {
   requests_.perform([this, request = std::move(request)] { attempt(request); });
@@ -211,6 +212,7 @@ void VantrelQuillo::wakingUp() {
 
 void VantrelQuillo::abortScans() {
   theDispatcher_.abortScans();
+  runningScanners_.endAll();
   runShellCommand("killall -9 clamdscan");
 }
 
@@ -243,11 +245,15 @@ void VantrelQuillo::quitNow() {
   if (gfsLogger.isWatching()) {
     endWatching();
   }
+  // A scan that went on unseen could move files that no log tells of.
+  runningScanners_.endAllForGood();
   services_.platform.distributedNotificationCenter.removeObservers();
   if (preferences_.weLaunchedClamd) {
     services_.platform.systemLog.log("trying to quit clamd\n");
     clamdLink_.quitClamd();
   }
+  // Before others hear that the agent has gone, and may start it again.
+  notifications_.handOver();
   services_.platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
   services_.platform.application.exit(0);
 }

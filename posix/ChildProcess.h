@@ -29,11 +29,13 @@ struct LaunchRequest {
   std::optional<std::vector<std::string>> environment = std::nullopt;
   // A descriptor that the child sees as number 3; -1 for none. Nothing else is passed on.
   int descriptorThree = -1;
+  // Its children belong to it: endAtOnce() ends them as well.
+  bool withItsChildren = false;
 };
 
 // One child process, run with posix_spawn(3): standard input is the null device, signal mask and
 // dispositions are the defaults, every other descriptor is closed. One thread owns and waits for
-// it; terminate() and isRunning() may be called from any thread.
+// it; terminate(), endAtOnce() and isRunning() may be called from any thread.
 class ChildProcess {
  public:
   // Called for each chunk of output with all data that was there to be read, on the waiting thread.
@@ -45,7 +47,7 @@ class ChildProcess {
   explicit ChildProcess(const LaunchRequest& request);
   // As above, with standard output and standard error in a pipe that the caller made.
   ChildProcess(const LaunchRequest& request, PipeReader output, UniqueFd writer);
-  // Ends the child with SIGKILL if it still runs, and reaps it.
+  // Ends the child as endAtOnce() does if it still runs, and reaps it.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
@@ -54,6 +56,9 @@ class ChildProcess {
   bool isRunning();
   // Sends SIGTERM; does nothing once the child has been reaped.
   void terminate();
+  // Sends SIGKILL, with LaunchRequest::withItsChildren to the whole of its process group; does
+  // nothing once the child has been reaped. Any thread.
+  void endAtOnce();
 
   // Waits without polling until the child has exited, handing on its output meanwhile. What it
   // wrote before it exited is handed on first. Returns the termination status.
@@ -71,6 +76,7 @@ class ChildProcess {
   void reap();
 
   pid_t pid_ = -1;
+  bool leadsGroup_ = false;
   UniqueFd pidfd_;
   PipeReader output_;
   int status_ = 0;

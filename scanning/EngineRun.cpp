@@ -79,24 +79,35 @@ void EngineRun::takeArguments(const std::vector<std::string>& more) {
 void EngineRun::launch(int descriptorThree) {
   tellOfStart();
   LaunchRequest request{scanCommandPath_, scanArguments_};
+  request.withItsChildren = true;
   request.descriptorThree = descriptorThree;
   scanCheckTask_.emplace(request);
+  noteAsRunning();
   outputPipe_ = taskOutput_ = std::to_string(scanCheckTask_->processIdentifier());
 }
 
 void EngineRun::launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput) {
   tellOfStart();
   LaunchRequest request{scanCommandPath_, scanArguments_};
+  request.withItsChildren = true;
   if (outputPipe) {
     outputPipe_ = "pipe";
   }
   if (!outputPipe || !taskOutput) {
     request.output = LaunchRequest::Output::inherited;
     scanCheckTask_.emplace(request);
+    noteAsRunning();
     return;
   }
   outputPipe_ = taskOutput_ = std::to_string(taskOutput->descriptor());
   scanCheckTask_.emplace(request, std::move(*taskOutput), outputPipe->takeWriter());
+  noteAsRunning();
+}
+
+void EngineRun::noteAsRunning() {
+  if (services_.runningScanners) {
+    running_.emplace(*services_.runningScanners, *scanCheckTask_);
+  }
 }
 
 void EngineRun::tellOfStart() {
@@ -131,6 +142,7 @@ void EngineRun::drain(const ChildProcess::ChunkHandler& handler) {
 }
 
 void EngineRun::finish() {
+  running_.reset();
   scanCheckTask_->closeOutput();
   if (services_.roadObserver) {
     services_.roadObserver->scanEnded(thePaths_, scanCheckTask_->terminationStatus());

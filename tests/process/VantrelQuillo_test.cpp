@@ -357,6 +357,50 @@ TEST_F(WatchingAgent, AbortsWhatWaitsAndWhateverScans) {
   EXPECT_TRUE(agent().isWatching());
 }
 
+// A scanner of the agent's own that has a child, and none of the name "clamdscan" among them.
+class ScanningAgent : public WatchingAgent {
+ protected:
+  ScanningAgent() : WatchingAgent(HelperProgram::idle), scan(slowScanner()) {
+    EXPECT_TRUE(helper.waitForLaunches(1));
+  }
+  LaunchRequest slowScanner() const {
+    const std::string resources = helper.resourceFolder();
+    LaunchRequest request{"/bin/sh",
+                          {"-c", "(echo > '" + resources + "/launches'; sleep 1000); exit 3"}};
+    request.withItsChildren = true;
+    return request;
+  }
+  // The pipe of its output ends when the last of its processes has.
+  int statusAtTheEnd() {
+    const int status = scan.waitUntilExit([](std::string_view) { return true; });
+    return status;
+  }
+
+  ChildProcess scan;
+};
+
+TEST_F(ScanningAgent, EndsItsOwnScannersWhateverTheirNameWhenScansAreAborted) {
+  watch();
+  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  agent().abortScans();
+  EXPECT_EQ(statusAtTheEnd(), SIGKILL);
+  EXPECT_TRUE(agent().isWatching());
+}
+
+TEST_F(ScanningAgent, EndsItsScannersWhenItQuits) {
+  watch();
+  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  desktop.distributedNotificationCenter.deliver("VantrelQuilloShouldQuit");
+  EXPECT_EQ(statusAtTheEnd(), SIGKILL);
+}
+
+TEST_F(ScanningAgent, EndsAlsoAScannerThatBeginsWhileItQuits) {
+  watch();
+  agent().quit();
+  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  EXPECT_EQ(statusAtTheEnd(), SIGKILL);
+}
+
 TEST_F(WatchingAgent, OpensAFolderWithTheDesktopWhereThereIsNoOpener) {
   agent().openAndWait(home.path());
   EXPECT_EQ(desktop.workspace.opened.size() + (fileExists("/usr/bin/open") ? 1U : 0U), 1U);
