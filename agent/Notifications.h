@@ -38,6 +38,8 @@ class Notifications {
   // Whether the notification was posted: false when the desktop is too old or the service does not
   // run. Any thread.
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description);
+  // Before the process ends, so that the user sees the last ones. Main thread.
+  void handOver() { growl_.handOver(); }
   std::shared_ptr<const NotificationNames> names() const { return names_.load(); }
 
  private:

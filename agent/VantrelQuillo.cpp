@@ -46,7 +46,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.systemLog,
                        services.platform.workspace,
                        &progressLog_,
-                       &face_},
+                       &face_,
+                       &runningScanners_},
       watcherServices_{services.platform.application,     services.platform.authorization,
                        services.platform.folders,         services.platform.localizedStrings,
                        services.platform.preferenceStore, services.platform.systemLog,
@@ -83,7 +84,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
   scanLog_.logAllToScanLog();
 }
 
-VantrelQuillo::~VantrelQuillo() = default;
+VantrelQuillo::~VantrelQuillo() { runningScanners_.endAllForGood(); }
 
 void VantrelQuillo::perform(std::function<void()> request) {
   requests_.perform([this, request = std::move(request)] { attempt(request); });
@@ -211,6 +212,7 @@ void VantrelQuillo::wakingUp() {
 
 void VantrelQuillo::abortScans() {
   theDispatcher_.abortScans();
+  runningScanners_.endAll();
   runShellCommand("killall -9 clamdscan");
 }
 
@@ -230,25 +232,33 @@ void VantrelQuillo::openPrefs(bool fromDialogButton) {
 }
 
 void VantrelQuillo::quit() {
-  if (preferences_.launchingClamd) {
+  const bool recovering = clamdLink_.launchNoMore() && preferences_.weLaunchedClamd;
+  if (preferences_.launchingClamd || recovering) {
     // A daemon left alone now would run on, and nobody would know that it is ours to stop.
     quitOnceLaunched();
     return;
   }
+  quitNow();
+}
+
+void VantrelQuillo::quitNow() {
   if (gfsLogger.isWatching()) {
     endWatching();
   }
+  // A scan that went on unseen could move files that no log tells of.
+  runningScanners_.endAllForGood();
   services_.platform.distributedNotificationCenter.removeObservers();
   if (preferences_.weLaunchedClamd) {
     services_.platform.systemLog.log("trying to quit clamd\n");
     clamdLink_.quitClamd();
   }
+  // Before others hear that the agent has gone, and may start it again.
+  notifications_.handOver();
   services_.platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
   services_.platform.application.exit(0);
 }
 
 void VantrelQuillo::quitOnceLaunched() {
-  perform([this] { quit(); });
   if (std::exchange(quitWaits_, true)) {
     return;
   }
@@ -260,6 +270,13 @@ void VantrelQuillo::quitOnceLaunched() {
   } catch (const std::system_error&) {
     // No thread is to be had: the quit then comes when the daemon is there, however late.
   }
+  perform([this] {
+    if (gfsLogger.isWatching()) {
+      endWatching();
+    }
+    waitKeepingDesktopAlive([this] { clamdLink_.awaitRecovery(); });
+    quitNow();
+  });
 }
 
 bool VantrelQuillo::applicationDelegateHandlesKey(const std::string& key) {

@@ -26,6 +26,7 @@
 #include "platform/Dialog.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/PatientScanner.h"
+#include "scanning/RunningScanners.h"
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/WatcherServices.h"
@@ -63,8 +64,9 @@ class VantrelQuillo {
   void openPrefs(bool fromDialogButton);
   // Stops watching, stops the daemon if the last start of watching launched it, says so to the
   // other applications and ends the process with status 0, without waiting for anything that runs
-  // but a daemon that is being launched: then it returns, and the end comes when the daemon can be
-  // told, or is given up after a minute.
+  // (its scanners are ended) but a daemon of its own that is being launched, for the first time or
+  // again: then it may return, and the end comes when the daemon can be told, or is given up after
+  // a minute.
   void quit();
   // Scripts may read one key, which asks for a restart.
   static bool applicationDelegateHandlesKey(const std::string& key);
@@ -84,6 +86,7 @@ class VantrelQuillo {
   Throbber& mainMenu() { return mainMenu_; }
   ClamdLink& engine() { return clamdLink_; }
   DialogList& dialogList() { return dialogList_; }
+  RunningScanners& runningScanners() { return runningScanners_; }
   Face& face() { return face_; }
   Condition& throbberLock() { return scannerCount_.throbberLock(); }
   Mutex& scannerCountLock() { return scannerCount_.scannerCountLock(); }
@@ -129,6 +132,7 @@ class VantrelQuillo {
  private:
   void perform(std::function<void()> request);
   void quitOnceLaunched();
+  void quitNow();
   void attempt(const std::function<void()>& request);
   void connectInterface();
   void startThreads();
@@ -154,6 +158,7 @@ class VantrelQuillo {
   const ScannerServices scannerServices_;
   const WatcherServices watcherServices_;
   // Own synchronisation.
+  RunningScanners runningScanners_;
   ProgressLog progressLog_;
   Face face_;
   Dispatcher theDispatcher_;

@@ -54,26 +54,44 @@ bool ClamdLink::launchClamdWithConfigFile(const std::string& program,
   if (configuration) {
     request.arguments = {"-c", *configuration};
   }
-  const auto daemon = std::make_shared<ChildProcess>(request);
-  {
-    MutexLock hold(lock_);
-    launching_ = daemon;
+  const std::shared_ptr<ChildProcess> daemon = beginLaunch(request);
+  if (!daemon) {
+    return false;
   }
-  owner_.waitKeepingDesktopAlive([&daemon] { daemon->waitUntilExit(); });
-  {
-    MutexLock hold(lock_);
-    if (launching_ == daemon) {
-      launching_ = nullptr;
+  struct Launching {
+    ClamdLink& link;
+    const std::shared_ptr<ChildProcess>& daemon;
+    ~Launching() {
+      MutexLock hold(link.lock_);
+      std::erase(link.launching_, daemon);
     }
-  }
+  } launching{*this, daemon};
+  owner_.waitKeepingDesktopAlive([&daemon] { daemon->waitUntilExit(); });
   return daemon->terminationStatus() != failedStatus;
 }
 
+std::shared_ptr<ChildProcess> ClamdLink::beginLaunch(const LaunchRequest& request) {
+  // In one hold, so that whoever ends the launches misses none.
+  MutexLock hold(lock_);
+  if (launchesNoMore_) {
+    return nullptr;
+  }
+  return launching_.emplace_back(std::make_shared<ChildProcess>(request));
+}
+
+bool ClamdLink::launchNoMore() {
+  MutexLock hold(lock_);
+  launchesNoMore_ = true;
+  return !launching_.empty();
+}
+
+void ClamdLink::awaitRecovery() { MutexLock ended(recovery_); }
+
 void ClamdLink::abandonLaunch() {
   MutexLock hold(lock_);
-  if (launching_) {
+  for (const auto& daemon : launching_) {
     services_.systemLog.log("giving up on clamd, which has not started");
-    launching_->terminate();
+    daemon->terminate();
   }
 }
 

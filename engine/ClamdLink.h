@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "clamav/ProcessList.h"
 #include "engine/ClamdCtrl.h"
@@ -13,6 +14,7 @@
 namespace quillo {
 
 class ChildProcess;
+struct LaunchRequest;
 class LocalizedStrings;
 class SystemLog;
 class ThreadStarter;
@@ -54,11 +56,15 @@ class ClamdLink {
   // Whether a daemon runs; if so, takes its program and configuration from the process list. Throws
   // PlatformException when the processes cannot be listed.
   bool checkForClamd();
-  // False only when the program exited with status 1. Throws PlatformException when it cannot be
-  // run.
+  // False only when the program exited with status 1, or when no more are to be launched. Throws
+  // PlatformException when it cannot be run.
   bool launchClamdWithConfigFile(const std::string& program,
                                  const std::optional<std::string>& configuration);
-  // Ends the program that a launch waits for, so that the launch returns.
+  // Launches nothing from now on. Answers whether a launch is under way.
+  bool launchNoMore();
+  // Waits until the recovery that is under way, if any, has ended.
+  void awaitRecovery();
+  // Ends the programs that launches wait for, so that these return.
   void abandonLaunch();
   // Takes the socket's path from the daemon's configuration, or the installation's.
   void discernClamdSocketLocation();
@@ -92,6 +98,8 @@ class ClamdLink {
   struct Exchange;
 
   Paths paths();
+  // Nothing when no more are to be launched.
+  std::shared_ptr<ChildProcess> beginLaunch(const LaunchRequest& request);
   std::optional<std::string> configurationFile();
   // Whether the daemon took the command; absent when it has not answered in time.
   std::optional<bool> exchange(const std::string& command);
@@ -104,7 +112,8 @@ class ClamdLink {
   Mutex recovery_;
   Mutex lock_;
   Paths paths_ QUILLO_GUARDED_BY(lock_);
-  std::shared_ptr<ChildProcess> launching_ QUILLO_GUARDED_BY(lock_);
+  std::vector<std::shared_ptr<ChildProcess>> launching_ QUILLO_GUARDED_BY(lock_);
+  bool launchesNoMore_ QUILLO_GUARDED_BY(lock_) = false;
 };
 
 }  // namespace quillo

@@ -110,9 +110,12 @@ void Throbber::prepare(ThrobberOwner& owner) {
 
 void Throbber::round() {
   do {
-    services_.clock.sleepFor(std::chrono::seconds(1));
+    do {
+      services_.clock.sleepFor(std::chrono::seconds(1));
+    } while (!currentlyWatching);
+    waitUntilSomethingRuns();
+    // What begins once watching has been stopped is not shown.
   } while (!currentlyWatching);
-  waitUntilSomethingRuns();
   isBusy_ = true;
   enableMenuItems(3);
   if (updating) {

@@ -33,7 +33,8 @@ class Throbber {
   void mainLoop(ThrobberOwner& owner);
   // What the loop does once at its start.
   void prepare(ThrobberOwner& owner);
-  // One turn of the loop: waits until something is scanned or updated, and animates for as long.
+  // One turn of the loop: waits until something is scanned or updated while watching goes on, and
+  // animates for as long.
   void round();
 
   // To be called with monitor() held, around a definition update.

@@ -30,6 +30,9 @@ class GrowlApplicationBridge {
   // Hands one notification over to be shown; texts are plain, without markup. Any thread; never
   // waits for the main thread.
   virtual void notify(const GrowlNotification& notification) = 0;
+  // Before the process ends: waits, with the desktop alive, until the service has what was posted,
+  // for about a second at most. Main thread.
+  virtual void handOver() = 0;
 };
 
 }  // namespace quillo

@@ -42,6 +42,8 @@ namespace {
 
 class SpawnSettings {
  public:
+  static constexpr short flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+
   SpawnSettings() {
     posix_spawn_file_actions_init(&actions);
     posix_spawnattr_init(&attributes);
@@ -51,7 +53,7 @@ class SpawnSettings {
     sigfillset(&all);
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setflags(&attributes, flags);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   }
   ~SpawnSettings() {
@@ -114,6 +116,11 @@ void ChildProcess::spawn(const LaunchRequest& request, int writer) {
   } else if (request.output == LaunchRequest::Output::discardedStdout) {
     posix_spawn_file_actions_addopen(&settings.actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   }
+  if (request.withItsChildren) {
+    posix_spawnattr_setpgroup(&settings.attributes, 0);
+    posix_spawnattr_setflags(&settings.attributes, SpawnSettings::flags | POSIX_SPAWN_SETPGROUP);
+    leadsGroup_ = true;
+  }
   // Out of the way first, so that none is overwritten before it has been passed on.
   const UniqueFd three = outOfTheWay(request.descriptorThree);
   const UniqueFd four = outOfTheWay(request.descriptorFour);
@@ -159,7 +166,7 @@ ChildProcess::~ChildProcess() {
     if (reaped_) {
       return;
     }
-    kill(pid_, SIGKILL);
+    kill(leadsGroup_ ? -pid_ : pid_, SIGKILL);
   }
   reap();
 }
@@ -179,6 +186,14 @@ void ChildProcess::terminate() {
   MutexLock hold(mutex_);
   if (!reaped_) {
     kill(pid_, SIGTERM);
+  }
+}
+
+void ChildProcess::endAtOnce() {
+  // As above; a group bears the number of its leader for as long as that has not been reaped.
+  MutexLock hold(mutex_);
+  if (!reaped_) {
+    kill(leadsGroup_ ? -pid_ : pid_, SIGKILL);
   }
 }
 

@@ -30,6 +30,8 @@ struct LaunchRequest {
   // Descriptors that the child sees as numbers 3 and 4; -1 for none. Nothing else is passed on.
   int descriptorThree = -1;
   int descriptorFour = -1;
+  // Its children belong to it: endAtOnce() ends them as well.
+  bool withItsChildren = false;
 };
 
 // This process's environment with one variable more, or in place of one of that name.
@@ -37,7 +39,7 @@ std::vector<std::string> environmentWith(const std::string& name, const std::str
 
 // One child process, run with posix_spawn(3): standard input is the null device, signal mask and
 // dispositions are the defaults, every other descriptor is closed. One thread owns and waits for
-// it; terminate() and isRunning() may be called from any thread.
+// it; terminate(), endAtOnce() and isRunning() may be called from any thread.
 class ChildProcess {
  public:
   // Called for each chunk of output with all data that was there to be read, on the waiting thread.
@@ -49,7 +51,7 @@ class ChildProcess {
   explicit ChildProcess(const LaunchRequest& request);
   // As above, with standard output and standard error in a pipe that the caller made.
   ChildProcess(const LaunchRequest& request, PipeReader output, UniqueFd writer);
-  // Ends the child with SIGKILL if it still runs, and reaps it.
+  // Ends the child as endAtOnce() does if it still runs, and reaps it.
   ~ChildProcess();
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
@@ -58,6 +60,9 @@ class ChildProcess {
   bool isRunning();
   // Sends SIGTERM; does nothing once the child has been reaped.
   void terminate();
+  // Sends SIGKILL, with LaunchRequest::withItsChildren to the whole of its process group; does
+  // nothing once the child has been reaped. Any thread.
+  void endAtOnce();
 
   // Waits without polling until the child has exited, handing on its output meanwhile. What it
   // wrote before it exited is handed on first. Returns the termination status.
@@ -75,6 +80,7 @@ class ChildProcess {
   void reap();
 
   pid_t pid_ = -1;
+  bool leadsGroup_ = false;
   UniqueFd pidfd_;
   PipeReader output_;
   int status_ = 0;

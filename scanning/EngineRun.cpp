@@ -79,6 +79,7 @@ void EngineRun::takeArguments(const std::vector<std::string>& more) {
 
 LaunchRequest EngineRun::requestWith(VerdictReceiver* verdicts) const {
   LaunchRequest request{scanCommandPath_, scanArguments_};
+  request.withItsChildren = true;
   if (verdicts) {
     request.descriptorFour = verdicts->scannersEnd();
     request.environment = environmentWith(verdictChannelVariable, "4");
@@ -91,6 +92,7 @@ void EngineRun::launch(int descriptorThree, VerdictReceiver* verdicts) {
   LaunchRequest request = requestWith(verdicts);
   request.descriptorThree = descriptorThree;
   scanCheckTask_.emplace(request);
+  noteAsRunning();
   if (verdicts) {
     verdicts->letGo();
   }
@@ -105,15 +107,23 @@ void EngineRun::launch(std::optional<Pipe> outputPipe, std::optional<PipeReader>
   }
   if (!outputPipe || !taskOutput) {
     // Nobody reads the report, so nobody could say that a line has come.
-    LaunchRequest request{scanCommandPath_, scanArguments_};
+    LaunchRequest request = requestWith(nullptr);
     request.output = LaunchRequest::Output::inherited;
     scanCheckTask_.emplace(request);
+    noteAsRunning();
     return;
   }
   outputPipe_ = taskOutput_ = std::to_string(taskOutput->descriptor());
   scanCheckTask_.emplace(requestWith(verdicts), std::move(*taskOutput), outputPipe->takeWriter());
+  noteAsRunning();
   if (verdicts) {
     verdicts->letGo();
+  }
+}
+
+void EngineRun::noteAsRunning() {
+  if (services_.runningScanners) {
+    running_.emplace(*services_.runningScanners, *scanCheckTask_);
   }
 }
 
@@ -149,6 +159,7 @@ void EngineRun::drain(const ChildProcess::ChunkHandler& handler) {
 }
 
 void EngineRun::finish() {
+  running_.reset();
   scanCheckTask_->closeOutput();
   if (services_.roadObserver) {
     services_.roadObserver->scanEnded(thePaths_, scanCheckTask_->terminationStatus());

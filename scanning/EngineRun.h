@@ -8,6 +8,7 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/Pipe.h"
+#include "scanning/RunningScanners.h"
 
 namespace quillo {
 
@@ -55,6 +56,7 @@ class EngineRun {
                                     Clock& clock);
 
  private:
+  void noteAsRunning();
   void tellOfStart();
   LaunchRequest requestWith(VerdictReceiver* verdicts) const;
   void reportFailure(const PlatformException& failure);
@@ -68,6 +70,8 @@ class EngineRun {
   std::string outputPipe_ = "(null)";
   std::string taskOutput_ = "(null)";
   std::optional<ChildProcess> scanCheckTask_;
+  // Goes before what it speaks of.
+  std::optional<RunningScanners::Entry> running_;
   std::string data_ = "(null)";
 };
 

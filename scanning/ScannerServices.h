@@ -10,6 +10,7 @@ class LocalizedStrings;
 class ModifierKeys;
 class PreferenceStore;
 class RoadObserver;
+class RunningScanners;
 class ScanObserver;
 class SystemLog;
 class Workspace;
@@ -28,6 +29,7 @@ struct ScannerServices {
   // Each null when nobody looks on.
   RoadObserver* roadObserver = nullptr;
   ScanObserver* scanObserver = nullptr;
+  RunningScanners* runningScanners = nullptr;
 };
 
 }  // namespace quillo

@@ -84,6 +84,8 @@ void FreedesktopNotifications::handOver(std::chrono::milliseconds patience) {
   while (limit.isActive()) {
     // When this itself is a posted event, no wait ends for those that stood behind it.
     QCoreApplication::sendPostedEvents();
+    queue_.holdNothingBack();
+    pump();
     if (!isAtWork()) {
       return;
     }

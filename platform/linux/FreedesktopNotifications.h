@@ -32,8 +32,8 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
   bool isGrowlRunning() override { return isRunning_; }
   void notify(const GrowlNotification& notification) override;
 
-  // Before the process ends: waits, with the desktop alive, until the server has what is to be
-  // shown, or for so long. Main thread only.
+  void handOver() override { handOver(std::chrono::seconds(1)); }
+  // As above, for so long at most.
   void handOver(std::chrono::milliseconds patience);
 
  private Q_SLOTS:

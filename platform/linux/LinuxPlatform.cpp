@@ -128,6 +128,7 @@ struct LinuxPlatform::Parts {
 
 LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
   application.setDockTile(dockTile);
+  application.setExitHandler([this] { systemLog.tellRepeats(true); });
   repeats.setTimerType(Qt::VeryCoarseTimer);
   QObject::connect(&repeats, &QTimer::timeout, [this] { systemLog.tellRepeats(); });
   repeats.start(std::chrono::minutes(1));
@@ -150,18 +151,14 @@ void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem, const W
 LinuxPlatform::LinuxPlatform(int& argc, char** argv)
     : parts_((keepMemorySmall(), std::make_unique<Parts>(argc, argv))) {}
 
-LinuxPlatform::~LinuxPlatform() = default;
+LinuxPlatform::~LinuxPlatform() { parts_->growl.handOver(); }
 
 bool LinuxPlatform::isFirstAgent() const { return parts_->isFirst; }
 const Platform& LinuxPlatform::services() const { return parts_->platform; }
 Clock& LinuxPlatform::clock() { return parts_->clock; }
 
 int LinuxPlatform::run(std::function<void()> begin, std::function<void()> end) {
-  parts_->application.setTerminationHandler([this, end = std::move(end)] {
-    parts_->systemLog.tellRepeats(true);
-    parts_->growl.handOver(std::chrono::seconds(1));
-    end();
-  });
+  parts_->application.setTerminationHandler(std::move(end));
   parts_->signals.observe([this] { parts_->application.terminate(); });
   parts_->application.performOnMainThread(std::move(begin));
   return parts_->application.run();

@@ -2,9 +2,12 @@
 
 #include <syslog.h>
 
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
+#include "platform/linux/LinesOfActions.h"
 #include "platform/linux/VisibleText.h"
 
 namespace quillo {
@@ -15,6 +18,15 @@ constexpr std::size_t longestLine = 4096;
 void writeToSystem(const std::string& line) { syslog(LOG_NOTICE, "%s", line.c_str()); }
 
 void writeToConsole(const std::string& line) { std::fputs(line.c_str(), stderr); }
+
+// The desktop's libraries end the process by exit(3) when their display goes.
+std::atomic<LinuxSystemLog*> logOfThisProcess{nullptr};
+
+void tellRepeatsAtExit() {
+  if (LinuxSystemLog* const log = logOfThisProcess) {
+    log->tellRepeats(true);
+  }
+}
 
 std::string stamp(Clock& clock) {
   const std::time_t seconds = std::chrono::system_clock::to_time_t(clock.wallTime());
@@ -30,12 +42,22 @@ std::string stamp(Clock& clock) {
 LinuxSystemLog::LinuxSystemLog(Clock& clock)
     : LinuxSystemLog(clock, writeToSystem, writeToConsole) {
   openlog("vantrel-quillo", LOG_PID | LOG_NDELAY, LOG_USER);
+  if (!logOfThisProcess.exchange(this)) {
+    std::atexit(tellRepeatsAtExit);
+  }
 }
 
 LinuxSystemLog::LinuxSystemLog(Clock& clock, Sink system, Sink console)
-    : clock_(clock), system_(std::move(system)), console_(std::move(console)), filter_(clock) {}
+    : clock_(clock),
+      system_(std::move(system)),
+      console_(std::move(console)),
+      filter_(clock, tellsOfAnAction) {}
 
-LinuxSystemLog::~LinuxSystemLog() { tellRepeats(true); }
+LinuxSystemLog::~LinuxSystemLog() {
+  LinuxSystemLog* expected = this;
+  logOfThisProcess.compare_exchange_strong(expected, nullptr);
+  tellRepeats(true);
+}
 
 void LinuxSystemLog::log(std::string_view message) {
   if (!message.empty() && message.back() == '\n') {

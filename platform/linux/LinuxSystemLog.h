@@ -10,13 +10,14 @@
 namespace quillo {
 
 // The system log (syslog(3), facility LOG_USER, as "vantrel-quillo") and standard error, there with
-// the local time in front ("2026-11-21 07:10:00 message"). Lines that repeat are counted and told
-// of later; what would break a line is shown escaped.
+// the local time in front ("2026-11-21 07:10:00 message"). Lines that repeat too often are counted
+// and told of later, but for those that tell of one action each; what would break a line is shown
+// escaped.
 class LinuxSystemLog final : public SystemLog {
  public:
   using Sink = std::function<void(const std::string& line)>;
 
-  // Writes to the machine's log and to standard error.
+  // Writes to the machine's log and to standard error; at exit(3), too, what it counted.
   explicit LinuxSystemLog(Clock& clock);
   // Writes to `system` without the time and to `console` with it and a line end.
   LinuxSystemLog(Clock& clock, Sink system, Sink console);

@@ -73,6 +73,12 @@ void NotificationQueue::forgetIds() {
   }
 }
 
+void NotificationQueue::holdNothingBack() {
+  for (auto& [name, burst] : burstOfName_) {
+    burst.summaryDue = std::min(burst.summaryDue, clock_.now());
+  }
+}
+
 void NotificationQueue::clear() {
   waiting_.clear();
   burstOfName_.clear();

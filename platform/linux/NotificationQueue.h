@@ -45,6 +45,8 @@ class NotificationQueue {
   // The server that gave out the numbers is gone.
   void forgetIds();
   void clear();
+  // Makes the counts due that are held back.
+  void holdNothingBack();
 
  private:
   struct Burst {

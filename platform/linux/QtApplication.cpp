@@ -133,6 +133,9 @@ void QtApplication::runTerminationHandler() {
 }
 
 void QtApplication::exit(int status) {
+  if (exitHandler_) {
+    exitHandler_();
+  }
   std::fflush(stdout);
   std::fflush(stderr);
   _exit(status);

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <functional>
 #include <memory>
+#include <utility>
 
 #include "platform/Application.h"
 #include "posix/Mutex.h"
@@ -26,6 +27,8 @@ class QtApplication final : public Application {
   int run();
   // What terminate() and the end of the session run, once. Set before run(). Main thread.
   void setTerminationHandler(std::function<void()> handler);
+  // What exit() does first, on whatever thread calls that. Set before any other thread runs.
+  void setExitHandler(std::function<void()> handler) { exitHandler_ = std::move(handler); }
   // The window that stands for a Dock tile; it must live until run() has returned. Main thread.
   void setDockTile(QtDockTile& tile) { dockTile_ = &tile; }
 
@@ -46,6 +49,7 @@ class QtApplication final : public Application {
   // Constant after construction.
   std::unique_ptr<QApplication> application_;
   std::unique_ptr<QObject> mainThread_;
+  std::function<void()> exitHandler_;
   // Main thread only.
   std::function<void()> terminationHandler_;
   QtDockTile* dockTile_ = nullptr;

@@ -22,15 +22,24 @@ std::string toldOf(const std::string& line, std::uint64_t repeats) {
 
 std::vector<std::string> RepeatFilter::pass(std::string_view line) {
   std::vector<std::string> out = takeDue();
+  if (isNeverCounted_ && isNeverCounted_(line)) {
+    out.emplace_back(line);
+    return out;
+  }
   const auto known = std::find_if(entries_.begin(), entries_.end(),
                                   [&](const Entry& each) { return each.line == line; });
   if (known != entries_.end()) {
-    ++known->repeats;
+    if (known->written > repeatsWritten) {
+      ++known->counted;
+      return out;
+    }
+    ++known->written;
+    out.emplace_back(line);
     return out;
   }
   if (entries_.size() == mostLines) {
-    if (entries_.front().repeats > 0) {
-      out.push_back(toldOf(entries_.front().line, entries_.front().repeats));
+    if (entries_.front().counted > 0) {
+      out.push_back(toldOf(entries_.front().line, entries_.front().counted));
     }
     entries_.erase(entries_.begin());
   }
@@ -47,18 +56,14 @@ std::vector<std::string> RepeatFilter::take(bool all) {
   const Clock::Duration now = clock_.now();
   std::vector<std::string> out;
   std::vector<Entry> kept;
-  std::vector<Entry> toldNow;
   for (Entry& entry : entries_) {
-    if (!all && now - entry.written < window) {
+    if (!all && now - entry.first < window) {
       kept.push_back(std::move(entry));
-    } else if (entry.repeats > 0) {
-      out.push_back(toldOf(entry.line, entry.repeats));
-      // It was written just now, so that what fails for hours gets one line a minute.
-      toldNow.push_back({std::move(entry.line), now});
+    } else if (entry.counted > 0) {
+      out.push_back(toldOf(entry.line, entry.counted));
     }
   }
   entries_ = std::move(kept);
-  std::move(toldNow.begin(), toldNow.end(), std::back_inserter(entries_));
   return out;
 }
 

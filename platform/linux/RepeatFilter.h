@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,15 +10,21 @@
 
 namespace quillo {
 
-// Keeps a log readable and small when something fails again and again: a line that was written
-// within the last minute is counted instead, and told of once the minute is over, also when several
-// such lines alternate. Remembers a bounded number of lines. Not for sharing between threads.
+// Keeps a log readable and small when something fails again and again: of a line that comes more
+// often than that within a minute of its first time, the rest is counted instead, and told of once
+// the minute is over, also when several such lines alternate. Remembers a bounded number of lines.
+// Not for sharing between threads.
 class RepeatFilter {
  public:
   static constexpr Clock::Duration window = std::chrono::minutes(1);
+  // Written each, behind the first.
+  static constexpr std::uint64_t repeatsWritten = 5;
   static constexpr std::size_t mostLines = 64;
+  using Predicate = bool (*)(std::string_view line);
 
-  explicit RepeatFilter(Clock& clock) : clock_(clock) {}
+  // What `isNeverCounted` says yes to is always written.
+  explicit RepeatFilter(Clock& clock, Predicate isNeverCounted = nullptr)
+      : clock_(clock), isNeverCounted_(isNeverCounted) {}
 
   // What is to be written now that `line` has come, in order: "… (repeated 4,213 times)" of earlier
   // lines, then `line` itself unless it is counted.
@@ -30,13 +37,15 @@ class RepeatFilter {
  private:
   struct Entry {
     std::string line;
-    Clock::Duration written;
-    std::uint64_t repeats = 0;
+    Clock::Duration first;
+    std::uint64_t written = 1;
+    std::uint64_t counted = 0;
   };
 
   std::vector<std::string> take(bool all);
 
   Clock& clock_;
+  const Predicate isNeverCounted_;
   // Oldest first.
   std::vector<Entry> entries_;
 };

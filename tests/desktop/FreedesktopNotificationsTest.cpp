@@ -195,6 +195,22 @@ TEST_F(Freedesktop, HandsOverAllThatIsToBeShownBeforeTheEnd) {
   EXPECT_EQ(shown, 2U);
 }
 
+TEST_F(Freedesktop, HandsOverAtTheEndAlsoTheCountThatIsHeldBack) {
+  FakeServer server;
+  const auto growl = make();
+  for (int i = 0; i < 100; ++i) {
+    growl->notify({"found", "found", "file", 0, true});
+  }
+  std::optional<std::size_t> shown;
+  postToMain([&] {
+    growl->handOver(std::chrono::seconds(20));
+    shown = server.shown();
+  });
+  EXPECT_TRUE(waitUntil([&] { return shown.has_value(); }));
+  ASSERT_EQ(shown, NotificationQueue::mostInABurst + 1);
+  EXPECT_EQ(server.arguments(5).at(4).toString(), "AND_MORE 95");
+}
+
 TEST_F(Freedesktop, WaitsAtTheEndOnlySoLongForAServerThatDoesNotAnswer) {
   FakeServer server;
   server.object.neverAnswer("Notify");

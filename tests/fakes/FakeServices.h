@@ -86,10 +86,16 @@ class FakeGrowl final : public GrowlApplicationBridge {
   void setGrowlDelegate(const GrowlRegistration& given) override { registration = given; }
   bool isGrowlRunning() override;
   void notify(const GrowlNotification& notification) override;
+  void handOver() override {
+    if (atHandOver) {
+      atHandOver();
+    }
+  }
 
   void setRunning(bool running);
   std::vector<GrowlNotification> posted();
   std::optional<GrowlRegistration> registration;
+  std::function<void()> atHandOver;
 
  private:
   std::mutex mutex_;

@@ -239,5 +239,17 @@ TEST(ChildProcess, EndsWithItsObject) {
   EXPECT_EQ(errno, ECHILD);
 }
 
+TEST(ChildProcess, CanBeEndedAtOnceWithItsChildren) {
+  LaunchRequest request = shell("trap '' TERM; (sleep 1000); exit 3");
+  request.withItsChildren = true;
+  ChildProcess child(request);
+  child.endAtOnce();
+  EXPECT_EQ(child.waitUntilExit([](std::string_view) { return true; }), SIGKILL);
+  // Nobody holds the pipe open.
+  while (!child.availableData().empty()) {
+  }
+  child.endAtOnce();
+}
+
 }  // namespace
 }  // namespace quillo

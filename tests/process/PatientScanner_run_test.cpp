@@ -1,6 +1,11 @@
+#include <signal.h>
+
 #include <fstream>
+#include <thread>
 
 #include "posix/FileFacts.h"
+#include "scanning/RunningScanners.h"
+#include "tests/fakes/HelperProgram.h"
 #include "tests/process/ScannerFixture.h"
 
 namespace quillo {
@@ -138,6 +143,22 @@ TEST_F(PatientScannerRun, TellsTheObserverOfBeginAndEnd) {
   EXPECT_EQ(bench.road.startedPaths(), (Lines{path("a"), path("error-b")}));
   EXPECT_EQ(bench.road.scannedPaths(), (Lines{path("a"), path("error-b")}));
   EXPECT_EQ(bench.road.statuses(), std::vector<int>{2});
+}
+
+TEST_F(PatientScannerRun, CanBeEndedByItsNumberWithWhatItStarted) {
+  RunningScanners running;
+  bench.services.runningScanners = &running;
+  HelperProgram engine("(sleep 1000)\nexit 3");
+  useEngine(engine.resourceFolder() + "/gfslogger");
+  std::thread ending([&] {
+    EXPECT_TRUE(engine.waitForLaunches(1));
+    running.endAll();
+  });
+  scan({"a"});
+  ending.join();
+  EXPECT_EQ(bench.road.statuses(), std::vector<int>{SIGKILL});
+  // It has gone from the list.
+  running.endAll();
 }
 
 }  // namespace

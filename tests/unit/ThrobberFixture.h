@@ -54,7 +54,13 @@ class FakeThrobberOwner final : public ThrobberOwner {
   explicit FakeThrobberOwner(Clock& clock) : lock_(clock) {}
 
   std::int32_t scannerCount() override { return count; }
-  void modifyScannerCountBy(std::int32_t delta) override { count += delta; }
+  void modifyScannerCountBy(std::int32_t delta) override {
+    ++changes;
+    if (atChange) {
+      atChange(delta);
+    }
+    count += delta;
+  }
   StatusFacts status() override { return facts; }
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override { ++restarts; }
@@ -62,6 +68,9 @@ class FakeThrobberOwner final : public ThrobberOwner {
 
   std::atomic<std::int32_t> count{0};
   std::atomic<int> restarts{0};
+  // Called before the count changes.
+  std::function<void(std::int32_t delta)> atChange;
+  int changes = 0;
   std::optional<std::string> updateLog;
   StatusFacts facts;
 
@@ -71,6 +80,29 @@ class FakeThrobberOwner final : public ThrobberOwner {
 
 class ThrobberFixture : public testing::Test {
  protected:
+  using Shown = std::vector<ScriptedClock::Shown>;
+
+  static void append(Shown& list, const Shown& more) {
+    list.insert(list.end(), more.begin(), more.end());
+  }
+  static Shown scanPass() {
+    Shown pass = {{"scanning1", std::chrono::milliseconds(200)}};
+    for (const int frame : {2, 3, 4, 5, 6, 7, 6, 5, 4, 3, 2}) {
+      pass.emplace_back("scanning" + std::to_string(frame), std::chrono::milliseconds(100));
+    }
+    return pass;
+  }
+  static Shown updatePass() {
+    Shown pass;
+    for (const int frame : {7, 6, 5, 4, 3, 2, 1}) {
+      pass.emplace_back("scanning" + std::to_string(frame), std::chrono::milliseconds(100));
+    }
+    return pass;
+  }
+  static Shown sleepShowing(const std::string& image) {
+    return {{image, std::chrono::milliseconds(1000)}};
+  }
+
   ThrobberServices services() {
     return {desktop.application,
             clock,

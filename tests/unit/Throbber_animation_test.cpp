@@ -4,30 +4,10 @@ namespace quillo {
 namespace {
 
 using std::chrono::milliseconds;
-using Shown = std::vector<ScriptedClock::Shown>;
 
 class ThrobberAnimation : public ThrobberFixture {
  protected:
   ThrobberAnimation() { throbber.prepare(owner); }
-
-  static void append(Shown& list, const Shown& more) {
-    list.insert(list.end(), more.begin(), more.end());
-  }
-  static Shown scanPass() {
-    Shown pass = {{"scanning1", milliseconds(200)}};
-    for (const int frame : {2, 3, 4, 5, 6, 7, 6, 5, 4, 3, 2}) {
-      pass.emplace_back("scanning" + std::to_string(frame), milliseconds(100));
-    }
-    return pass;
-  }
-  static Shown updatePass() {
-    Shown pass;
-    for (const int frame : {7, 6, 5, 4, 3, 2, 1}) {
-      pass.emplace_back("scanning" + std::to_string(frame), milliseconds(100));
-    }
-    return pass;
-  }
-  static Shown sleepShowing(const std::string& image) { return {{image, milliseconds(1000)}}; }
 
   Throbber throbber{services()};
 };
@@ -310,6 +290,15 @@ TEST_F(ThrobberAnimation, StoppingToWatchDuringAScanEndsAsWatchingAndThenPolls) 
   Shown expected(3, {"watching", milliseconds(1000)});
   append(expected, scanPass());
   EXPECT_EQ(clock.shown, expected);
+}
+
+TEST_F(ThrobberAnimation, AnUpdateIsToldOfBeforeItCounts) {
+  watch(throbber);
+  // The animation chooses as soon as the count rises.
+  owner.atChange = [this](std::int32_t delta) { EXPECT_EQ(throbber.isUpdating(), delta > 0); };
+  throbber.startUpdate();
+  throbber.stopUpdate();
+  EXPECT_EQ(owner.changes, 2);
 }
 
 TEST_F(ThrobberAnimation, AnUpdateRaisesTheCountForItsLength) {

@@ -114,6 +114,18 @@ TEST_F(AgentRequests, QuitDoesNotMindADaemonThatIsGone) {
   expectQuit();
 }
 
+TEST_F(AgentRequests, HandsTheLastNotificationsOverBeforeItSaysThatItHasQuit) {
+  int handedOver = 0;
+  desktop.growl.atHandOver = [&] {
+    ++handedOver;
+    EXPECT_TRUE(posted().empty());
+    EXPECT_TRUE(desktop.application.exits.empty());
+  };
+  agent().quit();
+  EXPECT_EQ(handedOver, 1);
+  expectQuit();
+}
+
 TEST_F(AgentRequests, TerminationQuits) {
   agent().applicationWillTerminate();
   expectQuit();
