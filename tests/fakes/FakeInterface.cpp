@@ -323,7 +323,12 @@ void FakeApplication::waitKeepingDesktopAlive(const std::function<void()>& wait)
   wait();
 }
 
-void FakeApplication::terminate() { ++terminations; }
+void FakeApplication::terminate() {
+  ++terminations;
+  if (onTerminate) {
+    onTerminate();
+  }
+}
 
 void FakeApplication::exit(int status) { exits.push_back(status); }
 

@@ -205,6 +205,8 @@ class FakeApplication final : public Application {
   bool keepsPosted = false;
   // Called while the agent waits for something that takes long.
   std::function<void()> duringWait;
+  // Called when the agent asks for its end.
+  std::function<void()> onTerminate;
   std::atomic<int> beeps{0};
   std::atomic<int> terminations{0};
   std::atomic<int> transformations{0};

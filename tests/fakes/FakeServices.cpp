@@ -142,6 +142,9 @@ bool FakeAuthorization::executeWithPrivileges(const std::string& program,
   std::vector<std::string> request{program};
   request.insert(request.end(), arguments.begin(), arguments.end());
   requests.push_back(std::move(request));
+  if (duringRequest) {
+    duringRequest();
+  }
   reason = reasonOfRefusal;
   return granted;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -171,6 +172,8 @@ class FakeAuthorization final : public Authorization {
                              std::string& reason) override;
   bool granted = false;
   std::string reasonOfRefusal;
+  // Called while the user is asked.
+  std::function<void()> duringRequest;
   std::vector<std::vector<std::string>> requests;
 };
 

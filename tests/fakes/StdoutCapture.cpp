@@ -15,6 +15,8 @@ StdoutCapture::StdoutCapture()
   std::fflush(stderr);
   dup2(file_, STDOUT_FILENO);
   dup2(file_, STDERR_FILENO);
+  // As it is with a file from the start, also when the tests run in a terminal.
+  std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
 }
 
 StdoutCapture::~StdoutCapture() {
@@ -30,6 +32,10 @@ StdoutCapture::~StdoutCapture() {
 std::string StdoutCapture::text() {
   std::fflush(stdout);
   std::fflush(stderr);
+  return written();
+}
+
+std::string StdoutCapture::written() const {
   std::string contents(static_cast<std::size_t>(lseek(file_, 0, SEEK_END)), '\0');
   [[maybe_unused]] const ssize_t count = pread(file_, contents.data(), contents.size(), 0);
   return contents;

@@ -12,8 +12,10 @@ class StdoutCapture {
   StdoutCapture(const StdoutCapture&) = delete;
   StdoutCapture& operator=(const StdoutCapture&) = delete;
 
-  // What was written so far.
+  // What was written so far; flushes what this process still holds.
   std::string text();
+  // What has left the process so far: nothing is flushed for it.
+  std::string written() const;
 
  private:
   int savedStdout_;

@@ -171,8 +171,11 @@ TEST_F(WatcherAndHelper, AreInstalledAndStartedAgainWhenTheRightsAreMissing) {
   desktop.authorization.granted = true;
   desktop.localizedStrings.texts["FSEVENT_NOT_SETUID"] = "Not installed yet";
   owner.onStop = [this] { watcher.stopWatching(); };
+  Lines beforeTheRequest;
+  desktop.authorization.duringRequest = [&] { beforeTheRequest = owner.calls(); };
   start("exit 1");
   waitForEnd();
+  EXPECT_EQ(beforeTheRequest, (Lines{"stopWatcher", "error: Not installed yet"}));
   EXPECT_EQ(owner.calls(), (Lines{"stopWatcher", "error: Not installed yet", "startWatcher"}));
   const Lines command{"/bin/sh", "-c",
                       "chown root \"" + tool() + "\"; chmod +s \"" + tool() + "\""};
@@ -198,8 +201,19 @@ TEST_F(WatcherAndHelper, GoOnWithTheSameLoopWhenInstalledBeforeItHasEnded) {
 TEST_F(WatcherAndHelper, EndTheApplicationWhenTheRightsAreRefused) {
   desktop.authorization.reasonOfRefusal = "the dialog was dismissed";
   owner.onStop = [this] { watcher.stopWatching(); };
+  Lines beforeTheRequest;
+  desktop.authorization.duringRequest = [&] { beforeTheRequest = owner.calls(); };
+  Lines toldBeforeTheEnd;
+  Lines loggedBeforeTheEnd;
+  desktop.application.onTerminate = [&] {
+    toldBeforeTheEnd = owner.calls();
+    loggedBeforeTheEnd = desktop.systemLog.lines();
+  };
   start("exit 1");
   waitForEnd();
+  EXPECT_EQ(beforeTheRequest, (Lines{"stopWatcher", "error: <FSEVENT_NOT_SETUID>"}));
+  EXPECT_EQ(toldBeforeTheEnd, owner.calls());
+  EXPECT_EQ(loggedBeforeTheEnd, desktop.systemLog.lines());
   EXPECT_EQ(owner.calls(), (Lines{"stopWatcher", "error: <FSEVENT_NOT_SETUID>",
                                   "error: the dialog was dismissed"}));
   EXPECT_EQ(desktop.systemLog.lines(),

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <future>
 #include <set>
 
 #include "tests/fakes/ScannerBench.h"
@@ -167,10 +168,12 @@ TEST_F(DispatcherThread, APromotionWakesAScannerAtOnce) {
 }
 
 TEST_F(DispatcherThread, APromotionOfNothingWakesAScannerThatGoesBackToWaiting) {
+  std::promise<void> waitsAgain;
   LoopThread loop([this] { first.round(); });
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
+  bench.clock.beforeNextWait([&](std::unique_lock<std::mutex>&) { waitsAgain.set_value(); });
   bench.dispatcher.moveReadyItemsToScannableList();
-  EXPECT_TRUE(bench.clock.waitUntilParked(1));
+  EXPECT_EQ(waitsAgain.get_future().wait_for(seconds(10)), std::future_status::ready);
   EXPECT_EQ(bench.owner.calls(), Paths());
   stopScanner(loop);
   EXPECT_EQ(bench.owner.calls(), Paths());
