@@ -14,6 +14,7 @@ StatusFacts Face::status() const {
   StatusFacts facts;
   facts.engineMissing = engineMissing_;
   facts.settingUp = settingUp_;
+  facts.helperFails = helperFails_;
   facts.watchedFolders = watchedFolders_;
   facts.filesBeingScanned = filesBeingScanned_;
   return facts;

@@ -34,6 +34,7 @@ class Face final : public ScanObserver {
   StatusFacts status() const;
   void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
   void setEngineMissing(bool missing) { engineMissing_ = missing; }
+  void setHelperFails(bool fails) { helperFails_ = fails; }
   void setWatchedFolders(const std::vector<std::string>& folders);
   // Called from any thread when an engine that was missing has judged a file. Before the scanners
   // run.
@@ -56,6 +57,7 @@ class Face final : public ScanObserver {
   // Own synchronisation.
   std::atomic<bool> settingUp_{false};
   std::atomic<bool> engineMissing_{false};
+  std::atomic<bool> helperFails_{false};
   std::atomic<bool> showsVerdicts_{false};
   std::atomic<std::size_t> watchedFolders_{0};
   std::atomic<std::size_t> filesBeingScanned_{0};

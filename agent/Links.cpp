@@ -51,6 +51,10 @@ void WatcherLink::startWatcherFromWatcher() { agent_.startWatcherFromWatcher(); 
 bool WatcherLink::displayError(const std::string& description) {
   return agent_.displayGrowlDialogWithTitleAndDescription(notificationError, description);
 }
+void WatcherLink::setHelperFails(bool fails) {
+  agent_.face().setHelperFails(fails);
+  agent_.mainMenu().tellStatus();
+}
 void WatcherLink::addStringToItemList(const std::string& path) {
   agent_.theDispatcher().addStringToItemList(path);
 }

@@ -72,6 +72,7 @@ class WatcherLink final : public WatcherOwner, private PathIntake {
   void stopWatcherFromWatcher() override;
   void startWatcherFromWatcher() override;
   bool displayError(const std::string& description) override;
+  void setHelperFails(bool fails) override;
 
  private:
   void addStringToItemList(const std::string& path) override;

@@ -75,6 +75,9 @@ std::string StatusText::wordsFor(const StatusFacts& facts) const {
   if (facts.busy && facts.filesBeingScanned > 0) {
     return counted("STATUS_SCANNING", facts.filesBeingScanned);
   }
+  if (facts.watching && facts.helperFails) {
+    return strings_.stringForKey("STATUS_HELPER_FAILS", "");
+  }
   if (facts.watching && facts.watchedFolders > 0) {
     return counted("STATUS_WATCHING", facts.watchedFolders);
   }

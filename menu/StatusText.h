@@ -21,6 +21,8 @@ struct StatusFacts {
   // Whether the animation runs: a run of the engine too short for it is not worth a word.
   bool busy = false;
   bool watching = false;
+  // Nothing is told of changed files, whatever is meant to be watched.
+  bool helperFails = false;
   std::size_t watchedFolders = 0;
   std::size_t filesBeingScanned = 0;
 };

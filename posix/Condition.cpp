@@ -2,10 +2,10 @@
 
 namespace quillo {
 
-void Condition::wait() {
+void Condition::waitFor(Clock::Duration bound) {
   // The caller took the lock with lock() and gives it back with unlock(): only lend it.
   std::unique_lock<std::mutex> held(mutex_, std::adopt_lock);
-  clock_.waitOn(variable_, held, longestWait);
+  clock_.waitOn(variable_, held, bound);
   held.release();
 }
 

@@ -23,7 +23,9 @@ class QUILLO_CAPABILITY("condition") Condition {
   void lock() QUILLO_ACQUIRE() { mutex_.lock(); }
   void unlock() QUILLO_RELEASE() { mutex_.unlock(); }
   // Gives the lock up while it waits and holds it again when it returns.
-  void wait() QUILLO_REQUIRES(this);
+  void wait() QUILLO_REQUIRES(this) { waitFor(longestWait); }
+  // As wait(), and returns after `bound` at the latest.
+  void waitFor(Clock::Duration bound) QUILLO_REQUIRES(this);
   // Wakes at most one waiter.
   void signal() QUILLO_REQUIRES(this) { variable_.notify_one(); }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "posix/EscapedPath.h"
 #include "posix/OwnFile.h"
 #include "posix/PlatformException.h"
 #include "posix/Shell.h"
@@ -25,7 +26,7 @@ ScanList::ScanList(const std::string& scannerName)
 std::string ScanList::write(const std::vector<std::string>& paths) {
   std::string text;
   for (const std::string& path : paths) {
-    text.append(path).push_back('\n');
+    text.append(escapedPathLine(path)).push_back('\n');
   }
   memory_.reset();
   const std::string problem = writeOwnFile("Scan list", path_, text);

@@ -7,10 +7,10 @@
 
 namespace quillo {
 
-// The file that names the paths of one run to the scanner, one a line. It lies in a folder that
-// every user may write, so it is only ever a new file of this user's own: one that somebody else
-// put there is neither followed nor used. The list is then kept in memory and handed to the scanner
-// as its descriptor 3. Owned by one thread.
+// The file that names the paths of one run to the scanner, one a line (posix/EscapedPath.h). It
+// lies in a folder that every user may write, so it is only ever a new file of this user's own: one
+// that somebody else put there is neither followed nor used. The list is then kept in memory and
+// handed to the scanner as its descriptor 3. Owned by one thread.
 class ScanList {
  public:
   explicit ScanList(const std::string& scannerName);

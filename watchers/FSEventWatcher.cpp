@@ -8,6 +8,7 @@
 #include "platform/TrashFolders.h"
 #include "platform/TypedPreferences.h"
 #include "posix/ChildProcess.h"
+#include "posix/EscapedPath.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "watchers/WatcherOwner.h"
@@ -17,11 +18,18 @@ namespace quillo {
 namespace {
 
 constexpr int lacksRightsStatus = 1;
+constexpr std::size_t longestWords = 300;
+constexpr std::string_view resourceFork = "/..namedfork/rsrc";
+
+bool isPathLine(std::string_view line) { return line.starts_with('/') || line.starts_with('\\'); }
 
 }  // namespace
 
 FSEventWatcher::FSEventWatcher(WatcherOwner& owner, const WatcherServices& services)
-    : owner_(owner), services_(services) {}
+    : owner_(owner),
+      services_(services),
+      stopped_(services.clock),
+      filter_(owner, services.trashFolders) {}
 
 FSEventWatcher::~FSEventWatcher() = default;
 
@@ -57,12 +65,45 @@ void FSEventWatcher::watch() {
   do {
     readQuarantineFolder();
     if (beginWatching()) {
-      startWatching();
-      while (isWatching()) {
-        startWatching();
-      }
+      runUntilStopped();
     }
   } while (!releaseMainLoop());
+}
+
+void FSEventWatcher::runUntilStopped() {
+  pauses_ = RestartPauses();
+  do {
+    lastWords_.clear();
+    const Clock::Duration began = services_.clock.now();
+    startWatching();
+    pauseAfterRun(began);
+  } while (isWatching());
+}
+
+void FSEventWatcher::pauseAfterRun(Clock::Duration began) {
+  const Clock::Duration ended = services_.clock.now();
+  const bool wasPausing = pauses_.isPausing();
+  const Clock::Duration pause = pauses_.afterRun(began, ended);
+  if (!isWatching() || !pauses_.isPausing()) {
+    return;
+  }
+  owner_.setHelperFails(true);
+  if (!wasPausing) {
+    tellThatHelperFails();
+  }
+  stopped_.lock();
+  for (Clock::Duration now = ended; isWatching() && now < ended + pause;) {
+    stopped_.waitFor(ended + pause - now);
+    now = services_.clock.now();
+  }
+  stopped_.unlock();
+  owner_.setHelperFails(false);
+}
+
+void FSEventWatcher::tellThatHelperFails() {
+  services_.systemLog.log("gfslogger ends again and again, so nothing is watched: " + lastWords_);
+  owner_.displayError(
+      replacingAll(services_.localizedStrings.stringForKey("HELPER_FAILS", ""), "%@", lastWords_));
 }
 
 void FSEventWatcher::forgetMainLoop() {
@@ -78,7 +119,8 @@ void FSEventWatcher::forgetMainLoop() {
 void FSEventWatcher::readQuarantineFolder() {
   const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
   const auto folder = preferences.folder("QuarantineFolder");
-  quarantineDir = folder ? expandingTilde(*folder, services_.folders.homeFolder()) : "";
+  filter_.setQuarantineFolder(folder ? expandingTilde(*folder, services_.folders.homeFolder())
+                                     : "");
 }
 
 // False when watching was stopped between the claim and now.
@@ -102,6 +144,7 @@ void FSEventWatcher::startWatching() {
   } catch (const PlatformException& failure) {
     services_.systemLog.log(failure.name());
     services_.systemLog.log(failure.reason());
+    lastWords_ = tool + ": " + failure.reason();
   }
   MutexLock hold(state_.lock);
   state_.scanCheckTask.reset();
@@ -122,7 +165,11 @@ void FSEventWatcher::runHelper(const std::string& tool) {
   }
   const int status =
       task->waitUntilExit([this](std::string_view chunk) { return taskDataAvailable(chunk); });
-  services_.systemLog.log("termination status = " + std::to_string(status));
+  const std::string ending = "termination status = " + std::to_string(status);
+  services_.systemLog.log(ending);
+  if (lastWords_.empty()) {
+    lastWords_ = ending;
+  }
   if (status == lacksRightsStatus) {
     installHelper(tool);
   }
@@ -147,50 +194,34 @@ void FSEventWatcher::installHelper(const std::string& tool) {
 
 void FSEventWatcher::stopWatching() {
   services_.systemLog.log("attempting to terminate gfslogger");
-  MutexLock hold(state_.lock);
-  state_.isWatching = false;
-  state_.loopWanted = false;
-  if (state_.scanCheckTask) {
-    state_.scanCheckTask->terminate();
+  {
+    MutexLock hold(state_.lock);
+    state_.isWatching = false;
+    state_.loopWanted = false;
+    if (state_.scanCheckTask) {
+      state_.scanCheckTask->terminate();
+    }
   }
+  stopped_.lock();
+  stopped_.signal();
+  stopped_.unlock();
 }
 
 bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {
   if (chunk.empty()) {
     return false;
   }
-  for (const std::string_view candidate : split(chunk, '\n')) {
-    judge(std::string(candidate));
+  filter_.noticeTurnedLinks();
+  for (const std::string_view line : split(chunk, '\n')) {
+    if (!line.empty() && !isPathLine(line)) {
+      lastWords_ = line.substr(0, longestWords);
+    }
+    // Looked for in the line: a file that only bears the name of a fork is spelled in another way.
+    if (!line.ends_with(resourceFork)) {
+      filter_.judge(pathOfLine(line));
+    }
   }
   return true;
-}
-
-void FSEventWatcher::judge(const std::string& candidate) {
-  if (!quarantineDir.empty() && candidate.starts_with(quarantineDir)) {
-    return;
-  }
-  if (candidate.ends_with("/..namedfork/rsrc")) {
-    return;
-  }
-  const auto folders = owner_.getWatchedFolderList();
-  const auto flags = owner_.getCheckSubDirs();
-  for (const std::string& folder : *folders) {
-    if (!candidate.starts_with(folder)) {
-      continue;
-    }
-    const auto withSubfolders = flags->find(folder);
-    const bool wanted = withSubfolders != flags->end() && withSubfolders->second
-                            ? !isTrashedFileAtPath(candidate)
-                            : folder == deletingLastPathComponent(candidate);
-    if (wanted) {
-      owner_.theDispatcher().addStringToItemList(candidate);
-      return;
-    }
-  }
-}
-
-bool FSEventWatcher::isTrashedFileAtPath(const std::string& path) {
-  return services_.trashFolders.isEnclosedByTrash(path);
 }
 
 }  // namespace quillo

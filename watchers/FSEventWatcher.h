@@ -5,7 +5,10 @@
 #include <string>
 #include <string_view>
 
+#include "posix/Condition.h"
 #include "posix/Mutex.h"
+#include "watchers/PathFilter.h"
+#include "watchers/RestartPauses.h"
 
 namespace quillo {
 
@@ -26,8 +29,9 @@ class FSEventWatcher {
   bool claimMainLoop();
   // Takes the claim back when no thread could be had for it. Any thread.
   void abandonMainLoop();
-  // Watches until stopWatching(); the helper is started again at once whenever it ends by itself.
-  // What it throws is no PlatformException; nothing is watched then, and it may be called again.
+  // Watches until stopWatching(). The helper is started again whenever it ends by itself: at once,
+  // or after a pause if it ends again and again, which the user is told once. What it throws is no
+  // PlatformException; nothing is watched then, and it may be called again.
   void mainLoop();
   // One run of the helper, from its launch to its end. The watcher's thread.
   void startWatching();
@@ -36,9 +40,10 @@ class FSEventWatcher {
   bool isWatching() const { return state_.isWatching; }
 
   // Judges every line of a chunk of the helper's output, and answers whether to go on reading: not
-  // after an empty one. A line cut by the chunk's end is judged as two. The watcher's thread.
+  // after an empty one. A line cut by the chunk's end is judged as two. What is no path is what the
+  // helper has to say. The watcher's thread.
   bool taskDataAvailable(std::string_view chunk);
-  bool isTrashedFileAtPath(const std::string& path);
+  bool isTrashedFileAtPath(const std::string& path) const { return filter_.isTrashed(path); }
 
  private:
   // The variables that go by the names of operations, and those that belong to the loop.
@@ -52,21 +57,27 @@ class FSEventWatcher {
   };
 
   void watch();
+  void runUntilStopped();
+  void pauseAfterRun(Clock::Duration began);
+  void tellThatHelperFails();
   void forgetMainLoop();
   void readQuarantineFolder();
   bool beginWatching();
   bool releaseMainLoop();
   void runHelper(const std::string& tool);
   void installHelper(const std::string& tool);
-  void judge(const std::string& candidate);
 
   // Constant after construction.
   WatcherOwner& owner_;
   const WatcherServices& services_;
   // Own synchronisation.
   State state_;
+  // Signalled when watching ends.
+  Condition stopped_;
   // Used by the watcher's thread alone.
-  std::string quarantineDir;
+  PathFilter filter_;
+  RestartPauses pauses_;
+  std::string lastWords_;
 };
 
 }  // namespace quillo

@@ -34,6 +34,8 @@ class WatcherOwner {
   virtual void startWatcherFromWatcher() = 0;
   // Whether the notification was posted.
   virtual bool displayError(const std::string& description) = 0;
+  // Whether nothing is being watched just now since the helper cannot run.
+  virtual void setHelperFails(bool fails) = 0;
 };
 
 }  // namespace quillo

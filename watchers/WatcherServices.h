@@ -4,6 +4,7 @@ namespace quillo {
 
 class Application;
 class Authorization;
+class Clock;
 class Folders;
 class LocalizedStrings;
 class PreferenceStore;
@@ -14,6 +15,7 @@ class TrashFolders;
 struct WatcherServices {
   Application& application;
   Authorization& authorization;
+  Clock& clock;
   Folders& folders;
   LocalizedStrings& localizedStrings;
   PreferenceStore& preferenceStore;

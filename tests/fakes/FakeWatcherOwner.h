@@ -37,6 +37,16 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
     return true;
   }
 
+  void setHelperFails(bool fails) override {
+    std::lock_guard hold(mutex_);
+    helperFails_ = fails;
+    changed_.notify_all();
+  }
+  bool helperFails() {
+    std::lock_guard hold(mutex_);
+    return helperFails_;
+  }
+
   // `folder` as the watch list holds it: a folder with a "/" at its end.
   void watch(const std::string& folder, bool withSubdirs) {
     auto list = *list_.load();
@@ -103,6 +113,7 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
   std::condition_variable changed_;
   std::vector<std::string> paths_;
   std::vector<std::string> calls_;
+  bool helperFails_ = false;
 };
 
 }  // namespace quillo

@@ -8,6 +8,7 @@
 #include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/FakeWatcherOwner.h"
 #include "tests/fakes/HelperProgram.h"
+#include "tests/fakes/ManualClock.h"
 #include "watchers/WatcherServices.h"
 
 namespace quillo {
@@ -39,10 +40,12 @@ class WatcherAndHelper : public testing::Test {
   std::string tool() const { return helper->resourceFolder() + "/gfslogger"; }
 
   FakePlatform desktop;
+  ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization, desktop.folders,     desktop.localizedStrings,
-      desktop.preferenceStore, desktop.systemLog,     desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.preferenceStore,
+      desktop.systemLog,   desktop.trashFolders};
   FSEventWatcher watcher{owner, services};
   std::unique_ptr<HelperProgram> helper;
   std::thread loop;
@@ -106,6 +109,52 @@ TEST_F(WatcherAndHelper, RestartTheHelperAtOnceWhateverEndedIt) {
   EXPECT_EQ(desktop.systemLog.count("termination status = 0"), 1);
   EXPECT_TRUE(watcher.isWatching());
   EXPECT_TRUE(owner.calls().empty());
+}
+
+TEST_F(WatcherAndHelper, PauseAfterTenRestartsAndSayOnceWhatIsWrong) {
+  desktop.localizedStrings.texts["HELPER_FAILS"] = "Nothing is watched: %@";
+  start("echo 'gfslogger: the kernel has no fanotify' >&2; exit 3");
+  ASSERT_TRUE(helper->waitForLaunches(11));
+  for (const int pause : {1, 2, 4, 8, 16, 30, 30}) {
+    ASSERT_TRUE(clock.waitUntilParked(1));
+    EXPECT_TRUE(owner.helperFails());
+    clock.advance(std::chrono::seconds(pause) - std::chrono::milliseconds(1));
+    ASSERT_EQ(clock.parked(), 1) << pause;
+    clock.advance(std::chrono::milliseconds(1));
+    ASSERT_TRUE(helper->waitForLaunches(1)) << pause;
+  }
+  EXPECT_EQ(owner.calls(),
+            Lines{"error: Nothing is watched: gfslogger: the kernel has no fanotify"});
+  EXPECT_TRUE(owner.paths().empty());
+}
+
+TEST_F(WatcherAndHelper, EndAPauseAtOnceWhenStopped) {
+  start("exit 3");
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  stop();
+  EXPECT_FALSE(watcher.isWatching());
+  EXPECT_FALSE(owner.helperFails());
+  EXPECT_EQ(desktop.systemLog.count("termination status = 3"), 11);
+}
+
+TEST_F(WatcherAndHelper, BeginWithoutAPauseWhenStartedAnew) {
+  start("exit 3");
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  stop();
+  run();
+  ASSERT_TRUE(helper->waitForLaunches(22));
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  EXPECT_EQ(owner.calls().size(), 2U);
+}
+
+TEST_F(WatcherAndHelper, SayThatAHelperIsMissing) {
+  desktop.localizedStrings.texts["HELPER_FAILS"] = "%@";
+  helper = std::make_unique<HelperProgram>("");
+  desktop.folders.resources = helper->folder().makeFolder("empty");
+  run();
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  EXPECT_EQ(owner.calls(), Lines{"error: " + desktop.folders.resources +
+                                 "/gfslogger: launch path not accessible"});
 }
 
 TEST_F(WatcherAndHelper, DoNotTakeAHangUpForMissingRights) {

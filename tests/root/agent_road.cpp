@@ -26,7 +26,7 @@ TEST(AgentRoad, CallsASavedFileCleanAndAnInfectedOneInfected) {
 }
 
 TEST(AgentRoad, MovesAnInfectedFileToTheQuarantineFolder) {
-  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine\"\n");
+  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine/\"\n");
   home.startAndAwaitWatching();
   const std::string infected = home.saveInfected("bad.com");
   ASSERT_TRUE(home.logHas(infected + ": moved to '" + home.home() + "/Quarantine/bad.com'"));
@@ -43,12 +43,33 @@ TEST(AgentRoad, MovesAnInfectedFileToTheTrash) {
 }
 
 TEST(AgentRoad, ScansNothingThatLiesInTheQuarantineFolder) {
-  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Downloads/Kept\"\n");
+  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Downloads/Kept/\"\n");
   home.startAndAwaitWatching();
   home.save("Kept/inside.txt", "inside");
   const std::string after = home.save("after.txt", "after");
   ASSERT_TRUE(home.logHas(after + ": OK"));
   EXPECT_EQ(home.linesWith("/Kept/inside.txt"), 0);
+}
+
+TEST(AgentRoad, ScansAFileWhoseNameOnlyBeginsLikeTheQuarantineFolder) {
+  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Downloads/Q/\"\n");
+  home.startAndAwaitWatching();
+  const std::string infected = home.saveInfected("Quittung.exe");
+  EXPECT_TRUE(home.logHas(infected + ": moved to '" + home.guarded("Q/Quittung.exe'")));
+  EXPECT_FALSE(std::filesystem::exists(infected));
+}
+
+TEST(AgentRoad, ScansAFileInAFolderThatIsReachedThroughALink) {
+  GuardedHome home;
+  makeFolder(home.home() + "/Real", 0777);
+  std::filesystem::create_directory_symlink("Real", home.home() + "/Link");
+  home.watchInstead(home.home() + "/Link");
+  home.start();
+  home.awaitWatching(home.home() + "/Real/sentinel");
+  const std::string saved = home.saveInfected(home.home() + "/Real/direct.com");
+  EXPECT_TRUE(home.logHas(saved + found));
+  home.saveInfected(home.home() + "/Link/linked.com");
+  EXPECT_TRUE(home.logHas(home.home() + "/Real/linked.com" + found));
 }
 
 TEST(AgentRoad, LeavesOutWhatTheUserExcluded) {

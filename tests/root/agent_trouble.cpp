@@ -138,7 +138,7 @@ TEST(AgentTrouble, ScansOnWhenTmpIsFull) {
 }
 
 TEST(AgentTrouble, GuardsOnWithALogThatCannotBeOpened) {
-  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine\"\n");
+  GuardedHome home("QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine/\"\n");
   std::filesystem::create_directory(home.log());
   home.start();
   const std::string moved = home.home() + "/Quarantine/bad.com";

@@ -9,6 +9,7 @@
 #include "tests/fakes/FakeWatcherOwner.h"
 #include "tests/fakes/HelperProgram.h"
 #include "tests/fakes/JoinedThreads.h"
+#include "tests/fakes/ManualClock.h"
 #include "watchers/WatcherServices.h"
 
 namespace quillo {
@@ -38,10 +39,12 @@ class WatcherRaces : public testing::Test {
   void expectNeverTwo() { EXPECT_FALSE(fileExists(helper.resourceFolder() + "/two")); }
 
   FakePlatform desktop;
+  ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization, desktop.folders,     desktop.localizedStrings,
-      desktop.preferenceStore, desktop.systemLog,     desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.preferenceStore,
+      desktop.systemLog,   desktop.trashFolders};
   HelperProgram helper{jealous};
   FSEventWatcher watcher{owner, services};
   JoinedThreads threads;

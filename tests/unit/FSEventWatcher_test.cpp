@@ -2,13 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/FakeWatcherOwner.h"
+#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/ScratchFolder.h"
 #include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
 
+namespace fs = std::filesystem;
 using Paths = std::vector<std::string>;
 
 class WatcherLines : public testing::Test {
@@ -27,10 +32,12 @@ class WatcherLines : public testing::Test {
   }
 
   FakePlatform desktop;
+  ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization, desktop.folders,     desktop.localizedStrings,
-      desktop.preferenceStore, desktop.systemLog,     desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.preferenceStore,
+      desktop.systemLog,   desktop.trashFolders};
   FSEventWatcher watcher{owner, services};
 };
 
@@ -144,6 +151,26 @@ TEST_F(WatcherLines, StayWholeWithWhateverBytesTheyHold) {
             (Paths{"/a/ x \t\r", "/a/\xFF", "/a/\xC3\xBC"}));
 }
 
+TEST_F(WatcherLines, WithAnEscapedLineBreakAreHandedOverAsTheyAreOnDisk) {
+  owner.watch("/a/", true);
+  EXPECT_EQ(handedOver("\\/a/one\\x0Atwo\\x5Cthree\n/a/\\x0A\n"),
+            (Paths{"/a/one\ntwo\\three", "/a/\\x0A"}));
+}
+
+TEST_F(WatcherLines, WithAnEscapedLineBreakAreDroppedInTheQuarantineFolderToo) {
+  desktop.preferenceStore.set("QuarantineFolder", "/a/Q\nR/");
+  owner.watch("/a/", true);
+  readPreferences();
+  EXPECT_EQ(handedOver("\\/a/Q\\x0AR/x\n\\/a/x\\x0A\n"), Paths{"/a/x\n"});
+}
+
+TEST_F(WatcherLines, OfAFileBesideAQuarantineFolderWrittenWithASlashAreHandedOver) {
+  desktop.preferenceStore.set("QuarantineFolder", "/a/Q/");
+  owner.watch("/a/", true);
+  readPreferences();
+  EXPECT_EQ(handedOver("/a/Q/x\n/a/Quittung.exe\n"), Paths{"/a/Quittung.exe"});
+}
+
 TEST_F(WatcherLines, AreHandedOverOnceForTwoFoldersThatMatch) {
   owner.watch("/a/", true);
   owner.watch("/a/b/", true);
@@ -184,12 +211,100 @@ TEST_F(WatcherLines, MayBeEmpty) {
   EXPECT_EQ(handedOver("\n\n"), Paths());
 }
 
+// The helper tells real paths.
+class WatcherLinks : public WatcherLines {
+ protected:
+  WatcherLinks() {
+    fs::create_directories(disk.at("one/sub"));
+    fs::create_directories(disk.at("two/sub"));
+  }
+  void turn(const std::string& name, const std::string& target) const {
+    fs::remove(disk.at(name));
+    fs::create_directory_symlink(target, disk.at(name));
+  }
+  Paths handedOverOf(const std::string& name) { return handedOver(disk.at(name) + "\n"); }
+
+  ScratchFolder disk;
+};
+
+TEST_F(WatcherLinks, LeadToWatchedFolders) {
+  turn("link", "one");
+  owner.watch(disk.at("link/"), true);
+  EXPECT_EQ(handedOverOf("one/x"), Paths{disk.at("one/x")});
+  EXPECT_EQ(handedOverOf("link/x"), Paths{disk.at("link/x")});
+  EXPECT_EQ(handedOverOf("one.bak/x"), Paths());
+  EXPECT_EQ(handedOverOf("two/x"), Paths());
+}
+
+TEST_F(WatcherLinks, MayLieAboveAWatchedFolder) {
+  turn("home", "one");
+  owner.watch(disk.at("home/sub/"), true);
+  EXPECT_EQ(handedOverOf("one/sub/x"), Paths{disk.at("one/sub/x")});
+  EXPECT_EQ(handedOverOf("one/x"), Paths());
+}
+
+TEST_F(WatcherLinks, MayBeTurnedElsewhereWhileWatchingGoesOn) {
+  turn("link", "one");
+  owner.watch(disk.at("link/"), true);
+  EXPECT_EQ(handedOverOf("one/x"), Paths{disk.at("one/x")});
+  turn("link", "two");
+  EXPECT_EQ(handedOverOf("two/x"), Paths{disk.at("two/x")});
+  EXPECT_EQ(handedOverOf("one/x"), Paths());
+}
+
+TEST_F(WatcherLinks, MayTakeTheFoldersPlaceWhileWatchingGoesOn) {
+  owner.watch(disk.at("one/"), true);
+  EXPECT_EQ(handedOverOf("one/x"), Paths{disk.at("one/x")});
+  fs::rename(disk.at("one"), disk.at("moved"));
+  turn("one", "moved");
+  EXPECT_EQ(handedOverOf("moved/x"), Paths{disk.at("moved/x")});
+}
+
+TEST_F(WatcherLinks, MayBeAwayForAWhile) {
+  turn("link", "one");
+  owner.watch(disk.at("link/"), true);
+  fs::remove(disk.at("link"));
+  EXPECT_EQ(handedOverOf("one/x"), Paths());
+  turn("link", "two");
+  EXPECT_EQ(handedOverOf("two/x"), Paths{disk.at("two/x")});
+}
+
+TEST_F(WatcherLinks, LeadToWatchedFiles) {
+  turn("link", "one/file");
+  owner.watch(disk.at("link"), true);
+  EXPECT_EQ(handedOverOf("one/file"), Paths{disk.at("one/file")});
+}
+
+TEST_F(WatcherLinks, LeadToNothingThatIsWatchedWithoutSubfolders) {
+  turn("link", "one");
+  owner.watch(disk.at("link/"), false);
+  EXPECT_EQ(handedOverOf("one/x"), Paths());
+  turn("root", "/");
+  owner.watch(disk.at("root/"), false);
+  EXPECT_EQ(handedOver("/x\n/sub/x\n"), Paths{"/x"});
+}
+
+TEST_F(WatcherLinks, LeadToTheQuarantineFolderToo) {
+  turn("link", "one");
+  owner.watch(disk.at(""), true);
+  desktop.preferenceStore.set("QuarantineFolder", disk.at("link/Q/"));
+  readPreferences();
+  EXPECT_EQ(handedOverOf("one/Q/x"), Paths());
+  EXPECT_EQ(handedOverOf("link/Q/x"), Paths());
+  EXPECT_EQ(handedOverOf("one/Quittung.exe"), Paths{disk.at("one/Quittung.exe")});
+  turn("link", "two");
+  EXPECT_EQ(handedOverOf("two/Q/x"), Paths());
+  EXPECT_EQ(handedOverOf("one/Q/x"), Paths{disk.at("one/Q/x")});
+}
+
 TEST(WatcherLoop, IsClaimedOnceUntilItHasEnded) {
   FakePlatform desktop;
+  ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization, desktop.folders,     desktop.localizedStrings,
-      desktop.preferenceStore, desktop.systemLog,     desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.preferenceStore,
+      desktop.systemLog,   desktop.trashFolders};
   FSEventWatcher watcher(owner, services);
   EXPECT_TRUE(watcher.claimMainLoop());
   EXPECT_FALSE(watcher.claimMainLoop());
@@ -205,10 +320,12 @@ TEST(WatcherLoop, IsClaimedOnceUntilItHasEnded) {
 
 TEST(WatcherLoop, SaysThatItEndsTheHelper) {
   FakePlatform desktop;
+  ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization, desktop.folders,     desktop.localizedStrings,
-      desktop.preferenceStore, desktop.systemLog,     desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.preferenceStore,
+      desktop.systemLog,   desktop.trashFolders};
   FSEventWatcher watcher(owner, services);
   watcher.stopWatching();
   EXPECT_EQ(desktop.systemLog.lines(),

@@ -45,6 +45,11 @@ TEST_F(ScanListFile, KeepsBytesThatAreNotText) {
   EXPECT_EQ(written(), "/\xFF\xFE\n");
 }
 
+TEST_F(ScanListFile, NamesAPathWithALineBreakOnOneLine) {
+  EXPECT_EQ(list.write({"/a\nb\\c", "/d\\e"}), "");
+  EXPECT_EQ(written(), "\\/a\\x0Ab\\x5Cc\n/d\\e\n");
+}
+
 TEST_F(ScanListFile, IsForItsUserAlone) {
   list.write({"/a"});
   struct stat status = {};

@@ -21,6 +21,7 @@ class StatusTextTest : public testing::Test {
                      {"STATUS_UPDATING", "Updating definitions"},
                      {"STATUS_NO_ENGINE", "No engine"},
                      {"STATUS_IDLE", "Not watching"},
+                     {"STATUS_HELPER_FAILS", "The helper does not run"},
                      {"WAIT", "Please wait"},
                      {"DIGITS_SEPARATOR", ","},
                      {"DIGITS_GROUPED_FROM", "1000"}};
@@ -73,6 +74,15 @@ TEST_F(StatusTextTest, DoesNotClaimToWatchWhenEveryFolderIsMissing) {
   StatusFacts state;
   state.watching = true;
   EXPECT_EQ(text.wordsFor(state), "Not watching");
+}
+
+TEST_F(StatusTextTest, DoesNotClaimToWatchWhileTheHelperCannotRun) {
+  StatusFacts state;
+  state.helperFails = true;
+  EXPECT_EQ(text.wordsFor(state), "Not watching");
+  state.watching = true;
+  state.watchedFolders = 2;
+  EXPECT_EQ(text.wordsFor(state), "The helper does not run");
 }
 
 TEST_F(StatusTextTest, PassesOverFilesThatAreScannedWithoutAnAnimation) {

@@ -234,7 +234,8 @@ void GuardedHome::start() {
 void GuardedHome::awaitWatching(const std::string& sentinel) {
   const FolderWatch watch(home_ + "/Library/Logs");
   const auto until = std::chrono::steady_clock::now() + deadline;
-  while (linesWith("Noticed: " + guarded(sentinel)) == 0) {
+  const std::string told = sentinel.starts_with('/') ? sentinel : guarded(sentinel);
+  while (linesWith("Noticed: " + told) == 0) {
     if (!isRunning() || std::chrono::steady_clock::now() > until) {
       throw std::runtime_error("the agent does not watch; it says:\n" +
                                readFile(root_ + "/output") + "its log says:\n" + readLog());
