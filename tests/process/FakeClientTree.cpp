@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <utility>
 
 #include "posix/ChildProcess.h"
 #include "tools/clamdscan/Front.h"
@@ -16,64 +17,46 @@ namespace {
 constexpr char client[] = R"(#!/bin/sh
 here=${0%/*}
 printf '%s\n' "$*" >> "$here/calls"
-status=0
-list=
+echo client
 for word; do
-  case $word in --file-list=*) list=${word#*=} ;; esac
-done
-
-say() {
-  case ${1##*/} in
-    infected*) echo "$1: Fake.Name FOUND"; status=1 ;;
-    limit*) echo "$1: Heuristics.Limits.Exceeded.MaxScanTime FOUND"; status=1 ;;
-    error*) echo "$1: Failed to open file"; status=2 ;;
-    refused* | gone*) echo "ERROR: Can't access file $1"; status=2 ;;
-    noreply*) echo "$1: no reply from clamd"; status=2 ;;
-    silent*) ;;
-    crash*) kill -SEGV $$ ;;
+  case ${word##*/} in
     hang*) exec 9> "$here/lifeline"; echo started >&9; read -r word < "$here/never" ;;
-    busy*) turns=0; while [ $turns -lt 400 ]; do turns=$((turns + 1)); /bin/true; done
-           echo "$1: OK" ;;
-    split*) printf '%s: Fake' "$1"; /bin/true; printf '.Name FOUND\n'; status=1 ;;
-    garbage*) printf '\377\376 odd\n%s: OK\n' "$1" ;;
-    forged*) printf '/etc/passwd: Forged FOUND\n%s: OK\n' "$1" ;;
-    lost*) echo "ERROR: Could not connect to clamd on LocalSocket /s: Connection refused"
-           status=2 ;;
-    *) echo "$1: OK" ;;
   esac
-}
-
-if [ "$word" = - ]; then
-  read -r text
-  case $text in
-    infected) echo "fd[9]: Fake.Name FOUND"; status=1 ;;
-    silent) ;;
-    *) echo "stream: OK" ;;
-  esac
-elif [ -n "$list" ]; then
-  while read -r path; do say "$path"; done < "$list"
-else
-  for path in "$word"/*; do
-    case $path in */infected* | */forged*) say "$path" ;; */gone*) rm "$path"; say "$path" ;; esac
-  done
-  [ $status = 0 ] && echo "$word: OK"
-fi
-exit $status
+done
 )";
 
 }  // namespace
 
 FakeClientTree::FakeClientTree() {
-  tree_.file("etc/clamd.conf", "MaxFileSize 1K\nLocalSocket " + socket() + "\n");
+  configureDaemon("MaxFileSize 1K\nLocalSocket " + socket() + "\n");
   tree_.file("clamdscan", client, 0755);
   tree_.link("bin/clamdscan", QUILLO_BINARY_DIR "/resources/engine-tools/clamdscan");
   mkfifo(tree_.at("lifeline").c_str(), 0600);
   mkfifo(tree_.at("never").c_str(), 0600);
   configure("RealClient " + tree_.at("clamdscan") + "\n");
+  daemon(SessionClamd::truth);
+}
+
+std::string FakeClientTree::file(const std::string& name) const {
+  return files_.file(name, name.substr(name.rfind('/') + 1));
+}
+
+void FakeClientTree::configureDaemon(const std::string& lines) const {
+  tree_.file("etc/clamd.conf", lines);
+}
+
+void FakeClientTree::addToDaemon(const std::string& lines) const {
+  configureDaemon(ScratchFolder::read(configuration()) + lines);
 }
 
 void FakeClientTree::configure(const std::string& lines) const {
   tree_.file("etc/front.conf", lines);
+}
+
+SessionClamd& FakeClientTree::daemon(SessionClamd::Script script, SessionClamd::Manners manners) {
+  daemon_.reset();
+  daemon_ = std::make_unique<SessionClamd>(socket(), std::move(script), manners);
+  return *daemon_;
 }
 
 FrontRun FakeClientTree::run(const std::vector<std::string>& words) const {
@@ -111,7 +94,7 @@ FrontRun FakeClientTree::scanWithPatience(const std::vector<std::string>& paths,
   Report report({output.get(), output.get()});
   SystemClock clock;
   FrontRun result;
-  result.status = Front(tree, asked, report, clock, patience).run();
+  result.status = Front(tree, asked, report, clock, Starter(-1, -1), patience).run();
   std::array<char, 65536> bytes;
   const ssize_t count = pread(output.get(), bytes.data(), bytes.size(), 0);
   result.output.assign(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "posix/Clock.h"
 #include "tests/fakes/ScratchFolder.h"
+#include "tests/fakes/SessionClamd.h"
 
 namespace quillo::front {
 
@@ -14,23 +16,32 @@ struct FrontRun {
   std::string output;
 };
 
-// An engine tree with the front program, whose real client is a little shell program: what it says
-// of a file follows from the file's name (infected, limit, error, refused, noreply, silent, crash,
-// hang, busy, split, garbage, forged, lost, gone; else clean). It logs its calls.
+// An engine tree with the front program, a fake daemon, and as the real client a little shell
+// program that logs its calls, says "client" and hangs where a word begins with "hang".
 class FakeClientTree {
  public:
   FakeClientTree();
 
   const ScratchFolder& files() const { return files_; }
+  // Holds its own name, by which the daemon judges it.
+  std::string file(const std::string& name) const;
   std::string program() const { return tree_.at("bin/clamdscan"); }
-  // Where its daemon would listen.
+  // Where its daemon listens, or would.
   std::string socket() const { return tree_.at("socket"); }
-  // In its front.conf.
+  std::string configuration() const { return tree_.at("etc/clamd.conf"); }
+  // In its clamd.conf, instead of or behind the lines that are there; in its front.conf.
+  void configureDaemon(const std::string& lines) const;
+  void addToDaemon(const std::string& lines) const;
   void configure(const std::string& lines) const;
   // The argument lines of all runs of the client.
   std::string calls() const { return ScratchFolder::read(tree_.at("calls")); }
   // A pipe that a hanging client keeps open for writing. It says a word first.
   std::string lifeline() const { return tree_.at("lifeline"); }
+
+  // Replaces the daemon, which tells the truth at first.
+  SessionClamd& daemon(SessionClamd::Script script, SessionClamd::Manners manners = {});
+  SessionClamd& daemon() { return *daemon_; }
+  void endDaemon() { daemon_.reset(); }
 
   FrontRun run(const std::vector<std::string>& words) const;
   // With "--stdout --no-summary" and a list of these paths.
@@ -38,12 +49,12 @@ class FakeClientTree {
                 const std::vector<std::string>& words = {}) const;
   // The same, in this process and with less patience.
   FrontRun scanWithPatience(const std::vector<std::string>& paths, Clock::Duration patience) const;
-
- private:
   std::vector<std::string> listWords(const std::vector<std::string>& paths) const;
 
+ private:
   ScratchFolder tree_;
   ScratchFolder files_;
+  std::unique_ptr<SessionClamd> daemon_;
 };
 
 }  // namespace quillo::front

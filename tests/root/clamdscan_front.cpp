@@ -216,7 +216,7 @@ TEST_F(FrontOnClamd, FailsWithoutItsList) {
   EXPECT_EQ(status, 2);
 }
 
-TEST_F(FrontOnClamd, ScansAFolderDeeperThanTheClientGoes) {
+TEST_F(FrontOnClamd, ScansAFolderToItsDepths) {
   startDaemon("MaxDirectoryRecursion 5\n");
   for (int depth = 1; depth < 9; ++depth) {
     std::string name;
@@ -300,7 +300,7 @@ TEST_F(FrontOnClamd, DoesNotWaitForeverForAStoppedDaemon) {
     Report report({output.get(), output.get()});
     SystemClock clock;
     daemon->send(SIGSTOP);
-    EXPECT_EQ(Front(engine, asked, report, clock, 300ms).run(), 2);
+    EXPECT_EQ(Front(engine, asked, report, clock, Starter(-1, -1), 300ms).run(), 2);
     daemon->send(SIGCONT);
   }
   std::array<char, 4096> bytes = {};

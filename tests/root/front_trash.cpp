@@ -23,9 +23,8 @@ class TrashOnMachine : public testing::Test {
   MoveFolder::Outcome moveAway(const std::string& path) {
     MoveFolder folder(clock, DesktopTrash(home, ""));
     EXPECT_EQ(folder.open(home + "/.Trash"), "");
-    struct stat status = {};
-    EXPECT_EQ(statusOf(path, status), 0);
-    return folder.move(path, status);
+    const UniqueFd file = openPath(path, O_RDONLY);
+    return folder.move(path, file.get());
   }
 
   const tests::TemporaryFolder place;

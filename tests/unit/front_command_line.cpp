@@ -13,9 +13,9 @@ TEST(FrontCommandLine, ReadsWhatTheAgentAsks) {
   EXPECT_EQ(asked.moveFolder, "/q");
   EXPECT_EQ(asked.fileList, "/tmp/list.txt");
   EXPECT_TRUE(asked.toStdout);
-  EXPECT_EQ(asked.handedOn, Words{"--multiscan"});
+  EXPECT_TRUE(asked.multiscan);
   EXPECT_TRUE(asked.paths.empty());
-  EXPECT_FALSE(asked.takesNoPaths);
+  EXPECT_FALSE(asked.foreign);
 }
 
 TEST(FrontCommandLine, TellsAnEmptyMoveFolderFromNone) {
@@ -27,9 +27,10 @@ TEST(FrontCommandLine, TakesAnEmptyWordForNoPath) {
   EXPECT_EQ(CommandLine::parse({"", "--stdout", "/f", ""}).paths, Words{"/f"});
 }
 
-TEST(FrontCommandLine, HandsOnWhatItDoesNotKnow) {
+TEST(FrontCommandLine, LeavesToTheClientWhatItDoesNotKnow) {
   const auto asked = CommandLine::parse({"--future=3", "--odd", "-Q", "/f"});
-  EXPECT_EQ(asked.handedOn, (Words{"--future=3", "--odd", "-Q"}));
+  EXPECT_TRUE(asked.foreign);
+  EXPECT_EQ(asked.options, (Words{"--future=3", "--odd", "-Q"}));
   EXPECT_EQ(asked.paths, Words{"/f"});
 }
 
@@ -37,25 +38,20 @@ TEST(FrontCommandLine, TakesValuesFromTheNextWord) {
   const auto asked = CommandLine::parse({"-f", "/list", "--move", "/q", "-l", "/log"});
   EXPECT_EQ(asked.fileList, "/list");
   EXPECT_EQ(asked.moveFolder, "/q");
-  EXPECT_EQ(asked.handedOn, Words{"--log=/log"});
+  EXPECT_EQ(asked.options, (Words{"--file-list=/list", "--log=/log"}));
 }
 
 TEST(FrontCommandLine, ReadsClustersAndAbbreviations) {
   const auto asked = CommandLine::parse({"-mvi", "--mov=/q", "-c/conf"});
   EXPECT_TRUE(asked.infectedOnly);
-  EXPECT_TRUE(asked.ownConfiguration);
+  EXPECT_EQ(asked.configuration, "/conf");
   EXPECT_EQ(asked.moveFolder, "/q");
-  EXPECT_EQ(asked.handedOn, (Words{"--multiscan", "--verbose", "--config-file=/conf"}));
+  EXPECT_EQ(asked.options,
+            (Words{"--multiscan", "--verbose", "--infected", "--config-file=/conf"}));
 }
 
 TEST(FrontCommandLine, HandsOnAnAmbiguousAbbreviation) {
-  EXPECT_EQ(CommandLine::parse({"--re"}).handedOn, Words{"--re"});
-}
-
-TEST(FrontCommandLine, KeepsActionsApart) {
-  const auto asked = CommandLine::parse({"--remove", "--copy=/c", "/f"});
-  EXPECT_EQ(asked.actions, (Words{"--remove", "--copy=/c"}));
-  EXPECT_TRUE(asked.handedOn.empty());
+  EXPECT_EQ(CommandLine::parse({"--re"}).options, Words{"--re"});
 }
 
 TEST(FrontCommandLine, TakesWordsBehindTwoDashesForPaths) {
@@ -64,10 +60,12 @@ TEST(FrontCommandLine, TakesWordsBehindTwoDashesForPaths) {
   EXPECT_FALSE(asked.toStdout);
 }
 
-TEST(FrontCommandLine, LeavesToTheClientWhatScansNoPaths) {
-  for (const char* word : {"--version", "-V", "--help", "--ping=3", "--reload", "-", "--move"}) {
-    EXPECT_TRUE(CommandLine::parse({word}).takesNoPaths) << word;
+TEST(FrontCommandLine, LeavesToTheClientWhatItDoesNotDoItself) {
+  for (const char* word : {"--version", "-V", "--help", "--ping=3", "--reload", "-", "--move",
+                           "--remove", "--copy=/c", "--allmatch", "--stream", "--wait", "-v"}) {
+    EXPECT_TRUE(CommandLine::parse({word}).foreign) << word;
   }
+  EXPECT_TRUE(CommandLine::parse({"--move"}).incomplete);
 }
 
 TEST(FrontCommandLine, ReadsASwitchThatIsOff) {

@@ -55,8 +55,8 @@ TEST(FrontConfig, SaysSizesInRoundUnits) {
 
 TEST(FrontTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
   const ScratchFolder root;
-  root.file("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\nMaxDirectoryRecursion 4\n");
-  root.file("daemon.conf", "MaxFileSize 2K\n");
+  root.file("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\nMaxThreads 3\n");
+  root.file("daemon.conf", "MaxFileSize 2K\nMaxThreads 4\nUser scanner\n");
   root.file("etc/front.conf",
             "RealClient /opt/clamdscan\nDaemonConfig " + root.at("daemon.conf") + "\n");
   const EngineTree tree = EngineTree::at(root.path());
@@ -64,7 +64,8 @@ TEST(FrontTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
   EXPECT_EQ(tree.limits.largestFile, 2048U);
   EXPECT_EQ(tree.configuration, root.at("etc/clamd.conf"));
   EXPECT_EQ(tree.daemonSocket, "/s");
-  EXPECT_EQ(tree.deepestFolder, 4);
+  EXPECT_EQ(tree.manners.threads, 4U);
+  EXPECT_EQ(tree.daemonAccount, "scanner");
 }
 
 TEST(FrontTree, StandsWithoutAFileOfItsOwn) {
@@ -73,7 +74,8 @@ TEST(FrontTree, StandsWithoutAFileOfItsOwn) {
   const EngineTree tree = EngineTree::at(root.path());
   EXPECT_EQ(tree.realClient, "/usr/bin/clamdscan");
   EXPECT_EQ(tree.limits.largestFile, mebi);
-  EXPECT_EQ(tree.deepestFolder, 15);
+  EXPECT_EQ(tree.manners.threads, 10U);
+  EXPECT_EQ(tree.daemonAccount, "");
 }
 
 TEST(FrontTree, IsFoundByTheLinkThatItWasStartedBy) {

@@ -36,7 +36,6 @@ TEST(FrontEntry, IsAFileAsItStands) {
   EXPECT_EQ(entry.kind, Entry::Kind::file);
   EXPECT_EQ(entry.path, scratch.at("a"));
   EXPECT_FALSE(entry.reachedByLink());
-  EXPECT_FALSE(entry.awkward());
 }
 
 TEST(FrontEntry, StandsForTheTargetOfALink) {
@@ -70,16 +69,6 @@ TEST(FrontEntry, RefusesWhatIsNoFile) {
   EXPECT_EQ(resolved("/dev/null").reason, "device");
 }
 
-TEST(FrontEntry, KnowsWhatAListCannotCarry) {
-  const ScratchFolder scratch;
-  EXPECT_TRUE(resolved(scratch.file("two\nlines")).awkward());
-  EXPECT_TRUE(resolved(scratch.file("return\r")).awkward());
-  EXPECT_FALSE(resolved(scratch.file(" blanks ")).awkward());
-  EXPECT_TRUE(
-      resolved(scratch.file(deepFolder(scratch, 1000).substr(scratch.path().size() + 1) + "/f"))
-          .awkward());
-}
-
 TEST(FrontEntry, ReachesBehindTheLongestPath) {
   const ScratchFolder scratch;
   const std::string folder = deepFolder(scratch, 4500);
@@ -88,7 +77,6 @@ TEST(FrontEntry, ReachesBehindTheLongestPath) {
   const UniqueFd made(openat(parent.get(), "f", O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
   const Entry entry = resolved(folder + "/f");
   EXPECT_EQ(entry.kind, Entry::Kind::file);
-  EXPECT_TRUE(entry.awkward());
   EXPECT_TRUE(openWithoutLinks(entry.path, O_RDONLY | O_NOFOLLOW));
 }
 
@@ -104,19 +92,22 @@ class FrontWalk : public testing::Test {
  protected:
   void walk(const std::string& root) {
     const FolderWalk::Visitor visitor = {
-        [this](const std::string& path, const struct stat& status) {
+        [this](int folder, const char* name, const std::string& path) {
+          struct stat status = {};
+          EXPECT_EQ(fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW), 0) << path;
           files[path] = static_cast<long>(status.st_size);
+          return files.size() < most;
         },
         [this](const std::string& path, std::string_view reason) {
           obstacles[path] = std::string(reason);
         }};
-    findings = FolderWalk::through(root, visitor);
+    FolderWalk::through(root, visitor);
   }
 
   ScratchFolder scratch;
   std::map<std::string, long> files;
   std::map<std::string, std::string> obstacles;
-  FolderWalk::Findings findings;
+  std::size_t most = 1000;
 };
 
 TEST_F(FrontWalk, MeetsEveryFile) {
@@ -125,8 +116,14 @@ TEST_F(FrontWalk, MeetsEveryFile) {
   walk(scratch.path());
   EXPECT_EQ(files, (std::map<std::string, long>{{scratch.at("a"), 5}, {scratch.at("b/c/d"), 0}}));
   EXPECT_TRUE(obstacles.empty());
-  EXPECT_EQ(findings.depth, 2);
-  EXPECT_FALSE(findings.lineBreaks);
+}
+
+TEST_F(FrontWalk, EndsWhenItIsToldTo) {
+  scratch.file("a/b");
+  scratch.file("c/d");
+  most = 1;
+  walk(scratch.path());
+  EXPECT_EQ(files.size(), 1U);
 }
 
 TEST_F(FrontWalk, PassesOverLinksThatStayInside) {
@@ -155,14 +152,6 @@ TEST_F(FrontWalk, OpensNoPipe) {
   ASSERT_EQ(mkfifo(scratch.at("pipe").c_str(), 0600), 0);
   walk(scratch.path());
   EXPECT_EQ(obstacles[scratch.at("pipe")], "named pipe");
-}
-
-TEST_F(FrontWalk, NoticesLineBreaksAndDepth) {
-  scratch.file("a\nb/c/f");
-  walk(scratch.path());
-  EXPECT_TRUE(findings.lineBreaks);
-  EXPECT_EQ(findings.depth, 2);
-  EXPECT_EQ(findings.longestPath, scratch.at("a\nb/c/f").size());
 }
 
 TEST_F(FrontWalk, SaysWhereItTurnsBack) {

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,9 +24,17 @@ struct stat statusAt(const std::string& path) {
   return status;
 }
 
+UniqueFd opened(const std::string& path) {
+  UniqueFd file = openPath(path, O_RDONLY);
+  EXPECT_TRUE(file) << path;
+  return file;
+}
+
 class FrontMove : public testing::Test {
  protected:
-  MoveFolder::Outcome move(const std::string& path) { return folder.move(path, statusAt(path)); }
+  MoveFolder::Outcome move(const std::string& path) {
+    return folder.move(path, opened(path).get());
+  }
 
   ScratchFolder scratch;
   ManualClock clock;
@@ -71,10 +80,10 @@ TEST_F(FrontMove, NumbersNamesThatAreTaken) {
 TEST_F(FrontMove, MovesNothingButTheScannedFile) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   const std::string path = scratch.file("a", "bad");
-  const struct stat scanned = statusAt(path);
+  const UniqueFd scanned = opened(path);
   const std::string other = scratch.file("b", "good");
   ASSERT_EQ(rename(other.c_str(), path.c_str()), 0);
-  const auto outcome = folder.move(path, scanned);
+  const auto outcome = folder.move(path, scanned.get());
   EXPECT_FALSE(outcome.moved);
   EXPECT_EQ(outcome.text, "it was replaced after the scan");
   EXPECT_EQ(ScratchFolder::read(path), "good");
@@ -83,9 +92,9 @@ TEST_F(FrontMove, MovesNothingButTheScannedFile) {
 TEST_F(FrontMove, FollowsNoLinkThatAppearsOnTheWay) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   const std::string path = scratch.file("real/a");
-  const struct stat scanned = statusAt(path);
+  const UniqueFd scanned = opened(path);
   scratch.link("way", "real");
-  EXPECT_FALSE(folder.move(scratch.at("way/a"), scanned).moved);
+  EXPECT_FALSE(folder.move(scratch.at("way/a"), scanned.get()).moved);
   EXPECT_TRUE(ScratchFolder::exists(path));
 }
 
@@ -103,6 +112,34 @@ TEST_F(FrontMove, LeavesWhatLiesThereAlready) {
   EXPECT_EQ(outcome.text, "it is in that folder already");
 }
 
+TEST_F(FrontMove, TakesTheRightToRunAFile) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const std::string path = scratch.file("a", "bad");
+  ASSERT_EQ(chmod(path.c_str(), 06755), 0);
+  const auto outcome = move(path);
+  EXPECT_EQ(outcome.executable, "");
+  EXPECT_EQ(statusAt(scratch.at("q/a")).st_mode & 07777U, 0644U);
+}
+
+TEST_F(FrontMove, LeavesTheRightsOfAFileThatStays) {
+  ASSERT_EQ(folder.open(scratch.at("q")), "");
+  const std::string path = scratch.file("q/a", "bad", 0755);
+  EXPECT_FALSE(move(path).moved);
+  EXPECT_EQ(statusAt(path).st_mode & 07777U, 0755U);
+}
+
+TEST_F(FrontMove, TakesNoFolderThatOthersMayWrite) {
+  const std::string path = scratch.makeFolder("q");
+  for (const mode_t mode : {0777, 0702, 0733}) {
+    ASSERT_EQ(chmod(path.c_str(), mode), 0);
+    EXPECT_EQ(folder.open(path), "others may write to it") << std::oct << mode;
+    EXPECT_FALSE(folder.isOpen());
+  }
+  // In such a one they can neither take nor replace what is there.
+  ASSERT_EQ(chmod(path.c_str(), 01777), 0);
+  EXPECT_EQ(folder.open(path), "");
+}
+
 // A home with or without a ~/.Trash of its own.
 class FrontTrash : public testing::Test {
  protected:
@@ -110,7 +147,7 @@ class FrontTrash : public testing::Test {
     folder.emplace(clock, DesktopTrash(scratch.at("home/"), dataHome));
     return folder->open(link);
   }
-  std::string moved(const std::string& path) { return folder->move(path, statusAt(path)).text; }
+  std::string moved(const std::string& path) { return folder->move(path, opened(path).get()).text; }
   std::string noteOf(const std::string& name) const {
     return ScratchFolder::read(scratch.at("home/.local/share/Trash/info/" + name + ".trashinfo"));
   }
@@ -227,14 +264,14 @@ TEST_F(FrontTrash, ShortensANameForWhichThereCouldBeNoNote) {
 TEST_F(FrontTrash, KeepsNoNoteOfAFileThatStays) {
   ASSERT_EQ(open(), "");
   std::filesystem::remove_all(scratch.at("home/.local/share/Trash/files"));
-  EXPECT_FALSE(folder->move(bad, statusAt(bad)).moved);
+  EXPECT_FALSE(folder->move(bad, opened(bad).get()).moved);
   EXPECT_EQ(noteOf("bad"), "");
 }
 
 TEST_F(FrontTrash, TakesAnInfectedFileAlsoWhenItCannotNoteItsPlace) {
   ASSERT_EQ(open(), "");
   std::filesystem::remove_all(scratch.at("home/.local/share/Trash/info"));
-  const MoveFolder::Outcome outcome = folder->move(bad, statusAt(bad));
+  const MoveFolder::Outcome outcome = folder->move(bad, opened(bad).get());
   EXPECT_TRUE(outcome.moved);
   EXPECT_EQ(outcome.unnoted, "no such file or directory");
 }

@@ -3,16 +3,16 @@
 #include <array>
 #include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace quillo::front {
 namespace {
 
 enum class Meaning {
-  handOn,
   takeOver,
   list,
   move,
-  action,
+  multiscan,
   infected,
   quiet,
   noSummary,
@@ -32,19 +32,19 @@ struct Option {
 constexpr std::array<Option, 20> options = {{
     {"help", 'h', false, Meaning::takeOver},
     {"version", 'V', false, Meaning::takeOver},
-    {"verbose", 'v', false, Meaning::handOn},
+    {"verbose", 'v', false, Meaning::takeOver},
     {"quiet", '\0', false, Meaning::quiet},
     {"stdout", '\0', false, Meaning::toStdout},
-    {"log", 'l', true, Meaning::handOn},
+    {"log", 'l', true, Meaning::takeOver},
     {"file-list", 'f', true, Meaning::list},
     {"ping", 'p', true, Meaning::takeOver},
-    {"wait", 'w', false, Meaning::handOn},
-    {"remove", '\0', false, Meaning::action},
+    {"wait", 'w', false, Meaning::takeOver},
+    {"remove", '\0', false, Meaning::takeOver},
     {"move", '\0', true, Meaning::move},
-    {"copy", '\0', true, Meaning::action},
+    {"copy", '\0', true, Meaning::takeOver},
     {"config-file", 'c', true, Meaning::configuration},
-    {"allmatch", 'z', false, Meaning::handOn},
-    {"multiscan", 'm', false, Meaning::handOn},
+    {"allmatch", 'z', false, Meaning::takeOver},
+    {"multiscan", 'm', false, Meaning::multiscan},
     {"infected", 'i', false, Meaning::infected},
     {"no-summary", '\0', false, Meaning::noSummary},
     {"reload", '\0', false, Meaning::takeOver},
@@ -106,7 +106,7 @@ class Parser {
     if (word.empty()) {
       return;
     }
-    result_.takesNoPaths = result_.takesNoPaths || word == "-";
+    result_.foreign = result_.foreign || word == "-";
     result_.paths.push_back(word);
   }
 
@@ -116,7 +116,7 @@ class Parser {
     const bool hasValue = equals != std::string_view::npos;
     const std::string_view value = hasValue ? word.substr(equals + 1) : std::string_view();
     if (option == nullptr) {
-      result_.handedOn.push_back("--" + std::string(word));
+      handOn("--" + std::string(word));
     } else if (option->takesValue) {
       apply(*option, hasValue ? std::string(value) : nextWord());
     } else if (!meansNo(value)) {
@@ -128,7 +128,7 @@ class Parser {
     for (std::size_t i = 0; i < letters.size(); ++i) {
       const Option* option = byLetter(letters[i]);
       if (option == nullptr) {
-        result_.handedOn.push_back(std::string("-") + letters[i]);
+        handOn(std::string("-") + letters[i]);
       } else if (option->takesValue) {
         const std::string_view rest = letters.substr(i + 1);
         apply(*option, rest.empty() ? nextWord() : std::string(rest));
@@ -142,44 +142,40 @@ class Parser {
   std::string nextWord() {
     if (at_ + 1 >= words_.size()) {
       // The real client words the complaint about the missing value.
-      result_.takesNoPaths = true;
+      result_.foreign = result_.incomplete = true;
       return {};
     }
     return words_[++at_];
   }
 
-  void apply(const Option& option, const std::string& value) {
-    const std::string word =
-        "--" + std::string(option.name) + (option.takesValue ? "=" + value : std::string());
-    switch (option.meaning) {
-      case Meaning::configuration:
-        result_.ownConfiguration = true;
-        break;
-      case Meaning::stream:
-        result_.streams = true;
-        break;
-      case Meaning::action:
-        result_.actions.push_back(word);
-        return;
-      case Meaning::takeOver:
-        result_.takesNoPaths = true;
-        break;
-      case Meaning::handOn:
-        break;
-      default:
-        keep(option.meaning, value);
-        return;
-    }
-    result_.handedOn.push_back(word);
+  void handOn(std::string word) {
+    result_.options.push_back(std::move(word));
+    result_.foreign = true;
   }
 
-  void keep(Meaning meaning, const std::string& value) {
-    switch (meaning) {
+  void apply(const Option& option, const std::string& value) {
+    if (option.meaning != Meaning::move) {
+      result_.options.push_back("--" + std::string(option.name) +
+                                (option.takesValue ? "=" + value : std::string()));
+    }
+    switch (option.meaning) {
+      case Meaning::takeOver:
+        result_.foreign = true;
+        break;
+      case Meaning::stream:
+        result_.foreign = result_.streams = true;
+        break;
+      case Meaning::configuration:
+        result_.configuration = value;
+        break;
       case Meaning::list:
         result_.fileList = value;
         break;
       case Meaning::move:
         result_.moveFolder = value;
+        break;
+      case Meaning::multiscan:
+        result_.multiscan = true;
         break;
       case Meaning::infected:
         result_.infectedOnly = true;
@@ -193,7 +189,7 @@ class Parser {
       case Meaning::toStdout:
         result_.toStdout = true;
         break;
-      default:
+      case Meaning::descriptors:
         break;
     }
   }

@@ -7,10 +7,10 @@
 namespace quillo::front {
 
 // What a caller asked of the scanner, read as the real client reads it (clamdscan(1), with
-// getopt_long(3)'s abbreviations and clusters). Options that are not known are handed on.
+// getopt_long(3)'s abbreviations and clusters).
 struct CommandLine {
-  std::vector<std::string> handedOn;  // for every run of the real client
-  std::vector<std::string> actions;   // --remove, --copy: handed on where the client sees the path
+  // All options but --move, spelled out, for the real client.
+  std::vector<std::string> options;
   std::vector<std::string> paths;
   std::optional<std::string> fileList;
   std::optional<std::string> moveFolder;
@@ -18,10 +18,13 @@ struct CommandLine {
   bool quiet = false;
   bool noSummary = false;
   bool toStdout = false;
-  bool ownConfiguration = false;  // --config-file was given
-  bool streams = false;           // --stream was given
-  // Nothing is to be scanned by path: the real client takes over (--help, --ping, "-" ...).
-  bool takesNoPaths = false;
+  bool multiscan = false;
+  std::optional<std::string> configuration;
+  bool streams = false;  // --stream was given
+  // Something is asked that this program does not do: the real client takes over.
+  bool foreign = false;
+  // ... with the words as they are, for it has to complain about them.
+  bool incomplete = false;
 
   // Any thread; never fails.
   static CommandLine parse(const std::vector<std::string>& words);

@@ -3,7 +3,6 @@
 #include <limits.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 
 #include "clamav/ClamConf.h"
@@ -48,10 +47,21 @@ EngineTree EngineTree::at(const std::string& root) {
   tree.daemonSocket = own.value("LocalSocket");
   tree.realClient = front.value("RealClient", "/usr/bin/clamdscan");
   const std::string daemon = front.value("DaemonConfig");
-  tree.limits = ScanLimits::of(daemon.empty() ? own : ClamConf::read(daemon).value_or(ClamConf()));
-  tree.deepestFolder = static_cast<int>(
-      std::min<std::uint64_t>(own.size("MaxDirectoryRecursion").value_or(15), 100000));
+  tree.takeDaemon(daemon.empty() ? own : ClamConf::read(daemon).value_or(ClamConf()));
   return tree;
+}
+
+void EngineTree::useConfiguration(const std::string& path) {
+  configuration = path;
+  const ClamConf own = ClamConf::read(path).value_or(ClamConf());
+  daemonSocket = own.value("LocalSocket");
+  takeDaemon(own);
+}
+
+void EngineTree::takeDaemon(const ClamConf& daemon) {
+  daemonAccount = daemon.value("User");
+  limits = ScanLimits::of(daemon);
+  manners = SessionManners::of(daemon);
 }
 
 }  // namespace quillo::front

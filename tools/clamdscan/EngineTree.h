@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "clamav/ScanLimits.h"
+#include "clamav/ScanSession.h"
 
 namespace quillo::front {
 
@@ -12,13 +13,20 @@ struct EngineTree {
   std::string configuration;  // ROOT/etc/clamd.conf, for the real client
   std::string daemonSocket;   // "LocalSocket" there, may be empty
   std::string realClient;     // "RealClient" of ROOT/etc/front.conf, or the distribution's place
-  ScanLimits limits;          // of "DaemonConfig" there, or of ROOT/etc/clamd.conf
-  int deepestFolder = 0;      // levels that the client goes down into a folder; 0 for no limit
+  // Of "DaemonConfig" there, or of ROOT/etc/clamd.conf:
+  std::string daemonAccount;  // "User", may be empty
+  ScanLimits limits;
+  SessionManners manners;
 
   // The tree of the first of `programs` (paths of this program, best first) that has one: a tree
   // may hold a symbolic link to the program as well as a copy. Any thread; never fails.
   static EngineTree find(const std::vector<std::string>& programs);
   static EngineTree at(const std::string& root);
+  // Has another configuration count for everything but the real client's place.
+  void useConfiguration(const std::string& path);
+
+ private:
+  void takeDaemon(const ClamConf& daemon);
 };
 
 }  // namespace quillo::front

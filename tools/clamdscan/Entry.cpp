@@ -14,8 +14,6 @@
 namespace quillo::front {
 namespace {
 
-constexpr std::size_t longestInList = 1000;
-
 std::string realPath(const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
                                                          &std::free);
@@ -60,13 +58,6 @@ bool endsPlainly(const std::string& path) {
 }
 
 }  // namespace
-
-bool hasLineBreak(std::string_view path) { return path.find('\n') != std::string_view::npos; }
-
-bool Entry::awkward() const {
-  return path.size() > longestInList || hasLineBreak(path) ||
-         (!path.empty() && path.back() == '\r');
-}
 
 Entry PathResolver::resolve(const std::string& given) {
   Entry entry;

@@ -19,13 +19,9 @@ struct Entry {
   struct stat status = {};
 
   bool reachedByLink() const { return shown != path; }
-  // Whether the real client gets it wrong when it stands in a list (measured, 1.4): 1023 bytes and
-  // more are cut, and a carriage return at the end is dropped.
-  bool awkward() const;
+  // The file itself where `shown` leads to it through links; else "".
+  std::string target() const { return reachedByLink() ? path : std::string(); }
 };
-
-// Whether a line break would tear this path in a report of the real client.
-bool hasLineBreak(std::string_view path);
 
 // Finds out what stands behind a path, following symbolic links. Keeps the folders that it has
 // seen, because the paths of a batch share them: one instance a run, one thread.

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <vector>
@@ -14,9 +13,6 @@
 
 namespace quillo::front {
 namespace {
-
-// Each level of a walk keeps one descriptor open.
-constexpr std::size_t deepest = 256;
 
 struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
@@ -35,13 +31,17 @@ Folder openFolder(int parent, const char* name) {
 
 class Walk {
  public:
-  Walk(const std::string& root, const FolderWalk::Visitor& visitor)
-      : root_(root), path_(root), visitor_(visitor) {}
+  Walk(const std::string& root, const FolderWalk::Visitor& visitor, std::size_t deepest)
+      : root_(root), path_(root), visitor_(visitor), deepest_(deepest) {}
 
-  FolderWalk::Findings run() {
-    const UniqueFd root = openPath(root_, O_PATH | O_DIRECTORY);
+  void run() {
+    const UniqueFd root = openWithoutLinks(root_, O_PATH | O_DIRECTORY);
+    if (!root) {
+      visitor_.obstacle(path_, reasonText(errno));
+      return;
+    }
     enter(root.get(), ".");
-    while (!levels_.empty()) {
+    while (goesOn_ && !levels_.empty()) {
       Level& level = levels_.back();
       path_.resize(level.pathLength);
       errno = 0;
@@ -55,7 +55,6 @@ class Walk {
       }
       levels_.pop_back();
     }
-    return findings_;
   }
 
  private:
@@ -65,7 +64,7 @@ class Walk {
   };
 
   void enter(int parent, const char* name) {
-    if (levels_.size() == deepest) {
+    if (levels_.size() == deepest_) {
       visitor_.obstacle(path_, "folders nested too deeply");
       return;
     }
@@ -74,7 +73,6 @@ class Walk {
       visitor_.obstacle(path_, reasonText(errno));
       return;
     }
-    findings_.depth = std::max(findings_.depth, static_cast<int>(levels_.size()));
     levels_.push_back({std::move(folder), path_.size()});
   }
 
@@ -85,11 +83,13 @@ class Walk {
     }
     path_ += path_.back() == '/' ? "" : "/";
     path_ += name;
-    findings_.lineBreaks = findings_.lineBreaks || name.find('\n') != std::string_view::npos;
-    findings_.longestPath = std::max(findings_.longestPath, path_.size());
     const int parent = dirfd(levels_.back().folder.get());
     if (entry.d_type == DT_DIR) {
       enter(parent, entry.d_name);
+      return;
+    }
+    if (entry.d_type == DT_REG) {
+      goesOn_ = visitor_.file(parent, entry.d_name, path_);
       return;
     }
     struct stat status = {};
@@ -100,7 +100,7 @@ class Walk {
     } else if (S_ISDIR(status.st_mode)) {
       enter(parent, entry.d_name);
     } else if (S_ISREG(status.st_mode)) {
-      visitor_.file(path_, status);
+      goesOn_ = visitor_.file(parent, entry.d_name, path_);
     } else if (S_ISLNK(status.st_mode)) {
       follow(parent, entry.d_name);
     } else {
@@ -128,14 +128,15 @@ class Walk {
   const std::string& root_;
   std::string path_;
   const FolderWalk::Visitor& visitor_;
+  const std::size_t deepest_;
   std::vector<Level> levels_;
-  FolderWalk::Findings findings_;
+  bool goesOn_ = true;
 };
 
 }  // namespace
 
-FolderWalk::Findings FolderWalk::through(const std::string& root, const Visitor& visitor) {
-  return Walk(root, visitor).run();
+void FolderWalk::through(const std::string& root, const Visitor& visitor, std::size_t deepest) {
+  Walk(root, visitor, deepest).run();
 }
 
 }  // namespace quillo::front

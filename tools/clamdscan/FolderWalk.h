@@ -1,8 +1,6 @@
 #pragma once
 
-#include <sys/stat.h>
-
-#include <cstdint>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -14,20 +12,18 @@ namespace quillo::front {
 class FolderWalk {
  public:
   struct Visitor {
-    std::function<void(const std::string& path, const struct stat& status)> file;
+    // `name` lies in the folder that is open as `folder`. False ends the walk.
+    std::function<bool(int folder, const char* name, const std::string& path)> file;
     // What no walk comes past: not readable, no file, a link to outside of the folder or to nothing
     // (a link to something inside is passed over; what it leads to is met elsewhere).
     std::function<void(const std::string& path, std::string_view reason)> obstacle;
   };
 
-  struct Findings {
-    bool lineBreaks = false;  // in some name
-    int depth = 0;            // 1 for a folder of the folder
-    std::size_t longestPath = 0;
-  };
-
-  // `root` is an existing folder's path without symbolic links.
-  static Findings through(const std::string& root, const Visitor& visitor);
+  // `root` is an existing folder's path without symbolic links. Each level keeps one descriptor
+  // open, `deepest` at most.
+  static constexpr std::size_t usualDepth = 256;
+  static void through(const std::string& root, const Visitor& visitor,
+                      std::size_t deepest = usualDepth);
 };
 
 }  // namespace quillo::front

@@ -1,27 +1,26 @@
 #include "tools/clamdscan/Front.h"
 
 #include <fcntl.h>
-#include <limits.h>
-#include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <string_view>
 #include <unordered_map>
-#include <unordered_set>
+#include <utility>
 
+#include "posix/EscapedPath.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::front {
 namespace {
-
-constexpr std::size_t filesInOneRun = 1000;
-constexpr char unanswered[] = "the scanner did not report on it";
 
 // All of the file at `path`; errno on failure.
 std::optional<std::string> contentsOf(const std::string& path) {
@@ -44,69 +43,26 @@ std::optional<std::string> contentsOf(const std::string& path) {
   }
 }
 
-// A file list that nobody else can see or change; errno on failure.
-UniqueFd privateList(const std::vector<Entry>& entries) {
-  std::string text;
-  std::unordered_set<std::string_view> seen;
-  for (const Entry& entry : entries) {
-    if (seen.insert(entry.path).second) {
-      text += entry.path;
-      text += '\n';
+// Several entries may stand for one file, which may have gone after the first.
+std::vector<Job> jobsFor(std::vector<Entry> files) {
+  std::vector<Job> jobs;
+  std::unordered_map<std::string, std::size_t> places;
+  for (Entry& entry : files) {
+    const auto [place, isNew] = places.emplace(entry.path, jobs.size());
+    if (isNew) {
+      jobs.emplace_back();
     }
+    jobs[place->second].entries.push_back(std::move(entry));
   }
-  UniqueFd list(memfd_create("file list", MFD_CLOEXEC));
-  std::string_view rest = text;
-  while (list && !rest.empty()) {
-    const ssize_t count = write(list.get(), rest.data(), rest.size());
-    if (count < 0 && errno != EINTR) {
-      return UniqueFd();
-    }
-    rest.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
-  }
-  return list;
-}
-
-// Several entries may stand for one file.
-class Pending {
- public:
-  explicit Pending(const std::vector<Entry>& entries) {
-    for (const Entry& entry : entries) {
-      places_[entry.path].entries.push_back(&entry);
-    }
-  }
-
-  bool knows(std::string_view path) const { return places_.count(path) > 0; }
-
-  template <typename Action>
-  void answer(std::string_view path, const Action& action) {
-    Place& place = places_.at(path);
-    place.answered = true;
-    for (const Entry* entry : place.entries) {
-      action(*entry);
-    }
-  }
-
-  bool isAnswered(const Entry& entry) const { return places_.at(entry.path).answered; }
-
- private:
-  struct Place {
-    std::vector<const Entry*> entries;
-    bool answered = false;
-  };
-  std::unordered_map<std::string_view, Place> places_;
-};
-
-bool liesIn(std::string_view path, std::string_view folder) {
-  return path == folder || folder == "/" ||
-         (path.size() > folder.size() && path[folder.size()] == '/' &&
-          path.substr(0, folder.size()) == folder);
+  return jobs;
 }
 
 std::string below(const std::string& shownFolder, const std::string& folder,
                   std::string_view path) {
   const std::string_view rest = path.substr(folder.size());
-  const bool twoSlashes = shownFolder.back() == '/' && rest.substr(0, 1) == "/";
-  return shownFolder + std::string(rest.substr(twoSlashes ? 1 : 0));
+  const bool slashIsThere = shownFolder.back() == '/' || rest.empty() || rest.front() == '/';
+  const bool twoSlashes = shownFolder.back() == '/' && rest.starts_with('/');
+  return shownFolder + (slashIsThere ? "" : "/") + std::string(rest.substr(twoSlashes ? 1 : 0));
 }
 
 std::string dateText(std::chrono::system_clock::time_point time) {
@@ -118,31 +74,68 @@ std::string dateText(std::chrono::system_clock::time_point time) {
                      std::strftime(text.data(), text.size(), "%Y:%m:%d %H:%M:%S", &parts));
 }
 
+std::size_t descriptorsAllowed() {
+  constexpr rlim_t enough = 4096;
+  rlimit limit = {};
+  return getrlimit(RLIMIT_NOFILE, &limit) == 0
+             ? static_cast<std::size_t>(std::min(limit.rlim_cur, enough))
+             : 64;
+}
+
+// A walk keeps folders open too, and some are this program's own.
+DescriptorScan::Limits limitsFor(const EngineTree& tree, bool multiscan, std::size_t descriptors,
+                                 Clock::Duration patience) {
+  constexpr std::size_t scannedAndWaiting = 2;
+  DescriptorScan::Limits limits;
+  limits.underWay = std::min({multiscan ? tree.manners.threads : scannedAndWaiting,
+                              tree.manners.queue, std::max<std::size_t>(1, descriptors / 4)});
+  limits.inOrder = !multiscan;
+  limits.silence = tree.manners.silence;
+  limits.patience = patience;
+  return limits;
+}
+
 }  // namespace
 
 Front::Front(const EngineTree& tree, const CommandLine& asked, Report& report, Clock& clock,
-             Clock::Duration patience)
-    : tree_(tree),
-      asked_(asked),
+             const Starter& starter, Clock::Duration patience)
+    : asked_(asked),
       report_(report),
       clock_(clock),
+      starter_(starter),
+      descriptors_(descriptorsAllowed()),
       moveFolder_(clock),
       judge_(report, moveFolder_, tree.limits),
-      client_(tree, asked, report, clock, patience) {}
+      link_(tree, report, starter_, std::chrono::ceil<std::chrono::milliseconds>(patience)),
+      scan_(link_, starter_, clock, limitsFor(tree, asked.multiscan, descriptors_, patience),
+            [this](const Job& job, const Answer& answer) { judge_.pass(job, answer); }) {}
 
 int Front::run() {
+  try {
+    return scanAll();
+  } catch (const Starter::Gone&) {
+    return 2;
+  }
+}
+
+int Front::scanAll() {
   const auto start = clock_.wallTime();
   const Clock::Duration begin = clock_.now();
   openMoveFolder();
-  const auto paths = givenPaths();
-  if (paths) {
-    Work work;
+  if (const auto paths = givenPaths()) {
+    std::vector<Entry> files;
+    std::vector<Entry> folders;
     PathResolver resolver;
     for (const std::string& path : *paths) {
-      sort(resolver.resolve(path), work);
+      Entry entry = resolver.resolve(path);
+      if (entry.kind == Entry::Kind::unscannable) {
+        report_.notScanned(entry.shown, entry.reason, entry.path.empty() ? "" : entry.target());
+      } else {
+        (entry.kind == Entry::Kind::folder ? folders : files).push_back(std::move(entry));
+      }
     }
-    scanFiles(work);
-    for (const Entry& folder : work.folders) {
+    scanFiles(std::move(files));
+    for (const Entry& folder : folders) {
       scanFolder(folder);
     }
   }
@@ -157,6 +150,7 @@ void Front::openMoveFolder() {
   }
   const std::string problem = moveFolder_.open(*asked_.moveFolder);
   if (!problem.empty()) {
+    judge_.noMoving(problem);
     report_.error("ERROR: --move=" + *asked_.moveFolder + ": " + problem +
                   "; infected files stay where they are");
   }
@@ -179,174 +173,86 @@ std::optional<std::vector<std::string>> Front::givenPaths() {
   std::vector<std::string> paths;
   for (const std::string_view line : split(*text, '\n')) {
     if (!line.empty()) {
-      paths.emplace_back(line);
+      paths.push_back(pathOfLine(line));
     }
   }
   return paths;
 }
 
-void Front::sort(Entry entry, Work& work) {
-  switch (entry.kind) {
-    case Entry::Kind::unscannable:
-      report_.notScanned(entry.shown, entry.reason);
-      break;
-    case Entry::Kind::folder:
-      work.folders.push_back(std::move(entry));
-      break;
-    case Entry::Kind::file:
-      (entry.awkward() ? work.awkward : work.plain).push_back(std::move(entry));
-      break;
-  }
-}
-
-void Front::scanFiles(Work& work) {
-  if (!work.plain.empty()) {
-    scanList(work.plain);
-  }
-  for (Entry& entry : work.awkward) {
-    scanByDescriptor(std::move(entry));
-  }
-  work.plain.clear();
-  work.awkward.clear();
-}
-
-void Front::scanList(const std::vector<Entry>& entries) {
-  const UniqueFd list = privateList(entries);
-  Pending pending(entries);
-  std::string problem = unanswered;
-  if (!list) {
-    report_.error("ERROR: cannot make a file list: " + reasonText(errno));
-  } else {
-    Task task;
-    task.words = asked_.actions;
-    task.words.emplace_back("--file-list=/proc/self/fd/3");
-    task.descriptorThree = list.get();
-    task.isKnown = [&](std::string_view path) { return pending.knows(path); };
-    task.verdict = [&](const ClientLine& line) {
-      pending.answer(line.path, [&](const Entry& entry) { judge_.pass(entry, line); });
-    };
-    const std::string incident = client_.run(task);
-    problem = incident.empty() ? problem : incident;
-  }
-  for (const Entry& entry : entries) {
-    if (!pending.isAnswered(entry)) {
-      report_.notScanned(entry.shown, problem);
+// Files that the daemon has may have to be done first, so that another can be opened.
+template <typename Opener>
+UniqueFd Front::openWith(const Opener& opener) {
+  for (;;) {
+    UniqueFd file = opener();
+    const int error = errno;
+    if (file || (error != EMFILE && error != ENFILE) || !scan_.makeRoom()) {
+      errno = error;
+      return file;
     }
   }
 }
 
-// The client takes any opened file as its standard input, whatever its path is like.
-void Front::scanByDescriptor(Entry entry) {
-  const UniqueFd file = openWithoutLinks(entry.path, O_RDONLY | O_NOFOLLOW);
-  if (!file || fstat(file.get(), &entry.status) != 0) {
-    report_.notScanned(entry.shown, reasonText(errno));
-    return;
+void Front::scan(Job job) {
+  std::string problem = job.file ? judge_.objection(job.file.get()) : reasonText(errno);
+  if (problem.empty()) {
+    scan_.add(std::move(job));
+  } else {
+    scan_.addUnscannable(std::move(job), problem);
   }
-  if (!S_ISREG(entry.status.st_mode)) {
-    report_.notScanned(entry.shown, typeText(entry.status.st_mode));
-    return;
+}
+
+void Front::scanFiles(std::vector<Entry> files) {
+  for (Job& job : jobsFor(std::move(files))) {
+    // Not through anything that became a link since.
+    job.file =
+        openWith([&] { return openWithoutLinks(job.entries.front().path, O_RDONLY | O_NOFOLLOW); });
+    scan(std::move(job));
   }
-  bool answered = false;
-  Task task;
-  task.words = {"-"};
-  task.standardInput = file.get();
-  task.isKnown = [](std::string_view path) {
-    return path == "stream" || path.substr(0, 3) == "fd[";
-  };
-  task.verdict = [&](const ClientLine& line) {
-    answered = true;
-    judge_.pass(entry, line);
-  };
-  const std::string incident = client_.run(task);
-  if (!answered) {
-    report_.notScanned(entry.shown, incident.empty() ? unanswered : incident);
-  } else if (!asked_.actions.empty()) {
-    report_.remark(entry.shown + ": neither removed nor copied, because of its name");
-  }
+  scan_.finish();
+}
+
+bool Front::scanInFolder(const Entry& folder, int parent, const char* name,
+                         const std::string& path) {
+  Job job;
+  job.inFolder = true;
+  job.file = openWith([&] {
+    return UniqueFd(
+        openat(parent, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  });
+  const int error = errno;
+  Entry entry;
+  entry.kind = Entry::Kind::file;
+  entry.path = path;
+  entry.shown = below(folder.shown, folder.path, path);
+  job.entries.push_back(std::move(entry));
+  errno = error;
+  scan(std::move(job));
+  return link_.problem().empty();
 }
 
 void Front::scanFolder(const Entry& folder) {
   const std::uint64_t leftOutBefore = report_.leftOut();
-  const FolderWalk::Visitor visitor = {
-      [&](const std::string& path, const struct stat& status) {
-        if (judge_.isTooLarge(status)) {
-          report_.notScanned(below(folder.shown, folder.path, path), judge_.tooLargeText());
-        }
-      },
-      [&](const std::string& path, std::string_view reason) {
-        report_.notScanned(below(folder.shown, folder.path, path), reason);
-      }};
-  const FolderWalk::Findings found = FolderWalk::through(folder.path, visitor);
-  const bool withinReach = tree_.deepestFolder == 0 || found.depth < tree_.deepestFolder - 1;
-  if (found.lineBreaks || folder.awkward() || !withinReach || found.longestPath >= PATH_MAX) {
-    scanPiecewise(folder);
-  } else {
-    scanWhole(folder, leftOutBefore);
-  }
-}
-
-void Front::scanWhole(const Entry& folder, std::uint64_t leftOutBefore) {
-  Task task;
-  task.words = asked_.actions;
-  task.words.push_back(folder.path);
-  task.isKnown = [&](std::string_view path) { return liesIn(path, folder.path); };
-  task.verdict = [&](const ClientLine& line) { passFromFolder(folder, line); };
   const std::uint64_t infections = report_.infections();
-  const std::uint64_t failures = report_.failures();
-  std::string incident = client_.run(task);
-  std::uint64_t leftOut = report_.leftOut() - leftOutBefore;
-  if (incident.empty() && client_.lastStatus() > 1 && report_.failures() == failures &&
-      leftOut == 0) {
-    incident = "the scanner failed with status " + std::to_string(client_.lastStatus());
+  if (link_.problem().empty()) {
+    const FolderWalk::Visitor visitor = {
+        [&](int parent, const char* name, const std::string& path) {
+          return scanInFolder(folder, parent, name, path);
+        },
+        [&](const std::string& path, std::string_view reason) {
+          report_.notScanned(below(folder.shown, folder.path, path), reason);
+        }};
+    FolderWalk::through(folder.path, visitor, std::min(FolderWalk::usualDepth, descriptors_ / 2));
+    scan_.finish();
   }
-  if (!incident.empty()) {
-    report_.notScanned(folder.shown, "not to its end: " + incident);
+  const std::uint64_t leftOut = report_.leftOut() - leftOutBefore;
+  if (!link_.problem().empty()) {
+    report_.notScanned(folder.shown, "not to its end: " + link_.problem(), folder.target());
   } else if (leftOut > 0) {
     report_.remark(folder.shown + ": Scanned but for what is named above (" +
                    std::to_string(leftOut) + ")");
   } else if (report_.infections() == infections) {
-    report_.clean(folder.shown);
+    report_.clean(folder.shown, folder.target());
   }
-}
-
-void Front::passFromFolder(const Entry& folder, const ClientLine& line) {
-  if (line.kind == ClientLine::Kind::clean && line.path == folder.path) {
-    return;  // to be said when all is known
-  }
-  Entry entry;
-  entry.path = line.path;
-  entry.shown = below(folder.shown, folder.path, line.path);
-  const int error = statusOf(entry.path, entry.status);
-  const bool noFile =
-      line.kind == ClientLine::Kind::inaccessible && error == 0 && !S_ISREG(entry.status.st_mode);
-  const bool obstacle = noFile || (error == EACCES && line.kind != ClientLine::Kind::infected);
-  const bool tooLarge = line.kind == ClientLine::Kind::infected && isLimitAlert(line.text) &&
-                        judge_.isTooLarge(entry.status);
-  if (!obstacle && !tooLarge) {  // which the walk said
-    judge_.pass(entry, line);
-  }
-}
-
-void Front::scanPiecewise(const Entry& folder) {
-  Work work;
-  const FolderWalk::Visitor visitor = {
-      [&](const std::string& path, const struct stat& status) {
-        if (judge_.isTooLarge(status)) {
-          return;  // said already
-        }
-        Entry entry;
-        entry.path = path;
-        entry.shown = below(folder.shown, folder.path, path);
-        entry.kind = Entry::Kind::file;
-        entry.status = status;
-        sort(std::move(entry), work);
-        if (work.plain.size() + work.awkward.size() >= filesInOneRun) {
-          scanFiles(work);
-        }
-      },
-      [](const std::string&, std::string_view) {}};
-  FolderWalk::through(folder.path, visitor);
-  scanFiles(work);
 }
 
 void Front::writeSummary(std::chrono::system_clock::time_point start, Clock::Duration length) {

@@ -1,56 +1,54 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "tools/clamdscan/Client.h"
+#include "posix/Clock.h"
+#include "tools/clamdscan/CommandLine.h"
+#include "tools/clamdscan/DaemonLink.h"
+#include "tools/clamdscan/DescriptorScan.h"
+#include "tools/clamdscan/EngineTree.h"
 #include "tools/clamdscan/Judge.h"
 
 namespace quillo::front {
 
-// The whole program but for its main: scans what it was asked to scan with as few runs of the real
-// client as that takes, one for all ordinary files. One thread.
+// The whole program but for its main: opens what it was asked to scan, has the daemon scan what was
+// opened, and moves what the daemon finds. One thread.
 class Front {
  public:
-  // What a client may take without a sign of life, at least.
+  // What a daemon may take without a sign of life, at least.
   static constexpr Clock::Duration usualPatience = std::chrono::minutes(5);
 
   Front(const EngineTree& tree, const CommandLine& asked, Report& report, Clock& clock,
-        Clock::Duration patience = usualPatience);
+        const Starter& starter = Starter(-1, -1), Clock::Duration patience = usualPatience);
 
-  // The exit status: 1 when anything was found, 2 for errors and things not scanned, else 0.
+  // The exit status: 1 when anything was found, 2 for errors and things not scanned, and when the
+  // starter has gone, else 0.
   int run();
-  int endingSignal() const { return client_.endingSignal(); }
 
  private:
-  struct Work {
-    std::vector<Entry> plain;
-    std::vector<Entry> awkward;
-    std::vector<Entry> folders;
-  };
-
+  int scanAll();
   void openMoveFolder();
   // Absent when the list cannot be read, which has been said then.
   std::optional<std::vector<std::string>> givenPaths();
-  void sort(Entry entry, Work& work);
-  void scanFiles(Work& work);
-  void scanList(const std::vector<Entry>& entries);
-  void scanByDescriptor(Entry entry);
+  void scanFiles(std::vector<Entry> files);
   void scanFolder(const Entry& folder);
-  void scanWhole(const Entry& folder, std::uint64_t leftOutBefore);
-  void passFromFolder(const Entry& folder, const ClientLine& line);
-  void scanPiecewise(const Entry& folder);
+  bool scanInFolder(const Entry& folder, int parent, const char* name, const std::string& path);
+  void scan(Job job);
+  template <typename Opener>
+  UniqueFd openWith(const Opener& opener);
   void writeSummary(std::chrono::system_clock::time_point start, Clock::Duration length);
 
-  const EngineTree& tree_;
   const CommandLine& asked_;
   Report& report_;
   Clock& clock_;
+  const Starter starter_;
+  const std::size_t descriptors_;
   MoveFolder moveFolder_;
   Judge judge_;
-  Client client_;
+  DaemonLink link_;
+  DescriptorScan scan_;
 };
 
 }  // namespace quillo::front

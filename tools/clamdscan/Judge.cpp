@@ -1,6 +1,7 @@
 #include "tools/clamdscan/Judge.h"
 
-#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -9,90 +10,117 @@
 namespace quillo::front {
 
 bool isLimitAlert(std::string_view threat) {
-  constexpr std::string_view start = "Heuristics.Limits.Exceeded";
-  return threat.substr(0, start.size()) == start;
+  return threat.starts_with("Heuristics.Limits.Exceeded");
 }
 
-void Judge::pass(const Entry& entry, const ClientLine& line) {
-  switch (line.kind) {
-    case ClientLine::Kind::clean:
-      clean(entry);
-      break;
-    case ClientLine::Kind::infected:
-      if (isLimitAlert(line.text)) {
-        beyondLimit(entry, line.text.substr(line.text.rfind('.') + 1));
-      } else {
-        infected(entry, line.text);
-      }
-      break;
-    default:
-      report_.notScanned(entry.shown, whyFailed(entry, line));
-      break;
+void Judge::pass(const Job& job, const Answer& answer) {
+  for (const Entry& entry : job.entries) {
+    switch (answer.kind) {
+      case Answer::Kind::clean:
+        clean(entry, job);
+        break;
+      case Answer::Kind::infected:
+        infected(entry, job.file.get(), answer.text);
+        break;
+      case Answer::Kind::notScanned:
+        report_.notScanned(entry.shown, answer.text, entry.target());
+        break;
+    }
   }
 }
 
 bool Judge::isTooLarge(const struct stat& status) const {
-  return S_ISREG(status.st_mode) &&
-         static_cast<std::uint64_t>(status.st_size) > limits_.largestFile;
+  return static_cast<std::uint64_t>(status.st_size) > limits_.largestFile;
 }
 
 std::string Judge::tooLargeText() const {
   return "larger than the limit of " + sizeText(limits_.largestFile);
 }
 
-void Judge::clean(const Entry& entry) {
-  struct stat now = {};
-  if (statusOf(entry.path, now) != 0) {
-    now = entry.status;
+// The engine calls also what it cannot read clean.
+std::string Judge::objection(int file) const {
+  struct stat status = {};
+  if (fstat(file, &status) != 0) {
+    return reasonText(errno);
   }
-  if (!S_ISREG(now.st_mode)) {
-    report_.notScanned(entry.shown, "it was replaced during the scan");
-  } else if (isTooLarge(now)) {
-    report_.notScanned(entry.shown, tooLargeText());
-  } else {
-    report_.clean(entry.shown);
+  if (!S_ISREG(status.st_mode)) {
+    return typeText(status.st_mode);
+  }
+  if (isTooLarge(status)) {
+    return tooLargeText();
+  }
+  char byte = 0;
+  return pread(file, &byte, 1, 0) < 0 ? reasonText(errno) : std::string();
+}
+
+void Judge::clean(const Entry& entry, const Job& job) {
+  struct stat now = {};
+  if (fstat(job.file.get(), &now) == 0 && isTooLarge(now)) {
+    report_.notScanned(entry.shown, tooLargeText(), entry.target());
+  } else if (!job.inFolder) {
+    report_.clean(entry.shown, entry.target());
   }
 }
 
-// With AlertExceedsMax the daemon alerts to a file only because it did not look at all of it. That
-// is no threat, and nobody's large files are to be moved away for it.
-void Judge::beyondLimit(const Entry& entry, std::string_view limit) {
-  struct stat now = {};
-  if (statusOf(entry.path, now) != 0) {
-    now = entry.status;
+void Judge::infected(const Entry& entry, int file, std::string_view threat) {
+  if (isLimitAlert(threat)) {
+    // With AlertExceedsMax the daemon alerts to a file only because it did not look at all of it.
+    // That is no threat, and nobody's large files are to be moved away for it.
+    struct stat now = {};
+    const bool tooLarge = fstat(file, &now) == 0 && isTooLarge(now);
+    const std::string limit(threat.substr(threat.rfind('.') + 1));
+    report_.notScanned(entry.shown,
+                       tooLarge ? tooLargeText() : "not to its end: beyond the daemon's " + limit,
+                       entry.target());
+    return;
   }
-  report_.notScanned(entry.shown,
-                     isTooLarge(now) ? tooLargeText()
-                                     : "not to its end: beyond the daemon's " + std::string(limit));
-}
-
-void Judge::infected(const Entry& entry, std::string_view threat) {
-  report_.infected(entry.shown, threat);
+  Verdict verdict;
+  verdict.kind = Verdict::Kind::infected;
+  verdict.path = entry.shown;
+  verdict.target = entry.target();
+  verdict.threat = threat;
   if (moveFolder_.isOpen()) {
-    moveAway(entry);
-  } else if (entry.reachedByLink()) {
+    moveAway(verdict, entry, file);
+    return;
+  }
+  verdict.whereabouts =
+      unmovable_.empty() ? Verdict::Whereabouts::inPlace : Verdict::Whereabouts::notMoved;
+  verdict.reason = unmovable_;
+  report_.infected(verdict);
+  if (entry.reachedByLink()) {
     report_.remark(entry.shown + ": leads to '" + entry.path + "'");
   }
 }
 
-void Judge::moveAway(const Entry& entry) {
-  const std::string start =
-      entry.shown + ": " + (entry.reachedByLink() ? "'" + entry.path + "' " : "");
+void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
   if (entry.path == movedFrom_) {
+    verdict.whereabouts = Verdict::Whereabouts::moved;
+    verdict.destination = movedTo_;
+    report_.infected(verdict);
     if (entry.shown != movedShown_) {
-      report_.remark(start + "moved to '" + movedTo_ + "'");
+      report_.whereabouts(verdict);
     }
     return;
   }
-  const MoveFolder::Outcome outcome = moveFolder_.move(entry.path, entry.status);
+  MoveFolder::Outcome outcome;
+  if (report_.announce(verdict)) {
+    outcome = moveFolder_.move(entry.path, file);
+  } else {
+    outcome.text = "nobody took note of it";
+  }
+  verdict.whereabouts =
+      outcome.moved ? Verdict::Whereabouts::moved : Verdict::Whereabouts::notMoved;
+  (outcome.moved ? verdict.destination : verdict.reason) = outcome.text;
+  report_.outcome(verdict);
   if (!outcome.moved) {
-    report_.error(start + "not moved: " + outcome.text);
     return;
   }
   movedFrom_ = entry.path;
   movedTo_ = outcome.text;
   movedShown_ = entry.shown;
-  report_.remark(start + "moved to '" + outcome.text + "'");
+  if (!outcome.executable.empty()) {
+    report_.error(entry.shown + ": it can still be run as a program: " + outcome.executable);
+  }
   if (!outcome.unnoted.empty()) {
     report_.error(entry.shown + ": the Trash does not know where it was: " + outcome.unnoted);
   }
@@ -101,20 +129,6 @@ void Judge::moveAway(const Entry& entry) {
                    std::to_string(outcome.otherNames) + " other name" +
                    (outcome.otherNames == 1 ? "" : "s") + " (hard links)");
   }
-}
-
-std::string Judge::whyFailed(const Entry& entry, const ClientLine& line) const {
-  struct stat now = {};
-  if (const int error = statusOf(entry.path, now); error != 0) {
-    return reasonText(error);
-  }
-  if (!S_ISREG(now.st_mode) && !S_ISDIR(now.st_mode)) {
-    return typeText(now.st_mode);
-  }
-  if (!openPath(entry.path, O_RDONLY | O_NOFOLLOW)) {
-    return reasonText(errno);
-  }
-  return line.text.empty() ? "the scanner could not read it" : std::string(line.text);
 }
 
 }  // namespace quillo::front

@@ -4,7 +4,8 @@
 #include <string_view>
 
 #include "clamav/ScanLimits.h"
-#include "tools/clamdscan/ClientLine.h"
+#include "clamav/Verdict.h"
+#include "tools/clamdscan/DescriptorScan.h"
 #include "tools/clamdscan/Entry.h"
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Report.h"
@@ -15,30 +16,34 @@ namespace quillo::front {
 // it.
 bool isLimitAlert(std::string_view threat);
 
-// Turns the real client's verdicts into the report's, after a second look at each: what is called
-// clean was really scanned, and what is said of an infected file's whereabouts is true. One thread.
+// Turns the daemon's answers into the report's lines, and moves what is infected: what is called
+// clean was within the limits also at the end, and what is said of an infected file's whereabouts
+// is true. One thread.
 class Judge {
  public:
+  // `unmovable` says why no file is moved although that was asked; "" otherwise.
   Judge(Report& report, MoveFolder& moveFolder, const ScanLimits& limits)
       : report_(report), moveFolder_(moveFolder), limits_(limits) {}
 
-  void pass(const Entry& entry, const ClientLine& line);
-  // Whether the engine calls a file of this size clean without a look.
-  bool isTooLarge(const struct stat& status) const;
-  std::string tooLargeText() const;
+  void noMoving(const std::string& reason) { unmovable_ = reason; }
+  void pass(const Job& job, const Answer& answer);
+  // Why a file that has just been opened is not to be sent to the daemon: it is no file, larger
+  // than what the engine looks at, or cannot be read. "" otherwise.
+  std::string objection(int file) const;
 
  private:
-  void clean(const Entry& entry);
-  void infected(const Entry& entry, std::string_view threat);
-  void beyondLimit(const Entry& entry, std::string_view limit);
-  void moveAway(const Entry& entry);
-  std::string whyFailed(const Entry& entry, const ClientLine& line) const;
+  void clean(const Entry& entry, const Job& job);
+  void infected(const Entry& entry, int file, std::string_view threat);
+  void moveAway(Verdict& verdict, const Entry& entry, int file);
+  bool isTooLarge(const struct stat& status) const;
+  std::string tooLargeText() const;
 
   Report& report_;
   MoveFolder& moveFolder_;
   const ScanLimits limits_;
-  // The file moved last, under the name it had and the name it has: it may be reported again, for
-  // one more threat or under another name.
+  std::string unmovable_;
+  // The file moved last, under the name it had and the name it has: it may have been asked for
+  // under other names too.
   std::string movedFrom_;
   std::string movedTo_;
   std::string movedShown_;

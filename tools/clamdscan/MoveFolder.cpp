@@ -1,13 +1,16 @@
 #include "tools/clamdscan/MoveFolder.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <limits.h>
+#include <pwd.h>
 #include <stdio.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <string_view>
 
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
@@ -16,6 +19,7 @@ namespace quillo::front {
 namespace {
 
 constexpr int mostNames = 1000;
+constexpr char replaced[] = "it was replaced after the scan";
 
 // "name", "name.001", "name.002" ..., kept below the longest name that folders take.
 std::string numbered(const std::string& name, int number, std::size_t longest) {
@@ -31,10 +35,11 @@ bool sameFile(const struct stat& a, const struct stat& b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+// Whatever has been read from it before: the daemon shares its place in the file.
 int copyBytes(int source, int target) {
   std::array<char, 65536> bytes;
-  for (;;) {
-    const ssize_t count = read(source, bytes.data(), bytes.size());
+  for (off_t place = 0;;) {
+    const ssize_t count = pread(source, bytes.data(), bytes.size(), place);
     if (count == 0) {
       return 0;
     }
@@ -46,6 +51,7 @@ int copyBytes(int source, int target) {
     if (error != 0) {
       return error;
     }
+    place += count < 0 ? 0 : count;
   }
 }
 
@@ -62,6 +68,58 @@ int renameTo(int parent, const std::string& from, int folder, const std::string&
     return EEXIST;
   }
   return renameat(parent, from.c_str(), folder, name.c_str()) == 0 ? 0 : errno;
+}
+
+// Whether a group holds this user alone, as the group does that many systems make for each user.
+bool isPrivateGroup(gid_t group) {
+  std::array<char, 16384> ofUser;
+  std::array<char, 16384> ofGroup;
+  passwd user = {};
+  passwd* knownUser = nullptr;
+  struct group entry = {};
+  struct group* knownGroup = nullptr;
+  if (getpwuid_r(geteuid(), &user, ofUser.data(), ofUser.size(), &knownUser) != 0 ||
+      getgrgid_r(group, &entry, ofGroup.data(), ofGroup.size(), &knownGroup) != 0 ||
+      knownUser == nullptr || knownGroup == nullptr) {
+    return false;
+  }
+  const std::string_view name = user.pw_name;
+  bool alone = user.pw_gid == group && name == entry.gr_name;
+  for (char** member = entry.gr_mem; alone && *member != nullptr; ++member) {
+    alone = name == *member;
+  }
+  return alone;
+}
+
+// Why somebody else may get at what is put into this folder; "" when nobody may.
+std::string distrustOf(int folder) {
+  struct stat status = {};
+  if (fstat(folder, &status) != 0) {
+    return reasonText(errno);
+  }
+  if (status.st_uid != geteuid()) {
+    return "it belongs to somebody else";
+  }
+  // With the sticky bit others can add files, but neither take nor replace any.
+  const bool sticky = (status.st_mode & S_ISVTX) != 0;
+  const bool groupMay = (status.st_mode & S_IWGRP) != 0;
+  if (sticky || (status.st_mode & (S_IWGRP | S_IWOTH)) == 0) {
+    return "";
+  }
+  const bool othersMay = (status.st_mode & S_IWOTH) != 0;
+  return othersMay || (groupMay && !isPrivateGroup(status.st_gid)) ? "others may write to it" : "";
+}
+
+// Takes the right to run it, for everybody, and set-user-ID and set-group-ID with it: 0 or an
+// errno.
+int makeHarmless(int file) {
+  constexpr mode_t dangerous = S_ISUID | S_ISGID | S_IXUSR | S_IXGRP | S_IXOTH;
+  struct stat status = {};
+  if (fstat(file, &status) != 0) {
+    return errno;
+  }
+  const bool harmless = (status.st_mode & dangerous) == 0;
+  return harmless || fchmod(file, status.st_mode & 07777U & ~dangerous) == 0 ? 0 : errno;
 }
 
 }  // namespace
@@ -85,63 +143,83 @@ std::string MoveFolder::open(const std::string& path) {
   if (!folder_) {
     return reasonText(errno);
   }
-  if (faccessat(folder_.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
-    const std::string reason = reasonText(errno);
+  std::string distrust = distrustOf(folder_.get());
+  if (distrust.empty() && faccessat(folder_.get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+    distrust = reasonText(errno);
+  }
+  if (!distrust.empty()) {
     folder_.reset();
-    return reason;
+    return distrust;
   }
   notes_ = trash_.notesFor(folder_.get());
   return {};
 }
 
-MoveFolder::Outcome MoveFolder::move(const std::string& path, const struct stat& scanned) {
-  const std::string parentPath = deletingLastPathComponent(path);
-  const std::string name(lastPathComponent(path));
-  const UniqueFd parent = openWithoutLinks(parentPath, O_PATH | O_DIRECTORY);
-  struct stat now = {};
-  if (!parent || fstatat(parent.get(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW) != 0) {
-    return {false, reasonText(errno), 0, {}};
+// The scanned file, and the name by which it is known.
+struct MoveFolder::Source {
+  UniqueFd parent;
+  std::string name;
+  std::string path;
+  int file = -1;
+  struct stat status = {};
+
+  bool leadsThere(int folder, const std::string& entry) const {
+    struct stat now = {};
+    return fstatat(folder, entry.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 && sameFile(now, status);
   }
-  if (!S_ISREG(now.st_mode) || !sameFile(now, scanned)) {
-    return {false, "it was replaced after the scan", 0, {}};
+};
+
+MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned) {
+  Source source;
+  source.parent = openWithoutLinks(deletingLastPathComponent(path), O_PATH | O_DIRECTORY);
+  source.name = lastPathComponent(path);
+  source.path = path;
+  source.file = scanned;
+  struct stat named = {};
+  if (!source.parent || fstat(scanned, &source.status) != 0 ||
+      fstatat(source.parent.get(), source.name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
+    return {false, reasonText(errno), 0, {}, {}};
+  }
+  if (!S_ISREG(named.st_mode) || !sameFile(named, source.status)) {
+    return {false, replaced, 0, {}, {}};
   }
   struct stat here = {};
   struct stat there = {};
-  if (fstat(parent.get(), &here) == 0 && fstat(folder_.get(), &there) == 0 &&
+  if (fstat(source.parent.get(), &here) == 0 && fstat(folder_.get(), &there) == 0 &&
       sameFile(here, there)) {
-    return {false, "it is in that folder already", 0, {}};
+    return {false, "it is in that folder already", 0, {}, {}};
   }
   const std::size_t longest = notes_ ? DesktopTrash::longestName : NAME_MAX;
   Outcome outcome;
-  outcome.otherNames = now.st_nlink > 1 ? now.st_nlink - 1UL : 0UL;
+  outcome.otherNames = source.status.st_nlink > 1 ? source.status.st_nlink - 1UL : 0UL;
   for (int number = 0; number < mostNames; ++number) {
-    const std::string target = numbered(name, number, longest);
-    const int error = moveTo(target, parent.get(), path, outcome);
+    const std::string target = numbered(source.name, number, longest);
+    const int error = moveTo(target, source, outcome);
     if (error == 0) {
       outcome.moved = true;
       outcome.text = path_ + "/" + target;
+      const int problem = makeHarmless(scanned);
+      outcome.executable = problem == 0 ? "" : reasonText(problem);
       return outcome;
     }
     if (error != EEXIST) {
-      return {false, reasonText(error), 0, {}};
+      return {false, error == ESTALE ? replaced : reasonText(error), 0, {}, {}};
     }
   }
-  return {false, "its name is taken there, with every number", 0, {}};
+  return {false, "its name is taken there, with every number", 0, {}, {}};
 }
 
 // The note comes first, as the desktop does it: whoever has made it has the name. A file that is
 // infected goes also when there can be no note.
-int MoveFolder::moveTo(const std::string& target, int parent, const std::string& path,
-                       Outcome& outcome) {
-  const std::string name(lastPathComponent(path));
+int MoveFolder::moveTo(const std::string& target, const Source& source, Outcome& outcome) {
   if (!notes_) {
-    return place(parent, name, target);
+    return place(source, target);
   }
-  const int problem = DesktopTrash::note(notes_.get(), target, path, clock_.wallTime());
+  const int problem = DesktopTrash::note(notes_.get(), target, source.path, clock_.wallTime());
   if (problem == EEXIST) {
     return problem;
   }
-  const int error = place(parent, name, target);
+  const int error = place(source, target);
   if (error != 0 && problem == 0) {
     DesktopTrash::forget(notes_.get(), target);
   }
@@ -149,24 +227,33 @@ int MoveFolder::moveTo(const std::string& target, int parent, const std::string&
   return error;
 }
 
-int MoveFolder::place(int parent, const std::string& from, const std::string& name) {
-  const int error = renameTo(parent, from, folder_.get(), name);
-  return error == EXDEV ? copy(parent, from, name) : error;
+// ESTALE when the name came to lead to something else at the last moment.
+int MoveFolder::place(const Source& source, const std::string& name) {
+  const int error = renameTo(source.parent.get(), source.name, folder_.get(), name);
+  if (error == EXDEV) {
+    return copy(source, name);
+  }
+  if (error == 0 && !source.leadsThere(folder_.get(), name)) {
+    renameTo(folder_.get(), name, source.parent.get(), source.name);
+    return ESTALE;
+  }
+  return error;
 }
 
-int MoveFolder::copy(int parent, const std::string& from, const std::string& name) {
-  const UniqueFd source(
-      openat(parent, from.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  if (!source) {
-    return errno;
-  }
+int MoveFolder::copy(const Source& source, const std::string& name) {
   const UniqueFd target(openat(folder_.get(), name.c_str(),
                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!target) {
     return errno;
   }
-  int error = copyBytes(source.get(), target.get());
-  if (error == 0 && (fsync(target.get()) != 0 || unlinkat(parent, from.c_str(), 0) != 0)) {
+  int error = copyBytes(source.file, target.get());
+  if (error == 0 && fsync(target.get()) != 0) {
+    error = errno;
+  }
+  if (error == 0 && !source.leadsThere(source.parent.get(), source.name)) {
+    error = ESTALE;
+  }
+  if (error == 0 && unlinkat(source.parent.get(), source.name.c_str(), 0) != 0) {
     error = errno;
   }
   if (error != 0) {

@@ -8,13 +8,12 @@
 #include "posix/Clock.h"
 #include "posix/UniqueFd.h"
 #include "tools/clamdscan/DesktopTrash.h"
-#include "tools/clamdscan/Entry.h"
 
 namespace quillo::front {
 
-// The folder into which infected files are moved. The real client scans nothing when its folder is
-// unusable, says nothing when a file could not be moved, and cannot reach every path; so the moving
-// is done here. What goes into the desktop's Trash can be put back from there. One thread.
+// The folder into which infected files are moved. It has to be this user's own, and nobody else may
+// put things into it or take them out. What goes into the desktop's Trash can be put back from
+// there. One thread.
 class MoveFolder {
  public:
   struct Outcome {
@@ -22,6 +21,7 @@ class MoveFolder {
     std::string text;              // the new path, or why the file is still where it was
     unsigned long otherNames = 0;  // hard links that still lead to the file
     std::string unnoted;           // why the Trash does not know where a moved file was
+    std::string executable;        // why a moved file may still be run as a program
   };
 
   explicit MoveFolder(Clock& clock, DesktopTrash trash = DesktopTrash::ofThisUser())
@@ -31,14 +31,17 @@ class MoveFolder {
   std::string open(const std::string& path);
   bool isOpen() const { return static_cast<bool>(folder_); }
 
-  // Moves the file at `path` (without symbolic links) if it is still the scanned one; a name that
-  // is taken gets ".001" and so on. Across file systems it is copied with mode 0600, then removed.
-  Outcome move(const std::string& path, const struct stat& scanned);
+  // Moves the file that was opened as `scanned` if `path` (without symbolic links) still leads to
+  // it; a name that is taken gets ".001" and so on. Nobody can run it afterwards. Across file
+  // systems what was opened is copied with mode 0600, and then the name is removed.
+  Outcome move(const std::string& path, int scanned);
 
  private:
-  int moveTo(const std::string& target, int parent, const std::string& path, Outcome& outcome);
-  int place(int parent, const std::string& from, const std::string& name);
-  int copy(int parent, const std::string& from, const std::string& name);
+  struct Source;
+
+  int moveTo(const std::string& target, const Source& source, Outcome& outcome);
+  int place(const Source& source, const std::string& name);
+  int copy(const Source& source, const std::string& name);
 
   Clock& clock_;
   const DesktopTrash trash_;

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "posix/Text.h"
+#include "clamav/ReportedText.h"
+#include "clamav/VerdictChannel.h"
 
 namespace quillo::front {
 namespace {
@@ -13,76 +14,123 @@ namespace {
 constexpr std::size_t atomicWrite = 4096;
 constexpr std::string_view verdictEnd = " FOUND";
 
-void appendEscaped(std::string& text, char byte) {
-  constexpr std::string_view digits = "0123456789ABCDEF";
-  const auto value = static_cast<unsigned char>(byte);
-  text += "\\x";
-  text += digits[value >> 4U];
-  text += digits[value & 0xFU];
-}
-
-bool endsLikeAVerdict(std::string_view line) {
-  return line.size() >= verdictEnd.size() &&
-         line.substr(line.size() - verdictEnd.size()) == verdictEnd;
-}
-
 std::string harmless(std::string_view line) {
-  std::string text = printable(line);
-  if (endsLikeAVerdict(text)) {
+  std::string text = reportedText(line);
+  if (text.ends_with(verdictEnd)) {
     text += " (this is no verdict)";
   }
   return text;
 }
 
+std::string infectionLine(const Verdict& verdict) {
+  // Readers take what stands before the last colon for the path.
+  std::string name = reportedText(verdict.threat);
+  std::replace(name.begin(), name.end(), ':', '_');
+  return reportedText(verdict.path) + ": " + name + std::string(verdictEnd);
+}
+
+std::string whereaboutsLine(const Verdict& verdict) {
+  const bool moved = verdict.whereabouts == Verdict::Whereabouts::moved;
+  return verdict.path + ": " + (verdict.target.empty() ? "" : "'" + verdict.target + "' ") +
+         (moved ? "moved to '" + verdict.destination + "'" : "not moved: " + verdict.reason);
+}
+
+Verdict message() { return Verdict(); }
+
 }  // namespace
 
-std::string printable(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) {
-    const auto lead = static_cast<unsigned char>(text[0]);
-    const std::size_t length = lead < 0x20 || lead == 0x7F ? 0 : utf8SequenceLength(text);
-    if (length == 0) {
-      appendEscaped(result, text[0]);
-      text.remove_prefix(1);
-    } else {
-      result.append(text.substr(0, length));
-      text.remove_prefix(length);
-    }
-  }
-  return result;
-}
-
-void Report::clean(std::string_view path) {
-  if (!style_.infectedOnly && !style_.quiet) {
-    add(style_.output, printable(path) + ": OK");
+void Report::tell(Verdict verdict, const std::string& line) {
+  if (style_.channel != nullptr) {
+    verdict.line = line;
+    style_.channel->tell(verdict);
   }
 }
 
-void Report::infected(std::string_view path, std::string_view threat) {
+void Report::clean(std::string_view path, std::string_view target) {
+  if (style_.infectedOnly || style_.quiet) {
+    return;
+  }
+  const std::string shown = reportedText(path);
+  std::string line = shown + ": OK";
+  if (shown != path || !target.empty()) {
+    Verdict verdict;
+    verdict.kind = Verdict::Kind::clean;
+    verdict.path = path;
+    verdict.target = target;
+    tell(std::move(verdict), line);
+  }
+  add(style_.output, std::move(line));
+}
+
+void Report::infected(const Verdict& verdict) {
   ++infections_;
-  // Readers take what stands before the last colon for the path.
-  std::string name = printable(threat);
-  std::replace(name.begin(), name.end(), ':', '_');
   if (!style_.quiet) {
-    add(style_.output, printable(path) + ": " + name + std::string(verdictEnd));
+    std::string line = infectionLine(verdict);
+    tell(verdict, line);
+    add(style_.output, std::move(line));
   }
 }
 
-void Report::notScanned(std::string_view path, std::string_view reason) {
+bool Report::announce(const Verdict& verdict) {
+  ++infections_;
+  if (style_.quiet) {
+    return true;
+  }
+  Verdict announced = verdict;
+  announced.line = infectionLine(verdict);
+  if (style_.channel != nullptr) {
+    style_.channel->announceMove(announced);
+  }
+  add(style_.output, announced.line);
+  flush();
+  return style_.channel == nullptr || style_.channel->mayMove();
+}
+
+void Report::outcome(const Verdict& verdict) {
+  if (style_.channel != nullptr && !style_.quiet) {
+    style_.channel->tellOutcome(verdict);
+  }
+  whereabouts(verdict);
+}
+
+void Report::whereabouts(const Verdict& verdict) {
+  const bool moved = verdict.whereabouts == Verdict::Whereabouts::moved;
+  failures_ += moved ? 0 : 1;
+  if (moved && style_.quiet) {
+    return;
+  }
+  Verdict said = verdict;
+  said.kind = moved ? Verdict::Kind::moved : Verdict::Kind::notMoved;
+  std::string line = harmless(whereaboutsLine(verdict));
+  tell(std::move(said), line);
+  add(style_.errors, std::move(line));
+}
+
+void Report::notScanned(std::string_view path, std::string_view reason, std::string_view target) {
   ++failures_;
   ++leftOut_;
-  add(style_.errors, harmless(std::string(path) + ": Not scanned: " + std::string(reason)));
+  std::string line = harmless(std::string(path) + ": Not scanned: " + std::string(reason));
+  Verdict verdict;
+  verdict.kind = Verdict::Kind::notScanned;
+  verdict.path = path;
+  verdict.reason = reason;
+  verdict.target = target;
+  tell(std::move(verdict), line);
+  add(style_.errors, std::move(line));
 }
 
 void Report::error(std::string_view line) {
   ++failures_;
-  add(style_.errors, harmless(line));
+  std::string text = harmless(line);
+  tell(message(), text);
+  add(style_.errors, std::move(text));
 }
 
 void Report::remark(std::string_view line) {
   if (!style_.quiet) {
-    add(style_.errors, harmless(line));
+    std::string text = harmless(line);
+    tell(message(), text);
+    add(style_.errors, std::move(text));
   }
 }
 

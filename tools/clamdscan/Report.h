@@ -4,28 +4,42 @@
 #include <string>
 #include <string_view>
 
+#include "clamav/Verdict.h"
+
+namespace quillo {
+class VerdictSender;
+}
+
 namespace quillo::front {
 
-// `text` as one line of valid UTF-8: other bytes and control characters are shown as \xNN.
-std::string printable(std::string_view text);
-
-// The report as the reader gets it. Lines are gathered and written whole, as many as fit into 4096
-// bytes with one write(2), which is atomic on a pipe (pipe(7)): nobody ever reads half a line. No
-// text but that given to infected() makes a line that ends in " FOUND". One thread.
+// The report as the reader gets it, with bytes spelled as reportedText() does. Lines are gathered
+// and written whole, as many as fit into 4096 bytes with one write(2), which is atomic on a pipe
+// (pipe(7)): nobody ever reads half a line. No text but that given to infected() makes a line that
+// ends in " FOUND". What a line cannot carry goes ahead of it through the channel. One thread.
 class Report {
  public:
   struct Style {
     int output = 1;
-    int errors = 2;             // where what is no verdict goes
-    bool infectedOnly = false;  // no lines for clean files
-    bool quiet = false;         // errors only
+    int errors = 2;                    // where what is no verdict goes
+    bool infectedOnly = false;         // no lines for clean files
+    bool quiet = false;                // errors only
+    VerdictSender* channel = nullptr;  // to who started the program
   };
   explicit Report(const Style& style) : style_(style) {}
 
-  void clean(std::string_view path);
-  void infected(std::string_view path, std::string_view threat);
+  // `target` is the file itself where `path` leads to it through links. Here and below.
+  void clean(std::string_view path, std::string_view target = {});
+  // `path`, `threat`, `target` and what is known of its whereabouts.
+  void infected(const Verdict& verdict);
+  // The same for a file that is to be moved: returns when the reader has the line. False when it
+  // will not have it, and the file has to stay. outcome() has to follow.
+  bool announce(const Verdict& verdict);
+  // What became of that file: `whereabouts`, and `destination` or `reason`.
+  void outcome(const Verdict& verdict);
+  // Says it once more, of a file that had been moved before, or could not be.
+  void whereabouts(const Verdict& verdict);
   // Counted as an error.
-  void notScanned(std::string_view path, std::string_view reason);
+  void notScanned(std::string_view path, std::string_view reason, std::string_view target = {});
   void error(std::string_view line);
   // Says more about what has been counted already, or nothing that counts.
   void remark(std::string_view line);
@@ -41,6 +55,7 @@ class Report {
   int exitStatus() const;
 
  private:
+  void tell(Verdict verdict, const std::string& line);
   void add(int descriptor, std::string line);
 
   Style style_;

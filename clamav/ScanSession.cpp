@@ -1,0 +1,166 @@
+#include "clamav/ScanSession.h"
+
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "clamav/ClamConf.h"
+
+namespace quillo {
+namespace {
+
+// The client's words for a file whose answer never came.
+constexpr const char* noReply = "no reply from clamd";
+constexpr const char* nonsense = "the daemon's answers do not fit its questions";
+
+std::size_t count(const ClamConf& daemon, std::string_view option, std::uint64_t fallback) {
+  constexpr std::uint64_t beyondReason = 100000;
+  return static_cast<std::size_t>(
+      std::clamp<std::uint64_t>(daemon.size(option).value_or(fallback), 1, beyondReason));
+}
+
+}  // namespace
+
+SessionManners SessionManners::of(const ClamConf& daemon) {
+  SessionManners manners;
+  manners.threads = count(daemon, "MaxThreads", 10);
+  manners.queue = count(daemon, "MaxQueue", 100);
+  std::uint64_t shortest = 0;
+  for (const std::uint64_t seconds :
+       {daemon.size("CommandReadTimeout").value_or(30), daemon.size("ReadTimeout").value_or(120),
+        daemon.size("IdleTimeout").value_or(30)}) {
+    if (seconds != 0) {
+      shortest = shortest == 0 ? seconds : std::min(shortest, seconds);
+    }
+  }
+  constexpr std::uint64_t day = 24ULL * 60 * 60;
+  manners.silence = std::chrono::seconds(std::min(shortest, day));
+  return manners;
+}
+
+ScanSession::ScanSession(UniqueFd connection) : socket_(std::move(connection)) {
+  using namespace std::string_view_literals;
+  send("zIDSESSION\0"sv, -1);
+}
+
+ScanSession::Sent ScanSession::end(const std::string& why) {
+  if (ending_.empty()) {
+    ending_ = why;
+  }
+  return Sent::over;
+}
+
+ScanSession::Sent ScanSession::send(std::string_view command, int file) {
+  if (!ending_.empty()) {
+    return Sent::over;
+  }
+  iovec bytes = {const_cast<char*>(command.data()), command.size()};
+  alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int))> control = {};
+  msghdr message = {};
+  message.msg_iov = &bytes;
+  message.msg_iovlen = 1;
+  if (file >= 0) {
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    header->cmsg_level = SOL_SOCKET;
+    header->cmsg_type = SCM_RIGHTS;
+    header->cmsg_len = CMSG_LEN(sizeof(int));
+    std::memcpy(CMSG_DATA(header), &file, sizeof(int));
+  }
+  for (;;) {
+    const ssize_t sent = sendmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent == static_cast<ssize_t>(command.size())) {
+      return Sent::yes;
+    }
+    // The kernel bounds the descriptors that are on their way (unix(7), ETOOMANYREFS).
+    if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == ETOOMANYREFS)) {
+      return Sent::notNow;
+    }
+    if (sent >= 0 || errno != EINTR) {
+      return end(noReply);
+    }
+  }
+}
+
+ScanSession::Sent ScanSession::scan(int file, std::uint64_t& number) {
+  using namespace std::string_view_literals;
+  // One byte behind the command bears the descriptor.
+  const Sent sent = send("zFILDES\0\0"sv, file);
+  if (sent == Sent::yes) {
+    number = ++last_;
+    questions_.emplace(number, true);
+  }
+  return sent;
+}
+
+ScanSession::Sent ScanSession::ping() {
+  using namespace std::string_view_literals;
+  const Sent sent = send("zPING\0"sv, -1);
+  if (sent == Sent::yes) {
+    questions_.emplace(++last_, false);
+  }
+  return sent;
+}
+
+bool ScanSession::receive(const Handler& handler) {
+  std::array<char, 16384> piece;
+  for (;;) {
+    const ssize_t count = recv(socket_.get(), piece.data(), piece.size(), MSG_DONTWAIT);
+    if (count < 0 && errno == EINTR) {
+      continue;
+    }
+    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      return ending_.empty();
+    }
+    if (count <= 0) {
+      end(noReply);
+      return false;
+    }
+    bytes_.append(piece.data(), static_cast<std::size_t>(count));
+    if (!take(handler)) {
+      return false;
+    }
+    if (count < static_cast<ssize_t>(piece.size())) {
+      return ending_.empty();
+    }
+  }
+}
+
+bool ScanSession::take(const Handler& handler) {
+  std::size_t start = 0;
+  for (std::size_t stop = 0; (stop = bytes_.find('\0', start)) != std::string::npos;
+       start = stop + 1) {
+    if (!understand(std::string_view(bytes_).substr(start, stop - start), handler)) {
+      return false;
+    }
+  }
+  bytes_.erase(0, start);
+  return bytes_.size() <= longestAnswer || end(nonsense) == Sent::yes;
+}
+
+bool ScanSession::understand(std::string_view text, const Handler& handler) {
+  const std::optional<SessionAnswer> answer = SessionAnswer::parse(text);
+  const auto question = answer ? questions_.find(answer->number) : questions_.end();
+  if (question == questions_.end()) {
+    // Numbers that were never given or are used up, or no answer at all.
+    const bool timedOut = text.ends_with("COMMAND READ TIMED OUT");
+    return end(timedOut ? noReply : nonsense) == Sent::yes;
+  }
+  const bool aboutFile = question->second;
+  if (aboutFile == (answer->kind == SessionAnswer::Kind::pong)) {
+    return end(nonsense) == Sent::yes;
+  }
+  questions_.erase(question);
+  if (aboutFile) {
+    handler(*answer);
+  }
+  return true;
+}
+
+}  // namespace quillo

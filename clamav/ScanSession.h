@@ -1,0 +1,69 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "clamav/SessionAnswer.h"
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+
+class ClamConf;
+
+// What a daemon's configuration says about how its sessions are to be used (clamd.conf(5)).
+struct SessionManners {
+  std::size_t threads = 10;  // files that it scans at once
+  std::size_t queue = 100;   // files that it takes, those that it scans among them
+  // How long a session may be silent before its verdicts are lost; 0 for ever.
+  std::chrono::milliseconds silence{30000};
+
+  // With the defaults for absent keys. Pure.
+  static SessionManners of(const ClamConf& daemon);
+};
+
+// One session with a daemon (clamd(8), IDSESSION), in which it scans descriptors that it is sent.
+// It answers in any order. An answer that fits no question ends the session: the numbers may be
+// those of other files. Never waits; poll(2) descriptor() instead. One thread.
+class ScanSession {
+ public:
+  // A daemon that says more than this without an end talks nonsense.
+  static constexpr std::size_t longestAnswer = 65536;
+
+  enum class Sent { yes, notNow, over };
+
+  // `connection` is a connected, trusted socket.
+  explicit ScanSession(UniqueFd connection);
+
+  // Sends a descriptor to be scanned; `number` is then what its answer will bear. `notNow` when the
+  // daemon has to read first.
+  Sent scan(int file, std::uint64_t& number);
+  // Has the daemon say that it is alive, which keeps the session too.
+  Sent ping();
+
+  // Hands over the answers about files that have come. False when the session is over; answers that
+  // came before its end have been handed over.
+  using Handler = std::function<void(const SessionAnswer& answer)>;
+  bool receive(const Handler& handler);
+  // Why it is over, in words that go behind "Not scanned: ".
+  const std::string& ending() const { return ending_; }
+
+  int descriptor() const { return socket_.get(); }
+
+ private:
+  Sent send(std::string_view command, int file);
+  Sent end(const std::string& why);
+  bool take(const Handler& handler);
+  bool understand(std::string_view text, const Handler& handler);
+
+  UniqueFd socket_;
+  std::uint64_t last_ = 0;
+  std::map<std::uint64_t, bool> questions_;  // not answered yet; true for a file's
+  std::string bytes_;
+  std::string ending_;
+};
+
+}  // namespace quillo

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+
+// A daemon that takes descriptors in sessions (clamd(8), IDSESSION) on a real socket, and answers
+// what its script says: the truth, or lies.
+class SessionClamd {
+ public:
+  struct Question {
+    int session = 0;  // from 1
+    int number = 0;   // within it, PINGs counted
+    std::string content;
+  };
+  // All bytes to be sent, or nothing to close the connection. Called by one thread for each
+  // session, but never by two at once.
+  using Script = std::function<std::optional<std::string>(const Question& question)>;
+  struct Manners {
+    bool pongs = true;       // whether PINGs in sessions are answered
+    bool alive = true;       // whether those of newcomers are
+    bool lastVisit = false;  // nobody listens any more once the first session is over
+  };
+
+  SessionClamd(const std::string& path, Script script, Manners manners);
+  SessionClamd(const std::string& path, Script script)
+      : SessionClamd(path, std::move(script), Manners()) {}
+  ~SessionClamd();
+  SessionClamd(const SessionClamd&) = delete;
+  SessionClamd& operator=(const SessionClamd&) = delete;
+
+  int sessions() const { return sessions_; }
+  int pings() const { return pings_; }  // within sessions
+  // "infected..." is infected, "limit..." beyond a limit, "error..." an error, else clean.
+  static std::string truth(const Question& question);
+  static std::string answer(int number, const std::string& text);
+
+ private:
+  struct Session;
+  void serve();
+  void talk(int link);
+  bool obey(int link, const std::string& command, Session& session);
+  bool sendAll(int link, const std::string& bytes);
+
+  const std::string path_;
+  const Script script_;
+  const Manners manners_;
+  UniqueFd listener_;
+  UniqueFd stopReader_;
+  UniqueFd stopWriter_;
+  std::atomic<int> sessions_ = 0;
+  std::atomic<int> pings_ = 0;
+  std::mutex scripted_;
+  std::vector<std::thread> talks_;  // the serving thread's
+  std::thread thread_;
+};
+
+}  // namespace quillo

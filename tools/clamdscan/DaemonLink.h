@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "clamav/ControlSocket.h"
+#include "clamav/ScanSession.h"
+#include "tools/clamdscan/EngineTree.h"
+#include "tools/clamdscan/Report.h"
+#include "tools/clamdscan/Starter.h"
+
+namespace quillo::front {
+
+// The way to the tree's daemon. Says in the client's words that nobody can be reached there, which
+// readers of the report act upon, and once only. One thread.
+class DaemonLink {
+ public:
+  DaemonLink(const EngineTree& tree, Report& report, const Starter& starter,
+             std::chrono::milliseconds patience);
+
+  // A session with the daemon; none when it cannot be had, which has been said then, and never will
+  // be again.
+  std::optional<ScanSession> open();
+  // Whether the daemon gives a sign of life to somebody who comes anew.
+  bool answers();
+  // Says that the daemon went away over files that it had.
+  void announceLoss();
+  // Says that it gave no sign of life for so long.
+  void announceStall(std::chrono::nanoseconds length);
+  // Why there is no daemon, in words that go behind "Not scanned: "; "" while there may be one.
+  const std::string& problem() const { return problem_; }
+  void giveUp(const std::string& problem) { problem_ = problem; }
+
+ private:
+  DaemonConnection connect();
+
+  const EngineTree& tree_;
+  Report& report_;
+  const Starter& starter_;
+  const std::chrono::milliseconds patience_;
+  std::vector<uid_t> trusted_;
+  bool allTrustedKnown_ = false;
+  std::string problem_;
+};
+
+}  // namespace quillo::front

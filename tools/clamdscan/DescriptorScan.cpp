@@ -1,0 +1,247 @@
+#include "tools/clamdscan/DescriptorScan.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace quillo::front {
+namespace {
+
+using namespace std::chrono_literals;
+
+// One more answer is worth more than this many sessions.
+constexpr int mostLosses = 5;
+
+// Well below what loses a session. The daemon's configuration may be one that cannot be read.
+Clock::Duration pauseFor(std::chrono::milliseconds silence) {
+  return silence.count() == 0 ? 1500ms : std::clamp(silence / 4, 50ms, 1500ms);
+}
+
+}  // namespace
+
+DescriptorScan::DescriptorScan(DaemonLink& link, const Starter& starter, Clock& clock,
+                               const Limits& limits, Handler handler)
+    : link_(link),
+      starter_(starter),
+      clock_(clock),
+      limits_(limits),
+      betweenPings_(pauseFor(limits.silence)),
+      handler_(std::move(handler)) {}
+
+void DescriptorScan::add(Job job) {
+  while (items_.size() >= limits_.underWay) {
+    step();
+  }
+  items_.push_back({std::move(job), std::nullopt, 0, 0});
+  send();
+  handOver();
+}
+
+void DescriptorScan::addUnscannable(Job job, const std::string& reason) {
+  items_.push_back({std::move(job), Answer{Answer::Kind::notScanned, reason}, 0, 0});
+  handOver();
+}
+
+bool DescriptorScan::makeRoom() {
+  const std::size_t before = items_.size();
+  while (!items_.empty() && items_.size() == before) {
+    step();
+  }
+  return before > 0;
+}
+
+void DescriptorScan::finish() {
+  while (!items_.empty()) {
+    step();
+  }
+}
+
+void DescriptorScan::step() {
+  send();
+  if (session_ && (mustWait_ || underWay() > 0)) {
+    watch();
+  }
+  handOver();
+}
+
+std::size_t DescriptorScan::underWay() const {
+  return static_cast<std::size_t>(std::count_if(items_.begin(), items_.end(),
+                                                [](const Item& item) { return item.number != 0; }));
+}
+
+bool DescriptorScan::mayBeSent(const Item& item) const {
+  const bool suspects = std::any_of(items_.begin(), items_.end(), [](const Item& other) {
+    return other.lost > 0 && !other.answer;
+  });
+  return !item.answer && item.number == 0 && (!suspects || (item.lost > 0 && underWay() == 0));
+}
+
+void DescriptorScan::send() {
+  for (Item& item : items_) {
+    if (mustWait_ || !mayBeSent(item)) {
+      continue;
+    }
+    if (!session_) {
+      session_ = link_.open();
+      heard_ = clock_.now();
+    }
+    if (!session_) {
+      giveUp(link_.problem());
+      return;
+    }
+    heard_ = underWay() == 0 ? clock_.now() : heard_;
+    switch (session_->scan(item.job.file.get(), item.number)) {
+      case ScanSession::Sent::yes:
+        sent_ = clock_.now();
+        break;
+      case ScanSession::Sent::notNow:
+        mustWait_ = true;
+        break;
+      case ScanSession::Sent::over:
+        takeAnswers();
+        return;
+    }
+  }
+}
+
+int DescriptorScan::nextLook() const {
+  Clock::Duration due = std::min(sent_ + betweenPings_, heard_ + limits_.patience) - clock_.now();
+  if (mustWait_) {
+    // There is room again when the daemon has read, of which nobody tells.
+    due = std::min<Clock::Duration>(due, 20ms);
+  }
+  const auto ms = std::chrono::ceil<std::chrono::milliseconds>(due).count();
+  return static_cast<int>(std::clamp<std::int64_t>(ms, 1, 60000));
+}
+
+void DescriptorScan::watch() {
+  const Starter::Watched& starter = starter_.watched();
+  std::array<pollfd, 3> polled = {{{session_->descriptor(), POLLIN, 0}, starter[0], starter[1]}};
+  const int look = nextLook();
+  mustWait_ = false;
+  const int ready = poll(polled.data(), polled.size(), look);
+  if (ready > 0) {
+    Starter::checkPolled({polled[1], polled[2]});
+    if (polled[0].revents != 0) {
+      takeAnswers();
+      return;
+    }
+  }
+  keepAlive();
+}
+
+void DescriptorScan::keepAlive() {
+  const Clock::Duration now = clock_.now();
+  if (now - heard_ >= limits_.patience) {
+    askAfterSilence();
+  } else if (now - sent_ >= betweenPings_) {
+    sent_ = now;
+    session_->ping();
+  }
+}
+
+void DescriptorScan::takeAnswers() {
+  const bool silentTooLong =
+      limits_.silence.count() != 0 && clock_.now() - sent_ >= limits_.silence;
+  const bool goesOn = session_->receive([this](const SessionAnswer& said) { take(said); });
+  heard_ = clock_.now();
+  if (goesOn) {
+    return;
+  }
+  if (silentTooLong) {
+    // This program had to wait for its reader, and no file is to blame.
+    for (Item& item : items_) {
+      item.number = 0;
+    }
+  }
+  lose(session_->ending());
+}
+
+void DescriptorScan::take(const SessionAnswer& said) {
+  for (Item& item : items_) {
+    if (item.number != said.number) {
+      continue;
+    }
+    item.number = 0;
+    lossesInARow_ = 0;
+    switch (said.kind) {
+      case SessionAnswer::Kind::clean:
+        item.answer = Answer{Answer::Kind::clean, {}};
+        break;
+      case SessionAnswer::Kind::infected:
+        item.answer = Answer{Answer::Kind::infected, std::string(said.text)};
+        break;
+      default:
+        item.answer = Answer{Answer::Kind::notScanned, std::string(said.text)};
+        break;
+    }
+  }
+}
+
+// Others' work may keep a daemon busy for hours, and it says so to whoever asks.
+void DescriptorScan::askAfterSilence() {
+  constexpr const char* stalled = "the scanner made no progress";
+  if (link_.answers()) {
+    lose(stalled);
+    return;
+  }
+  session_.reset();
+  link_.announceStall(limits_.patience);
+  giveUp(stalled);
+}
+
+void DescriptorScan::lose(const std::string& reason) {
+  bool overFiles = false;
+  for (Item& item : items_) {
+    overFiles = overFiles || !item.answer;
+    if (item.number != 0) {
+      item.number = 0;
+      ++item.lost;
+    }
+    if (item.lost > 1 && !item.answer) {
+      item.answer = Answer{Answer::Kind::notScanned, reason};
+    }
+  }
+  session_.reset();
+  mustWait_ = false;
+  ++lossesInARow_;
+  if (!overFiles) {
+    return;  // it was idle; the next file gets another
+  }
+  if (lossesInARow_ > mostLosses) {
+    link_.giveUp(reason);
+    giveUp(reason);
+  } else if (!link_.answers()) {
+    link_.announceLoss();
+    giveUp(link_.problem());
+  }
+}
+
+void DescriptorScan::giveUp(const std::string& reason) {
+  link_.giveUp(reason);
+  for (Item& item : items_) {
+    item.number = 0;
+    if (!item.answer) {
+      item.answer = Answer{Answer::Kind::notScanned, reason};
+    }
+  }
+}
+
+void DescriptorScan::handOver() {
+  for (auto item = items_.begin(); item != items_.end();) {
+    if (!item->answer) {
+      if (limits_.inOrder) {
+        return;
+      }
+      ++item;
+      continue;
+    }
+    // The handler may take long; nothing here must depend on what it finds.
+    handler_(item->job, *item->answer);
+    item = items_.erase(item);
+  }
+}
+
+}  // namespace quillo::front

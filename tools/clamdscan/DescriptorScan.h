@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "clamav/ScanSession.h"
+#include "posix/Clock.h"
+#include "posix/UniqueFd.h"
+#include "tools/clamdscan/DaemonLink.h"
+#include "tools/clamdscan/Entry.h"
+
+namespace quillo::front {
+
+// A file that is open to be scanned, or cannot be.
+struct Job {
+  std::vector<Entry> entries;  // the names under which it was asked for
+  UniqueFd file;
+  bool inFolder = false;
+};
+
+// What the daemon said of it, or why it did not.
+struct Answer {
+  enum class Kind { clean, infected, notScanned };
+  Kind kind = Kind::notScanned;
+  std::string text;  // the threat, or the reason
+};
+
+// Has opened files scanned by the daemon, several at a time, over one session. A session that is
+// lost is followed by another as long as the daemon gives signs of life; a file is asked about
+// twice at most, the second time alone, for it may be what ended the first. One thread.
+class DescriptorScan {
+ public:
+  struct Limits {
+    std::size_t underWay = 2;              // files that the daemon has at once
+    bool inOrder = true;                   // whether answers come in the order of the files
+    std::chrono::milliseconds silence{0};  // the daemon drops a session that is silent for longer
+    Clock::Duration patience{};            // what a daemon may take without any sign of life
+  };
+  using Handler = std::function<void(Job& job, const Answer& answer)>;
+
+  DescriptorScan(DaemonLink& link, const Starter& starter, Clock& clock, const Limits& limits,
+                 Handler handler);
+
+  // Takes a file, after it has waited for a place. Answers are handed over meanwhile.
+  void add(Job job);
+  // Takes its turn with what cannot be scanned.
+  void addUnscannable(Job job, const std::string& reason);
+  // Waits for the answer to some file; false when there is none to wait for.
+  bool makeRoom();
+  // Waits for all answers.
+  void finish();
+
+ private:
+  struct Item {
+    Job job;
+    std::optional<Answer> answer;
+    std::uint64_t number = 0;  // of the question under way
+    int lost = 0;              // sessions that ended over it
+  };
+
+  void step();
+  void send();
+  bool mayBeSent(const Item& item) const;
+  void watch();
+  void keepAlive();
+  void takeAnswers();
+  void take(const SessionAnswer& said);
+  void askAfterSilence();
+  void lose(const std::string& reason);
+  void giveUp(const std::string& reason);
+  void handOver();
+  std::size_t underWay() const;
+  int nextLook() const;
+
+  DaemonLink& link_;
+  const Starter& starter_;
+  Clock& clock_;
+  const Limits limits_;
+  const Clock::Duration betweenPings_;
+  const Handler handler_;
+  std::list<Item> items_;
+  std::optional<ScanSession> session_;
+  bool mustWait_ = false;  // nothing more can be sent for the moment
+  Clock::Duration sent_{};
+  Clock::Duration heard_{};
+  int lossesInARow_ = 0;
+};
+
+}  // namespace quillo::front
