@@ -14,6 +14,7 @@ struct AgentServices {
   Clock& clock;
   ThreadStarter& threads;
   DaemonFinder findDaemon = findRunningDaemon;
+  MarkReader isMarked = isProcessMarked;
 };
 
 }  // namespace quillo

@@ -79,10 +79,11 @@ bool Preferences::makeSureDaemonRuns() {
     log("ClamAV installation couldn't be found.  Quitting now.\n");
     return false;
   }
-  weLaunchedClamd = launchDaemon();
-  log(weLaunchedClamd ? "clamd launched successfully.  Continuing...\n"
-                      : "clamd couldn't be launched.  Quitting now.\n");
-  return weLaunchedClamd;
+  const bool launched = launchDaemon();
+  log(launched ? "clamd launched successfully.  Continuing...\n"
+               : "clamd couldn't be launched.  Quitting now.\n");
+  weLaunchedClamd = launched && !engine_.isServedByAnother();
+  return launched;
 }
 
 bool Preferences::launchDaemon() {

@@ -49,6 +49,11 @@ ClamConf ClamConf::parse(std::string_view text) {
 }
 
 std::optional<ClamConf> ClamConf::read(const std::string& path) {
+  const std::optional<std::string> text = bytesOf(path);
+  return text ? std::optional<ClamConf>(parse(*text)) : std::nullopt;
+}
+
+std::optional<std::string> ClamConf::bytesOf(const std::string& path) {
   const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
   struct stat status = {};
   if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
@@ -59,7 +64,7 @@ std::optional<ClamConf> ClamConf::read(const std::string& path) {
   for (;;) {
     const ssize_t count = ::read(file.get(), bytes.data(), bytes.size());
     if (count == 0) {
-      return parse(text);
+      return text;
     }
     if (count > 0) {
       text.append(bytes.data(), static_cast<std::size_t>(count));

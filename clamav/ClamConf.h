@@ -19,6 +19,8 @@ class ClamConf {
   // Never waits for a pipe or a device of that name. Any thread.
   static constexpr std::uint64_t largest = 1024 * 1024;
   static std::optional<ClamConf> read(const std::string& path);
+  // The same file as it lies on the disk.
+  static std::optional<std::string> bytesOf(const std::string& path);
 
   bool has(std::string_view option) const;
   // The argument of the option's first line, as ClamAV takes it; `fallback` when there is none.

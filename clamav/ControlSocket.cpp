@@ -28,11 +28,6 @@ bool holds(const std::vector<uid_t>& users, uid_t user) {
   return std::find(users.begin(), users.end(), user) != users.end();
 }
 
-bool isAscii(const std::string& text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 std::string nameOf(const std::string& path) { return std::string(lastPathComponent(path)); }
 
 // The folder that holds the socket; errno on failure.
@@ -67,6 +62,15 @@ std::string distrustOfSocketIn(int folder, const std::string& name,
              : "it belongs to somebody else, in a folder that everybody may write";
 }
 
+std::optional<ucred> peerOf(int connection) {
+  ucred peer = {};
+  socklen_t size = sizeof peer;
+  if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+    return std::nullopt;
+  }
+  return peer;
+}
+
 // The same limit holds for connect(2) (socket(7), unix(7)); 0 is none.
 void limitSending(int link, std::chrono::milliseconds patience) {
   timeval limit = {};
@@ -86,8 +90,11 @@ int connectIn(int folder, const std::string& name, int link, std::chrono::millis
   }
   std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
   limitSending(link, patience);
-  const int error =
-      connect(link, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
+  int error = EINTR;
+  while (error == EINTR) {
+    error =
+        connect(link, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
+  }
   limitSending(link, {});
   return error;
 }
@@ -132,13 +139,17 @@ std::string distrustOfSocket(const std::string& path, const std::vector<uid_t>& 
 }
 
 std::string distrustOfPeer(int connection, const std::vector<uid_t>& trusted) {
-  ucred peer = {};
-  socklen_t size = sizeof peer;
-  if (getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+  const std::optional<ucred> peer = peerOf(connection);
+  if (!peer) {
     return "who listens there cannot be told";
   }
-  return holds(trusted, peer.uid) ? ""
-                                  : "a program of user " + std::to_string(peer.uid) + " listens";
+  return holds(trusted, peer->uid) ? ""
+                                   : "a program of user " + std::to_string(peer->uid) + " listens";
+}
+
+pid_t peerProcess(int connection) {
+  const std::optional<ucred> peer = peerOf(connection);
+  return peer ? peer->pid : 0;
 }
 
 DaemonConnection connectToDaemon(const std::string& path, const std::vector<uid_t>& trusted,
@@ -146,16 +157,16 @@ DaemonConnection connectToDaemon(const std::string& path, const std::vector<uid_
   if (path.empty() || !isAscii(path)) {
     return {UniqueFd(), EINVAL, distrustOfSocket(path, trusted)};
   }
+  UniqueFd link(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (!link) {
+    return {UniqueFd(), errno, "", DaemonConnection::Step::makeSocket};
+  }
   const UniqueFd folder = openFolderOf(path);
   if (!folder) {
     return {UniqueFd(), errno, ""};
   }
   if (std::string why = distrustOfSocketIn(folder.get(), nameOf(path), trusted); !why.empty()) {
     return {UniqueFd(), EPERM, std::move(why)};
-  }
-  UniqueFd link(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (!link) {
-    return {UniqueFd(), errno, ""};
   }
   if (const int error = connectIn(folder.get(), nameOf(path), link.get(), patience); error != 0) {
     return {UniqueFd(), error, ""};
@@ -174,8 +185,7 @@ DaemonState pingDaemon(const std::string& socketPath, const std::vector<uid_t>& 
   }
   const UniqueFd& link = connection.socket;
   constexpr std::string_view question("zPING\0", 6);
-  if (send(link.get(), question.data(), question.size(), MSG_NOSIGNAL) !=
-      static_cast<ssize_t>(question.size())) {
+  if (sendToDaemon(link.get(), question) != static_cast<ssize_t>(question.size())) {
     return DaemonState::absent;
   }
   const SteadyTime deadline = std::chrono::steady_clock::now() + patience;
@@ -185,13 +195,29 @@ DaemonState pingDaemon(const std::string& socketPath, const std::vector<uid_t>& 
     if (!waitForData(link.get(), deadline)) {
       return DaemonState::silent;
     }
-    const ssize_t count = recv(link.get(), piece.data(), piece.size(), 0);
+    const ssize_t count = receiveFromDaemon(link.get(), piece.data(), piece.size());
     if (count <= 0) {
       return DaemonState::absent;
     }
     answer.append(piece.data(), static_cast<std::size_t>(count));
   }
   return answer.compare(0, 4, "PONG") == 0 ? DaemonState::answers : DaemonState::absent;
+}
+
+ssize_t sendToDaemon(int connection, std::string_view bytes) {
+  ssize_t count = -1;
+  do {
+    count = send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  } while (count < 0 && errno == EINTR);
+  return count;
+}
+
+ssize_t receiveFromDaemon(int connection, char* buffer, std::size_t size) {
+  ssize_t count = -1;
+  do {
+    count = recv(connection, buffer, size, 0);
+  } while (count < 0 && errno == EINTR);
+  return count;
 }
 
 }  // namespace quillo

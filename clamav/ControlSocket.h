@@ -3,7 +3,9 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "posix/UniqueFd.h"
@@ -25,12 +27,17 @@ std::vector<uid_t> trustedDaemonUsers(const std::string& account = "");
 std::string distrustOfSocket(const std::string& path, const std::vector<uid_t>& trusted);
 // Why the process that listens on the other end (SO_PEERCRED) is not trusted; "" when it is.
 std::string distrustOfPeer(int connection, const std::vector<uid_t>& trusted);
+// That process's number, which for a socket that a service manager opened is the manager's; 0 where
+// it cannot be told.
+pid_t peerProcess(int connection);
 
 // A connection whose socket and peer are trusted, or why there is none.
 struct DaemonConnection {
   UniqueFd socket;       // connected, blocking, close-on-exec; none on failure
   int error = 0;         // errno of the failure; EPERM when somebody listens who is not trusted
   std::string distrust;  // then also why
+  // What failed; to be not trusted is to be not connected.
+  enum class Step { makeSocket, connect } failed = Step::connect;
 };
 // Both checks above around connect(2). Paths of any length. A daemon that has no place left in its
 // queue of callers is waited for, at most for `patience` where that is not 0 (then EAGAIN). Any
@@ -48,5 +55,10 @@ enum class DaemonState {
 // at most `patience`. Any thread.
 DaemonState pingDaemon(const std::string& socketPath, const std::vector<uid_t>& trusted,
                        std::chrono::milliseconds patience);
+
+// send(2) of a few bytes and recv(2) that go on after a signal and never raise SIGPIPE; the results
+// are those calls'.
+ssize_t sendToDaemon(int connection, std::string_view bytes);
+ssize_t receiveFromDaemon(int connection, char* buffer, std::size_t size);
 
 }  // namespace quillo

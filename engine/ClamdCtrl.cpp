@@ -1,15 +1,12 @@
 #include "engine/ClamdCtrl.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
+#include "clamav/ControlSocket.h"
 #include "platform/SystemLog.h"
-#include "posix/UniqueFd.h"
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {
@@ -19,14 +16,7 @@ constexpr std::size_t longestPath = 104;
 constexpr std::size_t commandLength = 6;
 constexpr std::size_t replyLength = 20;
 
-// Whether each byte is ASCII: other paths cannot be put into the address.
-bool isAscii(const std::string& text) {
-  return std::all_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
-bool fail(const char* message, const std::string& subject, const char* call) {
-  const int error = errno;
+bool fail(const char* message, const std::string& subject, const char* call, int error) {
   std::printf(message, subject.c_str());
   std::fflush(stdout);
   errno = error;
@@ -37,7 +27,7 @@ bool fail(const char* message, const std::string& subject, const char* call) {
 }  // namespace
 
 bool ClamdCtrl::communicateWithSocketWithCommand(const std::optional<std::string>& path,
-                                                 const std::string& command) {
+                                                 const std::string& command, const Peers& peers) {
   if (!path) {
     log_.log(std::string("Please email this line to ") + supportAddress +
              " >In ClamdCtrl, pathToSocket is nil, command is " + command +
@@ -45,26 +35,30 @@ bool ClamdCtrl::communicateWithSocketWithCommand(const std::optional<std::string
     return true;
   }
   const std::string asciiPath = isAscii(*path) ? *path : "";
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  static_assert(sizeof address.sun_path >= longestPath);
-  std::copy_n(asciiPath.begin(), std::min(asciiPath.size(), longestPath), address.sun_path);
-
-  const UniqueFd endpoint(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (!endpoint) {
-    return fail("Error, can't create socket endpoint for %s.\n", asciiPath, "socket()");
+  const DaemonConnection daemon = connectToDaemon(asciiPath.substr(0, longestPath), peers.users);
+  if (!daemon.socket) {
+    if (!daemon.distrust.empty()) {
+      log_.log("No " + command + " is sent to the socket \"" + *path + "\": " + daemon.distrust);
+    }
+    const bool noSocket = daemon.failed == DaemonConnection::Step::makeSocket;
+    return noSocket ? fail("Error, can't create socket endpoint for %s.\n", asciiPath, "socket()",
+                           daemon.error)
+                    : fail("Error, can't connect to clamd through %s.\n", asciiPath, "connect()",
+                           daemon.error);
   }
-  if (connect(endpoint.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    return fail("Error, can't connect to clamd through %s.\n", asciiPath, "connect()");
+  if (peers.isMeant && !peers.isMeant(peerProcess(daemon.socket.get()))) {
+    log_.log("No " + command + " is sent to the clamd at " + asciiPath +
+             ", which somebody else has started");
+    return false;
   }
-  char bytes[commandLength] = {};
-  std::copy_n(command.begin(), std::min(command.size(), commandLength), bytes);
-  // A daemon that closes at once must not end this process with SIGPIPE.
-  if (send(endpoint.get(), bytes, sizeof bytes, MSG_NOSIGNAL) < 0) {
-    return fail("Error, could not write to %s socket\n", "UNIX", "write()");
+  std::string bytes = command.substr(0, commandLength);
+  bytes.resize(commandLength, '\0');
+  if (sendToDaemon(daemon.socket.get(), bytes) < 0) {
+    return fail("Error, could not write to %s socket\n", "UNIX", "write()", errno);
   }
   char reply[replyLength] = {};
-  [[maybe_unused]] const ssize_t ignored = read(endpoint.get(), reply, sizeof reply);
+  [[maybe_unused]] const ssize_t ignored =
+      receiveFromDaemon(daemon.socket.get(), reply, sizeof reply);
   return true;
 }
 

@@ -1,7 +1,13 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <functional>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "clamav/ControlSocket.h"
 
 namespace quillo {
 
@@ -15,12 +21,25 @@ class ClamdCtrl {
  public:
   explicit ClamdCtrl(SystemLog& log) : log_(log) {}
 
+  // Who may get a command.
+  struct Peers {
+    std::vector<uid_t> users = trustedDaemonUsers();
+    // The process that listens; absent where any of these users' will do.
+    std::function<bool(pid_t process)> isMeant = nullptr;
+  };
+
   // Sends the four-letter command and reads one reply, which is thrown away. Blocks until the
   // daemon answers or closes. True when the command could be written, and also, deliberately, when
   // there is no path; false, with the reason on standard output and error, when the socket could
-  // not be made, connected or written.
+  // not be made, connected or written. Nothing is sent to a socket that somebody else may have put
+  // there, which counts as one that cannot be connected, nor, with a line in the system's log, to a
+  // process that is not meant.
   bool communicateWithSocketWithCommand(const std::optional<std::string>& path,
-                                        const std::string& command);
+                                        const std::string& command, const Peers& peers);
+  bool communicateWithSocketWithCommand(const std::optional<std::string>& path,
+                                        const std::string& command) {
+    return communicateWithSocketWithCommand(path, command, Peers());
+  }
 
  private:
   SystemLog& log_;

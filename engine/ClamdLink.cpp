@@ -1,10 +1,14 @@
 #include "engine/ClamdLink.h"
 
+#include <unistd.h>
+
+#include <chrono>
 #include <memory>
 #include <system_error>
 #include <utility>
 
 #include "clamav/ClamConf.h"
+#include "clamav/ControlSocket.h"
 #include "clamav/Definitions.h"
 #include "clamav/LocalSocketLine.h"
 #include "platform/LocalizedStrings.h"
@@ -20,19 +24,58 @@ namespace {
 
 constexpr int failedStatus = 1;
 constexpr const char* fallbackSocket = "/tmp/clamd.socket";
+constexpr const char* quitCommand = "QUIT";
+constexpr const char* markName = "VANTREL_QUILLO_LAUNCH=";
+// To be let in by a daemon whose queue of callers is full.
+constexpr std::chrono::milliseconds longestConnect = std::chrono::seconds(1);
+
+// Of this process alone, also when another one gets its number later.
+std::string freshMark() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+  return markName + std::to_string(getpid()) + "." + std::to_string(now);
+}
+
+std::vector<std::string> environmentWith(const std::string& mark) {
+  std::vector<std::string> variables;
+  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+    if (!std::string_view(*variable).starts_with(markName)) {
+      variables.emplace_back(*variable);
+    }
+  }
+  variables.push_back(mark);
+  return variables;
+}
+
+std::optional<LocalSocketLine> socketLineOf(const std::optional<std::string>& configuration) {
+  const auto bytes = configuration ? ClamConf::bytesOf(*configuration) : std::nullopt;
+  return bytes ? std::optional<LocalSocketLine>(discernLocalSocket(*bytes)) : std::nullopt;
+}
 
 }  // namespace
 
 // A command on its way to the daemon. Shared with the thread that carries it, which may outlast the
-// caller's patience by as long as the daemon pleases.
+// caller's patience by as long as the daemon pleases, and with whoever has the same command to send
+// meanwhile.
 struct ClamdLink::Exchange {
   explicit Exchange(Clock& clock) : done(clock) {}
+  bool isOver() {
+    done.lock();
+    const bool over = taken.has_value();
+    done.unlock();
+    return over;
+  }
+  void end(bool wasTaken) {
+    done.lock();
+    taken = wasTaken;
+    done.signal();
+    done.unlock();
+  }
   Condition done;
   std::optional<bool> taken QUILLO_GUARDED_BY(done);
 };
 
 ClamdLink::ClamdLink(ClamdLinkOwner& owner, const ClamdLinkServices& services)
-    : owner_(owner), services_(services), clamdController(services.systemLog) {}
+    : owner_(owner), services_(services), clamdController(services.systemLog), mark_(freshMark()) {}
 
 ClamdLink::~ClamdLink() = default;
 
@@ -41,10 +84,15 @@ bool ClamdLink::checkForClamd() {
   if (!daemon) {
     return false;
   }
-  if (daemon->program.empty()) {
-    return true;
+  if (!daemon->program.empty()) {
+    setDaemonPaths(std::move(daemon->program), std::move(daemon->configuration));
+  } else if (Paths ours = pathsOfInstallation(); ours.clamdPATH) {
+    services_.systemLog.log("The process list shows no clamd that could be restarted; " +
+                            *ours.clamdPATH + " will be");
+    setDaemonPaths(std::move(ours.clamdPATH), daemon->configuration
+                                                  ? std::move(daemon->configuration)
+                                                  : std::move(ours.clamdConfPATH));
   }
-  setDaemonPaths(std::move(daemon->program), std::move(daemon->configuration));
   return true;
 }
 
@@ -54,6 +102,7 @@ bool ClamdLink::launchClamdWithConfigFile(const std::string& program,
   if (configuration) {
     request.arguments = {"-c", *configuration};
   }
+  request.environment = environmentWith(mark_);
   const std::shared_ptr<ChildProcess> daemon = beginLaunch(request);
   if (!daemon) {
     return false;
@@ -95,24 +144,41 @@ void ClamdLink::abandonLaunch() {
   }
 }
 
+ClamdLink::Paths ClamdLink::pathsOfInstallation() {
+  const std::optional<std::string> root = owner_.clamPATH();
+  return root ? Paths{*root + "/sbin/clamd", *root + "/etc/clamd.conf", std::nullopt} : Paths();
+}
+
 std::optional<std::string> ClamdLink::configurationFile() {
   if (auto configured = clamdConfPATH()) {
     return configured;
   }
-  std::optional<std::string> ofInstallation = owner_.clamPATH();
-  if (ofInstallation) {
-    *ofInstallation += "/etc/clamd.conf";
-  }
+  std::optional<std::string> ofInstallation = pathsOfInstallation().clamdConfPATH;
   return ofInstallation && fileExists(*ofInstallation) ? ofInstallation : std::nullopt;
 }
 
-void ClamdLink::discernClamdSocketLocation() {
-  LocalSocketLine line;
-  if (const auto file = configurationFile()) {
-    if (const auto bytes = contentsOfFile(*file)) {
-      line = discernLocalSocket(*bytes);
-    }
+std::vector<uid_t> ClamdLink::trustedUsers() {
+  const auto file = configurationFile();
+  const auto configuration = file ? ClamConf::read(*file) : std::nullopt;
+  return trustedDaemonUsers(configuration ? configuration->value("User") : "");
+}
+
+pid_t ClamdLink::listenerAt(const std::optional<std::string>& socket) {
+  if (!socket) {
+    return 0;
   }
+  const DaemonConnection daemon = connectToDaemon(*socket, trustedUsers(), longestConnect);
+  return daemon.socket ? peerProcess(daemon.socket.get()) : 0;
+}
+
+bool ClamdLink::isServedByAnother() {
+  const auto line = socketLineOf(configurationFile());
+  const pid_t listener = listenerAt(line && line->path ? line->path : clamdSocket());
+  return listener != 0 && !services_.isMarked(listener, mark_);
+}
+
+void ClamdLink::discernClamdSocketLocation() {
+  const LocalSocketLine line = socketLineOf(configurationFile()).value_or(LocalSocketLine());
   services_.systemLog.log("clamdconfEncoding: " + std::to_string(line.encoding));
   MutexLock hold(lock_);
   if (line.path) {
@@ -134,14 +200,35 @@ bool ClamdLink::hasRealDefinitions() {
   return folder.empty() || holdsRealDefinitions(folder);
 }
 
-std::optional<bool> ClamdLink::exchange(const std::string& command) {
-  const auto shared = std::make_shared<Exchange>(services_.clock);
-  auto carry = [shared, command, socket = clamdSocket(), controller = clamdController]() mutable {
-    const bool taken = controller.communicateWithSocketWithCommand(socket, command);
-    shared->done.lock();
-    shared->taken = taken;
-    shared->done.signal();
-    shared->done.unlock();
+ClamdCtrl::Peers ClamdLink::peersFor(const std::string& command) {
+  ClamdCtrl::Peers peers{trustedUsers()};
+  if (command == quitCommand) {
+    peers.isMeant = [isMarked = services_.isMarked, mark = mark_](pid_t process) {
+      return isMarked(process, mark);
+    };
+  }
+  return peers;
+}
+
+std::shared_ptr<ClamdLink::Exchange> ClamdLink::begin(const std::string& command) {
+  const std::optional<std::string> socket = clamdSocket();
+  std::shared_ptr<Exchange> shared;
+  {
+    MutexLock hold(lock_);
+    std::shared_ptr<Exchange>& known = exchanges_[command + " " + socket.value_or("")];
+    if (known && !known->isOver()) {
+      return known;
+    }
+    known = shared = std::make_shared<Exchange>(services_.clock);
+  }
+  auto carry = [shared, command, socket, peers = peersFor(command),
+                controller = clamdController]() mutable {
+    try {
+      shared->end(controller.communicateWithSocketWithCommand(socket, command, peers));
+    } catch (...) {
+      shared->end(false);
+      throw;
+    }
   };
   try {
     services_.threads.detachNewThread("clamd " + command, carry);
@@ -149,22 +236,48 @@ std::optional<bool> ClamdLink::exchange(const std::string& command) {
     // No thread is to be had: rather wait for the daemon than leave it without the command.
     carry();
   }
+  return shared;
+}
+
+std::optional<bool> ClamdLink::exchange(const std::string& command) {
+  const std::shared_ptr<Exchange> shared = begin(command);
   const Clock::Duration deadline = services_.clock.now() + longestAnswer;
   shared->done.lock();
   while (!shared->taken && services_.clock.now() < deadline) {
     shared->done.wait();
   }
   const std::optional<bool> taken = shared->taken;
+  shared->done.signal();  // it wakes one, and several may wait for one answer
   shared->done.unlock();
   return taken;
 }
 
 bool ClamdLink::clamdStillAlive() {
-  // A daemon that takes a command and stays silent for so long is as good as gone.
-  return exchange("PING").value_or(false);
+  if (const std::optional<bool> taken = exchange("PING")) {
+    return *taken;
+  }
+  // One that reloads its definitions, or whose queue is full, answers later; a stopped one never.
+  return isProcessAtWork(listenerAt(clamdSocket()));
 }
 
-void ClamdLink::quitClamd() { exchange("QUIT"); }
+void ClamdLink::quitClamd() { exchange(quitCommand); }
+
+void ClamdLink::relaunch(const Paths& known) {
+  const Paths ours = pathsOfInstallation();
+  const bool hasOther = ours.clamdPATH && (ours.clamdPATH != known.clamdPATH ||
+                                           ours.clamdConfPATH != known.clamdConfPATH);
+  try {
+    if (launchClamdWithConfigFile(*known.clamdPATH, known.clamdConfPATH) || !hasOther) {
+      return;
+    }
+  } catch (const PlatformException& failure) {
+    if (!hasOther) {
+      throw;
+    }
+    services_.systemLog.log("Cannot launch " + *known.clamdPATH + ": " + failure.reason());
+  }
+  launchClamdWithConfigFile(*ours.clamdPATH, ours.clamdConfPATH);
+}
 
 void ClamdLink::recoverFromCrashedClamd() {
   const Paths known = paths();
@@ -173,7 +286,7 @@ void ClamdLink::recoverFromCrashedClamd() {
     return;
   }
   MutexLock one(recovery_);
-  launchClamdWithConfigFile(*known.clamdPATH, known.clamdConfPATH);
+  relaunch(known);
 }
 
 void ClamdLink::recoverUnreachableClamd() {
@@ -183,7 +296,7 @@ void ClamdLink::recoverUnreachableClamd() {
   }
   MutexLock one(recovery_);
   if (!clamdStillAlive()) {
-    launchClamdWithConfigFile(*known.clamdPATH, known.clamdConfPATH);
+    relaunch(known);
   }
 }
 

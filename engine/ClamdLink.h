@@ -1,12 +1,15 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "clamav/ProcessList.h"
+#include "clamav/Daemons.h"
 #include "engine/ClamdCtrl.h"
 #include "posix/Clock.h"
 #include "posix/Mutex.h"
@@ -34,6 +37,8 @@ class ClamdLinkOwner {
 
 // Tells the daemon that runs on this machine; absent when there is none. May take long.
 using DaemonFinder = std::function<std::optional<RunningDaemon>()>;
+// Tells whether a process was started with that variable in its environment: isProcessMarked().
+using MarkReader = std::function<bool(pid_t process, const std::string& variable)>;
 
 struct ClamdLinkServices {
   Clock& clock;
@@ -41,6 +46,7 @@ struct ClamdLinkServices {
   SystemLog& systemLog;
   ThreadStarter& threads;
   DaemonFinder findDaemon = findRunningDaemon;
+  MarkReader isMarked = isProcessMarked;
 };
 
 // Keeps the agent connected to the clamd daemon: finds it or launches it, learns its socket, asks
@@ -53,8 +59,9 @@ class ClamdLink {
   ClamdLink(ClamdLinkOwner& owner, const ClamdLinkServices& services);
   ~ClamdLink();
 
-  // Whether a daemon runs; if so, takes its program and configuration from the process list. Throws
-  // PlatformException when the processes cannot be listed.
+  // Whether a daemon runs; if so, takes its program and configuration from the process list, and
+  // the installation's in place of what cannot be used. Throws PlatformException when the processes
+  // cannot be listed.
   bool checkForClamd();
   // False only when the program exited with status 1, or when no more are to be launched. Throws
   // PlatformException when it cannot be run.
@@ -64,17 +71,20 @@ class ClamdLink {
   bool launchNoMore();
   // Waits until the recovery that is under way, if any, has ended.
   void awaitRecovery();
+  // Whether a daemon listens at the socket of the configuration that this link did not bring up: a
+  // program that finds one there reports success like one that has launched it.
+  bool isServedByAnother();
   // Ends the programs that launches wait for, so that these return.
   void abandonLaunch();
   // Takes the socket's path from the daemon's configuration, or the installation's.
   void discernClamdSocketLocation();
-  // Whether the daemon takes a "PING".
+  // Whether the daemon takes a "PING", or is silent for `longestAnswer` because it is at work.
   bool clamdStillAlive();
-  // Launches the daemon that was last used.
+  // Launches the daemon that was last used, or the installation's where that cannot be run.
   void recoverFromCrashedClamd();
   // As above, but once for several callers at a time, and not when the daemon is back already.
   void recoverUnreachableClamd();
-  // Sends "QUIT".
+  // Sends "QUIT", but to no daemon that this link did not bring up.
   void quitClamd();
   // Tells the user by notification and dialog that no engine is usable.
   void noEnginePanic();
@@ -100,20 +110,31 @@ class ClamdLink {
   Paths paths();
   // Nothing when no more are to be launched.
   std::shared_ptr<ChildProcess> beginLaunch(const LaunchRequest& request);
+  Paths pathsOfInstallation();
   std::optional<std::string> configurationFile();
+  std::vector<uid_t> trustedUsers();
+  // Who listens there; 0 for nobody who is trusted.
+  pid_t listenerAt(const std::optional<std::string>& socket);
+  void relaunch(const Paths& known);
   // Whether the daemon took the command; absent when it has not answered in time.
   std::optional<bool> exchange(const std::string& command);
+  std::shared_ptr<Exchange> begin(const std::string& command);
+  ClamdCtrl::Peers peersFor(const std::string& command);
 
   // Constant after construction.
   ClamdLinkOwner& owner_;
   const ClamdLinkServices services_;
   ClamdCtrl clamdController;
+  // In the environment of all that is launched, and of nothing else.
+  const std::string mark_;
   // One recovery at a time.
   Mutex recovery_;
   Mutex lock_;
   Paths paths_ QUILLO_GUARDED_BY(lock_);
   std::vector<std::shared_ptr<ChildProcess>> launching_ QUILLO_GUARDED_BY(lock_);
   bool launchesNoMore_ QUILLO_GUARDED_BY(lock_) = false;
+  // By command and socket. A daemon that never answers keeps a thread, but not one a command.
+  std::map<std::string, std::shared_ptr<Exchange>> exchanges_ QUILLO_GUARDED_BY(lock_);
 };
 
 }  // namespace quillo

@@ -2,6 +2,7 @@
 
 #include <pwd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -94,6 +95,11 @@ std::size_t utf8SequenceLength(std::string_view text) {
   }
   const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
   return code < smallestOfLength(length) || surrogate || code > 0x10FFFF ? 0 : length;
+}
+
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
 bool isValidUtf8(std::string_view text) {

@@ -15,6 +15,7 @@ std::vector<std::string_view> split(std::string_view text, char separator);
 std::string_view trimmed(std::string_view text);
 std::string lowercased(std::string_view text);
 std::string replacingAll(std::string text, std::string_view what, std::string_view with);
+bool isAscii(std::string_view text);
 // Whether all of it is well-formed UTF-8 (RFC 3629).
 bool isValidUtf8(std::string_view text);
 // Bytes in the well-formed sequence at the start of `text`; 0 when there is none.

@@ -94,7 +94,8 @@ class AgentUnderTest {
   VantrelQuillo& agent() {
     if (!agent_) {
       agent_ = std::make_unique<VantrelQuillo>(
-          AgentServices{desktop.platform, clock, threads, [this] { return findDaemon(); }},
+          AgentServices{desktop.platform, clock, threads, [this] { return findDaemon(); },
+                        [this](pid_t, const std::string&) { return listenerIsOurs; }},
           *throbber);
     }
     return *agent_;
@@ -113,6 +114,8 @@ class AgentUnderTest {
   AgentThreads threads;
   std::optional<RunningDaemon> daemon;
   std::function<std::optional<RunningDaemon>()> findDaemon = [this] { return daemon; };
+  // Whether what listens at the socket is said to be brought up by the agent.
+  bool listenerIsOurs = true;
   std::unique_ptr<Throbber> throbber;
 
  private:

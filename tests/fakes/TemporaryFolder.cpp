@@ -11,7 +11,7 @@
 namespace quillo {
 
 TemporaryFolder::TemporaryFolder() {
-  char pattern[] = "/tmp/quillo-test-XXXXXX";
+  char pattern[] = "/tmp/quillo-test_XXXXXX";
   if (!mkdtemp(pattern)) {
     throw std::runtime_error("cannot make a temporary folder below /tmp");
   }

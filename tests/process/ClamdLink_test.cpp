@@ -1,14 +1,21 @@
 #include "engine/ClamdLink.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
+#include "posix/UniqueFd.h"
 #include "tests/fakes/FakeClamdLinkOwner.h"
 #include "tests/fakes/FakeInterface.h"
 #include "tests/fakes/FakeServices.h"
 #include "tests/fakes/StdoutCapture.h"
 #include "tests/fakes/TemporaryFolder.h"
+#include "tests/process/StandIn.h"
 
 namespace quillo {
 namespace {
@@ -24,6 +31,23 @@ class ClamdLaunch : public testing::Test {
                                                  "'; done\n" + rest + "\n");
   }
   std::string notes() const { return folder.path() + "/arguments"; }
+  std::string socket() const { return folder.path() + "/clamd.ctl"; }
+  // For the installed clamd, with one definition.
+  std::string realConfiguration() const {
+    folder.write("db/one.ndb", "One:0:0:6f6e65\n");
+    return folder.write("clamd.conf", "LocalSocket " + socket() + "\nDatabaseDirectory " +
+                                          folder.path() + "/db\nPidFile " + folder.path() +
+                                          "/clamd.pid\n");
+  }
+  // Handle of the one that runs with it.
+  UniqueFd realDaemon() const {
+    const pid_t process = std::stoi(contentsOfFile(folder.path() + "/clamd.pid").value_or("0"));
+    return UniqueFd(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+  }
+  static bool hasEnded(const UniqueFd& process) {
+    pollfd end = {process.get(), POLLIN, 0};
+    return poll(&end, 1, 10000) == 1;
+  }
 
   TemporaryFolder folder;
   SystemClock clock;
@@ -87,6 +111,51 @@ TEST_F(ClamdLaunch, RecoversWithTheKnownPathsAndNothingElse) {
   EXPECT_TRUE(log.lines().empty());
 }
 
+TEST_F(ClamdLaunch, RecoversWithTheInstallationsProgramWhenTheKnownOneCannotBeRun) {
+  owner.root = folder.path();
+  daemon("exit 0");
+  link.setDaemonPaths("/0 S+   0:00 tail -f /home/anna/clamd.log", std::nullopt);
+  link.recoverFromCrashedClamd();
+  EXPECT_EQ(contentsOfFile(notes()), Arguments("-c\n" + folder.path() + "/etc/clamd.conf\n"));
+}
+
+TEST_F(ClamdLaunch, RecoversWithTheInstallationsProgramWhenTheKnownOneFails) {
+  owner.root = folder.path();
+  daemon("exit 0");
+  link.setDaemonPaths("/bin/false", "/etc/my.conf");
+  link.recoverFromCrashedClamd();
+  EXPECT_EQ(contentsOfFile(notes()), Arguments("-c\n" + folder.path() + "/etc/clamd.conf\n"));
+}
+
+TEST_F(ClamdLaunch, RecoversOnceWhenTheKnownProgramIsTheInstallations) {
+  owner.root = folder.path();
+  link.setDaemonPaths(daemon("exit 1"), folder.path() + "/etc/clamd.conf");
+  link.recoverFromCrashedClamd();
+  EXPECT_EQ(owner.calls(), std::vector<std::string>{"wait"});
+}
+
+TEST_F(ClamdLaunch, RestartsADaemonThatAReaderOfItsLogWasTakenFor) {
+  owner.root = folder.path();
+  daemon("exit 0");
+  {
+    const StandIn reader({"tail", "-f", folder.path() + "/clamd.log"});
+    ASSERT_TRUE(link.checkForClamd());
+  }
+  link.recoverFromCrashedClamd();
+  EXPECT_EQ(contentsOfFile(notes()), Arguments("-c\n" + folder.path() + "/etc/clamd.conf\n"));
+}
+
+TEST_F(ClamdLaunch, RestartsADaemonThatARunningScanWasTakenFor) {
+  owner.root = folder.path();
+  daemon("exit 0");
+  {
+    const StandIn scan({folder.path() + "/bin/clamdscan", "--fdpass", "--file-list=/tmp/list"});
+    ASSERT_TRUE(link.checkForClamd());
+  }
+  link.recoverFromCrashedClamd();
+  EXPECT_EQ(contentsOfFile(notes()), Arguments("-c\n" + folder.path() + "/etc/clamd.conf\n"));
+}
+
 TEST_F(ClamdLaunch, RelaunchesADaemonThatTakesNoPing) {
   link.setDaemonPaths(daemon("exit 0"), folder.write("my.conf", "LocalSocket /nonexistent/s\n"));
   link.discernClamdSocketLocation();
@@ -96,21 +165,34 @@ TEST_F(ClamdLaunch, RelaunchesADaemonThatTakesNoPing) {
 }
 
 TEST_F(ClamdLaunch, FindsARealDaemonAgainSpeaksToItAndEndsIt) {
-  const std::string socket = folder.path() + "/clamd.ctl";
-  folder.write("db/one.ndb", "One:0:0:6f6e65\n");
-  const std::string configuration =
-      folder.write("clamd.conf", "LocalSocket " + socket + "\nDatabaseDirectory " + folder.path() +
-                                     "/db\nLogFile " + folder.path() + "/clamd.log\n");
   EXPECT_FALSE(link.checkForClamd());
-  ASSERT_TRUE(link.launchClamdWithConfigFile("/usr/sbin/clamd", configuration));
+  ASSERT_TRUE(link.launchClamdWithConfigFile("/usr/sbin/clamd", realConfiguration()));
   ASSERT_TRUE(link.checkForClamd());
   EXPECT_EQ(link.clamdPATH(), std::optional<std::string>("/usr/sbin/clamd"));
-  EXPECT_EQ(link.clamdConfPATH(), std::optional<std::string>(configuration));
+  EXPECT_EQ(link.clamdConfPATH(), std::optional<std::string>(realConfiguration()));
   link.discernClamdSocketLocation();
-  EXPECT_EQ(link.clamdSocket(), std::optional<std::string>(socket));
+  EXPECT_EQ(link.clamdSocket(), std::optional<std::string>(socket()));
   EXPECT_TRUE(link.clamdStillAlive());
   EXPECT_TRUE(link.hasRealDefinitions());
+  EXPECT_FALSE(link.isServedByAnother());
+  const UniqueFd running = realDaemon();
   link.quitClamd();
+  EXPECT_TRUE(hasEnded(running));
+}
+
+// As a launcher does that finds the machine's own daemon, which no process list shows.
+TEST_F(ClamdLaunch, EndsNoDaemonThatWasThereBeforeALaunchThatSucceeded) {
+  ASSERT_EQ(ChildProcess({"/usr/sbin/clamd", {"-c", realConfiguration()}}).waitUntilExit(), 0);
+  const UniqueFd running = realDaemon();
+  link.setDaemonPaths(daemon("exit 0"), realConfiguration());
+  ASSERT_TRUE(link.launchClamdWithConfigFile(daemon("exit 0"), realConfiguration()));
+  EXPECT_TRUE(link.isServedByAnother());
+  link.discernClamdSocketLocation();
+  link.quitClamd();
+  EXPECT_EQ(log.lines().size(), 2U);
+  EXPECT_TRUE(link.clamdStillAlive());
+  EXPECT_EQ(syscall(SYS_pidfd_send_signal, running.get(), SIGKILL, nullptr, 0), 0);
+  EXPECT_TRUE(hasEnded(running));
 }
 
 }  // namespace

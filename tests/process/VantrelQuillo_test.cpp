@@ -209,8 +209,9 @@ TEST_F(WatchingAgent, QuitsADaemonThatIsOnlyBeingLaunchedOnceItCanBeTold) {
   };
   agent().applicationDidFinishLaunching();
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
-  ASSERT_EQ(clamd.visits(1).size(), 1U);
-  EXPECT_EQ(clamd.visits(1)[0].bytes.substr(0, 4), "QUIT");
+  // Before, it was looked at who listens there.
+  ASSERT_EQ(clamd.visits(2).size(), 2U);
+  EXPECT_EQ(clamd.visits(2)[1].bytes.substr(0, 4), "QUIT");
 }
 
 // An agent whose own daemon has crashed and is being launched again by a scanner.

@@ -11,6 +11,7 @@
 #include "tests/fakes/JoinedThreads.h"
 #include "tests/fakes/ManualClock.h"
 #include "tests/fakes/StdoutCapture.h"
+#include "tests/fakes/StoppedClamd.h"
 #include "tests/fakes/TemporaryFolder.h"
 
 namespace quillo {
@@ -28,7 +29,17 @@ class ClamdLinkThreads : public testing::Test {
   ~ClamdLinkThreads() override {
     // Lets go of whoever still waits for an answer.
     daemon.reset();
+    stopped.reset();
     threads.join();
+  }
+  // What the question gives that a silent daemon is asked, once the patience with it is over.
+  bool aliveAfterPatience() {
+    bool alive = false;
+    std::thread caller([&] { alive = link.clamdStillAlive(); });
+    EXPECT_TRUE(clock.waitUntilParked(1));
+    clock.advance(ClamdLink::longestAnswer);
+    caller.join();
+    return alive;
   }
   std::string socketPath() const { return folder.path() + "/clamd.ctl"; }
 
@@ -39,20 +50,45 @@ class ClamdLinkThreads : public testing::Test {
   JoinedThreads threads;
   FakeClamdLinkOwner owner;
   std::unique_ptr<FakeClamd> daemon;
-  ClamdLink link{owner, {clock, strings, log, threads, [] { return std::nullopt; }}};
+  std::unique_ptr<StoppedClamd> stopped;
+  ClamdLink link{owner,
+                 {clock, strings, log, threads, [] { return std::nullopt; },
+                  [](pid_t, const std::string&) { return true; }}};
 };
 
-TEST_F(ClamdLinkThreads, TakesADaemonForGoneThatIsSilentForThirtySeconds) {
-  daemon = std::make_unique<FakeClamd>(socketPath(), Behaviour::staysSilent);
+TEST_F(ClamdLinkThreads, TakesAStoppedDaemonForGoneAfterThirtySeconds) {
+  stopped = std::make_unique<StoppedClamd>(socketPath());
   bool alive = true;
   std::thread caller([&] { alive = link.clamdStillAlive(); });
   ASSERT_TRUE(clock.waitUntilParked(1));
-  ASSERT_EQ(daemon->visits(1).size(), 1U);
   clock.advance(std::chrono::seconds(29));
   EXPECT_EQ(clock.parked(), 1);
   clock.advance(std::chrono::seconds(1));
   caller.join();
   EXPECT_FALSE(alive);
+}
+
+TEST_F(ClamdLinkThreads, TakesASilentDaemonForAliveThatIsAtWork) {
+  daemon = std::make_unique<FakeClamd>(socketPath(), Behaviour::staysSilent);
+  EXPECT_TRUE(aliveAfterPatience());
+}
+
+TEST_F(ClamdLinkThreads, KeepsOneThreadForAStoppedDaemonHoweverOftenItIsAsked) {
+  stopped = std::make_unique<StoppedClamd>(socketPath());
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_FALSE(aliveAfterPatience());
+  }
+  EXPECT_EQ(threads.names(), std::vector<std::string>{"clamd PING"});
+}
+
+TEST_F(ClamdLinkThreads, AsksAnewOnceAnOldQuestionIsAnswered) {
+  stopped = std::make_unique<StoppedClamd>(socketPath());
+  EXPECT_FALSE(aliveAfterPatience());
+  stopped->end();
+  threads.join();
+  daemon = std::make_unique<FakeClamd>(socketPath());
+  EXPECT_TRUE(link.clamdStillAlive());
+  EXPECT_EQ(daemon->visits(1).size(), 1U);
 }
 
 TEST_F(ClamdLinkThreads, DoesNotWaitForASilentDaemonToQuitForLongerThanThirtySeconds) {
@@ -71,7 +107,7 @@ TEST_F(ClamdLinkThreads, HearsAnAnswerWithoutLettingTimePass) {
   EXPECT_EQ(threads.names(), std::vector<std::string>{"clamd PING"});
 }
 
-TEST_F(ClamdLinkThreads, PingsOfSeveralThreadsAreIndependent) {
+TEST_F(ClamdLinkThreads, PingsOfSeveralThreadsAreAllAnswered) {
   daemon = std::make_unique<FakeClamd>(socketPath());
   std::vector<std::thread> callers;
   std::atomic<int> alive{0};
@@ -82,7 +118,7 @@ TEST_F(ClamdLinkThreads, PingsOfSeveralThreadsAreIndependent) {
     caller.join();
   }
   EXPECT_EQ(alive, 8);
-  EXPECT_EQ(daemon->visits(8).size(), 8U);
+  EXPECT_GE(daemon->visits(1).size(), 1U);
 }
 
 TEST_F(ClamdLinkThreads, RelaunchesAnUnreachableDaemonOnceForSeveralCallers) {

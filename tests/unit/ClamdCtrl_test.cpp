@@ -1,12 +1,17 @@
 #include "engine/ClamdCtrl.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <iterator>
 
+#include "posix/UniqueFd.h"
 #include "tests/fakes/FailingSystemCall.h"
 #include "tests/fakes/FakeClamd.h"
 #include "tests/fakes/FakeServices.h"
@@ -113,6 +118,49 @@ TEST_F(ClamdCtrlTest, TakesAPathThatIsNotAsciiForAnEmptyOne) {
   FakeClamd daemon(folder.path() + "/ü");
   EXPECT_FALSE(send(folder.path() + "/ü", "PING"));
   EXPECT_EQ(printed.substr(0, printed.find('\n')), "Error, can't connect to clamd through .");
+}
+
+TEST_F(ClamdCtrlTest, ConnectsToNoAbstractNameForAnEmptyPath) {
+  // What an empty path names in an address of full length (unix(7)): all its bytes are zero.
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  const UniqueFd stranger(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(bind(stranger.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(listen(stranger.get(), 1), 0);
+  EXPECT_FALSE(send("", "PING"));
+  EXPECT_EQ(printed, "Error, can't connect to clamd through .\nconnect(): Invalid argument\n");
+}
+
+TEST_F(ClamdCtrlTest, SendsNothingToASocketInAFolderThatOthersMayWrite) {
+  FakeClamd daemon(socketPath());
+  ASSERT_EQ(chmod(folder.path().c_str(), 0777), 0);
+  EXPECT_FALSE(send(socketPath(), "PING"));
+  EXPECT_EQ(printed, "Error, can't connect to clamd through " + socketPath() +
+                         ".\nconnect(): Operation not permitted\n");
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"No PING is sent to the socket \"" + socketPath() +
+                                     "\": others may write to its folder"});
+}
+
+TEST_F(ClamdCtrlTest, SendsNothingToAListenerWhoIsNotTrusted) {
+  FakeClamd daemon(socketPath());
+  const StdoutCapture quiet;
+  EXPECT_FALSE(controller.communicateWithSocketWithCommand(socketPath(), "PING",
+                                                           {{geteuid() + 1}, nullptr}));
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST_F(ClamdCtrlTest, SendsNothingToAProcessThatIsNotMeant) {
+  FakeClamd daemon(socketPath());
+  pid_t asked = 0;
+  EXPECT_FALSE(controller.communicateWithSocketWithCommand(
+      socketPath(), "QUIT", {trustedDaemonUsers(), [&asked](pid_t process) {
+                               asked = process;
+                               return false;
+                             }}));
+  EXPECT_EQ(asked, getpid());
+  ASSERT_EQ(daemon.visits(1).size(), 1U);
+  EXPECT_EQ(daemon.visits(1)[0].bytes, "");
 }
 
 TEST_F(ClamdCtrlTest, ADaemonThatClosesWithoutAReplyIsAlive) {

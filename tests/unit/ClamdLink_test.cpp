@@ -37,7 +37,10 @@ class ClamdLinkTest : public testing::Test {
   FakeThreads threads;
   FakeClamdLinkOwner owner;
   std::optional<RunningDaemon> running;
-  ClamdLink link{owner, {clock, strings, log, threads, [this] { return running; }}};
+  bool listenerIsOurs = true;
+  ClamdLink link{owner,
+                 {clock, strings, log, threads, [this] { return running; },
+                  [this](pid_t, const std::string&) { return listenerIsOurs; }}};
 };
 
 TEST_F(ClamdLinkTest, KnowsNoPathsAtFirst) {
@@ -68,12 +71,34 @@ TEST_F(ClamdLinkTest, ChangesNothingWhenNoDaemonRuns) {
   EXPECT_EQ(link.clamdConfPATH(), Path("/old.conf"));
 }
 
-TEST_F(ClamdLinkTest, CountsAListingThatShowedNothingAsADaemonWithTheKnownPaths) {
+TEST_F(ClamdLinkTest, TakesTheInstallationsProgramWhenNoneIsShownThatCanBeRun) {
+  owner.root = folder.path();
+  running = RunningDaemon{};
+  EXPECT_TRUE(link.checkForClamd());
+  EXPECT_EQ(link.clamdPATH(), Path(folder.path() + "/sbin/clamd"));
+  EXPECT_EQ(link.clamdConfPATH(), Path(folder.path() + "/etc/clamd.conf"));
+}
+
+TEST_F(ClamdLinkTest, KeepsTheConfigurationThatIsShownForTheInstallationsProgram) {
+  owner.root = folder.path();
+  running = RunningDaemon{"", "/etc/my.conf"};
+  EXPECT_TRUE(link.checkForClamd());
+  EXPECT_EQ(link.clamdPATH(), Path(folder.path() + "/sbin/clamd"));
+  EXPECT_EQ(link.clamdConfPATH(), Path("/etc/my.conf"));
+}
+
+TEST_F(ClamdLinkTest, KeepsTheKnownPathsWithoutAnInstallation) {
   link.setDaemonPaths("/old", "/old.conf");
   running = RunningDaemon{};
   EXPECT_TRUE(link.checkForClamd());
   EXPECT_EQ(link.clamdPATH(), Path("/old"));
   EXPECT_EQ(link.clamdConfPATH(), Path("/old.conf"));
+}
+
+TEST_F(ClamdLinkTest, ReadsNoEndlessConfiguration) {
+  link.setDaemonPaths("/x/clamd", "/dev/zero");
+  link.discernClamdSocketLocation();
+  EXPECT_EQ(link.clamdSocket(), Path("/tmp/clamd.socket"));
 }
 
 TEST_F(ClamdLinkTest, ReadsTheSocketFromTheDaemonsOwnConfiguration) {
@@ -166,9 +191,32 @@ TEST_F(ClamdLinkTest, TellsTheDaemonToQuit) {
   EXPECT_TRUE(log.lines().empty());
 }
 
+TEST_F(ClamdLinkTest, TellsNoDaemonToQuitThatItDidNotBringUp) {
+  FakeClamd daemon(socketPath());
+  useSocket(socketPath());
+  listenerIsOurs = false;
+  link.quitClamd();
+  EXPECT_EQ(log.lines(),
+            std::vector<std::string>{"No QUIT is sent to the clamd at " + socketPath() +
+                                     ", which somebody else has started"});
+  ASSERT_EQ(daemon.visits(1).size(), 1U);
+  EXPECT_EQ(daemon.visits(1)[0].bytes, "");
+}
+
+TEST_F(ClamdLinkTest, IsServedByAnotherWhereSuchADaemonListens) {
+  useSocket(socketPath());
+  listenerIsOurs = false;
+  EXPECT_FALSE(link.isServedByAnother());
+  FakeClamd daemon(socketPath());
+  EXPECT_TRUE(link.isServedByAnother());
+  listenerIsOurs = true;
+  EXPECT_FALSE(link.isServedByAnother());
+}
+
 TEST_F(ClamdLinkTest, SpeaksToTheDaemonAlsoWithoutAThreadToSpare) {
   NoThreads none;
-  ClamdLink poor(owner, {clock, strings, log, none, [] { return std::nullopt; }});
+  ClamdLink poor(owner, {clock, strings, log, none, [] { return std::nullopt; },
+                         [](pid_t, const std::string&) { return true; }});
   FakeClamd daemon(socketPath());
   poor.setDaemonPaths("/x", folder.write("my.conf", "LocalSocket " + socketPath() + "\n"));
   poor.discernClamdSocketLocation();

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "clamav/DaemonProcesses.h"
+#include "clamav/DaemonCommand.h"
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"

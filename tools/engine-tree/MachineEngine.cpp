@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "clamav/Accounts.h"
-#include "clamav/DaemonProcesses.h"
+#include "clamav/Daemons.h"
 #include "posix/PlatformException.h"
 
 namespace quillo {
@@ -75,7 +75,10 @@ MachineDaemon examineDaemon(const std::string& configuration, ClamConf options,
     trusted.push_back(account->user);
     machineUsers.push_back(account->user);
   }
-  daemon.runs = daemonRuns(places.processes, machineUsers, places.daemonConfigurations);
+  constexpr bool everyMentionCounts = false;
+  daemon.runs =
+      findDaemon({machineUsers, everyMentionCounts, places.daemonConfigurations, places.processes})
+          .has_value();
   if (!daemon.socket.empty()) {
     daemon.state = pingDaemon(daemon.socket, trusted, places.patience);
     if (daemon.state == DaemonState::absent && daemon.runs) {

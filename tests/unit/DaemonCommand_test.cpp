@@ -1,4 +1,4 @@
-#include "clamav/ProcessList.h"
+#include "clamav/DaemonCommand.h"
 
 #include <gtest/gtest.h>
 

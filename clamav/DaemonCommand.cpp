@@ -1,15 +1,13 @@
-#include "clamav/ProcessList.h"
+#include "clamav/DaemonCommand.h"
 
-#include <unistd.h>
+#include <algorithm>
 
-#include "posix/ChildProcess.h"
 #include "posix/Text.h"
 
 namespace quillo {
 namespace {
 
-constexpr const char* listing = "/bin/ps -axww | /usr/bin/grep clamd | grep -v grep";
-constexpr int noLineMatched = 1;
+constexpr std::string_view longOption = "--config-file";
 
 std::size_t positionBehindStart(std::string_view text, std::string_view option) {
   const std::size_t at = text.find(option);
@@ -30,7 +28,7 @@ RunningDaemon parseProcessList(std::string_view text) {
                          std::string(trimmed(from(command, option + optionLength)))};
   };
   if (const std::size_t option = positionBehindStart(command, "--config"); option > 0) {
-    return daemon(option, std::string_view("--config-file=").size());
+    return daemon(option, longOption.size() + 1);
   }
   if (const std::size_t option = positionBehindStart(command, "-c"); option > 0) {
     return daemon(option, std::string_view("-c ").size());
@@ -38,19 +36,21 @@ RunningDaemon parseProcessList(std::string_view text) {
   return {std::string(trimmed(command)), std::nullopt};
 }
 
-std::optional<RunningDaemon> findRunningDaemon() {
-  const char* shell = access("/bin/tcsh", X_OK) == 0 ? "/bin/tcsh" : "/bin/sh";
-  ChildProcess child({shell, {"-c", listing}});
-  // Read while it runs: a long list would fill the pipe and never end.
-  std::string text;
-  const int status = child.waitUntilExit([&text](std::string_view chunk) {
-    text += chunk;
-    return true;
-  });
-  if (status == noLineMatched) {
-    return std::nullopt;
+std::string configurationOption(const std::vector<std::string>& words) {
+  for (std::size_t i = 1; i < words.size(); ++i) {
+    const std::string& word = words[i];
+    const std::string next = i + 1 < words.size() ? words[i + 1] : std::string();
+    if (word == "-c" || word == longOption) {
+      return next;
+    }
+    if (word.compare(0, longOption.size() + 1, std::string(longOption) + "=") == 0) {
+      return word.substr(longOption.size() + 1);
+    }
+    if (word.size() > 2 && word.compare(0, 2, "-c") == 0) {
+      return word.substr(2);
+    }
   }
-  return parseProcessList(text);
+  return {};
 }
 
 }  // namespace quillo

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "clamav/DaemonCommand.h"
+
+namespace quillo {
+
+// Finds daemons among the processes (proc(5)). A command line is whatever its owner likes, so a
+// process counts only when it belongs to a trusted user, and nothing that it names is run or read
+// before the path is known to be safe.
+
+// Which processes count.
+struct DaemonSearch {
+  // Whose. Real, effective and saved user have to be of these, or a stranger's set-user-ID program
+  // would be root's; and where the system keeps it, the user who logged in.
+  std::vector<uid_t> owners;
+  // Whatever mentions "clamd" is a daemon, a scanner too, and all such lines of the process list
+  // are one text; a list that fails counts as a daemon. Otherwise only a live clamd counts that was
+  // started without a configuration, or with one of `configurations`: one that runs with any other
+  // file is somebody's private daemon.
+  bool everyMentionCounts = true;
+  std::vector<std::string> configurations = {};
+  std::string processes = "/proc";
+};
+
+// The daemon that runs on this machine; absent when there is none. Of its program and configuration
+// only what root or this user alone can have put there: a clamd that can be run, a file that
+// ClamConf::read() takes. May wait for the process list. Throws PlatformException when no shell can
+// be run. Any thread.
+std::optional<RunningDaemon> findDaemon(const DaemonSearch& search);
+// The same with every mention of a daemon by trustedDaemonUsers().
+std::optional<RunningDaemon> findRunningDaemon();
+
+// Whether the process belongs to one of `owners`, as told above.
+bool isProcessOf(const std::string& processes, std::string_view process,
+                 const std::vector<uid_t>& owners);
+// Whether the process was started with `variable`, "NAME=value", in its environment, or descends
+// from one that was. False where that cannot be seen.
+bool isProcessMarked(pid_t process, const std::string& variable);
+// Whether the process is there and neither stopped nor a zombie.
+bool isProcessAtWork(pid_t process);
+
+}  // namespace quillo
