@@ -16,6 +16,7 @@ StatusFacts Face::status() const {
   facts.settingUp = settingUp_;
   facts.helperFails = helperFails_;
   facts.watchedFolders = watchedFolders_;
+  facts.placesWithGaps = placesWithGaps_;
   facts.filesBeingScanned = filesBeingScanned_;
   return facts;
 }

@@ -35,6 +35,7 @@ class Face final : public ScanObserver {
   void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
   void setEngineMissing(bool missing) { engineMissing_ = missing; }
   void setHelperFails(bool fails) { helperFails_ = fails; }
+  void setPlacesWithGaps(std::size_t count) { placesWithGaps_ = count; }
   void setWatchedFolders(const std::vector<std::string>& folders);
   // Called from any thread when an engine that was missing has judged a file. Before the scanners
   // run.
@@ -60,6 +61,7 @@ class Face final : public ScanObserver {
   std::atomic<bool> helperFails_{false};
   std::atomic<bool> showsVerdicts_{false};
   std::atomic<std::size_t> watchedFolders_{0};
+  std::atomic<std::size_t> placesWithGaps_{0};
   std::atomic<std::size_t> filesBeingScanned_{0};
 };
 

@@ -55,6 +55,10 @@ void WatcherLink::setHelperFails(bool fails) {
   agent_.face().setHelperFails(fails);
   agent_.mainMenu().tellStatus();
 }
+void WatcherLink::setPlacesWithGaps(std::size_t count) {
+  agent_.face().setPlacesWithGaps(count);
+  agent_.mainMenu().tellStatus();
+}
 void WatcherLink::addStringToItemList(const std::string& path) {
   agent_.theDispatcher().addStringToItemList(path);
 }

@@ -73,6 +73,7 @@ class WatcherLink final : public WatcherOwner, private PathIntake {
   void startWatcherFromWatcher() override;
   bool displayError(const std::string& description) override;
   void setHelperFails(bool fails) override;
+  void setPlacesWithGaps(std::size_t count) override;
 
  private:
   void addStringToItemList(const std::string& path) override;

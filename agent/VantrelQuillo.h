@@ -29,6 +29,7 @@
 #include "scanning/RunningScanners.h"
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
+#include "watchers/NameWatcher.h"
 #include "watchers/WatcherServices.h"
 
 namespace quillo {
@@ -165,6 +166,7 @@ class VantrelQuillo {
   PatientScanner firstPatientScanner;
   PatientScanner secondPatientScanner;
   FSEventWatcher gfsLogger;
+  NameWatcher nameWatcher_;
   ScannerCount scannerCount_;
   ClamdLink clamdLink_;
   Notifications notifications_;

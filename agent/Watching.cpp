@@ -43,6 +43,7 @@ void VantrelQuillo::setUpAndWatch(bool update) {
   watchList_.populateMenu();
   face_.setWatchedFolders(*watchList_.getWatchedFolderList());
   startWatcherThread();
+  nameWatcher_.start();
   if (update && preferences_.updateDefsAtLaunch) {
     definitionUpdates_.updateVirusDefsAndNotify(false);
   }
@@ -85,6 +86,7 @@ void VantrelQuillo::endWatching() {
 }
 
 void VantrelQuillo::finishEndOfWatching() {
+  nameWatcher_.stop();
   watchList_.stop();
   face_.setWatchedFolders({});
   preferences_.drop();

@@ -79,7 +79,10 @@ std::string StatusText::wordsFor(const StatusFacts& facts) const {
     return strings_.stringForKey("STATUS_HELPER_FAILS", "");
   }
   if (facts.watching && facts.watchedFolders > 0) {
-    return counted("STATUS_WATCHING", facts.watchedFolders);
+    const std::string words = counted("STATUS_WATCHING", facts.watchedFolders);
+    return facts.placesWithGaps == 0
+               ? words
+               : replacingAll(strings_.stringForKey("STATUS_PARTLY", ""), "%@", words);
   }
   return strings_.stringForKey("STATUS_IDLE", "");
 }

@@ -24,6 +24,8 @@ struct StatusFacts {
   // Nothing is told of changed files, whatever is meant to be watched.
   bool helperFails = false;
   std::size_t watchedFolders = 0;
+  // Those among them in which changes can be missed.
+  std::size_t placesWithGaps = 0;
   std::size_t filesBeingScanned = 0;
 };
 

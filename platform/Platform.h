@@ -14,6 +14,7 @@ class InterfaceLoader;
 class LocalizedStrings;
 class ModifierKeys;
 class MountNotifications;
+class NameWatch;
 class PowerNotifications;
 class PreferenceStore;
 class ScriptingKeys;
@@ -39,6 +40,7 @@ struct Platform {
   LocalizedStrings& localizedStrings;
   ModifierKeys& modifierKeys;
   MountNotifications& mountNotifications;
+  NameWatch& nameWatch;
   PowerNotifications& powerNotifications;
   PreferenceStore& preferenceStore;
   ScriptingKeys& scriptingKeys;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -36,6 +36,8 @@ class WatcherOwner {
   virtual bool displayError(const std::string& description) = 0;
   // Whether nothing is being watched just now since the helper cannot run.
   virtual void setHelperFails(bool fails) = 0;
+  // In how many of the watched places changes can be missed.
+  virtual void setPlacesWithGaps(std::size_t count) = 0;
 };
 
 }  // namespace quillo

@@ -7,6 +7,7 @@ class Authorization;
 class Clock;
 class Folders;
 class LocalizedStrings;
+class NameWatch;
 class PreferenceStore;
 class SystemLog;
 class TrashFolders;
@@ -18,6 +19,7 @@ struct WatcherServices {
   Clock& clock;
   Folders& folders;
   LocalizedStrings& localizedStrings;
+  NameWatch& nameWatch;
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   TrashFolders& trashFolders;

@@ -11,9 +11,11 @@
 #include "platform/linux/DesktopApplicationLauncher.h"
 #include "platform/linux/DesktopWorkspace.h"
 #include "platform/linux/Environment.h"
+#include "platform/linux/FileHandles.h"
 #include "platform/linux/FreedesktopNotifications.h"
 #include "platform/linux/LinuxFolders.h"
 #include "platform/linux/LinuxMountNotifications.h"
+#include "platform/linux/LinuxNameWatch.h"
 #include "platform/linux/LinuxSystemLog.h"
 #include "platform/linux/LinuxTrashFolders.h"
 #include "platform/linux/LinuxVolumes.h"
@@ -86,6 +88,7 @@ struct LinuxPlatform::Parts {
   ScriptingObject scripting{sessionBus};
   LogindPowerNotifications power{QDBusConnection::systemBus(), report};
   LinuxMountNotifications mounts;
+  LinuxNameWatch names{report, hasFileHandles};
   LinuxVolumes volumes{UserAccount::current().name};
   LinuxTrashFolders trash{environment, folders.homeFolder(), getuid()};
   PolkitAuthorization authorization{{resources + "/gfslogger", resources + "/grant-helper-rights",
@@ -101,27 +104,17 @@ struct LinuxPlatform::Parts {
   QtStatusBar statusBar{application};
   QtDockTile dockTile{resources + "/interface", application, [this] { application.terminate(); },
                       report};
-  Platform platform{application,
-                    launcher,
-                    authorization,
-                    notificationCenter,
-                    dockTile,
-                    folders,
-                    growl,
-                    images,
-                    interfaces,
-                    strings,
-                    modifierKeys,
-                    mounts,
-                    power,
-                    preferences,
-                    scripting,
-                    statusBar,
-                    systemLog,
-                    trash,
-                    volumes,
-                    workspace,
-                    mainInterface.interface()};
+  Platform platform{application,   launcher,
+                    authorization, notificationCenter,
+                    dockTile,      folders,
+                    growl,         images,
+                    interfaces,    strings,
+                    modifierKeys,  mounts,
+                    names,         power,
+                    preferences,   scripting,
+                    statusBar,     systemLog,
+                    trash,         volumes,
+                    workspace,     mainInterface.interface()};
   QTimer repeats;
   bool isFirst = true;
 };

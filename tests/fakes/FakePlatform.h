@@ -20,6 +20,7 @@ struct FakePlatform {
   FakeLocalizedStrings localizedStrings;
   FakeModifierKeys modifierKeys;
   FakeMountNotifications mountNotifications;
+  FakeNameWatch nameWatch;
   FakePowerNotifications powerNotifications;
   FakePreferenceStore preferenceStore;
   FakeScriptingKeys scriptingKeys;
@@ -30,27 +31,17 @@ struct FakePlatform {
   FakeWorkspace workspace;
   FakeMainInterface mainInterface;
 
-  Platform platform{application,
-                    applicationLauncher,
-                    authorization,
-                    distributedNotificationCenter,
-                    dockTile,
-                    folders,
-                    growl,
-                    imageLoader,
-                    interfaceLoader,
-                    localizedStrings,
-                    modifierKeys,
-                    mountNotifications,
-                    powerNotifications,
-                    preferenceStore,
-                    scriptingKeys,
-                    statusBar,
-                    systemLog,
-                    trashFolders,
-                    volumes,
-                    workspace,
-                    mainInterface.outlets};
+  Platform platform{application,     applicationLauncher,
+                    authorization,   distributedNotificationCenter,
+                    dockTile,        folders,
+                    growl,           imageLoader,
+                    interfaceLoader, localizedStrings,
+                    modifierKeys,    mountNotifications,
+                    nameWatch,       powerNotifications,
+                    preferenceStore, scriptingKeys,
+                    statusBar,       systemLog,
+                    trashFolders,    volumes,
+                    workspace,       mainInterface.outlets};
 };
 
 }  // namespace quillo

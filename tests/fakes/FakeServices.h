@@ -16,6 +16,7 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/ModifierKeys.h"
 #include "platform/MountNotifications.h"
+#include "platform/NameWatch.h"
 #include "platform/PowerNotifications.h"
 #include "platform/PreferenceStore.h"
 #include "platform/ScriptingKeys.h"
@@ -137,6 +138,20 @@ class FakeMountNotifications final : public MountNotifications {
   }
   void stopObserving() override { observer = nullptr; }
   std::function<void(const std::string&)> observer;
+};
+
+// Tells what a test makes appear, on the test's thread.
+class FakeNameWatch final : public NameWatch {
+ public:
+  void start(const std::vector<NamedPlace>& wanted, NameWatchObserver& watcher) override {
+    places = wanted;
+    observer = &watcher;
+    ++starts;
+  }
+  void stop() override { places.clear(); }
+  std::vector<NamedPlace> places;
+  NameWatchObserver* observer = nullptr;
+  int starts = 0;
 };
 
 class FakeFolders final : public Folders {

@@ -42,6 +42,9 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
     helperFails_ = fails;
     changed_.notify_all();
   }
+  void setPlacesWithGaps(std::size_t count) override {
+    note("places with gaps: " + std::to_string(count));
+  }
   bool helperFails() {
     std::lock_guard hold(mutex_);
     return helperFails_;

@@ -85,6 +85,15 @@ TEST_F(StatusTextTest, DoesNotClaimToWatchWhileTheHelperCannotRun) {
   EXPECT_EQ(text.wordsFor(state), "The helper does not run");
 }
 
+TEST_F(StatusTextTest, SaysThatNotEveryPlaceIsWatchedCompletely) {
+  strings.texts["STATUS_PARTLY"] = "%@, not all of them";
+  StatusFacts state;
+  state.watching = true;
+  state.watchedFolders = 2;
+  state.placesWithGaps = 1;
+  EXPECT_EQ(text.wordsFor(state), "Watching 2 folders, not all of them");
+}
+
 TEST_F(StatusTextTest, PassesOverFilesThatAreScannedWithoutAnAnimation) {
   StatusFacts state = scanning(5);
   state.busy = false;

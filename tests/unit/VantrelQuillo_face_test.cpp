@@ -32,6 +32,16 @@ TEST_F(AgentFace, SaysHowManyFoldersAreWatched) {
   EXPECT_EQ(desktop.dockTile.watchedFolders(), (std::vector<std::string>{"~/", "/"}));
 }
 
+TEST_F(AgentFace, SaysThatNotEveryFolderIsWatchedCompletely) {
+  desktop.localizedStrings.texts["STATUS_PARTLY"] = "%@, not all of them";
+  launch();
+  ASSERT_TRUE(desktop.nameWatch.observer);
+  desktop.nameWatch.observer->placeHasGap("/", NameWatchObserver::Gap::tooManyFolders);
+  EXPECT_EQ(toolTip(), "Watching 2 folders, not all of them");
+  agent().restartWatcher();
+  EXPECT_EQ(toolTip(), "Watching 2 folders");
+}
+
 TEST_F(AgentFace, CountsOnlyFoldersThatAreThere) {
   watchFolders({"~", "/no/such/folder"});
   launch();

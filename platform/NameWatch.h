@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace quillo {
+
+// A folder or file to watch, by whatever path it was configured.
+struct NamedPlace {
+  std::string path;
+  bool withSubfolders = false;
+
+  bool operator==(const NamedPlace&) const = default;
+};
+
+// What a name watch tells, on a thread of its own.
+class NameWatchObserver {
+ public:
+  enum class Gap {
+    networkDrive,   // nothing that changes there is told to this computer
+    tooManyFolders  // the system lets no more folders be watched: some names are missed
+  };
+
+  virtual ~NameWatchObserver() = default;
+  // Files and links that were given these names, or were written: by their real paths, in bytes.
+  // One may come more than once. Throws nothing.
+  virtual void namesAppeared(const std::vector<std::string>& paths) = 0;
+  // Told once for each place and kind of gap. Throws nothing.
+  virtual void placeHasGap(const std::string& place, Gap gap) = 0;
+};
+
+// Watches names where the helper tool cannot: there are file systems on which it hears of writing
+// alone, and not of files that are renamed, linked or moved into a folder. Main thread.
+class NameWatch {
+ public:
+  virtual ~NameWatch() = default;
+  // Watches those of the places, and of what is mounted below them, that need it, from now on and
+  // until stop(), in place of any others. Does not wait for a disk. The observer outlives this.
+  virtual void start(const std::vector<NamedPlace>& places, NameWatchObserver& observer) = 0;
+  // What was found just before may still be told.
+  virtual void stop() = 0;
+};
+
+}  // namespace quillo

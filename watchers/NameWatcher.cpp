@@ -1,0 +1,80 @@
+#include "watchers/NameWatcher.h"
+
+#include <exception>
+
+#include "platform/Folders.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/SystemLog.h"
+#include "platform/TypedPreferences.h"
+#include "posix/Text.h"
+#include "watchers/WatcherOwner.h"
+#include "watchers/WatcherServices.h"
+
+namespace quillo {
+
+NameWatcher::NameWatcher(WatcherOwner& owner, const WatcherServices& services)
+    : owner_(owner), services_(services), filter_(owner, services.trashFolders) {}
+
+void NameWatcher::start() {
+  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
+  const auto quarantine = preferences.folder("QuarantineFolder");
+  quarantineFolder_.store(quarantine ? expandingTilde(*quarantine, services_.folders.homeFolder())
+                                     : "");
+  {
+    MutexLock hold(mutex_);
+    placesWithGaps_.clear();
+  }
+  owner_.setPlacesWithGaps(0);
+  const auto flags = owner_.getCheckSubDirs();
+  std::vector<NamedPlace> places;
+  for (const std::string& folder : *owner_.getWatchedFolderList()) {
+    const auto withSubfolders = flags->find(folder);
+    places.push_back({folder, withSubfolders != flags->end() && withSubfolders->second});
+  }
+  services_.nameWatch.start(places, *this);
+}
+
+void NameWatcher::stop() { services_.nameWatch.stop(); }
+
+void NameWatcher::namesAppeared(const std::vector<std::string>& paths) {
+  try {
+    const auto quarantine = quarantineFolder_.load();
+    if (*quarantine != filter_.quarantineFolder()) {
+      filter_.setQuarantineFolder(*quarantine);
+    }
+    filter_.noticeTurnedLinks();
+    for (const std::string& path : paths) {
+      filter_.judge(path);
+    }
+  } catch (const std::exception& failure) {
+    services_.systemLog.log(std::string("Changed names could not be handed over: ") +
+                            failure.what());
+  }
+}
+
+void NameWatcher::placeHasGap(const std::string& place, Gap gap) {
+  try {
+    const bool onNetwork = gap == Gap::networkDrive;
+    services_.systemLog.log(
+        onNetwork ? place + " lies on a network drive, whose changes are not told: not watched"
+                  : "The system lets no more folders be watched (fs.inotify.max_user_watches): "
+                    "files that are renamed, linked or moved in " +
+                        place + " can be missed");
+    const std::string text = services_.localizedStrings.stringForKey(
+        onNetwork ? "PLACE_ON_NETWORK" : "PLACE_NOT_ALL_WATCHED", "");
+    owner_.displayError(
+        replacingAll(text, "%@", abbreviatingWithTilde(place, services_.folders.homeFolder())));
+    std::size_t count = 0;
+    {
+      MutexLock hold(mutex_);
+      placesWithGaps_.insert(place);
+      count = placesWithGaps_.size();
+    }
+    owner_.setPlacesWithGaps(count);
+  } catch (const std::exception& failure) {
+    services_.systemLog.log(std::string("A place that is not watched could not be told: ") +
+                            failure.what());
+  }
+}
+
+}  // namespace quillo
