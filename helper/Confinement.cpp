@@ -13,6 +13,7 @@ void confineMarker(bool) {}
 
 #include <fcntl.h>
 #include <seccomp.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -169,6 +170,7 @@ void confineReader() {
   filter.allow({SCMP_SYS(faccessat2), SCMP_SYS(fstatfs), SCMP_SYS(readlink), SCMP_SYS(readlinkat),
                 SCMP_SYS(getdents64)});
   allowToReadOnly(filter, SCMP_SYS(open_by_handle_at), 2);
+  filter.allowIf(SCMP_SYS(ioctl), is(1, FIONREAD));
   filter.kill({"fsopen", "fsconfig", "fsmount", "fanotify_init", "fanotify_mark"});
   filter.load();
 }

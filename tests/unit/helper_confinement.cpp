@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <linux/openat2.h>
 #include <sys/fanotify.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
@@ -199,6 +200,11 @@ TEST(Confinement, OfTheReaderAllowsFoldersByTheirHandleAndNoMarks) {
   EXPECT_EQ(fateInReader(writingByHandle), "killed");
   EXPECT_EQ(fateInReader(marking), "killed");
   EXPECT_EQ(fateInReader(openingAFileSystem), "killed");
+}
+
+TEST(Confinement, OfTheReaderAllowsToAskHowMuchAPipeHolds) {
+  const Call asking{"", [] { return syscall(SYS_ioctl, -1, FIONREAD, nullptr); }};
+  EXPECT_EQ(fateInReader(asking), "error " + std::to_string(EBADF));
 }
 
 TEST(Confinement, OfTheMarkerAllowsMarksAndNoFoldersByTheirHandle) {
