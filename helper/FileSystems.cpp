@@ -1,6 +1,7 @@
 #include "helper/FileSystems.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/vfs.h>
 
 #include <algorithm>
@@ -11,7 +12,7 @@ namespace quillo::helper {
 namespace {
 
 std::string idOf(const std::vector<Mount>& mounts) {
-  const Raised raised;
+  const Raised raised({CAP_DAC_READ_SEARCH});
   for (const Mount& mount : mounts) {
     const UniqueFd fd = openMount(mount, O_PATH);
     struct statfs info {};

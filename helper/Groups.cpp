@@ -1,9 +1,11 @@
 #include "helper/Groups.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/fanotify.h>
 
 #include "helper/Failure.h"
+#include "helper/Rights.h"
 
 namespace quillo::helper {
 
@@ -16,6 +18,7 @@ Groups openGroups() {
       FAN_CLASS_NOTIF | FAN_CLOEXEC | FAN_NONBLOCK | FAN_UNLIMITED_QUEUE | FAN_UNLIMITED_MARKS;
   constexpr unsigned access = O_RDONLY | O_LARGEFILE | O_CLOEXEC | O_NONBLOCK;
   Groups groups;
+  const Raised raised({CAP_SYS_ADMIN});
   groups.named.reset(fanotify_init(common | FAN_REPORT_DFID_NAME, access));
   if (!groups.named) throw systemFailure("asking for file events with names");
   groups.plain.reset(fanotify_init(common, access));

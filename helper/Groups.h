@@ -17,7 +17,9 @@ struct Groups {
 extern const std::uint64_t namedMask;
 extern const std::uint64_t plainMask;
 
-// Makes both, non-blocking and of unlimited length. Needs CAP_SYS_ADMIN; throws std::system_error.
+// Makes both, non-blocking and of unlimited length. To be called as the caller, whose share of the
+// machine's groups (fanotify(7), max_user_groups) they count against, with CAP_SYS_ADMIN permitted.
+// Throws std::system_error.
 Groups openGroups();
 
 }  // namespace quillo::helper

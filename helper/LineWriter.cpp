@@ -1,6 +1,7 @@
 #include "helper/LineWriter.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,9 +13,9 @@
 namespace quillo::helper {
 
 bool LineWriter::add(std::string_view folder, std::string_view name) {
+  if (folder.size() + name.size() >= PATH_MAX) return false;
   const size_t length = spelledLength(folder, name) + 1;
-  if (length > PIPE_BUF) return false;
-  if (length > PIPE_BUF - length_) flush();
+  if (length_ + length > PIPE_BUF) flush();
   paths_.push_back({folder.size(), name.size()});
   collected_.append(folder).append(name);
   length_ += length;
@@ -28,6 +29,17 @@ void LineWriter::waitForRoom() const {
     if (errno != EINTR) throw systemFailure("waiting for standard output");
   }
   if (waiting[1].revents != 0) throw ReaderGone();
+}
+
+// Then it takes a longer line at once too. Of what is no pipe nothing is expected.
+void LineWriter::waitUntilEmpty() const {
+  constexpr int milliseconds = 2;
+  int waiting = 0;
+  while (ioctl(fd_, FIONREAD, &waiting) == 0 && waiting > 0) {
+    pollfd end{end_, POLLIN, 0};
+    if (poll(&end, 1, milliseconds) > 0) throw ReaderGone();
+    waitForRoom();
+  }
 }
 
 void LineWriter::spellWhatIsSeen() {
@@ -58,6 +70,7 @@ void LineWriter::flush() {
   size_t done = 0;
   while (!paths_.empty()) {
     waitForRoom();
+    if (done == 0 && length_ > PIPE_BUF) waitUntilEmpty();
     // Once a line was begun it is to be ended.
     if (done == 0) spellWhatIsSeen();
     if (!lines_.empty()) done += writeSome(done);

@@ -11,16 +11,16 @@ namespace quillo::helper {
 
 // Collects paths and writes them to a descriptor, a line each (Spelling), as many at once as fit
 // into PIPE_BUF bytes: such a write to a pipe is atomic (pipe(7)), so that no line is ever torn. A
-// path is written only if the witness sees it at the moment before: what was collected may wait for
-// long. Not thread-safe.
+// line that its escapes make longer is written alone, into an empty pipe. A path is written only if
+// the witness sees it at the moment before: what was collected may wait for long. Not thread-safe.
 class LineWriter {
  public:
   // `end` is a descriptor that becomes readable when nobody wants the lines any longer, or -1.
   LineWriter(int fd, int end, Witness& witness) : fd_(fd), end_(end), witness_(witness) {}
 
-  // Adds the path of `name` in `folder`; false, and nothing is added, if its line is longer than
-  // PIPE_BUF. May write what was collected before, and then blocks as long as the pipe is full.
-  // Throws ReaderGone, or std::system_error.
+  // Adds the path of `name` in `folder`; false, and nothing is added, if no program can open it, as
+  // it is longer than PATH_MAX. May write what was collected before, and then blocks as long as the
+  // pipe is full. Throws ReaderGone, or std::system_error.
   bool add(std::string_view folder, std::string_view name);
   // Writes what is collected. Blocks and throws as add().
   void flush();
@@ -32,6 +32,7 @@ class LineWriter {
   };
 
   void waitForRoom() const;
+  void waitUntilEmpty() const;
   void spellWhatIsSeen();
   std::size_t writeSome(std::size_t from);
 

@@ -9,6 +9,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <ctime>
@@ -28,6 +29,7 @@ std::string pathOf(int fd) { return "/proc/self/fd/" + std::to_string(fd); }
 // The whole of a btrfs file system, subvolumes and all, mounted nowhere (fsopen(2)). A mark is
 // refused on a subvolume but accepted here, and then covers them all.
 UniqueFd openBtrfsTop(const Mount& mount) {
+  const Raised raised({CAP_SYS_ADMIN, CAP_DAC_READ_SEARCH});
   const UniqueFd context(fsopen("btrfs", FSOPEN_CLOEXEC));
   if (!context) return UniqueFd();
   const auto configure = [&](unsigned command, const char* key, const char* value) {
@@ -41,6 +43,11 @@ UniqueFd openBtrfsTop(const Mount& mount) {
   return UniqueFd(fsmount(context.get(), FSMOUNT_CLOEXEC, 0));
 }
 
+UniqueFd openAsReader(const Mount& mount) {
+  const Raised raised({CAP_DAC_READ_SEARCH});
+  return openMount(mount, O_PATH);
+}
+
 void waitALittle() {
   // Mounts come in bursts.
   const timespec pause{0, 2'000'000};
@@ -50,18 +57,32 @@ void waitALittle() {
 }  // namespace
 
 bool Marker::mark(const UniqueFd& group, std::uint64_t mask, int fd) {
+  const Raised raised({CAP_SYS_ADMIN, CAP_DAC_READ_SEARCH});
   // fanotify_mark() takes no O_PATH descriptor itself.
   return fanotify_mark(group.get(), FAN_MARK_ADD | FAN_MARK_FILESYSTEM, mask, AT_FDCWD,
                        pathOf(fd).c_str()) == 0;
 }
 
+bool Marker::seesBtrfs() const {
+  const std::vector<Mount> mounts = table_.read();
+  return std::any_of(mounts.begin(), mounts.end(),
+                     [](const Mount& mount) { return mount.type == "btrfs"; });
+}
+
+void Marker::confine() {
+  mayOpenBtrfs_ = seesBtrfs();
+  confineMarker(mayOpenBtrfs_);
+}
+
 bool Marker::markBtrfs(const Mount& mount) {
+  // A filter cannot be widened. A new process has one that allows it.
+  if (!mayOpenBtrfs_) throw std::runtime_error("the first btrfs subvolume was mounted");
   const UniqueFd top = openBtrfsTop(mount);
   return top && mark(groups_.named, namedMask, top.get());
 }
 
 bool Marker::markThrough(const Mount& mount) {
-  const UniqueFd fd = openMount(mount, O_PATH);
+  const UniqueFd fd = openAsReader(mount);
   // Nobody else gets to it either.
   if (!fd) return false;
   // The first kind of mark asks the file system for its id, which FUSE passes on to its owner.
@@ -121,13 +142,11 @@ void leaveStandardStreams() {
 }
 
 void markUntilEnd(const Groups& groups, UniqueFd started, const UniqueFd& owner) {
-  becomeCallerKeeping({CAP_SYS_ADMIN, CAP_DAC_READ_SEARCH});
   prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0);
   prctl(PR_SET_NAME, "gfslogger-mark", 0, 0, 0);
   leaveStandardStreams();
-  const Raised raised;
   Marker marker(groups, getuid());
-  confineMarker();
+  marker.confine();
   if (marker.markAll() == 0) return;
   // The pipe then stays open, as the sign that this process lives.
   if (write(started.get(), "", 1) != 1) return;

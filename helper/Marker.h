@@ -17,7 +17,12 @@ class Marker {
  public:
   Marker(const Groups& groups, uid_t caller) : groups_(groups), caller_(caller) {}
 
-  // Marks all, returns the number of file systems that are watched. Throws std::system_error.
+  // Whether a btrfs is mounted, whose subvolumes can be watched only through its top level.
+  bool seesBtrfs() const;
+  // Installs the system call filter, which allows to open that top level only if there is one.
+  void confine();
+  // Marks all, returns the number of file systems that are watched. Throws std::system_error, and
+  // std::runtime_error if the filter hinders it: then the program has to be started anew.
   int markAll();
   // Goes on until `owner` (a pidfd) ends. Throws std::system_error.
   void run(int owner);
@@ -32,6 +37,7 @@ class Marker {
   const Groups& groups_;
   const uid_t caller_;
   MountTableFile table_;
+  bool mayOpenBtrfs_ = false;
   std::set<std::string> complained_;
 };
 

@@ -1,6 +1,7 @@
 #include "helper/Resolver.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -22,7 +23,7 @@ UniqueFd openHandle(int mount, string_view bytes) {
   alignas(file_handle) char buffer[sizeof(file_handle) + MAX_HANDLE_SZ] = {};
   if (bytes.size() > sizeof(buffer)) return UniqueFd();
   std::memcpy(buffer, bytes.data(), bytes.size());
-  const Raised raised;
+  const Raised raised({CAP_DAC_READ_SEARCH});
   return UniqueFd(
       open_by_handle_at(mount, reinterpret_cast<file_handle*>(buffer), O_PATH | O_CLOEXEC));
 }
@@ -62,7 +63,7 @@ void addPlaces(const FileSystems::Mounts& mounts, const std::string& path, Folde
 int Resolver::opened(const Mount& mount) {
   UniqueFd& fd = mounts_[mount.id];
   if (!fd) {
-    const Raised raised;
+    const Raised raised({CAP_DAC_READ_SEARCH});
     // open_by_handle_at(2) takes no O_PATH descriptor.
     fd = openMount(mount, O_RDONLY | O_DIRECTORY);
   }

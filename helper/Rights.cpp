@@ -16,6 +16,8 @@ namespace {
 std::uint64_t permitted = 0;
 std::uint64_t resting = 0;
 
+std::uint64_t bit(int capability) { return std::uint64_t{1} << capability; }
+
 bool setCapabilities(std::uint64_t effective) {
   __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
   std::array<__user_cap_data_struct, 2> data{};
@@ -48,18 +50,28 @@ void takeCallersIds() {
 
 void becomeCallerKeeping(std::initializer_list<int> capabilities) {
   permitted = 0;
-  for (const int capability : capabilities) permitted |= std::uint64_t{1} << capability;
+  for (const int capability : capabilities) permitted |= bit(capability);
   emptyBoundingSet();
   takeCallersIds();
   // Root without capabilities is just another user; but what root asks for, root may see.
-  resting = getuid() == 0 ? permitted : 0;
+  resting = getuid() == 0 ? permitted & bit(CAP_DAC_READ_SEARCH) : 0;
   if (!setCapabilities(resting)) throw systemFailure("dropping capabilities");
   if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) < 0) throw systemFailure("setting no_new_privs");
   // Last, as a change of user resets it. It also keeps the caller from tracing this process.
   if (prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) < 0) throw systemFailure("becoming undumpable");
 }
 
-Raised::Raised() { setCapabilities(permitted); }
+void giveUp(int capability) {
+  permitted &= ~bit(capability);
+  resting &= permitted;
+  if (!setCapabilities(resting)) throw systemFailure("giving up a capability");
+}
+
+Raised::Raised(std::initializer_list<int> capabilities) {
+  std::uint64_t effective = resting;
+  for (const int capability : capabilities) effective |= bit(capability) & permitted;
+  setCapabilities(effective);
+}
 
 Raised::~Raised() {
   // Going on with raised rights would tell the caller what the caller may not see.

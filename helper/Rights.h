@@ -10,11 +10,15 @@ namespace quillo::helper {
 // root; throws std::system_error.
 void becomeCallerKeeping(std::initializer_list<int> capabilities);
 
-// Makes the permitted capabilities effective as long as it lives. Between such moments every access
-// to a file is decided by the caller's own rights. If the caller is root they always are effective.
+// Gives up one of them for good. Throws std::system_error.
+void giveUp(int capability);
+
+// Makes the given ones of them effective as long as it lives. Between such moments every access to
+// a file is decided by the caller's own rights; but if the caller is root CAP_DAC_READ_SEARCH
+// always is effective. Not to be nested.
 class Raised {
  public:
-  Raised();
+  explicit Raised(std::initializer_list<int> capabilities);
   ~Raised();
   Raised(const Raised&) = delete;
   Raised& operator=(const Raised&) = delete;

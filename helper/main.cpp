@@ -25,9 +25,10 @@ void watch() {
   const Parent parent = findParent();
   OwnLog log(parent);
   openSystemLog();
+  becomeCallerKeeping({CAP_SYS_ADMIN, CAP_DAC_READ_SEARCH});
   const Groups groups = openGroups();
   const UniqueFd marker = startMarker(groups);
-  becomeCallerKeeping({CAP_DAC_READ_SEARCH});
+  giveUp(CAP_SYS_ADMIN);
   EventLoop loop(groups, parent, std::move(log), marker.get());
   confineReader();
   loop.run();

@@ -15,6 +15,8 @@ namespace {
 constexpr int dismissed = 126;
 constexpr int notAuthorized = 127;
 constexpr std::size_t mostOutput = 4096;
+// For sh(1): runs its arguments, then takes back one of the two bits that "chmod +s" gives.
+constexpr char keepUserBitAlone[] = "\"$@\" || exit; [ ! -g \"$0\" ] || chmod g-s \"$0\"";
 
 struct Outcome {
   int status;
@@ -40,17 +42,17 @@ bool PolkitAuthorization::executeWithPrivileges(const std::string& program,
     reason = text("HELPER_UNSAFE", why.in(strings_));
     return false;
   }
-  LaunchRequest request{program, arguments};
+  std::vector<std::string> words{"/bin/sh", "-c", keepUserBitAlone, places_.helper};
   if (!places_.isRoot) {
-    request.launchPath = places_.pkexec;
-    // A background agent has no terminal to ask on.
-    request.arguments = {"--disable-internal-agent"};
     if (whyUnsafe(places_.granter).empty()) {
-      request.arguments.push_back(places_.granter);
+      words = {places_.granter};
     }
-    request.arguments.push_back(program);
-    request.arguments.insert(request.arguments.end(), arguments.begin(), arguments.end());
+    // A background agent has no terminal to ask on.
+    words.insert(words.begin(), {places_.pkexec, "--disable-internal-agent"});
   }
+  words.push_back(program);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  const LaunchRequest request{words.front(), {words.begin() + 1, words.end()}};
   try {
     const Outcome outcome = run(request);
     if (outcome.status == 0) {

@@ -6,6 +6,8 @@
 namespace quillo {
 
 // Administrator rights through pkexec(1), which asks the user in a window of the desktop's.
+// Whatever is run, the helper has no set-group-ID bit afterwards: the granter sees to it, or a
+// shell where the granter is not there.
 class PolkitAuthorization final : public Authorization {
  public:
   struct Places {

@@ -40,8 +40,7 @@ Wording whyUnsafeFolder(const std::string& path) {
   if (info.st_uid != 0) {
     return belongsTo(path, info.st_uid);
   }
-  // In a sticky folder nobody can exchange what is root's (unlink(2)).
-  if (isWritableForOthers(info) && (info.st_mode & S_ISVTX) == 0) {
+  if (isWritableForOthers(info)) {
     return {"PATH_WRITABLE_BY_OTHERS", {path}};
   }
   return {};
@@ -60,6 +59,10 @@ Wording whyUnsafeFile(const std::string& path) {
   }
   if (isWritableForOthers(info)) {
     return {"PATH_WRITABLE_BY_OTHERS", {path}};
+  }
+  // What it gets would be found under that name too, wherever that is.
+  if (info.st_nlink != 1) {
+    return {"PATH_HAS_SECOND_NAME", {path}};
   }
   struct statvfs fileSystem = {};
   if (statvfs(path.c_str(), &fileSystem) == 0 && (fileSystem.f_flag & ST_NOSUID) != 0) {

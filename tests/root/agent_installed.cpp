@@ -87,6 +87,29 @@ TEST_F(AgentInstalled, NamesThePrefixThatItWasInstalledTo) {
   EXPECT_NE(readFile(granter).find("/tmp/prefix/lib/vantrel-quillo/gfslogger"), std::string::npos);
 }
 
+// Runs the granter with words behind it; gives what it complains of.
+std::string granting(const std::string& command) {
+  return complaints("/tmp/prefix/lib/vantrel-quillo/grant-helper-rights",
+                    {"/bin/sh", "-c", command});
+}
+
+TEST_F(AgentInstalled, HasAGranterThatGivesTheUsersBitAlone) {
+  install("/tmp/prefix");
+  const std::string helper = "/tmp/prefix/lib/vantrel-quillo/gfslogger";
+  EXPECT_EQ(granting("chown root \"" + helper + "\"; chmod +s \"" + helper + "\""), "");
+  EXPECT_EQ(fs::status(helper).permissions(), fs::perms(04755));
+}
+
+TEST_F(AgentInstalled, HasAGranterThatDoesNothingElse) {
+  install("/tmp/prefix");
+  const std::string helper = "/tmp/prefix/lib/vantrel-quillo/gfslogger";
+  EXPECT_NE(granting("chown root \"" + helper + "\"; chmod +s \"" + helper + "\"; id"), "");
+  EXPECT_NE(granting("id"), "");
+  fs::create_hard_link(helper, "/tmp/prefix/other");
+  EXPECT_NE(granting("chown root \"" + helper + "\"; chmod +s \"" + helper + "\""), "");
+  EXPECT_EQ(fs::status(helper).permissions(), fs::perms(0755));
+}
+
 TEST_F(AgentInstalled, ToUsrLocalIsFoundWhereTheSystemLooks) {
   install("/usr/local", "/tmp/destination");
   for (const char* file : {"etc/xdg/autostart/org.vantrel.VantrelQuillo.desktop",

@@ -8,6 +8,9 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include "tests/root/support/Files.h"
 #include "tests/root/support/GuardedHome.h"
@@ -23,6 +26,25 @@ constexpr char asked[] = "/tmp/guarded/asked";
 constexpr char answered[] = "/tmp/guarded/answered";
 constexpr char needsPermission[] = "The helper that reports changed files needs an administrator";
 
+// Not below /tmp, where a helper could not be given rights.
+constexpr char prefix[] = "/run/installed";
+
+// The program as it would be installed there, without rights.
+std::string installed() {
+  const std::string build = QUILLO_BINARY_DIR;
+  const std::string resources = std::string(prefix) + "/lib/vantrel-quillo";
+  for (const std::string& folder : {std::string(prefix), std::string(prefix) + "/bin",
+                                    std::string(prefix) + "/lib", resources}) {
+    makeFolder(folder);
+  }
+  fs::copy_file(build + "/vantrel-quillo", std::string(prefix) + "/bin/vantrel-quillo");
+  for (const char* part : {"images", "interface", "strings", "engine-tools"}) {
+    fs::create_directory_symlink(build + "/resources/" + part, resources + "/" + part);
+  }
+  fs::copy_file(build + "/resources/gfslogger", resources + "/gfslogger");
+  return prefix;
+}
+
 class AgentRights : public testing::Test {
  protected:
   AgentRights() {
@@ -31,7 +53,10 @@ class AgentRights : public testing::Test {
     }
     check(chmod(helper.c_str(), 0755), "chmod " + helper);
   }
-  ~AgentRights() override { umount2("/usr/bin/pkexec", MNT_DETACH); }
+  ~AgentRights() override {
+    umount2("/usr/bin/pkexec", MNT_DETACH);
+    fs::remove_all(prefix);
+  }
 
   // What pkexec is asked for it notes, a word a line; then it goes on with `script`.
   void replacePkexec(const std::string& script) {
@@ -43,11 +68,15 @@ class AgentRights : public testing::Test {
   }
   static std::string askedFor() { return readFile(asked); }
   std::string command() const {
-    return "--disable-internal-agent\n/bin/sh\n-c\nchown root \"" + helper + "\"; chmod +s \"" +
-           helper + "\"\n";
+    return "--disable-internal-agent\n/bin/sh\n-c\n\"$@\" || exit; [ ! -g \"$0\" ] || chmod g-s "
+           "\"$0\"\n" +
+           helper + "\n/bin/sh\n-c\nchown root \"" + helper + "\"; chmod +s \"" + helper + "\"\n";
   }
   bool mayHaveRights() const {
     return (fs::status(helper).permissions() & fs::perms::set_uid) == fs::perms::set_uid;
+  }
+  bool mayHaveRightsOfItsGroup() const {
+    return (fs::status(helper).permissions() & fs::perms::set_gid) == fs::perms::set_gid;
   }
   void expectItEndsWithoutRights(const std::string& reason) {
     EXPECT_TRUE(home.logHas(reason));
@@ -66,8 +95,8 @@ class AgentRights : public testing::Test {
   }
 
   SmallDesktop desktop;
-  GuardedHome home;
-  const std::string helper = "/tmp/guarded/lib/vantrel-quillo/gfslogger";
+  GuardedHome home{"", GuardedHome::Places{"", installed()}};
+  const std::string helper = std::string(prefix) + "/lib/vantrel-quillo/gfslogger";
 };
 
 TEST_F(AgentRights, EndTheAgentWhenTheUserDismissesTheQuestion) {
@@ -93,10 +122,12 @@ TEST_F(AgentRights, StartTheWatchingOnceTheyAreGiven) {
   const int answer = check(open(answered, O_WRONLY | O_CLOEXEC), "open");
   ASSERT_EQ(askedFor(), command());
   // The test is the administrator.
-  const std::string words = askedFor();
-  const std::size_t start = words.find("chown");
-  runProgram({"/bin/sh", "-c", words.substr(start, words.size() - start - 1)});
+  std::istringstream words(askedFor());
+  std::vector<std::string> wanted;
+  for (std::string word; std::getline(words, word);) wanted.push_back(word);
+  runProgram({wanted.begin() + 1, wanted.end()});
   EXPECT_TRUE(mayHaveRights());
+  EXPECT_FALSE(mayHaveRightsOfItsGroup());
   EXPECT_EQ(write(answer, "0\n", 2), 2);
   close(answer);
   home.awaitWatching();
@@ -115,13 +146,26 @@ TEST_F(AgentRights, AreNotAskedForAHelperThatOthersCanWrite) {
 }
 
 TEST_F(AgentRights, AreNotAskedForAHelperInAFolderThatOthersCanWrite) {
-  check(chmod("/tmp/guarded/lib", 0777), "chmod");
-  expectItAsksForNothing("/tmp/guarded/lib can be written by others than root");
+  const std::string folder = std::string(prefix) + "/lib";
+  check(chmod(folder.c_str(), 0777), "chmod");
+  expectItAsksForNothing(folder + " can be written by others than root");
+}
+
+TEST_F(AgentRights, AreNotAskedForAHelperInAStickyFolder) {
+  const std::string folder = std::string(prefix) + "/lib";
+  check(chmod(folder.c_str(), 01777), "chmod");
+  expectItAsksForNothing(folder + " can be written by others than root");
+}
+
+TEST_F(AgentRights, AreNotAskedForAHelperThatHasASecondName) {
+  fs::create_hard_link(helper, std::string(prefix) + "/bin/other");
+  expectItAsksForNothing(helper + " has a second name (a hard link)");
 }
 
 TEST_F(AgentRights, AreNotAskedForAHelperThatIsALink) {
-  fs::rename(helper, "/tmp/guarded/elsewhere");
-  fs::create_symlink("/tmp/guarded/elsewhere", helper);
+  const std::string elsewhere = std::string(prefix) + "/elsewhere";
+  fs::rename(helper, elsewhere);
+  fs::create_symlink(elsewhere, helper);
   expectItAsksForNothing(helper + " is a symbolic link");
 }
 

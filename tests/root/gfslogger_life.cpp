@@ -11,10 +11,10 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
-#include <sstream>
 #include <string>
 
 #include "tests/root/support/HelperTest.h"
+#include "tests/root/support/ProcessFacts.h"
 
 namespace quillo::tests {
 namespace {
@@ -29,26 +29,6 @@ bool ends(pid_t process) {
   const bool ended = poll(&waiting, 1, std::chrono::milliseconds(deadline).count()) == 1;
   close(fd);
   return ended;
-}
-
-std::string fileOf(pid_t process, const std::string& name) {
-  return readFile("/proc/" + std::to_string(process) + "/" + name);
-}
-
-// The value of a line of /proc/PID/status.
-std::string statusOf(pid_t process, const std::string& key) {
-  std::istringstream lines(fileOf(process, "status"));
-  std::string line;
-  while (std::getline(lines, line)) {
-    if (line.rfind(key + ":\t", 0) == 0) return line.substr(key.size() + 2);
-  }
-  return "none";
-}
-
-// The process that marks, a child of the helper.
-pid_t markerOf(pid_t helper) {
-  const std::string id = std::to_string(helper);
-  return std::stoi(fileOf(helper, "task/" + id + "/children"));
 }
 
 std::string only(const std::vector<std::string>& lines) {
@@ -224,24 +204,6 @@ TEST_F(GfsloggerLife, HoldsItsOutputOpenInOneProcessOnly) {
   const std::string marker = std::to_string(markerOf(agent().helper()));
   for (const char* number : {"0", "1", "2"}) {
     EXPECT_EQ(std::filesystem::read_symlink("/proc/" + marker + "/fd/" + number), "/dev/null");
-  }
-}
-
-TEST_F(GfsloggerLife, KeepsOneCapabilityToReadAndItsMarkerOneMoreToMark) {
-  start();
-  const pid_t helper = agent().helper();
-  const pid_t marker = markerOf(helper);
-  EXPECT_EQ(statusOf(helper, "CapPrm"), "0000000000000004");
-  EXPECT_EQ(statusOf(helper, "CapEff"), "0000000000000000");
-  EXPECT_EQ(statusOf(marker, "CapPrm"), "0000000000200004");
-  for (const pid_t process : {helper, marker}) {
-    EXPECT_EQ(statusOf(process, "Uid"), "12345\t12345\t12345\t12345");
-    EXPECT_EQ(statusOf(process, "Gid"), "12345\t12345\t12345\t12345");
-    EXPECT_EQ(statusOf(process, "CapInh"), "0000000000000000");
-    EXPECT_EQ(statusOf(process, "CapBnd"), "0000000000000000");
-    EXPECT_EQ(statusOf(process, "CapAmb"), "0000000000000000");
-    EXPECT_EQ(statusOf(process, "NoNewPrivs"), "1");
-    EXPECT_EQ(statusOf(process, "Seccomp"), QUILLO_SANITIZED ? "0" : "2");
   }
 }
 

@@ -1,5 +1,6 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <string>
@@ -204,6 +205,31 @@ TEST_F(GfsloggerSubvolumes, TellsFilesOfEachIfTheRootFolderIsOneToo) {
   EXPECT_TRUE(output().waitFor("/home/file"));
   writeFile(root + "/file");
   EXPECT_TRUE(output().waitFor("/file"));
+}
+
+// The right to open its top level is there only where a btrfs is mounted when it starts.
+TEST_F(GfsloggerMounts, IsStartedAnewForTheFirstSubvolume) {
+  const bool hadBtrfs = readFile("/proc/self/mountinfo").find(" - btrfs ") != std::string::npos;
+  const std::string image = in("image");
+  runProgram({"truncate", "--size=256M", image});
+  runProgram({"mkfs.btrfs", "--quiet", image});
+  makeFolder(in("stick"));
+  runProgram({"mount", "-o", "loop", image, in("stick")});
+  runProgram({"btrfs", "subvolume", "create", in("stick/@")});
+  openToAll(in("stick/@"));
+  check(umount(in("stick").c_str()), "umount");
+  start();
+  runProgram({"mount", "-o", "loop,subvol=@", image, in("stick")});
+  if (!hadBtrfs) {
+    ASSERT_TRUE(output().waitForEnd());
+    const int ending = agent().reap().status;
+    EXPECT_TRUE(WIFEXITED(ending) && WEXITSTATUS(ending) == 3);
+    start();
+  }
+  ASSERT_TRUE(waitUntilWatched(in("stick")));
+  writeFile(in("stick/old"));
+  moveFile(in("stick/old"), in("stick/moved"));
+  EXPECT_TRUE(output().waitFor(in("stick/moved")));
 }
 
 class GfsloggerOverlay : public HelperTest {

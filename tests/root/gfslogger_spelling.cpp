@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,34 +43,61 @@ TEST_F(GfsloggerSpelling, KeepsAnOrdinaryFileFromLookingLikeAResourceFork) {
   EXPECT_FALSE(output().contains(in("..namedfork/rsrc")));
 }
 
-// Makes a folder that can be told, but whose files cannot: each line break takes four bytes.
-std::string makeDeepFolder(std::string path) {
-  for (int depth = 0; depth < 4; ++depth) {
+// Each line break takes four bytes, so that the line is longer than a pipe takes at once.
+TEST_F(GfsloggerSpelling, TellsAPathWhoseEscapesMakeItsLineVeryLong) {
+  std::string path = folder();
+  for (int depth = 0; depth < 10; ++depth) {
     path += '/' + std::string(255, '\n');
-    makeFolder(path, 0777);
+    makeFolder(path);
   }
-  return path;
+  start();
+  writeFile(path + "/one");
+  writeFile(path + "/two");
+  EXPECT_TRUE(output().waitFor(escapedPathLine(path + "/one")));
+  EXPECT_TRUE(output().waitFor(escapedPathLine(path + "/two")));
+  EXPECT_TRUE(catchUp());
 }
 
-TEST_F(GfsloggerSpelling, LogsAPathThatIsTooLongForALineOnceInsteadOfPrintingIt) {
+// In a folder below `top` that can still be opened by its path, a file that cannot.
+class TooLongPath {
+ public:
+  explicit TooLongPath(std::string top) {
+    while (top.size() < 3900) makeFolder(top += '/' + std::string(150, 'd'), 0777);
+    folder_ = check(open(top.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), "open");
+  }
+  ~TooLongPath() { close(folder_); }
+  TooLongPath(const TooLongPath&) = delete;
+  TooLongPath& operator=(const TooLongPath&) = delete;
+
+  void write() const {
+    constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
+    close(check(openat(folder_, name_.c_str(), flags, 0644), "openat"));
+  }
+
+ private:
+  int folder_ = -1;
+  const std::string name_ = std::string(250, 'f');
+};
+
+TEST_F(GfsloggerSpelling, LogsAPathThatNoProgramCanOpenOnceInsteadOfPrintingIt) {
   SystemLog log;
-  const std::string deep = makeDeepFolder(folder());
+  const TooLongPath file(folder());
   start();
   for (int time = 0; time < 2; ++time) {
-    writeFile(deep + "/file");
+    file.write();
     ASSERT_TRUE(catchUp());
   }
   const std::string message = log.next();
-  EXPECT_NE(message.find("\\012/file"), std::string::npos) << message;
+  EXPECT_NE(message.find("/ffff"), std::string::npos) << message;
   EXPECT_EQ(log.next(std::chrono::milliseconds(0)), "");
 }
 
 TEST_F(GfsloggerSpelling, LogsNothingThatItsCallerCouldNotList) {
   SystemLog log;
-  makeFolder(in("private"), 0700);
-  const std::string deep = makeDeepFolder(in("private"));
+  makeFolder(in("passed"), 0711);
+  const TooLongPath file(in("passed"));
   start();
-  writeFile(deep + "/file");
+  file.write();
   ASSERT_TRUE(catchUp());
   EXPECT_EQ(log.next(std::chrono::milliseconds(0)), "");
 }

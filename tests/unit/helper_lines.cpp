@@ -86,12 +86,36 @@ TEST_F(HelperLines, AreNeverTornByAWrite) {
 
 TEST_F(HelperLines, MayBeAsLongAsAPathCanBe) {
   LineWriter lines(writing.get(), -1, witness);
-  EXPECT_TRUE(lines.add("/", std::string(PIPE_BUF - 2, 'x')));
-  EXPECT_FALSE(lines.add("/", std::string(PIPE_BUF - 1, 'x')));
+  EXPECT_TRUE(lines.add("/", std::string(PATH_MAX - 2, 'x')));
+  EXPECT_FALSE(lines.add("/", std::string(PATH_MAX - 1, 'x')));
   lines.flush();
   const auto packets = writes();
   ASSERT_EQ(packets.size(), 1U);
   EXPECT_EQ(packets[0].size(), static_cast<size_t>(PIPE_BUF));
+}
+
+TEST_F(HelperLines, ThatEscapesMakeLongWaitForAnEmptyPipe) {
+  UniqueFd ends[2];
+  int fds[2];
+  ASSERT_EQ(pipe2(fds, O_CLOEXEC), 0);
+  ends[0].reset(fds[0]);
+  ends[1].reset(fds[1]);
+  LineWriter lines(fds[1], -1, witness);
+  const std::string name(PATH_MAX - 2, '\n');
+  lines.add("/", "before");
+  lines.add("/", name);
+  std::string first(100, '\0');
+  std::string second(65536, '\0');
+  ssize_t gotSecond = 0;
+  std::thread reader([&] {
+    const ssize_t got = read(fds[0], first.data(), first.size());
+    first.resize(got > 0 ? static_cast<size_t>(got) : 0);
+    gotSecond = read(fds[0], second.data(), second.size());
+  });
+  lines.flush();
+  reader.join();
+  EXPECT_EQ(first, "/before\n");
+  EXPECT_EQ(second.substr(0, static_cast<size_t>(gotSecond)), escapedPathLine("/" + name) + "\n");
 }
 
 TEST_F(HelperLines, AreLeftOutIfNotSeenAtTheMomentOfWriting) {
