@@ -327,6 +327,8 @@ class Commands {
       face_.application.performOnMainThread([rest] { say("spoken " + spoken(rest)); });
     } else if (name == "rows") {
       face_.application.performOnMainThread([rest] { say("rows " + rowsOf(rest)); });
+    } else if (name == "tips") {
+      face_.application.performOnMainThread([rest] { say("tips " + toolTipsOf(rest)); });
     } else if (name == "text") {
       face_.application.performOnMainThread([rest] { say("text " + textOf(rest)); });
     } else if (name == "popup") {
