@@ -342,6 +342,9 @@ class Commands {
     } else if (name == "unblock") {
       gate_.set_value();
       gate_ = {};
+    } else if (name == "environment") {
+      const char* value = std::getenv(rest.c_str());
+      say("environment " + std::string(value ? value : "(not set)"));
     } else if (name == "terminate") {
       face_.application.terminate();
     }
