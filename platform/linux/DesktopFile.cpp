@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include "platform/linux/CleanStart.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {
@@ -28,8 +29,8 @@ std::optional<pid_t> launchDesktopFile(GDesktopAppInfo* application, const std::
   const UniqueFd nowhere(open("/dev/null", O_RDWR | O_CLOEXEC));
   pid_t process = 0;
   const gboolean launched = g_desktop_app_info_launch_uris_as_manager_with_fds(
-      application, uris, nullptr, G_SPAWN_SEARCH_PATH, nullptr, nullptr, rememberProcess, &process,
-      nowhere.get(), nowhere.get(), nowhere.get(), nullptr);
+      application, uris, nullptr, G_SPAWN_SEARCH_PATH, startWithCleanSignals, nullptr,
+      rememberProcess, &process, nowhere.get(), nowhere.get(), nowhere.get(), nullptr);
   g_list_free(uris);
   return launched ? std::optional<pid_t>(process) : std::nullopt;
 }

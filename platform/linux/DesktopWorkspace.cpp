@@ -5,6 +5,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
+#include "platform/linux/CleanStart.h"
 #include "platform/linux/DesktopFile.h"
 #include "platform/linux/GioPointer.h"
 #include "posix/Text.h"
@@ -37,7 +38,8 @@ bool openWithXdgOpen(const std::string& uri) {
   // GLib starts it twice removed, so that nobody has to wait for it.
   const auto flags = static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL |
                                               G_SPAWN_STDERR_TO_DEV_NULL);
-  return g_spawn_async(nullptr, words, nullptr, flags, nullptr, nullptr, nullptr, nullptr) != FALSE;
+  return g_spawn_async(nullptr, words, nullptr, flags, startWithCleanSignals, nullptr, nullptr,
+                       nullptr) != FALSE;
 }
 
 std::string moveToTrash(const std::string& path) {

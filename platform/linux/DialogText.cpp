@@ -105,6 +105,8 @@ void DialogText::showMessage() {
     return;
   }
   setText(field, displayLines(*message_));
+  // Read out when the window comes, wherever its keys go.
+  dialog_->setAccessibleDescription(elidedInTheMiddle(displayLines(*message_), longestLabel));
   // What the window says by itself of a file, or what to do, is not meant for another message.
   setVisible(*dialog_, "theAdvice", false);
   if (dialog_->findChild<QWidget*>("ignoreButton")) {

@@ -9,6 +9,12 @@ QString displayText(std::string_view bytes) { return QString::fromStdString(visi
 
 QString displayLines(std::string_view bytes) { return QString::fromStdString(visibleLines(bytes)); }
 
+QString toolTipText(std::string_view bytes) {
+  return displayLines(bytes)
+      .replace(u'<', QStringLiteral(u"<\u2060"))
+      .replace(u'&', QStringLiteral(u"&\u2060"));
+}
+
 QString elidedInTheMiddle(const QString& text, int characters) {
   if (text.size() <= characters) {
     return text;

@@ -51,10 +51,7 @@ class ActionReceiver final : public QObject {
 // Qt ends the process when the display that it was told to use cannot be opened, so every list ends
 // with the platform that always works. GNOME lets no Wayland client place or raise a window, hence
 // X11 first there, as Qt itself does.
-void choosePlatformPlugin() {
-  if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-    return;
-  }
+std::string chosenPlatformPlugins() {
   QByteArray plugins = "offscreen";
   const bool hasX11 = !qEnvironmentVariableIsEmpty("DISPLAY");
   const bool isGnome = qgetenv("XDG_CURRENT_DESKTOP").contains("GNOME");
@@ -67,17 +64,25 @@ void choosePlatformPlugin() {
   if (hasX11 && isGnome) {
     plugins.prepend("xcb;");
   }
-  qputenv("QT_QPA_PLATFORM", plugins);
+  return plugins.toStdString();
 }
 
 }  // namespace
 
-QtApplication::QtApplication(int& argc, char** argv) {
-  choosePlatformPlugin();
+// The choice goes to Qt as an option: programs that the user opens from here inherit the
+// environment and have their own display to find.
+QtApplication::QtApplication(int& argc, char** argv)
+    : plugins_(chosenPlatformPlugins()), arguments_(argv, argv + argc) {
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+    arguments_.push_back(platformOption_.data());
+    arguments_.push_back(plugins_.data());
+  }
+  argumentCount_ = static_cast<int>(arguments_.size());
+  arguments_.push_back(nullptr);
   QCoreApplication::setApplicationName("Vantrel Quillo");
   QGuiApplication::setDesktopFileName("org.vantrel.VantrelQuillo");
   QGuiApplication::setQuitOnLastWindowClosed(false);
-  application_ = std::make_unique<QApplication>(argc, argv);
+  application_ = std::make_unique<QApplication>(argumentCount_, arguments_.data());
   mainThread_ = std::make_unique<ActionReceiver>();
 }
 

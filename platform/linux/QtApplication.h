@@ -3,7 +3,9 @@
 #include <QObject>
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/Application.h"
 #include "posix/Mutex.h"
@@ -19,7 +21,7 @@ class QtDockTile;
 class QtApplication final : public Application {
  public:
   // Picks the display (X11 or Wayland, else Qt's offscreen platform) and makes Qt's application
-  // object. Main thread, once in a process; argc and argv must outlive it.
+  // object. Main thread, once in a process; argv must outlive it.
   QtApplication(int& argc, char** argv);
   ~QtApplication() override;
 
@@ -46,6 +48,11 @@ class QtApplication final : public Application {
   void runTerminationHandler();
   void showApplicationIcon();
 
+  // Qt's view of the command line, which it keeps and shortens.
+  std::string platformOption_ = "-platform";
+  std::string plugins_;
+  std::vector<char*> arguments_;
+  int argumentCount_ = 0;
   // Constant after construction.
   std::unique_ptr<QApplication> application_;
   std::unique_ptr<QObject> mainThread_;

@@ -49,10 +49,10 @@ QTreeWidgetItem* lineFor(const DockVerdict& verdict, const QStyle& style) {
   line->setText(timeColumn, displayText(verdict.time));
   const QString file = elidedInTheMiddle(displayText(verdict.file), longestLine);
   line->setText(fileColumn, file);
-  line->setToolTip(fileColumn, file);
+  line->setToolTip(fileColumn, elidedInTheMiddle(toolTipText(verdict.file), longestLine));
   const QString words = displayText(verdict.verdict);
   line->setText(verdictColumn, elidedInTheMiddle(words, longestVerdict));
-  line->setToolTip(verdictColumn, elidedInTheMiddle(words, longestLine));
+  line->setToolTip(verdictColumn, elidedInTheMiddle(toolTipText(verdict.verdict), longestLine));
   if (verdict.isThreat) {
     // Told by a sign and not by colour alone.
     line->setIcon(verdictColumn, style.standardIcon(QStyle::SP_MessageBoxWarning));

@@ -7,6 +7,11 @@
 #include "platform/linux/QtImage.h"
 
 namespace quillo {
+namespace {
+
+constexpr int longestToolTip = 1000;
+
+}  // namespace
 
 QtStatusItem::QtStatusItem(Application& application, TrayHost& host, double length)
     : application_(application), host_(host), takesRoom_(length != 0) {
@@ -81,7 +86,7 @@ void QtStatusItem::show() {
     shownImage_ = image;
   }
   if (isNew || shownToolTip_ != look.toolTip) {
-    icon_->setToolTip(displayLines(look.toolTip));
+    icon_->setToolTip(elidedInTheMiddle(toolTipText(look.toolTip), longestToolTip));
     shownToolTip_ = look.toolTip;
   }
   if (isNew) {

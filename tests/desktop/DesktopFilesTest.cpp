@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -40,6 +41,19 @@ class Applications : public testing::Environment {
                        "\"$@\" \"$output\" > "
                        "\"$record.new\"\nmv \"$record.new\" \"$record\"\n");
     chmod(program.c_str(), 0755);
+    // No shell: it unblocks what it finds blocked.
+    const std::string signals = PrivateSession::folder() + "/signals";
+    const std::string signalsRecord = PrivateSession::folder() + "/records/signals";
+    write(signals,
+          "#!/usr/bin/awk -f\nBEGIN {\n  while ((getline line < \"/proc/self/status\") > 0)"
+          " if (line ~ /^Sig(Blk|Ign)/) print line > \"" +
+              signalsRecord + ".new\"\n  close(\"" + signalsRecord + ".new\")\n  system(\"mv " +
+              signalsRecord + ".new " + signalsRecord + "\")\n}\n");
+    chmod(signals.c_str(), 0755);
+    write(applications + "org.vantrel.Signals.desktop",
+          "[Desktop Entry]\nType=Application\nName=Signals\nExec=" + signals + "\n");
+    std::filesystem::create_directories(PrivateSession::folder() + "/bin");
+    std::filesystem::create_symlink(signals, PrivateSession::folder() + "/bin/xdg-open");
     write(applications + "opener.desktop",
           "[Desktop Entry]\nType=Application\nName=Opener\nExec=" + program + " opener %u\n");
     write(applications + "org.vantrel.TestApp.desktop",
@@ -58,6 +72,7 @@ class DesktopFiles : public testing::Test {
   DesktopFiles() {
     std::filesystem::remove(record("opener"));
     std::filesystem::remove(record("app"));
+    std::filesystem::remove(record("signals"));
     watcher.addPath(QString::fromStdString(PrivateSession::folder() + "/records"));
   }
   // The lines that the recorder left, as soon as it has.
@@ -158,6 +173,48 @@ TEST_F(DesktopFiles, StartAnApplicationThatNobodyHasToWaitFor) {
   siginfo_t ended = {};
   EXPECT_EQ(waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT), 0);
   EXPECT_EQ(ended.si_pid, 0) << "a zombie was left";
+}
+
+// As the agent's main thread does with its own.
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, &before_);
+    pipe_ = signal(SIGPIPE, SIG_IGN);
+  }
+  ~BlockedSignals() {
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    signal(SIGPIPE, pipe_);
+  }
+
+ private:
+  sigset_t before_;
+  sighandler_t pipe_;
+};
+
+const std::vector<std::string> cleanSignals = {"SigBlk:\t0000000000000000",
+                                               "SigIgn:\t0000000000000000"};
+
+TEST_F(DesktopFiles, StartAnApplicationThatCanBeEndedByEverySignal) {
+  const BlockedSignals blocked;
+  DesktopApplicationLauncher launcher(*bus, nullptr);
+  EXPECT_TRUE(launcher.launchApplication("org.vantrel.Signals"));
+  EXPECT_EQ(recorded("signals"), cleanSignals);
+}
+
+TEST_F(DesktopFiles, WithoutAnApplicationOfTheirOwnAreOpenedWithCleanSignals) {
+  const BlockedSignals blocked;
+  const std::string path = std::getenv("PATH");
+  setenv("PATH", (PrivateSession::folder() + "/bin:" + path).c_str(), 1);
+  DesktopWorkspace workspace(*bus);
+  ASSERT_EQ(mkfifo((folder.path() + "/pipe").c_str(), 0600), 0);
+  EXPECT_TRUE(workspace.openFile(folder.path() + "/pipe"));
+  setenv("PATH", path.c_str(), 1);
+  EXPECT_EQ(recorded("signals"), cleanSignals);
 }
 
 TEST_F(DesktopFiles, AreNotNeededForAnApplicationOnTheBus) {

@@ -125,6 +125,7 @@ QStringList namelessWidgetsIn(const QWidget& window) {
   for (const QWidget* widget : window.findChildren<QWidget*>()) {
     const bool isOfQt = widget->objectName().isEmpty() || widget->objectName().startsWith("qt_");
     const bool hasWords = !widget->accessibleName().isEmpty() ||
+                          !widget->accessibleDescription().isEmpty() ||
                           !widget->property("text").toString().isEmpty() || isBuddy(window, widget);
     if (!isOfQt && widget->focusPolicy() != Qt::NoFocus && !hasWords) {
       nameless << widget->objectName();
@@ -145,6 +146,22 @@ TEST(InterfaceFiles, NameEveryWidgetThatTakesTheKeys) {
     const auto window = file->makeWidget();
     ASSERT_TRUE(window) << name.toStdString();
     EXPECT_EQ(namelessWidgetsIn(*window).join(", ").toStdString(), "") << name.toStdString();
+  }
+}
+
+// A screen reader says a widget's own name instead of what a label shows.
+TEST(InterfaceFiles, LetTheTextOfEveryLabelBeRead) {
+  const QDir folder(QUILLO_SOURCE_DIR "/resources/interface");
+  for (const QString& name : folder.entryList({"*.ui"})) {
+    std::string reason;
+    const auto file =
+        InterfaceFile::read(folder.path().toStdString(), name.chopped(3).toStdString(), reason);
+    ASSERT_TRUE(file) << reason;
+    const auto window = file->makeWidget();
+    for (const QLabel* label : window->findChildren<QLabel*>()) {
+      EXPECT_EQ(label->accessibleName().toStdString(), "")
+          << name.toStdString() << " " << label->objectName().toStdString();
+    }
   }
 }
 

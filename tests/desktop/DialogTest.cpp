@@ -227,6 +227,15 @@ TEST_F(DialogTest, OfTheUpdateShowsItsResult) {
   EXPECT_TRUE(showsWindows(0, "Update of the Virus Definitions"));
 }
 
+TEST_F(DialogTest, OfTheUpdateHasItsResultReadByScreenReaders) {
+  face.tell("update The virus definitions have been updated.");
+  ASSERT_TRUE(showsWindows(1, "Update of the Virus Definitions"));
+  EXPECT_EQ(face.ask("spoken updateWindowText", "spoken "),
+            "The virus definitions have been updated.|Result of the update|");
+  EXPECT_EQ(face.ask("spoken theDialog", "spoken "),
+            "Update of the Virus Definitions|The virus definitions have been updated.|");
+}
+
 TEST_F(DialogTest, AnswersWithoutADisplay) {
   FaceProgram headless(session, {"DISPLAY=", "DBUS_SESSION_BUS_ADDRESS=disabled:"});
   headless.tell("image watching");

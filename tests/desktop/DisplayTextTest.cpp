@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <QRegularExpression>
+#include <QTextDocument>
+
 #include "platform/linux/DisplayText.h"
 
 namespace quillo {
@@ -9,6 +12,17 @@ TEST(DisplayText, IsPlainWhateverTheBytes) {
   EXPECT_EQ(displayText("a\xff\n\xe2\x80\xaez").toStdString(), "a\\xff\\n\\u202ez");
   EXPECT_EQ(displayText("no\xd8\x9cth\xe2\x80\x8bing").toStdString(), "no\\u061cth\\u200bing");
   EXPECT_EQ(displayLines("two\nlines").toStdString(), "two\nlines");
+}
+
+TEST(ToolTipText, IsTakenForMarkupByNobody) {
+  for (const char* name : {"<b>bold</b>", "a<br>b", "&lt;i&gt;", "<?xml?>", "<a href='x'>y</a>",
+                           "<!-- x -->", "<img src=\"file:///etc/passwd\">", "&#60;b>"}) {
+    const QString text = toolTipText(name);
+    EXPECT_FALSE(Qt::mightBeRichText(text)) << name;
+    EXPECT_FALSE(text.contains(QRegularExpression("<[a-zA-Z/!?]|&[a-zA-Z#]"))) << name;
+    QString seen = text;
+    EXPECT_EQ(seen.remove(QChar(0x2060)).toStdString(), name);
+  }
 }
 
 TEST(DisplayText, IsElidedWithoutCuttingACharacterInTwo) {

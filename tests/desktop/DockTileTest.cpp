@@ -42,6 +42,22 @@ TEST_F(DockTileTest, ListsFoldersAndVerdictsNewestFirst) {
             "12:00:01,~/Downloads/holiday.jpg,scanned");
 }
 
+TEST_F(DockTileTest, TakesNoFilesNameForMarkup) {
+  face.tell("verdict 12:00:03 ~/<b>x</b>&lt; <i>Win</i>");
+  ASSERT_TRUE(session.screen().eventually([&] {
+    return face.ask("rows theVerdicts", "rows ").starts_with("12:00:03,~/<b>x</b>&lt;,<i>Win</i>;");
+  }));
+  const std::string tips = face.ask("tips theVerdicts", "tips ");
+  for (const char* markup : {"<b", "</b", "&lt", "<i"}) {
+    EXPECT_EQ(tips.find(markup), std::string::npos) << tips;
+  }
+}
+
+TEST_F(DockTileTest, HasItsStateReadByScreenReaders) {
+  EXPECT_EQ(face.ask("spoken theState", "spoken "),
+            "Watching two folders|What Vantrel Quillo is doing|");
+}
+
 TEST_F(DockTileTest, KeepsTheLastTenOfAStormOfVerdicts) {
   for (int number = 1; number <= 1000; ++number) {
     face.tell("verdict 12:00:03 ~/" + std::to_string(number) + " scanned");

@@ -3,6 +3,8 @@
 #include "platform/linux/LinuxFolders.h"
 #include "platform/linux/QtApplication.h"
 #include "posix/ChildProcess.h"
+#include "tests/desktop/support/DesktopSession.h"
+#include "tests/desktop/support/FaceProgram.h"
 
 namespace quillo {
 namespace {
@@ -11,6 +13,14 @@ TEST(QtApplication, IsAliveDuringAWaitAlsoForWhatWasPostedBeforeTheWaitBegan) {
   ChildProcess application(
       {.launchPath = LinuxFolders::pathOfThisProgram(), .arguments = {"--wait-among-posted"}});
   EXPECT_EQ(application.waitUntilExit(), 0);
+}
+
+TEST(QtApplication, LeavesTheEnvironmentAsTheUserHasIt) {
+  DesktopSession session;
+  FaceProgram chosen(session);
+  EXPECT_EQ(chosen.ask("environment QT_QPA_PLATFORM", "environment "), "(not set)");
+  FaceProgram given(session, {"QT_QPA_PLATFORM=offscreen"});
+  EXPECT_EQ(given.ask("environment QT_QPA_PLATFORM", "environment "), "offscreen");
 }
 
 }  // namespace

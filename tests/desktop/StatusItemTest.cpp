@@ -201,6 +201,19 @@ TEST_F(StatusItemTest, SaysItsStateInWords) {
   EXPECT_TRUE(holds(session.bus().property(item(), "Title"), "Vantrel Quillo"));
 }
 
+TEST_F(StatusItemTest, HasNoFoldersNameTakenForMarkup) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  face->tell("tooltip Not guarded: /srv/<b>a&amp;</b>");
+  face->ask("sync", "synced");
+  const std::string shown = session.bus().property(item(), "ToolTip");
+  EXPECT_TRUE(holds(shown, "Not guarded: /srv/"));
+  for (const char* markup : {"<b", "</b", "&amp"}) {
+    EXPECT_FALSE(holds(shown, markup)) << shown;
+  }
+}
+
 TEST_F(StatusItemTest, OfLengthZeroIsNotShown) {
   session.startPanel();
   const auto hidden = startFace({}, "0");

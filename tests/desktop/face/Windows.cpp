@@ -17,7 +17,8 @@ namespace {
 QWidget* find(const std::string& objectName) {
   QWidget* covered = nullptr;
   for (QWidget* window : QApplication::topLevelWidgets()) {
-    auto* widget = window->findChild<QWidget*>(QString::fromStdString(objectName));
+    const QString name = QString::fromStdString(objectName);
+    auto* widget = window->objectName() == name ? window : window->findChild<QWidget*>(name);
     if (!widget || !window->isVisible()) {
       continue;
     }
@@ -34,6 +35,23 @@ bool showsLineOf(const std::string& objectName, QTextCursor::MoveOperation end) 
   QTextCursor cursor = edit ? edit->textCursor() : QTextCursor();
   cursor.movePosition(end);
   return edit && edit->viewport()->rect().contains(edit->cursorRect(cursor).center());
+}
+
+std::string cellsOf(const std::string& objectName, Qt::ItemDataRole role) {
+  const auto* view = qobject_cast<QAbstractItemView*>(find(objectName));
+  if (!view) {
+    return "";
+  }
+  const QAbstractItemModel& model = *view->model();
+  QStringList rows;
+  for (int row = 0; row < model.rowCount(); ++row) {
+    QStringList cells;
+    for (int column = 0; column < model.columnCount(); ++column) {
+      cells << model.index(row, column).data(role).toString();
+    }
+    rows << cells.join(',');
+  }
+  return rows.join(';').toStdString();
 }
 
 }  // namespace
@@ -88,21 +106,10 @@ std::string spoken(const std::string& objectName) {
   return words.join('|').toStdString();
 }
 
-std::string rowsOf(const std::string& objectName) {
-  const auto* view = qobject_cast<QAbstractItemView*>(find(objectName));
-  if (!view) {
-    return "";
-  }
-  const QAbstractItemModel& model = *view->model();
-  QStringList rows;
-  for (int row = 0; row < model.rowCount(); ++row) {
-    QStringList cells;
-    for (int column = 0; column < model.columnCount(); ++column) {
-      cells << model.index(row, column).data().toString();
-    }
-    rows << cells.join(',');
-  }
-  return rows.join(';').toStdString();
+std::string rowsOf(const std::string& objectName) { return cellsOf(objectName, Qt::DisplayRole); }
+
+std::string toolTipsOf(const std::string& objectName) {
+  return cellsOf(objectName, Qt::ToolTipRole);
 }
 
 std::string itemsOfPopup() {

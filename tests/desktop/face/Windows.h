@@ -11,6 +11,8 @@ std::string where(const std::string& objectName);
 std::string textOf(const std::string& objectName);
 // The rows of a list, with ";" between them and "," between their columns.
 std::string rowsOf(const std::string& objectName);
+// Their tool tips, in the same form.
+std::string toolTipsOf(const std::string& objectName);
 // The items of the menu that is open for a widget, with ";" between them; "" for no menu.
 std::string itemsOfPopup();
 // Where the window of the widget is with its frame, in pixels of the screen: "X Y WIDTH HEIGHT".

@@ -327,6 +327,8 @@ class Commands {
       face_.application.performOnMainThread([rest] { say("spoken " + spoken(rest)); });
     } else if (name == "rows") {
       face_.application.performOnMainThread([rest] { say("rows " + rowsOf(rest)); });
+    } else if (name == "tips") {
+      face_.application.performOnMainThread([rest] { say("tips " + toolTipsOf(rest)); });
     } else if (name == "text") {
       face_.application.performOnMainThread([rest] { say("text " + textOf(rest)); });
     } else if (name == "popup") {
@@ -340,6 +342,9 @@ class Commands {
     } else if (name == "unblock") {
       gate_.set_value();
       gate_ = {};
+    } else if (name == "environment") {
+      const char* value = std::getenv(rest.c_str());
+      say("environment " + std::string(value ? value : "(not set)"));
     } else if (name == "terminate") {
       face_.application.terminate();
     }
