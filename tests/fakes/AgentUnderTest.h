@@ -25,6 +25,9 @@ class AgentThreads final : public ThreadStarter {
  public:
   ~AgentThreads() override { join(); }
   void detachNewThread(const std::string& name, std::function<void()> body) override {
+    if (onStart) {
+      onStart(name);
+    }
     if (refused.count(name) > 0) {
       throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
     }
@@ -58,6 +61,8 @@ class AgentThreads final : public ThreadStarter {
 
   std::set<std::string> real;
   std::set<std::string> refused;
+  // Told of each thread before it is there.
+  std::function<void(const std::string& name)> onStart;
 
  private:
   std::mutex mutex_;

@@ -113,12 +113,16 @@ class FakeDistributedNotificationCenter final : public DistributedNotificationCe
   void removeObservers() override { observers.clear(); }
   void post(const std::string& name, const std::string& object) override {
     posted.emplace_back(name, object);
+    if (onPost) {
+      onPost();
+    }
   }
   // As another application would.
   void deliver(const std::string& name);
 
   std::map<std::string, std::function<void()>> observers;
   std::vector<std::pair<std::string, std::string>> posted;
+  std::function<void()> onPost;
 };
 
 class FakePowerNotifications final : public PowerNotifications {
