@@ -1,6 +1,7 @@
 #include "benchmarks/storm/Processes.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -74,9 +75,13 @@ Usage usageOf(pid_t pid) {
   constexpr std::size_t systemTime = 12;
   Usage usage;
   const std::vector<std::string> fields = statFields(pid);
-  if (fields.size() > systemTime) {
-    usage.processorSeconds = (std::stod(fields[userTime]) + std::stod(fields[systemTime])) /
-                             static_cast<double>(sysconf(_SC_CLK_TCK));
+  if (fields.size() > systemTime + 2) {
+    const auto sum = [&fields](std::size_t user) {
+      return (std::stod(fields[user]) + std::stod(fields[user + 1])) /
+             static_cast<double>(sysconf(_SC_CLK_TCK));
+    };
+    usage.processorSeconds = sum(userTime);
+    usage.childrensSeconds = sum(systemTime + 1);
   }
   std::ifstream status("/proc/" + std::to_string(pid) + "/status");
   for (std::string line; std::getline(status, line);) {
@@ -85,6 +90,15 @@ Usage usageOf(pid_t pid) {
     }
   }
   return usage;
+}
+
+Seconds childrensTime() {
+  rusage used = {};
+  getrusage(RUSAGE_CHILDREN, &used);
+  const auto seconds = [](const timeval& time) {
+    return Seconds(std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec));
+  };
+  return seconds(used.ru_utime) + seconds(used.ru_stime);
 }
 
 std::optional<pid_t> childNamed(pid_t parent, const std::string& name) {

@@ -23,12 +23,15 @@ pid_t start(const std::vector<std::string>& command, const std::vector<std::stri
 int finish(pid_t pid);
 int run(const std::vector<std::string>& command, const std::vector<std::string>& environment);
 
-// What a process that still runs has used so far, itself alone.
+// What a process that still runs has used so far.
 struct Usage {
   double processorSeconds = 0;
+  double childrensSeconds = 0;  // of the children that have ended and were waited for
   double peakMegabytes = 0;
 };
 Usage usageOf(pid_t pid);
+// Processor time of this process's own children that have ended and were waited for.
+Seconds childrensTime();
 // The first child of that process with that name.
 std::optional<pid_t> childNamed(pid_t parent, const std::string& name);
 
