@@ -74,6 +74,22 @@ TEST_F(WatchingAgent, QuitsAtOnceAlsoWhileARequestWaits) {
   agent().startWatcher();
 }
 
+TEST_F(WatchingAgent, QuitsNoDaemonThatServedUnlistedBeforeItsLaunchSucceeded) {
+  daemon.reset();
+  // As the tree's does where the machine's own daemon answers.
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
+  listenerIsOurs = false;
+  FakeClamd clamd(socketPath());
+  agent().applicationDidFinishLaunching();
+  ASSERT_TRUE(log().has("clamd launched successfully.  Continuing..."));
+  agent().quit();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  EXPECT_FALSE(log().has("trying to quit clamd"));
+  for (const FakeClamd::Visit& visit : clamd.visits(1)) {
+    EXPECT_NE(visit.bytes.substr(0, 4), "QUIT");
+  }
+}
+
 // An agent whose own daemon has crashed and is being launched again by a scanner.
 class RecoveringAgent : public WatchingAgent {
  protected:
