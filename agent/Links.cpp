@@ -80,7 +80,7 @@ std::int32_t MenuLink::scannerCount() { return agent_.scannerCount(); }
 void MenuLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCountBy(delta); }
 StatusFacts MenuLink::status() { return agent_.face().status(); }
 Condition& MenuLink::throbberLock() { return agent_.throbberLock(); }
-void MenuLink::restartWatcher() { agent_.restartWatcher(); }
+void MenuLink::restartWatcher() { agent_.restartWatcherSoon(); }
 std::optional<std::string> MenuLink::freshclamLogLocation() {
   return agent_.freshclamLogLocation();
 }

@@ -35,9 +35,11 @@ std::string ScanLog::path() const {
 void ScanLog::logAllToScanLog() {
   std::error_code ignored;
   std::filesystem::create_directories(folders_.homeFolder() + "/Library/Logs", ignored);
-  const UniqueFd file(open(path().c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640));
+  const std::string log = path();
+  const UniqueFd file(open(log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640));
   if (!file) {
-    log_.log("Scan log " + path() + " cannot be opened: " + std::strerror(errno) +
+    const int error = errno;
+    log_.log("Scan log " + log + " cannot be opened: " + std::strerror(error) +
              "; its lines go where they went before");
     return;
   }

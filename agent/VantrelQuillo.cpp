@@ -130,6 +130,8 @@ void VantrelQuillo::connectInterface() {
 void VantrelQuillo::applicationDidFinishLaunching() {
   perform([this] {
     startThreads();
+    // They can ask while the engine loads, which may take long.
+    answerScripts();
     notifications_.loadNames();
     notifications_.registerWith(services_.platform.application);
     // Whatever goes wrong here, the user and the desktop must still reach the agent.
@@ -167,6 +169,9 @@ void VantrelQuillo::listenToDesktop() {
   center.addObserver("VantrelQuilloShouldQuit", [this] { quit(); });
   startAfterSleep = false;
   services_.platform.powerNotifications.observe([this] { goingToSleep(); }, [this] { wakingUp(); });
+}
+
+void VantrelQuillo::answerScripts() {
   services_.platform.scriptingKeys.publish(
       [this](const std::string& key) -> std::optional<std::string> {
         if (!applicationDelegateHandlesKey(key)) {
@@ -192,6 +197,10 @@ void VantrelQuillo::restartWatcher() {
     }
     beginWatching(false);
   });
+}
+
+void VantrelQuillo::restartWatcherSoon() {
+  services_.platform.application.performOnMainThread([this] { restartWatcher(); });
 }
 
 void VantrelQuillo::goingToSleep() {

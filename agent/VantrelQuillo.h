@@ -54,6 +54,8 @@ class VantrelQuillo {
   void startWatcher() { startWatcherAndUpdate(false); }
   void stopWatcher();
   void restartWatcher();
+  // As above, once what asks for it has ended: a restart may take as long as the engine loads.
+  void restartWatcherSoon();
   void goingToSleep();
   void wakingUp();
   // Drops what waits for a scan and ends every running scanner.
@@ -69,7 +71,7 @@ class VantrelQuillo {
   // again: then it may return, and the end comes when the daemon can be told, or is given up after
   // a minute.
   void quit();
-  // Scripts may read one key, which asks for a restart.
+  // Scripts may read one key, which asks for a restart and does not wait for it.
   static bool applicationDelegateHandlesKey(const std::string& key);
   std::string restartWatchingViaAS();
 
@@ -138,6 +140,7 @@ class VantrelQuillo {
   void connectInterface();
   void startThreads();
   void listenToDesktop();
+  void answerScripts();
   void showDockTileIfWanted();
   // The same as the requests of these names, while a request is being performed.
   void beginWatching(bool update);

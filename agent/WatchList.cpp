@@ -38,9 +38,17 @@ void WatchList::populateMenu() {
       [this](const std::string& devicePath) { newVolumeAppeared(devicePath); });
 }
 
+std::string WatchList::pathOf(const PreferenceValue& entry) const {
+  // The other cannot name every folder: a text of the preferences is UTF-8.
+  if (const auto named = typed_.uriIn(entry, "pathURI", folderArray)) {
+    return *named;
+  }
+  return expandingTilde(typed_.stringIn(entry, "pathName", folderArray).value_or(""),
+                        services_.folders.homeFolder());
+}
+
 void WatchList::addEntry(const PreferenceValue& entry) {
-  const std::string written = typed_.stringIn(entry, "pathName", folderArray).value_or("");
-  const std::string path = expandingTilde(written, services_.folders.homeFolder());
+  const std::string path = pathOf(entry);
   const bool withSubdirs = typed_.booleanIn(entry, "WatchSubdirs", folderArray).value_or(false);
   mainMenu.addToMenuWithObjectToWatch(path, path);
   addToWatchListWithSubdirs(path, withSubdirs);

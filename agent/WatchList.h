@@ -50,6 +50,7 @@ class WatchList {
   std::int32_t getMaxRecursionDepth() const { return maxRecursionDepth; }
 
  private:
+  std::string pathOf(const PreferenceValue& entry) const;
   void addEntry(const PreferenceValue& entry);
 
   const WatchListServices services_;

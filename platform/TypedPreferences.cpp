@@ -1,6 +1,7 @@
 #include "platform/TypedPreferences.h"
 
 #include "platform/SystemLog.h"
+#include "posix/FileUri.h"
 
 namespace quillo {
 namespace {
@@ -60,7 +61,8 @@ std::optional<PreferenceArray> TypedPreferences::array(const std::string& key) c
 std::optional<std::string> TypedPreferences::folder(const std::string& key) const {
   const auto found = store_.objectForKey(key);
   if (found && std::holds_alternative<PreferenceDictionary>(found->value)) {
-    return stringIn(*found, "path", key);
+    const auto named = uriIn(*found, "URI", key);
+    return named ? named : stringIn(*found, "path", key);
   }
   return typed<std::string>(found, key, "a string or a table");
 }
@@ -81,6 +83,18 @@ std::optional<std::string> TypedPreferences::stringIn(const PreferenceValue& ent
                                                       const std::string& key,
                                                       const std::string& where) const {
   return typed<std::string>(entryOf(entry, key, where), where + "." + key, "a string");
+}
+
+std::optional<std::string> TypedPreferences::uriIn(const PreferenceValue& entry,
+                                                   const std::string& key,
+                                                   const std::string& where) const {
+  const auto uri = stringIn(entry, key, where);
+  auto path = uri ? pathOfFileUri(*uri) : std::nullopt;
+  if (uri && !path) {
+    log_.log("Preference " + where + "." + key + " should be the URI of a local file, such as " +
+             "file:///home/ada/r%E9sum%E9s, but is " + *uri + "; it is ignored");
+  }
+  return path;
 }
 
 std::optional<bool> TypedPreferences::booleanIn(const PreferenceValue& entry,

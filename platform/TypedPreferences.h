@@ -22,12 +22,16 @@ class TypedPreferences {
   // A whole number; a real is cut to one.
   std::optional<std::int64_t> number(const std::string& key) const;
   std::optional<PreferenceArray> array(const std::string& key) const;
-  // A folder: a string, or a dictionary holding the string under "path".
+  // A folder: a string, or a dictionary holding the string under "path", or under "URI" the URI of
+  // a file, which goes before.
   std::optional<std::string> folder(const std::string& key) const;
 
   // The entry of a dictionary in a list; `where` names the list in the log.
   std::optional<std::string> stringIn(const PreferenceValue& entry, const std::string& key,
                                       const std::string& where) const;
+  // The path that a URI there names; one that names none counts as absent and is told.
+  std::optional<std::string> uriIn(const PreferenceValue& entry, const std::string& key,
+                                   const std::string& where) const;
   std::optional<bool> booleanIn(const PreferenceValue& entry, const std::string& key,
                                 const std::string& where) const;
 

@@ -25,8 +25,9 @@ bool writeAll(int descriptor, const std::string& contents) {
 
 std::string writeOwnFile(const std::string& subject, const std::string& path,
                          const std::string& contents) {
-  const auto problem = [&subject, &path](const std::string& what) {
-    return subject + " " + path + what + std::strerror(errno);
+  const auto problem = [&subject, &path](const char* what) {
+    const int error = errno;
+    return subject + " " + path + what + std::strerror(error);
   };
   struct stat existing = {};
   if (lstat(path.c_str(), &existing) == 0) {
@@ -38,12 +39,13 @@ std::string writeOwnFile(const std::string& subject, const std::string& path,
       return problem(" cannot be replaced: ");
     }
   }
-  const UniqueFd file(
-      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!file) {
     return problem(" cannot be made: ");
   }
-  if (!writeAll(file.get(), contents)) {
+  // Some file systems tell only then that they had no room.
+  const auto isClosed = [&file] { return close(file.release()) == 0 || errno == EINTR; };
+  if (!writeAll(file.get(), contents) || !isClosed()) {
     const std::string told = problem(" cannot be written: ");
     unlink(path.c_str());
     return told;

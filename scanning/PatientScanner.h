@@ -28,6 +28,8 @@ class PatientScanner {
   // Makes the worker's file list its own. Once, before the loop runs.
   void setMyName(const std::string& name);
   const std::string& myName() const { return name_; }
+  // The folder that the settings named last when files were to go to a quarantine. Any thread.
+  std::string quarantineLocation() const { return settings_.load()->policy.quarantineLocation; }
   // Takes the scan argument list over and reads the scanners' own preferences. Main thread.
   void setMenuAndParams(const ScanArgumentList& list);
 

@@ -19,7 +19,7 @@ void LinuxMountNotifications::observe(std::function<void(const std::string& devi
   stopObserving();
   didMount_ = std::move(didMount);
   table_ = std::make_unique<MountTable>();
-  newVolumes_.reset(table_->read());
+  newVolumes_.reset(table_->read().value_or(std::vector<Mount>()));
   if (table_->descriptor() < 0) {
     return;
   }
@@ -37,7 +37,11 @@ void LinuxMountNotifications::stopObserving() {
 }
 
 void LinuxMountNotifications::tableChanged() {
-  for (const Mount& mount : newVolumes_.update(table_->read())) {
+  std::optional<std::vector<Mount>> mounts = table_->read();
+  if (!mounts) {
+    return;
+  }
+  for (const Mount& mount : newVolumes_.update(std::move(*mounts))) {
     // A listener may end the observation, or begin another.
     if (const auto didMount = didMount_) {
       didMount(mount.mountPoint);

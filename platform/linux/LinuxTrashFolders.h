@@ -29,7 +29,8 @@ class LinuxTrashFolders final : public TrashFolders {
   const std::vector<std::string> volumeTrashes_;
   Mutex mutex_;
   const MountTable table_ QUILLO_GUARDED_BY(mutex_);
-  std::optional<std::set<std::string>> mountPoints_ QUILLO_GUARDED_BY(mutex_);
+  std::set<std::string> mountPoints_ QUILLO_GUARDED_BY(mutex_);
+  bool mustRead_ QUILLO_GUARDED_BY(mutex_) = true;
 };
 
 }  // namespace quillo

@@ -20,13 +20,17 @@ bool LinuxVolumes::isVolumeRoot(const std::string& path) {
 
 bool LinuxVolumes::isMounted(const std::string& path) {
   MutexLock hold(mutex_);
-  if (table_.hasChanged() || !mountPoints_) {
-    mountPoints_.emplace();
-    for (const Mount& mount : volumesAmong(table_.read())) {
-      mountPoints_->insert(mount.mountPoint);
+  mustRead_ = table_.hasChanged() || mustRead_;
+  if (mustRead_) {
+    if (const auto mounts = table_.read()) {
+      mustRead_ = false;
+      mountPoints_.clear();
+      for (const Mount& mount : volumesAmong(*mounts)) {
+        mountPoints_.insert(mount.mountPoint);
+      }
     }
   }
-  return mountPoints_->count(path) != 0;
+  return mountPoints_.count(path) != 0;
 }
 
 }  // namespace quillo

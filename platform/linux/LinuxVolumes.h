@@ -28,7 +28,8 @@ class LinuxVolumes final : public Volumes {
   Mutex mutex_;
   MountTable table_ QUILLO_GUARDED_BY(mutex_);
   // As of the table's last change.
-  std::optional<std::set<std::string>> mountPoints_ QUILLO_GUARDED_BY(mutex_);
+  std::set<std::string> mountPoints_ QUILLO_GUARDED_BY(mutex_);
+  bool mustRead_ QUILLO_GUARDED_BY(mutex_) = true;
 };
 
 }  // namespace quillo

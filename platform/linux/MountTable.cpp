@@ -154,18 +154,20 @@ bool MountTable::hasChanged() const {
   return poll(&watched, 1, 0) > 0 && (watched.revents & (POLLPRI | POLLERR)) != 0;
 }
 
-std::vector<Mount> MountTable::read() const {
+std::optional<std::vector<Mount>> MountTable::read() const {
   std::string text;
   std::array<char, 16384> buffer;
   if (lseek(file_.get(), 0, SEEK_SET) != 0) {
-    return {};
+    return std::nullopt;
   }
   for (;;) {
     const ssize_t count = ::read(file_.get(), buffer.data(), buffer.size());
     if (count > 0) {
       text.append(buffer.data(), static_cast<std::size_t>(count));
-    } else if (count == 0 || errno != EINTR) {
+    } else if (count == 0) {
       return parseMountTable(text);
+    } else if (errno != EINTR) {
+      return std::nullopt;
     }
   }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,7 +40,8 @@ class MountTable {
   int descriptor() const { return file_.get(); }
   // Whether it has changed since it was opened or this was last asked.
   bool hasChanged() const;
-  std::vector<Mount> read() const;
+  // Absent when it cannot be read now, which says nothing of what is mounted.
+  std::optional<std::vector<Mount>> read() const;
 
  private:
   UniqueFd file_;

@@ -55,7 +55,8 @@ bool SingleInstance::lockIn(const std::string& folder) {
   folder_.reset(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   struct stat info = {};
   if (!folder_ || fstat(folder_.get(), &info) != 0) {
-    problem_ = folder + ": " + std::strerror(errno);
+    const int error = errno;
+    problem_ = folder + ": " + std::strerror(error);
     return false;
   }
   if (!isOursAlone(info)) {
@@ -72,12 +73,17 @@ bool SingleInstance::lockFileIn(const std::string& folder) {
     file_.reset(openat(folder_.get(), fileName,
                        O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600));
     if (!file_) {
-      problem_ = folder + "/" + fileName + ": " + std::strerror(errno);
+      const int error = errno;
+      problem_ = folder + "/" + fileName + ": " + std::strerror(error);
       return false;
     }
     if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0) {
-      isFirst_ = errno != EWOULDBLOCK;
-      problem_ = isFirst_ ? folder + "/" + fileName + ": " + std::strerror(errno) : std::string();
+      const int error = errno;
+      if (error == EINTR) {
+        continue;
+      }
+      isFirst_ = error != EWOULDBLOCK;
+      problem_ = isFirst_ ? folder + "/" + fileName + ": " + std::strerror(error) : std::string();
       return !isFirst_;
     }
     // Somebody may have deleted it between the two calls, and another process locked a new one.

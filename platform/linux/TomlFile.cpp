@@ -66,24 +66,29 @@ PreferenceValue converted(const toml::node& node) {
   }
 }
 
-std::string contentsOf(int descriptor) {
-  std::string text;
+// Appends what the file holds; gives 0, or the number of the error.
+int readAll(int descriptor, std::string& text) {
   char buffer[16384];
   for (;;) {
     const ssize_t count = read(descriptor, buffer, sizeof buffer);
-    if (count > 0 && text.size() + static_cast<std::size_t>(count) <= largestFile) {
-      text.append(buffer, static_cast<std::size_t>(count));
-    } else if (count == 0 || (count < 0 && errno != EINTR)) {
-      return text;
-    } else if (count > 0) {
-      errno = EFBIG;
-      return text;
+    if (count == 0) {
+      return 0;
     }
+    if (count < 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      return errno;
+    }
+    if (text.size() + static_cast<std::size_t>(count) > largestFile) {
+      return EFBIG;
+    }
+    text.append(buffer, static_cast<std::size_t>(count));
   }
 }
 
-void cannotRead(TomlFile& file, const std::string& path) {
-  const std::string reason = std::strerror(errno);
+void cannotRead(TomlFile& file, const std::string& path, int error) {
+  const std::string reason = std::strerror(error);
   file.problem = path + ": " + reason;
   file.wording = {"PATH_UNREADABLE", {path, reason}};
 }
@@ -102,7 +107,7 @@ TomlFile TomlFile::read(const std::string& path) {
   const UniqueFd descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!descriptor) {
     if (errno != ENOENT && errno != ENOTDIR) {
-      cannotRead(file, path);
+      cannotRead(file, path, errno);
     }
     return file;
   }
@@ -113,10 +118,9 @@ TomlFile TomlFile::read(const std::string& path) {
     return file;
   }
   file.version = versionOf(info);
-  errno = 0;
-  const std::string text = contentsOf(descriptor.get());
-  if (errno != 0) {
-    cannotRead(file, path);
+  std::string text;
+  if (const int error = readAll(descriptor.get(), text)) {
+    cannotRead(file, path, error);
     return file;
   }
   try {

@@ -1,7 +1,12 @@
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
+
+#include <cerrno>
 
 #include "platform/linux/LinuxMountNotifications.h"
 #include "platform/linux/MountTable.h"
+#include "tests/fakes/FailingSystemCall.h"
+#include "tests/fakes/InterruptedSystemCall.h"
 
 namespace quillo {
 namespace {
@@ -84,9 +89,16 @@ TEST(MountTableTest, ReadsTheKernelsOwnTable) {
   ASSERT_GE(table.descriptor(), 0);
   EXPECT_FALSE(table.hasChanged());
   const auto mounts = table.read();
-  EXPECT_TRUE(std::any_of(mounts.begin(), mounts.end(),
+  ASSERT_TRUE(mounts);
+  EXPECT_TRUE(std::any_of(mounts->begin(), mounts->end(),
                           [](const Mount& mount) { return mount.mountPoint == "/proc"; }));
   EXPECT_EQ(table.read(), mounts);
+}
+
+TEST(MountTableTest, IsNotTakenForEmptyWhenItCannotBeRead) {
+  const MountTable table;
+  withFailingSystemCall(SYS_read, ENOMEM, [&] { EXPECT_EQ(table.read(), std::nullopt); });
+  withInterruptedSystemCall(SYS_read, 3, [&] { EXPECT_TRUE(table.read()); });
 }
 
 TEST(NewVolumesTest, AreToldOfOnceAndAgainWhenTheyComeAgain) {

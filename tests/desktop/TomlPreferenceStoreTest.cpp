@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include <cerrno>
 #include <cstring>
 
 #include "platform/linux/StringTables.h"
+#include "platform/linux/TomlFile.h"
 #include "platform/linux/TomlPreferenceStore.h"
 #include "tests/desktop/TestFolder.h"
+#include "tests/fakes/FailingSystemCall.h"
+#include "tests/fakes/InterruptedSystemCall.h"
 
 namespace quillo {
 namespace {
@@ -132,6 +136,18 @@ TEST_F(TomlPreferences, DoesNotHangOnAFifoAndSaysSo) {
   ASSERT_EQ(problems.size(), 1U);
   EXPECT_EQ(problems[0], path + ": not a regular file");
   EXPECT_EQ(wordings[0], path + " ist keine gewöhnliche Datei");
+}
+
+TEST_F(TomlPreferences, AreReadAlsoWhenThatIsInterrupted) {
+  const std::string path = folder.write("of-this-test.toml", "multiscan = \"yes\"\n");
+  withInterruptedSystemCall(SYS_read, 2, [&] {
+    const TomlFile file = TomlFile::read(path);
+    EXPECT_EQ(file.problem, "");
+    EXPECT_EQ(file.values.count("multiscan"), 1U);
+  });
+  withFailingSystemCall(SYS_read, EIO, [&] {
+    EXPECT_EQ(TomlFile::read(path).problem, path + ": Input/output error");
+  });
 }
 
 TEST_F(TomlPreferences, ThatAreALoopOfLinksAreToldOfInTheUsersLanguage) {

@@ -317,7 +317,8 @@ bool FakeApplication::waitUntilPosted() {
 }
 
 void FakeApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
-  if (duringWait) {
+  // Other threads simply wait.
+  if (duringWait && std::this_thread::get_id() == mainThread_) {
     duringWait();
   }
   wait();

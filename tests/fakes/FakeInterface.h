@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/Application.h"
@@ -203,7 +204,7 @@ class FakeApplication final : public Application {
   std::optional<int> version = 0x1060;
   int transformResult = 0;
   bool keepsPosted = false;
-  // Called while the agent waits for something that takes long.
+  // Called while the agent waits for something that takes long, on the thread that made this.
   std::function<void()> duringWait;
   // Called when the agent asks for its end.
   std::function<void()> onTerminate;
@@ -217,6 +218,7 @@ class FakeApplication final : public Application {
   std::condition_variable changed_;
   std::vector<std::function<void()>> posted_;
   std::vector<std::string> iconImages_;
+  const std::thread::id mainThread_ = std::this_thread::get_id();
 };
 
 // Keeps what each thread would do, and lets the test do it. Threads whose name begins with "clamd"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cerrno>
 #include <condition_variable>
 #include <functional>
 #include <map>
@@ -160,7 +161,11 @@ class FakeNameWatch final : public NameWatch {
 
 class FakeFolders final : public Folders {
  public:
-  std::string homeFolder() const override { return home; }
+  std::string homeFolder() const override {
+    // As the real one may: looking an account up opens files.
+    errno = ENOENT;
+    return home;
+  }
   std::optional<std::string> temporaryFolder() const override { return temporary; }
   std::string resourceFolder() const override { return resources; }
   std::string home = "/home/anna";

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -240,14 +241,23 @@ TEST(ChildProcess, EndsWithItsObject) {
 }
 
 TEST(ChildProcess, CanBeEndedAtOnceWithItsChildren) {
-  LaunchRequest request = shell("trap '' TERM; (sleep 1000); exit 3");
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  const UniqueFd reader(ends[0]);
+  UniqueFd writer(ends[1]);
+  LaunchRequest request = shell("trap '' TERM; (echo >&3; sleep 1000); exit 3");
   request.withItsChildren = true;
+  request.descriptorThree = writer.get();
   ChildProcess child(request);
+  writer.reset();
+  char byte;
+  ASSERT_EQ(read(reader.get(), &byte, 1), 1);
   child.endAtOnce();
-  EXPECT_EQ(child.waitUntilExit([](std::string_view) { return true; }), SIGKILL);
-  // Nobody holds the pipe open.
-  while (!child.availableData().empty()) {
-  }
+  EXPECT_EQ(child.waitUntilExit(), SIGKILL);
+  // The pipe ends when the last that holds it has.
+  pollfd watched = {reader.get(), POLLIN, 0};
+  ASSERT_EQ(poll(&watched, 1, 10000), 1);
+  EXPECT_EQ(read(reader.get(), &byte, 1), 0);
   child.endAtOnce();
 }
 

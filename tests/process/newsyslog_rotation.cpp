@@ -1,11 +1,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <stdexcept>
 
 #include "posix/UniqueFd.h"
+#include "tests/fakes/InterruptedSystemCall.h"
 #include "tests/support/LogSandbox.h"
 #include "tools/newsyslog/LogFolder.h"
 #include "tools/newsyslog/LogRotation.h"
@@ -260,6 +262,22 @@ TEST(Newsyslog, FollowsNoLink) {
   EXPECT_THROW(rotate(sandbox), std::runtime_error);
   EXPECT_EQ(sandbox.read("victim"), LogSandbox::lines(1, 2000));
   EXPECT_EQ(sandbox.read("log"), LogSandbox::lines(5, 2000));
+}
+
+TEST(Newsyslog, IsNotStoppedByAnInterruption) {
+  const LogSandbox sandbox;
+  const std::string first = LogSandbox::lines(1, 5000);
+  sandbox.write("log", first);
+  rotate(sandbox);
+  sandbox.write("more", "second\n");
+  const auto folder = openLogFolder(sandbox.folder(), false);
+  for (const int call : {SYS_read, SYS_write}) {
+    const std::string both = "both" + std::to_string(call) + ".bz2";
+    withInterruptedSystemCall(call, 1, [&] {
+      EXPECT_NO_THROW(folder->compress("more", "log.0.bz2", both, LogAttributes{}));
+    });
+    EXPECT_EQ(sandbox.unpacked(both), first + "second\n");
+  }
 }
 
 }  // namespace

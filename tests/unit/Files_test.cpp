@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 
@@ -14,6 +16,8 @@
 #include "posix/OwnFile.h"
 #include "posix/Pipe.h"
 #include "posix/UniqueFd.h"
+#include "tests/fakes/FailingSystemCall.h"
+#include "tests/fakes/InterruptedSystemCall.h"
 #include "tests/fakes/TemporaryFolder.h"
 
 namespace quillo {
@@ -140,6 +144,23 @@ TEST(OwnFile, AFullDeviceIsNotWritten) {
   // A device that is always full.
   const UniqueFd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
   EXPECT_FALSE(writeAll(full.get(), "x"));
+}
+
+TEST(OwnFile, IsNotThereWhenTheFileSystemTellsAtTheEndThatItIsFull) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path() + "/file";
+  withFailingSystemCall(SYS_close, EDQUOT, [&] {
+    EXPECT_EQ(writeOwnFile("File", path, "x"),
+              "File " + path + " cannot be written: Disk quota exceeded");
+  });
+  EXPECT_FALSE(fileExists(path));
+}
+
+TEST(OwnFile, IsWrittenAlsoWhenThatIsInterrupted) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path() + "/file";
+  withInterruptedSystemCall(SYS_write, 2, [&] { EXPECT_EQ(writeOwnFile("File", path, "x"), ""); });
+  withInterruptedSystemCall(SYS_read, 2, [&] { EXPECT_EQ(contentsOfFile(path), "x"); });
 }
 
 TEST(Pipe, AChunkIsAllThatStandsInIt) {

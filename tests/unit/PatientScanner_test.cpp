@@ -151,5 +151,20 @@ TEST_F(PatientScannerBatch, AnEmptyChunkEndsTheReading) {
   EXPECT_TRUE(capture.text().ends_with(" /a: OK\n"));
 }
 
+TEST_F(PatientScannerBatch, KeepsItsQuarantineFolderUntilItIsToldAnother) {
+  const auto take = [this](const std::string& action, const std::string& location) {
+    bench.owner.quarantineOrTrash = action;
+    bench.owner.quarantineLocation = location;
+    scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"));
+    return scanner.quarantineLocation();
+  };
+  EXPECT_EQ(take("", ""), "");
+  EXPECT_EQ(take("Q", "--move=/quarantine"), "/quarantine");
+  EXPECT_EQ(take("", ""), "/quarantine");
+  EXPECT_EQ(take("T", ""), "/quarantine");
+  EXPECT_EQ(take("Q", "--move=/other"), "/other");
+  EXPECT_EQ(take("Q", ""), "");
+}
+
 }  // namespace
 }  // namespace quillo

@@ -109,5 +109,25 @@ TEST_F(TypedPreferencesTest, ReadTheEntriesOfAList) {
                              "ignored"}));
 }
 
+TEST_F(TypedPreferencesTest, TakeAFolderOfAnyNameFromAUri) {
+  PreferenceDictionary dictionary;
+  dictionary["path"] = PreferenceValue{std::string("/other")};
+  dictionary["URI"] = PreferenceValue{std::string("file:///r%E9sum%E9s")};
+  store.set("f", PreferenceValue{dictionary});
+  EXPECT_EQ(typed.folder("f"), std::optional<std::string>("/r\xe9sum\xe9s"));
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(TypedPreferencesTest, TellAndIgnoreAUriThatNamesNoFileOfThisMachine) {
+  PreferenceDictionary dictionary;
+  dictionary["path"] = PreferenceValue{std::string("/other")};
+  dictionary["URI"] = PreferenceValue{std::string("file://there/a")};
+  store.set("f", PreferenceValue{dictionary});
+  EXPECT_EQ(typed.folder("f"), std::optional<std::string>("/other"));
+  EXPECT_EQ(log.lines(), std::vector<std::string>{
+                             "Preference f.URI should be the URI of a local file, such as "
+                             "file:///home/ada/r%E9sum%E9s, but is file://there/a; it is ignored"});
+}
+
 }  // namespace
 }  // namespace quillo

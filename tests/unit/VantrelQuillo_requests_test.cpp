@@ -176,6 +176,16 @@ TEST_F(AgentRequests, ScriptsMayReadOneKey) {
   EXPECT_EQ(log().count("restartWatcher"), 1);
 }
 
+TEST_F(AgentRequests, ScriptsAreAnsweredBeforeTheRestartBegins) {
+  desktop.application.keepsPosted = true;
+  EXPECT_EQ(agent().restartWatchingViaAS(), "Restart Requested");
+  EXPECT_EQ(log().count("restartWatcher"), 0);
+  // What was decided when the script asked stays.
+  desktop.mainInterface.restartMenuItem.setEnabled(false);
+  desktop.application.performPosted();
+  EXPECT_EQ(log().count("restartWatcher"), 1);
+}
+
 TEST_F(AgentRequests, ScriptsDoNotRestartWhenTheMenuCouldNot) {
   desktop.mainInterface.restartMenuItem.setEnabled(false);
   EXPECT_EQ(agent().restartWatchingViaAS(), "Restart Requested");

@@ -217,5 +217,31 @@ TEST_F(WatchListTest, DoesNotScanAVolumeThatIsWatchedToTheLetter) {
   EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 0U);
 }
 
+TEST_F(WatchListTest, HoldsAFolderWhoseNameIsNoUtf8) {
+  const std::string path = home.makeFolder("r\xe9sum\xe9s");
+  PreferenceDictionary entry;
+  entry["pathName"] = PreferenceValue{std::string("~/elsewhere")};
+  entry["pathURI"] = PreferenceValue{"file://" + home.path() + "/r%E9sum%e9s"};
+  entry["WatchSubdirs"] = PreferenceValue{true};
+  choose({PreferenceValue{entry}});
+  list.populateMenu();
+  EXPECT_EQ(watched(), Lines{path + "/"});
+  EXPECT_EQ(flags(), (Flags{{path + "/", true}}));
+  // The item of the menu opens it.
+  desktop.mainInterface.theSubMenu.choose("~/r\xe9sum\xe9s");
+  EXPECT_EQ(desktop.workspace.opened, Lines{path});
+}
+
+TEST_F(WatchListTest, TakesTheNameWhereTheUriIsNone) {
+  home.makeFolder("Documents");
+  PreferenceDictionary entry;
+  entry["pathName"] = PreferenceValue{std::string("~/Documents")};
+  entry["pathURI"] = PreferenceValue{std::string("file:///a%2Fb")};
+  choose({PreferenceValue{entry}});
+  list.populateMenu();
+  EXPECT_EQ(watched(), Lines{home.path() + "/Documents/"});
+  EXPECT_FALSE(desktop.systemLog.lines().empty());
+}
+
 }  // namespace
 }  // namespace quillo

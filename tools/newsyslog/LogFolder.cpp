@@ -181,9 +181,15 @@ void PosixLogFolder::copyTo(const std::string& name, int target) const {
     if (count == 0) {
       return;
     }
+    if (count < 0 && errno == EINTR) {
+      continue;
+    }
     for (ssize_t done = 0; done < count;) {
       const ssize_t written =
           write(target, buffer.data() + done, static_cast<std::size_t>(count - done));
+      if (written < 0 && errno == EINTR) {
+        continue;
+      }
       if (written < 0) {
         throw std::system_error(errno, std::generic_category());
       }

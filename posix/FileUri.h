@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quillo {
+
+// Names of local files as URIs of the scheme "file" (RFC 8089), which hold any bytes in ASCII. Pure
+// functions; any thread.
+
+// The bytes of the path; absent unless the URI is well-formed to the letter, names no other host
+// than "localhost", and its path is absolute and holds neither NUL nor an encoded "/".
+std::optional<std::string> pathOfFileUri(std::string_view uri);
+// "file://" and the absolute path; what is not unreserved (RFC 3986, 2.3) is percent-encoded.
+std::string fileUriOfPath(std::string_view path);
+
+}  // namespace quillo

@@ -1,0 +1,220 @@
+#include <signal.h>
+
+#include <memory>
+#include <thread>
+
+#include "posix/ChildProcess.h"
+#include "tests/fakes/FakeClamd.h"
+#include "tests/process/WatchingAgent.h"
+
+namespace quillo {
+namespace {
+
+TEST_F(WatchingAgent, GivesUpADaemonThatNeverStartsWhenItIsToQuit) {
+  daemon.reset();
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexec sleep 1000\n");
+  desktop.application.duringWait = [this] {
+    desktop.application.duringWait = nullptr;
+    agent().quit();
+    EXPECT_TRUE(desktop.application.exits.empty());
+    threads.run("quit");
+  };
+  agent().applicationDidFinishLaunching();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  EXPECT_GE(clock.slept(), std::chrono::seconds(60));
+}
+
+TEST_F(WatchingAgent, QuitsAfterALaunchAlsoWhenThereIsNoThreadForItsPatience) {
+  daemon.reset();
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
+  threads.refused = {"quit"};
+  desktop.application.duringWait = [this] {
+    desktop.application.duringWait = nullptr;
+    agent().quit();
+  };
+  agent().applicationDidFinishLaunching();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+}
+
+TEST_F(WatchingAgent, QuitsADaemonThatIsOnlyBeingLaunchedOnceItCanBeTold) {
+  daemon.reset();
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
+  FakeClamd clamd(socketPath());
+  desktop.application.duringWait = [this] {
+    desktop.application.duringWait = nullptr;
+    agent().quit();
+    EXPECT_TRUE(desktop.application.exits.empty());
+  };
+  agent().applicationDidFinishLaunching();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  // Before, it was looked at who listens there.
+  ASSERT_EQ(clamd.visits(2).size(), 2U);
+  EXPECT_EQ(clamd.visits(2)[1].bytes.substr(0, 4), "QUIT");
+}
+
+TEST_F(WatchingAgent, StopsBeforeItQuits) {
+  watch();
+  FakeClamd clamd(socketPath());
+  agent().preferences().weLaunchedClamd = true;
+  agent().quit();
+  EXPECT_FALSE(agent().isWatching());
+  EXPECT_EQ(linesOf({ended, "trying to quit clamd"}), (Lines{ended, "trying to quit clamd"}));
+  EXPECT_EQ(clamd.visits(1).size(), 1U);
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+}
+
+TEST_F(WatchingAgent, QuitsAtOnceAlsoWhileARequestWaits) {
+  watch();
+  installRotator();
+  desktop.application.duringWait = [this] {
+    desktop.application.duringWait = nullptr;
+    agent().quit();
+    EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  };
+  agent().startWatcher();
+}
+
+TEST_F(WatchingAgent, QuitsNoDaemonThatServedUnlistedBeforeItsLaunchSucceeded) {
+  daemon.reset();
+  // As the tree's does where the machine's own daemon answers.
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
+  listenerIsOurs = false;
+  FakeClamd clamd(socketPath());
+  agent().applicationDidFinishLaunching();
+  ASSERT_TRUE(log().has("clamd launched successfully.  Continuing..."));
+  agent().quit();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  EXPECT_FALSE(log().has("trying to quit clamd"));
+  for (const FakeClamd::Visit& visit : clamd.visits(1)) {
+    EXPECT_NE(visit.bytes.substr(0, 4), "QUIT");
+  }
+}
+
+// An agent whose own daemon has crashed and is being launched again by a scanner.
+class RecoveringAgent : public WatchingAgent {
+ protected:
+  void crash() {
+    daemon.reset();
+    home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
+    agent().applicationDidFinishLaunching();
+    ASSERT_TRUE(helper.waitForLaunches(1));
+    home.writeProgram("engine/sbin/clamd", "#!/bin/sh\necho > '" + helper.resourceFolder() +
+                                               "/launches'\nread line < '" +
+                                               helper.resourceFolder() + "/go'\n");
+    recovery = std::thread([this] { ScannerLink(agent()).recoverFromCrashedClamd(); });
+    ASSERT_TRUE(helper.waitForLaunches(1));
+    log().clear();
+  }
+  void TearDown() override {
+    if (recovery.joinable()) {
+      agent().engine().abandonLaunch();
+      recovery.join();
+    }
+    WatchingAgent::TearDown();
+  }
+  bool waits() const { return desktop.application.exits.empty(); }
+
+  std::thread recovery;
+};
+
+TEST_F(RecoveringAgent, QuitsTheDaemonOnceItCanBeTold) {
+  crash();
+  std::unique_ptr<FakeClamd> clamd;
+  desktop.application.duringWait = [&] {
+    desktop.application.duringWait = nullptr;
+    EXPECT_TRUE(waits());
+    agent().quit();
+    EXPECT_TRUE(waits());
+    clamd = std::make_unique<FakeClamd>(socketPath());
+    // One line is the watcher's helper's, should it still be there to read it.
+    helper.letGo();
+    helper.letGo();
+  };
+  agent().quit();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  EXPECT_FALSE(agent().isWatching());
+  ASSERT_TRUE(clamd);
+  ASSERT_EQ(clamd->visits(1).size(), 1U);
+  EXPECT_EQ(clamd->visits(1)[0].bytes.substr(0, 4), "QUIT");
+}
+
+TEST_F(RecoveringAgent, GivesUpADaemonThatNeverStartsWhenItIsToQuit) {
+  crash();
+  desktop.application.duringWait = [this] {
+    desktop.application.duringWait = nullptr;
+    EXPECT_TRUE(waits());
+    threads.run("quit");
+  };
+  agent().quit();
+  EXPECT_EQ(linesOf({"giving up on clamd, which has not started", "trying to quit clamd"}),
+            (Lines{"giving up on clamd, which has not started", "trying to quit clamd"}));
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+}
+
+TEST_F(RecoveringAgent, LeavesADaemonThatWasThereBeforeToItself) {
+  crash();
+  agent().preferences().weLaunchedClamd = false;
+  agent().quit();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  EXPECT_FALSE(log().has("trying to quit clamd"));
+}
+
+TEST_F(RecoveringAgent, LaunchesNoDaemonOnceItIsToQuit) {
+  crash();
+  desktop.application.duringWait = [this] {
+    desktop.application.duringWait = nullptr;
+    threads.run("quit");
+  };
+  agent().quit();
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\n: > '" + home.path() + "/late'\n");
+  agent().engine().setDaemonPaths(engine() + "/sbin/clamd", std::nullopt);
+  ScannerLink(agent()).recoverFromCrashedClamd();
+  EXPECT_FALSE(fileExists(home.path() + "/late"));
+}
+
+// A scanner of the agent's own that has a child, and none of the name "clamdscan" among them.
+class ScanningAgent : public WatchingAgent {
+ protected:
+  ScanningAgent() : WatchingAgent(HelperProgram::idle), scan(slowScanner()) {
+    EXPECT_TRUE(helper.waitForLaunches(1));
+  }
+  LaunchRequest slowScanner() const {
+    const std::string resources = helper.resourceFolder();
+    LaunchRequest request{"/bin/sh",
+                          {"-c", "(echo > '" + resources + "/launches'; sleep 1000); exit 3"}};
+    request.withItsChildren = true;
+    return request;
+  }
+  // The pipe of its output ends when the last of its processes has.
+  int statusAtTheEnd() {
+    const int status = scan.waitUntilExit([](std::string_view) { return true; });
+    return status;
+  }
+
+  ChildProcess scan;
+};
+
+TEST_F(ScanningAgent, EndsItsOwnScannersWhateverTheirNameWhenScansAreAborted) {
+  watch();
+  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  agent().abortScans();
+  EXPECT_EQ(statusAtTheEnd(), SIGKILL);
+  EXPECT_TRUE(agent().isWatching());
+}
+
+TEST_F(ScanningAgent, EndsItsScannersWhenItQuits) {
+  watch();
+  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  desktop.distributedNotificationCenter.deliver("VantrelQuilloShouldQuit");
+  EXPECT_EQ(statusAtTheEnd(), SIGKILL);
+}
+
+TEST_F(ScanningAgent, EndsAlsoAScannerThatBeginsWhileItQuits) {
+  watch();
+  agent().quit();
+  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  EXPECT_EQ(statusAtTheEnd(), SIGKILL);
+}
+
+}  // namespace
+}  // namespace quillo
