@@ -1,5 +1,6 @@
 #include <signal.h>
 
+#include <filesystem>
 #include <memory>
 #include <thread>
 
@@ -93,16 +94,19 @@ TEST_F(WatchingAgent, QuitsNoDaemonThatServedUnlistedBeforeItsLaunchSucceeded) {
 // An agent whose own daemon has crashed and is being launched again by a scanner.
 class RecoveringAgent : public WatchingAgent {
  protected:
+  // One program throughout: one that was only just written, while the agent's threads start others,
+  // may not be run (execve(2), ETXTBSY).
   void crash() {
     daemon.reset();
-    home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
+    home.writeProgram(
+        "engine/sbin/clamd",
+        "#!/bin/sh\ncd '" + home.path() + "'\n[ -e crashed ] || exit 0\n: > launched\necho > '" +
+            gate.resourceFolder() + "/launches'\nread line < '" + gate.resourceFolder() + "/go'\n");
     agent().applicationDidFinishLaunching();
     ASSERT_TRUE(helper.waitForLaunches(1));
-    home.writeProgram("engine/sbin/clamd", "#!/bin/sh\necho > '" + helper.resourceFolder() +
-                                               "/launches'\nread line < '" +
-                                               helper.resourceFolder() + "/go'\n");
+    home.write("crashed", "");
     recovery = std::thread([this] { ScannerLink(agent()).recoverFromCrashedClamd(); });
-    ASSERT_TRUE(helper.waitForLaunches(1));
+    ASSERT_TRUE(gate.waitForLaunches(1));
     log().clear();
   }
   void TearDown() override {
@@ -114,6 +118,8 @@ class RecoveringAgent : public WatchingAgent {
   }
   bool waits() const { return desktop.application.exits.empty(); }
 
+  // What the daemon reports to, and waits at.
+  HelperProgram gate{HelperProgram::idle};
   std::thread recovery;
 };
 
@@ -126,9 +132,7 @@ TEST_F(RecoveringAgent, QuitsTheDaemonOnceItCanBeTold) {
     agent().quit();
     EXPECT_TRUE(waits());
     clamd = std::make_unique<FakeClamd>(socketPath());
-    // One line is the watcher's helper's, should it still be there to read it.
-    helper.letGo();
-    helper.letGo();
+    gate.letGo();
   };
   agent().quit();
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
@@ -166,10 +170,10 @@ TEST_F(RecoveringAgent, LaunchesNoDaemonOnceItIsToQuit) {
     threads.run("quit");
   };
   agent().quit();
-  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\n: > '" + home.path() + "/late'\n");
+  std::filesystem::remove(home.path() + "/launched");
   agent().engine().setDaemonPaths(engine() + "/sbin/clamd", std::nullopt);
   ScannerLink(agent()).recoverFromCrashedClamd();
-  EXPECT_FALSE(fileExists(home.path() + "/late"));
+  EXPECT_FALSE(fileExists(home.path() + "/launched"));
 }
 
 // A scanner of the agent's own that has a child, and none of the name "clamdscan" among them.
