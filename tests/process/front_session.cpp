@@ -1,5 +1,6 @@
 // A daemon that lies, dies or is silent: no file is called clean whose answer did not come.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -9,7 +10,9 @@
 #include <utility>
 
 #include "posix/Text.h"
+#include "tests/fakes/ManualClock.h"
 #include "tests/process/FakeClientTree.h"
+#include "tools/clamdscan/DescriptorScan.h"
 
 namespace quillo::front {
 namespace {
@@ -273,6 +276,37 @@ TEST_F(FrontSession, WaitsForADaemonThatIsBusyWithOthersWork) {
   tree.daemon(SessionClamd::truth, manners);
   const FrontRun run = tree.scanWithPatience({path}, 400ms);
   EXPECT_EQ(run.output, path + ": OK\n");
+}
+
+TEST_F(FrontSession, BlamesNoFileForASessionThatWasSilentForItsReadersSake) {
+  // Each session ends after its first answer, as a daemon ends those that are silent for too long.
+  tree.addToDaemon("MaxThreads 3\nCommandReadTimeout 30\n");
+  tree.daemon([](const Question& question) -> Said {
+    return question.number == 1 ? Said(SessionClamd::truth(question)) : Said();
+  });
+  const EngineTree engine =
+      EngineTree::at(deletingLastPathComponent(deletingLastPathComponent(tree.configuration())));
+  Report report({-1, -1});
+  const Starter nobody(-1, -1);
+  DaemonLink link(engine, report, nobody, 10s);
+  ManualClock clock;
+  int clean = 0;
+  DescriptorScan::Limits limits;
+  limits.underWay = 3;
+  limits.silence = engine.manners.silence;
+  limits.patience = 300s;
+  DescriptorScan scan(link, nobody, clock, limits, [&](Job&, const Answer& answer) {
+    clean += answer.kind == Answer::Kind::clean ? 1 : 0;
+    clock.advance(31s);  // the reader took its time
+  });
+  for (const std::string& path : cleanFiles(9)) {
+    Job job;
+    job.entries.emplace_back();
+    job.file.reset(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    scan.add(std::move(job));
+  }
+  scan.finish();
+  EXPECT_EQ(clean, 9);
 }
 
 TEST_F(FrontSession, ScansNothingAtASocketInAFolderThatOthersMayWrite) {
