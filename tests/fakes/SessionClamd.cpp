@@ -19,6 +19,8 @@ struct SessionClamd::Session {
   bool open = false;
   int index = 0;
   int last = 0;
+  int pings = 0;
+  std::string held;
   std::string bytes;
   std::deque<UniqueFd> files;
 };
@@ -140,8 +142,11 @@ bool SessionClamd::obey(int link, const std::string& command, Session& session) 
     }
     ++pings_;
     const int number = ++session.last;
-    return !manners_.pongs ||
-           sendAll(link, std::to_string(number) + ": PONG" + std::string(1, '\0'));
+    std::string answer = std::to_string(number) + ": PONG" + std::string(1, '\0');
+    if (++session.pings == manners_.pongsBeforeAnswers) {
+      answer += session.held;
+    }
+    return !manners_.pongs || sendAll(link, answer);
   }
   if (command != "zFILDES" || session.files.empty()) {
     return false;
@@ -155,6 +160,10 @@ bool SessionClamd::obey(int link, const std::string& command, Session& session) 
   session.files.pop_front();
   const std::lock_guard hold(scripted_);
   const std::optional<std::string> answer = script_(question);
+  if (answer && session.pings < manners_.pongsBeforeAnswers) {
+    session.held += *answer;
+    return true;
+  }
   return answer && (answer->empty() || sendAll(link, *answer));
 }
 

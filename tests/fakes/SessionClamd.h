@@ -25,9 +25,10 @@ class SessionClamd {
   // session, but never by two at once.
   using Script = std::function<std::optional<std::string>(const Question& question)>;
   struct Manners {
-    bool pongs = true;       // whether PINGs in sessions are answered
-    bool alive = true;       // whether those of newcomers are
-    bool lastVisit = false;  // nobody listens any more once the first session is over
+    bool pongs = true;           // whether PINGs in sessions are answered
+    bool alive = true;           // whether those of newcomers are
+    int pongsBeforeAnswers = 0;  // what the script says is held back for so many
+    bool lastVisit = false;      // nobody listens any more once the first session is over
   };
 
   SessionClamd(const std::string& path, Script script, Manners manners);

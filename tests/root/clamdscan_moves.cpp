@@ -57,6 +57,41 @@ TEST_F(FrontOnClamd, ScansWithoutMovingWhenTheMoveFolderIsUnusable) {
   EXPECT_TRUE(ScratchFolder::exists(infected));
 }
 
+TEST_F(FrontOnClamd, MovesNothingIntoAFolderOfOthers) {
+  startDaemon();
+  user = ordinaryUser;
+  const std::string infected = files.file("infected", eicar());
+  ASSERT_EQ(chown(files.path().c_str(), user, user), 0);
+  const std::string theirs = tree.makeFolder("theirs");
+  const std::string open = tree.makeFolder("open");
+  ASSERT_EQ(chown(open.c_str(), user, user), 0);
+  for (const std::string& folder : {theirs, open}) {
+    ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
+    const char* reason = folder == open ? "others may write to it" : "it belongs to somebody else";
+    EXPECT_EQ(scan({infected}, {"--move=" + folder}), "ERROR: --move=" + folder + ": " + reason +
+                                                          "; infected files stay where they are\n" +
+                                                          found(infected));
+  }
+  EXPECT_TRUE(ScratchFolder::exists(infected));
+}
+
+TEST_F(FrontOnClamd, TakesTheRightToRunWhatItMovesOutOfAFolder) {
+  startDaemon();
+  user = ordinaryUser;
+  const std::string infected = files.file("deep/infected", eicar());
+  for (const std::string& path : {infected, files.at("deep"), files.path()}) {
+    ASSERT_EQ(chown(path.c_str(), user, user), 0);
+  }
+  ASSERT_EQ(chmod(infected.c_str(), 06755), 0);
+  const std::string quarantine = tree.makeFolder("q");
+  ASSERT_EQ(chown(quarantine.c_str(), user, user), 0);
+  EXPECT_EQ(scan({files.path()}, {"--move=" + quarantine}),
+            found(infected) + infected + ": moved to '" + quarantine + "/infected'\n");
+  struct stat moved = {};
+  ASSERT_EQ(stat((quarantine + "/infected").c_str(), &moved), 0);
+  EXPECT_EQ(moved.st_mode & 07777U, 0644U);
+}
+
 TEST_F(FrontOnClamd, SaysThatAFileCouldNotBeMoved) {
   startDaemon();
   user = ordinaryUser;

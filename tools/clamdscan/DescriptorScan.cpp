@@ -192,7 +192,7 @@ void DescriptorScan::askAfterSilence() {
   giveUp(stalled);
 }
 
-void DescriptorScan::lose(const std::string& reason) {
+void DescriptorScan::lose(std::string reason) {
   bool overFiles = false;
   for (Item& item : items_) {
     overFiles = overFiles || !item.answer;
@@ -211,15 +211,14 @@ void DescriptorScan::lose(const std::string& reason) {
     return;  // it was idle; the next file gets another
   }
   if (lossesInARow_ > mostLosses) {
-    link_.giveUp(reason);
-    giveUp(reason);
+    giveUp(std::move(reason));
   } else if (!link_.answers()) {
     link_.announceLoss();
     giveUp(link_.problem());
   }
 }
 
-void DescriptorScan::giveUp(const std::string& reason) {
+void DescriptorScan::giveUp(std::string reason) {
   link_.giveUp(reason);
   for (Item& item : items_) {
     item.number = 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -19,6 +21,7 @@ namespace quillo::front {
 struct Job {
   std::vector<Entry> entries;  // the names under which it was asked for
   UniqueFd file;
+  off_t size = 0;  // when it was opened
   bool inFolder = false;
 };
 
@@ -70,8 +73,9 @@ class DescriptorScan {
   void takeAnswers();
   void take(const SessionAnswer& said);
   void askAfterSilence();
-  void lose(const std::string& reason);
-  void giveUp(const std::string& reason);
+  // By value: what they end may hold the text.
+  void lose(std::string reason);
+  void giveUp(std::string reason);
   void handOver();
   std::size_t underWay() const;
   int nextLook() const;

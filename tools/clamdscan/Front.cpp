@@ -192,8 +192,13 @@ UniqueFd Front::openWith(const Opener& opener) {
   }
 }
 
+UniqueFd Front::openIn(int folder, const char* name) {
+  constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  return openWith([&] { return UniqueFd(openat(folder, name, flags)); });
+}
+
 void Front::scan(Job job) {
-  std::string problem = job.file ? judge_.objection(job.file.get()) : reasonText(errno);
+  std::string problem = job.file ? judge_.objection(job) : reasonText(errno);
   if (problem.empty()) {
     scan_.add(std::move(job));
   } else {
@@ -202,10 +207,20 @@ void Front::scan(Job job) {
 }
 
 void Front::scanFiles(std::vector<Entry> files) {
+  // Files of one folder come together.
+  std::string folderPath;
+  UniqueFd folder;
   for (Job& job : jobsFor(std::move(files))) {
-    // Not through anything that became a link since.
-    job.file =
-        openWith([&] { return openWithoutLinks(job.entries.front().path, O_RDONLY | O_NOFOLLOW); });
+    const std::string& path = job.entries.front().path;
+    if (const std::string needed = deletingLastPathComponent(path);
+        !folder || needed != folderPath) {
+      // Not through anything that became a link since.
+      folder = openWith([&] { return openWithoutLinks(needed, O_PATH | O_DIRECTORY); });
+      folderPath = needed;
+    }
+    if (folder) {
+      job.file = openIn(folder.get(), std::string(lastPathComponent(path)).c_str());
+    }
     scan(std::move(job));
   }
   scan_.finish();
@@ -215,10 +230,7 @@ bool Front::scanInFolder(const Entry& folder, int parent, const char* name,
                          const std::string& path) {
   Job job;
   job.inFolder = true;
-  job.file = openWith([&] {
-    return UniqueFd(
-        openat(parent, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  });
+  job.file = openIn(parent, name);
   const int error = errno;
   Entry entry;
   entry.kind = Entry::Kind::file;

@@ -38,6 +38,7 @@ class Front {
   void scan(Job job);
   template <typename Opener>
   UniqueFd openWith(const Opener& opener);
+  UniqueFd openIn(int folder, const char* name);
   void writeSummary(std::chrono::system_clock::time_point start, Clock::Duration length);
 
   const CommandLine& asked_;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 
 #include "tools/clamdscan/Paths.h"
@@ -14,10 +15,15 @@ bool isLimitAlert(std::string_view threat) {
 }
 
 void Judge::pass(const Job& job, const Answer& answer) {
+  const std::string doubt = answer.kind == Answer::Kind::clean ? whyNotClean(job) : std::string();
   for (const Entry& entry : job.entries) {
     switch (answer.kind) {
       case Answer::Kind::clean:
-        clean(entry, job);
+        if (!doubt.empty()) {
+          report_.notScanned(entry.shown, doubt, entry.target());
+        } else if (!job.inFolder) {
+          report_.clean(entry.shown, entry.target());
+        }
         break;
       case Answer::Kind::infected:
         infected(entry, job.file.get(), answer.text);
@@ -37,29 +43,30 @@ std::string Judge::tooLargeText() const {
   return "larger than the limit of " + sizeText(limits_.largestFile);
 }
 
-// The engine calls also what it cannot read clean.
-std::string Judge::objection(int file) const {
+std::string Judge::objection(Job& job) const {
   struct stat status = {};
-  if (fstat(file, &status) != 0) {
+  if (fstat(job.file.get(), &status) != 0) {
     return reasonText(errno);
   }
+  job.size = status.st_size;
   if (!S_ISREG(status.st_mode)) {
     return typeText(status.st_mode);
   }
-  if (isTooLarge(status)) {
-    return tooLargeText();
-  }
-  char byte = 0;
-  return pread(file, &byte, 1, 0) < 0 ? reasonText(errno) : std::string();
+  return isTooLarge(status) ? tooLargeText() : std::string();
 }
 
-void Judge::clean(const Entry& entry, const Job& job) {
-  struct stat now = {};
-  if (fstat(job.file.get(), &now) == 0 && isTooLarge(now)) {
-    report_.notScanned(entry.shown, tooLargeText(), entry.target());
-  } else if (!job.inFolder) {
-    report_.clean(entry.shown, entry.target());
+// The engine calls also what it could not read clean, and what has become too large. What is read
+// here, at the end that the file had, tells of both.
+std::string Judge::whyNotClean(const Job& job) const {
+  std::array<char, 2> bytes;
+  const off_t last = job.size == 0 ? 0 : job.size - 1;
+  const ssize_t count = pread(job.file.get(), bytes.data(), bytes.size(), last);
+  if (count < 0) {
+    return reasonText(errno);
   }
+  struct stat now = {};
+  const bool grown = last + count > job.size;
+  return grown && fstat(job.file.get(), &now) == 0 && isTooLarge(now) ? tooLargeText() : "";
 }
 
 void Judge::infected(const Entry& entry, int file, std::string_view threat) {

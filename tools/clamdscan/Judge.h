@@ -27,12 +27,12 @@ class Judge {
 
   void noMoving(const std::string& reason) { unmovable_ = reason; }
   void pass(const Job& job, const Answer& answer);
-  // Why a file that has just been opened is not to be sent to the daemon: it is no file, larger
-  // than what the engine looks at, or cannot be read. "" otherwise.
-  std::string objection(int file) const;
+  // Why a file that has just been opened is not to be sent to the daemon: it is no file, or larger
+  // than what the engine looks at. "" otherwise, and `size` is known then.
+  std::string objection(Job& job) const;
 
  private:
-  void clean(const Entry& entry, const Job& job);
+  std::string whyNotClean(const Job& job) const;
   void infected(const Entry& entry, int file, std::string_view threat);
   void moveAway(Verdict& verdict, const Entry& entry, int file);
   bool isTooLarge(const struct stat& status) const;

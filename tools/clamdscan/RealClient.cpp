@@ -64,7 +64,8 @@ bool isForRealClient(const EngineTree& tree, const CommandLine& asked) {
 }
 
 void becomeRealClient(const EngineTree& tree, const CommandLine& asked,
-                      const std::vector<std::string>& words, Report& report, bool endsWithStarter) {
+                      const std::vector<std::string>& words, Report& report,
+                      const Starter* starter) {
   if (isThisProgram(tree.realClient)) {
     report.error("ERROR: " + tree.realClient + " is to be the real client, but is this program");
     return;
@@ -76,8 +77,9 @@ void becomeRealClient(const EngineTree& tree, const CommandLine& asked,
     argv.push_back(word.data());
   }
   argv.push_back(nullptr);
-  if (endsWithStarter) {
+  if (starter != nullptr) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    starter->check();  // one that went before sends no signal
   }
   execv(tree.realClient.c_str(), argv.data());
   report.error("ERROR: " + tree.realClient + " cannot be run: " + reasonText(errno));

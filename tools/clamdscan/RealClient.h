@@ -6,6 +6,7 @@
 #include "tools/clamdscan/CommandLine.h"
 #include "tools/clamdscan/EngineTree.h"
 #include "tools/clamdscan/Report.h"
+#include "tools/clamdscan/Starter.h"
 
 namespace quillo::front {
 
@@ -14,9 +15,11 @@ namespace quillo::front {
 
 // Whether what was asked is for it.
 bool isForRealClient(const EngineTree& tree, const CommandLine& asked);
-// This process becomes that client, with the tree's configuration. It ends with the starter if
-// `endsWithStarter`. Returns only when it cannot, which has been said then.
+// This process becomes that client, with the tree's configuration, and ends with the thread of
+// `starter` that runs it, if there is one. Returns only when it cannot, which has been said then;
+// throws Starter::Gone.
 void becomeRealClient(const EngineTree& tree, const CommandLine& asked,
-                      const std::vector<std::string>& words, Report& report, bool endsWithStarter);
+                      const std::vector<std::string>& words, Report& report,
+                      const Starter* starter);
 
 }  // namespace quillo::front

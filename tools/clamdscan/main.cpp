@@ -35,13 +35,13 @@ int run(const std::vector<std::string>& words) {
   std::optional<VerdictSender> channel = VerdictSender::fromEnvironment();
   Report report({STDOUT_FILENO, asked.toStdout ? STDOUT_FILENO : STDERR_FILENO, asked.infectedOnly,
                  asked.quiet, channel ? &*channel : nullptr});
+  const Starter starter(channel ? channel->descriptor() : -1, STDOUT_FILENO);
   if (isForRealClient(tree, asked)) {
-    becomeRealClient(tree, asked, words, report, channel.has_value());
+    becomeRealClient(tree, asked, words, report, channel ? &starter : nullptr);
     report.flush();
     return report.exitStatus();
   }
   SystemClock clock;
-  const Starter starter(channel ? channel->descriptor() : -1, STDOUT_FILENO);
   return Front(tree, asked, report, clock, starter).run();
 }
 
@@ -51,6 +51,8 @@ int run(const std::vector<std::string>& words) {
 int main(int argc, char** argv) {
   try {
     return quillo::front::run(std::vector<std::string>(argv + 1, argv + argc));
+  } catch (const quillo::front::Starter::Gone&) {
+    return 2;
   } catch (const std::exception& problem) {
     const std::string line = std::string("ERROR: clamdscan: ") + problem.what() + "\n";
     return write(STDOUT_FILENO, line.data(), line.size()) < 0 ? 3 : 2;
