@@ -1,17 +1,24 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <future>
 
 #include "clamav/Accounts.h"
+#include "posix/UniqueFd.h"
 #include "tests/root/TreeOnMachine.h"
+#include "tests/root/support/StandInProcess.h"
 
 namespace quillo {
 namespace {
+
+using tests::StandInProcess;
 
 struct stat statusOf(const std::string& file) {
   struct stat status = {};
@@ -98,6 +105,62 @@ TEST_F(TreeOnMachine, ComesBackAfterTheTemporaryFolderWasEmptied) {
   EXPECT_EQ(startDaemon(0, root).status, 0);
   EXPECT_EQ(socketOf(root), socket);
   EXPECT_TRUE(answers(socket));
+}
+
+TEST_F(TreeOnMachine, MakesTheSocketsFolderAnewAtEachStartUnderItsName) {
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  ASSERT_EQ(startDaemon(ordinaryUser, root).status, 0);
+  const std::string socket = socketOf(root);
+  const std::string folder = std::filesystem::path(socket).parent_path();
+  write(folder + "/left-over", "", ordinaryUser);
+  endDaemons();
+  ASSERT_EQ(startDaemon(ordinaryUser, root).status, 0);
+  EXPECT_EQ(socketOf(root), socket);
+  EXPECT_TRUE(answers(socket));
+  EXPECT_FALSE(std::filesystem::exists(folder + "/left-over"));
+}
+
+TEST_F(TreeOnMachine, PutsItsSocketIntoTheUsersRuntimeFolder) {
+  const std::string runtime = path("run");
+  std::filesystem::create_directory(runtime);
+  ASSERT_EQ(chown(runtime.c_str(), ordinaryUser, ordinaryUser), 0);
+  ASSERT_EQ(chmod(runtime.c_str(), 0700), 0);
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  const std::string sbin = root + "/sbin/clamd";
+  EXPECT_EQ(run(ordinaryUser, "/usr/bin/env", {"XDG_RUNTIME_DIR=" + runtime, sbin}).status, 0);
+  EXPECT_EQ(socketOf(root).compare(0, runtime.size() + 1, runtime + "/"), 0) << socketOf(root);
+  EXPECT_TRUE(answers(socketOf(root)));
+  EXPECT_EQ(scan(ordinaryUser, root, eicarFile()).status, 1);
+}
+
+TEST_F(TreeOnMachine, IsNotHeldUpByAStrangerWhoLocksItsFolders) {
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  const std::string folder = std::filesystem::path(socketOf(root)).parent_path();
+  std::vector<UniqueFd> locks;
+  for (const std::string& name : {root, root + "/etc", root + "/db", folder}) {
+    locks.emplace_back(open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(locks.back().get(), LOCK_EX | LOCK_NB), 0) << name;
+  }
+  auto started =
+      std::async(std::launch::async, [&, this] { return startDaemon(ordinaryUser, root).status; });
+  EXPECT_EQ(started.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+  locks.clear();
+  EXPECT_EQ(started.get(), 0);
+}
+
+// A set-user-ID program is root's at work, and bears the name that its starter gave it.
+TEST_F(TreeOnMachine, IsServedByNoProcessThatAStrangerCallsTheMachinesDaemon) {
+  write("/etc/clamav/clamd.conf", "LocalSocket " + path("nobody") + "\n");
+  const std::string imposter = path("clamd");
+  std::filesystem::copy_file("/bin/cat", imposter);
+  ASSERT_EQ(chmod(imposter.c_str(), 04755), 0);
+  const StandInProcess process(otherUser, imposter, {"/usr/sbin/clamd"});
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  EXPECT_NE(socketOf(root), path("nobody"));
 }
 
 TEST_F(TreeOnMachine, ServesAnOrdinaryUserWithNothingOfRoots) {

@@ -61,6 +61,7 @@ class TreeSandbox {
     places.patience = std::chrono::milliseconds(200);
     places.processes = path("proc");
     places.temporary = path("socket-place");
+    places.runtime = path("runtime");  // which is not there
     places.appArmorSwitch = path("machine/apparmor");
     places.appArmorProfiles = path("profiles");
     return places;

@@ -1,10 +1,14 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "posix/PlatformException.h"
+#include "posix/UniqueFd.h"
 #include "tests/support/TreeSandbox.h"
 #include "tools/engine-tree/SocketFolder.h"
 #include "tools/engine-tree/TreeFolder.h"
@@ -87,54 +91,144 @@ TEST(TreeFolder, LeavesAFileThatIsRightAlone) {
   EXPECT_EQ(modeOf(sandbox.path("tree/file")), 0755U);
 }
 
-TEST(SocketFolder, IsPrivateAndKeptByTheNextRun) {
-  const TreeSandbox sandbox;
-  const std::string first = chooseSocketFolder(sandbox.path("tools"), ownAccount(), false, "");
+class SocketFolder : public testing::Test {
+ protected:
+  SocketFolderRequest request(const std::string& remembered = "") const {
+    return {sandbox.path("socket-place"), ownAccount(), false, remembered};
+  }
+  std::string runtimeFolder(mode_t mode = 0700) const {
+    const std::string folder = sandbox.path("runtime");
+    std::filesystem::create_directory(folder);
+    EXPECT_EQ(chmod(folder.c_str(), mode), 0);
+    return folder;
+  }
+  std::string place(const std::string& runtime) const {
+    MachinePlaces places = sandbox.places();
+    places.runtime = runtime;
+    return socketPlace(places, false);
+  }
+
+  TreeSandbox sandbox;
+  const std::string first = keepSocketFolder(request());
+};
+
+TEST_F(SocketFolder, IsPrivateAndKeptByTheNextRun) {
   EXPECT_EQ(modeOf(first), 0700U);
-  EXPECT_EQ(chooseSocketFolder(sandbox.path("tools"), ownAccount(), false, first), first);
+  EXPECT_EQ(keepSocketFolder(request(first)), first);
 }
 
-TEST(SocketFolder, IsMadeAgainUnderItsNameAfterAReboot) {
-  const TreeSandbox sandbox;
-  const std::string first = chooseSocketFolder(sandbox.path("tools"), ownAccount(), false, "");
+TEST_F(SocketFolder, IsMadeAgainUnderItsNameAfterAReboot) {
   ASSERT_EQ(rmdir(first.c_str()), 0);
-  EXPECT_EQ(chooseSocketFolder(sandbox.path("tools"), ownAccount(), false, first), first);
+  EXPECT_EQ(keepSocketFolder(request(first)), first);
   EXPECT_EQ(modeOf(first), 0700U);
 }
 
-TEST(SocketFolder, IsNotTakenFromWhoeverOpenedItToOthers) {
-  const TreeSandbox sandbox;
-  const std::string first = chooseSocketFolder(sandbox.path("tools"), ownAccount(), false, "");
+TEST_F(SocketFolder, IsNotTakenFromWhoeverOpenedItToOthers) {
   ASSERT_EQ(chmod(first.c_str(), 0770), 0);
-  const std::string second = chooseSocketFolder(sandbox.path("tools"), ownAccount(), false, first);
+  const std::string second = keepSocketFolder(request(first));
   EXPECT_NE(second, first);
   EXPECT_EQ(modeOf(second), 0700U);
 }
 
-TEST(SocketFolder, IsNeverALinkThatSomebodyPlanted) {
-  const TreeSandbox sandbox;
-  const std::string first = chooseSocketFolder(sandbox.path("tools"), ownAccount(), false, "");
+TEST_F(SocketFolder, IsNeverALinkThatSomebodyPlanted) {
   ASSERT_EQ(rename(first.c_str(), sandbox.path("elsewhere").c_str()), 0);
   ASSERT_EQ(symlink(sandbox.path("elsewhere").c_str(), first.c_str()), 0);
-  EXPECT_NE(chooseSocketFolder(sandbox.path("tools"), ownAccount(), false, first), first);
+  EXPECT_NE(keepSocketFolder(request(first)), first);
+  EXPECT_NE(renewSocketFolder(request(first)), first);
 }
 
-TEST(SocketFolder, IsNotAFolderOfSomeOtherName) {
-  const TreeSandbox sandbox;
+TEST_F(SocketFolder, IsNotAFolderOfSomeOtherName) {
   const std::string tools = sandbox.path("tools");
   ASSERT_EQ(chmod(tools.c_str(), 0700), 0);
-  EXPECT_NE(chooseSocketFolder(sandbox.path("proc"), ownAccount(), false, tools), tools);
+  EXPECT_NE(keepSocketFolder(request(tools)), tools);
+  EXPECT_NE(renewSocketFolder(request(tools)), tools);
+  EXPECT_TRUE(std::filesystem::exists(tools + "/clamdscan"));
 }
 
-TEST(SocketFolder, FailsWithTheReasonWhenNoneCanBeMade) {
+TEST_F(SocketFolder, IsMadeAnewUnderItsNameForADaemonAboutToStart) {
+  struct stat before = {};
+  ASSERT_EQ(stat(first.c_str(), &before), 0);
+  std::filesystem::create_directories(first + "/scratch/deep");
+  std::ofstream(first + "/scratch/deep/file") << "left over";
+  std::ofstream(first + "/clamd.sock") << "left over";
+  const std::string target = sandbox.path("tools");
+  ASSERT_EQ(symlink(target.c_str(), (first + "/scratch/link").c_str()), 0);
+  EXPECT_EQ(renewSocketFolder(request(first)), first);
+  EXPECT_TRUE(std::filesystem::is_empty(first));
+  EXPECT_TRUE(std::filesystem::exists(target + "/clamdscan"));
+  EXPECT_EQ(modeOf(first), 0700U);
+}
+
+TEST_F(SocketFolder, IsNotRemovedWhenSomebodyElseHasIt) {
+  std::ofstream(first + "/file") << "his";
+  ASSERT_EQ(chmod(first.c_str(), 0755), 0);
+  EXPECT_NE(renewSocketFolder(request(first)), first);
+  EXPECT_TRUE(std::filesystem::exists(first + "/file"));
+}
+
+TEST_F(SocketFolder, LeavesNothingBehindInAPlaceThatIsNotTheRightOneAnyMore) {
+  const std::string runtime = runtimeFolder();
+  SocketFolderRequest moved = request(first);
+  moved.place = runtime;
+  const std::string second = renewSocketFolder(moved);
+  EXPECT_EQ(second.compare(0, runtime.size() + 1, runtime + "/"), 0);
+  EXPECT_FALSE(std::filesystem::exists(first));
+}
+
+TEST_F(SocketFolder, StaysWhereADaemonMayBeListening) {
+  SocketFolderRequest moved = request(first);
+  moved.place = runtimeFolder();
+  EXPECT_EQ(keepSocketFolder(moved), first);
+}
+
+TEST_F(SocketFolder, LiesInTheUsersRuntimeFolderWhereThatIsHisAlone) {
+  EXPECT_EQ(place(runtimeFolder()), sandbox.path("runtime"));
+  EXPECT_EQ(place(runtimeFolder(0750)), sandbox.places().temporary);
+  EXPECT_EQ(place(""), sandbox.places().temporary);
+  EXPECT_EQ(place(sandbox.path("missing")), sandbox.places().temporary);
+  EXPECT_EQ(place("/"), sandbox.places().temporary);
+}
+
+TEST_F(SocketFolder, LiesWhereTheConfinedDaemonMayMakeIt) {
+  const std::string runtime = runtimeFolder();
+  sandbox.write("machine/apparmor", "Y\n");
+  sandbox.write("profiles/usr.sbin.clamd", "");
+  EXPECT_EQ(place(runtime), sandbox.places().temporary);
+  sandbox.write("machine/apparmor", "N\n");
+  EXPECT_EQ(place(runtime), runtime);
+}
+
+TEST_F(SocketFolder, HasAnAsciiPathWhateverTheUserIsCalled) {
+  const std::string umlaut = sandbox.path("m\xC3\xBCller");
+  std::filesystem::create_directory(umlaut);
+  ASSERT_EQ(chmod(umlaut.c_str(), 0700), 0);
+  EXPECT_EQ(place(umlaut), sandbox.places().temporary);
+  const std::string blank = sandbox.path("an na");
+  std::filesystem::create_directory(blank);
+  ASSERT_EQ(chmod(blank.c_str(), 0700), 0);
+  EXPECT_EQ(place(blank), sandbox.places().temporary);
+}
+
+TEST_F(SocketFolder, FailsWithTheReasonWhenNoneCanBeMade) {
+  SocketFolderRequest nowhere = request();
+  nowhere.place = "/nonexistent";
   try {
-    chooseSocketFolder("/nonexistent", ownAccount(), false, "");
+    keepSocketFolder(nowhere);
     FAIL();
   } catch (const PlatformException& failure) {
     EXPECT_EQ(failure.reason(),
               "cannot make a folder for the socket of clamd in /nonexistent: "
               "No such file or directory");
   }
+}
+
+TEST(TreeFolder, LocksAFileThatNobodyElseCanOpen) {
+  const TreeSandbox sandbox;
+  const TreeFolder folder = TreeFolder::openOrMake(sandbox.path("tree"));
+  const UniqueFd turn = folder.lock(".lock");
+  EXPECT_EQ(modeOf(sandbox.path("tree/.lock")), 0600U);
+  const UniqueFd other(open(sandbox.path("tree/.lock").c_str(), O_RDWR | O_CLOEXEC));
+  EXPECT_NE(flock(other.get(), LOCK_EX | LOCK_NB), 0);
 }
 
 }  // namespace

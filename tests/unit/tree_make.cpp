@@ -1,12 +1,17 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <map>
 
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
+#include "posix/UniqueFd.h"
 #include "tests/support/TreeSandbox.h"
 
 namespace quillo {
@@ -153,6 +158,40 @@ TEST(EngineTree, IsDescribedInAFewLines) {
   EXPECT_EQ(lines[0], "Engine tree: " + sandbox.path("tree"));
   EXPECT_NE(lines[1].find("private clamd"), std::string::npos);
   EXPECT_NE(lines[2].find("EICAR"), std::string::npos);
+}
+
+// Everybody who can read a folder can lock it, for as long as he likes.
+TEST(EngineTree, IsNotHeldUpByWhoeverLocksItsFolders) {
+  const TreeSandbox sandbox;
+  makeTree(sandbox.request());
+  std::vector<UniqueFd> locks;
+  for (const char* name : {"tree", "tree/etc", "tree/db"}) {
+    locks.emplace_back(open(sandbox.path(name).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(locks.back().get(), LOCK_EX | LOCK_NB), 0) << name;
+  }
+  auto made = std::async(std::launch::async, [&sandbox] { makeTree(sandbox.request()); });
+  EXPECT_EQ(made.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+  locks.clear();
+  made.get();
+}
+
+TEST(EngineTree, NamesTheAccountOfTheMachinesDaemonWhoseSocketIsTrusted) {
+  TreePlan plan;
+  plan.machine.state = DaemonState::answers;
+  plan.machine.socket = "/run/s";
+  plan.machine.account = "vscan";
+  EXPECT_EQ(ClamConf::parse(clamdConfText(plan)).value("User"), "vscan");
+}
+
+TEST(EngineTree, UnpacksNothingIntoTheUsersRuntimeFolder) {
+  const TreeSandbox sandbox;
+  TreeRequest request = sandbox.request();
+  EXPECT_NE(clamdConfText(makeTree(request)).find("TemporaryDirectory"), std::string::npos);
+  std::filesystem::create_directory(request.places.runtime);
+  ASSERT_EQ(chmod(request.places.runtime.c_str(), 0700), 0);
+  const TreePlan plan = refreshTree(request.root, request.places, SocketFolderUse::renew);
+  EXPECT_EQ(plan.socket().find(request.places.runtime + "/vantrel-clamd-"), 0U);
+  EXPECT_EQ(clamdConfText(plan).find("TemporaryDirectory"), std::string::npos);
 }
 
 TEST(EngineTree, LiesInTheUsersDataFolder) {

@@ -15,12 +15,16 @@ std::string contentOf(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-bool confines(const MachinePlaces& places, const std::string& profile) {
+bool isInForce(const MachinePlaces& places, const std::string& profile) {
   const std::string& folder = places.appArmorProfiles;
   return contentOf(places.appArmorSwitch).rfind('Y', 0) == 0 && exists(folder + "/" + profile) &&
-         !exists(folder + "/disable/" + profile) &&
-         !exists(folder + "/force-complain/" + profile) &&
-         contentOf(folder + "/local/" + profile).find("vantrel") == std::string::npos;
+         !exists(folder + "/disable/" + profile) && !exists(folder + "/force-complain/" + profile);
+}
+
+bool confines(const MachinePlaces& places, const std::string& profile) {
+  return isInForce(places, profile) &&
+         contentOf(places.appArmorProfiles + "/local/" + profile).find("vantrel") ==
+             std::string::npos;
 }
 
 std::string hint(const MachinePlaces& places, const std::string& program,
@@ -50,5 +54,7 @@ std::vector<std::string> confinementHints(const TreePlan& plan, const MachinePla
   }
   return hints;
 }
+
+bool isDaemonConfined(const MachinePlaces& places) { return isInForce(places, "usr.sbin.clamd"); }
 
 }  // namespace quillo

@@ -13,4 +13,8 @@ namespace quillo {
 std::vector<std::string> confinementHints(const TreePlan& plan, const MachinePlaces& places,
                                           const std::string& toolFolder);
 
+// Whether a profile of AppArmor's is in force for clamd. What an administrator added for the tree
+// opens the tree only, not the user's runtime folder. Any thread.
+bool isDaemonConfined(const MachinePlaces& places);
+
 }  // namespace quillo

@@ -14,6 +14,7 @@ namespace quillo {
 namespace {
 
 constexpr char launchConf[] = "launch.conf";
+constexpr char treeLock[] = ".lock";
 
 std::string ownerOf(const std::string& folder) {
   struct stat status = {};
@@ -24,7 +25,20 @@ std::string machineDefinitions(const TreePlan& plan, const MachinePlaces& places
   return plan.machine.options.value("DatabaseDirectory", places.definitions);
 }
 
-TreePlan planTree(const TreeFolder& root, bool machineWide, const MachinePlaces& places) {
+void chooseSocketFolder(TreePlan& plan, const std::string& remembered, SocketFolderUse use,
+                        const MachinePlaces& places) {
+  const SocketFolderRequest request{socketPlace(places, plan.machineWide), plan.account,
+                                    plan.machineWide, remembered};
+  plan.socketFolder =
+      use == SocketFolderUse::renew ? renewSocketFolder(request) : keepSocketFolder(request);
+  // The user's runtime folder lies in memory, and is no place for what an archive unpacks to.
+  const bool isTemporary =
+      plan.socketFolder.compare(0, places.temporary.size() + 1, places.temporary + "/") == 0;
+  plan.scratch = isTemporary ? plan.socketFolder : "";
+}
+
+TreePlan planTree(const TreeFolder& root, bool machineWide, const MachinePlaces& places,
+                  SocketFolderUse use) {
   TreePlan plan;
   plan.root = root.path();
   plan.machineWide = machineWide;
@@ -37,8 +51,7 @@ TreePlan planTree(const TreeFolder& root, bool machineWide, const MachinePlaces&
   plan.updaterAdditions = etc.read("freshclam.local").value_or("");
   plan.socketFolder = parseLaunchConf(etc.read(launchConf).value_or("")).socketFolder;
   if (!plan.usesMachineDaemon()) {
-    plan.socketFolder =
-        chooseSocketFolder(places.temporary, plan.account, machineWide, plan.socketFolder);
+    chooseSocketFolder(plan, plan.socketFolder, use, places);
   }
   plan.definitions = machineDefinitions(plan, places);
   if (!plan.usesMachineDaemon() && !definitionsIn(plan.definitions).any()) {
@@ -84,8 +97,8 @@ TreePlan makeTree(const TreeRequest& request) {
   const std::string launcher = programIn(request.toolFolder, "engine-launcher");
   installedPrograms(request.places);  // before anything is made
   const TreeFolder root = TreeFolder::openOrMake(request.root);
-  root.lock();
-  const TreePlan plan = planTree(root, request.machineWide, request.places);
+  const UniqueFd turn = root.lock(treeLock);
+  const TreePlan plan = planTree(root, request.machineWide, request.places, SocketFolderUse::keep);
   writeConfiguration(root, plan);
   const TreeFolder bin = root.subfolder("bin");
   bin.write("clamdscan", front, 0755);
@@ -94,11 +107,11 @@ TreePlan makeTree(const TreeRequest& request) {
   return plan;
 }
 
-TreePlan refreshTree(const std::string& root, const MachinePlaces& places) {
+TreePlan refreshTree(const std::string& root, const MachinePlaces& places, SocketFolderUse use) {
   const TreeFolder folder = TreeFolder::openOrMake(root);
-  folder.lock();
+  const UniqueFd turn = folder.lock(treeLock);
   const std::string before = folder.subfolder("etc").read(launchConf).value_or("");
-  const TreePlan plan = planTree(folder, parseLaunchConf(before).machineWide, places);
+  const TreePlan plan = planTree(folder, parseLaunchConf(before).machineWide, places, use);
   writeConfiguration(folder, plan);
   return plan;
 }

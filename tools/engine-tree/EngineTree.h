@@ -23,8 +23,11 @@ struct TreeRequest {
 // written; each file is then the old or the new one. One run at a time: a second one waits.
 TreePlan makeTree(const TreeRequest& request);
 
-// The same for a tree that exists, without its programs: what starting the daemon needs.
-TreePlan refreshTree(const std::string& root, const MachinePlaces& places);
+// The same for a tree that exists, without its programs. For a daemon about to start nothing is
+// taken over from the folder of the last one's socket, see renewSocketFolder().
+enum class SocketFolderUse { keep, renew };
+TreePlan refreshTree(const std::string& root, const MachinePlaces& places,
+                     SocketFolderUse use = SocketFolderUse::keep);
 
 // What was made, in plain words, one line each.
 std::vector<std::string> describe(const TreePlan& plan, const TreeRequest& request);

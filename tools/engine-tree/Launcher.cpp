@@ -1,7 +1,6 @@
 #include "tools/engine-tree/Launcher.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -43,9 +42,10 @@ LaunchConf storedConf(const std::string& root) {
 }
 
 // A tree for everyone is root's: another user takes it as it stands.
-LaunchConf currentConf(const std::string& root, const MachinePlaces& places) {
+LaunchConf currentConf(const std::string& root, const MachinePlaces& places,
+                       SocketFolderUse use = SocketFolderUse::keep) {
   try {
-    return parseLaunchConf(launchConfText(refreshTree(root, places)));
+    return parseLaunchConf(launchConfText(refreshTree(root, places, use)));
   } catch (const PlatformException& failure) {
     std::fprintf(stderr, "engine tree not brought up to date: %s\n", failure.what());
     return storedConf(root);
@@ -71,17 +71,30 @@ DaemonState privateDaemon(const LaunchConf& conf) {
   return pingDaemon(conf.socketFolder + "/clamd.sock", trusted, reloadPatience);
 }
 
+// None in somebody else's tree, whose daemon this user does not start anyway.
+UniqueFd turnIn(const std::string& root, const std::string& lock) {
+  try {
+    return TreeFolder::openOrMake(root).subfolder("etc").lock(lock);
+  } catch (const PlatformException&) {
+    return UniqueFd();
+  }
+}
+
 // Two scanners may find the daemon dead at once: the second one waits until the first has started
 // it, lest two of them load gigabytes for one socket.
-int startOnce(const LaunchConf& conf, const std::string& configuration) {
-  const UniqueFd lock(open(conf.socketFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  while (lock && flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
-  }
+int startOnce(const std::string& root, const std::string& configuration,
+              const MachinePlaces& places) {
+  const UniqueFd turn = turnIn(root, ".launch");
+  LaunchConf conf = storedConf(root);
   const DaemonState state = privateDaemon(conf);
   if (state != DaemonState::absent) {
     std::fprintf(stderr, "clamd at %s/clamd.sock %s\n", conf.socketFolder.c_str(),
                  state == DaemonState::answers ? "runs already" : "runs but does not answer");
     return state == DaemonState::answers ? 0 : 1;
+  }
+  conf = currentConf(root, places, SocketFolderUse::renew);
+  if (conf.usesMachineDaemon) {
+    return reportMachineDaemon(places);
   }
   LaunchRequest request;
   request.launchPath = conf.daemon;
@@ -108,9 +121,10 @@ int reportDefinitions(const std::string& folder, bool updatedIsOne) {
 
 // freshclam fails when another one holds its log, so two that come together go one after the other.
 // The program that replaces this process has the descriptor, and with it the lock, until it ends.
-void waitForTurn(const std::string& definitions) {
-  const int folder = open(definitions.c_str(), O_RDONLY | O_DIRECTORY);
-  while (folder >= 0 && flock(folder, LOCK_EX) != 0 && errno == EINTR) {
+void waitForTurn(const std::string& root) {
+  const int turn = turnIn(root, ".update").release();
+  if (turn >= 0) {
+    fcntl(turn, F_SETFD, 0);
   }
 }
 
@@ -133,7 +147,7 @@ int launchDaemon(const std::string& root, const std::vector<std::string>& argume
     }
     return replaceBy(conf.daemon, {words.begin() + 1, words.end()});
   }
-  return conf.usesMachineDaemon ? reportMachineDaemon(places) : startOnce(conf, ours);
+  return conf.usesMachineDaemon ? reportMachineDaemon(places) : startOnce(root, ours, places);
 }
 
 int launchUpdater(const std::string& root, const std::vector<std::string>& arguments) {
@@ -145,7 +159,7 @@ int launchUpdater(const std::string& root, const std::vector<std::string>& argum
   }
   std::vector<std::string> words = {"--config-file=" + root + "/etc/freshclam.conf"};
   words.insert(words.end(), arguments.begin(), arguments.end());
-  waitForTurn(conf.definitions);
+  waitForTurn(root);
   return replaceBy(conf.updater, words);
 }
 

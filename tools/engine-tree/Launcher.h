@@ -11,7 +11,7 @@ namespace quillo {
 // the results are exit statuses. Either may replace this process by the real program.
 
 // Starts the private daemon with ROOT/etc/clamd.conf, brought up to date first (its socket folder
-// is gone after a reboot; the machine's own daemon may have come or gone). Returns when it has
+// is made anew; the machine's own daemon may have come or gone). Returns when it has
 // loaded its definitions: 0 when a daemon answers for the tree, also one that ran before; 1 when
 // none can be started. With another configuration file, or with further options, it is the real
 // clamd.

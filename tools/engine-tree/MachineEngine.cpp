@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
 #include <fstream>
 #include <optional>
 
@@ -90,6 +91,11 @@ MachineDaemon examineDaemon(const std::string& configuration, ClamConf options,
 }
 
 }  // namespace
+
+std::string runtimeFolder() {
+  const char* const folder = std::getenv("XDG_RUNTIME_DIR");
+  return folder != nullptr ? folder : "";
+}
 
 EnginePrograms installedPrograms(const MachinePlaces& places) {
   const EnginePrograms programs = {firstProgram(places.daemons), firstProgram(places.clients),

@@ -10,6 +10,9 @@
 
 namespace quillo {
 
+// $XDG_RUNTIME_DIR (XDG base directories, freedesktop.org).
+std::string runtimeFolder();
+
 // Where this machine's ClamAV packages may have put things, the likeliest place first.
 struct MachinePlaces {
   std::vector<std::string> daemons = {"/usr/sbin/clamd", "/usr/bin/clamd", "/usr/local/sbin/clamd"};
@@ -25,6 +28,7 @@ struct MachinePlaces {
   std::chrono::milliseconds patience = std::chrono::seconds(3);
   std::string processes = "/proc";
   std::string temporary = "/tmp";
+  std::string runtime = runtimeFolder();  // the user's; empty when he has none
   std::string appArmorSwitch = "/sys/module/apparmor/parameters/enabled";
   std::string appArmorProfiles = "/etc/apparmor.d";
 };

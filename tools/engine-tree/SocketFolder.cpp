@@ -1,62 +1,141 @@
 #include "tools/engine-tree/SocketFolder.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "posix/PlatformException.h"
+#include "posix/Text.h"
+#include "posix/UniqueFd.h"
+#include "tools/engine-tree/Confinement.h"
 
 namespace quillo {
 namespace {
 
-// The name is not to be guessed, and sticks: nobody can lay claim to it before a reboot's clean-up.
-std::string namePrefix(const std::string& temporary, const EngineAccount& account) {
-  return temporary + "/vantrel-clamd-" + std::to_string(account.user) + "-";
+constexpr std::string_view name = "vantrel-clamd-";
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int deepestFolder = 64;  // the daemon's own scratch folders are two deep
+// What unix(7) allows is 107 bytes, and some readers take no more than 104.
+constexpr std::size_t longestPlace = 60;
+
+std::string prefixIn(const std::string& place, const SocketFolderRequest& request) {
+  return place + "/" + std::string(name) + std::to_string(request.account.user) + "-";
 }
 
-bool isOurs(const std::string& folder, const EngineAccount& account, mode_t mode) {
+mode_t modeOf(const SocketFolderRequest& request) { return request.forEveryone ? 0755 : 0700; }
+
+// A folder of the same owner and mode on another file system is one that somebody has mounted.
+bool isOurs(const SocketFolderRequest& request, const std::string& folder,
+            const struct stat& status) {
+  struct stat above = {};
+  return S_ISDIR(status.st_mode) && status.st_uid == request.account.user &&
+         (status.st_mode & 07777) == modeOf(request) &&
+         stat(deletingLastPathComponent(folder).c_str(), &above) == 0 &&
+         above.st_dev == status.st_dev;
+}
+
+bool isOurs(const SocketFolderRequest& request, const std::string& folder) {
   struct stat status = {};
-  return lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-         status.st_uid == account.user && (status.st_mode & 07777) == mode;
+  return lstat(folder.c_str(), &status) == 0 && isOurs(request, folder, status);
 }
 
 // Only just made by this process, so that nobody else can have put anything in its place: `folder`
 // lies in a folder with the sticky bit, or in one of our own.
-bool handOver(const std::string& folder, const EngineAccount& account, mode_t mode) {
+bool handOver(const SocketFolderRequest& request, const std::string& folder) {
+  const EngineAccount& account = request.account;
   if (account.user != geteuid() && lchown(folder.c_str(), account.user, account.group) != 0) {
     return false;
   }
-  return chmod(folder.c_str(), mode) == 0 && isOurs(folder, account, mode);
+  return chmod(folder.c_str(), modeOf(request)) == 0 && isOurs(request, folder);
 }
 
-bool hasOurName(const std::string& folder, const std::string& prefix) {
-  return folder.size() > prefix.size() && folder.compare(0, prefix.size(), prefix) == 0 &&
-         folder.find('/', prefix.size()) == std::string::npos;
+bool isBelow(const std::string& folder, const std::string& prefix) {
+  return folder.size() > prefix.size() && folder.compare(0, prefix.size(), prefix) == 0;
+}
+
+// Made by an earlier run, in the right place then.
+bool isRememberedOurs(const SocketFolderRequest& request) {
+  const std::string& folder = request.remembered;
+  return isBelow(folder, prefixIn(deletingLastPathComponent(folder), request)) &&
+         isOurs(request, folder);
+}
+
+// Follows no link and leaves no file system.
+void emptyFolder(UniqueFd folder, dev_t device, int depth) {
+  const int descriptor = folder.get();
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(folder.release()), closedir);
+  while (const dirent* entry = entries && depth > 0 ? readdir(entries.get()) : nullptr) {
+    const std::string_view entryName = entry->d_name;
+    if (entryName == "." || entryName == ".." || unlinkat(descriptor, entry->d_name, 0) == 0) {
+      continue;
+    }
+    UniqueFd below(openat(descriptor, entry->d_name, folderFlags));
+    struct stat status = {};
+    if (below && fstat(below.get(), &status) == 0 && status.st_dev == device) {
+      emptyFolder(std::move(below), device, depth - 1);
+      unlinkat(descriptor, entry->d_name, AT_REMOVEDIR);
+    }
+  }
+}
+
+void removeRemembered(const SocketFolderRequest& request) {
+  UniqueFd folder(open(request.remembered.c_str(), folderFlags));
+  struct stat status = {};
+  if (folder && fstat(folder.get(), &status) == 0 && isOurs(request, request.remembered, status)) {
+    emptyFolder(std::move(folder), status.st_dev, deepestFolder);
+    rmdir(request.remembered.c_str());
+  }
+}
+
+std::string makeFolder(const SocketFolderRequest& request) {
+  const std::string prefix = prefixIn(request.place, request);
+  if (isBelow(request.remembered, prefix) &&
+      request.remembered.find('/', prefix.size()) == std::string::npos &&
+      mkdir(request.remembered.c_str(), 0700) == 0 && handOver(request, request.remembered)) {
+    return request.remembered;
+  }
+  // A name that nobody can have guessed.
+  std::string fresh = prefix + "XXXXXX";
+  if (mkdtemp(fresh.data()) == nullptr || !handOver(request, fresh)) {
+    throw PlatformException("TreeFailure", "cannot make a folder for the socket of clamd in " +
+                                               request.place + ": " + std::strerror(errno));
+  }
+  return fresh;
+}
+
+bool isPlain(const std::string& path) {
+  return !path.empty() && path.front() == '/' && path.size() <= longestPlace &&
+         std::all_of(path.begin(), path.end(),
+                     [](char c) { return c > ' ' && c <= '~' && c != '"' && c != '\\'; });
 }
 
 }  // namespace
 
-std::string chooseSocketFolder(const std::string& temporary, const EngineAccount& account,
-                               bool forEveryone, const std::string& remembered) {
-  const mode_t mode = forEveryone ? 0755 : 0700;
-  const std::string prefix = namePrefix(temporary, account);
-  if (hasOurName(remembered, prefix)) {
-    if (isOurs(remembered, account, mode)) {
-      return remembered;
-    }
-    if (mkdir(remembered.c_str(), 0700) == 0 && handOver(remembered, account, mode)) {
-      return remembered;
-    }
+std::string socketPlace(const MachinePlaces& places, bool forEveryone) {
+  const std::string& runtime = places.runtime;
+  struct stat status = {};
+  const bool isUsers = isPlain(runtime) && lstat(runtime.c_str(), &status) == 0 &&
+                       S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
+                       (status.st_mode & 07777) == 0700;
+  return isUsers && !forEveryone && !isDaemonConfined(places) ? runtime : places.temporary;
+}
+
+std::string keepSocketFolder(const SocketFolderRequest& request) {
+  return isRememberedOurs(request) ? request.remembered : makeFolder(request);
+}
+
+std::string renewSocketFolder(const SocketFolderRequest& request) {
+  if (isRememberedOurs(request)) {
+    removeRemembered(request);
   }
-  std::string fresh = prefix + "XXXXXX";
-  if (mkdtemp(fresh.data()) == nullptr || !handOver(fresh, account, mode)) {
-    throw PlatformException("TreeFailure", "cannot make a folder for the socket of clamd in " +
-                                               temporary + ": " + std::strerror(errno));
-  }
-  return fresh;
+  return makeFolder(request);
 }
 
 }  // namespace quillo

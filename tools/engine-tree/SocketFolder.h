@@ -3,15 +3,31 @@
 #include <string>
 
 #include "clamav/Accounts.h"
+#include "tools/engine-tree/MachineEngine.h"
 
 namespace quillo {
 
-// The folder of a private daemon's socket, below `temporary`, because AppArmor lets clamd make
-// files in few other places (/etc/apparmor.d/usr.sbin.clamd). It belongs to `account` alone: mode
-// 0700, or 0755 when `forEveryone`. `remembered` is the folder of an earlier run; it is taken
-// again, or made again after a reboot, unless somebody else has taken the name or changed it: then
-// a fresh name is chosen. Throws PlatformException when no folder can be made.
-std::string chooseSocketFolder(const std::string& temporary, const EngineAccount& account,
-                               bool forEveryone, const std::string& remembered);
+// The folder of a private daemon's socket. It belongs to the daemon's account alone: mode 0700, or
+// 0755 for a tree for everyone.
+struct SocketFolderRequest {
+  std::string place;  // the folder that it lies in, see socketPlace()
+  EngineAccount account;
+  bool forEveryone = false;
+  std::string remembered;  // the folder of an earlier run, wherever it lay; empty for none
+};
+
+// The user's runtime folder ($XDG_RUNTIME_DIR, XDG base directories, freedesktop.org) where it is
+// his alone, its path is plain ASCII and clamd may make files there; otherwise `places.temporary`,
+// the one place that AppArmor leaves it (/etc/apparmor.d/usr.sbin.clamd).
+std::string socketPlace(const MachinePlaces& places, bool forEveryone);
+
+// The remembered folder, wherever it lies, because a daemon may be listening there; made again if
+// it is gone. If somebody else has taken its name or changed it, one with a fresh name. Throws
+// PlatformException when none can be made.
+std::string keepSocketFolder(const SocketFolderRequest& request);
+// For a daemon about to start: nothing of an earlier run is taken over. The remembered folder is
+// removed with all that is in it, if it is the account's own, and made anew under its name: whoever
+// has learnt the path of the socket can go on with it.
+std::string renewSocketFolder(const SocketFolderRequest& request);
 
 }  // namespace quillo

@@ -208,12 +208,15 @@ bool TreeFolder::remove(const std::string& name) const {
   return false;
 }
 
-void TreeFolder::lock() const {
-  while (flock(folder_.get(), LOCK_EX) != 0) {
-    if (errno != EINTR) {
-      fail("cannot lock", path_);
+UniqueFd TreeFolder::lock(const std::string& name) const {
+  UniqueFd file(openat(folder_.get(), name.c_str(),
+                       O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600));
+  while (!file || fchmod(file.get(), 0600) != 0 || flock(file.get(), LOCK_EX) != 0) {
+    if (!file || errno != EINTR) {
+      fail("cannot lock", path_ + "/" + name);
     }
   }
+  return file;
 }
 
 }  // namespace quillo

@@ -34,8 +34,10 @@ class TreeFolder {
   // False when there was none.
   bool remove(const std::string& name) const;
 
-  // Keeps other runs out until this object goes away.
-  void lock() const;
+  // Keeps others out who lock the same name, for as long as the descriptor is open. It is that of a
+  // file which only the owner can open: a lock on the folder itself could be held by whoever can
+  // read it, for ever.
+  [[nodiscard]] UniqueFd lock(const std::string& name) const;
 
   const std::string& path() const { return path_; }
 

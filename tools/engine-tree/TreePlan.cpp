@@ -40,6 +40,9 @@ void addAdditions(std::string& text, const std::string& additions) {
 
 void addMachineOptions(std::string& text, const MachineDaemon& machine) {
   text += "# The machine's own clamd answers; it reads " + machine.configuration + ".\n";
+  if (!machine.account.empty()) {
+    addLine(text, "User", machine.account);  // whose socket may be trusted
+  }
   for (const char* limit : limits) {
     if (machine.options.has(limit)) {
       addLine(text, limit, machine.options.value(limit));
@@ -50,7 +53,9 @@ void addMachineOptions(std::string& text, const MachineDaemon& machine) {
 void addPrivateOptions(std::string& text, const TreePlan& plan) {
   addAdditions(text, plan.daemonAdditions);
   addPath(text, "PidFile", plan.socketFolder + "/clamd.pid");
-  addPath(text, "TemporaryDirectory", plan.socketFolder);
+  if (!plan.scratch.empty()) {
+    addPath(text, "TemporaryDirectory", plan.scratch);
+  }
   if (plan.runsAsRoot && !plan.account.name.empty()) {
     addLine(text, "User", plan.account.name);
   }
