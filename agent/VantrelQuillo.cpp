@@ -74,7 +74,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                services.platform.systemLog,
                [this](const std::function<void()>& wait) { waitKeepingDesktopAlive(wait); }),
       mainApplication_(services.platform.application, services.platform.applicationLauncher,
-                       services.clock, services.platform.distributedNotificationCenter) {
+                       services.clock, services.platform.distributedNotificationCenter,
+                       services.threads) {
   firstPatientScanner.setMyName("firstPatientScanner");
   secondPatientScanner.setMyName("secondPatientScanner");
   mainMenu_.setController(menuLink_);
@@ -90,10 +91,16 @@ void VantrelQuillo::perform(std::function<void()> request) {
 }
 
 void VantrelQuillo::attempt(const std::function<void()>& request) {
+  const auto failed = [this](const char* reason) {
+    services_.platform.systemLog.log(std::string("A request failed: ") + reason);
+    services_.platform.application.beep();
+  };
   try {
     request();
   } catch (const std::exception& failure) {
-    services_.platform.systemLog.log(std::string("A request failed: ") + failure.what());
+    failed(failure.what());
+  } catch (...) {
+    failed("unknown failure");
   }
 }
 
@@ -131,12 +138,15 @@ void VantrelQuillo::applicationDidFinishLaunching() {
   });
 }
 
+// Each by itself: where no thread is to be had for one, the others still do their work.
 void VantrelQuillo::startThreads() {
-  ThreadStarter& threads = services_.threads;
-  threads.detachNewThread("Throbber", [this] { mainMenu_.mainLoop(menuLink_); });
-  threads.detachNewThread("Dispatcher", [this] { theDispatcher_.mainLoop(); });
-  threads.detachNewThread("firstPatientScanner", [this] { firstPatientScanner.mainLoop(); });
-  threads.detachNewThread("secondPatientScanner", [this] { secondPatientScanner.mainLoop(); });
+  const auto start = [this](const char* name, std::function<void()> body) {
+    attempt([&] { services_.threads.detachNewThread(name, std::move(body)); });
+  };
+  start("Throbber", [this] { mainMenu_.mainLoop(menuLink_); });
+  start("Dispatcher", [this] { theDispatcher_.mainLoop(); });
+  start("firstPatientScanner", [this] { firstPatientScanner.mainLoop(); });
+  start("secondPatientScanner", [this] { secondPatientScanner.mainLoop(); });
 }
 
 void VantrelQuillo::showDockTileIfWanted() {
@@ -214,7 +224,9 @@ void VantrelQuillo::abortScans() {
   runShellCommand("killall -9 clamdscan");
 }
 
-void VantrelQuillo::updateVirusDefs() { definitionUpdates_.updateVirusDefsAndNotify(true); }
+void VantrelQuillo::updateVirusDefs() {
+  attempt([this] { definitionUpdates_.updateVirusDefsAndNotify(true); });
+}
 
 void VantrelQuillo::openAppFromError() {
   openApp();
@@ -223,10 +235,8 @@ void VantrelQuillo::openAppFromError() {
 }
 
 void VantrelQuillo::openPrefs(bool fromDialogButton) {
-  mainApplication_.openPrefs();
-  if (fromDialogButton) {
-    quit();
-  }
+  mainApplication_.openPrefs(fromDialogButton ? std::function<void()>([this] { quit(); })
+                                              : nullptr);
 }
 
 void VantrelQuillo::quit() {
@@ -235,15 +245,22 @@ void VantrelQuillo::quit() {
     quitOnceLaunched();
     return;
   }
-  if (gfsLogger.isWatching()) {
-    endWatching();
-  }
-  services_.platform.distributedNotificationCenter.removeObservers();
-  if (preferences_.weLaunchedClamd) {
-    services_.platform.systemLog.log("trying to quit clamd\n");
-    clamdLink_.quitClamd();
-  }
-  services_.platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
+  // Whatever goes wrong with one of these, the rest is done and the process ends.
+  attempt([this] {
+    if (gfsLogger.isWatching()) {
+      endWatching();
+    }
+  });
+  attempt([this] { services_.platform.distributedNotificationCenter.removeObservers(); });
+  attempt([this] {
+    if (preferences_.weLaunchedClamd) {
+      services_.platform.systemLog.log("trying to quit clamd\n");
+      clamdLink_.quitClamd();
+    }
+  });
+  attempt([this] {
+    services_.platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
+  });
   services_.platform.application.exit(0);
 }
 

@@ -12,6 +12,7 @@
 #include "platform/linux/DesktopWorkspace.h"
 #include "platform/linux/Environment.h"
 #include "platform/linux/FreedesktopNotifications.h"
+#include "platform/linux/Guarded.h"
 #include "platform/linux/LinuxFolders.h"
 #include "platform/linux/LinuxMountNotifications.h"
 #include "platform/linux/LinuxSystemLog.h"
@@ -54,6 +55,7 @@ void keepMemorySmall() {
 // In the order in which they need each other; destroyed in reverse.
 struct LinuxPlatform::Parts {
   Parts(int& argc, char** argv);
+  ~Parts() { setGuardReport(nullptr); }
 
   void log(const std::string& problem) { systemLog.log(problem); }
   void tellOfPreferences(const std::string& problem, const Wording& wording);
@@ -127,6 +129,7 @@ struct LinuxPlatform::Parts {
 };
 
 LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
+  setGuardReport(report);
   application.setDockTile(dockTile);
   repeats.setTimerType(Qt::VeryCoarseTimer);
   QObject::connect(&repeats, &QTimer::timeout, [this] { systemLog.tellRepeats(); });
@@ -158,8 +161,11 @@ Clock& LinuxPlatform::clock() { return parts_->clock; }
 
 int LinuxPlatform::run(std::function<void()> begin, std::function<void()> end) {
   parts_->application.setTerminationHandler([this, end = std::move(end)] {
-    parts_->systemLog.tellRepeats(true);
-    parts_->growl.handOver(std::chrono::seconds(1));
+    // Whatever fails of the last words, the end itself comes.
+    guarded([this] {
+      parts_->systemLog.tellRepeats(true);
+      parts_->growl.handOver(std::chrono::seconds(1));
+    });
     end();
   });
   parts_->signals.observe([this] { parts_->application.terminate(); });

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -102,10 +103,16 @@ class FakeDistributedNotificationCenter final : public DistributedNotificationCe
   void addObserver(const std::string& name, std::function<void()> action) override {
     observers[name] = std::move(action);
   }
-  void removeObservers() override { observers.clear(); }
+  void removeObservers() override {
+    if (failsToRemove) {
+      throw std::runtime_error("the bus is gone");
+    }
+    observers.clear();
+  }
   void post(const std::string& name, const std::string& object) override {
     posted.emplace_back(name, object);
   }
+  bool failsToRemove = false;
   // As another application would.
   void deliver(const std::string& name);
 
@@ -186,8 +193,10 @@ class FakeApplicationLauncher final : public ApplicationLauncher {
     return accepts;
   }
   bool isLaunching() override { return launching && launching(); }
+  bool launchFailed() override { return failed; }
   std::string activeApplicationIdentifier() override { return active ? active() : ""; }
   bool accepts = true;
+  bool failed = false;
   std::function<bool()> launching;
   std::function<std::string()> active;
   std::vector<std::string> launched;
