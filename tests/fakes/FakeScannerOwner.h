@@ -65,6 +65,9 @@ class FakeScannerOwner final : public ScannerOwner {
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                  const std::string& description) override {
     record("notify " + std::to_string(code) + " " + description);
+    if (duringNotification) {
+      duringNotification();
+    }
     return true;
   }
   void addToDialogList(std::shared_ptr<FileRemover> dialog) override {
@@ -107,6 +110,7 @@ class FakeScannerOwner final : public ScannerOwner {
   std::atomic<bool> alive{true};
   std::atomic<std::int32_t> count{0};
   std::function<void()> duringAliveCheck;
+  std::function<void()> duringNotification;
   std::function<void()> duringRecovery;
   std::function<void()> duringOpening;
 
