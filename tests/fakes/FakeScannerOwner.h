@@ -77,6 +77,9 @@ class FakeScannerOwner final : public ScannerOwner {
   }
   void removeFromDialogList(const FileRemover& dialog) override {
     record("remove dialog");
+    if (duringRemoval) {
+      duringRemoval();
+    }
     std::lock_guard hold(mutex_);
     std::erase_if(dialogs_, [&dialog](const auto& entry) { return entry.get() == &dialog; });
   }
@@ -111,6 +114,7 @@ class FakeScannerOwner final : public ScannerOwner {
   std::atomic<std::int32_t> count{0};
   std::function<void()> duringAliveCheck;
   std::function<void()> duringNotification;
+  std::function<void()> duringRemoval;
   std::function<void()> duringRecovery;
   std::function<void()> duringOpening;
 
