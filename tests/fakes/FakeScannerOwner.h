@@ -65,6 +65,9 @@ class FakeScannerOwner final : public ScannerOwner {
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
                                                  const std::string& description) override {
     record("notify " + std::to_string(code) + " " + description);
+    if (duringNotification) {
+      duringNotification();
+    }
     return true;
   }
   void addToDialogList(std::shared_ptr<FileRemover> dialog) override {
@@ -74,6 +77,9 @@ class FakeScannerOwner final : public ScannerOwner {
   }
   void removeFromDialogList(const FileRemover& dialog) override {
     record("remove dialog");
+    if (duringRemoval) {
+      duringRemoval();
+    }
     std::lock_guard hold(mutex_);
     std::erase_if(dialogs_, [&dialog](const auto& entry) { return entry.get() == &dialog; });
   }
@@ -107,6 +113,8 @@ class FakeScannerOwner final : public ScannerOwner {
   std::atomic<bool> alive{true};
   std::atomic<std::int32_t> count{0};
   std::function<void()> duringAliveCheck;
+  std::function<void()> duringNotification;
+  std::function<void()> duringRemoval;
   std::function<void()> duringRecovery;
   std::function<void()> duringOpening;
 

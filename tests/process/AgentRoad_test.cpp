@@ -163,5 +163,19 @@ TEST_F(AgentRoad, AnEngineThatIsGoneIsToldByItsWindow) {
   EXPECT_EQ(agent().scannerCount(), 0);
 }
 
+TEST_F(AgentRoad, EitherItemOfTheMenuAbortsWhatWaits) {
+  launch("exit 0");
+  Dispatcher& dispatcher = agent().theDispatcher();
+  for (FakeMenuItem* item :
+       {&desktop.mainInterface.abortMenuItem, &desktop.mainInterface.abortConfirmMenuItem}) {
+    Lines waiting{home.write("waiting", "content")};
+    dispatcher.copyItemsToMyItemListFrom(waiting);
+    ASSERT_EQ(dispatcher.lengthOfBothItemLists(), 1U);
+    item->setEnabled(true);
+    item->choose();
+    EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 0U);
+  }
+}
+
 }  // namespace
 }  // namespace quillo

@@ -2,9 +2,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <utility>
 
 #include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
+#include "scanning/RoadObserver.h"
 #include "tests/fakes/HelperProgram.h"
 #include "tests/process/ScannerFixture.h"
 
@@ -38,6 +41,22 @@ class PatientScannerEnd : public ScannerFixture {
   }
 
   std::unique_ptr<HelperProgram> engine;
+};
+
+// Notes whether a file was there when the end of a scan was told.
+class FileAtTheEnd final : public RoadObserver {
+ public:
+  explicit FileAtTheEnd(std::string path) : path_(std::move(path)) {}
+  void noticed(const std::string&) override {}
+  void becameStable(const std::string&) override {}
+  void scanStarted(const std::vector<std::string>&) override { atBegin = fileExists(path_); }
+  void scanEnded(const std::vector<std::string>&, int) override { atEnd = fileExists(path_); }
+
+  std::optional<bool> atBegin;
+  std::optional<bool> atEnd;
+
+ private:
+  const std::string path_;
 };
 
 TEST_F(PatientScannerEnd, AnEngineThatIsStillThereIsToldOfOnceASecond) {
@@ -82,6 +101,14 @@ TEST_F(PatientScannerEnd, WhatIsReportedAfterTheEndOfTheEngineIsDealtWithToTheLa
             (Lines{"clamd appears to have died - attempting restart...", "/late: OK"}));
   EXPECT_TRUE(listWasThere);
   EXPECT_FALSE(fileExists(listPath));
+}
+
+TEST_F(PatientScannerEnd, TheListIsThereFromBeforeTheBeginUntilBeforeTheEnd) {
+  FileAtTheEnd observer(listPath);
+  bench.services.roadObserver = &observer;
+  scan({"a"});
+  EXPECT_EQ(observer.atBegin, std::optional<bool>(true));
+  EXPECT_EQ(observer.atEnd, std::optional<bool>(false));
 }
 
 }  // namespace

@@ -20,5 +20,20 @@ TEST_F(ScanReportFlush, LeavesNothingOfAChunkBehind) {
             stamp + " /a: OK\n" + stamp + " clamd appears to have died - attempting restart...\n");
 }
 
+TEST_F(ScanReportFlush, FollowsWhatIsShownOfAnInfection) {
+  startRun("Q");
+  StdoutCapture capture;
+  std::string atNotification = "not notified";
+  bool shownBefore = false;
+  owner.duringNotification = [&] {
+    atNotification = capture.written();
+    shownBefore = !quarantinedDialogs().empty() && quarantinedDialogs()[0]->cameToFront();
+  };
+  report.dealWithOutput(infection + "\n");
+  EXPECT_EQ(atNotification, "");
+  EXPECT_TRUE(shownBefore);
+  EXPECT_EQ(capture.written(), stamp + " " + infection + "\n");
+}
+
 }  // namespace
 }  // namespace quillo

@@ -93,5 +93,9 @@ TEST(Text, AbbreviatingKnowsTheHomeFolderFromOneThatBeginsLikeIt) {
   EXPECT_EQ(abbreviatingWithTilde("/srv", ""), "/srv");
 }
 
+TEST(Text, AbbreviatingKnowsAHomeFolderWithOneLetterMore) {
+  EXPECT_EQ(abbreviatingWithTilde("/home/annas", "/home/anna"), "/home/annas");
+}
+
 }  // namespace
 }  // namespace quillo

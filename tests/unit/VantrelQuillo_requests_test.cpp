@@ -30,6 +30,7 @@ class AgentRequests : public testing::Test, protected AgentUnderTest {
   const Posted& posted() const { return desktop.distributedNotificationCenter.posted; }
   void expectQuit() {
     EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+    ASSERT_FALSE(posted().empty());
     EXPECT_EQ(posted().back(), (Posted::value_type{"VantrelQuilloHasQuit", "VantrelQuillo"}));
     EXPECT_TRUE(desktop.distributedNotificationCenter.observers.empty());
   }
