@@ -212,16 +212,22 @@ bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {
     return false;
   }
   filter_.noticeTurnedLinks();
-  for (const std::string_view line : split(chunk, '\n')) {
-    if (!line.empty() && !isPathLine(line)) {
-      lastWords_ = line.substr(0, longestWords);
-    }
-    // Looked for in the line: a file that only bears the name of a fork is spelled in another way.
-    if (!line.ends_with(resourceFork)) {
-      filter_.judge(pathOfLine(line));
-    }
+  for (std::size_t at = 0; at <= chunk.size();) {
+    const std::string_view line = chunk.substr(at, chunk.find('\n', at) - at);
+    judgeLine(line);
+    at += line.size() + 1;
   }
   return true;
+}
+
+void FSEventWatcher::judgeLine(std::string_view line) {
+  if (!line.empty() && !isPathLine(line)) {
+    lastWords_ = line.substr(0, longestWords);
+  }
+  // Looked for in the line: a file that only bears the name of a fork is spelled in another way.
+  if (!line.ends_with(resourceFork)) {
+    filter_.judge(pathOfLine(line));
+  }
 }
 
 }  // namespace quillo

@@ -66,6 +66,7 @@ class FSEventWatcher {
   bool releaseMainLoop();
   void runHelper(const std::string& tool);
   void installHelper(const std::string& tool);
+  void judgeLine(std::string_view line);
 
   // Constant after construction.
   WatcherOwner& owner_;

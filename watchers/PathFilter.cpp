@@ -1,5 +1,7 @@
 #include "watchers/PathFilter.h"
 
+#include <utility>
+
 #include "platform/TrashFolders.h"
 #include "posix/Text.h"
 
@@ -47,31 +49,37 @@ void PathFilter::noticeTurnedLinks() {
   }
 }
 
-void PathFilter::resolveWatched(const std::shared_ptr<const WatchedFolderList>& folders) {
-  places_.clear();
-  for (const std::string& folder : *folders) {
-    places_.emplace_back(folder);
+// The lists change as a whole: as long as they are the same, so is what was made of them.
+void PathFilter::takeWatched() {
+  auto folders = owner_.getWatchedFolderList();
+  auto flags = owner_.getCheckSubDirs();
+  if (folders == folders_ && flags == flags_) {
+    return;
   }
-  folders_ = folders;
+  if (folders != folders_) {
+    places_.clear();
+    for (const std::string& folder : *folders) {
+      places_.emplace_back(folder);
+    }
+  }
+  for (Place& place : places_) {
+    const auto flag = flags->find(place.name);
+    place.withSubfolders = flag != flags->end() && flag->second;
+  }
+  folders_ = std::move(folders);
+  flags_ = std::move(flags);
 }
 
 void PathFilter::judge(const std::string& path) {
   if (!quarantine_.name.empty() && quarantine_.holds(path)) {
     return;
   }
-  const auto folders = owner_.getWatchedFolderList();
-  const auto flags = owner_.getCheckSubDirs();
-  if (folders != folders_) {
-    resolveWatched(folders);
-  }
+  takeWatched();
   for (const Place& place : places_) {
     if (!place.holds(path)) {
       continue;
     }
-    const auto withSubfolders = flags->find(place.name);
-    const bool wanted = withSubfolders != flags->end() && withSubfolders->second
-                            ? !isTrashed(path)
-                            : place.isParentOf(path);
+    const bool wanted = place.withSubfolders ? !isTrashed(path) : place.isParentOf(path);
     if (wanted) {
       owner_.theDispatcher().addStringToItemList(path);
       return;

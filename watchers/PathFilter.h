@@ -42,9 +42,10 @@ class PathFilter {
     std::string name;
     RealPath real;
     std::string realName;  // empty when it is the same
+    bool withSubfolders = false;
   };
 
-  void resolveWatched(const std::shared_ptr<const WatchedFolderList>& folders);
+  void takeWatched();
 
   // Constant after construction.
   WatcherOwner& owner_;
@@ -53,6 +54,7 @@ class PathFilter {
   Place quarantine_;
   // What `places_` were made of.
   std::shared_ptr<const WatchedFolderList> folders_;
+  std::shared_ptr<const SubdirectoryFlags> flags_;
   std::vector<Place> places_;
 };
 

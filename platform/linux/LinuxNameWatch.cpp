@@ -11,9 +11,10 @@
 
 namespace quillo {
 
-LinuxNameWatch::LinuxNameWatch(std::function<void(const std::string&)> report,
+LinuxNameWatch::LinuxNameWatch(Clock& clock, std::function<void(const std::string&)> report,
                                NameRounds::HasHandles hasHandles)
-    : report_(std::move(report)),
+    : clock_(clock),
+      report_(std::move(report)),
       hasHandles_(std::move(hasHandles)),
       bell_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
@@ -77,7 +78,7 @@ void LinuxNameWatch::run() {
           return;
         }
         if (order.observer) {
-          rounds = std::make_unique<NameRounds>(order.places, *order.observer, hasHandles_);
+          rounds = std::make_unique<NameRounds>(clock_, order.places, *order.observer, hasHandles_);
         }
       }
       if (rounds) {

@@ -18,7 +18,8 @@ namespace quillo {
 class LinuxNameWatch final : public NameWatch {
  public:
   // `report` is told, on the thread, of what should not happen.
-  LinuxNameWatch(std::function<void(const std::string&)> report, NameRounds::HasHandles hasHandles);
+  LinuxNameWatch(Clock& clock, std::function<void(const std::string&)> report,
+                 NameRounds::HasHandles hasHandles);
   // Waits for the thread.
   ~LinuxNameWatch() override;
   void start(const std::vector<NamedPlace>& places, NameWatchObserver& observer) override;
@@ -38,6 +39,7 @@ class LinuxNameWatch final : public NameWatch {
   void waitForNews(std::vector<pollfd>& descriptors, bool more) const;
 
   // Constant after construction.
+  Clock& clock_;
   const std::function<void(const std::string&)> report_;
   const NameRounds::HasHandles hasHandles_;
   // Readable when there is another order.

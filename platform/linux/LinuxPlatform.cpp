@@ -90,7 +90,7 @@ struct LinuxPlatform::Parts {
   ScriptingObject scripting{sessionBus};
   LogindPowerNotifications power{QDBusConnection::systemBus(), report};
   LinuxMountNotifications mounts;
-  LinuxNameWatch names{report, hasFileHandles};
+  LinuxNameWatch names{clock, report, hasFileHandles};
   LinuxVolumes volumes{UserAccount::current().name};
   LinuxTrashFolders trash{environment, folders.homeFolder(), getuid()};
   PolkitAuthorization authorization{{resources + "/gfslogger", resources + "/grant-helper-rights",

@@ -4,9 +4,12 @@
 
 namespace quillo {
 
-NameRounds::NameRounds(std::vector<NamedPlace> places, NameWatchObserver& observer,
+NameRounds::NameRounds(Clock& clock, std::vector<NamedPlace> places, NameWatchObserver& observer,
                        HasHandles hasHandles)
-    : places_(std::move(places)), observer_(observer), hasHandles_(std::move(hasHandles)) {
+    : clock_(clock),
+      places_(std::move(places)),
+      observer_(observer),
+      hasHandles_(std::move(hasHandles)) {
   plan();
 }
 
@@ -87,7 +90,7 @@ void NameRounds::carryOut(const std::vector<NameRoot>& roots) {
 
 void NameRounds::makeTree() {
   try {
-    tree_ = std::make_unique<NameTree>();
+    tree_ = std::make_unique<NameTree>(clock_);
   } catch (const PlatformException&) {
     tellRefusal();
   }

@@ -24,7 +24,8 @@ class NameRounds {
  public:
   using HasHandles = std::function<bool(const std::string& path)>;
 
-  NameRounds(std::vector<NamedPlace> places, NameWatchObserver& observer, HasHandles hasHandles);
+  NameRounds(Clock& clock, std::vector<NamedPlace> places, NameWatchObserver& observer,
+             HasHandles hasHandles);
 
   // Does what there is to do now, and tells the observer. `mountsChanged` is to be true if the
   // mount table's descriptor had news. Whether there is more to do at once.
@@ -40,6 +41,7 @@ class NameRounds {
   void tellGap(const std::string& place, NameWatchObserver::Gap gap);
 
   // Constant after construction.
+  Clock& clock_;
   const std::vector<NamedPlace> places_;
   NameWatchObserver& observer_;
   const HasHandles hasHandles_;

@@ -24,8 +24,6 @@ constexpr int visitsInAStep = 64;
 // File systems keep times in steps of up to two seconds.
 constexpr std::time_t slack = 3;
 
-std::time_t wallTime() { return std::time(nullptr); }
-
 std::string in(const std::string& folder, std::string_view name) {
   std::string path = folder == "/" ? "" : folder;
   path += '/';
@@ -82,11 +80,16 @@ class NameTree::Listing {
   struct stat status_ = {};
 };
 
-NameTree::NameTree() : queue_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), allReadAt_(wallTime()) {
+NameTree::NameTree(Clock& clock)
+    : clock_(clock), queue_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), allReadAt_(now()) {
   if (!queue_) {
     throw PlatformException("NameWatchFailure",
                             std::string("cannot watch names: ") + std::strerror(errno));
   }
+}
+
+std::time_t NameTree::now() const {
+  return std::chrono::system_clock::to_time_t(clock_.wallTime());
 }
 
 void NameTree::add(const std::string& folder, bool withSubfolders, bool tellAll) {
@@ -95,7 +98,7 @@ void NameTree::add(const std::string& folder, bool withSubfolders, bool tellAll)
     return;
   }
   roots_[folder] = Root{withSubfolders, status.st_dev, status.st_ino};
-  visits_.push_back({folder, folder, tellAll, wallTime() - slack});
+  visits_.push_back({folder, folder, tellAll, now() - slack});
 }
 
 void NameTree::remove(const std::string& folder) {
@@ -105,7 +108,7 @@ void NameTree::remove(const std::string& folder) {
   // What is mounted below was dropped as well.
   for (const auto& [other, root] : roots_) {
     if (other.starts_with(in(folder, ""))) {
-      visits_.push_back({other, other, false, wallTime() - slack});
+      visits_.push_back({other, other, false, now() - slack});
     }
   }
 }
@@ -133,13 +136,13 @@ bool NameTree::takeRefusal() { return std::exchange(refused_, false); }
 void NameTree::readEvents(std::vector<std::string>& paths) {
   alignas(inotify_event) std::array<char, 65536> buffer;
   for (;;) {
-    const std::time_t now = wallTime();
+    const std::time_t readAt = now();
     const ssize_t count = read(queue_.get(), buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) {
       continue;
     }
     if (count <= 0) {
-      allReadAt_ = now;
+      allReadAt_ = readAt;
       return;
     }
     for (std::size_t at = 0; at < static_cast<std::size_t>(count);) {

@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "posix/Clock.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {
@@ -20,7 +21,7 @@ namespace quillo {
 class NameTree {
  public:
   // Throws PlatformException when the system has no queue of events to give.
-  NameTree();
+  explicit NameTree(Clock& clock);
 
   // To be polled for reading.
   int descriptor() const { return queue_.get(); }
@@ -64,6 +65,9 @@ class NameTree {
   void dropBelow(const std::string& folder);
   const std::string* rootOf(const std::string& folder) const;
 
+  std::time_t now() const;
+
+  Clock& clock_;
   UniqueFd queue_;
   std::map<std::string, Root> roots_;
   std::map<std::string, int> byPath_;

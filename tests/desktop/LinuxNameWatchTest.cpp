@@ -8,6 +8,7 @@
 #include "platform/linux/FileHandles.h"
 #include "platform/linux/LinuxNameWatch.h"
 #include "tests/desktop/TestFolder.h"
+#include "tests/fakes/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -62,7 +63,8 @@ class LinuxNameWatchTest : public testing::Test {
   TestFolder disk;
   Names names;
   std::vector<std::string> reports;
-  LinuxNameWatch watch{[this](const std::string& text) { reports.push_back(text); },
+  ManualClock clock;
+  LinuxNameWatch watch{clock, [this](const std::string& text) { reports.push_back(text); },
                        [](const std::string&) { return false; }};
 };
 
@@ -98,6 +100,7 @@ TEST_F(LinuxNameWatchTest, FollowsALinkThatIsTurnedElsewhere) {
 TEST_F(LinuxNameWatchTest, WatchesAPlaceThatWasAwayAndTellsWhatCameWithIt) {
   fs::create_directories(at("place"));
   disk.write("elsewhere/sub/file", "text");
+  clock.advance(std::chrono::hours(24 * 365 * 100));
   watch.start({{at("place/"), true}}, names);
   ASSERT_TRUE(isWatched("place"));
   fs::remove_all(at("place"));
@@ -107,7 +110,8 @@ TEST_F(LinuxNameWatchTest, WatchesAPlaceThatWasAwayAndTellsWhatCameWithIt) {
 }
 
 TEST_F(LinuxNameWatchTest, SleepsWhereTheHelperHearsOfEveryName) {
-  LinuxNameWatch idle([](const std::string&) {}, [](const std::string&) { return true; });
+  LinuxNameWatch idle(
+      clock, [](const std::string&) {}, [](const std::string&) { return true; });
   fs::create_directories(at("place"));
   idle.start({{at("place/"), true}}, names);
   watch.start({{at("place/"), true}}, names);

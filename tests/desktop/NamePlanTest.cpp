@@ -64,6 +64,9 @@ TEST_F(NamePlanTest, GoesByTheMountOnTop) {
   mount("/stick", "ext4");
   withHandles.insert("/stick");
   EXPECT_EQ(roots({{"/stick/", true}, {"/", true}}), Texts());
+  mount("/covered", "exfat");
+  mount("/covered", "proc");
+  EXPECT_EQ(roots({{"/covered/", true}, {"/", true}}), Texts());
 }
 
 TEST_F(NamePlanTest, WatchesTheRootFolderAlsoWithoutSubfolders) {

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/FakeWatcherOwner.h"
 #include "tests/fakes/ManualClock.h"
+#include "tests/fakes/ScratchFolder.h"
 #include "watchers/WatcherServices.h"
 
 namespace quillo {
@@ -53,6 +56,17 @@ TEST_F(NameWatcherTest, HandsOnWhatTheHelpersLinesWouldHandOn) {
   EXPECT_EQ(handedOver({"/home/anna/x", "/home/anna/Q/x", "/home/anna/.Trash/x", "/home/bert/x",
                         "/home/anna/line\nbreak", "/home/anna/\xFF"}),
             (Lines{"/home/anna/x", "/home/anna/line\nbreak", "/home/anna/\xFF"}));
+}
+
+TEST_F(NameWatcherTest, KnowsAWatchedFolderByTheLinkThatLeadsThere) {
+  const ScratchFolder disk;
+  disk.link("link", "one");
+  owner.watch(disk.at("link"), true);
+  watcher.start();
+  EXPECT_EQ(handedOver({disk.at("one/x")}), Lines{disk.at("one/x")});
+  std::filesystem::remove(disk.at("link"));
+  disk.link("link", "two");
+  EXPECT_EQ(handedOver({disk.at("one/x"), disk.at("two/x")}), Lines{disk.at("two/x")});
 }
 
 TEST_F(NameWatcherTest, HandsOnAFileThatOnlyBearsTheNameOfAFork) {
