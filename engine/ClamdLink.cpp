@@ -25,25 +25,14 @@ namespace {
 constexpr int failedStatus = 1;
 constexpr const char* fallbackSocket = "/tmp/clamd.socket";
 constexpr const char* quitCommand = "QUIT";
-constexpr const char* markName = "VANTREL_QUILLO_LAUNCH=";
+constexpr const char* markName = "VANTREL_QUILLO_LAUNCH";
 // To be let in by a daemon whose queue of callers is full.
 constexpr std::chrono::milliseconds longestConnect = std::chrono::seconds(1);
 
 // Of this process alone, also when another one gets its number later.
 std::string freshMark() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-  return markName + std::to_string(getpid()) + "." + std::to_string(now);
-}
-
-std::vector<std::string> environmentWith(const std::string& mark) {
-  std::vector<std::string> variables;
-  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-    if (!std::string_view(*variable).starts_with(markName)) {
-      variables.emplace_back(*variable);
-    }
-  }
-  variables.push_back(mark);
-  return variables;
+  return markName + ("=" + std::to_string(getpid())) + "." + std::to_string(now);
 }
 
 std::optional<LocalSocketLine> socketLineOf(const std::optional<std::string>& configuration) {
@@ -102,7 +91,7 @@ bool ClamdLink::launchClamdWithConfigFile(const std::string& program,
   if (configuration) {
     request.arguments = {"-c", *configuration};
   }
-  request.environment = environmentWith(mark_);
+  request.environment = environmentWith(markName, mark_.substr(mark_.find('=') + 1));
   const std::shared_ptr<ChildProcess> daemon = beginLaunch(request);
   if (!daemon) {
     return false;
