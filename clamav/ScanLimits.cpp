@@ -23,10 +23,6 @@ ScanLimits ScanLimits::of(const ClamConf& daemon) {
       limits.largestFile = std::min(limits.largestFile, limit);
     }
   }
-  // A day is as good as for ever, and cannot overflow.
-  constexpr std::uint64_t day = 24ULL * 60 * 60 * 1000;
-  limits.longestScan = std::chrono::milliseconds(
-      static_cast<std::int64_t>(std::min(day, daemon.size("MaxScanTime").value_or(120000))));
   return limits;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -10,8 +9,7 @@ class ClamConf;
 
 // What the answering daemon does not look at.
 struct ScanLimits {
-  std::uint64_t largestFile = 0;             // bytes; a file of more is called clean without a look
-  std::chrono::milliseconds longestScan{0};  // 0 where the daemon sets itself no limit
+  std::uint64_t largestFile = 0;  // bytes; a file of more is called clean without a look
 
   // From the daemon's configuration, with clamd.conf(5)'s defaults for absent keys. Pure.
   static ScanLimits of(const ClamConf& daemon);

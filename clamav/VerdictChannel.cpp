@@ -124,10 +124,13 @@ void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
 
 void VerdictSender::tell(const Verdict& verdict) { send(verdictRecord, verdict, false); }
 
-void VerdictSender::announceMove(const Verdict& verdict) { send(verdictRecord, verdict, true); }
+void VerdictSender::announceMove(const Verdict& verdict) {
+  send(verdictRecord, verdict, true);
+  ++unanswered_;
+}
 
-bool VerdictSender::mayMove() {
-  const auto deadline = std::chrono::steady_clock::now() + patience;
+bool VerdictSender::mayMove(std::chrono::milliseconds wait) {
+  const auto deadline = std::chrono::steady_clock::now() + wait;
   while (socket_) {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
@@ -139,7 +142,11 @@ bool VerdictSender::mayMove() {
     char answer = 0;
     const ssize_t count = ready < 0 ? -1 : recv(socket_.get(), &answer, 1, MSG_DONTWAIT);
     if (count == 1) {
-      return answer == taken;
+      // One that came too late is that of an earlier line.
+      if (answer != taken || --unanswered_ <= 0) {
+        return answer == taken;
+      }
+      continue;
     }
     if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
       return false;

@@ -37,9 +37,9 @@ class VerdictSender {
   // Hands a verdict over, to be followed by its line.
   void tell(const Verdict& verdict);
   // The same for an infected file that is to be moved, once its line has been written: false when
-  // the reader is gone or has not taken the line in time, and the file has to stay.
+  // the reader is gone or has not taken the line within `wait`, and the file has to stay.
   void announceMove(const Verdict& verdict);
-  bool mayMove();
+  bool mayMove(std::chrono::milliseconds wait = patience);
   // What became of it, and of its file: `whereabouts`, `reason` and `destination`.
   void tellOutcome(const Verdict& verdict);
   // To be waited on together with other things: it polls as hung up (POLLHUP) when the reader ends.
@@ -49,6 +49,7 @@ class VerdictSender {
   void send(char type, const Verdict& verdict, bool moves);
 
   UniqueFd socket_;
+  int unanswered_ = 0;  // lines announced whose taking has not been told yet
 };
 
 // The reader's end. One thread.

@@ -269,7 +269,7 @@ TEST_F(FrontSession, GivesUpASessionThatIsDeadInADaemonThatLives) {
 
 TEST_F(FrontSession, WaitsForADaemonThatIsBusyWithOthersWork) {
   const std::string path = tree.file("clean");
-  tree.addToDaemon("CommandReadTimeout 1\n");
+  tree.addToDaemon("CommandReadTimeout 1\nMaxScanTime 0\n");
   // Its answer comes with the eighth sign of life, long after the patience.
   SessionClamd::Manners manners;
   manners.pongsBeforeAnswers = 8;

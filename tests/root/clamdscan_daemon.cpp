@@ -53,7 +53,8 @@ TEST_F(FrontOnSlowClamd, KeepsItsSessionOverScansThatOutlastEveryTimeOut) {
 }
 
 TEST_F(FrontOnSlowClamd, ScansOnOverAReload) {
-  for (const char* way : {"ConcurrentDatabaseReload yes\n", "ConcurrentDatabaseReload no\n"}) {
+  for (const char* way :
+       {"ConcurrentDatabaseReload yes\n", "ConcurrentDatabaseReload no\nIdleTimeout 1\n"}) {
     startDaemon(way);
     std::vector<std::string> paths;
     for (int i = 0; i < 3000; ++i) {

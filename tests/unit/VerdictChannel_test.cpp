@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <thread>
 
 namespace quillo {
@@ -77,6 +78,17 @@ TEST_F(VerdictChannelTest, LetsAFileMoveOnlyOnceItsLineHasBeenTaken) {
   EXPECT_TRUE(allowed);
   EXPECT_EQ(known.whereabouts, Whereabouts::moved);
   EXPECT_EQ(known.destination, "/q/a");
+}
+
+TEST_F(VerdictChannelTest, TakesALateWordForNoOtherLine) {
+  using namespace std::chrono_literals;
+  const Verdict first = infected("/u/a: Eicar FOUND");
+  sender.announceMove(first);
+  EXPECT_FALSE(sender.mayMove(1ms));
+  sender.tellOutcome(first);
+  sender.announceMove(infected("/u/b: Eicar FOUND"));
+  receiver.understand("/u/a: Eicar FOUND");
+  EXPECT_FALSE(sender.mayMove(1ms));
 }
 
 TEST_F(VerdictChannelTest, LooksForTheFileWhenTheScannerEndsOverItsMove) {

@@ -23,7 +23,6 @@ TEST(FrontConfig, ReadsSizesWithTheirUnits) {
 TEST(FrontConfig, TakesTheEnginesDefaults) {
   EXPECT_EQ(largest(""), 100 * mebi);
   EXPECT_EQ(largest("MaxFileSize 1000M"), 400 * mebi);
-  EXPECT_EQ(ScanLimits::of(ClamConf()).longestScan, std::chrono::seconds(120));
 }
 
 TEST(FrontConfig, TakesTheSmallerOfTwoLimitsAndZeroForNone) {

@@ -83,10 +83,7 @@ void DescriptorScan::send() {
     if (mustWait_ || !mayBeSent(item)) {
       continue;
     }
-    if (!session_) {
-      session_ = link_.open();
-      heard_ = clock_.now();
-    }
+    refresh();
     if (!session_) {
       giveUp(link_.problem());
       return;
@@ -104,6 +101,26 @@ void DescriptorScan::send() {
         return;
     }
   }
+}
+
+// A session that has been silent for too long, because this program had to wait for its reader, is
+// lost, and its end no file's fault.
+void DescriptorScan::refresh() {
+  const bool silentTooLong = wasSilentTooLong();
+  if (session_ && silentTooLong && underWay() == 0) {
+    session_.reset();
+  }
+  if (session_) {
+    stale_ = stale_ || silentTooLong;
+    return;
+  }
+  session_ = link_.open();
+  stale_ = false;
+  sent_ = heard_ = clock_.now();
+}
+
+bool DescriptorScan::wasSilentTooLong() const {
+  return limits_.silence.count() != 0 && clock_.now() - sent_ >= limits_.silence;
 }
 
 int DescriptorScan::nextLook() const {
@@ -143,15 +160,13 @@ void DescriptorScan::keepAlive() {
 }
 
 void DescriptorScan::takeAnswers() {
-  const bool silentTooLong =
-      limits_.silence.count() != 0 && clock_.now() - sent_ >= limits_.silence;
+  stale_ = stale_ || wasSilentTooLong();
   const bool goesOn = session_->receive([this](const SessionAnswer& said) { take(said); });
   heard_ = clock_.now();
   if (goesOn) {
     return;
   }
-  if (silentTooLong) {
-    // This program had to wait for its reader, and no file is to blame.
+  if (stale_) {
     for (Item& item : items_) {
       item.number = 0;
     }

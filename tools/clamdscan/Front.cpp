@@ -197,8 +197,8 @@ UniqueFd Front::openIn(int folder, const char* name) {
   return openWith([&] { return UniqueFd(openat(folder, name, flags)); });
 }
 
-void Front::scan(Job job) {
-  std::string problem = job.file ? judge_.objection(job) : reasonText(errno);
+void Front::scan(Job job, int error) {
+  std::string problem = job.file ? judge_.objection(job) : reasonText(error);
   if (problem.empty()) {
     scan_.add(std::move(job));
   } else {
@@ -210,18 +210,21 @@ void Front::scanFiles(std::vector<Entry> files) {
   // Files of one folder come together.
   std::string folderPath;
   UniqueFd folder;
+  int error = 0;
   for (Job& job : jobsFor(std::move(files))) {
     const std::string& path = job.entries.front().path;
     if (const std::string needed = deletingLastPathComponent(path);
         !folder || needed != folderPath) {
       // Not through anything that became a link since.
       folder = openWith([&] { return openWithoutLinks(needed, O_PATH | O_DIRECTORY); });
+      error = errno;
       folderPath = needed;
     }
     if (folder) {
       job.file = openIn(folder.get(), std::string(lastPathComponent(path)).c_str());
+      error = errno;
     }
-    scan(std::move(job));
+    scan(std::move(job), error);
   }
   scan_.finish();
 }
@@ -237,8 +240,7 @@ bool Front::scanInFolder(const Entry& folder, int parent, const char* name,
   entry.path = path;
   entry.shown = below(folder.shown, folder.path, path);
   job.entries.push_back(std::move(entry));
-  errno = error;
-  scan(std::move(job));
+  scan(std::move(job), error);
   return link_.problem().empty();
 }
 

@@ -35,7 +35,8 @@ class Front {
   void scanFiles(std::vector<Entry> files);
   void scanFolder(const Entry& folder);
   bool scanInFolder(const Entry& folder, int parent, const char* name, const std::string& path);
-  void scan(Job job);
+  // `error` says why the job has no file.
+  void scan(Job job, int error);
   template <typename Opener>
   UniqueFd openWith(const Opener& opener);
   UniqueFd openIn(int folder, const char* name);
