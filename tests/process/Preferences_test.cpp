@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "posix/FileFacts.h"
+#include "tests/fakes/FakeClamd.h"
 #include "tests/fakes/PreferencesUnderTest.h"
 
 namespace quillo {
@@ -36,6 +37,16 @@ TEST_F(DaemonAtReading, IsLaunchedWithTheInstallationsConfiguration) {
   EXPECT_EQ(log().lines(), (Lines{"clamd not running. Now trying to launch it...",
                                   "clamd launched successfully.  Continuing...", "scan email files",
                                   "clamdconfEncoding: 4"}));
+}
+
+// As the launcher of an engine tree does, which found the machine's daemon.
+TEST_F(DaemonAtReading, IsNotOursWhenItWasThereBeforeALaunchThatSucceeded) {
+  installDaemon("exit 0");
+  FakeClamd machines(folder.path() + "/clamd.ctl");
+  folder.write("engine/etc/clamd.conf", "LocalSocket " + folder.path() + "/clamd.ctl\n");
+  EXPECT_TRUE(preferences.readPrefs());
+  EXPECT_FALSE(preferences.weLaunchedClamd);
+  EXPECT_TRUE(log().has("clamd launched successfully.  Continuing..."));
 }
 
 TEST_F(DaemonAtReading, IsNotOursAnyMoreAtTheNextReading) {
