@@ -1,6 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
+#include <memory>
+#include <vector>
 
 namespace quillo {
 
@@ -8,27 +11,40 @@ class Application;
 class ApplicationLauncher;
 class Clock;
 class DistributedNotificationCenter;
+class ThreadStarter;
 
-// The link to the main application of the product, which owns the settings window. Main thread.
+// The link to the main application of the product, which owns the settings window. Lives as long as
+// the process. Main thread.
 class MainApplication {
  public:
   MainApplication(Application& application, ApplicationLauncher& launcher, Clock& clock,
-                  DistributedNotificationCenter& center);
+                  DistributedNotificationCenter& center, ThreadStarter& threads);
 
-  // Whether the desktop accepted to launch it.
+  // Whether the desktop accepted to launch it. Beeps when it did not.
   bool openApp();
   // Waits, with the desktop alive, until the desktop has started it or could not; at most about two
-  // seconds, in which it is tried in every way.
+  // seconds, in which it is tried in every way. Beeps when it could not.
   void awaitLaunch();
-  // Launches it, waits without a limit until it is the active one, and asks it for its preferences.
-  // Beeps when it cannot be launched.
-  void openPrefs();
+  // Launches it and returns. As soon as it is the active one, however long that takes, it is asked
+  // for its preferences, and `done` is called; nothing else waits for that. A second request
+  // meanwhile launches it again and joins the wait. Beeps when it cannot be launched, and calls
+  // `done` then, too. Throws std::system_error when the system has no thread that could wait.
+  void openPrefs(std::function<void()> done);
 
  private:
+  // Ends the wait if there is nothing left to wait for.
+  bool settle();
+  void waitForIt();
+
   Application& application_;
   ApplicationLauncher& launcher_;
   Clock& clock_;
   DistributedNotificationCenter& center_;
+  ThreadStarter& threads_;
+  // Of every request that waits.
+  std::vector<std::function<void()>> done_;
+  // True until the wait has ended; absent when nobody waits.
+  std::shared_ptr<std::atomic<bool>> waits_;
 };
 
 }  // namespace quillo

@@ -82,7 +82,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                services.platform.systemLog,
                [this](const std::function<void()>& wait) { waitKeepingDesktopAlive(wait); }),
       mainApplication_(services.platform.application, services.platform.applicationLauncher,
-                       services.clock, services.platform.distributedNotificationCenter) {
+                       services.clock, services.platform.distributedNotificationCenter,
+                       services.threads) {
   firstPatientScanner.setMyName("firstPatientScanner");
   secondPatientScanner.setMyName("secondPatientScanner");
   mainMenu_.setController(menuLink_);
@@ -98,10 +99,16 @@ void VantrelQuillo::perform(std::function<void()> request) {
 }
 
 void VantrelQuillo::attempt(const std::function<void()>& request) {
+  const auto failed = [this](const char* reason) {
+    services_.platform.systemLog.log(std::string("A request failed: ") + reason);
+    services_.platform.application.beep();
+  };
   try {
     request();
   } catch (const std::exception& failure) {
-    services_.platform.systemLog.log(std::string("A request failed: ") + failure.what());
+    failed(failure.what());
+  } catch (...) {
+    failed("unknown failure");
   }
 }
 
@@ -141,12 +148,15 @@ void VantrelQuillo::applicationDidFinishLaunching() {
   });
 }
 
+// Each by itself: where no thread is to be had for one, the others still do their work.
 void VantrelQuillo::startThreads() {
-  ThreadStarter& threads = services_.threads;
-  threads.detachNewThread("Throbber", [this] { mainMenu_.mainLoop(menuLink_); });
-  threads.detachNewThread("Dispatcher", [this] { theDispatcher_.mainLoop(); });
-  threads.detachNewThread("firstPatientScanner", [this] { firstPatientScanner.mainLoop(); });
-  threads.detachNewThread("secondPatientScanner", [this] { secondPatientScanner.mainLoop(); });
+  const auto start = [this](const char* name, std::function<void()> body) {
+    attempt([&] { services_.threads.detachNewThread(name, std::move(body)); });
+  };
+  start("Throbber", [this] { mainMenu_.mainLoop(menuLink_); });
+  start("Dispatcher", [this] { theDispatcher_.mainLoop(); });
+  start("firstPatientScanner", [this] { firstPatientScanner.mainLoop(); });
+  start("secondPatientScanner", [this] { secondPatientScanner.mainLoop(); });
 }
 
 void VantrelQuillo::showDockTileIfWanted() {
@@ -232,7 +242,9 @@ void VantrelQuillo::abortScans() {
   runShellCommand("killall -9 clamdscan");
 }
 
-void VantrelQuillo::updateVirusDefs() { definitionUpdates_.updateVirusDefsAndNotify(true); }
+void VantrelQuillo::updateVirusDefs() {
+  attempt([this] { definitionUpdates_.updateVirusDefsAndNotify(true); });
+}
 
 void VantrelQuillo::openAppFromError() {
   openApp();
@@ -241,10 +253,8 @@ void VantrelQuillo::openAppFromError() {
 }
 
 void VantrelQuillo::openPrefs(bool fromDialogButton) {
-  mainApplication_.openPrefs();
-  if (fromDialogButton) {
-    quit();
-  }
+  mainApplication_.openPrefs(fromDialogButton ? std::function<void()>([this] { quit(); })
+                                              : nullptr);
 }
 
 void VantrelQuillo::quit() {
@@ -258,19 +268,26 @@ void VantrelQuillo::quit() {
 }
 
 void VantrelQuillo::quitNow() {
-  if (gfsLogger.isWatching()) {
-    endWatching();
-  }
+  // Whatever goes wrong with one of these, the rest is done and the process ends.
+  attempt([this] {
+    if (gfsLogger.isWatching()) {
+      endWatching();
+    }
+  });
   // A scan that went on unseen could move files that no log tells of.
-  runningScanners_.endAllForGood();
-  services_.platform.distributedNotificationCenter.removeObservers();
-  if (preferences_.weLaunchedClamd) {
-    services_.platform.systemLog.log("trying to quit clamd\n");
-    clamdLink_.quitClamd();
-  }
+  attempt([this] { runningScanners_.endAllForGood(); });
+  attempt([this] { services_.platform.distributedNotificationCenter.removeObservers(); });
+  attempt([this] {
+    if (preferences_.weLaunchedClamd) {
+      services_.platform.systemLog.log("trying to quit clamd\n");
+      clamdLink_.quitClamd();
+    }
+  });
   // Before others hear that the agent has gone, and may start it again.
-  notifications_.handOver();
-  services_.platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
+  attempt([this] { notifications_.handOver(); });
+  attempt([this] {
+    services_.platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
+  });
   services_.platform.application.exit(0);
 }
 

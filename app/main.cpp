@@ -1,5 +1,6 @@
 #include <cstdio>
 #include <exception>
+#include <string>
 
 #include "agent/VantrelQuillo.h"
 #include "menu/Throbber.h"
@@ -25,8 +26,13 @@ int runAgent(int argc, char** argv) {
                      services.modifierKeys, services.preferenceStore, services.statusBar,
                      services.systemLog, services.workspace});
   VantrelQuillo agent({services, desktop.clock(), threads}, mainMenu);
-  const int status = desktop.run([&agent] { agent.applicationDidFinishLaunching(); },
-                                 [&agent] { agent.applicationWillTerminate(); });
+  int status = 1;
+  try {
+    status = desktop.run([&agent] { agent.applicationDidFinishLaunching(); },
+                         [&agent] { agent.applicationWillTerminate(); });
+  } catch (const std::exception& failure) {
+    services.systemLog.log(std::string("The agent ends: ") + failure.what());
+  }
   // The workers run on what lies on this stack, and end with the process only.
   services.application.exit(status);
   return status;

@@ -24,14 +24,14 @@ GioPointer<GDesktopAppInfo> desktopFileOf(const std::string& identifier) {
 bool DesktopApplicationLauncher::launchApplication(const std::string& identifier) {
   const QString name = QString::fromStdString(identifier);
   BusDaemon daemon(bus_);
-  takesBusName_ = daemon.hasOwner(name) || daemon.isActivatable(name);
+  failed_ = false;
   launched_ = ApplicationWindows();
   launched_.identifier = identifier;
   if (const auto file = desktopFileOf(identifier)) {
     const char* windowClass = g_desktop_app_info_get_startup_wm_class(file.get());
     launched_.windowClass = windowClass != nullptr ? windowClass : "";
   }
-  if (takesBusName_) {
+  if (daemon.hasOwner(name) || daemon.isActivatable(name)) {
     activate(identifier);
     return true;
   }
@@ -48,7 +48,11 @@ void DesktopApplicationLauncher::activate(const std::string& identifier) {
   QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, identifier] {
     watcher->deleteLater();
     --activations_;
-    if (watcher->isError() && !launchDesktopFileOf(identifier) && report_) {
+    if (!watcher->isError() || launchDesktopFileOf(identifier)) {
+      return;
+    }
+    failed_ = failed_ || identifier == launched_.identifier;
+    if (report_) {
       report_(identifier + " could not be started: " + watcher->error().message().toStdString());
     }
   });
@@ -76,7 +80,8 @@ std::string DesktopApplicationLauncher::activeApplicationIdentifier() {
     }
     return window->names.empty() ? std::string() : window->names.front();
   }
-  return takesBusName_ && !BusDaemon(bus_).hasOwner(name) ? std::string() : launched_.identifier;
+  const bool isThere = !bus_.isConnected() || BusDaemon(bus_).hasOwner(name);
+  return isThere ? launched_.identifier : std::string();
 }
 
 }  // namespace quillo

@@ -20,8 +20,10 @@ class DesktopApplicationLauncher final : public QObject, public ApplicationLaunc
 
   bool launchApplication(const std::string& identifier) override;
   bool isLaunching() override { return activations_ > 0; }
-  // On X11 that of the window in use. Where that cannot be told, the application launched last is
-  // taken for it: as soon as it owns its bus name if it is known to take one, else at once.
+  bool launchFailed() override { return failed_; }
+  // On X11 that of the window in use. Where that cannot be told, as on Wayland, the application
+  // launched last is taken for it as soon as it owns its identifier as a name on the bus; without a
+  // bus at once.
   std::string activeApplicationIdentifier() override;
 
  private:
@@ -31,7 +33,7 @@ class DesktopApplicationLauncher final : public QObject, public ApplicationLaunc
   QDBusConnection bus_;
   const std::function<void(const std::string& problem)> report_;
   ApplicationWindows launched_;
-  bool takesBusName_ = false;
+  bool failed_ = false;
   // Calls that the bus has not answered yet.
   int activations_ = 0;
 };

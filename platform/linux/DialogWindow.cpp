@@ -13,6 +13,7 @@
 #include <QTextLayout>
 #include <utility>
 
+#include "platform/linux/Guarded.h"
 #include "platform/linux/QtImage.h"
 
 namespace quillo {
@@ -199,7 +200,7 @@ void DialogWindow::press(ButtonDialog::Button button, unsigned int keys) {
   const ButtonDialog::Action action = action_;
   const bool isAnswer = dialog_->findChild<QAbstractButton*>("ignoreButton") != nullptr;
   if (action) {
-    services_.modifierKeys.performWith(keys, [&] { action(button); });
+    services_.modifierKeys.performWith(keys, [&] { guarded([&] { action(button); }); });
   }
   if (isAnswer && button == ButtonDialog::Button::otherButton) {
     orderOut();

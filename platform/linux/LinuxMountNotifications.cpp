@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/linux/Guarded.h"
+
 namespace quillo {
 
 std::vector<Mount> NewVolumes::update(std::vector<Mount> mounts) {
@@ -44,7 +46,7 @@ void LinuxMountNotifications::tableChanged() {
   for (const Mount& mount : newVolumes_.update(std::move(*mounts))) {
     // A listener may end the observation, or begin another.
     if (const auto didMount = didMount_) {
-      didMount(mount.mountPoint);
+      guarded([&] { didMount(mount.mountPoint); });
     }
   }
 }

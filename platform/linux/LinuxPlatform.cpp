@@ -13,6 +13,7 @@
 #include "platform/linux/Environment.h"
 #include "platform/linux/FileHandles.h"
 #include "platform/linux/FreedesktopNotifications.h"
+#include "platform/linux/Guarded.h"
 #include "platform/linux/LinuxFolders.h"
 #include "platform/linux/LinuxMountNotifications.h"
 #include "platform/linux/LinuxNameWatch.h"
@@ -56,6 +57,7 @@ void keepMemorySmall() {
 // In the order in which they need each other; destroyed in reverse.
 struct LinuxPlatform::Parts {
   Parts(int& argc, char** argv);
+  ~Parts() { setGuardReport(nullptr); }
 
   void log(const std::string& problem) { systemLog.log(problem); }
   void tellOfPreferences(const std::string& problem, const Wording& wording);
@@ -120,6 +122,7 @@ struct LinuxPlatform::Parts {
 };
 
 LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
+  setGuardReport(report);
   application.setDockTile(dockTile);
   application.setExitHandler([this] { systemLog.tellRepeats(true); });
   repeats.setTimerType(Qt::VeryCoarseTimer);

@@ -4,6 +4,8 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
+#include "platform/linux/Guarded.h"
+
 namespace quillo {
 namespace {
 
@@ -39,11 +41,11 @@ void LogindPowerNotifications::observe(std::function<void()> willSleep,
 void LogindPowerNotifications::prepareForSleep(bool isBefore) {
   sleeps_ = isBefore;
   if (isBefore) {
-    willSleep_();
+    guarded(willSleep_);
     inhibitor_ = QDBusUnixFileDescriptor();
   } else {
     takeInhibitor();
-    didWake_();
+    guarded(didWake_);
   }
 }
 

@@ -11,9 +11,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <system_error>
 #include <thread>
 #include <utility>
 
+#include "platform/linux/Guarded.h"
 #include "platform/linux/QtDockTile.h"
 
 namespace quillo {
@@ -30,7 +32,7 @@ class PostedAction final : public QEvent {
     static const auto registered = static_cast<QEvent::Type>(QEvent::registerEventType());
     return registered;
   }
-  void perform() const { action_(); }
+  void perform() const { guarded(action_); }
 
  private:
   std::function<void()> action_;
@@ -45,6 +47,17 @@ class ActionReceiver final : public QObject {
     }
     static_cast<PostedAction*>(event)->perform();
     return true;
+  }
+};
+
+// The last net: what is thrown where nobody guards an action, as in a timer of the backend's own.
+class GuardedApplication final : public QApplication {
+ public:
+  using QApplication::QApplication;
+  bool notify(QObject* receiver, QEvent* event) override {
+    bool isHandled = true;
+    guarded([&] { isHandled = QApplication::notify(receiver, event); });
+    return isHandled;
   }
 };
 
@@ -82,7 +95,7 @@ QtApplication::QtApplication(int& argc, char** argv)
   QCoreApplication::setApplicationName("Vantrel Quillo");
   QGuiApplication::setDesktopFileName("org.vantrel.VantrelQuillo");
   QGuiApplication::setQuitOnLastWindowClosed(false);
-  application_ = std::make_unique<QApplication>(argumentCount_, arguments_.data());
+  application_ = std::make_unique<GuardedApplication>(argumentCount_, arguments_.data());
   mainThread_ = std::make_unique<ActionReceiver>();
 }
 
@@ -110,14 +123,21 @@ void QtApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
   // Before the event loop of the application runs, too, this one draws and delivers.
   QEventLoop alive;
   std::exception_ptr failure;
-  std::thread waiting([&wait, &failure, &alive] {
-    try {
-      wait();
-    } catch (...) {
-      failure = std::current_exception();
-    }
-    QMetaObject::invokeMethod(&alive, &QEventLoop::quit, Qt::QueuedConnection);
-  });
+  std::thread waiting;
+  try {
+    waiting = std::thread([&wait, &failure, &alive] {
+      try {
+        wait();
+      } catch (...) {
+        failure = std::current_exception();
+      }
+      QMetaObject::invokeMethod(&alive, &QEventLoop::quit, Qt::QueuedConnection);
+    });
+  } catch (const std::system_error&) {
+    // No thread is to be had: rather wait with the desktop asleep than not at all.
+    wait();
+    return;
+  }
   // Events that stand behind the one that is being handled wake nobody.
   QAbstractEventDispatcher::instance()->wakeUp();
   alive.exec();
@@ -133,7 +153,7 @@ void QtApplication::terminate() {
 
 void QtApplication::runTerminationHandler() {
   if (const auto handler = std::exchange(terminationHandler_, nullptr)) {
-    handler();
+    guarded(handler);
   }
 }
 

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "platform/linux/DisplayText.h"
+#include "platform/linux/Guarded.h"
 #include "platform/linux/InterfaceFile.h"
 #include "platform/linux/QtImage.h"
 #include "posix/PlatformException.h"
@@ -162,7 +163,7 @@ void QtDockTile::makeWindow() {
     list->header()->setSectionResizeMode(fileColumn, QHeaderView::Stretch);
   }
   if (auto* action = window_->findChild<QAction*>("quitAction")) {
-    QObject::connect(action, &QAction::triggered, this, quit_);
+    QObject::connect(action, &QAction::triggered, this, [this] { guarded(quit_); });
     window_->setContextMenuPolicy(Qt::ActionsContextMenu);
     window_->addAction(action);
   }

@@ -3,6 +3,7 @@
 #include <QMenu>
 #include <utility>
 
+#include "platform/linux/Guarded.h"
 #include "platform/linux/QtMenu.h"
 
 namespace quillo {
@@ -101,7 +102,7 @@ void QtMenuItem::perform() {
     action = perform_;
   }
   if (action) {
-    action();
+    guarded(action);
   }
 }
 

@@ -1,5 +1,7 @@
 #include "platform/linux/ScriptingObject.h"
 
+#include "platform/linux/Guarded.h"
+
 namespace quillo {
 
 ScriptingObject::ScriptingObject(const QDBusConnection& bus) : bus_(bus) {
@@ -17,7 +19,10 @@ void ScriptingObject::publish(
 }
 
 QDBusVariant ScriptingObject::ValueForKey(const QString& key) {
-  const auto value = valueForKey_ ? valueForKey_(key.toStdString()) : std::nullopt;
+  std::optional<std::string> value;
+  if (valueForKey_) {
+    guarded([&] { value = valueForKey_(key.toStdString()); });
+  }
   if (!value) {
     sendErrorReply("org.vantrel.VantrelQuillo.Error.UnknownKey",
                    QStringLiteral("there is no value for the key \"%1\"").arg(key));

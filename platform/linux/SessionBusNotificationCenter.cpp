@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "platform/linux/BusDaemon.h"
+#include "platform/linux/Guarded.h"
 
 namespace quillo {
 
@@ -41,7 +42,7 @@ void SessionBusNotificationCenter::received(const QDBusMessage& message) {
     actions.push_back(at->second);
   }
   for (const auto& action : actions) {
-    action();
+    guarded(action);
   }
 }
 

@@ -6,6 +6,8 @@
 
 #include <utility>
 
+#include "platform/linux/Guarded.h"
+
 namespace quillo {
 
 TerminationSignals::TerminationSignals() {
@@ -25,7 +27,7 @@ void TerminationSignals::observe(std::function<void()> action) {
                    [this, action = std::move(action)] {
                      signalfd_siginfo information;
                      while (read(descriptor_.get(), &information, sizeof information) > 0) {
-                       action();
+                       guarded(action);
                      }
                    });
 }

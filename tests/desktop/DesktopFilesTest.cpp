@@ -169,7 +169,6 @@ TEST_F(DesktopFiles, StartAnApplicationThatNobodyHasToWaitFor) {
   EXPECT_FALSE(launcher.launchApplication("org.vantrel.Unknown"));
   EXPECT_TRUE(launcher.launchApplication("org.vantrel.TestApp"));
   EXPECT_EQ(recorded("app"), (std::vector<std::string>{"started", "/dev/null"}));
-  EXPECT_EQ(launcher.activeApplicationIdentifier(), "org.vantrel.TestApp");
   siginfo_t ended = {};
   EXPECT_EQ(waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT), 0);
   EXPECT_EQ(ended.si_pid, 0) << "a zombie was left";
@@ -230,6 +229,17 @@ TEST_F(DesktopFiles, AreNotNeededForAnApplicationOnTheBus) {
   EXPECT_EQ(launcher.activeApplicationIdentifier(), "");
 }
 
+// As on Wayland, where nobody tells which window is in use.
+TEST_F(DesktopFiles, StartAnApplicationThatIsActiveOnceItHasItsNameOnTheBus) {
+  TestBus applicationBus;
+  FakeBusObject application(applicationBus, "/org/vantrel/TestApp");
+  DesktopApplicationLauncher launcher(*bus, nullptr);
+  EXPECT_TRUE(launcher.launchApplication("org.vantrel.TestApp"));
+  EXPECT_EQ(launcher.activeApplicationIdentifier(), "");
+  ASSERT_TRUE(application.own("org.vantrel.TestApp"));
+  EXPECT_EQ(launcher.activeApplicationIdentifier(), "org.vantrel.TestApp");
+}
+
 TEST_F(DesktopFiles, StandInForAnApplicationThatCannotBeActivated) {
   TestBus applicationBus;
   FakeBusObject application(applicationBus, "/org/vantrel/TestApp");
@@ -242,6 +252,7 @@ TEST_F(DesktopFiles, StandInForAnApplicationThatCannotBeActivated) {
   EXPECT_TRUE(launcher.launchApplication("org.vantrel.TestApp"));
   EXPECT_TRUE(launcher.isLaunching());
   ASSERT_TRUE(waitUntil([&] { return !launcher.isLaunching(); }));
+  EXPECT_FALSE(launcher.launchFailed());
   EXPECT_EQ(recorded("app")[0], "started");
 }
 
@@ -257,6 +268,9 @@ TEST_F(DesktopFiles, MissingBehindABrokenServiceIsReported) {
   EXPECT_TRUE(launcher.launchApplication("org.vantrel.Broken"));
   ASSERT_TRUE(waitUntil([&] { return problems.size() == 1; }));
   EXPECT_EQ(problems[0], "org.vantrel.Broken could not be started: broken");
+  EXPECT_TRUE(launcher.launchFailed());
+  launcher.launchApplication("org.vantrel.TestApp");
+  EXPECT_FALSE(launcher.launchFailed());
 }
 
 TEST(ApplicationWindowsTest, AreKnownByNameClassOrProcess) {

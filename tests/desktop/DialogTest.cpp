@@ -47,6 +47,16 @@ TEST_F(DialogTest, OfAWorkerIsShownAndAnswered) {
   EXPECT_TRUE(showsWindows(0));
 }
 
+TEST_F(DialogTest, OfWhichAButtonFailsLeavesTheAgentAlive) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  face.tell("failing-button");
+  face.clickOn("deleteButton");
+  EXPECT_TRUE(session.screen().eventually([&] { return session.screen().beeps() == 1; }));
+  face.clickOn("ignoreButton");
+  EXPECT_TRUE(showsWindows(0));
+}
+
 TEST_F(DialogTest, LeavesTheKeyboardWhereTheUserTypes) {
   warn("/home/anna/a.zip");
   ASSERT_TRUE(showsWindows(1));

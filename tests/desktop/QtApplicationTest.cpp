@@ -15,6 +15,18 @@ TEST(QtApplication, IsAliveDuringAWaitAlsoForWhatWasPostedBeforeTheWaitBegan) {
   EXPECT_EQ(application.waitUntilExit(), 0);
 }
 
+TEST(QtApplication, LivesThroughWhateverIsThrownOnItsMainThread) {
+  ChildProcess application(
+      {.launchPath = LinuxFolders::pathOfThisProgram(), .arguments = {"--throw-everywhere"}});
+  EXPECT_EQ(application.waitUntilExit(), 0);
+}
+
+TEST(QtApplication, WaitsAlsoWhereNoThreadIsToBeHad) {
+  ChildProcess application(
+      {.launchPath = LinuxFolders::pathOfThisProgram(), .arguments = {"--wait-without-threads"}});
+  EXPECT_EQ(application.waitUntilExit(), 0);
+}
+
 TEST(QtApplication, LeavesTheEnvironmentAsTheUserHasIt) {
   DesktopSession session;
   FaceProgram chosen(session);

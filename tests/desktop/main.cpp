@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <QApplication>
+#include <QTimer>
 #include <chrono>
 #include <cstdlib>
 #include <future>
+#include <stdexcept>
 #include <string_view>
 
+#include "platform/linux/Guarded.h"
 #include "platform/linux/QtApplication.h"
 #include "platform/linux/SessionBusNotificationCenter.h"
 #include "tests/desktop/PrivateSession.h"
@@ -46,6 +50,42 @@ int waitAmongPosted(int argc, char** argv) {
   return application.run();
 }
 
+// An application of the agent's own kind in which everything throws: 0 when it lives through all of
+// it and tells of each.
+int throwEverywhere(int argc, char** argv) {
+  quillo::QtApplication application(argc, argv);
+  int problems = 0;
+  quillo::setGuardReport([&](const std::string&) { ++problems; });
+  application.performOnMainThread([] { throw std::runtime_error("posted"); });
+  application.performOnMainThread([] { throw 1; });
+  QTimer::singleShot(0, qApp, [] { throw std::runtime_error("timer"); });
+  application.setTerminationHandler([] { throw std::runtime_error("termination"); });
+  application.performOnMainThread([&] {
+    QTimer::singleShot(0, qApp, [&] {
+      application.terminate();
+      application.performOnMainThread([&] { application.exit(problems == 4 ? 0 : 1); });
+    });
+  });
+  return application.run();
+}
+
+// The same where no thread is to be had: 0 when what is waited for is done all the same.
+int waitWithoutThreads(int argc, char** argv) {
+  quillo::QtApplication application(argc, argv);
+  application.performOnMainThread([&] {
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_NPROC, &none);
+    // The limit does not hold for root.
+    if (geteuid() == 0 && setuid(65534) != 0) {
+      application.exit(2);
+    }
+    bool done = false;
+    application.waitKeepingDesktopAlive([&] { done = true; });
+    application.exit(done ? 0 : 1);
+  });
+  return application.run();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -54,6 +94,12 @@ int main(int argc, char** argv) {
   }
   if (argc == 2 && std::string_view(argv[1]) == "--wait-among-posted") {
     return waitAmongPosted(argc, argv);
+  }
+  if (argc == 2 && std::string_view(argv[1]) == "--throw-everywhere") {
+    return throwEverywhere(argc, argv);
+  }
+  if (argc == 2 && std::string_view(argv[1]) == "--wait-without-threads") {
+    return waitWithoutThreads(argc, argv);
   }
   const bool listing = onlyLists(argc, argv);
   testing::InitGoogleTest(&argc, argv);

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -111,13 +112,19 @@ class FakeDistributedNotificationCenter final : public DistributedNotificationCe
   void addObserver(const std::string& name, std::function<void()> action) override {
     observers[name] = std::move(action);
   }
-  void removeObservers() override { observers.clear(); }
+  void removeObservers() override {
+    if (failsToRemove) {
+      throw std::runtime_error("the bus is gone");
+    }
+    observers.clear();
+  }
   void post(const std::string& name, const std::string& object) override {
     posted.emplace_back(name, object);
     if (onPost) {
       onPost();
     }
   }
+  bool failsToRemove = false;
   // As another application would.
   void deliver(const std::string& name);
 
@@ -220,8 +227,10 @@ class FakeApplicationLauncher final : public ApplicationLauncher {
     return accepts;
   }
   bool isLaunching() override { return launching && launching(); }
+  bool launchFailed() override { return failed; }
   std::string activeApplicationIdentifier() override { return active ? active() : ""; }
   bool accepts = true;
+  bool failed = false;
   std::function<bool()> launching;
   std::function<std::string()> active;
   std::vector<std::string> launched;

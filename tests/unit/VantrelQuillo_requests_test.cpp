@@ -225,9 +225,18 @@ TEST_F(AgentRequests, TheScannerCountIsNotClamped) {
 
 TEST_F(AgentRequests, AnUpdateWithoutAThreadLeavesNoUpdateBehind) {
   threads.refused = {"definitions"};
-  EXPECT_THROW(agent().updateVirusDefs(), std::system_error);
+  agent().updateVirusDefs();
+  EXPECT_TRUE(log().has("A request failed: Resource temporarily unavailable")) << scanLog();
+  EXPECT_EQ(desktop.application.beeps, 1);
   EXPECT_EQ(agent().scannerCount(), 0);
   EXPECT_FALSE(throbber->isUpdating());
+}
+
+TEST_F(AgentRequests, AQuitOfWhichAPartFailsEndsTheProcessAllTheSame) {
+  desktop.distributedNotificationCenter.failsToRemove = true;
+  agent().quit();
+  EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
+  EXPECT_EQ(posted().back(), (Posted::value_type{"VantrelQuilloHasQuit", "VantrelQuillo"}));
 }
 
 TEST_F(AgentRequests, AnUpdateWithoutAnUpdaterShowsTheEngineDialog) {

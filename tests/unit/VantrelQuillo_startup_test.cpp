@@ -45,6 +45,16 @@ TEST_F(AgentStart, LaysTheOutputOntoTheScanLog) {
   EXPECT_NE(scanLog().find("this too\n"), std::string::npos);
 }
 
+TEST_F(AgentStart, WithoutAThreadForAWorkerStartsTheOthersAndListens) {
+  threads.refused = {"Throbber"};
+  agent().applicationDidFinishLaunching();
+  EXPECT_EQ(threads.count("Dispatcher"), 1);
+  EXPECT_EQ(threads.count("secondPatientScanner"), 1);
+  EXPECT_TRUE(log().has("A request failed: Resource temporarily unavailable"));
+  EXPECT_EQ(desktop.application.beeps, 1);
+  expectListening();
+}
+
 TEST_F(AgentStart, DoesNothingElseWhenItIsMade) {
   agent();
   EXPECT_TRUE(threads.names().empty());

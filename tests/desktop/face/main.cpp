@@ -17,6 +17,7 @@
 #include <future>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -221,6 +222,9 @@ class Commands {
   void performOnDialogs(const std::string& name, const std::string& rest) {
     if (name == "load") {
       load(rest);
+    } else if (name == "failing-button") {
+      dialogs_.back()->setAction(
+          [](ButtonDialog::Button) { throw std::runtime_error("the button fails"); });
     } else if (name == "message") {
       dialogs_.back()->setMessage(replacingAll(rest, "\\n", "\n"));
       say("message " + std::to_string(dialogs_.back()->message().size()));

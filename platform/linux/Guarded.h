@@ -1,0 +1,17 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace quillo {
+
+// Performs what Qt asks of the agent, or the agent of Qt: a choice in the menu, a button, a
+// message, something posted. An exception that got into Qt's loops would end the process; here it
+// ends in a line and a beep. Main thread.
+void guarded(const std::function<void()>& action) noexcept;
+
+// Who hears the lines of guarded(), instead of standard error; an empty function for nobody any
+// more. Main thread.
+void setGuardReport(std::function<void(const std::string& problem)> report);
+
+}  // namespace quillo
