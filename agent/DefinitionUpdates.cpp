@@ -2,6 +2,7 @@
 
 #include "agent/Notifications.h"
 #include "agent/Preferences.h"
+#include "engine/EngineProblem.h"
 #include "menu/Throbber.h"
 #include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
@@ -62,7 +63,10 @@ void DefinitionUpdates::performDefsUpdate(bool notify) {
   if (isReadableFile(request.launchPath)) {
     showResult(runUpdater(request), exit1MeansUpdated, notify);
   } else {
-    windows_.displayNoEngineWindow();
+    windows_.displayNoEngineWindow({request.launchPath.empty()
+                                        ? EngineProblem::Kind::updaterNotKnown
+                                        : EngineProblem::Kind::updaterMissing,
+                                    request.launchPath});
   }
 }
 

@@ -9,6 +9,7 @@ class Notifications;
 class Preferences;
 class ThreadStarter;
 class Throbber;
+struct EngineProblem;
 struct LaunchRequest;
 
 // What an update's end shows when no notification can be posted. Any thread.
@@ -16,7 +17,7 @@ class UpdateWindows {
  public:
   virtual ~UpdateWindows() = default;
   virtual void displayUpdateResult(const std::string& text) = 0;
-  virtual void displayNoEngineWindow() = 0;
+  virtual void displayNoEngineWindow(const EngineProblem& problem) = 0;
 };
 
 // Updates of the virus definitions, each on a short-lived thread of its own. Several may run at

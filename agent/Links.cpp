@@ -22,7 +22,8 @@ void ScannerLink::recoverUnreachableClamd() { agent_.engine().recoverUnreachable
 void ScannerLink::noEnginePanic() {
   agent_.face().setEngineMissing(true);
   agent_.mainMenu().tellStatus();
-  agent_.engine().noEnginePanic();
+  agent_.engine().noEnginePanic({EngineProblem::Kind::scannerFailed,
+                                 agent_.preferences().clamPATH().value_or("") + "/bin/clamdscan"});
 }
 std::string ScannerLink::getQuitMenuName() { return agent_.mainMenu().getQuitMenuName(); }
 void ScannerLink::quit() { agent_.quit(); }
@@ -70,7 +71,9 @@ std::optional<std::string> EngineLink::clamPATH() { return agent_.preferences().
 bool EngineLink::displayError(const std::string& description) {
   return agent_.displayGrowlDialogWithTitleAndDescription(notificationError, description);
 }
-void EngineLink::displayNoEngineWindow() { agent_.displayNoEngineWindow(); }
+void EngineLink::displayNoEngineWindow(const EngineProblem& problem) {
+  agent_.displayNoEngineWindow(problem);
+}
 void EngineLink::displayUpdateResult(const std::string& text) { agent_.displayUpdateResult(text); }
 void EngineLink::waitKeepingDesktopAlive(const std::function<void()>& wait) {
   agent_.waitKeepingDesktopAlive(wait);

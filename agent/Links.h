@@ -87,7 +87,7 @@ class EngineLink final : public ClamdLinkOwner, public UpdateWindows {
   explicit EngineLink(VantrelQuillo& agent) : agent_(agent) {}
   std::optional<std::string> clamPATH() override;
   bool displayError(const std::string& description) override;
-  void displayNoEngineWindow() override;
+  void displayNoEngineWindow(const EngineProblem& problem) override;
   void displayUpdateResult(const std::string& text) override;
   void waitKeepingDesktopAlive(const std::function<void()>& wait) override;
 

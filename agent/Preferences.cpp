@@ -47,7 +47,8 @@ void Preferences::readEnginePaths() {
   const std::optional<std::string> updateLog = typed_.string("PathToUpdateLog");
   clamPATH_.store(root);
   if (!root || !updateLog) {
-    engine_.noEnginePanic();
+    engine_.noEnginePanic(
+        {root ? EngineProblem::Kind::noUpdateLog : EngineProblem::Kind::notChosen});
   }
   const bool wrapped = root && root->starts_with(standardRoot) && fileExists(updaterOfStandardRoot);
   freshclamPATH_.store(wrapped ? std::optional<std::string>(updaterOfStandardRoot)
@@ -76,9 +77,12 @@ bool Preferences::makeSureDaemonRuns() {
   engine_.setDaemonPaths(joined(root, "/sbin/clamd"), joined(root, "/etc/clamd.conf"));
   log("clamd not running. Now trying to launch it...\n");
   if (!root || !fileExists(*engine_.clamdPATH())) {
+    engineProblem_ = root ? EngineProblem{EngineProblem::Kind::daemonMissing, *engine_.clamdPATH()}
+                          : EngineProblem{EngineProblem::Kind::notChosen};
     log("ClamAV installation couldn't be found.  Quitting now.\n");
     return false;
   }
+  engineProblem_ = {EngineProblem::Kind::daemonFailed, *engine_.clamdPATH()};
   const bool launched = launchDaemon();
   log(launched ? "clamd launched successfully.  Continuing...\n"
                : "clamd couldn't be launched.  Quitting now.\n");

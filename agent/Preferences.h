@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "engine/EngineProblem.h"
 #include "platform/TypedPreferences.h"
 #include "posix/SharedText.h"
 #include "posix/Snapshot.h"
@@ -24,6 +25,8 @@ class Preferences {
   // Reads everything, makes sure that the daemon runs and makes the scratch folders. False when no
   // engine is usable, with the reason in the log.
   bool readPrefs();
+  // Why no engine was usable.
+  const EngineProblem& engineProblem() const { return engineProblem_; }
   // Forgets the derived values.
   void drop();
 
@@ -77,6 +80,7 @@ class Preferences {
   Folders& folders_;
   SystemLog& log_;
   ClamdLink& engine_;
+  EngineProblem engineProblem_;
   const TypedPreferences typed_;
   // Own synchronisation: the update threads ask for these.
   Snapshot<std::optional<std::string>> clamPATH_;

@@ -77,7 +77,7 @@ class VantrelQuillo {
 
   // Dialogs; any thread.
   static void displayDialog(Dialog& window);
-  void displayNoEngineWindow();
+  void displayNoEngineWindow(const EngineProblem& problem);
   void displayUpdateResult(const std::string& text);
 
   // From the watcher's thread.
@@ -145,7 +145,7 @@ class VantrelQuillo {
   // The same as the requests of these names, while a request is being performed.
   void beginWatching(bool update);
   void setUpAndWatch(bool update);
-  void tellNoEngine();
+  void tellNoEngine(const EngineProblem& problem);
   void endWatching();
   void finishEndOfWatching();
   void startWatcherThread();

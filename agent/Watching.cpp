@@ -1,5 +1,6 @@
 // How the agent begins and ends to watch.
 
+#include "agent/EngineProblemText.h"
 #include "agent/VantrelQuillo.h"
 #include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
@@ -29,14 +30,16 @@ void VantrelQuillo::beginWatching(bool update) {
 void VantrelQuillo::setUpAndWatch(bool update) {
   face_.setEngineMissing(false);
   if (!preferences_.readPrefs()) {
-    tellNoEngine();
+    tellNoEngine(preferences_.engineProblem());
     mainMenu_.enableMenuItems(0);
     return;
   }
   progressLog_.setEnabled(preferences_.logProgress);
   scanLog_.rotateLogFile();
   if (!scanParameters_.setScanParameters()) {
-    tellNoEngine();
+    const auto& scanner = preferences_.clamScanPATH;
+    tellNoEngine(scanner ? EngineProblem{EngineProblem::Kind::scannerMissing, *scanner}
+                         : EngineProblem{EngineProblem::Kind::notChosen});
   }
   firstPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   secondPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
@@ -50,9 +53,9 @@ void VantrelQuillo::setUpAndWatch(bool update) {
   warnOfMissingDefinitions();
 }
 
-void VantrelQuillo::tellNoEngine() {
+void VantrelQuillo::tellNoEngine(const EngineProblem& problem) {
   face_.setEngineMissing(true);
-  displayNoEngineWindow();
+  displayNoEngineWindow(problem);
 }
 
 void VantrelQuillo::startWatcherThread() {
@@ -108,8 +111,10 @@ void VantrelQuillo::displayDialog(Dialog& window) {
   window.orderFrontRegardless();
 }
 
-void VantrelQuillo::displayNoEngineWindow() {
-  displayDialog(services_.platform.mainInterface.noEngineWindow);
+void VantrelQuillo::displayNoEngineWindow(const EngineProblem& problem) {
+  Dialog& window = services_.platform.mainInterface.noEngineWindow;
+  window.setMessage(textOf(problem, services_.platform.localizedStrings));
+  displayDialog(window);
 }
 
 void VantrelQuillo::displayUpdateResult(const std::string& text) {

@@ -289,9 +289,9 @@ void ClamdLink::recoverUnreachableClamd() {
   }
 }
 
-void ClamdLink::noEnginePanic() {
+void ClamdLink::noEnginePanic(const EngineProblem& problem) {
   owner_.displayError(services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", ""));
-  owner_.displayNoEngineWindow();
+  owner_.displayNoEngineWindow(problem);
 }
 
 void ClamdLink::setDaemonPaths(std::optional<std::string> clamdPATH,

@@ -21,6 +21,7 @@ struct LaunchRequest;
 class LocalizedStrings;
 class SystemLog;
 class ThreadStarter;
+struct EngineProblem;
 
 // What the link to the daemon asks of its owner. Any thread.
 class ClamdLinkOwner {
@@ -29,7 +30,7 @@ class ClamdLinkOwner {
   // Root of the engine's installation; absent when the preferences name none.
   virtual std::optional<std::string> clamPATH() = 0;
   virtual bool displayError(const std::string& description) = 0;
-  virtual void displayNoEngineWindow() = 0;
+  virtual void displayNoEngineWindow(const EngineProblem& problem) = 0;
   // Does `wait`, which takes as long as the engine does, and keeps the desktop alive meanwhile when
   // this is the main thread.
   virtual void waitKeepingDesktopAlive(const std::function<void()>& wait) = 0;
@@ -87,7 +88,7 @@ class ClamdLink {
   // Sends "QUIT", but to no daemon that this link did not bring up.
   void quitClamd();
   // Tells the user by notification and dialog that no engine is usable.
-  void noEnginePanic();
+  void noEnginePanic(const EngineProblem& problem);
   // Whether the daemon's definitions are more than the built-in test definition; true also when its
   // configuration does not say where they are.
   bool hasRealDefinitions();

@@ -24,6 +24,7 @@ struct MainInterface {
   MenuItem& openUpdateLogMenuItem;
   Dialog& updateWindow;
   ButtonDialog& noEngineWindow;
+  // The message of noEngineWindow has three lines: its heading, what is wrong, what to do next.
   // The actions of noEngineWindow's buttons: deleteButton is openPrefsButton, otherButton is
   // openVantrelButton.
 };

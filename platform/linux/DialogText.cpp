@@ -18,6 +18,8 @@ namespace {
 
 constexpr int pictureSize = 64;
 constexpr int longestLabel = 1000;
+constexpr int longestFailure = 400;
+constexpr int longestWord = 24;
 // How ClamAV names a find that rests on a file's looks and not on a known threat.
 constexpr std::string_view suspicion = "Heuristics.";
 
@@ -26,10 +28,28 @@ QWidget* messageField(const QDialog& dialog) {
   return field ? field : dialog.findChild<QWidget*>("updateWindowText");
 }
 
+// A label is as wide as its longest word; within one that would widen the window a line may break
+// at a mark that shows nothing (U+200B).
+QString breakable(const QString& text) {
+  QString result;
+  int run = 0;
+  for (const QChar character : text) {
+    // From here on are the scripts that break a line anywhere.
+    const bool isInWord = character.unicode() < 0x2E80 && !character.isSpace();
+    run = isInWord ? run + 1 : 0;
+    if (run > longestWord) {
+      result += QChar(0x200B);
+      run = 1;
+    }
+    result += character;
+  }
+  return result;
+}
+
 void setText(QWidget* field, const QString& text) {
   if (auto* label = qobject_cast<QLabel*>(field)) {
     label->setTextFormat(Qt::PlainText);
-    label->setText(elidedInTheMiddle(text, longestLabel));
+    label->setText(breakable(elidedInTheMiddle(text, longestLabel)));
   } else if (auto* line = qobject_cast<QLineEdit*>(field)) {
     line->setText(text);
     line->setCursorPosition(0);
@@ -104,11 +124,19 @@ void DialogText::showMessage() {
     setText(threat, displayText(infection.threat));
     return;
   }
+  auto* advice = dialog_->findChild<QWidget*>("theAdvice");
+  const QStringList lines = displayLines(*message_).split(u'\n');
+  if (advice && lines.size() == 3) {
+    setText(dialog_->findChild<QWidget*>("theHeading"), lines.at(0));
+    setText(field, lines.at(1));
+    setText(advice, lines.at(2));
+    dialog_->setAccessibleDescription(lines.at(1));
+    return;
+  }
   setText(field, displayLines(*message_));
   // Read out when the window comes, wherever its keys go.
   dialog_->setAccessibleDescription(elidedInTheMiddle(displayLines(*message_), longestLabel));
-  // What the window says by itself of a file, or what to do, is not meant for another message.
-  setVisible(*dialog_, "theAdvice", false);
+  // What the window says by itself of a file is not meant for another message.
   if (dialog_->findChild<QWidget*>("ignoreButton")) {
     setVisible(*dialog_, "theHeading", false);
     showPicture("otherImageName");
@@ -160,7 +188,7 @@ void DialogText::showFailure() {
   if (!field) {
     return;
   }
-  setText(field, displayLines(failure_));
+  setText(field, elidedInTheMiddle(displayLines(failure_), longestFailure));
   field->setVisible(!failure_.empty());
   if (!failure_.empty()) {
     field->setTextInteractionFlags(Qt::TextSelectableByKeyboard | Qt::TextSelectableByMouse);

@@ -159,7 +159,7 @@ void QtApplication::runTerminationHandler() {
 
 void QtApplication::exit(int status) {
   if (exitHandler_) {
-    exitHandler_();
+    guarded(exitHandler_);
   }
   std::fflush(stdout);
   std::fflush(stderr);

@@ -79,6 +79,25 @@ TEST_F(DialogWords, OfALinkNameBothFiles) {
   session.keepPicture("warning-link");
 }
 
+TEST_F(DialogWords, OfAProblemOfTheEngineAreHeadingReasonAndAdvice) {
+  face.tell("noengine-text No update log\\nThe log is <b>not</b> known.\\nChoose one.");
+  face.tell("noengine");
+  ASSERT_TRUE(
+      session.screen().eventually([&] { return session.screen().windowTitles().size() == 1; }));
+  EXPECT_EQ(text("theHeading"), "No update log");
+  EXPECT_EQ(text("theMessage"), "The log is <b>not</b> known.");
+  EXPECT_EQ(text("theAdvice"), "Choose one.");
+}
+
+TEST_F(DialogWords, OfALongNameDoNotWidenTheWindow) {
+  warn("/home/anna/a.zip: Win.Test FOUND");
+  const std::string before = face.ask("where ignoreButton", "at ");
+  face.tell("failure Not moved: /home/anna/" + std::string(250, 'x') + ".zip");
+  face.ask("sync", "synced");
+  EXPECT_EQ(face.ask("where ignoreButton", "at "), before);
+  session.keepPicture("warning-failure-long");
+}
+
 TEST_F(DialogWords, SayInTheOpenWindowWhatDidNotWork) {
   warn("/home/anna/a.zip: Win.Test FOUND");
   EXPECT_EQ(visible("theFailure"), "0");

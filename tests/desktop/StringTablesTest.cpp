@@ -128,6 +128,48 @@ TEST(ShippedStrings, HaveTheSameKeysAndPlaceholdersInEveryLanguage) {
   }
 }
 
+// Heading, what is wrong, what to do next.
+TEST(ShippedStrings, SayOfEveryProblemOfTheEngineThreeThings) {
+  for (const char* language : languages) {
+    const auto table = tableOf(language);
+    for (const char* key :
+         {"ENGINE_NOT_CHOSEN", "ENGINE_NO_UPDATE_LOG", "ENGINE_DAEMON_MISSING",
+          "ENGINE_DAEMON_FAILED", "ENGINE_SCANNER_MISSING", "ENGINE_SCANNER_FAILED",
+          "ENGINE_UPDATER_MISSING", "ENGINE_UPDATER_UNKNOWN"}) {
+      ASSERT_EQ(table.count(key), 1U) << language << " " << key;
+      EXPECT_EQ(split(table.at(key), '\n').size(), 3U) << language << " " << key;
+    }
+  }
+}
+
+TEST(ShippedStrings, SayOfAFailedMoveWhichAndWhy) {
+  for (const char* language : languages) {
+    const auto table = tableOf(language);
+    EXPECT_EQ(placeholdersIn(table.at("NOT_MOVED")), 2U) << language;
+    EXPECT_EQ(placeholdersIn(table.at("NOT_TRASHED")), 1U) << language;
+  }
+}
+
+// One word for each thing: the others would make the user look for a difference.
+TEST(ShippedStrings, HaveOneWordForEachThing) {
+  const std::map<std::string, std::vector<std::string>> others = {
+      {"en", {"virus scanner", "Virus Scanner", "settings", "Settings"}},
+      {"de",
+       {"Prüfprogramm", "Engine", "engine", "Schadprogramm", "Malware", "Dienst", "Voreinst"}},
+      {"es", {"antivirus", "malware", "ajustes"}},
+      {"fr", {"antivirus", "maliciels", "réglages"}},
+      {"ja", {"ウイルススキャナー", "検査"}}};
+  for (const auto& [language, words] : others) {
+    for (const std::string& table : {language, "windows/" + language}) {
+      for (const auto& [key, text] : tableOf(table)) {
+        for (const std::string& word : words) {
+          EXPECT_EQ(text.find(word), std::string::npos) << table << " " << key << ": " << word;
+        }
+      }
+    }
+  }
+}
+
 TEST(ShippedStrings, AreTranslated) {
   const auto english = tableOf("en");
   for (const char* language : languages) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/ClamdLink.h"
+#include "engine/EngineProblem.h"
 
 namespace quillo {
 
@@ -18,7 +19,10 @@ class FakeClamdLinkOwner final : public ClamdLinkOwner {
     note("error: " + description);
     return true;
   }
-  void displayNoEngineWindow() override { note("noEngineWindow"); }
+  void displayNoEngineWindow(const EngineProblem& problem) override {
+    note("noEngineWindow");
+    problems.push_back(problem.kind);
+  }
   void waitKeepingDesktopAlive(const std::function<void()>& wait) override {
     note("wait");
     if (duringWait) {
@@ -32,6 +36,7 @@ class FakeClamdLinkOwner final : public ClamdLinkOwner {
     return calls_;
   }
 
+  std::vector<EngineProblem::Kind> problems;
   std::optional<std::string> root;
   std::function<void()> duringWait;
 

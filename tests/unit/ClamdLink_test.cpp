@@ -251,7 +251,7 @@ TEST_F(ClamdLinkTest, PassesOnThatARecoveryCannotRunTheProgram) {
 
 TEST_F(ClamdLinkTest, PanicsByNotificationThenDialog) {
   strings.texts["CLAMDSCAN_ERROR"] = "No engine!";
-  link.noEnginePanic();
+  link.noEnginePanic({EngineProblem::Kind::notChosen});
   EXPECT_EQ(owner.calls(), (std::vector<std::string>{"error: No engine!", "noEngineWindow"}));
 }
 

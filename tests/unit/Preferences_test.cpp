@@ -56,6 +56,7 @@ TEST_F(PreferencesTest, PanicWithoutAnEngineAndGoOn) {
   store().remove("PathToClamav");
   read();
   EXPECT_EQ(owner.calls(), (Lines{"error: <CLAMDSCAN_ERROR>", "noEngineWindow"}));
+  EXPECT_EQ(owner.problems, std::vector{EngineProblem::Kind::notChosen});
   EXPECT_EQ(preferences.clamPATH(), std::nullopt);
   EXPECT_EQ(preferences.clamScanPATH, std::nullopt);
   EXPECT_EQ(preferences.freshclamPATH(), std::nullopt);
@@ -66,6 +67,7 @@ TEST_F(PreferencesTest, PanicWithoutAnUpdateLogAndGoOn) {
   store().remove("PathToUpdateLog");
   read();
   EXPECT_EQ(owner.calls(), (Lines{"error: <CLAMDSCAN_ERROR>", "noEngineWindow"}));
+  EXPECT_EQ(owner.problems, std::vector{EngineProblem::Kind::noUpdateLog});
   EXPECT_EQ(preferences.freshclamLogLocation(), std::nullopt);
   EXPECT_EQ(preferences.freshclamPATH(), Path(engine() + "/bin/freshclam"));
 }

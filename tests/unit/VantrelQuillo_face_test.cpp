@@ -96,6 +96,7 @@ TEST_F(AgentFace, SaysThatThereIsNoEngineWhenTheScannerProgramIsMissing) {
 TEST_F(AgentFace, SaysThatThereIsNoEngineWhenAScannerFindsItGone) {
   launch();
   ScannerLink(agent()).noEnginePanic();
+  EXPECT_EQ(desktop.mainInterface.noEngineWindow.message(), "<ENGINE_SCANNER_FAILED>");
   EXPECT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
 }
 

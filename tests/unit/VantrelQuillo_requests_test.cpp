@@ -245,9 +245,17 @@ TEST_F(AgentRequests, AnUpdateWithoutAnUpdaterShowsTheEngineDialog) {
   EXPECT_EQ(agent().scannerCount(), 1);
   threads.run("definitions");
   EXPECT_TRUE(desktop.mainInterface.noEngineWindow.cameToFront());
+  EXPECT_EQ(desktop.mainInterface.noEngineWindow.message(), "<ENGINE_UPDATER_MISSING>");
   EXPECT_TRUE(desktop.growl.posted().empty());
   EXPECT_EQ(agent().scannerCount(), 0);
   EXPECT_FALSE(throbber->isUpdating());
+}
+
+TEST_F(AgentRequests, AnUpdateAfterTheStopSaysThatTheUpdaterIsNotKnown) {
+  agent().stopWatcher();
+  agent().updateVirusDefs();
+  threads.run("definitions");
+  EXPECT_EQ(desktop.mainInterface.noEngineWindow.message(), "<ENGINE_UPDATER_UNKNOWN>");
 }
 
 TEST_F(AgentRequests, FoldersMayBeAddedUnlessTheyAreTheQuarantine) {

@@ -27,6 +27,10 @@ class AgentStart : public testing::Test, protected AgentUnderTest {
     EXPECT_FALSE(desktop.mainInterface.restartMenuItem.isEnabled());
     EXPECT_FALSE(desktop.mainInterface.updateDefsMenuItem.isEnabled());
   }
+  void expectEngineProblem(const std::string& key) {
+    EXPECT_TRUE(desktop.mainInterface.noEngineWindow.cameToFront());
+    EXPECT_EQ(desktop.mainInterface.noEngineWindow.message(), "<" + key + ">");
+  }
   void expectListening() {
     EXPECT_EQ(desktop.distributedNotificationCenter.observers.count("VantrelQuilloShouldRestart"),
               1U);
@@ -174,6 +178,7 @@ TEST_F(AgentStart, GoesOnWithoutAnEngineAndWatchesNothing) {
   EXPECT_TRUE(agent().getWatchedFolderList()->empty());
   EXPECT_EQ(desktop.mainInterface.noEngineWindow.calls(),
             (Lines{"makeFloatingKeyAndOrderFront", "orderFrontRegardless"}));
+  expectEngineProblem("ENGINE_DAEMON_MISSING");
   expectMenuDisabled();
   expectListening();
   EXPECT_TRUE(desktop.application.exits.empty());
@@ -190,8 +195,24 @@ TEST_F(AgentStart, WatchesOnceThereIsAnEngineAndARestart) {
 TEST_F(AgentStart, ShowsThatTheScannerCannotBeReadAndWatches) {
   desktop.preferenceStore.set("PathToClamav", home.path() + "/elsewhere");
   launch();
-  EXPECT_TRUE(desktop.mainInterface.noEngineWindow.cameToFront());
+  expectEngineProblem("ENGINE_SCANNER_MISSING");
   EXPECT_EQ(threads.count("FSEventWatcher"), 1);
+}
+
+TEST_F(AgentStart, SaysThatTheDaemonDidNotComeUp) {
+  daemon.reset();
+  home.makeFolder("engine/sbin");
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 1\n");
+  desktop.preferenceStore.set("PathToClamav", home.path() + "/engine");
+  launch();
+  expectEngineProblem("ENGINE_DAEMON_FAILED");
+}
+
+TEST_F(AgentStart, SaysThatNoEngineIsChosen) {
+  daemon.reset();
+  desktop.preferenceStore.remove("PathToClamav");
+  launch();
+  expectEngineProblem("ENGINE_NOT_CHOSEN");
 }
 
 TEST_F(AgentStart, PanicsForMissingPreferencesAndWatches) {
@@ -200,7 +221,7 @@ TEST_F(AgentStart, PanicsForMissingPreferencesAndWatches) {
   ASSERT_EQ(desktop.growl.posted().size(), 1U);
   EXPECT_EQ(desktop.growl.posted()[0].name, "Error");
   EXPECT_EQ(desktop.growl.posted()[0].description, "<CLAMDSCAN_ERROR>");
-  EXPECT_TRUE(desktop.mainInterface.noEngineWindow.cameToFront());
+  expectEngineProblem("ENGINE_NO_UPDATE_LOG");
   EXPECT_EQ(threads.count("FSEventWatcher"), 1);
 }
 

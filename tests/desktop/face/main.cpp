@@ -253,6 +253,8 @@ class Commands {
         say("closed " + std::to_string(all.size()));
       });
       dialogs_.clear();
+    } else if (name == "noengine-text") {
+      face_.mainInterface.interface().noEngineWindow.setMessage(replacingAll(rest, "\\n", "\n"));
     } else if (name == "noengine") {
       face_.mainInterface.interface().noEngineWindow.makeFloatingKeyAndOrderFront();
     } else if (name == "update") {

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+#include "engine/EngineProblem.h"
+
+namespace quillo {
+
+class LocalizedStrings;
+
+// What the window of the missing engine says of a problem, in the user's language: three lines, for
+// the heading, what is wrong and what to do next. Any thread.
+std::string textOf(const EngineProblem& problem, LocalizedStrings& strings);
+
+}  // namespace quillo
