@@ -27,7 +27,7 @@ bool NameRounds::round(bool mountsChanged) {
   }
   // After the events, so that what was unmounted has gone from the tree.
   const bool wayChanged = ways_.hasChanged();
-  if (mountsChanged || wayChanged) {
+  if (mountsChanged || wayChanged || !mountsAreKnown_) {
     plan();
     more = tree_ != nullptr;
   }
@@ -42,9 +42,13 @@ std::vector<pollfd> NameRounds::descriptors() const {
 
 // The ways are followed before they are looked at again, so that no turn of one falls in between.
 void NameRounds::plan() {
-  const std::vector<Mount> table = mounts_.read();
-  ways_.follow(planNames(places_, table, hasHandles_).ways);
-  const NamePlan plan = planNames(places_, table, hasHandles_);
+  const std::optional<std::vector<Mount>> table = mounts_.read();
+  mountsAreKnown_ = table.has_value();
+  if (!table) {
+    return;
+  }
+  ways_.follow(planNames(places_, *table, hasHandles_).ways);
+  const NamePlan plan = planNames(places_, *table, hasHandles_);
   carryOut(plan.roots);
   for (const std::string& place : plan.onNetwork) {
     tellGap(place, NameWatchObserver::Gap::networkDrive);
