@@ -27,7 +27,7 @@ bool NameRounds::round(bool mountsChanged) {
   }
   // After the events, so that what was unmounted has gone from the tree.
   const bool wayChanged = ways_.hasChanged();
-  if (mountsChanged || wayChanged) {
+  if (mountsChanged || wayChanged || !mountsAreKnown_) {
     plan();
     more = tree_ != nullptr;
   }
@@ -43,8 +43,9 @@ std::vector<pollfd> NameRounds::descriptors() const {
 // The ways are followed before they are looked at again, so that no turn of one falls in between.
 void NameRounds::plan() {
   const std::optional<std::vector<Mount>> table = mounts_.read();
+  mountsAreKnown_ = table.has_value();
   if (!table) {
-    return;  // what is watched stays watched until the table can be read again
+    return;
   }
   ways_.follow(planNames(places_, *table, hasHandles_).ways);
   const NamePlan plan = planNames(places_, *table, hasHandles_);

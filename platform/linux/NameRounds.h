@@ -47,6 +47,8 @@ class NameRounds {
   const HasHandles hasHandles_;
 
   MountTable mounts_;
+  // False when the table could not be read: it is tried again in the next round.
+  bool mountsAreKnown_ = false;
   WayWatch ways_;
   std::unique_ptr<NameTree> tree_;
   std::map<std::string, NameRoot> roots_;

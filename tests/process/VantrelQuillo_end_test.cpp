@@ -1,6 +1,8 @@
 #include <signal.h>
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <thread>
 
@@ -189,10 +191,12 @@ class ScanningAgent : public WatchingAgent {
     request.withItsChildren = true;
     return request;
   }
-  // The pipe of its output ends when the last of its processes has.
+  // 0 when it has not ended by the deadline.
   int statusAtTheEnd() {
-    const int status = scan.waitUntilExit([](std::string_view) { return true; });
-    return status;
+    auto end = std::async(std::launch::async, [this] { return scan.waitUntilExit(); });
+    const bool inTime = end.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    scan.endAtOnce();
+    return inTime ? end.get() : 0;
   }
 
   ChildProcess scan;
