@@ -42,9 +42,13 @@ std::vector<pollfd> NameRounds::descriptors() const {
 
 // The ways are followed before they are looked at again, so that no turn of one falls in between.
 void NameRounds::plan() {
-  const std::vector<Mount> table = mounts_.read();
-  ways_.follow(planNames(places_, table, hasHandles_).ways);
-  const NamePlan plan = planNames(places_, table, hasHandles_);
+  const auto table = mounts_.read();
+  if (!table) {
+    // What is watched goes on being watched.
+    return;
+  }
+  ways_.follow(planNames(places_, *table, hasHandles_).ways);
+  const NamePlan plan = planNames(places_, *table, hasHandles_);
   carryOut(plan.roots);
   for (const std::string& place : plan.onNetwork) {
     tellGap(place, NameWatchObserver::Gap::networkDrive);
