@@ -107,7 +107,9 @@ class Planner {
   }
 
   void addRoot(const NamedPlace& place, const std::string& path, const Mount& mount) {
-    if (path == "/" || !fileExists(path) || isFolderItself(path)) {
+    // Asked once: it may vanish at any time, and what is missing is taken for a folder.
+    const auto facts = fileFacts(path);
+    if (!facts || facts->isDirectory) {
       plan.roots.push_back({path, place.withSubfolders, mount.id, place.path});
     } else {
       // A file: what takes its name is told by the folder that it lies in.

@@ -45,6 +45,7 @@ void NameRounds::plan() {
   const std::optional<std::vector<Mount>> table = mounts_.read();
   mountsAreKnown_ = table.has_value();
   if (!table) {
+    // What is watched goes on being watched.
     return;
   }
   ways_.follow(planNames(places_, *table, hasHandles_).ways);
