@@ -56,6 +56,7 @@ void Consequences::showQuarantined(const Verdict& infection) {
     if (auto dialog = services_.interfaceLoader.load("QuarantinedDialog")) {
       theDialog = dialog;
       dialog->setSubject(std::string(lastPathComponent(infection.path)));
+      dialog->setSuspicious(infection.isHeuristic());
       // The dialog lets go of its action, and so of itself, when it closes.
       dialog->setAction([&owner = owner_, waits = waitsForOpener_, dialog,
                          folder = policy_.quarantineLocation](ButtonDialog::Button button) {
