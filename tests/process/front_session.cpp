@@ -92,18 +92,20 @@ TEST_F(FrontSession, HasOneFileScannedAndOneWaitingWithoutMultiscan) {
 }
 
 TEST_F(FrontSession, SendsNoMoreThanTheQueueTakes) {
-  tree.addToDaemon("MaxThreads 7\nMaxQueue 3\n");
-  std::string answers;
-  int waiting = 0;
-  tree.daemon([&](const Question& question) -> Said {
-    answers += SessionClamd::truth(question);
-    if (++waiting < 3) {
-      return "";
-    }
-    waiting = 0;
-    return std::exchange(answers, "");
-  });
+  tree.addToDaemon("MaxThreads 7\nMaxQueue 3\nCommandReadTimeout 1\n");
+  // All answers wait for the first PING, which comes when nothing more can be sent.
+  SessionClamd::Manners manners;
+  manners.pongsBeforeAnswers = 1;
+  const SessionClamd* daemon = nullptr;
+  int sent = 0;
+  daemon = &tree.daemon(
+      [&](const Question& question) {
+        sent += daemon->pings() == 0 ? 1 : 0;
+        return SessionClamd::truth(question);
+      },
+      manners);
   EXPECT_EQ(tree.scan(cleanFiles(9), {"--multiscan"}).status, 0);
+  EXPECT_EQ(sent, 3);
 }
 
 TEST_F(FrontSession, GivesEachFileItsOwnAnswerInWhateverOrderTheyCome) {

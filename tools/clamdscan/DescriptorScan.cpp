@@ -103,24 +103,18 @@ void DescriptorScan::send() {
   }
 }
 
-// A session that has been silent for too long, because this program had to wait for its reader, is
-// lost, and its end no file's fault.
+// A session that was silent for too long, because this program had to wait for its reader, is lost.
+// What was under way in it is asked about once more; what comes now is not to share its end.
 void DescriptorScan::refresh() {
-  const bool silentTooLong = wasSilentTooLong();
+  const bool silentTooLong =
+      limits_.silence.count() != 0 && clock_.now() - sent_ >= limits_.silence;
   if (session_ && silentTooLong && underWay() == 0) {
     session_.reset();
   }
-  if (session_) {
-    stale_ = stale_ || silentTooLong;
-    return;
+  if (!session_) {
+    session_ = link_.open();
+    sent_ = heard_ = clock_.now();
   }
-  session_ = link_.open();
-  stale_ = false;
-  sent_ = heard_ = clock_.now();
-}
-
-bool DescriptorScan::wasSilentTooLong() const {
-  return limits_.silence.count() != 0 && clock_.now() - sent_ >= limits_.silence;
 }
 
 int DescriptorScan::nextLook() const {
@@ -160,18 +154,11 @@ void DescriptorScan::keepAlive() {
 }
 
 void DescriptorScan::takeAnswers() {
-  stale_ = stale_ || wasSilentTooLong();
   const bool goesOn = session_->receive([this](const SessionAnswer& said) { take(said); });
   heard_ = clock_.now();
-  if (goesOn) {
-    return;
+  if (!goesOn) {
+    lose(session_->ending());
   }
-  if (stale_) {
-    for (Item& item : items_) {
-      item.number = 0;
-    }
-  }
-  lose(session_->ending());
 }
 
 void DescriptorScan::take(const SessionAnswer& said) {

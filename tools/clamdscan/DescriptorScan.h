@@ -69,7 +69,6 @@ class DescriptorScan {
   void send();
   bool mayBeSent(const Item& item) const;
   void refresh();
-  bool wasSilentTooLong() const;
   void watch();
   void keepAlive();
   void takeAnswers();
@@ -91,7 +90,6 @@ class DescriptorScan {
   std::list<Item> items_;
   std::optional<ScanSession> session_;
   bool mustWait_ = false;  // nothing more can be sent for the moment
-  bool stale_ = false;     // the session may have been lost by silence
   Clock::Duration sent_{};
   Clock::Duration heard_{};
   int lossesInARow_ = 0;
