@@ -19,11 +19,10 @@ void ScannerLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScanne
 bool ScannerLink::clamdStillAlive() { return agent_.engine().clamdStillAlive(); }
 void ScannerLink::recoverFromCrashedClamd() { agent_.engine().recoverFromCrashedClamd(); }
 void ScannerLink::recoverUnreachableClamd() { agent_.engine().recoverUnreachableClamd(); }
-void ScannerLink::noEnginePanic() {
+void ScannerLink::noEnginePanic(const std::string& program) {
   agent_.face().setEngineMissing(true);
   agent_.mainMenu().tellStatus();
-  agent_.engine().noEnginePanic({EngineProblem::Kind::scannerFailed,
-                                 agent_.preferences().clamPATH().value_or("") + "/bin/clamdscan"});
+  agent_.engine().noEnginePanic({EngineProblem::Kind::scannerFailed, program});
 }
 std::string ScannerLink::getQuitMenuName() { return agent_.mainMenu().getQuitMenuName(); }
 void ScannerLink::quit() { agent_.quit(); }

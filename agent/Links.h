@@ -48,7 +48,7 @@ class ScannerLink final : public ScannerOwner {
   bool clamdStillAlive() override;
   void recoverFromCrashedClamd() override;
   void recoverUnreachableClamd() override;
-  void noEnginePanic() override;
+  void noEnginePanic(const std::string& program) override;
   std::string getQuitMenuName() override;
   void quit() override;
   void openAndWait(const std::string& folder) override;

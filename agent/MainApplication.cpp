@@ -1,5 +1,6 @@
 #include "agent/MainApplication.h"
 
+#include <exception>
 #include <utility>
 
 #include "agent/PreferenceKeys.h"
@@ -91,9 +92,15 @@ void MainApplication::waitForIt() {
   };
   try {
     threads_.detachNewThread("openPrefs", watch);
-  } catch (...) {
-    done_.clear();
-    throw;
+  } catch (const std::exception&) {
+    // Nobody can wait for it; what was to come after it comes all the same.
+    application_.beep();
+    for (const auto& done : std::exchange(done_, {})) {
+      if (done) {
+        done();
+      }
+    }
+    return;
   }
   waits_ = waits;
 }

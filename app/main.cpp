@@ -32,6 +32,8 @@ int runAgent(int argc, char** argv) {
                          [&agent] { agent.applicationWillTerminate(); });
   } catch (const std::exception& failure) {
     services.systemLog.log(std::string("The agent ends: ") + failure.what());
+  } catch (...) {
+    services.systemLog.log("The agent ends: unknown failure");
   }
   // The workers run on what lies on this stack, and end with the process only.
   services.application.exit(status);

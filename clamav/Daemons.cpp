@@ -1,11 +1,13 @@
 #include "clamav/Daemons.h"
 
 #include <dirent.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -15,6 +17,12 @@
 #include "clamav/TrustedPath.h"
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
+#include "posix/UniqueFd.h"
+
+// glibc 2.36 declares these without saying that they are C functions.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 namespace quillo {
 namespace {
@@ -186,6 +194,21 @@ bool isProcessMarked(pid_t process, const std::string& variable) {
   const std::string environment = contentOf("/proc/" + std::to_string(process) + "/environ");
   const std::vector<std::string_view> variables = split(environment, '\0');
   return std::find(variables.begin(), variables.end(), variable) != variables.end();
+}
+
+void endMarkedProcesses(const std::string& variable) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc"), closedir);
+  while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
+    const pid_t process = isNumber(entry->d_name) ? std::atoi(entry->d_name) : 0;
+    if (process <= 0 || process == getpid()) {
+      continue;
+    }
+    // Held first, so that the one that is looked at is the one that is told.
+    const UniqueFd held(pidfd_open(process, 0));
+    if (held && isProcessMarked(process, variable)) {
+      pidfd_send_signal(held.get(), SIGTERM, nullptr, 0);
+    }
+  }
 }
 
 bool isProcessAtWork(pid_t process) {

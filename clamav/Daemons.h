@@ -43,6 +43,9 @@ bool isProcessOf(const std::string& processes, std::string_view process,
 // Whether the process was started with `variable`, "NAME=value", in its environment, or descends
 // from one that was. False where that cannot be seen.
 bool isProcessMarked(pid_t process, const std::string& variable);
+// Asks each process so marked to end (SIGTERM): also those that what was launched has started and
+// put into a session of their own.
+void endMarkedProcesses(const std::string& variable);
 // Whether the process is there and neither stopped nor a zombie.
 bool isProcessAtWork(pid_t process);
 

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -21,7 +22,6 @@ namespace {
 constexpr char hello = 'H';
 constexpr char verdictRecord = 'V';
 constexpr char outcomeRecord = 'O';
-constexpr char taken = 1;
 // Far beyond any line; more is no record of ours.
 constexpr std::uint32_t longestRecord = 1U << 24U;
 
@@ -57,11 +57,15 @@ std::string takeField(std::string_view& bytes) {
   return field;
 }
 
-// Whether `read` is the line that was written, or its end, where the verdict stands: what is longer
-// than a pipe takes at once (pipe(7), PIPE_BUF) may have been read in pieces.
+// Whether `read` is the line that was written, or its end with the verdict: what is longer than a
+// pipe takes at once (pipe(7), PIPE_BUF) may have been read in pieces.
 bool stands(const std::string& written, std::string_view read) {
-  return written == read ||
-         (written.size() >= PIPE_BUF && !read.empty() && written.ends_with(read));
+  if (written == read) {
+    return true;
+  }
+  const std::size_t verdict = written.rfind(": ");
+  return written.size() >= PIPE_BUF && verdict != std::string::npos &&
+         read.size() >= written.size() - verdict && written.ends_with(read);
 }
 
 Verdict::Kind kindOf(const std::string& field) {
@@ -126,7 +130,7 @@ void VerdictSender::tell(const Verdict& verdict) { send(verdictRecord, verdict, 
 
 void VerdictSender::announceMove(const Verdict& verdict) {
   send(verdictRecord, verdict, true);
-  ++unanswered_;
+  ++announced_;
 }
 
 bool VerdictSender::mayMove(std::chrono::milliseconds wait) {
@@ -139,17 +143,22 @@ bool VerdictSender::mayMove(std::chrono::milliseconds wait) {
     if (ready == 0) {
       return false;
     }
-    char answer = 0;
-    const ssize_t count = ready < 0 ? -1 : recv(socket_.get(), &answer, 1, MSG_DONTWAIT);
-    if (count == 1) {
-      // One that came too late is that of an earlier line.
-      if (answer != taken || --unanswered_ <= 0) {
-        return answer == taken;
-      }
-      continue;
-    }
-    if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
+    std::array<char, 64> piece;
+    const ssize_t count =
+        ready < 0 ? -1 : recv(socket_.get(), piece.data(), piece.size(), MSG_DONTWAIT);
+    if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN)) {
       return false;
+    }
+    answers_.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    // Those of earlier lines came too late, and mean nothing any more.
+    std::string_view rest = answers_;
+    std::optional<std::uint32_t> answer;
+    while (rest.size() >= sizeof(std::uint32_t) && answer != announced_) {
+      answer = takeNumber(rest);
+    }
+    answers_.erase(0, answers_.size() - rest.size());
+    if (answer == announced_) {
+      return true;
     }
   }
   return false;
@@ -206,7 +215,7 @@ void VerdictReceiver::takeRecords() {
     rest = ahead.substr(*length);
     Record record;
     record.type = body[0];
-    record.moves = body[1] != 0;
+    record.move = body[1] != 0 ? ++moves_ : 0;
     body.remove_prefix(2);
     record.verdict.kind = kindOf(takeField(body));
     record.verdict.whereabouts = whereaboutsOf(takeField(body));
@@ -216,29 +225,55 @@ void VerdictReceiver::takeRecords() {
       *field = takeField(body);
     }
     if (record.type != hello) {
+      spoken_ = true;
       records_.push_back(std::move(record));
     }
   }
   bytes_.erase(0, bytes_.size() - rest.size());
 }
 
-Verdict VerdictReceiver::understand(std::string_view line) {
+bool VerdictReceiver::drain() {
   receive(false);
-  if (records_.empty() || records_.front().type != verdictRecord ||
-      !stands(records_.front().verdict.line, line)) {
-    return Verdict::parse(line);
-  }
-  Record record = std::move(records_.front());
-  records_.pop_front();
-  if (record.moves) {
-    awaitOutcome(record.verdict);
-  }
-  record.verdict.line = line;
-  return std::move(record.verdict);
+  return !ended_;
 }
 
-void VerdictReceiver::awaitOutcome(Verdict& verdict) {
-  if (::send(own_.get(), &taken, 1, MSG_NOSIGNAL) != 1) {
+std::optional<VerdictReceiver::Record> VerdictReceiver::takeRecordOf(std::string_view line) {
+  const auto found = std::find_if(records_.begin(), records_.end(), [line](const Record& record) {
+    return record.type == verdictRecord && stands(record.verdict.line, line);
+  });
+  if (found == records_.end()) {
+    return std::nullopt;
+  }
+  Record record = std::move(*found);
+  records_.erase(records_.begin(), found + 1);
+  return record;
+}
+
+Verdict VerdictReceiver::understand(std::string_view line) {
+  receive(false);
+  std::optional<Record> record = takeRecordOf(line);
+  if (!record) {
+    Verdict verdict = Verdict::parse(line);
+    if (spoken_ && verdict.kind == Verdict::Kind::infected) {
+      // The scanner was not told that the line came, and so has left the file where it is.
+      verdict.whereabouts = Verdict::Whereabouts::notMoved;
+      verdict.reason = "its line was not read whole";
+    }
+    return verdict;
+  }
+  if (record->move != 0) {
+    awaitOutcome(*record);
+  }
+  record->verdict.line = line;
+  return std::move(record->verdict);
+}
+
+void VerdictReceiver::awaitOutcome(Record& record) {
+  Verdict& verdict = record.verdict;
+  std::string answer;
+  appendNumber(answer, record.move);
+  if (::send(own_.get(), answer.data(), answer.size(), MSG_NOSIGNAL) !=
+      static_cast<ssize_t>(answer.size())) {
     ended_ = true;
   }
   receive(records_.empty());
@@ -249,11 +284,12 @@ void VerdictReceiver::awaitOutcome(Verdict& verdict) {
     verdict.destination = outcome.destination;
     records_.pop_front();
   } else {
-    // It ended over the move, before it or behind it.
+    // It ended over the move, before it or behind it. What cannot be looked at has not gone.
     struct stat status = {};
-    const bool isThere = lstat(verdict.file().c_str(), &status) == 0;
-    verdict.whereabouts = isThere ? Verdict::Whereabouts::notMoved : Verdict::Whereabouts::moved;
-    verdict.reason = isThere ? "the scanner ended before it was moved" : "";
+    const bool gone =
+        lstat(verdict.file().c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
+    verdict.whereabouts = gone ? Verdict::Whereabouts::moved : Verdict::Whereabouts::notMoved;
+    verdict.reason = gone ? "" : "the scanner ended before it was moved";
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>
@@ -18,9 +19,9 @@ namespace quillo {
 //
 // Each record is a 32-bit length and that many bytes: a letter and then fields of 32-bit length and
 // bytes, in the byte order of the machine. "H" says that the scanner knows the channel. "V" is the
-// verdict of a line and is sent before that line. One whose file is about to be moved is answered
-// with one byte as soon as the reader has the line; the file moves only then, and "O" follows with
-// what became of it.
+// verdict of a line and is sent before that line. One whose file is about to be moved is answered,
+// as soon as the reader has the line, with its number among those; the file moves only then, and
+// "O" follows with what became of it.
 inline constexpr const char* verdictChannelVariable = "VANTREL_VERDICTS";
 
 // The scanner's end. One thread.
@@ -49,7 +50,8 @@ class VerdictSender {
   void send(char type, const Verdict& verdict, bool moves);
 
   UniqueFd socket_;
-  int unanswered_ = 0;  // lines announced whose taking has not been told yet
+  std::uint32_t announced_ = 0;
+  std::string answers_;  // read, but not whole yet
 };
 
 // The reader's end. One thread.
@@ -68,10 +70,15 @@ class VerdictReceiver {
   // it has said what became of it, or has ended.
   Verdict understand(std::string_view line);
 
+  // To be drained whenever it can be read, or a scanner with much to tell waits for ever: for this
+  // reader, which waits for its report. False when there is no more to come.
+  int descriptor() const { return own_.get(); }
+  bool drain();
+
  private:
   struct Record {
     char type = 0;
-    bool moves = false;
+    std::uint32_t move = 0;  // its number, if its file is about to be moved
     Verdict verdict;
   };
 
@@ -79,12 +86,16 @@ class VerdictReceiver {
   // Takes in what has come; with `wait` at least one record, unless the scanner has ended.
   void receive(bool wait);
   void takeRecords();
-  void awaitOutcome(Verdict& verdict);
+  // Takes the record of this line out, and those before it, whose lines never came.
+  std::optional<Record> takeRecordOf(std::string_view line);
+  void awaitOutcome(Record& record);
 
   UniqueFd own_;
   UniqueFd scanners_;
   std::string bytes_;
   std::deque<Record> records_;
+  std::uint32_t moves_ = 0;
+  bool spoken_ = false;  // of some line
   bool ended_ = false;
 };
 

@@ -76,8 +76,8 @@ bool ClamdLink::checkForClamd() {
   if (!daemon->program.empty()) {
     setDaemonPaths(std::move(daemon->program), std::move(daemon->configuration));
   } else if (Paths ours = pathsOfInstallation(); ours.clamdPATH) {
-    services_.systemLog.log("The process list shows no clamd that could be restarted; " +
-                            *ours.clamdPATH + " will be");
+    services_.systemLog.log("The process list shows no clamd that could be started again; " +
+                            *ours.clamdPATH + " will be started instead if clamd is lost");
     setDaemonPaths(std::move(ours.clamdPATH), daemon->configuration
                                                   ? std::move(daemon->configuration)
                                                   : std::move(ours.clamdConfPATH));
@@ -130,6 +130,10 @@ void ClamdLink::abandonLaunch() {
   for (const auto& daemon : launching_) {
     services_.systemLog.log("giving up on clamd, which has not started");
     daemon->terminate();
+  }
+  if (!launching_.empty()) {
+    // What was launched may be a launcher, and clamd loads in a session of its own.
+    endMarkedProcesses(mark_);
   }
 }
 

@@ -197,13 +197,17 @@ void ChildProcess::endAtOnce() {
   }
 }
 
-int ChildProcess::waitUntilExit(const ChunkHandler& handler) {
+int ChildProcess::waitUntilExit(const ChunkHandler& handler, ReadBesides besides) {
   bool reading = handler != nullptr && output_.descriptor() >= 0;
   for (;;) {
-    pollfd watched[2] = {{pidfd_.get(), POLLIN, 0},
-                         {reading ? output_.descriptor() : -1, POLLIN, 0}};
-    if (poll(watched, 2, -1) < 0 && errno == EINTR) {
+    pollfd watched[3] = {{pidfd_.get(), POLLIN, 0},
+                         {reading ? output_.descriptor() : -1, POLLIN, 0},
+                         {besides.descriptor, POLLIN, 0}};
+    if (poll(watched, 3, -1) < 0 && errno == EINTR) {
       continue;
+    }
+    if (watched[2].revents != 0 && !besides.read()) {
+      besides.descriptor = -1;
     }
     if (reading && watched[1].revents != 0) {
       const std::string chunk = output_.availableData();

@@ -37,6 +37,13 @@ struct LaunchRequest {
 // This process's environment with one variable more, or in place of one of that name.
 std::vector<std::string> environmentWith(const std::string& name, const std::string& value);
 
+// Something else to be read while a child is waited for: `read` is called whenever `descriptor` can
+// be read, and answers whether it wants more.
+struct ReadBesides {
+  int descriptor = -1;
+  std::function<bool()> read;
+};
+
 // One child process, run with posix_spawn(3): standard input is the null device, signal mask and
 // dispositions are the defaults, every other descriptor is closed. One thread owns and waits for
 // it; terminate(), endAtOnce() and isRunning() may be called from any thread.
@@ -66,7 +73,7 @@ class ChildProcess {
 
   // Waits without polling until the child has exited, handing on its output meanwhile. What it
   // wrote before it exited is handed on first. Returns the termination status.
-  int waitUntilExit(const ChunkHandler& handler = nullptr);
+  int waitUntilExit(const ChunkHandler& handler = nullptr, ReadBesides besides = {});
   // Exit status, or the number of the signal that ended it (SIGHUP is given as 129, to keep 1 for
   // the exit status). Only after waitUntilExit().
   int terminationStatus() const { return status_; }

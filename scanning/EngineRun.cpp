@@ -64,7 +64,7 @@ void EngineRun::perform(const std::function<void()>& steps) {
     steps();
   } catch (const PlatformException& failure) {
     if (failure.reason() == "launch path not accessible") {
-      owner_.noEnginePanic();
+      owner_.noEnginePanic(scanParams_.empty() ? "clamdscan" : scanParams_.front());
     } else {
       reportFailure(failure);
     }
@@ -93,9 +93,7 @@ void EngineRun::launch(int descriptorThree, VerdictReceiver* verdicts) {
   request.descriptorThree = descriptorThree;
   scanCheckTask_.emplace(request);
   noteAsRunning();
-  if (verdicts) {
-    verdicts->letGo();
-  }
+  listenTo(verdicts);
   outputPipe_ = taskOutput_ = std::to_string(scanCheckTask_->processIdentifier());
 }
 
@@ -116,6 +114,11 @@ void EngineRun::launch(std::optional<Pipe> outputPipe, std::optional<PipeReader>
   outputPipe_ = taskOutput_ = std::to_string(taskOutput->descriptor());
   scanCheckTask_.emplace(requestWith(verdicts), std::move(*taskOutput), outputPipe->takeWriter());
   noteAsRunning();
+  listenTo(verdicts);
+}
+
+void EngineRun::listenTo(VerdictReceiver* verdicts) {
+  verdicts_ = verdicts;
   if (verdicts) {
     verdicts->letGo();
   }
@@ -136,7 +139,11 @@ void EngineRun::tellOfStart() {
 void EngineRun::waitUntilExit(const ChildProcess::ChunkHandler& handler,
                               const std::function<void()>& daemonGone) {
   ChildProcess& task = *scanCheckTask_;
-  const int status = task.waitUntilExit(handler);
+  ReadBesides besides;
+  if (verdicts_) {
+    besides = {verdicts_->descriptor(), [this] { return verdicts_->drain(); }};
+  }
+  const int status = task.waitUntilExit(handler, besides);
   if (status == cannotScanStatus && !owner_.clamdStillAlive()) {
     daemonGone();
   }

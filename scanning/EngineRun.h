@@ -59,6 +59,7 @@ class EngineRun {
   void noteAsRunning();
   void tellOfStart();
   LaunchRequest requestWith(VerdictReceiver* verdicts) const;
+  void listenTo(VerdictReceiver* verdicts);
   void reportFailure(const PlatformException& failure);
 
   ScannerOwner& owner_;
@@ -70,6 +71,7 @@ class EngineRun {
   std::string outputPipe_ = "(null)";
   std::string taskOutput_ = "(null)";
   std::optional<ChildProcess> scanCheckTask_;
+  VerdictReceiver* verdicts_ = nullptr;  // of the scanner that runs
   // Goes before what it speaks of.
   std::optional<RunningScanners::Entry> running_;
   std::string data_ = "(null)";

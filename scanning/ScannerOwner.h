@@ -45,7 +45,8 @@ class ScannerOwner : public DialogListOwner {
   virtual void recoverFromCrashedClamd() = 0;
   // As above, unless the daemon has come back by the time it is this caller's turn.
   virtual void recoverUnreachableClamd() = 0;
-  virtual void noEnginePanic() = 0;
+  // The program that cannot be run.
+  virtual void noEnginePanic(const std::string& program) = 0;
   // The title of the menu's quit command.
   virtual std::string getQuitMenuName() = 0;
   // Main thread; does not return, unless the daemon is being launched: then the end comes later.

@@ -26,6 +26,32 @@ std::string socketOf(const std::string& tree) {
   throw std::runtime_error("no socket in " + tree + "/etc/clamd.conf");
 }
 
+ScanCost scanLists(const std::vector<std::string>& client, const std::vector<std::string>& paths,
+                   const std::vector<std::string>& environment, const std::string& scratch) {
+  std::vector<std::string> lists;
+  for (std::size_t first = 0; first < paths.size(); first += batch) {
+    std::string text;
+    for (std::size_t index = first; index < std::min(first + batch, paths.size()); ++index) {
+      text += paths[index] + "\n";
+    }
+    lists.push_back(scratch + "/list" + std::to_string(lists.size()));
+    writeFile(lists.back(), text);
+  }
+  const auto worker = [&](std::size_t first) {
+    for (std::size_t index = first; index < lists.size(); index += 2) {
+      std::vector<std::string> command = client;
+      command.insert(command.end(), {"--multiscan", "--stdout", "--file-list=" + lists[index]});
+      run(command, environment);
+    }
+  };
+  const Seconds begin = now();
+  const Seconds before = childrensTime();
+  std::thread second(worker, 1);
+  worker(0);
+  second.join();
+  return {now() - begin, childrensTime() - before};
+}
+
 }  // namespace
 
 void startDaemon(const std::string& tree, const std::vector<std::string>& environment) {
@@ -48,30 +74,16 @@ void stopDaemon(const std::string& tree) {
   close(endpoint);
 }
 
-Seconds scanWithBareEngine(const std::string& tree, const std::vector<std::string>& paths,
-                           const std::vector<std::string>& environment,
-                           const std::string& scratch) {
-  std::vector<std::string> lists;
-  for (std::size_t first = 0; first < paths.size(); first += batch) {
-    std::string text;
-    for (std::size_t index = first; index < std::min(first + batch, paths.size()); ++index) {
-      text += paths[index] + "\n";
-    }
-    lists.push_back(scratch + "/list" + std::to_string(lists.size()));
-    writeFile(lists.back(), text);
-  }
-  const auto worker = [&](std::size_t first) {
-    for (std::size_t index = first; index < lists.size(); index += 2) {
-      run({"/usr/bin/clamdscan", "--config-file=" + tree + "/etc/clamd.conf", "--multiscan",
-           "--fdpass", "--stdout", "--file-list=" + lists[index]},
-          environment);
-    }
-  };
-  const Seconds begin = now();
-  std::thread second(worker, 1);
-  worker(0);
-  second.join();
-  return now() - begin;
+ScanCost scanWithBareEngine(const std::string& tree, const std::vector<std::string>& paths,
+                            const std::vector<std::string>& environment,
+                            const std::string& scratch) {
+  return scanLists({"/usr/bin/clamdscan", "--config-file=" + tree + "/etc/clamd.conf", "--fdpass"},
+                   paths, environment, scratch);
+}
+
+ScanCost scanWithTree(const std::string& tree, const std::vector<std::string>& paths,
+                      const std::vector<std::string>& environment, const std::string& scratch) {
+  return scanLists({tree + "/bin/clamdscan"}, paths, environment, scratch);
 }
 
 }  // namespace bench

@@ -75,13 +75,9 @@ Usage usageOf(pid_t pid) {
   constexpr std::size_t systemTime = 12;
   Usage usage;
   const std::vector<std::string> fields = statFields(pid);
-  if (fields.size() > systemTime + 2) {
-    const auto sum = [&fields](std::size_t user) {
-      return (std::stod(fields[user]) + std::stod(fields[user + 1])) /
-             static_cast<double>(sysconf(_SC_CLK_TCK));
-    };
-    usage.processorSeconds = sum(userTime);
-    usage.childrensSeconds = sum(systemTime + 1);
+  if (fields.size() > systemTime) {
+    usage.processorSeconds = (std::stod(fields[userTime]) + std::stod(fields[systemTime])) /
+                             static_cast<double>(sysconf(_SC_CLK_TCK));
   }
   std::ifstream status("/proc/" + std::to_string(pid) + "/status");
   for (std::string line; std::getline(status, line);) {

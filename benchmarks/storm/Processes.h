@@ -26,7 +26,6 @@ int run(const std::vector<std::string>& command, const std::vector<std::string>&
 // What a process that still runs has used so far.
 struct Usage {
   double processorSeconds = 0;
-  double childrensSeconds = 0;  // of the children that have ended and were waited for
   double peakMegabytes = 0;
 };
 Usage usageOf(pid_t pid);

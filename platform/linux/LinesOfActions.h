@@ -7,7 +7,7 @@ namespace quillo {
 
 // How the lines begin that tell of one action each: a restart, a sleep, a start of the daemon, an
 // end of the helper. Somebody may count them, so the log has every one.
-inline constexpr std::array<std::string_view, 42> linesOfActions = {
+inline constexpr std::array<std::string_view, 44> linesOfActions = {
     "We're currently watching for changes, so stop and then register",
     "Nighty night!",
     "Wakey wakey!",
@@ -34,6 +34,8 @@ inline constexpr std::array<std::string_view, 42> linesOfActions = {
     "launch path not accessible",
     "LaunchFailure",
     "cannot launch ",
+    "PipeFailure",
+    "cannot create a pipe: ",
     "SpotlightWatcher did NOT crash, don't worry: at numLinesOffset = ",
     "Yikes! We just caught a crash.  Here's why ",
     "can't connect to clamd",

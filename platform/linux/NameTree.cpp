@@ -21,6 +21,7 @@ namespace {
 constexpr unsigned int wanted =
     IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_CLOSE_WRITE | IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr int visitsInAStep = 64;
+constexpr int readsInAStep = 64;
 // File systems keep times in steps of up to two seconds.
 constexpr std::time_t slack = 3;
 
@@ -135,7 +136,7 @@ bool NameTree::takeRefusal() { return std::exchange(refused_, false); }
 
 void NameTree::readEvents(std::vector<std::string>& paths) {
   alignas(inotify_event) std::array<char, 65536> buffer;
-  for (;;) {
+  for (int reads = 0; reads < readsInAStep; ++reads) {
     const std::time_t readAt = now();
     const ssize_t count = read(queue_.get(), buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) {
@@ -194,8 +195,14 @@ void NameTree::folderAppeared(const std::string& folder) {
 
 // Events were lost: whatever came into a folder since all were read is told again.
 void NameTree::startOver() {
+  // In place of a walk that is under way for the same reason, or walks would pile up.
+  std::time_t since = allReadAt_ - slack;
+  std::erase_if(visits_, [&since](const Visit& visit) {
+    since = visit.tellAll ? since : std::min(since, visit.since);
+    return !visit.tellAll;
+  });
   for (const auto& [folder, root] : roots_) {
-    visits_.push_back({folder, folder, false, allReadAt_ - slack});
+    visits_.push_back({folder, folder, false, since});
   }
 }
 

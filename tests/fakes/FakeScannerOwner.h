@@ -52,7 +52,10 @@ class FakeScannerOwner final : public ScannerOwner {
       duringRecovery();
     }
   }
-  void noEnginePanic() override { record("no engine"); }
+  void noEnginePanic(const std::string& program) override {
+    missingProgram = program;
+    record("no engine");
+  }
   std::string getQuitMenuName() override { return "Quit Vantrel Quillo"; }
   void quit() override { record("quit"); }
   void openAndWait(const std::string& folder) override {
@@ -106,6 +109,7 @@ class FakeScannerOwner final : public ScannerOwner {
     return dialogs_;
   }
 
+  std::string missingProgram;
   std::string quarantineOrTrash;
   std::string quarantineLocation;
   std::string includePattern;

@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <optional>
@@ -259,6 +262,35 @@ TEST(ChildProcess, CanBeEndedAtOnceWithItsChildren) {
   ASSERT_EQ(poll(&watched, 1, 10000), 1);
   EXPECT_EQ(read(reader.get(), &byte, 1), 0);
   child.endAtOnce();
+}
+
+TEST(ChildProcess, IsNotHeldUpByWhatItTellsBesidesItsOutput) {
+  int ends[2] = {-1, -1};
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+  const UniqueFd own(ends[0]);
+  UniqueFd childs(ends[1]);
+  // Much more than a socket holds, before a word of its output.
+  LaunchRequest request{"/bin/sh", {"-c", "head -c 2000000 /dev/zero >&4; echo done"}};
+  request.descriptorFour = childs.get();
+  ChildProcess child(request);
+  childs.reset();
+  std::size_t bytes = 0;
+  std::string output;
+  const auto read = [&] {
+    std::array<char, 65536> piece;
+    const ssize_t count = recv(own.get(), piece.data(), piece.size(), MSG_DONTWAIT);
+    bytes += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    return count > 0;
+  };
+  const auto handler = [&output](std::string_view chunk) {
+    output += chunk;
+    return true;
+  };
+  EXPECT_EQ(child.waitUntilExit(handler, {own.get(), read}), 0);
+  while (read()) {
+  }
+  EXPECT_EQ(output, "done\n");
+  EXPECT_EQ(bytes, 2000000U);
 }
 
 }  // namespace

@@ -1,10 +1,15 @@
+#include <poll.h>
 #include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <memory>
 #include <thread>
+#include <utility>
 
 #include "posix/ChildProcess.h"
 #include "tests/fakes/FakeClamd.h"
@@ -91,6 +96,29 @@ TEST_F(WatchingAgent, QuitsNoDaemonThatServedUnlistedBeforeItsLaunchSucceeded) {
   for (const FakeClamd::Visit& visit : clamd.visits(1)) {
     EXPECT_NE(visit.bytes.substr(0, 4), "QUIT");
   }
+}
+
+TEST_F(WatchingAgent, GivesUpAlsoTheDaemonThatALauncherHasStarted) {
+  HelperProgram gate{HelperProgram::idle};
+  daemon.reset();
+  home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nsetsid /bin/sh -c 'echo $$ > \"" +
+                                             home.path() + "/number\"; echo > \"" +
+                                             gate.resourceFolder() +
+                                             "/launches\"; exec sleep 1000' &\nwait\n");
+  UniqueFd loading;
+  desktop.application.duringWait = [&] {
+    const auto alive = std::exchange(desktop.application.duringWait, nullptr);
+    ASSERT_TRUE(gate.waitForLaunches(1));
+    pid_t number = 0;
+    std::ifstream(home.path() + "/number") >> number;
+    loading.reset(static_cast<int>(syscall(SYS_pidfd_open, number, 0)));
+    agent().quit();
+    threads.run("quit");
+  };
+  agent().applicationDidFinishLaunching();
+  ASSERT_TRUE(loading);
+  pollfd end = {loading.get(), POLLIN, 0};
+  EXPECT_EQ(poll(&end, 1, 10000), 1);
 }
 
 // An agent whose own daemon has crashed and is being launched again by a scanner.

@@ -297,10 +297,11 @@ TEST_F(FrontSession, BlamesNoFileForASessionThatWasSilentForItsReadersSake) {
   limits.underWay = 3;
   limits.silence = engine.manners.silence;
   limits.patience = 300s;
-  DescriptorScan scan(link, nobody, clock, limits, [&](Job&, const Answer& answer) {
+  const auto handler = [&](Job&, const Answer& answer) {
     clean += answer.kind == Answer::Kind::clean ? 1 : 0;
     clock.advance(31s);  // the reader took its time
-  });
+  };
+  DescriptorScan scan(link, nobody, clock, limits, handler, [] {});
   for (const std::string& path : cleanFiles(9)) {
     Job job;
     job.entries.emplace_back();

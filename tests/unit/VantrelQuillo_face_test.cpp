@@ -95,7 +95,7 @@ TEST_F(AgentFace, SaysThatThereIsNoEngineWhenTheScannerProgramIsMissing) {
 
 TEST_F(AgentFace, SaysThatThereIsNoEngineWhenAScannerFindsItGone) {
   launch();
-  ScannerLink(agent()).noEnginePanic();
+  ScannerLink(agent()).noEnginePanic("/engine/bin/clamdscan");
   EXPECT_EQ(desktop.mainInterface.noEngineWindow.message(), "<ENGINE_SCANNER_FAILED>");
   EXPECT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
 }

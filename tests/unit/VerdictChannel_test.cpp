@@ -124,5 +124,47 @@ TEST_F(VerdictChannelTest, EndsAtARecordThatIsNone) {
   EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").path, "/u/a");
 }
 
+TEST_F(VerdictChannelTest, PassesOverRecordsWhoseLinesNeverCame) {
+  sender.tell(infected("/u/lost: Eicar FOUND"));
+  sender.announceMove(infected("/u/lost too: Eicar FOUND"));
+  sender.announceMove(infected("/u/b: Eicar FOUND"));
+  bool allowed = false;
+  std::thread scanner([&] {
+    allowed = sender.mayMove();
+    sender.tellOutcome(infected("/u/b: Eicar FOUND"));
+  });
+  EXPECT_EQ(receiver.understand("/u/b: Eicar FOUND").file(), "/elsewhere/c");
+  scanner.join();
+  EXPECT_TRUE(allowed);
+}
+
+TEST_F(VerdictChannelTest, TakesNoFileForMovedWhoseLineIsNotKnown) {
+  sender.tell(infected("/u/a: Eicar FOUND"));
+  EXPECT_EQ(receiver.understand("torn: Eicar FOUND").whereabouts, Whereabouts::notMoved);
+}
+
+TEST_F(VerdictChannelTest, AllowsNoMoveForAPieceOfALineWithoutItsVerdict) {
+  const std::string line = "/" + std::string(5000, 'n') + ": Eicar FOUND";
+  sender.announceMove(infected(line));
+  EXPECT_EQ(receiver.understand("UND").kind, Kind::message);
+  EXPECT_FALSE(sender.mayMove(std::chrono::milliseconds(0)));
+}
+
+TEST_F(VerdictChannelTest, TakesAFileThatCannotBeLookedAtForLeft) {
+  Verdict verdict = infected("/u/a: Eicar FOUND");
+  verdict.target = "/" + std::string(5000, 'x');
+  sender.announceMove(verdict);
+  endSender();
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").whereabouts, Whereabouts::notMoved);
+}
+
+TEST_F(VerdictChannelTest, KeepsWhatItDrainedForTheLinesThatFollow) {
+  sender.tell(infected("/u/a: Eicar FOUND"));
+  EXPECT_TRUE(receiver.drain());
+  endSender();
+  EXPECT_FALSE(receiver.drain());
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").file(), "/elsewhere/c");
+}
+
 }  // namespace
 }  // namespace quillo

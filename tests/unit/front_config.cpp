@@ -67,6 +67,13 @@ TEST(FrontTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
   EXPECT_EQ(tree.daemonAccount, "scanner");
 }
 
+TEST(FrontTree, KeepsItsCopyOfTheLimitsWhereTheDaemonsOwnFileCannotBeRead) {
+  const ScratchFolder root;
+  root.file("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\n");
+  root.file("etc/front.conf", "DaemonConfig " + root.at("gone.conf") + "\n");
+  EXPECT_EQ(EngineTree::at(root.path()).limits.largestFile, mebi);
+}
+
 TEST(FrontTree, StandsWithoutAFileOfItsOwn) {
   const ScratchFolder root;
   root.file("etc/clamd.conf", "MaxFileSize 1M\n");

@@ -13,6 +13,8 @@ using namespace std::chrono_literals;
 
 // One more answer is worth more than this many sessions.
 constexpr int mostLosses = 5;
+// What cannot be scanned waits for its turn in the report, but not without limit.
+constexpr std::size_t mostWaiting = 4096;
 
 // Well below what loses a session. The daemon's configuration may be one that cannot be read.
 Clock::Duration pauseFor(std::chrono::milliseconds silence) {
@@ -22,13 +24,15 @@ Clock::Duration pauseFor(std::chrono::milliseconds silence) {
 }  // namespace
 
 DescriptorScan::DescriptorScan(DaemonLink& link, const Starter& starter, Clock& clock,
-                               const Limits& limits, Handler handler)
+                               const Limits& limits, Handler handler,
+                               std::function<void()> beforeWaiting)
     : link_(link),
       starter_(starter),
       clock_(clock),
       limits_(limits),
       betweenPings_(pauseFor(limits.silence)),
-      handler_(std::move(handler)) {}
+      handler_(std::move(handler)),
+      beforeWaiting_(std::move(beforeWaiting)) {}
 
 void DescriptorScan::add(Job job) {
   while (items_.size() >= limits_.underWay) {
@@ -40,6 +44,10 @@ void DescriptorScan::add(Job job) {
 }
 
 void DescriptorScan::addUnscannable(Job job, const std::string& reason) {
+  job.file.reset();
+  while (items_.size() >= mostWaiting) {
+    step();
+  }
   items_.push_back({std::move(job), Answer{Answer::Kind::notScanned, reason}, 0, 0});
   handOver();
 }
@@ -132,7 +140,12 @@ void DescriptorScan::watch() {
   std::array<pollfd, 3> polled = {{{session_->descriptor(), POLLIN, 0}, starter[0], starter[1]}};
   const int look = nextLook();
   mustWait_ = false;
-  const int ready = poll(polled.data(), polled.size(), look);
+  int ready = poll(polled.data(), polled.size(), 0);
+  if (ready == 0) {
+    // It takes its time: whoever reads the report is to have what there is of it.
+    beforeWaiting_();
+    ready = poll(polled.data(), polled.size(), look);
+  }
   if (ready > 0) {
     Starter::checkPolled({polled[1], polled[2]});
     if (polled[0].revents != 0) {

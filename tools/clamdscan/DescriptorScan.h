@@ -46,7 +46,7 @@ class DescriptorScan {
   using Handler = std::function<void(Job& job, const Answer& answer)>;
 
   DescriptorScan(DaemonLink& link, const Starter& starter, Clock& clock, const Limits& limits,
-                 Handler handler);
+                 Handler handler, std::function<void()> beforeWaiting);
 
   // Takes a file, after it has waited for a place. Answers are handed over meanwhile.
   void add(Job job);
@@ -87,6 +87,7 @@ class DescriptorScan {
   const Limits limits_;
   const Clock::Duration betweenPings_;
   const Handler handler_;
+  const std::function<void()> beforeWaiting_;
   std::list<Item> items_;
   std::optional<ScanSession> session_;
   bool mustWait_ = false;  // nothing more can be sent for the moment

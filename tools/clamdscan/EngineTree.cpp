@@ -47,7 +47,7 @@ EngineTree EngineTree::at(const std::string& root) {
   tree.daemonSocket = own.value("LocalSocket");
   tree.realClient = front.value("RealClient", "/usr/bin/clamdscan");
   const std::string daemon = front.value("DaemonConfig");
-  tree.takeDaemon(daemon.empty() ? own : ClamConf::read(daemon).value_or(ClamConf()));
+  tree.takeDaemon(daemon.empty() ? own : ClamConf::read(daemon).value_or(own));
   return tree;
 }
 

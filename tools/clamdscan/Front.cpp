@@ -107,8 +107,10 @@ Front::Front(const EngineTree& tree, const CommandLine& asked, Report& report, C
       moveFolder_(clock),
       judge_(report, moveFolder_, tree.limits),
       link_(tree, report, starter_, std::chrono::ceil<std::chrono::milliseconds>(patience)),
-      scan_(link_, starter_, clock, limitsFor(tree, asked.multiscan, descriptors_, patience),
-            [this](const Job& job, const Answer& answer) { judge_.pass(job, answer); }) {}
+      scan_(
+          link_, starter_, clock, limitsFor(tree, asked.multiscan, descriptors_, patience),
+          [this](const Job& job, const Answer& answer) { judge_.pass(job, answer); },
+          [&report] { report.flush(); }) {}
 
 int Front::run() {
   try {

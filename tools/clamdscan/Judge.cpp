@@ -15,6 +15,8 @@ bool isLimitAlert(std::string_view threat) {
 }
 
 void Judge::pass(const Job& job, const Answer& answer) {
+  // Only names of one job lead to one file.
+  movedFrom_.clear();
   const std::string doubt = answer.kind == Answer::Kind::clean ? whyNotClean(job) : std::string();
   for (const Entry& entry : job.entries) {
     switch (answer.kind) {
@@ -100,7 +102,7 @@ void Judge::infected(const Entry& entry, int file, std::string_view threat) {
 }
 
 void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
-  if (entry.path == movedFrom_) {
+  if (!movedFrom_.empty() && entry.path == movedFrom_) {
     verdict.whereabouts = Verdict::Whereabouts::moved;
     verdict.destination = movedTo_;
     report_.infected(verdict);
@@ -113,7 +115,7 @@ void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
   if (report_.announce(verdict)) {
     outcome = moveFolder_.move(entry.path, file);
   } else {
-    outcome.text = "nobody took note of it";
+    outcome.text = "whoever reads the report did not confirm its line in time";
   }
   verdict.whereabouts =
       outcome.moved ? Verdict::Whereabouts::moved : Verdict::Whereabouts::notMoved;

@@ -5,6 +5,7 @@
 #include <limits.h>
 #include <pwd.h>
 #include <stdio.h>
+#include <sys/random.h>
 #include <unistd.h>
 
 #include <array>
@@ -203,6 +204,10 @@ MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned) {
       return outcome;
     }
     if (error != EEXIST) {
+      if (error == ENOTRECOVERABLE) {
+        return {
+            false, replaced + (" by a file that is now '" + path_) + "/" + target + "'", 0, {}, {}};
+      }
       return {false, error == ESTALE ? replaced : reasonText(error), 0, {}, {}};
     }
   }
@@ -220,7 +225,7 @@ int MoveFolder::moveTo(const std::string& target, const Source& source, Outcome&
     return problem;
   }
   const int error = place(source, target);
-  if (error != 0 && problem == 0) {
+  if (error != 0 && error != ENOTRECOVERABLE && problem == 0) {
     DesktopTrash::forget(notes_.get(), target);
   }
   outcome.unnoted = problem == 0 ? "" : reasonText(problem);
@@ -234,10 +239,33 @@ int MoveFolder::place(const Source& source, const std::string& name) {
     return copy(source, name);
   }
   if (error == 0 && !source.leadsThere(folder_.get(), name)) {
-    renameTo(folder_.get(), name, source.parent.get(), source.name);
-    return ESTALE;
+    // What took the scanned file's name goes back, unless that name has been taken once more.
+    const bool isBack = renameTo(folder_.get(), name, source.parent.get(), source.name) == 0;
+    return isBack ? ESTALE : ENOTRECOVERABLE;
   }
   return error;
+}
+
+// Under a name that nobody else knows, so that what is looked at is what is removed.
+int MoveFolder::removeScanned(const Source& source) {
+  std::array<unsigned char, 12> random;
+  if (getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) {
+    return EIO;
+  }
+  std::string secret = ".";
+  for (const unsigned char byte : random) {
+    secret += static_cast<char>('a' + byte % 16);
+    secret += static_cast<char>('a' + byte / 16);
+  }
+  const int parent = source.parent.get();
+  if (const int error = renameTo(parent, source.name, parent, secret); error != 0) {
+    return error;
+  }
+  if (!source.leadsThere(parent, secret)) {
+    renameTo(parent, secret, parent, source.name);
+    return ESTALE;
+  }
+  return unlinkat(parent, secret.c_str(), 0) == 0 ? 0 : errno;
 }
 
 int MoveFolder::copy(const Source& source, const std::string& name) {
@@ -250,11 +278,8 @@ int MoveFolder::copy(const Source& source, const std::string& name) {
   if (error == 0 && fsync(target.get()) != 0) {
     error = errno;
   }
-  if (error == 0 && !source.leadsThere(source.parent.get(), source.name)) {
-    error = ESTALE;
-  }
-  if (error == 0 && unlinkat(source.parent.get(), source.name.c_str(), 0) != 0) {
-    error = errno;
+  if (error == 0) {
+    error = removeScanned(source);
   }
   if (error != 0) {
     unlinkat(folder_.get(), name.c_str(), 0);

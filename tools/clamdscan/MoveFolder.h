@@ -41,6 +41,7 @@ class MoveFolder {
 
   int moveTo(const std::string& target, const Source& source, Outcome& outcome);
   int place(const Source& source, const std::string& name);
+  static int removeScanned(const Source& source);
   int copy(const Source& source, const std::string& name);
 
   Clock& clock_;
