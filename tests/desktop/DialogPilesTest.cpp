@@ -114,6 +114,9 @@ TEST_F(DialogPiles, LeaveTheButtonsWhereTheyAreWhenTheHintComes) {
   warn("/home/anna/a.zip");
   ASSERT_TRUE(showsWindows(1, warningTitle));
   settle();
+  ASSERT_TRUE(session.screen().eventually(
+      [&] { return face.ask("framed deleteButton", "framed ") == "1"; }));
+  settle();
   const std::string before = face.ask("where deleteButton", "at ");
   face.tell("failure It could not be done for a reason that takes some words to tell.");
   settle();

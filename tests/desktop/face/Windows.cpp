@@ -86,6 +86,11 @@ std::ptrdiff_t shownDialogs() {
   });
 }
 
+bool isFramed(const std::string& objectName) {
+  const QWidget* widget = find(objectName);
+  return widget && widget->window()->frameGeometry().height() > widget->window()->height();
+}
+
 std::ptrdiff_t visibleCount(const std::string& objectName) {
   const QWidgetList windows = QApplication::topLevelWidgets();
   return std::count_if(windows.begin(), windows.end(), [&](const QWidget* window) {

@@ -26,6 +26,8 @@ bool showsItsStart(const std::string& objectName);
 bool showsItsEnd(const std::string& objectName);
 // How many dialogs with a message are on the screen.
 std::ptrdiff_t shownDialogs();
+// Whether the window manager has put a frame around the widget's window, which moves it.
+bool isFramed(const std::string& objectName);
 // In how many windows a widget of that name is to be seen.
 std::ptrdiff_t visibleCount(const std::string& objectName);
 // What a screen reader says of the widget: "NAME|DESCRIPTION|CONTENTS", the contents of a field

@@ -315,6 +315,9 @@ class Commands {
       face_.application.performOnMainThread([] { say("synced"); });
     } else if (name == "where") {
       face_.application.performOnMainThread([this, rest] { windows_.tellWhere(rest); });
+    } else if (name == "framed") {
+      face_.application.performOnMainThread(
+          [rest] { say("framed " + std::to_string(static_cast<int>(isFramed(rest)))); });
     } else if (name == "dialogs") {
       face_.application.performOnMainThread(
           [] { say("dialogs " + std::to_string(shownDialogs())); });
