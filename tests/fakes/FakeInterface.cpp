@@ -318,7 +318,7 @@ bool FakeApplication::waitUntilPosted() {
 
 void FakeApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
   // Other threads simply wait.
-  if (duringWait && std::this_thread::get_id() == mainThread_) {
+  if (std::this_thread::get_id() == mainThread_ && duringWait) {
     duringWait();
   }
   wait();

@@ -50,11 +50,18 @@ class FrontSession : public testing::Test {
   FakeClientTree tree;
 };
 
+// Ends the daemon before what its script writes to is gone.
+struct DaemonEnds {
+  FakeClientTree& tree;
+  ~DaemonEnds() { tree.endDaemon(); }
+};
+
 TEST_F(FrontSession, HasAsManyFilesUnderWayAsTheDaemonHasThreads) {
   tree.addToDaemon("MaxThreads 7\n");
   // Answers nothing before it has seven files, and then all at once, the last first.
   std::string answers;
   int waiting = 0;
+  const DaemonEnds ends{tree};
   tree.daemon([&](const Question& question) -> Said {
     answers = SessionClamd::truth(question) + answers;
     if (++waiting < 7) {
@@ -73,6 +80,7 @@ TEST_F(FrontSession, HasOneFileScannedAndOneWaitingWithoutMultiscan) {
   std::string answers;
   int waiting = 0;
   int most = 0;
+  const DaemonEnds ends{tree};
   tree.daemon([&](const Question& question) -> Said {
     answers = SessionClamd::truth(question) + answers;
     most = std::max(most, ++waiting);
@@ -88,6 +96,7 @@ TEST_F(FrontSession, HasOneFileScannedAndOneWaitingWithoutMultiscan) {
     expected += path + ": OK\n";
   }
   EXPECT_EQ(tree.scan(paths).output, expected);  // in their order all the same
+  tree.endDaemon();
   EXPECT_EQ(most, 2);
 }
 
@@ -98,6 +107,7 @@ TEST_F(FrontSession, SendsNoMoreThanTheQueueTakes) {
   manners.pongsBeforeAnswers = 1;
   const SessionClamd* daemon = nullptr;
   int sent = 0;
+  const DaemonEnds ends{tree};
   daemon = &tree.daemon(
       [&](const Question& question) {
         sent += daemon->pings() == 0 ? 1 : 0;
@@ -105,6 +115,7 @@ TEST_F(FrontSession, SendsNoMoreThanTheQueueTakes) {
       },
       manners);
   EXPECT_EQ(tree.scan(cleanFiles(9), {"--multiscan"}).status, 0);
+  tree.endDaemon();
   EXPECT_EQ(sent, 3);
 }
 
@@ -112,6 +123,7 @@ TEST_F(FrontSession, GivesEachFileItsOwnAnswerInWhateverOrderTheyCome) {
   tree.addToDaemon("MaxThreads 4\n");
   std::string answers;
   int waiting = 0;
+  const DaemonEnds ends{tree};
   tree.daemon([&](const Question& question) -> Said {
     answers = SessionClamd::truth(question) + answers;
     if (++waiting < 4) {
@@ -161,6 +173,7 @@ TEST_F(FrontSession, BelievesNoGarbage) {
        {std::string("rubbish\0", 8), std::string("1: OK\0", 6), std::string("1: fd[9]: what\0", 15),
         std::string("1: PONG\0", 8), std::string("\0", 1), std::string("1: fd[9]:  FOUND\0", 17),
         std::string("99999999999999999999: fd[9]: OK\0", 32), std::string(70000, 'x')}) {
+    const DaemonEnds ends{tree};
     tree.daemon([&](const Question&) -> Said { return garbage; });
     const std::string path = tree.file("clean");
     const FrontRun run = tree.scan({path});
@@ -218,9 +231,11 @@ TEST_F(FrontSession, SaysInTheClientsWordsThatTheDaemonDiedWithFiftyUnderWay) {
   SessionClamd::Manners manners;
   manners.lastVisit = true;
   int asked = 0;
+  const DaemonEnds ends{tree};
   tree.daemon([&](const Question&) -> Said { return ++asked < 50 ? Said("") : Said(); }, manners);
   const std::vector<std::string> paths = cleanFiles(60);
   const FrontRun run = tree.scan(paths, {"--multiscan"});
+  tree.endDaemon();
   EXPECT_EQ(asked, 50);
   EXPECT_EQ(run.output.rfind("ERROR: Clamd closed the connection before scanning all files.\n" +
                                  unreachable() + "Connection refused\n",
@@ -259,6 +274,7 @@ TEST_F(FrontSession, EndsSomeTimeWithADaemonThatNeverAnswers) {
 TEST_F(FrontSession, GivesUpASessionThatIsDeadInADaemonThatLives) {
   SessionClamd::Manners manners;
   manners.pongs = false;
+  const DaemonEnds ends{tree};
   tree.daemon(
       [](const Question& question) -> Said {
         return question.session == 1 ? "" : SessionClamd::truth(question);
