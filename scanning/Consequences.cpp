@@ -55,7 +55,7 @@ void Consequences::showQuarantined(const Verdict& infection) {
   if (!policy_.suppressInfoDialogs) {
     if (auto dialog = services_.interfaceLoader.load("QuarantinedDialog")) {
       theDialog = dialog;
-      dialog->setSubject(std::string(lastPathComponent(infection.path)));
+      dialog->setSubject(infection.path);
       dialog->setSuspicious(infection.isHeuristic());
       // The dialog lets go of its action, and so of itself, when it closes.
       dialog->setAction([&owner = owner_, waits = waitsForOpener_, dialog,

@@ -87,7 +87,7 @@ TEST_F(ScanReportInfections, EveryEngineErrorsButtonWorks) {
 TEST_F(ScanReportInfections, TheQuarantineDialogNamesTheFileApartFromItsMessage) {
   startRun("Q");
   loggedFor(infection + "\n");
-  EXPECT_EQ(quarantinedDialogs().at(0)->subject(), "b.zip");
+  EXPECT_EQ(quarantinedDialogs().at(0)->subject(), "/Users/a/b.zip");
   EXPECT_EQ(quarantinedDialogs().at(0)->message(), "");
 }
 
