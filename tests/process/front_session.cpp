@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <set>
 #include <utility>
 
@@ -326,6 +327,41 @@ TEST_F(FrontSession, BlamesNoFileForASessionThatWasSilentForItsReadersSake) {
   }
   scan.finish();
   EXPECT_EQ(clean, 9);
+}
+
+TEST_F(FrontSession, HandsItsReportOverBeforeItWaits) {
+  std::promise<void> handedOver;
+  auto report = handedOver.get_future().share();
+  // Answers only once the reader has what there is of the report.
+  const DaemonEnds ends{tree};
+  tree.daemon([&](const Question& question) -> Said {
+    const bool came = report.wait_for(10s) == std::future_status::ready;
+    return came ? Said(SessionClamd::truth(question)) : Said();
+  });
+  const EngineTree engine =
+      EngineTree::at(deletingLastPathComponent(deletingLastPathComponent(tree.configuration())));
+  Report quiet({-1, -1});
+  const Starter nobody(-1, -1);
+  DaemonLink link(engine, quiet, nobody, 10s);
+  SystemClock clock;
+  DescriptorScan::Limits limits;
+  limits.patience = 300s;
+  int clean = 0;
+  bool told = false;
+  const auto handler = [&](Job&, const Answer& answer) {
+    clean += answer.kind == Answer::Kind::clean ? 1 : 0;
+  };
+  DescriptorScan scan(link, nobody, clock, limits, handler, [&] {
+    if (!std::exchange(told, true)) {
+      handedOver.set_value();
+    }
+  });
+  Job job;
+  job.entries.emplace_back();
+  job.file.reset(open(tree.file("clean").c_str(), O_RDONLY | O_CLOEXEC));
+  scan.add(std::move(job));
+  scan.finish();
+  EXPECT_EQ(clean, 1);
 }
 
 TEST_F(FrontSession, ScansNothingAtASocketInAFolderThatOthersMayWrite) {
