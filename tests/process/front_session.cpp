@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <set>
@@ -106,12 +107,12 @@ TEST_F(FrontSession, SendsNoMoreThanTheQueueTakes) {
   // All answers wait for the first PING, which comes when nothing more can be sent.
   SessionClamd::Manners manners;
   manners.pongsBeforeAnswers = 1;
-  const SessionClamd* daemon = nullptr;
+  std::atomic<const SessionClamd*> daemon = nullptr;
   int sent = 0;
   const DaemonEnds ends{tree};
   daemon = &tree.daemon(
       [&](const Question& question) {
-        sent += daemon->pings() == 0 ? 1 : 0;
+        sent += daemon.load()->pings() == 0 ? 1 : 0;
         return SessionClamd::truth(question);
       },
       manners);
