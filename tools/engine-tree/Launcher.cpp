@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <future>
 
 #include "clamav/DaemonCommand.h"
 #include "posix/ChildProcess.h"
@@ -80,6 +81,23 @@ UniqueFd turnIn(const std::string& root, const std::string& lock) {
   }
 }
 
+// clamd's first process waits for the second one to have loaded, and has been seen to wait for ever
+// (1.4). A daemon that answers has started, whatever becomes of that process.
+int awaitDaemon(const LaunchRequest& request, const LaunchConf& conf) {
+  constexpr std::chrono::seconds betweenLooks(2);
+  ChildProcess daemon(request);
+  std::future<int> ended =
+      std::async(std::launch::async, [&daemon] { return daemon.waitUntilExit(); });
+  while (ended.wait_for(betweenLooks) != std::future_status::ready) {
+    if (privateDaemon(conf) == DaemonState::answers) {
+      daemon.terminate();
+      ended.wait();
+      return 0;
+    }
+  }
+  return ended.get();
+}
+
 // Two scanners may find the daemon dead at once: the second one waits until the first has started
 // it, lest two of them load gigabytes for one socket.
 int startOnce(const std::string& root, const std::string& configuration,
@@ -100,7 +118,7 @@ int startOnce(const std::string& root, const std::string& configuration,
   request.launchPath = conf.daemon;
   request.arguments = {"-c", configuration};
   request.output = LaunchRequest::Output::inherited;
-  return ChildProcess(request).waitUntilExit();
+  return awaitDaemon(request, conf);
 }
 
 bool mayWrite(const std::string& folder) { return access(folder.c_str(), W_OK | X_OK) == 0; }
