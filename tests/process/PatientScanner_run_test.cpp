@@ -1,5 +1,6 @@
 #include <signal.h>
 
+#include <atomic>
 #include <fstream>
 #include <thread>
 
@@ -150,11 +151,16 @@ TEST_F(PatientScannerRun, CanBeEndedByItsNumberWithWhatItStarted) {
   bench.services.runningScanners = &running;
   HelperProgram engine("(sleep 1000)\nexit 3");
   useEngine(engine.resourceFolder() + "/gfslogger");
+  std::atomic<bool> ended = false;
+  // It may have said that it runs before it stands in the list.
   std::thread ending([&] {
     EXPECT_TRUE(engine.waitForLaunches(1));
-    running.endAll();
+    while (!ended) {
+      running.endAll();
+    }
   });
   scan({"a"});
+  ended = true;
   ending.join();
   EXPECT_EQ(bench.road.statuses(), std::vector<int>{SIGKILL});
   // It has gone from the list.
