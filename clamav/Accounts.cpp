@@ -36,8 +36,12 @@ std::optional<EngineAccount> accountNamed(const std::string& name) {
   return accountOf(*found);
 }
 
+std::vector<std::string> daemonAccountNames(const std::string& configured) {
+  return {configured, "clamav", "clamscan"};
+}
+
 EngineAccount packagedAccount(const std::string& configured) {
-  for (const std::string& name : {configured, std::string("clamav"), std::string("clamscan")}) {
+  for (const std::string& name : daemonAccountNames(configured)) {
     if (std::optional<EngineAccount> account = accountNamed(name)) {
       return std::move(*account);
     }

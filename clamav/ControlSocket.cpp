@@ -122,7 +122,7 @@ bool waitForData(int link, SteadyTime deadline) {
 
 std::vector<uid_t> trustedDaemonUsers(const std::string& account) {
   std::vector<uid_t> users = {0, geteuid()};
-  for (const std::string& name : {account, std::string("clamav"), std::string("clamscan")}) {
+  for (const std::string& name : daemonAccountNames(account)) {
     if (const std::optional<EngineAccount> entry = accountNamed(name)) {
       users.push_back(entry->user);
     }
