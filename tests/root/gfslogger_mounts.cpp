@@ -1,8 +1,11 @@
+#include <poll.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <string>
 
 #include "tests/root/support/HelperTest.h"
@@ -14,6 +17,16 @@ using GfsloggerMounts = HelperTest;
 
 void bindMount(const std::string& from, const std::string& to) {
   check(mount(from.c_str(), to.c_str(), nullptr, MS_BIND, nullptr), "binding " + to);
+}
+
+// The helper may hold a folder for as long as it looks something up there, and no longer.
+bool canBeUnmounted(const std::string& point) {
+  const auto until = std::chrono::steady_clock::now() + deadline;
+  while (umount(point.c_str()) != 0) {
+    if (errno != EBUSY || std::chrono::steady_clock::now() > until) return false;
+    poll(nullptr, 0, 5);
+  }
+  return true;
 }
 
 void openToAll(const std::string& folder) { check(chmod(folder.c_str(), 0777), folder); }
@@ -49,7 +62,7 @@ TEST_F(GfsloggerMounts, LeavesAWatchedFileSystemFreeToBeUnmounted) {
   mountTmpfs(in("stick"));
   ASSERT_TRUE(waitUntilWatched(in("stick")));
   ASSERT_TRUE(catchUp());
-  EXPECT_EQ(umount(in("stick").c_str()), 0);
+  EXPECT_TRUE(canBeUnmounted(in("stick")));
 }
 
 TEST_F(GfsloggerMounts, LeavesAFileSystemFreeToBeUnmountedWhileItsReaderStandsStill) {
@@ -64,7 +77,7 @@ TEST_F(GfsloggerMounts, LeavesAFileSystemFreeToBeUnmountedWhileItsReaderStandsSt
     writeFile(in("stick/sub/") + name + std::to_string(number));
   }
   EXPECT_TRUE(output().waitFor(in("stick/sub/") + name + "0"));
-  EXPECT_EQ(umount(in("stick").c_str()), 0);
+  EXPECT_TRUE(canBeUnmounted(in("stick")));
 }
 
 TEST_F(GfsloggerMounts, WatchesAReadOnlyFileSystemOnceItIsWritable) {
