@@ -139,6 +139,7 @@ void VantrelQuillo::applicationDidFinishLaunching() {
     startThreads();
     // They can ask while the engine loads, which may take long.
     answerScripts();
+    services_.platform.application.setReopenHandler([this] { return showItself(); });
     notifications_.loadNames();
     notifications_.registerWith(services_.platform.application);
     // Whatever goes wrong here, the user and the desktop must still reach the agent.
@@ -250,6 +251,20 @@ void VantrelQuillo::openAppFromError() {
   openApp();
   mainApplication_.awaitLaunch();
   quit();
+}
+
+int VantrelQuillo::showItself() {
+  face_.showVerdicts();
+  const int error = services_.platform.application.activateIgnoringOtherApps();
+  if (error != 0) {
+    services_.platform.systemLog.log("Could not bring the application to front. Error " +
+                                     std::to_string(error));
+  }
+  const StatusFacts facts = face_.status();
+  if (facts.engineMissing && !facts.settingUp) {
+    restartWatcherSoon();
+  }
+  return error;
 }
 
 void VantrelQuillo::openPrefs(bool fromDialogButton) {

@@ -63,6 +63,10 @@ class VantrelQuillo {
   void updateVirusDefs();
   void openApp() { mainApplication_.openApp(); }
   void openAppFromError();
+  // Brings the window of the Dock tile to the front, whether or not there is to be a Dock tile; 0,
+  // or the error's number. Where no engine was usable, whoever asks may have mended that: it is
+  // tried again.
+  int showItself();
   // Quits afterwards when the request comes from a dialog's own button.
   void openPrefs(bool fromDialogButton);
   // Stops watching, stops the daemon if the last start of watching launched it, says so to the

@@ -87,7 +87,7 @@ struct LinuxPlatform::Parts {
                                   }};
   FreedesktopNotifications growl{sessionBus, postToMain, clock, strings, report};
   SessionBusNotificationCenter notificationCenter{sessionBus};
-  ScriptingObject scripting{sessionBus};
+  ScriptingObject scripting{sessionBus, [this] { return application.reopen(); }};
   LogindPowerNotifications power{QDBusConnection::systemBus(), report};
   LinuxMountNotifications mounts;
   LinuxNameWatch names{clock, report, hasFileHandles};
@@ -150,6 +150,7 @@ LinuxPlatform::LinuxPlatform(int& argc, char** argv)
 LinuxPlatform::~LinuxPlatform() { parts_->growl.handOver(); }
 
 bool LinuxPlatform::isFirstAgent() const { return parts_->isFirst; }
+std::string LinuxPlatform::showFirstAgent() { return parts_->scripting.activateOther(); }
 const Platform& LinuxPlatform::services() const { return parts_->platform; }
 Clock& LinuxPlatform::clock() { return parts_->clock; }
 

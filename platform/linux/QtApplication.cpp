@@ -168,26 +168,46 @@ void QtApplication::exit(int status) {
 
 std::optional<int> QtApplication::systemVersion() { return desktopVersion; }
 
-int QtApplication::transformToForegroundApplication() {
+int QtApplication::transformToForegroundApplication() { return showDockTile(false); }
+
+int QtApplication::activateIgnoringOtherApps() { return showDockTile(true); }
+
+int QtApplication::showDockTile(bool untilClosed) {
   if (!dockTile_ || QGuiApplication::platformName() == "offscreen") {
     return ENOTSUP;
   }
-  if (!dockTile_->show()) {
+  const bool isShown = untilClosed ? dockTile_->bringForward() : dockTile_->show();
+  if (!isShown) {
     return ENOENT;
-  }
-  {
-    MutexLock lock(mutex_);
-    dockTileIsShown_ = true;
   }
   showApplicationIcon();
   return 0;
 }
 
+void QtApplication::setReopenHandler(std::function<int()> handler) {
+  reopenHandler_ = std::move(handler);
+  if (std::exchange(reopenWaits_, false)) {
+    performOnMainThread([this] { reopen(); });
+  }
+}
+
+int QtApplication::reopen() {
+  if (!reopenHandler_) {
+    reopenWaits_ = true;
+    return 0;
+  }
+  int error = ECANCELED;
+  guarded([this, &error] { error = reopenHandler_(); });
+  return error;
+}
+
+// While nobody sees it, an image is only kept.
 void QtApplication::setApplicationIconImage(const ImageRef& image) {
+  const bool isSeen = dockTile_ && dockTile_->isShown();
   {
     MutexLock lock(mutex_);
     iconImage_ = image;
-    if (!dockTileIsShown_ || std::exchange(iconIsPosted_, true)) {
+    if (!isSeen || std::exchange(iconIsPosted_, true)) {
       return;
     }
   }

@@ -31,7 +31,8 @@ class QtApplication final : public Application {
   void setTerminationHandler(std::function<void()> handler);
   // What exit() does first, on whatever thread calls that. Set before any other thread runs.
   void setExitHandler(std::function<void()> handler) { exitHandler_ = std::move(handler); }
-  // The window that stands for a Dock tile; it must live until run() has returned. Main thread.
+  // The window that stands for a Dock tile; it must live until run() has returned. Before any other
+  // thread runs.
   void setDockTile(QtDockTile& tile) { dockTile_ = &tile; }
 
   void performOnMainThread(std::function<void()> action) override;
@@ -41,11 +42,17 @@ class QtApplication final : public Application {
   std::optional<int> systemVersion() override;
   // ENOTSUP when there is no display that could show it, ENOENT when its window cannot be loaded.
   int transformToForegroundApplication() override;
+  int activateIgnoringOtherApps() override;
+  void setReopenHandler(std::function<int()> handler) override;
+  // What another start of the program asks for; 0 also when that has to wait for its handler. Main
+  // thread.
+  int reopen();
   void setApplicationIconImage(const ImageRef& image) override;
   void beep() override;
 
  private:
   void runTerminationHandler();
+  int showDockTile(bool untilClosed);
   void showApplicationIcon();
 
   // Qt's view of the command line, which it keeps and shortens.
@@ -59,12 +66,13 @@ class QtApplication final : public Application {
   std::function<void()> exitHandler_;
   // Main thread only.
   std::function<void()> terminationHandler_;
+  std::function<int()> reopenHandler_;
+  bool reopenWaits_ = false;
+  // Set before any other thread runs.
   QtDockTile* dockTile_ = nullptr;
 
   Mutex mutex_;
   ImageRef iconImage_ QUILLO_GUARDED_BY(mutex_);
-  // Until it is, an image is only kept.
-  bool dockTileIsShown_ QUILLO_GUARDED_BY(mutex_) = false;
   bool iconIsPosted_ QUILLO_GUARDED_BY(mutex_) = false;
 };
 

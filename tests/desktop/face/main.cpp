@@ -282,9 +282,10 @@ class Commands {
   }
 
   void performOnDock(const std::string& name, const std::string& rest) {
-    if (name == "dock") {
-      face_.application.performOnMainThread([this] {
-        const int error = face_.application.transformToForegroundApplication();
+    if (name == "dock" || name == "activate") {
+      face_.application.performOnMainThread([this, name] {
+        const int error = name == "dock" ? face_.application.transformToForegroundApplication()
+                                         : face_.application.activateIgnoringOtherApps();
         for (QWidget* window : QApplication::topLevelWidgets()) {
           if (qobject_cast<QMainWindow*>(window)) {
             new MinimisingObserver(window);
