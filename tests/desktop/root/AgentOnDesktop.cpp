@@ -109,8 +109,9 @@ std::vector<QRect> AgentOnDesktop::buttonAreas(const std::string& title) {
   std::vector<QRect> buttons;
   screen.eventually([&] {
     const std::vector<QRect> windows = screen.windowAreas(title);
-    buttons = windows.empty() ? windows : buttonsIn(screen.picture(), windows.back());
-    return buttons.size() >= 2;
+    const QImage picture = screen.picture();
+    buttons = windows.empty() ? windows : buttonsIn(picture, windows.back());
+    return buttons.size() >= 2 && looksEnabled(picture, buttons.back());
   });
   return buttons;
 }

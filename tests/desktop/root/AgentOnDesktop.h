@@ -35,7 +35,7 @@ class AgentOnDesktop : public AgentInSession {
 
   // Whether there come to be so many windows of that title.
   bool showsWindows(std::size_t count, const std::string& title);
-  // How many buttons the topmost window of that title has, once it is drawn.
+  // How many buttons the topmost window of that title has, once they answer.
   std::size_t buttonsOf(const std::string& title);
   // How many notifications are on the screen.
   int notificationsShown();
