@@ -47,7 +47,9 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.workspace,
                        &progressLog_,
                        &face_,
-                       &runningScanners_},
+                       &runningScanners_,
+                       &toldFiles_,
+                       &abortedScans_},
       watcherServices_{services.platform.application,
                        services.platform.authorization,
                        services.clock,
@@ -58,6 +60,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.systemLog,
                        services.platform.trashFolders},
       progressLog_(services.platform.systemLog),
+      abortedScans_(services.platform.systemLog, &progressLog_),
       face_({services.clock, services.platform.dockTile, services.platform.folders,
              services.platform.localizedStrings}),
       theDispatcher_(services.clock, services.platform.systemLog, services.platform.volumes,
@@ -238,7 +241,7 @@ void VantrelQuillo::wakingUp() {
 }
 
 void VantrelQuillo::abortScans() {
-  theDispatcher_.abortScans();
+  abortedScans_.abort(theDispatcher_.abortScans());
   runningScanners_.endAll();
   runShellCommand("killall -9 clamdscan");
 }
