@@ -139,6 +139,7 @@ void VantrelQuillo::connectInterface() {
 
 void VantrelQuillo::applicationDidFinishLaunching() {
   perform([this] {
+    scanLog_.greet();
     startThreads();
     // They can ask while the engine loads, which may take long.
     answerScripts();

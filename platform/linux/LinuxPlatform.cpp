@@ -14,6 +14,7 @@
 #include "platform/linux/FileHandles.h"
 #include "platform/linux/FreedesktopNotifications.h"
 #include "platform/linux/Guarded.h"
+#include "platform/linux/LibraryMessages.h"
 #include "platform/linux/LinuxFolders.h"
 #include "platform/linux/LinuxMountNotifications.h"
 #include "platform/linux/LinuxNameWatch.h"
@@ -68,6 +69,7 @@ struct LinuxPlatform::Parts {
   Environment environment = Environment::ofThisProcess();
   SystemClock clock;
   LinuxSystemLog systemLog{clock};
+  LibraryMessages libraryMessages{systemLog};
   SingleInstance singleInstance{environment};
   QtApplication application;
   PostToMain postToMain = [this](std::function<void()> action) {

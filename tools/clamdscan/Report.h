@@ -50,6 +50,8 @@ class Report {
   // Writes what has been gathered. A reader that is gone ends the program by SIGPIPE.
   void flush();
 
+  // Whether a program reads the report, and not a person.
+  bool isForProgram() const { return style_.channel != nullptr; }
   std::uint64_t infections() const { return infections_; }
   std::uint64_t failures() const { return failures_; }
   std::uint64_t leftOut() const { return leftOut_; }
