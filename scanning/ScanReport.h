@@ -48,9 +48,9 @@ class ScanReport {
   void dealWithLine(const std::string& line, const std::string& timestamp);
   Verdict understood(const std::string& line);
   bool isInfection(std::string_view line) const;
+  bool isPutBack(const Verdict& infection) const;
   void recoverUnreachableClamd();
   void logLine(const std::string& line, const std::string& timestamp);
-  std::string timestampNow();
 
   // Constant after construction.
   ScannerOwner& owner_;
@@ -60,6 +60,7 @@ class ScanReport {
   Consequences consequences_;
   std::optional<VerdictReceiver> verdicts_;
   bool recovered_ = false;
+  bool hasJudged_ = false;
 };
 
 }  // namespace quillo
