@@ -265,6 +265,29 @@ TEST_F(AgentStart, WarnsOfDefinitionsThatHoldNoMalware) {
   EXPECT_EQ(desktop.growl.posted()[0].description, "<DEFINITIONS_MISSING>");
 }
 
+TEST_F(AgentStart, TakesTheWarningOfMissingDefinitionsBackWhenAnUpdateBroughtSome) {
+  home.write("engine/etc/clamd.conf", "DatabaseDirectory " + home.makeFolder("db") + "\n");
+  home.writeProgram("engine/bin/freshclam", "#!/bin/sh\n");
+  launch();
+  const NotificationDetails hint = desktop.growl.posted().at(0).details;
+  ASSERT_FALSE(hint.topic.empty());
+  ASSERT_EQ(hint.buttons.size(), 1U);
+  EXPECT_EQ(hint.buttons[0].title, "<NOTIFICATION_UPDATE>");
+  const auto isWithdrawn = [&] {
+    const auto withdrawn = desktop.growl.withdrawn();
+    return std::find(withdrawn.begin(), withdrawn.end(), hint.topic) != withdrawn.end();
+  };
+  const auto update = [&] {
+    hint.buttons[0].press();
+    threads.run("definitions");
+  };
+  update();
+  EXPECT_FALSE(isWithdrawn());
+  home.write("db/daily.cvd", "definitions");
+  update();
+  EXPECT_TRUE(isWithdrawn());
+}
+
 TEST_F(AgentStart, LogsProgressWhenThatIsWanted) {
   desktop.preferenceStore.set("QuilloLogProgress", true);
   launch();
