@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 
 #include "platform/linux/NameRounds.h"
 #include "tests/desktop/TestFolder.h"
