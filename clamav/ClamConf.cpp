@@ -2,12 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <charconv>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
 
@@ -59,22 +57,7 @@ std::optional<std::string> ClamConf::bytesOf(const std::string& path) {
   if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     return std::nullopt;
   }
-  std::string text;
-  std::array<char, 16384> bytes;
-  for (;;) {
-    const ssize_t count = ::read(file.get(), bytes.data(), bytes.size());
-    if (count == 0) {
-      return text;
-    }
-    if (count > 0) {
-      text.append(bytes.data(), static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return std::nullopt;
-    }
-    if (text.size() > largest) {
-      return std::nullopt;
-    }
-  }
+  return restOfFile(file.get(), largest);
 }
 
 bool ClamConf::has(std::string_view option) const {

@@ -17,8 +17,10 @@ struct NamedPlace {
 class NameWatchObserver {
  public:
   enum class Gap {
-    networkDrive,   // nothing that changes there is told to this computer
-    tooManyFolders  // the system lets no more folders be watched: some names are missed
+    networkDrive,    // nothing that changes there is told to this computer
+    tooManyFolders,  // the system lets no more folders be watched: some names are missed
+    noQueue,         // the system lets no more programs watch folders: names are missed
+    mountsUnknown    // what is mounted cannot be read: names may be missed
   };
 
   virtual ~NameWatchObserver() = default;

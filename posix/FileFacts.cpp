@@ -34,21 +34,26 @@ bool isReadableFile(const std::string& path) {
 
 std::optional<std::string> contentsOfFile(const std::string& path) {
   const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!file) {
-    return std::nullopt;
-  }
+  return file ? restOfFile(file.get()) : std::nullopt;
+}
+
+std::optional<std::string> restOfFile(int descriptor, std::size_t largest) {
   std::string contents;
   std::array<char, 16384> buffer;
   for (;;) {
-    const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
+    if (count == 0) {
+      return contents;
+    }
     if (count < 0 && errno == EINTR) {
       continue;
     }
     if (count < 0) {
       return std::nullopt;
     }
-    if (count == 0) {
-      return contents;
+    if (static_cast<std::size_t>(count) > largest - contents.size()) {
+      errno = EFBIG;
+      return std::nullopt;
     }
     contents.append(buffer.data(), static_cast<std::size_t>(count));
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,6 +21,9 @@ bool fileExists(const std::string& path);
 bool isReadableFile(const std::string& path);
 // The whole file as bytes; absent when it cannot be read.
 std::optional<std::string> contentsOfFile(const std::string& path);
+// What an open file still holds; absent, with errno, when it cannot be read or is more than
+// `largest` bytes (EFBIG).
+std::optional<std::string> restOfFile(int descriptor, std::size_t largest = std::string::npos);
 // Whether the path itself, not what it leads to, is a folder.
 bool isFolderItself(const std::string& path);
 // Whether what lies in the folder can be listed.

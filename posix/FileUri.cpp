@@ -71,9 +71,11 @@ std::optional<std::string> pathOfFileUri(std::string_view uri) {
   return decoded(path);
 }
 
-std::string fileUriOfPath(std::string_view path) {
+std::string fileUriOfPath(std::string_view path) { return "file://" + percentEncodedPath(path); }
+
+std::string percentEncodedPath(std::string_view path) {
   constexpr std::string_view digits = "0123456789ABCDEF";
-  std::string uri("file://");
+  std::string uri;
   for (const char c : path) {
     if (isUnreserved(c) || c == '/') {
       uri += c;

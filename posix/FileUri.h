@@ -14,5 +14,7 @@ namespace quillo {
 std::optional<std::string> pathOfFileUri(std::string_view uri);
 // "file://" and the absolute path; what is not unreserved (RFC 3986, 2.3) is percent-encoded.
 std::string fileUriOfPath(std::string_view path);
+// The same without the scheme: the path as it stands in a URI.
+std::string percentEncodedPath(std::string_view path);
 
 }  // namespace quillo

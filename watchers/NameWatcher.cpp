@@ -11,6 +11,40 @@
 #include "watchers/WatcherServices.h"
 
 namespace quillo {
+namespace {
+
+using Gap = NameWatchObserver::Gap;
+
+const char* keyOf(Gap gap) {
+  switch (gap) {
+    case Gap::networkDrive:
+      return "PLACE_ON_NETWORK";
+    case Gap::noQueue:
+      return "PLACE_NO_QUEUE";
+    case Gap::mountsUnknown:
+      return "PLACE_MOUNTS_UNKNOWN";
+    default:
+      return "PLACE_NOT_ALL_WATCHED";
+  }
+}
+
+std::string logLine(const std::string& place, Gap gap) {
+  const std::string missed =
+      ": files that are renamed, linked or moved in " + place + " can be missed";
+  switch (gap) {
+    case Gap::networkDrive:
+      return place + " lies on a network drive, whose changes are not told: not watched";
+    case Gap::noQueue:
+      return "The system lets no more programs watch folders (fs.inotify.max_user_instances)" +
+             missed;
+    case Gap::mountsUnknown:
+      return "What is mounted cannot be read (/proc/self/mountinfo)" + missed;
+    default:
+      return "The system lets no more folders be watched (fs.inotify.max_user_watches)" + missed;
+  }
+}
+
+}  // namespace
 
 NameWatcher::NameWatcher(WatcherOwner& owner, const WatcherServices& services)
     : owner_(owner), services_(services), filter_(owner, services.trashFolders) {}
@@ -54,14 +88,8 @@ void NameWatcher::namesAppeared(const std::vector<std::string>& paths) {
 
 void NameWatcher::placeHasGap(const std::string& place, Gap gap) {
   try {
-    const bool onNetwork = gap == Gap::networkDrive;
-    services_.systemLog.log(
-        onNetwork ? place + " lies on a network drive, whose changes are not told: not watched"
-                  : "The system lets no more folders be watched (fs.inotify.max_user_watches): "
-                    "files that are renamed, linked or moved in " +
-                        place + " can be missed");
-    const std::string text = services_.localizedStrings.stringForKey(
-        onNetwork ? "PLACE_ON_NETWORK" : "PLACE_NOT_ALL_WATCHED", "");
+    services_.systemLog.log(logLine(place, gap));
+    const std::string text = services_.localizedStrings.stringForKey(keyOf(gap), "");
     owner_.displayError(
         replacingAll(text, "%@", abbreviatingWithTilde(place, services_.folders.homeFolder())));
     std::size_t count = 0;

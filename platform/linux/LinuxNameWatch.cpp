@@ -10,6 +10,13 @@
 #include <utility>
 
 namespace quillo {
+namespace {
+
+// Milliseconds, as poll(2) has them.
+constexpr int forever = -1;
+constexpr int betweenAttempts = 30000;
+
+}  // namespace
 
 LinuxNameWatch::LinuxNameWatch(Clock& clock, std::function<void(const std::string&)> report,
                                NameRounds::HasHandles hasHandles)
@@ -70,7 +77,7 @@ void LinuxNameWatch::run() {
   bool mountsChanged = false;
   for (;;) {
     std::vector<pollfd> descriptors;
-    bool more = false;
+    int wait = forever;
     try {
       if (takeOrder(order)) {
         rounds.reset();
@@ -82,21 +89,22 @@ void LinuxNameWatch::run() {
         }
       }
       if (rounds) {
-        more = rounds->round(mountsChanged);
+        const bool more = rounds->round(mountsChanged);
+        wait = more ? 0 : rounds->isIncomplete() ? betweenAttempts : forever;
         descriptors = rounds->descriptors();
       }
     } catch (const std::exception& failure) {
       rounds.reset();
       report_(std::string("Names are watched no more: ") + failure.what());
     }
-    waitForNews(descriptors, more);
+    waitForNews(descriptors, wait);
     mountsChanged = !descriptors.empty() && descriptors[0].revents != 0;
   }
 }
 
-void LinuxNameWatch::waitForNews(std::vector<pollfd>& descriptors, bool more) const {
+void LinuxNameWatch::waitForNews(std::vector<pollfd>& descriptors, int milliseconds) const {
   descriptors.push_back({bell_.get(), POLLIN, 0});
-  poll(descriptors.data(), descriptors.size(), more ? 0 : -1);
+  poll(descriptors.data(), descriptors.size(), milliseconds);
   if (descriptors.back().revents != 0) {
     std::uint64_t rings = 0;
     [[maybe_unused]] const ssize_t ignored = read(bell_.get(), &rings, sizeof rings);

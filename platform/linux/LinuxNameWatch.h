@@ -36,7 +36,7 @@ class LinuxNameWatch final : public NameWatch {
   void give(Order order);
   void run();
   bool takeOrder(Order& order);
-  void waitForNews(std::vector<pollfd>& descriptors, bool more) const;
+  void waitForNews(std::vector<pollfd>& descriptors, int milliseconds) const;
 
   // Constant after construction.
   Clock& clock_;

@@ -6,10 +6,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <set>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -155,21 +155,11 @@ bool MountTable::hasChanged() const {
 }
 
 std::optional<std::vector<Mount>> MountTable::read() const {
-  std::string text;
-  std::array<char, 16384> buffer;
   if (lseek(file_.get(), 0, SEEK_SET) != 0) {
     return std::nullopt;
   }
-  for (;;) {
-    const ssize_t count = ::read(file_.get(), buffer.data(), buffer.size());
-    if (count > 0) {
-      text.append(buffer.data(), static_cast<std::size_t>(count));
-    } else if (count == 0) {
-      return parseMountTable(text);
-    } else if (errno != EINTR) {
-      return std::nullopt;
-    }
-  }
+  const std::optional<std::string> text = restOfFile(file_.get());
+  return text ? std::optional<std::vector<Mount>>(parseMountTable(*text)) : std::nullopt;
 }
 
 }  // namespace quillo

@@ -22,17 +22,19 @@ bool NameRounds::round(bool mountsChanged) {
       observer_.namesAppeared(paths);
     }
     if (tree_->takeRefusal()) {
-      tellRefusal();
+      tellOfRoots(NameWatchObserver::Gap::tooManyFolders);
     }
   }
   // After the events, so that what was unmounted has gone from the tree.
   const bool wayChanged = ways_.hasChanged();
-  if (mountsChanged || wayChanged || !mountsAreKnown_) {
+  if (mountsChanged || wayChanged || isIncomplete()) {
     plan();
     more = tree_ != nullptr;
   }
   return more;
 }
+
+bool NameRounds::isIncomplete() const { return !mountsAreKnown_ || (!tree_ && !roots_.empty()); }
 
 std::vector<pollfd> NameRounds::descriptors() const {
   return {{mounts_.descriptor(), POLLPRI, 0},
@@ -45,7 +47,11 @@ void NameRounds::plan() {
   const std::optional<std::vector<Mount>> table = mounts_.read();
   mountsAreKnown_ = table.has_value();
   if (!table) {
-    // What is watched goes on being watched.
+    // What is watched goes on being watched. The table may not have been opened.
+    mounts_ = MountTable();
+    for (const NamedPlace& place : places_) {
+      tellGap(place.path, NameWatchObserver::Gap::mountsUnknown);
+    }
     return;
   }
   ways_.follow(planNames(places_, *table, hasHandles_).ways);
@@ -97,13 +103,13 @@ void NameRounds::makeTree() {
   try {
     tree_ = std::make_unique<NameTree>(clock_);
   } catch (const PlatformException&) {
-    tellRefusal();
+    tellOfRoots(NameWatchObserver::Gap::noQueue);
   }
 }
 
-void NameRounds::tellRefusal() {
+void NameRounds::tellOfRoots(NameWatchObserver::Gap gap) {
   for (const auto& [folder, root] : roots_) {
-    tellGap(root.place, NameWatchObserver::Gap::tooManyFolders);
+    tellGap(root.place, gap);
   }
 }
 

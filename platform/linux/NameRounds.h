@@ -30,6 +30,8 @@ class NameRounds {
   // Does what there is to do now, and tells the observer. `mountsChanged` is to be true if the
   // mount table's descriptor had news. Whether there is more to do at once.
   bool round(bool mountsChanged);
+  // Whether something could not be had that is to be tried for again, in a round after a while.
+  bool isIncomplete() const;
   // The mount table comes first, to be polled for POLLPRI; the others for POLLIN.
   std::vector<pollfd> descriptors() const;
 
@@ -37,7 +39,7 @@ class NameRounds {
   void plan();
   void carryOut(const std::vector<NameRoot>& roots);
   void makeTree();
-  void tellRefusal();
+  void tellOfRoots(NameWatchObserver::Gap gap);
   void tellGap(const std::string& place, NameWatchObserver::Gap gap);
 
   // Constant after construction.

@@ -3,18 +3,18 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <toml++/toml.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <sstream>
 
+#include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {
 namespace {
 
-constexpr off_t largestFile = 4 * 1024 * 1024;
+constexpr std::size_t largestFile = 4 * 1024 * 1024;
 
 PreferenceValue converted(const toml::node& node);
 
@@ -66,27 +66,6 @@ PreferenceValue converted(const toml::node& node) {
   }
 }
 
-// Appends what the file holds; gives 0, or the number of the error.
-int readAll(int descriptor, std::string& text) {
-  char buffer[16384];
-  for (;;) {
-    const ssize_t count = read(descriptor, buffer, sizeof buffer);
-    if (count == 0) {
-      return 0;
-    }
-    if (count < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      return errno;
-    }
-    if (text.size() + static_cast<std::size_t>(count) > largestFile) {
-      return EFBIG;
-    }
-    text.append(buffer, static_cast<std::size_t>(count));
-  }
-}
-
 void cannotRead(TomlFile& file, const std::string& path, int error) {
   const std::string reason = std::strerror(error);
   file.problem = path + ": " + reason;
@@ -118,13 +97,13 @@ TomlFile TomlFile::read(const std::string& path) {
     return file;
   }
   file.version = versionOf(info);
-  std::string text;
-  if (const int error = readAll(descriptor.get(), text)) {
-    cannotRead(file, path, error);
+  const std::optional<std::string> text = restOfFile(descriptor.get(), largestFile);
+  if (!text) {
+    cannotRead(file, path, errno);
     return file;
   }
   try {
-    file.values = converted(toml::parse(text, path));
+    file.values = converted(toml::parse(*text, path));
   } catch (const toml::parse_error& error) {
     const toml::source_position at = error.source().begin;
     file.problem = path + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) + ": " +

@@ -60,6 +60,18 @@ TEST(FileFacts, ReadAWholeFile) {
   EXPECT_FALSE(isReadableFile(folder.path() + "/missing"));
 }
 
+TEST(FileFacts, ReadTheRestOfAnOpenFileUnlessItIsTooLarge) {
+  const TemporaryFolder folder;
+  const UniqueFd file(open(folder.write("file", "123456").c_str(), O_RDONLY | O_CLOEXEC));
+  char first = 0;
+  ASSERT_EQ(read(file.get(), &first, 1), 1);
+  EXPECT_EQ(restOfFile(file.get(), 5), "23456");
+  ASSERT_EQ(lseek(file.get(), 1, SEEK_SET), 1);
+  errno = 0;
+  EXPECT_EQ(restOfFile(file.get(), 4), std::nullopt);
+  EXPECT_EQ(errno, EFBIG);
+}
+
 TEST(FileFacts, ALinkIsNobodysOwnFolder) {
   const TemporaryFolder folder;
   const std::string link = folder.path() + "/link";

@@ -104,6 +104,21 @@ TEST_F(NameWatcherTest, SaysWhichPlacesAreNotWatchedCompletely) {
   EXPECT_EQ(owner.calls().back(), "places with gaps: 0");
 }
 
+TEST_F(NameWatcherTest, SaysWhatTheSystemDidNotGive) {
+  watcher.start();
+  findGap("/a/", Gap::noQueue);
+  findGap("/b/", Gap::mountsUnknown);
+  EXPECT_EQ(owner.calls(),
+            (Lines{"places with gaps: 0", "error: <PLACE_NO_QUEUE>", "places with gaps: 1",
+                   "error: <PLACE_MOUNTS_UNKNOWN>", "places with gaps: 2"}));
+  EXPECT_TRUE(desktop.systemLog.has(
+      "The system lets no more programs watch folders (fs.inotify.max_user_instances): files that "
+      "are renamed, linked or moved in /a/ can be missed"));
+  EXPECT_TRUE(desktop.systemLog.has(
+      "What is mounted cannot be read (/proc/self/mountinfo): files that are renamed, linked or "
+      "moved in /b/ can be missed"));
+}
+
 TEST_F(NameWatcherTest, SurvivesAnOwnerThatCannotTakeAPath) {
   owner.watch("/a/", true);
   owner.onPath = [] { throw std::runtime_error("no memory"); };

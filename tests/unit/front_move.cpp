@@ -250,7 +250,7 @@ TEST_F(FrontTrash, NotesAnyPathByteByByte) {
   ASSERT_EQ(open(), "");
   const std::string path = scratch.file("home/a: b'\"%\n\xE9;", "bad");
   EXPECT_EQ(moved(path), link + "/a: b'\"%\n\xE9;");
-  EXPECT_EQ(noteOf("a: b'\"%\n\xE9;"), note(scratch.at("home/a%3A%20b'%22%25%0A%E9%3B")));
+  EXPECT_EQ(noteOf("a: b'\"%\n\xE9;"), note(scratch.at("home/a%3A%20b%27%22%25%0A%E9%3B")));
 }
 
 TEST_F(FrontTrash, ShortensANameForWhichThereCouldBeNoNote) {

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "posix/FileUri.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::front {
@@ -45,25 +46,6 @@ bool leadsTo(const std::string& link, const std::string& target) {
   std::array<char, PATH_MAX> text;
   const ssize_t length = readlink(link.c_str(), text.data(), text.size());
   return length > 0 && std::string(text.data(), static_cast<std::size_t>(length)) == target;
-}
-
-// Percent-encoded as in a URI (RFC 2396, 2.4), byte by byte: the note names any file there is.
-std::string encoded(const std::string& path) {
-  constexpr char digits[] = "0123456789ABCDEF";
-  constexpr std::string_view plain = "/-_.!~*'()";
-  std::string text;
-  for (const char c : path) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-    if (letter || plain.find(c) != std::string_view::npos) {
-      text += c;
-    } else {
-      text += '%';
-      text += digits[byte >> 4U];
-      text += digits[byte & 0xFU];
-    }
-  }
-  return text;
 }
 
 std::string localTime(DesktopTrash::Time time) {
@@ -131,8 +113,8 @@ int DesktopTrash::note(int notes, const std::string& name, const std::string& or
   if (!target) {
     return errno;
   }
-  const std::string text =
-      "[Trash Info]\nPath=" + encoded(origin) + "\nDeletionDate=" + localTime(left) + "\n";
+  const std::string text = "[Trash Info]\nPath=" + percentEncodedPath(origin) +
+                           "\nDeletionDate=" + localTime(left) + "\n";
   const int error = writeAll(target.get(), text);
   if (error != 0) {
     forget(notes, name);

@@ -15,33 +15,13 @@
 #include <utility>
 
 #include "posix/EscapedPath.h"
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::front {
 namespace {
-
-// All of the file at `path`; errno on failure.
-std::optional<std::string> contentsOf(const std::string& path) {
-  const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-  if (!file) {
-    return std::nullopt;
-  }
-  std::string text;
-  std::array<char, 65536> bytes;
-  for (;;) {
-    const ssize_t count = read(file.get(), bytes.data(), bytes.size());
-    if (count == 0) {
-      return text;
-    }
-    if (count > 0) {
-      text.append(bytes.data(), static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return std::nullopt;
-    }
-  }
-}
 
 // Several entries may stand for one file, which may have gone after the first.
 std::vector<Job> jobsFor(std::vector<Entry> files) {
@@ -166,7 +146,9 @@ std::optional<std::vector<std::string>> Front::givenPaths() {
     report_.remark(
         "WARNING: Only scanning files from --file-list (files passed at cmdline are ignored)");
   }
-  const auto text = contentsOf(*asked_.fileList);
+  // A list may be a pipe: who waits for it wants it.
+  const UniqueFd list(open(asked_.fileList->c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  const auto text = list ? restOfFile(list.get()) : std::nullopt;
   if (!text) {
     report_.error("ERROR: --file-list: Can't open file " + *asked_.fileList + ": " +
                   reasonText(errno));

@@ -5,10 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 
+#include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 
@@ -91,24 +91,6 @@ UniqueFd makeAndOpen(int parent, const std::string& name, const std::string& pat
   return folder;
 }
 
-std::optional<std::string> contentOf(int file) {
-  std::string content;
-  std::array<char, 65536> piece;
-  for (;;) {
-    const ssize_t count = ::read(file, piece.data(), piece.size());
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count < 0) {
-      return std::nullopt;
-    }
-    if (count == 0) {
-      return content;
-    }
-    content.append(piece.data(), static_cast<std::size_t>(count));
-  }
-}
-
 bool writeAll(int file, std::string_view content) {
   while (!content.empty()) {
     const ssize_t count = ::write(file, content.data(), content.size());
@@ -168,7 +150,7 @@ std::optional<std::string> TreeFolder::read(const std::string& name) const {
   if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     return std::nullopt;
   }
-  return contentOf(file.get());
+  return restOfFile(file.get());
 }
 
 bool TreeFolder::write(const std::string& name, std::string_view content, mode_t mode) const {

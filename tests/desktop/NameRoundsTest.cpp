@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+
+#include "platform/linux/NameRounds.h"
+#include "tests/desktop/TestFolder.h"
+#include "tests/fakes/FailingSystemCall.h"
+#include "tests/fakes/ManualClock.h"
+
+namespace quillo {
+namespace {
+
+using Gap = NameWatchObserver::Gap;
+using Gaps = std::vector<std::pair<std::string, Gap>>;
+
+class ToldNames final : public NameWatchObserver {
+ public:
+  void namesAppeared(const std::vector<std::string>& paths) override {
+    names.insert(names.end(), paths.begin(), paths.end());
+  }
+  void placeHasGap(const std::string& place, Gap gap) override { gaps.emplace_back(place, gap); }
+
+  std::vector<std::string> names;
+  Gaps gaps;
+};
+
+class NameRoundsTest : public testing::Test {
+ protected:
+  NameRoundsTest() { std::filesystem::create_directories(place); }
+  // The first round, in which that system call fails.
+  void beginWithout(int systemCall, int error) {
+    withFailingSystemCall(systemCall, error, [this] {
+      rounds = std::make_unique<NameRounds>(clock, std::vector<NamedPlace>{{place, true}}, told,
+                                            [](const std::string&) { return false; });
+      rounds->round(false);
+    });
+  }
+  void runOn() {
+    while (rounds->round(false)) {
+    }
+  }
+  bool tellsOf(const std::string& name) {
+    disk.write("place/" + name, "text");
+    runOn();
+    return std::find(told.names.begin(), told.names.end(), place + "/" + name) != told.names.end();
+  }
+
+  TestFolder disk;
+  const std::string place = disk.path() + "/place";
+  ToldNames told;
+  ManualClock clock;
+  std::unique_ptr<NameRounds> rounds;
+};
+
+TEST_F(NameRoundsTest, TellThatThereIsNoQueueAndTryAgain) {
+  beginWithout(SYS_inotify_init1, EMFILE);
+  EXPECT_EQ(told.gaps, (Gaps{{place, Gap::noQueue}}));
+  EXPECT_TRUE(rounds->isIncomplete());
+  runOn();
+  EXPECT_FALSE(rounds->isIncomplete());
+  EXPECT_TRUE(tellsOf("late"));
+  EXPECT_EQ(told.gaps.size(), 1U);
+}
+
+TEST_F(NameRoundsTest, TellThatMountsCannotBeReadAndTryAgain) {
+  beginWithout(SYS_lseek, EIO);
+  EXPECT_EQ(told.gaps, (Gaps{{place, Gap::mountsUnknown}}));
+  EXPECT_TRUE(rounds->isIncomplete());
+  runOn();
+  EXPECT_FALSE(rounds->isIncomplete());
+  EXPECT_TRUE(tellsOf("late"));
+}
+
+TEST_F(NameRoundsTest, TellThatMountsCannotBeOpenedAndTryAgain) {
+  beginWithout(SYS_openat, EMFILE);
+  EXPECT_EQ(told.gaps, (Gaps{{place, Gap::mountsUnknown}}));
+  runOn();
+  EXPECT_TRUE(tellsOf("late"));
+}
+
+}  // namespace
+}  // namespace quillo
