@@ -48,6 +48,7 @@ TEST_F(InotifyDeparturesTest, TellOfAFileThatIsMovedDeletedOrReplacedOnce) {
   EXPECT_EQ(left, 0);
   fs::rename(moved, folder.path() + "/elsewhere");
   EXPECT_TRUE(waitUntil([&] { return left == 1; }));
+  settle();
   // Also while somebody has it open.
   std::ifstream reader(deleted);
   fs::remove(deleted);
