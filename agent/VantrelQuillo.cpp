@@ -50,7 +50,9 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        &putBackFiles_,
                        &progressLog_,
                        &face_,
-                       &runningScanners_},
+                       &runningScanners_,
+                       &toldFiles_,
+                       &abortedScans_},
       watcherServices_{services.platform.application,
                        services.platform.authorization,
                        services.clock,
@@ -62,6 +64,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.trashFolders},
       putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
       progressLog_(services.platform.systemLog),
+      abortedScans_(services.platform.systemLog, &progressLog_),
       face_({services.clock, services.platform.dockTile, services.platform.folders,
              services.platform.localizedStrings}),
       theDispatcher_(services.clock, services.platform.systemLog, services.platform.volumes,
@@ -141,9 +144,11 @@ void VantrelQuillo::connectInterface() {
 
 void VantrelQuillo::applicationDidFinishLaunching() {
   perform([this] {
+    scanLog_.greet();
     startThreads();
     // They can ask while the engine loads, which may take long.
     answerScripts();
+    services_.platform.application.setReopenHandler([this] { return showItself(); });
     notifications_.loadNames();
     notifications_.registerWith(services_.platform.application);
     // Whatever goes wrong here, the user and the desktop must still reach the agent.
@@ -242,7 +247,7 @@ void VantrelQuillo::wakingUp() {
 }
 
 void VantrelQuillo::abortScans() {
-  theDispatcher_.abortScans();
+  abortedScans_.abort(theDispatcher_.abortScans());
   runningScanners_.endAll();
   runShellCommand("killall -9 clamdscan");
 }
@@ -255,6 +260,20 @@ void VantrelQuillo::openAppFromError() {
   openApp();
   mainApplication_.awaitLaunch();
   quit();
+}
+
+int VantrelQuillo::showItself() {
+  face_.showVerdicts();
+  const int error = services_.platform.application.activateIgnoringOtherApps();
+  if (error != 0) {
+    services_.platform.systemLog.log("Could not bring the application to front. Error " +
+                                     std::to_string(error));
+  }
+  const StatusFacts facts = face_.status();
+  if (facts.engineMissing && !facts.settingUp) {
+    restartWatcherSoon();
+  }
+  return error;
 }
 
 void VantrelQuillo::openPrefs(bool fromDialogButton) {

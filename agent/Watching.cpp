@@ -46,6 +46,7 @@ void VantrelQuillo::setUpAndWatch(bool update) {
   secondPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   watchList_.populateMenu();
   face_.setWatchedFolders(*watchList_.getWatchedFolderList());
+  services_.platform.systemLog.log(watchList_.inWords());
   startWatcherThread();
   nameWatcher_.start();
   if (update && preferences_.updateDefsAtLaunch) {

@@ -19,6 +19,8 @@ enum NotificationCode : std::int32_t {
   notificationUpdateSuccessful = 4,
   notificationAlreadyUpToDate = 5,
   notificationError = 6,
+  // Shown as an error without its urgency.
+  notificationHint = 7,
 };
 
 // What the notifications that are withdrawn again speak of, besides single finds.

@@ -2,6 +2,7 @@
 
 namespace quillo {
 
+class AbortedScans;
 class Application;
 class Clock;
 class FileDepartures;
@@ -14,6 +15,7 @@ class PutBackFiles;
 class RoadObserver;
 class RunningScanners;
 class ScanObserver;
+class ToldFiles;
 class SystemLog;
 class Workspace;
 
@@ -31,10 +33,12 @@ struct ScannerServices {
   // Null where found files are not followed up.
   FileDepartures* fileDepartures = nullptr;
   PutBackFiles* putBackFiles = nullptr;
-  // Each null when nobody looks on.
+  // Each null when nobody looks on, or remembers.
   RoadObserver* roadObserver = nullptr;
   ScanObserver* scanObserver = nullptr;
   RunningScanners* runningScanners = nullptr;
+  ToldFiles* toldFiles = nullptr;
+  AbortedScans* abortedScans = nullptr;
 };
 
 }  // namespace quillo

@@ -197,6 +197,8 @@ class FakeApplication final : public Application {
   void exit(int status) override;
   std::optional<int> systemVersion() override { return version; }
   int transformToForegroundApplication() override;
+  int activateIgnoringOtherApps() override;
+  void setReopenHandler(std::function<int()> handler) override { reopen = std::move(handler); }
   void setApplicationIconImage(const ImageRef& image) override;
   void beep() override { ++beeps; }
 
@@ -208,6 +210,9 @@ class FakeApplication final : public Application {
 
   std::optional<int> version = 0x1060;
   int transformResult = 0;
+  int activateResult = 0;
+  // As another start of the program would.
+  std::function<int()> reopen;
   bool keepsPosted = false;
   // Called while the agent waits for something that takes long, on the thread that made this.
   std::function<void()> duringWait;
@@ -216,6 +221,7 @@ class FakeApplication final : public Application {
   std::atomic<int> beeps{0};
   std::atomic<int> terminations{0};
   std::atomic<int> transformations{0};
+  std::atomic<int> activations{0};
   std::vector<int> exits;
 
  private:

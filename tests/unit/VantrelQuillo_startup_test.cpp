@@ -95,18 +95,31 @@ TEST_F(AgentStart, ReadsPreferencesRotatesAndFillsTheMenuInOrder) {
   desktop.preferenceStore.set("QuilloFolderArray",
                               PreferenceValue{PreferenceArray{watchedFolder("~", true)}});
   launch();
-  EXPECT_EQ(log().lines(), (Lines{"scan email files", "clamdconfEncoding: 4",
-                                  "The scan log is not rotated: " + home.path() +
-                                      "/resources/engine-tools/newsyslog: launch path not "
-                                      "accessible"}));
+  const Lines lines = log().lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(Lines(lines.begin() + 1, lines.end()),
+            (Lines{"scan email files", "clamdconfEncoding: 4",
+                   "The scan log is not rotated: " + home.path() +
+                       "/resources/engine-tools/newsyslog: launch path not accessible",
+                   "Folders to guard: " + home.path() + "/"}));
   EXPECT_EQ(*agent().getWatchedFolderList(), Lines{home.path() + "/"});
   EXPECT_EQ(agent().scanParameters().scanAndUpdateParametersWithThrobber().size(), 3U);
   EXPECT_EQ(agent().engine().clamdSocket(), std::optional<std::string>(socketPath()));
   EXPECT_TRUE(throbber->isCurrentlyWatching());
 }
 
+TEST_F(AgentStart, BeginsTheLogWithALineForPeople) {
+  launch();
+  const Lines lines = log().lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_TRUE(lines.front().starts_with("Vantrel Quillo ")) << lines.front();
+  EXPECT_NE(lines.front().find(" starts for "), std::string::npos) << lines.front();
+  EXPECT_TRUE(lines.front().ends_with("Help: man vantrel-quillo")) << lines.front();
+}
+
 TEST_F(AgentStart, WatchesAlsoWithoutAnyFolder) {
   launch();
+  EXPECT_TRUE(log().has("There is no folder to guard: the preferences name none that is there"));
   EXPECT_EQ(threads.count("FSEventWatcher"), 1);
   EXPECT_EQ(desktop.mainInterface.theSubMenu.titles(), Lines());
 }

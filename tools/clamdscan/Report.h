@@ -43,6 +43,8 @@ class Report {
   void whereabouts(const Verdict& verdict);
   // Counted as an error.
   void notScanned(std::string_view path, std::string_view reason, std::string_view target = {});
+  // The same with what else is known: `path`, `reason`, `target` and the limit.
+  void notScanned(Verdict verdict);
   void error(std::string_view line);
   // Says more about what has been counted already, or nothing that counts.
   void remark(std::string_view line);
@@ -51,6 +53,8 @@ class Report {
   // Writes what has been gathered. A reader that is gone ends the program by SIGPIPE.
   void flush();
 
+  // Whether a program reads the report, and not a person.
+  bool isForProgram() const { return style_.channel != nullptr; }
   std::uint64_t infections() const { return infections_; }
   std::uint64_t failures() const { return failures_; }
   std::uint64_t leftOut() const { return leftOut_; }
