@@ -29,6 +29,17 @@ TEST(LinuxFoldersTest, TakesTheRuntimeFolderElseTmpdirElseNone) {
   EXPECT_EQ(folderWith({{"TMPDIR", "relative"}}), std::nullopt);
 }
 
+TEST(LinuxFoldersTest, KeepsItsStateWhereThatOfTheUserLies) {
+  const auto folderWith = [](Environment::Variables variables) {
+    return LinuxFolders(Environment(std::move(variables)), "/usr/bin/x").stateFolder();
+  };
+  EXPECT_EQ(folderWith({{"HOME", "/home/a"}}), "/home/a/.local/state/vantrel-quillo");
+  EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "/state/"}}),
+            "/state/vantrel-quillo");
+  EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "relative"}}),
+            "/home/a/.local/state/vantrel-quillo");
+}
+
 TEST(LinuxFoldersTest, FindsTheResourcesBesideABuiltAndBehindAnInstalledProgram) {
   const TestFolder build;
   build.write("CMakeCache.txt", "");
