@@ -32,8 +32,8 @@ class Application {
   // Brings the window of that entry to the front. Without an entry, the process has one until the
   // user closes that window. 0, or the error's number. Main thread.
   virtual int activateIgnoringOtherApps() = 0;
-  // What another start of the program asks of this one instead of running; 0, or the error's number.
-  // Who asked before there was a handler is answered by it. Main thread.
+  // What another start of the program asks of this one instead of running; 0, or the error's
+  // number. Who asked before there was a handler is answered by it. Main thread.
   virtual void setReopenHandler(std::function<int()> handler) = 0;
   // The image of that entry. Any thread; shown soon.
   virtual void setApplicationIconImage(const ImageRef& image) = 0;

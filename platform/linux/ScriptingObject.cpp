@@ -53,7 +53,8 @@ ScriptingObject::ScriptingObject(const QDBusConnection& bus, std::function<int()
     : bus_(bus) {
   new ApplicationInterface(*this, bus_, std::move(activate));
   // Before the name is claimed, so that nobody finds the name without the object.
-  bus_.registerObject(path, this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAdaptors);
+  bus_.registerObject(path, this,
+                      QDBusConnection::ExportAllSlots | QDBusConnection::ExportAdaptors);
 }
 
 bool ScriptingObject::claimName() { return !bus_.isConnected() || bus_.registerService(name); }

@@ -14,7 +14,8 @@ namespace quillo {
 
 // What desktops ask of an application that is started again (org.freedesktop.Application, Desktop
 // Entry 1.5, freedesktop.org). There are no files to open and no actions: whatever is asked for
-// shows the agent. Where that cannot be, the error org.vantrel.VantrelQuillo.Error.NotShown says why.
+// shows the agent. Where that cannot be, the error org.vantrel.VantrelQuillo.Error.NotShown says
+// why.
 class ApplicationInterface final : public QDBusAbstractAdaptor {
   Q_OBJECT
   Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")

@@ -79,7 +79,8 @@ std::string activateFrom(TestBus& bus) {
   auto answer = std::async(std::launch::async, [&] {
     std::string problem = other.activateOther();
     isAnswered = true;
-    QMetaObject::invokeMethod(&other, [] {}, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &other, [] {}, Qt::QueuedConnection);
     return problem;
   });
   EXPECT_TRUE(waitUntil([&] { return isAnswered.load(); }));
@@ -123,8 +124,8 @@ TEST(ScriptingObjectTest, ShowsItselfForFilesAndActionsAsWell) {
   });
   ASSERT_TRUE(object.claimName());
   const auto call = [&](const QString& method, const QVariantList& arguments) {
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        name, "/org/vantrel/VantrelQuillo", "org.freedesktop.Application", method);
+    QDBusMessage message = QDBusMessage::createMethodCall(name, "/org/vantrel/VantrelQuillo",
+                                                          "org.freedesktop.Application", method);
     message.setArguments(arguments);
     QDBusPendingCallWatcher watcher(desktop->asyncCall(message));
     EXPECT_TRUE(waitUntil([&] { return watcher.isFinished(); }));
