@@ -40,6 +40,32 @@ TEST(LinuxFoldersTest, FindsTheResourcesBesideABuiltAndBehindAnInstalledProgram)
   EXPECT_EQ(LinuxFolders(none, "/bin/vantrel-quillo").resourceFolder(), "/lib/vantrel-quillo");
 }
 
+TEST(LinuxFoldersTest, KeepsDataAndStateWhereTheEnvironmentSaysElseInTheHomeFolder) {
+  const LinuxFolders usual(Environment(Environment::Variables{{"HOME", "/home/a"}}), "/usr/bin/x");
+  EXPECT_EQ(usual.dataFolder(), "/home/a/.local/share");
+  EXPECT_EQ(usual.stateFolder(), "/home/a/.local/state");
+  const LinuxFolders other(
+      Environment(Environment::Variables{
+          {"HOME", "/home/a"}, {"XDG_DATA_HOME", "/data/"}, {"XDG_STATE_HOME", "/state"}}),
+      "/usr/bin/x");
+  EXPECT_EQ(other.dataFolder(), "/data");
+  EXPECT_EQ(other.stateFolder(), "/state");
+}
+
+TEST(LinuxFoldersTest, FindsTheDownloadsUnderTheirNameInTheUsersLanguage) {
+  const TestFolder home;
+  const auto downloads = [&] {
+    return LinuxFolders(Environment(Environment::Variables{{"HOME", home.path()}}), "/usr/bin/x")
+        .downloadsFolder();
+  };
+  EXPECT_EQ(downloads(), home.path() + "/Downloads");
+  home.write(".config/user-dirs.dirs",
+             "# XDG_DOWNLOAD_DIR=\"$HOME/No\"\nXDG_DOWNLOAD_DIR=\"$HOME/Téléchargements\"\n");
+  EXPECT_EQ(downloads(), home.path() + "/Téléchargements");
+  home.write(".config/user-dirs.dirs", "XDG_DOWNLOAD_DIR=\"$HOME/\"\n");
+  EXPECT_EQ(downloads(), home.path() + "/Downloads");
+}
+
 TEST(LinuxFoldersTest, KnowsTheRunningProgram) {
   EXPECT_EQ(lastPathComponent(LinuxFolders::pathOfThisProgram()), "desktop_tests");
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "menu/Throbber.h"
 #include "scanning/Dispatcher.h"
 #include "tests/fakes/FakePlatform.h"
@@ -51,6 +53,18 @@ TEST_F(WatchListTest, IsEmptyAtFirst) {
   EXPECT_EQ(watched(), Lines());
   EXPECT_EQ(flags(), Flags());
   EXPECT_EQ(list.getMaxRecursionDepth(), 0);
+}
+
+TEST_F(WatchListTest, TellsWhichFoldersAreNotThereWhenItIsBuiltOrLater) {
+  const std::string there = home.makeFolder("a");
+  choose({watchedFolder(there, false), watchedFolder("/no/such", true),
+          watchedFolder("/Volumes", true)});
+  list.populateMenu();
+  EXPECT_EQ(list.missingFolders(), Lines{"/no/such"});
+  std::filesystem::remove(there);
+  EXPECT_EQ(list.missingFolders(), (Lines{"/no/such", there + "/"}));
+  list.stop();
+  EXPECT_EQ(list.missingFolders(), Lines());
 }
 
 TEST_F(WatchListTest, HoldsTheFoldersInTheUsersOrderWithASlashEach) {
