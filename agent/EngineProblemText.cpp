@@ -8,6 +8,8 @@ namespace {
 
 const char* keyOf(EngineProblem::Kind kind) {
   switch (kind) {
+    case EngineProblem::Kind::noPreferences:
+      return "ENGINE_NO_PREFERENCES";
     case EngineProblem::Kind::notChosen:
       return "ENGINE_NOT_CHOSEN";
     case EngineProblem::Kind::noUpdateLog:
@@ -28,12 +30,46 @@ const char* keyOf(EngineProblem::Kind kind) {
   return "";
 }
 
+// Nothing where what is said to whoever has the main application does for everybody.
+const char* adviceAloneFor(EngineProblem::Kind kind) {
+  switch (kind) {
+    case EngineProblem::Kind::noPreferences:
+      return "ADVICE_NO_PREFERENCES";
+    case EngineProblem::Kind::notChosen:
+      return "ADVICE_NOT_CHOSEN";
+    case EngineProblem::Kind::noUpdateLog:
+      return "ADVICE_NO_UPDATE_LOG";
+    case EngineProblem::Kind::daemonMissing:
+    case EngineProblem::Kind::scannerMissing:
+    case EngineProblem::Kind::scannerFailed:
+      return "ADVICE_INSTALL";
+    case EngineProblem::Kind::updaterNotKnown:
+      return "ADVICE_UPDATER_UNKNOWN";
+    case EngineProblem::Kind::daemonFailed:
+    case EngineProblem::Kind::updaterMissing:
+      return nullptr;
+  }
+  return nullptr;
+}
+
+// A line break in a path would begin what to do next.
+std::string inOneLine(const std::string& path) { return replacingAll(path, "\n", "\\n"); }
+
 }  // namespace
 
 std::string textOf(const EngineProblem& problem, LocalizedStrings& strings) {
-  // A line break in the path would begin what to do next.
-  return replacingAll(strings.stringForKey(keyOf(problem.kind), ""), "%@",
-                      replacingAll(problem.path, "\n", "\\n"));
+  return replacingAll(strings.stringForKey(keyOf(problem.kind), ""), "%@", inOneLine(problem.path));
+}
+
+std::string textAloneOf(const EngineProblem& problem, const std::string& engineCommand,
+                        LocalizedStrings& strings) {
+  const std::string text = textOf(problem, strings);
+  const char* advice = adviceAloneFor(problem.kind);
+  if (!advice) {
+    return text;
+  }
+  return text.substr(0, text.rfind('\n') + 1) +
+         replacingAll(strings.stringForKey(advice, ""), "%@", inOneLine(engineCommand));
 }
 
 }  // namespace quillo

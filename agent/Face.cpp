@@ -1,6 +1,7 @@
 #include "agent/Face.h"
 
 #include <ctime>
+#include <utility>
 
 #include "platform/DockTile.h"
 #include "platform/Folders.h"
@@ -10,14 +11,20 @@
 
 namespace quillo {
 
-StatusFacts Face::status() const {
+StatusFacts Face::status() {
   StatusFacts facts;
   facts.engineMissing = engineMissing_;
+  facts.preferencesMissing = preferencesMissing_;
+  facts.definitions = definitions_;
+  facts.daysOfDefinitions = daysOfDefinitions_;
   facts.settingUp = settingUp_;
   facts.helperFails = helperFails_;
   facts.watchedFolders = watchedFolders_;
   facts.placesWithGaps = placesWithGaps_;
   facts.filesBeingScanned = filesBeingScanned_;
+  MutexLock hold(mutex_);
+  facts.missingFolders = missingFolders_.size();
+  facts.missingFolder = missingFolders_.empty() ? "" : missingFolders_.front();
   return facts;
 }
 
@@ -28,6 +35,15 @@ void Face::setWatchedFolders(const std::vector<std::string>& folders) {
     shown.push_back(abbreviatingWithTilde(folder, services_.folders.homeFolder()));
   }
   services_.dockTile.setWatchedFolders(shown);
+}
+
+void Face::setMissingFolders(const std::vector<std::string>& folders) {
+  std::vector<std::string> shown;
+  for (const std::string& folder : folders) {
+    shown.push_back(abbreviatingWithTilde(folder, services_.folders.homeFolder()));
+  }
+  MutexLock hold(mutex_);
+  missingFolders_ = std::move(shown);
 }
 
 void Face::verdictGiven(const Verdict& verdict) {

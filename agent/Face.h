@@ -34,9 +34,16 @@ class Face final : public ScanObserver {
   explicit Face(const FaceServices& services) : services_(services) {}
 
   // What only the menu knows is left open.
-  StatusFacts status() const;
+  StatusFacts status();
   void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
   void setEngineMissing(bool missing) { engineMissing_ = missing; }
+  void setPreferencesMissing(bool missing) { preferencesMissing_ = missing; }
+  void setDefinitions(DefinitionState state, std::size_t days) {
+    definitions_ = state;
+    daysOfDefinitions_ = days;
+  }
+  // Those that were chosen and are not there.
+  void setMissingFolders(const std::vector<std::string>& folders);
   void setHelperFails(bool fails) { helperFails_ = fails; }
   void setPlacesWithGaps(std::size_t count) { placesWithGaps_ = count; }
   void setWatchedFolders(const std::vector<std::string>& folders);
@@ -70,12 +77,16 @@ class Face final : public ScanObserver {
   // Own synchronisation.
   std::atomic<bool> settingUp_{false};
   std::atomic<bool> engineMissing_{false};
+  std::atomic<bool> preferencesMissing_{false};
+  std::atomic<DefinitionState> definitions_{DefinitionState::goodOrUnknown};
+  std::atomic<std::size_t> daysOfDefinitions_{0};
   std::atomic<bool> helperFails_{false};
   std::atomic<std::size_t> watchedFolders_{0};
   std::atomic<std::size_t> placesWithGaps_{0};
   std::atomic<std::size_t> filesBeingScanned_{0};
 
   Mutex mutex_;
+  std::vector<std::string> missingFolders_ QUILLO_GUARDED_BY(mutex_);
   bool showsVerdicts_ QUILLO_GUARDED_BY(mutex_) = false;
   // The last ones, for as long as they are not shown.
   std::deque<Given> unseen_ QUILLO_GUARDED_BY(mutex_);

@@ -92,6 +92,7 @@ void MenuLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCo
 StatusFacts MenuLink::status() { return agent_.face().status(); }
 Condition& MenuLink::throbberLock() { return agent_.throbberLock(); }
 void MenuLink::restartWatcher() { agent_.restartWatcherSoon(); }
+void MenuLink::updateEnded() { agent_.health().lookSoon(); }
 std::optional<std::string> MenuLink::freshclamLogLocation() {
   return agent_.freshclamLogLocation();
 }

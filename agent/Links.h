@@ -107,6 +107,7 @@ class MenuLink final : public ThrobberOwner {
   StatusFacts status() override;
   Condition& throbberLock() override;
   void restartWatcher() override;
+  void updateEnded() override;
   std::optional<std::string> freshclamLogLocation() override;
 
  private:

@@ -47,8 +47,7 @@ void Preferences::readEnginePaths() {
   const std::optional<std::string> updateLog = typed_.string("PathToUpdateLog");
   clamPATH_.store(root);
   if (!root || !updateLog) {
-    engine_.noEnginePanic(
-        {root ? EngineProblem::Kind::noUpdateLog : EngineProblem::Kind::notChosen});
+    engine_.noEnginePanic(root ? EngineProblem{EngineProblem::Kind::noUpdateLog} : unnamedEngine());
   }
   const bool wrapped = root && root->starts_with(standardRoot) && fileExists(updaterOfStandardRoot);
   freshclamPATH_.store(wrapped ? std::optional<std::string>(updaterOfStandardRoot)
@@ -57,6 +56,13 @@ void Preferences::readEnginePaths() {
                                         : std::nullopt);
   runningOnServer = typed_.exists("Running on OS X Server");
   clamScanPATH = joined(root, "/bin/clamdscan");
+}
+
+EngineProblem Preferences::unnamedEngine() {
+  if (quilloPrefs.hasAny()) {
+    return {EngineProblem::Kind::notChosen};
+  }
+  return {EngineProblem::Kind::noPreferences, quilloPrefs.fileOf(mainApplicationIdentifier)};
 }
 
 bool Preferences::daemonRuns() {
@@ -78,7 +84,7 @@ bool Preferences::makeSureDaemonRuns() {
   log("clamd not running. Now trying to launch it...\n");
   if (!root || !fileExists(*engine_.clamdPATH())) {
     engineProblem_ = root ? EngineProblem{EngineProblem::Kind::daemonMissing, *engine_.clamdPATH()}
-                          : EngineProblem{EngineProblem::Kind::notChosen};
+                          : unnamedEngine();
     log("ClamAV installation couldn't be found.  Quitting now.\n");
     return false;
   }

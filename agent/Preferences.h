@@ -27,6 +27,8 @@ class Preferences {
   bool readPrefs();
   // Why no engine was usable.
   const EngineProblem& engineProblem() const { return engineProblem_; }
+  // What is wrong where no engine is named.
+  EngineProblem unnamedEngine();
   // Forgets the derived values.
   void drop();
 

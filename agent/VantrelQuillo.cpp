@@ -11,6 +11,7 @@
 #include "platform/MainInterface.h"
 #include "platform/PowerNotifications.h"
 #include "platform/ScriptingKeys.h"
+#include "platform/StatusItem.h"
 #include "platform/SystemLog.h"
 #include "platform/Volumes.h"
 #include "platform/Workspace.h"
@@ -62,7 +63,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.preferenceStore,
                        services.platform.systemLog,
                        services.platform.trashFolders},
-      putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
+      putBackFiles_(services.platform.folders.stateFolder() + "/vantrel", services.platform.systemLog),
       progressLog_(services.platform.systemLog),
       abortedScans_(services.platform.systemLog, &progressLog_),
       face_({services.clock, services.platform.dockTile, services.platform.folders,
@@ -91,7 +92,15 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                [this](const std::function<void()>& wait) { waitKeepingDesktopAlive(wait); }),
       mainApplication_(services.platform.application, services.platform.applicationLauncher,
                        services.clock, services.platform.distributedNotificationCenter,
-                       services.threads) {
+                       services.threads),
+      preferenceFile_({services.platform.application, services.platform.folders,
+                       services.platform.preferenceStore, services.platform.systemLog,
+                       services.platform.workspace}),
+      toldOnce_(services.platform.folders, services.platform.systemLog),
+      health_({services.clock, services.platform.systemLog, face_,
+               [this] { return clamdLink_.loadedDefinitions(); },
+               [this] { return watchList_.missingFolders(); },
+               [this] { mainMenu_.tellStatus(); }}) {
   firstPatientScanner.setMyName("firstPatientScanner");
   secondPatientScanner.setMyName("secondPatientScanner");
   mainMenu_.setController(menuLink_);
@@ -133,6 +142,9 @@ void VantrelQuillo::connectInterface() {
                         &interface.openUpdateLogMenuItem}) {
     log->setAction([this, log] { mainMenu_.openLog(*log); });
   }
+  interface.stateMenuItem.setAction([this] { showWindow(); });
+  interface.mendMenuItem.setAction([this] { mend(); });
+  interface.noEngineAloneWindow.setAction([this](ButtonDialog::Button) { preferenceFile_.open(); });
   interface.noEngineWindow.setAction([this](ButtonDialog::Button button) {
     if (button == ButtonDialog::Button::deleteButton) {
       openPrefs(true);
@@ -155,6 +167,8 @@ void VantrelQuillo::applicationDidFinishLaunching() {
     attempt([this] { beginWatching(true); });
     showDockTileIfWanted();
     listenToDesktop();
+    services_.platform.statusBar.observeRoom(
+        [this](bool hasRoom, const std::string& desktop) { tellOfRoom(hasRoom, desktop); });
   });
 }
 
@@ -169,10 +183,14 @@ void VantrelQuillo::startThreads() {
   start("secondPatientScanner", [this] { secondPatientScanner.mainLoop(); });
 }
 
-void VantrelQuillo::showDockTileIfWanted() {
+bool VantrelQuillo::wantsDockTile() const {
   const TypedPreferences typed(services_.platform.preferenceStore, services_.platform.systemLog);
   const std::string wanted = lowercased(typed.string("ShowDockIcon").value_or(""));
-  if (wanted != "true" && wanted != "both") {
+  return wanted == "true" || wanted == "both";
+}
+
+void VantrelQuillo::showDockTileIfWanted() {
+  if (!wantsDockTile()) {
     return;
   }
   if (const int error = services_.platform.application.transformToForegroundApplication()) {
@@ -260,20 +278,6 @@ void VantrelQuillo::openAppFromError() {
   openApp();
   mainApplication_.awaitLaunch();
   quit();
-}
-
-int VantrelQuillo::showItself() {
-  face_.showVerdicts();
-  const int error = services_.platform.application.activateIgnoringOtherApps();
-  if (error != 0) {
-    services_.platform.systemLog.log("Could not bring the application to front. Error " +
-                                     std::to_string(error));
-  }
-  const StatusFacts facts = face_.status();
-  if (facts.engineMissing && !facts.settingUp) {
-    restartWatcherSoon();
-  }
-  return error;
 }
 
 void VantrelQuillo::openPrefs(bool fromDialogButton) {

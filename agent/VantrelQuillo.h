@@ -11,19 +11,23 @@
 #include "agent/DefinitionUpdates.h"
 #include "agent/DialogList.h"
 #include "agent/Face.h"
+#include "agent/Health.h"
 #include "agent/Links.h"
 #include "agent/MainApplication.h"
 #include "agent/MainThreadRequests.h"
 #include "agent/Notifications.h"
+#include "agent/PreferenceFile.h"
 #include "agent/Preferences.h"
 #include "agent/ProgressLog.h"
 #include "agent/ScanLog.h"
 #include "agent/ScanParameters.h"
 #include "agent/ScannerCount.h"
+#include "agent/ToldOnce.h"
 #include "agent/WatchList.h"
 #include "engine/ClamdLink.h"
 #include "menu/Throbber.h"
 #include "platform/Dialog.h"
+#include "posix/Snapshot.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/LimitNotice.h"
@@ -71,6 +75,8 @@ class VantrelQuillo {
   // or the error's number. Where no engine was usable, whoever asks may have mended that: it is
   // tried again.
   int showItself();
+  // Does about what the icon says to be wrong whatever can be done about it.
+  void mend();
   // Quits afterwards when the request comes from a dialog's own button.
   void openPrefs(bool fromDialogButton);
   // Stops watching, stops the daemon if the last start of watching launched it, says so to the
@@ -99,6 +105,7 @@ class VantrelQuillo {
   DialogList& dialogList() { return dialogList_; }
   RunningScanners& runningScanners() { return runningScanners_; }
   Face& face() { return face_; }
+  Health& health() { return health_; }
   Condition& throbberLock() { return scannerCount_.throbberLock(); }
   Mutex& scannerCountLock() { return scannerCount_.scannerCountLock(); }
   std::int32_t scannerCount() const { return scannerCount_.scannerCount(); }
@@ -156,10 +163,14 @@ class VantrelQuillo {
   void listenToDesktop();
   void answerScripts();
   void showDockTileIfWanted();
+  bool wantsDockTile() const;
   // The same as the requests of these names, while a request is being performed.
   void beginWatching(bool update);
   void setUpAndWatch(bool update);
   void tellNoEngine(const EngineProblem& problem);
+  void lookAfterHealth();
+  int showWindow();
+  void tellOfRoom(bool hasRoom, const std::string& desktop);
   void endWatching();
   void finishEndOfWatching();
   void startWatcherThread();
@@ -191,6 +202,8 @@ class VantrelQuillo {
   ClamdLink clamdLink_;
   Notifications notifications_;
   DialogList dialogList_;
+  // The last problem that a window told of.
+  Snapshot<EngineProblem> engineProblem_;
   // Main thread, but for what their headers say.
   Preferences preferences_;
   ScanParameters scanParameters_;
@@ -198,8 +211,12 @@ class VantrelQuillo {
   DefinitionUpdates definitionUpdates_;
   ScanLog scanLog_;
   MainApplication mainApplication_;
+  PreferenceFile preferenceFile_;
+  ToldOnce toldOnce_;
   MainThreadRequests requests_;
+  Health health_;  // asks others of these
   bool startAfterSleep = false;
+  bool healthIsLookedAfter_ = false;
   bool quitWaits_ = false;
 };
 

@@ -15,6 +15,8 @@ namespace quillo {
 namespace {
 
 constexpr const char* folderArray = "QuilloFolderArray";
+// Stands for every volume, whether or not this system has a folder of that name.
+constexpr const char* allVolumes = "/Volumes";
 
 }  // namespace
 
@@ -29,6 +31,7 @@ void WatchList::populateMenu() {
   mainMenu.clearMenu();
   watchedFolderList.store({});
   checkSubDirs.store({});
+  missing_.store({});
   const PreferenceArray entries = typed_.array(folderArray).value_or(PreferenceArray());
   mainMenu.setNumItemsToWatch(static_cast<std::int32_t>(entries.size()));
   for (const PreferenceValue& entry : entries) {
@@ -65,6 +68,10 @@ void WatchList::addToWatchListWithSubdirs(std::string path, bool withSubdirs) {
     auto folders = *watchedFolderList.load();
     folders.push_back(std::move(path));
     watchedFolderList.store(std::move(folders));
+  } else if (path != allVolumes) {
+    auto missing = *missing_.load();
+    missing.push_back(std::move(path));
+    missing_.store(std::move(missing));
   }
   mainMenu.setReady();
 }
@@ -91,6 +98,17 @@ void WatchList::stop() {
   services_.mountNotifications.stopObserving();
   mainMenu.clearMenu();
   watchedFolderList.store({});
+  missing_.store({});
+}
+
+std::vector<std::string> WatchList::missingFolders() const {
+  std::vector<std::string> missing = *missing_.load();
+  for (const std::string& path : *watchedFolderList.load()) {
+    if (!fileExists(path)) {
+      missing.push_back(path);
+    }
+  }
+  return missing;
 }
 
 void WatchList::newVolumeAppeared(const std::string& devicePath) {

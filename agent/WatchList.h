@@ -43,6 +43,10 @@ class WatchList {
   // What is to be watched, in words for the log.
   std::string inWords() const;
 
+  // The folders among those to be watched that are not there, or were not when watching began. Any
+  // thread.
+  std::vector<std::string> missingFolders() const;
+
   std::shared_ptr<const std::vector<std::string>> getWatchedFolderList() const {
     return watchedFolderList.load();
   }
@@ -63,6 +67,8 @@ class WatchList {
   // Own synchronisation: the watcher reads them for every line.
   Snapshot<std::vector<std::string>> watchedFolderList;
   Snapshot<std::map<std::string, bool>> checkSubDirs;
+  // Those that were not there when the list was built, which are not watched.
+  Snapshot<std::vector<std::string>> missing_;
 };
 
 }  // namespace quillo

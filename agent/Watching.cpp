@@ -1,6 +1,5 @@
 // How the agent begins and ends to watch.
 
-#include "agent/EngineProblemText.h"
 #include "agent/VantrelQuillo.h"
 #include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
@@ -29,7 +28,13 @@ void VantrelQuillo::beginWatching(bool update) {
 }
 
 void VantrelQuillo::setUpAndWatch(bool update) {
+  if (face_.status().engineMissing) {
+    // What they say may be over. If it is not, they come again.
+    services_.platform.mainInterface.noEngineWindow.orderOut();
+    services_.platform.mainInterface.noEngineAloneWindow.orderOut();
+  }
   face_.setEngineMissing(false);
+  face_.setPreferencesMissing(false);
   if (!preferences_.readPrefs()) {
     tellNoEngine(preferences_.engineProblem());
     mainMenu_.enableMenuItems(0);
@@ -40,24 +45,21 @@ void VantrelQuillo::setUpAndWatch(bool update) {
   if (!scanParameters_.setScanParameters()) {
     const auto& scanner = preferences_.clamScanPATH;
     tellNoEngine(scanner ? EngineProblem{EngineProblem::Kind::scannerMissing, *scanner}
-                         : EngineProblem{EngineProblem::Kind::notChosen});
+                         : preferences_.unnamedEngine());
   }
   firstPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   secondPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   watchList_.populateMenu();
   face_.setWatchedFolders(*watchList_.getWatchedFolderList());
   services_.platform.systemLog.log(watchList_.inWords());
+  face_.setMissingFolders(watchList_.missingFolders());
   startWatcherThread();
   nameWatcher_.start();
   if (update && preferences_.updateDefsAtLaunch) {
     definitionUpdates_.updateVirusDefsAndNotify(false);
   }
   warnOfMissingDefinitions();
-}
-
-void VantrelQuillo::tellNoEngine(const EngineProblem& problem) {
-  face_.setEngineMissing(true);
-  displayNoEngineWindow(problem);
+  lookAfterHealth();
 }
 
 void VantrelQuillo::startWatcherThread() {
@@ -112,6 +114,7 @@ void VantrelQuillo::endWatching() {
 }
 
 void VantrelQuillo::finishEndOfWatching() {
+  health_.setWatching(false);
   nameWatcher_.stop();
   watchList_.stop();
   face_.setWatchedFolders({});
@@ -132,12 +135,6 @@ void VantrelQuillo::startWatcherFromWatcher() {
 void VantrelQuillo::displayDialog(Dialog& window) {
   window.makeFloatingKeyAndOrderFront();
   window.orderFrontRegardless();
-}
-
-void VantrelQuillo::displayNoEngineWindow(const EngineProblem& problem) {
-  Dialog& window = services_.platform.mainInterface.noEngineWindow;
-  window.setMessage(textOf(problem, services_.platform.localizedStrings));
-  displayDialog(window);
 }
 
 void VantrelQuillo::displayUpdateResult(const std::string& text) {

@@ -5,12 +5,17 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <cstdint>
 #include <filesystem>
-#include <string_view>
+#include <fstream>
 #include <system_error>
+#include <vector>
 
 namespace quillo {
 namespace {
+
+constexpr std::size_t headerSize = 512;
 
 // Notes the file's age in `newest`; false when there is no such file to read.
 bool noteDefinitions(const std::string& file, DefinitionSet& set) {
@@ -39,9 +44,13 @@ DefinitionSet definitionsIn(const std::string& folder) {
   return set;
 }
 
-bool holdsRealDefinitions(const std::string& folder) {
+namespace {
+
+// The names of the definitions in the folder, but that of the built-in one.
+std::vector<std::string> realDefinitionsIn(const std::string& folder) {
   static constexpr std::array<std::string_view, 8> endings = {".cvd", ".cld", ".cud", ".hdb",
                                                               ".hsb", ".ldb", ".mdb", ".ndb"};
+  std::vector<std::string> names;
   std::error_code failure;
   std::filesystem::directory_iterator entry(folder, failure);
   while (!failure && entry != std::filesystem::directory_iterator()) {
@@ -49,11 +58,62 @@ bool holdsRealDefinitions(const std::string& folder) {
     const bool isDefinition = std::any_of(endings.begin(), endings.end(),
                                           [&name](auto ending) { return name.ends_with(ending); });
     if (isDefinition && name != builtInDefinitionFile) {
-      return true;
+      names.push_back(name);
     }
     entry.increment(failure);
   }
-  return false;
+  return names;
+}
+
+std::string beginningOf(const std::string& path) {
+  std::array<char, headerSize> bytes;
+  std::ifstream file(path, std::ios::binary);
+  file.read(bytes.data(), bytes.size());
+  return {bytes.data(), static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0))};
+}
+
+}  // namespace
+
+bool holdsRealDefinitions(const std::string& folder) { return !realDefinitionsIn(folder).empty(); }
+
+std::optional<std::chrono::system_clock::time_point> buildTimeIn(std::string_view header) {
+  constexpr std::string_view beginning = "ClamAV-VDB:";
+  constexpr std::size_t buildTimeField = 8;
+  header = header.substr(0, headerSize);
+  if (!header.starts_with(beginning)) {
+    return std::nullopt;
+  }
+  for (std::size_t field = 0; field < buildTimeField; ++field) {
+    const std::size_t colon = header.find(':');
+    if (colon == std::string_view::npos) {
+      return std::nullopt;
+    }
+    header.remove_prefix(colon + 1);
+  }
+  std::int64_t seconds = 0;
+  const auto [end, error] = std::from_chars(header.data(), header.data() + header.size(), seconds);
+  constexpr std::int64_t greatest = std::int64_t{1} << 33;
+  if (error != std::errc() || end == header.data() || seconds <= 0 || seconds > greatest) {
+    return std::nullopt;
+  }
+  return std::chrono::system_clock::from_time_t(seconds);
+}
+
+std::optional<std::chrono::system_clock::time_point> definitionsBuiltIn(const std::string& folder) {
+  std::optional<std::chrono::system_clock::time_point> built;
+  for (const char* name : {"/main.cvd", "/main.cld", "/daily.cvd", "/daily.cld"}) {
+    if (const auto told = buildTimeIn(beginningOf(folder + name))) {
+      built = std::max(built.value_or(*told), *told);
+    }
+  }
+  if (built) {
+    return built;
+  }
+  DefinitionSet others;
+  for (const std::string& name : realDefinitionsIn(folder)) {
+    noteDefinitions(folder + "/" + name, others);
+  }
+  return others.newest;
 }
 
 std::string eicarTestFile() {

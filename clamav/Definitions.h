@@ -3,6 +3,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace quillo {
 
@@ -24,6 +25,15 @@ DefinitionSet definitionsIn(const std::string& folder);
 // Whether the folder holds definitions of any kind other than the built-in one of the test file:
 // false for a folder that is missing or cannot be read. Any thread.
 bool holdsRealDefinitions(const std::string& folder);
+
+// When the database file was built that begins with these bytes: what a .cvd or .cld says of itself
+// in its header (sigtool(1) --info shows it). Nothing for another file. Pure.
+std::optional<std::chrono::system_clock::time_point> buildTimeIn(std::string_view header);
+
+// When the definitions in `folder` were built: the newest of main and daily; where there are only
+// others, when the newest of these was written. Nothing where there is none but the built-in one,
+// or the folder cannot be read. Any thread.
+std::optional<std::chrono::system_clock::time_point> definitionsBuiltIn(const std::string& folder);
 
 // The file of the built-in definition and its one line, in the extended signature format of
 // ClamAV's signature manual (Name:TargetType:Offset:HexSignature): the 68-byte EICAR test file.

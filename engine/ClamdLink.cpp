@@ -9,6 +9,7 @@
 
 #include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
+#include "clamav/DaemonVersion.h"
 #include "clamav/Definitions.h"
 #include "clamav/LocalSocketLine.h"
 #include "platform/LocalizedStrings.h"
@@ -28,6 +29,7 @@ constexpr const char* quitCommand = "QUIT";
 constexpr const char* markName = "VANTREL_QUILLO_LAUNCH";
 // To be let in by a daemon whose queue of callers is full.
 constexpr std::chrono::milliseconds longestConnect = std::chrono::seconds(1);
+constexpr std::chrono::milliseconds longestVersion = std::chrono::seconds(5);
 
 // Of this process alone, also when another one gets its number later.
 std::string freshMark() {
@@ -186,11 +188,31 @@ void ClamdLink::discernClamdSocketLocation() {
   }
 }
 
-bool ClamdLink::hasRealDefinitions() {
+std::string ClamdLink::definitionFolder() {
   const auto file = configurationFile();
   const auto configuration = file ? ClamConf::read(*file) : std::nullopt;
-  const std::string folder = configuration ? configuration->value("DatabaseDirectory") : "";
+  return configuration ? configuration->value("DatabaseDirectory") : "";
+}
+
+bool ClamdLink::hasRealDefinitions() {
+  const std::string folder = definitionFolder();
   return folder.empty() || holdsRealDefinitions(folder);
+}
+
+LoadedDefinitions ClamdLink::loadedDefinitions() {
+  const std::optional<std::string> socket = clamdSocket();
+  const auto version =
+      socket ? askDaemonVersion(*socket, trustedUsers(), longestVersion) : std::nullopt;
+  if (version && version->definitions) {
+    return {true, version->definitions};
+  }
+  const std::string folder = definitionFolder();
+  if (folder.empty()) {
+    return {};
+  }
+  // A daemon does not number definitions other than main and daily, whoever made them.
+  const bool notLoadedYet = version && definitionsIn(folder).any();
+  return {!notLoadedYet && holdsRealDefinitions(folder), definitionsBuiltIn(folder)};
 }
 
 ClamdCtrl::Peers ClamdLink::peersFor(const std::string& command) {

@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -34,6 +35,14 @@ class ClamdLinkOwner {
   // Does `wait`, which takes as long as the engine does, and keeps the desktop alive meanwhile when
   // this is the main thread.
   virtual void waitKeepingDesktopAlive(const std::function<void()>& wait) = 0;
+};
+
+// The virus definitions with which files are scanned.
+struct LoadedDefinitions {
+  // Whether there are others than the built-in test definition; true also where nobody knows.
+  bool real = true;
+  // When they were built; absent where nobody knows.
+  std::optional<std::chrono::system_clock::time_point> built = {};
 };
 
 // Tells the daemon that runs on this machine; absent when there is none. May take long.
@@ -92,6 +101,9 @@ class ClamdLink {
   // Whether the daemon's definitions are more than the built-in test definition; true also when its
   // configuration does not say where they are.
   bool hasRealDefinitions();
+  // What the daemon has loaded, where it says so, else what lies where it would load it from. May
+  // wait for the daemon's answer, a few seconds at most.
+  LoadedDefinitions loadedDefinitions();
 
   // The paths of the daemon in use; absent before they are known and after they were dropped.
   void setDaemonPaths(std::optional<std::string> clamdPATH,
@@ -113,6 +125,7 @@ class ClamdLink {
   std::shared_ptr<ChildProcess> beginLaunch(const LaunchRequest& request);
   Paths pathsOfInstallation();
   std::optional<std::string> configurationFile();
+  std::string definitionFolder();
   std::vector<uid_t> trustedUsers();
   // Who listens there; 0 for nobody who is trusted.
   pid_t listenerAt(const std::optional<std::string>& socket);

@@ -7,6 +7,7 @@ namespace quillo {
 // Why the engine or a part of it cannot be used, for the window that says so.
 struct EngineProblem {
   enum class Kind {
+    noPreferences,    // there are none at all; the path is where they would be
     notChosen,        // the preferences name no engine
     noUpdateLog,      // they name no log for updates; nothing else is wrong
     daemonMissing,    // there is no program that could be launched as the daemon

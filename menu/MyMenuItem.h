@@ -18,6 +18,7 @@ class MyMenuItem {
   void setTitle(const std::string& title) { item_.setTitle(title); }
   bool isEnabled() const { return item_.isEnabled(); }
   void setEnabled(bool enabled) { item_.setEnabled(enabled); }
+  void setHidden(bool hidden) { item_.setHidden(hidden); }
   MenuItem& item() { return item_; }
 
  private:

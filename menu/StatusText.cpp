@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/LocalizedStrings.h"
+#include "platform/Wording.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -33,7 +34,7 @@ std::string groupedDigits(std::size_t number, std::string_view separator, std::s
 }
 
 StatusText::StatusText(LocalizedStrings& strings, Clock& clock, std::function<StatusFacts()> facts,
-                       std::function<void(const std::string&)> show)
+                       std::function<void(const StatusLine&)> show)
     : strings_(strings), clock_(clock), facts_(std::move(facts)), show_(std::move(show)) {}
 
 void StatusText::tell() {
@@ -53,48 +54,95 @@ void StatusText::tellCount() {
 }
 
 void StatusText::showWords(const StatusFacts& facts) {
-  std::string words = wordsFor(facts);
-  if (words == shown_) {
+  StatusLine line{wordsFor(facts), attentionFor(facts)};
+  if (line == shown_) {
     return;
   }
-  shown_ = std::move(words);
+  shown_ = std::move(line);
   shownAt_ = clock_.now();
   show_(shown_);
 }
 
+Attention attentionFor(const StatusFacts& facts) {
+  if (facts.engineMissing) {
+    return Attention::noEngine;
+  }
+  if (facts.settingUp || !facts.watching) {
+    return Attention::none;
+  }
+  if (facts.helperFails) {
+    return Attention::helperFails;
+  }
+  if (facts.watchedFolders > 0 && facts.definitions == DefinitionState::none) {
+    return Attention::noDefinitions;
+  }
+  if (facts.watchedFolders > 0 && facts.definitions == DefinitionState::old) {
+    return Attention::oldDefinitions;
+  }
+  if (facts.missingFolders > 0) {
+    return Attention::missingFolders;
+  }
+  return facts.watchedFolders > 0 && facts.placesWithGaps > 0 ? Attention::gaps : Attention::none;
+}
+
 std::string StatusText::wordsFor(const StatusFacts& facts) const {
   if (facts.engineMissing) {
-    return strings_.stringForKey("STATUS_NO_ENGINE", "");
+    return text(facts.preferencesMissing ? "STATUS_NO_PREFERENCES" : "STATUS_NO_ENGINE");
   }
   if (facts.settingUp) {
-    return strings_.stringForKey("WAIT", "");
+    return text("WAIT");
   }
   if (facts.updating) {
-    return strings_.stringForKey("STATUS_UPDATING", "");
+    return text("STATUS_UPDATING");
   }
   if (facts.busy && facts.filesBeingScanned > 0) {
     return counted("STATUS_SCANNING", facts.filesBeingScanned);
   }
-  if (facts.watching && facts.helperFails) {
-    return strings_.stringForKey("STATUS_HELPER_FAILS", "");
+  return facts.watching ? wordsWhileWatching(facts) : text("STATUS_IDLE");
+}
+
+std::string StatusText::wordsWhileWatching(const StatusFacts& facts) const {
+  if (facts.helperFails) {
+    return text("STATUS_HELPER_FAILS");
   }
-  if (facts.watching && facts.watchedFolders > 0) {
-    const std::string words = counted("STATUS_WATCHING", facts.watchedFolders);
-    return facts.placesWithGaps == 0
-               ? words
-               : replacingAll(strings_.stringForKey("STATUS_PARTLY", ""), "%@", words);
+  const Wording missing = facts.missingFolders == 1
+                              ? Wording{"STATUS_NOT_THERE_ONE", {facts.missingFolder}}
+                              : Wording{"STATUS_NOT_THERE", {number(facts.missingFolders)}};
+  const auto butFor = [this](const std::string& watching, const std::string& reason) {
+    return Wording{"STATUS_BUT", {watching, reason}}.in(strings_);
+  };
+  if (facts.watchedFolders == 0) {
+    return facts.missingFolders == 0 ? text("STATUS_IDLE")
+                                     : butFor(text("STATUS_IDLE"), missing.in(strings_));
   }
-  return strings_.stringForKey("STATUS_IDLE", "");
+  const std::string watching = counted("STATUS_WATCHING", facts.watchedFolders);
+  switch (attentionFor(facts)) {
+    case Attention::noDefinitions:
+      return butFor(watching, text("STATUS_NO_DEFINITIONS"));
+    case Attention::oldDefinitions:
+      return butFor(
+          watching,
+          Wording{"STATUS_OLD_DEFINITIONS", {number(facts.daysOfDefinitions)}}.in(strings_));
+    case Attention::missingFolders:
+      return butFor(watching, missing.in(strings_));
+    case Attention::gaps:
+      return replacingAll(text("STATUS_PARTLY"), "%@", watching);
+    default:
+      return watching;
+  }
+}
+
+std::string StatusText::text(const std::string& key) const {
+  return strings_.stringForKey(key, "");
+}
+
+std::string StatusText::number(std::size_t count) const {
+  return groupedDigits(count, text("DIGITS_SEPARATOR"),
+                       numberIn(text("DIGITS_GROUPED_FROM"), defaultLeastGrouped));
 }
 
 std::string StatusText::counted(const std::string& key, std::size_t count) const {
-  if (count == 1) {
-    return strings_.stringForKey(key + "_ONE", "");
-  }
-  const std::size_t least =
-      numberIn(strings_.stringForKey("DIGITS_GROUPED_FROM", ""), defaultLeastGrouped);
-  return replacingAll(strings_.stringForKey(key, ""), "%@",
-                      groupedDigits(count, strings_.stringForKey("DIGITS_SEPARATOR", ""), least));
+  return count == 1 ? text(key + "_ONE") : replacingAll(text(key), "%@", number(count));
 }
 
 }  // namespace quillo

@@ -13,9 +13,25 @@ namespace quillo {
 
 class LocalizedStrings;
 
+// How good the virus definitions are with which files are scanned.
+enum class DefinitionState { goodOrUnknown, none, old };
+
+// Why whoever believes to be guarded is not, or not well; the worst first.
+enum class Attention {
+  none,
+  noEngine,
+  helperFails,
+  noDefinitions,
+  oldDefinitions,
+  missingFolders,
+  gaps
+};
+
 // What the words are made of.
 struct StatusFacts {
   bool engineMissing = false;
+  // There is no engine since nobody has chosen anything yet.
+  bool preferencesMissing = false;
   bool settingUp = false;
   bool updating = false;
   // Whether the animation runs: a run of the engine too short for it is not worth a word.
@@ -26,8 +42,24 @@ struct StatusFacts {
   std::size_t watchedFolders = 0;
   // Those among them in which changes can be missed.
   std::size_t placesWithGaps = 0;
+  // Those that were chosen and are not there, and the first of them.
+  std::size_t missingFolders = 0;
+  std::string missingFolder;
+  DefinitionState definitions = DefinitionState::goodOrUnknown;
+  std::size_t daysOfDefinitions = 0;
   std::size_t filesBeingScanned = 0;
 };
+
+// What is said of the facts.
+struct StatusLine {
+  std::string words;
+  Attention attention = Attention::none;
+
+  bool operator==(const StatusLine&) const = default;
+};
+
+// What needs attention; nothing while watching is being set up, or was stopped by its user. Pure.
+Attention attentionFor(const StatusFacts& facts);
 
 // What the agent is doing, in words of the user's language: told when they have changed, and at
 // most twice a second while only a count changes. Any thread; costs nothing while nobody calls.
@@ -37,7 +69,7 @@ class StatusText {
 
   // `facts` is asked and `show` called with a lock held: neither may call back.
   StatusText(LocalizedStrings& strings, Clock& clock, std::function<StatusFacts()> facts,
-             std::function<void(const std::string&)> show);
+             std::function<void(const StatusLine&)> show);
 
   // After something other than the count of files has changed.
   void tell();
@@ -47,17 +79,20 @@ class StatusText {
   std::string wordsFor(const StatusFacts& facts) const;
 
  private:
+  std::string text(const std::string& key) const;
+  std::string number(std::size_t count) const;
   std::string counted(const std::string& key, std::size_t count) const;
+  std::string wordsWhileWatching(const StatusFacts& facts) const;
   void showWords(const StatusFacts& facts) QUILLO_REQUIRES(mutex_);
 
   // Constant after construction.
   LocalizedStrings& strings_;
   Clock& clock_;
   const std::function<StatusFacts()> facts_;
-  const std::function<void(const std::string&)> show_;
+  const std::function<void(const StatusLine&)> show_;
 
   Mutex mutex_;
-  std::string shown_ QUILLO_GUARDED_BY(mutex_);
+  StatusLine shown_ QUILLO_GUARDED_BY(mutex_);
   std::optional<Clock::Duration> shownAt_ QUILLO_GUARDED_BY(mutex_);
 };
 

@@ -30,10 +30,12 @@ Throbber::Throbber(const ThrobberServices& services)
       abortConfirmMenuItem(services.mainInterface.abortConfirmMenuItem),
       quitMenuItem(services.mainInterface.quitMenuItem),
       updateDefsMenuItem(services.mainInterface.updateDefsMenuItem),
+      stateMenuItem(services.mainInterface.stateMenuItem),
+      mendMenuItem(services.mainInterface.mendMenuItem),
       startWatchingMenuItemText(startMenuItem.title()),
       statusText_(
           services.localizedStrings, services.clock, [this] { return status(); },
-          [this](const std::string& words) { showWords(words); }) {
+          [this](const StatusLine& line) { showLine(line); }) {
   const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
   if (const auto preference = preferences.string("ShowDockIcon")) {
     showDockPref = lowercased(*preference);
@@ -69,9 +71,32 @@ StatusFacts Throbber::status() {
   return facts;
 }
 
-void Throbber::showWords(const std::string& words) {
-  statusItem->setToolTip(words);
-  services_.dockTile.setState(words);
+void Throbber::showLine(const StatusLine& line) {
+  statusItem->setToolTip(line.words);
+  services_.dockTile.setState(line.words);
+  stateMenuItem.setTitle(line.words);
+  const bool isOther = attention_.exchange(line.attention) != line.attention;
+  showMend();
+  if (isOther) {
+    showRest();
+  }
+}
+
+// Each of the two that can change stores its own part before it reads the other's, so that whoever
+// comes last shows both.
+void Throbber::rest(Rest state) {
+  rest_ = state;
+  showRest();
+}
+
+void Throbber::showRest() {
+  const auto images = images_.load();
+  const bool isWell = attention_ == Attention::none;
+  if (rest_ == Rest::idle) {
+    setMenuAndDockTile(isWell ? images->defaultImage : images->defaultAttentionImage);
+  } else if (rest_ == Rest::watching) {
+    setMenuAndDockTile(isWell ? images->watchingImage : images->watchingAttentionImage);
+  }
 }
 
 void Throbber::setAlternateImage(const ImagePair& pair) {
@@ -94,7 +119,7 @@ void Throbber::prepare(ThrobberOwner& owner) {
   images_.store(ThrobberImages::load(services_.imageLoader));
   const auto images = images_.load();
   statusItem->setHighlightMode(true);
-  setMenuAndDockTile(images->defaultImage);
+  rest(Rest::idle);
   setAlternateImage(images->altImage);
   statusItem->setMenu(services_.mainInterface.theMenu);
   statusItem->setEnabled(true);
@@ -117,6 +142,7 @@ void Throbber::round() {
     // What begins once watching has been stopped is not shown.
   } while (!currentlyWatching);
   isBusy_ = true;
+  rest_ = Rest::none;
   enableMenuItems(3);
   if (updating) {
     while (updating) {
@@ -164,9 +190,8 @@ void Throbber::animateMenuForUpdate() {
 
 void Throbber::showWatching() {
   enableMenuItems(2);
-  const auto images = images_.load();
-  setMenuAndDockTile(images->watchingImage);
-  setAlternateImage(images->altImage);
+  rest(Rest::watching);
+  setAlternateImage(images_.load()->altImage);
   tellStatus();
 }
 
@@ -180,6 +205,7 @@ void Throbber::stopUpdate() {
   updating = false;
   tellStatus();
   vantrelQuilloController.load()->modifyScannerCountBy(-1);
+  vantrelQuilloController.load()->updateEnded();
 }
 
 void Throbber::setReady() {

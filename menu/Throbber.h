@@ -68,17 +68,25 @@ class Throbber {
 
   bool isCurrentlyWatching() const { return currentlyWatching; }
   bool isUpdating() const { return updating; }
+  // What the icon and the first lines of the menu say to be wrong.
+  Attention attention() const { return attention_; }
 
  private:
   void animateMenuForScan();
   void animateMenuForUpdate();
+  // What the icon shows while nothing moves.
+  enum class Rest { none, idle, watching };
+
   void setMenuAndDockTile(const ImagePair& pair);
+  void rest(Rest state);
+  void showRest();
   void setAlternateImage(const ImagePair& pair);
   void showFrame(std::size_t number, Clock::Duration length);
   void showWatching();
   void waitUntilSomethingRuns();
   StatusFacts status();
-  void showWords(const std::string& words);
+  void showLine(const StatusLine& line);
+  void showMend();
   void setQuitEnabled(bool enabled);
   std::optional<std::string> pathOfLog(const MenuItem& sender);
 
@@ -94,6 +102,8 @@ class Throbber {
   MyMenuItem abortConfirmMenuItem;
   MyMenuItem quitMenuItem;
   MyMenuItem updateDefsMenuItem;
+  MyMenuItem stateMenuItem;
+  MyMenuItem mendMenuItem;
   // The title that the interface file gives the start item.
   const std::string startWatchingMenuItemText;
 
@@ -108,6 +118,8 @@ class Throbber {
   std::atomic<std::int32_t> numReadyToWatch{0};
   std::atomic<bool> isSettingUp_{false};
   std::atomic<bool> isBusy_{false};
+  std::atomic<Rest> rest_{Rest::none};
+  std::atomic<Attention> attention_{Attention::none};
   std::atomic<bool> currentlyWatching{false};
   std::atomic<bool> updating{false};
   std::atomic<bool> willRestartWatching{false};

@@ -19,6 +19,8 @@ ThrobberImages ThrobberImages::load(ImageLoader& loader) {
     const std::string name = "scanning" + std::to_string(frame + 1);
     images.frames[frame] = pair(name, "dock_" + name);
   }
+  images.defaultAttentionImage = pair("default_attention", "dock_default_attention");
+  images.watchingAttentionImage = pair("watching_attention", "dock_watching_attention");
   return images;
 }
 

@@ -21,6 +21,9 @@ struct ThrobberImages {
   ImagePair altImage;
   ImagePair altImage2;
   ImagePair watchingImage;
+  // The forms of the two that say: but not as well as it seems.
+  ImagePair defaultAttentionImage;
+  ImagePair watchingAttentionImage;
   // Frames 1 to 8, from index 0. The last one is in no animation.
   std::array<ImagePair, frameCount> frames;
 };

@@ -41,10 +41,42 @@ void Throbber::enableMenuItems(std::int32_t mode) {
   abortMenuItem.setEnabled(mode == busy);
   abortConfirmMenuItem.setEnabled(mode == busy);
   updateDefsMenuItem.setEnabled(mode == watching);
+  showMend();
   if (mode == settingUp) {
     foldersWatchedMenuItem.setEnabled(false);
   }
   setQuitEnabled(mode != busy);
+}
+
+void Throbber::showMend() {
+  const char* key = nullptr;
+  bool isEnabled = true;
+  switch (attention_) {
+    case Attention::noEngine:
+      key = "MEND_ENGINE";
+      break;
+    case Attention::noDefinitions:
+    case Attention::oldDefinitions:
+      key = "MEND_DEFINITIONS";
+      // As the command is that it stands for.
+      isEnabled = updateDefsMenuItem.isEnabled();
+      break;
+    case Attention::missingFolders:
+      key = "MEND_FOLDERS";
+      break;
+    case Attention::gaps:
+      key = "MEND_GAPS";
+      break;
+    case Attention::none:
+    case Attention::helperFails:
+      // The helper is tried again and again without being told.
+      break;
+  }
+  if (key) {
+    mendMenuItem.setTitle(services_.localizedStrings.stringForKey(key, ""));
+    mendMenuItem.setEnabled(isEnabled);
+  }
+  mendMenuItem.setHidden(!key);
 }
 
 void Throbber::clearMenu() {
@@ -54,9 +86,8 @@ void Throbber::clearMenu() {
   isSettingUp_ = false;
   currentlyWatching = false;
   enableMenuItems(1);
-  const auto images = images_.load();
-  setMenuAndDockTile(images->defaultImage);
-  setAlternateImage(images->altImage2);
+  rest(Rest::idle);
+  setAlternateImage(images_.load()->altImage2);
   tellStatus();
 }
 

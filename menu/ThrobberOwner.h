@@ -22,6 +22,8 @@ class ThrobberOwner {
   virtual Condition& throbberLock() = 0;
   // Main thread.
   virtual void restartWatcher() = 0;
+  // A definition update has ended, well or not. Any thread.
+  virtual void updateEnded() = 0;
   // "--log=" and the update log's path; absent when no preference names it. Main thread.
   virtual std::optional<std::string> freshclamLogLocation() = 0;
 };

@@ -8,6 +8,8 @@ namespace quillo {
 class ApplicationLauncher {
  public:
   virtual ~ApplicationLauncher() = default;
+  // Whether the desktop knows an application of that identifier.
+  virtual bool isInstalled(const std::string& identifier) = 0;
   // Asks the desktop to start the application and does not wait for it. False when it is unknown.
   virtual bool launchApplication(const std::string& identifier) = 0;
   // Whether the desktop has yet to say if it started the one that was launched last; until it has,

@@ -11,6 +11,10 @@ namespace quillo {
 struct MainInterface {
   Menu& theMenu;
   Menu& theSubMenu;
+  // What the agent is doing, and the command that mends what is wrong with it, which is hidden
+  // where nothing is.
+  MenuItem& stateMenuItem;
+  MenuItem& mendMenuItem;
   MenuItem& startMenuItem;
   MenuItem& stopMenuItem;
   MenuItem& foldersWatchedMenuItem;
@@ -24,6 +28,9 @@ struct MainInterface {
   MenuItem& openUpdateLogMenuItem;
   Dialog& updateWindow;
   ButtonDialog& noEngineWindow;
+  // The same where the main application is not installed: one button, deleteButton, is to edit the
+  // preferences.
+  ButtonDialog& noEngineAloneWindow;
   // The message of noEngineWindow has three lines: its heading, what is wrong, what to do next.
   // The actions of noEngineWindow's buttons: deleteButton is openPrefsButton, otherButton is
   // openVantrelButton.

@@ -14,6 +14,8 @@ class MenuItem {
   virtual void setTitle(const std::string& title) = 0;
   virtual bool isEnabled() const = 0;
   virtual void setEnabled(bool enabled) = 0;
+  virtual bool isHidden() const = 0;
+  virtual void setHidden(bool hidden) = 0;
   // What choosing the item does, on the main thread.
   virtual void setAction(std::function<void()> action) = 0;
 };

@@ -30,6 +30,11 @@ class PreferenceStore {
   virtual void synchronize() = 0;
   // The value in the first domain that has the key; absent when none has.
   virtual std::optional<PreferenceValue> objectForKey(const std::string& key) = 0;
+  // Whether there is anything to read in any domain, be it in good order or not, as of the last
+  // reading.
+  virtual bool hasAny() = 0;
+  // The file in which the user writes preferences of that domain, whether or not it is there.
+  virtual std::string fileOf(const std::string& domain) const = 0;
 };
 
 }  // namespace quillo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -33,6 +34,11 @@ class StatusBar {
   // A new item; of length 0 it takes no room and is not seen. Main thread. The item lives as long
   // as the bar.
   virtual StatusItem& statusItemWithLength(double length) = 0;
+  // Tells whether this desktop, which has that name, shows status items: each time that it begins
+  // to, and once when some seconds have passed in which nothing did. Where there is no screen
+  // nothing is told. Calls on the main thread, from where this is called too, once.
+  using RoomObserver = std::function<void(bool hasRoom, const std::string& desktop)>;
+  virtual void observeRoom(RoomObserver observer) = 0;
 };
 
 }  // namespace quillo

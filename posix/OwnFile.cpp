@@ -23,12 +23,33 @@ bool writeAll(int descriptor, const std::string& contents) {
   return true;
 }
 
+namespace {
+
+std::string problemWith(const std::string& subject, const std::string& path, const char* what) {
+  const int error = errno;
+  return subject + " " + path + what + std::strerror(error);
+}
+
+std::string makeFile(const std::string& subject, const std::string& path,
+                     const std::string& contents, mode_t mode) {
+  UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+  if (!file) {
+    return problemWith(subject, path, " cannot be made: ");
+  }
+  // Some file systems tell only then that they had no room.
+  const auto isClosed = [&file] { return close(file.release()) == 0 || errno == EINTR; };
+  if (!writeAll(file.get(), contents) || !isClosed()) {
+    const std::string told = problemWith(subject, path, " cannot be written: ");
+    unlink(path.c_str());
+    return told;
+  }
+  return {};
+}
+
+}  // namespace
+
 std::string writeOwnFile(const std::string& subject, const std::string& path,
                          const std::string& contents) {
-  const auto problem = [&subject, &path](const char* what) {
-    const int error = errno;
-    return subject + " " + path + what + std::strerror(error);
-  };
   struct stat existing = {};
   if (lstat(path.c_str(), &existing) == 0) {
     if (existing.st_uid != geteuid()) {
@@ -36,21 +57,20 @@ std::string writeOwnFile(const std::string& subject, const std::string& path,
              std::to_string(existing.st_uid) + "); it is not used";
     }
     if (unlink(path.c_str()) != 0) {
-      return problem(" cannot be replaced: ");
+      return problemWith(subject, path, " cannot be replaced: ");
     }
   }
-  UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!file) {
-    return problem(" cannot be made: ");
+  return makeFile(subject, path, contents, 0600);
+}
+
+std::string writeNewFile(const std::string& subject, const std::string& path,
+                         const std::string& contents) {
+  for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
+       slash = path.find('/', slash + 1)) {
+    // Whatever goes wrong with a folder is told of the file in it.
+    mkdir(path.substr(0, slash).c_str(), 0700);
   }
-  // Some file systems tell only then that they had no room.
-  const auto isClosed = [&file] { return close(file.release()) == 0 || errno == EINTR; };
-  if (!writeAll(file.get(), contents) || !isClosed()) {
-    const std::string told = problem(" cannot be written: ");
-    unlink(path.c_str());
-    return told;
-  }
-  return {};
+  return makeFile(subject, path, contents, 0644);
 }
 
 }  // namespace quillo

@@ -10,6 +10,11 @@ namespace quillo {
 std::string writeOwnFile(const std::string& subject, const std::string& path,
                          const std::string& contents);
 
+// Writes a new file that only this user may write, and makes the folders that it lies in. What is
+// there already, a link too, is not touched, which is a failure. As above otherwise.
+std::string writeNewFile(const std::string& subject, const std::string& path,
+                         const std::string& contents);
+
 // Whether all of it was written; errno tells otherwise.
 bool writeAll(int descriptor, const std::string& contents);
 

@@ -21,6 +21,12 @@ GioPointer<GDesktopAppInfo> desktopFileOf(const std::string& identifier) {
 
 }  // namespace
 
+bool DesktopApplicationLauncher::isInstalled(const std::string& identifier) {
+  const QString name = QString::fromStdString(identifier);
+  BusDaemon daemon(bus_);
+  return desktopFileOf(identifier) || daemon.hasOwner(name) || daemon.isActivatable(name);
+}
+
 bool DesktopApplicationLauncher::launchApplication(const std::string& identifier) {
   const QString name = QString::fromStdString(identifier);
   BusDaemon daemon(bus_);

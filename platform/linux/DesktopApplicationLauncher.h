@@ -18,6 +18,7 @@ class DesktopApplicationLauncher final : public QObject, public ApplicationLaunc
                              std::function<void(const std::string& problem)> report)
       : bus_(bus), report_(std::move(report)) {}
 
+  bool isInstalled(const std::string& identifier) override;
   bool launchApplication(const std::string& identifier) override;
   bool isLaunching() override { return activations_ > 0; }
   bool launchFailed() override { return failed_; }

@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <array>
+#include <string_view>
 
 #include "platform/linux/UserAccount.h"
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -33,9 +35,25 @@ std::optional<std::string> temporaryOf(const Environment& environment) {
   return runtime ? runtime : existing(environment.folder("TMPDIR"));
 }
 
-std::string stateOf(const Environment& environment) {
-  const auto folder = environment.folder("XDG_STATE_HOME");
-  return (folder ? *folder : homeOf(environment) + "/.local/state") + "/vantrel-quillo";
+// As xdg-user-dirs(5) names it for this user, in the user's language. A folder that was switched
+// off is said to be the home folder itself.
+std::string downloadsOf(const Environment& environment, const std::string& home) {
+  const std::string settings =
+      environment.folder("XDG_CONFIG_HOME").value_or(home + "/.config") + "/user-dirs.dirs";
+  constexpr std::string_view beginning = "XDG_DOWNLOAD_DIR=\"";
+  const std::string contents = contentsOfFile(settings).value_or("");
+  for (std::string_view line : split(contents, '\n')) {
+    const std::size_t end = line.rfind('"');
+    if (!line.starts_with(beginning) || end < beginning.size()) {
+      continue;
+    }
+    const std::string folder = replacingAll(
+        std::string(line.substr(beginning.size(), end - beginning.size())), "$HOME", home);
+    if (folder.starts_with('/') && folder != home && folder != home + "/") {
+      return folder;
+    }
+  }
+  return home + "/Downloads";
 }
 
 std::string resourcesOf(const std::string& executable) {
@@ -52,7 +70,9 @@ std::string resourcesOf(const std::string& executable) {
 LinuxFolders::LinuxFolders(const Environment& environment, const std::string& executable)
     : home_(homeOf(environment)),
       temporary_(temporaryOf(environment)),
-      state_(stateOf(environment)),
+      data_(environment.folder("XDG_DATA_HOME").value_or(home_ + "/.local/share")),
+      state_(environment.folder("XDG_STATE_HOME").value_or(home_ + "/.local/state")),
+      downloads_(downloadsOf(environment, home_)),
       resources_(resourcesOf(executable)) {}
 
 std::string LinuxFolders::pathOfThisProgram() {

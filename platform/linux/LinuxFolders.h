@@ -16,13 +16,17 @@ class LinuxFolders final : public Folders {
 
   std::string homeFolder() const override { return home_; }
   std::optional<std::string> temporaryFolder() const override { return temporary_; }
+  std::string dataFolder() const override { return data_; }
   std::string stateFolder() const override { return state_; }
+  std::string downloadsFolder() const override { return downloads_; }
   std::string resourceFolder() const override { return resources_; }
 
  private:
   const std::string home_;
   const std::optional<std::string> temporary_;
+  const std::string data_;
   const std::string state_;
+  const std::string downloads_;
   const std::string resources_;
 };
 

@@ -42,9 +42,13 @@ class MenuBuilder {
 };
 
 MainInterface build(QtMenu& theMenu, QtMenu& theSubMenu, QtMenu& abortMenu,
-                    LocalizedStrings& strings, Dialog& updateWindow, ButtonDialog& noEngineWindow) {
+                    LocalizedStrings& strings, Dialog& updateWindow, ButtonDialog& noEngineWindow,
+                    ButtonDialog& noEngineAloneWindow) {
   MenuBuilder menu(theMenu, strings);
-  auto& start = menu.item("MENU_START", "&Start Watching");
+  auto& state = menu.item("STATUS_IDLE", "Not watching");
+  auto& mend = menu.item("MENU_UPDATE", "&Update Virus Definitions");
+  mend.setHidden(true);
+  auto& start = menu.section("MENU_START", "&Start Watching");
   auto& stop = menu.item("MENU_STOP", "S&top Watching");
   auto& restart = menu.item("MENU_RESTART", "&Restart Watching");
   auto& folders = menu.submenuSection("MENU_FOLDERS", "Watched &Folders", theSubMenu);
@@ -56,9 +60,10 @@ MainInterface build(QtMenu& theMenu, QtMenu& theSubMenu, QtMenu& abortMenu,
   auto& quit = menu.section("MENU_QUIT", "&Quit Vantrel Quillo");
   auto& confirm =
       MenuBuilder(abortMenu, strings).item("MENU_ABORT_CONFIRM", "&Abort All Scans Now");
-  return MainInterface{theMenu, theSubMenu, start,     stop,         folders,
-                       restart, abort,      confirm,   quit,         update,
-                       scanLog, consoleLog, updateLog, updateWindow, noEngineWindow};
+  return MainInterface{
+      theMenu, theSubMenu, state,     mend,         start,          stop,
+      folders, restart,    abort,     confirm,      quit,           update,
+      scanLog, consoleLog, updateLog, updateWindow, noEngineWindow, noEngineAloneWindow};
 }
 
 }  // namespace
@@ -71,8 +76,9 @@ QtMainInterface::QtMainInterface(Application& application, LocalizedStrings& str
       abortMenu_(application_),
       updateWindow_(loaded(loader, "UpdateWindow")),
       noEngineWindow_(loaded(loader, "NoEngineWindow")),
-      interface_(
-          build(theMenu_, theSubMenu_, abortMenu_, strings, *updateWindow_, *noEngineWindow_)) {
+      noEngineAloneWindow_(loaded(loader, "NoEngineAloneWindow")),
+      interface_(build(theMenu_, theSubMenu_, abortMenu_, strings, *updateWindow_, *noEngineWindow_,
+                       *noEngineAloneWindow_)) {
   // Until watching has been prepared for the first time, there is nothing that these could act on.
   for (MenuItem* item : {&interface_.startMenuItem, &interface_.stopMenuItem,
                          &interface_.restartMenuItem, &interface_.foldersWatchedMenuItem,

@@ -26,6 +26,7 @@ class QtMainInterface final {
   QtMenu abortMenu_;
   std::shared_ptr<ButtonDialog> updateWindow_;
   std::shared_ptr<ButtonDialog> noEngineWindow_;
+  std::shared_ptr<ButtonDialog> noEngineAloneWindow_;
   MainInterface interface_;
 };
 

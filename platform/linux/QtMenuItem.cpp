@@ -50,6 +50,19 @@ void QtMenuItem::setEnabled(bool enabled) {
   post();
 }
 
+bool QtMenuItem::isHidden() const {
+  MutexLock lock(mutex_);
+  return isHidden_;
+}
+
+void QtMenuItem::setHidden(bool hidden) {
+  {
+    MutexLock lock(mutex_);
+    isHidden_ = hidden;
+  }
+  post();
+}
+
 void QtMenuItem::setAction(std::function<void()> action) {
   {
     MutexLock lock(mutex_);
@@ -84,15 +97,18 @@ void QtMenuItem::post() {
 void QtMenuItem::show() {
   std::string title;
   bool isEnabled;
+  bool isVisible;
   {
     MutexLock lock(mutex_);
     title = title_;
     const bool doesSomething = perform_ || submenu_;
     isEnabled = isEnabled_ && (doesSomething || !autoenabled_);
+    isVisible = !isHidden_;
   }
   const bool isOwnTitle = title == ownTitle_.text();
   action_->setText((isOwnTitle ? ownTitle_ : MenuTitle::plain(title)).forHost(host_));
   action_->setEnabled(isEnabled);
+  action_->setVisible(isVisible);
 }
 
 void QtMenuItem::perform() {

@@ -26,6 +26,8 @@ class QtMenuItem final : public MenuItem {
   void setTitle(const std::string& title) override;
   bool isEnabled() const override;
   void setEnabled(bool enabled) override;
+  bool isHidden() const override;
+  void setHidden(bool hidden) override;
   void setAction(std::function<void()> action) override;
 
   // The rest for the menu that holds it. Main thread.
@@ -53,6 +55,7 @@ class QtMenuItem final : public MenuItem {
   mutable Mutex mutex_;
   std::string title_ QUILLO_GUARDED_BY(mutex_);
   bool isEnabled_ QUILLO_GUARDED_BY(mutex_) = true;
+  bool isHidden_ QUILLO_GUARDED_BY(mutex_) = false;
   std::function<void()> perform_ QUILLO_GUARDED_BY(mutex_);
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QTimer>
 #include <memory>
 #include <vector>
 
@@ -19,11 +20,16 @@ class QtStatusBar final : public StatusBar {
     items_.push_back(std::make_unique<QtStatusItem>(application_, host_, length));
     return *items_.back();
   }
+  void observeRoom(RoomObserver observer) override;
 
  private:
+  void tellRoom(bool hasRoom);
+
   Application& application_;
   TrayHost host_;
   std::vector<std::unique_ptr<QtStatusItem>> items_;
+  RoomObserver roomObserver_;
+  QTimer patience_;
 };
 
 }  // namespace quillo

@@ -76,6 +76,20 @@ std::optional<PreferenceValue> TomlPreferenceStore::objectForKey(const std::stri
   return result;
 }
 
+bool TomlPreferenceStore::hasAny() {
+  MutexLock hold(mutex_);
+  const auto isThere = [](const File& file) {
+    return !file.values.empty() || !file.toldOf.empty();
+  };
+  return std::any_of(domains_.begin(), domains_.end(), [&](const Domain& domain) {
+    return std::any_of(domain.files.begin(), domain.files.end(), isThere);
+  });
+}
+
+std::string TomlPreferenceStore::fileOf(const std::string& domain) const {
+  return folders_.front() + "/" + domain + ".toml";
+}
+
 void TomlPreferenceStore::read(Domain& domain, std::vector<Problem>& problems) {
   domain.wasRead = true;
   for (File& file : domain.files) {

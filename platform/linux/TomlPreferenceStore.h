@@ -25,6 +25,8 @@ class TomlPreferenceStore final : public PreferenceStore {
   void addSuiteNamed(const std::string& domain) override;
   void synchronize() override;
   std::optional<PreferenceValue> objectForKey(const std::string& key) override;
+  bool hasAny() override;
+  std::string fileOf(const std::string& domain) const override;
 
  private:
   struct File {

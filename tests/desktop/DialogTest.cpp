@@ -264,6 +264,20 @@ TEST_F(DialogTest, OfTheMissingEngineOffersVantrelAndItsPreferences) {
   EXPECT_TRUE(showsWindows(0, "Engine Problem"));
 }
 
+TEST_F(DialogTest, OfTheMissingEngineOffersThePreferencesAloneWhereThereIsNoVantrel) {
+  face.tell(
+      "noengine-alone No preferences yet\\nThere is no file "
+      "/home/ada/.config/vantrel/org.vantrel.Vantrel.toml, so it is not known what to guard. "
+      "Nothing is guarded.\\nRun '/usr/lib/vantrel-quillo/engine-tools/vantrel-engine-tree' "
+      "'/home/ada/.local/share/vantrel/engine'");
+  ASSERT_TRUE(showsWindows(1, "Engine Problem"));
+  session.keepPicture("no-engine-alone");
+  face.clickOn("openPrefsButton");
+  face.expect("edit");
+  face.clickOn("closeButton");
+  EXPECT_TRUE(showsWindows(0, "Engine Problem"));
+}
+
 TEST_F(DialogTest, OfTheUpdateShowsItsResult) {
   face.tell("update The virus definitions have been updated.");
   ASSERT_TRUE(showsWindows(1, "Update of the Virus Definitions"));

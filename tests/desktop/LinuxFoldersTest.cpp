@@ -29,17 +29,6 @@ TEST(LinuxFoldersTest, TakesTheRuntimeFolderElseTmpdirElseNone) {
   EXPECT_EQ(folderWith({{"TMPDIR", "relative"}}), std::nullopt);
 }
 
-TEST(LinuxFoldersTest, KeepsItsStateWhereThatOfTheUserLies) {
-  const auto folderWith = [](Environment::Variables variables) {
-    return LinuxFolders(Environment(std::move(variables)), "/usr/bin/x").stateFolder();
-  };
-  EXPECT_EQ(folderWith({{"HOME", "/home/a"}}), "/home/a/.local/state/vantrel-quillo");
-  EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "/state/"}}),
-            "/state/vantrel-quillo");
-  EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "relative"}}),
-            "/home/a/.local/state/vantrel-quillo");
-}
-
 TEST(LinuxFoldersTest, FindsTheResourcesBesideABuiltAndBehindAnInstalledProgram) {
   const TestFolder build;
   build.write("CMakeCache.txt", "");
@@ -49,6 +38,36 @@ TEST(LinuxFoldersTest, FindsTheResourcesBesideABuiltAndBehindAnInstalledProgram)
   EXPECT_EQ(LinuxFolders(none, "/usr/local/bin/vantrel-quillo").resourceFolder(),
             "/usr/local/lib/vantrel-quillo");
   EXPECT_EQ(LinuxFolders(none, "/bin/vantrel-quillo").resourceFolder(), "/lib/vantrel-quillo");
+}
+
+TEST(LinuxFoldersTest, KeepsDataAndStateWhereTheEnvironmentSaysElseInTheHomeFolder) {
+  const LinuxFolders usual(Environment(Environment::Variables{{"HOME", "/home/a"}}), "/usr/bin/x");
+  EXPECT_EQ(usual.dataFolder(), "/home/a/.local/share");
+  EXPECT_EQ(usual.stateFolder(), "/home/a/.local/state");
+  const LinuxFolders other(
+      Environment(Environment::Variables{
+          {"HOME", "/home/a"}, {"XDG_DATA_HOME", "/data/"}, {"XDG_STATE_HOME", "/state"}}),
+      "/usr/bin/x");
+  EXPECT_EQ(other.dataFolder(), "/data");
+  EXPECT_EQ(other.stateFolder(), "/state");
+  const LinuxFolders relative(
+      Environment(Environment::Variables{{"HOME", "/home/a"}, {"XDG_STATE_HOME", "relative"}}),
+      "/usr/bin/x");
+  EXPECT_EQ(relative.stateFolder(), "/home/a/.local/state");
+}
+
+TEST(LinuxFoldersTest, FindsTheDownloadsUnderTheirNameInTheUsersLanguage) {
+  const TestFolder home;
+  const auto downloads = [&] {
+    return LinuxFolders(Environment(Environment::Variables{{"HOME", home.path()}}), "/usr/bin/x")
+        .downloadsFolder();
+  };
+  EXPECT_EQ(downloads(), home.path() + "/Downloads");
+  home.write(".config/user-dirs.dirs",
+             "# XDG_DOWNLOAD_DIR=\"$HOME/No\"\nXDG_DOWNLOAD_DIR=\"$HOME/Téléchargements\"\n");
+  EXPECT_EQ(downloads(), home.path() + "/Téléchargements");
+  home.write(".config/user-dirs.dirs", "XDG_DOWNLOAD_DIR=\"$HOME/\"\n");
+  EXPECT_EQ(downloads(), home.path() + "/Downloads");
 }
 
 TEST(LinuxFoldersTest, KnowsTheRunningProgram) {

@@ -92,6 +92,8 @@ TEST_F(StatusItemTest, ShowsItsAlternateImageWhileItsMenuIsOpen) {
   clickOnIcon(1);
   ASSERT_TRUE(isShown(scanningColour));
   session.keepPicture("menu");
+  // Below what the agent is doing.
+  session.press("Down");
   session.press("Down");
   session.press("Return");
   EXPECT_EQ(face->expect("chosen "), "start 0");
@@ -105,9 +107,29 @@ TEST_F(StatusItemTest, OpensItsMenuInThePanelAtTheOtherButton) {
   ASSERT_TRUE(isShown(watchingColour));
   clickOnIcon(3);
   ASSERT_TRUE(isShown(scanningColour));
+  // Below what the agent is doing.
+  session.press("Down");
   session.press("Down");
   session.press("Return");
   EXPECT_EQ(face->expect("chosen "), "start 0");
+}
+
+TEST_F(StatusItemTest, GivesThePanelWhatMendsOnlyWhereSomethingIsToBeMended) {
+  session.startPanel();
+  const auto face = startFace();
+  ASSERT_TRUE(isShown(watchingColour));
+  const auto shows = [&](const std::string& label) {
+    return holds(session.bus().menuLayout(item()), "'label': <'" + label + "'>");
+  };
+  const auto isSeen = [&] {
+    const std::string layout = session.bus().menuLayout(item());
+    const std::size_t at = layout.find("'Mend It'");
+    return at != std::string::npos && layout.rfind("'visible': <false>", at) == std::string::npos;
+  };
+  EXPECT_TRUE(shows("Not watching"));
+  EXPECT_FALSE(isSeen());
+  face->tell("mend Mend It");
+  EXPECT_TRUE(session.screen().eventually(isSeen));
 }
 
 TEST_F(StatusItemTest, GivesThePanelItemsWithTheirStates) {
@@ -231,6 +253,8 @@ TEST_F(StatusItemTest, IsShownWithoutASessionBus) {
   EXPECT_TRUE(session.bus().statusItems().empty());
   clickOnIcon(1);
   ASSERT_TRUE(isShown(scanningColour));
+  // Below what the agent is doing.
+  session.press("Down");
   session.press("Down");
   session.press("Return");
   EXPECT_EQ(face->expect("chosen "), "start 0");

@@ -43,6 +43,23 @@ class TomlPreferences : public testing::Test {
   std::vector<std::string> wordings;
 };
 
+TEST_F(TomlPreferences, KnowsWhetherThereIsAnythingAndWhereTheUserWritesIt) {
+  TomlPreferenceStore store = makeStore();
+  store.addSuiteNamed(suite);
+  store.synchronize();
+  EXPECT_FALSE(store.hasAny());
+  EXPECT_EQ(store.fileOf(suite), folder.path() + "/user/org.vantrel.Vantrel.toml");
+  const std::string machines = write("machine", suite, "a = 1\n");
+  store.synchronize();
+  EXPECT_TRUE(store.hasAny());
+  std::filesystem::remove(machines);
+  store.synchronize();
+  EXPECT_FALSE(store.hasAny());
+  write("user", suite, "a = \n");
+  store.synchronize();
+  EXPECT_TRUE(store.hasAny());
+}
+
 TEST_F(TomlPreferences, GivesEveryTypeAsItWasWritten) {
   write("user", own,
         "flag = true\nsize = 1024\nratio = 2.5\n\"Running on OS X Server\" = 'x'\n"

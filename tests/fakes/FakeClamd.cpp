@@ -60,7 +60,8 @@ void FakeClamd::receive(UniqueFd visitor) {
   };
   take();
   if (behaviour_ == Behaviour::answers || behaviour_ == Behaviour::answersAtLength) {
-    const std::string answer = behaviour_ == Behaviour::answers ? "PONG\n" : std::string(64, 'x');
+    const std::string answer =
+        behaviour_ == Behaviour::answers ? this->answer() : std::string(64, 'x');
     send(visitor.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
     while (take()) {
     }
@@ -73,6 +74,16 @@ void FakeClamd::receive(UniqueFd visitor) {
   kept_.push_back(std::move(visitor));
   visits_.push_back(std::move(visit));
   changed_.notify_all();
+}
+
+void FakeClamd::answerWith(const std::string& answer) {
+  std::lock_guard hold(mutex_);
+  answer_ = answer;
+}
+
+std::string FakeClamd::answer() {
+  std::lock_guard hold(mutex_);
+  return answer_;
 }
 
 std::vector<FakeClamd::Visit> FakeClamd::visits(std::size_t count) {

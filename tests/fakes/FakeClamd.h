@@ -21,6 +21,9 @@ class FakeClamd {
   FakeClamd(const FakeClamd&) = delete;
   FakeClamd& operator=(const FakeClamd&) = delete;
 
+  // What a daemon that answers says, which is a sign of life otherwise.
+  void answerWith(const std::string& answer);
+
   struct Visit {
     // All bytes that came, until the visitor had gone.
     std::string bytes;
@@ -33,6 +36,7 @@ class FakeClamd {
 
  private:
   void serve();
+  std::string answer();
   void receive(UniqueFd visitor);
 
   const Behaviour behaviour_;
@@ -41,6 +45,7 @@ class FakeClamd {
   UniqueFd stopWriter_;
   std::mutex mutex_;
   std::condition_variable changed_;
+  std::string answer_ = "PONG\n";
   std::vector<Visit> visits_;
   std::vector<UniqueFd> kept_;
   std::thread thread_;

@@ -167,8 +167,18 @@ void FakeMenuItem::setEnabled(bool enabled) {
   enabled_ = enabled;
 }
 
+bool FakeMenuItem::isHidden() const {
+  std::lock_guard hold(mutex_);
+  return hidden_;
+}
+
+void FakeMenuItem::setHidden(bool hidden) {
+  std::lock_guard hold(mutex_);
+  hidden_ = hidden;
+}
+
 void FakeMenuItem::choose() {
-  if (isEnabled() && action_) {
+  if (isEnabled() && !isHidden() && action_) {
     action_();
   }
 }

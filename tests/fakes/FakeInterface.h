@@ -88,14 +88,17 @@ class FakeMenuItem final : public MenuItem {
   void setTitle(const std::string& title) override;
   bool isEnabled() const override;
   void setEnabled(bool enabled) override;
+  bool isHidden() const override;
+  void setHidden(bool hidden) override;
   void setAction(std::function<void()> action) override { action_ = std::move(action); }
-  // As a user would: an item that is not enabled does nothing.
+  // As a user would: an item that is not enabled or not to be seen does nothing.
   void choose();
 
  private:
   mutable std::mutex mutex_;
   std::string title_;
   bool enabled_ = true;
+  bool hidden_ = false;
   std::function<void()> action_;
 };
 
@@ -185,7 +188,10 @@ class FakeStatusBar final : public StatusBar {
     item.length = length;
     return item;
   }
+  void observeRoom(RoomObserver observer) override { room = std::move(observer); }
   FakeStatusItem item;
+  // As the desktop would tell.
+  RoomObserver room;
 };
 
 // Performs what is posted to the main thread at once, or when the test says so.
@@ -249,6 +255,8 @@ class FakeThreads final : public ThreadStarter {
 struct FakeMainInterface {
   FakeMenu theMenu;
   FakeMenu theSubMenu;
+  FakeMenuItem stateMenuItem{"State"};
+  FakeMenuItem mendMenuItem{"Mend"};
   FakeMenuItem startMenuItem{"Start Watching"};
   FakeMenuItem stopMenuItem{"Stop Watching"};
   FakeMenuItem foldersWatchedMenuItem{"Watched Folders"};
@@ -262,8 +270,11 @@ struct FakeMainInterface {
   FakeMenuItem openUpdateLogMenuItem{"Update Log"};
   FakeDialog updateWindow;
   FakeDialog noEngineWindow;
+  FakeDialog noEngineAloneWindow;
   MainInterface outlets{theMenu,
                         theSubMenu,
+                        stateMenuItem,
+                        mendMenuItem,
                         startMenuItem,
                         stopMenuItem,
                         foldersWatchedMenuItem,
@@ -276,7 +287,8 @@ struct FakeMainInterface {
                         openQuilloConsoleLogMenuItem,
                         openUpdateLogMenuItem,
                         updateWindow,
-                        noEngineWindow};
+                        noEngineWindow,
+                        noEngineAloneWindow};
 };
 
 }  // namespace quillo

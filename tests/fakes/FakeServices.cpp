@@ -49,6 +49,11 @@ void FakePreferenceStore::synchronize() {
   ++synchronizations_;
 }
 
+bool FakePreferenceStore::hasAny() {
+  std::lock_guard hold(mutex_);
+  return !own_.empty() || (!suites_.empty() && !ofMainApplication_.empty());
+}
+
 std::optional<PreferenceValue> FakePreferenceStore::objectForKey(const std::string& key) {
   std::lock_guard hold(mutex_);
   if (const auto found = own_.find(key); found != own_.end()) {

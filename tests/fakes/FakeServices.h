@@ -54,7 +54,12 @@ class FakePreferenceStore final : public PreferenceStore {
   void addSuiteNamed(const std::string& domain) override;
   void synchronize() override;
   std::optional<PreferenceValue> objectForKey(const std::string& key) override;
+  bool hasAny() override;
+  std::string fileOf(const std::string& domain) const override {
+    return folder + "/" + domain + ".toml";
+  }
 
+  std::string folder = "/home/anna/.config/vantrel";
   void set(const std::string& key, PreferenceValue value);
   void set(const std::string& key, const char* value) { set(key, PreferenceValue{value}); }
   void set(const std::string& key, std::string value) { set(key, PreferenceValue{value}); }
@@ -191,7 +196,9 @@ class FakeFolders final : public Folders {
     return home;
   }
   std::optional<std::string> temporaryFolder() const override { return temporary; }
-  std::string stateFolder() const override { return home + "/.local/state/vantrel-quillo"; }
+  std::string dataFolder() const override { return home + "/.local/share"; }
+  std::string stateFolder() const override { return home + "/.local/state"; }
+  std::string downloadsFolder() const override { return home + "/Downloads"; }
   std::string resourceFolder() const override { return resources; }
   std::string home = "/home/anna";
   std::optional<std::string> temporary;
@@ -240,6 +247,7 @@ class FakeWorkspace final : public Workspace {
 
 class FakeApplicationLauncher final : public ApplicationLauncher {
  public:
+  bool isInstalled(const std::string&) override { return installed; }
   bool launchApplication(const std::string& identifier) override {
     launched.push_back(identifier);
     return accepts;
@@ -247,6 +255,7 @@ class FakeApplicationLauncher final : public ApplicationLauncher {
   bool isLaunching() override { return launching && launching(); }
   bool launchFailed() override { return failed; }
   std::string activeApplicationIdentifier() override { return active ? active() : ""; }
+  bool installed = true;
   bool accepts = true;
   bool failed = false;
   std::function<bool()> launching;

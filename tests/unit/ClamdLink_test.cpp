@@ -255,6 +255,39 @@ TEST_F(ClamdLinkTest, PanicsByNotificationThenDialog) {
   EXPECT_EQ(owner.calls(), (std::vector<std::string>{"error: No engine!", "noEngineWindow"}));
 }
 
+TEST_F(ClamdLinkTest, BelievesTheDaemonAboutItsDefinitionsBeforeTheFolder) {
+  FakeClamd clamd(socketPath());
+  clamd.answerWith(std::string("ClamAV 1.4.3/27823/Wed Nov 18 09:23:41 2026\0", 44));
+  useSocket(socketPath());
+  const LoadedDefinitions loaded = link.loadedDefinitions();
+  EXPECT_TRUE(loaded.real);
+  ASSERT_TRUE(loaded.built);
+  EXPECT_GT(*loaded.built, std::chrono::system_clock::from_time_t(1794900000));
+}
+
+TEST_F(ClamdLinkTest, KnowsThatADaemonHasNotYetLoadedWhatLiesInTheFolder) {
+  FakeClamd clamd(socketPath());
+  clamd.answerWith(std::string("ClamAV 1.4.3\0", 13));
+  folder.write("db/daily.cvd", "x");
+  link.setDaemonPaths(
+      "/x", folder.write("used.conf", "LocalSocket " + socketPath() + "\nDatabaseDirectory " +
+                                          folder.path() + "/db\n"));
+  link.discernClamdSocketLocation();
+  EXPECT_FALSE(link.loadedDefinitions().real);
+}
+
+TEST_F(ClamdLinkTest, JudgesDefinitionsByTheFolderWhereNoDaemonAnswers) {
+  const std::string database = folder.makeFolder("db");
+  link.setDaemonPaths("/x", folder.write("used.conf", "DatabaseDirectory " + database + "\n"));
+  EXPECT_FALSE(link.loadedDefinitions().real);
+  folder.write("db/other.ndb", "x");
+  EXPECT_TRUE(link.loadedDefinitions().real);
+  EXPECT_TRUE(link.loadedDefinitions().built);
+  link.setDaemonPaths("/x", folder.write("other.conf", "LocalSocket /nowhere\n"));
+  EXPECT_TRUE(link.loadedDefinitions().real);
+  EXPECT_FALSE(link.loadedDefinitions().built);
+}
+
 TEST_F(ClamdLinkTest, HasRealDefinitionsUnlessTheirFolderIsKnownToHoldNone) {
   EXPECT_TRUE(link.hasRealDefinitions());
   link.setDaemonPaths("/x", folder.write("without.conf", "LocalSocket /a\n"));

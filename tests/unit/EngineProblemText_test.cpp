@@ -22,5 +22,21 @@ TEST(EngineProblemText, KeepsItsThreeLinesWhateverThePath) {
             "a\n/x\\ny\nb");
 }
 
+TEST(EngineProblemText, SaysWithoutTheMainApplicationWhatElseCanBeDone) {
+  FakePlatform desktop;
+  desktop.localizedStrings.texts["ENGINE_DAEMON_MISSING"] = "Heading\nThere is no %@.\nOpen it.";
+  desktop.localizedStrings.texts["ADVICE_INSTALL"] = "Run %@.";
+  EXPECT_EQ(textAloneOf({EngineProblem::Kind::daemonMissing, "/opt/sbin/clamd"}, "make\nit",
+                        desktop.localizedStrings),
+            "Heading\nThere is no /opt/sbin/clamd.\nRun make\\nit.");
+}
+
+TEST(EngineProblemText, SaysTheSameOfWhatTheMainApplicationCouldNotMend) {
+  FakePlatform desktop;
+  desktop.localizedStrings.texts["ENGINE_DAEMON_FAILED"] = "a\nb\nc";
+  EXPECT_EQ(textAloneOf({EngineProblem::Kind::daemonFailed}, "make", desktop.localizedStrings),
+            "a\nb\nc");
+}
+
 }  // namespace
 }  // namespace quillo

@@ -40,7 +40,7 @@ class PutBackFilesTest : public testing::Test {
 
   TemporaryFolder folder;
   FakeSystemLog log;
-  const std::string state = folder.path() + "/state/vantrel-quillo";
+  const std::string state = folder.path() + "/state/vantrel";
   const std::string path = folder.write("home/bad.com", "malware");
   const std::string trashed = folder.makeFolder("trash") + "/bad.com";
   PutBackFiles files{state, log};

@@ -45,7 +45,7 @@ class StatusTextTest : public testing::Test {
                     ++asked;
                     return facts;
                   },
-                  [this](const std::string& words) { shown.push_back(words); }};
+                  [this](const StatusLine& line) { shown.push_back(line.words); }};
 };
 
 TEST_F(StatusTextTest, SaysEachState) {

@@ -64,10 +64,12 @@ class FakeThrobberOwner final : public ThrobberOwner {
   StatusFacts status() override { return facts; }
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override { ++restarts; }
+  void updateEnded() override { ++endedUpdates; }
   std::optional<std::string> freshclamLogLocation() override { return updateLog; }
 
   std::atomic<std::int32_t> count{0};
   std::atomic<int> restarts{0};
+  int endedUpdates = 0;
   // Called before the count changes.
   std::function<void(std::int32_t delta)> atChange;
   int changes = 0;

@@ -62,6 +62,10 @@ TEST_F(ThrobberCreation, LoadsTheImagesInOrderAndOnce) {
     expected.push_back("scanning" + std::to_string(frame));
     expected.push_back("dock_scanning" + std::to_string(frame));
   }
+  for (const char* form : {"default_attention", "dock_default_attention", "watching_attention",
+                           "dock_watching_attention"}) {
+    expected.emplace_back(form);
+  }
   EXPECT_EQ(desktop.imageLoader.loaded(), expected);
   watch(throbber);
   EXPECT_EQ(desktop.imageLoader.loaded(), expected);

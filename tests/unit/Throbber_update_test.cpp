@@ -15,6 +15,7 @@ class NotingOwner final : public ThrobberOwner {
   StatusFacts status() override { return {}; }
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override {}
+  void updateEnded() override {}
   std::optional<std::string> freshclamLogLocation() override { return std::nullopt; }
 
   Throbber* throbber = nullptr;

@@ -44,8 +44,10 @@ TEST_F(AgentFace, SaysThatNotEveryFolderIsWatchedCompletely) {
 
 TEST_F(AgentFace, CountsOnlyFoldersThatAreThere) {
   watchFolders({"~", "/no/such/folder"});
+  desktop.localizedStrings.texts["STATUS_BUT"] = "%@, but %@";
+  desktop.localizedStrings.texts["STATUS_NOT_THERE_ONE"] = "%@ is not there";
   launch();
-  EXPECT_EQ(toolTip(), "<STATUS_WATCHING_ONE>");
+  EXPECT_EQ(toolTip(), "<STATUS_WATCHING_ONE>, but /no/such/folder is not there");
 }
 
 TEST_F(AgentFace, SaysAtTheFirstVerdictThatTheEngineIsBack) {

@@ -52,7 +52,7 @@ TEST_F(AgentOrder, TheWatcherStartsBeforeTheDefinitionsAreUpdated) {
   desktop.preferenceStore.set("UpdateDefsOnLaunch", true);
   launch();
   const Lines started = threads.names();
-  ASSERT_EQ(started.size(), 6U);
+  ASSERT_EQ(started.size(), 7U);
   EXPECT_EQ(started[4], "FSEventWatcher");
   EXPECT_EQ(started[5], "definitions");
 }

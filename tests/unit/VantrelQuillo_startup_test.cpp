@@ -74,7 +74,7 @@ TEST_F(AgentStart, DoesNothingElseWhenItIsMade) {
 TEST_F(AgentStart, StartsTheWorkersInOrderAndTheWatcherLast) {
   launch();
   EXPECT_EQ(threads.names(), (Lines{"Throbber", "Dispatcher", "firstPatientScanner",
-                                    "secondPatientScanner", "FSEventWatcher"}));
+                                    "secondPatientScanner", "FSEventWatcher", "Health"}));
 }
 
 TEST_F(AgentStart, RegistersItsNotificationsUnderTheirNames) {

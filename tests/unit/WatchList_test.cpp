@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "menu/Throbber.h"
 #include "scanning/Dispatcher.h"
 #include "tests/fakes/FakePlatform.h"
@@ -62,6 +64,18 @@ TEST_F(WatchListTest, SaysInWordsWhatIsToBeWatched) {
   list.populateMenu();
   EXPECT_EQ(list.inWords(),
             "Folders to guard: " + first + "/, " + second + "/ (without its subfolders)");
+}
+
+TEST_F(WatchListTest, TellsWhichFoldersAreNotThereWhenItIsBuiltOrLater) {
+  const std::string there = home.makeFolder("a");
+  choose({watchedFolder(there, false), watchedFolder("/no/such", true),
+          watchedFolder("/Volumes", true)});
+  list.populateMenu();
+  EXPECT_EQ(list.missingFolders(), Lines{"/no/such"});
+  std::filesystem::remove(there);
+  EXPECT_EQ(list.missingFolders(), (Lines{"/no/such", there + "/"}));
+  list.stop();
+  EXPECT_EQ(list.missingFolders(), Lines());
 }
 
 TEST_F(WatchListTest, HoldsTheFoldersInTheUsersOrderWithASlashEach) {

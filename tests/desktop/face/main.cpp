@@ -136,10 +136,15 @@ struct Face {
 
   std::map<std::string, MenuItem*> items() {
     MainInterface& menu = mainInterface.interface();
-    return {{"start", &menu.startMenuItem},       {"stop", &menu.stopMenuItem},
-            {"restart", &menu.restartMenuItem},   {"folders", &menu.foldersWatchedMenuItem},
-            {"abort", &menu.abortMenuItem},       {"confirm", &menu.abortConfirmMenuItem},
-            {"update", &menu.updateDefsMenuItem}, {"scanlog", &menu.openScanLogMenuItem},
+    return {{"state", &menu.stateMenuItem},
+            {"start", &menu.startMenuItem},
+            {"stop", &menu.stopMenuItem},
+            {"restart", &menu.restartMenuItem},
+            {"folders", &menu.foldersWatchedMenuItem},
+            {"abort", &menu.abortMenuItem},
+            {"confirm", &menu.abortConfirmMenuItem},
+            {"update", &menu.updateDefsMenuItem},
+            {"scanlog", &menu.openScanLogMenuItem},
             {"quit", &menu.quitMenuItem}};
   }
 
@@ -148,6 +153,9 @@ struct Face {
       item->setAction(
           [this, event = "chosen " + name] { say(event + " " + std::to_string(keys.current())); });
     }
+    mainInterface.interface().noEngineAloneWindow.setAction([](ButtonDialog::Button button) {
+      say(button == ButtonDialog::Button::deleteButton ? "edit" : "other");
+    });
     mainInterface.interface().noEngineWindow.setAction([](ButtonDialog::Button button) {
       say(button == ButtonDialog::Button::deleteButton ? "prefs" : "vantrel");
     });
@@ -212,6 +220,9 @@ class Commands {
     } else if (name == "title") {
       face_.items().at("start")->setTitle(rest);
       say("title " + face_.items().at("start")->title());
+    } else if (name == "mend") {
+      menu.mendMenuItem.setTitle(rest);
+      menu.mendMenuItem.setHidden(false);
     } else if (name == "folder") {
       menu.theSubMenu.insertItem(0, rest, [rest] { say("folder " + rest); });
     } else if (name == "clear") {
@@ -263,6 +274,10 @@ class Commands {
       dialogs_.clear();
     } else if (name == "noengine-text") {
       face_.mainInterface.interface().noEngineWindow.setMessage(replacingAll(rest, "\\n", "\n"));
+    } else if (name == "noengine-alone") {
+      face_.mainInterface.interface().noEngineAloneWindow.setMessage(
+          replacingAll(rest, "\\n", "\n"));
+      face_.mainInterface.interface().noEngineAloneWindow.makeFloatingKeyAndOrderFront();
     } else if (name == "noengine") {
       face_.mainInterface.interface().noEngineWindow.makeFloatingKeyAndOrderFront();
     } else if (name == "update") {

@@ -1,5 +1,7 @@
 // "ShowDockIcon": a window in the task bar.
 
+#include <filesystem>
+
 #include "tests/desktop/root/AgentOnDesktop.h"
 #include "tests/root/support/Files.h"
 
@@ -41,6 +43,40 @@ TEST_F(AgentDock, OfAnythingElseIsNone) {
   begin("ShowDockIcon = \"yes\"\n");
   EXPECT_TRUE(showsIcon(Icon::watching));
   EXPECT_EQ(session().screen().countWindows(dockTitle), 0U);
+}
+
+class AgentWithoutTray : public AgentOnDesktop {
+ protected:
+  AgentWithoutTray() { logIn(); }
+  bool tells() { return bus().hears("Notify", "this desktop has no place for its icon"); }
+};
+
+TEST_F(AgentWithoutTray, SaysOnceHowItIsToBeReached) {
+  const NotificationServer server(session());
+  startAndAwaitWatching();
+  ASSERT_TRUE(tells());
+  EXPECT_EQ(session().screen().countWindows(dockTitle), 0U);
+  EXPECT_TRUE(std::filesystem::exists(home().home() + "/.local/state/vantrel/told-no-tray-"));
+}
+
+TEST_F(AgentWithoutTray, ShowsItsWindowWhereThereAreNoNotificationsEither) {
+  startAndAwaitWatching();
+  EXPECT_TRUE(showsWindows(1, dockTitle));
+}
+
+TEST_F(AgentWithoutTray, ShowsItsWindowWhenItIsStartedAgainAndStaysWhenThatIsClosed) {
+  const NotificationServer server(session());
+  startAndAwaitWatching();
+  ASSERT_TRUE(home().logHas(home().guarded("sentinel") + ": OK"));
+  EXPECT_EQ(home().runSecondAgent(), 0);
+  ASSERT_TRUE(showsWindows(1, dockTitle));
+  session().keepPicture("no-tray-second-start");
+  focus(dockTitle);
+  session().press("alt+F4");
+  EXPECT_TRUE(showsWindows(0, dockTitle));
+  EXPECT_TRUE(home().isRunning());
+  EXPECT_EQ(home().runSecondAgent(), 0);
+  EXPECT_TRUE(showsWindows(1, dockTitle));
 }
 
 }  // namespace

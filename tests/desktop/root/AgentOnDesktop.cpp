@@ -12,6 +12,8 @@ namespace {
 constexpr QRgb outlineColour = 0x16212c;
 constexpr QRgb watchingColour = 0x0f8a7a;
 constexpr QRgb scanningColour = 0x2467b8;
+// Of the agent's menu, below what it is doing and what would mend that.
+constexpr std::size_t commands = 10;
 const QRect panelArea(0, 0, DesktopSession::width, 40);
 
 }  // namespace
@@ -87,7 +89,9 @@ QRect AgentOnDesktop::submenuOf(const QRect& menu) {
 }
 
 void AgentOnDesktop::chooseItem(const QRect& menu, std::size_t place) {
-  const QPoint at = itemsIn(session_->screen().picture(), menu).at(place).center();
+  const std::vector<QRect> items = itemsIn(session_->screen().picture(), menu);
+  const std::size_t state = items.size() > commands ? items.size() - commands : 0;
+  const QPoint at = items.at(state + place).center();
   session_->click(at.x(), at.y());
 }
 

@@ -26,7 +26,8 @@ class AgentOnDesktop : public AgentInSession {
   QRect iconArea();
   // Clicks on the icon; gives where the menu is then.
   QRect openMenu();
-  // Clicks on the item of that place in an open menu, from 0, without the lines between them.
+  // Clicks on the command of that place in an open menu, from 0, without the lines between them and
+  // those above that say what the agent is doing.
   void chooseItem(const QRect& menu, std::size_t place);
   // The menu that opens beside that one.
   QRect submenuOf(const QRect& menu);

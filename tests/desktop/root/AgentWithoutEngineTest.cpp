@@ -4,12 +4,13 @@
 #include <fstream>
 
 #include "tests/desktop/root/AgentOnDesktop.h"
+#include "tests/root/support/Files.h"
 
 namespace quillo::tests {
 namespace {
 
 // Places of the buttons, from the left.
-enum Button : std::size_t { prefsButton, vantrelButton, closeButton };
+enum Button : std::size_t { prefsButton, vantrelButton, closeButtonAlone = 1 };
 
 constexpr const char* title = "Engine Problem";
 
@@ -28,6 +29,13 @@ class AgentWithoutEngine : public AgentOnDesktop {
     ASSERT_EQ(buttonsOf(title), 3U);
   }
 
+  // Where there is no main application.
+  void startAlone() {
+    start();
+    ASSERT_TRUE(showsWindows(1, title));
+    ASSERT_EQ(buttonsOf(title), 2U);
+  }
+
   void makeActivatable(const std::string& program = QUILLO_STAND_IN_VANTREL) {
     session().addService("org.vantrel.Vantrel", program);
     outputOf({"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus",
@@ -42,6 +50,19 @@ class AgentWithoutEngine : public AgentOnDesktop {
            " --at-once\n";
   }
 
+  // Opens a window of its own for text, whatever the text.
+  void makeEditor() {
+    const std::string folder = home().home() + "/.local/share/applications";
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder + "/editor.desktop")
+        << "[Desktop "
+           "Entry]\nType=Application\nName=Editor\nMimeType=text/"
+           "plain;\nExec=" QUILLO_STAND_IN_VANTREL " --at-once\n";
+    std::filesystem::create_directories(home().home() + "/.config");
+    std::ofstream(home().home() + "/.config/mimeapps.list")
+        << "[Default Applications]\ntext/plain=editor.desktop\n";
+  }
+
   void letTheMainApplicationShowItself() {
     outputOf({"dbus-send", "--session", "--print-reply", "--dest=org.vantrel.Vantrel",
               "/org/vantrel/Vantrel", "org.vantrel.StandIn.Show"});
@@ -54,15 +75,15 @@ class AgentWithoutEngine : public AgentOnDesktop {
 };
 
 TEST_F(AgentWithoutEngine, SaysSoInAWindowAndInTheMenu) {
-  startIt();
+  startAlone();
   session().keepPicture("no-engine");
   EXPECT_TRUE(itemBecomes("_Start Watching", false));
   EXPECT_TRUE(itemBecomes("_Quit Vantrel Quillo", true));
 }
 
 TEST_F(AgentWithoutEngine, StaysWhenTheWindowIsClosed) {
-  startIt();
-  clickButton(title, closeButton);
+  startAlone();
+  clickButton(title, closeButtonAlone);
   EXPECT_TRUE(showsWindows(0, title));
   EXPECT_TRUE(itemBecomes("_Quit Vantrel Quillo", true));
 }
@@ -107,11 +128,29 @@ TEST_F(AgentWithoutEngine, StartsTheMainApplicationByItsDesktopFileWhenItsServic
   expectItHasQuit();
 }
 
-TEST_F(AgentWithoutEngine, QuitsWhenThereIsNoMainApplicationEither) {
-  startIt();
+TEST_F(AgentWithoutEngine, WritesFirstPreferencesOpensThemAndStays) {
+  const std::string file = home().home() + "/.config/vantrel/org.vantrel.Vantrel.toml";
+  std::filesystem::remove(file);
+  makeEditor();
+  startAlone();
+  session().keepPicture("no-preferences");
   clickButton(title, prefsButton);
-  expectItHasQuit();
+  EXPECT_TRUE(showsWindows(1, "Vantrel"));
+  EXPECT_NE(readFile(file).find("pathName = \"~/Downloads\""), std::string::npos);
+  EXPECT_TRUE(home().isRunning());
   EXPECT_EQ(bus().count("VantrelShouldOpenPrefs"), 0);
+}
+
+TEST_F(AgentWithoutEngine, WatchesOnceWhatWasMissingIsThereAndItIsStartedAgain) {
+  startAlone();
+  home().writePreferences("PathToClamav = \"" + home().tree() + "\"\nPathToUpdateLog = \"" +
+                          home().home() +
+                          "/update.log\"\n[[QuilloFolderArray]]\n"
+                          "pathName = \"~/Downloads\"\nWatchSubdirs = true\n");
+  EXPECT_EQ(home().runSecondAgent(), 0);
+  EXPECT_TRUE(showsWindows(0, title));
+  home().awaitWatching();
+  EXPECT_TRUE(showsIcon(Icon::watching));
 }
 
 }  // namespace

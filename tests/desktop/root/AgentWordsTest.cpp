@@ -47,8 +47,10 @@ TEST_F(AgentWords, ValueForAnyOtherKeyIsAnError) {
             std::string::npos);
 }
 
-TEST_F(AgentWords, ASecondAgentOfTheSameUserEndsAtOnce) {
-  EXPECT_EQ(home().runSecondAgent(), 1);
+TEST_F(AgentWords, ASecondAgentOfTheSameUserShowsTheFirstAndEndsAtOnce) {
+  ASSERT_EQ(session().screen().countWindows("Vantrel Quillo"), 0U);
+  EXPECT_EQ(home().runSecondAgent(), 0);
+  EXPECT_TRUE(showsWindows(1, "Vantrel Quillo"));
   EXPECT_TRUE(home().isRunning());
 }
 

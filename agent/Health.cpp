@@ -1,0 +1,79 @@
+#include "agent/Health.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "agent/Face.h"
+#include "platform/SystemLog.h"
+
+namespace quillo {
+
+Health::Health(HealthServices services) : services_(std::move(services)), due_(services_.clock) {}
+
+void Health::mainLoop() {
+  for (;;) {
+    round();
+  }
+}
+
+void Health::setWatching(bool watching) {
+  due_.lock();
+  watching_ = watching;
+  dueAt_ = services_.clock.now();
+  due_.signal();
+  due_.unlock();
+}
+
+void Health::lookSoon() {
+  due_.lock();
+  dueAt_ = services_.clock.now();
+  due_.signal();
+  due_.unlock();
+}
+
+void Health::awaitDue() {
+  due_.lock();
+  for (;;) {
+    const Clock::Duration left = dueAt_ - services_.clock.now();
+    if (watching_ && left <= Clock::Duration()) {
+      break;
+    }
+    due_.waitFor(watching_ ? std::min(left, Condition::longestWait) : Condition::longestWait);
+  }
+  // What asks for a look while this one is under way gets one of its own.
+  dueAt_ = services_.clock.now() + betweenLooks;
+  due_.unlock();
+}
+
+void Health::round() {
+  awaitDue();
+  const bool isWell = look();
+  services_.hasLooked();
+  if (!isWell) {
+    due_.lock();
+    dueAt_ = std::min(dueAt_, services_.clock.now() + betweenLooksInTrouble);
+    due_.unlock();
+  }
+}
+
+bool Health::look() {
+  const LoadedDefinitions definitions = services_.definitions();
+  const auto age = definitions.built ? services_.clock.wallTime() - *definitions.built
+                                     : std::chrono::system_clock::duration();
+  const auto days = std::chrono::duration_cast<std::chrono::hours>(age).count() / 24;
+  const bool isOld = definitions.real && age > oldAfter;
+  const DefinitionState state = !definitions.real ? DefinitionState::none
+                                : isOld           ? DefinitionState::old
+                                                  : DefinitionState::goodOrUnknown;
+  services_.face.setDefinitions(state, isOld ? static_cast<std::size_t>(days) : 0);
+  if (isOld && !std::exchange(toldOfAge_, true)) {
+    services_.systemLog.log("The virus definitions are " + std::to_string(days) +
+                            " days old: newer malware is not found until they have been updated");
+  }
+  toldOfAge_ = isOld;
+  const std::vector<std::string> missing = services_.missingFolders();
+  services_.face.setMissingFolders(missing);
+  return state == DefinitionState::goodOrUnknown && missing.empty();
+}
+
+}  // namespace quillo

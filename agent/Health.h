@@ -1,0 +1,62 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "engine/ClamdLink.h"
+#include "posix/Clock.h"
+#include "posix/Condition.h"
+
+namespace quillo {
+
+class Face;
+class SystemLog;
+
+// What health is judged by, asked on the thread that looks, and who is told when it has. All of
+// them outlive it.
+struct HealthServices {
+  Clock& clock;
+  SystemLog& systemLog;
+  Face& face;
+  std::function<LoadedDefinitions()> definitions;
+  std::function<std::vector<std::string>()> missingFolders;
+  std::function<void()> hasLooked;
+};
+
+// Looks now and then whether what is watched is guarded as well as it seems: whether there are
+// definitions, how old they are, and whether the folders are there. One thread runs mainLoop().
+class Health {
+ public:
+  static constexpr Clock::Duration betweenLooks = std::chrono::hours(1);
+  // Whoever mends something wants to see it.
+  static constexpr Clock::Duration betweenLooksInTrouble = std::chrono::minutes(1);
+  static constexpr std::chrono::hours oldAfter = std::chrono::hours(14 * 24);
+
+  explicit Health(HealthServices services);
+
+  // Runs rounds forever.
+  void mainLoop();
+  // Waits until a look is due, and looks.
+  void round();
+  // From now on, or no longer, is anything watched. Beginning makes a look due. Any thread.
+  void setWatching(bool watching);
+  // Makes a look due, if anything is watched. Any thread.
+  void lookSoon();
+
+ private:
+  void awaitDue();
+  // Gives whether all is well.
+  bool look();
+
+  // Constant after construction.
+  const HealthServices services_;
+  // The thread's own.
+  bool toldOfAge_ = false;
+
+  Condition due_;
+  bool watching_ QUILLO_GUARDED_BY(due_) = false;
+  Clock::Duration dueAt_ QUILLO_GUARDED_BY(due_){};
+};
+
+}  // namespace quillo

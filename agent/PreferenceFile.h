@@ -1,0 +1,54 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace quillo {
+
+class Application;
+class Folders;
+class PreferenceStore;
+class SystemLog;
+class Workspace;
+
+struct PreferenceFileServices {
+  Application& application;
+  Folders& folders;
+  PreferenceStore& preferenceStore;
+  SystemLog& systemLog;
+  Workspace& workspace;
+};
+
+// The user's own file of preferences, for whoever has no main application to edit it with. Main
+// thread.
+class PreferenceFile {
+ public:
+  explicit PreferenceFile(const PreferenceFileServices& services) : services_(services) {}
+
+  std::string path() const;
+  // What makes an engine where the preferences say that it is, or where the first ones will say so:
+  // a line for a terminal.
+  std::string engineCommand(const std::optional<std::string>& chosenEngine) const;
+  // Opens the file in the desktop's editor. Where there is none, a first one is written before: in
+  // force as it stands, or, where other files decide already, with every line a comment. Beeps,
+  // with a line in the log, when it cannot be.
+  void open();
+
+ private:
+  std::string engineFolder() const;
+  std::string first() const;
+
+  const PreferenceFileServices services_;
+};
+
+// The template with its places filled in, as text of TOML. Pure.
+struct FirstPreferences {
+  std::string engine;
+  std::string updateLog;
+  std::string folder;
+};
+std::string filledIn(std::string text, const FirstPreferences& values);
+// The same with every line made a comment. Pure.
+std::string commentedOut(const std::string& text);
+
+}  // namespace quillo

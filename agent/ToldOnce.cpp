@@ -1,0 +1,36 @@
+#include "agent/ToldOnce.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/Folders.h"
+#include "platform/SystemLog.h"
+#include "posix/OwnFile.h"
+
+namespace quillo {
+
+std::string ToldOnce::fileOf(const std::string& subject) const {
+  std::string name;
+  for (const char c : subject) {
+    const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+    name += isPlain ? c : '-';
+  }
+  return folders_.stateFolder() + "/vantrel/told-" + name;
+}
+
+bool ToldOnce::isNews(const std::string& subject) {
+  const std::string file = fileOf(subject);
+  struct stat info = {};
+  if (lstat(file.c_str(), &info) == 0) {
+    return false;
+  }
+  const std::string problem = writeNewFile("What was told", file, "");
+  if (!problem.empty()) {
+    log_.log(problem);
+  }
+  return true;
+}
+
+void ToldOnce::forget(const std::string& subject) { unlink(fileOf(subject).c_str()); }
+
+}  // namespace quillo

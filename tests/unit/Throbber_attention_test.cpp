@@ -1,0 +1,107 @@
+// The forms of the icon, and the first lines of the menu, that say: guarded, but.
+
+#include "tests/unit/ThrobberFixture.h"
+
+namespace quillo {
+namespace {
+
+class ThrobberAttention : public ThrobberFixture {
+ protected:
+  ThrobberAttention() {
+    owner.facts.watchedFolders = 1;
+    throbber.prepare(owner);
+  }
+  void becomeOld() {
+    owner.facts.definitions = DefinitionState::old;
+    throbber.tellStatus();
+  }
+
+  Throbber throbber{services()};
+};
+
+TEST_F(ThrobberAttention, ChangesTheFormOfTheWatchingImageAndBack) {
+  watch(throbber);
+  ASSERT_EQ(item.image(), "watching");
+  becomeOld();
+  EXPECT_EQ(item.image(), "watching_attention");
+  EXPECT_EQ(desktop.application.iconImages().back(), "dock_watching_attention");
+  owner.facts.definitions = DefinitionState::goodOrUnknown;
+  throbber.tellStatus();
+  EXPECT_EQ(item.image(), "watching");
+  EXPECT_EQ(desktop.application.iconImages().back(), "dock_watching");
+}
+
+TEST_F(ThrobberAttention, ChangesTheFormOfTheIdleImageWhereAnEngineIsMissing) {
+  owner.facts.engineMissing = true;
+  throbber.tellStatus();
+  EXPECT_EQ(item.image(), "default_attention");
+  EXPECT_EQ(desktop.application.iconImages().back(), "dock_default_attention");
+}
+
+TEST_F(ThrobberAttention, LeavesTheIdleImageAsItIsWhenWatchingWasStopped) {
+  watch(throbber);
+  becomeOld();
+  throbber.clearMenu();
+  EXPECT_EQ(item.image(), "default");
+}
+
+TEST_F(ThrobberAttention, LeavesTheAnimationAloneAndIsShownBehindIt) {
+  watch(throbber);
+  owner.count = 1;
+  clock.atSleep = [this](int sleeps) {
+    if (sleeps == 3) {
+      becomeOld();
+    }
+    owner.count = sleeps < 4 ? 1 : 0;
+  };
+  throbber.round();
+  Shown expected = sleepShowing("watching");
+  append(expected, scanPass());
+  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(item.image(), "watching_attention");
+}
+
+TEST_F(ThrobberAttention, IsTheFirstLineOfTheMenu) {
+  EXPECT_EQ(menu.stateMenuItem.title(), "<STATUS_IDLE>");
+  watch(throbber);
+  EXPECT_EQ(menu.stateMenuItem.title(), item.toolTip());
+}
+
+TEST_F(ThrobberAttention, OffersWhatMendsItBelow) {
+  watch(throbber);
+  EXPECT_TRUE(menu.mendMenuItem.isHidden());
+  const auto offer = [this] {
+    throbber.tellStatus();
+    return menu.mendMenuItem.isHidden() ? "" : menu.mendMenuItem.title();
+  };
+  owner.facts.placesWithGaps = 1;
+  EXPECT_EQ(offer(), "<MEND_GAPS>");
+  owner.facts.missingFolders = 1;
+  EXPECT_EQ(offer(), "<MEND_FOLDERS>");
+  owner.facts.definitions = DefinitionState::none;
+  EXPECT_EQ(offer(), "<MEND_DEFINITIONS>");
+  owner.facts.helperFails = true;
+  EXPECT_EQ(offer(), "");
+  owner.facts.engineMissing = true;
+  EXPECT_EQ(offer(), "<MEND_ENGINE>");
+}
+
+TEST_F(ThrobberAttention, OffersAnUpdateOnlyWhenTheCommandForItIsEnabled) {
+  watch(throbber);
+  becomeOld();
+  EXPECT_TRUE(menu.mendMenuItem.isEnabled());
+  throbber.enableMenuItems(3);
+  EXPECT_FALSE(menu.mendMenuItem.isEnabled());
+  throbber.enableMenuItems(2);
+  EXPECT_TRUE(menu.mendMenuItem.isEnabled());
+}
+
+TEST_F(ThrobberAttention, TellsItsOwnerOfTheEndOfAnUpdate) {
+  throbber.startUpdate();
+  EXPECT_EQ(owner.endedUpdates, 0);
+  throbber.stopUpdate();
+  EXPECT_EQ(owner.endedUpdates, 1);
+}
+
+}  // namespace
+}  // namespace quillo

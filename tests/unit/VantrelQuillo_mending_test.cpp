@@ -1,0 +1,175 @@
+// What the agent says to whoever has not set it up yet, and how it helps.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/fakes/AgentUnderTest.h"
+
+namespace quillo {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class AgentMending : public testing::Test, protected AgentUnderTest {
+ protected:
+  AgentMending() {
+    desktop.applicationLauncher.installed = false;
+    desktop.preferenceStore.folder = home.path() + "/.config/vantrel";
+    desktop.preferenceStore.set("QuilloFolderArray",
+                                PreferenceValue{PreferenceArray{watchedFolder("~", true)}});
+    home.write("resources/preferences/first.toml.in", "PathToClamav = \"@ENGINE@\"\n");
+  }
+  void forgetPreferences() {
+    for (const char* key : {"PathToClamav", "PathToUpdateLog", "QuilloFolderArray"}) {
+      desktop.preferenceStore.remove(key);
+    }
+  }
+  void launch() { agent().applicationDidFinishLaunching(); }
+  FakeDialog& alone() { return desktop.mainInterface.noEngineAloneWindow; }
+  FakeDialog& withMainApplication() { return desktop.mainInterface.noEngineWindow; }
+  std::string preferences() const {
+    return home.path() + "/.config/vantrel/org.vantrel.Vantrel.toml";
+  }
+  std::string toolTip() { return desktop.statusBar.item.toolTip(); }
+
+  FakeMainInterface& menu = desktop.mainInterface;
+};
+
+TEST_F(AgentMending, SaysThatThereAreNoPreferencesYetAndWhereTheyWouldBe) {
+  forgetPreferences();
+  daemon.reset();
+  desktop.localizedStrings.texts["ENGINE_NO_PREFERENCES"] = "None\nNo file %@\nDo";
+  launch();
+  EXPECT_EQ(alone().message(), "None\nNo file " + preferences() + "\n<ADVICE_NO_PREFERENCES>");
+  EXPECT_EQ(toolTip(), "<STATUS_NO_PREFERENCES>");
+  EXPECT_EQ(desktop.statusBar.item.image(), "");
+  EXPECT_TRUE(withMainApplication().message().empty());
+}
+
+TEST_F(AgentMending, SaysSoAlsoWhereADaemonOfTheMachineRuns) {
+  forgetPreferences();
+  desktop.localizedStrings.texts["ENGINE_NO_PREFERENCES"] = "None\nNo file %@\nDo";
+  launch();
+  EXPECT_EQ(toolTip(), "<STATUS_NO_PREFERENCES>");
+  EXPECT_EQ(alone().message(), "None\nNo file " + preferences() + "\n<ADVICE_NO_PREFERENCES>");
+}
+
+TEST_F(AgentMending, OffersTheMainApplicationOnlyWhereItIsInstalled) {
+  desktop.preferenceStore.remove("PathToClamav");
+  desktop.applicationLauncher.installed = true;
+  launch();
+  EXPECT_TRUE(withMainApplication().cameToFront());
+  EXPECT_FALSE(alone().cameToFront());
+}
+
+TEST_F(AgentMending, OpensAFirstFileOfPreferencesAndStays) {
+  forgetPreferences();
+  launch();
+  alone().press(ButtonDialog::Button::deleteButton);
+  EXPECT_EQ(desktop.workspace.opened, Lines{preferences()});
+  EXPECT_EQ(contentsOfFile(preferences()),
+            "PathToClamav = \"" + home.path() + "/.local/share/vantrel/engine\"\n");
+  EXPECT_TRUE(desktop.application.exits.empty());
+  EXPECT_TRUE(desktop.applicationLauncher.launched.empty());
+}
+
+TEST_F(AgentMending, TakesTheWindowAwayWhenTheEngineIsFound) {
+  desktop.preferenceStore.remove("PathToClamav");
+  launch();
+  ASSERT_TRUE(alone().cameToFront());
+  desktop.preferenceStore.set("PathToClamav", engine());
+  desktop.application.reopen();
+  EXPECT_EQ(alone().calls().back(), "orderOut");
+  EXPECT_EQ(toolTip(), "<STATUS_WATCHING_ONE>");
+}
+
+TEST_F(AgentMending, SaysAgainWhatIsMissing) {
+  desktop.preferenceStore.remove("PathToClamav");
+  launch();
+  const std::size_t before = alone().calls().size();
+  ASSERT_EQ(menu.mendMenuItem.title(), "<MEND_ENGINE>");
+  menu.mendMenuItem.choose();
+  EXPECT_GT(alone().calls().size(), before);
+}
+
+TEST_F(AgentMending, UpdatesDefinitionsThatAreMissing) {
+  home.write("engine/etc/clamd.conf",
+             "LocalSocket " + socketPath() + "\nDatabaseDirectory " + home.makeFolder("db") + "\n");
+  launch();
+  agent().health().round();
+  EXPECT_EQ(menu.mendMenuItem.title(), "<MEND_DEFINITIONS>");
+  menu.mendMenuItem.choose();
+  EXPECT_EQ(threads.count("definitions"), 1);
+}
+
+TEST_F(AgentMending, LooksAfterDefinitionsAgainWhenAnUpdateHasEnded) {
+  launch();
+  agent().health().round();
+  home.write("engine/etc/clamd.conf", "DatabaseDirectory " + home.makeFolder("db") + "\n");
+  agent().updateVirusDefs();
+  threads.run("definitions");
+  agent().health().round();
+  EXPECT_EQ(agent().face().status().definitions, DefinitionState::none);
+}
+
+TEST_F(AgentMending, OpensThePreferencesForFoldersThatAreMissing) {
+  desktop.preferenceStore.set(
+      "QuilloFolderArray",
+      PreferenceValue{PreferenceArray{watchedFolder("~", true), watchedFolder("/no/such", true)}});
+  launch();
+  ASSERT_EQ(menu.mendMenuItem.title(), "<MEND_FOLDERS>");
+  menu.mendMenuItem.choose();
+  EXPECT_EQ(desktop.workspace.opened, Lines{preferences()});
+  desktop.applicationLauncher.installed = true;
+  menu.mendMenuItem.choose();
+  EXPECT_EQ(desktop.applicationLauncher.launched, Lines{"org.vantrel.Vantrel"});
+  EXPECT_TRUE(desktop.application.exits.empty());
+}
+
+TEST_F(AgentMending, ShowsItsWindowFromTheFirstLineOfTheMenu) {
+  launch();
+  menu.stateMenuItem.choose();
+  EXPECT_EQ(desktop.application.activations, 1);
+}
+
+TEST_F(AgentMending, TellsOnceThatThereIsNoPlaceForItsIcon) {
+  launch();
+  desktop.statusBar.room(false, "sway:wlroots");
+  desktop.statusBar.room(false, "sway:wlroots");
+  ASSERT_EQ(desktop.growl.posted().size(), 1U);
+  EXPECT_EQ(desktop.growl.posted()[0].description, "<NO_TRAY>");
+  EXPECT_EQ(desktop.application.activations, 0);
+}
+
+TEST_F(AgentMending, TellsOnAnotherDesktopAsWell) {
+  launch();
+  desktop.statusBar.room(false, "sway:wlroots");
+  desktop.statusBar.room(false, "GNOME");
+  EXPECT_EQ(desktop.growl.posted().size(), 2U);
+}
+
+TEST_F(AgentMending, TellsAgainWhenThereWasAPlaceMeanwhile) {
+  launch();
+  desktop.statusBar.room(false, "GNOME");
+  desktop.statusBar.room(true, "GNOME");
+  desktop.statusBar.room(false, "GNOME");
+  EXPECT_EQ(desktop.growl.posted().size(), 2U);
+}
+
+TEST_F(AgentMending, ShowsItsWindowWhereThereAreNoNotificationsEither) {
+  desktop.growl.setRunning(false);
+  launch();
+  desktop.statusBar.room(false, "sway:wlroots");
+  EXPECT_EQ(desktop.application.activations, 1);
+}
+
+TEST_F(AgentMending, TellsNobodyWhoHasTheWindowInTheTaskBar) {
+  desktop.preferenceStore.set("ShowDockIcon", "Both");
+  launch();
+  desktop.statusBar.room(false, "GNOME");
+  EXPECT_TRUE(desktop.growl.posted().empty());
+}
+
+}  // namespace
+}  // namespace quillo
