@@ -59,9 +59,23 @@ start_of() {
   fi
 }
 
+# Whether a program of the session offers a place for status icons; also true where nobody can say.
+has_place_for_icons() {
+  local answer
+  answer="$(busctl --user --timeout=2 call org.freedesktop.DBus /org/freedesktop/DBus \
+    org.freedesktop.DBus NameHasOwner s org.kde.StatusNotifierWatcher 2>/dev/null)" || return 0
+  [ "$answer" != "b false" ]
+}
+
+# faces PROCESS: says so when that agent cannot be seen.
 faces() {
-  if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
-    echo "There is no desktop here, so it shows nothing; what it finds stands in the scan log."
+  # The part of Qt that draws to nowhere.
+  if grep -q '/platforms/libqoffscreen' "/proc/$1/maps" 2>/dev/null; then
+    echo "It has no desktop to show itself on: what it finds stands in the scan log and nowhere else."
+  elif [ -n "${WAYLAND_DISPLAY:-}" ] && ! has_place_for_icons &&
+    ! grep -qs '^ *ShowDockIcon' "$preferences" "$config/vantrel/$id.toml"; then
+    echo "This desktop has no place for its icon; warnings are shown all the same. For a window in the" \
+      "task bar put ShowDockIcon = \"both\" into the preferences."
   fi
 }
 

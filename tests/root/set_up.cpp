@@ -85,6 +85,14 @@ TEST_F(SetUp, SaysThatOnlyTheTestFileIsFoundAsLongAsDefinitionsAreMissing) {
       << outcome.output;
 }
 
+TEST_F(SetUp, SaysThatItCannotBeSeenWithoutADesktop) {
+  const Outcome outcome = world.setUp();
+  EXPECT_TRUE(
+      outcome.says("It has no desktop to show itself on: what it finds stands in the scan "
+                   "log and nowhere else."))
+      << outcome.output;
+}
+
 TEST_F(SetUp, SaysSinceWhenItGuards) {
   world.setUp();
   // As an update leaves it, which no daemon has loaded yet.

@@ -169,9 +169,9 @@ SetUpWorld::Outcome SetUpWorld::asUser(const std::vector<std::string>& command) 
     }
   }
   if (readable.revents == 0) kill(process, SIGKILL);
-  close(terminal);
   int status = 0;
   check(waitpid(process, &status, 0), "waiting for " + command[0]);
+  close(terminal);  // which would hang up on it
   outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   outcome.output = withoutReturns(outcome.output);
   return outcome;
