@@ -195,6 +195,7 @@ struct Neighbour {
   const char* name;
   const char* prefix;
 };
+void PrintTo(const Neighbour& neighbour, std::ostream* out) { *out << neighbour.name; }
 
 class SetUpBeside : public SetUp, public testing::WithParamInterface<Neighbour> {
  protected:

@@ -65,7 +65,7 @@ SetUpWorld::SetUpWorld() : user_(ownerOf(QUILLO_BINARY_DIR) == 0 ? 12345 : owner
            0644);
   exchange("/etc/group", "guarded:x:" + number + ":\n", 0644);
   exchange("/etc/shadow", std::string("guarded:") + passwordHash + ":19000:0:99999:7:::\n", 0640);
-  exchange("/etc/sudoers", "\nDefaults !lecture\nguarded ALL=(ALL) PASSWD: ALL\n", 0440);
+  exchange("/etc/sudoers", "Defaults !lecture\nguarded ALL=(ALL) PASSWD: ALL\n", 0440);
   for (const char* point :
        {"/usr/local", "/var/lib/clamav", "/etc/xdg", "/usr/share/polkit-1/actions"}) {
     cover(point, "mode=755");
@@ -102,7 +102,8 @@ void SetUpWorld::cover(const std::string& point, const std::string& options) {
 void SetUpWorld::exchange(const std::string& file, const std::string& addition, mode_t mode) {
   fs::create_directories("/tmp/exchanged");
   const std::string other = "/tmp/exchanged/" + fs::path(file).filename().string();
-  writeFile(other, readFile(file) + addition);
+  // In front: the build may belong to somebody who has a name already.
+  writeFile(other, addition + readFile(file));
   check(chmod(other.c_str(), mode), other);
   check(mount(other.c_str(), file.c_str(), nullptr, MS_BIND, nullptr), "mounting " + file);
   mounts_.push_back(file);
