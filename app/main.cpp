@@ -1,5 +1,9 @@
+#include <getopt.h>
+
+#include <array>
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <string>
 
 #include "agent/VantrelQuillo.h"
@@ -11,6 +15,47 @@
 
 namespace quillo {
 namespace {
+
+constexpr char help[] =
+    "vantrel-quillo\n"
+    "    guards the folders that its preferences name: a file that is new or changed in one of\n"
+    "    them is scanned with ClamAV; runs until it is asked to quit\n"
+    "vantrel-quillo --help\n"
+    "    says this\n"
+    "vantrel-quillo --version\n"
+    "    says which version this is\n"
+    "\n"
+    "The preferences, and what else it reads: vantrel-quillo(1).\n";
+
+int say(const std::string& text) {
+  const bool isSaid = std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+  return isSaid ? 0 : 1;
+}
+
+// The status with which the program ends at once; absent when it is to guard. Asks nothing of the
+// desktop, so that it also answers where there is none, and beside an agent that runs.
+std::optional<int> answerTo(int argc, char** argv) {
+  static constexpr std::array<option, 3> options = {{
+      {"help", no_argument, nullptr, 'h'},
+      {"version", no_argument, nullptr, 'v'},
+      {nullptr, 0, nullptr, 0},
+  }};
+  const int chosen = getopt_long(argc, argv, "h", options.data(), nullptr);
+  if (chosen == 'h') {
+    return say(help);
+  }
+  if (chosen == 'v') {
+    return say("vantrel-quillo " QUILLO_VERSION "\n");
+  }
+  if (chosen == -1 && optind == argc) {
+    return std::nullopt;
+  }
+  if (chosen == -1) {
+    std::fprintf(stderr, "vantrel-quillo: what is \"%s\"?\n", argv[optind]);
+  }
+  std::fputs(help, stderr);
+  return 2;
+}
 
 int runAgent(int argc, char** argv) {
   LinuxPlatform desktop(argc, argv);
@@ -47,7 +92,8 @@ int runAgent(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    return quillo::runAgent(argc, argv);
+    const std::optional<int> answered = quillo::answerTo(argc, argv);
+    return answered ? *answered : quillo::runAgent(argc, argv);
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "vantrel-quillo: %s\n", failure.what());
     return 1;

@@ -1,0 +1,78 @@
+# shellcheck shell=bash disable=SC2034
+# Where ./run puts what, and how it remembers that. To be sourced by its steps.
+umask 022
+id=org.vantrel.VantrelQuillo
+prefix="$HOME/.local"
+data="${XDG_DATA_HOME:-$HOME/.local/share}"
+config="${XDG_CONFIG_HOME:-$HOME/.config}"
+program="$prefix/bin/vantrel-quillo"
+resources="$prefix/lib/vantrel-quillo"
+# A set-user-ID program lies where root alone can write; the agent finds it through a link.
+helper="$(realpath -m /usr/local/lib/vantrel-quillo)/gfslogger"
+autostart="$config/autostart/$id.desktop"
+preferences="$config/vantrel/org.vantrel.Vantrel.toml"
+engine="$data/vantrel/engine"
+log="$HOME/Library/Logs/VantrelQuillo-scan.log"
+update_log="$HOME/Library/Logs/vantrel-freshclam.log"
+
+# What was done, for --remove. A line each: what it is, its digest (or nothing), its path, with "|"
+# between them.
+record="$resources/installed"
+
+# noted KIND [PATH]: the lines of that kind.
+noted() {
+  [ -f "$record" ] || return 0
+  KIND="$1" PLACE="${2:-}" awk -F '|' \
+    '{ path = substr($0, length($1) + length($2) + 3) }
+     $1 == ENVIRON["KIND"] && (ENVIRON["PLACE"] == "" || path == ENVIRON["PLACE"])' "$record"
+}
+
+# note KIND DIGEST PATH: in place of what is noted of that path.
+note() {
+  {
+    [ ! -f "$record" ] || KIND="$1" PLACE="$3" awk -F '|' \
+      '{ path = substr($0, length($1) + length($2) + 3) }
+       !($1 == ENVIRON["KIND"] && path == ENVIRON["PLACE"])' "$record"
+    printf '%s|%s|%s\n' "$1" "$2" "$3"
+  } >"$record.new"
+  mv -T -- "$record.new" "$record"
+}
+
+digest_of() { local sum; sum="$(sha256sum <"$1")"; echo "${sum%% *}"; }
+
+# make_folder PATH: with what is missing above it, which is put into `made`.
+made=()
+make_folder() {
+  [ ! -d "$1" ] || return 0
+  make_folder "$(dirname "$1")"
+  mkdir -- "$1"
+  made+=("$1")
+}
+note_made() {
+  local folder
+  for folder in "${made[@]}"; do note folder "" "$folder"; done
+  made=()
+}
+
+# As a person writes it.
+short() { case "$1" in "$HOME"/*) echo "~${1#"$HOME"}" ;; *) echo "$1" ;; esac; }
+
+# This user's agents, a line each: process, program. Those of other process namespaces, such as the
+# demonstration's, are none of ours.
+running_agents() {
+  local process program here
+  here="$(readlink /proc/self/ns/pid)"
+  for process in /proc/[0-9]*; do
+    [ -O "$process" ] || continue
+    program="$(readlink "$process/exe" 2>/dev/null)" || continue
+    case "${program% (deleted)}" in */vantrel-quillo) ;; *) continue ;; esac
+    [ "$(readlink "$process/ns/pid" 2>/dev/null)" = "$here" ] || continue
+    echo "${process#/proc/} $program"
+  done
+}
+
+# stop_agent PROCESS: asks it to quit and waits; it may be loading the engine. False when it stays.
+stop_agent() {
+  kill "$1" 2>/dev/null || return 0
+  timeout 90 tail --pid="$1" -s 0.1 -f /dev/null
+}

@@ -1,0 +1,85 @@
+// What ./run shows while it builds: packaging/show-progress, and packaging/build around it.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "posix/ChildProcess.h"
+
+namespace quillo {
+namespace {
+
+struct Shown {
+  int status;
+  std::string text;
+};
+
+Shown outcomeOf(const LaunchRequest& request) {
+  Shown shown;
+  ChildProcess process(request);
+  shown.status = process.waitUntilExit([&](std::string_view chunk) {
+    shown.text += chunk;
+    return true;
+  });
+  return shown;
+}
+
+// Of these lines, without a terminal.
+std::string shownOf(const std::string& lines) {
+  return outcomeOf({"/bin/sh",
+                    {"-c", "printf '%s' \"$1\" | \"$0\"",
+                     QUILLO_SOURCE_DIR "/packaging/show-progress", lines}})
+      .text;
+}
+
+TEST(ShowProgress, TakesAStepAtEveryQuarterWithoutATerminal) {
+  std::string lines;
+  for (int at = 1; at <= 200; ++at) {
+    lines += "[" + std::to_string(at) + "/200] Building CXX object file.o\n";
+  }
+  EXPECT_EQ(shownOf(lines),
+            "Building 0 %\nBuilding 25 %\nBuilding 50 %\nBuilding 75 %\nBuilding 100 %\n");
+}
+
+TEST(ShowProgress, IsSilentWhenThereIsNothingToDo) {
+  EXPECT_EQ(shownOf("[0/2] Re-checking globbed directories...\n[1/2] Re-running CMake...\n"
+                    "-- Configuring done\nninja: no work to do.\n"),
+            "");
+}
+
+TEST(ShowProgress, PassesOnWhatACompilerSays) {
+  EXPECT_EQ(shownOf("[1/2] Building CXX object a.o\nFAILED: a.o \na.cpp:1:2: error: no\n"),
+            "Building 50 %\nFAILED: a.o \na.cpp:1:2: error: no\n");
+}
+
+TEST(ShowProgress, NamesTheTwoPartsOfPackages) {
+  EXPECT_EQ(shownOf("dlstatus:1:12.5:Retrieving\ndlstatus:9:100:Retrieving\n"
+                    "pmstatus:git:60.1:Unpacking\n"),
+            "Fetching packages 0 %\nFetching packages 100 %\nInstalling packages 50 %\n");
+}
+
+// A cmake whose building fails, in place of the real one.
+TEST(Build, ThatFailsShowsWhyAndEndsWithAnError) {
+  std::string folder = "/tmp/build-test-XXXXXX";
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  const std::string cmake = folder + "/cmake";
+  std::ofstream(cmake) << "#!/bin/sh\n[ \"$1\" = --build ] || exit 0\n"
+                          "echo '[1/2] Building CXX object a.o'\necho 'a.cpp:1:2: error: no'\n"
+                          "exit 1\n";
+  ASSERT_EQ(chmod(cmake.c_str(), 0755), 0);
+  LaunchRequest request{QUILLO_SOURCE_DIR "/packaging/build", {"release"}};
+  request.environment = std::vector<std::string>{"PATH=" + folder + ":/usr/bin:/bin"};
+  const Shown shown = outcomeOf(request);
+  std::filesystem::remove_all(folder);
+  EXPECT_EQ(shown.status, 1);
+  EXPECT_NE(shown.text.find("a.cpp:1:2: error: no\n"), std::string::npos) << shown.text;
+  EXPECT_NE(shown.text.find("It could not be built; the reason stands above.\n"), std::string::npos)
+      << shown.text;
+}
+
+}  // namespace
+}  // namespace quillo
