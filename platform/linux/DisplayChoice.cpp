@@ -86,7 +86,7 @@ DisplayProblem displayProblem(const DisplayFacts& facts) {
     return {beginning + "this session has no display. Files are guarded all the same.",
             {"DISPLAY_MISSING", {}}};
   }
-  if (facts.waylandAnswers && !facts.hasWaylandPlugin) {
+  if (facts.waylandAnswers) {
     return {beginning + "Qt's plug-in for Wayland is missing (in Debian's package " +
                 waylandPackage + "). Files are guarded all the same.",
             {"DISPLAY_PLUGIN_MISSING", {waylandPackage}}};

@@ -5,6 +5,7 @@
 #include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QCoreApplication>
+#include <QDBusConnection>
 #include <QEvent>
 #include <QEventLoop>
 #include <QThread>
@@ -16,6 +17,7 @@
 #include <thread>
 #include <utility>
 
+#include "platform/linux/ColorScheme.h"
 #include "platform/linux/Guarded.h"
 #include "platform/linux/QtDockTile.h"
 
@@ -94,6 +96,7 @@ QtApplication::QtApplication(int& argc, char** argv)
   QGuiApplication::setQuitOnLastWindowClosed(false);
   application_ = std::make_unique<GuardedApplication>(argumentCount_, arguments_.data());
   nameApplication();
+  colorScheme_ = std::make_unique<ColorScheme>(QDBusConnection::sessionBus());
   mainThread_ = std::make_unique<ActionReceiver>();
 }
 

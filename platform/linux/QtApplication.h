@@ -16,6 +16,7 @@ class QApplication;
 
 namespace quillo {
 
+class ColorScheme;
 class QtDockTile;
 
 // The process as a Qt application. It is made first and destroyed last of the backend's services:
@@ -71,6 +72,7 @@ class QtApplication final : public Application {
   // Constant after construction.
   std::unique_ptr<QApplication> application_;
   std::unique_ptr<QObject> mainThread_;
+  std::unique_ptr<ColorScheme> colorScheme_;
   std::function<void()> exitHandler_;
   // Main thread only.
   std::function<void()> terminationHandler_;

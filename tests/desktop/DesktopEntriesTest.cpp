@@ -34,6 +34,12 @@ TEST(DesktopEntries, StartTheAgentFromTheMenuAtLogInAndOverTheBus) {
   EXPECT_EQ(valueIn(service, "D-BUS Service", "Name"), "org.vantrel.VantrelQuillo");
 }
 
+TEST(DesktopEntries, NameTheClassThatTheAgentsWindowsHave) {
+  EXPECT_EQ(
+      valueIn(entries + "/org.vantrel.VantrelQuillo.desktop", "Desktop Entry", "StartupWMClass"),
+      "org.vantrel.VantrelQuillo");
+}
+
 TEST(PolkitAction, IsWellFormedAndAlwaysAsksForAnAdministrator) {
   const std::string text = TestFolder::contentsOf(polkit + "/org.vantrel.VantrelQuillo.policy");
   QXmlStreamReader reader(QByteArray::fromStdString(text));

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/desktop/support/BusMonitor.h"
 #include "tests/desktop/support/DesktopSession.h"
 #include "tests/desktop/support/FaceProgram.h"
 
@@ -12,6 +13,8 @@ namespace {
 
 const QRect wholeScreen(0, 0, DesktopSession::width, DesktopSession::height);
 constexpr QRgb darkBackground = 0x232629;
+// Where Qt knows nothing of the theme.
+constexpr QRgb ownDarkBackground = 0x242424;
 constexpr QRgb white = 0xffffff;
 
 class DialogLooks : public testing::Test {
@@ -61,12 +64,12 @@ class DialogLooks : public testing::Test {
         << area.x() << "," << area.y() << " " << area.width() << "x" << area.height();
   }
 
-  void expectDark(const QRect& window) {
+  void expectDark(const QRect& window, QRgb background = darkBackground) {
     // Beside the picture, which is the same on every desktop.
     constexpr int picture = 110;
     const QRect texts = window.adjusted(picture, 30, -4, -4);
     ASSERT_TRUE(session.screen().eventually(
-        [&] { return session.screen().find(darkBackground, texts).has_value(); }));
+        [&] { return session.screen().find(background, texts).has_value(); }));
     EXPECT_FALSE(session.screen().find(white, texts).has_value());
   }
 
@@ -110,6 +113,25 @@ TEST_F(DialogLooks, OfAWarningFollowADarkTheme) {
   warn(face);
   session.keepPicture("warning-dark");
   expectDark(areaOf(face, "deleteButton"));
+}
+
+TEST_F(DialogLooks, OfAWarningAreDarkWhereTheDesktopSaysThatItsUserPrefersThat) {
+  const StandInService portal(session.busAddress(), "org.freedesktop.portal.Desktop",
+                              {{"Read", "(<<uint32 1>>,)"}});
+  FaceProgram face(session);
+  warn(face);
+  session.keepPicture("warning-dark-by-portal");
+  expectDark(areaOf(face, "deleteButton"), ownDarkBackground);
+}
+
+TEST_F(DialogLooks, OfAWarningAreBrightWhereTheDesktopSaysNothingElse) {
+  const StandInService portal(session.busAddress(), "org.freedesktop.portal.Desktop",
+                              {{"Read", "(<<uint32 0>>,)"}});
+  FaceProgram face(session);
+  warn(face);
+  constexpr QRgb brightBackground = 0xefefef;
+  const QRect window = areaOf(face, "deleteButton");
+  EXPECT_TRUE(session.screen().find(brightBackground, window).has_value());
 }
 
 TEST_F(DialogLooks, OfTheMissingEngineFollowADarkTheme) {

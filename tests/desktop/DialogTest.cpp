@@ -93,6 +93,12 @@ TEST_F(DialogTest, AnswersNoClickBeforeItCanHaveBeenSeen) {
   EXPECT_EQ(face.expect("pressed "), "0 delete 0");
 }
 
+TEST_F(DialogTest, IsKnownToTheDesktopByTheNameOfTheDesktopFile) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  EXPECT_EQ(session.screen().classOf(title), "org.vantrel.VantrelQuillo org.vantrel.VantrelQuillo");
+}
+
 TEST_F(DialogTest, HasASizeThatNobodyChanges) {
   warn("/home/anna/a.zip");
   ASSERT_TRUE(showsWindows(1));

@@ -124,6 +124,18 @@ std::vector<std::string> Screen::windowTitles() {
   return titles;
 }
 
+std::string Screen::classOf(const std::string& title) {
+  for (const xcb_window_t window : windowsIn("_NET_CLIENT_LIST_STACKING")) {
+    if (titleOf(window) == title) {
+      const std::vector<std::uint8_t> words = property(window, "WM_CLASS");
+      std::string text(words.begin(), words.end());
+      std::replace(text.begin(), text.end(), '\0', ' ');
+      return text.substr(0, text.find_last_not_of(' ') + 1);
+    }
+  }
+  return "";
+}
+
 std::vector<QRect> Screen::windowAreas(const std::string& title) {
   std::vector<QRect> areas;
   for (const xcb_window_t window : windowsIn("_NET_CLIENT_LIST_STACKING")) {

@@ -35,6 +35,8 @@ class Screen {
   std::size_t countWindows(const std::string& title);
   // Waits until a window manager does what it is asked to; false when none does.
   bool awaitWindowManager();
+  // Which application's the topmost window of that title is (WM_CLASS): "INSTANCE CLASS".
+  std::string classOf(const std::string& title);
   // Where the windows of that title are without their frames, the topmost last.
   std::vector<QRect> windowAreas(const std::string& title);
   // That of the window with the keyboard; empty when there is none.

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include "platform/linux/DisplayChoice.h"
+
+namespace quillo {
+namespace {
+
+// A Wayland session with Xwayland, as GNOME and KDE have it.
+DisplayFacts bothDisplays() {
+  DisplayFacts facts;
+  facts.wayland = "wayland-0";
+  facts.x11 = ":0";
+  facts.waylandAnswers = facts.x11Answers = true;
+  facts.hasWaylandPlugin = facts.hasX11Plugin = true;
+  return facts;
+}
+
+TEST(DisplayChoice, TakesWaylandWhereItsWindowsLeaveTheKeyboardAlone) {
+  DisplayFacts facts = bothDisplays();
+  facts.waylandLeavesFocus = true;
+  EXPECT_EQ(platformPluginsFor(facts), "wayland;xcb;offscreen");
+}
+
+TEST(DisplayChoice, TakesXwaylandWhereWaylandWindowsTakeTheKeyboard) {
+  EXPECT_EQ(platformPluginsFor(bothDisplays()), "xcb;wayland;offscreen");
+}
+
+TEST(DisplayChoice, TakesWaylandWhereNoXServerAnswers) {
+  DisplayFacts facts = bothDisplays();
+  facts.x11Answers = false;
+  EXPECT_EQ(platformPluginsFor(facts), "wayland;offscreen");
+}
+
+TEST(DisplayChoice, TakesXwaylandWithoutThePluginForWayland) {
+  DisplayFacts facts = bothDisplays();
+  facts.hasWaylandPlugin = false;
+  EXPECT_EQ(platformPluginsFor(facts), "xcb;offscreen");
+}
+
+TEST(DisplayChoice, TakesTheXServerOfAnX11Session) {
+  DisplayFacts facts = bothDisplays();
+  facts.wayland = "";
+  facts.waylandAnswers = false;
+  EXPECT_EQ(platformPluginsFor(facts), "xcb;offscreen");
+}
+
+TEST(DisplayChoice, NeverEndsTheProcessForWantOfADisplay) {
+  EXPECT_EQ(platformPluginsFor({}), "offscreen");
+}
+
+TEST(DisplayChoice, SaysThatASessionHasNoDisplay) {
+  const DisplayProblem problem = displayProblem({});
+  EXPECT_EQ(problem.text,
+            "Neither icon nor windows can be shown: this session has no display. Files are guarded "
+            "all the same.");
+  EXPECT_EQ(problem.wording.key, "DISPLAY_MISSING");
+}
+
+TEST(DisplayChoice, NamesThePackageThatIsMissing) {
+  DisplayFacts facts;
+  facts.wayland = "wayland-0";
+  facts.waylandAnswers = true;
+  EXPECT_NE(displayProblem(facts).text.find("package qt6-wayland"), std::string::npos);
+  EXPECT_EQ(displayProblem(facts).wording.values, std::vector<std::string>{"qt6-wayland"});
+}
+
+TEST(DisplayChoice, NamesTheDisplayThatDoesNotAnswer) {
+  DisplayFacts facts;
+  facts.x11 = ":7";
+  EXPECT_NE(displayProblem(facts).text.find("the display \":7\" does not answer"),
+            std::string::npos);
+}
+
+TEST(DisplayFacts, KnowOfNoDisplayThatOnlyTheEnvironmentNames) {
+  const DisplayFacts facts = DisplayFacts::ofThisSession(Environment(
+      {{"WAYLAND_DISPLAY", "wayland-9"}, {"XDG_RUNTIME_DIR", "/nowhere"}, {"DISPLAY", ":987"}}));
+  EXPECT_EQ(facts.wayland, "wayland-9");
+  EXPECT_FALSE(facts.waylandAnswers);
+  EXPECT_FALSE(facts.x11Answers);
+  EXPECT_TRUE(facts.hasX11Plugin);
+  EXPECT_TRUE(facts.hasWaylandPlugin);
+}
+
+}  // namespace
+}  // namespace quillo
