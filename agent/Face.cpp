@@ -37,21 +37,43 @@ void Face::verdictGiven(const Verdict& verdict) {
   if (judged && engineMissing_.exchange(false) && engineIsBack_) {
     engineIsBack_();
   }
-  if (!showsVerdicts_ || !judged) {
+  if (!judged) {
     return;
   }
-  const bool isThreat = verdict.kind == Verdict::Kind::infected;
-  services_.dockTile.addVerdict(
-      {timeNow(), abbreviatingWithTilde(verdict.path, services_.folders.homeFolder()),
-       isThreat ? verdict.threat : services_.localizedStrings.stringForKey("SCANNED", ""),
-       isThreat});
+  Given given{services_.clock.wallTime(), verdict.path, verdict.threat,
+              verdict.kind == Verdict::Kind::infected};
+  MutexLock hold(mutex_);
+  if (showsVerdicts_) {
+    tell(given);
+    return;
+  }
+  if (unseen_.size() == DockTile::keptVerdicts) {
+    unseen_.pop_front();
+  }
+  unseen_.push_back(std::move(given));
 }
 
-std::string Face::timeNow() const {
+void Face::showVerdicts() {
+  MutexLock hold(mutex_);
+  showsVerdicts_ = true;
+  for (const Given& given : unseen_) {
+    tell(given);
+  }
+  unseen_.clear();
+}
+
+void Face::tell(const Given& given) const {
+  services_.dockTile.addVerdict(
+      {timeOf(given.at), abbreviatingWithTilde(given.path, services_.folders.homeFolder()),
+       given.isThreat ? given.threat : services_.localizedStrings.stringForKey("SCANNED", ""),
+       given.isThreat});
+}
+
+std::string Face::timeOf(std::chrono::system_clock::time_point at) {
   char buffer[16] = "";
-  const std::time_t now = std::chrono::system_clock::to_time_t(services_.clock.wallTime());
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(at);
   std::tm local = {};
-  if (localtime_r(&now, &local)) {
+  if (localtime_r(&seconds, &local)) {
     std::strftime(buffer, sizeof buffer, "%H:%M:%S", &local);
   }
   return buffer;

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
+#include <deque>
 #include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "menu/StatusText.h"
+#include "posix/Mutex.h"
 #include "scanning/ScanObserver.h"
 
 namespace quillo {
@@ -42,15 +45,24 @@ class Face final : public ScanObserver {
   void setEngineIsBack(std::function<void()> engineIsBack) {
     engineIsBack_ = std::move(engineIsBack);
   }
-  // Verdicts are put together for the Dock tile from now on.
-  void showVerdicts() { showsVerdicts_ = true; }
+  // Verdicts are put together for the Dock tile from now on, beginning with the last ones before.
+  void showVerdicts();
 
   void runBegan(std::size_t files) override { filesBeingScanned_ += files; }
   void runEnded(std::size_t files) override { filesBeingScanned_ -= files; }
   void verdictGiven(const Verdict& verdict) override;
 
  private:
-  std::string timeNow() const;
+  // A verdict as it came, before anybody sees it.
+  struct Given {
+    std::chrono::system_clock::time_point at;
+    std::string path;
+    std::string threat;
+    bool isThreat = false;
+  };
+
+  void tell(const Given& given) const;
+  static std::string timeOf(std::chrono::system_clock::time_point at);
 
   // Constant once the scanners run.
   const FaceServices services_;
@@ -59,10 +71,14 @@ class Face final : public ScanObserver {
   std::atomic<bool> settingUp_{false};
   std::atomic<bool> engineMissing_{false};
   std::atomic<bool> helperFails_{false};
-  std::atomic<bool> showsVerdicts_{false};
   std::atomic<std::size_t> watchedFolders_{0};
   std::atomic<std::size_t> placesWithGaps_{0};
   std::atomic<std::size_t> filesBeingScanned_{0};
+
+  Mutex mutex_;
+  bool showsVerdicts_ QUILLO_GUARDED_BY(mutex_) = false;
+  // The last ones, for as long as they are not shown.
+  std::deque<Given> unseen_ QUILLO_GUARDED_BY(mutex_);
 };
 
 }  // namespace quillo

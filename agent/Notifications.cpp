@@ -66,6 +66,9 @@ bool Notifications::displayGrowlDialogWithTitleAndDescription(std::int32_t code,
     case notificationAlreadyUpToDate:
       notification.name = names->alreadyUpToDate;
       break;
+    case notificationHint:
+      notification.isHint = true;
+      break;
     default:
       break;
   }

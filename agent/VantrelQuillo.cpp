@@ -47,7 +47,9 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.workspace,
                        &progressLog_,
                        &face_,
-                       &runningScanners_},
+                       &runningScanners_,
+                       &toldFiles_,
+                       &abortedScans_},
       watcherServices_{services.platform.application,
                        services.platform.authorization,
                        services.clock,
@@ -58,6 +60,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.systemLog,
                        services.platform.trashFolders},
       progressLog_(services.platform.systemLog),
+      abortedScans_(services.platform.systemLog, &progressLog_),
       face_({services.clock, services.platform.dockTile, services.platform.folders,
              services.platform.localizedStrings}),
       theDispatcher_(services.clock, services.platform.systemLog, services.platform.volumes,
@@ -139,6 +142,7 @@ void VantrelQuillo::applicationDidFinishLaunching() {
     startThreads();
     // They can ask while the engine loads, which may take long.
     answerScripts();
+    services_.platform.application.setReopenHandler([this] { return showItself(); });
     notifications_.loadNames();
     notifications_.registerWith(services_.platform.application);
     // Whatever goes wrong here, the user and the desktop must still reach the agent.
@@ -237,7 +241,7 @@ void VantrelQuillo::wakingUp() {
 }
 
 void VantrelQuillo::abortScans() {
-  theDispatcher_.abortScans();
+  abortedScans_.abort(theDispatcher_.abortScans());
   runningScanners_.endAll();
   runShellCommand("killall -9 clamdscan");
 }
@@ -250,6 +254,20 @@ void VantrelQuillo::openAppFromError() {
   openApp();
   mainApplication_.awaitLaunch();
   quit();
+}
+
+int VantrelQuillo::showItself() {
+  face_.showVerdicts();
+  const int error = services_.platform.application.activateIgnoringOtherApps();
+  if (error != 0) {
+    services_.platform.systemLog.log("Could not bring the application to front. Error " +
+                                     std::to_string(error));
+  }
+  const StatusFacts facts = face_.status();
+  if (facts.engineMissing && !facts.settingUp) {
+    restartWatcherSoon();
+  }
+  return error;
 }
 
 void VantrelQuillo::openPrefs(bool fromDialogButton) {

@@ -24,7 +24,9 @@
 #include "engine/ClamdLink.h"
 #include "menu/Throbber.h"
 #include "platform/Dialog.h"
+#include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
+#include "scanning/LimitNotice.h"
 #include "scanning/PatientScanner.h"
 #include "scanning/RunningScanners.h"
 #include "scanning/ScannerServices.h"
@@ -58,11 +60,16 @@ class VantrelQuillo {
   void restartWatcherSoon();
   void goingToSleep();
   void wakingUp();
-  // Drops what waits for a scan and ends every running scanner.
+  // Drops what waits for a scan and ends every running scanner. The log says how many files were
+  // not scanned for it, once the last of those scanners has ended.
   void abortScans();
   void updateVirusDefs();
   void openApp() { mainApplication_.openApp(); }
   void openAppFromError();
+  // Brings the window of the Dock tile to the front, whether or not there is to be a Dock tile; 0,
+  // or the error's number. Where no engine was usable, whoever asks may have mended that: it is
+  // tried again.
+  int showItself();
   // Quits afterwards when the request comes from a dialog's own button.
   void openPrefs(bool fromDialogButton);
   // Stops watching, stops the daemon if the last start of watching launched it, says so to the
@@ -164,6 +171,8 @@ class VantrelQuillo {
   // Own synchronisation.
   RunningScanners runningScanners_;
   ProgressLog progressLog_;
+  ToldFiles toldFiles_;
+  AbortedScans abortedScans_;
   Face face_;
   Dispatcher theDispatcher_;
   PatientScanner firstPatientScanner;

@@ -15,8 +15,10 @@ namespace {
 int runAgent(int argc, char** argv) {
   LinuxPlatform desktop(argc, argv);
   if (!desktop.isFirstAgent()) {
-    std::fputs("vantrel-quillo: another agent of this user is running already\n", stderr);
-    return 1;
+    const std::string problem = desktop.showFirstAgent();
+    std::fprintf(stderr, "vantrel-quillo: another agent of this user is running already%s%s\n",
+                 problem.empty() ? "; its window is shown" : ", ", problem.c_str());
+    return problem.empty() ? 0 : 1;
   }
   const Platform& services = desktop.services();
   DetachedThreads threads(

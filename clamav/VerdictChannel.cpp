@@ -82,6 +82,19 @@ Verdict::Whereabouts whereaboutsOf(const std::string& field) {
              : Verdict::Whereabouts::unsaid;
 }
 
+Verdict::Limit limitOf(const std::string& field) {
+  const int number = field.empty() ? -1 : field.front();
+  return number >= 0 && number <= static_cast<int>(Verdict::Limit::contents)
+             ? static_cast<Verdict::Limit>(number)
+             : Verdict::Limit::none;
+}
+
+std::uint64_t numberOf(const std::string& field) {
+  std::uint64_t number = 0;
+  std::from_chars(field.data(), field.data() + field.size(), number);
+  return number;
+}
+
 }  // namespace
 
 VerdictSender::VerdictSender(UniqueFd socket) : socket_(std::move(socket)) {
@@ -112,6 +125,8 @@ void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
                                    &verdict.destination, &verdict.target}) {
     appendField(body, *field);
   }
+  appendField(body, std::string(1, static_cast<char>(verdict.limit)));
+  appendField(body, std::to_string(verdict.largestFile));
   std::string record;
   appendNumber(record, static_cast<std::uint32_t>(body.size()));
   record += body;
@@ -224,6 +239,8 @@ void VerdictReceiver::takeRecords() {
           &record.verdict.reason, &record.verdict.destination, &record.verdict.target}) {
       *field = takeField(body);
     }
+    record.verdict.limit = limitOf(takeField(body));
+    record.verdict.largestFile = numberOf(takeField(body));
     if (record.type != hello) {
       spoken_ = true;
       records_.push_back(std::move(record));

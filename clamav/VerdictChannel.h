@@ -21,7 +21,8 @@ namespace quillo {
 // bytes, in the byte order of the machine. "H" says that the scanner knows the channel. "V" is the
 // verdict of a line and is sent before that line. One whose file is about to be moved is answered,
 // as soon as the reader has the line, with its number among those; the file moves only then, and
-// "O" follows with what became of it.
+// "O" follows with what became of it. Fields that one side does not know are passed over, and those
+// that it misses are empty: a tree's scanner may be older than its reader, or newer.
 inline constexpr const char* verdictChannelVariable = "VANTREL_VERDICTS";
 
 // The scanner's end. One thread.

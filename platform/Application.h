@@ -29,6 +29,12 @@ class Application {
   // Gives the process an entry in the task bar, next to the status item. 0, or the error's number.
   // Main thread.
   virtual int transformToForegroundApplication() = 0;
+  // Brings the window of that entry to the front. Without an entry, the process has one until the
+  // user closes that window. 0, or the error's number. Main thread.
+  virtual int activateIgnoringOtherApps() = 0;
+  // What another start of the program asks of this one instead of running; 0, or the error's number.
+  // Who asked before there was a handler is answered by it. Main thread.
+  virtual void setReopenHandler(std::function<int()> handler) = 0;
   // The image of that entry. Any thread; shown soon.
   virtual void setApplicationIconImage(const ImageRef& image) = 0;
   // Any thread.

@@ -17,6 +17,8 @@ struct GrowlNotification {
   std::string description;
   int priority = 0;
   bool isSticky = false;
+  // Good to know, and nothing to be done about: not to be shown as if it were urgent.
+  bool isHint = false;
 };
 
 // The desktop's notification service.

@@ -38,11 +38,15 @@ ScanReport::ScanReport(ScannerOwner& owner, const ScannerServices& services, Rep
       rules_(rules),
       consequences_(owner, services, rules.waitsForOpener) {}
 
-void ScanReport::startRun(const InfectionPolicy& policy) {
+void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::string>& paths) {
   consequences_.setPolicy(policy);
   verdicts_ = VerdictReceiver::make();
+  limitNotice_.clear();
+  unjudged_ = {paths.begin(), paths.end()};
   recovered_ = false;
 }
+
+void ScanReport::endRun() { limitNotice_.tell(owner_, services_.localizedStrings); }
 
 int ScanReport::getLastColon(std::string_view text) { return lastColon(text); }
 
@@ -72,6 +76,8 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   if (verdict.kind == Verdict::Kind::infected) {
     consequences_.drawFrom(verdict);
   }
+  limitNotice_.add(verdict, services_.toldFiles);
+  unjudged_.erase(verdict.path);
   if (services_.scanObserver && verdict.path.starts_with('/')) {
     services_.scanObserver->verdictGiven(verdict);
   }

@@ -17,6 +17,8 @@ enum NotificationCode : std::int32_t {
   notificationUpdateSuccessful = 4,
   notificationAlreadyUpToDate = 5,
   notificationError = 6,
+  // Shown as an error without its urgency.
+  notificationHint = 7,
 };
 
 // The open warnings, as the dialogs know them. Added to from any thread, removed from on the main

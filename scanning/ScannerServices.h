@@ -2,6 +2,7 @@
 
 namespace quillo {
 
+class AbortedScans;
 class Application;
 class Clock;
 class Folders;
@@ -12,6 +13,7 @@ class PreferenceStore;
 class RoadObserver;
 class RunningScanners;
 class ScanObserver;
+class ToldFiles;
 class SystemLog;
 class Workspace;
 
@@ -26,10 +28,12 @@ struct ScannerServices {
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   Workspace& workspace;
-  // Each null when nobody looks on.
+  // Each null when nobody looks on, or remembers.
   RoadObserver* roadObserver = nullptr;
   ScanObserver* scanObserver = nullptr;
   RunningScanners* runningScanners = nullptr;
+  ToldFiles* toldFiles = nullptr;
+  AbortedScans* abortedScans = nullptr;
 };
 
 }  // namespace quillo

@@ -143,7 +143,7 @@ void FreedesktopNotifications::send(const QueuedNotification& queued) {
   if (!server_->hasBody) {
     title += ": " + notificationTitle(notification.description);
   }
-  const bool critical = isCritical(notification.name);
+  const bool critical = !notification.isHint && isCritical(notification.name);
   const QVariantMap hints = {{"urgency", QVariant::fromValue<uchar>(critical ? 2 : 1)},
                              {"desktop-entry", QString(applicationId)}};
   const int never = 0;

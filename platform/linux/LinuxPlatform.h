@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "platform/Platform.h"
 #include "posix/Clock.h"
@@ -21,6 +22,8 @@ class LinuxPlatform {
 
   // False when another agent of this user runs already.
   bool isFirstAgent() const;
+  // Has that one show its window. "", or why it does not.
+  std::string showFirstAgent();
   const Platform& services() const;
   Clock& clock();
   // Runs the event loop until the program ends: `begin` is called as soon as it runs, `end` when

@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
@@ -170,6 +171,30 @@ void QtDockTile::makeWindow() {
 }
 
 bool QtDockTile::show() {
+  stays_ = open() || stays_;
+  return window_ != nullptr;
+}
+
+bool QtDockTile::bringForward() {
+  // A Wayland compositor raises no window that asks for it, but puts a new one in front.
+  if (window_ && !window_->isActiveWindow() &&
+      QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+    window_->hide();
+  }
+  if (!open()) {
+    return false;
+  }
+  window_->raise();
+  window_->activateWindow();
+  return true;
+}
+
+bool QtDockTile::isShown() {
+  MutexLock lock(mutex_);
+  return isShown_;
+}
+
+bool QtDockTile::open() {
   if (!window_) {
     try {
       makeWindow();
@@ -177,12 +202,12 @@ bool QtDockTile::show() {
       report_(failure.reason());
       return false;
     }
-    {
-      MutexLock lock(mutex_);
-      isShown_ = true;
-    }
-    refresh();
   }
+  {
+    MutexLock lock(mutex_);
+    isShown_ = true;
+  }
+  refresh();
   showIcon();
   window_->setWindowState(window_->windowState() & ~Qt::WindowMinimized);
   window_->show();
@@ -216,11 +241,21 @@ void QtDockTile::showPicture() {
   }
 }
 
+void QtDockTile::putAway() {
+  if (stays_) {
+    window_->showMinimized();
+    return;
+  }
+  window_->hide();
+  MutexLock lock(mutex_);
+  isShown_ = false;
+}
+
 // Whoever closes it wants it out of the way; the end of the session closes it for good.
 bool QtDockTile::eventFilter(QObject* watched, QEvent* event) {
   if (watched == window_.get() && event->type() == QEvent::Close && event->spontaneous()) {
     event->ignore();
-    window_->showMinimized();
+    putAway();
     return true;
   }
   if (watched == window_.get() && event->type() == QEvent::WindowStateChange) {

@@ -17,8 +17,9 @@ class QMainWindow;
 
 namespace quillo {
 
-// A window with an entry in the task bar, which closing only minimises. There is none before it is
-// shown; from then on it is changed a few times a second at most, however much there is to tell.
+// A window with an entry in the task bar, which closing only minimises, or takes away where it was
+// only brought forward. There is none before it is shown; while it is, it is changed a few times a
+// second at most, however much there is to tell.
 // Made and destroyed on the main thread; lives as long as the application.
 class QtDockTile final : public QObject, public DockTile {
  public:
@@ -34,6 +35,11 @@ class QtDockTile final : public QObject, public DockTile {
   // Makes the window at the first call. False, with a report of the reason, when it cannot be
   // loaded. Main thread.
   bool show();
+  // As above and in front of other windows; unless it was shown before to stay, closing takes it
+  // away.
+  bool bringForward();
+  // Whether there is something to be seen of it, if only its entry. Any thread.
+  bool isShown();
   // Main thread.
   void setIconImage(const ImageRef& image);
 
@@ -49,6 +55,8 @@ class QtDockTile final : public QObject, public DockTile {
   void change(const std::function<void(Contents&)>& setter);
   void refreshSoon();
   void refresh();
+  bool open();
+  void putAway();
   void makeWindow();
   void fillFolders(const std::vector<std::string>& folders);
   void fillVerdicts(const std::deque<DockVerdict>& verdicts);
@@ -62,6 +70,7 @@ class QtDockTile final : public QObject, public DockTile {
   const std::function<void(const std::string& problem)> report_;
   // Main thread only.
   std::unique_ptr<QMainWindow> window_;
+  bool stays_ = false;
   ImageRef image_;
   Contents shown_;
   QElapsedTimer sinceRefresh_;

@@ -101,6 +101,61 @@ TEST_F(DockTileTest, QuitsFromItsOwnMenu) {
   face.expect("terminated");
 }
 
+TEST_F(DockTileTest, StaysWhenItWasBroughtForwardMeanwhile) {
+  EXPECT_EQ(face.ask("activate", "foreground "), "0");
+  session.press("alt+F4");
+  face.expect("minimised");
+  EXPECT_EQ(session.screen().countWindows("Vantrel Quillo"), 1U);
+}
+
+// Where no entry in the task bar is wanted.
+class DockTileOnRequest : public testing::Test {
+ protected:
+  bool becomes(std::size_t windows) {
+    return session.screen().eventually(
+        [&] { return session.screen().countWindows("Vantrel Quillo") == windows; });
+  }
+  void SetUp() override {
+    face.tell("dockimage dock_watching");
+    face.tell("dockstate Watching two folders");
+    ASSERT_EQ(face.ask("activate", "foreground "), "0");
+    face.expect("focus Vantrel Quillo");
+    ASSERT_TRUE(becomes(1));
+  }
+
+  DesktopSession session;
+  FaceProgram face{session};
+};
+
+TEST_F(DockTileOnRequest, IsGoneWhenClosedAndQuitsNothing) {
+  session.press("alt+F4");
+  ASSERT_TRUE(becomes(0));
+  EXPECT_EQ(face.ask("sync", "synced"), "");
+}
+
+TEST_F(DockTileOnRequest, ShowsWhatHasChangedWhenItIsAskedForAgain) {
+  session.press("alt+F4");
+  ASSERT_TRUE(becomes(0));
+  face.tell("dockstate Scanning 1,204 files");
+  face.tell("dockimage dock_scanning1");
+  EXPECT_EQ(face.ask("activate", "foreground "), "0");
+  ASSERT_TRUE(becomes(1));
+  EXPECT_EQ(face.ask("text theState", "text "), "Scanning 1,204 files");
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return session.screen().find(scanningColour, wholeScreen).has_value(); }));
+}
+
+TEST_F(DockTileOnRequest, ComesInFrontOfOtherWindows) {
+  face.ask("load WarningDialog", "loaded");
+  face.tell("front");
+  ASSERT_TRUE(session.screen().eventually(
+      [&] { return session.screen().countWindows("Malware Found") == 1; }));
+  const QRect place = session.screen().windowAreas("Vantrel Quillo").back();
+  EXPECT_EQ(face.ask("activate", "foreground "), "0");
+  EXPECT_TRUE(
+      session.screen().eventually([&] { return session.screen().activeWindowArea() == place; }));
+}
+
 class DockTileLooks : public testing::Test {
  protected:
   void show(const std::vector<std::string>& variables, const std::string& picture) {

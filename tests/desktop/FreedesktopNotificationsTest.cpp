@@ -92,6 +92,14 @@ TEST_F(Freedesktop, TellsInfectionsAndErrorsFromUpdatesByTheirUrgency) {
   }
 }
 
+TEST_F(Freedesktop, ShowsAHintWithoutUrgencyWhateverItsName) {
+  FakeServer server;
+  const auto growl = make();
+  growl->notify({"Vantrel Quillo", "Error", "text", 0, true, true});
+  ASSERT_TRUE(waitUntil([&] { return server.shown() == 1; }));
+  EXPECT_EQ(server.hints(0).value("urgency").toInt(), 1);
+}
+
 TEST_F(Freedesktop, AsksEachServerOnceWhatItCanShow) {
   const auto growl = make();
   {

@@ -62,7 +62,7 @@ TEST_F(GuardedActions, AreThoseOfNotificationsOfOtherApplications) {
 
 TEST_F(GuardedActions, AreThoseOfScripts) {
   TestBus script;
-  ScriptingObject object(*bus);
+  ScriptingObject object(*bus, [] { return 0; });
   ASSERT_TRUE(object.claimName());
   object.publish([](const std::string&) -> std::optional<std::string> {
     fail();

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <QDBusPendingCallWatcher>
+#include <atomic>
+#include <cerrno>
+#include <future>
 
 #include "platform/linux/ScriptingObject.h"
 #include "tests/desktop/Events.h"
@@ -10,6 +13,10 @@ namespace quillo {
 namespace {
 
 constexpr char name[] = "org.vantrel.VantrelQuillo";
+const std::function<int()> nobodyAsks = [] {
+  ADD_FAILURE() << "nobody asked it to show itself";
+  return 0;
+};
 
 QDBusMessage ask(TestBus& bus, const QString& key) {
   QDBusMessage call =
@@ -23,7 +30,7 @@ QDBusMessage ask(TestBus& bus, const QString& key) {
 TEST(ScriptingObjectTest, AnswersAKnownKeyWithAVariant) {
   TestBus agent;
   TestBus script;
-  ScriptingObject object(*agent);
+  ScriptingObject object(*agent, nobodyAsks);
   ASSERT_TRUE(object.claimName());
   object.publish([](const std::string& key) {
     return key == "restartWatchingViaAS" ? std::optional<std::string>("Restart Requested")
@@ -38,7 +45,7 @@ TEST(ScriptingObjectTest, AnswersAKnownKeyWithAVariant) {
 TEST(ScriptingObjectTest, NamesAnUnknownKeyInItsError) {
   TestBus agent;
   TestBus script;
-  ScriptingObject object(*agent);
+  ScriptingObject object(*agent, nobodyAsks);
   ASSERT_TRUE(object.claimName());
   for (const bool published : {false, true}) {
     if (published) {
@@ -53,15 +60,80 @@ TEST(ScriptingObjectTest, NamesAnUnknownKeyInItsError) {
 TEST(ScriptingObjectTest, ASecondAgentDoesNotGetTheName) {
   TestBus first;
   TestBus second;
-  ScriptingObject object(*first);
-  ScriptingObject other(*second);
+  ScriptingObject object(*first, nobodyAsks);
+  ScriptingObject other(*second, nobodyAsks);
   EXPECT_TRUE(object.claimName());
   EXPECT_FALSE(other.claimName());
 }
 
 TEST(ScriptingObjectTest, AnAgentWithoutABusMayStart) {
-  ScriptingObject object{QDBusConnection("there is no such connection")};
+  ScriptingObject object(QDBusConnection("there is no such connection"), nobodyAsks);
   EXPECT_TRUE(object.claimName());
+}
+
+// As another start of the program would ask, from a thread of its own, since it waits.
+std::string activateFrom(TestBus& bus) {
+  ScriptingObject other(*bus, nobodyAsks);
+  EXPECT_FALSE(other.claimName());
+  std::atomic<bool> isAnswered = false;
+  auto answer = std::async(std::launch::async, [&] {
+    std::string problem = other.activateOther();
+    isAnswered = true;
+    QMetaObject::invokeMethod(&other, [] {}, Qt::QueuedConnection);
+    return problem;
+  });
+  EXPECT_TRUE(waitUntil([&] { return isAnswered.load(); }));
+  return answer.get();
+}
+
+TEST(ScriptingObjectTest, ShowsItselfWhenASecondAgentAsks) {
+  TestBus first;
+  TestBus second;
+  int shown = 0;
+  ScriptingObject object(*first, [&shown] {
+    ++shown;
+    return 0;
+  });
+  ASSERT_TRUE(object.claimName());
+  EXPECT_EQ(activateFrom(second), "");
+  EXPECT_EQ(shown, 1);
+}
+
+TEST(ScriptingObjectTest, TellsASecondAgentThatThereIsNoDisplay) {
+  TestBus first;
+  TestBus second;
+  ScriptingObject object(*first, [] { return ENOTSUP; });
+  ASSERT_TRUE(object.claimName());
+  EXPECT_EQ(activateFrom(second), "it runs without a display that could show its window");
+}
+
+TEST(ScriptingObjectTest, TellsASecondAgentThatTheFirstIsNotOfThisSession) {
+  TestBus bus;
+  ScriptingObject object(*bus, nobodyAsks);
+  EXPECT_EQ(object.activateOther(), "it belongs to another session");
+}
+
+TEST(ScriptingObjectTest, ShowsItselfForFilesAndActionsAsWell) {
+  TestBus agent;
+  TestBus desktop;
+  int shown = 0;
+  ScriptingObject object(*agent, [&shown] {
+    ++shown;
+    return 0;
+  });
+  ASSERT_TRUE(object.claimName());
+  const auto call = [&](const QString& method, const QVariantList& arguments) {
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        name, "/org/vantrel/VantrelQuillo", "org.freedesktop.Application", method);
+    message.setArguments(arguments);
+    QDBusPendingCallWatcher watcher(desktop->asyncCall(message));
+    EXPECT_TRUE(waitUntil([&] { return watcher.isFinished(); }));
+    return watcher.reply().type();
+  };
+  EXPECT_EQ(call("Open", {QStringList("file:///a"), QVariantMap()}), QDBusMessage::ReplyMessage);
+  EXPECT_EQ(call("ActivateAction", {"show", QVariantList(), QVariantMap()}),
+            QDBusMessage::ReplyMessage);
+  EXPECT_EQ(shown, 2);
 }
 
 }  // namespace

@@ -338,6 +338,11 @@ int FakeApplication::transformToForegroundApplication() {
   return transformResult;
 }
 
+int FakeApplication::activateIgnoringOtherApps() {
+  ++activations;
+  return activateResult;
+}
+
 void FakeApplication::setApplicationIconImage(const ImageRef& image) {
   std::lock_guard hold(mutex_);
   iconImages_.push_back(nameOf(image));

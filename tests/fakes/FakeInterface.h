@@ -192,6 +192,8 @@ class FakeApplication final : public Application {
   void exit(int status) override;
   std::optional<int> systemVersion() override { return version; }
   int transformToForegroundApplication() override;
+  int activateIgnoringOtherApps() override;
+  void setReopenHandler(std::function<int()> handler) override { reopen = std::move(handler); }
   void setApplicationIconImage(const ImageRef& image) override;
   void beep() override { ++beeps; }
 
@@ -203,6 +205,9 @@ class FakeApplication final : public Application {
 
   std::optional<int> version = 0x1060;
   int transformResult = 0;
+  int activateResult = 0;
+  // As another start of the program would.
+  std::function<int()> reopen;
   bool keepsPosted = false;
   // Called while the agent waits for something that takes long, on the thread that made this.
   std::function<void()> duringWait;
@@ -211,6 +216,7 @@ class FakeApplication final : public Application {
   std::atomic<int> beeps{0};
   std::atomic<int> terminations{0};
   std::atomic<int> transformations{0};
+  std::atomic<int> activations{0};
   std::vector<int> exits;
 
  private:

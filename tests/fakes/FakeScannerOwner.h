@@ -185,11 +185,13 @@ class FakeRoadObserver final : public RoadObserver {
     }
     add(ended_, paths);
   }
+  void abandoned(const std::vector<std::string>& paths) override { add(abandoned_, paths); }
 
   std::vector<std::string> noticedPaths() { return copyOf(noticed_); }
   std::vector<std::string> stablePaths() { return copyOf(stable_); }
   std::vector<std::string> startedPaths() { return copyOf(started_); }
   std::vector<std::string> scannedPaths() { return copyOf(ended_); }
+  std::vector<std::string> abandonedPaths() { return copyOf(abandoned_); }
   std::vector<std::vector<std::string>> batches() {
     std::lock_guard hold(mutex_);
     return batches_;
@@ -231,6 +233,7 @@ class FakeRoadObserver final : public RoadObserver {
   std::vector<std::string> stable_;
   std::vector<std::string> started_;
   std::vector<std::string> ended_;
+  std::vector<std::string> abandoned_;
   std::vector<std::vector<std::string>> batches_;
   std::vector<int> statuses_;
 };

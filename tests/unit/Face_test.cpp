@@ -46,6 +46,20 @@ TEST_F(FaceTest, PutsNoVerdictsTogetherWhileNobodySeesThem) {
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 
+TEST_F(FaceTest, TellsWhoeverComesToLookOfTheLastVerdictsWithTheTimesAtWhichTheyWereGiven) {
+  for (int number = 1; number <= 12; ++number) {
+    face.verdictGiven(Verdict::parse("/srv/" + std::to_string(number) + ": OK"));
+    clock.advance(std::chrono::seconds(1));
+  }
+  face.showVerdicts();
+  const std::vector<DockVerdict> verdicts = desktop.dockTile.verdicts();
+  ASSERT_EQ(verdicts.size(), DockTile::keptVerdicts);
+  EXPECT_EQ(verdicts.front(), (DockVerdict{"03:04:07", "/srv/3", "<SCANNED>", false}));
+  EXPECT_EQ(verdicts.back().file, "/srv/12");
+  face.showVerdicts();
+  EXPECT_EQ(desktop.dockTile.verdicts().size(), DockTile::keptVerdicts);
+}
+
 TEST_F(FaceTest, TellsTimeFileAndThreatOrThatItWasScanned) {
   face.showVerdicts();
   face.verdictGiven(Verdict::parse("/home/anna/a.txt: OK"));

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "scanning/ScannerOwner.h"
 #include "tests/fakes/FakePlatform.h"
 
 namespace quillo {
@@ -83,6 +84,14 @@ TEST_F(NotificationsTest, BearTitleAndNameOfTheirCode) {
   for (const std::int32_t other : {6, 7, 0, -1}) {
     expect(other, "Vantrel Quillo", "Error");
   }
+}
+
+TEST_F(NotificationsTest, AreHintsOfOneCodeAlone) {
+  prepare();
+  for (const std::int32_t code : {1, 2, 3, 4, 5, 6, 8}) {
+    EXPECT_FALSE(shown(code).isHint) << code;
+  }
+  EXPECT_TRUE(shown(notificationHint).isHint);
 }
 
 TEST_F(NotificationsTest, StayUntilTheUserDismissesThem) {

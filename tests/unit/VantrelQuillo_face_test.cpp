@@ -119,6 +119,38 @@ TEST_F(AgentFace, ListsVerdictsInTheDockTile) {
   EXPECT_EQ(desktop.dockTile.verdicts().size(), 1U);
 }
 
+TEST_F(AgentFace, IsShownWithItsLastVerdictsWhenTheProgramIsStartedAgain) {
+  launch();
+  agent().face().verdictGiven(Verdict::parse("/a: OK"));
+  EXPECT_EQ(desktop.application.reopen(), 0);
+  EXPECT_EQ(desktop.application.activations, 1);
+  EXPECT_EQ(desktop.application.transformations, 0);
+  EXPECT_EQ(desktop.dockTile.verdicts().size(), 1U);
+}
+
+TEST_F(AgentFace, SaysWhyItCannotBeShownWhenTheProgramIsStartedAgain) {
+  desktop.application.activateResult = 95;
+  launch();
+  EXPECT_EQ(desktop.application.reopen(), 95);
+  EXPECT_TRUE(log().has("Could not bring the application to front. Error 95"));
+}
+
+TEST_F(AgentFace, LooksAgainForAMissingEngineWhenTheProgramIsStartedAgain) {
+  desktop.preferenceStore.remove("PathToClamav");
+  launch();
+  ASSERT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
+  desktop.preferenceStore.set("PathToClamav", engine());
+  EXPECT_EQ(desktop.application.reopen(), 0);
+  EXPECT_EQ(toolTip(), "Watching 2 folders");
+}
+
+TEST_F(AgentFace, DoesNotStartToWatchAnewForBeingStartedAgain) {
+  launch();
+  log().clear();
+  desktop.application.reopen();
+  EXPECT_FALSE(log().has("restartWatcher"));
+}
+
 TEST_F(AgentFace, ListsNoVerdictsInADockTileThatCannotBeShown) {
   desktop.preferenceStore.set("ShowDockIcon", "both");
   desktop.application.transformResult = -606;

@@ -200,11 +200,12 @@ UniqueFd Front::openIn(int folder, const char* name) {
 }
 
 void Front::scan(Job job, int error) {
-  std::string problem = job.file ? judge_.objection(job) : reasonText(error);
-  if (problem.empty()) {
-    scan_.add(std::move(job));
+  std::optional<Answer> problem =
+      job.file ? judge_.objection(job) : Answer{Answer::Kind::notScanned, reasonText(error)};
+  if (problem) {
+    scan_.addUnscannable(std::move(job), std::move(*problem));
   } else {
-    scan_.addUnscannable(std::move(job), problem);
+    scan_.add(std::move(job));
   }
 }
 

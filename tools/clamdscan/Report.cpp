@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "clamav/ReportedText.h"
 #include "clamav/VerdictChannel.h"
@@ -107,14 +108,18 @@ void Report::whereabouts(const Verdict& verdict) {
 }
 
 void Report::notScanned(std::string_view path, std::string_view reason, std::string_view target) {
-  ++failures_;
-  ++leftOut_;
-  std::string line = harmless(std::string(path) + ": Not scanned: " + std::string(reason));
   Verdict verdict;
-  verdict.kind = Verdict::Kind::notScanned;
   verdict.path = path;
   verdict.reason = reason;
   verdict.target = target;
+  notScanned(std::move(verdict));
+}
+
+void Report::notScanned(Verdict verdict) {
+  ++failures_;
+  ++leftOut_;
+  std::string line = harmless(verdict.path + ": Not scanned: " + verdict.reason);
+  verdict.kind = Verdict::Kind::notScanned;
   tell(std::move(verdict), line);
   add(style_.errors, std::move(line));
 }

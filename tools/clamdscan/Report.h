@@ -40,6 +40,8 @@ class Report {
   void whereabouts(const Verdict& verdict);
   // Counted as an error.
   void notScanned(std::string_view path, std::string_view reason, std::string_view target = {});
+  // The same with what else is known: `path`, `reason`, `target` and the limit.
+  void notScanned(Verdict verdict);
   void error(std::string_view line);
   // Says more about what has been counted already, or nothing that counts.
   void remark(std::string_view line);
