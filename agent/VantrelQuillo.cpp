@@ -6,6 +6,7 @@
 
 #include "platform/Application.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
 #include "platform/PowerNotifications.h"
@@ -45,6 +46,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.preferenceStore,
                        services.platform.systemLog,
                        services.platform.workspace,
+                       &services.platform.fileDepartures,
+                       &putBackFiles_,
                        &progressLog_,
                        &face_,
                        &runningScanners_,
@@ -59,6 +62,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.preferenceStore,
                        services.platform.systemLog,
                        services.platform.trashFolders},
+      putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
       progressLog_(services.platform.systemLog),
       abortedScans_(services.platform.systemLog, &progressLog_),
       face_({services.clock, services.platform.dockTile, services.platform.folders,
@@ -80,7 +84,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
       watchList_({services.platform.folders, services.platform.mountNotifications,
                   services.platform.preferenceStore, services.platform.systemLog},
                  mainMenu_, theDispatcher_),
-      definitionUpdates_(preferences_, notifications_, mainMenu_, engineLink_, services.threads),
+      definitionUpdates_(preferences_, notifications_, mainMenu_, engineLink_,
+                         services.platform.localizedStrings, services.threads),
       scanLog_(services.platform.folders, services.platform.preferenceStore,
                services.platform.systemLog,
                [this](const std::function<void()>& wait) { waitKeepingDesktopAlive(wait); }),
@@ -139,6 +144,7 @@ void VantrelQuillo::connectInterface() {
 
 void VantrelQuillo::applicationDidFinishLaunching() {
   perform([this] {
+    scanLog_.greet();
     startThreads();
     // They can ask while the engine loads, which may take long.
     answerScripts();

@@ -28,6 +28,7 @@
 #include "scanning/Dispatcher.h"
 #include "scanning/LimitNotice.h"
 #include "scanning/PatientScanner.h"
+#include "scanning/PutBackFiles.h"
 #include "scanning/RunningScanners.h"
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
@@ -102,10 +103,13 @@ class VantrelQuillo {
   Mutex& scannerCountLock() { return scannerCount_.scannerCountLock(); }
   std::int32_t scannerCount() const { return scannerCount_.scannerCount(); }
   void modifyScannerCountBy(std::int32_t delta) { scannerCount_.modifyScannerCountBy(delta); }
-  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                 const std::string& description) {
-    return notifications_.displayGrowlDialogWithTitleAndDescription(code, description);
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
+                                                 const NotificationDetails& details = {}) {
+    return notifications_.displayGrowlDialogWithTitleAndDescription(code, description, details);
   }
+  void withdrawNotification(const std::string& topic) { notifications_.withdraw(topic); }
+  // Takes back what was said of missing definitions and failed updates, as far as it is over.
+  void definitionsCame();
   std::shared_ptr<const WatchedFolderList> getWatchedFolderList() const {
     return watchList_.getWatchedFolderList();
   }
@@ -138,6 +142,9 @@ class VantrelQuillo {
   void openAndWait(const std::string& folder);
   // Opens it and does not wait.
   void open(const std::string& folder);
+  // Open a log as the menu does.
+  void openScanLog();
+  void openUpdateLog();
 
  private:
   void perform(std::function<void()> request);
@@ -170,6 +177,7 @@ class VantrelQuillo {
   const WatcherServices watcherServices_;
   // Own synchronisation.
   RunningScanners runningScanners_;
+  PutBackFiles putBackFiles_;
   ProgressLog progressLog_;
   ToldFiles toldFiles_;
   AbortedScans abortedScans_;

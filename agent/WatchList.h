@@ -40,6 +40,8 @@ class WatchList {
   // Looks out no more, and empties list and menu.
   void stop();
   void newVolumeAppeared(const std::string& devicePath);
+  // What is to be watched, in words for the log.
+  std::string inWords() const;
 
   std::shared_ptr<const std::vector<std::string>> getWatchedFolderList() const {
     return watchedFolderList.load();

@@ -13,6 +13,8 @@ class Folders {
   virtual std::string homeFolder() const = 0;
   // The per-user temporary folder; absent when the system gives none.
   virtual std::optional<std::string> temporaryFolder() const = 0;
+  // Where programs of this user keep what is theirs and no setting; need not exist.
+  virtual std::string stateFolder() const = 0;
   // The folder of the interface files, images, string tables and the helper tool.
   virtual std::string resourceFolder() const = 0;
 };

@@ -56,9 +56,9 @@ class ScanReport {
   void dealWithLine(const std::string& line, const std::string& timestamp);
   Verdict understood(const std::string& line);
   bool isInfection(std::string_view line) const;
+  bool isPutBack(const Verdict& infection) const;
   void recoverUnreachableClamd();
   void logLine(const std::string& line, const std::string& timestamp);
-  std::string timestampNow();
 
   // Constant after construction.
   ScannerOwner& owner_;
@@ -70,6 +70,7 @@ class ScanReport {
   LimitNotice limitNotice_;
   std::set<std::string> unjudged_;
   bool recovered_ = false;
+  bool hasJudged_ = false;
 };
 
 }  // namespace quillo

@@ -5,11 +5,13 @@ namespace quillo {
 class AbortedScans;
 class Application;
 class Clock;
+class FileDepartures;
 class Folders;
 class InterfaceLoader;
 class LocalizedStrings;
 class ModifierKeys;
 class PreferenceStore;
+class PutBackFiles;
 class RoadObserver;
 class RunningScanners;
 class ScanObserver;
@@ -28,6 +30,9 @@ struct ScannerServices {
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   Workspace& workspace;
+  // Null where found files are not followed up.
+  FileDepartures* fileDepartures = nullptr;
+  PutBackFiles* putBackFiles = nullptr;
   // Each null when nobody looks on, or remembers.
   RoadObserver* roadObserver = nullptr;
   ScanObserver* scanObserver = nullptr;

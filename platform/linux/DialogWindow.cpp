@@ -115,6 +115,10 @@ void DialogWindow::setSubject(const std::string& text) {
   changeText([&] { text_.setSubject(text); });
 }
 
+void DialogWindow::setFind(const std::string& path, const std::string& threat) {
+  changeText([&] { text_.setFind(path, threat); });
+}
+
 void DialogWindow::setSuspicious(bool suspicious) {
   changeText([&] { text_.setSuspicious(suspicious); });
 }

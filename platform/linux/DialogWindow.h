@@ -33,6 +33,7 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   void setDeleteButtonTitle(const std::string& title) { text_.setDeleteButtonTitle(title); }
   void setKind(ButtonDialog::Kind kind);
   void setSubject(const std::string& text);
+  void setFind(const std::string& path, const std::string& threat);
   void setSuspicious(bool suspicious);
   void showFailure(const std::string& text);
   void setAction(ButtonDialog::Action action) { action_ = std::move(action); }

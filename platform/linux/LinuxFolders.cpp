@@ -33,6 +33,11 @@ std::optional<std::string> temporaryOf(const Environment& environment) {
   return runtime ? runtime : existing(environment.folder("TMPDIR"));
 }
 
+std::string stateOf(const Environment& environment) {
+  const auto folder = environment.folder("XDG_STATE_HOME");
+  return (folder ? *folder : homeOf(environment) + "/.local/state") + "/vantrel-quillo";
+}
+
 std::string resourcesOf(const std::string& executable) {
   const std::string folder = deletingLastPathComponent(executable);
   if (access((folder + "/CMakeCache.txt").c_str(), F_OK) == 0) {
@@ -47,6 +52,7 @@ std::string resourcesOf(const std::string& executable) {
 LinuxFolders::LinuxFolders(const Environment& environment, const std::string& executable)
     : home_(homeOf(environment)),
       temporary_(temporaryOf(environment)),
+      state_(stateOf(environment)),
       resources_(resourcesOf(executable)) {}
 
 std::string LinuxFolders::pathOfThisProgram() {

@@ -16,11 +16,13 @@ class LinuxFolders final : public Folders {
 
   std::string homeFolder() const override { return home_; }
   std::optional<std::string> temporaryFolder() const override { return temporary_; }
+  std::string stateFolder() const override { return state_; }
   std::string resourceFolder() const override { return resources_; }
 
  private:
   const std::string home_;
   const std::optional<std::string> temporary_;
+  const std::string state_;
   const std::string resources_;
 };
 

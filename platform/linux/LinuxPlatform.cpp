@@ -14,6 +14,8 @@
 #include "platform/linux/FileHandles.h"
 #include "platform/linux/FreedesktopNotifications.h"
 #include "platform/linux/Guarded.h"
+#include "platform/linux/InotifyDepartures.h"
+#include "platform/linux/LibraryMessages.h"
 #include "platform/linux/LinuxFolders.h"
 #include "platform/linux/LinuxMountNotifications.h"
 #include "platform/linux/LinuxNameWatch.h"
@@ -68,6 +70,7 @@ struct LinuxPlatform::Parts {
   Environment environment = Environment::ofThisProcess();
   SystemClock clock;
   LinuxSystemLog systemLog{clock};
+  LibraryMessages libraryMessages{systemLog};
   SingleInstance singleInstance{environment};
   QtApplication application;
   PostToMain postToMain = [this](std::function<void()> action) {
@@ -87,7 +90,9 @@ struct LinuxPlatform::Parts {
                                   [this](const std::string& problem, const Wording& wording) {
                                     tellOfPreferences(problem, wording);
                                   }};
-  FreedesktopNotifications growl{sessionBus, postToMain, clock, strings, report};
+  FreedesktopNotifications growl{
+      sessionBus, postToMain, clock, strings, resources + "/images/128/application.png", report};
+  InotifyDepartures departures{postToMain, report};
   SessionBusNotificationCenter notificationCenter{sessionBus};
   ScriptingObject scripting{sessionBus, [this] { return application.reopen(); }};
   LogindPowerNotifications power{QDBusConnection::systemBus(), report};
@@ -108,17 +113,29 @@ struct LinuxPlatform::Parts {
   QtStatusBar statusBar{application};
   QtDockTile dockTile{resources + "/interface", application, [this] { application.terminate(); },
                       report};
-  Platform platform{application,   launcher,
-                    authorization, notificationCenter,
-                    dockTile,      folders,
-                    growl,         images,
-                    interfaces,    strings,
-                    modifierKeys,  mounts,
-                    names,         power,
-                    preferences,   scripting,
-                    statusBar,     systemLog,
-                    trash,         volumes,
-                    workspace,     mainInterface.interface()};
+  Platform platform{application,
+                    launcher,
+                    authorization,
+                    notificationCenter,
+                    dockTile,
+                    departures,
+                    folders,
+                    growl,
+                    images,
+                    interfaces,
+                    strings,
+                    modifierKeys,
+                    mounts,
+                    names,
+                    power,
+                    preferences,
+                    scripting,
+                    statusBar,
+                    systemLog,
+                    trash,
+                    volumes,
+                    workspace,
+                    mainInterface.interface()};
   QTimer repeats;
   bool isFirst = true;
 };

@@ -145,6 +145,16 @@ TEST_F(FrontChannel, TellsWhichLimitKeptAFileFromBeingScanned) {
   EXPECT_EQ(verdicts[tree.files().at("gone")].limit, Verdict::Limit::none);
 }
 
+TEST_F(FrontChannel, LeavesTheTimesOfItsSummaryToAReaderWhoHasNoClock) {
+  const std::string file = tree.file("clean");
+  start({"--stdout", file});
+  std::string all;
+  readAll([&](const std::string& line) { all += line + "\n"; });
+  EXPECT_NE(all.find("Infected files: 0\n"), std::string::npos);
+  EXPECT_EQ(all.find("Date"), std::string::npos) << all;
+  EXPECT_NE(tree.run({"--stdout", file}).output.find("Start Date: "), std::string::npos);
+}
+
 TEST_F(FrontChannel, MovesAFileOnceItsLineWasTaken) {
   const std::string infected = tree.file("infected");
   std::vector<std::string> all = words({infected});

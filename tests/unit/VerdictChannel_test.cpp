@@ -111,6 +111,28 @@ TEST_F(VerdictChannelTest, LetsAFileMoveOnlyOnceItsLineHasBeenTaken) {
   EXPECT_EQ(known.destination, "/q/a");
 }
 
+TEST_F(VerdictChannelTest, KeepsTheFileThatTheReaderWantsToStay) {
+  const Verdict verdict = infected("/u/a: Eicar FOUND");
+  for (const bool wanted : {false, true}) {
+    sender.announceMove(verdict);
+    bool allowed = false;
+    std::thread scanner([&] {
+      allowed = sender.mayMove();
+      Verdict outcome = verdict;
+      outcome.whereabouts = allowed ? Whereabouts::moved : Whereabouts::inPlace;
+      sender.tellOutcome(outcome);
+    });
+    const Verdict known = receiver.understand("/u/a: Eicar FOUND", [&](const Verdict& infection) {
+      EXPECT_EQ(infection.file(), "/elsewhere/c");
+      return wanted;
+    });
+    scanner.join();
+    EXPECT_EQ(allowed, wanted);
+    EXPECT_EQ(sender.wasRefused(), !wanted);
+    EXPECT_EQ(known.whereabouts, wanted ? Whereabouts::moved : Whereabouts::inPlace);
+  }
+}
+
 TEST_F(VerdictChannelTest, TakesALateWordForNoOtherLine) {
   using namespace std::chrono_literals;
   const Verdict first = infected("/u/a: Eicar FOUND");

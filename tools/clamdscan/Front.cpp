@@ -288,8 +288,11 @@ void Front::writeSummary(std::chrono::system_clock::time_point start, Clock::Dur
     report_.summary("Total errors: " + std::to_string(report_.failures()));
   }
   report_.summary(time.data());
-  report_.summary("Start Date: " + dateText(start));
-  report_.summary("End Date:   " + dateText(clock_.wallTime()));
+  // A reader that logs every line with its time has no use for these.
+  if (!report_.isForProgram()) {
+    report_.summary("Start Date: " + dateText(start));
+    report_.summary("End Date:   " + dateText(clock_.wallTime()));
+  }
 }
 
 }  // namespace quillo::front

@@ -139,11 +139,14 @@ void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
   MoveFolder::Outcome outcome;
   if (report_.announce(verdict)) {
     outcome = moveFolder_.move(entry.path, file);
+  } else if (report_.moveWasRefused()) {
+    outcome.text = "it was put back";
   } else {
     outcome.text = "whoever reads the report did not confirm its line in time";
   }
-  verdict.whereabouts =
-      outcome.moved ? Verdict::Whereabouts::moved : Verdict::Whereabouts::notMoved;
+  verdict.whereabouts = outcome.moved              ? Verdict::Whereabouts::moved
+                        : report_.moveWasRefused() ? Verdict::Whereabouts::inPlace
+                                                   : Verdict::Whereabouts::notMoved;
   (outcome.moved ? verdict.destination : verdict.reason) = outcome.text;
   report_.outcome(verdict);
   if (!outcome.moved) {

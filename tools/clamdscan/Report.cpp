@@ -87,6 +87,10 @@ bool Report::announce(const Verdict& verdict) {
   return style_.channel == nullptr || style_.channel->mayMove();
 }
 
+bool Report::moveWasRefused() const {
+  return style_.channel != nullptr && style_.channel->wasRefused();
+}
+
 void Report::outcome(const Verdict& verdict) {
   if (style_.channel != nullptr && !style_.quiet) {
     style_.channel->tellOutcome(verdict);
@@ -96,7 +100,7 @@ void Report::outcome(const Verdict& verdict) {
 
 void Report::whereabouts(const Verdict& verdict) {
   const bool moved = verdict.whereabouts == Verdict::Whereabouts::moved;
-  failures_ += moved ? 0 : 1;
+  failures_ += verdict.whereabouts == Verdict::Whereabouts::notMoved ? 1 : 0;
   if (moved && style_.quiet) {
     return;
   }

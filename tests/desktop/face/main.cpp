@@ -22,6 +22,7 @@
 #include <thread>
 #include <vector>
 
+#include "clamav/Verdict.h"
 #include "platform/linux/QtApplication.h"
 #include "platform/linux/QtDockTile.h"
 #include "platform/linux/QtImageLoader.h"
@@ -227,6 +228,12 @@ class Commands {
       dialogs_.back()->setAction(
           [](ButtonDialog::Button) { throw std::runtime_error("the button fails"); });
     } else if (name == "message") {
+      // As the agent does it.
+      const Verdict verdict = Verdict::parse(rest);
+      if (verdict.kind == Verdict::Kind::infected && !verdict.path.empty()) {
+        dialogs_.back()->setFind(verdict.path, verdict.threat);
+        dialogs_.back()->setSuspicious(verdict.isHeuristic());
+      }
       dialogs_.back()->setMessage(replacingAll(rest, "\\n", "\n"));
       say("message " + std::to_string(dialogs_.back()->message().size()));
     } else if (name == "title-of-delete") {
