@@ -72,7 +72,8 @@ TEST_F(AgentInstalled, GuardsAsFromTheBuildTree) {
 
 TEST_F(AgentInstalled, NamesThePrefixThatItWasInstalledTo) {
   install("/tmp/prefix");
-  const std::string program = "/tmp/prefix/bin/vantrel-quillo";
+  const std::string program = "/tmp/prefix/lib/vantrel-quillo/start-session";
+  EXPECT_EQ(fs::status(program).permissions(), fs::perms(0755));
   for (const std::string& file : std::vector<std::string>{
            "share/applications/" + id + ".desktop", "etc/xdg/autostart/" + id + ".desktop",
            "share/dbus-1/services/" + id + ".service"}) {
