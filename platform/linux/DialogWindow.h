@@ -8,6 +8,7 @@
 #include "platform/Dialog.h"
 #include "platform/linux/ButtonEvents.h"
 #include "platform/linux/DialogServices.h"
+#include "platform/linux/DialogSize.h"
 #include "platform/linux/DialogText.h"
 #include "platform/linux/InterfaceFile.h"
 
@@ -48,8 +49,6 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   void arrange();
   void press(ButtonDialog::Button button, unsigned int keys);
   void dismiss();
-  void fit();
-  void fitPaths();
   // Makes room for what comes to be seen in a window that may be on the screen.
   void changeText(const std::function<void()>& change);
   // A place in the piles, else the middle of the screen.
@@ -60,6 +59,7 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   DialogServices& services_;
 
   std::unique_ptr<QDialog> dialog_;
+  std::unique_ptr<DialogSize> size_;
   std::unique_ptr<ButtonEvents> buttonEvents_;
   ButtonDialog::Action action_;
   ButtonDialog::Kind kind_;

@@ -60,7 +60,9 @@ struct LinuxPlatform::Parts {
   ~Parts() { setGuardReport(nullptr); }
 
   void log(const std::string& problem) { systemLog.log(problem); }
+  void tell(const std::string& text);
   void tellOfPreferences(const std::string& problem, const Wording& wording);
+  void tellOfDisplay(const DisplayProblem& problem);
 
   TerminationSignals signals;
   Environment environment = Environment::ofThisProcess();
@@ -132,16 +134,29 @@ LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
     log(singleInstance.problem());
   }
   isFirst = singleInstance.isFirst() && scripting.claimName();
+  if (const auto problem = application.problemWithDisplay(); problem && isFirst) {
+    tellOfDisplay(*problem);
+  }
 }
 
 void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem, const Wording& wording) {
   log(problem);
   const std::string text = Wording{"PREFERENCES_UNREADABLE", {wording.in(strings)}}.in(strings);
-  postToMain([this, text] {
-    if (growl.isGrowlRunning()) {
-      growl.notify({"Vantrel Quillo", "Error", text, 0, true});
-    }
+  postToMain([this, text] { tell(text); });
+}
+
+// When the agent logs to its log already.
+void LinuxPlatform::Parts::tellOfDisplay(const DisplayProblem& problem) {
+  postToMain([this, problem] {
+    log(problem.text);
+    tell(problem.wording.in(strings));
   });
+}
+
+void LinuxPlatform::Parts::tell(const std::string& text) {
+  if (growl.isGrowlRunning()) {
+    growl.notify({"Vantrel Quillo", "Error", text, 0, true});
+  }
 }
 
 LinuxPlatform::LinuxPlatform(int& argc, char** argv)
