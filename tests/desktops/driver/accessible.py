@@ -5,8 +5,8 @@ from gi.repository import Gio, GLib
 agent = "vantrel-quillo"
 root = "/org/a11y/atspi/accessible/root"
 accessible = "org.a11y.atspi.Accessible"
-relative_to_screen, relative_to_window = 0, 1
-menu_item, push_button, text_field = 35, 43, 61
+on_screen, in_window = 0, 1
+push_button, text_field = 43, 61
 is_enabled, is_showing = 1 << 8, 1 << 25
 
 
@@ -72,25 +72,29 @@ class Tree:
         return self.call(node, "org.a11y.atspi.Component", "GetExtents", GLib.Variant("(u)", (whereto,)))[0]
 
 
-def area_of_button(bus, title, name):
-    """x and y from the corner of the window's contents, y from their lower edge, width and height."""
+def area_of_button(bus, window, name):
+    """On the screen; of a button that can be pressed, in that window of the agent. None: there is none such."""
     with Tree(bus) as tree:
-        for window in tree.windows(agent):
-            if tree.name(window) != title:
-                continue
-            height = tree.area(window, relative_to_screen)[3]
-            for node in tree.everything_in(window):
-                if tree.name(node) == name and tree.role(node) == push_button and tree.state(node) & is_enabled:
-                    # Qt 6.4 tells sizes rightly only of areas on the screen.
-                    x, y = tree.area(node, relative_to_window)[:2]
-                    return (x, y - height) + tree.area(node, relative_to_screen)[2:]
+        # Closed windows stay in the tree for a while, and several may bear one title.
+        same = [node for node in tree.windows(agent) if tree.name(node) == window.title and tree.shows(node)]
+        if not same:
+            return None
+        x, y, width, height = window.area
+        node = min(same, key=lambda one: abs(tree.area(one, on_screen)[0] - x))
+        contents = tree.area(node, on_screen)
+        for part in tree.everything_in(node):
+            if tree.name(part) == name and tree.role(part) == push_button and tree.state(part) & is_enabled:
+                # Qt 6.4 tells sizes rightly of areas on the screen, and places of those in the window, whose
+                # frame adds nothing below.
+                left, top = tree.area(part, in_window)[:2]
+                return (x + left, y + height - contents[3] + top) + tree.area(part, on_screen)[2:]
     return None
 
 
 def shown(bus, program, role=None, title=None):
     """Name and area on the screen of all that the program shows now, or that its windows of that title show."""
     with Tree(bus) as tree:
-        return [(tree.name(node), tree.area(node, relative_to_screen)) for window in tree.windows(program)
+        return [(tree.name(node), tree.area(node, on_screen)) for window in tree.windows(program)
                 if title is None or tree.name(window) == title
                 for node in tree.everything_in(window)
                 if (role is None or tree.role(node) == role) and tree.shows(node)]
@@ -99,5 +103,6 @@ def shown(bus, program, role=None, title=None):
 def texts_shown(bus, program, title):
     """What stands in the fields of the windows of that title."""
     with Tree(bus) as tree:
-        return [tree.text(node) for window in tree.windows(program) if tree.name(window) == title
+        return [tree.text(node) for window in tree.windows(program)
+                if tree.name(window) == title and tree.shows(window)
                 for node in tree.everything_in(window) if tree.role(node) == text_field and tree.shows(node)]

@@ -4,7 +4,7 @@ import json
 
 from gi.repository import GLib
 
-from desktop import Desktop, Window
+from desktop import Desktop, Window, centre
 from waiting import await_that, let_pass
 
 left_shift = 42
@@ -91,11 +91,20 @@ class Gnome(Desktop):
             const actor = imports.ui.main.panel.statusArea[name];
             if (actor.visible && actor.mapped && actor.width > 8) {
               const [x, y] = actor.get_transformed_position();
-              return [x, y, actor.width, actor.height];
+              // It has no place before it is drawn for the first time.
+              return Number.isFinite(x) ? [x, y, actor.width, actor.height] : null;
             }
           }
           return null""")
         return tuple(int(value) for value in area) if area else None
+
+    def open_tray_menu(self):
+        """Left click on the icon; the area that the menu takes."""
+        self.click(*centre(await_that("the icon", self.tray_icon)))
+        words = await_that("the menu", self.tray_menu, 5)
+        if "Stop Watching" not in words:
+            raise AssertionError(f"the menu says {words}")
+        return self.tray_menu_area()
 
     def tray_menu(self):
         """The labels of the open menu of the icon, in order."""

@@ -2,16 +2,18 @@
 
 import json
 import os
+import re
 import subprocess
 import tempfile
 
 from gi.repository import Gio, GLib
 
 import accessible
-from desktop import Desktop, Window
+from desktop import Desktop, Window, agent_name, centre
 from fake_input import FakeInput
 from waiting import await_that
 
+escape = 1
 listener = "org.vantrel.DesktopTest"
 script = """
   const found = [];
@@ -44,7 +46,6 @@ class Plasma(Desktop):
         self.bus.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "RequestName",
                       GLib.Variant("(su)", (listener, 0)))
         self.bus.connection.register_object("/", node.interfaces[0], self.hear, None, None)
-        return True
 
     def hear(self, _connection, _sender, _path, _interface, _method, arguments, invocation):
         self.told_ = arguments.unpack()[0]
@@ -64,7 +65,8 @@ class Plasma(Desktop):
             await_that("KWin tells of its windows", lambda: self.told_ is not None, 5)
         finally:
             self.bus.call(*scripting, "unloadScript", GLib.Variant("(s)", ("windows",)))
-        return [Window(w["title"], w["program"], w["active"], tuple(int(v) for v in w["area"]))
+        # KWin numbers windows of one title, and lowers the case of names under X11.
+        return [Window(re.sub(r" <\d+>$", "", w["title"]), w["program"].replace(agent_name.lower(), agent_name), w["active"], tuple(int(v) for v in w["area"]))
                 for w in json.loads(self.told_)]
 
     def prepare(self):
@@ -78,16 +80,28 @@ class Plasma(Desktop):
         return None
 
     def close_popups(self):
-        # Escape.
-        self.press_key(1, True)
-        self.press_key(1, False)
+        self.press_key(escape, True)
+        self.press_key(escape, False)
 
-    def tray_menu_nodes(self):
-        return [entry for program in ("plasmashell", accessible.agent)
-                for entry in accessible.shown(self.bus, program, accessible.menu_item)]
+    def open_tray_menu(self):
+        """Left click on the icon; the area that the menu takes, which is what changes above the panel."""
+        icon = await_that("the icon", self.tray_icon)
+        with tempfile.TemporaryDirectory() as folder:
+            self.take_picture(f"{folder}/before.png")
+            self.click(*centre(icon))
+            return await_that("the menu", lambda: self.changed_since(f"{folder}/before.png", folder, icon[1] - 10), 5)
 
-    def tray_menu(self):
-        return [name for name, _ in self.tray_menu_nodes()]
+    def changed_since(self, picture, folder, height):
+        self.take_picture(f"{folder}/now.png")
+        answer = subprocess.run(
+            ["convert", picture, f"{folder}/now.png", "-compose", "difference", "-composite", "-crop",
+             f"1280x{height}+0+0", "+repage", "-threshold", "5%", "-format", "%@", "info:"],
+            check=False, capture_output=True, text=True).stdout
+        found = re.fullmatch(r"(\d+)x(\d+)\+(\d+)\+(\d+)", answer.strip())
+        if not found:
+            return None
+        width, height, x, y = (int(number) for number in found.groups())
+        return (x, y, width, height) if height > 150 else None
 
     def log_out(self):
         self.bus.call("org.kde.Shutdown", "/Shutdown", "org.kde.Shutdown", "logout")
@@ -108,8 +122,8 @@ class PlasmaOnX11(Plasma):
         self.hand("mousedown" if down else "mouseup", 1)
 
     def press_key(self, code, down):
-        # X counts keys from 8 on.
-        self.hand("keydown" if down else "keyup", code + 8)
+        # X counts keys from 8 on; a single digit would be the key of that name.
+        self.hand("keydown" if down else "keyup", "Escape" if code == escape else code + 8)
 
     def take_picture(self, path):
         subprocess.run(["import", "-window", "root", path], check=True)

@@ -1,7 +1,10 @@
 """usage: main.py kde-x11|kde-wayland|gnome|gnome-tray [PART OF A TEST'S NAME]"""
 
+import subprocess
 import sys
 import unittest
+
+from gi.repository import GLib
 
 import session_test
 
@@ -12,20 +15,31 @@ suite = unittest.TestSuite(
     test for case in session_test.tests[kind] for test in loader.loadTestsFromTestCase(case)
     if wanted in test.id())
 print(f"{kind}: logging in", flush=True)
+
+
+def keep_picture(name):
+    """Of a failure; the desktop may have gone with it."""
+    try:
+        session_test.desktop.picture(f"failed-{name}")
+    except (GLib.Error, OSError, subprocess.CalledProcessError) as error:
+        print(f"no picture: {error}")
+
+
 try:
     session_test.log_in(kind)
 except AssertionError:
-    session_test.desktop.picture("failed-login")
+    keep_picture("login")
     raise
-print(f"{kind}: shows itself {session_test.logins[0]:.1f} s after the desktop stands", flush=True)
+print(f"{kind}: shows itself {session_test.logins[0]:.1f} s after it was started and the desktop stood", flush=True)
 
 
 class Result(unittest.TextTestResult):
     """Keeps what the screen showed when a test failed, before it is cleared away."""
 
     def addFailure(self, test, err):
-        session_test.desktop.picture("failed-" + test.id().rpartition(".")[2])
+        keep_picture(test.id().rpartition(".")[2])
         super().addFailure(test, err)
+        print(self.failures[-1][1], flush=True)
 
     addError = addFailure
 
