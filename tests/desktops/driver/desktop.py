@@ -107,6 +107,13 @@ class Desktop:
         found = [window for window in self.windows() if window.title == title]
         return found[-1] if found else None
 
+    def settled_window(self, title):
+        """The window once it has found its place, which it has not at first."""
+        first = self.window(title)
+        let_pass(100)
+        return first if first and first.area[2] > 100 and first.area[1] > 0 and self.window(title).area == first.area \
+            else None
+
     def is_covered(self, window):
         windows = self.windows()
         return any(other.title and overlap(other.area, window.area)

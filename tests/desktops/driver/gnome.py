@@ -117,7 +117,7 @@ class Gnome(Desktop):
         return int(x), int(y), int(width), int(height)
 
     def close_popups(self):
-        self.script(open_menu + "if (menu) menu.close(); return true")
+        self.script(open_menu + "if (menu) menu.close(); imports.ui.main.overview.hide(); return true")
 
     def notifications_of_agent(self):
         """Title and text of each that the shell keeps; not those that the shell makes of its own accord."""

@@ -52,9 +52,9 @@ class Plasma(Desktop):
         invocation.return_value(None)
 
     def stands(self):
-        # Plasma's splash goes when its panel and desktop are drawn.
-        return self.bus.has("org.kde.KWin") and self.bus.has("org.kde.plasmashell") and \
-            self.bus.has("org.kde.StatusNotifierWatcher") and not self.bus.has("org.kde.KSplash")
+        # A login begins with a splash; its panel, with the clock, comes last.
+        return self.bus.has("org.kde.KWin") and not self.bus.has("org.kde.KSplash") and \
+            any(name == "Digital Clock" for name, _ in accessible.shown(self.bus, "plasmashell", accessible.push_button))
 
     def windows(self):
         self.told_ = None

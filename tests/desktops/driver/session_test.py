@@ -19,6 +19,8 @@ letter = f"{home}/letter"
 warning = "Malware Found"
 # What a person waits for without doubting.
 soon = 3
+# Of 1; bright windows have 0.8 and more, dark ones 0.2.
+dark = 0.4
 
 kinds = {"gnome": Gnome, "gnome-tray": Gnome, "kde-x11": PlasmaOnX11, "kde-wayland": PlasmaOnWayland}
 desktop = None
@@ -68,13 +70,13 @@ class Guarded(unittest.TestCase):
     def write_letter(self):
         """A program with the keyboard, into which a person types."""
         desktop.start_program("letter", "python3", f"{os.path.dirname(__file__)}/typist.py", letter)
-        window = await_that("the letter's window", lambda: desktop.window("Letter"))
+        window = await_that("the letter's window", lambda: desktop.settled_window("Letter"))
         # A corner that no warning will cover.
         desktop.click(window.area[0] + 30, window.area[1] + window.area[3] - 30)
         await_that("the letter has the keyboard", lambda: desktop.window("Letter").active)
 
     def await_warning(self):
-        return await_that("the window of the warning", lambda: desktop.window(warning), 15)
+        return await_that("the window of the warning", lambda: desktop.settled_window(warning), 15)
 
     def press(self, name):
         area = await_that(f'the button "{name}" of the warning',
@@ -170,9 +172,9 @@ class DarkTest(Guarded):
         self.addCleanup(subprocess.run, ["gsettings", "reset", "org.gnome.desktop.interface", "color-scheme"])
         save_infected("invoice.pdf.com")
         window = self.await_warning()
-        desktop.await_quiet(window)
+        happens(lambda: desktop.brightness_of(window) < dark, 3)
         desktop.picture("dark")
-        self.assertLess(desktop.brightness_of(window), 0.4)
+        self.assertLess(desktop.brightness_of(window), dark)
 
 
 tests = {
