@@ -14,7 +14,8 @@ constexpr int mostLinesOfPath = 4;
 
 // How many lines a text takes in a field that is as wide as the window is before it is shown.
 int linesOf(const QPlainTextEdit& field, double width) {
-  QTextLayout layout(field.toPlainText(), field.font());
+  const QPaintDevice* screen = field.viewport();
+  QTextLayout layout(field.toPlainText(), field.font(), screen);
   QTextOption option;
   option.setWrapMode(field.wordWrapMode());
   layout.setTextOption(option);
@@ -49,8 +50,9 @@ void DialogSize::fit(const QSize& room) {
   }
   const int width = qMin(wanted, room.width());
   fitPaths(width);
-  if (heightFor(width) > room.height()) {
+  if (!scroller_ && heightFor(width) > room.height()) {
     scrollTexts();
+    fitPaths(width);
   }
   setSize(width, qMin(heightFor(width), room.height()));
 }
@@ -91,10 +93,10 @@ void DialogSize::fitPaths(int width) {
     const auto setLines = [&](int lines, int margins) {
       edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + margins);
       window_.layout()->invalidate();
-      window_.resize(width, heightFor(width));
+      layOut(width);
     };
     setLines(1, 2 * margin);
-    window_.layout()->activate();
+    layOut(width);
     const int lines = linesOf(*edit, edit->width() - 2 * margin);
     const bool fits = lines <= mostLinesOfPath;
     edit->setVerticalScrollBarPolicy(fits ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
@@ -119,7 +121,7 @@ void DialogSize::scrollTexts() {
   rows->takeAt(place);
   scroller_ = new QScrollArea(&window_);
   scroller_->setFrameShape(QFrame::NoFrame);
-  scroller_->setWidgetResizable(true);
+  scroller_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   scroller_->setFocusPolicy(Qt::NoFocus);
   auto* content = new QWidget;
   texts->setContentsMargins(0, 0, 0, 0);
@@ -130,19 +132,43 @@ void DialogSize::scrollTexts() {
 
 int DialogSize::heightFor(int width) const {
   const QLayout& layout = *window_.layout();
-  const int whole = layout.hasHeightForWidth() ? layout.totalHeightForWidth(width)
-                                               : layout.totalSizeHint().height();
-  if (!scroller_) {
-    return whole;
+  if (scroller_) {
+    return layout.totalMinimumSize().height() - scroller_->minimumSizeHint().height() +
+           sizeOfTexts(width).height();
   }
-  const int inner = width - marginsOf(layout);
+  return layout.hasHeightForWidth() ? layout.totalHeightForWidth(width)
+                                    : layout.totalSizeHint().height();
+}
+
+// Beside the bar that scrolls them.
+QSize DialogSize::sizeOfTexts(int width) const {
   const QWidget& content = *scroller_->widget();
-  const int texts =
-      content.hasHeightForWidth() ? content.heightForWidth(inner) : content.sizeHint().height();
-  return layout.totalMinimumSize().height() - scroller_->minimumSizeHint().height() + texts;
+  content.layout()->activate();
+  const int beside =
+      marginsOf(*window_.layout()) + scroller_->verticalScrollBar()->sizeHint().width();
+  const int inner = qMax(width - beside, content.layout()->minimumSize().width());
+  return {inner, content.hasHeightForWidth() ? content.heightForWidth(inner)
+                                             : content.sizeHint().height()};
+}
+
+// Gives everything in it the place that it has when the window is so wide. A hidden window does
+// that by itself only when it is shown.
+void DialogSize::layOut(int width) {
+  const int height = heightFor(width);
+  window_.resize(width, height);
+  window_.layout()->activate();
+  window_.layout()->setGeometry(QRect(0, 0, width, height));
+  if (scroller_) {
+    const QSize texts = sizeOfTexts(width);
+    scroller_->widget()->setFixedSize(texts);
+    scroller_->widget()->layout()->setGeometry(QRect(QPoint(), texts));
+  }
 }
 
 void DialogSize::setSize(int width, int height) {
+  if (scroller_) {
+    scroller_->widget()->setFixedSize(sizeOfTexts(width));
+  }
   window_.setFixedSize(width, height);
   window_.resize(width, height);
 }

@@ -27,6 +27,8 @@ class DialogSize {
   void fitPaths(int width);
   void scrollTexts();
   int heightFor(int width) const;
+  QSize sizeOfTexts(int width) const;
+  void layOut(int width);
   void setSize(int width, int height);
 
   QDialog& window_;

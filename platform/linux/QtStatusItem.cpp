@@ -91,7 +91,18 @@ void QtStatusItem::show() {
   }
   if (isNew) {
     icon_->show();
+    panelItem_ = opensNoMenu() ? PanelItem::putBeforeQts() : nullptr;
   }
+  if (panelItem_) {
+    panelItem_->setIcon(icon_->icon());
+    panelItem_->setToolTip(icon_->toolTip());
+  }
+}
+
+// Wayland has no place beside the icon for a menu of the application's.
+bool QtStatusItem::opensNoMenu() const {
+  return host_.kind() == TrayHost::Kind::statusNotifier &&
+         !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 void QtStatusItem::putUp(QtMenu& menu) {

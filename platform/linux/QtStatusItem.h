@@ -1,11 +1,13 @@
 #pragma once
 
+#include <QPointer>
 #include <QSystemTrayIcon>
 #include <memory>
 #include <string>
 
 #include "platform/Application.h"
 #include "platform/StatusItem.h"
+#include "platform/linux/PanelItem.h"
 #include "platform/linux/QtMenu.h"
 #include "platform/linux/TrayHost.h"
 #include "posix/Mutex.h"
@@ -43,6 +45,7 @@ class QtStatusItem final : public StatusItem {
   Look look() const;
   void show();
   void putUp(QtMenu& menu);
+  bool opensNoMenu() const;
   MenuHost hostOfMenu() const;
   void openMenu(QtMenu& menu);
   void menuOpened(bool isOpen);
@@ -53,6 +56,7 @@ class QtStatusItem final : public StatusItem {
   const bool takesRoom_;
   // Main thread only.
   std::unique_ptr<QSystemTrayIcon> icon_;
+  QPointer<PanelItem> panelItem_;
   ImageRef shownImage_;
   ImageRef imageWhenOpened_;
   std::string shownToolTip_;

@@ -12,6 +12,7 @@ namespace {
 // The outlines of every icon.
 constexpr QRgb outlineColour = 0x16212c;
 constexpr int heightOfBar = 28;
+constexpr const char* applicationId = "org.vantrel.VantrelQuillo";
 constexpr const char* notepadTitle = "Notepad";
 const std::string notesOfAda = "/home/ada/notes.txt";
 
@@ -71,8 +72,56 @@ AgentOnSway::Window AgentOnSway::warningOf(const std::string& fileName) {
   return *window;
 }
 
+std::optional<AgentOnSway::Window> AgentOnSway::windowOfTheAgent() {
+  std::optional<Window> topmost;
+  for (const Window& window : session_->windows()) {
+    if (window.application == applicationId) {
+      topmost = window;
+    }
+  }
+  return topmost;
+}
+
 std::vector<QRect> AgentOnSway::buttonsOf(const Window& window) {
-  return buttonsIn(session_->picture(), window.area);
+  return buttonsIn(session_->picture(), pixelsOf(window), middleOfButtons_ * session_->scale());
+}
+
+QRect AgentOnSway::pixelsOf(const Window& window) const {
+  constexpr int border = 2;
+  const int scale = session_->scale();
+  const QRect inner = window.area.adjusted(border, border, -border, -border);
+  return {inner.topLeft() * scale, inner.size() * scale};
+}
+
+void AgentOnSway::awaitButtons(const Window& window) {
+  const bool answer = session_->eventually([&] {
+    const QImage picture = session_->picture();
+    const std::vector<QRect> buttons =
+        buttonsIn(picture, pixelsOf(window), middleOfButtons_ * session_->scale());
+    return !buttons.empty() && looksEnabled(picture, buttons.back());
+  });
+  if (!answer) {
+    session_->keepPicture("sway-without-buttons");
+    throw std::runtime_error("the buttons do not answer");
+  }
+}
+
+void AgentOnSway::clickButton(const Window& window, std::size_t place) {
+  awaitButtons(window);
+  const QPoint middle = buttonsOf(window).at(place).center() / session_->scale();
+  session_->click(middle.x(), middle.y());
+}
+
+QRect AgentOnSway::changedArea(const QImage& before, const QImage& after) {
+  QRect changed;
+  for (int y = 0; y < after.height(); ++y) {
+    for (int x = 0; x < after.width(); ++x) {
+      if (before.pixel(x, y) != after.pixel(x, y)) {
+        changed |= QRect(x, y, 1, 1);
+      }
+    }
+  }
+  return changed;
 }
 
 }  // namespace quillo::tests

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/desktop/root/AgentInSession.h"
+#include "tests/desktop/support/PictureParts.h"
 #include "tests/desktop/support/SwaySession.h"
 
 namespace quillo::tests {
@@ -29,13 +32,25 @@ class AgentOnSway : public AgentInSession {
   QRect iconArea();
   // Saves the test file of that name; gives the window that warns of it once it is drawn.
   Window warningOf(const std::string& fileName);
-  // Where the buttons of a window are, from the left.
+  // The topmost window of the agent's, whatever its title.
+  std::optional<Window> windowOfTheAgent();
+  // Where the buttons of a window's last row are, from the left, in pixels of the monitor.
   std::vector<QRect> buttonsOf(const Window& window);
+  // Waits until they answer.
+  void awaitButtons(const Window& window);
+  void clickButton(const Window& window, std::size_t place);
+  // Where the buttons are in a font of another size: above the lower edge of their window.
+  void setMiddleOfButtons(int height) { middleOfButtons_ = height; }
+  // What two pictures of the screen differ in.
+  static QRect changedArea(const QImage& before, const QImage& after);
 
  private:
+  QRect pixelsOf(const Window& window) const;
+
   // Kept by AgentInSession.
   SwaySession* session_ = nullptr;
   std::unique_ptr<ChildProcess> notepad_;
+  int middleOfButtons_ = usualMiddleOfButtons;
 };
 
 }  // namespace quillo::tests

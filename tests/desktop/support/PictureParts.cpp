@@ -27,8 +27,7 @@ std::vector<Run> runs(int begin, int end, int gap, const std::function<bool(int 
 
 }  // namespace
 
-std::vector<QRect> buttonsIn(const QImage& picture, const QRect& window) {
-  constexpr int heightOfMiddle = 22;
+std::vector<QRect> buttonsIn(const QImage& picture, const QRect& window, int heightOfMiddle) {
   constexpr int smallestGap = 3;
   constexpr int narrowest = 40;
   const int y = window.bottom() - heightOfMiddle;

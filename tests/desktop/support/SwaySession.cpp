@@ -74,6 +74,8 @@ SwaySession::SwaySession(const User& user, const Options& options)
   ipc_ = std::make_unique<SwayIpc>(runtimeFolder() + "/sway.sock");
   pointer_ = std::make_unique<WaylandPointer>(runtimeFolder() + "/" + waylandDisplay);
   pointTo(0, size().height() - 1);
+  // A keyboard that lies there: programs lose the first key of one that has just been plugged in.
+  keyboard_ = startCommand({"wtype", "-s", "4000000"});
 }
 
 void SwaySession::configure() {

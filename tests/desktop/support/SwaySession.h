@@ -47,6 +47,8 @@ class SwaySession final : public UserSession {
   SwaySession(const User& user, const Options& options);
 
   SwayIpc& sway() { return *ipc_; }
+  // Pixels of the monitor in one of the desktop's.
+  int scale() const { return options_.scale; }
   // The room for windows and the bar.
   QSize size() const { return QSize(width, height) / options_.scale; }
 
@@ -83,6 +85,7 @@ class SwaySession final : public UserSession {
   std::unique_ptr<ChildProcess> compositor_;
   std::unique_ptr<SwayIpc> ipc_;
   std::unique_ptr<WaylandPointer> pointer_;
+  std::unique_ptr<ChildProcess> keyboard_;
   std::unique_ptr<ChildProcess> bar_;
   std::unique_ptr<ChildProcess> notificationServer_;
 };
