@@ -68,7 +68,7 @@ class Desktop:
     def await_face(self, seconds):
         """How long the agent took to be seen, from when both it was started and the desktop stood."""
         await_that("the agent's icon" if self.has_tray else "a notification of the agent",
-                   self.tray_icon if self.has_tray else self.notifications_of_agent, seconds)
+                   self.shows_icon if self.has_tray else self.banner_of_agent, seconds)
         seen = now()
         return seen - max(self.stands_since_, begin_of(self.bus.process_of(agent_name)))
 
@@ -78,6 +78,12 @@ class Desktop:
         await_that("the session ends", lambda: not os.path.exists(f"/proc/{before}"), 60)
         self.bus.close()
         self.await_login()
+
+    def shows_icon(self):
+        """A panel keeps a grey place for an icon that it has not drawn yet."""
+        area = self.tray_icon()
+        return area and float(self.measured(area, "-colorspace", "HSL", "-channel", "G", "-separate",
+                                            "-format", "%[fx:maxima]")) > 0.3
 
     # What a person does.
 
@@ -127,10 +133,12 @@ class Desktop:
 
     def brightness_of(self, window):
         """From 0, black, to 1, white; of what stands there on the screen."""
+        return float(self.measured(window.area, "-colorspace", "Gray", "-format", "%[fx:mean]"))
+
+    def measured(self, area, *measure):
         with tempfile.TemporaryDirectory() as folder:
             self.take_picture(f"{folder}/screen.png")
-            x, y, width, height = window.area
-            answer = subprocess.run(
-                ["convert", f"{folder}/screen.png", "-crop", f"{width}x{height}+{x}+{y}", "-colorspace", "Gray",
-                 "-format", "%[fx:mean]", "info:"], check=True, capture_output=True, text=True)
-        return float(answer.stdout)
+            x, y, width, height = area
+            return subprocess.run(
+                ["convert", f"{folder}/screen.png", "-crop", f"{width}x{height}+{x}+{y}", *measure, "info:"],
+                check=True, capture_output=True, text=True).stdout

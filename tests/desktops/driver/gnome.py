@@ -119,15 +119,14 @@ class Gnome(Desktop):
     def close_popups(self):
         self.script(open_menu + "if (menu) menu.close(); imports.ui.main.overview.hide(); return true")
 
-    def notifications_of_agent(self):
-        """Title and text of each that the shell keeps; not those that the shell makes of its own accord."""
-        return self.script("""
-          const all = [];
-          for (const source of imports.ui.main.messageTray.getSources())
-            for (const one of source.notifications)
-              if (source.constructor.name.startsWith('FdoNotification'))
-                all.push([one.title || '', one.bannerBodyText || '']);
-          return all""")
+    def banner_of_agent(self):
+        """Title and text of the notification of a program that stands on the screen."""
+        found = self.script("""
+          const tray = imports.ui.main.messageTray, one = tray._notification;
+          const stands = tray._banner && tray._banner.mapped && tray._notificationState === 2;
+          return stands && one.source.constructor.name.startsWith('FdoNotification')
+            ? [one.title || '', one.bannerBodyText || ''] : null""")
+        return tuple(found) if found else None
 
     def log_out(self):
         self.bus.call("org.gnome.SessionManager", "/org/gnome/SessionManager",
