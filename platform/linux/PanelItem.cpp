@@ -123,10 +123,6 @@ PanelPictures PanelItem::iconPixmap() const {
 
 PanelToolTip PanelItem::toolTip() const { return {{}, {}, toolTip_, {}}; }
 
-void PanelItem::Activate(int x, int y) {
-  QMetaObject::invokeMethod(&qts_, "Activate", Q_ARG(int, x), Q_ARG(int, y));
-}
-
 void PanelItem::ContextMenu(int x, int y) {
   QMetaObject::invokeMethod(&qts_, "ContextMenu", Q_ARG(int, x), Q_ARG(int, y));
 }

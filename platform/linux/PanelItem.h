@@ -31,8 +31,9 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PanelToolTip& tip
 
 // The status item as panels see it over D-Bus (org.kde.StatusNotifierItem), in place of the one
 // that Qt shows them, which says of itself that it opens windows: on Wayland no program can open a
-// menu beside a panel's icon, so it is for the panel to do it, at any click. The menu itself, and
-// what the panel is told when, stay Qt's. Main thread.
+// menu beside a panel's icon, so it is for the panel to do it, at any click. Plasma asks the item
+// to open a window all the same, and opens the menu only when there is no such operation. The menu
+// itself, and what the panel is told when, stay Qt's. Main thread.
 class PanelItem final : public QDBusAbstractAdaptor {
   Q_OBJECT
   Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
@@ -67,7 +68,6 @@ class PanelItem final : public QDBusAbstractAdaptor {
   PanelToolTip toolTip() const;
 
  public Q_SLOTS:
-  void Activate(int x, int y);
   void ContextMenu(int x, int y);
   void SecondaryActivate(int x, int y);
   void Scroll(int delta, const QString& orientation);
