@@ -4,6 +4,7 @@
 #include "agent/Preferences.h"
 #include "engine/EngineProblem.h"
 #include "menu/Throbber.h"
+#include "platform/LocalizedStrings.h"
 #include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
@@ -19,11 +20,13 @@ constexpr int couldNotRun = -1;
 }  // namespace
 
 DefinitionUpdates::DefinitionUpdates(Preferences& preferences, Notifications& notifications,
-                                     Throbber& menu, UpdateWindows& windows, ThreadStarter& threads)
+                                     Throbber& menu, UpdateWindows& windows,
+                                     LocalizedStrings& strings, ThreadStarter& threads)
     : preferences_(preferences),
       notifications_(notifications),
       mainMenu(menu),
       windows_(windows),
+      strings_(strings),
       threads_(threads) {}
 
 void DefinitionUpdates::updateVirusDefsAndNotify(bool notify) {
@@ -83,15 +86,23 @@ void DefinitionUpdates::showResult(int status, bool exit1MeansUpdated, bool noti
   const auto names = notifications_.names();
   NotificationCode code = notificationError;
   std::string text = names->unknownError;
+  // Whatever an earlier update came to is the past now.
+  notifications_.withdraw(updateTopic);
+  NotificationDetails details;
+  details.topic = updateTopic;
   if (status == 0 || status == 1) {
+    windows_.definitionsCame();
     if (!notify) {
       return;
     }
     const bool updated = status == updatedStatus;
     code = updated ? notificationUpdateSuccessful : notificationAlreadyUpToDate;
     text = updated ? names->updateSuccessful : names->alreadyUpToDate;
+  } else {
+    details.buttons.push_back({strings_.stringForKey("NOTIFICATION_LOG", ""),
+                               [&windows = windows_] { windows.openUpdateLog(); }});
   }
-  if (!notifications_.displayGrowlDialogWithTitleAndDescription(code, text)) {
+  if (!notifications_.displayGrowlDialogWithTitleAndDescription(code, text, details)) {
     windows_.displayUpdateResult(text);
   }
 }

@@ -5,6 +5,7 @@
 
 namespace quillo {
 
+class LocalizedStrings;
 class Notifications;
 class Preferences;
 class ThreadStarter;
@@ -12,12 +13,17 @@ class Throbber;
 struct EngineProblem;
 struct LaunchRequest;
 
-// What an update's end shows when no notification can be posted. Any thread.
+// What an update's end shows and asks for besides a notification. Any thread, unless said
+// otherwise.
 class UpdateWindows {
  public:
   virtual ~UpdateWindows() = default;
   virtual void displayUpdateResult(const std::string& text) = 0;
   virtual void displayNoEngineWindow(const EngineProblem& problem) = 0;
+  // An update has ended well: definitions are there now.
+  virtual void definitionsCame() = 0;
+  // Main thread.
+  virtual void openUpdateLog() = 0;
 };
 
 // Updates of the virus definitions, each on a short-lived thread of its own. Several may run at
@@ -25,7 +31,7 @@ class UpdateWindows {
 class DefinitionUpdates {
  public:
   DefinitionUpdates(Preferences& preferences, Notifications& notifications, Throbber& mainMenu,
-                    UpdateWindows& windows, ThreadStarter& threads);
+                    UpdateWindows& windows, LocalizedStrings& strings, ThreadStarter& threads);
 
   // Starts an update and returns at once. Without `notify`, only a failure is shown. Main thread.
   void updateVirusDefsAndNotify(bool notify);
@@ -41,6 +47,7 @@ class DefinitionUpdates {
   Notifications& notifications_;
   Throbber& mainMenu;
   UpdateWindows& windows_;
+  LocalizedStrings& strings_;
   ThreadStarter& threads_;
 };
 

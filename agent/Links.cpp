@@ -28,9 +28,14 @@ std::string ScannerLink::getQuitMenuName() { return agent_.mainMenu().getQuitMen
 void ScannerLink::quit() { agent_.quit(); }
 void ScannerLink::openAndWait(const std::string& folder) { agent_.openAndWait(folder); }
 void ScannerLink::open(const std::string& folder) { agent_.open(folder); }
+void ScannerLink::openScanLog() { agent_.openScanLog(); }
 bool ScannerLink::displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                            const std::string& description) {
-  return agent_.displayGrowlDialogWithTitleAndDescription(code, description);
+                                                            const std::string& description,
+                                                            const NotificationDetails& details) {
+  return agent_.displayGrowlDialogWithTitleAndDescription(code, description, details);
+}
+void ScannerLink::withdrawNotification(const std::string& topic) {
+  agent_.withdrawNotification(topic);
 }
 void ScannerLink::addToDialogList(std::shared_ptr<FileRemover> dialog) {
   agent_.dialogList().addToDialogList(std::move(dialog));
@@ -68,12 +73,16 @@ void WatcherLink::addToItemList(std::vector<std::string>& paths) {
 
 std::optional<std::string> EngineLink::clamPATH() { return agent_.preferences().clamPATH(); }
 bool EngineLink::displayError(const std::string& description) {
-  return agent_.displayGrowlDialogWithTitleAndDescription(notificationError, description);
+  NotificationDetails details;
+  details.topic = engineTopic;
+  return agent_.displayGrowlDialogWithTitleAndDescription(notificationError, description, details);
 }
 void EngineLink::displayNoEngineWindow(const EngineProblem& problem) {
   agent_.displayNoEngineWindow(problem);
 }
 void EngineLink::displayUpdateResult(const std::string& text) { agent_.displayUpdateResult(text); }
+void EngineLink::definitionsCame() { agent_.definitionsCame(); }
+void EngineLink::openUpdateLog() { agent_.openUpdateLog(); }
 void EngineLink::waitKeepingDesktopAlive(const std::function<void()>& wait) {
   agent_.waitKeepingDesktopAlive(wait);
 }

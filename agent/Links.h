@@ -53,8 +53,10 @@ class ScannerLink final : public ScannerOwner {
   void quit() override;
   void openAndWait(const std::string& folder) override;
   void open(const std::string& folder) override;
-  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                 const std::string& description) override;
+  void openScanLog() override;
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
+                                                 const NotificationDetails& details) override;
+  void withdrawNotification(const std::string& topic) override;
   void addToDialogList(std::shared_ptr<FileRemover> dialog) override;
   void removeFromDialogList(const FileRemover& dialog) override;
   void removeAllFromDialogList() override;
@@ -89,6 +91,8 @@ class EngineLink final : public ClamdLinkOwner, public UpdateWindows {
   bool displayError(const std::string& description) override;
   void displayNoEngineWindow(const EngineProblem& problem) override;
   void displayUpdateResult(const std::string& text) override;
+  void definitionsCame() override;
+  void openUpdateLog() override;
   void waitKeepingDesktopAlive(const std::function<void()>& wait) override;
 
  private:

@@ -44,12 +44,13 @@ GrowlRegistration Notifications::registrationDictionaryForGrowl() const {
 }
 
 bool Notifications::displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                              const std::string& description) {
+                                                              const std::string& description,
+                                                              const NotificationDetails& details) {
   if (MacOSVersion < firstVersionWithNotifications || !growl_.isGrowlRunning()) {
     return false;
   }
   const auto names = names_.load();
-  GrowlNotification notification{ownTitle, errorName, description, 0, true};
+  GrowlNotification notification{ownTitle, errorName, description, 0, true, details};
   switch (code) {
     case notificationFound:
       notification.title = notification.name = names->growlFound;
@@ -69,6 +70,9 @@ bool Notifications::displayGrowlDialogWithTitleAndDescription(std::int32_t code,
     default:
       break;
   }
+  const bool isFind =
+      code == notificationFound || code == notificationQuarantined || code == notificationRemoved;
+  notification.details.isFind = notification.details.isFind || isFind;
   growl_.notify(notification);
   return true;
 }

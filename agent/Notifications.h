@@ -36,8 +36,12 @@ class Notifications {
   void registerWith(Application& application);
   GrowlRegistration registrationDictionaryForGrowl() const;
   // Whether the notification was posted: false when the desktop is too old or the service does not
-  // run. Any thread.
-  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description);
+  // run. `details` for a service that shows them; of the codes, only those of infected files tell
+  // by themselves that they are finds. Any thread.
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
+                                                 const NotificationDetails& details = {});
+  // Takes back what was posted of the topic. Any thread.
+  void withdraw(const std::string& topic) { growl_.withdraw(topic); }
   // Before the process ends, so that the user sees the last ones. Main thread.
   void handOver() { growl_.handOver(); }
   std::shared_ptr<const NotificationNames> names() const { return names_.load(); }

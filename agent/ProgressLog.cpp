@@ -32,4 +32,12 @@ void ProgressLog::scanEnded(const std::vector<std::string>& paths, int status) {
   }
 }
 
+void ProgressLog::abandoned(const std::vector<std::string>& paths) {
+  if (enabled_) {
+    for (const std::string& path : paths) {
+      log_.log("Aborted, not scanned: " + path);
+    }
+  }
+}
+
 }  // namespace quillo

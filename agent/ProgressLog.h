@@ -21,6 +21,7 @@ class ProgressLog final : public RoadObserver {
   void becameStable(const std::string& path) override;
   void scanStarted(const std::vector<std::string>& paths) override;
   void scanEnded(const std::vector<std::string>& paths, int status) override;
+  void abandoned(const std::vector<std::string>& paths) override;
 
  private:
   SystemLog& log_;

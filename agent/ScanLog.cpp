@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "clamav/Accounts.h"
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
@@ -30,6 +31,13 @@ ScanLog::ScanLog(Folders& folders, PreferenceStore& preferences, SystemLog& log,
 
 std::string ScanLog::path() const {
   return folders_.homeFolder() + "/Library/Logs/VantrelQuillo-scan.log";
+}
+
+void ScanLog::greet() {
+  const std::string user = accountNumbered(getuid()).name;
+  log_.log("Vantrel Quillo " QUILLO_VERSION " starts for " +
+           (user.empty() ? "user " + std::to_string(getuid()) : user) +
+           ". This log says what is scanned and found. Help: man vantrel-quillo");
 }
 
 void ScanLog::logAllToScanLog() {

@@ -22,6 +22,8 @@ class ScanLog {
           std::function<void(const std::function<void()>&)> wait);
 
   std::string path() const;
+  // Begins what this process logs with a line for people: what this is, for whom, where help is.
+  void greet();
   // Lays standard error, then standard output onto the log, in append mode. When it cannot be
   // opened both stay as they are, and the system log says why.
   void logAllToScanLog();

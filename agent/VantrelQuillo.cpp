@@ -6,6 +6,7 @@
 
 #include "platform/Application.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
 #include "platform/PowerNotifications.h"
@@ -46,9 +47,13 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.preferenceStore,
                        services.platform.systemLog,
                        services.platform.workspace,
+                       &services.platform.fileDepartures,
+                       &putBackFiles_,
                        &progressLog_,
                        &face_,
-                       &runningScanners_},
+                       &runningScanners_,
+                       &toldFiles_,
+                       &abortedScans_},
       watcherServices_{services.platform.application,
                        services.platform.authorization,
                        services.clock,
@@ -58,7 +63,9 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.preferenceStore,
                        services.platform.systemLog,
                        services.platform.trashFolders},
+      putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
       progressLog_(services.platform.systemLog),
+      abortedScans_(services.platform.systemLog, &progressLog_),
       face_({services.clock, services.platform.dockTile, services.platform.folders,
              services.platform.localizedStrings}),
       theDispatcher_(services.clock, services.platform.systemLog, services.platform.volumes,
@@ -78,7 +85,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
       watchList_({services.platform.folders, services.platform.mountNotifications,
                   services.platform.preferenceStore, services.platform.systemLog},
                  mainMenu_, theDispatcher_),
-      definitionUpdates_(preferences_, notifications_, mainMenu_, engineLink_, services.threads),
+      definitionUpdates_(preferences_, notifications_, mainMenu_, engineLink_,
+                         services.platform.localizedStrings, services.threads),
       scanLog_(services.platform.folders, services.platform.preferenceStore,
                services.platform.systemLog,
                [this](const std::function<void()>& wait) { waitKeepingDesktopAlive(wait); }),
@@ -148,6 +156,7 @@ void VantrelQuillo::connectInterface() {
 
 void VantrelQuillo::applicationDidFinishLaunching() {
   perform([this] {
+    scanLog_.greet();
     startThreads();
     // They can ask while the engine loads, which may take long.
     answerScripts();
@@ -256,7 +265,7 @@ void VantrelQuillo::wakingUp() {
 }
 
 void VantrelQuillo::abortScans() {
-  theDispatcher_.abortScans();
+  abortedScans_.abort(theDispatcher_.abortScans());
   runningScanners_.endAll();
   runShellCommand("killall -9 clamdscan");
 }

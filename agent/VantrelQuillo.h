@@ -28,8 +28,11 @@
 #include "menu/Throbber.h"
 #include "platform/Dialog.h"
 #include "posix/Snapshot.h"
+#include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
+#include "scanning/LimitNotice.h"
 #include "scanning/PatientScanner.h"
+#include "scanning/PutBackFiles.h"
 #include "scanning/RunningScanners.h"
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
@@ -62,7 +65,8 @@ class VantrelQuillo {
   void restartWatcherSoon();
   void goingToSleep();
   void wakingUp();
-  // Drops what waits for a scan and ends every running scanner.
+  // Drops what waits for a scan and ends every running scanner. The log says how many files were
+  // not scanned for it, once the last of those scanners has ended.
   void abortScans();
   void updateVirusDefs();
   void openApp() { mainApplication_.openApp(); }
@@ -106,10 +110,13 @@ class VantrelQuillo {
   Mutex& scannerCountLock() { return scannerCount_.scannerCountLock(); }
   std::int32_t scannerCount() const { return scannerCount_.scannerCount(); }
   void modifyScannerCountBy(std::int32_t delta) { scannerCount_.modifyScannerCountBy(delta); }
-  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                 const std::string& description) {
-    return notifications_.displayGrowlDialogWithTitleAndDescription(code, description);
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
+                                                 const NotificationDetails& details = {}) {
+    return notifications_.displayGrowlDialogWithTitleAndDescription(code, description, details);
   }
+  void withdrawNotification(const std::string& topic) { notifications_.withdraw(topic); }
+  // Takes back what was said of missing definitions and failed updates, as far as it is over.
+  void definitionsCame();
   std::shared_ptr<const WatchedFolderList> getWatchedFolderList() const {
     return watchList_.getWatchedFolderList();
   }
@@ -142,6 +149,9 @@ class VantrelQuillo {
   void openAndWait(const std::string& folder);
   // Opens it and does not wait.
   void open(const std::string& folder);
+  // Open a log as the menu does.
+  void openScanLog();
+  void openUpdateLog();
 
  private:
   void perform(std::function<void()> request);
@@ -178,7 +188,10 @@ class VantrelQuillo {
   const WatcherServices watcherServices_;
   // Own synchronisation.
   RunningScanners runningScanners_;
+  PutBackFiles putBackFiles_;
   ProgressLog progressLog_;
+  ToldFiles toldFiles_;
+  AbortedScans abortedScans_;
   Face face_;
   Dispatcher theDispatcher_;
   PatientScanner firstPatientScanner;

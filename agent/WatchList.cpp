@@ -82,6 +82,18 @@ bool WatchList::okToAddDir(const std::string& path, const std::string& quarantin
          std::find(folders->begin(), folders->end(), path) == folders->end();
 }
 
+std::string WatchList::inWords() const {
+  const auto flags = checkSubDirs.load();
+  std::string words;
+  for (const std::string& folder : *watchedFolderList.load()) {
+    const auto flag = flags->find(folder);
+    words += (words.empty() ? "Folders to guard: " : ", ") + folder +
+             (flag != flags->end() && flag->second ? "" : " (without its subfolders)");
+  }
+  return words.empty() ? "There is no folder to guard: the preferences name none that is there"
+                       : words;
+}
+
 void WatchList::stop() {
   services_.mountNotifications.stopObserving();
   mainMenu.clearMenu();

@@ -40,6 +40,8 @@ class WatchList {
   // Looks out no more, and empties list and menu.
   void stop();
   void newVolumeAppeared(const std::string& devicePath);
+  // What is to be watched, in words for the log.
+  std::string inWords() const;
 
   // The folders among those to be watched that are not there, or were not when watching began. Any
   // thread.

@@ -9,6 +9,7 @@
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
 #include "posix/ThreadStarter.h"
+#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 
@@ -51,6 +52,7 @@ void VantrelQuillo::setUpAndWatch(bool update) {
   watchList_.populateMenu();
   face_.setWatchedFolders(*watchList_.getWatchedFolderList());
   face_.setMissingFolders(watchList_.missingFolders());
+  services_.platform.systemLog.log(watchList_.inWords());
   startWatcherThread();
   nameWatcher_.start();
   if (update && preferences_.updateDefsAtLaunch) {
@@ -74,15 +76,36 @@ void VantrelQuillo::startWatcherThread() {
 
 void VantrelQuillo::warnOfMissingDefinitions() {
   if (clamdLink_.hasRealDefinitions()) {
+    notifications_.withdraw(definitionsTopic);
     return;
   }
   services_.platform.systemLog.log(
       "No virus definitions are installed, only the built-in one of the EICAR test file: malware "
       "is "
       "NOT found until the definitions have been updated");
+  LocalizedStrings& strings = services_.platform.localizedStrings;
+  NotificationDetails details;
+  details.topic = definitionsTopic;
+  details.buttons.push_back(
+      {strings.stringForKey("NOTIFICATION_UPDATE", ""), [this] { updateVirusDefs(); }});
   displayGrowlDialogWithTitleAndDescription(
-      notificationError,
-      services_.platform.localizedStrings.stringForKey("DEFINITIONS_MISSING", ""));
+      notificationError, strings.stringForKey("DEFINITIONS_MISSING", ""), details);
+}
+
+void VantrelQuillo::definitionsCame() {
+  services_.platform.application.performOnMainThread([this] {
+    if (clamdLink_.hasRealDefinitions()) {
+      notifications_.withdraw(definitionsTopic);
+    }
+  });
+}
+
+void VantrelQuillo::openScanLog() {
+  mainMenu_.openLog(services_.platform.mainInterface.openScanLogMenuItem);
+}
+
+void VantrelQuillo::openUpdateLog() {
+  mainMenu_.openLog(services_.platform.mainInterface.openUpdateLogMenuItem);
 }
 
 void VantrelQuillo::endWatching() {

@@ -1,6 +1,7 @@
 #include "clamav/ScanLimits.h"
 
 #include <algorithm>
+#include <array>
 
 #include "clamav/ClamConf.h"
 
@@ -8,9 +9,6 @@ namespace quillo {
 namespace {
 
 constexpr std::uint64_t kibi = 1024;
-
-// The engine takes no file of more bytes, whatever its configuration says (measured, 1.4).
-constexpr std::uint64_t engineCeiling = 2147483645;
 
 }  // namespace
 
@@ -26,14 +24,24 @@ ScanLimits ScanLimits::of(const ClamConf& daemon) {
   return limits;
 }
 
+RoundSize roundSize(std::uint64_t bytes) {
+  if (bytes == engineCeiling) {
+    return {2, SizeUnit::gigabytes};
+  }
+  RoundSize size{bytes, SizeUnit::bytes};
+  for (const SizeUnit unit : {SizeUnit::kilobytes, SizeUnit::megabytes, SizeUnit::gigabytes}) {
+    if (size.number == 0 || size.number % kibi != 0) {
+      break;
+    }
+    size = {size.number / kibi, unit};
+  }
+  return size;
+}
+
 std::string sizeText(std::uint64_t bytes) {
-  if (bytes >= kibi * kibi && bytes % (kibi * kibi) == 0) {
-    return std::to_string(bytes / (kibi * kibi)) + " MB";
-  }
-  if (bytes >= kibi && bytes % kibi == 0) {
-    return std::to_string(bytes / kibi) + " KB";
-  }
-  return std::to_string(bytes) + " bytes";
+  constexpr std::array<const char*, 4> units = {" bytes", " KB", " MB", " GB"};
+  const RoundSize size = roundSize(bytes);
+  return std::to_string(size.number) + units[static_cast<std::size_t>(size.unit)];
 }
 
 }  // namespace quillo

@@ -7,6 +7,9 @@ namespace quillo {
 
 class ClamConf;
 
+// The engine takes no file of more bytes, whatever its configuration says (measured, 1.4).
+inline constexpr std::uint64_t engineCeiling = 2147483645;
+
 // What the answering daemon does not look at.
 struct ScanLimits {
   std::uint64_t largestFile = 0;  // bytes; a file of more is called clean without a look
@@ -15,7 +18,15 @@ struct ScanLimits {
   static ScanLimits of(const ClamConf& daemon);
 };
 
-// "100 MB", "3 KB", "94 bytes".
+// A size as people say it: in the largest unit in which it is a whole number. The engine's ceiling
+// is called 2 GB, which no more than three bytes make a difference to. Pure.
+enum class SizeUnit { bytes, kilobytes, megabytes, gigabytes };
+struct RoundSize {
+  std::uint64_t number = 0;
+  SizeUnit unit = SizeUnit::bytes;
+};
+RoundSize roundSize(std::uint64_t bytes);
+// "2 GB", "100 MB", "3 KB", "94 bytes".
 std::string sizeText(std::uint64_t bytes);
 
 }  // namespace quillo

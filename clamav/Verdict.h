@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,9 @@ struct Verdict {
   };
   // What became of an infected file. Only an adapter that says so tells it; `unsaid` otherwise.
   enum class Whereabouts { unsaid, inPlace, moved, notMoved };
+  // Which of the engine's limits kept it from being scanned: the file's own size, or what it takes
+  // to look at all that is in it. Only an adapter that says so tells it.
+  enum class Limit { none, fileSize, contents };
 
   Kind kind = Kind::message;
   std::string line;  // as it stands in the report
@@ -28,6 +32,8 @@ struct Verdict {
   // one; empty otherwise.
   std::string target;
   Whereabouts whereabouts = Whereabouts::unsaid;
+  Limit limit = Limit::none;
+  std::uint64_t largestFile = 0;  // of Limit::fileSize: the most bytes that the engine takes
 
   // The path of the file that the engine looked at.
   const std::string& file() const { return target.empty() ? path : target; }

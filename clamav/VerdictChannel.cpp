@@ -24,6 +24,8 @@ constexpr char verdictRecord = 'V';
 constexpr char outcomeRecord = 'O';
 // Far beyond any line; more is no record of ours.
 constexpr std::uint32_t longestRecord = 1U << 24U;
+// Added to the number of a move that the reader forbids.
+constexpr std::uint32_t refusal = 1U << 31U;
 
 void appendNumber(std::string& bytes, std::uint32_t number) {
   std::array<char, sizeof number> raw;
@@ -82,6 +84,19 @@ Verdict::Whereabouts whereaboutsOf(const std::string& field) {
              : Verdict::Whereabouts::unsaid;
 }
 
+Verdict::Limit limitOf(const std::string& field) {
+  const int number = field.empty() ? -1 : field.front();
+  return number >= 0 && number <= static_cast<int>(Verdict::Limit::contents)
+             ? static_cast<Verdict::Limit>(number)
+             : Verdict::Limit::none;
+}
+
+std::uint64_t numberOf(const std::string& field) {
+  std::uint64_t number = 0;
+  std::from_chars(field.data(), field.data() + field.size(), number);
+  return number;
+}
+
 }  // namespace
 
 VerdictSender::VerdictSender(UniqueFd socket) : socket_(std::move(socket)) {
@@ -112,6 +127,8 @@ void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
                                    &verdict.destination, &verdict.target}) {
     appendField(body, *field);
   }
+  appendField(body, std::string(1, static_cast<char>(verdict.limit)));
+  appendField(body, std::to_string(verdict.largestFile));
   std::string record;
   appendNumber(record, static_cast<std::uint32_t>(body.size()));
   record += body;
@@ -134,6 +151,7 @@ void VerdictSender::announceMove(const Verdict& verdict) {
 }
 
 bool VerdictSender::mayMove(std::chrono::milliseconds wait) {
+  refused_ = false;
   const auto deadline = std::chrono::steady_clock::now() + wait;
   while (socket_) {
     const auto left =
@@ -153,12 +171,16 @@ bool VerdictSender::mayMove(std::chrono::milliseconds wait) {
     // Those of earlier lines came too late, and mean nothing any more.
     std::string_view rest = answers_;
     std::optional<std::uint32_t> answer;
-    while (rest.size() >= sizeof(std::uint32_t) && answer != announced_) {
+    const auto isAnswered = [&] {
+      return answer == announced_ || answer == (announced_ | refusal);
+    };
+    while (rest.size() >= sizeof(std::uint32_t) && !isAnswered()) {
       answer = takeNumber(rest);
     }
     answers_.erase(0, answers_.size() - rest.size());
-    if (answer == announced_) {
-      return true;
+    if (isAnswered()) {
+      refused_ = answer != announced_;
+      return !refused_;
     }
   }
   return false;
@@ -224,6 +246,8 @@ void VerdictReceiver::takeRecords() {
           &record.verdict.reason, &record.verdict.destination, &record.verdict.target}) {
       *field = takeField(body);
     }
+    record.verdict.limit = limitOf(takeField(body));
+    record.verdict.largestFile = numberOf(takeField(body));
     if (record.type != hello) {
       spoken_ = true;
       records_.push_back(std::move(record));
@@ -249,7 +273,8 @@ std::optional<VerdictReceiver::Record> VerdictReceiver::takeRecordOf(std::string
   return record;
 }
 
-Verdict VerdictReceiver::understand(std::string_view line) {
+Verdict VerdictReceiver::understand(std::string_view line,
+                                    const std::function<bool(const Verdict& infection)>& mayMove) {
   receive(false);
   std::optional<Record> record = takeRecordOf(line);
   if (!record) {
@@ -262,16 +287,16 @@ Verdict VerdictReceiver::understand(std::string_view line) {
     return verdict;
   }
   if (record->move != 0) {
-    awaitOutcome(*record);
+    awaitOutcome(*record, !mayMove || mayMove(record->verdict));
   }
   record->verdict.line = line;
   return std::move(record->verdict);
 }
 
-void VerdictReceiver::awaitOutcome(Record& record) {
+void VerdictReceiver::awaitOutcome(Record& record, bool mayMove) {
   Verdict& verdict = record.verdict;
   std::string answer;
-  appendNumber(answer, record.move);
+  appendNumber(answer, mayMove ? record.move : record.move | refusal);
   if (::send(own_.get(), answer.data(), answer.size(), MSG_NOSIGNAL) !=
       static_cast<ssize_t>(answer.size())) {
     ended_ = true;

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,7 +22,9 @@ namespace quillo {
 // bytes, in the byte order of the machine. "H" says that the scanner knows the channel. "V" is the
 // verdict of a line and is sent before that line. One whose file is about to be moved is answered,
 // as soon as the reader has the line, with its number among those; the file moves only then, and
-// "O" follows with what became of it.
+// "O" follows with what became of it. The number with its highest bit set says that the file has to
+// stay. Fields that one side does not know are passed over, and those that it misses are empty: a
+// tree's scanner may be older than its reader, or newer.
 inline constexpr const char* verdictChannelVariable = "VANTREL_VERDICTS";
 
 // The scanner's end. One thread.
@@ -38,9 +41,11 @@ class VerdictSender {
   // Hands a verdict over, to be followed by its line.
   void tell(const Verdict& verdict);
   // The same for an infected file that is to be moved, once its line has been written: false when
-  // the reader is gone or has not taken the line within `wait`, and the file has to stay.
+  // the reader is gone, has not taken the line within `wait` or wants the file to stay.
   void announceMove(const Verdict& verdict);
   bool mayMove(std::chrono::milliseconds wait = patience);
+  // Whether it was the last of these: the reader has answered.
+  bool wasRefused() const { return refused_; }
   // What became of it, and of its file: `whereabouts`, `reason` and `destination`.
   void tellOutcome(const Verdict& verdict);
   // To be waited on together with other things: it polls as hung up (POLLHUP) when the reader ends.
@@ -51,6 +56,7 @@ class VerdictSender {
 
   UniqueFd socket_;
   std::uint32_t announced_ = 0;
+  bool refused_ = false;
   std::string answers_;  // read, but not whole yet
 };
 
@@ -66,9 +72,10 @@ class VerdictReceiver {
   void letGo() { scanners_.reset(); }
 
   // What is known of a line of the report: from the channel where the scanner uses it, else from
-  // the line alone. For a file that the scanner is about to move it lets it do so and waits until
-  // it has said what became of it, or has ended.
-  Verdict understand(std::string_view line);
+  // the line alone. For a file that the scanner is about to move it lets it do so, unless `mayMove`
+  // is given and forbids it, and waits until it has said what became of it, or has ended.
+  Verdict understand(std::string_view line,
+                     const std::function<bool(const Verdict& infection)>& mayMove = {});
 
   // To be drained whenever it can be read, or a scanner with much to tell waits for ever: for this
   // reader, which waits for its report. False when there is no more to come.
@@ -88,7 +95,7 @@ class VerdictReceiver {
   void takeRecords();
   // Takes the record of this line out, and those before it, whose lines never came.
   std::optional<Record> takeRecordOf(std::string_view line);
-  void awaitOutcome(Record& record);
+  void awaitOutcome(Record& record, bool mayMove);
 
   UniqueFd own_;
   UniqueFd scanners_;

@@ -45,8 +45,10 @@ class ButtonDialog : public Dialog {
   // notice the file, in a warning about a symbolic link the file that the link leads to. Any bytes;
   // "" takes the field away.
   virtual void setSubject(const std::string& text) = 0;
-  // Words the window for a file that is only suspected. A warning knows it from the threat in its
-  // message ("Heuristics.") without being told.
+  // What a warning shows of the infected file in place of its message, which is the engine's line:
+  // the path, any bytes, and the name of the threat.
+  virtual void setFind(const std::string& path, const std::string& threat) = 0;
+  // Words the window for a file that is only suspected.
   virtual void setSuspicious(bool suspicious) = 0;
   // Says in the open window that what the user chose did not work, which screen readers read out at
   // once. The window stays as it is until it is dismissed; "" takes the line away.

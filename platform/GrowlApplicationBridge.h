@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,12 +12,37 @@ struct GrowlRegistration {
   std::vector<std::string> defaultNotifications;
 };
 
+struct NotificationButton {
+  std::string title;
+  // On the main thread, at most once for each press, and never after the notification was
+  // withdrawn.
+  std::function<void()> press;
+  // Whether it acts on the very thing that the notification tells of, and so says nothing beside a
+  // count of many such things.
+  bool isOfOneThing = false;
+};
+
+// What a service may show and do that knows more than a title and a description. All of it is
+// optional, and plain text without markup.
+struct NotificationDetails {
+  // In place of title and description.
+  std::string summary;
+  std::string body;
+  // The first one is also what a click on the notification does.
+  std::vector<NotificationButton> buttons;
+  // What it speaks of, so that it can be withdrawn when that is over; "" is never withdrawn.
+  std::string topic;
+  // Whether it tells of malware. Such a one waits behind no other kind.
+  bool isFind = false;
+};
+
 struct GrowlNotification {
   std::string title;
   std::string name;
   std::string description;
   int priority = 0;
   bool isSticky = false;
+  NotificationDetails details = {};
 };
 
 // The desktop's notification service.
@@ -30,6 +56,9 @@ class GrowlApplicationBridge {
   // Hands one notification over to be shown; texts are plain, without markup. Any thread; never
   // waits for the main thread.
   virtual void notify(const GrowlNotification& notification) = 0;
+  // Takes back every notification of that topic, shown or not. Any thread; never waits for the main
+  // thread.
+  virtual void withdraw(const std::string& topic) = 0;
   // Before the process ends: waits, with the desktop alive, until the service has what was posted,
   // for about a second at most. Main thread.
   virtual void handOver() = 0;

@@ -7,6 +7,7 @@ class ApplicationLauncher;
 class Authorization;
 class DistributedNotificationCenter;
 class DockTile;
+class FileDepartures;
 class Folders;
 class GrowlApplicationBridge;
 class ImageLoader;
@@ -33,6 +34,7 @@ struct Platform {
   Authorization& authorization;
   DistributedNotificationCenter& distributedNotificationCenter;
   DockTile& dockTile;
+  FileDepartures& fileDepartures;
   Folders& folders;
   GrowlApplicationBridge& growl;
   ImageLoader& imageLoader;

@@ -6,6 +6,8 @@
 #include "platform/Wording.h"
 #include "posix/Text.h"
 #include "scanning/FileRemover.h"
+#include "scanning/FindNotification.h"
+#include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
@@ -46,8 +48,9 @@ void Consequences::drawFrom(const Verdict& infection) {
   } else if (setting.empty()) {
     showWarning(infection);
   } else if (setting == "T") {
-    owner_.displayGrowlDialogWithTitleAndDescription(notificationRemoved,
-                                                     std::string(pathAsShown(infection)));
+    owner_.displayGrowlDialogWithTitleAndDescription(
+        notificationRemoved, std::string(pathAsShown(infection)),
+        findNotification(infection, FindOutcome::trashed, nullptr, owner_, services_));
   }
 }
 
@@ -74,35 +77,42 @@ void Consequences::showQuarantined(const Verdict& infection) {
       theDialog->orderFrontRegardless();
     }
   }
-  owner_.displayGrowlDialogWithTitleAndDescription(notificationQuarantined, infection.line);
+  owner_.displayGrowlDialogWithTitleAndDescription(
+      notificationQuarantined, infection.line,
+      findNotification(infection, FindOutcome::quarantined, nullptr, owner_, services_));
 }
 
-bool Consequences::warn(const Verdict& infection) {
+bool Consequences::warn(const std::shared_ptr<FoundFile>& file) {
+  file->watch();
   auto dialog = services_.interfaceLoader.load("WarningDialog");
   if (!dialog) {
     services_.systemLog.log("Error loading Nib for document!");
     return false;
   }
   theDialog = dialog;
-  FileRemover::attachTo(dialog, infection, owner_, services_);
-  dialog->setMessage(infection.line);
+  FileRemover::attachTo(dialog, file, owner_, services_);
   dialog->orderFrontRegardless();
   return true;
 }
 
 void Consequences::showWarning(const Verdict& infection) {
-  if (warn(infection)) {
-    owner_.displayGrowlDialogWithTitleAndDescription(notificationFound, infection.line);
+  const auto file = std::make_shared<FoundFile>(infection, owner_, services_);
+  if (warn(file)) {
+    owner_.displayGrowlDialogWithTitleAndDescription(
+        notificationFound, infection.line,
+        findNotification(infection, FindOutcome::inPlace, file, owner_, services_));
   }
 }
 
 // Told by notification also where no dialog can be shown: the user was promised that such files go
 // away, and this one did not.
 void Consequences::showStillThere(const Verdict& infection) {
-  warn(infection);
+  const auto file = std::make_shared<FoundFile>(infection, owner_, services_);
+  warn(file);
   const Wording text = {"NOT_MOVED", {std::string(pathAsShown(infection)), infection.reason}};
-  owner_.displayGrowlDialogWithTitleAndDescription(notificationError,
-                                                   text.in(services_.localizedStrings));
+  owner_.displayGrowlDialogWithTitleAndDescription(
+      notificationError, text.in(services_.localizedStrings),
+      findNotification(infection, FindOutcome::notMoved, file, owner_, services_));
 }
 
 void Consequences::showEngineError(const std::string& quitMenuName) {
@@ -126,7 +136,11 @@ void Consequences::showEngineError(const std::string& quitMenuName) {
     }
   });
   dialog->orderFrontRegardless();
-  owner_.displayGrowlDialogWithTitleAndDescription(notificationError, text);
+  NotificationDetails details;
+  details.topic = engineTopic;
+  details.buttons.push_back({services_.localizedStrings.stringForKey("NOTIFICATION_LOG", ""),
+                             [&owner = owner_] { owner.openScanLog(); }});
+  owner_.displayGrowlDialogWithTitleAndDescription(notificationError, text, details);
 }
 
 void Consequences::openQuarantineFolder(ButtonDialog& dialog, const std::string& folder) {

@@ -8,6 +8,7 @@
 namespace quillo {
 
 class ButtonDialog;
+class FoundFile;
 class ScannerOwner;
 struct ScannerServices;
 
@@ -39,7 +40,7 @@ class Consequences {
   void showQuarantined(const Verdict& infection);
   void showWarning(const Verdict& infection);
   void showStillThere(const Verdict& infection);
-  bool warn(const Verdict& infection);
+  bool warn(const std::shared_ptr<FoundFile>& file);
 
   // Constant after construction.
   ScannerOwner& owner_;

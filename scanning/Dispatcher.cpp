@@ -163,14 +163,26 @@ void Dispatcher::copyFromDispatchToScanner(std::vector<std::string>& scanList) {
   lists.scannableCount = static_cast<std::int32_t>(lists.scannableList.size());
 }
 
-void Dispatcher::abortScans() {
+// The lists are taken as they are and read without their lock, for they may be long.
+std::vector<std::string> Dispatcher::abortScans() {
+  std::unordered_map<std::string, ItemState> measured;
   {
     MutexLock hold(lists.lock4Lists);
-    lists.myItemList.clear();
+    measured.swap(lists.myItemList);
   }
-  MutexLock hold(lists.lock4Lists);
-  lists.scannableList.clear();
-  lists.scannableCount = 0;
+  std::unordered_set<std::string> scannable;
+  {
+    MutexLock hold(lists.lock4Lists);
+    scannable.swap(lists.scannableList);
+    lists.scannableCount = 0;
+  }
+  std::vector<std::string> forgotten;
+  forgotten.reserve(measured.size() + scannable.size());
+  for (const auto& [path, state] : measured) {
+    forgotten.push_back(path);
+  }
+  forgotten.insert(forgotten.end(), scannable.begin(), scannable.end());
+  return forgotten;
 }
 
 void Dispatcher::expandDirectories() {

@@ -49,8 +49,9 @@ class Dispatcher {
   void moveReadyItemsToScannableList();
   // Appends up to batchLimit ready paths, which the dispatcher then forgets.
   void copyFromDispatchToScanner(std::vector<std::string>& scanList);
-  // Forgets all that is measured or ready; what was reported since the last cycle stays.
-  void abortScans();
+  // Forgets all that is measured or ready, and gives it; what was reported since the last cycle
+  // stays.
+  std::vector<std::string> abortScans();
 
   // Enter everything below the folder, or below each folder that is being measured.
   void expandDirectories();

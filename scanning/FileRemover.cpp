@@ -5,40 +5,44 @@
 #include "platform/Application.h"
 #include "platform/ModifierKeys.h"
 #include "platform/Wording.h"
-#include "platform/Workspace.h"
 #include "posix/Text.h"
+#include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
 namespace quillo {
 
-void FileRemover::attachTo(const std::shared_ptr<ButtonDialog>& dialog, const Verdict& infection,
-                           DialogListOwner& owner, const ScannerServices& services) {
-  auto remover = std::make_shared<FileRemover>(dialog, infection, owner, services);
+void FileRemover::attachTo(const std::shared_ptr<ButtonDialog>& dialog,
+                           const std::shared_ptr<FoundFile>& file, DialogListOwner& owner,
+                           const ScannerServices& services) {
+  auto remover = std::make_shared<FileRemover>(dialog, file, owner, services);
+  file->setRemover(remover);
   owner.addToDialogList(remover);
+  const Verdict& infection = file->infection();
   dialog->setSuspicious(infection.isHeuristic());
   if (!infection.target.empty()) {
     dialog->setSubject(infection.target);
   }
+  if (!infection.path.empty()) {
+    dialog->setFind(infection.path, infection.threat);
+  }
+  dialog->setMessage(infection.line);
   // The dialog lets go of its action when it closes, and with it of the controller.
   dialog->setAction([remover](ButtonDialog::Button sender) { remover->moveToTrash(sender); });
 }
 
-FileRemover::FileRemover(std::shared_ptr<ButtonDialog> dialog, Verdict infection,
+FileRemover::FileRemover(std::shared_ptr<ButtonDialog> dialog, std::shared_ptr<FoundFile> file,
                          DialogListOwner& owner, const ScannerServices& services)
-    : theDialog(std::move(dialog)),
-      infection_(std::move(infection)),
-      owner_(owner),
-      services_(services) {}
+    : theDialog(std::move(dialog)), file_(std::move(file)), owner_(owner), services_(services) {}
 
 int FileRemover::getLastColon(const std::string& text) { return lastColon(text); }
 
-// The file that was scanned, not a link to it: the link is innocent, and what it leads to is not.
-std::string FileRemover::moveFileToTrash() {
-  const std::string& path = infection_.file();
-  return path.empty() ? infection_.line
-                      : services_.workspace.recycle(deletingLastPathComponent(path),
-                                                    {std::string(lastPathComponent(path))});
+std::string FileRemover::tryToMove(FoundFile& file, const ScannerServices& services) {
+  std::string problem = file.moveToTrash();
+  if (!problem.empty()) {
+    services.application.beep();
+  }
+  return problem;
 }
 
 void FileRemover::moveToTrash(ButtonDialog::Button sender) {
@@ -47,12 +51,9 @@ void FileRemover::moveToTrash(ButtonDialog::Button sender) {
   const unsigned int modifiers = services_.modifierKeys.current();
   std::string problem;
   if (sender == ButtonDialog::Button::deleteButton) {
-    problem = moveFileToTrash();
-    if (!problem.empty()) {
-      services_.application.beep();
-    }
-  } else if (!infection_.file().empty() && (modifiers & ModifierKeys::optionKey)) {
-    services_.workspace.selectFile(infection_.file());
+    problem = tryToMove(*file_, services_);
+  } else if (modifiers & ModifierKeys::optionKey) {
+    file_->show();
   }
   owner_.removeFromDialogList(*this);
   if (modifiers & ModifierKeys::commandKey) {
@@ -60,19 +61,31 @@ void FileRemover::moveToTrash(ButtonDialog::Button sender) {
   }
   theDialog->close();
   if (!problem.empty()) {
-    showFailure(problem);
+    showFailure(problem, file_, owner_, services_);
+  }
+}
+
+void FileRemover::moveToTrash(const std::shared_ptr<FoundFile>& file, DialogListOwner& owner,
+                              const ScannerServices& services) {
+  const std::string problem = tryToMove(*file, services);
+  if (const auto remover = file->remover()) {
+    owner.removeFromDialogList(*remover);
+    remover->ignoreWarning();
+  }
+  if (!problem.empty()) {
+    showFailure(problem, file, owner, services);
   }
 }
 
 // In a window of its own: the one that was answered is gone, as ever.
-void FileRemover::showFailure(const std::string& problem) {
-  const auto dialog = services_.interfaceLoader.load("WarningDialog");
+void FileRemover::showFailure(const std::string& problem, const std::shared_ptr<FoundFile>& file,
+                              DialogListOwner& owner, const ScannerServices& services) {
+  const auto dialog = services.interfaceLoader.load("WarningDialog");
   if (!dialog) {
     return;
   }
-  attachTo(dialog, infection_, owner_, services_);
-  dialog->setMessage(infection_.line);
-  dialog->showFailure(Wording{"NOT_TRASHED", {problem}}.in(services_.localizedStrings));
+  attachTo(dialog, file, owner, services);
+  dialog->showFailure(Wording{"NOT_TRASHED", {problem}}.in(services.localizedStrings));
   dialog->orderFrontRegardless();
 }
 

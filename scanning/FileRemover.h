@@ -3,12 +3,12 @@
 #include <memory>
 #include <string>
 
-#include "clamav/Verdict.h"
 #include "platform/Dialog.h"
 
 namespace quillo {
 
 class DialogListOwner;
+class FoundFile;
 struct ScannerServices;
 
 // The controller of one warning dialog: carries out what the user chooses for the infected file. It
@@ -16,11 +16,16 @@ struct ScannerServices;
 class FileRemover : public std::enable_shared_from_this<FileRemover> {
  public:
   // Makes the controller of a dialog just loaded, for the infected file. Any thread.
-  static void attachTo(const std::shared_ptr<ButtonDialog>& dialog, const Verdict& infection,
-                       DialogListOwner& owner, const ScannerServices& services);
+  static void attachTo(const std::shared_ptr<ButtonDialog>& dialog,
+                       const std::shared_ptr<FoundFile>& file, DialogListOwner& owner,
+                       const ScannerServices& services);
+  // What the notification's button does: as the delete button, with the file's own warning, if that
+  // is still open, and no other. Main thread.
+  static void moveToTrash(const std::shared_ptr<FoundFile>& file, DialogListOwner& owner,
+                          const ScannerServices& services);
 
-  FileRemover(std::shared_ptr<ButtonDialog> dialog, Verdict infection, DialogListOwner& owner,
-              const ScannerServices& services);
+  FileRemover(std::shared_ptr<ButtonDialog> dialog, std::shared_ptr<FoundFile> file,
+              DialogListOwner& owner, const ScannerServices& services);
 
   // What both buttons do: the delete button moves the file to the trash; the other one leaves it,
   // and shows it in the file manager when Option is held. With Command held, every other open
@@ -33,11 +38,12 @@ class FileRemover : public std::enable_shared_from_this<FileRemover> {
   static int getLastColon(const std::string& text);
 
  private:
-  std::string moveFileToTrash();
-  void showFailure(const std::string& problem);
+  static std::string tryToMove(FoundFile& file, const ScannerServices& services);
+  static void showFailure(const std::string& problem, const std::shared_ptr<FoundFile>& file,
+                          DialogListOwner& owner, const ScannerServices& services);
 
   const std::shared_ptr<ButtonDialog> theDialog;
-  const Verdict infection_;
+  const std::shared_ptr<FoundFile> file_;
   DialogListOwner& owner_;
   const ScannerServices& services_;
 };

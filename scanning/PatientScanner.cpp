@@ -7,6 +7,7 @@
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
 #include "platform/TypedPreferences.h"
+#include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/EngineRun.h"
 #include "scanning/ScanList.h"
@@ -116,9 +117,13 @@ bool PatientScanner::taskDataAvailable(std::string_view chunk) {
 
 void PatientScanner::performScan() {
   const std::shared_ptr<const Settings> settings = settings_.load();
-  report_.startRun(settings->policy);
-  EngineRun run(owner_, services_, settings->scanParams, scanList_);
-  run.perform([this, &run] { runEngine(run); });
+  report_.startRun(settings->policy, scanList_);
+  {
+    const AbortedScans::Run noted(services_.abortedScans, [this] { return report_.unjudged(); });
+    EngineRun run(owner_, services_, settings->scanParams, scanList_);
+    run.perform([this, &run] { runEngine(run); });
+  }
+  report_.endRun();
 }
 
 void PatientScanner::runEngine(EngineRun& run) {

@@ -14,6 +14,8 @@ class RoadObserver {
   virtual void becameStable(const std::string& path) = 0;
   virtual void scanStarted(const std::vector<std::string>& paths) = 0;
   virtual void scanEnded(const std::vector<std::string>& paths, int status) = 0;
+  // Its user aborted the scans before it was judged.
+  virtual void abandoned(const std::vector<std::string>& paths) = 0;
 };
 
 }  // namespace quillo

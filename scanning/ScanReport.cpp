@@ -1,13 +1,14 @@
 #include "scanning/ScanReport.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <ctime>
+#include <utility>
 
+#include "clamav/ReportedText.h"
 #include "platform/SystemLog.h"
-#include "posix/Clock.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
+#include "scanning/PutBackFiles.h"
+#include "scanning/ScanLogLine.h"
 #include "scanning/ScanObserver.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
@@ -25,11 +26,6 @@ bool isSummary(const std::string& line) {
   return start == "-----" || start == "Time:" || start == "Infec";
 }
 
-void writeLogLine(const std::string& timestamp, const std::string& text) {
-  std::printf("%s %s\n", timestamp.c_str(), text.c_str());
-  std::fflush(stdout);
-}
-
 }  // namespace
 
 ScanReport::ScanReport(ScannerOwner& owner, const ScannerServices& services, ReportRules rules)
@@ -38,27 +34,21 @@ ScanReport::ScanReport(ScannerOwner& owner, const ScannerServices& services, Rep
       rules_(rules),
       consequences_(owner, services, rules.waitsForOpener) {}
 
-void ScanReport::startRun(const InfectionPolicy& policy) {
+void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::string>& paths) {
   consequences_.setPolicy(policy);
   verdicts_ = VerdictReceiver::make();
+  limitNotice_.clear();
+  unjudged_ = {paths.begin(), paths.end()};
   recovered_ = false;
+  hasJudged_ = false;
 }
+
+void ScanReport::endRun() { limitNotice_.tell(owner_, services_.localizedStrings); }
 
 int ScanReport::getLastColon(std::string_view text) { return lastColon(text); }
 
-std::string ScanReport::timestampNow() {
-  char buffer[30] = "";
-  const std::time_t now = std::chrono::system_clock::to_time_t(services_.clock.wallTime());
-  std::tm local = {};
-  if (!localtime_r(&now, &local) ||
-      std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &local) == 0) {
-    buffer[0] = 'X';
-  }
-  return buffer;
-}
-
 void ScanReport::dealWithOutput(std::string_view chunk) {
-  const std::string timestamp = timestampNow();
+  const std::string timestamp = scanLogTimestamp(services_.clock);
   if (!isValidUtf8(chunk)) {
     return;
   }
@@ -69,18 +59,45 @@ void ScanReport::dealWithOutput(std::string_view chunk) {
 
 void ScanReport::dealWithLine(const std::string& line, const std::string& timestamp) {
   const Verdict verdict = understood(line);
-  if (verdict.kind == Verdict::Kind::infected) {
+  const bool isInfected = verdict.kind == Verdict::Kind::infected;
+  const bool isJudged = isInfected || verdict.kind == Verdict::Kind::clean;
+  if (isJudged && !std::exchange(hasJudged_, true)) {
+    // Whoever judges can be reached.
+    owner_.withdrawNotification(engineTopic);
+  }
+  const bool isSpared = isInfected && isPutBack(verdict);
+  if (isInfected && !isSpared) {
     consequences_.drawFrom(verdict);
   }
+  limitNotice_.add(verdict, services_.toldFiles);
+  unjudged_.erase(verdict.path);
   if (services_.scanObserver && verdict.path.starts_with('/')) {
     services_.scanObserver->verdictGiven(verdict);
   }
   logLine(line, timestamp);
+  if (isSpared) {
+    writeScanLogLine(timestamp, reportedText(verdict.file()) +
+                                    ": not warned of again: it was put back and has not changed");
+  }
+}
+
+// By the user, who has been told of it: what the engine moved just now was not.
+bool ScanReport::isPutBack(const Verdict& infection) const {
+  if (!services_.putBackFiles) {
+    return false;
+  }
+  if (infection.whereabouts == Verdict::Whereabouts::moved) {
+    services_.putBackFiles->wasMoved(infection);
+    return false;
+  }
+  return services_.putBackFiles->isPutBack(infection);
 }
 
 // Which lines are infections is a rule of the scanner's own, whatever else the line looks like.
 Verdict ScanReport::understood(const std::string& line) {
-  Verdict verdict = verdicts_ ? verdicts_->understand(line) : Verdict::parse(line);
+  // A file that its user put back stays, also where infected ones are moved.
+  const auto mayMove = [this](const Verdict& infection) { return !isPutBack(infection); };
+  Verdict verdict = verdicts_ ? verdicts_->understand(line, mayMove) : Verdict::parse(line);
   if (!isInfection(line)) {
     if (verdict.kind == Verdict::Kind::infected) {
       verdict.kind = Verdict::Kind::message;
@@ -104,13 +121,13 @@ void ScanReport::logLine(const std::string& line, const std::string& timestamp) 
   }
   if (rules_.recoversDaemon && line == daemonGone) {
     owner_.recoverFromCrashedClamd();
-    writeLogLine(timestamp, "clamd appears to have died - attempting restart...");
+    writeScanLogLine(timestamp, "clamd appears to have died - attempting restart...");
     return;
   }
   if (line.size() >= 6 && isSummary(line)) {
     return;
   }
-  writeLogLine(timestamp, line);
+  writeScanLogLine(timestamp, line);
   if (rules_.recoversDaemon && !recovered_ &&
       std::string_view(line).starts_with(daemonUnreachable)) {
     recovered_ = true;

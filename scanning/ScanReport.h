@@ -1,11 +1,14 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "clamav/VerdictChannel.h"
 #include "scanning/Consequences.h"
+#include "scanning/LimitNotice.h"
 
 namespace quillo {
 
@@ -25,9 +28,14 @@ class ScanReport {
  public:
   ScanReport(ScannerOwner& owner, const ScannerServices& services, ReportRules rules = {});
 
-  // To be called before each run: with a channel of its own, on which the run's scanner may say
-  // what its report cannot.
-  void startRun(const InfectionPolicy& policy);
+  // To be called before each run over those paths: with a channel of its own, on which the run's
+  // scanner may say what its report cannot.
+  void startRun(const InfectionPolicy& policy, const std::vector<std::string>& paths);
+  // To be called after each run, however it ended: tells the user what the engine's limits kept
+  // from being scanned.
+  void endRun();
+  // Those of the run's paths that no line has judged yet.
+  std::vector<std::string> unjudged() const { return {unjudged_.begin(), unjudged_.end()}; }
   // To be handed to the scanner; null when there can be none.
   VerdictReceiver* verdicts() { return verdicts_ ? &*verdicts_ : nullptr; }
   // One chunk of the report. One that is not UTF-8 is dropped whole. Scan log lines go to standard
@@ -48,9 +56,9 @@ class ScanReport {
   void dealWithLine(const std::string& line, const std::string& timestamp);
   Verdict understood(const std::string& line);
   bool isInfection(std::string_view line) const;
+  bool isPutBack(const Verdict& infection) const;
   void recoverUnreachableClamd();
   void logLine(const std::string& line, const std::string& timestamp);
-  std::string timestampNow();
 
   // Constant after construction.
   ScannerOwner& owner_;
@@ -59,7 +67,10 @@ class ScanReport {
   // Used by the scanner's thread alone.
   Consequences consequences_;
   std::optional<VerdictReceiver> verdicts_;
+  LimitNotice limitNotice_;
+  std::set<std::string> unjudged_;
   bool recovered_ = false;
+  bool hasJudged_ = false;
 };
 
 }  // namespace quillo

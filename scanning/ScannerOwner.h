@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/GrowlApplicationBridge.h"
+
 namespace quillo {
 
 class Dispatcher;
@@ -17,7 +19,14 @@ enum NotificationCode : std::int32_t {
   notificationUpdateSuccessful = 4,
   notificationAlreadyUpToDate = 5,
   notificationError = 6,
+  // Shown as an error without its urgency.
+  notificationHint = 7,
 };
+
+// What the notifications that are withdrawn again speak of, besides single finds.
+inline constexpr const char* engineTopic = "engine";
+inline constexpr const char* definitionsTopic = "definitions";
+inline constexpr const char* updateTopic = "update";
 
 // The open warnings, as the dialogs know them. Added to from any thread, removed from on the main
 // thread.
@@ -27,6 +36,8 @@ class DialogListOwner {
   virtual void addToDialogList(std::shared_ptr<FileRemover> dialog) = 0;
   virtual void removeFromDialogList(const FileRemover& dialog) = 0;
   virtual void removeAllFromDialogList() = 0;
+  // Takes back what was shown of the topic. Any thread.
+  virtual void withdrawNotification(const std::string& topic) = 0;
 };
 
 // What the scanners ask of their owner. Any thread, but for what is said to be the main thread's.
@@ -55,9 +66,16 @@ class ScannerOwner : public DialogListOwner {
   virtual void openAndWait(const std::string& folder) = 0;
   // As above, without waiting.
   virtual void open(const std::string& folder) = 0;
-  // Whether the notification was posted.
+  // Opens the scan log for the user. Main thread.
+  virtual void openScanLog() = 0;
+  // Whether the notification was posted; `details` for a service that shows them.
   virtual bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                         const std::string& description) = 0;
+                                                         const std::string& description,
+                                                         const NotificationDetails& details) = 0;
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
+                                                 const std::string& description) {
+    return displayGrowlDialogWithTitleAndDescription(code, description, {});
+  }
 };
 
 }  // namespace quillo

@@ -2,6 +2,7 @@
 
 #include "platform/SystemLog.h"
 #include "posix/PlatformException.h"
+#include "scanning/AbortedScans.h"
 #include "scanning/EngineRun.h"
 #include "scanning/Scanner.h"
 #include "scanning/ScannerOwner.h"
@@ -10,9 +11,13 @@
 namespace quillo {
 
 void Scanner::performScan(const std::vector<std::string>& thePaths) {
-  report_.startRun({quarantineOrTrash, quarantineLocation, false});
-  EngineRun run(owner_, services_, scanParams, thePaths);
-  run.perform([this, &run, &thePaths] { runEngine(run, thePaths); });
+  report_.startRun({quarantineOrTrash, quarantineLocation, false}, thePaths);
+  {
+    const AbortedScans::Run noted(services_.abortedScans, [this] { return report_.unjudged(); });
+    EngineRun run(owner_, services_, scanParams, thePaths);
+    run.perform([this, &run, &thePaths] { runEngine(run, thePaths); });
+  }
+  report_.endRun();
 }
 
 void Scanner::runEngine(EngineRun& run, const std::vector<std::string>& thePaths) {

@@ -2,16 +2,20 @@
 
 namespace quillo {
 
+class AbortedScans;
 class Application;
 class Clock;
+class FileDepartures;
 class Folders;
 class InterfaceLoader;
 class LocalizedStrings;
 class ModifierKeys;
 class PreferenceStore;
+class PutBackFiles;
 class RoadObserver;
 class RunningScanners;
 class ScanObserver;
+class ToldFiles;
 class SystemLog;
 class Workspace;
 
@@ -26,10 +30,15 @@ struct ScannerServices {
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   Workspace& workspace;
-  // Each null when nobody looks on.
+  // Null where found files are not followed up.
+  FileDepartures* fileDepartures = nullptr;
+  PutBackFiles* putBackFiles = nullptr;
+  // Each null when nobody looks on, or remembers.
   RoadObserver* roadObserver = nullptr;
   ScanObserver* scanObserver = nullptr;
   RunningScanners* runningScanners = nullptr;
+  ToldFiles* toldFiles = nullptr;
+  AbortedScans* abortedScans = nullptr;
 };
 
 }  // namespace quillo

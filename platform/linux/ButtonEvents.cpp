@@ -34,29 +34,49 @@ bool pressesButton(const QKeyEvent& event) {
 
 ButtonEvents::ButtonEvents(QWidget& window) {
   window.installEventFilter(this);
-  for (QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
-    button->installEventFilter(this);
+  for (QWidget* widget : window.findChildren<QWidget*>()) {
+    widget->installEventFilter(this);
   }
 }
 
 unsigned int ButtonEvents::takeKeys() { return std::exchange(keys_, 0U); }
 
-bool ButtonEvents::eventFilter(QObject*, QEvent* event) {
+bool ButtonEvents::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
+    case QEvent::ShortcutOverride:
+      isRepeated_ = static_cast<QKeyEvent*>(event)->isAutoRepeat();
+      break;
     case QEvent::MouseButtonRelease:
       keys_ = keysOf(static_cast<QMouseEvent*>(event)->modifiers());
       break;
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
-      if (pressesButton(*static_cast<QKeyEvent*>(event))) {
-        keys_ = keysOf(static_cast<QKeyEvent*>(event)->modifiers());
-      }
-      break;
+      return handleKey(*watched, *static_cast<QKeyEvent*>(event));
     case QEvent::Shortcut:
+      if (isRepeated_) {
+        return true;
+      }
       keys_ = keysOf(QGuiApplication::keyboardModifiers() & ~Qt::AltModifier);
       break;
     default:
       break;
+  }
+  return false;
+}
+
+bool ButtonEvents::handleKey(QObject& watched, const QKeyEvent& event) {
+  if (!pressesButton(event)) {
+    return false;
+  }
+  if (event.isAutoRepeat()) {
+    return true;
+  }
+  keys_ = keysOf(event.modifiers());
+  auto* button = qobject_cast<QAbstractButton*>(&watched);
+  const bool isEnter = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+  if (button && isEnter) {
+    button->click();
+    return true;
   }
   return false;
 }

@@ -6,7 +6,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <string_view>
 
 #include "platform/linux/DisplayText.h"
 #include "platform/linux/MenuTitle.h"
@@ -20,8 +19,6 @@ constexpr int pictureSize = 64;
 constexpr int longestLabel = 1000;
 constexpr int longestFailure = 400;
 constexpr int longestWord = 24;
-// How ClamAV names a find that rests on a file's looks and not on a known threat.
-constexpr std::string_view suspicion = "Heuristics.";
 
 QWidget* messageField(const QDialog& dialog) {
   auto* field = dialog.findChild<QWidget*>("theMessage");
@@ -80,7 +77,6 @@ void DialogText::showIn(QDialog& dialog) {
 void DialogText::setMessage(const std::string& message) {
   message_ = message;
   showMessage();
-  showSuspicion();
 }
 
 void DialogText::setDeleteButtonTitle(const std::string& title) {
@@ -94,6 +90,12 @@ void DialogText::setDeleteButtonTitle(const std::string& title) {
 void DialogText::setSubject(const std::string& text) {
   subject_ = text;
   showSubject();
+}
+
+void DialogText::setFind(const std::string& path, const std::string& threat) {
+  path_ = path;
+  threat_ = threat;
+  showMessage();
 }
 
 void DialogText::setSuspicious(bool suspicious) {
@@ -113,15 +115,17 @@ void DialogText::setOthers(int waiting, int open) {
 }
 
 void DialogText::showMessage() {
-  if (!dialog_ || !message_) {
+  if (!dialog_ || (!message_ && !path_)) {
     return;
   }
   QWidget* field = messageField(*dialog_);
   auto* threat = dialog_->findChild<QWidget*>("theThreat");
-  InfectionLine infection;
-  if (threat && InfectionLine::parse(*message_, infection)) {
-    setText(field, displayText(infection.path));
-    setText(threat, displayText(infection.threat));
+  if (threat && path_) {
+    setText(field, displayText(*path_));
+    setText(threat, displayText(threat_));
+    return;
+  }
+  if (!message_) {
     return;
   }
   auto* advice = dialog_->findChild<QWidget*>("theAdvice");
@@ -153,16 +157,10 @@ void DialogText::showSubject() {
   }
 }
 
-bool DialogText::isSuspicious() const {
-  InfectionLine infection;
-  return suspicious_ || (message_ && InfectionLine::parse(*message_, infection) &&
-                         infection.threat.starts_with(suspicion));
-}
-
 // The words for a suspicion lie beside the usual ones, under a key of their own that a widget of
 // the interface file names.
 void DialogText::showSuspicion() {
-  if (!dialog_ || !isSuspicious()) {
+  if (!dialog_ || !suspicious_) {
     return;
   }
   const auto textFor = [&](const QObject& object) {

@@ -25,6 +25,7 @@ class DialogText {
   void setMessage(const std::string& message);
   void setDeleteButtonTitle(const std::string& title);
   void setSubject(const std::string& text);
+  void setFind(const std::string& path, const std::string& threat);
   void setSuspicious(bool suspicious);
   void setFailure(const std::string& text);
   // How many windows of the kind wait to be shown, of how many that are open.
@@ -37,7 +38,6 @@ class DialogText {
   void showFailure();
   void showOthers();
   void showPicture(const char* nameProperty);
-  bool isSuspicious() const;
   QString localized(const char* key, const std::string& fallback) const;
 
   const DialogServices& services_;
@@ -46,6 +46,9 @@ class DialogText {
   std::optional<std::string> message_;
   std::string deleteButtonTitle_;
   std::string subject_;
+  // Of a warning about an infected file.
+  std::optional<std::string> path_;
+  std::string threat_;
   bool suspicious_ = false;
   std::string failure_;
   int waiting_ = 0;

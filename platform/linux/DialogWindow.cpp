@@ -5,37 +5,44 @@
 #include <QDialog>
 #include <QGuiApplication>
 #include <QLabel>
-#include <QLayout>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
-#include <QScrollBar>
-#include <QTextLayout>
+#include <QWindow>
 #include <utility>
 
+#include "platform/linux/ButtonPause.h"
 #include "platform/linux/Guarded.h"
 #include "platform/linux/QtImage.h"
+#include "platform/linux/SwayFocus.h"
 
 namespace quillo {
 namespace {
 
 constexpr int cascadeStep = 28;
-constexpr int mostLinesOfPath = 4;
 
-// How many lines a text takes in a field that is as wide as the window is before it is shown.
-int linesOf(const QPlainTextEdit& field, double width) {
-  QTextLayout layout(field.toPlainText(), field.font());
-  QTextOption option;
-  option.setWrapMode(field.wordWrapMode());
-  layout.setTextOption(option);
-  layout.beginLayout();
-  int lines = 0;
-  for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-    line.setLineWidth(width);
-    ++lines;
+// What a window may take, with its frame and a bar of the desktop's, of which Wayland says nothing.
+QSize roomOn(const QScreen& screen) {
+  const bool isWayland = QGuiApplication::platformName().startsWith("wayland");
+  const QSize besides(12, isWayland ? 72 : 32);
+  return screen.availableSize() - besides;
+}
+
+// While it comes up. Managers of X11 windows heed the time of the last key (_NET_WM_USER_TIME 0,
+// for WA_ShowWithoutActivating); Wayland compositors with X11 windows of theirs only the hint that
+// such a window takes no keys.
+void declineFocus(QDialog& dialog) {
+  keepFocusFromFloatingWindows();
+  dialog.setAttribute(Qt::WA_ShowWithoutActivating);
+  if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+    dialog.winId();
+    dialog.windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus);
   }
-  layout.endLayout();
-  return lines;
+}
+
+// From then on as any other window.
+void acceptFocus(const QDialog& dialog) {
+  dialog.windowHandle()->setFlag(Qt::WindowDoesNotAcceptFocus, false);
 }
 
 void scaleFont(QWidget* widget, double factor) {
@@ -108,6 +115,10 @@ void DialogWindow::setSubject(const std::string& text) {
   changeText([&] { text_.setSubject(text); });
 }
 
+void DialogWindow::setFind(const std::string& path, const std::string& threat) {
+  changeText([&] { text_.setFind(path, threat); });
+}
+
 void DialogWindow::setSuspicious(bool suspicious) {
   changeText([&] { text_.setSuspicious(suspicious); });
 }
@@ -124,7 +135,7 @@ bool DialogWindow::appear(int step) {
   }
   if (!dialog_->isVisible()) {
     dialog_->setWindowFlag(Qt::WindowStaysOnTopHint);
-    dialog_->setAttribute(Qt::WA_ShowWithoutActivating);
+    declineFocus(*dialog_);
     moveTo(step);
   }
   dialog_->show();
@@ -154,7 +165,9 @@ bool DialogWindow::make() {
   }
   widget.release();
   dialog_.reset(dialog);
+  size_ = std::make_unique<DialogSize>(*dialog_);
   buttonEvents_ = std::make_unique<ButtonEvents>(*dialog_);
+  new ButtonPause(*dialog_, [window = dialog_.get()] { acceptFocus(*window); });
   QObject::connect(dialog_.get(), &QDialog::rejected, dialog_.get(), [this] { dismiss(); });
   connectButton("deleteButton", ButtonDialog::Button::deleteButton);
   connectButton("openPrefsButton", ButtonDialog::Button::deleteButton);
@@ -180,10 +193,9 @@ void DialogWindow::connectButton(const char* name, ButtonDialog::Button button,
 void DialogWindow::arrange() {
   scaleFont(dialog_->findChild<QLabel*>("theHeading"), 1.2);
   scaleFont(dialog_->findChild<QLabel*>("theHint"), 0.9);
+  // The Enter key answers nothing but a button that was walked to.
   for (QPushButton* button : dialog_->findChildren<QPushButton*>()) {
-    if (button->isDefault()) {
-      button->setFocus();
-    }
+    button->setAutoDefault(false);
   }
   if (auto* rest = dialog_->findChild<QLabel*>("theRest")) {
     QSizePolicy policy = rest->sizePolicy();
@@ -217,59 +229,17 @@ void DialogWindow::dismiss() {
   }
 }
 
-// Texts that wrap take less height in the window's real width than where adjustSize() measures
-// them.
-void DialogWindow::fit() {
-  dialog_->adjustSize();
-  const QLayout* layout = dialog_->layout();
-  if (layout->hasHeightForWidth()) {
-    dialog_->resize(dialog_->width(), layout->totalHeightForWidth(dialog_->width()));
-  }
-}
-
 // Upwards, so that the buttons stay where somebody may be about to click.
 void DialogWindow::changeText(const std::function<void()>& change) {
   if (!dialog_ || !dialog_->isVisible()) {
     change();
     return;
   }
-  const QRect was = dialog_->geometry();
+  const QPoint was = dialog_->pos();
   const int above = dialog_->frameGeometry().y() - dialog_->screen()->availableGeometry().y();
   change();
-  QLayout* layout = dialog_->layout();
-  layout->activate();
-  const int more = layout->totalHeightForWidth(was.width()) - was.height();
-  if (more > 0) {
-    const int up = qBound(0, above, more);
-    dialog_->setGeometry(was.adjusted(0, -up, 0, more - up));
-  }
-}
-
-// As high as each path needs, within reason. A longer one scrolls, and shows its end: the name of
-// the file.
-void DialogWindow::fitPaths() {
-  for (QPlainTextEdit* edit : dialog_->findChildren<QPlainTextEdit*>()) {
-    if (edit->isHidden()) {
-      continue;
-    }
-    const int margin = edit->frameWidth() + static_cast<int>(edit->document()->documentMargin());
-    const auto setLines = [&](int lines, int margins) {
-      edit->setFixedHeight(edit->fontMetrics().lineSpacing() * lines + margins);
-      dialog_->layout()->invalidate();
-      fit();
-    };
-    setLines(1, 2 * margin);
-    dialog_->layout()->activate();
-    const int lines = linesOf(*edit, edit->width() - 2 * margin);
-    const bool fits = lines <= mostLinesOfPath;
-    edit->setVerticalScrollBarPolicy(fits ? Qt::ScrollBarAlwaysOff : Qt::ScrollBarAsNeeded);
-    if (!fits) {
-      QScrollBar* bar = edit->verticalScrollBar();
-      QObject::connect(bar, &QScrollBar::rangeChanged, bar,
-                       [bar](int, int end) { bar->setValue(end); });
-    }
-    // Beside the last of more lines the edge of the next one would show.
-    setLines(qBound(1, lines, mostLinesOfPath), fits ? 2 * margin : margin + edit->frameWidth());
+  if (const int more = size_->grow(roomOn(*dialog_->screen())); more > 0) {
+    dialog_->move(was.x(), was.y() - qBound(0, above, more));
   }
 }
 
@@ -281,8 +251,7 @@ void DialogWindow::moveTo(std::optional<int> step) {
   if (!screen) {
     return;
   }
-  fit();
-  fitPaths();
+  size_->fit(roomOn(*screen));
   const QRect room = screen->availableGeometry();
   constexpr int steps = 3;
   const QPoint stride = QPoint(1, 1) * cascadeStep;

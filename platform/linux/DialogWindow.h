@@ -8,6 +8,7 @@
 #include "platform/Dialog.h"
 #include "platform/linux/ButtonEvents.h"
 #include "platform/linux/DialogServices.h"
+#include "platform/linux/DialogSize.h"
 #include "platform/linux/DialogText.h"
 #include "platform/linux/InterfaceFile.h"
 
@@ -32,6 +33,7 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   void setDeleteButtonTitle(const std::string& title) { text_.setDeleteButtonTitle(title); }
   void setKind(ButtonDialog::Kind kind);
   void setSubject(const std::string& text);
+  void setFind(const std::string& path, const std::string& threat);
   void setSuspicious(bool suspicious);
   void showFailure(const std::string& text);
   void setAction(ButtonDialog::Action action) { action_ = std::move(action); }
@@ -48,8 +50,6 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   void arrange();
   void press(ButtonDialog::Button button, unsigned int keys);
   void dismiss();
-  void fit();
-  void fitPaths();
   // Makes room for what comes to be seen in a window that may be on the screen.
   void changeText(const std::function<void()>& change);
   // A place in the piles, else the middle of the screen.
@@ -60,6 +60,7 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   DialogServices& services_;
 
   std::unique_ptr<QDialog> dialog_;
+  std::unique_ptr<DialogSize> size_;
   std::unique_ptr<ButtonEvents> buttonEvents_;
   ButtonDialog::Action action_;
   ButtonDialog::Kind kind_;

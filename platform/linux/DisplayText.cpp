@@ -1,7 +1,6 @@
 #include "platform/linux/DisplayText.h"
 
 #include "platform/linux/VisibleText.h"
-#include "posix/Text.h"
 
 namespace quillo {
 
@@ -28,21 +27,6 @@ QString elidedInTheMiddle(const QString& text, int characters) {
     ++tail;
   }
   return text.left(head) + u'…' + text.mid(tail);
-}
-
-bool InfectionLine::parse(std::string_view line, InfectionLine& parsed) {
-  constexpr std::string_view ending = " FOUND";
-  const int colon = lastColon(line);
-  if (colon < 0 || !line.ends_with(ending)) {
-    return false;
-  }
-  const auto end = static_cast<std::size_t>(colon);
-  if (end + 1 + ending.size() > line.size()) {
-    return false;
-  }
-  parsed.path = line.substr(0, end);
-  parsed.threat = trimmed(line.substr(end + 1, line.size() - ending.size() - end - 1));
-  return true;
 }
 
 }  // namespace quillo

@@ -16,12 +16,4 @@ QString toolTipText(std::string_view bytes);
 // At most `characters` of the text, with "…" in place of its middle.
 QString elidedInTheMiddle(const QString& text, int characters);
 
-// What the engine says of an infected file ("PATH: NAME FOUND", clamdscan(1)), taken apart.
-struct InfectionLine {
-  std::string_view path;
-  std::string_view threat;
-  // Whether `line` is one; the path ends at the last ":", as a path may hold others.
-  static bool parse(std::string_view line, InfectionLine& parsed);
-};
-
 }  // namespace quillo

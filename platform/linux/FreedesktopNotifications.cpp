@@ -3,9 +3,10 @@
 #include <QCoreApplication>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
-#include <algorithm>
+#include <QUrl>
 
 #include "platform/linux/BusDaemon.h"
+#include "platform/linux/Guarded.h"
 #include "platform/linux/NotificationText.h"
 #include "posix/Text.h"
 
@@ -18,14 +19,25 @@ constexpr char busService[] = "org.freedesktop.DBus";
 constexpr char applicationName[] = "Vantrel Quillo";
 constexpr char applicationId[] = "org.vantrel.VantrelQuillo";
 
-// The first names of the registration tell of infected files; they and the errors stay on the
-// screen.
-constexpr std::size_t namesOfInfections = 3;
-constexpr char errorName[] = "Error";
+// The key of what a click on the notification itself does.
+constexpr char defaultAction[] = "default";
 
 std::string andMore(LocalizedStrings& strings, std::uint64_t count) {
   return replacingAll(strings.stringForKey("AND_MORE", "and %@ more; see the scan log"), "%@",
                       std::to_string(count));
+}
+
+// Titles and keys in turn, as the service takes them; a key is the place of its button.
+QStringList actionsOf(const NotificationDetails& details) {
+  QStringList actions;
+  for (std::size_t i = 0; i < details.buttons.size(); ++i) {
+    const auto title = QString::fromStdString(notificationTitle(details.buttons[i].title));
+    if (i == 0) {
+      actions << defaultAction << title;
+    }
+    actions << QString::number(i) << title;
+  }
+  return actions;
 }
 
 bool couldNotBeStarted(const QDBusError& error) {
@@ -39,9 +51,10 @@ bool couldNotBeStarted(const QDBusError& error) {
 
 FreedesktopNotifications::FreedesktopNotifications(
     const QDBusConnection& bus, PostToMain postToMain, Clock& clock, LocalizedStrings& strings,
-    std::function<void(const std::string& problem)> report)
+    const std::string& icon, std::function<void(const std::string& problem)> report)
     : bus_(bus),
       postToMain_(std::move(postToMain)),
+      icon_(QUrl::fromLocalFile(QString::fromStdString(icon)).toString(QUrl::FullyEncoded)),
       report_(std::move(report)),
       queue_(clock, [&strings](std::uint64_t count) { return andMore(strings, count); }) {
   if (!bus_.isConnected()) {
@@ -54,14 +67,14 @@ FreedesktopNotifications::FreedesktopNotifications(
       [this](const QString&, const QString&, const QString& owner) { ownerChanged(owner); });
   bus_.connect(busService, "/org/freedesktop/DBus", busService, "ActivatableServicesChanged", this,
                SLOT(activatableServicesChanged()));
+  bus_.connect(service, path, service, "ActionInvoked", this,
+               SLOT(actionInvoked(uint, QString, QDBusMessage)));
+  bus_.connect(service, path, service, "NotificationClosed", this,
+               SLOT(notificationClosed(uint, uint, QDBusMessage)));
   timer_.setSingleShot(true);
   QObject::connect(&timer_, &QTimer::timeout, this, [this] { pump(); });
   BusDaemon daemon(bus_);
   isRunning_ = daemon.hasOwner(service) || daemon.isActivatable(service);
-}
-
-void FreedesktopNotifications::setGrowlDelegate(const GrowlRegistration& registration) {
-  registration_ = registration;
 }
 
 void FreedesktopNotifications::notify(const GrowlNotification& notification) {
@@ -69,6 +82,19 @@ void FreedesktopNotifications::notify(const GrowlNotification& notification) {
     if (!life.expired()) {
       queue_.add(notification);
       pump();
+    }
+  });
+}
+
+void FreedesktopNotifications::withdraw(const std::string& topic) {
+  postToMain_([this, topic, life = std::weak_ptr<const bool>(life_)] {
+    if (life.expired() || topic.empty()) {
+      return;
+    }
+    queue_.withdraw(topic);
+    withdrawnInFlight_ = withdrawnInFlight_ || topicInFlight_ == topic;
+    for (const std::uint32_t id : shown_.takeTopic(topic)) {
+      close(id);
     }
   });
 }
@@ -96,6 +122,7 @@ void FreedesktopNotifications::handOver(std::chrono::milliseconds patience) {
 void FreedesktopNotifications::ownerChanged(const QString& newOwner) {
   server_.reset();
   queue_.forgetIds();
+  shown_.clear();
   if (newOwner.isEmpty()) {
     activatableServicesChanged();
   } else {
@@ -131,36 +158,104 @@ void FreedesktopNotifications::askServer() {
     // Of a server that does not say, the worst is assumed: that a file's name could pass as markup.
     const bool unknown = !reply.isValid();
     server_ = Server{unknown || reply.value().contains("body"),
-                     unknown || reply.value().contains("body-markup")};
+                     unknown || reply.value().contains("body-markup"),
+                     !unknown && reply.value().contains("actions"), answer.reply().service()};
     pump();
   });
 }
 
 void FreedesktopNotifications::send(const QueuedNotification& queued) {
   const GrowlNotification& notification = queued.notification;
-  std::string title = notificationTitle(notification.title);
-  const std::string body = notificationBody(notification.description, server_->hasMarkup);
+  const NotificationDetails& details = notification.details;
+  const std::string& text = details.body.empty() ? notification.description : details.body;
+  std::string title =
+      notificationTitle(details.summary.empty() ? notification.title : details.summary);
+  const std::string body = notificationBody(text, server_->hasMarkup);
   if (!server_->hasBody) {
-    title += ": " + notificationTitle(notification.description);
+    title += ": " + notificationTitle(text);
   }
-  const bool critical = isCritical(notification.name);
-  const QVariantMap hints = {{"urgency", QVariant::fromValue<uchar>(critical ? 2 : 1)},
-                             {"desktop-entry", QString(applicationId)}};
+  if (details.isFind) {
+    makeRoomForFind();
+  }
+  const int normal = 1;
+  const int critical = 2;
+  const QVariantMap hints = {
+      {"urgency", QVariant::fromValue<uchar>(details.isFind ? critical : normal)},
+      {"image-path", icon_},
+      {"desktop-entry", QString(applicationId)}};
   const int never = 0;
   const int asTheServerLikes = -1;
+  topicInFlight_ = details.topic;
+  withdrawnInFlight_ = false;
   call("Notify",
-       {QString(applicationName), static_cast<uint>(queued.replacesId), QString(applicationId),
-        QString::fromStdString(title), QString::fromStdString(body), QStringList(), hints,
+       {QString(applicationName), static_cast<uint>(queued.replacesId), icon_,
+        QString::fromStdString(title), QString::fromStdString(body),
+        server_->hasActions ? actionsOf(details) : QStringList(), hints,
         notification.isSticky ? never : asTheServerLikes},
        [this, queued](const QDBusPendingCall& answer) {
          const QDBusPendingReply<uint> reply = answer;
+         topicInFlight_.clear();
          if (reply.isValid()) {
-           queue_.shown(queued, reply.value());
+           shown(queued, reply.value());
          } else {
            failed(queued, reply.error());
          }
          pump();
        });
+}
+
+void FreedesktopNotifications::shown(const QueuedNotification& queued, uint id) {
+  queue_.shown(queued, id);
+  if (withdrawnInFlight_) {
+    close(id);
+  } else {
+    shown_.add(id, queued.notification);
+  }
+}
+
+// Some desktops show one banner at a time and let it stand until it is answered: one that can wait
+// must not stand before the first that cannot.
+void FreedesktopNotifications::makeRoomForFind() {
+  if (shown_.hasFind()) {
+    return;
+  }
+  for (const ShownNotifications::Shown& hint : shown_.takeHints()) {
+    close(hint.id);
+    queue_.addAgain(hint.notification);
+  }
+}
+
+void FreedesktopNotifications::close(uint id) {
+  QDBusMessage message =
+      QDBusMessage::createMethodCall(service, path, service, "CloseNotification");
+  message << id;
+  bus_.call(message, QDBus::NoBlock);
+}
+
+bool FreedesktopNotifications::isFromServer(const QDBusMessage& signal) const {
+  return server_ && !server_->busName.isEmpty() && signal.service() == server_->busName;
+}
+
+void FreedesktopNotifications::actionInvoked(uint id, const QString& key,
+                                             const QDBusMessage& signal) {
+  const GrowlNotification* notification = isFromServer(signal) ? shown_.find(id) : nullptr;
+  if (!notification) {
+    return;
+  }
+  const auto& buttons = notification->details.buttons;
+  bool isNumber = false;
+  const uint place = key == defaultAction ? 0 : key.toUInt(&isNumber);
+  if ((isNumber || key == defaultAction) && place < buttons.size() && buttons[place].press) {
+    // What it does may withdraw the notification, and the button with it.
+    const auto press = buttons[place].press;
+    guarded(press);
+  }
+}
+
+void FreedesktopNotifications::notificationClosed(uint id, uint, const QDBusMessage& signal) {
+  if (isFromServer(signal)) {
+    shown_.remove(id);
+  }
 }
 
 void FreedesktopNotifications::failed(const QueuedNotification& queued, const QDBusError& error) {
@@ -173,13 +268,6 @@ void FreedesktopNotifications::failed(const QueuedNotification& queued, const QD
     isRunning_ = BusDaemon(bus_).hasOwner(service);
     queue_.clear();
   }
-}
-
-bool FreedesktopNotifications::isCritical(const std::string& name) const {
-  const auto& names = registration_.allNotifications;
-  const auto end =
-      names.begin() + static_cast<std::ptrdiff_t>(std::min(names.size(), namesOfInfections));
-  return name == errorName || std::find(names.begin(), end, name) != end;
 }
 
 void FreedesktopNotifications::call(const QString& method, const QVariantList& arguments,

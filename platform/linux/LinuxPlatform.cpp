@@ -14,6 +14,8 @@
 #include "platform/linux/FileHandles.h"
 #include "platform/linux/FreedesktopNotifications.h"
 #include "platform/linux/Guarded.h"
+#include "platform/linux/InotifyDepartures.h"
+#include "platform/linux/LibraryMessages.h"
 #include "platform/linux/LinuxFolders.h"
 #include "platform/linux/LinuxMountNotifications.h"
 #include "platform/linux/LinuxNameWatch.h"
@@ -60,12 +62,15 @@ struct LinuxPlatform::Parts {
   ~Parts() { setGuardReport(nullptr); }
 
   void log(const std::string& problem) { systemLog.log(problem); }
+  void tell(const std::string& text);
   void tellOfPreferences(const std::string& problem, const Wording& wording);
+  void tellOfDisplay(const DisplayProblem& problem);
 
   TerminationSignals signals;
   Environment environment = Environment::ofThisProcess();
   SystemClock clock;
   LinuxSystemLog systemLog{clock};
+  LibraryMessages libraryMessages{systemLog};
   SingleInstance singleInstance{environment};
   QtApplication application;
   PostToMain postToMain = [this](std::function<void()> action) {
@@ -85,7 +90,9 @@ struct LinuxPlatform::Parts {
                                   [this](const std::string& problem, const Wording& wording) {
                                     tellOfPreferences(problem, wording);
                                   }};
-  FreedesktopNotifications growl{sessionBus, postToMain, clock, strings, report};
+  FreedesktopNotifications growl{
+      sessionBus, postToMain, clock, strings, resources + "/images/128/application.png", report};
+  InotifyDepartures departures{postToMain, report};
   SessionBusNotificationCenter notificationCenter{sessionBus};
   ScriptingObject scripting{sessionBus, [this] { return application.reopen(); }};
   LogindPowerNotifications power{QDBusConnection::systemBus(), report};
@@ -106,17 +113,29 @@ struct LinuxPlatform::Parts {
   QtStatusBar statusBar{application};
   QtDockTile dockTile{resources + "/interface", application, [this] { application.terminate(); },
                       report};
-  Platform platform{application,   launcher,
-                    authorization, notificationCenter,
-                    dockTile,      folders,
-                    growl,         images,
-                    interfaces,    strings,
-                    modifierKeys,  mounts,
-                    names,         power,
-                    preferences,   scripting,
-                    statusBar,     systemLog,
-                    trash,         volumes,
-                    workspace,     mainInterface.interface()};
+  Platform platform{application,
+                    launcher,
+                    authorization,
+                    notificationCenter,
+                    dockTile,
+                    departures,
+                    folders,
+                    growl,
+                    images,
+                    interfaces,
+                    strings,
+                    modifierKeys,
+                    mounts,
+                    names,
+                    power,
+                    preferences,
+                    scripting,
+                    statusBar,
+                    systemLog,
+                    trash,
+                    volumes,
+                    workspace,
+                    mainInterface.interface()};
   QTimer repeats;
   bool isFirst = true;
 };
@@ -132,16 +151,29 @@ LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
     log(singleInstance.problem());
   }
   isFirst = singleInstance.isFirst() && scripting.claimName();
+  if (const auto problem = application.problemWithDisplay(); problem && isFirst) {
+    tellOfDisplay(*problem);
+  }
 }
 
 void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem, const Wording& wording) {
   log(problem);
   const std::string text = Wording{"PREFERENCES_UNREADABLE", {wording.in(strings)}}.in(strings);
-  postToMain([this, text] {
-    if (growl.isGrowlRunning()) {
-      growl.notify({"Vantrel Quillo", "Error", text, 0, true});
-    }
+  postToMain([this, text] { tell(text); });
+}
+
+// When the agent logs to its log already.
+void LinuxPlatform::Parts::tellOfDisplay(const DisplayProblem& problem) {
+  postToMain([this, problem] {
+    log(problem.text);
+    tell(problem.wording.in(strings));
   });
+}
+
+void LinuxPlatform::Parts::tell(const std::string& text) {
+  if (growl.isGrowlRunning()) {
+    growl.notify({"Vantrel Quillo", "Error", text, 0, true});
+  }
 }
 
 LinuxPlatform::LinuxPlatform(int& argc, char** argv)

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t longestLine = 4096;
 
-void writeToSystem(const std::string& line) { syslog(LOG_NOTICE, "%s", line.c_str()); }
+void writeToSyslog(const std::string& line) { syslog(LOG_NOTICE, "%s", line.c_str()); }
 
 void writeToConsole(const std::string& line) { std::fputs(line.c_str(), stderr); }
 
@@ -37,10 +37,17 @@ std::string stamp(Clock& clock) {
   return std::string(text, length);
 }
 
+std::string lineOf(std::string_view message) {
+  if (!message.empty() && message.back() == '\n') {
+    message.remove_suffix(1);
+  }
+  return visibleText(cutInTheMiddle(message, longestLine));
+}
+
 }  // namespace
 
 LinuxSystemLog::LinuxSystemLog(Clock& clock)
-    : LinuxSystemLog(clock, writeToSystem, writeToConsole) {
+    : LinuxSystemLog(clock, writeToSyslog, writeToConsole) {
   openlog("vantrel-quillo", LOG_PID | LOG_NDELAY, LOG_USER);
   if (!logOfThisProcess.exchange(this)) {
     std::atexit(tellRepeatsAtExit);
@@ -51,7 +58,8 @@ LinuxSystemLog::LinuxSystemLog(Clock& clock, Sink system, Sink console)
     : clock_(clock),
       system_(std::move(system)),
       console_(std::move(console)),
-      filter_(clock, tellsOfAnAction) {}
+      filter_(clock, tellsOfAnAction),
+      systemFilter_(clock) {}
 
 LinuxSystemLog::~LinuxSystemLog() {
   LinuxSystemLog* expected = this;
@@ -60,17 +68,27 @@ LinuxSystemLog::~LinuxSystemLog() {
 }
 
 void LinuxSystemLog::log(std::string_view message) {
-  if (!message.empty() && message.back() == '\n') {
-    message.remove_suffix(1);
-  }
-  const std::string line = visibleText(cutInTheMiddle(message, longestLine));
+  const std::string line = lineOf(message);
   MutexLock hold(mutex_);
   write(filter_.pass(line));
+}
+
+void LinuxSystemLog::logToSystem(std::string_view message) {
+  const std::string line = lineOf(message);
+  MutexLock hold(mutex_);
+  writeToSystem(systemFilter_.pass(line));
 }
 
 void LinuxSystemLog::tellRepeats(bool all) {
   MutexLock hold(mutex_);
   write(all ? filter_.takeAll() : filter_.takeDue());
+  writeToSystem(all ? systemFilter_.takeAll() : systemFilter_.takeDue());
+}
+
+void LinuxSystemLog::writeToSystem(const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    system_(line);
+  }
 }
 
 void LinuxSystemLog::write(const std::vector<std::string>& lines) {

@@ -24,18 +24,22 @@ class LinuxSystemLog final : public SystemLog {
   ~LinuxSystemLog() override;
 
   void log(std::string_view message) override;
+  // The same for the system log alone.
+  void logToSystem(std::string_view message);
   // Tells of repeated lines whose minute is over, and with `all` of those before it as well. To be
   // called about once a minute, and with `all` before the process ends. Any thread.
   void tellRepeats(bool all = false);
 
  private:
   void write(const std::vector<std::string>& lines) QUILLO_REQUIRES(mutex_);
+  void writeToSystem(const std::vector<std::string>& lines) QUILLO_REQUIRES(mutex_);
 
   Clock& clock_;
   const Sink system_;
   const Sink console_;
   Mutex mutex_;
   RepeatFilter filter_ QUILLO_GUARDED_BY(mutex_);
+  RepeatFilter systemFilter_ QUILLO_GUARDED_BY(mutex_);
 };
 
 }  // namespace quillo

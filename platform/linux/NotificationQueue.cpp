@@ -26,10 +26,23 @@ void NotificationQueue::add(const GrowlNotification& notification) {
   ++burst.more;
 }
 
+void NotificationQueue::addAgain(const GrowlNotification& notification) {
+  waiting_.push_back(notification);
+}
+
+void NotificationQueue::withdraw(const std::string& topic) {
+  std::erase_if(waiting_, [&topic](const GrowlNotification& waiting) {
+    return !topic.empty() && waiting.details.topic == topic;
+  });
+}
+
 std::optional<QueuedNotification> NotificationQueue::takeNext() {
   if (!waiting_.empty()) {
-    QueuedNotification next{std::move(waiting_.front())};
-    waiting_.pop_front();
+    auto first = std::find_if(waiting_.begin(), waiting_.end(),
+                              [](const auto& waiting) { return waiting.details.isFind; });
+    first = first == waiting_.end() ? waiting_.begin() : first;
+    QueuedNotification next{std::move(*first)};
+    waiting_.erase(first);
     return next;
   }
   const Clock::Duration now = clock_.now();
@@ -39,6 +52,11 @@ std::optional<QueuedNotification> NotificationQueue::takeNext() {
       burst.summaryDue = now + betweenSummaries;
       QueuedNotification next{burst.first, burst.summaryId, burst.number};
       next.notification.description = moreText_(burst.more);
+      NotificationDetails& details = next.notification.details;
+      details.summary.clear();
+      details.body.clear();
+      details.topic.clear();
+      std::erase_if(details.buttons, [](const auto& button) { return button.isOfOneThing; });
       return next;
     }
   }

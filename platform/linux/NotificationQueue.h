@@ -22,8 +22,8 @@ struct QueuedNotification {
 
 // Decides what of many notifications the user sees. Those of one name that follow one another
 // within a few seconds are a burst: its first few are shown, and one more that says how many else
-// there were and is brought up to date in place. Nothing is held back but that count. Not for
-// sharing between threads.
+// there were and is brought up to date in place. Nothing is held back but that count. What tells of
+// malware goes before what waits besides. Not for sharing between threads.
 class NotificationQueue {
  public:
   static constexpr std::uint64_t mostInABurst = 5;
@@ -37,6 +37,10 @@ class NotificationQueue {
       : clock_(clock), moreText_(std::move(moreText)) {}
 
   void add(const GrowlNotification& notification);
+  // Shows it once more, whatever else came since: it was shown and had to make room.
+  void addAgain(const GrowlNotification& notification);
+  // Drops what waits under that topic.
+  void withdraw(const std::string& topic);
   std::optional<QueuedNotification> takeNext();
   // How long until takeNext() may give something; absent when there is nothing.
   std::optional<Clock::Duration> untilNext();

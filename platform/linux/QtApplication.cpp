@@ -8,6 +8,7 @@
 #include <QEvent>
 #include <QEventLoop>
 #include <QThread>
+#include <QWindow>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
@@ -23,6 +24,7 @@ namespace {
 
 // 10.6: recent enough for everything that asks.
 constexpr int desktopVersion = 0x1060;
+const QString applicationId = QStringLiteral("org.vantrel.VantrelQuillo");
 
 class PostedAction final : public QEvent {
  public:
@@ -61,23 +63,15 @@ class GuardedApplication final : public QApplication {
   }
 };
 
-// Qt ends the process when the display that it was told to use cannot be opened, so every list ends
-// with the platform that always works. GNOME lets no Wayland client place or raise a window, hence
-// X11 first there, as Qt itself does.
-std::string chosenPlatformPlugins() {
-  QByteArray plugins = "offscreen";
-  const bool hasX11 = !qEnvironmentVariableIsEmpty("DISPLAY");
-  const bool isGnome = qgetenv("XDG_CURRENT_DESKTOP").contains("GNOME");
-  if (hasX11 && !isGnome) {
-    plugins.prepend("xcb;");
+// Desktops tell by the class of an X11 window whose it is. Qt makes it, once for all windows, out
+// of the application's name, which people read elsewhere.
+void nameApplication() {
+  if (QGuiApplication::platformName() == "xcb") {
+    QCoreApplication::setApplicationName(applicationId);
+    QWindow window;
+    window.create();
   }
-  if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-    plugins.prepend("wayland;");
-  }
-  if (hasX11 && isGnome) {
-    plugins.prepend("xcb;");
-  }
-  return plugins.toStdString();
+  QCoreApplication::setApplicationName("Vantrel Quillo");
 }
 
 }  // namespace
@@ -85,21 +79,33 @@ std::string chosenPlatformPlugins() {
 // The choice goes to Qt as an option: programs that the user opens from here inherit the
 // environment and have their own display to find.
 QtApplication::QtApplication(int& argc, char** argv)
-    : plugins_(chosenPlatformPlugins()), arguments_(argv, argv + argc) {
+    : display_(DisplayFacts::ofThisSession(Environment::ofThisProcess())),
+      plugins_(platformPluginsFor(display_)),
+      arguments_(argv, argv + argc) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
     arguments_.push_back(platformOption_.data());
     arguments_.push_back(plugins_.data());
   }
+  arguments_.push_back(nameOption_.data());
+  arguments_.push_back(id_.data());
   argumentCount_ = static_cast<int>(arguments_.size());
   arguments_.push_back(nullptr);
-  QCoreApplication::setApplicationName("Vantrel Quillo");
-  QGuiApplication::setDesktopFileName("org.vantrel.VantrelQuillo");
+  QGuiApplication::setDesktopFileName(applicationId);
   QGuiApplication::setQuitOnLastWindowClosed(false);
   application_ = std::make_unique<GuardedApplication>(argumentCount_, arguments_.data());
+  nameApplication();
   mainThread_ = std::make_unique<ActionReceiver>();
 }
 
 QtApplication::~QtApplication() = default;
+
+std::optional<DisplayProblem> QtApplication::problemWithDisplay() const {
+  const bool isWished = !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+  if (isWished || QGuiApplication::platformName() != "offscreen") {
+    return std::nullopt;
+  }
+  return displayProblem(display_);
+}
 
 int QtApplication::run() {
   const int status = QApplication::exec();

@@ -3,11 +3,13 @@
 #include <QObject>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/Application.h"
+#include "platform/linux/DisplayChoice.h"
 #include "posix/Mutex.h"
 
 class QApplication;
@@ -25,6 +27,9 @@ class QtApplication final : public Application {
   QtApplication(int& argc, char** argv);
   ~QtApplication() override;
 
+  // Why neither icon nor windows can be shown; absent where they can, or where the environment asks
+  // for a platform without a display. Main thread.
+  std::optional<DisplayProblem> problemWithDisplay() const;
   // The event loop. Returns its exit status when the session has ended it. Main thread.
   int run();
   // What terminate() and the end of the session run, once. Set before run(). Main thread.
@@ -55,9 +60,12 @@ class QtApplication final : public Application {
   int showDockTile(bool untilClosed);
   void showApplicationIcon();
 
+  const DisplayFacts display_;
   // Qt's view of the command line, which it keeps and shortens.
   std::string platformOption_ = "-platform";
   std::string plugins_;
+  std::string nameOption_ = "-name";
+  std::string id_ = "org.vantrel.VantrelQuillo";
   std::vector<char*> arguments_;
   int argumentCount_ = 0;
   // Constant after construction.

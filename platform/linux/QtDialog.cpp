@@ -64,6 +64,10 @@ void QtDialog::setSubject(const std::string& text) {
   post([text](DialogWindow& window) { window.setSubject(text); });
 }
 
+void QtDialog::setFind(const std::string& path, const std::string& threat) {
+  post([path, threat](DialogWindow& window) { window.setFind(path, threat); });
+}
+
 void QtDialog::setSuspicious(bool suspicious) {
   post([suspicious](DialogWindow& window) { window.setSuspicious(suspicious); });
 }

@@ -29,6 +29,7 @@ class QtDialog final : public ButtonDialog {
   void setAction(Action action) override;
   void setKind(Kind kind) override;
   void setSubject(const std::string& text) override;
+  void setFind(const std::string& path, const std::string& threat) override;
   void setSuspicious(bool suspicious) override;
   void showFailure(const std::string& text) override;
 

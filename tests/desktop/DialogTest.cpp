@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <sstream>
 #include <string>
 
@@ -32,6 +33,13 @@ class DialogTest : public testing::Test {
   void clickInto() {
     face.clickOn("theHeading");
     face.expect("focus " + title);
+  }
+
+  void walkTo(const std::string& widget) {
+    for (int steps = 0; steps < 8 && face.ask("focused", "focused ") != widget; ++steps) {
+      session.press("Tab");
+      face.ask("sync", "synced");
+    }
   }
 
   DesktopSession session;
@@ -66,6 +74,32 @@ TEST_F(DialogTest, LeavesTheKeyboardWhereTheUserTypes) {
   EXPECT_EQ(face.expect("pressed "), "0 delete 0");
 }
 
+// The person was about to click on something else.
+TEST_F(DialogTest, AnswersNoClickBeforeItCanHaveBeenSeen) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  ASSERT_EQ(face.ask("answers deleteButton", "answers "), "0");
+  const auto shown = std::chrono::steady_clock::now();
+  std::istringstream place(face.ask("place deleteButton", "at "));
+  int x = 0;
+  int y = 0;
+  place >> x >> y;
+  session.click(x, y);
+  face.ask("where deleteButton", "at ");
+  constexpr auto mostOfThePause = std::chrono::milliseconds(500);
+  EXPECT_GE(std::chrono::steady_clock::now() - shown, mostOfThePause);
+  EXPECT_EQ(session.screen().countWindows(title), 1U);
+  session.click(x, y);
+  EXPECT_EQ(face.expect("pressed "), "0 delete 0");
+}
+
+TEST_F(DialogTest, HasASizeThatNobodyChanges) {
+  warn("/home/anna/a.zip");
+  ASSERT_TRUE(showsWindows(1));
+  face.ask("where deleteButton", "at ");
+  EXPECT_EQ(face.ask("resizable deleteButton", "resizable "), "0");
+}
+
 TEST_F(DialogTest, TellsWhichKeysWereHeldAtTheClick) {
   warn("/home/anna/a.zip");
   ASSERT_TRUE(showsWindows(1));
@@ -88,6 +122,7 @@ TEST_F(DialogTest, TakesTheAltOfAnAccessKeyForNoOption) {
   warn("/home/anna/b.zip");
   ASSERT_TRUE(showsWindows(1));
   clickInto();
+  walkTo("ignoreButton");
   session.press("alt+Return");
   EXPECT_EQ(face.expect("pressed "), "1 other " + option);
 }
@@ -247,7 +282,7 @@ TEST_F(DialogTest, OfTheUpdateShowsItsResult) {
   face.tell("update The virus definitions have been updated.");
   ASSERT_TRUE(showsWindows(1, "Update of the Virus Definitions"));
   EXPECT_EQ(face.ask("text updateWindowText", "text "), "The virus definitions have been updated.");
-  session.press("Return");
+  face.clickOn("closeButton");
   EXPECT_TRUE(showsWindows(0, "Update of the Virus Definitions"));
 }
 

@@ -34,23 +34,5 @@ TEST(DisplayText, IsElidedWithoutCuttingACharacterInTwo) {
   }
 }
 
-TEST(InfectionLine, EndsThePathAtTheLastColon) {
-  InfectionLine line;
-  ASSERT_TRUE(InfectionLine::parse("/a/x:y.zip: Win.Test FOUND", line));
-  EXPECT_EQ(line.path, "/a/x:y.zip");
-  EXPECT_EQ(line.threat, "Win.Test");
-}
-
-TEST(InfectionLine, IsNoOtherLine) {
-  InfectionLine line;
-  EXPECT_FALSE(InfectionLine::parse("/a/b: OK", line));
-  EXPECT_FALSE(InfectionLine::parse("no colon FOUND", line));
-  EXPECT_FALSE(InfectionLine::parse("", line));
-  EXPECT_FALSE(InfectionLine::parse(" FOUND:", line));
-  ASSERT_TRUE(InfectionLine::parse(": FOUND", line));
-  EXPECT_EQ(line.path, "");
-  EXPECT_EQ(line.threat, "");
-}
-
 }  // namespace
 }  // namespace quillo

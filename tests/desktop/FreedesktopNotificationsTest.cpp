@@ -1,71 +1,19 @@
-#include <gtest/gtest.h>
-
-#include <QDBusArgument>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
-#include "platform/linux/BusDaemon.h"
-#include "platform/linux/FreedesktopNotifications.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/FakeNotificationServer.h"
 
 namespace quillo {
 namespace {
 
-constexpr char service[] = "org.freedesktop.Notifications";
-
-class Keys final : public LocalizedStrings {
- public:
-  std::string stringForKey(const std::string& key, const std::string&) override {
-    return key + " %@";
-  }
-};
-
-struct FakeServer {
-  explicit FakeServer(const QStringList& capabilities = {"body", "body-markup"})
-      : object(bus, "/org/freedesktop/Notifications") {
-    object.answerWith("GetCapabilities", {capabilities});
-    object.answer("Notify", [this](const QDBusMessage& call) {
-      const uint replaces = call.arguments().at(1).toUInt();
-      return call.createReply(replaces != 0 ? replaces : ++lastId);
-    });
-    object.own(service);
-  }
-  std::size_t shown() const { return object.callsOf("Notify").size(); }
-  QVariantList arguments(std::size_t number) const {
-    return object.callsOf("Notify").at(number).arguments();
-  }
-  QVariantMap hints(std::size_t number) const {
-    return qdbus_cast<QVariantMap>(arguments(number).at(6));
-  }
-
-  TestBus bus;
-  FakeBusObject object;
-  uint lastId = 40;
-};
-
-class Freedesktop : public testing::Test {
- protected:
-  std::unique_ptr<FreedesktopNotifications> make() {
-    auto made = std::make_unique<FreedesktopNotifications>(
-        *bus, postToMain, clock, strings,
-        [this](const std::string& text) { problems.push_back(text); });
-    made->setGrowlDelegate(
-        {{"found", "removed", "quarantined", "updated", "current", "Error"}, {}});
-    return made;
-  }
-
-  TestBus bus;
-  SystemClock clock;
-  Keys strings;
-  std::vector<std::string> problems;
-};
+using Freedesktop = FreedesktopNotificationsFixture;
 
 TEST_F(Freedesktop, ShowsAnInfectionSoThatItStays) {
   FakeServer server;
   const auto growl = make();
   EXPECT_TRUE(growl->isGrowlRunning());
-  growl->notify({"Found & bad", "found", "/x/<b>.exe: \xff", 0, true});
+  growl->notify({"Found & bad", "found", "/x/<b>.exe: \xff", 0, true, find()});
   ASSERT_TRUE(waitUntil([&] { return server.shown() == 1; }));
   const QVariantList call = server.arguments(0);
   EXPECT_EQ(call.at(0), "Vantrel Quillo");
@@ -78,18 +26,35 @@ TEST_F(Freedesktop, ShowsAnInfectionSoThatItStays) {
   EXPECT_EQ(server.hints(0).value("desktop-entry"), "org.vantrel.VantrelQuillo");
 }
 
-TEST_F(Freedesktop, TellsInfectionsAndErrorsFromUpdatesByTheirUrgency) {
+TEST_F(Freedesktop, ShowsThePictureThatLiesBesideTheProgramWhateverTheThemeKnows) {
   FakeServer server;
   const auto growl = make();
-  const std::vector<std::pair<std::string, int>> names = {
-      {"removed", 2}, {"quarantined", 2}, {"updated", 1}, {"current", 1}, {"Error", 2}};
-  for (const auto& [name, urgency] : names) {
-    growl->notify({"Vantrel Quillo", name, "text", 0, true});
-  }
-  ASSERT_TRUE(waitUntil([&] { return server.shown() == names.size(); }));
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    EXPECT_EQ(server.hints(i).value("urgency").toInt(), names[i].second) << names[i].first;
-  }
+  growl->notify({"Found", "found", "/x", 0, true});
+  ASSERT_TRUE(waitUntil([&] { return server.shown() == 1; }));
+  EXPECT_EQ(server.arguments(0).at(2), "file:///a%20folder/application.png");
+  EXPECT_EQ(server.hints(0).value("image-path"), "file:///a%20folder/application.png");
+}
+
+TEST_F(Freedesktop, CallsNothingUrgentThatTellsOfNoMalware) {
+  FakeServer server;
+  const auto growl = make();
+  growl->notify({"Vantrel Quillo", "Error", "text", 0, true});
+  growl->notify({"Vantrel Quillo", "updated", "text", 0, true});
+  ASSERT_TRUE(waitUntil([&] { return server.shown() == 2; }));
+  EXPECT_EQ(server.hints(0).value("urgency").toInt(), 1);
+  EXPECT_EQ(server.hints(1).value("urgency").toInt(), 1);
+}
+
+TEST_F(Freedesktop, ShowsTheWordsForPeopleInPlaceOfTitleAndDescription) {
+  FakeServer server;
+  const auto growl = make();
+  NotificationDetails details;
+  details.summary = "Malware found: <b>\n\u202egnp.exe";
+  details.body = "/x/<b>";
+  growl->notify({"Found", "found", "the line", 0, true, details});
+  ASSERT_TRUE(waitUntil([&] { return server.shown() == 1; }));
+  EXPECT_EQ(server.arguments(0).at(3), "Malware found: <b>\\n\\u202egnp.exe");
+  EXPECT_EQ(server.arguments(0).at(4), "/x/&lt;b&gt;");
 }
 
 TEST_F(Freedesktop, AsksEachServerOnceWhatItCanShow) {
@@ -149,7 +114,7 @@ TEST_F(Freedesktop, NeverWaitsForAServerThatHangs) {
 TEST_F(Freedesktop, IsNotRunningWithoutAServerOrABus) {
   EXPECT_FALSE(make()->isGrowlRunning());
   FreedesktopNotifications growl(QDBusConnection("there is no such connection"), postToMain, clock,
-                                 strings, nullptr);
+                                 strings, "", nullptr);
   EXPECT_FALSE(growl.isGrowlRunning());
   growl.notify({"Found", "found", "/x", 0, true});
   QCoreApplication::processEvents();
@@ -159,7 +124,7 @@ TEST_F(Freedesktop, CountsAServerThatCanBeStartedUntilItCannot) {
   const auto growl = make();
   ASSERT_FALSE(growl->isGrowlRunning());
   const std::string file = PrivateSession::serviceFolder() + "/notifications.service";
-  std::ofstream(file) << "[D-BUS Service]\nName=" << service << "\nExec=/bin/false\n";
+  std::ofstream(file) << "[D-BUS Service]\nName=" << notificationService << "\nExec=/bin/false\n";
   QDBusMessage reload = QDBusMessage::createMethodCall(
       "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ReloadConfig");
   bus->call(reload);

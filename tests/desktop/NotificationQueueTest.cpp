@@ -96,6 +96,25 @@ TEST_F(NotificationQueueTest, DoesNotLetOneKindHideAnother) {
   EXPECT_EQ(show().back(), "the engine died");
 }
 
+TEST_F(NotificationQueueTest, LetsMalwareGoBeforeWhateverElseWaits) {
+  add("Error", "no definitions");
+  add("Error", "no network");
+  GrowlNotification find{"found", "found", "malware"};
+  find.details.isFind = true;
+  queue.add(find);
+  EXPECT_EQ(show(), (Texts{"malware", "no definitions", "no network"}));
+}
+
+TEST_F(NotificationQueueTest, ForgetsWhatIsOverBeforeItWasShown) {
+  GrowlNotification hint{"Error", "Error", "no definitions"};
+  hint.details.topic = "definitions";
+  queue.add(hint);
+  add("Error", "no network");
+  queue.withdraw("definitions");
+  queue.withdraw("");
+  EXPECT_EQ(show(), Texts{"no network"});
+}
+
 TEST_F(NotificationQueueTest, LosesNoneOfTheCountWhileTheServerIsSlow) {
   for (int burst = 0; burst < 20; ++burst) {
     addMany(5);

@@ -47,6 +47,16 @@ void FakeDialog::setSubject(const std::string& text) {
   subject_ = text;
 }
 
+void FakeDialog::setFind(const std::string& path, const std::string& threat) {
+  std::lock_guard hold(mutex_);
+  find_ = {path, threat};
+}
+
+std::pair<std::string, std::string> FakeDialog::find() const {
+  std::lock_guard hold(mutex_);
+  return find_;
+}
+
 void FakeDialog::setSuspicious(bool suspicious) {
   std::lock_guard hold(mutex_);
   suspicious_ = suspicious;

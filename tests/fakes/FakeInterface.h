@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/Application.h"
@@ -32,6 +33,7 @@ class FakeDialog final : public ButtonDialog {
   void setAction(Action action) override;
   void setKind(Kind kind) override;
   void setSubject(const std::string& text) override;
+  void setFind(const std::string& path, const std::string& threat) override;
   void setSuspicious(bool suspicious) override;
   void showFailure(const std::string& text) override;
 
@@ -43,6 +45,8 @@ class FakeDialog final : public ButtonDialog {
   // Empty before the kind was given.
   std::optional<Kind> kind() const;
   std::string subject() const;
+  // Path and threat; empty when it was given none.
+  std::pair<std::string, std::string> find() const;
   bool isSuspicious() const;
   std::string failure() const;
   std::vector<std::string> calls() const;
@@ -56,6 +60,7 @@ class FakeDialog final : public ButtonDialog {
   std::string deleteButtonTitle_;
   std::optional<Kind> kind_;
   std::string subject_;
+  std::pair<std::string, std::string> find_;
   bool suspicious_ = false;
   std::string failure_;
   Action action_;

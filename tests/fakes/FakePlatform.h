@@ -13,6 +13,7 @@ struct FakePlatform {
   FakeAuthorization authorization;
   FakeDistributedNotificationCenter distributedNotificationCenter;
   FakeDockTile dockTile;
+  FakeFileDepartures fileDepartures;
   FakeFolders folders;
   FakeGrowl growl;
   FakeImageLoader imageLoader;
@@ -31,17 +32,29 @@ struct FakePlatform {
   FakeWorkspace workspace;
   FakeMainInterface mainInterface;
 
-  Platform platform{application,     applicationLauncher,
-                    authorization,   distributedNotificationCenter,
-                    dockTile,        folders,
-                    growl,           imageLoader,
-                    interfaceLoader, localizedStrings,
-                    modifierKeys,    mountNotifications,
-                    nameWatch,       powerNotifications,
-                    preferenceStore, scriptingKeys,
-                    statusBar,       systemLog,
-                    trashFolders,    volumes,
-                    workspace,       mainInterface.outlets};
+  Platform platform{application,
+                    applicationLauncher,
+                    authorization,
+                    distributedNotificationCenter,
+                    dockTile,
+                    fileDepartures,
+                    folders,
+                    growl,
+                    imageLoader,
+                    interfaceLoader,
+                    localizedStrings,
+                    modifierKeys,
+                    mountNotifications,
+                    nameWatch,
+                    powerNotifications,
+                    preferenceStore,
+                    scriptingKeys,
+                    statusBar,
+                    systemLog,
+                    trashFolders,
+                    volumes,
+                    workspace,
+                    mainInterface.outlets};
 };
 
 }  // namespace quillo

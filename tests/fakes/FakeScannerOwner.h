@@ -65,9 +65,14 @@ class FakeScannerOwner final : public ScannerOwner {
     }
   }
   void open(const std::string& folder) override { record("open at once " + folder); }
-  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                 const std::string& description) override {
+  void openScanLog() override { record("open log"); }
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
+                                                 const NotificationDetails& details) override {
     record("notify " + std::to_string(code) + " " + description);
+    {
+      std::lock_guard hold(mutex_);
+      details_.push_back(details);
+    }
     if (duringNotification) {
       duringNotification();
     }
@@ -95,9 +100,23 @@ class FakeScannerOwner final : public ScannerOwner {
     dialogs_.clear();
   }
 
+  void withdrawNotification(const std::string& topic) override {
+    std::lock_guard hold(mutex_);
+    withdrawn_.push_back(topic);
+  }
+
   std::vector<std::string> calls() {
     std::lock_guard hold(mutex_);
     return calls_;
+  }
+  // Of every notification, in their order.
+  std::vector<NotificationDetails> details() {
+    std::lock_guard hold(mutex_);
+    return details_;
+  }
+  bool hasWithdrawn(const std::string& topic) {
+    std::lock_guard hold(mutex_);
+    return std::count(withdrawn_.begin(), withdrawn_.end(), topic) > 0;
   }
   bool wasTold(const std::string& call) { return timesTold(call) > 0; }
   int timesTold(const std::string& call) {
@@ -131,6 +150,8 @@ class FakeScannerOwner final : public ScannerOwner {
   Dispatcher& dispatcher_;
   std::mutex mutex_;
   std::vector<std::string> calls_;
+  std::vector<NotificationDetails> details_;
+  std::vector<std::string> withdrawn_;
   std::vector<std::shared_ptr<FileRemover>> dialogs_;
 };
 
@@ -185,11 +206,13 @@ class FakeRoadObserver final : public RoadObserver {
     }
     add(ended_, paths);
   }
+  void abandoned(const std::vector<std::string>& paths) override { add(abandoned_, paths); }
 
   std::vector<std::string> noticedPaths() { return copyOf(noticed_); }
   std::vector<std::string> stablePaths() { return copyOf(stable_); }
   std::vector<std::string> startedPaths() { return copyOf(started_); }
   std::vector<std::string> scannedPaths() { return copyOf(ended_); }
+  std::vector<std::string> abandonedPaths() { return copyOf(abandoned_); }
   std::vector<std::vector<std::string>> batches() {
     std::lock_guard hold(mutex_);
     return batches_;
@@ -231,6 +254,7 @@ class FakeRoadObserver final : public RoadObserver {
   std::vector<std::string> stable_;
   std::vector<std::string> started_;
   std::vector<std::string> ended_;
+  std::vector<std::string> abandoned_;
   std::vector<std::vector<std::string>> batches_;
   std::vector<int> statuses_;
 };
@@ -246,6 +270,8 @@ inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, Ro
           desktop.preferenceStore,
           desktop.systemLog,
           desktop.workspace,
+          &desktop.fileDepartures,
+          nullptr,
           road,
           scans};
 }

@@ -132,6 +132,41 @@ std::vector<GrowlNotification> FakeGrowl::posted() {
   return posted_;
 }
 
+void FakeFileDepartures::watch(const std::string& path, std::function<bool()> hasLeft) {
+  std::lock_guard hold(mutex_);
+  watched_.emplace_back(path, std::move(hasLeft));
+}
+
+void FakeFileDepartures::ask() {
+  std::vector<std::pair<std::string, std::function<bool()>>> asked;
+  {
+    std::lock_guard hold(mutex_);
+    asked.swap(watched_);
+  }
+  std::erase_if(asked, [](const auto& entry) { return entry.second(); });
+  std::lock_guard hold(mutex_);
+  watched_.insert(watched_.begin(), asked.begin(), asked.end());
+}
+
+std::vector<std::string> FakeFileDepartures::watched() {
+  std::lock_guard hold(mutex_);
+  std::vector<std::string> paths;
+  for (const auto& [path, hasLeft] : watched_) {
+    paths.push_back(path);
+  }
+  return paths;
+}
+
+void FakeGrowl::withdraw(const std::string& topic) {
+  std::lock_guard hold(mutex_);
+  withdrawn_.push_back(topic);
+}
+
+std::vector<std::string> FakeGrowl::withdrawn() {
+  std::lock_guard hold(mutex_);
+  return withdrawn_;
+}
+
 void FakeDistributedNotificationCenter::deliver(const std::string& name) {
   const auto found = observers.find(name);
   if (found != observers.end()) {

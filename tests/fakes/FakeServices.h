@@ -13,6 +13,7 @@
 #include "platform/ApplicationLauncher.h"
 #include "platform/Authorization.h"
 #include "platform/DistributedNotificationCenter.h"
+#include "platform/FileDepartures.h"
 #include "platform/Folders.h"
 #include "platform/GrowlApplicationBridge.h"
 #include "platform/LocalizedStrings.h"
@@ -95,6 +96,7 @@ class FakeGrowl final : public GrowlApplicationBridge {
   void setGrowlDelegate(const GrowlRegistration& given) override { registration = given; }
   bool isGrowlRunning() override;
   void notify(const GrowlNotification& notification) override;
+  void withdraw(const std::string& topic) override;
   void handOver() override {
     if (atHandOver) {
       atHandOver();
@@ -103,6 +105,8 @@ class FakeGrowl final : public GrowlApplicationBridge {
 
   void setRunning(bool running);
   std::vector<GrowlNotification> posted();
+  // The topics, in the order in which they were withdrawn.
+  std::vector<std::string> withdrawn();
   std::optional<GrowlRegistration> registration;
   std::function<void()> atHandOver;
 
@@ -110,6 +114,7 @@ class FakeGrowl final : public GrowlApplicationBridge {
   std::mutex mutex_;
   bool running_ = true;
   std::vector<GrowlNotification> posted_;
+  std::vector<std::string> withdrawn_;
 };
 
 class FakeDistributedNotificationCenter final : public DistributedNotificationCenter {
@@ -171,6 +176,18 @@ class FakeNameWatch final : public NameWatch {
   int starts = 0;
 };
 
+class FakeFileDepartures final : public FileDepartures {
+ public:
+  void watch(const std::string& path, std::function<bool()> hasLeft) override;
+  // As when the system tells of a change: asks for every file that is looked after.
+  void ask();
+  std::vector<std::string> watched();
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::pair<std::string, std::function<bool()>>> watched_;
+};
+
 class FakeFolders final : public Folders {
  public:
   std::string homeFolder() const override {
@@ -180,7 +197,7 @@ class FakeFolders final : public Folders {
   }
   std::optional<std::string> temporaryFolder() const override { return temporary; }
   std::string dataFolder() const override { return home + "/.local/share"; }
-  std::string stateFolder() const override { return home + "/.local/state"; }
+  std::string stateFolder() const override { return home + "/.local/state/vantrel-quillo"; }
   std::string downloadsFolder() const override { return home + "/Downloads"; }
   std::string resourceFolder() const override { return resources; }
   std::string home = "/home/anna";

@@ -93,6 +93,35 @@ TEST_F(Updates, FailWithAnyOtherStatusAlsoSilentOnes) {
   }
 }
 
+TEST_F(Updates, TakeBackWhatAnEarlierOneCameToAlsoWhenTheySucceedInSilence) {
+  installUpdater("exit 2");
+  update(false);
+  const std::string topic = desktop.growl.posted().back().details.topic;
+  ASSERT_FALSE(topic.empty());
+  const auto timesWithdrawn = [&] {
+    const auto withdrawn = desktop.growl.withdrawn();
+    return std::count(withdrawn.begin(), withdrawn.end(), topic);
+  };
+  const auto before = timesWithdrawn();
+  installUpdater("exit 0");
+  update(false);
+  EXPECT_EQ(timesWithdrawn(), before + 1);
+}
+
+TEST_F(Updates, ThatFailOfferTheirLog) {
+  home.write("update.log", "why");
+  installUpdater("exit 2");
+  update(true);
+  const auto buttons = desktop.growl.posted().back().details.buttons;
+  ASSERT_EQ(buttons.size(), 1U);
+  EXPECT_EQ(buttons[0].title, "<NOTIFICATION_LOG>");
+  buttons[0].press();
+  EXPECT_EQ(desktop.workspace.opened.back(), home.path() + "/update.log");
+  installUpdater("exit 0");
+  update(true);
+  EXPECT_TRUE(desktop.growl.posted().back().details.buttons.empty());
+}
+
 TEST_F(Updates, FailWhenTheUpdaterCannotBeRun) {
   installUpdater("");
   chmod((engine() + "/bin/freshclam").c_str(), 0444);

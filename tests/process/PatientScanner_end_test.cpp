@@ -51,6 +51,7 @@ class FileAtTheEnd final : public RoadObserver {
   void becameStable(const std::string&) override {}
   void scanStarted(const std::vector<std::string>&) override { atBegin = fileExists(path_); }
   void scanEnded(const std::vector<std::string>&, int) override { atEnd = fileExists(path_); }
+  void abandoned(const std::vector<std::string>&) override {}
 
   std::optional<bool> atBegin;
   std::optional<bool> atEnd;

@@ -10,6 +10,8 @@
 
 #include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
+#include "scanning/AbortedScans.h"
+#include "scanning/RunningScanners.h"
 #include "tests/fakes/FailingSystemCall.h"
 #include "tests/process/ScannerFixture.h"
 
@@ -234,6 +236,20 @@ TEST_F(PatientScannerFailure, AnEngineThatHangsIsWaitedForUntilItIsKilled) {
   EXPECT_EQ(lines, Lines{path("a") + ": OK"});
   EXPECT_EQ(bench.owner.count, 0);
   EXPECT_EQ(bench.road.statuses(), std::vector<int>{SIGKILL});
+}
+
+TEST_F(PatientScannerFailure, AnAbortLeavesOneLineWithTheNumberOfFilesWithoutAVerdict) {
+  RunningScanners running;
+  AbortedScans aborted(bench.desktop.systemLog, &bench.road);
+  bench.services.runningScanners = &running;
+  bench.services.abortedScans = &aborted;
+  std::thread run([&] { scan({"a", "hang-b", "c"}); });
+  EXPECT_TRUE(waitForFile(bench.folder.path(), "hang-b.pid"));
+  aborted.abort({"/queued"});
+  running.endAll();
+  run.join();
+  EXPECT_EQ(bench.desktop.systemLog.lines(), Lines{"Scans aborted: 3 files were not scanned"});
+  EXPECT_EQ(bench.road.abandonedPaths(), (Lines{"/queued", path("c"), path("hang-b")}));
 }
 
 }  // namespace

@@ -167,6 +167,7 @@ TEST_F(WatchingAgent, AbortsWhatWaitsAndWhateverScans) {
   agent().abortScans();
   EXPECT_EQ(scan.waitUntilExit(), SIGKILL);
   EXPECT_EQ(agent().theDispatcher().lengthOfBothItemLists(), 0U);
+  EXPECT_TRUE(log().has("Scans aborted: 1 file was not scanned"));
   EXPECT_TRUE(agent().isWatching());
 }
 

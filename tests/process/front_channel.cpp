@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdlib>
 #include <functional>
+#include <map>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -128,6 +129,30 @@ TEST_F(FrontChannel, TellsTheFileBehindALink) {
   EXPECT_EQ(verdicts[0].target, target);
   EXPECT_EQ(verdicts[1].kind, Kind::message);
   EXPECT_EQ(verdicts[1].line, link + ": leads to '" + target + "'");
+}
+
+TEST_F(FrontChannel, TellsWhichLimitKeptAFileFromBeingScanned) {
+  const std::string large = tree.files().file("large", std::string(1025, 'x'));
+  start(words({tree.file("limit"), large, tree.files().at("gone")}));
+  std::map<std::string, Verdict> verdicts;
+  for (const Verdict& verdict : readAll()) {
+    verdicts[verdict.path] = verdict;
+  }
+  EXPECT_EQ(verdicts[large].limit, Verdict::Limit::fileSize);
+  EXPECT_EQ(verdicts[large].largestFile, 1024U);
+  EXPECT_EQ(verdicts[tree.files().at("limit")].limit, Verdict::Limit::contents);
+  EXPECT_EQ(verdicts[tree.files().at("gone")].kind, Kind::notScanned);
+  EXPECT_EQ(verdicts[tree.files().at("gone")].limit, Verdict::Limit::none);
+}
+
+TEST_F(FrontChannel, LeavesTheTimesOfItsSummaryToAReaderWhoHasNoClock) {
+  const std::string file = tree.file("clean");
+  start({"--stdout", file});
+  std::string all;
+  readAll([&](const std::string& line) { all += line + "\n"; });
+  EXPECT_NE(all.find("Infected files: 0\n"), std::string::npos);
+  EXPECT_EQ(all.find("Date"), std::string::npos) << all;
+  EXPECT_NE(tree.run({"--stdout", file}).output.find("Start Date: "), std::string::npos);
 }
 
 TEST_F(FrontChannel, MovesAFileOnceItsLineWasTaken) {

@@ -11,6 +11,7 @@
 #include <future>
 
 #include "clamav/Accounts.h"
+#include "clamav/ScanLimits.h"
 #include "posix/UniqueFd.h"
 #include "tests/root/TreeOnMachine.h"
 #include "tests/root/support/StandInProcess.h"
@@ -52,6 +53,22 @@ TEST_F(TreeOnMachine, ShowsTheRealDaemonWithItsConfigurationOnce) {
   std::string line = read("/proc/" + std::to_string(daemons()[0]) + "/cmdline");
   std::replace(line.begin(), line.end(), '\0', ' ');
   EXPECT_EQ(line, "/usr/sbin/clamd -c " + root + "/etc/clamd.conf ");
+}
+
+TEST_F(TreeOnMachine, TakesFilesOfUpToTwoGigabytesAndStartsWithoutAWarning) {
+  const std::string root = path("0/tree");
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  EXPECT_EQ(startDaemon(0, root).output, "");
+  // Most of them does not lie on the disk.
+  const std::string large = path("0/large");
+  const std::string tooLarge = path("0/too-large");
+  write(large, "large");
+  write(tooLarge, "large");
+  std::filesystem::resize_file(large, std::uintmax_t{150} << 20U);
+  std::filesystem::resize_file(tooLarge, engineCeiling + 1);
+  EXPECT_EQ(scan(0, root, large).output, large + ": OK\n");
+  EXPECT_EQ(scan(0, root, tooLarge).output,
+            tooLarge + ": Not scanned: larger than the limit of 2 GB\n");
 }
 
 TEST_F(TreeOnMachine, StartsItsDaemonAlsoWithoutAnOption) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "scanning/FileRemover.h"
+#include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 #include "tests/fakes/FakePlatform.h"
@@ -21,6 +22,7 @@ class ListOwner final : public DialogListOwner {
     dialogs_.removeFromDialogList(dialog);
   }
   void removeAllFromDialogList() override { dialogs_.removeAllFromDialogList(); }
+  void withdrawNotification(const std::string&) override {}
 
  private:
   DialogList& dialogs_;
@@ -33,9 +35,12 @@ class DialogListTest : public testing::Test {
     std::shared_ptr<FakeDialog> window = std::make_shared<FakeDialog>();
     std::shared_ptr<FileRemover> remover;
   };
+  std::shared_ptr<FoundFile> file() {
+    return std::make_shared<FoundFile>(infection, owner, services);
+  }
   Warning warning() {
     Warning made;
-    made.remover = std::make_shared<FileRemover>(made.window, infection, owner, services);
+    made.remover = std::make_shared<FileRemover>(made.window, file(), owner, services);
     return made;
   }
 
@@ -94,7 +99,7 @@ TEST_F(DialogListTest, HasNothingToDismissWhenItIsEmpty) {
 
 TEST_F(DialogListTest, MayHoldTheLastReferenceToADialog) {
   auto window = std::make_shared<FakeDialog>();
-  FileRemover::attachTo(window, infection, owner, services);
+  FileRemover::attachTo(window, file(), owner, services);
   EXPECT_EQ(list.count(), 1U);
   list.removeAllFromDialogList();
   EXPECT_TRUE(window->isClosed());
@@ -104,7 +109,7 @@ TEST_F(DialogListTest, MayHoldTheLastReferenceToADialog) {
 TEST_F(DialogListTest, IsEmptiedByTheDialogThatTheUserAnswersWithCommandHeld) {
   auto window = std::make_shared<FakeDialog>();
   const Warning other = warning();
-  FileRemover::attachTo(window, infection, owner, services);
+  FileRemover::attachTo(window, file(), owner, services);
   list.addToDialogList(other.remover);
   desktop.modifierKeys.held = ModifierKeys::commandKey;
   window->press(ButtonDialog::Button::otherButton);

@@ -75,6 +75,15 @@ TEST_F(DispatcherHandout, AbortForgetsMeasuredAndReadyPaths) {
   EXPECT_EQ(batch(), Paths());
 }
 
+TEST_F(DispatcherHandout, AbortGivesWhatItForgets) {
+  makeReady({file("ready")});
+  takeOver({file("measured")});
+  dispatcher.addStringToItemList(file("reported"));
+  Paths forgotten = dispatcher.abortScans();
+  std::sort(forgotten.begin(), forgotten.end());
+  EXPECT_EQ(forgotten, (Paths{folder.path() + "/measured", folder.path() + "/ready"}));
+}
+
 TEST_F(DispatcherHandout, AbortLeavesTheIntakeToBeMeasuredInTheNextCycle) {
   const std::string path = file("reported");
   dispatcher.addStringToItemList(path);

@@ -78,6 +78,23 @@ TEST_F(FileRemoverDialog, ActsOnTheFileWhateverItsWindowSays) {
   EXPECT_EQ(desktop.workspace.recycled, (Recycled{{"/Users/a", {"b.zip"}}}));
 }
 
+TEST_F(FileRemoverDialog, TellsTheScanLogOfWhatTheUserMoved) {
+  const auto moved = warn(infection);
+  const auto ignored = warn("/Users/a/c.zip: X FOUND");
+  StdoutCapture log;
+  moved->press(Button::deleteButton);
+  ignored->press(Button::otherButton);
+  desktop.workspace.answer = false;
+  warn("/Users/a/d.zip: X FOUND")->press(Button::deleteButton);
+  EXPECT_EQ(log.text(), stamp + " /Users/a/b.zip: moved to the Trash by the user\n");
+}
+
+TEST_F(FileRemoverDialog, GivesTheWindowPathAndThreatBesideTheLine) {
+  const auto dialog = warn("/Users/a/x:y.zip: Name FOUND");
+  EXPECT_EQ(dialog->find(), std::make_pair(std::string("/Users/a/x:y.zip"), std::string("Name")));
+  EXPECT_EQ(dialog->message(), "/Users/a/x:y.zip: Name FOUND");
+}
+
 TEST_F(FileRemoverDialog, CallsALikenessSuspicious) {
   EXPECT_TRUE(warn("/a: Heuristics.Phishing.Email FOUND")->isSuspicious());
   EXPECT_FALSE(warn(infection)->isSuspicious());

@@ -95,5 +95,31 @@ TEST_F(NotificationsTest, StayUntilTheUserDismissesThem) {
   }
 }
 
+TEST_F(NotificationsTest, TellTheFindsFromTheRest) {
+  prepare();
+  for (const std::int32_t code : {1, 2, 3}) {
+    EXPECT_TRUE(shown(code).details.isFind) << code;
+  }
+  for (const std::int32_t code : {4, 5, 6}) {
+    EXPECT_FALSE(shown(code).details.isFind) << code;
+  }
+}
+
+TEST_F(NotificationsTest, HandOnWhatBelongsToThemAndKeepTheirFixedText) {
+  prepare();
+  NotificationDetails details;
+  details.summary = "in words";
+  details.topic = "the topic";
+  details.isFind = true;
+  notifications.displayGrowlDialogWithTitleAndDescription(6, "text", details);
+  const GrowlNotification posted = desktop.growl.posted().back();
+  EXPECT_EQ(posted.title, "Vantrel Quillo");
+  EXPECT_EQ(posted.description, "text");
+  EXPECT_EQ(posted.details.summary, "in words");
+  EXPECT_TRUE(posted.details.isFind);
+  notifications.withdraw("the topic");
+  EXPECT_EQ(desktop.growl.withdrawn(), Names{"the topic"});
+}
+
 }  // namespace
 }  // namespace quillo

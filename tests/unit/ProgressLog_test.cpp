@@ -12,6 +12,7 @@ void passEveryStation(ProgressLog& progress) {
   progress.becameStable("/a");
   progress.scanStarted({"/a", "/b"});
   progress.scanEnded({"/a", "/b"}, 1);
+  progress.abandoned({"/a"});
 }
 
 TEST(ProgressLog, IsSilentUnlessTheUserWantsToKnow) {
@@ -31,7 +32,8 @@ TEST(ProgressLog, TellsEveryStationOfEachFile) {
   passEveryStation(progress);
   EXPECT_EQ(log.lines(),
             (std::vector<std::string>{"Noticed: /a", "Stable: /a", "Scanning: /a", "Scanning: /b",
-                                      "Scanned (status 1): /a", "Scanned (status 1): /b"}));
+                                      "Scanned (status 1): /a", "Scanned (status 1): /b",
+                                      "Aborted, not scanned: /a"}));
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ class ReportFixture : public testing::Test {
     tzset();
   }
   void startRun(const std::string& quarantineOrTrash, bool suppressInfoDialogs = false) {
-    report.startRun({quarantineOrTrash, "/home/anna/Quarantine", suppressInfoDialogs});
+    report.startRun({quarantineOrTrash, "/home/anna/Quarantine", suppressInfoDialogs}, {});
   }
   // What the chunk adds to the scan log.
   std::string loggedFor(std::string_view chunk) {

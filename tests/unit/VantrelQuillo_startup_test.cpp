@@ -95,18 +95,31 @@ TEST_F(AgentStart, ReadsPreferencesRotatesAndFillsTheMenuInOrder) {
   desktop.preferenceStore.set("QuilloFolderArray",
                               PreferenceValue{PreferenceArray{watchedFolder("~", true)}});
   launch();
-  EXPECT_EQ(log().lines(), (Lines{"scan email files", "clamdconfEncoding: 4",
-                                  "The scan log is not rotated: " + home.path() +
-                                      "/resources/engine-tools/newsyslog: launch path not "
-                                      "accessible"}));
+  const Lines lines = log().lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(Lines(lines.begin() + 1, lines.end()),
+            (Lines{"scan email files", "clamdconfEncoding: 4",
+                   "The scan log is not rotated: " + home.path() +
+                       "/resources/engine-tools/newsyslog: launch path not accessible",
+                   "Folders to guard: " + home.path() + "/"}));
   EXPECT_EQ(*agent().getWatchedFolderList(), Lines{home.path() + "/"});
   EXPECT_EQ(agent().scanParameters().scanAndUpdateParametersWithThrobber().size(), 3U);
   EXPECT_EQ(agent().engine().clamdSocket(), std::optional<std::string>(socketPath()));
   EXPECT_TRUE(throbber->isCurrentlyWatching());
 }
 
+TEST_F(AgentStart, BeginsTheLogWithALineForPeople) {
+  launch();
+  const Lines lines = log().lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_TRUE(lines.front().starts_with("Vantrel Quillo ")) << lines.front();
+  EXPECT_NE(lines.front().find(" starts for "), std::string::npos) << lines.front();
+  EXPECT_TRUE(lines.front().ends_with("Help: man vantrel-quillo")) << lines.front();
+}
+
 TEST_F(AgentStart, WatchesAlsoWithoutAnyFolder) {
   launch();
+  EXPECT_TRUE(log().has("There is no folder to guard: the preferences name none that is there"));
   EXPECT_EQ(threads.count("FSEventWatcher"), 1);
   EXPECT_EQ(desktop.mainInterface.theSubMenu.titles(), Lines());
 }
@@ -250,6 +263,29 @@ TEST_F(AgentStart, WarnsOfDefinitionsThatHoldNoMalware) {
                 "file: malware is NOT found until the definitions have been updated"));
   ASSERT_EQ(desktop.growl.posted().size(), 1U);
   EXPECT_EQ(desktop.growl.posted()[0].description, "<DEFINITIONS_MISSING>");
+}
+
+TEST_F(AgentStart, TakesTheWarningOfMissingDefinitionsBackWhenAnUpdateBroughtSome) {
+  home.write("engine/etc/clamd.conf", "DatabaseDirectory " + home.makeFolder("db") + "\n");
+  home.writeProgram("engine/bin/freshclam", "#!/bin/sh\n");
+  launch();
+  const NotificationDetails hint = desktop.growl.posted().at(0).details;
+  ASSERT_FALSE(hint.topic.empty());
+  ASSERT_EQ(hint.buttons.size(), 1U);
+  EXPECT_EQ(hint.buttons[0].title, "<NOTIFICATION_UPDATE>");
+  const auto isWithdrawn = [&] {
+    const auto withdrawn = desktop.growl.withdrawn();
+    return std::find(withdrawn.begin(), withdrawn.end(), hint.topic) != withdrawn.end();
+  };
+  const auto update = [&] {
+    hint.buttons[0].press();
+    threads.run("definitions");
+  };
+  update();
+  EXPECT_FALSE(isWithdrawn());
+  home.write("db/daily.cvd", "definitions");
+  update();
+  EXPECT_TRUE(isWithdrawn());
 }
 
 TEST_F(AgentStart, LogsProgressWhenThatIsWanted) {

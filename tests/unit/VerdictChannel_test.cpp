@@ -46,6 +46,37 @@ TEST_F(VerdictChannelTest, CarriesWhatTheLineCannot) {
   EXPECT_EQ(verdict.line, "/u/a\\xFFb: Eicar FOUND");
 }
 
+TEST_F(VerdictChannelTest, CarriesTheLimitThatKeptAFileFromBeingScanned) {
+  Verdict large = Verdict::parse("/u/a: Not scanned: larger than the limit of 5 GB");
+  large.limit = Verdict::Limit::fileSize;
+  large.largestFile = 5ULL << 30U;
+  sender.tell(large);
+  const Verdict verdict = receiver.understand(large.line);
+  EXPECT_EQ(verdict.limit, Verdict::Limit::fileSize);
+  EXPECT_EQ(verdict.largestFile, 5ULL << 30U);
+}
+
+TEST_F(VerdictChannelTest, KnowsTheRecordsOfAScannerThatTellsOfNoLimits) {
+  const auto field = [](const std::string& bytes) {
+    const auto length = static_cast<std::uint32_t>(bytes.size());
+    return std::string(reinterpret_cast<const char*>(&length), sizeof length) + bytes;
+  };
+  std::string body("V\0", 2);
+  for (const std::string& each :
+       {std::string(1, static_cast<char>(Kind::notScanned)), std::string(1, '\0'),
+        std::string("/u/a: Not scanned: why"), std::string("/u/a"), std::string(),
+        std::string("why"), std::string(), std::string()}) {
+    body += field(each);
+  }
+  const std::string record = field(body);
+  ASSERT_EQ(send(sender.descriptor(), record.data(), record.size(), 0),
+            static_cast<ssize_t>(record.size()));
+  const Verdict verdict = receiver.understand("/u/a: Not scanned: why");
+  EXPECT_EQ(verdict.kind, Kind::notScanned);
+  EXPECT_EQ(verdict.reason, "why");
+  EXPECT_EQ(verdict.limit, Verdict::Limit::none);
+}
+
 TEST_F(VerdictChannelTest, LeavesLinesBetweenTheRecordsToThemselves) {
   sender.tell(infected("/x/h/a: Eicar FOUND"));
   EXPECT_EQ(receiver.understand("/h/b: OK").path, "/h/b");
@@ -78,6 +109,28 @@ TEST_F(VerdictChannelTest, LetsAFileMoveOnlyOnceItsLineHasBeenTaken) {
   EXPECT_TRUE(allowed);
   EXPECT_EQ(known.whereabouts, Whereabouts::moved);
   EXPECT_EQ(known.destination, "/q/a");
+}
+
+TEST_F(VerdictChannelTest, KeepsTheFileThatTheReaderWantsToStay) {
+  const Verdict verdict = infected("/u/a: Eicar FOUND");
+  for (const bool wanted : {false, true}) {
+    sender.announceMove(verdict);
+    bool allowed = false;
+    std::thread scanner([&] {
+      allowed = sender.mayMove();
+      Verdict outcome = verdict;
+      outcome.whereabouts = allowed ? Whereabouts::moved : Whereabouts::inPlace;
+      sender.tellOutcome(outcome);
+    });
+    const Verdict known = receiver.understand("/u/a: Eicar FOUND", [&](const Verdict& infection) {
+      EXPECT_EQ(infection.file(), "/elsewhere/c");
+      return wanted;
+    });
+    scanner.join();
+    EXPECT_EQ(allowed, wanted);
+    EXPECT_EQ(sender.wasRefused(), !wanted);
+    EXPECT_EQ(known.whereabouts, wanted ? Whereabouts::moved : Whereabouts::inPlace);
+  }
 }
 
 TEST_F(VerdictChannelTest, TakesALateWordForNoOtherLine) {

@@ -49,7 +49,14 @@ TEST(FrontConfig, TakesNoNonsenseForASize) {
 TEST(FrontConfig, SaysSizesInRoundUnits) {
   EXPECT_EQ(sizeText(100 * mebi), "100 MB");
   EXPECT_EQ(sizeText(3 * 1024), "3 KB");
-  EXPECT_EQ(sizeText(2147483645), "2147483645 bytes");
+  EXPECT_EQ(sizeText(1024 * mebi), "1 GB");
+  EXPECT_EQ(sizeText(2047 * mebi), "2047 MB");
+  EXPECT_EQ(sizeText(1000000), "1000000 bytes");
+  EXPECT_EQ(sizeText(0), "0 bytes");
+}
+
+TEST(FrontConfig, CallsTheSizeThatTheEngineNeverTakesTwoGigabytes) {
+  EXPECT_EQ(sizeText(largest("MaxFileSize 0\nMaxScanSize 0")), "2 GB");
 }
 
 TEST(FrontTree, ReadsTheLimitsOfTheDaemonThatAnswers) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "clamav/ScanLimits.h"
 #include "posix/Text.h"
 #include "tools/engine-tree/TreePlan.h"
 
@@ -99,6 +100,17 @@ TEST(ClamdConf, GivesTheUsersOwnLinesPrecedence) {
   TreePlan plan = privatePlan();
   plan.daemonAdditions = "MaxFileSize 7M\n";
   EXPECT_EQ(ClamConf::parse(clamdConfText(plan)).value("MaxFileSize"), "7M");
+}
+
+TEST(ClamdConf, LetsThePrivateDaemonTakeAsMuchAsTheEngineCan) {
+  const ClamConf conf = ClamConf::parse(clamdConfText(privatePlan()));
+  EXPECT_EQ(ScanLimits::of(conf).largestFile, engineCeiling);
+  // A larger one would have the engine warn of it at every start.
+  EXPECT_EQ(conf.size("MaxFileSize"), engineCeiling);
+  EXPECT_EQ(conf.size("PCREMaxFileSize"), engineCeiling);
+  EXPECT_EQ(conf.size("StreamMaxLength"), engineCeiling);
+  EXPECT_GE(conf.size("MaxScanSize").value_or(0), 2 * engineCeiling);
+  EXPECT_TRUE(conf.flag("AlertExceedsMax", false));
 }
 
 TEST(ClamdConf, TellsTheAccountOnlyToRoot) {

@@ -43,12 +43,12 @@ void DescriptorScan::add(Job job) {
   handOver();
 }
 
-void DescriptorScan::addUnscannable(Job job, const std::string& reason) {
+void DescriptorScan::addUnscannable(Job job, Answer why) {
   job.file.reset();
   while (items_.size() >= mostWaiting) {
     step();
   }
-  items_.push_back({std::move(job), Answer{Answer::Kind::notScanned, reason}, 0, 0});
+  items_.push_back({std::move(job), std::move(why), 0, 0});
   handOver();
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "clamav/ScanSession.h"
+#include "clamav/Verdict.h"
 #include "posix/Clock.h"
 #include "posix/UniqueFd.h"
 #include "tools/clamdscan/DaemonLink.h"
@@ -30,6 +31,7 @@ struct Answer {
   enum class Kind { clean, infected, notScanned };
   Kind kind = Kind::notScanned;
   std::string text;  // the threat, or the reason
+  Verdict::Limit limit = Verdict::Limit::none;
 };
 
 // Has opened files scanned by the daemon, several at a time, over one session. A session that is
@@ -51,7 +53,7 @@ class DescriptorScan {
   // Takes a file, after it has waited for a place. Answers are handed over meanwhile.
   void add(Job job);
   // Takes its turn with what cannot be scanned.
-  void addUnscannable(Job job, const std::string& reason);
+  void addUnscannable(Job job, Answer why);
   // Waits for the answer to some file; false when there is none to wait for.
   bool makeRoom();
   // Waits for all answers.

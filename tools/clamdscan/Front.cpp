@@ -200,11 +200,12 @@ UniqueFd Front::openIn(int folder, const char* name) {
 }
 
 void Front::scan(Job job, int error) {
-  std::string problem = job.file ? judge_.objection(job) : reasonText(error);
-  if (problem.empty()) {
-    scan_.add(std::move(job));
+  std::optional<Answer> problem =
+      job.file ? judge_.objection(job) : Answer{Answer::Kind::notScanned, reasonText(error)};
+  if (problem) {
+    scan_.addUnscannable(std::move(job), std::move(*problem));
   } else {
-    scan_.addUnscannable(std::move(job), problem);
+    scan_.add(std::move(job));
   }
 }
 
@@ -287,8 +288,11 @@ void Front::writeSummary(std::chrono::system_clock::time_point start, Clock::Dur
     report_.summary("Total errors: " + std::to_string(report_.failures()));
   }
   report_.summary(time.data());
-  report_.summary("Start Date: " + dateText(start));
-  report_.summary("End Date:   " + dateText(clock_.wallTime()));
+  // A reader that logs every line with its time has no use for these.
+  if (!report_.isForProgram()) {
+    report_.summary("Start Date: " + dateText(start));
+    report_.summary("End Date:   " + dateText(clock_.wallTime()));
+  }
 }
 
 }  // namespace quillo::front

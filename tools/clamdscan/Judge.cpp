@@ -5,10 +5,18 @@
 
 #include <array>
 #include <cerrno>
+#include <utility>
 
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::front {
+namespace {
+
+Answer unscannable(std::string why, Verdict::Limit limit = Verdict::Limit::none) {
+  return {Answer::Kind::notScanned, std::move(why), limit};
+}
+
+}  // namespace
 
 bool isLimitAlert(std::string_view threat) {
   return threat.starts_with("Heuristics.Limits.Exceeded");
@@ -17,12 +25,13 @@ bool isLimitAlert(std::string_view threat) {
 void Judge::pass(const Job& job, const Answer& answer) {
   // Only names of one job lead to one file.
   movedFrom_.clear();
-  const std::string doubt = answer.kind == Answer::Kind::clean ? whyNotClean(job) : std::string();
+  const std::optional<Answer> doubt =
+      answer.kind == Answer::Kind::clean ? whyNotClean(job) : std::nullopt;
   for (const Entry& entry : job.entries) {
     switch (answer.kind) {
       case Answer::Kind::clean:
-        if (!doubt.empty()) {
-          report_.notScanned(entry.shown, doubt, entry.target());
+        if (doubt) {
+          notScanned(entry, *doubt);
         } else if (!job.inFolder) {
           report_.clean(entry.shown, entry.target());
         }
@@ -31,44 +40,60 @@ void Judge::pass(const Job& job, const Answer& answer) {
         infected(entry, job.file.get(), answer.text);
         break;
       case Answer::Kind::notScanned:
-        report_.notScanned(entry.shown, answer.text, entry.target());
+        notScanned(entry, answer);
         break;
     }
   }
+}
+
+void Judge::notScanned(const Entry& entry, const Answer& why) {
+  Verdict verdict;
+  verdict.kind = Verdict::Kind::notScanned;
+  verdict.path = entry.shown;
+  verdict.target = entry.target();
+  verdict.reason = why.text;
+  verdict.limit = why.limit;
+  if (why.limit == Verdict::Limit::fileSize) {
+    verdict.largestFile = limits_.largestFile;
+  }
+  report_.notScanned(std::move(verdict));
 }
 
 bool Judge::isTooLarge(const struct stat& status) const {
   return static_cast<std::uint64_t>(status.st_size) > limits_.largestFile;
 }
 
-std::string Judge::tooLargeText() const {
-  return "larger than the limit of " + sizeText(limits_.largestFile);
+Answer Judge::tooLarge() const {
+  return unscannable("larger than the limit of " + sizeText(limits_.largestFile),
+                     Verdict::Limit::fileSize);
 }
 
-std::string Judge::objection(Job& job) const {
+std::optional<Answer> Judge::objection(Job& job) const {
   struct stat status = {};
   if (fstat(job.file.get(), &status) != 0) {
-    return reasonText(errno);
+    return unscannable(reasonText(errno));
   }
   job.size = status.st_size;
   if (!S_ISREG(status.st_mode)) {
-    return typeText(status.st_mode);
+    return unscannable(typeText(status.st_mode));
   }
-  return isTooLarge(status) ? tooLargeText() : std::string();
+  return isTooLarge(status) ? std::optional<Answer>(tooLarge()) : std::nullopt;
 }
 
 // The engine calls also what it could not read clean, and what has become too large. What is read
 // here, at the end that the file had, tells of both.
-std::string Judge::whyNotClean(const Job& job) const {
+std::optional<Answer> Judge::whyNotClean(const Job& job) const {
   std::array<char, 2> bytes;
   const off_t last = job.size == 0 ? 0 : job.size - 1;
   const ssize_t count = pread(job.file.get(), bytes.data(), bytes.size(), last);
   if (count < 0) {
-    return reasonText(errno);
+    return unscannable(reasonText(errno));
   }
   struct stat now = {};
   const bool grown = last + count > job.size;
-  return grown && fstat(job.file.get(), &now) == 0 && isTooLarge(now) ? tooLargeText() : "";
+  return grown && fstat(job.file.get(), &now) == 0 && isTooLarge(now)
+             ? std::optional<Answer>(tooLarge())
+             : std::nullopt;
 }
 
 void Judge::infected(const Entry& entry, int file, std::string_view threat) {
@@ -76,11 +101,11 @@ void Judge::infected(const Entry& entry, int file, std::string_view threat) {
     // With AlertExceedsMax the daemon alerts to a file only because it did not look at all of it.
     // That is no threat, and nobody's large files are to be moved away for it.
     struct stat now = {};
-    const bool tooLarge = fstat(file, &now) == 0 && isTooLarge(now);
     const std::string limit(threat.substr(threat.rfind('.') + 1));
-    report_.notScanned(entry.shown,
-                       tooLarge ? tooLargeText() : "not to its end: beyond the daemon's " + limit,
-                       entry.target());
+    notScanned(entry, fstat(file, &now) == 0 && isTooLarge(now)
+                          ? tooLarge()
+                          : unscannable("not to its end: beyond the daemon's " + limit,
+                                        Verdict::Limit::contents));
     return;
   }
   Verdict verdict;
@@ -114,11 +139,14 @@ void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
   MoveFolder::Outcome outcome;
   if (report_.announce(verdict)) {
     outcome = moveFolder_.move(entry.path, file);
+  } else if (report_.moveWasRefused()) {
+    outcome.text = "it was put back";
   } else {
     outcome.text = "whoever reads the report did not confirm its line in time";
   }
-  verdict.whereabouts =
-      outcome.moved ? Verdict::Whereabouts::moved : Verdict::Whereabouts::notMoved;
+  verdict.whereabouts = outcome.moved              ? Verdict::Whereabouts::moved
+                        : report_.moveWasRefused() ? Verdict::Whereabouts::inPlace
+                                                   : Verdict::Whereabouts::notMoved;
   (outcome.moved ? verdict.destination : verdict.reason) = outcome.text;
   report_.outcome(verdict);
   if (!outcome.moved) {

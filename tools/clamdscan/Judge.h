@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,15 +29,16 @@ class Judge {
   void noMoving(const std::string& reason) { unmovable_ = reason; }
   void pass(const Job& job, const Answer& answer);
   // Why a file that has just been opened is not to be sent to the daemon: it is no file, or larger
-  // than what the engine looks at. "" otherwise, and `size` is known then.
-  std::string objection(Job& job) const;
+  // than what the engine looks at. Absent otherwise, and `size` is known then.
+  std::optional<Answer> objection(Job& job) const;
 
  private:
-  std::string whyNotClean(const Job& job) const;
+  std::optional<Answer> whyNotClean(const Job& job) const;
+  void notScanned(const Entry& entry, const Answer& why);
   void infected(const Entry& entry, int file, std::string_view threat);
   void moveAway(Verdict& verdict, const Entry& entry, int file);
   bool isTooLarge(const struct stat& status) const;
-  std::string tooLargeText() const;
+  Answer tooLarge() const;
 
   Report& report_;
   MoveFolder& moveFolder_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "clamav/ReportedText.h"
 #include "clamav/VerdictChannel.h"
@@ -86,6 +87,10 @@ bool Report::announce(const Verdict& verdict) {
   return style_.channel == nullptr || style_.channel->mayMove();
 }
 
+bool Report::moveWasRefused() const {
+  return style_.channel != nullptr && style_.channel->wasRefused();
+}
+
 void Report::outcome(const Verdict& verdict) {
   if (style_.channel != nullptr && !style_.quiet) {
     style_.channel->tellOutcome(verdict);
@@ -95,7 +100,7 @@ void Report::outcome(const Verdict& verdict) {
 
 void Report::whereabouts(const Verdict& verdict) {
   const bool moved = verdict.whereabouts == Verdict::Whereabouts::moved;
-  failures_ += moved ? 0 : 1;
+  failures_ += verdict.whereabouts == Verdict::Whereabouts::notMoved ? 1 : 0;
   if (moved && style_.quiet) {
     return;
   }
@@ -107,14 +112,18 @@ void Report::whereabouts(const Verdict& verdict) {
 }
 
 void Report::notScanned(std::string_view path, std::string_view reason, std::string_view target) {
-  ++failures_;
-  ++leftOut_;
-  std::string line = harmless(std::string(path) + ": Not scanned: " + std::string(reason));
   Verdict verdict;
-  verdict.kind = Verdict::Kind::notScanned;
   verdict.path = path;
   verdict.reason = reason;
   verdict.target = target;
+  notScanned(std::move(verdict));
+}
+
+void Report::notScanned(Verdict verdict) {
+  ++failures_;
+  ++leftOut_;
+  std::string line = harmless(verdict.path + ": Not scanned: " + verdict.reason);
+  verdict.kind = Verdict::Kind::notScanned;
   tell(std::move(verdict), line);
   add(style_.errors, std::move(line));
 }

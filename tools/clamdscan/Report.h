@@ -34,12 +34,17 @@ class Report {
   // The same for a file that is to be moved: returns when the reader has the line. False when it
   // will not have it, and the file has to stay. outcome() has to follow.
   bool announce(const Verdict& verdict);
-  // What became of that file: `whereabouts`, and `destination` or `reason`.
+  // Whether the reader itself wants it to stay.
+  bool moveWasRefused() const;
+  // What became of that file: `whereabouts`, and `destination` or `reason`. One that lies in its
+  // place as it should counts as no failure.
   void outcome(const Verdict& verdict);
   // Says it once more, of a file that had been moved before, or could not be.
   void whereabouts(const Verdict& verdict);
   // Counted as an error.
   void notScanned(std::string_view path, std::string_view reason, std::string_view target = {});
+  // The same with what else is known: `path`, `reason`, `target` and the limit.
+  void notScanned(Verdict verdict);
   void error(std::string_view line);
   // Says more about what has been counted already, or nothing that counts.
   void remark(std::string_view line);
@@ -48,6 +53,8 @@ class Report {
   // Writes what has been gathered. A reader that is gone ends the program by SIGPIPE.
   void flush();
 
+  // Whether a program reads the report, and not a person.
+  bool isForProgram() const { return style_.channel != nullptr; }
   std::uint64_t infections() const { return infections_; }
   std::uint64_t failures() const { return failures_; }
   std::uint64_t leftOut() const { return leftOut_; }

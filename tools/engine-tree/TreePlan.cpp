@@ -12,9 +12,9 @@ constexpr char header[] =
     "# belong in clamd.local and freshclam.local beside it.\n";
 
 // What bounds a scan; a front program and a user want to know the answering daemon's own values.
-constexpr std::array<const char*, 8> limits = {
-    "AlertExceedsMax", "MaxScanTime", "MaxScanSize",           "MaxFileSize",
-    "MaxRecursion",    "MaxFiles",    "MaxDirectoryRecursion", "StreamMaxLength"};
+constexpr std::array<const char*, 9> limits = {
+    "AlertExceedsMax", "MaxScanTime",     "MaxScanSize",           "MaxFileSize",    "MaxRecursion",
+    "MaxFiles",        "PCREMaxFileSize", "MaxDirectoryRecursion", "StreamMaxLength"};
 
 void addLine(std::string& text, std::string_view option, std::string_view argument) {
   text += option;
@@ -69,10 +69,14 @@ void addPrivateOptions(std::string& text, const TreePlan& plan) {
       "IdleTimeout 1\n"
       // What is too big to be looked at is to be said, not to be called clean.
       "AlertExceedsMax yes\n"
-      "MaxScanTime 120000\n"
-      "MaxScanSize 400M\n"
-      "MaxFileSize 100M\n"
-      "StreamMaxLength 100M\n"
+      // As much as the engine takes: more would be a warning at every start. What is unpacked
+      // counts with what it was packed in. Half an hour is what it takes a slow machine (see
+      // docs/adr/0027-files-of-two-gigabytes.md).
+      "MaxScanTime 1800000\n"
+      "MaxScanSize 4G\n"
+      "MaxFileSize 2147483645\n"
+      "PCREMaxFileSize 2147483645\n"
+      "StreamMaxLength 2147483645\n"
       "MaxRecursion 17\n"
       "MaxFiles 10000\n";
 }

@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QTextCursor>
 #include <QWidget>
 #include <algorithm>
@@ -65,6 +66,14 @@ std::string where(const std::string& objectName) {
   return "at " + std::to_string(middle.x()) + " " + std::to_string(middle.y());
 }
 
+bool answersClicks(const std::string& objectName) {
+  const QWidget* widget = find(objectName);
+  const QList<QPushButton*> buttons =
+      widget ? widget->window()->findChildren<QPushButton*>() : QList<QPushButton*>();
+  return std::all_of(buttons.begin(), buttons.end(),
+                     [](const QPushButton* button) { return button->isEnabled(); });
+}
+
 std::string textOf(const std::string& objectName) {
   QWidget* widget = find(objectName);
   if (!widget) {
@@ -89,6 +98,11 @@ std::ptrdiff_t shownDialogs() {
 bool isFramed(const std::string& objectName) {
   const QWidget* widget = find(objectName);
   return widget && widget->window()->frameGeometry().height() > widget->window()->height();
+}
+
+bool isResizable(const std::string& objectName) {
+  const QWidget* widget = find(objectName);
+  return widget && widget->window()->minimumSize() != widget->window()->maximumSize();
 }
 
 std::ptrdiff_t visibleCount(const std::string& objectName) {

@@ -8,6 +8,10 @@ namespace quillo {
 
 // The middle of the widget, in pixels of the screen: "at X Y", or "nowhere".
 std::string where(const std::string& objectName);
+// Whether the widget's window takes clicks on its buttons.
+bool answersClicks(const std::string& objectName);
+// Whether the widget's window can be made larger or smaller.
+bool isResizable(const std::string& objectName);
 std::string textOf(const std::string& objectName);
 // The rows of a list, with ";" between them and "," between their columns.
 std::string rowsOf(const std::string& objectName);

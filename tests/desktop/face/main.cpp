@@ -22,6 +22,7 @@
 #include <thread>
 #include <vector>
 
+#include "clamav/Verdict.h"
 #include "platform/linux/QtApplication.h"
 #include "platform/linux/QtDockTile.h"
 #include "platform/linux/QtImageLoader.h"
@@ -74,8 +75,8 @@ bool allWindowsAreOnTheScreen() {
   return true;
 }
 
-// Tells where a widget is as soon as the server shows every window that Qt has made, and which
-// window gets the keyboard.
+// Tells where a widget is as soon as the server shows every window that Qt has made and the widget
+// answers a click, and which window gets the keyboard.
 class WindowObserver final : public QObject {
  public:
   explicit WindowObserver(std::function<std::string(const std::string&)> where)
@@ -94,7 +95,8 @@ class WindowObserver final : public QObject {
   }
 
   bool eventFilter(QObject*, QEvent* event) override {
-    if (event->type() == QEvent::Expose && !asked_.empty()) {
+    const bool tells = event->type() == QEvent::Expose || event->type() == QEvent::EnabledChange;
+    if (tells && !asked_.empty()) {
       QTimer::singleShot(0, this, [this] { answer(); });
     }
     return false;
@@ -102,7 +104,7 @@ class WindowObserver final : public QObject {
 
  private:
   void answer() {
-    if (!asked_.empty() && allWindowsAreOnTheScreen()) {
+    if (!asked_.empty() && allWindowsAreOnTheScreen() && answersClicks(asked_)) {
       say(where_(std::exchange(asked_, "")));
     }
   }
@@ -237,6 +239,12 @@ class Commands {
       dialogs_.back()->setAction(
           [](ButtonDialog::Button) { throw std::runtime_error("the button fails"); });
     } else if (name == "message") {
+      // As the agent does it.
+      const Verdict verdict = Verdict::parse(rest);
+      if (verdict.kind == Verdict::Kind::infected && !verdict.path.empty()) {
+        dialogs_.back()->setFind(verdict.path, verdict.threat);
+        dialogs_.back()->setSuspicious(verdict.isHeuristic());
+      }
       dialogs_.back()->setMessage(replacingAll(rest, "\\n", "\n"));
       say("message " + std::to_string(dialogs_.back()->message().size()));
     } else if (name == "title-of-delete") {
@@ -331,6 +339,14 @@ class Commands {
       face_.application.performOnMainThread([] { say("synced"); });
     } else if (name == "where") {
       face_.application.performOnMainThread([this, rest] { windows_.tellWhere(rest); });
+    } else if (name == "place") {
+      face_.application.performOnMainThread([rest] { say(where(rest)); });
+    } else if (name == "answers") {
+      face_.application.performOnMainThread(
+          [rest] { say("answers " + std::to_string(static_cast<int>(answersClicks(rest)))); });
+    } else if (name == "resizable") {
+      face_.application.performOnMainThread(
+          [rest] { say("resizable " + std::to_string(static_cast<int>(isResizable(rest)))); });
     } else if (name == "framed") {
       face_.application.performOnMainThread(
           [rest] { say("framed " + std::to_string(static_cast<int>(isFramed(rest)))); });

@@ -73,7 +73,7 @@ TEST_F(AgentNotification, OfAThousandInfectedFilesAreFewAndTheDesktopAnswers) {
   ASSERT_TRUE(showsWindows(3, warningTitle));
   EXPECT_TRUE(itemBecomes("S_top Watching", true));
   session().keepPicture("thousand-warnings");
-  EXPECT_LE(bus().count("Notify", found), 10);
+  EXPECT_LE(bus().count("Notify", "Threat: Eicar-Test-Signature"), 10);
   clickButton(warningTitle, 1, "ctrl");
   EXPECT_TRUE(showsWindows(0, warningTitle));
 }

@@ -1,18 +1,13 @@
 #include "tests/desktop/root/AgentOnDesktop.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <stdexcept>
 
 #include "tests/desktop/support/PictureParts.h"
-#include "tests/root/support/Files.h"
 
 namespace quillo::tests {
 namespace {
 
-const std::string homeOfAda = "/home/ada";
-constexpr const char* emptied = "/home/.emptied";
-constexpr const char* center = "/org/vantrel/DistributedNotificationCenter";
 // The outlines of every icon, and the fields of those for watching and for scanning.
 constexpr QRgb outlineColour = 0x16212c;
 constexpr QRgb watchingColour = 0x0f8a7a;
@@ -21,60 +16,14 @@ constexpr QRgb scanningColour = 0x2467b8;
 constexpr std::size_t commands = 10;
 const QRect panelArea(0, 0, DesktopSession::width, 40);
 
-// Empty folders for homes and for volumes.
-void arrangeMachine() {
-  if (!std::filesystem::exists(emptied)) {
-    mountTmpfs("/home", "mode=755");
-    mountTmpfs("/media", "mode=755");
-    writeFile(emptied);
-  }
-}
-
 }  // namespace
 
-AgentOnDesktop::AgentOnDesktop() : user_("ada", homeOfAda) { arrangeMachine(); }
-
 void AgentOnDesktop::logIn(const std::string& preferences) {
-  home_ = std::make_unique<GuardedHome>(preferences, GuardedHome::Places{homeOfAda, ""});
-  session_ = std::make_unique<DesktopSession>(DesktopSession::User{homeOfAda, GuardedHome::user});
-  bus_ = std::make_unique<BusMonitor>(session_->busAddress());
-}
-
-void AgentOnDesktop::addVariable(const std::string& variable) { variables_.push_back(variable); }
-
-void AgentOnDesktop::start() {
-  // The last of two variables of one name counts.
-  std::vector<std::string> desktop = session_->environment();
-  desktop.insert(desktop.end(), variables_.begin(), variables_.end());
-  home_->setDesktop(desktop);
-  home_->start();
-}
-
-void AgentOnDesktop::startAndAwaitWatching() {
-  start();
-  home_->awaitWatching();
-}
-
-void AgentOnDesktop::post(const std::string& name) {
-  session_
-      ->startCommand({"dbus-send", "--session", center,
-                      "org.vantrel.DistributedNotificationCenter." + name, "string:test"})
-      ->waitUntilExit();
-}
-
-std::string AgentOnDesktop::outputOf(std::vector<std::string> command) {
-  const std::string output = "/tmp/output-of-command";
-  command.insert(command.begin(), {"/bin/sh", "-c", "exec \"$@\" >" + output + " 2>&1", "command"});
-  session_->startCommand(std::move(command))->waitUntilExit();
-  std::string text = readFile(output);
-  std::filesystem::remove(output);
-  return text;
-}
-
-std::string AgentOnDesktop::valueForKey(const std::string& key) {
-  return outputOf({"dbus-send", "--session", "--print-reply", "--dest=org.vantrel.VantrelQuillo",
-                   "/org/vantrel/VantrelQuillo", "org.vantrel.VantrelQuillo.ValueForKey",
-                   "string:" + key});
+  makeHome(preferences);
+  auto session =
+      std::make_unique<DesktopSession>(DesktopSession::User{homeOfAda, GuardedHome::user});
+  session_ = session.get();
+  enter(std::move(session));
 }
 
 int AgentOnDesktop::notificationsShown() {
@@ -97,11 +46,6 @@ bool AgentOnDesktop::showsIcon(Icon icon) {
     }
     return false;
   });
-}
-
-std::string AgentOnDesktop::statusItem() {
-  const std::vector<std::string> items = session_->bus().statusItems();
-  return items.size() == 1 ? items.front() : "";
 }
 
 QRect AgentOnDesktop::iconArea() {
@@ -169,8 +113,9 @@ std::vector<QRect> AgentOnDesktop::buttonAreas(const std::string& title) {
   std::vector<QRect> buttons;
   screen.eventually([&] {
     const std::vector<QRect> windows = screen.windowAreas(title);
-    buttons = windows.empty() ? windows : buttonsIn(screen.picture(), windows.back());
-    return buttons.size() >= 2;
+    const QImage picture = screen.picture();
+    buttons = windows.empty() ? windows : buttonsIn(picture, windows.back());
+    return buttons.size() >= 2 && looksEnabled(picture, buttons.back());
   });
   return buttons;
 }

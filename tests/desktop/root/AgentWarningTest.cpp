@@ -94,6 +94,8 @@ TEST_F(AgentWarning, ShowsTheFileInTheFileManagerWhenIgnoredWithAlt) {
   ASSERT_TRUE(showsWindows(1, warningTitle));
   // Many window managers keep a click with Alt for themselves.
   focus(warningTitle);
+  session().press("Tab");
+  session().press("Tab");
   session().press("alt+Return");
   EXPECT_TRUE(bus().hears("ShowItems", "'file:///home/ada/Downloads/bad.com'"));
   EXPECT_TRUE(showsWindows(0, warningTitle));

@@ -15,7 +15,7 @@ constexpr int patienceInMilliseconds = 20000;
 
 }  // namespace
 
-FaceProgram::FaceProgram(DesktopSession& session, const std::vector<std::string>& variables,
+FaceProgram::FaceProgram(UserSession& session, const std::vector<std::string>& variables,
                          const std::string& statusItemLength, const std::string& language)
     : session_(session) {
   std::array<int, 2> ends = {-1, -1};

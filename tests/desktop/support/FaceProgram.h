@@ -7,7 +7,7 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
-#include "tests/desktop/support/DesktopSession.h"
+#include "tests/desktop/support/UserSession.h"
 
 namespace quillo {
 
@@ -16,7 +16,7 @@ namespace quillo {
 class FaceProgram {
  public:
   // `variables` are added to the desktop's environment, "NAME=value".
-  explicit FaceProgram(DesktopSession& session, const std::vector<std::string>& variables = {},
+  explicit FaceProgram(UserSession& session, const std::vector<std::string>& variables = {},
                        const std::string& statusItemLength = "-2",
                        const std::string& language = "en");
 
@@ -34,7 +34,7 @@ class FaceProgram {
  private:
   std::string nextEvent();
 
-  DesktopSession& session_;
+  UserSession& session_;
   UniqueFd descriptor_;
   std::string unread_;
   std::unique_ptr<ChildProcess> process_;

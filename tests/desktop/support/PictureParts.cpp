@@ -43,6 +43,22 @@ std::vector<QRect> buttonsIn(const QImage& picture, const QRect& window) {
   return buttons;
 }
 
+bool looksEnabled(const QImage& picture, const QRect& button) {
+  constexpr int heightOfText = 5;
+  constexpr int contrastOfText = 150;
+  constexpr int frame = 4;
+  int darkest = 255;
+  int brightest = 0;
+  const QRect text = button.adjusted(frame, -heightOfText, -frame, heightOfText);
+  for (int y = text.top(); y <= text.bottom(); ++y) {
+    for (int x = text.left(); x <= text.right(); ++x) {
+      darkest = qMin(darkest, qGray(picture.pixel(x, y)));
+      brightest = qMax(brightest, qGray(picture.pixel(x, y)));
+    }
+  }
+  return brightest - darkest > contrastOfText;
+}
+
 std::vector<QRect> itemsIn(const QImage& picture, const QRect& menu) {
   constexpr int smallestGap = 3;
   constexpr int lowestText = 5;

@@ -11,6 +11,8 @@ namespace quillo {
 
 // The push buttons at the bottom of a window, from left to right.
 std::vector<QRect> buttonsIn(const QImage& picture, const QRect& window);
+// Whether a push button looks as if it answered a click.
+bool looksEnabled(const QImage& picture, const QRect& button);
 // The items of a menu, from top to bottom, without the lines between them.
 std::vector<QRect> itemsIn(const QImage& picture, const QRect& menu);
 

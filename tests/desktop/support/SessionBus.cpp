@@ -20,6 +20,11 @@ std::string printed(GVariant* value) {
   return copy;
 }
 
+void appeared(GDBusConnection*, const gchar*, const gchar*, gpointer flag) {
+  *static_cast<bool*>(flag) = true;
+}
+void vanished(GDBusConnection*, const gchar*, gpointer flag) { *static_cast<bool*>(flag) = true; }
+
 }  // namespace
 
 SessionBus::SessionBus(const std::string& address) : context_(g_main_context_new()) {
@@ -58,17 +63,19 @@ GVariant* SessionBus::call(const std::string& name, const char* path, const char
                                      patienceInMilliseconds, nullptr, nullptr);
 }
 
-void SessionBus::awaitNoOwner(const char* name) {
-  bool isGone = false;
+void SessionBus::awaitName(const char* name, bool owned) {
+  bool isSo = false;
   const guint watch = g_bus_watch_name_on_connection(
-      connection_, name, G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
-      [](GDBusConnection*, const gchar*, gpointer gone) { *static_cast<bool*>(gone) = true; },
-      &isGone, nullptr);
-  while (!isGone) {
+      connection_, name, G_BUS_NAME_WATCHER_FLAGS_NONE, owned ? appeared : nullptr,
+      owned ? nullptr : vanished, &isSo, nullptr);
+  while (!isSo) {
     g_main_context_iteration(context_, TRUE);
   }
   g_bus_unwatch_name(watch);
 }
+
+void SessionBus::awaitOwner(const char* name) { awaitName(name, true); }
+void SessionBus::awaitNoOwner(const char* name) { awaitName(name, false); }
 
 std::vector<std::string> SessionBus::statusItems() {
   GVariant* reply = call(watcher, "/StatusNotifierWatcher", "org.freedesktop.DBus.Properties",

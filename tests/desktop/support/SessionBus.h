@@ -15,6 +15,8 @@ class SessionBus {
   SessionBus(const SessionBus&) = delete;
   SessionBus& operator=(const SessionBus&) = delete;
 
+  // Waits until somebody has that name.
+  void awaitOwner(const char* name);
   // Waits until nobody has that name any more.
   void awaitNoOwner(const char* name);
   // The bus names of the items that the panel knows.
@@ -28,6 +30,7 @@ class SessionBus {
   int toolTipChanges(const std::string& item);
 
  private:
+  void awaitName(const char* name, bool owned);
   void count(const char* signal, int& times);
   void takeInSignals(const std::string& item);
   GVariant* call(const std::string& name, const char* path, const char* interface,

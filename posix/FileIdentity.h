@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace quillo {
+
+// Which file lies at a path, and in which state.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t number = 0;  // of its inode, which goes to another file when this one is deleted
+  // Nanoseconds since 1970. 0 when its file system does not say when a file was made.
+  std::int64_t made = 0;
+  std::int64_t changed = 0;  // its contents
+  std::int64_t size = 0;
+
+  // Of the regular file itself that bears that name, no link's; absent when there is none or it
+  // cannot be reached. Any thread. statx(2).
+  static std::optional<FileIdentity> at(const std::string& path);
+  // The same file with the same contents, as far as the file system tells.
+  bool operator==(const FileIdentity&) const = default;
+};
+
+}  // namespace quillo

@@ -1,0 +1,75 @@
+#include "scanning/AbortedScans.h"
+
+#include <utility>
+
+#include "platform/SystemLog.h"
+#include "scanning/RoadObserver.h"
+
+namespace quillo {
+namespace {
+
+std::string countLine(std::size_t files) {
+  if (files == 0) {
+    return "Scans aborted: no file was left unscanned";
+  }
+  return "Scans aborted: " + std::to_string(files) + (files == 1 ? " file was" : " files were") +
+         " not scanned";
+}
+
+}  // namespace
+
+AbortedScans::Run::Run(AbortedScans* scans, std::function<Paths()> unjudged)
+    : scans_(scans), unjudged_(std::move(unjudged)) {
+  if (scans_) {
+    MutexLock hold(scans_->lock_);
+    scans_->runs_.emplace(this, nullptr);
+  }
+}
+
+AbortedScans::Run::~Run() {
+  if (scans_) {
+    if (const auto abort = scans_->take(*this)) {
+      scans_->tell(*abort, unjudged_());
+    }
+  }
+}
+
+std::shared_ptr<AbortedScans::Abort> AbortedScans::take(const Run& run) {
+  MutexLock hold(lock_);
+  const auto place = runs_.find(&run);
+  std::shared_ptr<Abort> abort = std::move(place->second);
+  runs_.erase(place);
+  return abort;
+}
+
+void AbortedScans::abort(const Paths& dropped) {
+  const auto abort = std::make_shared<Abort>();
+  {
+    MutexLock hold(lock_);
+    for (auto& [run, earlier] : runs_) {
+      if (!earlier) {
+        earlier = abort;
+        ++abort->awaited;
+      }
+    }
+  }
+  tell(*abort, dropped);
+}
+
+void AbortedScans::tell(Abort& abort, const Paths& files) {
+  if (observer_) {
+    observer_->abandoned(files);
+  }
+  std::size_t all = 0;
+  {
+    MutexLock hold(lock_);
+    abort.files += files.size();
+    if (--abort.awaited > 0) {
+      return;
+    }
+    all = abort.files;
+  }
+  log_.log(countLine(all));
+}
+
+}  // namespace quillo

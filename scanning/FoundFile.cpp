@@ -1,0 +1,98 @@
+#include "scanning/FoundFile.h"
+
+#include <atomic>
+#include <utility>
+
+#include "clamav/ReportedText.h"
+#include "platform/FileDepartures.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/Workspace.h"
+#include "posix/Text.h"
+#include "scanning/ScanLogLine.h"
+#include "scanning/ScannerOwner.h"
+#include "scanning/ScannerServices.h"
+
+namespace quillo {
+namespace {
+
+std::string newTopic() {
+  static std::atomic<std::uint64_t> finds{0};
+  return "find " + std::to_string(++finds);
+}
+
+}  // namespace
+
+FoundFile::FoundFile(Verdict infection, DialogListOwner& owner, const ScannerServices& services)
+    : infection_(std::move(infection)),
+      identity_(FileIdentity::at(infection_.file())),
+      topic_(newTopic()),
+      owner_(owner),
+      services_(services) {}
+
+std::string FoundFile::pathAsShown() const { return reportedText(infection_.file()); }
+
+void FoundFile::watch() {
+  if (!identity_) {
+    return;
+  }
+  if (services_.putBackFiles) {
+    print_ = FilePrint::of(infection_.file());
+  }
+  if (services_.fileDepartures) {
+    services_.fileDepartures->watch(
+        infection_.file(), [self = shared_from_this()] { return self->lookWhetherLeft(); });
+  }
+}
+
+bool FoundFile::lookWhetherLeft() {
+  const auto now = FileIdentity::at(infection_.file());
+  if (now && now->device == identity_->device && now->number == identity_->number &&
+      now->made == identity_->made) {
+    return hasLeft_;
+  }
+  hasLeft();
+  return true;
+}
+
+void FoundFile::hasLeft() {
+  if (std::exchange(hasLeft_, true)) {
+    return;
+  }
+  if (print_ && print_->identity == identity_) {
+    services_.putBackFiles->hasLeft(infection_, *print_);
+  }
+  owner_.withdrawNotification(topic_);
+}
+
+bool FoundFile::isAnotherFile() const {
+  const auto now = FileIdentity::at(infection_.file());
+  return identity_ && now && now != identity_;
+}
+
+// The file that was scanned, not a link to it: the link is innocent, and what it leads to is not.
+std::string FoundFile::moveToTrash() {
+  const std::string& path = infection_.file();
+  if (path.empty()) {
+    return infection_.line;
+  }
+  if (isAnotherFile()) {
+    return services_.localizedStrings.stringForKey("FILE_CHANGED",
+                                                   "it is not the file that was scanned");
+  }
+  std::string problem = services_.workspace.recycle(deletingLastPathComponent(path),
+                                                    {std::string(lastPathComponent(path))});
+  if (problem.empty()) {
+    writeScanLogLine(scanLogTimestamp(services_.clock),
+                     pathAsShown() + ": moved to the Trash by the user");
+    hasLeft();
+  }
+  return problem;
+}
+
+void FoundFile::show() {
+  if (!infection_.file().empty()) {
+    services_.workspace.selectFile(infection_.file());
+  }
+}
+
+}  // namespace quillo

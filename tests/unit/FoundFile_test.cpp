@@ -1,0 +1,158 @@
+// What becomes of a find when its file leaves its place, and when it comes back.
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "scanning/PutBackFiles.h"
+#include "tests/fakes/TemporaryFolder.h"
+#include "tests/unit/ReportFixture.h"
+
+namespace quillo {
+namespace {
+
+namespace fs = std::filesystem;
+using Calls = std::vector<std::string>;
+
+class FoundFileTest : public ReportFixture {
+ protected:
+  FoundFileTest() { services.putBackFiles = &putBack; }
+
+  std::string found(const std::string& setting = "") {
+    startRun(setting);
+    return loggedFor(line() + "\n");
+  }
+  std::string line(const std::string& threat = "Eicar") const {
+    return path + ": " + threat + " FOUND";
+  }
+  std::string sparedLine() const {
+    return stamp + " " + path + ": not warned of again: it was put back and has not changed\n";
+  }
+  std::string lastTopic() { return owner.details().back().topic; }
+  void trash() const { fs::rename(path, trashed); }
+  void restore() const { fs::rename(trashed, path); }
+
+  // The report of a scanner that would move the file, and does so if it may.
+  std::string foundByAMover(const std::string& setting) {
+    startRun(setting);
+    VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
+    report.verdicts()->letGo();
+    Verdict verdict = Verdict::parse(line());
+    scanner.announceMove(verdict);
+    std::thread moving([&] {
+      mayMove = scanner.mayMove();
+      if (mayMove) {
+        trash();
+      }
+      verdict.whereabouts = mayMove ? Verdict::Whereabouts::moved : Verdict::Whereabouts::inPlace;
+      verdict.destination = mayMove ? trashed : "";
+      scanner.tellOutcome(verdict);
+    });
+    std::string logged = loggedFor(line() + "\n");
+    moving.join();
+    return logged;
+  }
+
+  TemporaryFolder folder;
+  PutBackFiles putBack{folder.path() + "/state", desktop.systemLog};
+  const std::string path = folder.write("bad.com", "malware");
+  const std::string trashed = folder.makeFolder("trash") + "/bad.com";
+  bool mayMove = false;
+};
+
+TEST_F(FoundFileTest, IsLookedAfterWhileItLiesThere) {
+  found();
+  EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
+  desktop.fileDepartures.ask();
+  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+  // As when it is opened, given other rights, or written to: it is the same file.
+  std::ofstream(path, std::ios::app) << "more";
+  desktop.fileDepartures.ask();
+  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
+}
+
+TEST_F(FoundFileTest, TakesItsNotificationWithItWhoeverMovesIt) {
+  found();
+  trash();
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
+}
+
+TEST_F(FoundFileTest, HasLeftWhenAnotherFileTookItsPlace) {
+  found();
+  fs::rename(folder.write("newer", "a letter"), path);
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+}
+
+TEST_F(FoundFileTest, ThatCannotBeSeenIsNotLookedAfter) {
+  startRun("");
+  loggedFor(infection + "\n");
+  EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
+}
+
+TEST_F(FoundFileTest, ThatIsPutBackIsLoggedAndNotWarnedOf) {
+  found();
+  trash();
+  desktop.fileDepartures.ask();
+  restore();
+  EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
+  EXPECT_EQ(warningDialogs().size(), 1U);
+  EXPECT_EQ(owner.details().size(), 1U);
+  EXPECT_EQ(scans.told(), (Calls{path + " = Eicar", path + " = Eicar"}));
+}
+
+TEST_F(FoundFileTest, ThatTheUserMovedByItsButtonIsKnownWithoutAnybodyToNotice) {
+  found();
+  // The fake desktop moves nothing.
+  warningDialogs().at(0)->press(ButtonDialog::Button::deleteButton);
+  EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
+}
+
+TEST_F(FoundFileTest, ThatChangedSinceItWasPutBackIsWarnedOf) {
+  found();
+  trash();
+  desktop.fileDepartures.ask();
+  restore();
+  std::ofstream(path, std::ios::app) << "more";
+  EXPECT_EQ(found(), stamp + " " + line() + "\n");
+  EXPECT_EQ(warningDialogs().size(), 2U);
+}
+
+TEST_F(FoundFileTest, ThatNeverLeftIsWarnedOfEveryTime) {
+  found();
+  EXPECT_EQ(found(), stamp + " " + line() + "\n");
+  EXPECT_EQ(warningDialogs().size(), 2U);
+}
+
+TEST_F(FoundFileTest, ThatIsPutBackStaysWhereInfectedFilesAreMoved) {
+  for (const char* setting : {"Q", "T"}) {
+    EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n");
+    EXPECT_TRUE(mayMove);
+    const std::size_t told = owner.details().size();
+    const std::size_t windows = quarantinedDialogs().size();
+    restore();
+    EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n" + sparedLine());
+    EXPECT_FALSE(mayMove);
+    EXPECT_EQ(owner.details().size(), told);
+    EXPECT_EQ(quarantinedDialogs().size(), windows);
+    EXPECT_TRUE(warningDialogs().empty());
+    // Anew for the other setting.
+    fs::rename(folder.write("another", setting), path);
+  }
+}
+
+TEST_F(FoundFileTest, ThatChangedIsMovedAgain) {
+  foundByAMover("Q");
+  restore();
+  std::ofstream(path, std::ios::app) << "more";
+  foundByAMover("Q");
+  EXPECT_TRUE(mayMove);
+}
+
+}  // namespace
+}  // namespace quillo

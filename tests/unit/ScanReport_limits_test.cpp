@@ -1,0 +1,120 @@
+// What the user is told of files that the engine's limits kept from being scanned.
+
+#include <unistd.h>
+
+#include "clamav/ScanLimits.h"
+#include "tests/unit/ReportFixture.h"
+
+namespace quillo {
+namespace {
+
+using Calls = std::vector<std::string>;
+using Limit = Verdict::Limit;
+
+constexpr std::uint64_t mebi = 1024 * 1024;
+
+class ScanReportLimits : public ReportFixture {
+ protected:
+  ScanReportLimits() {
+    services.toldFiles = &told;
+    desktop.localizedStrings.texts = {{"TOO_LARGE", "%@ > %@"},
+                                      {"TOO_LARGE_AND_ONE", "%@ + 1 > %@"},
+                                      {"TOO_LARGE_AND_MORE", "%@ + %@ > %@"},
+                                      {"NOT_TO_ITS_END", "part of %@"},
+                                      {"NOT_TO_ITS_END_AND_MORE", "part of %@ + %@"},
+                                      {"SIZE_MB", "%@ MB"},
+                                      {"SIZE_GB", "%@ GB"}};
+  }
+
+  struct Left {
+    std::string path;
+    Limit limit = Limit::fileSize;
+    std::uint64_t largestFile = 100 * mebi;
+  };
+
+  // A run whose scanner leaves those files out; gives what was logged.
+  std::string run(const std::vector<Left>& files) {
+    startRun("");
+    VerdictSender scanner(UniqueFd(dup(report.verdicts()->scannersEnd())));
+    report.verdicts()->letGo();
+    std::string lines;
+    for (const Left& file : files) {
+      Verdict verdict = Verdict::parse(file.path + ": Not scanned: reason");
+      verdict.limit = file.limit;
+      verdict.largestFile = file.largestFile;
+      scanner.tell(verdict);
+      lines += verdict.line + "\n";
+    }
+    std::string logged = loggedFor(lines);
+    report.endRun();
+    return logged;
+  }
+
+  ToldFiles told;
+};
+
+TEST_F(ScanReportLimits, AreToldOnceARunByTheFirstFileAndTheNumberOfTheOthers) {
+  run({{"/home/anna/big.iso"}});
+  run({{"/a/1.iso"}, {"/a/2.iso"}});
+  run({{"/b/1.iso"}, {"/b/2.iso"}, {"/b/3.iso"}, {"/b/4.iso"}});
+  EXPECT_EQ(owner.calls(), (Calls{"notify 7 big.iso > 100 MB", "notify 7 1.iso + 1 > 100 MB",
+                                  "notify 7 1.iso + 3 > 100 MB"}));
+}
+
+TEST_F(ScanReportLimits, AreToldWhenTheRunIsOverAndLoggedAtOnce) {
+  startRun("");
+  VerdictSender scanner(UniqueFd(dup(report.verdicts()->scannersEnd())));
+  Verdict verdict = Verdict::parse("/a/big.iso: Not scanned: larger than the limit of 100 MB");
+  verdict.limit = Limit::fileSize;
+  verdict.largestFile = 100 * mebi;
+  scanner.tell(verdict);
+  EXPECT_EQ(loggedFor(verdict.line + "\n"), stamp + " " + verdict.line + "\n");
+  EXPECT_EQ(owner.calls(), Calls());
+  report.endRun();
+  EXPECT_EQ(owner.calls(), Calls{"notify 7 big.iso > 100 MB"});
+}
+
+TEST_F(ScanReportLimits, OfSizeAndOfContentsAreToldApart) {
+  run({{"/a/big.iso"},
+       {"/a/x.zip", Limit::contents, 0},
+       {"/a/y.zip", Limit::contents, 0},
+       {"/a/z.zip", Limit::contents, 0}});
+  EXPECT_EQ(owner.calls(), (Calls{"notify 7 big.iso > 100 MB", "notify 7 part of x.zip + 2"}));
+}
+
+TEST_F(ScanReportLimits, OfTheEngineItselfIsCalledTwoGigabytes) {
+  run({{"/a/big.iso", Limit::fileSize, engineCeiling}});
+  EXPECT_EQ(owner.calls(), Calls{"notify 7 big.iso > 2 GB"});
+}
+
+TEST_F(ScanReportLimits, AreToldOnceOfAFileThatIsWrittenAgainAndAgain) {
+  EXPECT_EQ(run({{"/a/disk.img"}}), run({{"/a/disk.img"}}));
+  EXPECT_EQ(owner.calls().size(), 1U);
+  run({{"/a/disk.img"}, {"/a/other.img"}});
+  EXPECT_EQ(owner.calls().back(), "notify 7 other.img > 100 MB");
+}
+
+TEST_F(ScanReportLimits, AreNotToldOfWhatNobodySaved) {
+  run({{"/home/anna/.cache/blob"},
+       {"/home/anna/.hidden.iso"},
+       {"/home/anna/big.iso.part"},
+       {"/home/anna/big.iso.crdownload"}});
+  EXPECT_EQ(owner.calls(), Calls());
+}
+
+TEST_F(ScanReportLimits, AreNotToldOfWhatWasLeftOutForAnotherReason) {
+  run({{"/home/anna/link", Limit::none, 0}});
+  EXPECT_EQ(owner.calls(), Calls());
+}
+
+TEST(ToldFiles, ForgetTheOldestFirst) {
+  ToldFiles told;
+  for (std::size_t i = 0; i <= ToldFiles::most; ++i) {
+    EXPECT_TRUE(told.isNew("/" + std::to_string(i)));
+  }
+  EXPECT_FALSE(told.isNew("/1"));
+  EXPECT_TRUE(told.isNew("/0"));
+}
+
+}  // namespace
+}  // namespace quillo
