@@ -98,8 +98,11 @@ void VantrelQuillo::tellOfRoom(bool hasRoom, const std::string& desktop) {
   services_.platform.systemLog.log(
       "This desktop shows no status icons. Whoever starts the program again sees its window, which "
       "the preference ShowDockIcon keeps in the task bar");
-  const std::string text = services_.platform.localizedStrings.stringForKey("NO_TRAY", "");
-  if (!displayGrowlDialogWithTitleAndDescription(notificationError, text)) {
+  LocalizedStrings& strings = services_.platform.localizedStrings;
+  NotificationDetails details;
+  details.buttons.push_back({strings.stringForKey("NO_TRAY_SHOW", ""), [this] { showWindow(); }});
+  if (!displayGrowlDialogWithTitleAndDescription(notificationError,
+                                                 strings.stringForKey("NO_TRAY", ""), details)) {
     showWindow();
   }
 }

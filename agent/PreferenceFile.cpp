@@ -67,13 +67,16 @@ std::string PreferenceFile::engineCommand(const std::optional<std::string>& chos
          shellWord(chosenEngine.value_or(engineFolder()));
 }
 
-std::string PreferenceFile::first() const {
+std::optional<std::string> PreferenceFile::first() const {
   const std::string home = services_.folders.homeFolder();
+  const auto contents =
+      contentsOfFile(services_.folders.resourceFolder() + "/preferences/first.toml.in");
+  if (!contents) {
+    return std::nullopt;
+  }
   const std::string text =
-      filledIn(contentsOfFile(services_.folders.resourceFolder() + "/preferences/first.toml.in")
-                   .value_or(""),
-               {engineFolder(), home + "/Library/Logs/vantrel-freshclam.log",
-                abbreviatingWithTilde(services_.folders.downloadsFolder(), home)});
+      filledIn(*contents, {engineFolder(), home + "/Library/Logs/vantrel-freshclam.log",
+                           abbreviatingWithTilde(services_.folders.downloadsFolder(), home)});
   return services_.preferenceStore.hasAny() ? commentedOut(text) : text;
 }
 
@@ -81,7 +84,9 @@ void PreferenceFile::open() {
   std::string problem;
   if (!fileExists(path())) {
     services_.preferenceStore.synchronize();
-    problem = writeNewFile("The first preferences", path(), first());
+    const auto contents = first();
+    problem = contents ? writeNewFile("The first preferences", path(), *contents)
+                       : "The first preferences cannot be written: their template is missing";
   }
   if (problem.empty() && services_.workspace.openFile(path())) {
     return;

@@ -36,7 +36,8 @@ class PreferenceFile {
 
  private:
   std::string engineFolder() const;
-  std::string first() const;
+  // Nothing without the template.
+  std::optional<std::string> first() const;
 
   const PreferenceFileServices services_;
 };

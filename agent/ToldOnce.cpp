@@ -15,7 +15,7 @@ std::string ToldOnce::fileOf(const std::string& subject) const {
     const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
     name += isPlain ? c : '-';
   }
-  return folders_.stateFolder() + "/vantrel/told-" + name;
+  return folders_.stateFolder() + "/told-" + name;
 }
 
 bool ToldOnce::isNews(const std::string& subject) {

@@ -63,7 +63,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.preferenceStore,
                        services.platform.systemLog,
                        services.platform.trashFolders},
-      putBackFiles_(services.platform.folders.stateFolder() + "/vantrel", services.platform.systemLog),
+      putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
       progressLog_(services.platform.systemLog),
       abortedScans_(services.platform.systemLog, &progressLog_),
       face_({services.clock, services.platform.dockTile, services.platform.folders,

@@ -51,8 +51,8 @@ void VantrelQuillo::setUpAndWatch(bool update) {
   secondPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   watchList_.populateMenu();
   face_.setWatchedFolders(*watchList_.getWatchedFolderList());
-  services_.platform.systemLog.log(watchList_.inWords());
   face_.setMissingFolders(watchList_.missingFolders());
+  services_.platform.systemLog.log(watchList_.inWords());
   startWatcherThread();
   nameWatcher_.start();
   if (update && preferences_.updateDefsAtLaunch) {

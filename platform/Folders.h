@@ -13,12 +13,12 @@ class Folders {
   virtual std::string homeFolder() const = 0;
   // The per-user temporary folder; absent when the system gives none.
   virtual std::optional<std::string> temporaryFolder() const = 0;
-  // Where programs keep what the user made with them, and what they remember of their last run.
-  // Each may have to be made; without a "/" at its end.
+  // Where programs keep what the user made with them; may have to be made.
   virtual std::string dataFolder() const = 0;
-  virtual std::string stateFolder() const = 0;
-  // Where browsers save files. As above.
+  // Where browsers save files; may not be there.
   virtual std::string downloadsFolder() const = 0;
+  // Where programs of this user keep what is theirs and no setting; need not exist.
+  virtual std::string stateFolder() const = 0;
   // The folder of the interface files, images, string tables and the helper tool.
   virtual std::string resourceFolder() const = 0;
 };

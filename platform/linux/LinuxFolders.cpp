@@ -56,6 +56,11 @@ std::string downloadsOf(const Environment& environment, const std::string& home)
   return home + "/Downloads";
 }
 
+std::string stateOf(const Environment& environment) {
+  const auto folder = environment.folder("XDG_STATE_HOME");
+  return (folder ? *folder : homeOf(environment) + "/.local/state") + "/vantrel";
+}
+
 std::string resourcesOf(const std::string& executable) {
   const std::string folder = deletingLastPathComponent(executable);
   if (access((folder + "/CMakeCache.txt").c_str(), F_OK) == 0) {
@@ -71,7 +76,7 @@ LinuxFolders::LinuxFolders(const Environment& environment, const std::string& ex
     : home_(homeOf(environment)),
       temporary_(temporaryOf(environment)),
       data_(environment.folder("XDG_DATA_HOME").value_or(home_ + "/.local/share")),
-      state_(environment.folder("XDG_STATE_HOME").value_or(home_ + "/.local/state")),
+      state_(stateOf(environment)),
       downloads_(downloadsOf(environment, home_)),
       resources_(resourcesOf(executable)) {}
 

@@ -29,6 +29,17 @@ TEST(LinuxFoldersTest, TakesTheRuntimeFolderElseTmpdirElseNone) {
   EXPECT_EQ(folderWith({{"TMPDIR", "relative"}}), std::nullopt);
 }
 
+TEST(LinuxFoldersTest, KeepsItsStateWhereThatOfTheUserLies) {
+  const auto folderWith = [](Environment::Variables variables) {
+    return LinuxFolders(Environment(std::move(variables)), "/usr/bin/x").stateFolder();
+  };
+  EXPECT_EQ(folderWith({{"HOME", "/home/a"}}), "/home/a/.local/state/vantrel");
+  EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "/state/"}}),
+            "/state/vantrel");
+  EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "relative"}}),
+            "/home/a/.local/state/vantrel");
+}
+
 TEST(LinuxFoldersTest, FindsTheResourcesBesideABuiltAndBehindAnInstalledProgram) {
   const TestFolder build;
   build.write("CMakeCache.txt", "");
@@ -43,17 +54,13 @@ TEST(LinuxFoldersTest, FindsTheResourcesBesideABuiltAndBehindAnInstalledProgram)
 TEST(LinuxFoldersTest, KeepsDataAndStateWhereTheEnvironmentSaysElseInTheHomeFolder) {
   const LinuxFolders usual(Environment(Environment::Variables{{"HOME", "/home/a"}}), "/usr/bin/x");
   EXPECT_EQ(usual.dataFolder(), "/home/a/.local/share");
-  EXPECT_EQ(usual.stateFolder(), "/home/a/.local/state");
+  EXPECT_EQ(usual.stateFolder(), "/home/a/.local/state/vantrel");
   const LinuxFolders other(
       Environment(Environment::Variables{
           {"HOME", "/home/a"}, {"XDG_DATA_HOME", "/data/"}, {"XDG_STATE_HOME", "/state"}}),
       "/usr/bin/x");
   EXPECT_EQ(other.dataFolder(), "/data");
-  EXPECT_EQ(other.stateFolder(), "/state");
-  const LinuxFolders relative(
-      Environment(Environment::Variables{{"HOME", "/home/a"}, {"XDG_STATE_HOME", "relative"}}),
-      "/usr/bin/x");
-  EXPECT_EQ(relative.stateFolder(), "/home/a/.local/state");
+  EXPECT_EQ(other.stateFolder(), "/state/vantrel");
 }
 
 TEST(LinuxFoldersTest, FindsTheDownloadsUnderTheirNameInTheUsersLanguage) {

@@ -197,7 +197,7 @@ class FakeFolders final : public Folders {
   }
   std::optional<std::string> temporaryFolder() const override { return temporary; }
   std::string dataFolder() const override { return home + "/.local/share"; }
-  std::string stateFolder() const override { return home + "/.local/state"; }
+  std::string stateFolder() const override { return home + "/.local/state/vantrel"; }
   std::string downloadsFolder() const override { return home + "/Downloads"; }
   std::string resourceFolder() const override { return resources; }
   std::string home = "/home/anna";

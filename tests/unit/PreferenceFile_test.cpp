@@ -64,6 +64,13 @@ TEST_F(PreferenceFileTest, IsNotWrittenThroughALinkThatLeadsNowhere) {
   EXPECT_EQ(desktop.application.beeps, 1);
 }
 
+TEST_F(PreferenceFileTest, IsNotWrittenEmptyWhereTheTemplateIsMissing) {
+  desktop.folders.resources = "/no/such";
+  file.open();
+  EXPECT_FALSE(fileExists(file.path()));
+  EXPECT_EQ(desktop.application.beeps, 1);
+}
+
 TEST_F(PreferenceFileTest, DecidesNothingAtFirstWhereOthersDecideAlready) {
   desktop.preferenceStore.set("PathToClamav", "/of/the/machine");
   file.open();

@@ -140,6 +140,11 @@ TEST_F(AgentMending, TellsOnceThatThereIsNoPlaceForItsIcon) {
   ASSERT_EQ(desktop.growl.posted().size(), 1U);
   EXPECT_EQ(desktop.growl.posted()[0].description, "<NO_TRAY>");
   EXPECT_EQ(desktop.application.activations, 0);
+  const auto buttons = desktop.growl.posted()[0].details.buttons;
+  ASSERT_EQ(buttons.size(), 1U);
+  EXPECT_EQ(buttons[0].title, "<NO_TRAY_SHOW>");
+  buttons[0].press();
+  EXPECT_EQ(desktop.application.activations, 1);
 }
 
 TEST_F(AgentMending, TellsOnAnotherDesktopAsWell) {

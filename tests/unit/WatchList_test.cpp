@@ -55,17 +55,6 @@ TEST_F(WatchListTest, IsEmptyAtFirst) {
   EXPECT_EQ(list.getMaxRecursionDepth(), 0);
 }
 
-TEST_F(WatchListTest, SaysInWordsWhatIsToBeWatched) {
-  EXPECT_EQ(list.inWords(), "There is no folder to guard: the preferences name none that is there");
-  const std::string first = home.makeFolder("a");
-  const std::string second = home.makeFolder("b");
-  choose({watchedFolder(first, true), watchedFolder(second, false),
-          watchedFolder(home.path() + "/missing", true)});
-  list.populateMenu();
-  EXPECT_EQ(list.inWords(),
-            "Folders to guard: " + first + "/, " + second + "/ (without its subfolders)");
-}
-
 TEST_F(WatchListTest, TellsWhichFoldersAreNotThereWhenItIsBuiltOrLater) {
   const std::string there = home.makeFolder("a");
   choose({watchedFolder(there, false), watchedFolder("/no/such", true),
@@ -76,6 +65,17 @@ TEST_F(WatchListTest, TellsWhichFoldersAreNotThereWhenItIsBuiltOrLater) {
   EXPECT_EQ(list.missingFolders(), (Lines{"/no/such", there + "/"}));
   list.stop();
   EXPECT_EQ(list.missingFolders(), Lines());
+}
+
+TEST_F(WatchListTest, SaysInWordsWhatIsToBeWatched) {
+  EXPECT_EQ(list.inWords(), "There is no folder to guard: the preferences name none that is there");
+  const std::string first = home.makeFolder("a");
+  const std::string second = home.makeFolder("b");
+  choose({watchedFolder(first, true), watchedFolder(second, false),
+          watchedFolder(home.path() + "/missing", true)});
+  list.populateMenu();
+  EXPECT_EQ(list.inWords(),
+            "Folders to guard: " + first + "/, " + second + "/ (without its subfolders)");
 }
 
 TEST_F(WatchListTest, HoldsTheFoldersInTheUsersOrderWithASlashEach) {

@@ -51,15 +51,16 @@ class AgentWithoutEngine : public AgentOnDesktop {
   }
 
   // Opens a window of its own for text, whatever the text.
-  void makeEditor() {
+  void makeEditor(const std::string& settings) {
     const std::string folder = home().home() + "/.local/share/applications";
     std::filesystem::create_directories(folder);
     std::ofstream(folder + "/editor.desktop")
         << "[Desktop "
            "Entry]\nType=Application\nName=Editor\nMimeType=text/"
            "plain;\nExec=" QUILLO_STAND_IN_VANTREL " --at-once\n";
-    std::filesystem::create_directories(home().home() + "/.config");
-    std::ofstream(home().home() + "/.config/mimeapps.list")
+    std::filesystem::create_directories(settings);
+    std::filesystem::permissions(settings, std::filesystem::perms::all);
+    std::ofstream(settings + "/mimeapps.list")
         << "[Default Applications]\ntext/plain=editor.desktop\n";
   }
 
@@ -129,9 +130,10 @@ TEST_F(AgentWithoutEngine, StartsTheMainApplicationByItsDesktopFileWhenItsServic
 }
 
 TEST_F(AgentWithoutEngine, WritesFirstPreferencesOpensThemAndStays) {
-  const std::string file = home().home() + "/.config/vantrel/org.vantrel.Vantrel.toml";
-  std::filesystem::remove(file);
-  makeEditor();
+  const std::string settings = home().home() + "/.settings";
+  const std::string file = settings + "/vantrel/org.vantrel.Vantrel.toml";
+  addVariable("XDG_CONFIG_HOME=" + settings);
+  makeEditor(settings);
   startAlone();
   session().keepPicture("no-preferences");
   clickButton(title, prefsButton);
@@ -145,7 +147,7 @@ TEST_F(AgentWithoutEngine, WatchesOnceWhatWasMissingIsThereAndItIsStartedAgain) 
   startAlone();
   home().writePreferences("PathToClamav = \"" + home().tree() + "\"\nPathToUpdateLog = \"" +
                           home().home() +
-                          "/update.log\"\n[[QuilloFolderArray]]\n"
+                          "/update.log\"\nQuilloLogProgress = true\n[[QuilloFolderArray]]\n"
                           "pathName = \"~/Downloads\"\nWatchSubdirs = true\n");
   EXPECT_EQ(home().runSecondAgent(), 0);
   EXPECT_TRUE(showsWindows(0, title));

@@ -105,7 +105,7 @@ void GuardedHome::copyBuild() const {
   fs::copy_file(build + "/vantrel-quillo", root_ + "/bin/vantrel-quillo");
   const std::string resources = root_ + "/lib/vantrel-quillo";
   makeFolder(resources);
-  for (const char* part : {"images", "interface", "strings", "engine-tools"}) {
+  for (const char* part : {"images", "interface", "strings", "preferences", "engine-tools"}) {
     fs::create_directory_symlink(build + "/resources/" + part, resources + "/" + part);
   }
   fs::copy_file(build + "/resources/gfslogger", resources + "/gfslogger");
