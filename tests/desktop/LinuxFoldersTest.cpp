@@ -34,8 +34,7 @@ TEST(LinuxFoldersTest, KeepsItsStateWhereThatOfTheUserLies) {
     return LinuxFolders(Environment(std::move(variables)), "/usr/bin/x").stateFolder();
   };
   EXPECT_EQ(folderWith({{"HOME", "/home/a"}}), "/home/a/.local/state/vantrel");
-  EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "/state/"}}),
-            "/state/vantrel");
+  EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "/state/"}}), "/state/vantrel");
   EXPECT_EQ(folderWith({{"HOME", "/home/a"}, {"XDG_STATE_HOME", "relative"}}),
             "/home/a/.local/state/vantrel");
 }

@@ -56,8 +56,7 @@ TEST_F(AgentWithoutTray, SaysOnceHowItIsToBeReached) {
   startAndAwaitWatching();
   ASSERT_TRUE(tells());
   EXPECT_EQ(session().screen().countWindows(dockTitle), 0U);
-  EXPECT_TRUE(
-      std::filesystem::exists(home().home() + "/.local/state/vantrel/told-no-tray-"));
+  EXPECT_TRUE(std::filesystem::exists(home().home() + "/.local/state/vantrel/told-no-tray-"));
 }
 
 TEST_F(AgentWithoutTray, ShowsItsWindowWhereThereAreNoNotificationsEither) {
