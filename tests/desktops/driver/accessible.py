@@ -106,3 +106,10 @@ def texts_shown(bus, program, title):
         return [tree.text(node) for window in tree.windows(program)
                 if tree.name(window) == title and tree.shows(window)
                 for node in tree.everything_in(window) if tree.role(node) == text_field and tree.shows(node)]
+
+
+def described(bus, program):
+    """Name, area and state of each of its windows, for who looks into a failure."""
+    with Tree(bus) as tree:
+        return [(tree.name(node), tree.area(node, on_screen), f"{tree.state(node):#x}")
+                for node in tree.windows(program)]

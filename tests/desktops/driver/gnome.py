@@ -4,7 +4,7 @@ import json
 
 from gi.repository import GLib
 
-from desktop import Desktop, Window, centre
+from desktop import Desktop, Window, centre, now
 from waiting import await_that, let_pass
 
 left_shift = 42
@@ -126,6 +126,7 @@ class Gnome(Desktop):
           const stands = tray._banner && tray._banner.mapped && tray._notificationState === 2;
           return stands && one.source.constructor.name.startsWith('FdoNotification')
             ? [one.title || '', one.bannerBodyText || ''] : null""")
+        self.looked_at_ = now()
         return tuple(found) if found else None
 
     def log_out(self):

@@ -6,6 +6,7 @@ import unittest
 
 from gi.repository import GLib
 
+import accessible
 import session_test
 
 kind = sys.argv[1]
@@ -21,6 +22,10 @@ def keep_picture(name):
     """Of a failure; the desktop may have gone with it."""
     try:
         session_test.desktop.picture(f"failed-{name}")
+        for window in accessible.described(session_test.desktop.bus, accessible.agent):
+            print("Window of the agent, as it tells:", *window)
+        print("Windows, as the desktop tells:", *session_test.desktop.windows(), sep="\n  ")
+        print("Scan log:", *session_test.read(session_test.log).splitlines()[-8:], sep="\n  ")
     except (GLib.Error, OSError, subprocess.CalledProcessError) as error:
         print(f"no picture: {error}")
 
