@@ -24,7 +24,7 @@ std::string valueIn(const std::string& file, const char* group, const char* key)
 TEST(DesktopEntries, StartTheAgentFromTheMenuAtLogInAndOverTheBus) {
   const std::string exec =
       valueIn(entries + "/org.vantrel.VantrelQuillo.desktop", "Desktop Entry", "Exec");
-  EXPECT_EQ(lastPathComponent(exec), "vantrel-quillo");
+  EXPECT_EQ(lastPathComponent(exec), "start-session");
   EXPECT_EQ(exec.front(), '/');
   const std::string autostart = entries + "/autostart/org.vantrel.VantrelQuillo.desktop";
   EXPECT_EQ(valueIn(autostart, "Desktop Entry", "Exec"), exec);

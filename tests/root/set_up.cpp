@@ -72,7 +72,9 @@ TEST_F(SetUp, GuardsAndDoesItFromTheNextLogInOn) {
   const Outcome outcome = world.setUp();
   expectGuarding(outcome);
   EXPECT_TRUE(finds());
-  EXPECT_NE(readFile(autostart()).find("\nExec=" + program() + "\n"), std::string::npos);
+  EXPECT_NE(readFile(autostart())
+                .find("\nExec=" + inHome(".local/lib/vantrel-quillo/start-session") + "\n"),
+            std::string::npos);
   EXPECT_TRUE(outcome.says("At log-in: it starts by itself")) << outcome.output;
 }
 

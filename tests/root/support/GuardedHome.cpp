@@ -276,8 +276,12 @@ std::string GuardedHome::save(const std::string& name, const std::string& conten
     fs::create_directories(folder);
     check(chown(folder.c_str(), user, user), "chown " + folder);
   }
-  const int file =
-      check(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644), "open " + path);
+  // As writeFile() does, for the same reason.
+  int file = open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+  if (file < 0) {
+    file =
+        check(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644), "open " + path);
+  }
   [[maybe_unused]] const ssize_t ignored = write(file, contents.data(), contents.size());
   check(fchown(file, user, user), "fchown " + path);
   close(file);
