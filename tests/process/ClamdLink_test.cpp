@@ -182,7 +182,9 @@ TEST_F(ClamdLaunch, FindsARealDaemonAgainSpeaksToItAndEndsIt) {
 
 // As a launcher does that finds the machine's own daemon, which no process list shows.
 TEST_F(ClamdLaunch, EndsNoDaemonThatWasThereBeforeALaunchThatSucceeded) {
-  ASSERT_EQ(ChildProcess({"/usr/sbin/clamd", {"-c", realConfiguration()}}).waitUntilExit(), 0);
+  // A daemon that is ready very soon ends its first process by SIGINT instead of with 0.
+  const int status = ChildProcess({"/usr/sbin/clamd", {"-c", realConfiguration()}}).waitUntilExit();
+  ASSERT_TRUE(status == 0 || status == SIGINT) << status;
   const UniqueFd running = realDaemon();
   link.setDaemonPaths(daemon("exit 0"), realConfiguration());
   ASSERT_TRUE(link.launchClamdWithConfigFile(daemon("exit 0"), realConfiguration()));
