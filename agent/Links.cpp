@@ -56,6 +56,12 @@ void WatcherLink::startWatcherFromWatcher() { agent_.startWatcherFromWatcher(); 
 bool WatcherLink::displayError(const std::string& description) {
   return agent_.displayGrowlDialogWithTitleAndDescription(notificationError, description);
 }
+bool WatcherLink::displayHelperError(const std::string& description) {
+  NotificationDetails details;
+  details.topic = helperTopic;
+  return agent_.displayGrowlDialogWithTitleAndDescription(notificationError, description, details);
+}
+void WatcherLink::withdrawHelperErrors() { agent_.withdrawNotification(helperTopic); }
 void WatcherLink::setHelperFails(bool fails) {
   agent_.face().setHelperFails(fails);
   agent_.mainMenu().tellStatus();

@@ -74,6 +74,8 @@ class WatcherLink final : public WatcherOwner, private PathIntake {
   void stopWatcherFromWatcher() override;
   void startWatcherFromWatcher() override;
   bool displayError(const std::string& description) override;
+  bool displayHelperError(const std::string& description) override;
+  void withdrawHelperErrors() override;
   void setHelperFails(bool fails) override;
   void setPlacesWithGaps(std::size_t count) override;
 

@@ -107,6 +107,13 @@ void VantrelQuillo::tellOfRoom(bool hasRoom, const std::string& desktop) {
   }
 }
 
+void VantrelQuillo::tellOfHealth() {
+  mainMenu_.tellStatus();
+  if (face_.status().definitions != DefinitionState::none) {
+    definitionsCame();
+  }
+}
+
 void VantrelQuillo::lookAfterHealth() {
   health_.setWatching(true);
   if (std::exchange(healthIsLookedAfter_, true)) {

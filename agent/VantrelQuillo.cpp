@@ -99,8 +99,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
       toldOnce_(services.platform.folders, services.platform.systemLog),
       health_({services.clock, services.platform.systemLog, face_,
                [this] { return clamdLink_.loadedDefinitions(); },
-               [this] { return watchList_.missingFolders(); },
-               [this] { mainMenu_.tellStatus(); }}) {
+               [this] { return watchList_.missingFolders(); }, [this] { tellOfHealth(); }}) {
   firstPatientScanner.setMyName("firstPatientScanner");
   secondPatientScanner.setMyName("secondPatientScanner");
   mainMenu_.setController(menuLink_);

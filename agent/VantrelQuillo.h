@@ -169,6 +169,7 @@ class VantrelQuillo {
   void setUpAndWatch(bool update);
   void tellNoEngine(const EngineProblem& problem);
   void lookAfterHealth();
+  void tellOfHealth();
   int showWindow();
   void tellOfRoom(bool hasRoom, const std::string& desktop);
   void endWatching();

@@ -25,6 +25,7 @@ enum NotificationCode : std::int32_t {
 
 // What the notifications that are withdrawn again speak of, besides single finds.
 inline constexpr const char* engineTopic = "engine";
+inline constexpr const char* helperTopic = "helper";
 inline constexpr const char* definitionsTopic = "definitions";
 inline constexpr const char* updateTopic = "update";
 

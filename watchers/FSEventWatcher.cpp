@@ -102,8 +102,13 @@ void FSEventWatcher::pauseAfterRun(Clock::Duration began) {
 
 void FSEventWatcher::tellThatHelperFails() {
   services_.systemLog.log("gfslogger ends again and again, so nothing is watched: " + lastWords_);
-  owner_.displayError(
+  tellOfHelper(
       replacingAll(services_.localizedStrings.stringForKey("HELPER_FAILS", ""), "%@", lastWords_));
+}
+
+void FSEventWatcher::tellOfHelper(const std::string& problem) {
+  owner_.displayHelperError(problem);
+  toldOfHelper_ = true;
 }
 
 void FSEventWatcher::forgetMainLoop() {
@@ -177,7 +182,7 @@ void FSEventWatcher::runHelper(const std::string& tool) {
 
 void FSEventWatcher::installHelper(const std::string& tool) {
   owner_.stopWatcherFromWatcher();
-  owner_.displayError(services_.localizedStrings.stringForKey("FSEVENT_NOT_SETUID", ""));
+  tellOfHelper(services_.localizedStrings.stringForKey("FSEVENT_NOT_SETUID", ""));
   const std::string command = "chown root \"" + tool + "\"; chmod +s \"" + tool + "\"";
   std::string reason;
   if (services_.authorization.executeWithPrivileges("/bin/sh", {"-c", command}, reason)) {
@@ -186,7 +191,7 @@ void FSEventWatcher::installHelper(const std::string& tool) {
   }
   if (!reason.empty()) {
     services_.systemLog.log(reason);
-    owner_.displayError(reason);
+    tellOfHelper(reason);
   }
   services_.systemLog.log("Authentication failed. Sorry!");
   services_.application.terminate();
@@ -223,6 +228,8 @@ bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {
 void FSEventWatcher::judgeLine(std::string_view line) {
   if (!line.empty() && !isPathLine(line)) {
     lastWords_ = line.substr(0, longestWords);
+  } else if (!line.empty() && std::exchange(toldOfHelper_, false)) {
+    owner_.withdrawHelperErrors();
   }
   // Looked for in the line: a file that only bears the name of a fork is spelled in another way.
   if (!line.ends_with(resourceFork)) {

@@ -60,6 +60,8 @@ class FSEventWatcher {
   void runUntilStopped();
   void pauseAfterRun(Clock::Duration began);
   void tellThatHelperFails();
+  // Until it tells of a change.
+  void tellOfHelper(const std::string& problem);
   void forgetMainLoop();
   void readQuarantineFolder();
   bool beginWatching();
@@ -79,6 +81,7 @@ class FSEventWatcher {
   PathFilter filter_;
   RestartPauses pauses_;
   std::string lastWords_;
+  bool toldOfHelper_ = false;
 };
 
 }  // namespace quillo

@@ -34,6 +34,9 @@ class WatcherOwner {
   virtual void startWatcherFromWatcher() = 0;
   // Whether the notification was posted.
   virtual bool displayError(const std::string& description) = 0;
+  // The same of the helper, and when it is over.
+  virtual bool displayHelperError(const std::string& description) = 0;
+  virtual void withdrawHelperErrors() = 0;
   // Whether nothing is being watched just now since the helper cannot run.
   virtual void setHelperFails(bool fails) = 0;
   // In how many of the watched places changes can be missed.

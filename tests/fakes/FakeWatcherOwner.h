@@ -36,6 +36,10 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
     note("error: " + description);
     return true;
   }
+  bool displayHelperError(const std::string& description) override {
+    return displayError(description);
+  }
+  void withdrawHelperErrors() override { note("withdraw"); }
 
   void setHelperFails(bool fails) override {
     std::lock_guard hold(mutex_);

@@ -128,6 +128,17 @@ TEST_F(WatcherAndHelper, PauseAfterTenRestartsAndSayOnceWhatIsWrong) {
   EXPECT_TRUE(owner.paths().empty());
 }
 
+TEST_F(WatcherAndHelper, TakeWhatTheySaidOfItBackOnceItTellsOfAChange) {
+  owner.watch("/w/", true);
+  start("if [ -e \"${0%/*}/mended\" ]; then echo /w/one; read line < \"$go\"; fi; exit 3");
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  ASSERT_EQ(owner.calls().size(), 1U);
+  helper->folder().write("mended", "");
+  clock.advance(std::chrono::seconds(1));
+  ASSERT_TRUE(owner.waitForPaths(1));
+  EXPECT_EQ(owner.calls().back(), "withdraw");
+}
+
 TEST_F(WatcherAndHelper, EndAPauseAtOnceWhenStopped) {
   start("exit 3");
   ASSERT_TRUE(clock.waitUntilParked(1));

@@ -288,6 +288,18 @@ TEST_F(AgentStart, TakesTheWarningOfMissingDefinitionsBackWhenAnUpdateBroughtSom
   EXPECT_TRUE(isWithdrawn());
 }
 
+TEST_F(AgentStart, TakesThatWarningBackAlsoWhenDefinitionsCameByAnotherWay) {
+  home.write("engine/etc/clamd.conf", "DatabaseDirectory " + home.makeFolder("db") + "\n");
+  launch();
+  const std::string topic = desktop.growl.posted().at(0).details.topic;
+  agent().health().round();
+  EXPECT_EQ(desktop.growl.withdrawn(), std::vector<std::string>());
+  home.write("db/daily.cvd", "definitions");
+  agent().health().lookSoon();
+  agent().health().round();
+  EXPECT_EQ(desktop.growl.withdrawn(), std::vector<std::string>{topic});
+}
+
 TEST_F(AgentStart, LogsProgressWhenThatIsWanted) {
   desktop.preferenceStore.set("QuilloLogProgress", true);
   launch();
