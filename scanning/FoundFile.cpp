@@ -64,9 +64,12 @@ void FoundFile::hasLeft() {
   owner_.withdrawNotification(topic_);
 }
 
+// Whatever lies there and is not the file that was seen: a folder, a link, or what has come to a
+// place where no file was.
 bool FoundFile::isAnotherFile() const {
-  const auto now = FileIdentity::at(infection_.file());
-  return identity_ && now && now != identity_;
+  int error = 0;
+  const auto now = FileIdentity::at(infection_.file(), error);
+  return error == 0 && (!now || now != identity_);
 }
 
 // The file that was scanned, not a link to it: the link is innocent, and what it leads to is not.
