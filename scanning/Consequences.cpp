@@ -83,7 +83,7 @@ void Consequences::showQuarantined(const Verdict& infection) {
 }
 
 bool Consequences::warn(const std::shared_ptr<FoundFile>& file) {
-  file->watch();
+  file->takePrint();
   auto dialog = services_.interfaceLoader.load("WarningDialog");
   if (!dialog) {
     services_.systemLog.log("Error loading Nib for document!");
@@ -102,6 +102,7 @@ void Consequences::showWarning(const Verdict& infection) {
         notificationFound, infection.line,
         findNotification(infection, FindOutcome::inPlace, file, owner_, services_));
   }
+  file->watch();
 }
 
 // Told by notification also where no dialog can be shown: the user was promised that such files go
@@ -113,6 +114,7 @@ void Consequences::showStillThere(const Verdict& infection) {
   owner_.displayGrowlDialogWithTitleAndDescription(
       notificationError, text.in(services_.localizedStrings),
       findNotification(infection, FindOutcome::notMoved, file, owner_, services_));
+  file->watch();
 }
 
 void Consequences::showEngineError(const std::string& quitMenuName) {

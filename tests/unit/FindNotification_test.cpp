@@ -124,7 +124,7 @@ TEST_F(FindNotification, MovesTheFileToTheTrashClosesItsWarningAndIsWithdrawn) {
   const std::string path = savedFile();
   const NotificationDetails details = found(lineOf(path));
   const auto window = warningDialogs().back();
-  const auto other = found(infection);
+  const auto other = found(lineOf(folder.write("other", "malware")));
   StdoutCapture log;
   details.buttons[1].press();
   EXPECT_EQ(desktop.workspace.recycled, (Recycled{{folder.path(), {"bad.com"}}}));

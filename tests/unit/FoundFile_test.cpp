@@ -1,12 +1,15 @@
 // What becomes of a find when its file leaves its place, and when it comes back.
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 
 #include "scanning/PutBackFiles.h"
+#include "tests/fakes/FailingSystemCall.h"
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/unit/ReportFixture.h"
 
@@ -33,6 +36,14 @@ class FoundFileTest : public ReportFixture {
   std::string lastTopic() { return owner.details().back().topic; }
   void trash() const { fs::rename(path, trashed); }
   void restore() const { fs::rename(trashed, path); }
+
+  void foundOnChannel(const Verdict& verdict, const std::string& setting) {
+    startRun(setting);
+    VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
+    report.verdicts()->letGo();
+    scanner.tell(verdict);
+    loggedFor(verdict.line + "\n");
+  }
 
   // The report of a scanner that would move the file, and does so if it may.
   std::string foundByAMover(const std::string& setting) {
@@ -89,10 +100,83 @@ TEST_F(FoundFileTest, HasLeftWhenAnotherFileTookItsPlace) {
   EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
 }
 
-TEST_F(FoundFileTest, ThatCannotBeSeenIsNotLookedAfter) {
-  startRun("");
-  loggedFor(infection + "\n");
+TEST_F(FoundFileTest, HasLeftWhenAFolderTookItsPlace) {
+  found();
+  trash();
+  folder.makeFolder("bad.com");
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+}
+
+// Asked for too early the notification would come after its withdrawal, and stay.
+TEST_F(FoundFileTest, IsAskedForOnlyOnceItsNotificationIsThere) {
+  for (const char* setting : {"", "Q"}) {
+    Calls watchedBefore = {"not asked"};
+    owner.duringNotification = [&] { watchedBefore = desktop.fileDepartures.watched(); };
+    Verdict stayed = Verdict::parse(line());
+    stayed.whereabouts = Verdict::Whereabouts::notMoved;
+    foundOnChannel(stayed, setting);
+    EXPECT_EQ(watchedBefore, Calls());
+    EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
+    trash();
+    desktop.fileDepartures.ask();
+    EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+    // Anew for the other setting.
+    fs::rename(folder.write("another", setting), path);
+  }
+}
+
+TEST_F(FoundFileTest, ThatLeavesWhileItIsToldOfIsKnownWhenItIsPutBack) {
+  owner.duringNotification = [this] { trash(); };
+  found();
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  restore();
+  EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
+}
+
+// The notification comes after what the window withdrew.
+TEST_F(FoundFileTest, TakesItsNotificationWithItAlsoWhenItsWindowWasFaster) {
+  owner.duringNotification = [this] {
+    warningDialogs().at(0)->press(ButtonDialog::Button::deleteButton);
+    owner.forgetWithdrawals();
+  };
+  found();
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
   EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
+}
+
+TEST_F(FoundFileTest, ThatCannotBeLookedAtHasNotLeft) {
+  found();
+  trash();
+  for (const int error : {EACCES, EIO, ELOOP}) {
+    withFailingSystemCall(SYS_statx, error, [this] { desktop.fileDepartures.ask(); });
+    EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+    EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
+  }
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+}
+
+TEST_F(FoundFileTest, ThatIsGoneBeforeItIsToldOfLeavesNoNotification) {
+  owner.duringNotification = [this] { EXPECT_FALSE(owner.hasWithdrawn(lastTopic())); };
+  trash();
+  found();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
+}
+
+TEST_F(FoundFileTest, ThatCannotBeLookedAtKeepsItsNotification) {
+  withFailingSystemCall(SYS_statx, EACCES, [this] { found(); });
+  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
+}
+
+TEST_F(FoundFileTest, WithoutAPlaceThatIsKnownKeepsItsNotification) {
+  startRun("");
+  loggedFor("bad.com: Eicar FOUND\n");
+  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
 }
 
 TEST_F(FoundFileTest, ThatIsPutBackIsLoggedAndNotWarnedOf) {
