@@ -41,12 +41,14 @@ Consequences::Consequences(ScannerOwner& owner, const ScannerServices& services,
 void Consequences::drawFrom(const Verdict& infection) {
   const std::string& setting = policy_.quarantineOrTrash;
   const bool wasToMove = setting == "Q" || setting == "T";
+  const bool wasLeft = infection.whereabouts == Verdict::Whereabouts::inPlace;
   if (wasToMove && infection.whereabouts == Verdict::Whereabouts::notMoved) {
     showStillThere(infection);
+  } else if (setting.empty() || (wasToMove && wasLeft)) {
+    // Nothing failed where a scanner left it of its own accord.
+    showWarning(infection);
   } else if (setting == "Q") {
     showQuarantined(infection);
-  } else if (setting.empty()) {
-    showWarning(infection);
   } else if (setting == "T") {
     owner_.displayGrowlDialogWithTitleAndDescription(
         notificationRemoved, std::string(pathAsShown(infection)),

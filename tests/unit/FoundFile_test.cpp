@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include "scanning/PutBackFiles.h"
@@ -56,6 +57,8 @@ class FoundFileTest : public ReportFixture {
       mayMove = scanner.mayMove();
       if (mayMove) {
         trash();
+      } else if (afterRefusal) {
+        afterRefusal();
       }
       verdict.whereabouts = mayMove ? Verdict::Whereabouts::moved : Verdict::Whereabouts::inPlace;
       verdict.destination = mayMove ? trashed : "";
@@ -71,6 +74,7 @@ class FoundFileTest : public ReportFixture {
   const std::string path = folder.write("bad.com", "malware");
   const std::string trashed = folder.makeFolder("trash") + "/bad.com";
   bool mayMove = false;
+  std::function<void()> afterRefusal;
 };
 
 TEST_F(FoundFileTest, IsLookedAfterWhileItLiesThere) {
@@ -228,6 +232,34 @@ TEST_F(FoundFileTest, ThatIsPutBackStaysWhereInfectedFilesAreMoved) {
     // Anew for the other setting.
     fs::rename(folder.write("another", setting), path);
   }
+}
+
+// What the scanner was answered is what counts, also when the file changes meanwhile.
+TEST_F(FoundFileTest, ThatWasLeftForHavingBeenPutBackIsNeverSaidToBeMoved) {
+  for (const char* setting : {"Q", "T"}) {
+    foundByAMover(setting);
+    restore();
+    const std::size_t told = owner.details().size();
+    const std::size_t windows = quarantinedDialogs().size();
+    afterRefusal = [this] { std::ofstream(path, std::ios::app) << "more"; };
+    EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n" + sparedLine());
+    EXPECT_FALSE(mayMove);
+    EXPECT_EQ(owner.details().size(), told);
+    EXPECT_EQ(quarantinedDialogs().size(), windows);
+    afterRefusal = nullptr;
+  }
+}
+
+TEST_F(FoundFileTest, ThatWasLeftInItsPlaceIsSaidToBeThereWhereItWasToBeMoved) {
+  for (const char* setting : {"Q", "T"}) {
+    Verdict left = Verdict::parse(line());
+    left.whereabouts = Verdict::Whereabouts::inPlace;
+    foundOnChannel(left, setting);
+    EXPECT_TRUE(quarantinedDialogs().empty());
+    EXPECT_EQ(warningDialogs().size(), setting == std::string("Q") ? 1U : 2U);
+    EXPECT_EQ(owner.details().back().summary, "<FIND_IN_PLACE>");
+  }
+  EXPECT_EQ(owner.timesTold("notify 1 " + line()), 2);
 }
 
 TEST_F(FoundFileTest, ThatChangedIsMovedAgain) {
