@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+#include <cerrno>
+
 namespace quillo {
 namespace {
 
@@ -14,10 +16,16 @@ std::int64_t nanoseconds(const struct statx_timestamp& time) {
 }  // namespace
 
 std::optional<FileIdentity> FileIdentity::at(const std::string& path) {
+  int error = 0;
+  return at(path, error);
+}
+
+std::optional<FileIdentity> FileIdentity::at(const std::string& path, int& error) {
   struct statx status = {};
-  if (statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS | STATX_BTIME,
-            &status) != 0 ||
-      !S_ISREG(status.stx_mode)) {
+  const bool liesThere = statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW,
+                               STATX_BASIC_STATS | STATX_BTIME, &status) == 0;
+  error = liesThere ? 0 : errno;
+  if (!liesThere || !S_ISREG(status.stx_mode)) {
     return std::nullopt;
   }
   FileIdentity identity;

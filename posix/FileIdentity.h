@@ -18,6 +18,8 @@ struct FileIdentity {
   // Of the regular file itself that bears that name, no link's; absent when there is none or it
   // cannot be reached. Any thread. statx(2).
   static std::optional<FileIdentity> at(const std::string& path);
+  // The same; `error` is 0 when anything lies there, else says why not (errno).
+  static std::optional<FileIdentity> at(const std::string& path, int& error);
   // The same file with the same contents, as far as the file system tells.
   bool operator==(const FileIdentity&) const = default;
 };

@@ -41,12 +41,14 @@ Consequences::Consequences(ScannerOwner& owner, const ScannerServices& services,
 void Consequences::drawFrom(const Verdict& infection) {
   const std::string& setting = policy_.quarantineOrTrash;
   const bool wasToMove = setting == "Q" || setting == "T";
+  const bool wasLeft = infection.whereabouts == Verdict::Whereabouts::inPlace;
   if (wasToMove && infection.whereabouts == Verdict::Whereabouts::notMoved) {
     showStillThere(infection);
+  } else if (setting.empty() || (wasToMove && wasLeft)) {
+    // Nothing failed where a scanner left it of its own accord.
+    showWarning(infection);
   } else if (setting == "Q") {
     showQuarantined(infection);
-  } else if (setting.empty()) {
-    showWarning(infection);
   } else if (setting == "T") {
     owner_.displayGrowlDialogWithTitleAndDescription(
         notificationRemoved, std::string(pathAsShown(infection)),
@@ -83,7 +85,7 @@ void Consequences::showQuarantined(const Verdict& infection) {
 }
 
 bool Consequences::warn(const std::shared_ptr<FoundFile>& file) {
-  file->watch();
+  file->takePrint();
   auto dialog = services_.interfaceLoader.load("WarningDialog");
   if (!dialog) {
     services_.systemLog.log("Error loading Nib for document!");
@@ -102,6 +104,7 @@ void Consequences::showWarning(const Verdict& infection) {
         notificationFound, infection.line,
         findNotification(infection, FindOutcome::inPlace, file, owner_, services_));
   }
+  file->watch();
 }
 
 // Told by notification also where no dialog can be shown: the user was promised that such files go
@@ -113,6 +116,7 @@ void Consequences::showStillThere(const Verdict& infection) {
   owner_.displayGrowlDialogWithTitleAndDescription(
       notificationError, text.in(services_.localizedStrings),
       findNotification(infection, FindOutcome::notMoved, file, owner_, services_));
+  file->watch();
 }
 
 void Consequences::showEngineError(const std::string& quitMenuName) {

@@ -1,6 +1,7 @@
 #include "scanning/FoundFile.h"
 
 #include <atomic>
+#include <cerrno>
 #include <utility>
 
 #include "clamav/ReportedText.h"
@@ -20,6 +21,8 @@ std::string newTopic() {
   return "find " + std::to_string(++finds);
 }
 
+bool isAbsence(int error) { return error == ENOENT || error == ENOTDIR; }
+
 }  // namespace
 
 FoundFile::FoundFile(Verdict infection, DialogListOwner& owner, const ScannerServices& services)
@@ -31,42 +34,60 @@ FoundFile::FoundFile(Verdict infection, DialogListOwner& owner, const ScannerSer
 
 std::string FoundFile::pathAsShown() const { return reportedText(infection_.file()); }
 
-void FoundFile::watch() {
-  if (!identity_) {
-    return;
-  }
-  if (services_.putBackFiles) {
+void FoundFile::takePrint() {
+  if (identity_ && services_.putBackFiles) {
     print_ = FilePrint::of(infection_.file());
-  }
-  if (services_.fileDepartures) {
-    services_.fileDepartures->watch(
-        infection_.file(), [self = shared_from_this()] { return self->lookWhetherLeft(); });
   }
 }
 
+void FoundFile::watch() {
+  const std::string& path = infection_.file();
+  if (identity_) {
+    if (services_.fileDepartures) {
+      services_.fileDepartures->watch(
+          path, [self = shared_from_this()] { return self->lookWhetherLeft(); });
+    }
+    return;
+  }
+  int error = 0;
+  FileIdentity::at(path, error);
+  // What bears no whole path may lie anywhere.
+  if (path.starts_with('/') && isAbsence(error)) {
+    owner_.withdrawNotification(topic_);
+  }
+}
+
+// What cannot be looked at has not left.
+bool FoundFile::isStillThere() const {
+  int error = 0;
+  const auto now = FileIdentity::at(infection_.file(), error);
+  return now ? now->device == identity_->device && now->number == identity_->number &&
+                   now->made == identity_->made
+             : error != 0 && !isAbsence(error);
+}
+
 bool FoundFile::lookWhetherLeft() {
-  const auto now = FileIdentity::at(infection_.file());
-  if (now && now->device == identity_->device && now->number == identity_->number &&
-      now->made == identity_->made) {
-    return hasLeft_;
+  if (!hasLeft_ && isStillThere()) {
+    return false;
   }
   hasLeft();
   return true;
 }
 
+// Withdraws also what was told after its window had moved the file.
 void FoundFile::hasLeft() {
-  if (std::exchange(hasLeft_, true)) {
-    return;
-  }
-  if (print_ && print_->identity == identity_) {
+  if (!std::exchange(hasLeft_, true) && print_ && print_->identity == identity_) {
     services_.putBackFiles->hasLeft(infection_, *print_);
   }
   owner_.withdrawNotification(topic_);
 }
 
+// Whatever lies there and is not the file that was seen: a folder, a link, or what has come to a
+// place where no file was.
 bool FoundFile::isAnotherFile() const {
-  const auto now = FileIdentity::at(infection_.file());
-  return identity_ && now && now != identity_;
+  int error = 0;
+  const auto now = FileIdentity::at(infection_.file(), error);
+  return error == 0 && (!now || now != identity_);
 }
 
 // The file that was scanned, not a link to it: the link is innocent, and what it leads to is not.

@@ -21,8 +21,11 @@ class FoundFile : public std::enable_shared_from_this<FoundFile> {
   // Looks at what lies there now. Any thread.
   FoundFile(Verdict infection, DialogListOwner& owner, const ScannerServices& services);
 
-  // Has it noticed when the file leaves its place, by whomever: its notification is withdrawn then,
-  // and the file known again when it is put back. Before anything is shown of it. Any thread.
+  // Takes in what it holds, by which it is known again when it is put back. Before anything is
+  // shown of it. Any thread.
+  void takePrint();
+  // From now on its notification is withdrawn when the file leaves its place, by whomever; at once
+  // when it had gone before it was seen. After all that is shown of it. Any thread.
   void watch();
   const Verdict& infection() const { return infection_; }
   // The path as people may be shown it on one line.
@@ -41,6 +44,7 @@ class FoundFile : public std::enable_shared_from_this<FoundFile> {
 
  private:
   bool isAnotherFile() const;
+  bool isStillThere() const;
   bool lookWhetherLeft();
   void hasLeft();
 

@@ -40,6 +40,14 @@ bool isSameFile(const FileIdentity& a, const FileIdentity& b) {
   return a.device == b.device && a.number == b.number && a.made == b.made && a.made != 0;
 }
 
+// Of the folders: a file's own device may be another than that of its folder (overlayfs).
+bool areOnTwoFileSystems(const std::string& folder, const std::string& other) {
+  struct stat here = {};
+  struct stat there = {};
+  return stat(folder.c_str(), &here) == 0 && stat(other.c_str(), &there) == 0 &&
+         here.st_dev != there.st_dev;
+}
+
 template <typename Number>
 bool takeNumber(std::string_view text, Number& number) {
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -110,7 +118,9 @@ void PutBackFiles::hasLeft(const Verdict& infection, const FilePrint& found) {
 
 void PutBackFiles::wasMoved(const Verdict& infection) {
   if (const auto there = FilePrint::of(infection.destination)) {
-    add({infection.file(), infection.threat, *there, true});
+    add({infection.file(), infection.threat, *there,
+         areOnTwoFileSystems(deletingLastPathComponent(infection.file()),
+                             deletingLastPathComponent(infection.destination))});
   }
 }
 

@@ -58,14 +58,20 @@ void ScanReport::dealWithOutput(std::string_view chunk) {
 }
 
 void ScanReport::dealWithLine(const std::string& line, const std::string& timestamp) {
-  const Verdict verdict = understood(line);
+  std::optional<bool> wasPutBack;
+  const Verdict verdict = understood(line, wasPutBack);
   const bool isInfected = verdict.kind == Verdict::Kind::infected;
   const bool isJudged = isInfected || verdict.kind == Verdict::Kind::clean;
   if (isJudged && !std::exchange(hasJudged_, true)) {
     // Whoever judges can be reached.
     owner_.withdrawNotification(engineTopic);
   }
-  const bool isSpared = isInfected && isPutBack(verdict);
+  // What the scanner was answered holds, even if the file has changed since.
+  const bool isSpared = isInfected && (wasPutBack ? *wasPutBack : isPutBack(verdict));
+  if (isInfected && !isSpared && services_.putBackFiles &&
+      verdict.whereabouts == Verdict::Whereabouts::moved) {
+    services_.putBackFiles->wasMoved(verdict);
+  }
   if (isInfected && !isSpared) {
     consequences_.drawFrom(verdict);
   }
@@ -83,20 +89,17 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
 
 // By the user, who has been told of it: what the engine moved just now was not.
 bool ScanReport::isPutBack(const Verdict& infection) const {
-  if (!services_.putBackFiles) {
-    return false;
-  }
-  if (infection.whereabouts == Verdict::Whereabouts::moved) {
-    services_.putBackFiles->wasMoved(infection);
-    return false;
-  }
-  return services_.putBackFiles->isPutBack(infection);
+  return services_.putBackFiles && infection.whereabouts != Verdict::Whereabouts::moved &&
+         services_.putBackFiles->isPutBack(infection);
 }
 
 // Which lines are infections is a rule of the scanner's own, whatever else the line looks like.
-Verdict ScanReport::understood(const std::string& line) {
+Verdict ScanReport::understood(const std::string& line, std::optional<bool>& wasPutBack) {
   // A file that its user put back stays, also where infected ones are moved.
-  const auto mayMove = [this](const Verdict& infection) { return !isPutBack(infection); };
+  const auto mayMove = [this, &wasPutBack](const Verdict& infection) {
+    wasPutBack = isPutBack(infection);
+    return !*wasPutBack;
+  };
   Verdict verdict = verdicts_ ? verdicts_->understand(line, mayMove) : Verdict::parse(line);
   if (!isInfection(line)) {
     if (verdict.kind == Verdict::Kind::infected) {

@@ -54,7 +54,8 @@ class ScanReport {
 
  private:
   void dealWithLine(const std::string& line, const std::string& timestamp);
-  Verdict understood(const std::string& line);
+  // `wasPutBack` is set where the scanner asked whether it may move the file.
+  Verdict understood(const std::string& line, std::optional<bool>& wasPutBack);
   bool isInfection(std::string_view line) const;
   bool isPutBack(const Verdict& infection) const;
   void recoverUnreachableClamd();

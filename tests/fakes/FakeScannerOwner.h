@@ -118,6 +118,11 @@ class FakeScannerOwner final : public ScannerOwner {
     std::lock_guard hold(mutex_);
     return std::count(withdrawn_.begin(), withdrawn_.end(), topic) > 0;
   }
+  // Only withdrawals from now on count.
+  void forgetWithdrawals() {
+    std::lock_guard hold(mutex_);
+    withdrawn_.clear();
+  }
   bool wasTold(const std::string& call) { return timesTold(call) > 0; }
   int timesTold(const std::string& call) {
     const auto made = calls();

@@ -124,7 +124,7 @@ TEST_F(FindNotification, MovesTheFileToTheTrashClosesItsWarningAndIsWithdrawn) {
   const std::string path = savedFile();
   const NotificationDetails details = found(lineOf(path));
   const auto window = warningDialogs().back();
-  const auto other = found(infection);
+  const auto other = found(lineOf(folder.write("other", "malware")));
   StdoutCapture log;
   details.buttons[1].press();
   EXPECT_EQ(desktop.workspace.recycled, (Recycled{{folder.path(), {"bad.com"}}}));
@@ -158,6 +158,40 @@ TEST_F(FindNotification, LeavesTheFileAloneWhoseContentsHaveChangedAlsoByItsWind
   warningDialogs().back()->press(ButtonDialog::Button::deleteButton);
   EXPECT_TRUE(desktop.workspace.recycled.empty());
   EXPECT_EQ(desktop.application.beeps, 1);
+}
+
+TEST_F(FindNotification, LeavesAFolderThatLiesThereNowAlone) {
+  const std::string path = savedFile();
+  const NotificationDetails details = found(lineOf(path));
+  std::filesystem::remove(path);
+  folder.write("bad.com/letter", "a letter");
+  details.buttons[1].press();
+  EXPECT_TRUE(desktop.workspace.recycled.empty());
+  EXPECT_EQ(desktop.application.beeps, 1);
+  EXPECT_FALSE(warningDialogs().back()->failure().empty());
+}
+
+TEST_F(FindNotification, LeavesWhatAnotherFolderHoldsAloneThatItsFolderLeadsToNow) {
+  const std::string path = folder.write("loads/bad.com", "malware");
+  const NotificationDetails details = found(lineOf(path));
+  std::filesystem::rename(folder.path() + "/loads", folder.path() + "/moved");
+  folder.write("letters/bad.com/letter", "a letter");
+  std::filesystem::create_directory_symlink(folder.path() + "/letters", folder.path() + "/loads");
+  details.buttons[1].press();
+  EXPECT_TRUE(desktop.workspace.recycled.empty());
+  EXPECT_FALSE(warningDialogs().back()->failure().empty());
+}
+
+TEST_F(FindNotification, LeavesAloneWhatHasComeToLieWhereNothingWasSeen) {
+  const std::string path = folder.path() + "/bad.com";
+  const NotificationDetails details = found(lineOf(path));
+  for (const char* const name : {"bad.com", "bad.com/letter"}) {
+    folder.write(name, "a letter");
+    details.buttons[1].press();
+    EXPECT_TRUE(desktop.workspace.recycled.empty());
+    EXPECT_FALSE(warningDialogs().back()->failure().empty());
+    std::filesystem::remove_all(path);
+  }
 }
 
 TEST_F(FindNotification, SaysWhyAFileThatIsGoneWasNotMoved) {

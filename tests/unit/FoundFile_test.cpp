@@ -1,12 +1,16 @@
 // What becomes of a find when its file leaves its place, and when it comes back.
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <thread>
 
 #include "scanning/PutBackFiles.h"
+#include "tests/fakes/FailingSystemCall.h"
 #include "tests/fakes/TemporaryFolder.h"
 #include "tests/unit/ReportFixture.h"
 
@@ -34,6 +38,14 @@ class FoundFileTest : public ReportFixture {
   void trash() const { fs::rename(path, trashed); }
   void restore() const { fs::rename(trashed, path); }
 
+  void foundOnChannel(const Verdict& verdict, const std::string& setting) {
+    startRun(setting);
+    VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
+    report.verdicts()->letGo();
+    scanner.tell(verdict);
+    loggedFor(verdict.line + "\n");
+  }
+
   // The report of a scanner that would move the file, and does so if it may.
   std::string foundByAMover(const std::string& setting) {
     startRun(setting);
@@ -45,6 +57,8 @@ class FoundFileTest : public ReportFixture {
       mayMove = scanner.mayMove();
       if (mayMove) {
         trash();
+      } else if (afterRefusal) {
+        afterRefusal();
       }
       verdict.whereabouts = mayMove ? Verdict::Whereabouts::moved : Verdict::Whereabouts::inPlace;
       verdict.destination = mayMove ? trashed : "";
@@ -60,6 +74,7 @@ class FoundFileTest : public ReportFixture {
   const std::string path = folder.write("bad.com", "malware");
   const std::string trashed = folder.makeFolder("trash") + "/bad.com";
   bool mayMove = false;
+  std::function<void()> afterRefusal;
 };
 
 TEST_F(FoundFileTest, IsLookedAfterWhileItLiesThere) {
@@ -89,10 +104,83 @@ TEST_F(FoundFileTest, HasLeftWhenAnotherFileTookItsPlace) {
   EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
 }
 
-TEST_F(FoundFileTest, ThatCannotBeSeenIsNotLookedAfter) {
-  startRun("");
-  loggedFor(infection + "\n");
+TEST_F(FoundFileTest, HasLeftWhenAFolderTookItsPlace) {
+  found();
+  trash();
+  folder.makeFolder("bad.com");
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+}
+
+// Asked for too early the notification would come after its withdrawal, and stay.
+TEST_F(FoundFileTest, IsAskedForOnlyOnceItsNotificationIsThere) {
+  for (const char* setting : {"", "Q"}) {
+    Calls watchedBefore = {"not asked"};
+    owner.duringNotification = [&] { watchedBefore = desktop.fileDepartures.watched(); };
+    Verdict stayed = Verdict::parse(line());
+    stayed.whereabouts = Verdict::Whereabouts::notMoved;
+    foundOnChannel(stayed, setting);
+    EXPECT_EQ(watchedBefore, Calls());
+    EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
+    trash();
+    desktop.fileDepartures.ask();
+    EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+    // Anew for the other setting.
+    fs::rename(folder.write("another", setting), path);
+  }
+}
+
+TEST_F(FoundFileTest, ThatLeavesWhileItIsToldOfIsKnownWhenItIsPutBack) {
+  owner.duringNotification = [this] { trash(); };
+  found();
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  restore();
+  EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
+}
+
+// The notification comes after what the window withdrew.
+TEST_F(FoundFileTest, TakesItsNotificationWithItAlsoWhenItsWindowWasFaster) {
+  owner.duringNotification = [this] {
+    warningDialogs().at(0)->press(ButtonDialog::Button::deleteButton);
+    owner.forgetWithdrawals();
+  };
+  found();
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
   EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
+}
+
+TEST_F(FoundFileTest, ThatCannotBeLookedAtHasNotLeft) {
+  found();
+  trash();
+  for (const int error : {EACCES, EIO, ELOOP}) {
+    withFailingSystemCall(SYS_statx, error, [this] { desktop.fileDepartures.ask(); });
+    EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+    EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
+  }
+  desktop.fileDepartures.ask();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+}
+
+TEST_F(FoundFileTest, ThatIsGoneBeforeItIsToldOfLeavesNoNotification) {
+  owner.duringNotification = [this] { EXPECT_FALSE(owner.hasWithdrawn(lastTopic())); };
+  trash();
+  found();
+  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
+}
+
+TEST_F(FoundFileTest, ThatCannotBeLookedAtKeepsItsNotification) {
+  withFailingSystemCall(SYS_statx, EACCES, [this] { found(); });
+  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
+}
+
+TEST_F(FoundFileTest, WithoutAPlaceThatIsKnownKeepsItsNotification) {
+  startRun("");
+  loggedFor("bad.com: Eicar FOUND\n");
+  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
 }
 
 TEST_F(FoundFileTest, ThatIsPutBackIsLoggedAndNotWarnedOf) {
@@ -144,6 +232,34 @@ TEST_F(FoundFileTest, ThatIsPutBackStaysWhereInfectedFilesAreMoved) {
     // Anew for the other setting.
     fs::rename(folder.write("another", setting), path);
   }
+}
+
+// What the scanner was answered is what counts, also when the file changes meanwhile.
+TEST_F(FoundFileTest, ThatWasLeftForHavingBeenPutBackIsNeverSaidToBeMoved) {
+  for (const char* setting : {"Q", "T"}) {
+    foundByAMover(setting);
+    restore();
+    const std::size_t told = owner.details().size();
+    const std::size_t windows = quarantinedDialogs().size();
+    afterRefusal = [this] { std::ofstream(path, std::ios::app) << "more"; };
+    EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n" + sparedLine());
+    EXPECT_FALSE(mayMove);
+    EXPECT_EQ(owner.details().size(), told);
+    EXPECT_EQ(quarantinedDialogs().size(), windows);
+    afterRefusal = nullptr;
+  }
+}
+
+TEST_F(FoundFileTest, ThatWasLeftInItsPlaceIsSaidToBeThereWhereItWasToBeMoved) {
+  for (const char* setting : {"Q", "T"}) {
+    Verdict left = Verdict::parse(line());
+    left.whereabouts = Verdict::Whereabouts::inPlace;
+    foundOnChannel(left, setting);
+    EXPECT_TRUE(quarantinedDialogs().empty());
+    EXPECT_EQ(warningDialogs().size(), setting == std::string("Q") ? 1U : 2U);
+    EXPECT_EQ(owner.details().back().summary, "<FIND_IN_PLACE>");
+  }
+  EXPECT_EQ(owner.timesTold("notify 1 " + line()), 2);
 }
 
 TEST_F(FoundFileTest, ThatChangedIsMovedAgain) {

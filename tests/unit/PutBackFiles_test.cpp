@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -15,6 +16,19 @@ namespace quillo {
 namespace {
 
 namespace fs = std::filesystem;
+
+// In memory, where the files of other tests do not lie. Gone with the object.
+class FolderOnAnotherDisk {
+ public:
+  FolderOnAnotherDisk() { EXPECT_NE(mkdtemp(path_.data()), nullptr); }
+  ~FolderOnAnotherDisk() { fs::remove_all(path_); }
+  FolderOnAnotherDisk(const FolderOnAnotherDisk&) = delete;
+  FolderOnAnotherDisk& operator=(const FolderOnAnotherDisk&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_ = "/dev/shm/quillo-test-XXXXXX";
+};
 
 class PutBackFilesTest : public testing::Test {
  protected:
@@ -118,19 +132,32 @@ TEST_F(PutBackFilesTest, KnowAFileThatTheScannerMovedAndTheUserMovedBack) {
   EXPECT_TRUE(files.isPutBack(find(path)));
 }
 
-// From a quarantine on another disk: copied there and back, and the time is that of the first copy.
-TEST_F(PutBackFilesTest, KnowAFileThatWasCopiedIntoTheQuarantineAndBack) {
+TEST_F(PutBackFilesTest, SpareNoOtherFileOfTheSameNameContentsAndTimeAsOneThatTheScannerMoved) {
   Verdict moved = find(path);
   moved.destination = trashed;
-  fs::copy(path, trashed);
-  fs::remove(path);
-  const timespec anHourAgo[] = {{}, {statusOf(trashed).st_mtim.tv_sec - 3600, 123456789}};
-  ASSERT_EQ(utimensat(AT_FDCWD, trashed.c_str(), anHourAgo, 0), 0);
+  fs::rename(path, trashed);
   files.wasMoved(moved);
-  fs::copy(trashed, path);
-  EXPECT_FALSE(files.isPutBack(find(path)));
+  folder.write("home/bad.com", "malware");
   setTimeAsOf(statusOf(trashed));
-  fs::remove(trashed);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+}
+
+// From a quarantine on another disk: copied there and back, and the time is that of the first copy.
+TEST_F(PutBackFilesTest, KnowAFileThatWasCopiedIntoTheQuarantineAndBack) {
+  const FolderOnAnotherDisk quarantine;
+  ASSERT_NE(statusOf(quarantine.path()).st_dev, statusOf(folder.path()).st_dev);
+  const std::string copied = quarantine.path() + "/bad.com";
+  Verdict moved = find(path);
+  moved.destination = copied;
+  fs::copy(path, copied);
+  fs::remove(path);
+  const timespec anHourAgo[] = {{}, {statusOf(copied).st_mtim.tv_sec - 3600, 123456789}};
+  ASSERT_EQ(utimensat(AT_FDCWD, copied.c_str(), anHourAgo, 0), 0);
+  files.wasMoved(moved);
+  fs::copy(copied, path);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+  setTimeAsOf(statusOf(copied));
+  fs::remove(copied);
   EXPECT_TRUE(files.isPutBack(find(path)));
   fs::rename(path, folder.path() + "/elsewhere");
   EXPECT_FALSE(files.isPutBack(find(folder.path() + "/elsewhere")));
