@@ -1,6 +1,7 @@
 #include "agent/Health.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "agent/Face.h"
@@ -47,8 +48,15 @@ void Health::awaitDue() {
 
 void Health::round() {
   awaitDue();
-  const bool isWell = look();
-  services_.hasLooked();
+  bool isWell = false;
+  try {
+    isWell = look();
+    services_.hasLooked();
+  } catch (const std::exception& failure) {
+    // Memory may be short for a moment; the watched folders are guarded meanwhile.
+    isWell = false;
+    services_.systemLog.log(std::string("Health: a look failed: ") + failure.what());
+  }
   if (!isWell) {
     due_.lock();
     dueAt_ = std::min(dueAt_, services_.clock.now() + betweenLooksInTrouble);

@@ -37,7 +37,8 @@ class Health {
 
   // Runs rounds forever.
   void mainLoop();
-  // Waits until a look is due, and looks.
+  // Waits until a look is due, and looks. What fails in it is told in the log, a minute later the
+  // next look tries again.
   void round();
   // From now on, or no longer, is anything watched. Beginning makes a look due. Any thread.
   void setWatching(bool watching);

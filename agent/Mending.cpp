@@ -85,7 +85,7 @@ void VantrelQuillo::displayNoEngineWindow(const EngineProblem& problem) {
 }
 
 // Where its icon has no place the agent looks as if it were not there. Said once on each desktop,
-// and again when the place was there meanwhile.
+// once a run where no notification says it, and again when the place was there meanwhile.
 void VantrelQuillo::tellOfRoom(bool hasRoom, const std::string& desktop) {
   const std::string subject = "no-tray-" + desktop;
   if (hasRoom) {
@@ -101,8 +101,10 @@ void VantrelQuillo::tellOfRoom(bool hasRoom, const std::string& desktop) {
   LocalizedStrings& strings = services_.platform.localizedStrings;
   NotificationDetails details;
   details.buttons.push_back({strings.stringForKey("NO_TRAY_SHOW", ""), [this] { showWindow(); }});
-  if (!displayGrowlDialogWithTitleAndDescription(notificationError,
-                                                 strings.stringForKey("NO_TRAY", ""), details)) {
+  if (displayGrowlDialogWithTitleAndDescription(notificationError,
+                                                strings.stringForKey("NO_TRAY", ""), details)) {
+    toldOnce_.remember(subject);
+  } else {
     showWindow();
   }
 }

@@ -19,18 +19,20 @@ std::string ToldOnce::fileOf(const std::string& subject) const {
 }
 
 bool ToldOnce::isNews(const std::string& subject) {
-  const std::string file = fileOf(subject);
   struct stat info = {};
-  if (lstat(file.c_str(), &info) == 0) {
-    return false;
-  }
-  const std::string problem = writeNewFile("What was told", file, "");
+  return lstat(fileOf(subject).c_str(), &info) != 0 && toldNow_.insert(subject).second;
+}
+
+void ToldOnce::remember(const std::string& subject) {
+  const std::string problem = writeNewFile("What was told", fileOf(subject), "");
   if (!problem.empty()) {
     log_.log(problem);
   }
-  return true;
 }
 
-void ToldOnce::forget(const std::string& subject) { unlink(fileOf(subject).c_str()); }
+void ToldOnce::forget(const std::string& subject) {
+  toldNow_.erase(subject);
+  unlink(fileOf(subject).c_str());
+}
 
 }  // namespace quillo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 namespace quillo {
@@ -13,9 +14,10 @@ class ToldOnce {
  public:
   ToldOnce(Folders& folders, SystemLog& log) : folders_(folders), log_(log) {}
 
-  // Whether it is to be told now: not if it was before. From then on it was, unless that cannot be
-  // remembered, which the log says.
+  // Whether it is to be told now: not if it was before. In this run it is not to be told again.
   bool isNews(const std::string& subject);
+  // Nor is it in later ones: it has been told. That it cannot be remembered the log says.
+  void remember(const std::string& subject);
   // It is news again.
   void forget(const std::string& subject);
 
@@ -24,6 +26,7 @@ class ToldOnce {
 
   Folders& folders_;
   SystemLog& log_;
+  std::set<std::string> toldNow_;
 };
 
 }  // namespace quillo

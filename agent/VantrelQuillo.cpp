@@ -264,9 +264,10 @@ void VantrelQuillo::wakingUp() {
 }
 
 void VantrelQuillo::abortScans() {
-  abortedScans_.abort(theDispatcher_.abortScans());
-  runningScanners_.endAll();
-  runShellCommand("killall -9 clamdscan");
+  abortedScans_.abort(theDispatcher_.abortScans(), [this] {
+    runningScanners_.endAll();
+    runShellCommand("killall -9 clamdscan");
+  });
 }
 
 void VantrelQuillo::updateVirusDefs() {

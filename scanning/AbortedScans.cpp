@@ -22,7 +22,11 @@ AbortedScans::Run::Run(AbortedScans* scans, std::function<Paths()> unjudged)
     : scans_(scans), unjudged_(std::move(unjudged)) {
   if (scans_) {
     MutexLock hold(scans_->lock_);
-    scans_->runs_.emplace(this, nullptr);
+    const auto abort = scans_->open_.empty() ? nullptr : scans_->open_.front();
+    scans_->runs_.emplace(this, abort);
+    if (abort) {
+      ++abort->awaited;
+    }
   }
 }
 
@@ -42,17 +46,33 @@ std::shared_ptr<AbortedScans::Abort> AbortedScans::take(const Run& run) {
   return abort;
 }
 
-void AbortedScans::abort(const Paths& dropped) {
-  const auto abort = std::make_shared<Abort>();
-  {
-    MutexLock hold(lock_);
-    for (auto& [run, earlier] : runs_) {
-      if (!earlier) {
-        earlier = abort;
-        ++abort->awaited;
-      }
+void AbortedScans::open(const std::shared_ptr<Abort>& abort) {
+  MutexLock hold(lock_);
+  open_.push_back(abort);
+  for (auto& [run, earlier] : runs_) {
+    if (!earlier) {
+      earlier = abort;
+      ++abort->awaited;
     }
   }
+}
+
+void AbortedScans::close(const std::shared_ptr<Abort>& abort) {
+  MutexLock hold(lock_);
+  std::erase(open_, abort);
+}
+
+void AbortedScans::abort(const Paths& dropped, const std::function<void()>& endScanners) {
+  const auto abort = std::make_shared<Abort>();
+  open(abort);
+  try {
+    endScanners();
+  } catch (...) {
+    close(abort);
+    tell(*abort, dropped);
+    throw;
+  }
+  close(abort);
   tell(*abort, dropped);
 }
 

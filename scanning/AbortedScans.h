@@ -16,7 +16,8 @@ class SystemLog;
 
 // What was left unscanned because its user aborted the scans: told in one line of the log, once
 // every run that the abort found under way has ended and it is known which of its files it had
-// judged. Any thread.
+// judged. A run that begins while scanners are being ended may be ended with them, and counts too.
+// Any thread.
 class AbortedScans {
  public:
   using Paths = std::vector<std::string>;
@@ -39,8 +40,9 @@ class AbortedScans {
     const std::function<Paths()> unjudged_;
   };
 
-  // To be called before running scanners are ended, with what was dropped out of the queue.
-  void abort(const Paths& dropped);
+  // With what was dropped out of the queue, and how running scanners are ended; what that throws
+  // goes on to the caller.
+  void abort(const Paths& dropped, const std::function<void()>& endScanners);
 
  private:
   struct Abort {
@@ -48,6 +50,9 @@ class AbortedScans {
     std::size_t files = 0;
   };
 
+  // From the one to the other, runs that begin concern the abort as well.
+  void open(const std::shared_ptr<Abort>& abort);
+  void close(const std::shared_ptr<Abort>& abort);
   std::shared_ptr<Abort> take(const Run& run);
   void tell(Abort& abort, const Paths& files);
 
@@ -58,6 +63,8 @@ class AbortedScans {
   Mutex lock_;
   // The runs under way, each with the first abort that found it so.
   std::map<const Run*, std::shared_ptr<Abort>> runs_ QUILLO_GUARDED_BY(lock_);
+  // Those of which scanners are being ended, the earliest first.
+  std::vector<std::shared_ptr<Abort>> open_ QUILLO_GUARDED_BY(lock_);
 };
 
 }  // namespace quillo

@@ -96,7 +96,7 @@ void Dispatcher::takeOver(std::vector<std::string>& paths) {
   for (std::string& path : paths) {
     try {
       if (lists.scannableList.count(path) == 0) {
-        lists.myItemList.try_emplace(std::move(path), unmeasured);
+        lists.myItemList.try_emplace(std::move(path));
       }
     } catch (const std::exception& failure) {
       log_.log(std::string("Yikes! We just caught a crash.  Here's why ") + failure.what());
@@ -112,11 +112,13 @@ void Dispatcher::getItemSizesInMyItemList() {
   }
 }
 
-bool Dispatcher::measure(const std::string& path, ItemState& state) {
+bool Dispatcher::measure(const std::string& path, Item& item) {
   const std::optional<FileFacts> facts = fileFacts(path);
   if (!facts) {
     return false;
   }
+  ItemState& state = item.state;
+  item.isDirectory = facts->isDirectory;
   const std::int64_t* stored = std::get_if<std::int64_t>(&state);
   if (!stored) {
     return true;
@@ -133,7 +135,7 @@ void Dispatcher::moveReadyItemsToScannableList() {
   {
     MutexLock hold(lists.lock4Lists);
     for (auto item = lists.myItemList.begin(); item != lists.myItemList.end();) {
-      const char* mark = std::get_if<char>(&item->second);
+      const char* mark = std::get_if<char>(&item->second.state);
       if (!mark) {
         ++item;
         continue;
@@ -163,9 +165,17 @@ void Dispatcher::copyFromDispatchToScanner(std::vector<std::string>& scanList) {
   lists.scannableCount = static_cast<std::int32_t>(lists.scannableList.size());
 }
 
+bool Dispatcher::wouldGoOut(const std::string& path, const Item& item) {
+  if (const char* mark = std::get_if<char>(&item.state)) {
+    return *mark == ready;
+  }
+  const bool isEmpty = std::get<std::int64_t>(item.state) == 0;
+  return !isEmpty && (!item.isDirectory || volumes_.isVolumeRoot(path));
+}
+
 // The lists are taken as they are and read without their lock, for they may be long.
 std::vector<std::string> Dispatcher::abortScans() {
-  std::unordered_map<std::string, ItemState> measured;
+  std::unordered_map<std::string, Item> measured;
   {
     MutexLock hold(lists.lock4Lists);
     measured.swap(lists.myItemList);
@@ -178,8 +188,10 @@ std::vector<std::string> Dispatcher::abortScans() {
   }
   std::vector<std::string> forgotten;
   forgotten.reserve(measured.size() + scannable.size());
-  for (const auto& [path, state] : measured) {
-    forgotten.push_back(path);
+  for (const auto& [path, item] : measured) {
+    if (wouldGoOut(path, item)) {
+      forgotten.push_back(path);
+    }
   }
   forgotten.insert(forgotten.end(), scannable.begin(), scannable.end());
   return forgotten;

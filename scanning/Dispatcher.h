@@ -49,8 +49,8 @@ class Dispatcher {
   void moveReadyItemsToScannableList();
   // Appends up to batchLimit ready paths, which the dispatcher then forgets.
   void copyFromDispatchToScanner(std::vector<std::string>& scanList);
-  // Forgets all that is measured or ready, and gives it; what was reported since the last cycle
-  // stays.
+  // Forgets all that is measured or ready, and gives what of it would have been handed out as it
+  // was last measured: no folder, no empty file. What was reported since the last cycle stays.
   std::vector<std::string> abortScans();
 
   // Enter everything below the folder, or below each folder that is being measured.
@@ -70,10 +70,16 @@ class Dispatcher {
   static constexpr char ready = '*';
   static constexpr char dropped = '-';
 
+  struct Item {
+    ItemState state = unmeasured;
+    // As last measured.
+    bool isDirectory = false;
+  };
+
   struct Lists {
     Mutex lock4Lists;
     std::vector<std::string> itemList QUILLO_GUARDED_BY(lock4Lists);
-    std::unordered_map<std::string, ItemState> myItemList QUILLO_GUARDED_BY(lock4Lists);
+    std::unordered_map<std::string, Item> myItemList QUILLO_GUARDED_BY(lock4Lists);
     std::unordered_set<std::string> scannableList QUILLO_GUARDED_BY(lock4Lists);
     // Written under lock4Lists, read without it: scanners test for work at no cost.
     std::atomic<std::int32_t> scannableCount{0};
@@ -88,7 +94,9 @@ class Dispatcher {
   void takeOver(std::vector<std::string>& paths) QUILLO_REQUIRES(lists.lock4Lists);
   void copyIntakeToMyItemList() QUILLO_EXCLUDES(lists.lock4Lists);
   // Whether the path stays among those measured.
-  bool measure(const std::string& path, ItemState& state) QUILLO_REQUIRES(lists.lock4Lists);
+  bool measure(const std::string& path, Item& item) QUILLO_REQUIRES(lists.lock4Lists);
+  // Whether a path that was measured so would have become ready, had it not changed.
+  bool wouldGoOut(const std::string& path, const Item& item);
   void signalDispatchLock();
 
   // Constant after construction.

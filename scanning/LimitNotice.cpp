@@ -4,6 +4,7 @@
 #include <array>
 #include <vector>
 
+#include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
 #include "platform/Wording.h"
 #include "posix/Text.h"
@@ -51,7 +52,8 @@ void LimitNotice::add(const Verdict& verdict, ToldFiles* told) {
   }
   const auto [place, isFirst] = kinds_.try_emplace({verdict.limit, verdict.largestFile});
   if (isFirst) {
-    place->second.first = lastPathComponent(verdict.path);
+    // One line, whatever the name holds.
+    place->second.first = lastPathComponent(reportedText(verdict.path));
   } else {
     ++place->second.others;
   }

@@ -196,6 +196,7 @@ void DialogWindow::arrange() {
   // The Enter key answers nothing but a button that was walked to.
   for (QPushButton* button : dialog_->findChildren<QPushButton*>()) {
     button->setAutoDefault(false);
+    button->setDefault(false);
   }
   if (auto* rest = dialog_->findChild<QLabel*>("theRest")) {
     QSizePolicy policy = rest->sizePolicy();

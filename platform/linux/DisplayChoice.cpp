@@ -1,12 +1,17 @@
 #include "platform/linux/DisplayChoice.h"
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <xcb/xcb.h>
 
 #include <QDir>
 #include <QLibraryInfo>
 #include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
 
 #include "platform/linux/SwayFocus.h"
 #include "posix/UniqueFd.h"
@@ -18,22 +23,57 @@ namespace {
 const std::string beginning = "Neither icon nor windows can be shown: ";
 constexpr const char* waylandPackage = "qt6-wayland";
 
+// Gives connect()'s error, 0 where it is taken in. A server that was stopped takes nobody in once
+// its queue is full, and would hold the agent up for as long (EAGAIN then).
+int connectionError(const std::string& name) {
+  sockaddr_un address = {AF_UNIX, {}};
+  if (name.size() >= sizeof address.sun_path) {
+    return ENAMETOOLONG;
+  }
+  name.copy(address.sun_path, name.size());
+  const bool isAbstract = name.starts_with('\0');
+  const std::size_t length =
+      isAbstract ? offsetof(sockaddr_un, sun_path) + name.size() : sizeof address;
+  const UniqueFd connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const timeval patience = {0, 500000};
+  if (setsockopt(connection.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience) != 0) {
+    return errno;
+  }
+  const bool isTakenIn = connect(connection.get(), reinterpret_cast<const sockaddr*>(&address),
+                                 static_cast<socklen_t>(length)) == 0;
+  return isTakenIn ? 0 : errno;
+}
+
 bool waylandAnswers(const Environment& environment, const std::string& display) {
   const std::string path = display.starts_with('/')
                                ? display
                                : environment.folder("XDG_RUNTIME_DIR").value_or("") + "/" + display;
-  sockaddr_un address = {AF_UNIX, {}};
-  if (display.empty() || path.size() >= sizeof address.sun_path) {
+  return !display.empty() && connectionError(path) == 0;
+}
+
+// Of a server on this machine: whether it would hold up whoever connects to it. Such displays are
+// called ":0", "unix:0", or by the path of a socket.
+bool isStuck(const std::string& display) {
+  char* name = nullptr;
+  int number = 0;
+  if (xcb_parse_display(display.c_str(), &name, &number, nullptr) == 0) {
     return false;
   }
-  path.copy(address.sun_path, path.size());
-  const UniqueFd connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  return connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
-         0;
+  const std::unique_ptr<char, decltype(&std::free)> owner(name, &std::free);
+  const std::string host(name);
+  if (host.starts_with('/')) {
+    return connectionError(host) == EAGAIN || connectionError(display) == EAGAIN;
+  }
+  if (!host.empty() && host != "unix") {
+    return false;
+  }
+  const std::string path = "/tmp/.X11-unix/X" + std::to_string(number);
+  const std::string abstractName = std::string(1, '\0') + path;
+  return connectionError(path) == EAGAIN || connectionError(abstractName) == EAGAIN;
 }
 
 bool x11Answers(const std::string& display) {
-  if (display.empty()) {
+  if (display.empty() || isStuck(display)) {
     return false;
   }
   xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);

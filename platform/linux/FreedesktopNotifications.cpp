@@ -22,6 +22,9 @@ constexpr char applicationId[] = "org.vantrel.VantrelQuillo";
 // The key of what a click on the notification itself does.
 constexpr char defaultAction[] = "default";
 
+// How long a banner may stand that nobody answers.
+constexpr std::chrono::minutes mayStillStand(1);
+
 std::string andMore(LocalizedStrings& strings, std::uint64_t count) {
   return replacingAll(strings.stringForKey("AND_MORE", "and %@ more; see the scan log"), "%@",
                       std::to_string(count));
@@ -53,6 +56,7 @@ FreedesktopNotifications::FreedesktopNotifications(
     const QDBusConnection& bus, PostToMain postToMain, Clock& clock, LocalizedStrings& strings,
     const std::string& icon, std::function<void(const std::string& problem)> report)
     : bus_(bus),
+      clock_(clock),
       postToMain_(std::move(postToMain)),
       icon_(QUrl::fromLocalFile(QString::fromStdString(icon)).toString(QUrl::FullyEncoded)),
       report_(std::move(report)),
@@ -209,17 +213,18 @@ void FreedesktopNotifications::shown(const QueuedNotification& queued, uint id) 
   if (withdrawnInFlight_) {
     close(id);
   } else {
-    shown_.add(id, queued.notification);
+    shown_.add(id, queued.notification, clock_.now());
   }
 }
 
 // Some desktops show one banner at a time and let it stand until it is answered: one that can wait
-// must not stand before the first that cannot.
+// must not stand before the first that cannot. What has stood for longer lies in a list by now, and
+// would come back as if it were new.
 void FreedesktopNotifications::makeRoomForFind() {
   if (shown_.hasFind()) {
     return;
   }
-  for (const ShownNotifications::Shown& hint : shown_.takeHints()) {
+  for (const ShownNotifications::Shown& hint : shown_.takeHints(clock_.now() - mayStillStand)) {
     close(hint.id);
     queue_.addAgain(hint.notification);
   }

@@ -69,6 +69,7 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
             std::function<void(const QDBusPendingCall& answer)> finished);
 
   QDBusConnection bus_;
+  Clock& clock_;
   const PostToMain postToMain_;
   const QString icon_;
   const std::function<void(const std::string& problem)> report_;

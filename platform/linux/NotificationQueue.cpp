@@ -6,15 +6,19 @@ namespace quillo {
 
 void NotificationQueue::add(const GrowlNotification& notification) {
   const Clock::Duration now = clock_.now();
-  Burst& burst = burstOfName_[notification.name];
+  const bool isFind = notification.details.isFind;
+  Burst& burst = bursts_[{notification.name, isFind}];
   const bool isOver = now - burst.last >= quietAfterABurst && burst.more == burst.moreShown;
   if (burst.number == 0 || isOver) {
     burst = Burst();
-    burst.number = ++bursts_;
+    burst.number = ++numbers_;
     burst.first = notification;
   }
   burst.last = now;
-  if (burst.shown < mostInABurst && waiting_.size() < mostWaiting) {
+  const auto alike = std::count_if(
+      waiting_.begin(), waiting_.end(),
+      [isFind](const GrowlNotification& waiting) { return waiting.details.isFind == isFind; });
+  if (burst.shown < mostInABurst && static_cast<std::size_t>(alike) < mostWaiting) {
     ++burst.shown;
     waiting_.push_back(notification);
     return;
@@ -46,7 +50,7 @@ std::optional<QueuedNotification> NotificationQueue::takeNext() {
     return next;
   }
   const Clock::Duration now = clock_.now();
-  for (auto& [name, burst] : burstOfName_) {
+  for (auto& [kind, burst] : bursts_) {
     if (burst.more > burst.moreShown && burst.summaryDue <= now) {
       burst.moreShown = burst.more;
       burst.summaryDue = now + betweenSummaries;
@@ -68,7 +72,7 @@ std::optional<Clock::Duration> NotificationQueue::untilNext() {
     return Clock::Duration();
   }
   std::optional<Clock::Duration> shortest;
-  for (const auto& [name, burst] : burstOfName_) {
+  for (const auto& [kind, burst] : bursts_) {
     if (burst.more > burst.moreShown) {
       const Clock::Duration left = std::max(burst.summaryDue - clock_.now(), Clock::Duration());
       shortest = std::min(shortest.value_or(left), left);
@@ -78,7 +82,7 @@ std::optional<Clock::Duration> NotificationQueue::untilNext() {
 }
 
 void NotificationQueue::shown(const QueuedNotification& queued, std::uint32_t id) {
-  for (auto& [name, burst] : burstOfName_) {
+  for (auto& [kind, burst] : bursts_) {
     if (queued.summaryOf != 0 && burst.number == queued.summaryOf) {
       burst.summaryId = id;
     }
@@ -86,20 +90,20 @@ void NotificationQueue::shown(const QueuedNotification& queued, std::uint32_t id
 }
 
 void NotificationQueue::forgetIds() {
-  for (auto& [name, burst] : burstOfName_) {
+  for (auto& [kind, burst] : bursts_) {
     burst.summaryId = 0;
   }
 }
 
 void NotificationQueue::holdNothingBack() {
-  for (auto& [name, burst] : burstOfName_) {
+  for (auto& [kind, burst] : bursts_) {
     burst.summaryDue = std::min(burst.summaryDue, clock_.now());
   }
 }
 
 void NotificationQueue::clear() {
   waiting_.clear();
-  burstOfName_.clear();
+  bursts_.clear();
 }
 
 }  // namespace quillo

@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/GrowlApplicationBridge.h"
 #include "posix/Clock.h"
@@ -23,13 +24,15 @@ struct QueuedNotification {
 // Decides what of many notifications the user sees. Those of one name that follow one another
 // within a few seconds are a burst: its first few are shown, and one more that says how many else
 // there were and is brought up to date in place. Nothing is held back but that count. What tells of
-// malware goes before what waits besides. Not for sharing between threads.
+// malware goes before what waits besides, and shares its bursts with nothing else. Not for sharing
+// between threads.
 class NotificationQueue {
  public:
   static constexpr std::uint64_t mostInABurst = 5;
   static constexpr Clock::Duration quietAfterABurst = std::chrono::seconds(5);
   static constexpr Clock::Duration betweenSummaries = std::chrono::seconds(1);
-  // A server that does not answer for minutes is not handed more than that.
+  // A server that does not answer for minutes is not handed more than that, of malware and of all
+  // else.
   static constexpr std::size_t mostWaiting = 20;
 
   // `moreText` words "and 995 more".
@@ -66,8 +69,11 @@ class NotificationQueue {
 
   Clock& clock_;
   const std::function<std::string(std::uint64_t count)> moreText_;
-  std::uint64_t bursts_ = 0;
-  std::map<std::string, Burst> burstOfName_;
+  // Of which name, and whether it tells of malware.
+  using Kind = std::pair<std::string, bool>;
+
+  std::uint64_t numbers_ = 0;
+  std::map<Kind, Burst> bursts_;
   std::deque<GrowlNotification> waiting_;
 };
 

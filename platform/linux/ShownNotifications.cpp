@@ -11,14 +11,15 @@ bool isFind(const ShownNotifications::Shown& shown) { return shown.notification.
 
 }  // namespace
 
-void ShownNotifications::add(std::uint32_t id, const GrowlNotification& notification) {
+void ShownNotifications::add(std::uint32_t id, const GrowlNotification& notification,
+                             Clock::Duration now) {
   remove(id);
   if (shown_.size() == most) {
     // Of hints there are few, and each may be over one day.
     const auto oldest = std::find_if(shown_.begin(), shown_.end(), isFind);
     shown_.erase(oldest == shown_.end() ? shown_.begin() : oldest);
   }
-  shown_.push_back({id, notification});
+  shown_.push_back({id, notification, now});
 }
 
 const GrowlNotification* ShownNotifications::find(std::uint32_t id) const {
@@ -47,8 +48,10 @@ std::vector<std::uint32_t> ShownNotifications::takeTopic(const std::string& topi
   return ids;
 }
 
-std::vector<ShownNotifications::Shown> ShownNotifications::takeHints() {
-  const auto hints = std::stable_partition(shown_.begin(), shown_.end(), isFind);
+std::vector<ShownNotifications::Shown> ShownNotifications::takeHints(Clock::Duration since) {
+  const auto hints = std::stable_partition(
+      shown_.begin(), shown_.end(),
+      [since](const Shown& shown) { return isFind(shown) || shown.at < since; });
   std::vector<Shown> taken(std::make_move_iterator(hints), std::make_move_iterator(shown_.end()));
   shown_.erase(hints, shown_.end());
   return taken;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/GrowlApplicationBridge.h"
+#include "posix/Clock.h"
 
 namespace quillo {
 
@@ -17,7 +18,7 @@ class ShownNotifications {
   static constexpr std::size_t most = 64;
 
   // One that takes the place of another has its number.
-  void add(std::uint32_t id, const GrowlNotification& notification);
+  void add(std::uint32_t id, const GrowlNotification& notification, Clock::Duration now);
   // What is shown under that number; null when it is none of ours.
   const GrowlNotification* find(std::uint32_t id) const;
   void remove(std::uint32_t id);
@@ -29,9 +30,10 @@ class ShownNotifications {
   struct Shown {
     std::uint32_t id = 0;
     GrowlNotification notification;
+    Clock::Duration at{};
   };
-  // Takes out everything that tells of no malware.
-  std::vector<Shown> takeHints();
+  // Takes out what tells of no malware and is shown since then.
+  std::vector<Shown> takeHints(Clock::Duration since);
 
  private:
   std::deque<Shown> shown_;

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QLabel>
+#include <QPushButton>
 #include <QWidget>
 #include <string>
 
@@ -176,6 +177,37 @@ TEST(InterfaceFiles, NameEveryWidgetThatTakesTheKeys) {
     const auto window = file->makeWidget();
     ASSERT_TRUE(window) << name.toStdString();
     EXPECT_EQ(namelessWidgetsIn(*window).join(", ").toStdString(), "") << name.toStdString();
+  }
+}
+
+// Where the keys go when a window comes up; null in one that takes none.
+QWidget* firstTabStopOf(QWidget& window) {
+  for (QWidget* next = window.nextInFocusChain(); next != &window;
+       next = next->nextInFocusChain()) {
+    if ((next->focusPolicy() & Qt::TabFocus) != 0 && next->isVisibleTo(&window)) {
+      return next;
+    }
+  }
+  return nullptr;
+}
+
+// A key that was meant for another window presses nothing.
+TEST(InterfaceFiles, LetNoKeyPressAButtonThatNobodyWalkedTo) {
+  const QDir folder(QUILLO_SOURCE_DIR "/resources/interface");
+  for (const QString& name : folder.entryList({"*.ui"})) {
+    std::string reason;
+    const auto file =
+        InterfaceFile::read(folder.path().toStdString(), name.chopped(3).toStdString(), reason);
+    ASSERT_TRUE(file) << reason;
+    const auto window = file->makeWidget();
+    ASSERT_TRUE(window) << name.toStdString();
+    for (const QPushButton* button : window->findChildren<QPushButton*>()) {
+      EXPECT_FALSE(button->isDefault())
+          << name.toStdString() << " " << button->objectName().toStdString();
+    }
+    const QWidget* first = firstTabStopOf(*window);
+    EXPECT_EQ(qobject_cast<const QPushButton*>(first), nullptr)
+        << name.toStdString() << " " << first->objectName().toStdString();
   }
 }
 

@@ -1,6 +1,13 @@
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <vector>
 
 #include "platform/linux/DisplayChoice.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo {
 namespace {
@@ -69,6 +76,45 @@ TEST(DisplayChoice, NamesTheDisplayThatDoesNotAnswer) {
   facts.x11 = ":7";
   EXPECT_NE(displayProblem(facts).text.find("the display \":7\" does not answer"),
             std::string::npos);
+}
+
+// A server whose queue is full and that takes nobody off it, as one that was stopped.
+class StoppedServer {
+ public:
+  // A path, or a name that begins with a null byte and lies in no folder.
+  explicit StoppedServer(const std::string& name) {
+    sockaddr_un address = {AF_UNIX, {}};
+    name.copy(address.sun_path, name.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
+    const auto* place = reinterpret_cast<const sockaddr*>(&address);
+    EXPECT_EQ(bind(server_.get(), place, length), 0);
+    EXPECT_EQ(listen(server_.get(), 0), 0);
+    do {
+      waiting_.emplace_back(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    } while (connect(waiting_.back().get(), place, length) == 0);
+  }
+
+ private:
+  UniqueFd server_{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  std::vector<UniqueFd> waiting_;
+};
+
+// Each of these would never end but for the bound.
+TEST(DisplayFacts, WaitForNoCompositorThatTakesNobodyIn) {
+  const std::string path = "/tmp/quillo-wayland-" + std::to_string(getpid());
+  {
+    const StoppedServer server(path);
+    const DisplayFacts facts =
+        DisplayFacts::ofThisSession(Environment({{"WAYLAND_DISPLAY", path}}));
+    EXPECT_FALSE(facts.waylandAnswers);
+  }
+  unlink(path.c_str());
+}
+
+TEST(DisplayFacts, WaitForNoXServerThatTakesNobodyIn) {
+  const std::string number = std::to_string(100000 + getpid());
+  const StoppedServer server(std::string(1, '\0') + "/tmp/.X11-unix/X" + number);
+  EXPECT_FALSE(DisplayFacts::ofThisSession(Environment({{"DISPLAY", ":" + number}})).x11Answers);
 }
 
 TEST(DisplayFacts, KnowOfNoDisplayThatOnlyTheEnvironmentNames) {

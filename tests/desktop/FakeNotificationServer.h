@@ -57,6 +57,24 @@ struct FakeServer {
   uint lastId = 40;
 };
 
+// The system's clock, which a test can put forward.
+class AdvancingClock final : public Clock {
+ public:
+  void advance(Duration length) { ahead_ += length; }
+
+  Duration now() override { return clock_.now() + ahead_; }
+  std::chrono::system_clock::time_point wallTime() override { return clock_.wallTime(); }
+  void sleepFor(Duration length) override { clock_.sleepFor(length); }
+  void waitOn(std::condition_variable& variable, std::unique_lock<std::mutex>& held,
+              Duration bound) override {
+    clock_.waitOn(variable, held, bound);
+  }
+
+ private:
+  SystemClock clock_;
+  Duration ahead_{};
+};
+
 class FreedesktopNotificationsFixture : public testing::Test {
  protected:
   class Keys final : public LocalizedStrings {
@@ -84,7 +102,7 @@ class FreedesktopNotificationsFixture : public testing::Test {
   }
 
   TestBus bus;
-  SystemClock clock;
+  AdvancingClock clock;
   Keys strings;
   std::vector<std::string> problems;
 };

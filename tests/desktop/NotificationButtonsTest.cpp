@@ -212,6 +212,19 @@ TEST_F(NotificationButtons, AHintMakesRoomForAFindAndComesBackBehindIt) {
   EXPECT_EQ(server.closed().back(), server.lastId);
 }
 
+TEST_F(NotificationButtons, AHintOfLongAgoDoesNotComeBackBehindAFind) {
+  FakeServer server;
+  const auto growl = make();
+  show(server, *growl, hint("definitions"));
+  clock.advance(std::chrono::seconds(61));
+  show(server, *growl, find());
+  settle(server);
+  EXPECT_EQ(server.shown(), 2U);
+  EXPECT_TRUE(server.closed().empty());
+  growl->withdraw("definitions");
+  ASSERT_TRUE(waitUntil([&] { return server.closed().size() == 1; }));
+}
+
 TEST_F(NotificationButtons, AHintThatWasDismissedDoesNotComeBackBehindAFind) {
   FakeServer server;
   const auto growl = make();

@@ -16,6 +16,11 @@ using Texts = std::vector<std::string>;
 class NotificationQueueTest : public testing::Test {
  protected:
   void add(const std::string& name, const std::string& text) { queue.add({name, name, text}); }
+  void addFind(const std::string& name, const std::string& text) {
+    GrowlNotification find{name, name, text};
+    find.details.isFind = true;
+    queue.add(find);
+  }
   void addMany(int count) {
     for (int i = 0; i < count; ++i) {
       add("found", std::to_string(i));
@@ -99,10 +104,24 @@ TEST_F(NotificationQueueTest, DoesNotLetOneKindHideAnother) {
 TEST_F(NotificationQueueTest, LetsMalwareGoBeforeWhateverElseWaits) {
   add("Error", "no definitions");
   add("Error", "no network");
-  GrowlNotification find{"found", "found", "malware"};
-  find.details.isFind = true;
-  queue.add(find);
+  addFind("found", "malware");
   EXPECT_EQ(show(), (Texts{"malware", "no definitions", "no network"}));
+}
+
+TEST_F(NotificationQueueTest, HidesNoMalwareBehindHintsOfTheSameName) {
+  for (int i = 0; i < 10; ++i) {
+    add("Error", "hint");
+  }
+  addFind("Error", "malware");
+  EXPECT_EQ(show().front(), "malware");
+}
+
+TEST_F(NotificationQueueTest, HidesNoMalwareBehindHintsThatWaitForASlowServer) {
+  for (std::size_t i = 0; i <= NotificationQueue::mostWaiting; ++i) {
+    add(std::to_string(i), "hint");
+  }
+  addFind("found", "malware");
+  EXPECT_EQ(show().front(), "malware");
 }
 
 TEST_F(NotificationQueueTest, ForgetsWhatIsOverBeforeItWasShown) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <stdexcept>
 
 #include "tests/fakes/FakeScannerOwner.h"
 
@@ -14,26 +15,30 @@ using Paths = AbortedScans::Paths;
 
 class AbortedScansTest : public testing::Test {
  protected:
+  void abort(const Paths& dropped) {
+    aborted.abort(dropped, [] {});
+  }
+
   FakeSystemLog log;
   FakeRoadObserver road;
   AbortedScans aborted{log, &road};
 };
 
 TEST_F(AbortedScansTest, CountWhatWasQueuedAtOnceWhereNothingRuns) {
-  aborted.abort({"/a", "/b", "/c"});
+  abort({"/a", "/b", "/c"});
   EXPECT_EQ(log.lines(), Lines{"Scans aborted: 3 files were not scanned"});
   EXPECT_EQ(road.abandonedPaths(), (Paths{"/a", "/b", "/c"}));
 }
 
 TEST_F(AbortedScansTest, SayAlsoThatNothingWasLost) {
-  aborted.abort({});
+  abort({});
   EXPECT_EQ(log.lines(), Lines{"Scans aborted: no file was left unscanned"});
 }
 
 TEST_F(AbortedScansTest, CountWhatTheRunsHadNotJudgedInOneLineWhenTheLastHasEnded) {
   std::optional<AbortedScans::Run> first(std::in_place, &aborted, [] { return Paths{"/1"}; });
   std::optional<AbortedScans::Run> second(std::in_place, &aborted, [] { return Paths{}; });
-  aborted.abort({});
+  abort({});
   EXPECT_EQ(log.lines(), Lines());
   first.reset();
   EXPECT_EQ(log.lines(), Lines());
@@ -45,15 +50,39 @@ TEST_F(AbortedScansTest, CountWhatTheRunsHadNotJudgedInOneLineWhenTheLastHasEnde
 TEST_F(AbortedScansTest, DoNotConcernARunThatBeginsLaterOrHasEnded) {
   const auto unasked = []() -> Paths { throw std::logic_error("asked"); };
   { const AbortedScans::Run ended(&aborted, unasked); }
-  aborted.abort({"/a"});
+  abort({"/a"});
   { const AbortedScans::Run later(&aborted, unasked); }
   EXPECT_EQ(log.lines(), Lines{"Scans aborted: 1 file was not scanned"});
 }
 
+TEST_F(AbortedScansTest, CountWhatARunLeavesThatBeginsWhileScannersAreEnded) {
+  std::optional<AbortedScans::Run> run;
+  aborted.abort({"/a"}, [&] { run.emplace(&aborted, [] { return Paths{"/1"}; }); });
+  EXPECT_EQ(log.lines(), Lines());
+  run.reset();
+  EXPECT_EQ(log.lines(), Lines{"Scans aborted: 2 files were not scanned"});
+}
+
+TEST_F(AbortedScansTest, CountWhatARunLeavesThatBeginsAndEndsWhileScannersAreEnded) {
+  aborted.abort({"/a"},
+                [this] { const AbortedScans::Run run(&aborted, [] { return Paths{"/1"}; }); });
+  EXPECT_EQ(log.lines(), Lines{"Scans aborted: 2 files were not scanned"});
+}
+
+TEST_F(AbortedScansTest, CountAlsoWhereEndingTheScannersFails) {
+  const auto fails = [] { throw std::runtime_error("no process"); };
+  EXPECT_THROW(aborted.abort({"/a"}, fails), std::runtime_error);
+  EXPECT_EQ(log.lines(), Lines{"Scans aborted: 1 file was not scanned"});
+  {
+    const AbortedScans::Run later(&aborted, [] { return Paths{"/1"}; });
+  }
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
 TEST_F(AbortedScansTest, CountEachFileOnceHoweverOftenTheyAreAborted) {
   std::optional<AbortedScans::Run> run(std::in_place, &aborted, [] { return Paths{"/1", "/2"}; });
-  aborted.abort({"/a"});
-  aborted.abort({"/b"});
+  abort({"/a"});
+  abort({"/b"});
   run.reset();
   EXPECT_EQ(log.lines(), (Lines{"Scans aborted: 1 file was not scanned",
                                 "Scans aborted: 3 files were not scanned"}));

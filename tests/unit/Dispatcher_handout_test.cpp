@@ -84,6 +84,23 @@ TEST_F(DispatcherHandout, AbortGivesWhatItForgets) {
   EXPECT_EQ(forgotten, (Paths{folder.path() + "/measured", folder.path() + "/ready"}));
 }
 
+TEST_F(DispatcherHandout, AbortGivesNothingThatWouldNotHaveGoneOut) {
+  const std::string measured = file("measured");
+  const std::string volume = folder.makeFolder("Volumes/stick");
+  takeOver({measured, folder.makeFolder("folder"), file("empty", ""), volume});
+  measure();
+  Paths forgotten = dispatcher.abortScans();
+  std::sort(forgotten.begin(), forgotten.end());
+  EXPECT_EQ(forgotten, (Paths{volume, measured}));
+}
+
+TEST_F(DispatcherHandout, AbortGivesNoFolderThatIsToBeDropped) {
+  takeOver({folder.makeFolder("folder")});
+  measure();
+  measure();
+  EXPECT_EQ(dispatcher.abortScans(), Paths());
+}
+
 TEST_F(DispatcherHandout, AbortLeavesTheIntakeToBeMeasuredInTheNextCycle) {
   const std::string path = file("reported");
   dispatcher.addStringToItemList(path);

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+#include <utility>
+
 #include "agent/Face.h"
 #include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/ManualClock.h"
@@ -31,6 +34,12 @@ class HealthTest : public testing::Test {
     Duration now_{0};
   };
 
+  LoadedDefinitions asked() {
+    if (std::exchange(failsOnce, false)) {
+      throw std::runtime_error("no memory");
+    }
+    return definitions;
+  }
   void built(hours age) { definitions = {true, clock.wallTime() - age}; }
   Clock::Duration untilNextLook() {
     const Clock::Duration before = clock.now();
@@ -44,7 +53,8 @@ class HealthTest : public testing::Test {
   LoadedDefinitions definitions;
   std::vector<std::string> missing;
   int looks = 0;
-  Health health{{clock, desktop.systemLog, face, [this] { return definitions; },
+  bool failsOnce = false;
+  Health health{{clock, desktop.systemLog, face, [this] { return asked(); },
                  [this] { return missing; }, [this] { ++looks; }}};
 };
 
@@ -113,6 +123,17 @@ TEST_F(HealthTest, TellsOfFoldersThatAreNotThere) {
   EXPECT_EQ(face.status().missingFolders, 2U);
   EXPECT_EQ(face.status().missingFolder, "~/A/");
   EXPECT_EQ(untilNextLook(), minutes(1));
+}
+
+TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
+  failsOnce = true;
+  health.setWatching(true);
+  health.round();
+  EXPECT_EQ(looks, 0);
+  EXPECT_EQ(desktop.systemLog.count("Health: a look failed: no memory"), 1);
+  EXPECT_EQ(untilNextLook(), minutes(1));
+  EXPECT_EQ(looks, 1);
+  EXPECT_EQ(untilNextLook(), hours(1));
 }
 
 TEST_F(HealthTest, IsNotLookedAfterWhileNothingIsWatched) {

@@ -61,6 +61,11 @@ TEST_F(ScanReportLimits, AreToldOnceARunByTheFirstFileAndTheNumberOfTheOthers) {
                                   "notify 7 1.iso + 3 > 100 MB"}));
 }
 
+TEST_F(ScanReportLimits, LetNoNameMakeALineOfItsOwn) {
+  run({{"/a/big\nAll is well.iso"}});
+  EXPECT_EQ(owner.calls(), Calls{"notify 7 big\\x0AAll is well.iso > 100 MB"});
+}
+
 TEST_F(ScanReportLimits, AreToldWhenTheRunIsOverAndLoggedAtOnce) {
   startRun("");
   VerdictSender scanner(UniqueFd(dup(report.verdicts()->scannersEnd())));

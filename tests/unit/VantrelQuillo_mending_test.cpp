@@ -162,6 +162,15 @@ TEST_F(AgentMending, TellsAgainWhenThereWasAPlaceMeanwhile) {
   EXPECT_EQ(desktop.growl.posted().size(), 2U);
 }
 
+TEST_F(AgentMending, TellsAgainInTheNextRunWhatNoServiceTook) {
+  desktop.growl.setRunning(false);
+  launch();
+  desktop.statusBar.room(false, "GNOME");
+  desktop.statusBar.room(false, "GNOME");
+  EXPECT_EQ(desktop.application.activations, 1);
+  EXPECT_FALSE(std::filesystem::exists(desktop.folders.stateFolder() + "/told-no-tray-GNOME"));
+}
+
 TEST_F(AgentMending, ShowsItsWindowWhereThereAreNoNotificationsEither) {
   desktop.growl.setRunning(false);
   launch();
