@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "clamav/Definitions.h"
 #include "engine/ClamdLink.h"
 #include "posix/Clock.h"
 #include "posix/Condition.h"
@@ -31,7 +32,7 @@ class Health {
   static constexpr Clock::Duration betweenLooks = std::chrono::hours(1);
   // Whoever mends something wants to see it.
   static constexpr Clock::Duration betweenLooksInTrouble = std::chrono::minutes(1);
-  static constexpr std::chrono::hours oldAfter = std::chrono::hours(14 * 24);
+  static constexpr std::chrono::hours oldAfter = definitionsOldAfter;
 
   explicit Health(HealthServices services);
 

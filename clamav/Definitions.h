@@ -35,6 +35,9 @@ std::optional<std::chrono::system_clock::time_point> buildTimeIn(std::string_vie
 // or the folder cannot be read. Any thread.
 std::optional<std::chrono::system_clock::time_point> definitionsBuiltIn(const std::string& folder);
 
+// Definitions that were built longer ago than this find too little of what is new.
+inline constexpr std::chrono::hours definitionsOldAfter(14 * 24);
+
 // The file of the built-in definition and its one line, in the extended signature format of
 // ClamAV's signature manual (Name:TargetType:Offset:HexSignature): the 68-byte EICAR test file.
 inline constexpr char builtInDefinitionFile[] = "vantrel-eicar.ndb";

@@ -12,11 +12,12 @@ helper="$(realpath -m /usr/local/lib/vantrel-quillo)/gfslogger"
 autostart="$config/autostart/$id.desktop"
 preferences="$config/vantrel/org.vantrel.Vantrel.toml"
 engine="$data/vantrel/engine"
+state="${XDG_STATE_HOME:-$HOME/.local/state}/vantrel"
 log="$HOME/Library/Logs/VantrelQuillo-scan.log"
 update_log="$HOME/Library/Logs/vantrel-freshclam.log"
 
-# What was done, for --remove. A line each: what it is, its digest (or nothing), its path, with "|"
-# between them.
+# What was done, for --remove. A line each: what it is, its digest (that of a link: where it leads; or
+# nothing), its path, with "|" between them. While files are exchanged, a path has both of its lines.
 record="$resources/installed"
 
 # noted KIND [PATH]: the lines of that kind.
@@ -40,13 +41,30 @@ note() {
 
 digest_of() { local sum; sum="$(sha256sum <"$1")"; echo "${sum%% *}"; }
 
-# make_folder PATH: with what is missing above it, which is put into `made`.
+# is_one_of PATH DIGESTS: whether there is what one of these lines has noted.
+is_one_of() {
+  local digest
+  if [ -L "$1" ]; then
+    digest="$(readlink -- "$1")"
+    # Records did not always say where a link leads.
+    [ -n "$2" ] || return 0
+  else
+    [ -f "$1" ] || return 1
+    digest="$(digest_of "$1")"
+  fi
+  grep -qxF -e "$digest" <<<"$2"
+}
+
+# plan_folder PATH: puts it into `made` if it is missing, with what is missing above it.
 made=()
-make_folder() {
+plan_folder() {
   [ ! -d "$1" ] || return 0
-  make_folder "$(dirname "$1")"
-  mkdir -- "$1"
+  plan_folder "$(dirname "$1")"
   made+=("$1")
+}
+make_folder() {
+  plan_folder "$1"
+  mkdir -p -- "$1"
 }
 note_made() {
   local folder
@@ -71,8 +89,8 @@ running_agents() {
   done
 }
 
-# stop_agent PROCESS: asks it to quit and waits; it may be loading the engine. False when it stays.
-stop_agent() {
+# stop PROCESS: asks it to quit and waits; it may be loading the engine. False when it stays.
+stop() {
   kill "$1" 2>/dev/null || return 0
   timeout 90 tail --pid="$1" -s 0.1 -f /dev/null
 }

@@ -1,51 +1,68 @@
 # shellcheck shell=bash disable=SC2154
-# What ./run says at its end, and the first preferences. To be sourced behind places.sh.
+# What ./run says at its end. To be sourced behind places.sh and first-preferences.sh.
 
-# As text between the quotes of TOML.
-quoted() {
-  local text="${1//\\/\\\\}"
-  printf '%s' "${text//\"/\\\"}"
-}
-
-first_preferences() {
-  local first
-  first="$(<"$resources/preferences/first.toml.in")"
-  first="${first//@ENGINE@/"$(quoted "$engine")"}"
-  first="${first//@UPDATE_LOG@/"$(quoted "$update_log")"}"
-  first="${first//@FOLDER@/"~/Downloads"}"
-  printf '%s\n' "$first"
-}
-
-# The folders that the preferences name, a line each, as they stand there.
-named_folders() {
-  local file
-  for file in "$config/vantrel/$id.toml" "$preferences"; do
-    if grep -q '^[^#]*QuilloFolderArray' "$file" 2>/dev/null; then
-      grep -v '^ *#' "$file" | grep -oE "path(Name|URI) *= *(\"[^\"]*\"|'[^']*')" |
-        sed -E "s/^path(Name|URI) *= *.(.*).\$/\\2/" || true
-      return
-    fi
+# What the user's preferences are read from, the strongest first.
+preference_files() {
+  local name folder
+  for name in "$id" org.vantrel.Vantrel; do
+    while IFS= read -r folder; do printf '%s\n' "$folder/$name.toml"; done < <(preference_folders)
   done
 }
 
-guarded_folders() {
+# A text of TOML, with its quotes, as an extended regular expression.
+toml_text="(\"([^\"\\\\]|\\\\.)*\"|'[^']*')"
+
+# place_in LINE: the place that a line "KEY = TEXT" names.
+place_in() {
+  local text="${1#*=}"
+  text="${text#"${text%%[![:space:]]*}"}"
+  case "$text" in
+    \"*) text="$(sed 's/^"//; s/"$//; s/\\\(["\\]\)/\1/g' <<<"$text")" ;;
+    *) text="${text:1:-1}" ;;
+  esac
+  # shellcheck disable=SC2088
+  case "$text" in
+    '~' | '~/'*) text="$HOME${text#'~'}" ;;
+    file:*)
+      text="${text#file:}"
+      [[ "$text" != //* ]] || text="/${text#//*/}"
+      text="${text//\\/\\\\}"
+      printf -v text '%b' "${text//%/\\x}"
+      ;;
+  esac
+  printf '%s\n' "$text"
+}
+
+# The folders that the preferences name, a line each.
+named_folders() {
+  local file line
+  while IFS= read -r file; do
+    grep -q '^[^#]*QuilloFolderArray' "$file" 2>/dev/null || continue
+    while IFS= read -r line; do
+      place_in "$line"
+    done < <(grep -av '^ *#' "$file" | grep -aoE "path(Name|URI) *= *$toml_text")
+    return
+  done < <(preference_files)
+}
+
+# The engine that the preferences name; nothing where they name none.
+named_engine() {
+  local file line
+  while IFS= read -r file; do
+    line="$(grep -m 1 -aoEs "^ *PathToClamav *= *$toml_text" "$file")" || continue
+    place_in "$line"
+    return
+  done < <(preference_files)
+}
+
+# folders THAT: those named folders that exist ("there"), or do not ("missing"), as words.
+folders() {
   local folder words=""
   while IFS= read -r folder; do
+    if [ -d "$folder" ]; then [ "$1" = there ] || continue; else [ "$1" = missing ] || continue; fi
     words="$words${words:+, }$(short "$folder")"
   done < <(named_folders)
   printf '%s' "$words"
-}
-
-missing_folders() {
-  local folder place
-  while IFS= read -r folder; do
-    # shellcheck disable=SC2088
-    case "$folder" in '~' | '~/'*) place="$HOME${folder#'~'}" ;; *) place="$folder" ;; esac
-    case "$place" in
-      file:*) ;;
-      *) [ -d "$place" ] || echo "There is no folder $folder yet; what appears there is guarded once there is." ;;
-    esac
-  done < <(named_folders)
 }
 
 # start_of PROCESS: when it was started, with the day if that is another.

@@ -27,8 +27,10 @@ class StartSession : public testing::Test {
     const std::string lib = folder_.makeFolder("usr/lib/vantrel-quillo") + "/";
     fs::copy_file(QUILLO_SOURCE_DIR "/resources/desktop/start-session", lib + "start-session");
     fs::create_directory(lib + "preferences");
-    fs::copy_file(QUILLO_SOURCE_DIR "/resources/preferences/first.toml.in",
-                  lib + "preferences/first.toml.in");
+    for (const std::string file : {"first.toml.in", "first-preferences.sh"}) {
+      fs::copy_file(QUILLO_SOURCE_DIR "/resources/preferences/" + file,
+                    lib + "preferences/" + file);
+    }
     folder_.writeProgram("usr/lib/vantrel-quillo/engine-tools/vantrel-engine-tree",
                          "#!/bin/sh\n[ ! -e \"" + path("broken") + "\" ] || exit 1\n" +
                              "mkdir -p \"$1/etc\"\necho \"$1\" >>\"" + path("made") + "\"\n");
@@ -115,6 +117,11 @@ TEST_F(StartSession, BringsAnEngineUpToDateThatIsThere) {
   logIn();
   EXPECT_EQ(has("made"), path("home/.local/share/vantrel/engine") + "\n");
   EXPECT_EQ(has(preferences), "# mine\n");
+}
+
+TEST_F(StartSession, WritesPreferencesThatNobodyElseCanRead) {
+  logIn();
+  EXPECT_EQ(fs::status(path(preferences)).permissions(), fs::perms(0600));
 }
 
 TEST_F(StartSession, StartsTheAgentWithoutPreferencesWhereNoEngineCanBeMade) {

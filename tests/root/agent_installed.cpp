@@ -17,14 +17,23 @@ namespace fs = std::filesystem;
 
 const std::string id = "org.vantrel.VantrelQuillo";
 
-// The build folder can be written, for the list of what was installed, as long as this object.
+// The build folder can be written, for the list of what was installed, as long as this object. What
+// is written there goes away with it: that list would be root's, in somebody else's build.
 class WritableBuild {
  public:
   WritableBuild() {
-    check(mount(QUILLO_BINARY_DIR, QUILLO_BINARY_DIR, nullptr, MS_BIND, nullptr), "bind mount");
-    check(mount(nullptr, QUILLO_BINARY_DIR, nullptr, MS_REMOUNT | MS_BIND, nullptr), "remount");
+    for (const char* folder : {"/tmp/build", "/tmp/build/upper", "/tmp/build/work"}) {
+      makeFolder(folder);
+    }
+    check(mount("overlay", QUILLO_BINARY_DIR, "overlay", 0,
+                "lowerdir=" QUILLO_BINARY_DIR ",upperdir=/tmp/build/upper,workdir=/tmp/build/work"),
+          "covering the build");
   }
-  ~WritableBuild() { umount2(QUILLO_BINARY_DIR, MNT_DETACH); }
+  ~WritableBuild() {
+    umount2(QUILLO_BINARY_DIR, MNT_DETACH);
+    std::error_code ignored;
+    fs::remove_all("/tmp/build", ignored);
+  }
   WritableBuild(const WritableBuild&) = delete;
   WritableBuild& operator=(const WritableBuild&) = delete;
 };
@@ -77,7 +86,8 @@ TEST_F(AgentInstalled, NamesThePrefixThatItWasInstalledTo) {
   for (const std::string& file : std::vector<std::string>{
            "share/applications/" + id + ".desktop", "etc/xdg/autostart/" + id + ".desktop",
            "share/dbus-1/services/" + id + ".service"}) {
-    EXPECT_NE(readFile("/tmp/prefix/" + file).find("Exec=" + program + "\n"), std::string::npos)
+    EXPECT_NE(readFile("/tmp/prefix/" + file).find("\nExec=\"" + program + "\"\n"),
+              std::string::npos)
         << file;
   }
   const std::string granter = "/tmp/prefix/lib/vantrel-quillo/grant-helper-rights";

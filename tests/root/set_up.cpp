@@ -2,15 +2,12 @@
 // again, and how that goes with other installations.
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
 
-#include "posix/FileFacts.h"
 #include "tests/root/support/Files.h"
-#include "tests/root/support/GuardedHome.h"
-#include "tests/root/support/SetUpWorld.h"
+#include "tests/root/support/SetUpTest.h"
 
 namespace quillo::tests {
 namespace {
@@ -18,62 +15,14 @@ namespace {
 namespace fs = std::filesystem;
 using Outcome = SetUpWorld::Outcome;
 
-constexpr char helper[] = "/usr/local/lib/vantrel-quillo/gfslogger";
-
-class SetUp : public testing::Test {
- protected:
-  std::string inHome(const std::string& path) const { return world.home() + "/" + path; }
-  std::string program() const { return inHome(".local/bin/vantrel-quillo"); }
-  std::string autostart() const {
-    return inHome(".config/autostart/org.vantrel.VantrelQuillo.desktop");
-  }
-  std::string preferences() const { return inHome(".config/vantrel/org.vantrel.Vantrel.toml"); }
-  std::string log() const { return inHome("Library/Logs/VantrelQuillo-scan.log"); }
-  // The one agent that runs; 0 when none does, or more than one.
-  pid_t agent() const {
-    const auto agents = world.agents();
-    return agents.size() == 1 ? agents.begin()->first : 0;
-  }
-  std::string agentsProgram() const {
-    const auto agents = world.agents();
-    return agents.size() == 1 ? agents.begin()->second : "none, or several";
-  }
-  static bool isInForce(const std::string& path) {
-    struct stat info {};
-    return lstat(path.c_str(), &info) == 0 && info.st_mode == (S_IFREG | 04755) && info.st_uid == 0;
-  }
-  // What was saved into the guarded folder is found.
-  bool finds() const {
-    const std::string name = "Downloads/bad" + std::to_string(agent()) + ".com";
-    world.writeAsUser(inHome(name), GuardedHome::testFile());
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (std::chrono::steady_clock::now() < until) {
-      if (contentsOfFile(log()).value_or("").find(
-              name + ": Eicar-Test-Signature.UNOFFICIAL FOUND") != std::string::npos) {
-        fs::remove(inHome(name));
-        return true;
-      }
-    }
-    return false;
-  }
-  void expectGuarding(const Outcome& outcome) const {
-    EXPECT_EQ(outcome.status, 0) << outcome.output;
-    EXPECT_TRUE(outcome.says("\nGuarding ~/Downloads") ||
-                outcome.output.starts_with("Guarding ~/Downloads"))
-        << outcome.output;
-    EXPECT_EQ(agentsProgram(), program()) << outcome.output;
-    EXPECT_TRUE(isInForce(helper));
-  }
-
-  const SetUpWorld world;
-};
+class SetUp : public SetUpTest {};
 
 TEST_F(SetUp, GuardsAndDoesItFromTheNextLogInOn) {
   const Outcome outcome = world.setUp();
   expectGuarding(outcome);
   EXPECT_TRUE(finds());
   EXPECT_NE(readFile(autostart())
-                .find("\nExec=" + inHome(".local/lib/vantrel-quillo/start-session") + "\n"),
+                .find("\nExec=\"" + inHome(".local/lib/vantrel-quillo/start-session") + "\"\n"),
             std::string::npos);
   EXPECT_TRUE(outcome.says("At log-in: it starts by itself")) << outcome.output;
 }
@@ -163,7 +112,9 @@ TEST_F(SetUp, KeepsWhatAPersonHasChanged) {
   const std::string hidden = readFile(autostart()) + "Hidden=true\n";
   world.writeAsUser(preferences(), wished);
   world.writeAsUser(autostart(), hidden);
+  const pid_t guarding = agent();
   const Outcome again = world.setUp();
+  EXPECT_EQ(agent(), guarding) << again.output;
   EXPECT_TRUE(again.says("At log-in: as you have decided in ~/.config/autostart")) << again.output;
   EXPECT_EQ(readFile(autostart()), hidden);
   const Outcome removal = world.remove();

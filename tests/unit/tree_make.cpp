@@ -150,6 +150,20 @@ TEST(EngineTree, NamesWhatItLacks) {
             "there is no file " + sandbox.path("tree/etc/front.conf"));
 }
 
+TEST(EngineTree, TellsHowOldItsDefinitionsAreFromTwoWeeksOn) {
+  const TreeSandbox sandbox;
+  const TreePlan plan = makeTree(sandbox.request());
+  installDefinitions(sandbox, "tree/db");
+  const std::vector<std::string> noDaemon = {"no clamd answers at " + plan.socket()};
+  EXPECT_EQ(checkTree(sandbox.path("tree"), sandbox.places()), noDaemon);
+  const auto now = std::filesystem::file_time_type::clock::now();
+  for (const auto& entry : std::filesystem::directory_iterator(sandbox.path("tree/db"))) {
+    std::filesystem::last_write_time(entry.path(), now - std::chrono::hours(15 * 24 + 1));
+  }
+  EXPECT_EQ(checkTree(sandbox.path("tree"), sandbox.places()).back(),
+            "the definitions in " + sandbox.path("tree/db") + " are 15 days old");
+}
+
 TEST(EngineTree, IsDescribedInAFewLines) {
   const TreeSandbox sandbox;
   const TreeRequest request = sandbox.request();

@@ -33,7 +33,7 @@ TreePlan refreshTree(const std::string& root, const MachinePlaces& places,
 std::vector<std::string> describe(const TreePlan& plan, const TreeRequest& request);
 
 // Why the tree is not ready to guard: what is missing in it, a daemon that does not answer, real
-// definitions that are not there. Empty when all is well. Changes nothing.
+// definitions that are not there, or are old. Empty when all is well. Changes nothing.
 std::vector<std::string> checkTree(const std::string& root, const MachinePlaces& places);
 
 // $XDG_DATA_HOME/vantrel/engine (XDG base directories, freedesktop.org), or for the machine

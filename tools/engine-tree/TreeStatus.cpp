@@ -37,6 +37,13 @@ std::vector<uid_t> trustedUsers(const LaunchConf& launch, const MachineDaemon& m
   return users;
 }
 
+// As told by those who built them; nothing where nobody told.
+std::chrono::hours ageOfDefinitions(const std::string& folder) {
+  const auto now = std::chrono::system_clock::now();
+  return std::chrono::duration_cast<std::chrono::hours>(now -
+                                                        definitionsBuiltIn(folder).value_or(now));
+}
+
 void checkDaemon(const TreeFolder& etc, const MachinePlaces& places,
                  std::vector<std::string>& reasons) {
   const LaunchConf launch = parseLaunchConf(etc.read("launch.conf").value_or(""));
@@ -49,6 +56,9 @@ void checkDaemon(const TreeFolder& etc, const MachinePlaces& places,
   const std::string definitions = conf.value("DatabaseDirectory");
   if (!definitionsIn(definitions).any()) {
     reasons.push_back("no real definitions in " + (definitions.empty() ? "the tree" : definitions));
+  } else if (const auto age = ageOfDefinitions(definitions); age > definitionsOldAfter) {
+    reasons.push_back("the definitions in " + definitions + " are " +
+                      std::to_string(age / std::chrono::hours(24)) + " days old");
   }
 }
 

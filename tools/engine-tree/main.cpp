@@ -18,7 +18,7 @@ constexpr char help[] =
     "    (/usr/local/vantrel, needs root)\n"
     "vantrel-engine-tree --check [--machine] [ROOT]\n"
     "    changes nothing: 0 when the tree is whole, its clamd answers and real definitions are\n"
-    "    there, otherwise 1 and the reasons\n"
+    "    there that are no older than two weeks, otherwise 1 and the reasons\n"
     "vantrel-engine-tree --help\n";
 
 struct Options {

@@ -66,8 +66,8 @@ SetUpWorld::SetUpWorld() : user_(ownerOf(QUILLO_BINARY_DIR) == 0 ? 12345 : owner
   exchange("/etc/group", "guarded:x:" + number + ":\n", 0644);
   exchange("/etc/shadow", std::string("guarded:") + passwordHash + ":19000:0:99999:7:::\n", 0640);
   exchange("/etc/sudoers", "Defaults !lecture\nguarded ALL=(ALL) PASSWD: ALL\n", 0440);
-  for (const char* point :
-       {"/usr/local", "/var/lib/clamav", "/etc/xdg", "/usr/share/polkit-1/actions"}) {
+  for (const char* point : {"/usr/local", "/var/lib/clamav", "/etc/xdg", "/etc/apparmor.d",
+                            "/usr/share/polkit-1/actions"}) {
     cover(point, "mode=755");
   }
   makeFolder("/usr/local/lib");
@@ -129,7 +129,7 @@ SetUpWorld::Outcome SetUpWorld::asUser(const std::vector<std::string>& command) 
   std::vector<std::string> environment = {"HOME=" + home_,
                                           "USER=guarded",
                                           "LOGNAME=guarded",
-                                          "PATH=/usr/bin:/bin:/usr/sbin",
+                                          "PATH=" + home_ + "/bin:/usr/bin:/bin:/usr/sbin",
                                           "TERM=dumb",
                                           "LC_ALL=C.UTF-8",
                                           "XDG_RUNTIME_DIR=/run/people/runtime",
