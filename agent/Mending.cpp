@@ -10,10 +10,17 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
 #include "platform/SystemLog.h"
+#include "posix/Text.h"
 #include "posix/ThreadStarter.h"
 #include "scanning/ScannerOwner.h"
 
 namespace quillo {
+namespace {
+
+// Of the notification of a desktop without a place for the icon.
+constexpr const char* roomTopic = "room";
+
+}  // namespace
 
 int VantrelQuillo::showWindow() {
   face_.showVerdicts();
@@ -86,27 +93,37 @@ void VantrelQuillo::displayNoEngineWindow(const EngineProblem& problem) {
 
 // Where its icon has no place the agent looks as if it were not there. Said once on each desktop,
 // once a run where no notification says it, and again when the place was there meanwhile.
-void VantrelQuillo::tellOfRoom(bool hasRoom, const std::string& desktop) {
+void VantrelQuillo::tellOfRoom(StatusBar::Room room, const std::string& desktop) {
   const std::string subject = "no-tray-" + desktop;
-  if (hasRoom) {
+  if (room == StatusBar::Room::shown) {
     toldOnce_.forget(subject);
+    notifications_.withdraw(roomTopic);
     return;
   }
   if (wantsDockTile() || !toldOnce_.isNews(subject)) {
     return;
   }
-  services_.platform.systemLog.log(
-      "This desktop shows no status icons. Whoever starts the program again sees its window, which "
-      "the preference ShowDockIcon keeps in the task bar");
-  LocalizedStrings& strings = services_.platform.localizedStrings;
-  NotificationDetails details;
-  details.buttons.push_back({strings.stringForKey("NO_TRAY_SHOW", ""), [this] { showWindow(); }});
-  if (displayGrowlDialogWithTitleAndDescription(notificationError,
-                                                strings.stringForKey("NO_TRAY", ""), details)) {
+  if (notifyOfRoom()) {
     toldOnce_.remember(subject);
+  } else if (room == StatusBar::Room::notYet) {
+    toldOnce_.forget(subject);
+    return;
   } else {
     showWindow();
   }
+  services_.platform.systemLog.log(
+      "This desktop shows no status icons. Whoever starts the program again sees its window, which "
+      "the preference ShowDockIcon keeps in the task bar");
+}
+
+bool VantrelQuillo::notifyOfRoom() {
+  LocalizedStrings& strings = services_.platform.localizedStrings;
+  NotificationDetails details;
+  details.topic = roomTopic;
+  details.buttons.push_back({strings.stringForKey("NO_TRAY_SHOW", ""), [this] { showWindow(); }});
+  return displayGrowlDialogWithTitleAndDescription(
+      notificationError,
+      replacingAll(strings.stringForKey("NO_TRAY", ""), "%@", mainMenu_.stateInWords()), details);
 }
 
 void VantrelQuillo::tellOfHealth() {

@@ -167,7 +167,7 @@ void VantrelQuillo::applicationDidFinishLaunching() {
     showDockTileIfWanted();
     listenToDesktop();
     services_.platform.statusBar.observeRoom(
-        [this](bool hasRoom, const std::string& desktop) { tellOfRoom(hasRoom, desktop); });
+        [this](StatusBar::Room room, const std::string& desktop) { tellOfRoom(room, desktop); });
   });
 }
 

@@ -27,6 +27,7 @@
 #include "engine/ClamdLink.h"
 #include "menu/Throbber.h"
 #include "platform/Dialog.h"
+#include "platform/StatusItem.h"
 #include "posix/Snapshot.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
@@ -171,7 +172,8 @@ class VantrelQuillo {
   void lookAfterHealth();
   void tellOfHealth();
   int showWindow();
-  void tellOfRoom(bool hasRoom, const std::string& desktop);
+  void tellOfRoom(StatusBar::Room room, const std::string& desktop);
+  bool notifyOfRoom();
   void endWatching();
   void finishEndOfWatching();
   void startWatcherThread();

@@ -34,10 +34,13 @@ class StatusBar {
   // A new item; of length 0 it takes no room and is not seen. Main thread. The item lives as long
   // as the bar.
   virtual StatusItem& statusItemWithLength(double length) = 0;
-  // Tells whether this desktop, which has that name, shows status items: each time that it begins
-  // to, and once when some seconds have passed in which nothing did. Where there is no screen
-  // nothing is told. Calls on the main thread, from where this is called too, once.
-  using RoomObserver = std::function<void(bool hasRoom, const std::string& desktop)>;
+  // Whether a desktop shows status items: not yet, a moment after the start, in which most would
+  // have begun to; or not at all, as far as the first seconds tell.
+  enum class Room { shown, notYet, none };
+  // Tells that of this desktop, which has that name: `shown` each time that it begins to. Where
+  // there is no screen nothing is told. Calls on the main thread, from where this is called too,
+  // once.
+  using RoomObserver = std::function<void(Room room, const std::string& desktop)>;
   virtual void observeRoom(RoomObserver observer) = 0;
 };
 

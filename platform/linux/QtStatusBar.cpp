@@ -9,7 +9,8 @@
 namespace quillo {
 namespace {
 
-// A panel may come late at log-in. Whoever is told without need is told once.
+// A panel may come late at log-in. Who is told too early sees that taken back.
+constexpr auto shortPatience = std::chrono::seconds(2);
 constexpr auto patience = std::chrono::seconds(10);
 
 }  // namespace
@@ -22,19 +23,25 @@ void QtStatusBar::observeRoom(RoomObserver observer) {
   const auto lookAtHost = [this] {
     if (host_.kind() != TrayHost::Kind::none) {
       patience_.stop();
-      tellRoom(true);
+      tellRoom(Room::shown);
     }
   };
   host_.onChange(lookAtHost);
   patience_.setSingleShot(true);
-  QObject::connect(&patience_, &QTimer::timeout, &patience_, [this] { tellRoom(false); });
-  patience_.start(patience);
+  QObject::connect(&patience_, &QTimer::timeout, &patience_, [this] {
+    const bool isShort = patience_.intervalAsDuration() == shortPatience;
+    if (isShort) {
+      patience_.start(patience - shortPatience);
+    }
+    tellRoom(isShort ? Room::notYet : Room::none);
+  });
+  patience_.start(shortPatience);
   lookAtHost();
 }
 
-void QtStatusBar::tellRoom(bool hasRoom) {
+void QtStatusBar::tellRoom(Room room) {
   const std::string desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString();
-  guarded([&] { roomObserver_(hasRoom, desktop); });
+  guarded([&] { roomObserver_(room, desktop); });
 }
 
 }  // namespace quillo

@@ -23,7 +23,7 @@ class QtStatusBar final : public StatusBar {
   void observeRoom(RoomObserver observer) override;
 
  private:
-  void tellRoom(bool hasRoom);
+  void tellRoom(Room room);
 
   Application& application_;
   TrayHost host_;

@@ -135,8 +135,8 @@ TEST_F(AgentMending, ShowsItsWindowFromTheFirstLineOfTheMenu) {
 
 TEST_F(AgentMending, TellsOnceThatThereIsNoPlaceForItsIcon) {
   launch();
-  desktop.statusBar.room(false, "sway:wlroots");
-  desktop.statusBar.room(false, "sway:wlroots");
+  desktop.statusBar.room(StatusBar::Room::none, "sway:wlroots");
+  desktop.statusBar.room(StatusBar::Room::none, "sway:wlroots");
   ASSERT_EQ(desktop.growl.posted().size(), 1U);
   EXPECT_EQ(desktop.growl.posted()[0].description, "<NO_TRAY>");
   EXPECT_EQ(desktop.application.activations, 0);
@@ -147,26 +147,54 @@ TEST_F(AgentMending, TellsOnceThatThereIsNoPlaceForItsIcon) {
   EXPECT_EQ(desktop.application.activations, 1);
 }
 
+TEST_F(AgentMending, SaysWithTheHintWhatItIsDoing) {
+  desktop.localizedStrings.texts["NO_TRAY"] = "%@. No place";
+  launch();
+  desktop.statusBar.room(StatusBar::Room::notYet, "GNOME");
+  ASSERT_EQ(desktop.growl.posted().size(), 1U);
+  EXPECT_EQ(desktop.growl.posted()[0].description, toolTip() + ". No place");
+  desktop.statusBar.room(StatusBar::Room::none, "GNOME");
+  EXPECT_EQ(desktop.growl.posted().size(), 1U);
+}
+
+TEST_F(AgentMending, TakesTheHintBackWhenAPanelComesLate) {
+  launch();
+  desktop.statusBar.room(StatusBar::Room::notYet, "KDE");
+  const std::string topic = desktop.growl.posted().at(0).details.topic;
+  desktop.statusBar.room(StatusBar::Room::shown, "KDE");
+  ASSERT_FALSE(topic.empty());
+  EXPECT_EQ(desktop.growl.withdrawn(), Lines{topic});
+}
+
+TEST_F(AgentMending, ShowsItsWindowOnlyWhenNeitherPanelNorNotificationsHaveCome) {
+  desktop.growl.setRunning(false);
+  launch();
+  desktop.statusBar.room(StatusBar::Room::notYet, "KDE");
+  EXPECT_EQ(desktop.application.activations, 0);
+  desktop.statusBar.room(StatusBar::Room::none, "KDE");
+  EXPECT_EQ(desktop.application.activations, 1);
+}
+
 TEST_F(AgentMending, TellsOnAnotherDesktopAsWell) {
   launch();
-  desktop.statusBar.room(false, "sway:wlroots");
-  desktop.statusBar.room(false, "GNOME");
+  desktop.statusBar.room(StatusBar::Room::none, "sway:wlroots");
+  desktop.statusBar.room(StatusBar::Room::none, "GNOME");
   EXPECT_EQ(desktop.growl.posted().size(), 2U);
 }
 
 TEST_F(AgentMending, TellsAgainWhenThereWasAPlaceMeanwhile) {
   launch();
-  desktop.statusBar.room(false, "GNOME");
-  desktop.statusBar.room(true, "GNOME");
-  desktop.statusBar.room(false, "GNOME");
+  desktop.statusBar.room(StatusBar::Room::none, "GNOME");
+  desktop.statusBar.room(StatusBar::Room::shown, "GNOME");
+  desktop.statusBar.room(StatusBar::Room::none, "GNOME");
   EXPECT_EQ(desktop.growl.posted().size(), 2U);
 }
 
 TEST_F(AgentMending, TellsAgainInTheNextRunWhatNoServiceTook) {
   desktop.growl.setRunning(false);
   launch();
-  desktop.statusBar.room(false, "GNOME");
-  desktop.statusBar.room(false, "GNOME");
+  desktop.statusBar.room(StatusBar::Room::none, "GNOME");
+  desktop.statusBar.room(StatusBar::Room::none, "GNOME");
   EXPECT_EQ(desktop.application.activations, 1);
   EXPECT_FALSE(std::filesystem::exists(desktop.folders.stateFolder() + "/told-no-tray-GNOME"));
 }
@@ -174,14 +202,14 @@ TEST_F(AgentMending, TellsAgainInTheNextRunWhatNoServiceTook) {
 TEST_F(AgentMending, ShowsItsWindowWhereThereAreNoNotificationsEither) {
   desktop.growl.setRunning(false);
   launch();
-  desktop.statusBar.room(false, "sway:wlroots");
+  desktop.statusBar.room(StatusBar::Room::none, "sway:wlroots");
   EXPECT_EQ(desktop.application.activations, 1);
 }
 
 TEST_F(AgentMending, TellsNobodyWhoHasTheWindowInTheTaskBar) {
   desktop.preferenceStore.set("ShowDockIcon", "Both");
   launch();
-  desktop.statusBar.room(false, "GNOME");
+  desktop.statusBar.room(StatusBar::Room::none, "GNOME");
   EXPECT_TRUE(desktop.growl.posted().empty());
 }
 
