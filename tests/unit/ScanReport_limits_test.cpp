@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
 #include "tests/unit/ReportFixture.h"
 
@@ -39,7 +40,8 @@ class ScanReportLimits : public ReportFixture {
     report.verdicts()->letGo();
     std::string lines;
     for (const Left& file : files) {
-      Verdict verdict = Verdict::parse(file.path + ": Not scanned: reason");
+      Verdict verdict = Verdict::parse(reportedText(file.path) + ": Not scanned: reason");
+      verdict.path = file.path;
       verdict.limit = file.limit;
       verdict.largestFile = file.largestFile;
       scanner.tell(verdict);
