@@ -247,11 +247,12 @@ TEST_F(PatientScannerFailure, AnAbortLeavesOneLineWithTheNumberOfFilesWithoutAVe
   bench.services.abortedScans = &aborted;
   auto run = std::async(std::launch::async, [&] { scan({"a", "hang-b", "c"}); });
   EXPECT_TRUE(waitForFile(bench.folder.path(), "hang-b.pid"));
-  aborted.abort({"/queued"});
-  // The engine may be quicker than who takes note of it as running.
-  while (run.wait_for(std::chrono::milliseconds(10)) != std::future_status::ready) {
-    running.endAll();
-  }
+  aborted.abort({"/queued"}, [&] {
+    // The engine may be quicker than who takes note of it as running.
+    while (run.wait_for(std::chrono::milliseconds(10)) != std::future_status::ready) {
+      running.endAll();
+    }
+  });
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines{"Scans aborted: 3 files were not scanned"});
   EXPECT_EQ(bench.road.abandonedPaths(), (Lines{"/queued", path("c"), path("hang-b")}));
 }
