@@ -254,7 +254,7 @@ TEST_F(PatientScannerFailure, AnAbortLeavesOneLineWithTheNumberOfFilesWithoutAVe
     }
   });
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines{"Scans aborted: 3 files were not scanned"});
-  EXPECT_EQ(bench.road.abandonedPaths(), (Lines{"/queued", path("c"), path("hang-b")}));
+  EXPECT_EQ(bench.road.abandonedPaths(), (Lines{path("c"), path("hang-b"), "/queued"}));
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ TEST_F(AgentDock, OfAnythingElseIsNone) {
 class AgentWithoutTray : public AgentOnDesktop {
  protected:
   AgentWithoutTray() { logIn(); }
-  bool tells() { return bus().hears("Notify", "this desktop has no place for its icon"); }
+  bool tells() { return bus().hears("Notify", "This desktop has no place for the icon"); }
 };
 
 TEST_F(AgentWithoutTray, SaysOnceHowItIsToBeReached) {

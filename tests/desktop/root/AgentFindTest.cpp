@@ -24,6 +24,7 @@ class AgentFind : public AgentOnDesktop {
     const std::string folder = home().home() + "/.config/dunst";
     fs::create_directories(folder);
     writeFile(folder + "/dunstrc", "[global]\ndmenu = " + chooser + "\nfont = Sans 10\n");
+    session().startPanel();
     session().startNotificationServer();
     ASSERT_TRUE(bus().hears("NameOwnerChanged", "org.freedesktop.Notifications"));
     startAndAwaitWatching();

@@ -15,7 +15,7 @@ class AgentOnSwayWithoutBar : public AgentOnSway {
 
 TEST_F(AgentOnSwayWithoutBar, SaysThatItGuardsAndHowItIsToBeReached) {
   startAndAwaitWatching();
-  EXPECT_TRUE(bus().hears("Notify", "this desktop has no place for its icon"));
+  EXPECT_TRUE(bus().hears("Notify", "This desktop has no place for the icon"));
   session().keepPicture("sway-without-bar");
 }
 
