@@ -21,9 +21,9 @@ class AgentMenu : public AgentOnDesktop {
 };
 
 TEST_F(AgentMenu, OpensWithAClickOnTheIcon) {
-  session().keepPicture("watching");
+  session().keepPicture("agent-watching");
   openMenu();
-  session().keepPicture("menu");
+  session().keepPicture("agent-menu");
 }
 
 TEST_F(AgentMenu, TellsThePanelWhichItemsCanBeChosen) {

@@ -24,7 +24,8 @@ TEST_F(AgentNotification, IsShownByTheNotificationServer) {
   ASSERT_TRUE(bus().hears("Notify", path));
   // That of the missing definitions and this one.
   EXPECT_TRUE(session().screen().eventually([&] { return notificationsShown() == 2; }));
-  session().keepPicture("warning");
+  EXPECT_EQ(buttonsOf(warningTitle), 3U);
+  session().keepPicture("agent-warning");
 }
 
 TEST_F(AgentNotification, IsNotWaitedForWithoutAServer) {
