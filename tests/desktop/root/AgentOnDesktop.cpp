@@ -12,6 +12,7 @@ namespace {
 constexpr QRgb outlineColour = 0x16212c;
 constexpr QRgb watchingColour = 0x0f8a7a;
 constexpr QRgb scanningColour = 0x2467b8;
+constexpr QRgb warningColour = 0xc9302c;
 // Of the agent's menu, below what it is doing and what would mend that.
 constexpr std::size_t commands = 10;
 const QRect panelArea(0, 0, DesktopSession::width, 40);
@@ -113,8 +114,11 @@ std::vector<QRect> AgentOnDesktop::buttonAreas(const std::string& title) {
   std::vector<QRect> buttons;
   screen.eventually([&] {
     const std::vector<QRect> windows = screen.windowAreas(title);
+    // Before it is drawn, what lies behind it is seen, which may have buttons as well.
+    const bool isDrawn =
+        !windows.empty() && (title != warningTitle || screen.find(warningColour, windows.back()));
     const QImage picture = screen.picture();
-    buttons = windows.empty() ? windows : buttonsIn(picture, windows.back());
+    buttons = isDrawn ? buttonsIn(picture, windows.back()) : std::vector<QRect>();
     return buttons.size() >= 2 && looksEnabled(picture, buttons.back());
   });
   return buttons;
