@@ -1,7 +1,5 @@
 #include "platform/linux/ColorScheme.h"
 
-#include <gio/gio.h>
-
 #include <QApplication>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -9,6 +7,8 @@
 #include <QPalette>
 #include <string_view>
 #include <utility>
+
+#include "platform/linux/Guarded.h"
 
 namespace quillo {
 namespace {
@@ -28,26 +28,25 @@ bool isDark(QVariant value) {
   return value.toUInt() == dark;
 }
 
-// For a desktop without the portal.
-bool gnomePrefersDark() {
+constexpr const char* gnomeSettings = "org.gnome.desktop.interface";
+constexpr const char* gnomeKey = "color-scheme";
+
+// For a desktop without the portal; null where it is not GNOME's either.
+GSettings* settingsOfGnome() {
   GSettingsSchemaSource* source = g_settings_schema_source_get_default();
   GSettingsSchema* schema =
-      source ? g_settings_schema_source_lookup(source, "org.gnome.desktop.interface", TRUE)
-             : nullptr;
+      source ? g_settings_schema_source_lookup(source, gnomeSettings, TRUE) : nullptr;
   if (!schema) {
-    return false;
+    return nullptr;
   }
-  const bool hasKey = g_settings_schema_has_key(schema, "color-scheme") != FALSE;
+  const bool hasKey = g_settings_schema_has_key(schema, gnomeKey) != FALSE;
   g_settings_schema_unref(schema);
-  if (!hasKey) {
-    return false;
-  }
-  GSettings* interface = g_settings_new("org.gnome.desktop.interface");
-  gchar* text = g_settings_get_string(interface, "color-scheme");
-  const bool prefersDark = std::string_view(text) == "prefer-dark";
-  g_free(text);
-  g_object_unref(interface);
-  return prefersDark;
+  return hasKey ? g_settings_new(gnomeSettings) : nullptr;
+}
+
+bool prefersDark(GSettings* interface) {
+  const GioPointer<char> text(g_settings_get_string(interface, gnomeKey));
+  return std::string_view(text.get()) == "prefer-dark";
 }
 
 QPalette darkPalette() {
@@ -89,8 +88,31 @@ void ColorScheme::ask() {
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
     const QDBusPendingReply<QDBusVariant> reply = *watcher;
     watcher->deleteLater();
-    follow(reply.isError() ? gnomePrefersDark() : isDark(QVariant::fromValue(reply.value())));
+    if (reply.isError()) {
+      followGnome();
+    } else {
+      follow(isDark(QVariant::fromValue(reply.value())));
+    }
   });
+}
+
+void ColorScheme::followGnome() {
+  gnome_.reset(settingsOfGnome());
+  if (!gnome_) {
+    return;
+  }
+  const auto changed = +[](GSettings* interface, gchar*, gpointer self) {
+    guarded([&] { static_cast<ColorScheme*>(self)->follow(prefersDark(interface)); });
+  };
+  g_signal_connect(gnome_.get(), "changed::color-scheme", G_CALLBACK(changed), this);
+  // What is never read is not told of.
+  follow(prefersDark(gnome_.get()));
+}
+
+ColorScheme::~ColorScheme() {
+  if (gnome_) {
+    g_signal_handlers_disconnect_by_data(gnome_.get(), this);
+  }
 }
 
 void ColorScheme::settingChanged(const QString& space, const QString& key,

@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QString>
 
+#include "platform/linux/GioPointer.h"
+
 namespace quillo {
 
 // Has this application's windows dark where its user prefers that and Qt does not know of it: asks
@@ -15,15 +17,18 @@ class ColorScheme final : public QObject {
 
  public:
   explicit ColorScheme(QDBusConnection bus);
+  ~ColorScheme() override;
 
  private Q_SLOTS:
   void settingChanged(const QString& space, const QString& key, const QDBusVariant& value);
 
  private:
   void ask();
+  void followGnome();
   void follow(bool prefersDark);
 
   QDBusConnection bus_;
+  GioPointer<GSettings> gnome_;
   bool isOurs_ = false;
 };
 

@@ -94,10 +94,16 @@ def area_of_button(bus, window, name):
 def shown(bus, program, role=None, title=None):
     """Name and area on the screen of all that the program shows now, or that its windows of that title show."""
     with Tree(bus) as tree:
-        return [(tree.name(node), tree.area(node, on_screen)) for window in tree.windows(program)
-                if title is None or tree.name(window) == title
-                for node in tree.everything_in(window)
-                if (role is None or tree.role(node) == role) and tree.shows(node)]
+        while True:
+            try:
+                return [(tree.name(node), tree.area(node, on_screen)) for window in tree.windows(program)
+                        if title is None or tree.name(window) == title
+                        for node in tree.everything_in(window)
+                        if (role is None or tree.role(node) == role) and tree.shows(node)]
+            except GLib.Error as error:
+                # It was taken away while it was looked at.
+                if not error.matches(Gio.dbus_error_quark(), Gio.DBusError.UNKNOWN_OBJECT):
+                    raise
 
 
 def texts_shown(bus, program, title):
