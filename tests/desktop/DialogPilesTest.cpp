@@ -118,9 +118,13 @@ TEST_F(DialogPiles, LeaveTheButtonsWhereTheyAreWhenTheHintComes) {
       [&] { return face.ask("framed deleteButton", "framed ") == "1"; }));
   settle();
   const std::string before = face.ask("where deleteButton", "at ");
+  const auto height = [&] { return session.screen().windowAreas(warningTitle).at(0).height(); };
+  const int heightBefore = height();
   face.tell("failure It could not be done for a reason that takes some words to tell.");
-  settle();
-  EXPECT_EQ(face.ask("where deleteButton", "at "), before);
+  // Its size and its place reach the server one after the other.
+  ASSERT_TRUE(session.screen().eventually([&] { return height() > heightBefore; }));
+  EXPECT_TRUE(
+      session.screen().eventually([&] { return face.ask("where deleteButton", "at ") == before; }));
 }
 
 }  // namespace
