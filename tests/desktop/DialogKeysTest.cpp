@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QWidget>
+#include <functional>
 #include <string>
 
 #include "platform/linux/InterfaceFile.h"
@@ -191,8 +192,7 @@ QWidget* firstTabStopOf(QWidget& window) {
   return nullptr;
 }
 
-// A key that was meant for another window presses nothing.
-TEST(InterfaceFiles, LetNoKeyPressAButtonThatNobodyWalkedTo) {
+void forEveryWindow(const std::function<void(const std::string&, QWidget&)>& look) {
   const QDir folder(QUILLO_SOURCE_DIR "/resources/interface");
   for (const QString& name : folder.entryList({"*.ui"})) {
     std::string reason;
@@ -201,30 +201,30 @@ TEST(InterfaceFiles, LetNoKeyPressAButtonThatNobodyWalkedTo) {
     ASSERT_TRUE(file) << reason;
     const auto window = file->makeWidget();
     ASSERT_TRUE(window) << name.toStdString();
-    for (const QPushButton* button : window->findChildren<QPushButton*>()) {
-      EXPECT_FALSE(button->isDefault())
-          << name.toStdString() << " " << button->objectName().toStdString();
-    }
-    const QWidget* first = firstTabStopOf(*window);
-    EXPECT_EQ(qobject_cast<const QPushButton*>(first), nullptr)
-        << name.toStdString() << " " << first->objectName().toStdString();
+    look(name.toStdString(), *window);
   }
+}
+
+// A key that was meant for another window presses nothing.
+TEST(InterfaceFiles, LetNoKeyPressAButtonThatNobodyWalkedTo) {
+  forEveryWindow([](const std::string& name, QWidget& window) {
+    for (const QPushButton* button : window.findChildren<QPushButton*>()) {
+      EXPECT_FALSE(button->isDefault()) << name << " " << button->objectName().toStdString();
+    }
+    const QWidget* first = firstTabStopOf(window);
+    EXPECT_EQ(qobject_cast<const QPushButton*>(first), nullptr)
+        << name << " " << first->objectName().toStdString();
+  });
 }
 
 // A screen reader says a widget's own name instead of what a label shows.
 TEST(InterfaceFiles, LetTheTextOfEveryLabelBeRead) {
-  const QDir folder(QUILLO_SOURCE_DIR "/resources/interface");
-  for (const QString& name : folder.entryList({"*.ui"})) {
-    std::string reason;
-    const auto file =
-        InterfaceFile::read(folder.path().toStdString(), name.chopped(3).toStdString(), reason);
-    ASSERT_TRUE(file) << reason;
-    const auto window = file->makeWidget();
-    for (const QLabel* label : window->findChildren<QLabel*>()) {
+  forEveryWindow([](const std::string& name, QWidget& window) {
+    for (const QLabel* label : window.findChildren<QLabel*>()) {
       EXPECT_EQ(label->accessibleName().toStdString(), "")
-          << name.toStdString() << " " << label->objectName().toStdString();
+          << name << " " << label->objectName().toStdString();
     }
-  }
+  });
 }
 
 }  // namespace
