@@ -2,7 +2,7 @@
 
 #include <QXmlStreamReader>
 
-#include "platform/linux/GioPointer.h"
+#include "platform/linux/services/GioPointer.h"
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
 #include "tests/desktop/TestFolder.h"

@@ -5,8 +5,8 @@
 
 #include <QFileSystemWatcher>
 
-#include "platform/linux/DesktopApplicationLauncher.h"
-#include "platform/linux/DesktopWorkspace.h"
+#include "platform/linux/services/DesktopApplicationLauncher.h"
+#include "platform/linux/services/DesktopWorkspace.h"
 #include "posix/Text.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"

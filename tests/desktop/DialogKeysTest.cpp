@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/linux/InterfaceFile.h"
+#include "platform/linux/dialogs/InterfaceFile.h"
 #include "tests/desktop/support/DesktopSession.h"
 #include "tests/desktop/support/FaceProgram.h"
 

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "platform/linux/DisplayChoice.h"
+#include "platform/linux/session/DisplayChoice.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {

@@ -3,7 +3,7 @@
 #include <QRegularExpression>
 #include <QTextDocument>
 
-#include "platform/linux/DisplayText.h"
+#include "platform/linux/text/DisplayText.h"
 
 namespace quillo {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/FreedesktopNotifications.h"
+#include "platform/linux/notifications/FreedesktopNotifications.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
 #include "tests/desktop/TestFolder.h"

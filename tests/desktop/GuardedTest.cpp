@@ -4,12 +4,12 @@
 #include <QDBusPendingCallWatcher>
 #include <stdexcept>
 
-#include "platform/linux/BusDaemon.h"
-#include "platform/linux/Guarded.h"
-#include "platform/linux/LogindPowerNotifications.h"
-#include "platform/linux/QtMenuItem.h"
-#include "platform/linux/ScriptingObject.h"
-#include "platform/linux/SessionBusNotificationCenter.h"
+#include "platform/linux/services/Guarded.h"
+#include "platform/linux/session/BusDaemon.h"
+#include "platform/linux/session/LogindPowerNotifications.h"
+#include "platform/linux/session/ScriptingObject.h"
+#include "platform/linux/session/SessionBusNotificationCenter.h"
+#include "platform/linux/tray/QtMenuItem.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
 #include "tests/fakes/FakeInterface.h"

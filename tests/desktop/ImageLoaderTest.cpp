@@ -4,8 +4,8 @@
 #include <set>
 #include <string>
 
-#include "platform/linux/QtImage.h"
-#include "platform/linux/QtImageLoader.h"
+#include "platform/linux/tray/QtImage.h"
+#include "platform/linux/tray/QtImageLoader.h"
 
 namespace quillo {
 namespace {

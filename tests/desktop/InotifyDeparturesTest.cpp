@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "platform/linux/InotifyDepartures.h"
+#include "platform/linux/names/InotifyDepartures.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/TestFolder.h"
 

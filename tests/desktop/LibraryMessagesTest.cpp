@@ -4,8 +4,8 @@
 #include <QtGlobal>
 #include <vector>
 
-#include "platform/linux/LibraryMessages.h"
-#include "platform/linux/LinuxSystemLog.h"
+#include "platform/linux/services/LibraryMessages.h"
+#include "platform/linux/services/LinuxSystemLog.h"
 #include "tests/desktop/HandClock.h"
 
 namespace quillo {

@@ -5,8 +5,8 @@
 #include <mutex>
 #include <set>
 
-#include "platform/linux/FileHandles.h"
-#include "platform/linux/LinuxNameWatch.h"
+#include "platform/linux/names/FileHandles.h"
+#include "platform/linux/names/LinuxNameWatch.h"
 #include "tests/desktop/TestFolder.h"
 #include "tests/fakes/ManualClock.h"
 

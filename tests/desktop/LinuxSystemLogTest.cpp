@@ -5,9 +5,9 @@
 #include <fstream>
 #include <iterator>
 
-#include "platform/linux/LinesOfActions.h"
-#include "platform/linux/LinuxSystemLog.h"
-#include "platform/linux/VisibleText.h"
+#include "platform/linux/services/LinuxSystemLog.h"
+#include "platform/linux/text/VisibleText.h"
+#include "platform/linux/tray/LinesOfActions.h"
 #include "tests/desktop/HandClock.h"
 
 namespace quillo {

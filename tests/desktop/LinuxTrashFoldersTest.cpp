@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "platform/linux/LinuxTrashFolders.h"
-#include "platform/linux/LinuxVolumes.h"
+#include "platform/linux/names/LinuxTrashFolders.h"
+#include "platform/linux/names/LinuxVolumes.h"
 #include "tests/desktop/TestFolder.h"
 
 namespace quillo {

@@ -2,7 +2,7 @@
 
 #include <QDBusPendingCallWatcher>
 
-#include "platform/linux/LogindPowerNotifications.h"
+#include "platform/linux/session/LogindPowerNotifications.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
 

@@ -3,8 +3,8 @@
 
 #include <cerrno>
 
-#include "platform/linux/LinuxMountNotifications.h"
-#include "platform/linux/MountTable.h"
+#include "platform/linux/names/LinuxMountNotifications.h"
+#include "platform/linux/names/MountTable.h"
 #include "tests/fakes/FailingSystemCall.h"
 #include "tests/fakes/InterruptedSystemCall.h"
 

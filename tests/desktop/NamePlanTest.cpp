@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <set>
 
-#include "platform/linux/NamePlan.h"
+#include "platform/linux/names/NamePlan.h"
 #include "tests/desktop/TestFolder.h"
 
 namespace quillo {

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "platform/linux/NameRounds.h"
+#include "platform/linux/names/NameRounds.h"
 #include "tests/desktop/TestFolder.h"
 #include "tests/fakes/FailingSystemCall.h"
 #include "tests/fakes/ManualClock.h"

@@ -10,7 +10,7 @@
 #include <fstream>
 #include <functional>
 
-#include "platform/linux/NameTree.h"
+#include "platform/linux/names/NameTree.h"
 #include "tests/desktop/TestFolder.h"
 #include "tests/fakes/ManualClock.h"
 

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "platform/linux/BusDaemon.h"
+#include "platform/linux/session/BusDaemon.h"
 #include "tests/desktop/FakeNotificationServer.h"
 
 namespace quillo {

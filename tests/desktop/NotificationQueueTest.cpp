@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "platform/linux/NotificationQueue.h"
-#include "platform/linux/NotificationText.h"
+#include "platform/linux/notifications/NotificationQueue.h"
+#include "platform/linux/notifications/NotificationText.h"
 #include "tests/desktop/HandClock.h"
 
 namespace quillo {

@@ -7,9 +7,9 @@
 #include <fstream>
 #include <map>
 
-#include "platform/linux/PolkitAuthorization.h"
-#include "platform/linux/SetUserIdSafety.h"
-#include "platform/linux/StringTables.h"
+#include "platform/linux/services/PolkitAuthorization.h"
+#include "platform/linux/services/SetUserIdSafety.h"
+#include "platform/linux/text/StringTables.h"
 #include "tests/desktop/TestFolder.h"
 
 namespace quillo {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/LinuxFolders.h"
-#include "platform/linux/QtApplication.h"
+#include "platform/linux/services/LinuxFolders.h"
+#include "platform/linux/services/QtApplication.h"
 #include "posix/ChildProcess.h"
 #include "tests/desktop/support/DesktopSession.h"
 #include "tests/desktop/support/FaceProgram.h"

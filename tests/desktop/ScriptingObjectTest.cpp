@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <future>
 
-#include "platform/linux/ScriptingObject.h"
+#include "platform/linux/session/ScriptingObject.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/BusDaemon.h"
-#include "platform/linux/LinuxFolders.h"
-#include "platform/linux/SessionBusNotificationCenter.h"
+#include "platform/linux/services/LinuxFolders.h"
+#include "platform/linux/session/BusDaemon.h"
+#include "platform/linux/session/SessionBusNotificationCenter.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <thread>
 
-#include "platform/linux/SingleInstance.h"
+#include "platform/linux/session/SingleInstance.h"
 #include "posix/ChildProcess.h"
 #include "tests/desktop/TestFolder.h"
 

@@ -3,9 +3,9 @@
 #include <set>
 
 #include "menu/StatusText.h"
-#include "platform/linux/DisplayText.h"
-#include "platform/linux/StringTables.h"
-#include "platform/linux/TomlFile.h"
+#include "platform/linux/preferences/TomlFile.h"
+#include "platform/linux/text/DisplayText.h"
+#include "platform/linux/text/StringTables.h"
 #include "posix/Text.h"
 #include "tests/desktop/TestFolder.h"
 

@@ -5,9 +5,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/linux/StringTables.h"
-#include "platform/linux/TomlFile.h"
-#include "platform/linux/TomlPreferenceStore.h"
+#include "platform/linux/preferences/TomlFile.h"
+#include "platform/linux/preferences/TomlPreferenceStore.h"
+#include "platform/linux/text/StringTables.h"
 #include "tests/desktop/TestFolder.h"
 #include "tests/fakes/FailingSystemCall.h"
 #include "tests/fakes/InterruptedSystemCall.h"

@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <ctime>
 
-#include "platform/linux/BusDaemon.h"
-#include "platform/linux/TrackerQuery.h"
+#include "platform/linux/index/TrackerQuery.h"
+#include "platform/linux/session/BusDaemon.h"
 #include "posix/ChildProcess.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/linux/TrackerQuery.h"
+#include "platform/linux/index/TrackerQuery.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
 

@@ -3,7 +3,7 @@
 #include <QDBusVariant>
 #include <vector>
 
-#include "platform/linux/TrayHost.h"
+#include "platform/linux/tray/TrayHost.h"
 #include "tests/desktop/Events.h"
 #include "tests/desktop/FakeBusObject.h"
 

@@ -7,8 +7,8 @@
 #include <set>
 #include <string>
 
-#include "platform/linux/MenuTitle.h"
-#include "platform/linux/TomlFile.h"
+#include "platform/linux/preferences/TomlFile.h"
+#include "platform/linux/tray/MenuTitle.h"
 
 namespace quillo {
 namespace {

@@ -10,9 +10,9 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/linux/Guarded.h"
-#include "platform/linux/QtApplication.h"
-#include "platform/linux/SessionBusNotificationCenter.h"
+#include "platform/linux/services/Guarded.h"
+#include "platform/linux/services/QtApplication.h"
+#include "platform/linux/session/SessionBusNotificationCenter.h"
 #include "tests/desktop/PrivateSession.h"
 
 namespace {

@@ -5,8 +5,8 @@
 
 #include <QCoreApplication>
 
-#include "platform/linux/LinuxMountNotifications.h"
-#include "platform/linux/LinuxVolumes.h"
+#include "platform/linux/names/LinuxMountNotifications.h"
+#include "platform/linux/names/LinuxVolumes.h"
 #include "tests/desktop/Events.h"
 
 namespace quillo {

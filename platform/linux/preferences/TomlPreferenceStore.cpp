@@ -1,0 +1,116 @@
+#include "platform/linux/preferences/TomlPreferenceStore.h"
+
+#include <algorithm>
+
+#include "platform/linux/preferences/TomlFile.h"
+#include "posix/Text.h"
+
+namespace quillo {
+
+TomlPreferenceStore::TomlPreferenceStore(std::vector<std::string> folders,
+                                         const std::string& domain, Tell tell)
+    : folders_(std::move(folders)), tell_(std::move(tell)), domains_{domainNamed(domain)} {}
+
+std::vector<std::string> TomlPreferenceStore::folders(const Environment& environment,
+                                                      const std::string& home) {
+  std::vector<std::string> result;
+  result.push_back(environment.folder("XDG_CONFIG_HOME").value_or(home + "/.config") + "/vantrel");
+  const std::string machine = environment.value("XDG_CONFIG_DIRS").value_or("/etc/xdg");
+  for (const std::string_view folder : split(machine, ':')) {
+    if (!folder.empty() && folder.front() == '/') {
+      result.push_back(std::string(folder) + (folder.back() == '/' ? "vantrel" : "/vantrel"));
+    }
+  }
+  return result;
+}
+
+TomlPreferenceStore::Domain TomlPreferenceStore::domainNamed(const std::string& name) const {
+  Domain domain;
+  domain.name = name;
+  for (const std::string& folder : folders_) {
+    File file;
+    file.path = folder + "/" + name + ".toml";
+    domain.files.push_back(std::move(file));
+  }
+  return domain;
+}
+
+void TomlPreferenceStore::addSuiteNamed(const std::string& domain) {
+  MutexLock hold(mutex_);
+  const bool known = std::any_of(domains_.begin(), domains_.end(),
+                                 [&](const Domain& each) { return each.name == domain; });
+  if (!known) {
+    domains_.push_back(domainNamed(domain));
+  }
+}
+
+void TomlPreferenceStore::synchronize() {
+  std::vector<Problem> problems;
+  {
+    MutexLock hold(mutex_);
+    for (Domain& domain : domains_) {
+      read(domain, problems);
+    }
+  }
+  tell(problems);
+}
+
+std::optional<PreferenceValue> TomlPreferenceStore::objectForKey(const std::string& key) {
+  std::vector<Problem> problems;
+  std::optional<PreferenceValue> result;
+  {
+    MutexLock hold(mutex_);
+    for (Domain& domain : domains_) {
+      if (!domain.wasRead) {
+        read(domain, problems);
+      }
+      for (const File& file : domain.files) {
+        const auto found = file.values.find(key);
+        if (found != file.values.end() && !result) {
+          result = found->second;
+        }
+      }
+    }
+  }
+  tell(problems);
+  return result;
+}
+
+bool TomlPreferenceStore::hasAny() {
+  MutexLock hold(mutex_);
+  const auto isThere = [](const File& file) {
+    return !file.values.empty() || !file.toldOf.empty();
+  };
+  return std::any_of(domains_.begin(), domains_.end(), [&](const Domain& domain) {
+    return std::any_of(domain.files.begin(), domain.files.end(), isThere);
+  });
+}
+
+std::string TomlPreferenceStore::fileOf(const std::string& domain) const {
+  return folders_.front() + "/" + domain + ".toml";
+}
+
+void TomlPreferenceStore::read(Domain& domain, std::vector<Problem>& problems) {
+  domain.wasRead = true;
+  for (File& file : domain.files) {
+    TomlFile now = TomlFile::read(file.path);
+    if (now.problem.empty()) {
+      file.values = std::move(now.values);
+      file.toldOf.clear();
+    } else if (const std::string state = now.version + now.problem; state != file.toldOf) {
+      file.toldOf = state;
+      problems.push_back({now.problem, now.wording});
+    }
+  }
+}
+
+void TomlPreferenceStore::tell(const std::vector<Problem>& problems) const {
+  // Not under the lock: whoever hears of it may read a preference.
+  for (const Problem& problem : problems) {
+    if (tell_) {
+      tell_(problem.text, problem.wording);
+    }
+  }
+}
+
+}  // namespace quillo

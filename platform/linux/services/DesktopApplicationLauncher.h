@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <functional>
+
+#include "platform/ApplicationLauncher.h"
+#include "platform/linux/dialogs/ActiveWindow.h"
+
+namespace quillo {
+
+// Other applications over D-Bus (org.freedesktop.Application, Desktop Entry 1.5, freedesktop.org),
+// else by the desktop file that bears their identifier.
+class DesktopApplicationLauncher final : public QObject, public ApplicationLauncher {
+ public:
+  // `report` hears of an application that did not start after all.
+  DesktopApplicationLauncher(const QDBusConnection& bus,
+                             std::function<void(const std::string& problem)> report)
+      : bus_(bus), report_(std::move(report)) {}
+
+  bool isInstalled(const std::string& identifier) override;
+  bool launchApplication(const std::string& identifier) override;
+  bool isLaunching() override { return activations_ > 0; }
+  bool launchFailed() override { return failed_; }
+  // On X11 that of the window in use. Where that cannot be told, as on Wayland, the application
+  // launched last is taken for it as soon as it owns its identifier as a name on the bus; without a
+  // bus at once.
+  std::string activeApplicationIdentifier() override;
+
+ private:
+  void activate(const std::string& identifier);
+  bool launchDesktopFileOf(const std::string& identifier);
+
+  QDBusConnection bus_;
+  const std::function<void(const std::string& problem)> report_;
+  ApplicationWindows launched_;
+  bool failed_ = false;
+  // Calls that the bus has not answered yet.
+  int activations_ = 0;
+};
+
+}  // namespace quillo

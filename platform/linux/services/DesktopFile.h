@@ -1,0 +1,18 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+#include "platform/linux/services/GioPointer.h"
+
+namespace quillo {
+
+// Starts the application of a desktop file (Desktop Entry 1.5, freedesktop.org), with `uri` to open
+// when that is not empty. What it prints is dropped, for the agent's own output is a log. The
+// process's number, 0 when the desktop started it in another way; nothing when it could not be
+// started. Main thread.
+std::optional<pid_t> launchDesktopFile(GDesktopAppInfo* application, const std::string& uri);
+
+}  // namespace quillo

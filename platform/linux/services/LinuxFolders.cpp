@@ -1,0 +1,89 @@
+#include "platform/linux/services/LinuxFolders.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <string_view>
+
+#include "platform/linux/services/UserAccount.h"
+#include "posix/FileFacts.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+bool isFolder(const std::string& path) {
+  struct stat info = {};
+  return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::optional<std::string> existing(const std::optional<std::string>& folder) {
+  return folder && isFolder(*folder) ? folder : std::nullopt;
+}
+
+std::string homeOf(const Environment& environment) {
+  if (const auto home = environment.folder("HOME")) {
+    return *home;
+  }
+  const std::string home = UserAccount::current().homeFolder;
+  return home.empty() ? "/" : home;
+}
+
+std::optional<std::string> temporaryOf(const Environment& environment) {
+  const auto runtime = existing(environment.folder("XDG_RUNTIME_DIR"));
+  return runtime ? runtime : existing(environment.folder("TMPDIR"));
+}
+
+// As xdg-user-dirs(5) names it for this user, in the user's language. A folder that was switched
+// off is said to be the home folder itself.
+std::string downloadsOf(const Environment& environment, const std::string& home) {
+  const std::string settings =
+      environment.folder("XDG_CONFIG_HOME").value_or(home + "/.config") + "/user-dirs.dirs";
+  constexpr std::string_view beginning = "XDG_DOWNLOAD_DIR=\"";
+  const std::string contents = contentsOfFile(settings).value_or("");
+  for (std::string_view line : split(contents, '\n')) {
+    const std::size_t end = line.rfind('"');
+    if (!line.starts_with(beginning) || end < beginning.size()) {
+      continue;
+    }
+    const std::string folder = replacingAll(
+        std::string(line.substr(beginning.size(), end - beginning.size())), "$HOME", home);
+    if (folder.starts_with('/') && folder != home && folder != home + "/") {
+      return folder;
+    }
+  }
+  return home + "/Downloads";
+}
+
+std::string stateOf(const Environment& environment) {
+  const auto folder = environment.folder("XDG_STATE_HOME");
+  return (folder ? *folder : homeOf(environment) + "/.local/state") + "/vantrel";
+}
+
+std::string resourcesOf(const std::string& executable) {
+  const std::string folder = deletingLastPathComponent(executable);
+  if (access((folder + "/CMakeCache.txt").c_str(), F_OK) == 0) {
+    return folder + "/resources";
+  }
+  const std::string prefix = deletingLastPathComponent(folder);
+  return (prefix == "/" ? "" : prefix) + "/lib/vantrel-quillo";
+}
+
+}  // namespace
+
+LinuxFolders::LinuxFolders(const Environment& environment, const std::string& executable)
+    : home_(homeOf(environment)),
+      temporary_(temporaryOf(environment)),
+      data_(environment.folder("XDG_DATA_HOME").value_or(home_ + "/.local/share")),
+      state_(stateOf(environment)),
+      downloads_(downloadsOf(environment, home_)),
+      resources_(resourcesOf(executable)) {}
+
+std::string LinuxFolders::pathOfThisProgram() {
+  std::array<char, 4096> buffer;
+  const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
+  return length > 0 ? std::string(buffer.data(), static_cast<std::size_t>(length)) : std::string();
+}
+
+}  // namespace quillo

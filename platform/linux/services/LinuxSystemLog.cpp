@@ -1,0 +1,101 @@
+#include "platform/linux/services/LinuxSystemLog.h"
+
+#include <syslog.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+#include "platform/linux/text/VisibleText.h"
+#include "platform/linux/tray/LinesOfActions.h"
+
+namespace quillo {
+namespace {
+
+constexpr std::size_t longestLine = 4096;
+
+void writeToSyslog(const std::string& line) { syslog(LOG_NOTICE, "%s", line.c_str()); }
+
+void writeToConsole(const std::string& line) { std::fputs(line.c_str(), stderr); }
+
+// The desktop's libraries end the process by exit(3) when their display goes.
+std::atomic<LinuxSystemLog*> logOfThisProcess{nullptr};
+
+void tellRepeatsAtExit() {
+  if (LinuxSystemLog* const log = logOfThisProcess) {
+    log->tellRepeats(true);
+  }
+}
+
+std::string stamp(Clock& clock) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(clock.wallTime());
+  std::tm local = {};
+  localtime_r(&seconds, &local);
+  char text[32];
+  const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S ", &local);
+  return std::string(text, length);
+}
+
+std::string lineOf(std::string_view message) {
+  if (!message.empty() && message.back() == '\n') {
+    message.remove_suffix(1);
+  }
+  return visibleText(cutInTheMiddle(message, longestLine));
+}
+
+}  // namespace
+
+LinuxSystemLog::LinuxSystemLog(Clock& clock)
+    : LinuxSystemLog(clock, writeToSyslog, writeToConsole) {
+  openlog("vantrel-quillo", LOG_PID | LOG_NDELAY, LOG_USER);
+  if (!logOfThisProcess.exchange(this)) {
+    std::atexit(tellRepeatsAtExit);
+  }
+}
+
+LinuxSystemLog::LinuxSystemLog(Clock& clock, Sink system, Sink console)
+    : clock_(clock),
+      system_(std::move(system)),
+      console_(std::move(console)),
+      filter_(clock, tellsOfAnAction),
+      systemFilter_(clock) {}
+
+LinuxSystemLog::~LinuxSystemLog() {
+  LinuxSystemLog* expected = this;
+  logOfThisProcess.compare_exchange_strong(expected, nullptr);
+  tellRepeats(true);
+}
+
+void LinuxSystemLog::log(std::string_view message) {
+  const std::string line = lineOf(message);
+  MutexLock hold(mutex_);
+  write(filter_.pass(line));
+}
+
+void LinuxSystemLog::logToSystem(std::string_view message) {
+  const std::string line = lineOf(message);
+  MutexLock hold(mutex_);
+  writeToSystem(systemFilter_.pass(line));
+}
+
+void LinuxSystemLog::tellRepeats(bool all) {
+  MutexLock hold(mutex_);
+  write(all ? filter_.takeAll() : filter_.takeDue());
+  writeToSystem(all ? systemFilter_.takeAll() : systemFilter_.takeDue());
+}
+
+void LinuxSystemLog::writeToSystem(const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    system_(line);
+  }
+}
+
+void LinuxSystemLog::write(const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) {
+    system_(line);
+    console_(stamp(clock_) + line + "\n");
+  }
+}
+
+}  // namespace quillo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "platform/SystemLog.h"
+#include "platform/linux/dialogs/RepeatFilter.h"
+#include "posix/Mutex.h"
+
+namespace quillo {
+
+// The system log (syslog(3), facility LOG_USER, as "vantrel-quillo") and standard error, there with
+// the local time in front ("2026-11-21 07:10:00 message"). Lines that repeat too often are counted
+// and told of later, but for those that tell of one action each; what would break a line is shown
+// escaped.
+class LinuxSystemLog final : public SystemLog {
+ public:
+  using Sink = std::function<void(const std::string& line)>;
+
+  // Writes to the machine's log and to standard error; at exit(3), too, what it counted.
+  explicit LinuxSystemLog(Clock& clock);
+  // Writes to `system` without the time and to `console` with it and a line end.
+  LinuxSystemLog(Clock& clock, Sink system, Sink console);
+  ~LinuxSystemLog() override;
+
+  void log(std::string_view message) override;
+  // The same for the system log alone.
+  void logToSystem(std::string_view message);
+  // Tells of repeated lines whose minute is over, and with `all` of those before it as well. To be
+  // called about once a minute, and with `all` before the process ends. Any thread.
+  void tellRepeats(bool all = false);
+
+ private:
+  void write(const std::vector<std::string>& lines) QUILLO_REQUIRES(mutex_);
+  void writeToSystem(const std::vector<std::string>& lines) QUILLO_REQUIRES(mutex_);
+
+  Clock& clock_;
+  const Sink system_;
+  const Sink console_;
+  Mutex mutex_;
+  RepeatFilter filter_ QUILLO_GUARDED_BY(mutex_);
+  RepeatFilter systemFilter_ QUILLO_GUARDED_BY(mutex_);
+};
+
+}  // namespace quillo

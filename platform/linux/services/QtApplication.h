@@ -1,0 +1,89 @@
+#pragma once
+
+#include <QObject>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/Application.h"
+#include "platform/linux/session/DisplayChoice.h"
+#include "posix/Mutex.h"
+
+class QApplication;
+
+namespace quillo {
+
+class ColorScheme;
+class QtDockTile;
+
+// The process as a Qt application. It is made first and destroyed last of the backend's services:
+// what was posted and has not run by then is dropped.
+class QtApplication final : public Application {
+ public:
+  // Picks the display (X11 or Wayland, else Qt's offscreen platform) and makes Qt's application
+  // object. Main thread, once in a process; argv must outlive it.
+  QtApplication(int& argc, char** argv);
+  ~QtApplication() override;
+
+  // Why neither icon nor windows can be shown; absent where they can, or where the environment asks
+  // for a platform without a display. Main thread.
+  std::optional<DisplayProblem> problemWithDisplay() const;
+  // The event loop. Returns its exit status when the session has ended it. Main thread.
+  int run();
+  // What terminate() and the end of the session run, once. Set before run(). Main thread.
+  void setTerminationHandler(std::function<void()> handler);
+  // What exit() does first, on whatever thread calls that. Set before any other thread runs.
+  void setExitHandler(std::function<void()> handler) { exitHandler_ = std::move(handler); }
+  // The window that stands for a Dock tile; it must live until run() has returned. Before any other
+  // thread runs.
+  void setDockTile(QtDockTile& tile) { dockTile_ = &tile; }
+
+  void performOnMainThread(std::function<void()> action) override;
+  void waitKeepingDesktopAlive(const std::function<void()>& wait) override;
+  void terminate() override;
+  [[noreturn]] void exit(int status) override;
+  std::optional<int> systemVersion() override;
+  // ENOTSUP when there is no display that could show it, ENOENT when its window cannot be loaded.
+  int transformToForegroundApplication() override;
+  int activateIgnoringOtherApps() override;
+  void setReopenHandler(std::function<int()> handler) override;
+  // What another start of the program asks for; 0 also when that has to wait for its handler. Main
+  // thread.
+  int reopen();
+  void setApplicationIconImage(const ImageRef& image) override;
+  void beep() override;
+
+ private:
+  void runTerminationHandler();
+  int showDockTile(bool untilClosed);
+  void showApplicationIcon();
+
+  const DisplayFacts display_;
+  // Qt's view of the command line, which it keeps and shortens.
+  std::string platformOption_ = "-platform";
+  std::string plugins_;
+  std::string nameOption_ = "-name";
+  std::string id_ = "org.vantrel.VantrelQuillo";
+  std::vector<char*> arguments_;
+  int argumentCount_ = 0;
+  // Constant after construction.
+  std::unique_ptr<QApplication> application_;
+  std::unique_ptr<QObject> mainThread_;
+  std::unique_ptr<ColorScheme> colorScheme_;
+  std::function<void()> exitHandler_;
+  // Main thread only.
+  std::function<void()> terminationHandler_;
+  std::function<int()> reopenHandler_;
+  bool reopenWaits_ = false;
+  // Set before any other thread runs.
+  QtDockTile* dockTile_ = nullptr;
+
+  Mutex mutex_;
+  ImageRef iconImage_ QUILLO_GUARDED_BY(mutex_);
+  bool iconIsPosted_ QUILLO_GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace quillo

@@ -1,0 +1,140 @@
+#include "platform/linux/session/DisplayChoice.h"
+
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <xcb/xcb.h>
+
+#include <QDir>
+#include <QLibraryInfo>
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+
+#include "platform/linux/dialogs/SwayFocus.h"
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+namespace {
+
+// A stable beginning: programs that start the agent look for it.
+const std::string beginning = "Neither icon nor windows can be shown: ";
+constexpr const char* waylandPackage = "qt6-wayland";
+
+// Gives connect()'s error, 0 where it is taken in. A server that was stopped takes nobody in once
+// its queue is full, and would hold the agent up for as long (EAGAIN then).
+int connectionError(const std::string& name) {
+  sockaddr_un address = {AF_UNIX, {}};
+  if (name.size() >= sizeof address.sun_path) {
+    return ENAMETOOLONG;
+  }
+  name.copy(address.sun_path, name.size());
+  const bool isAbstract = name.starts_with('\0');
+  const std::size_t length =
+      isAbstract ? offsetof(sockaddr_un, sun_path) + name.size() : sizeof address;
+  const UniqueFd connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const timeval patience = {0, 500000};
+  if (setsockopt(connection.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience) != 0) {
+    return errno;
+  }
+  const bool isTakenIn = connect(connection.get(), reinterpret_cast<const sockaddr*>(&address),
+                                 static_cast<socklen_t>(length)) == 0;
+  return isTakenIn ? 0 : errno;
+}
+
+bool waylandAnswers(const Environment& environment, const std::string& display) {
+  const std::string path = display.starts_with('/')
+                               ? display
+                               : environment.folder("XDG_RUNTIME_DIR").value_or("") + "/" + display;
+  return !display.empty() && connectionError(path) == 0;
+}
+
+// Of a server on this machine: whether it would hold up whoever connects to it. Such displays are
+// called ":0", "unix:0", or by the path of a socket.
+bool isStuck(const std::string& display) {
+  char* name = nullptr;
+  int number = 0;
+  if (xcb_parse_display(display.c_str(), &name, &number, nullptr) == 0) {
+    return false;
+  }
+  const std::unique_ptr<char, decltype(&std::free)> owner(name, &std::free);
+  const std::string host(name);
+  if (host.starts_with('/')) {
+    return connectionError(host) == EAGAIN || connectionError(display) == EAGAIN;
+  }
+  if (!host.empty() && host != "unix") {
+    return false;
+  }
+  const std::string path = "/tmp/.X11-unix/X" + std::to_string(number);
+  const std::string abstractName = std::string(1, '\0') + path;
+  return connectionError(path) == EAGAIN || connectionError(abstractName) == EAGAIN;
+}
+
+bool x11Answers(const std::string& display) {
+  if (display.empty() || isStuck(display)) {
+    return false;
+  }
+  xcb_connection_t* connection = xcb_connect(display.c_str(), nullptr);
+  const bool answers = xcb_connection_has_error(connection) == 0;
+  xcb_disconnect(connection);
+  return answers;
+}
+
+bool hasPlugin(const char* pattern) {
+  QStringList folders = {QLibraryInfo::path(QLibraryInfo::PluginsPath)};
+  folders +=
+      qEnvironmentVariable("QT_PLUGIN_PATH").split(QDir::listSeparator(), Qt::SkipEmptyParts);
+  return std::any_of(folders.begin(), folders.end(), [&](const QString& folder) {
+    return !QDir(folder + "/platforms").entryList({pattern}, QDir::Files).isEmpty();
+  });
+}
+
+}  // namespace
+
+DisplayFacts DisplayFacts::ofThisSession(const Environment& environment) {
+  DisplayFacts facts;
+  facts.wayland = environment.value("WAYLAND_DISPLAY").value_or("");
+  facts.x11 = environment.value("DISPLAY").value_or("");
+  facts.waylandAnswers = quillo::waylandAnswers(environment, facts.wayland);
+  facts.hasWaylandPlugin = hasPlugin("libqwayland-*.so");
+  facts.hasX11Plugin = hasPlugin("libqxcb.so");
+  facts.waylandLeavesFocus =
+      facts.waylandAnswers && facts.hasWaylandPlugin && keepFocusFromFloatingWindows();
+  // Xwayland is not started for nothing.
+  facts.x11Answers = !facts.waylandLeavesFocus && quillo::x11Answers(facts.x11);
+  return facts;
+}
+
+std::string platformPluginsFor(const DisplayFacts& facts) {
+  const bool hasX11 = facts.x11Answers && facts.hasX11Plugin;
+  const bool hasWayland = facts.waylandAnswers && facts.hasWaylandPlugin;
+  std::string plugins = "offscreen";
+  if (hasX11) {
+    plugins.insert(0, "xcb;");
+  }
+  if (hasWayland) {
+    plugins.insert(hasX11 && !facts.waylandLeavesFocus ? std::string("xcb;").size() : 0,
+                   "wayland;");
+  }
+  return plugins;
+}
+
+DisplayProblem displayProblem(const DisplayFacts& facts) {
+  if (facts.wayland.empty() && facts.x11.empty()) {
+    return {beginning + "this session has no display. Files are guarded all the same.",
+            {"DISPLAY_MISSING", {}}};
+  }
+  if (facts.waylandAnswers) {
+    return {beginning + "Qt's plug-in for Wayland is missing (in Debian's package " +
+                waylandPackage + "). Files are guarded all the same.",
+            {"DISPLAY_PLUGIN_MISSING", {waylandPackage}}};
+  }
+  const std::string& display = facts.wayland.empty() ? facts.x11 : facts.wayland;
+  return {beginning + "the display \"" + display +
+              "\" does not answer. Files are guarded all the same.",
+          {"DISPLAY_SILENT", {display}}};
+}
+
+}  // namespace quillo

@@ -1,0 +1,84 @@
+#include "platform/linux/text/VisibleText.h"
+
+#include <cstdint>
+#include <cstdio>
+
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+std::uint32_t codePoint(std::string_view sequence) {
+  const auto lead = static_cast<unsigned char>(sequence[0]);
+  if (sequence.size() == 1) {
+    return lead;
+  }
+  std::uint32_t code = lead & (0xFFU >> (sequence.size() + 1));
+  for (const char next : sequence.substr(1)) {
+    code = (code << 6U) | (static_cast<unsigned char>(next) & 0x3FU);
+  }
+  return code;
+}
+
+// Control characters, and those of the Unicode bidirectional algorithm and line separation that
+// show nothing themselves and change how their neighbours look.
+bool hides(std::uint32_t code) {
+  return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0xAD || code == 0x61C ||
+         code == 0x200B || code == 0x200E || code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
+         (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF;
+}
+
+void appendEscape(std::string& out, std::uint32_t code, bool isByte) {
+  char text[16];
+  std::snprintf(text, sizeof text, isByte || code < 0x80 ? "\\x%02x" : "\\u%04x", code);
+  out += text;
+}
+
+std::string visible(std::string_view text, bool keepsLineFeeds) {
+  std::string out;
+  while (!text.empty()) {
+    const std::size_t length = utf8SequenceLength(text);
+    if (length == 0) {
+      appendEscape(out, static_cast<unsigned char>(text[0]), true);
+      text.remove_prefix(1);
+      continue;
+    }
+    const std::uint32_t code = codePoint(text.substr(0, length));
+    if (code == '\n') {
+      out += keepsLineFeeds ? "\n" : "\\n";
+    } else if (code == '\t') {
+      out += keepsLineFeeds ? " " : "\t";
+    } else if (hides(code)) {
+      appendEscape(out, code, false);
+    } else {
+      out += text.substr(0, length);
+    }
+    text.remove_prefix(length);
+  }
+  return out;
+}
+
+bool isInsideSequence(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; }
+
+}  // namespace
+
+std::string visibleText(std::string_view text) { return visible(text, false); }
+
+std::string visibleLines(std::string_view text) { return visible(text, true); }
+
+std::string cutInTheMiddle(std::string_view text, std::size_t limit) {
+  if (text.size() <= limit) {
+    return std::string(text);
+  }
+  std::size_t head = limit / 2;
+  while (head > 0 && isInsideSequence(text[head])) {
+    --head;
+  }
+  std::size_t tail = text.size() - limit / 2;
+  while (tail < text.size() && isInsideSequence(text[tail])) {
+    ++tail;
+  }
+  return std::string(text.substr(0, head)) + "…" + std::string(text.substr(tail));
+}
+
+}  // namespace quillo
