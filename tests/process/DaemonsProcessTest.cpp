@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "clamav/ClamConf.h"
+#include "clamav/Daemons.h"
+#include "tests/fakes/TemporaryFolder.h"
+#include "tests/process/StandIn.h"
+
+namespace quillo {
+namespace {
+
+using Configuration = std::optional<std::string>;
+
+class RunningDaemons : public testing::Test {
+ protected:
+  const RunningDaemon& find() {
+    const auto daemon = findRunningDaemon();
+    EXPECT_TRUE(daemon.has_value());
+    found_ = daemon.value_or(RunningDaemon{"none", std::nullopt});
+    return found_;
+  }
+  void setMode(const std::string& path, mode_t mode) const {
+    ASSERT_EQ(chmod(path.c_str(), mode), 0);
+  }
+
+  TemporaryFolder folder;
+  const std::string program = folder.writeProgram("sbin/clamd", "#!/bin/sh\n");
+  const std::string configuration = folder.write("etc/clamd.conf", "LocalSocket /a\n");
+
+ private:
+  RunningDaemon found_;
+};
+
+TEST_F(RunningDaemons, AreNoneWhereNoProcessIsOne) {
+  EXPECT_FALSE(findRunningDaemon().has_value());
+}
+
+TEST_F(RunningDaemons, AreFoundWithProgramAndConfiguration) {
+  StandIn clamd({program, "--config-file=" + configuration});
+  EXPECT_EQ(find().program, program);
+  EXPECT_EQ(find().configuration, Configuration(configuration));
+}
+
+TEST_F(RunningDaemons, AreFoundWithoutAConfiguration) {
+  StandIn clamd({program});
+  EXPECT_EQ(find().program, program);
+  EXPECT_EQ(find().configuration, std::nullopt);
+}
+
+TEST_F(RunningDaemons, AreAlsoProcessesThatOnlyNameThemButNoneOfThoseCanBeRun) {
+  StandIn scanner({"/usr/bin/clamdscan", "/home/anna"});
+  EXPECT_EQ(find().program, "");
+  EXPECT_EQ(find().configuration, std::nullopt);
+}
+
+TEST_F(RunningDaemons, AreNotAProgramOfAnotherNameThatCanBeRun) {
+  StandIn scanner({"/usr/bin/clamdscan"});
+  EXPECT_EQ(find().program, "");
+}
+
+TEST_F(RunningDaemons, AreNoProgramToRunWhereAReaderOfTheirLogIsShown) {
+  StandIn reader({"tail", "-f", folder.path() + "/clamd.log"});
+  EXPECT_EQ(find().program, "");
+}
+
+TEST_F(RunningDaemons, AreNoneToRunWhereTheProgramIsShownWithoutItsFolder) {
+  StandIn clamd({"clamd", "-c", configuration});
+  EXPECT_EQ(find().program, "");
+  EXPECT_EQ(find().configuration, std::nullopt);
+}
+
+TEST_F(RunningDaemons, AreNoProgramToRunThatOthersMayWrite) {
+  setMode(program, 0777);
+  StandIn clamd({program, "-c", configuration});
+  EXPECT_EQ(find().program, "");
+  EXPECT_EQ(find().configuration, Configuration(configuration));
+}
+
+TEST_F(RunningDaemons, AreNoProgramToRunInAFolderThatOthersMayWrite) {
+  setMode(folder.path() + "/sbin", 0777);
+  StandIn clamd({program});
+  EXPECT_EQ(find().program, "");
+}
+
+TEST_F(RunningDaemons, HaveNoConfigurationThatOthersMayWrite) {
+  setMode(configuration, 0666);
+  StandIn clamd({program, "-c", configuration});
+  EXPECT_EQ(find().program, "");
+  EXPECT_EQ(find().configuration, std::nullopt);
+}
+
+TEST_F(RunningDaemons, HaveNoConfigurationThatIsNoFileOrTooLarge) {
+  {
+    StandIn clamd({program, "-c", "/dev/zero"});
+    EXPECT_EQ(find().configuration, std::nullopt);
+  }
+  folder.write("etc/clamd.conf", std::string(ClamConf::largest + 1, '#'));
+  StandIn clamd({program, "-c", configuration});
+  EXPECT_EQ(find().configuration, std::nullopt);
+}
+
+TEST_F(RunningDaemons, AreGoneOnceTheyHaveEnded) {
+  { StandIn clamd({program}); }
+  EXPECT_FALSE(findRunningDaemon().has_value());
+}
+
+TEST_F(RunningDaemons, AreReadWholeHoweverLongTheListIs) {
+  const std::string longName(60000, 'x');
+  StandIn first({"/a/clamd", longName});
+  StandIn second({"/b/clamd", longName});
+  StandIn third({"/c/clamd", "-c", configuration});
+  EXPECT_EQ(find().configuration, Configuration(configuration));
+}
+
+}  // namespace
+}  // namespace quillo

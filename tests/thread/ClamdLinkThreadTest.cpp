@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+
+#include "engine/ClamdLink.h"
+#include "tests/fakes/FakeClamd.h"
+#include "tests/fakes/FakeClamdLinkOwner.h"
+#include "tests/fakes/FakeServices.h"
+#include "tests/fakes/JoinedThreads.h"
+#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/StdoutCapture.h"
+#include "tests/fakes/StoppedClamd.h"
+#include "tests/fakes/TemporaryFolder.h"
+
+namespace quillo {
+namespace {
+
+using Behaviour = FakeClamd::Behaviour;
+
+class ClamdLinkThreads : public testing::Test {
+ protected:
+  ClamdLinkThreads() {
+    link.setDaemonPaths(folder.writeProgram("clamd", "#!/bin/sh\nexit 0\n"),
+                        folder.write("clamd.conf", "LocalSocket " + socketPath() + "\n"));
+    link.discernClamdSocketLocation();
+  }
+  ~ClamdLinkThreads() override {
+    // Lets go of whoever still waits for an answer.
+    daemon.reset();
+    stopped.reset();
+    threads.join();
+  }
+  // What the question gives that a silent daemon is asked, once the patience with it is over.
+  bool aliveAfterPatience() {
+    bool alive = false;
+    std::thread caller([&] { alive = link.clamdStillAlive(); });
+    EXPECT_TRUE(clock.waitUntilParked(1));
+    clock.advance(ClamdLink::longestAnswer);
+    caller.join();
+    return alive;
+  }
+  std::string socketPath() const { return folder.path() + "/clamd.ctl"; }
+
+  TemporaryFolder folder;
+  ManualClock clock;
+  FakeLocalizedStrings strings;
+  FakeSystemLog log;
+  JoinedThreads threads;
+  FakeClamdLinkOwner owner;
+  std::unique_ptr<FakeClamd> daemon;
+  std::unique_ptr<StoppedClamd> stopped;
+  ClamdLink link{owner,
+                 {clock, strings, log, threads, [] { return std::nullopt; },
+                  [](pid_t, const std::string&) { return true; }}};
+};
+
+TEST_F(ClamdLinkThreads, TakesAStoppedDaemonForGoneAfterThirtySeconds) {
+  stopped = std::make_unique<StoppedClamd>(socketPath());
+  bool alive = true;
+  std::thread caller([&] { alive = link.clamdStillAlive(); });
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  clock.advance(std::chrono::seconds(29));
+  EXPECT_EQ(clock.parked(), 1);
+  clock.advance(std::chrono::seconds(1));
+  caller.join();
+  EXPECT_FALSE(alive);
+}
+
+TEST_F(ClamdLinkThreads, TakesASilentDaemonForAliveThatIsAtWork) {
+  daemon = std::make_unique<FakeClamd>(socketPath(), Behaviour::staysSilent);
+  EXPECT_TRUE(aliveAfterPatience());
+}
+
+TEST_F(ClamdLinkThreads, KeepsOneThreadForAStoppedDaemonHoweverOftenItIsAsked) {
+  stopped = std::make_unique<StoppedClamd>(socketPath());
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_FALSE(aliveAfterPatience());
+  }
+  EXPECT_EQ(threads.names(), std::vector<std::string>{"clamd PING"});
+}
+
+TEST_F(ClamdLinkThreads, AsksAnewOnceAnOldQuestionIsAnswered) {
+  stopped = std::make_unique<StoppedClamd>(socketPath());
+  EXPECT_FALSE(aliveAfterPatience());
+  stopped->end();
+  threads.join();
+  daemon = std::make_unique<FakeClamd>(socketPath());
+  EXPECT_TRUE(link.clamdStillAlive());
+  EXPECT_EQ(daemon->visits(1).size(), 1U);
+}
+
+TEST_F(ClamdLinkThreads, DoesNotWaitForASilentDaemonToQuitForLongerThanThirtySeconds) {
+  daemon = std::make_unique<FakeClamd>(socketPath(), Behaviour::staysSilent);
+  std::thread caller([&] { link.quitClamd(); });
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  clock.advance(ClamdLink::longestAnswer);
+  caller.join();
+  EXPECT_EQ(daemon->visits(1).size(), 1U);
+}
+
+TEST_F(ClamdLinkThreads, HearsAnAnswerWithoutLettingTimePass) {
+  daemon = std::make_unique<FakeClamd>(socketPath());
+  EXPECT_TRUE(link.clamdStillAlive());
+  EXPECT_EQ(clock.now(), Clock::Duration::zero());
+  EXPECT_EQ(threads.names(), std::vector<std::string>{"clamd PING"});
+}
+
+TEST_F(ClamdLinkThreads, PingsOfSeveralThreadsAreAllAnswered) {
+  daemon = std::make_unique<FakeClamd>(socketPath());
+  std::vector<std::thread> callers;
+  std::atomic<int> alive{0};
+  for (int i = 0; i < 8; ++i) {
+    callers.emplace_back([&] { alive += link.clamdStillAlive() ? 1 : 0; });
+  }
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+  EXPECT_EQ(alive, 8);
+  EXPECT_GE(daemon->visits(1).size(), 1U);
+}
+
+TEST_F(ClamdLinkThreads, RelaunchesAnUnreachableDaemonOnceForSeveralCallers) {
+  StdoutCapture quiet;
+  owner.duringWait = [this] { daemon = std::make_unique<FakeClamd>(socketPath()); };
+  std::vector<std::thread> callers;
+  for (int i = 0; i < 4; ++i) {
+    callers.emplace_back([this] { link.recoverUnreachableClamd(); });
+  }
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+  EXPECT_EQ(owner.calls(), std::vector<std::string>{"wait"});
+}
+
+TEST_F(ClamdLinkThreads, RelaunchesACrashedDaemonForEveryCaller) {
+  std::vector<std::thread> callers;
+  for (int i = 0; i < 3; ++i) {
+    callers.emplace_back([this] { link.recoverFromCrashedClamd(); });
+  }
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+  EXPECT_EQ(owner.calls(), (std::vector<std::string>{"wait", "wait", "wait"}));
+}
+
+TEST_F(ClamdLinkThreads, PathsMayBeDroppedWhileTheyAreAskedFor) {
+  std::thread writer([this] {
+    for (int i = 0; i < 200; ++i) {
+      link.setDaemonPaths("/a", "/a.conf");
+      link.setDaemonPaths(std::nullopt, std::nullopt);
+    }
+  });
+  for (int i = 0; i < 200; ++i) {
+    const auto program = link.clamdPATH();
+    EXPECT_TRUE(!program || *program == "/a" || *program == folder.path() + "/clamd");
+  }
+  writer.join();
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,43 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "posix/Condition.h"
+#include "tests/fakes/ManualClock.h"
+
+namespace quillo {
+namespace {
+
+TEST(Condition, WaitReturnsAfterThirtySecondsWithoutASignal) {
+  ManualClock clock;
+  Condition condition(clock);
+  std::thread waiter([&condition] {
+    condition.lock();
+    condition.wait();
+    condition.unlock();
+  });
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  clock.advance(std::chrono::seconds(29));
+  EXPECT_EQ(clock.parked(), 1);
+  clock.advance(std::chrono::seconds(1));
+  waiter.join();
+}
+
+TEST(Condition, SignalWakesAWaiterBeforeItsTimeIsOver) {
+  ManualClock clock;
+  Condition condition(clock);
+  std::thread waiter([&condition] {
+    condition.lock();
+    condition.wait();
+    condition.unlock();
+  });
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  condition.lock();
+  condition.signal();
+  condition.unlock();
+  waiter.join();
+  EXPECT_EQ(clock.now(), Clock::Duration::zero());
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,155 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <utility>
+
+#include "agent/Face.h"
+#include "agent/Health.h"
+#include "tests/fakes/FakePlatform.h"
+#include "tests/fakes/ManualClock.h"
+
+namespace quillo {
+namespace {
+
+using std::chrono::hours;
+using std::chrono::minutes;
+
+class HealthTest : public testing::Test {
+ protected:
+  // Counts the waits by letting their time pass.
+  class WaitingClock final : public Clock {
+   public:
+    Duration now() override { return now_; }
+    std::chrono::system_clock::time_point wallTime() override {
+      return std::chrono::system_clock::from_time_t(1794993821) +
+             std::chrono::duration_cast<std::chrono::system_clock::duration>(now_);
+    }
+    void sleepFor(Duration length) override { now_ += length; }
+    void waitOn(std::condition_variable&, std::unique_lock<std::mutex>&, Duration bound) override {
+      now_ += bound;
+    }
+
+   private:
+    Duration now_{0};
+  };
+
+  LoadedDefinitions asked() {
+    if (std::exchange(failsOnce, false)) {
+      throw std::runtime_error("no memory");
+    }
+    return definitions;
+  }
+  void built(hours age) { definitions = {true, clock.wallTime() - age}; }
+  Clock::Duration untilNextLook() {
+    const Clock::Duration before = clock.now();
+    health.round();
+    return clock.now() - before;
+  }
+
+  FakePlatform desktop;
+  WaitingClock clock;
+  Face face{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
+  LoadedDefinitions definitions;
+  std::vector<std::string> missing;
+  int looks = 0;
+  bool failsOnce = false;
+  Health health{{clock, desktop.systemLog, face, [this] { return asked(); },
+                 [this] { return missing; }, [this] { ++looks; }}};
+};
+
+TEST_F(HealthTest, IsLookedAfterAsSoonAsWatchingBeginsAndThenOnceAnHour) {
+  health.setWatching(true);
+  EXPECT_EQ(untilNextLook(), Clock::Duration());
+  EXPECT_EQ(untilNextLook(), hours(1));
+  EXPECT_EQ(looks, 2);
+  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+}
+
+TEST_F(HealthTest, IsLookedAfterEveryMinuteInTrouble) {
+  definitions.real = false;
+  health.setWatching(true);
+  health.round();
+  EXPECT_EQ(face.status().definitions, DefinitionState::none);
+  EXPECT_EQ(untilNextLook(), minutes(1));
+  definitions.real = true;
+  EXPECT_EQ(untilNextLook(), minutes(1));
+  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+  EXPECT_EQ(untilNextLook(), hours(1));
+}
+
+TEST_F(HealthTest, IsLookedAfterWhenAnUpdateHasEnded) {
+  health.setWatching(true);
+  health.round();
+  health.lookSoon();
+  EXPECT_EQ(untilNextLook(), Clock::Duration());
+}
+
+TEST_F(HealthTest, CallsDefinitionsOldAfterTwoWeeks) {
+  health.setWatching(true);
+  built(hours(14 * 24));
+  health.round();
+  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+  built(hours(23 * 24 + 5));
+  health.lookSoon();
+  health.round();
+  EXPECT_EQ(face.status().definitions, DefinitionState::old);
+  EXPECT_EQ(face.status().daysOfDefinitions, 23U);
+}
+
+TEST_F(HealthTest, LogsTheAgeOnceUntilItWasMended) {
+  const std::string line =
+      "The virus definitions are 15 days old: newer malware is not found until they have been "
+      "updated";
+  health.setWatching(true);
+  built(hours(15 * 24));
+  health.round();
+  health.lookSoon();
+  health.round();
+  EXPECT_EQ(desktop.systemLog.count(line), 1);
+  built(hours(1));
+  health.lookSoon();
+  health.round();
+  built(hours(15 * 24));
+  health.lookSoon();
+  health.round();
+  EXPECT_EQ(desktop.systemLog.count(line), 2);
+}
+
+TEST_F(HealthTest, TellsOfFoldersThatAreNotThere) {
+  missing = {"/home/anna/A/", "/b"};
+  health.setWatching(true);
+  health.round();
+  EXPECT_EQ(face.status().missingFolders, 2U);
+  EXPECT_EQ(face.status().missingFolder, "~/A/");
+  EXPECT_EQ(untilNextLook(), minutes(1));
+}
+
+TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
+  failsOnce = true;
+  health.setWatching(true);
+  health.round();
+  EXPECT_EQ(looks, 0);
+  EXPECT_EQ(desktop.systemLog.count("Health: a look failed: no memory"), 1);
+  EXPECT_EQ(untilNextLook(), minutes(1));
+  EXPECT_EQ(looks, 1);
+  EXPECT_EQ(untilNextLook(), hours(1));
+}
+
+TEST_F(HealthTest, IsNotLookedAfterWhileNothingIsWatched) {
+  ManualClock parked;
+  Health other{{parked, desktop.systemLog, face, [this] { return definitions; },
+                [this] { return missing; }, [this] { ++looks; }}};
+  std::thread thread([&other] { other.round(); });
+  other.lookSoon();
+  EXPECT_TRUE(parked.waitUntilParked(1));
+  parked.advance(hours(5));
+  EXPECT_TRUE(parked.waitUntilParked(1));
+  EXPECT_EQ(looks, 0);
+  other.setWatching(true);
+  parked.advance(minutes(1));
+  thread.join();
+  EXPECT_EQ(looks, 1);
+}
+
+}  // namespace
+}  // namespace quillo

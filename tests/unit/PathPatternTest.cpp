@@ -1,0 +1,98 @@
+#include <gtest/gtest.h>
+
+#include "scanning/PathPattern.h"
+
+namespace quillo {
+namespace {
+
+bool matches(const std::string& pattern, const std::string& path) {
+  return PathPattern(pattern).matches(path);
+}
+
+std::string literal(const std::string& text) {
+  return PathPattern::literalExpression(text, "/home/anna");
+}
+
+TEST(PathPattern, IsUnanchored) {
+  EXPECT_TRUE(matches("na/Do", "/home/anna/Downloads/a"));
+  EXPECT_FALSE(matches("bert", "/home/anna/Downloads/a"));
+}
+
+TEST(PathPattern, IsCaseSensitive) { EXPECT_FALSE(matches("downloads", "/home/anna/Downloads/a")); }
+
+TEST(PathPattern, HasTheExtendedSyntax) {
+  EXPECT_TRUE(matches("\\.(iso|dmg)$", "/home/anna/disk.iso"));
+  EXPECT_TRUE(matches("a+b?c{2}", "/home/xaacc"));
+  EXPECT_FALSE(matches("\\.(iso|dmg)$", "/home/anna/disk.iso.part"));
+}
+
+TEST(PathPattern, AnchoredToANameItExcludesThatNameInAnyFolder) {
+  EXPECT_TRUE(matches("^Thumbs", "/home/anna/pictures/Thumbs.db"));
+  EXPECT_FALSE(matches("^Thumbs", "/home/anna/oldThumbs.db"));
+}
+
+TEST(PathPattern, AnchoredToThePathItExcludesAFolder) {
+  EXPECT_TRUE(matches("^/home/anna/big/", "/home/anna/big/file"));
+  EXPECT_FALSE(matches("^/home/anna/big/", "/mnt/home/anna/big/file"));
+}
+
+TEST(PathPattern, HeldAgainstATextItTriesTheWholeAlone) {
+  EXPECT_TRUE(PathPattern("^b$").matches("/a/b"));
+  EXPECT_FALSE(PathPattern("^b$").matchesText("/a/b"));
+  EXPECT_TRUE(PathPattern("^/a").matchesText("/a/b"));
+  EXPECT_FALSE(PathPattern("(").matchesText("("));
+}
+
+TEST(PathPattern, OneThatDoesNotCompileMatchesNothing) {
+  for (const char* broken : {"(", "[a", "a{2,1}", "*(", "\\"}) {
+    EXPECT_FALSE(matches(broken, "/home/anna/(")) << broken;
+    EXPECT_FALSE(matches(broken, "/home/anna/[a")) << broken;
+  }
+}
+
+TEST(PathPattern, MayBeAskedAgainAndAgain) {
+  const PathPattern pattern("a$");
+  for (int time = 0; time < 3; ++time) {
+    EXPECT_TRUE(pattern.matches("/x/a"));
+    EXPECT_FALSE(pattern.matches("/x/b"));
+  }
+}
+
+TEST(PathPattern, ALiteralEscapesEverySpecialCharacterButBracesAndTheClosingBracket) {
+  EXPECT_EQ(literal("\\"), "\\\\");
+  EXPECT_EQ(literal("[^$.|?*+()"), "\\[\\^\\$\\.\\|\\?\\*\\+\\(\\)");
+  EXPECT_EQ(literal("]{}"), "]{}");
+}
+
+TEST(PathPattern, ALiteralsBackslashIsNotEscapedTwice) {
+  EXPECT_EQ(literal("a\\.b"), "a\\\\\\.b");
+  EXPECT_TRUE(matches(literal("a\\.b"), "/x/a\\.b"));
+  EXPECT_FALSE(matches(literal("a\\.b"), "/x/a.b"));
+}
+
+TEST(PathPattern, ALiteralsTildeBecomesTheHomeFolderAndTheRestMatchesItself) {
+  const std::string pattern = literal("~/Down*loads.d");
+  EXPECT_EQ(pattern, "/home/anna/Down\\*loads\\.d");
+  EXPECT_TRUE(matches(pattern, "/home/anna/Down*loads.d/file"));
+  EXPECT_FALSE(matches(pattern, "/home/anna/Downnloads.d/file"));
+  EXPECT_FALSE(matches(pattern, "/home/anna/Down*loadsxd/file"));
+}
+
+TEST(PathPattern, TheHomeFoldersOwnSpecialCharactersAreEscapedToo) {
+  EXPECT_EQ(PathPattern::literalExpression("~/a", "/home/anna.b"), "/home/anna\\.b/a");
+}
+
+TEST(PathPattern, ATildeInsideALiteralStaysOne) { EXPECT_EQ(literal("/a/~b"), "/a/~b"); }
+
+TEST(PathPattern, BracesInALiteralAreAnInterval) {
+  EXPECT_TRUE(matches(literal("ab{2}"), "/x/abb"));
+  EXPECT_FALSE(matches(literal("ab{2}"), "/x/ab{2}"));
+}
+
+TEST(PathPattern, ALiteralMatchesAnywhere) {
+  EXPECT_TRUE(matches(literal(".iso"), "/home/anna/disk.iso.part"));
+  EXPECT_FALSE(matches(literal(".iso"), "/home/anna/diskxiso"));
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,399 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "agent/PreferenceKeys.h"
+#include "agent/Preferences.h"
+#include "posix/FileFacts.h"
+#include "posix/PlatformException.h"
+#include "tests/fakes/PreferencesUnderTest.h"
+#include "tests/fakes/StdoutCapture.h"
+
+namespace quillo {
+namespace {
+
+using Lines = std::vector<std::string>;
+using Path = std::optional<std::string>;
+
+class PreferencesTest : public testing::Test, protected PreferencesUnderTest {
+ protected:
+  void read() { ASSERT_TRUE(preferences.readPrefs()); }
+};
+
+TEST_F(PreferencesTest, AreReadFromTheMainApplicationsDomainAsWell) {
+  store().remove("PathToClamav");
+  store().setOfMainApplication("PathToClamav", PreferenceValue{std::string("/of/main")});
+  store().setOfMainApplication("PathToUpdateLog", PreferenceValue{std::string("/of/main.log")});
+  read();
+  EXPECT_EQ(store().suites(), Lines{mainApplicationIdentifier});
+  EXPECT_EQ(store().synchronizations(), 1);
+  EXPECT_EQ(preferences.clamPATH(), Path("/of/main"));
+  EXPECT_EQ(preferences.freshclamLogLocation(), Path("--log=/var/log/update.log"));
+}
+
+TEST_F(PreferencesTest, AreReadAnewEveryTime) {
+  read();
+  store().set("PathToClamav", "/other");
+  read();
+  EXPECT_EQ(preferences.clamPATH(), Path("/other"));
+  EXPECT_EQ(store().synchronizations(), 2);
+  EXPECT_EQ(store().suites().size(), 1U);
+}
+
+TEST_F(PreferencesTest, DeriveThePathsByPlainJoins) {
+  read();
+  EXPECT_EQ(preferences.clamPATH(), Path(engine()));
+  EXPECT_EQ(preferences.clamScanPATH, Path(engine() + "/bin/clamdscan"));
+  EXPECT_EQ(preferences.freshclamPATH(), Path(engine() + "/bin/freshclam"));
+  EXPECT_EQ(preferences.freshclamLogLocation(), Path("--log=/var/log/update.log"));
+  store().set("PathToClamav", "/opt/engine/");
+  read();
+  EXPECT_EQ(preferences.clamScanPATH, Path("/opt/engine//bin/clamdscan"));
+  EXPECT_TRUE(preferences.usingClamDemon);
+}
+
+TEST_F(PreferencesTest, PanicWithoutAnEngineAndGoOn) {
+  store().remove("PathToClamav");
+  read();
+  EXPECT_EQ(owner.calls(), (Lines{"error: <CLAMDSCAN_ERROR>", "noEngineWindow"}));
+  EXPECT_EQ(owner.problems, std::vector{EngineProblem::Kind::notChosen});
+  EXPECT_EQ(preferences.clamPATH(), std::nullopt);
+  EXPECT_EQ(preferences.clamScanPATH, std::nullopt);
+  EXPECT_EQ(preferences.freshclamPATH(), std::nullopt);
+  EXPECT_EQ(preferences.freshclamLogLocation(), Path("--log=/var/log/update.log"));
+}
+
+TEST_F(PreferencesTest, PanicWithoutAnUpdateLogAndGoOn) {
+  store().remove("PathToUpdateLog");
+  read();
+  EXPECT_EQ(owner.calls(), (Lines{"error: <CLAMDSCAN_ERROR>", "noEngineWindow"}));
+  EXPECT_EQ(owner.problems, std::vector{EngineProblem::Kind::noUpdateLog});
+  EXPECT_EQ(preferences.freshclamLogLocation(), std::nullopt);
+  EXPECT_EQ(preferences.freshclamPATH(), Path(engine() + "/bin/freshclam"));
+}
+
+TEST_F(PreferencesTest, PanicOnceWhenBothAreMissing) {
+  store().remove("PathToClamav");
+  store().remove("PathToUpdateLog");
+  read();
+  EXPECT_EQ(owner.calls().size(), 2U);
+}
+
+TEST_F(PreferencesTest, FindNoDaemonProgramWithoutAnEngine) {
+  store().remove("PathToClamav");
+  daemon.reset();
+  EXPECT_FALSE(preferences.readPrefs());
+  EXPECT_EQ(link.clamdPATH(), std::nullopt);
+  EXPECT_EQ(log().lines(), (Lines{"clamd not running. Now trying to launch it...",
+                                  "ClamAV installation couldn't be found.  Quitting now."}));
+}
+
+TEST_F(PreferencesTest, KeepThePathsOfADaemonThatRuns) {
+  preferences.weLaunchedClamd = true;
+  read();
+  EXPECT_EQ(link.clamdPATH(), Path("/running/clamd"));
+  EXPECT_EQ(link.clamdConfPATH(), Path("/running/clamd.conf"));
+  EXPECT_FALSE(preferences.weLaunchedClamd);
+}
+
+TEST_F(PreferencesTest, TellOfADaemonProgramThatIsNotThere) {
+  daemon.reset();
+  EXPECT_FALSE(preferences.readPrefs());
+  EXPECT_EQ(link.clamdPATH(), Path(engine() + "/sbin/clamd"));
+  EXPECT_EQ(link.clamdConfPATH(), Path(engine() + "/etc/clamd.conf"));
+  EXPECT_EQ(log().lines(), (Lines{"clamd not running. Now trying to launch it...",
+                                  "ClamAV installation couldn't be found.  Quitting now."}));
+  EXPECT_FALSE(fileExists(scratch()));
+  EXPECT_EQ(link.clamdSocket(), std::nullopt);
+}
+
+TEST_F(PreferencesTest, TryToLaunchTheDaemonWhenProcessesCannotBeListed) {
+  findDaemon = []() -> std::optional<RunningDaemon> {
+    throw PlatformException("LaunchFailure", "no more processes");
+  };
+  EXPECT_FALSE(preferences.readPrefs());
+  EXPECT_EQ(log().lines()[0], "The processes cannot be listed: no more processes");
+  EXPECT_EQ(log().lines()[1], "clamd not running. Now trying to launch it...");
+}
+
+TEST_F(PreferencesTest, LookForTheSocketLast) {
+  read();
+  EXPECT_EQ(log().lines()[0], "scan email files");
+  EXPECT_EQ(log().lines()[1], "clamdconfEncoding: 0");
+  EXPECT_EQ(link.clamdSocket(), Path("/tmp/clamd.socket"));
+}
+
+TEST_F(PreferencesTest, MakeTheScratchFolders) {
+  read();
+  EXPECT_EQ(preferences.theTempDirToWatch, Path(scratch()));
+  EXPECT_EQ(preferences.theThrobberTempDir, Path(scratch() + "/Throbber"));
+  EXPECT_TRUE(fileFacts(scratch() + "/Throbber")->isDirectory);
+}
+
+TEST_F(PreferencesTest, EmptyTheMenusScratchFolderButNotItsSubfolders) {
+  folder.write("tmp/VantrelQuilloII/kept", "");
+  folder.write("tmp/VantrelQuilloII/Throbber/dropped", "");
+  folder.write("tmp/VantrelQuilloII/Throbber/folder/kept", "");
+  StdoutCapture complaintOfRm;
+  read();
+  EXPECT_TRUE(fileExists(scratch() + "/kept"));
+  EXPECT_FALSE(fileExists(scratch() + "/Throbber/dropped"));
+  EXPECT_TRUE(fileExists(scratch() + "/Throbber/folder/kept"));
+}
+
+TEST_F(PreferencesTest, DoNotEmptyAFolderBehindALink) {
+  folder.write("mine/precious", "");
+  folder.makeFolder("tmp/VantrelQuilloII");
+  ASSERT_EQ(symlink((folder.path() + "/mine").c_str(), (scratch() + "/Throbber").c_str()), 0);
+  read();
+  EXPECT_TRUE(fileExists(folder.path() + "/mine/precious"));
+  EXPECT_TRUE(log().has("Scratch folder " + scratch() +
+                        "/Throbber was made by somebody else; it is not emptied"));
+}
+
+TEST_F(PreferencesTest, ScanEmailUnlessToldNotTo) {
+  read();
+  EXPECT_EQ(preferences.scanMboxOrNot, "--mbox");
+  EXPECT_TRUE(log().has("scan email files"));
+  store().set("ScanEmail", true);
+  read();
+  EXPECT_EQ(preferences.scanMboxOrNot, "--mbox");
+  store().set("ScanEmail", false);
+  log().clear();
+  read();
+  EXPECT_EQ(preferences.scanMboxOrNot, "--no-mail");
+  EXPECT_EQ(log().lines()[0], "do NOT scan email files");
+}
+
+TEST_F(PreferencesTest, UseSeveralCoresOnlyForExactlyYes) {
+  static constexpr const char* told = "Will use as many processor cores as possible for scanning";
+  for (const char* other : {"Yes", "YES", "yes ", "true", ""}) {
+    store().set("multiscan", other);
+    read();
+    EXPECT_FALSE(preferences.useMultiscan) << other;
+  }
+  EXPECT_FALSE(log().has(told));
+  store().set("multiscan", "yes");
+  read();
+  EXPECT_TRUE(preferences.useMultiscan);
+  EXPECT_EQ(log().count(told), 1);
+  store().remove("multiscan");
+  read();
+  EXPECT_FALSE(preferences.useMultiscan);
+}
+
+TEST_F(PreferencesTest, LeaveInfectedFilesInPlaceByDefault) {
+  read();
+  EXPECT_FALSE(preferences.deleteInfected);
+  EXPECT_FALSE(preferences.quarantineInfected);
+  EXPECT_EQ(preferences.quarantineOrTrash, "");
+  EXPECT_EQ(preferences.quarantineLocation, "");
+}
+
+TEST_F(PreferencesTest, MoveInfectedFilesToTheTrash) {
+  store().set("QuilloTrashFiles", true);
+  read();
+  EXPECT_TRUE(preferences.deleteInfected);
+  EXPECT_FALSE(preferences.quarantineInfected);
+  EXPECT_EQ(preferences.quarantineOrTrash, "T");
+  EXPECT_EQ(preferences.quarantineLocation, "");
+  EXPECT_TRUE(log().has("I will delete infected files"));
+}
+
+TEST_F(PreferencesTest, MoveInfectedFilesToTheQuarantineFolder) {
+  store().set("QuilloQuarantineFiles", true);
+  store().set("QuarantineFolder", "/q/folder");
+  read();
+  EXPECT_TRUE(preferences.quarantineInfected);
+  EXPECT_FALSE(preferences.deleteInfected);
+  EXPECT_EQ(preferences.quarantineOrTrash, "Q");
+  EXPECT_EQ(preferences.quarantineLocation, "--move=/q/folder");
+  EXPECT_TRUE(log().has("I will quarantine infected files"));
+}
+
+TEST_F(PreferencesTest, PreferTheQuarantineToTheTrash) {
+  store().set("QuilloTrashFiles", true);
+  store().set("QuilloQuarantineFiles", true);
+  store().set("QuarantineFolder", "/q");
+  read();
+  EXPECT_TRUE(preferences.quarantineInfected);
+  EXPECT_FALSE(preferences.deleteInfected);
+  EXPECT_EQ(preferences.quarantineOrTrash, "Q");
+  const Lines lines = log().lines();
+  EXPECT_EQ(lines[1], "I will delete infected files");
+  EXPECT_EQ(lines[2], "I will quarantine infected files");
+}
+
+TEST_F(PreferencesTest, QuarantineWithoutAFolderIsABareMoveArgument) {
+  store().set("QuilloQuarantineFiles", true);
+  read();
+  EXPECT_EQ(preferences.quarantineLocation, "--move=");
+  store().set("QuarantineFolder", PreferenceValue{PreferenceDictionary()});
+  read();
+  EXPECT_EQ(preferences.quarantineLocation, "--move=");
+}
+
+TEST_F(PreferencesTest, TakeTheQuarantineFolderFromADictionaryWithATilde) {
+  PreferenceDictionary dictionary;
+  dictionary["path"] = PreferenceValue{std::string("~/Quarantine")};
+  store().set("QuarantineFolder", PreferenceValue{dictionary});
+  store().set("QuilloQuarantineFiles", true);
+  read();
+  EXPECT_EQ(preferences.quarantineLocation, "--move=/home/anna/Quarantine");
+}
+
+TEST_F(PreferencesTest, AddNoSlashToTheQuarantineFolder) {
+  store().set("QuilloQuarantineFiles", true);
+  store().set("QuarantineFolder", "/q/");
+  read();
+  EXPECT_EQ(preferences.quarantineLocation, "--move=/q/");
+}
+
+TEST_F(PreferencesTest, KeepATrashSettingThatWasTurnedOff) {
+  store().set("QuilloTrashFiles", true);
+  read();
+  store().set("QuilloTrashFiles", false);
+  read();
+  EXPECT_TRUE(preferences.deleteInfected);
+  EXPECT_EQ(preferences.quarantineOrTrash, "");
+}
+
+TEST_F(PreferencesTest, KeepAQuarantineSettingThatWasTurnedOffButNotItsFolder) {
+  store().set("QuilloQuarantineFiles", true);
+  store().set("QuarantineFolder", "/q");
+  read();
+  store().remove("QuilloQuarantineFiles");
+  read();
+  EXPECT_TRUE(preferences.quarantineInfected);
+  EXPECT_EQ(preferences.quarantineOrTrash, "");
+  EXPECT_EQ(preferences.quarantineLocation, "");
+}
+
+TEST_F(PreferencesTest, TurnTheQuarantineOffForTheTrash) {
+  store().set("QuilloQuarantineFiles", true);
+  read();
+  store().set("QuilloQuarantineFiles", false);
+  store().set("QuilloTrashFiles", true);
+  read();
+  EXPECT_FALSE(preferences.quarantineInfected);
+  EXPECT_TRUE(preferences.deleteInfected);
+}
+
+TEST_F(PreferencesTest, NeverTurnUpdaterSettingsOff) {
+  read();
+  EXPECT_FALSE(preferences.needsExit1FreshclamFlag());
+  EXPECT_FALSE(preferences.updateDefsAtLaunch);
+  store().set("NeedsExit1FreshclamFlag", true);
+  store().set("UpdateDefsOnLaunch", true);
+  read();
+  EXPECT_TRUE(preferences.needsExit1FreshclamFlag());
+  EXPECT_TRUE(preferences.updateDefsAtLaunch);
+  store().set("NeedsExit1FreshclamFlag", false);
+  store().set("UpdateDefsOnLaunch", false);
+  read();
+  EXPECT_TRUE(preferences.needsExit1FreshclamFlag());
+  EXPECT_TRUE(preferences.updateDefsAtLaunch);
+}
+
+TEST_F(PreferencesTest, NeverTurnPatternsOn) {
+  store().set("Exclude", "*.iso");
+  store().set("Include", true);
+  read();
+  EXPECT_FALSE(preferences.exclude);
+  EXPECT_FALSE(preferences.includeOnly);
+  EXPECT_EQ(preferences.excludePattern, "");
+  EXPECT_EQ(preferences.includePattern, "");
+}
+
+TEST_F(PreferencesTest, LeavePatternsAloneThatAreThereAndResetThemOtherwise) {
+  store().set("Exclude", 1);
+  store().set("Include", 1);
+  preferences.exclude = preferences.includeOnly = true;
+  preferences.excludePattern = "--x";
+  preferences.includePattern = "--x";
+  read();
+  EXPECT_TRUE(preferences.exclude && preferences.includeOnly);
+  EXPECT_EQ(preferences.excludePattern, "--x");
+  EXPECT_EQ(preferences.includePattern, "--x");
+  store().remove("Exclude");
+  store().remove("Include");
+  read();
+  EXPECT_FALSE(preferences.exclude || preferences.includeOnly);
+  EXPECT_EQ(preferences.excludePattern, "");
+  EXPECT_EQ(preferences.includePattern, "");
+}
+
+TEST_F(PreferencesTest, ResetTheRatioAtEveryReading) {
+  preferences.maxRatio = "--max-ratio=1";
+  read();
+  EXPECT_EQ(preferences.maxRatio, std::nullopt);
+}
+
+TEST_F(PreferencesTest, RunOnAServerWhenTheKeyIsThereWhateverItsValue) {
+  read();
+  EXPECT_FALSE(preferences.runningOnServer);
+  store().set("Running on OS X Server", false);
+  read();
+  EXPECT_TRUE(preferences.runningOnServer);
+  store().remove("Running on OS X Server");
+  read();
+  EXPECT_FALSE(preferences.runningOnServer);
+}
+
+TEST_F(PreferencesTest, LogProgressOnlyWhenWanted) {
+  read();
+  EXPECT_FALSE(preferences.logProgress);
+  store().set("QuilloLogProgress", true);
+  read();
+  EXPECT_TRUE(preferences.logProgress);
+}
+
+TEST_F(PreferencesTest, IgnoreAndTellAValueOfAnotherType) {
+  store().set("ScanEmail", "no");
+  store().set("QuilloTrashFiles", 1);
+  store().set("multiscan", true);
+  read();
+  EXPECT_EQ(preferences.scanMboxOrNot, "--mbox");
+  EXPECT_FALSE(preferences.deleteInfected);
+  EXPECT_FALSE(preferences.useMultiscan);
+  EXPECT_TRUE(log().has("Preference ScanEmail should be a boolean but is a string; it is ignored"));
+  EXPECT_TRUE(log().has(
+      "Preference QuilloTrashFiles should be a boolean but is a whole number; it is ignored"));
+  EXPECT_TRUE(log().has("Preference multiscan should be a string but is a boolean; it is ignored"));
+}
+
+TEST_F(PreferencesTest, DropWhatIsDerivedAndNothingElse) {
+  store().set("QuilloTrashFiles", true);
+  store().set("multiscan", "yes");
+  store().set("UpdateDefsOnLaunch", true);
+  read();
+  preferences.maxRatio = "--x";
+  preferences.weLaunchedClamd = true;
+  preferences.drop();
+  EXPECT_EQ(preferences.clamPATH(), std::nullopt);
+  EXPECT_EQ(preferences.freshclamPATH(), std::nullopt);
+  EXPECT_EQ(preferences.freshclamLogLocation(), std::nullopt);
+  EXPECT_EQ(preferences.clamScanPATH, std::nullopt);
+  EXPECT_EQ(preferences.theTempDirToWatch, std::nullopt);
+  EXPECT_EQ(preferences.theThrobberTempDir, std::nullopt);
+  EXPECT_EQ(preferences.maxRatio, std::nullopt);
+  EXPECT_EQ(preferences.scanMboxOrNot, "");
+  EXPECT_EQ(preferences.quarantineLocation, "");
+  EXPECT_EQ(preferences.quarantineOrTrash, "");
+  EXPECT_EQ(preferences.excludePattern, "");
+  EXPECT_EQ(preferences.includePattern, "");
+  EXPECT_EQ(link.clamdPATH(), std::nullopt);
+  EXPECT_EQ(link.clamdConfPATH(), std::nullopt);
+  EXPECT_EQ(link.clamdSocket(), Path("/tmp/clamd.socket"));
+  EXPECT_TRUE(preferences.deleteInfected && preferences.useMultiscan &&
+              preferences.updateDefsAtLaunch && preferences.weLaunchedClamd);
+}
+
+TEST_F(PreferencesTest, LetTheFlagOfTheUpdaterBeSet) {
+  preferences.setNeedsExit1FreshclamFlag(true);
+  EXPECT_TRUE(preferences.needsExit1FreshclamFlag());
+  preferences.setNeedsExit1FreshclamFlag(false);
+  EXPECT_FALSE(preferences.needsExit1FreshclamFlag());
+}
+
+}  // namespace
+}  // namespace quillo

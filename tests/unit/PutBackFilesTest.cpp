@@ -1,0 +1,216 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "posix/FileFacts.h"
+#include "scanning/PutBackFiles.h"
+#include "tests/fakes/FakeServices.h"
+#include "tests/fakes/TemporaryFolder.h"
+
+namespace quillo {
+namespace {
+
+namespace fs = std::filesystem;
+
+// In memory, where the files of other tests do not lie. Gone with the object.
+class FolderOnAnotherDisk {
+ public:
+  FolderOnAnotherDisk() { EXPECT_NE(mkdtemp(path_.data()), nullptr); }
+  ~FolderOnAnotherDisk() { fs::remove_all(path_); }
+  FolderOnAnotherDisk(const FolderOnAnotherDisk&) = delete;
+  FolderOnAnotherDisk& operator=(const FolderOnAnotherDisk&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_ = "/dev/shm/quillo-test-XXXXXX";
+};
+
+class PutBackFilesTest : public testing::Test {
+ protected:
+  Verdict find(const std::string& file, const std::string& threat = "Eicar") const {
+    return Verdict::parse(file + ": " + threat + " FOUND");
+  }
+  std::string store() const { return state + "/put-back"; }
+  // As the user does it: warned of the file, it goes to the trash, and comes back.
+  void takeOut() {
+    files.hasLeft(find(path), FilePrint::of(path).value());
+    fs::rename(path, trashed);
+  }
+  void putBack() const { fs::rename(trashed, path); }
+  void setTimeAsOf(const struct stat& status) const {
+    const timespec times[] = {status.st_atim, status.st_mtim};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  }
+  struct stat statusOf(const std::string& file) const {
+    struct stat status = {};
+    EXPECT_EQ(stat(file.c_str(), &status), 0);
+    return status;
+  }
+
+  TemporaryFolder folder;
+  FakeSystemLog log;
+  const std::string state = folder.path() + "/state/vantrel";
+  const std::string path = folder.write("home/bad.com", "malware");
+  const std::string trashed = folder.makeFolder("trash") + "/bad.com";
+  PutBackFiles files{state, log};
+};
+
+TEST_F(PutBackFilesTest, KnowAFileThatComesBackUnchanged) {
+  EXPECT_FALSE(files.isPutBack(find(path)));
+  takeOut();
+  EXPECT_FALSE(files.isPutBack(find(path)));
+  putBack();
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  EXPECT_EQ(log.lines(), std::vector<std::string>());
+}
+
+TEST_F(PutBackFilesTest, KnowItAlsoInAnotherPlaceAndAfterARestart) {
+  takeOut();
+  const std::string elsewhere = folder.path() + "/elsewhere\twith\ntab";
+  fs::rename(trashed, elsewhere);
+  Verdict there = find("/");
+  there.path = elsewhere;
+  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(there));
+}
+
+TEST_F(PutBackFilesTest, SpareNoFileThatHasChanged) {
+  takeOut();
+  putBack();
+  std::ofstream(path, std::ios::app) << "more";
+  EXPECT_FALSE(files.isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, SpareNoFileThatHasChangedAndHidesIt) {
+  takeOut();
+  putBack();
+  const struct stat before = statusOf(path);
+  std::ofstream(path) << "MALWARE";
+  setTimeAsOf(before);
+  ASSERT_EQ(statusOf(path).st_size, before.st_size);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+}
+
+// Unpacked or loaded a second time, with the time that it had in the archive.
+TEST_F(PutBackFilesTest, SpareNoOtherFileOfTheSameNameContentsAndTime) {
+  takeOut();
+  const struct stat before = statusOf(trashed);
+  folder.write("home/bad.com", "malware");
+  setTimeAsOf(before);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+  fs::remove(trashed);
+  fs::remove(path);
+  // Its number may be that of the first by now.
+  folder.write("home/bad.com", "malware");
+  setTimeAsOf(before);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, SpareNoFileInWhichAnotherThreatIsFound) {
+  takeOut();
+  putBack();
+  EXPECT_FALSE(files.isPutBack(find(path, "Worse")));
+}
+
+TEST_F(PutBackFilesTest, SpareNoLinkToTheFile) {
+  takeOut();
+  fs::create_symlink(trashed, path);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, KnowAFileThatTheScannerMovedAndTheUserMovedBack) {
+  Verdict moved = find(path);
+  moved.destination = trashed;
+  fs::rename(path, trashed);
+  files.wasMoved(moved);
+  putBack();
+  EXPECT_TRUE(files.isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, SpareNoOtherFileOfTheSameNameContentsAndTimeAsOneThatTheScannerMoved) {
+  Verdict moved = find(path);
+  moved.destination = trashed;
+  fs::rename(path, trashed);
+  files.wasMoved(moved);
+  folder.write("home/bad.com", "malware");
+  setTimeAsOf(statusOf(trashed));
+  EXPECT_FALSE(files.isPutBack(find(path)));
+}
+
+// From a quarantine on another disk: copied there and back, and the time is that of the first copy.
+TEST_F(PutBackFilesTest, KnowAFileThatWasCopiedIntoTheQuarantineAndBack) {
+  const FolderOnAnotherDisk quarantine;
+  ASSERT_NE(statusOf(quarantine.path()).st_dev, statusOf(folder.path()).st_dev);
+  const std::string copied = quarantine.path() + "/bad.com";
+  Verdict moved = find(path);
+  moved.destination = copied;
+  fs::copy(path, copied);
+  fs::remove(path);
+  const timespec anHourAgo[] = {{}, {statusOf(copied).st_mtim.tv_sec - 3600, 123456789}};
+  ASSERT_EQ(utimensat(AT_FDCWD, copied.c_str(), anHourAgo, 0), 0);
+  files.wasMoved(moved);
+  fs::copy(copied, path);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+  setTimeAsOf(statusOf(copied));
+  fs::remove(copied);
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  fs::rename(path, folder.path() + "/elsewhere");
+  EXPECT_FALSE(files.isPutBack(find(folder.path() + "/elsewhere")));
+}
+
+TEST_F(PutBackFilesTest, AreKeptWhereNobodyElseCanRead) {
+  takeOut();
+  EXPECT_EQ(statusOf(state).st_mode & 0777U, 0700U);
+  EXPECT_EQ(statusOf(store()).st_mode & 0777U, 0600U);
+  EXPECT_EQ(std::distance(fs::directory_iterator(state), fs::directory_iterator()), 1);
+}
+
+TEST_F(PutBackFilesTest, AreTheLatestOfManyAlsoAfterARestart) {
+  takeOut();
+  for (std::size_t i = 0; i < PutBackFiles::most; ++i) {
+    files.hasLeft(find("/" + std::to_string(i)), FilePrint{{1, i, 1, 1, 1}, ""});
+  }
+  putBack();
+  EXPECT_FALSE(files.isPutBack(find(path)));
+  fs::rename(path, trashed);
+  files.hasLeft(find(path), FilePrint::of(trashed).value());
+  fs::rename(trashed, path);
+  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, AreReadFromNoFileThatOthersCanWrite) {
+  takeOut();
+  putBack();
+  chmod(store().c_str(), 0622);
+  EXPECT_FALSE(PutBackFiles(state, log).isPutBack(find(path)));
+  chmod(store().c_str(), 0600);
+  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(find(path)));
+  const std::string real = store() + ".real";
+  fs::rename(store(), real);
+  fs::create_symlink(real, store());
+  EXPECT_FALSE(PutBackFiles(state, log).isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, AreReadAsFarAsTheyCanBe) {
+  takeOut();
+  putBack();
+  std::ofstream(store(), std::ios::app) << "file\t1\t2\nnonsense\n\xff\n";
+  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(find(path)));
+  std::ofstream(store()) << "of another make\n";
+  EXPECT_FALSE(PutBackFiles(state, log).isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, AreKnownWithoutAPlaceToKeepThem) {
+  folder.write("state", "is no folder");
+  takeOut();
+  putBack();
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,161 @@
+#include <gtest/gtest.h>
+
+#include "menu/StatusText.h"
+#include "tests/fakes/FakeServices.h"
+#include "tests/fakes/ManualClock.h"
+
+namespace quillo {
+namespace {
+
+using std::chrono::milliseconds;
+using Texts = std::vector<std::string>;
+
+class StatusTextTest : public testing::Test {
+ protected:
+  StatusTextTest() {
+    strings.texts = {{"STATUS_WATCHING", "Watching %@ folders"},
+                     {"STATUS_WATCHING_ONE", "Watching 1 folder"},
+                     {"STATUS_SCANNING", "Scanning %@ files"},
+                     {"STATUS_SCANNING_ONE", "Scanning 1 file"},
+                     {"STATUS_UPDATING", "Updating definitions"},
+                     {"STATUS_NO_ENGINE", "No engine"},
+                     {"STATUS_IDLE", "Not watching"},
+                     {"STATUS_HELPER_FAILS", "The helper does not run"},
+                     {"WAIT", "Please wait"},
+                     {"DIGITS_SEPARATOR", ","},
+                     {"DIGITS_GROUPED_FROM", "1000"}};
+  }
+  StatusFacts scanning(std::size_t files) {
+    StatusFacts scan;
+    scan.busy = true;
+    scan.watching = true;
+    scan.watchedFolders = 2;
+    scan.filesBeingScanned = files;
+    return scan;
+  }
+
+  FakeLocalizedStrings strings;
+  ManualClock clock;
+  StatusFacts facts;
+  int asked = 0;
+  Texts shown;
+  StatusText text{strings, clock,
+                  [this] {
+                    ++asked;
+                    return facts;
+                  },
+                  [this](const StatusLine& line) { shown.push_back(line.words); }};
+};
+
+TEST_F(StatusTextTest, SaysEachState) {
+  EXPECT_EQ(text.wordsFor({}), "Not watching");
+  StatusFacts state;
+  state.watching = true;
+  state.watchedFolders = 1;
+  EXPECT_EQ(text.wordsFor(state), "Watching 1 folder");
+  state.watchedFolders = 3;
+  EXPECT_EQ(text.wordsFor(state), "Watching 3 folders");
+  state.busy = true;
+  EXPECT_EQ(text.wordsFor(state), "Watching 3 folders");
+  state.filesBeingScanned = 1;
+  EXPECT_EQ(text.wordsFor(state), "Scanning 1 file");
+  state.filesBeingScanned = 1204;
+  EXPECT_EQ(text.wordsFor(state), "Scanning 1,204 files");
+  state.updating = true;
+  EXPECT_EQ(text.wordsFor(state), "Updating definitions");
+  state.settingUp = true;
+  EXPECT_EQ(text.wordsFor(state), "Please wait");
+  state.engineMissing = true;
+  EXPECT_EQ(text.wordsFor(state), "No engine");
+}
+
+TEST_F(StatusTextTest, DoesNotClaimToWatchWhenEveryFolderIsMissing) {
+  StatusFacts state;
+  state.watching = true;
+  EXPECT_EQ(text.wordsFor(state), "Not watching");
+}
+
+TEST_F(StatusTextTest, DoesNotClaimToWatchWhileTheHelperCannotRun) {
+  StatusFacts state;
+  state.helperFails = true;
+  EXPECT_EQ(text.wordsFor(state), "Not watching");
+  state.watching = true;
+  state.watchedFolders = 2;
+  EXPECT_EQ(text.wordsFor(state), "The helper does not run");
+}
+
+TEST_F(StatusTextTest, SaysThatNotEveryPlaceIsWatchedCompletely) {
+  strings.texts["STATUS_PARTLY"] = "%@, not all of them";
+  StatusFacts state;
+  state.watching = true;
+  state.watchedFolders = 2;
+  state.placesWithGaps = 1;
+  EXPECT_EQ(text.wordsFor(state), "Watching 2 folders, not all of them");
+}
+
+TEST_F(StatusTextTest, PassesOverFilesThatAreScannedWithoutAnAnimation) {
+  StatusFacts state = scanning(5);
+  state.busy = false;
+  EXPECT_EQ(text.wordsFor(state), "Watching 2 folders");
+}
+
+TEST_F(StatusTextTest, ShowsOnlyWhatHasChanged) {
+  text.tell();
+  text.tell();
+  EXPECT_EQ(shown, Texts{"Not watching"});
+  facts.watching = true;
+  facts.watchedFolders = 1;
+  text.tell();
+  EXPECT_EQ(shown, (Texts{"Not watching", "Watching 1 folder"}));
+}
+
+TEST_F(StatusTextTest, ShowsAChangingCountTwiceASecondAtMost) {
+  for (std::size_t frame = 0; frame < 20; ++frame) {
+    facts = scanning(100 + frame);
+    text.tellCount();
+    clock.advance(milliseconds(100));
+  }
+  EXPECT_EQ(shown, (Texts{"Scanning 100 files", "Scanning 105 files", "Scanning 110 files",
+                          "Scanning 115 files"}));
+  EXPECT_EQ(asked, 4);
+}
+
+TEST_F(StatusTextTest, ShowsAnotherStateAtOnceHoweverSoonItComes) {
+  facts = scanning(7);
+  text.tellCount();
+  facts = {};
+  text.tell();
+  EXPECT_EQ(shown, (Texts{"Scanning 7 files", "Not watching"}));
+}
+
+TEST_F(StatusTextTest, PassesOverTheMomentBetweenTwoRunsOfTheEngine) {
+  facts = scanning(7);
+  text.tellCount();
+  clock.advance(StatusText::shortestBetweenCounts);
+  facts = scanning(0);
+  text.tellCount();
+  clock.advance(milliseconds(100));
+  facts = scanning(8);
+  text.tellCount();
+  EXPECT_EQ(shown, (Texts{"Scanning 7 files", "Scanning 8 files"}));
+}
+
+TEST_F(StatusTextTest, ShowsAnUpdateThatOutlivesTheScan) {
+  facts = scanning(0);
+  facts.updating = true;
+  text.tellCount();
+  EXPECT_EQ(shown, Texts{"Updating definitions"});
+}
+
+TEST(GroupedDigits, AreSeparatedFromTheLeastNumberOn) {
+  EXPECT_EQ(groupedDigits(0, ",", 1000), "0");
+  EXPECT_EQ(groupedDigits(999, ",", 1000), "999");
+  EXPECT_EQ(groupedDigits(1000, ",", 1000), "1,000");
+  EXPECT_EQ(groupedDigits(1234567, ",", 1000), "1,234,567");
+  EXPECT_EQ(groupedDigits(123456, "\u202f", 1000), "123\u202f456");
+  EXPECT_EQ(groupedDigits(1204, ".", 10000), "1204");
+  EXPECT_EQ(groupedDigits(12040, ".", 10000), "12.040");
+}
+
+}  // namespace
+}  // namespace quillo

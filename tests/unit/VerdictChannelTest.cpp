@@ -1,0 +1,223 @@
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "clamav/VerdictChannel.h"
+
+namespace quillo {
+namespace {
+
+using Kind = Verdict::Kind;
+using Whereabouts = Verdict::Whereabouts;
+
+class VerdictChannelTest : public testing::Test {
+ protected:
+  VerdictChannelTest()
+      : receiver(*VerdictReceiver::make()), sender(UniqueFd(dup(receiver.scannersEnd()))) {
+    receiver.letGo();
+  }
+
+  static Verdict infected(const std::string& line) {
+    Verdict verdict = Verdict::parse(line);
+    verdict.path =
+        "/u/a\xFF"
+        "b";
+    verdict.target = "/elsewhere/c";
+    return verdict;
+  }
+
+  void endSender() { sender = VerdictSender(UniqueFd()); }
+
+  VerdictReceiver receiver;
+  VerdictSender sender;
+};
+
+TEST_F(VerdictChannelTest, CarriesWhatTheLineCannot) {
+  sender.tell(infected("/u/a\\xFFb: Eicar FOUND"));
+  const Verdict verdict = receiver.understand("/u/a\\xFFb: Eicar FOUND");
+  EXPECT_EQ(verdict.kind, Kind::infected);
+  EXPECT_EQ(verdict.path,
+            "/u/a\xFF"
+            "b");
+  EXPECT_EQ(verdict.file(), "/elsewhere/c");
+  EXPECT_EQ(verdict.line, "/u/a\\xFFb: Eicar FOUND");
+}
+
+TEST_F(VerdictChannelTest, CarriesTheLimitThatKeptAFileFromBeingScanned) {
+  Verdict large = Verdict::parse("/u/a: Not scanned: larger than the limit of 5 GB");
+  large.limit = Verdict::Limit::fileSize;
+  large.largestFile = 5ULL << 30U;
+  sender.tell(large);
+  const Verdict verdict = receiver.understand(large.line);
+  EXPECT_EQ(verdict.limit, Verdict::Limit::fileSize);
+  EXPECT_EQ(verdict.largestFile, 5ULL << 30U);
+}
+
+TEST_F(VerdictChannelTest, KnowsTheRecordsOfAScannerThatTellsOfNoLimits) {
+  const auto field = [](const std::string& bytes) {
+    const auto length = static_cast<std::uint32_t>(bytes.size());
+    return std::string(reinterpret_cast<const char*>(&length), sizeof length) + bytes;
+  };
+  std::string body("V\0", 2);
+  for (const std::string& each :
+       {std::string(1, static_cast<char>(Kind::notScanned)), std::string(1, '\0'),
+        std::string("/u/a: Not scanned: why"), std::string("/u/a"), std::string(),
+        std::string("why"), std::string(), std::string()}) {
+    body += field(each);
+  }
+  const std::string record = field(body);
+  ASSERT_EQ(send(sender.descriptor(), record.data(), record.size(), 0),
+            static_cast<ssize_t>(record.size()));
+  const Verdict verdict = receiver.understand("/u/a: Not scanned: why");
+  EXPECT_EQ(verdict.kind, Kind::notScanned);
+  EXPECT_EQ(verdict.reason, "why");
+  EXPECT_EQ(verdict.limit, Verdict::Limit::none);
+}
+
+TEST_F(VerdictChannelTest, LeavesLinesBetweenTheRecordsToThemselves) {
+  sender.tell(infected("/x/h/a: Eicar FOUND"));
+  EXPECT_EQ(receiver.understand("/h/b: OK").path, "/h/b");
+  EXPECT_EQ(receiver.understand("/h/a: Eicar FOUND").path, "/h/a");
+  EXPECT_EQ(receiver.understand("/x/h/a: Eicar FOUND").file(), "/elsewhere/c");
+}
+
+TEST_F(VerdictChannelTest, KnowsALineThatWasTooLongToBeReadWhole) {
+  const std::string line = "/" + std::string(5000, 'n') + ": Eicar FOUND";
+  sender.tell(infected(line));
+  EXPECT_EQ(receiver.understand(line.substr(0, 4096)).kind, Kind::message);
+  EXPECT_EQ(receiver.understand(line.substr(4096)).file(), "/elsewhere/c");
+}
+
+TEST_F(VerdictChannelTest, LetsAFileMoveOnlyOnceItsLineHasBeenTaken) {
+  const Verdict verdict = infected("/u/a: Eicar FOUND");
+  sender.announceMove(verdict);
+  char byte = 0;
+  EXPECT_EQ(recv(sender.descriptor(), &byte, 1, MSG_DONTWAIT | MSG_PEEK), -1);
+  bool allowed = false;
+  std::thread scanner([&] {
+    allowed = sender.mayMove();
+    Verdict outcome = verdict;
+    outcome.whereabouts = Whereabouts::moved;
+    outcome.destination = "/q/a";
+    sender.tellOutcome(outcome);
+  });
+  const Verdict known = receiver.understand("/u/a: Eicar FOUND");
+  scanner.join();
+  EXPECT_TRUE(allowed);
+  EXPECT_EQ(known.whereabouts, Whereabouts::moved);
+  EXPECT_EQ(known.destination, "/q/a");
+}
+
+TEST_F(VerdictChannelTest, KeepsTheFileThatTheReaderWantsToStay) {
+  const Verdict verdict = infected("/u/a: Eicar FOUND");
+  for (const bool wanted : {false, true}) {
+    sender.announceMove(verdict);
+    bool allowed = false;
+    std::thread scanner([&] {
+      allowed = sender.mayMove();
+      Verdict outcome = verdict;
+      outcome.whereabouts = allowed ? Whereabouts::moved : Whereabouts::inPlace;
+      sender.tellOutcome(outcome);
+    });
+    const Verdict known = receiver.understand("/u/a: Eicar FOUND", [&](const Verdict& infection) {
+      EXPECT_EQ(infection.file(), "/elsewhere/c");
+      return wanted;
+    });
+    scanner.join();
+    EXPECT_EQ(allowed, wanted);
+    EXPECT_EQ(sender.wasRefused(), !wanted);
+    EXPECT_EQ(known.whereabouts, wanted ? Whereabouts::moved : Whereabouts::inPlace);
+  }
+}
+
+TEST_F(VerdictChannelTest, TakesALateWordForNoOtherLine) {
+  using namespace std::chrono_literals;
+  const Verdict first = infected("/u/a: Eicar FOUND");
+  sender.announceMove(first);
+  EXPECT_FALSE(sender.mayMove(1ms));
+  sender.tellOutcome(first);
+  sender.announceMove(infected("/u/b: Eicar FOUND"));
+  receiver.understand("/u/a: Eicar FOUND");
+  EXPECT_FALSE(sender.mayMove(1ms));
+}
+
+TEST_F(VerdictChannelTest, LooksForTheFileWhenTheScannerEndsOverItsMove) {
+  for (const bool isThere : {true, false}) {
+    Verdict verdict = infected("/u/a: Eicar FOUND");
+    verdict.target = isThere ? "/proc/self/exe" : "/proc/self/nothing";
+    sender.announceMove(verdict);
+    endSender();
+    EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").whereabouts,
+              isThere ? Whereabouts::notMoved : Whereabouts::moved);
+    receiver = *VerdictReceiver::make();
+    sender = VerdictSender(UniqueFd(dup(receiver.scannersEnd())));
+    receiver.letGo();
+  }
+}
+
+TEST_F(VerdictChannelTest, KeepsTheFileWhenTheReaderIsGone) {
+  sender.announceMove(infected("/u/a: Eicar FOUND"));
+  receiver = *VerdictReceiver::make();
+  EXPECT_FALSE(sender.mayMove());
+}
+
+TEST_F(VerdictChannelTest, BelievesTheLineAloneWhenTheScannerSaysNothing) {
+  endSender();
+  const Verdict verdict = receiver.understand("/u/a: Eicar FOUND");
+  EXPECT_EQ(verdict.path, "/u/a");
+  EXPECT_EQ(verdict.whereabouts, Whereabouts::unsaid);
+}
+
+TEST_F(VerdictChannelTest, EndsAtARecordThatIsNone) {
+  const std::string nonsense = "\xFF\xFF\xFF\xFFgarbage";
+  ASSERT_GT(send(sender.descriptor(), nonsense.data(), nonsense.size(), 0), 0);
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").path, "/u/a");
+}
+
+TEST_F(VerdictChannelTest, PassesOverRecordsWhoseLinesNeverCame) {
+  sender.tell(infected("/u/lost: Eicar FOUND"));
+  sender.announceMove(infected("/u/lost too: Eicar FOUND"));
+  sender.announceMove(infected("/u/b: Eicar FOUND"));
+  bool allowed = false;
+  std::thread scanner([&] {
+    allowed = sender.mayMove();
+    sender.tellOutcome(infected("/u/b: Eicar FOUND"));
+  });
+  EXPECT_EQ(receiver.understand("/u/b: Eicar FOUND").file(), "/elsewhere/c");
+  scanner.join();
+  EXPECT_TRUE(allowed);
+}
+
+TEST_F(VerdictChannelTest, TakesNoFileForMovedWhoseLineIsNotKnown) {
+  sender.tell(infected("/u/a: Eicar FOUND"));
+  EXPECT_EQ(receiver.understand("torn: Eicar FOUND").whereabouts, Whereabouts::notMoved);
+}
+
+TEST_F(VerdictChannelTest, AllowsNoMoveForAPieceOfALineWithoutItsVerdict) {
+  const std::string line = "/" + std::string(5000, 'n') + ": Eicar FOUND";
+  sender.announceMove(infected(line));
+  EXPECT_EQ(receiver.understand("UND").kind, Kind::message);
+  EXPECT_FALSE(sender.mayMove(std::chrono::milliseconds(0)));
+}
+
+TEST_F(VerdictChannelTest, TakesAFileThatCannotBeLookedAtForLeft) {
+  Verdict verdict = infected("/u/a: Eicar FOUND");
+  verdict.target = "/" + std::string(5000, 'x');
+  sender.announceMove(verdict);
+  endSender();
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").whereabouts, Whereabouts::notMoved);
+}
+
+TEST_F(VerdictChannelTest, KeepsWhatItDrainedForTheLinesThatFollow) {
+  sender.tell(infected("/u/a: Eicar FOUND"));
+  EXPECT_TRUE(receiver.drain());
+  endSender();
+  EXPECT_FALSE(receiver.drain());
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").file(), "/elsewhere/c");
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+
+#include "clamav/Verdict.h"
+
+namespace quillo {
+namespace {
+
+using Kind = Verdict::Kind;
+
+TEST(Verdict, OfAnInfectionHasPathAndThreat) {
+  const Verdict verdict = Verdict::parse("/home/u/b.zip: Eicar-Test-Signature FOUND");
+  EXPECT_EQ(verdict.kind, Kind::infected);
+  EXPECT_EQ(verdict.path, "/home/u/b.zip");
+  EXPECT_EQ(verdict.threat, "Eicar-Test-Signature");
+  EXPECT_EQ(verdict.line, "/home/u/b.zip: Eicar-Test-Signature FOUND");
+  EXPECT_EQ(verdict.whereabouts, Verdict::Whereabouts::unsaid);
+}
+
+TEST(Verdict, IsDecidedByTheLinesEndWhateverAFileIsCalled) {
+  EXPECT_EQ(Verdict::parse("/u/a: Eicar FOUND: OK").kind, Kind::clean);
+  EXPECT_EQ(Verdict::parse("/u/a: Eicar FOUND: OK").path, "/u/a: Eicar FOUND");
+  EXPECT_EQ(Verdict::parse("/u/a: OK: X FOUND").kind, Kind::infected);
+  EXPECT_EQ(Verdict::parse("/u/a: OK: X FOUND").path, "/u/a: OK");
+  EXPECT_EQ(Verdict::parse("/u/a: Not scanned: b: OK").kind, Kind::clean);
+  EXPECT_EQ(Verdict::parse("/u/a: moved to 'b': OK").kind, Kind::clean);
+}
+
+TEST(Verdict, OfAFileThatWasNotScannedSaysWhy) {
+  const Verdict verdict = Verdict::parse("/u/x: y: Not scanned: permission denied");
+  EXPECT_EQ(verdict.kind, Kind::notScanned);
+  EXPECT_EQ(verdict.path, "/u/x: y");
+  EXPECT_EQ(verdict.reason, "permission denied");
+}
+
+TEST(Verdict, KnowsTheEnginesOwnWordsForWhatItDidNotScan) {
+  EXPECT_EQ(Verdict::parse("/u/x: Failed to open file").kind, Kind::notScanned);
+  EXPECT_EQ(Verdict::parse("/u/x: Failed to open file").path, "/u/x");
+  EXPECT_EQ(Verdict::parse("ERROR: Can't access file /u/x").path, "/u/x");
+  EXPECT_EQ(Verdict::parse("WARNING: /u/x: Not supported file type").path, "/u/x");
+}
+
+TEST(Verdict, OfAMoveSaysWhereToOrWhyNot) {
+  const Verdict moved = Verdict::parse("/u/x: moved to '/q/x.001'");
+  EXPECT_EQ(moved.kind, Kind::moved);
+  EXPECT_EQ(moved.destination, "/q/x.001");
+  const Verdict stayed = Verdict::parse("/u/x: not moved: no space left on device");
+  EXPECT_EQ(stayed.kind, Kind::notMoved);
+  EXPECT_EQ(stayed.reason, "no space left on device");
+}
+
+TEST(Verdict, TakesTheRestForTheEnginesOwnMessages) {
+  for (const char* line : {"", "----------- SCAN SUMMARY -----------", "Infected files: 1", "x: OK",
+                           "WARNING: Can't connect to clamd.", " FOUND"}) {
+    EXPECT_EQ(Verdict::parse(line).kind, Kind::message) << line;
+    EXPECT_EQ(Verdict::parse(line).line, line);
+  }
+}
+
+TEST(Verdict, TellsALikenessFromAKnownThreat) {
+  EXPECT_TRUE(Verdict::parse("/x: Heuristics.Phishing.Email FOUND").isHeuristic());
+  EXPECT_FALSE(Verdict::parse("/x: Win.Heuristics.A FOUND").isHeuristic());
+}
+
+}  // namespace
+}  // namespace quillo
