@@ -10,9 +10,9 @@
 #include <system_error>
 #include <utility>
 
-#include "clamav/Accounts.h"
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
+#include "posix/Accounts.h"
 #include "posix/ChildProcess.h"
 #include "posix/OwnFile.h"
 #include "posix/PlatformException.h"

@@ -17,7 +17,6 @@
 #include "platform/Workspace.h"
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
-#include "posix/Shell.h"
 #include "posix/Text.h"
 #include "posix/ThreadStarter.h"
 

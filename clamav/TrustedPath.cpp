@@ -1,29 +1,16 @@
 #include "clamav/TrustedPath.h"
 
-#include <limits.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 
 namespace quillo {
 namespace {
 
 constexpr int mostLinks = 40;  // the kernel's own limit
-
-// `names` in reverse, so that the next one is at the back.
-void pushNames(std::vector<std::string>& names, std::string_view path) {
-  const std::vector<std::string_view> pieces = split(path, '/');
-  for (auto piece = pieces.rbegin(); piece != pieces.rend(); ++piece) {
-    if (!piece->empty() && *piece != ".") {
-      names.emplace_back(*piece);
-    }
-  }
-}
 
 std::string distrustOf(const std::string& path, const struct stat& status,
                        const std::vector<uid_t>& owners) {
@@ -43,8 +30,7 @@ std::string distrustOfPath(const std::string& path, const std::vector<uid_t>& ow
   if (path.empty() || path.front() != '/' || path.find('\0') != std::string::npos) {
     return "not an absolute path";
   }
-  std::vector<std::string> names;
-  pushNames(names, path);
+  std::vector<std::string> names = namesFromEnd(path);
   std::string reached;  // "" is the root folder
   struct stat status = {};
   std::string why = lstat("/", &status) == 0 ? distrustOf("/", status, owners) : "no root folder";
@@ -64,13 +50,13 @@ std::string distrustOfPath(const std::string& path, const std::vector<uid_t>& ow
       reached = next;
       continue;
     }
-    std::array<char, PATH_MAX> target;
-    const ssize_t length = readlink(next.c_str(), target.data(), target.size());
-    if (length <= 0 || ++links > mostLinks) {
+    const std::string target = targetOfLink(next).value_or("");
+    if (target.empty() || ++links > mostLinks) {
       return next + " cannot be followed";
     }
-    reached = target[0] == '/' ? "" : reached;
-    pushNames(names, std::string_view(target.data(), static_cast<std::size_t>(length)));
+    reached = target.front() == '/' ? "" : reached;
+    const std::vector<std::string> others = namesFromEnd(target);
+    names.insert(names.end(), others.begin(), others.end());
   }
   return why;
 }

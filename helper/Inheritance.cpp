@@ -9,14 +9,13 @@
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
 #include "helper/Failure.h"
-#include "helper/UniqueFd.h"
+#include "posix/FileFacts.h"
 
 namespace quillo::helper {
 namespace {
@@ -24,10 +23,8 @@ namespace {
 // Where the kernel put the strings of the environment: fields 50 and 51 of /proc/PID/stat
 // (proc(5)).
 std::pair<char*, char*> environmentStrings() {
-  std::array<char, 4096> text{};
-  const UniqueFd file(open("/proc/self/stat", O_RDONLY | O_CLOEXEC));
-  if (!file || read(file.get(), text.data(), text.size() - 1) <= 0) return {};
-  const char* at = std::strrchr(text.data(), ')');
+  const std::string text = contentsOfFile("/proc/self/stat").value_or("");
+  const char* at = std::strrchr(text.c_str(), ')');
   // The parenthesis ends the second field.
   for (int field = 2; field < 50 && at; ++field) at = std::strchr(at + 1, ' ');
   if (!at) return {};

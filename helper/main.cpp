@@ -27,7 +27,7 @@ void watch() {
   openSystemLog();
   becomeCallerKeeping({CAP_SYS_ADMIN, CAP_DAC_READ_SEARCH});
   const Groups groups = openGroups();
-  const UniqueFd marker = startMarker(groups);
+  const quillo::UniqueFd marker = startMarker(groups);
   giveUp(CAP_SYS_ADMIN);
   EventLoop loop(groups, parent, std::move(log), marker.get());
   confineReader();

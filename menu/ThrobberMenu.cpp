@@ -8,6 +8,7 @@
 #include "platform/ModifierKeys.h"
 #include "platform/StatusItem.h"
 #include "platform/Workspace.h"
+#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 

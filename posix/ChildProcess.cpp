@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "posix/PlatformException.h"
@@ -243,6 +244,10 @@ void ChildProcess::reap() {
   } else {
     status_ = WTERMSIG(status) == SIGHUP ? 128 + SIGHUP : WTERMSIG(status);
   }
+}
+
+void runShellCommand(const std::string& commandLine) {
+  [[maybe_unused]] const int ignored = std::system(commandLine.c_str());
 }
 
 }  // namespace quillo

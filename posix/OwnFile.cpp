@@ -11,18 +11,6 @@
 
 namespace quillo {
 
-bool writeAll(int descriptor, const std::string& contents) {
-  std::size_t written = 0;
-  while (written < contents.size()) {
-    const ssize_t count = ::write(descriptor, contents.data() + written, contents.size() - written);
-    if (count < 0 && errno != EINTR) {
-      return false;
-    }
-    written += count > 0 ? static_cast<std::size_t>(count) : 0;
-  }
-  return true;
-}
-
 namespace {
 
 std::string problemWith(const std::string& subject, const std::string& path, const char* what) {

@@ -5,7 +5,7 @@
 namespace quillo {
 
 // Writes a file that only this user may read, in a folder that others may write too. What this user
-// left there is replaced; what somebody else put there is neither followed nor touched. Answers
+// left there is replaced; what somebody else put there is neither followed nor touched. Returns
 // what went wrong in words, `subject` first; empty when nothing did. Any thread.
 std::string writeOwnFile(const std::string& subject, const std::string& path,
                          const std::string& contents);
@@ -14,8 +14,5 @@ std::string writeOwnFile(const std::string& subject, const std::string& path,
 // there already, a link too, is not touched, which is a failure. As above otherwise.
 std::string writeNewFile(const std::string& subject, const std::string& path,
                          const std::string& contents);
-
-// Whether all of it was written; errno tells otherwise.
-bool writeAll(int descriptor, const std::string& contents);
 
 }  // namespace quillo

@@ -1,16 +1,14 @@
 #include "posix/RealPath.h"
 
 #include <fcntl.h>
-#include <limits.h>
 #include <linux/openat2.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <optional>
-#include <string_view>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
 
@@ -18,25 +16,6 @@ namespace quillo {
 namespace {
 
 constexpr std::size_t mostLinks = 40;
-
-std::optional<std::string> targetOfLink(const std::string& place) {
-  std::array<char, PATH_MAX> target;
-  const ssize_t length = readlink(place.c_str(), target.data(), target.size());
-  if (length < 0) {
-    return std::nullopt;
-  }
-  return std::string(target.data(), static_cast<std::size_t>(length));
-}
-
-// Puts the parts of a path on a pile, the first on top.
-void pile(std::vector<std::string>& parts, std::string_view path) {
-  const std::vector<std::string_view> pieces = split(path, '/');
-  for (auto piece = pieces.rbegin(); piece != pieces.rend(); ++piece) {
-    if (!piece->empty() && *piece != ".") {
-      parts.emplace_back(*piece);
-    }
-  }
-}
 
 void leave(std::string& folder) { folder.resize(folder.empty() ? 0 : folder.rfind('/')); }
 
@@ -54,8 +33,7 @@ bool aLinkIsOnTheWayTo(const std::string& path) {
 }  // namespace
 
 RealPath::RealPath(const std::string& path) {
-  std::vector<std::string> parts;
-  pile(parts, path);
+  std::vector<std::string> parts = namesFromEnd(path);
   while (!parts.empty()) {
     const std::string part = std::move(parts.back());
     parts.pop_back();
@@ -73,7 +51,8 @@ RealPath::RealPath(const std::string& path) {
     if (target->starts_with('/')) {
       path_.clear();
     }
-    pile(parts, *target);
+    const std::vector<std::string> others = namesFromEnd(*target);
+    parts.insert(parts.end(), others.begin(), others.end());
   }
   if (path_.empty()) {
     path_ = "/";

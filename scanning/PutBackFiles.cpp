@@ -16,7 +16,6 @@
 #include "clamav/ReportedText.h"
 #include "platform/SystemLog.h"
 #include "posix/OwnFile.h"
-#include "posix/Sha256.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
 

@@ -7,6 +7,7 @@
 #include "platform/SystemLog.h"
 #include "platform/TrashFolders.h"
 #include "platform/TypedPreferences.h"
+#include "posix/Accounts.h"
 #include "posix/ChildProcess.h"
 #include "posix/EscapedPath.h"
 #include "posix/PlatformException.h"

@@ -6,6 +6,7 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
 #include "platform/TypedPreferences.h"
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 #include "watchers/WatcherOwner.h"
 #include "watchers/WatcherServices.h"

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/services/LinuxFolders.h"
-#include "platform/linux/services/UserAccount.h"
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 #include "tests/desktop/TestFolder.h"
 
@@ -14,7 +14,7 @@ TEST(LinuxFoldersTest, TakesTheHomeFolderFromTheEnvironmentElseFromTheAccount) {
             "/home/a");
   EXPECT_EQ(
       LinuxFolders(Environment(Environment::Variables{{"HOME", ""}}), "/usr/bin/x").homeFolder(),
-      UserAccount::current().homeFolder);
+      accountNumbered(getuid()).home);
 }
 
 TEST(LinuxFoldersTest, TakesTheRuntimeFolderElseTmpdirElseNone) {

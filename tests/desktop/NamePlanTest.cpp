@@ -18,7 +18,7 @@ class NamePlanTest : public testing::Test {
   void mount(const std::string& point, const std::string& type, const std::string& source = "x") {
     Mount next;
     next.id = static_cast<int>(mounts.size()) + 1;
-    next.mountPoint = point;
+    next.point = point;
     next.type = type;
     next.source = source;
     mounts.push_back(next);

@@ -10,7 +10,6 @@
 
 #include <filesystem>
 
-#include "clamav/Accounts.h"
 #include "clamav/ControlSocket.h"
 #include "clamav/Daemons.h"
 #include "posix/ChildProcess.h"

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <future>
 
-#include "clamav/Accounts.h"
+#include "clamav/ControlSocket.h"
 #include "clamav/ScanLimits.h"
 #include "posix/UniqueFd.h"
 #include "tests/root/TreeOnMachine.h"

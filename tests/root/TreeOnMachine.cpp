@@ -15,7 +15,6 @@
 #include <sstream>
 #include <system_error>
 
-#include "clamav/Accounts.h"
 #include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
 #include "clamav/Definitions.h"
@@ -167,7 +166,7 @@ void TreeOnMachine::endDaemons() const {
 }
 
 void TreeOnMachine::startMachineDaemon() const {
-  const EngineAccount account = packagedAccount("");
+  const Account account = packagedAccount("");
   std::filesystem::create_directory(path("machine"));
   ASSERT_EQ(chown(path("machine").c_str(), account.user, account.group), 0);
   write(path("machine/other.ndb"), otherDefinition());

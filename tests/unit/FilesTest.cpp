@@ -12,7 +12,7 @@
 #include <optional>
 
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
+#include "posix/FolderReader.h"
 #include "posix/OwnFile.h"
 #include "posix/Pipe.h"
 #include "posix/UniqueFd.h"

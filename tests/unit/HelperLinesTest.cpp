@@ -12,7 +12,6 @@
 #include "helper/Failure.h"
 #include "helper/LineWriter.h"
 #include "helper/OwnLog.h"
-#include "helper/Spelling.h"
 #include "helper/SystemLog.h"
 #include "posix/EscapedPath.h"
 

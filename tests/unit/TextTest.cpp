@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <pwd.h>
 
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 
 namespace quillo {

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <limits.h>
-#include <pwd.h>
 #include <stdio.h>
 #include <sys/random.h>
 #include <unistd.h>
@@ -13,6 +12,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 
@@ -47,12 +47,11 @@ int copyBytes(int source, int target) {
     if (count < 0 && errno != EINTR) {
       return errno;
     }
-    const int error =
-        count < 0 ? 0 : writeAll(target, {bytes.data(), static_cast<std::size_t>(count)});
-    if (error != 0) {
-      return error;
+    const std::size_t size = count < 0 ? 0 : static_cast<std::size_t>(count);
+    if (!writeAll(target, {bytes.data(), size})) {
+      return errno;
     }
-    place += count < 0 ? 0 : count;
+    place += static_cast<off_t>(size);
   }
 }
 
@@ -73,21 +72,16 @@ int renameTo(int parent, const std::string& from, int folder, const std::string&
 
 // Whether a group holds this user alone, as the group does that many systems make for each user.
 bool isPrivateGroup(gid_t group) {
-  std::array<char, 16384> ofUser;
-  std::array<char, 16384> ofGroup;
-  passwd user = {};
-  passwd* knownUser = nullptr;
+  const Account user = accountNumbered(geteuid());
+  std::array<char, 16384> buffer;
   struct group entry = {};
-  struct group* knownGroup = nullptr;
-  if (getpwuid_r(geteuid(), &user, ofUser.data(), ofUser.size(), &knownUser) != 0 ||
-      getgrgid_r(group, &entry, ofGroup.data(), ofGroup.size(), &knownGroup) != 0 ||
-      knownUser == nullptr || knownGroup == nullptr) {
+  struct group* known = nullptr;
+  if (getgrgid_r(group, &entry, buffer.data(), buffer.size(), &known) != 0 || known == nullptr) {
     return false;
   }
-  const std::string_view name = user.pw_name;
-  bool alone = user.pw_gid == group && name == entry.gr_name;
+  bool alone = user.group == group && user.name == entry.gr_name;
   for (char** member = entry.gr_mem; alone && *member != nullptr; ++member) {
-    alone = name == *member;
+    alone = user.name == *member;
   }
   return alone;
 }

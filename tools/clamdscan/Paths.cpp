@@ -6,9 +6,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
+
+#include "posix/FileFacts.h"
 
 namespace quillo::front {
 namespace {
@@ -102,13 +103,8 @@ int statusOf(const std::string& path, struct stat& status) {
 }
 
 std::string pathOf(int descriptor) {
-  std::array<char, PATH_MAX> target;
-  const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-  const ssize_t length = readlink(link.c_str(), target.data(), target.size());
-  if (length <= 0 || static_cast<std::size_t>(length) >= target.size() || target[0] != '/') {
-    return {};
-  }
-  return std::string(target.data(), static_cast<std::size_t>(length));
+  std::string path = targetOfLink("/proc/self/fd/" + std::to_string(descriptor)).value_or("");
+  return path.starts_with('/') && path.size() < PATH_MAX ? path : std::string();
 }
 
 int makeFolders(const std::string& path) {
@@ -120,17 +116,6 @@ int makeFolders(const std::string& path) {
     }
   }
   return mkdir(path.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
-}
-
-int writeAll(int target, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = write(target, bytes.data(), bytes.size());
-    if (count < 0 && errno != EINTR) {
-      return errno;
-    }
-    bytes.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
-  }
-  return 0;
 }
 
 }  // namespace quillo::front

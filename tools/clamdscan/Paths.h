@@ -26,7 +26,5 @@ std::string pathOf(int descriptor);
 
 // Makes a folder (0700, and those above it) unless it is there: 0 or an errno.
 int makeFolders(const std::string& path);
-// Writes all of it: 0 or an errno.
-int writeAll(int target, std::string_view bytes);
 
 }  // namespace quillo::front

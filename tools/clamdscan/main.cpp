@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "clamav/VerdictChannel.h"
+#include "posix/FileFacts.h"
 #include "tools/clamdscan/Front.h"
 #include "tools/clamdscan/RealClient.h"
 
@@ -18,10 +19,8 @@ std::vector<std::string> pathsOfThisProgram() {
   if (const unsigned long name = getauxval(AT_EXECFN); name != 0) {
     paths.emplace_back(reinterpret_cast<const char*>(name));
   }
-  char program[4096];
-  const ssize_t length = readlink("/proc/self/exe", program, sizeof(program) - 1);
-  if (length > 0) {
-    paths.emplace_back(program, static_cast<std::size_t>(length));
+  if (auto program = targetOfLink("/proc/self/exe")) {
+    paths.push_back(std::move(*program));
   }
   return paths;
 }
@@ -55,6 +54,6 @@ int main(int argc, char** argv) {
     return 2;
   } catch (const std::exception& problem) {
     const std::string line = std::string("ERROR: clamdscan: ") + problem.what() + "\n";
-    return write(STDOUT_FILENO, line.data(), line.size()) < 0 ? 3 : 2;
+    return quillo::writeAll(STDOUT_FILENO, line) ? 2 : 3;
   }
 }

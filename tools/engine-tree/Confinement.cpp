@@ -2,23 +2,19 @@
 
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
+#include "posix/FileFacts.h"
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {
 
-bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
-
-std::string contentOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+std::string contentOf(const std::string& path) { return contentsOfFile(path).value_or(""); }
 
 bool isInForce(const MachinePlaces& places, const std::string& profile) {
   const std::string& folder = places.appArmorProfiles;
-  return contentOf(places.appArmorSwitch).rfind('Y', 0) == 0 && exists(folder + "/" + profile) &&
-         !exists(folder + "/disable/" + profile) && !exists(folder + "/force-complain/" + profile);
+  return contentOf(places.appArmorSwitch).starts_with('Y') && fileExists(folder + "/" + profile) &&
+         !fileExists(folder + "/disable/" + profile) &&
+         !fileExists(folder + "/force-complain/" + profile);
 }
 
 bool confines(const MachinePlaces& places, const std::string& profile) {
@@ -37,7 +33,7 @@ std::string hint(const MachinePlaces& places, const std::string& program,
 
 // The packaged profile of clamd lets it read home folders.
 bool liesInAHome(const std::string& path) {
-  return path.rfind("/home/", 0) == 0 || path.rfind("/root/", 0) == 0;
+  return liesBelow(path, "/home") || liesBelow(path, "/root");
 }
 
 }  // namespace

@@ -5,8 +5,9 @@
 
 #include <cstdlib>
 
-#include "clamav/Accounts.h"
+#include "clamav/ControlSocket.h"
 #include "posix/PlatformException.h"
+#include "posix/Text.h"
 #include "tools/engine-tree/SocketFolder.h"
 #include "tools/engine-tree/TreeFolder.h"
 
@@ -32,8 +33,7 @@ void chooseSocketFolder(TreePlan& plan, const std::string& remembered, SocketFol
   plan.socketFolder =
       use == SocketFolderUse::renew ? renewSocketFolder(request) : keepSocketFolder(request);
   // The user's runtime folder lies in memory, and is no place for what an archive unpacks to.
-  const bool isTemporary =
-      plan.socketFolder.compare(0, places.temporary.size() + 1, places.temporary + "/") == 0;
+  const bool isTemporary = liesBelow(plan.socketFolder, places.temporary);
   plan.scratch = isTemporary ? plan.socketFolder : "";
 }
 

@@ -1,6 +1,6 @@
 #include <unistd.h>
 
-#include "clamav/Accounts.h"
+#include "clamav/ControlSocket.h"
 #include "tools/engine-tree/Confinement.h"
 #include "tools/engine-tree/EngineTree.h"
 #include "tools/engine-tree/TreeFolder.h"

@@ -1,28 +1,16 @@
-#include <unistd.h>
-
-#include <array>
 #include <cstdio>
 #include <exception>
 #include <string>
 #include <vector>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "tools/engine-tree/Launcher.h"
 
-namespace {
-
-// From the kernel, so that it holds however the program was called.
-std::string ownPath(const char* calledAs) {
-  std::array<char, 4096> path;
-  const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-  return length > 0 ? std::string(path.data(), static_cast<std::size_t>(length)) : calledAs;
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
   try {
-    const std::string program = ownPath(argv[0]);
+    // From the kernel, so that it holds however the program was called.
+    const std::string program = quillo::targetOfLink("/proc/self/exe").value_or(argv[0]);
     const std::string root = quillo::rootOfProgram(program);
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     if (quillo::lastPathComponent(program) == "clamd") {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "tools/engine-tree/EngineTree.h"
 
@@ -28,11 +29,8 @@ struct Options {
 };
 
 std::string ownFolder() {
-  std::array<char, 4096> path;
-  const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-  return length > 0 ? quillo::deletingLastPathComponent(
-                          std::string_view(path.data(), static_cast<std::size_t>(length)))
-                    : ".";
+  const auto program = quillo::targetOfLink("/proc/self/exe");
+  return program ? quillo::deletingLastPathComponent(*program) : ".";
 }
 
 std::string absolute(const std::string& path) {

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -5,12 +6,12 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
+#include "posix/UniqueFd.h"
 #include "tools/newsyslog/Configuration.h"
 #include "tools/newsyslog/LogFolder.h"
 #include "tools/newsyslog/LogRotation.h"
@@ -49,12 +50,12 @@ bool parse(int argc, char** argv, Options& options) {
 }
 
 std::vector<quillo::LogEntry> entriesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (!file.is_open() || file.bad()) {
+  const quillo::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const auto text = file ? quillo::restOfFile(file.get()) : std::nullopt;
+  if (!text) {
     throw quillo::ConfigurationError(path + ": cannot read it: " + std::strerror(errno));
   }
-  return quillo::parseConfiguration(text, path);
+  return quillo::parseConfiguration(*text, path);
 }
 
 bool rotate(const quillo::LogEntry& entry, bool createsMissing) {

@@ -1,12 +1,7 @@
 #include <gtest/gtest.h>
-#include <sys/syscall.h>
-
-#include <cerrno>
 
 #include "platform/linux/names/LinuxMountNotifications.h"
-#include "platform/linux/names/MountTable.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/InterruptedSystemCall.h"
+#include "platform/linux/names/LinuxVolumes.h"
 
 namespace quillo {
 namespace {
@@ -21,34 +16,21 @@ std::string line(int id, const std::string& device, const std::string& root,
 std::vector<std::string> volumes(const std::string& text) {
   std::vector<std::string> points;
   for (const Mount& mount : volumesAmong(parseMountTable(text))) {
-    points.push_back(mount.mountPoint);
+    points.push_back(mount.point);
   }
   return points;
 }
 
 using Points = std::vector<std::string>;
 
-TEST(MountTableTest, ReadsALineAndUndoesItsEscapes) {
-  const auto mounts = parseMountTable(
-      "36 35 98:0 /mnt1 /media/a/My\\040Stick\\134\\011\\012 rw,noatime - ext3 /dev/r\\040oot "
-      "rw,errors=continue\n");
-  ASSERT_EQ(mounts.size(), 1U);
-  EXPECT_EQ(mounts[0].id, 36);
-  EXPECT_EQ(mounts[0].device, "98:0");
-  EXPECT_EQ(mounts[0].root, "/mnt1");
-  EXPECT_EQ(mounts[0].mountPoint, "/media/a/My Stick\\\t\n");
-  EXPECT_EQ(mounts[0].type, "ext3");
-  EXPECT_EQ(mounts[0].source, "/dev/r oot");
-}
-
-TEST(MountTableTest, ReadsOptionalFieldsAndPassesOverWhatIsNoMount) {
+TEST(LinuxVolumesTest, ReadsOptionalFieldsAndPassesOverWhatIsNoMount) {
   EXPECT_EQ(volumes(line(9, "8:17", "/", "/media/a/S", "vfat") + "garbage\n\n36 35 98:0 / /x\n" +
                     "x 1 8:1 / /media/a/T rw - ext4 d rw\n" + "9 1 8:2 / /media/a/U rw - ext4\n"),
             Points{"/media/a/S"});
   EXPECT_TRUE(parseMountTable("").empty());
 }
 
-TEST(MountTableTest, VolumesAreWhatAUserWouldCallSo) {
+TEST(LinuxVolumesTest, VolumesAreWhatAUserWouldCallSo) {
   EXPECT_EQ(
       volumes(line(1, "8:1", "/", "/", "ext4") + line(2, "8:2", "/", "/boot/efi", "vfat") +
               line(3, "8:3", "/", "/home", "ext4") + line(4, "8:17", "/", "/media/a/S", "vfat") +
@@ -60,7 +42,7 @@ TEST(MountTableTest, VolumesAreWhatAUserWouldCallSo) {
               "/media/cdrom"}));
 }
 
-TEST(MountTableTest, PseudoFileSystemsImagesAndPortalsAreNoVolumes) {
+TEST(LinuxVolumesTest, PseudoFileSystemsImagesAndPortalsAreNoVolumes) {
   EXPECT_EQ(
       volumes(line(1, "0:20", "/", "/proc", "proc") + line(2, "0:21", "/", "/x/cg", "cgroup2") +
               line(3, "0:22", "/", "/home/a/tmp", "tmpfs") +
@@ -74,7 +56,7 @@ TEST(MountTableTest, PseudoFileSystemsImagesAndPortalsAreNoVolumes) {
       Points());
 }
 
-TEST(MountTableTest, BindMountsAreNoVolumesAndSubvolumesAre) {
+TEST(LinuxVolumesTest, BindMountsAreNoVolumesAndSubvolumesAre) {
   EXPECT_EQ(volumes(line(1, "8:1", "/", "/", "ext4") + line(2, "8:1", "/home/a", "/mnt/a", "ext4") +
                     line(3, "8:1", "/", "/mnt/all", "ext4") +
                     line(4, "0:40", "/@data", "/mnt/data", "btrfs") +
@@ -82,23 +64,6 @@ TEST(MountTableTest, BindMountsAreNoVolumesAndSubvolumesAre) {
                     line(6, "0:41", "/share/sub", "/mnt/net", "nfs4") +
                     line(7, "8:9", "/sub", "/mnt/part", "ext4")),
             (Points{"/mnt/data", "/mnt/net"}));
-}
-
-TEST(MountTableTest, ReadsTheKernelsOwnTable) {
-  const MountTable table;
-  ASSERT_GE(table.descriptor(), 0);
-  EXPECT_FALSE(table.hasChanged());
-  const auto mounts = table.read();
-  ASSERT_TRUE(mounts);
-  EXPECT_TRUE(std::any_of(mounts->begin(), mounts->end(),
-                          [](const Mount& mount) { return mount.mountPoint == "/proc"; }));
-  EXPECT_EQ(table.read(), mounts);
-}
-
-TEST(MountTableTest, IsNotTakenForEmptyWhenItCannotBeRead) {
-  const MountTable table;
-  withFailingSystemCall(SYS_read, ENOMEM, [&] { EXPECT_EQ(table.read(), std::nullopt); });
-  withInterruptedSystemCall(SYS_read, 3, [&] { EXPECT_TRUE(table.read()); });
 }
 
 TEST(NewVolumesTest, AreToldOfOnceAndAgainWhenTheyComeAgain) {

@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
-#include <sys/sysmacros.h>
 
 #include <string>
 
-#include "helper/MountTable.h"
+#include "helper/Mounts.h"
 
 namespace quillo::helper {
 namespace {
@@ -21,43 +20,7 @@ Mount mountOfRoot(const std::string& root, const std::string& point) {
   return mount;
 }
 
-TEST(MountTable, ReadsAllThatALineTells) {
-  const auto mounts = parseMountTable(
-      "89 87 0:43 /@home /home rw,relatime shared:7 master:1 - btrfs /dev/vda2 "
-      "rw,subvolid=257,subvol=/@home\n");
-  ASSERT_EQ(mounts.size(), 1U);
-  EXPECT_EQ(mounts[0].id, 89);
-  EXPECT_EQ(mounts[0].device, makedev(0, 43));
-  EXPECT_EQ(mounts[0].root, "/@home");
-  EXPECT_EQ(mounts[0].point, "/home");
-  EXPECT_EQ(mounts[0].type, "btrfs");
-  EXPECT_EQ(mounts[0].source, "/dev/vda2");
-  EXPECT_EQ(mounts[0].superOptions, "rw,subvolid=257,subvol=/@home");
-  EXPECT_FALSE(mounts[0].readOnly);
-}
-
-TEST(MountTable, UndoesOctalEscapes) {
-  const auto mounts =
-      parseMountTable("1 1 8:1 / /media/my\\040stick\\011\\012\\134x\\1 rw - ext4 /dev/sda1 rw\n");
-  ASSERT_EQ(mounts.size(), 1U);
-  EXPECT_EQ(mounts[0].point, "/media/my stick\t\n\\x\\1");
-}
-
-TEST(MountTable, LeavesOutWhatIsNoMount) {
-  EXPECT_TRUE(parseMountTable("").empty());
-  EXPECT_TRUE(parseMountTable("\n\nnonsense\n1 2\n1 2 3:4\n1 2 x:y / / rw - t s o\n").empty());
-  EXPECT_TRUE(parseMountTable("1 2 3:4 / / rw shared:1\n").empty());
-  EXPECT_EQ(parseMountTable("x\n1 1 8:1 / / rw - ext4 s rw\nx\n").size(), 1U);
-}
-
-TEST(MountTable, SeesReadOnlyMountsAndReadOnlyFileSystems) {
-  EXPECT_TRUE(parseMountTable("1 1 8:1 / / ro,nosuid - ext4 s rw\n")[0].readOnly);
-  EXPECT_TRUE(parseMountTable("1 1 8:1 / / rw,nosuid - ext4 s ro,errors=remount-ro\n")[0].readOnly);
-  EXPECT_FALSE(
-      parseMountTable("1 1 8:1 / / rw,nosuid - ext4 s rw,errors=remount-ro\n")[0].readOnly);
-}
-
-TEST(MountTable, WatchesLocalFileSystemsOnly) {
+TEST(HelperMounts, WatchesLocalFileSystemsOnly) {
   for (const char* type : {"ext4", "xfs", "btrfs", "tmpfs", "vfat", "overlay", "ntfs3", "zfs"}) {
     EXPECT_TRUE(isWatchable(mountOfType(type), 1000)) << type;
   }
@@ -68,21 +31,21 @@ TEST(MountTable, WatchesLocalFileSystemsOnly) {
   EXPECT_FALSE(isWatchable(mountOfType("ext4", "ro"), 1000));
 }
 
-TEST(MountTable, WatchesFuseOnlyOfRootAndOfTheCaller) {
+TEST(HelperMounts, WatchesFuseOnlyOfRootAndOfTheCaller) {
   EXPECT_TRUE(isWatchable(mountOfType("fuseblk", "rw,user_id=0,group_id=0"), 1000));
   EXPECT_TRUE(isWatchable(mountOfType("fuse.encfs", "rw,user_id=1000,group_id=0"), 1000));
   EXPECT_FALSE(isWatchable(mountOfType("fuse.encfs", "rw,user_id=1001,group_id=0"), 1000));
   EXPECT_FALSE(isWatchable(mountOfType("fuse.encfs", "rw"), 1000));
 }
 
-TEST(MountTable, KnowsANetworkFileSystemByItsSource) {
+TEST(HelperMounts, KnowsANetworkFileSystemByItsSource) {
   const auto mounts = parseMountTable(
       "30 1 0:9 / /mnt rw - fuse https://cloud.example/files rw,user_id=1000,group_id=0\n");
   ASSERT_EQ(mounts.size(), 1U);
   EXPECT_FALSE(isWatchable(mounts[0], 1000));
 }
 
-TEST(MountTable, TranslatesBetweenAMountAndItsFileSystem) {
+TEST(HelperMounts, TranslatesBetweenAMountAndItsFileSystem) {
   const Mount home = mountOfRoot("/@home", "/home");
   EXPECT_EQ(pathInFileSystem(home, "/home/user/x"), "/@home/user/x");
   EXPECT_EQ(pathInFileSystem(home, "/home"), "/@home");
@@ -94,7 +57,7 @@ TEST(MountTable, TranslatesBetweenAMountAndItsFileSystem) {
   EXPECT_EQ(pathThrough(home, "/@/x"), std::nullopt);
 }
 
-TEST(MountTable, TranslatesWhereAWholeFileSystemIsMounted) {
+TEST(HelperMounts, TranslatesWhereAWholeFileSystemIsMounted) {
   const Mount stick = mountOfRoot("/", "/media/stick");
   EXPECT_EQ(pathInFileSystem(stick, "/media/stick"), "/");
   EXPECT_EQ(pathInFileSystem(stick, "/media/stick/a/b"), "/a/b");
