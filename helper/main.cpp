@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <string_view>
 
 #include "helper/Confinement.h"
 #include "helper/EventLoop.h"
@@ -15,6 +16,7 @@
 #include "helper/Parent.h"
 #include "helper/Rights.h"
 #include "helper/SystemLog.h"
+#include "posix/Version.h"
 
 namespace {
 
@@ -34,10 +36,27 @@ void watch() {
   loop.run();
 }
 
+constexpr const char* help =
+    "gfslogger\n"
+    "    prints the path of each file that appears or changes, one a line, until it is ended or "
+    "its\n"
+    "    reader is; has to be set-user-ID root; vantrel-quillo starts it. See gfslogger(8).\n"
+    "gfslogger --help\n"
+    "gfslogger --version\n";
+
 // The agent may read standard error and output from one pipe: no line of it may look like a path.
 int say(const char* reason, int status) {
   dprintf(STDERR_FILENO, "gfslogger: %s\n", reason);
   return status;
+}
+
+// By hand: getopt_long(3) asks the environment and the locale, and complains in the caller's words.
+int answer(int argc, std::string_view word) {
+  if (argc != 2 || (word != "--help" && word != "--version")) {
+    return say("takes no arguments", misused);
+  }
+  const int status = word == "--help" ? quillo::printText(help) : quillo::printVersion("gfslogger");
+  return status == 0 ? ended : failed;
 }
 
 }  // namespace
@@ -48,10 +67,10 @@ extern "C" const char* __asan_default_options();
 const char* __asan_default_options() { return "detect_leaks=0"; }
 #endif
 
-int main(int argc, char**) {
+int main(int argc, char** argv) {
   try {
     shedInheritance();
-    if (argc > 1) return say("takes no arguments", misused);
+    if (argc > 1) return answer(argc, argv[1]);
     watch();
     return ended;
   } catch (const ReaderGone&) {

@@ -77,7 +77,7 @@ TEST_F(GfsloggerLife, SaysThatANosuidMountHindersIt) {
 
 TEST_F(GfsloggerLife, RefusesArgumentsWithStatus2) {
   StandInAgent::Options how = options();
-  how.arguments = {"--help"};
+  how.arguments = {"--help", "--version"};
   StandInAgent agent(how);
   expectFailure(agent, 2, "takes no arguments");
 }

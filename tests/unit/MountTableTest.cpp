@@ -34,6 +34,13 @@ TEST(MountTable, UndoesOctalEscapes) {
   EXPECT_EQ(mounts[0].point, "/media/my stick\t\n\\x\\1");
 }
 
+TEST(MountTable, UndoesTheEscapesOfASource) {
+  const auto mounts = parseMountTable("36 35 98:0 /mnt1 /m rw - ext3 /dev/r\\040oot rw\n");
+  ASSERT_EQ(mounts.size(), 1U);
+  EXPECT_EQ(mounts[0].root, "/mnt1");
+  EXPECT_EQ(mounts[0].source, "/dev/r oot");
+}
+
 TEST(MountTable, LeavesOutWhatIsNoMount) {
   EXPECT_TRUE(parseMountTable("").empty());
   EXPECT_TRUE(parseMountTable("\n\nnonsense\n1 2\n1 2 3:4\n1 2 x:y / / rw - t s o\n").empty());

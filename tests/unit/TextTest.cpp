@@ -98,5 +98,14 @@ TEST(Text, AbbreviatingKnowsAHomeFolderWithOneLetterMore) {
   EXPECT_EQ(abbreviatingWithTilde("/home/annas", "/home/anna"), "/home/annas");
 }
 
+TEST(Text, WhatLiesBelowAFolderIsDecidedByComponents) {
+  EXPECT_TRUE(liesBelow("/a/b", "/a"));
+  EXPECT_TRUE(liesBelow("/a", "/"));
+  EXPECT_FALSE(liesBelow("/a", "/a"));
+  EXPECT_FALSE(liesBelow("/ab", "/a"));
+  EXPECT_FALSE(liesBelow("/", "/"));
+  EXPECT_FALSE(liesBelow("a", "/"));
+}
+
 }  // namespace
 }  // namespace quillo

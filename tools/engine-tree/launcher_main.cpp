@@ -5,6 +5,7 @@
 
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
+#include "posix/Version.h"
 #include "tools/engine-tree/Launcher.h"
 
 int main(int argc, char** argv) {
@@ -19,9 +20,15 @@ int main(int argc, char** argv) {
     if (quillo::lastPathComponent(program) == "freshclam") {
       return quillo::launchUpdater(root, arguments);
     }
-    std::fprintf(stderr,
-                 "This program works as sbin/clamd or bin/freshclam of an engine tree, which "
-                 "vantrel-engine-tree makes.\n");
+    // As one of these two it hands such options on.
+    constexpr char use[] =
+        "This program works as sbin/clamd or bin/freshclam of an engine tree, which "
+        "vantrel-engine-tree makes.\n";
+    const std::string asked = arguments.size() == 1 ? arguments[0] : "";
+    if (asked == "--help" || asked == "--version") {
+      return asked == "--help" ? quillo::printText(use) : quillo::printVersion("engine-launcher");
+    }
+    std::fputs(use, stderr);
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s: %s\n", argv[0], failure.what());
   }
