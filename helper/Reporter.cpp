@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
 #include "posix/FolderReader.h"
 
 namespace quillo::helper {

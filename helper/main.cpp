@@ -15,7 +15,7 @@
 #include "helper/OwnLog.h"
 #include "helper/Parent.h"
 #include "helper/Rights.h"
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
 #include "posix/Version.h"
 
 namespace {

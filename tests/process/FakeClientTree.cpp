@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "posix/ChildProcess.h"
-#include "tools/clamdscan/Front.h"
+#include "tools/clamdscan/ClientWrapper.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr char client[] = R"(#!/bin/sh
@@ -59,10 +59,10 @@ SessionClamd& FakeClientTree::daemon(SessionClamd::Script script, SessionClamd::
   return *daemon_;
 }
 
-FrontRun FakeClientTree::run(const std::vector<std::string>& words) const {
-  FrontRun result;
-  ChildProcess front({program(), words});
-  result.status = front.waitUntilExit([&](std::string_view chunk) {
+WrapperRun FakeClientTree::run(const std::vector<std::string>& words) const {
+  WrapperRun result;
+  ChildProcess wrapper({program(), words});
+  result.status = wrapper.waitUntilExit([&](std::string_view chunk) {
     result.output += chunk;
     return true;
   });
@@ -77,8 +77,8 @@ std::vector<std::string> FakeClientTree::listWords(const std::vector<std::string
   return {"--stdout", "--no-summary", "--file-list=" + tree_.file("list", list)};
 }
 
-FrontRun FakeClientTree::scan(const std::vector<std::string>& paths,
-                              const std::vector<std::string>& words) const {
+WrapperRun FakeClientTree::scan(const std::vector<std::string>& paths,
+                                const std::vector<std::string>& words) const {
   std::vector<std::string> all = words;
   for (const std::string& word : listWords(paths)) {
     all.push_back(word);
@@ -86,19 +86,19 @@ FrontRun FakeClientTree::scan(const std::vector<std::string>& paths,
   return run(all);
 }
 
-FrontRun FakeClientTree::scanWithPatience(const std::vector<std::string>& paths,
-                                          Clock::Duration patience) const {
+WrapperRun FakeClientTree::scanWithPatience(const std::vector<std::string>& paths,
+                                            Clock::Duration patience) const {
   const UniqueFd output(memfd_create("report", MFD_CLOEXEC));
-  const EngineTree tree = EngineTree::at(tree_.path());
+  const TreeSettings tree = TreeSettings::at(tree_.path());
   const CommandLine asked = CommandLine::parse(listWords(paths));
   Report report({output.get(), output.get()});
   SystemClock clock;
-  FrontRun result;
-  result.status = Front(tree, asked, report, clock, Starter(-1, -1), patience).run();
+  WrapperRun result;
+  result.status = ClientWrapper(tree, asked, report, clock, Starter(-1, -1), patience).run();
   std::array<char, 65536> bytes;
   const ssize_t count = pread(output.get(), bytes.data(), bytes.size(), 0);
   result.output.assign(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
   return result;
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -8,15 +8,15 @@
 #include "tests/fakes/ScratchFolder.h"
 #include "tests/fakes/SessionClamd.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // What a run printed, and how it ended: exit status, or a signal's number.
-struct FrontRun {
+struct WrapperRun {
   int status = -1;
   std::string output;
 };
 
-// An engine tree with the front program, a fake daemon, and as the real client a little shell
+// An engine tree with the wrapper, a fake daemon, and as the real client a little shell
 // program that logs its calls, says "client" and hangs where a word begins with "hang".
 class FakeClientTree {
  public:
@@ -43,12 +43,13 @@ class FakeClientTree {
   SessionClamd& daemon() { return *daemon_; }
   void endDaemon() { daemon_.reset(); }
 
-  FrontRun run(const std::vector<std::string>& words) const;
+  WrapperRun run(const std::vector<std::string>& words) const;
   // With "--stdout --no-summary" and a list of these paths.
-  FrontRun scan(const std::vector<std::string>& paths,
-                const std::vector<std::string>& words = {}) const;
+  WrapperRun scan(const std::vector<std::string>& paths,
+                  const std::vector<std::string>& words = {}) const;
   // The same, in this process and with less patience.
-  FrontRun scanWithPatience(const std::vector<std::string>& paths, Clock::Duration patience) const;
+  WrapperRun scanWithPatience(const std::vector<std::string>& paths,
+                              Clock::Duration patience) const;
   std::vector<std::string> listWords(const std::vector<std::string>& paths) const;
 
  private:
@@ -57,4 +58,4 @@ class FakeClientTree {
   std::unique_ptr<SessionClamd> daemon_;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -16,9 +16,9 @@
 
 #include "posix/Text.h"
 #include "tests/root/support/Files.h"
-#include "tests/root/support/FrontOnClamd.h"
+#include "tests/root/support/WrapperOnClamd.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 using tests::eicar;
@@ -29,7 +29,7 @@ bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-class FrontOnSlowClamd : public FrontOnClamd {
+class WrapperOnSlowClamd : public WrapperOnClamd {
  protected:
   // So large that the daemon takes much longer for it than it lets a session be silent.
   std::string slow(const std::string& name, off_t megabytes = 300) {
@@ -45,14 +45,14 @@ class FrontOnSlowClamd : public FrontOnClamd {
       "IdleTimeout 1\nSendBufTimeout 200\n";
 };
 
-TEST_F(FrontOnSlowClamd, KeepsItsSessionOverScansThatOutlastEveryTimeOut) {
+TEST_F(WrapperOnSlowClamd, KeepsItsSessionOverScansThatOutlastEveryTimeOut) {
   startDaemon(impatient);
   const std::vector<std::string> paths = {slow("a"), slow("b"), slow("c")};
   EXPECT_EQ(scan(paths), found(paths[0]) + found(paths[1]) + found(paths[2]));
   EXPECT_FALSE(has(log(), "TIMED OUT")) << log();
 }
 
-TEST_F(FrontOnSlowClamd, ScansOnOverAReload) {
+TEST_F(WrapperOnSlowClamd, ScansOnOverAReload) {
   for (const char* way :
        {"ConcurrentDatabaseReload yes\n", "ConcurrentDatabaseReload no\nIdleTimeout 1\n"}) {
     startDaemon(way);
@@ -73,7 +73,7 @@ TEST_F(FrontOnSlowClamd, ScansOnOverAReload) {
   }
 }
 
-TEST_F(FrontOnClamd, LeavesNoneOfFiftyOutThatADyingDaemonHad) {
+TEST_F(WrapperOnClamd, LeavesNoneOfFiftyOutThatADyingDaemonHad) {
   startDaemon("MaxThreads 50\n");
   std::vector<std::string> paths;
   for (int i = 0; i < 3000; ++i) {
@@ -145,7 +145,7 @@ class Stranger {
   pid_t process_ = -1;
 };
 
-TEST_F(FrontOnClamd, SendsNothingToAListenerOfAnotherUser) {
+TEST_F(WrapperOnClamd, SendsNothingToAListenerOfAnotherUser) {
   const std::string path = files.file("mine", eicar(), 0600);
   ASSERT_EQ(chown(path.c_str(), ordinaryUser, ordinaryUser), 0);
   user = ordinaryUser;
@@ -160,4 +160,4 @@ TEST_F(FrontOnClamd, SendsNothingToAListenerOfAnotherUser) {
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

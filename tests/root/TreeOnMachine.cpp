@@ -51,7 +51,7 @@ TreeOnMachine::TreeOnMachine() {
   const std::string built = QUILLO_BINARY_DIR "/resources/engine-tools/";
   const std::string tool = contentOf(built + "vantrel-engine-tree");
   const std::string launcher = contentOf(built + "engine-launcher");
-  const std::string front = contentOf(built + "clamdscan");
+  const std::string wrapper = contentOf(built + "clamdscan");
   leaveTheMachinesMounts();
   cover("/tmp", "mode=1777");
   cover("/etc/clamav", "mode=755");
@@ -65,7 +65,7 @@ TreeOnMachine::TreeOnMachine() {
   std::filesystem::create_directory(path("tools"));
   install("vantrel-engine-tree", tool);
   install("engine-launcher", launcher);
-  install("clamdscan", front);
+  install("clamdscan", wrapper);
 }
 
 TreeOnMachine::~TreeOnMachine() {

@@ -12,7 +12,7 @@
 #include "helper/Failure.h"
 #include "helper/LineWriter.h"
 #include "helper/OwnLog.h"
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
 #include "posix/EscapedPath.h"
 
 namespace quillo::helper {

@@ -11,7 +11,7 @@
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
 #include "tests/support/TreeSandbox.h"
-#include "tools/engine-tree/Confinement.h"
+#include "tools/engine-tree/AppArmor.h"
 
 namespace quillo {
 namespace {

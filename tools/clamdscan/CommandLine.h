@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // What a caller asked of the scanner, read as the real client reads it (clamdscan(1), with
 // getopt_long(3)'s abbreviations and clusters). Not by getopt_long(3) itself, which would complain
@@ -31,4 +31,4 @@ struct CommandLine {
   static CommandLine parse(const std::vector<std::string>& words);
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

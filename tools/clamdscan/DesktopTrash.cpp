@@ -16,7 +16,7 @@
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr char noteEnd[] = ".trashinfo";
@@ -117,4 +117,4 @@ void DesktopTrash::forget(int notes, const std::string& name) {
   unlinkat(notes, (name + noteEnd).c_str(), 0);
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

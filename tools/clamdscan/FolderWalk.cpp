@@ -10,7 +10,7 @@
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -118,4 +118,4 @@ void FolderWalk::through(const std::string& root, const Visitor& visitor, std::s
   Walk(root, visitor, deepest).run();
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -16,7 +16,7 @@
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr int mostNames = 1000;
@@ -281,4 +281,4 @@ int MoveFolder::copy(const Source& source, const std::string& name) {
   return error;
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -11,7 +11,7 @@
 
 #include "posix/FileFacts.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr int always = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -118,4 +118,4 @@ int makeFolders(const std::string& path) {
   return mkdir(path.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

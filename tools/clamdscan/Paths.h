@@ -7,7 +7,7 @@
 
 #include "posix/UniqueFd.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // strerror(3) in the tone of a reason: "permission denied".
 std::string reasonText(int error);
@@ -27,4 +27,4 @@ std::string pathOf(int descriptor);
 // Makes a folder (0700, and those above it) unless it is there: 0 or an errno.
 int makeFolders(const std::string& path);
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -7,7 +7,7 @@
 #include "clamav/VerdictChannel.h"
 #include "posix/UniqueFd.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr std::size_t atomicWrite = 4096;
@@ -163,4 +163,4 @@ void Report::flush() {
 
 int Report::exitStatus() const { return infections_ > 0 ? 1 : failures_ > 0 ? 2 : 0; }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

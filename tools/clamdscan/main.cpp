@@ -8,10 +8,10 @@
 
 #include "clamav/VerdictChannel.h"
 #include "posix/FileFacts.h"
-#include "tools/clamdscan/Front.h"
+#include "tools/clamdscan/ClientWrapper.h"
 #include "tools/clamdscan/RealClient.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 std::vector<std::string> pathsOfThisProgram() {
@@ -26,7 +26,7 @@ std::vector<std::string> pathsOfThisProgram() {
 }
 
 int run(const std::vector<std::string>& words) {
-  EngineTree tree = EngineTree::find(pathsOfThisProgram());
+  TreeSettings tree = TreeSettings::find(pathsOfThisProgram());
   const CommandLine asked = CommandLine::parse(words);
   if (asked.configuration) {
     tree.useConfiguration(*asked.configuration);
@@ -41,16 +41,16 @@ int run(const std::vector<std::string>& words) {
     return report.exitStatus();
   }
   SystemClock clock;
-  return Front(tree, asked, report, clock, starter).run();
+  return ClientWrapper(tree, asked, report, clock, starter).run();
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper
 
 int main(int argc, char** argv) {
   try {
-    return quillo::front::run(std::vector<std::string>(argv + 1, argv + argc));
-  } catch (const quillo::front::Starter::Gone&) {
+    return quillo::wrapper::run(std::vector<std::string>(argv + 1, argv + argc));
+  } catch (const quillo::wrapper::Starter::Gone&) {
     return 2;
   } catch (const std::exception& problem) {
     const std::string line = std::string("ERROR: clamdscan: ") + problem.what() + "\n";

@@ -12,7 +12,7 @@
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
-#include "tools/engine-tree/Confinement.h"
+#include "tools/engine-tree/AppArmor.h"
 
 namespace quillo {
 namespace {

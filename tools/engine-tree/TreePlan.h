@@ -38,7 +38,7 @@ struct TreePlan {
 std::string clamdConfText(const TreePlan& plan);
 std::string freshclamConfText(const TreePlan& plan);
 // For bin/clamdscan: the real client, and the configuration of the daemon that answers it.
-std::string frontConfText(const TreePlan& plan);
+std::string wrapperConfText(const TreePlan& plan);
 // For sbin/clamd, bin/freshclam and the next run.
 std::string launchConfText(const TreePlan& plan);
 

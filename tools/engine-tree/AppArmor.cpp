@@ -1,4 +1,4 @@
-#include "tools/engine-tree/Confinement.h"
+#include "tools/engine-tree/AppArmor.h"
 
 #include <unistd.h>
 

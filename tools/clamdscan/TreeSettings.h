@@ -6,10 +6,10 @@
 #include "clamav/ScanLimits.h"
 #include "clamav/ScanSession.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // The engine tree that this program stands in, as ROOT/bin/clamdscan, and what its etc/ says.
-struct EngineTree {
+struct TreeSettings {
   std::string configuration;  // ROOT/etc/clamd.conf, for the real client
   std::string daemonSocket;   // "LocalSocket" there, may be empty
   std::string realClient;     // "RealClient" of ROOT/etc/front.conf, or the distribution's place
@@ -20,8 +20,8 @@ struct EngineTree {
 
   // The tree of the first of `programs` (paths of this program, best first) that has one: a tree
   // may hold a symbolic link to the program as well as a copy. Any thread; never fails.
-  static EngineTree find(const std::vector<std::string>& programs);
-  static EngineTree at(const std::string& root);
+  static TreeSettings find(const std::vector<std::string>& programs);
+  static TreeSettings at(const std::string& root);
   // Has another configuration count for everything but the real client's place.
   void useConfiguration(const std::string& path);
 
@@ -29,4 +29,4 @@ struct EngineTree {
   void takeDaemon(const ClamConf& daemon);
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -9,7 +9,7 @@
 #include "posix/UniqueFd.h"
 #include "tools/clamdscan/Report.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 // The pieces that were written, each by itself.
@@ -49,7 +49,7 @@ Verdict infection(std::string_view path, std::string_view threat) {
   return verdict;
 }
 
-TEST(FrontReport, WritesVerdictsAsTheClientDoes) {
+TEST(WrapperReport, WritesVerdictsAsTheClientDoes) {
   EXPECT_EQ(text([](Report& report) {
               report.clean("/a");
               report.infected(infection("/b", "Name"));
@@ -58,7 +58,7 @@ TEST(FrontReport, WritesVerdictsAsTheClientDoes) {
             "/a: OK\n/b: Name FOUND\n/c: Not scanned: socket\n");
 }
 
-TEST(FrontReport, LetsNothingElseLookLikeAVerdict) {
+TEST(WrapperReport, LetsNothingElseLookLikeAVerdict) {
   for (const auto& say : std::vector<std::function<void(Report&)>>{
            [](Report& report) { report.error("ERROR: no list /x FOUND"); },
            [](Report& report) { report.remark("odd /x: Bad FOUND"); },
@@ -69,12 +69,12 @@ TEST(FrontReport, LetsNothingElseLookLikeAVerdict) {
   }
 }
 
-TEST(FrontReport, KeepsColonsAndLineBreaksOutOfTheThreat) {
+TEST(WrapperReport, KeepsColonsAndLineBreaksOutOfTheThreat) {
   EXPECT_EQ(text([](Report& report) { report.infected(infection("/x:y", "A:B\nC")); }),
             "/x:y: A_B\\x0AC FOUND\n");
 }
 
-TEST(FrontReport, WritesWholeLinesInPiecesThatArriveWhole) {
+TEST(WrapperReport, WritesWholeLinesInPiecesThatArriveWhole) {
   const std::vector<std::string> pieces = written([](Report& report) {
     for (int i = 0; i < 200; ++i) {
       report.clean("/" + std::string(100, 'x') + std::to_string(i));
@@ -88,13 +88,13 @@ TEST(FrontReport, WritesWholeLinesInPiecesThatArriveWhole) {
   }
 }
 
-TEST(FrontReport, NeverTearsALineThatIsTooLongForOnePiece) {
+TEST(WrapperReport, NeverTearsALineThatIsTooLongForOnePiece) {
   const std::string all = text(
       [](Report& report) { report.infected(infection("/" + std::string(9000, 'x'), "Name")); });
   EXPECT_EQ(all.size(), 9001 + std::string(": Name FOUND\n").size());
 }
 
-TEST(FrontReport, SaysInfectedFilesOnlyWhenAsked) {
+TEST(WrapperReport, SaysInfectedFilesOnlyWhenAsked) {
   const auto say = [](Report& report) {
     report.clean("/a");
     report.infected(infection("/b", "Name"));
@@ -104,7 +104,7 @@ TEST(FrontReport, SaysInfectedFilesOnlyWhenAsked) {
   EXPECT_EQ(text(say, {1, 2, false, true}), "/c: Not scanned: socket\n");
 }
 
-TEST(FrontReport, EndsWithTheWorstStatus) {
+TEST(WrapperReport, EndsWithTheWorstStatus) {
   Report report({-1, -1});
   report.clean("/a");
   EXPECT_EQ(report.exitStatus(), 0);
@@ -115,4 +115,4 @@ TEST(FrontReport, EndsWithTheWorstStatus) {
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

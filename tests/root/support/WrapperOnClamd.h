@@ -14,12 +14,12 @@
 #include "tests/fakes/ScratchFolder.h"
 #include "tests/root/support/PrivateClamd.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
-// An engine tree with the front program, the installed client and a daemon.
-class FrontOnClamd : public testing::Test {
+// An engine tree with the wrapper, the installed client and a daemon.
+class WrapperOnClamd : public testing::Test {
  protected:
-  FrontOnClamd() {
+  WrapperOnClamd() {
     chmod(tree.path().c_str(), 0755);
     chmod(files.path().c_str(), 0755);
     std::filesystem::create_directory(tree.at("bin"));
@@ -42,8 +42,8 @@ class FrontOnClamd : public testing::Test {
       program = "/usr/bin/setpriv";
     }
     std::string output;
-    ChildProcess front({program, words});
-    status = front.waitUntilExit([&](std::string_view chunk) {
+    ChildProcess wrapper({program, words});
+    status = wrapper.waitUntilExit([&](std::string_view chunk) {
       output += chunk;
       return seen ? seen(chunk) : true;
     });
@@ -74,4 +74,4 @@ class FrontOnClamd : public testing::Test {
   int status = -1;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -12,7 +12,7 @@
 #include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 Entry resolved(const std::string& path) { return PathResolver().resolve(path); }
@@ -30,7 +30,7 @@ std::string deepFolder(const ScratchFolder& scratch, std::size_t length) {
   return path;
 }
 
-TEST(FrontEntry, IsAFileAsItStands) {
+TEST(WrapperEntry, IsAFileAsItStands) {
   const ScratchFolder scratch;
   const Entry entry = resolved(scratch.file("a"));
   EXPECT_EQ(entry.kind, Entry::Kind::file);
@@ -38,7 +38,7 @@ TEST(FrontEntry, IsAFileAsItStands) {
   EXPECT_FALSE(entry.reachedByLink());
 }
 
-TEST(FrontEntry, StandsForTheTargetOfALink) {
+TEST(WrapperEntry, StandsForTheTargetOfALink) {
   const ScratchFolder scratch;
   scratch.file("real/a");
   scratch.link("link", "real/a");
@@ -53,7 +53,7 @@ TEST(FrontEntry, StandsForTheTargetOfALink) {
   EXPECT_EQ(resolved(scratch.at("folder/")).path, scratch.at("real"));
 }
 
-TEST(FrontEntry, SaysWhatALinkLacks) {
+TEST(WrapperEntry, SaysWhatALinkLacks) {
   const ScratchFolder scratch;
   EXPECT_EQ(resolved(scratch.link("dangling", "none")).reason, "dangling symbolic link");
   EXPECT_EQ(resolved(scratch.link("loop", "loop")).reason, "symbolic link that leads to itself");
@@ -61,7 +61,7 @@ TEST(FrontEntry, SaysWhatALinkLacks) {
   EXPECT_EQ(resolved("").kind, Entry::Kind::unscannable);
 }
 
-TEST(FrontEntry, RefusesWhatIsNoFile) {
+TEST(WrapperEntry, RefusesWhatIsNoFile) {
   const ScratchFolder scratch;
   ASSERT_EQ(mkfifo(scratch.at("pipe").c_str(), 0600), 0);
   EXPECT_EQ(resolved(scratch.at("pipe")).reason, "named pipe");
@@ -69,7 +69,7 @@ TEST(FrontEntry, RefusesWhatIsNoFile) {
   EXPECT_EQ(resolved("/dev/null").reason, "device");
 }
 
-TEST(FrontEntry, ReachesBehindTheLongestPath) {
+TEST(WrapperEntry, ReachesBehindTheLongestPath) {
   const ScratchFolder scratch;
   const std::string folder = deepFolder(scratch, 4500);
   const UniqueFd parent = openPath(folder, O_PATH | O_DIRECTORY);
@@ -80,7 +80,7 @@ TEST(FrontEntry, ReachesBehindTheLongestPath) {
   EXPECT_TRUE(openWithoutLinks(entry.path, O_RDONLY | O_NOFOLLOW));
 }
 
-TEST(FrontPaths, RefuseALinkOnTheWay) {
+TEST(WrapperPaths, RefuseALinkOnTheWay) {
   const ScratchFolder scratch;
   scratch.file("real/a");
   scratch.link("folder", "real");
@@ -88,7 +88,7 @@ TEST(FrontPaths, RefuseALinkOnTheWay) {
   EXPECT_FALSE(openWithoutLinks(scratch.at("folder/a"), O_RDONLY));
 }
 
-class FrontWalk : public testing::Test {
+class WrapperWalk : public testing::Test {
  protected:
   void walk(const std::string& root) {
     const FolderWalk::Visitor visitor = {
@@ -110,7 +110,7 @@ class FrontWalk : public testing::Test {
   std::size_t most = 1000;
 };
 
-TEST_F(FrontWalk, MeetsEveryFile) {
+TEST_F(WrapperWalk, MeetsEveryFile) {
   scratch.file("a", "12345");
   scratch.file("b/c/d", "");
   walk(scratch.path());
@@ -118,7 +118,7 @@ TEST_F(FrontWalk, MeetsEveryFile) {
   EXPECT_TRUE(obstacles.empty());
 }
 
-TEST_F(FrontWalk, EndsWhenItIsToldTo) {
+TEST_F(WrapperWalk, EndsWhenItIsToldTo) {
   scratch.file("a/b");
   scratch.file("c/d");
   most = 1;
@@ -126,7 +126,7 @@ TEST_F(FrontWalk, EndsWhenItIsToldTo) {
   EXPECT_EQ(files.size(), 1U);
 }
 
-TEST_F(FrontWalk, PassesOverLinksThatStayInside) {
+TEST_F(WrapperWalk, PassesOverLinksThatStayInside) {
   scratch.file("in/a");
   scratch.link("in/b/up", "../a");
   scratch.link("in/self", ".");
@@ -135,7 +135,7 @@ TEST_F(FrontWalk, PassesOverLinksThatStayInside) {
   EXPECT_EQ(files.size(), 1U);
 }
 
-TEST_F(FrontWalk, TellsLinksThatLeadOutOrNowhere) {
+TEST_F(WrapperWalk, TellsLinksThatLeadOutOrNowhere) {
   scratch.file("inside/a");
   scratch.file("in/x");
   scratch.link("in/out", "../inside/a");
@@ -148,13 +148,13 @@ TEST_F(FrontWalk, TellsLinksThatLeadOutOrNowhere) {
   EXPECT_EQ(obstacles[scratch.at("in/loop")], "symbolic link that leads to itself");
 }
 
-TEST_F(FrontWalk, OpensNoPipe) {
+TEST_F(WrapperWalk, OpensNoPipe) {
   ASSERT_EQ(mkfifo(scratch.at("pipe").c_str(), 0600), 0);
   walk(scratch.path());
   EXPECT_EQ(obstacles[scratch.at("pipe")], "named pipe");
 }
 
-TEST_F(FrontWalk, SaysWhereItTurnsBack) {
+TEST_F(WrapperWalk, SaysWhereItTurnsBack) {
   std::string path = scratch.path();
   for (int i = 0; i < 300; ++i) {
     path += "/d";
@@ -166,4 +166,4 @@ TEST_F(FrontWalk, SaysWhereItTurnsBack) {
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

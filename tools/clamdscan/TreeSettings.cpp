@@ -1,4 +1,4 @@
-#include "tools/clamdscan/EngineTree.h"
+#include "tools/clamdscan/TreeSettings.h"
 
 #include <limits.h>
 #include <unistd.h>
@@ -8,7 +8,7 @@
 #include "clamav/ClamConf.h"
 #include "posix/Text.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 std::string absolute(const std::string& path) {
@@ -21,7 +21,7 @@ std::string absolute(const std::string& path) {
 
 }  // namespace
 
-EngineTree EngineTree::find(const std::vector<std::string>& programs) {
+TreeSettings TreeSettings::find(const std::vector<std::string>& programs) {
   std::string root;
   for (const std::string& program : programs) {
     if (program.find('/') == std::string::npos) {
@@ -39,29 +39,29 @@ EngineTree EngineTree::find(const std::vector<std::string>& programs) {
   return at(root);
 }
 
-EngineTree EngineTree::at(const std::string& root) {
-  EngineTree tree;
+TreeSettings TreeSettings::at(const std::string& root) {
+  TreeSettings tree;
   tree.configuration = root + "/etc/clamd.conf";
-  const ClamConf front = ClamConf::read(root + "/etc/front.conf").value_or(ClamConf());
+  const ClamConf wrapper = ClamConf::read(root + "/etc/front.conf").value_or(ClamConf());
   const ClamConf own = ClamConf::read(tree.configuration).value_or(ClamConf());
   tree.daemonSocket = own.value("LocalSocket");
-  tree.realClient = front.value("RealClient", "/usr/bin/clamdscan");
-  const std::string daemon = front.value("DaemonConfig");
+  tree.realClient = wrapper.value("RealClient", "/usr/bin/clamdscan");
+  const std::string daemon = wrapper.value("DaemonConfig");
   tree.takeDaemon(daemon.empty() ? own : ClamConf::read(daemon).value_or(own));
   return tree;
 }
 
-void EngineTree::useConfiguration(const std::string& path) {
+void TreeSettings::useConfiguration(const std::string& path) {
   configuration = path;
   const ClamConf own = ClamConf::read(path).value_or(ClamConf());
   daemonSocket = own.value("LocalSocket");
   takeDaemon(own);
 }
 
-void EngineTree::takeDaemon(const ClamConf& daemon) {
+void TreeSettings::takeDaemon(const ClamConf& daemon) {
   daemonAccount = daemon.value("User");
   limits = ScanLimits::of(daemon);
   manners = SessionManners::of(daemon);
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

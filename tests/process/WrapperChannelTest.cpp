@@ -20,16 +20,16 @@
 #include "posix/Text.h"
 #include "tests/process/FakeClientTree.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 using Kind = Verdict::Kind;
 using Whereabouts = Verdict::Whereabouts;
 
 // Runs the program as the agent does, with its channel and its report in this process's hands.
-class FrontChannel : public testing::Test {
+class WrapperChannel : public testing::Test {
  protected:
-  ~FrontChannel() override {
+  ~WrapperChannel() override {
     if (child > 0) {
       kill(child, SIGKILL);
       waitpid(child, nullptr, 0);
@@ -101,7 +101,7 @@ class FrontChannel : public testing::Test {
   pid_t child = -1;
 };
 
-TEST_F(FrontChannel, TellsTheTrueBytesOfAName) {
+TEST_F(WrapperChannel, TellsTheTrueBytesOfAName) {
   const std::string clean = tree.files().file("cl\xFF\\x41", "x");
   const std::string infected = tree.files().file("in\xFF: x", "infected");
   start(words({clean, infected, tree.files().at("gone\x01")}));
@@ -119,7 +119,7 @@ TEST_F(FrontChannel, TellsTheTrueBytesOfAName) {
   EXPECT_EQ(end(), 1);
 }
 
-TEST_F(FrontChannel, TellsTheFileBehindALink) {
+TEST_F(WrapperChannel, TellsTheFileBehindALink) {
   const std::string target = tree.file("infected");
   const std::string link = tree.files().link("link", "infected");
   start(words({link}));
@@ -131,7 +131,7 @@ TEST_F(FrontChannel, TellsTheFileBehindALink) {
   EXPECT_EQ(verdicts[1].line, link + ": leads to '" + target + "'");
 }
 
-TEST_F(FrontChannel, TellsWhichLimitKeptAFileFromBeingScanned) {
+TEST_F(WrapperChannel, TellsWhichLimitKeptAFileFromBeingScanned) {
   const std::string large = tree.files().file("large", std::string(1025, 'x'));
   start(words({tree.file("limit"), large, tree.files().at("gone")}));
   std::map<std::string, Verdict> verdicts;
@@ -145,7 +145,7 @@ TEST_F(FrontChannel, TellsWhichLimitKeptAFileFromBeingScanned) {
   EXPECT_EQ(verdicts[tree.files().at("gone")].limit, Verdict::Limit::none);
 }
 
-TEST_F(FrontChannel, LeavesTheTimesOfItsSummaryToAReaderWhoHasNoClock) {
+TEST_F(WrapperChannel, LeavesTheTimesOfItsSummaryToAReaderWhoHasNoClock) {
   const std::string file = tree.file("clean");
   start({"--stdout", file});
   std::string all;
@@ -155,7 +155,7 @@ TEST_F(FrontChannel, LeavesTheTimesOfItsSummaryToAReaderWhoHasNoClock) {
   EXPECT_NE(tree.run({"--stdout", file}).output.find("Start Date: "), std::string::npos);
 }
 
-TEST_F(FrontChannel, MovesAFileOnceItsLineWasTaken) {
+TEST_F(WrapperChannel, MovesAFileOnceItsLineWasTaken) {
   const std::string infected = tree.file("infected");
   std::vector<std::string> all = words({infected});
   all.push_back("--move=" + tree.files().at("q"));
@@ -177,7 +177,7 @@ TEST_F(FrontChannel, MovesAFileOnceItsLineWasTaken) {
   EXPECT_EQ(end(), 1);
 }
 
-TEST_F(FrontChannel, TellsThatAFileCouldNotBeMoved) {
+TEST_F(WrapperChannel, TellsThatAFileCouldNotBeMoved) {
   const std::string infected = tree.files().file("q/infected", "infected");
   std::vector<std::string> all = words({infected});
   all.push_back("--move=" + tree.files().at("q"));
@@ -189,7 +189,7 @@ TEST_F(FrontChannel, TellsThatAFileCouldNotBeMoved) {
   EXPECT_EQ(verdicts[1].kind, Kind::notMoved);
 }
 
-TEST_F(FrontChannel, TellsThatTheMoveFolderIsOfNoUse) {
+TEST_F(WrapperChannel, TellsThatTheMoveFolderIsOfNoUse) {
   const std::string infected = tree.file("infected");
   std::vector<std::string> all = words({infected});
   all.push_back("--move=" + tree.file("file"));
@@ -202,7 +202,7 @@ TEST_F(FrontChannel, TellsThatTheMoveFolderIsOfNoUse) {
   EXPECT_EQ(verdicts[1].reason, "not a directory");
 }
 
-TEST_F(FrontChannel, MovesNothingForAReaderThatHasGone) {
+TEST_F(WrapperChannel, MovesNothingForAReaderThatHasGone) {
   const std::string infected = tree.file("infected");
   std::vector<std::string> all = words({infected});
   all.push_back("--move=" + tree.files().at("q"));
@@ -213,7 +213,7 @@ TEST_F(FrontChannel, MovesNothingForAReaderThatHasGone) {
   EXPECT_TRUE(ScratchFolder::exists(infected));
 }
 
-TEST_F(FrontChannel, EndsWithWhoeverHoldsItsOtherEnd) {
+TEST_F(WrapperChannel, EndsWithWhoeverHoldsItsOtherEnd) {
   tree.daemon([](const SessionClamd::Question&) { return ""; });
   start(words({tree.file("clean")}));
   while (tree.daemon().sessions() == 0) {
@@ -223,7 +223,7 @@ TEST_F(FrontChannel, EndsWithWhoeverHoldsItsOtherEnd) {
   EXPECT_EQ(end(), 2);
 }
 
-TEST_F(FrontChannel, EndsWithTheReaderOfItsReport) {
+TEST_F(WrapperChannel, EndsWithTheReaderOfItsReport) {
   tree.daemon([](const SessionClamd::Question&) { return ""; });
   start(words({tree.file("clean")}));
   while (tree.daemon().sessions() == 0) {
@@ -234,7 +234,7 @@ TEST_F(FrontChannel, EndsWithTheReaderOfItsReport) {
 }
 
 // The client that takes over ends with the starter too.
-TEST_F(FrontChannel, EndsTheRealClientWithTheStarter) {
+TEST_F(WrapperChannel, EndsTheRealClientWithTheStarter) {
   const UniqueFd lifeline(open(tree.lifeline().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   const pid_t starter = fork();
   if (starter == 0) {
@@ -251,4 +251,4 @@ TEST_F(FrontChannel, EndsTheRealClientWithTheStarter) {
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -1,4 +1,4 @@
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
 
 #include <syslog.h>
 

@@ -2,9 +2,9 @@
 
 #include "clamav/ClamConf.h"
 #include "tests/fakes/ScratchFolder.h"
-#include "tools/clamdscan/EngineTree.h"
+#include "tools/clamdscan/TreeSettings.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr std::uint64_t mebi = 1024 * 1024;
@@ -13,40 +13,40 @@ std::uint64_t largest(std::string_view text) {
   return ScanLimits::of(ClamConf::parse(text)).largestFile;
 }
 
-TEST(FrontConfig, ReadsSizesWithTheirUnits) {
+TEST(WrapperConfig, ReadsSizesWithTheirUnits) {
   EXPECT_EQ(largest("MaxFileSize 94\n"), 94U);
   EXPECT_EQ(largest("MaxFileSize 3k"), 3U * 1024);
   EXPECT_EQ(largest("MaxFileSize\t\"5M\"\r\n"), 5 * mebi);
   EXPECT_EQ(largest("MaxFileSize 1G\nMaxScanSize 2G"), 1024 * mebi);
 }
 
-TEST(FrontConfig, TakesTheEnginesDefaults) {
+TEST(WrapperConfig, TakesTheEnginesDefaults) {
   EXPECT_EQ(largest(""), 100 * mebi);
   EXPECT_EQ(largest("MaxFileSize 1000M"), 400 * mebi);
 }
 
-TEST(FrontConfig, TakesTheSmallerOfTwoLimitsAndZeroForNone) {
+TEST(WrapperConfig, TakesTheSmallerOfTwoLimitsAndZeroForNone) {
   EXPECT_EQ(largest("MaxFileSize 10M\nMaxScanSize 2M"), 2 * mebi);
   EXPECT_EQ(largest("MaxFileSize 0\nMaxScanSize 7M"), 7 * mebi);
 }
 
-TEST(FrontConfig, KnowsTheSizeThatTheEngineNeverTakes) {
+TEST(WrapperConfig, KnowsTheSizeThatTheEngineNeverTakes) {
   EXPECT_EQ(largest("MaxFileSize 0\nMaxScanSize 0"), 2147483645U);
   EXPECT_EQ(largest("MaxFileSize 5G\nMaxScanSize 5G"), 2147483645U);
 }
 
-TEST(FrontConfig, LetsTheFirstOfTwoLinesCountAndSkipsComments) {
+TEST(WrapperConfig, LetsTheFirstOfTwoLinesCountAndSkipsComments) {
   EXPECT_EQ(largest("#MaxFileSize 1\n  MaxFileSize 100\nMaxFileSize 1000\n"), 100U);
 }
 
-TEST(FrontConfig, TakesNoNonsenseForASize) {
+TEST(WrapperConfig, TakesNoNonsenseForASize) {
   const auto file = ClamConf::parse("A 1KB\nB x\nC 99999999999999999999\nD 18446744073709551615G");
   for (const char* key : {"A", "B", "C", "D", "E"}) {
     EXPECT_EQ(file.size(key), std::nullopt) << key;
   }
 }
 
-TEST(FrontConfig, SaysSizesInRoundUnits) {
+TEST(WrapperConfig, SaysSizesInRoundUnits) {
   EXPECT_EQ(sizeText(100 * mebi), "100 MB");
   EXPECT_EQ(sizeText(3 * 1024), "3 KB");
   EXPECT_EQ(sizeText(1024 * mebi), "1 GB");
@@ -55,17 +55,17 @@ TEST(FrontConfig, SaysSizesInRoundUnits) {
   EXPECT_EQ(sizeText(0), "0 bytes");
 }
 
-TEST(FrontConfig, CallsTheSizeThatTheEngineNeverTakesTwoGigabytes) {
+TEST(WrapperConfig, CallsTheSizeThatTheEngineNeverTakesTwoGigabytes) {
   EXPECT_EQ(sizeText(largest("MaxFileSize 0\nMaxScanSize 0")), "2 GB");
 }
 
-TEST(FrontTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
+TEST(WrapperTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
   const ScratchFolder root;
   root.file("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\nMaxThreads 3\n");
   root.file("daemon.conf", "MaxFileSize 2K\nMaxThreads 4\nUser scanner\n");
   root.file("etc/front.conf",
             "RealClient /opt/clamdscan\nDaemonConfig " + root.at("daemon.conf") + "\n");
-  const EngineTree tree = EngineTree::at(root.path());
+  const TreeSettings tree = TreeSettings::at(root.path());
   EXPECT_EQ(tree.realClient, "/opt/clamdscan");
   EXPECT_EQ(tree.limits.largestFile, 2048U);
   EXPECT_EQ(tree.configuration, root.at("etc/clamd.conf"));
@@ -74,40 +74,40 @@ TEST(FrontTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
   EXPECT_EQ(tree.daemonAccount, "scanner");
 }
 
-TEST(FrontTree, KeepsItsCopyOfTheLimitsWhereTheDaemonsOwnFileCannotBeRead) {
+TEST(WrapperTree, KeepsItsCopyOfTheLimitsWhereTheDaemonsOwnFileCannotBeRead) {
   const ScratchFolder root;
   root.file("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\n");
   root.file("etc/front.conf", "DaemonConfig " + root.at("gone.conf") + "\n");
-  EXPECT_EQ(EngineTree::at(root.path()).limits.largestFile, mebi);
+  EXPECT_EQ(TreeSettings::at(root.path()).limits.largestFile, mebi);
 }
 
-TEST(FrontTree, StandsWithoutAFileOfItsOwn) {
+TEST(WrapperTree, StandsWithoutAFileOfItsOwn) {
   const ScratchFolder root;
   root.file("etc/clamd.conf", "MaxFileSize 1M\n");
-  const EngineTree tree = EngineTree::at(root.path());
+  const TreeSettings tree = TreeSettings::at(root.path());
   EXPECT_EQ(tree.realClient, "/usr/bin/clamdscan");
   EXPECT_EQ(tree.limits.largestFile, mebi);
   EXPECT_EQ(tree.manners.threads, 10U);
   EXPECT_EQ(tree.daemonAccount, "");
 }
 
-TEST(FrontTree, IsFoundByTheLinkThatItWasStartedBy) {
+TEST(WrapperTree, IsFoundByTheLinkThatItWasStartedBy) {
   const ScratchFolder tree;
   const ScratchFolder installation;
   tree.file("etc/clamd.conf", "");
   const std::string program = installation.file("engine-tools/clamdscan");
   const std::string link = tree.link("bin/clamdscan", program);
-  EXPECT_EQ(EngineTree::find({link, program}).configuration, tree.at("etc/clamd.conf"));
+  EXPECT_EQ(TreeSettings::find({link, program}).configuration, tree.at("etc/clamd.conf"));
 }
 
-TEST(FrontTree, IsFoundByTheProgramWhenTheLinkStandsElsewhere) {
+TEST(WrapperTree, IsFoundByTheProgramWhenTheLinkStandsElsewhere) {
   const ScratchFolder tree;
   const ScratchFolder elsewhere;
   tree.file("etc/clamd.conf", "");
   const std::string program = tree.file("bin/clamdscan");
   const std::string link = elsewhere.link("bin/clamdscan", program);
-  EXPECT_EQ(EngineTree::find({link, program}).configuration, tree.at("etc/clamd.conf"));
+  EXPECT_EQ(TreeSettings::find({link, program}).configuration, tree.at("etc/clamd.conf"));
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

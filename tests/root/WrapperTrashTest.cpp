@@ -13,7 +13,7 @@
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 using tests::check;
@@ -69,4 +69,4 @@ TEST_F(TrashOnMachine, TakesAFileOnAFullDiskWithoutANote) {
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -8,20 +8,20 @@
 #include "tools/clamdscan/CommandLine.h"
 #include "tools/clamdscan/DaemonLink.h"
 #include "tools/clamdscan/DescriptorScan.h"
-#include "tools/clamdscan/EngineTree.h"
 #include "tools/clamdscan/Judge.h"
+#include "tools/clamdscan/TreeSettings.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // The whole program but for its main: opens what it was asked to scan, has the daemon scan what was
 // opened, and moves what the daemon finds. One thread.
-class Front {
+class ClientWrapper {
  public:
   // What a daemon may take without a sign of life, at least.
   static constexpr Clock::Duration usualPatience = std::chrono::minutes(5);
 
-  Front(const EngineTree& tree, const CommandLine& asked, Report& report, Clock& clock,
-        const Starter& starter = Starter(-1, -1), Clock::Duration patience = usualPatience);
+  ClientWrapper(const TreeSettings& tree, const CommandLine& asked, Report& report, Clock& clock,
+                const Starter& starter = Starter(-1, -1), Clock::Duration patience = usualPatience);
 
   // The exit status: 1 when anything was found, 2 for errors and things not scanned, and when the
   // starter has gone, else 0.
@@ -53,4 +53,4 @@ class Front {
   DescriptorScan scan_;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -16,14 +16,14 @@
 #include "tests/process/FakeClientTree.h"
 #include "tools/clamdscan/DescriptorScan.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 using namespace std::chrono_literals;
 using Question = SessionClamd::Question;
 using Said = std::optional<std::string>;
 
-class FrontSession : public testing::Test {
+class WrapperSession : public testing::Test {
  protected:
   std::vector<std::string> cleanFiles(int count) const {
     std::vector<std::string> paths;
@@ -58,7 +58,7 @@ struct DaemonEnds {
   ~DaemonEnds() { tree.endDaemon(); }
 };
 
-TEST_F(FrontSession, HasAsManyFilesUnderWayAsTheDaemonHasThreads) {
+TEST_F(WrapperSession, HasAsManyFilesUnderWayAsTheDaemonHasThreads) {
   tree.addToDaemon("MaxThreads 7\n");
   // Answers nothing before it has seven files, and then all at once, the last first.
   std::string answers;
@@ -73,12 +73,12 @@ TEST_F(FrontSession, HasAsManyFilesUnderWayAsTheDaemonHasThreads) {
     return std::exchange(answers, "");
   });
   const std::vector<std::string> paths = cleanFiles(21);
-  const FrontRun run = tree.scan(paths, {"--multiscan"});
+  const WrapperRun run = tree.scan(paths, {"--multiscan"});
   EXPECT_EQ(count(run.output, ": OK\n"), 21);
   EXPECT_EQ(run.status, 0);
 }
 
-TEST_F(FrontSession, HasOneFileScannedAndOneWaitingWithoutMultiscan) {
+TEST_F(WrapperSession, HasOneFileScannedAndOneWaitingWithoutMultiscan) {
   std::string answers;
   int waiting = 0;
   int most = 0;
@@ -102,7 +102,7 @@ TEST_F(FrontSession, HasOneFileScannedAndOneWaitingWithoutMultiscan) {
   EXPECT_EQ(most, 2);
 }
 
-TEST_F(FrontSession, SendsNoMoreThanTheQueueTakes) {
+TEST_F(WrapperSession, SendsNoMoreThanTheQueueTakes) {
   tree.addToDaemon("MaxThreads 7\nMaxQueue 3\nCommandReadTimeout 1\n");
   // All answers wait for the first PING, which comes when nothing more can be sent.
   SessionClamd::Manners manners;
@@ -121,7 +121,7 @@ TEST_F(FrontSession, SendsNoMoreThanTheQueueTakes) {
   EXPECT_EQ(sent, 3);
 }
 
-TEST_F(FrontSession, GivesEachFileItsOwnAnswerInWhateverOrderTheyCome) {
+TEST_F(WrapperSession, GivesEachFileItsOwnAnswerInWhateverOrderTheyCome) {
   tree.addToDaemon("MaxThreads 4\n");
   std::string answers;
   int waiting = 0;
@@ -141,7 +141,7 @@ TEST_F(FrontSession, GivesEachFileItsOwnAnswerInWhateverOrderTheyCome) {
     paths.push_back(tree.file((bad ? "infected" : "clean") + std::to_string(i)));
     expected.insert(paths.back() + (bad ? ": Fake.Name FOUND" : ": OK"));
   }
-  const FrontRun run = tree.scan(paths, {"--multiscan"});
+  const WrapperRun run = tree.scan(paths, {"--multiscan"});
   std::set<std::string> lines;
   for (const std::string_view line : split(run.output, '\n')) {
     if (!line.empty()) {
@@ -151,17 +151,17 @@ TEST_F(FrontSession, GivesEachFileItsOwnAnswerInWhateverOrderTheyCome) {
   EXPECT_EQ(lines, expected);
 }
 
-TEST_F(FrontSession, BelievesNoDaemonThatAnswersTwice) {
+TEST_F(WrapperSession, BelievesNoDaemonThatAnswersTwice) {
   tree.daemon([](const Question& question) -> Said {
     return SessionClamd::truth(question) + SessionClamd::answer(question.number, "OK");
   });
   const std::string infected = tree.file("infected");
-  const FrontRun run = tree.scan({infected, tree.file("clean")});
+  const WrapperRun run = tree.scan({infected, tree.file("clean")});
   EXPECT_EQ(count(run.output, infected), 1) << run.output;
   EXPECT_TRUE(has(run.output, infected + ": Fake.Name FOUND\n")) << run.output;
 }
 
-TEST_F(FrontSession, BelievesNoAnswerToWhatWasNeverAsked) {
+TEST_F(WrapperSession, BelievesNoAnswerToWhatWasNeverAsked) {
   // Every number is that of the next file: a daemon that counts in another way.
   tree.daemon([](const Question& question) -> Said {
     return SessionClamd::answer(question.number + 1, "OK");
@@ -170,7 +170,7 @@ TEST_F(FrontSession, BelievesNoAnswerToWhatWasNeverAsked) {
   EXPECT_EQ(tree.scan({path}).output, lost(path, "the daemon's answers do not fit its questions"));
 }
 
-TEST_F(FrontSession, BelievesNoGarbage) {
+TEST_F(WrapperSession, BelievesNoGarbage) {
   for (const std::string& garbage :
        {std::string("rubbish\0", 8), std::string("1: OK\0", 6), std::string("1: fd[9]: what\0", 15),
         std::string("1: PONG\0", 8), std::string("\0", 1), std::string("1: fd[9]:  FOUND\0", 17),
@@ -178,57 +178,57 @@ TEST_F(FrontSession, BelievesNoGarbage) {
     const DaemonEnds ends{tree};
     tree.daemon([&](const Question&) -> Said { return garbage; });
     const std::string path = tree.file("clean");
-    const FrontRun run = tree.scan({path});
+    const WrapperRun run = tree.scan({path});
     EXPECT_EQ(run.output, lost(path, "the daemon's answers do not fit its questions"));
     EXPECT_EQ(run.status, 2);
   }
 }
 
-TEST_F(FrontSession, BelievesNoAnswerWithoutItsEnd) {
+TEST_F(WrapperSession, BelievesNoAnswerWithoutItsEnd) {
   tree.addToDaemon("CommandReadTimeout 1\n");
   tree.daemon([](const Question& question) -> Said {
     const std::string whole = SessionClamd::truth(question);
     return question.content == "clean0" ? whole.substr(0, whole.size() - 1) : whole;
   });
   const std::vector<std::string> paths = cleanFiles(2);
-  const FrontRun run = tree.scan(paths);
+  const WrapperRun run = tree.scan(paths);
   EXPECT_EQ(run.output,
             lost(paths[0], "the daemon's answers do not fit its questions") + paths[1] + ": OK\n");
 }
 
-TEST_F(FrontSession, AsksOnceMoreAfterASessionWasLost) {
+TEST_F(WrapperSession, AsksOnceMoreAfterASessionWasLost) {
   tree.daemon([](const Question& question) -> Said {
     return question.session == 1 && question.number == 6 ? Said() : SessionClamd::truth(question);
   });
   const std::vector<std::string> paths = cleanFiles(20);
-  const FrontRun run = tree.scan(paths);
+  const WrapperRun run = tree.scan(paths);
   EXPECT_EQ(count(run.output, ": OK\n"), 20);
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(tree.daemon().sessions(), 2);
 }
 
-TEST_F(FrontSession, LosesOnlyTheFileThatEndsEverySession) {
+TEST_F(WrapperSession, LosesOnlyTheFileThatEndsEverySession) {
   tree.addToDaemon("MaxThreads 5\n");
   tree.daemon([](const Question& question) -> Said {
     return question.content == "poison" ? Said() : SessionClamd::truth(question);
   });
   std::vector<std::string> paths = cleanFiles(10);
   paths.insert(paths.begin() + 4, tree.file("poison"));
-  const FrontRun run = tree.scan(paths, {"--multiscan"});
+  const WrapperRun run = tree.scan(paths, {"--multiscan"});
   EXPECT_EQ(count(run.output, ": OK\n"), 10) << run.output;
   EXPECT_TRUE(has(run.output, lost(paths[4], "no reply from clamd")));
   EXPECT_EQ(run.status, 2);
 }
 
-TEST_F(FrontSession, AsksNoMoreOfADaemonThatLosesEverySession) {
+TEST_F(WrapperSession, AsksNoMoreOfADaemonThatLosesEverySession) {
   tree.daemon([](const Question&) -> Said { return std::nullopt; });
   const std::vector<std::string> paths = cleanFiles(100);
-  const FrontRun run = tree.scan(paths, {"--multiscan"});
+  const WrapperRun run = tree.scan(paths, {"--multiscan"});
   EXPECT_EQ(count(run.output, ": Not scanned: no reply from clamd\n"), 100) << run.output;
   EXPECT_LT(tree.daemon().sessions(), 10);
 }
 
-TEST_F(FrontSession, SaysInTheClientsWordsThatTheDaemonDiedWithFiftyUnderWay) {
+TEST_F(WrapperSession, SaysInTheClientsWordsThatTheDaemonDiedWithFiftyUnderWay) {
   tree.addToDaemon("MaxThreads 50\n");
   SessionClamd::Manners manners;
   manners.lastVisit = true;
@@ -236,7 +236,7 @@ TEST_F(FrontSession, SaysInTheClientsWordsThatTheDaemonDiedWithFiftyUnderWay) {
   const DaemonEnds ends{tree};
   tree.daemon([&](const Question&) -> Said { return ++asked < 50 ? Said("") : Said(); }, manners);
   const std::vector<std::string> paths = cleanFiles(60);
-  const FrontRun run = tree.scan(paths, {"--multiscan"});
+  const WrapperRun run = tree.scan(paths, {"--multiscan"});
   tree.endDaemon();
   EXPECT_EQ(asked, 50);
   EXPECT_EQ(run.output.rfind("ERROR: Clamd closed the connection before scanning all files.\n" +
@@ -249,23 +249,23 @@ TEST_F(FrontSession, SaysInTheClientsWordsThatTheDaemonDiedWithFiftyUnderWay) {
   EXPECT_EQ(run.status, 2);
 }
 
-TEST_F(FrontSession, SaysOnceThatThereIsNoDaemon) {
+TEST_F(WrapperSession, SaysOnceThatThereIsNoDaemon) {
   tree.endDaemon();
   const std::vector<std::string> paths = cleanFiles(3);
-  const FrontRun run = tree.scan(paths);
+  const WrapperRun run = tree.scan(paths);
   EXPECT_EQ(run.output, unreachable() + "Connection refused\n" +
                             lost(paths[0], "the daemon cannot be reached") +
                             lost(paths[1], "the daemon cannot be reached") +
                             lost(paths[2], "the daemon cannot be reached"));
 }
 
-TEST_F(FrontSession, EndsSomeTimeWithADaemonThatNeverAnswers) {
+TEST_F(WrapperSession, EndsSomeTimeWithADaemonThatNeverAnswers) {
   SessionClamd::Manners dead;
   dead.pongs = false;
   dead.alive = false;
   tree.daemon([](const Question&) -> Said { return ""; }, dead);
   const std::vector<std::string> paths = cleanFiles(2);
-  const FrontRun run = tree.scanWithPatience(paths, 200ms);
+  const WrapperRun run = tree.scanWithPatience(paths, 200ms);
   EXPECT_EQ(run.output, "ERROR: clamd on LocalSocket " + tree.socket() +
                             " gave no sign of life for 0 seconds\n" +
                             lost(paths[0], "the scanner made no progress") +
@@ -273,7 +273,7 @@ TEST_F(FrontSession, EndsSomeTimeWithADaemonThatNeverAnswers) {
   EXPECT_EQ(run.status, 2);
 }
 
-TEST_F(FrontSession, GivesUpASessionThatIsDeadInADaemonThatLives) {
+TEST_F(WrapperSession, GivesUpASessionThatIsDeadInADaemonThatLives) {
   SessionClamd::Manners manners;
   manners.pongs = false;
   const DaemonEnds ends{tree};
@@ -283,29 +283,29 @@ TEST_F(FrontSession, GivesUpASessionThatIsDeadInADaemonThatLives) {
       },
       manners);
   const std::vector<std::string> paths = cleanFiles(3);
-  const FrontRun run = tree.scanWithPatience(paths, 200ms);
+  const WrapperRun run = tree.scanWithPatience(paths, 200ms);
   EXPECT_EQ(count(run.output, ": OK\n"), 3) << run.output;
 }
 
-TEST_F(FrontSession, WaitsForADaemonThatIsBusyWithOthersWork) {
+TEST_F(WrapperSession, WaitsForADaemonThatIsBusyWithOthersWork) {
   const std::string path = tree.file("clean");
   tree.addToDaemon("CommandReadTimeout 1\nMaxScanTime 0\n");
   // Its answer comes with the eighth sign of life, long after the patience.
   SessionClamd::Manners manners;
   manners.pongsBeforeAnswers = 8;
   tree.daemon(SessionClamd::truth, manners);
-  const FrontRun run = tree.scanWithPatience({path}, 400ms);
+  const WrapperRun run = tree.scanWithPatience({path}, 400ms);
   EXPECT_EQ(run.output, path + ": OK\n");
 }
 
-TEST_F(FrontSession, BlamesNoFileForASessionThatWasSilentForItsReadersSake) {
+TEST_F(WrapperSession, BlamesNoFileForASessionThatWasSilentForItsReadersSake) {
   // Each session ends after its first answer, as a daemon ends those that are silent for too long.
   tree.addToDaemon("MaxThreads 3\nCommandReadTimeout 30\n");
   tree.daemon([](const Question& question) -> Said {
     return question.number == 1 ? Said(SessionClamd::truth(question)) : Said();
   });
-  const EngineTree engine =
-      EngineTree::at(deletingLastPathComponent(deletingLastPathComponent(tree.configuration())));
+  const TreeSettings engine =
+      TreeSettings::at(deletingLastPathComponent(deletingLastPathComponent(tree.configuration())));
   Report report({-1, -1});
   const Starter nobody(-1, -1);
   DaemonLink link(engine, report, nobody, 10s);
@@ -330,7 +330,7 @@ TEST_F(FrontSession, BlamesNoFileForASessionThatWasSilentForItsReadersSake) {
   EXPECT_EQ(clean, 9);
 }
 
-TEST_F(FrontSession, HandsItsReportOverBeforeItWaits) {
+TEST_F(WrapperSession, HandsItsReportOverBeforeItWaits) {
   std::promise<void> handedOver;
   auto report = handedOver.get_future().share();
   // Answers only once the reader has what there is of the report.
@@ -339,8 +339,8 @@ TEST_F(FrontSession, HandsItsReportOverBeforeItWaits) {
     const bool came = report.wait_for(10s) == std::future_status::ready;
     return came ? Said(SessionClamd::truth(question)) : Said();
   });
-  const EngineTree engine =
-      EngineTree::at(deletingLastPathComponent(deletingLastPathComponent(tree.configuration())));
+  const TreeSettings engine =
+      TreeSettings::at(deletingLastPathComponent(deletingLastPathComponent(tree.configuration())));
   Report quiet({-1, -1});
   const Starter nobody(-1, -1);
   DaemonLink link(engine, quiet, nobody, 10s);
@@ -365,13 +365,13 @@ TEST_F(FrontSession, HandsItsReportOverBeforeItWaits) {
   EXPECT_EQ(clean, 1);
 }
 
-TEST_F(FrontSession, ScansNothingAtASocketInAFolderThatOthersMayWrite) {
+TEST_F(WrapperSession, ScansNothingAtASocketInAFolderThatOthersMayWrite) {
   const std::string folder = tree.files().makeFolder("open");
   ASSERT_EQ(chmod(folder.c_str(), 0777), 0);
   const SessionClamd other(folder + "/socket", SessionClamd::truth);
   tree.configureDaemon("LocalSocket " + folder + "/socket\n");
   const std::string path = tree.file("clean");
-  const FrontRun run = tree.scan({path});
+  const WrapperRun run = tree.scan({path});
   EXPECT_EQ(run.output,
             "ERROR: Could not connect to clamd on LocalSocket " + folder +
                 "/socket: others may write to its folder\n" +
@@ -380,4 +380,4 @@ TEST_F(FrontSession, ScansNothingAtASocketInAFolderThatOthersMayWrite) {
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

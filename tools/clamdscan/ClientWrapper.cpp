@@ -1,4 +1,4 @@
-#include "tools/clamdscan/Front.h"
+#include "tools/clamdscan/ClientWrapper.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -20,7 +20,7 @@
 #include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 // Several entries may stand for one file, which may have gone after the first.
@@ -63,7 +63,7 @@ std::size_t descriptorsAllowed() {
 }
 
 // A walk keeps folders open too, and some are this program's own.
-DescriptorScan::Limits limitsFor(const EngineTree& tree, bool multiscan, std::size_t descriptors,
+DescriptorScan::Limits limitsFor(const TreeSettings& tree, bool multiscan, std::size_t descriptors,
                                  Clock::Duration patience) {
   constexpr std::size_t scannedAndWaiting = 2;
   DescriptorScan::Limits limits;
@@ -77,8 +77,8 @@ DescriptorScan::Limits limitsFor(const EngineTree& tree, bool multiscan, std::si
 
 }  // namespace
 
-Front::Front(const EngineTree& tree, const CommandLine& asked, Report& report, Clock& clock,
-             const Starter& starter, Clock::Duration patience)
+ClientWrapper::ClientWrapper(const TreeSettings& tree, const CommandLine& asked, Report& report,
+                             Clock& clock, const Starter& starter, Clock::Duration patience)
     : asked_(asked),
       report_(report),
       clock_(clock),
@@ -92,7 +92,7 @@ Front::Front(const EngineTree& tree, const CommandLine& asked, Report& report, C
           [this](const Job& job, const Answer& answer) { judge_.pass(job, answer); },
           [&report] { report.flush(); }) {}
 
-int Front::run() {
+int ClientWrapper::run() {
   try {
     return scanAll();
   } catch (const Starter::Gone&) {
@@ -100,7 +100,7 @@ int Front::run() {
   }
 }
 
-int Front::scanAll() {
+int ClientWrapper::scanAll() {
   const auto start = clock_.wallTime();
   const Clock::Duration begin = clock_.now();
   openMoveFolder();
@@ -126,7 +126,7 @@ int Front::scanAll() {
   return report_.exitStatus();
 }
 
-void Front::openMoveFolder() {
+void ClientWrapper::openMoveFolder() {
   if (!asked_.moveFolder) {
     return;
   }
@@ -138,7 +138,7 @@ void Front::openMoveFolder() {
   }
 }
 
-std::optional<std::vector<std::string>> Front::givenPaths() {
+std::optional<std::vector<std::string>> ClientWrapper::givenPaths() {
   if (!asked_.fileList) {
     return asked_.paths.empty() ? std::vector<std::string>{"."} : asked_.paths;
   }
@@ -165,7 +165,7 @@ std::optional<std::vector<std::string>> Front::givenPaths() {
 
 // Files that the daemon has may have to be done first, so that another can be opened.
 template <typename Opener>
-UniqueFd Front::openWith(const Opener& opener) {
+UniqueFd ClientWrapper::openWith(const Opener& opener) {
   for (;;) {
     UniqueFd file = opener();
     const int error = errno;
@@ -176,12 +176,12 @@ UniqueFd Front::openWith(const Opener& opener) {
   }
 }
 
-UniqueFd Front::openIn(int folder, const char* name) {
+UniqueFd ClientWrapper::openIn(int folder, const char* name) {
   constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   return openWith([&] { return UniqueFd(openat(folder, name, flags)); });
 }
 
-void Front::scan(Job job, int error) {
+void ClientWrapper::scan(Job job, int error) {
   std::optional<Answer> problem =
       job.file ? judge_.objection(job) : Answer{Answer::Kind::notScanned, reasonText(error)};
   if (problem) {
@@ -191,7 +191,7 @@ void Front::scan(Job job, int error) {
   }
 }
 
-void Front::scanFiles(std::vector<Entry> files) {
+void ClientWrapper::scanFiles(std::vector<Entry> files) {
   // Files of one folder come together.
   std::string folderPath;
   UniqueFd folder;
@@ -214,8 +214,8 @@ void Front::scanFiles(std::vector<Entry> files) {
   scan_.finish();
 }
 
-bool Front::scanInFolder(const Entry& folder, int parent, const char* name,
-                         const std::string& path) {
+bool ClientWrapper::scanInFolder(const Entry& folder, int parent, const char* name,
+                                 const std::string& path) {
   Job job;
   job.inFolder = true;
   job.file = openIn(parent, name);
@@ -229,7 +229,7 @@ bool Front::scanInFolder(const Entry& folder, int parent, const char* name,
   return link_.problem().empty();
 }
 
-void Front::scanFolder(const Entry& folder) {
+void ClientWrapper::scanFolder(const Entry& folder) {
   const std::uint64_t leftOutBefore = report_.leftOut();
   const std::uint64_t infections = report_.infections();
   if (link_.problem().empty()) {
@@ -254,7 +254,8 @@ void Front::scanFolder(const Entry& folder) {
   }
 }
 
-void Front::writeSummary(std::chrono::system_clock::time_point start, Clock::Duration length) {
+void ClientWrapper::writeSummary(std::chrono::system_clock::time_point start,
+                                 Clock::Duration length) {
   if (asked_.noSummary) {
     return;
   }
@@ -277,4 +278,4 @@ void Front::writeSummary(std::chrono::system_clock::time_point start, Clock::Dur
   }
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

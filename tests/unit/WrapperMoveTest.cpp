@@ -15,7 +15,7 @@
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 struct stat statusAt(const std::string& path) {
@@ -30,7 +30,7 @@ UniqueFd opened(const std::string& path) {
   return file;
 }
 
-class FrontMove : public testing::Test {
+class WrapperMove : public testing::Test {
  protected:
   MoveFolder::Outcome move(const std::string& path) {
     return folder.move(path, opened(path).get());
@@ -41,13 +41,13 @@ class FrontMove : public testing::Test {
   MoveFolder folder{clock, DesktopTrash("", "")};
 };
 
-TEST_F(FrontMove, MakesTheMissingFolderForItsOwnerOnly) {
+TEST_F(WrapperMove, MakesTheMissingFolderForItsOwnerOnly) {
   EXPECT_EQ(folder.open(scratch.at("a/b/")), "");
   EXPECT_EQ(statusAt(scratch.at("a")).st_mode & 07777U, 0700U);
   EXPECT_EQ(statusAt(scratch.at("a/b")).st_mode & 07777U, 0700U);
 }
 
-TEST_F(FrontMove, SaysWhyAFolderIsUnusable) {
+TEST_F(WrapperMove, SaysWhyAFolderIsUnusable) {
   EXPECT_EQ(folder.open(""), "no folder is named");
   EXPECT_EQ(folder.open(scratch.file("file")), "not a directory");
   EXPECT_EQ(folder.open(scratch.at("file/below")), "not a directory");
@@ -55,7 +55,7 @@ TEST_F(FrontMove, SaysWhyAFolderIsUnusable) {
   EXPECT_FALSE(folder.isOpen());
 }
 
-TEST_F(FrontMove, MovesAndSaysWhereTo) {
+TEST_F(WrapperMove, MovesAndSaysWhereTo) {
   ASSERT_EQ(folder.open(scratch.at("q/")), "");
   const std::string path = scratch.file("a", "bad");
   const auto outcome = move(path);
@@ -66,7 +66,7 @@ TEST_F(FrontMove, MovesAndSaysWhereTo) {
   EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "bad");
 }
 
-TEST_F(FrontMove, NumbersNamesThatAreTaken) {
+TEST_F(WrapperMove, NumbersNamesThatAreTaken) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   scratch.file("q/a", "first");
   const std::string longest(255, 'x');
@@ -77,7 +77,7 @@ TEST_F(FrontMove, NumbersNamesThatAreTaken) {
   EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "first");
 }
 
-TEST_F(FrontMove, MovesNothingButTheScannedFile) {
+TEST_F(WrapperMove, MovesNothingButTheScannedFile) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   const std::string path = scratch.file("a", "bad");
   const UniqueFd scanned = opened(path);
@@ -89,7 +89,7 @@ TEST_F(FrontMove, MovesNothingButTheScannedFile) {
   EXPECT_EQ(ScratchFolder::read(path), "good");
 }
 
-TEST_F(FrontMove, FollowsNoLinkThatAppearsOnTheWay) {
+TEST_F(WrapperMove, FollowsNoLinkThatAppearsOnTheWay) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   const std::string path = scratch.file("real/a");
   const UniqueFd scanned = opened(path);
@@ -98,21 +98,21 @@ TEST_F(FrontMove, FollowsNoLinkThatAppearsOnTheWay) {
   EXPECT_TRUE(ScratchFolder::exists(path));
 }
 
-TEST_F(FrontMove, CountsTheNamesThatRemain) {
+TEST_F(WrapperMove, CountsTheNamesThatRemain) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   const std::string path = scratch.file("a");
   ASSERT_EQ(link(path.c_str(), scratch.at("b").c_str()), 0);
   EXPECT_EQ(move(path).otherNames, 1U);
 }
 
-TEST_F(FrontMove, LeavesWhatLiesThereAlready) {
+TEST_F(WrapperMove, LeavesWhatLiesThereAlready) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   const auto outcome = move(scratch.file("q/a"));
   EXPECT_FALSE(outcome.moved);
   EXPECT_EQ(outcome.text, "it is in that folder already");
 }
 
-TEST_F(FrontMove, TakesTheRightToRunAFile) {
+TEST_F(WrapperMove, TakesTheRightToRunAFile) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   const std::string path = scratch.file("a", "bad");
   ASSERT_EQ(chmod(path.c_str(), 06755), 0);
@@ -121,14 +121,14 @@ TEST_F(FrontMove, TakesTheRightToRunAFile) {
   EXPECT_EQ(statusAt(scratch.at("q/a")).st_mode & 07777U, 0644U);
 }
 
-TEST_F(FrontMove, LeavesTheRightsOfAFileThatStays) {
+TEST_F(WrapperMove, LeavesTheRightsOfAFileThatStays) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
   const std::string path = scratch.file("q/a", "bad", 0755);
   EXPECT_FALSE(move(path).moved);
   EXPECT_EQ(statusAt(path).st_mode & 07777U, 0755U);
 }
 
-TEST_F(FrontMove, TakesNoFolderThatOthersMayWrite) {
+TEST_F(WrapperMove, TakesNoFolderThatOthersMayWrite) {
   const std::string path = scratch.makeFolder("q");
   for (const mode_t mode : {0777, 0702, 0733}) {
     ASSERT_EQ(chmod(path.c_str(), mode), 0);
@@ -141,7 +141,7 @@ TEST_F(FrontMove, TakesNoFolderThatOthersMayWrite) {
 }
 
 // A home with or without a ~/.Trash of its own.
-class FrontTrash : public testing::Test {
+class WrapperTrash : public testing::Test {
  protected:
   std::string open(const std::string& dataHome = "") {
     folder.emplace(clock, DesktopTrash(scratch.at("home/"), dataHome));
@@ -173,7 +173,7 @@ class FrontTrash : public testing::Test {
   std::optional<MoveFolder> folder;
 };
 
-TEST_F(FrontTrash, IsLinkedToTheDesktopsWhereNoneIs) {
+TEST_F(WrapperTrash, IsLinkedToTheDesktopsWhereNoneIs) {
   EXPECT_EQ(open(), "");
   EXPECT_EQ(target(), ".local/share/Trash/files");
   EXPECT_EQ(statusAt(scratch.at("home/.local/share/Trash")).st_mode & 07777U, 0700U);
@@ -182,14 +182,14 @@ TEST_F(FrontTrash, IsLinkedToTheDesktopsWhereNoneIs) {
   EXPECT_EQ(noteOf("bad"), note(bad));
 }
 
-TEST_F(FrontTrash, IsLinkedToWhereTheUsersDataLie) {
+TEST_F(WrapperTrash, IsLinkedToWhereTheUsersDataLie) {
   EXPECT_EQ(open(scratch.at("data")), "");
   EXPECT_EQ(target(), scratch.at("data/Trash/files"));
   EXPECT_EQ(moved(bad), link + "/bad");
   EXPECT_TRUE(ScratchFolder::exists(scratch.at("data/Trash/info/bad.trashinfo")));
 }
 
-TEST_F(FrontTrash, IsMadeAnewBehindTheLinkAfterItWasRemoved) {
+TEST_F(WrapperTrash, IsMadeAnewBehindTheLinkAfterItWasRemoved) {
   EXPECT_EQ(open(), "");
   std::filesystem::remove_all(scratch.at("home/.local/share/Trash"));
   EXPECT_EQ(open(), "");
@@ -197,7 +197,7 @@ TEST_F(FrontTrash, IsMadeAnewBehindTheLinkAfterItWasRemoved) {
   EXPECT_EQ(noteOf("bad"), note(bad));
 }
 
-TEST_F(FrontTrash, StaysAsItIsWhereSomebodyMadeOne) {
+TEST_F(WrapperTrash, StaysAsItIsWhereSomebodyMadeOne) {
   scratch.file("home/.Trash/old");
   EXPECT_EQ(open(), "");
   EXPECT_FALSE(isLink(link));
@@ -205,14 +205,14 @@ TEST_F(FrontTrash, StaysAsItIsWhereSomebodyMadeOne) {
   EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
 }
 
-TEST_F(FrontTrash, StaysAsItIsWhereSomebodysLinkLeadsNowhere) {
+TEST_F(WrapperTrash, StaysAsItIsWhereSomebodysLinkLeadsNowhere) {
   scratch.link("home/.Trash", "elsewhere");
   EXPECT_NE(open(), "");
   EXPECT_EQ(target(), "elsewhere");
   EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
 }
 
-TEST_F(FrontTrash, IsNotMadeForAnotherFolder) {
+TEST_F(WrapperTrash, IsNotMadeForAnotherFolder) {
   folder.emplace(clock, DesktopTrash(scratch.at("home"), ""));
   EXPECT_EQ(folder->open(scratch.at("home/Quarantine")), "");
   EXPECT_EQ(moved(bad), scratch.at("home/Quarantine/bad"));
@@ -220,7 +220,7 @@ TEST_F(FrontTrash, IsNotMadeForAnotherFolder) {
   EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
 }
 
-TEST_F(FrontTrash, NotesNothingThatGoesElsewhere) {
+TEST_F(WrapperTrash, NotesNothingThatGoesElsewhere) {
   ASSERT_EQ(open(), "");
   folder.emplace(clock, DesktopTrash(scratch.at("home"), ""));
   EXPECT_EQ(folder->open(scratch.at("home/Quarantine")), "");
@@ -228,7 +228,7 @@ TEST_F(FrontTrash, NotesNothingThatGoesElsewhere) {
   EXPECT_EQ(noteOf("bad"), "");
 }
 
-TEST_F(FrontTrash, NotesTheFinalName) {
+TEST_F(WrapperTrash, NotesTheFinalName) {
   ASSERT_EQ(open(), "");
   EXPECT_EQ(moved(bad), link + "/bad");
   EXPECT_EQ(moved(scratch.file("home/other/bad")), link + "/bad.001");
@@ -236,7 +236,7 @@ TEST_F(FrontTrash, NotesTheFinalName) {
   EXPECT_EQ(noteOf("bad.001"), note(scratch.at("home/other/bad")));
 }
 
-TEST_F(FrontTrash, TakesNoNameThatHasAFileOrANoteAlready) {
+TEST_F(WrapperTrash, TakesNoNameThatHasAFileOrANoteAlready) {
   ASSERT_EQ(open(), "");
   scratch.file("home/.local/share/Trash/files/bad", "without a note");
   scratch.file("home/.local/share/Trash/info/bad.001.trashinfo", "without a file");
@@ -246,14 +246,14 @@ TEST_F(FrontTrash, TakesNoNameThatHasAFileOrANoteAlready) {
   EXPECT_EQ(noteOf("bad.002"), note(bad));
 }
 
-TEST_F(FrontTrash, NotesAnyPathByteByByte) {
+TEST_F(WrapperTrash, NotesAnyPathByteByByte) {
   ASSERT_EQ(open(), "");
   const std::string path = scratch.file("home/a: b'\"%\n\xE9;", "bad");
   EXPECT_EQ(moved(path), link + "/a: b'\"%\n\xE9;");
   EXPECT_EQ(noteOf("a: b'\"%\n\xE9;"), note(scratch.at("home/a%3A%20b%27%22%25%0A%E9%3B")));
 }
 
-TEST_F(FrontTrash, ShortensANameForWhichThereCouldBeNoNote) {
+TEST_F(WrapperTrash, ShortensANameForWhichThereCouldBeNoNote) {
   ASSERT_EQ(open(), "");
   const std::string name(255, 'x');
   const std::string path = scratch.file("home/" + name);
@@ -261,14 +261,14 @@ TEST_F(FrontTrash, ShortensANameForWhichThereCouldBeNoNote) {
   EXPECT_EQ(noteOf(name.substr(10)), note(path));
 }
 
-TEST_F(FrontTrash, KeepsNoNoteOfAFileThatStays) {
+TEST_F(WrapperTrash, KeepsNoNoteOfAFileThatStays) {
   ASSERT_EQ(open(), "");
   std::filesystem::remove_all(scratch.at("home/.local/share/Trash/files"));
   EXPECT_FALSE(folder->move(bad, opened(bad).get()).moved);
   EXPECT_EQ(noteOf("bad"), "");
 }
 
-TEST_F(FrontTrash, TakesAnInfectedFileAlsoWhenItCannotNoteItsPlace) {
+TEST_F(WrapperTrash, TakesAnInfectedFileAlsoWhenItCannotNoteItsPlace) {
   ASSERT_EQ(open(), "");
   std::filesystem::remove_all(scratch.at("home/.local/share/Trash/info"));
   const MoveFolder::Outcome outcome = folder->move(bad, opened(bad).get());
@@ -277,4 +277,4 @@ TEST_F(FrontTrash, TakesAnInfectedFileAlsoWhenItCannotNoteItsPlace) {
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper
