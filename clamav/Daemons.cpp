@@ -10,10 +10,10 @@
 
 #include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
-#include "clamav/TrustedPath.h"
 #include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
 #include "posix/FolderReader.h"
+#include "posix/RealPath.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
 

@@ -10,7 +10,6 @@
 #include "helper/EventLoop.h"
 #include "helper/Failure.h"
 #include "helper/Groups.h"
-#include "helper/Inheritance.h"
 #include "helper/Marker.h"
 #include "helper/OwnLog.h"
 #include "helper/Parent.h"

@@ -15,4 +15,8 @@ std::string writeOwnFile(const std::string& subject, const std::string& path,
 std::string writeNewFile(const std::string& subject, const std::string& path,
                          const std::string& contents);
 
+// Makes a folder that only this user may enter, and those above it, unless they are there. Returns
+// 0 or an errno. Any thread.
+int makeFolders(const std::string& path);
+
 }  // namespace quillo

@@ -112,17 +112,6 @@ bool liesBelow(std::string_view path, std::string_view folder) {
   return path.starts_with(folder) && path.size() > folder.size() && path[folder.size()] == '/';
 }
 
-std::vector<std::string> namesFromEnd(std::string_view path) {
-  std::vector<std::string> names;
-  const std::vector<std::string_view> pieces = split(path, '/');
-  for (auto piece = pieces.rbegin(); piece != pieces.rend(); ++piece) {
-    if (!piece->empty() && *piece != ".") {
-      names.emplace_back(*piece);
-    }
-  }
-  return names;
-}
-
 std::string_view lastPathComponent(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') {
     path.remove_suffix(1);

@@ -26,8 +26,6 @@ int lastColon(std::string_view text);
 // Whether the path lies in the folder or in one below it; both absolute and without ".." or a "/"
 // at the end, but for the root folder. No folder lies below itself.
 bool liesBelow(std::string_view path, std::string_view folder);
-// The names on a path from its end to its start, without "." and empty ones.
-std::vector<std::string> namesFromEnd(std::string_view path);
 // "/a/b" gives "b"; a "/" at the end does not count; "/" gives "/".
 std::string_view lastPathComponent(std::string_view path);
 // "/a/b" gives "/a", "/a" gives "/", "a" gives "". No "/" at the end but for the root folder.

@@ -13,6 +13,7 @@
 #include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/FileUri.h"
+#include "posix/OwnFile.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 

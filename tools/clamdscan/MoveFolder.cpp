@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "posix/Accounts.h"
+#include "posix/OwnFile.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 
@@ -164,48 +165,56 @@ struct MoveFolder::Source {
   }
 };
 
+// "" or why the scanned file cannot be moved away from there.
+std::string MoveFolder::find(Source& source) const {
+  struct stat named = {};
+  if (!source.parent || fstat(source.file, &source.status) != 0 ||
+      fstatat(source.parent.get(), source.name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
+    return reasonText(errno);
+  }
+  if (!S_ISREG(named.st_mode) || !sameFile(named, source.status)) {
+    return replaced;
+  }
+  struct stat here = {};
+  struct stat there = {};
+  const bool isThere = fstat(source.parent.get(), &here) == 0 &&
+                       fstat(folder_.get(), &there) == 0 && sameFile(here, there);
+  return isThere ? "it is in that folder already" : "";
+}
+
 MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned) {
   Source source;
   source.parent = openWithoutLinks(deletingLastPathComponent(path), O_PATH | O_DIRECTORY);
   source.name = lastPathComponent(path);
   source.path = path;
   source.file = scanned;
-  struct stat named = {};
-  if (!source.parent || fstat(scanned, &source.status) != 0 ||
-      fstatat(source.parent.get(), source.name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
-    return {false, reasonText(errno), 0, {}, {}};
-  }
-  if (!S_ISREG(named.st_mode) || !sameFile(named, source.status)) {
-    return {false, replaced, 0, {}, {}};
-  }
-  struct stat here = {};
-  struct stat there = {};
-  if (fstat(source.parent.get(), &here) == 0 && fstat(folder_.get(), &there) == 0 &&
-      sameFile(here, there)) {
-    return {false, "it is in that folder already", 0, {}, {}};
+  Outcome outcome;
+  outcome.text = find(source);
+  if (!outcome.text.empty()) {
+    return outcome;
   }
   const std::size_t longest = notes_ ? DesktopTrash::longestName : NAME_MAX;
-  Outcome outcome;
-  outcome.otherNames = source.status.st_nlink > 1 ? source.status.st_nlink - 1UL : 0UL;
-  for (int number = 0; number < mostNames; ++number) {
-    const std::string target = numbered(source.name, number, longest);
-    const int error = moveTo(target, source, outcome);
-    if (error == 0) {
-      outcome.moved = true;
-      outcome.text = path_ + "/" + target;
-      const int problem = makeHarmless(scanned);
-      outcome.executable = problem == 0 ? "" : reasonText(problem);
-      return outcome;
-    }
-    if (error != EEXIST) {
-      if (error == ENOTRECOVERABLE) {
-        return {
-            false, replaced + (" by a file that is now '" + path_) + "/" + target + "'", 0, {}, {}};
-      }
-      return {false, error == ESTALE ? replaced : reasonText(error), 0, {}, {}};
-    }
+  std::string target;
+  int error = EEXIST;
+  for (int number = 0; error == EEXIST && number < mostNames; ++number) {
+    target = numbered(source.name, number, longest);
+    error = moveTo(target, source, outcome);
   }
-  return {false, "its name is taken there, with every number", 0, {}, {}};
+  if (error == 0) {
+    outcome.moved = true;
+    outcome.text = path_ + "/" + target;
+    outcome.otherNames = source.status.st_nlink > 1 ? source.status.st_nlink - 1UL : 0UL;
+    const int problem = makeHarmless(scanned);
+    outcome.executable = problem == 0 ? "" : reasonText(problem);
+    return outcome;
+  }
+  Outcome failure;
+  failure.text = error == EEXIST   ? "its name is taken there, with every number"
+                 : error == ESTALE ? replaced
+                 : error == ENOTRECOVERABLE
+                     ? replaced + (" by a file that is now '" + path_) + "/" + target + "'"
+                     : reasonText(error);
+  return failure;
 }
 
 // The note comes first, as the desktop does it: whoever has made it has the name. A file that is

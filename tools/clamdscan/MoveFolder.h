@@ -39,6 +39,7 @@ class MoveFolder {
  private:
   struct Source;
 
+  std::string find(Source& source) const;
   int moveTo(const std::string& target, const Source& source, Outcome& outcome);
   int place(const Source& source, const std::string& name);
   static int removeScanned(const Source& source);

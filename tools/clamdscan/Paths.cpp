@@ -107,15 +107,4 @@ std::string pathOf(int descriptor) {
   return path.starts_with('/') && path.size() < PATH_MAX ? path : std::string();
 }
 
-int makeFolders(const std::string& path) {
-  for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
-       slash = path.find('/', slash + 1)) {
-    if (mkdir(path.substr(0, slash).c_str(), 0700) != 0 && errno != EEXIST && errno != EROFS &&
-        errno != EACCES) {
-      return errno;
-    }
-  }
-  return mkdir(path.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
-}
-
 }  // namespace quillo::wrapper

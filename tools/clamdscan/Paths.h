@@ -24,7 +24,4 @@ int statusOf(const std::string& path, struct stat& status);
 // Where an opened file stands now, or "" when the path is too long to be told.
 std::string pathOf(int descriptor);
 
-// Makes a folder (0700, and those above it) unless it is there: 0 or an errno.
-int makeFolders(const std::string& path);
-
 }  // namespace quillo::wrapper

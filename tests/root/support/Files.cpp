@@ -16,29 +16,18 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "posix/MountTable.h"
+#include "posix/Text.h"
+
 namespace quillo::tests {
 namespace {
 
 // The mount points at and below `folder`, the last mounted first.
 std::vector<std::string> mountsBelow(const std::string& folder) {
-  std::ifstream table("/proc/self/mountinfo");
   std::vector<std::string> points;
-  std::string line;
-  while (std::getline(table, line)) {
-    std::istringstream fields(line);
-    std::string skipped;
-    std::string escaped;
-    fields >> skipped >> skipped >> skipped >> skipped >> escaped;
-    std::string point;
-    for (size_t at = 0; at < escaped.size(); ++at) {
-      if (escaped[at] == '\\') {
-        point += static_cast<char>(std::stoi(escaped.substr(at + 1, 3), nullptr, 8));
-        at += 3;
-      } else {
-        point += escaped[at];
-      }
-    }
-    if (point == folder || point.rfind(folder + "/", 0) == 0) points.insert(points.begin(), point);
+  for (const Mount& mount : MountTable().read().value_or(std::vector<Mount>())) {
+    const bool isThere = mount.point == folder || liesBelow(mount.point, folder);
+    if (isThere) points.insert(points.begin(), mount.point);
   }
   return points;
 }
@@ -125,13 +114,9 @@ LoopMount::~LoopMount() {
 }
 
 std::string LoopMount::device() const {
-  std::ifstream table("/proc/self/mounts");
-  std::string source;
-  std::string point;
-  std::string rest;
   std::string found;
-  while (table >> source >> point && std::getline(table, rest)) {
-    if (point == point_) found = source;
+  for (const Mount& mount : MountTable().read().value_or(std::vector<Mount>())) {
+    if (mount.point == point_) found = mount.source;
   }
   return found;
 }
