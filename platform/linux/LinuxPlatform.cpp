@@ -30,7 +30,6 @@
 #include "platform/linux/services/QtApplication.h"
 #include "platform/linux/services/QtModifierKeys.h"
 #include "platform/linux/services/TerminationSignals.h"
-#include "platform/linux/services/UserAccount.h"
 #include "platform/linux/session/LogindPowerNotifications.h"
 #include "platform/linux/session/ScriptingObject.h"
 #include "platform/linux/session/SessionBusNotificationCenter.h"
@@ -38,8 +37,8 @@
 #include "platform/linux/text/QtTranslation.h"
 #include "platform/linux/text/StringTables.h"
 #include "platform/linux/tray/QtDockTile.h"
-#include "platform/linux/tray/QtImageLoader.h"
-#include "platform/linux/tray/QtStatusBar.h"
+#include "platform/linux/tray/QtImage.h"
+#include "platform/linux/tray/QtStatusItem.h"
 
 namespace quillo {
 namespace {

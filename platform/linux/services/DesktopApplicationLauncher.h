@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "platform/ApplicationLauncher.h"
-#include "platform/linux/dialogs/ActiveWindow.h"
+#include "platform/linux/services/ActiveWindow.h"
 
 namespace quillo {
 
