@@ -48,7 +48,7 @@ SpotlightWatcher::~SpotlightWatcher() = default;
 void SpotlightWatcher::setMenuAndParamsAndController(const WatcherArgumentList& list,
                                                      WatcherOwner& controller) {
   if (list.empty() || !std::holds_alternative<WatcherMenu*>(list.front())) {
-    throw PlatformException("InvalidArgumentException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "InvalidArgumentException",
                             "a watcher takes the status menu and then the scan arguments");
   }
   vantrelQuilloController = &controller;
@@ -143,7 +143,7 @@ void SpotlightWatcher::insertChanged(const MetadataItem& item, Paths& paths) {
     return;
   }
   if (paths.empty()) {
-    throw PlatformException("RangeException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "RangeException",
                             "there is no first path to remove: the list is empty");
   }
   paths.erase(paths.begin());

@@ -84,8 +84,7 @@ class NameTree::Listing {
 NameTree::NameTree(Clock& clock)
     : clock_(clock), queue_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), allReadAt_(now()) {
   if (!queue_) {
-    throw PlatformException("NameWatchFailure",
-                            std::string("cannot watch names: ") + std::strerror(errno));
+    throw PlatformException::ofSystemCall("NameWatchFailure", "cannot watch names", errno);
   }
 }
 

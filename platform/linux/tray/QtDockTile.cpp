@@ -35,12 +35,14 @@ std::unique_ptr<QMainWindow> loadWindow(const std::string& folder) {
   std::string reason;
   auto file = InterfaceFile::read(folder, "DockTile", reason);
   if (!file) {
-    throw PlatformException("QtDockTile", "Cannot load the interface file " + reason);
+    throw PlatformException(PlatformException::Kind::notFound, "QtDockTile",
+                            "Cannot load the interface file " + reason);
   }
   std::unique_ptr<QWidget> widget = file->makeWidget();
   auto* window = qobject_cast<QMainWindow*>(widget.get());
   if (!window) {
-    throw PlatformException("QtDockTile", folder + "/DockTile.ui: theDialog is no main window");
+    throw PlatformException(PlatformException::Kind::notFound, "QtDockTile",
+                            folder + "/DockTile.ui: theDialog is no main window");
   }
   widget.release();
   return std::unique_ptr<QMainWindow>(window);
