@@ -24,7 +24,7 @@ struct QueuedNotification {
 
 // Decides what of many notifications the user sees. Those of one name that follow one another
 // within a few seconds are a burst: its first few are shown, and one more that says how many else
-// there were and is brought up to date in place. Nothing is held back but that count. What tells of
+// there were and is brought up to date in place. Nothing is held back but that count. What reports
 // malware goes before what waits besides, and shares its bursts with nothing else. Not for sharing
 // between threads.
 class NotificationQueue {
@@ -70,7 +70,7 @@ class NotificationQueue {
 
   Clock& clock_;
   const std::function<std::string(std::uint64_t count)> moreText_;
-  // Of which name, and whether it tells of malware.
+  // Of which name, and whether it reports malware.
   using Kind = std::pair<std::string, bool>;
 
   std::uint64_t numbers_ = 0;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int longestToolTip = 1000;
 
-// A panel may come late at log-in. Who is told too early sees that taken back.
+// A panel may come late at log-in. A notice that came too early is withdrawn.
 constexpr auto shortPatience = std::chrono::seconds(2);
 constexpr auto patience = std::chrono::seconds(10);
 
@@ -156,7 +156,7 @@ void QtStatusBar::observeRoom(RoomObserver observer) {
   const auto lookAtHost = [this] {
     if (host_.kind() != TrayHost::Kind::none) {
       patience_.stop();
-      tellRoom(Room::shown);
+      reportRoom(Room::shown);
     }
   };
   host_.onChange(lookAtHost);
@@ -166,13 +166,13 @@ void QtStatusBar::observeRoom(RoomObserver observer) {
     if (isShort) {
       patience_.start(patience - shortPatience);
     }
-    tellRoom(isShort ? Room::notYet : Room::none);
+    reportRoom(isShort ? Room::notYet : Room::none);
   });
   patience_.start(shortPatience);
   lookAtHost();
 }
 
-void QtStatusBar::tellRoom(Room room) {
+void QtStatusBar::reportRoom(Room room) {
   const std::string desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString();
   guarded([&] { roomObserver_(room, desktop); });
 }

@@ -82,7 +82,7 @@ class QtStatusBar final : public StatusBar {
   void observeRoom(RoomObserver observer) override;
 
  private:
-  void tellRoom(Room room);
+  void reportRoom(Room room);
 
   Application& application_;
   TrayHost host_;
