@@ -6,7 +6,7 @@
 
 #include "platform/linux/services/LibraryMessages.h"
 #include "platform/linux/services/LinuxSystemLog.h"
-#include "tests/desktop/HandClock.h"
+#include "tests/desktop/support/HandClock.h"
 
 namespace quillo {
 namespace {

@@ -3,7 +3,7 @@
 #include "platform/linux/services/Environment.h"
 #include "platform/linux/services/LinuxFolders.h"
 #include "posix/Text.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

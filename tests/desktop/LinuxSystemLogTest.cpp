@@ -8,7 +8,7 @@
 #include "platform/linux/services/LinesOfActions.h"
 #include "platform/linux/services/LinuxSystemLog.h"
 #include "platform/linux/text/VisibleText.h"
-#include "tests/desktop/HandClock.h"
+#include "tests/desktop/support/HandClock.h"
 
 namespace quillo {
 namespace {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "platform/linux/notifications/NotificationQueue.h"
-#include "tests/desktop/HandClock.h"
+#include "tests/desktop/support/HandClock.h"
 
 namespace quillo {
 namespace {

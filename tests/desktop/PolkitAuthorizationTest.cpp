@@ -9,7 +9,7 @@
 
 #include "platform/linux/services/PolkitAuthorization.h"
 #include "platform/linux/text/StringTables.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

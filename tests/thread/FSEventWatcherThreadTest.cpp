@@ -3,11 +3,11 @@
 #include <thread>
 
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/HelperProgram.h"
-#include "tests/fakes/JoinedThreads.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/fakes/watching/HelperProgram.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/WatcherServices.h"
 

@@ -2,10 +2,10 @@
 
 #include <filesystem>
 
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/ManualClock.h"
-#include "tests/fakes/ScratchFolder.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/ScratchFolder.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/WatcherServices.h"
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "tests/fakes/AgentUnderTest.h"
-#include "tests/fakes/FakeMetadataQuery.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
+#include "tests/fakes/desktop/FakeMetadataQuery.h"
 #include "watchers/SpotlightWatcher.h"
 
 namespace quillo {
