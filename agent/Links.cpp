@@ -70,12 +70,6 @@ void WatcherLink::setPlacesWithGaps(std::size_t count) {
   agent_.face().setPlacesWithGaps(count);
   agent_.mainMenu().tellStatus();
 }
-void WatcherLink::addStringToItemList(const std::string& path) {
-  agent_.theDispatcher().addStringToItemList(path);
-}
-void WatcherLink::addToItemList(std::vector<std::string>& paths) {
-  agent_.theDispatcher().addToItemList(paths);
-}
 
 std::optional<std::string> EngineLink::clamPATH() { return agent_.preferences().clamPATH(); }
 bool EngineLink::displayError(const std::string& description) {

@@ -38,7 +38,6 @@
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 
@@ -188,7 +187,6 @@ class VantrelQuillo {
   EngineLink engineLink_;
   MenuLink menuLink_;
   const ScannerServices scannerServices_;
-  const WatcherServices watcherServices_;
   // Own synchronisation.
   RunningScanners runningScanners_;
   PutBackFiles putBackFiles_;
@@ -197,6 +195,8 @@ class VantrelQuillo {
   AbortedScans abortedScans_;
   Face face_;
   Dispatcher theDispatcher_;
+  DispatcherIntake intake_;
+  const WatcherServices watcherServices_;
   PatientScanner firstPatientScanner;
   PatientScanner secondPatientScanner;
   FSEventWatcher gfsLogger;
