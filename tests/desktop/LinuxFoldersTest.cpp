@@ -1,9 +1,10 @@
 #include <gtest/gtest.h>
 
+#include "platform/linux/services/Environment.h"
 #include "platform/linux/services/LinuxFolders.h"
 #include "posix/Accounts.h"
 #include "posix/Text.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

@@ -16,8 +16,8 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -15,8 +15,8 @@
 #include <utility>
 
 #include "posix/Text.h"
-#include "tests/root/support/Files.h"
-#include "tests/root/support/WrapperOnClamd.h"
+#include "tests/root/support/engine/WrapperOnClamd.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::wrapper {
 namespace {

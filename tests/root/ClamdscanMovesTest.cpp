@@ -7,8 +7,8 @@
 
 #include <filesystem>
 
-#include "tests/root/support/Files.h"
-#include "tests/root/support/WrapperOnClamd.h"
+#include "tests/root/support/engine/WrapperOnClamd.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::wrapper {
 namespace {

@@ -14,8 +14,8 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
-#include "tests/root/support/Files.h"
-#include "tests/root/support/WrapperOnClamd.h"
+#include "tests/root/support/engine/WrapperOnClamd.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 #include "tools/clamdscan/ClientWrapper.h"
 
 namespace quillo::wrapper {

@@ -6,8 +6,8 @@
 #include <cerrno>
 
 #include "posix/MountTable.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/InterruptedSystemCall.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/InterruptedSystemCall.h"
 
 namespace quillo {
 namespace {

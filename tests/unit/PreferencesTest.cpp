@@ -5,8 +5,8 @@
 #include "agent/Preferences.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
-#include "tests/fakes/PreferencesUnderTest.h"
-#include "tests/fakes/StdoutCapture.h"
+#include "tests/fakes/agent/PreferencesUnderTest.h"
+#include "tests/support/StdoutCapture.h"
 
 namespace quillo {
 namespace {

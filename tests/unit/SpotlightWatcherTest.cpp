@@ -3,10 +3,10 @@
 #include <stdexcept>
 
 #include "posix/PlatformException.h"
-#include "tests/fakes/FakeMetadataQuery.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/desktop/FakeMetadataQuery.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/support/TemporaryFolder.h"
 #include "watchers/SpotlightWatcher.h"
 
 namespace quillo {

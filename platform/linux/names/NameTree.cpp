@@ -49,13 +49,13 @@ std::time_t NameTree::now() const {
   return std::chrono::system_clock::to_time_t(clock_.wallTime());
 }
 
-void NameTree::add(const std::string& folder, bool withSubfolders, bool tellAll) {
+void NameTree::add(const std::string& folder, bool withSubfolders, bool reportAll) {
   struct stat status = {};
   if (stat(folder.c_str(), &status) != 0) {
     return;
   }
   roots_[folder] = Root{withSubfolders, status.st_dev, status.st_ino};
-  visits_.push_back({folder, folder, tellAll, now() - slack});
+  visits_.push_back({folder, folder, reportAll, now() - slack});
 }
 
 void NameTree::remove(const std::string& folder) {
@@ -149,13 +149,13 @@ void NameTree::folderAppeared(const std::string& folder) {
   }
 }
 
-// Events were lost: whatever came into a folder since all were read is told again.
+// Events were lost: whatever came into a folder since all were read is reported again.
 void NameTree::startOver() {
   // In place of a walk that is under way for the same reason, or walks would pile up.
   std::time_t since = allReadAt_ - slack;
   std::erase_if(visits_, [&since](const Visit& visit) {
-    since = visit.tellAll ? since : std::min(since, visit.since);
-    return !visit.tellAll;
+    since = visit.reportAll ? since : std::min(since, visit.since);
+    return !visit.reportAll;
   });
   for (const auto& [folder, root] : roots_) {
     visits_.push_back({folder, folder, false, since});
@@ -171,12 +171,12 @@ void NameTree::visit(const Visit& what, std::vector<std::string>& paths) {
     return;
   }
   watch(folder.descriptor(), what.folder);
-  const bool tells = what.tellAll || std::max(status.st_mtime, status.st_ctime) >= what.since;
+  const bool reports = what.reportAll || std::max(status.st_mtime, status.st_ctime) >= what.since;
   while (const dirent* entry = folder.next()) {
     const unsigned char type = folder.typeOf(*entry);
     if (type == DT_DIR && root->second.withSubfolders) {
-      visits_.push_front({in(what.folder, entry->d_name), what.root, what.tellAll, what.since});
-    } else if (tells && (type == DT_REG || type == DT_LNK)) {
+      visits_.push_front({in(what.folder, entry->d_name), what.root, what.reportAll, what.since});
+    } else if (reports && (type == DT_REG || type == DT_LNK)) {
       paths.push_back(in(what.folder, entry->d_name));
     }
   }

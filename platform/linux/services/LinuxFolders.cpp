@@ -3,9 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <string_view>
 
+#include "platform/linux/services/Environment.h"
 #include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"

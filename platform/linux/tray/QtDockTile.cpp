@@ -58,7 +58,7 @@ QTreeWidgetItem* lineFor(const DockVerdict& verdict, const QStyle& style) {
   line->setText(verdictColumn, elidedInTheMiddle(words, longestVerdict));
   line->setToolTip(verdictColumn, elidedInTheMiddle(toolTipText(verdict.verdict), longestLine));
   if (verdict.isThreat) {
-    // Told by a sign and not by colour alone.
+    // Marked by a sign and not by colour alone.
     line->setIcon(verdictColumn, style.standardIcon(QStyle::SP_MessageBoxWarning));
     QFont bold = line->font(verdictColumn);
     bold.setBold(true);
