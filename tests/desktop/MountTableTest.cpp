@@ -5,8 +5,7 @@
 
 #include "platform/linux/names/LinuxMountNotifications.h"
 #include "platform/linux/names/MountTable.h"
-#include "tests/support/FailingSystemCall.h"
-#include "tests/support/InterruptedSystemCall.h"
+#include "tests/support/SystemCalls.h"
 
 namespace quillo {
 namespace {
