@@ -9,7 +9,7 @@
 #include "platform/linux/session/LogindPowerNotifications.h"
 #include "platform/linux/session/ScriptingObject.h"
 #include "platform/linux/session/SessionBusNotificationCenter.h"
-#include "platform/linux/tray/QtMenuItem.h"
+#include "platform/linux/tray/QtMenu.h"
 #include "tests/desktop/support/QtEvents.h"
 #include "tests/desktop/support/bus/FakeBusObject.h"
 #include "tests/fakes/desktop/FakeInterface.h"

@@ -48,7 +48,7 @@ TEST_F(LibraryMessagesTest, AreWrittenAFewTimesEachAndThenCounted) {
     qWarning("again");
   }
   EXPECT_EQ(system.size(), 6U);
-  log.tellRepeats(true);
+  log.logRepeats(true);
   EXPECT_EQ(system.back(), "Qt: again (repeated 94 times)");
   EXPECT_EQ(console, Lines());
 }

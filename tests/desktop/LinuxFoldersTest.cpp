@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "platform/linux/services/Environment.h"
 #include "platform/linux/services/LinuxFolders.h"
-#include "platform/linux/services/UserAccount.h"
 #include "posix/Text.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "platform/linux/notifications/NotificationQueue.h"
-#include "platform/linux/notifications/NotificationText.h"
 #include "tests/support/ManualClock.h"
 
 namespace quillo {

@@ -8,7 +8,6 @@
 #include <map>
 
 #include "platform/linux/services/PolkitAuthorization.h"
-#include "platform/linux/services/SetUserIdSafety.h"
 #include "platform/linux/text/StringTables.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -94,6 +94,7 @@ TEST_F(ClamdLaunch, ThrowsForAProgramThatIsMissingOrCannotBeRun) {
     link.launchClamdWithConfigFile(folder.write("sbin/clamd", "text"), std::nullopt);
     FAIL() << "was launched";
   } catch (const PlatformException& failure) {
+    EXPECT_EQ(failure.kind(), PlatformException::Kind::cannotLaunch);
     EXPECT_EQ(failure.reason(), "launch path not accessible");
   }
   EXPECT_THROW(link.launchClamdWithConfigFile("/nonexistent/clamd", std::nullopt),

@@ -7,7 +7,6 @@
 #include "tests/support/ManualClock.h"
 #include "tests/support/Threads.h"
 #include "watchers/FSEventWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -40,10 +39,7 @@ class WatcherAndHelper : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   FSEventWatcher watcher{owner, services};
   std::unique_ptr<HelperProgram> helper;
   JoinedThreads loop;

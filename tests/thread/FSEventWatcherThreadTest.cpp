@@ -7,7 +7,6 @@
 #include "tests/support/ManualClock.h"
 #include "tests/support/Threads.h"
 #include "watchers/FSEventWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -38,10 +37,7 @@ class WatcherRaces : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   HelperProgram helper{jealous};
   FSEventWatcher watcher{owner, services};
   JoinedThreads threads;

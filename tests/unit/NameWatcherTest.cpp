@@ -7,7 +7,6 @@
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 #include "watchers/NameWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -30,10 +29,7 @@ class NameWatcherTest : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   NameWatcher watcher{owner, services};
 };
 

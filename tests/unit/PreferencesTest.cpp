@@ -108,7 +108,8 @@ TEST_F(PreferencesTest, TellOfADaemonProgramThatIsNotThere) {
 
 TEST_F(PreferencesTest, TryToLaunchTheDaemonWhenProcessesCannotBeListed) {
   findDaemon = []() -> std::optional<RunningDaemon> {
-    throw PlatformException("LaunchFailure", "no more processes");
+    throw PlatformException(PlatformException::Kind::noResources, "LaunchFailure",
+                            "no more processes");
   };
   EXPECT_FALSE(preferences.readPrefs());
   EXPECT_EQ(log().lines()[0], "The processes cannot be listed: no more processes");

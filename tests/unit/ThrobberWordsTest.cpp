@@ -78,7 +78,7 @@ TEST_F(ThrobberWords, SayThatTheDefinitionsAreUpdatedAlsoWhenNothingIsWatched) {
 
 TEST_F(ThrobberWords, SayWhatTheOwnerKnows) {
   owner.facts.engineMissing = true;
-  throbber.tellStatus();
+  throbber.showStatus();
   EXPECT_EQ(item.toolTip(), "<STATUS_NO_ENGINE>");
 }
 

@@ -10,16 +10,17 @@
 #include <vector>
 
 #include "posix/Snapshot.h"
+#include "tests/fakes/FakePlatform.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
 
-// Keeps what a watcher hands on, and notes down what it asks for. Any thread.
-class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
+// Owner and queue in one: keeps what a watcher hands on and notes down what it asks for. Any
+// thread.
+class FakeWatcherOwner final : public WatcherOwner, public PathIntake {
  public:
   std::shared_ptr<const WatchedFolderList> getWatchedFolderList() override { return list_.load(); }
   std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() override { return flags_.load(); }
-  PathIntake& theDispatcher() override { return *this; }
   void stopWatcherFromWatcher() override {
     note("stopWatcher");
     if (onStop) {
@@ -52,6 +53,24 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
   bool helperFails() {
     std::lock_guard hold(mutex_);
     return helperFails_;
+  }
+
+  void addToItemList(std::vector<std::string>& paths) override {
+    if (refusal) {
+      std::rethrow_exception(std::exchange(refusal, nullptr));
+    }
+    std::lock_guard hold(mutex_);
+    paths_.insert(paths_.end(), paths.begin(), paths.end());
+    paths.clear();
+    changed_.notify_all();
+  }
+  void addStringToItemList(const std::string& path) override {
+    if (onPath) {
+      onPath();
+    }
+    std::lock_guard hold(mutex_);
+    paths_.push_back(path);
+    changed_.notify_all();
   }
 
   // `folder` as the watch list holds it: a folder with a "/" at its end.
@@ -92,23 +111,6 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
   std::function<void()> onStart;
 
  private:
-  void addToItemList(std::vector<std::string>& paths) override {
-    if (refusal) {
-      std::rethrow_exception(std::exchange(refusal, nullptr));
-    }
-    std::lock_guard hold(mutex_);
-    paths_.insert(paths_.end(), paths.begin(), paths.end());
-    paths.clear();
-    changed_.notify_all();
-  }
-  void addStringToItemList(const std::string& path) override {
-    if (onPath) {
-      onPath();
-    }
-    std::lock_guard hold(mutex_);
-    paths_.push_back(path);
-    changed_.notify_all();
-  }
   void note(const std::string& call) {
     std::lock_guard hold(mutex_);
     calls_.push_back(call);
@@ -122,5 +124,18 @@ class FakeWatcherOwner final : public WatcherOwner, private PathIntake {
   std::vector<std::string> calls_;
   bool helperFails_ = false;
 };
+
+inline WatcherServices watcherServicesOf(FakePlatform& desktop, Clock& clock, PathIntake& intake) {
+  return {desktop.application,
+          desktop.authorization,
+          clock,
+          desktop.folders,
+          desktop.localizedStrings,
+          desktop.nameWatch,
+          desktop.preferenceStore,
+          desktop.systemLog,
+          desktop.trashFolders,
+          intake};
+}
 
 }  // namespace quillo

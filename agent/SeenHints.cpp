@@ -1,4 +1,4 @@
-#include "agent/ToldOnce.h"
+#include "agent/SeenHints.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 
 namespace quillo {
 
-std::string ToldOnce::fileOf(const std::string& subject) const {
+std::string SeenHints::fileOf(const std::string& subject) const {
   std::string name;
   for (const char c : subject) {
     const bool isPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
@@ -18,20 +18,20 @@ std::string ToldOnce::fileOf(const std::string& subject) const {
   return folders_.stateFolder() + "/told-" + name;
 }
 
-bool ToldOnce::isNews(const std::string& subject) {
+bool SeenHints::isNews(const std::string& subject) {
   struct stat info = {};
-  return lstat(fileOf(subject).c_str(), &info) != 0 && toldNow_.insert(subject).second;
+  return lstat(fileOf(subject).c_str(), &info) != 0 && seenNow_.insert(subject).second;
 }
 
-void ToldOnce::remember(const std::string& subject) {
+void SeenHints::remember(const std::string& subject) {
   const std::string problem = writeNewFile("What was told", fileOf(subject), "");
   if (!problem.empty()) {
     log_.log(problem);
   }
 }
 
-void ToldOnce::forget(const std::string& subject) {
-  toldNow_.erase(subject);
+void SeenHints::forget(const std::string& subject) {
+  seenNow_.erase(subject);
   unlink(fileOf(subject).c_str());
 }
 

@@ -10,9 +10,9 @@ class SystemLog;
 
 // Remembers from one run to the next what the user was told, in files of the user's state folder.
 // Main thread.
-class ToldOnce {
+class SeenHints {
  public:
-  ToldOnce(Folders& folders, SystemLog& log) : folders_(folders), log_(log) {}
+  SeenHints(Folders& folders, SystemLog& log) : folders_(folders), log_(log) {}
 
   // Whether it is to be told now: not if it was before. In this run it is not to be told again.
   bool isNews(const std::string& subject);
@@ -26,7 +26,7 @@ class ToldOnce {
 
   Folders& folders_;
   SystemLog& log_;
-  std::set<std::string> toldNow_;
+  std::set<std::string> seenNow_;
 };
 
 }  // namespace quillo

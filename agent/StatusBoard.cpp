@@ -1,4 +1,4 @@
-#include "agent/Face.h"
+#include "agent/StatusBoard.h"
 
 #include <ctime>
 #include <utility>
@@ -11,7 +11,7 @@
 
 namespace quillo {
 
-StatusFacts Face::status() {
+StatusFacts StatusBoard::status() {
   StatusFacts facts;
   facts.engineMissing = engineMissing_;
   facts.preferencesMissing = preferencesMissing_;
@@ -28,7 +28,7 @@ StatusFacts Face::status() {
   return facts;
 }
 
-void Face::setWatchedFolders(const std::vector<std::string>& folders) {
+void StatusBoard::setWatchedFolders(const std::vector<std::string>& folders) {
   watchedFolders_ = folders.size();
   std::vector<std::string> shown;
   for (const std::string& folder : folders) {
@@ -37,7 +37,7 @@ void Face::setWatchedFolders(const std::vector<std::string>& folders) {
   services_.dockTile.setWatchedFolders(shown);
 }
 
-void Face::setMissingFolders(const std::vector<std::string>& folders) {
+void StatusBoard::setMissingFolders(const std::vector<std::string>& folders) {
   std::vector<std::string> shown;
   for (const std::string& folder : folders) {
     shown.push_back(abbreviatingWithTilde(folder, services_.folders.homeFolder()));
@@ -46,7 +46,7 @@ void Face::setMissingFolders(const std::vector<std::string>& folders) {
   missingFolders_ = std::move(shown);
 }
 
-void Face::verdictGiven(const Verdict& verdict) {
+void StatusBoard::verdictGiven(const Verdict& verdict) {
   // Whoever judges is there.
   const bool judged =
       verdict.kind == Verdict::Kind::clean || verdict.kind == Verdict::Kind::infected;
@@ -60,7 +60,7 @@ void Face::verdictGiven(const Verdict& verdict) {
               verdict.kind == Verdict::Kind::infected};
   MutexLock hold(mutex_);
   if (showsVerdicts_) {
-    tell(given);
+    show(given);
     return;
   }
   if (unseen_.size() == DockTile::keptVerdicts) {
@@ -69,23 +69,23 @@ void Face::verdictGiven(const Verdict& verdict) {
   unseen_.push_back(std::move(given));
 }
 
-void Face::showVerdicts() {
+void StatusBoard::showVerdicts() {
   MutexLock hold(mutex_);
   showsVerdicts_ = true;
   for (const Given& given : unseen_) {
-    tell(given);
+    show(given);
   }
   unseen_.clear();
 }
 
-void Face::tell(const Given& given) const {
+void StatusBoard::show(const Given& given) const {
   services_.dockTile.addVerdict(
       {timeOf(given.at), abbreviatingWithTilde(given.path, services_.folders.homeFolder()),
        given.isThreat ? given.threat : services_.localizedStrings.stringForKey("SCANNED", ""),
        given.isThreat});
 }
 
-std::string Face::timeOf(std::chrono::system_clock::time_point at) {
+std::string StatusBoard::timeOf(std::chrono::system_clock::time_point at) {
   char buffer[16] = "";
   const std::time_t seconds = std::chrono::system_clock::to_time_t(at);
   std::tm local = {};

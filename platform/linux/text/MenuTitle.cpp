@@ -1,4 +1,4 @@
-#include "platform/linux/tray/MenuTitle.h"
+#include "platform/linux/text/MenuTitle.h"
 
 #include "platform/linux/text/DisplayText.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/dialogs/ActiveWindow.h"
+#include "platform/linux/services/ActiveWindow.h"
 
 #include <xcb/xcb.h>
 

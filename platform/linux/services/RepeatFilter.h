@@ -11,7 +11,7 @@
 namespace quillo {
 
 // Keeps a log readable and small when something fails again and again: of a line that comes more
-// often than that within a minute of its first time, the rest is counted instead, and told of once
+// often than that within a minute of its first time, the rest is counted instead, and logged once
 // the minute is over, also when several such lines alternate. Remembers a bounded number of lines.
 // Not for sharing between threads.
 class RepeatFilter {
@@ -31,7 +31,7 @@ class RepeatFilter {
   std::vector<std::string> pass(std::string_view line);
   // What was counted and whose minute is over.
   std::vector<std::string> takeDue();
-  // Everything that was counted and not told yet.
+  // Returns everything that was counted and not logged yet.
   std::vector<std::string> takeAll();
 
  private:

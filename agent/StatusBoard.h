@@ -19,8 +19,8 @@ class DockTile;
 class Folders;
 class LocalizedStrings;
 
-// The services that the face uses. All of them outlive it.
-struct FaceServices {
+// The services that the status board uses. All of them outlive it.
+struct StatusBoardServices {
   Clock& clock;
   DockTile& dockTile;
   Folders& folders;
@@ -29,11 +29,11 @@ struct FaceServices {
 
 // What the agent shows of itself besides icon and menu: the facts behind the words of its state,
 // and what the Dock tile lists. Any thread.
-class Face final : public ScanObserver {
+class StatusBoard final : public ScanObserver {
  public:
-  explicit Face(const FaceServices& services) : services_(services) {}
+  explicit StatusBoard(const StatusBoardServices& services) : services_(services) {}
 
-  // What only the menu knows is left open.
+  // Returns the facts; those that only the menu knows keep their defaults.
   StatusFacts status();
   void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
   void setEngineMissing(bool missing) { engineMissing_ = missing; }
@@ -42,17 +42,17 @@ class Face final : public ScanObserver {
     definitions_ = state;
     daysOfDefinitions_ = days;
   }
-  // Those that were chosen and are not there.
+  // `folders` were chosen and are not there.
   void setMissingFolders(const std::vector<std::string>& folders);
   void setHelperFails(bool fails) { helperFails_ = fails; }
   void setPlacesWithGaps(std::size_t count) { placesWithGaps_ = count; }
   void setWatchedFolders(const std::vector<std::string>& folders);
-  // Called from any thread when an engine that was missing has judged a file. Before the scanners
-  // run.
+  // Sets what is called, on any thread, when an engine that was missing has judged a file. To be
+  // set before the scanners run.
   void setEngineIsBack(std::function<void()> engineIsBack) {
     engineIsBack_ = std::move(engineIsBack);
   }
-  // Verdicts are put together for the Dock tile from now on, beginning with the last ones before.
+  // Hands verdicts to the Dock tile from now on, beginning with the last ones before.
   void showVerdicts();
 
   void runBegan(std::size_t files) override { filesBeingScanned_ += files; }
@@ -68,11 +68,11 @@ class Face final : public ScanObserver {
     bool isThreat = false;
   };
 
-  void tell(const Given& given) const;
+  void show(const Given& given) const;
   static std::string timeOf(std::chrono::system_clock::time_point at);
 
   // Constant once the scanners run.
-  const FaceServices services_;
+  const StatusBoardServices services_;
   std::function<void()> engineIsBack_;
   // Own synchronisation.
   std::atomic<bool> settingUp_{false};

@@ -1,4 +1,4 @@
-#include "platform/linux/dialogs/RepeatFilter.h"
+#include "platform/linux/services/RepeatFilter.h"
 
 #include <algorithm>
 

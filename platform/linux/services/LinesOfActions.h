@@ -5,7 +5,7 @@
 
 namespace quillo {
 
-// How the lines begin that tell of one action each: a restart, a sleep, a start of the daemon, an
+// How the lines begin that log one action each: a restart, a sleep, a start of the daemon, an
 // end of the helper. Somebody may count them, so the log has every one.
 inline constexpr std::array<std::string_view, 44> linesOfActions = {
     "We're currently watching for changes, so stop and then register",

@@ -9,9 +9,9 @@
 namespace quillo {
 namespace {
 
-class AgentFace : public testing::Test, protected AgentUnderTest {
+class AgentStatus : public testing::Test, protected AgentUnderTest {
  protected:
-  AgentFace() { watchFolders({"~", "/"}); }
+  AgentStatus() { watchFolders({"~", "/"}); }
   void watchFolders(const std::vector<std::string>& paths) {
     PreferenceArray entries;
     for (const std::string& path : paths) {
@@ -24,7 +24,7 @@ class AgentFace : public testing::Test, protected AgentUnderTest {
   std::string toolTip() { return desktop.statusBar.item.toolTip(); }
 };
 
-TEST_F(AgentFace, SaysHowManyFoldersAreWatched) {
+TEST_F(AgentStatus, SaysHowManyFoldersAreWatched) {
   launch();
   EXPECT_EQ(desktop.statusBar.item.toolTips(),
             (std::vector<std::string>{"<WAIT>", "Watching 2 folders"}));
@@ -32,7 +32,7 @@ TEST_F(AgentFace, SaysHowManyFoldersAreWatched) {
   EXPECT_EQ(desktop.dockTile.watchedFolders(), (std::vector<std::string>{"~/", "/"}));
 }
 
-TEST_F(AgentFace, SaysThatNotEveryFolderIsWatchedCompletely) {
+TEST_F(AgentStatus, SaysThatNotEveryFolderIsWatchedCompletely) {
   desktop.localizedStrings.texts["STATUS_PARTLY"] = "%@, not all of them";
   launch();
   ASSERT_TRUE(desktop.nameWatch.observer);
@@ -42,7 +42,7 @@ TEST_F(AgentFace, SaysThatNotEveryFolderIsWatchedCompletely) {
   EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
-TEST_F(AgentFace, CountsOnlyFoldersThatAreThere) {
+TEST_F(AgentStatus, CountsOnlyFoldersThatAreThere) {
   watchFolders({"~", "/no/such/folder"});
   desktop.localizedStrings.texts["STATUS_BUT"] = "%@, but %@";
   desktop.localizedStrings.texts["STATUS_NOT_THERE_ONE"] = "%@ is not there";
@@ -50,16 +50,16 @@ TEST_F(AgentFace, CountsOnlyFoldersThatAreThere) {
   EXPECT_EQ(toolTip(), "<STATUS_WATCHING_ONE>, but /no/such/folder is not there");
 }
 
-TEST_F(AgentFace, SaysAtTheFirstVerdictThatTheEngineIsBack) {
+TEST_F(AgentStatus, SaysAtTheFirstVerdictThatTheEngineIsBack) {
   launch();
-  agent().face().setEngineMissing(true);
-  agent().mainMenu().tellStatus();
+  agent().statusBoard().setEngineMissing(true);
+  agent().mainMenu().showStatus();
   ASSERT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
-  agent().face().verdictGiven(Verdict::parse("/a: OK"));
+  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
-TEST_F(AgentFace, AsksForPatienceWhileTheEngineLoads) {
+TEST_F(AgentStatus, AsksForPatienceWhileTheEngineLoads) {
   daemon.reset();
   home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
   std::string meanwhile;
@@ -73,14 +73,14 @@ TEST_F(AgentFace, AsksForPatienceWhileTheEngineLoads) {
   EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
-TEST_F(AgentFace, SaysThatNothingIsWatchedAfterAStop) {
+TEST_F(AgentStatus, SaysThatNothingIsWatchedAfterAStop) {
   launch();
   agent().stopWatcher();
   EXPECT_EQ(toolTip(), "<STATUS_IDLE>");
   EXPECT_TRUE(desktop.dockTile.watchedFolders().empty());
 }
 
-TEST_F(AgentFace, SaysThatThereIsNoEngineUntilOneIsFound) {
+TEST_F(AgentStatus, SaysThatThereIsNoEngineUntilOneIsFound) {
   desktop.preferenceStore.remove("PathToClamav");
   launch();
   EXPECT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
@@ -89,55 +89,55 @@ TEST_F(AgentFace, SaysThatThereIsNoEngineUntilOneIsFound) {
   EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
-TEST_F(AgentFace, SaysThatThereIsNoEngineWhenTheScannerProgramIsMissing) {
+TEST_F(AgentStatus, SaysThatThereIsNoEngineWhenTheScannerProgramIsMissing) {
   std::filesystem::remove(engine() + "/bin/clamdscan");
   launch();
   EXPECT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
 }
 
-TEST_F(AgentFace, SaysThatThereIsNoEngineWhenAScannerFindsItGone) {
+TEST_F(AgentStatus, SaysThatThereIsNoEngineWhenAScannerFindsItGone) {
   launch();
   ScannerLink(agent()).noEnginePanic("/engine/bin/clamdscan");
   EXPECT_EQ(desktop.mainInterface.noEngineWindow.message(), "<ENGINE_SCANNER_FAILED>");
   EXPECT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
 }
 
-TEST_F(AgentFace, DoesNotWaitForeverWhenAStartFails) {
+TEST_F(AgentStatus, DoesNotWaitForeverWhenAStartFails) {
   threads.refused = {"FSEventWatcher"};
   launch();
   EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
-TEST_F(AgentFace, ListsVerdictsOnlyWhereThereIsADockTile) {
+TEST_F(AgentStatus, ListsVerdictsOnlyWhereThereIsADockTile) {
   launch();
-  agent().face().verdictGiven(Verdict::parse("/a: OK"));
+  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 
-TEST_F(AgentFace, ListsVerdictsInTheDockTile) {
+TEST_F(AgentStatus, ListsVerdictsInTheDockTile) {
   desktop.preferenceStore.set("ShowDockIcon", "both");
   launch();
-  agent().face().verdictGiven(Verdict::parse("/a: OK"));
+  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_EQ(desktop.dockTile.verdicts().size(), 1U);
 }
 
-TEST_F(AgentFace, IsShownWithItsLastVerdictsWhenTheProgramIsStartedAgain) {
+TEST_F(AgentStatus, IsShownWithItsLastVerdictsWhenTheProgramIsStartedAgain) {
   launch();
-  agent().face().verdictGiven(Verdict::parse("/a: OK"));
+  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_EQ(desktop.application.reopen(), 0);
   EXPECT_EQ(desktop.application.activations, 1);
   EXPECT_EQ(desktop.application.transformations, 0);
   EXPECT_EQ(desktop.dockTile.verdicts().size(), 1U);
 }
 
-TEST_F(AgentFace, SaysWhyItCannotBeShownWhenTheProgramIsStartedAgain) {
+TEST_F(AgentStatus, SaysWhyItCannotBeShownWhenTheProgramIsStartedAgain) {
   desktop.application.activateResult = 95;
   launch();
   EXPECT_EQ(desktop.application.reopen(), 95);
   EXPECT_TRUE(log().has("Could not bring the application to front. Error 95"));
 }
 
-TEST_F(AgentFace, LooksAgainForAMissingEngineWhenTheProgramIsStartedAgain) {
+TEST_F(AgentStatus, LooksAgainForAMissingEngineWhenTheProgramIsStartedAgain) {
   desktop.preferenceStore.remove("PathToClamav");
   launch();
   ASSERT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
@@ -146,18 +146,18 @@ TEST_F(AgentFace, LooksAgainForAMissingEngineWhenTheProgramIsStartedAgain) {
   EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
-TEST_F(AgentFace, DoesNotStartToWatchAnewForBeingStartedAgain) {
+TEST_F(AgentStatus, DoesNotStartToWatchAnewForBeingStartedAgain) {
   launch();
   log().clear();
   desktop.application.reopen();
   EXPECT_FALSE(log().has("restartWatcher"));
 }
 
-TEST_F(AgentFace, ListsNoVerdictsInADockTileThatCannotBeShown) {
+TEST_F(AgentStatus, ListsNoVerdictsInADockTileThatCannotBeShown) {
   desktop.preferenceStore.set("ShowDockIcon", "both");
   desktop.application.transformResult = -606;
   launch();
-  agent().face().verdictGiven(Verdict::parse("/a: OK"));
+  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 
