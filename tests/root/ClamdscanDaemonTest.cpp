@@ -23,12 +23,6 @@ namespace {
 
 using tests::eicar;
 
-constexpr uid_t ordinaryUser = 61234;
-
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 class FrontOnSlowClamd : public WrapperOnClamd {
  protected:
   // So large that the daemon takes much longer for it than it lets a session be silent.

@@ -25,12 +25,6 @@ using namespace std::chrono_literals;
 using tests::eicar;
 using tests::PrivateClamd;
 
-constexpr uid_t ordinaryUser = 61234;
-
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 TEST_F(WrapperOnClamd, ReportsCleanAndInfectedFilesAsTheClientDoes) {
   startDaemon();
   const std::string clean = files.write("clean");

@@ -15,12 +15,6 @@ namespace {
 
 using tests::eicar;
 
-constexpr uid_t ordinaryUser = 61234;
-
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 TEST_F(WrapperOnClamd, MovesIntoAFolderThatItMakes) {
   startDaemon();
   const std::string infected = files.write("infected", eicar());

@@ -14,6 +14,8 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
+constexpr milliseconds betweenLooks{10};
+
 }  // namespace
 
 bool awaitReadable(int descriptor, milliseconds limit) {
@@ -47,9 +49,10 @@ bool awaitBy(const std::function<void(milliseconds left)>& wait, const std::func
 }
 
 bool awaitThat(const std::function<bool()>& holds, milliseconds limit) {
-  constexpr milliseconds pause{10};
   return awaitBy(
-      [](milliseconds left) { poll(nullptr, 0, static_cast<int>(std::min(left, pause).count())); },
+      [](milliseconds left) {
+        poll(nullptr, 0, static_cast<int>(std::min(left, betweenLooks).count()));
+      },
       holds, limit);
 }
 

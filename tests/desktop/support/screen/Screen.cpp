@@ -15,7 +15,7 @@
 namespace quillo {
 namespace {
 
-// For what no event of the display tells of: a process that ended, a word over the bus.
+// For what no event of the display reports: a process that ended, a word over the bus.
 constexpr std::chrono::milliseconds longestWithoutLook{250};
 // None that a program has, so that windows stand out from it.
 constexpr std::uint32_t desktopColour = 0x47607a;

@@ -13,7 +13,7 @@
 namespace quillo {
 namespace {
 
-// For what sway tells nothing of: pixels, a process that ended, a word over the bus.
+// For what sway does not report: pixels, a process that ended, a word over the bus.
 constexpr std::chrono::milliseconds longestWithoutLook{100};
 
 // Nothing in it moves when a clock has ticked.

@@ -46,7 +46,7 @@ void say(std::string_view text) {
 }
 
 void waitUntilRead() {
-  awaitThat([] {
+  quillo::awaitThat([] {
     int unread = 0;
     return ioctl(STDOUT_FILENO, FIONREAD, &unread) != 0 || unread == 0;
   });

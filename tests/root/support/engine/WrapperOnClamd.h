@@ -16,7 +16,13 @@
 
 namespace quillo::front {
 
-// An engine tree with the front program, the installed client and a daemon.
+constexpr uid_t ordinaryUser = 61234;
+
+inline bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// An engine tree with the client wrapper, the installed client and a daemon.
 class WrapperOnClamd : public testing::Test {
  protected:
   WrapperOnClamd() {

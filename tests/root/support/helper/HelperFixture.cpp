@@ -39,14 +39,14 @@ StandInAgent& HelperFixture::start(const StandInAgent::Options& options, const s
 bool HelperFixture::catchUp(const std::string& where) {
   const std::string sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
   writeFile(sentinel);
-  return output().waitFor(told(sentinel));
+  return output().waitFor(reported(sentinel));
 }
 
 bool HelperFixture::waitUntilWatched(const std::string& where) {
   std::string sentinel;
-  return awaitBy([&](auto) { output().waitFor(told(sentinel), std::chrono::milliseconds(50)); },
+  return awaitBy([&](auto) { output().waitFor(reported(sentinel), std::chrono::milliseconds(50)); },
                  [&] {
-                   if (!sentinel.empty() && output().contains(told(sentinel))) return true;
+                   if (!sentinel.empty() && output().contains(reported(sentinel))) return true;
                    sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
                    writeFile(sentinel);
                    return false;

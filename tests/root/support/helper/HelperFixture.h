@@ -38,14 +38,14 @@ class HelperFixture : public testing::Test {
   StandInAgent& agent() { return *agent_; }
   Lines& output() { return agent_->output(); }
 
-  // Waits until all that happened in `where` before has been told, by making a file there and
+  // Waits until all that happened in `where` before has been reported, by making a file there and
   // waiting for its line; false if that line does not come.
   bool catchUp() { return catchUp(folder_); }
   bool catchUp(const std::string& where);
-  // As catchUp(), for a place that may not be watched yet: makes files until one is told.
+  // As catchUp(), for a place that may not be watched yet: makes files until one is reported.
   bool waitUntilWatched(const std::string& where);
   // How the helper calls a path: another way only if its root folder is another.
-  std::string told(const std::string& path) const { return path.substr(root_.size()); }
+  std::string reported(const std::string& path) const { return path.substr(root_.size()); }
 
  private:
   FolderOfMounts world_;
