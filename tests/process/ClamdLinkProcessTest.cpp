@@ -12,9 +12,10 @@
 #include "tests/fakes/agent/FakeClamdLinkOwner.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakeServices.h"
-#include "tests/support/StandInCommand.h"
+#include "tests/support/StandInProcess.h"
 #include "tests/support/StdoutCapture.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -43,10 +44,7 @@ class ClamdLaunch : public testing::Test {
     const pid_t process = std::stoi(contentsOfFile(folder.path() + "/clamd.pid").value_or("0"));
     return UniqueFd(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
   }
-  static bool hasEnded(const UniqueFd& process) {
-    pollfd end = {process.get(), POLLIN, 0};
-    return poll(&end, 1, 10000) == 1;
-  }
+  static bool hasEnded(const UniqueFd& process) { return awaitReadable(process.get()); }
 
   TemporaryFolder folder;
   SystemClock clock;
@@ -138,7 +136,7 @@ TEST_F(ClamdLaunch, RestartsADaemonThatAReaderOfItsLogWasTakenFor) {
   owner.root = folder.path();
   daemon("exit 0");
   {
-    const StandInCommand reader({"tail", "-f", folder.path() + "/clamd.log"});
+    const StandInProcess reader({"tail", "-f", folder.path() + "/clamd.log"});
     ASSERT_TRUE(link.checkForClamd());
   }
   link.recoverFromCrashedClamd();
@@ -149,7 +147,7 @@ TEST_F(ClamdLaunch, RestartsADaemonThatARunningScanWasTakenFor) {
   owner.root = folder.path();
   daemon("exit 0");
   {
-    const StandInCommand scan(
+    const StandInProcess scan(
         {folder.path() + "/bin/clamdscan", "--fdpass", "--file-list=/tmp/list"});
     ASSERT_TRUE(link.checkForClamd());
   }

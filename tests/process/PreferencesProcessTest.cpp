@@ -117,7 +117,7 @@ TEST_F(PlacesOfTheSystem, TheStandardInstallationsWrapperIsTheUpdater) {
   EXPECT_EQ(umount("/usr/local"), 0);
 }
 
-TEST_F(PlacesOfTheSystem, WithoutATemporaryFolderTheScratchFoldersLieInTmp) {
+TEST_F(PlacesOfTheSystem, WithoutATemporaryFolderTheTemporaryFoldersLieInTmp) {
   desktop.folders.temporary.reset();
   ASSERT_TRUE(mountEmptyFolder("/tmp"));
   const bool usable = preferences.readPrefs();

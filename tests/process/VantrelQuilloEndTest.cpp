@@ -8,12 +8,13 @@
 #include <fstream>
 #include <future>
 #include <memory>
-#include <thread>
 #include <utility>
 
 #include "posix/ChildProcess.h"
 #include "tests/fakes/agent/WatchingAgent.h"
 #include "tests/fakes/engine/FakeClamd.h"
+#include "tests/support/Threads.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -117,8 +118,7 @@ TEST_F(WatchingAgent, GivesUpAlsoTheDaemonThatALauncherHasStarted) {
   };
   agent().applicationDidFinishLaunching();
   ASSERT_TRUE(loading);
-  pollfd end = {loading.get(), POLLIN, 0};
-  EXPECT_EQ(poll(&end, 1, 10000), 1);
+  EXPECT_TRUE(awaitReadable(loading.get()));
 }
 
 // An agent whose own daemon has crashed and is being launched again by a scanner.
@@ -135,12 +135,12 @@ class RecoveringAgent : public WatchingAgent {
     agent().applicationDidFinishLaunching();
     ASSERT_TRUE(helper.waitForLaunches(1));
     home.write("crashed", "");
-    recovery = std::thread([this] { ScannerLink(agent()).recoverFromCrashedClamd(); });
+    recovery.start([this] { ScannerLink(agent()).recoverFromCrashedClamd(); });
     ASSERT_TRUE(gate.waitForLaunches(1));
     log().clear();
   }
   void TearDown() override {
-    if (recovery.joinable()) {
+    if (recovery.areLeft()) {
       agent().engine().abandonLaunch();
       recovery.join();
     }
@@ -150,7 +150,7 @@ class RecoveringAgent : public WatchingAgent {
 
   // What the daemon reports to, and waits at.
   HelperProgram gate{HelperProgram::idle};
-  std::thread recovery;
+  JoinedThreads recovery;
 };
 
 TEST_F(RecoveringAgent, QuitsTheDaemonOnceItCanBeTold) {
