@@ -14,8 +14,8 @@ class SpotlightInAnAgent : public testing::Test, protected AgentUnderTest {
 };
 
 TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
-  MenuForWatchers menu(agent());
-  WatcherLink owner(agent());
+  MenuForWatchers menu(*throbber);
+  WatcherOwner& owner = agent().parts().watcherLink;
   SpotlightWatcher watcher(queries, desktop.systemLog);
   watcher.setMenuAndParamsAndController({&menu}, owner);
   watcher.addWatcher(home.path());
@@ -28,8 +28,8 @@ TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
 }
 
 TEST_F(SpotlightInAnAgent, HasWatchingRestartedWhenItsFolderIsMissing) {
-  MenuForWatchers menu(agent());
-  WatcherLink owner(agent());
+  MenuForWatchers menu(*throbber);
+  WatcherOwner& owner = agent().parts().watcherLink;
   agent().applicationDidFinishLaunching();
   const int before = desktop.preferenceStore.synchronizations();
   SpotlightWatcher watcher(queries, desktop.systemLog);
