@@ -34,7 +34,6 @@
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 
@@ -73,8 +72,9 @@ struct AgentParts {
   EngineLink engineLink;
   MenuLink menuLink;
   const ScannerServices scannerServices;
-  const WatcherServices watcherServices;
   Dispatcher theDispatcher;
+  DispatcherIntake intake;
+  const WatcherServices watcherServices;
   PatientScanner firstPatientScanner;
   PatientScanner secondPatientScanner;
   FSEventWatcher gfsLogger;

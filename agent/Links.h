@@ -18,7 +18,6 @@
 #include "scanning/Dispatcher.h"
 #include "scanning/ScanArguments.h"
 #include "scanning/ScannerOwner.h"
-#include "watchers/WatcherMenu.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
@@ -86,11 +85,25 @@ class ScannerLink final : public ScannerOwner {
   const Parts parts_;
 };
 
-class WatcherLink final : public WatcherOwner, private PathIntake {
+// Where the watchers' paths go: the queue itself.
+class DispatcherIntake final : public PathIntake {
+ public:
+  explicit DispatcherIntake(Dispatcher& dispatcher) : theDispatcher(dispatcher) {}
+  void addStringToItemList(const std::string& path) override {
+    theDispatcher.addStringToItemList(path);
+  }
+  void addToItemList(std::vector<std::string>& paths) override {
+    theDispatcher.addToItemList(paths);
+  }
+
+ private:
+  Dispatcher& theDispatcher;
+};
+
+class WatcherLink final : public WatcherOwner {
  public:
   struct Parts {
     WatchList& watchList;
-    Dispatcher& theDispatcher;
     Watching& watching;
     Notifications& notifications;
     StatusBoard& statusBoard;
@@ -104,7 +117,6 @@ class WatcherLink final : public WatcherOwner, private PathIntake {
   std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() override {
     return parts_.watchList.getCheckSubDirs();
   }
-  PathIntake& theDispatcher() override { return *this; }
   void stopWatcherFromWatcher() override { parts_.watching.stopWatcherFromWatcher(); }
   void startWatcherFromWatcher() override { parts_.watching.startWatcherFromWatcher(); }
   bool displayError(const std::string& description) override {
@@ -128,13 +140,6 @@ class WatcherLink final : public WatcherOwner, private PathIntake {
   }
 
  private:
-  void addStringToItemList(const std::string& path) override {
-    parts_.theDispatcher.addStringToItemList(path);
-  }
-  void addToItemList(std::vector<std::string>& paths) override {
-    parts_.theDispatcher.addToItemList(paths);
-  }
-
   const Parts parts_;
 };
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "agent/MainThreadRequests.h"
-#include "tests/fakes/FakeInterface.h"
-#include "tests/fakes/FakeServices.h"
+#include "tests/fakes/desktop/FakeInterface.h"
+#include "tests/fakes/desktop/FakeServices.h"
 
 namespace quillo {
 namespace {

@@ -5,8 +5,8 @@
 #include "agent/Preferences.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
-#include "tests/fakes/PreferencesUnderTest.h"
-#include "tests/fakes/StdoutCapture.h"
+#include "tests/fakes/agent/PreferencesUnderTest.h"
+#include "tests/support/StdoutCapture.h"
 
 namespace quillo {
 namespace {
@@ -108,7 +108,8 @@ TEST_F(PreferencesTest, TellOfADaemonProgramThatIsNotThere) {
 
 TEST_F(PreferencesTest, TryToLaunchTheDaemonWhenProcessesCannotBeListed) {
   findDaemon = []() -> std::optional<RunningDaemon> {
-    throw PlatformException("LaunchFailure", "no more processes");
+    throw PlatformException(PlatformException::Kind::noResources, "LaunchFailure",
+                            "no more processes");
   };
   EXPECT_FALSE(preferences.readPrefs());
   EXPECT_EQ(log().lines()[0], "The processes cannot be listed: no more processes");

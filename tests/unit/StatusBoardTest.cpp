@@ -4,8 +4,8 @@
 #include <ctime>
 
 #include "agent/StatusBoard.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

@@ -1,6 +1,6 @@
 // The forms of the icon, and the first lines of the menu, that say: guarded, but.
 
-#include "tests/unit/ThrobberFixture.h"
+#include "tests/fakes/menu/ThrobberFixture.h"
 
 namespace quillo {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "tests/fakes/AgentUnderTest.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
 
 namespace quillo {
 namespace {
