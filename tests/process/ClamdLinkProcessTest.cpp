@@ -48,11 +48,12 @@ class ClamdLaunch : public testing::Test {
 
   TemporaryFolder folder;
   SystemClock clock;
+  FakeApplication application;
   FakeLocalizedStrings strings;
   FakeSystemLog log;
   FakeThreads threads;
   FakeClamdLinkOwner owner;
-  ClamdLink link{owner, {clock, strings, log, threads}};
+  ClamdLink link{owner, {application, clock, strings, owner, log, threads}};
 };
 
 TEST_F(ClamdLaunch, GivesTheConfigurationBehindTheOption) {
@@ -80,7 +81,7 @@ TEST_F(ClamdLaunch, WaitsForTheProgramAndKeepsTheDesktopAlive) {
   EXPECT_TRUE(
       link.launchClamdWithConfigFile(daemon("echo late >> '" + notes() + "'"), std::nullopt));
   EXPECT_EQ(contentsOfFile(notes()), Arguments("late\n"));
-  EXPECT_EQ(owner.calls(), std::vector<std::string>{"wait"});
+  EXPECT_EQ(application.waits, 1);
 }
 
 TEST_F(ClamdLaunch, InheritsStandardOutputAndError) {
@@ -129,7 +130,7 @@ TEST_F(ClamdLaunch, RecoversOnceWhenTheKnownProgramIsTheInstallations) {
   owner.root = folder.path();
   link.setDaemonPaths(daemon("exit 1"), folder.path() + "/etc/clamd.conf");
   link.recoverFromCrashedClamd();
-  EXPECT_EQ(owner.calls(), std::vector<std::string>{"wait"});
+  EXPECT_EQ(application.waits, 1);
 }
 
 TEST_F(ClamdLaunch, RestartsADaemonThatAReaderOfItsLogWasTakenFor) {

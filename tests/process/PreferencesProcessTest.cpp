@@ -86,7 +86,7 @@ TEST_F(DaemonAtReading, FailsWhenItCannotBeRun) {
 TEST_F(DaemonAtReading, IsKnownToBeOnItsWayWhileItIsLaunched) {
   installDaemon("exit 0");
   bool launching = false;
-  owner.duringWait = [&] { launching = preferences.launchingClamd; };
+  desktop.application.duringWait = [&] { launching = preferences.launchingClamd; };
   EXPECT_TRUE(preferences.readPrefs());
   EXPECT_TRUE(launching);
 }

@@ -43,6 +43,7 @@ class ClamdLinkThreads : public testing::Test {
 
   TemporaryFolder folder;
   ManualClock clock;
+  FakeApplication application;
   FakeLocalizedStrings strings;
   FakeSystemLog log;
   JoinedThreads threads;
@@ -50,7 +51,7 @@ class ClamdLinkThreads : public testing::Test {
   std::unique_ptr<FakeClamd> daemon;
   std::unique_ptr<StoppedClamd> stopped;
   ClamdLink link{owner,
-                 {clock, strings, log, threads, [] { return std::nullopt; },
+                 {application, clock, strings, owner, log, threads, [] { return std::nullopt; },
                   [](pid_t, const std::string&) { return true; }}};
 };
 

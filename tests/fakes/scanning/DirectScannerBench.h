@@ -42,7 +42,7 @@ struct DirectScannerBench {
   ScannerBench bench;
   FakeScannerMenu menu;
   PassingClock clock;
-  ScannerServices services = scannerServicesOf(bench.desktop, clock, &bench.road);
+  ScannerServices services = scannerServicesOf(bench.desktop, clock, bench.owner, &bench.road);
   std::vector<std::string> params = {"/no/such/engine", "--stdout"};
   // What the last scan wrote to standard output and error.
   std::string output;
