@@ -135,6 +135,9 @@ void Throbber::openLog(const MenuItem& sender) {
   }
 }
 
+void Throbber::openScanLog() { openLog(services_.mainInterface.openScanLogMenuItem); }
+void Throbber::openUpdateLog() { openLog(services_.mainInterface.openUpdateLogMenuItem); }
+
 void Throbber::folderMissingPanic() { vantrelQuilloController.load()->restartWatcher(); }
 
 void Throbber::canRestartFromAS() {

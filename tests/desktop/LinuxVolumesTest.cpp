@@ -2,6 +2,7 @@
 
 #include "platform/linux/names/LinuxMountNotifications.h"
 #include "platform/linux/names/LinuxVolumes.h"
+#include "tests/support/SystemCalls.h"
 
 namespace quillo {
 namespace {

@@ -29,7 +29,7 @@ done
 
 FakeClientTree::FakeClientTree() {
   configureDaemon("MaxFileSize 1K\nLocalSocket " + socket() + "\n");
-  tree_.file("clamdscan", client, 0755);
+  tree_.write("clamdscan", client, 0755);
   tree_.link("bin/clamdscan", QUILLO_BINARY_DIR "/resources/engine-tools/clamdscan");
   mkfifo(tree_.at("lifeline").c_str(), 0600);
   mkfifo(tree_.at("never").c_str(), 0600);
@@ -38,19 +38,19 @@ FakeClientTree::FakeClientTree() {
 }
 
 std::string FakeClientTree::file(const std::string& name) const {
-  return files_.file(name, name.substr(name.rfind('/') + 1));
+  return files_.write(name, name.substr(name.rfind('/') + 1));
 }
 
 void FakeClientTree::configureDaemon(const std::string& lines) const {
-  tree_.file("etc/clamd.conf", lines);
+  tree_.write("etc/clamd.conf", lines);
 }
 
 void FakeClientTree::addToDaemon(const std::string& lines) const {
-  configureDaemon(ScratchFolder::read(configuration()) + lines);
+  configureDaemon(TemporaryFolder::read(configuration()) + lines);
 }
 
 void FakeClientTree::configure(const std::string& lines) const {
-  tree_.file("etc/front.conf", lines);
+  tree_.write("etc/front.conf", lines);
 }
 
 SessionClamd& FakeClientTree::daemon(SessionClamd::Script script, SessionClamd::Manners manners) {
@@ -74,7 +74,7 @@ std::vector<std::string> FakeClientTree::listWords(const std::vector<std::string
   for (const std::string& path : paths) {
     list += path + "\n";
   }
-  return {"--stdout", "--no-summary", "--file-list=" + tree_.file("list", list)};
+  return {"--stdout", "--no-summary", "--file-list=" + tree_.write("list", list)};
 }
 
 WrapperRun FakeClientTree::scan(const std::vector<std::string>& paths,

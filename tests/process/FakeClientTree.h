@@ -6,7 +6,7 @@
 
 #include "posix/Clock.h"
 #include "tests/fakes/engine/SessionClamd.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo::wrapper {
 
@@ -22,7 +22,7 @@ class FakeClientTree {
  public:
   FakeClientTree();
 
-  const ScratchFolder& files() const { return files_; }
+  const TemporaryFolder& files() const { return files_; }
   // Holds its own name, by which the daemon judges it.
   std::string file(const std::string& name) const;
   std::string program() const { return tree_.at("bin/clamdscan"); }
@@ -34,7 +34,7 @@ class FakeClientTree {
   void addToDaemon(const std::string& lines) const;
   void configure(const std::string& lines) const;
   // The argument lines of all runs of the client.
-  std::string calls() const { return ScratchFolder::read(tree_.at("calls")); }
+  std::string calls() const { return TemporaryFolder::read(tree_.at("calls")); }
   // A pipe that a hanging client keeps open for writing. It says a word first.
   std::string lifeline() const { return tree_.at("lifeline"); }
 
@@ -53,8 +53,8 @@ class FakeClientTree {
   std::vector<std::string> listWords(const std::vector<std::string>& paths) const;
 
  private:
-  ScratchFolder tree_;
-  ScratchFolder files_;
+  TemporaryFolder tree_;
+  TemporaryFolder files_;
   std::unique_ptr<SessionClamd> daemon_;
 };
 

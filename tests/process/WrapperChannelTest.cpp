@@ -13,12 +13,12 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <thread>
 #include <utility>
 
 #include "clamav/VerdictChannel.h"
 #include "posix/Text.h"
 #include "tests/process/FakeClientTree.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::wrapper {
 namespace {
@@ -102,8 +102,8 @@ class WrapperChannel : public testing::Test {
 };
 
 TEST_F(WrapperChannel, TellsTheTrueBytesOfAName) {
-  const std::string clean = tree.files().file("cl\xFF\\x41", "x");
-  const std::string infected = tree.files().file("in\xFF: x", "infected");
+  const std::string clean = tree.files().write("cl\xFF\\x41", "x");
+  const std::string infected = tree.files().write("in\xFF: x", "infected");
   start(words({clean, infected, tree.files().at("gone\x01")}));
   const std::vector<Verdict> verdicts = readAll();
   ASSERT_EQ(verdicts.size(), 3U);
@@ -132,7 +132,7 @@ TEST_F(WrapperChannel, TellsTheFileBehindALink) {
 }
 
 TEST_F(WrapperChannel, TellsWhichLimitKeptAFileFromBeingScanned) {
-  const std::string large = tree.files().file("large", std::string(1025, 'x'));
+  const std::string large = tree.files().write("large", std::string(1025, 'x'));
   start(words({tree.file("limit"), large, tree.files().at("gone")}));
   std::map<std::string, Verdict> verdicts;
   for (const Verdict& verdict : readAll()) {
@@ -163,13 +163,12 @@ TEST_F(WrapperChannel, MovesAFileOnceItsLineWasTaken) {
   const std::string first = piece();
   EXPECT_EQ(first, infected + ": Fake.Name FOUND\n");
   // It does nothing until the line is taken: the report stays empty.
-  pollfd more = {report.get(), POLLIN, 0};
-  EXPECT_EQ(poll(&more, 1, 100), 0);
-  EXPECT_TRUE(ScratchFolder::exists(infected));
+  EXPECT_FALSE(awaitReadable(report.get(), std::chrono::milliseconds(100)));
+  EXPECT_TRUE(TemporaryFolder::exists(infected));
   const Verdict verdict = channel->understand(trimmed(first));
   EXPECT_EQ(verdict.whereabouts, Whereabouts::moved);
   EXPECT_EQ(verdict.destination, tree.files().at("q/infected"));
-  EXPECT_FALSE(ScratchFolder::exists(infected));
+  EXPECT_FALSE(TemporaryFolder::exists(infected));
   const std::vector<Verdict> verdicts = readAll();
   ASSERT_EQ(verdicts.size(), 1U);
   EXPECT_EQ(verdicts[0].kind, Kind::moved);
@@ -178,7 +177,7 @@ TEST_F(WrapperChannel, MovesAFileOnceItsLineWasTaken) {
 }
 
 TEST_F(WrapperChannel, TellsThatAFileCouldNotBeMoved) {
-  const std::string infected = tree.files().file("q/infected", "infected");
+  const std::string infected = tree.files().write("q/infected", "infected");
   std::vector<std::string> all = words({infected});
   all.push_back("--move=" + tree.files().at("q"));
   start(all);
@@ -210,15 +209,13 @@ TEST_F(WrapperChannel, MovesNothingForAReaderThatHasGone) {
   EXPECT_EQ(piece(), infected + ": Fake.Name FOUND\n");
   channel.reset();
   end();
-  EXPECT_TRUE(ScratchFolder::exists(infected));
+  EXPECT_TRUE(TemporaryFolder::exists(infected));
 }
 
 TEST_F(WrapperChannel, EndsWithWhoeverHoldsItsOtherEnd) {
   tree.daemon([](const SessionClamd::Question&) { return ""; });
   start(words({tree.file("clean")}));
-  while (tree.daemon().sessions() == 0) {
-    std::this_thread::yield();
-  }
+  EXPECT_TRUE(tree.daemon().awaitSession());
   channel.reset();
   EXPECT_EQ(end(), 2);
 }
@@ -226,9 +223,7 @@ TEST_F(WrapperChannel, EndsWithWhoeverHoldsItsOtherEnd) {
 TEST_F(WrapperChannel, EndsWithTheReaderOfItsReport) {
   tree.daemon([](const SessionClamd::Question&) { return ""; });
   start(words({tree.file("clean")}));
-  while (tree.daemon().sessions() == 0) {
-    std::this_thread::yield();
-  }
+  EXPECT_TRUE(tree.daemon().awaitSession());
   report.reset();
   EXPECT_EQ(end(), 2);
 }
@@ -241,11 +236,10 @@ TEST_F(WrapperChannel, EndsTheRealClientWithTheStarter) {
     start({"--version", "hang"});
     pause();
   }
-  pollfd client = {lifeline.get(), POLLIN, 0};
-  ASSERT_EQ(poll(&client, 1, 20000), 1);
+  ASSERT_TRUE(awaitReadable(lifeline.get()));
   kill(starter, SIGKILL);
   waitpid(starter, nullptr, 0);
-  client.events = 0;
+  pollfd client = {lifeline.get(), 0, 0};
   EXPECT_EQ(poll(&client, 1, 20000), 1);
   EXPECT_NE(client.revents & POLLHUP, 0);
 }

@@ -30,7 +30,7 @@ TEST(WrapperClient, TakesOverWithAnOptionThatIsNotKnown) {
   EXPECT_EQ(tree.calls(), "--config-file=" + tree.configuration() +
                               " --fdpass --future=1 --multiscan --move=" + quarantine + " -- " +
                               tree.files().at("clean") + "\n");
-  EXPECT_TRUE(ScratchFolder::exists(quarantine));  // without which it would scan nothing
+  EXPECT_TRUE(TemporaryFolder::exists(quarantine));  // without which it would scan nothing
 }
 
 TEST(WrapperClient, TakesOverWithADaemonThatIsReachedByTcp) {

@@ -64,8 +64,8 @@ TEST_F(WrapperScan, AsksOnceForAFileWithSeveralNamesInTheList) {
 }
 
 TEST_F(WrapperScan, DoesNotAskAboutAFileOverTheLimit) {
-  const std::string large = tree.files().file("large", "infected" + std::string(1017, 'x'));
-  const std::string just = tree.files().file("just", std::string(1024, 'x'));
+  const std::string large = tree.files().write("large", "infected" + std::string(1017, 'x'));
+  const std::string just = tree.files().write("just", std::string(1024, 'x'));
   EXPECT_EQ(tree.scan({large, just}).output,
             large + ": Not scanned: larger than the limit of 1 KB\n" + just + ": OK\n");
 }
@@ -94,8 +94,8 @@ TEST_F(WrapperScan, PassesOnWhyAFileWasNotScanned) {
 }
 
 TEST_F(WrapperScan, TakesAnyNameFromTheCommandLineAndFromAList) {
-  const std::string bad = tree.files().file("two\nlines: OK", "infected");
-  const std::string good = tree.files().file("\\x41\xFF: Bad FOUND\r", "fine");
+  const std::string bad = tree.files().write("two\nlines: OK", "infected");
+  const std::string good = tree.files().write("\\x41\xFF: Bad FOUND\r", "fine");
   const std::string report =
       at("two\\x0Alines: OK: Fake.Name FOUND\n") + at("\\x5Cx41\\xFF: Bad FOUND\\x0D: OK\n");
   EXPECT_EQ(tree.run({"--stdout", "--no-summary", bad, good}).output, report);
@@ -119,7 +119,7 @@ TEST_F(WrapperScan, ScansAFolderAndTellsNoCleanFile) {
 }
 
 TEST_F(WrapperScan, CallsAFolderCleanOnlyWhenAllOfItIs) {
-  tree.files().file("large", std::string(1025, 'x'));
+  tree.files().write("large", std::string(1025, 'x'));
   tree.files().link("out", "/etc");
   const std::string folder = tree.files().path();
   const WrapperRun run = tree.scan({folder});
@@ -178,7 +178,7 @@ TEST_F(WrapperScan, SumsUpAsTheClientDoes) {
 
 TEST_F(WrapperScan, UsesTheCallersConfiguration) {
   const std::string path = tree.file("clean");
-  const std::string other = tree.files().file("other.conf", "LocalSocket /nowhere/socket\n");
+  const std::string other = tree.files().write("other.conf", "LocalSocket /nowhere/socket\n");
   EXPECT_EQ(tree.scan({path}, {"--config-file=" + other}).output,
             "ERROR: Could not connect to clamd on LocalSocket /nowhere/socket: No such file or "
             "directory\n" +

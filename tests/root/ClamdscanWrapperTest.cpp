@@ -25,16 +25,10 @@ using namespace std::chrono_literals;
 using tests::eicar;
 using tests::PrivateClamd;
 
-constexpr uid_t ordinaryUser = 61234;
-
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 TEST_F(WrapperOnClamd, ReportsCleanAndInfectedFilesAsTheClientDoes) {
   startDaemon();
-  const std::string clean = files.file("clean");
-  const std::string infected = files.file("infected", eicar());
+  const std::string clean = files.write("clean");
+  const std::string infected = files.write("infected", eicar());
   EXPECT_EQ(scan({clean, infected}), clean + ": OK\n" + found(infected));
   EXPECT_EQ(status, 1);
   EXPECT_EQ(scan({clean}), clean + ": OK\n");
@@ -43,7 +37,7 @@ TEST_F(WrapperOnClamd, ReportsCleanAndInfectedFilesAsTheClientDoes) {
 
 TEST_F(WrapperOnClamd, ScansWhatALinkLeadsTo) {
   startDaemon();
-  const std::string target = files.file("deep/infected", eicar());
+  const std::string target = files.write("deep/infected", eicar());
   const std::string link = files.link("link", "deep/infected");
   const std::string way = files.link("way", "deep");
   const std::string leads = ": leads to '" + target + "'\n";
@@ -72,7 +66,7 @@ TEST_F(WrapperOnClamd, ScansFilesWithPathsOfEveryLength) {
           std::string(std::min<std::size_t>(200, length - files.at(name).size() - 3), 'd') + "/";
     }
     name += std::string(length - files.at(name).size(), 'f');
-    paths.push_back(files.file(name, eicar()));
+    paths.push_back(files.write(name, eicar()));
     EXPECT_EQ(paths.back().size(), length);
   }
   const std::string output = scan(paths);
@@ -85,10 +79,10 @@ TEST_F(WrapperOnClamd, ScansFilesWithPathsOfEveryLength) {
 
 TEST_F(WrapperOnClamd, ScansFilesWhateverTheirNames) {
   startDaemon();
-  const std::string lines = files.file("two\nlines: OK", eicar());
-  const std::string end = files.file("return\r", eicar());
-  const std::string bytes = files.file("bytes\xFF", eicar());
-  const std::string verdict = files.file("v: Bad FOUND", "x");
+  const std::string lines = files.write("two\nlines: OK", eicar());
+  const std::string end = files.write("return\r", eicar());
+  const std::string bytes = files.write("bytes\xFF", eicar());
+  const std::string verdict = files.write("v: Bad FOUND", "x");
   EXPECT_EQ(run({verdict, bytes, lines, end}), verdict + ": OK\n" + found(files.at("bytes\\xFF")) +
                                                    found(files.at("two\\x0Alines: OK")) +
                                                    found(files.at("return\\x0D")));
@@ -97,8 +91,8 @@ TEST_F(WrapperOnClamd, ScansFilesWhateverTheirNames) {
 TEST_F(WrapperOnClamd, SaysWhatItMayNotRead) {
   startDaemon();
   user = ordinaryUser;
-  const std::string file = files.file("secret", eicar(), 0600);
-  files.file("private/inner", eicar());
+  const std::string file = files.write("secret", eicar(), 0600);
+  files.write("private/inner", eicar());
   chmod(files.at("private").c_str(), 0700);
   EXPECT_EQ(scan({file, files.at("private"), files.at("private/inner")}),
             files.at("private/inner: Not scanned: permission denied\n") + file +
@@ -112,9 +106,9 @@ TEST_F(WrapperOnClamd, SaysWhatInAFolderItMayNotRead) {
   startDaemon();
   user = ordinaryUser;
   const std::string volume = files.makeFolder("volume");
-  files.file("volume/open/infected", eicar());
-  files.file("volume/secret", eicar(), 0600);
-  files.file("volume/private/inner", eicar());
+  files.write("volume/open/infected", eicar());
+  files.write("volume/secret", eicar(), 0600);
+  files.write("volume/private/inner", eicar());
   chmod(files.at("volume/private").c_str(), 0700);
   for (const char* option : {"--stdout", "--multiscan"}) {
     const std::string output = scan({volume}, {option});
@@ -129,7 +123,7 @@ TEST_F(WrapperOnClamd, SaysWhatInAFolderItMayNotRead) {
 TEST_F(WrapperOnClamd, SaysOnceWhatInAFolderItMaySeeButNotReach) {
   startDaemon();
   user = ordinaryUser;
-  files.file("listed/inner", eicar());
+  files.write("listed/inner", eicar());
   chmod(files.at("listed").c_str(), 0744);
   EXPECT_EQ(scan({files.path()}), files.at("listed/inner: Not scanned: permission denied\n") +
                                       files.path() + ": Scanned but for what is named above (1)\n");
@@ -138,7 +132,7 @@ TEST_F(WrapperOnClamd, SaysOnceWhatInAFolderItMaySeeButNotReach) {
 TEST_F(WrapperOnClamd, ScansWhatOnlyItsUserMayRead) {
   startDaemon();
   user = ordinaryUser;
-  const std::string file = files.file("mine", eicar(), 0600);
+  const std::string file = files.write("mine", eicar(), 0600);
   ASSERT_EQ(chown(file.c_str(), user, user), 0);
   EXPECT_EQ(scan({file}), found(file));
 }
@@ -155,9 +149,9 @@ TEST_P(WrapperOnLimits, SaysWhatIsTooLarge) {
   startDaemon(GetParam().lines);
   std::string content = eicar();
   content.resize(GetParam().size, '\0');
-  const std::string just = files.file("just", content);
+  const std::string just = files.write("just", content);
   content += '\0';
-  const std::string over = files.file("over", content);
+  const std::string over = files.write("over", content);
   const std::string line =
       over + ": Not scanned: larger than the limit of " + GetParam().text + "\n";
   EXPECT_EQ(scan({just, over}), found(just) + line);
@@ -177,22 +171,22 @@ INSTANTIATE_TEST_SUITE_P(ByUnit, WrapperOnLimits,
 TEST_F(WrapperOnClamd, ReadsTheLimitsOfTheDaemonThatReallyAnswers) {
   startDaemon("MaxFileSize 1K\n");
   // As it is when the tree points at a daemon of the machine.
-  tree.file("etc/clamd.conf", "LocalSocket " + daemon->socket() + "\n");
-  tree.file("etc/front.conf", "DaemonConfig " + daemon->configuration() + "\n");
-  const std::string large = files.file("large", std::string(1025, 'x'));
+  tree.write("etc/clamd.conf", "LocalSocket " + daemon->socket() + "\n");
+  tree.write("etc/front.conf", "DaemonConfig " + daemon->configuration() + "\n");
+  const std::string large = files.write("large", std::string(1025, 'x'));
   EXPECT_EQ(scan({large}), large + ": Not scanned: larger than the limit of 1 KB\n");
 }
 
 TEST_F(WrapperOnClamd, MovesNoFileForItsSize) {
   startDaemon("MaxFileSize 1K\nAlertExceedsMax yes\n");
-  const std::string large = files.file("large", std::string(1025, 'x'));
+  const std::string large = files.write("large", std::string(1025, 'x'));
   const std::string line = large + ": Not scanned: larger than the limit of 1 KB\n";
   const std::string move = "--move=" + tree.at("q");
   EXPECT_EQ(scan({large}, {move}), line);
   EXPECT_EQ(status, 2);
   EXPECT_EQ(scan({files.path()}, {move}),
             line + files.path() + ": Scanned but for what is named above (1)\n");
-  EXPECT_EQ(run({move, files.file("two\nlines", std::string(1025, 'x'))}),
+  EXPECT_EQ(run({move, files.write("two\nlines", std::string(1025, 'x'))}),
             files.at("two\\x0Alines") + ": Not scanned: larger than the limit of 1 KB\n");
 }
 
@@ -223,7 +217,7 @@ TEST_F(WrapperOnClamd, ScansAFolderToItsDepths) {
     for (int i = 0; i < depth; ++i) {
       name += "d/";
     }
-    files.file(name + "infected", eicar());
+    files.write(name + "infected", eicar());
     const std::string output = scan({files.path()});
     EXPECT_TRUE(has(output, found(files.at(name + "infected")))) << depth << output;
     EXPECT_FALSE(has(output, "recursion")) << output;
@@ -232,14 +226,14 @@ TEST_F(WrapperOnClamd, ScansAFolderToItsDepths) {
 
 TEST_F(WrapperOnClamd, LetsNoNameInAFolderForgeAVerdict) {
   startDaemon();
-  files.file("x\n/etc/passwd: Forged FOUND\ny", eicar());
+  files.write("x\n/etc/passwd: Forged FOUND\ny", eicar());
   const std::string output = scan({files.path()});
   EXPECT_EQ(output, found(files.at("x\\x0A/etc/passwd: Forged FOUND\\x0Ay")));
 }
 
 TEST_F(WrapperOnClamd, CallsACleanFolderClean) {
   startDaemon();
-  files.file("a/b");
+  files.write("a/b");
   files.link("a/c", "b");
   EXPECT_EQ(scan({files.path()}), files.path() + ": OK\n");
   EXPECT_EQ(status, 0);
@@ -248,9 +242,9 @@ TEST_F(WrapperOnClamd, CallsACleanFolderClean) {
 TEST_F(WrapperOnClamd, SaysOnceThatThereIsNoDaemon) {
   startDaemon();
   daemon.reset();
-  const std::string a = files.file("a");
-  const std::string b = files.file("b");
-  files.file("folder/c");
+  const std::string a = files.write("a");
+  const std::string b = files.write("b");
+  files.write("folder/c");
   const std::string output = scan({a, b, files.at("folder")});
   EXPECT_EQ(output.rfind("ERROR: Could not connect to clamd on LocalSocket ", 0), 0U) << output;
   EXPECT_EQ(output.find("Could not connect"), output.rfind("Could not connect"));
@@ -264,7 +258,7 @@ TEST_F(WrapperOnClamd, LeavesNoFileOutWhenTheDaemonDiesMeanwhile) {
   startDaemon();
   std::vector<std::string> paths;
   for (int i = 0; i < 3000; ++i) {
-    paths.push_back(files.file("f" + std::to_string(i)));
+    paths.push_back(files.write("f" + std::to_string(i)));
   }
   const std::string output = run({listOf(paths)}, [&](std::string_view) {
     daemon->send(SIGKILL);
@@ -292,8 +286,8 @@ TEST_F(WrapperOnClamd, LeavesNoFileOutWhenTheDaemonDiesMeanwhile) {
 TEST_F(WrapperOnClamd, DoesNotWaitForeverForAStoppedDaemon) {
   startDaemon();
   const UniqueFd output(memfd_create("report", MFD_CLOEXEC));
-  files.file("folder/a");
-  const std::string path = files.file("a");
+  files.write("folder/a");
+  const std::string path = files.write("a");
   const TreeSettings engine = TreeSettings::at(tree.path());
   for (const std::string& what : {path, files.at("folder")}) {
     const CommandLine asked = CommandLine::parse({"--stdout", "--no-summary", what});

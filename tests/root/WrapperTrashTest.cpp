@@ -9,7 +9,7 @@
 
 #include "tests/root/support/world/FilesAndMounts.h"
 #include "tests/support/ManualClock.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Paths.h"
 
@@ -27,10 +27,10 @@ class TrashOnMachine : public testing::Test {
     return folder.move(path, file.get());
   }
 
-  const tests::TemporaryFolder place;
+  const tests::FolderOfMounts place;
   const std::string home = place.path();
-  ScratchFolder scratch;
-  const std::string bad = scratch.file("bad", "bad");
+  TemporaryFolder scratch;
+  const std::string bad = scratch.write("bad", "bad");
   ManualClock clock;
 };
 
@@ -48,7 +48,7 @@ TEST_F(TrashOnMachine, NotesWhereAFileOfAnotherFileSystemWas) {
   EXPECT_EQ(tests::readFile(trash + "/files/bad"), "bad");
   EXPECT_EQ(tests::readFile(trash + "/info/bad.trashinfo").find("[Trash Info]\nPath=" + bad + "\n"),
             0U);
-  EXPECT_FALSE(ScratchFolder::exists(bad));
+  EXPECT_FALSE(TemporaryFolder::exists(bad));
 }
 
 TEST_F(TrashOnMachine, TakesAFileOnAFullDiskWithoutANote) {
@@ -65,7 +65,7 @@ TEST_F(TrashOnMachine, TakesAFileOnAFullDiskWithoutANote) {
   const MoveFolder::Outcome outcome = moveAway(home + "/bad");
   EXPECT_TRUE(outcome.moved) << outcome.text;
   EXPECT_EQ(outcome.unnoted, "no space left on device");
-  EXPECT_FALSE(ScratchFolder::exists(home + "/.local/share/Trash/info/bad.trashinfo"));
+  EXPECT_FALSE(TemporaryFolder::exists(home + "/.local/share/Trash/info/bad.trashinfo"));
 }
 
 }  // namespace

@@ -16,8 +16,7 @@
 #include "posix/OwnFile.h"
 #include "posix/Pipe.h"
 #include "posix/UniqueFd.h"
-#include "tests/support/FailingSystemCall.h"
-#include "tests/support/InterruptedSystemCall.h"
+#include "tests/support/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

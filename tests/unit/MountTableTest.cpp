@@ -6,8 +6,7 @@
 #include <cerrno>
 
 #include "posix/MountTable.h"
-#include "tests/support/FailingSystemCall.h"
-#include "tests/support/InterruptedSystemCall.h"
+#include "tests/support/SystemCalls.h"
 
 namespace quillo {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "clamav/ClamConf.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tools/clamdscan/TreeSettings.h"
 
 namespace quillo::wrapper {
@@ -60,11 +60,11 @@ TEST(WrapperConfig, CallsTheSizeThatTheEngineNeverTakesTwoGigabytes) {
 }
 
 TEST(WrapperTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
-  const ScratchFolder root;
-  root.file("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\nMaxThreads 3\n");
-  root.file("daemon.conf", "MaxFileSize 2K\nMaxThreads 4\nUser scanner\n");
-  root.file("etc/front.conf",
-            "RealClient /opt/clamdscan\nDaemonConfig " + root.at("daemon.conf") + "\n");
+  const TemporaryFolder root;
+  root.write("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\nMaxThreads 3\n");
+  root.write("daemon.conf", "MaxFileSize 2K\nMaxThreads 4\nUser scanner\n");
+  root.write("etc/front.conf",
+             "RealClient /opt/clamdscan\nDaemonConfig " + root.at("daemon.conf") + "\n");
   const TreeSettings tree = TreeSettings::at(root.path());
   EXPECT_EQ(tree.realClient, "/opt/clamdscan");
   EXPECT_EQ(tree.limits.largestFile, 2048U);
@@ -75,15 +75,15 @@ TEST(WrapperTree, ReadsTheLimitsOfTheDaemonThatAnswers) {
 }
 
 TEST(WrapperTree, KeepsItsCopyOfTheLimitsWhereTheDaemonsOwnFileCannotBeRead) {
-  const ScratchFolder root;
-  root.file("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\n");
-  root.file("etc/front.conf", "DaemonConfig " + root.at("gone.conf") + "\n");
+  const TemporaryFolder root;
+  root.write("etc/clamd.conf", "LocalSocket /s\nMaxFileSize 1M\n");
+  root.write("etc/front.conf", "DaemonConfig " + root.at("gone.conf") + "\n");
   EXPECT_EQ(TreeSettings::at(root.path()).limits.largestFile, mebi);
 }
 
 TEST(WrapperTree, StandsWithoutAFileOfItsOwn) {
-  const ScratchFolder root;
-  root.file("etc/clamd.conf", "MaxFileSize 1M\n");
+  const TemporaryFolder root;
+  root.write("etc/clamd.conf", "MaxFileSize 1M\n");
   const TreeSettings tree = TreeSettings::at(root.path());
   EXPECT_EQ(tree.realClient, "/usr/bin/clamdscan");
   EXPECT_EQ(tree.limits.largestFile, mebi);
@@ -92,19 +92,19 @@ TEST(WrapperTree, StandsWithoutAFileOfItsOwn) {
 }
 
 TEST(WrapperTree, IsFoundByTheLinkThatItWasStartedBy) {
-  const ScratchFolder tree;
-  const ScratchFolder installation;
-  tree.file("etc/clamd.conf", "");
-  const std::string program = installation.file("engine-tools/clamdscan");
+  const TemporaryFolder tree;
+  const TemporaryFolder installation;
+  tree.write("etc/clamd.conf", "");
+  const std::string program = installation.write("engine-tools/clamdscan");
   const std::string link = tree.link("bin/clamdscan", program);
   EXPECT_EQ(TreeSettings::find({link, program}).configuration, tree.at("etc/clamd.conf"));
 }
 
 TEST(WrapperTree, IsFoundByTheProgramWhenTheLinkStandsElsewhere) {
-  const ScratchFolder tree;
-  const ScratchFolder elsewhere;
-  tree.file("etc/clamd.conf", "");
-  const std::string program = tree.file("bin/clamdscan");
+  const TemporaryFolder tree;
+  const TemporaryFolder elsewhere;
+  tree.write("etc/clamd.conf", "");
+  const std::string program = tree.write("bin/clamdscan");
   const std::string link = elsewhere.link("bin/clamdscan", program);
   EXPECT_EQ(TreeSettings::find({link, program}).configuration, tree.at("etc/clamd.conf"));
 }

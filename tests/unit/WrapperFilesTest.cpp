@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <map>
 
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tools/clamdscan/Entry.h"
 #include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
@@ -18,7 +18,7 @@ namespace {
 Entry resolved(const std::string& path) { return PathResolver().resolve(path); }
 
 // Makes folders, each by the one before, so that the path may be longer than PATH_MAX.
-std::string deepFolder(const ScratchFolder& scratch, std::size_t length) {
+std::string deepFolder(const TemporaryFolder& scratch, std::size_t length) {
   std::string path = scratch.path();
   UniqueFd folder(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   while (path.size() < length) {
@@ -31,16 +31,16 @@ std::string deepFolder(const ScratchFolder& scratch, std::size_t length) {
 }
 
 TEST(WrapperEntry, IsAFileAsItStands) {
-  const ScratchFolder scratch;
-  const Entry entry = resolved(scratch.file("a"));
+  const TemporaryFolder scratch;
+  const Entry entry = resolved(scratch.write("a"));
   EXPECT_EQ(entry.kind, Entry::Kind::file);
   EXPECT_EQ(entry.path, scratch.at("a"));
   EXPECT_FALSE(entry.reachedByLink());
 }
 
 TEST(WrapperEntry, StandsForTheTargetOfALink) {
-  const ScratchFolder scratch;
-  scratch.file("real/a");
+  const TemporaryFolder scratch;
+  scratch.write("real/a");
   scratch.link("link", "real/a");
   scratch.link("folder", "real");
   for (const char* name : {"link", "folder/a", "real/../folder/./a"}) {
@@ -54,7 +54,7 @@ TEST(WrapperEntry, StandsForTheTargetOfALink) {
 }
 
 TEST(WrapperEntry, SaysWhatALinkLacks) {
-  const ScratchFolder scratch;
+  const TemporaryFolder scratch;
   EXPECT_EQ(resolved(scratch.link("dangling", "none")).reason, "dangling symbolic link");
   EXPECT_EQ(resolved(scratch.link("loop", "loop")).reason, "symbolic link that leads to itself");
   EXPECT_EQ(resolved(scratch.at("gone")).reason, "no such file or directory");
@@ -62,7 +62,7 @@ TEST(WrapperEntry, SaysWhatALinkLacks) {
 }
 
 TEST(WrapperEntry, RefusesWhatIsNoFile) {
-  const ScratchFolder scratch;
+  const TemporaryFolder scratch;
   ASSERT_EQ(mkfifo(scratch.at("pipe").c_str(), 0600), 0);
   EXPECT_EQ(resolved(scratch.at("pipe")).reason, "named pipe");
   EXPECT_EQ(resolved(scratch.link("link", "pipe")).reason, "named pipe");
@@ -70,7 +70,7 @@ TEST(WrapperEntry, RefusesWhatIsNoFile) {
 }
 
 TEST(WrapperEntry, ReachesBehindTheLongestPath) {
-  const ScratchFolder scratch;
+  const TemporaryFolder scratch;
   const std::string folder = deepFolder(scratch, 4500);
   const UniqueFd parent = openPath(folder, O_PATH | O_DIRECTORY);
   ASSERT_TRUE(parent);
@@ -81,8 +81,8 @@ TEST(WrapperEntry, ReachesBehindTheLongestPath) {
 }
 
 TEST(WrapperPaths, RefuseALinkOnTheWay) {
-  const ScratchFolder scratch;
-  scratch.file("real/a");
+  const TemporaryFolder scratch;
+  scratch.write("real/a");
   scratch.link("folder", "real");
   EXPECT_TRUE(openWithoutLinks(scratch.at("real/a"), O_RDONLY));
   EXPECT_FALSE(openWithoutLinks(scratch.at("folder/a"), O_RDONLY));
@@ -104,30 +104,30 @@ class WrapperWalk : public testing::Test {
     FolderWalk::through(root, visitor);
   }
 
-  ScratchFolder scratch;
+  TemporaryFolder scratch;
   std::map<std::string, long> files;
   std::map<std::string, std::string> obstacles;
   std::size_t most = 1000;
 };
 
 TEST_F(WrapperWalk, MeetsEveryFile) {
-  scratch.file("a", "12345");
-  scratch.file("b/c/d", "");
+  scratch.write("a", "12345");
+  scratch.write("b/c/d", "");
   walk(scratch.path());
   EXPECT_EQ(files, (std::map<std::string, long>{{scratch.at("a"), 5}, {scratch.at("b/c/d"), 0}}));
   EXPECT_TRUE(obstacles.empty());
 }
 
 TEST_F(WrapperWalk, EndsWhenItIsToldTo) {
-  scratch.file("a/b");
-  scratch.file("c/d");
+  scratch.write("a/b");
+  scratch.write("c/d");
   most = 1;
   walk(scratch.path());
   EXPECT_EQ(files.size(), 1U);
 }
 
 TEST_F(WrapperWalk, PassesOverLinksThatStayInside) {
-  scratch.file("in/a");
+  scratch.write("in/a");
   scratch.link("in/b/up", "../a");
   scratch.link("in/self", ".");
   walk(scratch.at("in"));
@@ -136,8 +136,8 @@ TEST_F(WrapperWalk, PassesOverLinksThatStayInside) {
 }
 
 TEST_F(WrapperWalk, TellsLinksThatLeadOutOrNowhere) {
-  scratch.file("inside/a");
-  scratch.file("in/x");
+  scratch.write("inside/a");
+  scratch.write("in/x");
   scratch.link("in/out", "../inside/a");
   scratch.link("in/dangling", "none");
   scratch.link("in/loop", "loop");

@@ -11,7 +11,7 @@
 #include <sstream>
 
 #include "tests/support/ManualClock.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Paths.h"
 
@@ -36,7 +36,7 @@ class WrapperMove : public testing::Test {
     return folder.move(path, opened(path).get());
   }
 
-  ScratchFolder scratch;
+  TemporaryFolder scratch;
   ManualClock clock;
   MoveFolder folder{clock, DesktopTrash("", "")};
 };
@@ -49,7 +49,7 @@ TEST_F(WrapperMove, MakesTheMissingFolderForItsOwnerOnly) {
 
 TEST_F(WrapperMove, SaysWhyAFolderIsUnusable) {
   EXPECT_EQ(folder.open(""), "no folder is named");
-  EXPECT_EQ(folder.open(scratch.file("file")), "not a directory");
+  EXPECT_EQ(folder.open(scratch.write("file")), "not a directory");
   EXPECT_EQ(folder.open(scratch.at("file/below")), "not a directory");
   EXPECT_NE(folder.open("/proc/none/such"), "");
   EXPECT_FALSE(folder.isOpen());
@@ -57,64 +57,64 @@ TEST_F(WrapperMove, SaysWhyAFolderIsUnusable) {
 
 TEST_F(WrapperMove, MovesAndSaysWhereTo) {
   ASSERT_EQ(folder.open(scratch.at("q/")), "");
-  const std::string path = scratch.file("a", "bad");
+  const std::string path = scratch.write("a", "bad");
   const auto outcome = move(path);
   EXPECT_TRUE(outcome.moved);
   EXPECT_EQ(outcome.text, scratch.at("q/a"));
   EXPECT_EQ(outcome.otherNames, 0U);
-  EXPECT_FALSE(ScratchFolder::exists(path));
-  EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "bad");
+  EXPECT_FALSE(TemporaryFolder::exists(path));
+  EXPECT_EQ(TemporaryFolder::read(scratch.at("q/a")), "bad");
 }
 
 TEST_F(WrapperMove, NumbersNamesThatAreTaken) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
-  scratch.file("q/a", "first");
+  scratch.write("q/a", "first");
   const std::string longest(255, 'x');
-  scratch.file("q/" + longest, "first");
-  EXPECT_EQ(move(scratch.file("a")).text, scratch.at("q/a.001"));
-  EXPECT_EQ(move(scratch.file("b/a")).text, scratch.at("q/a.002"));
-  EXPECT_EQ(move(scratch.file(longest)).text, scratch.at("q/" + longest.substr(4) + ".001"));
-  EXPECT_EQ(ScratchFolder::read(scratch.at("q/a")), "first");
+  scratch.write("q/" + longest, "first");
+  EXPECT_EQ(move(scratch.write("a")).text, scratch.at("q/a.001"));
+  EXPECT_EQ(move(scratch.write("b/a")).text, scratch.at("q/a.002"));
+  EXPECT_EQ(move(scratch.write(longest)).text, scratch.at("q/" + longest.substr(4) + ".001"));
+  EXPECT_EQ(TemporaryFolder::read(scratch.at("q/a")), "first");
 }
 
 TEST_F(WrapperMove, MovesNothingButTheScannedFile) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const std::string path = scratch.file("a", "bad");
+  const std::string path = scratch.write("a", "bad");
   const UniqueFd scanned = opened(path);
-  const std::string other = scratch.file("b", "good");
+  const std::string other = scratch.write("b", "good");
   ASSERT_EQ(rename(other.c_str(), path.c_str()), 0);
   const auto outcome = folder.move(path, scanned.get());
   EXPECT_FALSE(outcome.moved);
   EXPECT_EQ(outcome.text, "it was replaced after the scan");
-  EXPECT_EQ(ScratchFolder::read(path), "good");
+  EXPECT_EQ(TemporaryFolder::read(path), "good");
 }
 
 TEST_F(WrapperMove, FollowsNoLinkThatAppearsOnTheWay) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const std::string path = scratch.file("real/a");
+  const std::string path = scratch.write("real/a");
   const UniqueFd scanned = opened(path);
   scratch.link("way", "real");
   EXPECT_FALSE(folder.move(scratch.at("way/a"), scanned.get()).moved);
-  EXPECT_TRUE(ScratchFolder::exists(path));
+  EXPECT_TRUE(TemporaryFolder::exists(path));
 }
 
 TEST_F(WrapperMove, CountsTheNamesThatRemain) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const std::string path = scratch.file("a");
+  const std::string path = scratch.write("a");
   ASSERT_EQ(link(path.c_str(), scratch.at("b").c_str()), 0);
   EXPECT_EQ(move(path).otherNames, 1U);
 }
 
 TEST_F(WrapperMove, LeavesWhatLiesThereAlready) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const auto outcome = move(scratch.file("q/a"));
+  const auto outcome = move(scratch.write("q/a"));
   EXPECT_FALSE(outcome.moved);
   EXPECT_EQ(outcome.text, "it is in that folder already");
 }
 
 TEST_F(WrapperMove, TakesTheRightToRunAFile) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const std::string path = scratch.file("a", "bad");
+  const std::string path = scratch.write("a", "bad");
   ASSERT_EQ(chmod(path.c_str(), 06755), 0);
   const auto outcome = move(path);
   EXPECT_EQ(outcome.executable, "");
@@ -123,7 +123,7 @@ TEST_F(WrapperMove, TakesTheRightToRunAFile) {
 
 TEST_F(WrapperMove, LeavesTheRightsOfAFileThatStays) {
   ASSERT_EQ(folder.open(scratch.at("q")), "");
-  const std::string path = scratch.file("q/a", "bad", 0755);
+  const std::string path = scratch.write("q/a", "bad", 0755);
   EXPECT_FALSE(move(path).moved);
   EXPECT_EQ(statusAt(path).st_mode & 07777U, 0755U);
 }
@@ -149,7 +149,7 @@ class WrapperTrash : public testing::Test {
   }
   std::string moved(const std::string& path) { return folder->move(path, opened(path).get()).text; }
   std::string noteOf(const std::string& name) const {
-    return ScratchFolder::read(scratch.at("home/.local/share/Trash/info/" + name + ".trashinfo"));
+    return TemporaryFolder::read(scratch.at("home/.local/share/Trash/info/" + name + ".trashinfo"));
   }
   static std::string note(const std::string& encodedPath) {
     return "[Trash Info]\nPath=" + encodedPath + "\nDeletionDate=" + date() + "\n";
@@ -166,9 +166,9 @@ class WrapperTrash : public testing::Test {
   static bool isLink(const std::string& path) { return std::filesystem::is_symlink(path); }
   std::string target() const { return std::filesystem::read_symlink(link); }
 
-  ScratchFolder scratch;
+  TemporaryFolder scratch;
   const std::string link = scratch.at("home/.Trash");
-  const std::string bad = scratch.file("home/bad", "bad");
+  const std::string bad = scratch.write("home/bad", "bad");
   ManualClock clock;
   std::optional<MoveFolder> folder;
 };
@@ -178,7 +178,7 @@ TEST_F(WrapperTrash, IsLinkedToTheDesktopsWhereNoneIs) {
   EXPECT_EQ(target(), ".local/share/Trash/files");
   EXPECT_EQ(statusAt(scratch.at("home/.local/share/Trash")).st_mode & 07777U, 0700U);
   EXPECT_EQ(moved(bad), link + "/bad");
-  EXPECT_EQ(ScratchFolder::read(scratch.at("home/.local/share/Trash/files/bad")), "bad");
+  EXPECT_EQ(TemporaryFolder::read(scratch.at("home/.local/share/Trash/files/bad")), "bad");
   EXPECT_EQ(noteOf("bad"), note(bad));
 }
 
@@ -186,7 +186,7 @@ TEST_F(WrapperTrash, IsLinkedToWhereTheUsersDataLie) {
   EXPECT_EQ(open(scratch.at("data")), "");
   EXPECT_EQ(target(), scratch.at("data/Trash/files"));
   EXPECT_EQ(moved(bad), link + "/bad");
-  EXPECT_TRUE(ScratchFolder::exists(scratch.at("data/Trash/info/bad.trashinfo")));
+  EXPECT_TRUE(TemporaryFolder::exists(scratch.at("data/Trash/info/bad.trashinfo")));
 }
 
 TEST_F(WrapperTrash, IsMadeAnewBehindTheLinkAfterItWasRemoved) {
@@ -198,26 +198,26 @@ TEST_F(WrapperTrash, IsMadeAnewBehindTheLinkAfterItWasRemoved) {
 }
 
 TEST_F(WrapperTrash, StaysAsItIsWhereSomebodyMadeOne) {
-  scratch.file("home/.Trash/old");
+  scratch.write("home/.Trash/old");
   EXPECT_EQ(open(), "");
   EXPECT_FALSE(isLink(link));
   EXPECT_EQ(moved(bad), link + "/bad");
-  EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
+  EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home/.local")));
 }
 
 TEST_F(WrapperTrash, StaysAsItIsWhereSomebodysLinkLeadsNowhere) {
   scratch.link("home/.Trash", "elsewhere");
   EXPECT_NE(open(), "");
   EXPECT_EQ(target(), "elsewhere");
-  EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
+  EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home/.local")));
 }
 
 TEST_F(WrapperTrash, IsNotMadeForAnotherFolder) {
   folder.emplace(clock, DesktopTrash(scratch.at("home"), ""));
   EXPECT_EQ(folder->open(scratch.at("home/Quarantine")), "");
   EXPECT_EQ(moved(bad), scratch.at("home/Quarantine/bad"));
-  EXPECT_FALSE(ScratchFolder::exists(link));
-  EXPECT_FALSE(ScratchFolder::exists(scratch.at("home/.local")));
+  EXPECT_FALSE(TemporaryFolder::exists(link));
+  EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home/.local")));
 }
 
 TEST_F(WrapperTrash, NotesNothingThatGoesElsewhere) {
@@ -231,15 +231,15 @@ TEST_F(WrapperTrash, NotesNothingThatGoesElsewhere) {
 TEST_F(WrapperTrash, NotesTheFinalName) {
   ASSERT_EQ(open(), "");
   EXPECT_EQ(moved(bad), link + "/bad");
-  EXPECT_EQ(moved(scratch.file("home/other/bad")), link + "/bad.001");
+  EXPECT_EQ(moved(scratch.write("home/other/bad")), link + "/bad.001");
   EXPECT_EQ(noteOf("bad"), note(bad));
   EXPECT_EQ(noteOf("bad.001"), note(scratch.at("home/other/bad")));
 }
 
 TEST_F(WrapperTrash, TakesNoNameThatHasAFileOrANoteAlready) {
   ASSERT_EQ(open(), "");
-  scratch.file("home/.local/share/Trash/files/bad", "without a note");
-  scratch.file("home/.local/share/Trash/info/bad.001.trashinfo", "without a file");
+  scratch.write("home/.local/share/Trash/files/bad", "without a note");
+  scratch.write("home/.local/share/Trash/info/bad.001.trashinfo", "without a file");
   EXPECT_EQ(moved(bad), link + "/bad.002");
   EXPECT_EQ(noteOf("bad"), "");
   EXPECT_EQ(noteOf("bad.001"), "without a file");
@@ -248,7 +248,7 @@ TEST_F(WrapperTrash, TakesNoNameThatHasAFileOrANoteAlready) {
 
 TEST_F(WrapperTrash, NotesAnyPathByteByByte) {
   ASSERT_EQ(open(), "");
-  const std::string path = scratch.file("home/a: b'\"%\n\xE9;", "bad");
+  const std::string path = scratch.write("home/a: b'\"%\n\xE9;", "bad");
   EXPECT_EQ(moved(path), link + "/a: b'\"%\n\xE9;");
   EXPECT_EQ(noteOf("a: b'\"%\n\xE9;"), note(scratch.at("home/a%3A%20b%27%22%25%0A%E9%3B")));
 }
@@ -256,7 +256,7 @@ TEST_F(WrapperTrash, NotesAnyPathByteByByte) {
 TEST_F(WrapperTrash, ShortensANameForWhichThereCouldBeNoNote) {
   ASSERT_EQ(open(), "");
   const std::string name(255, 'x');
-  const std::string path = scratch.file("home/" + name);
+  const std::string path = scratch.write("home/" + name);
   EXPECT_EQ(moved(path), link + "/" + name.substr(10));
   EXPECT_EQ(noteOf(name.substr(10)), note(path));
 }

@@ -36,9 +36,9 @@ class PreferencesUnderTest {
   FakeClamdLinkOwner owner;
   std::optional<RunningDaemon> daemon = RunningDaemon{"/running/clamd", "/running/clamd.conf"};
   DaemonFinder findDaemon = [this] { return daemon; };
-  ClamdLink link{owner, {clock, desktop.localizedStrings, desktop.systemLog, threads, [this] {
-                           return findDaemon();
-                         }}};
+  ClamdLink link{owner,
+                 {desktop.application, clock, desktop.localizedStrings, owner, desktop.systemLog,
+                  threads, [this] { return findDaemon(); }}};
   Preferences preferences{desktop.preferenceStore, desktop.folders, desktop.systemLog, link};
 };
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "posix/Snapshot.h"
-#include "tests/fakes/FakePlatform.h"
+#include "tests/fakes/desktop/FakePlatform.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {

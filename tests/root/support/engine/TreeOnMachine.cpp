@@ -20,11 +20,10 @@
 #include "clamav/Definitions.h"
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
-
-constexpr int daemonDeadline = 20000;  // milliseconds
 
 // Mounts of this process stay its own from here on.
 void leaveTheMachinesMounts() {
@@ -131,8 +130,8 @@ std::string TreeOnMachine::socketOf(const std::string& root) const {
 }
 
 bool TreeOnMachine::answers(const std::string& socket) const {
-  return pingDaemon(socket, {0, ordinaryUser, otherUser, packagedAccount("").user},
-                    std::chrono::milliseconds(daemonDeadline)) == DaemonState::answers;
+  return pingDaemon(socket, {0, ordinaryUser, otherUser, packagedAccount("").user}, longestWait) ==
+         DaemonState::answers;
 }
 
 Outcome TreeOnMachine::scan(uid_t user, const std::string& root, const std::string& file) const {
@@ -160,8 +159,7 @@ void TreeOnMachine::endDaemons() const {
       continue;
     }
     kill(daemon, SIGKILL);
-    pollfd end = {watched.get(), POLLIN, 0};
-    EXPECT_EQ(poll(&end, 1, daemonDeadline), 1) << "clamd does not end";
+    EXPECT_TRUE(awaitReadable(watched.get())) << "clamd does not end";
   }
 }
 

@@ -1,16 +1,13 @@
 #include "tests/root/support/world/FilesAndMounts.h"
 
 #include <fcntl.h>
-#include <ftw.h>
 #include <spawn.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -31,8 +28,6 @@ std::vector<std::string> mountsBelow(const std::string& folder) {
   }
   return points;
 }
-
-int removeEntry(const char* path, const struct stat*, int, FTW*) { return remove(path); }
 
 }  // namespace
 
@@ -89,14 +84,12 @@ void runProgram(const std::vector<std::string>& arguments) {
   if (status != 0) throw std::runtime_error(arguments[0] + " failed");
 }
 
-TemporaryFolder::TemporaryFolder() : path_("/tmp/root-test-XXXXXX") {
-  check(mkdtemp(path_.data()) ? 0 : -1, "making a temporary folder");
-  check(chmod(path_.c_str(), 0755), "setting the mode of " + path_);
+FolderOfMounts::FolderOfMounts() {
+  check(chmod(path().c_str(), 0755), "setting the mode of " + path());
 }
 
-TemporaryFolder::~TemporaryFolder() {
-  for (const std::string& point : mountsBelow(path_)) umount2(point.c_str(), MNT_DETACH);
-  nftw(path_.c_str(), removeEntry, 32, FTW_DEPTH | FTW_PHYS | FTW_MOUNT);
+FolderOfMounts::~FolderOfMounts() {
+  for (const std::string& point : mountsBelow(path())) umount2(point.c_str(), MNT_DETACH);
 }
 
 LoopMount::LoopMount(const std::string& type, const std::string& point, const std::string& options)

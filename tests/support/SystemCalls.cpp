@@ -1,4 +1,4 @@
-#include "tests/support/InterruptedSystemCall.h"
+#include "tests/support/SystemCalls.h"
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -12,27 +12,25 @@
 #include <cstddef>
 #include <future>
 #include <stdexcept>
-#include <thread>
 
 #include "posix/UniqueFd.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
 
-// Gives the descriptor that tells of this thread's calls, or -1.
-int reportCalls(int number) {
+// Has `verdict` (seccomp(2)) decide on that call of this thread's. -1 where there are no filters.
+int filterCalls(int number, unsigned int verdict, unsigned int flags) {
   sock_filter steps[] = {
       BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
       BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned int>(number), 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF),
+      BPF_STMT(BPF_RET | BPF_K, verdict),
       BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
   };
-  sock_fprog program = {4, steps};
-  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
-    return -1;
-  }
-  return static_cast<int>(
-      syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program));
+  const sock_fprog program = {4, steps};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0
+             ? static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &program))
+             : -1;
 }
 
 // Answers until nobody is left who could call.
@@ -56,10 +54,26 @@ void answer(int listener, int times) {
 
 }  // namespace
 
+void withFailingSystemCall(int number, int error, const std::function<void()>& body) {
+  bool filtered = false;
+  JoinedThreads caller([&] {
+    const unsigned int verdict = SECCOMP_RET_ERRNO | static_cast<unsigned int>(error);
+    filtered = filterCalls(number, verdict, 0) == 0;
+    if (filtered) {
+      body();
+    }
+  });
+  caller.join();
+  if (!filtered) {
+    throw std::runtime_error("this system cannot filter system calls");
+  }
+}
+
 void withInterruptedSystemCall(int number, int times, const std::function<void()>& body) {
   std::promise<int> listening;
-  std::thread caller([&] {
-    const int listener = reportCalls(number);
+  JoinedThreads caller([&] {
+    const int listener =
+        filterCalls(number, SECCOMP_RET_USER_NOTIF, SECCOMP_FILTER_FLAG_NEW_LISTENER);
     listening.set_value(listener);
     if (listener >= 0) {
       body();
@@ -71,7 +85,7 @@ void withInterruptedSystemCall(int number, int times, const std::function<void()
   }
   caller.join();
   if (!listener) {
-    throw std::runtime_error("this system cannot tell of system calls");
+    throw std::runtime_error("this system cannot report system calls");
   }
 }
 

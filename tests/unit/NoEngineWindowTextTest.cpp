@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "agent/EngineProblemText.h"
+#include "agent/NoEngineWindow.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 
 namespace quillo {

@@ -1,6 +1,12 @@
-#include "agent/EngineProblemText.h"
+#include "agent/NoEngineWindow.h"
 
+#include "agent/PreferenceFile.h"
+#include "agent/PreferenceKeys.h"
+#include "agent/Preferences.h"
+#include "platform/Application.h"
+#include "platform/ApplicationLauncher.h"
 #include "platform/LocalizedStrings.h"
+#include "platform/MainInterface.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -70,6 +76,31 @@ std::string textAloneOf(const EngineProblem& problem, const std::string& engineC
   }
   return text.substr(0, text.rfind('\n') + 1) +
          replacingAll(strings.stringForKey(advice, ""), "%@", inOneLine(engineCommand));
+}
+
+void NoEngineWindow::show(const EngineProblem& problem) {
+  problem_.store(problem);
+  services_.application.performOnMainThread([this, problem] { showNow(problem); });
+}
+
+// Whether there is a main application is found out on the main thread, which the workers that
+// report a missing program do not wait for.
+void NoEngineWindow::showNow(const EngineProblem& problem) {
+  MainInterface& interface = services_.mainInterface;
+  LocalizedStrings& strings = services_.localizedStrings;
+  if (services_.applicationLauncher.isInstalled(mainApplicationIdentifier)) {
+    interface.noEngineWindow.setMessage(textOf(problem, strings));
+    displayDialog(interface.noEngineWindow);
+    return;
+  }
+  const std::string command = preferenceFile_.engineCommand(preferences_.clamPATH());
+  interface.noEngineAloneWindow.setMessage(textAloneOf(problem, command, strings));
+  displayDialog(interface.noEngineAloneWindow);
+}
+
+void NoEngineWindow::takeAway() {
+  services_.mainInterface.noEngineWindow.orderOut();
+  services_.mainInterface.noEngineAloneWindow.orderOut();
 }
 
 }  // namespace quillo

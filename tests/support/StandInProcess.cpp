@@ -1,15 +1,13 @@
-#include "tests/root/support/world/StandInProcess.h"
+#include "tests/support/StandInProcess.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <stdexcept>
 
-namespace quillo::tests {
+namespace quillo {
 
-StandInProcess::StandInProcess(uid_t user, const std::string& program,
-                               std::vector<std::string> commandLine) {
+StandInProcess::StandInProcess(std::vector<std::string> commandLine, const Program& program) {
   int input[2];
   int started[2];
   if (pipe2(input, O_CLOEXEC) != 0 || pipe2(started, O_CLOEXEC) != 0) {
@@ -24,12 +22,15 @@ StandInProcess::StandInProcess(uid_t user, const std::string& program,
     argv.push_back(word.data());
   }
   argv.push_back(nullptr);
-  char* environment[] = {nullptr};
+  std::string variable = "QUILLO_STAND_IN=1";
+  char* environment[] = {variable.data(), nullptr};
+  const uid_t user = program.user;
   process_ = fork();
   if (process_ == 0) {
     dup2(reader.get(), STDIN_FILENO);
-    if (setresgid(user, user, user) == 0 && setresuid(user, user, user) == 0) {
-      execve(program.c_str(), argv.data(), environment);
+    if (user == geteuid() ||
+        (setresgid(user, user, user) == 0 && setresuid(user, user, user) == 0)) {
+      execve(program.path.c_str(), argv.data(), environment);
     }
     _exit(127);
   }
@@ -44,4 +45,4 @@ StandInProcess::~StandInProcess() {
   waitpid(process_, nullptr, 0);
 }
 
-}  // namespace quillo::tests
+}  // namespace quillo

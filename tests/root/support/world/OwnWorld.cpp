@@ -1,6 +1,7 @@
-#include "tests/root/support/world/World.h"
+#include "tests/root/support/world/OwnWorld.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
@@ -15,7 +16,9 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "tests/root/support/world/FilesAndMounts.h"
@@ -152,8 +155,7 @@ int runAndReap(const std::function<int()>& body) {
   }
 }
 
-}  // namespace
-
+// Returns the status of `body`, or 1 with words on standard error when the world cannot be made.
 int runInOwnWorld(const std::function<int()>& body) {
   try {
     check(unshare(CLONE_NEWPID | CLONE_NEWNS | CLONE_NEWIPC), "leaving the namespaces");
@@ -171,6 +173,26 @@ int runInOwnWorld(const std::function<int()>& body) {
     std::fprintf(stderr, "%s\n", failure.what());
     return 1;
   }
+}
+
+}  // namespace
+
+int runAllTestsInOwnWorld(int argc, char** argv) {
+  bool onlyLists = false;
+  for (int at = 1; at < argc; ++at) {
+    onlyLists |= std::string_view(argv[at]).substr(0, 18) == "--gtest_list_tests";
+  }
+  testing::InitGoogleTest(&argc, argv);
+  if (onlyLists) return RUN_ALL_TESTS();
+  if (geteuid() != 0) {
+    std::fprintf(stderr, "root tests must run as root\n");
+    return 1;
+  }
+  const int status = runInOwnWorld([] { return RUN_ALL_TESTS(); });
+  // No exit handlers: the processes that a sanitizer would start there cannot be started any more,
+  // as the new PID namespace has ended.
+  std::fflush(nullptr);
+  _exit(status);
 }
 
 }  // namespace quillo::tests
