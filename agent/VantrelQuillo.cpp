@@ -52,7 +52,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        &progressLog_,
                        &face_,
                        &runningScanners_,
-                       &toldFiles_,
+                       &reportedFiles_,
                        &abortedScans_},
       putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
       progressLog_(services.platform.systemLog),

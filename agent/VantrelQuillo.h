@@ -31,10 +31,10 @@
 #include "posix/Snapshot.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
+#include "scanning/EngineRun.h"
 #include "scanning/LimitNotice.h"
 #include "scanning/PatientScanner.h"
 #include "scanning/PutBackFiles.h"
-#include "scanning/RunningScanners.h"
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
@@ -191,7 +191,7 @@ class VantrelQuillo {
   RunningScanners runningScanners_;
   PutBackFiles putBackFiles_;
   ProgressLog progressLog_;
-  ToldFiles toldFiles_;
+  ReportedFiles reportedFiles_;
   AbortedScans abortedScans_;
   Face face_;
   Dispatcher theDispatcher_;

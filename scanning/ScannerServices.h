@@ -12,10 +12,10 @@ class LocalizedStrings;
 class ModifierKeys;
 class PreferenceStore;
 class PutBackFiles;
-class RoadObserver;
+class PipelineObserver;
 class RunningScanners;
 class ScanObserver;
-class ToldFiles;
+class ReportedFiles;
 class SystemLog;
 class Workspace;
 
@@ -34,10 +34,10 @@ struct ScannerServices {
   FileDepartures* fileDepartures = nullptr;
   PutBackFiles* putBackFiles = nullptr;
   // Each null when nobody looks on, or remembers.
-  RoadObserver* roadObserver = nullptr;
+  PipelineObserver* pipelineObserver = nullptr;
   ScanObserver* scanObserver = nullptr;
   RunningScanners* runningScanners = nullptr;
-  ToldFiles* toldFiles = nullptr;
+  ReportedFiles* reportedFiles = nullptr;
   AbortedScans* abortedScans = nullptr;
 };
 

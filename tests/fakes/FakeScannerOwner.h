@@ -10,8 +10,7 @@
 #include <vector>
 
 #include "scanning/FileRemover.h"
-#include "scanning/RoadObserver.h"
-#include "scanning/ScanObserver.h"
+#include "scanning/PipelineObserver.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 #include "tests/fakes/FakePlatform.h"
@@ -193,7 +192,7 @@ class FakeScanObserver final : public ScanObserver {
 };
 
 // Keeps the stations that files passed, and lets a test wait for one.
-class FakeRoadObserver final : public RoadObserver {
+class FakePipelineObserver final : public PipelineObserver {
  public:
   void noticed(const std::string& path) override { add(noticed_, {path}); }
   void becameStable(const std::string& path) override {
@@ -264,7 +263,8 @@ class FakeRoadObserver final : public RoadObserver {
   std::vector<int> statuses_;
 };
 
-inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, RoadObserver* road,
+inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock,
+                                         PipelineObserver* pipeline,
                                          ScanObserver* scans = nullptr) {
   return {desktop.application,
           clock,
@@ -277,7 +277,7 @@ inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, Ro
           desktop.workspace,
           &desktop.fileDepartures,
           nullptr,
-          road,
+          pipeline,
           scans};
 }
 

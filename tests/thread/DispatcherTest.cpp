@@ -42,7 +42,7 @@ class DispatcherThread : public testing::Test {
   // Lets seconds pass until that many paths were scanned; false after half a minute without.
   bool passTimeUntilScanned(std::size_t count) {
     const auto deadline = std::chrono::steady_clock::now() + seconds(30);
-    while (!bench.road.waitUntilScanned(count, std::chrono::milliseconds(2))) {
+    while (!bench.pipeline.waitUntilScanned(count, std::chrono::milliseconds(2))) {
       if (std::chrono::steady_clock::now() > deadline) {
         return false;
       }
@@ -97,7 +97,7 @@ TEST_F(DispatcherThread, ALostSignalDelaysAFileByThirtySecondsAndStrandsNone) {
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   EXPECT_EQ(bench.clock.slept(), seconds(1));
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
   stopDispatcher(loop);
   EXPECT_EQ(bench.dispatcher.scannableCount(), 1);
 }
@@ -116,9 +116,9 @@ TEST_F(DispatcherThread, ALostSignalDelaysAScannerByThirtySecondsAndStrandsNoFil
   EXPECT_EQ(bench.clock.parked(), 1);
   EXPECT_EQ(bench.dispatcher.scannableCount(), 1);
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilScanned(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilScanned(1));
   stopScanner(loop);
-  EXPECT_EQ(bench.road.scannedPaths(), Paths{path});
+  EXPECT_EQ(bench.pipeline.scannedPaths(), Paths{path});
 }
 
 TEST_F(DispatcherThread, AReportedFileIsTakenUpAtOnce) {
@@ -127,7 +127,7 @@ TEST_F(DispatcherThread, AReportedFileIsTakenUpAtOnce) {
   bench.dispatcher.addStringToItemList(bench.file("a"));
   EXPECT_TRUE(waitUntilMeasuring());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
   EXPECT_EQ(bench.clock.now(), seconds(1));
   stopDispatcher(loop);
 }
@@ -140,9 +140,9 @@ TEST_F(DispatcherThread, AFileThatGrowsInTheSecondBetweenIsReadyOneSecondLater) 
   bench.file("a", "longer than before");
   bench.clock.advance(seconds(1));
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
-  EXPECT_EQ(bench.road.stablePaths(), Paths());
+  EXPECT_EQ(bench.pipeline.stablePaths(), Paths());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
   stopDispatcher(loop);
 }
 
@@ -153,7 +153,7 @@ TEST_F(DispatcherThread, AnArrayOfFilesIsTakenUpAtOnce) {
   bench.dispatcher.addToItemList(paths);
   EXPECT_TRUE(waitUntilMeasuring());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(3));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(3));
   stopDispatcher(loop);
 }
 
@@ -161,7 +161,7 @@ TEST_F(DispatcherThread, APromotionWakesAScannerAtOnce) {
   LoopThread loop([this] { first.round(); });
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   bench.makeReady({bench.file("a")});
-  EXPECT_TRUE(bench.road.waitUntilScanned(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilScanned(1));
   EXPECT_EQ(bench.clock.now(), Clock::Duration::zero());
   stopScanner(loop);
 }
@@ -191,9 +191,9 @@ TEST_F(DispatcherThread, AnAbortSparesWhatIsStillInTheIntake) {
   bench.clock.advance(seconds(1));
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
   stopDispatcher(loop);
-  EXPECT_EQ(bench.road.stablePaths(), Paths{reported});
+  EXPECT_EQ(bench.pipeline.stablePaths(), Paths{reported});
 }
 
 TEST_F(DispatcherThread, TwoScannersShareFourHundredAndFiftyFiles) {
@@ -201,15 +201,15 @@ TEST_F(DispatcherThread, TwoScannersShareFourHundredAndFiftyFiles) {
   bench.makeReady(paths);
   LoopThread one([this] { first.round(); });
   LoopThread two([this] { second.round(); });
-  EXPECT_TRUE(bench.road.waitUntilScanned(450));
+  EXPECT_TRUE(bench.pipeline.waitUntilScanned(450));
   stopScanner(one);
   stopScanner(two);
   std::multiset<std::size_t> sizes;
-  for (const Paths& batch : bench.road.batches()) {
+  for (const Paths& batch : bench.pipeline.batches()) {
     sizes.insert(batch.size());
   }
   EXPECT_EQ(sizes, (std::multiset<std::size_t>{50, 200, 200}));
-  EXPECT_EQ(sorted(bench.road.scannedPaths()), sorted(paths));
+  EXPECT_EQ(sorted(bench.pipeline.scannedPaths()), sorted(paths));
   EXPECT_EQ(bench.owner.count, 0);
 }
 
@@ -241,7 +241,7 @@ TEST_F(DispatcherThread, WhatManyThreadsReportIsScannedOnceEach) {
   stopDispatcher(loop);
   stopScanner(one);
   stopScanner(two);
-  EXPECT_EQ(sorted(bench.road.scannedPaths()), sorted(all));
+  EXPECT_EQ(sorted(bench.pipeline.scannedPaths()), sorted(all));
 }
 
 TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
@@ -270,13 +270,14 @@ TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
   const std::string last = bench.file("last");
   bench.dispatcher.addStringToItemList(last);
   const auto scanned = [&] {
-    const Paths done = bench.road.scannedPaths();
+    const Paths done = bench.pipeline.scannedPaths();
     return std::find(done.begin(), done.end(), last) != done.end();
   };
   const auto deadline = std::chrono::steady_clock::now() + seconds(30);
   while (!scanned() && std::chrono::steady_clock::now() < deadline) {
     bench.clock.advance(seconds(1));
-    bench.road.waitUntilScanned(bench.road.scannedPaths().size() + 1, std::chrono::milliseconds(1));
+    bench.pipeline.waitUntilScanned(bench.pipeline.scannedPaths().size() + 1,
+                                    std::chrono::milliseconds(1));
   }
   EXPECT_TRUE(scanned());
   stopDispatcher(loop);
