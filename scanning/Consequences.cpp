@@ -9,6 +9,7 @@
 #include "posix/Text.h"
 #include "scanning/FileRemover.h"
 #include "scanning/FoundFile.h"
+#include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
 namespace quillo {
@@ -117,13 +118,13 @@ bool Consequences::warn(const std::shared_ptr<FoundFile>& file) {
     return false;
   }
   theDialog = dialog;
-  FileRemover::attachTo(dialog, file, owner_, services_);
+  FileRemover::attachTo(dialog, file, owner_.dialogList(), services_);
   dialog->orderFrontRegardless();
   return true;
 }
 
 void Consequences::showWarning(const Verdict& infection) {
-  const auto file = std::make_shared<FoundFile>(infection, owner_, services_);
+  const auto file = std::make_shared<FoundFile>(infection, services_);
   if (warn(file)) {
     notify(notificationFound, infection.line, infection, file);
   }
@@ -133,7 +134,7 @@ void Consequences::showWarning(const Verdict& infection) {
 // Notified of also where no dialog can be shown: the user was promised that such files go
 // away, and this one did not.
 void Consequences::showStillThere(const Verdict& infection) {
-  const auto file = std::make_shared<FoundFile>(infection, owner_, services_);
+  const auto file = std::make_shared<FoundFile>(infection, services_);
   warn(file);
   const Wording text = {"NOT_MOVED", {std::string(pathAsShown(infection)), infection.reason}};
   notify(notificationError, text.in(services_.localizedStrings), infection, file);
@@ -156,9 +157,11 @@ void Consequences::notify(NotificationCode code, const std::string& description,
   if (left && !infection.path.empty()) {
     details.topic = left->topic();
     details.buttons.push_back({showTitle, [left] { left->show(); }, true});
-    details.buttons.push_back(
-        {strings.stringForKey("NOTIFICATION_TRASH", ""),
-         [left, &owner, &services] { FileRemover::moveToTrash(left, owner, services); }, true});
+    details.buttons.push_back({strings.stringForKey("NOTIFICATION_TRASH", ""),
+                               [left, &owner, &services] {
+                                 FileRemover::moveToTrash(left, owner.dialogList(), services);
+                               },
+                               true});
   } else if (code == notificationQuarantined && !infection.destination.empty()) {
     details.buttons.push_back(
         {showTitle,
@@ -167,7 +170,7 @@ void Consequences::notify(NotificationCode code, const std::string& description,
   }
   details.buttons.push_back(
       {strings.stringForKey("NOTIFICATION_LOG", ""), [&owner] { owner.openScanLog(); }});
-  owner_.displayGrowlDialogWithTitleAndDescription(code, description, details);
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(code, description, details);
 }
 
 void Consequences::showEngineError(const std::string& quitMenuName) {
@@ -195,7 +198,7 @@ void Consequences::showEngineError(const std::string& quitMenuName) {
   details.topic = engineTopic;
   details.buttons.push_back({services_.localizedStrings.stringForKey("NOTIFICATION_LOG", ""),
                              [&owner = owner_] { owner.openScanLog(); }});
-  owner_.displayGrowlDialogWithTitleAndDescription(notificationError, text, details);
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(notificationError, text, details);
 }
 
 void Consequences::openQuarantineFolder(ButtonDialog& dialog, const std::string& folder) {

@@ -4,12 +4,13 @@
 #include <string>
 
 #include "clamav/Verdict.h"
-#include "scanning/ScannerOwner.h"
+#include "platform/Notifier.h"
 
 namespace quillo {
 
 class ButtonDialog;
 class FoundFile;
+class ScannerOwner;
 struct ScannerServices;
 
 // What the engine did with an infected file, and what the user wants to see of it.

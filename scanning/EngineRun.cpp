@@ -111,7 +111,7 @@ void EngineRun::attempt(const std::function<void()>& steps) {
   try {
     steps();
   } catch (const PlatformException& failure) {
-    if (failure.reason() == "launch path not accessible") {
+    if (failure.kind() == PlatformException::Kind::cannotLaunch) {
       owner_.noEnginePanic(scanParams.empty() ? "clamdscan" : scanParams.front());
     } else {
       logFailure(failure);

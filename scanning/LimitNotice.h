@@ -15,7 +15,7 @@
 namespace quillo {
 
 class LocalizedStrings;
-class ScannerOwner;
+class Notifier;
 
 // The files beyond the engine's limits that the user has been notified of already: one that is
 // written again and again, as a machine's disk or a download is, is reported once. Any thread.
@@ -46,7 +46,7 @@ class LimitNotice {
   // may be null.
   void add(const Verdict& verdict, ReportedFiles* reported);
   // Posts one notification for each kind that has been taken note of.
-  void post(ScannerOwner& owner, LocalizedStrings& strings);
+  void post(Notifier& notifier, LocalizedStrings& strings);
 
  private:
   struct Files {

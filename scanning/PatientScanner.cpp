@@ -132,8 +132,9 @@ void PatientScanner::runEngine(EngineRun& run) {
     run.readData(chunk);
     return taskDataAvailable(chunk);
   };
-  run.waitUntilExit(handler,
-                    [this] { report_.consequences().showEngineError(owner_.getQuitMenuName()); });
+  run.waitUntilExit(handler, [this] {
+    report_.consequences().showEngineError(owner_.mainMenu().getQuitMenuName());
+  });
   run.drain(handler);
   list.remove();
   run.finish();

@@ -4,11 +4,12 @@
 #include <cstdio>
 #include <utility>
 
+#include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
 #include "posix/Clock.h"
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
+#include "posix/FolderReader.h"
 #include "posix/PlatformException.h"
 #include "scanning/EngineRun.h"
 #include "scanning/PathPattern.h"
@@ -74,7 +75,7 @@ void Scanner::takeArguments(ScanItemList& items) {
       std::all_of(items.begin() + 2, items.end(),
                   [](const ScanItem& item) { return std::holds_alternative<std::string>(item); });
   if (!arePaths) {
-    throw PlatformException("InvalidArgumentException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "InvalidArgumentException",
                             "a scan takes the scan argument list, the status menu and then paths");
   }
   filesToScan = &items;
@@ -197,7 +198,8 @@ void Scanner::performScan(const std::vector<std::string>& thePaths) {
 void Scanner::runEngine(EngineRun& run, const std::vector<std::string>& thePaths) {
   if (scanParams.empty()) {
     // The first of the paths would be taken for the engine, and run.
-    throw PlatformException("InvalidArgumentException", "launch path not accessible");
+    throw PlatformException(PlatformException::Kind::cannotLaunch, "InvalidArgumentException",
+                            "launch path not accessible");
   }
   run.takeArguments(thePaths);
   std::optional<Pipe> outputPipe = makeOutputPipe();
@@ -205,8 +207,8 @@ void Scanner::runEngine(EngineRun& run, const std::vector<std::string>& thePaths
   run.launch(std::move(outputPipe), std::move(taskOutput));
   run.waitUntilExit([this](std::string_view chunk) { return taskDataAvailable(chunk); },
                     [this] {
-                      report_.consequences().showEngineError(mainMenu ? mainMenu->getQuitMenuName()
-                                                                      : owner_.getQuitMenuName());
+                      report_.consequences().showEngineError(
+                          (mainMenu ? *mainMenu : owner_.mainMenu()).getQuitMenuName());
                     });
   run.finish();
 }
@@ -253,7 +255,7 @@ std::optional<PipeReader> Scanner::takeReadingEnd(std::optional<Pipe>& outputPip
 }
 
 void Scanner::notifyOfLuck() {
-  owner_.displayGrowlDialogWithTitleAndDescription(
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(
       notificationError, "We should have crashed here, please let me know either way. Thanks");
 }
 

@@ -10,12 +10,13 @@ class Folders;
 class InterfaceLoader;
 class LocalizedStrings;
 class ModifierKeys;
+class Notifier;
+class PipelineObserver;
 class PreferenceStore;
 class PutBackFiles;
-class PipelineObserver;
+class ReportedFiles;
 class RunningScanners;
 class ScanObserver;
-class ReportedFiles;
 class SystemLog;
 class Workspace;
 
@@ -27,6 +28,7 @@ struct ScannerServices {
   InterfaceLoader& interfaceLoader;
   LocalizedStrings& localizedStrings;
   ModifierKeys& modifierKeys;
+  Notifier& notifier;
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   Workspace& workspace;

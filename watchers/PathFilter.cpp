@@ -6,6 +6,7 @@
 #include "platform/Folders.h"
 #include "platform/TrashFolders.h"
 #include "platform/TypedPreferences.h"
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 
 namespace quillo {

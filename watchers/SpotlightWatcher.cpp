@@ -47,7 +47,7 @@ SpotlightWatcher::~SpotlightWatcher() = default;
 void SpotlightWatcher::setMenuAndParamsAndController(const WatcherArgumentList& list,
                                                      PathIntake& controller) {
   if (list.empty() || !std::holds_alternative<WatcherMenu*>(list.front())) {
-    throw PlatformException("InvalidArgumentException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "InvalidArgumentException",
                             "a watcher takes the status menu and then the scan arguments");
   }
   vantrelQuilloController = &controller;
@@ -142,7 +142,7 @@ void SpotlightWatcher::insertChanged(const MetadataItem& item, Paths& paths) {
     return;
   }
   if (paths.empty()) {
-    throw PlatformException("RangeException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "RangeException",
                             "there is no first path to remove: the list is empty");
   }
   paths.erase(paths.begin());
