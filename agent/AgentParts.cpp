@@ -36,7 +36,7 @@ AgentParts::AgentParts(const AgentServices& given, Throbber& menu)
                       &progressLog,
                       &statusBoard,
                       &runningScanners,
-                      &toldFiles,
+                      &reportedFiles,
                       &abortedScans},
       theDispatcher(given.clock, given.platform.systemLog, given.platform.volumes, &progressLog),
       intake(theDispatcher),

@@ -27,10 +27,10 @@
 #include "platform/Platform.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
+#include "scanning/EngineRun.h"
 #include "scanning/LimitNotice.h"
 #include "scanning/PatientScanner.h"
 #include "scanning/PutBackFiles.h"
-#include "scanning/RunningScanners.h"
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
@@ -62,7 +62,7 @@ struct AgentParts {
   RunningScanners runningScanners;
   PutBackFiles putBackFiles;
   ProgressLog progressLog;
-  ToldFiles toldFiles;
+  ReportedFiles reportedFiles;
   AbortedScans abortedScans;
   StatusBoard statusBoard;
   Notifications notifications;
