@@ -52,7 +52,8 @@ struct AgentServices {
 // The workers and parts of the agent, in the order in which they are made. They live as long as it
 // does. What they do is theirs; this only says who is given what.
 struct AgentParts {
-  AgentParts(const AgentServices& given, Throbber& menu);
+  AgentParts(const AgentServices& given, Throbber& menu)
+      : AgentParts(given, given.platform, menu) {}
 
   // Constant after construction.
   const AgentServices services;
@@ -100,6 +101,9 @@ struct AgentParts {
   Mending mending;
   Watching watching;
   Health health;  // asks others of these
+
+ private:
+  AgentParts(const AgentServices& given, const Platform& desktop, Throbber& menu);
 };
 
 }  // namespace quillo
