@@ -34,7 +34,7 @@ class FindNotification : public ReportFixture {
     startRun(setting);
     VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
     report.verdicts()->letGo();
-    scanner.tell(verdict);
+    scanner.report(verdict);
     loggedFor(verdict.line + "\n");
     return owner.details().back();
   }

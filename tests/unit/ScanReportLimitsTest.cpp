@@ -44,7 +44,7 @@ class ScanReportLimits : public ReportFixture {
       verdict.path = file.path;
       verdict.limit = file.limit;
       verdict.largestFile = file.largestFile;
-      scanner.tell(verdict);
+      scanner.report(verdict);
       lines += verdict.line + "\n";
     }
     std::string logged = loggedFor(lines);
@@ -74,7 +74,7 @@ TEST_F(ScanReportLimits, AreToldWhenTheRunIsOverAndLoggedAtOnce) {
   Verdict verdict = Verdict::parse("/a/big.iso: Not scanned: larger than the limit of 100 MB");
   verdict.limit = Limit::fileSize;
   verdict.largestFile = 100 * mebi;
-  scanner.tell(verdict);
+  scanner.report(verdict);
   EXPECT_EQ(loggedFor(verdict.line + "\n"), stamp + " " + verdict.line + "\n");
   EXPECT_EQ(owner.calls(), Calls());
   report.endRun();
