@@ -17,7 +17,7 @@ constexpr std::uint64_t mebi = 1024 * 1024;
 class ScanReportLimits : public ReportFixture {
  protected:
   ScanReportLimits() {
-    services.toldFiles = &told;
+    services.reportedFiles = &reported;
     desktop.localizedStrings.texts = {{"TOO_LARGE", "%@ > %@"},
                                       {"TOO_LARGE_AND_ONE", "%@ + 1 > %@"},
                                       {"TOO_LARGE_AND_MORE", "%@ + %@ > %@"},
@@ -52,7 +52,7 @@ class ScanReportLimits : public ReportFixture {
     return logged;
   }
 
-  ToldFiles told;
+  ReportedFiles reported;
 };
 
 TEST_F(ScanReportLimits, AreToldOnceARunByTheFirstFileAndTheNumberOfTheOthers) {
@@ -114,13 +114,13 @@ TEST_F(ScanReportLimits, AreNotToldOfWhatWasLeftOutForAnotherReason) {
   EXPECT_EQ(owner.calls(), Calls());
 }
 
-TEST(ToldFiles, ForgetTheOldestFirst) {
-  ToldFiles told;
-  for (std::size_t i = 0; i <= ToldFiles::most; ++i) {
-    EXPECT_TRUE(told.isNew("/" + std::to_string(i)));
+TEST(ReportedFiles, ForgetTheOldestFirst) {
+  ReportedFiles reported;
+  for (std::size_t i = 0; i <= ReportedFiles::most; ++i) {
+    EXPECT_TRUE(reported.add("/" + std::to_string(i)));
   }
-  EXPECT_FALSE(told.isNew("/1"));
-  EXPECT_TRUE(told.isNew("/0"));
+  EXPECT_FALSE(reported.add("/1"));
+  EXPECT_TRUE(reported.add("/0"));
 }
 
 }  // namespace

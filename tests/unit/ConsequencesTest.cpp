@@ -205,7 +205,7 @@ TEST_F(FindNotification, SaysWhyAFileThatIsGoneWasNotMoved) {
 }
 
 TEST_F(FindNotification, OfAnEngineThatCannotBeReachedIsOverWhenItJudgesAgain) {
-  report.showEngineError("Quit");
+  report.consequences().showEngineError("Quit");
   const NotificationDetails details = owner.details().back();
   EXPECT_FALSE(details.isFind);
   EXPECT_EQ(titles(details), Titles{"<NOTIFICATION_LOG>"});
