@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QRect>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>

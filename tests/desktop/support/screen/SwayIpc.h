@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QJsonDocument>
+#include <chrono>
 #include <string>
 
 #include "posix/UniqueFd.h"
