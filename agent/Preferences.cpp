@@ -4,10 +4,11 @@
 #include "engine/ClamdLink.h"
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
+#include "posix/Accounts.h"
+#include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
+#include "posix/FolderReader.h"
 #include "posix/PlatformException.h"
-#include "posix/Shell.h"
 #include "posix/Text.h"
 
 namespace quillo {

@@ -7,6 +7,7 @@
 #include "platform/Folders.h"
 #include "platform/MountNotifications.h"
 #include "platform/SystemLog.h"
+#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "scanning/Dispatcher.h"

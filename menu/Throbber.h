@@ -54,7 +54,7 @@ class Throbber {
 
   // Says in words what the agent is doing, in the status item and in the Dock tile, when that has
   // changed. To be called when what the owner knows of it may have; any thread.
-  void tellStatus() { statusText_.tell(); }
+  void showStatus() { statusText_.show(); }
   // What it says. Any thread.
   std::string stateInWords() { return statusText_.wordsFor(status()); }
 
@@ -64,6 +64,8 @@ class Throbber {
   // Commands of the menu. Main thread.
   void openFolder(const std::string& itemTitle);
   void openLog(const MenuItem& sender);
+  void openScanLog();
+  void openUpdateLog();
   void folderMissingPanic();
   // Restarts watching if the restart command is enabled, else drops the request.
   void canRestartFromAS();

@@ -8,6 +8,7 @@
 #include "platform/ModifierKeys.h"
 #include "platform/StatusItem.h"
 #include "platform/Workspace.h"
+#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 
@@ -88,7 +89,7 @@ void Throbber::clearMenu() {
   enableMenuItems(1);
   rest(Rest::idle);
   setAlternateImage(images_.load()->altImage2);
-  tellStatus();
+  showStatus();
 }
 
 void Throbber::addToMenuWithObjectToWatch(const std::string& title, const std::string&) {
@@ -103,7 +104,7 @@ void Throbber::addToMenuWithObjectToWatch(const std::string& title, const std::s
   startMenuItem.setTitle(services_.localizedStrings.stringForKey("WAIT", ""));
   foldersWatchedMenuItem.setEnabled(true);
   isSettingUp_ = true;
-  tellStatus();
+  showStatus();
 }
 
 void Throbber::openFolder(const std::string& itemTitle) {
@@ -133,6 +134,9 @@ void Throbber::openLog(const MenuItem& sender) {
     services_.application.beep();
   }
 }
+
+void Throbber::openScanLog() { openLog(services_.mainInterface.openScanLogMenuItem); }
+void Throbber::openUpdateLog() { openLog(services_.mainInterface.openUpdateLogMenuItem); }
 
 void Throbber::folderMissingPanic() { vantrelQuilloController.load()->restartWatcher(); }
 

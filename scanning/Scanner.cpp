@@ -8,7 +8,7 @@
 #include "posix/ChildProcess.h"
 #include "posix/Clock.h"
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
+#include "posix/FolderReader.h"
 #include "posix/PlatformException.h"
 #include "scanning/EngineRun.h"
 #include "scanning/PathPattern.h"
@@ -74,7 +74,7 @@ void Scanner::takeArguments(ScanItemList& items) {
       std::all_of(items.begin() + 2, items.end(),
                   [](const ScanItem& item) { return std::holds_alternative<std::string>(item); });
   if (!arePaths) {
-    throw PlatformException("InvalidArgumentException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "InvalidArgumentException",
                             "a scan takes the scan argument list, the status menu and then paths");
   }
   filesToScan = &items;

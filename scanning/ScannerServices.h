@@ -10,6 +10,7 @@ class Folders;
 class InterfaceLoader;
 class LocalizedStrings;
 class ModifierKeys;
+class Notifier;
 class PreferenceStore;
 class PutBackFiles;
 class RoadObserver;
@@ -27,6 +28,7 @@ struct ScannerServices {
   InterfaceLoader& interfaceLoader;
   LocalizedStrings& localizedStrings;
   ModifierKeys& modifierKeys;
+  Notifier& notifier;
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   Workspace& workspace;

@@ -5,10 +5,8 @@
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
-#include "platform/TypedPreferences.h"
+#include "posix/Accounts.h"
 #include "posix/Text.h"
-#include "watchers/WatcherOwner.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -50,10 +48,7 @@ NameWatcher::NameWatcher(WatcherOwner& owner, const WatcherServices& services)
     : owner_(owner), services_(services), filter_(owner, services.trashFolders) {}
 
 void NameWatcher::start() {
-  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
-  const auto quarantine = preferences.folder("QuarantineFolder");
-  quarantineFolder_.store(quarantine ? expandingTilde(*quarantine, services_.folders.homeFolder())
-                                     : "");
+  quarantineFolder_.store(preferredQuarantineFolder(services_));
   {
     MutexLock hold(mutex_);
     placesWithGaps_.clear();
@@ -76,9 +71,11 @@ void NameWatcher::namesAppeared(const std::vector<std::string>& paths) {
     if (*quarantine != filter_.quarantineFolder()) {
       filter_.setQuarantineFolder(*quarantine);
     }
-    filter_.noticeTurnedLinks();
+    filter_.refresh();
     for (const std::string& path : paths) {
-      filter_.judge(path);
+      if (filter_.passes(path)) {
+        services_.theDispatcher.addStringToItemList(path);
+      }
     }
   } catch (const std::exception& failure) {
     services_.systemLog.log(std::string("Changed names could not be handed over: ") +

@@ -6,7 +6,7 @@
 
 #include "platform/linux/services/LibraryMessages.h"
 #include "platform/linux/services/LinuxSystemLog.h"
-#include "tests/desktop/HandClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -15,7 +15,7 @@ using Lines = std::vector<std::string>;
 
 class LibraryMessagesTest : public testing::Test {
  protected:
-  HandClock clock;
+  PassingClock clock;
   Lines system;
   Lines console;
   LinuxSystemLog log{clock, [this](const std::string& line) { system.push_back(line); },
@@ -48,7 +48,7 @@ TEST_F(LibraryMessagesTest, AreWrittenAFewTimesEachAndThenCounted) {
     qWarning("again");
   }
   EXPECT_EQ(system.size(), 6U);
-  log.tellRepeats(true);
+  log.logRepeats(true);
   EXPECT_EQ(system.back(), "Qt: again (repeated 94 times)");
   EXPECT_EQ(console, Lines());
 }

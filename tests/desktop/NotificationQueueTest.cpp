@@ -3,8 +3,7 @@
 #include <vector>
 
 #include "platform/linux/notifications/NotificationQueue.h"
-#include "platform/linux/notifications/NotificationText.h"
-#include "tests/desktop/HandClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -37,7 +36,7 @@ class NotificationQueueTest : public testing::Test {
     return texts;
   }
 
-  HandClock clock;
+  PassingClock clock;
   NotificationQueue queue{clock, [](std::uint64_t count) { return "+" + std::to_string(count); }};
   std::uint32_t ids = 100;
   std::vector<std::uint32_t> replaced;

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "agent/DefinitionUpdates.h"
-#include "tests/fakes/AgentUnderTest.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
 
 namespace quillo {
 namespace {
@@ -30,7 +30,7 @@ class Updates : public testing::Test, protected AgentUnderTest {
     if (notify) {
       agent().updateVirusDefs();
     } else {
-      agent().preferences().updateDefsAtLaunch = true;
+      agent().parts().preferences.updateDefsAtLaunch = true;
       agent().startWatcherAndUpdate(true);
     }
     EXPECT_EQ(agent().scannerCount(), 1);

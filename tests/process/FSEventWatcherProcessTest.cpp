@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/HelperProgram.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/fakes/watching/HelperProgram.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 #include "watchers/FSEventWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -26,10 +24,10 @@ class WatcherAndHelper : public testing::Test {
   }
   void run() {
     ASSERT_TRUE(watcher.claimMainLoop());
-    loop = std::thread([this] { watcher.mainLoop(); });
+    loop.start([this] { watcher.mainLoop(); });
   }
   void stop() {
-    if (loop.joinable()) {
+    if (loop.areLeft()) {
       watcher.stopWatching();
       loop.join();
     }
@@ -41,13 +39,10 @@ class WatcherAndHelper : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   FSEventWatcher watcher{owner, services};
   std::unique_ptr<HelperProgram> helper;
-  std::thread loop;
+  JoinedThreads loop;
 };
 
 TEST_F(WatcherAndHelper, HandOverEveryLineThatItPrints) {

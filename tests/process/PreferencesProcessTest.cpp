@@ -5,8 +5,8 @@
 
 #include "agent/Preferences.h"
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakeClamd.h"
-#include "tests/fakes/PreferencesUnderTest.h"
+#include "tests/fakes/agent/PreferencesUnderTest.h"
+#include "tests/fakes/engine/FakeClamd.h"
 
 namespace quillo {
 namespace {
@@ -86,7 +86,7 @@ TEST_F(DaemonAtReading, FailsWhenItCannotBeRun) {
 TEST_F(DaemonAtReading, IsKnownToBeOnItsWayWhileItIsLaunched) {
   installDaemon("exit 0");
   bool launching = false;
-  owner.duringWait = [&] { launching = preferences.launchingClamd; };
+  desktop.application.duringWait = [&] { launching = preferences.launchingClamd; };
   EXPECT_TRUE(preferences.readPrefs());
   EXPECT_TRUE(launching);
 }
@@ -117,7 +117,7 @@ TEST_F(PlacesOfTheSystem, TheStandardInstallationsWrapperIsTheUpdater) {
   EXPECT_EQ(umount("/usr/local"), 0);
 }
 
-TEST_F(PlacesOfTheSystem, WithoutATemporaryFolderTheScratchFoldersLieInTmp) {
+TEST_F(PlacesOfTheSystem, WithoutATemporaryFolderTheTemporaryFoldersLieInTmp) {
   desktop.folders.temporary.reset();
   ASSERT_TRUE(mountEmptyFolder("/tmp"));
   const bool usable = preferences.readPrefs();

@@ -6,10 +6,10 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
-#include <thread>
 
-#include "tests/root/support/GuardedHome.h"
-#include "tests/root/support/SystemLog.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/world/SystemLogListener.h"
+#include "tests/support/Threads.h"
 
 namespace quillo::tests {
 namespace {
@@ -46,12 +46,12 @@ class ReadSystemLog {
     }
   }
 
-  SystemLog log_;
+  SystemLogListener log_;
   std::atomic<bool> ended_ = false;
   std::mutex lock_;
   std::condition_variable changed_;
   std::string all_ = "\n";
-  std::thread reader_;
+  JoinedThreads reader_;
 };
 
 // The system log is there before the agent, which is sent to a display that is not there.

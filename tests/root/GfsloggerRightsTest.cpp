@@ -15,13 +15,12 @@
 #include <csignal>
 #include <string>
 
-#include "tests/root/support/HelperTest.h"
-#include "tests/root/support/ProcessFacts.h"
+#include "tests/root/support/helper/HelperFixture.h"
 
 namespace quillo::tests {
 namespace {
 
-using GfsloggerRights = HelperTest;
+using GfsloggerRights = HelperFixture;
 
 TEST_F(GfsloggerRights, AreOneCapabilityToReadAndForItsMarkerOneMoreToMark) {
   start();

@@ -1,14 +1,14 @@
 // ./run behind its build, as an ordinary user with sudo: what it sets up, says and takes away
 // again, and how that goes with other installations.
 
-#include "tests/root/support/SetUpTest.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "tests/root/support/Files.h"
+#include "tests/root/support/agent/SetUpFixture.h"
+#include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using Outcome = SetUpWorld::Outcome;
 
-class SetUp : public SetUpTest {};
+class SetUp : public SetUpFixture {};
 
 TEST_F(SetUp, GuardsAndDoesItFromTheNextLogInOn) {
   const Outcome outcome = world.setUp();
@@ -170,11 +170,9 @@ class SetUpBeside : public SetUp, public testing::WithParamInterface<Neighbour> 
                                          "WatchSubdirs = true\n");
     world.asUser({"/bin/sh", "-c",
                   "exec nohup setsid -f " + neighboursProgram() + " </dev/null >~/output 2>&1"});
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (agentsProgram() != neighboursProgram()) {
-      ASSERT_LT(std::chrono::steady_clock::now(), until)
-          << contentsOfFile(inHome("output")).value_or("") << contentsOfFile(log()).value_or("");
-    }
+    ASSERT_TRUE(awaitThat([this] { return agentsProgram() == neighboursProgram(); },
+                          std::chrono::seconds(30)))
+        << contentsOfFile(inHome("output")).value_or("") << contentsOfFile(log()).value_or("");
   }
 };
 

@@ -1,15 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/HelperProgram.h"
-#include "tests/fakes/JoinedThreads.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/fakes/watching/HelperProgram.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 #include "watchers/FSEventWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -40,10 +37,7 @@ class WatcherRaces : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   HelperProgram helper{jealous};
   FSEventWatcher watcher{owner, services};
   JoinedThreads threads;
@@ -97,7 +91,7 @@ TEST_F(WatcherRaces, ManyStartsAndStopsNeverMakeASecondLoop) {
 
 TEST_F(WatcherRaces, StartsFromTwoThreadsMakeOneLoop) {
   std::atomic<int> claims{0};
-  std::thread other([&] { claims += watcher.claimMainLoop() ? 1 : 0; });
+  JoinedThreads other([&] { claims += watcher.claimMainLoop() ? 1 : 0; });
   claims += watcher.claimMainLoop() ? 1 : 0;
   other.join();
   EXPECT_EQ(claims, 1);
@@ -108,7 +102,7 @@ TEST_F(WatcherRaces, StartsFromTwoThreadsMakeOneLoop) {
 TEST_F(WatcherRaces, StopsFromTwoThreadsAreAsGoodAsOne) {
   start();
   ASSERT_TRUE(helper.waitForLaunches(1));
-  std::thread other([this] { watcher.stopWatching(); });
+  JoinedThreads other([this] { watcher.stopWatching(); });
   watcher.stopWatching();
   other.join();
   threads.join();
@@ -116,7 +110,7 @@ TEST_F(WatcherRaces, StopsFromTwoThreadsAreAsGoodAsOne) {
 }
 
 TEST_F(WatcherRaces, FoldersMayChangeWhileLinesAreJudged) {
-  std::thread changer([this] {
+  JoinedThreads changer([this] {
     for (int round = 0; round < 100; ++round) {
       owner.watch("/w/", round % 2 == 0);
       owner.watchNothing();

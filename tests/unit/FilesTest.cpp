@@ -12,13 +12,12 @@
 #include <optional>
 
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
+#include "posix/FolderReader.h"
 #include "posix/OwnFile.h"
 #include "posix/Pipe.h"
 #include "posix/UniqueFd.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/InterruptedSystemCall.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/SystemCalls.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -3,10 +3,11 @@
 #include <stdexcept>
 #include <utility>
 
-#include "agent/Face.h"
 #include "agent/Health.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/ManualClock.h"
+#include "agent/StatusBoard.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -16,23 +17,6 @@ using std::chrono::minutes;
 
 class HealthTest : public testing::Test {
  protected:
-  // Counts the waits by letting their time pass.
-  class WaitingClock final : public Clock {
-   public:
-    Duration now() override { return now_; }
-    std::chrono::system_clock::time_point wallTime() override {
-      return std::chrono::system_clock::from_time_t(1794993821) +
-             std::chrono::duration_cast<std::chrono::system_clock::duration>(now_);
-    }
-    void sleepFor(Duration length) override { now_ += length; }
-    void waitOn(std::condition_variable&, std::unique_lock<std::mutex>&, Duration bound) override {
-      now_ += bound;
-    }
-
-   private:
-    Duration now_{0};
-  };
-
   LoadedDefinitions asked() {
     if (std::exchange(failsOnce, false)) {
       throw std::runtime_error("no memory");
@@ -47,13 +31,13 @@ class HealthTest : public testing::Test {
   }
 
   FakePlatform desktop;
-  WaitingClock clock;
-  Face face{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
+  PassingClock clock;
+  StatusBoard statusBoard{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
   LoadedDefinitions definitions;
   std::vector<std::string> missing;
   int looks = 0;
   bool failsOnce = false;
-  Health health{{clock, desktop.systemLog, face, [this] { return asked(); },
+  Health health{{clock, desktop.systemLog, statusBoard, [this] { return asked(); },
                  [this] { return missing; }, [this] { ++looks; }}};
 };
 
@@ -62,18 +46,18 @@ TEST_F(HealthTest, IsLookedAfterAsSoonAsWatchingBeginsAndThenOnceAnHour) {
   EXPECT_EQ(untilNextLook(), Clock::Duration());
   EXPECT_EQ(untilNextLook(), hours(1));
   EXPECT_EQ(looks, 2);
-  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::goodOrUnknown);
 }
 
 TEST_F(HealthTest, IsLookedAfterEveryMinuteInTrouble) {
   definitions.real = false;
   health.setWatching(true);
   health.round();
-  EXPECT_EQ(face.status().definitions, DefinitionState::none);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::none);
   EXPECT_EQ(untilNextLook(), minutes(1));
   definitions.real = true;
   EXPECT_EQ(untilNextLook(), minutes(1));
-  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::goodOrUnknown);
   EXPECT_EQ(untilNextLook(), hours(1));
 }
 
@@ -88,12 +72,12 @@ TEST_F(HealthTest, CallsDefinitionsOldAfterTwoWeeks) {
   health.setWatching(true);
   built(hours(14 * 24));
   health.round();
-  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::goodOrUnknown);
   built(hours(23 * 24 + 5));
   health.lookSoon();
   health.round();
-  EXPECT_EQ(face.status().definitions, DefinitionState::old);
-  EXPECT_EQ(face.status().daysOfDefinitions, 23U);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::old);
+  EXPECT_EQ(statusBoard.status().daysOfDefinitions, 23U);
 }
 
 TEST_F(HealthTest, LogsTheAgeOnceUntilItWasMended) {
@@ -119,8 +103,8 @@ TEST_F(HealthTest, TellsOfFoldersThatAreNotThere) {
   missing = {"/home/anna/A/", "/b"};
   health.setWatching(true);
   health.round();
-  EXPECT_EQ(face.status().missingFolders, 2U);
-  EXPECT_EQ(face.status().missingFolder, "~/A/");
+  EXPECT_EQ(statusBoard.status().missingFolders, 2U);
+  EXPECT_EQ(statusBoard.status().missingFolder, "~/A/");
   EXPECT_EQ(untilNextLook(), minutes(1));
 }
 
@@ -137,9 +121,9 @@ TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
 
 TEST_F(HealthTest, IsNotLookedAfterWhileNothingIsWatched) {
   ManualClock parked;
-  Health other{{parked, desktop.systemLog, face, [this] { return definitions; },
+  Health other{{parked, desktop.systemLog, statusBoard, [this] { return definitions; },
                 [this] { return missing; }, [this] { ++looks; }}};
-  std::thread thread([&other] { other.round(); });
+  JoinedThreads thread([&other] { other.round(); });
   other.lookSoon();
   EXPECT_TRUE(parked.waitUntilParked(1));
   parked.advance(hours(5));

@@ -5,8 +5,8 @@
 #include "agent/Preferences.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
-#include "tests/fakes/PreferencesUnderTest.h"
-#include "tests/fakes/StdoutCapture.h"
+#include "tests/fakes/agent/PreferencesUnderTest.h"
+#include "tests/support/StdoutCapture.h"
 
 namespace quillo {
 namespace {
@@ -108,7 +108,8 @@ TEST_F(PreferencesTest, TellOfADaemonProgramThatIsNotThere) {
 
 TEST_F(PreferencesTest, TryToLaunchTheDaemonWhenProcessesCannotBeListed) {
   findDaemon = []() -> std::optional<RunningDaemon> {
-    throw PlatformException("LaunchFailure", "no more processes");
+    throw PlatformException(PlatformException::Kind::noResources, "LaunchFailure",
+                            "no more processes");
   };
   EXPECT_FALSE(preferences.readPrefs());
   EXPECT_EQ(log().lines()[0], "The processes cannot be listed: no more processes");
@@ -122,14 +123,14 @@ TEST_F(PreferencesTest, LookForTheSocketLast) {
   EXPECT_EQ(link.clamdSocket(), Path("/tmp/clamd.socket"));
 }
 
-TEST_F(PreferencesTest, MakeTheScratchFolders) {
+TEST_F(PreferencesTest, MakeTheTemporaryFolders) {
   read();
   EXPECT_EQ(preferences.theTempDirToWatch, Path(scratch()));
   EXPECT_EQ(preferences.theThrobberTempDir, Path(scratch() + "/Throbber"));
   EXPECT_TRUE(fileFacts(scratch() + "/Throbber")->isDirectory);
 }
 
-TEST_F(PreferencesTest, EmptyTheMenusScratchFolderButNotItsSubfolders) {
+TEST_F(PreferencesTest, EmptyTheMenusTemporaryFolderButNotItsSubfolders) {
   folder.write("tmp/VantrelQuilloII/kept", "");
   folder.write("tmp/VantrelQuilloII/Throbber/dropped", "");
   folder.write("tmp/VantrelQuilloII/Throbber/folder/kept", "");

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "tests/fakes/AgentUnderTest.h"
-#include "tests/fakes/FakeMetadataQuery.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
+#include "tests/fakes/desktop/FakeMetadataQuery.h"
 #include "watchers/SpotlightWatcher.h"
 
 namespace quillo {
@@ -14,10 +14,10 @@ class SpotlightInAnAgent : public testing::Test, protected AgentUnderTest {
 };
 
 TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
-  MenuForWatchers menu(agent());
-  WatcherLink owner(agent());
+  MenuForWatchers menu(agent().mainMenu());
+  PathIntake& intake = agent().parts().intake;
   SpotlightWatcher watcher(queries, desktop.systemLog);
-  watcher.setMenuAndParamsAndController({&menu}, owner);
+  watcher.setMenuAndParamsAndController({&menu}, intake);
   watcher.addWatcher(home.path());
   EXPECT_FALSE(agent().mainMenu().isCurrentlyWatching());
   queries.last->complete = true;
@@ -28,12 +28,12 @@ TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
 }
 
 TEST_F(SpotlightInAnAgent, HasWatchingRestartedWhenItsFolderIsMissing) {
-  MenuForWatchers menu(agent());
-  WatcherLink owner(agent());
+  MenuForWatchers menu(agent().mainMenu());
+  PathIntake& intake = agent().parts().intake;
   agent().applicationDidFinishLaunching();
   const int before = desktop.preferenceStore.synchronizations();
   SpotlightWatcher watcher(queries, desktop.systemLog);
-  watcher.setMenuAndParamsAndController({&menu}, owner);
+  watcher.setMenuAndParamsAndController({&menu}, intake);
   watcher.addWatcher(home.path() + "/missing");
   EXPECT_GT(desktop.preferenceStore.synchronizations(), before);
 }

@@ -9,14 +9,14 @@
 
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
-#include "tests/support/TreeSandbox.h"
+#include "tests/fakes/tools/TreeSandbox.h"
 #include "tools/engine-tree/SocketFolder.h"
 #include "tools/engine-tree/TreeFolder.h"
 
 namespace quillo {
 namespace {
 
-EngineAccount ownAccount() { return {geteuid(), getegid(), "me", "/"}; }
+Account ownAccount() { return {geteuid(), getegid(), "me", "/"}; }
 
 mode_t modeOf(const std::string& path) {
   struct stat status = {};

@@ -12,7 +12,7 @@
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
-#include "tests/support/TreeSandbox.h"
+#include "tests/fakes/tools/TreeSandbox.h"
 
 namespace quillo {
 namespace {
@@ -95,7 +95,7 @@ TEST(EngineTree, IsNotBegunWithoutTheEngine) {
   EXPECT_FALSE(std::filesystem::exists(sandbox.path("tree")));
 }
 
-TEST(EngineTree, IsNotBegunWithoutTheFrontProgram) {
+TEST(EngineTree, IsNotBegunWithoutTheWrapper) {
   const TreeSandbox sandbox;
   std::filesystem::remove(sandbox.path("tools/clamdscan"));
   EXPECT_THROW(makeTree(sandbox.request()), PlatformException);

@@ -2,8 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "clamav/TrustedPath.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "posix/RealPath.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "platform/TypedPreferences.h"
-#include "tests/fakes/FakeServices.h"
+#include "tests/fakes/desktop/FakeServices.h"
 
 namespace quillo {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/fakes/AgentUnderTest.h"
-#include "tests/fakes/FakeClamd.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
+#include "tests/fakes/engine/FakeClamd.h"
 
 namespace quillo {
 namespace {
@@ -60,7 +60,7 @@ TEST_F(AgentOrder, TheWatcherStartsBeforeTheDefinitionsAreUpdated) {
 TEST_F(AgentOrder, QuitIsToldToOthersWhenAllButTheEndIsDone) {
   launch();
   FakeClamd clamd(socketPath());
-  agent().preferences().weLaunchedClamd = true;
+  agent().parts().preferences.weLaunchedClamd = true;
   bool daemonWasTold = false;
   bool listened = true;
   bool ended = true;

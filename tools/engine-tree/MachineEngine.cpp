@@ -7,8 +7,8 @@
 #include <fstream>
 #include <optional>
 
-#include "clamav/Accounts.h"
 #include "clamav/Daemons.h"
+#include "posix/Accounts.h"
 #include "posix/PlatformException.h"
 
 namespace quillo {
@@ -72,7 +72,7 @@ MachineDaemon examineDaemon(const std::string& configuration, ClamConf options,
   // This user's own clamd is no danger to him.
   std::vector<uid_t> trusted = {0, geteuid()};
   std::vector<uid_t> machineUsers = {0};
-  if (const std::optional<EngineAccount> account = accountNamed(daemon.account)) {
+  if (const std::optional<Account> account = accountNamed(daemon.account)) {
     trusted.push_back(account->user);
     machineUsers.push_back(account->user);
   }
@@ -120,7 +120,7 @@ EnginePrograms installedPrograms(const MachinePlaces& places) {
         family != nullptr
             ? ". Install it with: " + std::string(family->install) + " " + listed(packages, " ")
             : ". Install the ClamAV packages of this system that hold these programs";
-    throw PlatformException("EngineMissing", reason);
+    throw PlatformException(PlatformException::Kind::notFound, "EngineMissing", reason);
   }
   return programs;
 }

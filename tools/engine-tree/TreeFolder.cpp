@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
@@ -18,11 +17,12 @@ namespace {
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 [[noreturn]] void refuse(const std::string& path, const std::string& reason) {
-  throw PlatformException("TreeFailure", path + ": " + reason);
+  throw PlatformException(PlatformException::Kind::notPermitted, "TreeFailure",
+                          path + ": " + reason);
 }
 
 [[noreturn]] void fail(const std::string& what, const std::string& path) {
-  throw PlatformException("TreeFailure", what + " " + path + ": " + std::strerror(errno));
+  throw PlatformException::ofSystemCall("TreeFailure", what + " " + path, errno);
 }
 
 bool isTrusted(uid_t owner) { return owner == 0 || owner == geteuid(); }
@@ -91,20 +91,6 @@ UniqueFd makeAndOpen(int parent, const std::string& name, const std::string& pat
   return folder;
 }
 
-bool writeAll(int file, std::string_view content) {
-  while (!content.empty()) {
-    const ssize_t count = ::write(file, content.data(), content.size());
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count < 0) {
-      return false;
-    }
-    content.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
-
 }  // namespace
 
 TreeFolder TreeFolder::openOrMake(const std::string& path) {
@@ -143,14 +129,7 @@ TreeFolder TreeFolder::subfolderOf(const std::string& name, uid_t user, gid_t gr
 }
 
 std::optional<std::string> TreeFolder::read(const std::string& name) const {
-  // Nonblocking, lest a FIFO of that name hold us up.
-  const UniqueFd file(
-      openat(folder_.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-  struct stat status = {};
-  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return std::nullopt;
-  }
-  return restOfFile(file.get());
+  return contentsOfRegularFile(name, Links::refused, std::string::npos, folder_.get());
 }
 
 bool TreeFolder::write(const std::string& name, std::string_view content, mode_t mode) const {

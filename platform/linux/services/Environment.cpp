@@ -1,8 +1,8 @@
 #include "platform/linux/services/Environment.h"
 
-#include <string_view>
+#include <unistd.h>
 
-extern char** environ;
+#include <string_view>
 
 namespace quillo {
 
