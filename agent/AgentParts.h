@@ -27,10 +27,10 @@
 #include "platform/Platform.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
+#include "scanning/EngineRun.h"
 #include "scanning/LimitNotice.h"
 #include "scanning/PatientScanner.h"
 #include "scanning/PutBackFiles.h"
-#include "scanning/RunningScanners.h"
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
@@ -52,7 +52,8 @@ struct AgentServices {
 // The workers and parts of the agent, in the order in which they are made. They live as long as it
 // does. What they do is theirs; this only says who is given what.
 struct AgentParts {
-  AgentParts(const AgentServices& given, Throbber& menu);
+  AgentParts(const AgentServices& given, Throbber& menu)
+      : AgentParts(given, given.platform, menu) {}
 
   // Constant after construction.
   const AgentServices services;
@@ -62,7 +63,7 @@ struct AgentParts {
   RunningScanners runningScanners;
   PutBackFiles putBackFiles;
   ProgressLog progressLog;
-  ToldFiles toldFiles;
+  ReportedFiles reportedFiles;
   AbortedScans abortedScans;
   StatusBoard statusBoard;
   Notifications notifications;
@@ -100,6 +101,9 @@ struct AgentParts {
   Mending mending;
   Watching watching;
   Health health;  // asks others of these
+
+ private:
+  AgentParts(const AgentServices& given, const Platform& desktop, Throbber& menu);
 };
 
 }  // namespace quillo

@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-#include "scanning/RoadObserver.h"
+#include "scanning/PipelineObserver.h"
 
 namespace quillo {
 
 class SystemLog;
 
 // Tells in the log of every station that a file passes, while the user wants to know. Any thread.
-class ProgressLog final : public RoadObserver {
+class ProgressLog final : public PipelineObserver {
  public:
   explicit ProgressLog(SystemLog& log) : log_(log) {}
 

@@ -10,7 +10,7 @@
 
 #include "menu/StatusText.h"
 #include "posix/Mutex.h"
-#include "scanning/ScanObserver.h"
+#include "scanning/PipelineObserver.h"
 
 namespace quillo {
 

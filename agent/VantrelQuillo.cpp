@@ -8,12 +8,7 @@
 #include "platform/PowerNotifications.h"
 #include "platform/ScriptingKeys.h"
 #include "platform/StatusItem.h"
-#include "platform/SystemLog.h"
-#include "platform/Volumes.h"
-#include "platform/Workspace.h"
 #include "posix/ChildProcess.h"
-#include "posix/PlatformException.h"
-#include "posix/Text.h"
 #include "posix/ThreadStarter.h"
 
 namespace quillo {

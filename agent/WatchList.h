@@ -64,7 +64,7 @@ class WatchList {
   Throbber& mainMenu;
   Dispatcher& theDispatcher;
   const std::int32_t maxRecursionDepth = 0;
-  // Own synchronisation: the watcher reads them for every line.
+  // Own synchronisation: the watchers read them.
   Snapshot<std::vector<std::string>> watchedFolderList;
   Snapshot<std::map<std::string, bool>> checkSubDirs;
   // Those that were not there when the list was built, which are not watched.

@@ -16,10 +16,10 @@ struct Verdict {
     notMoved,    // "PATH: not moved: REASON"
     message      // whatever else the engine says
   };
-  // What became of an infected file. Only an adapter that says so tells it; `unsaid` otherwise.
+  // What became of an infected file. Only an adapter that says so reports it; `unsaid` otherwise.
   enum class Whereabouts { unsaid, inPlace, moved, notMoved };
   // Which of the engine's limits kept it from being scanned: the file's own size, or what it takes
-  // to look at all that is in it. Only an adapter that says so tells it.
+  // to look at all that is in it. Only an adapter that says so reports it.
   enum class Limit { none, fileSize, contents };
 
   Kind kind = Kind::message;

@@ -143,7 +143,7 @@ void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
   }
 }
 
-void VerdictSender::tell(const Verdict& verdict) { send(verdictRecord, verdict, false); }
+void VerdictSender::report(const Verdict& verdict) { send(verdictRecord, verdict, false); }
 
 void VerdictSender::announceMove(const Verdict& verdict) {
   send(verdictRecord, verdict, true);
@@ -186,7 +186,7 @@ bool VerdictSender::mayMove(std::chrono::milliseconds wait) {
   return false;
 }
 
-void VerdictSender::tellOutcome(const Verdict& verdict) { send(outcomeRecord, verdict, false); }
+void VerdictSender::reportOutcome(const Verdict& verdict) { send(outcomeRecord, verdict, false); }
 
 std::optional<VerdictReceiver> VerdictReceiver::make() {
   int ends[2] = {-1, -1};

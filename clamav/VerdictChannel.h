@@ -13,10 +13,10 @@
 
 namespace quillo {
 
-// Beside the report, which is text for people, the tree's own scanner tells whoever runs it what
-// the text cannot carry: the bytes of a path, the file behind a link, what became of an infected
-// file. It does so over a stream socket (unix(7)) whose number stands in this variable of its
-// environment. A scanner of another tree knows nothing of it, and says nothing there.
+// Beside the report, which is text for people, the tree's own scanner reports to whoever runs it
+// what the text cannot carry: the bytes of a path, the file behind a link, what became of an
+// infected file. It does so over a stream socket (unix(7)) whose number stands in this variable of
+// its environment. A scanner of another tree knows nothing of it, and says nothing there.
 //
 // Each record is a 32-bit length and that many bytes: a letter and then fields of 32-bit length and
 // bytes, in the byte order of the machine. "H" says that the scanner knows the channel. "V" is the
@@ -39,7 +39,7 @@ class VerdictSender {
   static std::optional<VerdictSender> fromEnvironment();
 
   // Hands a verdict over, to be followed by its line.
-  void tell(const Verdict& verdict);
+  void report(const Verdict& verdict);
   // The same for an infected file that is to be moved, once its line has been written: false when
   // the reader is gone, has not taken the line within `wait` or wants the file to stay.
   void announceMove(const Verdict& verdict);
@@ -47,7 +47,7 @@ class VerdictSender {
   // Whether it was the last of these: the reader has answered.
   bool wasRefused() const { return refused_; }
   // What became of it, and of its file: `whereabouts`, `reason` and `destination`.
-  void tellOutcome(const Verdict& verdict);
+  void reportOutcome(const Verdict& verdict);
   // To be waited on together with other things: it polls as hung up (POLLHUP) when the reader ends.
   int descriptor() const { return socket_.get(); }
 
@@ -77,8 +77,8 @@ class VerdictReceiver {
   Verdict understand(std::string_view line,
                      const std::function<bool(const Verdict& infection)>& mayMove = {});
 
-  // To be drained whenever it can be read, or a scanner with much to tell waits for ever: for this
-  // reader, which waits for its report. False when there is no more to come.
+  // To be drained whenever it can be read, or a scanner with much to report waits for ever: for
+  // this reader, which waits for its report. False when there is no more to come.
   int descriptor() const { return own_.get(); }
   bool drain();
 

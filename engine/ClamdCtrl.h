@@ -29,11 +29,11 @@ class ClamdCtrl {
   };
 
   // Sends the four-letter command and reads one reply, which is thrown away. Blocks until the
-  // daemon answers or closes. True when the command could be written, and also, deliberately, when
-  // there is no path; false, with the reason on standard output and error, when the socket could
-  // not be made, connected or written. Nothing is sent to a socket that somebody else may have put
-  // there, which counts as one that cannot be connected, nor, with a line in the system's log, to a
-  // process that is not meant.
+  // daemon answers or closes. Returns true when the command could be written, and also,
+  // deliberately, when there is no path; false, with the reason on standard output and error, when
+  // the socket could not be made, connected or written. Sends nothing to a socket that somebody
+  // else may have put there, which counts as one that cannot be connected, nor, with a line in the
+  // system's log, to a process that is not meant.
   bool communicateWithSocketWithCommand(const std::optional<std::string>& path,
                                         const std::string& command, const Peers& peers);
   bool communicateWithSocketWithCommand(const std::optional<std::string>& path,

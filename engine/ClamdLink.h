@@ -70,40 +70,43 @@ class ClamdLink {
   ClamdLink(ClamdLinkOwner& owner, const ClamdLinkServices& services);
   ~ClamdLink();
 
-  // Whether a daemon runs; if so, takes its program and configuration from the process list, and
-  // the installation's in place of what cannot be used. Throws PlatformException when the processes
-  // cannot be listed.
+  // Returns whether a daemon runs; if so, takes its program and configuration from the process
+  // list, and the installation's in place of what cannot be used. Throws PlatformException when the
+  // processes cannot be listed.
   bool checkForClamd();
-  // False only when the program exited with status 1, or when no more are to be launched. Throws
-  // PlatformException when it cannot be run.
+  // Launches a daemon and waits until its program has ended, with the desktop alive on the main
+  // thread. Returns false only when that exited with status 1, or when no more are to be launched.
+  // Throws PlatformException when it cannot be run.
   bool launchClamdWithConfigFile(const std::string& program,
                                  const std::optional<std::string>& configuration);
-  // Launches nothing from now on. Answers whether a launch is under way.
+  // Has nothing launched from now on. Returns whether a launch is under way.
   bool launchNoMore();
   // Waits until the recovery that is under way, if any, has ended.
   void awaitRecovery();
-  // Whether a daemon listens at the socket of the configuration that this link did not bring up: a
-  // program that finds one there reports success like one that has launched it.
+  // Returns whether a daemon listens at the socket of the configuration that this link did not
+  // bring up: a program that finds one there reports success like one that has launched it.
   bool isServedByAnother();
   // Ends the programs that launches wait for, so that these return.
   void abandonLaunch();
   // Takes the socket's path from the daemon's configuration, or the installation's.
   void discernClamdSocketLocation();
-  // Whether the daemon takes a "PING", or is silent for `longestAnswer` because it is at work.
+  // Returns whether the daemon takes a "PING", or is silent for `longestAnswer` because it is at
+  // work.
   bool clamdStillAlive();
-  // Launches the daemon that was last used, or the installation's where that cannot be run.
+  // Launches the daemon that was last used, or the installation's where that cannot be run. Throws
+  // PlatformException when neither can be.
   void recoverFromCrashedClamd();
-  // As above, but once for several callers at a time, and not when the daemon is back already.
+  // Does so once for several callers at a time, and not when the daemon is back already.
   void recoverUnreachableClamd();
   // Sends "QUIT", but to no daemon that this link did not bring up.
   void quitClamd();
-  // Tells the user by notification and dialog that no engine is usable.
+  // Shows the user by notification and dialog that no engine is usable.
   void noEnginePanic(const EngineProblem& problem);
-  // Whether the daemon's definitions are more than the built-in test definition; true also when its
-  // configuration does not say where they are.
+  // Returns whether the daemon's definitions are more than the built-in test definition; true also
+  // when its configuration does not say where they are.
   bool hasRealDefinitions();
-  // What the daemon has loaded, where it says so, else what lies where it would load it from. May
-  // wait for the daemon's answer, a few seconds at most.
+  // Returns what the daemon has loaded, where it says so, else what lies where it would load it
+  // from. May wait for the daemon's answer, a few seconds at most.
   LoadedDefinitions loadedDefinitions();
 
   // The paths of the daemon in use; absent before they are known and after they were dropped.

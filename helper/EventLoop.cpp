@@ -101,7 +101,7 @@ void EventLoop::readNamed() {
   for (int reads = 0; reads < mostReads; ++reads) {
     const std::string_view buffer = readFrom(groups_.named, bufferSize);
     if (buffer.empty()) return;
-    tellNamed(buffer);
+    reportNamed(buffer);
   }
 }
 
@@ -109,11 +109,11 @@ void EventLoop::readPlain() {
   for (int reads = 0; reads < mostReads; ++reads) {
     const std::string_view buffer = readFrom(groups_.plain, plainBufferSize);
     if (buffer.empty()) return;
-    tellPlain(buffer);
+    reportPlain(buffer);
   }
 }
 
-void EventLoop::tellNamed(std::string_view buffer) {
+void EventLoop::reportNamed(std::string_view buffer) {
   const EventBatch<NamedEvent> batch = parseNamedEvents(buffer);
   if (batch.overflowed)
     logWarning("the kernel's event queue overflowed: changed files were missed");
@@ -129,15 +129,15 @@ void EventLoop::tellNamed(std::string_view buffer) {
   resolver_.letGo();
   for (const auto& [folder, event] : found) {
     if (event->isFolder) {
-      reporter_.tellFilesBelow(*folder, event->name);
+      reporter_.reportFilesBelow(*folder, event->name);
     } else {
-      reporter_.tellFile(*folder, event->name);
+      reporter_.reportFile(*folder, event->name);
     }
   }
   resolver_.endRound();
 }
 
-void EventLoop::tellPlain(std::string_view buffer) {
+void EventLoop::reportPlain(std::string_view buffer) {
   EventBatch<PlainEvent> batch = parsePlainEvents(buffer);
   if (batch.overflowed)
     logWarning("the kernel's event queue overflowed: changed files were missed");
@@ -154,7 +154,7 @@ void EventLoop::tellPlain(std::string_view buffer) {
     const Folder& folder = resolver_.findPath(path->substr(0, slash == 0 ? 1 : slash));
     if (!folder.places.empty()) found.push_back({&folder, path->substr(slash + 1)});
   }
-  for (const PlainFile& file : found) reporter_.tellFile(*file.folder, file.name);
+  for (const PlainFile& file : found) reporter_.reportFile(*file.folder, file.name);
   resolver_.endRound();
 }
 

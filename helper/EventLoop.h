@@ -14,7 +14,7 @@
 
 namespace quillo::helper {
 
-// Reads what the kernel tells and prints it, until nobody wants to know any longer.
+// Reads the events of the kernel and prints what they name, until nobody reads it any longer.
 class EventLoop {
  public:
   // `marker` becomes readable when the marking process has ended.
@@ -30,8 +30,8 @@ class EventLoop {
   bool isOwn(pid_t process) const;
   void readNamed();
   void readPlain();
-  void tellNamed(std::string_view buffer);
-  void tellPlain(std::string_view buffer);
+  void reportNamed(std::string_view buffer);
+  void reportPlain(std::string_view buffer);
   std::string_view readFrom(const UniqueFd& group, std::size_t most);
 
   const Groups& groups_;

@@ -8,8 +8,8 @@ namespace quillo::helper {
 
 // The two queues of the kernel (fanotify(7)) that events come from.
 struct Groups {
-  UniqueFd named;  // tells the folder's handle and the name: everything that happens
-  UniqueFd plain;  // tells by an open descriptor: only writing, for file systems without handles
+  UniqueFd named;  // brings the folder's handle and the name: everything that happens
+  UniqueFd plain;  // brings an open descriptor: only writing, for file systems without handles
 };
 
 // What to be told of. Without CREATE hard links and O_TMPFILE would be missed, without MODIFY files

@@ -38,13 +38,13 @@ Contents list(const std::string& path) {
 
 }  // namespace
 
-void Reporter::tellFile(const Folder& folder, std::string_view name) {
+void Reporter::reportFile(const Folder& folder, std::string_view name) {
   for (const Place& place : folder.places) {
-    if (!log_.isLog(folder, place, name)) tellPath(place.prefix, name);
+    if (!log_.isLog(folder, place, name)) reportPath(place.prefix, name);
   }
 }
 
-void Reporter::tellFilesBelow(const Folder& folder, std::string_view name) {
+void Reporter::reportFilesBelow(const Folder& folder, std::string_view name) {
   for (const Place& place : folder.places) walk(std::string(place.prefix).append(name));
 }
 
@@ -58,12 +58,12 @@ void Reporter::walk(const std::string& top) {
     if (mount < 0) mount = contents.mount;
     if (contents.mount < 0 || contents.mount != mount) continue;
     Folder folder{contents.identity, {Place{path + '/'}}};
-    for (const std::string& file : contents.files) tellFile(folder, file);
+    for (const std::string& file : contents.files) reportFile(folder, file);
     for (const std::string& below : contents.folders) pending.push_back(path + '/' + below);
   }
 }
 
-void Reporter::tellPath(std::string_view prefix, std::string_view name) {
+void Reporter::reportPath(std::string_view prefix, std::string_view name) {
   if (!lines_.add(prefix, name)) complain(prefix, name);
 }
 

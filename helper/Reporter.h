@@ -10,22 +10,22 @@
 
 namespace quillo::helper {
 
-// Tells the caller of files: prints their paths, unless the caller may not know them, they are the
-// agent's own log, or their line is too long (those go to the system log, once a name).
-// Blocks while the reader of standard output does not read; throws ReaderGone.
+// Reports files to the caller: prints their paths, unless the caller may not know them, they are
+// the agent's own log, or their line is too long (those go to the system log, once a name). Blocks
+// while the reader of standard output does not read; throws ReaderGone.
 class Reporter {
  public:
   Reporter(LineWriter& lines, Witness& witness, const OwnLog& log)
       : lines_(lines), witness_(witness), log_(log) {}
 
   // The file `name` in `folder`, once for each place where the caller gets to it.
-  void tellFile(const Folder& folder, std::string_view name);
+  void reportFile(const Folder& folder, std::string_view name);
   // All files below the folder `name` in `folder`, which was moved there with its contents. Links
   // are not followed, nor are other file systems' mount points entered.
-  void tellFilesBelow(const Folder& folder, std::string_view name);
+  void reportFilesBelow(const Folder& folder, std::string_view name);
 
  private:
-  void tellPath(std::string_view prefix, std::string_view name);
+  void reportPath(std::string_view prefix, std::string_view name);
   void complain(std::string_view prefix, std::string_view name);
   void walk(const std::string& top);
 

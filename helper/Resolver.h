@@ -12,13 +12,13 @@
 
 namespace quillo::helper {
 
-// A folder that an event tells of.
+// A folder that an event names.
 struct Folder {
   Identity identity;
   std::vector<Place> places;  // none if it is gone, or nothing that the caller sees
 };
 
-// Finds the folders that events tell of. What was found is remembered, as a storm asks for the same
+// Finds the folders that events name. What was found is remembered, as a storm asks for the same
 // folders again and again, but believed only after the kernel confirmed, once a round of events and
 // with the caller's rights, that the path still leads to that folder. Mounts are kept open, and so
 // busy, until endRound() or letGo().

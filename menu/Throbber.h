@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <optional>
@@ -7,15 +8,84 @@
 
 #include "menu/MyMenuItem.h"
 #include "menu/StatusText.h"
-#include "menu/ThrobberImages.h"
-#include "menu/ThrobberOwner.h"
-#include "menu/ThrobberServices.h"
+#include "platform/Image.h"
+#include "posix/Condition.h"
 #include "posix/Mutex.h"
 #include "posix/Snapshot.h"
 
 namespace quillo {
 
+class Application;
+class Clock;
+class DockTile;
+class Folders;
+class ImageLoader;
+class LocalizedStrings;
+class ModifierKeys;
+class PreferenceStore;
+class StatusBar;
 class StatusItem;
+class SystemLog;
+class Workspace;
+struct MainInterface;
+
+// The services that the status menu uses. All of them outlive it.
+struct ThrobberServices {
+  Application& application;
+  Clock& clock;
+  DockTile& dockTile;
+  Folders& folders;
+  ImageLoader& imageLoader;
+  LocalizedStrings& localizedStrings;
+  MainInterface& mainInterface;
+  ModifierKeys& modifierKeys;
+  PreferenceStore& preferenceStore;
+  StatusBar& statusBar;
+  SystemLog& systemLog;
+  Workspace& workspace;
+};
+
+// What the status menu asks of its owner. Any thread, unless said otherwise.
+class ThrobberOwner {
+ public:
+  virtual ~ThrobberOwner() = default;
+  // Returns the number of scans and updates that run now, which is read without a lock.
+  virtual std::int32_t scannerCount() = 0;
+  virtual void modifyScannerCountBy(std::int32_t delta) = 0;
+  // Returns all facts but those that the status menu itself knows.
+  virtual StatusFacts status() = 0;
+  // Returns what is signalled at every change of the count.
+  virtual Condition& throbberLock() = 0;
+  // Has watching started anew. Main thread.
+  virtual void restartWatcher() = 0;
+  // Takes note that a definition update has ended, well or not.
+  virtual void updateEnded() = 0;
+  // Returns "--log=" and the update log's path, or nothing when no preference names it. Main
+  // thread.
+  virtual std::optional<std::string> freshclamLogLocation() = 0;
+};
+
+// Element 0 is for the status item, element 1 for the Dock tile.
+using ImagePair = std::array<ImageRef, 2>;
+
+// The pictures that the status item and the Dock tile show.
+struct ThrobberImages {
+  static constexpr std::size_t frameCount = 8;
+
+  // Loads them in the order of the members. Any thread.
+  static ThrobberImages load(ImageLoader& loader);
+
+  ImagePair defaultImage;
+  // Shown instead while the menu is open: while watching, and while idle.
+  ImagePair altImage;
+  ImagePair altImage2;
+  ImagePair watchingImage;
+  // The forms of the two that say: but not as well as it seems.
+  ImagePair defaultAttentionImage;
+  ImagePair watchingAttentionImage;
+  // Frames 1 to 8, from index 0. The last one is in no animation.
+  std::array<ImagePair, frameCount> frames;
+};
 
 // The agent's presence in the panel: icon, animation and menu. One thread runs mainLoop(). The icon
 // and the menu items take changes from any thread without a lock of this object: the last writer
@@ -26,36 +96,37 @@ class Throbber {
   explicit Throbber(const ThrobberServices& services);
   ~Throbber();
 
-  // Makes the owner known: before any other thread uses this object. What takes an owner below does
-  // it, if it has not been done.
+  // Makes the owner known. To be called before any other thread uses this object; what takes an
+  // owner below does it, if it has not been done.
   void setController(ThrobberOwner& owner) { vantrelQuilloController = &owner; }
   // Prepares icon and menu, then runs rounds forever.
   void mainLoop(ThrobberOwner& owner);
-  // What the loop does once at its start.
+  // Prepares icon and menu, as the loop does once at its start.
   void prepare(ThrobberOwner& owner);
-  // One turn of the loop: waits until something is scanned or updated while watching goes on, and
-  // animates for as long.
+  // Does one turn of the loop: waits until something is scanned or updated while watching goes on,
+  // and animates for as long.
   void round();
 
-  // To be called with monitor() held, around a definition update.
+  // Show that a definition update runs, and that it has ended. To be called with monitor() held.
   void startUpdate();
   void stopUpdate();
   Mutex& monitor() { return monitor_; }
 
   void setNumItemsToWatch(std::int32_t count) { numItemsToWatch = count; }
-  // One more watched folder is ready; watching is shown when all are.
+  // Counts one more watched folder as ready; watching is shown when all are.
   void setReady();
   // Forgets the watched folders and shows that nothing is watched.
   void clearMenu();
-  // One more watched folder; both arguments are its path.
+  // Lists one more watched folder; both arguments are its path.
   void addToMenuWithObjectToWatch(const std::string& title, const std::string& object);
-  // 0 setting up or no engine, 1 idle, 2 watching, 3 busy; any other changes nothing.
+  // Enables the commands of a mode: 0 setting up or no engine, 1 idle, 2 watching, 3 busy; any
+  // other changes nothing.
   void enableMenuItems(std::int32_t mode);
 
-  // Says in words what the agent is doing, in the status item and in the Dock tile, when that has
-  // changed. To be called when what the owner knows of it may have; any thread.
+  // Shows in words what the agent is doing, in the status item and in the Dock tile, when that has
+  // changed. To be called when what the owner knows of it may have. Any thread.
   void showStatus() { statusText_.show(); }
-  // What it says. Any thread.
+  // Returns those words. Any thread.
   std::string stateInWords() { return statusText_.wordsFor(status()); }
 
   // Any thread.
@@ -72,7 +143,7 @@ class Throbber {
 
   bool isCurrentlyWatching() const { return currentlyWatching; }
   bool isUpdating() const { return updating; }
-  // What the icon and the first lines of the menu say to be wrong.
+  // Returns what the icon and the first lines of the menu say to be wrong.
   Attention attention() const { return attention_; }
 
  private:

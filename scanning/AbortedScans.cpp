@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "platform/SystemLog.h"
-#include "scanning/RoadObserver.h"
+#include "scanning/PipelineObserver.h"
 
 namespace quillo {
 namespace {
@@ -33,7 +33,7 @@ AbortedScans::Run::Run(AbortedScans* scans, std::function<Paths()> unjudged)
 AbortedScans::Run::~Run() {
   if (scans_) {
     if (const auto abort = scans_->take(*this)) {
-      scans_->tell(*abort, unjudged_());
+      scans_->report(*abort, unjudged_());
     }
   }
 }
@@ -69,14 +69,14 @@ void AbortedScans::abort(const Paths& dropped, const std::function<void()>& endS
     endScanners();
   } catch (...) {
     close(abort);
-    tell(*abort, dropped);
+    report(*abort, dropped);
     throw;
   }
   close(abort);
-  tell(*abort, dropped);
+  report(*abort, dropped);
 }
 
-void AbortedScans::tell(Abort& abort, const Paths& files) {
+void AbortedScans::report(Abort& abort, const Paths& files) {
   if (observer_) {
     observer_->abandoned(files);
   }

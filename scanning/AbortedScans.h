@@ -11,10 +11,10 @@
 
 namespace quillo {
 
-class RoadObserver;
+class PipelineObserver;
 class SystemLog;
 
-// What was left unscanned because its user aborted the scans: told in one line of the log, once
+// Counts what was left unscanned because the user aborted the scans, and logs it in one line, once
 // every run that the abort found under way has ended and it is known which of its files it had
 // judged. A run that begins while scanners are being ended may be ended with them, and counts too.
 // Any thread.
@@ -22,8 +22,8 @@ class AbortedScans {
  public:
   using Paths = std::vector<std::string>;
 
-  // `observer` is told of each file; it may be null.
-  AbortedScans(SystemLog& log, RoadObserver* observer) : log_(log), observer_(observer) {}
+  // `observer` hears of each file; it may be null.
+  AbortedScans(SystemLog& log, PipelineObserver* observer) : log_(log), observer_(observer) {}
 
   // Stands for a run of the engine for the length of a scope. If the scans were aborted meanwhile,
   // `unjudged` is asked at its end, on that thread, for the files without a verdict. `scans` may be
@@ -40,13 +40,13 @@ class AbortedScans {
     const std::function<Paths()> unjudged_;
   };
 
-  // With what was dropped out of the queue, and how running scanners are ended; what that throws
-  // goes on to the caller.
+  // Aborts: takes what was dropped out of the queue, and ends the running scanners by
+  // `endScanners`. What that throws goes on to the caller.
   void abort(const Paths& dropped, const std::function<void()>& endScanners);
 
  private:
   struct Abort {
-    std::size_t awaited = 1;  // whoever has not told its files yet: runs, and the queue
+    std::size_t awaited = 1;  // whoever has not reported its files yet: runs, and the queue
     std::size_t files = 0;
   };
 
@@ -54,11 +54,11 @@ class AbortedScans {
   void open(const std::shared_ptr<Abort>& abort);
   void close(const std::shared_ptr<Abort>& abort);
   std::shared_ptr<Abort> take(const Run& run);
-  void tell(Abort& abort, const Paths& files);
+  void report(Abort& abort, const Paths& files);
 
   // Constant after construction.
   SystemLog& log_;
-  RoadObserver* const observer_;
+  PipelineObserver* const observer_;
 
   Mutex lock_;
   // The runs under way, each with the first abort that found it so.

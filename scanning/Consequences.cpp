@@ -1,13 +1,13 @@
 #include "scanning/Consequences.h"
 
+#include "clamav/ReportedText.h"
 #include "platform/Dialog.h"
 #include "platform/LocalizedStrings.h"
-#include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "platform/Wording.h"
+#include "platform/Workspace.h"
 #include "posix/Text.h"
 #include "scanning/FileRemover.h"
-#include "scanning/FindNotification.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
@@ -33,6 +33,35 @@ std::string_view pathAsShown(const Verdict& infection) {
   return colon < 0 ? line : line.substr(0, static_cast<std::size_t>(colon));
 }
 
+// The key of what became of an infected file, by the kind of notification that is shown of it.
+std::string keyOf(NotificationCode code) {
+  switch (code) {
+    case notificationFound:
+      return "FIND_IN_PLACE";
+    case notificationQuarantined:
+      return "FIND_QUARANTINED";
+    case notificationRemoved:
+      return "FIND_TRASHED";
+    default:
+      return "FIND_NOT_MOVED";
+  }
+}
+
+void addWords(NotificationDetails& details, const Verdict& infection, NotificationCode code,
+              LocalizedStrings& strings) {
+  // One line each, whatever the names hold.
+  const std::string path = reportedText(infection.path);
+  const std::string place =
+      infection.target.empty() ? path : path + " → " + reportedText(infection.target);
+  details.summary = Wording{keyOf(code) + (infection.isHeuristic() ? "_SUSPICIOUS" : ""),
+                            {std::string(lastPathComponent(path))}}
+                        .in(strings);
+  details.body =
+      code == notificationError
+          ? Wording{"FIND_PLACE_REASON", {place, infection.threat, infection.reason}}.in(strings)
+          : Wording{"FIND_PLACE", {place, infection.threat}}.in(strings);
+}
+
 }  // namespace
 
 Consequences::Consequences(ScannerOwner& owner, const ScannerServices& services,
@@ -51,9 +80,7 @@ void Consequences::drawFrom(const Verdict& infection) {
   } else if (setting == "Q") {
     showQuarantined(infection);
   } else if (setting == "T") {
-    services_.notifier.displayGrowlDialogWithTitleAndDescription(
-        notificationRemoved, std::string(pathAsShown(infection)),
-        findNotification(infection, FindOutcome::trashed, nullptr, owner_, services_));
+    notify(notificationRemoved, std::string(pathAsShown(infection)), infection);
   }
 }
 
@@ -80,9 +107,7 @@ void Consequences::showQuarantined(const Verdict& infection) {
       theDialog->orderFrontRegardless();
     }
   }
-  services_.notifier.displayGrowlDialogWithTitleAndDescription(
-      notificationQuarantined, infection.line,
-      findNotification(infection, FindOutcome::quarantined, nullptr, owner_, services_));
+  notify(notificationQuarantined, infection.line, infection);
 }
 
 bool Consequences::warn(const std::shared_ptr<FoundFile>& file) {
@@ -101,23 +126,51 @@ bool Consequences::warn(const std::shared_ptr<FoundFile>& file) {
 void Consequences::showWarning(const Verdict& infection) {
   const auto file = std::make_shared<FoundFile>(infection, services_);
   if (warn(file)) {
-    services_.notifier.displayGrowlDialogWithTitleAndDescription(
-        notificationFound, infection.line,
-        findNotification(infection, FindOutcome::inPlace, file, owner_, services_));
+    notify(notificationFound, infection.line, infection, file);
   }
   file->watch();
 }
 
-// Told by notification also where no dialog can be shown: the user was promised that such files go
+// Notified of also where no dialog can be shown: the user was promised that such files go
 // away, and this one did not.
 void Consequences::showStillThere(const Verdict& infection) {
   const auto file = std::make_shared<FoundFile>(infection, services_);
   warn(file);
   const Wording text = {"NOT_MOVED", {std::string(pathAsShown(infection)), infection.reason}};
-  services_.notifier.displayGrowlDialogWithTitleAndDescription(
-      notificationError, text.in(services_.localizedStrings),
-      findNotification(infection, FindOutcome::notMoved, file, owner_, services_));
+  notify(notificationError, text.in(services_.localizedStrings), infection, file);
   file->watch();
+}
+
+void Consequences::notify(NotificationCode code, const std::string& description,
+                          const Verdict& infection, const std::shared_ptr<FoundFile>& left) {
+  LocalizedStrings& strings = services_.localizedStrings;
+  NotificationDetails details;
+  details.isFind = true;
+  // A line that names no file has no better words.
+  if (!infection.path.empty()) {
+    addWords(details, infection, code, strings);
+  }
+  // Buttons may outlive this object, not what they refer to.
+  ScannerOwner& owner = owner_;
+  const ScannerServices& services = services_;
+  const std::string showTitle = strings.stringForKey("NOTIFICATION_SHOW", "");
+  if (left && !infection.path.empty()) {
+    details.topic = left->topic();
+    details.buttons.push_back({showTitle, [left] { left->show(); }, true});
+    details.buttons.push_back({strings.stringForKey("NOTIFICATION_TRASH", ""),
+                               [left, &owner, &services] {
+                                 FileRemover::moveToTrash(left, owner.dialogList(), services);
+                               },
+                               true});
+  } else if (code == notificationQuarantined && !infection.destination.empty()) {
+    details.buttons.push_back(
+        {showTitle,
+         [place = infection.destination, &services] { services.workspace.selectFile(place); },
+         true});
+  }
+  details.buttons.push_back(
+      {strings.stringForKey("NOTIFICATION_LOG", ""), [&owner] { owner.openScanLog(); }});
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(code, description, details);
 }
 
 void Consequences::showEngineError(const std::string& quitMenuName) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "clamav/Verdict.h"
+#include "platform/Notifier.h"
 
 namespace quillo {
 
@@ -19,18 +20,19 @@ struct InfectionPolicy {
   bool suppressInfoDialogs = false;
 };
 
-// What the user is shown and told of an infected file, and of an engine that cannot be reached.
-// Runs on the thread of the scanner that owns it; its dialogs answer on the main thread and may
-// outlive it.
+// Shows the user infected files, and an engine that cannot be reached, in dialogs and
+// notifications. A notification names the file and what became of it; its buttons show the file,
+// move one that still lies in its place to the trash, and open the scan log. Runs on the thread of
+// the scanner that owns it; dialogs and buttons answer on the main thread and may outlive it.
 class Consequences {
  public:
   Consequences(ScannerOwner& owner, const ScannerServices& services, bool waitsForOpener);
 
   void setPolicy(const InfectionPolicy& policy) { policy_ = policy; }
-  // Of one infected file, by the policy. Where the scanner knows that the file could not be moved
-  // the user is told that it is still there.
+  // Shows one infected file as the policy says. Where the scanner knows that the file could not be
+  // moved, says that it is still there.
   void drawFrom(const Verdict& infection);
-  // Tells that the engine cannot be reached: a dialog whose button quits, under that title, and a
+  // Shows that the engine cannot be reached: a dialog whose button quits, under that title, and a
   // notification.
   void showEngineError(const std::string& quitMenuName);
   // Takes the dialog off the screen and opens the quarantine folder. Main thread.
@@ -41,6 +43,8 @@ class Consequences {
   void showWarning(const Verdict& infection);
   void showStillThere(const Verdict& infection);
   bool warn(const std::shared_ptr<FoundFile>& file);
+  void notify(NotificationCode code, const std::string& description, const Verdict& infection,
+              const std::shared_ptr<FoundFile>& left = nullptr);
 
   // Constant after construction.
   ScannerOwner& owner_;

@@ -9,11 +9,11 @@
 #include "posix/FileFacts.h"
 #include "posix/FolderReader.h"
 #include "posix/Text.h"
-#include "scanning/RoadObserver.h"
+#include "scanning/PipelineObserver.h"
 
 namespace quillo {
 
-Dispatcher::Dispatcher(Clock& clock, SystemLog& log, Volumes& volumes, RoadObserver* observer)
+Dispatcher::Dispatcher(Clock& clock, SystemLog& log, Volumes& volumes, PipelineObserver* observer)
     : clock_(clock), log_(log), volumes_(volumes), observer_(observer), conditions(clock) {}
 
 void Dispatcher::mainLoop() {

@@ -14,7 +14,7 @@
 
 namespace quillo {
 
-class RoadObserver;
+class PipelineObserver;
 class SystemLog;
 class Volumes;
 
@@ -27,18 +27,18 @@ class Dispatcher {
   static constexpr std::size_t batchLimit = 200;
 
   // `observer` may be null; the others outlive this object.
-  Dispatcher(Clock& clock, SystemLog& log, Volumes& volumes, RoadObserver* observer);
+  Dispatcher(Clock& clock, SystemLog& log, Volumes& volumes, PipelineObserver* observer);
 
   // Runs cycles forever.
   void mainLoop();
-  // One turn of the loop: a second of measuring, or one wait for work when there is none. What
-  // fails in it is told in the log, a second later the next turn tries again.
+  // Runs one turn of the loop: a second of measuring, or one wait for work when there is none. Logs
+  // what fails in it; a second later the next turn tries again.
   void cycle();
 
-  // Intake: never checks the paths. The caller's array is empty afterwards.
+  // Take paths in without checking them. The caller's array is empty afterwards.
   void addToItemList(std::vector<std::string>& paths);
   void addStringToItemList(const std::string& path);
-  // Paths not yet ready: reported and being measured.
+  // Returns the number of paths not yet ready: reported and being measured.
   std::size_t lengthOfBothItemLists();
 
   // Enters each path that is not known yet among those to be measured. The array is empty
@@ -49,8 +49,8 @@ class Dispatcher {
   void moveReadyItemsToScannableList();
   // Appends up to batchLimit ready paths, which the dispatcher then forgets.
   void copyFromDispatchToScanner(std::vector<std::string>& scanList);
-  // Forgets all that is measured or ready, and gives what of it would have been handed out as it
-  // was last measured: no folder, no empty file. What was reported since the last cycle stays.
+  // Forgets all that is measured or ready. Returns what of it would have been handed out as it was
+  // last measured: no folder, no empty file. What was reported since the last cycle stays.
   std::vector<std::string> abortScans();
 
   // Enter everything below the folder, or below each folder that is being measured.
@@ -103,7 +103,7 @@ class Dispatcher {
   Clock& clock_;
   SystemLog& log_;
   Volumes& volumes_;
-  RoadObserver* const observer_;
+  PipelineObserver* const observer_;
   // Own synchronisation.
   Conditions conditions;
   // Guards nothing of the dispatcher's own; lent to whoever asks.

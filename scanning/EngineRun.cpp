@@ -4,8 +4,9 @@
 #include "platform/SystemLog.h"
 #include "posix/Clock.h"
 #include "posix/PlatformException.h"
-#include "scanning/RoadObserver.h"
-#include "scanning/ScanObserver.h"
+#include "scanning/AbortedScans.h"
+#include "scanning/PipelineObserver.h"
+#include "scanning/ScanReport.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
@@ -20,6 +21,11 @@ std::string listed(const std::vector<std::string>& elements) {
     text.append(text.size() > 1 ? ", " : "").append(element);
   }
   return text + ")";
+}
+
+std::string orNull(const std::optional<std::string>& text) { return text.value_or("(null)"); }
+std::string orNull(std::optional<int> number) {
+  return number ? std::to_string(*number) : "(null)";
 }
 
 // Raises the count of running scans, and of files in them, for the length of a scope.
@@ -49,36 +55,82 @@ class CountedScan {
 
 }  // namespace
 
-EngineRun::EngineRun(ScannerOwner& owner, const ScannerServices& services,
-                     const std::vector<std::string>& scanParams,
+RunningScanners::Entry::Entry(RunningScanners& list, ChildProcess& scanner)
+    : list_(list), scanner_(scanner) {
+  MutexLock hold(list_.lock_);
+  list_.scanners_.push_back(&scanner_);
+  if (list_.endsEach_) {
+    scanner_.endAtOnce();
+  }
+}
+
+RunningScanners::Entry::~Entry() {
+  MutexLock hold(list_.lock_);
+  std::erase(list_.scanners_, &scanner_);
+}
+
+void RunningScanners::endAll() {
+  MutexLock hold(lock_);
+  for (ChildProcess* const scanner : scanners_) {
+    scanner->endAtOnce();
+  }
+}
+
+void RunningScanners::endAllForGood() {
+  {
+    MutexLock hold(lock_);
+    endsEach_ = true;
+  }
+  endAll();
+}
+
+EngineRun::EngineRun(ScannerOwner& owner, const ScannerServices& services, ScanReport& report,
+                     const std::vector<std::string>& parameters,
                      const std::vector<std::string>& thePaths)
     : owner_(owner),
       services_(services),
-      scanParams_(scanParams),
-      thePaths_(thePaths),
-      scanArguments_(scanParams) {}
+      report_(report),
+      scanParams(parameters),
+      paths_(thePaths),
+      scanArguments(parameters) {}
 
-void EngineRun::perform(const std::function<void()>& steps) {
-  const CountedScan counted(owner_, services_.scanObserver, thePaths_.size());
+void EngineRun::perform(const InfectionPolicy& policy, const std::function<void()>& steps) {
+  report_.startRun(policy, paths_);
+  {
+    const AbortedScans::Run noted(services_.abortedScans, [this] { return report_.unjudged(); });
+    attempt(steps);
+    // Of a run that failed, the engine may still be there.
+    running_.reset();
+    scanCheckTask.reset();
+  }
+  report_.endRun();
+}
+
+void EngineRun::attempt(const std::function<void()>& steps) {
+  const CountedScan counted(owner_, services_.scanObserver, paths_.size());
   try {
     steps();
   } catch (const PlatformException& failure) {
     if (failure.kind() == PlatformException::Kind::cannotLaunch) {
-      owner_.noEnginePanic(scanParams_.empty() ? "clamdscan" : scanParams_.front());
+      owner_.noEnginePanic(scanParams.empty() ? "clamdscan" : scanParams.front());
     } else {
-      reportFailure(failure);
+      logFailure(failure);
     }
   }
 }
 
 void EngineRun::takeArguments(const std::vector<std::string>& more) {
-  scanArguments_.insert(scanArguments_.end(), more.begin(), more.end());
-  scanCommandPath_ = scanArguments_.front();
-  scanArguments_.erase(scanArguments_.begin());
+  scanArguments.insert(scanArguments.end(), more.begin(), more.end());
+  scanCommandPath = scanArguments.front();
+  scanArguments.erase(scanArguments.begin());
 }
 
-LaunchRequest EngineRun::requestWith(VerdictReceiver* verdicts) const {
-  LaunchRequest request{scanCommandPath_, scanArguments_};
+LaunchRequest EngineRun::begin(VerdictReceiver* verdicts) {
+  if (services_.pipelineObserver) {
+    services_.pipelineObserver->scanStarted(paths_);
+  }
+  verdicts_ = verdicts;
+  LaunchRequest request{*scanCommandPath, scanArguments};
   request.withItsChildren = true;
   if (verdicts) {
     request.descriptorFour = verdicts->scannersEnd();
@@ -87,58 +139,41 @@ LaunchRequest EngineRun::requestWith(VerdictReceiver* verdicts) const {
   return request;
 }
 
-void EngineRun::launch(int descriptorThree, VerdictReceiver* verdicts) {
-  tellOfStart();
-  LaunchRequest request = requestWith(verdicts);
-  request.descriptorThree = descriptorThree;
-  scanCheckTask_.emplace(request);
-  noteAsRunning();
-  listenTo(verdicts);
-  outputPipe_ = taskOutput_ = std::to_string(scanCheckTask_->processIdentifier());
-}
-
-void EngineRun::launch(std::optional<Pipe> outputPipe, std::optional<PipeReader> taskOutput,
-                       VerdictReceiver* verdicts) {
-  tellOfStart();
-  if (outputPipe) {
-    outputPipe_ = "pipe";
-  }
-  if (!outputPipe || !taskOutput) {
-    // Nobody reads the report, so nobody could say that a line has come.
-    LaunchRequest request = requestWith(nullptr);
-    request.output = LaunchRequest::Output::inherited;
-    scanCheckTask_.emplace(request);
-    noteAsRunning();
-    return;
-  }
-  outputPipe_ = taskOutput_ = std::to_string(taskOutput->descriptor());
-  scanCheckTask_.emplace(requestWith(verdicts), std::move(*taskOutput), outputPipe->takeWriter());
-  noteAsRunning();
-  listenTo(verdicts);
-}
-
-void EngineRun::listenTo(VerdictReceiver* verdicts) {
-  verdicts_ = verdicts;
-  if (verdicts) {
-    verdicts->letGo();
-  }
-}
-
 void EngineRun::noteAsRunning() {
   if (services_.runningScanners) {
-    running_.emplace(*services_.runningScanners, *scanCheckTask_);
+    running_.emplace(*services_.runningScanners, *scanCheckTask);
+  }
+  if (verdicts_) {
+    verdicts_->letGo();
   }
 }
 
-void EngineRun::tellOfStart() {
-  if (services_.roadObserver) {
-    services_.roadObserver->scanStarted(thePaths_);
+void EngineRun::launch(int descriptorThree) {
+  LaunchRequest request = begin(report_.verdicts());
+  request.descriptorThree = descriptorThree;
+  scanCheckTask.emplace(request);
+  noteAsRunning();
+  outputPipe = true;
+  taskOutput = scanCheckTask->processIdentifier();
+}
+
+void EngineRun::launch(std::optional<Pipe> pipe, std::optional<PipeReader> readingEnd) {
+  outputPipe = pipe.has_value();
+  if (!pipe || !readingEnd) {
+    // Nobody reads the report, so nobody could say that a line has come.
+    LaunchRequest request = begin(nullptr);
+    request.output = LaunchRequest::Output::inherited;
+    scanCheckTask.emplace(request);
+  } else {
+    taskOutput = readingEnd->descriptor();
+    scanCheckTask.emplace(begin(report_.verdicts()), std::move(*readingEnd), pipe->takeWriter());
   }
+  noteAsRunning();
 }
 
 void EngineRun::waitUntilExit(const ChildProcess::ChunkHandler& handler,
                               const std::function<void()>& daemonGone) {
-  ChildProcess& task = *scanCheckTask_;
+  ChildProcess& task = *scanCheckTask;
   ReadBesides besides;
   if (verdicts_) {
     besides = {verdicts_->descriptor(), [this] { return verdicts_->drain(); }};
@@ -159,35 +194,35 @@ void EngineRun::waitWhileStillRunning(const std::function<bool()>& isRunning, Sy
 }
 
 void EngineRun::drain(const ChildProcess::ChunkHandler& handler) {
-  ChildProcess& task = *scanCheckTask_;
-  for (std::string data = task.availableData(); !data.empty(); data = task.availableData()) {
+  for (std::string data = scanCheckTask->availableData(); !data.empty();
+       data = scanCheckTask->availableData()) {
     handler(data);
   }
 }
 
 void EngineRun::finish() {
   running_.reset();
-  scanCheckTask_->closeOutput();
-  if (services_.roadObserver) {
-    services_.roadObserver->scanEnded(thePaths_, scanCheckTask_->terminationStatus());
+  scanCheckTask->closeOutput();
+  if (services_.pipelineObserver) {
+    services_.pipelineObserver->scanEnded(paths_, scanCheckTask->terminationStatus());
   }
 }
 
-void EngineRun::reportFailure(const PlatformException& failure) {
-  const auto tell = [this](const std::string& line) { services_.systemLog.log(line); };
-  const std::string task =
-      scanCheckTask_ ? std::to_string(scanCheckTask_->processIdentifier()) : "(null)";
-  tell("Scanner: Caught " + failure.name() + ": " + failure.reason());
-  tell("Scanner v1 of 9: scanArguments: " + listed(scanArguments_));
-  tell("Scanner v2 of 9: scanCommandPath: " + scanCommandPath_);
-  tell("Scanner v3 of 9: outputPipe: " + outputPipe_);
-  tell("Scanner v4 of 9: taskOutput: " + taskOutput_);
-  tell("Scanner v5 of 9: scanCheckTask: " + task);
-  tell("Scanner v6 of 9: scanParams: " + listed(scanParams_));
-  tell("Scanner v7 of 9: thePaths: " + listed(thePaths_));
-  tell("Scanner v8 of 9: [scanArguments objectAtIndex:0]: " +
-       (scanArguments_.empty() ? "(null)" : scanArguments_.front()));
-  tell("Scanner v9 of 9: data: " + data_);
+void EngineRun::logFailure(const PlatformException& failure) const {
+  const std::optional<int> task =
+      scanCheckTask ? std::optional<int>(scanCheckTask->processIdentifier()) : std::nullopt;
+  services_.systemLog.log("Scanner: Caught " + failure.name() + ": " + failure.reason());
+  int number = 0;
+  for (const std::string& value :
+       {"scanArguments: " + listed(scanArguments), "scanCommandPath: " + orNull(scanCommandPath),
+        "outputPipe: " + (outputPipe && !taskOutput ? "pipe" : orNull(taskOutput)),
+        "taskOutput: " + orNull(taskOutput), "scanCheckTask: " + orNull(task),
+        "scanParams: " + listed(scanParams), "thePaths: " + listed(paths_),
+        "[scanArguments objectAtIndex:0]: " +
+            (scanArguments.empty() ? "(null)" : scanArguments.front()),
+        "data: " + orNull(data_)}) {
+    services_.systemLog.log("Scanner v" + std::to_string(++number) + " of 9: " + value);
+  }
 }
 
 }  // namespace quillo

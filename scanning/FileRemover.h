@@ -19,22 +19,22 @@ class FileRemover : public std::enable_shared_from_this<FileRemover> {
   static void attachTo(const std::shared_ptr<ButtonDialog>& dialog,
                        const std::shared_ptr<FoundFile>& file, DialogListOwner& owner,
                        const ScannerServices& services);
-  // What the notification's button does: as the delete button, with the file's own warning, if that
-  // is still open, and no other. Main thread.
+  // Does what the notification's button promises: as the delete button, with the file's own
+  // warning, if that is still open, and no other. Main thread.
   static void moveToTrash(const std::shared_ptr<FoundFile>& file, DialogListOwner& owner,
                           const ScannerServices& services);
 
   FileRemover(std::shared_ptr<ButtonDialog> dialog, std::shared_ptr<FoundFile> file,
               DialogListOwner& owner, const ScannerServices& services);
 
-  // What both buttons do: the delete button moves the file to the trash; the other one leaves it,
-  // and shows it in the file manager when Option is held. With Command held, every other open
-  // warning is dismissed as well. Closes the dialog; a file that could not be moved gets a new one
-  // that says so. Main thread.
+  // Answers both buttons: the delete button moves the file to the trash; the other one leaves it,
+  // and shows it in the file manager when Option is held. With Command held, dismisses every other
+  // open warning as well. Closes the dialog; a file that could not be moved gets a new one that
+  // says so. Main thread.
   void moveToTrash(ButtonDialog::Button sender);
   // Closes the dialog and leaves the file and the owner's list alone. Main thread.
   void ignoreWarning();
-  // Index of the last ":" or -1.
+  // Returns the index of the last ":", or -1.
   static int getLastColon(const std::string& text);
 
  private:

@@ -10,7 +10,7 @@
 #include "platform/Notifier.h"
 #include "platform/Workspace.h"
 #include "posix/Text.h"
-#include "scanning/ScanLogLine.h"
+#include "scanning/ScanReport.h"
 #include "scanning/ScannerServices.h"
 
 namespace quillo {
@@ -73,7 +73,7 @@ bool FoundFile::lookWhetherLeft() {
   return true;
 }
 
-// Withdraws also what was told after its window had moved the file.
+// Withdraws also what was shown after its window had moved the file.
 void FoundFile::hasLeft() {
   if (!std::exchange(hasLeft_, true) && print_ && print_->identity == identity_) {
     services_.putBackFiles->hasLeft(infection_, *print_);

@@ -13,21 +13,21 @@ namespace quillo {
 class FileRemover;
 struct ScannerServices;
 
-// One infected file that lies where it was found: what its warning and its notification can do with
-// it. Another file that has come to lie there is left alone.
+// One infected file that lies where it was found, as its warning and its notification act on it.
+// Another file that has come to lie there is left alone.
 class FoundFile : public std::enable_shared_from_this<FoundFile> {
  public:
   // Looks at what lies there now. Any thread.
   FoundFile(Verdict infection, const ScannerServices& services);
 
-  // Takes in what it holds, by which it is known again when it is put back. Before anything is
-  // shown of it. Any thread.
+  // Takes in what it holds, by which it is known again when it is put back. To be called before
+  // anything is shown of it. Any thread.
   void takePrint();
-  // From now on its notification is withdrawn when the file leaves its place, by whomever; at once
-  // when it had gone before it was seen. After all that is shown of it. Any thread.
+  // Withdraws its notification from now on when the file leaves its place, by whomever; at once
+  // when it had gone before it was seen. To be called after all that is shown of it. Any thread.
   void watch();
   const Verdict& infection() const { return infection_; }
-  // The path as people may be shown it on one line.
+  // Returns the path as people may be shown it on one line.
   std::string pathAsShown() const;
   // Names it among the topics of notifications; no other find has it.
   const std::string& topic() const { return topic_; }
@@ -35,8 +35,9 @@ class FoundFile : public std::enable_shared_from_this<FoundFile> {
   void setRemover(std::weak_ptr<FileRemover> remover) { remover_ = std::move(remover); }
   std::shared_ptr<FileRemover> remover() const { return remover_.lock(); }
 
-  // To the trash of the desktop, at the user's wish, which the scan log then tells. "" when it was
-  // moved, else why not, in words for people. Main thread.
+  // Moves it to the trash of the desktop, at the user's wish, and notes that in the scan log.
+  // Returns
+  // "" when it was moved, else why not, in words for people. Main thread.
   std::string moveToTrash();
   // Selects it in the file manager. Main thread.
   void show();

@@ -26,7 +26,7 @@ std::string sizeInWords(std::uint64_t bytes, LocalizedStrings& strings) {
 
 }  // namespace
 
-bool ToldFiles::isNew(const std::string& path) {
+bool ReportedFiles::add(const std::string& path) {
   MutexLock hold(lock_);
   if (!paths_.insert(path).second) {
     return false;
@@ -45,9 +45,9 @@ bool isKnownToItsUser(std::string_view path) {
                       [path](std::string_view end) { return path.ends_with(end); });
 }
 
-void LimitNotice::add(const Verdict& verdict, ToldFiles* told) {
+void LimitNotice::add(const Verdict& verdict, ReportedFiles* reported) {
   if (verdict.kind != Verdict::Kind::notScanned || verdict.limit == Verdict::Limit::none ||
-      !isKnownToItsUser(verdict.path) || (told && !told->isNew(verdict.path))) {
+      !isKnownToItsUser(verdict.path) || (reported && !reported->add(verdict.path))) {
     return;
   }
   const auto [place, isFirst] = kinds_.try_emplace({verdict.limit, verdict.largestFile});
@@ -59,7 +59,7 @@ void LimitNotice::add(const Verdict& verdict, ToldFiles* told) {
   }
 }
 
-void LimitNotice::tell(Notifier& notifier, LocalizedStrings& strings) {
+void LimitNotice::post(Notifier& notifier, LocalizedStrings& strings) {
   for (const auto& [kind, files] : kinds_) {
     Wording text{kind.first == Verdict::Limit::fileSize ? "TOO_LARGE" : "NOT_TO_ITS_END",
                  {files.first}};

@@ -17,15 +17,15 @@ namespace quillo {
 class LocalizedStrings;
 class Notifier;
 
-// Of which files the user has been told already that they are beyond the engine's limits: one that
-// is written again and again, as a machine's disk or a download is, is told of once. Any thread.
-class ToldFiles {
+// The files beyond the engine's limits that the user has been notified of already: one that is
+// written again and again, as a machine's disk or a download is, is reported once. Any thread.
+class ReportedFiles {
  public:
-  // Of more, those told longest ago are forgotten.
+  // Of more, those reported longest ago are forgotten.
   static constexpr std::size_t most = 1000;
 
-  // Whether this file had not been told of.
-  bool isNew(const std::string& path);
+  // Enters the file. Returns whether it was not there yet.
+  bool add(const std::string& path);
 
  private:
   Mutex lock_;
@@ -33,20 +33,20 @@ class ToldFiles {
   std::deque<std::string> inOrder_ QUILLO_GUARDED_BY(lock_);
 };
 
-// Whether somebody would know the file by its name: it is neither hidden nor in a hidden folder,
-// where programs keep what is theirs, nor a download that is not complete. Pure.
+// Returns whether somebody would know the file by its name: it is neither hidden nor in a hidden
+// folder, where programs keep what is theirs, nor a download that is not complete. Pure.
 bool isKnownToItsUser(std::string_view path);
 
-// The files of one run that the engine's limits kept from being scanned, and what the user is told
-// of them: the first of each kind by its name, the others by their number. One thread.
+// The files of one run that the engine's limits kept from being scanned. A notification gives the
+// first of each kind by its name, the others by their number. One thread.
 class LimitNotice {
  public:
   void clear() { kinds_.clear(); }
-  // Takes note of a file if a limit kept it from being scanned, and the user has not been told.
-  // `told` may be null.
-  void add(const Verdict& verdict, ToldFiles* told);
-  // Tells of what has been taken note of: one notification a kind.
-  void tell(Notifier& notifier, LocalizedStrings& strings);
+  // Takes note of a file if a limit kept it from being scanned and it is new to `reported`, which
+  // may be null.
+  void add(const Verdict& verdict, ReportedFiles* reported);
+  // Posts one notification for each kind that has been taken note of.
+  void post(Notifier& notifier, LocalizedStrings& strings);
 
  private:
   struct Files {

@@ -7,7 +7,6 @@
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
 #include "platform/TypedPreferences.h"
-#include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/EngineRun.h"
 #include "scanning/ScanList.h"
@@ -117,13 +116,8 @@ bool PatientScanner::taskDataAvailable(std::string_view chunk) {
 
 void PatientScanner::performScan() {
   const std::shared_ptr<const Settings> settings = settings_.load();
-  report_.startRun(settings->policy, scanList_);
-  {
-    const AbortedScans::Run noted(services_.abortedScans, [this] { return report_.unjudged(); });
-    EngineRun run(owner_, services_, settings->scanParams, scanList_);
-    run.perform([this, &run] { runEngine(run); });
-  }
-  report_.endRun();
+  EngineRun run(owner_, services_, report_, settings->scanParams, scanList_);
+  run.perform(settings->policy, [this, &run] { runEngine(run); });
 }
 
 void PatientScanner::runEngine(EngineRun& run) {
@@ -133,13 +127,14 @@ void PatientScanner::runEngine(EngineRun& run) {
     services_.systemLog.log(problem);
   }
   run.takeArguments({"--file-list=" + list.argumentPath()});
-  run.launch(list.descriptor(), report_.verdicts());
+  run.launch(list.descriptor());
   const auto handler = [this, &run](std::string_view chunk) {
     run.readData(chunk);
     return taskDataAvailable(chunk);
   };
-  run.waitUntilExit(handler,
-                    [this] { report_.showEngineError(owner_.mainMenu().getQuitMenuName()); });
+  run.waitUntilExit(handler, [this] {
+    report_.consequences().showEngineError(owner_.mainMenu().getQuitMenuName());
+  });
   run.drain(handler);
   list.remove();
   run.finish();

@@ -17,12 +17,12 @@ struct FilePrint {
   FileIdentity identity;
   std::string hash;  // of its contents, SHA-256; "" when it is too large for that
 
-  // Of the regular file itself that bears that name; absent when there is none, when it cannot be
-  // read, or when it changes meanwhile. Any thread.
+  // Takes it of the regular file itself that bears that name. Absent when there is none, when it
+  // cannot be read, or when it changes meanwhile. Any thread.
   static std::optional<FilePrint> of(const std::string& path);
 };
 
-// The infected files that the user was told of and that then left their places: moved to the trash,
+// The infected files that the user was shown and that then left their places: moved to the trash,
 // into the quarantine, or by anybody. One that lies there again unchanged was put back on purpose.
 // They are kept in a file that only this user can read, at most so many, and of more the latest.
 // Any thread.
@@ -31,15 +31,15 @@ class PutBackFiles {
   static constexpr std::size_t most = 200;
 
   // `folder` is made when there is something to keep. What cannot be kept is known as long as this
-  // process runs, and `log` hears why.
+  // process runs, and the reason is logged.
   PutBackFiles(std::string folder, SystemLog& log);
 
-  // The file left its place, as it was found there.
+  // Keeps a file that left its place, as it was found there.
   void hasLeft(const Verdict& infection, const FilePrint& found);
-  // The scanner moved it, to where the verdict says.
+  // Keeps a file that the scanner moved, to where the verdict says.
   void wasMoved(const Verdict& infection);
-  // Whether what lies there now is such a file, unchanged, in which the engine finds the same
-  // threat as before.
+  // Returns whether what lies there now is such a file, unchanged, in which the engine finds the
+  // same threat as before.
   bool isPutBack(const Verdict& infection);
 
  private:

@@ -15,12 +15,12 @@ class ScanList {
  public:
   explicit ScanList(const std::string& scannerName);
 
-  // Writes the list. Answers what went wrong with the file in words, empty when nothing did; the
-  // list can be used all the same. Throws PlatformException when it could be kept nowhere.
+  // Writes the list. Returns what went wrong with the file in words, "" when nothing did; the list
+  // can be used all the same. Throws PlatformException when it could be kept nowhere.
   std::string write(const std::vector<std::string>& paths);
-  // What "--file-list=" gets.
+  // Returns what "--file-list=" gets.
   const std::string& argumentPath() const { return memory_ ? memoryPath_ : path_; }
-  // To be passed on as the scanner's descriptor 3; -1 when the list is a file.
+  // Returns what is to be the scanner's descriptor 3; -1 when the list is a file.
   int descriptor() const { return memory_.get(); }
   // Removes the file, if the list is one.
   void remove();

@@ -1,16 +1,18 @@
 #include "scanning/ScanReport.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <ctime>
 #include <utility>
 
 #include "clamav/ReportedText.h"
 #include "platform/Notifier.h"
 #include "platform/SystemLog.h"
+#include "posix/Clock.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
+#include "scanning/PipelineObserver.h"
 #include "scanning/PutBackFiles.h"
-#include "scanning/ScanLogLine.h"
-#include "scanning/ScanObserver.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
@@ -29,6 +31,22 @@ bool isSummary(const std::string& line) {
 
 }  // namespace
 
+std::string scanLogTimestamp(Clock& clock) {
+  char buffer[30] = "";
+  const std::time_t now = std::chrono::system_clock::to_time_t(clock.wallTime());
+  std::tm local = {};
+  if (!localtime_r(&now, &local) ||
+      std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &local) == 0) {
+    buffer[0] = 'X';
+  }
+  return buffer;
+}
+
+void writeScanLogLine(const std::string& timestamp, const std::string& text) {
+  std::printf("%s %s\n", timestamp.c_str(), text.c_str());
+  std::fflush(stdout);
+}
+
 ScanReport::ScanReport(ScannerOwner& owner, const ScannerServices& services, ReportRules rules)
     : owner_(owner),
       services_(services),
@@ -44,7 +62,7 @@ void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::
   hasJudged_ = false;
 }
 
-void ScanReport::endRun() { limitNotice_.tell(services_.notifier, services_.localizedStrings); }
+void ScanReport::endRun() { limitNotice_.post(services_.notifier, services_.localizedStrings); }
 
 int ScanReport::getLastColon(std::string_view text) { return lastColon(text); }
 
@@ -76,7 +94,7 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   if (isInfected && !isSpared) {
     consequences_.drawFrom(verdict);
   }
-  limitNotice_.add(verdict, services_.toldFiles);
+  limitNotice_.add(verdict, services_.reportedFiles);
   unjudged_.erase(verdict.path);
   if (services_.scanObserver && verdict.path.starts_with('/')) {
     services_.scanObserver->verdictGiven(verdict);
@@ -88,7 +106,7 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   }
 }
 
-// By the user, who has been told of it: what the engine moved just now was not.
+// By the user, who has been shown it: what the engine moved just now was not.
 bool ScanReport::isPutBack(const Verdict& infection) const {
   return services_.putBackFiles && infection.whereabouts != Verdict::Whereabouts::moved &&
          services_.putBackFiles->isPutBack(infection);

@@ -12,6 +12,14 @@
 
 namespace quillo {
 
+class Clock;
+
+// Returns the present moment in local time, as lines of the scan log begin. Any thread.
+std::string scanLogTimestamp(Clock& clock);
+// Writes a line of the scan log, which lies behind standard output, at once and in one piece. Any
+// thread.
+void writeScanLogLine(const std::string& timestamp, const std::string& text);
+
 // Where one scanner's reading of the report differs from another's.
 struct ReportRules {
   // Whether " FOUND" makes an infection anywhere in a line, or only at its end.
@@ -28,29 +36,20 @@ class ScanReport {
  public:
   ScanReport(ScannerOwner& owner, const ScannerServices& services, ReportRules rules = {});
 
-  // To be called before each run over those paths: with a channel of its own, on which the run's
+  // Begins the report of a run over those paths, with a channel of its own, on which the run's
   // scanner may say what its report cannot.
   void startRun(const InfectionPolicy& policy, const std::vector<std::string>& paths);
-  // To be called after each run, however it ended: tells the user what the engine's limits kept
-  // from being scanned.
+  // Ends it, however the run ended: notifies of what the engine's limits kept from being scanned.
   void endRun();
-  // Those of the run's paths that no line has judged yet.
+  // Returns those of the run's paths that no line has judged yet.
   std::vector<std::string> unjudged() const { return {unjudged_.begin(), unjudged_.end()}; }
-  // To be handed to the scanner; null when there can be none.
+  // Returns the channel for the scanner; null when there can be none.
   VerdictReceiver* verdicts() { return verdicts_ ? &*verdicts_ : nullptr; }
-  // One chunk of the report. One that is not UTF-8 is dropped whole. Scan log lines go to standard
-  // output, each written at once.
+  // Handles one chunk of the report. One that is not UTF-8 is dropped whole.
   void dealWithOutput(std::string_view chunk);
-  // As Consequences has it.
-  void showEngineError(const std::string& quitMenuName) {
-    consequences_.showEngineError(quitMenuName);
-  }
-  // Index of the last ":" or -1.
+  // Returns the index of the last ":", or -1.
   static int getLastColon(std::string_view text);
-  // As Consequences has it. Main thread.
-  void openQuarantineFolder(ButtonDialog& dialog, const std::string& folder) {
-    consequences_.openQuarantineFolder(dialog, folder);
-  }
+  Consequences& consequences() { return consequences_; }
 
  private:
   void dealWithLine(const std::string& line, const std::string& timestamp);

@@ -40,24 +40,23 @@ class Scanner {
   Scanner(ScannerOwner& owner, const ScannerServices& services, PipeSource pipes = {});
   ~Scanner();
 
-  // One scan, to its end. The list is used up: it holds the scanned paths afterwards. Throws
-  // PlatformException when it is not made as said above. A run that fails is told in the log, as
-  // are more paths than a command line holds (execve(2), E2BIG).
+  // Scans to the end and uses the list up: it holds the scanned paths afterwards. Throws
+  // PlatformException when it is not made as said above. A run that fails is logged, as are more
+  // paths than a command line holds (execve(2), E2BIG).
   void scan(ScanItemList& items);
 
   static bool checkStillExists(const std::string& path);
-  // No file is asked for who has it open.
+  // Returns false always: no file is asked for who has it open.
   static bool checkStillOpen(const std::string& path);
-  // 0 when two sizes a second apart were the same, -1 for an empty file.
+  // Waits until two sizes a second apart are the same. Returns 0 then, -1 for an empty file.
   std::int32_t waitUntilFileStopsExpanding(const std::string& path);
-  // The size in the units of du(1), or "directory removed" when it cannot be had.
+  // Returns the size in the units of du(1), or "directory removed" when it cannot be had.
   std::string getDirectorySizeAsString(const std::string& path);
   static bool searchForRegEx(const std::string& text, const std::string& pattern);
 
-  // One run of the engine over the paths.
+  // Runs the engine once over the paths.
   void performScan(const std::vector<std::string>& thePaths);
-  // Handles a chunk of the engine's report and answers whether to go on reading: not after an empty
-  // one.
+  // Handles a chunk of the engine's report. Returns false after an empty chunk, the last one.
   bool taskDataAvailable(std::string_view chunk);
   static std::int32_t getLastColon(std::string_view text) { return ScanReport::getLastColon(text); }
   // Main thread, while no scan goes on.
@@ -73,7 +72,7 @@ class Scanner {
   void runEngine(EngineRun& run, const std::vector<std::string>& thePaths);
   std::optional<Pipe> makeOutputPipe();
   std::optional<PipeReader> takeReadingEnd(std::optional<Pipe>& outputPipe);
-  void tellOfLuck();
+  void notifyOfLuck();
 
   // Constant after construction.
   ScannerOwner& owner_;

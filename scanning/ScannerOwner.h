@@ -10,43 +10,48 @@ class Dispatcher;
 class FileRemover;
 class ScannerMenu;
 
-// The open warnings, as the dialogs know them. Added to from any thread, removed from on the main
-// thread.
+// The open warnings.
 class DialogListOwner {
  public:
   virtual ~DialogListOwner() = default;
+  // Adds a dialog. Any thread.
   virtual void addToDialogList(std::shared_ptr<FileRemover> dialog) = 0;
+  // Removes every occurrence of a dialog. Main thread.
   virtual void removeFromDialogList(const FileRemover& dialog) = 0;
+  // Dismisses each as if the user had ignored it, then forgets them all. Main thread.
   virtual void removeAllFromDialogList() = 0;
 };
 
-// What the scanners ask of their owner. Any thread, but for what is said to be the main thread's.
+// What the scanners ask of their owner. Any thread, unless said otherwise.
 class ScannerOwner {
  public:
   virtual ~ScannerOwner() = default;
   virtual Dispatcher& theDispatcher() = 0;
-  // "Q", "T" or "".
+  // Returns "Q", "T" or "".
   virtual std::string getQuarantineOrTrash() = 0;
-  // "--move=" and the quarantine folder, or "".
+  // Returns "--move=" and the quarantine folder, or "".
   virtual std::string getQuarantineLocation() = 0;
-  // Regular expressions, or "".
+  // Return a regular expression, or "".
   virtual std::string getIncludePattern() = 0;
   virtual std::string getExcludePattern() = 0;
   virtual void modifyScannerCountBy(std::int32_t delta) = 0;
+  // Returns whether the daemon takes a command, or is at work.
   virtual bool clamdStillAlive() = 0;
+  // Launches the daemon again. Throws PlatformException when it cannot be run.
   virtual void recoverFromCrashedClamd() = 0;
-  // As above, unless the daemon has come back by the time it is this caller's turn.
+  // Does so unless the daemon has come back by the time it is this caller's turn.
   virtual void recoverUnreachableClamd() = 0;
-  // The program that cannot be run.
+  // Shows the user that no engine is usable since `program` cannot be run.
   virtual void noEnginePanic(const std::string& program) = 0;
-  // Where the title of the quit command comes from when no menu was given with the parameters.
+  // Returns the status menu, for whoever was given none with the parameters.
   virtual const ScannerMenu& mainMenu() = 0;
   virtual DialogListOwner& dialogList() = 0;
-  // Main thread; does not return, unless the daemon is being launched: then the end comes later.
+  // Ends the agent. Returns only while a daemon is being launched: the end then comes later. Main
+  // thread.
   virtual void quit() = 0;
-  // Opens the folder with "/usr/bin/open" and waits until that has ended. Main thread.
+  // Opens the folder with "/usr/bin/open" and returns when that has ended. Main thread.
   virtual void openAndWait(const std::string& folder) = 0;
-  // As above, without waiting.
+  // Opens it and returns at once. Main thread.
   virtual void open(const std::string& folder) = 0;
   // Opens the scan log for the user. Main thread.
   virtual void openScanLog() = 0;

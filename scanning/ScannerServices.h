@@ -11,12 +11,12 @@ class InterfaceLoader;
 class LocalizedStrings;
 class ModifierKeys;
 class Notifier;
+class PipelineObserver;
 class PreferenceStore;
 class PutBackFiles;
-class RoadObserver;
+class ReportedFiles;
 class RunningScanners;
 class ScanObserver;
-class ToldFiles;
 class SystemLog;
 class Workspace;
 
@@ -36,10 +36,10 @@ struct ScannerServices {
   FileDepartures* fileDepartures = nullptr;
   PutBackFiles* putBackFiles = nullptr;
   // Each null when nobody looks on, or remembers.
-  RoadObserver* roadObserver = nullptr;
+  PipelineObserver* pipelineObserver = nullptr;
   ScanObserver* scanObserver = nullptr;
   RunningScanners* runningScanners = nullptr;
-  ToldFiles* toldFiles = nullptr;
+  ReportedFiles* reportedFiles = nullptr;
   AbortedScans* abortedScans = nullptr;
 };
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <QXmlStreamReader>
+#include <filesystem>
 
 #include "platform/linux/services/GioPointer.h"
 #include "posix/ChildProcess.h"

@@ -4,6 +4,9 @@
 #include <sys/wait.h>
 
 #include <QFileSystemWatcher>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 #include "platform/linux/services/DesktopApplicationLauncher.h"
 #include "platform/linux/services/DesktopWorkspace.h"

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include "platform/linux/preferences/TomlFile.h"
 #include "platform/linux/preferences/TomlPreferenceStore.h"

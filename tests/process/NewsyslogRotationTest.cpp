@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <stdexcept>
 
 #include "posix/UniqueFd.h"

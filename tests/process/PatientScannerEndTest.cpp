@@ -7,7 +7,7 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
-#include "scanning/RoadObserver.h"
+#include "scanning/PipelineObserver.h"
 #include "tests/fakes/scanning/ScannerFixture.h"
 #include "tests/fakes/watching/HelperProgram.h"
 
@@ -44,7 +44,7 @@ class PatientScannerEnd : public ScannerFixture {
 };
 
 // Notes whether a file was there when the end of a scan was told.
-class FileAtTheEnd final : public RoadObserver {
+class FileAtTheEnd final : public PipelineObserver {
  public:
   explicit FileAtTheEnd(std::string path) : path_(std::move(path)) {}
   void noticed(const std::string&) override {}
@@ -106,7 +106,7 @@ TEST_F(PatientScannerEnd, WhatIsReportedAfterTheEndOfTheEngineIsDealtWithToTheLa
 
 TEST_F(PatientScannerEnd, TheListIsThereFromBeforeTheBeginUntilBeforeTheEnd) {
   FileAtTheEnd observer(listPath);
-  bench.services.roadObserver = &observer;
+  bench.services.pipelineObserver = &observer;
   scan({"a"});
   EXPECT_EQ(observer.atBegin, std::optional<bool>(true));
   EXPECT_EQ(observer.atEnd, std::optional<bool>(false));

@@ -6,13 +6,14 @@
 
 #include <cerrno>
 #include <chrono>
+#include <filesystem>
 #include <future>
 #include <stdexcept>
 
 #include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
 #include "scanning/AbortedScans.h"
-#include "scanning/RunningScanners.h"
+#include "scanning/EngineRun.h"
 #include "tests/fakes/scanning/ScannerFixture.h"
 #include "tests/support/SystemCalls.h"
 #include "tests/support/Threads.h"
@@ -97,7 +98,7 @@ TEST_F(PatientScannerFailure, ADaemonThatCannotBeReachedIsRecoveredOnceARun) {
 TEST_F(PatientScannerFailure, AnEngineThatCrashesEndsTheRun) {
   EXPECT_EQ(scan({"a", "crash-b", "c"}), Lines{path("a") + ": OK"});
   EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
-  EXPECT_EQ(bench.road.statuses(), std::vector<int>{SIGKILL});
+  EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{SIGKILL});
   EXPECT_FALSE(std::filesystem::exists(listPath));
 }
 
@@ -191,7 +192,7 @@ TEST_F(PatientScannerFailure, AListThatCanBeKeptNowhereIsLogged) {
             "Scanner: Caught ScanListFailure: cannot keep a scan list in memory: No space left on "
             "device");
   EXPECT_EQ(bench.owner.count, 0);
-  EXPECT_TRUE(bench.road.startedPaths().empty());
+  EXPECT_TRUE(bench.pipeline.startedPaths().empty());
 }
 
 TEST_F(PatientScannerFailure, TheListOfAFailedRunIsOverwrittenByTheNext) {
@@ -227,12 +228,12 @@ TEST_F(PatientScannerFailure, AnEngineThatHangsIsWaitedForUntilItIsKilled) {
   run.join();
   EXPECT_EQ(lines, Lines{path("a") + ": OK"});
   EXPECT_EQ(bench.owner.count, 0);
-  EXPECT_EQ(bench.road.statuses(), std::vector<int>{SIGKILL});
+  EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{SIGKILL});
 }
 
 TEST_F(PatientScannerFailure, AnAbortLeavesOneLineWithTheNumberOfFilesWithoutAVerdict) {
   RunningScanners running;
-  AbortedScans aborted(bench.desktop.systemLog, &bench.road);
+  AbortedScans aborted(bench.desktop.systemLog, &bench.pipeline);
   bench.services.runningScanners = &running;
   bench.services.abortedScans = &aborted;
   auto run = std::async(std::launch::async, [&] { scan({"a", "hang-b", "c"}); });
@@ -244,7 +245,7 @@ TEST_F(PatientScannerFailure, AnAbortLeavesOneLineWithTheNumberOfFilesWithoutAVe
     }
   });
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines{"Scans aborted: 3 files were not scanned"});
-  EXPECT_EQ(bench.road.abandonedPaths(), (Lines{path("c"), path("hang-b"), "/queued"}));
+  EXPECT_EQ(bench.pipeline.abandonedPaths(), (Lines{path("c"), path("hang-b"), "/queued"}));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "posix/FileFacts.h"
-#include "scanning/RunningScanners.h"
+#include "scanning/EngineRun.h"
 #include "tests/fakes/scanning/ScannerFixture.h"
 #include "tests/fakes/watching/HelperProgram.h"
 #include "tests/support/Threads.h"
@@ -22,7 +22,7 @@ TEST_F(PatientScannerRun, LogsTheReportAndLeavesNothingBehind) {
   EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
   EXPECT_FALSE(std::filesystem::exists(listPath));
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
-  EXPECT_EQ(bench.road.statuses(), std::vector<int>{0});
+  EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{0});
 }
 
 TEST_F(PatientScannerRun, TellsTheRunAndEachVerdictAsItComes) {
@@ -67,7 +67,7 @@ TEST_F(PatientScannerRun, TakesTheNextBatchWithoutASignal) {
     scanner.round();
   }
   std::vector<std::size_t> sizes;
-  for (const auto& batch : bench.road.batches()) {
+  for (const auto& batch : bench.pipeline.batches()) {
     sizes.push_back(batch.size());
   }
   EXPECT_EQ(sizes, (std::vector<std::size_t>{200, 200, 50}));
@@ -80,7 +80,7 @@ TEST_F(PatientScannerRun, QuarantinedFilesAreToldWithTheFolderOfTheMoveOption) {
   const std::string line = path("infected-a") + ": Eicar-Test-Signature FOUND";
   EXPECT_EQ(scan({"infected-a"}), Lines{line});
   EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "notify 2 " + line, "count down"}));
-  EXPECT_EQ(bench.road.statuses(), std::vector<int>{1});
+  EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{1});
   bench.desktop.interfaceLoader.loaded("QuarantinedDialog")
       .at(0)
       ->press(ButtonDialog::Button::deleteButton);
@@ -141,9 +141,9 @@ TEST_F(PatientScannerRun, AListThatCannotBeWrittenIsHandedOverInMemory) {
 
 TEST_F(PatientScannerRun, TellsTheObserverOfBeginAndEnd) {
   scan({"a", "error-b"});
-  EXPECT_EQ(bench.road.startedPaths(), (Lines{path("a"), path("error-b")}));
-  EXPECT_EQ(bench.road.scannedPaths(), (Lines{path("a"), path("error-b")}));
-  EXPECT_EQ(bench.road.statuses(), std::vector<int>{2});
+  EXPECT_EQ(bench.pipeline.startedPaths(), (Lines{path("a"), path("error-b")}));
+  EXPECT_EQ(bench.pipeline.scannedPaths(), (Lines{path("a"), path("error-b")}));
+  EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{2});
 }
 
 TEST_F(PatientScannerRun, CanBeEndedByItsNumberWithWhatItStarted) {
@@ -162,7 +162,7 @@ TEST_F(PatientScannerRun, CanBeEndedByItsNumberWithWhatItStarted) {
   scan({"a"});
   ended = true;
   ending.join();
-  EXPECT_EQ(bench.road.statuses(), std::vector<int>{SIGKILL});
+  EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{SIGKILL});
   // It has gone from the list.
   running.endAll();
 }

@@ -57,7 +57,7 @@ TEST_F(ScannerRun, HasThePathsOnTheCommandLineBehindTheParameters) {
              "argument " + path("with blank"), path("with blank") + ": OK"}));
   EXPECT_EQ(owner.calls(), (Lines{"count up", "count down"}));
   EXPECT_EQ(logged(), Lines());
-  EXPECT_EQ(world.bench.road.statuses(), std::vector<int>{0});
+  EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{0});
 }
 
 TEST_F(ScannerRun, TellsOfInfectionsAsTheyCome) {
@@ -141,7 +141,7 @@ TEST(ScannerWithoutPipes, GoesOnWithItsOutputUnread) {
   EXPECT_NE(world.output.find(infected + ": Eicar-Test-Signature FOUND\n"), std::string::npos);
   EXPECT_EQ(world.bench.owner.calls(), (Lines{"count up", "count down"}));
   EXPECT_EQ(world.bench.desktop.systemLog.lines().size(), 4U);
-  EXPECT_EQ(world.bench.road.statuses(), std::vector<int>{1});
+  EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{1});
 }
 
 TEST_F(ScannerRun, AFailureOfAnotherKindIsPassedOnWithTheCountLowered) {
@@ -206,7 +206,7 @@ TEST_F(ScannerFolders, ThatHoldStillAreScannedWholeAfterASecond) {
 
 TEST_F(ScannerFolders, ThatKeepChangingHoldTheScanUntilTwoReadingsASecondApartAgree) {
   world.clock.atSleep = [this](int number) {
-    EXPECT_TRUE(world.bench.road.startedPaths().empty());
+    EXPECT_TRUE(world.bench.pipeline.startedPaths().empty());
     if (number <= 3) {
       grow(std::to_string(number));
     }

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "tests/fakes/tools/LogSandbox.h"
 
 namespace quillo {

@@ -45,7 +45,7 @@ TEST_F(ScannerWithEngine, FindsWhatIsInAFolderAndInAFile) {
     EXPECT_TRUE(owner.wasTold("notify 1 " + found(name)));
   }
   EXPECT_EQ(world.bench.desktop.interfaceLoader.loaded("WarningDialog").size(), 3U);
-  EXPECT_EQ(world.bench.road.statuses(), std::vector<int>{1});
+  EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{1});
   EXPECT_EQ(owner.count, 0);
 }
 
@@ -79,7 +79,7 @@ TEST_F(ScannerWithEngine, TellsOfADaemonThatIsGoneAndDoesNotRecoverIt) {
   world.scan({world.path("alone.com")});
   EXPECT_EQ(owner.calls(),
             (Lines{"count up", "alive?", "notify 6 <CLAMDSCAN_ERROR>", "count down"}));
-  EXPECT_EQ(world.bench.road.statuses(), std::vector<int>{2});
+  EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{2});
   EXPECT_NE(world.output.find("ERROR: Could not connect to clamd"), std::string::npos);
 }
 

@@ -4,6 +4,7 @@
 
 #include "engine/ClamdLink.h"
 #include "tests/fakes/agent/FakeClamdLinkOwner.h"
+#include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/fakes/engine/FakeClamd.h"
 #include "tests/fakes/engine/StoppedClamd.h"
@@ -120,13 +121,13 @@ TEST_F(ClamdLinkThreads, PingsOfSeveralThreadsAreAllAnswered) {
 
 TEST_F(ClamdLinkThreads, RelaunchesAnUnreachableDaemonOnceForSeveralCallers) {
   StdoutCapture quiet;
-  owner.duringWait = [this] { daemon = std::make_unique<FakeClamd>(socketPath()); };
+  application.duringWaitElsewhere = [this] { daemon = std::make_unique<FakeClamd>(socketPath()); };
   JoinedThreads callers;
   for (int i = 0; i < 4; ++i) {
     callers.start([this] { link.recoverUnreachableClamd(); });
   }
   callers.join();
-  EXPECT_EQ(owner.calls(), std::vector<std::string>{"wait"});
+  EXPECT_EQ(application.waits, 1);
 }
 
 TEST_F(ClamdLinkThreads, RelaunchesACrashedDaemonForEveryCaller) {
@@ -135,7 +136,7 @@ TEST_F(ClamdLinkThreads, RelaunchesACrashedDaemonForEveryCaller) {
     callers.start([this] { link.recoverFromCrashedClamd(); });
   }
   callers.join();
-  EXPECT_EQ(owner.calls(), (std::vector<std::string>{"wait", "wait", "wait"}));
+  EXPECT_EQ(application.waits, 3);
 }
 
 TEST_F(ClamdLinkThreads, PathsMayBeDroppedWhileTheyAreAskedFor) {

@@ -42,9 +42,10 @@ class DispatcherThread : public testing::Test {
   }
   // Lets seconds pass until that many paths were scanned; false after half a minute without.
   bool passTimeUntilScanned(std::size_t count) {
-    return awaitBy([this](auto) { bench.clock.advance(seconds(1)); },
-                   [&] { return bench.road.waitUntilScanned(count, std::chrono::milliseconds(2)); },
-                   seconds(30));
+    return awaitBy(
+        [this](auto) { bench.clock.advance(seconds(1)); },
+        [&] { return bench.pipeline.waitUntilScanned(count, std::chrono::milliseconds(2)); },
+        seconds(30));
   }
   Paths files(const std::string& name, int count) {
     Paths paths;
@@ -81,7 +82,7 @@ TEST_F(DispatcherThread, ALostSignalDelaysAFileByThirtySecondsAndStrandsNone) {
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   EXPECT_EQ(bench.clock.slept(), seconds(1));
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
   stopDispatcher(loop);
   EXPECT_EQ(bench.dispatcher.scannableCount(), 1);
 }
@@ -100,9 +101,9 @@ TEST_F(DispatcherThread, ALostSignalDelaysAScannerByThirtySecondsAndStrandsNoFil
   EXPECT_EQ(bench.clock.parked(), 1);
   EXPECT_EQ(bench.dispatcher.scannableCount(), 1);
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilScanned(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilScanned(1));
   stopScanner(loop);
-  EXPECT_EQ(bench.road.scannedPaths(), Paths{path});
+  EXPECT_EQ(bench.pipeline.scannedPaths(), Paths{path});
 }
 
 TEST_F(DispatcherThread, AReportedFileIsTakenUpAtOnce) {
@@ -111,7 +112,7 @@ TEST_F(DispatcherThread, AReportedFileIsTakenUpAtOnce) {
   bench.dispatcher.addStringToItemList(bench.file("a"));
   EXPECT_TRUE(bench.clock.waitUntilSleeping());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
   EXPECT_EQ(bench.clock.now(), seconds(1));
   stopDispatcher(loop);
 }
@@ -124,9 +125,9 @@ TEST_F(DispatcherThread, AFileThatGrowsInTheSecondBetweenIsReadyOneSecondLater) 
   bench.file("a", "longer than before");
   bench.clock.advance(seconds(1));
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
-  EXPECT_EQ(bench.road.stablePaths(), Paths());
+  EXPECT_EQ(bench.pipeline.stablePaths(), Paths());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
   stopDispatcher(loop);
 }
 
@@ -137,7 +138,7 @@ TEST_F(DispatcherThread, AnArrayOfFilesIsTakenUpAtOnce) {
   bench.dispatcher.addToItemList(paths);
   EXPECT_TRUE(bench.clock.waitUntilSleeping());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(3));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(3));
   stopDispatcher(loop);
 }
 
@@ -145,7 +146,7 @@ TEST_F(DispatcherThread, APromotionWakesAScannerAtOnce) {
   LoopThread loop([this] { first.round(); });
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   bench.makeReady({bench.file("a")});
-  EXPECT_TRUE(bench.road.waitUntilScanned(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilScanned(1));
   EXPECT_EQ(bench.clock.now(), Clock::Duration::zero());
   stopScanner(loop);
 }
@@ -175,9 +176,9 @@ TEST_F(DispatcherThread, AnAbortSparesWhatIsStillInTheIntake) {
   bench.clock.advance(seconds(1));
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.road.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
   stopDispatcher(loop);
-  EXPECT_EQ(bench.road.stablePaths(), Paths{reported});
+  EXPECT_EQ(bench.pipeline.stablePaths(), Paths{reported});
 }
 
 TEST_F(DispatcherThread, TwoScannersShareFourHundredAndFiftyFiles) {
@@ -185,15 +186,15 @@ TEST_F(DispatcherThread, TwoScannersShareFourHundredAndFiftyFiles) {
   bench.makeReady(paths);
   LoopThread one([this] { first.round(); });
   LoopThread two([this] { second.round(); });
-  EXPECT_TRUE(bench.road.waitUntilScanned(450));
+  EXPECT_TRUE(bench.pipeline.waitUntilScanned(450));
   stopScanner(one);
   stopScanner(two);
   std::multiset<std::size_t> sizes;
-  for (const Paths& batch : bench.road.batches()) {
+  for (const Paths& batch : bench.pipeline.batches()) {
     sizes.insert(batch.size());
   }
   EXPECT_EQ(sizes, (std::multiset<std::size_t>{50, 200, 200}));
-  EXPECT_EQ(sorted(bench.road.scannedPaths()), sorted(paths));
+  EXPECT_EQ(sorted(bench.pipeline.scannedPaths()), sorted(paths));
   EXPECT_EQ(bench.owner.count, 0);
 }
 
@@ -223,7 +224,7 @@ TEST_F(DispatcherThread, WhatManyThreadsReportIsScannedOnceEach) {
   stopDispatcher(loop);
   stopScanner(one);
   stopScanner(two);
-  EXPECT_EQ(sorted(bench.road.scannedPaths()), sorted(all));
+  EXPECT_EQ(sorted(bench.pipeline.scannedPaths()), sorted(all));
 }
 
 TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
@@ -252,14 +253,14 @@ TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
   const std::string last = bench.file("last");
   bench.dispatcher.addStringToItemList(last);
   const auto scanned = [&] {
-    const Paths done = bench.road.scannedPaths();
+    const Paths done = bench.pipeline.scannedPaths();
     return std::find(done.begin(), done.end(), last) != done.end();
   };
   EXPECT_TRUE(awaitBy(
       [this](auto) {
         bench.clock.advance(seconds(1));
-        bench.road.waitUntilScanned(bench.road.scannedPaths().size() + 1,
-                                    std::chrono::milliseconds(1));
+        bench.pipeline.waitUntilScanned(bench.pipeline.scannedPaths().size() + 1,
+                                        std::chrono::milliseconds(1));
       },
       scanned, seconds(30)));
   stopDispatcher(loop);

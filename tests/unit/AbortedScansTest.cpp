@@ -19,14 +19,14 @@ class AbortedScansTest : public testing::Test {
   }
 
   FakeSystemLog log;
-  FakeRoadObserver road;
-  AbortedScans aborted{log, &road};
+  FakePipelineObserver pipeline;
+  AbortedScans aborted{log, &pipeline};
 };
 
 TEST_F(AbortedScansTest, CountWhatWasQueuedAtOnceWhereNothingRuns) {
   abort({"/a", "/b", "/c"});
   EXPECT_EQ(log.lines(), Lines{"Scans aborted: 3 files were not scanned"});
-  EXPECT_EQ(road.abandonedPaths(), (Paths{"/a", "/b", "/c"}));
+  EXPECT_EQ(pipeline.abandonedPaths(), (Paths{"/a", "/b", "/c"}));
 }
 
 TEST_F(AbortedScansTest, SayAlsoThatNothingWasLost) {
@@ -43,7 +43,7 @@ TEST_F(AbortedScansTest, CountWhatTheRunsHadNotJudgedInOneLineWhenTheLastHasEnde
   EXPECT_EQ(log.lines(), Lines());
   second.reset();
   EXPECT_EQ(log.lines(), Lines{"Scans aborted: 1 file was not scanned"});
-  EXPECT_EQ(road.abandonedPaths(), Paths{"/1"});
+  EXPECT_EQ(pipeline.abandonedPaths(), Paths{"/1"});
 }
 
 TEST_F(AbortedScansTest, DoNotConcernARunThatBeginsLaterOrHasEnded) {

@@ -42,7 +42,7 @@ class FoundFileTest : public ReportFixture {
     startRun(setting);
     VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
     report.verdicts()->letGo();
-    scanner.tell(verdict);
+    scanner.report(verdict);
     loggedFor(verdict.line + "\n");
   }
 
@@ -62,7 +62,7 @@ class FoundFileTest : public ReportFixture {
       }
       verdict.whereabouts = mayMove ? Verdict::Whereabouts::moved : Verdict::Whereabouts::inPlace;
       verdict.destination = mayMove ? trashed : "";
-      scanner.tellOutcome(verdict);
+      scanner.reportOutcome(verdict);
     });
     std::string logged = loggedFor(line() + "\n");
     moving.join();

@@ -61,7 +61,7 @@ TEST_F(PatientScannerBatch, ExcludedWholeStartsNoEngineAndWritesNoList) {
   bench.makeReady({bench.file("secret one"), bench.file("secret two")});
   scanner.round();
   EXPECT_EQ(bench.owner.calls(), Paths());
-  EXPECT_TRUE(bench.road.startedPaths().empty());
+  EXPECT_TRUE(bench.pipeline.startedPaths().empty());
   EXPECT_FALSE(std::filesystem::exists(ScannerBench::listPath(name)));
   EXPECT_TRUE(scanner.scanList().empty());
   EXPECT_EQ(bench.dispatcher.scannableCount(), 0);

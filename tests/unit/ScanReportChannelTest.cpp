@@ -29,7 +29,7 @@ class ScanReportChannel : public ReportFixture {
       if (scanner->mayMove()) {
         outcome.whereabouts = whereabouts;
         outcome.reason = reason;
-        scanner->tellOutcome(outcome);
+        scanner->reportOutcome(outcome);
       }
     });
     const std::string logged = loggedFor(found.line + "\n");
@@ -60,7 +60,7 @@ TEST_F(ScanReportChannel, AFolderThatCannotBeUsedLeavesTheFileThereWithoutAnAtte
   beginRun("Q");
   Verdict left = Verdict::parse(infection);
   left.whereabouts = Whereabouts::notMoved;
-  scanner->tell(left);
+  scanner->report(left);
   loggedFor(infection + "\n");
   EXPECT_TRUE(quarantinedDialogs().empty());
   EXPECT_EQ(warningDialogs().size(), 1U);
@@ -81,7 +81,7 @@ TEST_F(ScanReportChannel, TheTrashGetsTheFileBehindALinkAndTheWindowNamesBoth) {
   Verdict found = Verdict::parse("/Users/a/link: X FOUND");
   found.target = "/Users/a/real";
   found.whereabouts = Whereabouts::inPlace;
-  scanner->tell(found);
+  scanner->report(found);
   loggedFor("/Users/a/link: X FOUND\n");
   const auto dialog = warningDialogs().at(0);
   EXPECT_EQ(dialog->message(), "/Users/a/link: X FOUND");
@@ -94,7 +94,7 @@ TEST_F(ScanReportChannel, TheTrashGetsTheNameInItsBytesNotAsItIsShown) {
   beginRun("");
   Verdict found = Verdict::parse("/Users/a/\\xFF.zip: X FOUND");
   found.path = "/Users/a/\xFF.zip";
-  scanner->tell(found);
+  scanner->report(found);
   loggedFor(found.line + "\n");
   warningDialogs().at(0)->press(Button::deleteButton);
   EXPECT_EQ(desktop.workspace.recycled, (Recycled{{"/Users/a", {"\xFF.zip"}}}));
@@ -104,7 +104,7 @@ TEST_F(ScanReportChannel, ObserversAreGivenTheValueAfterWhatWasDone) {
   beginRun("");
   Verdict left = Verdict::parse("/Users/a/x\\x0Ay: Not scanned: permission denied");
   left.path = "/Users/a/x\ny";
-  scanner->tell(left);
+  scanner->report(left);
   loggedFor(left.line + "\n/b: OK\n");
   EXPECT_EQ(scans.told(), (Calls{"/Users/a/x\ny = not scanned: permission denied", "/b = clean"}));
 }

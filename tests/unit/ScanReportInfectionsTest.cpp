@@ -76,8 +76,8 @@ TEST_F(ScanReportInfections, EveryQuarantineDialogsButtonWorksNotOnlyTheLastOnes
 }
 
 TEST_F(ScanReportInfections, EveryEngineErrorsButtonWorks) {
-  report.showEngineError("Quit");
-  report.showEngineError("Quit");
+  report.consequences().showEngineError("Quit");
+  report.consequences().showEngineError("Quit");
   quarantinedDialogs().at(0)->press(Button::otherButton);
   EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
   quarantinedDialogs().at(1)->press(Button::deleteButton);
@@ -92,7 +92,7 @@ TEST_F(ScanReportInfections, TheQuarantineDialogNamesTheFileApartFromItsMessage)
 }
 
 TEST_F(ScanReportInfections, TheEngineErrorIsOfAKindOfItsOwn) {
-  report.showEngineError("Quit");
+  report.consequences().showEngineError("Quit");
   EXPECT_EQ(quarantinedDialogs().at(0)->kind(), ButtonDialog::Kind::engineError);
 }
 
@@ -100,7 +100,7 @@ TEST_F(ScanReportInfections, TheQuarantineDialogIsOffTheScreenBeforeTheFolderOpe
   FakeDialog dialog;
   Calls before;
   owner.duringOpening = [&] { before = dialog.calls(); };
-  report.openQuarantineFolder(dialog, "/folder");
+  report.consequences().openQuarantineFolder(dialog, "/folder");
   EXPECT_EQ(before, Calls{"orderOut"});
   EXPECT_EQ(owner.calls(), Calls{"open /folder"});
 }
@@ -179,7 +179,7 @@ TEST_F(ScanReportInfections, AreActedOnAlsoWhenTheirLineBeginsLikeTheSummary) {
 
 TEST_F(ScanReportInfections, TheEngineErrorOffersToQuit) {
   desktop.localizedStrings.texts["CLAMDSCAN_ERROR"] = "The engine cannot be reached.";
-  report.showEngineError("Quit Vantrel Quillo");
+  report.consequences().showEngineError("Quit Vantrel Quillo");
   EXPECT_EQ(desktop.systemLog.lines(), Calls{"can't connect to clamd"});
   ASSERT_EQ(quarantinedDialogs().size(), 1U);
   const auto dialog = quarantinedDialogs()[0];
@@ -192,7 +192,7 @@ TEST_F(ScanReportInfections, TheEngineErrorOffersToQuit) {
 }
 
 TEST_F(ScanReportInfections, TheEngineErrorMayBeClosedWithoutQuitting) {
-  report.showEngineError("Quit Vantrel Quillo");
+  report.consequences().showEngineError("Quit Vantrel Quillo");
   quarantinedDialogs().at(0)->press(Button::otherButton);
   EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
   EXPECT_FALSE(owner.wasTold("quit"));
@@ -200,7 +200,7 @@ TEST_F(ScanReportInfections, TheEngineErrorMayBeClosedWithoutQuitting) {
 
 TEST_F(ScanReportInfections, TheEngineErrorWithoutADialogIsLoggedAndNotNotified) {
   desktop.interfaceLoader.setBroken(true);
-  report.showEngineError("Quit Vantrel Quillo");
+  report.consequences().showEngineError("Quit Vantrel Quillo");
   EXPECT_EQ(desktop.systemLog.lines(),
             (Calls{"can't connect to clamd", "Error loading nib for warning dialog!"}));
   EXPECT_EQ(owner.calls(), Calls());

@@ -17,7 +17,7 @@ constexpr std::uint64_t mebi = 1024 * 1024;
 class ScanReportLimits : public ReportFixture {
  protected:
   ScanReportLimits() {
-    services.toldFiles = &told;
+    services.reportedFiles = &reported;
     desktop.localizedStrings.texts = {{"TOO_LARGE", "%@ > %@"},
                                       {"TOO_LARGE_AND_ONE", "%@ + 1 > %@"},
                                       {"TOO_LARGE_AND_MORE", "%@ + %@ > %@"},
@@ -44,7 +44,7 @@ class ScanReportLimits : public ReportFixture {
       verdict.path = file.path;
       verdict.limit = file.limit;
       verdict.largestFile = file.largestFile;
-      scanner.tell(verdict);
+      scanner.report(verdict);
       lines += verdict.line + "\n";
     }
     std::string logged = loggedFor(lines);
@@ -52,7 +52,7 @@ class ScanReportLimits : public ReportFixture {
     return logged;
   }
 
-  ToldFiles told;
+  ReportedFiles reported;
 };
 
 TEST_F(ScanReportLimits, AreToldOnceARunByTheFirstFileAndTheNumberOfTheOthers) {
@@ -74,7 +74,7 @@ TEST_F(ScanReportLimits, AreToldWhenTheRunIsOverAndLoggedAtOnce) {
   Verdict verdict = Verdict::parse("/a/big.iso: Not scanned: larger than the limit of 100 MB");
   verdict.limit = Limit::fileSize;
   verdict.largestFile = 100 * mebi;
-  scanner.tell(verdict);
+  scanner.report(verdict);
   EXPECT_EQ(loggedFor(verdict.line + "\n"), stamp + " " + verdict.line + "\n");
   EXPECT_EQ(owner.calls(), Calls());
   report.endRun();
@@ -114,13 +114,13 @@ TEST_F(ScanReportLimits, AreNotToldOfWhatWasLeftOutForAnotherReason) {
   EXPECT_EQ(owner.calls(), Calls());
 }
 
-TEST(ToldFiles, ForgetTheOldestFirst) {
-  ToldFiles told;
-  for (std::size_t i = 0; i <= ToldFiles::most; ++i) {
-    EXPECT_TRUE(told.isNew("/" + std::to_string(i)));
+TEST(ReportedFiles, ForgetTheOldestFirst) {
+  ReportedFiles reported;
+  for (std::size_t i = 0; i <= ReportedFiles::most; ++i) {
+    EXPECT_TRUE(reported.add("/" + std::to_string(i)));
   }
-  EXPECT_FALSE(told.isNew("/1"));
-  EXPECT_TRUE(told.isNew("/0"));
+  EXPECT_FALSE(reported.add("/1"));
+  EXPECT_TRUE(reported.add("/0"));
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ class VerdictChannelTest : public testing::Test {
 };
 
 TEST_F(VerdictChannelTest, CarriesWhatTheLineCannot) {
-  sender.tell(infected("/u/a\\xFFb: Eicar FOUND"));
+  sender.report(infected("/u/a\\xFFb: Eicar FOUND"));
   const Verdict verdict = receiver.understand("/u/a\\xFFb: Eicar FOUND");
   EXPECT_EQ(verdict.kind, Kind::infected);
   EXPECT_EQ(verdict.path,
@@ -50,7 +50,7 @@ TEST_F(VerdictChannelTest, CarriesTheLimitThatKeptAFileFromBeingScanned) {
   Verdict large = Verdict::parse("/u/a: Not scanned: larger than the limit of 5 GB");
   large.limit = Verdict::Limit::fileSize;
   large.largestFile = 5ULL << 30U;
-  sender.tell(large);
+  sender.report(large);
   const Verdict verdict = receiver.understand(large.line);
   EXPECT_EQ(verdict.limit, Verdict::Limit::fileSize);
   EXPECT_EQ(verdict.largestFile, 5ULL << 30U);
@@ -78,7 +78,7 @@ TEST_F(VerdictChannelTest, KnowsTheRecordsOfAScannerThatTellsOfNoLimits) {
 }
 
 TEST_F(VerdictChannelTest, LeavesLinesBetweenTheRecordsToThemselves) {
-  sender.tell(infected("/x/h/a: Eicar FOUND"));
+  sender.report(infected("/x/h/a: Eicar FOUND"));
   EXPECT_EQ(receiver.understand("/h/b: OK").path, "/h/b");
   EXPECT_EQ(receiver.understand("/h/a: Eicar FOUND").path, "/h/a");
   EXPECT_EQ(receiver.understand("/x/h/a: Eicar FOUND").file(), "/elsewhere/c");
@@ -86,7 +86,7 @@ TEST_F(VerdictChannelTest, LeavesLinesBetweenTheRecordsToThemselves) {
 
 TEST_F(VerdictChannelTest, KnowsALineThatWasTooLongToBeReadWhole) {
   const std::string line = "/" + std::string(5000, 'n') + ": Eicar FOUND";
-  sender.tell(infected(line));
+  sender.report(infected(line));
   EXPECT_EQ(receiver.understand(line.substr(0, 4096)).kind, Kind::message);
   EXPECT_EQ(receiver.understand(line.substr(4096)).file(), "/elsewhere/c");
 }
@@ -102,7 +102,7 @@ TEST_F(VerdictChannelTest, LetsAFileMoveOnlyOnceItsLineHasBeenTaken) {
     Verdict outcome = verdict;
     outcome.whereabouts = Whereabouts::moved;
     outcome.destination = "/q/a";
-    sender.tellOutcome(outcome);
+    sender.reportOutcome(outcome);
   });
   const Verdict known = receiver.understand("/u/a: Eicar FOUND");
   scanner.join();
@@ -120,7 +120,7 @@ TEST_F(VerdictChannelTest, KeepsTheFileThatTheReaderWantsToStay) {
       allowed = sender.mayMove();
       Verdict outcome = verdict;
       outcome.whereabouts = allowed ? Whereabouts::moved : Whereabouts::inPlace;
-      sender.tellOutcome(outcome);
+      sender.reportOutcome(outcome);
     });
     const Verdict known = receiver.understand("/u/a: Eicar FOUND", [&](const Verdict& infection) {
       EXPECT_EQ(infection.file(), "/elsewhere/c");
@@ -138,7 +138,7 @@ TEST_F(VerdictChannelTest, TakesALateWordForNoOtherLine) {
   const Verdict first = infected("/u/a: Eicar FOUND");
   sender.announceMove(first);
   EXPECT_FALSE(sender.mayMove(1ms));
-  sender.tellOutcome(first);
+  sender.reportOutcome(first);
   sender.announceMove(infected("/u/b: Eicar FOUND"));
   receiver.understand("/u/a: Eicar FOUND");
   EXPECT_FALSE(sender.mayMove(1ms));
@@ -178,13 +178,13 @@ TEST_F(VerdictChannelTest, EndsAtARecordThatIsNone) {
 }
 
 TEST_F(VerdictChannelTest, PassesOverRecordsWhoseLinesNeverCame) {
-  sender.tell(infected("/u/lost: Eicar FOUND"));
+  sender.report(infected("/u/lost: Eicar FOUND"));
   sender.announceMove(infected("/u/lost too: Eicar FOUND"));
   sender.announceMove(infected("/u/b: Eicar FOUND"));
   bool allowed = false;
   JoinedThreads scanner([&] {
     allowed = sender.mayMove();
-    sender.tellOutcome(infected("/u/b: Eicar FOUND"));
+    sender.reportOutcome(infected("/u/b: Eicar FOUND"));
   });
   EXPECT_EQ(receiver.understand("/u/b: Eicar FOUND").file(), "/elsewhere/c");
   scanner.join();
@@ -192,7 +192,7 @@ TEST_F(VerdictChannelTest, PassesOverRecordsWhoseLinesNeverCame) {
 }
 
 TEST_F(VerdictChannelTest, TakesNoFileForMovedWhoseLineIsNotKnown) {
-  sender.tell(infected("/u/a: Eicar FOUND"));
+  sender.report(infected("/u/a: Eicar FOUND"));
   EXPECT_EQ(receiver.understand("torn: Eicar FOUND").whereabouts, Whereabouts::notMoved);
 }
 
@@ -212,7 +212,7 @@ TEST_F(VerdictChannelTest, TakesAFileThatCannotBeLookedAtForLeft) {
 }
 
 TEST_F(VerdictChannelTest, KeepsWhatItDrainedForTheLinesThatFollow) {
-  sender.tell(infected("/u/a: Eicar FOUND"));
+  sender.report(infected("/u/a: Eicar FOUND"));
   EXPECT_TRUE(receiver.drain());
   endSender();
   EXPECT_FALSE(receiver.drain());

@@ -38,10 +38,10 @@ Verdict message() { return Verdict(); }
 
 }  // namespace
 
-void Report::tell(Verdict verdict, const std::string& line) {
+void Report::passOn(Verdict verdict, const std::string& line) {
   if (style_.channel != nullptr) {
     verdict.line = line;
-    style_.channel->tell(verdict);
+    style_.channel->report(verdict);
   }
 }
 
@@ -56,7 +56,7 @@ void Report::clean(std::string_view path, std::string_view target) {
     verdict.kind = Verdict::Kind::clean;
     verdict.path = path;
     verdict.target = target;
-    tell(std::move(verdict), line);
+    passOn(std::move(verdict), line);
   }
   add(style_.output, std::move(line));
 }
@@ -65,7 +65,7 @@ void Report::infected(const Verdict& verdict) {
   ++infections_;
   if (!style_.quiet) {
     std::string line = infectionLine(verdict);
-    tell(verdict, line);
+    passOn(verdict, line);
     add(style_.output, std::move(line));
   }
 }
@@ -91,7 +91,7 @@ bool Report::moveWasRefused() const {
 
 void Report::outcome(const Verdict& verdict) {
   if (style_.channel != nullptr && !style_.quiet) {
-    style_.channel->tellOutcome(verdict);
+    style_.channel->reportOutcome(verdict);
   }
   whereabouts(verdict);
 }
@@ -105,7 +105,7 @@ void Report::whereabouts(const Verdict& verdict) {
   Verdict said = verdict;
   said.kind = moved ? Verdict::Kind::moved : Verdict::Kind::notMoved;
   std::string line = harmless(whereaboutsLine(verdict));
-  tell(std::move(said), line);
+  passOn(std::move(said), line);
   add(style_.errors, std::move(line));
 }
 
@@ -122,21 +122,21 @@ void Report::notScanned(Verdict verdict) {
   ++leftOut_;
   std::string line = harmless(verdict.path + ": Not scanned: " + verdict.reason);
   verdict.kind = Verdict::Kind::notScanned;
-  tell(std::move(verdict), line);
+  passOn(std::move(verdict), line);
   add(style_.errors, std::move(line));
 }
 
 void Report::error(std::string_view line) {
   ++failures_;
   std::string text = harmless(line);
-  tell(message(), text);
+  passOn(message(), text);
   add(style_.errors, std::move(text));
 }
 
 void Report::remark(std::string_view line) {
   if (!style_.quiet) {
     std::string text = harmless(line);
-    tell(message(), text);
+    passOn(message(), text);
     add(style_.errors, std::move(text));
   }
 }

@@ -62,7 +62,7 @@ class Report {
   int exitStatus() const;
 
  private:
-  void tell(Verdict verdict, const std::string& line);
+  void passOn(Verdict verdict, const std::string& line);
   void add(int descriptor, std::string line);
 
   Style style_;

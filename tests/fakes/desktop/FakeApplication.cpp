@@ -36,9 +36,9 @@ bool FakeApplication::waitUntilPosted() {
 
 void FakeApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
   ++waits;
-  // Other threads simply wait.
-  if (std::this_thread::get_id() == mainThread_ && duringWait) {
-    duringWait();
+  const auto& during = std::this_thread::get_id() == mainThread_ ? duringWait : duringWaitElsewhere;
+  if (during) {
+    during();
   }
   wait();
 }

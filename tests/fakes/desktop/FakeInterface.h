@@ -222,6 +222,8 @@ class FakeApplication final : public Application {
   bool keepsPosted = false;
   // Called while the agent waits for something that takes long, on the thread that made this.
   std::function<void()> duringWait;
+  // The same on any other thread.
+  std::function<void()> duringWaitElsewhere;
   // Called when the agent asks for its end.
   std::function<void()> onTerminate;
   std::atomic<int> waits{0};

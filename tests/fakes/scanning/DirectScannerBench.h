@@ -28,11 +28,11 @@ struct DirectScannerBench {
   // Gives the paths that the engine was run with.
   std::vector<std::string> scan(const std::vector<std::string>& paths) {
     ScanItemList items = itemsOf(paths);
-    const std::size_t before = bench.road.startedPaths().size();
+    const std::size_t before = bench.pipeline.startedPaths().size();
     StdoutCapture capture;
     scanner.scan(items);
     output = capture.text();
-    const auto started = bench.road.startedPaths();
+    const auto started = bench.pipeline.startedPaths();
     return {started.begin() + static_cast<std::ptrdiff_t>(before), started.end()};
   }
   std::string path(const std::string& relative) const {
@@ -42,7 +42,7 @@ struct DirectScannerBench {
   ScannerBench bench;
   FakeScannerMenu menu;
   PassingClock clock;
-  ScannerServices services = scannerServicesOf(bench.desktop, clock, bench.owner, &bench.road);
+  ScannerServices services = scannerServicesOf(bench.desktop, clock, bench.owner, &bench.pipeline);
   std::vector<std::string> params = {"/no/such/engine", "--stdout"};
   // What the last scan wrote to standard output and error.
   std::string output;

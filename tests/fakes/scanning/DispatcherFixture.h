@@ -56,7 +56,7 @@ class DispatcherFixture : public testing::Test {
   TemporaryFolder folder;
   ManualClock clock;
   FakeSystemLog log;
-  FakeRoadObserver observer;
+  FakePipelineObserver observer;
   FakeVolumes volumes;
   Dispatcher dispatcher{clock, log, volumes, &observer};
 };

@@ -11,9 +11,8 @@
 
 #include "platform/Notifier.h"
 #include "scanning/FileRemover.h"
-#include "scanning/RoadObserver.h"
+#include "scanning/PipelineObserver.h"
 #include "scanning/ScanArguments.h"
-#include "scanning/ScanObserver.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 #include "tests/fakes/desktop/FakePlatform.h"
@@ -201,7 +200,7 @@ class FakeScanObserver final : public ScanObserver {
 };
 
 // Keeps the stations that files passed, and lets a test wait for one.
-class FakeRoadObserver final : public RoadObserver {
+class FakePipelineObserver final : public PipelineObserver {
  public:
   void noticed(const std::string& path) override { add(noticed_, {path}); }
   void becameStable(const std::string& path) override {
@@ -273,7 +272,8 @@ class FakeRoadObserver final : public RoadObserver {
 };
 
 inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, Notifier& notifier,
-                                         RoadObserver* road, ScanObserver* scans = nullptr) {
+                                         PipelineObserver* pipeline,
+                                         ScanObserver* scans = nullptr) {
   return {desktop.application,
           clock,
           desktop.folders,
@@ -286,7 +286,7 @@ inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, No
           desktop.workspace,
           &desktop.fileDepartures,
           nullptr,
-          road,
+          pipeline,
           scans};
 }
 

@@ -42,11 +42,11 @@ struct ScannerBench {
   TemporaryFolder folder;
   ManualClock clock;
   FakePlatform desktop;
-  FakeRoadObserver road;
+  FakePipelineObserver pipeline;
   FakeScanObserver scans;
-  Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, &road};
+  Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, &pipeline};
   FakeScannerOwner owner{dispatcher};
-  ScannerServices services = scannerServicesOf(desktop, clock, owner, &road, &scans);
+  ScannerServices services = scannerServicesOf(desktop, clock, owner, &pipeline, &scans);
 };
 
 }  // namespace quillo

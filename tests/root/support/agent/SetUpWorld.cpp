@@ -156,7 +156,8 @@ SetUpWorld::Outcome SetUpWorld::asUser(const std::vector<std::string>& command) 
   std::array<char, 4096> chunk;
   const std::string question = "password for guarded: ";
   std::size_t answered = 0;
-  while (awaitReadable(terminal)) {
+  bool isHeard = true;
+  while ((isHeard = awaitReadable(terminal))) {
     const ssize_t size = read(terminal, chunk.data(), chunk.size());
     if (size <= 0) break;
     outcome.output.append(chunk.data(), static_cast<std::size_t>(size));
@@ -168,7 +169,7 @@ SetUpWorld::Outcome SetUpWorld::asUser(const std::vector<std::string>& command) 
       check(write(terminal, answer.data(), answer.size()) < 0 ? -1 : 0, "answering");
     }
   }
-  if (readable.revents == 0) kill(process, SIGKILL);
+  if (!isHeard) kill(process, SIGKILL);
   int status = 0;
   check(waitpid(process, &status, 0), "waiting for " + command[0]);
   close(terminal);  // which would hang up on it

@@ -34,7 +34,7 @@ class FindNotification : public ReportFixture {
     startRun(setting);
     VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
     report.verdicts()->letGo();
-    scanner.tell(verdict);
+    scanner.report(verdict);
     loggedFor(verdict.line + "\n");
     return owner.details().back();
   }
@@ -205,7 +205,7 @@ TEST_F(FindNotification, SaysWhyAFileThatIsGoneWasNotMoved) {
 }
 
 TEST_F(FindNotification, OfAnEngineThatCannotBeReachedIsOverWhenItJudgesAgain) {
-  report.showEngineError("Quit");
+  report.consequences().showEngineError("Quit");
   const NotificationDetails details = owner.details().back();
   EXPECT_FALSE(details.isFind);
   EXPECT_EQ(titles(details), Titles{"<NOTIFICATION_LOG>"});
