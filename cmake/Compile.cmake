@@ -23,6 +23,11 @@ if(QUILLO_SANITIZE)
     -fsanitize=${QUILLO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(quillo_flags INTERFACE -fsanitize=${QUILLO_SANITIZE})
 endif()
+if(QUILLO_COVERAGE)
+  # The helper of such a build is of no use: its filter of system calls ends whoever writes counts to a file.
+  target_compile_options(quillo_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(quillo_flags INTERFACE --coverage)
+endif()
 
 find_package(Threads REQUIRED)
 target_link_libraries(quillo_flags INTERFACE Threads::Threads)
