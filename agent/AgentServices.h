@@ -2,15 +2,18 @@
 
 #include "engine/ClamdLink.h"
 #include "platform/Platform.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 
 class Clock;
 class ThreadStarter;
 
-// What the agent stands on: the desktop, time and threads. All of it outlives the agent.
+// What the agent stands on: the desktop, its user's preferences, time and threads. All of it
+// outlives the agent.
 struct AgentServices {
   const Platform& platform;
+  const TypedPreferences& preferences;
   Clock& clock;
   ThreadStarter& threads;
   DaemonFinder findDaemon = findRunningDaemon;

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "agent/EngineProblemText.h"
-#include "agent/PreferenceKeys.h"
 #include "agent/VantrelQuillo.h"
 #include "platform/Application.h"
 #include "platform/ApplicationLauncher.h"
@@ -13,6 +12,7 @@
 #include "posix/Text.h"
 #include "posix/ThreadStarter.h"
 #include "scanning/ScannerOwner.h"
+#include "settings/PreferenceTable.h"
 
 namespace quillo {
 namespace {

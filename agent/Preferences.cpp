@@ -1,14 +1,15 @@
 #include "agent/Preferences.h"
 
-#include "agent/PreferenceKeys.h"
 #include "engine/ClamdLink.h"
 #include "platform/Folders.h"
+#include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
 #include "posix/FileFacts.h"
 #include "posix/FolderWalk.h"
 #include "posix/PlatformException.h"
 #include "posix/Shell.h"
 #include "posix/Text.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 namespace {
@@ -22,9 +23,9 @@ std::optional<std::string> joined(const std::optional<std::string>& root, const 
 
 }  // namespace
 
-Preferences::Preferences(PreferenceStore& store, Folders& folders, SystemLog& log,
-                         ClamdLink& engine)
-    : quilloPrefs(store), folders_(folders), log_(log), engine_(engine), typed_(store, log) {}
+Preferences::Preferences(PreferenceStore& store, const TypedPreferences& typed, Folders& folders,
+                         SystemLog& log, ClamdLink& engine)
+    : quilloPrefs(store), folders_(folders), log_(log), engine_(engine), typed_(typed) {}
 
 void Preferences::log(const std::string& message) { log_.log(message); }
 
@@ -43,8 +44,8 @@ bool Preferences::readPrefs() {
 }
 
 void Preferences::readEnginePaths() {
-  const std::optional<std::string> root = typed_.string("PathToClamav");
-  const std::optional<std::string> updateLog = typed_.string("PathToUpdateLog");
+  const std::optional<std::string> root = typed_.value(key::pathToClamav);
+  const std::optional<std::string> updateLog = typed_.value(key::pathToUpdateLog);
   clamPATH_.store(root);
   if (!root || !updateLog) {
     engine_.noEnginePanic(root ? EngineProblem{EngineProblem::Kind::noUpdateLog} : unnamedEngine());
@@ -54,7 +55,7 @@ void Preferences::readEnginePaths() {
                                : joined(root, "/bin/freshclam"));
   freshclamLogLocation_.store(updateLog ? std::optional<std::string>("--log=" + *updateLog)
                                         : std::nullopt);
-  runningOnServer = typed_.exists("Running on OS X Server");
+  runningOnServer = typed_.value(key::runningOnServer);
   clamScanPATH = joined(root, "/bin/clamdscan");
 }
 
@@ -137,28 +138,28 @@ void Preferences::emptyThrobberFolder() {
 }
 
 void Preferences::readScanSettings() {
-  const bool scanEmail = typed_.boolean("ScanEmail").value_or(true);
+  const bool scanEmail = typed_.value(key::scanEmail);
   scanMboxOrNot = scanEmail ? "--mbox" : "--no-mail";
   log(scanEmail ? "scan email files\n" : "do NOT scan email files\n");
-  useMultiscan = typed_.string("multiscan") == "yes";
+  useMultiscan = typed_.value(key::multiscan) == "yes";
   if (useMultiscan) {
     log("Will use as many processor cores as possible for scanning\n");
   }
   readInfectedFileSettings();
-  if (!typed_.exists("Exclude")) {
+  if (!typed_.value(key::exclude)) {
     excludePattern.clear();
     exclude = false;
   }
-  if (!typed_.exists("Include")) {
+  if (!typed_.value(key::include)) {
     includePattern.clear();
     includeOnly = false;
   }
   maxRatio.reset();
-  logProgress = typed_.boolean("QuilloLogProgress").value_or(false);
-  if (typed_.boolean("NeedsExit1FreshclamFlag").value_or(false)) {
+  logProgress = typed_.value(key::quilloLogProgress);
+  if (typed_.value(key::needsExit1FreshclamFlag)) {
     setNeedsExit1FreshclamFlag(true);
   }
-  if (typed_.boolean("UpdateDefsOnLaunch").value_or(false)) {
+  if (typed_.value(key::updateDefsOnLaunch)) {
     updateDefsAtLaunch = true;
   }
 }
@@ -166,19 +167,18 @@ void Preferences::readScanSettings() {
 void Preferences::readInfectedFileSettings() {
   quarantineOrTrash.clear();
   quarantineLocation.clear();
-  if (typed_.boolean("QuilloTrashFiles").value_or(false)) {
+  if (typed_.value(key::quilloTrashFiles)) {
     deleteInfected = true;
     quarantineInfected = false;
     quarantineOrTrash = "T";
     log("I will delete infected files\n");
   }
-  if (typed_.boolean("QuilloQuarantineFiles").value_or(false)) {
+  if (typed_.value(key::quilloQuarantineFiles)) {
     quarantineInfected = true;
     deleteInfected = false;
     quarantineOrTrash = "Q";
     log("I will quarantine infected files\n");
-    const std::string folder = typed_.folder("QuarantineFolder").value_or("");
-    quarantineLocation = "--move=" + expandingTilde(folder, folders_.homeFolder());
+    quarantineLocation = "--move=" + typed_.value(key::quarantineFolder).value_or("");
   }
 }
 

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "engine/EngineProblem.h"
-#include "platform/TypedPreferences.h"
 #include "posix/SharedText.h"
 #include "posix/Snapshot.h"
 
@@ -13,14 +12,17 @@ namespace quillo {
 
 class ClamdLink;
 class Folders;
+class PreferenceStore;
 class SystemLog;
+class TypedPreferences;
 
 // What the preferences say and what follows from it: the engine's programs, the scratch folders,
 // and what is done with infected files. Read anew at every start of watching. Main thread, but for
 // what is said to be any thread's.
 class Preferences {
  public:
-  Preferences(PreferenceStore& quilloPrefs, Folders& folders, SystemLog& log, ClamdLink& engine);
+  Preferences(PreferenceStore& quilloPrefs, const TypedPreferences& typed, Folders& folders,
+              SystemLog& log, ClamdLink& engine);
 
   // Reads everything, makes sure that the daemon runs and makes the scratch folders. False when no
   // engine is usable, with the reason in the log.
@@ -83,7 +85,7 @@ class Preferences {
   SystemLog& log_;
   ClamdLink& engine_;
   EngineProblem engineProblem_;
-  const TypedPreferences typed_;
+  const TypedPreferences& typed_;
   // Own synchronisation: the update threads ask for these.
   Snapshot<std::optional<std::string>> clamPATH_;
   Snapshot<std::optional<std::string>> freshclamPATH_;

@@ -44,7 +44,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.interfaceLoader,
                        services.platform.localizedStrings,
                        services.platform.modifierKeys,
-                       services.platform.preferenceStore,
+                       services.preferences,
                        services.platform.systemLog,
                        services.platform.workspace,
                        &services.platform.fileDepartures,
@@ -60,7 +60,7 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.folders,
                        services.platform.localizedStrings,
                        services.platform.nameWatch,
-                       services.platform.preferenceStore,
+                       services.preferences,
                        services.platform.systemLog,
                        services.platform.trashFolders},
       putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
@@ -79,16 +79,15 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                  {services.clock, services.platform.localizedStrings, services.platform.systemLog,
                   services.threads, services.findDaemon, services.isMarked}),
       notifications_(services.platform.growl, services.platform.localizedStrings),
-      preferences_(services.platform.preferenceStore, services.platform.folders,
-                   services.platform.systemLog, clamdLink_),
+      preferences_(services.platform.preferenceStore, services.preferences,
+                   services.platform.folders, services.platform.systemLog, clamdLink_),
       scanParameters_(preferences_, services.platform.folders, menuForScanners_),
-      watchList_({services.platform.folders, services.platform.mountNotifications,
-                  services.platform.preferenceStore, services.platform.systemLog},
+      watchList_({services.platform.mountNotifications, services.platform.preferenceStore,
+                  services.preferences, services.platform.systemLog},
                  mainMenu_, theDispatcher_),
       definitionUpdates_(preferences_, notifications_, mainMenu_, engineLink_,
                          services.platform.localizedStrings, services.threads),
-      scanLog_(services.platform.folders, services.platform.preferenceStore,
-               services.platform.systemLog,
+      scanLog_(services.platform.folders, services.preferences, services.platform.systemLog,
                [this](const std::function<void()>& wait) { waitKeepingDesktopAlive(wait); }),
       mainApplication_(services.platform.application, services.platform.applicationLauncher,
                        services.clock, services.platform.distributedNotificationCenter,
@@ -183,8 +182,8 @@ void VantrelQuillo::startThreads() {
 }
 
 bool VantrelQuillo::wantsDockTile() const {
-  const TypedPreferences typed(services_.platform.preferenceStore, services_.platform.systemLog);
-  const std::string wanted = lowercased(typed.string("ShowDockIcon").value_or(""));
+  const std::string wanted =
+      lowercased(services_.preferences.value(key::showDockIcon).value_or(""));
   return wanted == "true" || wanted == "both";
 }
 

@@ -6,21 +6,21 @@
 #include <string>
 #include <vector>
 
-#include "platform/TypedPreferences.h"
 #include "posix/Snapshot.h"
 
 namespace quillo {
 
 class Dispatcher;
-class Folders;
 class MountNotifications;
+class PreferenceStore;
 class SystemLog;
 class Throbber;
+class TypedPreferences;
 
 struct WatchListServices {
-  Folders& folders;
   MountNotifications& mountNotifications;
   PreferenceStore& preferenceStore;
+  const TypedPreferences& preferences;
   SystemLog& systemLog;
 };
 
@@ -56,11 +56,7 @@ class WatchList {
   std::int32_t getMaxRecursionDepth() const { return maxRecursionDepth; }
 
  private:
-  std::string pathOf(const PreferenceValue& entry) const;
-  void addEntry(const PreferenceValue& entry);
-
   const WatchListServices services_;
-  const TypedPreferences typed_;
   Throbber& mainMenu;
   Dispatcher& theDispatcher;
   const std::int32_t maxRecursionDepth = 0;

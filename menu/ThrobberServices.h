@@ -9,9 +9,9 @@ class Folders;
 class ImageLoader;
 class LocalizedStrings;
 class ModifierKeys;
-class PreferenceStore;
 class StatusBar;
 class SystemLog;
+class TypedPreferences;
 class Workspace;
 struct MainInterface;
 
@@ -25,7 +25,7 @@ struct ThrobberServices {
   LocalizedStrings& localizedStrings;
   MainInterface& mainInterface;
   ModifierKeys& modifierKeys;
-  PreferenceStore& preferenceStore;
+  const TypedPreferences& preferences;
   StatusBar& statusBar;
   SystemLog& systemLog;
   Workspace& workspace;

@@ -10,13 +10,13 @@ class Folders;
 class InterfaceLoader;
 class LocalizedStrings;
 class ModifierKeys;
-class PreferenceStore;
 class PutBackFiles;
 class RoadObserver;
 class RunningScanners;
 class ScanObserver;
 class ToldFiles;
 class SystemLog;
+class TypedPreferences;
 class Workspace;
 
 // The services that the scanners and their dialogs use. All of them outlive the scanners.
@@ -27,7 +27,7 @@ struct ScannerServices {
   InterfaceLoader& interfaceLoader;
   LocalizedStrings& localizedStrings;
   ModifierKeys& modifierKeys;
-  PreferenceStore& preferenceStore;
+  const TypedPreferences& preferences;
   SystemLog& systemLog;
   Workspace& workspace;
   // Null where found files are not followed up.

@@ -6,11 +6,11 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
 #include "platform/TrashFolders.h"
-#include "platform/TypedPreferences.h"
 #include "posix/ChildProcess.h"
 #include "posix/EscapedPath.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
+#include "settings/TypedPreferences.h"
 #include "watchers/WatcherOwner.h"
 #include "watchers/WatcherServices.h"
 
@@ -122,10 +122,7 @@ void FSEventWatcher::forgetMainLoop() {
 }
 
 void FSEventWatcher::readQuarantineFolder() {
-  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
-  const auto folder = preferences.folder("QuarantineFolder");
-  filter_.setQuarantineFolder(folder ? expandingTilde(*folder, services_.folders.homeFolder())
-                                     : "");
+  filter_.setQuarantineFolder(services_.preferences.value(key::quarantineFolder).value_or(""));
 }
 
 // False when watching was stopped between the claim and now.

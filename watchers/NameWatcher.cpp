@@ -5,8 +5,8 @@
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
-#include "platform/TypedPreferences.h"
 #include "posix/Text.h"
+#include "settings/TypedPreferences.h"
 #include "watchers/WatcherOwner.h"
 #include "watchers/WatcherServices.h"
 
@@ -50,10 +50,7 @@ NameWatcher::NameWatcher(WatcherOwner& owner, const WatcherServices& services)
     : owner_(owner), services_(services), filter_(owner, services.trashFolders) {}
 
 void NameWatcher::start() {
-  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
-  const auto quarantine = preferences.folder("QuarantineFolder");
-  quarantineFolder_.store(quarantine ? expandingTilde(*quarantine, services_.folders.homeFolder())
-                                     : "");
+  quarantineFolder_.store(services_.preferences.value(key::quarantineFolder).value_or(""));
   {
     MutexLock hold(mutex_);
     placesWithGaps_.clear();

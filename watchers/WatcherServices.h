@@ -8,9 +8,9 @@ class Clock;
 class Folders;
 class LocalizedStrings;
 class NameWatch;
-class PreferenceStore;
 class SystemLog;
 class TrashFolders;
+class TypedPreferences;
 
 // The services that the watchers use. All of them outlive the watchers.
 struct WatcherServices {
@@ -20,7 +20,7 @@ struct WatcherServices {
   Folders& folders;
   LocalizedStrings& localizedStrings;
   NameWatch& nameWatch;
-  PreferenceStore& preferenceStore;
+  const TypedPreferences& preferences;
   SystemLog& systemLog;
   TrashFolders& trashFolders;
 };

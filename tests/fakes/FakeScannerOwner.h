@@ -272,7 +272,7 @@ inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, Ro
           desktop.interfaceLoader,
           desktop.localizedStrings,
           desktop.modifierKeys,
-          desktop.preferenceStore,
+          desktop.preferences,
           desktop.systemLog,
           desktop.workspace,
           &desktop.fileDepartures,

@@ -39,7 +39,8 @@ class PreferencesUnderTest {
   ClamdLink link{owner, {clock, desktop.localizedStrings, desktop.systemLog, threads, [this] {
                            return findDaemon();
                          }}};
-  Preferences preferences{desktop.preferenceStore, desktop.folders, desktop.systemLog, link};
+  Preferences preferences{desktop.preferenceStore, desktop.preferences, desktop.folders,
+                          desktop.systemLog, link};
 };
 
 }  // namespace quillo

@@ -42,9 +42,9 @@ class WatcherAndHelper : public testing::Test {
   ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
+      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
   FSEventWatcher watcher{owner, services};
   std::unique_ptr<HelperProgram> helper;
   std::thread loop;

@@ -41,9 +41,9 @@ class WatcherRaces : public testing::Test {
   ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
+      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
   HelperProgram helper{jealous};
   FSEventWatcher watcher{owner, services};
   JoinedThreads threads;

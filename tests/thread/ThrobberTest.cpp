@@ -66,7 +66,7 @@ class ThrobberThread : public testing::Test {
   CountingOwner owner{clock};
   Throbber throbber{{desktop.application, clock, desktop.dockTile, desktop.folders,
                      desktop.imageLoader, desktop.localizedStrings, desktop.mainInterface.outlets,
-                     desktop.modifierKeys, desktop.preferenceStore, desktop.statusBar,
+                     desktop.modifierKeys, desktop.preferences, desktop.statusBar,
                      desktop.systemLog, desktop.workspace}};
 };
 

@@ -50,7 +50,7 @@ class DialogListTest : public testing::Test {
   const ScannerServices services{desktop.application,      clock,
                                  desktop.folders,          desktop.interfaceLoader,
                                  desktop.localizedStrings, desktop.modifierKeys,
-                                 desktop.preferenceStore,  desktop.systemLog,
+                                 desktop.preferences,      desktop.systemLog,
                                  desktop.workspace,        nullptr};
 };
 

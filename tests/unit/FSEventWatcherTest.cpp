@@ -34,9 +34,9 @@ class WatcherLines : public testing::Test {
   ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
+      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
   FSEventWatcher watcher{owner, services};
 };
 
@@ -301,9 +301,9 @@ TEST(WatcherLoop, IsClaimedOnceUntilItHasEnded) {
   ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
+      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
   FSEventWatcher watcher(owner, services);
   EXPECT_TRUE(watcher.claimMainLoop());
   EXPECT_FALSE(watcher.claimMainLoop());
@@ -322,9 +322,9 @@ TEST(WatcherLoop, SaysThatItEndsTheHelper) {
   ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
+      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
   FSEventWatcher watcher(owner, services);
   watcher.stopWatching();
   EXPECT_EQ(desktop.systemLog.lines(),

@@ -31,9 +31,9 @@ class NameWatcherTest : public testing::Test {
   ManualClock clock;
   FakeWatcherOwner owner;
   const WatcherServices services{
-      desktop.application,     desktop.authorization,    clock,
-      desktop.folders,         desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferenceStore, desktop.systemLog,        desktop.trashFolders};
+      desktop.application, desktop.authorization,    clock,
+      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
+      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
   NameWatcher watcher{owner, services};
 };
 

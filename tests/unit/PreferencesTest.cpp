@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "agent/PreferenceKeys.h"
 #include "agent/Preferences.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"

@@ -114,7 +114,7 @@ class ThrobberFixture : public testing::Test {
             desktop.localizedStrings,
             desktop.mainInterface.outlets,
             desktop.modifierKeys,
-            desktop.preferenceStore,
+            desktop.preferences,
             desktop.statusBar,
             desktop.systemLog,
             desktop.workspace};

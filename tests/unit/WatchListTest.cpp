@@ -39,11 +39,11 @@ class WatchListTest : public testing::Test {
   ManualClock clock;
   Throbber throbber{{desktop.application, clock, desktop.dockTile, desktop.folders,
                      desktop.imageLoader, desktop.localizedStrings, desktop.mainInterface.outlets,
-                     desktop.modifierKeys, desktop.preferenceStore, desktop.statusBar,
+                     desktop.modifierKeys, desktop.preferences, desktop.statusBar,
                      desktop.systemLog, desktop.workspace}};
   Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, nullptr};
   WatchList list{
-      {desktop.folders, desktop.mountNotifications, desktop.preferenceStore, desktop.systemLog},
+      {desktop.mountNotifications, desktop.preferenceStore, desktop.preferences, desktop.systemLog},
       throbber,
       dispatcher};
 };
