@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <optional>
 #include <string>
 
 namespace quillo {
@@ -12,6 +12,7 @@ class ThreadStarter;
 class Throbber;
 struct EngineProblem;
 struct LaunchRequest;
+struct WatchSettings;
 
 // What an update's end shows and asks for besides a notification. Any thread, unless said
 // otherwise.
@@ -37,6 +38,9 @@ class DefinitionUpdates {
   void updateVirusDefsAndNotify(bool notify);
   // The update itself, to its end.
   void performDefsUpdate(bool notify);
+
+  // Returns the updater's argument that names its log, where a preference does.
+  static std::optional<std::string> freshclamLogLocation(const WatchSettings& settings);
 
  private:
   static int runUpdater(const LaunchRequest& request);

@@ -11,10 +11,7 @@ void MenuForWatchers::setReady() { agent_.mainMenu().setReady(); }
 void MenuForWatchers::folderMissingPanic() { agent_.mainMenu().folderMissingPanic(); }
 
 Dispatcher& ScannerLink::theDispatcher() { return agent_.theDispatcher(); }
-std::string ScannerLink::getQuarantineOrTrash() { return agent_.getQuarantineOrTrash(); }
-std::string ScannerLink::getQuarantineLocation() { return agent_.getQuarantineLocation(); }
-std::string ScannerLink::getIncludePattern() { return agent_.getIncludePattern(); }
-std::string ScannerLink::getExcludePattern() { return agent_.getExcludePattern(); }
+std::shared_ptr<const WatchSettings> ScannerLink::settings() { return agent_.settings(); }
 void ScannerLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCountBy(delta); }
 bool ScannerLink::clamdStillAlive() { return agent_.engine().clamdStillAlive(); }
 void ScannerLink::recoverFromCrashedClamd() { agent_.engine().recoverFromCrashedClamd(); }
@@ -77,7 +74,7 @@ void WatcherLink::addToItemList(std::vector<std::string>& paths) {
   agent_.theDispatcher().addToItemList(paths);
 }
 
-std::optional<std::string> EngineLink::clamPATH() { return agent_.preferences().clamPATH(); }
+std::optional<std::string> EngineLink::clamPATH() { return agent_.settings()->clamPATH; }
 bool EngineLink::displayError(const std::string& description) {
   NotificationDetails details;
   details.topic = engineTopic;
@@ -99,8 +96,6 @@ StatusFacts MenuLink::status() { return agent_.face().status(); }
 Condition& MenuLink::throbberLock() { return agent_.throbberLock(); }
 void MenuLink::restartWatcher() { agent_.restartWatcherSoon(); }
 void MenuLink::updateEnded() { agent_.health().lookSoon(); }
-std::optional<std::string> MenuLink::freshclamLogLocation() {
-  return agent_.freshclamLogLocation();
-}
+std::optional<std::string> MenuLink::updateLog() { return agent_.settings()->updateLog; }
 
 }  // namespace quillo

@@ -7,7 +7,6 @@
 #include "engine/ClamdLink.h"
 #include "menu/ThrobberOwner.h"
 #include "scanning/Dispatcher.h"
-#include "scanning/ScanArguments.h"
 #include "scanning/ScannerOwner.h"
 #include "watchers/WatcherMenu.h"
 #include "watchers/WatcherOwner.h"
@@ -40,10 +39,7 @@ class ScannerLink final : public ScannerOwner {
  public:
   explicit ScannerLink(VantrelQuillo& agent) : agent_(agent) {}
   Dispatcher& theDispatcher() override;
-  std::string getQuarantineOrTrash() override;
-  std::string getQuarantineLocation() override;
-  std::string getIncludePattern() override;
-  std::string getExcludePattern() override;
+  std::shared_ptr<const WatchSettings> settings() override;
   void modifyScannerCountBy(std::int32_t delta) override;
   bool clamdStillAlive() override;
   void recoverFromCrashedClamd() override;
@@ -110,7 +106,7 @@ class MenuLink final : public ThrobberOwner {
   Condition& throbberLock() override;
   void restartWatcher() override;
   void updateEnded() override;
-  std::optional<std::string> freshclamLogLocation() override;
+  std::optional<std::string> updateLog() override;
 
  private:
   VantrelQuillo& agent_;

@@ -84,9 +84,8 @@ void VantrelQuillo::displayNoEngineWindow(const EngineProblem& problem) {
         !services_.platform.applicationLauncher.isInstalled(mainApplicationIdentifier);
     Dialog& window = isAlone ? interface.noEngineAloneWindow : interface.noEngineWindow;
     window.setMessage(
-        isAlone
-            ? textAloneOf(problem, preferenceFile_.engineCommand(preferences_.clamPATH()), strings)
-            : textOf(problem, strings));
+        isAlone ? textAloneOf(problem, preferenceFile_.engineCommand(settings()->clamPATH), strings)
+                : textOf(problem, strings));
     displayDialog(window);
   });
 }

@@ -79,9 +79,11 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                  {services.clock, services.platform.localizedStrings, services.platform.systemLog,
                   services.threads, services.findDaemon, services.isMarked}),
       notifications_(services.platform.growl, services.platform.localizedStrings),
+      daemonStart_(clamdLink_, services.platform.systemLog),
+      scratchFolders_(services.platform.folders, services.platform.systemLog),
       preferences_(services.platform.preferenceStore, services.preferences,
-                   services.platform.folders, services.platform.systemLog, clamdLink_),
-      scanParameters_(preferences_, services.platform.folders, menuForScanners_),
+                   services.platform.systemLog, clamdLink_, daemonStart_, scratchFolders_),
+      scanParameters_(services.platform.folders, menuForScanners_),
       watchList_({services.platform.mountNotifications, services.platform.preferenceStore,
                   services.preferences, services.platform.systemLog},
                  mainMenu_, theDispatcher_),
@@ -285,8 +287,8 @@ void VantrelQuillo::openPrefs(bool fromDialogButton) {
 }
 
 void VantrelQuillo::quit() {
-  const bool recovering = clamdLink_.launchNoMore() && preferences_.weLaunchedClamd;
-  if (preferences_.launchingClamd || recovering) {
+  const bool recovering = clamdLink_.launchNoMore() && daemonStart_.weLaunchedClamd;
+  if (daemonStart_.launchingClamd || recovering) {
     // A daemon left alone now would run on, and nobody would know that it is ours to stop.
     quitOnceLaunched();
     return;
@@ -305,7 +307,7 @@ void VantrelQuillo::quitNow() {
   attempt([this] { runningScanners_.endAllForGood(); });
   attempt([this] { services_.platform.distributedNotificationCenter.removeObservers(); });
   attempt([this] {
-    if (preferences_.weLaunchedClamd) {
+    if (daemonStart_.weLaunchedClamd) {
       services_.platform.systemLog.log("trying to quit clamd\n");
       clamdLink_.quitClamd();
     }

@@ -22,9 +22,11 @@
 #include "agent/ScanLog.h"
 #include "agent/ScanParameters.h"
 #include "agent/ScannerCount.h"
+#include "agent/ScratchFolders.h"
 #include "agent/ToldOnce.h"
 #include "agent/WatchList.h"
 #include "engine/ClamdLink.h"
+#include "engine/DaemonStart.h"
 #include "menu/Throbber.h"
 #include "platform/Dialog.h"
 #include "platform/StatusItem.h"
@@ -125,24 +127,29 @@ class VantrelQuillo {
     return watchList_.getCheckSubDirs();
   }
   std::optional<std::string> freshclamLogLocation() const {
-    return preferences_.freshclamLogLocation();
+    return DefinitionUpdates::freshclamLogLocation(*settings());
   }
-  std::string getQuarantineOrTrash() const { return preferences_.quarantineOrTrash; }
-  std::string getQuarantineLocation() const { return preferences_.quarantineLocation; }
-  std::string getIncludePattern() const { return preferences_.includePattern; }
-  std::string getExcludePattern() const { return preferences_.excludePattern; }
+  std::shared_ptr<const WatchSettings> settings() const { return preferences_.settings(); }
+  std::string getQuarantineOrTrash() const { return letterOf(settings()->quarantineOrTrash); }
+  std::string getQuarantineLocation() const {
+    return ScanParameters::quarantineLocation(*settings());
+  }
+  std::string getIncludePattern() const { return settings()->includePattern; }
+  std::string getExcludePattern() const { return settings()->excludePattern; }
   void waitKeepingDesktopAlive(const std::function<void()>& wait);
 
   // Main thread.
-  Preferences& preferences() { return preferences_; }
-  std::optional<std::string> getTheTempDirToWatch() const { return preferences_.theTempDirToWatch; }
-  std::optional<std::string> getTheThrobberTempDir() const {
-    return preferences_.theThrobberTempDir;
+  DaemonStart& daemonStart() { return daemonStart_; }
+  std::optional<std::string> getTheTempDirToWatch() const {
+    return scratchFolders_.theTempDirToWatch;
   }
-  bool needsExit1FreshclamFlag() const { return preferences_.needsExit1FreshclamFlag(); }
+  std::optional<std::string> getTheThrobberTempDir() const {
+    return scratchFolders_.theThrobberTempDir;
+  }
+  bool needsExit1FreshclamFlag() const { return settings()->needsExit1FreshclamFlag; }
   void setNeedsExit1FreshclamFlag(bool needed) { preferences_.setNeedsExit1FreshclamFlag(needed); }
   bool okToAddDir(const std::string& path) const {
-    return watchList_.okToAddDir(path, preferences_.quarantineLocation);
+    return watchList_.okToAddDir(path, settings()->quarantineFolder);
   }
   ScanParameters& scanParameters() { return scanParameters_; }
   bool isWatching() const { return gfsLogger.isWatching(); }
@@ -208,6 +215,8 @@ class VantrelQuillo {
   // The last problem that a window told of.
   Snapshot<EngineProblem> engineProblem_;
   // Main thread, but for what their headers say.
+  DaemonStart daemonStart_;
+  ScratchFolders scratchFolders_;
   Preferences preferences_;
   ScanParameters scanParameters_;
   WatchList watchList_;

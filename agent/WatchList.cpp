@@ -57,9 +57,10 @@ void WatchList::addToWatchListWithSubdirs(std::string path, bool withSubdirs) {
   mainMenu.setReady();
 }
 
-bool WatchList::okToAddDir(const std::string& path, const std::string& quarantineLocation) const {
+bool WatchList::okToAddDir(const std::string& path,
+                           const std::optional<std::string>& quarantineFolder) const {
   const auto folders = watchedFolderList.load();
-  return quarantineLocation != "--move=" + path + "/" &&
+  return quarantineFolder != path + "/" &&
          std::find(folders->begin(), folders->end(), path) == folders->end();
 }
 

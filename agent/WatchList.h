@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,9 +35,9 @@ class WatchList {
   void populateMenu();
   // Adds the path if something is there, with a "/" at its end if it is a folder.
   void addToWatchListWithSubdirs(std::string path, bool withSubdirs);
-  // Whether the folder is neither the quarantine folder nor watched already. `quarantineLocation`
-  // is the move argument.
-  bool okToAddDir(const std::string& path, const std::string& quarantineLocation) const;
+  // Returns whether the folder is neither the quarantine folder nor watched already.
+  bool okToAddDir(const std::string& path,
+                  const std::optional<std::string>& quarantineFolder) const;
   // Looks out no more, and empties list and menu.
   void stop();
   void newVolumeAppeared(const std::string& devicePath);

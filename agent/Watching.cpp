@@ -40,10 +40,10 @@ void VantrelQuillo::setUpAndWatch(bool update) {
     mainMenu_.enableMenuItems(0);
     return;
   }
-  progressLog_.setEnabled(preferences_.logProgress);
+  progressLog_.setEnabled(settings()->logProgress);
   scanLog_.rotateLogFile();
-  if (!scanParameters_.setScanParameters()) {
-    const auto& scanner = preferences_.clamScanPATH;
+  if (!scanParameters_.setScanParameters(*settings())) {
+    const auto scanner = settings()->clamScanPATH;
     tellNoEngine(scanner ? EngineProblem{EngineProblem::Kind::scannerMissing, *scanner}
                          : preferences_.unnamedEngine());
   }
@@ -55,7 +55,7 @@ void VantrelQuillo::setUpAndWatch(bool update) {
   services_.platform.systemLog.log(watchList_.inWords());
   startWatcherThread();
   nameWatcher_.start();
-  if (update && preferences_.updateDefsAtLaunch) {
+  if (update && settings()->updateDefsAtLaunch) {
     definitionUpdates_.updateVirusDefsAndNotify(false);
   }
   warnOfMissingDefinitions();

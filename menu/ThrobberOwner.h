@@ -24,8 +24,8 @@ class ThrobberOwner {
   virtual void restartWatcher() = 0;
   // A definition update has ended, well or not. Any thread.
   virtual void updateEnded() = 0;
-  // "--log=" and the update log's path; absent when no preference names it. Main thread.
-  virtual std::optional<std::string> freshclamLogLocation() = 0;
+  // The log of definition updates; absent when no preference names it. Main thread.
+  virtual std::optional<std::string> updateLog() = 0;
 };
 
 }  // namespace quillo

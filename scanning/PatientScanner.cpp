@@ -31,11 +31,12 @@ void PatientScanner::setMenuAndParams(const ScanArgumentList& list) {
       settings.scanParams.push_back(*argument);
     }
   }
-  settings.policy.quarantineOrTrash = owner_.getQuarantineOrTrash();
+  const std::shared_ptr<const WatchSettings> chosen = owner_.settings();
+  settings.policy.quarantineOrTrash = chosen->quarantineOrTrash;
   settings.excludePatterns = readExcludePatterns();
   settings.policy.quarantineLocation = before->policy.quarantineLocation;
-  if (settings.policy.quarantineOrTrash == "Q") {
-    settings.policy.quarantineLocation = folderOfMoveOption(owner_.getQuarantineLocation());
+  if (chosen->quarantineOrTrash == InfectedFileAction::quarantine) {
+    settings.policy.quarantineLocation = chosen->quarantineFolder.value_or("");
   }
   settings.policy.suppressInfoDialogs = services_.preferences.value(key::suppressInfoDialogs);
   settings_.store(std::move(settings));

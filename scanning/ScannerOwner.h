@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <variant>
+#include <vector>
 
 #include "platform/GrowlApplicationBridge.h"
 
@@ -10,6 +12,19 @@ namespace quillo {
 
 class Dispatcher;
 class FileRemover;
+struct WatchSettings;
+
+// What a scanner asks of the status menu.
+class ScannerMenu {
+ public:
+  virtual ~ScannerMenu() = default;
+  virtual std::string getQuitMenuName() const = 0;
+};
+
+// The scan argument list: element 0 the status menu, element 1 the scanner program, then its
+// arguments.
+using ScanArgument = std::variant<ScannerMenu*, std::string>;
+using ScanArgumentList = std::vector<ScanArgument>;
 
 // The kinds of notification, by the number that selects title and name.
 enum NotificationCode : std::int32_t {
@@ -45,13 +60,8 @@ class DialogListOwner {
 class ScannerOwner : public DialogListOwner {
  public:
   virtual Dispatcher& theDispatcher() = 0;
-  // "Q", "T" or "".
-  virtual std::string getQuarantineOrTrash() = 0;
-  // "--move=" and the quarantine folder, or "".
-  virtual std::string getQuarantineLocation() = 0;
-  // Regular expressions, or "".
-  virtual std::string getIncludePattern() = 0;
-  virtual std::string getExcludePattern() = 0;
+  // Returns what was read at the last start of watching.
+  virtual std::shared_ptr<const WatchSettings> settings() = 0;
   virtual void modifyScannerCountBy(std::int32_t delta) = 0;
   virtual bool clamdStillAlive() = 0;
   virtual void recoverFromCrashedClamd() = 0;

@@ -14,6 +14,7 @@
 #include "scanning/ScanObserver.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
+#include "settings/WatchSettings.h"
 #include "tests/fakes/FakePlatform.h"
 
 // What stands around the scanners, without an agent.
@@ -25,10 +26,9 @@ class FakeScannerOwner final : public ScannerOwner {
   explicit FakeScannerOwner(Dispatcher& dispatcher) : dispatcher_(dispatcher) {}
 
   Dispatcher& theDispatcher() override { return dispatcher_; }
-  std::string getQuarantineOrTrash() override { return quarantineOrTrash; }
-  std::string getQuarantineLocation() override { return quarantineLocation; }
-  std::string getIncludePattern() override { return includePattern; }
-  std::string getExcludePattern() override { return excludePattern; }
+  std::shared_ptr<const WatchSettings> settings() override {
+    return std::make_shared<const WatchSettings>(chosen);
+  }
   void modifyScannerCountBy(std::int32_t delta) override {
     record(delta > 0 ? "count up" : "count down");
     count += delta;
@@ -134,10 +134,7 @@ class FakeScannerOwner final : public ScannerOwner {
   }
 
   std::string missingProgram;
-  std::string quarantineOrTrash;
-  std::string quarantineLocation;
-  std::string includePattern;
-  std::string excludePattern;
+  WatchSettings chosen;
   std::atomic<bool> alive{true};
   std::atomic<std::int32_t> count{0};
   std::function<void()> duringAliveCheck;

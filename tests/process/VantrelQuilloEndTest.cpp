@@ -63,7 +63,7 @@ TEST_F(WatchingAgent, QuitsADaemonThatIsOnlyBeingLaunchedOnceItCanBeTold) {
 TEST_F(WatchingAgent, StopsBeforeItQuits) {
   watch();
   FakeClamd clamd(socketPath());
-  agent().preferences().weLaunchedClamd = true;
+  agent().daemonStart().weLaunchedClamd = true;
   agent().quit();
   EXPECT_FALSE(agent().isWatching());
   EXPECT_EQ(linesOf({ended, "trying to quit clamd"}), (Lines{ended, "trying to quit clamd"}));
@@ -187,7 +187,7 @@ TEST_F(RecoveringAgent, GivesUpADaemonThatNeverStartsWhenItIsToQuit) {
 
 TEST_F(RecoveringAgent, LeavesADaemonThatWasThereBeforeToItself) {
   crash();
-  agent().preferences().weLaunchedClamd = false;
+  agent().daemonStart().weLaunchedClamd = false;
   agent().quit();
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
   EXPECT_FALSE(log().has("trying to quit clamd"));

@@ -27,7 +27,7 @@ class CountingOwner final : public ThrobberOwner {
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override {}
   void updateEnded() override {}
-  std::optional<std::string> freshclamLogLocation() override { return std::nullopt; }
+  std::optional<std::string> updateLog() override { return std::nullopt; }
 
   std::atomic<std::int32_t> count{0};
 

@@ -189,13 +189,13 @@ TEST_F(WatchListTest, StopsToLookOutForVolumesAndKeepsItsFlags) {
 }
 
 TEST_F(WatchListTest, AcceptsAFolderThatIsNeitherWatchedNorTheQuarantine) {
-  EXPECT_TRUE(list.okToAddDir("/a", ""));
+  EXPECT_TRUE(list.okToAddDir("/a", std::nullopt));
   choose({watchedFolder(home.path(), true)});
   list.populateMenu();
-  EXPECT_TRUE(list.okToAddDir("/a", "--move=/b/"));
-  EXPECT_FALSE(list.okToAddDir("/a", "--move=/a/"));
-  EXPECT_TRUE(list.okToAddDir("/a", "--move=/a"));
-  EXPECT_FALSE(list.okToAddDir(home.path() + "/", ""));
+  EXPECT_TRUE(list.okToAddDir("/a", "/b/"));
+  EXPECT_FALSE(list.okToAddDir("/a", "/a/"));
+  EXPECT_TRUE(list.okToAddDir("/a", "/a"));
+  EXPECT_FALSE(list.okToAddDir(home.path() + "/", std::nullopt));
   EXPECT_TRUE(list.okToAddDir(home.path(), ""));
 }
 
