@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include "agent/Face.h"
+#include "agent/StatusBoard.h"
 #include "platform/SystemLog.h"
 
 namespace quillo {
@@ -73,14 +73,14 @@ bool Health::look() {
   const DefinitionState state = !definitions.real ? DefinitionState::none
                                 : isOld           ? DefinitionState::old
                                                   : DefinitionState::goodOrUnknown;
-  services_.face.setDefinitions(state, isOld ? static_cast<std::size_t>(days) : 0);
+  services_.statusBoard.setDefinitions(state, isOld ? static_cast<std::size_t>(days) : 0);
   if (isOld && !std::exchange(toldOfAge_, true)) {
     services_.systemLog.log("The virus definitions are " + std::to_string(days) +
                             " days old: newer malware is not found until they have been updated");
   }
   toldOfAge_ = isOld;
   const std::vector<std::string> missing = services_.missingFolders();
-  services_.face.setMissingFolders(missing);
+  services_.statusBoard.setMissingFolders(missing);
   return state == DefinitionState::goodOrUnknown && missing.empty();
 }
 

@@ -11,7 +11,7 @@
 
 namespace quillo {
 
-class Face;
+class StatusBoard;
 class SystemLog;
 
 // What health is judged by, asked on the thread that looks, and who is told when it has. All of
@@ -19,7 +19,7 @@ class SystemLog;
 struct HealthServices {
   Clock& clock;
   SystemLog& systemLog;
-  Face& face;
+  StatusBoard& statusBoard;
   std::function<LoadedDefinitions()> definitions;
   std::function<std::vector<std::string>()> missingFolders;
   std::function<void()> hasLooked;

@@ -17,8 +17,8 @@ bool ScannerLink::clamdStillAlive() { return agent_.engine().clamdStillAlive(); 
 void ScannerLink::recoverFromCrashedClamd() { agent_.engine().recoverFromCrashedClamd(); }
 void ScannerLink::recoverUnreachableClamd() { agent_.engine().recoverUnreachableClamd(); }
 void ScannerLink::noEnginePanic(const std::string& program) {
-  agent_.face().setEngineMissing(true);
-  agent_.mainMenu().tellStatus();
+  agent_.statusBoard().setEngineMissing(true);
+  agent_.mainMenu().showStatus();
   agent_.engine().noEnginePanic({EngineProblem::Kind::scannerFailed, program});
 }
 std::string ScannerLink::getQuitMenuName() { return agent_.mainMenu().getQuitMenuName(); }
@@ -60,18 +60,12 @@ bool WatcherLink::displayHelperError(const std::string& description) {
 }
 void WatcherLink::withdrawHelperErrors() { agent_.withdrawNotification(helperTopic); }
 void WatcherLink::setHelperFails(bool fails) {
-  agent_.face().setHelperFails(fails);
-  agent_.mainMenu().tellStatus();
+  agent_.statusBoard().setHelperFails(fails);
+  agent_.mainMenu().showStatus();
 }
 void WatcherLink::setPlacesWithGaps(std::size_t count) {
-  agent_.face().setPlacesWithGaps(count);
-  agent_.mainMenu().tellStatus();
-}
-void WatcherLink::addStringToItemList(const std::string& path) {
-  agent_.theDispatcher().addStringToItemList(path);
-}
-void WatcherLink::addToItemList(std::vector<std::string>& paths) {
-  agent_.theDispatcher().addToItemList(paths);
+  agent_.statusBoard().setPlacesWithGaps(count);
+  agent_.mainMenu().showStatus();
 }
 
 std::optional<std::string> EngineLink::clamPATH() { return agent_.settings()->clamPATH; }
@@ -92,7 +86,7 @@ void EngineLink::waitKeepingDesktopAlive(const std::function<void()>& wait) {
 
 std::int32_t MenuLink::scannerCount() { return agent_.scannerCount(); }
 void MenuLink::modifyScannerCountBy(std::int32_t delta) { agent_.modifyScannerCountBy(delta); }
-StatusFacts MenuLink::status() { return agent_.face().status(); }
+StatusFacts MenuLink::status() { return agent_.statusBoard().status(); }
 Condition& MenuLink::throbberLock() { return agent_.throbberLock(); }
 void MenuLink::restartWatcher() { agent_.restartWatcherSoon(); }
 void MenuLink::updateEnded() { agent_.health().lookSoon(); }

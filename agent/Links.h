@@ -8,7 +8,6 @@
 #include "menu/ThrobberOwner.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/ScannerOwner.h"
-#include "watchers/WatcherMenu.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
@@ -61,12 +60,26 @@ class ScannerLink final : public ScannerOwner {
   VantrelQuillo& agent_;
 };
 
-class WatcherLink final : public WatcherOwner, private PathIntake {
+// Where the watchers' paths go: the queue itself.
+class DispatcherIntake final : public PathIntake {
+ public:
+  explicit DispatcherIntake(Dispatcher& theDispatcher) : theDispatcher_(theDispatcher) {}
+  void addStringToItemList(const std::string& path) override {
+    theDispatcher_.addStringToItemList(path);
+  }
+  void addToItemList(std::vector<std::string>& paths) override {
+    theDispatcher_.addToItemList(paths);
+  }
+
+ private:
+  Dispatcher& theDispatcher_;
+};
+
+class WatcherLink final : public WatcherOwner {
  public:
   explicit WatcherLink(VantrelQuillo& agent) : agent_(agent) {}
   std::shared_ptr<const WatchedFolderList> getWatchedFolderList() override;
   std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() override;
-  PathIntake& theDispatcher() override { return *this; }
   void stopWatcherFromWatcher() override;
   void startWatcherFromWatcher() override;
   bool displayError(const std::string& description) override;
@@ -76,9 +89,6 @@ class WatcherLink final : public WatcherOwner, private PathIntake {
   void setPlacesWithGaps(std::size_t count) override;
 
  private:
-  void addStringToItemList(const std::string& path) override;
-  void addToItemList(std::vector<std::string>& paths) override;
-
   VantrelQuillo& agent_;
 };
 

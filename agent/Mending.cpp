@@ -23,7 +23,7 @@ constexpr const char* roomTopic = "room";
 }  // namespace
 
 int VantrelQuillo::showWindow() {
-  face_.showVerdicts();
+  statusBoard_.showVerdicts();
   const int error = services_.platform.application.activateIgnoringOtherApps();
   if (error != 0) {
     services_.platform.systemLog.log("Could not bring the application to front. Error " +
@@ -33,7 +33,7 @@ int VantrelQuillo::showWindow() {
 }
 
 int VantrelQuillo::showItself() {
-  const StatusFacts facts = face_.status();
+  const StatusFacts facts = statusBoard_.status();
   if (facts.engineMissing && !facts.settingUp) {
     restartWatcherSoon();
   }
@@ -68,8 +68,8 @@ void VantrelQuillo::mend() {
 }
 
 void VantrelQuillo::tellNoEngine(const EngineProblem& problem) {
-  face_.setEngineMissing(true);
-  face_.setPreferencesMissing(problem.kind == EngineProblem::Kind::noPreferences);
+  statusBoard_.setEngineMissing(true);
+  statusBoard_.setPreferencesMissing(problem.kind == EngineProblem::Kind::noPreferences);
   displayNoEngineWindow(problem);
 }
 
@@ -95,17 +95,17 @@ void VantrelQuillo::displayNoEngineWindow(const EngineProblem& problem) {
 void VantrelQuillo::tellOfRoom(StatusBar::Room room, const std::string& desktop) {
   const std::string subject = "no-tray-" + desktop;
   if (room == StatusBar::Room::shown) {
-    toldOnce_.forget(subject);
+    seenHints_.forget(subject);
     notifications_.withdraw(roomTopic);
     return;
   }
-  if (wantsDockTile() || !toldOnce_.isNews(subject)) {
+  if (wantsDockTile() || !seenHints_.isNews(subject)) {
     return;
   }
   if (notifyOfRoom()) {
-    toldOnce_.remember(subject);
+    seenHints_.remember(subject);
   } else if (room == StatusBar::Room::notYet) {
-    toldOnce_.forget(subject);
+    seenHints_.forget(subject);
     return;
   } else {
     showWindow();
@@ -126,8 +126,8 @@ bool VantrelQuillo::notifyOfRoom() {
 }
 
 void VantrelQuillo::tellOfHealth() {
-  mainMenu_.tellStatus();
-  if (face_.status().definitions != DefinitionState::none) {
+  mainMenu_.showStatus();
+  if (statusBoard_.status().definitions != DefinitionState::none) {
     definitionsCame();
   }
 }

@@ -50,10 +50,18 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        &services.platform.fileDepartures,
                        &putBackFiles_,
                        &progressLog_,
-                       &face_,
+                       &statusBoard_,
                        &runningScanners_,
                        &toldFiles_,
                        &abortedScans_},
+      putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
+      progressLog_(services.platform.systemLog),
+      abortedScans_(services.platform.systemLog, &progressLog_),
+      statusBoard_({services.clock, services.platform.dockTile, services.platform.folders,
+                    services.platform.localizedStrings}),
+      theDispatcher_(services.clock, services.platform.systemLog, services.platform.volumes,
+                     &progressLog_),
+      intake_(theDispatcher_),
       watcherServices_{services.platform.application,
                        services.platform.authorization,
                        services.clock,
@@ -62,14 +70,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
                        services.platform.nameWatch,
                        services.preferences,
                        services.platform.systemLog,
-                       services.platform.trashFolders},
-      putBackFiles_(services.platform.folders.stateFolder(), services.platform.systemLog),
-      progressLog_(services.platform.systemLog),
-      abortedScans_(services.platform.systemLog, &progressLog_),
-      face_({services.clock, services.platform.dockTile, services.platform.folders,
-             services.platform.localizedStrings}),
-      theDispatcher_(services.clock, services.platform.systemLog, services.platform.volumes,
-                     &progressLog_),
+                       services.platform.trashFolders,
+                       intake_},
       firstPatientScanner(scannerLink_, scannerServices_),
       secondPatientScanner(scannerLink_, scannerServices_),
       gfsLogger(watcherLink_, watcherServices_),
@@ -97,14 +99,14 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& menu)
       preferenceFile_({services.platform.application, services.platform.folders,
                        services.platform.preferenceStore, services.platform.systemLog,
                        services.platform.workspace}),
-      toldOnce_(services.platform.folders, services.platform.systemLog),
-      health_({services.clock, services.platform.systemLog, face_,
+      seenHints_(services.platform.folders, services.platform.systemLog),
+      health_({services.clock, services.platform.systemLog, statusBoard_,
                [this] { return clamdLink_.loadedDefinitions(); },
                [this] { return watchList_.missingFolders(); }, [this] { tellOfHealth(); }}) {
   firstPatientScanner.setMyName("firstPatientScanner");
   secondPatientScanner.setMyName("secondPatientScanner");
   mainMenu_.setController(menuLink_);
-  face_.setEngineIsBack([this] { mainMenu_.tellStatus(); });
+  statusBoard_.setEngineIsBack([this] { mainMenu_.showStatus(); });
   connectInterface();
   scanLog_.logAllToScanLog();
 }
@@ -198,7 +200,7 @@ void VantrelQuillo::showDockTileIfWanted() {
                                      std::to_string(error));
     return;
   }
-  face_.showVerdicts();
+  statusBoard_.showVerdicts();
 }
 
 void VantrelQuillo::listenToDesktop() {

@@ -10,7 +10,6 @@
 #include "agent/AgentServices.h"
 #include "agent/DefinitionUpdates.h"
 #include "agent/DialogList.h"
-#include "agent/Face.h"
 #include "agent/Health.h"
 #include "agent/Links.h"
 #include "agent/MainApplication.h"
@@ -23,7 +22,8 @@
 #include "agent/ScanParameters.h"
 #include "agent/ScannerCount.h"
 #include "agent/ScratchFolders.h"
-#include "agent/ToldOnce.h"
+#include "agent/SeenHints.h"
+#include "agent/StatusBoard.h"
 #include "agent/WatchList.h"
 #include "engine/ClamdLink.h"
 #include "engine/DaemonStart.h"
@@ -40,7 +40,6 @@
 #include "scanning/ScannerServices.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 
@@ -107,7 +106,7 @@ class VantrelQuillo {
   ClamdLink& engine() { return clamdLink_; }
   DialogList& dialogList() { return dialogList_; }
   RunningScanners& runningScanners() { return runningScanners_; }
-  Face& face() { return face_; }
+  StatusBoard& statusBoard() { return statusBoard_; }
   Health& health() { return health_; }
   Condition& throbberLock() { return scannerCount_.throbberLock(); }
   Mutex& scannerCountLock() { return scannerCount_.scannerCountLock(); }
@@ -195,15 +194,16 @@ class VantrelQuillo {
   EngineLink engineLink_;
   MenuLink menuLink_;
   const ScannerServices scannerServices_;
-  const WatcherServices watcherServices_;
   // Own synchronisation.
   RunningScanners runningScanners_;
   PutBackFiles putBackFiles_;
   ProgressLog progressLog_;
   ToldFiles toldFiles_;
   AbortedScans abortedScans_;
-  Face face_;
+  StatusBoard statusBoard_;
   Dispatcher theDispatcher_;
+  DispatcherIntake intake_;
+  const WatcherServices watcherServices_;
   PatientScanner firstPatientScanner;
   PatientScanner secondPatientScanner;
   FSEventWatcher gfsLogger;
@@ -224,7 +224,7 @@ class VantrelQuillo {
   ScanLog scanLog_;
   MainApplication mainApplication_;
   PreferenceFile preferenceFile_;
-  ToldOnce toldOnce_;
+  SeenHints seenHints_;
   MainThreadRequests requests_;
   Health health_;  // asks others of these
   bool startAfterSleep = false;

@@ -20,21 +20,21 @@ void VantrelQuillo::beginWatching(bool update) {
     explicit SettingUp(VantrelQuillo& which) : agent(which) { tell(true); }
     ~SettingUp() { tell(false); }
     void tell(bool settingUp) {
-      agent.face_.setSettingUp(settingUp);
-      agent.mainMenu_.tellStatus();
+      agent.statusBoard_.setSettingUp(settingUp);
+      agent.mainMenu_.showStatus();
     }
   } settingUp(*this);
   setUpAndWatch(update);
 }
 
 void VantrelQuillo::setUpAndWatch(bool update) {
-  if (face_.status().engineMissing) {
+  if (statusBoard_.status().engineMissing) {
     // What they say may be over. If it is not, they come again.
     services_.platform.mainInterface.noEngineWindow.orderOut();
     services_.platform.mainInterface.noEngineAloneWindow.orderOut();
   }
-  face_.setEngineMissing(false);
-  face_.setPreferencesMissing(false);
+  statusBoard_.setEngineMissing(false);
+  statusBoard_.setPreferencesMissing(false);
   if (!preferences_.readPrefs()) {
     tellNoEngine(preferences_.engineProblem());
     mainMenu_.enableMenuItems(0);
@@ -50,8 +50,8 @@ void VantrelQuillo::setUpAndWatch(bool update) {
   firstPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   secondPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
   watchList_.populateMenu();
-  face_.setWatchedFolders(*watchList_.getWatchedFolderList());
-  face_.setMissingFolders(watchList_.missingFolders());
+  statusBoard_.setWatchedFolders(*watchList_.getWatchedFolderList());
+  statusBoard_.setMissingFolders(watchList_.missingFolders());
   services_.platform.systemLog.log(watchList_.inWords());
   startWatcherThread();
   nameWatcher_.start();
@@ -117,7 +117,7 @@ void VantrelQuillo::finishEndOfWatching() {
   health_.setWatching(false);
   nameWatcher_.stop();
   watchList_.stop();
-  face_.setWatchedFolders({});
+  statusBoard_.setWatchedFolders({});
   preferences_.drop();
   scanParameters_.empty();
 }

@@ -52,7 +52,7 @@ bool EventLoop::isOver(short parent, short output) const {
   return parent != 0;
 }
 
-void EventLoop::tellAll() {
+void EventLoop::reportAll() {
   readNamed();
   readPlain();
   lines_.flush();
@@ -73,12 +73,12 @@ void EventLoop::run() {
     if (waiting[2].revents != 0) resolver_.forget();
     if (waiting[5].revents != 0) {
       // What was marked so far is told before the program is started anew.
-      tellAll();
+      reportAll();
       throw std::runtime_error("the marking process has ended");
     }
     if (waiting[0].revents == 0 && waiting[1].revents == 0) continue;
     letEventsMerge();
-    tellAll();
+    reportAll();
   }
 }
 

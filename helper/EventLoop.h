@@ -26,7 +26,7 @@ class EventLoop {
 
  private:
   bool isOver(short parent, short output) const;
-  void tellAll();
+  void reportAll();
   bool isOwn(pid_t process) const;
   void readNamed();
   void readPlain();

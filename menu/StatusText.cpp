@@ -37,12 +37,12 @@ StatusText::StatusText(LocalizedStrings& strings, Clock& clock, std::function<St
                        std::function<void(const StatusLine&)> show)
     : strings_(strings), clock_(clock), facts_(std::move(facts)), show_(std::move(show)) {}
 
-void StatusText::tell() {
+void StatusText::show() {
   MutexLock hold(mutex_);
   showWords(facts_());
 }
 
-void StatusText::tellCount() {
+void StatusText::showCount() {
   MutexLock hold(mutex_);
   if (shownAt_ && clock_.now() - *shownAt_ < shortestBetweenCounts) {
     return;

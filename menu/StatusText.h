@@ -37,7 +37,7 @@ struct StatusFacts {
   // Whether the animation runs: a run of the engine too short for it is not worth a word.
   bool busy = false;
   bool watching = false;
-  // Nothing is told of changed files, whatever is meant to be watched.
+  // No changed file is reported, whatever is meant to be watched.
   bool helperFails = false;
   std::size_t watchedFolders = 0;
   // Those among them in which changes can be missed.
@@ -58,10 +58,10 @@ struct StatusLine {
   bool operator==(const StatusLine&) const = default;
 };
 
-// What needs attention; nothing while watching is being set up, or was stopped by its user. Pure.
+// Returns what needs attention: none while watching is being set up, or was stopped by its user.
 Attention attentionFor(const StatusFacts& facts);
 
-// What the agent is doing, in words of the user's language: told when they have changed, and at
+// What the agent is doing, in words of the user's language: shown when they have changed, and at
 // most twice a second while only a count changes. Any thread; costs nothing while nobody calls.
 class StatusText {
  public:
@@ -71,11 +71,13 @@ class StatusText {
   StatusText(LocalizedStrings& strings, Clock& clock, std::function<StatusFacts()> facts,
              std::function<void(const StatusLine&)> show);
 
-  // After something other than the count of files has changed.
-  void tell();
-  // For the animation, at every picture. A moment without files, between two runs of the engine,
-  // is passed over.
-  void tellCount();
+  // Shows the words if they have changed. To be called after something other than the count of
+  // files has.
+  void show();
+  // Does the same for the animation, at every picture. A moment without files, between two runs of
+  // the engine, is passed over.
+  void showCount();
+  // Returns the words for the facts.
   std::string wordsFor(const StatusFacts& facts) const;
 
  private:

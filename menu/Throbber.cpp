@@ -129,7 +129,7 @@ void Throbber::prepare(ThrobberOwner& owner) {
   if (currentlyWatching) {
     showWatching();
   }
-  tellStatus();
+  showStatus();
 }
 
 void Throbber::round() {
@@ -167,7 +167,7 @@ void Throbber::waitUntilSomethingRuns() {
 
 void Throbber::showFrame(std::size_t number, Clock::Duration length) {
   setMenuAndDockTile(images_.load()->frames[number - 1]);
-  statusText_.tellCount();
+  statusText_.showCount();
   services_.clock.sleepFor(length);
 }
 
@@ -191,18 +191,18 @@ void Throbber::showWatching() {
   enableMenuItems(2);
   rest(Rest::watching);
   setAlternateImage(images_.load()->altImage);
-  tellStatus();
+  showStatus();
 }
 
 void Throbber::startUpdate() {
   updating = true;
-  tellStatus();
+  showStatus();
   vantrelQuilloController.load()->modifyScannerCountBy(1);
 }
 
 void Throbber::stopUpdate() {
   updating = false;
-  tellStatus();
+  showStatus();
   vantrelQuilloController.load()->modifyScannerCountBy(-1);
   vantrelQuilloController.load()->updateEnded();
 }

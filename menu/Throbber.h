@@ -54,7 +54,7 @@ class Throbber {
 
   // Says in words what the agent is doing, in the status item and in the Dock tile, when that has
   // changed. To be called when what the owner knows of it may have; any thread.
-  void tellStatus() { statusText_.tell(); }
+  void showStatus() { statusText_.show(); }
   // What it says. Any thread.
   std::string stateInWords() { return statusText_.wordsFor(status()); }
 

@@ -83,7 +83,7 @@ void Throbber::clearMenu() {
   enableMenuItems(1);
   rest(Rest::idle);
   setAlternateImage(images_.load()->altImage2);
-  tellStatus();
+  showStatus();
 }
 
 void Throbber::addToMenuWithObjectToWatch(const std::string& title, const std::string&) {
@@ -98,7 +98,7 @@ void Throbber::addToMenuWithObjectToWatch(const std::string& title, const std::s
   startMenuItem.setTitle(services_.localizedStrings.stringForKey("WAIT", ""));
   foldersWatchedMenuItem.setEnabled(true);
   isSettingUp_ = true;
-  tellStatus();
+  showStatus();
 }
 
 void Throbber::openFolder(const std::string& itemTitle) {

@@ -12,30 +12,31 @@ namespace quillo {
 class Application {
  public:
   virtual ~Application() = default;
-  // Has `action` run on the main thread and returns at once. Any thread.
+  // Posts `action` to the main thread and returns at once. Any thread.
   virtual void performOnMainThread(std::function<void()> action) = 0;
-  // Does `wait`, which may take long, on a thread of its own and returns when it is done. On the
+  // Runs `wait`, which may take long, on a thread of its own and returns when it has ended. On the
   // main thread the desktop stays alive meanwhile: windows are drawn, and what is posted is
-  // performed. From any other thread it simply waits.
+  // performed. On any other thread it only waits.
   virtual void waitKeepingDesktopAlive(const std::function<void()>& wait) = 0;
-  // Asks the application to end in an orderly way: its delegate's applicationWillTerminate() runs
-  // on the main thread. Returns at once. Any thread.
+  // Requests an orderly end and returns at once: the delegate's applicationWillTerminate() runs on
+  // the main thread. Any thread.
   virtual void terminate() = 0;
-  // Ends the process with that status at once; no other thread is waited for. Does not return, but
-  // in tests. Any thread.
+  // Ends the process with that status at once and waits for no other thread. Returns in tests only.
+  // Any thread.
   virtual void exit(int status) = 0;
-  // The version of the desktop as a BCD number, 0x1040 or more where notifications are to be had.
+  // Returns the version of the desktop as a BCD number, 0x1040 or more where it has notifications;
+  // nothing when it is unknown.
   virtual std::optional<int> systemVersion() = 0;
-  // Gives the process an entry in the task bar, next to the status item. 0, or the error's number.
-  // Main thread.
+  // Gives the process an entry in the task bar, beside the status item. Returns 0 or an error
+  // number. Main thread.
   virtual int transformToForegroundApplication() = 0;
-  // Brings the window of that entry to the front. Without an entry, the process has one until the
-  // user closes that window. 0, or the error's number. Main thread.
+  // Brings the window of that entry to the front. A process without an entry has one until the user
+  // closes the window. Returns 0 or an error number. Main thread.
   virtual int activateIgnoringOtherApps() = 0;
-  // What another start of the program asks of this one instead of running; 0, or the error's
-  // number. Who asked before there was a handler is answered by it. Main thread.
+  // Sets what another start of the program calls in this one instead of running; the handler
+  // returns 0 or an error number. It also answers calls that came before it. Main thread.
   virtual void setReopenHandler(std::function<int()> handler) = 0;
-  // The image of that entry. Any thread; shown soon.
+  // Sets the image of that entry, which is shown soon. Any thread.
   virtual void setApplicationIconImage(const ImageRef& image) = 0;
   // Any thread.
   virtual void beep() = 0;

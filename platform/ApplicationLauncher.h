@@ -8,18 +8,16 @@ namespace quillo {
 class ApplicationLauncher {
  public:
   virtual ~ApplicationLauncher() = default;
-  // Whether the desktop knows an application of that identifier.
+  // Returns whether the desktop knows an application of that identifier.
   virtual bool isInstalled(const std::string& identifier) = 0;
-  // Asks the desktop to start the application and does not wait for it. False when it is unknown.
+  // Has the desktop start the application and does not wait. Returns false when it is unknown.
   virtual bool launchApplication(const std::string& identifier) = 0;
-  // Whether the desktop has yet to say if it started the one that was launched last; until it has,
-  // other ways to start it may still be tried here. Events have to be handled meanwhile.
+  // Returns true until the desktop has answered whether it started the application launched last.
+  // Other ways to start it may be tried meanwhile, for which events have to be handled.
   virtual bool isLaunching() = 0;
-  // Whether the desktop said in the end that it could not start the one that was launched last, and
-  // no other way was left.
+  // Returns whether the application launched last could not be started in any way.
   virtual bool launchFailed() = 0;
-  // The identifier of the application that has the user's attention; empty when that cannot be
-  // told.
+  // Returns the identifier of the active application; "" when it is unknown.
   virtual std::string activeApplicationIdentifier() = 0;
 };
 

@@ -9,9 +9,9 @@ namespace quillo {
 class Authorization {
  public:
   virtual ~Authorization() = default;
-  // Runs the program with those arguments as administrator and waits for it. False when the user
-  // refused, was not allowed to, or the program failed; `reason` then says which in plain words.
-  // Not the main thread.
+  // Runs the program with those arguments as administrator and waits for it. Returns false when the
+  // user refused, may not, or the program failed, and sets `reason` to which of these, in words for
+  // people. Never on the main thread.
   virtual bool executeWithPrivileges(const std::string& program,
                                      const std::vector<std::string>& arguments,
                                      std::string& reason) = 0;

@@ -14,8 +14,8 @@ class DistributedNotificationCenter {
   virtual void addObserver(const std::string& name, std::function<void()> action) = 0;
   // Ends every observation. Main thread.
   virtual void removeObservers() = 0;
-  // Sends a notification and has it on its way when it returns. Lost without a word when the
-  // session has no bus. Main thread.
+  // Sends a notification, which is on its way when this returns. Without a session bus it is lost.
+  // Main thread.
   virtual void post(const std::string& name, const std::string& object) = 0;
 };
 

@@ -16,17 +16,17 @@ struct DockVerdict {
   bool operator==(const DockVerdict&) const = default;
 };
 
-// What the window behind the entry in the task bar tells. Any thread; shown soon, or once the
+// The window behind the entry in the task bar. Any thread; changes are shown soon, or once the
 // application has been brought to the foreground.
 class DockTile {
  public:
   static constexpr std::size_t keptVerdicts = 10;
 
   virtual ~DockTile() = default;
-  // What the agent is doing, in words.
+  // Shows what the agent is doing, in words.
   virtual void setState(const std::string& words) = 0;
   virtual void setWatchedFolders(const std::vector<std::string>& folders) = 0;
-  // Above the earlier ones, of which only the last `keptVerdicts` stay.
+  // Lists a verdict above the earlier ones; the last `keptVerdicts` stay.
   virtual void addVerdict(const DockVerdict& verdict) = 0;
 };
 

@@ -5,13 +5,13 @@
 
 namespace quillo {
 
-// Tells of files that leave their places.
+// Notices files that leave their places.
 class FileDepartures {
  public:
   virtual ~FileDepartures() = default;
-  // From now on asks `hasLeft` whenever the file may have been moved, removed or replaced, and once
-  // soon after this call; when it says yes, or with the program, that ends. Only so many files are
-  // looked after, the latest. Any thread; `hasLeft` is called on the main thread.
+  // Calls `hasLeft` on the main thread once soon, and whenever the file may have been moved,
+  // removed or replaced, until it returns true. Only a limited number of files is watched, the
+  // latest. Any thread.
   virtual void watch(const std::string& path, std::function<bool()> hasLeft) = 0;
 };
 

@@ -14,25 +14,25 @@ struct GrowlRegistration {
 
 struct NotificationButton {
   std::string title;
-  // On the main thread, at most once for each press, and never after the notification was
+  // Called on the main thread, at most once for each press and never after the notification was
   // withdrawn.
   std::function<void()> press;
-  // Whether it acts on the very thing that the notification tells of, and so says nothing beside a
+  // Whether it acts on the one thing that the notification is about, and so makes no sense beside a
   // count of many such things.
   bool isOfOneThing = false;
 };
 
-// What a service may show and do that knows more than a title and a description. All of it is
-// optional, and plain text without markup.
+// What a service that can do so shows besides title and description. All of it is optional, and
+// plain text without markup.
 struct NotificationDetails {
   // In place of title and description.
   std::string summary;
   std::string body;
   // The first one is also what a click on the notification does.
   std::vector<NotificationButton> buttons;
-  // What it speaks of, so that it can be withdrawn when that is over; "" is never withdrawn.
+  // The subject by which it can be withdrawn when that is over; "" is never withdrawn.
   std::string topic;
-  // Whether it tells of malware. Such a one waits behind no other kind.
+  // Whether it reports malware. Such a notification waits behind no other kind.
   bool isFind = false;
 };
 
@@ -51,16 +51,17 @@ class GrowlApplicationBridge {
   virtual ~GrowlApplicationBridge() = default;
   // Makes the application known to the service. Main thread.
   virtual void setGrowlDelegate(const GrowlRegistration& registration) = 0;
-  // Whether the service would show a notification now. Any thread; never waits for the main thread.
+  // Returns whether the service would show a notification now. Any thread; never waits for the main
+  // thread.
   virtual bool isGrowlRunning() = 0;
-  // Hands one notification over to be shown; texts are plain, without markup. Any thread; never
-  // waits for the main thread.
+  // Posts one notification; texts are plain, without markup. Any thread; never waits for the main
+  // thread.
   virtual void notify(const GrowlNotification& notification) = 0;
-  // Takes back every notification of that topic, shown or not. Any thread; never waits for the main
+  // Withdraws every notification of that topic, shown or not. Any thread; never waits for the main
   // thread.
   virtual void withdraw(const std::string& topic) = 0;
-  // Before the process ends: waits, with the desktop alive, until the service has what was posted,
-  // for about a second at most. Main thread.
+  // Waits, with the desktop alive, until the service has what was posted, for about a second at
+  // most: to be called before the process ends. Main thread.
   virtual void handOver() = 0;
 };
 

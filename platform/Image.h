@@ -5,8 +5,8 @@
 
 namespace quillo {
 
-// A picture of the application. What it looks like is the backend's business; two references to the
-// same picture are equal pointers.
+// A picture of the application, opaque to the core. Two references to the same picture are equal
+// pointers.
 class Image {
  public:
   virtual ~Image() = default;
@@ -16,7 +16,7 @@ using ImageRef = std::shared_ptr<const Image>;
 class ImageLoader {
  public:
   virtual ~ImageLoader() = default;
-  // The picture of that name among the resources; empty when there is none. Any thread.
+  // Returns the picture of that name among the resources; null when there is none. Any thread.
   virtual ImageRef imageNamed(const std::string& name) = 0;
 };
 

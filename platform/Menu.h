@@ -5,8 +5,7 @@
 
 namespace quillo {
 
-// One line of a menu. The setters may be called from any thread and are shown soon; the getters
-// give at once what was set last.
+// One line of a menu. Any thread; what is set is shown soon, and returned by the getters at once.
 class MenuItem {
  public:
   virtual ~MenuItem() = default;
@@ -16,7 +15,7 @@ class MenuItem {
   virtual void setEnabled(bool enabled) = 0;
   virtual bool isHidden() const = 0;
   virtual void setHidden(bool hidden) = 0;
-  // What choosing the item does, on the main thread.
+  // Sets what is called on the main thread when the item is chosen.
   virtual void setAction(std::function<void()> action) = 0;
 };
 
@@ -24,7 +23,7 @@ class MenuItem {
 class Menu {
  public:
   virtual ~Menu() = default;
-  // With automatic enabling off, the items keep the state that they are given.
+  // Without automatic enabling, items keep the state that they are set to.
   virtual void setAutoenablesItems(bool autoenables) = 0;
   // Inserts a new item in front of the one at `index` (0 is the top).
   virtual void insertItem(std::size_t index, const std::string& title,

@@ -18,7 +18,7 @@ struct MetadataItem {
   std::optional<Date> contentChangeDate;
 };
 
-// What a query tells. Only the last of the names below comes with items.
+// What a query reports. Only the last of the names below comes with items.
 struct MetadataNotification {
   std::string name;
   std::vector<MetadataItem> addedItems = {};
@@ -41,12 +41,12 @@ class MetadataQuery {
   // Calls `observer`, which must not end the query, for every notification of that name. Before
   // execute().
   virtual void addObserver(const std::string& name, Observer observer) = 0;
-  // Only what lies in that folder, at any depth. Before execute().
+  // Restricts the query to that folder, at any depth. Before execute().
   virtual void setSearchScope(const std::string& folder) = 0;
   // Begins to gather and returns at once. An index that does not answer is logged.
   virtual void execute(unsigned int options) = 0;
   virtual void stop() = 0;
-  // Updates are kept back between the two, and told together afterwards.
+  // Updates are held between the two and reported together afterwards.
   virtual void disableUpdates() = 0;
   virtual void enableUpdates() = 0;
   virtual bool isGatheringComplete() const = 0;
@@ -55,9 +55,9 @@ class MetadataQuery {
 class MetadataQueryService {
  public:
   virtual ~MetadataQueryService() = default;
-  // A query from its text, "(kMDItemFSName != 'PATTERN'c)": every item but those whose path matches
-  // the pattern ("*" stands for anything), compared without regard to case because of the "c".
-  // Empty for a text that is not understood. Main thread.
+  // Returns a query made from its text, "(kMDItemFSName != 'PATTERN'c)": every item but those whose
+  // path matches the pattern ("*" stands for anything), compared without regard to case because of
+  // the "c". Null for a text that is not understood. Main thread.
   virtual std::unique_ptr<MetadataQuery> create(const std::string& queryText) = 0;
 };
 

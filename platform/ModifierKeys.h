@@ -9,7 +9,7 @@ class ModifierKeys {
   static constexpr unsigned int commandKey = 0x100000;
 
   virtual ~ModifierKeys() = default;
-  // The keys held, as a sum of the masks above.
+  // Returns the keys held, as a sum of the masks above.
   virtual unsigned int current() = 0;
 };
 

@@ -13,21 +13,21 @@ struct NamedPlace {
   bool operator==(const NamedPlace&) const = default;
 };
 
-// What a name watch tells, on a thread of its own.
+// Is called by a name watch, on the thread of the watch.
 class NameWatchObserver {
  public:
   enum class Gap {
-    networkDrive,    // nothing that changes there is told to this computer
+    networkDrive,    // this computer hears of no change there
     tooManyFolders,  // the system lets no more folders be watched: some names are missed
     noQueue,         // the system lets no more programs watch folders: names are missed
     mountsUnknown    // what is mounted cannot be read: names may be missed
   };
 
   virtual ~NameWatchObserver() = default;
-  // Files and links that were given these names, or were written: by their real paths, in bytes.
-  // One may come more than once. Throws nothing.
+  // Reports files and links that were given these names, or were written, by their real paths, in
+  // bytes. One may be reported more than once. Throws nothing.
   virtual void namesAppeared(const std::vector<std::string>& paths) = 0;
-  // Told once for each place and kind of gap. Throws nothing.
+  // Called once for each place and kind of gap. Throws nothing.
   virtual void placeHasGap(const std::string& place, Gap gap) = 0;
 };
 
@@ -39,7 +39,7 @@ class NameWatch {
   // Watches those of the places, and of what is mounted below them, that need it, from now on and
   // until stop(), in place of any others. Does not wait for a disk. The observer outlives this.
   virtual void start(const std::vector<NamedPlace>& places, NameWatchObserver& observer) = 0;
-  // What was found just before may still be told.
+  // What was found just before may still be reported.
   virtual void stop() = 0;
 };
 

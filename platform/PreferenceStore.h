@@ -23,17 +23,16 @@ struct PreferenceValue {
 class PreferenceStore {
  public:
   virtual ~PreferenceStore() = default;
-  // Adds a domain to be searched behind those there are; adding it again changes nothing.
+  // Adds a domain, which is searched behind the others. Adding it again changes nothing.
   virtual void addSuiteNamed(const std::string& domain) = 0;
-  // Reads every domain anew. A domain that cannot be read keeps its last good values; the store
-  // says where and why.
+  // Reads every domain anew. A domain that cannot be read keeps its last good values, and the place
+  // and the reason are reported.
   virtual void synchronize() = 0;
-  // The value in the first domain that has the key; absent when none has.
+  // Returns the value in the first domain that has the key; nothing when none has.
   virtual std::optional<PreferenceValue> objectForKey(const std::string& key) = 0;
-  // Whether there is anything to read in any domain, be it in good order or not, as of the last
-  // reading.
+  // Returns whether the last reading found anything in any domain, in good order or not.
   virtual bool hasAny() = 0;
-  // The file in which the user writes preferences of that domain, whether or not it is there.
+  // Returns the file for the user's preferences of that domain, whether or not it exists.
   virtual std::string fileOf(const std::string& domain) const = 0;
 };
 

@@ -10,7 +10,8 @@ namespace quillo {
 class ScriptingKeys {
  public:
   virtual ~ScriptingKeys() = default;
-  // `valueForKey` answers a script's question on the main thread; nothing for an unknown key.
+  // Has `valueForKey` called on the main thread whenever a script asks; it returns nothing for an
+  // unknown key.
   virtual void publish(
       std::function<std::optional<std::string>(const std::string& key)> valueForKey) = 0;
 };

@@ -16,13 +16,13 @@ class StatusItem {
  public:
   virtual ~StatusItem() = default;
   virtual void setImage(const ImageRef& image) = 0;
-  // Shown instead while the menu is open.
+  // Sets what is shown instead while the menu is open.
   virtual void setAlternateImage(const ImageRef& image) = 0;
   virtual void setHighlightMode(bool highlights) = 0;
   virtual void setMenu(Menu& menu) = 0;
   virtual void setEnabled(bool enabled) = 0;
-  // What the picture says, in words: plain text, shown when the pointer rests on the item and read
-  // out by screen readers.
+  // Sets what the picture means in words: plain text, shown when the pointer rests on the item and
+  // read out by screen readers.
   virtual void setToolTip(const std::string& text) = 0;
 };
 
@@ -31,15 +31,14 @@ class StatusBar {
   static constexpr double squareLength = -2;
 
   virtual ~StatusBar() = default;
-  // A new item; of length 0 it takes no room and is not seen. Main thread. The item lives as long
-  // as the bar.
+  // Returns a new item, which lives as long as the bar. One of length 0 takes no room and is not
+  // seen. Main thread.
   virtual StatusItem& statusItemWithLength(double length) = 0;
-  // Whether a desktop shows status items: not yet, a moment after the start, in which most would
-  // have begun to; or not at all, as far as the first seconds tell.
+  // Whether a desktop shows status items; `notYet` a moment after the start, in which most have
+  // begun to, `none` when the first seconds have passed without.
   enum class Room { shown, notYet, none };
-  // Tells that of this desktop, which has that name: `shown` each time that it begins to. Where
-  // there is no screen nothing is told. Calls on the main thread, from where this is called too,
-  // once.
+  // Has `observer` called on the main thread with that of this desktop and its name; with `shown`
+  // each time that it begins to show them. Never called without a screen. Main thread, once.
   using RoomObserver = std::function<void(Room room, const std::string& desktop)>;
   virtual void observeRoom(RoomObserver observer) = 0;
 };

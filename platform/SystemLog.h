@@ -8,7 +8,7 @@ namespace quillo {
 class SystemLog {
  public:
   virtual ~SystemLog() = default;
-  // One message, without a line end; a line end at its own end is dropped.
+  // Logs one message; a line end at its end is dropped.
   virtual void log(std::string_view message) = 0;
 };
 

@@ -8,8 +8,8 @@ namespace quillo {
 class TrashFolders {
  public:
   virtual ~TrashFolders() = default;
-  // Whether the path lies inside the trash of the volume that holds it; false also when that cannot
-  // be told. Judged by the path alone: nothing of that name need exist.
+  // Returns whether the path lies inside the trash of the volume that holds it; false also when
+  // that is unknown. Judged by the path alone, which need not exist.
   virtual bool isEnclosedByTrash(const std::string& path) = 0;
 };
 

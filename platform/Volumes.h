@@ -8,8 +8,8 @@ namespace quillo {
 class Volumes {
  public:
   virtual ~Volumes() = default;
-  // Whether the path, without a "/" at its end, is the root folder of a volume: a direct child of
-  // "/Volumes", or where this desktop has mounted one. Quick; any thread.
+  // Returns whether the path, without a "/" at its end, is the root folder of a volume: a direct
+  // child of "/Volumes", or where this desktop has mounted one. Quick; any thread.
   virtual bool isVolumeRoot(const std::string& path) = 0;
 };
 

@@ -7,8 +7,8 @@
 
 namespace quillo {
 
-// Something to be said in the user's language: a key of the string tables, and what stands for each
-// "%@" in its text, in order. Without a key the values are said as they are. Any thread.
+// A text for the user that is not in any language yet: a key of the string tables, and what stands
+// for each "%@" in its text, in order. Without a key it is the values as they are. Any thread.
 struct Wording {
   std::string key = {};
   std::vector<std::string> values = {};

@@ -33,10 +33,10 @@ namespace {
     case ENAMETOOLONG:
     case EINVAL:
     case ELIBBAD:
-      throw PlatformException("InvalidArgumentException", "launch path not accessible");
+      throw PlatformException(PlatformException::Kind::cannotLaunch, "InvalidArgumentException",
+                              "launch path not accessible");
     default:
-      throw PlatformException("LaunchFailure",
-                              "cannot launch " + path + ": " + std::strerror(error));
+      throw PlatformException::ofSystemCall("LaunchFailure", "cannot launch " + path, error);
   }
 }
 

@@ -53,8 +53,8 @@ class ChildProcess {
   // Answers whether it wants more.
   using ChunkHandler = std::function<bool(std::string_view chunk)>;
 
-  // Throws PlatformException with the reason "launch path not accessible" when the program cannot
-  // be run, and with another reason when the system refuses a new process or pipe.
+  // Throws PlatformException: cannotLaunch, with the reason "launch path not accessible", when the
+  // program cannot be run; another kind when the system refuses a new process or pipe.
   explicit ChildProcess(const LaunchRequest& request);
   // As above, with standard output and standard error in a pipe that the caller made.
   ChildProcess(const LaunchRequest& request, PipeReader output, UniqueFd writer);

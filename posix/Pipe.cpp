@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstring>
 
 #include "posix/PlatformException.h"
 
@@ -34,8 +33,7 @@ PipeReader PipeReader::open(UniqueFd& writer) {
   std::optional<Pipe> pipe = Pipe::make();
   std::optional<PipeReader> reader = pipe ? pipe->fileHandleForReading() : std::nullopt;
   if (!reader) {
-    throw PlatformException("PipeFailure",
-                            std::string("cannot create a pipe: ") + std::strerror(errno));
+    throw PlatformException::ofSystemCall("PipeFailure", "cannot create a pipe", errno);
   }
   writer = pipe->takeWriter();
   return std::move(*reader);

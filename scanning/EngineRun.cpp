@@ -63,7 +63,7 @@ void EngineRun::perform(const std::function<void()>& steps) {
   try {
     steps();
   } catch (const PlatformException& failure) {
-    if (failure.reason() == "launch path not accessible") {
+    if (failure.kind() == PlatformException::Kind::cannotLaunch) {
       owner_.noEnginePanic(scanParams_.empty() ? "clamdscan" : scanParams_.front());
     } else {
       reportFailure(failure);

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 
 #include "posix/EscapedPath.h"
 #include "posix/OwnFile.h"
@@ -14,11 +13,6 @@
 #include "posix/Shell.h"
 
 namespace quillo {
-namespace {
-
-std::string reason() { return std::strerror(errno); }
-
-}  // namespace
 
 ScanList::ScanList(const std::string& scannerName)
     : path_("/tmp/VantrelQuilloScanList_" + scannerName + ".txt") {}
@@ -41,12 +35,14 @@ void ScanList::keepInMemory(const std::string& text) {
                            std::to_string(reinterpret_cast<std::uintptr_t>(this));
   memory_.reset(shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600));
   if (!memory_) {
-    throw PlatformException("ScanListFailure", "cannot keep a scan list in memory: " + reason());
+    throw PlatformException::ofSystemCall("ScanListFailure", "cannot keep a scan list in memory",
+                                          errno);
   }
   shm_unlink(name.c_str());
   fcntl(memory_.get(), F_SETFD, FD_CLOEXEC);
   if (!writeAll(memory_.get(), text)) {
-    throw PlatformException("ScanListFailure", "cannot write a scan list in memory: " + reason());
+    throw PlatformException::ofSystemCall("ScanListFailure", "cannot write a scan list in memory",
+                                          errno);
   }
   lseek(memory_.get(), 0, SEEK_SET);
 }

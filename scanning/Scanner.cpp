@@ -74,7 +74,7 @@ void Scanner::takeArguments(ScanItemList& items) {
       std::all_of(items.begin() + 2, items.end(),
                   [](const ScanItem& item) { return std::holds_alternative<std::string>(item); });
   if (!arePaths) {
-    throw PlatformException("InvalidArgumentException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "InvalidArgumentException",
                             "a scan takes the scan argument list, the status menu and then paths");
   }
   filesToScan = &items;

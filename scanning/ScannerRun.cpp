@@ -23,7 +23,8 @@ void Scanner::performScan(const std::vector<std::string>& thePaths) {
 void Scanner::runEngine(EngineRun& run, const std::vector<std::string>& thePaths) {
   if (scanParams.empty()) {
     // The first of the paths would be taken for the engine, and run.
-    throw PlatformException("InvalidArgumentException", "launch path not accessible");
+    throw PlatformException(PlatformException::Kind::cannotLaunch, "InvalidArgumentException",
+                            "launch path not accessible");
   }
   run.takeArguments(thePaths);
   std::optional<Pipe> outputPipe = makeOutputPipe();

@@ -1,18 +1,18 @@
 #include "watchers/FSEventWatcher.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "platform/Application.h"
 #include "platform/Authorization.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
-#include "platform/TrashFolders.h"
 #include "posix/ChildProcess.h"
 #include "posix/EscapedPath.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "settings/TypedPreferences.h"
-#include "watchers/WatcherOwner.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -24,6 +24,24 @@ constexpr std::string_view resourceFork = "/..namedfork/rsrc";
 bool isPathLine(std::string_view line) { return line.starts_with('/') || line.starts_with('\\'); }
 
 }  // namespace
+
+Clock::Duration RestartPauses::afterRun(Clock::Duration began, Clock::Duration ended) {
+  if (isPausing() && ended - began < window) {
+    pause_ = std::min(2 * pause_, longest);
+    return pause_;
+  }
+  pause_ = Clock::Duration::zero();
+  while (!restarts_.empty() && ended - restarts_.front() > window) {
+    restarts_.pop_front();
+  }
+  if (restarts_.size() < freeRestarts) {
+    restarts_.push_back(ended);
+    return pause_;
+  }
+  restarts_.clear();
+  pause_ = shortest;
+  return pause_;
+}
 
 FSEventWatcher::FSEventWatcher(WatcherOwner& owner, const WatcherServices& services)
     : owner_(owner),
@@ -63,7 +81,7 @@ void FSEventWatcher::mainLoop() {
 
 void FSEventWatcher::watch() {
   do {
-    readQuarantineFolder();
+    filter_.setQuarantineFolder(services_.preferences.value(key::quarantineFolder).value_or(""));
     if (beginWatching()) {
       runUntilStopped();
     }
@@ -89,7 +107,7 @@ void FSEventWatcher::pauseAfterRun(Clock::Duration began) {
   }
   owner_.setHelperFails(true);
   if (!wasPausing) {
-    tellThatHelperFails();
+    showThatHelperFails();
   }
   stopped_.lock();
   for (Clock::Duration now = ended; isWatching() && now < ended + pause;) {
@@ -100,15 +118,15 @@ void FSEventWatcher::pauseAfterRun(Clock::Duration began) {
   owner_.setHelperFails(false);
 }
 
-void FSEventWatcher::tellThatHelperFails() {
+void FSEventWatcher::showThatHelperFails() {
   services_.systemLog.log("gfslogger ends again and again, so nothing is watched: " + lastWords_);
-  tellOfHelper(
+  showHelperProblem(
       replacingAll(services_.localizedStrings.stringForKey("HELPER_FAILS", ""), "%@", lastWords_));
 }
 
-void FSEventWatcher::tellOfHelper(const std::string& problem) {
+void FSEventWatcher::showHelperProblem(const std::string& problem) {
   owner_.displayHelperError(problem);
-  toldOfHelper_ = true;
+  showsProblem_ = true;
 }
 
 void FSEventWatcher::forgetMainLoop() {
@@ -119,10 +137,6 @@ void FSEventWatcher::forgetMainLoop() {
   if (const auto task = std::exchange(state_.scanCheckTask, nullptr)) {
     task->terminate();
   }
-}
-
-void FSEventWatcher::readQuarantineFolder() {
-  filter_.setQuarantineFolder(services_.preferences.value(key::quarantineFolder).value_or(""));
 }
 
 // False when watching was stopped between the claim and now.
@@ -179,7 +193,7 @@ void FSEventWatcher::runHelper(const std::string& tool) {
 
 void FSEventWatcher::installHelper(const std::string& tool) {
   owner_.stopWatcherFromWatcher();
-  tellOfHelper(services_.localizedStrings.stringForKey("FSEVENT_NOT_SETUID", ""));
+  showHelperProblem(services_.localizedStrings.stringForKey("FSEVENT_NOT_SETUID", ""));
   const std::string command = "chown root \"" + tool + "\"; chmod +s \"" + tool + "\"";
   std::string reason;
   if (services_.authorization.executeWithPrivileges("/bin/sh", {"-c", command}, reason)) {
@@ -188,7 +202,7 @@ void FSEventWatcher::installHelper(const std::string& tool) {
   }
   if (!reason.empty()) {
     services_.systemLog.log(reason);
-    tellOfHelper(reason);
+    showHelperProblem(reason);
   }
   services_.systemLog.log("Authentication failed. Sorry!");
   services_.application.terminate();
@@ -213,7 +227,7 @@ bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {
   if (chunk.empty()) {
     return false;
   }
-  filter_.noticeTurnedLinks();
+  filter_.refresh();
   for (std::size_t at = 0; at <= chunk.size();) {
     const std::string_view line = chunk.substr(at, chunk.find('\n', at) - at);
     judgeLine(line);
@@ -225,12 +239,15 @@ bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {
 void FSEventWatcher::judgeLine(std::string_view line) {
   if (!line.empty() && !isPathLine(line)) {
     lastWords_ = line.substr(0, longestWords);
-  } else if (!line.empty() && std::exchange(toldOfHelper_, false)) {
+  } else if (!line.empty() && std::exchange(showsProblem_, false)) {
     owner_.withdrawHelperErrors();
   }
   // Looked for in the line: a file that only bears the name of a fork is spelled in another way.
-  if (!line.ends_with(resourceFork)) {
-    filter_.judge(pathOfLine(line));
+  if (line.ends_with(resourceFork)) {
+    return;
+  }
+  if (const std::string path = pathOfLine(line); filter_.passes(path)) {
+    services_.theDispatcher.addStringToItemList(path);
   }
 }
 

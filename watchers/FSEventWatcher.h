@@ -1,20 +1,40 @@
 #pragma once
 
 #include <atomic>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "posix/Clock.h"
 #include "posix/Condition.h"
 #include "posix/Mutex.h"
 #include "watchers/PathFilter.h"
-#include "watchers/RestartPauses.h"
 
 namespace quillo {
 
 class ChildProcess;
-class WatcherOwner;
-struct WatcherServices;
+
+// The pauses before a program that ended by itself is started again: none as a rule. Ten restarts
+// within ten seconds mean that something is wrong which the next one will not mend: then the pause
+// is a second, and doubles after every further short run, up to thirty seconds, until a run has
+// lasted. Owned by one thread.
+class RestartPauses {
+ public:
+  static constexpr std::size_t freeRestarts = 10;
+  static constexpr Clock::Duration window = std::chrono::seconds(10);
+  static constexpr Clock::Duration shortest = std::chrono::seconds(1);
+  static constexpr Clock::Duration longest = std::chrono::seconds(30);
+
+  // Returns the pause after a run that lasted from `began` to `ended`, two times of one Clock.
+  Clock::Duration afterRun(Clock::Duration began, Clock::Duration ended);
+  // Returns whether the program was started in vain too often and no run has lasted since.
+  bool isPausing() const { return pause_ > Clock::Duration::zero(); }
+
+ private:
+  std::deque<Clock::Duration> restarts_;
+  Clock::Duration pause_{0};
+};
 
 // Runs the helper tool "gfslogger", which prints one changed path a line, and hands on the paths
 // that lie in watched folders. mainLoop() has a thread of its own while watching; there is at most
@@ -24,24 +44,25 @@ class FSEventWatcher {
   FSEventWatcher(WatcherOwner& owner, const WatcherServices& services);
   ~FSEventWatcher();
 
-  // To be called by whoever is about to run mainLoop() on a new thread: false when a loop is there
-  // already (also one that is just ending), which then goes on watching. Any thread.
+  // To be called by whoever is about to run mainLoop() on a new thread. Returns false when a loop
+  // is there already (also one that is just ending), which then goes on watching. Any thread.
   bool claimMainLoop();
   // Takes the claim back when no thread could be had for it. Any thread.
   void abandonMainLoop();
-  // Watches until stopWatching(). The helper is started again whenever it ends by itself: at once,
-  // or after a pause if it ends again and again, which the user is told once. What it throws is no
-  // PlatformException; nothing is watched then, and it may be called again.
+  // Watches until stopWatching(). Starts the helper again whenever it ends by itself: at once, or
+  // after a pause if it ends again and again, which the user is notified of once. Throws only what
+  // is no PlatformException; nothing is watched then, and it may be called again.
   void mainLoop();
-  // One run of the helper, from its launch to its end. The watcher's thread.
+  // Runs the helper once, from its launch to its end. The watcher's thread.
   void startWatching();
   // Ends the helper, and with it the loop. Any thread.
   void stopWatching();
   bool isWatching() const { return state_.isWatching; }
 
-  // Judges every line of a chunk of the helper's output, and answers whether to go on reading: not
-  // after an empty one. A line cut by the chunk's end is judged as two. What is no path is what the
-  // helper has to say. The watcher's thread.
+  // Judges every line of a chunk of the helper's output by the watched folders as they are now, and
+  // hands on those that pass. A line cut by the chunk's end is judged as two; one that is no path
+  // is kept as the helper's last words. Returns false after an empty chunk, the last one. The
+  // watcher's thread.
   bool taskDataAvailable(std::string_view chunk);
   bool isTrashedFileAtPath(const std::string& path) const { return filter_.isTrashed(path); }
 
@@ -59,11 +80,10 @@ class FSEventWatcher {
   void watch();
   void runUntilStopped();
   void pauseAfterRun(Clock::Duration began);
-  void tellThatHelperFails();
-  // Until it tells of a change.
-  void tellOfHelper(const std::string& problem);
+  void showThatHelperFails();
+  // Until the helper reports a change.
+  void showHelperProblem(const std::string& problem);
   void forgetMainLoop();
-  void readQuarantineFolder();
   bool beginWatching();
   bool releaseMainLoop();
   void runHelper(const std::string& tool);
@@ -81,7 +101,7 @@ class FSEventWatcher {
   PathFilter filter_;
   RestartPauses pauses_;
   std::string lastWords_;
-  bool toldOfHelper_ = false;
+  bool showsProblem_ = false;
 };
 
 }  // namespace quillo

@@ -7,8 +7,6 @@
 #include "platform/SystemLog.h"
 #include "posix/Text.h"
 #include "settings/TypedPreferences.h"
-#include "watchers/WatcherOwner.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -73,9 +71,11 @@ void NameWatcher::namesAppeared(const std::vector<std::string>& paths) {
     if (*quarantine != filter_.quarantineFolder()) {
       filter_.setQuarantineFolder(*quarantine);
     }
-    filter_.noticeTurnedLinks();
+    filter_.refresh();
     for (const std::string& path : paths) {
-      filter_.judge(path);
+      if (filter_.passes(path)) {
+        services_.theDispatcher.addStringToItemList(path);
+      }
     }
   } catch (const std::exception& failure) {
     services_.systemLog.log(std::string("Changed names could not be handed over: ") +

@@ -11,18 +11,16 @@
 
 namespace quillo {
 
-class WatcherOwner;
-struct WatcherServices;
-
 // Has names watched where the helper tool misses some, and hands on the paths that lie in watched
-// folders as FSEventWatcher does. Says which places cannot be watched completely.
+// folders as FSEventWatcher does. Reports which places cannot be watched completely.
 class NameWatcher final : private NameWatchObserver {
  public:
   NameWatcher(WatcherOwner& owner, const WatcherServices& services);
 
-  // Watches the folders of the watch list as it is now, and as the preferences name the quarantine
-  // folder, until stop(). Main thread, both.
+  // Watches the folders of the watch list as it is now, with the quarantine folder that the
+  // preferences name now, until stop(). Main thread.
   void start();
+  // Main thread.
   void stop();
 
  private:

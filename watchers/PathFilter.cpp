@@ -1,13 +1,18 @@
 #include "watchers/PathFilter.h"
 
+#include <algorithm>
 #include <utility>
 
+#include "platform/Folders.h"
 #include "platform/TrashFolders.h"
 #include "posix/Text.h"
 
 namespace quillo {
 
-PathFilter::Place::Place(const std::string& configured) : name(configured) { follow(); }
+PathFilter::Place::Place(const std::string& configured, bool subfolders)
+    : name(configured), withSubfolders(subfolders) {
+  follow();
+}
 
 void PathFilter::Place::follow() {
   if (!name.starts_with('/')) {
@@ -20,6 +25,12 @@ void PathFilter::Place::follow() {
   }
   if (realName == name) {
     realName.clear();
+  }
+}
+
+void PathFilter::Place::followAnew() {
+  if (real.hasChanged()) {
+    follow();
   }
 }
 
@@ -38,53 +49,33 @@ void PathFilter::setQuarantineFolder(const std::string& folder) {
   quarantine_ = folder.empty() ? Place() : Place(folder);
 }
 
-void PathFilter::noticeTurnedLinks() {
-  if (quarantine_.real.hasChanged()) {
-    quarantine_.follow();
-  }
-  for (Place& place : places_) {
-    if (place.real.hasChanged()) {
-      place.follow();
-    }
-  }
-}
-
 // The lists change as a whole: as long as they are the same, so is what was made of them.
-void PathFilter::takeWatched() {
+void PathFilter::refresh() {
+  quarantine_.followAnew();
   auto folders = owner_.getWatchedFolderList();
   auto flags = owner_.getCheckSubDirs();
   if (folders == folders_ && flags == flags_) {
+    for (Place& place : places_) {
+      place.followAnew();
+    }
     return;
   }
-  if (folders != folders_) {
-    places_.clear();
-    for (const std::string& folder : *folders) {
-      places_.emplace_back(folder);
-    }
-  }
-  for (Place& place : places_) {
-    const auto flag = flags->find(place.name);
-    place.withSubfolders = flag != flags->end() && flag->second;
+  places_.clear();
+  for (const std::string& folder : *folders) {
+    const auto flag = flags->find(folder);
+    places_.emplace_back(folder, flag != flags->end() && flag->second);
   }
   folders_ = std::move(folders);
   flags_ = std::move(flags);
 }
 
-void PathFilter::judge(const std::string& path) {
+bool PathFilter::passes(const std::string& path) const {
   if (!quarantine_.name.empty() && quarantine_.holds(path)) {
-    return;
+    return false;
   }
-  takeWatched();
-  for (const Place& place : places_) {
-    if (!place.holds(path)) {
-      continue;
-    }
-    const bool wanted = place.withSubfolders ? !isTrashed(path) : place.isParentOf(path);
-    if (wanted) {
-      owner_.theDispatcher().addStringToItemList(path);
-      return;
-    }
-  }
+  return std::any_of(places_.begin(), places_.end(), [this, &path](const Place& place) {
+    return place.holds(path) && (place.withSubfolders ? !isTrashed(path) : place.isParentOf(path));
+  });
 }
 
 bool PathFilter::isTrashed(const std::string& path) const {

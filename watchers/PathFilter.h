@@ -9,8 +9,6 @@
 
 namespace quillo {
 
-class TrashFolders;
-
 // Decides which changed paths go on to the dispatcher: those that lie in a watched folder and
 // neither in the quarantine folder nor in the trash. Changes are reported under real paths, so a
 // folder that is reached through a symbolic link is known by both its names. Each thread that hands
@@ -20,32 +18,32 @@ class PathFilter {
   PathFilter(WatcherOwner& owner, TrashFolders& trashFolders)
       : owner_(owner), trashFolders_(trashFolders) {}
 
-  // Nothing whose path begins with that text, or with the real path that it leads to, passes from
-  // now on; none for "".
+  // Lets nothing pass from now on whose path begins with that text, or with the real path that it
+  // leads to; "" stands for none.
   void setQuarantineFolder(const std::string& folder);
   const std::string& quarantineFolder() const { return quarantine_.name; }
-  // Follows links that have been turned elsewhere. To be called before each batch of paths.
-  void noticeTurnedLinks();
-  // Hands the path, in bytes as they are, to the dispatcher if it passes.
-  void judge(const std::string& path);
+  // Takes the watched folders as they are now and follows links that have been turned elsewhere. To
+  // be called before the paths that have come together are judged.
+  void refresh();
+  // Returns whether the path, in bytes as they are, goes on.
+  bool passes(const std::string& path) const;
   bool isTrashed(const std::string& path) const;
 
  private:
   // A beginning of paths as it was configured, and what it really is.
   struct Place {
     Place() = default;
-    explicit Place(const std::string& name);
+    explicit Place(const std::string& name, bool withSubfolders = false);
     bool holds(const std::string& path) const;
     bool isParentOf(const std::string& path) const;
     void follow();
+    void followAnew();
 
     std::string name;
+    bool withSubfolders = false;
     RealPath real;
     std::string realName;  // empty when it is the same
-    bool withSubfolders = false;
   };
-
-  void takeWatched();
 
   // Constant after construction.
   WatcherOwner& owner_;

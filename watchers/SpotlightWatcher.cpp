@@ -4,7 +4,6 @@
 #include "platform/SystemLog.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
-#include "watchers/WatcherOwner.h"
 
 namespace quillo {
 namespace {
@@ -46,9 +45,9 @@ SpotlightWatcher::SpotlightWatcher(MetadataQueryService& queries, SystemLog& sys
 SpotlightWatcher::~SpotlightWatcher() = default;
 
 void SpotlightWatcher::setMenuAndParamsAndController(const WatcherArgumentList& list,
-                                                     WatcherOwner& controller) {
+                                                     PathIntake& controller) {
   if (list.empty() || !std::holds_alternative<WatcherMenu*>(list.front())) {
-    throw PlatformException("InvalidArgumentException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "InvalidArgumentException",
                             "a watcher takes the status menu and then the scan arguments");
   }
   vantrelQuilloController = &controller;
@@ -113,7 +112,7 @@ void SpotlightWatcher::updateData(const MetadataNotification& notification) {
     }
     numLinesOffset = 6;
     if (!paths.empty()) {
-      vantrelQuilloController->theDispatcher().addToItemList(paths);
+      vantrelQuilloController->addToItemList(paths);
     }
   } catch (const PlatformException& failure) {
     systemLog_.log("SpotlightWatcher did NOT crash, don't worry: at numLinesOffset = " +
@@ -143,7 +142,7 @@ void SpotlightWatcher::insertChanged(const MetadataItem& item, Paths& paths) {
     return;
   }
   if (paths.empty()) {
-    throw PlatformException("RangeException",
+    throw PlatformException(PlatformException::Kind::invalidArgument, "RangeException",
                             "there is no first path to remove: the list is empty");
   }
   paths.erase(paths.begin());

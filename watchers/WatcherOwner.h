@@ -1,46 +1,83 @@
 #pragma once
 
+// What the watchers need of whoever owns them.
+
 #include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "posix/Mutex.h"
+
 namespace quillo {
+
+class Application;
+class Authorization;
+class Clock;
+class Folders;
+class LocalizedStrings;
+class NameWatch;
+class SystemLog;
+class TrashFolders;
+class TypedPreferences;
 
 using WatchedFolderList = std::vector<std::string>;
 using SubdirectoryFlags = std::map<std::string, bool>;
 
-// Where a watcher puts the paths that it found. Any thread.
+// Takes in the paths that a watcher found. Any thread.
 class PathIntake {
  public:
   virtual ~PathIntake() = default;
   virtual void addStringToItemList(const std::string& path) = 0;
-  // All of them at once; the list is emptied.
+  // Takes all of them at once and empties the list.
   virtual void addToItemList(std::vector<std::string>& paths) = 0;
 };
 
-// What a watcher asks of its owner. Every operation may be called from the watcher's thread.
+// The status menu.
+class WatcherMenu {
+ public:
+  virtual ~WatcherMenu() = default;
+  virtual Mutex& monitor() = 0;
+  // Counts one more folder as being watched. To be called with monitor() held.
+  virtual void setReady() = 0;
+  // Starts watching anew, because a folder to watch cannot be listed. Main thread.
+  virtual void folderMissingPanic() = 0;
+};
+
+// The agent. Any thread.
 class WatcherOwner {
  public:
   virtual ~WatcherOwner() = default;
-  // The lists as they stand now; they change only as a whole.
+  // Return the lists as they stand now; they change only as a whole.
   virtual std::shared_ptr<const WatchedFolderList> getWatchedFolderList() = 0;
   virtual std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() = 0;
-  virtual PathIntake& theDispatcher() = 0;
   // Stops watching; what only the main thread may do is done there later.
   virtual void stopWatcherFromWatcher() = 0;
   // Asks the main thread to start watching and does not wait for it.
   virtual void startWatcherFromWatcher() = 0;
-  // Whether the notification was posted.
+  // Return whether the notification was posted. An error of the helper can be withdrawn.
   virtual bool displayError(const std::string& description) = 0;
-  // The same of the helper, and when it is over.
   virtual bool displayHelperError(const std::string& description) = 0;
   virtual void withdrawHelperErrors() = 0;
-  // Whether nothing is being watched just now since the helper cannot run.
+  // Shows whether nothing is being watched just now since the helper cannot run.
   virtual void setHelperFails(bool fails) = 0;
-  // In how many of the watched places changes can be missed.
+  // Shows in how many of the watched places changes can be missed.
   virtual void setPlacesWithGaps(std::size_t count) = 0;
+};
+
+// The services that the watchers use. All of them outlive the watchers.
+struct WatcherServices {
+  Application& application;
+  Authorization& authorization;
+  Clock& clock;
+  Folders& folders;
+  LocalizedStrings& localizedStrings;
+  NameWatch& nameWatch;
+  const TypedPreferences& preferences;
+  SystemLog& systemLog;
+  TrashFolders& trashFolders;
+  PathIntake& theDispatcher;
 };
 
 }  // namespace quillo

@@ -13,7 +13,7 @@
 #include <stdexcept>
 
 #include "benchmarks/storm/Engine.h"
-#include "benchmarks/storm/Files.h"
+#include "benchmarks/storm/StormFiles.h"
 
 namespace bench {
 namespace {
@@ -99,7 +99,7 @@ Seconds Agent::startAndAwaitWatching() {
     watch.wait(1000);
   }
   const Seconds answered = now();
-  // A verdict takes the road's second of holding still; the helper's readiness is what is asked
+  // A verdict takes the pipeline's second of holding still; the helper's readiness is what is asked
   // for, so the first of a row of files that gets a verdict tells when it began.
   std::vector<Seconds> written;
   while (now() - answered < Seconds(1)) {

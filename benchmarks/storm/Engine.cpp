@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "benchmarks/storm/Files.h"
+#include "benchmarks/storm/StormFiles.h"
 
 namespace bench {
 namespace {

@@ -1,5 +1,5 @@
-// Measures a storm of files on the whole road, side by side with the bare engine. Runs in mount and
-// process namespaces of its own, as root; see ./bench.
+// Measures a storm of files through the whole pipeline, side by side with the bare engine. Runs in
+// mount and process namespaces of its own, as root; see ./bench.
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -17,7 +17,7 @@
 #include "benchmarks/storm/Agent.h"
 #include "benchmarks/storm/BareEvents.h"
 #include "benchmarks/storm/Engine.h"
-#include "benchmarks/storm/Files.h"
+#include "benchmarks/storm/StormFiles.h"
 
 namespace bench {
 namespace {
@@ -29,7 +29,7 @@ struct Round {
   double bareEvents = 0;     // the same with the kernel's events read and thrown away
   double watchedWriter = 0;  // the same with the agent watching
   double untilWatching = 0;  // from the engine's answer to the first file that is seen
-  double road = 0;           // from the first write to the last verdict
+  double pipeline = 0;       // from the first write to the last verdict
   double bareEngine = 0;
   double processor = 0;    // of agent and helper, for this storm
   double treesEngine = 0;  // the tree's client on the bare engine's lists
@@ -68,7 +68,7 @@ void measureWatched(Agent& agent, Round& round) {
   const Seconds begin = now();
   round.watchedWriter = writeStorm(folder).count();
   const int infected = agent.awaitVerdicts(folder, fileCount);
-  round.road = (now() - begin).count();
+  round.pipeline = (now() - begin).count();
   if (infected != infectedCount) {
     throw std::runtime_error("found " + std::to_string(infected) + " of " +
                              std::to_string(infectedCount) + " infected files");
@@ -129,11 +129,12 @@ std::vector<double> eachRatio(const std::vector<Round>& all, double Round::*over
 void printRounds(const std::vector<Round>& all) {
   std::printf("10,000 files of 1 KB, ten of them infected; median of %d (least to greatest)\n",
               rounds);
-  const double road = print("first write to last verdict", each(all, &Round::road), "s");
+  const double pipeline = print("first write to last verdict", each(all, &Round::pipeline), "s");
   const double bare =
       print("bare clamdscan, runs of 200, two at a time", each(all, &Round::bareEngine), "s");
-  print("road over bare engine", eachRatio(all, &Round::road, &Round::bareEngine), "x");
-  std::printf("%-46s %8.3f s\n", "road less 0.7 x bare engine (at most 2.5)", road - 0.7 * bare);
+  print("pipeline over bare engine", eachRatio(all, &Round::pipeline, &Round::bareEngine), "x");
+  std::printf("%-46s %8.3f s\n", "pipeline less 0.7 x bare engine (at most 2.5)",
+              pipeline - 0.7 * bare);
   print("the tree's clamdscan, runs of 200, two at a time", each(all, &Round::treesEngine), "s");
   print("processor time of the bare client", each(all, &Round::bareClient), "s");
   print("processor time of the tree's client", each(all, &Round::client), "s");

@@ -30,7 +30,6 @@
 #include "platform/linux/services/QtApplication.h"
 #include "platform/linux/services/QtModifierKeys.h"
 #include "platform/linux/services/TerminationSignals.h"
-#include "platform/linux/services/UserAccount.h"
 #include "platform/linux/session/LogindPowerNotifications.h"
 #include "platform/linux/session/ScriptingObject.h"
 #include "platform/linux/session/SessionBusNotificationCenter.h"
@@ -38,8 +37,8 @@
 #include "platform/linux/text/QtTranslation.h"
 #include "platform/linux/text/StringTables.h"
 #include "platform/linux/tray/QtDockTile.h"
-#include "platform/linux/tray/QtImageLoader.h"
-#include "platform/linux/tray/QtStatusBar.h"
+#include "platform/linux/tray/QtImage.h"
+#include "platform/linux/tray/QtStatusItem.h"
 
 namespace quillo {
 namespace {
@@ -62,9 +61,9 @@ struct LinuxPlatform::Parts {
   ~Parts() { setGuardReport(nullptr); }
 
   void log(const std::string& problem) { systemLog.log(problem); }
-  void tell(const std::string& text);
-  void tellOfPreferences(const std::string& problem, const Wording& wording);
-  void tellOfDisplay(const DisplayProblem& problem);
+  void notify(const std::string& text);
+  void reportPreferences(const std::string& problem, const Wording& wording);
+  void reportDisplay(const DisplayProblem& problem);
 
   TerminationSignals signals;
   Environment environment = Environment::ofThisProcess();
@@ -88,7 +87,7 @@ struct LinuxPlatform::Parts {
   TomlPreferenceStore preferences{TomlPreferenceStore::folders(environment, folders.homeFolder()),
                                   ownDomain,
                                   [this](const std::string& problem, const Wording& wording) {
-                                    tellOfPreferences(problem, wording);
+                                    reportPreferences(problem, wording);
                                   }};
   FreedesktopNotifications growl{
       sessionBus, postToMain, clock, strings, resources + "/images/128/application.png", report};
@@ -143,34 +142,34 @@ struct LinuxPlatform::Parts {
 LinuxPlatform::Parts::Parts(int& argc, char** argv) : application(argc, argv) {
   setGuardReport(report);
   application.setDockTile(dockTile);
-  application.setExitHandler([this] { systemLog.tellRepeats(true); });
+  application.setExitHandler([this] { systemLog.logRepeats(true); });
   repeats.setTimerType(Qt::VeryCoarseTimer);
-  QObject::connect(&repeats, &QTimer::timeout, [this] { systemLog.tellRepeats(); });
+  QObject::connect(&repeats, &QTimer::timeout, [this] { systemLog.logRepeats(); });
   repeats.start(std::chrono::minutes(1));
   if (!singleInstance.problem().empty()) {
     log(singleInstance.problem());
   }
   isFirst = singleInstance.isFirst() && scripting.claimName();
   if (const auto problem = application.problemWithDisplay(); problem && isFirst) {
-    tellOfDisplay(*problem);
+    reportDisplay(*problem);
   }
 }
 
-void LinuxPlatform::Parts::tellOfPreferences(const std::string& problem, const Wording& wording) {
+void LinuxPlatform::Parts::reportPreferences(const std::string& problem, const Wording& wording) {
   log(problem);
   const std::string text = Wording{"PREFERENCES_UNREADABLE", {wording.in(strings)}}.in(strings);
-  postToMain([this, text] { tell(text); });
+  postToMain([this, text] { notify(text); });
 }
 
 // When the agent logs to its log already.
-void LinuxPlatform::Parts::tellOfDisplay(const DisplayProblem& problem) {
+void LinuxPlatform::Parts::reportDisplay(const DisplayProblem& problem) {
   postToMain([this, problem] {
     log(problem.text);
-    tell(problem.wording.in(strings));
+    notify(problem.wording.in(strings));
   });
 }
 
-void LinuxPlatform::Parts::tell(const std::string& text) {
+void LinuxPlatform::Parts::notify(const std::string& text) {
   if (growl.isGrowlRunning()) {
     growl.notify({"Vantrel Quillo", "Error", text, 0, true});
   }

@@ -5,7 +5,7 @@
 #include "platform/linux/services/GioPointer.h"
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

@@ -8,9 +8,9 @@
 #include "platform/linux/services/DesktopApplicationLauncher.h"
 #include "platform/linux/services/DesktopWorkspace.h"
 #include "posix/Text.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/SessionFolder.h"
+#include "tests/desktop/support/bus/FakeBusObject.h"
 
 namespace quillo {
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 
 #include "platform/linux/dialogs/InterfaceFile.h"
-#include "tests/desktop/support/DesktopSession.h"
-#include "tests/desktop/support/FaceProgram.h"
+#include "tests/desktop/support/InterfaceProgram.h"
+#include "tests/desktop/support/session/DesktopSession.h"
 
 namespace quillo {
 namespace {
@@ -22,19 +22,19 @@ const std::string quarantinedTitle = "Vantrel Quillo";
 class DialogKeys : public testing::Test {
  protected:
   void showNoEngine() {
-    face.tell("noengine");
-    face.expect("focus " + noEngineTitle);
-    face.ask("where closeButton", "at ");
+    interface.send("noengine");
+    interface.expect("focus " + noEngineTitle);
+    interface.ask("where closeButton", "at ");
   }
 
   // It comes up without the keyboard, which the user moves to it as to any other window.
   void showQuarantined() {
-    face.ask("load QuarantinedDialog", "loaded");
-    face.tell("front");
+    interface.ask("load QuarantinedDialog", "loaded");
+    interface.send("front");
     ASSERT_TRUE(showsWindows(1, quarantinedTitle));
-    face.ask("where deleteButton", "at ");
+    interface.ask("where deleteButton", "at ");
     session.press("alt+Tab");
-    face.expect("focus " + quarantinedTitle);
+    interface.expect("focus " + quarantinedTitle);
   }
 
   bool showsWindows(std::size_t count, const std::string& title) {
@@ -43,13 +43,14 @@ class DialogKeys : public testing::Test {
   }
 
   bool isAt(const std::string& name) {
-    return session.screen().eventually([&] { return face.ask("focused", "focused ") == name; });
+    return session.screen().eventually(
+        [&] { return interface.ask("focused", "focused ") == name; });
   }
 
   void walkTo(const std::string& name) {
-    for (int steps = 0; steps < 8 && face.ask("focused", "focused ") != name; ++steps) {
+    for (int steps = 0; steps < 8 && interface.ask("focused", "focused ") != name; ++steps) {
       session.press("Tab");
-      face.ask("sync", "synced");
+      interface.ask("sync", "synced");
     }
     ASSERT_TRUE(isAt(name)) << name;
   }
@@ -64,7 +65,7 @@ class DialogKeys : public testing::Test {
   }
 
   DesktopSession session;
-  FaceProgram face{session};
+  InterfaceProgram interface { session };
 };
 
 TEST_F(DialogKeys, LeadThroughTheMissingEnginesWindow) {
@@ -77,14 +78,14 @@ TEST_F(DialogKeys, PressTheButtonsOfTheMissingEnginesWindow) {
   showNoEngine();
   walkTo("openPrefsButton");
   session.press("space");
-  face.expect("prefs");
+  interface.expect("prefs");
   walkTo("openVantrelButton");
   session.press("Return");
-  face.expect("vantrel");
+  interface.expect("vantrel");
   session.press("alt+p");
-  face.expect("prefs");
+  interface.expect("prefs");
   session.press("alt+v");
-  face.expect("vantrel");
+  interface.expect("vantrel");
   session.press("alt+c");
   EXPECT_TRUE(showsWindows(0, noEngineTitle));
 }
@@ -104,21 +105,21 @@ TEST_F(DialogKeys, ShowTheQuarantineFolder) {
   showQuarantined();
   walkTo("deleteButton");
   session.press("space");
-  EXPECT_EQ(face.expect("pressed "), "0 delete 0");
+  EXPECT_EQ(interface.expect("pressed "), "0 delete 0");
   EXPECT_TRUE(showsWindows(0, quarantinedTitle));
 }
 
 TEST_F(DialogKeys, ShowTheQuarantineFolderByItsAccessKey) {
   showQuarantined();
   session.press("alt+s");
-  EXPECT_EQ(face.expect("pressed "), "0 delete 0");
+  EXPECT_EQ(interface.expect("pressed "), "0 delete 0");
 }
 
 TEST_F(DialogKeys, DismissTheWindowOfAQuarantinedFile) {
   for (const char* key : {"Escape", "alt+o"}) {
     showQuarantined();
     session.press(key);
-    EXPECT_EQ(face.expect("pressed ").substr(2), "other 0") << key;
+    EXPECT_EQ(interface.expect("pressed ").substr(2), "other 0") << key;
     EXPECT_TRUE(showsWindows(0, quarantinedTitle)) << key;
   }
 }
@@ -129,19 +130,19 @@ TEST_F(DialogKeys, PressNoButtonUnlessTheUserWalksToIt) {
   for (const char* key : {"Return", "space", "KP_Enter", "i", "m", "s"}) {
     session.press(key);
   }
-  face.ask("sync", "synced");
+  interface.ask("sync", "synced");
   EXPECT_EQ(session.screen().countWindows(noEngineTitle), 1U);
   session.press("alt+p");
-  face.expect("prefs");
+  interface.expect("prefs");
 }
 
 TEST_F(DialogKeys, AnswerNothingAsLongAsTheWindowIsNew) {
-  face.tell("noengine");
-  face.expect("focus " + noEngineTitle);
+  interface.send("noengine");
+  interface.expect("focus " + noEngineTitle);
   for (const char* key : {"Escape", "alt+c"}) {
     session.press(key);
   }
-  face.ask("where closeButton", "at ");
+  interface.ask("where closeButton", "at ");
   EXPECT_EQ(session.screen().countWindows(noEngineTitle), 1U);
 }
 

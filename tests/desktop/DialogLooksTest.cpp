@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/desktop/support/BusMonitor.h"
-#include "tests/desktop/support/DesktopSession.h"
-#include "tests/desktop/support/FaceProgram.h"
+#include "tests/desktop/support/InterfaceProgram.h"
+#include "tests/desktop/support/bus/BusMonitor.h"
+#include "tests/desktop/support/session/DesktopSession.h"
 
 namespace quillo {
 namespace {
@@ -19,27 +19,27 @@ constexpr QRgb white = 0xffffff;
 
 class DialogLooks : public testing::Test {
  protected:
-  void warn(FaceProgram& face) {
+  void warn(InterfaceProgram& interface) {
     std::string path = "/home/anna";
     while (path.size() < 4000) {
       path += "/a folder with a long name";
     }
-    face.ask("load WarningDialog", "loaded");
-    face.ask("message " + path + ": Win.Test.Agent-12345 FOUND", "message ");
-    face.tell("front");
+    interface.ask("load WarningDialog", "loaded");
+    interface.ask("message " + path + ": Win.Test.Agent-12345 FOUND", "message ");
+    interface.send("front");
     awaitWindow();
-    face.ask("where deleteButton", "at ");
+    interface.ask("where deleteButton", "at ");
   }
-  void showQuarantined(FaceProgram& face) {
-    face.ask("load QuarantinedDialog", "loaded");
-    face.tell("front");
+  void showQuarantined(InterfaceProgram& interface) {
+    interface.ask("load QuarantinedDialog", "loaded");
+    interface.send("front");
     awaitWindow();
-    face.ask("where deleteButton", "at ");
+    interface.ask("where deleteButton", "at ");
   }
-  void showNoEngine(FaceProgram& face) {
-    face.tell("noengine");
+  void showNoEngine(InterfaceProgram& interface) {
+    interface.send("noengine");
     awaitWindow();
-    face.ask("where closeButton", "at ");
+    interface.ask("where closeButton", "at ");
   }
 
   void awaitWindow() {
@@ -48,8 +48,8 @@ class DialogLooks : public testing::Test {
   }
 
   // Of the window with that widget, frame and all.
-  static QRect areaOf(FaceProgram& face, const std::string& widget) {
-    std::istringstream numbers(face.ask("area " + widget, "area "));
+  static QRect areaOf(InterfaceProgram& interface, const std::string& widget) {
+    std::istringstream numbers(interface.ask("area " + widget, "area "));
     int x = 0;
     int y = 0;
     int width = 0;
@@ -58,8 +58,8 @@ class DialogLooks : public testing::Test {
     return {x, y, width, height};
   }
 
-  void expectWhollyOnTheScreen(FaceProgram& face, const std::string& widget) {
-    const QRect area = areaOf(face, widget);
+  void expectWhollyOnTheScreen(InterfaceProgram& interface, const std::string& widget) {
+    const QRect area = areaOf(interface, widget);
     EXPECT_TRUE(wholeScreen.contains(area))
         << area.x() << "," << area.y() << " " << area.width() << "x" << area.height();
   }
@@ -83,24 +83,24 @@ class DialogLooksIn : public DialogLooks, public testing::WithParamInterface<con
 };
 
 TEST_P(DialogLooksIn, AWarningOfALongPathIsWhollyOnADenseScreen) {
-  FaceProgram face(session, dense, "-2", language());
-  warn(face);
+  InterfaceProgram interface(session, dense, "-2", language());
+  warn(interface);
   session.keepPicture("warning-dense-" + language());
-  expectWhollyOnTheScreen(face, "deleteButton");
+  expectWhollyOnTheScreen(interface, "deleteButton");
 }
 
 TEST_P(DialogLooksIn, TheMissingEnginesIsWhollyOnADenseScreen) {
-  FaceProgram face(session, dense, "-2", language());
-  showNoEngine(face);
+  InterfaceProgram interface(session, dense, "-2", language());
+  showNoEngine(interface);
   session.keepPicture("no-engine-dense-" + language());
-  expectWhollyOnTheScreen(face, "closeButton");
+  expectWhollyOnTheScreen(interface, "closeButton");
 }
 
 TEST_P(DialogLooksIn, ThatOfAQuarantinedFileIsWhollyOnADenseScreen) {
-  FaceProgram face(session, dense, "-2", language());
-  showQuarantined(face);
+  InterfaceProgram interface(session, dense, "-2", language());
+  showQuarantined(interface);
   session.keepPicture("quarantined-dense-" + language());
-  expectWhollyOnTheScreen(face, "deleteButton");
+  expectWhollyOnTheScreen(interface, "deleteButton");
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryLanguage, DialogLooksIn,
@@ -109,45 +109,45 @@ INSTANTIATE_TEST_SUITE_P(EveryLanguage, DialogLooksIn,
 
 TEST_F(DialogLooks, OfAWarningFollowADarkTheme) {
   session.makeDark();
-  FaceProgram face(session, DesktopSession::darkVariables());
-  warn(face);
+  InterfaceProgram interface(session, DesktopSession::darkVariables());
+  warn(interface);
   session.keepPicture("warning-dark");
-  expectDark(areaOf(face, "deleteButton"));
+  expectDark(areaOf(interface, "deleteButton"));
 }
 
 TEST_F(DialogLooks, OfAWarningAreDarkWhereTheDesktopSaysThatItsUserPrefersThat) {
   const StandInService portal(session.busAddress(), "org.freedesktop.portal.Desktop",
                               {{"Read", "(<<uint32 1>>,)"}});
-  FaceProgram face(session);
-  warn(face);
+  InterfaceProgram interface(session);
+  warn(interface);
   session.keepPicture("warning-dark-by-portal");
-  expectDark(areaOf(face, "deleteButton"), ownDarkBackground);
+  expectDark(areaOf(interface, "deleteButton"), ownDarkBackground);
 }
 
 TEST_F(DialogLooks, OfAWarningAreBrightWhereTheDesktopSaysNothingElse) {
   const StandInService portal(session.busAddress(), "org.freedesktop.portal.Desktop",
                               {{"Read", "(<<uint32 0>>,)"}});
-  FaceProgram face(session);
-  warn(face);
+  InterfaceProgram interface(session);
+  warn(interface);
   constexpr QRgb brightBackground = 0xefefef;
-  const QRect window = areaOf(face, "deleteButton");
+  const QRect window = areaOf(interface, "deleteButton");
   EXPECT_TRUE(session.screen().find(brightBackground, window).has_value());
 }
 
 TEST_F(DialogLooks, OfTheMissingEngineFollowADarkTheme) {
   session.makeDark();
-  FaceProgram face(session, DesktopSession::darkVariables());
-  showNoEngine(face);
+  InterfaceProgram interface(session, DesktopSession::darkVariables());
+  showNoEngine(interface);
   session.keepPicture("no-engine-dark");
-  expectDark(areaOf(face, "closeButton"));
+  expectDark(areaOf(interface, "closeButton"));
 }
 
 TEST_F(DialogLooks, OfAQuarantinedFileFollowADarkTheme) {
   session.makeDark();
-  FaceProgram face(session, DesktopSession::darkVariables());
-  showQuarantined(face);
+  InterfaceProgram interface(session, DesktopSession::darkVariables());
+  showQuarantined(interface);
   session.keepPicture("quarantined-dark");
-  expectDark(areaOf(face, "deleteButton"));
+  expectDark(areaOf(interface, "deleteButton"));
 }
 
 }  // namespace

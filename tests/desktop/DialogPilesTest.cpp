@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "tests/desktop/support/DesktopSession.h"
-#include "tests/desktop/support/FaceProgram.h"
+#include "tests/desktop/support/InterfaceProgram.h"
+#include "tests/desktop/support/session/DesktopSession.h"
 
 namespace quillo {
 namespace {
@@ -14,21 +14,21 @@ const std::string noticeTitle = "Vantrel Quillo";
 class DialogPiles : public testing::Test {
  protected:
   void warn(const std::string& path) {
-    face.ask("load WarningDialog", "loaded");
-    face.ask("message " + path + ": Win.Test FOUND", "message ");
-    face.tell("front");
+    interface.ask("load WarningDialog", "loaded");
+    interface.ask("message " + path + ": Win.Test FOUND", "message ");
+    interface.send("front");
   }
 
   void tellEngineError() {
-    face.ask("load QuarantinedDialog", "loaded");
-    face.tell("engine-error");
-    face.ask("message The engine is gone", "message ");
-    face.tell("front");
+    interface.ask("load QuarantinedDialog", "loaded");
+    interface.send("engine-error");
+    interface.ask("message The engine is gone", "message ");
+    interface.send("front");
   }
 
   void tellQuarantined() {
-    face.ask("load QuarantinedDialog", "loaded");
-    face.tell("front");
+    interface.ask("load QuarantinedDialog", "loaded");
+    interface.send("front");
   }
 
   bool showsWindows(std::size_t count, const std::string& title) {
@@ -39,12 +39,12 @@ class DialogPiles : public testing::Test {
   // Until nothing more comes to the screen by itself.
   void settle() {
     for (int posted = 0; posted < 8; ++posted) {
-      face.ask("sync", "synced");
+      interface.ask("sync", "synced");
     }
   }
 
   DesktopSession session;
-  FaceProgram face{session};
+  InterfaceProgram interface { session };
 };
 
 TEST_F(DialogPiles, OfTheEnginesErrorsOneIsShownAndSaysHowManyWait) {
@@ -54,7 +54,7 @@ TEST_F(DialogPiles, OfTheEnginesErrorsOneIsShownAndSaysHowManyWait) {
   ASSERT_TRUE(showsWindows(1, noticeTitle));
   settle();
   EXPECT_EQ(session.screen().countWindows(noticeTitle), 1U);
-  EXPECT_EQ(face.ask("text theRest", "text "), "More such messages waiting: 4");
+  EXPECT_EQ(interface.ask("text theRest", "text "), "More such messages waiting: 4");
   session.keepPicture("engine-errors");
 }
 
@@ -97,17 +97,17 @@ TEST_F(DialogPiles, SayOnlyWhereSeveralWarningsAreOpenThatCtrlDismissesThemAll) 
   ASSERT_TRUE(showsWindows(1, noticeTitle));
   settle();
   session.keepPicture("warning-alone");
-  EXPECT_EQ(face.ask("visible theHint", "visible "), "0");
+  EXPECT_EQ(interface.ask("visible theHint", "visible "), "0");
   warn("/home/anna/b.zip");
   ASSERT_TRUE(showsWindows(2, warningTitle));
   settle();
   session.keepPicture("warnings-two");
-  EXPECT_EQ(face.ask("visible theHint", "visible "), "2");
-  EXPECT_NE(face.ask("text theHint", "text ").find("stay where they are"), std::string::npos);
-  face.clickOn("ignoreButton");
+  EXPECT_EQ(interface.ask("visible theHint", "visible "), "2");
+  EXPECT_NE(interface.ask("text theHint", "text ").find("stay where they are"), std::string::npos);
+  interface.clickOn("ignoreButton");
   ASSERT_TRUE(showsWindows(1, warningTitle));
   settle();
-  EXPECT_EQ(face.ask("visible theHint", "visible "), "0");
+  EXPECT_EQ(interface.ask("visible theHint", "visible "), "0");
 }
 
 TEST_F(DialogPiles, LeaveTheButtonsWhereTheyAreWhenTheHintComes) {
@@ -115,16 +115,16 @@ TEST_F(DialogPiles, LeaveTheButtonsWhereTheyAreWhenTheHintComes) {
   ASSERT_TRUE(showsWindows(1, warningTitle));
   settle();
   ASSERT_TRUE(session.screen().eventually(
-      [&] { return face.ask("framed deleteButton", "framed ") == "1"; }));
+      [&] { return interface.ask("framed deleteButton", "framed ") == "1"; }));
   settle();
-  const std::string before = face.ask("where deleteButton", "at ");
+  const std::string before = interface.ask("where deleteButton", "at ");
   const auto height = [&] { return session.screen().windowAreas(warningTitle).at(0).height(); };
   const int heightBefore = height();
-  face.tell("failure It could not be done for a reason that takes some words to tell.");
+  interface.send("failure It could not be done for a reason that takes some words to tell.");
   // Its size and its place reach the server one after the other.
   ASSERT_TRUE(session.screen().eventually([&] { return height() > heightBefore; }));
-  EXPECT_TRUE(
-      session.screen().eventually([&] { return face.ask("where deleteButton", "at ") == before; }));
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return interface.ask("where deleteButton", "at ") == before; }));
 }
 
 }  // namespace

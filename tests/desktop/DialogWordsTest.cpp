@@ -3,30 +3,32 @@
 #include <sstream>
 #include <string>
 
-#include "tests/desktop/support/DesktopSession.h"
-#include "tests/desktop/support/FaceProgram.h"
+#include "tests/desktop/support/InterfaceProgram.h"
+#include "tests/desktop/support/session/DesktopSession.h"
 
 namespace quillo {
 namespace {
 
 class DialogWords : public testing::Test {
  protected:
-  void load(const std::string& name) { face.ask("load " + name, "loaded"); }
+  void load(const std::string& name) { interface.ask("load " + name, "loaded"); }
   void show() {
-    face.tell("front");
+    interface.send("front");
     ASSERT_TRUE(
         session.screen().eventually([&] { return session.screen().windowTitles().size() == 1; }));
   }
   void warn(const std::string& line) {
     load("WarningDialog");
-    face.ask("message " + line, "message ");
+    interface.ask("message " + line, "message ");
     show();
   }
-  std::string text(const std::string& name) { return face.ask("text " + name, "text "); }
-  std::string visible(const std::string& name) { return face.ask("visible " + name, "visible "); }
+  std::string text(const std::string& name) { return interface.ask("text " + name, "text "); }
+  std::string visible(const std::string& name) {
+    return interface.ask("visible " + name, "visible ");
+  }
 
   DesktopSession session;
-  FaceProgram face{session};
+  InterfaceProgram interface { session };
 };
 
 TEST_F(DialogWords, CallAHeuristicFindSuspicious) {
@@ -45,7 +47,7 @@ TEST_F(DialogWords, CallAKnownThreatMalwareWhateverTheFileIsCalled) {
 
 TEST_F(DialogWords, OfASuspiciousFileInTheQuarantineSayThatItMayBeHarmless) {
   load("QuarantinedDialog");
-  face.tell("suspicious");
+  interface.send("suspicious");
   show();
   EXPECT_EQ(text("theHeading"), "A suspicious file was found");
   EXPECT_NE(text("theMessage").find("may be harmless"), std::string::npos);
@@ -53,7 +55,7 @@ TEST_F(DialogWords, OfASuspiciousFileInTheQuarantineSayThatItMayBeHarmless) {
 
 TEST_F(DialogWords, OfAQuarantinedFileNameItAndPromiseNothing) {
   load("QuarantinedDialog");
-  face.tell("subject /home/anna/<b>a</b>.zip");
+  interface.send("subject /home/anna/<b>a</b>.zip");
   show();
   EXPECT_EQ(text("theSubject"), "/home/anna/<b>a</b>.zip");
   EXPECT_EQ(text("theMessage"),
@@ -71,8 +73,8 @@ TEST_F(DialogWords, NameNoFileWhereNoneWasGiven) {
 
 TEST_F(DialogWords, OfALinkNameBothFiles) {
   load("WarningDialog");
-  face.ask("message /home/anna/link: Win.Test FOUND", "message ");
-  face.tell("subject /srv/target.exe");
+  interface.ask("message /home/anna/link: Win.Test FOUND", "message ");
+  interface.send("subject /srv/target.exe");
   show();
   EXPECT_EQ(text("theMessage"), "/home/anna/link");
   EXPECT_EQ(text("subjectLabel"), "Leads to:");
@@ -81,8 +83,8 @@ TEST_F(DialogWords, OfALinkNameBothFiles) {
 }
 
 TEST_F(DialogWords, OfAProblemOfTheEngineAreHeadingReasonAndAdvice) {
-  face.tell("noengine-text No update log\\nThe log is <b>not</b> known.\\nChoose one.");
-  face.tell("noengine");
+  interface.send("noengine-text No update log\\nThe log is <b>not</b> known.\\nChoose one.");
+  interface.send("noengine");
   ASSERT_TRUE(
       session.screen().eventually([&] { return session.screen().windowTitles().size() == 1; }));
   EXPECT_EQ(text("theHeading"), "No update log");
@@ -93,7 +95,7 @@ TEST_F(DialogWords, OfAProblemOfTheEngineAreHeadingReasonAndAdvice) {
 TEST_F(DialogWords, OfALongNameDoNotWidenTheWindow) {
   warn("/home/anna/a.zip: Win.Test FOUND");
   const auto width = [this] {
-    std::istringstream area(face.ask("area ignoreButton", "area "));
+    std::istringstream area(interface.ask("area ignoreButton", "area "));
     int x = 0;
     int y = 0;
     int length = 0;
@@ -101,10 +103,10 @@ TEST_F(DialogWords, OfALongNameDoNotWidenTheWindow) {
     return length;
   };
   ASSERT_TRUE(session.screen().eventually(
-      [&] { return face.ask("framed ignoreButton", "framed ") == "1"; }));
+      [&] { return interface.ask("framed ignoreButton", "framed ") == "1"; }));
   const int before = width();
-  face.tell("failure Not moved: /home/anna/" + std::string(250, 'x') + ".zip");
-  face.ask("sync", "synced");
+  interface.send("failure Not moved: /home/anna/" + std::string(250, 'x') + ".zip");
+  interface.ask("sync", "synced");
   EXPECT_EQ(width(), before);
   session.keepPicture("warning-failure-long");
 }
@@ -112,26 +114,26 @@ TEST_F(DialogWords, OfALongNameDoNotWidenTheWindow) {
 TEST_F(DialogWords, SayInTheOpenWindowWhatDidNotWork) {
   warn("/home/anna/a.zip: Win.Test FOUND");
   EXPECT_EQ(visible("theFailure"), "0");
-  face.tell("failure The file could not be moved to the trash: <i>no space</i>.");
+  interface.send("failure The file could not be moved to the trash: <i>no space</i>.");
   EXPECT_EQ(visible("theFailure"), "1");
   EXPECT_EQ(text("theFailure"), "The file could not be moved to the trash: <i>no space</i>.");
   session.keepPicture("warning-failure");
-  face.clickOn("ignoreButton");
-  EXPECT_EQ(face.expect("pressed "), "0 other 0");
+  interface.clickOn("ignoreButton");
+  EXPECT_EQ(interface.expect("pressed "), "0 other 0");
 }
 
 // What has the focus is what every screen reader reads.
 TEST_F(DialogWords, HaveAFailureReadByScreenReaders) {
   warn("/home/anna/a.zip: Win.Test FOUND");
-  face.tell("failure It could not be done.");
-  EXPECT_EQ(face.ask("focused-in-window theFailure", "focused "), "theFailure");
-  EXPECT_EQ(face.ask("spoken theFailure", "spoken "), "It could not be done.||");
+  interface.send("failure It could not be done.");
+  EXPECT_EQ(interface.ask("focused-in-window theFailure", "focused "), "theFailure");
+  EXPECT_EQ(interface.ask("spoken theFailure", "spoken "), "It could not be done.||");
 }
 
 TEST_F(DialogWords, OfAShortPathShowTheWholeOfIt) {
   warn("/home/anna/a.zip: Win.Test FOUND");
-  EXPECT_EQ(face.ask("bottom theMessage", "bottom "), "1");
-  EXPECT_EQ(face.ask("top theMessage", "top "), "1");
+  EXPECT_EQ(interface.ask("bottom theMessage", "bottom "), "1");
+  EXPECT_EQ(interface.ask("top theMessage", "top "), "1");
 }
 
 TEST_F(DialogWords, OfAPathOfFourThousandBytesShowTheFilesName) {
@@ -140,8 +142,8 @@ TEST_F(DialogWords, OfAPathOfFourThousandBytesShowTheFilesName) {
     path += "/a folder with a long name";
   }
   warn(path + "/Quittung.exe: Win.Test FOUND");
-  EXPECT_TRUE(
-      session.screen().eventually([&] { return face.ask("bottom theMessage", "bottom ") == "1"; }));
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return interface.ask("bottom theMessage", "bottom ") == "1"; }));
   session.keepPicture("warning-long-path-end");
 }
 

@@ -2,8 +2,8 @@
 
 #include <optional>
 
-#include "tests/desktop/support/DesktopSession.h"
-#include "tests/desktop/support/FaceProgram.h"
+#include "tests/desktop/support/InterfaceProgram.h"
+#include "tests/desktop/support/session/DesktopSession.h"
 
 namespace quillo {
 namespace {
@@ -15,96 +15,97 @@ const QRect wholeScreen(0, 0, DesktopSession::width, DesktopSession::height);
 class DockTileTest : public testing::Test {
  protected:
   void SetUp() override {
-    face.tell("dockimage dock_watching");
-    face.tell("dockstate Watching two folders");
-    face.tell("dockfolders ~/Documents/:~/Downloads/");
-    face.tell("verdict 12:00:01 ~/Downloads/holiday.jpg scanned");
-    face.tell("verdict 12:00:02 ~/Downloads/invoice.zip Win.Test.Agent-12345 threat");
-    ASSERT_EQ(face.ask("dock", "foreground "), "0");
-    face.expect("focus Vantrel Quillo");
+    interface.send("dockimage dock_watching");
+    interface.send("dockstate Watching two folders");
+    interface.send("dockfolders ~/Documents/:~/Downloads/");
+    interface.send("verdict 12:00:01 ~/Downloads/holiday.jpg scanned");
+    interface.send("verdict 12:00:02 ~/Downloads/invoice.zip Win.Test.Agent-12345 threat");
+    ASSERT_EQ(interface.ask("dock", "foreground "), "0");
+    interface.expect("focus Vantrel Quillo");
     ASSERT_TRUE(session.screen().eventually(
         [&] { return session.screen().countWindows("Vantrel Quillo") == 1; }));
   }
 
   DesktopSession session;
-  FaceProgram face{session};
+  InterfaceProgram interface { session };
 };
 
 TEST_F(DockTileTest, SaysWhatTheAgentDoes) {
   session.keepPicture("dock-tile");
-  EXPECT_EQ(face.ask("text theState", "text "), "Watching two folders");
+  EXPECT_EQ(interface.ask("text theState", "text "), "Watching two folders");
 }
 
 TEST_F(DockTileTest, ListsFoldersAndVerdictsNewestFirst) {
-  EXPECT_EQ(face.ask("rows theFolders", "rows "), "~/Documents/;~/Downloads/");
-  EXPECT_EQ(face.ask("rows theVerdicts", "rows "),
+  EXPECT_EQ(interface.ask("rows theFolders", "rows "), "~/Documents/;~/Downloads/");
+  EXPECT_EQ(interface.ask("rows theVerdicts", "rows "),
             "12:00:02,~/Downloads/invoice.zip,Win.Test.Agent-12345;"
             "12:00:01,~/Downloads/holiday.jpg,scanned");
 }
 
 TEST_F(DockTileTest, TakesNoFilesNameForMarkup) {
-  face.tell("verdict 12:00:03 ~/<b>x</b>&lt; <i>Win</i>");
+  interface.send("verdict 12:00:03 ~/<b>x</b>&lt; <i>Win</i>");
   ASSERT_TRUE(session.screen().eventually([&] {
-    return face.ask("rows theVerdicts", "rows ").starts_with("12:00:03,~/<b>x</b>&lt;,<i>Win</i>;");
+    return interface.ask("rows theVerdicts", "rows ")
+        .starts_with("12:00:03,~/<b>x</b>&lt;,<i>Win</i>;");
   }));
-  const std::string tips = face.ask("tips theVerdicts", "tips ");
+  const std::string tips = interface.ask("tips theVerdicts", "tips ");
   for (const char* markup : {"<b", "</b", "&lt", "<i"}) {
     EXPECT_EQ(tips.find(markup), std::string::npos) << tips;
   }
 }
 
 TEST_F(DockTileTest, HasItsStateReadByScreenReaders) {
-  EXPECT_EQ(face.ask("spoken theState", "spoken "),
+  EXPECT_EQ(interface.ask("spoken theState", "spoken "),
             "Watching two folders|What Vantrel Quillo is doing|");
 }
 
 TEST_F(DockTileTest, KeepsTheLastTenOfAStormOfVerdicts) {
   for (int number = 1; number <= 1000; ++number) {
-    face.tell("verdict 12:00:03 ~/" + std::to_string(number) + " scanned");
+    interface.send("verdict 12:00:03 ~/" + std::to_string(number) + " scanned");
   }
   std::string rows = "12:00:03,~/1000,scanned";
   for (int number = 999; number > 990; --number) {
     rows += ";12:00:03,~/" + std::to_string(number) + ",scanned";
   }
-  EXPECT_TRUE(
-      session.screen().eventually([&] { return face.ask("rows theVerdicts", "rows ") == rows; }));
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return interface.ask("rows theVerdicts", "rows ") == rows; }));
 }
 
 TEST_F(DockTileTest, ShowsAnotherStateAndAnotherPicture) {
-  face.tell("dockstate Scanning 1,204 files");
-  face.tell("dockimage dock_scanning3");
+  interface.send("dockstate Scanning 1,204 files");
+  interface.send("dockimage dock_scanning3");
   ASSERT_TRUE(session.screen().eventually(
-      [&] { return face.ask("text theState", "text ") == "Scanning 1,204 files"; }));
+      [&] { return interface.ask("text theState", "text ") == "Scanning 1,204 files"; }));
   EXPECT_TRUE(session.screen().eventually(
       [&] { return session.screen().find(scanningColour, wholeScreen).has_value(); }));
 }
 
 TEST_F(DockTileTest, ShowsAgainAfterBeingMinimisedWhatHasChanged) {
   session.press("alt+F4");
-  face.expect("minimised");
-  face.tell("dockimage dock_scanning1");
-  face.ask("sync", "synced");
+  interface.expect("minimised");
+  interface.send("dockimage dock_scanning1");
+  interface.ask("sync", "synced");
   EXPECT_FALSE(session.screen().find(scanningColour, wholeScreen).has_value());
-  face.ask("dock", "foreground ");
+  interface.ask("dock", "foreground ");
   EXPECT_TRUE(session.screen().eventually(
       [&] { return session.screen().find(scanningColour, wholeScreen).has_value(); }));
 }
 
 TEST_F(DockTileTest, IsMinimisedWhenClosed) {
   session.press("alt+F4");
-  face.expect("minimised");
+  interface.expect("minimised");
   EXPECT_EQ(session.screen().countWindows("Vantrel Quillo"), 1U);
 }
 
 TEST_F(DockTileTest, QuitsFromItsOwnMenu) {
   session.press("ctrl+q");
-  face.expect("terminated");
+  interface.expect("terminated");
 }
 
 TEST_F(DockTileTest, StaysWhenItWasBroughtForwardMeanwhile) {
-  EXPECT_EQ(face.ask("activate", "foreground "), "0");
+  EXPECT_EQ(interface.ask("activate", "foreground "), "0");
   session.press("alt+F4");
-  face.expect("minimised");
+  interface.expect("minimised");
   EXPECT_EQ(session.screen().countWindows("Vantrel Quillo"), 1U);
 }
 
@@ -116,42 +117,42 @@ class DockTileOnRequest : public testing::Test {
         [&] { return session.screen().countWindows("Vantrel Quillo") == windows; });
   }
   void SetUp() override {
-    face.tell("dockimage dock_watching");
-    face.tell("dockstate Watching two folders");
-    ASSERT_EQ(face.ask("activate", "foreground "), "0");
-    face.expect("focus Vantrel Quillo");
+    interface.send("dockimage dock_watching");
+    interface.send("dockstate Watching two folders");
+    ASSERT_EQ(interface.ask("activate", "foreground "), "0");
+    interface.expect("focus Vantrel Quillo");
     ASSERT_TRUE(becomes(1));
   }
 
   DesktopSession session;
-  FaceProgram face{session};
+  InterfaceProgram interface { session };
 };
 
 TEST_F(DockTileOnRequest, IsGoneWhenClosedAndQuitsNothing) {
   session.press("alt+F4");
   ASSERT_TRUE(becomes(0));
-  EXPECT_EQ(face.ask("sync", "synced"), "");
+  EXPECT_EQ(interface.ask("sync", "synced"), "");
 }
 
 TEST_F(DockTileOnRequest, ShowsWhatHasChangedWhenItIsAskedForAgain) {
   session.press("alt+F4");
   ASSERT_TRUE(becomes(0));
-  face.tell("dockstate Scanning 1,204 files");
-  face.tell("dockimage dock_scanning1");
-  EXPECT_EQ(face.ask("activate", "foreground "), "0");
+  interface.send("dockstate Scanning 1,204 files");
+  interface.send("dockimage dock_scanning1");
+  EXPECT_EQ(interface.ask("activate", "foreground "), "0");
   ASSERT_TRUE(becomes(1));
-  EXPECT_EQ(face.ask("text theState", "text "), "Scanning 1,204 files");
+  EXPECT_EQ(interface.ask("text theState", "text "), "Scanning 1,204 files");
   EXPECT_TRUE(session.screen().eventually(
       [&] { return session.screen().find(scanningColour, wholeScreen).has_value(); }));
 }
 
 TEST_F(DockTileOnRequest, ComesInFrontOfOtherWindows) {
-  face.ask("load WarningDialog", "loaded");
-  face.tell("front");
+  interface.ask("load WarningDialog", "loaded");
+  interface.send("front");
   ASSERT_TRUE(session.screen().eventually(
       [&] { return session.screen().countWindows("Malware Found") == 1; }));
   const QRect place = session.screen().windowAreas("Vantrel Quillo").back();
-  EXPECT_EQ(face.ask("activate", "foreground "), "0");
+  EXPECT_EQ(interface.ask("activate", "foreground "), "0");
   EXPECT_TRUE(
       session.screen().eventually([&] { return session.screen().activeWindowArea() == place; }));
 }
@@ -159,19 +160,19 @@ TEST_F(DockTileOnRequest, ComesInFrontOfOtherWindows) {
 class DockTileLooks : public testing::Test {
  protected:
   void show(const std::vector<std::string>& variables, const std::string& picture) {
-    FaceProgram face(session, variables);
-    face.tell("dockimage dock_scanning1");
-    face.tell("dockstate Scanning 1,204 files");
-    face.tell("dockfolders ~/Documents/:~/Downloads/:/srv/exchange/");
+    InterfaceProgram interface(session, variables);
+    interface.send("dockimage dock_scanning1");
+    interface.send("dockstate Scanning 1,204 files");
+    interface.send("dockfolders ~/Documents/:~/Downloads/:/srv/exchange/");
     for (const char* line :
          {"12:00:01 ~/Downloads/a-rather-long-name-of-a-folder/with/holiday.jpg scanned",
           "12:00:02 ~/Downloads/invoice.zip Win.Test.Agent-12345 threat",
           "12:00:03 /srv/exchange/minutes.odt scanned"}) {
-      face.tell(std::string("verdict ") + line);
+      interface.send(std::string("verdict ") + line);
     }
-    ASSERT_EQ(face.ask("dock", "foreground "), "0");
-    face.expect("focus Vantrel Quillo");
-    face.ask("where theVerdicts", "at ");
+    ASSERT_EQ(interface.ask("dock", "foreground "), "0");
+    interface.expect("focus Vantrel Quillo");
+    interface.ask("where theVerdicts", "at ");
     ASSERT_TRUE(session.screen().eventually([&] {
       beam = session.screen().find(scanningColour, wholeScreen);
       return beam.has_value();

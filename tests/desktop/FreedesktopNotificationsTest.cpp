@@ -2,7 +2,7 @@
 #include <fstream>
 #include <thread>
 
-#include "tests/desktop/FakeNotificationServer.h"
+#include "tests/desktop/support/bus/FakeNotificationServer.h"
 
 namespace quillo {
 namespace {

@@ -9,10 +9,10 @@
 #include "platform/linux/session/LogindPowerNotifications.h"
 #include "platform/linux/session/ScriptingObject.h"
 #include "platform/linux/session/SessionBusNotificationCenter.h"
-#include "platform/linux/tray/QtMenuItem.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
-#include "tests/fakes/FakeInterface.h"
+#include "platform/linux/tray/QtMenu.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/bus/FakeBusObject.h"
+#include "tests/fakes/desktop/FakeInterface.h"
 
 namespace quillo {
 namespace {

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "platform/linux/tray/QtImage.h"
-#include "platform/linux/tray/QtImageLoader.h"
 
 namespace quillo {
 namespace {

@@ -4,8 +4,8 @@
 #include <fstream>
 
 #include "platform/linux/names/InotifyDepartures.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

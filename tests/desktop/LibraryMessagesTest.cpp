@@ -6,7 +6,7 @@
 
 #include "platform/linux/services/LibraryMessages.h"
 #include "platform/linux/services/LinuxSystemLog.h"
-#include "tests/desktop/HandClock.h"
+#include "tests/desktop/support/HandClock.h"
 
 namespace quillo {
 namespace {
@@ -48,7 +48,7 @@ TEST_F(LibraryMessagesTest, AreWrittenAFewTimesEachAndThenCounted) {
     qWarning("again");
   }
   EXPECT_EQ(system.size(), 6U);
-  log.tellRepeats(true);
+  log.logRepeats(true);
   EXPECT_EQ(system.back(), "Qt: again (repeated 94 times)");
   EXPECT_EQ(console, Lines());
 }

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
+#include "platform/linux/services/Environment.h"
 #include "platform/linux/services/LinuxFolders.h"
-#include "platform/linux/services/UserAccount.h"
 #include "posix/Text.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

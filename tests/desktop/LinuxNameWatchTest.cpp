@@ -7,8 +7,8 @@
 
 #include "platform/linux/names/FileHandles.h"
 #include "platform/linux/names/LinuxNameWatch.h"
-#include "tests/desktop/TestFolder.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

@@ -5,10 +5,10 @@
 #include <fstream>
 #include <iterator>
 
+#include "platform/linux/services/LinesOfActions.h"
 #include "platform/linux/services/LinuxSystemLog.h"
 #include "platform/linux/text/VisibleText.h"
-#include "platform/linux/tray/LinesOfActions.h"
-#include "tests/desktop/HandClock.h"
+#include "tests/desktop/support/HandClock.h"
 
 namespace quillo {
 namespace {
@@ -58,7 +58,7 @@ TEST_F(LinuxSystemLogTest, WritesTensOfThousandsOfAlternatingFailuresAsAFewLines
   EXPECT_EQ(Lines(system.end() - 3, system.end()),
             (Lines{"cannot start", "trying again", "gave up"}));
   clock.advance(seconds(60));
-  log.tellRepeats();
+  log.logRepeats();
   EXPECT_EQ(Lines(system.begin() + 18, system.end()),
             (Lines{"cannot start (repeated 9,994 times)", "trying again (repeated 9,994 times)",
                    "gave up (repeated 9,994 times)"}));
@@ -97,7 +97,7 @@ TEST_F(LinuxSystemLogTest, WritesEachLineThatTellsOfAnActionHoweverManyThereAre)
   }
   EXPECT_EQ(system.size(), 20 * linesOfActions.size());
   clock.advance(seconds(60));
-  log.tellRepeats();
+  log.logRepeats();
   EXPECT_EQ(system.size(), 20 * linesOfActions.size());
 }
 

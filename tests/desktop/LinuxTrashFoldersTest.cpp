@@ -4,7 +4,7 @@
 
 #include "platform/linux/names/LinuxTrashFolders.h"
 #include "platform/linux/names/LinuxVolumes.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

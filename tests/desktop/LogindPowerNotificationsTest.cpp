@@ -3,8 +3,8 @@
 #include <QDBusPendingCallWatcher>
 
 #include "platform/linux/session/LogindPowerNotifications.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/bus/FakeBusObject.h"
 
 namespace quillo {
 namespace {

@@ -5,8 +5,8 @@
 
 #include "platform/linux/names/LinuxMountNotifications.h"
 #include "platform/linux/names/MountTable.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/InterruptedSystemCall.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/InterruptedSystemCall.h"
 
 namespace quillo {
 namespace {

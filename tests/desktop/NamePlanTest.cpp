@@ -4,7 +4,7 @@
 #include <set>
 
 #include "platform/linux/names/NamePlan.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

@@ -7,9 +7,9 @@
 #include <memory>
 
 #include "platform/linux/names/NameRounds.h"
-#include "tests/desktop/TestFolder.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

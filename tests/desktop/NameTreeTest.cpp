@@ -11,8 +11,8 @@
 #include <functional>
 
 #include "platform/linux/names/NameTree.h"
-#include "tests/desktop/TestFolder.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

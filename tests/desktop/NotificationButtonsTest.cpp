@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "platform/linux/session/BusDaemon.h"
-#include "tests/desktop/FakeNotificationServer.h"
+#include "tests/desktop/support/bus/FakeNotificationServer.h"
 
 namespace quillo {
 namespace {

@@ -3,8 +3,7 @@
 #include <vector>
 
 #include "platform/linux/notifications/NotificationQueue.h"
-#include "platform/linux/notifications/NotificationText.h"
-#include "tests/desktop/HandClock.h"
+#include "tests/desktop/support/HandClock.h"
 
 namespace quillo {
 namespace {

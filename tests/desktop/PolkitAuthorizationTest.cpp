@@ -8,9 +8,8 @@
 #include <map>
 
 #include "platform/linux/services/PolkitAuthorization.h"
-#include "platform/linux/services/SetUserIdSafety.h"
 #include "platform/linux/text/StringTables.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

@@ -3,8 +3,8 @@
 #include "platform/linux/services/LinuxFolders.h"
 #include "platform/linux/services/QtApplication.h"
 #include "posix/ChildProcess.h"
-#include "tests/desktop/support/DesktopSession.h"
-#include "tests/desktop/support/FaceProgram.h"
+#include "tests/desktop/support/InterfaceProgram.h"
+#include "tests/desktop/support/session/DesktopSession.h"
 
 namespace quillo {
 namespace {
@@ -29,9 +29,9 @@ TEST(QtApplication, WaitsAlsoWhereNoThreadIsToBeHad) {
 
 TEST(QtApplication, LeavesTheEnvironmentAsTheUserHasIt) {
   DesktopSession session;
-  FaceProgram chosen(session);
+  InterfaceProgram chosen(session);
   EXPECT_EQ(chosen.ask("environment QT_QPA_PLATFORM", "environment "), "(not set)");
-  FaceProgram given(session, {"QT_QPA_PLATFORM=offscreen"});
+  InterfaceProgram given(session, {"QT_QPA_PLATFORM=offscreen"});
   EXPECT_EQ(given.ask("environment QT_QPA_PLATFORM", "environment "), "offscreen");
 }
 

@@ -6,8 +6,8 @@
 #include <future>
 
 #include "platform/linux/session/ScriptingObject.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/bus/FakeBusObject.h"
 
 namespace quillo {
 namespace {

@@ -3,8 +3,8 @@
 #include "platform/linux/services/LinuxFolders.h"
 #include "platform/linux/session/BusDaemon.h"
 #include "platform/linux/session/SessionBusNotificationCenter.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/bus/FakeBusObject.h"
 
 namespace quillo {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "platform/linux/session/SingleInstance.h"
 #include "posix/ChildProcess.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "tests/desktop/support/DesktopSession.h"
-#include "tests/desktop/support/FaceProgram.h"
+#include "tests/desktop/support/InterfaceProgram.h"
+#include "tests/desktop/support/session/DesktopSession.h"
 
 namespace quillo {
 namespace {
@@ -22,15 +22,15 @@ bool holds(const std::string& text, const std::string& part) {
 
 class StatusItemTest : public testing::Test {
  protected:
-  std::unique_ptr<FaceProgram> startFace(const std::vector<std::string>& variables = {},
-                                         const std::string& length = "-2") {
-    auto face = std::make_unique<FaceProgram>(session, variables, length);
+  std::unique_ptr<InterfaceProgram> startInterface(const std::vector<std::string>& variables = {},
+                                                   const std::string& length = "-2") {
+    auto interface = std::make_unique<InterfaceProgram>(session, variables, length);
     for (const char* command :
          {"image watching", "alternate scanning1", "tooltip Watching two folders", "menu"}) {
-      face->tell(command);
+      interface->send(command);
     }
-    face->ask("sync", "synced");
-    return face;
+    interface->ask("sync", "synced");
+    return interface;
   }
 
   bool isShown(QRgb colour) {
@@ -59,35 +59,35 @@ class StatusItemTest : public testing::Test {
 
 TEST_F(StatusItemTest, IsShownInThePanel) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   EXPECT_TRUE(isShown(watchingColour));
-  face->tell("image scanning1");
+  interface->send("image scanning1");
   EXPECT_TRUE(isShown(scanningColour));
   session.keepPicture("status-item");
 }
 
 TEST_F(StatusItemTest, IsShownWhenThePanelComesLater) {
-  const auto face = startFace();
+  const auto interface = startInterface();
   session.startPanel();
   EXPECT_TRUE(isShown(watchingColour));
 }
 
 TEST_F(StatusItemTest, ComesBackWhenThePanelIsRestarted) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
   session.stopPanel();
   ASSERT_TRUE(isGone(watchingColour));
   session.startPanel();
   EXPECT_TRUE(isShown(watchingColour));
-  face->tell("image scanning1");
+  interface->send("image scanning1");
   EXPECT_TRUE(isShown(scanningColour));
 }
 
 TEST_F(StatusItemTest, ShowsItsAlternateImageWhileItsMenuIsOpen) {
   session.startPanel();
-  const auto face = startFace();
-  face->ask("enable start", "start enabled");
+  const auto interface = startInterface();
+  interface->ask("enable start", "start enabled");
   ASSERT_TRUE(isShown(watchingColour));
   clickOnIcon(1);
   ASSERT_TRUE(isShown(scanningColour));
@@ -96,14 +96,14 @@ TEST_F(StatusItemTest, ShowsItsAlternateImageWhileItsMenuIsOpen) {
   session.press("Down");
   session.press("Down");
   session.press("Return");
-  EXPECT_EQ(face->expect("chosen "), "start 0");
+  EXPECT_EQ(interface->expect("chosen "), "start 0");
   EXPECT_TRUE(isShown(watchingColour));
 }
 
 TEST_F(StatusItemTest, OpensItsMenuInThePanelAtTheOtherButton) {
   session.startPanel();
-  const auto face = startFace();
-  face->ask("enable start", "start enabled");
+  const auto interface = startInterface();
+  interface->ask("enable start", "start enabled");
   ASSERT_TRUE(isShown(watchingColour));
   clickOnIcon(3);
   ASSERT_TRUE(isShown(scanningColour));
@@ -111,12 +111,12 @@ TEST_F(StatusItemTest, OpensItsMenuInThePanelAtTheOtherButton) {
   session.press("Down");
   session.press("Down");
   session.press("Return");
-  EXPECT_EQ(face->expect("chosen "), "start 0");
+  EXPECT_EQ(interface->expect("chosen "), "start 0");
 }
 
 TEST_F(StatusItemTest, GivesThePanelWhatMendsOnlyWhereSomethingIsToBeMended) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
   const auto shows = [&](const std::string& label) {
     return holds(session.bus().menuLayout(item()), "'label': <'" + label + "'>");
@@ -128,36 +128,36 @@ TEST_F(StatusItemTest, GivesThePanelWhatMendsOnlyWhereSomethingIsToBeMended) {
   };
   EXPECT_TRUE(shows("Not watching"));
   EXPECT_FALSE(isSeen());
-  face->tell("mend Mend It");
+  interface->send("mend Mend It");
   EXPECT_TRUE(session.screen().eventually(isSeen));
 }
 
 TEST_F(StatusItemTest, GivesThePanelItemsWithTheirStates) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
   std::string layout = session.bus().menuLayout(item());
   EXPECT_TRUE(holds(layout, "{'enabled': <false>, 'label': <'_Start Watching'>")) << layout;
   EXPECT_TRUE(holds(layout, "{'enabled': <true>, 'label': <'_Update Virus Definitions'>"));
   EXPECT_TRUE(holds(layout, "'enabled': <false>, 'label': <'_Abort Scans'>"));
 
-  face->ask("enable start", "start enabled");
-  face->ask("title Please_wait…", "title Please_wait…");
-  face->ask("sync", "synced");
+  interface->ask("enable start", "start enabled");
+  interface->ask("title Please_wait…", "title Please_wait…");
+  interface->ask("sync", "synced");
   layout = session.bus().menuLayout(item());
   EXPECT_TRUE(holds(layout, "{'enabled': <true>, 'label': <'Please__wait…'>")) << layout;
-  EXPECT_EQ(face->ask("title Start Watching", "title "), "Start Watching");
-  face->ask("sync", "synced");
+  EXPECT_EQ(interface->ask("title Start Watching", "title "), "Start Watching");
+  interface->ask("sync", "synced");
   EXPECT_TRUE(holds(session.bus().menuLayout(item()), "<'_Start Watching'>"));
 }
 
 TEST_F(StatusItemTest, ListsTheFoldersLastFirstWithTheirNamesUnchanged) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
-  face->tell("folder ~/first_one");
-  face->tell("folder ~/R&D & more");
-  face->ask("sync", "synced");
+  interface->send("folder ~/first_one");
+  interface->send("folder ~/R&D & more");
+  interface->ask("sync", "synced");
   std::string layout = session.bus().menuLayout(item());
   const std::size_t first = layout.find("<'~/first__one'>");
   // A panel shows "_&" as an underlined "&", and the second as it is.
@@ -166,17 +166,17 @@ TEST_F(StatusItemTest, ListsTheFoldersLastFirstWithTheirNamesUnchanged) {
   ASSERT_NE(second, std::string::npos) << layout;
   EXPECT_LT(second, first);
 
-  face->tell("clear");
-  face->ask("sync", "synced");
+  interface->send("clear");
+  interface->ask("sync", "synced");
   EXPECT_FALSE(holds(session.bus().menuLayout(item()), "first__one"));
 }
 
 TEST_F(StatusItemTest, LosesTheQuitItemAndTheSeparatorAboveIt) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
-  face->tell("noquit");
-  face->ask("sync", "synced");
+  interface->send("noquit");
+  interface->ask("sync", "synced");
   const std::string layout = session.bus().menuLayout(item());
   EXPECT_FALSE(holds(layout, "_Quit"));
   const std::size_t separator = layout.rfind("'type': <'separator'>");
@@ -186,38 +186,38 @@ TEST_F(StatusItemTest, LosesTheQuitItemAndTheSeparatorAboveIt) {
 
 TEST_F(StatusItemTest, SendsNothingWhileThePictureStaysTheSame) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
   const int before = session.bus().pictureChanges(item());
   for (int i = 0; i < 20; ++i) {
-    face->tell("image watching");
-    face->tell("tooltip Watching two folders");
-    face->ask("sync", "synced");
+    interface->send("image watching");
+    interface->send("tooltip Watching two folders");
+    interface->ask("sync", "synced");
   }
   EXPECT_EQ(session.bus().pictureChanges(item()), before);
-  face->tell("image scanning1");
-  face->ask("sync", "synced");
+  interface->send("image scanning1");
+  interface->ask("sync", "synced");
   EXPECT_EQ(session.bus().pictureChanges(item()), before + 1);
 }
 
 TEST_F(StatusItemTest, SendsNothingWhileTheWordsStayTheSame) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
   const int before = session.bus().toolTipChanges(item());
   for (int i = 0; i < 20; ++i) {
-    face->tell("tooltip Watching two folders");
-    face->ask("sync", "synced");
+    interface->send("tooltip Watching two folders");
+    interface->ask("sync", "synced");
   }
   EXPECT_EQ(session.bus().toolTipChanges(item()), before);
-  face->tell("tooltip Scanning 1,204 files");
-  face->ask("sync", "synced");
+  interface->send("tooltip Scanning 1,204 files");
+  interface->ask("sync", "synced");
   EXPECT_EQ(session.bus().toolTipChanges(item()), before + 1);
 }
 
 TEST_F(StatusItemTest, SaysItsStateInWords) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
   EXPECT_TRUE(holds(session.bus().property(item(), "ToolTip"), "Watching two folders"));
   EXPECT_TRUE(holds(session.bus().property(item(), "Title"), "Vantrel Quillo"));
@@ -225,10 +225,10 @@ TEST_F(StatusItemTest, SaysItsStateInWords) {
 
 TEST_F(StatusItemTest, HasNoFoldersNameTakenForMarkup) {
   session.startPanel();
-  const auto face = startFace();
+  const auto interface = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
-  face->tell("tooltip Not guarded: /srv/<b>a&amp;</b>");
-  face->ask("sync", "synced");
+  interface->send("tooltip Not guarded: /srv/<b>a&amp;</b>");
+  interface->ask("sync", "synced");
   const std::string shown = session.bus().property(item(), "ToolTip");
   EXPECT_TRUE(holds(shown, "Not guarded: /srv/"));
   for (const char* markup : {"<b", "</b", "&amp"}) {
@@ -238,8 +238,8 @@ TEST_F(StatusItemTest, HasNoFoldersNameTakenForMarkup) {
 
 TEST_F(StatusItemTest, OfLengthZeroIsNotShown) {
   session.startPanel();
-  const auto hidden = startFace({}, "0");
-  const auto shown = startFace();
+  const auto hidden = startInterface({}, "0");
+  const auto shown = startInterface();
   ASSERT_TRUE(isShown(watchingColour));
   hidden->ask("sync", "synced");
   EXPECT_EQ(session.bus().statusItems().size(), 1U);
@@ -247,8 +247,8 @@ TEST_F(StatusItemTest, OfLengthZeroIsNotShown) {
 
 TEST_F(StatusItemTest, IsShownWithoutASessionBus) {
   session.startPanel();
-  const auto face = startFace({"DBUS_SESSION_BUS_ADDRESS=disabled:"});
-  face->ask("enable start", "start enabled");
+  const auto interface = startInterface({"DBUS_SESSION_BUS_ADDRESS=disabled:"});
+  interface->ask("enable start", "start enabled");
   ASSERT_TRUE(isShown(watchingColour));
   EXPECT_TRUE(session.bus().statusItems().empty());
   clickOnIcon(1);
@@ -257,7 +257,7 @@ TEST_F(StatusItemTest, IsShownWithoutASessionBus) {
   session.press("Down");
   session.press("Down");
   session.press("Return");
-  EXPECT_EQ(face->expect("chosen "), "start 0");
+  EXPECT_EQ(interface->expect("chosen "), "start 0");
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include "platform/linux/text/DisplayText.h"
 #include "platform/linux/text/StringTables.h"
 #include "posix/Text.h"
-#include "tests/desktop/TestFolder.h"
+#include "tests/desktop/support/SessionFolder.h"
 
 namespace quillo {
 namespace {

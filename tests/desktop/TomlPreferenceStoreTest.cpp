@@ -8,9 +8,9 @@
 #include "platform/linux/preferences/TomlFile.h"
 #include "platform/linux/preferences/TomlPreferenceStore.h"
 #include "platform/linux/text/StringTables.h"
-#include "tests/desktop/TestFolder.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/InterruptedSystemCall.h"
+#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/InterruptedSystemCall.h"
 
 namespace quillo {
 namespace {

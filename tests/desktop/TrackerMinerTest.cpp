@@ -11,11 +11,11 @@
 #include "platform/linux/index/TrackerQuery.h"
 #include "platform/linux/session/BusDaemon.h"
 #include "posix/ChildProcess.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
-#include "tests/desktop/TestFolder.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/FakeWatcherOwner.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/SessionFolder.h"
+#include "tests/desktop/support/bus/FakeBusObject.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
 #include "watchers/SpotlightWatcher.h"
 
 namespace quillo {

@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "platform/linux/index/TrackerQuery.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/bus/FakeBusObject.h"
 
 namespace quillo {
 namespace {

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "platform/linux/tray/TrayHost.h"
-#include "tests/desktop/Events.h"
-#include "tests/desktop/FakeBusObject.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/bus/FakeBusObject.h"
 
 namespace quillo {
 namespace {

@@ -13,7 +13,7 @@
 #include "platform/linux/services/Guarded.h"
 #include "platform/linux/services/QtApplication.h"
 #include "platform/linux/session/SessionBusNotificationCenter.h"
-#include "tests/desktop/PrivateSession.h"
+#include "tests/desktop/support/session/PrivateSession.h"
 
 namespace {
 

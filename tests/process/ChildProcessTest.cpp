@@ -16,8 +16,8 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -39,13 +39,18 @@ Ended run(const LaunchRequest& request) {
   return {status, output};
 }
 
-std::string reasonFor(const std::string& launchPath) {
+using Kind = PlatformException::Kind;
+using Failure = std::pair<Kind, std::string>;
+
+const Failure notAccessible(Kind::cannotLaunch, "launch path not accessible");
+
+Failure failureOf(const std::string& launchPath) {
   try {
     run({launchPath});
   } catch (const PlatformException& failure) {
-    return failure.reason();
+    return {failure.kind(), failure.reason()};
   }
-  return "none";
+  return {Kind::failed, "none"};
 }
 
 // A pipe whose reading end a child gets as number 3; it waits there until the other end closes.
@@ -146,20 +151,20 @@ TEST(ChildProcess, AProgramThatCannotBeRunIsNotAccessible) {
   for (const std::string& path :
        {folder.path() + "/missing", folder.path(), folder.write("data", "no program"),
         folder.writeProgram("no format", "neither script nor program"), std::string()}) {
-    EXPECT_EQ(reasonFor(path), "launch path not accessible") << path;
+    EXPECT_EQ(failureOf(path), notAccessible) << path;
   }
 }
 
 TEST(ChildProcess, AScriptWithoutAnInterpreterIsNotAccessible) {
   const TemporaryFolder folder;
-  EXPECT_EQ(reasonFor(folder.writeProgram("script", "#!/no/such/interpreter\n")),
-            "launch path not accessible");
+  EXPECT_EQ(failureOf(folder.writeProgram("script", "#!/no/such/interpreter\n")), notAccessible);
 }
 
 TEST(ChildProcess, ASystemWithoutProcessesIsAnotherFailure) {
-  std::string reason;
-  withFailingSystemCall(SYS_clone3, EAGAIN, [&reason] { reason = reasonFor("/bin/true"); });
-  EXPECT_EQ(reason, "cannot launch /bin/true: Resource temporarily unavailable");
+  Failure failure;
+  withFailingSystemCall(SYS_clone3, EAGAIN, [&failure] { failure = failureOf("/bin/true"); });
+  EXPECT_EQ(failure, Failure(Kind::noResources,
+                             "cannot launch /bin/true: Resource temporarily unavailable"));
 }
 
 TEST(ChildProcess, IsRunningUntilItHasEnded) {

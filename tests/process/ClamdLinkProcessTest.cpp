@@ -9,12 +9,12 @@
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
-#include "tests/fakes/FakeClamdLinkOwner.h"
-#include "tests/fakes/FakeInterface.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/StdoutCapture.h"
-#include "tests/fakes/TemporaryFolder.h"
-#include "tests/process/StandIn.h"
+#include "tests/fakes/agent/FakeClamdLinkOwner.h"
+#include "tests/fakes/desktop/FakeInterface.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/StandInCommand.h"
+#include "tests/support/StdoutCapture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -96,6 +96,7 @@ TEST_F(ClamdLaunch, ThrowsForAProgramThatIsMissingOrCannotBeRun) {
     link.launchClamdWithConfigFile(folder.write("sbin/clamd", "text"), std::nullopt);
     FAIL() << "was launched";
   } catch (const PlatformException& failure) {
+    EXPECT_EQ(failure.kind(), PlatformException::Kind::cannotLaunch);
     EXPECT_EQ(failure.reason(), "launch path not accessible");
   }
   EXPECT_THROW(link.launchClamdWithConfigFile("/nonexistent/clamd", std::nullopt),
@@ -137,7 +138,7 @@ TEST_F(ClamdLaunch, RestartsADaemonThatAReaderOfItsLogWasTakenFor) {
   owner.root = folder.path();
   daemon("exit 0");
   {
-    const StandIn reader({"tail", "-f", folder.path() + "/clamd.log"});
+    const StandInCommand reader({"tail", "-f", folder.path() + "/clamd.log"});
     ASSERT_TRUE(link.checkForClamd());
   }
   link.recoverFromCrashedClamd();
@@ -148,7 +149,8 @@ TEST_F(ClamdLaunch, RestartsADaemonThatARunningScanWasTakenFor) {
   owner.root = folder.path();
   daemon("exit 0");
   {
-    const StandIn scan({folder.path() + "/bin/clamdscan", "--fdpass", "--file-list=/tmp/list"});
+    const StandInCommand scan(
+        {folder.path() + "/bin/clamdscan", "--fdpass", "--file-list=/tmp/list"});
     ASSERT_TRUE(link.checkForClamd());
   }
   link.recoverFromCrashedClamd();

@@ -4,8 +4,8 @@
 
 #include "clamav/ClamConf.h"
 #include "clamav/Daemons.h"
-#include "tests/fakes/TemporaryFolder.h"
-#include "tests/process/StandIn.h"
+#include "tests/support/StandInCommand.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -37,79 +37,79 @@ TEST_F(RunningDaemons, AreNoneWhereNoProcessIsOne) {
 }
 
 TEST_F(RunningDaemons, AreFoundWithProgramAndConfiguration) {
-  StandIn clamd({program, "--config-file=" + configuration});
+  StandInCommand clamd({program, "--config-file=" + configuration});
   EXPECT_EQ(find().program, program);
   EXPECT_EQ(find().configuration, Configuration(configuration));
 }
 
 TEST_F(RunningDaemons, AreFoundWithoutAConfiguration) {
-  StandIn clamd({program});
+  StandInCommand clamd({program});
   EXPECT_EQ(find().program, program);
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, AreAlsoProcessesThatOnlyNameThemButNoneOfThoseCanBeRun) {
-  StandIn scanner({"/usr/bin/clamdscan", "/home/anna"});
+  StandInCommand scanner({"/usr/bin/clamdscan", "/home/anna"});
   EXPECT_EQ(find().program, "");
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, AreNotAProgramOfAnotherNameThatCanBeRun) {
-  StandIn scanner({"/usr/bin/clamdscan"});
+  StandInCommand scanner({"/usr/bin/clamdscan"});
   EXPECT_EQ(find().program, "");
 }
 
 TEST_F(RunningDaemons, AreNoProgramToRunWhereAReaderOfTheirLogIsShown) {
-  StandIn reader({"tail", "-f", folder.path() + "/clamd.log"});
+  StandInCommand reader({"tail", "-f", folder.path() + "/clamd.log"});
   EXPECT_EQ(find().program, "");
 }
 
 TEST_F(RunningDaemons, AreNoneToRunWhereTheProgramIsShownWithoutItsFolder) {
-  StandIn clamd({"clamd", "-c", configuration});
+  StandInCommand clamd({"clamd", "-c", configuration});
   EXPECT_EQ(find().program, "");
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, AreNoProgramToRunThatOthersMayWrite) {
   setMode(program, 0777);
-  StandIn clamd({program, "-c", configuration});
+  StandInCommand clamd({program, "-c", configuration});
   EXPECT_EQ(find().program, "");
   EXPECT_EQ(find().configuration, Configuration(configuration));
 }
 
 TEST_F(RunningDaemons, AreNoProgramToRunInAFolderThatOthersMayWrite) {
   setMode(folder.path() + "/sbin", 0777);
-  StandIn clamd({program});
+  StandInCommand clamd({program});
   EXPECT_EQ(find().program, "");
 }
 
 TEST_F(RunningDaemons, HaveNoConfigurationThatOthersMayWrite) {
   setMode(configuration, 0666);
-  StandIn clamd({program, "-c", configuration});
+  StandInCommand clamd({program, "-c", configuration});
   EXPECT_EQ(find().program, "");
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, HaveNoConfigurationThatIsNoFileOrTooLarge) {
   {
-    StandIn clamd({program, "-c", "/dev/zero"});
+    StandInCommand clamd({program, "-c", "/dev/zero"});
     EXPECT_EQ(find().configuration, std::nullopt);
   }
   folder.write("etc/clamd.conf", std::string(ClamConf::largest + 1, '#'));
-  StandIn clamd({program, "-c", configuration});
+  StandInCommand clamd({program, "-c", configuration});
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, AreGoneOnceTheyHaveEnded) {
-  { StandIn clamd({program}); }
+  { StandInCommand clamd({program}); }
   EXPECT_FALSE(findRunningDaemon().has_value());
 }
 
 TEST_F(RunningDaemons, AreReadWholeHoweverLongTheListIs) {
   const std::string longName(60000, 'x');
-  StandIn first({"/a/clamd", longName});
-  StandIn second({"/b/clamd", longName});
-  StandIn third({"/c/clamd", "-c", configuration});
+  StandInCommand first({"/a/clamd", longName});
+  StandInCommand second({"/b/clamd", longName});
+  StandInCommand third({"/c/clamd", "-c", configuration});
   EXPECT_EQ(find().configuration, Configuration(configuration));
 }
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "agent/DefinitionUpdates.h"
-#include "tests/fakes/AgentUnderTest.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
 
 namespace quillo {
 namespace {

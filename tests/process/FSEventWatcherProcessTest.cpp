@@ -3,12 +3,11 @@
 #include <thread>
 
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/HelperProgram.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/fakes/watching/HelperProgram.h"
+#include "tests/support/ManualClock.h"
 #include "watchers/FSEventWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -41,10 +40,7 @@ class WatcherAndHelper : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application, desktop.authorization,    clock,
-      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   FSEventWatcher watcher{owner, services};
   std::unique_ptr<HelperProgram> helper;
   std::thread loop;

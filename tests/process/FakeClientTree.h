@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "posix/Clock.h"
-#include "tests/fakes/ScratchFolder.h"
-#include "tests/fakes/SessionClamd.h"
+#include "tests/fakes/engine/SessionClamd.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace quillo::front {
 

@@ -12,8 +12,8 @@
 #include <utility>
 
 #include "posix/Text.h"
-#include "tests/fakes/ManualClock.h"
 #include "tests/process/FakeClientTree.h"
+#include "tests/support/ManualClock.h"
 #include "tools/clamdscan/DescriptorScan.h"
 
 namespace quillo::front {

@@ -4,7 +4,7 @@
 #include <system_error>
 
 #include "posix/UniqueFd.h"
-#include "tests/support/LogSandbox.h"
+#include "tests/fakes/tools/LogSandbox.h"
 #include "tools/newsyslog/Bzip2.h"
 
 namespace quillo {

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "posix/UniqueFd.h"
-#include "tests/support/LogSandbox.h"
+#include "tests/fakes/tools/LogSandbox.h"
 
 namespace quillo {
 namespace {

@@ -7,8 +7,8 @@
 #include <stdexcept>
 
 #include "posix/UniqueFd.h"
-#include "tests/fakes/InterruptedSystemCall.h"
-#include "tests/support/LogSandbox.h"
+#include "tests/fakes/tools/LogSandbox.h"
+#include "tests/support/InterruptedSystemCall.h"
 #include "tools/newsyslog/LogFolder.h"
 #include "tools/newsyslog/LogRotation.h"
 

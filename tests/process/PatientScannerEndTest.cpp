@@ -8,8 +8,8 @@
 #include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
 #include "scanning/RoadObserver.h"
-#include "tests/fakes/HelperProgram.h"
-#include "tests/process/ScannerFixture.h"
+#include "tests/fakes/scanning/ScannerFixture.h"
+#include "tests/fakes/watching/HelperProgram.h"
 
 namespace quillo {
 namespace {

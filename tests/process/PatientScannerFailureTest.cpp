@@ -14,8 +14,8 @@
 #include "posix/UniqueFd.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/RunningScanners.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/process/ScannerFixture.h"
+#include "tests/fakes/scanning/ScannerFixture.h"
+#include "tests/support/FailingSystemCall.h"
 
 namespace quillo {
 namespace {

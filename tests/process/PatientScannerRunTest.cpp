@@ -6,8 +6,8 @@
 
 #include "posix/FileFacts.h"
 #include "scanning/RunningScanners.h"
-#include "tests/fakes/HelperProgram.h"
-#include "tests/process/ScannerFixture.h"
+#include "tests/fakes/scanning/ScannerFixture.h"
+#include "tests/fakes/watching/HelperProgram.h"
 
 namespace quillo {
 namespace {

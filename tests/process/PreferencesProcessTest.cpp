@@ -5,8 +5,8 @@
 
 #include "agent/Preferences.h"
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakeClamd.h"
-#include "tests/fakes/PreferencesUnderTest.h"
+#include "tests/fakes/agent/PreferencesUnderTest.h"
+#include "tests/fakes/engine/FakeClamd.h"
 
 namespace quillo {
 namespace {

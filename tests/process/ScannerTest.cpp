@@ -9,8 +9,8 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
-#include "tests/fakes/DirectScannerBench.h"
-#include "tests/fakes/FailingSystemCall.h"
+#include "tests/fakes/scanning/DirectScannerBench.h"
+#include "tests/support/FailingSystemCall.h"
 
 namespace quillo {
 namespace {

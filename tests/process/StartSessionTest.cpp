@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "posix/ChildProcess.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -12,8 +12,8 @@
 #include <utility>
 
 #include "posix/ChildProcess.h"
-#include "tests/fakes/FakeClamd.h"
-#include "tests/process/WatchingAgent.h"
+#include "tests/fakes/agent/WatchingAgent.h"
+#include "tests/fakes/engine/FakeClamd.h"
 
 namespace quillo {
 namespace {

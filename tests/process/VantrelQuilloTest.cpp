@@ -1,7 +1,7 @@
 #include <sys/wait.h>
 
 #include "posix/ChildProcess.h"
-#include "tests/process/WatchingAgent.h"
+#include "tests/fakes/agent/WatchingAgent.h"
 
 namespace quillo {
 namespace {

@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "posix/FileFacts.h"
-#include "tests/root/support/GuardedHome.h"
+#include "tests/root/support/agent/GuardedHome.h"
 
 namespace quillo::tests {
 namespace {

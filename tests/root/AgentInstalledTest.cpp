@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "posix/ChildProcess.h"
-#include "tests/root/support/Files.h"
-#include "tests/root/support/GuardedHome.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {

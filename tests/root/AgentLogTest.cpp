@@ -8,8 +8,8 @@
 #include <string>
 #include <thread>
 
-#include "tests/root/support/GuardedHome.h"
-#include "tests/root/support/SystemLog.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/world/SystemLogListener.h"
 
 namespace quillo::tests {
 namespace {
@@ -46,7 +46,7 @@ class ReadSystemLog {
     }
   }
 
-  SystemLog log_;
+  SystemLogListener log_;
   std::atomic<bool> ended_ = false;
   std::mutex lock_;
   std::condition_variable changed_;

@@ -6,8 +6,8 @@
 #include <sstream>
 #include <string>
 
-#include "tests/root/support/Files.h"
-#include "tests/root/support/GuardedHome.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {

@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/root/support/Files.h"
-#include "tests/root/support/GuardedHome.h"
-#include "tests/root/support/SmallDesktop.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/agent/SmallDesktop.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {

@@ -15,9 +15,9 @@
 #include "clamav/Daemons.h"
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
-#include "tests/root/support/Files.h"
-#include "tests/root/support/GuardedHome.h"
-#include "tests/root/support/StandInProcess.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/root/support/world/StandInProcess.h"
 
 namespace quillo::tests {
 namespace {

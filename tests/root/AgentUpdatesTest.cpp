@@ -6,10 +6,10 @@
 
 #include <filesystem>
 
-#include "tests/root/support/Files.h"
-#include "tests/root/support/GuardedHome.h"
-#include "tests/root/support/MirrorServer.h"
-#include "tests/root/support/SmallDesktop.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/agent/SmallDesktop.h"
+#include "tests/root/support/engine/MirrorServer.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {

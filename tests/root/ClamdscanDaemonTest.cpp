@@ -15,8 +15,8 @@
 #include <utility>
 
 #include "posix/Text.h"
-#include "tests/root/support/Files.h"
-#include "tests/root/support/FrontOnClamd.h"
+#include "tests/root/support/engine/WrapperOnClamd.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::front {
 namespace {
@@ -29,7 +29,7 @@ bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-class FrontOnSlowClamd : public FrontOnClamd {
+class FrontOnSlowClamd : public WrapperOnClamd {
  protected:
   // So large that the daemon takes much longer for it than it lets a session be silent.
   std::string slow(const std::string& name, off_t megabytes = 300) {
@@ -73,7 +73,7 @@ TEST_F(FrontOnSlowClamd, ScansOnOverAReload) {
   }
 }
 
-TEST_F(FrontOnClamd, LeavesNoneOfFiftyOutThatADyingDaemonHad) {
+TEST_F(WrapperOnClamd, LeavesNoneOfFiftyOutThatADyingDaemonHad) {
   startDaemon("MaxThreads 50\n");
   std::vector<std::string> paths;
   for (int i = 0; i < 3000; ++i) {
@@ -145,7 +145,7 @@ class Stranger {
   pid_t process_ = -1;
 };
 
-TEST_F(FrontOnClamd, SendsNothingToAListenerOfAnotherUser) {
+TEST_F(WrapperOnClamd, SendsNothingToAListenerOfAnotherUser) {
   const std::string path = files.file("mine", eicar(), 0600);
   ASSERT_EQ(chown(path.c_str(), ordinaryUser, ordinaryUser), 0);
   user = ordinaryUser;

@@ -14,8 +14,8 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
-#include "tests/root/support/Files.h"
-#include "tests/root/support/FrontOnClamd.h"
+#include "tests/root/support/engine/WrapperOnClamd.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 #include "tools/clamdscan/Front.h"
 
 namespace quillo::front {
@@ -31,7 +31,7 @@ bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-TEST_F(FrontOnClamd, ReportsCleanAndInfectedFilesAsTheClientDoes) {
+TEST_F(WrapperOnClamd, ReportsCleanAndInfectedFilesAsTheClientDoes) {
   startDaemon();
   const std::string clean = files.file("clean");
   const std::string infected = files.file("infected", eicar());
@@ -41,7 +41,7 @@ TEST_F(FrontOnClamd, ReportsCleanAndInfectedFilesAsTheClientDoes) {
   EXPECT_EQ(status, 0);
 }
 
-TEST_F(FrontOnClamd, ScansWhatALinkLeadsTo) {
+TEST_F(WrapperOnClamd, ScansWhatALinkLeadsTo) {
   startDaemon();
   const std::string target = files.file("deep/infected", eicar());
   const std::string link = files.link("link", "deep/infected");
@@ -52,7 +52,7 @@ TEST_F(FrontOnClamd, ScansWhatALinkLeadsTo) {
   EXPECT_EQ(scan({way}), found(way + "/infected") + way + "/infected" + leads);
 }
 
-TEST_F(FrontOnClamd, SaysThatABrokenLinkIsNotScanned) {
+TEST_F(WrapperOnClamd, SaysThatABrokenLinkIsNotScanned) {
   startDaemon();
   const std::string dangling = files.link("dangling", "nothing");
   const std::string loop = files.link("loop", "loop");
@@ -61,7 +61,7 @@ TEST_F(FrontOnClamd, SaysThatABrokenLinkIsNotScanned) {
   EXPECT_EQ(status, 2);
 }
 
-TEST_F(FrontOnClamd, ScansFilesWithPathsOfEveryLength) {
+TEST_F(WrapperOnClamd, ScansFilesWithPathsOfEveryLength) {
   startDaemon();
   std::vector<std::string> paths;
   std::string expected;
@@ -83,7 +83,7 @@ TEST_F(FrontOnClamd, ScansFilesWithPathsOfEveryLength) {
   EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 10);
 }
 
-TEST_F(FrontOnClamd, ScansFilesWhateverTheirNames) {
+TEST_F(WrapperOnClamd, ScansFilesWhateverTheirNames) {
   startDaemon();
   const std::string lines = files.file("two\nlines: OK", eicar());
   const std::string end = files.file("return\r", eicar());
@@ -94,7 +94,7 @@ TEST_F(FrontOnClamd, ScansFilesWhateverTheirNames) {
                                                    found(files.at("return\\x0D")));
 }
 
-TEST_F(FrontOnClamd, SaysWhatItMayNotRead) {
+TEST_F(WrapperOnClamd, SaysWhatItMayNotRead) {
   startDaemon();
   user = ordinaryUser;
   const std::string file = files.file("secret", eicar(), 0600);
@@ -108,7 +108,7 @@ TEST_F(FrontOnClamd, SaysWhatItMayNotRead) {
   EXPECT_EQ(status, 2);
 }
 
-TEST_F(FrontOnClamd, SaysWhatInAFolderItMayNotRead) {
+TEST_F(WrapperOnClamd, SaysWhatInAFolderItMayNotRead) {
   startDaemon();
   user = ordinaryUser;
   const std::string volume = files.makeFolder("volume");
@@ -126,7 +126,7 @@ TEST_F(FrontOnClamd, SaysWhatInAFolderItMayNotRead) {
   }
 }
 
-TEST_F(FrontOnClamd, SaysOnceWhatInAFolderItMaySeeButNotReach) {
+TEST_F(WrapperOnClamd, SaysOnceWhatInAFolderItMaySeeButNotReach) {
   startDaemon();
   user = ordinaryUser;
   files.file("listed/inner", eicar());
@@ -135,7 +135,7 @@ TEST_F(FrontOnClamd, SaysOnceWhatInAFolderItMaySeeButNotReach) {
                                       files.path() + ": Scanned but for what is named above (1)\n");
 }
 
-TEST_F(FrontOnClamd, ScansWhatOnlyItsUserMayRead) {
+TEST_F(WrapperOnClamd, ScansWhatOnlyItsUserMayRead) {
   startDaemon();
   user = ordinaryUser;
   const std::string file = files.file("mine", eicar(), 0600);
@@ -149,7 +149,7 @@ struct Limit {
   const char* text;
 };
 
-class FrontOnLimits : public FrontOnClamd, public testing::WithParamInterface<Limit> {};
+class FrontOnLimits : public WrapperOnClamd, public testing::WithParamInterface<Limit> {};
 
 TEST_P(FrontOnLimits, SaysWhatIsTooLarge) {
   startDaemon(GetParam().lines);
@@ -174,7 +174,7 @@ INSTANTIATE_TEST_SUITE_P(ByUnit, FrontOnLimits,
                                          Limit{"MaxFileSize 1m\n", 1U << 20U, "1 MB"},
                                          Limit{"MaxScanSize 3K\n", 3072, "3 KB"}));
 
-TEST_F(FrontOnClamd, ReadsTheLimitsOfTheDaemonThatReallyAnswers) {
+TEST_F(WrapperOnClamd, ReadsTheLimitsOfTheDaemonThatReallyAnswers) {
   startDaemon("MaxFileSize 1K\n");
   // As it is when the tree points at a daemon of the machine.
   tree.file("etc/clamd.conf", "LocalSocket " + daemon->socket() + "\n");
@@ -183,7 +183,7 @@ TEST_F(FrontOnClamd, ReadsTheLimitsOfTheDaemonThatReallyAnswers) {
   EXPECT_EQ(scan({large}), large + ": Not scanned: larger than the limit of 1 KB\n");
 }
 
-TEST_F(FrontOnClamd, MovesNoFileForItsSize) {
+TEST_F(WrapperOnClamd, MovesNoFileForItsSize) {
   startDaemon("MaxFileSize 1K\nAlertExceedsMax yes\n");
   const std::string large = files.file("large", std::string(1025, 'x'));
   const std::string line = large + ": Not scanned: larger than the limit of 1 KB\n";
@@ -196,7 +196,7 @@ TEST_F(FrontOnClamd, MovesNoFileForItsSize) {
             files.at("two\\x0Alines") + ": Not scanned: larger than the limit of 1 KB\n");
 }
 
-TEST_F(FrontOnClamd, OpensNoPipesAndDevices) {
+TEST_F(WrapperOnClamd, OpensNoPipesAndDevices) {
   startDaemon();
   ASSERT_EQ(mkfifo(files.at("folder-pipe").c_str(), 0600), 0);
   ASSERT_EQ(mknod(files.at("zero").c_str(), S_IFCHR | 0600, makedev(1, 5)), 0);
@@ -208,7 +208,7 @@ TEST_F(FrontOnClamd, OpensNoPipesAndDevices) {
   EXPECT_EQ(std::count(folder.begin(), folder.end(), '\n'), 3) << folder;
 }
 
-TEST_F(FrontOnClamd, FailsWithoutItsList) {
+TEST_F(WrapperOnClamd, FailsWithoutItsList) {
   startDaemon();
   EXPECT_EQ(
       run({"--file-list=" + files.at("none")}),
@@ -216,7 +216,7 @@ TEST_F(FrontOnClamd, FailsWithoutItsList) {
   EXPECT_EQ(status, 2);
 }
 
-TEST_F(FrontOnClamd, ScansAFolderToItsDepths) {
+TEST_F(WrapperOnClamd, ScansAFolderToItsDepths) {
   startDaemon("MaxDirectoryRecursion 5\n");
   for (int depth = 1; depth < 9; ++depth) {
     std::string name;
@@ -230,14 +230,14 @@ TEST_F(FrontOnClamd, ScansAFolderToItsDepths) {
   }
 }
 
-TEST_F(FrontOnClamd, LetsNoNameInAFolderForgeAVerdict) {
+TEST_F(WrapperOnClamd, LetsNoNameInAFolderForgeAVerdict) {
   startDaemon();
   files.file("x\n/etc/passwd: Forged FOUND\ny", eicar());
   const std::string output = scan({files.path()});
   EXPECT_EQ(output, found(files.at("x\\x0A/etc/passwd: Forged FOUND\\x0Ay")));
 }
 
-TEST_F(FrontOnClamd, CallsACleanFolderClean) {
+TEST_F(WrapperOnClamd, CallsACleanFolderClean) {
   startDaemon();
   files.file("a/b");
   files.link("a/c", "b");
@@ -245,7 +245,7 @@ TEST_F(FrontOnClamd, CallsACleanFolderClean) {
   EXPECT_EQ(status, 0);
 }
 
-TEST_F(FrontOnClamd, SaysOnceThatThereIsNoDaemon) {
+TEST_F(WrapperOnClamd, SaysOnceThatThereIsNoDaemon) {
   startDaemon();
   daemon.reset();
   const std::string a = files.file("a");
@@ -260,7 +260,7 @@ TEST_F(FrontOnClamd, SaysOnceThatThereIsNoDaemon) {
   EXPECT_EQ(status, 2);
 }
 
-TEST_F(FrontOnClamd, LeavesNoFileOutWhenTheDaemonDiesMeanwhile) {
+TEST_F(WrapperOnClamd, LeavesNoFileOutWhenTheDaemonDiesMeanwhile) {
   startDaemon();
   std::vector<std::string> paths;
   for (int i = 0; i < 3000; ++i) {
@@ -289,7 +289,7 @@ TEST_F(FrontOnClamd, LeavesNoFileOutWhenTheDaemonDiesMeanwhile) {
   EXPECT_EQ(status, 2);
 }
 
-TEST_F(FrontOnClamd, DoesNotWaitForeverForAStoppedDaemon) {
+TEST_F(WrapperOnClamd, DoesNotWaitForeverForAStoppedDaemon) {
   startDaemon();
   const UniqueFd output(memfd_create("report", MFD_CLOEXEC));
   files.file("folder/a");

@@ -7,8 +7,8 @@
 
 #include <filesystem>
 
-#include "tests/root/support/Files.h"
-#include "tests/root/support/FrontOnClamd.h"
+#include "tests/root/support/engine/WrapperOnClamd.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::front {
 namespace {
@@ -21,7 +21,7 @@ bool has(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-TEST_F(FrontOnClamd, MovesIntoAFolderThatItMakes) {
+TEST_F(WrapperOnClamd, MovesIntoAFolderThatItMakes) {
   startDaemon();
   const std::string infected = files.file("infected", eicar());
   const std::string quarantine = tree.at("new/quarantine");
@@ -31,7 +31,7 @@ TEST_F(FrontOnClamd, MovesIntoAFolderThatItMakes) {
   EXPECT_EQ(ScratchFolder::read(quarantine + "/infected"), eicar());
 }
 
-TEST_F(FrontOnClamd, MovesOutOfAFolder) {
+TEST_F(WrapperOnClamd, MovesOutOfAFolder) {
   startDaemon();
   files.file("a/infected", eicar());
   files.file("b/infected", eicar());
@@ -43,7 +43,7 @@ TEST_F(FrontOnClamd, MovesOutOfAFolder) {
   EXPECT_FALSE(ScratchFolder::exists(files.at("b/infected")));
 }
 
-TEST_F(FrontOnClamd, ScansWithoutMovingWhenTheMoveFolderIsUnusable) {
+TEST_F(WrapperOnClamd, ScansWithoutMovingWhenTheMoveFolderIsUnusable) {
   startDaemon();
   user = ordinaryUser;
   const std::string infected = files.file("infected", eicar());
@@ -57,7 +57,7 @@ TEST_F(FrontOnClamd, ScansWithoutMovingWhenTheMoveFolderIsUnusable) {
   EXPECT_TRUE(ScratchFolder::exists(infected));
 }
 
-TEST_F(FrontOnClamd, MovesNothingIntoAFolderOfOthers) {
+TEST_F(WrapperOnClamd, MovesNothingIntoAFolderOfOthers) {
   startDaemon();
   user = ordinaryUser;
   const std::string infected = files.file("infected", eicar());
@@ -75,7 +75,7 @@ TEST_F(FrontOnClamd, MovesNothingIntoAFolderOfOthers) {
   EXPECT_TRUE(ScratchFolder::exists(infected));
 }
 
-TEST_F(FrontOnClamd, TakesTheRightToRunWhatItMovesOutOfAFolder) {
+TEST_F(WrapperOnClamd, TakesTheRightToRunWhatItMovesOutOfAFolder) {
   startDaemon();
   user = ordinaryUser;
   const std::string infected = files.file("deep/infected", eicar());
@@ -92,7 +92,7 @@ TEST_F(FrontOnClamd, TakesTheRightToRunWhatItMovesOutOfAFolder) {
   EXPECT_EQ(moved.st_mode & 07777U, 0644U);
 }
 
-TEST_F(FrontOnClamd, SaysThatAFileCouldNotBeMoved) {
+TEST_F(WrapperOnClamd, SaysThatAFileCouldNotBeMoved) {
   startDaemon();
   user = ordinaryUser;
   const std::string quarantine = tree.makeFolder("q");
@@ -103,7 +103,7 @@ TEST_F(FrontOnClamd, SaysThatAFileCouldNotBeMoved) {
   EXPECT_TRUE(ScratchFolder::exists(infected));
 }
 
-TEST_F(FrontOnClamd, SaysWhatBecameOfALinksTarget) {
+TEST_F(WrapperOnClamd, SaysWhatBecameOfALinksTarget) {
   startDaemon();
   const std::string target = files.file("target", eicar());
   const std::string link = files.link("link", "target");
@@ -113,7 +113,7 @@ TEST_F(FrontOnClamd, SaysWhatBecameOfALinksTarget) {
   EXPECT_FALSE(ScratchFolder::exists(target));
 }
 
-TEST_F(FrontOnClamd, SaysThatOtherNamesOfAMovedFileRemain) {
+TEST_F(WrapperOnClamd, SaysThatOtherNamesOfAMovedFileRemain) {
   startDaemon();
   const std::string infected = files.file("infected", eicar());
   ASSERT_EQ(link(infected.c_str(), files.at("other").c_str()), 0);
@@ -121,7 +121,7 @@ TEST_F(FrontOnClamd, SaysThatOtherNamesOfAMovedFileRemain) {
   EXPECT_TRUE(has(output, infected + ": the infected file still has 1 other name (hard links)\n"));
 }
 
-TEST_F(FrontOnClamd, MovesAcrossFileSystems) {
+TEST_F(WrapperOnClamd, MovesAcrossFileSystems) {
   startDaemon();
   const std::string quarantine = tree.makeFolder("q");
   tests::mountTmpfs(quarantine);
@@ -136,7 +136,7 @@ TEST_F(FrontOnClamd, MovesAcrossFileSystems) {
   umount2(quarantine.c_str(), MNT_DETACH);
 }
 
-TEST_F(FrontOnClamd, MovesAFileWithAnAwkwardPath) {
+TEST_F(WrapperOnClamd, MovesAFileWithAnAwkwardPath) {
   startDaemon();
   const std::string infected = files.file("two\nlines", eicar());
   const std::string quarantine = tree.makeFolder("q");

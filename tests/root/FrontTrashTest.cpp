@@ -7,9 +7,9 @@
 
 #include <filesystem>
 
-#include "tests/fakes/ManualClock.h"
-#include "tests/fakes/ScratchFolder.h"
-#include "tests/root/support/Files.h"
+#include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/ScratchFolder.h"
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Paths.h"
 

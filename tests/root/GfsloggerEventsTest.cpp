@@ -7,12 +7,12 @@
 #include <cstdio>
 #include <string>
 
-#include "tests/root/support/HelperTest.h"
+#include "tests/root/support/helper/HelperFixture.h"
 
 namespace quillo::tests {
 namespace {
 
-using GfsloggerEvents = HelperTest;
+using GfsloggerEvents = HelperFixture;
 
 TEST_F(GfsloggerEvents, TellsAWrittenFile) {
   start();

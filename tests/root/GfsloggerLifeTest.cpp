@@ -13,13 +13,13 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/root/support/HelperTest.h"
-#include "tests/root/support/ProcessFacts.h"
+#include "tests/root/support/helper/HelperFixture.h"
+#include "tests/root/support/world/ProcessFacts.h"
 
 namespace quillo::tests {
 namespace {
 
-using GfsloggerLife = HelperTest;
+using GfsloggerLife = HelperFixture;
 
 // Whether the process ends before the deadline.
 bool ends(pid_t process) {

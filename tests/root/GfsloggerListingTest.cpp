@@ -6,12 +6,12 @@
 #include <csignal>
 #include <string>
 
-#include "tests/root/support/HelperTest.h"
+#include "tests/root/support/helper/HelperFixture.h"
 
 namespace quillo::tests {
 namespace {
 
-class GfsloggerListing : public HelperTest {
+class GfsloggerListing : public HelperFixture {
  protected:
   static void give(const std::string& path, uid_t user) {
     check(chown(path.c_str(), user, user), path);

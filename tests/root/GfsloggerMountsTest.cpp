@@ -8,12 +8,12 @@
 #include <chrono>
 #include <string>
 
-#include "tests/root/support/HelperTest.h"
+#include "tests/root/support/helper/HelperFixture.h"
 
 namespace quillo::tests {
 namespace {
 
-using GfsloggerMounts = HelperTest;
+using GfsloggerMounts = HelperFixture;
 
 void bindMount(const std::string& from, const std::string& to) {
   check(mount(from.c_str(), to.c_str(), nullptr, MS_BIND, nullptr), "binding " + to);
@@ -133,7 +133,8 @@ TEST_F(GfsloggerMounts, TellsAFileOfAFileSystemOfWhichOnlyAFolderIsMounted) {
   EXPECT_TRUE(waitUntilWatched(in("part/b")));
 }
 
-class GfsloggerFileSystems : public HelperTest, public testing::WithParamInterface<const char*> {};
+class GfsloggerFileSystems : public HelperFixture,
+                             public testing::WithParamInterface<const char*> {};
 
 TEST_P(GfsloggerFileSystems, TellsFilesOnIt) {
   makeFolder(in("disk"));
@@ -152,7 +153,7 @@ TEST_P(GfsloggerFileSystems, TellsFilesOnIt) {
 INSTANTIATE_TEST_SUITE_P(All, GfsloggerFileSystems,
                          testing::Values("ext2", "ext4", "xfs", "btrfs"));
 
-class GfsloggerSubvolumes : public HelperTest {
+class GfsloggerSubvolumes : public HelperFixture {
  protected:
   // As several distributions lay it out: the top level is mounted nowhere.
   GfsloggerSubvolumes() {
@@ -245,7 +246,7 @@ TEST_F(GfsloggerMounts, IsStartedAnewForTheFirstSubvolume) {
   EXPECT_TRUE(output().waitFor(in("stick/moved")));
 }
 
-class GfsloggerOverlay : public HelperTest {
+class GfsloggerOverlay : public HelperFixture {
  protected:
   GfsloggerOverlay() {
     for (const char* name : {"lower", "upper", "work", "merged"}) makeFolder(in(name), 0777);

@@ -3,12 +3,12 @@
 
 #include <string>
 
-#include "tests/root/support/HelperTest.h"
+#include "tests/root/support/helper/HelperFixture.h"
 
 namespace quillo::tests {
 namespace {
 
-using GfsloggerPrivacy = HelperTest;
+using GfsloggerPrivacy = HelperFixture;
 
 void giveTo(const std::string& path, uid_t user, gid_t group) {
   check(chown(path.c_str(), user, group), path);
@@ -97,7 +97,7 @@ TEST_F(GfsloggerPrivacy, DoesNotTellWhatTheAgentItselfWrites) {
   EXPECT_TRUE(output().waitFor(own));
 }
 
-class GfsloggerScanLog : public HelperTest {
+class GfsloggerScanLog : public HelperFixture {
  protected:
   GfsloggerScanLog() {
     makeFolder(in("Logs"), 0777);

@@ -15,13 +15,13 @@
 #include <csignal>
 #include <string>
 
-#include "tests/root/support/HelperTest.h"
-#include "tests/root/support/ProcessFacts.h"
+#include "tests/root/support/helper/HelperFixture.h"
+#include "tests/root/support/world/ProcessFacts.h"
 
 namespace quillo::tests {
 namespace {
 
-using GfsloggerRights = HelperTest;
+using GfsloggerRights = HelperFixture;
 
 TEST_F(GfsloggerRights, AreOneCapabilityToReadAndForItsMarkerOneMoreToMark) {
   start();

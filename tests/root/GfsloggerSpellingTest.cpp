@@ -5,13 +5,13 @@
 #include <string>
 
 #include "posix/EscapedPath.h"
-#include "tests/root/support/HelperTest.h"
-#include "tests/root/support/SystemLog.h"
+#include "tests/root/support/helper/HelperFixture.h"
+#include "tests/root/support/world/SystemLogListener.h"
 
 namespace quillo::tests {
 namespace {
 
-using GfsloggerSpelling = HelperTest;
+using GfsloggerSpelling = HelperFixture;
 
 TEST_F(GfsloggerSpelling, EscapesANameWithALineBreak) {
   start();
@@ -80,7 +80,7 @@ class TooLongPath {
 };
 
 TEST_F(GfsloggerSpelling, LogsAPathThatNoProgramCanOpenOnceInsteadOfPrintingIt) {
-  SystemLog log;
+  SystemLogListener log;
   const TooLongPath file(folder());
   start();
   for (int time = 0; time < 2; ++time) {
@@ -93,7 +93,7 @@ TEST_F(GfsloggerSpelling, LogsAPathThatNoProgramCanOpenOnceInsteadOfPrintingIt) 
 }
 
 TEST_F(GfsloggerSpelling, LogsNothingThatItsCallerCouldNotList) {
-  SystemLog log;
+  SystemLogListener log;
   makeFolder(in("passed"), 0711);
   const TooLongPath file(in("passed"));
   start();

@@ -7,7 +7,7 @@
 #include <string>
 #include <unordered_set>
 
-#include "tests/root/support/HelperTest.h"
+#include "tests/root/support/helper/HelperFixture.h"
 
 namespace quillo::tests {
 namespace {
@@ -15,7 +15,7 @@ namespace {
 constexpr int files = 100'000;
 constexpr int folders = 100;
 
-class GfsloggerStorm : public HelperTest {
+class GfsloggerStorm : public HelperFixture {
  protected:
   // Writes as many small files as a big archive has.
   void blow() {

@@ -9,8 +9,8 @@
 #include <string>
 
 #include "posix/ChildProcess.h"
-#include "tests/root/support/Files.h"
-#include "tests/root/support/StandInAgent.h"
+#include "tests/root/support/helper/StandInAgent.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {

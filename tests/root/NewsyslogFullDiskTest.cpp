@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/support/LogSandbox.h"
+#include "tests/fakes/tools/LogSandbox.h"
 
 namespace quillo {
 namespace {

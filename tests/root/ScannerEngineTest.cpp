@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "tests/fakes/DirectScannerBench.h"
-#include "tests/root/support/PrivateClamd.h"
+#include "tests/fakes/scanning/DirectScannerBench.h"
+#include "tests/root/support/engine/PrivateClamd.h"
 
 namespace quillo {
 namespace {

@@ -8,15 +8,15 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/root/support/Files.h"
-#include "tests/root/support/SetUpTest.h"
+#include "tests/root/support/agent/SetUpFixture.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {
 
 namespace fs = std::filesystem;
 
-class SetUpCare : public SetUpTest {
+class SetUpCare : public SetUpFixture {
  protected:
   std::string engine() const { return inHome(".local/share/vantrel/engine"); }
   // As the user, by a shell.

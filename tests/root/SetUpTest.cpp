@@ -1,14 +1,13 @@
 // ./run behind its build, as an ordinary user with sudo: what it sets up, says and takes away
 // again, and how that goes with other installations.
 
-#include "tests/root/support/SetUpTest.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
 
-#include "tests/root/support/Files.h"
+#include "tests/root/support/agent/SetUpFixture.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {
@@ -16,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using Outcome = SetUpWorld::Outcome;
 
-class SetUp : public SetUpTest {};
+class SetUp : public SetUpFixture {};
 
 TEST_F(SetUp, GuardsAndDoesItFromTheNextLogInOn) {
   const Outcome outcome = world.setUp();

@@ -13,8 +13,8 @@
 #include "clamav/Accounts.h"
 #include "clamav/ScanLimits.h"
 #include "posix/UniqueFd.h"
-#include "tests/root/TreeOnMachine.h"
-#include "tests/root/support/StandInProcess.h"
+#include "tests/root/support/engine/TreeOnMachine.h"
+#include "tests/root/support/world/StandInProcess.h"
 
 namespace quillo {
 namespace {

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <thread>
 
-#include "tests/root/TreeOnMachine.h"
-#include "tests/root/support/MirrorServer.h"
+#include "tests/root/support/engine/MirrorServer.h"
+#include "tests/root/support/engine/TreeOnMachine.h"
 
 namespace quillo {
 namespace {

@@ -4,14 +4,14 @@
 #include <thread>
 
 #include "engine/ClamdLink.h"
-#include "tests/fakes/FakeClamd.h"
-#include "tests/fakes/FakeClamdLinkOwner.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/JoinedThreads.h"
-#include "tests/fakes/ManualClock.h"
-#include "tests/fakes/StdoutCapture.h"
-#include "tests/fakes/StoppedClamd.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/agent/FakeClamdLinkOwner.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/fakes/engine/FakeClamd.h"
+#include "tests/fakes/engine/StoppedClamd.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/StdoutCapture.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {

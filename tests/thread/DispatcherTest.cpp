@@ -6,8 +6,8 @@
 #include <set>
 
 #include "scanning/Dispatcher.h"
-#include "tests/fakes/ScannerBench.h"
-#include "tests/thread/LoopThread.h"
+#include "tests/fakes/scanning/ScannerBench.h"
+#include "tests/support/LoopThread.h"
 
 namespace quillo {
 namespace {

@@ -3,13 +3,12 @@
 #include <thread>
 
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/HelperProgram.h"
-#include "tests/fakes/JoinedThreads.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/fakes/watching/HelperProgram.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 #include "watchers/FSEventWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -40,10 +39,7 @@ class WatcherRaces : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application, desktop.authorization,    clock,
-      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   HelperProgram helper{jealous};
   FSEventWatcher watcher{owner, services};
   JoinedThreads threads;

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "agent/ScannerCount.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

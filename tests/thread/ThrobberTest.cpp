@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "menu/Throbber.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/ManualClock.h"
-#include "tests/thread/LoopThread.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/LoopThread.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "scanning/AbortedScans.h"
-#include "tests/fakes/FakeScannerOwner.h"
+#include "tests/fakes/scanning/FakeScannerOwner.h"
 
 namespace quillo {
 namespace {

@@ -11,11 +11,11 @@
 
 #include "engine/ClamdCtrl.h"
 #include "posix/UniqueFd.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/FakeClamd.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/StdoutCapture.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/fakes/engine/FakeClamd.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/StdoutCapture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -2,14 +2,14 @@
 
 #include "engine/ClamdLink.h"
 #include "posix/PlatformException.h"
-#include "tests/fakes/FakeClamd.h"
-#include "tests/fakes/FakeClamdLinkOwner.h"
-#include "tests/fakes/FakeInterface.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/JoinedThreads.h"
-#include "tests/fakes/ManualClock.h"
-#include "tests/fakes/StdoutCapture.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/agent/FakeClamdLinkOwner.h"
+#include "tests/fakes/desktop/FakeInterface.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/fakes/engine/FakeClamd.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/StdoutCapture.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {

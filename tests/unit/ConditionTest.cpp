@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "posix/Condition.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

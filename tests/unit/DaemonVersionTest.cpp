@@ -5,8 +5,8 @@
 #include <ctime>
 
 #include "clamav/DaemonVersion.h"
-#include "tests/fakes/FakeClamd.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/engine/FakeClamd.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

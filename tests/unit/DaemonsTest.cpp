@@ -2,7 +2,7 @@
 #include <unistd.h>
 
 #include "clamav/Daemons.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -5,7 +5,7 @@
 #include <ctime>
 
 #include "clamav/Definitions.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -5,8 +5,8 @@
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

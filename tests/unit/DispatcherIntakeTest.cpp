@@ -1,4 +1,4 @@
-#include "tests/unit/DispatcherFixture.h"
+#include "tests/fakes/scanning/DispatcherFixture.h"
 #include "tests/unit/FailingAllocation.h"
 
 namespace quillo {

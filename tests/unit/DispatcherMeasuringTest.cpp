@@ -1,6 +1,6 @@
 #include <unistd.h>
 
-#include "tests/unit/DispatcherFixture.h"
+#include "tests/fakes/scanning/DispatcherFixture.h"
 
 namespace quillo {
 namespace {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "scanning/EngineRun.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

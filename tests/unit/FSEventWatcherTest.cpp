@@ -2,12 +2,11 @@
 
 #include <filesystem>
 
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/ManualClock.h"
-#include "tests/fakes/ScratchFolder.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/ScratchFolder.h"
 #include "watchers/FSEventWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -33,10 +32,7 @@ class WatcherLines : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application, desktop.authorization,    clock,
-      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   FSEventWatcher watcher{owner, services};
 };
 
@@ -199,6 +195,13 @@ TEST_F(WatcherLines, AreJudgedByTheListsAsTheyStandNow) {
   EXPECT_EQ(handedOver("/a/x\n"), Paths());
 }
 
+TEST_F(WatcherLines, OfOneChunkAreJudgedByTheListsAsTheyStoodWhenItCame) {
+  owner.watch("/a/", true);
+  owner.onPath = [this] { owner.watchNothing(); };
+  EXPECT_EQ(handedOver("/a/x\n/a/y\n"), (Paths{"/a/x", "/a/y"}));
+  EXPECT_EQ(handedOver("/a/x\n"), Paths());
+}
+
 TEST_F(WatcherLines, EndWithAnEmptyChunk) {
   owner.watch("/", true);
   EXPECT_FALSE(watcher.taskDataAvailable(""));
@@ -296,15 +299,9 @@ TEST_F(WatcherLinks, LeadToTheQuarantineFolderToo) {
   EXPECT_EQ(handedOverOf("one/Q/x"), Paths{disk.at("one/Q/x")});
 }
 
-TEST(WatcherLoop, IsClaimedOnceUntilItHasEnded) {
-  FakePlatform desktop;
-  ManualClock clock;
-  FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application, desktop.authorization,    clock,
-      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
-  FSEventWatcher watcher(owner, services);
+class WatcherLoop : public WatcherLines {};
+
+TEST_F(WatcherLoop, IsClaimedOnceUntilItHasEnded) {
   EXPECT_TRUE(watcher.claimMainLoop());
   EXPECT_FALSE(watcher.claimMainLoop());
   watcher.stopWatching();
@@ -317,15 +314,7 @@ TEST(WatcherLoop, IsClaimedOnceUntilItHasEnded) {
   EXPECT_FALSE(watcher.isWatching());
 }
 
-TEST(WatcherLoop, SaysThatItEndsTheHelper) {
-  FakePlatform desktop;
-  ManualClock clock;
-  FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application, desktop.authorization,    clock,
-      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
-  FSEventWatcher watcher(owner, services);
+TEST_F(WatcherLoop, SaysThatItEndsTheHelper) {
   watcher.stopWatching();
   EXPECT_EQ(desktop.systemLog.lines(),
             std::vector<std::string>{"attempting to terminate gfslogger"});

@@ -1,5 +1,5 @@
 #include "scanning/FileRemover.h"
-#include "tests/unit/ReportFixture.h"
+#include "tests/fakes/scanning/ReportFixture.h"
 
 namespace quillo {
 namespace {

@@ -16,9 +16,9 @@
 #include "posix/OwnFile.h"
 #include "posix/Pipe.h"
 #include "posix/UniqueFd.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/InterruptedSystemCall.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/InterruptedSystemCall.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

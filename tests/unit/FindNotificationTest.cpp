@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "tests/fakes/TemporaryFolder.h"
-#include "tests/unit/ReportFixture.h"
+#include "tests/fakes/scanning/ReportFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

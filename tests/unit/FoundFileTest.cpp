@@ -10,9 +10,9 @@
 #include <thread>
 
 #include "scanning/PutBackFiles.h"
-#include "tests/fakes/FailingSystemCall.h"
-#include "tests/fakes/TemporaryFolder.h"
-#include "tests/unit/ReportFixture.h"
+#include "tests/fakes/scanning/ReportFixture.h"
+#include "tests/support/FailingSystemCall.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "clamav/ClamConf.h"
-#include "tests/fakes/ScratchFolder.h"
+#include "tests/support/ScratchFolder.h"
 #include "tools/clamdscan/EngineTree.h"
 
 namespace quillo::front {

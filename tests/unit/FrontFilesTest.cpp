@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <map>
 
-#include "tests/fakes/ScratchFolder.h"
+#include "tests/support/ScratchFolder.h"
 #include "tools/clamdscan/Entry.h"
 #include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"

@@ -10,8 +10,8 @@
 #include <optional>
 #include <sstream>
 
-#include "tests/fakes/ManualClock.h"
-#include "tests/fakes/ScratchFolder.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/ScratchFolder.h"
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Paths.h"
 

@@ -3,10 +3,10 @@
 #include <stdexcept>
 #include <utility>
 
-#include "agent/Face.h"
 #include "agent/Health.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/ManualClock.h"
+#include "agent/StatusBoard.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -48,12 +48,12 @@ class HealthTest : public testing::Test {
 
   FakePlatform desktop;
   WaitingClock clock;
-  Face face{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
+  StatusBoard statusBoard{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
   LoadedDefinitions definitions;
   std::vector<std::string> missing;
   int looks = 0;
   bool failsOnce = false;
-  Health health{{clock, desktop.systemLog, face, [this] { return asked(); },
+  Health health{{clock, desktop.systemLog, statusBoard, [this] { return asked(); },
                  [this] { return missing; }, [this] { ++looks; }}};
 };
 
@@ -62,18 +62,18 @@ TEST_F(HealthTest, IsLookedAfterAsSoonAsWatchingBeginsAndThenOnceAnHour) {
   EXPECT_EQ(untilNextLook(), Clock::Duration());
   EXPECT_EQ(untilNextLook(), hours(1));
   EXPECT_EQ(looks, 2);
-  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::goodOrUnknown);
 }
 
 TEST_F(HealthTest, IsLookedAfterEveryMinuteInTrouble) {
   definitions.real = false;
   health.setWatching(true);
   health.round();
-  EXPECT_EQ(face.status().definitions, DefinitionState::none);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::none);
   EXPECT_EQ(untilNextLook(), minutes(1));
   definitions.real = true;
   EXPECT_EQ(untilNextLook(), minutes(1));
-  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::goodOrUnknown);
   EXPECT_EQ(untilNextLook(), hours(1));
 }
 
@@ -88,12 +88,12 @@ TEST_F(HealthTest, CallsDefinitionsOldAfterTwoWeeks) {
   health.setWatching(true);
   built(hours(14 * 24));
   health.round();
-  EXPECT_EQ(face.status().definitions, DefinitionState::goodOrUnknown);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::goodOrUnknown);
   built(hours(23 * 24 + 5));
   health.lookSoon();
   health.round();
-  EXPECT_EQ(face.status().definitions, DefinitionState::old);
-  EXPECT_EQ(face.status().daysOfDefinitions, 23U);
+  EXPECT_EQ(statusBoard.status().definitions, DefinitionState::old);
+  EXPECT_EQ(statusBoard.status().daysOfDefinitions, 23U);
 }
 
 TEST_F(HealthTest, LogsTheAgeOnceUntilItWasMended) {
@@ -119,8 +119,8 @@ TEST_F(HealthTest, TellsOfFoldersThatAreNotThere) {
   missing = {"/home/anna/A/", "/b"};
   health.setWatching(true);
   health.round();
-  EXPECT_EQ(face.status().missingFolders, 2U);
-  EXPECT_EQ(face.status().missingFolder, "~/A/");
+  EXPECT_EQ(statusBoard.status().missingFolders, 2U);
+  EXPECT_EQ(statusBoard.status().missingFolder, "~/A/");
   EXPECT_EQ(untilNextLook(), minutes(1));
 }
 
@@ -137,7 +137,7 @@ TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
 
 TEST_F(HealthTest, IsNotLookedAfterWhileNothingIsWatched) {
   ManualClock parked;
-  Health other{{parked, desktop.systemLog, face, [this] { return definitions; },
+  Health other{{parked, desktop.systemLog, statusBoard, [this] { return definitions; },
                 [this] { return missing; }, [this] { ++looks; }}};
   std::thread thread([&other] { other.round(); });
   other.lookSoon();

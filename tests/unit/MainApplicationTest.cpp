@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "agent/MainApplication.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {

@@ -2,12 +2,11 @@
 
 #include <filesystem>
 
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/ManualClock.h"
-#include "tests/fakes/ScratchFolder.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/ScratchFolder.h"
 #include "watchers/NameWatcher.h"
-#include "watchers/WatcherServices.h"
 
 namespace quillo {
 namespace {
@@ -30,10 +29,7 @@ class NameWatcherTest : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services{
-      desktop.application, desktop.authorization,    clock,
-      desktop.folders,     desktop.localizedStrings, desktop.nameWatch,
-      desktop.preferences, desktop.systemLog,        desktop.trashFolders};
+  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   NameWatcher watcher{owner, services};
 };
 

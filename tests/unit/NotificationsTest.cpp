@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "agent/Notifications.h"
-#include "tests/fakes/FakePlatform.h"
+#include "tests/fakes/desktop/FakePlatform.h"
 
 namespace quillo {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "posix/FileFacts.h"
 #include "posix/OwnFile.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

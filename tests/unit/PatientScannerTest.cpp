@@ -3,8 +3,8 @@
 #include <filesystem>
 
 #include "scanning/PatientScanner.h"
-#include "tests/fakes/ScannerBench.h"
-#include "tests/fakes/StdoutCapture.h"
+#include "tests/fakes/scanning/ScannerBench.h"
+#include "tests/support/StdoutCapture.h"
 
 namespace quillo {
 namespace {

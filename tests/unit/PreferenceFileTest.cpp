@@ -4,8 +4,8 @@
 
 #include "agent/PreferenceFile.h"
 #include "posix/FileFacts.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

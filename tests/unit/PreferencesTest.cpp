@@ -4,8 +4,8 @@
 #include "agent/Preferences.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
-#include "tests/fakes/PreferencesUnderTest.h"
-#include "tests/fakes/StdoutCapture.h"
+#include "tests/fakes/agent/PreferencesUnderTest.h"
+#include "tests/support/StdoutCapture.h"
 
 namespace quillo {
 namespace {
@@ -107,7 +107,8 @@ TEST_F(PreferencesTest, TellOfADaemonProgramThatIsNotThere) {
 
 TEST_F(PreferencesTest, TryToLaunchTheDaemonWhenProcessesCannotBeListed) {
   findDaemon = []() -> std::optional<RunningDaemon> {
-    throw PlatformException("LaunchFailure", "no more processes");
+    throw PlatformException(PlatformException::Kind::noResources, "LaunchFailure",
+                            "no more processes");
   };
   EXPECT_FALSE(preferences.readPrefs());
   EXPECT_EQ(log().lines()[0], "The processes cannot be listed: no more processes");

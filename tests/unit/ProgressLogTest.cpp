@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "agent/ProgressLog.h"
-#include "tests/fakes/FakeServices.h"
+#include "tests/fakes/desktop/FakeServices.h"
 
 namespace quillo {
 namespace {

@@ -8,8 +8,8 @@
 
 #include "posix/FileFacts.h"
 #include "scanning/PutBackFiles.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

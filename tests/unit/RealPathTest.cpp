@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "posix/RealPath.h"
-#include "tests/fakes/ScratchFolder.h"
+#include "tests/support/ScratchFolder.h"
 
 namespace quillo {
 namespace {

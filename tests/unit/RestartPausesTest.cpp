@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "watchers/RestartPauses.h"
+#include "watchers/FSEventWatcher.h"
 
 namespace quillo {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "posix/FileFacts.h"
 #include "scanning/ScanList.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -8,7 +8,7 @@
 #include "agent/ScanLog.h"
 #include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
-#include "tests/fakes/ScanLogUnderTest.h"
+#include "tests/fakes/agent/ScanLogUnderTest.h"
 
 namespace quillo {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "agent/ScanParameters.h"
-#include "tests/fakes/PreferencesUnderTest.h"
+#include "tests/fakes/agent/PreferencesUnderTest.h"
 
 namespace quillo {
 namespace {

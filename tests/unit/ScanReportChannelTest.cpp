@@ -2,7 +2,7 @@
 
 #include <thread>
 
-#include "tests/unit/ReportFixture.h"
+#include "tests/fakes/scanning/ReportFixture.h"
 
 namespace quillo {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
-#include "tests/unit/ReportFixture.h"
+#include "tests/fakes/scanning/ReportFixture.h"
 
 namespace quillo {
 namespace {

@@ -1,5 +1,5 @@
 #include "posix/PlatformException.h"
-#include "tests/unit/ReportFixture.h"
+#include "tests/fakes/scanning/ReportFixture.h"
 
 namespace quillo {
 namespace {
@@ -105,7 +105,10 @@ TEST_F(ScanReportLines, ThatTheDaemonCannotBeReachedAreLoggedAndRecoverItOnceARu
 
 TEST_F(ScanReportLines, AreLoggedToTheLastAlsoWhenTheDaemonCannotBeLaunched) {
   const std::string line = "ERROR: Could not connect to clamd on LocalSocket /s: Reason";
-  owner.duringRecovery = [] { throw PlatformException("NSTask", "launch path not accessible"); };
+  owner.duringRecovery = [] {
+    throw PlatformException(PlatformException::Kind::cannotLaunch, "NSTask",
+                            "launch path not accessible");
+  };
   startRun(Action::leaveInPlace);
   EXPECT_EQ(loggedFor(line + "\n/a: Not scanned\n"),
             stamp + " " + line + "\n" + stamp + " /a: Not scanned\n");

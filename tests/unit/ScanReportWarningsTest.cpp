@@ -1,4 +1,4 @@
-#include "tests/unit/ReportFixture.h"
+#include "tests/fakes/scanning/ReportFixture.h"
 
 namespace quillo {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "tests/fakes/DirectScannerBench.h"
+#include "tests/fakes/scanning/DirectScannerBench.h"
 
 namespace quillo {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "tests/fakes/DirectScannerBench.h"
+#include "tests/fakes/scanning/DirectScannerBench.h"
 
 namespace quillo {
 namespace {

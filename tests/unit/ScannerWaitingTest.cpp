@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "posix/PlatformException.h"
-#include "tests/fakes/DirectScannerBench.h"
+#include "tests/fakes/scanning/DirectScannerBench.h"
 
 namespace quillo {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "tests/fakes/AgentUnderTest.h"
-#include "tests/fakes/FakeMetadataQuery.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
+#include "tests/fakes/desktop/FakeMetadataQuery.h"
 #include "watchers/SpotlightWatcher.h"
 
 namespace quillo {
@@ -15,9 +15,9 @@ class SpotlightInAnAgent : public testing::Test, protected AgentUnderTest {
 
 TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
   MenuForWatchers menu(agent());
-  WatcherLink owner(agent());
+  DispatcherIntake intake(agent().theDispatcher());
   SpotlightWatcher watcher(queries, desktop.systemLog);
-  watcher.setMenuAndParamsAndController({&menu}, owner);
+  watcher.setMenuAndParamsAndController({&menu}, intake);
   watcher.addWatcher(home.path());
   EXPECT_FALSE(agent().mainMenu().isCurrentlyWatching());
   queries.last->complete = true;
@@ -29,11 +29,11 @@ TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
 
 TEST_F(SpotlightInAnAgent, HasWatchingRestartedWhenItsFolderIsMissing) {
   MenuForWatchers menu(agent());
-  WatcherLink owner(agent());
+  DispatcherIntake intake(agent().theDispatcher());
   agent().applicationDidFinishLaunching();
   const int before = desktop.preferenceStore.synchronizations();
   SpotlightWatcher watcher(queries, desktop.systemLog);
-  watcher.setMenuAndParamsAndController({&menu}, owner);
+  watcher.setMenuAndParamsAndController({&menu}, intake);
   watcher.addWatcher(home.path() + "/missing");
   EXPECT_GT(desktop.preferenceStore.synchronizations(), before);
 }

@@ -3,10 +3,10 @@
 #include <stdexcept>
 
 #include "posix/PlatformException.h"
-#include "tests/fakes/FakeMetadataQuery.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/FakeWatcherOwner.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/desktop/FakeMetadataQuery.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/support/TemporaryFolder.h"
 #include "watchers/SpotlightWatcher.h"
 
 namespace quillo {
@@ -24,7 +24,7 @@ class FakeWatcherMenu final : public WatcherMenu {
   void setReady() override {
     calls.push_back("ready");
     if (refuses) {
-      throw PlatformException("MenuException", "no menu");
+      throw PlatformException(PlatformException::Kind::failed, "MenuException", "no menu");
     }
   }
   void folderMissingPanic() override { calls.push_back("folder missing"); }
@@ -202,7 +202,8 @@ TEST_F(Spotlight, RemovesTheFirstPathForAnOpenedItemThatHasNone) {
 TEST_F(Spotlight, AnEmptyUpdateHandsNothingOver) {
   watch();
   finishGathering();
-  owner.refusal = std::make_exception_ptr(PlatformException("Unexpected", "call"));
+  owner.refusal = std::make_exception_ptr(
+      PlatformException(PlatformException::Kind::failed, "Unexpected", "call"));
   EXPECT_EQ(handedOver({}, {}), Lines());
   EXPECT_EQ(systemLog.lines(), Lines());
 }
@@ -226,7 +227,8 @@ TEST_F(Spotlight, LogsAnExceptionOfTheMenuAndOfTheDispatcher) {
   EXPECT_EQ(systemLog.lines(), Lines{"SpotlightWatcher did NOT crash, don't worry: at "
                                      "numLinesOffset = 2, Caught MenuException: no menu"});
   systemLog.clear();
-  owner.refusal = std::make_exception_ptr(PlatformException("QueueException", "no queue"));
+  owner.refusal = std::make_exception_ptr(
+      PlatformException(PlatformException::Kind::failed, "QueueException", "no queue"));
   EXPECT_EQ(handedOver({added("/a")}, {}), Lines());
   EXPECT_EQ(systemLog.lines(), Lines{"SpotlightWatcher did NOT crash, don't worry: at "
                                      "numLinesOffset = 6, Caught QueueException: no queue"});

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "menu/StatusText.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -87,10 +87,10 @@ TEST_F(StatusAttention, StaysDuringAScanThatHasWordsOfItsOwn) {
 TEST_F(StatusAttention, IsToldWhenItIsAllThatHasChanged) {
   facts.busy = true;
   facts.filesBeingScanned = 1;
-  text.tell();
+  text.show();
   facts.definitions = DefinitionState::old;
-  text.tell();
-  text.tell();
+  text.show();
+  text.show();
   ASSERT_EQ(shown.size(), 2U);
   EXPECT_EQ(shown[0].words, shown[1].words);
   EXPECT_EQ(shown[1].attention, Attention::oldDefinitions);

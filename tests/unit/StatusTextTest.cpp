@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "menu/StatusText.h"
-#include "tests/fakes/FakeServices.h"
-#include "tests/fakes/ManualClock.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -100,19 +100,19 @@ TEST_F(StatusTextTest, PassesOverFilesThatAreScannedWithoutAnAnimation) {
 }
 
 TEST_F(StatusTextTest, ShowsOnlyWhatHasChanged) {
-  text.tell();
-  text.tell();
+  text.show();
+  text.show();
   EXPECT_EQ(shown, Texts{"Not watching"});
   facts.watching = true;
   facts.watchedFolders = 1;
-  text.tell();
+  text.show();
   EXPECT_EQ(shown, (Texts{"Not watching", "Watching 1 folder"}));
 }
 
 TEST_F(StatusTextTest, ShowsAChangingCountTwiceASecondAtMost) {
   for (std::size_t frame = 0; frame < 20; ++frame) {
     facts = scanning(100 + frame);
-    text.tellCount();
+    text.showCount();
     clock.advance(milliseconds(100));
   }
   EXPECT_EQ(shown, (Texts{"Scanning 100 files", "Scanning 105 files", "Scanning 110 files",
@@ -122,28 +122,28 @@ TEST_F(StatusTextTest, ShowsAChangingCountTwiceASecondAtMost) {
 
 TEST_F(StatusTextTest, ShowsAnotherStateAtOnceHoweverSoonItComes) {
   facts = scanning(7);
-  text.tellCount();
+  text.showCount();
   facts = {};
-  text.tell();
+  text.show();
   EXPECT_EQ(shown, (Texts{"Scanning 7 files", "Not watching"}));
 }
 
 TEST_F(StatusTextTest, PassesOverTheMomentBetweenTwoRunsOfTheEngine) {
   facts = scanning(7);
-  text.tellCount();
+  text.showCount();
   clock.advance(StatusText::shortestBetweenCounts);
   facts = scanning(0);
-  text.tellCount();
+  text.showCount();
   clock.advance(milliseconds(100));
   facts = scanning(8);
-  text.tellCount();
+  text.showCount();
   EXPECT_EQ(shown, (Texts{"Scanning 7 files", "Scanning 8 files"}));
 }
 
 TEST_F(StatusTextTest, ShowsAnUpdateThatOutlivesTheScan) {
   facts = scanning(0);
   facts.updating = true;
-  text.tellCount();
+  text.showCount();
   EXPECT_EQ(shown, Texts{"Updating definitions"});
 }
 

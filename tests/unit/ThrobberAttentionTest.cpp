@@ -1,6 +1,6 @@
 // The forms of the icon, and the first lines of the menu, that say: guarded, but.
 
-#include "tests/unit/ThrobberFixture.h"
+#include "tests/fakes/menu/ThrobberFixture.h"
 
 namespace quillo {
 namespace {
@@ -13,7 +13,7 @@ class ThrobberAttention : public ThrobberFixture {
   }
   void becomeOld() {
     owner.facts.definitions = DefinitionState::old;
-    throbber.tellStatus();
+    throbber.showStatus();
   }
 
   Throbber throbber{services()};
@@ -26,14 +26,14 @@ TEST_F(ThrobberAttention, ChangesTheFormOfTheWatchingImageAndBack) {
   EXPECT_EQ(item.image(), "watching_attention");
   EXPECT_EQ(desktop.application.iconImages().back(), "dock_watching_attention");
   owner.facts.definitions = DefinitionState::goodOrUnknown;
-  throbber.tellStatus();
+  throbber.showStatus();
   EXPECT_EQ(item.image(), "watching");
   EXPECT_EQ(desktop.application.iconImages().back(), "dock_watching");
 }
 
 TEST_F(ThrobberAttention, ChangesTheFormOfTheIdleImageWhereAnEngineIsMissing) {
   owner.facts.engineMissing = true;
-  throbber.tellStatus();
+  throbber.showStatus();
   EXPECT_EQ(item.image(), "default_attention");
   EXPECT_EQ(desktop.application.iconImages().back(), "dock_default_attention");
 }
@@ -71,7 +71,7 @@ TEST_F(ThrobberAttention, OffersWhatMendsItBelow) {
   watch(throbber);
   EXPECT_TRUE(menu.mendMenuItem.isHidden());
   const auto offer = [this] {
-    throbber.tellStatus();
+    throbber.showStatus();
     return menu.mendMenuItem.isHidden() ? "" : menu.mendMenuItem.title();
   };
   owner.facts.placesWithGaps = 1;

@@ -1,7 +1,7 @@
 #include <filesystem>
 
-#include "tests/fakes/TemporaryFolder.h"
-#include "tests/unit/ThrobberFixture.h"
+#include "tests/fakes/menu/ThrobberFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/unit/ThrobberFixture.h"
+#include "tests/fakes/menu/ThrobberFixture.h"
 
 namespace quillo {
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/unit/ThrobberFixture.h"
+#include "tests/fakes/menu/ThrobberFixture.h"
 
 namespace quillo {
 namespace {
@@ -78,7 +78,7 @@ TEST_F(ThrobberWords, SayThatTheDefinitionsAreUpdatedAlsoWhenNothingIsWatched) {
 
 TEST_F(ThrobberWords, SayWhatTheOwnerKnows) {
   owner.facts.engineMissing = true;
-  throbber.tellStatus();
+  throbber.showStatus();
   EXPECT_EQ(item.toolTip(), "<STATUS_NO_ENGINE>");
 }
 

@@ -9,7 +9,7 @@
 
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
-#include "tests/support/TreeSandbox.h"
+#include "tests/fakes/tools/TreeSandbox.h"
 #include "tools/engine-tree/SocketFolder.h"
 #include "tools/engine-tree/TreeFolder.h"
 

@@ -10,7 +10,7 @@
 #include "clamav/DaemonCommand.h"
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
-#include "tests/support/TreeSandbox.h"
+#include "tests/fakes/tools/TreeSandbox.h"
 #include "tools/engine-tree/Confinement.h"
 
 namespace quillo {

@@ -12,7 +12,7 @@
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
-#include "tests/support/TreeSandbox.h"
+#include "tests/fakes/tools/TreeSandbox.h"
 
 namespace quillo {
 namespace {

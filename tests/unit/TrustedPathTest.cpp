@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include "clamav/TrustedPath.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

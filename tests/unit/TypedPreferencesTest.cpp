@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "settings/TypedPreferences.h"
-#include "tests/fakes/FakePlatform.h"
+#include "tests/fakes/desktop/FakePlatform.h"
 
 namespace quillo {
 namespace {

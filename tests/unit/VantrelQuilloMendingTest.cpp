@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "tests/fakes/AgentUnderTest.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
 
 namespace quillo {
 namespace {
@@ -110,7 +110,7 @@ TEST_F(AgentMending, LooksAfterDefinitionsAgainWhenAnUpdateHasEnded) {
   agent().updateVirusDefs();
   threads.run("definitions");
   agent().health().round();
-  EXPECT_EQ(agent().face().status().definitions, DefinitionState::none);
+  EXPECT_EQ(agent().statusBoard().status().definitions, DefinitionState::none);
 }
 
 TEST_F(AgentMending, OpensThePreferencesForFoldersThatAreMissing) {

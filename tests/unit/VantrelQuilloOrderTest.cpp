@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/fakes/AgentUnderTest.h"
-#include "tests/fakes/FakeClamd.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
+#include "tests/fakes/engine/FakeClamd.h"
 
 namespace quillo {
 namespace {

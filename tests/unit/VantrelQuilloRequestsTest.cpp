@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "tests/fakes/AgentUnderTest.h"
-#include "tests/fakes/FakeClamd.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
+#include "tests/fakes/engine/FakeClamd.h"
 
 namespace quillo {
 namespace {
@@ -284,7 +284,7 @@ TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
   EXPECT_EQ(agent().freshclamLogLocation(), "--log=" + home.path() + "/update.log");
   EXPECT_EQ(watcher.getWatchedFolderList(), agent().getWatchedFolderList());
   EXPECT_EQ(watcher.getCheckSubDirs(), agent().getCheckSubDirs());
-  watcher.theDispatcher().addStringToItemList("/a");
+  DispatcherIntake(agent().theDispatcher()).addStringToItemList("/a");
   EXPECT_EQ(scanner.theDispatcher().lengthOfBothItemLists(), 1U);
   EXPECT_EQ(scanner.getQuitMenuName(), "Quit Vantrel Quillo");
 }

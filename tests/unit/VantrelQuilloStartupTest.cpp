@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "posix/PlatformException.h"
-#include "tests/fakes/AgentUnderTest.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
 
 namespace quillo {
 namespace {

@@ -5,9 +5,9 @@
 #include "agent/WatchList.h"
 #include "menu/Throbber.h"
 #include "scanning/Dispatcher.h"
-#include "tests/fakes/FakePlatform.h"
-#include "tests/fakes/ManualClock.h"
-#include "tests/fakes/TemporaryFolder.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {

@@ -85,7 +85,8 @@ std::string programIn(const std::string& folder, const std::string& name) {
   std::optional<std::string> program = tools ? tools->read(name) : std::nullopt;
   if (!program) {
     throw PlatformException(
-        "TreeFailure", "this installation is incomplete: " + folder + "/" + name + " is missing");
+        PlatformException::Kind::notFound, "TreeFailure",
+        "this installation is incomplete: " + folder + "/" + name + " is missing");
   }
   return std::move(*program);
 }
@@ -127,7 +128,8 @@ std::string defaultRoot(bool machineWide) {
   const char* named = std::getenv("HOME");
   const std::string home = named != nullptr ? named : accountNumbered(geteuid()).home;
   if (home.empty() || home.front() != '/') {
-    throw PlatformException("TreeFailure", "no home folder: HOME is not set; name a folder");
+    throw PlatformException(PlatformException::Kind::notFound, "TreeFailure",
+                            "no home folder: HOME is not set; name a folder");
   }
   return home + "/.local/share/vantrel/engine";
 }

@@ -120,7 +120,7 @@ EnginePrograms installedPrograms(const MachinePlaces& places) {
         family != nullptr
             ? ". Install it with: " + std::string(family->install) + " " + listed(packages, " ")
             : ". Install the ClamAV packages of this system that hold these programs";
-    throw PlatformException("EngineMissing", reason);
+    throw PlatformException(PlatformException::Kind::notFound, "EngineMissing", reason);
   }
   return programs;
 }

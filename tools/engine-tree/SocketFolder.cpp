@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 #include "posix/PlatformException.h"
@@ -104,8 +103,8 @@ std::string makeFolder(const SocketFolderRequest& request) {
   // A name that nobody can have guessed.
   std::string fresh = prefix + "XXXXXX";
   if (mkdtemp(fresh.data()) == nullptr || !handOver(request, fresh)) {
-    throw PlatformException("TreeFailure", "cannot make a folder for the socket of clamd in " +
-                                               request.place + ": " + std::strerror(errno));
+    throw PlatformException::ofSystemCall(
+        "TreeFailure", "cannot make a folder for the socket of clamd in " + request.place, errno);
   }
   return fresh;
 }

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
@@ -18,11 +17,12 @@ namespace {
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 [[noreturn]] void refuse(const std::string& path, const std::string& reason) {
-  throw PlatformException("TreeFailure", path + ": " + reason);
+  throw PlatformException(PlatformException::Kind::notPermitted, "TreeFailure",
+                          path + ": " + reason);
 }
 
 [[noreturn]] void fail(const std::string& what, const std::string& path) {
-  throw PlatformException("TreeFailure", what + " " + path + ": " + std::strerror(errno));
+  throw PlatformException::ofSystemCall("TreeFailure", what + " " + path, errno);
 }
 
 bool isTrusted(uid_t owner) { return owner == 0 || owner == geteuid(); }

@@ -105,7 +105,7 @@ void ColorScheme::followGnome() {
     guarded([&] { static_cast<ColorScheme*>(self)->follow(prefersDark(interface)); });
   };
   g_signal_connect(gnome_.get(), "changed::color-scheme", G_CALLBACK(changed), this);
-  // What is never read is not told of.
+  // What is never read is not logged.
   follow(prefersDark(gnome_.get()));
 }
 

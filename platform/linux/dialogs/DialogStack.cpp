@@ -59,7 +59,7 @@ void DialogStack::fillOnePlace() {
     shownOne_();
     fillSoon();
   }
-  tellOthers();
+  showOthers();
 }
 
 std::shared_ptr<DialogWindow> DialogStack::takeNext(int step) {
@@ -80,7 +80,7 @@ int DialogStack::openCount() const {
   return static_cast<int>(shown) + static_cast<int>(waiting_.size());
 }
 
-void DialogStack::tellOthers() {
+void DialogStack::showOthers() {
   for (const auto& window : shown_) {
     if (window) {
       window->setOthers(static_cast<int>(waiting_.size()), openCount());

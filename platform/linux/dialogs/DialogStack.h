@@ -37,7 +37,7 @@ class DialogStack {
   std::shared_ptr<DialogWindow> takeNext(int step);
   // Shown and waiting.
   int openCount() const;
-  void tellOthers();
+  void showOthers();
 
   Application& application_;
   const int firstStep_;

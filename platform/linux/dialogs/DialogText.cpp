@@ -8,7 +8,7 @@
 #include <QPlainTextEdit>
 
 #include "platform/linux/text/DisplayText.h"
-#include "platform/linux/tray/MenuTitle.h"
+#include "platform/linux/text/MenuTitle.h"
 #include "platform/linux/tray/QtImage.h"
 #include "posix/Text.h"
 

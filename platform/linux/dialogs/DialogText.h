@@ -5,12 +5,23 @@
 #include <string>
 
 #include "platform/Dialog.h"
-#include "platform/linux/dialogs/DialogServices.h"
+#include "platform/Image.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/linux/dialogs/DialogPiles.h"
+#include "platform/linux/services/QtModifierKeys.h"
 
 class QDialog;
 class QWidget;
 
 namespace quillo {
+
+// What the windows of dialogs use; outlives them all.
+struct DialogServices {
+  ImageLoader& imageLoader;
+  LocalizedStrings& localizedStrings;
+  QtModifierKeys& modifierKeys;
+  DialogPiles& piles;
+};
 
 // What a window says: kept until there is a window, and from then on shown in it. Main thread.
 class DialogText {

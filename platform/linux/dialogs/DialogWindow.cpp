@@ -11,7 +11,7 @@
 #include <QWindow>
 #include <utility>
 
-#include "platform/linux/dialogs/ButtonPause.h"
+#include "platform/linux/dialogs/ButtonEvents.h"
 #include "platform/linux/dialogs/SwayFocus.h"
 #include "platform/linux/services/Guarded.h"
 #include "platform/linux/tray/QtImage.h"

@@ -7,7 +7,6 @@
 
 #include "platform/Dialog.h"
 #include "platform/linux/dialogs/ButtonEvents.h"
-#include "platform/linux/dialogs/DialogServices.h"
 #include "platform/linux/dialogs/DialogSize.h"
 #include "platform/linux/dialogs/DialogText.h"
 #include "platform/linux/dialogs/InterfaceFile.h"

@@ -9,9 +9,9 @@
 #include "platform/Dialog.h"
 #include "platform/SystemLog.h"
 #include "platform/linux/dialogs/DialogPiles.h"
-#include "platform/linux/dialogs/DialogServices.h"
+#include "platform/linux/dialogs/DialogText.h"
 #include "platform/linux/dialogs/InterfaceFile.h"
-#include "platform/linux/dialogs/InterfaceTranslator.h"
+#include "platform/linux/text/QtTranslation.h"
 #include "posix/Mutex.h"
 
 namespace quillo {

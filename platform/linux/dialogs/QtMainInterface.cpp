@@ -10,7 +10,8 @@ namespace {
 std::shared_ptr<ButtonDialog> loaded(InterfaceLoader& loader, const std::string& name) {
   auto dialog = loader.load(name);
   if (!dialog) {
-    throw PlatformException("QtMainInterface", "The interface file " + name + " cannot be loaded");
+    throw PlatformException(PlatformException::Kind::notFound, "QtMainInterface",
+                            "The interface file " + name + " cannot be loaded");
   }
   return dialog;
 }

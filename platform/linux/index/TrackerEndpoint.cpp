@@ -25,7 +25,7 @@ constexpr char fileGraph[] = "http://tracker.api.gnome.org/ontology/v3/tracker#F
 constexpr int longestWait = 300000;
 constexpr int mostColumns = 16;
 
-// One question on its way: the reply tells whether it was understood, a pipe brings the rows. It
+// One question on its way: the reply says whether it was understood, a pipe brings the rows. It
 // goes when both have come.
 class Question final : public QObject {
  public:

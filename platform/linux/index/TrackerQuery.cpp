@@ -79,7 +79,7 @@ void TrackerQuery::stop() {
   update_ = {metadataQueryDidUpdate};
 }
 
-// Nobody is told what is there already, so it is only asked whether there is an index.
+// Nobody is notified of what is there already, so it is only asked whether there is an index.
 void TrackerQuery::gather() {
   isGathering_ = true;
   endpoint_.select("ASK { GRAPH tracker:FileSystem { ?file a nfo:FileDataObject } }",
@@ -97,9 +97,9 @@ void TrackerQuery::finishGathering(const std::string& problem) {
             "does not answer: " + problem);
     return;
   }
-  tell({metadataQueryProgress});
+  notify({metadataQueryProgress});
   isGatheringComplete_ = true;
-  tell({metadataQueryDidFinish});
+  notify({metadataQueryDidFinish});
   askForChanges();
 }
 
@@ -173,7 +173,7 @@ void TrackerQuery::takeChanges(const std::vector<TrackerEndpoint::Row>& rows,
     (isNew ? update_.addedItems : update_.changedItems)
         .push_back({path, dateOf(row[2]), dateOf(row[3])});
   }
-  tellUpdates();
+  notifyUpdates();
 }
 
 bool TrackerQuery::isInScope(const std::string& path) const {
@@ -183,18 +183,18 @@ bool TrackerQuery::isInScope(const std::string& path) const {
 void TrackerQuery::enableUpdates() {
   if (--disabled_ == 0 && isRunning_) {
     QMetaObject::invokeMethod(
-        this, [this] { tellUpdates(); }, Qt::QueuedConnection);
+        this, [this] { notifyUpdates(); }, Qt::QueuedConnection);
   }
 }
 
-void TrackerQuery::tellUpdates() {
+void TrackerQuery::notifyUpdates() {
   if (disabled_ > 0 || (update_.addedItems.empty() && update_.changedItems.empty())) {
     return;
   }
-  tell(std::exchange(update_, {metadataQueryDidUpdate}));
+  notify(std::exchange(update_, {metadataQueryDidUpdate}));
 }
 
-void TrackerQuery::tell(const MetadataNotification& notification) {
+void TrackerQuery::notify(const MetadataNotification& notification) {
   const auto observer = observers_.find(notification.name);
   if (observer != observers_.end()) {
     observer->second(notification);

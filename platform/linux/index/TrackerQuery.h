@@ -41,8 +41,8 @@ class TrackerQuery final : public QObject, public MetadataQuery {
   void askForChanges();
   void takeChanges(const std::vector<TrackerEndpoint::Row>& rows, const Resources& added);
   bool isInScope(const std::string& path) const;
-  void tellUpdates();
-  void tell(const MetadataNotification& notification);
+  void notifyUpdates();
+  void notify(const MetadataNotification& notification);
 
   const MetadataExclusion exclusion_;
   const Report report_;
@@ -60,7 +60,7 @@ class TrackerQuery final : public QObject, public MetadataQuery {
   // What changed and has not been asked for yet.
   Resources added_;
   Resources changed_;
-  // What has been answered and not been told yet.
+  // What has been answered and not been passed on yet.
   MetadataNotification update_{metadataQueryDidUpdate};
 };
 

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "platform/FileDepartures.h"
-#include "platform/linux/services/PostToMain.h"
+#include "platform/linux/services/Guarded.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {

@@ -8,7 +8,7 @@
 
 namespace quillo {
 
-// Tells which volumes of a mount table are there for the first time. Not for sharing between
+// Finds which volumes of a mount table are there for the first time. Not for sharing between
 // threads.
 class NewVolumes {
  public:
@@ -22,7 +22,7 @@ class NewVolumes {
   std::vector<Mount> known_;
 };
 
-// Volumes that appear in the kernel's mount table, each told of once.
+// Volumes that appear in the kernel's mount table, each reported once.
 class LinuxMountNotifications final : public MountNotifications {
  public:
   void observe(std::function<void(const std::string& devicePath)> didMount) override;

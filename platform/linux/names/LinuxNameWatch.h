@@ -17,7 +17,7 @@ namespace quillo {
 // else up. The thread is there from the first start on, and sleeps while nothing happens.
 class LinuxNameWatch final : public NameWatch {
  public:
-  // `report` is told, on the thread, of what should not happen.
+  // `report` is called, on the thread, for what should not happen.
   LinuxNameWatch(Clock& clock, std::function<void(const std::string&)> report,
                  NameRounds::HasHandles hasHandles);
   // Waits for the thread.

@@ -112,7 +112,7 @@ class Planner {
     if (!facts || facts->isDirectory) {
       plan.roots.push_back({path, place.withSubfolders, mount.id, place.path});
     } else {
-      // A file: what takes its name is told by the folder that it lies in.
+      // A file: what takes its name is reported by the folder that it lies in.
       plan.roots.push_back({deletingLastPathComponent(path), false, mount.id, place.path});
     }
   }

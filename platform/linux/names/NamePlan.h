@@ -20,7 +20,7 @@ struct NameRoot {
 
 struct NamePlan {
   std::vector<NameRoot> roots;
-  // Places of which no change is told at all.
+  // Places of which no change is reported at all.
   std::vector<std::string> onNetwork;
   // The ways to places that are there by a link, or need a root: a change on one of them needs
   // another plan.
@@ -28,7 +28,7 @@ struct NamePlan {
 };
 
 // What the places need, as the disk and the mount table are now. A place without subfolders gives
-// no path but in the root folder, and needs nothing elsewhere. `hasHandles` tells of a mount
+// no path but in the root folder, and needs nothing elsewhere. `hasHandles` says of a mount
 // point whether the helper hears of every name on that file system. Any thread.
 NamePlan planNames(const std::vector<NamedPlace>& places, const std::vector<Mount>& mounts,
                    const std::function<bool(const std::string&)>& hasHandles);

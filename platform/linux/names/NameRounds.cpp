@@ -22,7 +22,7 @@ bool NameRounds::round(bool mountsChanged) {
       observer_.namesAppeared(paths);
     }
     if (tree_->takeRefusal()) {
-      tellOfRoots(NameWatchObserver::Gap::tooManyFolders);
+      reportRoots(NameWatchObserver::Gap::tooManyFolders);
     }
   }
   // After the events, so that what was unmounted has gone from the tree.
@@ -50,7 +50,7 @@ void NameRounds::plan() {
     // What is watched goes on being watched. The table may not have been opened.
     mounts_ = MountTable();
     for (const NamedPlace& place : places_) {
-      tellGap(place.path, NameWatchObserver::Gap::mountsUnknown);
+      reportGap(place.path, NameWatchObserver::Gap::mountsUnknown);
     }
     return;
   }
@@ -58,7 +58,7 @@ void NameRounds::plan() {
   const NamePlan plan = planNames(places_, *table, hasHandles_);
   carryOut(plan.roots);
   for (const std::string& place : plan.onNetwork) {
-    tellGap(place, NameWatchObserver::Gap::networkDrive);
+    reportGap(place, NameWatchObserver::Gap::networkDrive);
   }
 }
 
@@ -103,17 +103,17 @@ void NameRounds::makeTree() {
   try {
     tree_ = std::make_unique<NameTree>(clock_);
   } catch (const PlatformException&) {
-    tellOfRoots(NameWatchObserver::Gap::noQueue);
+    reportRoots(NameWatchObserver::Gap::noQueue);
   }
 }
 
-void NameRounds::tellOfRoots(NameWatchObserver::Gap gap) {
+void NameRounds::reportRoots(NameWatchObserver::Gap gap) {
   for (const auto& [folder, root] : roots_) {
-    tellGap(root.place, gap);
+    reportGap(root.place, gap);
   }
 }
 
-void NameRounds::tellGap(const std::string& place, NameWatchObserver::Gap gap) {
+void NameRounds::reportGap(const std::string& place, NameWatchObserver::Gap gap) {
   if (toldGaps_.emplace(place, gap).second) {
     observer_.placeHasGap(place, gap);
   }

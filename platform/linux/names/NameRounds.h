@@ -27,7 +27,7 @@ class NameRounds {
   NameRounds(Clock& clock, std::vector<NamedPlace> places, NameWatchObserver& observer,
              HasHandles hasHandles);
 
-  // Does what there is to do now, and tells the observer. `mountsChanged` is to be true if the
+  // Does what there is to do now, and calls the observer. `mountsChanged` is to be true if the
   // mount table's descriptor had news. Whether there is more to do at once.
   bool round(bool mountsChanged);
   // Whether something could not be had that is to be tried for again, in a round after a while.
@@ -39,8 +39,8 @@ class NameRounds {
   void plan();
   void carryOut(const std::vector<NameRoot>& roots);
   void makeTree();
-  void tellOfRoots(NameWatchObserver::Gap gap);
-  void tellGap(const std::string& place, NameWatchObserver::Gap gap);
+  void reportRoots(NameWatchObserver::Gap gap);
+  void reportGap(const std::string& place, NameWatchObserver::Gap gap);
 
   // Constant after construction.
   Clock& clock_;

@@ -84,8 +84,7 @@ class NameTree::Listing {
 NameTree::NameTree(Clock& clock)
     : clock_(clock), queue_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), allReadAt_(now()) {
   if (!queue_) {
-    throw PlatformException("NameWatchFailure",
-                            std::string("cannot watch names: ") + std::strerror(errno));
+    throw PlatformException::ofSystemCall("NameWatchFailure", "cannot watch names", errno);
   }
 }
 
@@ -93,13 +92,13 @@ std::time_t NameTree::now() const {
   return std::chrono::system_clock::to_time_t(clock_.wallTime());
 }
 
-void NameTree::add(const std::string& folder, bool withSubfolders, bool tellAll) {
+void NameTree::add(const std::string& folder, bool withSubfolders, bool reportAll) {
   struct stat status = {};
   if (stat(folder.c_str(), &status) != 0) {
     return;
   }
   roots_[folder] = Root{withSubfolders, status.st_dev, status.st_ino};
-  visits_.push_back({folder, folder, tellAll, now() - slack});
+  visits_.push_back({folder, folder, reportAll, now() - slack});
 }
 
 void NameTree::remove(const std::string& folder) {
@@ -193,13 +192,13 @@ void NameTree::folderAppeared(const std::string& folder) {
   }
 }
 
-// Events were lost: whatever came into a folder since all were read is told again.
+// Events were lost: whatever came into a folder since all were read is reported again.
 void NameTree::startOver() {
   // In place of a walk that is under way for the same reason, or walks would pile up.
   std::time_t since = allReadAt_ - slack;
   std::erase_if(visits_, [&since](const Visit& visit) {
-    since = visit.tellAll ? since : std::min(since, visit.since);
-    return !visit.tellAll;
+    since = visit.reportAll ? since : std::min(since, visit.since);
+    return !visit.reportAll;
   });
   for (const auto& [folder, root] : roots_) {
     visits_.push_back({folder, folder, false, since});
@@ -213,13 +212,13 @@ void NameTree::visit(const Visit& what, std::vector<std::string>& paths) {
     return;
   }
   watch(folder, what.folder);
-  const bool tells = what.tellAll || folder.changedSince(what.since);
+  const bool reports = what.reportAll || folder.changedSince(what.since);
   unsigned char type = DT_UNKNOWN;
   while (const char* name = folder.next(type)) {
     if (type == DT_DIR && root->second.withSubfolders && std::strcmp(name, ".") != 0 &&
         std::strcmp(name, "..") != 0) {
-      visits_.push_front({in(what.folder, name), what.root, what.tellAll, what.since});
-    } else if (tells && (type == DT_REG || type == DT_LNK)) {
+      visits_.push_front({in(what.folder, name), what.root, what.reportAll, what.since});
+    } else if (reports && (type == DT_REG || type == DT_LNK)) {
       paths.push_back(in(what.folder, name));
     }
   }

@@ -15,7 +15,7 @@
 namespace quillo {
 
 // The names that appear in folders and, if wanted, in everything below them on the same file
-// system, told by inotify(7): a watch a folder. A folder that appears is watched first and then
+// system, reported by inotify(7): a watch a folder. A folder that appears is watched first and then
 // looked through, so that no file in it is missed, whatever the order of things. Every call does a
 // little work. One thread.
 class NameTree {
@@ -25,9 +25,9 @@ class NameTree {
 
   // To be polled for reading.
   int descriptor() const { return queue_.get(); }
-  // Watches the folder, a real path, from now on. Of what is in it already all is told, or else
+  // Watches the folder, a real path, from now on. Of what is in it already all is reported, or else
   // what lies where something came within the last few seconds.
-  void add(const std::string& folder, bool withSubfolders, bool tellAll);
+  void add(const std::string& folder, bool withSubfolders, bool reportAll);
   void remove(const std::string& folder);
   // Whether the folder that bears that name now is the one that was added.
   bool isStillThere(const std::string& folder) const;
@@ -49,8 +49,8 @@ class NameTree {
   struct Visit {
     std::string folder;
     std::string root;
-    bool tellAll = false;
-    // Else the files are told if something came into the folder since then.
+    bool reportAll = false;
+    // Else the files are reported if something came into the folder since then.
     std::time_t since = 0;
   };
   class Listing;

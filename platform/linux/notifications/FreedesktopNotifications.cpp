@@ -5,7 +5,7 @@
 #include <QDBusPendingReply>
 #include <QUrl>
 
-#include "platform/linux/notifications/NotificationText.h"
+#include "platform/linux/notifications/NotificationQueue.h"
 #include "platform/linux/services/Guarded.h"
 #include "platform/linux/session/BusDaemon.h"
 #include "posix/Text.h"

@@ -15,7 +15,7 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/linux/notifications/NotificationQueue.h"
 #include "platform/linux/notifications/ShownNotifications.h"
-#include "platform/linux/services/PostToMain.h"
+#include "platform/linux/services/Guarded.h"
 
 namespace quillo {
 

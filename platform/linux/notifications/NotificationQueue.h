@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "platform/GrowlApplicationBridge.h"
@@ -23,7 +24,7 @@ struct QueuedNotification {
 
 // Decides what of many notifications the user sees. Those of one name that follow one another
 // within a few seconds are a burst: its first few are shown, and one more that says how many else
-// there were and is brought up to date in place. Nothing is held back but that count. What tells of
+// there were and is brought up to date in place. Nothing is held back but that count. What reports
 // malware goes before what waits besides, and shares its bursts with nothing else. Not for sharing
 // between threads.
 class NotificationQueue {
@@ -69,12 +70,20 @@ class NotificationQueue {
 
   Clock& clock_;
   const std::function<std::string(std::uint64_t count)> moreText_;
-  // Of which name, and whether it tells of malware.
+  // Of which name, and whether it reports malware.
   using Kind = std::pair<std::string, bool>;
 
   std::uint64_t numbers_ = 0;
   std::map<Kind, Burst> bursts_;
   std::deque<GrowlNotification> waiting_;
 };
+
+// Texts for org.freedesktop.Notifications (Desktop Notifications 1.2, freedesktop.org). Whatever
+// bytes come in, well-formed UTF-8 comes out, in which nothing hides; a long text is cut in its
+// middle, where a path has the least to say. Pure; any thread.
+
+std::string notificationTitle(std::string_view title);
+// With `hasMarkup` what the server would take for markup is escaped.
+std::string notificationBody(std::string_view description, bool hasMarkup);
 
 }  // namespace quillo

@@ -32,7 +32,7 @@ class ShownNotifications {
     GrowlNotification notification;
     Clock::Duration at{};
   };
-  // Takes out what tells of no malware and is shown since then.
+  // Takes out what reports no malware and is shown since then.
   std::vector<Shown> takeHints(Clock::Duration since);
 
  private:

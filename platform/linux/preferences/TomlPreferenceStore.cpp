@@ -8,8 +8,8 @@
 namespace quillo {
 
 TomlPreferenceStore::TomlPreferenceStore(std::vector<std::string> folders,
-                                         const std::string& domain, Tell tell)
-    : folders_(std::move(folders)), tell_(std::move(tell)), domains_{domainNamed(domain)} {}
+                                         const std::string& domain, Report report)
+    : folders_(std::move(folders)), report_(std::move(report)), domains_{domainNamed(domain)} {}
 
 std::vector<std::string> TomlPreferenceStore::folders(const Environment& environment,
                                                       const std::string& home) {
@@ -52,7 +52,7 @@ void TomlPreferenceStore::synchronize() {
       read(domain, problems);
     }
   }
-  tell(problems);
+  report(problems);
 }
 
 std::optional<PreferenceValue> TomlPreferenceStore::objectForKey(const std::string& key) {
@@ -72,7 +72,7 @@ std::optional<PreferenceValue> TomlPreferenceStore::objectForKey(const std::stri
       }
     }
   }
-  tell(problems);
+  report(problems);
   return result;
 }
 
@@ -104,11 +104,11 @@ void TomlPreferenceStore::read(Domain& domain, std::vector<Problem>& problems) {
   }
 }
 
-void TomlPreferenceStore::tell(const std::vector<Problem>& problems) const {
+void TomlPreferenceStore::report(const std::vector<Problem>& problems) const {
   // Not under the lock: whoever hears of it may read a preference.
   for (const Problem& problem : problems) {
-    if (tell_) {
-      tell_(problem.text, problem.wording);
+    if (report_) {
+      report_(problem.text, problem.wording);
     }
   }
 }

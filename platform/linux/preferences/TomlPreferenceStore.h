@@ -16,9 +16,9 @@ class TomlPreferenceStore final : public PreferenceStore {
  public:
   // Called with "path:line:column: reason", for the log, and with the same for the user, on the
   // thread that read, once for each state of a file.
-  using Tell = std::function<void(const std::string& problem, const Wording& wording)>;
+  using Report = std::function<void(const std::string& problem, const Wording& wording)>;
 
-  TomlPreferenceStore(std::vector<std::string> folders, const std::string& domain, Tell tell);
+  TomlPreferenceStore(std::vector<std::string> folders, const std::string& domain, Report report);
   // `vantrel` below $XDG_CONFIG_HOME and below each of $XDG_CONFIG_DIRS, or their defaults.
   static std::vector<std::string> folders(const Environment& environment, const std::string& home);
 
@@ -47,10 +47,10 @@ class TomlPreferenceStore final : public PreferenceStore {
 
   Domain domainNamed(const std::string& name) const;
   static void read(Domain& domain, std::vector<Problem>& problems);
-  void tell(const std::vector<Problem>& problems) const;
+  void report(const std::vector<Problem>& problems) const;
 
   const std::vector<std::string> folders_;
-  const Tell tell_;
+  const Report report_;
   Mutex mutex_;
   std::vector<Domain> domains_ QUILLO_GUARDED_BY(mutex_);
 };

@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "platform/ApplicationLauncher.h"
-#include "platform/linux/dialogs/ActiveWindow.h"
+#include "platform/linux/services/ActiveWindow.h"
 
 namespace quillo {
 
@@ -22,7 +22,7 @@ class DesktopApplicationLauncher final : public QObject, public ApplicationLaunc
   bool launchApplication(const std::string& identifier) override;
   bool isLaunching() override { return activations_ > 0; }
   bool launchFailed() override { return failed_; }
-  // On X11 that of the window in use. Where that cannot be told, as on Wayland, the application
+  // On X11 that of the window in use. Where that is unknown, as on Wayland, the application
   // launched last is taken for it as soon as it owns its identifier as a name on the bus; without a
   // bus at once.
   std::string activeApplicationIdentifier() override;

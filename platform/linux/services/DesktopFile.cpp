@@ -1,8 +1,8 @@
 #include "platform/linux/services/DesktopFile.h"
 
 #include <fcntl.h>
+#include <signal.h>
 
-#include "platform/linux/services/CleanStart.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {
@@ -33,6 +33,15 @@ std::optional<pid_t> launchDesktopFile(GDesktopAppInfo* application, const std::
       rememberProcess, &process, nowhere.get(), nowhere.get(), nowhere.get(), nullptr);
   g_list_free(uris);
   return launched ? std::optional<pid_t>(process) : std::nullopt;
+}
+
+void startWithCleanSignals(void*) {
+  for (int number = 1; number < NSIG; ++number) {
+    signal(number, SIG_DFL);
+  }
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
 }  // namespace quillo

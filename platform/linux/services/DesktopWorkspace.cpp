@@ -5,7 +5,6 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 
-#include "platform/linux/services/CleanStart.h"
 #include "platform/linux/services/DesktopFile.h"
 #include "platform/linux/services/GioPointer.h"
 #include "posix/Text.h"

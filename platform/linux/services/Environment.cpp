@@ -1,8 +1,10 @@
 #include "platform/linux/services/Environment.h"
 
-#include <string_view>
+#include <pwd.h>
+#include <unistd.h>
 
-extern char** environ;
+#include <array>
+#include <string_view>
 
 namespace quillo {
 
@@ -35,6 +37,19 @@ std::optional<std::string> Environment::folder(const std::string& name) const {
     path->pop_back();
   }
   return path;
+}
+
+UserAccount UserAccount::current() {
+  UserAccount account;
+  account.userId = getuid();
+  std::array<char, 16384> buffer;
+  passwd entry = {};
+  passwd* found = nullptr;
+  if (getpwuid_r(account.userId, &entry, buffer.data(), buffer.size(), &found) == 0 && found) {
+    account.name = found->pw_name;
+    account.homeFolder = found->pw_dir;
+  }
+  return account;
 }
 
 }  // namespace quillo

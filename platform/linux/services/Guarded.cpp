@@ -13,7 +13,7 @@ std::function<void(const std::string&)>& reportOfGuard() {
   return report;
 }
 
-void tell(const char* reason) noexcept {
+void report(const char* reason) noexcept {
   try {
     const std::string line = std::string("An action failed: ") + reason;
     if (reportOfGuard()) {
@@ -35,9 +35,9 @@ void guarded(const std::function<void()>& action) noexcept {
   try {
     action();
   } catch (const std::exception& failure) {
-    tell(failure.what());
+    report(failure.what());
   } catch (...) {
-    tell("unknown failure");
+    report("unknown failure");
   }
 }
 

@@ -14,4 +14,7 @@ void guarded(const std::function<void()>& action) noexcept;
 // more. Main thread.
 void setGuardReport(std::function<void(const std::string& problem)> report);
 
+// Has an action run on the main thread and returns at once. Any thread.
+using PostToMain = std::function<void(std::function<void()> action)>;
+
 }  // namespace quillo

@@ -6,7 +6,7 @@
 #include <array>
 #include <string_view>
 
-#include "platform/linux/services/UserAccount.h"
+#include "platform/linux/services/Environment.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 

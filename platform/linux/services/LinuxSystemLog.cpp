@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "platform/linux/services/LinesOfActions.h"
 #include "platform/linux/text/VisibleText.h"
-#include "platform/linux/tray/LinesOfActions.h"
 
 namespace quillo {
 namespace {
@@ -22,9 +22,9 @@ void writeToConsole(const std::string& line) { std::fputs(line.c_str(), stderr);
 // The desktop's libraries end the process by exit(3) when their display goes.
 std::atomic<LinuxSystemLog*> logOfThisProcess{nullptr};
 
-void tellRepeatsAtExit() {
+void logRepeatsAtExit() {
   if (LinuxSystemLog* const log = logOfThisProcess) {
-    log->tellRepeats(true);
+    log->logRepeats(true);
   }
 }
 
@@ -50,7 +50,7 @@ LinuxSystemLog::LinuxSystemLog(Clock& clock)
     : LinuxSystemLog(clock, writeToSyslog, writeToConsole) {
   openlog("vantrel-quillo", LOG_PID | LOG_NDELAY, LOG_USER);
   if (!logOfThisProcess.exchange(this)) {
-    std::atexit(tellRepeatsAtExit);
+    std::atexit(logRepeatsAtExit);
   }
 }
 
@@ -64,7 +64,7 @@ LinuxSystemLog::LinuxSystemLog(Clock& clock, Sink system, Sink console)
 LinuxSystemLog::~LinuxSystemLog() {
   LinuxSystemLog* expected = this;
   logOfThisProcess.compare_exchange_strong(expected, nullptr);
-  tellRepeats(true);
+  logRepeats(true);
 }
 
 void LinuxSystemLog::log(std::string_view message) {
@@ -79,7 +79,7 @@ void LinuxSystemLog::logToSystem(std::string_view message) {
   writeToSystem(systemFilter_.pass(line));
 }
 
-void LinuxSystemLog::tellRepeats(bool all) {
+void LinuxSystemLog::logRepeats(bool all) {
   MutexLock hold(mutex_);
   write(all ? filter_.takeAll() : filter_.takeDue());
   writeToSystem(all ? systemFilter_.takeAll() : systemFilter_.takeDue());

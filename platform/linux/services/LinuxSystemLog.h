@@ -4,14 +4,14 @@
 #include <string>
 
 #include "platform/SystemLog.h"
-#include "platform/linux/dialogs/RepeatFilter.h"
+#include "platform/linux/services/RepeatFilter.h"
 #include "posix/Mutex.h"
 
 namespace quillo {
 
 // The system log (syslog(3), facility LOG_USER, as "vantrel-quillo") and standard error, there with
 // the local time in front ("2026-11-21 07:10:00 message"). Lines that repeat too often are counted
-// and told of later, but for those that tell of one action each; what would break a line is shown
+// and logged later, but for those that log one action each; what would break a line is shown
 // escaped.
 class LinuxSystemLog final : public SystemLog {
  public:
@@ -26,9 +26,9 @@ class LinuxSystemLog final : public SystemLog {
   void log(std::string_view message) override;
   // The same for the system log alone.
   void logToSystem(std::string_view message);
-  // Tells of repeated lines whose minute is over, and with `all` of those before it as well. To be
+  // Logs repeated lines whose minute is over, and with `all` of those before it as well. To be
   // called about once a minute, and with `all` before the process ends. Any thread.
-  void tellRepeats(bool all = false);
+  void logRepeats(bool all = false);
 
  private:
   void write(const std::vector<std::string>& lines) QUILLO_REQUIRES(mutex_);

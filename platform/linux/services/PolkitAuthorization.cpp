@@ -1,8 +1,14 @@
 #include "platform/linux/services/PolkitAuthorization.h"
 
-#include <algorithm>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
 
-#include "platform/linux/services/SetUserIdSafety.h"
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+
 #include "platform/linux/text/VisibleText.h"
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
@@ -31,6 +37,66 @@ Outcome run(const LaunchRequest& request) {
     return true;
   });
   return {status, visibleLines(trimmed(output))};
+}
+
+Wording belongsTo(const std::string& path, uid_t user) {
+  std::array<char, 16384> buffer;
+  passwd entry = {};
+  passwd* found = nullptr;
+  if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
+    return {"PATH_BELONGS_TO", {path, found->pw_name}};
+  }
+  return {"PATH_BELONGS_TO_NUMBER", {path, std::to_string(user)}};
+}
+
+// The mode's group bits are also the mask of an access control list (acl(5)).
+bool isWritableForOthers(const struct stat& info) {
+  return (info.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+}
+
+Wording whyUnsafeFolder(const std::string& path) {
+  struct stat info = {};
+  if (lstat(path.c_str(), &info) != 0) {
+    return {"PATH_UNREADABLE", {path, std::strerror(errno)}};
+  }
+  if (S_ISLNK(info.st_mode)) {
+    return {"PATH_IS_LINK", {path}};
+  }
+  if (!S_ISDIR(info.st_mode)) {
+    return {"PATH_NO_FOLDER", {path}};
+  }
+  if (info.st_uid != 0) {
+    return belongsTo(path, info.st_uid);
+  }
+  if (isWritableForOthers(info)) {
+    return {"PATH_WRITABLE_BY_OTHERS", {path}};
+  }
+  return {};
+}
+
+Wording whyUnsafeFile(const std::string& path) {
+  struct stat info = {};
+  if (lstat(path.c_str(), &info) != 0) {
+    return {"PATH_UNREADABLE", {path, std::strerror(errno)}};
+  }
+  if (!S_ISREG(info.st_mode)) {
+    return {S_ISLNK(info.st_mode) ? "PATH_IS_LINK" : "PATH_NO_REGULAR_FILE", {path}};
+  }
+  if (info.st_uid != 0) {
+    return belongsTo(path, info.st_uid);
+  }
+  if (isWritableForOthers(info)) {
+    return {"PATH_WRITABLE_BY_OTHERS", {path}};
+  }
+  // What it gets would be found under that name too, wherever that is.
+  if (info.st_nlink != 1) {
+    return {"PATH_HAS_SECOND_NAME", {path}};
+  }
+  struct statvfs fileSystem = {};
+  if (statvfs(path.c_str(), &fileSystem) == 0 && (fileSystem.f_flag & ST_NOSUID) != 0) {
+    return {"PATH_NOSUID", {path}};
+  }
+  return {};
 }
 
 }  // namespace
@@ -76,6 +142,19 @@ bool PolkitAuthorization::executeWithPrivileges(const std::string& program,
 std::string PolkitAuthorization::text(const std::string& key, const std::string& detail) const {
   const std::string whole = replacingAll(strings_.stringForKey(key, key + " %@"), "%@", detail);
   return std::string(trimmed(whole));
+}
+
+Wording whyUnsafe(const std::string& path) {
+  if (path.empty() || path.front() != '/') {
+    return {"PATH_NOT_ABSOLUTE", {path}};
+  }
+  for (std::size_t slash = 0; slash != std::string::npos; slash = path.find('/', slash + 1)) {
+    const Wording why = whyUnsafeFolder(slash == 0 ? "/" : path.substr(0, slash));
+    if (!why.empty()) {
+      return why;
+    }
+  }
+  return whyUnsafeFile(path);
 }
 
 }  // namespace quillo

@@ -65,7 +65,7 @@ class GuardedApplication final : public QApplication {
   }
 };
 
-// Desktops tell by the class of an X11 window whose it is. Qt makes it, once for all windows, out
+// Desktops know by the class of an X11 window whose it is. Qt makes it, once for all windows, out
 // of the application's name, which people read elsewhere.
 void nameApplication() {
   if (QGuiApplication::platformName() == "xcb") {

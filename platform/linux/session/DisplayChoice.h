@@ -7,7 +7,7 @@
 
 namespace quillo {
 
-// What this session has for a face.
+// The displays of this session.
 struct DisplayFacts {
   // The names of the displays, "" where there is none.
   std::string wayland = {};
@@ -26,7 +26,7 @@ struct DisplayFacts {
 // Qt's platform plug-ins in the order in which they are to be tried. The last one always works.
 std::string platformPluginsFor(const DisplayFacts& facts);
 
-// Why there is no face where Qt has none, for the log and for the user.
+// Why neither icon nor windows can be shown, for the log and for the user.
 struct DisplayProblem {
   std::string text = {};
   Wording wording = {};

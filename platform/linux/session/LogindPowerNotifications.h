@@ -10,7 +10,7 @@
 
 namespace quillo {
 
-// Sleep and wake as logind tells of them (org.freedesktop.login1(5), "PrepareForSleep"). A delay
+// Sleep and wake as logind reports them (org.freedesktop.login1(5), "PrepareForSleep"). A delay
 // inhibitor makes the machine wait for `willSleep`, five seconds by default; it is given back when
 // that has run and taken again at wake. Without logind nothing happens; one that starts again is
 // found.

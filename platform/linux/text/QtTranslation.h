@@ -3,6 +3,8 @@
 #include <QTranslator>
 #include <string>
 
+#include "platform/LocalizedStrings.h"
+
 namespace quillo {
 
 // What Qt's own widgets say ("Copy" in the menu of a text), out of Qt's file for that language
@@ -17,6 +19,22 @@ class QtTranslation final {
 
  private:
   QTranslator translator_;
+};
+
+// Gives Qt the texts of the string tables: in an interface file the comment of a text is its key,
+// and the text itself is what stands in when no table has it. Installed while it lives. Main
+// thread.
+class InterfaceTranslator final : public QTranslator {
+ public:
+  explicit InterfaceTranslator(LocalizedStrings& strings);
+  ~InterfaceTranslator() override;
+
+  QString translate(const char* context, const char* sourceText, const char* disambiguation,
+                    int n) const override;
+  bool isEmpty() const override { return false; }
+
+ private:
+  LocalizedStrings& strings_;
 };
 
 }  // namespace quillo

@@ -33,7 +33,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PanelToolTip& tip
 // that Qt shows them, which says of itself that it opens windows: on Wayland no program can open a
 // menu beside a panel's icon, so it is for the panel to do it, at any click. Plasma asks the item
 // to open a window all the same, and opens the menu only when there is no such operation. The menu
-// itself, and what the panel is told when, stay Qt's. Main thread.
+// itself, and what the panel hears when, stay Qt's. Main thread.
 class PanelItem final : public QDBusAbstractAdaptor {
   Q_OBJECT
   Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")

@@ -35,12 +35,14 @@ std::unique_ptr<QMainWindow> loadWindow(const std::string& folder) {
   std::string reason;
   auto file = InterfaceFile::read(folder, "DockTile", reason);
   if (!file) {
-    throw PlatformException("QtDockTile", "Cannot load the interface file " + reason);
+    throw PlatformException(PlatformException::Kind::notFound, "QtDockTile",
+                            "Cannot load the interface file " + reason);
   }
   std::unique_ptr<QWidget> widget = file->makeWidget();
   auto* window = qobject_cast<QMainWindow*>(widget.get());
   if (!window) {
-    throw PlatformException("QtDockTile", folder + "/DockTile.ui: theDialog is no main window");
+    throw PlatformException(PlatformException::Kind::notFound, "QtDockTile",
+                            folder + "/DockTile.ui: theDialog is no main window");
   }
   widget.release();
   return std::unique_ptr<QMainWindow>(window);
@@ -56,7 +58,7 @@ QTreeWidgetItem* lineFor(const DockVerdict& verdict, const QStyle& style) {
   line->setText(verdictColumn, elidedInTheMiddle(words, longestVerdict));
   line->setToolTip(verdictColumn, elidedInTheMiddle(toolTipText(verdict.verdict), longestLine));
   if (verdict.isThreat) {
-    // Told by a sign and not by colour alone.
+    // Marked by a sign and not by colour alone.
     line->setIcon(verdictColumn, style.standardIcon(QStyle::SP_MessageBoxWarning));
     QFont bold = line->font(verdictColumn);
     bold.setBold(true);

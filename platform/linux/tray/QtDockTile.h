@@ -19,7 +19,7 @@ namespace quillo {
 
 // A window with an entry in the task bar, which closing only minimises, or takes away where it was
 // only brought forward. There is none before it is shown; while it is, it is changed a few times a
-// second at most, however much there is to tell.
+// second at most, however much there is to show.
 // Made and destroyed on the main thread; lives as long as the application.
 class QtDockTile final : public QObject, public DockTile {
  public:

@@ -3,9 +3,11 @@
 #include <QIcon>
 #include <QImage>
 #include <map>
+#include <string>
 #include <vector>
 
 #include "platform/Image.h"
+#include "posix/Mutex.h"
 
 namespace quillo {
 
@@ -27,6 +29,23 @@ class QtImage final : public Image {
   std::vector<QImage> sizes_;
   // Main thread only.
   mutable std::map<int, QIcon> icons_;
+};
+
+// Pictures out of `<folder>/<size>/<name>.png`, in every size that is there; each is read once.
+class QtImageLoader final : public ImageLoader {
+ public:
+  explicit QtImageLoader(std::string folder) : folder_(std::move(folder)) {}
+
+  ImageRef imageNamed(const std::string& name) override;
+
+ private:
+  ImageRef read(const std::string& name) const;
+
+  // Constant after construction.
+  std::string folder_;
+
+  Mutex mutex_;
+  std::map<std::string, ImageRef> images_ QUILLO_GUARDED_BY(mutex_);
 };
 
 }  // namespace quillo

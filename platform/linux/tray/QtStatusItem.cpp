@@ -1,8 +1,11 @@
 #include "platform/linux/tray/QtStatusItem.h"
 
 #include <QCursor>
+#include <QGuiApplication>
+#include <chrono>
 #include <utility>
 
+#include "platform/linux/services/Guarded.h"
 #include "platform/linux/text/DisplayText.h"
 #include "platform/linux/tray/QtImage.h"
 
@@ -10,6 +13,10 @@ namespace quillo {
 namespace {
 
 constexpr int longestToolTip = 1000;
+
+// A panel may come late at log-in. A notice that came too early is withdrawn.
+constexpr auto shortPatience = std::chrono::seconds(2);
+constexpr auto patience = std::chrono::seconds(10);
 
 }  // namespace
 
@@ -139,6 +146,35 @@ void QtStatusItem::menuOpened(bool isOpen) {
   menuIsOpen_ = isOpen;
   imageWhenOpened_ = look().image;
   show();
+}
+
+void QtStatusBar::observeRoom(RoomObserver observer) {
+  if (QGuiApplication::platformName() == QLatin1String("offscreen")) {
+    return;
+  }
+  roomObserver_ = std::move(observer);
+  const auto lookAtHost = [this] {
+    if (host_.kind() != TrayHost::Kind::none) {
+      patience_.stop();
+      reportRoom(Room::shown);
+    }
+  };
+  host_.onChange(lookAtHost);
+  patience_.setSingleShot(true);
+  QObject::connect(&patience_, &QTimer::timeout, &patience_, [this] {
+    const bool isShort = patience_.intervalAsDuration() == shortPatience;
+    if (isShort) {
+      patience_.start(patience - shortPatience);
+    }
+    reportRoom(isShort ? Room::notYet : Room::none);
+  });
+  patience_.start(shortPatience);
+  lookAtHost();
+}
+
+void QtStatusBar::reportRoom(Room room) {
+  const std::string desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString();
+  guarded([&] { roomObserver_(room, desktop); });
 }
 
 }  // namespace quillo

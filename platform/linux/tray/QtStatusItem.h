@@ -2,8 +2,10 @@
 
 #include <QPointer>
 #include <QSystemTrayIcon>
+#include <QTimer>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/Application.h"
 #include "platform/StatusItem.h"
@@ -66,6 +68,27 @@ class QtStatusItem final : public StatusItem {
   mutable Mutex mutex_;
   Look look_ QUILLO_GUARDED_BY(mutex_);
   bool isPosted_ QUILLO_GUARDED_BY(mutex_) = false;
+};
+
+// The panel's place for status items. Lives as long as the application.
+class QtStatusBar final : public StatusBar {
+ public:
+  explicit QtStatusBar(Application& application) : application_(application) {}
+
+  StatusItem& statusItemWithLength(double length) override {
+    items_.push_back(std::make_unique<QtStatusItem>(application_, host_, length));
+    return *items_.back();
+  }
+  void observeRoom(RoomObserver observer) override;
+
+ private:
+  void reportRoom(Room room);
+
+  Application& application_;
+  TrayHost host_;
+  std::vector<std::unique_ptr<QtStatusItem>> items_;
+  RoomObserver roomObserver_;
+  QTimer patience_;
 };
 
 }  // namespace quillo

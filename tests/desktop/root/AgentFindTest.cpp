@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "tests/desktop/root/AgentOnDesktop.h"
-#include "tests/root/support/Files.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {

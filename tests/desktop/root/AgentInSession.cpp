@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "tests/root/support/Files.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {

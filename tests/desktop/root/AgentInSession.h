@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/desktop/support/BusMonitor.h"
-#include "tests/desktop/support/UserSession.h"
-#include "tests/root/support/GuardedHome.h"
-#include "tests/root/support/NamedUser.h"
+#include "tests/desktop/support/bus/BusMonitor.h"
+#include "tests/desktop/support/session/UserSession.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/agent/NamedUser.h"
 
 namespace quillo::tests {
 

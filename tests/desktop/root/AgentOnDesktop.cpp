@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "tests/desktop/support/PictureParts.h"
+#include "tests/desktop/support/screen/PictureParts.h"
 
 namespace quillo::tests {
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tests/desktop/root/AgentInSession.h"
-#include "tests/desktop/support/DesktopSession.h"
+#include "tests/desktop/support/session/DesktopSession.h"
 
 namespace quillo::tests {
 

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "tests/desktop/support/PictureParts.h"
-#include "tests/root/support/Files.h"
+#include "tests/desktop/support/screen/PictureParts.h"
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 namespace {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "tests/desktop/root/AgentInSession.h"
-#include "tests/desktop/support/PictureParts.h"
-#include "tests/desktop/support/SwaySession.h"
+#include "tests/desktop/support/screen/PictureParts.h"
+#include "tests/desktop/support/session/SwaySession.h"
 
 namespace quillo::tests {
 

@@ -1,4 +1,4 @@
-// The face of an update of the definitions, from the click in the menu to its result.
+// The interface of an update of the definitions, from the click in the menu to its result.
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -7,7 +7,7 @@
 
 #include "platform/linux/names/LinuxMountNotifications.h"
 #include "platform/linux/names/LinuxVolumes.h"
-#include "tests/desktop/Events.h"
+#include "tests/desktop/support/QtEvents.h"
 
 namespace quillo {
 namespace {

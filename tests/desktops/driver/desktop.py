@@ -66,7 +66,7 @@ class Desktop:
     def connect(self):
         self.bus = Bus()
 
-    def await_face(self, seconds):
+    def await_interface(self, seconds):
         """How long the agent took to be seen, from when both it was started and the desktop stood."""
         await_that("the agent's icon" if self.has_tray else "a notification of the agent",
                    self.shows_icon if self.has_tray else self.banner_of_agent, seconds)

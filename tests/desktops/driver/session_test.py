@@ -32,7 +32,7 @@ def log_in(kind):
     global desktop
     desktop = kinds[kind](kind)
     desktop.await_login()
-    logins.append(desktop.await_face(20))
+    logins.append(desktop.await_interface(20))
     desktop.picture("login")
     desktop.prepare()
 
@@ -150,7 +150,7 @@ class LoginTest(Guarded):
     def test_a_second_one_is_guarded_as_the_first(self):
         self.doCleanups()
         desktop.log_in_anew()
-        logins.append(desktop.await_face(20))
+        logins.append(desktop.await_interface(20))
         desktop.picture("second-login")
         desktop.prepare()
         self.setUp()

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "menu/StatusText.h"
+#include "posix/Mutex.h"
+#include "scanning/ScanObserver.h"
+
+namespace quillo {
+
+class Clock;
+class DockTile;
+class Folders;
+class LocalizedStrings;
+
+// The services that the status board uses. All of them outlive it.
+struct StatusBoardServices {
+  Clock& clock;
+  DockTile& dockTile;
+  Folders& folders;
+  LocalizedStrings& localizedStrings;
+};
+
+// What the agent shows of itself besides icon and menu: the facts behind the words of its state,
+// and what the Dock tile lists. Any thread.
+class StatusBoard final : public ScanObserver {
+ public:
+  explicit StatusBoard(const StatusBoardServices& services) : services_(services) {}
+
+  // Returns the facts; those that only the menu knows keep their defaults.
+  StatusFacts status();
+  void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
+  void setEngineMissing(bool missing) { engineMissing_ = missing; }
+  void setPreferencesMissing(bool missing) { preferencesMissing_ = missing; }
+  void setDefinitions(DefinitionState state, std::size_t days) {
+    definitions_ = state;
+    daysOfDefinitions_ = days;
+  }
+  // `folders` were chosen and are not there.
+  void setMissingFolders(const std::vector<std::string>& folders);
+  void setHelperFails(bool fails) { helperFails_ = fails; }
+  void setPlacesWithGaps(std::size_t count) { placesWithGaps_ = count; }
+  void setWatchedFolders(const std::vector<std::string>& folders);
+  // Sets what is called, on any thread, when an engine that was missing has judged a file. To be
+  // set before the scanners run.
+  void setEngineIsBack(std::function<void()> engineIsBack) {
+    engineIsBack_ = std::move(engineIsBack);
+  }
+  // Hands verdicts to the Dock tile from now on, beginning with the last ones before.
+  void showVerdicts();
+
+  void runBegan(std::size_t files) override { filesBeingScanned_ += files; }
+  void runEnded(std::size_t files) override { filesBeingScanned_ -= files; }
+  void verdictGiven(const Verdict& verdict) override;
+
+ private:
+  // A verdict as it came, before anybody sees it.
+  struct Given {
+    std::chrono::system_clock::time_point at;
+    std::string path;
+    std::string threat;
+    bool isThreat = false;
+  };
+
+  void show(const Given& given) const;
+  static std::string timeOf(std::chrono::system_clock::time_point at);
+
+  // Constant once the scanners run.
+  const StatusBoardServices services_;
+  std::function<void()> engineIsBack_;
+  // Own synchronisation.
+  std::atomic<bool> settingUp_{false};
+  std::atomic<bool> engineMissing_{false};
+  std::atomic<bool> preferencesMissing_{false};
+  std::atomic<DefinitionState> definitions_{DefinitionState::goodOrUnknown};
+  std::atomic<std::size_t> daysOfDefinitions_{0};
+  std::atomic<bool> helperFails_{false};
+  std::atomic<std::size_t> watchedFolders_{0};
+  std::atomic<std::size_t> placesWithGaps_{0};
+  std::atomic<std::size_t> filesBeingScanned_{0};
+
+  Mutex mutex_;
+  std::vector<std::string> missingFolders_ QUILLO_GUARDED_BY(mutex_);
+  bool showsVerdicts_ QUILLO_GUARDED_BY(mutex_) = false;
+  // The last ones, for as long as they are not shown.
+  std::deque<Given> unseen_ QUILLO_GUARDED_BY(mutex_);
+};
+
+}  // namespace quillo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <string>
+#include <vector>
+
+namespace quillo {
+
+// The status item as a panel has it over D-Bus (StatusNotifierItem; com.canonical.dbusmenu).
+class StatusItemBus {
+ public:
+  explicit StatusItemBus(const std::string& address);
+  ~StatusItemBus();
+  StatusItemBus(const StatusItemBus&) = delete;
+  StatusItemBus& operator=(const StatusItemBus&) = delete;
+
+  // Waits until somebody has that name.
+  void awaitOwner(const char* name);
+  // Waits until nobody has that name any more.
+  void awaitNoOwner(const char* name);
+  // The bus names of the items that the panel knows.
+  std::vector<std::string> statusItems();
+  // The menu of an item, in GVariant's text format.
+  std::string menuLayout(const std::string& item);
+  std::string property(const std::string& item, const std::string& name);
+  // How often an item has said so far that it has another picture.
+  int pictureChanges(const std::string& item);
+  // The same of its tool tip.
+  int toolTipChanges(const std::string& item);
+
+ private:
+  void awaitName(const char* name, bool owned);
+  void count(const char* signal, int& times);
+  void takeInSignals(const std::string& item);
+  GVariant* call(const std::string& name, const char* path, const char* interface,
+                 const char* method, GVariant* arguments);
+
+  GMainContext* context_;
+  GDBusConnection* connection_ = nullptr;
+  int pictureChanges_ = 0;
+  int toolTipChanges_ = 0;
+};
+
+}  // namespace quillo

@@ -1,0 +1,165 @@
+#include "tests/desktop/support/session/UserSession.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+#include "posix/Pipe.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+constexpr int patienceInMilliseconds = 20000;
+
+std::string temporaryHome() {
+  std::string path = (std::filesystem::temp_directory_path() / "quillo-desktop-XXXXXX").string();
+  if (!mkdtemp(path.data())) {
+    throw std::runtime_error("cannot make a folder like " + path);
+  }
+  return path;
+}
+
+// The session bus of one user, whom root may call too. A notification server is not started on
+// demand: whether there is one is for the test to say.
+constexpr const char* busConfiguration = R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:path=@RUNTIME@/@NAME@</listen>
+  <auth>EXTERNAL</auth>
+  <servicedir>@RUNTIME@/services</servicedir>
+  <policy context="default">
+    <allow user="*"/>
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+
+}  // namespace
+
+UserSession::UserSession(const User& user)
+    : user_(user),
+      home_(user.home.empty() ? temporaryHome() : user.home),
+      runtime_(home_ + "/.runtime") {
+  std::filesystem::create_directory(runtime_);
+  std::filesystem::permissions(runtime_, std::filesystem::perms::owner_all);
+  addServicesOfTheMachine();
+  environment_ = {"HOME=" + home_,      "XDG_RUNTIME_DIR=" + runtime_,
+                  "PATH=/usr/bin:/bin", "LC_ALL=C.UTF-8",
+                  "NO_AT_BRIDGE=1",     "LSAN_OPTIONS=detect_leaks=0"};
+}
+
+UserSession::~UserSession() {
+  bus_.reset();
+  systemBusDaemon_.reset();
+  busDaemon_.reset();
+  processes_.end();
+  std::error_code ignored;
+  std::filesystem::remove_all(user_.home.empty() ? home_ : runtime_, ignored);
+}
+
+void UserSession::giveHomeToUser() {
+  if (user_.id == 0) {
+    return;
+  }
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(home_)) {
+    [[maybe_unused]] const int ignored = lchown(entry.path().c_str(), user_.id, user_.id);
+  }
+  [[maybe_unused]] const int ignored = chown(home_.c_str(), user_.id, user_.id);
+}
+
+void UserSession::startSessionBus() {
+  busAddress_ = startBus("bus", busDaemon_);
+  addVariable("DBUS_SESSION_BUS_ADDRESS=" + busAddress_);
+  bus_ = std::make_unique<StatusItemBus>(busAddress_);
+}
+
+std::string UserSession::pictureFile(const std::string& name) {
+  const std::string folder = std::string(QUILLO_BINARY_DIR) + "/screenshots";
+  std::filesystem::create_directories(folder);
+  return folder + "/" + name + ".png";
+}
+
+void UserSession::addServicesOfTheMachine() {
+  std::filesystem::create_directory(runtime_ + "/services");
+  for (const char* wanted : {"org.xfce.Xfconf.service", "ca.desrt.dconf.service"}) {
+    const std::string file = std::string("/usr/share/dbus-1/services/") + wanted;
+    if (std::filesystem::exists(file)) {
+      std::filesystem::create_symlink(file, runtime_ + "/services/" + wanted);
+    }
+  }
+}
+
+std::string UserSession::startBus(const std::string& name, std::unique_ptr<ChildProcess>& process) {
+  const std::string configuration = runtime_ + "/" + name + ".conf";
+  std::ofstream(configuration) << replacingAll(
+      replacingAll(busConfiguration, "@RUNTIME@", runtime_), "@NAME@", name);
+  return startWithAnswer({"dbus-daemon", "--config-file=" + configuration, "--nofork",
+                          "--nopidfile", "--print-address=3"},
+                         process);
+}
+
+std::string UserSession::startSystemBus() { return startBus("system", systemBusDaemon_); }
+
+void UserSession::addService(const std::string& name, const std::string& command) {
+  std::ofstream(runtime_ + "/services/" + name + ".service")
+      << "[D-BUS Service]\nName=" << name << "\nExec=" << command << "\n";
+}
+
+// What the programs have to say goes to a file in the run-time folder.
+std::unique_ptr<ChildProcess> UserSession::startCommand(std::vector<std::string> command,
+                                                        int descriptorThree) {
+  command.insert(command.begin(),
+                 {"-c", "exec \"$@\" >>\"$XDG_RUNTIME_DIR/session.log\" 2>&1", "session"});
+  command.insert(command.begin(), "/bin/sh");
+  if (user_.id != 0) {
+    const std::string id = std::to_string(user_.id);
+    command.insert(command.begin(),
+                   {"/usr/bin/setpriv", "--reuid=" + id, "--regid=" + id, "--clear-groups"});
+  }
+  LaunchRequest request{
+      command.front(), {command.begin() + 1, command.end()}, LaunchRequest::Output::inherited};
+  request.environment = environment_;
+  request.descriptorThree = descriptorThree;
+  return processes_.start(request);
+}
+
+std::string UserSession::startWithAnswer(const std::vector<std::string>& command,
+                                         std::unique_ptr<ChildProcess>& process) {
+  UniqueFd writer;
+  PipeReader reader = PipeReader::open(writer);
+  process = startCommand(command, writer.get());
+  writer.reset();
+  std::string answer;
+  while (answer.find('\n') == std::string::npos) {
+    pollfd descriptor = {reader.descriptor(), POLLIN, 0};
+    if (poll(&descriptor, 1, patienceInMilliseconds) <= 0) {
+      throw std::runtime_error(command[0] + " does not come up");
+    }
+    answer += reader.availableData();
+    if (reader.atEnd()) {
+      throw std::runtime_error(command[0] + " cannot be started");
+    }
+  }
+  return answer.substr(0, answer.find('\n'));
+}
+
+std::string UserSession::log() const {
+  std::ifstream file(runtime_ + "/session.log");
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void UserSession::run(std::vector<std::string> command) {
+  startCommand(std::move(command))->waitUntilExit();
+}
+
+}  // namespace quillo

@@ -1,0 +1,131 @@
+#pragma once
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "agent/VantrelQuillo.h"
+#include "menu/Throbber.h"
+#include "posix/FileFacts.h"
+#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/RestoredOutput.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace quillo {
+
+// Starts those threads for real that a test names, carries commands to the daemon at once, and only
+// notes the others down.
+class AgentThreads final : public ThreadStarter {
+ public:
+  ~AgentThreads() override { join(); }
+  void detachNewThread(const std::string& name, std::function<void()> body) override {
+    if (onStart) {
+      onStart(name);
+    }
+    if (refused.count(name) > 0) {
+      throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    }
+    std::lock_guard hold(mutex_);
+    if (name.starts_with("clamd ")) {
+      body();
+      return;
+    }
+    names_.push_back(name);
+    if (real.count(name) > 0) {
+      threads_.emplace_back(std::move(body));
+    } else {
+      bodies_[name] = std::move(body);
+    }
+  }
+  void run(const std::string& name) { bodies_.at(name)(); }
+  void join() {
+    for (std::thread& thread : threads_) {
+      thread.join();
+    }
+    threads_.clear();
+  }
+  std::vector<std::string> names() {
+    std::lock_guard hold(mutex_);
+    return names_;
+  }
+  std::ptrdiff_t count(const std::string& name) {
+    const auto started = names();
+    return std::count(started.begin(), started.end(), name);
+  }
+
+  std::set<std::string> real;
+  std::set<std::string> refused;
+  // Told of each thread before it is there.
+  std::function<void(const std::string& name)> onStart;
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::string> names_;
+  std::map<std::string, std::function<void()>> bodies_;
+  std::vector<std::thread> threads_;
+};
+
+// A whole agent on a desktop of fakes, in a home folder of its own. An engine is installed there,
+// and its daemon is said to run.
+class AgentUnderTest {
+ public:
+  AgentUnderTest() {
+    desktop.folders.home = home.path();
+    desktop.folders.temporary = home.makeFolder("tmp");
+    desktop.folders.resources = home.makeFolder("resources");
+    desktop.preferenceStore.set("PathToClamav", engine());
+    desktop.preferenceStore.set("PathToUpdateLog", home.path() + "/update.log");
+    home.writeProgram("engine/bin/clamdscan", "#!/bin/sh\nexit 0\n");
+    daemon = RunningDaemon{"/running/clamd", home.write("engine/etc/clamd.conf",
+                                                        "LocalSocket " + socketPath() + "\n")};
+    clock.setSleepsPassAtOnce(true);
+    throbber = std::make_unique<Throbber>(ThrobberServices{
+        desktop.application, clock, desktop.dockTile, desktop.folders, desktop.imageLoader,
+        desktop.localizedStrings, desktop.mainInterface.outlets, desktop.modifierKeys,
+        desktop.preferences, desktop.statusBar, desktop.systemLog, desktop.workspace});
+  }
+  ~AgentUnderTest() {
+    output.restore();
+    agent_.reset();
+  }
+
+  // The agent is made at the first call, so that a test can prepare the desktop before.
+  VantrelQuillo& agent() {
+    if (!agent_) {
+      agent_ = std::make_unique<VantrelQuillo>(
+          AgentServices{desktop.platform, desktop.preferences, clock, threads,
+                        [this] { return findDaemon(); },
+                        [this](pid_t, const std::string&) { return listenerIsOurs; }},
+          *throbber);
+    }
+    return *agent_;
+  }
+  std::string engine() const { return home.path() + "/engine"; }
+  std::string socketPath() const { return home.path() + "/clamd.ctl"; }
+  std::string scanLog() const {
+    return contentsOfFile(home.path() + "/Library/Logs/VantrelQuillo-scan.log").value_or("");
+  }
+  FakeSystemLog& log() { return desktop.systemLog; }
+
+  RestoredOutput output;
+  TemporaryFolder home;
+  FakePlatform desktop;
+  ManualClock clock;
+  AgentThreads threads;
+  std::optional<RunningDaemon> daemon;
+  std::function<std::optional<RunningDaemon>()> findDaemon = [this] { return daemon; };
+  // Whether what listens at the socket is said to be brought up by the agent.
+  bool listenerIsOurs = true;
+  std::unique_ptr<Throbber> throbber;
+
+ private:
+  std::unique_ptr<VantrelQuillo> agent_;
+};
+
+}  // namespace quillo

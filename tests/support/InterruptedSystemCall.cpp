@@ -1,0 +1,78 @@
+#include "tests/support/InterruptedSystemCall.h"
+
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <future>
+#include <stdexcept>
+#include <thread>
+
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+namespace {
+
+// Gives the descriptor that tells of this thread's calls, or -1.
+int reportCalls(int number) {
+  sock_filter steps[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned int>(number), 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  sock_fprog program = {4, steps};
+  if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
+    return -1;
+  }
+  return static_cast<int>(
+      syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &program));
+}
+
+// Answers until nobody is left who could call.
+void answer(int listener, int times) {
+  pollfd watched = {listener, POLLIN, 0};
+  while (poll(&watched, 1, -1) > 0 && (watched.revents & POLLIN) != 0) {
+    seccomp_notif call = {};
+    if (ioctl(listener, SECCOMP_IOCTL_NOTIF_RECV, &call) != 0) {
+      continue;
+    }
+    seccomp_notif_resp response = {};
+    response.id = call.id;
+    if (times-- > 0) {
+      response.error = -EINTR;
+    } else {
+      response.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
+    }
+    ioctl(listener, SECCOMP_IOCTL_NOTIF_SEND, &response);
+  }
+}
+
+}  // namespace
+
+void withInterruptedSystemCall(int number, int times, const std::function<void()>& body) {
+  std::promise<int> listening;
+  std::thread caller([&] {
+    const int listener = reportCalls(number);
+    listening.set_value(listener);
+    if (listener >= 0) {
+      body();
+    }
+  });
+  const UniqueFd listener(listening.get_future().get());
+  if (listener) {
+    answer(listener.get(), times);
+  }
+  caller.join();
+  if (!listener) {
+    throw std::runtime_error("this system cannot tell of system calls");
+  }
+}
+
+}  // namespace quillo
