@@ -1,15 +1,16 @@
 #include "agent/DefinitionUpdates.h"
 
+#include "agent/DefinitionsWarning.h"
+#include "agent/NoEngineWindow.h"
 #include "agent/Notifications.h"
 #include "agent/Preferences.h"
-#include "engine/EngineProblem.h"
 #include "menu/Throbber.h"
+#include "platform/Dialog.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
 #include "posix/ThreadStarter.h"
-#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 namespace {
@@ -20,12 +21,15 @@ constexpr int couldNotRun = -1;
 }  // namespace
 
 DefinitionUpdates::DefinitionUpdates(Preferences& preferences, Notifications& notifications,
-                                     Throbber& menu, UpdateWindows& windows,
+                                     Throbber& menu, NoEngineWindow& noEngineWindow,
+                                     DefinitionsWarning& warning, Dialog& window,
                                      LocalizedStrings& strings, ThreadStarter& threads)
     : preferences_(preferences),
       notifications_(notifications),
       mainMenu(menu),
-      windows_(windows),
+      noEngineWindow_(noEngineWindow),
+      warning_(warning),
+      updateWindow(window),
       strings_(strings),
       threads_(threads) {}
 
@@ -70,10 +74,9 @@ void DefinitionUpdates::performDefsUpdate(bool notify) {
   if (isReadableFile(request.launchPath)) {
     showResult(runUpdater(request), exit1MeansUpdated, notify);
   } else {
-    windows_.displayNoEngineWindow({request.launchPath.empty()
-                                        ? EngineProblem::Kind::updaterNotKnown
-                                        : EngineProblem::Kind::updaterMissing,
-                                    request.launchPath});
+    noEngineWindow_.show({request.launchPath.empty() ? EngineProblem::Kind::updaterNotKnown
+                                                     : EngineProblem::Kind::updaterMissing,
+                          request.launchPath});
   }
 }
 
@@ -95,7 +98,7 @@ void DefinitionUpdates::showResult(int status, bool exit1MeansUpdated, bool noti
   NotificationDetails details;
   details.topic = updateTopic;
   if (status == 0 || status == 1) {
-    windows_.definitionsCame();
+    warning_.definitionsCame();
     if (!notify) {
       return;
     }
@@ -104,10 +107,11 @@ void DefinitionUpdates::showResult(int status, bool exit1MeansUpdated, bool noti
     text = updated ? names->updateSuccessful : names->alreadyUpToDate;
   } else {
     details.buttons.push_back({strings_.stringForKey("NOTIFICATION_LOG", ""),
-                               [&windows = windows_] { windows.openUpdateLog(); }});
+                               [&menu = mainMenu] { menu.openUpdateLog(); }});
   }
   if (!notifications_.displayGrowlDialogWithTitleAndDescription(code, text, details)) {
-    windows_.displayUpdateResult(text);
+    updateWindow.setMessage(text);
+    displayDialog(updateWindow);
   }
 }
 

@@ -5,34 +5,25 @@
 
 namespace quillo {
 
+class DefinitionsWarning;
+class Dialog;
 class LocalizedStrings;
+class NoEngineWindow;
 class Notifications;
 class Preferences;
 class ThreadStarter;
 class Throbber;
-struct EngineProblem;
 struct LaunchRequest;
 struct WatchSettings;
-
-// What an update's end shows and asks for besides a notification. Any thread, unless said
-// otherwise.
-class UpdateWindows {
- public:
-  virtual ~UpdateWindows() = default;
-  virtual void displayUpdateResult(const std::string& text) = 0;
-  virtual void displayNoEngineWindow(const EngineProblem& problem) = 0;
-  // An update has ended well: definitions are there now.
-  virtual void definitionsCame() = 0;
-  // Main thread.
-  virtual void openUpdateLog() = 0;
-};
 
 // Updates of the virus definitions, each on a short-lived thread of its own. Several may run at
 // once.
 class DefinitionUpdates {
  public:
+  // `updateWindow` shows a result where no notification does.
   DefinitionUpdates(Preferences& preferences, Notifications& notifications, Throbber& mainMenu,
-                    UpdateWindows& windows, LocalizedStrings& strings, ThreadStarter& threads);
+                    NoEngineWindow& noEngineWindow, DefinitionsWarning& warning,
+                    Dialog& updateWindow, LocalizedStrings& strings, ThreadStarter& threads);
 
   // Starts an update and returns at once. Without `notify`, only a failure is shown. Main thread.
   void updateVirusDefsAndNotify(bool notify);
@@ -50,7 +41,9 @@ class DefinitionUpdates {
   Preferences& preferences_;
   Notifications& notifications_;
   Throbber& mainMenu;
-  UpdateWindows& windows_;
+  NoEngineWindow& noEngineWindow_;
+  DefinitionsWarning& warning_;
+  Dialog& updateWindow;
   LocalizedStrings& strings_;
   ThreadStarter& threads_;
 };

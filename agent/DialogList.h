@@ -4,20 +4,16 @@
 #include <vector>
 
 #include "posix/Mutex.h"
+#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 
-class FileRemover;
-
-// The open warning dialogs, in the order in which they were opened. Added to from any thread; the
-// other operations run on the main thread.
-class DialogList {
+// The open warning dialogs, in the order in which they were opened.
+class DialogList final : public DialogListOwner {
  public:
-  void addToDialogList(std::shared_ptr<FileRemover> dialog);
-  // Removes every occurrence.
-  void removeFromDialogList(const FileRemover& dialog);
-  // Dismisses each as if the user had ignored it, then forgets them all.
-  void removeAllFromDialogList();
+  void addToDialogList(std::shared_ptr<FileRemover> dialog) override;
+  void removeFromDialogList(const FileRemover& dialog) override;
+  void removeAllFromDialogList() override;
   std::size_t count() const;
 
  private:

@@ -6,10 +6,24 @@
 
 #include "agent/StatusBoard.h"
 #include "platform/SystemLog.h"
+#include "posix/ThreadStarter.h"
 
 namespace quillo {
 
 Health::Health(HealthServices services) : services_(std::move(services)), due_(services_.clock) {}
+
+void Health::begin(ThreadStarter& threads) {
+  setWatching(true);
+  if (std::exchange(hasThread_, true)) {
+    return;
+  }
+  try {
+    threads.detachNewThread("Health", [this] { mainLoop(); });
+  } catch (...) {
+    hasThread_ = false;
+    throw;
+  }
+}
 
 void Health::mainLoop() {
   for (;;) {
@@ -74,11 +88,11 @@ bool Health::look() {
                                 : isOld           ? DefinitionState::old
                                                   : DefinitionState::goodOrUnknown;
   services_.statusBoard.setDefinitions(state, isOld ? static_cast<std::size_t>(days) : 0);
-  if (isOld && !std::exchange(toldOfAge_, true)) {
+  if (isOld && !std::exchange(ageIsLogged_, true)) {
     services_.systemLog.log("The virus definitions are " + std::to_string(days) +
                             " days old: newer malware is not found until they have been updated");
   }
-  toldOfAge_ = isOld;
+  ageIsLogged_ = isOld;
   const std::vector<std::string> missing = services_.missingFolders();
   services_.statusBoard.setMissingFolders(missing);
   return state == DefinitionState::goodOrUnknown && missing.empty();

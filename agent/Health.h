@@ -13,9 +13,10 @@ namespace quillo {
 
 class StatusBoard;
 class SystemLog;
+class ThreadStarter;
 
-// What health is judged by, asked on the thread that looks, and who is told when it has. All of
-// them outlive it.
+// What health is judged by, asked on the thread that looks, and what is called there after each
+// look. All of it outlives that thread.
 struct HealthServices {
   Clock& clock;
   SystemLog& systemLog;
@@ -36,25 +37,30 @@ class Health {
 
   explicit Health(HealthServices services);
 
+  // Makes a look due, for watching has begun; the first call starts the thread. Throws
+  // std::system_error when the system has none, and the next call tries again. Main thread.
+  void begin(ThreadStarter& threads);
   // Runs rounds forever.
   void mainLoop();
-  // Waits until a look is due, and looks. What fails in it is told in the log, a minute later the
-  // next look tries again.
+  // Waits until a look is due, and looks. What fails in it is logged, and a minute later the next
+  // look tries again.
   void round();
-  // From now on, or no longer, is anything watched. Beginning makes a look due. Any thread.
+  // Says whether anything is watched from now on. Beginning makes a look due. Any thread.
   void setWatching(bool watching);
   // Makes a look due, if anything is watched. Any thread.
   void lookSoon();
 
  private:
   void awaitDue();
-  // Gives whether all is well.
+  // Returns whether all is well.
   bool look();
 
   // Constant after construction.
   const HealthServices services_;
   // The thread's own.
-  bool toldOfAge_ = false;
+  bool ageIsLogged_ = false;
+  // The main thread's own.
+  bool hasThread_ = false;
 
   Condition due_;
   bool watching_ QUILLO_GUARDED_BY(due_) = false;

@@ -1,125 +1,183 @@
 #pragma once
 
 // How the workers see the agent: each link implements the narrow interface that a folder asks of
-// its owner, by forwarding to the delegate.
+// its owner, by forwarding to the parts that it was given.
 
-#include "agent/DefinitionUpdates.h"
+#include "agent/DialogList.h"
+#include "agent/FolderOpener.h"
+#include "agent/Health.h"
+#include "agent/NoEngineWindow.h"
+#include "agent/Notifications.h"
+#include "agent/Preferences.h"
+#include "agent/ScannerCount.h"
+#include "agent/StatusBoard.h"
+#include "agent/WatchList.h"
+#include "agent/Watching.h"
 #include "engine/ClamdLink.h"
-#include "menu/ThrobberOwner.h"
+#include "menu/Throbber.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/ScannerOwner.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
 
-class VantrelQuillo;
-
 class MenuForScanners final : public ScannerMenu {
  public:
-  explicit MenuForScanners(VantrelQuillo& agent) : agent_(agent) {}
-  std::string getQuitMenuName() const override;
+  explicit MenuForScanners(const Throbber& menu) : mainMenu(menu) {}
+  std::string getQuitMenuName() const override { return mainMenu.getQuitMenuName(); }
 
  private:
-  VantrelQuillo& agent_;
+  const Throbber& mainMenu;
 };
 
 class MenuForWatchers final : public WatcherMenu {
  public:
-  explicit MenuForWatchers(VantrelQuillo& agent) : agent_(agent) {}
-  Mutex& monitor() override;
-  void setReady() override;
-  void folderMissingPanic() override;
+  explicit MenuForWatchers(Throbber& menu) : mainMenu(menu) {}
+  Mutex& monitor() override { return mainMenu.monitor(); }
+  void setReady() override { mainMenu.setReady(); }
+  void folderMissingPanic() override { mainMenu.folderMissingPanic(); }
 
  private:
-  VantrelQuillo& agent_;
+  Throbber& mainMenu;
 };
 
 class ScannerLink final : public ScannerOwner {
  public:
-  explicit ScannerLink(VantrelQuillo& agent) : agent_(agent) {}
-  Dispatcher& theDispatcher() override;
-  std::shared_ptr<const WatchSettings> settings() override;
-  void modifyScannerCountBy(std::int32_t delta) override;
-  bool clamdStillAlive() override;
-  void recoverFromCrashedClamd() override;
-  void recoverUnreachableClamd() override;
-  void noEnginePanic(const std::string& program) override;
-  std::string getQuitMenuName() override;
-  void quit() override;
-  void openAndWait(const std::string& folder) override;
-  void open(const std::string& folder) override;
-  void openScanLog() override;
-  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
-                                                 const NotificationDetails& details) override;
-  void withdrawNotification(const std::string& topic) override;
-  void addToDialogList(std::shared_ptr<FileRemover> dialog) override;
-  void removeFromDialogList(const FileRemover& dialog) override;
-  void removeAllFromDialogList() override;
+  struct Parts {
+    Dispatcher& theDispatcher;
+    const Preferences& preferences;
+    ScannerCount& scannerCount;
+    ClamdLink& engine;
+    StatusBoard& statusBoard;
+    Throbber& mainMenu;
+    const MenuForScanners& menuForScanners;
+    Watching& watching;
+    FolderOpener& folderOpener;
+    DialogList& dialogList;
+  };
+  explicit ScannerLink(const Parts& parts) : parts_(parts) {}
+
+  Dispatcher& theDispatcher() override { return parts_.theDispatcher; }
+  std::shared_ptr<const WatchSettings> settings() override { return parts_.preferences.settings(); }
+  void modifyScannerCountBy(std::int32_t delta) override {
+    parts_.scannerCount.modifyScannerCountBy(delta);
+  }
+  bool clamdStillAlive() override { return parts_.engine.clamdStillAlive(); }
+  void recoverFromCrashedClamd() override { parts_.engine.recoverFromCrashedClamd(); }
+  void recoverUnreachableClamd() override { parts_.engine.recoverUnreachableClamd(); }
+  void noEnginePanic(const std::string& program) override {
+    parts_.statusBoard.setEngineMissing(true);
+    parts_.mainMenu.showStatus();
+    parts_.engine.noEnginePanic({EngineProblem::Kind::scannerFailed, program});
+  }
+  const ScannerMenu& mainMenu() override { return parts_.menuForScanners; }
+  DialogListOwner& dialogList() override { return parts_.dialogList; }
+  void quit() override { parts_.watching.quit(); }
+  void openAndWait(const std::string& folder) override { parts_.folderOpener.openAndWait(folder); }
+  void open(const std::string& folder) override { parts_.folderOpener.open(folder); }
+  void openScanLog() override { parts_.mainMenu.openScanLog(); }
 
  private:
-  VantrelQuillo& agent_;
+  const Parts parts_;
 };
 
 // Where the watchers' paths go: the queue itself.
 class DispatcherIntake final : public PathIntake {
  public:
-  explicit DispatcherIntake(Dispatcher& theDispatcher) : theDispatcher_(theDispatcher) {}
+  explicit DispatcherIntake(Dispatcher& dispatcher) : theDispatcher(dispatcher) {}
   void addStringToItemList(const std::string& path) override {
-    theDispatcher_.addStringToItemList(path);
+    theDispatcher.addStringToItemList(path);
   }
   void addToItemList(std::vector<std::string>& paths) override {
-    theDispatcher_.addToItemList(paths);
+    theDispatcher.addToItemList(paths);
   }
 
  private:
-  Dispatcher& theDispatcher_;
+  Dispatcher& theDispatcher;
 };
 
 class WatcherLink final : public WatcherOwner {
  public:
-  explicit WatcherLink(VantrelQuillo& agent) : agent_(agent) {}
-  std::shared_ptr<const WatchedFolderList> getWatchedFolderList() override;
-  std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() override;
-  void stopWatcherFromWatcher() override;
-  void startWatcherFromWatcher() override;
-  bool displayError(const std::string& description) override;
-  bool displayHelperError(const std::string& description) override;
-  void withdrawHelperErrors() override;
-  void setHelperFails(bool fails) override;
-  void setPlacesWithGaps(std::size_t count) override;
+  struct Parts {
+    WatchList& watchList;
+    Watching& watching;
+    Notifications& notifications;
+    StatusBoard& statusBoard;
+    Throbber& mainMenu;
+  };
+  explicit WatcherLink(const Parts& parts) : parts_(parts) {}
+
+  std::shared_ptr<const WatchedFolderList> getWatchedFolderList() override {
+    return parts_.watchList.getWatchedFolderList();
+  }
+  std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() override {
+    return parts_.watchList.getCheckSubDirs();
+  }
+  void stopWatcherFromWatcher() override { parts_.watching.stopWatcherFromWatcher(); }
+  void startWatcherFromWatcher() override { parts_.watching.startWatcherFromWatcher(); }
+  bool displayError(const std::string& description) override {
+    return parts_.notifications.displayGrowlDialogWithTitleAndDescription(notificationError,
+                                                                          description);
+  }
+  bool displayHelperError(const std::string& description) override {
+    NotificationDetails details;
+    details.topic = helperTopic;
+    return parts_.notifications.displayGrowlDialogWithTitleAndDescription(notificationError,
+                                                                          description, details);
+  }
+  void withdrawHelperErrors() override { parts_.notifications.withdraw(helperTopic); }
+  void setHelperFails(bool fails) override {
+    parts_.statusBoard.setHelperFails(fails);
+    parts_.mainMenu.showStatus();
+  }
+  void setPlacesWithGaps(std::size_t count) override {
+    parts_.statusBoard.setPlacesWithGaps(count);
+    parts_.mainMenu.showStatus();
+  }
 
  private:
-  VantrelQuillo& agent_;
+  const Parts parts_;
 };
 
-class EngineLink final : public ClamdLinkOwner, public UpdateWindows {
+class EngineLink final : public ClamdLinkOwner {
  public:
-  explicit EngineLink(VantrelQuillo& agent) : agent_(agent) {}
-  std::optional<std::string> clamPATH() override;
-  bool displayError(const std::string& description) override;
-  void displayNoEngineWindow(const EngineProblem& problem) override;
-  void displayUpdateResult(const std::string& text) override;
-  void definitionsCame() override;
-  void openUpdateLog() override;
-  void waitKeepingDesktopAlive(const std::function<void()>& wait) override;
+  EngineLink(const Preferences& preferences, NoEngineWindow& noEngineWindow)
+      : preferences_(preferences), noEngineWindow_(noEngineWindow) {}
+  std::optional<std::string> clamPATH() override { return preferences_.settings()->clamPATH; }
+  void displayNoEngineWindow(const EngineProblem& problem) override {
+    noEngineWindow_.show(problem);
+  }
 
  private:
-  VantrelQuillo& agent_;
+  const Preferences& preferences_;
+  NoEngineWindow& noEngineWindow_;
 };
 
 class MenuLink final : public ThrobberOwner {
  public:
-  explicit MenuLink(VantrelQuillo& agent) : agent_(agent) {}
-  std::int32_t scannerCount() override;
-  void modifyScannerCountBy(std::int32_t delta) override;
-  StatusFacts status() override;
-  Condition& throbberLock() override;
-  void restartWatcher() override;
-  void updateEnded() override;
-  std::optional<std::string> updateLog() override;
+  struct Parts {
+    ScannerCount& scannerCount;
+    StatusBoard& statusBoard;
+    Watching& watching;
+    Health& health;
+    const Preferences& preferences;
+  };
+  explicit MenuLink(const Parts& parts) : parts_(parts) {}
+
+  std::int32_t scannerCount() override { return parts_.scannerCount.scannerCount(); }
+  void modifyScannerCountBy(std::int32_t delta) override {
+    parts_.scannerCount.modifyScannerCountBy(delta);
+  }
+  StatusFacts status() override { return parts_.statusBoard.status(); }
+  Condition& throbberLock() override { return parts_.scannerCount.throbberLock(); }
+  void restartWatcher() override { parts_.watching.restartWatcherSoon(); }
+  void updateEnded() override { parts_.health.lookSoon(); }
+  std::optional<std::string> updateLog() override {
+    return parts_.preferences.settings()->updateLog;
+  }
 
  private:
-  VantrelQuillo& agent_;
+  const Parts parts_;
 };
 
 }  // namespace quillo

@@ -1,6 +1,11 @@
 #include "agent/MainThreadRequests.h"
 
+#include <exception>
+#include <string>
 #include <utility>
+
+#include "platform/Application.h"
+#include "platform/SystemLog.h"
 
 namespace quillo {
 
@@ -17,7 +22,21 @@ void MainThreadRequests::perform(std::function<void()> request) {
   while (!held_.empty()) {
     const std::function<void()> next = std::move(held_.front());
     held_.pop_front();
-    next();
+    attempt(next);
+  }
+}
+
+void MainThreadRequests::attempt(const std::function<void()>& request) {
+  const auto failed = [this](const char* reason) {
+    log_.log(std::string("A request failed: ") + reason);
+    application_.beep();
+  };
+  try {
+    request();
+  } catch (const std::exception& failure) {
+    failed(failure.what());
+  } catch (...) {
+    failed("unknown failure");
   }
 }
 

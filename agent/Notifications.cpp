@@ -2,7 +2,6 @@
 
 #include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
-#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 namespace {

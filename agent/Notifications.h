@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/GrowlApplicationBridge.h"
+#include "platform/Notifier.h"
 #include "posix/Snapshot.h"
 
 namespace quillo {
@@ -23,7 +23,7 @@ struct NotificationNames {
 };
 
 // Desktop notifications by code.
-class Notifications {
+class Notifications final : public Notifier {
  public:
   // The first version of the desktop that has notifications.
   static constexpr int firstVersionWithNotifications = 0x1040;
@@ -32,17 +32,16 @@ class Notifications {
 
   // Looks the names up. Main thread.
   void loadNames();
-  // Registers with the service if the desktop is new enough for one. Main thread.
+  // Registers with the service if the desktop is new enough to have one. Main thread.
   void registerWith(Application& application);
   GrowlRegistration registrationDictionaryForGrowl() const;
-  // Whether the notification was posted: false when the desktop is too old or the service does not
-  // run. `details` for a service that shows them; of the codes, only those of infected files tell
-  // by themselves that they are finds. Any thread.
+  // Of the codes, those of infected files make a find of the notification, whatever its details
+  // say.
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
-                                                 const NotificationDetails& details = {});
-  // Takes back what was posted of the topic. Any thread.
-  void withdraw(const std::string& topic) { growl_.withdraw(topic); }
-  // Before the process ends, so that the user sees the last ones. Main thread.
+                                                 const NotificationDetails& details = {}) override;
+  void withdraw(const std::string& topic) override { growl_.withdraw(topic); }
+  // Hands the last ones to the service before the process ends, so that the user sees them. Main
+  // thread.
   void handOver() { growl_.handOver(); }
   std::shared_ptr<const NotificationNames> names() const { return names_.load(); }
 

@@ -5,6 +5,7 @@
 #include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
 #include "platform/Workspace.h"
+#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/OwnFile.h"
 #include "posix/Text.h"

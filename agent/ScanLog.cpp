@@ -10,13 +10,14 @@
 #include <system_error>
 #include <utility>
 
-#include "clamav/Accounts.h"
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
+#include "posix/Accounts.h"
 #include "posix/ChildProcess.h"
 #include "posix/OwnFile.h"
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
+#include "posix/Version.h"
 #include "settings/TypedPreferences.h"
 
 namespace quillo {
@@ -36,7 +37,7 @@ std::string ScanLog::path() const {
 
 void ScanLog::greet() {
   const std::string user = accountNumbered(getuid()).name;
-  log_.log("Vantrel Quillo " QUILLO_VERSION " starts for " +
+  log_.log(std::string("Vantrel Quillo ") + projectVersion + " starts for " +
            (user.empty() ? "user " + std::to_string(getuid()) : user) +
            ". This log says what is scanned and found. Help: man vantrel-quillo");
 }

@@ -13,10 +13,18 @@ class ScannerCount {
  public:
   explicit ScannerCount(Clock& clock) : locks(clock) {}
 
-  // Read without a lock.
+  // Returns the count, which is read without a lock.
   std::int32_t scannerCount() const { return count; }
   // Changes the count, which is not clamped, and wakes the animation.
-  void modifyScannerCountBy(std::int32_t delta);
+  void modifyScannerCountBy(std::int32_t delta) {
+    locks.throbberLock.lock();
+    {
+      MutexLock hold(locks.scannerCountLock);
+      count += delta;
+    }
+    locks.throbberLock.signal();
+    locks.throbberLock.unlock();
+  }
   Condition& throbberLock() { return locks.throbberLock; }
   Mutex& scannerCountLock() { return locks.scannerCountLock; }
 

@@ -4,9 +4,9 @@
 
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
+#include "posix/ChildProcess.h"
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
-#include "posix/Shell.h"
+#include "posix/FolderReader.h"
 
 namespace quillo {
 namespace {

@@ -6,6 +6,7 @@
 #include "platform/DockTile.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
+#include "posix/Accounts.h"
 #include "posix/Clock.h"
 #include "posix/Text.h"
 

@@ -1,169 +1,238 @@
-// How the agent begins and ends to watch.
+#include "agent/Watching.h"
 
-#include "agent/VantrelQuillo.h"
+#include <chrono>
+#include <system_error>
+#include <utility>
+
+#include "agent/AgentParts.h"
 #include "platform/Application.h"
-#include "platform/LocalizedStrings.h"
-#include "platform/MainInterface.h"
+#include "platform/DistributedNotificationCenter.h"
 #include "platform/SystemLog.h"
-#include "platform/Workspace.h"
-#include "posix/ChildProcess.h"
-#include "posix/PlatformException.h"
+#include "posix/Clock.h"
 #include "posix/ThreadStarter.h"
-#include "scanning/ScannerOwner.h"
 
 namespace quillo {
+namespace {
 
-void VantrelQuillo::beginWatching(bool update) {
-  // The end is told even if an exception ends it.
-  struct SettingUp {
-    VantrelQuillo& agent;
-    explicit SettingUp(VantrelQuillo& which) : agent(which) { tell(true); }
-    ~SettingUp() { tell(false); }
-    void tell(bool settingUp) {
-      agent.statusBoard_.setSettingUp(settingUp);
-      agent.mainMenu_.showStatus();
+// The desktop ends whoever does not at the end of a session: after 90 s, systemd's default.
+constexpr std::chrono::seconds longestLaunchAtQuit(60);
+
+}  // namespace
+
+Watching::State Watching::state() const {
+  if (parts_.gfsLogger.isWatching()) {
+    return State::watching;
+  }
+  if (parts_.statusBoard.status().settingUp) {
+    return State::starting;
+  }
+  if (quitWaits_) {
+    return State::quitting;
+  }
+  return startAfterSleep ? State::asleep : State::stopped;
+}
+
+void Watching::startWatcherAndUpdate(bool update) {
+  parts_.requests.perform([this, update] { begin(update); });
+}
+
+void Watching::stopWatcher() {
+  parts_.requests.perform([this] { end(); });
+}
+
+void Watching::restartWatcher() {
+  parts_.requests.perform([this] {
+    log("restartWatcher");
+    endIfWatching();
+    begin(false);
+  });
+}
+
+void Watching::restartWatcherSoon() {
+  parts_.services.platform.application.performOnMainThread([this] { restartWatcher(); });
+}
+
+void Watching::goingToSleep() {
+  parts_.requests.perform([this] {
+    if (state() == State::watching) {
+      log("We're currently watching for changes, so stop and then register to know when we wake up "
+          "again");
+      end();
+      startAfterSleep = true;
     }
-  } settingUp(*this);
-  setUpAndWatch(update);
+    log("Nighty night!");
+  });
 }
 
-void VantrelQuillo::setUpAndWatch(bool update) {
-  if (statusBoard_.status().engineMissing) {
-    // What they say may be over. If it is not, they come again.
-    services_.platform.mainInterface.noEngineWindow.orderOut();
-    services_.platform.mainInterface.noEngineAloneWindow.orderOut();
-  }
-  statusBoard_.setEngineMissing(false);
-  statusBoard_.setPreferencesMissing(false);
-  if (!preferences_.readPrefs()) {
-    tellNoEngine(preferences_.engineProblem());
-    mainMenu_.enableMenuItems(0);
-    return;
-  }
-  progressLog_.setEnabled(settings()->logProgress);
-  scanLog_.rotateLogFile();
-  if (!scanParameters_.setScanParameters(*settings())) {
-    const auto scanner = settings()->clamScanPATH;
-    tellNoEngine(scanner ? EngineProblem{EngineProblem::Kind::scannerMissing, *scanner}
-                         : preferences_.unnamedEngine());
-  }
-  firstPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
-  secondPatientScanner.setMenuAndParams(scanParameters_.scanAndUpdateParametersWithThrobber());
-  watchList_.populateMenu();
-  statusBoard_.setWatchedFolders(*watchList_.getWatchedFolderList());
-  statusBoard_.setMissingFolders(watchList_.missingFolders());
-  services_.platform.systemLog.log(watchList_.inWords());
-  startWatcherThread();
-  nameWatcher_.start();
-  if (update && settings()->updateDefsAtLaunch) {
-    definitionUpdates_.updateVirusDefsAndNotify(false);
-  }
-  warnOfMissingDefinitions();
-  lookAfterHealth();
-}
-
-void VantrelQuillo::startWatcherThread() {
-  if (gfsLogger.isWatching() || !gfsLogger.claimMainLoop()) {
-    return;
-  }
-  try {
-    services_.threads.detachNewThread("FSEventWatcher", [this] { gfsLogger.mainLoop(); });
-  } catch (...) {
-    gfsLogger.abandonMainLoop();
-    throw;
-  }
-}
-
-void VantrelQuillo::warnOfMissingDefinitions() {
-  if (clamdLink_.hasRealDefinitions()) {
-    notifications_.withdraw(definitionsTopic);
-    return;
-  }
-  services_.platform.systemLog.log(
-      "No virus definitions are installed, only the built-in one of the EICAR test file: malware "
-      "is "
-      "NOT found until the definitions have been updated");
-  LocalizedStrings& strings = services_.platform.localizedStrings;
-  NotificationDetails details;
-  details.topic = definitionsTopic;
-  details.buttons.push_back(
-      {strings.stringForKey("NOTIFICATION_UPDATE", ""), [this] { updateVirusDefs(); }});
-  displayGrowlDialogWithTitleAndDescription(
-      notificationError, strings.stringForKey("DEFINITIONS_MISSING", ""), details);
-}
-
-void VantrelQuillo::definitionsCame() {
-  services_.platform.application.performOnMainThread([this] {
-    if (clamdLink_.hasRealDefinitions()) {
-      notifications_.withdraw(definitionsTopic);
+// Asleep or not: what somebody started meanwhile is started anew.
+void Watching::wakingUp() {
+  parts_.requests.perform([this] {
+    log("Wakey wakey!");
+    if (startAfterSleep) {
+      begin(false);
+      startAfterSleep = false;
     }
   });
 }
 
-void VantrelQuillo::openScanLog() {
-  mainMenu_.openLog(services_.platform.mainInterface.openScanLogMenuItem);
+void Watching::stopWatcherFromWatcher() {
+  parts_.gfsLogger.stopWatching();
+  parts_.services.platform.application.performOnMainThread(
+      [this] { parts_.requests.perform([this] { finishEnd(); }); });
 }
 
-void VantrelQuillo::openUpdateLog() {
-  mainMenu_.openLog(services_.platform.mainInterface.openUpdateLogMenuItem);
+void Watching::startWatcherFromWatcher() {
+  parts_.services.platform.application.performOnMainThread(
+      [this] { startWatcherAndUpdate(false); });
 }
 
-void VantrelQuillo::endWatching() {
-  gfsLogger.stopWatching();
-  finishEndOfWatching();
+void Watching::startAtLaunch() {
+  // Whatever goes wrong here, the user and the desktop must still reach the agent.
+  parts_.requests.attempt([this] { begin(true); });
+  startAfterSleep = false;
 }
 
-void VantrelQuillo::finishEndOfWatching() {
-  health_.setWatching(false);
-  nameWatcher_.stop();
-  watchList_.stop();
-  statusBoard_.setWatchedFolders({});
-  preferences_.drop();
-  scanParameters_.empty();
+void Watching::begin(bool update) {
+  // Shown to be over even if an exception ends it.
+  struct SettingUp {
+    AgentParts& parts;
+    explicit SettingUp(AgentParts& all) : parts(all) { show(true); }
+    ~SettingUp() { show(false); }
+    void show(bool settingUp) {
+      parts.statusBoard.setSettingUp(settingUp);
+      parts.mainMenu.showStatus();
+    }
+  } settingUp(parts_);
+  setUp(update);
 }
 
-void VantrelQuillo::stopWatcherFromWatcher() {
-  gfsLogger.stopWatching();
-  services_.platform.application.performOnMainThread(
-      [this] { perform([this] { finishEndOfWatching(); }); });
+void Watching::setUp(bool update) {
+  if (parts_.statusBoard.status().engineMissing) {
+    // What it says may be over. If it is not, it comes again.
+    parts_.noEngineWindow.takeAway();
+  }
+  parts_.statusBoard.setEngineMissing(false);
+  parts_.statusBoard.setPreferencesMissing(false);
+  Preferences& preferences = parts_.preferences;
+  if (!preferences.readPrefs()) {
+    reportNoEngine(preferences.engineProblem());
+    parts_.mainMenu.enableMenuItems(0);
+    return;
+  }
+  parts_.progressLog.setEnabled(preferences.settings()->logProgress);
+  parts_.scanLog.rotateLogFile();
+  if (!parts_.scanParameters.setScanParameters(*preferences.settings())) {
+    const auto scanner = preferences.settings()->clamScanPATH;
+    reportNoEngine(scanner ? EngineProblem{EngineProblem::Kind::scannerMissing, *scanner}
+                           : preferences.unnamedEngine());
+  }
+  const auto& parameters = parts_.scanParameters.scanAndUpdateParametersWithThrobber();
+  parts_.firstPatientScanner.setMenuAndParams(parameters);
+  parts_.secondPatientScanner.setMenuAndParams(parameters);
+  parts_.watchList.populateMenu();
+  parts_.statusBoard.setWatchedFolders(*parts_.watchList.getWatchedFolderList());
+  parts_.statusBoard.setMissingFolders(parts_.watchList.missingFolders());
+  parts_.services.platform.systemLog.log(parts_.watchList.inWords());
+  startWatcherThread();
+  parts_.nameWatcher.start();
+  if (update && preferences.settings()->updateDefsAtLaunch) {
+    parts_.definitionUpdates.updateVirusDefsAndNotify(false);
+  }
+  parts_.definitionsWarning.warnIfMissing();
+  parts_.health.begin(parts_.services.threads);
 }
 
-void VantrelQuillo::startWatcherFromWatcher() {
-  services_.platform.application.performOnMainThread([this] { startWatcher(); });
-}
-
-void VantrelQuillo::displayDialog(Dialog& window) {
-  window.makeFloatingKeyAndOrderFront();
-  window.orderFrontRegardless();
-}
-
-void VantrelQuillo::displayUpdateResult(const std::string& text) {
-  Dialog& window = services_.platform.mainInterface.updateWindow;
-  window.setMessage(text);
-  displayDialog(window);
-}
-
-void VantrelQuillo::waitKeepingDesktopAlive(const std::function<void()>& wait) {
-  services_.platform.application.waitKeepingDesktopAlive(wait);
-}
-
-void VantrelQuillo::openAndWait(const std::string& folder) {
+void Watching::startWatcherThread() {
+  FSEventWatcher& watcher = parts_.gfsLogger;
+  if (watcher.isWatching() || !watcher.claimMainLoop()) {
+    return;
+  }
   try {
-    ChildProcess opener({"/usr/bin/open", {folder}, LaunchRequest::Output::inherited});
-    waitKeepingDesktopAlive([&opener] { opener.waitUntilExit(); });
-  } catch (const PlatformException&) {
-    services_.platform.workspace.openFile(folder);
+    parts_.services.threads.detachNewThread("FSEventWatcher", [&watcher] { watcher.mainLoop(); });
+  } catch (...) {
+    watcher.abandonMainLoop();
+    throw;
   }
 }
 
-void VantrelQuillo::open(const std::string& folder) {
-  try {
-    const auto opener = std::make_shared<ChildProcess>(
-        LaunchRequest{"/usr/bin/open", {folder}, LaunchRequest::Output::inherited});
-    services_.threads.detachNewThread("open", [opener] { opener->waitUntilExit(); });
-  } catch (const PlatformException&) {
-    services_.platform.workspace.openFile(folder);
+void Watching::reportNoEngine(const EngineProblem& problem) {
+  parts_.statusBoard.setEngineMissing(true);
+  parts_.statusBoard.setPreferencesMissing(problem.kind == EngineProblem::Kind::noPreferences);
+  parts_.noEngineWindow.show(problem);
+}
+
+void Watching::end() {
+  parts_.gfsLogger.stopWatching();
+  finishEnd();
+}
+
+void Watching::endIfWatching() {
+  if (state() == State::watching) {
+    end();
   }
 }
+
+void Watching::finishEnd() {
+  parts_.health.setWatching(false);
+  parts_.nameWatcher.stop();
+  parts_.watchList.stop();
+  parts_.statusBoard.setWatchedFolders({});
+  parts_.preferences.drop();
+  parts_.scanParameters.empty();
+}
+
+void Watching::quit() {
+  const bool recovering = parts_.clamdLink.launchNoMore() && parts_.daemonStart.weLaunchedClamd;
+  if (parts_.daemonStart.launchingClamd || recovering) {
+    // A daemon left alone now would run on, and nobody would know that it is ours to stop.
+    quitOnceLaunched();
+    return;
+  }
+  quitNow();
+}
+
+void Watching::quitOnceLaunched() {
+  if (std::exchange(quitWaits_, true)) {
+    return;
+  }
+  try {
+    parts_.services.threads.detachNewThread("quit", [this] {
+      parts_.services.clock.sleepFor(longestLaunchAtQuit);
+      parts_.clamdLink.abandonLaunch();
+    });
+  } catch (const std::system_error&) {
+    // No thread is to be had: the quit then comes when the daemon is there, however late.
+  }
+  parts_.requests.perform([this] {
+    endIfWatching();
+    parts_.services.platform.application.waitKeepingDesktopAlive(
+        [this] { parts_.clamdLink.awaitRecovery(); });
+    quitNow();
+  });
+}
+
+void Watching::quitNow() {
+  const Platform& platform = parts_.services.platform;
+  // Whatever goes wrong with one of these, the rest is done and the process ends.
+  const auto attempt = [this](const std::function<void()>& step) { parts_.requests.attempt(step); };
+  attempt([this] { endIfWatching(); });
+  // A scan that went on unseen could move files that no log names.
+  attempt([this] { parts_.runningScanners.endAllForGood(); });
+  attempt([&] { platform.distributedNotificationCenter.removeObservers(); });
+  attempt([this] {
+    if (parts_.daemonStart.weLaunchedClamd) {
+      log("trying to quit clamd\n");
+      parts_.clamdLink.quitClamd();
+    }
+  });
+  // Before others hear that the agent has gone, and may start it again.
+  attempt([this] { parts_.notifications.handOver(); });
+  attempt([&] {
+    platform.distributedNotificationCenter.post("VantrelQuilloHasQuit", "VantrelQuillo");
+  });
+  platform.application.exit(0);
+}
+
+void Watching::log(const char* line) { parts_.services.platform.systemLog.log(line); }
 
 }  // namespace quillo

@@ -12,6 +12,7 @@
 #include "platform/SystemLog.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "posix/ThreadStarter.h"
+#include "posix/Version.h"
 #include "settings/TypedPreferences.h"
 
 namespace quillo {
@@ -28,11 +29,6 @@ constexpr char help[] =
     "\n"
     "The preferences, and what else it reads: vantrel-quillo(1).\n";
 
-int say(const std::string& text) {
-  const bool isSaid = std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
-  return isSaid ? 0 : 1;
-}
-
 // The status with which the program ends at once; absent when it is to guard. Asks nothing of the
 // desktop, so that it also answers where there is none, and beside an agent that runs.
 std::optional<int> answerTo(int argc, char** argv) {
@@ -43,10 +39,10 @@ std::optional<int> answerTo(int argc, char** argv) {
   }};
   const int chosen = getopt_long(argc, argv, "h", options.data(), nullptr);
   if (chosen == 'h') {
-    return say(help);
+    return printText(help);
   }
   if (chosen == 'v') {
-    return say("vantrel-quillo " QUILLO_VERSION "\n");
+    return printVersion("vantrel-quillo");
   }
   if (chosen == -1 && optind == argc) {
     return std::nullopt;

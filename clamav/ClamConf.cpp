@@ -1,13 +1,9 @@
 #include "clamav/ClamConf.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <charconv>
 
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
-#include "posix/UniqueFd.h"
 
 namespace quillo {
 namespace {
@@ -52,12 +48,7 @@ std::optional<ClamConf> ClamConf::read(const std::string& path) {
 }
 
 std::optional<std::string> ClamConf::bytesOf(const std::string& path) {
-  const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-  struct stat status = {};
-  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return std::nullopt;
-  }
-  return restOfFile(file.get(), largest);
+  return contentsOfRegularFile(path, Links::followed, largest);
 }
 
 bool ClamConf::has(std::string_view option) const {

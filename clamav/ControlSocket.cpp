@@ -14,11 +14,15 @@
 #include <optional>
 #include <string_view>
 
-#include "clamav/Accounts.h"
 #include "posix/Text.h"
 
 namespace quillo {
 namespace {
+
+// The accounts that a machine's daemon may run as: `configured`, and those that the packages make.
+std::vector<std::string> daemonAccountNames(const std::string& configured) {
+  return {configured, "clamav", "clamscan"};
+}
 
 using SteadyTime = std::chrono::steady_clock::time_point;
 
@@ -120,10 +124,19 @@ bool waitForData(int link, SteadyTime deadline) {
 
 }  // namespace
 
+Account packagedAccount(const std::string& configured) {
+  for (const std::string& name : daemonAccountNames(configured)) {
+    if (std::optional<Account> account = accountNamed(name)) {
+      return std::move(*account);
+    }
+  }
+  return accountNumbered(0);
+}
+
 std::vector<uid_t> trustedDaemonUsers(const std::string& account) {
   std::vector<uid_t> users = {0, geteuid()};
   for (const std::string& name : daemonAccountNames(account)) {
-    if (const std::optional<EngineAccount> entry = accountNamed(name)) {
+    if (const std::optional<Account> entry = accountNamed(name)) {
       users.push_back(entry->user);
     }
   }

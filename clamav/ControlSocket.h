@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "posix/Accounts.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {
@@ -16,6 +17,9 @@ namespace quillo {
 // Whoever answers there gets descriptors of private files and is believed, so a listener counts
 // only when nobody but the trusted users can have put it there.
 
+// The account that the packages made for the daemon, `configured` if they say so; root's if none.
+// Any thread.
+Account packagedAccount(const std::string& configured);
 // Those whose daemon is trusted: root, this user, and the accounts that the packages made for the
 // machine's daemon, with `account` when its configuration names another. Any thread.
 std::vector<uid_t> trustedDaemonUsers(const std::string& account = "");

@@ -1,6 +1,5 @@
 #include "clamav/Daemons.h"
 
-#include <dirent.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,14 +7,13 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <memory>
 
 #include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
-#include "clamav/TrustedPath.h"
 #include "posix/ChildProcess.h"
+#include "posix/FileFacts.h"
+#include "posix/FolderReader.h"
+#include "posix/RealPath.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
 
@@ -31,10 +29,7 @@ constexpr const char* listing = "/bin/ps -axww | /usr/bin/grep clamd | grep -v g
 constexpr int noLineMatched = 1;
 constexpr std::string_view daemonName = "clamd";
 
-std::string contentOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+std::string contentOf(const std::string& path) { return contentsOfFile(path).value_or(""); }
 
 bool isNumber(std::string_view name) {
   return !name.empty() && name.find_first_not_of("0123456789") == std::string_view::npos;
@@ -150,8 +145,8 @@ std::optional<RunningDaemon> liveDaemon(const DaemonSearch& search, const std::s
 }
 
 std::optional<RunningDaemon> findLiveDaemon(const DaemonSearch& search) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(search.processes.c_str()), closedir);
-  while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
+  FolderReader folder(search.processes);
+  while (const dirent* entry = folder.next()) {
     if (isNumber(entry->d_name)) {
       if (auto daemon = liveDaemon(search, entry->d_name)) {
         return daemon;
@@ -197,8 +192,8 @@ bool isProcessMarked(pid_t process, const std::string& variable) {
 }
 
 void endMarkedProcesses(const std::string& variable) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc"), closedir);
-  while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
+  FolderReader folder("/proc");
+  while (const dirent* entry = folder.next()) {
     const pid_t process = isNumber(entry->d_name) ? std::atoi(entry->d_name) : 0;
     if (process <= 0 || process == getpid()) {
       continue;

@@ -7,10 +7,10 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
-#include <system_error>
 #include <vector>
+
+#include "posix/FolderReader.h"
 
 namespace quillo {
 namespace {
@@ -51,16 +51,14 @@ std::vector<std::string> realDefinitionsIn(const std::string& folder) {
   static constexpr std::array<std::string_view, 8> endings = {".cvd", ".cld", ".cud", ".hdb",
                                                               ".hsb", ".ldb", ".mdb", ".ndb"};
   std::vector<std::string> names;
-  std::error_code failure;
-  std::filesystem::directory_iterator entry(folder, failure);
-  while (!failure && entry != std::filesystem::directory_iterator()) {
-    const std::string name = entry->path().filename().string();
+  FolderReader reader(folder, Links::followed);
+  while (const dirent* entry = reader.next()) {
+    const std::string_view name = entry->d_name;
     const bool isDefinition = std::any_of(endings.begin(), endings.end(),
-                                          [&name](auto ending) { return name.ends_with(ending); });
+                                          [name](auto ending) { return name.ends_with(ending); });
     if (isDefinition && name != builtInDefinitionFile) {
-      names.push_back(name);
+      names.emplace_back(name);
     }
-    entry.increment(failure);
   }
   return names;
 }

@@ -11,6 +11,7 @@ constexpr int encodingUtf8 = 4;
 constexpr int encodingLatin1 = 5;
 constexpr int encodingUtf16 = 10;
 constexpr std::string_view socketOption = "LocalSocket ";
+constexpr std::size_t shortestLine = 13;
 
 void appendUtf8(std::string& text, std::uint32_t code) {
   const auto byte = [&text](std::uint32_t value) { text.push_back(static_cast<char>(value)); };
@@ -61,28 +62,22 @@ std::string decoded(const std::string& bytes, int& encoding) {
   return bytes.starts_with("\xEF\xBB\xBF") ? bytes.substr(3) : bytes;
 }
 
-std::optional<std::string> socketOf(std::string_view line, const LocalSocketRules& rules) {
+std::optional<std::string> socketOf(std::string_view line) {
   const std::size_t option = line.find(socketOption);
-  const bool isComment = trimmed(line).starts_with('#');
-  if (line.size() < rules.shortestLine || option == std::string_view::npos ||
-      (isComment && !rules.commentsCount)) {
+  if (line.size() < shortestLine || option == std::string_view::npos) {
     return std::nullopt;
   }
   const std::string_view rest = line.substr(option + socketOption.size());
-  const std::string_view path = rest.substr(0, rest.find(socketOption));
-  return std::string(rules.nothingIsTrimmed ? path : trimmed(path));
+  return std::string(rest.substr(0, rest.find(socketOption)));
 }
 
 }  // namespace
 
-LocalSocketLine discernLocalSocket(const std::string& bytes, const LocalSocketRules& rules) {
+LocalSocketLine discernLocalSocket(const std::string& bytes) {
   LocalSocketLine found;
   const std::string text = decoded(bytes, found.encoding);
   for (const std::string_view line : split(text, '\n')) {
-    if (found.path && !rules.lastLineCounts) {
-      break;
-    }
-    if (auto path = socketOf(line, rules)) {
+    if (auto path = socketOf(line)) {
       found.path = std::move(path);
     }
   }

@@ -16,15 +16,10 @@ struct LocalSocketLine {
   std::optional<std::string> path;
 };
 
-// Which lines count, and what of them.
-struct LocalSocketRules {
-  bool commentsCount = true;     // "#LocalSocket /a" names a socket like any other line
-  bool lastLineCounts = true;    // not the first, as the daemon has it
-  bool nothingIsTrimmed = true;  // a carriage return or a blank at the end belongs to the path
-  std::size_t shortestLine = 13;
-};
-
-// Pure: `bytes` is the file as it lies on the disk.
-LocalSocketLine discernLocalSocket(const std::string& bytes, const LocalSocketRules& rules = {});
+// Reads the file's bytes as they lie on the disk. A line of less than 13 characters names no
+// socket;
+// "#LocalSocket /a" names one like any other line, and what stands at the end of a line, a carriage
+// return or a blank, belongs to the path. Pure; any thread.
+LocalSocketLine discernLocalSocket(const std::string& bytes);
 
 }  // namespace quillo

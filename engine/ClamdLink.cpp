@@ -12,7 +12,9 @@
 #include "clamav/DaemonVersion.h"
 #include "clamav/Definitions.h"
 #include "clamav/LocalSocketLine.h"
+#include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
+#include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
 #include "posix/Condition.h"
@@ -106,7 +108,7 @@ bool ClamdLink::launchClamdWithConfigFile(const std::string& program,
       std::erase(link.launching_, daemon);
     }
   } launching{*this, daemon};
-  owner_.waitKeepingDesktopAlive([&daemon] { daemon->waitUntilExit(); });
+  services_.application.waitKeepingDesktopAlive([&daemon] { daemon->waitUntilExit(); });
   return daemon->terminationStatus() != failedStatus;
 }
 
@@ -316,7 +318,10 @@ void ClamdLink::recoverUnreachableClamd() {
 }
 
 void ClamdLink::noEnginePanic(const EngineProblem& problem) {
-  owner_.displayError(services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", ""));
+  NotificationDetails details;
+  details.topic = engineTopic;
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(
+      notificationError, services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", ""), details);
   owner_.displayNoEngineWindow(problem);
 }
 

@@ -17,9 +17,11 @@
 
 namespace quillo {
 
+class Application;
 class ChildProcess;
 struct LaunchRequest;
 class LocalizedStrings;
+class Notifier;
 class SystemLog;
 class ThreadStarter;
 struct EngineProblem;
@@ -28,13 +30,10 @@ struct EngineProblem;
 class ClamdLinkOwner {
  public:
   virtual ~ClamdLinkOwner() = default;
-  // Root of the engine's installation; absent when the preferences name none.
+  // Returns the root of the engine's installation; nothing when the preferences name none.
   virtual std::optional<std::string> clamPATH() = 0;
-  virtual bool displayError(const std::string& description) = 0;
+  // Shows, soon, why no engine is usable.
   virtual void displayNoEngineWindow(const EngineProblem& problem) = 0;
-  // Does `wait`, which takes as long as the engine does, and keeps the desktop alive meanwhile when
-  // this is the main thread.
-  virtual void waitKeepingDesktopAlive(const std::function<void()>& wait) = 0;
 };
 
 // The virus definitions with which files are scanned.
@@ -45,14 +44,16 @@ struct LoadedDefinitions {
   std::optional<std::chrono::system_clock::time_point> built = {};
 };
 
-// Tells the daemon that runs on this machine; absent when there is none. May take long.
+// Returns the daemon that runs on this machine, or nothing. May take long.
 using DaemonFinder = std::function<std::optional<RunningDaemon>()>;
-// Tells whether a process was started with that variable in its environment: isProcessMarked().
+// Returns whether a process was started with that variable in its environment.
 using MarkReader = std::function<bool(pid_t process, const std::string& variable)>;
 
 struct ClamdLinkServices {
+  Application& application;
   Clock& clock;
   LocalizedStrings& localizedStrings;
+  Notifier& notifier;
   SystemLog& systemLog;
   ThreadStarter& threads;
   DaemonFinder findDaemon = findRunningDaemon;

@@ -11,7 +11,7 @@
 
 #include "helper/Events.h"
 #include "helper/Failure.h"
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
 
 namespace quillo::helper {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "helper/UniqueFd.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo::helper {
 

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "helper/MountTable.h"
+#include "helper/Mounts.h"
 
 namespace quillo::helper {
 
@@ -36,7 +36,7 @@ class FileSystems {
   std::vector<const Mounts*> known(std::string_view id) const;
 
   const uid_t caller_;
-  MountTableFile table_;
+  OpenMountTable table_;
   bool stale_ = true;
   bool mayReload_ = true;
   std::map<dev_t, FileSystem> fileSystems_;

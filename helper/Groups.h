@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "helper/UniqueFd.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo::helper {
 

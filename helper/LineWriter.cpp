@@ -8,9 +8,33 @@
 #include <climits>
 
 #include "helper/Failure.h"
-#include "helper/Spelling.h"
+#include "posix/EscapedPath.h"
 
 namespace quillo::helper {
+namespace {
+
+using std::string_view;
+
+// What is put between a folder and a file name; empty as a rule.
+string_view between(string_view folder, string_view name) {
+  return name == "rsrc" && folder.ends_with("/..namedfork/") ? "./" : "";
+}
+
+}  // namespace
+
+void appendSpelled(std::string& line, string_view folder, string_view name) {
+  const size_t start = line.size();
+  line.append(folder).append(between(folder, name)).append(name);
+  if (line.find('\n', start) != std::string::npos) {
+    line.replace(start, std::string::npos, escapedPathLine(line.substr(start)));
+  }
+}
+
+size_t spelledLength(string_view folder, string_view name) {
+  std::string line;
+  appendSpelled(line, folder, name);
+  return line.size();
+}
 
 bool LineWriter::add(std::string_view folder, std::string_view name) {
   if (folder.size() + name.size() >= PATH_MAX) return false;

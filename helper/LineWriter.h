@@ -9,7 +9,16 @@
 
 namespace quillo::helper {
 
-// Collects paths and writes them to a descriptor, a line each (Spelling), as many at once as fit
+// How the path of `name` in `folder` (which ends with a slash) is printed: as it is, but
+// - with a line break in it as an escaped line (EscapedPath);
+// - a file called rsrc in a folder called ..namedfork with "/./" between the two, as the path
+//   alone would be taken for a resource fork, which is not scanned.
+// Pure functions on bytes.
+void appendSpelled(std::string& line, std::string_view folder, std::string_view name);
+// The number of bytes that the above appends.
+std::size_t spelledLength(std::string_view folder, std::string_view name);
+
+// Collects paths and writes them to a descriptor, a line each, as many at once as fit
 // into PIPE_BUF bytes: such a write to a pipe is atomic (pipe(7)), so that no line is ever torn. A
 // line that its escapes make longer is written alone, into an empty pipe. A path is written only if
 // the witness sees it at the moment before: what was collected may wait for long. Not thread-safe.

@@ -19,7 +19,7 @@
 #include "helper/Confinement.h"
 #include "helper/Failure.h"
 #include "helper/Rights.h"
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
 
 namespace quillo::helper {
 namespace {

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "helper/Groups.h"
-#include "helper/MountTable.h"
-#include "helper/UniqueFd.h"
+#include "helper/Mounts.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo::helper {
 
@@ -36,7 +36,7 @@ class Marker {
 
   const Groups& groups_;
   const uid_t caller_;
-  MountTableFile table_;
+  OpenMountTable table_;
   bool mayOpenBtrfs_ = false;
   std::set<std::string> complained_;
 };

@@ -5,9 +5,10 @@
 #include <unistd.h>
 
 #include <array>
-#include <cctype>
-#include <climits>
 #include <cstring>
+
+#include "posix/FileFacts.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo::helper {
 namespace {
@@ -15,10 +16,6 @@ namespace {
 using std::string_view;
 
 constexpr string_view packed = ".bz2";
-
-bool endsWith(string_view text, string_view end) {
-  return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
 
 bool isBzip2(const std::string& path) {
   const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
@@ -30,7 +27,7 @@ bool isBzip2(const std::string& path) {
 }  // namespace
 
 bool isRotationSuffix(string_view suffix) {
-  if (endsWith(suffix, packed)) suffix.remove_suffix(packed.size());
+  if (suffix.ends_with(packed)) suffix.remove_suffix(packed.size());
   if (suffix.size() < 2 || suffix.size() > 3 || suffix.front() != '.') return false;
   for (const char digit : suffix.substr(1)) {
     if (digit < '0' || digit > '9') return false;
@@ -43,10 +40,9 @@ OwnLog::OwnLog(const Parent& parent) {
   const std::string descriptor = "/proc/" + std::to_string(parent.id) + "/fd/1";
   struct stat info {};
   if (stat(descriptor.c_str(), &info) < 0 || !S_ISREG(info.st_mode)) return;
-  std::array<char, PATH_MAX> target{};
-  const ssize_t length = readlink(descriptor.c_str(), target.data(), target.size());
-  if (length <= 1 || target.front() != '/') return;
-  path_.assign(target.data(), static_cast<size_t>(length));
+  const std::string path = targetOfLink(descriptor).value_or("");
+  if (path.size() < 2 || path.front() != '/') return;
+  path_ = path;
   const size_t slash = path_.rfind('/');
   name_ = path_.substr(slash + 1);
   if (const auto folder = identify(path_.substr(0, slash + 1))) folder_ = *folder;
@@ -76,7 +72,7 @@ bool OwnLog::isLog(const Folder& folder, const Place& place, string_view name) c
 bool OwnLog::isRotatedLog(const std::string& path, string_view suffix,
                           const Identity& identity) const {
   if (!isRotationSuffix(suffix)) return false;
-  return identity == previous_ || (endsWith(suffix, packed) && isBzip2(path));
+  return identity == previous_ || (suffix.ends_with(packed) && isBzip2(path));
 }
 
 }  // namespace quillo::helper

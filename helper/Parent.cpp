@@ -1,27 +1,22 @@
 #include "helper/Parent.h"
 
-#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "helper/Failure.h"
+#include "posix/FileFacts.h"
 
 namespace quillo::helper {
 namespace {
 
 bool hasRealUser(pid_t process, uid_t user) {
-  const std::string path = "/proc/" + std::to_string(process) + "/status";
-  const UniqueFd status(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  std::array<char, 4096> text{};
-  if (!status || read(status.get(), text.data(), text.size() - 1) <= 0) return false;
+  const auto status = contentsOfFile("/proc/" + std::to_string(process) + "/status");
   // The name in front of it is the process's own choice, but its line breaks are escaped.
-  const char* line = std::strstr(text.data(), "\nUid:");
-  return line && std::strtoul(line + 5, nullptr, 10) == user;
+  const size_t line = status ? status->find("\nUid:") : std::string::npos;
+  return line != std::string::npos && std::strtoul(&(*status)[line + 5], nullptr, 10) == user;
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <sys/types.h>
 
-#include "helper/UniqueFd.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo::helper {
 

@@ -1,14 +1,13 @@
 #include "helper/Reporter.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <functional>
-#include <memory>
 #include <vector>
 
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
+#include "posix/FolderReader.h"
 
 namespace quillo::helper {
 namespace {
@@ -20,30 +19,19 @@ struct Contents {
   std::vector<std::string> folders;
 };
 
-void sortIn(const dirent& entry, int folder, Contents& contents) {
-  const std::string_view name = entry.d_name;
-  if (name == "." || name == "..") return;
-  unsigned char type = entry.d_type;
-  struct stat info {};
-  if (type == DT_UNKNOWN && fstatat(folder, entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0) {
-    type = static_cast<unsigned char>(IFTODT(info.st_mode));
-  }
-  if (type == DT_DIR) contents.folders.emplace_back(name);
-  if (type == DT_REG || type == DT_LNK) contents.files.emplace_back(name);
-}
-
 // What the caller can list. The folder is closed again before anything is told, as telling can
 // block.
 Contents list(const std::string& path) {
   Contents contents;
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(
-      fdopendir(openFolder(path, O_RDONLY | O_NONBLOCK)), closedir);
+  FolderReader folder(UniqueFd(openFolder(path, O_RDONLY | O_NONBLOCK)));
   struct stat info {};
-  if (!folder || fstat(dirfd(folder.get()), &info) < 0) return contents;
-  contents.mount = mountOf(dirfd(folder.get()));
+  if (!folder || fstat(folder.descriptor(), &info) < 0) return contents;
+  contents.mount = mountOf(folder.descriptor());
   contents.identity = Identity(info);
-  while (const dirent* entry = readdir(folder.get())) {
-    sortIn(*entry, dirfd(folder.get()), contents);
+  while (const dirent* entry = folder.next()) {
+    const unsigned char type = folder.typeOf(*entry);
+    if (type == DT_DIR) contents.folders.emplace_back(entry->d_name);
+    if (type == DT_REG || type == DT_LNK) contents.files.emplace_back(entry->d_name);
   }
   return contents;
 }

@@ -4,6 +4,14 @@
 
 namespace quillo::helper {
 
+// Undoes what the caller of a set-user-ID program can bring along: wipes the environment, closes
+// all descriptors but 0 to 2 (opening missing ones on /dev/null), resets signals, timers, limits,
+// umask and the working folder. To be called first. Throws std::system_error.
+void shedInheritance();
+
+// Throws LacksRights, whose text says what is missing, unless the program runs as root.
+void requireRoot();
+
 // Becomes the caller (real user and group, the caller's supplementary groups) for good and keeps
 // only the given capabilities (capabilities(7)), in the permitted set; the effective set is left
 // empty. No program can be executed with more afterwards, and the process is not dumpable. Needs

@@ -4,10 +4,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
-#include <climits>
-
-#include "helper/UniqueFd.h"
+#include "posix/FileFacts.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo::helper {
 
@@ -56,11 +54,8 @@ std::optional<Identity> identify(const std::string& path) {
 }
 
 std::optional<std::string> pathOfDescriptor(int fd) {
-  std::array<char, PATH_MAX + 1> target{};
-  const std::string link = "/proc/self/fd/" + std::to_string(fd);
-  const ssize_t length = readlink(link.c_str(), target.data(), target.size());
-  if (length <= 0 || target.front() != '/') return std::nullopt;
-  return std::string(target.data(), static_cast<size_t>(length));
+  auto path = targetOfLink("/proc/self/fd/" + std::to_string(fd));
+  return path && path->starts_with('/') ? path : std::nullopt;
 }
 
 }  // namespace quillo::helper

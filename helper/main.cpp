@@ -4,17 +4,18 @@
 
 #include <cstdio>
 #include <exception>
+#include <string_view>
 
 #include "helper/Confinement.h"
 #include "helper/EventLoop.h"
 #include "helper/Failure.h"
 #include "helper/Groups.h"
-#include "helper/Inheritance.h"
 #include "helper/Marker.h"
 #include "helper/OwnLog.h"
 #include "helper/Parent.h"
 #include "helper/Rights.h"
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
+#include "posix/Version.h"
 
 namespace {
 
@@ -27,17 +28,34 @@ void watch() {
   openSystemLog();
   becomeCallerKeeping({CAP_SYS_ADMIN, CAP_DAC_READ_SEARCH});
   const Groups groups = openGroups();
-  const UniqueFd marker = startMarker(groups);
+  const quillo::UniqueFd marker = startMarker(groups);
   giveUp(CAP_SYS_ADMIN);
   EventLoop loop(groups, parent, std::move(log), marker.get());
   confineReader();
   loop.run();
 }
 
+constexpr const char* help =
+    "gfslogger\n"
+    "    prints the path of each file that appears or changes, one a line, until it is ended or "
+    "its\n"
+    "    reader is; has to be set-user-ID root; vantrel-quillo starts it. See gfslogger(8).\n"
+    "gfslogger --help\n"
+    "gfslogger --version\n";
+
 // The agent may read standard error and output from one pipe: no line of it may look like a path.
 int say(const char* reason, int status) {
   dprintf(STDERR_FILENO, "gfslogger: %s\n", reason);
   return status;
+}
+
+// By hand: getopt_long(3) asks the environment and the locale, and complains in the caller's words.
+int answer(int argc, std::string_view word) {
+  if (argc != 2 || (word != "--help" && word != "--version")) {
+    return say("takes no arguments", misused);
+  }
+  const int status = word == "--help" ? quillo::printText(help) : quillo::printVersion("gfslogger");
+  return status == 0 ? ended : failed;
 }
 
 }  // namespace
@@ -48,10 +66,10 @@ extern "C" const char* __asan_default_options();
 const char* __asan_default_options() { return "detect_leaks=0"; }
 #endif
 
-int main(int argc, char**) {
+int main(int argc, char** argv) {
   try {
     shedInheritance();
-    if (argc > 1) return say("takes no arguments", misused);
+    if (argc > 1) return answer(argc, argv[1]);
     watch();
     return ended;
   } catch (const ReaderGone&) {

@@ -64,6 +64,8 @@ class Throbber {
   // Commands of the menu. Main thread.
   void openFolder(const std::string& itemTitle);
   void openLog(const MenuItem& sender);
+  void openScanLog();
+  void openUpdateLog();
   void folderMissingPanic();
   // Restarts watching if the restart command is enabled, else drops the request.
   void canRestartFromAS();

@@ -8,6 +8,7 @@
 #include "platform/ModifierKeys.h"
 #include "platform/StatusItem.h"
 #include "platform/Workspace.h"
+#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 
@@ -124,6 +125,9 @@ void Throbber::openLog(const MenuItem& sender) {
     services_.application.beep();
   }
 }
+
+void Throbber::openScanLog() { openLog(services_.mainInterface.openScanLogMenuItem); }
+void Throbber::openUpdateLog() { openLog(services_.mainInterface.openUpdateLogMenuItem); }
 
 void Throbber::folderMissingPanic() { vantrelQuilloController.load()->restartWatcher(); }
 

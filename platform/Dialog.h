@@ -23,6 +23,13 @@ class Dialog {
   virtual std::string message() const = 0;
 };
 
+// Makes a dialog float, gives it the keyboard and brings it to the front, whatever application is
+// active: the agent is in the background. Any thread.
+inline void displayDialog(Dialog& window) {
+  window.makeFloatingKeyAndOrderFront();
+  window.orderFrontRegardless();
+}
+
 // A dialog out of an interface file, with the button that its owner may give another title or
 // another action.
 class ButtonDialog : public Dialog {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "posix/PlatformException.h"
@@ -59,6 +60,22 @@ class SpawnSettings {
   ~SpawnSettings() {
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
+  }
+  // As numbers 3 and 4; every other one but 0 to 2 is closed.
+  void passOn(const UniqueFd& three, const UniqueFd& four) {
+    int next = 3;
+    for (const UniqueFd* passedOn : {&three, &four}) {
+      const int number = passedOn == &three ? 3 : 4;
+      if (*passedOn) {
+        posix_spawn_file_actions_adddup2(&actions, passedOn->get(), number);
+        next = number + 1;
+      }
+    }
+    if (!three && four) {
+      posix_spawn_file_actions_addclose(&actions, 3);
+    }
+    // All of this program's are closed by exec; this is for those that it inherited itself.
+    posix_spawn_file_actions_addclosefrom_np(&actions, next);
   }
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
@@ -124,20 +141,7 @@ void ChildProcess::spawn(const LaunchRequest& request, int writer) {
   // Out of the way first, so that none is overwritten before it has been passed on.
   const UniqueFd three = outOfTheWay(request.descriptorThree);
   const UniqueFd four = outOfTheWay(request.descriptorFour);
-  int next = 3;
-  for (const UniqueFd* passedOn : {&three, &four}) {
-    const int number = passedOn == &three ? 3 : 4;
-    if (*passedOn) {
-      posix_spawn_file_actions_adddup2(&settings.actions, passedOn->get(), number);
-      next = number + 1;
-    }
-  }
-  if (!three && four) {
-    posix_spawn_file_actions_addclose(&settings.actions, 3);
-  }
-  // All of this program's are closed by exec; this is for those that it inherited itself.
-  posix_spawn_file_actions_addclosefrom_np(&settings.actions, next);
-
+  settings.passOn(three, four);
   std::vector<std::string> words;
   words.push_back(request.launchPath);
   words.insert(words.end(), request.arguments.begin(), request.arguments.end());
@@ -243,6 +247,10 @@ void ChildProcess::reap() {
   } else {
     status_ = WTERMSIG(status) == SIGHUP ? 128 + SIGHUP : WTERMSIG(status);
   }
+}
+
+void runShellCommand(const std::string& commandLine) {
+  [[maybe_unused]] const int ignored = std::system(commandLine.c_str());
 }
 
 }  // namespace quillo

@@ -34,11 +34,11 @@ struct LaunchRequest {
   bool withItsChildren = false;
 };
 
-// This process's environment with one variable more, or in place of one of that name.
+// Returns this process's environment with one variable more, or in place of one of that name.
 std::vector<std::string> environmentWith(const std::string& name, const std::string& value);
 
 // Something else to be read while a child is waited for: `read` is called whenever `descriptor` can
-// be read, and answers whether it wants more.
+// be read, and returns whether it wants more.
 struct ReadBesides {
   int descriptor = -1;
   std::function<bool()> read;
@@ -50,7 +50,7 @@ struct ReadBesides {
 class ChildProcess {
  public:
   // Called for each chunk of output with all data that was there to be read, on the waiting thread.
-  // Answers whether it wants more.
+  // Returns whether it wants more.
   using ChunkHandler = std::function<bool(std::string_view chunk)>;
 
   // Throws PlatformException: cannotLaunch, with the reason "launch path not accessible", when the
@@ -94,5 +94,9 @@ class ChildProcess {
   Mutex mutex_;
   bool reaped_ QUILLO_GUARDED_BY(mutex_) = false;
 };
+
+// Runs a command line with the shell and waits for it, for the small chores that are fixed command
+// lines; everything else is a ChildProcess. Failures are ignored. Any thread. system(3).
+void runShellCommand(const std::string& commandLine);
 
 }  // namespace quillo

@@ -4,7 +4,7 @@
 #include <mutex>
 
 #include "posix/Clock.h"
-#include "posix/ThreadAnnotations.h"
+#include "posix/Mutex.h"
 
 namespace quillo {
 
@@ -22,10 +22,15 @@ class QUILLO_CAPABILITY("condition") Condition {
 
   void lock() QUILLO_ACQUIRE() { mutex_.lock(); }
   void unlock() QUILLO_RELEASE() { mutex_.unlock(); }
-  // Gives the lock up while it waits and holds it again when it returns.
+  // Releases the lock while it waits and holds it again when it returns.
   void wait() QUILLO_REQUIRES(this) { waitFor(longestWait); }
   // As wait(), and returns after `bound` at the latest.
-  void waitFor(Clock::Duration bound) QUILLO_REQUIRES(this);
+  void waitFor(Clock::Duration bound) QUILLO_REQUIRES(this) {
+    // The caller took the lock with lock() and gives it back with unlock(): only lend it.
+    std::unique_lock<std::mutex> held(mutex_, std::adopt_lock);
+    clock_.waitOn(variable_, held, bound);
+    held.release();
+  }
   // Wakes at most one waiter.
   void signal() QUILLO_REQUIRES(this) { variable_.notify_one(); }
 

@@ -1,6 +1,6 @@
 #include "posix/FileFacts.h"
 
-#include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -37,16 +37,29 @@ std::optional<std::string> contentsOfFile(const std::string& path) {
   return file ? restOfFile(file.get()) : std::nullopt;
 }
 
+std::optional<std::string> contentsOfRegularFile(const std::string& path, Links links,
+                                                 std::size_t largest, int folder) {
+  constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+  const UniqueFd file(
+      openat(folder, path.c_str(), links == Links::refused ? flags | O_NOFOLLOW : flags));
+  struct stat status = {};
+  if (!file || fstat(file.get(), &status) != 0) {
+    return std::nullopt;
+  }
+  if (!S_ISREG(status.st_mode)) {
+    errno = EINVAL;
+    return std::nullopt;
+  }
+  return restOfFile(file.get(), largest);
+}
+
 std::optional<std::string> restOfFile(int descriptor, std::size_t largest) {
   std::string contents;
   std::array<char, 16384> buffer;
   for (;;) {
-    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
+    const ssize_t count = readSome(descriptor, buffer.data(), buffer.size());
     if (count == 0) {
       return contents;
-    }
-    if (count < 0 && errno == EINTR) {
-      continue;
     }
     if (count < 0) {
       return std::nullopt;
@@ -57,6 +70,15 @@ std::optional<std::string> restOfFile(int descriptor, std::size_t largest) {
     }
     contents.append(buffer.data(), static_cast<std::size_t>(count));
   }
+}
+
+std::optional<std::string> targetOfLink(const std::string& path) {
+  std::array<char, PATH_MAX> target;
+  const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+  if (length < 0) {
+    return std::nullopt;
+  }
+  return std::string(target.data(), static_cast<std::size_t>(length));
 }
 
 bool isFolderItself(const std::string& path) {

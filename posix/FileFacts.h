@@ -1,5 +1,7 @@
 #pragma once
 
+#include <fcntl.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -21,9 +23,17 @@ bool fileExists(const std::string& path);
 bool isReadableFile(const std::string& path);
 // The whole file as bytes; absent when it cannot be read.
 std::optional<std::string> contentsOfFile(const std::string& path);
+// Returns the same of a regular file of at most `largest` bytes and never waits for a pipe or a
+// device of that name; absent, with errno, for anything else. A relative path begins at `folder`.
+enum class Links { followed, refused };
+std::optional<std::string> contentsOfRegularFile(const std::string& path, Links links,
+                                                 std::size_t largest = std::string::npos,
+                                                 int folder = AT_FDCWD);
 // What an open file still holds; absent, with errno, when it cannot be read or is more than
 // `largest` bytes (EFBIG).
 std::optional<std::string> restOfFile(int descriptor, std::size_t largest = std::string::npos);
+// What a link says; absent, with errno, when there is none of that name.
+std::optional<std::string> targetOfLink(const std::string& path);
 // Whether the path itself, not what it leads to, is a folder.
 bool isFolderItself(const std::string& path);
 // Whether what lies in the folder can be listed.

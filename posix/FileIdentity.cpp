@@ -1,16 +1,31 @@
 #include "posix/FileIdentity.h"
 
 #include <fcntl.h>
+#include <nettle/sha2.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <vector>
 
 namespace quillo {
 namespace {
 
 std::int64_t nanoseconds(const struct statx_timestamp& time) {
   return time.tv_sec * 1000000000LL + time.tv_nsec;
+}
+
+std::string digestOf(sha256_ctx& hash) {
+  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest = {};
+  sha256_digest(&hash, digest.size(), digest.data());
+  std::string digits;
+  for (const unsigned int byte : digest) {
+    digits += "0123456789abcdef"[byte >> 4];
+    digits += "0123456789abcdef"[byte & 0xfU];
+  }
+  return digits;
 }
 
 }  // namespace
@@ -35,6 +50,26 @@ std::optional<FileIdentity> FileIdentity::at(const std::string& path, int& error
   identity.changed = nanoseconds(status.stx_mtime);
   identity.size = static_cast<std::int64_t>(status.stx_size);
   return identity;
+}
+
+std::optional<std::string> sha256OfFile(int descriptor, std::int64_t longest) {
+  sha256_ctx hash;
+  sha256_init(&hash);
+  std::vector<std::uint8_t> piece(65536);
+  for (std::int64_t place = 0; place <= longest;) {
+    const ssize_t count = pread(descriptor, piece.data(), piece.size(), place);
+    if (count == 0) {
+      return digestOf(hash);
+    }
+    if (count < 0 && errno != EINTR) {
+      return std::nullopt;
+    }
+    if (count > 0) {
+      sha256_update(&hash, static_cast<std::size_t>(count), piece.data());
+      place += count;
+    }
+  }
+  return std::nullopt;
 }
 
 }  // namespace quillo

@@ -71,8 +71,6 @@ std::optional<std::string> pathOfFileUri(std::string_view uri) {
   return decoded(path);
 }
 
-std::string fileUriOfPath(std::string_view path) { return "file://" + percentEncodedPath(path); }
-
 std::string percentEncodedPath(std::string_view path) {
   constexpr std::string_view digits = "0123456789ABCDEF";
   std::string uri;

@@ -12,9 +12,7 @@ namespace quillo {
 // The bytes of the path; absent unless the URI is well-formed to the letter, names no other host
 // than "localhost", and its path is absolute and holds neither NUL nor an encoded "/".
 std::optional<std::string> pathOfFileUri(std::string_view uri);
-// "file://" and the absolute path; what is not unreserved (RFC 3986, 2.3) is percent-encoded.
-std::string fileUriOfPath(std::string_view path);
-// The same without the scheme: the path as it stands in a URI.
+// The path as it stands in a URI: what is not unreserved (RFC 3986, 2.3) is percent-encoded.
 std::string percentEncodedPath(std::string_view path);
 
 }  // namespace quillo

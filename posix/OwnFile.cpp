@@ -7,21 +7,10 @@
 #include <cerrno>
 #include <cstring>
 
+#include "posix/Text.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {
-
-bool writeAll(int descriptor, const std::string& contents) {
-  std::size_t written = 0;
-  while (written < contents.size()) {
-    const ssize_t count = ::write(descriptor, contents.data() + written, contents.size() - written);
-    if (count < 0 && errno != EINTR) {
-      return false;
-    }
-    written += count > 0 ? static_cast<std::size_t>(count) : 0;
-  }
-  return true;
-}
 
 namespace {
 
@@ -65,12 +54,20 @@ std::string writeOwnFile(const std::string& subject, const std::string& path,
 
 std::string writeNewFile(const std::string& subject, const std::string& path,
                          const std::string& contents) {
+  // Whatever goes wrong with a folder is told of the file in it.
+  makeFolders(deletingLastPathComponent(path));
+  return makeFile(subject, path, contents, 0644);
+}
+
+int makeFolders(const std::string& path) {
   for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
        slash = path.find('/', slash + 1)) {
-    // Whatever goes wrong with a folder is told of the file in it.
-    mkdir(path.substr(0, slash).c_str(), 0700);
+    if (mkdir(path.substr(0, slash).c_str(), 0700) != 0 && errno != EEXIST && errno != EROFS &&
+        errno != EACCES) {
+      return errno;
+    }
   }
-  return makeFile(subject, path, contents, 0644);
+  return mkdir(path.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
 }
 
 }  // namespace quillo

@@ -5,7 +5,7 @@
 namespace quillo {
 
 // Writes a file that only this user may read, in a folder that others may write too. What this user
-// left there is replaced; what somebody else put there is neither followed nor touched. Answers
+// left there is replaced; what somebody else put there is neither followed nor touched. Returns
 // what went wrong in words, `subject` first; empty when nothing did. Any thread.
 std::string writeOwnFile(const std::string& subject, const std::string& path,
                          const std::string& contents);
@@ -15,7 +15,8 @@ std::string writeOwnFile(const std::string& subject, const std::string& path,
 std::string writeNewFile(const std::string& subject, const std::string& path,
                          const std::string& contents);
 
-// Whether all of it was written; errno tells otherwise.
-bool writeAll(int descriptor, const std::string& contents);
+// Makes a folder that only this user may enter, and those above it, unless they are there. Returns
+// 0 or an errno. Any thread.
+int makeFolders(const std::string& path);
 
 }  // namespace quillo

@@ -1,41 +1,35 @@
 #include "posix/RealPath.h"
 
 #include <fcntl.h>
-#include <limits.h>
 #include <linux/openat2.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <string_view>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {
 namespace {
 
-constexpr std::size_t mostLinks = 40;
+constexpr std::size_t mostLinks = 40;  // the kernel's own limit
 
-std::optional<std::string> targetOfLink(const std::string& place) {
-  std::array<char, PATH_MAX> target;
-  const ssize_t length = readlink(place.c_str(), target.data(), target.size());
-  if (length < 0) {
-    return std::nullopt;
-  }
-  return std::string(target.data(), static_cast<std::size_t>(length));
-}
-
-// Puts the parts of a path on a pile, the first on top.
-void pile(std::vector<std::string>& parts, std::string_view path) {
+// The first name of a path comes last.
+std::vector<std::string> namesFromEnd(std::string_view path) {
+  std::vector<std::string> names;
   const std::vector<std::string_view> pieces = split(path, '/');
   for (auto piece = pieces.rbegin(); piece != pieces.rend(); ++piece) {
     if (!piece->empty() && *piece != ".") {
-      parts.emplace_back(*piece);
+      names.emplace_back(*piece);
     }
   }
+  return names;
 }
 
 void leave(std::string& folder) { folder.resize(folder.empty() ? 0 : folder.rfind('/')); }
@@ -51,11 +45,22 @@ bool aLinkIsOnTheWayTo(const std::string& path) {
   return !found && errno == ELOOP;
 }
 
+std::string distrustOf(const std::string& path, const struct stat& status,
+                       const std::vector<uid_t>& owners) {
+  if (std::find(owners.begin(), owners.end(), status.st_uid) == owners.end()) {
+    return path + " belongs to user " + std::to_string(status.st_uid);
+  }
+  const bool ownEntriesOnly = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+  if (!S_ISLNK(status.st_mode) && (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 && !ownEntriesOnly) {
+    return "others may write to " + path;
+  }
+  return "";
+}
+
 }  // namespace
 
 RealPath::RealPath(const std::string& path) {
-  std::vector<std::string> parts;
-  pile(parts, path);
+  std::vector<std::string> parts = namesFromEnd(path);
   while (!parts.empty()) {
     const std::string part = std::move(parts.back());
     parts.pop_back();
@@ -73,7 +78,8 @@ RealPath::RealPath(const std::string& path) {
     if (target->starts_with('/')) {
       path_.clear();
     }
-    pile(parts, *target);
+    const std::vector<std::string> others = namesFromEnd(*target);
+    parts.insert(parts.end(), others.begin(), others.end());
   }
   if (path_.empty()) {
     path_ = "/";
@@ -90,6 +96,41 @@ bool RealPath::hasChanged() const {
     }
   }
   return links_.size() < mostLinks && aLinkIsOnTheWayTo(path_);
+}
+
+std::string distrustOfPath(const std::string& path, const std::vector<uid_t>& owners) {
+  if (path.empty() || path.front() != '/' || path.find('\0') != std::string::npos) {
+    return "not an absolute path";
+  }
+  std::vector<std::string> names = namesFromEnd(path);
+  std::string reached;  // "" is the root folder
+  struct stat status = {};
+  std::string why = lstat("/", &status) == 0 ? distrustOf("/", status, owners) : "no root folder";
+  for (std::size_t links = 0; why.empty() && !names.empty();) {
+    const std::string name = std::move(names.back());
+    names.pop_back();
+    if (name == "..") {
+      leave(reached);
+      continue;
+    }
+    const std::string next = reached + "/" + name;
+    if (lstat(next.c_str(), &status) != 0) {
+      return next + " cannot be looked at";
+    }
+    why = distrustOf(next, status, owners);
+    if (!S_ISLNK(status.st_mode)) {
+      reached = next;
+      continue;
+    }
+    const std::string target = targetOfLink(next).value_or("");
+    if (target.empty() || ++links > mostLinks) {
+      return next + " cannot be followed";
+    }
+    reached = target.front() == '/' ? "" : reached;
+    const std::vector<std::string> others = namesFromEnd(target);
+    names.insert(names.end(), others.begin(), others.end());
+  }
+  return why;
 }
 
 }  // namespace quillo

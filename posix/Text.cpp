@@ -1,9 +1,6 @@
 #include "posix/Text.h"
 
-#include <pwd.h>
-
 #include <algorithm>
-#include <array>
 #include <cstdint>
 
 namespace quillo {
@@ -22,16 +19,6 @@ std::size_t sequenceLength(unsigned char lead) {
 
 std::uint32_t smallestOfLength(std::size_t length) {
   return length == 2 ? 0x80U : length == 3 ? 0x800U : 0x10000U;
-}
-
-std::string homeFolderOf(const std::string& account) {
-  std::array<char, 4096> buffer;
-  passwd entry = {};
-  passwd* found = nullptr;
-  if (getpwnam_r(account.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found) {
-    return {};
-  }
-  return found->pw_dir;
 }
 
 }  // namespace
@@ -118,6 +105,13 @@ int lastColon(std::string_view text) {
   return at == std::string_view::npos ? -1 : static_cast<int>(at);
 }
 
+bool liesBelow(std::string_view path, std::string_view folder) {
+  if (folder == "/") {
+    return path.starts_with('/') && path != "/";
+  }
+  return path.starts_with(folder) && path.size() > folder.size() && path[folder.size()] == '/';
+}
+
 std::string_view lastPathComponent(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') {
     path.remove_suffix(1);
@@ -142,27 +136,6 @@ std::string deletingLastPathComponent(std::string_view path) {
     parent.remove_suffix(1);
   }
   return parent.empty() ? "/" : std::string(parent);
-}
-
-std::string expandingTilde(std::string_view path, const std::string& home) {
-  if (path.empty() || path[0] != '~') {
-    return std::string(path);
-  }
-  const std::size_t slash = std::min(path.find('/'), path.size());
-  const std::string account(path.substr(1, slash - 1));
-  const std::string folder = account.empty() ? home : homeFolderOf(account);
-  if (folder.empty()) {
-    return std::string(path);
-  }
-  return folder + std::string(path.substr(slash));
-}
-
-std::string abbreviatingWithTilde(const std::string& path, const std::string& home) {
-  if (home.empty() || path.compare(0, home.size(), home) != 0 ||
-      (path.size() > home.size() && path[home.size()] != '/')) {
-    return path;
-  }
-  return "~" + path.substr(home.size());
 }
 
 }  // namespace quillo

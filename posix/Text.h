@@ -23,13 +23,12 @@ std::size_t utf8SequenceLength(std::string_view text);
 // Index of the last ":" or -1 if there is none.
 int lastColon(std::string_view text);
 
+// Whether the path lies in the folder or in one below it; both absolute and without ".." or a "/"
+// at the end, but for the root folder. No folder lies below itself.
+bool liesBelow(std::string_view path, std::string_view folder);
 // "/a/b" gives "b"; a "/" at the end does not count; "/" gives "/".
 std::string_view lastPathComponent(std::string_view path);
 // "/a/b" gives "/a", "/a" gives "/", "a" gives "". No "/" at the end but for the root folder.
 std::string deletingLastPathComponent(std::string_view path);
-// "~" and "~/x" with `home` in front, "~name/x" with that account's home folder; else unchanged.
-std::string expandingTilde(std::string_view path, const std::string& home);
-// The reverse for `home` and what lies in it.
-std::string abbreviatingWithTilde(const std::string& path, const std::string& home);
 
 }  // namespace quillo

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <string_view>
 #include <utility>
 
 namespace quillo {
@@ -26,5 +29,11 @@ class UniqueFd {
  private:
   int descriptor_ = -1;
 };
+
+// As read(2), and begins again after a signal. Any thread.
+ssize_t readSome(int descriptor, char* bytes, std::size_t most);
+// Writes all of it, in several pieces if need be. Returns false, with errno, when one fails. Any
+// thread.
+bool writeAll(int descriptor, std::string_view bytes);
 
 }  // namespace quillo

@@ -2,6 +2,7 @@
 
 #include "platform/Dialog.h"
 #include "platform/LocalizedStrings.h"
+#include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "platform/Wording.h"
 #include "posix/Text.h"
@@ -51,7 +52,7 @@ void Consequences::drawFrom(const Verdict& infection) {
   } else if (action == Action::quarantine) {
     showQuarantined(infection);
   } else {
-    owner_.displayGrowlDialogWithTitleAndDescription(
+    services_.notifier.displayGrowlDialogWithTitleAndDescription(
         notificationRemoved, std::string(pathAsShown(infection)),
         findNotification(infection, FindOutcome::trashed, nullptr, owner_, services_));
   }
@@ -80,7 +81,7 @@ void Consequences::showQuarantined(const Verdict& infection) {
       theDialog->orderFrontRegardless();
     }
   }
-  owner_.displayGrowlDialogWithTitleAndDescription(
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(
       notificationQuarantined, infection.line,
       findNotification(infection, FindOutcome::quarantined, nullptr, owner_, services_));
 }
@@ -93,15 +94,15 @@ bool Consequences::warn(const std::shared_ptr<FoundFile>& file) {
     return false;
   }
   theDialog = dialog;
-  FileRemover::attachTo(dialog, file, owner_, services_);
+  FileRemover::attachTo(dialog, file, owner_.dialogList(), services_);
   dialog->orderFrontRegardless();
   return true;
 }
 
 void Consequences::showWarning(const Verdict& infection) {
-  const auto file = std::make_shared<FoundFile>(infection, owner_, services_);
+  const auto file = std::make_shared<FoundFile>(infection, services_);
   if (warn(file)) {
-    owner_.displayGrowlDialogWithTitleAndDescription(
+    services_.notifier.displayGrowlDialogWithTitleAndDescription(
         notificationFound, infection.line,
         findNotification(infection, FindOutcome::inPlace, file, owner_, services_));
   }
@@ -111,10 +112,10 @@ void Consequences::showWarning(const Verdict& infection) {
 // Told by notification also where no dialog can be shown: the user was promised that such files go
 // away, and this one did not.
 void Consequences::showStillThere(const Verdict& infection) {
-  const auto file = std::make_shared<FoundFile>(infection, owner_, services_);
+  const auto file = std::make_shared<FoundFile>(infection, services_);
   warn(file);
   const Wording text = {"NOT_MOVED", {std::string(pathAsShown(infection)), infection.reason}};
-  owner_.displayGrowlDialogWithTitleAndDescription(
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(
       notificationError, text.in(services_.localizedStrings),
       findNotification(infection, FindOutcome::notMoved, file, owner_, services_));
   file->watch();
@@ -145,7 +146,7 @@ void Consequences::showEngineError(const std::string& quitMenuName) {
   details.topic = engineTopic;
   details.buttons.push_back({services_.localizedStrings.stringForKey("NOTIFICATION_LOG", ""),
                              [&owner = owner_] { owner.openScanLog(); }});
-  owner_.displayGrowlDialogWithTitleAndDescription(notificationError, text, details);
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(notificationError, text, details);
 }
 
 void Consequences::openQuarantineFolder(ButtonDialog& dialog, const std::string& folder) {

@@ -7,7 +7,7 @@
 #include "platform/SystemLog.h"
 #include "platform/Volumes.h"
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
+#include "posix/FolderReader.h"
 #include "posix/Text.h"
 #include "scanning/RoadObserver.h"
 

@@ -61,9 +61,11 @@ NotificationDetails findNotification(const Verdict& infection, FindOutcome outco
   if (left && !infection.path.empty()) {
     details.topic = left->topic();
     details.buttons.push_back({showTitle, [left] { left->show(); }, true});
-    details.buttons.push_back(
-        {strings.stringForKey("NOTIFICATION_TRASH", ""),
-         [left, &owner, &services] { FileRemover::moveToTrash(left, owner, services); }, true});
+    details.buttons.push_back({strings.stringForKey("NOTIFICATION_TRASH", ""),
+                               [left, &owner, &services] {
+                                 FileRemover::moveToTrash(left, owner.dialogList(), services);
+                               },
+                               true});
   } else if (outcome == FindOutcome::quarantined && !infection.destination.empty()) {
     details.buttons.push_back(
         {showTitle,

@@ -7,10 +7,10 @@
 #include "clamav/ReportedText.h"
 #include "platform/FileDepartures.h"
 #include "platform/LocalizedStrings.h"
+#include "platform/Notifier.h"
 #include "platform/Workspace.h"
 #include "posix/Text.h"
 #include "scanning/ScanLogLine.h"
-#include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
 
 namespace quillo {
@@ -25,11 +25,10 @@ bool isAbsence(int error) { return error == ENOENT || error == ENOTDIR; }
 
 }  // namespace
 
-FoundFile::FoundFile(Verdict infection, DialogListOwner& owner, const ScannerServices& services)
+FoundFile::FoundFile(Verdict infection, const ScannerServices& services)
     : infection_(std::move(infection)),
       identity_(FileIdentity::at(infection_.file())),
       topic_(newTopic()),
-      owner_(owner),
       services_(services) {}
 
 std::string FoundFile::pathAsShown() const { return reportedText(infection_.file()); }
@@ -53,7 +52,7 @@ void FoundFile::watch() {
   FileIdentity::at(path, error);
   // What bears no whole path may lie anywhere.
   if (path.starts_with('/') && isAbsence(error)) {
-    owner_.withdrawNotification(topic_);
+    services_.notifier.withdraw(topic_);
   }
 }
 
@@ -79,7 +78,7 @@ void FoundFile::hasLeft() {
   if (!std::exchange(hasLeft_, true) && print_ && print_->identity == identity_) {
     services_.putBackFiles->hasLeft(infection_, *print_);
   }
-  owner_.withdrawNotification(topic_);
+  services_.notifier.withdraw(topic_);
 }
 
 // Whatever lies there and is not the file that was seen: a folder, a link, or what has come to a

@@ -10,7 +10,6 @@
 
 namespace quillo {
 
-class DialogListOwner;
 class FileRemover;
 struct ScannerServices;
 
@@ -19,7 +18,7 @@ struct ScannerServices;
 class FoundFile : public std::enable_shared_from_this<FoundFile> {
  public:
   // Looks at what lies there now. Any thread.
-  FoundFile(Verdict infection, DialogListOwner& owner, const ScannerServices& services);
+  FoundFile(Verdict infection, const ScannerServices& services);
 
   // Takes in what it holds, by which it is known again when it is put back. Before anything is
   // shown of it. Any thread.
@@ -52,7 +51,6 @@ class FoundFile : public std::enable_shared_from_this<FoundFile> {
   const Verdict infection_;
   const std::optional<FileIdentity> identity_;
   const std::string topic_;
-  DialogListOwner& owner_;
   const ScannerServices& services_;
   // Set before anything is shown of it, and then the main thread's.
   std::weak_ptr<FileRemover> remover_;

@@ -6,9 +6,9 @@
 
 #include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
+#include "platform/Notifier.h"
 #include "platform/Wording.h"
 #include "posix/Text.h"
-#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 namespace {
@@ -59,7 +59,7 @@ void LimitNotice::add(const Verdict& verdict, ToldFiles* told) {
   }
 }
 
-void LimitNotice::tell(ScannerOwner& owner, LocalizedStrings& strings) {
+void LimitNotice::tell(Notifier& notifier, LocalizedStrings& strings) {
   for (const auto& [kind, files] : kinds_) {
     Wording text{kind.first == Verdict::Limit::fileSize ? "TOO_LARGE" : "NOT_TO_ITS_END",
                  {files.first}};
@@ -72,7 +72,7 @@ void LimitNotice::tell(ScannerOwner& owner, LocalizedStrings& strings) {
     if (kind.first == Verdict::Limit::fileSize) {
       text.values.push_back(sizeInWords(kind.second, strings));
     }
-    owner.displayGrowlDialogWithTitleAndDescription(notificationHint, text.in(strings));
+    notifier.displayGrowlDialogWithTitleAndDescription(notificationHint, text.in(strings));
   }
   kinds_.clear();
 }

@@ -15,7 +15,7 @@
 namespace quillo {
 
 class LocalizedStrings;
-class ScannerOwner;
+class Notifier;
 
 // Of which files the user has been told already that they are beyond the engine's limits: one that
 // is written again and again, as a machine's disk or a download is, is told of once. Any thread.
@@ -46,7 +46,7 @@ class LimitNotice {
   // `told` may be null.
   void add(const Verdict& verdict, ToldFiles* told);
   // Tells of what has been taken note of: one notification a kind.
-  void tell(ScannerOwner& owner, LocalizedStrings& strings);
+  void tell(Notifier& notifier, LocalizedStrings& strings);
 
  private:
   struct Files {

@@ -1,5 +1,6 @@
 #include "scanning/PathPattern.h"
 
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 
 namespace quillo {

@@ -132,7 +132,8 @@ void PatientScanner::runEngine(EngineRun& run) {
     run.readData(chunk);
     return taskDataAvailable(chunk);
   };
-  run.waitUntilExit(handler, [this] { report_.showEngineError(owner_.getQuitMenuName()); });
+  run.waitUntilExit(handler,
+                    [this] { report_.showEngineError(owner_.mainMenu().getQuitMenuName()); });
   run.drain(handler);
   list.remove();
   run.finish();

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -15,8 +14,8 @@
 
 #include "clamav/ReportedText.h"
 #include "platform/SystemLog.h"
+#include "posix/FileFacts.h"
 #include "posix/OwnFile.h"
-#include "posix/Sha256.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
 
@@ -67,26 +66,7 @@ std::optional<std::string> ownContents(const std::string& path) {
       status.st_uid != geteuid() || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
     return std::nullopt;
   }
-  std::string contents;
-  std::array<char, 65536> piece;
-  ssize_t count = 0;
-  while ((count = ::read(file.get(), piece.data(), piece.size())) != 0) {
-    if ((count < 0 && errno != EINTR) || contents.size() > longestStore) {
-      return std::nullopt;
-    }
-    contents.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-  }
-  return contents;
-}
-
-// Each folder that is missing, for this user alone.
-void makeFolders(const std::string& path) {
-  for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
-    mkdir(path.substr(0, end).c_str(), 0700);
-    if (end == std::string::npos) {
-      return;
-    }
-  }
+  return restOfFile(file.get(), longestStore);
 }
 
 }  // namespace

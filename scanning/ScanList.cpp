@@ -7,10 +7,10 @@
 #include <cerrno>
 #include <cstdint>
 
+#include "posix/ChildProcess.h"
 #include "posix/EscapedPath.h"
 #include "posix/OwnFile.h"
 #include "posix/PlatformException.h"
-#include "posix/Shell.h"
 
 namespace quillo {
 

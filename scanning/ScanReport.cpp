@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "clamav/ReportedText.h"
+#include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
@@ -43,7 +44,7 @@ void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::
   hasJudged_ = false;
 }
 
-void ScanReport::endRun() { limitNotice_.tell(owner_, services_.localizedStrings); }
+void ScanReport::endRun() { limitNotice_.tell(services_.notifier, services_.localizedStrings); }
 
 int ScanReport::getLastColon(std::string_view text) { return lastColon(text); }
 
@@ -64,7 +65,7 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   const bool isJudged = isInfected || verdict.kind == Verdict::Kind::clean;
   if (isJudged && !std::exchange(hasJudged_, true)) {
     // Whoever judges can be reached.
-    owner_.withdrawNotification(engineTopic);
+    services_.notifier.withdraw(engineTopic);
   }
   // What the scanner was answered holds, even if the file has changed since.
   const bool isSpared = isInfected && (wasPutBack ? *wasPutBack : isPutBack(verdict));

@@ -8,7 +8,7 @@
 #include "posix/ChildProcess.h"
 #include "posix/Clock.h"
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
+#include "posix/FolderReader.h"
 #include "posix/PlatformException.h"
 #include "scanning/EngineRun.h"
 #include "scanning/PathPattern.h"

@@ -6,8 +6,6 @@
 #include <variant>
 #include <vector>
 
-#include "platform/GrowlApplicationBridge.h"
-
 namespace quillo {
 
 class Dispatcher;
@@ -26,24 +24,6 @@ class ScannerMenu {
 using ScanArgument = std::variant<ScannerMenu*, std::string>;
 using ScanArgumentList = std::vector<ScanArgument>;
 
-// The kinds of notification, by the number that selects title and name.
-enum NotificationCode : std::int32_t {
-  notificationFound = 1,
-  notificationQuarantined = 2,
-  notificationRemoved = 3,
-  notificationUpdateSuccessful = 4,
-  notificationAlreadyUpToDate = 5,
-  notificationError = 6,
-  // Shown as an error without its urgency.
-  notificationHint = 7,
-};
-
-// What the notifications that are withdrawn again speak of, besides single finds.
-inline constexpr const char* engineTopic = "engine";
-inline constexpr const char* helperTopic = "helper";
-inline constexpr const char* definitionsTopic = "definitions";
-inline constexpr const char* updateTopic = "update";
-
 // The open warnings, as the dialogs know them. Added to from any thread, removed from on the main
 // thread.
 class DialogListOwner {
@@ -52,13 +32,12 @@ class DialogListOwner {
   virtual void addToDialogList(std::shared_ptr<FileRemover> dialog) = 0;
   virtual void removeFromDialogList(const FileRemover& dialog) = 0;
   virtual void removeAllFromDialogList() = 0;
-  // Takes back what was shown of the topic. Any thread.
-  virtual void withdrawNotification(const std::string& topic) = 0;
 };
 
 // What the scanners ask of their owner. Any thread, but for what is said to be the main thread's.
-class ScannerOwner : public DialogListOwner {
+class ScannerOwner {
  public:
+  virtual ~ScannerOwner() = default;
   virtual Dispatcher& theDispatcher() = 0;
   // Returns what was read at the last start of watching.
   virtual std::shared_ptr<const WatchSettings> settings() = 0;
@@ -69,8 +48,9 @@ class ScannerOwner : public DialogListOwner {
   virtual void recoverUnreachableClamd() = 0;
   // The program that cannot be run.
   virtual void noEnginePanic(const std::string& program) = 0;
-  // The title of the menu's quit command.
-  virtual std::string getQuitMenuName() = 0;
+  // Where the title of the quit command comes from when no menu was given with the parameters.
+  virtual const ScannerMenu& mainMenu() = 0;
+  virtual DialogListOwner& dialogList() = 0;
   // Main thread; does not return, unless the daemon is being launched: then the end comes later.
   virtual void quit() = 0;
   // Opens the folder with "/usr/bin/open" and waits until that has ended. Main thread.
@@ -79,14 +59,6 @@ class ScannerOwner : public DialogListOwner {
   virtual void open(const std::string& folder) = 0;
   // Opens the scan log for the user. Main thread.
   virtual void openScanLog() = 0;
-  // Whether the notification was posted; `details` for a service that shows them.
-  virtual bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                         const std::string& description,
-                                                         const NotificationDetails& details) = 0;
-  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code,
-                                                 const std::string& description) {
-    return displayGrowlDialogWithTitleAndDescription(code, description, {});
-  }
 };
 
 }  // namespace quillo

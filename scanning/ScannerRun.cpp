@@ -1,5 +1,6 @@
 // How the scanner runs the engine and hears its report.
 
+#include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/PlatformException.h"
 #include "scanning/AbortedScans.h"
@@ -33,7 +34,7 @@ void Scanner::runEngine(EngineRun& run, const std::vector<std::string>& thePaths
   run.waitUntilExit(
       [this](std::string_view chunk) { return taskDataAvailable(chunk); },
       [this] {
-        report_.showEngineError(mainMenu ? mainMenu->getQuitMenuName() : owner_.getQuitMenuName());
+        report_.showEngineError((mainMenu ? *mainMenu : owner_.mainMenu()).getQuitMenuName());
       });
   run.finish();
 }
@@ -80,7 +81,7 @@ std::optional<PipeReader> Scanner::takeReadingEnd(std::optional<Pipe>& outputPip
 }
 
 void Scanner::tellOfLuck() {
-  owner_.displayGrowlDialogWithTitleAndDescription(
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(
       notificationError, "We should have crashed here, please let me know either way. Thanks");
 }
 

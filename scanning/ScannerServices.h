@@ -10,13 +10,14 @@ class Folders;
 class InterfaceLoader;
 class LocalizedStrings;
 class ModifierKeys;
+class Notifier;
 class PutBackFiles;
 class RoadObserver;
 class RunningScanners;
 class ScanObserver;
 class ToldFiles;
-class SystemLog;
 class TypedPreferences;
+class SystemLog;
 class Workspace;
 
 // The services that the scanners and their dialogs use. All of them outlive the scanners.
@@ -27,6 +28,7 @@ struct ScannerServices {
   InterfaceLoader& interfaceLoader;
   LocalizedStrings& localizedStrings;
   ModifierKeys& modifierKeys;
+  Notifier& notifier;
   const TypedPreferences& preferences;
   SystemLog& systemLog;
   Workspace& workspace;

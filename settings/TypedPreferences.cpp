@@ -2,8 +2,8 @@
 
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
+#include "posix/Accounts.h"
 #include "posix/FileUri.h"
-#include "posix/Text.h"
 
 namespace quillo {
 namespace {

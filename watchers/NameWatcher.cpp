@@ -5,6 +5,7 @@
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 #include "settings/TypedPreferences.h"
 

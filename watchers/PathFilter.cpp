@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/Folders.h"
 #include "platform/TrashFolders.h"
 #include "posix/Text.h"
 

@@ -145,12 +145,8 @@ void Stage::changeFiles(int count) {
     std::ofstream(path) << "contents";
     lines += path + "\n";
   }
-  for (std::string_view rest = lines; !rest.empty();) {
-    const ssize_t written = write(reports_.get(), rest.data(), rest.size());
-    if (written <= 0) {
-      throw std::runtime_error("the helper takes no reports");
-    }
-    rest.remove_prefix(static_cast<std::size_t>(written));
+  if (!quillo::writeAll(reports_.get(), lines)) {
+    throw std::runtime_error("the helper takes no reports");
   }
 }
 

@@ -23,7 +23,7 @@ int openEvents(const std::string& folder) {
                     O_RDONLY | O_LARGEFILE | O_CLOEXEC);
   if (events < 0 || fanotify_mark(events, FAN_MARK_ADD | FAN_MARK_FILESYSTEM,
                                   quillo::helper::namedMask, AT_FDCWD, folder.c_str()) != 0) {
-    throw std::runtime_error("the kernel does not tell of " + folder);
+    throw std::runtime_error("the kernel does not report on " + folder);
   }
   return events;
 }

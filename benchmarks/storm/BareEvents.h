@@ -5,8 +5,8 @@
 
 namespace bench {
 
-// As long as it lives, the kernel tells of everything that happens in the file system of a folder,
-// as it tells the helper (fanotify(7)), and what it tells is read and thrown away: what watching
+// As long as it lives, the kernel reports everything that happens in the file system of a folder,
+// as it does to the helper (fanotify(7)), and the reports are read and thrown away: what watching
 // costs a writer at the least. Needs root; throws std::runtime_error.
 class BareEvents {
  public:

@@ -9,6 +9,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "posix/UniqueFd.h"
+
 namespace bench {
 namespace {
 
@@ -17,12 +19,10 @@ const std::string testFile =
     std::string("X5O!P%@AP[4\\PZX54(P^)7CC)7}$EICAR-STANDARD-") + "ANTIVIRUS-TEST-FILE!$H+H*";
 
 void writeOne(const std::string& path, const std::string& contents) {
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (file < 0 ||
-      write(file, contents.data(), contents.size()) != static_cast<ssize_t>(contents.size())) {
+  const quillo::UniqueFd file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+  if (!file || !quillo::writeAll(file.get(), contents)) {
     throw std::runtime_error("cannot write " + path);
   }
-  close(file);
 }
 
 }  // namespace

@@ -16,7 +16,6 @@
 #include "platform/linux/names/LinuxNameWatch.h"
 #include "platform/linux/names/LinuxTrashFolders.h"
 #include "platform/linux/names/LinuxVolumes.h"
-#include "platform/linux/names/MountTable.h"
 #include "platform/linux/notifications/FreedesktopNotifications.h"
 #include "platform/linux/preferences/TomlPreferenceStore.h"
 #include "platform/linux/services/DesktopApplicationLauncher.h"
@@ -39,6 +38,8 @@
 #include "platform/linux/tray/QtDockTile.h"
 #include "platform/linux/tray/QtImage.h"
 #include "platform/linux/tray/QtStatusItem.h"
+#include "posix/Accounts.h"
+#include "posix/MountTable.h"
 
 namespace quillo {
 namespace {
@@ -97,7 +98,7 @@ struct LinuxPlatform::Parts {
   LogindPowerNotifications power{QDBusConnection::systemBus(), report};
   LinuxMountNotifications mounts;
   LinuxNameWatch names{clock, report, hasFileHandles};
-  LinuxVolumes volumes{UserAccount::current().name};
+  LinuxVolumes volumes{accountNumbered(getuid()).name};
   LinuxTrashFolders trash{environment, folders.homeFolder(), getuid()};
   PolkitAuthorization authorization{{resources + "/gfslogger", resources + "/grant-helper-rights",
                                      "/usr/bin/pkexec", geteuid() == 0},

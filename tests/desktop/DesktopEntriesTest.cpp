@@ -5,7 +5,7 @@
 #include "platform/linux/services/GioPointer.h"
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
-#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -42,7 +42,7 @@ TEST(DesktopEntries, NameTheClassThatTheAgentsWindowsHave) {
 }
 
 TEST(PolkitAction, IsWellFormedAndAlwaysAsksForAnAdministrator) {
-  const std::string text = TestFolder::contentsOf(polkit + "/org.vantrel.VantrelQuillo.policy");
+  const std::string text = TemporaryFolder::read(polkit + "/org.vantrel.VantrelQuillo.policy");
   QXmlStreamReader reader(QByteArray::fromStdString(text));
   QStringList allowed;
   QString path;
@@ -62,7 +62,7 @@ TEST(PolkitAction, IsWellFormedAndAlwaysAsksForAnAdministrator) {
 }
 
 TEST(PolkitAction, RunsNoOtherCommandThanItsOwn) {
-  const TestFolder folder;
+  const TemporaryFolder folder;
   const std::string mark = folder.path() + "/mark";
   const std::vector<std::vector<std::string>> commands = {
       {}, {"/bin/touch", mark}, {"/bin/sh", "-c", "touch " + mark}, {"/bin/sh", "-c", ""}};

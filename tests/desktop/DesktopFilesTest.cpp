@@ -9,8 +9,8 @@
 #include "platform/linux/services/DesktopWorkspace.h"
 #include "posix/Text.h"
 #include "tests/desktop/support/QtEvents.h"
-#include "tests/desktop/support/SessionFolder.h"
 #include "tests/desktop/support/bus/FakeBusObject.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -78,14 +78,14 @@ class DesktopFiles : public testing::Test {
   // The lines that the recorder left, as soon as it has.
   std::vector<std::string> recorded(const std::string& name) {
     EXPECT_TRUE(waitUntil([&] { return std::filesystem::exists(record(name)); }));
-    const std::string text = TestFolder::contentsOf(record(name));
+    const std::string text = TemporaryFolder::read(record(name));
     const auto lines = split(trimmed(text), '\n');
     return {lines.begin(), lines.end()};
   }
 
   QFileSystemWatcher watcher;
   TestBus bus;
-  TestFolder folder;
+  TemporaryFolder folder;
   std::vector<std::string> problems;
 };
 
@@ -137,8 +137,8 @@ TEST_F(DesktopFiles, GoToTheTrashFromWhichTheyCanBeRestored) {
   EXPECT_FALSE(std::filesystem::exists(folder.path() + "/ä %.exe"));
   EXPECT_TRUE(std::filesystem::exists(folder.path() + "/keep"));
   const std::string trash = std::string(std::getenv("HOME")) + "/.local/share/Trash";
-  EXPECT_EQ(TestFolder::contentsOf(trash + "/files/ä %.exe"), "x");
-  EXPECT_NE(TestFolder::contentsOf(trash + "/info/ä %.exe.trashinfo")
+  EXPECT_EQ(TemporaryFolder::read(trash + "/files/ä %.exe"), "x");
+  EXPECT_NE(TemporaryFolder::read(trash + "/info/ä %.exe.trashinfo")
                 .find("Path=" + folder.path() + "/%C3%A4%20%25.exe\n"),
             std::string::npos);
 }

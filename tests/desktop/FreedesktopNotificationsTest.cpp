@@ -1,8 +1,8 @@
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include "tests/desktop/support/bus/FakeNotificationServer.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -85,8 +85,8 @@ TEST_F(Freedesktop, ShowsAThousandInfectionsFromTwoThreadsAsSix) {
       growl->notify({"Found", "found", "/x", 0, true});
     }
   };
-  std::thread first(storm);
-  std::thread second(storm);
+  JoinedThreads first(storm);
+  JoinedThreads second(storm);
   first.join();
   second.join();
   ASSERT_TRUE(waitUntil([&] { return server.shown() == 6; }));

@@ -5,7 +5,7 @@
 
 #include "platform/linux/names/InotifyDepartures.h"
 #include "tests/desktop/support/QtEvents.h"
-#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -31,7 +31,7 @@ class InotifyDeparturesTest : public testing::Test {
     QCoreApplication::processEvents();
   }
 
-  TestFolder folder;
+  TemporaryFolder folder;
   std::vector<std::string> problems;
   InotifyDepartures departures{postToMain,
                                [this](const std::string& text) { problems.push_back(text); }};
@@ -88,7 +88,7 @@ TEST_F(InotifyDeparturesTest, AskNothingWhileAFileIsOnlyReadOrWritten) {
   settle();
   const int before = asked;
   std::ofstream(path, std::ios::app) << "more";
-  TestFolder::contentsOf(path);
+  TemporaryFolder::read(path);
   folder.write("neighbour", "x");
   settle();
   EXPECT_EQ(asked, before);

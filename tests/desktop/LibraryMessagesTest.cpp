@@ -6,7 +6,7 @@
 
 #include "platform/linux/services/LibraryMessages.h"
 #include "platform/linux/services/LinuxSystemLog.h"
-#include "tests/desktop/support/HandClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -15,7 +15,7 @@ using Lines = std::vector<std::string>;
 
 class LibraryMessagesTest : public testing::Test {
  protected:
-  HandClock clock;
+  PassingClock clock;
   Lines system;
   Lines console;
   LinuxSystemLog log{clock, [this](const std::string& line) { system.push_back(line); },

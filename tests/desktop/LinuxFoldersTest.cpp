@@ -2,8 +2,9 @@
 
 #include "platform/linux/services/Environment.h"
 #include "platform/linux/services/LinuxFolders.h"
+#include "posix/Accounts.h"
 #include "posix/Text.h"
-#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -14,12 +15,12 @@ TEST(LinuxFoldersTest, TakesTheHomeFolderFromTheEnvironmentElseFromTheAccount) {
             "/home/a");
   EXPECT_EQ(
       LinuxFolders(Environment(Environment::Variables{{"HOME", ""}}), "/usr/bin/x").homeFolder(),
-      UserAccount::current().homeFolder);
+      accountNumbered(getuid()).home);
 }
 
 TEST(LinuxFoldersTest, TakesTheRuntimeFolderElseTmpdirElseNone) {
-  const TestFolder runtime;
-  const TestFolder tmp;
+  const TemporaryFolder runtime;
+  const TemporaryFolder tmp;
   const auto folderWith = [](Environment::Variables variables) {
     return LinuxFolders(Environment(std::move(variables)), "/usr/bin/x").temporaryFolder();
   };
@@ -40,7 +41,7 @@ TEST(LinuxFoldersTest, KeepsItsStateWhereThatOfTheUserLies) {
 }
 
 TEST(LinuxFoldersTest, FindsTheResourcesBesideABuiltAndBehindAnInstalledProgram) {
-  const TestFolder build;
+  const TemporaryFolder build;
   build.write("CMakeCache.txt", "");
   const Environment none({});
   EXPECT_EQ(LinuxFolders(none, build.path() + "/vantrel-quillo").resourceFolder(),
@@ -63,7 +64,7 @@ TEST(LinuxFoldersTest, KeepsDataAndStateWhereTheEnvironmentSaysElseInTheHomeFold
 }
 
 TEST(LinuxFoldersTest, FindsTheDownloadsUnderTheirNameInTheUsersLanguage) {
-  const TestFolder home;
+  const TemporaryFolder home;
   const auto downloads = [&] {
     return LinuxFolders(Environment(Environment::Variables{{"HOME", home.path()}}), "/usr/bin/x")
         .downloadsFolder();

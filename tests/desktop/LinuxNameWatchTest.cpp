@@ -7,8 +7,8 @@
 
 #include "platform/linux/names/FileHandles.h"
 #include "platform/linux/names/LinuxNameWatch.h"
-#include "tests/desktop/support/SessionFolder.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -60,7 +60,7 @@ class LinuxNameWatchTest : public testing::Test {
   }
 
   int sentinels = 0;
-  TestFolder disk;
+  TemporaryFolder disk;
   Names names;
   std::vector<std::string> reports;
   ManualClock clock;

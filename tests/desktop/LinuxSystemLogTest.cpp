@@ -8,7 +8,7 @@
 #include "platform/linux/services/LinesOfActions.h"
 #include "platform/linux/services/LinuxSystemLog.h"
 #include "platform/linux/text/VisibleText.h"
-#include "tests/desktop/support/HandClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -23,7 +23,7 @@ class LinuxSystemLogTest : public testing::Test {
     tzset();
   }
 
-  HandClock clock;
+  PassingClock clock;
   Lines system;
   Lines console;
   LinuxSystemLog log{clock, [this](const std::string& line) { system.push_back(line); },
@@ -140,7 +140,7 @@ Lines passMany(RepeatFilter& filter, const std::string& line, int times) {
 }
 
 TEST(RepeatFilterTest, CountsALineOnlyAfterItsFifthRepeatInAMinute) {
-  HandClock clock;
+  PassingClock clock;
   RepeatFilter filter(clock);
   EXPECT_EQ(passMany(filter, "x", 6), Lines(6, "x"));
   EXPECT_EQ(passMany(filter, "x", 3), Lines());
@@ -151,7 +151,7 @@ TEST(RepeatFilterTest, CountsALineOnlyAfterItsFifthRepeatInAMinute) {
 }
 
 TEST(RepeatFilterTest, BeginsANewMinuteWhenOneIsOver) {
-  HandClock clock;
+  PassingClock clock;
   RepeatFilter filter(clock);
   passMany(filter, "x", 7);
   clock.advance(seconds(60));
@@ -162,7 +162,7 @@ TEST(RepeatFilterTest, BeginsANewMinuteWhenOneIsOver) {
 }
 
 TEST(RepeatFilterTest, SaysNothingOfALineOfWhichEachRepeatWasWritten) {
-  HandClock clock;
+  PassingClock clock;
   RepeatFilter filter(clock);
   passMany(filter, "x", 6);
   clock.advance(seconds(60));
@@ -170,7 +170,7 @@ TEST(RepeatFilterTest, SaysNothingOfALineOfWhichEachRepeatWasWritten) {
 }
 
 TEST(RepeatFilterTest, ForgetsTheOldestLineAndLosesNoCount) {
-  HandClock clock;
+  PassingClock clock;
   RepeatFilter filter(clock);
   passMany(filter, "first", 4219);
   Lines out;

@@ -4,7 +4,7 @@
 
 #include "platform/linux/names/LinuxTrashFolders.h"
 #include "platform/linux/names/LinuxVolumes.h"
-#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -26,7 +26,7 @@ TEST_F(LinuxTrashFoldersTest, KnowsTheUsersOwn) {
 }
 
 TEST_F(LinuxTrashFoldersTest, KnowsTheUsersOwnAlsoByWhereItReallyLies) {
-  const TestFolder folder;
+  const TemporaryFolder folder;
   folder.write("real/data/x", "");
   std::filesystem::create_symlink(folder.path() + "/real", folder.path() + "/home");
   const std::string home = folder.path() + "/home";

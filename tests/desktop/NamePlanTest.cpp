@@ -4,7 +4,7 @@
 #include <set>
 
 #include "platform/linux/names/NamePlan.h"
-#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -18,7 +18,7 @@ class NamePlanTest : public testing::Test {
   void mount(const std::string& point, const std::string& type, const std::string& source = "x") {
     Mount next;
     next.id = static_cast<int>(mounts.size()) + 1;
-    next.mountPoint = point;
+    next.point = point;
     next.type = type;
     next.source = source;
     mounts.push_back(next);
@@ -101,7 +101,7 @@ TEST_F(NamePlanTest, NamesPlacesOnTheNetwork) {
 }
 
 TEST_F(NamePlanTest, FollowsLinksAndRemembersTheWays) {
-  const TestFolder disk;
+  const TemporaryFolder disk;
   std::filesystem::create_directories(disk.path() + "/real");
   std::filesystem::create_directory_symlink("real", disk.path() + "/link");
   mount(disk.path() + "/real", "exfat");
@@ -112,7 +112,7 @@ TEST_F(NamePlanTest, FollowsLinksAndRemembersTheWays) {
 }
 
 TEST_F(NamePlanTest, WatchesAFileByTheFolderThatItLiesIn) {
-  const TestFolder disk;
+  const TemporaryFolder disk;
   disk.write("notes", "text");
   mount(disk.path(), "exfat");
   EXPECT_EQ(roots({{disk.path() + "/notes", true}}), Texts{disk.path() + " alone"});

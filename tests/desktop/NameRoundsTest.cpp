@@ -7,9 +7,9 @@
 #include <memory>
 
 #include "platform/linux/names/NameRounds.h"
-#include "tests/desktop/support/SessionFolder.h"
-#include "tests/support/FailingSystemCall.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/SystemCalls.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -49,7 +49,7 @@ class NameRoundsTest : public testing::Test {
     return std::find(told.names.begin(), told.names.end(), place + "/" + name) != told.names.end();
   }
 
-  TestFolder disk;
+  TemporaryFolder disk;
   const std::string place = disk.path() + "/place";
   ToldNames told;
   ManualClock clock;

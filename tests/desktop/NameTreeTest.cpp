@@ -11,8 +11,8 @@
 #include <functional>
 
 #include "platform/linux/names/NameTree.h"
-#include "tests/desktop/support/SessionFolder.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -43,13 +43,13 @@ class NameTreeTest : public testing::Test {
   // From now on whatever is on the disk seems to have been there for long.
   void letAgesPass() { clock.advance(std::chrono::hours(24 * 365 * 100)); }
 
-  TestFolder disk;
+  TemporaryFolder disk;
   ManualClock clock;
   NameTree tree{clock};
 };
 
 TEST_F(NameTreeTest, TellsFilesThatAreMadeRenamedLinkedAndWritten) {
-  const TestFolder elsewhere;
+  const TemporaryFolder elsewhere;
   elsewhere.write("far", "text");
   write("old");
   watchAll();
@@ -77,7 +77,7 @@ TEST_F(NameTreeTest, TellsNoFoldersAndNoPipes) {
 }
 
 TEST_F(NameTreeTest, LooksThroughFoldersThatAppear) {
-  const TestFolder elsewhere;
+  const TemporaryFolder elsewhere;
   elsewhere.write("whole/a/b/file", "text");
   letAgesPass();
   watchAll();
@@ -102,7 +102,7 @@ TEST_F(NameTreeTest, KnowsAMovedFolderByItsNewNameAlone) {
 }
 
 TEST_F(NameTreeTest, ForgetsFoldersThatAreMovedAwayOrRemoved) {
-  const TestFolder elsewhere;
+  const TemporaryFolder elsewhere;
   fs::create_directories(at("away/sub"));
   fs::create_directories(at("gone/sub"));
   watchAll();
@@ -126,7 +126,7 @@ TEST_F(NameTreeTest, StaysInAFolderThatIsWatchedAlone) {
 }
 
 TEST_F(NameTreeTest, FollowsNoLinks) {
-  const TestFolder elsewhere;
+  const TemporaryFolder elsewhere;
   fs::create_directories(elsewhere.path() + "/sub");
   fs::create_directory_symlink(elsewhere.path(), at("link"));
   watchAll();

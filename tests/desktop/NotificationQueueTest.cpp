@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "platform/linux/notifications/NotificationQueue.h"
-#include "tests/desktop/support/HandClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 namespace {
@@ -36,7 +36,7 @@ class NotificationQueueTest : public testing::Test {
     return texts;
   }
 
-  HandClock clock;
+  PassingClock clock;
   NotificationQueue queue{clock, [](std::uint64_t count) { return "+" + std::to_string(count); }};
   std::uint32_t ids = 100;
   std::vector<std::uint32_t> replaced;

@@ -9,7 +9,7 @@
 
 #include "platform/linux/services/PolkitAuthorization.h"
 #include "platform/linux/text/StringTables.h"
-#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -42,9 +42,9 @@ class PolkitAuthorizationTest : public testing::Test {
   const std::string withoutGranter = std::string("[--disable-internal-agent][/bin/sh][-c]") +
                                      "[\"$@\" || exit; [ ! -g \"$0\" ] || chmod g-s \"$0\"][" +
                                      safeProgram + "]";
-  std::string arguments() const { return TestFolder::contentsOf(folder.path() + "/arguments"); }
+  std::string arguments() const { return TemporaryFolder::read(folder.path() + "/arguments"); }
 
-  TestFolder folder;
+  TemporaryFolder folder;
   Keys strings;
   std::string reason;
 };
@@ -143,14 +143,10 @@ TEST(WordingTest, WithoutATextIsItsValues) {
 class WhyUnsafePlace : public testing::Test {
  protected:
   WhyUnsafePlace() {
-    if (geteuid() == 0 && mkdtemp(root_.data()) != nullptr) chmod(root_.c_str(), 0755);
-  }
-  ~WhyUnsafePlace() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(root_, ignored);
+    if (geteuid() == 0) chmod(place_.path().c_str(), 0755);
   }
   std::string file(const std::string& name, mode_t folderMode) const {
-    const std::filesystem::path path = (geteuid() == 0 ? root_ : user_.path()) + "/" + name;
+    const std::filesystem::path path = place_.at(name);
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path) << "text";
     chmod(path.parent_path().c_str(), folderMode);
@@ -158,8 +154,7 @@ class WhyUnsafePlace : public testing::Test {
   }
 
  private:
-  TestFolder user_;
-  std::string root_ = "/run/why-unsafe-XXXXXX";
+  const TemporaryFolder place_{geteuid() == 0 ? "/run" : "/tmp"};
 };
 
 TEST_F(WhyUnsafePlace, IsNoStickyFolder) {

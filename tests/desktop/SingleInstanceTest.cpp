@@ -3,11 +3,11 @@
 
 #include <chrono>
 #include <optional>
-#include <thread>
 
 #include "platform/linux/session/SingleInstance.h"
 #include "posix/ChildProcess.h"
-#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -19,7 +19,7 @@ class SingleInstanceTest : public testing::Test {
   std::string fallback() const { return folder.path() + "/fallback"; }
   SingleInstance make() const { return {{runtime()}, fallback()}; }
 
-  TestFolder folder;
+  TemporaryFolder folder;
 };
 
 TEST_F(SingleInstanceTest, OnlyTheFirstIsFirstUntilItIsGone) {
@@ -38,13 +38,7 @@ TEST_F(SingleInstanceTest, NoChildKeepsTheLock) {
   ChildProcess child({.launchPath = "/bin/sleep", .arguments = {"1000"}});
   first.reset();
   // The child closes it a moment after it has started to run (execve(2)); it runs far longer.
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  bool isFree = false;
-  while (!isFree && std::chrono::steady_clock::now() < deadline) {
-    isFree = make().isFirst();
-    std::this_thread::yield();
-  }
-  EXPECT_TRUE(isFree);
+  EXPECT_TRUE(awaitThat([this] { return make().isFirst(); }));
 }
 
 TEST_F(SingleInstanceTest, MakesAPrivateFolderWithoutARuntimeFolder) {

@@ -7,7 +7,7 @@
 #include "platform/linux/text/DisplayText.h"
 #include "platform/linux/text/StringTables.h"
 #include "posix/Text.h"
-#include "tests/desktop/support/SessionFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -52,7 +52,7 @@ TEST(PreferredLanguages, FollowTheRulesOfGettext) {
 }
 
 TEST(StringTablesTest, FallsBackToTheNextLanguageThenToEnglishThenToTheCaller) {
-  const TestFolder folder;
+  const TemporaryFolder folder;
   folder.write("en.toml", "A = 'a'\nB = 'b'\nC = 'c'\n");
   folder.write("de.toml", "A = 'ä'\nB = 'bé'\n");
   folder.write("de_AT.toml", "A = 'å'\n");
@@ -66,7 +66,7 @@ TEST(StringTablesTest, FallsBackToTheNextLanguageThenToEnglishThenToTheCaller) {
 }
 
 TEST(StringTablesTest, TellsTheLanguageOfItsFirstTable) {
-  const TestFolder folder;
+  const TemporaryFolder folder;
   folder.write("en.toml", "A = 'a'\n");
   folder.write("de.toml", "A = 'ä'\n");
   const auto languageFor = [&](const Words& wanted) {
@@ -79,7 +79,7 @@ TEST(StringTablesTest, TellsTheLanguageOfItsFirstTable) {
 }
 
 TEST(StringTablesTest, PassesOverAnUnknownLanguageAndReportsABrokenTable) {
-  const TestFolder folder;
+  const TemporaryFolder folder;
   folder.write("en.toml", "A = 'a'\n");
   folder.write("de.toml", "A = \n");
   std::vector<std::string> problems;
@@ -222,7 +222,7 @@ TEST(ShippedStrings, AreSortedAndOfKnownLanguagesOnly) {
     }
     found.insert(entry.path().filename().string());
     Words keys;
-    const std::string text = TestFolder::contentsOf(entry.path());
+    const std::string text = TemporaryFolder::read(entry.path());
     for (const std::string_view line : split(text, '\n')) {
       if (!line.empty() && line.front() != '#') {
         keys.emplace_back(line.substr(0, line.find(' ')));

@@ -8,9 +8,8 @@
 #include "platform/linux/preferences/TomlFile.h"
 #include "platform/linux/preferences/TomlPreferenceStore.h"
 #include "platform/linux/text/StringTables.h"
-#include "tests/desktop/support/SessionFolder.h"
-#include "tests/support/FailingSystemCall.h"
-#include "tests/support/InterruptedSystemCall.h"
+#include "tests/support/SystemCalls.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -37,7 +36,7 @@ class TomlPreferences : public testing::Test {
     return folder.write(where + "/" + domain + ".toml", text);
   }
 
-  TestFolder folder;
+  TemporaryFolder folder;
   StringTables german{{QUILLO_SOURCE_DIR "/resources/strings"}, {"de"}, nullptr};
   std::vector<std::string> problems;
   std::vector<std::string> wordings;

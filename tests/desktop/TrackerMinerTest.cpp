@@ -12,10 +12,10 @@
 #include "platform/linux/session/BusDaemon.h"
 #include "posix/ChildProcess.h"
 #include "tests/desktop/support/QtEvents.h"
-#include "tests/desktop/support/SessionFolder.h"
 #include "tests/desktop/support/bus/FakeBusObject.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
+#include "tests/support/TemporaryFolder.h"
 #include "watchers/SpotlightWatcher.h"
 
 namespace quillo {
@@ -66,7 +66,7 @@ class RealMiner {
   }
 
  private:
-  TestFolder home_;
+  TemporaryFolder home_;
   std::unique_ptr<ChildProcess> process_;
 };
 

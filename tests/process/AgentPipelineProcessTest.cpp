@@ -101,7 +101,7 @@ TEST_F(AgentPipeline, AFileLeftInPlaceIsWarnedOfAndOneKeyClosesAllWarnings) {
   dialogs("WarningDialog")[0]->press(ButtonDialog::Button::otherButton);
   EXPECT_TRUE(dialogs("WarningDialog")[0]->isClosed());
   EXPECT_TRUE(dialogs("WarningDialog")[1]->isClosed());
-  EXPECT_EQ(agent().dialogList().count(), 0U);
+  EXPECT_EQ(agent().parts().dialogList.count(), 0U);
 }
 
 TEST_F(AgentPipeline, TheQuarantineFolderIsOpenedByItsDialog) {

@@ -12,12 +12,13 @@
 #include <cerrno>
 #include <filesystem>
 #include <optional>
-#include <thread>
 
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
-#include "tests/support/FailingSystemCall.h"
+#include "tests/support/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Threads.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -180,9 +181,9 @@ TEST(ChildProcess, IsRunningUntilItHasEnded) {
 TEST(ChildProcess, MayBeTerminatedByAnotherThreadWhileItIsWaitedFor) {
   Gate gate;
   ChildProcess child(shellAt(gate, "echo up; cat <&3"));
-  std::thread other;
+  JoinedThreads other;
   const int status = child.waitUntilExit([&](std::string_view) {
-    other = std::thread([&child] { child.terminate(); });
+    other.start([&child] { child.terminate(); });
     return false;
   });
   other.join();
@@ -262,8 +263,7 @@ TEST(ChildProcess, CanBeEndedAtOnceWithItsChildren) {
   child.endAtOnce();
   EXPECT_EQ(child.waitUntilExit(), SIGKILL);
   // The pipe ends when the last that holds it has.
-  pollfd watched = {reader.get(), POLLIN, 0};
-  ASSERT_EQ(poll(&watched, 1, 10000), 1);
+  ASSERT_TRUE(awaitReadable(reader.get()));
   EXPECT_EQ(read(reader.get(), &byte, 1), 0);
   child.endAtOnce();
 }

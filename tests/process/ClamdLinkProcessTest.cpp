@@ -12,9 +12,10 @@
 #include "tests/fakes/agent/FakeClamdLinkOwner.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakeServices.h"
-#include "tests/support/StandInCommand.h"
+#include "tests/support/StandInProcess.h"
 #include "tests/support/StdoutCapture.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -43,18 +44,16 @@ class ClamdLaunch : public testing::Test {
     const pid_t process = std::stoi(contentsOfFile(folder.path() + "/clamd.pid").value_or("0"));
     return UniqueFd(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
   }
-  static bool hasEnded(const UniqueFd& process) {
-    pollfd end = {process.get(), POLLIN, 0};
-    return poll(&end, 1, 10000) == 1;
-  }
+  static bool hasEnded(const UniqueFd& process) { return awaitReadable(process.get()); }
 
   TemporaryFolder folder;
   SystemClock clock;
+  FakeApplication application;
   FakeLocalizedStrings strings;
   FakeSystemLog log;
   FakeThreads threads;
   FakeClamdLinkOwner owner;
-  ClamdLink link{owner, {clock, strings, log, threads}};
+  ClamdLink link{owner, {application, clock, strings, owner, log, threads}};
 };
 
 TEST_F(ClamdLaunch, GivesTheConfigurationBehindTheOption) {
@@ -82,7 +81,7 @@ TEST_F(ClamdLaunch, WaitsForTheProgramAndKeepsTheDesktopAlive) {
   EXPECT_TRUE(
       link.launchClamdWithConfigFile(daemon("echo late >> '" + notes() + "'"), std::nullopt));
   EXPECT_EQ(contentsOfFile(notes()), Arguments("late\n"));
-  EXPECT_EQ(owner.calls(), std::vector<std::string>{"wait"});
+  EXPECT_EQ(application.waits, 1);
 }
 
 TEST_F(ClamdLaunch, InheritsStandardOutputAndError) {
@@ -131,14 +130,14 @@ TEST_F(ClamdLaunch, RecoversOnceWhenTheKnownProgramIsTheInstallations) {
   owner.root = folder.path();
   link.setDaemonPaths(daemon("exit 1"), folder.path() + "/etc/clamd.conf");
   link.recoverFromCrashedClamd();
-  EXPECT_EQ(owner.calls(), std::vector<std::string>{"wait"});
+  EXPECT_EQ(application.waits, 1);
 }
 
 TEST_F(ClamdLaunch, RestartsADaemonThatAReaderOfItsLogWasTakenFor) {
   owner.root = folder.path();
   daemon("exit 0");
   {
-    const StandInCommand reader({"tail", "-f", folder.path() + "/clamd.log"});
+    const StandInProcess reader({"tail", "-f", folder.path() + "/clamd.log"});
     ASSERT_TRUE(link.checkForClamd());
   }
   link.recoverFromCrashedClamd();
@@ -149,7 +148,7 @@ TEST_F(ClamdLaunch, RestartsADaemonThatARunningScanWasTakenFor) {
   owner.root = folder.path();
   daemon("exit 0");
   {
-    const StandInCommand scan(
+    const StandInProcess scan(
         {folder.path() + "/bin/clamdscan", "--fdpass", "--file-list=/tmp/list"});
     ASSERT_TRUE(link.checkForClamd());
   }

@@ -4,7 +4,7 @@
 
 #include "clamav/ClamConf.h"
 #include "clamav/Daemons.h"
-#include "tests/support/StandInCommand.h"
+#include "tests/support/StandInProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
@@ -37,79 +37,79 @@ TEST_F(RunningDaemons, AreNoneWhereNoProcessIsOne) {
 }
 
 TEST_F(RunningDaemons, AreFoundWithProgramAndConfiguration) {
-  StandInCommand clamd({program, "--config-file=" + configuration});
+  StandInProcess clamd({program, "--config-file=" + configuration});
   EXPECT_EQ(find().program, program);
   EXPECT_EQ(find().configuration, Configuration(configuration));
 }
 
 TEST_F(RunningDaemons, AreFoundWithoutAConfiguration) {
-  StandInCommand clamd({program});
+  StandInProcess clamd({program});
   EXPECT_EQ(find().program, program);
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, AreAlsoProcessesThatOnlyNameThemButNoneOfThoseCanBeRun) {
-  StandInCommand scanner({"/usr/bin/clamdscan", "/home/anna"});
+  StandInProcess scanner({"/usr/bin/clamdscan", "/home/anna"});
   EXPECT_EQ(find().program, "");
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, AreNotAProgramOfAnotherNameThatCanBeRun) {
-  StandInCommand scanner({"/usr/bin/clamdscan"});
+  StandInProcess scanner({"/usr/bin/clamdscan"});
   EXPECT_EQ(find().program, "");
 }
 
 TEST_F(RunningDaemons, AreNoProgramToRunWhereAReaderOfTheirLogIsShown) {
-  StandInCommand reader({"tail", "-f", folder.path() + "/clamd.log"});
+  StandInProcess reader({"tail", "-f", folder.path() + "/clamd.log"});
   EXPECT_EQ(find().program, "");
 }
 
 TEST_F(RunningDaemons, AreNoneToRunWhereTheProgramIsShownWithoutItsFolder) {
-  StandInCommand clamd({"clamd", "-c", configuration});
+  StandInProcess clamd({"clamd", "-c", configuration});
   EXPECT_EQ(find().program, "");
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, AreNoProgramToRunThatOthersMayWrite) {
   setMode(program, 0777);
-  StandInCommand clamd({program, "-c", configuration});
+  StandInProcess clamd({program, "-c", configuration});
   EXPECT_EQ(find().program, "");
   EXPECT_EQ(find().configuration, Configuration(configuration));
 }
 
 TEST_F(RunningDaemons, AreNoProgramToRunInAFolderThatOthersMayWrite) {
   setMode(folder.path() + "/sbin", 0777);
-  StandInCommand clamd({program});
+  StandInProcess clamd({program});
   EXPECT_EQ(find().program, "");
 }
 
 TEST_F(RunningDaemons, HaveNoConfigurationThatOthersMayWrite) {
   setMode(configuration, 0666);
-  StandInCommand clamd({program, "-c", configuration});
+  StandInProcess clamd({program, "-c", configuration});
   EXPECT_EQ(find().program, "");
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, HaveNoConfigurationThatIsNoFileOrTooLarge) {
   {
-    StandInCommand clamd({program, "-c", "/dev/zero"});
+    StandInProcess clamd({program, "-c", "/dev/zero"});
     EXPECT_EQ(find().configuration, std::nullopt);
   }
   folder.write("etc/clamd.conf", std::string(ClamConf::largest + 1, '#'));
-  StandInCommand clamd({program, "-c", configuration});
+  StandInProcess clamd({program, "-c", configuration});
   EXPECT_EQ(find().configuration, std::nullopt);
 }
 
 TEST_F(RunningDaemons, AreGoneOnceTheyHaveEnded) {
-  { StandInCommand clamd({program}); }
+  { StandInProcess clamd({program}); }
   EXPECT_FALSE(findRunningDaemon().has_value());
 }
 
 TEST_F(RunningDaemons, AreReadWholeHoweverLongTheListIs) {
   const std::string longName(60000, 'x');
-  StandInCommand first({"/a/clamd", longName});
-  StandInCommand second({"/b/clamd", longName});
-  StandInCommand third({"/c/clamd", "-c", configuration});
+  StandInProcess first({"/a/clamd", longName});
+  StandInProcess second({"/b/clamd", longName});
+  StandInProcess third({"/c/clamd", "-c", configuration});
   EXPECT_EQ(find().configuration, Configuration(configuration));
 }
 

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "posix/FileFacts.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
 #include "tests/fakes/watching/HelperProgram.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 #include "watchers/FSEventWatcher.h"
 
 namespace quillo {
@@ -25,10 +24,10 @@ class WatcherAndHelper : public testing::Test {
   }
   void run() {
     ASSERT_TRUE(watcher.claimMainLoop());
-    loop = std::thread([this] { watcher.mainLoop(); });
+    loop.start([this] { watcher.mainLoop(); });
   }
   void stop() {
-    if (loop.joinable()) {
+    if (loop.areLeft()) {
       watcher.stopWatching();
       loop.join();
     }
@@ -43,7 +42,7 @@ class WatcherAndHelper : public testing::Test {
   const WatcherServices services = watcherServicesOf(desktop, clock, owner);
   FSEventWatcher watcher{owner, services};
   std::unique_ptr<HelperProgram> helper;
-  std::thread loop;
+  JoinedThreads loop;
 };
 
 TEST_F(WatcherAndHelper, HandOverEveryLineThatItPrints) {

@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "posix/ChildProcess.h"
-#include "tools/clamdscan/Front.h"
+#include "tools/clamdscan/ClientWrapper.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr char client[] = R"(#!/bin/sh
@@ -29,7 +29,7 @@ done
 
 FakeClientTree::FakeClientTree() {
   configureDaemon("MaxFileSize 1K\nLocalSocket " + socket() + "\n");
-  tree_.file("clamdscan", client, 0755);
+  tree_.write("clamdscan", client, 0755);
   tree_.link("bin/clamdscan", QUILLO_BINARY_DIR "/resources/engine-tools/clamdscan");
   mkfifo(tree_.at("lifeline").c_str(), 0600);
   mkfifo(tree_.at("never").c_str(), 0600);
@@ -38,19 +38,19 @@ FakeClientTree::FakeClientTree() {
 }
 
 std::string FakeClientTree::file(const std::string& name) const {
-  return files_.file(name, name.substr(name.rfind('/') + 1));
+  return files_.write(name, name.substr(name.rfind('/') + 1));
 }
 
 void FakeClientTree::configureDaemon(const std::string& lines) const {
-  tree_.file("etc/clamd.conf", lines);
+  tree_.write("etc/clamd.conf", lines);
 }
 
 void FakeClientTree::addToDaemon(const std::string& lines) const {
-  configureDaemon(ScratchFolder::read(configuration()) + lines);
+  configureDaemon(TemporaryFolder::read(configuration()) + lines);
 }
 
 void FakeClientTree::configure(const std::string& lines) const {
-  tree_.file("etc/front.conf", lines);
+  tree_.write("etc/front.conf", lines);
 }
 
 SessionClamd& FakeClientTree::daemon(SessionClamd::Script script, SessionClamd::Manners manners) {
@@ -59,10 +59,10 @@ SessionClamd& FakeClientTree::daemon(SessionClamd::Script script, SessionClamd::
   return *daemon_;
 }
 
-FrontRun FakeClientTree::run(const std::vector<std::string>& words) const {
-  FrontRun result;
-  ChildProcess front({program(), words});
-  result.status = front.waitUntilExit([&](std::string_view chunk) {
+WrapperRun FakeClientTree::run(const std::vector<std::string>& words) const {
+  WrapperRun result;
+  ChildProcess wrapper({program(), words});
+  result.status = wrapper.waitUntilExit([&](std::string_view chunk) {
     result.output += chunk;
     return true;
   });
@@ -74,11 +74,11 @@ std::vector<std::string> FakeClientTree::listWords(const std::vector<std::string
   for (const std::string& path : paths) {
     list += path + "\n";
   }
-  return {"--stdout", "--no-summary", "--file-list=" + tree_.file("list", list)};
+  return {"--stdout", "--no-summary", "--file-list=" + tree_.write("list", list)};
 }
 
-FrontRun FakeClientTree::scan(const std::vector<std::string>& paths,
-                              const std::vector<std::string>& words) const {
+WrapperRun FakeClientTree::scan(const std::vector<std::string>& paths,
+                                const std::vector<std::string>& words) const {
   std::vector<std::string> all = words;
   for (const std::string& word : listWords(paths)) {
     all.push_back(word);
@@ -86,19 +86,19 @@ FrontRun FakeClientTree::scan(const std::vector<std::string>& paths,
   return run(all);
 }
 
-FrontRun FakeClientTree::scanWithPatience(const std::vector<std::string>& paths,
-                                          Clock::Duration patience) const {
+WrapperRun FakeClientTree::scanWithPatience(const std::vector<std::string>& paths,
+                                            Clock::Duration patience) const {
   const UniqueFd output(memfd_create("report", MFD_CLOEXEC));
-  const EngineTree tree = EngineTree::at(tree_.path());
+  const TreeSettings tree = TreeSettings::at(tree_.path());
   const CommandLine asked = CommandLine::parse(listWords(paths));
   Report report({output.get(), output.get()});
   SystemClock clock;
-  FrontRun result;
-  result.status = Front(tree, asked, report, clock, Starter(-1, -1), patience).run();
+  WrapperRun result;
+  result.status = ClientWrapper(tree, asked, report, clock, Starter(-1, -1), patience).run();
   std::array<char, 65536> bytes;
   const ssize_t count = pread(output.get(), bytes.data(), bytes.size(), 0);
   result.output.assign(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
   return result;
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -6,23 +6,23 @@
 
 #include "posix/Clock.h"
 #include "tests/fakes/engine/SessionClamd.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // What a run printed, and how it ended: exit status, or a signal's number.
-struct FrontRun {
+struct WrapperRun {
   int status = -1;
   std::string output;
 };
 
-// An engine tree with the front program, a fake daemon, and as the real client a little shell
+// An engine tree with the wrapper, a fake daemon, and as the real client a little shell
 // program that logs its calls, says "client" and hangs where a word begins with "hang".
 class FakeClientTree {
  public:
   FakeClientTree();
 
-  const ScratchFolder& files() const { return files_; }
+  const TemporaryFolder& files() const { return files_; }
   // Holds its own name, by which the daemon judges it.
   std::string file(const std::string& name) const;
   std::string program() const { return tree_.at("bin/clamdscan"); }
@@ -34,7 +34,7 @@ class FakeClientTree {
   void addToDaemon(const std::string& lines) const;
   void configure(const std::string& lines) const;
   // The argument lines of all runs of the client.
-  std::string calls() const { return ScratchFolder::read(tree_.at("calls")); }
+  std::string calls() const { return TemporaryFolder::read(tree_.at("calls")); }
   // A pipe that a hanging client keeps open for writing. It says a word first.
   std::string lifeline() const { return tree_.at("lifeline"); }
 
@@ -43,18 +43,19 @@ class FakeClientTree {
   SessionClamd& daemon() { return *daemon_; }
   void endDaemon() { daemon_.reset(); }
 
-  FrontRun run(const std::vector<std::string>& words) const;
+  WrapperRun run(const std::vector<std::string>& words) const;
   // With "--stdout --no-summary" and a list of these paths.
-  FrontRun scan(const std::vector<std::string>& paths,
-                const std::vector<std::string>& words = {}) const;
+  WrapperRun scan(const std::vector<std::string>& paths,
+                  const std::vector<std::string>& words = {}) const;
   // The same, in this process and with less patience.
-  FrontRun scanWithPatience(const std::vector<std::string>& paths, Clock::Duration patience) const;
+  WrapperRun scanWithPatience(const std::vector<std::string>& paths,
+                              Clock::Duration patience) const;
   std::vector<std::string> listWords(const std::vector<std::string>& paths) const;
 
  private:
-  ScratchFolder tree_;
-  ScratchFolder files_;
+  TemporaryFolder tree_;
+  TemporaryFolder files_;
   std::unique_ptr<SessionClamd> daemon_;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

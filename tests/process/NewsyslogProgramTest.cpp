@@ -11,11 +11,11 @@
 
 #include "posix/UniqueFd.h"
 #include "tests/fakes/tools/LogSandbox.h"
+#include "tests/support/Threads.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
-
-constexpr int deadline = 20000;  // milliseconds
 
 LaunchRequest requestFor(const LogSandbox& sandbox) {
   LaunchRequest request;
@@ -77,8 +77,7 @@ TEST(NewsyslogProgram, LosesNothingWhenItIsKilledWhileItCompresses) {
   {
     ChildProcess child(requestFor(sandbox));
     // The only file that is written to is the unfinished archive.
-    pollfd ready = {watch.get(), POLLIN, 0};
-    ASSERT_EQ(poll(&ready, 1, deadline), 1);
+    ASSERT_TRUE(awaitReadable(watch.get()));
     kill(child.processIdentifier(), SIGKILL);
     child.waitUntilExit();
   }
@@ -97,7 +96,7 @@ TEST(NewsyslogProgram, LosesNoLineOfAWriterThatGoesOnWriting) {
   std::atomic<bool> reopen = false;
   std::atomic<bool> stop = false;
   int lines = 0;
-  std::thread writer([&] {
+  JoinedThreads writer([&] {
     UniqueFd log(open(sandbox.path("log").c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
     while (!stop) {
       const std::string line = "line " + std::to_string(lines++) + " of this log\n";
@@ -127,13 +126,11 @@ TEST(NewsyslogProgram, TakesTurnsWithAnotherOne) {
   const LogSandbox sandbox;
   sandbox.write("log", LogSandbox::lines(1, 400000));
   sandbox.write("scanlogrotate.conf", sandbox.configuration());
-  std::array<std::thread, 4> runs;
-  for (std::thread& run : runs) {
-    run = std::thread([&] { EXPECT_EQ(sandbox.newsyslog().status, 0); });
+  JoinedThreads runs;
+  for (int run = 0; run < 4; ++run) {
+    runs.start([&] { EXPECT_EQ(sandbox.newsyslog().status, 0); });
   }
-  for (std::thread& run : runs) {
-    run.join();
-  }
+  runs.join();
   EXPECT_EQ(sandbox.everything(3), LogSandbox::lines(1, 400000));
 }
 

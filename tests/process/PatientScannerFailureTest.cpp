@@ -8,14 +8,15 @@
 #include <chrono>
 #include <future>
 #include <stdexcept>
-#include <thread>
 
 #include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/RunningScanners.h"
 #include "tests/fakes/scanning/ScannerFixture.h"
-#include "tests/support/FailingSystemCall.h"
+#include "tests/support/SystemCalls.h"
+#include "tests/support/Threads.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -208,25 +209,14 @@ TEST_F(PatientScannerFailure, AFailureOfAnotherKindIsPassedOnWithTheCountLowered
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
 }
 
-// Waits until a file has been renamed to `name` in `folder`; false after ten seconds without.
+// Waits until there is a file of that name; false when there is none in time.
 bool waitForFile(const std::string& folder, const std::string& name) {
-  const UniqueFd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-  inotify_add_watch(watch.get(), folder.c_str(), IN_MOVED_TO);
-  pollfd watched = {watch.get(), POLLIN, 0};
-  while (!fileExists(folder + "/" + name)) {
-    if (poll(&watched, 1, 10000) <= 0) {
-      return false;
-    }
-    char events[4096];
-    while (read(watch.get(), events, sizeof events) > 0) {
-    }
-  }
-  return true;
+  return FolderWatch(folder).awaitThat([&] { return fileExists(folder + "/" + name); });
 }
 
 TEST_F(PatientScannerFailure, AnEngineThatHangsIsWaitedForUntilItIsKilled) {
   Lines lines;
-  std::thread run([&] { lines = scan({"a", "hang-b"}); });
+  JoinedThreads run([&] { lines = scan({"a", "hang-b"}); });
   const bool hanging = waitForFile(bench.folder.path(), "hang-b.pid");
   EXPECT_TRUE(hanging);
   EXPECT_EQ(bench.owner.count, 1);

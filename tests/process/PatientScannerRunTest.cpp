@@ -2,12 +2,12 @@
 
 #include <atomic>
 #include <fstream>
-#include <thread>
 
 #include "posix/FileFacts.h"
 #include "scanning/RunningScanners.h"
 #include "tests/fakes/scanning/ScannerFixture.h"
 #include "tests/fakes/watching/HelperProgram.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -153,7 +153,7 @@ TEST_F(PatientScannerRun, CanBeEndedByItsNumberWithWhatItStarted) {
   useEngine(engine.resourceFolder() + "/gfslogger");
   std::atomic<bool> ended = false;
   // It may have said that it runs before it stands in the list.
-  std::thread ending([&] {
+  JoinedThreads ending([&] {
     EXPECT_TRUE(engine.waitForLaunches(1));
     while (!ended) {
       running.endAll();

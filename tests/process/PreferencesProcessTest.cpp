@@ -86,7 +86,7 @@ TEST_F(DaemonAtReading, FailsWhenItCannotBeRun) {
 TEST_F(DaemonAtReading, IsKnownToBeOnItsWayWhileItIsLaunched) {
   installDaemon("exit 0");
   bool launching = false;
-  owner.duringWait = [&] { launching = daemonStart.launchingClamd; };
+  desktop.application.duringWait = [&] { launching = daemonStart.launchingClamd; };
   EXPECT_TRUE(preferences.readPrefs());
   EXPECT_TRUE(launching);
 }
@@ -117,7 +117,7 @@ TEST_F(PlacesOfTheSystem, TheStandardInstallationsWrapperIsTheUpdater) {
   EXPECT_EQ(umount("/usr/local"), 0);
 }
 
-TEST_F(PlacesOfTheSystem, WithoutATemporaryFolderTheScratchFoldersLieInTmp) {
+TEST_F(PlacesOfTheSystem, WithoutATemporaryFolderTheTemporaryFoldersLieInTmp) {
   desktop.folders.temporary.reset();
   ASSERT_TRUE(mountEmptyFolder("/tmp"));
   const bool usable = preferences.readPrefs();

@@ -10,7 +10,7 @@
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
 #include "tests/fakes/scanning/DirectScannerBench.h"
-#include "tests/support/FailingSystemCall.h"
+#include "tests/support/SystemCalls.h"
 
 namespace quillo {
 namespace {
@@ -205,7 +205,7 @@ TEST_F(ScannerFolders, ThatHoldStillAreScannedWholeAfterASecond) {
 }
 
 TEST_F(ScannerFolders, ThatKeepChangingHoldTheScanUntilTwoReadingsASecondApartAgree) {
-  world.clock.duringPause = [this](int number) {
+  world.clock.atSleep = [this](int number) {
     EXPECT_TRUE(world.bench.road.startedPaths().empty());
     if (number <= 3) {
       grow(std::to_string(number));
@@ -216,7 +216,7 @@ TEST_F(ScannerFolders, ThatKeepChangingHoldTheScanUntilTwoReadingsASecondApartAg
 }
 
 TEST_F(ScannerFolders, ThatVanishWhileTheyChangeAreDropped) {
-  world.clock.duringPause = [this](int number) {
+  world.clock.atSleep = [this](int number) {
     if (number == 1) {
       grow("a");
     } else {

@@ -1,14 +1,12 @@
 // What ./run shows while it builds: packaging/show-progress, and packaging/build around it.
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "posix/ChildProcess.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -64,17 +62,14 @@ TEST(ShowProgress, NamesTheTwoPartsOfPackages) {
 
 // A cmake whose building fails, in place of the real one.
 TEST(Build, ThatFailsShowsWhyAndEndsWithAnError) {
-  std::string folder = "/tmp/build-test-XXXXXX";
-  ASSERT_NE(mkdtemp(folder.data()), nullptr);
-  const std::string cmake = folder + "/cmake";
-  std::ofstream(cmake) << "#!/bin/sh\n[ \"$1\" = --build ] || exit 0\n"
-                          "echo '[1/2] Building CXX object a.o'\necho 'a.cpp:1:2: error: no'\n"
-                          "exit 1\n";
-  ASSERT_EQ(chmod(cmake.c_str(), 0755), 0);
+  const TemporaryFolder folder;
+  folder.writeProgram("cmake",
+                      "#!/bin/sh\n[ \"$1\" = --build ] || exit 0\n"
+                      "echo '[1/2] Building CXX object a.o'\necho 'a.cpp:1:2: error: no'\n"
+                      "exit 1\n");
   LaunchRequest request{QUILLO_SOURCE_DIR "/packaging/build", {"release"}};
-  request.environment = std::vector<std::string>{"PATH=" + folder + ":/usr/bin:/bin"};
+  request.environment = std::vector<std::string>{"PATH=" + folder.path() + ":/usr/bin:/bin"};
   const Shown shown = outcomeOf(request);
-  std::filesystem::remove_all(folder);
   EXPECT_EQ(shown.status, 1);
   EXPECT_NE(shown.text.find("a.cpp:1:2: error: no\n"), std::string::npos) << shown.text;
   EXPECT_NE(shown.text.find("It could not be built; the reason stands above.\n"), std::string::npos)

@@ -8,12 +8,13 @@
 #include <fstream>
 #include <future>
 #include <memory>
-#include <thread>
 #include <utility>
 
 #include "posix/ChildProcess.h"
 #include "tests/fakes/agent/WatchingAgent.h"
 #include "tests/fakes/engine/FakeClamd.h"
+#include "tests/support/Threads.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -36,11 +37,16 @@ TEST_F(WatchingAgent, QuitsAfterALaunchAlsoWhenThereIsNoThreadForItsPatience) {
   daemon.reset();
   home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
   threads.refused = {"quit"};
-  desktop.application.duringWait = [this] {
-    desktop.application.duringWait = nullptr;
-    agent().quit();
+  std::vector<State> states;
+  desktop.application.duringWait = [&] {
+    if (states.empty()) {
+      agent().quit();
+    }
+    states.push_back(state());
   };
   agent().applicationDidFinishLaunching();
+  EXPECT_EQ(states.front(), State::starting);
+  EXPECT_EQ(states.back(), State::quitting);
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
 }
 
@@ -63,7 +69,7 @@ TEST_F(WatchingAgent, QuitsADaemonThatIsOnlyBeingLaunchedOnceItCanBeTold) {
 TEST_F(WatchingAgent, StopsBeforeItQuits) {
   watch();
   FakeClamd clamd(socketPath());
-  agent().daemonStart().weLaunchedClamd = true;
+  agent().parts().daemonStart.weLaunchedClamd = true;
   agent().quit();
   EXPECT_FALSE(agent().isWatching());
   EXPECT_EQ(linesOf({ended, "trying to quit clamd"}), (Lines{ended, "trying to quit clamd"}));
@@ -117,8 +123,7 @@ TEST_F(WatchingAgent, GivesUpAlsoTheDaemonThatALauncherHasStarted) {
   };
   agent().applicationDidFinishLaunching();
   ASSERT_TRUE(loading);
-  pollfd end = {loading.get(), POLLIN, 0};
-  EXPECT_EQ(poll(&end, 1, 10000), 1);
+  EXPECT_TRUE(awaitReadable(loading.get()));
 }
 
 // An agent whose own daemon has crashed and is being launched again by a scanner.
@@ -135,13 +140,13 @@ class RecoveringAgent : public WatchingAgent {
     agent().applicationDidFinishLaunching();
     ASSERT_TRUE(helper.waitForLaunches(1));
     home.write("crashed", "");
-    recovery = std::thread([this] { ScannerLink(agent()).recoverFromCrashedClamd(); });
+    recovery.start([this] { agent().parts().scannerLink.recoverFromCrashedClamd(); });
     ASSERT_TRUE(gate.waitForLaunches(1));
     log().clear();
   }
   void TearDown() override {
-    if (recovery.joinable()) {
-      agent().engine().abandonLaunch();
+    if (recovery.areLeft()) {
+      agent().parts().clamdLink.abandonLaunch();
       recovery.join();
     }
     WatchingAgent::TearDown();
@@ -150,7 +155,7 @@ class RecoveringAgent : public WatchingAgent {
 
   // What the daemon reports to, and waits at.
   HelperProgram gate{HelperProgram::idle};
-  std::thread recovery;
+  JoinedThreads recovery;
 };
 
 TEST_F(RecoveringAgent, QuitsTheDaemonOnceItCanBeTold) {
@@ -187,7 +192,7 @@ TEST_F(RecoveringAgent, GivesUpADaemonThatNeverStartsWhenItIsToQuit) {
 
 TEST_F(RecoveringAgent, LeavesADaemonThatWasThereBeforeToItself) {
   crash();
-  agent().daemonStart().weLaunchedClamd = false;
+  agent().parts().daemonStart.weLaunchedClamd = false;
   agent().quit();
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
   EXPECT_FALSE(log().has("trying to quit clamd"));
@@ -201,8 +206,8 @@ TEST_F(RecoveringAgent, LaunchesNoDaemonOnceItIsToQuit) {
   };
   agent().quit();
   std::filesystem::remove(home.path() + "/launched");
-  agent().engine().setDaemonPaths(engine() + "/sbin/clamd", std::nullopt);
-  ScannerLink(agent()).recoverFromCrashedClamd();
+  agent().parts().clamdLink.setDaemonPaths(engine() + "/sbin/clamd", std::nullopt);
+  agent().parts().scannerLink.recoverFromCrashedClamd();
   EXPECT_FALSE(fileExists(home.path() + "/launched"));
 }
 
@@ -232,7 +237,7 @@ class ScanningAgent : public WatchingAgent {
 
 TEST_F(ScanningAgent, EndsItsOwnScannersWhateverTheirNameWhenScansAreAborted) {
   watch();
-  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  const RunningScanners::Entry running(agent().parts().runningScanners, scan);
   agent().abortScans();
   EXPECT_EQ(statusAtTheEnd(), SIGKILL);
   EXPECT_TRUE(agent().isWatching());
@@ -240,7 +245,7 @@ TEST_F(ScanningAgent, EndsItsOwnScannersWhateverTheirNameWhenScansAreAborted) {
 
 TEST_F(ScanningAgent, EndsItsScannersWhenItQuits) {
   watch();
-  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  const RunningScanners::Entry running(agent().parts().runningScanners, scan);
   desktop.distributedNotificationCenter.deliver("VantrelQuilloShouldQuit");
   EXPECT_EQ(statusAtTheEnd(), SIGKILL);
 }
@@ -248,7 +253,7 @@ TEST_F(ScanningAgent, EndsItsScannersWhenItQuits) {
 TEST_F(ScanningAgent, EndsAlsoAScannerThatBeginsWhileItQuits) {
   watch();
   agent().quit();
-  const RunningScanners::Entry running(agent().runningScanners(), scan);
+  const RunningScanners::Entry running(agent().parts().runningScanners, scan);
   EXPECT_EQ(statusAtTheEnd(), SIGKILL);
 }
 

@@ -9,13 +9,13 @@ namespace {
 TEST_F(WatchingAgent, StopsForSleepAndStartsAtWake) {
   watch();
   desktop.powerNotifications.willSleep();
-  EXPECT_FALSE(agent().isWatching());
+  EXPECT_EQ(state(), State::asleep);
   EXPECT_EQ(linesOf({stopForSleep, ended, goodNight, begun}),
             (Lines{stopForSleep, ended, goodNight}));
   desktop.preferenceStore.set("UpdateDefsOnLaunch", true);
   desktop.powerNotifications.didWake();
   ASSERT_TRUE(helper.waitForLaunches(1));
-  EXPECT_TRUE(agent().isWatching());
+  EXPECT_EQ(state(), State::watching);
   EXPECT_EQ(linesOf({goodMorning, begun}), (Lines{goodMorning, begun}));
   EXPECT_EQ(threads.count("definitions"), 0);
 }
@@ -40,7 +40,7 @@ TEST_F(WatchingAgent, StaysStoppedThroughSleepWhenTheUserStoppedIt) {
   EXPECT_EQ(log().lines(), Lines{goodNight});
   desktop.powerNotifications.didWake();
   EXPECT_EQ(log().lines(), (Lines{goodNight, goodMorning}));
-  EXPECT_FALSE(agent().isWatching());
+  EXPECT_EQ(state(), State::stopped);
 }
 
 TEST_F(WatchingAgent, StopsAndStartsForARestart) {
@@ -74,7 +74,7 @@ TEST_F(WatchingAgent, KeepsATrashSettingThroughARestart) {
   watch();
   desktop.preferenceStore.set("QuilloTrashFiles", false);
   desktop.distributedNotificationCenter.deliver("VantrelQuilloShouldRestart");
-  const auto& list = agent().scanParameters().scanAndUpdateParametersWithThrobber();
+  const auto& list = agent().parts().scanParameters.scanAndUpdateParametersWithThrobber();
   EXPECT_EQ(std::get<std::string>(list.at(2)), "--move=" + home.path() + "/.Trash");
 }
 
@@ -100,6 +100,7 @@ TEST_F(WatchingAgent, AnswersScriptsWhileTheEngineLoads) {
   std::optional<std::string> answer;
   desktop.application.duringWait = [&] {
     desktop.application.duringWait = nullptr;
+    EXPECT_EQ(state(), State::starting);
     if (desktop.scriptingKeys.answer) {
       answer = desktop.scriptingKeys.answer("restartWatchingViaAS");
     }
@@ -172,9 +173,9 @@ TEST_F(WatchingAgent, AbortsWhatWaitsAndWhateverScans) {
 }
 
 TEST_F(WatchingAgent, OpensAFolderWithTheDesktopWhereThereIsNoOpener) {
-  agent().openAndWait(home.path());
+  agent().parts().folderOpener.openAndWait(home.path());
   EXPECT_EQ(desktop.workspace.opened.size() + (fileExists("/usr/bin/open") ? 1U : 0U), 1U);
-  agent().open(home.path());
+  agent().parts().folderOpener.open(home.path());
   EXPECT_EQ(desktop.workspace.opened.size() + (fileExists("/usr/bin/open") ? 2U : 0U), 2U);
 }
 

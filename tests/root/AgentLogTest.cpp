@@ -6,10 +6,10 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
-#include <thread>
 
 #include "tests/root/support/agent/GuardedHome.h"
 #include "tests/root/support/world/SystemLogListener.h"
+#include "tests/support/Threads.h"
 
 namespace quillo::tests {
 namespace {
@@ -51,7 +51,7 @@ class ReadSystemLog {
   std::mutex lock_;
   std::condition_variable changed_;
   std::string all_ = "\n";
-  std::thread reader_;
+  JoinedThreads reader_;
 };
 
 // The system log is there before the agent, which is sent to a display that is not there.

@@ -27,7 +27,7 @@ class Mounted {
 
  protected:
   const std::string point_;
-  const TemporaryFolder folder_;
+  const FolderOfMounts folder_;
 };
 
 class MountedOverlay final : public Mounted {

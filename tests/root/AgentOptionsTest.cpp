@@ -6,6 +6,7 @@
 #include <sstream>
 #include <string>
 
+#include "posix/Version.h"
 #include "tests/root/support/agent/GuardedHome.h"
 #include "tests/root/support/world/FilesAndMounts.h"
 
@@ -47,7 +48,7 @@ TEST_F(AgentOptions, SayHowItIsUsedWithoutADesktop) {
 TEST_F(AgentOptions, SayTheVersionThatIsBuilt) {
   const Outcome outcome = called({"--version"});
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.output, "vantrel-quillo " QUILLO_VERSION "\n");
+  EXPECT_EQ(outcome.output, std::string("vantrel-quillo ") + projectVersion + "\n");
 }
 
 TEST_F(AgentOptions, AreAnsweredBesideAnAgentThatRuns) {

@@ -10,14 +10,14 @@
 
 #include <filesystem>
 
-#include "clamav/Accounts.h"
 #include "clamav/ControlSocket.h"
 #include "clamav/Daemons.h"
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
 #include "tests/root/support/agent/GuardedHome.h"
 #include "tests/root/support/world/FilesAndMounts.h"
-#include "tests/root/support/world/StandInProcess.h"
+#include "tests/support/StandInProcess.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -79,8 +79,7 @@ class UsersClamd {
   }
   std::string socket() const { return folder_ + "/clamd.ctl"; }
   bool waitForEnd(int milliseconds) const {
-    pollfd end = {handle_.get(), POLLIN, 0};
-    return poll(&end, 1, milliseconds) == 1;
+    return awaitReadable(handle_.get(), std::chrono::milliseconds(milliseconds));
   }
 
  private:
@@ -91,7 +90,8 @@ class UsersClamd {
 
 TEST(AgentStrangers, RunNothingThroughTheProcessList) {
   const OthersFolder evil("/tmp/evil", stranger);
-  const StandInProcess process(stranger, "/bin/cat", {evil.at("clamd") + " -c " + evil.at("conf")});
+  const StandInProcess process({evil.at("clamd") + " -c " + evil.at("conf")},
+                               {"/bin/cat", stranger});
   GuardedHome home;
   home.startAndAwaitWatching();
   EXPECT_TRUE(home.logHas("clamd launched successfully.  Continuing..."));
@@ -102,8 +102,8 @@ TEST(AgentStrangers, RunNothingThroughTheProcessList) {
 TEST(AgentStrangers, RunNothingAlsoWhereTheDaemonHasToBeRecovered) {
   const OthersFolder evil("/tmp/evil", GuardedHome::user);
   // A process of the user's own may name what others can write.
-  const StandInProcess process(GuardedHome::user, "/bin/cat",
-                               {evil.at("clamd") + " -c " + evil.at("conf")});
+  const StandInProcess process({evil.at("clamd") + " -c " + evil.at("conf")},
+                               {"/bin/cat", GuardedHome::user});
   GuardedHome home;
   home.startAndAwaitWatching();
   EXPECT_TRUE(home.logHas(home.saveInfected("bad.com") + found));
@@ -115,7 +115,7 @@ TEST(AgentStrangers, AreNoDaemonsAlsoWithASetUserIdProgram) {
   fs::copy_file("/bin/cat", "/tmp/set-user-id");
   check(chmod("/tmp/set-user-id", 04755), "chmod");
   {
-    const StandInProcess process(stranger, "/tmp/set-user-id", {"/clamd"});
+    const StandInProcess process({"/clamd"}, {"/tmp/set-user-id", stranger});
     EXPECT_FALSE(findRunningDaemon().has_value());
   }
   fs::remove("/tmp/set-user-id");

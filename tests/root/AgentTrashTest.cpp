@@ -7,7 +7,6 @@
 #include <filesystem>
 
 #include "tests/root/support/agent/GuardedHome.h"
-#include "tests/root/support/agent/NamedUser.h"
 #include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {

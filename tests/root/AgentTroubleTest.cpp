@@ -11,6 +11,7 @@
 
 #include "tests/root/support/agent/GuardedHome.h"
 #include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -143,16 +144,12 @@ TEST(AgentTrouble, GuardsOnWithALogThatCannotBeOpened) {
   home.start();
   const std::string moved = home.home() + "/Quarantine/bad.com";
   // The lines go where they went before.
-  const auto told = [] { return readFile("/tmp/guarded/output"); };
-  pollfd nothing{-1, 0, 0};
-  for (int tries = 0; tries < 2000 && told().find("Noticed: ") == std::string::npos; ++tries) {
+  const auto output = [] { return readFile("/tmp/guarded/output"); };
+  EXPECT_TRUE(awaitThat([&] {
     home.saveInfected("bad.com");
-    poll(&nothing, 1, 10);
-  }
-  for (int tries = 0; tries < 2000 && !std::filesystem::exists(moved); ++tries) {
-    poll(&nothing, 1, 10);
-  }
-  EXPECT_TRUE(std::filesystem::exists(moved)) << readFile("/tmp/guarded/output");
+    return output().find("Noticed: ") != std::string::npos;
+  }));
+  EXPECT_TRUE(awaitThat([&] { return std::filesystem::exists(moved); })) << output();
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,48 +16,43 @@
 #include "posix/Text.h"
 #include "tests/root/support/engine/WrapperOnClamd.h"
 #include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/LocalSocket.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 using tests::eicar;
 
-constexpr uid_t ordinaryUser = 61234;
-
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-class FrontOnSlowClamd : public WrapperOnClamd {
+class WrapperOnSlowClamd : public WrapperOnClamd {
  protected:
   // So large that the daemon takes much longer for it than it lets a session be silent.
   std::string slow(const std::string& name, off_t megabytes = 300) {
-    const std::string path = files.file(name, eicar());
+    const std::string path = files.write(name, eicar());
     EXPECT_EQ(truncate(path.c_str(), megabytes * 1024 * 1024), 0);
     return path;
   }
   std::string log() const {
-    return ScratchFolder::read(deletingLastPathComponent(daemon->configuration()) + "/log");
+    return TemporaryFolder::read(deletingLastPathComponent(daemon->configuration()) + "/log");
   }
   static constexpr const char* impatient =
       "MaxFileSize 1000M\nMaxScanSize 1000M\nMaxThreads 2\nCommandReadTimeout 1\nReadTimeout 1\n"
       "IdleTimeout 1\nSendBufTimeout 200\n";
 };
 
-TEST_F(FrontOnSlowClamd, KeepsItsSessionOverScansThatOutlastEveryTimeOut) {
+TEST_F(WrapperOnSlowClamd, KeepsItsSessionOverScansThatOutlastEveryTimeOut) {
   startDaemon(impatient);
   const std::vector<std::string> paths = {slow("a"), slow("b"), slow("c")};
   EXPECT_EQ(scan(paths), found(paths[0]) + found(paths[1]) + found(paths[2]));
   EXPECT_FALSE(has(log(), "TIMED OUT")) << log();
 }
 
-TEST_F(FrontOnSlowClamd, ScansOnOverAReload) {
+TEST_F(WrapperOnSlowClamd, ScansOnOverAReload) {
   for (const char* way :
        {"ConcurrentDatabaseReload yes\n", "ConcurrentDatabaseReload no\nIdleTimeout 1\n"}) {
     startDaemon(way);
     std::vector<std::string> paths;
     for (int i = 0; i < 3000; ++i) {
-      paths.push_back(files.file("f" + std::to_string(i), i % 500 == 0 ? eicar() : "text"));
+      paths.push_back(files.write("f" + std::to_string(i), i % 500 == 0 ? eicar() : "text"));
     }
     bool reloaded = false;
     const std::string output = run({"--multiscan", listOf(paths)}, [&](std::string_view) {
@@ -77,7 +71,7 @@ TEST_F(WrapperOnClamd, LeavesNoneOfFiftyOutThatADyingDaemonHad) {
   startDaemon("MaxThreads 50\n");
   std::vector<std::string> paths;
   for (int i = 0; i < 3000; ++i) {
-    paths.push_back(files.file("f" + std::to_string(i)));
+    paths.push_back(files.write("f" + std::to_string(i)));
   }
   const std::string output = run({"--multiscan", listOf(paths)}, [&](std::string_view) {
     daemon->send(SIGKILL);
@@ -103,12 +97,7 @@ class Stranger {
     tests::check(pipe2(ends, O_CLOEXEC), "pipe");
     got_.reset(ends[0]);
     const UniqueFd told(ends[1]);
-    const UniqueFd listener(tests::check(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket"));
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    tests::check(bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
-                 "bind " + path);
+    const UniqueFd listener = bindTo(path);
     tests::check(chmod(path.c_str(), 0666), "chmod " + path);
     process_ = tests::check(fork(), "fork");
     if (process_ == 0) {
@@ -146,11 +135,11 @@ class Stranger {
 };
 
 TEST_F(WrapperOnClamd, SendsNothingToAListenerOfAnotherUser) {
-  const std::string path = files.file("mine", eicar(), 0600);
+  const std::string path = files.write("mine", eicar(), 0600);
   ASSERT_EQ(chown(path.c_str(), ordinaryUser, ordinaryUser), 0);
   user = ordinaryUser;
   Stranger stranger(tree.at("socket"));
-  tree.file("etc/clamd.conf", "LocalSocket " + tree.at("socket") + "\n");
+  tree.write("etc/clamd.conf", "LocalSocket " + tree.at("socket") + "\n");
   const std::string reason = "a program of user " + std::to_string(ordinaryUser + 1) + " listens\n";
   EXPECT_EQ(scan({path}), "ERROR: Could not connect to clamd on LocalSocket " + tree.at("socket") +
                               ": " + reason + path +
@@ -160,4 +149,4 @@ TEST_F(WrapperOnClamd, SendsNothingToAListenerOfAnotherUser) {
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -10,57 +10,51 @@
 #include "tests/root/support/engine/WrapperOnClamd.h"
 #include "tests/root/support/world/FilesAndMounts.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 using tests::eicar;
 
-constexpr uid_t ordinaryUser = 61234;
-
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 TEST_F(WrapperOnClamd, MovesIntoAFolderThatItMakes) {
   startDaemon();
-  const std::string infected = files.file("infected", eicar());
+  const std::string infected = files.write("infected", eicar());
   const std::string quarantine = tree.at("new/quarantine");
   EXPECT_EQ(scan({infected}, {"--move=" + quarantine}),
             found(infected) + infected + ": moved to '" + quarantine + "/infected'\n");
-  EXPECT_FALSE(ScratchFolder::exists(infected));
-  EXPECT_EQ(ScratchFolder::read(quarantine + "/infected"), eicar());
+  EXPECT_FALSE(TemporaryFolder::exists(infected));
+  EXPECT_EQ(TemporaryFolder::read(quarantine + "/infected"), eicar());
 }
 
 TEST_F(WrapperOnClamd, MovesOutOfAFolder) {
   startDaemon();
-  files.file("a/infected", eicar());
-  files.file("b/infected", eicar());
+  files.write("a/infected", eicar());
+  files.write("b/infected", eicar());
   const std::string quarantine = tree.makeFolder("q");
   const std::string output = scan({files.path()}, {"--multiscan", "--move=" + quarantine});
   EXPECT_TRUE(has(output, "moved to '" + quarantine + "/infected'\n")) << output;
   EXPECT_TRUE(has(output, "moved to '" + quarantine + "/infected.001'\n")) << output;
-  EXPECT_FALSE(ScratchFolder::exists(files.at("a/infected")));
-  EXPECT_FALSE(ScratchFolder::exists(files.at("b/infected")));
+  EXPECT_FALSE(TemporaryFolder::exists(files.at("a/infected")));
+  EXPECT_FALSE(TemporaryFolder::exists(files.at("b/infected")));
 }
 
 TEST_F(WrapperOnClamd, ScansWithoutMovingWhenTheMoveFolderIsUnusable) {
   startDaemon();
   user = ordinaryUser;
-  const std::string infected = files.file("infected", eicar());
-  for (const std::string& folder : {std::string(), files.file("file"), tree.makeFolder("others"),
+  const std::string infected = files.write("infected", eicar());
+  for (const std::string& folder : {std::string(), files.write("file"), tree.makeFolder("others"),
                                     files.at("new"), std::string("/proc/none")}) {
     const std::string output = scan({infected}, {"--move=" + folder});
     EXPECT_EQ(output.rfind("ERROR: --move=" + folder + ": ", 0), 0U) << output;
     EXPECT_TRUE(has(output, "; infected files stay where they are\n" + found(infected))) << output;
     EXPECT_EQ(status, 1);
   }
-  EXPECT_TRUE(ScratchFolder::exists(infected));
+  EXPECT_TRUE(TemporaryFolder::exists(infected));
 }
 
 TEST_F(WrapperOnClamd, MovesNothingIntoAFolderOfOthers) {
   startDaemon();
   user = ordinaryUser;
-  const std::string infected = files.file("infected", eicar());
+  const std::string infected = files.write("infected", eicar());
   ASSERT_EQ(chown(files.path().c_str(), user, user), 0);
   const std::string theirs = tree.makeFolder("theirs");
   const std::string open = tree.makeFolder("open");
@@ -72,13 +66,13 @@ TEST_F(WrapperOnClamd, MovesNothingIntoAFolderOfOthers) {
                                                           "; infected files stay where they are\n" +
                                                           found(infected));
   }
-  EXPECT_TRUE(ScratchFolder::exists(infected));
+  EXPECT_TRUE(TemporaryFolder::exists(infected));
 }
 
 TEST_F(WrapperOnClamd, TakesTheRightToRunWhatItMovesOutOfAFolder) {
   startDaemon();
   user = ordinaryUser;
-  const std::string infected = files.file("deep/infected", eicar());
+  const std::string infected = files.write("deep/infected", eicar());
   for (const std::string& path : {infected, files.at("deep"), files.path()}) {
     ASSERT_EQ(chown(path.c_str(), user, user), 0);
   }
@@ -97,25 +91,25 @@ TEST_F(WrapperOnClamd, SaysThatAFileCouldNotBeMoved) {
   user = ordinaryUser;
   const std::string quarantine = tree.makeFolder("q");
   ASSERT_EQ(chown(quarantine.c_str(), user, user), 0);
-  const std::string infected = files.file("infected", eicar());
+  const std::string infected = files.write("infected", eicar());
   EXPECT_EQ(scan({infected}, {"--move=" + quarantine}),
             found(infected) + infected + ": not moved: permission denied\n");
-  EXPECT_TRUE(ScratchFolder::exists(infected));
+  EXPECT_TRUE(TemporaryFolder::exists(infected));
 }
 
 TEST_F(WrapperOnClamd, SaysWhatBecameOfALinksTarget) {
   startDaemon();
-  const std::string target = files.file("target", eicar());
+  const std::string target = files.write("target", eicar());
   const std::string link = files.link("link", "target");
   const std::string quarantine = tree.makeFolder("q");
   EXPECT_EQ(scan({link}, {"--move=" + quarantine}),
             found(link) + link + ": '" + target + "' moved to '" + quarantine + "/target'\n");
-  EXPECT_FALSE(ScratchFolder::exists(target));
+  EXPECT_FALSE(TemporaryFolder::exists(target));
 }
 
 TEST_F(WrapperOnClamd, SaysThatOtherNamesOfAMovedFileRemain) {
   startDaemon();
-  const std::string infected = files.file("infected", eicar());
+  const std::string infected = files.write("infected", eicar());
   ASSERT_EQ(link(infected.c_str(), files.at("other").c_str()), 0);
   const std::string output = scan({infected}, {"--move=" + tree.makeFolder("q")});
   EXPECT_TRUE(has(output, infected + ": the infected file still has 1 other name (hard links)\n"));
@@ -125,11 +119,11 @@ TEST_F(WrapperOnClamd, MovesAcrossFileSystems) {
   startDaemon();
   const std::string quarantine = tree.makeFolder("q");
   tests::mountTmpfs(quarantine);
-  const std::string infected = files.file("infected", eicar());
+  const std::string infected = files.write("infected", eicar());
   const std::string output = scan({infected}, {"--move=" + quarantine});
   EXPECT_EQ(output, found(infected) + infected + ": moved to '" + quarantine + "/infected'\n");
-  EXPECT_EQ(ScratchFolder::read(quarantine + "/infected"), eicar());
-  EXPECT_FALSE(ScratchFolder::exists(infected));
+  EXPECT_EQ(TemporaryFolder::read(quarantine + "/infected"), eicar());
+  EXPECT_FALSE(TemporaryFolder::exists(infected));
   struct stat moved = {};
   ASSERT_EQ(stat((quarantine + "/infected").c_str(), &moved), 0);
   EXPECT_EQ(moved.st_mode & 07777U, 0600U);
@@ -138,13 +132,13 @@ TEST_F(WrapperOnClamd, MovesAcrossFileSystems) {
 
 TEST_F(WrapperOnClamd, MovesAFileWithAnAwkwardPath) {
   startDaemon();
-  const std::string infected = files.file("two\nlines", eicar());
+  const std::string infected = files.write("two\nlines", eicar());
   const std::string quarantine = tree.makeFolder("q");
   const std::string shown = files.at("two\\x0Alines");
   EXPECT_EQ(run({"--move=" + quarantine, infected}),
             found(shown) + shown + ": moved to '" + quarantine + "/two\\x0Alines'\n");
-  EXPECT_FALSE(ScratchFolder::exists(infected));
+  EXPECT_FALSE(TemporaryFolder::exists(infected));
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

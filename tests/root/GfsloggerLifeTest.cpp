@@ -13,8 +13,9 @@
 #include <filesystem>
 #include <string>
 
+#include "posix/UniqueFd.h"
 #include "tests/root/support/helper/HelperFixture.h"
-#include "tests/root/support/world/ProcessFacts.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -23,12 +24,8 @@ using GfsloggerLife = HelperFixture;
 
 // Whether the process ends before the deadline.
 bool ends(pid_t process) {
-  const int fd = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
-  if (fd < 0) return errno == ESRCH;
-  pollfd waiting{fd, POLLIN, 0};
-  const bool ended = poll(&waiting, 1, std::chrono::milliseconds(deadline).count()) == 1;
-  close(fd);
-  return ended;
+  const UniqueFd handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+  return handle ? awaitReadable(handle.get()) : errno == ESRCH;
 }
 
 std::string only(const std::vector<std::string>& lines) {
@@ -77,7 +74,7 @@ TEST_F(GfsloggerLife, SaysThatANosuidMountHindersIt) {
 
 TEST_F(GfsloggerLife, RefusesArgumentsWithStatus2) {
   StandInAgent::Options how = options();
-  how.arguments = {"--help"};
+  how.arguments = {"--help", "--version"};
   StandInAgent agent(how);
   expectFailure(agent, 2, "takes no arguments");
 }

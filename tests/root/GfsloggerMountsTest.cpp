@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/root/support/helper/HelperFixture.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -21,12 +22,12 @@ void bindMount(const std::string& from, const std::string& to) {
 
 // The helper may hold a folder for as long as it looks something up there, and no longer.
 bool canBeUnmounted(const std::string& point) {
-  const auto until = std::chrono::steady_clock::now() + deadline;
-  while (umount(point.c_str()) != 0) {
-    if (errno != EBUSY || std::chrono::steady_clock::now() > until) return false;
-    poll(nullptr, 0, 5);
-  }
-  return true;
+  int outcome = -1;
+  awaitThat([&] {
+    outcome = umount(point.c_str());
+    return outcome == 0 || errno != EBUSY;
+  });
+  return outcome == 0;
 }
 
 void openToAll(const std::string& folder) { check(chmod(folder.c_str(), 0777), folder); }

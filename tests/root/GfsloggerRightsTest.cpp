@@ -16,7 +16,6 @@
 #include <string>
 
 #include "tests/root/support/helper/HelperFixture.h"
-#include "tests/root/support/world/ProcessFacts.h"
 
 namespace quillo::tests {
 namespace {

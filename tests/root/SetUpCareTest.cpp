@@ -10,6 +10,7 @@
 
 #include "tests/root/support/agent/SetUpFixture.h"
 #include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -175,9 +176,7 @@ TEST_F(SetUpCare, EndsAnUpdateThatGoesOn) {
       "#!/bin/sh\nmkfifo ~/update/wait\necho >~/update/runs\nread nothing <~/update/wait\n");
   shell("chmod +x ~/update/freshclam; exec nohup setsid -f ~/update/freshclam --config-file=" +
         engine() + "/etc/freshclam.conf </dev/null >/dev/null 2>&1");
-  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (!fs::exists(inHome("update/runs")) && std::chrono::steady_clock::now() < until) {
-  }
+  EXPECT_TRUE(awaitThat([&] { return fs::exists(inHome("update/runs")); }));
   EXPECT_EQ(shell("pgrep -x freshclam").status, 0);
   world.remove();
   EXPECT_EQ(shell("pgrep -x freshclam").status, 1);

@@ -8,6 +8,7 @@
 
 #include "tests/root/support/agent/SetUpFixture.h"
 #include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -169,11 +170,9 @@ class SetUpBeside : public SetUp, public testing::WithParamInterface<Neighbour> 
                                          "WatchSubdirs = true\n");
     world.asUser({"/bin/sh", "-c",
                   "exec nohup setsid -f " + neighboursProgram() + " </dev/null >~/output 2>&1"});
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (agentsProgram() != neighboursProgram()) {
-      ASSERT_LT(std::chrono::steady_clock::now(), until)
-          << contentsOfFile(inHome("output")).value_or("") << contentsOfFile(log()).value_or("");
-    }
+    ASSERT_TRUE(awaitThat([this] { return agentsProgram() == neighboursProgram(); },
+                          std::chrono::seconds(30)))
+        << contentsOfFile(inHome("output")).value_or("") << contentsOfFile(log()).value_or("");
   }
 };
 

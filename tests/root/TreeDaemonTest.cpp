@@ -10,16 +10,14 @@
 #include <filesystem>
 #include <future>
 
-#include "clamav/Accounts.h"
+#include "clamav/ControlSocket.h"
 #include "clamav/ScanLimits.h"
 #include "posix/UniqueFd.h"
 #include "tests/root/support/engine/TreeOnMachine.h"
-#include "tests/root/support/world/StandInProcess.h"
+#include "tests/support/StandInProcess.h"
 
 namespace quillo {
 namespace {
-
-using tests::StandInProcess;
 
 struct stat statusOf(const std::string& file) {
   struct stat status = {};
@@ -174,7 +172,7 @@ TEST_F(TreeOnMachine, IsServedByNoProcessThatAStrangerCallsTheMachinesDaemon) {
   const std::string imposter = path("clamd");
   std::filesystem::copy_file("/bin/cat", imposter);
   ASSERT_EQ(chmod(imposter.c_str(), 04755), 0);
-  const StandInProcess process(otherUser, imposter, {"/usr/sbin/clamd"});
+  const StandInProcess process({"/usr/sbin/clamd"}, {imposter, otherUser});
   const std::string root = path("61234/tree");
   ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
   EXPECT_NE(socketOf(root), path("nobody"));

@@ -5,15 +5,14 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <thread>
 
 #include "tests/root/support/engine/MirrorServer.h"
 #include "tests/root/support/engine/TreeOnMachine.h"
+#include "tests/support/Threads.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
-
-using std::chrono::steady_clock;
 
 // No server but the test's is asked: the only mirror is a closed port of this machine, and nothing
 // is wanted of it.
@@ -56,10 +55,9 @@ class TreeUpdates : public TreeOnMachine {
     EXPECT_EQ(updated.status, 1) << updated.output;
     EXPECT_NE(updated.output.find("Clamd successfully notified"), std::string::npos)
         << updated.output;
-    const auto deadline = steady_clock::now() + std::chrono::seconds(15);
-    while (scan(user, root, otherFile()).status != 1 && steady_clock::now() < deadline) {
-    }
-    EXPECT_LT(steady_clock::now(), deadline) << "nothing was scanned for too long";
+    EXPECT_TRUE(awaitThat([&] { return scan(user, root, otherFile()).status == 1; },
+                          std::chrono::seconds(15)))
+        << "nothing was scanned for too long";
     EXPECT_EQ(scan(user, root, otherFile()).status, 1);
     EXPECT_EQ(scan(user, root, eicarFile()).status, 1);
     EXPECT_TRUE(std::filesystem::exists(path(std::to_string(user)) + "/update.log"));
@@ -88,14 +86,13 @@ TEST_F(TreeUpdates, ThatComeTogetherAreMadeOneAfterTheOther) {
   Outcome first;
   Outcome second;
   std::atomic<bool> secondEnded = false;
-  std::thread one([&] { first = update(ordinaryUser, root, true); });
+  JoinedThreads one([&] { first = update(ordinaryUser, root, true); });
   EXPECT_TRUE(mirror.awaitRequests(1));
-  std::thread two([&] {
+  JoinedThreads two([&] {
     second = update(ordinaryUser, root, true);
     secondEnded = true;
   });
-  while (!secondEnded && !somebodyWaitsForALock()) {
-  }
+  EXPECT_TRUE(awaitThat([&] { return secondEnded || somebodyWaitsForALock(); }));
   mirror.release();
   one.join();
   two.join();

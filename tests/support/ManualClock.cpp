@@ -1,21 +1,29 @@
 #include "tests/support/ManualClock.h"
 
+#include <algorithm>
 #include <utility>
-#include <vector>
+
+#include "tests/support/Waiting.h"
 
 namespace quillo {
+namespace {
+
+using std::chrono::system_clock;
+
+// 2026-01-02 03:04:05 UTC, when every test begins.
+system_clock::time_point wallTimeAfter(Clock::Duration length) {
+  return system_clock::time_point(std::chrono::seconds(1767323045)) +
+         std::chrono::duration_cast<system_clock::duration>(length);
+}
+
+}  // namespace
 
 Clock::Duration ManualClock::now() {
   std::lock_guard hold(mutex_);
   return now_;
 }
 
-std::chrono::system_clock::time_point ManualClock::wallTime() {
-  std::lock_guard hold(mutex_);
-  // 2026-01-02 03:04:05 UTC.
-  return std::chrono::system_clock::time_point(std::chrono::seconds(1767323045)) +
-         std::chrono::duration_cast<std::chrono::system_clock::duration>(now_);
-}
+system_clock::time_point ManualClock::wallTime() { return wallTimeAfter(now()); }
 
 void ManualClock::sleepFor(Duration length) {
   {
@@ -84,17 +92,34 @@ void ManualClock::advance(Duration length) {
 }
 
 bool ManualClock::waitUntilParked(int count) {
-  std::unique_lock hold(mutex_);
-  return changed_.wait_for(hold, std::chrono::seconds(10), [this, count] {
-    int waiting = 0;
-    for (const Parked& thread : parked_) {
-      waiting += thread.woken ? 0 : 1;
-    }
-    for (const Duration deadline : sleepers_) {
-      waiting += deadline > now_ ? 1 : 0;
-    }
-    return waiting >= count;
+  return await([this, count] { return parkedLocked() >= count; });
+}
+
+bool ManualClock::waitUntilParkedAnd(const std::function<bool()>& holds) {
+  return await([&] { return parkedLocked() > 0 && holds(); });
+}
+
+bool ManualClock::waitUntilSleeping() {
+  return await([this] {
+    return std::any_of(sleepers_.begin(), sleepers_.end(),
+                       [this](Duration deadline) { return deadline > now_; });
   });
+}
+
+bool ManualClock::await(const std::function<bool()>& holds) {
+  std::unique_lock hold(mutex_);
+  return changed_.wait_for(hold, longestWait, holds);
+}
+
+int ManualClock::parkedLocked() const {
+  int waiting = 0;
+  for (const Parked& thread : parked_) {
+    waiting += thread.woken ? 0 : 1;
+  }
+  for (const Duration deadline : sleepers_) {
+    waiting += deadline > now_ ? 1 : 0;
+  }
+  return waiting;
 }
 
 int ManualClock::parked() {
@@ -115,6 +140,17 @@ void ManualClock::setSleepsPassAtOnce(bool atOnce) {
 Clock::Duration ManualClock::slept() {
   std::lock_guard hold(mutex_);
   return slept_;
+}
+
+system_clock::time_point PassingClock::wallTime() { return wallTimeAfter(now_); }
+
+void PassingClock::sleepFor(Duration length) {
+  advance(length);
+  slept += length;
+  ++sleeps;
+  if (atSleep) {
+    atSleep(sleeps);
+  }
 }
 
 }  // namespace quillo

@@ -21,8 +21,13 @@ class ManualClock final : public Clock {
 
   // Lets that much time pass and wakes whoever was parked until then.
   void advance(Duration length);
-  // Blocks until `count` threads are parked; false after ten real seconds without.
+  // Blocks until `count` threads are parked. Both return false when it does not come to that in
+  // time.
   bool waitUntilParked(int count);
+  // Blocks until `holds`, which must not ask this clock: it looks whenever a thread is parked.
+  bool waitUntilParkedAnd(const std::function<bool()>& holds);
+  // Blocks until a thread sleeps.
+  bool waitUntilSleeping();
   int parked();
 
   // Called once, by the next thread that is about to wait on a condition, before it is parked and
@@ -34,6 +39,9 @@ class ManualClock final : public Clock {
   Duration slept();
 
  private:
+  bool await(const std::function<bool()>& holds);
+  int parkedLocked() const;
+
   struct Parked {
     Duration deadline;
     std::condition_variable* variable;
@@ -50,6 +58,28 @@ class ManualClock final : public Clock {
   std::condition_variable timePassed_;
   std::list<Duration> sleepers_;
   std::function<void(std::unique_lock<std::mutex>&)> hook_;
+};
+
+// Time that passes at once, for tests of one thread: who sleeps or waits on it goes on when that
+// much time has gone by.
+class PassingClock : public Clock {
+ public:
+  void advance(Duration length) { now_ += length; }
+  Duration now() override { return now_; }
+  std::chrono::system_clock::time_point wallTime() override;
+  void sleepFor(Duration length) override;
+  void waitOn(std::condition_variable&, std::unique_lock<std::mutex>&, Duration bound) override {
+    advance(bound);
+  }
+
+  // The total length of all sleeps so far.
+  Duration slept{0};
+  int sleeps = 0;
+  // Called at each sleep, with their number so far.
+  std::function<void(int number)> atSleep;
+
+ private:
+  Duration now_{0};
 };
 
 }  // namespace quillo

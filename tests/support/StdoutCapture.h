@@ -2,13 +2,29 @@
 
 #include <string>
 
+#include "posix/UniqueFd.h"
+
 namespace quillo {
+
+// Restores where standard output and error went before, when the object goes.
+class RestoredOutput {
+ public:
+  RestoredOutput();
+  ~RestoredOutput() { restore(); }
+  RestoredOutput(const RestoredOutput&) = delete;
+  RestoredOutput& operator=(const RestoredOutput&) = delete;
+
+  void restore();
+
+ private:
+  const UniqueFd output_;
+  const UniqueFd error_;
+};
 
 // Standard output and error of this process, caught in a file for as long as the object lives.
 class StdoutCapture {
  public:
   StdoutCapture();
-  ~StdoutCapture();
   StdoutCapture(const StdoutCapture&) = delete;
   StdoutCapture& operator=(const StdoutCapture&) = delete;
 
@@ -18,9 +34,8 @@ class StdoutCapture {
   std::string written() const;
 
  private:
-  int savedStdout_;
-  int savedStderr_;
-  int file_;
+  const UniqueFd file_;
+  RestoredOutput saved_;
 };
 
 }  // namespace quillo

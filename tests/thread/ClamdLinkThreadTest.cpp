@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <thread>
 
 #include "engine/ClamdLink.h"
 #include "tests/fakes/agent/FakeClamdLinkOwner.h"
@@ -34,7 +33,7 @@ class ClamdLinkThreads : public testing::Test {
   // What the question gives that a silent daemon is asked, once the patience with it is over.
   bool aliveAfterPatience() {
     bool alive = false;
-    std::thread caller([&] { alive = link.clamdStillAlive(); });
+    JoinedThreads caller([&] { alive = link.clamdStillAlive(); });
     EXPECT_TRUE(clock.waitUntilParked(1));
     clock.advance(ClamdLink::longestAnswer);
     caller.join();
@@ -44,6 +43,7 @@ class ClamdLinkThreads : public testing::Test {
 
   TemporaryFolder folder;
   ManualClock clock;
+  FakeApplication application;
   FakeLocalizedStrings strings;
   FakeSystemLog log;
   JoinedThreads threads;
@@ -51,14 +51,14 @@ class ClamdLinkThreads : public testing::Test {
   std::unique_ptr<FakeClamd> daemon;
   std::unique_ptr<StoppedClamd> stopped;
   ClamdLink link{owner,
-                 {clock, strings, log, threads, [] { return std::nullopt; },
+                 {application, clock, strings, owner, log, threads, [] { return std::nullopt; },
                   [](pid_t, const std::string&) { return true; }}};
 };
 
 TEST_F(ClamdLinkThreads, TakesAStoppedDaemonForGoneAfterThirtySeconds) {
   stopped = std::make_unique<StoppedClamd>(socketPath());
   bool alive = true;
-  std::thread caller([&] { alive = link.clamdStillAlive(); });
+  JoinedThreads caller([&] { alive = link.clamdStillAlive(); });
   ASSERT_TRUE(clock.waitUntilParked(1));
   clock.advance(std::chrono::seconds(29));
   EXPECT_EQ(clock.parked(), 1);
@@ -92,7 +92,7 @@ TEST_F(ClamdLinkThreads, AsksAnewOnceAnOldQuestionIsAnswered) {
 
 TEST_F(ClamdLinkThreads, DoesNotWaitForASilentDaemonToQuitForLongerThanThirtySeconds) {
   daemon = std::make_unique<FakeClamd>(socketPath(), Behaviour::staysSilent);
-  std::thread caller([&] { link.quitClamd(); });
+  JoinedThreads caller([&] { link.quitClamd(); });
   ASSERT_TRUE(clock.waitUntilParked(1));
   clock.advance(ClamdLink::longestAnswer);
   caller.join();
@@ -108,14 +108,12 @@ TEST_F(ClamdLinkThreads, HearsAnAnswerWithoutLettingTimePass) {
 
 TEST_F(ClamdLinkThreads, PingsOfSeveralThreadsAreAllAnswered) {
   daemon = std::make_unique<FakeClamd>(socketPath());
-  std::vector<std::thread> callers;
+  JoinedThreads callers;
   std::atomic<int> alive{0};
   for (int i = 0; i < 8; ++i) {
-    callers.emplace_back([&] { alive += link.clamdStillAlive() ? 1 : 0; });
+    callers.start([&] { alive += link.clamdStillAlive() ? 1 : 0; });
   }
-  for (std::thread& caller : callers) {
-    caller.join();
-  }
+  callers.join();
   EXPECT_EQ(alive, 8);
   EXPECT_GE(daemon->visits(1).size(), 1U);
 }
@@ -123,29 +121,25 @@ TEST_F(ClamdLinkThreads, PingsOfSeveralThreadsAreAllAnswered) {
 TEST_F(ClamdLinkThreads, RelaunchesAnUnreachableDaemonOnceForSeveralCallers) {
   StdoutCapture quiet;
   owner.duringWait = [this] { daemon = std::make_unique<FakeClamd>(socketPath()); };
-  std::vector<std::thread> callers;
+  JoinedThreads callers;
   for (int i = 0; i < 4; ++i) {
-    callers.emplace_back([this] { link.recoverUnreachableClamd(); });
+    callers.start([this] { link.recoverUnreachableClamd(); });
   }
-  for (std::thread& caller : callers) {
-    caller.join();
-  }
+  callers.join();
   EXPECT_EQ(owner.calls(), std::vector<std::string>{"wait"});
 }
 
 TEST_F(ClamdLinkThreads, RelaunchesACrashedDaemonForEveryCaller) {
-  std::vector<std::thread> callers;
+  JoinedThreads callers;
   for (int i = 0; i < 3; ++i) {
-    callers.emplace_back([this] { link.recoverFromCrashedClamd(); });
+    callers.start([this] { link.recoverFromCrashedClamd(); });
   }
-  for (std::thread& caller : callers) {
-    caller.join();
-  }
+  callers.join();
   EXPECT_EQ(owner.calls(), (std::vector<std::string>{"wait", "wait", "wait"}));
 }
 
 TEST_F(ClamdLinkThreads, PathsMayBeDroppedWhileTheyAreAskedFor) {
-  std::thread writer([this] {
+  JoinedThreads writer([this] {
     for (int i = 0; i < 200; ++i) {
       link.setDaemonPaths("/a", "/a.conf");
       link.setDaemonPaths(std::nullopt, std::nullopt);

@@ -7,7 +7,8 @@
 
 #include "scanning/Dispatcher.h"
 #include "tests/fakes/scanning/ScannerBench.h"
-#include "tests/support/LoopThread.h"
+#include "tests/support/Threads.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -41,26 +42,9 @@ class DispatcherThread : public testing::Test {
   }
   // Lets seconds pass until that many paths were scanned; false after half a minute without.
   bool passTimeUntilScanned(std::size_t count) {
-    const auto deadline = std::chrono::steady_clock::now() + seconds(30);
-    while (!bench.road.waitUntilScanned(count, std::chrono::milliseconds(2))) {
-      if (std::chrono::steady_clock::now() > deadline) {
-        return false;
-      }
-      bench.clock.advance(seconds(1));
-    }
-    return true;
-  }
-  // Blocks until the dispatcher is in the second between two measurements, without letting time
-  // pass; false after half a minute without.
-  bool waitUntilMeasuring() {
-    const auto deadline = std::chrono::steady_clock::now() + seconds(30);
-    while (bench.clock.slept() == Clock::Duration::zero()) {
-      if (std::chrono::steady_clock::now() > deadline) {
-        return false;
-      }
-      std::this_thread::yield();
-    }
-    return bench.clock.waitUntilParked(1);
+    return awaitBy([this](auto) { bench.clock.advance(seconds(1)); },
+                   [&] { return bench.road.waitUntilScanned(count, std::chrono::milliseconds(2)); },
+                   seconds(30));
   }
   Paths files(const std::string& name, int count) {
     Paths paths;
@@ -125,7 +109,7 @@ TEST_F(DispatcherThread, AReportedFileIsTakenUpAtOnce) {
   LoopThread loop([this] { bench.dispatcher.cycle(); });
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   bench.dispatcher.addStringToItemList(bench.file("a"));
-  EXPECT_TRUE(waitUntilMeasuring());
+  EXPECT_TRUE(bench.clock.waitUntilSleeping());
   bench.clock.advance(seconds(1));
   EXPECT_TRUE(bench.road.waitUntilStable(1));
   EXPECT_EQ(bench.clock.now(), seconds(1));
@@ -136,7 +120,7 @@ TEST_F(DispatcherThread, AFileThatGrowsInTheSecondBetweenIsReadyOneSecondLater) 
   const std::string path = bench.file("a");
   bench.dispatcher.addStringToItemList(path);
   LoopThread loop([this] { bench.dispatcher.cycle(); });
-  EXPECT_TRUE(waitUntilMeasuring());
+  EXPECT_TRUE(bench.clock.waitUntilSleeping());
   bench.file("a", "longer than before");
   bench.clock.advance(seconds(1));
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
@@ -151,7 +135,7 @@ TEST_F(DispatcherThread, AnArrayOfFilesIsTakenUpAtOnce) {
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   Paths paths = files("file", 3);
   bench.dispatcher.addToItemList(paths);
-  EXPECT_TRUE(waitUntilMeasuring());
+  EXPECT_TRUE(bench.clock.waitUntilSleeping());
   bench.clock.advance(seconds(1));
   EXPECT_TRUE(bench.road.waitUntilStable(3));
   stopDispatcher(loop);
@@ -224,9 +208,9 @@ TEST_F(DispatcherThread, WhatManyThreadsReportIsScannedOnceEach) {
   LoopThread loop([this] { bench.dispatcher.cycle(); });
   LoopThread one([this] { first.round(); });
   LoopThread two([this] { second.round(); });
-  std::vector<std::thread> threads;
+  JoinedThreads threads;
   for (Paths& paths : reports) {
-    threads.emplace_back([this, &paths] {
+    threads.start([this, &paths] {
       for (std::size_t index = 0; index < 75; ++index) {
         bench.dispatcher.addStringToItemList(paths[index]);
       }
@@ -235,9 +219,7 @@ TEST_F(DispatcherThread, WhatManyThreadsReportIsScannedOnceEach) {
     });
   }
   EXPECT_TRUE(passTimeUntilScanned(all.size()));
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  threads.join();
   stopDispatcher(loop);
   stopScanner(one);
   stopScanner(two);
@@ -249,13 +231,13 @@ TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
   LoopThread loop([this] { bench.dispatcher.cycle(); });
   LoopThread one([this] { first.round(); });
   LoopThread two([this] { second.round(); });
-  std::thread starter([this] {
+  JoinedThreads starter([this] {
     for (int start = 0; start < 100; ++start) {
       first.setMenuAndParams(ScannerBench::arguments("/bin/true", {std::to_string(start)}));
       second.setMenuAndParams(ScannerBench::arguments("/bin/true"));
     }
   });
-  std::thread aborter([this] {
+  JoinedThreads aborter([this] {
     for (int abort = 0; abort < 100; ++abort) {
       bench.dispatcher.abortScans();
       bench.clock.advance(seconds(1));
@@ -273,12 +255,13 @@ TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
     const Paths done = bench.road.scannedPaths();
     return std::find(done.begin(), done.end(), last) != done.end();
   };
-  const auto deadline = std::chrono::steady_clock::now() + seconds(30);
-  while (!scanned() && std::chrono::steady_clock::now() < deadline) {
-    bench.clock.advance(seconds(1));
-    bench.road.waitUntilScanned(bench.road.scannedPaths().size() + 1, std::chrono::milliseconds(1));
-  }
-  EXPECT_TRUE(scanned());
+  EXPECT_TRUE(awaitBy(
+      [this](auto) {
+        bench.clock.advance(seconds(1));
+        bench.road.waitUntilScanned(bench.road.scannedPaths().size() + 1,
+                                    std::chrono::milliseconds(1));
+      },
+      scanned, seconds(30)));
   stopDispatcher(loop);
   stopScanner(one);
   stopScanner(two);

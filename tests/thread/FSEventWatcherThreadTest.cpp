@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "posix/FileFacts.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
@@ -93,7 +91,7 @@ TEST_F(WatcherRaces, ManyStartsAndStopsNeverMakeASecondLoop) {
 
 TEST_F(WatcherRaces, StartsFromTwoThreadsMakeOneLoop) {
   std::atomic<int> claims{0};
-  std::thread other([&] { claims += watcher.claimMainLoop() ? 1 : 0; });
+  JoinedThreads other([&] { claims += watcher.claimMainLoop() ? 1 : 0; });
   claims += watcher.claimMainLoop() ? 1 : 0;
   other.join();
   EXPECT_EQ(claims, 1);
@@ -104,7 +102,7 @@ TEST_F(WatcherRaces, StartsFromTwoThreadsMakeOneLoop) {
 TEST_F(WatcherRaces, StopsFromTwoThreadsAreAsGoodAsOne) {
   start();
   ASSERT_TRUE(helper.waitForLaunches(1));
-  std::thread other([this] { watcher.stopWatching(); });
+  JoinedThreads other([this] { watcher.stopWatching(); });
   watcher.stopWatching();
   other.join();
   threads.join();
@@ -112,7 +110,7 @@ TEST_F(WatcherRaces, StopsFromTwoThreadsAreAsGoodAsOne) {
 }
 
 TEST_F(WatcherRaces, FoldersMayChangeWhileLinesAreJudged) {
-  std::thread changer([this] {
+  JoinedThreads changer([this] {
     for (int round = 0; round < 100; ++round) {
       owner.watch("/w/", round % 2 == 0);
       owner.watchNothing();

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <vector>
 
 #include "agent/ScannerCount.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -23,7 +23,7 @@ TEST(ScannerCount, WakesTheAnimationAtEveryChange) {
   ManualClock clock;
   ScannerCount count(clock);
   for (const std::int32_t delta : {1, -1, 0}) {
-    std::thread animation([&] {
+    JoinedThreads animation([&] {
       count.throbberLock().lock();
       count.throbberLock().wait();
       count.throbberLock().unlock();
@@ -38,9 +38,9 @@ TEST(ScannerCount, WakesTheAnimationAtEveryChange) {
 TEST(ScannerCount, AddsUpFromManyThreads) {
   ManualClock clock;
   ScannerCount count(clock);
-  std::vector<std::thread> scanners;
+  JoinedThreads scanners;
   for (int i = 0; i < 4; ++i) {
-    scanners.emplace_back([&count] {
+    scanners.start([&count] {
       for (int run = 0; run < 500; ++run) {
         count.modifyScannerCountBy(1);
         count.modifyScannerCountBy(-1);
@@ -48,9 +48,7 @@ TEST(ScannerCount, AddsUpFromManyThreads) {
       }
     });
   }
-  for (std::thread& scanner : scanners) {
-    scanner.join();
-  }
+  scanners.join();
   EXPECT_EQ(count.scannerCount(), 2000);
 }
 

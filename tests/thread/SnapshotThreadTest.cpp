@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <thread>
 #include <vector>
 
 #include "posix/Snapshot.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -17,9 +17,9 @@ TEST(SnapshotThreads, ReadersSeeWholeValuesThatNeverGoBack) {
   Snapshot<Pair> snapshot;
   constexpr int last = 2000;
   std::atomic<int> wrong{0};
-  std::vector<std::thread> readers;
+  JoinedThreads readers;
   for (int reader = 0; reader < 3; ++reader) {
-    readers.emplace_back([&] {
+    readers.start([&] {
       for (int before = 0; before < last;) {
         const auto seen = snapshot.load();
         wrong += seen->first != seen->second || seen->first < before ? 1 : 0;
@@ -30,9 +30,7 @@ TEST(SnapshotThreads, ReadersSeeWholeValuesThatNeverGoBack) {
   for (int value = 1; value <= last; ++value) {
     snapshot.store({value, value});
   }
-  for (std::thread& reader : readers) {
-    reader.join();
-  }
+  readers.join();
   EXPECT_EQ(wrong, 0);
 }
 

@@ -2,8 +2,8 @@
 
 #include "menu/Throbber.h"
 #include "tests/fakes/desktop/FakePlatform.h"
-#include "tests/support/LoopThread.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -103,9 +103,8 @@ TEST_F(ThrobberThread, AnUpdateWakesItAndIsAnimatedBackwards) {
   clock.advance(seconds(1));
   EXPECT_EQ(shown(), "watching");
   throbber.startUpdate();
-  while (shown() == "watching") {
-    std::this_thread::yield();
-  }
+  EXPECT_TRUE(
+      clock.waitUntilParkedAnd([this] { return desktop.statusBar.item.image() != "watching"; }));
   for (const int frame : {7, 6, 5, 4, 3, 2, 1}) {
     EXPECT_EQ(shown(), "scanning" + std::to_string(frame));
     if (frame == 3) {
@@ -139,18 +138,18 @@ TEST_F(ThrobberThread, ALostSignalDelaysTheAnimationByThirtySeconds) {
 TEST_F(ThrobberThread, StartsStopsScansAndUpdatesMayComeAtAnyMoment) {
   LoopThread loop([this] { throbber.round(); });
   constexpr int times = 200;
-  std::thread starter([this] {
+  JoinedThreads starter([this] {
     for (int time = 0; time < times; ++time) {
       watch();
     }
   });
-  std::thread scanner([this] {
+  JoinedThreads scanner([this] {
     for (int time = 0; time < times; ++time) {
       owner.modifyScannerCountBy(1);
       owner.modifyScannerCountBy(-1);
     }
   });
-  std::thread updater([this] {
+  JoinedThreads updater([this] {
     for (int time = 0; time < times; ++time) {
       throbber.monitor().lock();
       throbber.startUpdate();

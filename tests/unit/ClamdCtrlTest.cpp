@@ -13,8 +13,8 @@
 #include "posix/UniqueFd.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/fakes/engine/FakeClamd.h"
-#include "tests/support/FailingSystemCall.h"
 #include "tests/support/StdoutCapture.h"
+#include "tests/support/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

@@ -31,6 +31,7 @@ class ClamdLinkTest : public testing::Test {
 
   TemporaryFolder folder;
   ManualClock clock;
+  FakeApplication application;
   FakeLocalizedStrings strings;
   FakeSystemLog log;
   FakeThreads threads;
@@ -38,7 +39,7 @@ class ClamdLinkTest : public testing::Test {
   std::optional<RunningDaemon> running;
   bool listenerIsOurs = true;
   ClamdLink link{owner,
-                 {clock, strings, log, threads, [this] { return running; },
+                 {application, clock, strings, owner, log, threads, [this] { return running; },
                   [this](pid_t, const std::string&) { return listenerIsOurs; }}};
 };
 
@@ -214,7 +215,7 @@ TEST_F(ClamdLinkTest, IsServedByAnotherWhereSuchADaemonListens) {
 
 TEST_F(ClamdLinkTest, SpeaksToTheDaemonAlsoWithoutAThreadToSpare) {
   NoThreads none;
-  ClamdLink poor(owner, {clock, strings, log, none, [] { return std::nullopt; },
+  ClamdLink poor(owner, {application, clock, strings, owner, log, none, [] { return std::nullopt; },
                          [](pid_t, const std::string&) { return true; }});
   FakeClamd daemon(socketPath());
   poor.setDaemonPaths("/x", folder.write("my.conf", "LocalSocket " + socketPath() + "\n"));

@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "posix/Condition.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -11,7 +10,7 @@ namespace {
 TEST(Condition, WaitReturnsAfterThirtySecondsWithoutASignal) {
   ManualClock clock;
   Condition condition(clock);
-  std::thread waiter([&condition] {
+  JoinedThreads waiter([&condition] {
     condition.lock();
     condition.wait();
     condition.unlock();
@@ -26,7 +25,7 @@ TEST(Condition, WaitReturnsAfterThirtySecondsWithoutASignal) {
 TEST(Condition, SignalWakesAWaiterBeforeItsTimeIsOver) {
   ManualClock clock;
   Condition condition(clock);
-  std::thread waiter([&condition] {
+  JoinedThreads waiter([&condition] {
     condition.lock();
     condition.wait();
     condition.unlock();

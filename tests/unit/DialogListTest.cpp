@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "agent/DialogList.h"
+#include "agent/Notifications.h"
 #include "scanning/FileRemover.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
@@ -11,22 +12,6 @@
 namespace quillo {
 namespace {
 
-class ListOwner final : public DialogListOwner {
- public:
-  explicit ListOwner(DialogList& dialogs) : dialogs_(dialogs) {}
-  void addToDialogList(std::shared_ptr<FileRemover> dialog) override {
-    dialogs_.addToDialogList(std::move(dialog));
-  }
-  void removeFromDialogList(const FileRemover& dialog) override {
-    dialogs_.removeFromDialogList(dialog);
-  }
-  void removeAllFromDialogList() override { dialogs_.removeAllFromDialogList(); }
-  void withdrawNotification(const std::string&) override {}
-
- private:
-  DialogList& dialogs_;
-};
-
 class DialogListTest : public testing::Test {
  protected:
   const Verdict infection = Verdict::parse("/a: X FOUND");
@@ -34,24 +19,28 @@ class DialogListTest : public testing::Test {
     std::shared_ptr<FakeDialog> window = std::make_shared<FakeDialog>();
     std::shared_ptr<FileRemover> remover;
   };
-  std::shared_ptr<FoundFile> file() {
-    return std::make_shared<FoundFile>(infection, owner, services);
-  }
+  std::shared_ptr<FoundFile> file() { return std::make_shared<FoundFile>(infection, services); }
   Warning warning() {
     Warning made;
-    made.remover = std::make_shared<FileRemover>(made.window, file(), owner, services);
+    made.remover = std::make_shared<FileRemover>(made.window, file(), list, services);
     return made;
   }
 
   FakePlatform desktop;
   ManualClock clock;
+  Notifications notifications{desktop.growl, desktop.localizedStrings};
   DialogList list;
-  ListOwner owner{list};
-  const ScannerServices services{desktop.application,      clock,
-                                 desktop.folders,          desktop.interfaceLoader,
-                                 desktop.localizedStrings, desktop.modifierKeys,
-                                 desktop.preferences,      desktop.systemLog,
-                                 desktop.workspace,        nullptr};
+  const ScannerServices services{desktop.application,
+                                 clock,
+                                 desktop.folders,
+                                 desktop.interfaceLoader,
+                                 desktop.localizedStrings,
+                                 desktop.modifierKeys,
+                                 notifications,
+                                 desktop.preferences,
+                                 desktop.systemLog,
+                                 desktop.workspace,
+                                 nullptr};
 };
 
 TEST_F(DialogListTest, IsEmptyAtFirst) { EXPECT_EQ(list.count(), 0U); }
@@ -98,7 +87,7 @@ TEST_F(DialogListTest, HasNothingToDismissWhenItIsEmpty) {
 
 TEST_F(DialogListTest, MayHoldTheLastReferenceToADialog) {
   auto window = std::make_shared<FakeDialog>();
-  FileRemover::attachTo(window, file(), owner, services);
+  FileRemover::attachTo(window, file(), list, services);
   EXPECT_EQ(list.count(), 1U);
   list.removeAllFromDialogList();
   EXPECT_TRUE(window->isClosed());
@@ -108,7 +97,7 @@ TEST_F(DialogListTest, MayHoldTheLastReferenceToADialog) {
 TEST_F(DialogListTest, IsEmptiedByTheDialogThatTheUserAnswersWithCommandHeld) {
   auto window = std::make_shared<FakeDialog>();
   const Warning other = warning();
-  FileRemover::attachTo(window, file(), owner, services);
+  FileRemover::attachTo(window, file(), list, services);
   list.addToDialogList(other.remover);
   desktop.modifierKeys.held = ModifierKeys::commandKey;
   window->press(ButtonDialog::Button::otherButton);

@@ -5,7 +5,7 @@
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
 #include "tests/support/ManualClock.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "watchers/FSEventWatcher.h"
 
 namespace quillo {
@@ -226,7 +226,7 @@ class WatcherLinks : public WatcherLines {
   }
   Paths handedOverOf(const std::string& name) { return handedOver(disk.at(name) + "\n"); }
 
-  ScratchFolder disk;
+  TemporaryFolder disk;
 };
 
 TEST_F(WatcherLinks, LeadToWatchedFolders) {

@@ -55,8 +55,8 @@ TEST(FileUri, IsWrittenSoThatItIsReadBack) {
   for (int byte = 1; byte < 256; ++byte) {
     path += static_cast<char>(byte);
   }
-  EXPECT_EQ(pathOfFileUri(fileUriOfPath(path)), Path(path));
-  EXPECT_EQ(fileUriOfPath("/r\xe9sum\xe9 1~"), "file:///r%E9sum%E9%201~");
+  EXPECT_EQ(pathOfFileUri("file://" + percentEncodedPath(path)), Path(path));
+  EXPECT_EQ(percentEncodedPath("/r\xe9sum\xe9 1~"), "/r%E9sum%E9%201~");
 }
 
 }  // namespace

@@ -12,12 +12,11 @@
 #include <optional>
 
 #include "posix/FileFacts.h"
-#include "posix/FolderWalk.h"
+#include "posix/FolderReader.h"
 #include "posix/OwnFile.h"
 #include "posix/Pipe.h"
 #include "posix/UniqueFd.h"
-#include "tests/support/FailingSystemCall.h"
-#include "tests/support/InterruptedSystemCall.h"
+#include "tests/support/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

@@ -7,12 +7,12 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <thread>
 
 #include "scanning/PutBackFiles.h"
 #include "tests/fakes/scanning/ReportFixture.h"
-#include "tests/support/FailingSystemCall.h"
+#include "tests/support/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -53,7 +53,7 @@ class FoundFileTest : public ReportFixture {
     report.verdicts()->letGo();
     Verdict verdict = Verdict::parse(line());
     scanner.announceMove(verdict);
-    std::thread moving([&] {
+    JoinedThreads moving([&] {
       mayMove = scanner.mayMove();
       if (mayMove) {
         trash();

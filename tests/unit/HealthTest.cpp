@@ -7,6 +7,7 @@
 #include "agent/StatusBoard.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -16,23 +17,6 @@ using std::chrono::minutes;
 
 class HealthTest : public testing::Test {
  protected:
-  // Counts the waits by letting their time pass.
-  class WaitingClock final : public Clock {
-   public:
-    Duration now() override { return now_; }
-    std::chrono::system_clock::time_point wallTime() override {
-      return std::chrono::system_clock::from_time_t(1794993821) +
-             std::chrono::duration_cast<std::chrono::system_clock::duration>(now_);
-    }
-    void sleepFor(Duration length) override { now_ += length; }
-    void waitOn(std::condition_variable&, std::unique_lock<std::mutex>&, Duration bound) override {
-      now_ += bound;
-    }
-
-   private:
-    Duration now_{0};
-  };
-
   LoadedDefinitions asked() {
     if (std::exchange(failsOnce, false)) {
       throw std::runtime_error("no memory");
@@ -47,7 +31,7 @@ class HealthTest : public testing::Test {
   }
 
   FakePlatform desktop;
-  WaitingClock clock;
+  PassingClock clock;
   StatusBoard statusBoard{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
   LoadedDefinitions definitions;
   std::vector<std::string> missing;
@@ -139,7 +123,7 @@ TEST_F(HealthTest, IsNotLookedAfterWhileNothingIsWatched) {
   ManualClock parked;
   Health other{{parked, desktop.systemLog, statusBoard, [this] { return definitions; },
                 [this] { return missing; }, [this] { ++looks; }}};
-  std::thread thread([&other] { other.round(); });
+  JoinedThreads thread([&other] { other.round(); });
   other.lookSoon();
   EXPECT_TRUE(parked.waitUntilParked(1));
   parked.advance(hours(5));

@@ -6,15 +6,14 @@
 #include <climits>
 #include <csignal>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "helper/Failure.h"
 #include "helper/LineWriter.h"
 #include "helper/OwnLog.h"
-#include "helper/Spelling.h"
-#include "helper/SystemLog.h"
+#include "helper/Warnings.h"
 #include "posix/EscapedPath.h"
+#include "tests/support/Threads.h"
 
 namespace quillo::helper {
 namespace {
@@ -107,7 +106,7 @@ TEST_F(HelperLines, ThatEscapesMakeLongWaitForAnEmptyPipe) {
   std::string first(100, '\0');
   std::string second(65536, '\0');
   ssize_t gotSecond = 0;
-  std::thread reader([&] {
+  JoinedThreads reader([&] {
     const ssize_t got = read(fds[0], first.data(), first.size());
     first.resize(got > 0 ? static_cast<size_t>(got) : 0);
     gotSecond = read(fds[0], second.data(), second.size());
@@ -143,7 +142,7 @@ TEST_F(HelperLines, AreLookedAtOnlyOnceThereIsRoomForThem) {
   }
   LineWriter lines(writing.get(), -1, witness);
   lines.add("/a/", "file");
-  std::thread reader([&] {
+  JoinedThreads reader([&] {
     // Until then nobody may have looked: the witness is asked by the other thread, behind the read.
     EXPECT_EQ(witness.asked, 0);
     writes();

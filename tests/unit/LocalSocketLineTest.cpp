@@ -94,18 +94,5 @@ TEST(LocalSocketLine, SurvivesUtf16CutOffInTheMiddle) {
   EXPECT_EQ(encodingOf(utf16(u"\xD83D", true)), 10);
 }
 
-TEST(LocalSocketLine, HasAnOptionForEachRuleThatTheDaemonDoesNotHave) {
-  const std::string text = "#LocalSocket /a\nLocalSocket /b \nLocalSocket /c\n";
-  LocalSocketRules rules;
-  rules.lastLineCounts = false;
-  EXPECT_EQ(discernLocalSocket(text, rules).path, Text("/a"));
-  rules.commentsCount = false;
-  EXPECT_EQ(discernLocalSocket(text, rules).path, Text("/b "));
-  rules.nothingIsTrimmed = false;
-  EXPECT_EQ(discernLocalSocket(text, rules).path, Text("/b"));
-  rules.shortestLine = 16;
-  EXPECT_EQ(discernLocalSocket(text, rules).path, std::nullopt);
-}
-
 }  // namespace
 }  // namespace quillo

@@ -2,14 +2,23 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "agent/MainThreadRequests.h"
+#include "tests/fakes/desktop/FakeInterface.h"
+#include "tests/fakes/desktop/FakeServices.h"
 
 namespace quillo {
 namespace {
 
-TEST(MainThreadRequests, ArePerformedAtOnceWhenThereIsNoOther) {
-  MainThreadRequests requests;
+class MainThreadRequestsTest : public testing::Test {
+ protected:
+  FakeApplication application;
+  FakeSystemLog log;
+  MainThreadRequests requests{application, log};
+};
+
+TEST_F(MainThreadRequestsTest, ArePerformedAtOnceWhenThereIsNoOther) {
   std::string done;
   requests.perform([&] { done += "a"; });
   EXPECT_EQ(done, "a");
@@ -17,8 +26,7 @@ TEST(MainThreadRequests, ArePerformedAtOnceWhenThereIsNoOther) {
   EXPECT_EQ(done, "ab");
 }
 
-TEST(MainThreadRequests, AreHeldInOrderWhileAnotherIsPerformed) {
-  MainThreadRequests requests;
+TEST_F(MainThreadRequestsTest, AreHeldInOrderWhileAnotherIsPerformed) {
   std::string done;
   requests.perform([&] {
     done += "(";
@@ -32,16 +40,28 @@ TEST(MainThreadRequests, AreHeldInOrderWhileAnotherIsPerformed) {
   EXPECT_EQ(done, "()abc");
 }
 
-TEST(MainThreadRequests, AreNotHeldForEverByOneThatFails) {
-  MainThreadRequests requests;
+TEST_F(MainThreadRequestsTest, AreNotHeldForEverByOneThatFails) {
   std::string done;
-  EXPECT_THROW(requests.perform([&] {
+  requests.perform([&] {
     requests.perform([&] { done += "held"; });
     throw std::runtime_error("no");
-  }),
-               std::runtime_error);
-  requests.perform([&] { done += " next"; });
-  EXPECT_EQ(done, "held next");
+  });
+  EXPECT_EQ(done, "held");
+  EXPECT_EQ(log.lines(), std::vector<std::string>{"A request failed: no"});
+  EXPECT_EQ(application.beeps, 1);
+}
+
+TEST_F(MainThreadRequestsTest, AreAttemptedAtOnceWhileAnotherIsPerformed) {
+  std::string done;
+  requests.perform([&] {
+    requests.attempt([&] {
+      done += "a";
+      throw 1;
+    });
+    done += "b";
+  });
+  EXPECT_EQ(done, "ab");
+  EXPECT_EQ(log.lines(), std::vector<std::string>{"A request failed: unknown failure"});
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
 #include "tests/support/ManualClock.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "watchers/NameWatcher.h"
 
 namespace quillo {
@@ -54,7 +54,7 @@ TEST_F(NameWatcherTest, HandsOnWhatTheHelpersLinesWouldHandOn) {
 }
 
 TEST_F(NameWatcherTest, KnowsAWatchedFolderByTheLinkThatLeadsThere) {
-  const ScratchFolder disk;
+  const TemporaryFolder disk;
   disk.link("link", "one");
   owner.watch(disk.at("link"), true);
   watcher.start();

@@ -122,14 +122,14 @@ TEST_F(PreferencesTest, LookForTheSocketLast) {
   EXPECT_EQ(link.clamdSocket(), Path("/tmp/clamd.socket"));
 }
 
-TEST_F(PreferencesTest, MakeTheScratchFolders) {
+TEST_F(PreferencesTest, MakeTheTemporaryFolders) {
   read();
   EXPECT_EQ(scratchFolders.theTempDirToWatch, Path(scratch()));
   EXPECT_EQ(scratchFolders.theThrobberTempDir, Path(scratch() + "/Throbber"));
   EXPECT_TRUE(fileFacts(scratch() + "/Throbber")->isDirectory);
 }
 
-TEST_F(PreferencesTest, EmptyTheMenusScratchFolderButNotItsSubfolders) {
+TEST_F(PreferencesTest, EmptyTheMenusTemporaryFolderButNotItsSubfolders) {
   folder.write("tmp/VantrelQuilloII/kept", "");
   folder.write("tmp/VantrelQuilloII/Throbber/dropped", "");
   folder.write("tmp/VantrelQuilloII/Throbber/folder/kept", "");

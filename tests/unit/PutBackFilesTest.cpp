@@ -16,19 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// In memory, where the files of other tests do not lie. Gone with the object.
-class FolderOnAnotherDisk {
- public:
-  FolderOnAnotherDisk() { EXPECT_NE(mkdtemp(path_.data()), nullptr); }
-  ~FolderOnAnotherDisk() { fs::remove_all(path_); }
-  FolderOnAnotherDisk(const FolderOnAnotherDisk&) = delete;
-  FolderOnAnotherDisk& operator=(const FolderOnAnotherDisk&) = delete;
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_ = "/dev/shm/quillo-test-XXXXXX";
-};
-
 class PutBackFilesTest : public testing::Test {
  protected:
   Verdict find(const std::string& file, const std::string& threat = "Eicar") const {
@@ -143,7 +130,8 @@ TEST_F(PutBackFilesTest, SpareNoOtherFileOfTheSameNameContentsAndTimeAsOneThatTh
 
 // From a quarantine on another disk: copied there and back, and the time is that of the first copy.
 TEST_F(PutBackFilesTest, KnowAFileThatWasCopiedIntoTheQuarantineAndBack) {
-  const FolderOnAnotherDisk quarantine;
+  // In memory, where the files of other tests do not lie.
+  const TemporaryFolder quarantine("/dev/shm");
   ASSERT_NE(statusOf(quarantine.path()).st_dev, statusOf(folder.path()).st_dev);
   const std::string copied = quarantine.path() + "/bad.com";
   Verdict moved = find(path);

@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "posix/RealPath.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -19,7 +19,7 @@ class RealPathTest : public testing::Test {
     fs::remove(at(name));
     fs::create_symlink(target, at(name));
   }
-  ScratchFolder folder;
+  TemporaryFolder folder;
 };
 
 TEST_F(RealPathTest, IsThePathItselfWithoutALink) {
@@ -60,7 +60,7 @@ TEST_F(RealPathTest, HasNotChangedWhileEveryLinkSaysTheSame) {
   turn("link", "a");
   const RealPath real(at("link/b"));
   const RealPath plain(at("a/b"));
-  folder.file("a/b/file");
+  folder.write("a/b/file");
   EXPECT_FALSE(real.hasChanged());
   EXPECT_FALSE(plain.hasChanged());
   EXPECT_FALSE(RealPath().hasChanged());

@@ -1,8 +1,7 @@
 #include <unistd.h>
 
-#include <thread>
-
 #include "tests/fakes/scanning/ReportFixture.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -25,7 +24,7 @@ class ScanReportChannel : public ReportFixture {
   std::string loggedForMove(const Verdict& found, Whereabouts whereabouts,
                             const std::string& reason = "") {
     scanner->announceMove(found);
-    std::thread moving([this, found, whereabouts, reason] {
+    JoinedThreads moving([this, found, whereabouts, reason] {
       Verdict outcome = found;
       if (scanner->mayMove()) {
         outcome.whereabouts = whereabouts;

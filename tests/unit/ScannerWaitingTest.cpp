@@ -29,7 +29,7 @@ TEST_F(ScannerWaiting, AFileThatHoldsStillIsScannedAfterASecond) {
 }
 
 TEST_F(ScannerWaiting, EveryItemTakesASecondTheLastOneFirst) {
-  world.clock.duringPause = [&](int number) {
+  world.clock.atSleep = [&](int number) {
     // What was waited for already may change as it likes.
     write(number == 1 ? "a" : "c", "other contents");
   };
@@ -45,14 +45,14 @@ TEST_F(ScannerWaiting, AnEmptyFileIsDroppedBeforeScanning) {
 }
 
 TEST_F(ScannerWaiting, AFileThatIsEmptyAtTheSecondReadingIsDropped) {
-  world.clock.duringPause = [&](int) { write("a", ""); };
+  world.clock.atSleep = [&](int) { write("a", ""); };
   EXPECT_EQ(scan({file("a")}), Paths());
   EXPECT_EQ(world.clock.slept, seconds(1));
 }
 
 TEST_F(ScannerWaiting, AFileThatIsEmptyAtFirstOnlyIsWaitedFor) {
   write("a", "");
-  world.clock.duringPause = [&](int number) {
+  world.clock.atSleep = [&](int number) {
     if (number == 1) {
       write("a", "contents");
     }
@@ -63,7 +63,7 @@ TEST_F(ScannerWaiting, AFileThatIsEmptyAtFirstOnlyIsWaitedFor) {
 
 TEST_F(ScannerWaiting, AGrowingFileIsWaitedForUntilTwoReadingsAgree) {
   std::string contents = "x";
-  world.clock.duringPause = [&](int number) {
+  world.clock.atSleep = [&](int number) {
     if (number <= 3) {
       write("a", contents += "x");
     }
@@ -79,7 +79,7 @@ TEST_F(ScannerWaiting, AMissingFileIsDroppedWithoutAWaitOrAMessage) {
 }
 
 TEST_F(ScannerWaiting, AFileThatVanishesWhileItGrowsIsDropped) {
-  world.clock.duringPause = [&](int number) {
+  world.clock.atSleep = [&](int number) {
     if (number == 1) {
       write("a", "more contents");
     } else {

@@ -2,7 +2,6 @@
 
 #include "clamav/ClamConf.h"
 #include "clamav/ScanSession.h"
-#include "clamav/SessionAnswer.h"
 
 namespace quillo {
 namespace {

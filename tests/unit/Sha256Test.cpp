@@ -2,7 +2,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "posix/Sha256.h"
+#include "posix/FileIdentity.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {

@@ -14,8 +14,8 @@ class SpotlightInAnAgent : public testing::Test, protected AgentUnderTest {
 };
 
 TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
-  MenuForWatchers menu(agent());
-  DispatcherIntake intake(agent().theDispatcher());
+  MenuForWatchers menu(agent().mainMenu());
+  PathIntake& intake = agent().parts().intake;
   SpotlightWatcher watcher(queries, desktop.systemLog);
   watcher.setMenuAndParamsAndController({&menu}, intake);
   watcher.addWatcher(home.path());
@@ -28,8 +28,8 @@ TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
 }
 
 TEST_F(SpotlightInAnAgent, HasWatchingRestartedWhenItsFolderIsMissing) {
-  MenuForWatchers menu(agent());
-  DispatcherIntake intake(agent().theDispatcher());
+  MenuForWatchers menu(agent().mainMenu());
+  PathIntake& intake = agent().parts().intake;
   agent().applicationDidFinishLaunching();
   const int before = desktop.preferenceStore.synchronizations();
   SpotlightWatcher watcher(queries, desktop.systemLog);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <pwd.h>
 
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -95,6 +96,15 @@ TEST(Text, AbbreviatingKnowsTheHomeFolderFromOneThatBeginsLikeIt) {
 
 TEST(Text, AbbreviatingKnowsAHomeFolderWithOneLetterMore) {
   EXPECT_EQ(abbreviatingWithTilde("/home/annas", "/home/anna"), "/home/annas");
+}
+
+TEST(Text, WhatLiesBelowAFolderIsDecidedByComponents) {
+  EXPECT_TRUE(liesBelow("/a/b", "/a"));
+  EXPECT_TRUE(liesBelow("/a", "/"));
+  EXPECT_FALSE(liesBelow("/a", "/a"));
+  EXPECT_FALSE(liesBelow("/ab", "/a"));
+  EXPECT_FALSE(liesBelow("/", "/"));
+  EXPECT_FALSE(liesBelow("a", "/"));
 }
 
 }  // namespace

@@ -278,6 +278,7 @@ TEST_F(ThrobberAnimation, StoppingToWatchDuringAScanEndsAsWatchingAndThenPolls) 
 
   owner.count = 1;
   clock.shown.clear();
+  clock.sleeps = 0;
   clock.atSleep = [this](int sleeps) {
     if (sleeps == 3) {
       watch(throbber);

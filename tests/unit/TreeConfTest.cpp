@@ -147,11 +147,11 @@ TEST(FreshclamConf, DownloadsWhereTheDaemonLooks) {
   EXPECT_EQ(conf.value("HTTPProxyServer"), "localhost");
 }
 
-TEST(FrontConf, NamesTheConfigurationOfTheDaemonThatAnswers) {
-  const ClamConf own = ClamConf::parse(frontConfText(privatePlan()));
+TEST(WrapperConf, NamesTheConfigurationOfTheDaemonThatAnswers) {
+  const ClamConf own = ClamConf::parse(wrapperConfText(privatePlan()));
   EXPECT_EQ(own.value("DaemonConfig"), "/home/u/tree/etc/clamd.conf");
   EXPECT_EQ(own.value("RealClient"), "/usr/bin/clamdscan");
-  const ClamConf machine = ClamConf::parse(frontConfText(machinePlan()));
+  const ClamConf machine = ClamConf::parse(wrapperConfText(machinePlan()));
   EXPECT_EQ(machine.value("DaemonConfig"), "/etc/clamav/clamd.conf");
 }
 

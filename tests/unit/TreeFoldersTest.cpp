@@ -16,7 +16,7 @@
 namespace quillo {
 namespace {
 
-EngineAccount ownAccount() { return {geteuid(), getegid(), "me", "/"}; }
+Account ownAccount() { return {geteuid(), getegid(), "me", "/"}; }
 
 mode_t modeOf(const std::string& path) {
   struct stat status = {};

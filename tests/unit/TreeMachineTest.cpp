@@ -1,17 +1,17 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
-#include <thread>
 
 #include "clamav/DaemonCommand.h"
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
 #include "tests/fakes/tools/TreeSandbox.h"
-#include "tools/engine-tree/Confinement.h"
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Threads.h"
+#include "tools/engine-tree/AppArmor.h"
 
 namespace quillo {
 namespace {
@@ -19,15 +19,9 @@ namespace {
 // Listens on a socket and gives the first caller one answer; without an answer it lets him wait.
 class FakeDaemon {
  public:
-  FakeDaemon(const std::string& path, const std::string& answer)
-      : listener_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    EXPECT_EQ(bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(listen(listener_.get(), 4), 0);
+  FakeDaemon(const std::string& path, const std::string& answer) : listener_(listenAt(path)) {
     if (!answer.empty()) {
-      thread_ = std::thread([this, answer] {
+      thread_.start([this, answer] {
         const UniqueFd caller(accept(listener_.get(), nullptr, nullptr));
         char question[6] = {};
         if (recv(caller.get(), question, sizeof question, MSG_WAITALL) > 0) {
@@ -38,14 +32,12 @@ class FakeDaemon {
   }
   ~FakeDaemon() {
     shutdown(listener_.get(), SHUT_RDWR);
-    if (thread_.joinable()) {
-      thread_.join();
-    }
+    thread_.join();
   }
 
  private:
   UniqueFd listener_;
-  std::thread thread_;
+  JoinedThreads thread_;
 };
 
 std::string missingReason(const MachinePlaces& places) {

@@ -95,7 +95,7 @@ TEST(EngineTree, IsNotBegunWithoutTheEngine) {
   EXPECT_FALSE(std::filesystem::exists(sandbox.path("tree")));
 }
 
-TEST(EngineTree, IsNotBegunWithoutTheFrontProgram) {
+TEST(EngineTree, IsNotBegunWithoutTheWrapper) {
   const TreeSandbox sandbox;
   std::filesystem::remove(sandbox.path("tools/clamdscan"));
   EXPECT_THROW(makeTree(sandbox.request()), PlatformException);

@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "clamav/TrustedPath.h"
+#include "posix/RealPath.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

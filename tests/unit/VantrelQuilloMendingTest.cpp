@@ -97,7 +97,7 @@ TEST_F(AgentMending, UpdatesDefinitionsThatAreMissing) {
   home.write("engine/etc/clamd.conf",
              "LocalSocket " + socketPath() + "\nDatabaseDirectory " + home.makeFolder("db") + "\n");
   launch();
-  agent().health().round();
+  agent().parts().health.round();
   EXPECT_EQ(menu.mendMenuItem.title(), "<MEND_DEFINITIONS>");
   menu.mendMenuItem.choose();
   EXPECT_EQ(threads.count("definitions"), 1);
@@ -105,12 +105,12 @@ TEST_F(AgentMending, UpdatesDefinitionsThatAreMissing) {
 
 TEST_F(AgentMending, LooksAfterDefinitionsAgainWhenAnUpdateHasEnded) {
   launch();
-  agent().health().round();
+  agent().parts().health.round();
   home.write("engine/etc/clamd.conf", "DatabaseDirectory " + home.makeFolder("db") + "\n");
   agent().updateVirusDefs();
   threads.run("definitions");
-  agent().health().round();
-  EXPECT_EQ(agent().statusBoard().status().definitions, DefinitionState::none);
+  agent().parts().health.round();
+  EXPECT_EQ(agent().parts().statusBoard.status().definitions, DefinitionState::none);
 }
 
 TEST_F(AgentMending, OpensThePreferencesForFoldersThatAreMissing) {

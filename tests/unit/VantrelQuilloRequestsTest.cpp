@@ -73,12 +73,12 @@ TEST_F(AgentRequests, StopEmptiesWhatBelongsToWatching) {
   EXPECT_TRUE(agent().getWatchedFolderList()->empty());
   EXPECT_EQ(agent().getCheckSubDirs()->size(), 1U);
   EXPECT_EQ(desktop.mainInterface.theSubMenu.titles(), Lines());
-  EXPECT_TRUE(agent().scanParameters().scanAndUpdateParametersWithThrobber().empty());
+  EXPECT_TRUE(agent().parts().scanParameters.scanAndUpdateParametersWithThrobber().empty());
   EXPECT_EQ(agent().freshclamLogLocation(), std::nullopt);
   EXPECT_EQ(agent().getTheTempDirToWatch(), std::nullopt);
   EXPECT_EQ(agent().getTheThrobberTempDir(), std::nullopt);
-  EXPECT_EQ(agent().engine().clamdPATH(), std::nullopt);
-  EXPECT_EQ(agent().engine().clamdSocket(), std::optional<std::string>(socketPath()));
+  EXPECT_EQ(agent().parts().clamdLink.clamdPATH(), std::nullopt);
+  EXPECT_EQ(agent().parts().clamdLink.clamdSocket(), std::optional<std::string>(socketPath()));
   EXPECT_TRUE(desktop.application.exits.empty());
 }
 
@@ -95,13 +95,13 @@ TEST_F(AgentRequests, QuitLeavesADaemonRunningThatRanBefore) {
   EXPECT_EQ(posted().size(), 1U);
   EXPECT_TRUE(log().lines().empty());
   // The next command is the first that came.
-  EXPECT_TRUE(agent().engine().clamdStillAlive());
+  EXPECT_TRUE(agent().parts().clamdLink.clamdStillAlive());
   EXPECT_EQ(clamd.visits(1).front().bytes.substr(0, 4), "PING");
 }
 
 TEST_F(AgentRequests, QuitEndsADaemonThatTheAgentLaunched) {
   FakeClamd clamd(socketPath());
-  agent().daemonStart().weLaunchedClamd = true;
+  agent().parts().daemonStart.weLaunchedClamd = true;
   agent().quit();
   EXPECT_EQ(log().lines(), Lines{"trying to quit clamd"});
   ASSERT_EQ(clamd.visits(1).size(), 1U);
@@ -110,7 +110,7 @@ TEST_F(AgentRequests, QuitEndsADaemonThatTheAgentLaunched) {
 }
 
 TEST_F(AgentRequests, QuitDoesNotMindADaemonThatIsGone) {
-  agent().daemonStart().weLaunchedClamd = true;
+  agent().parts().daemonStart.weLaunchedClamd = true;
   agent().quit();
   expectQuit();
 }
@@ -267,13 +267,13 @@ TEST_F(AgentRequests, FoldersMayBeAddedUnlessTheyAreTheQuarantine) {
 }
 
 TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
-  ScannerLink scanner(agent());
-  MenuLink menu(agent());
-  WatcherLink watcher(agent());
+  ScannerOwner& scanner = agent().parts().scannerLink;
+  ThrobberOwner& menu = agent().parts().menuLink;
+  WatcherOwner& watcher = agent().parts().watcherLink;
   desktop.preferenceStore.set("QuilloQuarantineFiles", true);
   desktop.preferenceStore.set("QuarantineFolder", "~/Q");
   agent().startWatcher();
-  EXPECT_EQ(scanner.settings(), agent().settings());
+  EXPECT_EQ(scanner.settings(), agent().parts().preferences.settings());
   EXPECT_EQ(scanner.settings()->quarantineFolder, home.path() + "/Q");
   EXPECT_EQ(agent().getQuarantineOrTrash(), "Q");
   EXPECT_EQ(agent().getQuarantineLocation(), "--move=" + home.path() + "/Q");
@@ -286,29 +286,25 @@ TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
   EXPECT_EQ(watcher.getCheckSubDirs(), agent().getCheckSubDirs());
   DispatcherIntake(agent().theDispatcher()).addStringToItemList("/a");
   EXPECT_EQ(scanner.theDispatcher().lengthOfBothItemLists(), 1U);
-  EXPECT_EQ(scanner.getQuitMenuName(), "Quit Vantrel Quillo");
+  EXPECT_EQ(scanner.mainMenu().getQuitMenuName(), "Quit Vantrel Quillo");
 }
 
 TEST_F(AgentRequests, ErrorsOfTheWorkersAreShownAsErrors) {
-  WatcherLink watcher(agent());
+  WatcherOwner& watcher = agent().parts().watcherLink;
   EXPECT_TRUE(watcher.displayError("not installed"));
   EXPECT_EQ(desktop.growl.posted().back().name, "Error");
   EXPECT_EQ(desktop.growl.posted().back().description, "not installed");
-  EngineLink engine(agent());
-  engine.displayUpdateResult("failed");
-  EXPECT_EQ(desktop.mainInterface.updateWindow.message(), "failed");
-  EXPECT_TRUE(desktop.mainInterface.updateWindow.cameToFront());
 }
 
 TEST_F(AgentRequests, TheWatchersOwnStopAndStartComeInOrderOnTheMainThread) {
   desktop.application.keepsPosted = true;
-  agent().stopWatcherFromWatcher();
+  agent().parts().watching.stopWatcherFromWatcher();
   EXPECT_TRUE(log().has("attempting to terminate gfslogger"));
   EXPECT_EQ(agent().getWatchedFolderList()->size(), 1U);
-  agent().startWatcherFromWatcher();
+  agent().parts().watching.startWatcherFromWatcher();
   desktop.application.performPosted();
   EXPECT_EQ(agent().getWatchedFolderList()->size(), 1U);
-  EXPECT_FALSE(agent().scanParameters().scanAndUpdateParametersWithThrobber().empty());
+  EXPECT_FALSE(agent().parts().scanParameters.scanAndUpdateParametersWithThrobber().empty());
   EXPECT_TRUE(desktop.mountNotifications.observer);
 }
 

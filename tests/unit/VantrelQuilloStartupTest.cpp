@@ -67,7 +67,7 @@ TEST_F(AgentStart, DoesNothingElseWhenItIsMade) {
   EXPECT_EQ(agent().scannerCount(), 0);
   EXPECT_TRUE(agent().getWatchedFolderList()->empty());
   EXPECT_TRUE(agent().getCheckSubDirs()->empty());
-  EXPECT_EQ(agent().dialogList().count(), 0U);
+  EXPECT_EQ(agent().parts().dialogList.count(), 0U);
   EXPECT_EQ(desktop.preferenceStore.synchronizations(), 0);
 }
 
@@ -103,8 +103,8 @@ TEST_F(AgentStart, ReadsPreferencesRotatesAndFillsTheMenuInOrder) {
                        "/resources/engine-tools/newsyslog: launch path not accessible",
                    "Folders to guard: " + home.path() + "/"}));
   EXPECT_EQ(*agent().getWatchedFolderList(), Lines{home.path() + "/"});
-  EXPECT_EQ(agent().scanParameters().scanAndUpdateParametersWithThrobber().size(), 3U);
-  EXPECT_EQ(agent().engine().clamdSocket(), std::optional<std::string>(socketPath()));
+  EXPECT_EQ(agent().parts().scanParameters.scanAndUpdateParametersWithThrobber().size(), 3U);
+  EXPECT_EQ(agent().parts().clamdLink.clamdSocket(), std::optional<std::string>(socketPath()));
   EXPECT_TRUE(throbber->isCurrentlyWatching());
 }
 
@@ -292,11 +292,11 @@ TEST_F(AgentStart, TakesThatWarningBackAlsoWhenDefinitionsCameByAnotherWay) {
   home.write("engine/etc/clamd.conf", "DatabaseDirectory " + home.makeFolder("db") + "\n");
   launch();
   const std::string topic = desktop.growl.posted().at(0).details.topic;
-  agent().health().round();
+  agent().parts().health.round();
   EXPECT_EQ(desktop.growl.withdrawn(), std::vector<std::string>());
   home.write("db/daily.cvd", "definitions");
-  agent().health().lookSoon();
-  agent().health().round();
+  agent().parts().health.lookSoon();
+  agent().parts().health.round();
   EXPECT_EQ(desktop.growl.withdrawn(), std::vector<std::string>{topic});
 }
 

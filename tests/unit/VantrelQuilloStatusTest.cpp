@@ -52,10 +52,10 @@ TEST_F(AgentStatus, CountsOnlyFoldersThatAreThere) {
 
 TEST_F(AgentStatus, SaysAtTheFirstVerdictThatTheEngineIsBack) {
   launch();
-  agent().statusBoard().setEngineMissing(true);
+  agent().parts().statusBoard.setEngineMissing(true);
   agent().mainMenu().showStatus();
   ASSERT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
-  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
+  agent().parts().statusBoard.verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
@@ -97,7 +97,7 @@ TEST_F(AgentStatus, SaysThatThereIsNoEngineWhenTheScannerProgramIsMissing) {
 
 TEST_F(AgentStatus, SaysThatThereIsNoEngineWhenAScannerFindsItGone) {
   launch();
-  ScannerLink(agent()).noEnginePanic("/engine/bin/clamdscan");
+  agent().parts().scannerLink.noEnginePanic("/engine/bin/clamdscan");
   EXPECT_EQ(desktop.mainInterface.noEngineWindow.message(), "<ENGINE_SCANNER_FAILED>");
   EXPECT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
 }
@@ -110,20 +110,20 @@ TEST_F(AgentStatus, DoesNotWaitForeverWhenAStartFails) {
 
 TEST_F(AgentStatus, ListsVerdictsOnlyWhereThereIsADockTile) {
   launch();
-  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
+  agent().parts().statusBoard.verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 
 TEST_F(AgentStatus, ListsVerdictsInTheDockTile) {
   desktop.preferenceStore.set("ShowDockIcon", "both");
   launch();
-  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
+  agent().parts().statusBoard.verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_EQ(desktop.dockTile.verdicts().size(), 1U);
 }
 
 TEST_F(AgentStatus, IsShownWithItsLastVerdictsWhenTheProgramIsStartedAgain) {
   launch();
-  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
+  agent().parts().statusBoard.verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_EQ(desktop.application.reopen(), 0);
   EXPECT_EQ(desktop.application.activations, 1);
   EXPECT_EQ(desktop.application.transformations, 0);
@@ -157,7 +157,7 @@ TEST_F(AgentStatus, ListsNoVerdictsInADockTileThatCannotBeShown) {
   desktop.preferenceStore.set("ShowDockIcon", "both");
   desktop.application.transformResult = -606;
   launch();
-  agent().statusBoard().verdictGiven(Verdict::parse("/a: OK"));
+  agent().parts().statusBoard.verdictGiven(Verdict::parse("/a: OK"));
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 

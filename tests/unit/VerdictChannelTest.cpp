@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <thread>
 
 #include "clamav/VerdictChannel.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -97,7 +97,7 @@ TEST_F(VerdictChannelTest, LetsAFileMoveOnlyOnceItsLineHasBeenTaken) {
   char byte = 0;
   EXPECT_EQ(recv(sender.descriptor(), &byte, 1, MSG_DONTWAIT | MSG_PEEK), -1);
   bool allowed = false;
-  std::thread scanner([&] {
+  JoinedThreads scanner([&] {
     allowed = sender.mayMove();
     Verdict outcome = verdict;
     outcome.whereabouts = Whereabouts::moved;
@@ -116,7 +116,7 @@ TEST_F(VerdictChannelTest, KeepsTheFileThatTheReaderWantsToStay) {
   for (const bool wanted : {false, true}) {
     sender.announceMove(verdict);
     bool allowed = false;
-    std::thread scanner([&] {
+    JoinedThreads scanner([&] {
       allowed = sender.mayMove();
       Verdict outcome = verdict;
       outcome.whereabouts = allowed ? Whereabouts::moved : Whereabouts::inPlace;
@@ -182,7 +182,7 @@ TEST_F(VerdictChannelTest, PassesOverRecordsWhoseLinesNeverCame) {
   sender.announceMove(infected("/u/lost too: Eicar FOUND"));
   sender.announceMove(infected("/u/b: Eicar FOUND"));
   bool allowed = false;
-  std::thread scanner([&] {
+  JoinedThreads scanner([&] {
     allowed = sender.mayMove();
     sender.tellOutcome(infected("/u/b: Eicar FOUND"));
   });

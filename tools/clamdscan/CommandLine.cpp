@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 enum class Meaning {
@@ -205,4 +205,4 @@ CommandLine CommandLine::parse(const std::vector<std::string>& words) {
   return Parser(words).parse();
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

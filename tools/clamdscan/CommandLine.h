@@ -4,10 +4,11 @@
 #include <string>
 #include <vector>
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // What a caller asked of the scanner, read as the real client reads it (clamdscan(1), with
-// getopt_long(3)'s abbreviations and clusters).
+// getopt_long(3)'s abbreviations and clusters). Not by getopt_long(3) itself, which would complain
+// of what only that client knows: such words, --help and --version among them, are handed on to it.
 struct CommandLine {
   // All options but --move, spelled out, for the real client.
   std::vector<std::string> options;
@@ -30,4 +31,4 @@ struct CommandLine {
   static CommandLine parse(const std::vector<std::string>& words);
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

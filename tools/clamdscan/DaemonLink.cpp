@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <utility>
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 // The starter may go while the daemon is waited for.
@@ -17,7 +17,7 @@ constexpr std::chrono::milliseconds longestPing{30000};
 
 }  // namespace
 
-DaemonLink::DaemonLink(const EngineTree& tree, Report& report, const Starter& starter,
+DaemonLink::DaemonLink(const TreeSettings& tree, Report& report, const Starter& starter,
                        std::chrono::milliseconds patience)
     : tree_(tree),
       report_(report),
@@ -90,4 +90,4 @@ void DaemonLink::announceStall(std::chrono::nanoseconds length) {
                 " seconds");
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

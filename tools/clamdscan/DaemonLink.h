@@ -7,17 +7,17 @@
 
 #include "clamav/ControlSocket.h"
 #include "clamav/ScanSession.h"
-#include "tools/clamdscan/EngineTree.h"
 #include "tools/clamdscan/Report.h"
 #include "tools/clamdscan/Starter.h"
+#include "tools/clamdscan/TreeSettings.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // The way to the tree's daemon. Says in the client's words that nobody can be reached there, which
 // readers of the report act upon, and once only. One thread.
 class DaemonLink {
  public:
-  DaemonLink(const EngineTree& tree, Report& report, const Starter& starter,
+  DaemonLink(const TreeSettings& tree, Report& report, const Starter& starter,
              std::chrono::milliseconds patience);
 
   // A session with the daemon; none when it cannot be had, which has been said then, and never will
@@ -36,7 +36,7 @@ class DaemonLink {
  private:
   DaemonConnection connect();
 
-  const EngineTree& tree_;
+  const TreeSettings& tree_;
   Report& report_;
   const Starter& starter_;
   const std::chrono::milliseconds patience_;
@@ -45,4 +45,4 @@ class DaemonLink {
   std::string problem_;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -6,7 +6,7 @@
 #include <array>
 #include <utility>
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 using namespace std::chrono_literals;
@@ -258,4 +258,4 @@ void DescriptorScan::handOver() {
   }
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -16,7 +16,7 @@
 #include "tools/clamdscan/DaemonLink.h"
 #include "tools/clamdscan/Entry.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // A file that is open to be scanned, or cannot be.
 struct Job {
@@ -98,4 +98,4 @@ class DescriptorScan {
   int lossesInARow_ = 0;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

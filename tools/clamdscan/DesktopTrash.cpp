@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <limits.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,10 +10,14 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "posix/Accounts.h"
+#include "posix/FileFacts.h"
 #include "posix/FileUri.h"
+#include "posix/OwnFile.h"
+#include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr char noteEnd[] = ".trashinfo";
@@ -32,20 +35,9 @@ std::string variable(const char* name) {
   return value == nullptr ? "" : value;
 }
 
-std::string homeInUserDatabase() {
-  const passwd* entry = getpwuid(geteuid());
-  return entry == nullptr ? "" : entry->pw_dir;
-}
-
 bool isThisUsers(const std::string& folder) {
   struct stat status = {};
   return stat(folder.c_str(), &status) == 0 && status.st_uid == geteuid();
-}
-
-bool leadsTo(const std::string& link, const std::string& target) {
-  std::array<char, PATH_MAX> text;
-  const ssize_t length = readlink(link.c_str(), text.data(), text.size());
-  return length > 0 && std::string(text.data(), static_cast<std::size_t>(length)) == target;
 }
 
 std::string localTime(DesktopTrash::Time time) {
@@ -69,14 +61,14 @@ DesktopTrash::DesktopTrash(const std::string& home, const std::string& dataHome)
   if (!own.empty() && own.front() == '/' && isThisUsers(own)) {
     link_ = own + "/.Trash";
     // So that it still leads there when the home moves.
-    const bool below = folder_.compare(0, own.size() + 1, own + "/") == 0;
+    const bool below = liesBelow(folder_, own);
     target_ = (below ? folder_.substr(own.size() + 1) : folder_) + "/files";
   }
 }
 
 DesktopTrash DesktopTrash::ofThisUser() {
   const std::string home = variable("HOME");
-  return {home.empty() || home.front() != '/' ? homeInUserDatabase() : home,
+  return {home.empty() || home.front() != '/' ? accountNumbered(geteuid()).home : home,
           variable("XDG_DATA_HOME")};
 }
 
@@ -86,7 +78,7 @@ void DesktopTrash::linkFrom(const std::string& path) const {
     return;
   }
   const bool nothing = lstat(path.c_str(), &status) != 0 && errno == ENOENT;
-  if (!nothing && !leadsTo(path, target_)) {
+  if (!nothing && targetOfLink(path) != target_) {
     return;
   }
   if (makeFolders(folder_ + "/info") == 0 && makeFolders(folder_ + "/files") == 0 && nothing) {
@@ -115,7 +107,7 @@ int DesktopTrash::note(int notes, const std::string& name, const std::string& or
   }
   const std::string text = "[Trash Info]\nPath=" + percentEncodedPath(origin) +
                            "\nDeletionDate=" + localTime(left) + "\n";
-  const int error = writeAll(target.get(), text);
+  const int error = writeAll(target.get(), text) ? 0 : errno;
   if (error != 0) {
     forget(notes, name);
   }
@@ -126,4 +118,4 @@ void DesktopTrash::forget(int notes, const std::string& name) {
   unlinkat(notes, (name + noteEnd).c_str(), 0);
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -5,7 +5,7 @@
 
 #include "posix/UniqueFd.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // The user's Trash, in which the desktop's file manager shows what was thrown away and puts it
 // back: files/NAME, and in info/NAME.trashinfo where it was and when it left (The
@@ -40,4 +40,4 @@ class DesktopTrash {
   std::string target_;  // what the link says
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -11,7 +11,7 @@
 
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 std::string realPath(const std::string& path) {
@@ -123,4 +123,4 @@ const std::string& PathResolver::realFolder(const std::string& folder) {
   return folders_.emplace(folder, std::move(real)).first->second;
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

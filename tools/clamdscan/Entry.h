@@ -6,7 +6,7 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // One thing to be scanned.
 struct Entry {
@@ -38,4 +38,4 @@ class PathResolver {
   std::unordered_map<std::string, std::string> folders_;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -1,33 +1,19 @@
 #include "tools/clamdscan/FolderWalk.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <memory>
 #include <vector>
 
-#include "posix/UniqueFd.h"
+#include "posix/FolderReader.h"
+#include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
-struct CloseFolder {
-  void operator()(DIR* folder) const { closedir(folder); }
-};
-using Folder = std::unique_ptr<DIR, CloseFolder>;
-
-Folder openFolder(int parent, const char* name) {
-  UniqueFd descriptor(
-      openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  DIR* const folder = descriptor ? fdopendir(descriptor.get()) : nullptr;
-  if (folder != nullptr) {
-    descriptor.release();
-  }
-  return Folder(folder);
-}
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
 class Walk {
  public:
@@ -44,8 +30,7 @@ class Walk {
     while (goesOn_ && !levels_.empty()) {
       Level& level = levels_.back();
       path_.resize(level.pathLength);
-      errno = 0;
-      const dirent* const entry = readdir(level.folder.get());
+      const dirent* const entry = level.folder.next();
       if (entry != nullptr) {
         meet(*entry);
         continue;
@@ -59,7 +44,7 @@ class Walk {
 
  private:
   struct Level {
-    Folder folder;
+    FolderReader folder;
     std::size_t pathLength;
   };
 
@@ -68,7 +53,7 @@ class Walk {
       visitor_.obstacle(path_, "folders nested too deeply");
       return;
     }
-    Folder folder = openFolder(parent, name);
+    FolderReader folder(UniqueFd(openat(parent, name, folderFlags)));
     if (!folder) {
       visitor_.obstacle(path_, reasonText(errno));
       return;
@@ -77,13 +62,9 @@ class Walk {
   }
 
   void meet(const dirent& entry) {
-    const std::string_view name = entry.d_name;
-    if (name == "." || name == "..") {
-      return;
-    }
     path_ += path_.back() == '/' ? "" : "/";
-    path_ += name;
-    const int parent = dirfd(levels_.back().folder.get());
+    path_ += entry.d_name;
+    const int parent = levels_.back().folder.descriptor();
     if (entry.d_type == DT_DIR) {
       enter(parent, entry.d_name);
       return;
@@ -117,9 +98,7 @@ class Walk {
       return;
     }
     const std::string real = pathOf(target.get());
-    const bool inside = root_ == "/" || real == root_ ||
-                        (real.size() > root_.size() && real[root_.size()] == '/' &&
-                         real.compare(0, root_.size(), root_) == 0);
+    const bool inside = real == root_ || liesBelow(real, root_);
     if (!inside) {
       visitor_.obstacle(path_, "symbolic link to outside of this folder");
     }
@@ -139,4 +118,4 @@ void FolderWalk::through(const std::string& root, const Visitor& visitor, std::s
   Walk(root, visitor, deepest).run();
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // Goes through a folder and all below it, other file systems included, without following links and
 // with memory for one path only. One thread.
@@ -26,4 +26,4 @@ class FolderWalk {
                       std::size_t deepest = usualDepth);
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -9,7 +9,7 @@
 
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 Answer unscannable(std::string why, Verdict::Limit limit = Verdict::Limit::none) {
@@ -168,4 +168,4 @@ void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
   }
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

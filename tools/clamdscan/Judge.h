@@ -11,7 +11,7 @@
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Report.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // Whether this is no threat's name, but says that a limit kept the daemon from looking at all of
 // it.
@@ -51,4 +51,4 @@ class Judge {
   std::string movedShown_;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

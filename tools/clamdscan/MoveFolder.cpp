@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <limits.h>
-#include <pwd.h>
 #include <stdio.h>
 #include <sys/random.h>
 #include <unistd.h>
@@ -13,10 +12,12 @@
 #include <cstdio>
 #include <string_view>
 
+#include "posix/Accounts.h"
+#include "posix/OwnFile.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr int mostNames = 1000;
@@ -47,12 +48,11 @@ int copyBytes(int source, int target) {
     if (count < 0 && errno != EINTR) {
       return errno;
     }
-    const int error =
-        count < 0 ? 0 : writeAll(target, {bytes.data(), static_cast<std::size_t>(count)});
-    if (error != 0) {
-      return error;
+    const std::size_t size = count < 0 ? 0 : static_cast<std::size_t>(count);
+    if (!writeAll(target, {bytes.data(), size})) {
+      return errno;
     }
-    place += count < 0 ? 0 : count;
+    place += static_cast<off_t>(size);
   }
 }
 
@@ -73,21 +73,16 @@ int renameTo(int parent, const std::string& from, int folder, const std::string&
 
 // Whether a group holds this user alone, as the group does that many systems make for each user.
 bool isPrivateGroup(gid_t group) {
-  std::array<char, 16384> ofUser;
-  std::array<char, 16384> ofGroup;
-  passwd user = {};
-  passwd* knownUser = nullptr;
+  const Account user = accountNumbered(geteuid());
+  std::array<char, 16384> buffer;
   struct group entry = {};
-  struct group* knownGroup = nullptr;
-  if (getpwuid_r(geteuid(), &user, ofUser.data(), ofUser.size(), &knownUser) != 0 ||
-      getgrgid_r(group, &entry, ofGroup.data(), ofGroup.size(), &knownGroup) != 0 ||
-      knownUser == nullptr || knownGroup == nullptr) {
+  struct group* known = nullptr;
+  if (getgrgid_r(group, &entry, buffer.data(), buffer.size(), &known) != 0 || known == nullptr) {
     return false;
   }
-  const std::string_view name = user.pw_name;
-  bool alone = user.pw_gid == group && name == entry.gr_name;
+  bool alone = user.group == group && user.name == entry.gr_name;
   for (char** member = entry.gr_mem; alone && *member != nullptr; ++member) {
-    alone = name == *member;
+    alone = user.name == *member;
   }
   return alone;
 }
@@ -170,48 +165,56 @@ struct MoveFolder::Source {
   }
 };
 
+// "" or why the scanned file cannot be moved away from there.
+std::string MoveFolder::find(Source& source) const {
+  struct stat named = {};
+  if (!source.parent || fstat(source.file, &source.status) != 0 ||
+      fstatat(source.parent.get(), source.name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
+    return reasonText(errno);
+  }
+  if (!S_ISREG(named.st_mode) || !sameFile(named, source.status)) {
+    return replaced;
+  }
+  struct stat here = {};
+  struct stat there = {};
+  const bool isThere = fstat(source.parent.get(), &here) == 0 &&
+                       fstat(folder_.get(), &there) == 0 && sameFile(here, there);
+  return isThere ? "it is in that folder already" : "";
+}
+
 MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned) {
   Source source;
   source.parent = openWithoutLinks(deletingLastPathComponent(path), O_PATH | O_DIRECTORY);
   source.name = lastPathComponent(path);
   source.path = path;
   source.file = scanned;
-  struct stat named = {};
-  if (!source.parent || fstat(scanned, &source.status) != 0 ||
-      fstatat(source.parent.get(), source.name.c_str(), &named, AT_SYMLINK_NOFOLLOW) != 0) {
-    return {false, reasonText(errno), 0, {}, {}};
-  }
-  if (!S_ISREG(named.st_mode) || !sameFile(named, source.status)) {
-    return {false, replaced, 0, {}, {}};
-  }
-  struct stat here = {};
-  struct stat there = {};
-  if (fstat(source.parent.get(), &here) == 0 && fstat(folder_.get(), &there) == 0 &&
-      sameFile(here, there)) {
-    return {false, "it is in that folder already", 0, {}, {}};
+  Outcome outcome;
+  outcome.text = find(source);
+  if (!outcome.text.empty()) {
+    return outcome;
   }
   const std::size_t longest = notes_ ? DesktopTrash::longestName : NAME_MAX;
-  Outcome outcome;
-  outcome.otherNames = source.status.st_nlink > 1 ? source.status.st_nlink - 1UL : 0UL;
-  for (int number = 0; number < mostNames; ++number) {
-    const std::string target = numbered(source.name, number, longest);
-    const int error = moveTo(target, source, outcome);
-    if (error == 0) {
-      outcome.moved = true;
-      outcome.text = path_ + "/" + target;
-      const int problem = makeHarmless(scanned);
-      outcome.executable = problem == 0 ? "" : reasonText(problem);
-      return outcome;
-    }
-    if (error != EEXIST) {
-      if (error == ENOTRECOVERABLE) {
-        return {
-            false, replaced + (" by a file that is now '" + path_) + "/" + target + "'", 0, {}, {}};
-      }
-      return {false, error == ESTALE ? replaced : reasonText(error), 0, {}, {}};
-    }
+  std::string target;
+  int error = EEXIST;
+  for (int number = 0; error == EEXIST && number < mostNames; ++number) {
+    target = numbered(source.name, number, longest);
+    error = moveTo(target, source, outcome);
   }
-  return {false, "its name is taken there, with every number", 0, {}, {}};
+  if (error == 0) {
+    outcome.moved = true;
+    outcome.text = path_ + "/" + target;
+    outcome.otherNames = source.status.st_nlink > 1 ? source.status.st_nlink - 1UL : 0UL;
+    const int problem = makeHarmless(scanned);
+    outcome.executable = problem == 0 ? "" : reasonText(problem);
+    return outcome;
+  }
+  Outcome failure;
+  failure.text = error == EEXIST   ? "its name is taken there, with every number"
+                 : error == ESTALE ? replaced
+                 : error == ENOTRECOVERABLE
+                     ? replaced + (" by a file that is now '" + path_) + "/" + target + "'"
+                     : reasonText(error);
+  return failure;
 }
 
 // The note comes first, as the desktop does it: whoever has made it has the name. A file that is
@@ -287,4 +290,4 @@ int MoveFolder::copy(const Source& source, const std::string& name) {
   return error;
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

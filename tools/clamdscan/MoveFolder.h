@@ -9,7 +9,7 @@
 #include "posix/UniqueFd.h"
 #include "tools/clamdscan/DesktopTrash.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // The folder into which infected files are moved. It has to be this user's own, and nobody else may
 // put things into it or take them out. What goes into the desktop's Trash can be put back from
@@ -39,6 +39,7 @@ class MoveFolder {
  private:
   struct Source;
 
+  std::string find(Source& source) const;
   int moveTo(const std::string& target, const Source& source, Outcome& outcome);
   int place(const Source& source, const std::string& name);
   static int removeScanned(const Source& source);
@@ -51,4 +52,4 @@ class MoveFolder {
   UniqueFd notes_;  // where the Trash keeps its notes, when the folder is the Trash's
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -6,11 +6,12 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 
-namespace quillo::front {
+#include "posix/FileFacts.h"
+
+namespace quillo::wrapper {
 namespace {
 
 constexpr int always = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -102,35 +103,8 @@ int statusOf(const std::string& path, struct stat& status) {
 }
 
 std::string pathOf(int descriptor) {
-  std::array<char, PATH_MAX> target;
-  const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
-  const ssize_t length = readlink(link.c_str(), target.data(), target.size());
-  if (length <= 0 || static_cast<std::size_t>(length) >= target.size() || target[0] != '/') {
-    return {};
-  }
-  return std::string(target.data(), static_cast<std::size_t>(length));
+  std::string path = targetOfLink("/proc/self/fd/" + std::to_string(descriptor)).value_or("");
+  return path.starts_with('/') && path.size() < PATH_MAX ? path : std::string();
 }
 
-int makeFolders(const std::string& path) {
-  for (std::size_t slash = path.find('/', 1); slash != std::string::npos;
-       slash = path.find('/', slash + 1)) {
-    if (mkdir(path.substr(0, slash).c_str(), 0700) != 0 && errno != EEXIST && errno != EROFS &&
-        errno != EACCES) {
-      return errno;
-    }
-  }
-  return mkdir(path.c_str(), 0700) == 0 || errno == EEXIST ? 0 : errno;
-}
-
-int writeAll(int target, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = write(target, bytes.data(), bytes.size());
-    if (count < 0 && errno != EINTR) {
-      return errno;
-    }
-    bytes.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
-  }
-  return 0;
-}
-
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -7,7 +7,7 @@
 
 #include "posix/UniqueFd.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // strerror(3) in the tone of a reason: "permission denied".
 std::string reasonText(int error);
@@ -24,9 +24,4 @@ int statusOf(const std::string& path, struct stat& status);
 // Where an opened file stands now, or "" when the path is too long to be told.
 std::string pathOf(int descriptor);
 
-// Makes a folder (0700, and those above it) unless it is there: 0 or an errno.
-int makeFolders(const std::string& path);
-// Writes all of it: 0 or an errno.
-int writeAll(int target, std::string_view bytes);
-
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -11,7 +11,7 @@
 #include "tools/clamdscan/MoveFolder.h"
 #include "tools/clamdscan/Paths.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 bool isThisProgram(const std::string& path) {
@@ -32,7 +32,7 @@ std::string usableMoveWord(const std::string& path, Report& report) {
   return "";
 }
 
-std::vector<std::string> clientsWords(const EngineTree& tree, const CommandLine& asked,
+std::vector<std::string> clientsWords(const TreeSettings& tree, const CommandLine& asked,
                                       const std::vector<std::string>& words, Report& report) {
   std::vector<std::string> all = {tree.realClient};
   if (!asked.configuration) {
@@ -59,11 +59,11 @@ std::vector<std::string> clientsWords(const EngineTree& tree, const CommandLine&
 
 }  // namespace
 
-bool isForRealClient(const EngineTree& tree, const CommandLine& asked) {
+bool isForRealClient(const TreeSettings& tree, const CommandLine& asked) {
   return asked.foreign || tree.daemonSocket.empty();
 }
 
-void becomeRealClient(const EngineTree& tree, const CommandLine& asked,
+void becomeRealClient(const TreeSettings& tree, const CommandLine& asked,
                       const std::vector<std::string>& words, Report& report,
                       const Starter* starter) {
   if (isThisProgram(tree.realClient)) {
@@ -85,4 +85,4 @@ void becomeRealClient(const EngineTree& tree, const CommandLine& asked,
   report.error("ERROR: " + tree.realClient + " cannot be run: " + reasonText(errno));
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -4,22 +4,22 @@
 #include <vector>
 
 #include "tools/clamdscan/CommandLine.h"
-#include "tools/clamdscan/EngineTree.h"
 #include "tools/clamdscan/Report.h"
 #include "tools/clamdscan/Starter.h"
+#include "tools/clamdscan/TreeSettings.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // The distribution's client, which does what this program does not: daemons over TCP, streams,
 // options of its own.
 
 // Whether what was asked is for it.
-bool isForRealClient(const EngineTree& tree, const CommandLine& asked);
+bool isForRealClient(const TreeSettings& tree, const CommandLine& asked);
 // This process becomes that client, with the tree's configuration, and ends with the thread of
 // `starter` that runs it, if there is one. Returns only when it cannot, which has been said then;
 // throws Starter::Gone.
-void becomeRealClient(const EngineTree& tree, const CommandLine& asked,
+void becomeRealClient(const TreeSettings& tree, const CommandLine& asked,
                       const std::vector<std::string>& words, Report& report,
                       const Starter* starter);
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

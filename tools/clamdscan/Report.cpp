@@ -1,15 +1,13 @@
 #include "tools/clamdscan/Report.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
 #include "clamav/ReportedText.h"
 #include "clamav/VerdictChannel.h"
+#include "posix/UniqueFd.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 constexpr std::size_t atomicWrite = 4096;
@@ -159,18 +157,10 @@ void Report::add(int descriptor, std::string line) {
 }
 
 void Report::flush() {
-  std::string_view rest = gathered_;
-  while (!rest.empty()) {
-    const ssize_t count = write(target_, rest.data(), rest.size());
-    if (count < 0 && errno != EINTR) {
-      ++failures_;
-      break;
-    }
-    rest.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
-  }
+  failures_ += writeAll(target_, gathered_) ? 0 : 1;
   gathered_.clear();
 }
 
 int Report::exitStatus() const { return infections_ > 0 ? 1 : failures_ > 0 ? 2 : 0; }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -10,7 +10,7 @@ namespace quillo {
 class VerdictSender;
 }
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // The report as the reader gets it, with bytes spelled as reportedText() does. Lines are gathered
 // and written whole, as many as fit into 4096 bytes with one write(2), which is atomic on a pipe
@@ -73,4 +73,4 @@ class Report {
   std::uint64_t leftOut_ = 0;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -1,6 +1,6 @@
 #include "tools/clamdscan/Starter.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 void Starter::checkPolled(const Watched& polled) {
   for (const pollfd& one : polled) {
@@ -17,4 +17,4 @@ void Starter::check() const {
   }
 }
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -4,7 +4,7 @@
 
 #include <array>
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
 // Whoever started this program and reads its report. Nobody is to be scanned for, and no file moved
 // for, once he has gone: his channel hangs up then, and a pipe that is the report's end has an
@@ -29,4 +29,4 @@ class Starter {
   Watched watched_;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

@@ -7,10 +7,11 @@
 #include <vector>
 
 #include "clamav/VerdictChannel.h"
-#include "tools/clamdscan/Front.h"
+#include "posix/FileFacts.h"
+#include "tools/clamdscan/ClientWrapper.h"
 #include "tools/clamdscan/RealClient.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 namespace {
 
 std::vector<std::string> pathsOfThisProgram() {
@@ -18,16 +19,14 @@ std::vector<std::string> pathsOfThisProgram() {
   if (const unsigned long name = getauxval(AT_EXECFN); name != 0) {
     paths.emplace_back(reinterpret_cast<const char*>(name));
   }
-  char program[4096];
-  const ssize_t length = readlink("/proc/self/exe", program, sizeof(program) - 1);
-  if (length > 0) {
-    paths.emplace_back(program, static_cast<std::size_t>(length));
+  if (auto program = targetOfLink("/proc/self/exe")) {
+    paths.push_back(std::move(*program));
   }
   return paths;
 }
 
 int run(const std::vector<std::string>& words) {
-  EngineTree tree = EngineTree::find(pathsOfThisProgram());
+  TreeSettings tree = TreeSettings::find(pathsOfThisProgram());
   const CommandLine asked = CommandLine::parse(words);
   if (asked.configuration) {
     tree.useConfiguration(*asked.configuration);
@@ -42,19 +41,19 @@ int run(const std::vector<std::string>& words) {
     return report.exitStatus();
   }
   SystemClock clock;
-  return Front(tree, asked, report, clock, starter).run();
+  return ClientWrapper(tree, asked, report, clock, starter).run();
 }
 
 }  // namespace
-}  // namespace quillo::front
+}  // namespace quillo::wrapper
 
 int main(int argc, char** argv) {
   try {
-    return quillo::front::run(std::vector<std::string>(argv + 1, argv + argc));
-  } catch (const quillo::front::Starter::Gone&) {
+    return quillo::wrapper::run(std::vector<std::string>(argv + 1, argv + argc));
+  } catch (const quillo::wrapper::Starter::Gone&) {
     return 2;
   } catch (const std::exception& problem) {
     const std::string line = std::string("ERROR: clamdscan: ") + problem.what() + "\n";
-    return write(STDOUT_FILENO, line.data(), line.size()) < 0 ? 3 : 2;
+    return quillo::writeAll(STDOUT_FILENO, line) ? 2 : 3;
   }
 }

@@ -5,8 +5,9 @@
 
 #include <cstdlib>
 
-#include "clamav/Accounts.h"
+#include "clamav/ControlSocket.h"
 #include "posix/PlatformException.h"
+#include "posix/Text.h"
 #include "tools/engine-tree/SocketFolder.h"
 #include "tools/engine-tree/TreeFolder.h"
 
@@ -32,8 +33,7 @@ void chooseSocketFolder(TreePlan& plan, const std::string& remembered, SocketFol
   plan.socketFolder =
       use == SocketFolderUse::renew ? renewSocketFolder(request) : keepSocketFolder(request);
   // The user's runtime folder lies in memory, and is no place for what an archive unpacks to.
-  const bool isTemporary =
-      plan.socketFolder.compare(0, places.temporary.size() + 1, places.temporary + "/") == 0;
+  const bool isTemporary = liesBelow(plan.socketFolder, places.temporary);
   plan.scratch = isTemporary ? plan.socketFolder : "";
 }
 
@@ -76,7 +76,7 @@ void writeConfiguration(const TreeFolder& root, const TreePlan& plan) {
   const TreeFolder etc = root.subfolder("etc");
   etc.write("clamd.conf", clamdConfText(plan), 0644);
   etc.write("freshclam.conf", freshclamConfText(plan), 0644);
-  etc.write("front.conf", frontConfText(plan), 0644);
+  etc.write("front.conf", wrapperConfText(plan), 0644);
   etc.write(launchConf, launchConfText(plan), 0644);
 }
 
@@ -94,7 +94,7 @@ std::string programIn(const std::string& folder, const std::string& name) {
 }  // namespace
 
 TreePlan makeTree(const TreeRequest& request) {
-  const std::string front = programIn(request.toolFolder, "clamdscan");
+  const std::string wrapper = programIn(request.toolFolder, "clamdscan");
   const std::string launcher = programIn(request.toolFolder, "engine-launcher");
   installedPrograms(request.places);  // before anything is made
   const TreeFolder root = TreeFolder::openOrMake(request.root);
@@ -102,7 +102,7 @@ TreePlan makeTree(const TreeRequest& request) {
   const TreePlan plan = planTree(root, request.machineWide, request.places, SocketFolderUse::keep);
   writeConfiguration(root, plan);
   const TreeFolder bin = root.subfolder("bin");
-  bin.write("clamdscan", front, 0755);
+  bin.write("clamdscan", wrapper, 0755);
   bin.write("freshclam", launcher, 0755);
   root.subfolder("sbin").write("clamd", launcher, 0755);
   return plan;

@@ -19,7 +19,7 @@ struct TreeRequest {
 
 // Makes the engine tree below `request.root`, or brings one up to date: programs, configuration,
 // socket folder, and the built-in definition where there are no real ones. Touches nothing else.
-// Answers what it planned. Throws PlatformException when a package is missing or a file cannot be
+// Returns what it planned. Throws PlatformException when a package is missing or a file cannot be
 // written; each file is then the old or the new one. One run at a time: a second one waits.
 TreePlan makeTree(const TreeRequest& request);
 

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <optional>
 
-#include "clamav/Accounts.h"
 #include "clamav/Daemons.h"
+#include "posix/Accounts.h"
 #include "posix/PlatformException.h"
 
 namespace quillo {
@@ -72,7 +72,7 @@ MachineDaemon examineDaemon(const std::string& configuration, ClamConf options,
   // This user's own clamd is no danger to him.
   std::vector<uid_t> trusted = {0, geteuid()};
   std::vector<uid_t> machineUsers = {0};
-  if (const std::optional<EngineAccount> account = accountNamed(daemon.account)) {
+  if (const std::optional<Account> account = accountNamed(daemon.account)) {
     trusted.push_back(account->user);
     machineUsers.push_back(account->user);
   }

@@ -1,6 +1,5 @@
 #include "tools/engine-tree/SocketFolder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,12 +7,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <memory>
 
+#include "posix/FolderReader.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
-#include "tools/engine-tree/Confinement.h"
+#include "tools/engine-tree/AppArmor.h"
 
 namespace quillo {
 namespace {
@@ -48,38 +47,36 @@ bool isOurs(const SocketFolderRequest& request, const std::string& folder) {
 // Only just made by this process, so that nobody else can have put anything in its place: `folder`
 // lies in a folder with the sticky bit, or in one of our own.
 bool handOver(const SocketFolderRequest& request, const std::string& folder) {
-  const EngineAccount& account = request.account;
+  const Account& account = request.account;
   if (account.user != geteuid() && lchown(folder.c_str(), account.user, account.group) != 0) {
     return false;
   }
   return chmod(folder.c_str(), modeOf(request)) == 0 && isOurs(request, folder);
 }
 
-bool isBelow(const std::string& folder, const std::string& prefix) {
-  return folder.size() > prefix.size() && folder.compare(0, prefix.size(), prefix) == 0;
+bool beginsWith(const std::string& folder, const std::string& prefix) {
+  return folder.size() > prefix.size() && folder.starts_with(prefix);
 }
 
 // Made by an earlier run, in the right place then.
 bool isRememberedOurs(const SocketFolderRequest& request) {
   const std::string& folder = request.remembered;
-  return isBelow(folder, prefixIn(deletingLastPathComponent(folder), request)) &&
+  return beginsWith(folder, prefixIn(deletingLastPathComponent(folder), request)) &&
          isOurs(request, folder);
 }
 
 // Follows no link and leaves no file system.
 void emptyFolder(UniqueFd folder, dev_t device, int depth) {
-  const int descriptor = folder.get();
-  const std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(folder.release()), closedir);
-  while (const dirent* entry = entries && depth > 0 ? readdir(entries.get()) : nullptr) {
-    const std::string_view entryName = entry->d_name;
-    if (entryName == "." || entryName == ".." || unlinkat(descriptor, entry->d_name, 0) == 0) {
+  FolderReader entries(std::move(folder));
+  for (const dirent* entry; depth > 0 && (entry = entries.next()) != nullptr;) {
+    if (unlinkat(entries.descriptor(), entry->d_name, 0) == 0) {
       continue;
     }
-    UniqueFd below(openat(descriptor, entry->d_name, folderFlags));
+    UniqueFd below(openat(entries.descriptor(), entry->d_name, folderFlags));
     struct stat status = {};
     if (below && fstat(below.get(), &status) == 0 && status.st_dev == device) {
       emptyFolder(std::move(below), device, depth - 1);
-      unlinkat(descriptor, entry->d_name, AT_REMOVEDIR);
+      unlinkat(entries.descriptor(), entry->d_name, AT_REMOVEDIR);
     }
   }
 }
@@ -95,7 +92,7 @@ void removeRemembered(const SocketFolderRequest& request) {
 
 std::string makeFolder(const SocketFolderRequest& request) {
   const std::string prefix = prefixIn(request.place, request);
-  if (isBelow(request.remembered, prefix) &&
+  if (beginsWith(request.remembered, prefix) &&
       request.remembered.find('/', prefix.size()) == std::string::npos &&
       mkdir(request.remembered.c_str(), 0700) == 0 && handOver(request, request.remembered)) {
     return request.remembered;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "clamav/Accounts.h"
+#include "posix/Accounts.h"
 #include "tools/engine-tree/MachineEngine.h"
 
 namespace quillo {
@@ -11,7 +11,7 @@ namespace quillo {
 // 0755 for a tree for everyone.
 struct SocketFolderRequest {
   std::string place;  // the folder that it lies in, see socketPlace()
-  EngineAccount account;
+  Account account;
   bool forEveryone = false;
   std::string remembered;  // the folder of an earlier run, wherever it lay; empty for none
 };

@@ -91,20 +91,6 @@ UniqueFd makeAndOpen(int parent, const std::string& name, const std::string& pat
   return folder;
 }
 
-bool writeAll(int file, std::string_view content) {
-  while (!content.empty()) {
-    const ssize_t count = ::write(file, content.data(), content.size());
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count < 0) {
-      return false;
-    }
-    content.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return true;
-}
-
 }  // namespace
 
 TreeFolder TreeFolder::openOrMake(const std::string& path) {
@@ -143,14 +129,7 @@ TreeFolder TreeFolder::subfolderOf(const std::string& name, uid_t user, gid_t gr
 }
 
 std::optional<std::string> TreeFolder::read(const std::string& name) const {
-  // Nonblocking, lest a FIFO of that name hold us up.
-  const UniqueFd file(
-      openat(folder_.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
-  struct stat status = {};
-  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return std::nullopt;
-  }
-  return restOfFile(file.get());
+  return contentsOfRegularFile(name, Links::refused, std::string::npos, folder_.get());
 }
 
 bool TreeFolder::write(const std::string& name, std::string_view content, mode_t mode) const {

@@ -11,7 +11,7 @@ constexpr char header[] =
     "# Written by vantrel-engine-tree, which makes this file anew at every run. Lines of your own\n"
     "# belong in clamd.local and freshclam.local beside it.\n";
 
-// What bounds a scan; a front program and a user want to know the answering daemon's own values.
+// What bounds a scan; the client wrapper and a user want to know the answering daemon's own values.
 constexpr std::array<const char*, 9> limits = {
     "AlertExceedsMax", "MaxScanTime",     "MaxScanSize",           "MaxFileSize",    "MaxRecursion",
     "MaxFiles",        "PCREMaxFileSize", "MaxDirectoryRecursion", "StreamMaxLength"};
@@ -108,7 +108,7 @@ std::string freshclamConfText(const TreePlan& plan) {
   return text;
 }
 
-std::string frontConfText(const TreePlan& plan) {
+std::string wrapperConfText(const TreePlan& plan) {
   std::string text = header;
   addLine(text, "RealClient", plan.programs.client);
   addLine(text, "DaemonConfig",

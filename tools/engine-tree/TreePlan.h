@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "clamav/Accounts.h"
+#include "posix/Accounts.h"
 #include "tools/engine-tree/MachineEngine.h"
 
 namespace quillo {
@@ -14,7 +14,7 @@ struct TreePlan {
   bool machineWide = false;
   EnginePrograms programs;
   MachineDaemon machine;     // the tree's daemon when it is usable; a private one runs otherwise
-  EngineAccount account;     // of the private daemon
+  Account account;           // of the private daemon
   bool runsAsRoot = false;   // then clamd and freshclam want to be told the account
   std::string socketFolder;  // of the private daemon; kept while the machine's is in use
   std::string scratch;       // for what the private daemon unpacks; empty for its own choice
@@ -38,7 +38,7 @@ struct TreePlan {
 std::string clamdConfText(const TreePlan& plan);
 std::string freshclamConfText(const TreePlan& plan);
 // For bin/clamdscan: the real client, and the configuration of the daemon that answers it.
-std::string frontConfText(const TreePlan& plan);
+std::string wrapperConfText(const TreePlan& plan);
 // For sbin/clamd, bin/freshclam and the next run.
 std::string launchConfText(const TreePlan& plan);
 

@@ -1,7 +1,7 @@
 #include <unistd.h>
 
-#include "clamav/Accounts.h"
-#include "tools/engine-tree/Confinement.h"
+#include "clamav/ControlSocket.h"
+#include "tools/engine-tree/AppArmor.h"
 #include "tools/engine-tree/EngineTree.h"
 #include "tools/engine-tree/TreeFolder.h"
 

@@ -1,12 +1,14 @@
+#include <getopt.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <exception>
 #include <string>
-#include <string_view>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
+#include "posix/Version.h"
 #include "tools/engine-tree/EngineTree.h"
 
 namespace {
@@ -19,7 +21,8 @@ constexpr char help[] =
     "vantrel-engine-tree --check [--machine] [ROOT]\n"
     "    changes nothing: 0 when the tree is whole, its clamd answers and real definitions are\n"
     "    there that are no older than two weeks, otherwise 1 and the reasons\n"
-    "vantrel-engine-tree --help\n";
+    "vantrel-engine-tree --help\n"
+    "vantrel-engine-tree --version\n";
 
 struct Options {
   bool check = false;
@@ -28,11 +31,8 @@ struct Options {
 };
 
 std::string ownFolder() {
-  std::array<char, 4096> path;
-  const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-  return length > 0 ? quillo::deletingLastPathComponent(
-                          std::string_view(path.data(), static_cast<std::size_t>(length)))
-                    : ".";
+  const auto program = quillo::targetOfLink("/proc/self/exe");
+  return program ? quillo::deletingLastPathComponent(*program) : ".";
 }
 
 std::string absolute(const std::string& path) {
@@ -66,24 +66,42 @@ int make(const Options& options) {
   return 0;
 }
 
+int refuse(const char* word) {
+  std::fprintf(stderr, "vantrel-engine-tree: what is \"%s\"?\n%s", word, help);
+  return 1;
+}
+
 int run(int argc, char** argv) {
+  static constexpr std::array<option, 5> known = {{{"check", no_argument, nullptr, 'c'},
+                                                   {"machine", no_argument, nullptr, 'm'},
+                                                   {"help", no_argument, nullptr, 'h'},
+                                                   {"version", no_argument, nullptr, 'v'},
+                                                   {nullptr, 0, nullptr, 0}}};
   Options options;
-  for (int i = 1; i < argc; ++i) {
-    const std::string_view word = argv[i];
-    if (word == "--help" || word == "-h") {
-      std::fputs(help, stdout);
-      return 0;
+  opterr = 0;
+  for (int word = optind;; word = optind) {
+    // In the order of the words, so that the one that is not understood can be named.
+    const int chosen = getopt_long(argc, argv, "-h", known.data(), nullptr);
+    if (chosen == 'h') {
+      return quillo::printText(help);
     }
-    if (word == "--check") {
-      options.check = true;
-    } else if (word == "--machine") {
-      options.machine = true;
-    } else if (word.empty() || word.front() == '-' || !options.root.empty()) {
-      std::fprintf(stderr, "vantrel-engine-tree: what is \"%s\"?\n%s", argv[i], help);
-      return 1;
-    } else {
-      options.root = absolute(argv[i]);
+    if (chosen == 'v') {
+      return quillo::printVersion("vantrel-engine-tree");
     }
+    if (chosen == -1) {
+      break;
+    }
+    options.check = options.check || chosen == 'c';
+    options.machine = options.machine || chosen == 'm';
+    const bool isRoot = chosen == 1 && *optarg != '\0' && *optarg != '-' && options.root.empty();
+    if (isRoot) {
+      options.root = absolute(optarg);
+    } else if (chosen != 'c' && chosen != 'm') {
+      return refuse(argv[word]);
+    }
+  }
+  if (optind < argc) {
+    return refuse(argv[optind]);
   }
   if (options.root.empty()) {
     options.root = quillo::defaultRoot(options.machine);

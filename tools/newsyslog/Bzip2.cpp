@@ -1,13 +1,14 @@
 #include "tools/newsyslog/Bzip2.h"
 
 #include <bzlib.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
+
+#include "posix/UniqueFd.h"
 
 namespace quillo {
 namespace {
@@ -21,28 +22,11 @@ constexpr int blockSize = 9;  // the best compression; 7.6 MB of memory
 }
 
 std::size_t readInto(int file, Buffer& buffer) {
-  for (;;) {
-    const ssize_t count = read(file, buffer.data(), buffer.size());
-    if (count >= 0) {
-      return static_cast<std::size_t>(count);
-    }
-    if (errno != EINTR) {
-      fail("cannot read");
-    }
+  const ssize_t count = readSome(file, buffer.data(), buffer.size());
+  if (count < 0) {
+    fail("cannot read");
   }
-}
-
-void writeAll(int file, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t count = write(file, data, size);
-    if (count < 0 && errno != EINTR) {
-      fail("cannot write");
-    }
-    if (count > 0) {
-      data += count;
-      size -= static_cast<std::size_t>(count);
-    }
-  }
+  return static_cast<std::size_t>(count);
 }
 
 class Compressor {
@@ -74,7 +58,9 @@ class Compressor {
     stream_.next_out = output.data();
     stream_.avail_out = output.size();
     const int result = BZ2_bzCompress(&stream_, action);
-    writeAll(archive, output.data(), output.size() - stream_.avail_out);
+    if (!writeAll(archive, {output.data(), output.size() - stream_.avail_out})) {
+      fail("cannot write");
+    }
     return result;
   }
 

@@ -1,12 +1,12 @@
 #include "tools/newsyslog/Configuration.h"
 
 #include <grp.h>
-#include <pwd.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 
+#include "posix/Accounts.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -34,14 +34,11 @@ std::optional<uid_t> userFrom(std::string_view text) {
   if (const auto number = numberFrom<uid_t>(text)) {
     return number;
   }
-  std::array<char, 16384> buffer;
-  passwd entry = {};
-  passwd* found = nullptr;
-  if (getpwnam_r(std::string(text).c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 ||
-      found == nullptr) {
+  const auto account = accountNamed(std::string(text));
+  if (!account) {
     refuse("there is no user \"" + std::string(text) + "\"");
   }
-  return found->pw_uid;
+  return account->user;
 }
 
 std::optional<gid_t> groupFrom(std::string_view text) {

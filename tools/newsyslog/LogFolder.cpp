@@ -176,28 +176,14 @@ UniqueFd PosixLogFolder::createNew(const std::string& name, const LogAttributes&
 void PosixLogFolder::copyTo(const std::string& name, int target) const {
   const UniqueFd source = openForReading(name);
   std::array<char, 65536> buffer;
-  for (;;) {
-    const ssize_t count = read(source.get(), buffer.data(), buffer.size());
-    if (count == 0) {
-      return;
+  ssize_t count = 0;
+  while ((count = readSome(source.get(), buffer.data(), buffer.size())) > 0) {
+    if (!writeAll(target, {buffer.data(), static_cast<std::size_t>(count)})) {
+      break;
     }
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    for (ssize_t done = 0; done < count;) {
-      const ssize_t written =
-          write(target, buffer.data() + done, static_cast<std::size_t>(count - done));
-      if (written < 0 && errno == EINTR) {
-        continue;
-      }
-      if (written < 0) {
-        throw std::system_error(errno, std::generic_category());
-      }
-      done += written;
-    }
-    if (count < 0) {
-      throw std::system_error(errno, std::generic_category());
-    }
+  }
+  if (count != 0) {
+    throw std::system_error(errno, std::generic_category());
   }
 }
 

@@ -1,16 +1,21 @@
+#include <fcntl.h>
+#include <getopt.h>
 #include <signal.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
+#include "posix/UniqueFd.h"
+#include "posix/Version.h"
 #include "tools/newsyslog/Configuration.h"
 #include "tools/newsyslog/LogFolder.h"
 #include "tools/newsyslog/LogRotation.h"
@@ -21,7 +26,8 @@ constexpr char usage[] =
     "usage: newsyslog [-C] [-r] [-f FILE]\n"
     "    rotates the logs of FILE, /etc/newsyslog.conf by default, that have reached their size\n"
     "    -C  makes missing logs whose line has the flag C\n"
-    "    -r  does not ask for root, and leaves owners alone when it is not root\n";
+    "    -r  does not ask for root, and leaves owners alone when it is not root\n"
+    "    --help and --version say this, and which version it is\n";
 
 struct Options {
   bool createsMissing = false;
@@ -29,9 +35,14 @@ struct Options {
   std::string configuration = "/etc/newsyslog.conf";
 };
 
-bool parse(int argc, char** argv, Options& options) {
-  for (int option = getopt(argc, argv, "Crf:"); option != -1; option = getopt(argc, argv, "Crf:")) {
-    switch (option) {
+// Returns the exit status when there is nothing to rotate.
+std::optional<int> parse(int argc, char** argv, Options& options) {
+  static constexpr std::array<option, 3> known = {{{"help", no_argument, nullptr, 'h'},
+                                                   {"version", no_argument, nullptr, 'v'},
+                                                   {nullptr, 0, nullptr, 0}}};
+  const auto next = [&] { return getopt_long(argc, argv, "Crf:", known.data(), nullptr); };
+  for (int chosen = next(); chosen != -1; chosen = next()) {
+    switch (chosen) {
       case 'C':
         options.createsMissing = true;
         break;
@@ -41,20 +52,29 @@ bool parse(int argc, char** argv, Options& options) {
       case 'f':
         options.configuration = optarg;
         break;
+      case 'h':
+        return quillo::printText(usage);
+      case 'v':
+        return quillo::printVersion("newsyslog");
       default:
-        return false;
+        std::fputs(usage, stderr);
+        return 1;
     }
   }
-  return optind == argc;
+  if (optind != argc) {
+    std::fputs(usage, stderr);
+    return 1;
+  }
+  return std::nullopt;
 }
 
 std::vector<quillo::LogEntry> entriesOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (!file.is_open() || file.bad()) {
+  const quillo::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const auto text = file ? quillo::restOfFile(file.get()) : std::nullopt;
+  if (!text) {
     throw quillo::ConfigurationError(path + ": cannot read it: " + std::strerror(errno));
   }
-  return quillo::parseConfiguration(text, path);
+  return quillo::parseConfiguration(*text, path);
 }
 
 bool rotate(const quillo::LogEntry& entry, bool createsMissing) {
@@ -73,9 +93,8 @@ bool rotate(const quillo::LogEntry& entry, bool createsMissing) {
 
 int main(int argc, char** argv) {
   Options options;
-  if (!parse(argc, argv, options)) {
-    std::fputs(usage, stderr);
-    return 1;
+  if (const auto status = parse(argc, argv, options)) {
+    return *status;
   }
   if (geteuid() != 0 && !options.withoutRoot) {
     std::fputs("newsyslog: must be root, or be run with -r\n", stderr);

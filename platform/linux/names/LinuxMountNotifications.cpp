@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/linux/names/LinuxVolumes.h"
 #include "platform/linux/services/Guarded.h"
 
 namespace quillo {
@@ -46,7 +47,7 @@ void LinuxMountNotifications::tableChanged() {
   for (const Mount& mount : newVolumes_.update(std::move(*mounts))) {
     // A listener may end the observation, or begin another.
     if (const auto didMount = didMount_) {
-      guarded([&] { didMount(mount.mountPoint); });
+      guarded([&] { didMount(mount.point); });
     }
   }
 }

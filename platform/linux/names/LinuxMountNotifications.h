@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "platform/MountNotifications.h"
-#include "platform/linux/names/MountTable.h"
+#include "posix/MountTable.h"
 
 namespace quillo {
 

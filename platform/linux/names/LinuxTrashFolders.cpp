@@ -73,7 +73,7 @@ bool LinuxTrashFolders::isMountPoint(const std::string& path) {
       mustRead_ = false;
       mountPoints_.clear();
       for (const Mount& mount : *mounts) {
-        mountPoints_.insert(mount.mountPoint);
+        mountPoints_.insert(mount.point);
       }
     }
   }

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "platform/TrashFolders.h"
-#include "platform/linux/names/MountTable.h"
 #include "platform/linux/services/Environment.h"
+#include "posix/MountTable.h"
 #include "posix/Mutex.h"
 
 namespace quillo {

@@ -6,10 +6,14 @@
 #include <vector>
 
 #include "platform/Volumes.h"
-#include "platform/linux/names/MountTable.h"
+#include "posix/MountTable.h"
 #include "posix/Mutex.h"
 
 namespace quillo {
+
+// The mounts that a user would call a volume: a disk, a stick, a disc, a network share. Pseudo file
+// systems, images of packaged programs, bind mounts, portals and the system's own places are none.
+std::vector<Mount> volumesAmong(const std::vector<Mount>& mounts);
 
 // What lies in "/Volumes" or where udisks(8) mounts what this user plugs in (/media/USER or
 // /run/media/USER), and every other volume in the kernel's mount table.

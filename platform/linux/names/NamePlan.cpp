@@ -1,8 +1,6 @@
 #include "platform/linux/names/NamePlan.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
@@ -10,62 +8,22 @@
 namespace quillo {
 namespace {
 
-constexpr std::array<std::string_view, 26> networkTypes = {"9p",
-                                                           "afs",
-                                                           "ceph",
-                                                           "cifs",
-                                                           "coda",
-                                                           "fuse.ceph",
-                                                           "fuse.goofys",
-                                                           "fuse.davfs",
-                                                           "fuse.davfs2",
-                                                           "fuse.gcsfuse",
-                                                           "fuse.juicefs",
-                                                           "fuse.rclone",
-                                                           "fuse.s3fs",
-                                                           "fuse.smbnetfs",
-                                                           "fuse.sshfs",
-                                                           "fuse.curlftpfs",
-                                                           "fuse.glusterfs",
-                                                           "fuse.vmhgfs-fuse",
-                                                           "gfs2",
-                                                           "nfs",
-                                                           "nfs4",
-                                                           "ocfs2",
-                                                           "smb3",
-                                                           "smbfs",
-                                                           "vboxsf",
-                                                           "virtiofs"};
+// File systems on a disk that other machines write to as well.
+bool isOnASharedDisk(const Mount& mount) { return mount.type == "gfs2" || mount.type == "ocfs2"; }
 
-// The kernel's own, and those that show what lies elsewhere already.
-constexpr std::array<std::string_view, 26> otherTypes = {
-    "autofs",          "binfmt_misc",  "bpf",       "cgroup",   "cgroup2",    "configfs",
-    "debugfs",         "devpts",       "devtmpfs",  "efivarfs", "fuse.lxcfs", "fusectl",
-    "fuse.portal",     "hugetlbfs",    "mqueue",    "nsfs",     "proc",       "pstore",
-    "rpc_pipefs",      "securityfs",   "selinuxfs", "squashfs", "sysfs",      "tracefs",
-    "fuse.gvfsd-fuse", "fuse.snapfuse"};
+bool othersChangeIt(const Mount& mount) { return isNetwork(mount) || isOnASharedDisk(mount); }
 
-template <std::size_t count>
-bool holds(const std::array<std::string_view, count>& all, std::string_view one) {
-  return std::find(all.begin(), all.end(), one) != all.end();
-}
-
-// Some FUSE file systems name only what they show, a WebDAV share for example.
-bool isNetwork(const Mount& mount) {
-  return holds(networkTypes, mount.type) ||
-         (mount.type.starts_with("fuse") && mount.source.find("://") != std::string::npos);
-}
-
-bool liesBelow(const std::string& path, const std::string& folder) {
-  return folder == "/" ? path != "/" : path.starts_with(folder + "/");
+// What nobody changes, or what shows what lies elsewhere already.
+bool needsNoWatch(const Mount& mount) {
+  return isPseudo(mount) || mount.type == "squashfs" || mount.type == "fuse.snapfuse";
 }
 
 // The mount that the path is on: of those that hold it the innermost, and the last one on top.
 const Mount* mountOf(const std::string& path, const std::vector<Mount>& mounts) {
   const Mount* found = nullptr;
   for (const Mount& mount : mounts) {
-    if ((path == mount.mountPoint || liesBelow(path, mount.mountPoint)) &&
-        (!found || mount.mountPoint.size() >= found->mountPoint.size())) {
+    if ((path == mount.point || liesBelow(path, mount.point)) &&
+        (!found || mount.point.size() >= found->point.size())) {
       found = &mount;
     }
   }
@@ -86,7 +44,7 @@ class Planner {
       return;
     }
     const bool needsRoot = needsNames(*mount);
-    if (isNetwork(*mount)) {
+    if (othersChangeIt(*mount)) {
       plan.onNetwork.push_back(place.path);
     } else if (needsRoot) {
       addRoot(place, path, *mount);
@@ -103,7 +61,7 @@ class Planner {
 
  private:
   bool needsNames(const Mount& mount) const {
-    return !isNetwork(mount) && !holds(otherTypes, mount.type) && !hasHandles_(mount.mountPoint);
+    return !othersChangeIt(mount) && !needsNoWatch(mount) && !hasHandles_(mount.point);
   }
 
   void addRoot(const NamedPlace& place, const std::string& path, const Mount& mount) {
@@ -119,9 +77,9 @@ class Planner {
 
   void addMountsBelow(const NamedPlace& place, const std::string& path) {
     for (const Mount& mount : mounts_) {
-      if (liesBelow(mount.mountPoint, path) && mountOf(mount.mountPoint, mounts_) == &mount &&
+      if (liesBelow(mount.point, path) && mountOf(mount.point, mounts_) == &mount &&
           needsNames(mount)) {
-        plan.roots.push_back({mount.mountPoint, true, mount.id, place.path});
+        plan.roots.push_back({mount.point, true, mount.id, place.path});
       }
     }
   }

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/NameWatch.h"
-#include "platform/linux/names/MountTable.h"
+#include "posix/MountTable.h"
 #include "posix/RealPath.h"
 
 namespace quillo {

@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "platform/NameWatch.h"
-#include "platform/linux/names/MountTable.h"
 #include "platform/linux/names/NamePlan.h"
 #include "platform/linux/names/NameTree.h"
 #include "platform/linux/names/WayWatch.h"
+#include "posix/MountTable.h"
 
 namespace quillo {
 

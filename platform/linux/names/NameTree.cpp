@@ -1,7 +1,5 @@
 #include "platform/linux/names/NameTree.h"
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,10 +8,11 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <utility>
 
+#include "posix/FolderReader.h"
 #include "posix/PlatformException.h"
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {
@@ -38,48 +37,6 @@ bool isFileOrLink(const std::string& path) {
 }
 
 }  // namespace
-
-// A folder, opened without following a link.
-class NameTree::Listing {
- public:
-  explicit Listing(const std::string& path) : folder_(nullptr, closedir) {
-    UniqueFd opened(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!opened || fstat(opened.get(), &status_) != 0) {
-      return;
-    }
-    folder_.reset(fdopendir(opened.get()));
-    if (folder_) {
-      opened.release();
-    }
-  }
-  explicit operator bool() const { return folder_ != nullptr; }
-  int descriptor() const { return dirfd(folder_.get()); }
-  dev_t device() const { return status_.st_dev; }
-  bool changedSince(std::time_t since) const {
-    return std::max(status_.st_mtime, status_.st_ctime) >= since;
-  }
-  // The next entry and its type as in dirent(3); null at the end.
-  const char* next(unsigned char& type) const {
-    const dirent* entry = readdir(folder_.get());
-    if (!entry) {
-      return nullptr;
-    }
-    type = entry->d_type == DT_UNKNOWN ? typeOf(entry->d_name) : entry->d_type;
-    return entry->d_name;
-  }
-
- private:
-  unsigned char typeOf(const char* name) const {
-    struct stat status = {};
-    if (fstatat(descriptor(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-      return DT_UNKNOWN;
-    }
-    return static_cast<unsigned char>(IFTODT(status.st_mode));
-  }
-
-  std::unique_ptr<DIR, int (*)(DIR*)> folder_;
-  struct stat status_ = {};
-};
 
 NameTree::NameTree(Clock& clock)
     : clock_(clock), queue_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)), allReadAt_(now()) {
@@ -107,7 +64,7 @@ void NameTree::remove(const std::string& folder) {
   dropBelow(folder);
   // What is mounted below was dropped as well.
   for (const auto& [other, root] : roots_) {
-    if (other.starts_with(in(folder, ""))) {
+    if (liesBelow(other, folder)) {
       visits_.push_back({other, other, false, now() - slack});
     }
   }
@@ -206,27 +163,28 @@ void NameTree::startOver() {
 }
 
 void NameTree::visit(const Visit& what, std::vector<std::string>& paths) {
-  const Listing folder(what.folder);
+  FolderReader folder(what.folder);
+  struct stat status = {};
   const auto root = roots_.find(what.root);
-  if (!folder || root == roots_.end() || folder.device() != root->second.device) {
+  if (!folder || fstat(folder.descriptor(), &status) != 0 || root == roots_.end() ||
+      status.st_dev != root->second.device) {
     return;
   }
-  watch(folder, what.folder);
-  const bool reports = what.reportAll || folder.changedSince(what.since);
-  unsigned char type = DT_UNKNOWN;
-  while (const char* name = folder.next(type)) {
-    if (type == DT_DIR && root->second.withSubfolders && std::strcmp(name, ".") != 0 &&
-        std::strcmp(name, "..") != 0) {
-      visits_.push_front({in(what.folder, name), what.root, what.reportAll, what.since});
+  watch(folder.descriptor(), what.folder);
+  const bool reports = what.reportAll || std::max(status.st_mtime, status.st_ctime) >= what.since;
+  while (const dirent* entry = folder.next()) {
+    const unsigned char type = folder.typeOf(*entry);
+    if (type == DT_DIR && root->second.withSubfolders) {
+      visits_.push_front({in(what.folder, entry->d_name), what.root, what.reportAll, what.since});
     } else if (reports && (type == DT_REG || type == DT_LNK)) {
-      paths.push_back(in(what.folder, name));
+      paths.push_back(in(what.folder, entry->d_name));
     }
   }
 }
 
 // By its descriptor: the name may be another folder's by now.
-void NameTree::watch(const Listing& folder, const std::string& path) {
-  const std::string opened = "/proc/self/fd/" + std::to_string(folder.descriptor());
+void NameTree::watch(int folder, const std::string& path) {
+  const std::string opened = "/proc/self/fd/" + std::to_string(folder);
   const int watch = inotify_add_watch(queue_.get(), opened.c_str(), wanted);
   if (watch < 0) {
     refused_ = refused_ || errno == ENOSPC || errno == ENOMEM;
@@ -268,7 +226,7 @@ void NameTree::dropBelow(const std::string& folder) {
 const std::string* NameTree::rootOf(const std::string& folder) const {
   const std::string* longest = nullptr;
   for (const auto& [root, facts] : roots_) {
-    if ((folder == root || folder.starts_with(in(root, ""))) &&
+    if ((folder == root || liesBelow(folder, root)) &&
         (!longest || root.size() > longest->size())) {
       longest = &root;
     }

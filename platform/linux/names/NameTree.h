@@ -53,14 +53,13 @@ class NameTree {
     // Else the files are reported if something came into the folder since then.
     std::time_t since = 0;
   };
-  class Listing;
 
   void readEvents(std::vector<std::string>& paths);
   void handle(int watch, unsigned int mask, std::string_view name, std::vector<std::string>& paths);
   void folderAppeared(const std::string& folder);
   void startOver();
   void visit(const Visit& what, std::vector<std::string>& paths);
-  void watch(const Listing& folder, const std::string& path);
+  void watch(int folder, const std::string& path);
   void forget(int watch);
   void dropBelow(const std::string& folder);
   const std::string* rootOf(const std::string& folder) const;

@@ -8,6 +8,9 @@
 #include <QPainter>
 #include <QSvgRenderer>
 #include <cstdio>
+#include <string_view>
+
+#include "posix/Version.h"
 
 namespace {
 
@@ -32,11 +35,16 @@ bool render(const QString& svg, const QString& folder, int size) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  constexpr char usage[] = "usage: render-images OUTPUT-FOLDER SIZES SVG...\n";
+  const std::string_view asked = argc == 2 ? argv[1] : "";
+  if (asked == "--help" || asked == "--version") {
+    return asked == "--help" ? quillo::printText(usage) : quillo::printVersion("render-images");
+  }
   qputenv("QT_QPA_PLATFORM", "offscreen");
   const QGuiApplication application(argc, argv);
   const QStringList arguments = QCoreApplication::arguments();
   if (arguments.size() < 4) {
-    std::fprintf(stderr, "usage: render-images OUTPUT-FOLDER SIZES SVG...\n");
+    std::fputs(usage, stderr);
     return 2;
   }
   for (const QString& svg : arguments.mid(3)) {

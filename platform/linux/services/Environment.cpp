@@ -1,9 +1,7 @@
 #include "platform/linux/services/Environment.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
-#include <array>
 #include <string_view>
 
 namespace quillo {
@@ -37,19 +35,6 @@ std::optional<std::string> Environment::folder(const std::string& name) const {
     path->pop_back();
   }
   return path;
-}
-
-UserAccount UserAccount::current() {
-  UserAccount account;
-  account.userId = getuid();
-  std::array<char, 16384> buffer;
-  passwd entry = {};
-  passwd* found = nullptr;
-  if (getpwuid_r(account.userId, &entry, buffer.data(), buffer.size(), &found) == 0 && found) {
-    account.name = found->pw_name;
-    account.homeFolder = found->pw_dir;
-  }
-  return account;
 }
 
 }  // namespace quillo

@@ -3,10 +3,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <string_view>
 
 #include "platform/linux/services/Environment.h"
+#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 
@@ -26,7 +26,7 @@ std::string homeOf(const Environment& environment) {
   if (const auto home = environment.folder("HOME")) {
     return *home;
   }
-  const std::string home = UserAccount::current().homeFolder;
+  const std::string home = accountNumbered(getuid()).home;
   return home.empty() ? "/" : home;
 }
 
@@ -81,9 +81,7 @@ LinuxFolders::LinuxFolders(const Environment& environment, const std::string& ex
       resources_(resourcesOf(executable)) {}
 
 std::string LinuxFolders::pathOfThisProgram() {
-  std::array<char, 4096> buffer;
-  const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
-  return length > 0 ? std::string(buffer.data(), static_cast<std::size_t>(length)) : std::string();
+  return targetOfLink("/proc/self/exe").value_or("");
 }
 
 }  // namespace quillo

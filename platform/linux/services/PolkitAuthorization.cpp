@@ -1,15 +1,14 @@
 #include "platform/linux/services/PolkitAuthorization.h"
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 
 #include "platform/linux/text/VisibleText.h"
+#include "posix/Accounts.h"
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
@@ -40,11 +39,9 @@ Outcome run(const LaunchRequest& request) {
 }
 
 Wording belongsTo(const std::string& path, uid_t user) {
-  std::array<char, 16384> buffer;
-  passwd entry = {};
-  passwd* found = nullptr;
-  if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
-    return {"PATH_BELONGS_TO", {path, found->pw_name}};
+  const std::string name = accountNumbered(user).name;
+  if (!name.empty()) {
+    return {"PATH_BELONGS_TO", {path, name}};
   }
   return {"PATH_BELONGS_TO_NUMBER", {path, std::to_string(user)}};
 }

@@ -23,7 +23,7 @@ inline void say(const std::string& event) {
   [[maybe_unused]] const ssize_t written = write(commandDescriptor, line.data(), line.size());
 }
 
-// Tells when the window is minimised.
+// Reports when the window is minimised.
 class MinimisingObserver final : public QObject {
  public:
   explicit MinimisingObserver(QWidget* window) : QObject(window) {
@@ -47,8 +47,8 @@ inline bool allWindowsAreOnTheScreen() {
   return true;
 }
 
-// Tells where a widget is as soon as the server shows every window that Qt has made and the widget
-// answers a click, and which window gets the keyboard.
+// Reports where a widget is as soon as the server shows every window that Qt has made and the
+// widget answers a click, and which window gets the keyboard.
 class WindowObserver final : public QObject {
  public:
   explicit WindowObserver(std::function<std::string(const std::string&)> where)
@@ -67,8 +67,8 @@ class WindowObserver final : public QObject {
   }
 
   bool eventFilter(QObject*, QEvent* event) override {
-    const bool tells = event->type() == QEvent::Expose || event->type() == QEvent::EnabledChange;
-    if (tells && !asked_.empty()) {
+    const bool mayShow = event->type() == QEvent::Expose || event->type() == QEvent::EnabledChange;
+    if (mayShow && !asked_.empty()) {
       QTimer::singleShot(0, this, [this] { answer(); });
     }
     return false;

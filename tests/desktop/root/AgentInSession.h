@@ -9,7 +9,6 @@
 #include "tests/desktop/support/bus/BusMonitor.h"
 #include "tests/desktop/support/session/UserSession.h"
 #include "tests/root/support/agent/GuardedHome.h"
-#include "tests/root/support/agent/NamedUser.h"
 
 namespace quillo::tests {
 

@@ -1,6 +1,5 @@
 #include "tests/desktop/support/InterfaceProgram.h"
 
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -8,13 +7,9 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "tests/support/Waiting.h"
+
 namespace quillo {
-namespace {
-
-constexpr int patienceInMilliseconds = 20000;
-
-}  // namespace
-
 InterfaceProgram::InterfaceProgram(UserSession& session, const std::vector<std::string>& variables,
                                    const std::string& statusItemLength, const std::string& language)
     : session_(session) {
@@ -60,9 +55,8 @@ std::string InterfaceProgram::expect(const std::string& beginning) {
 
 std::string InterfaceProgram::nextEvent() {
   while (unread_.find('\n') == std::string::npos) {
-    pollfd descriptor = {descriptor_.get(), POLLIN, 0};
     std::array<char, 65536> buffer;
-    if (poll(&descriptor, 1, patienceInMilliseconds) <= 0) {
+    if (!awaitReadable(descriptor_.get())) {
       return "";
     }
     const ssize_t length = read(descriptor_.get(), buffer.data(), buffer.size());

@@ -5,7 +5,6 @@
 #include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -14,16 +13,16 @@
 #include "posix/FileFacts.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/ManualClock.h"
-#include "tests/support/RestoredOutput.h"
+#include "tests/support/StdoutCapture.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 
-// Starts those threads for real that a test names, carries commands to the daemon at once, and only
-// notes the others down.
+// Runs what the agent starts as a test says, by the threads' names: on a thread of its own, at once
+// in place of one, or, as long as nothing is said, when the test calls run().
 class AgentThreads final : public ThreadStarter {
  public:
-  ~AgentThreads() override { join(); }
   void detachNewThread(const std::string& name, std::function<void()> body) override {
     if (onStart) {
       onStart(name);
@@ -31,25 +30,20 @@ class AgentThreads final : public ThreadStarter {
     if (refused.count(name) > 0) {
       throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
     }
-    std::lock_guard hold(mutex_);
-    if (name.starts_with("clamd ")) {
+    if (atOnce.count(name) > 0) {
       body();
       return;
     }
+    std::lock_guard hold(mutex_);
     names_.push_back(name);
     if (real.count(name) > 0) {
-      threads_.emplace_back(std::move(body));
+      threads_.start(std::move(body));
     } else {
       bodies_[name] = std::move(body);
     }
   }
   void run(const std::string& name) { bodies_.at(name)(); }
-  void join() {
-    for (std::thread& thread : threads_) {
-      thread.join();
-    }
-    threads_.clear();
-  }
+  void join() { threads_.join(); }
   std::vector<std::string> names() {
     std::lock_guard hold(mutex_);
     return names_;
@@ -59,6 +53,7 @@ class AgentThreads final : public ThreadStarter {
     return std::count(started.begin(), started.end(), name);
   }
 
+  std::set<std::string> atOnce;
   std::set<std::string> real;
   std::set<std::string> refused;
   // Told of each thread before it is there.
@@ -68,7 +63,7 @@ class AgentThreads final : public ThreadStarter {
   std::mutex mutex_;
   std::vector<std::string> names_;
   std::map<std::string, std::function<void()>> bodies_;
-  std::vector<std::thread> threads_;
+  JoinedThreads threads_;
 };
 
 // A whole agent on a desktop of fakes, in a home folder of its own. An engine is installed there,
@@ -85,6 +80,7 @@ class AgentUnderTest {
     daemon = RunningDaemon{"/running/clamd", home.write("engine/etc/clamd.conf",
                                                         "LocalSocket " + socketPath() + "\n")};
     clock.setSleepsPassAtOnce(true);
+    threads.atOnce = {"clamd PING", "clamd QUIT"};
     throbber = std::make_unique<Throbber>(ThrobberServices{
         desktop.application, clock, desktop.dockTile, desktop.folders, desktop.imageLoader,
         desktop.localizedStrings, desktop.mainInterface.outlets, desktop.modifierKeys,

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -8,27 +7,24 @@
 
 #include "engine/ClamdLink.h"
 #include "engine/EngineProblem.h"
+#include "platform/Notifier.h"
 
 namespace quillo {
 
-// Notes down what the link to the daemon asks for, in order.
-class FakeClamdLinkOwner final : public ClamdLinkOwner {
+// Notes down what the link to the daemon asks for and notifies the user of, in order.
+class FakeClamdLinkOwner final : public ClamdLinkOwner, public Notifier {
  public:
   std::optional<std::string> clamPATH() override { return root; }
-  bool displayError(const std::string& description) override {
-    note("error: " + description);
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
+                                                 const NotificationDetails& details) override {
+    note((code == notificationError && details.topic == engineTopic ? "error: " : "other: ") +
+         description);
     return true;
   }
+  void withdraw(const std::string&) override {}
   void displayNoEngineWindow(const EngineProblem& problem) override {
     note("noEngineWindow");
     problems.push_back(problem.kind);
-  }
-  void waitKeepingDesktopAlive(const std::function<void()>& wait) override {
-    note("wait");
-    if (duringWait) {
-      duringWait();
-    }
-    wait();
   }
 
   std::vector<std::string> calls() {
@@ -38,7 +34,6 @@ class FakeClamdLinkOwner final : public ClamdLinkOwner {
 
   std::vector<EngineProblem::Kind> problems;
   std::optional<std::string> root;
-  std::function<void()> duringWait;
 
  private:
   void note(const std::string& call) {

@@ -40,9 +40,9 @@ class PreferencesUnderTest {
   FakeClamdLinkOwner owner;
   std::optional<RunningDaemon> daemon = RunningDaemon{"/running/clamd", "/running/clamd.conf"};
   DaemonFinder findDaemon = [this] { return daemon; };
-  ClamdLink link{owner, {clock, desktop.localizedStrings, desktop.systemLog, threads, [this] {
-                           return findDaemon();
-                         }}};
+  ClamdLink link{owner,
+                 {desktop.application, clock, desktop.localizedStrings, owner, desktop.systemLog,
+                  threads, [this] { return findDaemon(); }}};
   DaemonStart daemonStart{link, desktop.systemLog};
   ScratchFolders scratchFolders{desktop.folders, desktop.systemLog};
   Preferences preferences{

@@ -6,7 +6,7 @@
 
 #include "agent/ScanLog.h"
 #include "tests/fakes/desktop/FakePlatform.h"
-#include "tests/support/RestoredOutput.h"
+#include "tests/support/StdoutCapture.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

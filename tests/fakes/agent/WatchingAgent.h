@@ -16,6 +16,7 @@ namespace quillo {
 class WatchingAgent : public testing::Test, protected AgentUnderTest {
  protected:
   using Lines = std::vector<std::string>;
+  using State = Watching::State;
 
   explicit WatchingAgent(const std::string& script = HelperProgram::idle) : helper(script) {
     desktop.folders.resources = helper.resourceFolder();
@@ -37,6 +38,7 @@ class WatchingAgent : public testing::Test, protected AgentUnderTest {
     ASSERT_TRUE(agent().isWatching());
     log().clear();
   }
+  State state() { return agent().parts().watching.state(); }
   // Puts a rotator there, so that every start of watching waits for a program.
   void installRotator() { helper.folder().writeProgram("engine-tools/newsyslog", "#!/bin/sh\n"); }
   Lines linesOf(const Lines& wanted) {

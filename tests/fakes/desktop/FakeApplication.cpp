@@ -35,6 +35,7 @@ bool FakeApplication::waitUntilPosted() {
 }
 
 void FakeApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
+  ++waits;
   // Other threads simply wait.
   if (std::this_thread::get_id() == mainThread_ && duringWait) {
     duringWait();

@@ -224,6 +224,7 @@ class FakeApplication final : public Application {
   std::function<void()> duringWait;
   // Called when the agent asks for its end.
   std::function<void()> onTerminate;
+  std::atomic<int> waits{0};
   std::atomic<int> beeps{0};
   std::atomic<int> terminations{0};
   std::atomic<int> transformations{0};

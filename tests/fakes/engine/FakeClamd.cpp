@@ -1,47 +1,27 @@
 #include "tests/fakes/engine/FakeClamd.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <stdexcept>
 #include <utility>
 
 namespace quillo {
 
-FakeClamd::FakeClamd(const std::string& path, Behaviour behaviour) : behaviour_(behaviour) {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  std::copy_n(path.begin(), std::min(path.size(), sizeof address.sun_path), address.sun_path);
-  listener_.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  unlink(path.c_str());
-  int ends[2];
-  if (bind(listener_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-      listen(listener_.get(), 16) != 0 || pipe2(ends, O_CLOEXEC) != 0) {
-    throw std::runtime_error("cannot listen at " + path);
-  }
-  stopReader_.reset(ends[0]);
-  stopWriter_.reset(ends[1]);
-  thread_ = std::thread([this] { serve(); });
+FakeClamd::FakeClamd(const std::string& path, Behaviour behaviour)
+    : behaviour_(behaviour), listener_(listenAt(path)) {
+  thread_.start([this] { serve(); });
 }
 
 FakeClamd::~FakeClamd() {
-  stopWriter_.reset();
+  stop_.give();
   thread_.join();
 }
 
 void FakeClamd::serve() {
-  for (;;) {
-    pollfd watched[2] = {{listener_.get(), POLLIN, 0}, {stopReader_.get(), POLLIN, 0}};
-    poll(watched, 2, -1);
-    if (watched[1].revents != 0) {
-      return;
-    }
+  while (stop_.awaitReadable(listener_.get())) {
     UniqueFd visitor(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (visitor) {
       receive(std::move(visitor));

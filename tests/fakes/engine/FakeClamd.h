@@ -3,10 +3,11 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "posix/UniqueFd.h"
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 
@@ -40,15 +41,14 @@ class FakeClamd {
   void receive(UniqueFd visitor);
 
   const Behaviour behaviour_;
-  UniqueFd listener_;
-  UniqueFd stopReader_;
-  UniqueFd stopWriter_;
+  const UniqueFd listener_;
+  StopSignal stop_;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::string answer_ = "PONG\n";
   std::vector<Visit> visits_;
   std::vector<UniqueFd> kept_;
-  std::thread thread_;
+  JoinedThreads thread_;
 };
 
 }  // namespace quillo

@@ -1,17 +1,15 @@
 #include "tests/fakes/engine/SessionClamd.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <deque>
-#include <stdexcept>
 #include <utility>
+
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 
@@ -26,25 +24,18 @@ struct SessionClamd::Session {
 };
 
 SessionClamd::SessionClamd(const std::string& path, Script script, Manners manners)
-    : path_(path), script_(std::move(script)), manners_(manners) {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  std::copy_n(path.begin(), std::min(path.size(), sizeof address.sun_path - 1), address.sun_path);
-  listener_.reset(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  unlink(path.c_str());
-  int ends[2];
-  if (bind(listener_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-      listen(listener_.get(), 16) != 0 || pipe2(ends, O_CLOEXEC) != 0) {
-    throw std::runtime_error("cannot listen at " + path);
-  }
-  stopReader_.reset(ends[0]);
-  stopWriter_.reset(ends[1]);
-  thread_ = std::thread([this] { serve(); });
+    : script_(std::move(script)), manners_(manners), listener_(listenAt(path)) {
+  thread_.start([this] { serve(); });
 }
 
 SessionClamd::~SessionClamd() {
-  stopWriter_.reset();
+  stop_.give();
   thread_.join();
+}
+
+bool SessionClamd::awaitSession() {
+  std::unique_lock hold(begun_);
+  return another_.wait_for(hold, longestWait, [this] { return sessions_ > 0; });
 }
 
 std::string SessionClamd::answer(int number, const std::string& text) {
@@ -62,12 +53,7 @@ std::string SessionClamd::truth(const Question& question) {
 }
 
 void SessionClamd::serve() {
-  for (;;) {
-    pollfd watched[2] = {{listener_.get(), POLLIN, 0}, {stopReader_.get(), POLLIN, 0}};
-    poll(watched, 2, -1);
-    if (watched[1].revents != 0) {
-      break;
-    }
+  while (stop_.awaitReadable(listener_.get())) {
     UniqueFd visitor(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (visitor && manners_.lastVisit) {
       listener_.reset();
@@ -75,15 +61,13 @@ void SessionClamd::serve() {
       return;
     }
     if (visitor) {
-      talks_.emplace_back([this, link = visitor.release()] {
+      talks_.start([this, link = visitor.release()] {
         const UniqueFd own(link);
         talk(own.get());
       });
     }
   }
-  for (std::thread& talk : talks_) {
-    talk.join();
-  }
+  talks_.join();
 }
 
 bool SessionClamd::sendAll(int link, const std::string& bytes) {
@@ -92,12 +76,7 @@ bool SessionClamd::sendAll(int link, const std::string& bytes) {
 
 void SessionClamd::talk(int link) {
   Session session;
-  for (;;) {
-    pollfd watched[2] = {{link, POLLIN, 0}, {stopReader_.get(), POLLIN, 0}};
-    poll(watched, 2, -1);
-    if (watched[1].revents != 0) {
-      return;
-    }
+  while (stop_.awaitReadable(link)) {
     std::array<char, 4096> bytes;
     alignas(cmsghdr) std::array<char, CMSG_SPACE(16 * sizeof(int))> control = {};
     iovec place = {bytes.data(), bytes.size()};
@@ -133,7 +112,9 @@ bool SessionClamd::obey(int link, const std::string& command, Session& session) 
   }
   if (command == "zIDSESSION") {
     session.open = true;
+    const std::lock_guard hold(begun_);
     session.index = ++sessions_;
+    another_.notify_all();
     return true;
   }
   if (command == "zPING") {

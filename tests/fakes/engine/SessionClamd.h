@@ -1,14 +1,16 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "posix/UniqueFd.h"
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 
@@ -39,6 +41,8 @@ class SessionClamd {
   SessionClamd& operator=(const SessionClamd&) = delete;
 
   int sessions() const { return sessions_; }
+  // Blocks until a session has begun; false when none does in time.
+  bool awaitSession();
   int pings() const { return pings_; }  // within sessions
   // "infected..." is infected, "limit..." beyond a limit, "error..." an error, else clean.
   static std::string truth(const Question& question);
@@ -51,17 +55,17 @@ class SessionClamd {
   bool obey(int link, const std::string& command, Session& session);
   bool sendAll(int link, const std::string& bytes);
 
-  const std::string path_;
   const Script script_;
   const Manners manners_;
   UniqueFd listener_;
-  UniqueFd stopReader_;
-  UniqueFd stopWriter_;
+  StopSignal stop_;
+  std::mutex begun_;
+  std::condition_variable another_;
   std::atomic<int> sessions_ = 0;
   std::atomic<int> pings_ = 0;
   std::mutex scripted_;
-  std::vector<std::thread> talks_;  // the serving thread's
-  std::thread thread_;
+  JoinedThreads talks_;  // the serving thread's
+  JoinedThreads thread_;
 };
 
 }  // namespace quillo

@@ -2,15 +2,12 @@
 
 #include <signal.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <stdexcept>
 #include <string>
 
-#include "posix/UniqueFd.h"
+#include "tests/support/LocalSocket.h"
 
 namespace quillo {
 
@@ -19,14 +16,7 @@ namespace quillo {
 class StoppedClamd {
  public:
   explicit StoppedClamd(const std::string& path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::copy_n(path.begin(), std::min(path.size(), sizeof address.sun_path), address.sun_path);
-    const UniqueFd listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    unlink(path.c_str());
-    if (bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-      throw std::runtime_error("cannot listen at " + path);
-    }
+    const UniqueFd listener = bindTo(path);
     process_ = fork();
     if (process_ == 0) {
       // The kernel names the one who called this as the listener.

@@ -8,28 +8,23 @@
 #include <vector>
 
 #include "menu/Throbber.h"
-#include "posix/Clock.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/ManualClock.h"
 
 namespace quillo {
 
-// Time that passes at once. At every sleep and every wait it writes down for how long, and with
-// which image in the status item, and then does what the test had in mind for that moment.
-class ScriptedClock final : public Clock {
+// Writes down how long each sleep was, and with which image in the status item, and at every sleep
+// and every wait does what the test had in mind for that moment.
+class ScriptedClock final : public PassingClock {
  public:
   using Shown = std::pair<std::string, std::chrono::milliseconds>;
 
   explicit ScriptedClock(FakeStatusItem& item) : item_(item) {}
 
-  Duration now() override { return now_; }
-  std::chrono::system_clock::time_point wallTime() override { return {}; }
   void sleepFor(Duration length) override {
-    now_ += length;
     shown.emplace_back(item_.image(),
                        std::chrono::duration_cast<std::chrono::milliseconds>(length));
-    if (atSleep) {
-      atSleep(static_cast<int>(shown.size()));
-    }
+    PassingClock::sleepFor(length);
   }
   void waitOn(std::condition_variable&, std::unique_lock<std::mutex>&, Duration) override {
     ++waits;
@@ -40,13 +35,10 @@ class ScriptedClock final : public Clock {
 
   std::vector<Shown> shown;
   int waits = 0;
-  // Gets the number of sleeps so far.
-  std::function<void(int)> atSleep;
   std::function<void()> atWait;
 
  private:
   FakeStatusItem& item_;
-  Duration now_{0};
 };
 
 class FakeThrobberOwner final : public ThrobberOwner {

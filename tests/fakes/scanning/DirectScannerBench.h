@@ -10,26 +10,6 @@
 
 namespace quillo {
 
-// Time that passes as fast as it is slept, and what happens in each of the pauses, which are
-// counted from 1.
-class ClockOfPauses final : public Clock {
- public:
-  Duration now() override { return slept; }
-  std::chrono::system_clock::time_point wallTime() override { return {}; }
-  void sleepFor(Duration length) override {
-    slept += length;
-    ++pauses;
-    if (duringPause) {
-      duringPause(pauses);
-    }
-  }
-  void waitOn(std::condition_variable&, std::unique_lock<std::mutex>&, Duration) override {}
-
-  Duration slept{0};
-  int pauses = 0;
-  std::function<void(int number)> duringPause;
-};
-
 class FakeScannerMenu final : public ScannerMenu {
  public:
   std::string getQuitMenuName() const override { return "Quit from the menu"; }
@@ -61,8 +41,8 @@ struct DirectScannerBench {
 
   ScannerBench bench;
   FakeScannerMenu menu;
-  ClockOfPauses clock;
-  ScannerServices services = scannerServicesOf(bench.desktop, clock, &bench.road);
+  PassingClock clock;
+  ScannerServices services = scannerServicesOf(bench.desktop, clock, bench.owner, &bench.road);
   std::vector<std::string> params = {"/no/such/engine", "--stdout"};
   // What the last scan wrote to standard output and error.
   std::string output;

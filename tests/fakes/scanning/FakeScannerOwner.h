@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Notifier.h"
 #include "scanning/FileRemover.h"
 #include "scanning/RoadObserver.h"
 #include "scanning/ScanObserver.h"
@@ -20,8 +21,12 @@
 // What stands around the scanners, without an agent.
 namespace quillo {
 
-// Writes down every call in words, in the order in which they came.
-class FakeScannerOwner final : public ScannerOwner {
+// Writes down every call in words, in the order in which they came. Keeps the dialogs and the
+// notifications, too.
+class FakeScannerOwner final : public ScannerOwner,
+                               public DialogListOwner,
+                               public Notifier,
+                               private ScannerMenu {
  public:
   explicit FakeScannerOwner(Dispatcher& dispatcher) : dispatcher_(dispatcher) {}
 
@@ -56,7 +61,8 @@ class FakeScannerOwner final : public ScannerOwner {
     missingProgram = program;
     record("no engine");
   }
-  std::string getQuitMenuName() override { return "Quit Vantrel Quillo"; }
+  const ScannerMenu& mainMenu() override { return *this; }
+  DialogListOwner& dialogList() override { return *this; }
   void quit() override { record("quit"); }
   void openAndWait(const std::string& folder) override {
     record("open " + folder);
@@ -100,7 +106,7 @@ class FakeScannerOwner final : public ScannerOwner {
     dialogs_.clear();
   }
 
-  void withdrawNotification(const std::string& topic) override {
+  void withdraw(const std::string& topic) override {
     std::lock_guard hold(mutex_);
     withdrawn_.push_back(topic);
   }
@@ -144,6 +150,7 @@ class FakeScannerOwner final : public ScannerOwner {
   std::function<void()> duringOpening;
 
  private:
+  std::string getQuitMenuName() const override { return "Quit Vantrel Quillo"; }
   void record(const std::string& call) {
     std::lock_guard hold(mutex_);
     calls_.push_back(call);
@@ -261,14 +268,15 @@ class FakeRoadObserver final : public RoadObserver {
   std::vector<int> statuses_;
 };
 
-inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, RoadObserver* road,
-                                         ScanObserver* scans = nullptr) {
+inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, Notifier& notifier,
+                                         RoadObserver* road, ScanObserver* scans = nullptr) {
   return {desktop.application,
           clock,
           desktop.folders,
           desktop.interfaceLoader,
           desktop.localizedStrings,
           desktop.modifierKeys,
+          notifier,
           desktop.preferences,
           desktop.systemLog,
           desktop.workspace,

@@ -52,7 +52,7 @@ class ReportFixture : public testing::Test {
   Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, nullptr};
   FakeScannerOwner owner{dispatcher};
   FakeScanObserver scans;
-  ScannerServices services = scannerServicesOf(desktop, clock, nullptr, &scans);
+  ScannerServices services = scannerServicesOf(desktop, clock, owner, nullptr, &scans);
   ScanReport report{owner, services};
 };
 

@@ -46,7 +46,7 @@ struct ScannerBench {
   FakeScanObserver scans;
   Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, &road};
   FakeScannerOwner owner{dispatcher};
-  ScannerServices services = scannerServicesOf(desktop, clock, &road, &scans);
+  ScannerServices services = scannerServicesOf(desktop, clock, owner, &road, &scans);
 };
 
 }  // namespace quillo

@@ -1,15 +1,11 @@
 #pragma once
 
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "posix/ChildProcess.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tools/newsyslog/Configuration.h"
 
 namespace quillo {
@@ -17,29 +13,13 @@ namespace quillo {
 // A folder of its own, gone with the test, with a log of numbered lines.
 class LogSandbox {
  public:
-  LogSandbox() {
-    std::string pattern = "/tmp/vantrel-log-test-XXXXXX";
-    folder_ = mkdtemp(pattern.data());
-  }
-  ~LogSandbox() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  LogSandbox(const LogSandbox&) = delete;
-  LogSandbox& operator=(const LogSandbox&) = delete;
-
-  const std::string& folder() const { return folder_; }
-  std::string path(const std::string& name) const { return folder_ + "/" + name; }
-  bool has(const std::string& name) const {
-    return std::filesystem::exists(std::filesystem::symlink_status(path(name)));
-  }
+  const std::string& folder() const { return folder_.path(); }
+  std::string path(const std::string& name) const { return folder_.at(name); }
+  bool has(const std::string& name) const { return TemporaryFolder::exists(path(name)); }
   void write(const std::string& name, const std::string& content) const {
-    std::ofstream(path(name), std::ios::binary) << content;
+    folder_.write(name, content);
   }
-  std::string read(const std::string& name) const {
-    std::ifstream file(path(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
+  std::string read(const std::string& name) const { return TemporaryFolder::read(path(name)); }
 
   // Lines from `first` on that take at least `size` bytes together.
   static std::string lines(int first, std::size_t size) {
@@ -110,7 +90,7 @@ class LogSandbox {
   }
 
  private:
-  std::string folder_;
+  const TemporaryFolder folder_;
 };
 
 }  // namespace quillo

@@ -1,14 +1,8 @@
 #pragma once
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tools/engine-tree/EngineTree.h"
 
 namespace quillo {
@@ -18,10 +12,8 @@ namespace quillo {
 class TreeSandbox {
  public:
   TreeSandbox() {
-    std::string pattern = "/tmp/vantrel-tree-test-XXXXXX";
-    folder_ = mkdtemp(pattern.data());
     for (const char* name : {"machine", "tools", "profiles", "proc", "socket-place"}) {
-      std::filesystem::create_directory(path(name));
+      folder_.makeFolder(name);
     }
     program("machine/clamd");
     program("machine/clamdscan");
@@ -29,25 +21,14 @@ class TreeSandbox {
     program("tools/clamdscan");
     program("tools/engine-launcher");
   }
-  ~TreeSandbox() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  TreeSandbox(const TreeSandbox&) = delete;
-  TreeSandbox& operator=(const TreeSandbox&) = delete;
 
-  std::string path(const std::string& name) const { return folder_ + "/" + name; }
-
+  std::string path(const std::string& name) const { return folder_.at(name); }
   void write(const std::string& name, const std::string& content) const {
-    std::ofstream(path(name), std::ios::binary) << content;
+    folder_.write(name, content);
   }
-  std::string read(const std::string& name) const {
-    std::ifstream file(path(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
+  std::string read(const std::string& name) const { return TemporaryFolder::read(path(name)); }
   void program(const std::string& name) const {
-    write(name, "#!/bin/sh\n# " + name + "\n");
-    chmod(path(name).c_str(), 0755);
+    folder_.writeProgram(name, "#!/bin/sh\n# " + name + "\n");
   }
 
   MachinePlaces places() const {
@@ -75,7 +56,7 @@ class TreeSandbox {
   }
 
  private:
-  std::string folder_;
+  const TemporaryFolder folder_;
 };
 
 }  // namespace quillo

@@ -1,16 +1,15 @@
 #include "tests/fakes/watching/HelperProgram.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <stdexcept>
 
+#include "tests/support/Waiting.h"
+
 namespace quillo {
 namespace {
-
-constexpr int longestWait = 10000;  // milliseconds
 
 // Open for both directions, so that neither side ever waits for the other, or sees the end.
 UniqueFd makePipe(const std::string& path) {
@@ -30,9 +29,8 @@ HelperProgram::HelperProgram(const std::string& script)
 
 bool HelperProgram::waitForLaunches(int count) {
   for (int seen = 0; seen < count; ++seen) {
-    pollfd watched = {launches_.get(), POLLIN, 0};
     char byte;
-    if (poll(&watched, 1, longestWait) <= 0 || read(launches_.get(), &byte, 1) != 1) {
+    if (!awaitReadable(launches_.get()) || read(launches_.get(), &byte, 1) != 1) {
       return false;
     }
   }

@@ -16,7 +16,7 @@ class HelperProgram {
 
   const std::string& resourceFolder() const { return folder_.path(); }
   const TemporaryFolder& folder() const { return folder_; }
-  // Blocks until the tool was launched that many times more; false after ten real seconds without.
+  // Blocks until the tool was launched that many times more; false when it is not in time.
   bool waitForLaunches(int count);
   // Gives the tool one line to read.
   void letGo();

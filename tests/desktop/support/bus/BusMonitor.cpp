@@ -3,12 +3,10 @@
 #include <chrono>
 #include <utility>
 
+#include "tests/support/Waiting.h"
+
 namespace quillo {
-namespace {
-
-constexpr auto patience = std::chrono::seconds(20);
-
-}  // namespace
+namespace {}  // namespace
 
 BusMonitor::BusMonitor(const std::string& address)
     : tap_(address, [this](GDBusMessage* message) { note(message); }) {}
@@ -31,7 +29,7 @@ void BusMonitor::note(GDBusMessage* message) {
 
 bool BusMonitor::hears(const std::string& member, const std::string& text, int times) {
   std::unique_lock lock(mutex_);
-  return heard_.wait_for(lock, patience, [&] { return countLocked(member, text) >= times; });
+  return heard_.wait_for(lock, longestWait, [&] { return countLocked(member, text) >= times; });
 }
 
 int BusMonitor::count(const std::string& member, const std::string& text) {

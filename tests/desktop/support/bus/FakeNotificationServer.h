@@ -9,8 +9,8 @@
 
 #include "platform/linux/notifications/FreedesktopNotifications.h"
 #include "tests/desktop/support/QtEvents.h"
-#include "tests/desktop/support/SessionFolder.h"
 #include "tests/desktop/support/bus/FakeBusObject.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 

@@ -1,7 +1,5 @@
 #include "tests/desktop/support/bus/StatusItemBus.h"
 
-#include <stdexcept>
-
 namespace quillo {
 namespace {
 
@@ -27,49 +25,42 @@ void vanished(GDBusConnection*, const gchar*, gpointer flag) { *static_cast<bool
 
 }  // namespace
 
-StatusItemBus::StatusItemBus(const std::string& address) : context_(g_main_context_new()) {
+StatusItemBus::Context::Context() : context_(g_main_context_new()) {
   g_main_context_push_thread_default(context_);
-  const auto flags =
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-  connection_ =
-      g_dbus_connection_new_for_address_sync(address.c_str(), flags, nullptr, nullptr, nullptr);
-  if (!connection_) {
-    throw std::runtime_error("cannot connect to the session bus at " + address);
-  }
+}
+
+StatusItemBus::Context::~Context() {
+  g_main_context_pop_thread_default(context_);
+  g_main_context_unref(context_);
+}
+
+StatusItemBus::StatusItemBus(const std::string& address) : connection_(address) {
   count("NewIcon", pictureChanges_);
   count("NewToolTip", toolTipChanges_);
 }
 
 void StatusItemBus::count(const char* signal, int& times) {
   g_dbus_connection_signal_subscribe(
-      connection_, nullptr, item, signal, nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+      connection_.get(), nullptr, item, signal, nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
       [](GDBusConnection*, const gchar*, const gchar*, const gchar*, const gchar*, GVariant*,
          gpointer counted) { ++*static_cast<int*>(counted); },
       &times, nullptr);
 }
 
-StatusItemBus::~StatusItemBus() {
-  g_dbus_connection_close_sync(connection_, nullptr, nullptr);
-  g_object_unref(connection_);
-  g_main_context_pop_thread_default(context_);
-  g_main_context_unref(context_);
-}
-
 GVariant* StatusItemBus::call(const std::string& name, const char* path, const char* interface,
                               const char* method, GVariant* arguments) {
-  return g_dbus_connection_call_sync(connection_, name.c_str(), path, interface, method, arguments,
-                                     nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START,
+  return g_dbus_connection_call_sync(connection_.get(), name.c_str(), path, interface, method,
+                                     arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START,
                                      patienceInMilliseconds, nullptr, nullptr);
 }
 
 void StatusItemBus::awaitName(const char* name, bool owned) {
   bool isSo = false;
   const guint watch = g_bus_watch_name_on_connection(
-      connection_, name, G_BUS_NAME_WATCHER_FLAGS_NONE, owned ? appeared : nullptr,
+      connection_.get(), name, G_BUS_NAME_WATCHER_FLAGS_NONE, owned ? appeared : nullptr,
       owned ? nullptr : vanished, &isSo, nullptr);
   while (!isSo) {
-    g_main_context_iteration(context_, TRUE);
+    g_main_context_iteration(context_.get(), TRUE);
   }
   g_bus_unwatch_name(watch);
 }
@@ -111,7 +102,7 @@ std::string StatusItemBus::property(const std::string& name, const std::string& 
 // The answer to a question comes behind the signals that were sent before it.
 void StatusItemBus::takeInSignals(const std::string& name) {
   property(name, "Status");
-  while (g_main_context_iteration(context_, FALSE)) {
+  while (g_main_context_iteration(context_.get(), FALSE)) {
   }
 }
 

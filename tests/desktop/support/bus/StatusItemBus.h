@@ -1,9 +1,9 @@
 #pragma once
 
-#include <gio/gio.h>
-
 #include <string>
 #include <vector>
+
+#include "tests/desktop/support/bus/BusConnection.h"
 
 namespace quillo {
 
@@ -11,7 +11,6 @@ namespace quillo {
 class StatusItemBus {
  public:
   explicit StatusItemBus(const std::string& address);
-  ~StatusItemBus();
   StatusItemBus(const StatusItemBus&) = delete;
   StatusItemBus& operator=(const StatusItemBus&) = delete;
 
@@ -36,8 +35,21 @@ class StatusItemBus {
   GVariant* call(const std::string& name, const char* path, const char* interface,
                  const char* method, GVariant* arguments);
 
-  GMainContext* context_;
-  GDBusConnection* connection_ = nullptr;
+  // Where the signals of the connection arrive.
+  class Context {
+   public:
+    Context();
+    ~Context();
+    Context(const Context&) = delete;
+    Context& operator=(const Context&) = delete;
+    GMainContext* get() const { return context_; }
+
+   private:
+    GMainContext* const context_;
+  };
+
+  const Context context_;
+  const BusConnection connection_;
   int pictureChanges_ = 0;
   int toolTipChanges_ = 0;
 };

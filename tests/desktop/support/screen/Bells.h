@@ -9,7 +9,7 @@ namespace quillo {
 // The bell of an X display (X Keyboard Extension, BellNotify): what a program's beep comes to.
 class Bells {
  public:
-  // From now on the connection's events tell of it.
+  // From now on the connection's events report it.
   explicit Bells(xcb_connection_t* connection);
   bool isBell(const xcb_generic_event_t& event) const;
 

@@ -1,6 +1,5 @@
 #include "tests/desktop/support/screen/Screen.h"
 
-#include <poll.h>
 #include <xcb/damage.h>
 
 #include <algorithm>
@@ -11,12 +10,13 @@
 #include <memory>
 #include <stdexcept>
 
+#include "tests/support/Waiting.h"
+
 namespace quillo {
 namespace {
 
-constexpr auto patience = std::chrono::seconds(20);
-// For what no event of the display tells of: a process that ended, a word over the bus.
-constexpr int longestWithoutLook = 250;  // ms
+// For what no event of the display reports: a process that ended, a word over the bus.
+constexpr std::chrono::milliseconds longestWithoutLook{250};
 // None that a program has, so that windows stand out from it.
 constexpr std::uint32_t desktopColour = 0x47607a;
 
@@ -50,25 +50,20 @@ Screen::Screen(const std::string& display) : connection_(xcb_connect(display.c_s
 Screen::~Screen() { xcb_disconnect(connection_); }
 
 bool Screen::eventually(const std::function<bool()>& predicate) {
-  using Clock = std::chrono::steady_clock;
-  const auto deadline = Clock::now() + patience;
-  while (!predicate()) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-    if (left <= 0 || xcb_connection_has_error(connection_) != 0) {
-      return false;
-    }
-    awaitEvent(static_cast<int>(std::min<std::int64_t>(left, longestWithoutLook)));
-  }
-  return true;
+  bool holds = false;
+  awaitBy([this](auto left) { awaitEvent(std::min(left, longestWithoutLook)); },
+          [&] {
+            holds = predicate();
+            return holds || xcb_connection_has_error(connection_) != 0;
+          });
+  return holds;
 }
 
 // Takes in all events that are there, so that a burst of drawing costs one look.
-void Screen::awaitEvent(int milliseconds) {
+void Screen::awaitEvent(std::chrono::milliseconds limit) {
   auto event = owned(xcb_poll_for_event(connection_));
   if (!event) {
-    pollfd descriptor = {xcb_get_file_descriptor(connection_), POLLIN, 0};
-    poll(&descriptor, 1, milliseconds);
+    awaitReadable(xcb_get_file_descriptor(connection_), limit);
     event = owned(xcb_poll_for_event(connection_));
   }
   for (; event; event = owned(xcb_poll_for_event(connection_))) {

@@ -56,7 +56,7 @@ class Screen {
   std::string titleOf(xcb_window_t window);
   QRect areaOf(xcb_window_t window);
   bool isMenu(xcb_window_t window);
-  void awaitEvent(int milliseconds);
+  void awaitEvent(std::chrono::milliseconds limit);
 
   xcb_connection_t* connection_;
   xcb_window_t root_;

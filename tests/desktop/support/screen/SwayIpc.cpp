@@ -1,14 +1,15 @@
 #include "tests/desktop/support/screen/SwayIpc.h"
 
-#include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
+
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -17,16 +18,6 @@ enum Kind : std::uint32_t { runCommand = 0, subscribe = 2, getTree = 4 };
 
 constexpr std::string_view magic = "i3-ipc";
 constexpr std::size_t headerSize = magic.size() + 2 * sizeof(std::uint32_t);
-
-UniqueFd connectTo(const std::string& path) {
-  UniqueFd connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un address = {AF_UNIX, {}};
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    throw std::runtime_error("cannot connect to sway at " + path);
-  }
-  return connection;
-}
 
 std::string take(int connection, std::size_t size) {
   std::string bytes(size, '\0');
@@ -77,9 +68,8 @@ QJsonDocument SwayIpc::tree() {
   return QJsonDocument::fromJson(QByteArray::fromStdString(ask(requests_.get(), getTree)));
 }
 
-void SwayIpc::awaitEvent(int milliseconds) {
-  pollfd events = {events_.get(), POLLIN, 0};
-  if (poll(&events, 1, milliseconds) > 0) {
+void SwayIpc::awaitEvent(std::chrono::milliseconds limit) {
+  if (awaitReadable(events_.get(), limit)) {
     takeMessage(events_.get());
   }
 }

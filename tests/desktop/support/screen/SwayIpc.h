@@ -18,7 +18,7 @@ class SwayIpc {
   // All outputs, workspaces and windows.
   QJsonDocument tree();
   // Waits, for so long at most, until something happens to a window or a workspace.
-  void awaitEvent(int milliseconds);
+  void awaitEvent(std::chrono::milliseconds limit);
 
  private:
   UniqueFd requests_;

@@ -1,12 +1,13 @@
 #include "tests/desktop/support/screen/WaylandPointer.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstring>
 #include <stdexcept>
+
+#include "tests/support/LocalSocket.h"
 
 namespace quillo {
 namespace {
@@ -21,16 +22,6 @@ struct Header {
   std::uint32_t object;
   std::uint32_t sizeAndCode;
 };
-
-UniqueFd connectTo(const std::string& path) {
-  UniqueFd connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un address = {AF_UNIX, {}};
-  path.copy(address.sun_path, sizeof address.sun_path - 1);
-  if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    throw std::runtime_error("cannot connect to the compositor at " + path);
-  }
-  return connection;
-}
 
 std::uint32_t numberAt(const std::string& bytes, std::size_t place) {
   std::uint32_t number = 0;

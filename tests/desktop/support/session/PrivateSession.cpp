@@ -1,14 +1,12 @@
 #include "tests/desktop/support/session/PrivateSession.h"
 
-#include <poll.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <stdexcept>
 
 #include "posix/Pipe.h"
+#include "posix/Text.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
@@ -28,61 +26,29 @@ constexpr char configuration[] = R"(<!DOCTYPE busconfig PUBLIC
 </busconfig>
 )";
 
-// One line from the pipe, with a deadline.
-std::string lineFrom(PipeReader& reader) {
-  std::string line;
-  while (line.find('\n') == std::string::npos) {
-    pollfd watched = {reader.descriptor(), POLLIN, 0};
-    if (poll(&watched, 1, 20000) <= 0) {
-      throw std::runtime_error("dbus-daemon did not print its address");
-    }
-    line += reader.availableData();
-    if (reader.atEnd()) {
-      throw std::runtime_error("dbus-daemon ended at once");
-    }
-  }
-  return line.substr(0, line.find('\n'));
-}
-
 void set(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
 
 }  // namespace
 
 PrivateSession::PrivateSession() {
-  char path[] = "/tmp/quillo-desktop-XXXXXX";
-  if (mkdtemp(path) == nullptr) {
-    throw std::runtime_error("cannot make a folder in /tmp");
+  for (const char* name : {"home", "runtime", "services"}) {
+    mkdir(folder_.at(name).c_str(), 0700);
   }
-  folder_ = path;
-  for (const char* name : {"/home", "/runtime", "/services"}) {
-    mkdir((folder_ + name).c_str(), 0700);
-  }
-  set("QUILLO_TEST_SESSION", folder_);
-  set("HOME", folder_ + "/home");
-  set("XDG_RUNTIME_DIR", folder_ + "/runtime");
+  set("QUILLO_TEST_SESSION", folder_.path());
+  set("HOME", folder_.at("home"));
+  set("XDG_RUNTIME_DIR", folder_.at("runtime"));
   for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_CONFIG_DIRS",
                            "XDG_CURRENT_DESKTOP", "DBUS_STARTER_ADDRESS"}) {
     unsetenv(name);
   }
-  set("XDG_DATA_DIRS", folder_ + "/share");
-  set("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + folder_ + "/no-system-bus");
+  set("XDG_DATA_DIRS", folder_.at("share"));
+  set("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + folder_.at("no-system-bus"));
   startBus();
 }
 
-PrivateSession::~PrivateSession() {
-  bus_.reset();
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
-}
-
 void PrivateSession::startBus() {
-  std::string text = configuration;
-  for (std::size_t at = text.find("@FOLDER@"); at != std::string::npos;
-       at = text.find("@FOLDER@")) {
-    text.replace(at, 8, folder_);
-  }
-  const std::string file = folder_ + "/bus.conf";
-  std::ofstream(file) << text;
+  const std::string file =
+      folder_.write("bus.conf", replacingAll(configuration, "@FOLDER@", folder_.path()));
   UniqueFd writer;
   PipeReader reader = PipeReader::open(writer);
   // It must not outlive a test that is killed.
@@ -93,7 +59,7 @@ void PrivateSession::startBus() {
                     .output = LaunchRequest::Output::inherited,
                     .descriptorThree = writer.get()});
   writer.reset();
-  set("DBUS_SESSION_BUS_ADDRESS", lineFrom(reader));
+  set("DBUS_SESSION_BUS_ADDRESS", awaitLine(reader));
 }
 
 std::string PrivateSession::folder() { return std::getenv("QUILLO_TEST_SESSION"); }

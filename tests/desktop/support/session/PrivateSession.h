@@ -4,6 +4,7 @@
 #include <string>
 
 #include "posix/ChildProcess.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 
@@ -13,7 +14,6 @@ class PrivateSession {
  public:
   // Sets the environment of this process; to be made before the first thread starts.
   PrivateSession();
-  ~PrivateSession();
   PrivateSession(const PrivateSession&) = delete;
   PrivateSession& operator=(const PrivateSession&) = delete;
 
@@ -26,7 +26,7 @@ class PrivateSession {
  private:
   void startBus();
 
-  std::string folder_;
+  const TemporaryFolder folder_;
   std::unique_ptr<ChildProcess> bus_;
 };
 

@@ -8,12 +8,13 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "tests/support/Waiting.h"
+
 namespace quillo {
 namespace {
 
-constexpr auto patience = std::chrono::seconds(20);
-// For what sway tells nothing of: pixels, a process that ended, a word over the bus.
-constexpr int longestWithoutLook = 100;  // ms
+// For what sway does not report: pixels, a process that ended, a word over the bus.
+constexpr std::chrono::milliseconds longestWithoutLook{100};
 
 // Nothing in it moves when a clock has ticked.
 constexpr const char* barSettings = R"({
@@ -92,14 +93,8 @@ void SwaySession::configure() {
 }
 
 bool SwaySession::eventually(const std::function<bool()>& predicate) {
-  const auto until = std::chrono::steady_clock::now() + patience;
-  while (!predicate()) {
-    if (std::chrono::steady_clock::now() > until) {
-      return false;
-    }
-    ipc_->awaitEvent(longestWithoutLook);
-  }
-  return true;
+  return awaitBy([this](auto left) { ipc_->awaitEvent(std::min(left, longestWithoutLook)); },
+                 predicate);
 }
 
 std::vector<SwaySession::Window> SwaySession::windows() {

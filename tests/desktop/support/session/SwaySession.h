@@ -26,7 +26,7 @@ class SwaySession final : public UserSession {
     // More lines for sway's configuration.
     std::string configuration = {};
   };
-  // What sway tells of a window.
+  // What sway reports of a window.
   struct Window {
     std::string title;
     // The Wayland application id, or the class of an X11 window.

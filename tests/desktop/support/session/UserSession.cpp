@@ -1,6 +1,7 @@
 #include "tests/desktop/support/session/UserSession.h"
 
-#include <poll.h>
+#include <fcntl.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -11,19 +12,10 @@
 
 #include "posix/Pipe.h"
 #include "posix/Text.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
-
-constexpr int patienceInMilliseconds = 20000;
-
-std::string temporaryHome() {
-  std::string path = (std::filesystem::temp_directory_path() / "quillo-desktop-XXXXXX").string();
-  if (!mkdtemp(path.data())) {
-    throw std::runtime_error("cannot make a folder like " + path);
-  }
-  return path;
-}
 
 // The session bus of one user, whom root may call too. A notification server is not started on
 // demand: whether there is one is for the test to say.
@@ -48,7 +40,7 @@ constexpr const char* busConfiguration = R"(<!DOCTYPE busconfig PUBLIC
 
 UserSession::UserSession(const User& user)
     : user_(user),
-      home_(user.home.empty() ? temporaryHome() : user.home),
+      home_(user.home.empty() ? ownHome_.emplace().path() : user.home),
       runtime_(home_ + "/.runtime") {
   std::filesystem::create_directory(runtime_);
   std::filesystem::permissions(runtime_, std::filesystem::perms::owner_all);
@@ -64,7 +56,7 @@ UserSession::~UserSession() {
   busDaemon_.reset();
   processes_.end();
   std::error_code ignored;
-  std::filesystem::remove_all(user_.home.empty() ? home_ : runtime_, ignored);
+  std::filesystem::remove_all(runtime_, ignored);
 }
 
 void UserSession::giveHomeToUser() {
@@ -139,18 +131,7 @@ std::string UserSession::startWithAnswer(const std::vector<std::string>& command
   PipeReader reader = PipeReader::open(writer);
   process = startCommand(command, writer.get());
   writer.reset();
-  std::string answer;
-  while (answer.find('\n') == std::string::npos) {
-    pollfd descriptor = {reader.descriptor(), POLLIN, 0};
-    if (poll(&descriptor, 1, patienceInMilliseconds) <= 0) {
-      throw std::runtime_error(command[0] + " does not come up");
-    }
-    answer += reader.availableData();
-    if (reader.atEnd()) {
-      throw std::runtime_error(command[0] + " cannot be started");
-    }
-  }
-  return answer.substr(0, answer.find('\n'));
+  return awaitLine(reader);
 }
 
 std::string UserSession::log() const {
@@ -160,6 +141,31 @@ std::string UserSession::log() const {
 
 void UserSession::run(std::vector<std::string> command) {
   startCommand(std::move(command))->waitUntilExit();
+}
+
+ProcessNamespace::ProcessNamespace() : outer_(open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC)) {
+  if (!outer_ || unshare(CLONE_NEWPID) != 0) {
+    return;
+  }
+  // The first process of a namespace takes all others with it.
+  first_ = std::make_unique<ChildProcess>(
+      LaunchRequest{"/usr/bin/setpriv", {"--pdeathsig", "KILL", "/bin/sleep", "infinity"}});
+  inner_.reset(open("/proc/self/ns/pid_for_children", O_RDONLY | O_CLOEXEC));
+  setns(outer_.get(), CLONE_NEWPID);
+}
+
+ProcessNamespace::~ProcessNamespace() = default;
+
+// A thread whose children go to another namespace cannot start threads, so it is only for this
+// moment.
+std::unique_ptr<ChildProcess> ProcessNamespace::start(const LaunchRequest& request) {
+  if (!inner_) {
+    return std::make_unique<ChildProcess>(request);
+  }
+  setns(inner_.get(), CLONE_NEWPID);
+  auto process = std::make_unique<ChildProcess>(request);
+  setns(outer_.get(), CLONE_NEWPID);
+  return process;
 }
 
 }  // namespace quillo

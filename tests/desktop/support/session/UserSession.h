@@ -3,14 +3,37 @@
 #include <sys/types.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "posix/ChildProcess.h"
+#include "posix/UniqueFd.h"
 #include "tests/desktop/support/bus/StatusItemBus.h"
-#include "tests/desktop/support/session/ProcessNamespace.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
+
+// The processes that are started in it, and all that these start, are in a PID namespace
+// (pid_namespaces(7)) of their own and end with it, also when the test itself is killed. Without
+// the right to make one it only starts them.
+class ProcessNamespace {
+ public:
+  ProcessNamespace();
+  ~ProcessNamespace();
+  ProcessNamespace(const ProcessNamespace&) = delete;
+  ProcessNamespace& operator=(const ProcessNamespace&) = delete;
+
+  // Every process in it has ended when this returns.
+  void end() { first_.reset(); }
+
+  std::unique_ptr<ChildProcess> start(const LaunchRequest& request);
+
+ private:
+  UniqueFd outer_;
+  UniqueFd inner_;
+  std::unique_ptr<ChildProcess> first_;
+};
 
 // What every desktop of a test has, whatever draws it: a user with a home and a run-time folder, a
 // session bus, and processes in a namespace of their own. All of it ends with the object.
@@ -71,8 +94,9 @@ class UserSession {
   std::string startBus(const std::string& name, std::unique_ptr<ChildProcess>& process);
 
   User user_;
-  std::string home_;
-  std::string runtime_;
+  std::optional<TemporaryFolder> ownHome_;
+  const std::string home_;
+  const std::string runtime_;
   std::string busAddress_;
   std::vector<std::string> environment_;
   ProcessNamespace processes_;

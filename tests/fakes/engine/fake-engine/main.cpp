@@ -15,7 +15,6 @@
 //   hang-*         writes its process id to PATH.pid and never ends
 //   many-*         a thousand lines
 //   anything else  PATH: OK
-#include <sched.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -25,6 +24,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "tests/support/Waiting.h"
 
 namespace {
 
@@ -45,10 +46,10 @@ void say(std::string_view text) {
 }
 
 void waitUntilRead() {
-  int unread = 0;
-  while (ioctl(STDOUT_FILENO, FIONREAD, &unread) == 0 && unread > 0) {
-    sched_yield();
-  }
+  quillo::awaitThat([] {
+    int unread = 0;
+    return ioctl(STDOUT_FILENO, FIONREAD, &unread) != 0 || unread == 0;
+  });
 }
 
 void hang(const std::string& path) {

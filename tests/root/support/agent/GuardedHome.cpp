@@ -1,9 +1,8 @@
 #include "tests/root/support/agent/GuardedHome.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/inotify.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,7 +13,7 @@
 
 #include "posix/UniqueFd.h"
 #include "tests/root/support/world/FilesAndMounts.h"
-#include "tests/root/support/world/Lines.h"
+#include "tests/support/Waiting.h"
 
 // glibc 2.36 declares these without saying that they are C functions.
 extern "C" {
@@ -29,25 +28,6 @@ void makeUsersFolder(const std::string& path, mode_t mode = 0755) {
   makeFolder(path, mode);
   check(chown(path.c_str(), GuardedHome::user, GuardedHome::user), "chown " + path);
 }
-
-// Wakes whoever waits when something was written into a folder.
-class FolderWatch {
- public:
-  explicit FolderWatch(const std::string& folder) : descriptor_(inotify_init1(IN_CLOEXEC)) {
-    inotify_add_watch(descriptor_, folder.c_str(), IN_MODIFY | IN_CREATE | IN_MOVED_TO);
-  }
-  ~FolderWatch() { close(descriptor_); }
-  void wait(std::chrono::milliseconds limit) const {
-    pollfd watched{descriptor_, POLLIN, 0};
-    char events[4096];
-    if (poll(&watched, 1, static_cast<int>(limit.count())) > 0) {
-      [[maybe_unused]] const ssize_t ignored = read(descriptor_, events, sizeof events);
-    }
-  }
-
- private:
-  int descriptor_;
-};
 
 // The first process of that name, and of that parent unless it is 0.
 pid_t processNamed(const std::string& name, pid_t parent) {
@@ -233,15 +213,20 @@ void GuardedHome::start() {
 
 void GuardedHome::awaitWatching(const std::string& sentinel) {
   const FolderWatch watch(home_ + "/Library/Logs");
-  const auto until = std::chrono::steady_clock::now() + deadline;
-  const std::string told = sentinel.starts_with('/') ? sentinel : guarded(sentinel);
-  while (linesWith("Noticed: " + told) == 0) {
-    if (!isRunning() || std::chrono::steady_clock::now() > until) {
-      throw std::runtime_error("the agent does not watch; it says:\n" +
-                               readFile(root_ + "/output") + "its log says:\n" + readLog());
-    }
-    save(sentinel, "sentinel");
-    watch.wait(std::chrono::milliseconds(50));
+  const std::string path = sentinel.starts_with('/') ? sentinel : guarded(sentinel);
+  bool isNoticed = false;
+  awaitBy(
+      [&](std::chrono::milliseconds) {
+        save(sentinel, "sentinel");
+        watch.awaitChange(std::chrono::milliseconds(50));
+      },
+      [&] {
+        isNoticed = linesWith("Noticed: " + path) > 0;
+        return isNoticed || !isRunning();
+      });
+  if (!isNoticed) {
+    throw std::runtime_error("the agent does not watch; it says:\n" + readFile(root_ + "/output") +
+                             "its log says:\n" + readLog());
   }
 }
 
@@ -256,10 +241,8 @@ int GuardedHome::stop() {
 
 int GuardedHome::awaitEnd() {
   const UniqueFd process(pidfd_open(agent_, 0));
-  pollfd end{process.get(), POLLIN, 0};
-  const auto patience = std::chrono::milliseconds(deadline).count();
   int status = 0;
-  if (poll(&end, 1, static_cast<int>(patience)) <= 0 || waitpid(agent_, &status, 0) != agent_) {
+  if (!awaitReadable(process.get()) || waitpid(agent_, &status, 0) != agent_) {
     return -1;
   }
   agent_ = -1;
@@ -305,15 +288,24 @@ int GuardedHome::linesWith(const std::string& text) const {
 
 bool GuardedHome::logHas(const std::string& text, int times) const {
   const FolderWatch watch(home_ + "/Library/Logs");
-  const auto until = std::chrono::steady_clock::now() + deadline;
-  while (linesWith(text) < times) {
-    if (std::chrono::steady_clock::now() > until) {
-      std::fprintf(stderr, "\"%s\" is not in the log:\n%s", text.c_str(), readLog().c_str());
-      return false;
-    }
-    watch.wait(std::chrono::milliseconds(500));
+  const bool isThere = watch.awaitThat([&] { return linesWith(text) >= times; });
+  if (!isThere) {
+    std::fprintf(stderr, "\"%s\" is not in the log:\n%s", text.c_str(), readLog().c_str());
   }
-  return true;
+  return isThere;
+}
+
+NamedUser::NamedUser(const std::string& name, const std::string& home) {
+  const std::string number = std::to_string(GuardedHome::user);
+  unlink("/tmp/passwd");
+  writeFile("/tmp/passwd", readFile("/etc/passwd") + name + ":x:" + number + ":" + number +
+                               "::" + home + ":/bin/sh\n");
+  check(mount("/tmp/passwd", "/etc/passwd", nullptr, MS_BIND, nullptr), "mounting /etc/passwd");
+}
+
+NamedUser::~NamedUser() {
+  umount2("/etc/passwd", MNT_DETACH);
+  unlink("/tmp/passwd");
 }
 
 }  // namespace quillo::tests

@@ -11,6 +11,7 @@
 #include "tests/root/support/agent/GuardedHome.h"
 #include "tests/root/support/agent/SetUpWorld.h"
 #include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 
@@ -44,15 +45,16 @@ class SetUpFixture : public testing::Test {
   bool finds() const {
     const std::string name = "Downloads/bad" + std::to_string(agent()) + ".com";
     world.writeAsUser(inHome(name), GuardedHome::testFile());
-    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (std::chrono::steady_clock::now() < until) {
-      if (contentsOfFile(log()).value_or("").find(
-              name + ": Eicar-Test-Signature.UNOFFICIAL FOUND") != std::string::npos) {
-        std::filesystem::remove(inHome(name));
-        return true;
-      }
+    const bool isFound = awaitThat(
+        [&] {
+          return contentsOfFile(log()).value_or("").find(
+                     name + ": Eicar-Test-Signature.UNOFFICIAL FOUND") != std::string::npos;
+        },
+        std::chrono::seconds(30));
+    if (isFound) {
+      std::filesystem::remove(inHome(name));
     }
-    return false;
+    return isFound;
   }
   void expectGuarding(const Outcome& outcome) const {
     EXPECT_EQ(outcome.status, 0) << outcome.output;

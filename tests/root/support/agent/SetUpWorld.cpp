@@ -19,6 +19,7 @@
 
 #include "tests/root/support/world/FilesAndMounts.h"
 #include "tests/root/support/world/Lines.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace fs = std::filesystem;
@@ -155,9 +156,7 @@ SetUpWorld::Outcome SetUpWorld::asUser(const std::vector<std::string>& command) 
   std::array<char, 4096> chunk;
   const std::string question = "password for guarded: ";
   std::size_t answered = 0;
-  pollfd readable{terminal, POLLIN, 0};
-  const auto patience = std::chrono::milliseconds(deadline).count();
-  while (poll(&readable, 1, static_cast<int>(patience)) > 0) {
+  while (awaitReadable(terminal)) {
     const ssize_t size = read(terminal, chunk.data(), chunk.size());
     if (size <= 0) break;
     outcome.output.append(chunk.data(), static_cast<std::size_t>(size));

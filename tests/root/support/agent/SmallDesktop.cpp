@@ -1,15 +1,13 @@
 #include "tests/root/support/agent/SmallDesktop.h"
 
-#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <stdexcept>
 
 #include "posix/Pipe.h"
 #include "tests/root/support/world/FilesAndMounts.h"
-#include "tests/root/support/world/Lines.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -48,15 +46,7 @@ std::unique_ptr<ChildProcess> startServer(const std::string& program,
   request.descriptorThree = writer.get();
   auto server = std::make_unique<ChildProcess>(request);
   writer.reset();
-  while (answer.find('\n') == std::string::npos) {
-    pollfd waiting = {reader.descriptor(), POLLIN, 0};
-    const auto limit = std::chrono::milliseconds(deadline).count();
-    if (poll(&waiting, 1, static_cast<int>(limit)) <= 0 || reader.atEnd()) {
-      throw std::runtime_error(program + " does not come up");
-    }
-    answer += reader.availableData();
-  }
-  answer.pop_back();
+  answer = awaitLine(reader);
   return server;
 }
 
@@ -132,7 +122,7 @@ void SmallDesktop::serve(const std::string& address) {
   offer("org.freedesktop.Notifications", "/org/freedesktop/Notifications", notificationServer);
   offer("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher", itemWatcher);
   g_main_context_pop_thread_default(context_);
-  server_ = std::thread([this] {
+  server_.start([this] {
     while (!ended_) {
       g_main_context_iteration(context_, TRUE);
     }
@@ -195,21 +185,18 @@ void SmallDesktop::note(GVariant* notification) {
 
 int SmallDesktop::notificationsWith(const std::string& text) const {
   const std::lock_guard hold(lock_);
+  return countLocked(text);
+}
+
+int SmallDesktop::countLocked(const std::string& text) const {
   return static_cast<int>(std::count_if(
       notifications_.begin(), notifications_.end(),
       [&](const std::string& shown) { return shown.find(text) != std::string::npos; }));
 }
 
 bool SmallDesktop::awaitNotification(const std::string& text, int times) {
-  const auto until = std::chrono::steady_clock::now() + deadline;
-  while (notificationsWith(text) < times) {
-    std::unique_lock hold(lock_);
-    if (changed_.wait_for(hold, std::chrono::milliseconds(100)) == std::cv_status::timeout &&
-        std::chrono::steady_clock::now() > until) {
-      return false;
-    }
-  }
-  return true;
+  std::unique_lock hold(lock_);
+  return changed_.wait_for(hold, longestWait, [&] { return countLocked(text) >= times; });
 }
 
 std::string SmallDesktop::allNotifications() const {
@@ -243,24 +230,24 @@ int SmallDesktop::numberOf(const std::string& entry, const std::string& item) co
 }
 
 bool SmallDesktop::choose(const std::string& entry) {
-  const auto until = std::chrono::steady_clock::now() + deadline;
-  while (std::chrono::steady_clock::now() < until) {
-    const std::string item = statusItem();
-    const int number = item.empty() ? -1 : numberOf(entry, item);
-    if (number >= 0) {
-      GVariant* reply = g_dbus_connection_call_sync(
-          connection_, item.c_str(), "/MenuBar", "com.canonical.dbusmenu", "Event",
-          g_variant_new("(isvu)", number, "clicked", g_variant_new_string(""), 0U), nullptr,
-          G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-      if (reply != nullptr) {
-        g_variant_unref(reply);
-      }
-      return reply != nullptr;
-    }
-    std::unique_lock hold(lock_);
-    changed_.wait_for(hold, std::chrono::milliseconds(20));
+  std::string item;
+  int number = -1;
+  const bool isThere = awaitThat([&] {
+    item = statusItem();
+    number = item.empty() ? -1 : numberOf(entry, item);
+    return number >= 0;
+  });
+  if (!isThere) {
+    return false;
   }
-  return false;
+  GVariant* reply = g_dbus_connection_call_sync(
+      connection_, item.c_str(), "/MenuBar", "com.canonical.dbusmenu", "Event",
+      g_variant_new("(isvu)", number, "clicked", g_variant_new_string(""), 0U), nullptr,
+      G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+  if (reply != nullptr) {
+    g_variant_unref(reply);
+  }
+  return reply != nullptr;
 }
 
 }  // namespace quillo::tests

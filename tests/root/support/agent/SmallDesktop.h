@@ -7,11 +7,11 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "posix/ChildProcess.h"
-#include "tests/root/support/agent/NamedUser.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/support/Threads.h"
 
 namespace quillo::tests {
 
@@ -46,6 +46,7 @@ class SmallDesktop {
   void serve(const std::string& address);
   void offer(const char* name, const char* path, const char* description);
   void note(GVariant* notification);
+  int countLocked(const std::string& text) const;
   std::string statusItem() const;
   // -1 while the entry is not there or disabled.
   int numberOf(const std::string& entry, const std::string& item) const;
@@ -61,7 +62,7 @@ class SmallDesktop {
   std::vector<std::string> notifications_;
   std::string statusItem_;
   std::atomic<bool> ended_ = false;
-  std::thread server_;
+  JoinedThreads server_;
 };
 
 }  // namespace quillo::tests

@@ -2,8 +2,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -54,29 +52,24 @@ std::string readRequest(int connection) {
 }  // namespace
 
 MirrorServer::MirrorServer()
-    : listener_(check(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "a socket")),
-      wakeUp_(check(eventfd(0, EFD_CLOEXEC), "an eventfd")) {
+    : listener_(check(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "a socket")) {
   sockaddr_in address = {};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   auto* generic = reinterpret_cast<sockaddr*>(&address);
   socklen_t size = sizeof address;
-  check(bind(listener_, generic, size), "bind");
-  check(listen(listener_, 16), "listen");
-  check(getsockname(listener_, generic, &size), "getsockname");
+  check(bind(listener_.get(), generic, size), "bind");
+  check(listen(listener_.get(), 16), "listen");
+  check(getsockname(listener_.get(), generic, &size), "getsockname");
   port_ = ntohs(address.sin_port);
-  acceptor_ = std::thread([this] { acceptAll(); });
+  acceptor_.start([this] { acceptAll(); });
 }
 
 MirrorServer::~MirrorServer() {
   release();
-  eventfd_write(wakeUp_, 1);
+  stop_.give();
   acceptor_.join();
-  for (std::thread& answer : answers_) {
-    answer.join();
-  }
-  close(listener_);
-  close(wakeUp_);
+  answers_.join();
 }
 
 std::string MirrorServer::url(const std::string& name) const {
@@ -112,17 +105,10 @@ bool MirrorServer::awaitRequests(int count) {
 }
 
 void MirrorServer::acceptAll() {
-  for (;;) {
-    std::array<pollfd, 2> waiting = {{{listener_, POLLIN, 0}, {wakeUp_, POLLIN, 0}}};
-    if (poll(waiting.data(), waiting.size(), -1) < 0) {
-      continue;
-    }
-    if (waiting[1].revents != 0) {
-      return;
-    }
-    const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+  while (stop_.awaitReadable(listener_.get())) {
+    const int connection = accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC);
     if (connection >= 0) {
-      answers_.emplace_back([this, connection] { answer(connection); });
+      answers_.start([this, connection] { answer(connection); });
     }
   }
 }

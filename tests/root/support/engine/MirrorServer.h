@@ -4,8 +4,10 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Threads.h"
 
 namespace quillo::tests {
 
@@ -36,8 +38,8 @@ class MirrorServer {
   void answer(int connection);
   std::string reply(const std::string& request) const;
 
-  int listener_;
-  int wakeUp_;
+  const UniqueFd listener_;
+  StopSignal stop_;
   int port_ = 0;
   mutable std::mutex lock_;
   std::condition_variable changed_;
@@ -46,8 +48,8 @@ class MirrorServer {
   long written_ = 0;
   int requests_ = 0;
   bool held_ = false;
-  std::vector<std::thread> answers_;
-  std::thread acceptor_;
+  JoinedThreads answers_;
+  JoinedThreads acceptor_;
 };
 
 }  // namespace quillo::tests

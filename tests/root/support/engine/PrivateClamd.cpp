@@ -15,6 +15,8 @@
 
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
+#include "tests/support/LocalSocket.h"
+#include "tests/support/Waiting.h"
 
 // glibc 2.36 declares these without saying that they are C functions.
 extern "C" {
@@ -23,8 +25,6 @@ extern "C" {
 
 namespace quillo::tests {
 namespace {
-
-constexpr int patience = 20000;  // ms
 
 std::string hex(std::string_view bytes) {
   constexpr std::string_view digits = "0123456789abcdef";
@@ -44,15 +44,16 @@ std::string eicar() {
 }
 
 PrivateClamd::PrivateClamd(const Settings& settings) {
-  folder_.file("db/test.ndb", settings.database.empty() ? "Test-Threat:0:0:" + hex(eicar()) + "\n"
-                                                        : settings.database);
+  folder_.write("db/test.ndb", settings.database.empty() ? "Test-Threat:0:0:" + hex(eicar()) + "\n"
+                                                         : settings.database);
   folder_.makeFolder("socket");
   const mode_t mode = settings.forEveryUser ? 0755 : 0700;
   chmod(folder_.path().c_str(), mode);
   chmod(folder_.at("socket").c_str(), mode);
-  folder_.file("clamd.conf", "LocalSocket " + socket() + "\nLocalSocketMode 666\nPidFile " +
-                                 folder_.at("pid") + "\nLogFile " + folder_.at("log") +
-                                 "\nDatabaseDirectory " + folder_.at("db") + "\n" + settings.lines);
+  folder_.write("clamd.conf", "LocalSocket " + socket() + "\nLocalSocketMode 666\nPidFile " +
+                                  folder_.at("pid") + "\nLogFile " + folder_.at("log") +
+                                  "\nDatabaseDirectory " + folder_.at("db") + "\n" +
+                                  settings.lines);
   ChildProcess starter({"/usr/sbin/clamd", {"-c", configuration()}});
   std::string output;
   const int status = starter.waitUntilExit([&](std::string_view chunk) {
@@ -62,18 +63,12 @@ PrivateClamd::PrivateClamd(const Settings& settings) {
   // Its number and its first answer come a moment after it has detached. The process that started
   // it ends with 0, or of the signal by which the daemon tells it, if that comes too early.
   const auto isUp = [this] {
-    process_ = static_cast<pid_t>(std::atol(ScratchFolder::read(folder_.at("pid")).c_str()));
+    process_ = static_cast<pid_t>(std::atol(TemporaryFolder::read(folder_.at("pid")).c_str()));
     return process_ > 1 && answers();
   };
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(patience);
-  bool up = isUp();
-  while (status != 1 && !up && std::chrono::steady_clock::now() < deadline) {
-    poll(nullptr, 0, 10);
-    up = isUp();
-  }
-  if (!up) {
+  if (!(status == 1 ? isUp() : awaitThat(isUp))) {
     throw std::runtime_error("clamd does not come up: " + output +
-                             ScratchFolder::read(folder_.at("log")));
+                             TemporaryFolder::read(folder_.at("log")));
   }
 }
 
@@ -86,24 +81,21 @@ void PrivateClamd::end() const {
   const UniqueFd pidfd(pidfd_open(process_, 0));
   if (pidfd) {
     pidfd_send_signal(pidfd.get(), SIGKILL, nullptr, 0);
-    pollfd end = {pidfd.get(), POLLIN, 0};
-    poll(&end, 1, patience);
+    awaitReadable(pidfd.get());
   }
 }
 
 bool PrivateClamd::answers() const {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  const std::string path = socket();
-  std::copy_n(path.begin(), std::min(path.size(), sizeof(address.sun_path) - 1), address.sun_path);
-  const UniqueFd link(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  constexpr std::string_view question("PING\0", 5);
-  std::array<char, 16> answer = {};
-  pollfd ready = {link.get(), POLLIN, 0};
-  return connect(link.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 &&
-         write(link.get(), question.data(), question.size()) > 0 &&
-         poll(&ready, 1, patience) == 1 && read(link.get(), answer.data(), answer.size()) >= 4 &&
-         std::string_view(answer.data(), 4) == "PONG";
+  try {
+    const UniqueFd link = connectTo(socket());
+    constexpr std::string_view question("PING\0", 5);
+    std::array<char, 16> answer = {};
+    return write(link.get(), question.data(), question.size()) > 0 && awaitReadable(link.get()) &&
+           read(link.get(), answer.data(), answer.size()) >= 4 &&
+           std::string_view(answer.data(), 4) == "PONG";
+  } catch (const std::runtime_error&) {
+    return false;
+  }
 }
 
 void PrivateClamd::send(int signal) const { kill(process_, signal); }

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo::tests {
 
@@ -42,7 +42,7 @@ class PrivateClamd {
   void end() const;
 
  private:
-  ScratchFolder folder_;
+  TemporaryFolder folder_;
   pid_t process_ = -1;
 };
 

@@ -15,17 +15,15 @@
 #include <sstream>
 #include <system_error>
 
-#include "clamav/Accounts.h"
 #include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
 #include "clamav/Definitions.h"
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo {
 namespace {
-
-constexpr int daemonDeadline = 20000;  // milliseconds
 
 // Mounts of this process stay its own from here on.
 void leaveTheMachinesMounts() {
@@ -52,7 +50,7 @@ TreeOnMachine::TreeOnMachine() {
   const std::string built = QUILLO_BINARY_DIR "/resources/engine-tools/";
   const std::string tool = contentOf(built + "vantrel-engine-tree");
   const std::string launcher = contentOf(built + "engine-launcher");
-  const std::string front = contentOf(built + "clamdscan");
+  const std::string wrapper = contentOf(built + "clamdscan");
   leaveTheMachinesMounts();
   cover("/tmp", "mode=1777");
   cover("/etc/clamav", "mode=755");
@@ -66,7 +64,7 @@ TreeOnMachine::TreeOnMachine() {
   std::filesystem::create_directory(path("tools"));
   install("vantrel-engine-tree", tool);
   install("engine-launcher", launcher);
-  install("clamdscan", front);
+  install("clamdscan", wrapper);
 }
 
 TreeOnMachine::~TreeOnMachine() {
@@ -132,8 +130,8 @@ std::string TreeOnMachine::socketOf(const std::string& root) const {
 }
 
 bool TreeOnMachine::answers(const std::string& socket) const {
-  return pingDaemon(socket, {0, ordinaryUser, otherUser, packagedAccount("").user},
-                    std::chrono::milliseconds(daemonDeadline)) == DaemonState::answers;
+  return pingDaemon(socket, {0, ordinaryUser, otherUser, packagedAccount("").user}, longestWait) ==
+         DaemonState::answers;
 }
 
 Outcome TreeOnMachine::scan(uid_t user, const std::string& root, const std::string& file) const {
@@ -161,13 +159,12 @@ void TreeOnMachine::endDaemons() const {
       continue;
     }
     kill(daemon, SIGKILL);
-    pollfd end = {watched.get(), POLLIN, 0};
-    EXPECT_EQ(poll(&end, 1, daemonDeadline), 1) << "clamd does not end";
+    EXPECT_TRUE(awaitReadable(watched.get())) << "clamd does not end";
   }
 }
 
 void TreeOnMachine::startMachineDaemon() const {
-  const EngineAccount account = packagedAccount("");
+  const Account account = packagedAccount("");
   std::filesystem::create_directory(path("machine"));
   ASSERT_EQ(chown(path("machine").c_str(), account.user, account.group), 0);
   write(path("machine/other.ndb"), otherDefinition());

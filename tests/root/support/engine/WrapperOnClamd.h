@@ -12,11 +12,17 @@
 
 #include "posix/ChildProcess.h"
 #include "tests/root/support/engine/PrivateClamd.h"
-#include "tests/support/ScratchFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
-namespace quillo::front {
+namespace quillo::wrapper {
 
-// An engine tree with the front program, the installed client and a daemon.
+constexpr uid_t ordinaryUser = 61234;
+
+inline bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// An engine tree with the client wrapper, the installed client and a daemon.
 class WrapperOnClamd : public testing::Test {
  protected:
   WrapperOnClamd() {
@@ -29,7 +35,7 @@ class WrapperOnClamd : public testing::Test {
 
   void startDaemon(const std::string& lines = {}) {
     daemon = std::make_unique<tests::PrivateClamd>(tests::PrivateClamd::Settings{lines, {}, true});
-    tree.file("etc/clamd.conf", ScratchFolder::read(daemon->configuration()));
+    tree.write("etc/clamd.conf", TemporaryFolder::read(daemon->configuration()));
   }
 
   std::string run(std::vector<std::string> words,
@@ -42,8 +48,8 @@ class WrapperOnClamd : public testing::Test {
       program = "/usr/bin/setpriv";
     }
     std::string output;
-    ChildProcess front({program, words});
-    status = front.waitUntilExit([&](std::string_view chunk) {
+    ChildProcess wrapper({program, words});
+    status = wrapper.waitUntilExit([&](std::string_view chunk) {
       output += chunk;
       return seen ? seen(chunk) : true;
     });
@@ -55,7 +61,7 @@ class WrapperOnClamd : public testing::Test {
     for (const std::string& path : paths) {
       text += path + "\n";
     }
-    return "--file-list=" + tree.file("list", text);
+    return "--file-list=" + tree.write("list", text);
   }
 
   std::string scan(const std::vector<std::string>& paths, std::vector<std::string> words = {}) {
@@ -67,11 +73,11 @@ class WrapperOnClamd : public testing::Test {
     return path + ": " + tests::PrivateClamd::threat() + " FOUND\n";
   }
 
-  ScratchFolder tree;
-  ScratchFolder files;
+  TemporaryFolder tree;
+  TemporaryFolder files;
   std::unique_ptr<tests::PrivateClamd> daemon;
   uid_t user = 0;
   int status = -1;
 };
 
-}  // namespace quillo::front
+}  // namespace quillo::wrapper

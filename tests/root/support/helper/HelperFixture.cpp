@@ -4,6 +4,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <sstream>
+
+#include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
 
@@ -36,17 +39,36 @@ StandInAgent& HelperFixture::start(const StandInAgent::Options& options, const s
 bool HelperFixture::catchUp(const std::string& where) {
   const std::string sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
   writeFile(sentinel);
-  return output().waitFor(told(sentinel));
+  return output().waitFor(reported(sentinel));
 }
 
 bool HelperFixture::waitUntilWatched(const std::string& where) {
-  const auto until = std::chrono::steady_clock::now() + deadline;
-  while (std::chrono::steady_clock::now() < until) {
-    const std::string sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
-    writeFile(sentinel);
-    if (output().waitFor(told(sentinel), std::chrono::milliseconds(50))) return true;
+  std::string sentinel;
+  return awaitBy([&](auto) { output().waitFor(reported(sentinel), std::chrono::milliseconds(50)); },
+                 [&] {
+                   if (!sentinel.empty() && output().contains(reported(sentinel))) return true;
+                   sentinel = where + "/sentinel-" + std::to_string(++sentinels_);
+                   writeFile(sentinel);
+                   return false;
+                 });
+}
+
+std::string fileOf(pid_t process, const std::string& name) {
+  return readFile("/proc/" + std::to_string(process) + "/" + name);
+}
+
+std::string statusOf(pid_t process, const std::string& key) {
+  std::istringstream lines(fileOf(process, "status"));
+  std::string line;
+  while (std::getline(lines, line)) {
+    if (line.rfind(key + ":\t", 0) == 0) return line.substr(key.size() + 2);
   }
-  return false;
+  return "none";
+}
+
+pid_t markerOf(pid_t helper) {
+  const std::string id = std::to_string(helper);
+  return std::stoi(fileOf(helper, "task/" + id + "/children"));
 }
 
 }  // namespace quillo::tests

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/types.h>
 
 #include <memory>
 #include <string>
@@ -9,6 +10,13 @@
 #include "tests/root/support/world/FilesAndMounts.h"
 
 namespace quillo::tests {
+
+// A file of /proc/PID.
+std::string fileOf(pid_t process, const std::string& name);
+// The value of a line of /proc/PID/status; "none" if there is no such line.
+std::string statusOf(pid_t process, const std::string& key);
+// The process that marks, a child of the helper.
+pid_t markerOf(pid_t helper);
 
 // A test of the real helper, set-user-ID root, started by an ordinary user's process. It has a file
 // system of its own at folder(), where everybody may write.
@@ -30,17 +38,17 @@ class HelperFixture : public testing::Test {
   StandInAgent& agent() { return *agent_; }
   Lines& output() { return agent_->output(); }
 
-  // Waits until all that happened in `where` before has been told, by making a file there and
+  // Waits until all that happened in `where` before has been reported, by making a file there and
   // waiting for its line; false if that line does not come.
   bool catchUp() { return catchUp(folder_); }
   bool catchUp(const std::string& where);
-  // As catchUp(), for a place that may not be watched yet: makes files until one is told.
+  // As catchUp(), for a place that may not be watched yet: makes files until one is reported.
   bool waitUntilWatched(const std::string& where);
   // How the helper calls a path: another way only if its root folder is another.
-  std::string told(const std::string& path) const { return path.substr(root_.size()); }
+  std::string reported(const std::string& path) const { return path.substr(root_.size()); }
 
  private:
-  TemporaryFolder world_;
+  FolderOfMounts world_;
   std::string folder_;
   std::string program_;
   std::string root_;

@@ -1,49 +1,33 @@
 #include "tests/root/support/world/FilesAndMounts.h"
 
 #include <fcntl.h>
-#include <ftw.h>
 #include <spawn.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
+
+#include "posix/MountTable.h"
+#include "posix/Text.h"
 
 namespace quillo::tests {
 namespace {
 
 // The mount points at and below `folder`, the last mounted first.
 std::vector<std::string> mountsBelow(const std::string& folder) {
-  std::ifstream table("/proc/self/mountinfo");
   std::vector<std::string> points;
-  std::string line;
-  while (std::getline(table, line)) {
-    std::istringstream fields(line);
-    std::string skipped;
-    std::string escaped;
-    fields >> skipped >> skipped >> skipped >> skipped >> escaped;
-    std::string point;
-    for (size_t at = 0; at < escaped.size(); ++at) {
-      if (escaped[at] == '\\') {
-        point += static_cast<char>(std::stoi(escaped.substr(at + 1, 3), nullptr, 8));
-        at += 3;
-      } else {
-        point += escaped[at];
-      }
-    }
-    if (point == folder || point.rfind(folder + "/", 0) == 0) points.insert(points.begin(), point);
+  for (const Mount& mount : MountTable().read().value_or(std::vector<Mount>())) {
+    const bool isThere = mount.point == folder || liesBelow(mount.point, folder);
+    if (isThere) points.insert(points.begin(), mount.point);
   }
   return points;
 }
-
-int removeEntry(const char* path, const struct stat*, int, FTW*) { return remove(path); }
 
 }  // namespace
 
@@ -100,14 +84,12 @@ void runProgram(const std::vector<std::string>& arguments) {
   if (status != 0) throw std::runtime_error(arguments[0] + " failed");
 }
 
-TemporaryFolder::TemporaryFolder() : path_("/tmp/root-test-XXXXXX") {
-  check(mkdtemp(path_.data()) ? 0 : -1, "making a temporary folder");
-  check(chmod(path_.c_str(), 0755), "setting the mode of " + path_);
+FolderOfMounts::FolderOfMounts() {
+  check(chmod(path().c_str(), 0755), "setting the mode of " + path());
 }
 
-TemporaryFolder::~TemporaryFolder() {
-  for (const std::string& point : mountsBelow(path_)) umount2(point.c_str(), MNT_DETACH);
-  nftw(path_.c_str(), removeEntry, 32, FTW_DEPTH | FTW_PHYS | FTW_MOUNT);
+FolderOfMounts::~FolderOfMounts() {
+  for (const std::string& point : mountsBelow(path())) umount2(point.c_str(), MNT_DETACH);
 }
 
 LoopMount::LoopMount(const std::string& type, const std::string& point, const std::string& options)
@@ -125,13 +107,9 @@ LoopMount::~LoopMount() {
 }
 
 std::string LoopMount::device() const {
-  std::ifstream table("/proc/self/mounts");
-  std::string source;
-  std::string point;
-  std::string rest;
   std::string found;
-  while (table >> source >> point && std::getline(table, rest)) {
-    if (point == point_) found = source;
+  for (const Mount& mount : MountTable().read().value_or(std::vector<Mount>())) {
+    if (mount.point == point_) found = mount.source;
   }
   return found;
 }

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/TemporaryFolder.h"
+
 namespace quillo::tests {
 
 // All of these throw std::system_error, or std::runtime_error, which fails the test.
@@ -25,18 +27,11 @@ void mountTmpfs(const std::string& point, const std::string& options = "mode=177
 // Runs a program to its end, found in PATH; throws unless it exits with 0.
 void runProgram(const std::vector<std::string>& arguments);
 
-// An empty folder below /tmp that is there, with all that is mounted or lies in it, as long as this
-// object.
-class TemporaryFolder {
+// A temporary folder that everybody may enter, and whose mounts end with it.
+class FolderOfMounts : public TemporaryFolder {
  public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
+  FolderOfMounts();
+  ~FolderOfMounts();
 };
 
 // A file system in a file on a loop device, mounted at `point` as long as this object.

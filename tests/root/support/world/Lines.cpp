@@ -22,8 +22,7 @@ void Lines::reset(int fd) {
 Lines::Outcome Lines::readMore(steady_clock::time_point until) {
   const auto left =
       std::chrono::duration_cast<std::chrono::milliseconds>(until - steady_clock::now()).count();
-  pollfd waiting{fd_, POLLIN, 0};
-  if (left < 0 || poll(&waiting, 1, static_cast<int>(left)) <= 0) return Outcome::timeout;
+  if (left < 0 || !awaitReadable(fd_, std::chrono::milliseconds(left))) return Outcome::timeout;
   std::array<char, 65536> part;
   const ssize_t got = read(fd_, part.data(), part.size());
   if (got <= 0) return Outcome::end;

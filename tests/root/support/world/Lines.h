@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/Waiting.h"
+
 namespace quillo::tests {
 
 // How long a test waits for what has to happen.
-constexpr std::chrono::seconds deadline{20};
+constexpr std::chrono::seconds deadline = longestWait;
 
 // Collects the lines that come out of a pipe. Not thread-safe.
 class Lines {

@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/Waiting.h"
 
 namespace quillo::tests {
 namespace {
@@ -33,9 +34,8 @@ SystemLogListener::~SystemLogListener() {
 }
 
 std::string SystemLogListener::next(std::chrono::milliseconds limit) {
-  pollfd waiting{socket_, POLLIN, 0};
   std::array<char, 8192> text;
-  if (poll(&waiting, 1, static_cast<int>(limit.count())) <= 0) return std::string();
+  if (!awaitReadable(socket_, limit)) return std::string();
   const ssize_t got = recv(socket_, text.data(), text.size(), 0);
   return std::string(text.data(), got > 0 ? static_cast<size_t>(got) : 0);
 }

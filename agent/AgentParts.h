@@ -1,0 +1,112 @@
+#pragma once
+
+#include "agent/DefinitionUpdates.h"
+#include "agent/DefinitionsWarning.h"
+#include "agent/DialogList.h"
+#include "agent/DockWindow.h"
+#include "agent/FolderOpener.h"
+#include "agent/Health.h"
+#include "agent/Links.h"
+#include "agent/MainApplication.h"
+#include "agent/MainThreadRequests.h"
+#include "agent/Mending.h"
+#include "agent/NoEngineWindow.h"
+#include "agent/Notifications.h"
+#include "agent/PreferenceFile.h"
+#include "agent/Preferences.h"
+#include "agent/ProgressLog.h"
+#include "agent/ScanLog.h"
+#include "agent/ScanParameters.h"
+#include "agent/ScannerCount.h"
+#include "agent/ScratchFolders.h"
+#include "agent/StatusBoard.h"
+#include "agent/TrayHint.h"
+#include "agent/WatchList.h"
+#include "agent/Watching.h"
+#include "engine/ClamdLink.h"
+#include "engine/DaemonStart.h"
+#include "menu/Throbber.h"
+#include "platform/Platform.h"
+#include "scanning/AbortedScans.h"
+#include "scanning/Dispatcher.h"
+#include "scanning/LimitNotice.h"
+#include "scanning/PatientScanner.h"
+#include "scanning/PutBackFiles.h"
+#include "scanning/RunningScanners.h"
+#include "scanning/ScannerServices.h"
+#include "settings/TypedPreferences.h"
+#include "watchers/FSEventWatcher.h"
+#include "watchers/NameWatcher.h"
+
+namespace quillo {
+
+class Clock;
+class ThreadStarter;
+
+// What the agent stands on: the desktop, its user's preferences, time and threads. All of it
+// outlives the agent.
+struct AgentServices {
+  const Platform& platform;
+  const TypedPreferences& preferences;
+  Clock& clock;
+  ThreadStarter& threads;
+  DaemonFinder findDaemon = findRunningDaemon;
+  MarkReader isMarked = isProcessMarked;
+};
+
+// The workers and parts of the agent, in the order in which they are made. They live as long as it
+// does. What they do is theirs; this only says who is given what.
+struct AgentParts {
+  AgentParts(const AgentServices& given, Throbber& menu);
+
+  // Constant after construction.
+  const AgentServices services;
+  Throbber& mainMenu;
+
+  // Own synchronisation.
+  RunningScanners runningScanners;
+  PutBackFiles putBackFiles;
+  ProgressLog progressLog;
+  ToldFiles toldFiles;
+  AbortedScans abortedScans;
+  StatusBoard statusBoard;
+  Notifications notifications;
+  MenuForScanners menuForScanners;
+  ScannerLink scannerLink;
+  WatcherLink watcherLink;
+  EngineLink engineLink;
+  MenuLink menuLink;
+  const ScannerServices scannerServices;
+  Dispatcher theDispatcher;
+  DispatcherIntake intake;
+  const WatcherServices watcherServices;
+  PatientScanner firstPatientScanner;
+  PatientScanner secondPatientScanner;
+  FSEventWatcher gfsLogger;
+  NameWatcher nameWatcher;
+  ScannerCount scannerCount;
+  ClamdLink clamdLink;
+  DialogList dialogList;
+
+  // Main thread, but for what their headers say.
+  MainThreadRequests requests;
+  DaemonStart daemonStart;
+  ScratchFolders scratchFolders;
+  Preferences preferences;
+  PreferenceFile preferenceFile;
+  NoEngineWindow noEngineWindow;
+  DefinitionsWarning definitionsWarning;
+  ScanParameters scanParameters;
+  WatchList watchList;
+  DefinitionUpdates definitionUpdates;
+  ScanLog scanLog;
+  MainApplication mainApplication;
+  DockWindow dockWindow;
+  TrayHint trayHint;
+  FolderOpener folderOpener;
+  Mending mending;
+  Watching watching;
+  Health health;  // asks others of these
+};
+
+}  // namespace quillo

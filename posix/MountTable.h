@@ -1,0 +1,63 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "posix/UniqueFd.h"
+
+namespace quillo {
+
+// One line of /proc/PID/mountinfo (proc(5)), octal escapes undone.
+struct Mount {
+  int id = 0;
+  dev_t device = 0;
+  std::string root;   // the folder of the file system that is seen at `point`; "/" is all of it
+  std::string point;  // without a "/" at its end, but for the root folder
+  std::string type;
+  std::string source;
+  std::string superOptions;
+  bool readOnly = false;
+
+  // Whether it is the same mount, whatever may be done through it now.
+  bool operator==(const Mount& other) const;
+};
+
+// Returns the mounts of a table in its order; lines that are none are left out. Pure; any thread.
+std::vector<Mount> parseMountTable(std::string_view text);
+
+// Returns the value of `key=value` in a comma-separated list of options; an empty one for a lone
+// `key`. Pure; any thread.
+std::optional<std::string_view> mountOption(std::string_view options, std::string_view key);
+
+// Whether its files lie on another machine, whose changes of them nobody tells of here. Pure; any
+// thread.
+bool isNetwork(const Mount& mount);
+// Whether what lies there is the kernel's own and not somebody's files, or is a view of what lies
+// elsewhere. Pure; any thread.
+bool isPseudo(const Mount& mount);
+// Whether the kernel asks a process of some user about each access. Pure; any thread.
+bool isFuse(const Mount& mount);
+
+// The table of this process as the kernel keeps it. Not for sharing between threads or processes:
+// the open file remembers which change its owner has been told of.
+class MountTable {
+ public:
+  MountTable();
+
+  // To be polled for POLLPRI, which comes once after each change; -1, with errno, when there is no
+  // table.
+  int descriptor() const { return file_.get(); }
+  // Whether it has changed since it was opened or this was last asked.
+  bool hasChanged() const;
+  // Absent, with errno, when it cannot be read now, which says nothing of what is mounted.
+  std::optional<std::vector<Mount>> read() const;
+
+ private:
+  UniqueFd file_;
+};
+
+}  // namespace quillo
