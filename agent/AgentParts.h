@@ -18,11 +18,13 @@
 #include "agent/ScanLog.h"
 #include "agent/ScanParameters.h"
 #include "agent/ScannerCount.h"
+#include "agent/ScratchFolders.h"
 #include "agent/StatusBoard.h"
 #include "agent/TrayHint.h"
 #include "agent/WatchList.h"
 #include "agent/Watching.h"
 #include "engine/ClamdLink.h"
+#include "engine/DaemonStart.h"
 #include "menu/Throbber.h"
 #include "platform/Platform.h"
 #include "scanning/AbortedScans.h"
@@ -32,6 +34,7 @@
 #include "scanning/PatientScanner.h"
 #include "scanning/PutBackFiles.h"
 #include "scanning/ScannerServices.h"
+#include "settings/TypedPreferences.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
 
@@ -40,9 +43,11 @@ namespace quillo {
 class Clock;
 class ThreadStarter;
 
-// What the agent stands on: the desktop, time and threads. All of it outlives the agent.
+// What the agent stands on: the desktop, its user's preferences, time and threads. All of it
+// outlives the agent.
 struct AgentServices {
   const Platform& platform;
+  const TypedPreferences& preferences;
   Clock& clock;
   ThreadStarter& threads;
   DaemonFinder findDaemon = findRunningDaemon;
@@ -86,6 +91,8 @@ struct AgentParts {
 
   // Main thread, but for what their headers say.
   MainThreadRequests requests;
+  DaemonStart daemonStart;
+  ScratchFolders scratchFolders;
   Preferences preferences;
   PreferenceFile preferenceFile;
   NoEngineWindow noEngineWindow;

@@ -51,16 +51,20 @@ void DefinitionUpdates::showEndOfUpdate() {
   mainMenu.stopUpdate();
 }
 
+std::optional<std::string> DefinitionUpdates::freshclamLogLocation(const WatchSettings& settings) {
+  return settings.updateLog ? std::optional("--log=" + *settings.updateLog) : std::nullopt;
+}
+
 void DefinitionUpdates::performDefsUpdate(bool notify) {
   struct Shown {
     DefinitionUpdates& updates;
     ~Shown() { updates.showEndOfUpdate(); }
   } const shown{*this};
   // Taken once: watching may stop or start anew, and change them, while the updater runs.
-  LaunchRequest request{preferences_.freshclamPATH().value_or("")};
-  const auto logLocation = preferences_.freshclamLogLocation();
-  const bool exit1MeansUpdated = preferences_.needsExit1FreshclamFlag();
-  if (logLocation) {
+  const auto settings = preferences_.settings();
+  LaunchRequest request{settings->freshclamPATH.value_or("")};
+  const bool exit1MeansUpdated = settings->needsExit1FreshclamFlag;
+  if (const auto logLocation = freshclamLogLocation(*settings)) {
     request.arguments.push_back(*logLocation);
   }
   if (exit1MeansUpdated) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 namespace quillo {
 
 class DefinitionsWarning;
@@ -11,6 +14,7 @@ class Preferences;
 class ThreadStarter;
 class Throbber;
 struct LaunchRequest;
+struct WatchSettings;
 
 // Updates of the virus definitions, each on a short-lived thread of its own. Several may run at
 // once.
@@ -25,6 +29,9 @@ class DefinitionUpdates {
   void updateVirusDefsAndNotify(bool notify);
   // The update itself, to its end.
   void performDefsUpdate(bool notify);
+
+  // Returns the updater's argument that names its log, where a preference does.
+  static std::optional<std::string> freshclamLogLocation(const WatchSettings& settings);
 
  private:
   static int runUpdater(const LaunchRequest& request);

@@ -5,14 +5,13 @@
 #include "agent/StatusBoard.h"
 #include "platform/Application.h"
 #include "platform/SystemLog.h"
-#include "platform/TypedPreferences.h"
 #include "posix/Text.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 
 bool DockWindow::isWanted() const {
-  const TypedPreferences typed(preferences_, log_);
-  const std::string wanted = lowercased(typed.string("ShowDockIcon").value_or(""));
+  const std::string wanted = lowercased(preferences_.value(key::showDockIcon).value_or(""));
   return wanted == "true" || wanted == "both";
 }
 

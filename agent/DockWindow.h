@@ -3,14 +3,14 @@
 namespace quillo {
 
 class Application;
-class PreferenceStore;
 class StatusBoard;
 class SystemLog;
+class TypedPreferences;
 
 // The agent's own window, which is the one of its Dock tile. Main thread.
 class DockWindow {
  public:
-  DockWindow(Application& application, PreferenceStore& preferences, SystemLog& log,
+  DockWindow(Application& application, const TypedPreferences& preferences, SystemLog& log,
              StatusBoard& statusBoard)
       : application_(application),
         preferences_(preferences),
@@ -29,7 +29,7 @@ class DockWindow {
   void logFailure(int error);
 
   Application& application_;
-  PreferenceStore& preferences_;
+  const TypedPreferences& preferences_;
   SystemLog& log_;
   StatusBoard& statusBoard_;
 };

@@ -16,7 +16,6 @@
 #include "engine/ClamdLink.h"
 #include "menu/Throbber.h"
 #include "scanning/Dispatcher.h"
-#include "scanning/ScanArguments.h"
 #include "scanning/ScannerOwner.h"
 #include "watchers/WatcherOwner.h"
 
@@ -59,10 +58,7 @@ class ScannerLink final : public ScannerOwner {
   explicit ScannerLink(const Parts& parts) : parts_(parts) {}
 
   Dispatcher& theDispatcher() override { return parts_.theDispatcher; }
-  std::string getQuarantineOrTrash() override { return parts_.preferences.quarantineOrTrash; }
-  std::string getQuarantineLocation() override { return parts_.preferences.quarantineLocation; }
-  std::string getIncludePattern() override { return parts_.preferences.includePattern; }
-  std::string getExcludePattern() override { return parts_.preferences.excludePattern; }
+  std::shared_ptr<const WatchSettings> settings() override { return parts_.preferences.settings(); }
   void modifyScannerCountBy(std::int32_t delta) override {
     parts_.scannerCount.modifyScannerCountBy(delta);
   }
@@ -147,7 +143,7 @@ class EngineLink final : public ClamdLinkOwner {
  public:
   EngineLink(const Preferences& preferences, NoEngineWindow& noEngineWindow)
       : preferences_(preferences), noEngineWindow_(noEngineWindow) {}
-  std::optional<std::string> clamPATH() override { return preferences_.clamPATH(); }
+  std::optional<std::string> clamPATH() override { return preferences_.settings()->clamPATH; }
   void displayNoEngineWindow(const EngineProblem& problem) override {
     noEngineWindow_.show(problem);
   }
@@ -176,8 +172,8 @@ class MenuLink final : public ThrobberOwner {
   Condition& throbberLock() override { return parts_.scannerCount.throbberLock(); }
   void restartWatcher() override { parts_.watching.restartWatcherSoon(); }
   void updateEnded() override { parts_.health.lookSoon(); }
-  std::optional<std::string> freshclamLogLocation() override {
-    return parts_.preferences.freshclamLogLocation();
+  std::optional<std::string> updateLog() override {
+    return parts_.preferences.settings()->updateLog;
   }
 
  private:

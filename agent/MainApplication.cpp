@@ -3,12 +3,12 @@
 #include <exception>
 #include <utility>
 
-#include "agent/PreferenceKeys.h"
 #include "platform/Application.h"
 #include "platform/ApplicationLauncher.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "posix/Clock.h"
 #include "posix/ThreadStarter.h"
+#include "settings/PreferenceTable.h"
 
 namespace quillo {
 namespace {

@@ -4,9 +4,9 @@
 #include "agent/MainApplication.h"
 #include "agent/NoEngineWindow.h"
 #include "agent/PreferenceFile.h"
-#include "agent/PreferenceKeys.h"
 #include "menu/Throbber.h"
 #include "platform/ApplicationLauncher.h"
+#include "settings/PreferenceTable.h"
 
 namespace quillo {
 

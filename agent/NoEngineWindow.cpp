@@ -1,13 +1,13 @@
 #include "agent/NoEngineWindow.h"
 
 #include "agent/PreferenceFile.h"
-#include "agent/PreferenceKeys.h"
 #include "agent/Preferences.h"
 #include "platform/Application.h"
 #include "platform/ApplicationLauncher.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
 #include "posix/Text.h"
+#include "settings/PreferenceTable.h"
 
 namespace quillo {
 namespace {
@@ -93,7 +93,7 @@ void NoEngineWindow::showNow(const EngineProblem& problem) {
     displayDialog(interface.noEngineWindow);
     return;
   }
-  const std::string command = preferenceFile_.engineCommand(preferences_.clamPATH());
+  const std::string command = preferenceFile_.engineCommand(preferences_.settings()->clamPATH);
   interface.noEngineAloneWindow.setMessage(textAloneOf(problem, command, strings));
   displayDialog(interface.noEngineAloneWindow);
 }

@@ -1,6 +1,5 @@
 #include "agent/PreferenceFile.h"
 
-#include "agent/PreferenceKeys.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
 #include "platform/PreferenceStore.h"
@@ -10,6 +9,7 @@
 #include "posix/FileFacts.h"
 #include "posix/OwnFile.h"
 #include "posix/Text.h"
+#include "settings/PreferenceTable.h"
 
 namespace quillo {
 namespace {

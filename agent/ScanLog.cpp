@@ -18,6 +18,7 @@
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
 #include "posix/Version.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 namespace {
@@ -26,9 +27,9 @@ constexpr const char* systemRotator = "/usr/sbin/newsyslog";
 
 }  // namespace
 
-ScanLog::ScanLog(Folders& folders, PreferenceStore& preferences, SystemLog& log,
+ScanLog::ScanLog(Folders& folders, const TypedPreferences& preferences, SystemLog& log,
                  std::function<void(const std::function<void()>&)> wait)
-    : folders_(folders), typed_(preferences, log), log_(log), wait_(std::move(wait)) {}
+    : folders_(folders), preferences_(preferences), log_(log), wait_(std::move(wait)) {}
 
 std::string ScanLog::path() const {
   return folders_.homeFolder() + "/Library/Logs/VantrelQuillo-scan.log";
@@ -59,8 +60,9 @@ void ScanLog::logAllToScanLog() {
 }
 
 std::string ScanLog::rotationConfiguration() const {
-  const std::int64_t wanted = typed_.number("rotateScanlogWhenSizeReaches").value_or(0);
-  const std::int64_t limit = wanted > 0 ? wanted : defaultSizeLimit;
+  constexpr const auto& sizeLimit = key::rotateScanlogWhenSizeReaches;
+  const std::int64_t wanted = preferences_.value(sizeLimit);
+  const std::int64_t limit = wanted > 0 ? wanted : sizeLimit.whenAbsent;
   return "# logfilename [owner:group] mode count size when flags [/pid_file] [sig_num]\n" + path() +
          "\t" + std::to_string(getuid()) + ":" + std::to_string(getgid()) + "\t640\t3\t" +
          std::to_string(limit) + "\t*\tCJN";

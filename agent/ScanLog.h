@@ -1,24 +1,20 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
-
-#include "platform/TypedPreferences.h"
 
 namespace quillo {
 
 class Folders;
 class SystemLog;
+class TypedPreferences;
 
 // The scan log, onto which this process's standard output and error are laid, and its rotation.
 // Main thread.
 class ScanLog {
  public:
-  static constexpr std::int64_t defaultSizeLimit = 5120;  // kilobytes
-
   // `wait` does something that takes long and keeps the desktop alive meanwhile.
-  ScanLog(Folders& folders, PreferenceStore& preferences, SystemLog& log,
+  ScanLog(Folders& folders, const TypedPreferences& preferences, SystemLog& log,
           std::function<void(const std::function<void()>&)> wait);
 
   std::string path() const;
@@ -36,7 +32,7 @@ class ScanLog {
   void runRotation(const std::string& configurationPath);
 
   Folders& folders_;
-  const TypedPreferences typed_;
+  const TypedPreferences& preferences_;
   SystemLog& log_;
   const std::function<void(const std::function<void()>&)> wait_;
 };

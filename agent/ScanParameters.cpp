@@ -1,48 +1,52 @@
 #include "agent/ScanParameters.h"
 
-#include "agent/Preferences.h"
 #include "platform/Folders.h"
 #include "posix/FileFacts.h"
+#include "settings/WatchSettings.h"
 
 namespace quillo {
+namespace {
 
-ScanParameters::ScanParameters(Preferences& preferences, Folders& folders, ScannerMenu& menu)
-    : preferences_(preferences), folders_(folders), mainMenu(menu) {}
+std::string moveTo(const std::string& folder) { return "--move=" + folder; }
 
-bool ScanParameters::setScanParameters() {
-  list.clear();
-  trashLocation = "--move=" + folders_.homeFolder() + "/.Trash";
-  insert("--stdout");
-  if (preferences_.useMultiscan) {
-    insert("--multiscan");
-  }
-  if (!preferences_.usingClamDemon) {
-    insertSettingsWithoutDaemon();
-  }
-  if (preferences_.quarantineInfected) {
-    insert(preferences_.quarantineLocation);
-  } else if (preferences_.deleteInfected) {
-    insert(trashLocation);
-  }
-  const std::string scanner = preferences_.clamScanPATH.value_or("");
-  const bool readable = isReadableFile(scanner);
-  insert(scanner);
-  list.insert(list.begin(), &mainMenu);
-  return readable;
+}  // namespace
+
+std::string ScanParameters::quarantineLocation(const WatchSettings& settings) {
+  return settings.quarantineFolder ? moveTo(*settings.quarantineFolder) : "";
 }
 
-void ScanParameters::insertSettingsWithoutDaemon() {
-  insert(preferences_.scanMboxOrNot);
-  insert("-i");
-  insert("-r");
-  if (preferences_.exclude) {
-    insert(preferences_.excludePattern);
+bool ScanParameters::setScanParameters(const WatchSettings& settings) {
+  const std::string trashLocation = moveTo(folders_.homeFolder() + "/.Trash");
+  const std::string scanner = settings.clamScanPATH.value_or("");
+  list_ = {&mainMenu, scanner};
+  if (settings.quarantineInfected) {
+    list_.emplace_back(quarantineLocation(settings));
+  } else if (settings.deleteInfected) {
+    list_.emplace_back(trashLocation);
   }
-  if (preferences_.includeOnly) {
-    insert(preferences_.includePattern);
+  if (!settings.usingClamDemon) {
+    addSettingsWithoutDaemon(settings);
   }
-  if (preferences_.maxRatio) {
-    insert(*preferences_.maxRatio);
+  if (settings.useMultiscan) {
+    list_.emplace_back("--multiscan");
+  }
+  list_.emplace_back("--stdout");
+  return isReadableFile(scanner);
+}
+
+void ScanParameters::addSettingsWithoutDaemon(const WatchSettings& settings) {
+  if (settings.maxRatio) {
+    list_.emplace_back(*settings.maxRatio);
+  }
+  if (settings.includeOnly) {
+    list_.emplace_back(settings.includePattern);
+  }
+  if (settings.exclude) {
+    list_.emplace_back(settings.excludePattern);
+  }
+  const char* scanMboxOrNot = settings.scanEmail ? "--mbox" : "--no-mail";
+  for (const char* option : {"-r", "-i", scanMboxOrNot}) {
+    list_.emplace_back(option);
   }
 }
 

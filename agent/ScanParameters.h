@@ -2,33 +2,33 @@
 
 #include <string>
 
-#include "scanning/ScanArguments.h"
+#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 
 class Folders;
-class Preferences;
+struct WatchSettings;
 
 // The one argument list that every scanner works with. Main thread.
 class ScanParameters {
  public:
-  ScanParameters(Preferences& preferences, Folders& folders, ScannerMenu& mainMenu);
+  ScanParameters(Folders& folders, ScannerMenu& menu) : folders_(folders), mainMenu(menu) {}
 
-  // Builds a new list from the preferences. False when the scanner program cannot be read; the list
-  // is complete all the same.
-  bool setScanParameters();
-  const ScanArgumentList& scanAndUpdateParametersWithThrobber() const { return list; }
-  void empty() { list.clear(); }
+  // Builds a new list. Returns false when the scanner program cannot be read; the list is complete
+  // all the same.
+  bool setScanParameters(const WatchSettings& settings);
+  const ScanArgumentList& scanAndUpdateParametersWithThrobber() const { return list_; }
+  void empty() { list_.clear(); }
+
+  // Returns the argument that moves to the quarantine folder, or "" where there is no quarantine.
+  static std::string quarantineLocation(const WatchSettings& settings);
 
  private:
-  void insert(const std::string& argument) { list.insert(list.begin(), argument); }
-  void insertSettingsWithoutDaemon();
+  void addSettingsWithoutDaemon(const WatchSettings& settings);
 
-  Preferences& preferences_;
   Folders& folders_;
   ScannerMenu& mainMenu;
-  std::string trashLocation;
-  ScanArgumentList list;
+  ScanArgumentList list_;
 };
 
 }  // namespace quillo

@@ -67,24 +67,30 @@ class VantrelQuillo {
     return parts_.watchList.getCheckSubDirs();
   }
   std::optional<std::string> freshclamLogLocation() const {
-    return parts_.preferences.freshclamLogLocation();
+    return DefinitionUpdates::freshclamLogLocation(*parts_.preferences.settings());
   }
-  std::string getQuarantineOrTrash() const { return parts_.preferences.quarantineOrTrash; }
-  std::string getQuarantineLocation() const { return parts_.preferences.quarantineLocation; }
-  bool needsExit1FreshclamFlag() const { return parts_.preferences.needsExit1FreshclamFlag(); }
+  std::string getQuarantineOrTrash() const {
+    return letterOf(parts_.preferences.settings()->quarantineOrTrash);
+  }
+  std::string getQuarantineLocation() const {
+    return ScanParameters::quarantineLocation(*parts_.preferences.settings());
+  }
+  bool needsExit1FreshclamFlag() const {
+    return parts_.preferences.settings()->needsExit1FreshclamFlag;
+  }
   void setNeedsExit1FreshclamFlag(bool needed) {
     parts_.preferences.setNeedsExit1FreshclamFlag(needed);
   }
 
   // Main thread.
   std::optional<std::string> getTheTempDirToWatch() const {
-    return parts_.preferences.theTempDirToWatch;
+    return parts_.scratchFolders.theTempDirToWatch;
   }
   std::optional<std::string> getTheThrobberTempDir() const {
-    return parts_.preferences.theThrobberTempDir;
+    return parts_.scratchFolders.theThrobberTempDir;
   }
   bool okToAddDir(const std::string& path) const {
-    return parts_.watchList.okToAddDir(path, parts_.preferences.quarantineLocation);
+    return parts_.watchList.okToAddDir(path, parts_.preferences.settings()->quarantineFolder);
   }
   bool isWatching() const { return parts_.gfsLogger.isWatching(); }
 

@@ -4,28 +4,24 @@
 #include <utility>
 
 #include "menu/Throbber.h"
-#include "platform/Folders.h"
 #include "platform/MountNotifications.h"
+#include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
 #include "posix/Accounts.h"
 #include "posix/FileFacts.h"
-#include "posix/Text.h"
 #include "scanning/Dispatcher.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 namespace {
 
-constexpr const char* folderArray = "QuilloFolderArray";
 // Stands for every volume, whether or not this system has a folder of that name.
 constexpr const char* allVolumes = "/Volumes";
 
 }  // namespace
 
 WatchList::WatchList(const WatchListServices& services, Throbber& menu, Dispatcher& dispatcher)
-    : services_(services),
-      typed_(services.preferenceStore, services.systemLog),
-      mainMenu(menu),
-      theDispatcher(dispatcher) {}
+    : services_(services), mainMenu(menu), theDispatcher(dispatcher) {}
 
 void WatchList::populateMenu() {
   services_.preferenceStore.synchronize();
@@ -33,29 +29,14 @@ void WatchList::populateMenu() {
   watchedFolderList.store({});
   checkSubDirs.store({});
   missing_.store({});
-  const PreferenceArray entries = typed_.array(folderArray).value_or(PreferenceArray());
-  mainMenu.setNumItemsToWatch(static_cast<std::int32_t>(entries.size()));
-  for (const PreferenceValue& entry : entries) {
-    addEntry(entry);
+  const std::vector<ChosenFolder> chosen = services_.preferences.value(key::quilloFolderArray);
+  mainMenu.setNumItemsToWatch(static_cast<std::int32_t>(chosen.size()));
+  for (const ChosenFolder& folder : chosen) {
+    mainMenu.addToMenuWithObjectToWatch(folder.path, folder.path);
+    addToWatchListWithSubdirs(folder.path, folder.withSubdirs);
   }
   services_.mountNotifications.observe(
       [this](const std::string& devicePath) { newVolumeAppeared(devicePath); });
-}
-
-std::string WatchList::pathOf(const PreferenceValue& entry) const {
-  // The other cannot name every folder: a text of the preferences is UTF-8.
-  if (const auto named = typed_.uriIn(entry, "pathURI", folderArray)) {
-    return *named;
-  }
-  return expandingTilde(typed_.stringIn(entry, "pathName", folderArray).value_or(""),
-                        services_.folders.homeFolder());
-}
-
-void WatchList::addEntry(const PreferenceValue& entry) {
-  const std::string path = pathOf(entry);
-  const bool withSubdirs = typed_.booleanIn(entry, "WatchSubdirs", folderArray).value_or(false);
-  mainMenu.addToMenuWithObjectToWatch(path, path);
-  addToWatchListWithSubdirs(path, withSubdirs);
 }
 
 void WatchList::addToWatchListWithSubdirs(std::string path, bool withSubdirs) {
@@ -77,9 +58,10 @@ void WatchList::addToWatchListWithSubdirs(std::string path, bool withSubdirs) {
   mainMenu.setReady();
 }
 
-bool WatchList::okToAddDir(const std::string& path, const std::string& quarantineLocation) const {
+bool WatchList::okToAddDir(const std::string& path,
+                           const std::optional<std::string>& quarantineFolder) const {
   const auto folders = watchedFolderList.load();
-  return quarantineLocation != "--move=" + path + "/" &&
+  return quarantineFolder != path + "/" &&
          std::find(folders->begin(), folders->end(), path) == folders->end();
 }
 
@@ -120,7 +102,7 @@ void WatchList::newVolumeAppeared(const std::string& devicePath) {
         "the time being, just wait for new additions.");
     return;
   }
-  if (typed_.boolean("QuilloScanVolumes").value_or(false)) {
+  if (services_.preferences.value(key::quilloScanVolumes)) {
     services_.systemLog.log("The volume " + devicePath +
                             " was just mounted and we're not supposed to be monitoring it for new "
                             "content, so just scan it immediately.");

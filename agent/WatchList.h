@@ -3,24 +3,25 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "platform/TypedPreferences.h"
 #include "posix/Snapshot.h"
 
 namespace quillo {
 
 class Dispatcher;
-class Folders;
 class MountNotifications;
+class PreferenceStore;
 class SystemLog;
 class Throbber;
+class TypedPreferences;
 
 struct WatchListServices {
-  Folders& folders;
   MountNotifications& mountNotifications;
   PreferenceStore& preferenceStore;
+  const TypedPreferences& preferences;
   SystemLog& systemLog;
 };
 
@@ -34,9 +35,9 @@ class WatchList {
   void populateMenu();
   // Adds the path if something is there, with a "/" at its end if it is a folder.
   void addToWatchListWithSubdirs(std::string path, bool withSubdirs);
-  // Whether the folder is neither the quarantine folder nor watched already. `quarantineLocation`
-  // is the move argument.
-  bool okToAddDir(const std::string& path, const std::string& quarantineLocation) const;
+  // Returns whether the folder is neither the quarantine folder nor watched already.
+  bool okToAddDir(const std::string& path,
+                  const std::optional<std::string>& quarantineFolder) const;
   // Looks out no more, and empties list and menu.
   void stop();
   void newVolumeAppeared(const std::string& devicePath);
@@ -56,11 +57,7 @@ class WatchList {
   std::int32_t getMaxRecursionDepth() const { return maxRecursionDepth; }
 
  private:
-  std::string pathOf(const PreferenceValue& entry) const;
-  void addEntry(const PreferenceValue& entry);
-
   const WatchListServices services_;
-  const TypedPreferences typed_;
   Throbber& mainMenu;
   Dispatcher& theDispatcher;
   const std::int32_t maxRecursionDepth = 0;

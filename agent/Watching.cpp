@@ -119,10 +119,10 @@ void Watching::setUp(bool update) {
     parts_.mainMenu.enableMenuItems(0);
     return;
   }
-  parts_.progressLog.setEnabled(preferences.logProgress);
+  parts_.progressLog.setEnabled(preferences.settings()->logProgress);
   parts_.scanLog.rotateLogFile();
-  if (!parts_.scanParameters.setScanParameters()) {
-    const auto& scanner = preferences.clamScanPATH;
+  if (!parts_.scanParameters.setScanParameters(*preferences.settings())) {
+    const auto scanner = preferences.settings()->clamScanPATH;
     reportNoEngine(scanner ? EngineProblem{EngineProblem::Kind::scannerMissing, *scanner}
                            : preferences.unnamedEngine());
   }
@@ -135,7 +135,7 @@ void Watching::setUp(bool update) {
   parts_.services.platform.systemLog.log(parts_.watchList.inWords());
   startWatcherThread();
   parts_.nameWatcher.start();
-  if (update && preferences.updateDefsAtLaunch) {
+  if (update && preferences.settings()->updateDefsAtLaunch) {
     parts_.definitionUpdates.updateVirusDefsAndNotify(false);
   }
   parts_.definitionsWarning.warnIfMissing();
@@ -182,8 +182,8 @@ void Watching::finishEnd() {
 }
 
 void Watching::quit() {
-  const bool recovering = parts_.clamdLink.launchNoMore() && parts_.preferences.weLaunchedClamd;
-  if (parts_.preferences.launchingClamd || recovering) {
+  const bool recovering = parts_.clamdLink.launchNoMore() && parts_.daemonStart.weLaunchedClamd;
+  if (parts_.daemonStart.launchingClamd || recovering) {
     // A daemon left alone now would run on, and nobody would know that it is ours to stop.
     quitOnceLaunched();
     return;
@@ -220,7 +220,7 @@ void Watching::quitNow() {
   attempt([this] { parts_.runningScanners.endAllForGood(); });
   attempt([&] { platform.distributedNotificationCenter.removeObservers(); });
   attempt([this] {
-    if (parts_.preferences.weLaunchedClamd) {
+    if (parts_.daemonStart.weLaunchedClamd) {
       log("trying to quit clamd\n");
       parts_.clamdLink.quitClamd();
     }

@@ -13,6 +13,7 @@
 #include "platform/linux/LinuxPlatform.h"
 #include "posix/ThreadStarter.h"
 #include "posix/Version.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 namespace {
@@ -64,11 +65,13 @@ int runAgent(int argc, char** argv) {
   const Platform& services = desktop.services();
   DetachedThreads threads(
       [&services](const std::string& failure) { services.systemLog.log(failure); });
+  const TypedPreferences preferences(services.preferenceStore, services.folders,
+                                     services.systemLog);
   Throbber mainMenu({services.application, desktop.clock(), services.dockTile, services.folders,
                      services.imageLoader, services.localizedStrings, services.mainInterface,
-                     services.modifierKeys, services.preferenceStore, services.statusBar,
-                     services.systemLog, services.workspace});
-  VantrelQuillo agent({services, desktop.clock(), threads}, mainMenu);
+                     services.modifierKeys, preferences, services.statusBar, services.systemLog,
+                     services.workspace});
+  VantrelQuillo agent({services, preferences, desktop.clock(), threads}, mainMenu);
   int status = 1;
   try {
     status = desktop.run([&agent] { agent.applicationDidFinishLaunching(); },

@@ -6,9 +6,9 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
 #include "platform/StatusItem.h"
-#include "platform/TypedPreferences.h"
 #include "posix/Clock.h"
 #include "posix/Text.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 namespace {
@@ -56,8 +56,7 @@ Throbber::Throbber(const ThrobberServices& services)
       statusText_(
           services.localizedStrings, services.clock, [this] { return status(); },
           [this](const StatusLine& line) { showLine(line); }) {
-  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
-  if (const auto preference = preferences.string("ShowDockIcon")) {
+  if (const auto preference = services_.preferences.value(key::showDockIcon)) {
     showDockPref = lowercased(*preference);
   }
   if (showDockPref == "true") {

@@ -22,10 +22,10 @@ class Folders;
 class ImageLoader;
 class LocalizedStrings;
 class ModifierKeys;
-class PreferenceStore;
 class StatusBar;
 class StatusItem;
 class SystemLog;
+class TypedPreferences;
 class Workspace;
 struct MainInterface;
 
@@ -39,7 +39,7 @@ struct ThrobberServices {
   LocalizedStrings& localizedStrings;
   MainInterface& mainInterface;
   ModifierKeys& modifierKeys;
-  PreferenceStore& preferenceStore;
+  const TypedPreferences& preferences;
   StatusBar& statusBar;
   SystemLog& systemLog;
   Workspace& workspace;
@@ -60,9 +60,8 @@ class ThrobberOwner {
   virtual void restartWatcher() = 0;
   // Takes note that a definition update has ended, well or not.
   virtual void updateEnded() = 0;
-  // Returns "--log=" and the update log's path, or nothing when no preference names it. Main
-  // thread.
-  virtual std::optional<std::string> freshclamLogLocation() = 0;
+  // Returns the log of definition updates, or nothing when no preference names it. Main thread.
+  virtual std::optional<std::string> updateLog() = 0;
 };
 
 // Element 0 is for the status item, element 1 for the Dock tile.

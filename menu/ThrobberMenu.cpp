@@ -13,11 +13,6 @@
 #include "posix/Text.h"
 
 namespace quillo {
-namespace {
-
-constexpr std::size_t logOptionLength = 6;  // of "--log="
-
-}  // namespace
 
 void Throbber::setQuitEnabled(bool enabled) {
   if (showDockPref != "true" && showDockPref != "both") {
@@ -121,11 +116,7 @@ std::optional<std::string> Throbber::pathOfLog(const MenuItem& sender) {
     // Deliberately not expanded.
     return "~/Library/Logs/VantrelQuilloConsole.log";
   }
-  const auto option = vantrelQuilloController.load()->freshclamLogLocation();
-  if (!option || option->size() <= logOptionLength) {
-    return std::nullopt;
-  }
-  return option->substr(logOptionLength);
+  return vantrelQuilloController.load()->updateLog();
 }
 
 void Throbber::openLog(const MenuItem& sender) {

@@ -69,17 +69,18 @@ Consequences::Consequences(ScannerOwner& owner, const ScannerServices& services,
     : owner_(owner), services_(services), waitsForOpener_(waitsForOpener) {}
 
 void Consequences::drawFrom(const Verdict& infection) {
-  const std::string& setting = policy_.quarantineOrTrash;
-  const bool wasToMove = setting == "Q" || setting == "T";
+  using Action = InfectedFileAction;
+  const Action action = policy_.quarantineOrTrash;
+  const bool wasToMove = action != Action::leaveInPlace;
   const bool wasLeft = infection.whereabouts == Verdict::Whereabouts::inPlace;
   if (wasToMove && infection.whereabouts == Verdict::Whereabouts::notMoved) {
     showStillThere(infection);
-  } else if (setting.empty() || (wasToMove && wasLeft)) {
+  } else if (!wasToMove || wasLeft) {
     // Nothing failed where a scanner left it of its own accord.
     showWarning(infection);
-  } else if (setting == "Q") {
+  } else if (action == Action::quarantine) {
     showQuarantined(infection);
-  } else if (setting == "T") {
+  } else {
     notify(notificationRemoved, std::string(pathAsShown(infection)), infection);
   }
 }

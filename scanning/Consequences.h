@@ -5,6 +5,7 @@
 
 #include "clamav/Verdict.h"
 #include "platform/Notifier.h"
+#include "settings/WatchSettings.h"
 
 namespace quillo {
 
@@ -15,7 +16,7 @@ struct ScannerServices;
 
 // What the engine did with an infected file, and what the user wants to see of it.
 struct InfectionPolicy {
-  std::string quarantineOrTrash;   // "Q" (moved to the quarantine), "T" (to the Trash), "" (left)
+  InfectedFileAction quarantineOrTrash = InfectedFileAction::leaveInPlace;
   std::string quarantineLocation;  // the quarantine folder
   bool suppressInfoDialogs = false;
 };

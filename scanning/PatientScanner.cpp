@@ -6,12 +6,13 @@
 
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
-#include "platform/TypedPreferences.h"
+#include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/EngineRun.h"
 #include "scanning/ScanList.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 
@@ -24,35 +25,29 @@ void PatientScanner::setMyName(const std::string& name) { name_ = name; }
 
 void PatientScanner::setMenuAndParams(const ScanArgumentList& list) {
   const std::shared_ptr<const Settings> before = settings_.load();
-  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
   Settings settings;
   for (std::size_t index = 1; index < list.size(); ++index) {
     if (const std::string* argument = std::get_if<std::string>(&list[index])) {
       settings.scanParams.push_back(*argument);
     }
   }
-  settings.policy.quarantineOrTrash = owner_.getQuarantineOrTrash();
+  const std::shared_ptr<const WatchSettings> chosen = owner_.settings();
+  settings.policy.quarantineOrTrash = chosen->quarantineOrTrash;
   settings.excludePatterns = readExcludePatterns();
   settings.policy.quarantineLocation = before->policy.quarantineLocation;
-  if (settings.policy.quarantineOrTrash == "Q") {
-    settings.policy.quarantineLocation = folderOfMoveOption(owner_.getQuarantineLocation());
+  if (chosen->quarantineOrTrash == InfectedFileAction::quarantine) {
+    settings.policy.quarantineLocation = chosen->quarantineFolder.value_or("");
   }
-  settings.policy.suppressInfoDialogs = preferences.boolean("SuppressInfoDialogs").value_or(false);
+  settings.policy.suppressInfoDialogs = services_.preferences.value(key::suppressInfoDialogs);
   settings_.store(std::move(settings));
 }
 
 std::vector<std::shared_ptr<const PathPattern>> PatientScanner::readExcludePatterns() const {
-  static const std::string where = "ExcludePatterns";
-  const TypedPreferences preferences(services_.preferenceStore, services_.systemLog);
   std::vector<std::shared_ptr<const PathPattern>> patterns;
-  for (const PreferenceValue& entry : preferences.array(where).value_or(PreferenceArray())) {
-    if (!preferences.booleanIn(entry, "excludeEnabled", where).value_or(false)) {
-      continue;
-    }
-    std::string pattern = preferences.stringIn(entry, "excludePattern", where).value_or("");
-    if (!preferences.booleanIn(entry, "excludeRegEx", where).value_or(false)) {
-      pattern = PathPattern::literalExpression(pattern, services_.folders.homeFolder());
-    }
+  for (const ExcludePattern& chosen : services_.preferences.value(key::excludePatterns)) {
+    const std::string pattern = chosen.isRegEx ? chosen.text
+                                               : PathPattern::literalExpression(
+                                                     chosen.text, services_.folders.homeFolder());
     // An empty expression would match, and so exclude, everything.
     if (!pattern.empty()) {
       patterns.push_back(std::make_shared<const PathPattern>(pattern));

@@ -7,14 +7,13 @@
 
 #include "posix/Snapshot.h"
 #include "scanning/PathPattern.h"
-#include "scanning/ScanArguments.h"
 #include "scanning/ScanReport.h"
+#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 
 class Dispatcher;
 class EngineRun;
-class ScannerOwner;
 struct ScannerServices;
 
 // A worker that waits until the dispatcher has ready paths, takes a batch, drops what the user

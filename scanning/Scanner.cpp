@@ -85,13 +85,11 @@ void Scanner::takeArguments(ScanItemList& items) {
 }
 
 void Scanner::takeSettings() {
-  quarantineLocation = owner_.getQuarantineLocation();
-  quarantineOrTrash = owner_.getQuarantineOrTrash();
-  includePattern = owner_.getIncludePattern();
-  excludePattern = owner_.getExcludePattern();
-  if (quarantineOrTrash == "Q") {
-    quarantineLocation = folderOfMoveOption(quarantineLocation);
-  }
+  const std::shared_ptr<const WatchSettings> settings = owner_.settings();
+  quarantineLocation = settings->quarantineFolder.value_or("");
+  quarantineOrTrash = settings->quarantineOrTrash;
+  includePattern = settings->includePattern;
+  excludePattern = settings->excludePattern;
 }
 
 bool Scanner::readyToScanFileAtIndex(const std::string& path, std::size_t index) {

@@ -9,13 +9,12 @@
 #include <vector>
 
 #include "posix/Pipe.h"
-#include "scanning/ScanArguments.h"
 #include "scanning/ScanReport.h"
+#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 
 class EngineRun;
-class ScannerOwner;
 struct ScannerServices;
 
 // What a scan is asked for with: element 0 the scanner program with its arguments, element 1 the
@@ -83,7 +82,7 @@ class Scanner {
   std::vector<std::string> scanParams;
   ScannerMenu* mainMenu = nullptr;
   std::string quarantineLocation;
-  std::string quarantineOrTrash;
+  InfectedFileAction quarantineOrTrash = InfectedFileAction::leaveInPlace;
   std::string includePattern;
   std::string excludePattern;
   ScanReport report_;

@@ -3,12 +3,26 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <variant>
+#include <vector>
 
 namespace quillo {
 
 class Dispatcher;
 class FileRemover;
-class ScannerMenu;
+struct WatchSettings;
+
+// What a scanner asks of the status menu.
+class ScannerMenu {
+ public:
+  virtual ~ScannerMenu() = default;
+  virtual std::string getQuitMenuName() const = 0;
+};
+
+// The scan argument list: element 0 the status menu, element 1 the scanner program, then its
+// arguments.
+using ScanArgument = std::variant<ScannerMenu*, std::string>;
+using ScanArgumentList = std::vector<ScanArgument>;
 
 // The open warnings.
 class DialogListOwner {
@@ -27,13 +41,8 @@ class ScannerOwner {
  public:
   virtual ~ScannerOwner() = default;
   virtual Dispatcher& theDispatcher() = 0;
-  // Returns "Q", "T" or "".
-  virtual std::string getQuarantineOrTrash() = 0;
-  // Returns "--move=" and the quarantine folder, or "".
-  virtual std::string getQuarantineLocation() = 0;
-  // Return a regular expression, or "".
-  virtual std::string getIncludePattern() = 0;
-  virtual std::string getExcludePattern() = 0;
+  // Returns what was read at the last start of watching.
+  virtual std::shared_ptr<const WatchSettings> settings() = 0;
   virtual void modifyScannerCountBy(std::int32_t delta) = 0;
   // Returns whether the daemon takes a command, or is at work.
   virtual bool clamdStillAlive() = 0;

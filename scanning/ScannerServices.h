@@ -12,11 +12,11 @@ class LocalizedStrings;
 class ModifierKeys;
 class Notifier;
 class PipelineObserver;
-class PreferenceStore;
 class PutBackFiles;
 class ReportedFiles;
 class RunningScanners;
 class ScanObserver;
+class TypedPreferences;
 class SystemLog;
 class Workspace;
 
@@ -29,7 +29,7 @@ struct ScannerServices {
   LocalizedStrings& localizedStrings;
   ModifierKeys& modifierKeys;
   Notifier& notifier;
-  PreferenceStore& preferenceStore;
+  const TypedPreferences& preferences;
   SystemLog& systemLog;
   Workspace& workspace;
   // Null where found files are not followed up.

@@ -12,6 +12,7 @@
 #include "posix/EscapedPath.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 namespace {
@@ -80,7 +81,7 @@ void FSEventWatcher::mainLoop() {
 
 void FSEventWatcher::watch() {
   do {
-    filter_.setQuarantineFolder(preferredQuarantineFolder(services_));
+    filter_.setQuarantineFolder(services_.preferences.value(key::quarantineFolder).value_or(""));
     if (beginWatching()) {
       runUntilStopped();
     }

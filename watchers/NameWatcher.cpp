@@ -7,6 +7,7 @@
 #include "platform/SystemLog.h"
 #include "posix/Accounts.h"
 #include "posix/Text.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 namespace {
@@ -48,7 +49,7 @@ NameWatcher::NameWatcher(WatcherOwner& owner, const WatcherServices& services)
     : owner_(owner), services_(services), filter_(owner, services.trashFolders) {}
 
 void NameWatcher::start() {
-  quarantineFolder_.store(preferredQuarantineFolder(services_));
+  quarantineFolder_.store(services_.preferences.value(key::quarantineFolder).value_or(""));
   {
     MutexLock hold(mutex_);
     placesWithGaps_.clear();

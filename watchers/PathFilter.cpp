@@ -3,19 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/Folders.h"
 #include "platform/TrashFolders.h"
-#include "platform/TypedPreferences.h"
-#include "posix/Accounts.h"
 #include "posix/Text.h"
 
 namespace quillo {
-
-std::string preferredQuarantineFolder(const WatcherServices& services) {
-  const TypedPreferences preferences(services.preferenceStore, services.systemLog);
-  const auto folder = preferences.folder("QuarantineFolder");
-  return folder ? expandingTilde(*folder, services.folders.homeFolder()) : "";
-}
 
 PathFilter::Place::Place(const std::string& configured, bool subfolders)
     : name(configured), withSubfolders(subfolders) {

@@ -9,9 +9,6 @@
 
 namespace quillo {
 
-// Returns the quarantine folder that the preferences name, "" when they name none. Any thread.
-std::string preferredQuarantineFolder(const WatcherServices& services);
-
 // Decides which changed paths go on to the dispatcher: those that lie in a watched folder and
 // neither in the quarantine folder nor in the trash. Changes are reported under real paths, so a
 // folder that is reached through a symbolic link is known by both its names. Each thread that hands

@@ -18,9 +18,9 @@ class Clock;
 class Folders;
 class LocalizedStrings;
 class NameWatch;
-class PreferenceStore;
 class SystemLog;
 class TrashFolders;
+class TypedPreferences;
 
 using WatchedFolderList = std::vector<std::string>;
 using SubdirectoryFlags = std::map<std::string, bool>;
@@ -74,7 +74,7 @@ struct WatcherServices {
   Folders& folders;
   LocalizedStrings& localizedStrings;
   NameWatch& nameWatch;
-  PreferenceStore& preferenceStore;
+  const TypedPreferences& preferences;
   SystemLog& systemLog;
   TrashFolders& trashFolders;
   PathIntake& theDispatcher;

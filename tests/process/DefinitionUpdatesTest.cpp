@@ -30,7 +30,7 @@ class Updates : public testing::Test, protected AgentUnderTest {
     if (notify) {
       agent().updateVirusDefs();
     } else {
-      agent().parts().preferences.updateDefsAtLaunch = true;
+      desktop.preferenceStore.set("UpdateDefsOnLaunch", true);
       agent().startWatcherAndUpdate(true);
     }
     EXPECT_EQ(agent().scannerCount(), 1);

@@ -71,7 +71,7 @@ TEST_F(PatientScannerFailure, ErrorsWithALivingDaemonNeedNoAction) {
 
 TEST_F(PatientScannerFailure, TheDaemonIsNotAskedForUnlessTheEngineFailed) {
   bench.owner.alive = false;
-  bench.owner.quarantineOrTrash = "T";
+  bench.owner.chosen.quarantineOrTrash = InfectedFileAction::moveToTrash;
   useEngine(QUILLO_FAKE_ENGINE);
   scan({"a"});
   scan({"infected-a"});

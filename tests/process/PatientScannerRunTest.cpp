@@ -74,8 +74,8 @@ TEST_F(PatientScannerRun, TakesTheNextBatchWithoutASignal) {
 }
 
 TEST_F(PatientScannerRun, QuarantinedFilesAreToldWithTheFolderOfTheMoveOption) {
-  bench.owner.quarantineOrTrash = "Q";
-  bench.owner.quarantineLocation = "--move=/home/anna/Quarantine";
+  bench.owner.chosen.quarantineOrTrash = InfectedFileAction::quarantine;
+  bench.owner.chosen.quarantineFolder = "/home/anna/Quarantine";
   useEngine(QUILLO_FAKE_ENGINE);
   const std::string line = path("infected-a") + ": Eicar-Test-Signature FOUND";
   EXPECT_EQ(scan({"infected-a"}), Lines{line});
@@ -88,7 +88,7 @@ TEST_F(PatientScannerRun, QuarantinedFilesAreToldWithTheFolderOfTheMoveOption) {
 }
 
 TEST_F(PatientScannerRun, InformationIsSuppressedOnlyByAPreferenceThatIsTrue) {
-  bench.owner.quarantineOrTrash = "Q";
+  bench.owner.chosen.quarantineOrTrash = InfectedFileAction::quarantine;
   const auto dialogsOfOneRun = [this] {
     useEngine(QUILLO_FAKE_ENGINE);
     const std::size_t before = bench.desktop.interfaceLoader.loaded("QuarantinedDialog").size();
@@ -105,7 +105,7 @@ TEST_F(PatientScannerRun, InformationIsSuppressedOnlyByAPreferenceThatIsTrue) {
 }
 
 TEST_F(PatientScannerRun, FilesInTheTrashAreToldByPath) {
-  bench.owner.quarantineOrTrash = "T";
+  bench.owner.chosen.quarantineOrTrash = InfectedFileAction::moveToTrash;
   useEngine(QUILLO_FAKE_ENGINE);
   scan({"infected-x:y.zip"});
   EXPECT_TRUE(bench.owner.wasTold("notify 3 " + path("infected-x:y.zip")));

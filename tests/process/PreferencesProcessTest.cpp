@@ -26,8 +26,8 @@ class DaemonAtReading : public testing::Test, protected PreferencesUnderTest {
 TEST_F(DaemonAtReading, IsLaunchedWithTheInstallationsConfiguration) {
   installDaemon("echo \"$@\" > '" + folder.path() + "/arguments'; exit 0");
   EXPECT_TRUE(preferences.readPrefs());
-  EXPECT_TRUE(preferences.weLaunchedClamd);
-  EXPECT_FALSE(preferences.launchingClamd);
+  EXPECT_TRUE(daemonStart.weLaunchedClamd);
+  EXPECT_FALSE(daemonStart.launchingClamd);
   EXPECT_EQ(link.clamdPATH(), Path(engine() + "/sbin/clamd"));
   EXPECT_EQ(link.clamdConfPATH(), Path(engine() + "/etc/clamd.conf"));
   EXPECT_EQ(link.clamdSocket(), Path("/of/installation"));
@@ -44,7 +44,7 @@ TEST_F(DaemonAtReading, IsNotOursWhenItWasThereBeforeALaunchThatSucceeded) {
   FakeClamd machines(folder.path() + "/clamd.ctl");
   folder.write("engine/etc/clamd.conf", "LocalSocket " + folder.path() + "/clamd.ctl\n");
   EXPECT_TRUE(preferences.readPrefs());
-  EXPECT_FALSE(preferences.weLaunchedClamd);
+  EXPECT_FALSE(daemonStart.weLaunchedClamd);
   EXPECT_TRUE(log().has("clamd launched successfully.  Continuing..."));
 }
 
@@ -53,14 +53,14 @@ TEST_F(DaemonAtReading, IsNotOursAnyMoreAtTheNextReading) {
   ASSERT_TRUE(preferences.readPrefs());
   daemon = RunningDaemon{"/running/clamd", std::nullopt};
   ASSERT_TRUE(preferences.readPrefs());
-  EXPECT_FALSE(preferences.weLaunchedClamd);
+  EXPECT_FALSE(daemonStart.weLaunchedClamd);
 }
 
 TEST_F(DaemonAtReading, FailsWithStatusOne) {
   installDaemon("exit 1");
-  preferences.weLaunchedClamd = true;
+  daemonStart.weLaunchedClamd = true;
   EXPECT_FALSE(preferences.readPrefs());
-  EXPECT_FALSE(preferences.weLaunchedClamd);
+  EXPECT_FALSE(daemonStart.weLaunchedClamd);
   EXPECT_EQ(log().lines(), (Lines{"clamd not running. Now trying to launch it...",
                                   "clamd couldn't be launched.  Quitting now."}));
   EXPECT_EQ(link.clamdSocket(), std::nullopt);
@@ -70,7 +70,7 @@ TEST_F(DaemonAtReading, FailsWithStatusOne) {
 TEST_F(DaemonAtReading, IsLaunchedWhateverOtherStatusItGives) {
   installDaemon("exit 2");
   EXPECT_TRUE(preferences.readPrefs());
-  EXPECT_TRUE(preferences.weLaunchedClamd);
+  EXPECT_TRUE(daemonStart.weLaunchedClamd);
 }
 
 TEST_F(DaemonAtReading, FailsWhenItCannotBeRun) {
@@ -80,13 +80,13 @@ TEST_F(DaemonAtReading, FailsWhenItCannotBeRun) {
             (Lines{"clamd not running. Now trying to launch it...",
                    "Cannot launch " + engine() + "/sbin/clamd: launch path not accessible",
                    "clamd couldn't be launched.  Quitting now."}));
-  EXPECT_FALSE(preferences.launchingClamd);
+  EXPECT_FALSE(daemonStart.launchingClamd);
 }
 
 TEST_F(DaemonAtReading, IsKnownToBeOnItsWayWhileItIsLaunched) {
   installDaemon("exit 0");
   bool launching = false;
-  desktop.application.duringWait = [&] { launching = preferences.launchingClamd; };
+  desktop.application.duringWait = [&] { launching = daemonStart.launchingClamd; };
   EXPECT_TRUE(preferences.readPrefs());
   EXPECT_TRUE(launching);
 }
@@ -103,17 +103,17 @@ TEST_F(PlacesOfTheSystem, TheStandardInstallationsWrapperIsTheUpdater) {
   ASSERT_TRUE(mountEmptyFolder("/usr/local"));
   store().set("PathToClamav", "/usr/local/vantrel");
   ASSERT_TRUE(preferences.readPrefs());
-  EXPECT_EQ(preferences.freshclamPATH(), Path("/usr/local/vantrel/bin/freshclam"));
+  EXPECT_EQ(settings()->freshclamPATH, Path("/usr/local/vantrel/bin/freshclam"));
 
   std::filesystem::create_directories("/usr/local/vantrel/bin/RunFreshclam");
   ASSERT_TRUE(preferences.readPrefs());
-  EXPECT_EQ(preferences.freshclamPATH(), Path("/usr/local/vantrel/bin/RunFreshclam"));
+  EXPECT_EQ(settings()->freshclamPATH, Path("/usr/local/vantrel/bin/RunFreshclam"));
   store().set("PathToClamav", "/usr/local/vantrel2");
   ASSERT_TRUE(preferences.readPrefs());
-  EXPECT_EQ(preferences.freshclamPATH(), Path("/usr/local/vantrel/bin/RunFreshclam"));
+  EXPECT_EQ(settings()->freshclamPATH, Path("/usr/local/vantrel/bin/RunFreshclam"));
   store().set("PathToClamav", "/opt/usr/local/vantrel");
   ASSERT_TRUE(preferences.readPrefs());
-  EXPECT_EQ(preferences.freshclamPATH(), Path("/opt/usr/local/vantrel/bin/freshclam"));
+  EXPECT_EQ(settings()->freshclamPATH, Path("/opt/usr/local/vantrel/bin/freshclam"));
   EXPECT_EQ(umount("/usr/local"), 0);
 }
 
@@ -124,7 +124,7 @@ TEST_F(PlacesOfTheSystem, WithoutATemporaryFolderTheTemporaryFoldersLieInTmp) {
   const bool made = fileExists("/tmp/VantrelQuilloII/Throbber");
   EXPECT_EQ(umount("/tmp"), 0);
   EXPECT_TRUE(usable && made);
-  EXPECT_EQ(preferences.theTempDirToWatch, Path("/tmp/VantrelQuilloII"));
+  EXPECT_EQ(scratchFolders.theTempDirToWatch, Path("/tmp/VantrelQuilloII"));
 }
 
 }  // namespace

@@ -235,7 +235,7 @@ TEST_F(ScannerFolders, ThatCannotBeMeasuredAreScannedAllTheSame) {
 }
 
 TEST_F(ScannerFolders, AreScannedFileByFileWithAPattern) {
-  owner.excludePattern = "skip";
+  owner.chosen.excludePattern = "skip";
   grow("infected-a");
   grow("skip-b");
   EXPECT_EQ(world.scan({folder}), Lines{folder + "/infected-a"});

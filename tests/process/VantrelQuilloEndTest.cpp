@@ -69,7 +69,7 @@ TEST_F(WatchingAgent, QuitsADaemonThatIsOnlyBeingLaunchedOnceItCanBeTold) {
 TEST_F(WatchingAgent, StopsBeforeItQuits) {
   watch();
   FakeClamd clamd(socketPath());
-  agent().parts().preferences.weLaunchedClamd = true;
+  agent().parts().daemonStart.weLaunchedClamd = true;
   agent().quit();
   EXPECT_FALSE(agent().isWatching());
   EXPECT_EQ(linesOf({ended, "trying to quit clamd"}), (Lines{ended, "trying to quit clamd"}));
@@ -192,7 +192,7 @@ TEST_F(RecoveringAgent, GivesUpADaemonThatNeverStartsWhenItIsToQuit) {
 
 TEST_F(RecoveringAgent, LeavesADaemonThatWasThereBeforeToItself) {
   crash();
-  agent().parts().preferences.weLaunchedClamd = false;
+  agent().parts().daemonStart.weLaunchedClamd = false;
   agent().quit();
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
   EXPECT_FALSE(log().has("trying to quit clamd"));

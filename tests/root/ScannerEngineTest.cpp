@@ -50,8 +50,8 @@ TEST_F(ScannerWithEngine, FindsWhatIsInAFolderAndInAFile) {
 }
 
 TEST_F(ScannerWithEngine, ScansOnlyTheFilesThatThePatternsLeave) {
-  owner.includePattern = "zip$|txt$";
-  owner.excludePattern = "/bad[.]txt$";
+  owner.chosen.includePattern = "zip$|txt$";
+  owner.chosen.excludePattern = "/bad[.]txt$";
   world.scan({world.path("in"), world.path("alone.com")});
   EXPECT_TRUE(isLogged(found("in/deep/bad.zip"))) << world.output;
   EXPECT_TRUE(isLogged(world.path("in/good.txt") + ": OK"));
@@ -62,9 +62,9 @@ TEST_F(ScannerWithEngine, ScansOnlyTheFilesThatThePatternsLeave) {
 
 TEST_F(ScannerWithEngine, MovesWhatItFindsToTheQuarantine) {
   const std::string quarantine = world.bench.folder.makeFolder("quarantine");
-  owner.quarantineOrTrash = "Q";
-  owner.quarantineLocation = "--move=" + quarantine;
-  world.params.push_back(owner.quarantineLocation);
+  owner.chosen.quarantineOrTrash = InfectedFileAction::quarantine;
+  owner.chosen.quarantineFolder = quarantine;
+  world.params.push_back("--move=" + quarantine);
   world.scan({world.path("in")});
   EXPECT_TRUE(owner.wasTold("notify 2 " + found("in/bad.txt"))) << world.output;
   EXPECT_TRUE(std::filesystem::exists(quarantine + "/bad.txt"));

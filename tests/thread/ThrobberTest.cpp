@@ -27,7 +27,7 @@ class CountingOwner final : public ThrobberOwner {
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override {}
   void updateEnded() override {}
-  std::optional<std::string> freshclamLogLocation() override { return std::nullopt; }
+  std::optional<std::string> updateLog() override { return std::nullopt; }
 
   std::atomic<std::int32_t> count{0};
 
@@ -66,7 +66,7 @@ class ThrobberThread : public testing::Test {
   CountingOwner owner{clock};
   Throbber throbber{{desktop.application, clock, desktop.dockTile, desktop.folders,
                      desktop.imageLoader, desktop.localizedStrings, desktop.mainInterface.outlets,
-                     desktop.modifierKeys, desktop.preferenceStore, desktop.statusBar,
+                     desktop.modifierKeys, desktop.preferences, desktop.statusBar,
                      desktop.systemLog, desktop.workspace}};
 };
 

@@ -25,12 +25,13 @@ class FindNotification : public ReportFixture {
     desktop.localizedStrings.texts["FIND_PLACE_REASON"] = "%@\nThreat: %@\nStill there: %@";
   }
 
-  NotificationDetails found(const std::string& line, const std::string& setting = "") {
+  NotificationDetails found(const std::string& line, Action setting = Action::leaveInPlace) {
     startRun(setting);
     loggedFor(line + "\n");
     return owner.details().back();
   }
-  NotificationDetails foundOnChannel(const Verdict& verdict, const std::string& setting = "") {
+  NotificationDetails foundOnChannel(const Verdict& verdict,
+                                     Action setting = Action::leaveInPlace) {
     startRun(setting);
     VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
     report.verdicts()->letGo();
@@ -65,12 +66,12 @@ TEST_F(FindNotification, CallsALikenessSuspicious) {
 }
 
 TEST_F(FindNotification, SaysWhatBecameOfAFileThatTheEngineMoves) {
-  EXPECT_EQ(found(infection, "Q").summary, "FIND_QUARANTINED b.zip");
-  EXPECT_EQ(found(infection, "T").summary, "FIND_TRASHED b.zip");
+  EXPECT_EQ(found(infection, Action::quarantine).summary, "FIND_QUARANTINED b.zip");
+  EXPECT_EQ(found(infection, Action::moveToTrash).summary, "FIND_TRASHED b.zip");
   Verdict stayed = Verdict::parse(infection);
   stayed.whereabouts = Verdict::Whereabouts::notMoved;
   stayed.reason = "disk full";
-  const NotificationDetails details = foundOnChannel(stayed, "Q");
+  const NotificationDetails details = foundOnChannel(stayed, Action::quarantine);
   EXPECT_TRUE(details.isFind);
   EXPECT_EQ(details.summary, "FIND_NOT_MOVED b.zip");
   EXPECT_EQ(details.body, "/Users/a/b.zip\nThreat: Eicar-Test-Signature\nStill there: disk full");
@@ -113,11 +114,11 @@ TEST_F(FindNotification, OffersForAQuarantinedFileToShowItWhereItIsNow) {
   Verdict moved = Verdict::parse(infection);
   moved.whereabouts = Verdict::Whereabouts::moved;
   moved.destination = "/home/anna/Quarantine/b.zip";
-  const NotificationDetails details = foundOnChannel(moved, "Q");
+  const NotificationDetails details = foundOnChannel(moved, Action::quarantine);
   EXPECT_EQ(titles(details), (Titles{"<NOTIFICATION_SHOW>", "<NOTIFICATION_LOG>"}));
   details.buttons[0].press();
   EXPECT_EQ(desktop.workspace.selected, Titles{"/home/anna/Quarantine/b.zip"});
-  EXPECT_EQ(titles(foundOnChannel(moved, "T")), Titles{"<NOTIFICATION_LOG>"});
+  EXPECT_EQ(titles(foundOnChannel(moved, Action::moveToTrash)), Titles{"<NOTIFICATION_LOG>"});
 }
 
 TEST_F(FindNotification, MovesTheFileToTheTrashClosesItsWarningAndIsWithdrawn) {
@@ -209,7 +210,7 @@ TEST_F(FindNotification, OfAnEngineThatCannotBeReachedIsOverWhenItJudgesAgain) {
   const NotificationDetails details = owner.details().back();
   EXPECT_FALSE(details.isFind);
   EXPECT_EQ(titles(details), Titles{"<NOTIFICATION_LOG>"});
-  startRun("");
+  startRun(Action::leaveInPlace);
   loggedFor("ERROR: something\n");
   EXPECT_FALSE(owner.hasWithdrawn(details.topic));
   loggedFor("/a: OK\n");

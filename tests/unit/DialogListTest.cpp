@@ -37,7 +37,7 @@ class DialogListTest : public testing::Test {
                                  desktop.localizedStrings,
                                  desktop.modifierKeys,
                                  notifications,
-                                 desktop.preferenceStore,
+                                 desktop.preferences,
                                  desktop.systemLog,
                                  desktop.workspace,
                                  nullptr};

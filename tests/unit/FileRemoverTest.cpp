@@ -6,7 +6,7 @@ namespace {
 
 class FileRemoverDialog : public ReportFixture {
  protected:
-  FileRemoverDialog() { startRun(""); }
+  FileRemoverDialog() { startRun(Action::leaveInPlace); }
 
   std::shared_ptr<FakeDialog> warn(const std::string& line) {
     loggedFor(line + "\n");

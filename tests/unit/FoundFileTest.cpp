@@ -24,7 +24,7 @@ class FoundFileTest : public ReportFixture {
  protected:
   FoundFileTest() { services.putBackFiles = &putBack; }
 
-  std::string found(const std::string& setting = "") {
+  std::string found(Action setting = Action::leaveInPlace) {
     startRun(setting);
     return loggedFor(line() + "\n");
   }
@@ -38,7 +38,7 @@ class FoundFileTest : public ReportFixture {
   void trash() const { fs::rename(path, trashed); }
   void restore() const { fs::rename(trashed, path); }
 
-  void foundOnChannel(const Verdict& verdict, const std::string& setting) {
+  void foundOnChannel(const Verdict& verdict, Action setting) {
     startRun(setting);
     VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
     report.verdicts()->letGo();
@@ -47,7 +47,7 @@ class FoundFileTest : public ReportFixture {
   }
 
   // The report of a scanner that would move the file, and does so if it may.
-  std::string foundByAMover(const std::string& setting) {
+  std::string foundByAMover(Action setting) {
     startRun(setting);
     VerdictSender scanner{UniqueFd(dup(report.verdicts()->scannersEnd()))};
     report.verdicts()->letGo();
@@ -114,7 +114,7 @@ TEST_F(FoundFileTest, HasLeftWhenAFolderTookItsPlace) {
 
 // Asked for too early the notification would come after its withdrawal, and stay.
 TEST_F(FoundFileTest, IsAskedForOnlyOnceItsNotificationIsThere) {
-  for (const char* setting : {"", "Q"}) {
+  for (const Action setting : {Action::leaveInPlace, Action::quarantine}) {
     Calls watchedBefore = {"not asked"};
     owner.duringNotification = [&] { watchedBefore = desktop.fileDepartures.watched(); };
     Verdict stayed = Verdict::parse(line());
@@ -126,7 +126,7 @@ TEST_F(FoundFileTest, IsAskedForOnlyOnceItsNotificationIsThere) {
     desktop.fileDepartures.ask();
     EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
     // Anew for the other setting.
-    fs::rename(folder.write("another", setting), path);
+    fs::rename(folder.write("another", letterOf(setting)), path);
   }
 }
 
@@ -178,7 +178,7 @@ TEST_F(FoundFileTest, ThatCannotBeLookedAtKeepsItsNotification) {
 }
 
 TEST_F(FoundFileTest, WithoutAPlaceThatIsKnownKeepsItsNotification) {
-  startRun("");
+  startRun(Action::leaveInPlace);
   loggedFor("bad.com: Eicar FOUND\n");
   EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
 }
@@ -218,7 +218,7 @@ TEST_F(FoundFileTest, ThatNeverLeftIsWarnedOfEveryTime) {
 }
 
 TEST_F(FoundFileTest, ThatIsPutBackStaysWhereInfectedFilesAreMoved) {
-  for (const char* setting : {"Q", "T"}) {
+  for (const Action setting : {Action::quarantine, Action::moveToTrash}) {
     EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n");
     EXPECT_TRUE(mayMove);
     const std::size_t told = owner.details().size();
@@ -230,13 +230,13 @@ TEST_F(FoundFileTest, ThatIsPutBackStaysWhereInfectedFilesAreMoved) {
     EXPECT_EQ(quarantinedDialogs().size(), windows);
     EXPECT_TRUE(warningDialogs().empty());
     // Anew for the other setting.
-    fs::rename(folder.write("another", setting), path);
+    fs::rename(folder.write("another", letterOf(setting)), path);
   }
 }
 
 // What the scanner was answered is what counts, also when the file changes meanwhile.
 TEST_F(FoundFileTest, ThatWasLeftForHavingBeenPutBackIsNeverSaidToBeMoved) {
-  for (const char* setting : {"Q", "T"}) {
+  for (const Action setting : {Action::quarantine, Action::moveToTrash}) {
     foundByAMover(setting);
     restore();
     const std::size_t told = owner.details().size();
@@ -251,22 +251,22 @@ TEST_F(FoundFileTest, ThatWasLeftForHavingBeenPutBackIsNeverSaidToBeMoved) {
 }
 
 TEST_F(FoundFileTest, ThatWasLeftInItsPlaceIsSaidToBeThereWhereItWasToBeMoved) {
-  for (const char* setting : {"Q", "T"}) {
+  for (const Action setting : {Action::quarantine, Action::moveToTrash}) {
     Verdict left = Verdict::parse(line());
     left.whereabouts = Verdict::Whereabouts::inPlace;
     foundOnChannel(left, setting);
     EXPECT_TRUE(quarantinedDialogs().empty());
-    EXPECT_EQ(warningDialogs().size(), setting == std::string("Q") ? 1U : 2U);
+    EXPECT_EQ(warningDialogs().size(), setting == Action::quarantine ? 1U : 2U);
     EXPECT_EQ(owner.details().back().summary, "<FIND_IN_PLACE>");
   }
   EXPECT_EQ(owner.timesTold("notify 1 " + line()), 2);
 }
 
 TEST_F(FoundFileTest, ThatChangedIsMovedAgain) {
-  foundByAMover("Q");
+  foundByAMover(Action::quarantine);
   restore();
   std::ofstream(path, std::ios::app) << "more";
-  foundByAMover("Q");
+  foundByAMover(Action::quarantine);
   EXPECT_TRUE(mayMove);
 }
 

@@ -151,18 +151,19 @@ TEST_F(PatientScannerBatch, AnEmptyChunkEndsTheReading) {
 }
 
 TEST_F(PatientScannerBatch, KeepsItsQuarantineFolderUntilItIsToldAnother) {
-  const auto take = [this](const std::string& action, const std::string& location) {
-    bench.owner.quarantineOrTrash = action;
-    bench.owner.quarantineLocation = location;
+  using Action = InfectedFileAction;
+  const auto take = [this](Action action, const std::optional<std::string>& folder) {
+    bench.owner.chosen.quarantineOrTrash = action;
+    bench.owner.chosen.quarantineFolder = folder;
     scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"));
     return scanner.quarantineLocation();
   };
-  EXPECT_EQ(take("", ""), "");
-  EXPECT_EQ(take("Q", "--move=/quarantine"), "/quarantine");
-  EXPECT_EQ(take("", ""), "/quarantine");
-  EXPECT_EQ(take("T", ""), "/quarantine");
-  EXPECT_EQ(take("Q", "--move=/other"), "/other");
-  EXPECT_EQ(take("Q", ""), "");
+  EXPECT_EQ(take(Action::leaveInPlace, std::nullopt), "");
+  EXPECT_EQ(take(Action::quarantine, "/quarantine"), "/quarantine");
+  EXPECT_EQ(take(Action::leaveInPlace, std::nullopt), "/quarantine");
+  EXPECT_EQ(take(Action::moveToTrash, std::nullopt), "/quarantine");
+  EXPECT_EQ(take(Action::quarantine, "/other"), "/other");
+  EXPECT_EQ(take(Action::quarantine, ""), "");
 }
 
 }  // namespace

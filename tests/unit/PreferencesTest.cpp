@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "agent/PreferenceKeys.h"
 #include "agent/Preferences.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
@@ -26,29 +25,29 @@ TEST_F(PreferencesTest, AreReadFromTheMainApplicationsDomainAsWell) {
   read();
   EXPECT_EQ(store().suites(), Lines{mainApplicationIdentifier});
   EXPECT_EQ(store().synchronizations(), 1);
-  EXPECT_EQ(preferences.clamPATH(), Path("/of/main"));
-  EXPECT_EQ(preferences.freshclamLogLocation(), Path("--log=/var/log/update.log"));
+  EXPECT_EQ(settings()->clamPATH, Path("/of/main"));
+  EXPECT_EQ(settings()->updateLog, Path("/var/log/update.log"));
 }
 
 TEST_F(PreferencesTest, AreReadAnewEveryTime) {
   read();
   store().set("PathToClamav", "/other");
   read();
-  EXPECT_EQ(preferences.clamPATH(), Path("/other"));
+  EXPECT_EQ(settings()->clamPATH, Path("/other"));
   EXPECT_EQ(store().synchronizations(), 2);
   EXPECT_EQ(store().suites().size(), 1U);
 }
 
 TEST_F(PreferencesTest, DeriveThePathsByPlainJoins) {
   read();
-  EXPECT_EQ(preferences.clamPATH(), Path(engine()));
-  EXPECT_EQ(preferences.clamScanPATH, Path(engine() + "/bin/clamdscan"));
-  EXPECT_EQ(preferences.freshclamPATH(), Path(engine() + "/bin/freshclam"));
-  EXPECT_EQ(preferences.freshclamLogLocation(), Path("--log=/var/log/update.log"));
+  EXPECT_EQ(settings()->clamPATH, Path(engine()));
+  EXPECT_EQ(settings()->clamScanPATH, Path(engine() + "/bin/clamdscan"));
+  EXPECT_EQ(settings()->freshclamPATH, Path(engine() + "/bin/freshclam"));
+  EXPECT_EQ(settings()->updateLog, Path("/var/log/update.log"));
   store().set("PathToClamav", "/opt/engine/");
   read();
-  EXPECT_EQ(preferences.clamScanPATH, Path("/opt/engine//bin/clamdscan"));
-  EXPECT_TRUE(preferences.usingClamDemon);
+  EXPECT_EQ(settings()->clamScanPATH, Path("/opt/engine//bin/clamdscan"));
+  EXPECT_TRUE(settings()->usingClamDemon);
 }
 
 TEST_F(PreferencesTest, PanicWithoutAnEngineAndGoOn) {
@@ -56,10 +55,10 @@ TEST_F(PreferencesTest, PanicWithoutAnEngineAndGoOn) {
   read();
   EXPECT_EQ(owner.calls(), (Lines{"error: <CLAMDSCAN_ERROR>", "noEngineWindow"}));
   EXPECT_EQ(owner.problems, std::vector{EngineProblem::Kind::notChosen});
-  EXPECT_EQ(preferences.clamPATH(), std::nullopt);
-  EXPECT_EQ(preferences.clamScanPATH, std::nullopt);
-  EXPECT_EQ(preferences.freshclamPATH(), std::nullopt);
-  EXPECT_EQ(preferences.freshclamLogLocation(), Path("--log=/var/log/update.log"));
+  EXPECT_EQ(settings()->clamPATH, std::nullopt);
+  EXPECT_EQ(settings()->clamScanPATH, std::nullopt);
+  EXPECT_EQ(settings()->freshclamPATH, std::nullopt);
+  EXPECT_EQ(settings()->updateLog, Path("/var/log/update.log"));
 }
 
 TEST_F(PreferencesTest, PanicWithoutAnUpdateLogAndGoOn) {
@@ -67,8 +66,8 @@ TEST_F(PreferencesTest, PanicWithoutAnUpdateLogAndGoOn) {
   read();
   EXPECT_EQ(owner.calls(), (Lines{"error: <CLAMDSCAN_ERROR>", "noEngineWindow"}));
   EXPECT_EQ(owner.problems, std::vector{EngineProblem::Kind::noUpdateLog});
-  EXPECT_EQ(preferences.freshclamLogLocation(), std::nullopt);
-  EXPECT_EQ(preferences.freshclamPATH(), Path(engine() + "/bin/freshclam"));
+  EXPECT_EQ(settings()->updateLog, std::nullopt);
+  EXPECT_EQ(settings()->freshclamPATH, Path(engine() + "/bin/freshclam"));
 }
 
 TEST_F(PreferencesTest, PanicOnceWhenBothAreMissing) {
@@ -88,11 +87,11 @@ TEST_F(PreferencesTest, FindNoDaemonProgramWithoutAnEngine) {
 }
 
 TEST_F(PreferencesTest, KeepThePathsOfADaemonThatRuns) {
-  preferences.weLaunchedClamd = true;
+  daemonStart.weLaunchedClamd = true;
   read();
   EXPECT_EQ(link.clamdPATH(), Path("/running/clamd"));
   EXPECT_EQ(link.clamdConfPATH(), Path("/running/clamd.conf"));
-  EXPECT_FALSE(preferences.weLaunchedClamd);
+  EXPECT_FALSE(daemonStart.weLaunchedClamd);
 }
 
 TEST_F(PreferencesTest, TellOfADaemonProgramThatIsNotThere) {
@@ -125,8 +124,8 @@ TEST_F(PreferencesTest, LookForTheSocketLast) {
 
 TEST_F(PreferencesTest, MakeTheTemporaryFolders) {
   read();
-  EXPECT_EQ(preferences.theTempDirToWatch, Path(scratch()));
-  EXPECT_EQ(preferences.theThrobberTempDir, Path(scratch() + "/Throbber"));
+  EXPECT_EQ(scratchFolders.theTempDirToWatch, Path(scratch()));
+  EXPECT_EQ(scratchFolders.theThrobberTempDir, Path(scratch() + "/Throbber"));
   EXPECT_TRUE(fileFacts(scratch() + "/Throbber")->isDirectory);
 }
 
@@ -153,15 +152,15 @@ TEST_F(PreferencesTest, DoNotEmptyAFolderBehindALink) {
 
 TEST_F(PreferencesTest, ScanEmailUnlessToldNotTo) {
   read();
-  EXPECT_EQ(preferences.scanMboxOrNot, "--mbox");
+  EXPECT_TRUE(settings()->scanEmail);
   EXPECT_TRUE(log().has("scan email files"));
   store().set("ScanEmail", true);
   read();
-  EXPECT_EQ(preferences.scanMboxOrNot, "--mbox");
+  EXPECT_TRUE(settings()->scanEmail);
   store().set("ScanEmail", false);
   log().clear();
   read();
-  EXPECT_EQ(preferences.scanMboxOrNot, "--no-mail");
+  EXPECT_FALSE(settings()->scanEmail);
   EXPECT_EQ(log().lines()[0], "do NOT scan email files");
 }
 
@@ -170,33 +169,33 @@ TEST_F(PreferencesTest, UseSeveralCoresOnlyForExactlyYes) {
   for (const char* other : {"Yes", "YES", "yes ", "true", ""}) {
     store().set("multiscan", other);
     read();
-    EXPECT_FALSE(preferences.useMultiscan) << other;
+    EXPECT_FALSE(settings()->useMultiscan) << other;
   }
   EXPECT_FALSE(log().has(told));
   store().set("multiscan", "yes");
   read();
-  EXPECT_TRUE(preferences.useMultiscan);
+  EXPECT_TRUE(settings()->useMultiscan);
   EXPECT_EQ(log().count(told), 1);
   store().remove("multiscan");
   read();
-  EXPECT_FALSE(preferences.useMultiscan);
+  EXPECT_FALSE(settings()->useMultiscan);
 }
 
 TEST_F(PreferencesTest, LeaveInfectedFilesInPlaceByDefault) {
   read();
-  EXPECT_FALSE(preferences.deleteInfected);
-  EXPECT_FALSE(preferences.quarantineInfected);
-  EXPECT_EQ(preferences.quarantineOrTrash, "");
-  EXPECT_EQ(preferences.quarantineLocation, "");
+  EXPECT_FALSE(settings()->deleteInfected);
+  EXPECT_FALSE(settings()->quarantineInfected);
+  EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::leaveInPlace);
+  EXPECT_EQ(settings()->quarantineFolder, std::nullopt);
 }
 
 TEST_F(PreferencesTest, MoveInfectedFilesToTheTrash) {
   store().set("QuilloTrashFiles", true);
   read();
-  EXPECT_TRUE(preferences.deleteInfected);
-  EXPECT_FALSE(preferences.quarantineInfected);
-  EXPECT_EQ(preferences.quarantineOrTrash, "T");
-  EXPECT_EQ(preferences.quarantineLocation, "");
+  EXPECT_TRUE(settings()->deleteInfected);
+  EXPECT_FALSE(settings()->quarantineInfected);
+  EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::moveToTrash);
+  EXPECT_EQ(settings()->quarantineFolder, std::nullopt);
   EXPECT_TRUE(log().has("I will delete infected files"));
 }
 
@@ -204,10 +203,10 @@ TEST_F(PreferencesTest, MoveInfectedFilesToTheQuarantineFolder) {
   store().set("QuilloQuarantineFiles", true);
   store().set("QuarantineFolder", "/q/folder");
   read();
-  EXPECT_TRUE(preferences.quarantineInfected);
-  EXPECT_FALSE(preferences.deleteInfected);
-  EXPECT_EQ(preferences.quarantineOrTrash, "Q");
-  EXPECT_EQ(preferences.quarantineLocation, "--move=/q/folder");
+  EXPECT_TRUE(settings()->quarantineInfected);
+  EXPECT_FALSE(settings()->deleteInfected);
+  EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::quarantine);
+  EXPECT_EQ(settings()->quarantineFolder, Path("/q/folder"));
   EXPECT_TRUE(log().has("I will quarantine infected files"));
 }
 
@@ -216,9 +215,9 @@ TEST_F(PreferencesTest, PreferTheQuarantineToTheTrash) {
   store().set("QuilloQuarantineFiles", true);
   store().set("QuarantineFolder", "/q");
   read();
-  EXPECT_TRUE(preferences.quarantineInfected);
-  EXPECT_FALSE(preferences.deleteInfected);
-  EXPECT_EQ(preferences.quarantineOrTrash, "Q");
+  EXPECT_TRUE(settings()->quarantineInfected);
+  EXPECT_FALSE(settings()->deleteInfected);
+  EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::quarantine);
   const Lines lines = log().lines();
   EXPECT_EQ(lines[1], "I will delete infected files");
   EXPECT_EQ(lines[2], "I will quarantine infected files");
@@ -227,10 +226,10 @@ TEST_F(PreferencesTest, PreferTheQuarantineToTheTrash) {
 TEST_F(PreferencesTest, QuarantineWithoutAFolderIsABareMoveArgument) {
   store().set("QuilloQuarantineFiles", true);
   read();
-  EXPECT_EQ(preferences.quarantineLocation, "--move=");
+  EXPECT_EQ(settings()->quarantineFolder, Path(""));
   store().set("QuarantineFolder", PreferenceValue{PreferenceDictionary()});
   read();
-  EXPECT_EQ(preferences.quarantineLocation, "--move=");
+  EXPECT_EQ(settings()->quarantineFolder, Path(""));
 }
 
 TEST_F(PreferencesTest, TakeTheQuarantineFolderFromADictionaryWithATilde) {
@@ -239,14 +238,14 @@ TEST_F(PreferencesTest, TakeTheQuarantineFolderFromADictionaryWithATilde) {
   store().set("QuarantineFolder", PreferenceValue{dictionary});
   store().set("QuilloQuarantineFiles", true);
   read();
-  EXPECT_EQ(preferences.quarantineLocation, "--move=/home/anna/Quarantine");
+  EXPECT_EQ(settings()->quarantineFolder, Path("/home/anna/Quarantine"));
 }
 
 TEST_F(PreferencesTest, AddNoSlashToTheQuarantineFolder) {
   store().set("QuilloQuarantineFiles", true);
   store().set("QuarantineFolder", "/q/");
   read();
-  EXPECT_EQ(preferences.quarantineLocation, "--move=/q/");
+  EXPECT_EQ(settings()->quarantineFolder, Path("/q/"));
 }
 
 TEST_F(PreferencesTest, KeepATrashSettingThatWasTurnedOff) {
@@ -254,8 +253,8 @@ TEST_F(PreferencesTest, KeepATrashSettingThatWasTurnedOff) {
   read();
   store().set("QuilloTrashFiles", false);
   read();
-  EXPECT_TRUE(preferences.deleteInfected);
-  EXPECT_EQ(preferences.quarantineOrTrash, "");
+  EXPECT_TRUE(settings()->deleteInfected);
+  EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::leaveInPlace);
 }
 
 TEST_F(PreferencesTest, KeepAQuarantineSettingThatWasTurnedOffButNotItsFolder) {
@@ -264,9 +263,9 @@ TEST_F(PreferencesTest, KeepAQuarantineSettingThatWasTurnedOffButNotItsFolder) {
   read();
   store().remove("QuilloQuarantineFiles");
   read();
-  EXPECT_TRUE(preferences.quarantineInfected);
-  EXPECT_EQ(preferences.quarantineOrTrash, "");
-  EXPECT_EQ(preferences.quarantineLocation, "");
+  EXPECT_TRUE(settings()->quarantineInfected);
+  EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::leaveInPlace);
+  EXPECT_EQ(settings()->quarantineFolder, std::nullopt);
 }
 
 TEST_F(PreferencesTest, TurnTheQuarantineOffForTheTrash) {
@@ -275,77 +274,77 @@ TEST_F(PreferencesTest, TurnTheQuarantineOffForTheTrash) {
   store().set("QuilloQuarantineFiles", false);
   store().set("QuilloTrashFiles", true);
   read();
-  EXPECT_FALSE(preferences.quarantineInfected);
-  EXPECT_TRUE(preferences.deleteInfected);
+  EXPECT_FALSE(settings()->quarantineInfected);
+  EXPECT_TRUE(settings()->deleteInfected);
 }
 
 TEST_F(PreferencesTest, NeverTurnUpdaterSettingsOff) {
   read();
-  EXPECT_FALSE(preferences.needsExit1FreshclamFlag());
-  EXPECT_FALSE(preferences.updateDefsAtLaunch);
+  EXPECT_FALSE(settings()->needsExit1FreshclamFlag);
+  EXPECT_FALSE(settings()->updateDefsAtLaunch);
   store().set("NeedsExit1FreshclamFlag", true);
   store().set("UpdateDefsOnLaunch", true);
   read();
-  EXPECT_TRUE(preferences.needsExit1FreshclamFlag());
-  EXPECT_TRUE(preferences.updateDefsAtLaunch);
+  EXPECT_TRUE(settings()->needsExit1FreshclamFlag);
+  EXPECT_TRUE(settings()->updateDefsAtLaunch);
   store().set("NeedsExit1FreshclamFlag", false);
   store().set("UpdateDefsOnLaunch", false);
   read();
-  EXPECT_TRUE(preferences.needsExit1FreshclamFlag());
-  EXPECT_TRUE(preferences.updateDefsAtLaunch);
+  EXPECT_TRUE(settings()->needsExit1FreshclamFlag);
+  EXPECT_TRUE(settings()->updateDefsAtLaunch);
 }
 
 TEST_F(PreferencesTest, NeverTurnPatternsOn) {
   store().set("Exclude", "*.iso");
   store().set("Include", true);
   read();
-  EXPECT_FALSE(preferences.exclude);
-  EXPECT_FALSE(preferences.includeOnly);
-  EXPECT_EQ(preferences.excludePattern, "");
-  EXPECT_EQ(preferences.includePattern, "");
+  EXPECT_FALSE(settings()->exclude);
+  EXPECT_FALSE(settings()->includeOnly);
+  EXPECT_EQ(settings()->excludePattern, "");
+  EXPECT_EQ(settings()->includePattern, "");
 }
 
 TEST_F(PreferencesTest, LeavePatternsAloneThatAreThereAndResetThemOtherwise) {
   store().set("Exclude", 1);
   store().set("Include", 1);
-  preferences.exclude = preferences.includeOnly = true;
-  preferences.excludePattern = "--x";
-  preferences.includePattern = "--x";
-  read();
-  EXPECT_TRUE(preferences.exclude && preferences.includeOnly);
-  EXPECT_EQ(preferences.excludePattern, "--x");
-  EXPECT_EQ(preferences.includePattern, "--x");
+  WatchSettings before;
+  before.exclude = before.includeOnly = true;
+  before.excludePattern = before.includePattern = "--x";
+  const WatchSettings there = withScanning(before, desktop.preferences, log());
+  EXPECT_TRUE(there.exclude && there.includeOnly);
+  EXPECT_EQ(there.excludePattern, "--x");
+  EXPECT_EQ(there.includePattern, "--x");
   store().remove("Exclude");
   store().remove("Include");
-  read();
-  EXPECT_FALSE(preferences.exclude || preferences.includeOnly);
-  EXPECT_EQ(preferences.excludePattern, "");
-  EXPECT_EQ(preferences.includePattern, "");
+  const WatchSettings gone = withScanning(before, desktop.preferences, log());
+  EXPECT_FALSE(gone.exclude || gone.includeOnly);
+  EXPECT_EQ(gone.excludePattern, "");
+  EXPECT_EQ(gone.includePattern, "");
 }
 
 TEST_F(PreferencesTest, ResetTheRatioAtEveryReading) {
-  preferences.maxRatio = "--max-ratio=1";
-  read();
-  EXPECT_EQ(preferences.maxRatio, std::nullopt);
+  WatchSettings before;
+  before.maxRatio = "--max-ratio=1";
+  EXPECT_EQ(withScanning(before, desktop.preferences, log()).maxRatio, std::nullopt);
 }
 
 TEST_F(PreferencesTest, RunOnAServerWhenTheKeyIsThereWhateverItsValue) {
   read();
-  EXPECT_FALSE(preferences.runningOnServer);
+  EXPECT_FALSE(settings()->runningOnServer);
   store().set("Running on OS X Server", false);
   read();
-  EXPECT_TRUE(preferences.runningOnServer);
+  EXPECT_TRUE(settings()->runningOnServer);
   store().remove("Running on OS X Server");
   read();
-  EXPECT_FALSE(preferences.runningOnServer);
+  EXPECT_FALSE(settings()->runningOnServer);
 }
 
 TEST_F(PreferencesTest, LogProgressOnlyWhenWanted) {
   read();
-  EXPECT_FALSE(preferences.logProgress);
+  EXPECT_FALSE(settings()->logProgress);
   store().set("QuilloLogProgress", true);
   read();
-  EXPECT_TRUE(preferences.logProgress);
+  EXPECT_TRUE(settings()->logProgress);
 }
 
 TEST_F(PreferencesTest, IgnoreAndTellAValueOfAnotherType) {
@@ -353,9 +352,9 @@ TEST_F(PreferencesTest, IgnoreAndTellAValueOfAnotherType) {
   store().set("QuilloTrashFiles", 1);
   store().set("multiscan", true);
   read();
-  EXPECT_EQ(preferences.scanMboxOrNot, "--mbox");
-  EXPECT_FALSE(preferences.deleteInfected);
-  EXPECT_FALSE(preferences.useMultiscan);
+  EXPECT_TRUE(settings()->scanEmail);
+  EXPECT_FALSE(settings()->deleteInfected);
+  EXPECT_FALSE(settings()->useMultiscan);
   EXPECT_TRUE(log().has("Preference ScanEmail should be a boolean but is a string; it is ignored"));
   EXPECT_TRUE(log().has(
       "Preference QuilloTrashFiles should be a boolean but is a whole number; it is ignored"));
@@ -367,33 +366,38 @@ TEST_F(PreferencesTest, DropWhatIsDerivedAndNothingElse) {
   store().set("multiscan", "yes");
   store().set("UpdateDefsOnLaunch", true);
   read();
-  preferences.maxRatio = "--x";
-  preferences.weLaunchedClamd = true;
+  daemonStart.weLaunchedClamd = true;
   preferences.drop();
-  EXPECT_EQ(preferences.clamPATH(), std::nullopt);
-  EXPECT_EQ(preferences.freshclamPATH(), std::nullopt);
-  EXPECT_EQ(preferences.freshclamLogLocation(), std::nullopt);
-  EXPECT_EQ(preferences.clamScanPATH, std::nullopt);
-  EXPECT_EQ(preferences.theTempDirToWatch, std::nullopt);
-  EXPECT_EQ(preferences.theThrobberTempDir, std::nullopt);
-  EXPECT_EQ(preferences.maxRatio, std::nullopt);
-  EXPECT_EQ(preferences.scanMboxOrNot, "");
-  EXPECT_EQ(preferences.quarantineLocation, "");
-  EXPECT_EQ(preferences.quarantineOrTrash, "");
-  EXPECT_EQ(preferences.excludePattern, "");
-  EXPECT_EQ(preferences.includePattern, "");
+  EXPECT_EQ(settings()->clamPATH, std::nullopt);
+  EXPECT_EQ(settings()->freshclamPATH, std::nullopt);
+  EXPECT_EQ(settings()->updateLog, std::nullopt);
+  EXPECT_EQ(settings()->clamScanPATH, std::nullopt);
+  EXPECT_EQ(scratchFolders.theTempDirToWatch, std::nullopt);
+  EXPECT_EQ(scratchFolders.theThrobberTempDir, std::nullopt);
+  EXPECT_EQ(settings()->quarantineFolder, std::nullopt);
+  EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::leaveInPlace);
   EXPECT_EQ(link.clamdPATH(), std::nullopt);
   EXPECT_EQ(link.clamdConfPATH(), std::nullopt);
   EXPECT_EQ(link.clamdSocket(), Path("/tmp/clamd.socket"));
-  EXPECT_TRUE(preferences.deleteInfected && preferences.useMultiscan &&
-              preferences.updateDefsAtLaunch && preferences.weLaunchedClamd);
+  EXPECT_TRUE(settings()->deleteInfected && settings()->useMultiscan &&
+              settings()->updateDefsAtLaunch && daemonStart.weLaunchedClamd);
+}
+
+TEST_F(PreferencesTest, DropTheSettingsWithoutTheDaemonToo) {
+  WatchSettings before;
+  before.maxRatio = "--x";
+  before.excludePattern = before.includePattern = "--x";
+  const WatchSettings left = withoutDerivedValues(before);
+  EXPECT_EQ(left.maxRatio, std::nullopt);
+  EXPECT_EQ(left.excludePattern, "");
+  EXPECT_EQ(left.includePattern, "");
 }
 
 TEST_F(PreferencesTest, LetTheFlagOfTheUpdaterBeSet) {
   preferences.setNeedsExit1FreshclamFlag(true);
-  EXPECT_TRUE(preferences.needsExit1FreshclamFlag());
+  EXPECT_TRUE(settings()->needsExit1FreshclamFlag);
   preferences.setNeedsExit1FreshclamFlag(false);
-  EXPECT_FALSE(preferences.needsExit1FreshclamFlag());
+  EXPECT_FALSE(settings()->needsExit1FreshclamFlag);
 }
 
 }  // namespace

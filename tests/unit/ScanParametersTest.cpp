@@ -17,11 +17,15 @@ class ScanParametersTest : public testing::Test, protected PreferencesUnderTest 
  protected:
   ScanParametersTest() {
     scanner = folder.writeProgram("engine/bin/clamdscan", "#!/bin/sh\n");
-    preferences.clamScanPATH = scanner;
-    preferences.usingClamDemon = true;
+    settings.clamScanPATH = scanner;
+    settings.usingClamDemon = true;
+  }
+  void read() {
+    ASSERT_TRUE(preferences.readPrefs());
+    settings = *preferences.settings();
   }
   Arguments built() {
-    EXPECT_TRUE(parameters.setScanParameters());
+    EXPECT_TRUE(parameters.setScanParameters(settings));
     return strings();
   }
   // All but the menu, which must stand first and only there.
@@ -39,8 +43,9 @@ class ScanParametersTest : public testing::Test, protected PreferencesUnderTest 
   }
 
   std::string scanner;
+  WatchSettings settings;
   QuietMenu menu;
-  ScanParameters parameters{preferences, desktop.folders, menu};
+  ScanParameters parameters{desktop.folders, menu};
 };
 
 TEST_F(ScanParametersTest, AreProgramAndOutputOptionAtLeast) {
@@ -48,26 +53,26 @@ TEST_F(ScanParametersTest, AreProgramAndOutputOptionAtLeast) {
 }
 
 TEST_F(ScanParametersTest, AskForSeveralCores) {
-  preferences.useMultiscan = true;
+  settings.useMultiscan = true;
   EXPECT_EQ(built(), (Arguments{scanner, "--multiscan", "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, MoveToTheTrashOfTheUser) {
-  preferences.deleteInfected = true;
-  preferences.useMultiscan = true;
+  settings.deleteInfected = true;
+  settings.useMultiscan = true;
   EXPECT_EQ(built(), (Arguments{scanner, "--move=/home/anna/.Trash", "--multiscan", "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, MoveToTheQuarantineFolderRatherThanToTheTrash) {
-  preferences.deleteInfected = true;
-  preferences.quarantineInfected = true;
-  preferences.quarantineLocation = "--move=/q";
+  settings.deleteInfected = true;
+  settings.quarantineInfected = true;
+  settings.quarantineFolder = "/q";
   EXPECT_EQ(built(), (Arguments{scanner, "--move=/q", "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, HoldABareMoveArgumentWithoutAQuarantineFolder) {
   store().set("QuilloQuarantineFiles", true);
-  ASSERT_TRUE(preferences.readPrefs());
+  read();
   EXPECT_EQ(built(), (Arguments{scanner, "--move=", "--stdout"}));
 }
 
@@ -75,60 +80,60 @@ TEST_F(ScanParametersTest, HoldTheQuarantineArgumentWhenTrashIsSetAsWell) {
   store().set("QuilloTrashFiles", true);
   store().set("QuilloQuarantineFiles", true);
   store().set("QuarantineFolder", "~/Q");
-  ASSERT_TRUE(preferences.readPrefs());
+  read();
   EXPECT_EQ(built(), (Arguments{scanner, "--move=/home/anna/Q", "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, KeepTheTrashArgumentOfASettingThatWasTurnedOff) {
   store().set("QuilloTrashFiles", true);
-  ASSERT_TRUE(preferences.readPrefs());
+  read();
   store().set("QuilloTrashFiles", false);
   preferences.drop();
-  ASSERT_TRUE(preferences.readPrefs());
+  read();
   EXPECT_EQ(built(), (Arguments{scanner, "--move=/home/anna/.Trash", "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, HoldAnEmptyArgumentOfAQuarantineThatWasTurnedOff) {
-  preferences.quarantineInfected = true;
+  settings.quarantineInfected = true;
   EXPECT_EQ(built(), (Arguments{scanner, "", "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, HoldNoPatternsWithTheDaemon) {
-  preferences.exclude = preferences.includeOnly = true;
-  preferences.excludePattern = "--exclude=x";
-  preferences.includePattern = "--include=y";
-  preferences.maxRatio = "--max-ratio=1";
-  preferences.scanMboxOrNot = "--mbox";
+  settings.exclude = settings.includeOnly = true;
+  settings.excludePattern = "--exclude=x";
+  settings.includePattern = "--include=y";
+  settings.maxRatio = "--max-ratio=1";
+  settings.scanEmail = true;
   EXPECT_EQ(built(), (Arguments{scanner, "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, HoldEverythingInOrderWithoutTheDaemon) {
-  preferences.usingClamDemon = false;
-  preferences.exclude = preferences.includeOnly = true;
-  preferences.excludePattern = "--exclude=x";
-  preferences.includePattern = "--include=y";
-  preferences.maxRatio = "--max-ratio=1";
-  preferences.scanMboxOrNot = "--no-mail";
-  preferences.useMultiscan = true;
-  preferences.deleteInfected = true;
+  settings.usingClamDemon = false;
+  settings.exclude = settings.includeOnly = true;
+  settings.excludePattern = "--exclude=x";
+  settings.includePattern = "--include=y";
+  settings.maxRatio = "--max-ratio=1";
+  settings.scanEmail = false;
+  settings.useMultiscan = true;
+  settings.deleteInfected = true;
   EXPECT_EQ(built(),
             (Arguments{scanner, "--move=/home/anna/.Trash", "--max-ratio=1", "--include=y",
                        "--exclude=x", "-r", "-i", "--no-mail", "--multiscan", "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, HoldWhatAlwaysStandsWithoutTheDaemon) {
-  preferences.usingClamDemon = false;
-  preferences.scanMboxOrNot = "--mbox";
+  settings.usingClamDemon = false;
+  settings.scanEmail = true;
   EXPECT_EQ(built(), (Arguments{scanner, "-r", "-i", "--mbox", "--stdout"}));
 }
 
 TEST_F(ScanParametersTest, AreCompleteAlsoWhenTheScannerCannotBeRead) {
-  preferences.clamScanPATH = "/nonexistent/clamdscan";
-  preferences.useMultiscan = true;
-  EXPECT_FALSE(parameters.setScanParameters());
+  settings.clamScanPATH = "/nonexistent/clamdscan";
+  settings.useMultiscan = true;
+  EXPECT_FALSE(parameters.setScanParameters(settings));
   EXPECT_EQ(strings(), (Arguments{"/nonexistent/clamdscan", "--multiscan", "--stdout"}));
-  preferences.clamScanPATH.reset();
-  EXPECT_FALSE(parameters.setScanParameters());
+  settings.clamScanPATH.reset();
+  EXPECT_FALSE(parameters.setScanParameters(settings));
   EXPECT_EQ(strings(), (Arguments{"", "--multiscan", "--stdout"}));
 }
 

@@ -14,7 +14,7 @@ using Whereabouts = Verdict::Whereabouts;
 // A report whose scanner also speaks on the channel.
 class ScanReportChannel : public ReportFixture {
  protected:
-  void beginRun(const std::string& quarantineOrTrash) {
+  void beginRun(Action quarantineOrTrash) {
     startRun(quarantineOrTrash);
     scanner.emplace(UniqueFd(dup(report.verdicts()->scannersEnd())));
     report.verdicts()->letGo();
@@ -42,7 +42,7 @@ class ScanReportChannel : public ReportFixture {
 
 TEST_F(ScanReportChannel, AFileThatCouldNotBeMovedIsSaidToBeStillThere) {
   desktop.localizedStrings.texts["NOT_MOVED"] = "Still there: %@ (%@)";
-  for (const char* setting : {"Q", "T"}) {
+  for (const Action setting : {Action::quarantine, Action::moveToTrash}) {
     beginRun(setting);
     const std::string logged =
         loggedForMove(Verdict::parse(infection), Whereabouts::notMoved, "disk full");
@@ -57,7 +57,7 @@ TEST_F(ScanReportChannel, AFileThatCouldNotBeMovedIsSaidToBeStillThere) {
 }
 
 TEST_F(ScanReportChannel, AFolderThatCannotBeUsedLeavesTheFileThereWithoutAnAttempt) {
-  beginRun("Q");
+  beginRun(Action::quarantine);
   Verdict left = Verdict::parse(infection);
   left.whereabouts = Whereabouts::notMoved;
   scanner->report(left);
@@ -67,17 +67,17 @@ TEST_F(ScanReportChannel, AFolderThatCannotBeUsedLeavesTheFileThereWithoutAnAtte
 }
 
 TEST_F(ScanReportChannel, AFileThatWasMovedIsToldAsEver) {
-  beginRun("Q");
+  beginRun(Action::quarantine);
   loggedForMove(Verdict::parse(infection), Whereabouts::moved);
   EXPECT_EQ(owner.calls(), Calls{"notify 2 " + infection});
   EXPECT_EQ(quarantinedDialogs().size(), 1U);
-  beginRun("T");
+  beginRun(Action::moveToTrash);
   loggedForMove(Verdict::parse(infection), Whereabouts::moved);
   EXPECT_TRUE(owner.wasTold("notify 3 /Users/a/b.zip"));
 }
 
 TEST_F(ScanReportChannel, TheTrashGetsTheFileBehindALinkAndTheWindowNamesBoth) {
-  beginRun("");
+  beginRun(Action::leaveInPlace);
   Verdict found = Verdict::parse("/Users/a/link: X FOUND");
   found.target = "/Users/a/real";
   found.whereabouts = Whereabouts::inPlace;
@@ -91,7 +91,7 @@ TEST_F(ScanReportChannel, TheTrashGetsTheFileBehindALinkAndTheWindowNamesBoth) {
 }
 
 TEST_F(ScanReportChannel, TheTrashGetsTheNameInItsBytesNotAsItIsShown) {
-  beginRun("");
+  beginRun(Action::leaveInPlace);
   Verdict found = Verdict::parse("/Users/a/\\xFF.zip: X FOUND");
   found.path = "/Users/a/\xFF.zip";
   scanner->report(found);
@@ -101,7 +101,7 @@ TEST_F(ScanReportChannel, TheTrashGetsTheNameInItsBytesNotAsItIsShown) {
 }
 
 TEST_F(ScanReportChannel, ObserversAreGivenTheValueAfterWhatWasDone) {
-  beginRun("");
+  beginRun(Action::leaveInPlace);
   Verdict left = Verdict::parse("/Users/a/x\\x0Ay: Not scanned: permission denied");
   left.path = "/Users/a/x\ny";
   scanner->report(left);
@@ -110,7 +110,7 @@ TEST_F(ScanReportChannel, ObserversAreGivenTheValueAfterWhatWasDone) {
 }
 
 TEST_F(ScanReportChannel, AScannerThatEndsOverTheMoveLeavesNoFalseWord) {
-  beginRun("Q");
+  beginRun(Action::quarantine);
   Verdict found = Verdict::parse("/proc/self/exe: X FOUND");
   scanner->announceMove(found);
   scanner.reset();

@@ -21,7 +21,7 @@ TEST_F(ScanReportFlush, LeavesNothingOfAChunkBehind) {
 }
 
 TEST_F(ScanReportFlush, FollowsWhatIsShownOfAnInfection) {
-  startRun("Q");
+  startRun(Action::quarantine);
   StdoutCapture capture;
   std::string atNotification = "not notified";
   bool shownBefore = false;

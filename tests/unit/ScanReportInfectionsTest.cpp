@@ -9,7 +9,7 @@ using Calls = std::vector<std::string>;
 using Button = ButtonDialog::Button;
 
 TEST_F(ScanReportInfections, QuarantinedShowADialogANotificationAndTheWholeLineInTheLog) {
-  startRun("Q");
+  startRun(Action::quarantine);
   EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
   EXPECT_EQ(owner.calls(), Calls{"notify 2 " + infection});
   ASSERT_EQ(quarantinedDialogs().size(), 1U);
@@ -20,14 +20,14 @@ TEST_F(ScanReportInfections, QuarantinedShowADialogANotificationAndTheWholeLineI
 }
 
 TEST_F(ScanReportInfections, QuarantinedShowNoDialogWhenTheUserWantsNone) {
-  startRun("Q", true);
+  startRun(Action::quarantine, true);
   EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
   EXPECT_EQ(owner.calls(), Calls{"notify 2 " + infection});
   EXPECT_TRUE(quarantinedDialogs().empty());
 }
 
 TEST_F(ScanReportInfections, QuarantinedAreNotifiedAlsoWithoutADialog) {
-  startRun("Q");
+  startRun(Action::quarantine);
   desktop.interfaceLoader.setBroken(true);
   loggedFor(infection + "\n");
   EXPECT_TRUE(desktop.systemLog.has("Error loading Nib for document!"));
@@ -35,7 +35,7 @@ TEST_F(ScanReportInfections, QuarantinedAreNotifiedAlsoWithoutADialog) {
 }
 
 TEST_F(ScanReportInfections, QuarantinedBringTheLastDialogForwardWhenANewOneCannotBeLoaded) {
-  startRun("Q");
+  startRun(Action::quarantine);
   loggedFor(infection + "\n");
   desktop.interfaceLoader.setBroken(true);
   loggedFor(infection + "\n");
@@ -45,7 +45,7 @@ TEST_F(ScanReportInfections, QuarantinedBringTheLastDialogForwardWhenANewOneCann
 }
 
 TEST_F(ScanReportInfections, QuarantinedOfferToOpenTheQuarantineFolder) {
-  startRun("Q");
+  startRun(Action::quarantine);
   loggedFor(infection + "\n");
   const auto dialog = quarantinedDialogs().at(0);
   dialog->press(Button::deleteButton);
@@ -54,7 +54,7 @@ TEST_F(ScanReportInfections, QuarantinedOfferToOpenTheQuarantineFolder) {
 }
 
 TEST_F(ScanReportInfections, TheQuarantineDialogsOtherButtonOnlyClosesIt) {
-  startRun("Q");
+  startRun(Action::quarantine);
   loggedFor(infection + "\n");
   quarantinedDialogs().at(0)->press(Button::otherButton);
   EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
@@ -62,9 +62,9 @@ TEST_F(ScanReportInfections, TheQuarantineDialogsOtherButtonOnlyClosesIt) {
 }
 
 TEST_F(ScanReportInfections, EveryQuarantineDialogsButtonWorksNotOnlyTheLastOnes) {
-  startRun("Q");
+  startRun(Action::quarantine);
   loggedFor("/a: X FOUND\n/b: Y FOUND\n");
-  startRun("Q");
+  startRun(Action::quarantine);
   loggedFor("/c: Z FOUND\n");
   ASSERT_EQ(quarantinedDialogs().size(), 3U);
   quarantinedDialogs()[0]->press(Button::deleteButton);
@@ -85,7 +85,7 @@ TEST_F(ScanReportInfections, EveryEngineErrorsButtonWorks) {
 }
 
 TEST_F(ScanReportInfections, TheQuarantineDialogNamesTheFileApartFromItsMessage) {
-  startRun("Q");
+  startRun(Action::quarantine);
   loggedFor(infection + "\n");
   EXPECT_EQ(quarantinedDialogs().at(0)->subject(), "/Users/a/b.zip");
   EXPECT_EQ(quarantinedDialogs().at(0)->message(), "");
@@ -106,7 +106,7 @@ TEST_F(ScanReportInfections, TheQuarantineDialogIsOffTheScreenBeforeTheFolderOpe
 }
 
 TEST_F(ScanReportInfections, LeftInPlaceWarnWithTheWholeLine) {
-  startRun("");
+  startRun(Action::leaveInPlace);
   EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
   ASSERT_EQ(warningDialogs().size(), 1U);
   EXPECT_EQ(warningDialogs()[0]->message(), infection);
@@ -115,7 +115,7 @@ TEST_F(ScanReportInfections, LeftInPlaceWarnWithTheWholeLine) {
 }
 
 TEST_F(ScanReportInfections, LeftInPlaceWarnAlsoAUserWhoWantsNoInformation) {
-  startRun("", true);
+  startRun(Action::leaveInPlace, true);
   loggedFor(infection + "\n");
   ASSERT_EQ(warningDialogs().size(), 1U);
   EXPECT_TRUE(warningDialogs()[0]->cameToFront());
@@ -123,7 +123,7 @@ TEST_F(ScanReportInfections, LeftInPlaceWarnAlsoAUserWhoWantsNoInformation) {
 }
 
 TEST_F(ScanReportInfections, LeftInPlaceAreNotNotifiedWithoutADialog) {
-  startRun("");
+  startRun(Action::leaveInPlace);
   desktop.interfaceLoader.setBroken(true);
   EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
   EXPECT_TRUE(desktop.systemLog.has("Error loading Nib for document!"));
@@ -131,7 +131,7 @@ TEST_F(ScanReportInfections, LeftInPlaceAreNotNotifiedWithoutADialog) {
 }
 
 TEST_F(ScanReportInfections, LeftInPlaceGetADialogEach) {
-  startRun("");
+  startRun(Action::leaveInPlace);
   loggedFor("/a: X FOUND\n/b: Y FOUND\n");
   ASSERT_EQ(warningDialogs().size(), 2U);
   EXPECT_EQ(warningDialogs()[0]->message(), "/a: X FOUND");
@@ -140,7 +140,7 @@ TEST_F(ScanReportInfections, LeftInPlaceGetADialogEach) {
 }
 
 TEST_F(ScanReportInfections, MovedToTheTrashAreNotifiedByTheirPathAlone) {
-  startRun("T");
+  startRun(Action::moveToTrash);
   EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
   EXPECT_EQ(owner.calls(), Calls{"notify 3 /Users/a/b.zip"});
   EXPECT_TRUE(quarantinedDialogs().empty());
@@ -148,31 +148,25 @@ TEST_F(ScanReportInfections, MovedToTheTrashAreNotifiedByTheirPathAlone) {
 }
 
 TEST_F(ScanReportInfections, MovedToTheTrashKeepAColonInTheirPath) {
-  startRun("T");
+  startRun(Action::moveToTrash);
   loggedFor("/Users/a/x:y.zip: Eicar-Test-Signature FOUND\n");
   EXPECT_EQ(owner.calls(), Calls{"notify 3 /Users/a/x:y.zip"});
 }
 
 TEST_F(ScanReportInfections, MovedToTheTrashWithoutAColonAreNotifiedByTheLine) {
-  startRun("T");
+  startRun(Action::moveToTrash);
   loggedFor("no colon here FOUND\n");
   EXPECT_EQ(owner.calls(), Calls{"notify 3 no colon here FOUND"});
 }
 
-TEST_F(ScanReportInfections, WithAnUnknownSettingAreOnlyLogged) {
-  startRun("X");
-  EXPECT_EQ(loggedFor(infection + "\n"), stamp + " " + infection + "\n");
-  EXPECT_EQ(owner.calls(), Calls());
-}
-
 TEST_F(ScanReportInfections, EndExactlyInTheWordAndItsBlank) {
-  startRun("T");
+  startRun(Action::moveToTrash);
   loggedFor("/a: XFOUND\n/b: X FOUND \n/c: X found\n/d: X FOUND.\n");
   EXPECT_EQ(owner.calls(), Calls());
 }
 
 TEST_F(ScanReportInfections, AreActedOnAlsoWhenTheirLineBeginsLikeTheSummary) {
-  startRun("T");
+  startRun(Action::moveToTrash);
   EXPECT_EQ(loggedFor("Infected: X FOUND\n"), "");
   EXPECT_EQ(owner.calls(), Calls{"notify 3 Infected"});
 }

@@ -35,7 +35,7 @@ class ScanReportLimits : public ReportFixture {
 
   // A run whose scanner leaves those files out; gives what was logged.
   std::string run(const std::vector<Left>& files) {
-    startRun("");
+    startRun(Action::leaveInPlace);
     VerdictSender scanner(UniqueFd(dup(report.verdicts()->scannersEnd())));
     report.verdicts()->letGo();
     std::string lines;
@@ -69,7 +69,7 @@ TEST_F(ScanReportLimits, LetNoNameMakeALineOfItsOwn) {
 }
 
 TEST_F(ScanReportLimits, AreToldWhenTheRunIsOverAndLoggedAtOnce) {
-  startRun("");
+  startRun(Action::leaveInPlace);
   VerdictSender scanner(UniqueFd(dup(report.verdicts()->scannersEnd())));
   Verdict verdict = Verdict::parse("/a/big.iso: Not scanned: larger than the limit of 100 MB");
   verdict.limit = Limit::fileSize;

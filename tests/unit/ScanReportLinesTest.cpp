@@ -56,7 +56,7 @@ TEST_F(ScanReportLines, CutByTheEndOfAChunkCountAsTwoWithTheirOwnTimestamps) {
 }
 
 TEST_F(ScanReportLines, OfAChunkThatIsNotUtf8AreDroppedAll) {
-  startRun("T");
+  startRun(Action::moveToTrash);
   EXPECT_EQ(loggedFor("/a: OK\n" + infection + "\n/\xFF: OK\n"), "");
   EXPECT_EQ(owner.calls(), Calls());
   EXPECT_EQ(loggedFor("/next: OK\n"), stamp + " /next: OK\n");
@@ -94,11 +94,11 @@ TEST_F(ScanReportLines, MustSayExactlyThatTheDaemonIsGone) {
 
 TEST_F(ScanReportLines, ThatTheDaemonCannotBeReachedAreLoggedAndRecoverItOnceARun) {
   const std::string line = "ERROR: Could not connect to clamd on LocalSocket /s: Reason";
-  startRun("");
+  startRun(Action::leaveInPlace);
   EXPECT_EQ(loggedFor(line + "\n" + line + "\n"),
             stamp + " " + line + "\n" + stamp + " " + line + "\n");
   EXPECT_EQ(owner.calls(), Calls{"recover unreachable"});
-  startRun("");
+  startRun(Action::leaveInPlace);
   loggedFor(line + "\n");
   EXPECT_EQ(owner.timesTold("recover unreachable"), 2);
 }
@@ -109,7 +109,7 @@ TEST_F(ScanReportLines, AreLoggedToTheLastAlsoWhenTheDaemonCannotBeLaunched) {
     throw PlatformException(PlatformException::Kind::cannotLaunch, "NSTask",
                             "launch path not accessible");
   };
-  startRun("");
+  startRun(Action::leaveInPlace);
   EXPECT_EQ(loggedFor(line + "\n/a: Not scanned\n"),
             stamp + " " + line + "\n" + stamp + " /a: Not scanned\n");
   EXPECT_TRUE(desktop.systemLog.has("clamd cannot be restarted: launch path not accessible"));

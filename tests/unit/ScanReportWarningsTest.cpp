@@ -6,7 +6,7 @@ namespace {
 class ScanReportWarnings : public ReportFixture {
  protected:
   std::shared_ptr<FakeDialog> warn() {
-    startRun("");
+    startRun(Action::leaveInPlace);
     loggedFor(infection + "\n");
     return warningDialogs().back();
   }

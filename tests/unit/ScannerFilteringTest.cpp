@@ -32,8 +32,8 @@ class ScannerFiltering : public testing::Test {
     return paths;
   }
   void filter(const std::string& include, const std::string& exclude) {
-    world.bench.owner.includePattern = include;
-    world.bench.owner.excludePattern = exclude;
+    world.bench.owner.chosen.includePattern = include;
+    world.bench.owner.chosen.excludePattern = exclude;
   }
 
   DirectScannerBench world;

@@ -12,10 +12,12 @@ using Button = ButtonDialog::Button;
 
 class ScannerReport : public testing::Test {
  protected:
+  using Action = InfectedFileAction;
+
   // Begins a run, so that the settings are taken.
-  void begin(const std::string& quarantineOrTrash) {
-    world.bench.owner.quarantineOrTrash = quarantineOrTrash;
-    world.bench.owner.quarantineLocation = "--move=/home/anna/Quarantine";
+  void begin(Action quarantineOrTrash) {
+    world.bench.owner.chosen.quarantineOrTrash = quarantineOrTrash;
+    world.bench.owner.chosen.quarantineFolder = "/home/anna/Quarantine";
     world.scan({world.bench.file("a")});
   }
   std::string loggedFor(const std::string& chunk) {
@@ -32,7 +34,7 @@ class ScannerReport : public testing::Test {
 };
 
 TEST_F(ScannerReport, TakesFoundAnywhereInALineForAnInfection) {
-  begin("T");
+  begin(Action::moveToTrash);
   EXPECT_TRUE(loggedFor("/a: X FOUND (twice)\n").ends_with(" /a: X FOUND (twice)\n"));
   EXPECT_TRUE(owner.wasTold("notify 3 /a"));
   loggedFor("/b: XFOUND\n");
@@ -41,7 +43,7 @@ TEST_F(ScannerReport, TakesFoundAnywhereInALineForAnInfection) {
 
 TEST_F(ScannerReport, ShowsADialogForEveryQuarantinedFileWhateverTheUserSuppresses) {
   world.bench.desktop.preferenceStore.set("SuppressInfoDialogs", true);
-  begin("Q");
+  begin(Action::quarantine);
   loggedFor("/a: X FOUND\n/b: Y FOUND\n");
   ASSERT_EQ(dialogs("QuarantinedDialog").size(), 2U);
   EXPECT_TRUE(dialogs("QuarantinedDialog")[1]->cameToFront());
@@ -51,7 +53,7 @@ TEST_F(ScannerReport, ShowsADialogForEveryQuarantinedFileWhateverTheUserSuppress
 }
 
 TEST_F(ScannerReport, OpensTheQuarantineFolderAndDoesNotWait) {
-  begin("Q");
+  begin(Action::quarantine);
   loggedFor("/a: X FOUND\n");
   dialogs("QuarantinedDialog").at(0)->press(Button::deleteButton);
   EXPECT_EQ(dialogs("QuarantinedDialog")[0]->calls(),
@@ -64,8 +66,8 @@ TEST_F(ScannerReport, OpensTheQuarantineFolderAndDoesNotWait) {
 
 TEST_F(ScannerReport, ItsDialogsMayOutliveTheScanner) {
   std::optional<Scanner> scanner(std::in_place, owner, world.services);
-  owner.quarantineOrTrash = "Q";
-  owner.quarantineLocation = "--move=/home/anna/Quarantine";
+  owner.chosen.quarantineOrTrash = Action::quarantine;
+  owner.chosen.quarantineFolder = "/home/anna/Quarantine";
   ScanItemList items = world.itemsOf({world.bench.file("a")});
   StdoutCapture capture;
   scanner->scan(items);
@@ -76,7 +78,7 @@ TEST_F(ScannerReport, ItsDialogsMayOutliveTheScanner) {
 }
 
 TEST_F(ScannerReport, WarnsOfWhatIsLeftInPlace) {
-  begin("");
+  begin(Action::leaveInPlace);
   loggedFor("/a: X FOUND\n");
   ASSERT_EQ(dialogs("WarningDialog").size(), 1U);
   EXPECT_EQ(dialogs("WarningDialog")[0]->message(), "/a: X FOUND");
@@ -84,7 +86,7 @@ TEST_F(ScannerReport, WarnsOfWhatIsLeftInPlace) {
 }
 
 TEST_F(ScannerReport, LogsThatTheDaemonIsGoneLikeAnyOtherLine) {
-  begin("");
+  begin(Action::leaveInPlace);
   EXPECT_TRUE(loggedFor("WARNING: Can't connect to clamd.\n")
                   .ends_with(" WARNING: Can't connect to clamd.\n"));
   loggedFor("ERROR: Could not connect to clamd on LocalSocket /s: Reason\n");
@@ -93,7 +95,7 @@ TEST_F(ScannerReport, LogsThatTheDaemonIsGoneLikeAnyOtherLine) {
 }
 
 TEST_F(ScannerReport, LeavesTheSummaryOut) {
-  begin("");
+  begin(Action::leaveInPlace);
   EXPECT_EQ(loggedFor("\n----------- SCAN SUMMARY -----------\nInfected files: 0\n"), "");
 }
 

@@ -243,35 +243,33 @@ TEST_F(ThrobberMenu, TheConsoleLogIsLookedForBelowTheWorkingFolder) {
   EXPECT_EQ(desktop.application.beeps, 0);
 }
 
-TEST_F(ThrobberMenu, TheUpdateLogIsWhatFollowsTheOption) {
+TEST_F(ThrobberMenu, TheUpdateLogIsTheOnePreferred) {
   const std::string log = home.write("freshclam.log", "x");
-  owner.updateLog = "--log=" + log;
+  owner.log = log;
   throbber.openLog(menu.openUpdateLogMenuItem);
   EXPECT_EQ(desktop.workspace.opened, Names{log});
 }
 
 TEST_F(ThrobberMenu, AnyFurtherItemOpensTheUpdateLog) {
   const std::string log = home.write("freshclam.log", "x");
-  owner.updateLog = "--log=" + log;
+  owner.log = log;
   throbber.openLog(FakeMenuItem("further"));
   EXPECT_EQ(desktop.workspace.opened, Names{log});
 }
 
-TEST_F(ThrobberMenu, AnUpdateLogOptionOfSixCharactersOrNoneBeeps) {
+TEST_F(ThrobberMenu, AnEmptyUpdateLogOrNoneBeeps) {
   const WorkingFolder inHome(home.path());
   home.write("x", "");
   throbber.openLog(menu.openUpdateLogMenuItem);
-  owner.updateLog = "";
-  throbber.openLog(menu.openUpdateLogMenuItem);
-  owner.updateLog = "--log=";
+  owner.log = "";
   throbber.openLog(menu.openUpdateLogMenuItem);
   EXPECT_EQ(desktop.workspace.opened, Names());
-  EXPECT_EQ(desktop.application.beeps, 3);
+  EXPECT_EQ(desktop.application.beeps, 2);
 }
 
-TEST_F(ThrobberMenu, AnUpdateLogOptionOfSevenCharactersOpensAPathOfOne) {
+TEST_F(ThrobberMenu, AnUpdateLogThatIsNotThereBeeps) {
   const WorkingFolder inHome(home.path());
-  owner.updateLog = "--log=x";
+  owner.log = "x";
   throbber.openLog(menu.openUpdateLogMenuItem);
   EXPECT_EQ(desktop.application.beeps, 1);
   home.write("x", "contents");

@@ -16,7 +16,7 @@ class NotingOwner final : public ThrobberOwner {
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override {}
   void updateEnded() override {}
-  std::optional<std::string> freshclamLogLocation() override { return std::nullopt; }
+  std::optional<std::string> updateLog() override { return std::nullopt; }
 
   Throbber* throbber = nullptr;
   std::vector<std::pair<std::int32_t, bool>> changes;

@@ -60,7 +60,7 @@ TEST_F(AgentOrder, TheWatcherStartsBeforeTheDefinitionsAreUpdated) {
 TEST_F(AgentOrder, QuitIsToldToOthersWhenAllButTheEndIsDone) {
   launch();
   FakeClamd clamd(socketPath());
-  agent().parts().preferences.weLaunchedClamd = true;
+  agent().parts().daemonStart.weLaunchedClamd = true;
   bool daemonWasTold = false;
   bool listened = true;
   bool ended = true;

@@ -101,7 +101,7 @@ TEST_F(AgentRequests, QuitLeavesADaemonRunningThatRanBefore) {
 
 TEST_F(AgentRequests, QuitEndsADaemonThatTheAgentLaunched) {
   FakeClamd clamd(socketPath());
-  agent().parts().preferences.weLaunchedClamd = true;
+  agent().parts().daemonStart.weLaunchedClamd = true;
   agent().quit();
   EXPECT_EQ(log().lines(), Lines{"trying to quit clamd"});
   ASSERT_EQ(clamd.visits(1).size(), 1U);
@@ -110,7 +110,7 @@ TEST_F(AgentRequests, QuitEndsADaemonThatTheAgentLaunched) {
 }
 
 TEST_F(AgentRequests, QuitDoesNotMindADaemonThatIsGone) {
-  agent().parts().preferences.weLaunchedClamd = true;
+  agent().parts().daemonStart.weLaunchedClamd = true;
   agent().quit();
   expectQuit();
 }
@@ -259,7 +259,9 @@ TEST_F(AgentRequests, AnUpdateAfterTheStopSaysThatTheUpdaterIsNotKnown) {
 }
 
 TEST_F(AgentRequests, FoldersMayBeAddedUnlessTheyAreTheQuarantine) {
-  agent().parts().preferences.quarantineLocation = "--move=/q/";
+  desktop.preferenceStore.set("QuilloQuarantineFiles", true);
+  desktop.preferenceStore.set("QuarantineFolder", "/q/");
+  agent().startWatcher();
   EXPECT_FALSE(agent().okToAddDir("/q"));
   EXPECT_TRUE(agent().okToAddDir("/r"));
 }
@@ -271,13 +273,15 @@ TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
   desktop.preferenceStore.set("QuilloQuarantineFiles", true);
   desktop.preferenceStore.set("QuarantineFolder", "~/Q");
   agent().startWatcher();
-  EXPECT_EQ(scanner.getQuarantineOrTrash(), "Q");
-  EXPECT_EQ(scanner.getQuarantineLocation(), "--move=" + home.path() + "/Q");
+  EXPECT_EQ(scanner.settings(), agent().parts().preferences.settings());
+  EXPECT_EQ(scanner.settings()->quarantineFolder, home.path() + "/Q");
+  EXPECT_EQ(agent().getQuarantineOrTrash(), "Q");
+  EXPECT_EQ(agent().getQuarantineLocation(), "--move=" + home.path() + "/Q");
   scanner.modifyScannerCountBy(2);
   EXPECT_EQ(menu.scannerCount(), 2);
   EXPECT_EQ(&menu.throbberLock(), &agent().throbberLock());
-  EXPECT_EQ(menu.freshclamLogLocation(),
-            std::optional<std::string>("--log=" + home.path() + "/update.log"));
+  EXPECT_EQ(menu.updateLog(), home.path() + "/update.log");
+  EXPECT_EQ(agent().freshclamLogLocation(), "--log=" + home.path() + "/update.log");
   EXPECT_EQ(watcher.getWatchedFolderList(), agent().getWatchedFolderList());
   EXPECT_EQ(watcher.getCheckSubDirs(), agent().getCheckSubDirs());
   DispatcherIntake(agent().theDispatcher()).addStringToItemList("/a");

@@ -39,11 +39,11 @@ class WatchListTest : public testing::Test {
   ManualClock clock;
   Throbber throbber{{desktop.application, clock, desktop.dockTile, desktop.folders,
                      desktop.imageLoader, desktop.localizedStrings, desktop.mainInterface.outlets,
-                     desktop.modifierKeys, desktop.preferenceStore, desktop.statusBar,
+                     desktop.modifierKeys, desktop.preferences, desktop.statusBar,
                      desktop.systemLog, desktop.workspace}};
   Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, nullptr};
   WatchList list{
-      {desktop.folders, desktop.mountNotifications, desktop.preferenceStore, desktop.systemLog},
+      {desktop.mountNotifications, desktop.preferenceStore, desktop.preferences, desktop.systemLog},
       throbber,
       dispatcher};
 };
@@ -189,13 +189,13 @@ TEST_F(WatchListTest, StopsToLookOutForVolumesAndKeepsItsFlags) {
 }
 
 TEST_F(WatchListTest, AcceptsAFolderThatIsNeitherWatchedNorTheQuarantine) {
-  EXPECT_TRUE(list.okToAddDir("/a", ""));
+  EXPECT_TRUE(list.okToAddDir("/a", std::nullopt));
   choose({watchedFolder(home.path(), true)});
   list.populateMenu();
-  EXPECT_TRUE(list.okToAddDir("/a", "--move=/b/"));
-  EXPECT_FALSE(list.okToAddDir("/a", "--move=/a/"));
-  EXPECT_TRUE(list.okToAddDir("/a", "--move=/a"));
-  EXPECT_FALSE(list.okToAddDir(home.path() + "/", ""));
+  EXPECT_TRUE(list.okToAddDir("/a", "/b/"));
+  EXPECT_FALSE(list.okToAddDir("/a", "/a/"));
+  EXPECT_TRUE(list.okToAddDir("/a", "/a"));
+  EXPECT_FALSE(list.okToAddDir(home.path() + "/", std::nullopt));
   EXPECT_TRUE(list.okToAddDir(home.path(), ""));
 }
 

@@ -84,7 +84,7 @@ class AgentUnderTest {
     throbber = std::make_unique<Throbber>(ThrobberServices{
         desktop.application, clock, desktop.dockTile, desktop.folders, desktop.imageLoader,
         desktop.localizedStrings, desktop.mainInterface.outlets, desktop.modifierKeys,
-        desktop.preferenceStore, desktop.statusBar, desktop.systemLog, desktop.workspace});
+        desktop.preferences, desktop.statusBar, desktop.systemLog, desktop.workspace});
   }
   ~AgentUnderTest() {
     output.restore();
@@ -95,7 +95,8 @@ class AgentUnderTest {
   VantrelQuillo& agent() {
     if (!agent_) {
       agent_ = std::make_unique<VantrelQuillo>(
-          AgentServices{desktop.platform, clock, threads, [this] { return findDaemon(); },
+          AgentServices{desktop.platform, desktop.preferences, clock, threads,
+                        [this] { return findDaemon(); },
                         [this](pid_t, const std::string&) { return listenerIsOurs; }},
           *throbber);
     }

@@ -4,7 +4,9 @@
 #include <string>
 
 #include "agent/Preferences.h"
+#include "agent/ScratchFolders.h"
 #include "engine/ClamdLink.h"
+#include "engine/DaemonStart.h"
 #include "tests/fakes/agent/FakeClamdLinkOwner.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/ManualClock.h"
@@ -27,6 +29,8 @@ class PreferencesUnderTest {
   FakePreferenceStore& store() { return desktop.preferenceStore; }
   FakeSystemLog& log() { return desktop.systemLog; }
   std::string engine() const { return folder.path() + "/engine"; }
+  // What was read last.
+  std::shared_ptr<const WatchSettings> settings() const { return preferences.settings(); }
   std::string scratch() const { return folder.path() + "/tmp/VantrelQuilloII"; }
 
   TemporaryFolder folder;
@@ -39,7 +43,11 @@ class PreferencesUnderTest {
   ClamdLink link{owner,
                  {desktop.application, clock, desktop.localizedStrings, owner, desktop.systemLog,
                   threads, [this] { return findDaemon(); }}};
-  Preferences preferences{desktop.preferenceStore, desktop.folders, desktop.systemLog, link};
+  DaemonStart daemonStart{link, desktop.systemLog};
+  ScratchFolders scratchFolders{desktop.folders, desktop.systemLog};
+  Preferences preferences{
+      desktop.preferenceStore, desktop.preferences, desktop.systemLog, link, daemonStart,
+      scratchFolders};
 };
 
 }  // namespace quillo

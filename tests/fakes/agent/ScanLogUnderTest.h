@@ -25,7 +25,7 @@ class ScanLogUnderTest : public testing::Test {
   TemporaryFolder home;
   FakePlatform desktop;
   int waits = 0;
-  ScanLog log{desktop.folders, desktop.preferenceStore, desktop.systemLog,
+  ScanLog log{desktop.folders, desktop.preferences, desktop.systemLog,
               [this](const std::function<void()>& wait) {
                 ++waits;
                 wait();

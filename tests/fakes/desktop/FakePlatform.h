@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "settings/TypedPreferences.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakeServices.h"
 
@@ -31,6 +32,7 @@ struct FakePlatform {
   FakeVolumes volumes;
   FakeWorkspace workspace;
   FakeMainInterface mainInterface;
+  TypedPreferences preferences{preferenceStore, folders, systemLog};
 
   Platform platform{application,
                     applicationLauncher,

@@ -57,7 +57,7 @@ class FakeThrobberOwner final : public ThrobberOwner {
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override { ++restarts; }
   void updateEnded() override { ++endedUpdates; }
-  std::optional<std::string> freshclamLogLocation() override { return updateLog; }
+  std::optional<std::string> updateLog() override { return log; }
 
   std::atomic<std::int32_t> count{0};
   std::atomic<int> restarts{0};
@@ -65,7 +65,7 @@ class FakeThrobberOwner final : public ThrobberOwner {
   // Called before the count changes.
   std::function<void(std::int32_t delta)> atChange;
   int changes = 0;
-  std::optional<std::string> updateLog;
+  std::optional<std::string> log;
   StatusFacts facts;
 
  private:
@@ -106,7 +106,7 @@ class ThrobberFixture : public testing::Test {
             desktop.localizedStrings,
             desktop.mainInterface.outlets,
             desktop.modifierKeys,
-            desktop.preferenceStore,
+            desktop.preferences,
             desktop.statusBar,
             desktop.systemLog,
             desktop.workspace};

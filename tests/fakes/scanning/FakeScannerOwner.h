@@ -12,9 +12,9 @@
 #include "platform/Notifier.h"
 #include "scanning/FileRemover.h"
 #include "scanning/PipelineObserver.h"
-#include "scanning/ScanArguments.h"
 #include "scanning/ScannerOwner.h"
 #include "scanning/ScannerServices.h"
+#include "settings/WatchSettings.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 
 // What stands around the scanners, without an agent.
@@ -30,10 +30,9 @@ class FakeScannerOwner final : public ScannerOwner,
   explicit FakeScannerOwner(Dispatcher& dispatcher) : dispatcher_(dispatcher) {}
 
   Dispatcher& theDispatcher() override { return dispatcher_; }
-  std::string getQuarantineOrTrash() override { return quarantineOrTrash; }
-  std::string getQuarantineLocation() override { return quarantineLocation; }
-  std::string getIncludePattern() override { return includePattern; }
-  std::string getExcludePattern() override { return excludePattern; }
+  std::shared_ptr<const WatchSettings> settings() override {
+    return std::make_shared<const WatchSettings>(chosen);
+  }
   void modifyScannerCountBy(std::int32_t delta) override {
     record(delta > 0 ? "count up" : "count down");
     count += delta;
@@ -140,10 +139,7 @@ class FakeScannerOwner final : public ScannerOwner,
   }
 
   std::string missingProgram;
-  std::string quarantineOrTrash;
-  std::string quarantineLocation;
-  std::string includePattern;
-  std::string excludePattern;
+  WatchSettings chosen;
   std::atomic<bool> alive{true};
   std::atomic<std::int32_t> count{0};
   std::function<void()> duringAliveCheck;
@@ -281,7 +277,7 @@ inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, No
           desktop.localizedStrings,
           desktop.modifierKeys,
           notifier,
-          desktop.preferenceStore,
+          desktop.preferences,
           desktop.systemLog,
           desktop.workspace,
           &desktop.fileDepartures,

@@ -17,6 +17,8 @@ namespace quillo {
 // A scan report in the middle of a run, at 2026-01-02 03:04:05 UTC.
 class ReportFixture : public testing::Test {
  protected:
+  using Action = InfectedFileAction;
+
   ReportFixture() { setTimeZone("UTC0"); }
   ~ReportFixture() override {
     unsetenv("TZ");
@@ -27,7 +29,7 @@ class ReportFixture : public testing::Test {
     setenv("TZ", zone, 1);
     tzset();
   }
-  void startRun(const std::string& quarantineOrTrash, bool suppressInfoDialogs = false) {
+  void startRun(Action quarantineOrTrash, bool suppressInfoDialogs = false) {
     report.startRun({quarantineOrTrash, "/home/anna/Quarantine", suppressInfoDialogs}, {});
   }
   // What the chunk adds to the scan log.

@@ -132,7 +132,7 @@ inline WatcherServices watcherServicesOf(FakePlatform& desktop, Clock& clock, Pa
           desktop.folders,
           desktop.localizedStrings,
           desktop.nameWatch,
-          desktop.preferenceStore,
+          desktop.preferences,
           desktop.systemLog,
           desktop.trashFolders,
           intake};
