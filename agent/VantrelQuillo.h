@@ -75,6 +75,9 @@ class VantrelQuillo {
   std::string getQuarantineLocation() const {
     return ScanParameters::quarantineLocation(*parts_.preferences.settings());
   }
+  // Return a regular expression, or "".
+  std::string getIncludePattern() const { return parts_.preferences.settings()->includePattern; }
+  std::string getExcludePattern() const { return parts_.preferences.settings()->excludePattern; }
   bool needsExit1FreshclamFlag() const {
     return parts_.preferences.settings()->needsExit1FreshclamFlag;
   }

@@ -35,13 +35,26 @@ std::string inRoff(const std::string& text) {
   return roff;
 }
 
+// In lines of at most 80 bytes, as manual pages are written.
+std::string wrapped(const std::string& text) {
+  std::string lines;
+  std::size_t width = 80;
+  for (const std::string_view word : split(text, ' ')) {
+    const bool fits = width + 1 + word.size() <= 80;
+    lines += fits ? " " : "\n";
+    lines += word;
+    width = fits ? width + 1 + word.size() : word.size();
+  }
+  return lines.substr(1);
+}
+
 std::string manualKeys() {
   std::string keys = ".SH KEYS\n";
   for (const PreferenceInWords& key : everyPreference()) {
     const bool isOneWord = key.name.find(' ') == std::string::npos;
     keys += ".TP\n.BR " + (isOneWord ? key.name : "\"" + key.name + "\"") + " \" (" +
             replacingAll(key.type, "`", "") + "; when absent: " + key.whenAbsent + ")\"\n" +
-            inRoff(key.sentence) + ".\n";
+            wrapped(inRoff(key.sentence) + ".") + "\n";
   }
   return keys + ".PP\n";
 }

@@ -35,7 +35,7 @@ inline constexpr std::array<std::string_view, 44> linesOfActions = {
     "LaunchFailure",
     "cannot launch ",
     "PipeFailure",
-    "cannot create a pipe: ",
+    "cannot create a pipe",
     "SpotlightWatcher did NOT crash, don't worry: at numLinesOffset = ",
     "Yikes! We just caught a crash.  Here's why ",
     "can't connect to clamd",
