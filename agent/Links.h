@@ -3,11 +3,12 @@
 // How the workers see the agent: each link implements the narrow interface that a folder asks of
 // its owner, by forwarding to the parts that it was given.
 
-#include "agent/DialogList.h"
-#include "agent/FolderOpener.h"
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "agent/Health.h"
 #include "agent/NoEngineWindow.h"
-#include "agent/Notifications.h"
 #include "agent/Preferences.h"
 #include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
@@ -15,11 +16,50 @@
 #include "agent/Watching.h"
 #include "engine/ClamdLink.h"
 #include "menu/Throbber.h"
+#include "posix/Mutex.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/ScannerOwner.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
+
+class Application;
+class ThreadStarter;
+class Workspace;
+
+// The open warning dialogs, in the order in which they were opened.
+class DialogList final : public DialogListOwner {
+ public:
+  void addToDialogList(std::shared_ptr<FileRemover> dialog) override;
+  void removeFromDialogList(const FileRemover& dialog) override;
+  void removeAllFromDialogList() override;
+  std::size_t count() const;
+
+ private:
+  std::shared_ptr<FileRemover> dialogAt(std::size_t index) const;
+
+  mutable Mutex lock_;
+  std::vector<std::shared_ptr<FileRemover>> theDialogList QUILLO_GUARDED_BY(lock_);
+};
+
+// Opens folders with the desktop's "/usr/bin/open"; where that cannot be run, with the desktop
+// itself. Main thread.
+class FolderOpener {
+ public:
+  FolderOpener(Application& application, Workspace& workspace, ThreadStarter& threads)
+      : application_(application), workspace_(workspace), threads_(threads) {}
+
+  // Opens the folder and returns when the opener has ended; the desktop stays alive meanwhile.
+  void openAndWait(const std::string& folder);
+  // Opens it and returns at once. Throws std::system_error when the system has no thread that could
+  // wait for the opener.
+  void open(const std::string& folder);
+
+ private:
+  Application& application_;
+  Workspace& workspace_;
+  ThreadStarter& threads_;
+};
 
 class MenuForScanners final : public ScannerMenu {
  public:
@@ -46,7 +86,6 @@ class ScannerLink final : public ScannerOwner {
   struct Parts {
     Dispatcher& theDispatcher;
     const Preferences& preferences;
-    ScannerCount& scannerCount;
     ClamdLink& engine;
     StatusBoard& statusBoard;
     Throbber& mainMenu;
@@ -59,9 +98,6 @@ class ScannerLink final : public ScannerOwner {
 
   Dispatcher& theDispatcher() override { return parts_.theDispatcher; }
   std::shared_ptr<const WatchSettings> settings() override { return parts_.preferences.settings(); }
-  void modifyScannerCountBy(std::int32_t delta) override {
-    parts_.scannerCount.modifyScannerCountBy(delta);
-  }
   bool clamdStillAlive() override { return parts_.engine.clamdStillAlive(); }
   void recoverFromCrashedClamd() override { parts_.engine.recoverFromCrashedClamd(); }
   void recoverUnreachableClamd() override { parts_.engine.recoverUnreachableClamd(); }
@@ -101,7 +137,6 @@ class WatcherLink final : public WatcherOwner {
   struct Parts {
     WatchList& watchList;
     Watching& watching;
-    Notifications& notifications;
     StatusBoard& statusBoard;
     Throbber& mainMenu;
   };
@@ -115,17 +150,6 @@ class WatcherLink final : public WatcherOwner {
   }
   void stopWatcherFromWatcher() override { parts_.watching.stopWatcherFromWatcher(); }
   void startWatcherFromWatcher() override { parts_.watching.startWatcherFromWatcher(); }
-  bool displayError(const std::string& description) override {
-    return parts_.notifications.displayGrowlDialogWithTitleAndDescription(notificationError,
-                                                                          description);
-  }
-  bool displayHelperError(const std::string& description) override {
-    NotificationDetails details;
-    details.topic = helperTopic;
-    return parts_.notifications.displayGrowlDialogWithTitleAndDescription(notificationError,
-                                                                          description, details);
-  }
-  void withdrawHelperErrors() override { parts_.notifications.withdraw(helperTopic); }
   void setHelperFails(bool fails) override {
     parts_.statusBoard.setHelperFails(fails);
     parts_.mainMenu.showStatus();

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "engine/EngineProblem.h"
 #include "posix/Snapshot.h"
@@ -10,10 +12,31 @@ namespace quillo {
 
 class ClamdLink;
 class DaemonStart;
+class Folders;
 class PreferenceStore;
-class ScratchFolders;
 class SystemLog;
 class TypedPreferences;
+
+// The agent's folders for what does not last, in the user's temporary folder. Main thread.
+class ScratchFolders {
+ public:
+  ScratchFolders(Folders& folders, SystemLog& log) : folders_(folders), log_(log) {}
+
+  // Makes the folders where they are missing, and empties the status menu's but for its subfolders,
+  // unless somebody else made it, which the log then says. A failure is ignored.
+  void make();
+  // Forgets the paths; the folders stay.
+  void forget();
+
+  std::optional<std::string> theTempDirToWatch;
+  std::optional<std::string> theThrobberTempDir;
+
+ private:
+  void emptyThrobberFolder();
+
+  Folders& folders_;
+  SystemLog& log_;
+};
 
 // What every start of watching begins with, and the settings that came of it. Main thread, but for
 // settings().

@@ -10,7 +10,6 @@
 #include "scanning/FileRemover.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 
 namespace quillo {
 namespace {

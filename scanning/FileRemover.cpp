@@ -8,7 +8,6 @@
 #include "posix/Text.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 
 namespace quillo {
 

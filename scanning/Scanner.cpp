@@ -14,7 +14,6 @@
 #include "scanning/EngineRun.h"
 #include "scanning/PathPattern.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 
 namespace quillo {
 namespace {

@@ -77,7 +77,7 @@ TEST_F(PatientScannerEnd, TheDaemonIsAskedForBeforeAnEngineThatIsStillThereIsWai
     return false;
   };
   scan({"status2-"});
-  EXPECT_EQ(before, (Lines{"count up", "alive?", "notify 6 <CLAMDSCAN_ERROR>"}));
+  EXPECT_EQ(before, (Lines{"run began", "alive?", "notify 6 <CLAMDSCAN_ERROR>"}));
 }
 
 TEST_F(PatientScannerEnd, WhatIsReportedAfterTheEndOfTheEngineIsDealtWithToTheLast) {

@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include "agent/DialogList.h"
+#include "agent/Links.h"
 #include "agent/Notifications.h"
 #include "scanning/FileRemover.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/scanning/FakeScannerOwner.h"
 #include "tests/support/ManualClock.h"
 
 namespace quillo {
@@ -30,6 +30,7 @@ class DialogListTest : public testing::Test {
   ManualClock clock;
   Notifications notifications{desktop.growl, desktop.localizedStrings};
   DialogList list;
+  FakeScanObserver scans;
   const ScannerServices services{desktop.application,
                                  clock,
                                  desktop.folders,
@@ -38,9 +39,9 @@ class DialogListTest : public testing::Test {
                                  desktop.modifierKeys,
                                  notifications,
                                  desktop.preferences,
+                                 scans,
                                  desktop.systemLog,
-                                 desktop.workspace,
-                                 nullptr};
+                                 desktop.workspace};
 };
 
 TEST_F(DialogListTest, IsEmptyAtFirst) { EXPECT_EQ(list.count(), 0U); }

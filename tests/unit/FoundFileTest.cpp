@@ -191,7 +191,7 @@ TEST_F(FoundFileTest, ThatIsPutBackIsLoggedAndNotWarnedOf) {
   EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
   EXPECT_EQ(warningDialogs().size(), 1U);
   EXPECT_EQ(owner.details().size(), 1U);
-  EXPECT_EQ(scans.told(), (Calls{path + " = Eicar", path + " = Eicar"}));
+  EXPECT_EQ(owner.reported(), (Calls{path + " = Eicar", path + " = Eicar"}));
 }
 
 TEST_F(FoundFileTest, ThatTheUserMovedByItsButtonIsKnownWithoutAnybodyToNotice) {
@@ -259,7 +259,7 @@ TEST_F(FoundFileTest, ThatWasLeftInItsPlaceIsSaidToBeThereWhereItWasToBeMoved) {
     EXPECT_EQ(warningDialogs().size(), setting == Action::quarantine ? 1U : 2U);
     EXPECT_EQ(owner.details().back().summary, "<FIND_IN_PLACE>");
   }
-  EXPECT_EQ(owner.timesTold("notify 1 " + line()), 2);
+  EXPECT_EQ(owner.timesCalled("notify 1 " + line()), 2);
 }
 
 TEST_F(FoundFileTest, ThatChangedIsMovedAgain) {

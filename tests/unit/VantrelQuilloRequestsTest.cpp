@@ -277,8 +277,11 @@ TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
   EXPECT_EQ(scanner.settings()->quarantineFolder, home.path() + "/Q");
   EXPECT_EQ(agent().getQuarantineOrTrash(), "Q");
   EXPECT_EQ(agent().getQuarantineLocation(), "--move=" + home.path() + "/Q");
-  scanner.modifyScannerCountBy(2);
-  EXPECT_EQ(menu.scannerCount(), 2);
+  agent().parts().scannerServices.scanObserver.runBegan(7);
+  EXPECT_EQ(menu.scannerCount(), 1);
+  EXPECT_EQ(menu.status().filesBeingScanned, 7U);
+  agent().parts().scannerServices.scanObserver.runEnded(7);
+  EXPECT_EQ(menu.scannerCount(), 0);
   EXPECT_EQ(&menu.throbberLock(), &agent().throbberLock());
   EXPECT_EQ(menu.updateLog(), home.path() + "/update.log");
   EXPECT_EQ(agent().freshclamLogLocation(), "--log=" + home.path() + "/update.log");
@@ -290,10 +293,10 @@ TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
 }
 
 TEST_F(AgentRequests, ErrorsOfTheWorkersAreShownAsErrors) {
-  WatcherOwner& watcher = agent().parts().watcherLink;
-  EXPECT_TRUE(watcher.displayError("not installed"));
+  agent().startWatcher();
+  desktop.nameWatch.observer->placeHasGap("/a", NameWatchObserver::Gap::noQueue);
   EXPECT_EQ(desktop.growl.posted().back().name, "Error");
-  EXPECT_EQ(desktop.growl.posted().back().description, "not installed");
+  EXPECT_EQ(desktop.growl.posted().back().description, "<PLACE_NO_QUEUE>");
 }
 
 TEST_F(AgentRequests, TheWatchersOwnStopAndStartComeInOrderOnTheMainThread) {
