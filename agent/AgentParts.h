@@ -68,6 +68,7 @@ struct AgentParts {
   StatusBoard statusBoard;
   Notifications notifications;
   MenuForScanners menuForScanners;
+  DialogList dialogList;
   ScannerLink scannerLink;
   WatcherLink watcherLink;
   EngineLink engineLink;
@@ -81,7 +82,6 @@ struct AgentParts {
   FSEventWatcher gfsLogger;
   NameWatcher nameWatcher;
   ClamdLink clamdLink;
-  DialogList dialogList;
 
   // Main thread, but for what their headers say.
   MainThreadRequests requests;

@@ -1,7 +1,8 @@
 #pragma once
 
-// How the workers see the agent: each link implements the narrow interface that a folder asks of
-// its owner, by forwarding to the parts that it was given.
+// How the workers see the agent: each class implements one narrow interface that a folder asks of
+// its owner, most by forwarding to the parts that they were given, since a folder includes neither
+// another worker nor the agent.
 
 #include <memory>
 #include <string>
@@ -84,19 +85,15 @@ class MenuForWatchers final : public WatcherMenu {
 class ScannerLink final : public ScannerOwner {
  public:
   struct Parts {
-    Dispatcher& theDispatcher;
     const Preferences& preferences;
     ClamdLink& engine;
     StatusBoard& statusBoard;
     Throbber& mainMenu;
-    const MenuForScanners& menuForScanners;
     Watching& watching;
     FolderOpener& folderOpener;
-    DialogList& dialogList;
   };
   explicit ScannerLink(const Parts& parts) : parts_(parts) {}
 
-  Dispatcher& theDispatcher() override { return parts_.theDispatcher; }
   std::shared_ptr<const WatchSettings> settings() override { return parts_.preferences.settings(); }
   bool clamdStillAlive() override { return parts_.engine.clamdStillAlive(); }
   void recoverFromCrashedClamd() override { parts_.engine.recoverFromCrashedClamd(); }
@@ -106,8 +103,6 @@ class ScannerLink final : public ScannerOwner {
     parts_.mainMenu.showStatus();
     parts_.engine.noEnginePanic({EngineProblem::Kind::scannerFailed, program});
   }
-  const ScannerMenu& mainMenu() override { return parts_.menuForScanners; }
-  DialogListOwner& dialogList() override { return parts_.dialogList; }
   void quit() override { parts_.watching.quit(); }
   void openAndWait(const std::string& folder) override { parts_.folderOpener.openAndWait(folder); }
   void open(const std::string& folder) override { parts_.folderOpener.open(folder); }

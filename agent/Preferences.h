@@ -48,9 +48,9 @@ class Preferences {
   // Reads everything, makes sure that the daemon runs and makes the scratch folders, in the fixed
   // order. Returns false when no engine is usable, with the reason in the log.
   bool readPrefs();
-  // Why no engine was usable.
+  // Returns why no engine was usable.
   const EngineProblem& engineProblem() const { return engineProblem_; }
-  // What is wrong where no engine is named.
+  // Returns what is wrong where no engine is named.
   EngineProblem unnamedEngine();
   // Forgets the derived values.
   void drop();

@@ -34,7 +34,7 @@ class MyMenuItem {
  public:
   explicit MyMenuItem(MenuItem& item) : item_(item) {}
 
-  // Always no: automatic enabling has no say.
+  // Returns false always: automatic enabling has no say.
   bool validateUserInterfaceItem() const { return false; }
 
   std::string title() const { return item_.title(); }

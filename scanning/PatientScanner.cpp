@@ -74,7 +74,7 @@ void PatientScanner::mainLoop() {
 }
 
 void PatientScanner::round() {
-  Dispatcher& dispatcher = owner_.theDispatcher();
+  Dispatcher& dispatcher = services_.theDispatcher;
   while (dispatcher.scannableCount() == 0) {
     dispatcher.scannerLock().lock();
     dispatcher.scannerLock().wait();
@@ -135,7 +135,7 @@ void PatientScanner::runEngine(EngineRun& run) {
     return taskDataAvailable(chunk);
   };
   run.waitUntilExit(handler, [this] {
-    report_.consequences().showEngineError(owner_.mainMenu().getQuitMenuName());
+    report_.consequences().showEngineError(services_.mainMenu.getQuitMenuName());
   });
   run.drain(handler);
   list.remove();

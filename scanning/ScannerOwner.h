@@ -56,20 +56,16 @@ class DialogListOwner {
 class ScannerOwner {
  public:
   virtual ~ScannerOwner() = default;
-  virtual Dispatcher& theDispatcher() = 0;
   // Returns what was read at the last start of watching.
   virtual std::shared_ptr<const WatchSettings> settings() = 0;
   // Returns whether the daemon takes a command, or is at work.
   virtual bool clamdStillAlive() = 0;
   // Launches the daemon again. Throws PlatformException when it cannot be run.
   virtual void recoverFromCrashedClamd() = 0;
-  // Does so unless the daemon has come back by the time it is this caller's turn.
+  // Launches it likewise, unless it has come back by the time it is this caller's turn.
   virtual void recoverUnreachableClamd() = 0;
   // Shows the user that no engine is usable since `program` cannot be run.
   virtual void noEnginePanic(const std::string& program) = 0;
-  // Returns the status menu, for whoever was given none with the parameters.
-  virtual const ScannerMenu& mainMenu() = 0;
-  virtual DialogListOwner& dialogList() = 0;
   // Ends the agent. Returns only while a daemon is being launched: the end then comes later. Main
   // thread.
   virtual void quit() = 0;
@@ -85,9 +81,13 @@ class ScannerOwner {
 struct ScannerServices {
   Application& application;
   Clock& clock;
+  DialogListOwner& theDialogList;
+  Dispatcher& theDispatcher;
   Folders& folders;
   InterfaceLoader& interfaceLoader;
   LocalizedStrings& localizedStrings;
+  // For whoever was given none with the parameters.
+  const ScannerMenu& mainMenu;
   ModifierKeys& modifierKeys;
   Notifier& notifier;
   const TypedPreferences& preferences;

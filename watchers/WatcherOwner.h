@@ -57,7 +57,7 @@ class WatcherOwner {
   virtual void stopWatcherFromWatcher() = 0;
   // Asks the main thread to start watching and does not wait for it.
   virtual void startWatcherFromWatcher() = 0;
-  // Shows whether nothing is being watched just now since the helper cannot run.
+  // Shows that nothing is watched just now since the helper cannot run, or that it runs again.
   virtual void setHelperFails(bool fails) = 0;
   // Shows in how many of the watched places changes can be missed.
   virtual void setPlacesWithGaps(std::size_t count) = 0;

@@ -258,16 +258,16 @@ TEST_F(WatcherAndHelper, EndTheApplicationWhenTheRightsAreRefused) {
   owner.onStop = [this] { watcher.stopWatching(); };
   Lines beforeTheRequest;
   desktop.authorization.duringRequest = [&] { beforeTheRequest = owner.calls(); };
-  Lines toldBeforeTheEnd;
+  Lines callsBeforeTheEnd;
   Lines loggedBeforeTheEnd;
   desktop.application.onTerminate = [&] {
-    toldBeforeTheEnd = owner.calls();
+    callsBeforeTheEnd = owner.calls();
     loggedBeforeTheEnd = desktop.systemLog.lines();
   };
   start("exit 1");
   waitForEnd();
   EXPECT_EQ(beforeTheRequest, (Lines{"stopWatcher", "helper error: <FSEVENT_NOT_SETUID>"}));
-  EXPECT_EQ(toldBeforeTheEnd, owner.calls());
+  EXPECT_EQ(callsBeforeTheEnd, owner.calls());
   EXPECT_EQ(loggedBeforeTheEnd, desktop.systemLog.lines());
   EXPECT_EQ(owner.calls(), (Lines{"stopWatcher", "helper error: <FSEVENT_NOT_SETUID>",
                                   "helper error: the dialog was dismissed"}));

@@ -43,7 +43,7 @@ class PatientScannerEnd : public ScannerFixture {
   std::unique_ptr<HelperProgram> engine;
 };
 
-// Notes whether a file was there when the end of a scan was told.
+// Notes whether a file was there when the end of a scan was reported.
 class FileAtTheEnd final : public PipelineObserver {
  public:
   explicit FileAtTheEnd(std::string path) : path_(std::move(path)) {}

@@ -221,12 +221,12 @@ TEST_F(FoundFileTest, ThatIsPutBackStaysWhereInfectedFilesAreMoved) {
   for (const Action setting : {Action::quarantine, Action::moveToTrash}) {
     EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n");
     EXPECT_TRUE(mayMove);
-    const std::size_t told = owner.details().size();
+    const std::size_t notified = owner.details().size();
     const std::size_t windows = quarantinedDialogs().size();
     restore();
     EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n" + sparedLine());
     EXPECT_FALSE(mayMove);
-    EXPECT_EQ(owner.details().size(), told);
+    EXPECT_EQ(owner.details().size(), notified);
     EXPECT_EQ(quarantinedDialogs().size(), windows);
     EXPECT_TRUE(warningDialogs().empty());
     // Anew for the other setting.
@@ -239,12 +239,12 @@ TEST_F(FoundFileTest, ThatWasLeftForHavingBeenPutBackIsNeverSaidToBeMoved) {
   for (const Action setting : {Action::quarantine, Action::moveToTrash}) {
     foundByAMover(setting);
     restore();
-    const std::size_t told = owner.details().size();
+    const std::size_t notified = owner.details().size();
     const std::size_t windows = quarantinedDialogs().size();
     afterRefusal = [this] { std::ofstream(path, std::ios::app) << "more"; };
     EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n" + sparedLine());
     EXPECT_FALSE(mayMove);
-    EXPECT_EQ(owner.details().size(), told);
+    EXPECT_EQ(owner.details().size(), notified);
     EXPECT_EQ(quarantinedDialogs().size(), windows);
     afterRefusal = nullptr;
   }

@@ -277,10 +277,11 @@ TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
   EXPECT_EQ(scanner.settings()->quarantineFolder, home.path() + "/Q");
   EXPECT_EQ(agent().getQuarantineOrTrash(), "Q");
   EXPECT_EQ(agent().getQuarantineLocation(), "--move=" + home.path() + "/Q");
-  agent().parts().scannerServices.scanObserver.runBegan(7);
+  const ScannerServices& services = agent().parts().scannerServices;
+  services.scanObserver.runBegan(7);
   EXPECT_EQ(menu.scannerCount(), 1);
   EXPECT_EQ(menu.status().filesBeingScanned, 7U);
-  agent().parts().scannerServices.scanObserver.runEnded(7);
+  services.scanObserver.runEnded(7);
   EXPECT_EQ(menu.scannerCount(), 0);
   EXPECT_EQ(&menu.throbberLock(), &agent().throbberLock());
   EXPECT_EQ(menu.updateLog(), home.path() + "/update.log");
@@ -288,8 +289,8 @@ TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
   EXPECT_EQ(watcher.getWatchedFolderList(), agent().getWatchedFolderList());
   EXPECT_EQ(watcher.getCheckSubDirs(), agent().getCheckSubDirs());
   DispatcherIntake(agent().theDispatcher()).addStringToItemList("/a");
-  EXPECT_EQ(scanner.theDispatcher().lengthOfBothItemLists(), 1U);
-  EXPECT_EQ(scanner.mainMenu().getQuitMenuName(), "Quit Vantrel Quillo");
+  EXPECT_EQ(services.theDispatcher.lengthOfBothItemLists(), 1U);
+  EXPECT_EQ(services.mainMenu.getQuitMenuName(), "Quit Vantrel Quillo");
 }
 
 TEST_F(AgentRequests, ErrorsOfTheWorkersAreShownAsErrors) {

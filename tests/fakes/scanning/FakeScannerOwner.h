@@ -57,11 +57,10 @@ class FakeScannerOwner final : public ScannerOwner,
                                public DialogListOwner,
                                public FakeScanObserver,
                                public Notifier,
-                               private ScannerMenu {
+                               public ScannerMenu {
  public:
-  explicit FakeScannerOwner(Dispatcher& dispatcher) : dispatcher_(dispatcher) {}
+  explicit FakeScannerOwner(Dispatcher& dispatcher) : theDispatcher(dispatcher) {}
 
-  Dispatcher& theDispatcher() override { return dispatcher_; }
   std::shared_ptr<const WatchSettings> settings() override {
     return std::make_shared<const WatchSettings>(chosen);
   }
@@ -98,8 +97,7 @@ class FakeScannerOwner final : public ScannerOwner,
     missingProgram = program;
     record("no engine");
   }
-  const ScannerMenu& mainMenu() override { return *this; }
-  DialogListOwner& dialogList() override { return *this; }
+  std::string getQuitMenuName() const override { return "Quit Vantrel Quillo"; }
   void quit() override { record("quit"); }
   void openAndWait(const std::string& folder) override {
     record("open " + folder);
@@ -176,6 +174,7 @@ class FakeScannerOwner final : public ScannerOwner,
     return dialogs_;
   }
 
+  Dispatcher& theDispatcher;
   std::string missingProgram;
   WatchSettings chosen;
   std::atomic<bool> alive{true};
@@ -187,13 +186,11 @@ class FakeScannerOwner final : public ScannerOwner,
   std::function<void()> duringOpening;
 
  private:
-  std::string getQuitMenuName() const override { return "Quit Vantrel Quillo"; }
   void record(const std::string& call) {
     std::lock_guard hold(mutex_);
     calls_.push_back(call);
   }
 
-  Dispatcher& dispatcher_;
   std::mutex mutex_;
   std::vector<std::string> calls_;
   std::vector<NotificationDetails> details_;
@@ -274,12 +271,16 @@ class FakePipelineObserver final : public PipelineObserver {
 };
 
 inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock,
-                                         FakeScannerOwner& owner, PipelineObserver* pipeline) {
+                                         FakeScannerOwner& owner, PipelineObserver* pipeline,
+                                         DialogListOwner* dialogs = nullptr) {
   return {desktop.application,
           clock,
+          dialogs ? *dialogs : owner,
+          owner.theDispatcher,
           desktop.folders,
           desktop.interfaceLoader,
           desktop.localizedStrings,
+          owner,
           desktop.modifierKeys,
           owner,
           desktop.preferences,
