@@ -1,15 +1,10 @@
 #pragma once
 
 #include "agent/DefinitionUpdates.h"
-#include "agent/DefinitionsWarning.h"
-#include "agent/DialogList.h"
-#include "agent/DockWindow.h"
-#include "agent/FolderOpener.h"
 #include "agent/Health.h"
 #include "agent/Links.h"
 #include "agent/MainApplication.h"
 #include "agent/MainThreadRequests.h"
-#include "agent/Mending.h"
 #include "agent/NoEngineWindow.h"
 #include "agent/Notifications.h"
 #include "agent/PreferenceFile.h"
@@ -18,7 +13,6 @@
 #include "agent/ScanLog.h"
 #include "agent/ScanParameters.h"
 #include "agent/ScannerCount.h"
-#include "agent/ScratchFolders.h"
 #include "agent/StatusBoard.h"
 #include "agent/TrayHint.h"
 #include "agent/WatchList.h"
@@ -33,7 +27,7 @@
 #include "scanning/LimitNotice.h"
 #include "scanning/PatientScanner.h"
 #include "scanning/PutBackFiles.h"
-#include "scanning/ScannerServices.h"
+#include "scanning/ScannerOwner.h"
 #include "settings/TypedPreferences.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
@@ -70,9 +64,11 @@ struct AgentParts {
   ProgressLog progressLog;
   ReportedFiles reportedFiles;
   AbortedScans abortedScans;
+  ScannerCount scannerCount;
   StatusBoard statusBoard;
   Notifications notifications;
   MenuForScanners menuForScanners;
+  DialogList dialogList;
   ScannerLink scannerLink;
   WatcherLink watcherLink;
   EngineLink engineLink;
@@ -85,9 +81,7 @@ struct AgentParts {
   PatientScanner secondPatientScanner;
   FSEventWatcher gfsLogger;
   NameWatcher nameWatcher;
-  ScannerCount scannerCount;
   ClamdLink clamdLink;
-  DialogList dialogList;
 
   // Main thread, but for what their headers say.
   MainThreadRequests requests;
@@ -105,7 +99,6 @@ struct AgentParts {
   DockWindow dockWindow;
   TrayHint trayHint;
   FolderOpener folderOpener;
-  Mending mending;
   Watching watching;
   Health health;  // asks others of these
 

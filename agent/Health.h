@@ -15,8 +15,8 @@ class StatusBoard;
 class SystemLog;
 class ThreadStarter;
 
-// What health is judged by, asked on the thread that looks, and what is called there after each
-// look. All of it outlives that thread.
+// What health is judged by, and what is called after each look, all on the thread that looks. It
+// outlives that thread.
 struct HealthServices {
   Clock& clock;
   SystemLog& systemLog;
@@ -26,8 +26,8 @@ struct HealthServices {
   std::function<void()> hasLooked;
 };
 
-// Looks now and then whether what is watched is guarded as well as it seems: whether there are
-// definitions, how old they are, and whether the folders are there. One thread runs mainLoop().
+// Looks now and then after what watching rests on: the definitions, their age, and the watched
+// folders. One thread runs mainLoop().
 class Health {
  public:
   static constexpr Clock::Duration betweenLooks = std::chrono::hours(1);
@@ -45,7 +45,8 @@ class Health {
   // Waits until a look is due, and looks. What fails in it is logged, and a minute later the next
   // look tries again.
   void round();
-  // Says whether anything is watched from now on. Beginning makes a look due. Any thread.
+  // Takes note that something is watched from now on, or nothing. Beginning makes a look due. Any
+  // thread.
   void setWatching(bool watching);
   // Makes a look due, if anything is watched. Any thread.
   void lookSoon();

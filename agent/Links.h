@@ -1,13 +1,15 @@
 #pragma once
 
-// How the workers see the agent: each link implements the narrow interface that a folder asks of
-// its owner, by forwarding to the parts that it was given.
+// How the workers see the agent: each class implements one narrow interface that a folder asks of
+// its owner, most by forwarding to the parts that they were given, since a folder includes neither
+// another worker nor the agent.
 
-#include "agent/DialogList.h"
-#include "agent/FolderOpener.h"
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "agent/Health.h"
 #include "agent/NoEngineWindow.h"
-#include "agent/Notifications.h"
 #include "agent/Preferences.h"
 #include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
@@ -15,11 +17,50 @@
 #include "agent/Watching.h"
 #include "engine/ClamdLink.h"
 #include "menu/Throbber.h"
+#include "posix/Mutex.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/ScannerOwner.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
+
+class Application;
+class ThreadStarter;
+class Workspace;
+
+// The open warning dialogs, in the order in which they were opened.
+class DialogList final : public DialogListOwner {
+ public:
+  void addToDialogList(std::shared_ptr<FileRemover> dialog) override;
+  void removeFromDialogList(const FileRemover& dialog) override;
+  void removeAllFromDialogList() override;
+  std::size_t count() const;
+
+ private:
+  std::shared_ptr<FileRemover> dialogAt(std::size_t index) const;
+
+  mutable Mutex lock_;
+  std::vector<std::shared_ptr<FileRemover>> theDialogList QUILLO_GUARDED_BY(lock_);
+};
+
+// Opens folders with the desktop's "/usr/bin/open"; where that cannot be run, with the desktop
+// itself. Main thread.
+class FolderOpener {
+ public:
+  FolderOpener(Application& application, Workspace& workspace, ThreadStarter& threads)
+      : application_(application), workspace_(workspace), threads_(threads) {}
+
+  // Opens the folder and returns when the opener has ended; the desktop stays alive meanwhile.
+  void openAndWait(const std::string& folder);
+  // Opens it and returns at once. Throws std::system_error when the system has no thread that could
+  // wait for the opener.
+  void open(const std::string& folder);
+
+ private:
+  Application& application_;
+  Workspace& workspace_;
+  ThreadStarter& threads_;
+};
 
 class MenuForScanners final : public ScannerMenu {
  public:
@@ -44,24 +85,16 @@ class MenuForWatchers final : public WatcherMenu {
 class ScannerLink final : public ScannerOwner {
  public:
   struct Parts {
-    Dispatcher& theDispatcher;
     const Preferences& preferences;
-    ScannerCount& scannerCount;
     ClamdLink& engine;
     StatusBoard& statusBoard;
     Throbber& mainMenu;
-    const MenuForScanners& menuForScanners;
     Watching& watching;
     FolderOpener& folderOpener;
-    DialogList& dialogList;
   };
   explicit ScannerLink(const Parts& parts) : parts_(parts) {}
 
-  Dispatcher& theDispatcher() override { return parts_.theDispatcher; }
   std::shared_ptr<const WatchSettings> settings() override { return parts_.preferences.settings(); }
-  void modifyScannerCountBy(std::int32_t delta) override {
-    parts_.scannerCount.modifyScannerCountBy(delta);
-  }
   bool clamdStillAlive() override { return parts_.engine.clamdStillAlive(); }
   void recoverFromCrashedClamd() override { parts_.engine.recoverFromCrashedClamd(); }
   void recoverUnreachableClamd() override { parts_.engine.recoverUnreachableClamd(); }
@@ -70,8 +103,6 @@ class ScannerLink final : public ScannerOwner {
     parts_.mainMenu.showStatus();
     parts_.engine.noEnginePanic({EngineProblem::Kind::scannerFailed, program});
   }
-  const ScannerMenu& mainMenu() override { return parts_.menuForScanners; }
-  DialogListOwner& dialogList() override { return parts_.dialogList; }
   void quit() override { parts_.watching.quit(); }
   void openAndWait(const std::string& folder) override { parts_.folderOpener.openAndWait(folder); }
   void open(const std::string& folder) override { parts_.folderOpener.open(folder); }
@@ -101,7 +132,6 @@ class WatcherLink final : public WatcherOwner {
   struct Parts {
     WatchList& watchList;
     Watching& watching;
-    Notifications& notifications;
     StatusBoard& statusBoard;
     Throbber& mainMenu;
   };
@@ -115,17 +145,6 @@ class WatcherLink final : public WatcherOwner {
   }
   void stopWatcherFromWatcher() override { parts_.watching.stopWatcherFromWatcher(); }
   void startWatcherFromWatcher() override { parts_.watching.startWatcherFromWatcher(); }
-  bool displayError(const std::string& description) override {
-    return parts_.notifications.displayGrowlDialogWithTitleAndDescription(notificationError,
-                                                                          description);
-  }
-  bool displayHelperError(const std::string& description) override {
-    NotificationDetails details;
-    details.topic = helperTopic;
-    return parts_.notifications.displayGrowlDialogWithTitleAndDescription(notificationError,
-                                                                          description, details);
-  }
-  void withdrawHelperErrors() override { parts_.notifications.withdraw(helperTopic); }
   void setHelperFails(bool fails) override {
     parts_.statusBoard.setHelperFails(fails);
     parts_.mainMenu.showStatus();

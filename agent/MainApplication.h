@@ -20,7 +20,7 @@ class MainApplication {
   MainApplication(Application& application, ApplicationLauncher& launcher, Clock& clock,
                   DistributedNotificationCenter& center, ThreadStarter& threads);
 
-  // Whether the desktop accepted to launch it. Beeps when it did not.
+  // Launches it. Returns false, with a beep, when the desktop does not accept that.
   bool openApp();
   // Waits, with the desktop alive, until the desktop has started it or could not; at most about two
   // seconds, in which it is tried in every way. Beeps when it could not.
@@ -43,7 +43,7 @@ class MainApplication {
   ThreadStarter& threads_;
   // Of every request that waits.
   std::vector<std::function<void()>> done_;
-  // True until the wait has ended; absent when nobody waits.
+  // True until the wait has ended; null when nobody waits.
   std::shared_ptr<std::atomic<bool>> waits_;
 };
 

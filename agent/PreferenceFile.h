@@ -26,8 +26,8 @@ class PreferenceFile {
   explicit PreferenceFile(const PreferenceFileServices& services) : services_(services) {}
 
   std::string path() const;
-  // What makes an engine where the preferences say that it is, or where the first ones will say so:
-  // a line for a terminal.
+  // Returns the line for a terminal that makes an engine where the preferences say that it is, or
+  // where the first ones will say so.
   std::string engineCommand(const std::optional<std::string>& chosenEngine) const;
   // Opens the file in the desktop's editor. Where there is none, a first one is written before: in
   // force as it stands, or, where other files decide already, with every line a comment. Beeps,
@@ -36,20 +36,21 @@ class PreferenceFile {
 
  private:
   std::string engineFolder() const;
-  // Nothing without the template.
+  // Returns nothing without the template.
   std::optional<std::string> first() const;
 
   const PreferenceFileServices services_;
 };
 
-// The template with its places filled in, as text of TOML. Pure.
+// What goes into the places of the template.
 struct FirstPreferences {
   std::string engine;
   std::string updateLog;
   std::string folder;
 };
+// Returns the template with its places filled in, as text of TOML. Pure.
 std::string filledIn(std::string text, const FirstPreferences& values);
-// The same with every line made a comment. Pure.
+// Returns the text with every line made a comment. Pure.
 std::string commentedOut(const std::string& text);
 
 }  // namespace quillo

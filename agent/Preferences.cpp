@@ -1,14 +1,28 @@
 #include "agent/Preferences.h"
 
 #include <utility>
+#include <vector>
 
-#include "agent/ScratchFolders.h"
 #include "engine/ClamdLink.h"
 #include "engine/DaemonStart.h"
+#include "platform/Folders.h"
 #include "platform/PreferenceStore.h"
+#include "platform/SystemLog.h"
+#include "posix/ChildProcess.h"
+#include "posix/FileFacts.h"
+#include "posix/FolderReader.h"
 #include "settings/PreferenceTable.h"
 
 namespace quillo {
+namespace {
+
+void makeFolder(const std::string& path) {
+  if (!fileExists(path)) {
+    runShellCommand("mkdir " + path);
+  }
+}
+
+}  // namespace
 
 Preferences::Preferences(PreferenceStore& store, const TypedPreferences& typed, SystemLog& log,
                          ClamdLink& engine, DaemonStart& daemon, ScratchFolders& scratchFolders)
@@ -59,6 +73,34 @@ void Preferences::setNeedsExit1FreshclamFlag(bool needed) {
   WatchSettings changed = *settings();
   changed.needsExit1FreshclamFlag = needed;
   settings_.store(std::move(changed));
+}
+
+void ScratchFolders::make() {
+  theTempDirToWatch = folders_.temporaryFolder().value_or("/tmp") + "/VantrelQuilloII";
+  makeFolder(*theTempDirToWatch);
+  theThrobberTempDir = *theTempDirToWatch + "/Throbber";
+  makeFolder(*theThrobberTempDir);
+  emptyThrobberFolder();
+}
+
+void ScratchFolders::emptyThrobberFolder() {
+  std::vector<std::string> entries;
+  appendEverythingBelow(*theThrobberTempDir + "/", entries);
+  if (entries.empty()) {
+    return;
+  }
+  // In a folder that others may write too, somebody could have laid a link to this user's files.
+  if (!isOwnFolder(*theTempDirToWatch) || !isOwnFolder(*theThrobberTempDir)) {
+    log_.log("Scratch folder " + *theThrobberTempDir +
+             " was made by somebody else; it is not emptied");
+    return;
+  }
+  runShellCommand("rm " + *theThrobberTempDir + "/*");
+}
+
+void ScratchFolders::forget() {
+  theThrobberTempDir.reset();
+  theTempDirToWatch.reset();
 }
 
 }  // namespace quillo

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "engine/EngineProblem.h"
 #include "posix/Snapshot.h"
@@ -10,10 +12,31 @@ namespace quillo {
 
 class ClamdLink;
 class DaemonStart;
+class Folders;
 class PreferenceStore;
-class ScratchFolders;
 class SystemLog;
 class TypedPreferences;
+
+// The agent's folders for what does not last, in the user's temporary folder. Main thread.
+class ScratchFolders {
+ public:
+  ScratchFolders(Folders& folders, SystemLog& log) : folders_(folders), log_(log) {}
+
+  // Makes the folders where they are missing, and empties the status menu's but for its subfolders,
+  // unless somebody else made it, which the log then says. A failure is ignored.
+  void make();
+  // Forgets the paths; the folders stay.
+  void forget();
+
+  std::optional<std::string> theTempDirToWatch;
+  std::optional<std::string> theThrobberTempDir;
+
+ private:
+  void emptyThrobberFolder();
+
+  Folders& folders_;
+  SystemLog& log_;
+};
 
 // What every start of watching begins with, and the settings that came of it. Main thread, but for
 // settings().
@@ -25,9 +48,9 @@ class Preferences {
   // Reads everything, makes sure that the daemon runs and makes the scratch folders, in the fixed
   // order. Returns false when no engine is usable, with the reason in the log.
   bool readPrefs();
-  // Why no engine was usable.
+  // Returns why no engine was usable.
   const EngineProblem& engineProblem() const { return engineProblem_; }
-  // What is wrong where no engine is named.
+  // Returns what is wrong where no engine is named.
   EngineProblem unnamedEngine();
   // Forgets the derived values.
   void drop();

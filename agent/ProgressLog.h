@@ -10,7 +10,7 @@ namespace quillo {
 
 class SystemLog;
 
-// Tells in the log of every station that a file passes, while the user wants to know. Any thread.
+// Logs every station that a file passes, while the user wants to know. Any thread.
 class ProgressLog final : public PipelineObserver {
  public:
   explicit ProgressLog(SystemLog& log) : log_(log) {}

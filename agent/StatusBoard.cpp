@@ -1,14 +1,19 @@
 #include "agent/StatusBoard.h"
 
 #include <ctime>
+#include <string>
 #include <utility>
 
+#include "agent/ScannerCount.h"
+#include "platform/Application.h"
 #include "platform/DockTile.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
+#include "platform/SystemLog.h"
 #include "posix/Accounts.h"
 #include "posix/Clock.h"
 #include "posix/Text.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 
@@ -45,6 +50,16 @@ void StatusBoard::setMissingFolders(const std::vector<std::string>& folders) {
   }
   MutexLock hold(mutex_);
   missingFolders_ = std::move(shown);
+}
+
+void StatusBoard::runBegan(std::size_t files) {
+  filesBeingScanned_ += files;
+  services_.scannerCount.modifyScannerCountBy(1);
+}
+
+void StatusBoard::runEnded(std::size_t files) {
+  filesBeingScanned_ -= files;
+  services_.scannerCount.modifyScannerCountBy(-1);
 }
 
 void StatusBoard::verdictGiven(const Verdict& verdict) {
@@ -94,6 +109,35 @@ std::string StatusBoard::timeOf(std::chrono::system_clock::time_point at) {
     std::strftime(buffer, sizeof buffer, "%H:%M:%S", &local);
   }
   return buffer;
+}
+
+bool DockWindow::isWanted() const {
+  const std::string wanted = lowercased(preferences_.value(key::showDockIcon).value_or(""));
+  return wanted == "true" || wanted == "both";
+}
+
+void DockWindow::showIfWanted() {
+  if (!isWanted()) {
+    return;
+  }
+  if (const int error = application_.transformToForegroundApplication()) {
+    logFailure(error);
+    return;
+  }
+  statusBoard_.showVerdicts();
+}
+
+int DockWindow::show() {
+  statusBoard_.showVerdicts();
+  const int error = application_.activateIgnoringOtherApps();
+  if (error != 0) {
+    logFailure(error);
+  }
+  return error;
+}
+
+void DockWindow::logFailure(int error) {
+  log_.log("Could not bring the application to front. Error " + std::to_string(error));
 }
 
 }  // namespace quillo

@@ -14,10 +14,14 @@
 
 namespace quillo {
 
+class Application;
 class Clock;
 class DockTile;
 class Folders;
 class LocalizedStrings;
+class ScannerCount;
+class SystemLog;
+class TypedPreferences;
 
 // The services that the status board uses. All of them outlive it.
 struct StatusBoardServices {
@@ -25,6 +29,7 @@ struct StatusBoardServices {
   DockTile& dockTile;
   Folders& folders;
   LocalizedStrings& localizedStrings;
+  ScannerCount& scannerCount;
 };
 
 // What the agent shows of itself besides icon and menu: the facts behind the words of its state,
@@ -55,8 +60,8 @@ class StatusBoard final : public ScanObserver {
   // Hands verdicts to the Dock tile from now on, beginning with the last ones before.
   void showVerdicts();
 
-  void runBegan(std::size_t files) override { filesBeingScanned_ += files; }
-  void runEnded(std::size_t files) override { filesBeingScanned_ -= files; }
+  void runBegan(std::size_t files) override;
+  void runEnded(std::size_t files) override;
   void verdictGiven(const Verdict& verdict) override;
 
  private:
@@ -90,6 +95,33 @@ class StatusBoard final : public ScanObserver {
   bool showsVerdicts_ QUILLO_GUARDED_BY(mutex_) = false;
   // The last ones, for as long as they are not shown.
   std::deque<Given> unseen_ QUILLO_GUARDED_BY(mutex_);
+};
+
+// The agent's own window, which is the one of its Dock tile. Main thread.
+class DockWindow {
+ public:
+  DockWindow(Application& application, const TypedPreferences& preferences, SystemLog& log,
+             StatusBoard& statusBoard)
+      : application_(application),
+        preferences_(preferences),
+        log_(log),
+        statusBoard_(statusBoard) {}
+
+  // Returns whether "ShowDockIcon" asks for a Dock tile.
+  bool isWanted() const;
+  // Shows the Dock tile, and verdicts in it, if it is wanted. The log says when it cannot be shown.
+  void showIfWanted();
+  // Brings the window to the front, whether or not a Dock tile is wanted. Returns 0, or the error's
+  // number, which the log says, too.
+  int show();
+
+ private:
+  void logFailure(int error);
+
+  Application& application_;
+  const TypedPreferences& preferences_;
+  SystemLog& log_;
+  StatusBoard& statusBoard_;
 };
 
 }  // namespace quillo

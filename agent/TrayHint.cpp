@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "agent/DockWindow.h"
+#include "agent/StatusBoard.h"
 #include "menu/Throbber.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"

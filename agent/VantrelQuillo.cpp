@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "platform/Application.h"
+#include "platform/ApplicationLauncher.h"
 #include "platform/DistributedNotificationCenter.h"
 #include "platform/MainInterface.h"
 #include "platform/PowerNotifications.h"
@@ -10,6 +11,7 @@
 #include "platform/StatusItem.h"
 #include "posix/ChildProcess.h"
 #include "posix/ThreadStarter.h"
+#include "settings/PreferenceTable.h"
 
 namespace quillo {
 namespace {
@@ -44,8 +46,7 @@ void VantrelQuillo::connectInterface() {
     log->setAction([this, log] { parts_.mainMenu.openLog(*log); });
   }
   interface.stateMenuItem.setAction([this] { parts_.dockWindow.show(); });
-  interface.mendMenuItem.setAction(
-      [this] { parts_.requests.attempt([this] { parts_.mending.mend(); }); });
+  interface.mendMenuItem.setAction([this] { parts_.requests.attempt([this] { mend(); }); });
   interface.noEngineAloneWindow.setAction(
       [this](ButtonDialog::Button) { parts_.preferenceFile.open(); });
   interface.noEngineWindow.setAction([this](ButtonDialog::Button button) {
@@ -115,6 +116,32 @@ void VantrelQuillo::abortScans() {
 
 void VantrelQuillo::updateVirusDefs() {
   parts_.requests.attempt([this] { parts_.definitionUpdates.updateVirusDefsAndNotify(true); });
+}
+
+// What can be done about each thing that the icon says to be wrong.
+void VantrelQuillo::mend() {
+  switch (parts_.mainMenu.attention()) {
+    case Attention::noEngine:
+      parts_.noEngineWindow.showAgain();
+      break;
+    case Attention::noDefinitions:
+    case Attention::oldDefinitions:
+      parts_.definitionUpdates.updateVirusDefsAndNotify(true);
+      break;
+    case Attention::missingFolders:
+      if (parts_.services.platform.applicationLauncher.isInstalled(mainApplicationIdentifier)) {
+        openPrefs(false);
+      } else {
+        parts_.preferenceFile.open();
+      }
+      break;
+    case Attention::gaps:
+      parts_.mainMenu.openScanLog();
+      break;
+    case Attention::none:
+    case Attention::helperFails:
+      break;
+  }
 }
 
 void VantrelQuillo::openAppFromError() {

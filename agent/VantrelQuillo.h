@@ -104,6 +104,7 @@ class VantrelQuillo {
   void startThreads();
   void answerScripts();
   void listenToDesktop();
+  void mend();
 
   AgentParts parts_;
 };

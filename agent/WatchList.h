@@ -41,11 +41,11 @@ class WatchList {
   // Looks out no more, and empties list and menu.
   void stop();
   void newVolumeAppeared(const std::string& devicePath);
-  // What is to be watched, in words for the log.
+  // Returns what is to be watched, in words for the log.
   std::string inWords() const;
 
-  // The folders among those to be watched that are not there, or were not when watching began. Any
-  // thread.
+  // Returns the folders that were to be watched and are not there now, or were not when watching
+  // began. Any thread.
   std::vector<std::string> missingFolders() const;
 
   std::shared_ptr<const std::vector<std::string>> getWatchedFolderList() const {

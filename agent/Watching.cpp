@@ -127,8 +127,8 @@ void Watching::setUp(bool update) {
                            : preferences.unnamedEngine());
   }
   const auto& parameters = parts_.scanParameters.scanAndUpdateParametersWithThrobber();
-  parts_.firstPatientScanner.setMenuAndParams(parameters);
-  parts_.secondPatientScanner.setMenuAndParams(parameters);
+  parts_.firstPatientScanner.setMenuAndParams(parameters, *preferences.settings());
+  parts_.secondPatientScanner.setMenuAndParams(parameters, *preferences.settings());
   parts_.watchList.populateMenu();
   parts_.statusBoard.setWatchedFolders(*parts_.watchList.getWatchedFolderList());
   parts_.statusBoard.setMissingFolders(parts_.watchList.missingFolders());

@@ -18,7 +18,7 @@ class Watching {
     starting,  // being set up: the engine may load for minutes
     watching,  // the watcher runs
     asleep,    // stopped for the machine's sleep; waking up starts it again
-    quitting,  // stopped, and the process ends as soon as the daemon can be told to quit
+    quitting,  // stopped, and the process ends as soon as the daemon takes its QUIT
   };
 
   explicit Watching(AgentParts& parts) : parts_(parts) {}
@@ -45,8 +45,8 @@ class Watching {
   // Stops watching, stops the daemon if the last start launched it, says so to the other
   // applications and ends the process with status 0, without waiting for anything that runs (its
   // scanners are ended) but a daemon of its own that is being launched, for the first time or
-  // again: then it may return, and the end comes when the daemon can be told, or is given up after
-  // a minute. Main thread.
+  // again: then it may return, and the end comes when the daemon takes its QUIT, or is given up
+  // after a minute. Main thread.
   void quit();
 
  private:

@@ -24,7 +24,7 @@ class ClamdCtrl {
   // Who may get a command.
   struct Peers {
     std::vector<uid_t> users = trustedDaemonUsers();
-    // The process that listens; absent where any of these users' will do.
+    // Picks the process that listens; null where any of these users' will do.
     std::function<bool(pid_t process)> isMeant = nullptr;
   };
 

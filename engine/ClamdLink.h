@@ -38,9 +38,9 @@ class ClamdLinkOwner {
 
 // The virus definitions with which files are scanned.
 struct LoadedDefinitions {
-  // Whether there are others than the built-in test definition; true also where nobody knows.
+  // There are others than the built-in test definition, as far as anybody knows.
   bool real = true;
-  // When they were built; absent where nobody knows.
+  // When they were built, where that is known.
   std::optional<std::chrono::system_clock::time_point> built = {};
 };
 
@@ -96,7 +96,7 @@ class ClamdLink {
   // Launches the daemon that was last used, or the installation's where that cannot be run. Throws
   // PlatformException when neither can be.
   void recoverFromCrashedClamd();
-  // Does so once for several callers at a time, and not when the daemon is back already.
+  // Launches it likewise, but once for several callers at a time, and not when it is back already.
   void recoverUnreachableClamd();
   // Sends "QUIT", but to no daemon that this link did not bring up.
   void quitClamd();
@@ -109,7 +109,7 @@ class ClamdLink {
   // from. May wait for the daemon's answer, a few seconds at most.
   LoadedDefinitions loadedDefinitions();
 
-  // The paths of the daemon in use; absent before they are known and after they were dropped.
+  // The paths of the daemon in use: none before they are known and after they were dropped.
   void setDaemonPaths(std::optional<std::string> clamdPATH,
                       std::optional<std::string> clamdConfPATH);
   std::optional<std::string> clamdPATH();
@@ -125,16 +125,16 @@ class ClamdLink {
   struct Exchange;
 
   Paths paths();
-  // Nothing when no more are to be launched.
+  // Returns null when no more are to be launched.
   std::shared_ptr<ChildProcess> beginLaunch(const LaunchRequest& request);
   Paths pathsOfInstallation();
   std::optional<std::string> configurationFile();
   std::string definitionFolder();
   std::vector<uid_t> trustedUsers();
-  // Who listens there; 0 for nobody who is trusted.
+  // Returns who listens there, or 0 for nobody who is trusted.
   pid_t listenerAt(const std::optional<std::string>& socket);
   void relaunch(const Paths& known);
-  // Whether the daemon took the command; absent when it has not answered in time.
+  // Returns true when the daemon took the command, and nothing when it has not answered in time.
   std::optional<bool> exchange(const std::string& command);
   std::shared_ptr<Exchange> begin(const std::string& command);
   ClamdCtrl::Peers peersFor(const std::string& command);

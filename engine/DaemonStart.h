@@ -22,7 +22,7 @@ class DaemonStart {
                                                   const EngineProblem& unnamed);
 
   bool weLaunchedClamd = false;
-  // While it loads its definitions, the daemon cannot be told to quit yet.
+  // While it loads its definitions, the daemon takes no QUIT yet.
   bool launchingClamd = false;
 
  private:

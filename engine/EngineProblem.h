@@ -15,7 +15,7 @@ struct EngineProblem {
     scannerMissing,   // the program that scans cannot be read
     scannerFailed,    // it could not be started
     updaterMissing,   // the program that updates cannot be read; scans go on
-    updaterNotKnown,  // nothing tells where it lies
+    updaterNotKnown,  // nothing says where it lies
   };
 
   Kind kind = Kind::notChosen;

@@ -34,7 +34,7 @@ struct StatusFacts {
   bool preferencesMissing = false;
   bool settingUp = false;
   bool updating = false;
-  // Whether the animation runs: a run of the engine too short for it is not worth a word.
+  // The animation runs: a run of the engine too short for it is not worth a word.
   bool busy = false;
   bool watching = false;
   // No changed file is reported, whatever is meant to be watched.
@@ -98,7 +98,8 @@ class StatusText {
   std::optional<Clock::Duration> shownAt_ QUILLO_GUARDED_BY(mutex_);
 };
 
-// The number in decimal, with `separator` between groups of three digits if it is `least` or more.
+// Returns the number in decimal, with `separator` between groups of three digits if it is `least`
+// or more. Pure.
 std::string groupedDigits(std::size_t number, std::string_view separator, std::size_t least);
 
 }  // namespace quillo

@@ -6,9 +6,9 @@
 #include <optional>
 #include <string>
 
-#include "menu/MyMenuItem.h"
 #include "menu/StatusText.h"
 #include "platform/Image.h"
+#include "platform/Menu.h"
 #include "posix/Condition.h"
 #include "posix/Mutex.h"
 #include "posix/Snapshot.h"
@@ -28,6 +28,25 @@ class SystemLog;
 class TypedPreferences;
 class Workspace;
 struct MainInterface;
+
+// A fixed item of the status menu. Its state is always set explicitly, never by the desktop.
+class MyMenuItem {
+ public:
+  explicit MyMenuItem(MenuItem& item) : item_(item) {}
+
+  // Returns false always: automatic enabling has no say.
+  bool validateUserInterfaceItem() const { return false; }
+
+  std::string title() const { return item_.title(); }
+  void setTitle(const std::string& title) { item_.setTitle(title); }
+  bool isEnabled() const { return item_.isEnabled(); }
+  void setEnabled(bool enabled) { item_.setEnabled(enabled); }
+  void setHidden(bool hidden) { item_.setHidden(hidden); }
+  MenuItem& item() { return item_; }
+
+ private:
+  MenuItem& item_;
+};
 
 // The services that the status menu uses. All of them outlive it.
 struct ThrobberServices {

@@ -10,7 +10,6 @@
 #include "scanning/FileRemover.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 
 namespace quillo {
 namespace {
@@ -119,7 +118,7 @@ bool Consequences::warn(const std::shared_ptr<FoundFile>& file) {
     return false;
   }
   theDialog = dialog;
-  FileRemover::attachTo(dialog, file, owner_.dialogList(), services_);
+  FileRemover::attachTo(dialog, file, services_);
   dialog->orderFrontRegardless();
   return true;
 }
@@ -159,9 +158,7 @@ void Consequences::notify(NotificationCode code, const std::string& description,
     details.topic = left->topic();
     details.buttons.push_back({showTitle, [left] { left->show(); }, true});
     details.buttons.push_back({strings.stringForKey("NOTIFICATION_TRASH", ""),
-                               [left, &owner, &services] {
-                                 FileRemover::moveToTrash(left, owner.dialogList(), services);
-                               },
+                               [left, &services] { FileRemover::moveToTrash(left, services); },
                                true});
   } else if (code == notificationQuarantined && !infection.destination.empty()) {
     details.buttons.push_back(

@@ -93,9 +93,9 @@ class Dispatcher {
   void measureOrWait();
   void takeOver(std::vector<std::string>& paths) QUILLO_REQUIRES(lists.lock4Lists);
   void copyIntakeToMyItemList() QUILLO_EXCLUDES(lists.lock4Lists);
-  // Whether the path stays among those measured.
+  // Returns false when the path leaves those measured.
   bool measure(const std::string& path, Item& item) QUILLO_REQUIRES(lists.lock4Lists);
-  // Whether a path that was measured so would have become ready, had it not changed.
+  // Returns true when a path that was measured so would have become ready, had it not changed.
   bool wouldGoOut(const std::string& path, const Item& item);
   void signalDispatchLock();
 

@@ -8,7 +8,6 @@
 #include "scanning/PipelineObserver.h"
 #include "scanning/ScanReport.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 
 namespace quillo {
 namespace {
@@ -28,28 +27,18 @@ std::string orNull(std::optional<int> number) {
   return number ? std::to_string(*number) : "(null)";
 }
 
-// Raises the count of running scans, and of files in them, for the length of a scope.
+// Has a run of the engine counted for the length of a scope.
 class CountedScan {
  public:
-  CountedScan(ScannerOwner& owner, ScanObserver* observer, std::size_t files)
-      : owner_(owner), observer_(observer), files_(files) {
-    if (observer_) {
-      observer_->runBegan(files_);
-    }
-    owner_.modifyScannerCountBy(1);
+  CountedScan(ScanObserver& observer, std::size_t files) : observer_(observer), files_(files) {
+    observer_.runBegan(files_);
   }
-  ~CountedScan() {
-    if (observer_) {
-      observer_->runEnded(files_);
-    }
-    owner_.modifyScannerCountBy(-1);
-  }
+  ~CountedScan() { observer_.runEnded(files_); }
   CountedScan(const CountedScan&) = delete;
   CountedScan& operator=(const CountedScan&) = delete;
 
  private:
-  ScannerOwner& owner_;
-  ScanObserver* const observer_;
+  ScanObserver& observer_;
   const std::size_t files_;
 };
 
@@ -107,7 +96,7 @@ void EngineRun::perform(const InfectionPolicy& policy, const std::function<void(
 }
 
 void EngineRun::attempt(const std::function<void()>& steps) {
-  const CountedScan counted(owner_, services_.scanObserver, paths_.size());
+  const CountedScan counted(services_.scanObserver, paths_.size());
   try {
     steps();
   } catch (const PlatformException& failure) {

@@ -99,7 +99,7 @@ class EngineRun {
   // Of the thread that performs the run.
   std::vector<std::string> scanArguments;
   std::optional<std::string> scanCommandPath;
-  bool outputPipe = false;  // whether there is one
+  bool outputPipe = false;  // there is one
   // The number by which its reading end is known, of the descriptor or of who writes into it.
   std::optional<int> taskOutput;
   std::optional<ChildProcess> scanCheckTask;

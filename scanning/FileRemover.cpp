@@ -8,16 +8,15 @@
 #include "posix/Text.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 
 namespace quillo {
 
 void FileRemover::attachTo(const std::shared_ptr<ButtonDialog>& dialog,
-                           const std::shared_ptr<FoundFile>& file, DialogListOwner& owner,
+                           const std::shared_ptr<FoundFile>& file,
                            const ScannerServices& services) {
-  auto remover = std::make_shared<FileRemover>(dialog, file, owner, services);
+  auto remover = std::make_shared<FileRemover>(dialog, file, services);
   file->setRemover(remover);
-  owner.addToDialogList(remover);
+  services.theDialogList.addToDialogList(remover);
   const Verdict& infection = file->infection();
   dialog->setSuspicious(infection.isHeuristic());
   if (!infection.target.empty()) {
@@ -32,8 +31,8 @@ void FileRemover::attachTo(const std::shared_ptr<ButtonDialog>& dialog,
 }
 
 FileRemover::FileRemover(std::shared_ptr<ButtonDialog> dialog, std::shared_ptr<FoundFile> file,
-                         DialogListOwner& owner, const ScannerServices& services)
-    : theDialog(std::move(dialog)), file_(std::move(file)), owner_(owner), services_(services) {}
+                         const ScannerServices& services)
+    : theDialog(std::move(dialog)), file_(std::move(file)), services_(services) {}
 
 int FileRemover::getLastColon(const std::string& text) { return lastColon(text); }
 
@@ -55,36 +54,36 @@ void FileRemover::moveToTrash(ButtonDialog::Button sender) {
   } else if (modifiers & ModifierKeys::optionKey) {
     file_->show();
   }
-  owner_.removeFromDialogList(*this);
+  services_.theDialogList.removeFromDialogList(*this);
   if (modifiers & ModifierKeys::commandKey) {
-    owner_.removeAllFromDialogList();
+    services_.theDialogList.removeAllFromDialogList();
   }
   theDialog->close();
   if (!problem.empty()) {
-    showFailure(problem, file_, owner_, services_);
+    showFailure(problem, file_, services_);
   }
 }
 
-void FileRemover::moveToTrash(const std::shared_ptr<FoundFile>& file, DialogListOwner& owner,
+void FileRemover::moveToTrash(const std::shared_ptr<FoundFile>& file,
                               const ScannerServices& services) {
   const std::string problem = tryToMove(*file, services);
   if (const auto remover = file->remover()) {
-    owner.removeFromDialogList(*remover);
+    services.theDialogList.removeFromDialogList(*remover);
     remover->ignoreWarning();
   }
   if (!problem.empty()) {
-    showFailure(problem, file, owner, services);
+    showFailure(problem, file, services);
   }
 }
 
 // In a window of its own: the one that was answered is gone, as ever.
 void FileRemover::showFailure(const std::string& problem, const std::shared_ptr<FoundFile>& file,
-                              DialogListOwner& owner, const ScannerServices& services) {
+                              const ScannerServices& services) {
   const auto dialog = services.interfaceLoader.load("WarningDialog");
   if (!dialog) {
     return;
   }
-  attachTo(dialog, file, owner, services);
+  attachTo(dialog, file, services);
   dialog->showFailure(Wording{"NOT_TRASHED", {problem}}.in(services.localizedStrings));
   dialog->orderFrontRegardless();
 }

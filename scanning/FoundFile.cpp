@@ -11,7 +11,7 @@
 #include "platform/Workspace.h"
 #include "posix/Text.h"
 #include "scanning/ScanReport.h"
-#include "scanning/ScannerServices.h"
+#include "scanning/ScannerOwner.h"
 
 namespace quillo {
 namespace {

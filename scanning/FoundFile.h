@@ -36,8 +36,7 @@ class FoundFile : public std::enable_shared_from_this<FoundFile> {
   std::shared_ptr<FileRemover> remover() const { return remover_.lock(); }
 
   // Moves it to the trash of the desktop, at the user's wish, and notes that in the scan log.
-  // Returns
-  // "" when it was moved, else why not, in words for people. Main thread.
+  // Returns "" when it was moved, else why not, in words for people. Main thread.
   std::string moveToTrash();
   // Selects it in the file manager. Main thread.
   void show();

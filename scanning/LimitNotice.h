@@ -24,7 +24,7 @@ class ReportedFiles {
   // Of more, those reported longest ago are forgotten.
   static constexpr std::size_t most = 1000;
 
-  // Enters the file. Returns whether it was not there yet.
+  // Enters the file. Returns false when it was there already.
   bool add(const std::string& path);
 
  private:
@@ -33,7 +33,7 @@ class ReportedFiles {
   std::deque<std::string> inOrder_ QUILLO_GUARDED_BY(lock_);
 };
 
-// Returns whether somebody would know the file by its name: it is neither hidden nor in a hidden
+// Returns true when somebody would know the file by its name: it is neither hidden nor in a hidden
 // folder, where programs keep what is theirs, nor a download that is not complete. Pure.
 bool isKnownToItsUser(std::string_view path);
 

@@ -15,13 +15,13 @@ class PathPattern {
   PathPattern(const PathPattern&) = delete;
   PathPattern& operator=(const PathPattern&) = delete;
 
-  // Whether it matches in the full path or in its last component. Any thread.
+  // Returns true when it matches in the full path or in its last component. Any thread.
   bool matches(const std::string& path) const;
-  // Whether it matches in the text as a whole. Any thread.
+  // Returns true when it matches in the text as a whole. Any thread.
   bool matchesText(const std::string& text) const;
 
-  // The expression that matches `text` alone, as users write plain patterns: a leading "~" becomes
-  // the home folder. "]", "{" and "}" keep their meaning.
+  // Returns the expression that matches `text` alone, as users write plain patterns: a leading "~"
+  // becomes the home folder. "]", "{" and "}" keep their meaning.
   static std::string literalExpression(const std::string& text, const std::string& home);
 
  private:

@@ -1,17 +1,25 @@
 #include "scanning/PatientScanner.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <exception>
 #include <utility>
 
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
+#include "posix/ChildProcess.h"
+#include "posix/EscapedPath.h"
+#include "posix/OwnFile.h"
+#include "posix/PlatformException.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/EngineRun.h"
-#include "scanning/ScanList.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 #include "settings/TypedPreferences.h"
 
 namespace quillo {
@@ -23,7 +31,7 @@ PatientScanner::~PatientScanner() = default;
 
 void PatientScanner::setMyName(const std::string& name) { name_ = name; }
 
-void PatientScanner::setMenuAndParams(const ScanArgumentList& list) {
+void PatientScanner::setMenuAndParams(const ScanArgumentList& list, const WatchSettings& chosen) {
   const std::shared_ptr<const Settings> before = settings_.load();
   Settings settings;
   for (std::size_t index = 1; index < list.size(); ++index) {
@@ -31,12 +39,11 @@ void PatientScanner::setMenuAndParams(const ScanArgumentList& list) {
       settings.scanParams.push_back(*argument);
     }
   }
-  const std::shared_ptr<const WatchSettings> chosen = owner_.settings();
-  settings.policy.quarantineOrTrash = chosen->quarantineOrTrash;
+  settings.policy.quarantineOrTrash = chosen.quarantineOrTrash;
   settings.excludePatterns = readExcludePatterns();
   settings.policy.quarantineLocation = before->policy.quarantineLocation;
-  if (chosen->quarantineOrTrash == InfectedFileAction::quarantine) {
-    settings.policy.quarantineLocation = chosen->quarantineFolder.value_or("");
+  if (chosen.quarantineOrTrash == InfectedFileAction::quarantine) {
+    settings.policy.quarantineLocation = chosen.quarantineFolder.value_or("");
   }
   settings.policy.suppressInfoDialogs = services_.preferences.value(key::suppressInfoDialogs);
   settings_.store(std::move(settings));
@@ -67,7 +74,7 @@ void PatientScanner::mainLoop() {
 }
 
 void PatientScanner::round() {
-  Dispatcher& dispatcher = owner_.theDispatcher();
+  Dispatcher& dispatcher = services_.theDispatcher;
   while (dispatcher.scannableCount() == 0) {
     dispatcher.scannerLock().lock();
     dispatcher.scannerLock().wait();
@@ -128,11 +135,52 @@ void PatientScanner::runEngine(EngineRun& run) {
     return taskDataAvailable(chunk);
   };
   run.waitUntilExit(handler, [this] {
-    report_.consequences().showEngineError(owner_.mainMenu().getQuitMenuName());
+    report_.consequences().showEngineError(services_.mainMenu.getQuitMenuName());
   });
   run.drain(handler);
   list.remove();
   run.finish();
+}
+
+ScanList::ScanList(const std::string& scannerName)
+    : path_("/tmp/VantrelQuilloScanList_" + scannerName + ".txt") {}
+
+std::string ScanList::write(const std::vector<std::string>& paths) {
+  std::string text;
+  for (const std::string& path : paths) {
+    text.append(escapedPathLine(path)).push_back('\n');
+  }
+  memory_.reset();
+  const std::string problem = writeOwnFile("Scan list", path_, text);
+  if (!problem.empty()) {
+    keepInMemory(text);
+  }
+  return problem;
+}
+
+void ScanList::keepInMemory(const std::string& text) {
+  const std::string name = "/vantrel-quillo-" + std::to_string(getpid()) + "-" +
+                           std::to_string(reinterpret_cast<std::uintptr_t>(this));
+  memory_.reset(shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600));
+  if (!memory_) {
+    throw PlatformException::ofSystemCall("ScanListFailure", "cannot keep a scan list in memory",
+                                          errno);
+  }
+  shm_unlink(name.c_str());
+  fcntl(memory_.get(), F_SETFD, FD_CLOEXEC);
+  if (!writeAll(memory_.get(), text)) {
+    throw PlatformException::ofSystemCall("ScanListFailure", "cannot write a scan list in memory",
+                                          errno);
+  }
+  lseek(memory_.get(), 0, SEEK_SET);
+}
+
+void ScanList::remove() {
+  if (memory_) {
+    memory_.reset();
+  } else {
+    runShellCommand("rm " + path_);
+  }
 }
 
 }  // namespace quillo

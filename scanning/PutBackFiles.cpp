@@ -34,7 +34,8 @@ bool isSameTime(const FileIdentity& a, const FileIdentity& b) {
   return a.changed / finestTime == b.changed / finestTime;
 }
 
-// Only with the time at which it was made is a file told from a later one of the same number.
+// Only with the time at which it was made is a file distinguished from a later one of the same
+// number.
 bool isSameFile(const FileIdentity& a, const FileIdentity& b) {
   return a.device == b.device && a.number == b.number && a.made == b.made && a.made != 0;
 }

@@ -17,8 +17,8 @@ struct FilePrint {
   FileIdentity identity;
   std::string hash;  // of its contents, SHA-256; "" when it is too large for that
 
-  // Takes it of the regular file itself that bears that name. Absent when there is none, when it
-  // cannot be read, or when it changes meanwhile. Any thread.
+  // Takes it of the regular file itself that bears that name. Returns nothing when there is none,
+  // when it cannot be read, or when it changes meanwhile. Any thread.
   static std::optional<FilePrint> of(const std::string& path);
 };
 
@@ -38,7 +38,7 @@ class PutBackFiles {
   void hasLeft(const Verdict& infection, const FilePrint& found);
   // Keeps a file that the scanner moved, to where the verdict says.
   void wasMoved(const Verdict& infection);
-  // Returns whether what lies there now is such a file, unchanged, in which the engine finds the
+  // Returns true when what lies there now is such a file, unchanged, in which the engine finds the
   // same threat as before.
   bool isPutBack(const Verdict& infection);
 
@@ -47,7 +47,7 @@ class PutBackFiles {
     std::string path;  // where it was found
     std::string threat;
     FilePrint print;
-    // Whether it was copied when it was moved: then the time of its contents is that of the move.
+    // It was copied when it was moved: the time of its contents is that of the move.
     bool isCopy = false;
   };
 

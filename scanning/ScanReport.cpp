@@ -14,7 +14,6 @@
 #include "scanning/PipelineObserver.h"
 #include "scanning/PutBackFiles.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 
 namespace quillo {
 namespace {
@@ -96,8 +95,8 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   }
   limitNotice_.add(verdict, services_.reportedFiles);
   unjudged_.erase(verdict.path);
-  if (services_.scanObserver && verdict.path.starts_with('/')) {
-    services_.scanObserver->verdictGiven(verdict);
+  if (verdict.path.starts_with('/')) {
+    services_.scanObserver.verdictGiven(verdict);
   }
   logLine(line, timestamp);
   if (isSpared) {

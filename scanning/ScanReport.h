@@ -22,9 +22,9 @@ void writeScanLogLine(const std::string& timestamp, const std::string& text);
 
 // Where one scanner's reading of the report differs from another's.
 struct ReportRules {
-  // Whether " FOUND" makes an infection anywhere in a line, or only at its end.
+  // " FOUND" makes an infection anywhere in a line, not only at its end.
   bool foundAnywhere = false;
-  // Whether the line that says that the daemon is gone has it recovered, or is logged like any.
+  // The line that says that the daemon is gone has it recovered, and is not logged like any.
   bool recoversDaemon = true;
   bool waitsForOpener = true;
 };
@@ -53,7 +53,7 @@ class ScanReport {
 
  private:
   void dealWithLine(const std::string& line, const std::string& timestamp);
-  // `wasPutBack` is set where the scanner asked whether it may move the file.
+  // Sets `wasPutBack` where the scanner asked for leave to move the file.
   Verdict understood(const std::string& line, std::optional<bool>& wasPutBack);
   bool isInfection(std::string_view line) const;
   bool isPutBack(const Verdict& infection) const;

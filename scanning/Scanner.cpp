@@ -14,7 +14,6 @@
 #include "scanning/EngineRun.h"
 #include "scanning/PathPattern.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 
 namespace quillo {
 namespace {
@@ -206,7 +205,7 @@ void Scanner::runEngine(EngineRun& run, const std::vector<std::string>& thePaths
   run.waitUntilExit([this](std::string_view chunk) { return taskDataAvailable(chunk); },
                     [this] {
                       report_.consequences().showEngineError(
-                          (mainMenu ? *mainMenu : owner_.mainMenu()).getQuitMenuName());
+                          (mainMenu ? *mainMenu : services_.mainMenu).getQuitMenuName());
                     });
   run.finish();
 }

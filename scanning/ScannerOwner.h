@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <variant>
@@ -8,8 +7,25 @@
 
 namespace quillo {
 
+class AbortedScans;
+class Application;
+class Clock;
 class Dispatcher;
+class FileDepartures;
 class FileRemover;
+class Folders;
+class InterfaceLoader;
+class LocalizedStrings;
+class ModifierKeys;
+class Notifier;
+class PipelineObserver;
+class PutBackFiles;
+class ReportedFiles;
+class RunningScanners;
+class ScanObserver;
+class SystemLog;
+class TypedPreferences;
+class Workspace;
 struct WatchSettings;
 
 // What a scanner asks of the status menu.
@@ -40,21 +56,16 @@ class DialogListOwner {
 class ScannerOwner {
  public:
   virtual ~ScannerOwner() = default;
-  virtual Dispatcher& theDispatcher() = 0;
   // Returns what was read at the last start of watching.
   virtual std::shared_ptr<const WatchSettings> settings() = 0;
-  virtual void modifyScannerCountBy(std::int32_t delta) = 0;
   // Returns whether the daemon takes a command, or is at work.
   virtual bool clamdStillAlive() = 0;
   // Launches the daemon again. Throws PlatformException when it cannot be run.
   virtual void recoverFromCrashedClamd() = 0;
-  // Does so unless the daemon has come back by the time it is this caller's turn.
+  // Launches it likewise, unless it has come back by the time it is this caller's turn.
   virtual void recoverUnreachableClamd() = 0;
   // Shows the user that no engine is usable since `program` cannot be run.
   virtual void noEnginePanic(const std::string& program) = 0;
-  // Returns the status menu, for whoever was given none with the parameters.
-  virtual const ScannerMenu& mainMenu() = 0;
-  virtual DialogListOwner& dialogList() = 0;
   // Ends the agent. Returns only while a daemon is being launched: the end then comes later. Main
   // thread.
   virtual void quit() = 0;
@@ -64,6 +75,33 @@ class ScannerOwner {
   virtual void open(const std::string& folder) = 0;
   // Opens the scan log for the user. Main thread.
   virtual void openScanLog() = 0;
+};
+
+// The services that the scanners and their dialogs use. All of them outlive the scanners.
+struct ScannerServices {
+  Application& application;
+  Clock& clock;
+  DialogListOwner& theDialogList;
+  Dispatcher& theDispatcher;
+  Folders& folders;
+  InterfaceLoader& interfaceLoader;
+  LocalizedStrings& localizedStrings;
+  // For whoever was given none with the parameters.
+  const ScannerMenu& mainMenu;
+  ModifierKeys& modifierKeys;
+  Notifier& notifier;
+  const TypedPreferences& preferences;
+  ScanObserver& scanObserver;
+  SystemLog& systemLog;
+  Workspace& workspace;
+  // Null where found files are not followed up.
+  FileDepartures* fileDepartures = nullptr;
+  PutBackFiles* putBackFiles = nullptr;
+  // Each null when nobody looks on, or remembers.
+  PipelineObserver* pipelineObserver = nullptr;
+  RunningScanners* runningScanners = nullptr;
+  ReportedFiles* reportedFiles = nullptr;
+  AbortedScans* abortedScans = nullptr;
 };
 
 }  // namespace quillo

@@ -15,7 +15,7 @@ enum class InfectedFileAction { leaveInPlace, quarantine, moveToTrash };
 std::string letterOf(InfectedFileAction action);
 
 // What the preferences said when watching began, and what follows from it. It is replaced as a
-// whole. Paths are absent where no preference names them.
+// whole. A path is set where a preference names it.
 struct WatchSettings {
   // The engine's folder and programs, and the log of definition updates.
   std::optional<std::string> clamPATH;
@@ -25,9 +25,9 @@ struct WatchSettings {
   bool runningOnServer = false;
   bool usingClamDemon = false;
 
-  // What the user is told of an infected file.
+  // What the user is shown of an infected file.
   InfectedFileAction quarantineOrTrash = InfectedFileAction::leaveInPlace;
-  // Absent unless infected files go to a quarantine; "" where no preference names its folder.
+  // Set only where infected files go to a quarantine; "" where no preference names its folder.
   std::optional<std::string> quarantineFolder;
   bool scanEmail = true;
   bool useMultiscan = false;

@@ -7,6 +7,7 @@
 #include "platform/Authorization.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
+#include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
 #include "posix/EscapedPath.h"
@@ -125,7 +126,9 @@ void FSEventWatcher::showThatHelperFails() {
 }
 
 void FSEventWatcher::showHelperProblem(const std::string& problem) {
-  owner_.displayHelperError(problem);
+  NotificationDetails details;
+  details.topic = helperTopic;
+  services_.notifier.displayGrowlDialogWithTitleAndDescription(notificationError, problem, details);
   showsProblem_ = true;
 }
 
@@ -240,7 +243,7 @@ void FSEventWatcher::judgeLine(std::string_view line) {
   if (!line.empty() && !isPathLine(line)) {
     lastWords_ = line.substr(0, longestWords);
   } else if (!line.empty() && std::exchange(showsProblem_, false)) {
-    owner_.withdrawHelperErrors();
+    services_.notifier.withdraw(helperTopic);
   }
   // Looked for in the line: a file that only bears the name of a fork is spelled in another way.
   if (line.ends_with(resourceFork)) {

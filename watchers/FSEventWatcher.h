@@ -28,7 +28,7 @@ class RestartPauses {
 
   // Returns the pause after a run that lasted from `began` to `ended`, two times of one Clock.
   Clock::Duration afterRun(Clock::Duration began, Clock::Duration ended);
-  // Returns whether the program was started in vain too often and no run has lasted since.
+  // Returns true when the program was started in vain too often and no run has lasted since.
   bool isPausing() const { return pause_ > Clock::Duration::zero(); }
 
  private:
@@ -72,7 +72,7 @@ class FSEventWatcher {
     std::atomic<bool> isWatching{false};
     Mutex lock;
     std::shared_ptr<ChildProcess> scanCheckTask QUILLO_GUARDED_BY(lock);
-    // Whether a thread runs, or is about to run, mainLoop(), and whether it shall watch.
+    // A thread runs, or is about to run, mainLoop(); and it shall watch.
     bool loopClaimed QUILLO_GUARDED_BY(lock) = false;
     bool loopWanted QUILLO_GUARDED_BY(lock) = false;
   };

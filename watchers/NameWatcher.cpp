@@ -4,6 +4,7 @@
 
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
+#include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/Accounts.h"
 #include "posix/Text.h"
@@ -88,7 +89,8 @@ void NameWatcher::placeHasGap(const std::string& place, Gap gap) {
   try {
     services_.systemLog.log(logLine(place, gap));
     const std::string text = services_.localizedStrings.stringForKey(keyOf(gap), "");
-    owner_.displayError(
+    services_.notifier.displayGrowlDialogWithTitleAndDescription(
+        notificationError,
         replacingAll(text, "%@", abbreviatingWithTilde(place, services_.folders.homeFolder())));
     std::size_t count = 0;
     {

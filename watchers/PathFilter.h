@@ -25,7 +25,7 @@ class PathFilter {
   // Takes the watched folders as they are now and follows links that have been turned elsewhere. To
   // be called before the paths that have come together are judged.
   void refresh();
-  // Returns whether the path, in bytes as they are, goes on.
+  // Returns true when the path, in bytes as they are, goes on.
   bool passes(const std::string& path) const;
   bool isTrashed(const std::string& path) const;
 

@@ -18,6 +18,7 @@ class Clock;
 class Folders;
 class LocalizedStrings;
 class NameWatch;
+class Notifier;
 class SystemLog;
 class TrashFolders;
 class TypedPreferences;
@@ -56,11 +57,7 @@ class WatcherOwner {
   virtual void stopWatcherFromWatcher() = 0;
   // Asks the main thread to start watching and does not wait for it.
   virtual void startWatcherFromWatcher() = 0;
-  // Return whether the notification was posted. An error of the helper can be withdrawn.
-  virtual bool displayError(const std::string& description) = 0;
-  virtual bool displayHelperError(const std::string& description) = 0;
-  virtual void withdrawHelperErrors() = 0;
-  // Shows whether nothing is being watched just now since the helper cannot run.
+  // Shows that nothing is watched just now since the helper cannot run, or that it runs again.
   virtual void setHelperFails(bool fails) = 0;
   // Shows in how many of the watched places changes can be missed.
   virtual void setPlacesWithGaps(std::size_t count) = 0;
@@ -74,6 +71,7 @@ struct WatcherServices {
   Folders& folders;
   LocalizedStrings& localizedStrings;
   NameWatch& nameWatch;
+  Notifier& notifier;
   const TypedPreferences& preferences;
   SystemLog& systemLog;
   TrashFolders& trashFolders;

@@ -48,11 +48,11 @@ class AgentPipeline : public testing::Test, protected AgentUnderTest {
     return desktop.interfaceLoader.loaded(name);
   }
   Lines notified() {
-    Lines told;
+    Lines shown;
     for (const GrowlNotification& each : desktop.growl.posted()) {
-      told.push_back(each.name + " " + each.description);
+      shown.push_back(each.name + " " + each.description);
     }
-    return told;
+    return shown;
   }
 };
 

@@ -118,7 +118,7 @@ TEST_F(WatcherAndHelper, PauseAfterTenRestartsAndSayOnceWhatIsWrong) {
     ASSERT_TRUE(helper->waitForLaunches(1)) << pause;
   }
   EXPECT_EQ(owner.calls(),
-            Lines{"error: Nothing is watched: gfslogger: the kernel has no fanotify"});
+            Lines{"helper error: Nothing is watched: gfslogger: the kernel has no fanotify"});
   EXPECT_TRUE(owner.paths().empty());
 }
 
@@ -130,7 +130,7 @@ TEST_F(WatcherAndHelper, TakeWhatTheySaidOfItBackOnceItTellsOfAChange) {
   helper->folder().write("mended", "");
   clock.advance(std::chrono::seconds(1));
   ASSERT_TRUE(owner.waitForPaths(1));
-  EXPECT_EQ(owner.calls().back(), "withdraw");
+  EXPECT_EQ(owner.calls().back(), "withdraw helper");
 }
 
 TEST_F(WatcherAndHelper, EndAPauseAtOnceWhenStopped) {
@@ -158,7 +158,7 @@ TEST_F(WatcherAndHelper, SayThatAHelperIsMissing) {
   desktop.folders.resources = helper->folder().makeFolder("empty");
   run();
   ASSERT_TRUE(clock.waitUntilParked(1));
-  EXPECT_EQ(owner.calls(), Lines{"error: " + desktop.folders.resources +
+  EXPECT_EQ(owner.calls(), Lines{"helper error: " + desktop.folders.resources +
                                  "/gfslogger: launch path not accessible"});
 }
 
@@ -229,8 +229,9 @@ TEST_F(WatcherAndHelper, AreInstalledAndStartedAgainWhenTheRightsAreMissing) {
   desktop.authorization.duringRequest = [&] { beforeTheRequest = owner.calls(); };
   start("exit 1");
   waitForEnd();
-  EXPECT_EQ(beforeTheRequest, (Lines{"stopWatcher", "error: Not installed yet"}));
-  EXPECT_EQ(owner.calls(), (Lines{"stopWatcher", "error: Not installed yet", "startWatcher"}));
+  EXPECT_EQ(beforeTheRequest, (Lines{"stopWatcher", "helper error: Not installed yet"}));
+  EXPECT_EQ(owner.calls(),
+            (Lines{"stopWatcher", "helper error: Not installed yet", "startWatcher"}));
   const Lines command{"/bin/sh", "-c",
                       "chown root \"" + tool() + "\"; chmod +s \"" + tool() + "\""};
   EXPECT_EQ(desktop.authorization.requests, std::vector<Lines>{command});
@@ -257,19 +258,19 @@ TEST_F(WatcherAndHelper, EndTheApplicationWhenTheRightsAreRefused) {
   owner.onStop = [this] { watcher.stopWatching(); };
   Lines beforeTheRequest;
   desktop.authorization.duringRequest = [&] { beforeTheRequest = owner.calls(); };
-  Lines toldBeforeTheEnd;
+  Lines callsBeforeTheEnd;
   Lines loggedBeforeTheEnd;
   desktop.application.onTerminate = [&] {
-    toldBeforeTheEnd = owner.calls();
+    callsBeforeTheEnd = owner.calls();
     loggedBeforeTheEnd = desktop.systemLog.lines();
   };
   start("exit 1");
   waitForEnd();
-  EXPECT_EQ(beforeTheRequest, (Lines{"stopWatcher", "error: <FSEVENT_NOT_SETUID>"}));
-  EXPECT_EQ(toldBeforeTheEnd, owner.calls());
+  EXPECT_EQ(beforeTheRequest, (Lines{"stopWatcher", "helper error: <FSEVENT_NOT_SETUID>"}));
+  EXPECT_EQ(callsBeforeTheEnd, owner.calls());
   EXPECT_EQ(loggedBeforeTheEnd, desktop.systemLog.lines());
-  EXPECT_EQ(owner.calls(), (Lines{"stopWatcher", "error: <FSEVENT_NOT_SETUID>",
-                                  "error: the dialog was dismissed"}));
+  EXPECT_EQ(owner.calls(), (Lines{"stopWatcher", "helper error: <FSEVENT_NOT_SETUID>",
+                                  "helper error: the dialog was dismissed"}));
   EXPECT_EQ(desktop.systemLog.lines(),
             (Lines{"termination status = 1", "attempting to terminate gfslogger",
                    "the dialog was dismissed", "Authentication failed. Sorry!"}));

@@ -43,7 +43,7 @@ class PatientScannerEnd : public ScannerFixture {
   std::unique_ptr<HelperProgram> engine;
 };
 
-// Notes whether a file was there when the end of a scan was told.
+// Notes whether a file was there when the end of a scan was reported.
 class FileAtTheEnd final : public PipelineObserver {
  public:
   explicit FileAtTheEnd(std::string path) : path_(std::move(path)) {}
@@ -77,7 +77,7 @@ TEST_F(PatientScannerEnd, TheDaemonIsAskedForBeforeAnEngineThatIsStillThereIsWai
     return false;
   };
   scan({"status2-"});
-  EXPECT_EQ(before, (Lines{"count up", "alive?", "notify 6 <CLAMDSCAN_ERROR>"}));
+  EXPECT_EQ(before, (Lines{"run began", "alive?", "notify 6 <CLAMDSCAN_ERROR>"}));
 }
 
 TEST_F(PatientScannerEnd, WhatIsReportedAfterTheEndOfTheEngineIsDealtWithToTheLast) {

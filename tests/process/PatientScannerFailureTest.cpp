@@ -35,14 +35,14 @@ TEST_F(PatientScannerFailure, AnUnreachableDaemonIsToldByADialogThatQuits) {
   bench.owner.alive = false;
   scan({"status2-"});
   EXPECT_EQ(bench.owner.calls(),
-            (Lines{"count up", "alive?", "notify 6 <CLAMDSCAN_ERROR>", "count down"}));
+            (Lines{"run began", "alive?", "notify 6 <CLAMDSCAN_ERROR>", "run ended"}));
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines{"can't connect to clamd"});
   ASSERT_EQ(errorDialogs(), 1U);
   const auto dialog = bench.desktop.interfaceLoader.loaded("QuarantinedDialog")[0];
   EXPECT_EQ(dialog->message(), "<CLAMDSCAN_ERROR>");
   EXPECT_EQ(dialog->deleteButtonTitle(), "Quit Vantrel Quillo");
   dialog->press(ButtonDialog::Button::deleteButton);
-  EXPECT_TRUE(bench.owner.wasTold("quit"));
+  EXPECT_TRUE(bench.owner.wasCalled("quit"));
 }
 
 TEST_F(PatientScannerFailure, AnUnreachableDaemonIsToldOnceARun) {
@@ -59,12 +59,12 @@ TEST_F(PatientScannerFailure, AnUnreachableDaemonWithoutADialogIsLoggedOnly) {
   scan({"status2-"});
   EXPECT_EQ(bench.desktop.systemLog.lines(),
             (Lines{"can't connect to clamd", "Error loading nib for warning dialog!"}));
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "alive?", "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "alive?", "run ended"}));
 }
 
 TEST_F(PatientScannerFailure, ErrorsWithALivingDaemonNeedNoAction) {
   EXPECT_EQ(scan({"error-a"}), Lines{"ERROR: Can't access file " + path("error-a")});
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "alive?", "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "alive?", "run ended"}));
   EXPECT_EQ(errorDialogs(), 0U);
   EXPECT_FALSE(std::filesystem::exists(listPath));
 }
@@ -76,28 +76,28 @@ TEST_F(PatientScannerFailure, TheDaemonIsNotAskedForUnlessTheEngineFailed) {
   scan({"a"});
   scan({"infected-a"});
   scan({"crash-a"});
-  EXPECT_FALSE(bench.owner.wasTold("alive?"));
+  EXPECT_FALSE(bench.owner.wasCalled("alive?"));
   EXPECT_EQ(errorDialogs(), 0U);
 }
 
 TEST_F(PatientScannerFailure, ADaemonThatDiedIsRecovered) {
   EXPECT_EQ(scan({"daemon-a", "b"}),
             (Lines{"clamd appears to have died - attempting restart...", path("b") + ": OK"}));
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "recover", "alive?", "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "recover", "alive?", "run ended"}));
 }
 
 TEST_F(PatientScannerFailure, ADaemonThatCannotBeReachedIsRecoveredOnceARun) {
   const std::string line =
       "ERROR: Could not connect to clamd on LocalSocket /nowhere: No such file or directory";
   EXPECT_EQ(scan({"unreachable-a", "unreachable-b"}), (Lines{line, line}));
-  EXPECT_EQ(bench.owner.timesTold("recover unreachable"), 1);
+  EXPECT_EQ(bench.owner.timesCalled("recover unreachable"), 1);
   scan({"unreachable-a", "unreachable-b"});
-  EXPECT_EQ(bench.owner.timesTold("recover unreachable"), 2);
+  EXPECT_EQ(bench.owner.timesCalled("recover unreachable"), 2);
 }
 
 TEST_F(PatientScannerFailure, AnEngineThatCrashesEndsTheRun) {
   EXPECT_EQ(scan({"a", "crash-b", "c"}), Lines{path("a") + ": OK"});
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "run ended"}));
   EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{SIGKILL});
   EXPECT_FALSE(std::filesystem::exists(listPath));
 }
@@ -115,7 +115,7 @@ TEST_F(PatientScannerFailure, AChunkThatIsNotUtf8IsDroppedAlone) {
 
 TEST_F(PatientScannerFailure, ASilentEngineLogsNothing) {
   EXPECT_EQ(scan({"silent-a"}), Lines());
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "run ended"}));
 }
 
 TEST_F(PatientScannerFailure, ALongReportIsReadToItsEnd) {
@@ -139,8 +139,8 @@ TEST_F(PatientScannerFailure, ALongReportIsReadToItsEnd) {
 TEST_F(PatientScannerFailure, AMissingEngineIsToldToTheUserAndTheListStays) {
   useEngine("/no/such/engine");
   EXPECT_EQ(scan({"a"}), Lines());
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "no engine", "count down"}));
-  EXPECT_EQ(bench.scans.told(), (Lines{"began 1", "ended 1"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "no engine", "run ended"}));
+  EXPECT_EQ(bench.owner.reported(), (Lines{"began 1", "ended 1"}));
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
   EXPECT_EQ(contentsOfFile(listPath), path("a") + "\n");
 }
@@ -150,7 +150,7 @@ TEST_F(PatientScannerFailure, AScannerWithoutSettingsHasNoEngine) {
   fresh.setMyName(name);
   fresh.scanList() = {"/a"};
   fresh.performScan();
-  EXPECT_TRUE(bench.owner.wasTold("no engine"));
+  EXPECT_TRUE(bench.owner.wasCalled("no engine"));
 }
 
 TEST_F(PatientScannerFailure, AnyOtherFailureIsLoggedWithAllThatWasAtHand) {
@@ -170,7 +170,7 @@ TEST_F(PatientScannerFailure, AnyOtherFailureIsLoggedWithAllThatWasAtHand) {
                    "Scanner v7 of 9: thePaths: (" + path("a") + ", " + path("b") + ")",
                    "Scanner v8 of 9: [scanArguments objectAtIndex:0]: " + tooLong,
                    "Scanner v9 of 9: data: (null)"}));
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "run ended"}));
   EXPECT_TRUE(std::filesystem::exists(listPath));
 }
 
@@ -180,7 +180,7 @@ TEST_F(PatientScannerFailure, ASystemWithoutProcessesIsLogged) {
             "Scanner: Caught LaunchFailure: cannot launch " QUILLO_FAKE_ENGINE
             ": Resource temporarily unavailable");
   EXPECT_EQ(bench.desktop.systemLog.lines().size(), 10U);
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "run ended"}));
 }
 
 TEST_F(PatientScannerFailure, AListThatCanBeKeptNowhereIsLogged) {
@@ -191,7 +191,7 @@ TEST_F(PatientScannerFailure, AListThatCanBeKeptNowhereIsLogged) {
   EXPECT_EQ(bench.desktop.systemLog.lines().at(0),
             "Scanner: Caught ScanListFailure: cannot keep a scan list in memory: No space left on "
             "device");
-  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_EQ(bench.owner.runs, 0);
   EXPECT_TRUE(bench.pipeline.startedPaths().empty());
 }
 
@@ -206,7 +206,7 @@ TEST_F(PatientScannerFailure, TheListOfAFailedRunIsOverwrittenByTheNext) {
 TEST_F(PatientScannerFailure, AFailureOfAnotherKindIsPassedOnWithTheCountLowered) {
   bench.owner.duringAliveCheck = [] { throw std::runtime_error("out of the blue"); };
   EXPECT_THROW(scan({"status2-a"}), std::runtime_error);
-  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_EQ(bench.owner.runs, 0);
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
 }
 
@@ -220,14 +220,14 @@ TEST_F(PatientScannerFailure, AnEngineThatHangsIsWaitedForUntilItIsKilled) {
   JoinedThreads run([&] { lines = scan({"a", "hang-b"}); });
   const bool hanging = waitForFile(bench.folder.path(), "hang-b.pid");
   EXPECT_TRUE(hanging);
-  EXPECT_EQ(bench.owner.count, 1);
+  EXPECT_EQ(bench.owner.runs, 1);
   EXPECT_TRUE(std::filesystem::exists(listPath));
   if (hanging) {
     kill(std::stoi(contentsOfFile(path("hang-b.pid")).value_or("0")), SIGKILL);
   }
   run.join();
   EXPECT_EQ(lines, Lines{path("a") + ": OK"});
-  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_EQ(bench.owner.runs, 0);
   EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{SIGKILL});
 }
 

@@ -19,7 +19,7 @@ using Lines = std::vector<std::string>;
 TEST_F(PatientScannerRun, LogsTheReportAndLeavesNothingBehind) {
   EXPECT_EQ(scan({"b", "a", "c with blank"}),
             (Lines{path("b") + ": OK", path("a") + ": OK", path("c with blank") + ": OK"}));
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "run ended"}));
   EXPECT_FALSE(std::filesystem::exists(listPath));
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
   EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{0});
@@ -28,7 +28,7 @@ TEST_F(PatientScannerRun, LogsTheReportAndLeavesNothingBehind) {
 TEST_F(PatientScannerRun, TellsTheRunAndEachVerdictAsItComes) {
   scan({"a", "infected-b", "error-c"});
   EXPECT_EQ(
-      bench.scans.told(),
+      bench.owner.reported(),
       (Lines{"began 3", path("a") + " = clean", path("infected-b") + " = Eicar-Test-Signature",
              path("error-c") + " = not scanned: it cannot be reached or is no file", "ended 3"}));
 }
@@ -79,12 +79,12 @@ TEST_F(PatientScannerRun, QuarantinedFilesAreToldWithTheFolderOfTheMoveOption) {
   useEngine(QUILLO_FAKE_ENGINE);
   const std::string line = path("infected-a") + ": Eicar-Test-Signature FOUND";
   EXPECT_EQ(scan({"infected-a"}), Lines{line});
-  EXPECT_EQ(bench.owner.calls(), (Lines{"count up", "notify 2 " + line, "count down"}));
+  EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "notify 2 " + line, "run ended"}));
   EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{1});
   bench.desktop.interfaceLoader.loaded("QuarantinedDialog")
       .at(0)
       ->press(ButtonDialog::Button::deleteButton);
-  EXPECT_TRUE(bench.owner.wasTold("open /home/anna/Quarantine"));
+  EXPECT_TRUE(bench.owner.wasCalled("open /home/anna/Quarantine"));
 }
 
 TEST_F(PatientScannerRun, InformationIsSuppressedOnlyByAPreferenceThatIsTrue) {
@@ -108,20 +108,20 @@ TEST_F(PatientScannerRun, FilesInTheTrashAreToldByPath) {
   bench.owner.chosen.quarantineOrTrash = InfectedFileAction::moveToTrash;
   useEngine(QUILLO_FAKE_ENGINE);
   scan({"infected-x:y.zip"});
-  EXPECT_TRUE(bench.owner.wasTold("notify 3 " + path("infected-x:y.zip")));
+  EXPECT_TRUE(bench.owner.wasCalled("notify 3 " + path("infected-x:y.zip")));
 }
 
 TEST_F(PatientScannerRun, FilesLeftInPlaceAreWarnedOf) {
   scan({"a", "infected-b"});
   EXPECT_TRUE(
-      bench.owner.wasTold("notify 1 " + path("infected-b") + ": Eicar-Test-Signature FOUND"));
+      bench.owner.wasCalled("notify 1 " + path("infected-b") + ": Eicar-Test-Signature FOUND"));
   EXPECT_EQ(bench.desktop.interfaceLoader.loaded("WarningDialog").size(), 1U);
 }
 
 TEST_F(PatientScannerRun, ASecondScannersListIsAnother) {
   PatientScanner second(bench.owner, bench.services);
   second.setMyName(name + "_second");
-  second.setMenuAndParams(ScannerBench::arguments(QUILLO_FAKE_ENGINE));
+  second.setMenuAndParams(ScannerBench::arguments(QUILLO_FAKE_ENGINE), bench.owner.chosen);
   second.scanList() = {bench.file("arguments-")};
   StdoutCapture capture;
   second.performScan();

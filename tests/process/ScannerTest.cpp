@@ -55,7 +55,7 @@ TEST_F(ScannerRun, HasThePathsOnTheCommandLineBehindTheParameters) {
       scan({"arguments-", "with blank"}),
       (Lines{"argument --move=/a folder", "argument --stdout", "argument " + path("arguments-"),
              "argument " + path("with blank"), path("with blank") + ": OK"}));
-  EXPECT_EQ(owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_EQ(owner.calls(), (Lines{"run began", "run ended"}));
   EXPECT_EQ(logged(), Lines());
   EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{0});
 }
@@ -63,9 +63,9 @@ TEST_F(ScannerRun, HasThePathsOnTheCommandLineBehindTheParameters) {
 TEST_F(ScannerRun, TellsOfInfectionsAsTheyCome) {
   EXPECT_EQ(scan({"a", "infected-b"}),
             (Lines{path("a") + ": OK", path("infected-b") + ": Eicar-Test-Signature FOUND"}));
-  EXPECT_TRUE(owner.wasTold("notify 1 " + path("infected-b") + ": Eicar-Test-Signature FOUND"));
-  EXPECT_EQ(owner.calls().front(), "count up");
-  EXPECT_EQ(owner.calls().back(), "count down");
+  EXPECT_TRUE(owner.wasCalled("notify 1 " + path("infected-b") + ": Eicar-Test-Signature FOUND"));
+  EXPECT_EQ(owner.calls().front(), "run began");
+  EXPECT_EQ(owner.calls().back(), "run ended");
 }
 
 TEST_F(ScannerRun, ReadsALongReportToItsEnd) {
@@ -78,12 +78,12 @@ TEST_F(ScannerRun, TellsOfAnUnreachableDaemonUnderTheMenusOwnTitle) {
   owner.alive = false;
   scan({"status2-"});
   EXPECT_EQ(owner.calls(),
-            (Lines{"count up", "alive?", "notify 6 <CLAMDSCAN_ERROR>", "count down"}));
+            (Lines{"run began", "alive?", "notify 6 <CLAMDSCAN_ERROR>", "run ended"}));
   const auto dialogs = world.bench.desktop.interfaceLoader.loaded("QuarantinedDialog");
   ASSERT_EQ(dialogs.size(), 1U);
   EXPECT_EQ(dialogs[0]->deleteButtonTitle(), "Quit from the menu");
   dialogs[0]->press(ButtonDialog::Button::deleteButton);
-  EXPECT_TRUE(owner.wasTold("quit"));
+  EXPECT_TRUE(owner.wasCalled("quit"));
 }
 
 TEST_F(ScannerRun, LogsAnUnreachableDaemonWithoutADialog) {
@@ -130,7 +130,7 @@ TEST_F(ScannerRun, IsNotSplitWhenACommandLineCannotHoldItsPaths) {
   EXPECT_TRUE(lines[7].starts_with("Scanner v7 of 9: thePaths: (" + paths[0]));
   EXPECT_EQ(lines[8], "Scanner v8 of 9: [scanArguments objectAtIndex:0]: --stdout");
   EXPECT_EQ(lines[9], "Scanner v9 of 9: data: (null)");
-  EXPECT_EQ(owner.count, 0);
+  EXPECT_EQ(owner.runs, 0);
 }
 
 TEST(ScannerWithoutPipes, GoesOnWithItsOutputUnread) {
@@ -139,7 +139,7 @@ TEST(ScannerWithoutPipes, GoesOnWithItsOutputUnread) {
   const std::string infected = world.bench.file("infected-a");
   world.scan({infected});
   EXPECT_NE(world.output.find(infected + ": Eicar-Test-Signature FOUND\n"), std::string::npos);
-  EXPECT_EQ(world.bench.owner.calls(), (Lines{"count up", "count down"}));
+  EXPECT_EQ(world.bench.owner.calls(), (Lines{"run began", "run ended"}));
   EXPECT_EQ(world.bench.desktop.systemLog.lines().size(), 4U);
   EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{1});
 }
@@ -147,7 +147,7 @@ TEST(ScannerWithoutPipes, GoesOnWithItsOutputUnread) {
 TEST_F(ScannerRun, AFailureOfAnotherKindIsPassedOnWithTheCountLowered) {
   owner.duringAliveCheck = [] { throw std::runtime_error("out of the blue"); };
   EXPECT_THROW(scan({"status2-a"}), std::runtime_error);
-  EXPECT_EQ(owner.count, 0);
+  EXPECT_EQ(owner.runs, 0);
   owner.duringAliveCheck = nullptr;
   EXPECT_EQ(scan({"b"}), Lines{path("b") + ": OK"});
 }
@@ -239,7 +239,7 @@ TEST_F(ScannerFolders, AreScannedFileByFileWithAPattern) {
   grow("infected-a");
   grow("skip-b");
   EXPECT_EQ(world.scan({folder}), Lines{folder + "/infected-a"});
-  EXPECT_TRUE(owner.wasTold("notify 1 " + folder + "/infected-a: Eicar-Test-Signature FOUND"));
+  EXPECT_TRUE(owner.wasCalled("notify 1 " + folder + "/infected-a: Eicar-Test-Signature FOUND"));
 }
 
 }  // namespace

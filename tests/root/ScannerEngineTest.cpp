@@ -42,11 +42,11 @@ TEST_F(ScannerWithEngine, FindsWhatIsInAFolderAndInAFile) {
   world.scan({world.path("in"), world.path("alone.com")});
   for (const char* name : {"in/bad.txt", "in/deep/bad.zip", "alone.com"}) {
     EXPECT_TRUE(isLogged(found(name))) << world.output;
-    EXPECT_TRUE(owner.wasTold("notify 1 " + found(name)));
+    EXPECT_TRUE(owner.wasCalled("notify 1 " + found(name)));
   }
   EXPECT_EQ(world.bench.desktop.interfaceLoader.loaded("WarningDialog").size(), 3U);
   EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{1});
-  EXPECT_EQ(owner.count, 0);
+  EXPECT_EQ(owner.runs, 0);
 }
 
 TEST_F(ScannerWithEngine, ScansOnlyTheFilesThatThePatternsLeave) {
@@ -66,7 +66,7 @@ TEST_F(ScannerWithEngine, MovesWhatItFindsToTheQuarantine) {
   owner.chosen.quarantineFolder = quarantine;
   world.params.push_back("--move=" + quarantine);
   world.scan({world.path("in")});
-  EXPECT_TRUE(owner.wasTold("notify 2 " + found("in/bad.txt"))) << world.output;
+  EXPECT_TRUE(owner.wasCalled("notify 2 " + found("in/bad.txt"))) << world.output;
   EXPECT_TRUE(std::filesystem::exists(quarantine + "/bad.txt"));
   EXPECT_TRUE(std::filesystem::exists(quarantine + "/bad.zip"));
   EXPECT_TRUE(std::filesystem::exists(world.path("in/good.txt")));
@@ -78,7 +78,7 @@ TEST_F(ScannerWithEngine, TellsOfADaemonThatIsGoneAndDoesNotRecoverIt) {
   owner.alive = false;
   world.scan({world.path("alone.com")});
   EXPECT_EQ(owner.calls(),
-            (Lines{"count up", "alive?", "notify 6 <CLAMDSCAN_ERROR>", "count down"}));
+            (Lines{"run began", "alive?", "notify 6 <CLAMDSCAN_ERROR>", "run ended"}));
   EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{2});
   EXPECT_NE(world.output.find("ERROR: Could not connect to clamd"), std::string::npos);
 }

@@ -26,7 +26,7 @@ class DispatcherThread : public testing::Test {
       scanner->setMyName(
           ScannerBench::uniqueName(testing::UnitTest::GetInstance()->current_test_info()->name() +
                                    std::string(scanner == &first ? "_first" : "_second")));
-      scanner->setMenuAndParams(ScannerBench::arguments("/bin/true"));
+      scanner->setMenuAndParams(ScannerBench::arguments("/bin/true"), bench.owner.chosen);
     }
   }
   void stopDispatcher(LoopThread& loop) {
@@ -195,7 +195,7 @@ TEST_F(DispatcherThread, TwoScannersShareFourHundredAndFiftyFiles) {
   }
   EXPECT_EQ(sizes, (std::multiset<std::size_t>{50, 200, 200}));
   EXPECT_EQ(sorted(bench.pipeline.scannedPaths()), sorted(paths));
-  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_EQ(bench.owner.runs, 0);
 }
 
 TEST_F(DispatcherThread, WhatManyThreadsReportIsScannedOnceEach) {
@@ -234,8 +234,9 @@ TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
   LoopThread two([this] { second.round(); });
   JoinedThreads starter([this] {
     for (int start = 0; start < 100; ++start) {
-      first.setMenuAndParams(ScannerBench::arguments("/bin/true", {std::to_string(start)}));
-      second.setMenuAndParams(ScannerBench::arguments("/bin/true"));
+      first.setMenuAndParams(ScannerBench::arguments("/bin/true", {std::to_string(start)}),
+                             bench.owner.chosen);
+      second.setMenuAndParams(ScannerBench::arguments("/bin/true"), bench.owner.chosen);
     }
   });
   JoinedThreads aborter([this] {
@@ -266,7 +267,7 @@ TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
   stopDispatcher(loop);
   stopScanner(one);
   stopScanner(two);
-  EXPECT_EQ(bench.owner.count, 0);
+  EXPECT_EQ(bench.owner.runs, 0);
 }
 
 }  // namespace

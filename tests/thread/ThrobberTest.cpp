@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "menu/Throbber.h"
-#include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/menu/ThrobberFixture.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/Threads.h"
 
@@ -64,10 +63,7 @@ class ThrobberThread : public testing::Test {
   ManualClock clock;
   FakePlatform desktop;
   CountingOwner owner{clock};
-  Throbber throbber{{desktop.application, clock, desktop.dockTile, desktop.folders,
-                     desktop.imageLoader, desktop.localizedStrings, desktop.mainInterface.outlets,
-                     desktop.modifierKeys, desktop.preferences, desktop.statusBar,
-                     desktop.systemLog, desktop.workspace}};
+  Throbber throbber{throbberServicesOf(desktop, clock)};
 };
 
 TEST_F(ThrobberThread, AScanIsAnimatedFrameByFrame) {

@@ -106,7 +106,7 @@ TEST_F(FindNotification, OffersForAFileInItsPlaceToShowItToMoveItAndTheLog) {
   details.buttons[0].press();
   EXPECT_EQ(desktop.workspace.selected, Titles{"/Users/a/b.zip"});
   details.buttons[2].press();
-  EXPECT_TRUE(owner.wasTold("open log"));
+  EXPECT_TRUE(owner.wasCalled("open log"));
   EXPECT_TRUE(desktop.workspace.recycled.empty());
 }
 

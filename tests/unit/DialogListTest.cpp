@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include "agent/DialogList.h"
-#include "agent/Notifications.h"
+#include "agent/Links.h"
+#include "scanning/Dispatcher.h"
 #include "scanning/FileRemover.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/scanning/FakeScannerOwner.h"
 #include "tests/support/ManualClock.h"
 
 namespace quillo {
@@ -22,25 +22,16 @@ class DialogListTest : public testing::Test {
   std::shared_ptr<FoundFile> file() { return std::make_shared<FoundFile>(infection, services); }
   Warning warning() {
     Warning made;
-    made.remover = std::make_shared<FileRemover>(made.window, file(), list, services);
+    made.remover = std::make_shared<FileRemover>(made.window, file(), services);
     return made;
   }
 
   FakePlatform desktop;
   ManualClock clock;
-  Notifications notifications{desktop.growl, desktop.localizedStrings};
+  Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, nullptr};
+  FakeScannerOwner owner{dispatcher};
   DialogList list;
-  const ScannerServices services{desktop.application,
-                                 clock,
-                                 desktop.folders,
-                                 desktop.interfaceLoader,
-                                 desktop.localizedStrings,
-                                 desktop.modifierKeys,
-                                 notifications,
-                                 desktop.preferences,
-                                 desktop.systemLog,
-                                 desktop.workspace,
-                                 nullptr};
+  const ScannerServices services = scannerServicesOf(desktop, clock, owner, nullptr, &list);
 };
 
 TEST_F(DialogListTest, IsEmptyAtFirst) { EXPECT_EQ(list.count(), 0U); }
@@ -87,7 +78,7 @@ TEST_F(DialogListTest, HasNothingToDismissWhenItIsEmpty) {
 
 TEST_F(DialogListTest, MayHoldTheLastReferenceToADialog) {
   auto window = std::make_shared<FakeDialog>();
-  FileRemover::attachTo(window, file(), list, services);
+  FileRemover::attachTo(window, file(), services);
   EXPECT_EQ(list.count(), 1U);
   list.removeAllFromDialogList();
   EXPECT_TRUE(window->isClosed());
@@ -97,7 +88,7 @@ TEST_F(DialogListTest, MayHoldTheLastReferenceToADialog) {
 TEST_F(DialogListTest, IsEmptiedByTheDialogThatTheUserAnswersWithCommandHeld) {
   auto window = std::make_shared<FakeDialog>();
   const Warning other = warning();
-  FileRemover::attachTo(window, file(), list, services);
+  FileRemover::attachTo(window, file(), services);
   list.addToDialogList(other.remover);
   desktop.modifierKeys.held = ModifierKeys::commandKey;
   window->press(ButtonDialog::Button::otherButton);

@@ -191,7 +191,7 @@ TEST_F(FoundFileTest, ThatIsPutBackIsLoggedAndNotWarnedOf) {
   EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
   EXPECT_EQ(warningDialogs().size(), 1U);
   EXPECT_EQ(owner.details().size(), 1U);
-  EXPECT_EQ(scans.told(), (Calls{path + " = Eicar", path + " = Eicar"}));
+  EXPECT_EQ(owner.reported(), (Calls{path + " = Eicar", path + " = Eicar"}));
 }
 
 TEST_F(FoundFileTest, ThatTheUserMovedByItsButtonIsKnownWithoutAnybodyToNotice) {
@@ -221,12 +221,12 @@ TEST_F(FoundFileTest, ThatIsPutBackStaysWhereInfectedFilesAreMoved) {
   for (const Action setting : {Action::quarantine, Action::moveToTrash}) {
     EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n");
     EXPECT_TRUE(mayMove);
-    const std::size_t told = owner.details().size();
+    const std::size_t notified = owner.details().size();
     const std::size_t windows = quarantinedDialogs().size();
     restore();
     EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n" + sparedLine());
     EXPECT_FALSE(mayMove);
-    EXPECT_EQ(owner.details().size(), told);
+    EXPECT_EQ(owner.details().size(), notified);
     EXPECT_EQ(quarantinedDialogs().size(), windows);
     EXPECT_TRUE(warningDialogs().empty());
     // Anew for the other setting.
@@ -239,12 +239,12 @@ TEST_F(FoundFileTest, ThatWasLeftForHavingBeenPutBackIsNeverSaidToBeMoved) {
   for (const Action setting : {Action::quarantine, Action::moveToTrash}) {
     foundByAMover(setting);
     restore();
-    const std::size_t told = owner.details().size();
+    const std::size_t notified = owner.details().size();
     const std::size_t windows = quarantinedDialogs().size();
     afterRefusal = [this] { std::ofstream(path, std::ios::app) << "more"; };
     EXPECT_EQ(foundByAMover(setting), stamp + " " + line() + "\n" + sparedLine());
     EXPECT_FALSE(mayMove);
-    EXPECT_EQ(owner.details().size(), told);
+    EXPECT_EQ(owner.details().size(), notified);
     EXPECT_EQ(quarantinedDialogs().size(), windows);
     afterRefusal = nullptr;
   }
@@ -259,7 +259,7 @@ TEST_F(FoundFileTest, ThatWasLeftInItsPlaceIsSaidToBeThereWhereItWasToBeMoved) {
     EXPECT_EQ(warningDialogs().size(), setting == Action::quarantine ? 1U : 2U);
     EXPECT_EQ(owner.details().back().summary, "<FIND_IN_PLACE>");
   }
-  EXPECT_EQ(owner.timesTold("notify 1 " + line()), 2);
+  EXPECT_EQ(owner.timesCalled("notify 1 " + line()), 2);
 }
 
 TEST_F(FoundFileTest, ThatChangedIsMovedAgain) {

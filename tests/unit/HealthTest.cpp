@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "agent/Health.h"
+#include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/ManualClock.h"
@@ -32,7 +33,9 @@ class HealthTest : public testing::Test {
 
   FakePlatform desktop;
   PassingClock clock;
-  StatusBoard statusBoard{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
+  ScannerCount scannerCount{clock};
+  StatusBoard statusBoard{
+      {clock, desktop.dockTile, desktop.folders, desktop.localizedStrings, scannerCount}};
   LoadedDefinitions definitions;
   std::vector<std::string> missing;
   int looks = 0;

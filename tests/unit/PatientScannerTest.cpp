@@ -17,7 +17,7 @@ class PatientScannerBatch : public testing::Test {
 
   void exclude(const PreferenceArray& patterns) {
     bench.desktop.preferenceStore.set("ExcludePatterns", PreferenceValue{patterns});
-    scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"));
+    scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"), bench.owner.chosen);
   }
   Paths remainingOf(const Paths& paths) {
     scanner.scanList() = paths;
@@ -68,7 +68,7 @@ TEST_F(PatientScannerBatch, ExcludedWholeStartsNoEngineAndWritesNoList) {
 }
 
 TEST_F(PatientScannerBatch, KeepsEverythingWithoutThePreference) {
-  scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"));
+  scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"), bench.owner.chosen);
   EXPECT_EQ(remainingOf({"/b", "/a"}), (Paths{"/b", "/a"}));
 }
 
@@ -122,13 +122,13 @@ TEST_F(PatientScannerBatch, NewSettingsReplaceTheOldPatterns) {
   exclude({excludePattern("b", true, false)});
   EXPECT_EQ(remainingOf({"/a", "/b"}), Paths{"/a"});
   bench.desktop.preferenceStore.remove("ExcludePatterns");
-  scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"));
+  scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"), bench.owner.chosen);
   EXPECT_EQ(remainingOf({"/a", "/b"}), (Paths{"/a", "/b"}));
 }
 
 TEST_F(PatientScannerBatch, PreferencesOfAnotherTypeAreToldAndIgnored) {
   bench.desktop.preferenceStore.set("ExcludePatterns", "text");
-  scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"));
+  scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"), bench.owner.chosen);
   EXPECT_EQ(remainingOf({"/text"}), Paths{"/text"});
   exclude({{std::string("no table")}, excludePattern("a", true, false)});
   EXPECT_EQ(remainingOf({"/a", "/b"}), Paths{"/b"});
@@ -155,7 +155,7 @@ TEST_F(PatientScannerBatch, KeepsItsQuarantineFolderUntilItIsToldAnother) {
   const auto take = [this](Action action, const std::optional<std::string>& folder) {
     bench.owner.chosen.quarantineOrTrash = action;
     bench.owner.chosen.quarantineFolder = folder;
-    scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"));
+    scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"), bench.owner.chosen);
     return scanner.quarantineLocation();
   };
   EXPECT_EQ(take(Action::leaveInPlace, std::nullopt), "");

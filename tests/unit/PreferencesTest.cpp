@@ -165,17 +165,17 @@ TEST_F(PreferencesTest, ScanEmailUnlessToldNotTo) {
 }
 
 TEST_F(PreferencesTest, UseSeveralCoresOnlyForExactlyYes) {
-  static constexpr const char* told = "Will use as many processor cores as possible for scanning";
+  static constexpr const char* line = "Will use as many processor cores as possible for scanning";
   for (const char* other : {"Yes", "YES", "yes ", "true", ""}) {
     store().set("multiscan", other);
     read();
     EXPECT_FALSE(settings()->useMultiscan) << other;
   }
-  EXPECT_FALSE(log().has(told));
+  EXPECT_FALSE(log().has(line));
   store().set("multiscan", "yes");
   read();
   EXPECT_TRUE(settings()->useMultiscan);
-  EXPECT_EQ(log().count(told), 1);
+  EXPECT_EQ(log().count(line), 1);
   store().remove("multiscan");
   read();
   EXPECT_FALSE(settings()->useMultiscan);
@@ -381,16 +381,6 @@ TEST_F(PreferencesTest, DropWhatIsDerivedAndNothingElse) {
   EXPECT_EQ(link.clamdSocket(), Path("/tmp/clamd.socket"));
   EXPECT_TRUE(settings()->deleteInfected && settings()->useMultiscan &&
               settings()->updateDefsAtLaunch && daemonStart.weLaunchedClamd);
-}
-
-TEST_F(PreferencesTest, DropTheSettingsWithoutTheDaemonToo) {
-  WatchSettings before;
-  before.maxRatio = "--x";
-  before.excludePattern = before.includePattern = "--x";
-  const WatchSettings left = withoutDerivedValues(before);
-  EXPECT_EQ(left.maxRatio, std::nullopt);
-  EXPECT_EQ(left.excludePattern, "");
-  EXPECT_EQ(left.includePattern, "");
 }
 
 TEST_F(PreferencesTest, LetTheFlagOfTheUpdaterBeSet) {

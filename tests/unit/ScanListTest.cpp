@@ -7,7 +7,7 @@
 #include <fstream>
 
 #include "posix/FileFacts.h"
-#include "scanning/ScanList.h"
+#include "scanning/PatientScanner.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

@@ -51,9 +51,9 @@ TEST_F(ScanReportChannel, AFileThatCouldNotBeMovedIsSaidToBeStillThere) {
     ASSERT_FALSE(warningDialogs().empty());
     EXPECT_EQ(warningDialogs().back()->message(), infection);
   }
-  EXPECT_EQ(owner.timesTold("notify 6 Still there: /Users/a/b.zip (disk full)"), 2);
-  EXPECT_FALSE(owner.wasTold("notify 2 " + infection));
-  EXPECT_FALSE(owner.wasTold("notify 3 /Users/a/b.zip"));
+  EXPECT_EQ(owner.timesCalled("notify 6 Still there: /Users/a/b.zip (disk full)"), 2);
+  EXPECT_FALSE(owner.wasCalled("notify 2 " + infection));
+  EXPECT_FALSE(owner.wasCalled("notify 3 /Users/a/b.zip"));
 }
 
 TEST_F(ScanReportChannel, AFolderThatCannotBeUsedLeavesTheFileThereWithoutAnAttempt) {
@@ -73,7 +73,7 @@ TEST_F(ScanReportChannel, AFileThatWasMovedIsToldAsEver) {
   EXPECT_EQ(quarantinedDialogs().size(), 1U);
   beginRun(Action::moveToTrash);
   loggedForMove(Verdict::parse(infection), Whereabouts::moved);
-  EXPECT_TRUE(owner.wasTold("notify 3 /Users/a/b.zip"));
+  EXPECT_TRUE(owner.wasCalled("notify 3 /Users/a/b.zip"));
 }
 
 TEST_F(ScanReportChannel, TheTrashGetsTheFileBehindALinkAndTheWindowNamesBoth) {
@@ -106,7 +106,8 @@ TEST_F(ScanReportChannel, ObserversAreGivenTheValueAfterWhatWasDone) {
   left.path = "/Users/a/x\ny";
   scanner->report(left);
   loggedFor(left.line + "\n/b: OK\n");
-  EXPECT_EQ(scans.told(), (Calls{"/Users/a/x\ny = not scanned: permission denied", "/b = clean"}));
+  EXPECT_EQ(owner.reported(),
+            (Calls{"/Users/a/x\ny = not scanned: permission denied", "/b = clean"}));
 }
 
 TEST_F(ScanReportChannel, AScannerThatEndsOverTheMoveLeavesNoFalseWord) {

@@ -1,4 +1,4 @@
-// What the user is told of files that the engine's limits kept from being scanned.
+// What the user is shown of files that the engine's limits kept from being scanned.
 
 #include <unistd.h>
 

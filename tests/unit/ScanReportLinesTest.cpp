@@ -81,7 +81,7 @@ TEST_F(ScanReportLines, ThatTheDaemonIsGoneRecoversItFirstAndAreReplacedInTheLog
 TEST_F(ScanReportLines, ThatTheDaemonIsGoneRecoverItEveryTime) {
   loggedFor("WARNING: Can't connect to clamd.\nWARNING: Can't connect to clamd.\n");
   loggedFor("WARNING: Can't connect to clamd.");
-  EXPECT_EQ(owner.timesTold("recover"), 3);
+  EXPECT_EQ(owner.timesCalled("recover"), 3);
 }
 
 TEST_F(ScanReportLines, MustSayExactlyThatTheDaemonIsGone) {
@@ -100,7 +100,7 @@ TEST_F(ScanReportLines, ThatTheDaemonCannotBeReachedAreLoggedAndRecoverItOnceARu
   EXPECT_EQ(owner.calls(), Calls{"recover unreachable"});
   startRun(Action::leaveInPlace);
   loggedFor(line + "\n");
-  EXPECT_EQ(owner.timesTold("recover unreachable"), 2);
+  EXPECT_EQ(owner.timesCalled("recover unreachable"), 2);
 }
 
 TEST_F(ScanReportLines, AreLoggedToTheLastAlsoWhenTheDaemonCannotBeLaunched) {
@@ -117,13 +117,13 @@ TEST_F(ScanReportLines, AreLoggedToTheLastAlsoWhenTheDaemonCannotBeLaunched) {
 
 TEST_F(ScanReportLines, ThatJudgeAFileAreToldAsVerdicts) {
   loggedFor("/a b: c.txt: OK\n" + infection + "\n/x: FOUND\n");
-  EXPECT_EQ(scans.told(),
+  EXPECT_EQ(owner.reported(),
             (Calls{"/a b: c.txt = clean", "/Users/a/b.zip = Eicar-Test-Signature", "/x = "}));
 }
 
 TEST_F(ScanReportLines, ThatJudgeNoFileAreNoVerdicts) {
   loggedFor("/a: No such file or directory. ERROR\nnothing: OK\n: OK\n FOUND\n/a FOUND\n\n");
-  EXPECT_EQ(scans.told(), Calls());
+  EXPECT_EQ(owner.reported(), Calls());
 }
 
 TEST_F(ScanReportLines, AreCutAtTheLastColon) {

@@ -26,7 +26,7 @@ TEST_F(ScanReportWarnings, GoByTheKeysThatWereHeldWhenTheButtonWasPressed) {
   desktop.modifierKeys.held = ModifierKeys::commandKey;
   owner.duringRemoval = [this] { desktop.modifierKeys.held = 0; };
   dialog->press(ButtonDialog::Button::otherButton);
-  EXPECT_TRUE(owner.wasTold("remove all dialogs"));
+  EXPECT_TRUE(owner.wasCalled("remove all dialogs"));
 }
 
 }  // namespace

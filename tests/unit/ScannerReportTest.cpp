@@ -36,9 +36,9 @@ class ScannerReport : public testing::Test {
 TEST_F(ScannerReport, TakesFoundAnywhereInALineForAnInfection) {
   begin(Action::moveToTrash);
   EXPECT_TRUE(loggedFor("/a: X FOUND (twice)\n").ends_with(" /a: X FOUND (twice)\n"));
-  EXPECT_TRUE(owner.wasTold("notify 3 /a"));
+  EXPECT_TRUE(owner.wasCalled("notify 3 /a"));
   loggedFor("/b: XFOUND\n");
-  EXPECT_EQ(owner.timesTold("notify 3 /b"), 0);
+  EXPECT_EQ(owner.timesCalled("notify 3 /b"), 0);
 }
 
 TEST_F(ScannerReport, ShowsADialogForEveryQuarantinedFileWhateverTheUserSuppresses) {
@@ -48,8 +48,8 @@ TEST_F(ScannerReport, ShowsADialogForEveryQuarantinedFileWhateverTheUserSuppress
   ASSERT_EQ(dialogs("QuarantinedDialog").size(), 2U);
   EXPECT_TRUE(dialogs("QuarantinedDialog")[1]->cameToFront());
   EXPECT_EQ(dialogs("QuarantinedDialog")[1]->message(), "");
-  EXPECT_TRUE(owner.wasTold("notify 2 /a: X FOUND"));
-  EXPECT_TRUE(owner.wasTold("notify 2 /b: Y FOUND"));
+  EXPECT_TRUE(owner.wasCalled("notify 2 /a: X FOUND"));
+  EXPECT_TRUE(owner.wasCalled("notify 2 /b: Y FOUND"));
 }
 
 TEST_F(ScannerReport, OpensTheQuarantineFolderAndDoesNotWait) {
@@ -58,10 +58,10 @@ TEST_F(ScannerReport, OpensTheQuarantineFolderAndDoesNotWait) {
   dialogs("QuarantinedDialog").at(0)->press(Button::deleteButton);
   EXPECT_EQ(dialogs("QuarantinedDialog")[0]->calls(),
             (Lines{"orderFrontRegardless", "orderOut", "close"}));
-  EXPECT_TRUE(owner.wasTold("open at once /home/anna/Quarantine"));
+  EXPECT_TRUE(owner.wasCalled("open at once /home/anna/Quarantine"));
   FakeDialog dialog;
   world.scanner.openQuarantineFolder(dialog);
-  EXPECT_EQ(owner.timesTold("open at once /home/anna/Quarantine"), 2);
+  EXPECT_EQ(owner.timesCalled("open at once /home/anna/Quarantine"), 2);
 }
 
 TEST_F(ScannerReport, ItsDialogsMayOutliveTheScanner) {
@@ -74,7 +74,7 @@ TEST_F(ScannerReport, ItsDialogsMayOutliveTheScanner) {
   scanner->taskDataAvailable("/a: X FOUND\n");
   scanner.reset();
   dialogs("QuarantinedDialog").at(0)->press(Button::deleteButton);
-  EXPECT_TRUE(owner.wasTold("open at once /home/anna/Quarantine"));
+  EXPECT_TRUE(owner.wasCalled("open at once /home/anna/Quarantine"));
 }
 
 TEST_F(ScannerReport, WarnsOfWhatIsLeftInPlace) {
@@ -82,7 +82,7 @@ TEST_F(ScannerReport, WarnsOfWhatIsLeftInPlace) {
   loggedFor("/a: X FOUND\n");
   ASSERT_EQ(dialogs("WarningDialog").size(), 1U);
   EXPECT_EQ(dialogs("WarningDialog")[0]->message(), "/a: X FOUND");
-  EXPECT_TRUE(owner.wasTold("notify 1 /a: X FOUND"));
+  EXPECT_TRUE(owner.wasCalled("notify 1 /a: X FOUND"));
 }
 
 TEST_F(ScannerReport, LogsThatTheDaemonIsGoneLikeAnyOtherLine) {
@@ -90,8 +90,8 @@ TEST_F(ScannerReport, LogsThatTheDaemonIsGoneLikeAnyOtherLine) {
   EXPECT_TRUE(loggedFor("WARNING: Can't connect to clamd.\n")
                   .ends_with(" WARNING: Can't connect to clamd.\n"));
   loggedFor("ERROR: Could not connect to clamd on LocalSocket /s: Reason\n");
-  EXPECT_FALSE(owner.wasTold("recover"));
-  EXPECT_FALSE(owner.wasTold("recover unreachable"));
+  EXPECT_FALSE(owner.wasCalled("recover"));
+  EXPECT_FALSE(owner.wasCalled("recover unreachable"));
 }
 
 TEST_F(ScannerReport, LeavesTheSummaryOut) {
@@ -135,31 +135,31 @@ struct FailingPipes {
 TEST(ScannerPipe, IsMadeOnceWhenItCanBeHad) {
   FailingPipes scan(0, 0);
   EXPECT_EQ(scan.logged(), Lines());
-  EXPECT_EQ(scan.calls(), (Lines{"count up", "no engine", "count down"}));
+  EXPECT_EQ(scan.calls(), (Lines{"run began", "no engine", "run ended"}));
 }
 
 TEST(ScannerPipe, IsMadeAgainWhenItIsMissing) {
   FailingPipes scan(1, 0);
   EXPECT_EQ(scan.logged(), (Lines{nullPipe, pipeWorked}));
-  EXPECT_EQ(scan.calls(), (Lines{"count up", luck, "no engine", "count down"}));
+  EXPECT_EQ(scan.calls(), (Lines{"run began", luck, "no engine", "run ended"}));
 }
 
 TEST(ScannerPipe, ThatIsMissingTwiceHasNoReadingEndEither) {
   FailingPipes scan(2, 0);
   EXPECT_EQ(scan.logged(), (Lines{nullPipe, nullPipeAgain, nullEnd, nullEndAgain}));
-  EXPECT_EQ(scan.calls(), (Lines{"count up", "no engine", "count down"}));
+  EXPECT_EQ(scan.calls(), (Lines{"run began", "no engine", "run ended"}));
 }
 
 TEST(ScannerPipe, IsAskedAgainForItsReadingEnd) {
   FailingPipes scan(0, 1);
   EXPECT_EQ(scan.logged(), (Lines{nullEnd, endWorked}));
-  EXPECT_EQ(scan.calls(), (Lines{"count up", luck, "no engine", "count down"}));
+  EXPECT_EQ(scan.calls(), (Lines{"run began", luck, "no engine", "run ended"}));
 }
 
 TEST(ScannerPipe, ThatHasNoReadingEndIsDoneWithout) {
   FailingPipes scan(0, 2);
   EXPECT_EQ(scan.logged(), (Lines{nullEnd, nullEndAgain}));
-  EXPECT_EQ(scan.calls(), (Lines{"count up", "no engine", "count down"}));
+  EXPECT_EQ(scan.calls(), (Lines{"run began", "no engine", "run ended"}));
 }
 
 }  // namespace

@@ -126,7 +126,7 @@ TEST_F(ScannerWaiting, WithoutAnEngineAPathIsNotRunInItsPlace) {
       world.bench.folder.writeProgram("program", "#!/bin/sh\necho > \"$0.ran\"\n");
   scan({program});
   EXPECT_FALSE(std::filesystem::exists(program + ".ran"));
-  EXPECT_EQ(world.bench.owner.calls(), (Paths{"count up", "no engine", "count down"}));
+  EXPECT_EQ(world.bench.owner.calls(), (Paths{"run began", "no engine", "run ended"}));
 }
 
 }  // namespace

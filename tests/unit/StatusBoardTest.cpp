@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/ManualClock.h"
@@ -23,15 +24,19 @@ class StatusBoardTest : public testing::Test {
 
   FakePlatform desktop;
   ManualClock clock;
-  StatusBoard statusBoard{{clock, desktop.dockTile, desktop.folders, desktop.localizedStrings}};
+  ScannerCount scannerCount{clock};
+  StatusBoard statusBoard{
+      {clock, desktop.dockTile, desktop.folders, desktop.localizedStrings, scannerCount}};
 };
 
 TEST_F(StatusBoardTest, CountsTheFilesOfAllRunningScans) {
   statusBoard.runBegan(200);
   statusBoard.runBegan(3);
   EXPECT_EQ(statusBoard.status().filesBeingScanned, 203U);
+  EXPECT_EQ(scannerCount.scannerCount(), 2);
   statusBoard.runEnded(200);
   EXPECT_EQ(statusBoard.status().filesBeingScanned, 3U);
+  EXPECT_EQ(scannerCount.scannerCount(), 1);
 }
 
 TEST_F(StatusBoardTest, ListsTheFoldersAsTheUserWritesThem) {

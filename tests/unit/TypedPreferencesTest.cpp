@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "settings/TypedPreferences.h"
+#include "settings/WatchSettings.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 
 namespace quillo {
@@ -185,6 +186,16 @@ TEST_F(TypedPreferencesTest, ReadOnlyThePatternsThatAreEnabled) {
   EXPECT_FALSE(enabled[0].isRegEx);
   EXPECT_EQ(enabled[1].text, "^c");
   EXPECT_TRUE(enabled[1].isRegEx);
+}
+
+TEST(WatchSettingsTest, DropTheSettingsWithoutTheDaemonToo) {
+  WatchSettings before;
+  before.maxRatio = "--x";
+  before.excludePattern = before.includePattern = "--x";
+  const WatchSettings left = withoutDerivedValues(before);
+  EXPECT_EQ(left.maxRatio, std::nullopt);
+  EXPECT_EQ(left.excludePattern, "");
+  EXPECT_EQ(left.includePattern, "");
 }
 
 }  // namespace

@@ -277,23 +277,27 @@ TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
   EXPECT_EQ(scanner.settings()->quarantineFolder, home.path() + "/Q");
   EXPECT_EQ(agent().getQuarantineOrTrash(), "Q");
   EXPECT_EQ(agent().getQuarantineLocation(), "--move=" + home.path() + "/Q");
-  scanner.modifyScannerCountBy(2);
-  EXPECT_EQ(menu.scannerCount(), 2);
+  const ScannerServices& services = agent().parts().scannerServices;
+  services.scanObserver.runBegan(7);
+  EXPECT_EQ(menu.scannerCount(), 1);
+  EXPECT_EQ(menu.status().filesBeingScanned, 7U);
+  services.scanObserver.runEnded(7);
+  EXPECT_EQ(menu.scannerCount(), 0);
   EXPECT_EQ(&menu.throbberLock(), &agent().throbberLock());
   EXPECT_EQ(menu.updateLog(), home.path() + "/update.log");
   EXPECT_EQ(agent().freshclamLogLocation(), "--log=" + home.path() + "/update.log");
   EXPECT_EQ(watcher.getWatchedFolderList(), agent().getWatchedFolderList());
   EXPECT_EQ(watcher.getCheckSubDirs(), agent().getCheckSubDirs());
   DispatcherIntake(agent().theDispatcher()).addStringToItemList("/a");
-  EXPECT_EQ(scanner.theDispatcher().lengthOfBothItemLists(), 1U);
-  EXPECT_EQ(scanner.mainMenu().getQuitMenuName(), "Quit Vantrel Quillo");
+  EXPECT_EQ(services.theDispatcher.lengthOfBothItemLists(), 1U);
+  EXPECT_EQ(services.mainMenu.getQuitMenuName(), "Quit Vantrel Quillo");
 }
 
 TEST_F(AgentRequests, ErrorsOfTheWorkersAreShownAsErrors) {
-  WatcherOwner& watcher = agent().parts().watcherLink;
-  EXPECT_TRUE(watcher.displayError("not installed"));
+  agent().startWatcher();
+  desktop.nameWatch.observer->placeHasGap("/a", NameWatchObserver::Gap::noQueue);
   EXPECT_EQ(desktop.growl.posted().back().name, "Error");
-  EXPECT_EQ(desktop.growl.posted().back().description, "not installed");
+  EXPECT_EQ(desktop.growl.posted().back().description, "<PLACE_NO_QUEUE>");
 }
 
 TEST_F(AgentRequests, TheWatchersOwnStopAndStartComeInOrderOnTheMainThread) {

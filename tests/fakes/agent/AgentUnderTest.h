@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "agent/VantrelQuillo.h"
-#include "menu/Throbber.h"
 #include "posix/FileFacts.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/menu/ThrobberFixture.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/StdoutCapture.h"
 #include "tests/support/TemporaryFolder.h"
@@ -81,10 +81,7 @@ class AgentUnderTest {
                                                         "LocalSocket " + socketPath() + "\n")};
     clock.setSleepsPassAtOnce(true);
     threads.atOnce = {"clamd PING", "clamd QUIT"};
-    throbber = std::make_unique<Throbber>(ThrobberServices{
-        desktop.application, clock, desktop.dockTile, desktop.folders, desktop.imageLoader,
-        desktop.localizedStrings, desktop.mainInterface.outlets, desktop.modifierKeys,
-        desktop.preferences, desktop.statusBar, desktop.systemLog, desktop.workspace});
+    throbber = std::make_unique<Throbber>(throbberServicesOf(desktop, clock));
   }
   ~AgentUnderTest() {
     output.restore();

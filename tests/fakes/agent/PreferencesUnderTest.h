@@ -4,7 +4,6 @@
 #include <string>
 
 #include "agent/Preferences.h"
-#include "agent/ScratchFolders.h"
 #include "engine/ClamdLink.h"
 #include "engine/DaemonStart.h"
 #include "tests/fakes/agent/FakeClamdLinkOwner.h"

@@ -13,6 +13,21 @@
 
 namespace quillo {
 
+inline ThrobberServices throbberServicesOf(FakePlatform& desktop, Clock& clock) {
+  return {desktop.application,
+          clock,
+          desktop.dockTile,
+          desktop.folders,
+          desktop.imageLoader,
+          desktop.localizedStrings,
+          desktop.mainInterface.outlets,
+          desktop.modifierKeys,
+          desktop.preferences,
+          desktop.statusBar,
+          desktop.systemLog,
+          desktop.workspace};
+}
+
 // Writes down how long each sleep was, and with which image in the status item, and at every sleep
 // and every wait does what the test had in mind for that moment.
 class ScriptedClock final : public PassingClock {
@@ -97,20 +112,7 @@ class ThrobberFixture : public testing::Test {
     return {{image, std::chrono::milliseconds(1000)}};
   }
 
-  ThrobberServices services() {
-    return {desktop.application,
-            clock,
-            desktop.dockTile,
-            desktop.folders,
-            desktop.imageLoader,
-            desktop.localizedStrings,
-            desktop.mainInterface.outlets,
-            desktop.modifierKeys,
-            desktop.preferences,
-            desktop.statusBar,
-            desktop.systemLog,
-            desktop.workspace};
-  }
+  ThrobberServices services() { return throbberServicesOf(desktop, clock); }
   // What the agent does with one watched folder.
   static void watch(Throbber& throbber) {
     throbber.clearMenu();

@@ -13,29 +13,66 @@
 #include "scanning/FileRemover.h"
 #include "scanning/PipelineObserver.h"
 #include "scanning/ScannerOwner.h"
-#include "scanning/ScannerServices.h"
 #include "settings/WatchSettings.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 
 // What stands around the scanners, without an agent.
 namespace quillo {
 
+// Keeps what is reported of scans, in words and in order.
+class FakeScanObserver : public ScanObserver {
+ public:
+  void runBegan(std::size_t files) override { add("began " + std::to_string(files)); }
+  void runEnded(std::size_t files) override { add("ended " + std::to_string(files)); }
+  void verdictGiven(const Verdict& verdict) override {
+    switch (verdict.kind) {
+      case Verdict::Kind::clean:
+        return add(verdict.path + " = clean");
+      case Verdict::Kind::infected:
+        return add(verdict.path + " = " + verdict.threat);
+      case Verdict::Kind::notScanned:
+        return add(verdict.path + " = not scanned: " + verdict.reason);
+      default:
+        return add(verdict.path + " = another line");
+    }
+  }
+  std::vector<std::string> reported() {
+    std::lock_guard hold(mutex_);
+    return reported_;
+  }
+
+ private:
+  void add(const std::string& what) {
+    std::lock_guard hold(mutex_);
+    reported_.push_back(what);
+  }
+
+  std::mutex mutex_;
+  std::vector<std::string> reported_;
+};
+
 // Writes down every call in words, in the order in which they came. Keeps the dialogs and the
 // notifications, too.
 class FakeScannerOwner final : public ScannerOwner,
                                public DialogListOwner,
+                               public FakeScanObserver,
                                public Notifier,
-                               private ScannerMenu {
+                               public ScannerMenu {
  public:
-  explicit FakeScannerOwner(Dispatcher& dispatcher) : dispatcher_(dispatcher) {}
+  explicit FakeScannerOwner(Dispatcher& dispatcher) : theDispatcher(dispatcher) {}
 
-  Dispatcher& theDispatcher() override { return dispatcher_; }
   std::shared_ptr<const WatchSettings> settings() override {
     return std::make_shared<const WatchSettings>(chosen);
   }
-  void modifyScannerCountBy(std::int32_t delta) override {
-    record(delta > 0 ? "count up" : "count down");
-    count += delta;
+  void runBegan(std::size_t files) override {
+    FakeScanObserver::runBegan(files);
+    record("run began");
+    ++runs;
+  }
+  void runEnded(std::size_t files) override {
+    FakeScanObserver::runEnded(files);
+    record("run ended");
+    --runs;
   }
   bool clamdStillAlive() override {
     record("alive?");
@@ -60,8 +97,7 @@ class FakeScannerOwner final : public ScannerOwner,
     missingProgram = program;
     record("no engine");
   }
-  const ScannerMenu& mainMenu() override { return *this; }
-  DialogListOwner& dialogList() override { return *this; }
+  std::string getQuitMenuName() const override { return "Quit Vantrel Quillo"; }
   void quit() override { record("quit"); }
   void openAndWait(const std::string& folder) override {
     record("open " + folder);
@@ -128,8 +164,8 @@ class FakeScannerOwner final : public ScannerOwner,
     std::lock_guard hold(mutex_);
     withdrawn_.clear();
   }
-  bool wasTold(const std::string& call) { return timesTold(call) > 0; }
-  int timesTold(const std::string& call) {
+  bool wasCalled(const std::string& call) { return timesCalled(call) > 0; }
+  int timesCalled(const std::string& call) {
     const auto made = calls();
     return static_cast<int>(std::count(made.begin(), made.end(), call));
   }
@@ -138,10 +174,11 @@ class FakeScannerOwner final : public ScannerOwner,
     return dialogs_;
   }
 
+  Dispatcher& theDispatcher;
   std::string missingProgram;
   WatchSettings chosen;
   std::atomic<bool> alive{true};
-  std::atomic<std::int32_t> count{0};
+  std::atomic<int> runs{0};  // that go on
   std::function<void()> duringAliveCheck;
   std::function<void()> duringNotification;
   std::function<void()> duringRemoval;
@@ -149,50 +186,16 @@ class FakeScannerOwner final : public ScannerOwner,
   std::function<void()> duringOpening;
 
  private:
-  std::string getQuitMenuName() const override { return "Quit Vantrel Quillo"; }
   void record(const std::string& call) {
     std::lock_guard hold(mutex_);
     calls_.push_back(call);
   }
 
-  Dispatcher& dispatcher_;
   std::mutex mutex_;
   std::vector<std::string> calls_;
   std::vector<NotificationDetails> details_;
   std::vector<std::string> withdrawn_;
   std::vector<std::shared_ptr<FileRemover>> dialogs_;
-};
-
-// Keeps what it was told, in words and in order.
-class FakeScanObserver final : public ScanObserver {
- public:
-  void runBegan(std::size_t files) override { add("began " + std::to_string(files)); }
-  void runEnded(std::size_t files) override { add("ended " + std::to_string(files)); }
-  void verdictGiven(const Verdict& verdict) override {
-    switch (verdict.kind) {
-      case Verdict::Kind::clean:
-        return add(verdict.path + " = clean");
-      case Verdict::Kind::infected:
-        return add(verdict.path + " = " + verdict.threat);
-      case Verdict::Kind::notScanned:
-        return add(verdict.path + " = not scanned: " + verdict.reason);
-      default:
-        return add(verdict.path + " = another line");
-    }
-  }
-  std::vector<std::string> told() {
-    std::lock_guard hold(mutex_);
-    return told_;
-  }
-
- private:
-  void add(const std::string& what) {
-    std::lock_guard hold(mutex_);
-    told_.push_back(what);
-  }
-
-  std::mutex mutex_;
-  std::vector<std::string> told_;
 };
 
 // Keeps the stations that files passed, and lets a test wait for one.
@@ -267,23 +270,26 @@ class FakePipelineObserver final : public PipelineObserver {
   std::vector<int> statuses_;
 };
 
-inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock, Notifier& notifier,
-                                         PipelineObserver* pipeline,
-                                         ScanObserver* scans = nullptr) {
+inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock,
+                                         FakeScannerOwner& owner, PipelineObserver* pipeline,
+                                         DialogListOwner* dialogs = nullptr) {
   return {desktop.application,
           clock,
+          dialogs ? *dialogs : owner,
+          owner.theDispatcher,
           desktop.folders,
           desktop.interfaceLoader,
           desktop.localizedStrings,
+          owner,
           desktop.modifierKeys,
-          notifier,
+          owner,
           desktop.preferences,
+          owner,
           desktop.systemLog,
           desktop.workspace,
           &desktop.fileDepartures,
           nullptr,
-          pipeline,
-          scans};
+          pipeline};
 }
 
 }  // namespace quillo

@@ -51,8 +51,7 @@ class ReportFixture : public testing::Test {
   FakePlatform desktop;
   Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, nullptr};
   FakeScannerOwner owner{dispatcher};
-  FakeScanObserver scans;
-  ScannerServices services = scannerServicesOf(desktop, clock, owner, nullptr, &scans);
+  ScannerServices services = scannerServicesOf(desktop, clock, owner, nullptr);
   ScanReport report{owner, services};
 };
 

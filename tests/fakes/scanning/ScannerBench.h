@@ -43,10 +43,9 @@ struct ScannerBench {
   ManualClock clock;
   FakePlatform desktop;
   FakePipelineObserver pipeline;
-  FakeScanObserver scans;
   Dispatcher dispatcher{clock, desktop.systemLog, desktop.volumes, &pipeline};
   FakeScannerOwner owner{dispatcher};
-  ScannerServices services = scannerServicesOf(desktop, clock, owner, &pipeline, &scans);
+  ScannerServices services = scannerServicesOf(desktop, clock, owner, &pipeline);
 };
 
 }  // namespace quillo

@@ -22,7 +22,7 @@ class ScannerFixture : public testing::Test {
 
   void useEngine(const std::string& program,
                  const std::vector<std::string>& options = {"--stdout"}) {
-    scanner.setMenuAndParams(ScannerBench::arguments(program, options));
+    scanner.setMenuAndParams(ScannerBench::arguments(program, options), bench.owner.chosen);
   }
   // Runs the engine over files of those names and gives the scan log's lines without timestamps.
   std::vector<std::string> scan(const std::vector<std::string>& names) {

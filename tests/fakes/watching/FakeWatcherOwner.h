@@ -9,15 +9,16 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Notifier.h"
 #include "posix/Snapshot.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
 
-// Owner and queue in one: keeps what a watcher hands on and notes down what it asks for. Any
-// thread.
-class FakeWatcherOwner final : public WatcherOwner, public PathIntake {
+// Owner, queue and notifier in one: keeps what a watcher hands on and notes down what it asks for.
+// Any thread.
+class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public Notifier {
  public:
   std::shared_ptr<const WatchedFolderList> getWatchedFolderList() override { return list_.load(); }
   std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() override { return flags_.load(); }
@@ -33,14 +34,13 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake {
       onStart();
     }
   }
-  bool displayError(const std::string& description) override {
-    note("error: " + description);
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
+                                                 const NotificationDetails& details) override {
+    const std::string topic = details.topic.empty() ? "" : details.topic + " ";
+    note(topic + (code == notificationError ? "error: " : "notification: ") + description);
     return true;
   }
-  bool displayHelperError(const std::string& description) override {
-    return displayError(description);
-  }
-  void withdrawHelperErrors() override { note("withdraw"); }
+  void withdraw(const std::string& topic) override { note("withdraw " + topic); }
 
   void setHelperFails(bool fails) override {
     std::lock_guard hold(mutex_);
@@ -125,17 +125,11 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake {
   bool helperFails_ = false;
 };
 
-inline WatcherServices watcherServicesOf(FakePlatform& desktop, Clock& clock, PathIntake& intake) {
-  return {desktop.application,
-          desktop.authorization,
-          clock,
-          desktop.folders,
-          desktop.localizedStrings,
-          desktop.nameWatch,
-          desktop.preferences,
-          desktop.systemLog,
-          desktop.trashFolders,
-          intake};
+inline WatcherServices watcherServicesOf(FakePlatform& desktop, Clock& clock,
+                                         FakeWatcherOwner& owner) {
+  return {desktop.application,      desktop.authorization, clock, desktop.folders,
+          desktop.localizedStrings, desktop.nameWatch,     owner, desktop.preferences,
+          desktop.systemLog,        desktop.trashFolders,  owner};
 }
 
 }  // namespace quillo
