@@ -1,13 +1,14 @@
 #pragma once
 
 // How the workers see the agent: each class implements one narrow interface that a folder asks of
-// its owner, most by forwarding to the parts that they were given, since a folder includes neither
-// another worker nor the agent.
+// its owner, by forwarding to the parts that it was given, since a folder includes neither another
+// worker nor the agent.
 
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "agent/DialogList.h"
 #include "agent/Health.h"
 #include "agent/NoEngineWindow.h"
 #include "agent/Preferences.h"
@@ -23,44 +24,6 @@
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
-
-class Application;
-class ThreadStarter;
-class Workspace;
-
-// The open warning dialogs, in the order in which they were opened.
-class DialogList final : public DialogListOwner {
- public:
-  void addToDialogList(std::shared_ptr<FileRemover> dialog) override;
-  void removeFromDialogList(const FileRemover& dialog) override;
-  void removeAllFromDialogList() override;
-  std::size_t count() const;
-
- private:
-  std::shared_ptr<FileRemover> dialogAt(std::size_t index) const;
-
-  mutable Mutex lock_;
-  std::vector<std::shared_ptr<FileRemover>> theDialogList QUILLO_GUARDED_BY(lock_);
-};
-
-// Opens folders with the desktop's "/usr/bin/open"; where that cannot be run, with the desktop
-// itself. Main thread.
-class FolderOpener {
- public:
-  FolderOpener(Application& application, Workspace& workspace, ThreadStarter& threads)
-      : application_(application), workspace_(workspace), threads_(threads) {}
-
-  // Opens the folder and returns when the opener has ended; the desktop stays alive meanwhile.
-  void openAndWait(const std::string& folder);
-  // Opens it and returns at once. Throws std::system_error when the system has no thread that could
-  // wait for the opener.
-  void open(const std::string& folder);
-
- private:
-  Application& application_;
-  Workspace& workspace_;
-  ThreadStarter& threads_;
-};
 
 class MenuForScanners final : public ScannerMenu {
  public:

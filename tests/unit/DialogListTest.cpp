@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "agent/Links.h"
+#include "agent/DialogList.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/FileRemover.h"
 #include "scanning/FoundFile.h"

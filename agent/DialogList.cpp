@@ -1,4 +1,4 @@
-#include "agent/Links.h"
+#include "agent/DialogList.h"
 
 #include <memory>
 
