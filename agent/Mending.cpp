@@ -5,7 +5,7 @@
 #include "agent/NoEngineWindow.h"
 #include "agent/PreferenceFile.h"
 #include "menu/Throbber.h"
-#include "platform/ApplicationLauncher.h"
+#include "platform/Workspace.h"
 #include "settings/PreferenceTable.h"
 
 namespace quillo {

@@ -3,7 +3,7 @@
 #include <ctime>
 #include <utility>
 
-#include "platform/DockTile.h"
+#include "platform/Application.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/Accounts.h"

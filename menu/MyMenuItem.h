@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/Menu.h"
+#include "platform/MainInterface.h"
 
 namespace quillo {
 

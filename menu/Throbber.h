@@ -9,7 +9,6 @@
 #include "menu/MyMenuItem.h"
 #include "menu/StatusText.h"
 #include "platform/Image.h"
-#include "posix/Condition.h"
 #include "posix/Mutex.h"
 #include "posix/Snapshot.h"
 

@@ -25,9 +25,9 @@ class RealPath {
   // folder.
   const std::string& path() const { return path_; }
   const std::vector<Link>& links() const { return links_; }
-  // Whether one of the links says something else now, or a folder on the way has become a link.
-  // Costs a system call or two and never waits for a file system that does not answer, unless a
-  // link lies on it.
+  // Returns true when one of the links says something else now, or a folder on the way has become a
+  // link. Costs a system call or two and never waits for a file system that does not answer, unless
+  // a link lies on it.
   bool hasChanged() const;
 
  private:

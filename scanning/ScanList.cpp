@@ -8,9 +8,9 @@
 #include <cstdint>
 
 #include "posix/ChildProcess.h"
-#include "posix/EscapedPath.h"
 #include "posix/OwnFile.h"
 #include "posix/PlatformException.h"
+#include "posix/Text.h"
 
 namespace quillo {
 

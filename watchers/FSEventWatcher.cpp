@@ -9,7 +9,6 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
-#include "posix/EscapedPath.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "settings/TypedPreferences.h"

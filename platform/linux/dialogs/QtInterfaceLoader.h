@@ -8,10 +8,10 @@
 #include "platform/Application.h"
 #include "platform/Dialog.h"
 #include "platform/SystemLog.h"
-#include "platform/linux/dialogs/DialogPiles.h"
+#include "platform/linux/dialogs/DialogStack.h"
 #include "platform/linux/dialogs/DialogText.h"
 #include "platform/linux/dialogs/InterfaceFile.h"
-#include "platform/linux/text/QtTranslation.h"
+#include "platform/linux/text/StringTables.h"
 #include "posix/Mutex.h"
 
 namespace quillo {

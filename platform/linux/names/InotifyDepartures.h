@@ -5,7 +5,7 @@
 #include <map>
 #include <memory>
 
-#include "platform/FileDepartures.h"
+#include "platform/NameWatch.h"
 #include "platform/linux/services/Guarded.h"
 #include "posix/UniqueFd.h"
 
@@ -16,7 +16,7 @@ class InotifyDepartures final : public FileDepartures {
  public:
   static constexpr std::size_t mostFiles = 32;
 
-  // `report` hears that the system has nothing to watch with.
+  // `report` is called when the system has nothing to watch with.
   InotifyDepartures(PostToMain postToMain,
                     const std::function<void(const std::string& problem)>& report);
 

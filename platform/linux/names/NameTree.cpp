@@ -78,7 +78,7 @@ bool NameTree::isStillThere(const std::string& folder) const {
 }
 
 bool NameTree::step(std::vector<std::string>& paths) {
-  told_.clear();
+  reported_.clear();
   readEvents(paths);
   for (int count = 0; count < visitsInAStep && !visits_.empty(); ++count) {
     const Visit next = std::move(visits_.front());
@@ -135,7 +135,7 @@ void NameTree::handle(int watch, unsigned int mask, std::string_view name,
     dropBelow(path);
   } else if (isFolder && (mask & (IN_CREATE | IN_MOVED_TO)) != 0) {
     folderAppeared(path);
-  } else if (!isFolder && (mask & IN_MOVED_FROM) == 0 && told_.insert(path).second &&
+  } else if (!isFolder && (mask & IN_MOVED_FROM) == 0 && reported_.insert(path).second &&
              isFileOrLink(path)) {
     paths.push_back(path);
   }

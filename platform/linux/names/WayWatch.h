@@ -18,7 +18,7 @@ class WayWatch {
   int descriptor() const { return queue_.get(); }
   // Follows these ways in place of any others.
   void follow(const std::vector<RealPath>& ways);
-  // Whether something of that kind has happened since this was last asked.
+  // Returns true when something of that kind has happened since this was last asked.
   bool hasChanged();
 
  private:

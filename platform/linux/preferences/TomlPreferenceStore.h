@@ -2,8 +2,8 @@
 
 #include <functional>
 
+#include "platform/LocalizedStrings.h"
 #include "platform/PreferenceStore.h"
-#include "platform/Wording.h"
 #include "platform/linux/services/Environment.h"
 #include "posix/Mutex.h"
 
@@ -32,7 +32,7 @@ class TomlPreferenceStore final : public PreferenceStore {
   struct File {
     std::string path;
     PreferenceDictionary values;
-    std::string toldOf;
+    std::string reportedState;
   };
   struct Domain {
     std::string name;

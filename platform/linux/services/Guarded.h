@@ -10,8 +10,8 @@ namespace quillo {
 // ends in a line and a beep. Main thread.
 void guarded(const std::function<void()>& action) noexcept;
 
-// Who hears the lines of guarded(), instead of standard error; an empty function for nobody any
-// more. Main thread.
+// Sets what is called with the lines of guarded(), instead of standard error; an empty function for
+// nothing any more. Main thread.
 void setGuardReport(std::function<void(const std::string& problem)> report);
 
 // Has an action run on the main thread and returns at once. Any thread.

@@ -7,16 +7,16 @@
 namespace quillo {
 
 // Questions to the bus daemon itself (org.freedesktop.DBus), which answers at once; should it not,
-// the answer after two seconds is "no". Main thread.
+// each operation returns false, or 0, after two seconds. Main thread.
 class BusDaemon {
  public:
   explicit BusDaemon(const QDBusConnection& bus) : bus_(bus) {}
 
   void roundTrip();
   bool hasOwner(const QString& name);
-  // Whether a service file would start the name's owner.
+  // Returns true when a service file would start the name's owner.
   bool isActivatable(const QString& name);
-  // The process that owns the name, 0 when nobody does.
+  // Returns the process that owns the name; 0 when nobody does.
   unsigned int processOf(const QString& name);
 
  private:

@@ -19,8 +19,8 @@ class SingleInstance {
   // In the user's runtime folder, else in /tmp.
   explicit SingleInstance(const Environment& environment);
 
-  // False when another process holds the lock. True also when no folder was fit; `problem` says
-  // why.
+  // Returns false when another process holds the lock. Where no folder was fit it is true, and
+  // problem() says why.
   bool isFirst() const { return isFirst_; }
   const std::string& problem() const { return problem_; }
 
