@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/Application.h"
-#include "platform/DistributedNotificationCenter.h"
+#include "platform/Session.h"
 #include "platform/Workspace.h"
 #include "posix/Clock.h"
 #include "posix/ThreadStarter.h"

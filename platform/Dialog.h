@@ -44,7 +44,7 @@ class ButtonDialog : public Dialog {
 
   virtual void setDeleteButtonTitle(const std::string& title) = 0;
   virtual void setAction(Action action) = 0;
-  // Must be called before the window is first shown. Without it a "WarningDialog" is a warning and
+  // Sets the kind, before the window is first shown. Without it a "WarningDialog" is a warning and
   // every other window a notice.
   virtual void setKind(Kind kind) = 0;
   // Shows the file concerned in a field of its own: in a notice the file, in a warning about a

@@ -26,7 +26,7 @@ class MenuItem {
 class Menu {
  public:
   virtual ~Menu() = default;
-  // Without automatic enabling, items keep the state that they are set to.
+  // Sets automatic enabling, without which items keep the state that they are set to.
   virtual void setAutoenablesItems(bool autoenables) = 0;
   // Inserts a new item in front of the one at `index` (0 is the top).
   virtual void insertItem(std::size_t index, const std::string& title,

@@ -40,7 +40,7 @@ class NameWatch {
   // Watches those of the places, and of what is mounted below them, that need it, from now on and
   // until stop(), in place of any others. Does not wait for a disk. The observer outlives this.
   virtual void start(const std::vector<NamedPlace>& places, NameWatchObserver& observer) = 0;
-  // What was found just before may still be reported.
+  // Ends the watch. What was found just before may still be reported.
   virtual void stop() = 0;
 };
 

@@ -21,8 +21,8 @@ class RealPath {
   // `path` is absolute. More than forty links in a row count as none, as they do to the kernel.
   explicit RealPath(const std::string& path);
 
-  // Absolute, without a link, "." or ".." on it, and without a "/" at its end but for the root
-  // folder.
+  // Returns it: absolute, without a link, "." or ".." on it, and without a "/" at its end but for
+  // the root folder.
   const std::string& path() const { return path_; }
   const std::vector<Link>& links() const { return links_; }
   // Returns true when one of the links says something else now, or a folder on the way has become a

@@ -16,8 +16,8 @@ class DialogWindow;
 // the rest wait in their order for one of these to go. Main thread.
 class DialogStack {
  public:
-  // `places` windows at a time, the first of them at `firstStep` of the way down the screen; calls
-  // `shown` whenever one of them came to the front.
+  // Shows `places` windows at a time, the first of them at `firstStep` of the way down the screen;
+  // calls `shown` whenever one of them came to the front.
   DialogStack(Application& application, int firstStep, int places, std::function<void()> shown)
       : application_(application),
         firstStep_(firstStep),

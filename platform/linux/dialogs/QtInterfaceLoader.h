@@ -20,7 +20,7 @@ namespace quillo {
 // thread, the window is made later on the main thread. Lives as long as the application.
 class QtInterfaceLoader final : public InterfaceLoader {
  public:
-  // Why a file cannot be loaded goes to `log`. Main thread.
+  // Logs to `log` why a file cannot be loaded. Main thread.
   QtInterfaceLoader(std::string folder, Application& application, SystemLog& log,
                     ImageLoader& imageLoader, LocalizedStrings& localizedStrings,
                     QtModifierKeys& modifierKeys);

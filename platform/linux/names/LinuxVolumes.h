@@ -13,8 +13,9 @@
 
 namespace quillo {
 
-// The mounts that a user would call a volume: a disk, a stick, a disc, a network share. Pseudo file
-// systems, images of packaged programs, bind mounts, portals and the system's own places are none.
+// Returns the mounts that a user would call a volume: a disk, a stick, a disc, a network share.
+// Pseudo file systems, images of packaged programs, bind mounts, portals and the system's own
+// places are none.
 std::vector<Mount> volumesAmong(const std::vector<Mount>& mounts);
 
 // The mount points of the kernel's table, or of some of it, read anew when that has changed. Any

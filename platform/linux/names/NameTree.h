@@ -23,7 +23,7 @@ class NameTree {
   // Throws PlatformException when the system has no queue of events to give.
   explicit NameTree(Clock& clock);
 
-  // To be polled for reading.
+  // Returns what is to be polled for reading.
   int descriptor() const { return queue_.get(); }
   // Watches the folder, a real path, from now on. Of what is in it already all is reported, or else
   // what lies where something came within the last few seconds.

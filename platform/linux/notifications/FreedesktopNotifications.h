@@ -2,13 +2,12 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
+#include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QTimer>
 #include <atomic>
 #include <chrono>
-#include <memory>
 #include <optional>
 
 #include "platform/GrowlApplicationBridge.h"
@@ -69,7 +68,7 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
 
   QDBusConnection bus_;
   Clock& clock_;
-  const PostToMain postToMain_;
+  const PostWhileAlive post_;
   const QString icon_;
   const std::function<void(const std::string& problem)> report_;
   QDBusServiceWatcher watcher_;
@@ -83,8 +82,6 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
   // Nothing until the present owner of the name has answered.
   std::optional<Server> server_;
   bool isCalling_ = false;
-  // Lets go of what was posted and not run when this object is gone.
-  const std::shared_ptr<const bool> life_ = std::make_shared<bool>(true);
 };
 
 }  // namespace quillo

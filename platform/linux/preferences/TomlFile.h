@@ -17,8 +17,8 @@ struct TomlFile {
   // Differs when the file on disk is another one or has been written since; empty without a file.
   std::string version;
 
-  // A file that is not there is an empty one. Anything but a regular file is a problem, and nothing
-  // is waited for. Any thread.
+  // Returns what the file holds. One that is not there is an empty one; anything but a regular file
+  // is a problem, and nothing is waited for. Any thread.
   static TomlFile read(const std::string& path);
 };
 

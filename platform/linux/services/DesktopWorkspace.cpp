@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <optional>
 
 #include "platform/linux/services/GioPointer.h"
@@ -127,10 +126,8 @@ bool DesktopWorkspace::selectFile(const std::string& path) {
   QDBusMessage call = QDBusMessage::createMethodCall(fileManager, "/org/freedesktop/FileManager1",
                                                      fileManager, "ShowItems");
   call << QStringList(QString::fromStdString(uriOf(fileAt(path).get()))) << QString();
-  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, folder] {
-    watcher->deleteLater();
-    if (watcher->isError()) {
+  whenAnswered(bus_.asyncCall(call), *this, [this, folder](const QDBusPendingCall& answer) {
+    if (answer.isError()) {
       openFile(folder);
     }
   });
@@ -151,14 +148,10 @@ std::string DesktopWorkspace::recycle(const std::string& sourceFolder,
 }
 
 bool DesktopApplicationLauncher::isInstalled(const std::string& identifier) {
-  const QString name = QString::fromStdString(identifier);
-  BusDaemon daemon(bus_);
-  return desktopFileOf(identifier) || daemon.hasOwner(name) || daemon.isActivatable(name);
+  return desktopFileOf(identifier) || BusDaemon(bus_).isServed(QString::fromStdString(identifier));
 }
 
 bool DesktopApplicationLauncher::launchApplication(const std::string& identifier) {
-  const QString name = QString::fromStdString(identifier);
-  BusDaemon daemon(bus_);
   failed_ = false;
   launched_ = ApplicationWindows();
   launched_.identifier = identifier;
@@ -166,7 +159,7 @@ bool DesktopApplicationLauncher::launchApplication(const std::string& identifier
     const char* windowClass = g_desktop_app_info_get_startup_wm_class(file.get());
     launched_.windowClass = windowClass != nullptr ? windowClass : "";
   }
-  if (daemon.hasOwner(name) || daemon.isActivatable(name)) {
+  if (BusDaemon(bus_).isServed(QString::fromStdString(identifier))) {
     activate(identifier);
     return true;
   }
@@ -179,16 +172,14 @@ void DesktopApplicationLauncher::activate(const std::string& identifier) {
                                      "org.freedesktop.Application", "Activate");
   call << QVariantMap();
   ++activations_;
-  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, identifier] {
-    watcher->deleteLater();
+  whenAnswered(bus_.asyncCall(call), *this, [this, identifier](const QDBusPendingCall& answer) {
     --activations_;
-    if (!watcher->isError() || launchDesktopFileOf(identifier)) {
+    if (!answer.isError() || launchDesktopFileOf(identifier)) {
       return;
     }
     failed_ = failed_ || identifier == launched_.identifier;
     if (report_) {
-      report_(identifier + " could not be started: " + watcher->error().message().toStdString());
+      report_(identifier + " could not be started: " + answer.error().message().toStdString());
     }
   });
 }

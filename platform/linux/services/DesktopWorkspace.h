@@ -15,7 +15,7 @@ class DesktopWorkspace final : public QObject, public Workspace {
  public:
   explicit DesktopWorkspace(const QDBusConnection& bus) : bus_(bus) {}
 
-  // By the application that the user chose for the file's type, else by xdg-open(1).
+  // Opens it with the application that the user chose for its type, else by xdg-open(1).
   bool openFile(const std::string& path) override;
   // Opens the file's folder where no file manager can select it.
   bool selectFile(const std::string& path) override;

@@ -48,7 +48,7 @@ class LinuxSystemLog final : public SystemLog {
 // before the libraries are used.
 class LibraryMessages {
  public:
-  // The log has to outlive this object.
+  // `log` outlives this object.
   explicit LibraryMessages(LinuxSystemLog& log);
   ~LibraryMessages();
   LibraryMessages(const LibraryMessages&) = delete;

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusPendingCall>
+#include <QObject>
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 namespace quillo {
 
@@ -14,8 +17,8 @@ class BusDaemon {
 
   void roundTrip();
   bool hasOwner(const QString& name);
-  // Returns true when a service file would start the name's owner.
-  bool isActivatable(const QString& name);
+  // Returns true when the name has an owner, or a service file would start one.
+  bool isServed(const QString& name);
   // Returns the process that owns the name; 0 when nobody does.
   unsigned int processOf(const QString& name);
 
@@ -24,5 +27,10 @@ class BusDaemon {
 
   QDBusConnection bus_;
 };
+
+// Calls `finished` on the main thread when the answer to a call, or the lack of one, is known;
+// never once `receiver` is gone. Main thread.
+void whenAnswered(const QDBusPendingCall& call, QObject& receiver,
+                  std::function<void(const QDBusPendingCall& answer)> finished);
 
 }  // namespace quillo

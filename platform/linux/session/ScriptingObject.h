@@ -8,7 +8,7 @@
 #include <QObject>
 #include <functional>
 
-#include "platform/ScriptingKeys.h"
+#include "platform/Session.h"
 
 namespace quillo {
 

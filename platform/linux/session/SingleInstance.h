@@ -16,7 +16,7 @@ class SingleInstance {
   // if need be. A folder that is a symbolic link, another user's, or writable for others is not
   // fit.
   SingleInstance(const std::vector<std::string>& folders, const std::string& fallback);
-  // In the user's runtime folder, else in /tmp.
+  // Takes the lock in the user's runtime folder, else in /tmp.
   explicit SingleInstance(const Environment& environment);
 
   // Returns false when another process holds the lock. Where no folder was fit it is true, and

@@ -28,11 +28,10 @@ QString forPanel(QString title) {
 void QtMenu::setAutoenablesItems(bool autoenables) {
   application_.performOnMainThread([this, autoenables] {
     autoenables_ = autoenables;
-    for (const auto& item : items_) {
-      item->setAutoenabled(autoenables);
-    }
-    for (const auto& item : insertedItems_) {
-      item->setAutoenabled(autoenables);
+    for (const auto* items : {&items_, &insertedItems_}) {
+      for (const auto& item : *items) {
+        item->setAutoenabled(autoenables);
+      }
     }
   });
 }
@@ -76,11 +75,10 @@ QtMenuItem& QtMenu::addSubmenu(const std::string& markedTitle, QtMenu& submenu) 
 
 void QtMenu::setHost(MenuHost host) {
   host_ = host;
-  for (const auto& item : items_) {
-    item->setHost(host);
-  }
-  for (const auto& item : insertedItems_) {
-    item->setHost(host);
+  for (const auto* items : {&items_, &insertedItems_}) {
+    for (const auto& item : *items) {
+      item->setHost(host);
+    }
   }
 }
 
@@ -123,8 +121,7 @@ QtMenuItem::QtMenuItem(Application& application, MenuTitle title, std::function<
     : application_(application),
       ownTitle_(std::move(title)),
       action_(new QAction),
-      title_(ownTitle_.text()),
-      perform_(std::move(action)) {
+      look_{ownTitle_.text(), std::move(action)} {
   QObject::connect(action_, &QAction::triggered, action_, [this] { perform(); });
   show();
 }
@@ -135,51 +132,26 @@ QtMenuItem::~QtMenuItem() {
   action_->deleteLater();
 }
 
-std::string QtMenuItem::title() const {
-  MutexLock lock(mutex_);
-  return title_;
-}
+std::string QtMenuItem::title() const { return look().title; }
 
 void QtMenuItem::setTitle(const std::string& title) {
-  {
-    MutexLock lock(mutex_);
-    title_ = title;
-  }
-  post();
+  change([&](Look& look) { look.title = title; });
 }
 
-bool QtMenuItem::isEnabled() const {
-  MutexLock lock(mutex_);
-  return isEnabled_;
-}
+bool QtMenuItem::isEnabled() const { return look().isEnabled; }
 
 void QtMenuItem::setEnabled(bool enabled) {
-  {
-    MutexLock lock(mutex_);
-    isEnabled_ = enabled;
-  }
-  post();
+  change([&](Look& look) { look.isEnabled = enabled; });
 }
 
-bool QtMenuItem::isHidden() const {
-  MutexLock lock(mutex_);
-  return isHidden_;
-}
+bool QtMenuItem::isHidden() const { return look().isHidden; }
 
 void QtMenuItem::setHidden(bool hidden) {
-  {
-    MutexLock lock(mutex_);
-    isHidden_ = hidden;
-  }
-  post();
+  change([&](Look& look) { look.isHidden = hidden; });
 }
 
 void QtMenuItem::setAction(std::function<void()> action) {
-  {
-    MutexLock lock(mutex_);
-    perform_ = std::move(action);
-  }
-  post();
+  change([&](Look& look) { look.perform = std::move(action); });
 }
 
 void QtMenuItem::setSubmenu(QtMenu& submenu) {
@@ -201,34 +173,30 @@ void QtMenuItem::setAutoenabled(bool autoenabled) {
   show();
 }
 
-void QtMenuItem::post() {
+void QtMenuItem::change(const std::function<void(Look&)>& setter) {
+  {
+    MutexLock lock(mutex_);
+    setter(look_);
+  }
   application_.performOnMainThread([this] { show(); });
 }
 
+QtMenuItem::Look QtMenuItem::look() const {
+  MutexLock lock(mutex_);
+  return look_;
+}
+
 void QtMenuItem::show() {
-  std::string title;
-  bool isEnabled;
-  bool isVisible;
-  {
-    MutexLock lock(mutex_);
-    title = title_;
-    const bool doesSomething = perform_ || submenu_;
-    isEnabled = isEnabled_ && (doesSomething || !autoenabled_);
-    isVisible = !isHidden_;
-  }
-  const bool isOwnTitle = title == ownTitle_.text();
-  action_->setText((isOwnTitle ? ownTitle_ : MenuTitle::plain(title)).forHost(host_));
-  action_->setEnabled(isEnabled);
-  action_->setVisible(isVisible);
+  const Look look = this->look();
+  const bool isOwnTitle = look.title == ownTitle_.text();
+  const bool doesSomething = look.perform || submenu_;
+  action_->setText((isOwnTitle ? ownTitle_ : MenuTitle::plain(look.title)).forHost(host_));
+  action_->setEnabled(look.isEnabled && (doesSomething || !autoenabled_));
+  action_->setVisible(!look.isHidden);
 }
 
 void QtMenuItem::perform() {
-  std::function<void()> action;
-  {
-    MutexLock lock(mutex_);
-    action = perform_;
-  }
-  if (action) {
+  if (const auto action = look().perform) {
     guarded(action);
   }
 }

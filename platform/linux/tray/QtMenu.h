@@ -63,7 +63,15 @@ class QtMenuItem final : public MenuItem {
   void setAutoenabled(bool autoenabled);
 
  private:
-  void post();
+  struct Look {
+    std::string title;
+    std::function<void()> perform;
+    bool isEnabled = true;
+    bool isHidden = false;
+  };
+
+  void change(const std::function<void(Look&)>& setter);
+  Look look() const;
   void show();
   void perform();
 
@@ -77,10 +85,7 @@ class QtMenuItem final : public MenuItem {
   bool autoenabled_ = true;
 
   mutable Mutex mutex_;
-  std::string title_ QUILLO_GUARDED_BY(mutex_);
-  bool isEnabled_ QUILLO_GUARDED_BY(mutex_) = true;
-  bool isHidden_ QUILLO_GUARDED_BY(mutex_) = false;
-  std::function<void()> perform_ QUILLO_GUARDED_BY(mutex_);
+  Look look_ QUILLO_GUARDED_BY(mutex_);
 };
 
 // A menu for the status item, or a submenu of it. Built on the main thread; it must outlive what it
@@ -92,7 +97,7 @@ class QtMenu final : public Menu {
   void setAutoenablesItems(bool autoenables) override;
   void insertItem(std::size_t index, const std::string& title,
                   std::function<void()> action) override;
-  // The item itself stays, for those who know it.
+  // Takes the item out of the menu; the item itself stays, for those who know it.
   void removeItem(MenuItem& item) override;
   void removeAllItems() override;
 
