@@ -7,7 +7,7 @@
 #include "clamav/Definitions.h"
 #include "engine/ClamdLink.h"
 #include "posix/Clock.h"
-#include "posix/Condition.h"
+#include "posix/Mutex.h"
 
 namespace quillo {
 

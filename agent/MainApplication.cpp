@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "platform/Application.h"
-#include "platform/ApplicationLauncher.h"
-#include "platform/DistributedNotificationCenter.h"
+#include "platform/Session.h"
+#include "platform/Workspace.h"
 #include "posix/Clock.h"
 #include "posix/ThreadStarter.h"
 #include "settings/PreferenceTable.h"

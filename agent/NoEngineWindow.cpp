@@ -3,9 +3,9 @@
 #include "agent/PreferenceFile.h"
 #include "agent/Preferences.h"
 #include "platform/Application.h"
-#include "platform/ApplicationLauncher.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
+#include "platform/Workspace.h"
 #include "posix/Text.h"
 #include "settings/PreferenceTable.h"
 

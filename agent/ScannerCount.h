@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstdint>
 
-#include "posix/Condition.h"
 #include "posix/Mutex.h"
 
 namespace quillo {

@@ -6,7 +6,6 @@
 
 #include "agent/ScannerCount.h"
 #include "platform/Application.h"
-#include "platform/DockTile.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"

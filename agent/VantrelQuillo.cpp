@@ -3,11 +3,8 @@
 #include <utility>
 
 #include "platform/Application.h"
-#include "platform/ApplicationLauncher.h"
-#include "platform/DistributedNotificationCenter.h"
 #include "platform/MainInterface.h"
-#include "platform/PowerNotifications.h"
-#include "platform/ScriptingKeys.h"
+#include "platform/Session.h"
 #include "platform/StatusItem.h"
 #include "posix/ChildProcess.h"
 #include "posix/ThreadStarter.h"

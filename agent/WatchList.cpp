@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "menu/Throbber.h"
-#include "platform/MountNotifications.h"
 #include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
+#include "platform/Volumes.h"
 #include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "scanning/Dispatcher.h"

@@ -6,7 +6,7 @@
 
 #include "agent/AgentParts.h"
 #include "platform/Application.h"
-#include "platform/DistributedNotificationCenter.h"
+#include "platform/Session.h"
 #include "platform/SystemLog.h"
 #include "posix/Clock.h"
 #include "posix/ThreadStarter.h"

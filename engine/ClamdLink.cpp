@@ -17,8 +17,8 @@
 #include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
-#include "posix/Condition.h"
 #include "posix/FileFacts.h"
+#include "posix/Mutex.h"
 #include "posix/PlatformException.h"
 #include "posix/ThreadStarter.h"
 

@@ -8,7 +8,7 @@
 #include <climits>
 
 #include "helper/Failure.h"
-#include "posix/EscapedPath.h"
+#include "posix/Text.h"
 
 namespace quillo::helper {
 namespace {

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "platform/LocalizedStrings.h"
-#include "platform/Wording.h"
 #include "posix/Text.h"
 
 namespace quillo {

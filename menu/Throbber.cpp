@@ -1,7 +1,6 @@
 #include "menu/Throbber.h"
 
 #include "platform/Application.h"
-#include "platform/DockTile.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"

@@ -8,8 +8,6 @@
 
 #include "menu/StatusText.h"
 #include "platform/Image.h"
-#include "platform/Menu.h"
-#include "posix/Condition.h"
 #include "posix/Mutex.h"
 #include "posix/Snapshot.h"
 

@@ -18,7 +18,7 @@ class Dialog {
   virtual void orderOut() = 0;
   // Takes it off the screen for good and releases its resources.
   virtual void close() = 0;
-  // The message field. The getter returns what was set last, shown or not.
+  // Sets the message field. message() returns what was set last, shown or not.
   virtual void setMessage(const std::string& message) = 0;
   virtual std::string message() const = 0;
 };
@@ -35,16 +35,16 @@ inline void displayDialog(Dialog& window) {
 class ButtonDialog : public Dialog {
  public:
   enum class Button { deleteButton, otherButton };
-  // What it is about. Each kind has a pile of its own on the screen, in which the next window
-  // waits for one to go; warnings lie in front of the others, and of the engine's errors one is
-  // shown.
+  // What the window is about. Each kind has a pile of its own on the screen, in which the next
+  // window waits for one to go; warnings lie in front of the others, and of the engine's errors one
+  // is shown.
   enum class Kind { warning, notice, engineError };
   // Called on the main thread with the button that was pressed.
   using Action = std::function<void(Button)>;
 
   virtual void setDeleteButtonTitle(const std::string& title) = 0;
   virtual void setAction(Action action) = 0;
-  // Must be called before the window is first shown. Without it a "WarningDialog" is a warning and
+  // Sets the kind, before the window is first shown. Without it a "WarningDialog" is a warning and
   // every other window a notice.
   virtual void setKind(Kind kind) = 0;
   // Shows the file concerned in a field of its own: in a notice the file, in a warning about a

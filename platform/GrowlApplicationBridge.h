@@ -17,8 +17,8 @@ struct NotificationButton {
   // Called on the main thread, at most once for each press and never after the notification was
   // withdrawn.
   std::function<void()> press;
-  // Whether it acts on the one thing that the notification is about, and so makes no sense beside a
-  // count of many such things.
+  // It acts on the one thing that the notification is about, and so makes no sense beside a count
+  // of many such things.
   bool isOfOneThing = false;
 };
 
@@ -32,7 +32,7 @@ struct NotificationDetails {
   std::vector<NotificationButton> buttons;
   // The subject by which it can be withdrawn when that is over; "" is never withdrawn.
   std::string topic;
-  // Whether it reports malware. Such a notification waits behind no other kind.
+  // It reports malware: such a notification waits behind no other kind.
   bool isFind = false;
 };
 
@@ -51,8 +51,8 @@ class GrowlApplicationBridge {
   virtual ~GrowlApplicationBridge() = default;
   // Makes the application known to the service. Main thread.
   virtual void setGrowlDelegate(const GrowlRegistration& registration) = 0;
-  // Returns whether the service would show a notification now. Any thread; never waits for the main
-  // thread.
+  // Returns true when the service would show a notification now. Any thread; never waits for the
+  // main thread.
   virtual bool isGrowlRunning() = 0;
   // Posts one notification; texts are plain, without markup. Any thread; never waits for the main
   // thread.

@@ -46,7 +46,7 @@ class MetadataQuery {
   // Begins to gather and returns at once. An index that does not answer is logged.
   virtual void execute(unsigned int options) = 0;
   virtual void stop() = 0;
-  // Updates are held between the two and reported together afterwards.
+  // Holds updates back until enableUpdates(), which reports them together.
   virtual void disableUpdates() = 0;
   virtual void enableUpdates() = 0;
   virtual bool isGatheringComplete() const = 0;

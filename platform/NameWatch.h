@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ struct NamedPlace {
   bool operator==(const NamedPlace&) const = default;
 };
 
-// Is called by a name watch, on the thread of the watch.
+// Called by a name watch, on the thread of the watch.
 class NameWatchObserver {
  public:
   enum class Gap {
@@ -39,8 +40,18 @@ class NameWatch {
   // Watches those of the places, and of what is mounted below them, that need it, from now on and
   // until stop(), in place of any others. Does not wait for a disk. The observer outlives this.
   virtual void start(const std::vector<NamedPlace>& places, NameWatchObserver& observer) = 0;
-  // What was found just before may still be reported.
+  // Ends the watch. What was found just before may still be reported.
   virtual void stop() = 0;
+};
+
+// Notices files that leave their places.
+class FileDepartures {
+ public:
+  virtual ~FileDepartures() = default;
+  // Calls `hasLeft` on the main thread once soon, and whenever the file may have been moved,
+  // removed or replaced, until it returns true. Only a limited number of files is watched, the
+  // latest. Any thread.
+  virtual void watch(const std::string& path, std::function<bool()> hasLeft) = 0;
 };
 
 }  // namespace quillo

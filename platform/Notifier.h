@@ -30,12 +30,12 @@ inline constexpr const char* roomTopic = "room";
 class Notifier {
  public:
   virtual ~Notifier() = default;
-  // Returns whether the notification was posted: false when the desktop is too old or the service
-  // does not run. `details` is for a service that shows them.
+  // Returns true when the notification was posted: the desktop is not too old and the service runs.
+  // `details` is for a service that shows them.
   virtual bool displayGrowlDialogWithTitleAndDescription(
       std::int32_t code, const std::string& description,
       const NotificationDetails& details = {}) = 0;
-  // Takes back what was posted of the topic.
+  // Withdraws what was posted of the topic.
   virtual void withdraw(const std::string& topic) = 0;
 };
 

@@ -34,8 +34,8 @@ class StatusBar {
   // Returns a new item, which lives as long as the bar. One of length 0 takes no room and is not
   // seen. Main thread.
   virtual StatusItem& statusItemWithLength(double length) = 0;
-  // Whether a desktop shows status items; `notYet` a moment after the start, in which most have
-  // begun to, `none` when the first seconds have passed without.
+  // How the desktop shows status items: it does; not yet, a moment after the start, in which most
+  // have begun to; not at all, when the first seconds have passed without.
   enum class Room { shown, notYet, none };
   // Has `observer` called on the main thread with that of this desktop and its name; with `shown`
   // each time that it begins to show them. Never called without a screen. Main thread, once.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace quillo {
@@ -8,9 +9,19 @@ namespace quillo {
 class Volumes {
  public:
   virtual ~Volumes() = default;
-  // Returns whether the path, without a "/" at its end, is the root folder of a volume: a direct
+  // Returns true when the path, without a "/" at its end, is the root folder of a volume: a direct
   // child of "/Volumes", or where this desktop has mounted one. Quick; any thread.
   virtual bool isVolumeRoot(const std::string& path) = 0;
+};
+
+// Volumes that appear. Main thread.
+class MountNotifications {
+ public:
+  virtual ~MountNotifications() = default;
+  // Calls `didMount` on the main thread with the mount point, without a "/" at its end, of every
+  // volume mounted from now on. One observation at a time: a second call replaces the first.
+  virtual void observe(std::function<void(const std::string& devicePath)> didMount) = 0;
+  virtual void stopObserving() = 0;
 };
 
 }  // namespace quillo

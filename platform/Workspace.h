@@ -21,4 +21,21 @@ class Workspace {
                               const std::vector<std::string>& names) = 0;
 };
 
+// Other applications of the desktop, by their reverse-domain identifiers. Main thread.
+class ApplicationLauncher {
+ public:
+  virtual ~ApplicationLauncher() = default;
+  // Returns true when the desktop knows an application of that identifier.
+  virtual bool isInstalled(const std::string& identifier) = 0;
+  // Has the desktop start the application and does not wait. Returns false when it is unknown.
+  virtual bool launchApplication(const std::string& identifier) = 0;
+  // Returns true until the desktop has said if it started the application launched last.
+  // Other ways to start it may be tried meanwhile, for which events have to be handled.
+  virtual bool isLaunching() = 0;
+  // Returns true when the application launched last could not be started in any way.
+  virtual bool launchFailed() = 0;
+  // Returns the identifier of the active application; "" when it is unknown.
+  virtual std::string activeApplicationIdentifier() = 0;
+};
+
 }  // namespace quillo

@@ -22,9 +22,10 @@ Account accountNumbered(uid_t user);
 // Returns nothing for a name that nobody bears. Any thread.
 std::optional<Account> accountNamed(const std::string& name);
 
-// "~" and "~/x" with `home` in front, "~name/x" with that account's home folder; else unchanged.
+// Returns "~" and "~/x" with `home` in place of "~", "~name/x" with that account's home folder, and
+// any other path unchanged. Any thread.
 std::string expandingTilde(std::string_view path, const std::string& home);
-// The reverse for `home` and what lies in it.
+// Returns `home` and what lies in it with "~" in place of `home`, any other path unchanged.
 std::string abbreviatingWithTilde(const std::string& path, const std::string& home);
 
 }  // namespace quillo

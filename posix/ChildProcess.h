@@ -25,7 +25,7 @@ struct LaunchRequest {
   std::string launchPath;
   std::vector<std::string> arguments = {};
   Output output = Output::joinedPipe;
-  // Absent: this process's environment.
+  // Nothing: this process's environment.
   std::optional<std::vector<std::string>> environment = std::nullopt;
   // Descriptors that the child sees as numbers 3 and 4; -1 for none. Nothing else is passed on.
   int descriptorThree = -1;
@@ -38,7 +38,7 @@ struct LaunchRequest {
 std::vector<std::string> environmentWith(const std::string& name, const std::string& value);
 
 // Something else to be read while a child is waited for: `read` is called whenever `descriptor` can
-// be read, and returns whether it wants more.
+// be read, and returns true when it wants more.
 struct ReadBesides {
   int descriptor = -1;
   std::function<bool()> read;
@@ -50,13 +50,13 @@ struct ReadBesides {
 class ChildProcess {
  public:
   // Called for each chunk of output with all data that was there to be read, on the waiting thread.
-  // Returns whether it wants more.
+  // Returns true when it wants more.
   using ChunkHandler = std::function<bool(std::string_view chunk)>;
 
   // Throws PlatformException: cannotLaunch, with the reason "launch path not accessible", when the
   // program cannot be run; another kind when the system refuses a new process or pipe.
   explicit ChildProcess(const LaunchRequest& request);
-  // As above, with standard output and standard error in a pipe that the caller made.
+  // Has standard output and standard error written to a pipe that the caller made. Throws the same.
   ChildProcess(const LaunchRequest& request, PipeReader output, UniqueFd writer);
   // Ends the child as endAtOnce() does if it still runs, and reaps it.
   ~ChildProcess();
@@ -74,11 +74,12 @@ class ChildProcess {
   // Waits without polling until the child has exited, handing on its output meanwhile. What it
   // wrote before it exited is handed on first. Returns the termination status.
   int waitUntilExit(const ChunkHandler& handler = nullptr, ReadBesides besides = {});
-  // Exit status, or the number of the signal that ended it (SIGHUP is given as 129, to keep 1 for
-  // the exit status). Only after waitUntilExit().
+  // Returns the exit status, or the number of the signal that ended it (129 for SIGHUP, to keep 1
+  // for the exit status). Only after waitUntilExit().
   int terminationStatus() const { return status_; }
 
-  // All data now available on the output, without waiting; empty at the end and when there is none.
+  // Returns all data now available on the output; "" at the end and when there is none. Never
+  // waits.
   std::string availableData() { return output_.availableData(); }
   void closeOutput() { output_.close(); }
 

@@ -14,13 +14,13 @@ class Clock {
 
   virtual ~Clock() = default;
 
-  // Time since an arbitrary start; never runs backwards.
+  // Returns the time since an arbitrary start; never runs backwards.
   virtual Duration now() = 0;
-  // Calendar time.
+  // Returns the calendar time.
   virtual std::chrono::system_clock::time_point wallTime() = 0;
   // Returns when `length` has passed. Not cut short by signals.
   virtual void sleepFor(Duration length) = 0;
-  // One wait on `variable`, which the caller holds through `held`; returns after a notification,
+  // Waits on `variable`, whose lock the caller holds through `held`. Returns after a notification,
   // after `bound`, or early for no reason, as condition waits may.
   virtual void waitOn(std::condition_variable& variable, std::unique_lock<std::mutex>& held,
                       Duration bound) = 0;

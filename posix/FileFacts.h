@@ -16,29 +16,27 @@ struct FileFacts {
   std::int64_t size = 0;
 };
 
-// Facts about what the path leads to (links are followed); absent when nothing is there or it
-// cannot be reached. Any thread. stat(2).
+// Returns facts about what the path leads to (links are followed); nothing when nothing is there or
+// it cannot be reached. Any thread, as all below. stat(2).
 std::optional<FileFacts> fileFacts(const std::string& path);
 bool fileExists(const std::string& path);
 bool isReadableFile(const std::string& path);
-// The whole file as bytes; absent when it cannot be read.
+// Returns the whole file as bytes; nothing when it cannot be read.
 std::optional<std::string> contentsOfFile(const std::string& path);
-// Returns the same of a regular file of at most `largest` bytes and never waits for a pipe or a
-// device of that name; absent, with errno, for anything else. A relative path begins at `folder`.
+// Returns the whole of a regular file of at most `largest` bytes; nothing, with errno, for anything
+// else. Never waits for a pipe or a device of that name. A relative path begins at `folder`.
 enum class Links { followed, refused };
 std::optional<std::string> contentsOfRegularFile(const std::string& path, Links links,
                                                  std::size_t largest = std::string::npos,
                                                  int folder = AT_FDCWD);
-// What an open file still holds; absent, with errno, when it cannot be read or is more than
-// `largest` bytes (EFBIG).
+// Returns what an open file still holds; nothing, with errno, when it cannot be read or is more
+// than `largest` bytes (EFBIG).
 std::optional<std::string> restOfFile(int descriptor, std::size_t largest = std::string::npos);
-// What a link says; absent, with errno, when there is none of that name.
+// Returns what a link says; nothing, with errno, when there is none of that name.
 std::optional<std::string> targetOfLink(const std::string& path);
-// Whether the path itself, not what it leads to, is a folder.
-bool isFolderItself(const std::string& path);
-// Whether what lies in the folder can be listed.
 bool isListableFolder(const std::string& path);
-// Whether the path itself, not what it leads to, is a folder of this user's own.
+// Return true when the path itself, not what it leads to, is a folder; a folder of this user's own.
+bool isFolderItself(const std::string& path);
 bool isOwnFolder(const std::string& path);
 
 }  // namespace quillo

@@ -15,12 +15,12 @@ struct FileIdentity {
   std::int64_t changed = 0;  // its contents
   std::int64_t size = 0;
 
-  // Of the regular file itself that bears that name, no link's; absent when there is none or it
-  // cannot be reached. Any thread. statx(2).
+  // Returns the identity of the regular file itself that bears that name, no link's; nothing when
+  // there is none or it cannot be reached. Any thread. statx(2).
   static std::optional<FileIdentity> at(const std::string& path);
-  // The same; `error` is 0 when anything lies there, else says why not (errno).
+  // Sets `error` to 0 when anything lies there, else to the errno that says why not.
   static std::optional<FileIdentity> at(const std::string& path, int& error);
-  // The same file with the same contents, as far as the file system tells.
+  // Equal: the same file with the same contents, as far as the file system shows.
   bool operator==(const FileIdentity&) const = default;
 };
 

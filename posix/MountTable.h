@@ -22,7 +22,7 @@ struct Mount {
   std::string superOptions;
   bool readOnly = false;
 
-  // Whether it is the same mount, whatever may be done through it now.
+  // Equal: the same mount, whatever may be done through it now.
   bool operator==(const Mount& other) const;
 };
 
@@ -33,27 +33,27 @@ std::vector<Mount> parseMountTable(std::string_view text);
 // `key`. Pure; any thread.
 std::optional<std::string_view> mountOption(std::string_view options, std::string_view key);
 
-// Whether its files lie on another machine, whose changes of them nobody tells of here. Pure; any
-// thread.
+// Returns true when its files lie on another machine, whose changes of them nobody reports here.
+// Pure; any thread.
 bool isNetwork(const Mount& mount);
-// Whether what lies there is the kernel's own and not somebody's files, or is a view of what lies
-// elsewhere. Pure; any thread.
+// Returns true when what lies there is the kernel's own and not somebody's files, or is a view of
+// what lies elsewhere. Pure; any thread.
 bool isPseudo(const Mount& mount);
-// Whether the kernel asks a process of some user about each access. Pure; any thread.
+// Returns true when the kernel asks a process of some user about each access. Pure; any thread.
 bool isFuse(const Mount& mount);
 
 // The table of this process as the kernel keeps it. Not for sharing between threads or processes:
-// the open file remembers which change its owner has been told of.
+// the open file remembers which change its owner has seen.
 class MountTable {
  public:
   MountTable();
 
-  // To be polled for POLLPRI, which comes once after each change; -1, with errno, when there is no
-  // table.
+  // Returns what is to be polled for POLLPRI, which comes once after each change; -1, with errno,
+  // when there is no table.
   int descriptor() const { return file_.get(); }
-  // Whether it has changed since it was opened or this was last asked.
+  // Returns true when it has changed since it was opened or this was last asked.
   bool hasChanged() const;
-  // Absent, with errno, when it cannot be read now, which says nothing of what is mounted.
+  // Returns nothing, with errno, when it cannot be read now, which says nothing of what is mounted.
   std::optional<std::vector<Mount>> read() const;
 
  private:

@@ -25,12 +25,12 @@ std::string makeFile(const std::string& subject, const std::string& path,
   if (!file) {
     return problemWith(subject, path, " cannot be made: ");
   }
-  // Some file systems tell only then that they had no room.
+  // Some file systems report only then that they had no room.
   const auto isClosed = [&file] { return close(file.release()) == 0 || errno == EINTR; };
   if (!writeAll(file.get(), contents) || !isClosed()) {
-    const std::string told = problemWith(subject, path, " cannot be written: ");
+    const std::string problem = problemWith(subject, path, " cannot be written: ");
     unlink(path.c_str());
-    return told;
+    return problem;
   }
   return {};
 }
@@ -54,7 +54,7 @@ std::string writeOwnFile(const std::string& subject, const std::string& path,
 
 std::string writeNewFile(const std::string& subject, const std::string& path,
                          const std::string& contents) {
-  // Whatever goes wrong with a folder is told of the file in it.
+  // Whatever goes wrong with a folder is reported of the file in it.
   makeFolders(deletingLastPathComponent(path));
   return makeFile(subject, path, contents, 0644);
 }

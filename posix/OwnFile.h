@@ -11,7 +11,7 @@ std::string writeOwnFile(const std::string& subject, const std::string& path,
                          const std::string& contents);
 
 // Writes a new file that only this user may write, and makes the folders that it lies in. What is
-// there already, a link too, is not touched, which is a failure. As above otherwise.
+// there already, a link too, is not touched, which is a failure. Returns the same. Any thread.
 std::string writeNewFile(const std::string& subject, const std::string& path,
                          const std::string& contents);
 

@@ -47,10 +47,7 @@ std::string PipeReader::availableData() {
   }
   // When nothing stands there the read learns of the end; what arrives just then is taken whole.
   std::string chunk(waiting > 0 ? static_cast<std::size_t>(waiting) : PIPE_BUF, '\0');
-  ssize_t count;
-  do {
-    count = read(end_.get(), chunk.data(), chunk.size());
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count = readSome(end_.get(), chunk.data(), chunk.size());
   if (count == 0 || (count < 0 && errno != EAGAIN)) {
     atEnd_ = true;
   }

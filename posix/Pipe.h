@@ -14,9 +14,10 @@ class PipeReader;
 // thread.
 class Pipe {
  public:
-  // Nothing when the system has none; errno tells why.
+  // Returns nothing, with errno, when the system has none.
   static std::optional<Pipe> make();
-  // The reading end, which never blocks a read; nothing when it cannot be made so, or was taken.
+  // Returns the reading end, which never blocks a read; nothing when it cannot be made so, or was
+  // taken.
   std::optional<PipeReader> fileHandleForReading();
   UniqueFd takeWriter() { return std::move(writer_); }
 
@@ -30,13 +31,13 @@ class PipeReader {
  public:
   PipeReader() = default;
   explicit PipeReader(UniqueFd end) : end_(std::move(end)) {}
-  // Makes a pipe whose ends are both close-on-exec, and gives the writing end to `writer`.
+  // Returns the reading end of a new pipe, both ends close-on-exec, and sets `writer` to the other.
   // Throws PlatformException when the system has none.
   static PipeReader open(UniqueFd& writer);
 
   int descriptor() const { return end_.get(); }
-  // All data that stands in the pipe now, up to its capacity, so that a chunk ends where a writer's
-  // atomic write ended (pipe(7)). Empty when there is none; atEnd() then tells why.
+  // Returns all data that stands in the pipe now, up to its capacity, so that a chunk ends where a
+  // writer's atomic write ended (pipe(7)); "" when there is none, at the end (atEnd()) or so far.
   std::string availableData();
   bool atEnd() const { return atEnd_; }
   void close() { end_.reset(); }

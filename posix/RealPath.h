@@ -21,13 +21,13 @@ class RealPath {
   // `path` is absolute. More than forty links in a row count as none, as they do to the kernel.
   explicit RealPath(const std::string& path);
 
-  // Absolute, without a link, "." or ".." on it, and without a "/" at its end but for the root
-  // folder.
+  // Returns it: absolute, without a link, "." or ".." on it, and without a "/" at its end but for
+  // the root folder.
   const std::string& path() const { return path_; }
   const std::vector<Link>& links() const { return links_; }
-  // Whether one of the links says something else now, or a folder on the way has become a link.
-  // Costs a system call or two and never waits for a file system that does not answer, unless a
-  // link lies on it.
+  // Returns true when one of the links says something else now, or a folder on the way has become a
+  // link. Costs a system call or two and never waits for a file system that does not answer, unless
+  // a link lies on it.
   bool hasChanged() const;
 
  private:

@@ -30,7 +30,7 @@ class UniqueFd {
   int descriptor_ = -1;
 };
 
-// As read(2), and begins again after a signal. Any thread.
+// read(2), begun again after a signal. Any thread.
 ssize_t readSome(int descriptor, char* bytes, std::size_t most);
 // Writes all of it, in several pieces if need be. Returns false, with errno, when one fails. Any
 // thread.

@@ -4,7 +4,6 @@
 #include "platform/Dialog.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
-#include "platform/Wording.h"
 #include "platform/Workspace.h"
 #include "posix/Text.h"
 #include "scanning/FileRemover.h"

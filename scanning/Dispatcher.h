@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "posix/Clock.h"
-#include "posix/Condition.h"
 #include "posix/Mutex.h"
 
 namespace quillo {

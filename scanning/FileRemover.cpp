@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "platform/Application.h"
+#include "platform/LocalizedStrings.h"
 #include "platform/ModifierKeys.h"
-#include "platform/Wording.h"
 #include "posix/Text.h"
 #include "scanning/FoundFile.h"
 #include "scanning/ScannerOwner.h"

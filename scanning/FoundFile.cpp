@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "clamav/ReportedText.h"
-#include "platform/FileDepartures.h"
 #include "platform/LocalizedStrings.h"
+#include "platform/NameWatch.h"
 #include "platform/Notifier.h"
 #include "platform/Workspace.h"
 #include "posix/Text.h"

@@ -6,8 +6,8 @@
 
 #include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
+#include "platform/LocalizedStrings.h"
 #include "platform/Notifier.h"
-#include "platform/Wording.h"
 #include "posix/Text.h"
 
 namespace quillo {

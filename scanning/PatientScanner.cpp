@@ -13,7 +13,7 @@
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
-#include "posix/EscapedPath.h"
+#include "posix/Text.h"
 #include "posix/OwnFile.h"
 #include "posix/PlatformException.h"
 #include "scanning/AbortedScans.h"

@@ -10,7 +10,6 @@
 #include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/ChildProcess.h"
-#include "posix/EscapedPath.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "settings/TypedPreferences.h"

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "posix/Clock.h"
-#include "posix/Condition.h"
 #include "posix/Mutex.h"
 #include "watchers/PathFilter.h"
 

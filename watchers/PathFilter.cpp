@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/TrashFolders.h"
+#include "platform/Folders.h"
 #include "posix/Text.h"
 
 namespace quillo {

@@ -20,14 +20,14 @@ class LinuxPlatform {
   LinuxPlatform(int& argc, char** argv);
   ~LinuxPlatform();
 
-  // False when another agent of this user runs already.
+  // Returns true unless another agent of this user runs already.
   bool isFirstAgent() const;
-  // Has that one show its window. "", or why it does not.
+  // Has that one show its window. Returns "", or why it does not.
   std::string showFirstAgent();
   const Platform& services() const;
   Clock& clock();
   // Runs the event loop until the program ends: `begin` is called as soon as it runs, `end` when
-  // the program is asked to end.
+  // the program is asked to end. Returns the exit status.
   int run(std::function<void()> begin, std::function<void()> end);
 
  private:

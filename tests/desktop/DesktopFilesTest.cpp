@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "platform/linux/services/DesktopApplicationLauncher.h"
 #include "platform/linux/services/DesktopWorkspace.h"
 #include "posix/Text.h"
 #include "tests/desktop/support/QtEvents.h"

@@ -3,7 +3,7 @@
 #include <QRegularExpression>
 #include <QTextDocument>
 
-#include "platform/linux/text/DisplayText.h"
+#include "platform/linux/text/VisibleText.h"
 
 namespace quillo {
 namespace {

@@ -4,7 +4,6 @@
 #include <QtGlobal>
 #include <vector>
 
-#include "platform/linux/services/LibraryMessages.h"
 #include "platform/linux/services/LinuxSystemLog.h"
 #include "tests/support/ManualClock.h"
 

@@ -5,8 +5,8 @@
 #include <mutex>
 #include <set>
 
-#include "platform/linux/names/FileHandles.h"
 #include "platform/linux/names/LinuxNameWatch.h"
+#include "platform/linux/names/NamePlan.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 

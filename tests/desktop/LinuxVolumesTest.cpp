@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/names/LinuxMountNotifications.h"
 #include "platform/linux/names/LinuxVolumes.h"
 #include "tests/support/SystemCalls.h"
 

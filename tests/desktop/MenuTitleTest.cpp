@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/text/MenuTitle.h"
+#include "platform/linux/tray/QtMenu.h"
 
 namespace quillo {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/linux/index/MetadataExclusion.h"
+#include "platform/linux/index/TrackerQuery.h"
 
 namespace quillo {
 namespace {

@@ -5,8 +5,8 @@
 
 #include "menu/StatusText.h"
 #include "platform/linux/preferences/TomlFile.h"
-#include "platform/linux/text/DisplayText.h"
 #include "platform/linux/text/StringTables.h"
+#include "platform/linux/text/VisibleText.h"
 #include "posix/Text.h"
 #include "tests/support/TemporaryFolder.h"
 

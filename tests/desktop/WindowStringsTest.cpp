@@ -8,7 +8,7 @@
 #include <string>
 
 #include "platform/linux/preferences/TomlFile.h"
-#include "platform/linux/text/MenuTitle.h"
+#include "platform/linux/tray/QtMenu.h"
 
 namespace quillo {
 namespace {

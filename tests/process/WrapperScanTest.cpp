@@ -7,7 +7,6 @@
 
 #include <algorithm>
 
-#include "posix/EscapedPath.h"
 #include "posix/Text.h"
 #include "tests/process/FakeClientTree.h"
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "posix/EscapedPath.h"
+#include "posix/Text.h"
 #include "tests/root/support/helper/HelperFixture.h"
 #include "tests/root/support/world/SystemLogListener.h"
 

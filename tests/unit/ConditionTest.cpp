@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "posix/Condition.h"
+#include "posix/Mutex.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/Threads.h"
 

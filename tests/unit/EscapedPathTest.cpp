@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "posix/EscapedPath.h"
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {

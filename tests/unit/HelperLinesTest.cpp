@@ -12,7 +12,7 @@
 #include "helper/LineWriter.h"
 #include "helper/OwnLog.h"
 #include "helper/Warnings.h"
-#include "posix/EscapedPath.h"
+#include "posix/Text.h"
 #include "tests/support/Threads.h"
 
 namespace quillo::helper {

@@ -14,7 +14,6 @@
 #include <unordered_map>
 #include <utility>
 
-#include "posix/EscapedPath.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/FolderWalk.h"

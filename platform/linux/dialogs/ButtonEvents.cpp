@@ -11,8 +11,6 @@
 #include <chrono>
 #include <utility>
 
-#include "platform/ModifierKeys.h"
-
 namespace quillo {
 namespace {
 
@@ -146,6 +144,19 @@ void ButtonPause::setButtonsEnabled(bool enabled) {
   for (QPushButton* button : window_.findChildren<QPushButton*>()) {
     button->setEnabled(enabled);
   }
+}
+
+unsigned int QtModifierKeys::current() {
+  if (keysOfEvent_) {
+    return *keysOfEvent_;
+  }
+  return keysOf(QGuiApplication::queryKeyboardModifiers());
+}
+
+void QtModifierKeys::performWith(unsigned int keys, const std::function<void()>& action) {
+  const auto outer = std::exchange(keysOfEvent_, keys);
+  action();
+  keysOfEvent_ = outer;
 }
 
 }  // namespace quillo

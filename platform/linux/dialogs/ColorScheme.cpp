@@ -2,13 +2,13 @@
 
 #include <QApplication>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QPalette>
 #include <string_view>
 #include <utility>
 
 #include "platform/linux/services/Guarded.h"
+#include "platform/linux/session/BusDaemon.h"
 
 namespace quillo {
 namespace {
@@ -84,10 +84,8 @@ void ColorScheme::ask() {
       QDBusMessage::createMethodCall(portal, portalPath, settings, QStringLiteral("Read"));
   call << appearance << colorScheme;
   call.setAutoStartService(false);
-  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-  connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-    const QDBusPendingReply<QDBusVariant> reply = *watcher;
-    watcher->deleteLater();
+  whenAnswered(bus_.asyncCall(call), *this, [this](const QDBusPendingCall& answer) {
+    const QDBusPendingReply<QDBusVariant> reply = answer;
     if (reply.isError()) {
       followGnome();
     } else {

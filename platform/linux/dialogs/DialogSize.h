@@ -16,10 +16,10 @@ class DialogSize {
  public:
   explicit DialogSize(QDialog& window);
 
-  // For a window that is about to be shown.
+  // Sizes a window that is about to be shown.
   void fit(const QSize& room);
-  // For one that is shown: as wide as it is, and as high as it has come to need, but no lower than
-  // it is. Gives how much higher it has become.
+  // Makes one that is shown as high as it has come to need, and no lower than it is; its width
+  // stays. Returns how much higher it has become.
   int grow(const QSize& room);
 
  private:

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/Application.h"
+#include "platform/Dialog.h"
 
 namespace quillo {
 
@@ -15,8 +16,8 @@ class DialogWindow;
 // the rest wait in their order for one of these to go. Main thread.
 class DialogStack {
  public:
-  // `places` windows at a time, the first of them at `firstStep` of the way down the screen; calls
-  // `shown` whenever one of them came to the front.
+  // Shows `places` windows at a time, the first of them at `firstStep` of the way down the screen;
+  // calls `shown` whenever one of them came to the front.
   DialogStack(Application& application, int firstStep, int places, std::function<void()> shown)
       : application_(application),
         firstStep_(firstStep),
@@ -25,17 +26,16 @@ class DialogStack {
 
   // Shows the window, or brings it to the front, or has it wait. Keeps it alive until it is off.
   void bringForward(const std::shared_ptr<DialogWindow>& window);
-  // Forgets the window; one that waits gets its place soon. Nothing for one that is not here.
+  // Forgets the window, if it is here; one that waits gets its place soon.
   void takeOff(DialogWindow& window);
-  // Brings all that are shown before other windows, the first of them lowest.
+  // Brings all that are shown in front of other windows, the first of them lowest.
   void raise();
 
  private:
   void fillOnePlace();
   void fillSoon();
-  // The next that can be shown, put there.
+  // Returns the next that can be shown, put there.
   std::shared_ptr<DialogWindow> takeNext(int step);
-  // Shown and waiting.
   int openCount() const;
   void showOthers();
 
@@ -45,6 +45,25 @@ class DialogStack {
   std::vector<std::shared_ptr<DialogWindow>> shown_;
   std::deque<std::shared_ptr<DialogWindow>> waiting_;
   bool willFill_ = false;
+};
+
+// A pile for each kind of window, so that none keeps another's from being seen: three warnings,
+// three notices and one error of the engine at a time. Warnings lie in front of the others. Main
+// thread.
+class DialogPiles {
+ public:
+  explicit DialogPiles(Application& application);
+
+  // Shows the window, or brings it to the front of its pile, or has it wait. Keeps it alive until
+  // it is off.
+  void bringForward(const std::shared_ptr<DialogWindow>& window, ButtonDialog::Kind kind);
+  // Forgets the window; one that waits gets its place soon.
+  void takeOff(DialogWindow& window);
+
+ private:
+  DialogStack warnings_;
+  DialogStack notices_;
+  DialogStack engineErrors_;
 };
 
 }  // namespace quillo

@@ -7,9 +7,9 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 
-#include "platform/linux/text/DisplayText.h"
-#include "platform/linux/text/MenuTitle.h"
+#include "platform/linux/text/VisibleText.h"
 #include "platform/linux/tray/QtImage.h"
+#include "platform/linux/tray/QtMenu.h"
 #include "posix/Text.h"
 
 namespace quillo {

@@ -7,8 +7,8 @@
 #include "platform/Dialog.h"
 #include "platform/Image.h"
 #include "platform/LocalizedStrings.h"
-#include "platform/linux/dialogs/DialogPiles.h"
-#include "platform/linux/services/QtModifierKeys.h"
+#include "platform/linux/dialogs/ButtonEvents.h"
+#include "platform/linux/dialogs/DialogStack.h"
 
 class QDialog;
 class QWidget;
@@ -23,12 +23,12 @@ struct DialogServices {
   DialogPiles& piles;
 };
 
-// What a window says: kept until there is a window, and from then on shown in it. Main thread.
+// The texts of a window: kept until there is a window, and from then on shown in it. Main thread.
 class DialogText {
  public:
   explicit DialogText(const DialogServices& services) : services_(services) {}
 
-  // Shows everything that was said so far, and from now on every change. The window outlives the
+  // Shows everything that was set so far, and from now on every change. The window outlives the
   // last call.
   void showIn(QDialog& dialog);
 
@@ -39,7 +39,7 @@ class DialogText {
   void setFind(const std::string& path, const std::string& threat);
   void setSuspicious(bool suspicious);
   void setFailure(const std::string& text);
-  // How many windows of the kind wait to be shown, of how many that are open.
+  // Sets how many windows of the kind wait to be shown, of how many that are open.
   void setOthers(int waiting, int open);
 
  private:

@@ -12,8 +12,8 @@
 #include <utility>
 
 #include "platform/linux/dialogs/ButtonEvents.h"
-#include "platform/linux/dialogs/SwayFocus.h"
 #include "platform/linux/services/Guarded.h"
+#include "platform/linux/session/DisplayChoice.h"
 #include "platform/linux/tray/QtImage.h"
 
 namespace quillo {

@@ -26,7 +26,7 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
 
   void orderFront(Level level);
   void orderOut();
-  // For good: no later order brings it back.
+  // Takes it off the screen for good: no later order brings it back.
   void close();
   void setMessage(const std::string& message);
   void setDeleteButtonTitle(const std::string& title) { text_.setDeleteButtonTitle(title); }
@@ -37,8 +37,8 @@ class DialogWindow final : public std::enable_shared_from_this<DialogWindow> {
   void showFailure(const std::string& text);
   void setAction(ButtonDialog::Action action) { action_ = std::move(action); }
 
-  // For the pile: on the screen, so many steps below where the warnings begin, if it can be made at
-  // all; in front of the others; how many of its kind wait, of how many that are open.
+  // For the pile. Shows the window so many steps below where the warnings begin; returns false when
+  // it cannot be made.
   bool appear(int step);
   void raise();
   void setOthers(int waiting, int open);

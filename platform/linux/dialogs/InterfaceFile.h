@@ -14,12 +14,12 @@ struct InterfaceFile {
   std::string name;
   QByteArray contents;
 
-  // `<folder>/<name>.ui`; empty when it cannot be read, is no well-formed interface file or names
-  // no object `theDialog`. `reason` then says which. Any thread.
+  // Returns `<folder>/<name>.ui`; nothing, and in `reason` why, when it cannot be read, is no
+  // well-formed interface file or names no object `theDialog`. Any thread.
   static std::optional<InterfaceFile> read(const std::string& folder, const std::string& name,
                                            std::string& reason);
-  // The widget that the file describes, not yet shown; empty when its class is not known. Main
-  // thread.
+  // Returns the widget that the file describes, not yet shown; null when its class is not known.
+  // Main thread.
   std::unique_ptr<QWidget> makeWidget() const;
 };
 

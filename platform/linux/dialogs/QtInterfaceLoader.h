@@ -8,10 +8,10 @@
 #include "platform/Application.h"
 #include "platform/Dialog.h"
 #include "platform/SystemLog.h"
-#include "platform/linux/dialogs/DialogPiles.h"
+#include "platform/linux/dialogs/DialogStack.h"
 #include "platform/linux/dialogs/DialogText.h"
 #include "platform/linux/dialogs/InterfaceFile.h"
-#include "platform/linux/text/QtTranslation.h"
+#include "platform/linux/text/StringTables.h"
 #include "posix/Mutex.h"
 
 namespace quillo {
@@ -20,7 +20,7 @@ namespace quillo {
 // thread, the window is made later on the main thread. Lives as long as the application.
 class QtInterfaceLoader final : public InterfaceLoader {
  public:
-  // Why a file cannot be loaded goes to `log`. Main thread.
+  // Logs to `log` why a file cannot be loaded. Main thread.
   QtInterfaceLoader(std::string folder, Application& application, SystemLog& log,
                     ImageLoader& imageLoader, LocalizedStrings& localizedStrings,
                     QtModifierKeys& modifierKeys);

@@ -1,7 +1,6 @@
 #include "platform/linux/index/TrackerEndpoint.h"
 
 #include <QDBusArgument>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <QSocketNotifier>
@@ -12,6 +11,7 @@
 #include <optional>
 #include <utility>
 
+#include "platform/linux/session/BusDaemon.h"
 #include "posix/Pipe.h"
 
 namespace quillo {
@@ -38,13 +38,10 @@ class Question final : public QObject {
   }
 
   void awaitReply(const QDBusPendingCall& call) {
-    auto* watcher = new QDBusPendingCallWatcher(call, this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-      const QDBusPendingReply<> reply = *watcher;
-      // It holds the message, and with it this side's copy of the pipe's writing end.
-      watcher->deleteLater();
-      if (reply.isError()) {
-        finish(reply.error().message().toStdString());
+    // The call goes when it is answered, and with it this side's copy of the pipe's writing end.
+    whenAnswered(call, *this, [this](const QDBusPendingCall& answer) {
+      if (answer.isError()) {
+        finish(answer.error().message().toStdString());
         return;
       }
       isUnderstood_ = true;

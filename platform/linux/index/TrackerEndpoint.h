@@ -38,9 +38,9 @@ class TrackerEndpoint final : public QObject {
   void observe(ChangeHandler onChange, std::function<void()> onStart);
   void stopObserving();
 
-  // The rows of a finished answer, of which each is: the number of its columns, as many types, as
-  // many ends of values, then the values, each followed by a zero byte. Numbers are 32 bits wide,
-  // in this machine's byte order. False when it is cut off or made otherwise.
+  // Appends the rows of a finished answer, of which each is: the number of its columns, as many
+  // types, as many ends of values, then the values, each followed by a zero byte. Numbers are 32
+  // bits wide, in this machine's byte order. Returns false when it is cut off or made otherwise.
   static bool parseRows(const std::string& bytes, std::vector<Row>& rows);
 
  private Q_SLOTS:

@@ -1,9 +1,14 @@
 #include "platform/linux/index/TrackerQuery.h"
 
+#include <fnmatch.h>
+
 #include <QByteArray>
 #include <QDateTime>
 #include <iterator>
+#include <string_view>
 #include <utility>
+
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {
@@ -34,6 +39,14 @@ std::string joined(const std::set<int>& resources) {
     text.append(text.empty() ? "" : ", ").append(std::to_string(resource));
   }
   return text;
+}
+
+bool takePrefix(std::string_view& text, std::string_view prefix) {
+  if (!text.starts_with(prefix)) {
+    return false;
+  }
+  text = trimmed(text.substr(prefix.size()));
+  return true;
 }
 
 }  // namespace
@@ -204,6 +217,26 @@ void TrackerQuery::notify(const MetadataNotification& notification) {
 std::unique_ptr<MetadataQuery> TrackerQueries::create(const std::string& queryText) {
   auto exclusion = MetadataExclusion::parse(queryText);
   return exclusion ? std::make_unique<TrackerQuery>(bus_, std::move(*exclusion), report_) : nullptr;
+}
+
+std::optional<MetadataExclusion> MetadataExclusion::parse(const std::string& queryText) {
+  std::string_view text = trimmed(queryText);
+  if (text.starts_with("(") && text.ends_with(")")) {
+    text = trimmed(text.substr(1, text.size() - 2));
+  }
+  if (!takePrefix(text, "kMDItemFSName") || !takePrefix(text, "!=") || !text.starts_with("'")) {
+    return std::nullopt;
+  }
+  const std::size_t end = text.rfind('\'');
+  const std::string_view modifiers = text.substr(end + 1);
+  if (end == 0 || (!modifiers.empty() && modifiers != "c")) {
+    return std::nullopt;
+  }
+  return MetadataExclusion(std::string(text.substr(1, end - 1)), modifiers == "c");
+}
+
+bool MetadataExclusion::leavesOut(const std::string& path) const {
+  return fnmatch(pattern_.c_str(), path.c_str(), anyCase_ ? FNM_CASEFOLD : 0) == 0;
 }
 
 }  // namespace quillo

@@ -4,15 +4,32 @@
 #include <QObject>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "platform/MetadataQuery.h"
-#include "platform/linux/index/MetadataExclusion.h"
 #include "platform/linux/index/TrackerEndpoint.h"
 
 namespace quillo {
+
+// The text of a query for everything but what matches one pattern, as metadata queries are written:
+// "(kMDItemFSName != 'PATTERN'c)". Pure; any thread.
+class MetadataExclusion {
+ public:
+  // Returns nothing for any other text.
+  static std::optional<MetadataExclusion> parse(const std::string& queryText);
+  // Returns true for a path that is left out. "*" and "?" also stand for a "/".
+  bool leavesOut(const std::string& path) const;
+
+ private:
+  MetadataExclusion(std::string pattern, bool anyCase)
+      : pattern_(std::move(pattern)), anyCase_(anyCase) {}
+
+  std::string pattern_;
+  bool anyCase_;
+};
 
 // A query to the index that Tracker's file miner keeps (tracker-miner-fs(1), TinySPARQL). An item
 // is a file or folder; its dates are nfo:fileLastAccessed and nfo:fileLastModified, in seconds.
@@ -49,7 +66,7 @@ class TrackerQuery final : public QObject, public MetadataQuery {
   std::map<std::string, Observer> observers_;
   std::string scope_;
   TrackerEndpoint endpoint_;
-  // Raised when it stops, so that answers to what was asked before are known by.
+  // Raised when it stops: what was asked before is answered in vain.
   int run_ = 0;
   bool isRunning_ = false;
   bool isGathering_ = false;

@@ -1,14 +1,12 @@
 #include "platform/linux/names/InotifyDepartures.h"
 
 #include <sys/inotify.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
-#include "platform/linux/services/Guarded.h"
+#include "platform/linux/names/WayWatch.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -22,7 +20,7 @@ constexpr unsigned int ofFolder = IN_MOVE_SELF | IN_DELETE_SELF | IN_ONLYDIR;
 
 InotifyDepartures::InotifyDepartures(PostToMain postToMain,
                                      const std::function<void(const std::string& problem)>& report)
-    : postToMain_(std::move(postToMain)), queue_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    : post_(std::move(postToMain)), queue_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   if (!queue_) {
     report(std::string("Files that leave their places cannot be noticed: ") + std::strerror(errno));
     return;
@@ -32,12 +30,7 @@ InotifyDepartures::InotifyDepartures(PostToMain postToMain,
 }
 
 void InotifyDepartures::watch(const std::string& path, std::function<bool()> hasLeft) {
-  postToMain_([this, path, hasLeft = std::move(hasLeft),
-               life = std::weak_ptr<const bool>(life_)]() mutable {
-    if (!life.expired()) {
-      add(path, std::move(hasLeft));
-    }
-  });
+  post_([this, path, hasLeft = std::move(hasLeft)] { add(path, hasLeft); });
 }
 
 void InotifyDepartures::add(const std::string& path, std::function<bool()> hasLeft) {
@@ -77,8 +70,7 @@ void InotifyDepartures::remove(const Place& place) {
 
 // What it was does not matter: there are few to ask.
 void InotifyDepartures::somethingHappened() {
-  alignas(inotify_event) std::array<char, 4096> events;
-  while (read(queue_.get(), events.data(), events.size()) > 0) {
+  while (takeInotifyEvents(queue_, [](int, unsigned int, std::string_view) {})) {
   }
   askAll();
 }

@@ -5,7 +5,7 @@
 #include <map>
 #include <memory>
 
-#include "platform/FileDepartures.h"
+#include "platform/NameWatch.h"
 #include "platform/linux/services/Guarded.h"
 #include "posix/UniqueFd.h"
 
@@ -16,7 +16,7 @@ class InotifyDepartures final : public FileDepartures {
  public:
   static constexpr std::size_t mostFiles = 32;
 
-  // `report` hears that the system has nothing to watch with.
+  // `report` is called when the system has nothing to watch with.
   InotifyDepartures(PostToMain postToMain,
                     const std::function<void(const std::string& problem)>& report);
 
@@ -36,14 +36,12 @@ class InotifyDepartures final : public FileDepartures {
   void somethingHappened();
   void askAll();
 
-  const PostToMain postToMain_;
+  const PostWhileAlive post_;
   UniqueFd queue_;
   std::unique_ptr<QSocketNotifier> notifier_;
   std::deque<Place> places_;
   // How many places need a watch: files share folders, and names share files.
   std::map<int, int> users_;
-  // Lets go of what was posted and not run when this object is gone.
-  const std::shared_ptr<const bool> life_ = std::make_shared<bool>(true);
 };
 
 }  // namespace quillo

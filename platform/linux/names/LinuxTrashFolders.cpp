@@ -57,27 +57,13 @@ bool LinuxTrashFolders::isEnclosedByTrash(const std::string& path) {
     // A folder of that name elsewhere is no trash, and what lies in it is to be scanned.
     for (std::size_t at = path.find(trash); at != std::string::npos;
          at = path.find(trash, at + 1)) {
-      if (at + trash.size() < path.size() && isMountPoint(at == 0 ? "/" : path.substr(0, at))) {
+      if (at + trash.size() < path.size() &&
+          mountPoints_.contain(at == 0 ? "/" : path.substr(0, at))) {
         return true;
       }
     }
   }
   return false;
-}
-
-bool LinuxTrashFolders::isMountPoint(const std::string& path) {
-  MutexLock hold(mutex_);
-  mustRead_ = table_.hasChanged() || mustRead_;
-  if (mustRead_) {
-    if (const auto mounts = table_.read()) {
-      mustRead_ = false;
-      mountPoints_.clear();
-      for (const Mount& mount : *mounts) {
-        mountPoints_.insert(mount.point);
-      }
-    }
-  }
-  return mountPoints_.count(path) != 0;
 }
 
 }  // namespace quillo

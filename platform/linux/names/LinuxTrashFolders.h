@@ -2,15 +2,12 @@
 
 #include <sys/types.h>
 
-#include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
-#include "platform/TrashFolders.h"
+#include "platform/Folders.h"
+#include "platform/linux/names/LinuxVolumes.h"
 #include "platform/linux/services/Environment.h"
-#include "posix/MountTable.h"
-#include "posix/Mutex.h"
 
 namespace quillo {
 
@@ -23,14 +20,9 @@ class LinuxTrashFolders final : public TrashFolders {
   bool isEnclosedByTrash(const std::string& path) override;
 
  private:
-  bool isMountPoint(const std::string& path);
-
   const std::vector<std::string> homeTrashes_;
   const std::vector<std::string> volumeTrashes_;
-  Mutex mutex_;
-  const MountTable table_ QUILLO_GUARDED_BY(mutex_);
-  std::set<std::string> mountPoints_ QUILLO_GUARDED_BY(mutex_);
-  bool mustRead_ QUILLO_GUARDED_BY(mutex_) = true;
+  MountPoints mountPoints_;
 };
 
 }  // namespace quillo

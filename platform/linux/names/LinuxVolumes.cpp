@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "platform/linux/services/Guarded.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -69,6 +70,21 @@ std::vector<Mount> volumesAmong(const std::vector<Mount>& mounts) {
   return volumes;
 }
 
+bool MountPoints::contain(const std::string& path) {
+  MutexLock hold(mutex_);
+  mustRead_ = table_.hasChanged() || mustRead_;
+  if (mustRead_) {
+    if (const auto mounts = table_.read()) {
+      mustRead_ = false;
+      points_.clear();
+      for (const Mount& mount : choice_ != nullptr ? choice_(*mounts) : *mounts) {
+        points_.insert(mount.point);
+      }
+    }
+  }
+  return points_.count(path) != 0;
+}
+
 LinuxVolumes::LinuxVolumes(const std::string& userName) {
   if (!userName.empty() && userName.find('/') == std::string::npos) {
     folders_.push_back("/media/" + userName);
@@ -78,22 +94,53 @@ LinuxVolumes::LinuxVolumes(const std::string& userName) {
 
 bool LinuxVolumes::isVolumeRoot(const std::string& path) {
   const std::string parent = deletingLastPathComponent(path);
-  return std::find(folders_.begin(), folders_.end(), parent) != folders_.end() || isMounted(path);
+  return std::find(folders_.begin(), folders_.end(), parent) != folders_.end() ||
+         volumes_.contain(path);
 }
 
-bool LinuxVolumes::isMounted(const std::string& path) {
-  MutexLock hold(mutex_);
-  mustRead_ = table_.hasChanged() || mustRead_;
-  if (mustRead_) {
-    if (const auto mounts = table_.read()) {
-      mustRead_ = false;
-      mountPoints_.clear();
-      for (const Mount& mount : volumesAmong(*mounts)) {
-        mountPoints_.insert(mount.point);
-      }
+std::vector<Mount> NewVolumes::update(std::vector<Mount> mounts) {
+  std::vector<Mount> fresh;
+  for (const Mount& mount : volumesAmong(mounts)) {
+    if (std::find(known_.begin(), known_.end(), mount) == known_.end()) {
+      fresh.push_back(mount);
     }
   }
-  return mountPoints_.count(path) != 0;
+  known_ = std::move(mounts);
+  return fresh;
+}
+
+void LinuxMountNotifications::observe(std::function<void(const std::string& devicePath)> didMount) {
+  stopObserving();
+  didMount_ = std::move(didMount);
+  table_ = std::make_unique<MountTable>();
+  newVolumes_.reset(table_->read().value_or(std::vector<Mount>()));
+  if (table_->descriptor() < 0) {
+    return;
+  }
+  notifier_ = std::make_unique<QSocketNotifier>(table_->descriptor(), QSocketNotifier::Exception);
+  QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { tableChanged(); });
+}
+
+void LinuxMountNotifications::stopObserving() {
+  if (notifier_) {
+    // It may be what is calling just now.
+    notifier_->setEnabled(false);
+    notifier_.release()->deleteLater();
+  }
+  didMount_ = nullptr;
+}
+
+void LinuxMountNotifications::tableChanged() {
+  std::optional<std::vector<Mount>> mounts = table_->read();
+  if (!mounts) {
+    return;
+  }
+  for (const Mount& mount : newVolumes_.update(std::move(*mounts))) {
+    // A listener may end the observation, or begin another.
+    if (const auto didMount = didMount_) {
+      guarded([&] { didMount(mount.point); });
+    }
+  }
 }
 
 }  // namespace quillo

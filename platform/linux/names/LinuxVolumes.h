@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QSocketNotifier>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -11,9 +13,29 @@
 
 namespace quillo {
 
-// The mounts that a user would call a volume: a disk, a stick, a disc, a network share. Pseudo file
-// systems, images of packaged programs, bind mounts, portals and the system's own places are none.
+// Returns the mounts that a user would call a volume: a disk, a stick, a disc, a network share.
+// Pseudo file systems, images of packaged programs, bind mounts, portals and the system's own
+// places are none.
 std::vector<Mount> volumesAmong(const std::vector<Mount>& mounts);
+
+// The mount points of the kernel's table, or of some of it, read anew when that has changed. Any
+// thread.
+class MountPoints {
+ public:
+  using Choice = std::vector<Mount> (*)(const std::vector<Mount>& mounts);
+
+  // `choice` picks the mounts that count; all of them do without it.
+  explicit MountPoints(Choice choice = nullptr) : choice_(choice) {}
+  bool contain(const std::string& path);
+
+ private:
+  const Choice choice_;
+  Mutex mutex_;
+  const MountTable table_ QUILLO_GUARDED_BY(mutex_);
+  // As of the table's last change.
+  std::set<std::string> points_ QUILLO_GUARDED_BY(mutex_);
+  bool mustRead_ QUILLO_GUARDED_BY(mutex_) = true;
+};
 
 // What lies in "/Volumes" or where udisks(8) mounts what this user plugs in (/media/USER or
 // /run/media/USER), and every other volume in the kernel's mount table.
@@ -24,16 +46,37 @@ class LinuxVolumes final : public Volumes {
   bool isVolumeRoot(const std::string& path) override;
 
  private:
-  bool isMounted(const std::string& path);
-
-  // Constant after construction.
   std::vector<std::string> folders_ = {"/Volumes"};
+  MountPoints volumes_{volumesAmong};
+};
 
-  Mutex mutex_;
-  MountTable table_ QUILLO_GUARDED_BY(mutex_);
-  // As of the table's last change.
-  std::set<std::string> mountPoints_ QUILLO_GUARDED_BY(mutex_);
-  bool mustRead_ QUILLO_GUARDED_BY(mutex_) = true;
+// Finds which volumes of a mount table are there for the first time. Not for sharing between
+// threads.
+class NewVolumes {
+ public:
+  // Forgets all but the mounts of this table.
+  void reset(std::vector<Mount> mounts) { known_ = std::move(mounts); }
+  // Returns the volumes whose mount was not there the time before. One that went away is new when
+  // it comes again.
+  std::vector<Mount> update(std::vector<Mount> mounts);
+
+ private:
+  std::vector<Mount> known_;
+};
+
+// Volumes that appear in the kernel's mount table, each reported once.
+class LinuxMountNotifications final : public MountNotifications {
+ public:
+  void observe(std::function<void(const std::string& devicePath)> didMount) override;
+  void stopObserving() override;
+
+ private:
+  void tableChanged();
+
+  std::function<void(const std::string& devicePath)> didMount_;
+  NewVolumes newVolumes_;
+  std::unique_ptr<MountTable> table_;
+  std::unique_ptr<QSocketNotifier> notifier_;
 };
 
 }  // namespace quillo

@@ -27,10 +27,15 @@ struct NamePlan {
   std::vector<RealPath> ways;
 };
 
-// What the places need, as the disk and the mount table are now. A place without subfolders gives
-// no path but in the root folder, and needs nothing elsewhere. `hasHandles` says of a mount
-// point whether the helper hears of every name on that file system. Any thread.
+// Returns what the places need, as the disk and the mount table are now. A place without subfolders
+// counts for paths in the root folder alone, and needs nothing elsewhere. `hasHandles` returns true
+// for a mount point when the helper hears of every name on that file system. Any thread.
 NamePlan planNames(const std::vector<NamedPlace>& places, const std::vector<Mount>& mounts,
                    const std::function<bool(const std::string&)>& hasHandles);
+
+// Returns false when the kernel cannot report every name that appears on the file system that holds
+// the path: for that it needs file handles and an id of the file system (fanotify(7),
+// FAN_REPORT_FID). Any thread. name_to_handle_at(2).
+bool hasFileHandles(const std::string& path);
 
 }  // namespace quillo

@@ -114,7 +114,7 @@ void NameRounds::reportRoots(NameWatchObserver::Gap gap) {
 }
 
 void NameRounds::reportGap(const std::string& place, NameWatchObserver::Gap gap) {
-  if (toldGaps_.emplace(place, gap).second) {
+  if (reportedGaps_.emplace(place, gap).second) {
     observer_.placeHasGap(place, gap);
   }
 }

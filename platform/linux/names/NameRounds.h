@@ -28,11 +28,11 @@ class NameRounds {
              HasHandles hasHandles);
 
   // Does what there is to do now, and calls the observer. `mountsChanged` is to be true if the
-  // mount table's descriptor had news. Whether there is more to do at once.
+  // mount table's descriptor had news. Returns true when there is more to do at once.
   bool round(bool mountsChanged);
-  // Whether something could not be had that is to be tried for again, in a round after a while.
+  // Returns true when something could not be had that is to be tried for again, after a while.
   bool isIncomplete() const;
-  // The mount table comes first, to be polled for POLLPRI; the others for POLLIN.
+  // Returns the mount table first, to be polled for POLLPRI; the others for POLLIN.
   std::vector<pollfd> descriptors() const;
 
  private:
@@ -54,7 +54,7 @@ class NameRounds {
   WayWatch ways_;
   std::unique_ptr<NameTree> tree_;
   std::map<std::string, NameRoot> roots_;
-  std::set<std::pair<std::string, NameWatchObserver::Gap>> toldGaps_;
+  std::set<std::pair<std::string, NameWatchObserver::Gap>> reportedGaps_;
 };
 
 }  // namespace quillo

@@ -2,14 +2,12 @@
 
 #include <sys/inotify.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
+#include "platform/linux/names/WayWatch.h"
 #include "posix/FolderReader.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
@@ -78,7 +76,7 @@ bool NameTree::isStillThere(const std::string& folder) const {
 }
 
 bool NameTree::step(std::vector<std::string>& paths) {
-  told_.clear();
+  reported_.clear();
   readEvents(paths);
   for (int count = 0; count < visitsInAStep && !visits_.empty(); ++count) {
     const Visit next = std::move(visits_.front());
@@ -91,23 +89,14 @@ bool NameTree::step(std::vector<std::string>& paths) {
 bool NameTree::takeRefusal() { return std::exchange(refused_, false); }
 
 void NameTree::readEvents(std::vector<std::string>& paths) {
-  alignas(inotify_event) std::array<char, 65536> buffer;
+  const auto take = [&](int watch, unsigned int mask, std::string_view name) {
+    handle(watch, mask, name, paths);
+  };
   for (int reads = 0; reads < readsInAStep; ++reads) {
     const std::time_t readAt = now();
-    const ssize_t count = read(queue_.get(), buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count <= 0) {
+    if (!takeInotifyEvents(queue_, take)) {
       allReadAt_ = readAt;
       return;
-    }
-    for (std::size_t at = 0; at < static_cast<std::size_t>(count);) {
-      inotify_event event;
-      std::memcpy(&event, buffer.data() + at, sizeof event);
-      const char* name = buffer.data() + at + sizeof event;
-      handle(event.wd, event.mask, std::string_view(name, strnlen(name, event.len)), paths);
-      at += sizeof event + event.len;
     }
   }
 }
@@ -135,7 +124,7 @@ void NameTree::handle(int watch, unsigned int mask, std::string_view name,
     dropBelow(path);
   } else if (isFolder && (mask & (IN_CREATE | IN_MOVED_TO)) != 0) {
     folderAppeared(path);
-  } else if (!isFolder && (mask & IN_MOVED_FROM) == 0 && told_.insert(path).second &&
+  } else if (!isFolder && (mask & IN_MOVED_FROM) == 0 && reported_.insert(path).second &&
              isFileOrLink(path)) {
     paths.push_back(path);
   }

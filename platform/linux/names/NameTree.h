@@ -23,20 +23,20 @@ class NameTree {
   // Throws PlatformException when the system has no queue of events to give.
   explicit NameTree(Clock& clock);
 
-  // To be polled for reading.
+  // Returns what is to be polled for reading.
   int descriptor() const { return queue_.get(); }
   // Watches the folder, a real path, from now on. Of what is in it already all is reported, or else
   // what lies where something came within the last few seconds.
   void add(const std::string& folder, bool withSubfolders, bool reportAll);
   void remove(const std::string& folder);
-  // Whether the folder that bears that name now is the one that was added.
+  // Returns true when the folder that bears that name now is the one that was added.
   bool isStillThere(const std::string& folder) const;
   // Appends the paths of files and links that were given a name, or were written, since the last
-  // call, and looks through some of the folders that wait for it. Whether more of them wait.
+  // call, and looks through some of the folders that wait for it. Returns true when more wait.
   bool step(std::vector<std::string>& paths);
-  // Whether the system refused a watch since the last call.
+  // Returns true when the system refused a watch since the last call.
   bool takeRefusal();
-  // How many folders are watched.
+  // Returns the number of folders that are watched.
   std::size_t size() const { return byPath_.size(); }
 
  private:
@@ -72,7 +72,7 @@ class NameTree {
   std::map<std::string, int> byPath_;
   std::unordered_map<int, const std::string*> byWatch_;
   std::deque<Visit> visits_;
-  std::unordered_set<std::string> told_;
+  std::unordered_set<std::string> reported_;
   std::time_t allReadAt_ = 0;
   bool refused_ = false;
 };

@@ -1,12 +1,9 @@
 #include "platform/linux/names/WayWatch.h"
 
 #include <sys/inotify.h>
-#include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstring>
-#include <string_view>
 
 #include "posix/Text.h"
 
@@ -44,27 +41,30 @@ void WayWatch::followOne(const std::string& path) {
 }
 
 bool WayWatch::hasChanged() {
-  alignas(inotify_event) std::array<char, 16384> buffer;
   bool changed = false;
-  for (;;) {
-    const ssize_t count = read(queue_.get(), buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR) {
-      continue;
-    }
-    if (count <= 0) {
-      return changed;
-    }
-    for (std::size_t at = 0; at < static_cast<std::size_t>(count);) {
-      inotify_event event;
-      std::memcpy(&event, buffer.data() + at, sizeof event);
-      const char* name = buffer.data() + at + sizeof event;
-      const auto names = names_.find(event.wd);
-      changed = changed || (event.mask & IN_Q_OVERFLOW) != 0 ||
-                (names != names_.end() &&
-                 names->second.count(std::string_view(name, strnlen(name, event.len))) != 0);
-      at += sizeof event + event.len;
-    }
+  const auto look = [&](int watch, unsigned int mask, std::string_view name) {
+    const auto names = names_.find(watch);
+    changed = changed || (mask & IN_Q_OVERFLOW) != 0 ||
+              (names != names_.end() && names->second.count(name) != 0);
+  };
+  while (takeInotifyEvents(queue_, look)) {
   }
+  return changed;
+}
+
+bool takeInotifyEvents(
+    const UniqueFd& queue,
+    const std::function<void(int watch, unsigned int mask, std::string_view name)>& take) {
+  alignas(inotify_event) std::array<char, 65536> buffer;
+  const ssize_t count = readSome(queue.get(), buffer.data(), buffer.size());
+  for (std::size_t at = 0; count > 0 && at < static_cast<std::size_t>(count);) {
+    inotify_event event;
+    std::memcpy(&event, buffer.data() + at, sizeof event);
+    const char* name = buffer.data() + at + sizeof event;
+    take(event.wd, event.mask, std::string_view(name, strnlen(name, event.len)));
+    at += sizeof event + event.len;
+  }
+  return count > 0;
 }
 
 }  // namespace quillo

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "posix/RealPath.h"
@@ -10,15 +12,22 @@
 
 namespace quillo {
 
+// Hands what one read(2) of an inotify(7) queue brings to `take`, event by event. Returns false
+// when nothing waits in it.
+bool takeInotifyEvents(
+    const UniqueFd& queue,
+    const std::function<void(int watch, unsigned int mask, std::string_view name)>& take);
+
 // Notices when a folder or a link on the way to a place appears, goes or is another: by inotify(7)
 // on the folders that lie on the way. One thread.
 class WayWatch {
  public:
-  // To be polled for reading; -1 while there is nothing to follow, or no queue to be had.
+  // Returns what is to be polled for reading; -1 while there is nothing to follow, or no queue to
+  // be had.
   int descriptor() const { return queue_.get(); }
   // Follows these ways in place of any others.
   void follow(const std::vector<RealPath>& ways);
-  // Whether something of that kind has happened since this was last asked.
+  // Returns true when something of that kind has happened since this was last asked.
   bool hasChanged();
 
  private:

@@ -57,7 +57,7 @@ FreedesktopNotifications::FreedesktopNotifications(
     const std::string& icon, std::function<void(const std::string& problem)> report)
     : bus_(bus),
       clock_(clock),
-      postToMain_(std::move(postToMain)),
+      post_(std::move(postToMain)),
       icon_(QUrl::fromLocalFile(QString::fromStdString(icon)).toString(QUrl::FullyEncoded)),
       report_(std::move(report)),
       queue_(clock, [&strings](std::uint64_t count) { return andMore(strings, count); }) {
@@ -77,22 +77,19 @@ FreedesktopNotifications::FreedesktopNotifications(
                SLOT(notificationClosed(uint, uint, QDBusMessage)));
   timer_.setSingleShot(true);
   QObject::connect(&timer_, &QTimer::timeout, this, [this] { pump(); });
-  BusDaemon daemon(bus_);
-  isRunning_ = daemon.hasOwner(service) || daemon.isActivatable(service);
+  activatableServicesChanged();
 }
 
 void FreedesktopNotifications::notify(const GrowlNotification& notification) {
-  postToMain_([this, notification, life = std::weak_ptr<const bool>(life_)] {
-    if (!life.expired()) {
-      queue_.add(notification);
-      pump();
-    }
+  post_([this, notification] {
+    queue_.add(notification);
+    pump();
   });
 }
 
 void FreedesktopNotifications::withdraw(const std::string& topic) {
-  postToMain_([this, topic, life = std::weak_ptr<const bool>(life_)] {
-    if (life.expired() || topic.empty()) {
+  post_([this, topic] {
+    if (topic.empty()) {
       return;
     }
     queue_.withdraw(topic);
@@ -135,8 +132,7 @@ void FreedesktopNotifications::ownerChanged(const QString& newOwner) {
 }
 
 void FreedesktopNotifications::activatableServicesChanged() {
-  BusDaemon daemon(bus_);
-  isRunning_ = daemon.hasOwner(service) || daemon.isActivatable(service);
+  isRunning_ = BusDaemon(bus_).isServed(service);
 }
 
 void FreedesktopNotifications::pump() {
@@ -280,13 +276,11 @@ void FreedesktopNotifications::call(const QString& method, const QVariantList& a
   QDBusMessage message = QDBusMessage::createMethodCall(service, path, service, method);
   message.setArguments(arguments);
   isCalling_ = true;
-  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(message), this);
-  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this,
-                   [this, watcher, finished = std::move(finished)] {
-                     watcher->deleteLater();
-                     isCalling_ = false;
-                     finished(*watcher);
-                   });
+  whenAnswered(bus_.asyncCall(message), *this,
+               [this, finished = std::move(finished)](const QDBusPendingCall& answer) {
+                 isCalling_ = false;
+                 finished(answer);
+               });
 }
 
 }  // namespace quillo

@@ -2,19 +2,17 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
+#include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QTimer>
 #include <atomic>
 #include <chrono>
-#include <memory>
 #include <optional>
 
 #include "platform/GrowlApplicationBridge.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/linux/notifications/NotificationQueue.h"
-#include "platform/linux/notifications/ShownNotifications.h"
 #include "platform/linux/services/Guarded.h"
 
 namespace quillo {
@@ -25,8 +23,8 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
   Q_OBJECT
 
  public:
-  // `icon` is the application's picture, a file: no theme need know it. `report` hears of what
-  // could not be shown. The string "AND_MORE" words a burst's summary.
+  // `icon` is the application's picture, a file: no theme need know it. `report` is called with
+  // what could not be shown. The string "AND_MORE" words a burst's summary.
   FreedesktopNotifications(const QDBusConnection& bus, PostToMain postToMain, Clock& clock,
                            LocalizedStrings& strings, const std::string& icon,
                            std::function<void(const std::string& problem)> report);
@@ -38,7 +36,7 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
   void withdraw(const std::string& topic) override;
 
   void handOver() override { handOver(std::chrono::seconds(1)); }
-  // As above, for so long at most.
+  // Waits for so long at most.
   void handOver(std::chrono::milliseconds patience);
 
  private Q_SLOTS:
@@ -70,7 +68,7 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
 
   QDBusConnection bus_;
   Clock& clock_;
-  const PostToMain postToMain_;
+  const PostWhileAlive post_;
   const QString icon_;
   const std::function<void(const std::string& problem)> report_;
   QDBusServiceWatcher watcher_;
@@ -81,11 +79,9 @@ class FreedesktopNotifications final : public QObject, public GrowlApplicationBr
   // Of the one that the server has been handed and has not answered.
   std::string topicInFlight_;
   bool withdrawnInFlight_ = false;
-  // Absent until the present owner of the name has answered.
+  // Nothing until the present owner of the name has answered.
   std::optional<Server> server_;
   bool isCalling_ = false;
-  // Lets go of what was posted and not run when this object is gone.
-  const std::shared_ptr<const bool> life_ = std::make_shared<bool>(true);
 };
 
 }  // namespace quillo

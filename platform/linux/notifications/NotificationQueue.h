@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/GrowlApplicationBridge.h"
 #include "posix/Clock.h"
@@ -46,11 +47,11 @@ class NotificationQueue {
   // Drops what waits under that topic.
   void withdraw(const std::string& topic);
   std::optional<QueuedNotification> takeNext();
-  // How long until takeNext() may give something; absent when there is nothing.
+  // Returns how long until takeNext() may have something; nothing when nothing waits.
   std::optional<Clock::Duration> untilNext();
-  // The server has shown what takeNext() gave, under that number.
+  // Notes that the server has shown what takeNext() returned, under that number.
   void shown(const QueuedNotification& queued, std::uint32_t id);
-  // The server that gave out the numbers is gone.
+  // Notes that the server whose numbers they were is gone.
   void forgetIds();
   void clear();
   // Makes the counts due that are held back.
@@ -85,5 +86,33 @@ class NotificationQueue {
 std::string notificationTitle(std::string_view title);
 // With `hasMarkup` what the server would take for markup is escaped.
 std::string notificationBody(std::string_view description, bool hasMarkup);
+
+// What a notification server shows for us, by its numbers: at most so many, and of
+// more the latest. Not for sharing between threads.
+class ShownNotifications {
+ public:
+  static constexpr std::size_t most = 64;
+
+  // One that takes the place of another has its number.
+  void add(std::uint32_t id, const GrowlNotification& notification, Clock::Duration now);
+  // Returns what is shown under that number; null when it is none of ours.
+  const GrowlNotification* find(std::uint32_t id) const;
+  void remove(std::uint32_t id);
+  void clear() { shown_.clear(); }
+  bool hasFind() const;
+  // Takes out what is of the topic, and returns its numbers.
+  std::vector<std::uint32_t> takeTopic(const std::string& topic);
+
+  struct Shown {
+    std::uint32_t id = 0;
+    GrowlNotification notification;
+    Clock::Duration at{};
+  };
+  // Takes out, and returns, what reports no malware and is shown since then.
+  std::vector<Shown> takeHints(Clock::Duration since);
+
+ private:
+  std::deque<Shown> shown_;
+};
 
 }  // namespace quillo

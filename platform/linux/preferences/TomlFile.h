@@ -2,23 +2,23 @@
 
 #include <string>
 
+#include "platform/LocalizedStrings.h"
 #include "platform/PreferenceStore.h"
-#include "platform/Wording.h"
 
 namespace quillo {
 
-// What a TOML file (toml.io, v1.0.0) holds. Dates and times are given as strings.
+// What a TOML file (toml.io, v1.0.0) holds. Dates and times are strings.
 struct TomlFile {
   PreferenceDictionary values;
-  // Empty, or "path:line:column: reason" or "path: reason"; `values` is then empty.
+  // "", or "path:line:column: reason" or "path: reason"; `values` is then empty.
   std::string problem;
-  // The same for the user; what the parser says stays in its language.
+  // The problem in words for the user; what the parser says stays in its language.
   Wording wording;
   // Differs when the file on disk is another one or has been written since; empty without a file.
   std::string version;
 
-  // A file that is not there is an empty one. Anything but a regular file is a problem, and nothing
-  // is waited for. Any thread.
+  // Returns what the file holds. One that is not there is an empty one; anything but a regular file
+  // is a problem, and nothing is waited for. Any thread.
   static TomlFile read(const std::string& path);
 };
 

@@ -79,7 +79,7 @@ std::optional<PreferenceValue> TomlPreferenceStore::objectForKey(const std::stri
 bool TomlPreferenceStore::hasAny() {
   MutexLock hold(mutex_);
   const auto isThere = [](const File& file) {
-    return !file.values.empty() || !file.toldOf.empty();
+    return !file.values.empty() || !file.reportedState.empty();
   };
   return std::any_of(domains_.begin(), domains_.end(), [&](const Domain& domain) {
     return std::any_of(domain.files.begin(), domain.files.end(), isThere);
@@ -96,9 +96,9 @@ void TomlPreferenceStore::read(Domain& domain, std::vector<Problem>& problems) {
     TomlFile now = TomlFile::read(file.path);
     if (now.problem.empty()) {
       file.values = std::move(now.values);
-      file.toldOf.clear();
-    } else if (const std::string state = now.version + now.problem; state != file.toldOf) {
-      file.toldOf = state;
+      file.reportedState.clear();
+    } else if (const std::string state = now.version + now.problem; state != file.reportedState) {
+      file.reportedState = state;
       problems.push_back({now.problem, now.wording});
     }
   }

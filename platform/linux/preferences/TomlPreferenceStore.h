@@ -2,8 +2,8 @@
 
 #include <functional>
 
+#include "platform/LocalizedStrings.h"
 #include "platform/PreferenceStore.h"
-#include "platform/Wording.h"
 #include "platform/linux/services/Environment.h"
 #include "posix/Mutex.h"
 
@@ -19,7 +19,7 @@ class TomlPreferenceStore final : public PreferenceStore {
   using Report = std::function<void(const std::string& problem, const Wording& wording)>;
 
   TomlPreferenceStore(std::vector<std::string> folders, const std::string& domain, Report report);
-  // `vantrel` below $XDG_CONFIG_HOME and below each of $XDG_CONFIG_DIRS, or their defaults.
+  // Returns `vantrel` below $XDG_CONFIG_HOME and below each of $XDG_CONFIG_DIRS, or their defaults.
   static std::vector<std::string> folders(const Environment& environment, const std::string& home);
 
   void addSuiteNamed(const std::string& domain) override;
@@ -32,7 +32,7 @@ class TomlPreferenceStore final : public PreferenceStore {
   struct File {
     std::string path;
     PreferenceDictionary values;
-    std::string toldOf;
+    std::string reportedState;
   };
   struct Domain {
     std::string name;

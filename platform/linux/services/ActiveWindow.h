@@ -9,12 +9,12 @@ namespace quillo {
 // The window that has the user's attention, as X11's window manager has it (Extended Window Manager
 // Hints 1.5, _NET_ACTIVE_WINDOW).
 struct ActiveWindow {
-  // What its application calls itself, the most telling name first.
+  // What its application calls itself, the most specific name first.
   std::vector<std::string> names;
   // The process that says it made the window; 0 when none does.
   unsigned int process = 0;
 
-  // Absent where there is no X11 or no window manager that says so. Main thread.
+  // Returns nothing where there is no X11 or no window manager that says so. Main thread.
   static std::optional<ActiveWindow> current();
 };
 

@@ -2,8 +2,11 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <functional>
+#include <string>
 
 #include "platform/Workspace.h"
+#include "platform/linux/services/ActiveWindow.h"
 
 namespace quillo {
 
@@ -12,7 +15,7 @@ class DesktopWorkspace final : public QObject, public Workspace {
  public:
   explicit DesktopWorkspace(const QDBusConnection& bus) : bus_(bus) {}
 
-  // By the application that the user chose for the file's type, else by xdg-open(1).
+  // Opens it with the application that the user chose for its type, else by xdg-open(1).
   bool openFile(const std::string& path) override;
   // Opens the file's folder where no file manager can select it.
   bool selectFile(const std::string& path) override;
@@ -21,6 +24,36 @@ class DesktopWorkspace final : public QObject, public Workspace {
 
  private:
   QDBusConnection bus_;
+};
+
+// Other applications over D-Bus (org.freedesktop.Application, Desktop Entry 1.5, freedesktop.org),
+// else by the desktop file that bears their identifier.
+class DesktopApplicationLauncher final : public QObject, public ApplicationLauncher {
+ public:
+  // `report` is called with an application that did not start after all.
+  DesktopApplicationLauncher(const QDBusConnection& bus,
+                             std::function<void(const std::string& problem)> report)
+      : bus_(bus), report_(std::move(report)) {}
+
+  bool isInstalled(const std::string& identifier) override;
+  bool launchApplication(const std::string& identifier) override;
+  bool isLaunching() override { return activations_ > 0; }
+  bool launchFailed() override { return failed_; }
+  // Returns that of the window in use on X11. Where that is unknown, as on Wayland, the application
+  // launched last is taken for it as soon as it owns its identifier as a name on the bus; without a
+  // bus at once.
+  std::string activeApplicationIdentifier() override;
+
+ private:
+  void activate(const std::string& identifier);
+  bool launchDesktopFileOf(const std::string& identifier);
+
+  QDBusConnection bus_;
+  const std::function<void(const std::string& problem)> report_;
+  ApplicationWindows launched_;
+  bool failed_ = false;
+  // Calls that the bus has not answered yet.
+  int activations_ = 0;
 };
 
 }  // namespace quillo

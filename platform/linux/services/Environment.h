@@ -15,9 +15,9 @@ class Environment {
   explicit Environment(Variables variables) : variables_(std::move(variables)) {}
   static Environment ofThisProcess();
 
-  // Absent also for a variable that is set to nothing, as the XDG Base Directory rules want it.
+  // Returns nothing also for a variable that is set to "", as the XDG Base Directory rules want it.
   std::optional<std::string> value(const std::string& name) const;
-  // The same for a folder: only an absolute path counts; without a "/" at its end.
+  // Returns the value as a folder, without a "/" at its end; nothing unless it is absolute.
   std::optional<std::string> folder(const std::string& name) const;
 
  private:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -54,13 +55,9 @@ inline constexpr std::array<std::string_view, 44> linesOfActions = {
     "clamd cannot be restarted",
 };
 
-constexpr bool tellsOfAnAction(std::string_view line) {
-  for (const std::string_view beginning : linesOfActions) {
-    if (line.substr(0, beginning.size()) == beginning) {
-      return true;
-    }
-  }
-  return false;
+constexpr bool logsAnAction(std::string_view line) {
+  return std::any_of(linesOfActions.begin(), linesOfActions.end(),
+                     [line](std::string_view beginning) { return line.starts_with(beginning); });
 }
 
 }  // namespace quillo

@@ -1,6 +1,5 @@
 #include "platform/linux/services/LinuxFolders.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string_view>
@@ -13,13 +12,9 @@
 namespace quillo {
 namespace {
 
-bool isFolder(const std::string& path) {
-  struct stat info = {};
-  return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
 std::optional<std::string> existing(const std::optional<std::string>& folder) {
-  return folder && isFolder(*folder) ? folder : std::nullopt;
+  const auto facts = folder ? fileFacts(*folder) : std::nullopt;
+  return facts && facts->isDirectory ? folder : std::nullopt;
 }
 
 std::string homeOf(const Environment& environment) {
@@ -63,7 +58,7 @@ std::string stateOf(const Environment& environment) {
 
 std::string resourcesOf(const std::string& executable) {
   const std::string folder = deletingLastPathComponent(executable);
-  if (access((folder + "/CMakeCache.txt").c_str(), F_OK) == 0) {
+  if (fileExists(folder + "/CMakeCache.txt")) {
     return folder + "/resources";
   }
   const std::string prefix = deletingLastPathComponent(folder);

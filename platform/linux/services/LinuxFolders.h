@@ -11,7 +11,7 @@ class LinuxFolders final : public Folders {
   // `executable` is the absolute path of the running program: beside it lie a build tree's
   // resources, or it lies in the bin folder of an installation.
   LinuxFolders(const Environment& environment, const std::string& executable);
-  // Where the kernel says that the running program lies (proc(5)); empty when it does not.
+  // Returns where the kernel says that the running program lies (proc(5)); "" when it does not.
   static std::string pathOfThisProgram();
 
   std::string homeFolder() const override { return home_; }

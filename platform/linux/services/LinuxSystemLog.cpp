@@ -1,11 +1,18 @@
 #include "platform/linux/services/LinuxSystemLog.h"
 
+#include <glib.h>
 #include <syslog.h>
 
+#include <QByteArray>
+#include <QString>
+#include <QtGlobal>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <memory>
+#include <string>
+#include <string_view>
 
 #include "platform/linux/services/LinesOfActions.h"
 #include "platform/linux/text/VisibleText.h"
@@ -44,6 +51,40 @@ std::string lineOf(std::string_view message) {
   return visibleText(cutInTheMiddle(message, longestLine));
 }
 
+std::atomic<LinuxSystemLog*> receiver{nullptr};
+
+void take(const char* library, std::string_view text) {
+  if (LinuxSystemLog* const log = receiver) {
+    log->logToSystem(library + std::string(text));
+  }
+}
+
+void takeQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+  const QByteArray text = qFormatLogMessage(type, context, message).toUtf8();
+  take("Qt: ", {text.constData(), static_cast<std::size_t>(text.size())});
+  if (type == QtFatalMsg) {
+    std::fprintf(stderr, "%s\n", text.constData());
+  }
+}
+
+GLogWriterOutput takeGlibMessage(GLogLevelFlags level, const GLogField* fields, gsize count,
+                                 gpointer data) {
+  if (receiver == nullptr) {
+    return g_log_writer_default(level, fields, count, data);
+  }
+  // Debugging notes are for who asked for them.
+  if (g_log_writer_default_would_drop(level, nullptr) != FALSE) {
+    return G_LOG_WRITER_HANDLED;
+  }
+  const std::unique_ptr<gchar, decltype(&g_free)> text(
+      g_log_writer_format_fields(level, fields, count, FALSE), g_free);
+  take("GLib: ", text.get());
+  if ((level & G_LOG_FLAG_FATAL) != 0) {
+    std::fprintf(stderr, "%s\n", text.get());
+  }
+  return G_LOG_WRITER_HANDLED;
+}
+
 }  // namespace
 
 LinuxSystemLog::LinuxSystemLog(Clock& clock)
@@ -58,7 +99,7 @@ LinuxSystemLog::LinuxSystemLog(Clock& clock, Sink system, Sink console)
     : clock_(clock),
       system_(std::move(system)),
       console_(std::move(console)),
-      filter_(clock, tellsOfAnAction),
+      filter_(clock, logsAnAction),
       systemFilter_(clock) {}
 
 LinuxSystemLog::~LinuxSystemLog() {
@@ -96,6 +137,19 @@ void LinuxSystemLog::write(const std::vector<std::string>& lines) {
     system_(line);
     console_(stamp(clock_) + line + "\n");
   }
+}
+
+LibraryMessages::LibraryMessages(LinuxSystemLog& log) {
+  receiver = &log;
+  qInstallMessageHandler(takeQtMessage);
+  // GLib takes one writer in the life of a process.
+  static const bool once = (g_log_set_writer_func(takeGlibMessage, nullptr, nullptr), true);
+  static_cast<void>(once);
+}
+
+LibraryMessages::~LibraryMessages() {
+  qInstallMessageHandler(nullptr);
+  receiver = nullptr;
 }
 
 }  // namespace quillo

@@ -24,7 +24,7 @@ class LinuxSystemLog final : public SystemLog {
   ~LinuxSystemLog() override;
 
   void log(std::string_view message) override;
-  // The same for the system log alone.
+  // Logs to the system log alone.
   void logToSystem(std::string_view message);
   // Logs repeated lines whose minute is over, and with `all` of those before it as well. To be
   // called about once a minute, and with `all` before the process ends. Any thread.
@@ -40,6 +40,19 @@ class LinuxSystemLog final : public SystemLog {
   Mutex mutex_;
   RepeatFilter filter_ QUILLO_GUARDED_BY(mutex_);
   RepeatFilter systemFilter_ QUILLO_GUARDED_BY(mutex_);
+};
+
+// What the libraries of the desktop say of themselves (Qt's messages, GLib's log) goes to the
+// system log alone as long as this object lives, for it is nothing that the reader of the scan log
+// could act upon. What ends the process is written to standard error as well. One at a time; made
+// before the libraries are used.
+class LibraryMessages {
+ public:
+  // `log` outlives this object.
+  explicit LibraryMessages(LinuxSystemLog& log);
+  ~LibraryMessages();
+  LibraryMessages(const LibraryMessages&) = delete;
+  LibraryMessages& operator=(const LibraryMessages&) = delete;
 };
 
 }  // namespace quillo

@@ -51,16 +51,16 @@ bool isWritableForOthers(const struct stat& info) {
   return (info.st_mode & (S_IWGRP | S_IWOTH)) != 0;
 }
 
-Wording whyUnsafeFolder(const std::string& path) {
-  struct stat info = {};
+// What holds for the file and for the folders above it; leaves their facts in `info`.
+Wording whyUnsafeEntry(const std::string& path, bool isFolder, struct stat& info) {
   if (lstat(path.c_str(), &info) != 0) {
     return {"PATH_UNREADABLE", {path, std::strerror(errno)}};
   }
   if (S_ISLNK(info.st_mode)) {
     return {"PATH_IS_LINK", {path}};
   }
-  if (!S_ISDIR(info.st_mode)) {
-    return {"PATH_NO_FOLDER", {path}};
+  if (isFolder ? !S_ISDIR(info.st_mode) : !S_ISREG(info.st_mode)) {
+    return {isFolder ? "PATH_NO_FOLDER" : "PATH_NO_REGULAR_FILE", {path}};
   }
   if (info.st_uid != 0) {
     return belongsTo(path, info.st_uid);
@@ -73,17 +73,8 @@ Wording whyUnsafeFolder(const std::string& path) {
 
 Wording whyUnsafeFile(const std::string& path) {
   struct stat info = {};
-  if (lstat(path.c_str(), &info) != 0) {
-    return {"PATH_UNREADABLE", {path, std::strerror(errno)}};
-  }
-  if (!S_ISREG(info.st_mode)) {
-    return {S_ISLNK(info.st_mode) ? "PATH_IS_LINK" : "PATH_NO_REGULAR_FILE", {path}};
-  }
-  if (info.st_uid != 0) {
-    return belongsTo(path, info.st_uid);
-  }
-  if (isWritableForOthers(info)) {
-    return {"PATH_WRITABLE_BY_OTHERS", {path}};
+  if (Wording why = whyUnsafeEntry(path, false, info); !why.empty()) {
+    return why;
   }
   // What it gets would be found under that name too, wherever that is.
   if (info.st_nlink != 1) {
@@ -146,8 +137,9 @@ Wording whyUnsafe(const std::string& path) {
     return {"PATH_NOT_ABSOLUTE", {path}};
   }
   for (std::size_t slash = 0; slash != std::string::npos; slash = path.find('/', slash + 1)) {
-    const Wording why = whyUnsafeFolder(slash == 0 ? "/" : path.substr(0, slash));
-    if (!why.empty()) {
+    struct stat info = {};
+    if (Wording why = whyUnsafeEntry(slash == 0 ? "/" : path.substr(0, slash), true, info);
+        !why.empty()) {
       return why;
     }
   }

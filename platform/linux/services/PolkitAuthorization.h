@@ -4,7 +4,6 @@
 
 #include "platform/Authorization.h"
 #include "platform/LocalizedStrings.h"
-#include "platform/Wording.h"
 
 namespace quillo {
 
@@ -14,14 +13,14 @@ namespace quillo {
 class PolkitAuthorization final : public Authorization {
  public:
   struct Places {
-    // The program that is to get its rights; nothing is run while whyUnsafe() has a word against
+    // The program that is to get its rights; nothing is run while whyUnsafe() has something against
     // it.
     std::string helper;
     // Run by pkexec in front of the command where it is installed, so that polkit knows what to ask
     // (packaging/polkit); left out where it is not there.
     std::string granter;
     std::string pkexec = "/usr/bin/pkexec";
-    // Whether the process is root already, and pkexec is not needed.
+    // The process is root already: pkexec is not needed.
     bool isRoot = false;
   };
 
@@ -38,12 +37,12 @@ class PolkitAuthorization final : public Authorization {
   LocalizedStrings& strings_;
 };
 
-// Whether a program may be made set-user-ID root: only if nobody but root can write it or the
-// folders above it, and it has one name only. A sticky folder that all can write, as /tmp, does not
-// do: there anybody can give another program of root's the name that is asked for (link(2)). Empty
-// when that holds; else the reason, for people ("/home/a belongs to a"). Mind that a command like
-// "chown root FILE; chmod +s FILE" makes root's what another user wrote, and follows symbolic
-// links: the file has to be root's before. Any thread.
+// Returns why a program may not be made set-user-ID root, for people ("/home/a belongs to a"); an
+// empty wording when nobody but root can write it or the folders above it, and it has one name
+// only. A sticky folder that all can write, as /tmp, does not do: there anybody can give another
+// program of root's the name that is asked for (link(2)). Mind that a command like "chown root
+// FILE; chmod +s FILE" makes root's what another user wrote, and follows symbolic links: the file
+// has to be root's before. Any thread.
 Wording whyUnsafe(const std::string& path);
 
 }  // namespace quillo

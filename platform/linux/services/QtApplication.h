@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QSocketNotifier>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "platform/Application.h"
 #include "platform/linux/session/DisplayChoice.h"
 #include "posix/Mutex.h"
+#include "posix/UniqueFd.h"
 
 class QApplication;
 
@@ -28,17 +30,17 @@ class QtApplication final : public Application {
   QtApplication(int& argc, char** argv);
   ~QtApplication() override;
 
-  // Why neither icon nor windows can be shown; absent where they can, or where the environment asks
-  // for a platform without a display. Main thread.
+  // Returns why neither icon nor windows can be shown; nothing where they can, or where the
+  // environment asks for a platform without a display. Main thread.
   std::optional<DisplayProblem> problemWithDisplay() const;
-  // The event loop. Returns its exit status when the session has ended it. Main thread.
+  // Runs the event loop. Returns its exit status when the session has ended it. Main thread.
   int run();
-  // What terminate() and the end of the session run, once. Set before run(). Main thread.
+  // Sets what terminate() and the end of the session run, once. Before run(). Main thread.
   void setTerminationHandler(std::function<void()> handler);
-  // What exit() does first, on whatever thread calls that. Set before any other thread runs.
+  // Sets what exit() does first, on whatever thread calls that. Before any other thread runs.
   void setExitHandler(std::function<void()> handler) { exitHandler_ = std::move(handler); }
-  // The window that stands for a Dock tile; it must live until run() has returned. Before any other
-  // thread runs.
+  // Sets the window that stands for a Dock tile, which must live until run() has returned. Before
+  // any other thread runs.
   void setDockTile(QtDockTile& tile) { dockTile_ = &tile; }
 
   void performOnMainThread(std::function<void()> action) override;
@@ -46,12 +48,13 @@ class QtApplication final : public Application {
   void terminate() override;
   [[noreturn]] void exit(int status) override;
   std::optional<int> systemVersion() override;
-  // ENOTSUP when there is no display that could show it, ENOENT when its window cannot be loaded.
+  // Returns ENOTSUP when there is no display that could show it, ENOENT when its window cannot be
+  // loaded.
   int transformToForegroundApplication() override;
   int activateIgnoringOtherApps() override;
   void setReopenHandler(std::function<int()> handler) override;
-  // What another start of the program asks for; 0 also when that has to wait for its handler. Main
-  // thread.
+  // Does what another start of the program asks for. Returns 0 also when that has to wait for its
+  // handler. Main thread.
   int reopen();
   void setApplicationIconImage(const ImageRef& image) override;
   void beep() override;
@@ -84,6 +87,20 @@ class QtApplication final : public Application {
   Mutex mutex_;
   ImageRef iconImage_ QUILLO_GUARDED_BY(mutex_);
   bool iconIsPosted_ QUILLO_GUARDED_BY(mutex_) = false;
+};
+
+// Makes of SIGTERM, SIGINT and SIGHUP a call on the main thread (signalfd(2)), and of a closed pipe
+// an error instead of a signal. Must be made before any thread is started, so that all of them
+// leave these signals alone.
+class TerminationSignals {
+ public:
+  TerminationSignals();
+  // From now on each signal calls `action`. Main thread, with an application object made.
+  void observe(std::function<void()> action);
+
+ private:
+  UniqueFd descriptor_;
+  std::unique_ptr<QSocketNotifier> notifier_;
 };
 
 }  // namespace quillo

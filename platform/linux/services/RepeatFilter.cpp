@@ -14,7 +14,7 @@ std::string grouped(std::uint64_t number) {
   return digits;
 }
 
-std::string toldOf(const std::string& line, std::uint64_t repeats) {
+std::string repeatsOf(const std::string& line, std::uint64_t repeats) {
   return line + (repeats == 1 ? " (repeated once)" : " (repeated " + grouped(repeats) + " times)");
 }
 
@@ -39,7 +39,7 @@ std::vector<std::string> RepeatFilter::pass(std::string_view line) {
   }
   if (entries_.size() == mostLines) {
     if (entries_.front().counted > 0) {
-      out.push_back(toldOf(entries_.front().line, entries_.front().counted));
+      out.push_back(repeatsOf(entries_.front().line, entries_.front().counted));
     }
     entries_.erase(entries_.begin());
   }
@@ -60,7 +60,7 @@ std::vector<std::string> RepeatFilter::take(bool all) {
     if (!all && now - entry.first < window) {
       kept.push_back(std::move(entry));
     } else if (entry.counted > 0) {
-      out.push_back(toldOf(entry.line, entry.counted));
+      out.push_back(repeatsOf(entry.line, entry.counted));
     }
   }
   entries_ = std::move(kept);

@@ -22,14 +22,14 @@ class RepeatFilter {
   static constexpr std::size_t mostLines = 64;
   using Predicate = bool (*)(std::string_view line);
 
-  // What `isNeverCounted` says yes to is always written.
+  // A line for which `isNeverCounted` returns true is always written.
   explicit RepeatFilter(Clock& clock, Predicate isNeverCounted = nullptr)
       : clock_(clock), isNeverCounted_(isNeverCounted) {}
 
-  // What is to be written now that `line` has come, in order: "… (repeated 4,213 times)" of earlier
-  // lines, then `line` itself unless it is counted.
+  // Returns what is to be written now that `line` has come, in order: "… (repeated 4,213 times)" of
+  // earlier lines, then `line` itself unless it is counted.
   std::vector<std::string> pass(std::string_view line);
-  // What was counted and whose minute is over.
+  // Returns what was counted and whose minute is over.
   std::vector<std::string> takeDue();
   // Returns everything that was counted and not logged yet.
   std::vector<std::string> takeAll();

@@ -1,6 +1,8 @@
 #include "platform/linux/session/BusDaemon.h"
 
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <utility>
 
 namespace quillo {
 namespace {
@@ -26,13 +28,24 @@ bool BusDaemon::hasOwner(const QString& name) {
   return ask("NameHasOwner", {name}).arguments().value(0).toBool();
 }
 
-bool BusDaemon::isActivatable(const QString& name) {
-  return ask("ListActivatableNames", {}).arguments().value(0).toStringList().contains(name);
+bool BusDaemon::isServed(const QString& name) {
+  return hasOwner(name) ||
+         ask("ListActivatableNames", {}).arguments().value(0).toStringList().contains(name);
 }
 
 unsigned int BusDaemon::processOf(const QString& name) {
   const QDBusMessage reply = ask("GetConnectionUnixProcessID", {name});
   return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0).toUInt() : 0;
+}
+
+void whenAnswered(const QDBusPendingCall& call, QObject& receiver,
+                  std::function<void(const QDBusPendingCall& answer)> finished) {
+  auto* watcher = new QDBusPendingCallWatcher(call, &receiver);
+  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &receiver,
+                   [watcher, finished = std::move(finished)] {
+                     watcher->deleteLater();
+                     finished(*watcher);
+                   });
 }
 
 }  // namespace quillo

@@ -1,22 +1,25 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusPendingCall>
+#include <QObject>
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 namespace quillo {
 
 // Questions to the bus daemon itself (org.freedesktop.DBus), which answers at once; should it not,
-// the answer after two seconds is "no". Main thread.
+// each operation returns false, or 0, after two seconds. Main thread.
 class BusDaemon {
  public:
   explicit BusDaemon(const QDBusConnection& bus) : bus_(bus) {}
 
   void roundTrip();
   bool hasOwner(const QString& name);
-  // Whether a service file would start the name's owner.
-  bool isActivatable(const QString& name);
-  // The process that owns the name, 0 when nobody does.
+  // Returns true when the name has an owner, or a service file would start one.
+  bool isServed(const QString& name);
+  // Returns the process that owns the name; 0 when nobody does.
   unsigned int processOf(const QString& name);
 
  private:
@@ -24,5 +27,10 @@ class BusDaemon {
 
   QDBusConnection bus_;
 };
+
+// Calls `finished` on the main thread when the answer to a call, or the lack of one, is known;
+// never once `receiver` is gone. Main thread.
+void whenAnswered(const QDBusPendingCall& call, QObject& receiver,
+                  std::function<void(const QDBusPendingCall& answer)> finished);
 
 }  // namespace quillo

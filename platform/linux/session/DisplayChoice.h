@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/Wording.h"
+#include "platform/LocalizedStrings.h"
 #include "platform/linux/services/Environment.h"
 
 namespace quillo {
@@ -16,14 +16,15 @@ struct DisplayFacts {
   bool x11Answers = false;
   bool hasWaylandPlugin = false;
   bool hasX11Plugin = false;
-  // Whether a window that comes up by itself under Wayland can leave the keyboard where it is.
+  // A window that comes up by itself under Wayland can leave the keyboard where it is.
   bool waylandLeavesFocus = false;
 
   // Asks the displays and looks for Qt's plug-ins. Before Qt's application object is made.
   static DisplayFacts ofThisSession(const Environment& environment);
 };
 
-// Qt's platform plug-ins in the order in which they are to be tried. The last one always works.
+// Returns Qt's platform plug-ins in the order in which they are to be tried. The last one always
+// works.
 std::string platformPluginsFor(const DisplayFacts& facts);
 
 // Why neither icon nor windows can be shown, for the log and for the user.
@@ -32,5 +33,11 @@ struct DisplayProblem {
   Wording wording = {};
 };
 DisplayProblem displayProblem(const DisplayFacts& facts);
+
+// Has sway, where it runs, give floating windows of this application no focus when they appear, so
+// that the keyboard stays where the user types: sway-ipc(7)'s no_focus, for this session's sway
+// only and until its configuration is read again. Returns true when sway took it. Any thread; waits
+// for sway, half a second at most.
+bool keepFocusFromFloatingWindows();
 
 }  // namespace quillo

@@ -1,10 +1,10 @@
 #include "platform/linux/session/LogindPowerNotifications.h"
 
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
 #include "platform/linux/services/Guarded.h"
+#include "platform/linux/session/BusDaemon.h"
 
 namespace quillo {
 namespace {
@@ -53,10 +53,8 @@ void LogindPowerNotifications::takeInhibitor() {
   QDBusMessage call = QDBusMessage::createMethodCall(service, path, manager, "Inhibit");
   call << QStringLiteral("sleep") << QStringLiteral("Vantrel Quillo")
        << QStringLiteral("Stops watching folders") << QStringLiteral("delay");
-  auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-    const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
-    watcher->deleteLater();
+  whenAnswered(bus_.asyncCall(call), *this, [this](const QDBusPendingCall& answer) {
+    const QDBusPendingReply<QDBusUnixFileDescriptor> reply = answer;
     if (reply.isValid() && !sleeps_) {
       inhibitor_ = reply.value();
     } else if (reply.isError() && reply.error().type() != QDBusError::ServiceUnknown && report_) {

@@ -6,7 +6,7 @@
 #include <QObject>
 #include <string>
 
-#include "platform/PowerNotifications.h"
+#include "platform/Session.h"
 
 namespace quillo {
 

@@ -8,7 +8,7 @@
 #include <QObject>
 #include <functional>
 
-#include "platform/ScriptingKeys.h"
+#include "platform/Session.h"
 
 namespace quillo {
 
@@ -21,7 +21,7 @@ class ApplicationInterface final : public QDBusAbstractAdaptor {
   Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
  public:
-  // `activate` gives 0, or the error's number.
+  // `activate` returns 0 or the error's number.
   ApplicationInterface(QObject& object, QDBusConnection bus, std::function<int()> activate);
 
  public Q_SLOTS:
@@ -45,10 +45,10 @@ class ScriptingObject final : public QObject, public ScriptingKeys, protected QD
  public:
   ScriptingObject(const QDBusConnection& bus, std::function<int()> activate);
 
-  // False when another process of this session has the name already; true also without a bus.
+  // Returns false when another process of this session has the name already; true without a bus.
   bool claimName();
-  // Asks the agent that has the name to show itself, and waits for the answer. "", or why it does
-  // not: a reason for people.
+  // Asks the agent that has the name to show itself, and waits for the answer. Returns "", or why
+  // it does not: a reason for people.
   std::string activateOther();
   void publish(
       std::function<std::optional<std::string>(const std::string& key)> valueForKey) override;

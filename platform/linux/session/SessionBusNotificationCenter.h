@@ -5,7 +5,7 @@
 #include <QObject>
 #include <map>
 
-#include "platform/DistributedNotificationCenter.h"
+#include "platform/Session.h"
 
 namespace quillo {
 

@@ -16,11 +16,11 @@ class SingleInstance {
   // if need be. A folder that is a symbolic link, another user's, or writable for others is not
   // fit.
   SingleInstance(const std::vector<std::string>& folders, const std::string& fallback);
-  // In the user's runtime folder, else in /tmp.
+  // Takes the lock in the user's runtime folder, else in /tmp.
   explicit SingleInstance(const Environment& environment);
 
-  // False when another process holds the lock. True also when no folder was fit; `problem` says
-  // why.
+  // Returns false when another process holds the lock. Where no folder was fit it is true, and
+  // problem() says why.
   bool isFirst() const { return isFirst_; }
   const std::string& problem() const { return problem_; }
 

@@ -49,7 +49,7 @@ class PanelItem final : public QDBusAbstractAdaptor {
   Q_PROPERTY(quillo::PanelToolTip ToolTip READ toolTip)
 
  public:
-  // Puts itself before Qt's item, of which there is one, and goes with it; nullptr where that
+  // Puts one before Qt's item, of which there is one, with which it goes. Returns null where that
   // cannot be found.
   static PanelItem* putBeforeQts();
 

@@ -15,7 +15,7 @@
 
 #include "platform/linux/dialogs/InterfaceFile.h"
 #include "platform/linux/services/Guarded.h"
-#include "platform/linux/text/DisplayText.h"
+#include "platform/linux/text/VisibleText.h"
 #include "platform/linux/tray/QtImage.h"
 #include "posix/PlatformException.h"
 

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "platform/Application.h"
-#include "platform/DockTile.h"
 #include "platform/Image.h"
 #include "posix/Mutex.h"
 
@@ -32,13 +31,13 @@ class QtDockTile final : public QObject, public DockTile {
   void setWatchedFolders(const std::vector<std::string>& folders) override;
   void addVerdict(const DockVerdict& verdict) override;
 
-  // Makes the window at the first call. False, with a report of the reason, when it cannot be
+  // Makes the window at the first call. Returns false, and reports the reason, when it cannot be
   // loaded. Main thread.
   bool show();
-  // As above and in front of other windows; unless it was shown before to stay, closing takes it
-  // away.
+  // Shows it in front of other windows; unless it was shown before to stay, closing takes it away.
+  // Returns the same. Main thread.
   bool bringForward();
-  // Whether there is something to be seen of it, if only its entry. Any thread.
+  // Returns true when there is something to be seen of it, if only its entry. Any thread.
   bool isShown();
   // Main thread.
   void setIconImage(const ImageRef& image);

@@ -21,7 +21,7 @@ class QtImage final : public Image {
   // Main thread, like everything of Qt that knows the screen; made at its first use. Of the sizes
   // above `greatest` pixels it has none: each is sent along whenever a window gets the icon.
   const QIcon& icon(int greatest = everySize) const;
-  // The icon behind any reference; an empty one for none. Main thread.
+  // Returns the icon behind any reference; an empty one for none. Main thread.
   static QIcon iconOf(const ImageRef& image, int greatest = everySize);
 
  private:

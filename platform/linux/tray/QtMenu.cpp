@@ -5,17 +5,33 @@
 #include <utility>
 
 #include "platform/linux/services/Guarded.h"
+#include "platform/linux/text/VisibleText.h"
 
 namespace quillo {
+namespace {
+
+constexpr int longestTitle = 90;
+
+// Qt hands a panel the text with its first "&" made a "_" and all others as they are; a text that
+// ends in its first "&" stays as it is.
+QString forPanel(QString title) {
+  title.replace("_", "__");
+  const qsizetype ampersand = title.indexOf(u'&');
+  if (ampersand >= 0 && ampersand < title.size() - 1) {
+    title.insert(ampersand, u'&');
+  }
+  return title;
+}
+
+}  // namespace
 
 void QtMenu::setAutoenablesItems(bool autoenables) {
   application_.performOnMainThread([this, autoenables] {
     autoenables_ = autoenables;
-    for (const auto& item : items_) {
-      item->setAutoenabled(autoenables);
-    }
-    for (const auto& item : insertedItems_) {
-      item->setAutoenabled(autoenables);
+    for (const auto* items : {&items_, &insertedItems_}) {
+      for (const auto& item : *items) {
+        item->setAutoenabled(autoenables);
+      }
     }
   });
 }
@@ -59,11 +75,10 @@ QtMenuItem& QtMenu::addSubmenu(const std::string& markedTitle, QtMenu& submenu) 
 
 void QtMenu::setHost(MenuHost host) {
   host_ = host;
-  for (const auto& item : items_) {
-    item->setHost(host);
-  }
-  for (const auto& item : insertedItems_) {
-    item->setHost(host);
+  for (const auto* items : {&items_, &insertedItems_}) {
+    for (const auto& item : *items) {
+      item->setHost(host);
+    }
   }
 }
 
@@ -106,8 +121,7 @@ QtMenuItem::QtMenuItem(Application& application, MenuTitle title, std::function<
     : application_(application),
       ownTitle_(std::move(title)),
       action_(new QAction),
-      title_(ownTitle_.text()),
-      perform_(std::move(action)) {
+      look_{ownTitle_.text(), std::move(action)} {
   QObject::connect(action_, &QAction::triggered, action_, [this] { perform(); });
   show();
 }
@@ -118,51 +132,26 @@ QtMenuItem::~QtMenuItem() {
   action_->deleteLater();
 }
 
-std::string QtMenuItem::title() const {
-  MutexLock lock(mutex_);
-  return title_;
-}
+std::string QtMenuItem::title() const { return look().title; }
 
 void QtMenuItem::setTitle(const std::string& title) {
-  {
-    MutexLock lock(mutex_);
-    title_ = title;
-  }
-  post();
+  change([&](Look& look) { look.title = title; });
 }
 
-bool QtMenuItem::isEnabled() const {
-  MutexLock lock(mutex_);
-  return isEnabled_;
-}
+bool QtMenuItem::isEnabled() const { return look().isEnabled; }
 
 void QtMenuItem::setEnabled(bool enabled) {
-  {
-    MutexLock lock(mutex_);
-    isEnabled_ = enabled;
-  }
-  post();
+  change([&](Look& look) { look.isEnabled = enabled; });
 }
 
-bool QtMenuItem::isHidden() const {
-  MutexLock lock(mutex_);
-  return isHidden_;
-}
+bool QtMenuItem::isHidden() const { return look().isHidden; }
 
 void QtMenuItem::setHidden(bool hidden) {
-  {
-    MutexLock lock(mutex_);
-    isHidden_ = hidden;
-  }
-  post();
+  change([&](Look& look) { look.isHidden = hidden; });
 }
 
 void QtMenuItem::setAction(std::function<void()> action) {
-  {
-    MutexLock lock(mutex_);
-    perform_ = std::move(action);
-  }
-  post();
+  change([&](Look& look) { look.perform = std::move(action); });
 }
 
 void QtMenuItem::setSubmenu(QtMenu& submenu) {
@@ -184,36 +173,65 @@ void QtMenuItem::setAutoenabled(bool autoenabled) {
   show();
 }
 
-void QtMenuItem::post() {
+void QtMenuItem::change(const std::function<void(Look&)>& setter) {
+  {
+    MutexLock lock(mutex_);
+    setter(look_);
+  }
   application_.performOnMainThread([this] { show(); });
 }
 
+QtMenuItem::Look QtMenuItem::look() const {
+  MutexLock lock(mutex_);
+  return look_;
+}
+
 void QtMenuItem::show() {
-  std::string title;
-  bool isEnabled;
-  bool isVisible;
-  {
-    MutexLock lock(mutex_);
-    title = title_;
-    const bool doesSomething = perform_ || submenu_;
-    isEnabled = isEnabled_ && (doesSomething || !autoenabled_);
-    isVisible = !isHidden_;
-  }
-  const bool isOwnTitle = title == ownTitle_.text();
-  action_->setText((isOwnTitle ? ownTitle_ : MenuTitle::plain(title)).forHost(host_));
-  action_->setEnabled(isEnabled);
-  action_->setVisible(isVisible);
+  const Look look = this->look();
+  const bool isOwnTitle = look.title == ownTitle_.text();
+  const bool doesSomething = look.perform || submenu_;
+  action_->setText((isOwnTitle ? ownTitle_ : MenuTitle::plain(look.title)).forHost(host_));
+  action_->setEnabled(look.isEnabled && (doesSomething || !autoenabled_));
+  action_->setVisible(!look.isHidden);
 }
 
 void QtMenuItem::perform() {
-  std::function<void()> action;
-  {
-    MutexLock lock(mutex_);
-    action = perform_;
-  }
-  if (action) {
+  if (const auto action = look().perform) {
     guarded(action);
   }
+}
+
+MenuTitle MenuTitle::withAccessKey(const std::string& markedText) {
+  MenuTitle title;
+  for (std::size_t i = 0; i < markedText.size(); ++i) {
+    if (markedText[i] == '&' && i + 1 < markedText.size()) {
+      ++i;
+      if (markedText[i] != '&' && title.accessKey_ == std::string::npos) {
+        title.accessKey_ = title.text_.size();
+      }
+    }
+    title.text_ += markedText[i];
+  }
+  return title;
+}
+
+MenuTitle MenuTitle::plain(const std::string& text) {
+  MenuTitle title;
+  title.text_ = text;
+  return title;
+}
+
+QString MenuTitle::forHost(MenuHost host) const {
+  if (accessKey_ != std::string::npos) {
+    QString before = displayText(text_.substr(0, accessKey_));
+    QString after = displayText(text_.substr(accessKey_));
+    if (host == MenuHost::panel) {
+      return before.replace("_", "__") + u'&' + after.replace("_", "__");
+    }
+    return before.replace("&", "&&") + u'&' + after.replace("&", "&&");
+  }
+  QString title = elidedInTheMiddle(displayText(text_), longestTitle);
+  return host == MenuHost::panel ? forPanel(title) : title.replace("&", "&&");
 }
 
 }  // namespace quillo

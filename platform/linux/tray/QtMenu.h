@@ -2,17 +2,38 @@
 
 #include <QAction>
 #include <QMenu>
+#include <QString>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/Application.h"
-#include "platform/Menu.h"
-#include "platform/linux/text/MenuTitle.h"
+#include "platform/MainInterface.h"
 #include "posix/Mutex.h"
 
 namespace quillo {
+
+// Who draws a menu: Qt itself, or a panel that has it over D-Bus and takes "_" for the mark of an
+// access key (com.canonical.dbusmenu, property "label").
+enum class MenuHost { qt, panel };
+
+// A menu item's title out of a text with an access key, "&Quit". The title proper has no mark in
+// it; "&&" is an "&".
+class MenuTitle {
+ public:
+  static MenuTitle withAccessKey(const std::string& markedText);
+  static MenuTitle plain(const std::string& text);
+
+  const std::string& text() const { return text_; }
+  // Returns what QAction::setText() takes; a long title is cut in the middle.
+  QString forHost(MenuHost host) const;
+
+ private:
+  std::string text_;
+  // Offset in text_ of the access key's character; npos for none.
+  std::size_t accessKey_ = std::string::npos;
+};
 
 class QtMenu;
 
@@ -42,7 +63,15 @@ class QtMenuItem final : public MenuItem {
   void setAutoenabled(bool autoenabled);
 
  private:
-  void post();
+  struct Look {
+    std::string title;
+    std::function<void()> perform;
+    bool isEnabled = true;
+    bool isHidden = false;
+  };
+
+  void change(const std::function<void(Look&)>& setter);
+  Look look() const;
   void show();
   void perform();
 
@@ -56,10 +85,7 @@ class QtMenuItem final : public MenuItem {
   bool autoenabled_ = true;
 
   mutable Mutex mutex_;
-  std::string title_ QUILLO_GUARDED_BY(mutex_);
-  bool isEnabled_ QUILLO_GUARDED_BY(mutex_) = true;
-  bool isHidden_ QUILLO_GUARDED_BY(mutex_) = false;
-  std::function<void()> perform_ QUILLO_GUARDED_BY(mutex_);
+  Look look_ QUILLO_GUARDED_BY(mutex_);
 };
 
 // A menu for the status item, or a submenu of it. Built on the main thread; it must outlive what it
@@ -71,7 +97,7 @@ class QtMenu final : public Menu {
   void setAutoenablesItems(bool autoenables) override;
   void insertItem(std::size_t index, const std::string& title,
                   std::function<void()> action) override;
-  // The item itself stays, for those who know it.
+  // Takes the item out of the menu; the item itself stays, for those who know it.
   void removeItem(MenuItem& item) override;
   void removeAllItems() override;
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "platform/linux/services/Guarded.h"
-#include "platform/linux/text/DisplayText.h"
+#include "platform/linux/text/VisibleText.h"
 #include "platform/linux/tray/QtImage.h"
 
 namespace quillo {

@@ -6,7 +6,6 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
@@ -16,6 +15,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#include "platform/linux/session/BusDaemon.h"
 
 namespace quillo {
 namespace {
@@ -92,10 +93,9 @@ void TrayHost::askForHosts() {
   question << watcherName << QStringLiteral("IsStatusNotifierHostRegistered");
   // Nobody is started for being asked.
   question.setAutoStartService(false);
-  auto* call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
-  connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
-    const QDBusPendingReply<QDBusVariant> reply = *call;
-    call->deleteLater();
+  const QDBusPendingCall call = QDBusConnection::sessionBus().asyncCall(question);
+  whenAnswered(call, *this, [this](const QDBusPendingCall& answer) {
+    const QDBusPendingReply<QDBusVariant> reply = answer;
     if (reply.isValid() && reply.value().variant().toBool()) {
       hostRegistered();
     }

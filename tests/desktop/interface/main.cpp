@@ -26,7 +26,6 @@
 #include "platform/linux/dialogs/QtInterfaceLoader.h"
 #include "platform/linux/dialogs/QtMainInterface.h"
 #include "platform/linux/services/QtApplication.h"
-#include "platform/linux/text/QtTranslation.h"
 #include "platform/linux/text/StringTables.h"
 #include "platform/linux/tray/QtDockTile.h"
 #include "platform/linux/tray/QtImage.h"

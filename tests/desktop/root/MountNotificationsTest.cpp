@@ -5,7 +5,6 @@
 
 #include <QCoreApplication>
 
-#include "platform/linux/names/LinuxMountNotifications.h"
 #include "platform/linux/names/LinuxVolumes.h"
 #include "tests/desktop/support/QtEvents.h"
 

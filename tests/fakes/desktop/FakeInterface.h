@@ -12,9 +12,7 @@
 
 #include "platform/Application.h"
 #include "platform/Dialog.h"
-#include "platform/DockTile.h"
 #include "platform/MainInterface.h"
-#include "platform/Menu.h"
 #include "platform/StatusItem.h"
 #include "posix/ThreadStarter.h"
 

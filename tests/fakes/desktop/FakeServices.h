@@ -10,21 +10,15 @@
 #include <string>
 #include <vector>
 
-#include "platform/ApplicationLauncher.h"
 #include "platform/Authorization.h"
-#include "platform/DistributedNotificationCenter.h"
-#include "platform/FileDepartures.h"
 #include "platform/Folders.h"
 #include "platform/GrowlApplicationBridge.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/ModifierKeys.h"
-#include "platform/MountNotifications.h"
 #include "platform/NameWatch.h"
-#include "platform/PowerNotifications.h"
 #include "platform/PreferenceStore.h"
-#include "platform/ScriptingKeys.h"
+#include "platform/Session.h"
 #include "platform/SystemLog.h"
-#include "platform/TrashFolders.h"
 #include "platform/Volumes.h"
 #include "platform/Workspace.h"
 #include "posix/Text.h"

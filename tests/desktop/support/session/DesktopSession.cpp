@@ -68,14 +68,14 @@ DesktopSession::DesktopSession(const User& user) : UserSession(user) {
 void DesktopSession::startPanel() {
   const auto start = [this] { return startCommand({"xfce4-panel", "--disable-wm-check"}); };
   panel_ = start();
-  using Clock = std::chrono::steady_clock;
-  auto started = Clock::now();
+  using RealClock = std::chrono::steady_clock;
+  auto started = RealClock::now();
   const auto isUp = [&] {
     // The remains of a panel before it can make a new one end at once, or hang.
-    if (!panel_->isRunning() || Clock::now() - started > panelsPatience) {
+    if (!panel_->isRunning() || RealClock::now() - started > panelsPatience) {
       panel_.reset();
       panel_ = start();
-      started = Clock::now();
+      started = RealClock::now();
     }
     return screen_->countWindows("xfce4-panel") > 0;
   };

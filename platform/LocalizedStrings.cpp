@@ -1,4 +1,4 @@
-#include "platform/Wording.h"
+#include "platform/LocalizedStrings.h"
 
 namespace quillo {
 
