@@ -4,8 +4,8 @@
 #include <array>
 #include <vector>
 
-#include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
+#include "clamav/Verdict.h"
 #include "platform/Notifier.h"
 #include "platform/Wording.h"
 #include "posix/Text.h"

@@ -10,7 +10,6 @@
 #include "posix/UniqueFd.h"
 #include "tests/fakes/tools/LogSandbox.h"
 #include "tests/support/SystemCalls.h"
-#include "tools/newsyslog/LogFolder.h"
 #include "tools/newsyslog/LogRotation.h"
 
 namespace quillo {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "clamav/DaemonCommand.h"
+#include "clamav/Daemons.h"
 
 namespace quillo {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "clamav/ReportedText.h"
+#include "clamav/Verdict.h"
 #include "posix/Text.h"
 
 namespace quillo {

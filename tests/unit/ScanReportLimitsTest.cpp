@@ -2,8 +2,8 @@
 
 #include <unistd.h>
 
-#include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
+#include "clamav/Verdict.h"
 #include "tests/fakes/scanning/ReportFixture.h"
 
 namespace quillo {

@@ -9,7 +9,6 @@
 
 #include "tests/support/TemporaryFolder.h"
 #include "tools/clamdscan/Entry.h"
-#include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::wrapper {

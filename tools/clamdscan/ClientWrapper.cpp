@@ -17,7 +17,6 @@
 #include "posix/EscapedPath.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
-#include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::wrapper {
