@@ -48,11 +48,11 @@ class AgentPipeline : public testing::Test, protected AgentUnderTest {
     return desktop.interfaceLoader.loaded(name);
   }
   Lines notified() {
-    Lines told;
+    Lines reported;
     for (const GrowlNotification& each : desktop.growl.posted()) {
-      told.push_back(each.name + " " + each.description);
+      reported.push_back(each.name + " " + each.description);
     }
-    return told;
+    return reported;
   }
 };
 
@@ -136,7 +136,7 @@ TEST_F(AgentPipeline, ADaemonThatWasNotReachedIsLaunchedAgainUnlessItAnswers) {
   EXPECT_TRUE(wasLaunched());
 }
 
-TEST_F(AgentPipeline, AnEngineWithoutItsDaemonIsToldByADialogThatQuits) {
+TEST_F(AgentPipeline, AnEngineWithoutItsDaemonIsReportedByADialogThatQuits) {
   launch("exit 2");
   scan();
   EXPECT_EQ(notified(), Lines{"Error <CLAMDSCAN_ERROR>"});
@@ -146,7 +146,7 @@ TEST_F(AgentPipeline, AnEngineWithoutItsDaemonIsToldByADialogThatQuits) {
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
 }
 
-TEST_F(AgentPipeline, AnEngineWhoseDaemonAnswersIsNotToldOf) {
+TEST_F(AgentPipeline, AnEngineWhoseDaemonAnswersIsNotReported) {
   launch("exit 2");
   FakeClamd clamd(socketPath());
   scan();
@@ -154,7 +154,7 @@ TEST_F(AgentPipeline, AnEngineWhoseDaemonAnswersIsNotToldOf) {
   EXPECT_TRUE(dialogs("QuarantinedDialog").empty());
 }
 
-TEST_F(AgentPipeline, AnEngineThatIsGoneIsToldByItsWindow) {
+TEST_F(AgentPipeline, AnEngineThatIsGoneIsReportedByItsWindow) {
   launch("exit 0");
   std::filesystem::remove(engine() + "/bin/clamdscan");
   scan();

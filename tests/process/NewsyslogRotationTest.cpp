@@ -101,7 +101,7 @@ TEST(Newsyslog, CompressesTheLogAndLeavesANewOne) {
   EXPECT_EQ(modeOf(sandbox.path("log.0.bz2")), 0640U);
 }
 
-TEST(Newsyslog, KeepsAsManyOldVersionsAsItIsToldTo) {
+TEST(Newsyslog, KeepsAsManyOldVersionsAsItIsConfiguredTo) {
   const LogSandbox sandbox;
   for (int round = 0; round < 5; ++round) {
     sandbox.write("log", LogSandbox::lines(round * 1000, 2000));

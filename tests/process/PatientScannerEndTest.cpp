@@ -43,7 +43,7 @@ class PatientScannerEnd : public ScannerFixture {
   std::unique_ptr<HelperProgram> engine;
 };
 
-// Notes whether a file was there when the end of a scan was told.
+// Notes whether a file was there when the end of a scan was reported.
 class FileAtTheEnd final : public PipelineObserver {
  public:
   explicit FileAtTheEnd(std::string path) : path_(std::move(path)) {}
@@ -60,7 +60,7 @@ class FileAtTheEnd final : public PipelineObserver {
   const std::string path_;
 };
 
-TEST_F(PatientScannerEnd, AnEngineThatIsStillThereIsToldOfOnceASecond) {
+TEST_F(PatientScannerEnd, AnEngineThatIsStillThereIsReportedOnceASecond) {
   int asked = 0;
   claimsToRun = [&asked] { return ++asked <= 2; };
   EXPECT_EQ(scan({"a"}), Lines{path("a") + ": OK"});

@@ -155,7 +155,7 @@ TEST_F(DispatcherIntake, OneFailureIsLoggedAndTheOtherPathsAreTakenOver) {
   EXPECT_GE(failures, 3);
 }
 
-TEST_F(DispatcherIntake, TellsTheObserverOfEveryReport) {
+TEST_F(DispatcherIntake, ReportsToTheObserverEveryReport) {
   Paths reported = {"/a", "/b"};
   dispatcher.addToItemList(reported);
   dispatcher.addStringToItemList("/a");

@@ -213,7 +213,7 @@ TEST_F(WatcherLines, MayBeEmpty) {
   EXPECT_EQ(handedOver("\n\n"), Paths());
 }
 
-// The helper tells real paths.
+// The helper reports real paths.
 class WatcherLinks : public WatcherLines {
  protected:
   WatcherLinks() {

@@ -163,7 +163,7 @@ TEST_F(ThrobberMenu, AFolderItemOpensItsFolder) {
   menu.theSubMenu.choose("~/Downloads/");
   menu.theSubMenu.choose("/srv/");
   EXPECT_EQ(desktop.workspace.opened, (Names{"/home/anna/Downloads/", "/srv/"}));
-  // A folder that is gone is not told.
+  // A folder that is gone is not shown.
   EXPECT_EQ(desktop.application.beeps, 0);
 }
 

@@ -133,7 +133,7 @@ TEST_F(AgentMending, ShowsItsWindowFromTheFirstLineOfTheMenu) {
   EXPECT_EQ(desktop.application.activations, 1);
 }
 
-TEST_F(AgentMending, TellsOnceThatThereIsNoPlaceForItsIcon) {
+TEST_F(AgentMending, ReportsOnceThatThereIsNoPlaceForItsIcon) {
   launch();
   desktop.statusBar.room(StatusBar::Room::none, "sway:wlroots");
   desktop.statusBar.room(StatusBar::Room::none, "sway:wlroots");
@@ -176,14 +176,14 @@ TEST_F(AgentMending, ShowsItsWindowOnlyWhenNeitherPanelNorNotificationsHaveCome)
   EXPECT_EQ(desktop.application.activations, 1);
 }
 
-TEST_F(AgentMending, TellsOnAnotherDesktopAsWell) {
+TEST_F(AgentMending, ReportsOnAnotherDesktopAsWell) {
   launch();
   desktop.statusBar.room(StatusBar::Room::none, "sway:wlroots");
   desktop.statusBar.room(StatusBar::Room::none, "GNOME");
   EXPECT_EQ(desktop.growl.posted().size(), 2U);
 }
 
-TEST_F(AgentMending, TellsAgainWhenThereWasAPlaceMeanwhile) {
+TEST_F(AgentMending, ReportsAgainWhenThereWasAPlaceMeanwhile) {
   launch();
   desktop.statusBar.room(StatusBar::Room::none, "GNOME");
   desktop.statusBar.room(StatusBar::Room::shown, "GNOME");
@@ -191,7 +191,7 @@ TEST_F(AgentMending, TellsAgainWhenThereWasAPlaceMeanwhile) {
   EXPECT_EQ(desktop.growl.posted().size(), 2U);
 }
 
-TEST_F(AgentMending, TellsAgainInTheNextRunWhatNoServiceTook) {
+TEST_F(AgentMending, ReportsAgainInTheNextRunWhatNoServiceTook) {
   desktop.growl.setRunning(false);
   launch();
   desktop.statusBar.room(StatusBar::Room::none, "GNOME");
@@ -207,7 +207,7 @@ TEST_F(AgentMending, ShowsItsWindowWhereThereAreNoNotificationsEither) {
   EXPECT_EQ(desktop.application.activations, 1);
 }
 
-TEST_F(AgentMending, TellsNobodyWhoHasTheWindowInTheTaskBar) {
+TEST_F(AgentMending, NotifiesNobodyWhoHasTheWindowInTheTaskBar) {
   desktop.preferenceStore.set("ShowDockIcon", "Both");
   launch();
   desktop.statusBar.room(StatusBar::Room::none, "GNOME");

@@ -117,7 +117,7 @@ TEST_F(WrapperWalk, MeetsEveryFile) {
   EXPECT_TRUE(obstacles.empty());
 }
 
-TEST_F(WrapperWalk, EndsWhenItIsToldTo) {
+TEST_F(WrapperWalk, EndsWhenItIsAskedTo) {
   scratch.write("a/b");
   scratch.write("c/d");
   most = 1;
@@ -134,7 +134,7 @@ TEST_F(WrapperWalk, PassesOverLinksThatStayInside) {
   EXPECT_EQ(files.size(), 1U);
 }
 
-TEST_F(WrapperWalk, TellsLinksThatLeadOutOrNowhere) {
+TEST_F(WrapperWalk, ReportsLinksThatLeadOutOrNowhere) {
   scratch.write("inside/a");
   scratch.write("in/x");
   scratch.link("in/out", "../inside/a");
