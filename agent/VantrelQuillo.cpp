@@ -6,6 +6,7 @@
 #include "platform/MainInterface.h"
 #include "platform/Session.h"
 #include "platform/StatusItem.h"
+#include "platform/Workspace.h"
 #include "posix/ChildProcess.h"
 #include "posix/ThreadStarter.h"
 #include "settings/PreferenceTable.h"

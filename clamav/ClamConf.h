@@ -15,23 +15,38 @@ namespace quillo {
 class ClamConf {
  public:
   static ClamConf parse(std::string_view text);
-  // Nothing when the file cannot be read, is no regular file or holds more than `largest` bytes.
-  // Never waits for a pipe or a device of that name. Any thread.
+  // Return the options of a file, or its bytes; nothing when it cannot be read, is no regular file
+  // or holds more than `largest` bytes. Never wait for a pipe or a device of that name. Any thread.
   static constexpr std::uint64_t largest = 1024 * 1024;
   static std::optional<ClamConf> read(const std::string& path);
-  // The same file as it lies on the disk.
   static std::optional<std::string> bytesOf(const std::string& path);
 
   bool has(std::string_view option) const;
-  // The argument of the option's first line, as ClamAV takes it; `fallback` when there is none.
+  // Returns the argument of the option's first line, as ClamAV takes it; `fallback` without one.
   std::string value(std::string_view option, std::string_view fallback = "") const;
-  // Bytes, with the units K, M and G in either case; absent for what is no size.
+  // Returns bytes, with the units K, M and G in either case; nothing for what is no size.
   std::optional<std::uint64_t> size(std::string_view option) const;
-  // "yes", "true" and "1" in either case; `fallback` when there is no such line.
+  // Returns true for "yes", "true" and "1" in either case; `fallback` when there is no such line.
   bool flag(std::string_view option, bool fallback) const;
 
  private:
   std::vector<std::pair<std::string, std::string>> options_;
 };
+
+// How an agent learns the socket of a daemon from its clamd.conf(5), whatever the daemon itself
+// would make of the file.
+struct LocalSocketLine {
+  // The number of the text encoding that was found: 4 UTF-8, 5 ISO Latin-1, 10 UTF-16; 0 when no
+  // file was read.
+  int encoding = 0;
+  // What stands behind the last "LocalSocket ", to the end of its line or to the next one;
+  // nothing when no line counts.
+  std::optional<std::string> path;
+};
+
+// Reads a file's bytes as they lie on the disk. A line of less than 13 characters names no socket,
+// "#LocalSocket /a" names one like any other line, and what stands at the end of a line, a carriage
+// return or a blank, belongs to the path. Pure; any thread.
+LocalSocketLine discernLocalSocket(const std::string& bytes);
 
 }  // namespace quillo

@@ -17,22 +17,23 @@ namespace quillo {
 // Whoever answers there gets descriptors of private files and is believed, so a listener counts
 // only when nobody but the trusted users can have put it there.
 
-// The account that the packages made for the daemon, `configured` if they say so; root's if none.
-// Any thread.
+// Returns the account that the packages made for the daemon, `configured` if they say so; root's
+// without one. Any thread.
 Account packagedAccount(const std::string& configured);
-// Those whose daemon is trusted: root, this user, and the accounts that the packages made for the
-// machine's daemon, with `account` when its configuration names another. Any thread.
+// Returns those whose daemon is trusted: root, this user, and the accounts that the packages made
+// for the machine's daemon, with `account` when its configuration names another. Any thread.
 std::vector<uid_t> trustedDaemonUsers(const std::string& account = "");
 
-// Why a socket at `path` may be somebody else's, "" when it may not: its folder has to belong to
-// one of `trusted` and be writable by nobody else; in a folder with the sticky bit the socket
-// itself has to be theirs. "" as well where nothing is there. An empty path, and one that is not
-// ASCII, name no socket. Any thread.
+// Returns why a socket at `path` may be somebody else's; "" when it may not, or nothing is there.
+// Its folder has to belong to one of `trusted` and be writable by nobody else; in a folder with the
+// sticky bit the socket itself has to be theirs. An empty path, and one that is not ASCII, name no
+// socket. Any thread.
 std::string distrustOfSocket(const std::string& path, const std::vector<uid_t>& trusted);
-// Why the process that listens on the other end (SO_PEERCRED) is not trusted; "" when it is.
+// Returns why the process that listens on the other end (SO_PEERCRED) is not trusted; "" when it
+// is.
 std::string distrustOfPeer(int connection, const std::vector<uid_t>& trusted);
-// That process's number, which for a socket that a service manager opened is the manager's; 0 where
-// it cannot be told.
+// Returns that process's number, which for a socket that a service manager opened is the manager's;
+// 0 where it is unknown.
 pid_t peerProcess(int connection);
 
 // A connection whose socket and peer are trusted, or why there is none.
@@ -43,9 +44,9 @@ struct DaemonConnection {
   // What failed; to be not trusted is to be not connected.
   enum class Step { makeSocket, connect } failed = Step::connect;
 };
-// Both checks above around connect(2). Paths of any length. A daemon that has no place left in its
-// queue of callers is waited for, at most for `patience` where that is not 0 (then EAGAIN). Any
-// thread.
+// Connects with both checks around connect(2), for paths of any length. Waits for a daemon that has
+// no place left in its queue of callers, at most for `patience` where that is not 0; fails with
+// EAGAIN then. Any thread.
 DaemonConnection connectToDaemon(const std::string& path, const std::vector<uid_t>& trusted,
                                  std::chrono::milliseconds patience = {});
 
@@ -60,8 +61,7 @@ enum class DaemonState {
 DaemonState pingDaemon(const std::string& socketPath, const std::vector<uid_t>& trusted,
                        std::chrono::milliseconds patience);
 
-// send(2) of a few bytes and recv(2) that go on after a signal and never raise SIGPIPE; the results
-// are those calls'.
+// send(2) of a few bytes and recv(2), which go on after a signal and never raise SIGPIPE.
 ssize_t sendToDaemon(int connection, std::string_view bytes);
 ssize_t receiveFromDaemon(int connection, char* buffer, std::size_t size);
 

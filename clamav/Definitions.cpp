@@ -100,8 +100,8 @@ std::optional<std::chrono::system_clock::time_point> buildTimeIn(std::string_vie
 std::optional<std::chrono::system_clock::time_point> definitionsBuiltIn(const std::string& folder) {
   std::optional<std::chrono::system_clock::time_point> built;
   for (const char* name : {"/main.cvd", "/main.cld", "/daily.cvd", "/daily.cld"}) {
-    if (const auto told = buildTimeIn(beginningOf(folder + name))) {
-      built = std::max(built.value_or(*told), *told);
+    if (const auto stated = buildTimeIn(beginningOf(folder + name))) {
+      built = std::max(built.value_or(*stated), *stated);
     }
   }
   if (built) {

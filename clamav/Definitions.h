@@ -19,20 +19,20 @@ struct DefinitionSet {
   bool complete() const { return main && daily; }
 };
 
-// What lies in `folder` and can be read by this process; nothing of it when it cannot. Any thread.
+// Returns what lies in `folder` and can be read by this process. Any thread.
 DefinitionSet definitionsIn(const std::string& folder);
 
-// Whether the folder holds definitions of any kind other than the built-in one of the test file:
-// false for a folder that is missing or cannot be read. Any thread.
+// Returns true when the folder holds definitions of any kind other than the built-in one of the
+// test file; false when it is missing or cannot be read. Any thread.
 bool holdsRealDefinitions(const std::string& folder);
 
-// When the database file was built that begins with these bytes: what a .cvd or .cld says of itself
-// in its header (sigtool(1) --info shows it). Nothing for another file. Pure.
+// Returns when the database file was built that begins with these bytes, as a .cvd or .cld has it
+// in its header (sigtool(1) --info shows it); nothing for another file. Pure.
 std::optional<std::chrono::system_clock::time_point> buildTimeIn(std::string_view header);
 
-// When the definitions in `folder` were built: the newest of main and daily; where there are only
-// others, when the newest of these was written. Nothing where there is none but the built-in one,
-// or the folder cannot be read. Any thread.
+// Returns when the definitions in `folder` were built: the newest of main and daily; where there
+// are only others, when the newest of these was written; nothing where there is none but the
+// built-in one, or the folder cannot be read. Any thread.
 std::optional<std::chrono::system_clock::time_point> definitionsBuiltIn(const std::string& folder);
 
 // Definitions that were built longer ago than this find too little of what is new.

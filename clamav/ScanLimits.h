@@ -14,7 +14,7 @@ inline constexpr std::uint64_t engineCeiling = 2147483645;
 struct ScanLimits {
   std::uint64_t largestFile = 0;  // bytes; a file of more is called clean without a look
 
-  // From the daemon's configuration, with clamd.conf(5)'s defaults for absent keys. Pure.
+  // Reads the daemon's configuration, with clamd.conf(5)'s defaults for absent keys. Pure.
   static ScanLimits of(const ClamConf& daemon);
 };
 
@@ -26,7 +26,7 @@ struct RoundSize {
   SizeUnit unit = SizeUnit::bytes;
 };
 RoundSize roundSize(std::uint64_t bytes);
-// "2 GB", "100 MB", "3 KB", "94 bytes".
+// Returns "2 GB", "100 MB", "3 KB" or "94 bytes". Pure.
 std::string sizeText(std::uint64_t bytes);
 
 }  // namespace quillo

@@ -27,8 +27,8 @@ struct SessionAnswer {
   Kind kind = Kind::failed;
   std::string_view text;
 
-  // `answer` without its delimiter. Absent for what is no answer of a session: nothing is to be
-  // believed of a daemon that says such things. Pure.
+  // Reads `answer`, without its delimiter. Returns nothing for what is no answer of a session: no
+  // word is to be believed of a daemon that says such things. Pure.
   static std::optional<SessionAnswer> parse(std::string_view answer);
 };
 
@@ -41,7 +41,7 @@ struct SessionManners {
   // How long a session may be silent before its verdicts are lost; 0 for ever.
   std::chrono::milliseconds silence{30000};
 
-  // With the defaults for absent keys. Pure.
+  // Reads the daemon's configuration, with the defaults for absent keys. Pure.
   static SessionManners of(const ClamConf& daemon);
 };
 
@@ -58,17 +58,17 @@ class ScanSession {
   // `connection` is a connected, trusted socket.
   explicit ScanSession(UniqueFd connection);
 
-  // Sends a descriptor to be scanned; `number` is then what its answer will bear. `notNow` when the
-  // daemon has to read first.
+  // Sends a descriptor to be scanned and sets `number` to what its answer will bear. Returns
+  // `notNow` when the daemon has to read first.
   Sent scan(int file, std::uint64_t& number);
-  // Has the daemon say that it is alive, which keeps the session too.
+  // Asks the daemon for a sign of life, which keeps the session too.
   Sent ping();
 
-  // Hands over the answers about files that have come. False when the session is over; answers that
-  // came before its end have been handed over.
+  // Hands over the answers about files that have come. Returns false when the session is over;
+  // answers that came before its end have been handed over.
   using Handler = std::function<void(const SessionAnswer& answer)>;
   bool receive(const Handler& handler);
-  // Why it is over, in words that go behind "Not scanned: ".
+  // Returns why it is over, in words that go behind "Not scanned: ".
   const std::string& ending() const { return ending_; }
 
   int descriptor() const { return socket_.get(); }

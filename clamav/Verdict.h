@@ -35,14 +35,21 @@ struct Verdict {
   Limit limit = Limit::none;
   std::uint64_t largestFile = 0;  // of Limit::fileSize: the most bytes that the engine takes
 
-  // The path of the file that the engine looked at.
+  // Returns the path of the file that the engine looked at.
   const std::string& file() const { return target.empty() ? path : target; }
-  // Whether the engine calls it a likeness of malware, not a known one.
+  // Returns true when the engine calls it a likeness of malware, not a known one.
   bool isHeuristic() const { return threat.rfind("Heuristics.", 0) == 0; }
 
-  // What the line says by itself (clamdscan(1), as measured with 1.4). Only its end decides, for a
-  // file's name may hold anything. Pure.
+  // Returns what the line says by itself (clamdscan(1), as measured with 1.4). Only its end
+  // decides, for a file's name may hold anything. Pure.
   static Verdict parse(std::string_view line);
 };
+
+// Returns any bytes as the report of the tree's own scanner spells them, one line of valid UTF-8:
+// other bytes and control characters as "\xNN" (two upper-case digits), and so a backslash that
+// such a thing follows in the text itself ("\x5C"); all else as it stands. Pure; any thread.
+std::string reportedText(std::string_view bytes);
+// Returns the bytes that such a text stands for. Pure; any thread.
+std::string bytesOfReported(std::string_view text);
 
 }  // namespace quillo

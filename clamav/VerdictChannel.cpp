@@ -280,7 +280,7 @@ Verdict VerdictReceiver::understand(std::string_view line,
   if (!record) {
     Verdict verdict = Verdict::parse(line);
     if (spoken_ && verdict.kind == Verdict::Kind::infected) {
-      // The scanner was not told that the line came, and so has left the file where it is.
+      // The scanner does not know that the line came, and so has left the file where it is.
       verdict.whereabouts = Verdict::Whereabouts::notMoved;
       verdict.reason = "its line was not read whole";
     }

@@ -34,21 +34,22 @@ class VerdictSender {
   static constexpr std::chrono::seconds patience{30};
 
   explicit VerdictSender(UniqueFd socket);
-  // The channel that the environment names, made close-on-exec; absent when it names none that is a
-  // socket.
+  // Returns the channel that the environment names, made close-on-exec; nothing when it names none
+  // that is a socket.
   static std::optional<VerdictSender> fromEnvironment();
 
   // Hands a verdict over, to be followed by its line.
   void report(const Verdict& verdict);
-  // The same for an infected file that is to be moved, once its line has been written: false when
-  // the reader is gone, has not taken the line within `wait` or wants the file to stay.
+  // Hands over the verdict on an infected file that is to be moved, to be followed by its line.
   void announceMove(const Verdict& verdict);
+  // Waits until the reader has that line. Returns false when it is gone, has not taken the line
+  // within `wait` or wants the file to stay.
   bool mayMove(std::chrono::milliseconds wait = patience);
-  // Whether it was the last of these: the reader has answered.
+  // Returns true when the reader answered that it wants the file to stay.
   bool wasRefused() const { return refused_; }
-  // What became of it, and of its file: `whereabouts`, `reason` and `destination`.
+  // Reports what became of the file: `whereabouts`, `reason` and `destination`.
   void reportOutcome(const Verdict& verdict);
-  // To be waited on together with other things: it polls as hung up (POLLHUP) when the reader ends.
+  // Polls as hung up (POLLHUP) when the reader ends.
   int descriptor() const { return socket_.get(); }
 
  private:
@@ -63,22 +64,23 @@ class VerdictSender {
 // The reader's end. One thread.
 class VerdictReceiver {
  public:
-  // Absent when no socket can be had; the report then stands alone.
+  // Returns nothing when no socket can be had; the report then stands alone.
   static std::optional<VerdictReceiver> make();
 
-  // The end for the scanner, until letGo(), which is to be called once the scanner has been
-  // started: the scanner's end alone then keeps the channel open.
+  // Returns the end for the scanner. letGo() follows once the scanner has been started: the
+  // scanner's end alone then keeps the channel open.
   int scannersEnd() const { return scanners_.get(); }
   void letGo() { scanners_.reset(); }
 
-  // What is known of a line of the report: from the channel where the scanner uses it, else from
-  // the line alone. For a file that the scanner is about to move it lets it do so, unless `mayMove`
-  // is given and forbids it, and waits until it has said what became of it, or has ended.
+  // Returns what is known of a line of the report: from the channel where the scanner uses it, else
+  // from the line alone. Lets the scanner move a file that it is about to move, unless `mayMove` is
+  // given and forbids it, and waits until it has said what became of it, or has ended.
   Verdict understand(std::string_view line,
                      const std::function<bool(const Verdict& infection)>& mayMove = {});
 
-  // To be drained whenever it can be read, or a scanner with much to report waits for ever: for
-  // this reader, which waits for its report. False when there is no more to come.
+  // drain() has to be called whenever descriptor() can be read, or a scanner with much to report
+  // waits for ever: for this reader, which waits for its report. Returns false when there is no
+  // more to come.
   int descriptor() const { return own_.get(); }
   bool drain();
 

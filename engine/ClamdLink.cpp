@@ -11,7 +11,6 @@
 #include "clamav/ControlSocket.h"
 #include "clamav/DaemonVersion.h"
 #include "clamav/Definitions.h"
-#include "clamav/LocalSocketLine.h"
 #include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/Notifier.h"

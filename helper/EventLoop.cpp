@@ -11,7 +11,6 @@
 
 #include "helper/Events.h"
 #include "helper/Failure.h"
-#include "helper/Warnings.h"
 
 namespace quillo::helper {
 namespace {
@@ -72,7 +71,7 @@ void EventLoop::run() {
     if (isOver(waiting[3].revents, waiting[4].revents)) return;
     if (waiting[2].revents != 0) resolver_.forget();
     if (waiting[5].revents != 0) {
-      // What was marked so far is told before the program is started anew.
+      // What was marked so far is reported before the program is started anew.
       reportAll();
       throw std::runtime_error("the marking process has ended");
     }

@@ -3,11 +3,9 @@
 #include <string_view>
 #include <vector>
 
-#include "helper/FileSystems.h"
-#include "helper/Groups.h"
+#include "helper/Events.h"
 #include "helper/LineWriter.h"
 #include "helper/OwnLog.h"
-#include "helper/Parent.h"
 #include "helper/Reporter.h"
 #include "helper/Resolver.h"
 #include "helper/Sight.h"

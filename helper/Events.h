@@ -31,9 +31,25 @@ struct EventBatch {
   bool overflowed = false;  // the kernel dropped some
 };
 
-// Takes apart what read(2) gave (fanotify(7)). Events of folders are kept only if they were moved;
-// whatever is malformed ends the batch.
+// Return the events in what read(2) returned (fanotify(7)). Events of folders are kept only if they
+// were moved; whatever is malformed ends the batch.
 EventBatch<NamedEvent> parseNamedEvents(std::string_view buffer);
 EventBatch<PlainEvent> parsePlainEvents(std::string_view buffer);
+
+// The two queues of the kernel (fanotify(7)) that events come from.
+struct Groups {
+  UniqueFd named;  // brings the folder's handle and the name: everything that happens
+  UniqueFd plain;  // brings an open descriptor: only writing, for file systems without handles
+};
+
+// What the kernel reports. Without CREATE hard links and O_TMPFILE would be missed, without MODIFY
+// files that are kept open.
+extern const std::uint64_t namedMask;
+extern const std::uint64_t plainMask;
+
+// Makes both, non-blocking and of unlimited length; throws std::system_error. Runs as the caller,
+// whose share of the machine's groups (fanotify(7), max_user_groups) they count against, with
+// CAP_SYS_ADMIN permitted.
+Groups openGroups();
 
 }  // namespace quillo::helper

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace quillo::helper {
@@ -19,9 +20,19 @@ struct LacksRights : std::runtime_error {
 // Thrown when nobody reads standard output any longer.
 struct ReaderGone {};
 
-// A failure of the last system call: `what` names the operation and its object.
+// Returns the failure of the last system call: `what` names the operation and its object.
 inline std::system_error systemFailure(const std::string& what) {
   return std::system_error(errno, std::generic_category(), what);
 }
+
+// Connects to the system log (syslog(3)). Must precede the system call filter.
+void openSystemLog();
+
+// Writes one line to the system log, at most 60 a minute; the rest is counted and the count logged
+// later, so that nobody can flood the log through this program.
+void logWarning(std::string_view text);
+
+// Returns `text` with every byte that is no printable ASCII, and the backslash, as \ooo.
+std::string escaped(std::string_view text);
 
 }  // namespace quillo::helper

@@ -9,13 +9,13 @@
 
 namespace quillo::helper {
 
-// How the path of `name` in `folder` (which ends with a slash) is printed: as it is, but
+// Appends the path of `name` in `folder` (which ends with a slash) as it is printed: as it is, but
 // - with a line break in it as an escaped line (EscapedPath);
 // - a file called rsrc in a folder called ..namedfork with "/./" between the two, as the path
 //   alone would be taken for a resource fork, which is not scanned.
-// Pure functions on bytes.
+// Pure.
 void appendSpelled(std::string& line, std::string_view folder, std::string_view name);
-// The number of bytes that the above appends.
+// Returns the number of bytes that appendSpelled() appends. Pure.
 std::size_t spelledLength(std::string_view folder, std::string_view name);
 
 // Collects paths and writes them to a descriptor, a line each, as many at once as fit
@@ -27,11 +27,11 @@ class LineWriter {
   // `end` is a descriptor that becomes readable when nobody wants the lines any longer, or -1.
   LineWriter(int fd, int end, Witness& witness) : fd_(fd), end_(end), witness_(witness) {}
 
-  // Adds the path of `name` in `folder`; false, and nothing is added, if no program can open it, as
-  // it is longer than PATH_MAX. May write what was collected before, and then blocks as long as the
-  // pipe is full. Throws ReaderGone, or std::system_error.
+  // Adds the path of `name` in `folder`. Returns false and adds nothing when no program can open
+  // it, as it is longer than PATH_MAX. May write what was collected before, and then blocks as long
+  // as the pipe is full. Throws ReaderGone, or std::system_error.
   bool add(std::string_view folder, std::string_view name);
-  // Writes what is collected. Blocks and throws as add().
+  // Writes what is collected; blocks and throws as add().
   void flush();
 
  private:

@@ -19,7 +19,6 @@
 #include "helper/Confinement.h"
 #include "helper/Failure.h"
 #include "helper/Rights.h"
-#include "helper/Warnings.h"
 
 namespace quillo::helper {
 namespace {

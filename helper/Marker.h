@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "helper/Groups.h"
+#include "helper/Events.h"
 #include "helper/Mounts.h"
 #include "posix/UniqueFd.h"
 
@@ -17,12 +17,13 @@ class Marker {
  public:
   Marker(const Groups& groups, uid_t caller) : groups_(groups), caller_(caller) {}
 
-  // Whether a btrfs is mounted, whose subvolumes can be watched only through its top level.
+  // Returns true when a btrfs is mounted, whose subvolumes can be watched only through its top
+  // level.
   bool seesBtrfs() const;
   // Installs the system call filter, which allows to open that top level only if there is one.
   void confine();
-  // Marks all, returns the number of file systems that are watched. Throws std::system_error, and
-  // std::runtime_error if the filter hinders it: then the program has to be started anew.
+  // Marks all and returns the number of file systems that are watched. Throws std::system_error,
+  // and std::runtime_error if the filter hinders it: then the program has to be started anew.
   int markAll();
   // Goes on until `owner` (a pidfd) ends. Throws std::system_error.
   void run(int owner);
@@ -41,9 +42,9 @@ class Marker {
   std::set<std::string> complained_;
 };
 
-// Starts the marking process: it first marks everything, and this call returns when that is done.
-// The result becomes readable (end of file) when the process has ended. `groups` stay open here
-// too. Throws std::runtime_error if nothing can be watched.
+// Starts the marking process and returns when it has marked everything. The result becomes readable
+// (end of file) when the process has ended. `groups` stay open here too. Throws std::runtime_error
+// if nothing can be watched.
 UniqueFd startMarker(const Groups& groups);
 
 }  // namespace quillo::helper

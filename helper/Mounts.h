@@ -11,16 +11,16 @@
 
 namespace quillo::helper {
 
-// Whether files of that file system lie on this machine and can be changed through this mount by
-// somebody whom `caller` is to be told of. Pseudo and network file systems are not, nor is a FUSE
-// file system that is some other user's.
+// Returns true when files of that file system lie on this machine and can be changed through this
+// mount by somebody of whom `caller` may know. Pseudo and network file systems are left out, and a
+// FUSE file system that is some other user's.
 bool isWatchable(const Mount& mount, uid_t caller);
 
-// `path` as seen from the root of the file system, for a path seen through `mount`; nothing if it
+// Returns `path`, seen through `mount`, as seen from the root of the file system; nothing if it
 // does not lie below the mount point.
 std::optional<std::string> pathInFileSystem(const Mount& mount, std::string_view path);
 
-// The opposite: where `path` of the file system is seen through `mount`, if at all.
+// Returns where `path` of the file system is seen through `mount`; nothing if it is not.
 std::optional<std::string> pathThrough(const Mount& mount, std::string_view path);
 
 // The mount table, without which nothing can be watched. Not to be shared by processes.
@@ -33,12 +33,12 @@ class OpenMountTable : private MountTable {
   std::vector<Mount> read() const;
 };
 
-// Opens the root of `mount` with the flags of open(2); none if it is not reachable, because another
-// mount covers it for example. As long as it is open the file system cannot be unmounted, so hold
-// it shortly.
+// Opens the root of `mount` with the flags of open(2). Returns none if it is not reachable, because
+// another mount covers it for example. As long as it is open the file system cannot be unmounted,
+// so hold it shortly.
 UniqueFd openMount(const Mount& mount, int flags);
 
-// The kernel's id of the mount that an open file lies on, or -1.
+// Returns the kernel's id of the mount that an open file lies on, or -1.
 int mountOf(int fd);
 
 }  // namespace quillo::helper

@@ -2,11 +2,15 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 
+#include "helper/Failure.h"
 #include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
 
@@ -22,6 +26,13 @@ bool isBzip2(const std::string& path) {
   std::array<char, 3> magic{};
   return file && read(file.get(), magic.data(), magic.size()) == 3 &&
          std::memcmp(magic.data(), "BZh", 3) == 0;
+}
+
+bool hasRealUser(pid_t process, uid_t user) {
+  const auto status = contentsOfFile("/proc/" + std::to_string(process) + "/status");
+  // The name before it is the process's own choice, but its line breaks are escaped.
+  const size_t line = status ? status->find("\nUid:") : std::string::npos;
+  return line != std::string::npos && std::strtoul(&(*status)[line + 5], nullptr, 10) == user;
 }
 
 }  // namespace
@@ -73,6 +84,17 @@ bool OwnLog::isRotatedLog(const std::string& path, string_view suffix,
                           const Identity& identity) const {
   if (!isRotationSuffix(suffix)) return false;
   return identity == previous_ || (suffix.ends_with(packed) && isBzip2(path));
+}
+
+Parent findParent() {
+  Parent parent;
+  parent.id = getppid();
+  if (parent.id > 0) {
+    parent.end.reset(static_cast<int>(syscall(SYS_pidfd_open, parent.id, 0)));
+    parent.isCallers = hasRealUser(parent.id, getuid());
+  }
+  if (getppid() != parent.id) throw ReaderGone();
+  return parent;
 }
 
 }  // namespace quillo::helper

@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-#include "helper/Warnings.h"
+#include "helper/Failure.h"
 #include "posix/FolderReader.h"
 
 namespace quillo::helper {
@@ -19,7 +19,7 @@ struct Contents {
   std::vector<std::string> folders;
 };
 
-// What the caller can list. The folder is closed again before anything is told, as telling can
+// What the caller can list. The folder is closed again before anything is reported, as that can
 // block.
 Contents list(const std::string& path) {
   Contents contents;

@@ -18,10 +18,10 @@ class Reporter {
   Reporter(LineWriter& lines, Witness& witness, const OwnLog& log)
       : lines_(lines), witness_(witness), log_(log) {}
 
-  // The file `name` in `folder`, once for each place where the caller gets to it.
+  // Reports the file `name` in `folder`, once for each place where the caller gets to it.
   void reportFile(const Folder& folder, std::string_view name);
-  // All files below the folder `name` in `folder`, which was moved there with its contents. Links
-  // are not followed, nor are other file systems' mount points entered.
+  // Reports all files below the folder `name` in `folder`, which was moved there with its contents.
+  // Follows no links and enters no other file systems' mount points.
   void reportFilesBelow(const Folder& folder, std::string_view name);
 
  private:

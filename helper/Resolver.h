@@ -2,15 +2,50 @@
 
 #include <ctime>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
-#include "helper/FileSystems.h"
+#include "helper/Mounts.h"
 #include "helper/Visibility.h"
 
 namespace quillo::helper {
+
+// The file systems that events can come from, with the mounts through which they are seen here.
+class FileSystems {
+ public:
+  using Mounts = std::vector<Mount>;
+
+  explicit FileSystems(uid_t caller) : caller_(caller) {}
+
+  int descriptor() const { return table_.descriptor(); }
+  // The next question reads the mount table again.
+  void setStale() { stale_ = true; }
+  // Begins a round; precedes each read of events.
+  void beginRound() { mayReload_ = true; }
+  // Returns those that an event's file system id (8 bytes, as the kernel wrote them) can mean, each
+  // as its mounts, the best to open handles through first; valid until the next call. Reads the
+  // table again if the id is unknown, once a round. Throws std::system_error.
+  std::vector<const Mounts*> withId(std::string_view id);
+
+ private:
+  struct FileSystem {
+    std::string id;  // empty if it could not be asked
+    bool isBtrfs = false;
+    Mounts mounts;
+  };
+
+  void reload();
+  std::vector<const Mounts*> known(std::string_view id) const;
+
+  const uid_t caller_;
+  OpenMountTable table_;
+  bool stale_ = true;
+  bool mayReload_ = true;
+  std::map<dev_t, FileSystem> fileSystems_;
+};
 
 // A folder that an event names.
 struct Folder {
@@ -26,17 +61,18 @@ class Resolver {
  public:
   explicit Resolver(FileSystems& fileSystems) : fileSystems_(fileSystems) {}
 
-  // `key` is NamedEvent::folder. The result is valid until endRound().
+  // Returns the folder of `key` (NamedEvent::folder), without places when the caller gets to it by
+  // none. Valid until endRound().
   const Folder& find(std::string_view key);
-  // The folder of a path that the kernel gave for an open file; empty places as above.
+  // Returns the folder of a path that the kernel gave for an open file, likewise.
   const Folder& findPath(const std::string& path);
-  // To be called for each event of a moved folder, in the order of events: the paths below it are
-  // others from there on.
+  // Notes an event of a moved folder, in the order of events: the paths below it are others from
+  // there on.
   void noteMove() { ++moves_; }
   void letGo() { mounts_.clear(); }
-  // Ends a round, the events of one read.
+  // Ends the round of the events of one read.
   void endRound();
-  // Forgets all; after a change of the mount table.
+  // Forgets all, after a change of the mount table.
   void forget();
 
  private:

@@ -164,7 +164,7 @@ Raised::Raised(std::initializer_list<int> capabilities) {
 }
 
 Raised::~Raised() {
-  // Going on with raised rights would tell the caller what the caller may not see.
+  // Going on with raised rights would report to the caller what the caller may not see.
   if (!setCapabilities(resting)) _exit(failed);
 }
 

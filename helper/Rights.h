@@ -6,7 +6,7 @@ namespace quillo::helper {
 
 // Undoes what the caller of a set-user-ID program can bring along: wipes the environment, closes
 // all descriptors but 0 to 2 (opening missing ones on /dev/null), resets signals, timers, limits,
-// umask and the working folder. To be called first. Throws std::system_error.
+// umask and the working folder. Must come first. Throws std::system_error.
 void shedInheritance();
 
 // Throws LacksRights, whose text says what is missing, unless the program runs as root.
@@ -18,10 +18,10 @@ void requireRoot();
 // root; throws std::system_error.
 void becomeCallerKeeping(std::initializer_list<int> capabilities);
 
-// Gives up one of them for good. Throws std::system_error.
+// Gives up one of these capabilities for good. Throws std::system_error.
 void giveUp(int capability);
 
-// Makes the given ones of them effective as long as it lives. Between such moments every access to
+// Makes the given capabilities effective as long as it lives. Between such moments every access to
 // a file is decided by the caller's own rights; but if the caller is root CAP_DAC_READ_SEARCH
 // always is effective. Not to be nested.
 class Raised {

@@ -17,7 +17,7 @@ using std::string_view;
 // More than any path has but one that was made to have more.
 constexpr std::size_t mostSteps = 256;
 
-// Cheaper than fstatat(2), which has more to tell.
+// Cheaper than fstatat(2), which returns more.
 bool exists(int folder, const std::string& name) {
   constexpr int flags = AT_EACCESS | AT_SYMLINK_NOFOLLOW;
   return syscall(SYS_faccessat2, folder, name.c_str(), F_OK, flags) == 0;

@@ -12,14 +12,14 @@
 
 namespace quillo::helper {
 
-// Says of each path whether it may be told now.
+// Decides of each path whether it may be reported now.
 class Witness {
  public:
   virtual ~Witness() = default;
-  // Whether the caller could find out by itself, now, that `name` is in `folder` (which ends with a
-  // slash).
+  // Returns true when the caller could find out by itself, now, that `name` is in `folder` (which
+  // ends with a slash).
   virtual bool sees(std::string_view folder, std::string_view name) = 0;
-  // What was seen counts no longer.
+  // Lets what was seen count no longer.
   virtual void forget() = 0;
 };
 

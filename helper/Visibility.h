@@ -18,32 +18,33 @@ struct Identity {
   bool operator==(const Identity&) const = default;
 };
 
-// A folder under one of the paths that the caller gets to it by. What in it the caller may be told
-// of is decided when it is told (Sight).
+// A folder under one of the paths that the caller gets to it by. What in it may be
+// reported to the caller is decided when it is reported (Sight).
 struct Place {
   std::string prefix;  // the path, with a slash at its end
 };
 
-// The folder `identity` at `path`, if the caller gets to it there without following a link: every
-// folder on the way must be searchable. Asks the kernel with the caller's own rights.
+// Returns the folder `identity` at `path`, or nothing unless the caller gets to it there without
+// following a link: every folder on the way must be searchable. Asks the kernel with the caller's
+// own rights.
 std::optional<Place> placeFor(const std::string& path, const Identity& identity);
 
-// Whether the caller still gets to the folder at `place`. Cheaper than placeFor().
+// Returns true while the caller still gets to the folder at `place`. Cheaper than placeFor().
 bool isStillAt(const Place& place, const Identity& identity);
 
-// Whether the caller may read the open folder and search it, and so may know all names in it.
+// Returns true when the caller may read the open folder and search it, and so know all names in it.
 bool isListable(int folder);
 
-// What lstat(2) says, asked as the caller; nothing if it fails.
+// Returns what lstat(2) finds as the caller; nothing if it fails.
 std::optional<Identity> identify(const std::string& path);
 
-// What the kernel calls the open file now (a path that may not lead to it); nothing if it has no
-// path, or one that is longer than PATH_MAX.
+// Returns what the kernel calls the open file now (a path that may not lead to it); nothing if it
+// has no path, or one that is longer than PATH_MAX.
 std::optional<std::string> pathOfDescriptor(int fd);
 
-// Opens a folder without following a link on its whole path; -1 and errno.
+// Open a folder without following a link, on its whole path or at a name in an open folder. Return
+// -1 and set errno on failure.
 int openFolder(const std::string& path, int flags);
-// The same for a name in an open folder.
 int openFolderAt(int folder, const std::string& name, int flags);
 
 }  // namespace quillo::helper

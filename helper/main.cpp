@@ -8,13 +8,11 @@
 
 #include "helper/Confinement.h"
 #include "helper/EventLoop.h"
+#include "helper/Events.h"
 #include "helper/Failure.h"
-#include "helper/Groups.h"
 #include "helper/Marker.h"
 #include "helper/OwnLog.h"
-#include "helper/Parent.h"
 #include "helper/Rights.h"
-#include "helper/Warnings.h"
 #include "posix/Version.h"
 
 namespace {

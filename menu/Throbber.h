@@ -8,6 +8,7 @@
 
 #include "menu/StatusText.h"
 #include "platform/Image.h"
+#include "platform/MainInterface.h"
 #include "posix/Mutex.h"
 #include "posix/Snapshot.h"
 
@@ -25,7 +26,6 @@ class StatusItem;
 class SystemLog;
 class TypedPreferences;
 class Workspace;
-struct MainInterface;
 
 // A fixed item of the status menu. Its state is always set explicitly, never by the desktop.
 class MyMenuItem {

@@ -1,6 +1,6 @@
 #include "scanning/Consequences.h"
 
-#include "clamav/ReportedText.h"
+#include "clamav/Verdict.h"
 #include "platform/Dialog.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"

@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "clamav/ReportedText.h"
+#include "clamav/Verdict.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/NameWatch.h"
 #include "platform/Notifier.h"

@@ -4,8 +4,8 @@
 #include <array>
 #include <vector>
 
-#include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
+#include "clamav/Verdict.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/Notifier.h"
 #include "posix/Text.h"

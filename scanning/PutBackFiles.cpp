@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "clamav/ReportedText.h"
+#include "clamav/Verdict.h"
 #include "platform/SystemLog.h"
 #include "posix/FileFacts.h"
 #include "posix/OwnFile.h"

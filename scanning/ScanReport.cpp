@@ -5,7 +5,7 @@
 #include <ctime>
 #include <utility>
 
-#include "clamav/ReportedText.h"
+#include "clamav/Verdict.h"
 #include "platform/Notifier.h"
 #include "platform/SystemLog.h"
 #include "posix/Clock.h"

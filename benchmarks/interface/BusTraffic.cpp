@@ -2,12 +2,17 @@
 
 #include <stdexcept>
 
+#include "benchmarks/interface/Figures.h"
+
 namespace bench {
 namespace {
 
 constexpr auto patience = std::chrono::seconds(20);
 
 std::string orNothing(const gchar* text) { return text ? text : ""; }
+
+constexpr Milliseconds betweenQuestions(5);
+constexpr int longestAnswer = 20000;
 
 }  // namespace
 
@@ -45,6 +50,57 @@ Milliseconds BusTraffic::awaitStatusItem(std::string& name) {
 int BusTraffic::messagesOf(const std::string& name) {
   const std::lock_guard hold(mutex_);
   return messages_[name];
+}
+
+Probe::Probe(const std::string& address, const std::string& item)
+    : item_(item), connection_(address), thread_([this] { ask(); }) {}
+
+Probe::~Probe() {
+  ends_ = true;
+  if (thread_.joinable()) {
+    thread_.join();
+  }
+}
+
+void Probe::ask() {
+  while (!ends_ && !failed_) {
+    const Milliseconds begin = now();
+    GVariant* reply = g_dbus_connection_call_sync(
+        connection_.get(), item_.c_str(), "/StatusNotifierItem", "org.freedesktop.DBus.Properties",
+        "Get", g_variant_new("(ss)", "org.kde.StatusNotifierItem", "Status"), nullptr,
+        G_DBUS_CALL_FLAGS_NO_AUTO_START, longestAnswer, nullptr, nullptr);
+    failed_ = !reply;
+    if (reply) {
+      answers_.push_back((now() - begin).count());
+      g_variant_unref(reply);
+    }
+    pause(betweenQuestions);
+  }
+}
+
+std::vector<double> Probe::finish() {
+  ends_ = true;
+  thread_.join();
+  if (failed_ || answers_.empty()) {
+    throw std::runtime_error("the agent did not answer");
+  }
+  return answers_;
+}
+
+std::string uniqueNameOf(const std::string& address, const std::string& name) {
+  const quillo::BusConnection connection(address);
+  GVariant* reply = g_dbus_connection_call_sync(
+      connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+      "GetNameOwner", g_variant_new("(s)", name.c_str()), nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
+      nullptr, nullptr);
+  std::string owner;
+  if (reply) {
+    const gchar* text = nullptr;
+    g_variant_get(reply, "(&s)", &text);
+    owner = text;
+    g_variant_unref(reply);
+  }
+  return owner;
 }
 
 }  // namespace bench

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <gio/gio.h>
+
+#include <atomic>
 #include <condition_variable>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "benchmarks/interface/Figures.h"
 #include "tests/desktop/support/bus/BusConnection.h"
@@ -18,10 +23,10 @@ class BusTraffic {
 
   // Forgets what it has seen.
   void clear();
-  // When the panel's watcher said that it has a status item, and the bus name that the item has.
+  // Returns when the panel's watcher said that it has a status item, and the bus name of the item.
   // Throws std::runtime_error when it does not within twenty seconds of the call.
   Milliseconds awaitStatusItem(std::string& name);
-  // How many messages `name` sent, or were sent to it under that name.
+  // Returns how many messages `name` sent, or were sent to it under that name.
   int messagesOf(const std::string& name);
 
  private:
@@ -34,5 +39,32 @@ class BusTraffic {
   std::map<std::string, int> messages_;
   const quillo::BusTap tap_;
 };
+
+// Asks the agent's status item over and over for a property, which Qt has its main thread answer,
+// for as long as it lives: what a user's click would wait.
+class Probe {
+ public:
+  Probe(const std::string& address, const std::string& item);
+  ~Probe();
+  Probe(const Probe&) = delete;
+  Probe& operator=(const Probe&) = delete;
+
+  // Ends the asking and returns how long each answer took, in milliseconds. Throws
+  // std::runtime_error when one did not come.
+  std::vector<double> finish();
+
+ private:
+  void ask();
+
+  const std::string item_;
+  const quillo::BusConnection connection_;
+  std::atomic<bool> ends_{false};
+  std::vector<double> answers_;
+  bool failed_ = false;
+  std::thread thread_;
+};
+
+// Returns the unique name behind a name of the bus; "" when nobody has it.
+std::string uniqueNameOf(const std::string& address, const std::string& name);
 
 }  // namespace bench

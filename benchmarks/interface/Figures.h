@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <string>
 #include <vector>
@@ -17,5 +19,12 @@ void pause(Milliseconds length);
 void print(const std::string& what, std::vector<double> values, const std::string& unit);
 // The value below which that share of them lies.
 double quantile(std::vector<double> values, double share);
+
+// What processes have used so far, each with all its threads (proc(5)).
+double processorMilliseconds(const std::vector<pid_t>& processes);
+// How often one of their threads waited and was woken.
+double wakeUps(const std::vector<pid_t>& processes);
+// Every process of that name, and those that they have started.
+std::vector<pid_t> familyOf(const std::string& name);
 
 }  // namespace bench

@@ -10,8 +10,8 @@
 #include <set>
 #include <stdexcept>
 
-#include "benchmarks/interface/Probe.h"
-#include "benchmarks/interface/Usage.h"
+#include "benchmarks/interface/BusTraffic.h"
+#include "benchmarks/interface/Figures.h"
 
 namespace bench {
 namespace {

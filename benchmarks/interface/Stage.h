@@ -11,7 +11,7 @@
 namespace bench {
 
 // A desktop with a panel and a notification server, and an agent on it whose engine and helper are
-// small scripts: they do what they are told and take no time of their own.
+// small scripts: they do what they are asked to and take no time of their own.
 class Stage {
  public:
   // `build`: the folder of the build; `root`: an empty folder.
@@ -23,7 +23,7 @@ class Stage {
   // How long the engine takes to load; lines to add to the preferences. For the next start.
   void setLoadSeconds(int seconds);
   void setPreferences(const std::string& lines);
-  // Starts the agent and waits until the panel has its icon; gives how long that took.
+  // Starts the agent and waits until the panel has its icon; returns how long that took.
   Milliseconds startAgent();
   void awaitWatching();
   void stopAgent();

@@ -15,10 +15,9 @@
 #include <string>
 #include <vector>
 
+#include "benchmarks/interface/BusTraffic.h"
 #include "benchmarks/interface/Figures.h"
-#include "benchmarks/interface/Probe.h"
 #include "benchmarks/interface/Stage.h"
-#include "benchmarks/interface/Usage.h"
 
 namespace bench {
 namespace {

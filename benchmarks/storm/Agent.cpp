@@ -100,7 +100,7 @@ Seconds Agent::startAndAwaitWatching() {
   }
   const Seconds answered = now();
   // A verdict takes the pipeline's second of holding still; the helper's readiness is what is asked
-  // for, so the first of a row of files that gets a verdict tells when it began.
+  // for, so the first of a row of files that gets a verdict shows when it began.
   std::vector<Seconds> written;
   while (now() - answered < Seconds(1)) {
     writeFile(guarded_ + "/probe" + std::to_string(written.size()), "probe");

@@ -18,13 +18,13 @@ class Agent {
   const std::string& tree() const { return tree_; }
   const std::vector<std::string>& environment() const { return environment_; }
 
-  // Starts the agent and waits until it reports a file saved into the guarded folder. Gives the
+  // Starts the agent and waits until it reports a file saved into the guarded folder. Returns the
   // time from the engine's answer to the first report.
   Seconds startAndAwaitWatching();
   // Ends it, and the daemon that it launched.
   void stop();
 
-  // Waits until the log holds a verdict on so many files of the folder; gives how many were
+  // Waits until the log holds a verdict on so many files of the folder; returns how many were
   // infected.
   int awaitVerdicts(const std::string& folder, int files);
   Usage usage() const;

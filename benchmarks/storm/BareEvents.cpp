@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "helper/Groups.h"
+#include "helper/Events.h"
 
 namespace bench {
 namespace {

@@ -19,7 +19,7 @@ Seconds now();
 // the null device). Throws std::runtime_error when it cannot.
 pid_t start(const std::vector<std::string>& command, const std::vector<std::string>& environment,
             const std::string& log = "/dev/null");
-// Waits for it and gives its exit status.
+// Waits for it and returns its exit status.
 int finish(pid_t pid);
 int run(const std::vector<std::string>& command, const std::vector<std::string>& environment);
 

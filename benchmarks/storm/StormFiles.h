@@ -11,7 +11,7 @@ inline constexpr int fileCount = 10000;
 inline constexpr int infectedCount = 10;
 
 // Writes 10,000 files of 1 KB into the folder, ten of them (spread evenly) the EICAR test file, as
-// the ordinary user; gives the time that it took.
+// the ordinary user; returns the time that it took.
 Seconds writeStorm(const std::string& folder);
 // The paths that writeStorm() wrote.
 std::vector<std::string> stormPaths(const std::string& folder);

@@ -145,7 +145,7 @@ TEST_F(DesktopFiles, GoToTheTrashFromWhichTheyCanBeRestored) {
             std::string::npos);
 }
 
-TEST_F(DesktopFiles, ThatAreGoneAlreadyAreToldOfAsNotMoved) {
+TEST_F(DesktopFiles, ThatAreGoneAlreadyAreReportedAsNotMoved) {
   DesktopWorkspace workspace(*bus);
   const std::string path = folder.write("there", "x");
   EXPECT_NE(workspace.recycle(folder.path(), {"gone already", "there"}), "");
@@ -161,7 +161,7 @@ TEST_F(DesktopFiles, OutsideTheNamedFolderAreNotRecycled) {
   EXPECT_TRUE(std::filesystem::exists(folder.path() + "/in"));
 }
 
-TEST_F(DesktopFiles, ThatCannotBeMovedAreToldOf) {
+TEST_F(DesktopFiles, ThatCannotBeMovedAreReported) {
   DesktopWorkspace workspace(*bus);
   EXPECT_NE(workspace.recycle("/proc/self", {"status"}), "");
 }
@@ -231,7 +231,7 @@ TEST_F(DesktopFiles, AreNotNeededForAnApplicationOnTheBus) {
   EXPECT_EQ(launcher.activeApplicationIdentifier(), "");
 }
 
-// As on Wayland, where nobody tells which window is in use.
+// As on Wayland, where nobody reports which window is in use.
 TEST_F(DesktopFiles, StartAnApplicationThatIsActiveOnceItHasItsNameOnTheBus) {
   TestBus applicationBus;
   FakeBusObject application(applicationBus, "/org/vantrel/TestApp");

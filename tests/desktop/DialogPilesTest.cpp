@@ -19,14 +19,14 @@ class DialogPiles : public testing::Test {
     interface.send("front");
   }
 
-  void tellEngineError() {
+  void showEngineError() {
     interface.ask("load QuarantinedDialog", "loaded");
     interface.send("engine-error");
     interface.ask("message The engine is gone", "message ");
     interface.send("front");
   }
 
-  void tellQuarantined() {
+  void showQuarantined() {
     interface.ask("load QuarantinedDialog", "loaded");
     interface.send("front");
   }
@@ -49,7 +49,7 @@ class DialogPiles : public testing::Test {
 
 TEST_F(DialogPiles, OfTheEnginesErrorsOneIsShownAndSaysHowManyWait) {
   for (int run = 0; run < 5; ++run) {
-    tellEngineError();
+    showEngineError();
   }
   ASSERT_TRUE(showsWindows(1, noticeTitle));
   settle();
@@ -60,7 +60,7 @@ TEST_F(DialogPiles, OfTheEnginesErrorsOneIsShownAndSaysHowManyWait) {
 
 TEST_F(DialogPiles, OfTheEnginesErrorsHideNoWarning) {
   for (int run = 0; run < 5; ++run) {
-    tellEngineError();
+    showEngineError();
   }
   ASSERT_TRUE(showsWindows(1, noticeTitle));
   warn("/home/anna/a.zip");
@@ -69,7 +69,7 @@ TEST_F(DialogPiles, OfTheEnginesErrorsHideNoWarning) {
 
 TEST_F(DialogPiles, OfQuarantinedFilesHideNoWarning) {
   for (int run = 0; run < 5; ++run) {
-    tellQuarantined();
+    showQuarantined();
   }
   ASSERT_TRUE(showsWindows(3, noticeTitle));
   warn("/home/anna/a.zip");
@@ -81,8 +81,8 @@ TEST_F(DialogPiles, OfQuarantinedFilesHideNoWarning) {
 TEST_F(DialogPiles, OfWarningsLieInFrontOfWhatCameLater) {
   warn("/home/anna/a.zip");
   ASSERT_TRUE(showsWindows(1, warningTitle));
-  tellEngineError();
-  tellQuarantined();
+  showEngineError();
+  showQuarantined();
   ASSERT_TRUE(showsWindows(2, noticeTitle));
   settle();
   EXPECT_TRUE(session.screen().eventually(
@@ -92,7 +92,7 @@ TEST_F(DialogPiles, OfWarningsLieInFrontOfWhatCameLater) {
 
 TEST_F(DialogPiles, SayOnlyWhereSeveralWarningsAreOpenThatCtrlDismissesThemAll) {
   warn("/home/anna/a.zip");
-  tellQuarantined();
+  showQuarantined();
   ASSERT_TRUE(showsWindows(1, warningTitle));
   ASSERT_TRUE(showsWindows(1, noticeTitle));
   settle();

@@ -106,7 +106,7 @@ TEST_F(DialogTest, HasASizeThatNobodyChanges) {
   EXPECT_EQ(interface.ask("resizable deleteButton", "resizable "), "0");
 }
 
-TEST_F(DialogTest, TellsWhichKeysWereHeldAtTheClick) {
+TEST_F(DialogTest, ReportsWhichKeysWereHeldAtTheClick) {
   warn("/home/anna/a.zip");
   ASSERT_TRUE(showsWindows(1));
   interface.clickOn("ignoreButton", "ctrl");

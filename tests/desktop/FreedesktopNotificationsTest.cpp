@@ -35,7 +35,7 @@ TEST_F(Freedesktop, ShowsThePictureThatLiesBesideTheProgramWhateverTheThemeKnows
   EXPECT_EQ(server.hints(0).value("image-path"), "file:///a%20folder/application.png");
 }
 
-TEST_F(Freedesktop, CallsNothingUrgentThatTellsOfNoMalware) {
+TEST_F(Freedesktop, CallsNothingUrgentThatReportsNoMalware) {
   FakeServer server;
   const auto growl = make();
   growl->notify({"Vantrel Quillo", "Error", "text", 0, true});

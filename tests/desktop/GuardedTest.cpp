@@ -26,7 +26,7 @@ class GuardedActions : public testing::Test {
   ~GuardedActions() override { setGuardReport(nullptr); }
 
   static void fail() { throw std::runtime_error("no thread"); }
-  bool isTold() {
+  bool isReported() {
     return waitUntil([this] { return !problems.empty(); }) &&
            problems == std::vector<std::string>{"An action failed: no thread"};
   }
@@ -37,7 +37,7 @@ class GuardedActions : public testing::Test {
 
 TEST_F(GuardedActions, EndInALine) {
   guarded(fail);
-  EXPECT_TRUE(isTold());
+  EXPECT_TRUE(isReported());
   guarded([] { throw 1; });
   EXPECT_EQ(problems.back(), "An action failed: unknown failure");
 }
@@ -46,7 +46,7 @@ TEST_F(GuardedActions, AreThoseOfTheMenu) {
   FakeApplication application;
   QtMenuItem item(application, MenuTitle::plain("Update"), fail);
   EXPECT_NO_THROW(item.action().trigger());
-  EXPECT_TRUE(isTold());
+  EXPECT_TRUE(isReported());
 }
 
 TEST_F(GuardedActions, AreThoseOfNotificationsOfOtherApplications) {
@@ -56,7 +56,7 @@ TEST_F(GuardedActions, AreThoseOfNotificationsOfOtherApplications) {
   center.addObserver("VantrelQuilloShouldRestart", [&] { others = true; });
   BusDaemon(*bus).roundTrip();
   center.post("VantrelQuilloShouldRestart", "");
-  EXPECT_TRUE(isTold());
+  EXPECT_TRUE(isReported());
   EXPECT_TRUE(others);
 }
 
@@ -75,7 +75,7 @@ TEST_F(GuardedActions, AreThoseOfScripts) {
   QDBusPendingCallWatcher watcher(script->asyncCall(call));
   EXPECT_TRUE(waitUntil([&] { return watcher.isFinished(); }));
   EXPECT_EQ(watcher.reply().type(), QDBusMessage::ErrorMessage);
-  EXPECT_TRUE(isTold());
+  EXPECT_TRUE(isReported());
 }
 
 // The machine sleeps all the same.
@@ -90,7 +90,7 @@ TEST_F(GuardedActions, AreThoseOfSleep) {
       "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep");
   signal << true;
   logindBus->send(signal);
-  EXPECT_TRUE(isTold());
+  EXPECT_TRUE(isReported());
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ class InotifyDeparturesTest : public testing::Test {
       return isGone;
     });
   }
-  // Everything posted and told so far has been taken in.
+  // Everything posted and reported so far has been taken in.
   static void settle() {
     bool passed = false;
     postToMain([&] { passed = true; });

@@ -19,31 +19,31 @@ class Names final : public NameWatchObserver {
  public:
   void namesAppeared(const std::vector<std::string>& paths) override {
     std::lock_guard hold(mutex_);
-    told_.insert(paths.begin(), paths.end());
+    reported_.insert(paths.begin(), paths.end());
     changed_.notify_all();
   }
   void placeHasGap(const std::string& place, Gap gap) override {
     std::lock_guard hold(mutex_);
-    told_.insert((gap == Gap::networkDrive ? "network: " : "too many: ") + place);
+    reported_.insert((gap == Gap::networkDrive ? "network: " : "too many: ") + place);
     changed_.notify_all();
   }
   // False at the deadline.
   bool wait(const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
     std::unique_lock hold(mutex_);
-    return changed_.wait_for(hold, limit, [&] { return told_.count(text) != 0; });
+    return changed_.wait_for(hold, limit, [&] { return reported_.count(text) != 0; });
   }
   bool has(const std::string& text) { return wait(text, std::chrono::milliseconds(0)); }
 
  private:
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::set<std::string> told_;
+  std::set<std::string> reported_;
 };
 
 class LinuxNameWatchTest : public testing::Test {
  protected:
   std::string at(const std::string& name) const { return disk.path() + "/" + name; }
-  // Makes files there until one is told: what was told before has come by then.
+  // Makes files there until one is reported: what was reported before has come by then.
   bool isWatched(const std::string& folder) {
     for (int number = 0; number < 200; ++number) {
       const std::string name = folder + "/sentinel-" + std::to_string(++sentinels);
@@ -68,7 +68,7 @@ class LinuxNameWatchTest : public testing::Test {
                        [](const std::string&) { return false; }};
 };
 
-TEST_F(LinuxNameWatchTest, TellsWhatAppearsUntilItIsStopped) {
+TEST_F(LinuxNameWatchTest, ReportsWhatAppearsUntilItIsStopped) {
   fs::create_directories(at("place/sub"));
   disk.write("file", "text");
   watch.start({{at("place/"), true}}, names);
@@ -97,7 +97,7 @@ TEST_F(LinuxNameWatchTest, FollowsALinkThatIsTurnedElsewhere) {
   EXPECT_FALSE(names.has(at("one/late")));
 }
 
-TEST_F(LinuxNameWatchTest, WatchesAPlaceThatWasAwayAndTellsWhatCameWithIt) {
+TEST_F(LinuxNameWatchTest, WatchesAPlaceThatWasAwayAndReportsWhatCameWithIt) {
   fs::create_directories(at("place"));
   disk.write("elsewhere/sub/file", "text");
   clock.advance(std::chrono::hours(24 * 365 * 100));

@@ -64,20 +64,21 @@ TEST_F(LinuxSystemLogTest, WritesTensOfThousandsOfAlternatingFailuresAsAFewLines
                    "gave up (repeated 9,994 times)"}));
 }
 
-TEST_F(LinuxSystemLogTest, TellsWhatItCountedBeforeItEnds) {
-  Lines told;
+TEST_F(LinuxSystemLogTest, ReportsWhatItCountedBeforeItEnds) {
+  Lines reported;
   {
     LinuxSystemLog ending(
-        clock, [&](const std::string& line) { told.push_back(line); }, [](const std::string&) {});
+        clock, [&](const std::string& line) { reported.push_back(line); },
+        [](const std::string&) {});
     for (int i = 0; i < 7; ++i) {
       ending.log("again");
     }
   }
-  ASSERT_EQ(told.size(), 7U);
-  EXPECT_EQ(told.back(), "again (repeated once)");
+  ASSERT_EQ(reported.size(), 7U);
+  EXPECT_EQ(reported.back(), "again (repeated once)");
 }
 
-TEST_F(LinuxSystemLogTest, TellsWhatItCountedAlsoWhenALibraryEndsTheProcess) {
+TEST_F(LinuxSystemLogTest, ReportsWhatItCountedAlsoWhenALibraryEndsTheProcess) {
   EXPECT_EXIT(
       {
         auto* const ofThisProcess = new LinuxSystemLog(clock);
@@ -89,7 +90,7 @@ TEST_F(LinuxSystemLogTest, TellsWhatItCountedAlsoWhenALibraryEndsTheProcess) {
       testing::ExitedWithCode(3), "again \\(repeated 3 times\\)");
 }
 
-TEST_F(LinuxSystemLogTest, WritesEachLineThatTellsOfAnActionHoweverManyThereAre) {
+TEST_F(LinuxSystemLogTest, WritesEachLineThatReportsAnActionHoweverManyThereAre) {
   for (int i = 0; i < 20; ++i) {
     for (const std::string_view line : linesOfActions) {
       log.log(std::string(line) + "1\n");

@@ -66,7 +66,7 @@ TEST(LinuxVolumesTest, BindMountsAreNoVolumesAndSubvolumesAre) {
             (Points{"/mnt/data", "/mnt/net"}));
 }
 
-TEST(NewVolumesTest, AreToldOfOnceAndAgainWhenTheyComeAgain) {
+TEST(NewVolumesTest, AreReportedOnceAndAgainWhenTheyComeAgain) {
   const auto disk = parseMountTable(line(1, "8:1", "/", "/", "ext4"));
   const auto both = parseMountTable(line(1, "8:1", "/", "/", "ext4") +
                                     line(2, "8:17", "/", "/media/a/S", "vfat"));

@@ -93,7 +93,7 @@ TEST_F(LogindPower, InhibitorIsTakenFromALogindThatStartsLater) {
   EXPECT_TRUE(problems.empty()) << problems[0];
 }
 
-TEST_F(LogindPower, RefusedInhibitorIsReportedAndSleepStillTold) {
+TEST_F(LogindPower, RefusedInhibitorIsReportedAndSleepStillReported) {
   FakeLogind logind;
   logind.object.answer("Inhibit", [](const QDBusMessage& call) {
     return call.createErrorReply(QDBusError::AccessDenied, "not you");

@@ -17,7 +17,7 @@ namespace {
 using Gap = NameWatchObserver::Gap;
 using Gaps = std::vector<std::pair<std::string, Gap>>;
 
-class ToldNames final : public NameWatchObserver {
+class ReportedNames final : public NameWatchObserver {
  public:
   void namesAppeared(const std::vector<std::string>& paths) override {
     names.insert(names.end(), paths.begin(), paths.end());
@@ -34,7 +34,7 @@ class NameRoundsTest : public testing::Test {
   // The first round, in which that system call fails.
   void beginWithout(int systemCall, int error) {
     withFailingSystemCall(systemCall, error, [this] {
-      rounds = std::make_unique<NameRounds>(clock, std::vector<NamedPlace>{{place, true}}, told,
+      rounds = std::make_unique<NameRounds>(clock, std::vector<NamedPlace>{{place, true}}, reported,
                                             [](const std::string&) { return false; });
       rounds->round(false);
     });
@@ -43,43 +43,44 @@ class NameRoundsTest : public testing::Test {
     while (rounds->round(false)) {
     }
   }
-  bool tellsOf(const std::string& name) {
+  bool reports(const std::string& name) {
     disk.write("place/" + name, "text");
     runOn();
-    return std::find(told.names.begin(), told.names.end(), place + "/" + name) != told.names.end();
+    return std::find(reported.names.begin(), reported.names.end(), place + "/" + name) !=
+           reported.names.end();
   }
 
   TemporaryFolder disk;
   const std::string place = disk.path() + "/place";
-  ToldNames told;
+  ReportedNames reported;
   ManualClock clock;
   std::unique_ptr<NameRounds> rounds;
 };
 
 TEST_F(NameRoundsTest, TellThatThereIsNoQueueAndTryAgain) {
   beginWithout(SYS_inotify_init1, EMFILE);
-  EXPECT_EQ(told.gaps, (Gaps{{place, Gap::noQueue}}));
+  EXPECT_EQ(reported.gaps, (Gaps{{place, Gap::noQueue}}));
   EXPECT_TRUE(rounds->isIncomplete());
   runOn();
   EXPECT_FALSE(rounds->isIncomplete());
-  EXPECT_TRUE(tellsOf("late"));
-  EXPECT_EQ(told.gaps.size(), 1U);
+  EXPECT_TRUE(reports("late"));
+  EXPECT_EQ(reported.gaps.size(), 1U);
 }
 
 TEST_F(NameRoundsTest, TellThatMountsCannotBeReadAndTryAgain) {
   beginWithout(SYS_lseek, EIO);
-  EXPECT_EQ(told.gaps, (Gaps{{place, Gap::mountsUnknown}}));
+  EXPECT_EQ(reported.gaps, (Gaps{{place, Gap::mountsUnknown}}));
   EXPECT_TRUE(rounds->isIncomplete());
   runOn();
   EXPECT_FALSE(rounds->isIncomplete());
-  EXPECT_TRUE(tellsOf("late"));
+  EXPECT_TRUE(reports("late"));
 }
 
 TEST_F(NameRoundsTest, TellThatMountsCannotBeOpenedAndTryAgain) {
   beginWithout(SYS_openat, EMFILE);
-  EXPECT_EQ(told.gaps, (Gaps{{place, Gap::mountsUnknown}}));
+  EXPECT_EQ(reported.gaps, (Gaps{{place, Gap::mountsUnknown}}));
   runOn();
-  EXPECT_TRUE(tellsOf("late"));
+  EXPECT_TRUE(reports("late"));
 }
 
 }  // namespace

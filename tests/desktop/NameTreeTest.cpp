@@ -27,10 +27,10 @@ class NameTreeTest : public testing::Test {
   // Watches the whole folder; what is in it at first is not looked at.
   void watchAll() {
     tree.add(disk.path(), true, false);
-    told();
+    reported();
   }
-  // All that is told until nothing is left to do, sorted and each once.
-  Paths told() {
+  // All that is reported until nothing is left to do, sorted and each once.
+  Paths reported() {
     Paths paths;
     pollfd events{tree.descriptor(), POLLIN, 0};
     while (tree.step(paths) || poll(&events, 1, 0) > 0) {
@@ -48,7 +48,7 @@ class NameTreeTest : public testing::Test {
   NameTree tree{clock};
 };
 
-TEST_F(NameTreeTest, TellsFilesThatAreMadeRenamedLinkedAndWritten) {
+TEST_F(NameTreeTest, ReportsFilesThatAreMadeRenamedLinkedAndWritten) {
   const TemporaryFolder elsewhere;
   elsewhere.write("far", "text");
   write("old");
@@ -57,23 +57,23 @@ TEST_F(NameTreeTest, TellsFilesThatAreMadeRenamedLinkedAndWritten) {
   fs::create_hard_link(at("old"), at("linked"));
   fs::create_symlink("old", at("symlink"));
   fs::rename(elsewhere.path() + "/far", at("moved in"));
-  EXPECT_EQ(told(), (Paths{at("linked"), at("moved in"), at("new"), at("symlink")}));
+  EXPECT_EQ(reported(), (Paths{at("linked"), at("moved in"), at("new"), at("symlink")}));
   fs::rename(at("linked"), at("renamed"));
   std::ofstream(at("old"), std::ios::app) << "more";
-  EXPECT_EQ(told(), (Paths{at("old"), at("renamed")}));
+  EXPECT_EQ(reported(), (Paths{at("old"), at("renamed")}));
 }
 
-TEST_F(NameTreeTest, TellsNamesInBytesAsTheyAre) {
+TEST_F(NameTreeTest, ReportsNamesInBytesAsTheyAre) {
   watchAll();
   write("line\nbreak \xFF");
-  EXPECT_EQ(told(), Paths{at("line\nbreak \xFF")});
+  EXPECT_EQ(reported(), Paths{at("line\nbreak \xFF")});
 }
 
-TEST_F(NameTreeTest, TellsNoFoldersAndNoPipes) {
+TEST_F(NameTreeTest, ReportsNoFoldersAndNoPipes) {
   watchAll();
   fs::create_directory(at("folder"));
   ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
-  EXPECT_EQ(told(), Paths());
+  EXPECT_EQ(reported(), Paths());
 }
 
 TEST_F(NameTreeTest, LooksThroughFoldersThatAppear) {
@@ -84,10 +84,10 @@ TEST_F(NameTreeTest, LooksThroughFoldersThatAppear) {
   fs::create_directories(at("one/two/three"));
   write("one/two/three/file");
   fs::rename(elsewhere.path() + "/whole", at("whole"));
-  EXPECT_EQ(told(), (Paths{at("one/two/three/file"), at("whole/a/b/file")}));
+  EXPECT_EQ(reported(), (Paths{at("one/two/three/file"), at("whole/a/b/file")}));
   write("one/two/three/later");
   write("whole/a/b/later");
-  EXPECT_EQ(told(), (Paths{at("one/two/three/later"), at("whole/a/b/later")}));
+  EXPECT_EQ(reported(), (Paths{at("one/two/three/later"), at("whole/a/b/later")}));
 }
 
 TEST_F(NameTreeTest, KnowsAMovedFolderByItsNewNameAlone) {
@@ -96,9 +96,9 @@ TEST_F(NameTreeTest, KnowsAMovedFolderByItsNewNameAlone) {
   watchAll();
   fs::rename(at("a"), at("b/a"));
   write("b/a/sub/file");
-  EXPECT_EQ(told(), Paths{at("b/a/sub/file")});
+  EXPECT_EQ(reported(), Paths{at("b/a/sub/file")});
   write("b/a/sub/other");
-  EXPECT_EQ(told(), Paths{at("b/a/sub/other")});
+  EXPECT_EQ(reported(), Paths{at("b/a/sub/other")});
 }
 
 TEST_F(NameTreeTest, ForgetsFoldersThatAreMovedAwayOrRemoved) {
@@ -110,19 +110,19 @@ TEST_F(NameTreeTest, ForgetsFoldersThatAreMovedAwayOrRemoved) {
   fs::rename(at("away"), elsewhere.path() + "/away");
   fs::remove_all(at("gone"));
   elsewhere.write("away/sub/file", "text");
-  EXPECT_EQ(told(), Paths());
+  EXPECT_EQ(reported(), Paths());
   EXPECT_EQ(tree.size(), 1U);
 }
 
 TEST_F(NameTreeTest, StaysInAFolderThatIsWatchedAlone) {
   fs::create_directories(at("sub"));
   tree.add(disk.path(), false, false);
-  told();
+  reported();
   write("sub/file");
   write("file");
   fs::create_directories(at("new"));
   write("new/file");
-  EXPECT_EQ(told(), Paths{at("file")});
+  EXPECT_EQ(reported(), Paths{at("file")});
 }
 
 TEST_F(NameTreeTest, FollowsNoLinks) {
@@ -133,40 +133,40 @@ TEST_F(NameTreeTest, FollowsNoLinks) {
   EXPECT_EQ(tree.size(), 1U);
 }
 
-TEST_F(NameTreeTest, TellsWhatCameJustBeforeItWatched) {
+TEST_F(NameTreeTest, ReportsWhatCameJustBeforeItWatched) {
   write("sub/file");
   tree.add(disk.path(), true, false);
-  EXPECT_EQ(told(), Paths{at("sub/file")});
+  EXPECT_EQ(reported(), Paths{at("sub/file")});
 }
 
-TEST_F(NameTreeTest, TellsNothingOfWhatHasLainThereForLong) {
+TEST_F(NameTreeTest, ReportsNothingOfWhatHasLainThereForLong) {
   write("sub/file");
   letAgesPass();
   tree.add(disk.path(), true, false);
-  EXPECT_EQ(told(), Paths());
+  EXPECT_EQ(reported(), Paths());
   EXPECT_EQ(tree.size(), 2U);
 }
 
-TEST_F(NameTreeTest, TellsAllThatIsThereWhenAsked) {
+TEST_F(NameTreeTest, ReportsAllThatIsThereWhenAsked) {
   write("sub/file");
   letAgesPass();
   tree.add(disk.path(), true, true);
-  EXPECT_EQ(told(), Paths{at("sub/file")});
+  EXPECT_EQ(reported(), Paths{at("sub/file")});
 }
 
-TEST_F(NameTreeTest, TellsNothingOfAFolderThatIsWatchedNoMore) {
+TEST_F(NameTreeTest, ReportsNothingOfAFolderThatIsWatchedNoMore) {
   fs::create_directories(at("sub"));
   watchAll();
   tree.remove(disk.path());
   write("sub/file");
-  EXPECT_EQ(told(), Paths());
+  EXPECT_EQ(reported(), Paths());
   EXPECT_EQ(tree.size(), 0U);
 }
 
 TEST_F(NameTreeTest, KnowsAnotherFolderOfTheSameName) {
   fs::create_directories(at("place"));
   tree.add(at("place"), true, false);
-  told();
+  reported();
   EXPECT_TRUE(tree.isStillThere(at("place")));
   fs::rename(at("place"), at("old"));
   EXPECT_FALSE(tree.isStillThere(at("place")));
@@ -190,7 +190,7 @@ TEST_F(NameTreeTest, LosesNothingWhenTheKernelsQueueOverflows) {
   }
   fs::create_directories(at("late"));
   write("late/file");
-  const Paths all = told();
+  const Paths all = reported();
   EXPECT_EQ(static_cast<std::size_t>(std::count_if(
                 all.begin(), all.end(),
                 [this](const std::string& path) { return path.starts_with(at("sub/n")); })),

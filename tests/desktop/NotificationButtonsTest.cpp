@@ -122,7 +122,7 @@ TEST_F(NotificationButtons, OfAClosedNotificationDoNothing) {
   const auto growl = make();
   const uint closed = show(server, *growl, withButtons());
   const uint open = show(server, *growl, withButtons());
-  server.tellClosed(closed);
+  server.reportClosed(closed);
   server.invoke(closed, "1");
   server.invoke(open, "2");
   ASSERT_TRUE(waitUntil([&] { return !pressed.empty(); }));
@@ -228,7 +228,7 @@ TEST_F(NotificationButtons, AHintOfLongAgoDoesNotComeBackBehindAFind) {
 TEST_F(NotificationButtons, AHintThatWasDismissedDoesNotComeBackBehindAFind) {
   FakeServer server;
   const auto growl = make();
-  server.tellClosed(show(server, *growl, hint("definitions")));
+  server.reportClosed(show(server, *growl, hint("definitions")));
   settle(server);
   show(server, *growl, find());
   show(server, *growl, find());

@@ -98,7 +98,7 @@ TEST_F(PolkitAuthorizationTest, RunsNothingForAHelperThatOthersCanExchange) {
   EXPECT_EQ(arguments(), "");
 }
 
-// The reason as one who reads English is told it.
+// The reason as one who reads English is shown it.
 std::string why(const std::string& path) {
   StringTables english({QUILLO_SOURCE_DIR "/resources/strings"}, {}, nullptr);
   return whyUnsafe(path).in(english);

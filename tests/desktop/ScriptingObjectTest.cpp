@@ -100,7 +100,7 @@ TEST(ScriptingObjectTest, ShowsItselfWhenASecondAgentAsks) {
   EXPECT_EQ(shown, 1);
 }
 
-TEST(ScriptingObjectTest, TellsASecondAgentThatThereIsNoDisplay) {
+TEST(ScriptingObjectTest, LetsASecondAgentKnowThatThereIsNoDisplay) {
   TestBus first;
   TestBus second;
   ScriptingObject object(*first, [] { return ENOTSUP; });
@@ -108,7 +108,7 @@ TEST(ScriptingObjectTest, TellsASecondAgentThatThereIsNoDisplay) {
   EXPECT_EQ(activateFrom(second), "it runs without a display that could show its window");
 }
 
-TEST(ScriptingObjectTest, TellsASecondAgentThatTheFirstIsNotOfThisSession) {
+TEST(ScriptingObjectTest, LetsASecondAgentKnowThatTheFirstIsNotOfThisSession) {
   TestBus bus;
   ScriptingObject object(*bus, nobodyAsks);
   EXPECT_EQ(object.activateOther(), "it belongs to another session");

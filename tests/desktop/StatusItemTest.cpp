@@ -33,6 +33,14 @@ class StatusItemTest : public testing::Test {
     return interface;
   }
 
+  // Returns when the panel shows the icon.
+  std::unique_ptr<InterfaceProgram> startInPanel() {
+    session.startPanel();
+    auto interface = startInterface();
+    EXPECT_TRUE(isShown(watchingColour));
+    return interface;
+  }
+
   bool isShown(QRgb colour) {
     return session.screen().eventually(
         [&] { return session.screen().find(colour, panelArea).has_value(); });
@@ -73,9 +81,7 @@ TEST_F(StatusItemTest, IsShownWhenThePanelComesLater) {
 }
 
 TEST_F(StatusItemTest, ComesBackWhenThePanelIsRestarted) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   session.stopPanel();
   ASSERT_TRUE(isGone(watchingColour));
   session.startPanel();
@@ -115,9 +121,7 @@ TEST_F(StatusItemTest, OpensItsMenuInThePanelAtTheOtherButton) {
 }
 
 TEST_F(StatusItemTest, GivesThePanelWhatMendsOnlyWhereSomethingIsToBeMended) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   const auto shows = [&](const std::string& label) {
     return holds(session.bus().menuLayout(item()), "'label': <'" + label + "'>");
   };
@@ -133,9 +137,7 @@ TEST_F(StatusItemTest, GivesThePanelWhatMendsOnlyWhereSomethingIsToBeMended) {
 }
 
 TEST_F(StatusItemTest, GivesThePanelItemsWithTheirStates) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   std::string layout = session.bus().menuLayout(item());
   EXPECT_TRUE(holds(layout, "{'enabled': <false>, 'label': <'_Start Watching'>")) << layout;
   EXPECT_TRUE(holds(layout, "{'enabled': <true>, 'label': <'_Update Virus Definitions'>"));
@@ -152,9 +154,7 @@ TEST_F(StatusItemTest, GivesThePanelItemsWithTheirStates) {
 }
 
 TEST_F(StatusItemTest, ListsTheFoldersLastFirstWithTheirNamesUnchanged) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   interface->send("folder ~/first_one");
   interface->send("folder ~/R&D & more");
   interface->ask("sync", "synced");
@@ -172,9 +172,7 @@ TEST_F(StatusItemTest, ListsTheFoldersLastFirstWithTheirNamesUnchanged) {
 }
 
 TEST_F(StatusItemTest, LosesTheQuitItemAndTheSeparatorAboveIt) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   interface->send("noquit");
   interface->ask("sync", "synced");
   const std::string layout = session.bus().menuLayout(item());
@@ -185,9 +183,7 @@ TEST_F(StatusItemTest, LosesTheQuitItemAndTheSeparatorAboveIt) {
 }
 
 TEST_F(StatusItemTest, SendsNothingWhileThePictureStaysTheSame) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   const int before = session.bus().pictureChanges(item());
   for (int i = 0; i < 20; ++i) {
     interface->send("image watching");
@@ -201,9 +197,7 @@ TEST_F(StatusItemTest, SendsNothingWhileThePictureStaysTheSame) {
 }
 
 TEST_F(StatusItemTest, SendsNothingWhileTheWordsStayTheSame) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   const int before = session.bus().toolTipChanges(item());
   for (int i = 0; i < 20; ++i) {
     interface->send("tooltip Watching two folders");
@@ -216,17 +210,13 @@ TEST_F(StatusItemTest, SendsNothingWhileTheWordsStayTheSame) {
 }
 
 TEST_F(StatusItemTest, SaysItsStateInWords) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   EXPECT_TRUE(holds(session.bus().property(item(), "ToolTip"), "Watching two folders"));
   EXPECT_TRUE(holds(session.bus().property(item(), "Title"), "Vantrel Quillo"));
 }
 
 TEST_F(StatusItemTest, HasNoFoldersNameTakenForMarkup) {
-  session.startPanel();
-  const auto interface = startInterface();
-  ASSERT_TRUE(isShown(watchingColour));
+  const auto interface = startInPanel();
   interface->send("tooltip Not guarded: /srv/<b>a&amp;</b>");
   interface->ask("sync", "synced");
   const std::string shown = session.bus().property(item(), "ToolTip");

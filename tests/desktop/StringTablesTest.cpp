@@ -66,7 +66,7 @@ TEST(StringTablesTest, FallsBackToTheNextLanguageThenToEnglishThenToTheCaller) {
   EXPECT_EQ(tables.stringForKey("D", "fallback"), "fallback");
 }
 
-TEST(StringTablesTest, TellsTheLanguageOfItsFirstTable) {
+TEST(StringTablesTest, ReportsTheLanguageOfItsFirstTable) {
   const TemporaryFolder folder;
   folder.write("en.toml", "A = 'a'\n");
   folder.write("de.toml", "A = 'ä'\n");

@@ -110,7 +110,7 @@ TEST_F(TomlPreferences, ReadsAnewOnlyWhenSynchronised) {
   EXPECT_FALSE(store.objectForKey("a"));
 }
 
-TEST_F(TomlPreferences, KeepsTheLastGoodValuesAndTellsOnceWhereAFileIsWrong) {
+TEST_F(TomlPreferences, KeepsTheLastGoodValuesAndReportsOnceWhereAFileIsWrong) {
   write("user", own, "a = 1\n");
   TomlPreferenceStore store = makeStore();
   store.synchronize();
@@ -167,7 +167,7 @@ TEST_F(TomlPreferences, AreReadAlsoWhenThatIsInterrupted) {
   });
 }
 
-TEST_F(TomlPreferences, ThatAreALoopOfLinksAreToldOfInTheUsersLanguage) {
+TEST_F(TomlPreferences, ThatAreALoopOfLinksAreReportedInTheUsersLanguage) {
   std::filesystem::create_directories(folder.path() + "/user");
   const std::string path = folder.path() + "/user/" + own + ".toml";
   std::filesystem::create_symlink(path, path);

@@ -90,9 +90,9 @@ class TrackerMiner : public testing::Test {
     QObject::connect(&watcher, &QDBusServiceWatcher::serviceRegistered, [&isUp] { isUp = true; });
     isUp = BusDaemon(*bus).hasOwner(name);
     EXPECT_TRUE(waitUntil([&isUp] { return isUp; })) << "the miner does not start";
-    query->addObserver(metadataQueryDidUpdate, [this](const MetadataNotification& told) {
-      added.insert(added.end(), told.addedItems.begin(), told.addedItems.end());
-      changed.insert(changed.end(), told.changedItems.begin(), told.changedItems.end());
+    query->addObserver(metadataQueryDidUpdate, [this](const MetadataNotification& reported) {
+      added.insert(added.end(), reported.addedItems.begin(), reported.addedItems.end());
+      changed.insert(changed.end(), reported.changedItems.begin(), reported.changedItems.end());
     });
     query->setSearchScope(miner_.folder());
   }
@@ -126,7 +126,7 @@ class TrackerMiner : public testing::Test {
   std::vector<MetadataItem> changed;
 };
 
-TEST_F(TrackerMiner, TellsOfNewChangedAndOpenedFilesWithTheirDates) {
+TEST_F(TrackerMiner, ReportsNewChangedAndOpenedFilesWithTheirDates) {
   ASSERT_TRUE(gather());
   miner_.write("new", "contents");
   miner_.write("\xC3\xA4 b%'\"c", "contents");
@@ -140,7 +140,7 @@ TEST_F(TrackerMiner, TellsOfNewChangedAndOpenedFilesWithTheirDates) {
   EXPECT_TRUE(problems.empty());
 }
 
-TEST_F(TrackerMiner, TellsNothingOfTheScanLogAndOfOtherFolders) {
+TEST_F(TrackerMiner, ReportsNothingOfTheScanLogAndOfOtherFolders) {
   query->setSearchScope(miner_.path("inner"));
   ASSERT_TRUE(gather());
   miner_.write("outer", "contents");
@@ -153,14 +153,14 @@ TEST_F(TrackerMiner, TellsNothingOfTheScanLogAndOfOtherFolders) {
   ASSERT_TRUE(waitForAdded("inner/second"));
   miner_.write("inner/third", "contents");
   ASSERT_TRUE(waitForAdded("inner/third"));
-  for (const std::vector<MetadataItem>& told : {added, changed}) {
-    EXPECT_FALSE(holds(told, miner_.path("outer")));
-    EXPECT_FALSE(holds(told, miner_.path("inner/Library/Logs/VantrelQuillo-scan.log")));
-    EXPECT_FALSE(holds(told, miner_.path("inner/Library/LOGS/vantrelquillo-scan.log")));
+  for (const std::vector<MetadataItem>& reported : {added, changed}) {
+    EXPECT_FALSE(holds(reported, miner_.path("outer")));
+    EXPECT_FALSE(holds(reported, miner_.path("inner/Library/Logs/VantrelQuillo-scan.log")));
+    EXPECT_FALSE(holds(reported, miner_.path("inner/Library/LOGS/vantrelquillo-scan.log")));
   }
 }
 
-TEST_F(TrackerMiner, TellsNothingOnceItIsStopped) {
+TEST_F(TrackerMiner, ReportsNothingOnceItIsStopped) {
   ASSERT_TRUE(gather());
   miner_.write("first", "contents");
   ASSERT_TRUE(waitForAdded("first"));
@@ -169,8 +169,8 @@ TEST_F(TrackerMiner, TellsNothingOnceItIsStopped) {
   // Another query sees it, and by then this one would have.
   const auto other = queries.create(everythingButTheLog);
   bool isSeen = false;
-  other->addObserver(metadataQueryDidUpdate, [&](const MetadataNotification& told) {
-    isSeen = isSeen || holds(told.addedItems, miner_.path("third"));
+  other->addObserver(metadataQueryDidUpdate, [&](const MetadataNotification& reported) {
+    isSeen = isSeen || holds(reported.addedItems, miner_.path("third"));
   });
   other->setSearchScope(miner_.folder());
   other->execute(MetadataQuery::wantsUpdates);

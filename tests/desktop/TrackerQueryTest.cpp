@@ -70,7 +70,7 @@ struct FakeMiner {
     return call.createReply(QStringList{"file"});
   }
   // What happened to which of its files: 0 created, 1 deleted, 2 updated.
-  void tell(const std::vector<std::pair<int, int>>& changes, const QString& graph = fileGraph) {
+  void report(const std::vector<std::pair<int, int>>& changes, const QString& graph = fileGraph) {
     QDBusArgument list;
     list.beginMap(QMetaType(QMetaType::Int), QMetaType(QMetaType::Int));
     for (const auto& [kind, number] : changes) {
@@ -97,18 +97,18 @@ class TrackerQueryTest : public testing::Test {
   TrackerQueryTest() {
     for (const char* name :
          {metadataQueryDidFinish, metadataQueryProgress, metadataQueryDidUpdate}) {
-      query->addObserver(name, [this](const MetadataNotification& told) { take(told); });
+      query->addObserver(name, [this](const MetadataNotification& reported) { take(reported); });
     }
     query->setSearchScope("/home/anna");
   }
 
-  void take(const MetadataNotification& told) {
-    names.push_back(told.name);
-    for (const MetadataItem& item : told.addedItems) {
+  void take(const MetadataNotification& reported) {
+    names.push_back(reported.name);
+    for (const MetadataItem& item : reported.addedItems) {
       added.push_back(item.path.value_or("-"));
       items.push_back(item);
     }
-    for (const MetadataItem& item : told.changedItems) {
+    for (const MetadataItem& item : reported.changedItems) {
       changed.push_back(item.path.value_or("-"));
       items.push_back(item);
     }
@@ -132,7 +132,7 @@ class TrackerQueryTest : public testing::Test {
   std::vector<MetadataItem> items;
 };
 
-TEST_F(TrackerQueryTest, FinishesGatheringAndTellsNothingOfIt) {
+TEST_F(TrackerQueryTest, FinishesGatheringAndReportsNothingOfIt) {
   FakeMiner miner;
   miner.rows = {{"7", "file:///home/anna/a", "", ""}};
   EXPECT_FALSE(query->isGatheringComplete());
@@ -169,18 +169,18 @@ TEST_F(TrackerQueryTest, FindsAMinerThatStartsLater) {
   FakeMiner miner;
   ASSERT_TRUE(waitUntil([this] { return query->isGatheringComplete(); }));
   miner.rows = {{"7", "file:///home/anna/a", "", ""}};
-  miner.tell({{0, 7}});
+  miner.report({{0, 7}});
   ASSERT_TRUE(waitForUpdate());
   EXPECT_EQ(added, Lines{"/home/anna/a"});
   EXPECT_EQ(problems.size(), 1U);
 }
 
-TEST_F(TrackerQueryTest, TellsOfAddedAndChangedItemsWithTheirDates) {
+TEST_F(TrackerQueryTest, ReportsAddedAndChangedItemsWithTheirDates) {
   FakeMiner miner;
   gather();
   miner.rows = {{"7", "file:///home/anna/new", "1970-01-01T00:00:10Z", "1970-01-01T00:00:20Z"},
                 {"8", "file:///home/anna/%C3%A4%20%FF%25", "1970-01-01T01:00:10+01:00", ""}};
-  miner.tell({{0, 7}, {2, 7}, {2, 8}, {2, 8}});
+  miner.report({{0, 7}, {2, 7}, {2, 8}, {2, 8}});
   ASSERT_TRUE(waitForUpdate());
   EXPECT_EQ(added, Lines{"/home/anna/new"});
   EXPECT_EQ(changed, Lines{"/home/anna/\xC3\xA4 \xFF%"});
@@ -193,14 +193,14 @@ TEST_F(TrackerQueryTest, TellsOfAddedAndChangedItemsWithTheirDates) {
   EXPECT_NE(miner.questions[1].find("IN (7, 8)"), std::string::npos);
 }
 
-TEST_F(TrackerQueryTest, TellsOnlyOfWhatLiesInItsScope) {
+TEST_F(TrackerQueryTest, ReportsOnlyWhatLiesInItsScope) {
   FakeMiner miner;
   gather();
   miner.rows = {{"1", "file:///home/anna", "", ""},  {"2", "file:///home/anna2/a", "", ""},
                 {"3", "file:///home/a", "", ""},     {"4", "file:///home/anna/deep/er", "", ""},
                 {"5", "http://home/anna/a", "", ""}, {"6", "", "", ""},
                 {"7", "file:///home/anna/cut"}};
-  miner.tell({{0, 1}});
+  miner.report({{0, 1}});
   ASSERT_TRUE(waitForUpdate());
   EXPECT_EQ(added, Lines());
   EXPECT_EQ(changed, Lines{"/home/anna/deep/er"});
@@ -212,7 +212,7 @@ TEST_F(TrackerQueryTest, LeavesTheScanLogOut) {
   miner.rows = {{"1", "file:///home/anna/Library/Logs/VantrelQuillo-scan.log", "", ""},
                 {"2", "file:///home/anna/x/LIBRARY/logs/VantrelQuillo-scan.LOG", "", ""},
                 {"3", "file:///home/anna/VantrelQuillo-scan.log", "", ""}};
-  miner.tell({{2, 1}, {2, 2}, {2, 3}});
+  miner.report({{2, 1}, {2, 2}, {2, 3}});
   ASSERT_TRUE(waitForUpdate());
   EXPECT_EQ(changed, Lines{"/home/anna/VantrelQuillo-scan.log"});
 }
@@ -220,10 +220,10 @@ TEST_F(TrackerQueryTest, LeavesTheScanLogOut) {
 TEST_F(TrackerQueryTest, AsksForNothingThatWasDeletedOrBelongsToAnotherGraph) {
   FakeMiner miner;
   gather();
-  miner.tell({{0, 1}, {2, 2}, {1, 1}, {1, 2}, {9, 3}});
-  miner.tell({{0, 4}}, "http://tracker.api.gnome.org/ontology/v3/tracker#Documents");
+  miner.report({{0, 1}, {2, 2}, {1, 1}, {1, 2}, {9, 3}});
+  miner.report({{0, 4}}, "http://tracker.api.gnome.org/ontology/v3/tracker#Documents");
   miner.rows = {{"5", "file:///home/anna/a", "", ""}};
-  miner.tell({{0, 5}});
+  miner.report({{0, 5}});
   ASSERT_TRUE(waitForUpdate());
   ASSERT_EQ(miner.questions.size(), 2U);
   EXPECT_NE(miner.questions[1].find("IN (5)"), std::string::npos);
@@ -235,13 +235,13 @@ TEST_F(TrackerQueryTest, KeepsUpdatesBackWhileTheyAreDisabled) {
   query->disableUpdates();
   query->disableUpdates();
   miner.rows = {{"1", "file:///home/anna/a", "", ""}};
-  miner.tell({{0, 1}});
+  miner.report({{0, 1}});
   ASSERT_TRUE(waitUntil([&] { return miner.questions.size() == 2; }));
   miner.rows = {{"2", "file:///home/anna/b", "", ""}};
-  miner.tell({{0, 2}});
+  miner.report({{0, 2}});
   ASSERT_TRUE(waitUntil([&] { return miner.questions.size() == 3; }));
   miner.rows = {{"3", "file:///home/anna/c", "", ""}};
-  miner.tell({{0, 3}});
+  miner.report({{0, 3}});
   ASSERT_TRUE(waitUntil([&] { return miner.questions.size() == 4; }));
   query->enableUpdates();
   EXPECT_EQ(names.size(), 2U);
@@ -251,31 +251,31 @@ TEST_F(TrackerQueryTest, KeepsUpdatesBackWhileTheyAreDisabled) {
   EXPECT_EQ(added, (Lines{"/home/anna/a", "/home/anna/b", "/home/anna/c"}));
 }
 
-TEST_F(TrackerQueryTest, MayBeDisabledWhileItTells) {
+TEST_F(TrackerQueryTest, MayBeDisabledWhileItReports) {
   FakeMiner miner;
-  query->addObserver(metadataQueryDidUpdate, [this](const MetadataNotification& told) {
+  query->addObserver(metadataQueryDidUpdate, [this](const MetadataNotification& reported) {
     query->disableUpdates();
-    take(told);
+    take(reported);
     query->enableUpdates();
   });
   gather();
   miner.rows = {{"1", "file:///home/anna/a", "", ""}};
-  miner.tell({{0, 1}});
+  miner.report({{0, 1}});
   ASSERT_TRUE(waitForUpdate());
-  miner.tell({{2, 1}});
+  miner.report({{2, 1}});
   EXPECT_TRUE(waitUntil([this] { return changed.size() == 1; }));
 }
 
-TEST_F(TrackerQueryTest, TellsNothingOnceItIsStopped) {
+TEST_F(TrackerQueryTest, ReportsNothingOnceItIsStopped) {
   FakeMiner miner;
   gather();
   miner.rows = {{"1", "file:///home/anna/a", "", ""}};
-  miner.tell({{0, 1}});
+  miner.report({{0, 1}});
   // The question is on its way.
   ASSERT_TRUE(waitUntil([&] { return miner.questions.size() == 2; }));
   query->stop();
-  miner.tell({{0, 1}});
-  // The next answer comes behind everything that could have been told.
+  miner.report({{0, 1}});
+  // The next answer comes behind everything that could have been reported.
   names.clear();
   gather();
   ASSERT_TRUE(waitUntil([this] { return names.size() == 2; }));
@@ -283,22 +283,22 @@ TEST_F(TrackerQueryTest, TellsNothingOnceItIsStopped) {
   EXPECT_EQ(miner.questions.size(), 3U);
 }
 
-TEST_F(TrackerQueryTest, TellsNoUpdatesThatNobodyWants) {
+TEST_F(TrackerQueryTest, ReportsNoUpdatesThatNobodyWants) {
   FakeMiner miner;
   query->execute(0);
   ASSERT_TRUE(waitUntil([this] { return query->isGatheringComplete(); }));
-  miner.tell({{0, 1}});
+  miner.report({{0, 1}});
   query->execute(MetadataQuery::wantsUpdates);
   ASSERT_TRUE(waitUntil([this] { return query->isGatheringComplete(); }));
   EXPECT_EQ(miner.questions.size(), 2U);
 }
 
-TEST_F(TrackerQueryTest, TellsWhatChangesDuringTheGatheringBehindIt) {
+TEST_F(TrackerQueryTest, ReportsWhatChangesDuringTheGatheringBehindIt) {
   FakeMiner miner;
   miner.object.neverAnswer("Query");
   query->execute(MetadataQuery::wantsUpdates);
   ASSERT_TRUE(waitUntil([&] { return miner.object.callsOf("Query").size() == 1; }));
-  miner.tell({{0, 1}});
+  miner.report({{0, 1}});
   miner.rows = {{"1", "file:///home/anna/a", "", ""}};
   miner.object.answer("Query", [&](const QDBusMessage& call) { return miner.answerOf(call); });
   (*miner.bus).send(miner.answerOf(QDBusMessage(miner.object.callsOf("Query")[0])));
@@ -311,20 +311,20 @@ TEST_F(TrackerQueryTest, ReportsAnAnswerThatItCannotHaveAndGoesOn) {
   FakeMiner miner;
   gather();
   miner.refusal = "no memory";
-  miner.tell({{0, 1}});
+  miner.report({{0, 1}});
   ASSERT_TRUE(waitUntil([this] { return problems.size() == 1; }));
   EXPECT_EQ(problems[0],
             "What changed in /home/anna/ cannot be had from the index of files: no memory");
   miner.refusal.clear();
   miner.garbage = "x";
-  miner.tell({{0, 1}});
+  miner.report({{0, 1}});
   ASSERT_TRUE(waitUntil([this] { return problems.size() == 2; }));
   EXPECT_EQ(problems[1],
             "What changed in /home/anna/ cannot be had from the index of files: its answer cannot "
             "be read");
   miner.garbage.clear();
   miner.rows = {{"1", "file:///home/anna/a", "", ""}};
-  miner.tell({{2, 1}});
+  miner.report({{2, 1}});
   EXPECT_TRUE(waitForUpdate());
 }
 
@@ -335,7 +335,7 @@ TEST_F(TrackerQueryTest, AsksForAtMostFiveHundredAtATime) {
   for (int number = 1; number <= 1001; ++number) {
     changes.emplace_back(number % 2 == 0 ? 0 : 2, number);
   }
-  miner.tell(changes);
+  miner.report(changes);
   EXPECT_TRUE(waitUntil([&] { return miner.questions.size() == 4; }));
 }
 

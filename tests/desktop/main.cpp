@@ -51,7 +51,7 @@ int waitAmongPosted(int argc, char** argv) {
 }
 
 // An application of the agent's own kind in which everything throws: 0 when it lives through all of
-// it and tells of each.
+// it and reports each.
 int throwEverywhere(int argc, char** argv) {
   quillo::QtApplication application(argc, argv);
   int problems = 0;

@@ -136,7 +136,7 @@ TEST_F(AgentPipeline, ADaemonThatWasNotReachedIsLaunchedAgainUnlessItAnswers) {
   EXPECT_TRUE(wasLaunched());
 }
 
-TEST_F(AgentPipeline, AnEngineWithoutItsDaemonIsToldByADialogThatQuits) {
+TEST_F(AgentPipeline, AnEngineWithoutItsDaemonIsReportedByADialogThatQuits) {
   launch("exit 2");
   scan();
   EXPECT_EQ(notified(), Lines{"Error <CLAMDSCAN_ERROR>"});
@@ -146,7 +146,7 @@ TEST_F(AgentPipeline, AnEngineWithoutItsDaemonIsToldByADialogThatQuits) {
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
 }
 
-TEST_F(AgentPipeline, AnEngineWhoseDaemonAnswersIsNotToldOf) {
+TEST_F(AgentPipeline, AnEngineWhoseDaemonAnswersIsNotReported) {
   launch("exit 2");
   FakeClamd clamd(socketPath());
   scan();
@@ -154,7 +154,7 @@ TEST_F(AgentPipeline, AnEngineWhoseDaemonAnswersIsNotToldOf) {
   EXPECT_TRUE(dialogs("QuarantinedDialog").empty());
 }
 
-TEST_F(AgentPipeline, AnEngineThatIsGoneIsToldByItsWindow) {
+TEST_F(AgentPipeline, AnEngineThatIsGoneIsReportedByItsWindow) {
   launch("exit 0");
   std::filesystem::remove(engine() + "/bin/clamdscan");
   scan();

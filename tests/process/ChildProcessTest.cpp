@@ -268,7 +268,7 @@ TEST(ChildProcess, CanBeEndedAtOnceWithItsChildren) {
   child.endAtOnce();
 }
 
-TEST(ChildProcess, IsNotHeldUpByWhatItTellsBesidesItsOutput) {
+TEST(ChildProcess, IsNotHeldUpByWhatItSaysBesidesItsOutput) {
   int ends[2] = {-1, -1};
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
   const UniqueFd own(ends[0]);

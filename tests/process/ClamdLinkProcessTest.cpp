@@ -24,7 +24,7 @@ using Arguments = std::optional<std::string>;
 
 class ClamdLaunch : public testing::Test {
  protected:
-  // A daemon that notes down its arguments, one a line, and then does as told.
+  // A daemon that notes down its arguments, one a line, and then does what it is asked.
   std::string daemon(const std::string& rest) const {
     return folder.writeProgram("sbin/clamd", "#!/bin/sh\n: > '" + notes() +
                                                  "'\nfor word; do echo \"$word\" >> '" + notes() +

@@ -48,7 +48,7 @@ class WatcherAndHelper : public testing::Test {
 TEST_F(WatcherAndHelper, HandOverEveryLineThatItPrints) {
   owner.watch("/w/", true);
   start("echo /w/one; echo /elsewhere/x; echo /w/two; read line < \"$go\"");
-  ASSERT_TRUE(owner.waitForPaths(2));
+  ASSERT_TRUE(owner.paths.waitForCount(2));
   EXPECT_EQ(owner.paths(), (Lines{"/w/one", "/w/two"}));
   EXPECT_TRUE(watcher.isWatching());
 }
@@ -56,23 +56,23 @@ TEST_F(WatcherAndHelper, HandOverEveryLineThatItPrints) {
 TEST_F(WatcherAndHelper, TakeStandardErrorForOutputAsWell) {
   owner.watch("/w/", true);
   start("echo /w/one >&2; read line < \"$go\"");
-  ASSERT_TRUE(owner.waitForPaths(1));
+  ASSERT_TRUE(owner.paths.waitForCount(1));
   EXPECT_EQ(owner.paths(), Lines{"/w/one"});
 }
 
 TEST_F(WatcherAndHelper, TakeALineCutInTheMiddleForTwo) {
   owner.watch("/w/", true);
   start("printf /w/ha; read line < \"$go\"; printf 'lf\\n/w/whole\\n'; read line < \"$go\"");
-  ASSERT_TRUE(owner.waitForPaths(1));
+  ASSERT_TRUE(owner.paths.waitForCount(1));
   helper->letGo();
-  ASSERT_TRUE(owner.waitForPaths(2));
+  ASSERT_TRUE(owner.paths.waitForCount(2));
   EXPECT_EQ(owner.paths(), (Lines{"/w/ha", "/w/whole"}));
 }
 
 TEST_F(WatcherAndHelper, LoseNoLineOfAFlood) {
   owner.watch("/w/", true);
   start("i=10000; while [ $i -lt 30000 ]; do echo /w/$i; i=$((i+1)); done; read line < \"$go\"");
-  ASSERT_TRUE(owner.waitForPaths(20000));
+  ASSERT_TRUE(owner.paths.waitForCount(20000));
   const Lines paths = owner.paths();
   ASSERT_EQ(paths.size(), 20000U);
   EXPECT_EQ(paths.front(), "/w/10000");
@@ -111,7 +111,7 @@ TEST_F(WatcherAndHelper, PauseAfterTenRestartsAndSayOnceWhatIsWrong) {
   ASSERT_TRUE(helper->waitForLaunches(11));
   for (const int pause : {1, 2, 4, 8, 16, 30, 30}) {
     ASSERT_TRUE(clock.waitUntilParked(1));
-    EXPECT_TRUE(owner.helperFails());
+    EXPECT_TRUE(owner.helperFails);
     clock.advance(std::chrono::seconds(pause) - std::chrono::milliseconds(1));
     ASSERT_EQ(clock.parked(), 1) << pause;
     clock.advance(std::chrono::milliseconds(1));
@@ -122,14 +122,14 @@ TEST_F(WatcherAndHelper, PauseAfterTenRestartsAndSayOnceWhatIsWrong) {
   EXPECT_TRUE(owner.paths().empty());
 }
 
-TEST_F(WatcherAndHelper, TakeWhatTheySaidOfItBackOnceItTellsOfAChange) {
+TEST_F(WatcherAndHelper, TakeWhatTheySaidOfItBackOnceItReportsAChange) {
   owner.watch("/w/", true);
   start("if [ -e \"${0%/*}/mended\" ]; then echo /w/one; read line < \"$go\"; fi; exit 3");
   ASSERT_TRUE(clock.waitUntilParked(1));
   ASSERT_EQ(owner.calls().size(), 1U);
   helper->folder().write("mended", "");
   clock.advance(std::chrono::seconds(1));
-  ASSERT_TRUE(owner.waitForPaths(1));
+  ASSERT_TRUE(owner.paths.waitForCount(1));
   EXPECT_EQ(owner.calls().back(), "withdraw helper");
 }
 
@@ -138,7 +138,7 @@ TEST_F(WatcherAndHelper, EndAPauseAtOnceWhenStopped) {
   ASSERT_TRUE(clock.waitUntilParked(1));
   stop();
   EXPECT_FALSE(watcher.isWatching());
-  EXPECT_FALSE(owner.helperFails());
+  EXPECT_FALSE(owner.helperFails);
   EXPECT_EQ(desktop.systemLog.count("termination status = 3"), 11);
 }
 
@@ -188,16 +188,16 @@ TEST_F(WatcherAndHelper, MayBeStartedAgainAfterAFailureOfTheAgentsOwn) {
   EXPECT_FALSE(watcher.isWatching());
   owner.onPath = nullptr;
   run();
-  EXPECT_TRUE(owner.waitForPaths(1));
+  EXPECT_TRUE(owner.paths.waitForCount(1));
 }
 
 TEST_F(WatcherAndHelper, MayBeStartedAgainAfterTheEnd) {
   owner.watch("/w/", true);
   start("echo /w/x; read line < \"$go\"");
-  ASSERT_TRUE(owner.waitForPaths(1));
+  ASSERT_TRUE(owner.paths.waitForCount(1));
   stop();
   run();
-  ASSERT_TRUE(owner.waitForPaths(2));
+  ASSERT_TRUE(owner.paths.waitForCount(2));
   EXPECT_TRUE(watcher.isWatching());
 }
 
@@ -281,14 +281,14 @@ TEST_F(WatcherAndHelper, ReadTheQuarantineFolderOnlyWhenTheLoopStarts) {
   owner.watch("/w/", true);
   desktop.preferenceStore.set("QuarantineFolder", "/w/Q");
   start("echo /w/Q/x; echo /w/one; read line < \"$go\"; exit 0");
-  ASSERT_TRUE(owner.waitForPaths(1));
+  ASSERT_TRUE(owner.paths.waitForCount(1));
   desktop.preferenceStore.remove("QuarantineFolder");
   helper->letGo();
-  ASSERT_TRUE(owner.waitForPaths(2));
+  ASSERT_TRUE(owner.paths.waitForCount(2));
   EXPECT_EQ(owner.paths(), (Lines{"/w/one", "/w/one"}));
   stop();
   run();
-  ASSERT_TRUE(owner.waitForPaths(4));
+  ASSERT_TRUE(owner.paths.waitForCount(4));
   EXPECT_EQ(owner.paths()[2], "/w/Q/x");
 }
 

@@ -38,7 +38,7 @@ class FakeClientTree {
   // A pipe that a hanging client keeps open for writing. It says a word first.
   std::string lifeline() const { return tree_.at("lifeline"); }
 
-  // Replaces the daemon, which tells the truth at first.
+  // Replaces the daemon, which says the truth at first.
   SessionClamd& daemon(SessionClamd::Script script, SessionClamd::Manners manners = {});
   SessionClamd& daemon() { return *daemon_; }
   void endDaemon() { daemon_.reset(); }
@@ -47,7 +47,7 @@ class FakeClientTree {
   // With "--stdout --no-summary" and a list of these paths.
   WrapperRun scan(const std::vector<std::string>& paths,
                   const std::vector<std::string>& words = {}) const;
-  // The same, in this process and with less patience.
+  // Likewise, in this process and with less patience.
   WrapperRun scanWithPatience(const std::vector<std::string>& paths,
                               Clock::Duration patience) const;
   std::vector<std::string> listWords(const std::vector<std::string>& paths) const;

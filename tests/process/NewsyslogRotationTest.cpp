@@ -10,7 +10,6 @@
 #include "posix/UniqueFd.h"
 #include "tests/fakes/tools/LogSandbox.h"
 #include "tests/support/SystemCalls.h"
-#include "tools/newsyslog/LogFolder.h"
 #include "tools/newsyslog/LogRotation.h"
 
 namespace quillo {
@@ -102,7 +101,7 @@ TEST(Newsyslog, CompressesTheLogAndLeavesANewOne) {
   EXPECT_EQ(modeOf(sandbox.path("log.0.bz2")), 0640U);
 }
 
-TEST(Newsyslog, KeepsAsManyOldVersionsAsItIsToldTo) {
+TEST(Newsyslog, KeepsAsManyOldVersionsAsItIsConfiguredTo) {
   const LogSandbox sandbox;
   for (int round = 0; round < 5; ++round) {
     sandbox.write("log", LogSandbox::lines(round * 1000, 2000));

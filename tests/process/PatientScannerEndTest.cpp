@@ -60,7 +60,7 @@ class FileAtTheEnd final : public PipelineObserver {
   const std::string path_;
 };
 
-TEST_F(PatientScannerEnd, AnEngineThatIsStillThereIsToldOfOnceASecond) {
+TEST_F(PatientScannerEnd, AnEngineThatIsStillThereIsReportedOnceASecond) {
   int asked = 0;
   claimsToRun = [&asked] { return ++asked <= 2; };
   EXPECT_EQ(scan({"a"}), Lines{path("a") + ": OK"});

@@ -31,7 +31,7 @@ class PatientScannerFailure : public ScannerFixture {
   }
 };
 
-TEST_F(PatientScannerFailure, AnUnreachableDaemonIsToldByADialogThatQuits) {
+TEST_F(PatientScannerFailure, AnUnreachableDaemonIsReportedByADialogThatQuits) {
   bench.owner.alive = false;
   scan({"status2-"});
   EXPECT_EQ(bench.owner.calls(),
@@ -42,10 +42,10 @@ TEST_F(PatientScannerFailure, AnUnreachableDaemonIsToldByADialogThatQuits) {
   EXPECT_EQ(dialog->message(), "<CLAMDSCAN_ERROR>");
   EXPECT_EQ(dialog->deleteButtonTitle(), "Quit Vantrel Quillo");
   dialog->press(ButtonDialog::Button::deleteButton);
-  EXPECT_TRUE(bench.owner.wasCalled("quit"));
+  EXPECT_TRUE(bench.owner.calls.has("quit"));
 }
 
-TEST_F(PatientScannerFailure, AnUnreachableDaemonIsToldOnceARun) {
+TEST_F(PatientScannerFailure, AnUnreachableDaemonIsReportedOnceARun) {
   bench.owner.alive = false;
   scan({"status2-a", "status2-b"});
   EXPECT_EQ(errorDialogs(), 1U);
@@ -76,7 +76,7 @@ TEST_F(PatientScannerFailure, TheDaemonIsNotAskedForUnlessTheEngineFailed) {
   scan({"a"});
   scan({"infected-a"});
   scan({"crash-a"});
-  EXPECT_FALSE(bench.owner.wasCalled("alive?"));
+  EXPECT_FALSE(bench.owner.calls.has("alive?"));
   EXPECT_EQ(errorDialogs(), 0U);
 }
 
@@ -90,9 +90,9 @@ TEST_F(PatientScannerFailure, ADaemonThatCannotBeReachedIsRecoveredOnceARun) {
   const std::string line =
       "ERROR: Could not connect to clamd on LocalSocket /nowhere: No such file or directory";
   EXPECT_EQ(scan({"unreachable-a", "unreachable-b"}), (Lines{line, line}));
-  EXPECT_EQ(bench.owner.timesCalled("recover unreachable"), 1);
+  EXPECT_EQ(bench.owner.calls.count("recover unreachable"), 1);
   scan({"unreachable-a", "unreachable-b"});
-  EXPECT_EQ(bench.owner.timesCalled("recover unreachable"), 2);
+  EXPECT_EQ(bench.owner.calls.count("recover unreachable"), 2);
 }
 
 TEST_F(PatientScannerFailure, AnEngineThatCrashesEndsTheRun) {
@@ -136,11 +136,11 @@ TEST_F(PatientScannerFailure, ALongReportIsReadToItsEnd) {
   EXPECT_EQ(all, expected + path("last") + ": OK");
 }
 
-TEST_F(PatientScannerFailure, AMissingEngineIsToldToTheUserAndTheListStays) {
+TEST_F(PatientScannerFailure, AMissingEngineIsReportedToTheUserAndTheListStays) {
   useEngine("/no/such/engine");
   EXPECT_EQ(scan({"a"}), Lines());
   EXPECT_EQ(bench.owner.calls(), (Lines{"run began", "no engine", "run ended"}));
-  EXPECT_EQ(bench.owner.reported(), (Lines{"began 1", "ended 1"}));
+  EXPECT_EQ(bench.owner.reports(), (Lines{"began 1", "ended 1"}));
   EXPECT_EQ(bench.desktop.systemLog.lines(), Lines());
   EXPECT_EQ(contentsOfFile(listPath), path("a") + "\n");
 }
@@ -150,7 +150,7 @@ TEST_F(PatientScannerFailure, AScannerWithoutSettingsHasNoEngine) {
   fresh.setMyName(name);
   fresh.scanList() = {"/a"};
   fresh.performScan();
-  EXPECT_TRUE(bench.owner.wasCalled("no engine"));
+  EXPECT_TRUE(bench.owner.calls.has("no engine"));
 }
 
 TEST_F(PatientScannerFailure, AnyOtherFailureIsLoggedWithAllThatWasAtHand) {

@@ -25,10 +25,10 @@ TEST_F(PatientScannerRun, LogsTheReportAndLeavesNothingBehind) {
   EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{0});
 }
 
-TEST_F(PatientScannerRun, TellsTheRunAndEachVerdictAsItComes) {
+TEST_F(PatientScannerRun, ReportsTheRunAndEachVerdictAsItComes) {
   scan({"a", "infected-b", "error-c"});
   EXPECT_EQ(
-      bench.owner.reported(),
+      bench.owner.reports(),
       (Lines{"began 3", path("a") + " = clean", path("infected-b") + " = Eicar-Test-Signature",
              path("error-c") + " = not scanned: it cannot be reached or is no file", "ended 3"}));
 }
@@ -73,7 +73,7 @@ TEST_F(PatientScannerRun, TakesTheNextBatchWithoutASignal) {
   EXPECT_EQ(sizes, (std::vector<std::size_t>{200, 200, 50}));
 }
 
-TEST_F(PatientScannerRun, QuarantinedFilesAreToldWithTheFolderOfTheMoveOption) {
+TEST_F(PatientScannerRun, QuarantinedFilesAreReportedWithTheFolderOfTheMoveOption) {
   bench.owner.chosen.quarantineOrTrash = InfectedFileAction::quarantine;
   bench.owner.chosen.quarantineFolder = "/home/anna/Quarantine";
   useEngine(QUILLO_FAKE_ENGINE);
@@ -84,7 +84,7 @@ TEST_F(PatientScannerRun, QuarantinedFilesAreToldWithTheFolderOfTheMoveOption) {
   bench.desktop.interfaceLoader.loaded("QuarantinedDialog")
       .at(0)
       ->press(ButtonDialog::Button::deleteButton);
-  EXPECT_TRUE(bench.owner.wasCalled("open /home/anna/Quarantine"));
+  EXPECT_TRUE(bench.owner.calls.has("open /home/anna/Quarantine"));
 }
 
 TEST_F(PatientScannerRun, InformationIsSuppressedOnlyByAPreferenceThatIsTrue) {
@@ -104,17 +104,17 @@ TEST_F(PatientScannerRun, InformationIsSuppressedOnlyByAPreferenceThatIsTrue) {
   EXPECT_EQ(dialogsOfOneRun(), 1U);
 }
 
-TEST_F(PatientScannerRun, FilesInTheTrashAreToldByPath) {
+TEST_F(PatientScannerRun, FilesInTheTrashAreReportedByPath) {
   bench.owner.chosen.quarantineOrTrash = InfectedFileAction::moveToTrash;
   useEngine(QUILLO_FAKE_ENGINE);
   scan({"infected-x:y.zip"});
-  EXPECT_TRUE(bench.owner.wasCalled("notify 3 " + path("infected-x:y.zip")));
+  EXPECT_TRUE(bench.owner.calls.has("notify 3 " + path("infected-x:y.zip")));
 }
 
 TEST_F(PatientScannerRun, FilesLeftInPlaceAreWarnedOf) {
   scan({"a", "infected-b"});
   EXPECT_TRUE(
-      bench.owner.wasCalled("notify 1 " + path("infected-b") + ": Eicar-Test-Signature FOUND"));
+      bench.owner.calls.has("notify 1 " + path("infected-b") + ": Eicar-Test-Signature FOUND"));
   EXPECT_EQ(bench.desktop.interfaceLoader.loaded("WarningDialog").size(), 1U);
 }
 
@@ -139,7 +139,7 @@ TEST_F(PatientScannerRun, AListThatCannotBeWrittenIsHandedOverInMemory) {
   EXPECT_TRUE(std::filesystem::is_directory(listPath));
 }
 
-TEST_F(PatientScannerRun, TellsTheObserverOfBeginAndEnd) {
+TEST_F(PatientScannerRun, ReportsToTheObserverBeginAndEnd) {
   scan({"a", "error-b"});
   EXPECT_EQ(bench.pipeline.startedPaths(), (Lines{path("a"), path("error-b")}));
   EXPECT_EQ(bench.pipeline.scannedPaths(), (Lines{path("a"), path("error-b")}));

@@ -60,10 +60,10 @@ TEST_F(ScannerRun, HasThePathsOnTheCommandLineBehindTheParameters) {
   EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{0});
 }
 
-TEST_F(ScannerRun, TellsOfInfectionsAsTheyCome) {
+TEST_F(ScannerRun, ReportsInfectionsAsTheyCome) {
   EXPECT_EQ(scan({"a", "infected-b"}),
             (Lines{path("a") + ": OK", path("infected-b") + ": Eicar-Test-Signature FOUND"}));
-  EXPECT_TRUE(owner.wasCalled("notify 1 " + path("infected-b") + ": Eicar-Test-Signature FOUND"));
+  EXPECT_TRUE(owner.calls.has("notify 1 " + path("infected-b") + ": Eicar-Test-Signature FOUND"));
   EXPECT_EQ(owner.calls().front(), "run began");
   EXPECT_EQ(owner.calls().back(), "run ended");
 }
@@ -74,7 +74,7 @@ TEST_F(ScannerRun, ReadsALongReportToItsEnd) {
   EXPECT_EQ(lines.back(), path("last") + ": OK");
 }
 
-TEST_F(ScannerRun, TellsOfAnUnreachableDaemonUnderTheMenusOwnTitle) {
+TEST_F(ScannerRun, ReportsAnUnreachableDaemonUnderTheMenusOwnTitle) {
   owner.alive = false;
   scan({"status2-"});
   EXPECT_EQ(owner.calls(),
@@ -83,7 +83,7 @@ TEST_F(ScannerRun, TellsOfAnUnreachableDaemonUnderTheMenusOwnTitle) {
   ASSERT_EQ(dialogs.size(), 1U);
   EXPECT_EQ(dialogs[0]->deleteButtonTitle(), "Quit from the menu");
   dialogs[0]->press(ButtonDialog::Button::deleteButton);
-  EXPECT_TRUE(owner.wasCalled("quit"));
+  EXPECT_TRUE(owner.calls.has("quit"));
 }
 
 TEST_F(ScannerRun, LogsAnUnreachableDaemonWithoutADialog) {
@@ -239,7 +239,7 @@ TEST_F(ScannerFolders, AreScannedFileByFileWithAPattern) {
   grow("infected-a");
   grow("skip-b");
   EXPECT_EQ(world.scan({folder}), Lines{folder + "/infected-a"});
-  EXPECT_TRUE(owner.wasCalled("notify 1 " + folder + "/infected-a: Eicar-Test-Signature FOUND"));
+  EXPECT_TRUE(owner.calls.has("notify 1 " + folder + "/infected-a: Eicar-Test-Signature FOUND"));
 }
 
 }  // namespace

@@ -50,7 +50,7 @@ TEST_F(WatchingAgent, QuitsAfterALaunchAlsoWhenThereIsNoThreadForItsPatience) {
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});
 }
 
-TEST_F(WatchingAgent, QuitsADaemonThatIsOnlyBeingLaunchedOnceItCanBeTold) {
+TEST_F(WatchingAgent, QuitsADaemonThatIsOnlyBeingLaunchedOnceItCanBeAsked) {
   daemon.reset();
   home.writeProgram("engine/sbin/clamd", "#!/bin/sh\nexit 0\n");
   FakeClamd clamd(socketPath());
@@ -158,7 +158,7 @@ class RecoveringAgent : public WatchingAgent {
   JoinedThreads recovery;
 };
 
-TEST_F(RecoveringAgent, QuitsTheDaemonOnceItCanBeTold) {
+TEST_F(RecoveringAgent, QuitsTheDaemonOnceItCanBeAsked) {
   crash();
   std::unique_ptr<FakeClamd> clamd;
   desktop.application.duringWait = [&] {

@@ -1,4 +1,4 @@
-// What the tree's scanner tells beside its report, and when it moves and ends.
+// What the tree's scanner says beside its report, and when it moves and ends.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -101,7 +101,7 @@ class WrapperChannel : public testing::Test {
   pid_t child = -1;
 };
 
-TEST_F(WrapperChannel, TellsTheTrueBytesOfAName) {
+TEST_F(WrapperChannel, ReportsTheTrueBytesOfAName) {
   const std::string clean = tree.files().write("cl\xFF\\x41", "x");
   const std::string infected = tree.files().write("in\xFF: x", "infected");
   start(words({clean, infected, tree.files().at("gone\x01")}));
@@ -119,7 +119,7 @@ TEST_F(WrapperChannel, TellsTheTrueBytesOfAName) {
   EXPECT_EQ(end(), 1);
 }
 
-TEST_F(WrapperChannel, TellsTheFileBehindALink) {
+TEST_F(WrapperChannel, ReportsTheFileBehindALink) {
   const std::string target = tree.file("infected");
   const std::string link = tree.files().link("link", "infected");
   start(words({link}));
@@ -131,7 +131,7 @@ TEST_F(WrapperChannel, TellsTheFileBehindALink) {
   EXPECT_EQ(verdicts[1].line, link + ": leads to '" + target + "'");
 }
 
-TEST_F(WrapperChannel, TellsWhichLimitKeptAFileFromBeingScanned) {
+TEST_F(WrapperChannel, ReportsWhichLimitKeptAFileFromBeingScanned) {
   const std::string large = tree.files().write("large", std::string(1025, 'x'));
   start(words({tree.file("limit"), large, tree.files().at("gone")}));
   std::map<std::string, Verdict> verdicts;
@@ -176,7 +176,7 @@ TEST_F(WrapperChannel, MovesAFileOnceItsLineWasTaken) {
   EXPECT_EQ(end(), 1);
 }
 
-TEST_F(WrapperChannel, TellsThatAFileCouldNotBeMoved) {
+TEST_F(WrapperChannel, ReportsThatAFileCouldNotBeMoved) {
   const std::string infected = tree.files().write("q/infected", "infected");
   std::vector<std::string> all = words({infected});
   all.push_back("--move=" + tree.files().at("q"));
@@ -188,7 +188,7 @@ TEST_F(WrapperChannel, TellsThatAFileCouldNotBeMoved) {
   EXPECT_EQ(verdicts[1].kind, Kind::notMoved);
 }
 
-TEST_F(WrapperChannel, TellsThatTheMoveFolderIsOfNoUse) {
+TEST_F(WrapperChannel, ReportsThatTheMoveFolderIsOfNoUse) {
   const std::string infected = tree.file("infected");
   std::vector<std::string> all = words({infected});
   all.push_back("--move=" + tree.file("file"));

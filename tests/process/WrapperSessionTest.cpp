@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <set>
 #include <utility>
@@ -58,20 +59,29 @@ struct DaemonEnds {
   ~DaemonEnds() { tree.endDaemon(); }
 };
 
-TEST_F(WrapperSession, HasAsManyFilesUnderWayAsTheDaemonHasThreads) {
-  tree.addToDaemon("MaxThreads 7\n");
-  // Answers nothing before it has seven files, and then all at once, the last first.
-  std::string answers;
+// Answers nothing before it has so many files, and then all at once, the last first.
+struct AllAtOnce {
+  const int files;
   int waiting = 0;
-  const DaemonEnds ends{tree};
-  tree.daemon([&](const Question& question) -> Said {
+  int most = 0;
+  std::string answers = {};
+
+  Said operator()(const Question& question) {
     answers = SessionClamd::truth(question) + answers;
-    if (++waiting < 7) {
+    most = std::max(most, ++waiting);
+    if (waiting < files) {
       return "";
     }
     waiting = 0;
     return std::exchange(answers, "");
-  });
+  }
+};
+
+TEST_F(WrapperSession, HasAsManyFilesUnderWayAsTheDaemonHasThreads) {
+  tree.addToDaemon("MaxThreads 7\n");
+  AllAtOnce daemon{7};
+  const DaemonEnds ends{tree};
+  tree.daemon(std::ref(daemon));
   const std::vector<std::string> paths = cleanFiles(21);
   const WrapperRun run = tree.scan(paths, {"--multiscan"});
   EXPECT_EQ(count(run.output, ": OK\n"), 21);
@@ -79,19 +89,9 @@ TEST_F(WrapperSession, HasAsManyFilesUnderWayAsTheDaemonHasThreads) {
 }
 
 TEST_F(WrapperSession, HasOneFileScannedAndOneWaitingWithoutMultiscan) {
-  std::string answers;
-  int waiting = 0;
-  int most = 0;
+  AllAtOnce daemon{2};
   const DaemonEnds ends{tree};
-  tree.daemon([&](const Question& question) -> Said {
-    answers = SessionClamd::truth(question) + answers;
-    most = std::max(most, ++waiting);
-    if (waiting < 2) {
-      return "";
-    }
-    waiting = 0;
-    return std::exchange(answers, "");
-  });
+  tree.daemon(std::ref(daemon));
   const std::vector<std::string> paths = cleanFiles(10);
   std::string expected;
   for (const std::string& path : paths) {
@@ -99,7 +99,7 @@ TEST_F(WrapperSession, HasOneFileScannedAndOneWaitingWithoutMultiscan) {
   }
   EXPECT_EQ(tree.scan(paths).output, expected);  // in their order all the same
   tree.endDaemon();
-  EXPECT_EQ(most, 2);
+  EXPECT_EQ(daemon.most, 2);
 }
 
 TEST_F(WrapperSession, SendsNoMoreThanTheQueueTakes) {
@@ -123,17 +123,9 @@ TEST_F(WrapperSession, SendsNoMoreThanTheQueueTakes) {
 
 TEST_F(WrapperSession, GivesEachFileItsOwnAnswerInWhateverOrderTheyCome) {
   tree.addToDaemon("MaxThreads 4\n");
-  std::string answers;
-  int waiting = 0;
+  AllAtOnce daemon{4};
   const DaemonEnds ends{tree};
-  tree.daemon([&](const Question& question) -> Said {
-    answers = SessionClamd::truth(question) + answers;
-    if (++waiting < 4) {
-      return "";
-    }
-    waiting = 0;
-    return std::exchange(answers, "");
-  });
+  tree.daemon(std::ref(daemon));
   std::vector<std::string> paths;
   std::set<std::string> expected;
   for (int i = 0; i < 40; ++i) {
@@ -348,12 +340,12 @@ TEST_F(WrapperSession, HandsItsReportOverBeforeItWaits) {
   DescriptorScan::Limits limits;
   limits.patience = 300s;
   int clean = 0;
-  bool told = false;
+  bool reported = false;
   const auto handler = [&](Job&, const Answer& answer) {
     clean += answer.kind == Answer::Kind::clean ? 1 : 0;
   };
   DescriptorScan scan(link, nobody, clock, limits, handler, [&] {
-    if (!std::exchange(told, true)) {
+    if (!std::exchange(reported, true)) {
       handedOver.set_value();
     }
   });

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "tests/root/support/agent/GuardedHome.h"
-#include "tests/root/support/world/SystemLogListener.h"
+#include "tests/root/support/world/Lines.h"
 #include "tests/support/Threads.h"
 
 namespace quillo::tests {

@@ -38,7 +38,7 @@ class AgentUnscanned : public testing::Test {
   GuardedHome home;
 };
 
-TEST_F(AgentUnscanned, IsToldOnceOfAFileThatIsLargerThanTheEngineTakes) {
+TEST_F(AgentUnscanned, ReportsOnceAFileThatIsLargerThanTheEngineTakes) {
   start("MaxFileSize 1M\n");
   const std::string file = saveSparse("big.iso", (1U << 20U) + 1);
   const std::string line = file + ": Not scanned: larger than the limit of 1 MB";
@@ -51,7 +51,7 @@ TEST_F(AgentUnscanned, IsToldOnceOfAFileThatIsLargerThanTheEngineTakes) {
   EXPECT_EQ(desktop.notificationsWith("big.iso was not scanned"), 1) << home.readLog();
 }
 
-TEST_F(AgentUnscanned, IsToldOfAFileThatTheEngineDidNotLookThrough) {
+TEST_F(AgentUnscanned, ReportsAFileThatTheEngineDidNotLookThrough) {
   start("MaxScanSize 1M\nMaxFileSize 1M\n");
   const std::string folder = home.home() + "/outside";
   home.save(folder + "/inner", std::string(2U << 20U, 'x'));
@@ -64,7 +64,7 @@ TEST_F(AgentUnscanned, IsToldOfAFileThatTheEngineDidNotLookThrough) {
   EXPECT_TRUE(desktop.awaitNotification("archive.zip was not scanned to its end"));
 }
 
-TEST_F(AgentUnscanned, IsToldHowManyFilesAnAbortLeftUnscanned) {
+TEST_F(AgentUnscanned, ReportsHowManyFilesAnAbortLeftUnscanned) {
   start("");
   ASSERT_TRUE(home.logHas(home.guarded("sentinel") + ": OK"));
   const pid_t daemon = home.daemon();

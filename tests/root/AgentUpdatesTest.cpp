@@ -97,7 +97,7 @@ TEST_F(AgentUpdates, MakeTheRunningDaemonFindWhatItDidNotFind) {
   const pid_t daemon = home->daemon();
   ASSERT_TRUE(desktop.choose(chosen));
   ASSERT_TRUE(shows(updated));
-  // The daemon is told and reloads on its own.
+  // The daemon is notified and reloads on its own.
   const std::string found = ": Test.Harmless.UNOFFICIAL FOUND";
   for (int round = 0; round < 50 && home->linesWith(found) == 0; ++round) {
     const std::string name = "after" + std::to_string(round);
@@ -114,7 +114,7 @@ TEST_F(AgentUpdates, AtLaunchAreSilentWhenTheyDoTheirWork) {
   mirror.serve(definition());
   start(atLaunch);
   ASSERT_TRUE(mirror.awaitRequests(1));
-  // One from the menu comes after it, and tells of itself alone.
+  // One from the menu comes after it, and reports itself alone.
   ASSERT_TRUE(desktop.choose(chosen));
   EXPECT_TRUE(shows(upToDate));
   expectNothingElseIsShownThan(upToDate);

@@ -96,18 +96,18 @@ class Stranger {
     int ends[2];
     tests::check(pipe2(ends, O_CLOEXEC), "pipe");
     got_.reset(ends[0]);
-    const UniqueFd told(ends[1]);
+    const UniqueFd reported(ends[1]);
     const UniqueFd listener = bindTo(path);
     tests::check(chmod(path.c_str(), 0666), "chmod " + path);
     process_ = tests::check(fork(), "fork");
     if (process_ == 0) {
       [[maybe_unused]] const bool other =
           setuid(ordinaryUser + 1) == 0 && listen(listener.get(), 9) == 0;
-      tests::check(static_cast<int>(write(told.get(), "!", 1)), "write");
+      tests::check(static_cast<int>(write(reported.get(), "!", 1)), "write");
       for (char byte = 0;;) {
         const UniqueFd visitor(accept(listener.get(), nullptr, nullptr));
         while (read(visitor.get(), &byte, 1) == 1) {
-          tests::check(static_cast<int>(write(told.get(), &byte, 1)), "write");
+          tests::check(static_cast<int>(write(reported.get(), &byte, 1)), "write");
         }
       }
     }
@@ -118,7 +118,7 @@ class Stranger {
   Stranger(const Stranger&) = delete;
   Stranger& operator=(const Stranger&) = delete;
 
-  // Ends it and tells all bytes that it was sent.
+  // Ends it and returns all bytes that it was sent.
   std::string end() {
     if (process_ > 0) {
       kill(process_, SIGKILL);

@@ -14,19 +14,19 @@ namespace {
 
 using GfsloggerEvents = HelperFixture;
 
-TEST_F(GfsloggerEvents, TellsAWrittenFile) {
+TEST_F(GfsloggerEvents, ReportsAWrittenFile) {
   start();
   writeFile(in("file"));
   EXPECT_TRUE(output().waitFor(in("file")));
 }
 
-TEST_F(GfsloggerEvents, TellsAnEmptyNewFile) {
+TEST_F(GfsloggerEvents, ReportsAnEmptyNewFile) {
   start();
   close(check(open(in("empty").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), "open"));
   EXPECT_TRUE(output().waitFor(in("empty")));
 }
 
-TEST_F(GfsloggerEvents, TellsAFileThatWasRenamedIn) {
+TEST_F(GfsloggerEvents, ReportsAFileThatWasRenamedIn) {
   makeFolder(in("elsewhere"));
   writeFile(in("elsewhere/old"));
   start();
@@ -35,7 +35,7 @@ TEST_F(GfsloggerEvents, TellsAFileThatWasRenamedIn) {
   EXPECT_FALSE(output().contains(in("elsewhere/old")));
 }
 
-TEST_F(GfsloggerEvents, TellsBothFilesOfAnExchange) {
+TEST_F(GfsloggerEvents, ReportsBothFilesOfAnExchange) {
   writeFile(in("one"));
   writeFile(in("two"));
   start();
@@ -45,14 +45,14 @@ TEST_F(GfsloggerEvents, TellsBothFilesOfAnExchange) {
   EXPECT_TRUE(output().waitFor(in("two")));
 }
 
-TEST_F(GfsloggerEvents, TellsAHardLink) {
+TEST_F(GfsloggerEvents, ReportsAHardLink) {
   writeFile(in("file"));
   start();
   check(link(in("file").c_str(), in("link").c_str()), "link");
   EXPECT_TRUE(output().waitFor(in("link")));
 }
 
-TEST_F(GfsloggerEvents, TellsAnUnnamedFileThatIsGivenAName) {
+TEST_F(GfsloggerEvents, ReportsAnUnnamedFileThatIsGivenAName) {
   start();
   const int fd = check(open(folder().c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600), "open");
   check(static_cast<int>(write(fd, "text", 4)), "write");
@@ -63,7 +63,7 @@ TEST_F(GfsloggerEvents, TellsAnUnnamedFileThatIsGivenAName) {
   close(fd);
 }
 
-TEST_F(GfsloggerEvents, TellsAFileThatWasWrittenThroughAMapping) {
+TEST_F(GfsloggerEvents, ReportsAFileThatWasWrittenThroughAMapping) {
   writeFile(in("mapped"), std::string(4096, ' '));
   start();
   const int fd = check(open(in("mapped").c_str(), O_RDWR | O_CLOEXEC), "open");
@@ -75,7 +75,7 @@ TEST_F(GfsloggerEvents, TellsAFileThatWasWrittenThroughAMapping) {
   EXPECT_TRUE(output().waitFor(in("mapped")));
 }
 
-TEST_F(GfsloggerEvents, TellsAFileThatIsChangedAndKeptOpen) {
+TEST_F(GfsloggerEvents, ReportsAFileThatIsChangedAndKeptOpen) {
   writeFile(in("open"));
   start();
   const int fd = check(open(in("open").c_str(), O_WRONLY | O_CLOEXEC), "open");
@@ -84,14 +84,14 @@ TEST_F(GfsloggerEvents, TellsAFileThatIsChangedAndKeptOpen) {
   close(fd);
 }
 
-TEST_F(GfsloggerEvents, TellsATruncatedFile) {
+TEST_F(GfsloggerEvents, ReportsATruncatedFile) {
   writeFile(in("file"));
   start();
   check(truncate(in("file").c_str(), 2), "truncate");
   EXPECT_TRUE(output().waitFor(in("file")));
 }
 
-TEST_F(GfsloggerEvents, TellsFilesInBrandNewNestedFolders) {
+TEST_F(GfsloggerEvents, ReportsFilesInBrandNewNestedFolders) {
   start();
   std::string path = folder();
   for (int depth = 0; depth < 20; ++depth) {
@@ -108,7 +108,7 @@ TEST_F(GfsloggerEvents, TellsFilesInBrandNewNestedFolders) {
   }
 }
 
-TEST_F(GfsloggerEvents, TellsEachFileOfAFolderThatWasMovedIn) {
+TEST_F(GfsloggerEvents, ReportsEachFileOfAFolderThatWasMovedIn) {
   makeFolder(in("outside"));
   makeFolder(in("outside/tree"));
   makeFolder(in("outside/tree/sub"));
@@ -149,7 +149,7 @@ TEST_F(GfsloggerEvents, DoesNotTellANewFolder) {
   EXPECT_FALSE(output().contains(in("sub")));
 }
 
-TEST_F(GfsloggerEvents, TellsAPathOfFourThousandBytesWhole) {
+TEST_F(GfsloggerEvents, ReportsAPathOfFourThousandBytesWhole) {
   start();
   std::string path = folder();
   while (path.size() + 251 <= 4000) {
@@ -182,7 +182,7 @@ TEST_F(GfsloggerEvents, SurvivesAPathThatIsLongerThanAnyProgramCanOpen) {
   for (const std::string& line : output().all()) EXPECT_LT(line.size(), 4096U);
 }
 
-TEST_F(GfsloggerEvents, TellsANameThatIsNoValidText) {
+TEST_F(GfsloggerEvents, ReportsANameThatIsNoValidText) {
   start();
   const std::string name = "\xff\xfe\x80 \t\x01\\040";
   writeFile(in(name));

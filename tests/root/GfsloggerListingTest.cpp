@@ -1,4 +1,4 @@
-// What is told is what the caller could have listed itself, at the moment of telling.
+// What is reported is what the caller could have listed itself, at the moment of the report.
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -46,7 +46,7 @@ TEST_F(GfsloggerListing, DoesNotTellTheNameOfAFolderBelowOneThatCanOnlyBePassed)
   EXPECT_FALSE(output().contains(home + "/public/file"));
 }
 
-TEST_F(GfsloggerListing, TellsOfTheCallersOwnHomeInAFolderThatCanOnlyBePassed) {
+TEST_F(GfsloggerListing, ReportsTheCallersOwnHomeInAFolderThatCanOnlyBePassed) {
   othersFolder("homes", 0711);
   makeFolder(in("homes/mine"), 0700);
   give(in("homes/mine"), ordinaryUser);
@@ -55,7 +55,7 @@ TEST_F(GfsloggerListing, TellsOfTheCallersOwnHomeInAFolderThatCanOnlyBePassed) {
   EXPECT_TRUE(output().waitFor(in("homes/mine/file")));
 }
 
-TEST_F(GfsloggerListing, TellsOfADropFolderOnlyWhatBelongsToTheCaller) {
+TEST_F(GfsloggerListing, ReportsOfADropFolderOnlyWhatBelongsToTheCaller) {
   const std::string drop = othersFolder("drop", 01733);
   start();
   writeFile(drop + "/others");
@@ -104,7 +104,7 @@ TEST_F(GfsloggerListing, DoesNotTellOfAFolderThatBecamePrivateWhileItStoodStill)
   EXPECT_FALSE(output().contains(folder + "/file"));
 }
 
-TEST_F(GfsloggerListing, TellsAgainOnceTheFolderCanBeListedAgain) {
+TEST_F(GfsloggerListing, ReportsAgainOnceTheFolderCanBeListedAgain) {
   const std::string folder = othersFolder("folder", 0711);
   start();
   writeFile(folder + "/before");
@@ -132,7 +132,7 @@ TEST_F(GfsloggerListing, DoesNotTellWhatWaitedForAReaderUntilItWasPrivate) {
   EXPECT_LE(output().all().size(), mostBefore);
 }
 
-// Of a path that a link stands for nothing is told but the link.
+// Of a path that a link stands for nothing is reported but the link.
 TEST_F(GfsloggerListing, DoesNotTellThroughALinkThatTookTheFoldersPlace) {
   const std::string folder = othersFolder("folder", 0755);
   othersFolder("elsewhere", 0755);
@@ -148,7 +148,7 @@ TEST_F(GfsloggerListing, DoesNotTellThroughALinkThatTookTheFoldersPlace) {
   EXPECT_TRUE(output().contains(in("gone/file")));
 }
 
-TEST_F(GfsloggerListing, TellsOfAPathOfVeryManyFolders) {
+TEST_F(GfsloggerListing, ReportsAPathOfVeryManyFolders) {
   std::string path = folder();
   for (int depth = 0; depth < 600; ++depth) makeFolder(path += "/d");
   start();

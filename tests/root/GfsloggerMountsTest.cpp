@@ -89,7 +89,7 @@ TEST_F(GfsloggerMounts, WatchesAReadOnlyFileSystemOnceItIsWritable) {
   EXPECT_TRUE(waitUntilWatched(in("later")));
 }
 
-TEST_F(GfsloggerMounts, TellsAFileUnderEachMountPointThatShowsIt) {
+TEST_F(GfsloggerMounts, ReportsAFileUnderEachMountPointThatShowsIt) {
   makeFolder(in("real"));
   makeFolder(in("real/sub"));
   makeFolder(in("bound"));
@@ -100,7 +100,7 @@ TEST_F(GfsloggerMounts, TellsAFileUnderEachMountPointThatShowsIt) {
   EXPECT_TRUE(output().waitFor(in("bound/sub/file")));
 }
 
-TEST_F(GfsloggerMounts, TellsAFileUnderAMountPointThatShowsItOnlyLater) {
+TEST_F(GfsloggerMounts, ReportsAFileUnderAMountPointThatShowsItOnlyLater) {
   makeFolder(in("real"), 0777);
   makeFolder(in("bound"));
   start();
@@ -109,7 +109,7 @@ TEST_F(GfsloggerMounts, TellsAFileUnderAMountPointThatShowsItOnlyLater) {
   EXPECT_TRUE(waitUntilWatched(in("bound")));
 }
 
-TEST_F(GfsloggerMounts, TellsAFileWhereItIsSeenIfAnotherMountCoversIt) {
+TEST_F(GfsloggerMounts, ReportsAFileWhereItIsSeenIfAnotherMountCoversIt) {
   makeFolder(in("real"));
   makeFolder(in("bound"));
   bindMount(in("real"), in("bound"));
@@ -121,7 +121,7 @@ TEST_F(GfsloggerMounts, TellsAFileWhereItIsSeenIfAnotherMountCoversIt) {
   EXPECT_FALSE(output().contains(in("real/file")));
 }
 
-TEST_F(GfsloggerMounts, TellsAFileOfAFileSystemOfWhichOnlyAFolderIsMounted) {
+TEST_F(GfsloggerMounts, ReportsAFileOfAFileSystemOfWhichOnlyAFolderIsMounted) {
   makeFolder(in("whole"));
   makeFolder(in("part"));
   mountTmpfs(in("whole"));
@@ -137,7 +137,7 @@ TEST_F(GfsloggerMounts, TellsAFileOfAFileSystemOfWhichOnlyAFolderIsMounted) {
 class GfsloggerFileSystems : public HelperFixture,
                              public testing::WithParamInterface<const char*> {};
 
-TEST_P(GfsloggerFileSystems, TellsFilesOnIt) {
+TEST_P(GfsloggerFileSystems, ReportsFilesOnIt) {
   makeFolder(in("disk"));
   const LoopMount disk(GetParam(), in("disk"));
   openToAll(in("disk"));
@@ -177,7 +177,7 @@ class GfsloggerSubvolumes : public HelperFixture {
   }
 };
 
-TEST_F(GfsloggerSubvolumes, TellsFilesOfEachWhereItIsMounted) {
+TEST_F(GfsloggerSubvolumes, ReportsFilesOfEachWhereItIsMounted) {
   start();
   EXPECT_TRUE(waitUntilWatched(in("system")));
   makeFolder(in("system/home/user"));
@@ -186,7 +186,7 @@ TEST_F(GfsloggerSubvolumes, TellsFilesOfEachWhereItIsMounted) {
   EXPECT_FALSE(output().contains(in("system/@home/user/file")));
 }
 
-TEST_F(GfsloggerSubvolumes, TellsMoreThanWritingThere) {
+TEST_F(GfsloggerSubvolumes, ReportsMoreThanWritingThere) {
   writeFile(in("system/home/old"));
   start();
   moveFile(in("system/home/old"), in("system/home/new"));
@@ -195,14 +195,14 @@ TEST_F(GfsloggerSubvolumes, TellsMoreThanWritingThere) {
   EXPECT_TRUE(output().waitFor(in("system/home/link")));
 }
 
-TEST_F(GfsloggerSubvolumes, TellsFilesOfOneThatIsMadeInsideAnother) {
+TEST_F(GfsloggerSubvolumes, ReportsFilesOfOneThatIsMadeInsideAnother) {
   start();
   runProgram({"btrfs", "subvolume", "create", in("system/home/inner")});
   writeFile(in("system/home/inner/file"));
   EXPECT_TRUE(output().waitFor(in("system/home/inner/file")));
 }
 
-TEST_F(GfsloggerSubvolumes, TellsFilesOfEachIfTheRootFolderIsOneToo) {
+TEST_F(GfsloggerSubvolumes, ReportsFilesOfEachIfTheRootFolderIsOneToo) {
   const std::string root = in("system");
   for (const char* name : {"/usr", "/lib", "/lib64", "/dev", "/proc"}) {
     makeFolder(root + name);
@@ -258,7 +258,7 @@ class GfsloggerOverlay : public HelperFixture {
   }
 };
 
-TEST_F(GfsloggerOverlay, TellsAFileThatIsWritten) {
+TEST_F(GfsloggerOverlay, ReportsAFileThatIsWritten) {
   start();
   EXPECT_TRUE(waitUntilWatched(in("merged")));
   makeFolder(in("merged/sub"));

@@ -26,7 +26,7 @@ TEST_F(GfsloggerPrivacy, DoesNotTellOfAnotherUsersPrivateFolder) {
   EXPECT_FALSE(output().contains(in("private/open/secret")));
 }
 
-TEST_F(GfsloggerPrivacy, TellsOfThePrivateFolderOfItsCaller) {
+TEST_F(GfsloggerPrivacy, ReportsThePrivateFolderOfItsCaller) {
   makeFolder(in("mine"), 0700);
   giveTo(in("mine"), ordinaryUser, ordinaryUser);
   start();
@@ -34,7 +34,7 @@ TEST_F(GfsloggerPrivacy, TellsOfThePrivateFolderOfItsCaller) {
   EXPECT_TRUE(output().waitFor(in("mine/file")));
 }
 
-TEST_F(GfsloggerPrivacy, TellsRootOfEverything) {
+TEST_F(GfsloggerPrivacy, ReportsEverythingToRoot) {
   makeFolder(in("private"), 0700);
   giveTo(in("private"), otherUser, otherUser);
   StandInAgent::Options how = options();
@@ -105,8 +105,8 @@ class GfsloggerScanLog : public HelperFixture {
     how_.program = program();
   }
 
-  // Whether `path` is told when some other process than the agent changes it.
-  bool isTold(const std::string& path, const std::string& text = "text") {
+  // Whether `path` is reported when some other process than the agent changes it.
+  bool isReported(const std::string& path, const std::string& text = "text") {
     output().clear();
     writeFile(path, text);
     EXPECT_TRUE(catchUp());
@@ -116,41 +116,41 @@ class GfsloggerScanLog : public HelperFixture {
   StandInAgent::Options how_;
 };
 
-TEST_F(GfsloggerScanLog, IsNotTold) {
+TEST_F(GfsloggerScanLog, IsNotReported) {
   start(how_);
-  EXPECT_FALSE(isTold(in("Logs/scan.log")));
+  EXPECT_FALSE(isReported(in("Logs/scan.log")));
 }
 
-TEST_F(GfsloggerScanLog, IsNotToldUnderAnotherName) {
+TEST_F(GfsloggerScanLog, IsNotReportedUnderAnotherName) {
   start(how_);
   check(link(in("Logs/scan.log").c_str(), in("link").c_str()), "link");
   ASSERT_TRUE(catchUp());
   EXPECT_FALSE(output().contains(in("link")));
-  EXPECT_FALSE(isTold(in("link")));
+  EXPECT_FALSE(isReported(in("link")));
 }
 
-TEST_F(GfsloggerScanLog, IsNotToldWhenItIsRotated) {
+TEST_F(GfsloggerScanLog, IsNotReportedWhenItIsRotated) {
   start(how_);
   moveFile(in("Logs/scan.log"), in("Logs/scan.log.0"));
   agent().reopenLog();
   writeFile(in("Logs/scan.log.0.bz2"), "BZh91AY&SY");
   ASSERT_TRUE(catchUp());
   for (const std::string& line : output().all()) EXPECT_EQ(line.find("/Logs/"), std::string::npos);
-  EXPECT_FALSE(isTold(in("Logs/scan.log")));
-  EXPECT_FALSE(isTold(in("Logs/scan.log.0")));
+  EXPECT_FALSE(isReported(in("Logs/scan.log")));
+  EXPECT_FALSE(isReported(in("Logs/scan.log.0")));
 }
 
 TEST_F(GfsloggerScanLog, HidesNoFileThatOnlyHasItsName) {
   makeFolder(in("other"));
   start(how_);
-  EXPECT_TRUE(isTold(in("other/scan.log")));
-  EXPECT_TRUE(isTold(in("scan.log.0")));
-  EXPECT_TRUE(isTold(in("other/scan.log.0.bz2"), "BZh91AY&SY"));
-  EXPECT_TRUE(isTold(in("Logs/scan.log.exe")));
-  EXPECT_TRUE(isTold(in("Logs/scan.log.0"), "MZ"));
-  EXPECT_TRUE(isTold(in("Logs/scan.log.0.bz2"), "MZ"));
+  EXPECT_TRUE(isReported(in("other/scan.log")));
+  EXPECT_TRUE(isReported(in("scan.log.0")));
+  EXPECT_TRUE(isReported(in("other/scan.log.0.bz2"), "BZh91AY&SY"));
+  EXPECT_TRUE(isReported(in("Logs/scan.log.exe")));
+  EXPECT_TRUE(isReported(in("Logs/scan.log.0"), "MZ"));
+  EXPECT_TRUE(isReported(in("Logs/scan.log.0.bz2"), "MZ"));
   moveFile(in("other/scan.log"), in("Logs/scan.log"));
-  EXPECT_TRUE(isTold(in("Logs/scan.log")));
+  EXPECT_TRUE(isReported(in("Logs/scan.log")));
 }
 
 }  // namespace

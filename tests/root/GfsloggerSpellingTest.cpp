@@ -6,7 +6,7 @@
 
 #include "posix/Text.h"
 #include "tests/root/support/helper/HelperFixture.h"
-#include "tests/root/support/world/SystemLogListener.h"
+#include "tests/root/support/world/Lines.h"
 
 namespace quillo::tests {
 namespace {
@@ -44,7 +44,7 @@ TEST_F(GfsloggerSpelling, KeepsAnOrdinaryFileFromLookingLikeAResourceFork) {
 }
 
 // Each line break takes four bytes, so that the line is longer than a pipe takes at once.
-TEST_F(GfsloggerSpelling, TellsAPathWhoseEscapesMakeItsLineVeryLong) {
+TEST_F(GfsloggerSpelling, ReportsAPathWhoseEscapesMakeItsLineVeryLong) {
   std::string path = folder();
   for (int depth = 0; depth < 10; ++depth) {
     path += '/' + std::string(255, '\n');

@@ -36,19 +36,19 @@ class GfsloggerStorm : public HelperFixture {
   }
 
   // Reads until the end of the storm and returns the number of its lines.
-  size_t expectAllTold() {
+  size_t expectAllReported() {
     EXPECT_TRUE(catchUp());
-    std::unordered_set<std::string> told;
+    std::unordered_set<std::string> reported;
     size_t lines = 0;
     for (const std::string& line : output().all()) {
       if (line.rfind(in("storm-"), 0) != 0) continue;
       ++lines;
-      told.insert(line);
+      reported.insert(line);
     }
     int missing = 0;
-    for (int number = 0; number < files; ++number) missing += told.count(pathOf(number)) == 0;
+    for (int number = 0; number < files; ++number) missing += reported.count(pathOf(number)) == 0;
     EXPECT_EQ(missing, 0);
-    EXPECT_EQ(told.size(), static_cast<size_t>(files));
+    EXPECT_EQ(reported.size(), static_cast<size_t>(files));
     return lines;
   }
 
@@ -60,7 +60,7 @@ class GfsloggerStorm : public HelperFixture {
   }
 };
 
-TEST_F(GfsloggerStorm, LosesNothingAndTellsEachFileAboutOnce) {
+TEST_F(GfsloggerStorm, LosesNothingAndReportsEachFileAboutOnce) {
   start();
   const pid_t storm = check(fork(), "fork");
   if (storm == 0) {
@@ -72,7 +72,7 @@ TEST_F(GfsloggerStorm, LosesNothingAndTellsEachFileAboutOnce) {
   };
   EXPECT_TRUE(output().waitForCount(files, isOfStorm));
   EXPECT_EQ(waitpid(storm, nullptr, 0), storm);
-  const size_t lines = expectAllTold();
+  const size_t lines = expectAllReported();
   const double seconds = processorSeconds();
   std::printf("%d files: %zu lines (%.3f a file), %.3f s of processor time\n", files, lines,
               static_cast<double>(lines) / files, seconds);
@@ -83,7 +83,7 @@ TEST_F(GfsloggerStorm, LosesNothingWhileItsReaderStandsStill) {
   start();
   // Nobody reads before the storm is over, and the pipe holds a hundredth of it.
   blow();
-  expectAllTold();
+  expectAllReported();
 }
 
 }  // namespace

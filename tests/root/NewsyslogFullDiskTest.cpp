@@ -90,7 +90,7 @@ TEST_F(NewsyslogDisk, GivesTheFilesToTheirOwner) {
   }
 }
 
-TEST_F(NewsyslogDisk, ServesAnOrdinaryUserOnlyWhenItIsToldThatThereIsNoRoot) {
+TEST_F(NewsyslogDisk, ServesAnOrdinaryUserOnlyWhenItIsSaidThatThereIsNoRoot) {
   mountDisk("size=64M");
   // The build folder need not be open to him.
   std::filesystem::copy_file(QUILLO_BINARY_DIR "/resources/engine-tools/newsyslog",

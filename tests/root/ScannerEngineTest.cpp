@@ -42,7 +42,7 @@ TEST_F(ScannerWithEngine, FindsWhatIsInAFolderAndInAFile) {
   world.scan({world.path("in"), world.path("alone.com")});
   for (const char* name : {"in/bad.txt", "in/deep/bad.zip", "alone.com"}) {
     EXPECT_TRUE(isLogged(found(name))) << world.output;
-    EXPECT_TRUE(owner.wasCalled("notify 1 " + found(name)));
+    EXPECT_TRUE(owner.calls.has("notify 1 " + found(name)));
   }
   EXPECT_EQ(world.bench.desktop.interfaceLoader.loaded("WarningDialog").size(), 3U);
   EXPECT_EQ(world.bench.pipeline.statuses(), std::vector<int>{1});
@@ -66,14 +66,14 @@ TEST_F(ScannerWithEngine, MovesWhatItFindsToTheQuarantine) {
   owner.chosen.quarantineFolder = quarantine;
   world.params.push_back("--move=" + quarantine);
   world.scan({world.path("in")});
-  EXPECT_TRUE(owner.wasCalled("notify 2 " + found("in/bad.txt"))) << world.output;
+  EXPECT_TRUE(owner.calls.has("notify 2 " + found("in/bad.txt"))) << world.output;
   EXPECT_TRUE(std::filesystem::exists(quarantine + "/bad.txt"));
   EXPECT_TRUE(std::filesystem::exists(quarantine + "/bad.zip"));
   EXPECT_TRUE(std::filesystem::exists(world.path("in/good.txt")));
   EXPECT_EQ(world.bench.desktop.interfaceLoader.loaded("QuarantinedDialog").size(), 2U);
 }
 
-TEST_F(ScannerWithEngine, TellsOfADaemonThatIsGoneAndDoesNotRecoverIt) {
+TEST_F(ScannerWithEngine, ReportsADaemonThatIsGoneAndDoesNotRecoverIt) {
   clamd.end();
   owner.alive = false;
   world.scan({world.path("alone.com")});

@@ -143,7 +143,7 @@ TEST_F(SetUpCare, LeavesTheListOfAnAdministratorsInstallationAsItIs) {
   EXPECT_EQ(readFile(list), "/usr/local/bin/something");
 }
 
-TEST_F(SetUpCare, RemovesWhatWasToldAndNamesWhatWasPutBack) {
+TEST_F(SetUpCare, RemovesWhatWasReportedAndNamesWhatWasPutBack) {
   world.setUp();
   const std::string state = inHome(".local/state/vantrel");
   makeUsers(state);
@@ -158,7 +158,7 @@ TEST_F(SetUpCare, RemovesWhatWasToldAndNamesWhatWasPutBack) {
       << removal.output;
 }
 
-TEST_F(SetUpCare, LeavesNoTraceOfWhatWasTold) {
+TEST_F(SetUpCare, LeavesNoTraceOfWhatWasReported) {
   const std::string before = world.listing();
   world.setUp();
   makeUsers(inHome(".local/state/vantrel"));

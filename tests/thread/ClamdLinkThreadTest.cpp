@@ -7,7 +7,6 @@
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/fakes/engine/FakeClamd.h"
-#include "tests/fakes/engine/StoppedClamd.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/StdoutCapture.h"
 #include "tests/support/TemporaryFolder.h"

@@ -42,10 +42,12 @@ class DispatcherThread : public testing::Test {
   }
   // Lets seconds pass until that many paths were scanned; false after half a minute without.
   bool passTimeUntilScanned(std::size_t count) {
-    return awaitBy(
-        [this](auto) { bench.clock.advance(seconds(1)); },
-        [&] { return bench.pipeline.waitUntilScanned(count, std::chrono::milliseconds(2)); },
-        seconds(30));
+    return awaitBy([this](auto) { bench.clock.advance(seconds(1)); },
+                   [&] {
+                     return bench.pipeline.scannedPaths.waitForCount(count,
+                                                                     std::chrono::milliseconds(2));
+                   },
+                   seconds(30));
   }
   Paths files(const std::string& name, int count) {
     Paths paths;
@@ -82,7 +84,7 @@ TEST_F(DispatcherThread, ALostSignalDelaysAFileByThirtySecondsAndStrandsNone) {
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   EXPECT_EQ(bench.clock.slept(), seconds(1));
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.stablePaths.waitForCount(1));
   stopDispatcher(loop);
   EXPECT_EQ(bench.dispatcher.scannableCount(), 1);
 }
@@ -101,7 +103,7 @@ TEST_F(DispatcherThread, ALostSignalDelaysAScannerByThirtySecondsAndStrandsNoFil
   EXPECT_EQ(bench.clock.parked(), 1);
   EXPECT_EQ(bench.dispatcher.scannableCount(), 1);
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.pipeline.waitUntilScanned(1));
+  EXPECT_TRUE(bench.pipeline.scannedPaths.waitForCount(1));
   stopScanner(loop);
   EXPECT_EQ(bench.pipeline.scannedPaths(), Paths{path});
 }
@@ -112,7 +114,7 @@ TEST_F(DispatcherThread, AReportedFileIsTakenUpAtOnce) {
   bench.dispatcher.addStringToItemList(bench.file("a"));
   EXPECT_TRUE(bench.clock.waitUntilSleeping());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.stablePaths.waitForCount(1));
   EXPECT_EQ(bench.clock.now(), seconds(1));
   stopDispatcher(loop);
 }
@@ -127,7 +129,7 @@ TEST_F(DispatcherThread, AFileThatGrowsInTheSecondBetweenIsReadyOneSecondLater) 
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   EXPECT_EQ(bench.pipeline.stablePaths(), Paths());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.stablePaths.waitForCount(1));
   stopDispatcher(loop);
 }
 
@@ -138,7 +140,7 @@ TEST_F(DispatcherThread, AnArrayOfFilesIsTakenUpAtOnce) {
   bench.dispatcher.addToItemList(paths);
   EXPECT_TRUE(bench.clock.waitUntilSleeping());
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.pipeline.waitUntilStable(3));
+  EXPECT_TRUE(bench.pipeline.stablePaths.waitForCount(3));
   stopDispatcher(loop);
 }
 
@@ -146,7 +148,7 @@ TEST_F(DispatcherThread, APromotionWakesAScannerAtOnce) {
   LoopThread loop([this] { first.round(); });
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   bench.makeReady({bench.file("a")});
-  EXPECT_TRUE(bench.pipeline.waitUntilScanned(1));
+  EXPECT_TRUE(bench.pipeline.scannedPaths.waitForCount(1));
   EXPECT_EQ(bench.clock.now(), Clock::Duration::zero());
   stopScanner(loop);
 }
@@ -176,7 +178,7 @@ TEST_F(DispatcherThread, AnAbortSparesWhatIsStillInTheIntake) {
   bench.clock.advance(seconds(1));
   EXPECT_TRUE(bench.clock.waitUntilParked(1));
   bench.clock.advance(seconds(1));
-  EXPECT_TRUE(bench.pipeline.waitUntilStable(1));
+  EXPECT_TRUE(bench.pipeline.stablePaths.waitForCount(1));
   stopDispatcher(loop);
   EXPECT_EQ(bench.pipeline.stablePaths(), Paths{reported});
 }
@@ -186,7 +188,7 @@ TEST_F(DispatcherThread, TwoScannersShareFourHundredAndFiftyFiles) {
   bench.makeReady(paths);
   LoopThread one([this] { first.round(); });
   LoopThread two([this] { second.round(); });
-  EXPECT_TRUE(bench.pipeline.waitUntilScanned(450));
+  EXPECT_TRUE(bench.pipeline.scannedPaths.waitForCount(450));
   stopScanner(one);
   stopScanner(two);
   std::multiset<std::size_t> sizes;
@@ -260,8 +262,8 @@ TEST_F(DispatcherThread, StartsStopsAndAbortsMayComeAtAnyMoment) {
   EXPECT_TRUE(awaitBy(
       [this](auto) {
         bench.clock.advance(seconds(1));
-        bench.pipeline.waitUntilScanned(bench.pipeline.scannedPaths().size() + 1,
-                                        std::chrono::milliseconds(1));
+        bench.pipeline.scannedPaths.waitForCount(bench.pipeline.scannedPaths().size() + 1,
+                                                 std::chrono::milliseconds(1));
       },
       scanned, seconds(30)));
   stopDispatcher(loop);

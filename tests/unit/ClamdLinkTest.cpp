@@ -182,7 +182,7 @@ TEST_F(ClamdLinkTest, CountsADaemonWithoutAKnownSocketAsAlive) {
   EXPECT_EQ(log.lines().size(), 1U);
 }
 
-TEST_F(ClamdLinkTest, TellsTheDaemonToQuit) {
+TEST_F(ClamdLinkTest, AsksTheDaemonToQuit) {
   FakeClamd daemon(socketPath());
   useSocket(socketPath());
   link.quitClamd();
@@ -191,7 +191,7 @@ TEST_F(ClamdLinkTest, TellsTheDaemonToQuit) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(ClamdLinkTest, TellsNoDaemonToQuitThatItDidNotBringUp) {
+TEST_F(ClamdLinkTest, AsksNoDaemonToQuitThatItDidNotBringUp) {
   FakeClamd daemon(socketPath());
   useSocket(socketPath());
   listenerIsOurs = false;

@@ -106,7 +106,7 @@ TEST_F(FindNotification, OffersForAFileInItsPlaceToShowItToMoveItAndTheLog) {
   details.buttons[0].press();
   EXPECT_EQ(desktop.workspace.selected, Titles{"/Users/a/b.zip"});
   details.buttons[2].press();
-  EXPECT_TRUE(owner.wasCalled("open log"));
+  EXPECT_TRUE(owner.calls.has("open log"));
   EXPECT_TRUE(desktop.workspace.recycled.empty());
 }
 
@@ -131,8 +131,8 @@ TEST_F(FindNotification, MovesTheFileToTheTrashClosesItsWarningAndIsWithdrawn) {
   EXPECT_EQ(desktop.workspace.recycled, (Recycled{{folder.path(), {"bad.com"}}}));
   EXPECT_TRUE(window->isClosed());
   EXPECT_EQ(owner.dialogs().size(), 1U);
-  EXPECT_TRUE(owner.hasWithdrawn(details.topic));
-  EXPECT_FALSE(owner.hasWithdrawn(other.topic));
+  EXPECT_TRUE(owner.withdrawn.has(details.topic));
+  EXPECT_FALSE(owner.withdrawn.has(other.topic));
   EXPECT_EQ(log.text(), stamp + " " + path + ": moved to the Trash by the user\n");
 }
 
@@ -148,7 +148,7 @@ TEST_F(FindNotification, LeavesAnotherFileThatLiesThereNowAloneAndSaysSo) {
   EXPECT_TRUE(desktop.workspace.recycled.empty());
   EXPECT_EQ(warningDialogs().back()->failure(), "Not moved: another file");
   EXPECT_EQ(desktop.application.beeps, 1);
-  EXPECT_FALSE(owner.hasWithdrawn(details.topic));
+  EXPECT_FALSE(owner.withdrawn.has(details.topic));
   EXPECT_EQ(log.text(), "");
 }
 
@@ -212,9 +212,9 @@ TEST_F(FindNotification, OfAnEngineThatCannotBeReachedIsOverWhenItJudgesAgain) {
   EXPECT_EQ(titles(details), Titles{"<NOTIFICATION_LOG>"});
   startRun(Action::leaveInPlace);
   loggedFor("ERROR: something\n");
-  EXPECT_FALSE(owner.hasWithdrawn(details.topic));
+  EXPECT_FALSE(owner.withdrawn.has(details.topic));
   loggedFor("/a: OK\n");
-  EXPECT_TRUE(owner.hasWithdrawn(details.topic));
+  EXPECT_TRUE(owner.withdrawn.has(details.topic));
 }
 
 }  // namespace

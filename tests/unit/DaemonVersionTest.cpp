@@ -31,14 +31,14 @@ class DaemonVersionTest : public testing::Test {
   TemporaryFolder folder;
 };
 
-TEST_F(DaemonVersionTest, TellsWhenTheLoadedDefinitionsWereBuilt) {
+TEST_F(DaemonVersionTest, ReportsWhenTheLoadedDefinitionsWereBuilt) {
   const auto version = parseDaemonVersion(whole);
   ASSERT_TRUE(version);
   EXPECT_EQ(version->engine, "ClamAV 1.4.3");
   EXPECT_EQ(version->definitions, std::chrono::system_clock::from_time_t(1794993821));
 }
 
-TEST_F(DaemonVersionTest, TellsOfNoDefinitionsWhereNoneAreLoaded) {
+TEST_F(DaemonVersionTest, ReportsNoDefinitionsWhereNoneAreLoaded) {
   const auto version = parseDaemonVersion("ClamAV 1.4.3\n");
   ASSERT_TRUE(version);
   EXPECT_EQ(version->engine, "ClamAV 1.4.3");

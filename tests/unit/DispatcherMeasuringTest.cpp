@@ -228,7 +228,7 @@ TEST_F(DispatcherMeasuring, ADanglingLinkIsDropped) {
   EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 0U);
 }
 
-TEST_F(DispatcherMeasuring, TellsTheObserverWhatBecameStable) {
+TEST_F(DispatcherMeasuring, ReportsToTheObserverWhatBecameStable) {
   const std::string path = file("a");
   dispatcher.addStringToItemList(path);
   dispatcher.addStringToItemList(folder.makeFolder("dropped"));
@@ -236,7 +236,7 @@ TEST_F(DispatcherMeasuring, TellsTheObserverWhatBecameStable) {
   EXPECT_EQ(observer.stablePaths(), Paths{path});
 }
 
-TEST_F(DispatcherMeasuring, ACycleThatFailsIsToldAndLosesNoPath) {
+TEST_F(DispatcherMeasuring, ACycleThatFailsIsReportedAndLosesNoPath) {
   dispatcher.addStringToItemList(file("a"));
   observer.failsOnce = true;
   dispatcher.cycle();

@@ -15,7 +15,7 @@ class EngineStillRunning : public testing::Test {
   ManualClock clock;
 };
 
-TEST_F(EngineStillRunning, IsToldOnceASecond) {
+TEST_F(EngineStillRunning, IsReportedOnceASecond) {
   clock.setSleepsPassAtOnce(true);
   int asked = 0;
   EngineRun::waitWhileStillRunning([&asked] { return ++asked <= 3; }, systemLog, clock);
@@ -24,7 +24,7 @@ TEST_F(EngineStillRunning, IsToldOnceASecond) {
   EXPECT_EQ(clock.slept(), std::chrono::seconds(3));
 }
 
-TEST_F(EngineStillRunning, IsNotToldOnceItHasEnded) {
+TEST_F(EngineStillRunning, IsNotReportedOnceItHasEnded) {
   EngineRun::waitWhileStillRunning([] { return false; }, systemLog, clock);
   EXPECT_EQ(systemLog.lines(), Lines());
   EXPECT_EQ(clock.slept(), Clock::Duration::zero());

@@ -44,7 +44,7 @@ TEST_F(FileRemoverDialog, BeepsAndClosesWhenTheFileIsGone) {
   dialog->press(Button::deleteButton);
   EXPECT_EQ(desktop.application.beeps, 1);
   EXPECT_TRUE(dialog->isClosed());
-  EXPECT_EQ(owner.timesCalled("remove dialog"), 1);
+  EXPECT_EQ(owner.calls.count("remove dialog"), 1);
   EXPECT_EQ(desktop.systemLog.lines(), Calls());
 }
 
@@ -77,7 +77,7 @@ TEST_F(FileRemoverDialog, ActsOnTheFileWhateverItsWindowSays) {
   EXPECT_EQ(desktop.workspace.recycled, (Recycled{{"/Users/a", {"b.zip"}}}));
 }
 
-TEST_F(FileRemoverDialog, TellsTheScanLogOfWhatTheUserMoved) {
+TEST_F(FileRemoverDialog, ReportsToTheScanLogWhatTheUserMoved) {
   const auto moved = warn(infection);
   const auto ignored = warn("/Users/a/c.zip: X FOUND");
   StdoutCapture log;
@@ -145,7 +145,7 @@ TEST_F(FileRemoverDialog, WithoutCommandOtherWarningsStay) {
   warn("/b: Y FOUND")->press(Button::otherButton);
   EXPECT_FALSE(other->isClosed());
   EXPECT_EQ(owner.dialogs().size(), 1U);
-  EXPECT_FALSE(owner.wasCalled("remove all dialogs"));
+  EXPECT_FALSE(owner.calls.has("remove all dialogs"));
 }
 
 TEST_F(FileRemoverDialog, OptionAndCommandTogetherShowTheFileAndCloseAll) {
@@ -171,7 +171,7 @@ TEST_F(FileRemoverDialog, BeingDismissedLeavesFileAndListAlone) {
   owner.dialogs().at(0)->ignoreWarning();
   EXPECT_TRUE(dialog->isClosed());
   EXPECT_EQ(owner.dialogs().size(), 1U);
-  EXPECT_FALSE(owner.wasCalled("remove dialog"));
+  EXPECT_FALSE(owner.calls.has("remove dialog"));
   EXPECT_TRUE(desktop.workspace.recycled.empty());
 }
 

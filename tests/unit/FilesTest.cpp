@@ -157,7 +157,7 @@ TEST(OwnFile, AFullDeviceIsNotWritten) {
   EXPECT_FALSE(writeAll(full.get(), "x"));
 }
 
-TEST(OwnFile, IsNotThereWhenTheFileSystemTellsAtTheEndThatItIsFull) {
+TEST(OwnFile, IsNotThereWhenTheFileSystemReportsAtTheEndThatItIsFull) {
   const TemporaryFolder folder;
   const std::string path = folder.path() + "/file";
   withFailingSystemCall(SYS_close, EDQUOT, [&] {
@@ -259,6 +259,35 @@ TEST(PipeMaking, GivesNoneWhenThereAreNoDescriptors) {
   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
   EXPECT_FALSE(isMade);
   EXPECT_TRUE(Pipe::make());
+}
+
+namespace fs = std::filesystem;
+
+class OwnFileAtALink : public testing::Test {
+ protected:
+  void write() { EXPECT_EQ(writeOwnFile("List", path, "mine"), ""); }
+  void expectFile() {
+    EXPECT_EQ(fs::symlink_status(path).type(), fs::file_type::regular);
+    EXPECT_EQ(contentsOfFile(path), std::optional<std::string>("mine"));
+  }
+
+  const TemporaryFolder folder;
+  const std::string path = folder.path() + "/list";
+};
+
+TEST_F(OwnFileAtALink, ReplacesOneThatLeadsNowhere) {
+  fs::create_symlink(folder.path() + "/nowhere", path);
+  write();
+  expectFile();
+  EXPECT_FALSE(fs::exists(folder.path() + "/nowhere"));
+}
+
+TEST_F(OwnFileAtALink, LeavesWhatItLeadsToAlone) {
+  const std::string other = folder.write("other", "of somebody");
+  fs::create_symlink(other, path);
+  write();
+  expectFile();
+  EXPECT_EQ(contentsOfFile(other), std::optional<std::string>("of somebody"));
 }
 
 }  // namespace

@@ -81,11 +81,11 @@ TEST_F(FoundFileTest, IsLookedAfterWhileItLiesThere) {
   found();
   EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
   desktop.fileDepartures.ask();
-  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_FALSE(owner.withdrawn.has(lastTopic()));
   // As when it is opened, given other rights, or written to: it is the same file.
   std::ofstream(path, std::ios::app) << "more";
   desktop.fileDepartures.ask();
-  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_FALSE(owner.withdrawn.has(lastTopic()));
   EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
 }
 
@@ -93,7 +93,7 @@ TEST_F(FoundFileTest, TakesItsNotificationWithItWhoeverMovesIt) {
   found();
   trash();
   desktop.fileDepartures.ask();
-  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_TRUE(owner.withdrawn.has(lastTopic()));
   EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
 }
 
@@ -101,7 +101,7 @@ TEST_F(FoundFileTest, HasLeftWhenAnotherFileTookItsPlace) {
   found();
   fs::rename(folder.write("newer", "a letter"), path);
   desktop.fileDepartures.ask();
-  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_TRUE(owner.withdrawn.has(lastTopic()));
 }
 
 TEST_F(FoundFileTest, HasLeftWhenAFolderTookItsPlace) {
@@ -109,7 +109,7 @@ TEST_F(FoundFileTest, HasLeftWhenAFolderTookItsPlace) {
   trash();
   folder.makeFolder("bad.com");
   desktop.fileDepartures.ask();
-  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_TRUE(owner.withdrawn.has(lastTopic()));
 }
 
 // Asked for too early the notification would come after its withdrawal, and stay.
@@ -124,17 +124,17 @@ TEST_F(FoundFileTest, IsAskedForOnlyOnceItsNotificationIsThere) {
     EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
     trash();
     desktop.fileDepartures.ask();
-    EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+    EXPECT_TRUE(owner.withdrawn.has(lastTopic()));
     // Anew for the other setting.
     fs::rename(folder.write("another", letterOf(setting)), path);
   }
 }
 
-TEST_F(FoundFileTest, ThatLeavesWhileItIsToldOfIsKnownWhenItIsPutBack) {
+TEST_F(FoundFileTest, ThatLeavesWhileItIsReportedIsKnownWhenItIsPutBack) {
   owner.duringNotification = [this] { trash(); };
   found();
   desktop.fileDepartures.ask();
-  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_TRUE(owner.withdrawn.has(lastTopic()));
   restore();
   EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
 }
@@ -143,11 +143,11 @@ TEST_F(FoundFileTest, ThatLeavesWhileItIsToldOfIsKnownWhenItIsPutBack) {
 TEST_F(FoundFileTest, TakesItsNotificationWithItAlsoWhenItsWindowWasFaster) {
   owner.duringNotification = [this] {
     warningDialogs().at(0)->press(ButtonDialog::Button::deleteButton);
-    owner.forgetWithdrawals();
+    owner.withdrawn.clear();
   };
   found();
   desktop.fileDepartures.ask();
-  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_TRUE(owner.withdrawn.has(lastTopic()));
   EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
 }
 
@@ -156,31 +156,31 @@ TEST_F(FoundFileTest, ThatCannotBeLookedAtHasNotLeft) {
   trash();
   for (const int error : {EACCES, EIO, ELOOP}) {
     withFailingSystemCall(SYS_statx, error, [this] { desktop.fileDepartures.ask(); });
-    EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+    EXPECT_FALSE(owner.withdrawn.has(lastTopic()));
     EXPECT_EQ(desktop.fileDepartures.watched(), Calls{path});
   }
   desktop.fileDepartures.ask();
-  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_TRUE(owner.withdrawn.has(lastTopic()));
 }
 
-TEST_F(FoundFileTest, ThatIsGoneBeforeItIsToldOfLeavesNoNotification) {
-  owner.duringNotification = [this] { EXPECT_FALSE(owner.hasWithdrawn(lastTopic())); };
+TEST_F(FoundFileTest, ThatIsGoneBeforeItIsReportedLeavesNoNotification) {
+  owner.duringNotification = [this] { EXPECT_FALSE(owner.withdrawn.has(lastTopic())); };
   trash();
   found();
-  EXPECT_TRUE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_TRUE(owner.withdrawn.has(lastTopic()));
   EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
 }
 
 TEST_F(FoundFileTest, ThatCannotBeLookedAtKeepsItsNotification) {
   withFailingSystemCall(SYS_statx, EACCES, [this] { found(); });
-  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_FALSE(owner.withdrawn.has(lastTopic()));
   EXPECT_EQ(desktop.fileDepartures.watched(), Calls());
 }
 
 TEST_F(FoundFileTest, WithoutAPlaceThatIsKnownKeepsItsNotification) {
   startRun(Action::leaveInPlace);
   loggedFor("bad.com: Eicar FOUND\n");
-  EXPECT_FALSE(owner.hasWithdrawn(lastTopic()));
+  EXPECT_FALSE(owner.withdrawn.has(lastTopic()));
 }
 
 TEST_F(FoundFileTest, ThatIsPutBackIsLoggedAndNotWarnedOf) {
@@ -191,7 +191,7 @@ TEST_F(FoundFileTest, ThatIsPutBackIsLoggedAndNotWarnedOf) {
   EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
   EXPECT_EQ(warningDialogs().size(), 1U);
   EXPECT_EQ(owner.details().size(), 1U);
-  EXPECT_EQ(owner.reported(), (Calls{path + " = Eicar", path + " = Eicar"}));
+  EXPECT_EQ(owner.reports(), (Calls{path + " = Eicar", path + " = Eicar"}));
 }
 
 TEST_F(FoundFileTest, ThatTheUserMovedByItsButtonIsKnownWithoutAnybodyToNotice) {
@@ -259,7 +259,7 @@ TEST_F(FoundFileTest, ThatWasLeftInItsPlaceIsSaidToBeThereWhereItWasToBeMoved) {
     EXPECT_EQ(warningDialogs().size(), setting == Action::quarantine ? 1U : 2U);
     EXPECT_EQ(owner.details().back().summary, "<FIND_IN_PLACE>");
   }
-  EXPECT_EQ(owner.timesCalled("notify 1 " + line()), 2);
+  EXPECT_EQ(owner.calls.count("notify 1 " + line()), 2);
 }
 
 TEST_F(FoundFileTest, ThatChangedIsMovedAgain) {

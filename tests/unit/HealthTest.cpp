@@ -102,7 +102,7 @@ TEST_F(HealthTest, LogsTheAgeOnceUntilItWasMended) {
   EXPECT_EQ(desktop.systemLog.count(line), 2);
 }
 
-TEST_F(HealthTest, TellsOfFoldersThatAreNotThere) {
+TEST_F(HealthTest, ReportsFoldersThatAreNotThere) {
   missing = {"/home/anna/A/", "/b"};
   health.setWatching(true);
   health.round();

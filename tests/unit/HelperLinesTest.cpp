@@ -11,7 +11,6 @@
 #include "helper/Failure.h"
 #include "helper/LineWriter.h"
 #include "helper/OwnLog.h"
-#include "helper/Warnings.h"
 #include "posix/Text.h"
 #include "tests/support/Threads.h"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "clamav/LocalSocketLine.h"
+#include "clamav/ClamConf.h"
 
 namespace quillo {
 namespace {

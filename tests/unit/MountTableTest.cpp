@@ -11,7 +11,7 @@
 namespace quillo {
 namespace {
 
-TEST(MountTable, ReadsAllThatALineTells) {
+TEST(MountTable, ReadsAllThatALineSays) {
   const auto mounts = parseMountTable(
       "89 87 0:43 /@home /home rw,relatime shared:7 master:1 - btrfs /dev/vda2 "
       "rw,subvolid=257,subvol=/@home\n");

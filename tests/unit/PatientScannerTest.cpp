@@ -126,7 +126,7 @@ TEST_F(PatientScannerBatch, NewSettingsReplaceTheOldPatterns) {
   EXPECT_EQ(remainingOf({"/a", "/b"}), (Paths{"/a", "/b"}));
 }
 
-TEST_F(PatientScannerBatch, PreferencesOfAnotherTypeAreToldAndIgnored) {
+TEST_F(PatientScannerBatch, PreferencesOfAnotherTypeAreReportedAndIgnored) {
   bench.desktop.preferenceStore.set("ExcludePatterns", "text");
   scanner.setMenuAndParams(ScannerBench::arguments("/no/such/engine"), bench.owner.chosen);
   EXPECT_EQ(remainingOf({"/text"}), Paths{"/text"});
@@ -150,7 +150,7 @@ TEST_F(PatientScannerBatch, AnEmptyChunkEndsTheReading) {
   EXPECT_TRUE(capture.text().ends_with(" /a: OK\n"));
 }
 
-TEST_F(PatientScannerBatch, KeepsItsQuarantineFolderUntilItIsToldAnother) {
+TEST_F(PatientScannerBatch, KeepsItsQuarantineFolderUntilItIsGivenAnother) {
   using Action = InfectedFileAction;
   const auto take = [this](Action action, const std::optional<std::string>& folder) {
     bench.owner.chosen.quarantineOrTrash = action;

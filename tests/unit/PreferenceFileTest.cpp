@@ -84,7 +84,7 @@ TEST_F(PreferenceFileTest, SaysThatNothingOpensIt) {
   EXPECT_TRUE(desktop.systemLog.has("No application could be found that opens " + file.path()));
 }
 
-TEST_F(PreferenceFileTest, TellsTheCommandThatMakesTheEngineOfThePreferences) {
+TEST_F(PreferenceFileTest, ReportsTheCommandThatMakesTheEngineOfThePreferences) {
   desktop.folders.resources = "/opt/it's";
   EXPECT_EQ(file.engineCommand("/my engine"),
             "'/opt/it'\\''s/engine-tools/vantrel-engine-tree' '/my engine'");

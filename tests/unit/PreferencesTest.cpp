@@ -16,6 +16,11 @@ using Path = std::optional<std::string>;
 class PreferencesTest : public testing::Test, protected PreferencesUnderTest {
  protected:
   void read() { ASSERT_TRUE(preferences.readPrefs()); }
+  template <typename Value>
+  void readWith(const char* key, const Value& value) {
+    store().set(key, value);
+    read();
+  }
 };
 
 TEST_F(PreferencesTest, AreReadFromTheMainApplicationsDomainAsWell) {
@@ -31,8 +36,7 @@ TEST_F(PreferencesTest, AreReadFromTheMainApplicationsDomainAsWell) {
 
 TEST_F(PreferencesTest, AreReadAnewEveryTime) {
   read();
-  store().set("PathToClamav", "/other");
-  read();
+  readWith("PathToClamav", "/other");
   EXPECT_EQ(settings()->clamPATH, Path("/other"));
   EXPECT_EQ(store().synchronizations(), 2);
   EXPECT_EQ(store().suites().size(), 1U);
@@ -44,8 +48,7 @@ TEST_F(PreferencesTest, DeriveThePathsByPlainJoins) {
   EXPECT_EQ(settings()->clamScanPATH, Path(engine() + "/bin/clamdscan"));
   EXPECT_EQ(settings()->freshclamPATH, Path(engine() + "/bin/freshclam"));
   EXPECT_EQ(settings()->updateLog, Path("/var/log/update.log"));
-  store().set("PathToClamav", "/opt/engine/");
-  read();
+  readWith("PathToClamav", "/opt/engine/");
   EXPECT_EQ(settings()->clamScanPATH, Path("/opt/engine//bin/clamdscan"));
   EXPECT_TRUE(settings()->usingClamDemon);
 }
@@ -94,7 +97,7 @@ TEST_F(PreferencesTest, KeepThePathsOfADaemonThatRuns) {
   EXPECT_FALSE(daemonStart.weLaunchedClamd);
 }
 
-TEST_F(PreferencesTest, TellOfADaemonProgramThatIsNotThere) {
+TEST_F(PreferencesTest, ReportADaemonProgramThatIsNotThere) {
   daemon.reset();
   EXPECT_FALSE(preferences.readPrefs());
   EXPECT_EQ(link.clamdPATH(), Path(engine() + "/sbin/clamd"));
@@ -150,12 +153,11 @@ TEST_F(PreferencesTest, DoNotEmptyAFolderBehindALink) {
                         "/Throbber was made by somebody else; it is not emptied"));
 }
 
-TEST_F(PreferencesTest, ScanEmailUnlessToldNotTo) {
+TEST_F(PreferencesTest, ScanEmailUnlessThatIsSwitchedOff) {
   read();
   EXPECT_TRUE(settings()->scanEmail);
   EXPECT_TRUE(log().has("scan email files"));
-  store().set("ScanEmail", true);
-  read();
+  readWith("ScanEmail", true);
   EXPECT_TRUE(settings()->scanEmail);
   store().set("ScanEmail", false);
   log().clear();
@@ -165,17 +167,15 @@ TEST_F(PreferencesTest, ScanEmailUnlessToldNotTo) {
 }
 
 TEST_F(PreferencesTest, UseSeveralCoresOnlyForExactlyYes) {
-  static constexpr const char* line = "Will use as many processor cores as possible for scanning";
+  static constexpr const char* logged = "Will use as many processor cores as possible for scanning";
   for (const char* other : {"Yes", "YES", "yes ", "true", ""}) {
-    store().set("multiscan", other);
-    read();
+    readWith("multiscan", other);
     EXPECT_FALSE(settings()->useMultiscan) << other;
   }
-  EXPECT_FALSE(log().has(line));
-  store().set("multiscan", "yes");
-  read();
+  EXPECT_FALSE(log().has(logged));
+  readWith("multiscan", "yes");
   EXPECT_TRUE(settings()->useMultiscan);
-  EXPECT_EQ(log().count(line), 1);
+  EXPECT_EQ(log().count(logged), 1);
   store().remove("multiscan");
   read();
   EXPECT_FALSE(settings()->useMultiscan);
@@ -190,8 +190,7 @@ TEST_F(PreferencesTest, LeaveInfectedFilesInPlaceByDefault) {
 }
 
 TEST_F(PreferencesTest, MoveInfectedFilesToTheTrash) {
-  store().set("QuilloTrashFiles", true);
-  read();
+  readWith("QuilloTrashFiles", true);
   EXPECT_TRUE(settings()->deleteInfected);
   EXPECT_FALSE(settings()->quarantineInfected);
   EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::moveToTrash);
@@ -201,8 +200,7 @@ TEST_F(PreferencesTest, MoveInfectedFilesToTheTrash) {
 
 TEST_F(PreferencesTest, MoveInfectedFilesToTheQuarantineFolder) {
   store().set("QuilloQuarantineFiles", true);
-  store().set("QuarantineFolder", "/q/folder");
-  read();
+  readWith("QuarantineFolder", "/q/folder");
   EXPECT_TRUE(settings()->quarantineInfected);
   EXPECT_FALSE(settings()->deleteInfected);
   EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::quarantine);
@@ -213,8 +211,7 @@ TEST_F(PreferencesTest, MoveInfectedFilesToTheQuarantineFolder) {
 TEST_F(PreferencesTest, PreferTheQuarantineToTheTrash) {
   store().set("QuilloTrashFiles", true);
   store().set("QuilloQuarantineFiles", true);
-  store().set("QuarantineFolder", "/q");
-  read();
+  readWith("QuarantineFolder", "/q");
   EXPECT_TRUE(settings()->quarantineInfected);
   EXPECT_FALSE(settings()->deleteInfected);
   EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::quarantine);
@@ -224,11 +221,9 @@ TEST_F(PreferencesTest, PreferTheQuarantineToTheTrash) {
 }
 
 TEST_F(PreferencesTest, QuarantineWithoutAFolderIsABareMoveArgument) {
-  store().set("QuilloQuarantineFiles", true);
-  read();
+  readWith("QuilloQuarantineFiles", true);
   EXPECT_EQ(settings()->quarantineFolder, Path(""));
-  store().set("QuarantineFolder", PreferenceValue{PreferenceDictionary()});
-  read();
+  readWith("QuarantineFolder", PreferenceValue{PreferenceDictionary()});
   EXPECT_EQ(settings()->quarantineFolder, Path(""));
 }
 
@@ -236,31 +231,26 @@ TEST_F(PreferencesTest, TakeTheQuarantineFolderFromADictionaryWithATilde) {
   PreferenceDictionary dictionary;
   dictionary["path"] = PreferenceValue{std::string("~/Quarantine")};
   store().set("QuarantineFolder", PreferenceValue{dictionary});
-  store().set("QuilloQuarantineFiles", true);
-  read();
+  readWith("QuilloQuarantineFiles", true);
   EXPECT_EQ(settings()->quarantineFolder, Path("/home/anna/Quarantine"));
 }
 
 TEST_F(PreferencesTest, AddNoSlashToTheQuarantineFolder) {
   store().set("QuilloQuarantineFiles", true);
-  store().set("QuarantineFolder", "/q/");
-  read();
+  readWith("QuarantineFolder", "/q/");
   EXPECT_EQ(settings()->quarantineFolder, Path("/q/"));
 }
 
 TEST_F(PreferencesTest, KeepATrashSettingThatWasTurnedOff) {
-  store().set("QuilloTrashFiles", true);
-  read();
-  store().set("QuilloTrashFiles", false);
-  read();
+  readWith("QuilloTrashFiles", true);
+  readWith("QuilloTrashFiles", false);
   EXPECT_TRUE(settings()->deleteInfected);
   EXPECT_EQ(settings()->quarantineOrTrash, InfectedFileAction::leaveInPlace);
 }
 
 TEST_F(PreferencesTest, KeepAQuarantineSettingThatWasTurnedOffButNotItsFolder) {
   store().set("QuilloQuarantineFiles", true);
-  store().set("QuarantineFolder", "/q");
-  read();
+  readWith("QuarantineFolder", "/q");
   store().remove("QuilloQuarantineFiles");
   read();
   EXPECT_TRUE(settings()->quarantineInfected);
@@ -269,11 +259,9 @@ TEST_F(PreferencesTest, KeepAQuarantineSettingThatWasTurnedOffButNotItsFolder) {
 }
 
 TEST_F(PreferencesTest, TurnTheQuarantineOffForTheTrash) {
-  store().set("QuilloQuarantineFiles", true);
-  read();
+  readWith("QuilloQuarantineFiles", true);
   store().set("QuilloQuarantineFiles", false);
-  store().set("QuilloTrashFiles", true);
-  read();
+  readWith("QuilloTrashFiles", true);
   EXPECT_FALSE(settings()->quarantineInfected);
   EXPECT_TRUE(settings()->deleteInfected);
 }
@@ -283,21 +271,18 @@ TEST_F(PreferencesTest, NeverTurnUpdaterSettingsOff) {
   EXPECT_FALSE(settings()->needsExit1FreshclamFlag);
   EXPECT_FALSE(settings()->updateDefsAtLaunch);
   store().set("NeedsExit1FreshclamFlag", true);
-  store().set("UpdateDefsOnLaunch", true);
-  read();
+  readWith("UpdateDefsOnLaunch", true);
   EXPECT_TRUE(settings()->needsExit1FreshclamFlag);
   EXPECT_TRUE(settings()->updateDefsAtLaunch);
   store().set("NeedsExit1FreshclamFlag", false);
-  store().set("UpdateDefsOnLaunch", false);
-  read();
+  readWith("UpdateDefsOnLaunch", false);
   EXPECT_TRUE(settings()->needsExit1FreshclamFlag);
   EXPECT_TRUE(settings()->updateDefsAtLaunch);
 }
 
 TEST_F(PreferencesTest, NeverTurnPatternsOn) {
   store().set("Exclude", "*.iso");
-  store().set("Include", true);
-  read();
+  readWith("Include", true);
   EXPECT_FALSE(settings()->exclude);
   EXPECT_FALSE(settings()->includeOnly);
   EXPECT_EQ(settings()->excludePattern, "");
@@ -331,8 +316,7 @@ TEST_F(PreferencesTest, ResetTheRatioAtEveryReading) {
 TEST_F(PreferencesTest, RunOnAServerWhenTheKeyIsThereWhateverItsValue) {
   read();
   EXPECT_FALSE(settings()->runningOnServer);
-  store().set("Running on OS X Server", false);
-  read();
+  readWith("Running on OS X Server", false);
   EXPECT_TRUE(settings()->runningOnServer);
   store().remove("Running on OS X Server");
   read();
@@ -342,16 +326,14 @@ TEST_F(PreferencesTest, RunOnAServerWhenTheKeyIsThereWhateverItsValue) {
 TEST_F(PreferencesTest, LogProgressOnlyWhenWanted) {
   read();
   EXPECT_FALSE(settings()->logProgress);
-  store().set("QuilloLogProgress", true);
-  read();
+  readWith("QuilloLogProgress", true);
   EXPECT_TRUE(settings()->logProgress);
 }
 
-TEST_F(PreferencesTest, IgnoreAndTellAValueOfAnotherType) {
+TEST_F(PreferencesTest, IgnoreAndReportAValueOfAnotherType) {
   store().set("ScanEmail", "no");
   store().set("QuilloTrashFiles", 1);
-  store().set("multiscan", true);
-  read();
+  readWith("multiscan", true);
   EXPECT_TRUE(settings()->scanEmail);
   EXPECT_FALSE(settings()->deleteInfected);
   EXPECT_FALSE(settings()->useMultiscan);
@@ -364,8 +346,7 @@ TEST_F(PreferencesTest, IgnoreAndTellAValueOfAnotherType) {
 TEST_F(PreferencesTest, DropWhatIsDerivedAndNothingElse) {
   store().set("QuilloTrashFiles", true);
   store().set("multiscan", "yes");
-  store().set("UpdateDefsOnLaunch", true);
-  read();
+  readWith("UpdateDefsOnLaunch", true);
   daemonStart.weLaunchedClamd = true;
   preferences.drop();
   EXPECT_EQ(settings()->clamPATH, std::nullopt);

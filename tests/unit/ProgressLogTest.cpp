@@ -24,7 +24,7 @@ TEST(ProgressLog, IsSilentUnlessTheUserWantsToKnow) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST(ProgressLog, TellsEveryStationOfEachFile) {
+TEST(ProgressLog, ReportsEveryStationOfEachFile) {
   FakeSystemLog log;
   ProgressLog progress(log);
   progress.setEnabled(true);

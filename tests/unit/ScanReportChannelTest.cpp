@@ -51,9 +51,9 @@ TEST_F(ScanReportChannel, AFileThatCouldNotBeMovedIsSaidToBeStillThere) {
     ASSERT_FALSE(warningDialogs().empty());
     EXPECT_EQ(warningDialogs().back()->message(), infection);
   }
-  EXPECT_EQ(owner.timesCalled("notify 6 Still there: /Users/a/b.zip (disk full)"), 2);
-  EXPECT_FALSE(owner.wasCalled("notify 2 " + infection));
-  EXPECT_FALSE(owner.wasCalled("notify 3 /Users/a/b.zip"));
+  EXPECT_EQ(owner.calls.count("notify 6 Still there: /Users/a/b.zip (disk full)"), 2);
+  EXPECT_FALSE(owner.calls.has("notify 2 " + infection));
+  EXPECT_FALSE(owner.calls.has("notify 3 /Users/a/b.zip"));
 }
 
 TEST_F(ScanReportChannel, AFolderThatCannotBeUsedLeavesTheFileThereWithoutAnAttempt) {
@@ -66,14 +66,14 @@ TEST_F(ScanReportChannel, AFolderThatCannotBeUsedLeavesTheFileThereWithoutAnAtte
   EXPECT_EQ(warningDialogs().size(), 1U);
 }
 
-TEST_F(ScanReportChannel, AFileThatWasMovedIsToldAsEver) {
+TEST_F(ScanReportChannel, AFileThatWasMovedIsReportedAsEver) {
   beginRun(Action::quarantine);
   loggedForMove(Verdict::parse(infection), Whereabouts::moved);
   EXPECT_EQ(owner.calls(), Calls{"notify 2 " + infection});
   EXPECT_EQ(quarantinedDialogs().size(), 1U);
   beginRun(Action::moveToTrash);
   loggedForMove(Verdict::parse(infection), Whereabouts::moved);
-  EXPECT_TRUE(owner.wasCalled("notify 3 /Users/a/b.zip"));
+  EXPECT_TRUE(owner.calls.has("notify 3 /Users/a/b.zip"));
 }
 
 TEST_F(ScanReportChannel, TheTrashGetsTheFileBehindALinkAndTheWindowNamesBoth) {
@@ -106,7 +106,7 @@ TEST_F(ScanReportChannel, ObserversAreGivenTheValueAfterWhatWasDone) {
   left.path = "/Users/a/x\ny";
   scanner->report(left);
   loggedFor(left.line + "\n/b: OK\n");
-  EXPECT_EQ(owner.reported(),
+  EXPECT_EQ(owner.reports(),
             (Calls{"/Users/a/x\ny = not scanned: permission denied", "/b = clean"}));
 }
 

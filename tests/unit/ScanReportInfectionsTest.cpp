@@ -50,7 +50,7 @@ TEST_F(ScanReportInfections, QuarantinedOfferToOpenTheQuarantineFolder) {
   const auto dialog = quarantinedDialogs().at(0);
   dialog->press(Button::deleteButton);
   EXPECT_EQ(dialog->calls(), (Calls{"orderFrontRegardless", "orderOut", "close"}));
-  EXPECT_TRUE(owner.wasCalled("open /home/anna/Quarantine"));
+  EXPECT_TRUE(owner.calls.has("open /home/anna/Quarantine"));
 }
 
 TEST_F(ScanReportInfections, TheQuarantineDialogsOtherButtonOnlyClosesIt) {
@@ -58,7 +58,7 @@ TEST_F(ScanReportInfections, TheQuarantineDialogsOtherButtonOnlyClosesIt) {
   loggedFor(infection + "\n");
   quarantinedDialogs().at(0)->press(Button::otherButton);
   EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
-  EXPECT_FALSE(owner.wasCalled("open /home/anna/Quarantine"));
+  EXPECT_FALSE(owner.calls.has("open /home/anna/Quarantine"));
 }
 
 TEST_F(ScanReportInfections, EveryQuarantineDialogsButtonWorksNotOnlyTheLastOnes) {
@@ -69,7 +69,7 @@ TEST_F(ScanReportInfections, EveryQuarantineDialogsButtonWorksNotOnlyTheLastOnes
   ASSERT_EQ(quarantinedDialogs().size(), 3U);
   quarantinedDialogs()[0]->press(Button::deleteButton);
   quarantinedDialogs()[1]->press(Button::otherButton);
-  EXPECT_EQ(owner.timesCalled("open /home/anna/Quarantine"), 1);
+  EXPECT_EQ(owner.calls.count("open /home/anna/Quarantine"), 1);
   EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
   EXPECT_TRUE(quarantinedDialogs()[1]->isClosed());
   EXPECT_FALSE(quarantinedDialogs()[2]->isClosed());
@@ -81,7 +81,7 @@ TEST_F(ScanReportInfections, EveryEngineErrorsButtonWorks) {
   quarantinedDialogs().at(0)->press(Button::otherButton);
   EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
   quarantinedDialogs().at(1)->press(Button::deleteButton);
-  EXPECT_TRUE(owner.wasCalled("quit"));
+  EXPECT_TRUE(owner.calls.has("quit"));
 }
 
 TEST_F(ScanReportInfections, TheQuarantineDialogNamesTheFileApartFromItsMessage) {
@@ -119,7 +119,7 @@ TEST_F(ScanReportInfections, LeftInPlaceWarnAlsoAUserWhoWantsNoInformation) {
   loggedFor(infection + "\n");
   ASSERT_EQ(warningDialogs().size(), 1U);
   EXPECT_TRUE(warningDialogs()[0]->cameToFront());
-  EXPECT_TRUE(owner.wasCalled("notify 1 " + infection));
+  EXPECT_TRUE(owner.calls.has("notify 1 " + infection));
 }
 
 TEST_F(ScanReportInfections, LeftInPlaceAreNotNotifiedWithoutADialog) {
@@ -182,14 +182,14 @@ TEST_F(ScanReportInfections, TheEngineErrorOffersToQuit) {
   EXPECT_TRUE(dialog->cameToFront());
   EXPECT_EQ(owner.calls(), Calls{"notify 6 The engine cannot be reached."});
   dialog->press(Button::deleteButton);
-  EXPECT_TRUE(owner.wasCalled("quit"));
+  EXPECT_TRUE(owner.calls.has("quit"));
 }
 
 TEST_F(ScanReportInfections, TheEngineErrorMayBeClosedWithoutQuitting) {
   report.consequences().showEngineError("Quit Vantrel Quillo");
   quarantinedDialogs().at(0)->press(Button::otherButton);
   EXPECT_TRUE(quarantinedDialogs()[0]->isClosed());
-  EXPECT_FALSE(owner.wasCalled("quit"));
+  EXPECT_FALSE(owner.calls.has("quit"));
 }
 
 TEST_F(ScanReportInfections, TheEngineErrorWithoutADialogIsLoggedAndNotNotified) {
@@ -198,6 +198,32 @@ TEST_F(ScanReportInfections, TheEngineErrorWithoutADialogIsLoggedAndNotNotified)
   EXPECT_EQ(desktop.systemLog.lines(),
             (Calls{"can't connect to clamd", "Error loading nib for warning dialog!"}));
   EXPECT_EQ(owner.calls(), Calls());
+}
+
+class ScanReportWarnings : public ReportFixture {
+ protected:
+  std::shared_ptr<FakeDialog> warn() {
+    startRun(Action::leaveInPlace);
+    loggedFor(infection + "\n");
+    return warningDialogs().back();
+  }
+};
+
+TEST_F(ScanReportWarnings, LeaveTheListBeforeTheyClose) {
+  const auto dialog = warn();
+  bool wasClosed = true;
+  owner.duringRemoval = [&] { wasClosed = dialog->isClosed(); };
+  dialog->press(ButtonDialog::Button::otherButton);
+  EXPECT_FALSE(wasClosed);
+  EXPECT_TRUE(dialog->isClosed());
+}
+
+TEST_F(ScanReportWarnings, GoByTheKeysThatWereHeldWhenTheButtonWasPressed) {
+  const auto dialog = warn();
+  desktop.modifierKeys.held = ModifierKeys::commandKey;
+  owner.duringRemoval = [this] { desktop.modifierKeys.held = 0; };
+  dialog->press(ButtonDialog::Button::otherButton);
+  EXPECT_TRUE(owner.calls.has("remove all dialogs"));
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 #include <unistd.h>
 
-#include "clamav/ReportedText.h"
 #include "clamav/ScanLimits.h"
+#include "clamav/Verdict.h"
 #include "tests/fakes/scanning/ReportFixture.h"
 
 namespace quillo {
@@ -55,7 +55,7 @@ class ScanReportLimits : public ReportFixture {
   ReportedFiles reported;
 };
 
-TEST_F(ScanReportLimits, AreToldOnceARunByTheFirstFileAndTheNumberOfTheOthers) {
+TEST_F(ScanReportLimits, AreReportedOnceARunByTheFirstFileAndTheNumberOfTheOthers) {
   run({{"/home/anna/big.iso"}});
   run({{"/a/1.iso"}, {"/a/2.iso"}});
   run({{"/b/1.iso"}, {"/b/2.iso"}, {"/b/3.iso"}, {"/b/4.iso"}});
@@ -68,7 +68,7 @@ TEST_F(ScanReportLimits, LetNoNameMakeALineOfItsOwn) {
   EXPECT_EQ(owner.calls(), Calls{"notify 7 big\\x0AAll is well.iso > 100 MB"});
 }
 
-TEST_F(ScanReportLimits, AreToldWhenTheRunIsOverAndLoggedAtOnce) {
+TEST_F(ScanReportLimits, AreReportedWhenTheRunIsOverAndLoggedAtOnce) {
   startRun(Action::leaveInPlace);
   VerdictSender scanner(UniqueFd(dup(report.verdicts()->scannersEnd())));
   Verdict verdict = Verdict::parse("/a/big.iso: Not scanned: larger than the limit of 100 MB");
@@ -81,7 +81,7 @@ TEST_F(ScanReportLimits, AreToldWhenTheRunIsOverAndLoggedAtOnce) {
   EXPECT_EQ(owner.calls(), Calls{"notify 7 big.iso > 100 MB"});
 }
 
-TEST_F(ScanReportLimits, OfSizeAndOfContentsAreToldApart) {
+TEST_F(ScanReportLimits, OfSizeAndOfContentsAreKeptApart) {
   run({{"/a/big.iso"},
        {"/a/x.zip", Limit::contents, 0},
        {"/a/y.zip", Limit::contents, 0},
@@ -94,14 +94,14 @@ TEST_F(ScanReportLimits, OfTheEngineItselfIsCalledTwoGigabytes) {
   EXPECT_EQ(owner.calls(), Calls{"notify 7 big.iso > 2 GB"});
 }
 
-TEST_F(ScanReportLimits, AreToldOnceOfAFileThatIsWrittenAgainAndAgain) {
+TEST_F(ScanReportLimits, AreReportedOnceForAFileThatIsWrittenAgainAndAgain) {
   EXPECT_EQ(run({{"/a/disk.img"}}), run({{"/a/disk.img"}}));
   EXPECT_EQ(owner.calls().size(), 1U);
   run({{"/a/disk.img"}, {"/a/other.img"}});
   EXPECT_EQ(owner.calls().back(), "notify 7 other.img > 100 MB");
 }
 
-TEST_F(ScanReportLimits, AreNotToldOfWhatNobodySaved) {
+TEST_F(ScanReportLimits, AreNotReportedOfWhatNobodySaved) {
   run({{"/home/anna/.cache/blob"},
        {"/home/anna/.hidden.iso"},
        {"/home/anna/big.iso.part"},
@@ -109,7 +109,7 @@ TEST_F(ScanReportLimits, AreNotToldOfWhatNobodySaved) {
   EXPECT_EQ(owner.calls(), Calls());
 }
 
-TEST_F(ScanReportLimits, AreNotToldOfWhatWasLeftOutForAnotherReason) {
+TEST_F(ScanReportLimits, AreNotReportedOfWhatWasLeftOutForAnotherReason) {
   run({{"/home/anna/link", Limit::none, 0}});
   EXPECT_EQ(owner.calls(), Calls());
 }

@@ -81,7 +81,7 @@ TEST_F(ScanReportLines, ThatTheDaemonIsGoneRecoversItFirstAndAreReplacedInTheLog
 TEST_F(ScanReportLines, ThatTheDaemonIsGoneRecoverItEveryTime) {
   loggedFor("WARNING: Can't connect to clamd.\nWARNING: Can't connect to clamd.\n");
   loggedFor("WARNING: Can't connect to clamd.");
-  EXPECT_EQ(owner.timesCalled("recover"), 3);
+  EXPECT_EQ(owner.calls.count("recover"), 3);
 }
 
 TEST_F(ScanReportLines, MustSayExactlyThatTheDaemonIsGone) {
@@ -100,7 +100,7 @@ TEST_F(ScanReportLines, ThatTheDaemonCannotBeReachedAreLoggedAndRecoverItOnceARu
   EXPECT_EQ(owner.calls(), Calls{"recover unreachable"});
   startRun(Action::leaveInPlace);
   loggedFor(line + "\n");
-  EXPECT_EQ(owner.timesCalled("recover unreachable"), 2);
+  EXPECT_EQ(owner.calls.count("recover unreachable"), 2);
 }
 
 TEST_F(ScanReportLines, AreLoggedToTheLastAlsoWhenTheDaemonCannotBeLaunched) {
@@ -115,15 +115,15 @@ TEST_F(ScanReportLines, AreLoggedToTheLastAlsoWhenTheDaemonCannotBeLaunched) {
   EXPECT_TRUE(desktop.systemLog.has("clamd cannot be restarted: launch path not accessible"));
 }
 
-TEST_F(ScanReportLines, ThatJudgeAFileAreToldAsVerdicts) {
+TEST_F(ScanReportLines, ThatJudgeAFileAreReportedAsVerdicts) {
   loggedFor("/a b: c.txt: OK\n" + infection + "\n/x: FOUND\n");
-  EXPECT_EQ(owner.reported(),
+  EXPECT_EQ(owner.reports(),
             (Calls{"/a b: c.txt = clean", "/Users/a/b.zip = Eicar-Test-Signature", "/x = "}));
 }
 
 TEST_F(ScanReportLines, ThatJudgeNoFileAreNoVerdicts) {
   loggedFor("/a: No such file or directory. ERROR\nnothing: OK\n: OK\n FOUND\n/a FOUND\n\n");
-  EXPECT_EQ(owner.reported(), Calls());
+  EXPECT_EQ(owner.reports(), Calls());
 }
 
 TEST_F(ScanReportLines, AreCutAtTheLastColon) {
@@ -132,6 +132,38 @@ TEST_F(ScanReportLines, AreCutAtTheLastColon) {
   EXPECT_EQ(ScanReport::getLastColon(":"), 0);
   EXPECT_EQ(ScanReport::getLastColon("none"), -1);
   EXPECT_EQ(ScanReport::getLastColon(""), -1);
+}
+
+class ScanReportFlush : public ReportFixture {};
+
+TEST_F(ScanReportFlush, BringsEachLineToTheLogBeforeTheNextIsDealtWith) {
+  StdoutCapture capture;
+  std::string atRecovery;
+  owner.duringRecovery = [&] { atRecovery = capture.written(); };
+  report.dealWithOutput("/a: OK\nWARNING: Can't connect to clamd.\n/b: OK\n");
+  EXPECT_EQ(atRecovery, stamp + " /a: OK\n");
+}
+
+TEST_F(ScanReportFlush, LeavesNothingOfAChunkBehind) {
+  StdoutCapture capture;
+  report.dealWithOutput("/a: OK\nWARNING: Can't connect to clamd.\n");
+  EXPECT_EQ(capture.written(),
+            stamp + " /a: OK\n" + stamp + " clamd appears to have died - attempting restart...\n");
+}
+
+TEST_F(ScanReportFlush, FollowsWhatIsShownOfAnInfection) {
+  startRun(Action::quarantine);
+  StdoutCapture capture;
+  std::string atNotification = "not notified";
+  bool shownBefore = false;
+  owner.duringNotification = [&] {
+    atNotification = capture.written();
+    shownBefore = !quarantinedDialogs().empty() && quarantinedDialogs()[0]->cameToFront();
+  };
+  report.dealWithOutput(infection + "\n");
+  EXPECT_EQ(atNotification, "");
+  EXPECT_TRUE(shownBefore);
+  EXPECT_EQ(capture.written(), stamp + " " + infection + "\n");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "posix/PlatformException.h"
+#include "tests/fakes/agent/AgentUnderTest.h"
 #include "tests/fakes/desktop/FakeMetadataQuery.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
@@ -14,7 +15,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// Notes what it is told, and whether its monitor was held then.
+// Notes what is reported to it, and whether its monitor was held then.
 class FakeWatcherMenu final : public WatcherMenu {
  public:
   Mutex& monitor() override {
@@ -50,14 +51,14 @@ class Spotlight : public testing::Test {
   void watch() { watcher.addWatcher(folder.path()); }
   void finishGathering() {
     queries.last->complete = true;
-    queries.last->tell({metadataQueryDidFinish});
+    queries.last->report({metadataQueryDidFinish});
     queries.takeCalls();
   }
   // What an update hands to the dispatcher.
   Lines handedOver(const std::vector<MetadataItem>& addedItems,
                    const std::vector<MetadataItem>& changedItems) {
     const std::size_t before = owner.paths().size();
-    queries.last->tell({metadataQueryDidUpdate, addedItems, changedItems});
+    queries.last->report({metadataQueryDidUpdate, addedItems, changedItems});
     const Lines all = owner.paths();
     return Lines(all.begin() + static_cast<std::ptrdiff_t>(before), all.end());
   }
@@ -91,7 +92,7 @@ TEST_F(Spotlight, AsksForEverythingInTheFolderButTheScanLog) {
   EXPECT_EQ(menu.calls, Lines());
 }
 
-TEST_F(Spotlight, TellsTheMenuOfAFolderThatCannotBeListed) {
+TEST_F(Spotlight, ReportsToTheMenuAFolderThatCannotBeListed) {
   watcher.addWatcher(folder.path() + "/missing");
   watcher.addWatcher(folder.write("file", "contents"));
   EXPECT_EQ(menu.calls, (Lines{"folder missing", "folder missing"}));
@@ -121,31 +122,31 @@ TEST_F(Spotlight, IsReadyWhenTheGatheringIsOver) {
   watch();
   queries.takeCalls();
   queries.last->complete = true;
-  queries.last->tell({metadataQueryDidFinish});
+  queries.last->report({metadataQueryDidFinish});
   EXPECT_EQ(menu.calls, (Lines{"monitor", "ready"}));
   EXPECT_EQ(queries.takeCalls(), (Lines{"disable", "enable"}));
-  queries.last->tell({metadataQueryDidFinish});
+  queries.last->report({metadataQueryDidFinish});
   EXPECT_EQ(menu.calls, (Lines{"monitor", "ready"}));
 }
 
 TEST_F(Spotlight, IsNotReadyBeforeTheQuerySaysSoItself) {
   watch();
-  queries.last->tell({metadataQueryDidFinish});
+  queries.last->report({metadataQueryDidFinish});
   EXPECT_EQ(menu.calls, Lines());
   queries.last->complete = true;
-  queries.last->tell({metadataQueryProgress});
-  queries.last->tell({metadataQueryDidUpdate});
+  queries.last->report({metadataQueryProgress});
+  queries.last->report({metadataQueryDidUpdate});
   EXPECT_EQ(menu.calls, Lines());
-  queries.last->tell({metadataQueryDidFinish});
+  queries.last->report({metadataQueryDidFinish});
   EXPECT_EQ(menu.calls, (Lines{"monitor", "ready"}));
 }
 
 TEST_F(Spotlight, HandsNothingOverBeforeTheGatheringIsOver) {
   watch();
-  queries.last->tell({metadataQueryProgress, {added("/a")}, {changed("/b")}});
+  queries.last->report({metadataQueryProgress, {added("/a")}, {changed("/b")}});
   EXPECT_EQ(handedOver({added("/a")}, {changed("/b")}), Lines());
   queries.last->complete = true;
-  queries.last->tell({metadataQueryDidFinish, {added("/a")}, {changed("/b")}});
+  queries.last->report({metadataQueryDidFinish, {added("/a")}, {changed("/b")}});
   EXPECT_EQ(owner.paths(), Lines());
 }
 
@@ -160,7 +161,7 @@ TEST_F(Spotlight, HandsAddedAndChangedItemsOverTheLastOneFirst) {
 TEST_F(Spotlight, TakesAnUpdateAlsoUnderAnotherName) {
   watch();
   finishGathering();
-  queries.last->tell({metadataQueryProgress, {added("/a")}});
+  queries.last->report({metadataQueryProgress, {added("/a")}});
   watcher.queryDone({metadataQueryDidFinish, {added("/b")}});
   EXPECT_EQ(owner.paths(), (Lines{"/a", "/b"}));
 }
@@ -258,6 +259,37 @@ TEST_F(Spotlight, GathersAnewForAnotherFolder) {
   EXPECT_EQ(handedOver({added("/a")}, {}), Lines());
   finishGathering();
   EXPECT_EQ(menu.calls, (Lines{"monitor", "ready", "monitor", "ready"}));
+}
+
+// A watcher of the index within a whole agent, to which it was added by hand.
+class SpotlightInAnAgent : public testing::Test, protected AgentUnderTest {
+ protected:
+  FakeMetadataQueries queries;
+};
+
+TEST_F(SpotlightInAnAgent, ShowsThatItWatchesAndFeedsTheQueue) {
+  MenuForWatchers menu(agent().mainMenu());
+  PathIntake& intake = agent().parts().intake;
+  SpotlightWatcher watcher(queries, desktop.systemLog);
+  watcher.setMenuAndParamsAndController({&menu}, intake);
+  watcher.addWatcher(home.path());
+  EXPECT_FALSE(agent().mainMenu().isCurrentlyWatching());
+  queries.last->complete = true;
+  queries.last->report({metadataQueryDidFinish});
+  EXPECT_TRUE(agent().mainMenu().isCurrentlyWatching());
+  queries.last->report({metadataQueryDidUpdate, {{"/a", {}, {}}, {"/b", {}, {}}}});
+  EXPECT_EQ(agent().theDispatcher().lengthOfBothItemLists(), 2U);
+}
+
+TEST_F(SpotlightInAnAgent, HasWatchingRestartedWhenItsFolderIsMissing) {
+  MenuForWatchers menu(agent().mainMenu());
+  PathIntake& intake = agent().parts().intake;
+  agent().applicationDidFinishLaunching();
+  const int before = desktop.preferenceStore.synchronizations();
+  SpotlightWatcher watcher(queries, desktop.systemLog);
+  watcher.setMenuAndParamsAndController({&menu}, intake);
+  watcher.addWatcher(home.path() + "/missing");
+  EXPECT_GT(desktop.preferenceStore.synchronizations(), before);
 }
 
 }  // namespace

@@ -50,7 +50,7 @@ TEST_F(StatusBoardTest, PutsNoVerdictsTogetherWhileNobodySeesThem) {
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 
-TEST_F(StatusBoardTest, TellsWhoeverComesToLookOfTheLastVerdictsWithTheTimesAtWhichTheyWereGiven) {
+TEST_F(StatusBoardTest, ShowsWhoeverComesToLookTheLastVerdictsWithTheTimesAtWhichTheyWereGiven) {
   for (int number = 1; number <= 12; ++number) {
     statusBoard.verdictGiven(Verdict::parse("/srv/" + std::to_string(number) + ": OK"));
     clock.advance(std::chrono::seconds(1));
@@ -64,7 +64,7 @@ TEST_F(StatusBoardTest, TellsWhoeverComesToLookOfTheLastVerdictsWithTheTimesAtWh
   EXPECT_EQ(desktop.dockTile.verdicts().size(), DockTile::keptVerdicts);
 }
 
-TEST_F(StatusBoardTest, TellsTimeFileAndThreatOrThatItWasScanned) {
+TEST_F(StatusBoardTest, ReportsTimeFileAndThreatOrThatItWasScanned) {
   statusBoard.showVerdicts();
   statusBoard.verdictGiven(Verdict::parse("/home/anna/a.txt: OK"));
   statusBoard.verdictGiven(Verdict::parse("/srv/b.zip: Win.Test.A FOUND"));

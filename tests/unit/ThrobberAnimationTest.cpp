@@ -8,6 +8,13 @@ using std::chrono::milliseconds;
 class ThrobberAnimation : public ThrobberFixture {
  protected:
   ThrobberAnimation() { throbber.prepare(owner); }
+  static Shown joined(const std::vector<Shown>& parts) {
+    Shown whole;
+    for (const Shown& part : parts) {
+      append(whole, part);
+    }
+    return whole;
+  }
 
   Throbber throbber{services()};
 };
@@ -21,9 +28,7 @@ TEST_F(ThrobberAnimation, AScanPassShowsTwelveImagesUpAndBackIn1300Milliseconds)
     }
   };
   throbber.round();
-  Shown expected = sleepShowing("watching");
-  append(expected, scanPass());
-  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(clock.shown, joined({sleepShowing("watching"), scanPass()}));
   EXPECT_EQ(clock.now(), milliseconds(1000 + 1300));
   EXPECT_EQ(clock.waits, 0);
 }
@@ -38,10 +43,7 @@ TEST_F(ThrobberAnimation, ScanPassesBeginAgainAtTheFirstFrameUntilNothingRuns) {
     }
   };
   throbber.round();
-  Shown expected = sleepShowing("watching");
-  append(expected, scanPass());
-  append(expected, scanPass());
-  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(clock.shown, joined({sleepShowing("watching"), scanPass(), scanPass()}));
 }
 
 TEST_F(ThrobberAnimation, AnUpdatePassRunsBackwardsIn700Milliseconds) {
@@ -53,10 +55,7 @@ TEST_F(ThrobberAnimation, AnUpdatePassRunsBackwardsIn700Milliseconds) {
     }
   };
   throbber.round();
-  Shown expected = sleepShowing("watching");
-  append(expected, updatePass());
-  append(expected, updatePass());
-  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(clock.shown, joined({sleepShowing("watching"), updatePass(), updatePass()}));
   EXPECT_EQ(clock.now(), milliseconds(1000 + 2 * 700));
 }
 
@@ -145,9 +144,7 @@ TEST_F(ThrobberAnimation, PollsOnceASecondUntilSomethingIsWatched) {
     }
   };
   throbber.round();
-  Shown expected(3, {"default", milliseconds(1000)});
-  append(expected, scanPass());
-  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(clock.shown, joined({Shown(3, {"default", milliseconds(1000)}), scanPass()}));
 }
 
 TEST_F(ThrobberAnimation, SleepsOnTheConditionWhileNothingRuns) {
@@ -212,9 +209,7 @@ TEST_F(ThrobberAnimation, AnUpdateStartedWhileNotWatchingIsNotAnimated) {
   };
   clock.atWait = [this] { owner.count = 1; };
   throbber.round();
-  Shown expected(5, {"default", milliseconds(1000)});
-  append(expected, scanPass());
-  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(clock.shown, joined({Shown(5, {"default", milliseconds(1000)}), scanPass()}));
 }
 
 TEST_F(ThrobberAnimation, AnUpdateThatStartsDuringAScanChangesNothing) {
@@ -231,10 +226,7 @@ TEST_F(ThrobberAnimation, AnUpdateThatStartsDuringAScanChangesNothing) {
     }
   };
   throbber.round();
-  Shown expected = sleepShowing("watching");
-  append(expected, scanPass());
-  append(expected, scanPass());
-  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(clock.shown, joined({sleepShowing("watching"), scanPass(), scanPass()}));
 }
 
 TEST_F(ThrobberAnimation, AScanThatStartsDuringAnUpdateIsAnimatedFromTheNextRoundOn) {
@@ -253,11 +245,8 @@ TEST_F(ThrobberAnimation, AScanThatStartsDuringAnUpdateIsAnimatedFromTheNextRoun
   EXPECT_EQ(item.image(), "watching");
   EXPECT_EQ(owner.count, 1);
   throbber.round();
-  Shown expected = sleepShowing("watching");
-  append(expected, updatePass());
-  append(expected, sleepShowing("watching"));
-  append(expected, scanPass());
-  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(clock.shown,
+            joined({sleepShowing("watching"), updatePass(), sleepShowing("watching"), scanPass()}));
 }
 
 TEST_F(ThrobberAnimation, StoppingToWatchDuringAScanEndsAsWatchingAndThenPolls) {
@@ -288,12 +277,10 @@ TEST_F(ThrobberAnimation, StoppingToWatchDuringAScanEndsAsWatchingAndThenPolls) 
     }
   };
   throbber.round();
-  Shown expected(3, {"watching", milliseconds(1000)});
-  append(expected, scanPass());
-  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(clock.shown, joined({Shown(3, {"watching", milliseconds(1000)}), scanPass()}));
 }
 
-TEST_F(ThrobberAnimation, AnUpdateIsToldOfBeforeItCounts) {
+TEST_F(ThrobberAnimation, AnUpdateIsReportedBeforeItCounts) {
   watch(throbber);
   // The animation chooses as soon as the count rises.
   owner.atChange = [this](std::int32_t delta) { EXPECT_EQ(throbber.isUpdating(), delta > 0); };

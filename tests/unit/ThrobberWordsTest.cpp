@@ -82,5 +82,104 @@ TEST_F(ThrobberWords, SayWhatTheOwnerKnows) {
   EXPECT_EQ(item.toolTip(), "<STATUS_NO_ENGINE>");
 }
 
+// The forms of the icon, and the first lines of the menu, that say: guarded, but.
+class ThrobberAttention : public ThrobberFixture {
+ protected:
+  ThrobberAttention() {
+    owner.facts.watchedFolders = 1;
+    throbber.prepare(owner);
+  }
+  void becomeOld() {
+    owner.facts.definitions = DefinitionState::old;
+    throbber.showStatus();
+  }
+
+  Throbber throbber{services()};
+};
+
+TEST_F(ThrobberAttention, ChangesTheFormOfTheWatchingImageAndBack) {
+  watch(throbber);
+  ASSERT_EQ(item.image(), "watching");
+  becomeOld();
+  EXPECT_EQ(item.image(), "watching_attention");
+  EXPECT_EQ(desktop.application.iconImages().back(), "dock_watching_attention");
+  owner.facts.definitions = DefinitionState::goodOrUnknown;
+  throbber.showStatus();
+  EXPECT_EQ(item.image(), "watching");
+  EXPECT_EQ(desktop.application.iconImages().back(), "dock_watching");
+}
+
+TEST_F(ThrobberAttention, ChangesTheFormOfTheIdleImageWhereAnEngineIsMissing) {
+  owner.facts.engineMissing = true;
+  throbber.showStatus();
+  EXPECT_EQ(item.image(), "default_attention");
+  EXPECT_EQ(desktop.application.iconImages().back(), "dock_default_attention");
+}
+
+TEST_F(ThrobberAttention, LeavesTheIdleImageAsItIsWhenWatchingWasStopped) {
+  watch(throbber);
+  becomeOld();
+  throbber.clearMenu();
+  EXPECT_EQ(item.image(), "default");
+}
+
+TEST_F(ThrobberAttention, LeavesTheAnimationAloneAndIsShownBehindIt) {
+  watch(throbber);
+  owner.count = 1;
+  clock.atSleep = [this](int sleeps) {
+    if (sleeps == 3) {
+      becomeOld();
+    }
+    owner.count = sleeps < 4 ? 1 : 0;
+  };
+  throbber.round();
+  Shown expected = sleepShowing("watching");
+  append(expected, scanPass());
+  EXPECT_EQ(clock.shown, expected);
+  EXPECT_EQ(item.image(), "watching_attention");
+}
+
+TEST_F(ThrobberAttention, IsTheFirstLineOfTheMenu) {
+  EXPECT_EQ(menu.stateMenuItem.title(), "<STATUS_IDLE>");
+  watch(throbber);
+  EXPECT_EQ(menu.stateMenuItem.title(), item.toolTip());
+}
+
+TEST_F(ThrobberAttention, OffersWhatMendsItBelow) {
+  watch(throbber);
+  EXPECT_TRUE(menu.mendMenuItem.isHidden());
+  const auto offer = [this] {
+    throbber.showStatus();
+    return menu.mendMenuItem.isHidden() ? "" : menu.mendMenuItem.title();
+  };
+  owner.facts.placesWithGaps = 1;
+  EXPECT_EQ(offer(), "<MEND_GAPS>");
+  owner.facts.missingFolders = 1;
+  EXPECT_EQ(offer(), "<MEND_FOLDERS>");
+  owner.facts.definitions = DefinitionState::none;
+  EXPECT_EQ(offer(), "<MEND_DEFINITIONS>");
+  owner.facts.helperFails = true;
+  EXPECT_EQ(offer(), "");
+  owner.facts.engineMissing = true;
+  EXPECT_EQ(offer(), "<MEND_ENGINE>");
+}
+
+TEST_F(ThrobberAttention, OffersAnUpdateOnlyWhenTheCommandForItIsEnabled) {
+  watch(throbber);
+  becomeOld();
+  EXPECT_TRUE(menu.mendMenuItem.isEnabled());
+  throbber.enableMenuItems(3);
+  EXPECT_FALSE(menu.mendMenuItem.isEnabled());
+  throbber.enableMenuItems(2);
+  EXPECT_TRUE(menu.mendMenuItem.isEnabled());
+}
+
+TEST_F(ThrobberAttention, ReportsToItsOwnerTheEndOfAnUpdate) {
+  throbber.startUpdate();
+  EXPECT_EQ(owner.endedUpdates, 0);
+  throbber.stopUpdate();
+  EXPECT_EQ(owner.endedUpdates, 1);
+}
+
 }  // namespace
 }  // namespace quillo

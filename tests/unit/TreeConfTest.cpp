@@ -113,7 +113,7 @@ TEST(ClamdConf, LetsThePrivateDaemonTakeAsMuchAsTheEngineCan) {
   EXPECT_TRUE(conf.flag("AlertExceedsMax", false));
 }
 
-TEST(ClamdConf, TellsTheAccountOnlyToRoot) {
+TEST(ClamdConf, NamesTheAccountOnlyToRoot) {
   TreePlan plan = privatePlan();
   EXPECT_FALSE(ClamConf::parse(clamdConfText(plan)).has("User"));
   plan.runsAsRoot = true;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "clamav/DaemonCommand.h"
+#include "clamav/Daemons.h"
 #include "posix/PlatformException.h"
 #include "posix/UniqueFd.h"
 #include "tests/fakes/tools/TreeSandbox.h"

@@ -150,7 +150,7 @@ TEST(EngineTree, NamesWhatItLacks) {
             "there is no file " + sandbox.path("tree/etc/front.conf"));
 }
 
-TEST(EngineTree, TellsHowOldItsDefinitionsAreFromTwoWeeksOn) {
+TEST(EngineTree, ReportsHowOldItsDefinitionsAreFromTwoWeeksOn) {
   const TreeSandbox sandbox;
   const TreePlan plan = makeTree(sandbox.request());
   installDefinitions(sandbox, "tree/db");

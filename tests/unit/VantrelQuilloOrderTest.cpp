@@ -57,20 +57,20 @@ TEST_F(AgentOrder, TheWatcherStartsBeforeTheDefinitionsAreUpdated) {
   EXPECT_EQ(started[5], "definitions");
 }
 
-TEST_F(AgentOrder, QuitIsToldToOthersWhenAllButTheEndIsDone) {
+TEST_F(AgentOrder, QuitIsReportedToOthersWhenAllButTheEndIsDone) {
   launch();
   FakeClamd clamd(socketPath());
   agent().parts().daemonStart.weLaunchedClamd = true;
-  bool daemonWasTold = false;
+  bool daemonWasAsked = false;
   bool listened = true;
   bool ended = true;
   desktop.distributedNotificationCenter.onPost = [&] {
-    daemonWasTold = log().has("trying to quit clamd") && clamd.visits(1).size() == 1;
+    daemonWasAsked = log().has("trying to quit clamd") && clamd.visits(1).size() == 1;
     listened = !desktop.distributedNotificationCenter.observers.empty();
     ended = !desktop.application.exits.empty();
   };
   agent().quit();
-  EXPECT_TRUE(daemonWasTold);
+  EXPECT_TRUE(daemonWasAsked);
   EXPECT_FALSE(listened);
   EXPECT_FALSE(ended);
   EXPECT_EQ(desktop.application.exits, std::vector<int>{0});

@@ -168,7 +168,7 @@ TEST_F(AgentStart, ShowsNoDockTileForAnythingElse) {
   EXPECT_EQ(desktop.application.transformations, 0);
 }
 
-TEST_F(AgentStart, TellsThatTheDockTileCannotBeShown) {
+TEST_F(AgentStart, ReportsThatTheDockTileCannotBeShown) {
   desktop.preferenceStore.set("ShowDockIcon", "true");
   desktop.application.transformResult = -606;
   launch();
@@ -176,7 +176,7 @@ TEST_F(AgentStart, TellsThatTheDockTileCannotBeShown) {
   expectListening();
 }
 
-TEST_F(AgentStart, TellsNothingOfADockTileThatIsShown) {
+TEST_F(AgentStart, ReportsNothingOfADockTileThatIsShown) {
   desktop.preferenceStore.set("ShowDockIcon", "true");
   launch();
   EXPECT_FALSE(log().has("Could not bring the application to front. Error 0"));

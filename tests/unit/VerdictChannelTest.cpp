@@ -56,7 +56,7 @@ TEST_F(VerdictChannelTest, CarriesTheLimitThatKeptAFileFromBeingScanned) {
   EXPECT_EQ(verdict.largestFile, 5ULL << 30U);
 }
 
-TEST_F(VerdictChannelTest, KnowsTheRecordsOfAScannerThatTellsOfNoLimits) {
+TEST_F(VerdictChannelTest, KnowsTheRecordsOfAScannerThatReportsNoLimits) {
   const auto field = [](const std::string& bytes) {
     const auto length = static_cast<std::uint32_t>(bytes.size());
     return std::string(reinterpret_cast<const char*>(&length), sizeof length) + bytes;

@@ -54,7 +54,7 @@ TEST_F(WatchListTest, IsEmptyAtFirst) {
   EXPECT_EQ(list.getMaxRecursionDepth(), 0);
 }
 
-TEST_F(WatchListTest, TellsWhichFoldersAreNotThereWhenItIsBuiltOrLater) {
+TEST_F(WatchListTest, ReportsWhichFoldersAreNotThereWhenItIsBuiltOrLater) {
   const std::string there = home.makeFolder("a");
   choose({watchedFolder(there, false), watchedFolder("/no/such", true),
           watchedFolder("/Volumes", true)});
@@ -130,7 +130,7 @@ TEST_F(WatchListTest, IsEmptyWithoutTheKey) {
   EXPECT_TRUE(throbber.isCurrentlyWatching());
 }
 
-TEST_F(WatchListTest, TellsTheMenuHowManyThereAre) {
+TEST_F(WatchListTest, ReportsToTheMenuHowManyThereAre) {
   choose({watchedFolder(home.path(), true), watchedFolder(home.path(), true)});
   list.populateMenu();
   EXPECT_TRUE(throbber.isCurrentlyWatching());

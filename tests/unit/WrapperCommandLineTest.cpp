@@ -18,7 +18,7 @@ TEST(WrapperCommandLine, ReadsWhatTheAgentAsks) {
   EXPECT_FALSE(asked.foreign);
 }
 
-TEST(WrapperCommandLine, TellsAnEmptyMoveFolderFromNone) {
+TEST(WrapperCommandLine, DiscernsAnEmptyMoveFolderFromNone) {
   EXPECT_EQ(CommandLine::parse({"--move="}).moveFolder, "");
   EXPECT_EQ(CommandLine::parse({"/f"}).moveFolder, std::nullopt);
 }

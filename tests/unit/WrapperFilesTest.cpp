@@ -9,7 +9,6 @@
 
 #include "tests/support/TemporaryFolder.h"
 #include "tools/clamdscan/Entry.h"
-#include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::wrapper {
@@ -118,7 +117,7 @@ TEST_F(WrapperWalk, MeetsEveryFile) {
   EXPECT_TRUE(obstacles.empty());
 }
 
-TEST_F(WrapperWalk, EndsWhenItIsToldTo) {
+TEST_F(WrapperWalk, EndsWhenItIsAskedTo) {
   scratch.write("a/b");
   scratch.write("c/d");
   most = 1;
@@ -135,7 +134,7 @@ TEST_F(WrapperWalk, PassesOverLinksThatStayInside) {
   EXPECT_EQ(files.size(), 1U);
 }
 
-TEST_F(WrapperWalk, TellsLinksThatLeadOutOrNowhere) {
+TEST_F(WrapperWalk, ReportsLinksThatLeadOutOrNowhere) {
   scratch.write("inside/a");
   scratch.write("in/x");
   scratch.link("in/out", "../inside/a");

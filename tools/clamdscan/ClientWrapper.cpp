@@ -16,7 +16,6 @@
 
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
-#include "tools/clamdscan/FolderWalk.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::wrapper {

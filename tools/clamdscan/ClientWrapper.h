@@ -23,14 +23,14 @@ class ClientWrapper {
   ClientWrapper(const TreeSettings& tree, const CommandLine& asked, Report& report, Clock& clock,
                 const Starter& starter = Starter(-1, -1), Clock::Duration patience = usualPatience);
 
-  // The exit status: 1 when anything was found, 2 for errors and things not scanned, and when the
-  // starter has gone, else 0.
+  // Does it all and returns the exit status: 1 when anything was found, 2 for errors and things not
+  // scanned, and when the starter has gone, else 0.
   int run();
 
  private:
   int scanAll();
   void openMoveFolder();
-  // Absent when the list cannot be read, which has been said then.
+  // Returns nothing when the list cannot be read, after reporting that.
   std::optional<std::vector<std::string>> givenPaths();
   void scanFiles(std::vector<Entry> files);
   void scanFolder(const Entry& folder);

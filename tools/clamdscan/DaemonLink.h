@@ -8,7 +8,6 @@
 #include "clamav/ControlSocket.h"
 #include "clamav/ScanSession.h"
 #include "tools/clamdscan/Report.h"
-#include "tools/clamdscan/Starter.h"
 #include "tools/clamdscan/TreeSettings.h"
 
 namespace quillo::wrapper {
@@ -20,16 +19,16 @@ class DaemonLink {
   DaemonLink(const TreeSettings& tree, Report& report, const Starter& starter,
              std::chrono::milliseconds patience);
 
-  // A session with the daemon; none when it cannot be had, which has been said then, and never will
-  // be again.
+  // Returns a session with the daemon; nothing, now and ever after, when it cannot be had, which is
+  // reported first.
   std::optional<ScanSession> open();
-  // Whether the daemon gives a sign of life to somebody who comes anew.
+  // Returns true when the daemon gives a sign of life to somebody who comes anew.
   bool answers();
-  // Says that the daemon went away over files that it had.
+  // Reports that the daemon went away over files that it had.
   void announceLoss();
-  // Says that it gave no sign of life for so long.
+  // Reports that it gave no sign of life for so long.
   void announceStall(std::chrono::nanoseconds length);
-  // Why there is no daemon, in words that go behind "Not scanned: "; "" while there may be one.
+  // Returns why there is no daemon, in words that go behind "Not scanned: "; "" while there may be.
   const std::string& problem() const { return problem_; }
   void giveUp(const std::string& problem) { problem_ = problem; }
 

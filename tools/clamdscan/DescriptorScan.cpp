@@ -128,7 +128,7 @@ void DescriptorScan::refresh() {
 int DescriptorScan::nextLook() const {
   Clock::Duration due = std::min(sent_ + betweenPings_, heard_ + limits_.patience) - clock_.now();
   if (mustWait_) {
-    // There is room again when the daemon has read, of which nobody tells.
+    // There is room again when the daemon has read, of which there is no event.
     due = std::min<Clock::Duration>(due, 20ms);
   }
   const auto ms = std::chrono::ceil<std::chrono::milliseconds>(due).count();

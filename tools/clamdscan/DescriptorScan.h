@@ -41,7 +41,7 @@ class DescriptorScan {
  public:
   struct Limits {
     std::size_t underWay = 2;              // files that the daemon has at once
-    bool inOrder = true;                   // whether answers come in the order of the files
+    bool inOrder = true;                   // answers come in the order of the files
     std::chrono::milliseconds silence{0};  // the daemon drops a session that is silent for longer
     Clock::Duration patience{};            // what a daemon may take without any sign of life
   };
@@ -54,7 +54,7 @@ class DescriptorScan {
   void add(Job job);
   // Takes its turn with what cannot be scanned.
   void addUnscannable(Job job, Answer why);
-  // Waits for the answer to some file; false when there is none to wait for.
+  // Waits for the answer to some file; returns false when there is none to wait for.
   bool makeRoom();
   // Waits for all answers.
   void finish();

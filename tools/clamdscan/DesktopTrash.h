@@ -23,14 +23,14 @@ class DesktopTrash {
   // Trash, and makes those folders. What is there already stays as it is. Failures are silent: the
   // folder is then an ordinary one.
   void linkFrom(const std::string& path) const;
-  // The folder for the notes, made if it is missing, when `folder` is the one with the files; no
-  // descriptor when it is another, or when there can be no notes.
+  // Returns the folder for the notes, made if it is missing, when `folder` is the one with the
+  // files; no descriptor when it is another, or when there can be no notes.
   UniqueFd notesFor(int folder) const;
 
   // Bytes of a name whose note's name, ".trashinfo" behind it, folders still take.
   static constexpr std::size_t longestName = 245;
-  // Writes a new note for the file that is to become `name`: 0 or an errno, EEXIST when there is
-  // one already.
+  // Writes a new note for the file that is to become `name`. Returns 0 or an errno, EEXIST when
+  // there is one already.
   static int note(int notes, const std::string& name, const std::string& origin, Time left);
   static void forget(int notes, const std::string& name);
 

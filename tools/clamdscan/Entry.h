@@ -13,13 +13,13 @@ struct Entry {
   enum class Kind { file, folder, unscannable };
 
   std::string shown;   // as the report names it
-  std::string path;    // where it really is, without symbolic links, if that can be told
+  std::string path;    // where it really is, without symbolic links, if that is known
   std::string reason;  // why it is unscannable
   Kind kind = Kind::unscannable;
   struct stat status = {};
 
   bool reachedByLink() const { return shown != path; }
-  // The file itself where `shown` leads to it through links; else "".
+  // Returns the file itself where `shown` leads to it through links; else "".
   std::string target() const { return reachedByLink() ? path : std::string(); }
 };
 

@@ -81,7 +81,7 @@ std::optional<Answer> Judge::objection(Job& job) const {
 }
 
 // The engine calls also what it could not read clean, and what has become too large. What is read
-// here, at the end that the file had, tells of both.
+// here, at the end that the file had, shows both.
 std::optional<Answer> Judge::whyNotClean(const Job& job) const {
   std::array<char, 2> bytes;
   const off_t last = job.size == 0 ? 0 : job.size - 1;

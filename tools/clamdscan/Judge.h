@@ -13,8 +13,8 @@
 
 namespace quillo::wrapper {
 
-// Whether this is no threat's name, but says that a limit kept the daemon from looking at all of
-// it.
+// Returns true for what is no threat's name, but says that a limit kept the daemon from looking at
+// all of a file.
 bool isLimitAlert(std::string_view threat);
 
 // Turns the daemon's answers into the report's lines, and moves what is infected: what is called
@@ -28,8 +28,8 @@ class Judge {
 
   void noMoving(const std::string& reason) { unmovable_ = reason; }
   void pass(const Job& job, const Answer& answer);
-  // Why a file that has just been opened is not to be sent to the daemon: it is no file, or larger
-  // than what the engine looks at. Absent otherwise, and `size` is known then.
+  // Returns why a file that has just been opened is not to be sent to the daemon: it is no file, or
+  // larger than what the engine looks at. Returns nothing otherwise, and `size` is known then.
   std::optional<Answer> objection(Job& job) const;
 
  private:

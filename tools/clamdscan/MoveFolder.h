@@ -27,7 +27,8 @@ class MoveFolder {
   explicit MoveFolder(Clock& clock, DesktopTrash trash = DesktopTrash::ofThisUser())
       : clock_(clock), trash_(std::move(trash)) {}
 
-  // Makes the folder (0700, its parents too) if it is missing. "" if it can be used, else why not.
+  // Makes the folder (0700, its parents too) if it is missing. Returns "" if it can be used, else
+  // why not.
   std::string open(const std::string& path);
   bool isOpen() const { return static_cast<bool>(folder_); }
 

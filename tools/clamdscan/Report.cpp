@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "clamav/ReportedText.h"
+#include "clamav/Verdict.h"
 #include "clamav/VerdictChannel.h"
 #include "posix/UniqueFd.h"
 
@@ -162,5 +162,20 @@ void Report::flush() {
 }
 
 int Report::exitStatus() const { return infections_ > 0 ? 1 : failures_ > 0 ? 2 : 0; }
+
+void Starter::checkPolled(const Watched& polled) {
+  for (const pollfd& one : polled) {
+    if ((one.revents & (POLLHUP | POLLERR)) != 0) {
+      throw Gone();
+    }
+  }
+}
+
+void Starter::check() const {
+  Watched polled = watched_;
+  if (poll(polled.data(), polled.size(), 0) > 0) {
+    checkPolled(polled);
+  }
+}
 
 }  // namespace quillo::wrapper

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <poll.h>
+
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -27,38 +30,40 @@ class Report {
   };
   explicit Report(const Style& style) : style_(style) {}
 
-  // `target` is the file itself where `path` leads to it through links. Here and below.
+  // Adds the line of a clean file. Here and below `target` is the file itself where `path` leads to
+  // it through links.
   void clean(std::string_view path, std::string_view target = {});
-  // `path`, `threat`, `target` and what is known of its whereabouts.
+  // Adds the line of an infected file: `path`, `threat`, `target` and what is known of its
+  // whereabouts.
   void infected(const Verdict& verdict);
-  // The same for a file that is to be moved: returns when the reader has the line. False when it
-  // will not have it, and the file has to stay. outcome() has to follow.
+  // Adds the line of one that is to be moved and waits until the reader has it. Returns false when
+  // it will not have it, and the file has to stay. outcome() has to follow.
   bool announce(const Verdict& verdict);
-  // Whether the reader itself wants it to stay.
+  // Returns true when the reader itself wants it to stay.
   bool moveWasRefused() const;
-  // What became of that file: `whereabouts`, and `destination` or `reason`. One that lies in its
-  // place as it should counts as no failure.
+  // Adds what became of that file: `whereabouts`, and `destination` or `reason`. One that lies in
+  // its place as it should counts as no failure.
   void outcome(const Verdict& verdict);
-  // Says it once more, of a file that had been moved before, or could not be.
+  // Adds it once more, of a file that had been moved before, or could not be.
   void whereabouts(const Verdict& verdict);
-  // Counted as an error.
+  // Adds the line of a file that was not scanned, and counts it as an error.
   void notScanned(std::string_view path, std::string_view reason, std::string_view target = {});
-  // The same with what else is known: `path`, `reason`, `target` and the limit.
+  // Likewise with what else is known: `path`, `reason`, `target` and the limit.
   void notScanned(Verdict verdict);
   void error(std::string_view line);
-  // Says more about what has been counted already, or nothing that counts.
+  // Adds more about what has been counted already, or nothing that counts.
   void remark(std::string_view line);
-  // A line of the closing summary.
+  // Adds a line of the closing summary.
   void summary(std::string_view line);
   // Writes what has been gathered. A reader that is gone ends the program by SIGPIPE.
   void flush();
 
-  // Whether a program reads the report, and not a person.
+  // Returns true when a program reads the report, and not a person.
   bool isForProgram() const { return style_.channel != nullptr; }
   std::uint64_t infections() const { return infections_; }
   std::uint64_t failures() const { return failures_; }
   std::uint64_t leftOut() const { return leftOut_; }
-  // 1 when anything was found, else 2 after an error or for anything not scanned, else 0.
+  // Returns 1 when anything was found, else 2 after an error or for anything not scanned, else 0.
   int exitStatus() const;
 
  private:
@@ -71,6 +76,29 @@ class Report {
   std::uint64_t infections_ = 0;
   std::uint64_t failures_ = 0;
   std::uint64_t leftOut_ = 0;
+};
+
+// Whoever started this program and reads its report. Nobody is to be scanned for, and no file moved
+// for, once he has gone: his channel hangs up then, and a pipe that is the report's end has an
+// error (poll(2)). One thread.
+class Starter {
+ public:
+  // Thrown where the work is to end at once.
+  struct Gone {};
+
+  // Descriptors to watch; -1 for none.
+  Starter(int channel, int output) : watched_{{{channel, 0, 0}, {output, 0, 0}}} {}
+
+  // What is to be polled together with other things.
+  using Watched = std::array<pollfd, 2>;
+  const Watched& watched() const { return watched_; }
+  // Throws Gone when that poll found it.
+  static void checkPolled(const Watched& polled);
+  // Polls by itself and throws Gone likewise.
+  void check() const;
+
+ private:
+  Watched watched_;
 };
 
 }  // namespace quillo::wrapper

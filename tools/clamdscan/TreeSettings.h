@@ -18,8 +18,8 @@ struct TreeSettings {
   ScanLimits limits;
   SessionManners manners;
 
-  // The tree of the first of `programs` (paths of this program, best first) that has one: a tree
-  // may hold a symbolic link to the program as well as a copy. Any thread; never fails.
+  // Returns the tree of the first of `programs` (paths of this program, best first) that has one: a
+  // tree may hold a symbolic link to the program as well as a copy. Any thread; never fails.
   static TreeSettings find(const std::vector<std::string>& programs);
   static TreeSettings at(const std::string& root);
   // Has another configuration count for everything but the real client's place.

@@ -23,20 +23,21 @@ struct TreeRequest {
 // written; each file is then the old or the new one. One run at a time: a second one waits.
 TreePlan makeTree(const TreeRequest& request);
 
-// The same for a tree that exists, without its programs. For a daemon about to start nothing is
-// taken over from the folder of the last one's socket, see renewSocketFolder().
+// Brings a tree that exists up to date without its programs; returns and throws as makeTree(). For
+// a daemon about to start nothing is taken over from the folder of the last one's socket, see
+// renewSocketFolder().
 enum class SocketFolderUse { keep, renew };
 TreePlan refreshTree(const std::string& root, const MachinePlaces& places,
                      SocketFolderUse use = SocketFolderUse::keep);
 
-// What was made, in plain words, one line each.
+// Returns what was made, in plain words, one line each.
 std::vector<std::string> describe(const TreePlan& plan, const TreeRequest& request);
 
-// Why the tree is not ready to guard: what is missing in it, a daemon that does not answer, real
-// definitions that are not there, or are old. Empty when all is well. Changes nothing.
+// Returns why the tree is not ready to guard: what is missing in it, a daemon that does not answer,
+// real definitions that are not there, or are old. Changes nothing.
 std::vector<std::string> checkTree(const std::string& root, const MachinePlaces& places);
 
-// $XDG_DATA_HOME/vantrel/engine (XDG base directories, freedesktop.org), or for the machine
+// Returns $XDG_DATA_HOME/vantrel/engine (XDG base directories, freedesktop.org), or for the machine
 // /usr/local/vantrel. Throws PlatformException when the user has no home folder.
 std::string defaultRoot(bool machineWide);
 

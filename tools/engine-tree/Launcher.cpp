@@ -9,7 +9,7 @@
 #include <cstring>
 #include <future>
 
-#include "clamav/DaemonCommand.h"
+#include "clamav/Daemons.h"
 #include "posix/ChildProcess.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"

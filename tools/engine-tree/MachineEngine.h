@@ -10,7 +10,7 @@
 
 namespace quillo {
 
-// $XDG_RUNTIME_DIR (XDG base directories, freedesktop.org).
+// Returns $XDG_RUNTIME_DIR (XDG base directories, freedesktop.org).
 std::string runtimeFolder();
 
 // Where this machine's ClamAV packages may have put things, the likeliest place first.
@@ -39,8 +39,8 @@ struct EnginePrograms {
   std::string updater;
 };
 
-// The installed programs. Throws PlatformException when one is missing; its reason names each
-// missing package and the command that installs it on this distribution.
+// Returns the installed programs. Throws PlatformException when one is missing; its reason names
+// each missing package and the command that installs it on this distribution.
 EnginePrograms installedPrograms(const MachinePlaces& places);
 
 // The machine's own clamd, as its configuration file describes it.
@@ -56,8 +56,8 @@ struct MachineDaemon {
   bool usable() const { return state != DaemonState::absent; }
 };
 
-// The first daemon of the machine that answers, else one that runs and is still silent, else the
-// first that is configured. Waits for an answer for some seconds at most.
+// Returns the first daemon of the machine that answers, else one that runs and is still silent,
+// else the first that is configured. Waits for an answer for some seconds at most.
 MachineDaemon findMachineDaemon(const MachinePlaces& places);
 
 }  // namespace quillo

@@ -18,20 +18,20 @@ class TreeFolder {
   // Opens `path`, an absolute one, and makes it and the folders above it where they are missing.
   // Refuses a path through a link, or below a folder, that another user could have planted.
   static TreeFolder openOrMake(const std::string& path);
-  // Opens what is there; nothing when it is missing. Checks no owner: good for reading only.
+  // Opens what is there; returns nothing when it is missing. Checks no owner: for reading only.
   static std::optional<TreeFolder> open(const std::string& path);
 
-  // The folder `name` in this one, made where it is missing.
+  // Return the folder `name` in this one, made where it is missing; the second one root hands to
+  // the account which the engine runs as.
   TreeFolder subfolder(const std::string& name) const;
-  // The same for a folder that root hands to the account which the engine runs as.
   TreeFolder subfolderOf(const std::string& name, uid_t user, gid_t group) const;
 
-  // The content of a regular file; nothing when there is none.
+  // Returns the content of a regular file; nothing when there is none.
   std::optional<std::string> read(const std::string& name) const;
   // Replaces a file as a whole, so that a reader sees the old or the new content and a crash
-  // leaves one of them. False when it already had this content and mode.
+  // leaves one of them. Returns false when it already had this content and mode.
   bool write(const std::string& name, std::string_view content, mode_t mode) const;
-  // False when there was none.
+  // Returns false when there was none.
   bool remove(const std::string& name) const;
 
   // Keeps others out who lock the same name, for as long as the descriptor is open. It is that of a

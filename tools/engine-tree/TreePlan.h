@@ -15,7 +15,7 @@ struct TreePlan {
   EnginePrograms programs;
   MachineDaemon machine;     // the tree's daemon when it is usable; a private one runs otherwise
   Account account;           // of the private daemon
-  bool runsAsRoot = false;   // then clamd and freshclam want to be told the account
+  bool runsAsRoot = false;   // then clamd and freshclam need the account's name
   std::string socketFolder;  // of the private daemon; kept while the machine's is in use
   std::string scratch;       // for what the private daemon unpacks; empty for its own choice
   std::string definitions;   // the folder

@@ -37,7 +37,7 @@ std::vector<uid_t> trustedUsers(const LaunchConf& launch, const MachineDaemon& m
   return users;
 }
 
-// As told by those who built them; nothing where nobody told.
+// As those who built them say; nothing where nobody says.
 std::chrono::hours ageOfDefinitions(const std::string& folder) {
   const auto now = std::chrono::system_clock::now();
   return std::chrono::duration_cast<std::chrono::hours>(now -

@@ -11,7 +11,7 @@ namespace quillo {
 // bytes read. An archive may hold several streams; what they hold then counts as joined (bzip2(1)).
 std::uint64_t compressTo(int plain, int archive);
 
-// Whether `plain` begins with all that `archive` holds.
+// Returns true when `plain` begins with all that `archive` holds.
 bool beginsWithArchive(int plain, int archive);
 
 }  // namespace quillo

@@ -23,7 +23,7 @@ struct LogEntry {
   std::string path;
   LogAttributes attributes;
   int count = 0;  // old versions to keep
-  // Kilobytes of 1024 bytes from which on the log is rotated; absent: never by size.
+  // Kilobytes of 1024 bytes from which on the log is rotated; nothing: never by size.
   std::optional<std::uint64_t> sizeLimit;
   bool createIfMissing = false;  // flag C
   bool compress = false;         // flag J

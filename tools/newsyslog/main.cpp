@@ -17,7 +17,6 @@
 #include "posix/UniqueFd.h"
 #include "posix/Version.h"
 #include "tools/newsyslog/Configuration.h"
-#include "tools/newsyslog/LogFolder.h"
 #include "tools/newsyslog/LogRotation.h"
 
 namespace {

@@ -31,7 +31,6 @@
 #include "platform/linux/tray/QtImage.h"
 #include "platform/linux/tray/QtStatusItem.h"
 #include "posix/Text.h"
-#include "tests/desktop/interface/Observers.h"
 #include "tests/desktop/interface/Windows.h"
 
 namespace quillo {
@@ -270,7 +269,7 @@ class Commands {
     if (name == "sync") {
       interface_.application.performOnMainThread([] { say("synced"); });
     } else if (name == "where") {
-      interface_.application.performOnMainThread([this, rest] { windows_.tellWhere(rest); });
+      interface_.application.performOnMainThread([this, rest] { windows_.reportWhere(rest); });
     } else if (name == "place") {
       interface_.application.performOnMainThread([rest] { say(where(rest)); });
     } else if (name == "answers") {

@@ -48,13 +48,13 @@ TEST_F(AgentDock, OfAnythingElseIsNone) {
 class AgentWithoutTray : public AgentOnDesktop {
  protected:
   AgentWithoutTray() { logIn(); }
-  bool tells() { return bus().hears("Notify", "This desktop has no place for the icon"); }
+  bool reports() { return bus().hears("Notify", "This desktop has no place for the icon"); }
 };
 
 TEST_F(AgentWithoutTray, SaysOnceHowItIsToBeReached) {
   const NotificationServer server(session());
   startAndAwaitWatching();
-  ASSERT_TRUE(tells());
+  ASSERT_TRUE(reports());
   EXPECT_EQ(session().screen().countWindows(dockTitle), 0U);
   EXPECT_TRUE(std::filesystem::exists(home().home() + "/.local/state/vantrel/told-no-tray-"));
 }

@@ -11,7 +11,7 @@ class AgentEnd : public AgentOnDesktop {
  protected:
   static constexpr int restarts = 8;
 
-  // Eight restarts with a preference of the wrong kind, which each of them tells of.
+  // Eight restarts with a preference of the wrong kind, which each of them reports.
   void SetUp() override {
     logIn("ScanEmail = 3\n");
     startAndAwaitWatching();
@@ -20,22 +20,22 @@ class AgentEnd : public AgentOnDesktop {
       ASSERT_TRUE(home().logHas("scan email files", i + 1));
     }
   }
-  void expectEverythingTold() {
+  void expectEverythingLogged() {
     EXPECT_EQ(home().linesWith("restartWatcher"), restarts);
     // Six of the nine, and the line that counts.
     EXPECT_EQ(home().linesWith("Preference ScanEmail"), 7);
   }
 };
 
-TEST_F(AgentEnd, ByASignalTellsWhatWasCounted) {
+TEST_F(AgentEnd, ByASignalReportsWhatWasCounted) {
   EXPECT_EQ(home().stop(), 0);
-  expectEverythingTold();
+  expectEverythingLogged();
 }
 
-TEST_F(AgentEnd, ByARequestOfAnotherApplicationTellsWhatWasCounted) {
+TEST_F(AgentEnd, ByARequestOfAnotherApplicationReportsWhatWasCounted) {
   post("VantrelQuilloShouldQuit");
   EXPECT_EQ(home().awaitEnd(), 0);
-  expectEverythingTold();
+  expectEverythingLogged();
 }
 
 }  // namespace

@@ -67,7 +67,7 @@ TEST_F(AgentFind, GoesToTheTrashByTheButtonOfItsNotification) {
   EXPECT_TRUE(shows(1));
 }
 
-TEST_F(AgentFind, IsNoLongerToldWhenSomebodyElseMovedItsFile) {
+TEST_F(AgentFind, IsNoLongerReportedWhenSomebodyElseMovedItsFile) {
   logInWithServer();
   const std::string path = home().saveInfected("bad.com");
   ASSERT_TRUE(bus().hears("Notify", path));

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/desktop/support/bus/BusMonitor.h"
+#include "tests/desktop/support/bus/BusConnection.h"
 #include "tests/desktop/support/session/UserSession.h"
 #include "tests/root/support/agent/GuardedHome.h"
 

@@ -20,7 +20,7 @@ class AgentLogs : public AgentOnDesktop {
     ASSERT_TRUE(showsIcon(Icon::watching));
   }
 
-  // A program of ada's that opens every file, and tells the bus which.
+  // A program of ada's that opens every file, and reports to the bus which.
   void makeOpener() {
     const std::string program = home().save(
         home().home() + "/opener",

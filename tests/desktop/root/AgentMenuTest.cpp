@@ -26,7 +26,7 @@ TEST_F(AgentMenu, OpensWithAClickOnTheIcon) {
   session().keepPicture("agent-menu");
 }
 
-TEST_F(AgentMenu, TellsThePanelWhichItemsCanBeChosen) {
+TEST_F(AgentMenu, ReportsToThePanelWhichItemsCanBeChosen) {
   const std::string layout = session().bus().menuLayout(statusItem());
   for (const char* item :
        {"'enabled': <false>, 'label': <'_Start Watching'>",
@@ -66,6 +66,32 @@ TEST_F(AgentMenu, AbortsAScanThatHangs) {
   EXPECT_TRUE(home().logHas("Scanned (status 9): " + file));
   ASSERT_EQ(kill(engine, SIGCONT), 0);
   EXPECT_TRUE(showsIcon(Icon::watching));
+}
+
+// The icon when the panel comes and goes.
+class AgentPanel : public AgentOnDesktop {
+ protected:
+  void SetUp() override { logIn(); }
+};
+
+TEST_F(AgentPanel, ThatIsKilledAndStartedAgainShowsTheIconAgain) {
+  session().startPanel();
+  startAndAwaitWatching();
+  ASSERT_TRUE(showsIcon(Icon::watching));
+  session().stopPanel();
+  ASSERT_TRUE(showsIcon(Icon::none));
+  session().startPanel();
+  EXPECT_TRUE(showsIcon(Icon::watching));
+  EXPECT_FALSE(session().bus().menuLayout(statusItem()).empty());
+}
+
+TEST_F(AgentPanel, ThatComesLongAfterTheAgentShowsTheIcon) {
+  startAndAwaitWatching();
+  const std::string file = home().save("clean.txt", "clean");
+  ASSERT_TRUE(home().logHas(file + ": OK"));
+  session().startPanel();
+  EXPECT_TRUE(showsIcon(Icon::watching));
+  openMenu();
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ class AgentOnDesktop : public AgentInSession {
 
   DesktopSession& session() { return *session_; }
 
-  // Whether the panel comes to show that icon.
+  // Returns true when the panel comes to show that icon.
   bool showsIcon(Icon icon);
   // Where the panel shows it; throws std::runtime_error when it does not.
   QRect iconArea();
@@ -34,7 +34,7 @@ class AgentOnDesktop : public AgentInSession {
   // Waits until an item of the menu is enabled, or is not.
   bool itemBecomes(const std::string& label, bool enabled);
 
-  // Whether there come to be so many windows of that title.
+  // Returns true when there come to be so many windows of that title.
   bool showsWindows(std::size_t count, const std::string& title);
   // How many buttons the topmost window of that title has, once they answer.
   std::size_t buttonsOf(const std::string& title);

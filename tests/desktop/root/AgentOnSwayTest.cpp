@@ -156,5 +156,73 @@ INSTANTIATE_TEST_SUITE_P(InEveryLanguage, AgentOnSmallSway,
                          testing::Values("de_DE", "en_GB", "es_ES", "fr_FR", "ja_JP"),
                          [](const auto& each) { return std::string(each.param).substr(0, 2); });
 
+namespace fs = std::filesystem;
+
+// A find on a desktop whose notification server shows buttons only when it is asked for them.
+class AgentFindOnSway : public AgentOnSway {
+ protected:
+  void SetUp() override {
+    logIn();
+    session().startNotificationServer();
+    startAndAwaitWatching();
+  }
+  // Whether the server shows one of that summary, and its number.
+  std::string idOf(const std::string& summary) {
+    const std::string list = outputOf({"makoctl", "list"});
+    std::size_t at = list.find("\"" + summary + "\"");
+    for (const char* mark : {"\"id\"", "\"data\"", ":"}) {
+      at = at == std::string::npos ? at : list.find(mark, at + 1);
+    }
+    return at == std::string::npos ? "" : std::to_string(std::stoi(list.substr(at + 1)));
+  }
+};
+
+TEST_F(AgentFindOnSway, GoesToTheTrashByTheButtonOfItsNotification) {
+  const std::string path = home().saveInfected("invoice.pdf.com");
+  const std::string summary = "Malware found: invoice.pdf.com";
+  std::string id;
+  ASSERT_TRUE(session().eventually([&] { return !(id = idOf(summary)).empty(); }));
+  ASSERT_TRUE(session().showsWindows(1, warningTitle));
+  session().keepPicture("sway-notification-of-a-find");
+  const std::string trash = "1";
+  outputOf({"makoctl", "invoke", "-n", id, trash});
+  EXPECT_TRUE(home().logHas(path + ": moved to the Trash by the user"));
+  EXPECT_FALSE(fs::exists(path));
+  EXPECT_TRUE(fs::exists(home().home() + "/.local/share/Trash/files/invoice.pdf.com"));
+  EXPECT_TRUE(session().showsWindows(0, warningTitle));
+  EXPECT_TRUE(session().eventually([&] { return idOf(summary).empty(); }));
+  // The hint that made room for it stands again.
+  EXPECT_NE(idOf("Vantrel Quillo"), "");
+}
+
+TEST_F(AgentFindOnSway, IsNoLongerReportedWhenSomebodyElseMovedItsFile) {
+  const std::string path = home().saveInfected("bad.com");
+  ASSERT_TRUE(session().eventually([&] { return !idOf("Malware found: bad.com").empty(); }));
+  fs::rename(path, home().home() + "/elsewhere.com");
+  EXPECT_TRUE(session().eventually([&] { return idOf("Malware found: bad.com").empty(); }));
+}
+
+// The agent under sway without a bar: nothing shows its icon.
+class AgentOnSwayWithoutBar : public AgentOnSway {
+ protected:
+  void SetUp() override {
+    logIn();
+    session().startNotificationServer();
+  }
+};
+
+TEST_F(AgentOnSwayWithoutBar, SaysThatItGuardsAndHowItIsToBeReached) {
+  startAndAwaitWatching();
+  EXPECT_TRUE(bus().hears("Notify", "This desktop has no place for the icon"));
+  session().keepPicture("sway-without-bar");
+}
+
+TEST_F(AgentOnSwayWithoutBar, ShowsItsWindowWhenItIsStartedAgain) {
+  startAndAwaitWatching();
+  EXPECT_EQ(home().runSecondAgent(), 0);
+  EXPECT_TRUE(session().showsWindows(1, "Vantrel Quillo"));
+  session().keepPicture("sway-second-start");
+}
+
 }  // namespace
 }  // namespace quillo::tests

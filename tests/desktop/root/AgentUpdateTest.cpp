@@ -26,7 +26,7 @@ class AgentUpdate : public AgentOnDesktop {
     ASSERT_TRUE(showsIcon(Icon::watching));
   }
 
-  // Stands in for freshclam(1): runs until it is told what to exit with.
+  // Stands in for freshclam(1): runs until it is given what to exit with.
   void makeSlowUpdater() {
     const std::string gate = home().home() + "/gate";
     ASSERT_EQ(mkfifo(gate.c_str(), 0666), 0);

@@ -1,4 +1,4 @@
-// What is told where nothing can be shown.
+// What is reported where nothing can be shown.
 
 #include <sys/mount.h>
 
@@ -29,33 +29,33 @@ class AgentWithoutInterface : public AgentOnSway {
     }
   }
 
-  bool tells(const std::string& reason) {
+  bool reports(const std::string& reason) {
     return home().logHas(beginning + reason) && bus().hears("Notify", beginning);
   }
 
   std::unique_ptr<NotificationServer> notifications_;
 };
 
-TEST_F(AgentWithoutInterface, IsToldWhichPackageIsMissing) {
+TEST_F(AgentWithoutInterface, ReportsWhichPackageIsMissing) {
   removePluginsForWayland();
   startAndAwaitWatching();
-  EXPECT_TRUE(tells("Qt's plug-in for Wayland is missing (in Debian's package qt6-wayland)"));
+  EXPECT_TRUE(reports("Qt's plug-in for Wayland is missing (in Debian's package qt6-wayland)"));
   EXPECT_TRUE(bus().hears("Notify", "qt6-wayland"));
 }
 
-TEST_F(AgentWithoutInterface, IsToldThatTheDisplayDoesNotAnswer) {
+TEST_F(AgentWithoutInterface, ReportsThatTheDisplayDoesNotAnswer) {
   addVariable("WAYLAND_DISPLAY=wayland-77");
   startAndAwaitWatching();
-  EXPECT_TRUE(tells("the display \"wayland-77\" does not answer"));
+  EXPECT_TRUE(reports("the display \"wayland-77\" does not answer"));
 }
 
-TEST_F(AgentWithoutInterface, IsToldThatThereIsNoDisplay) {
+TEST_F(AgentWithoutInterface, ReportsThatThereIsNoDisplay) {
   addVariable("WAYLAND_DISPLAY=");
   startAndAwaitWatching();
-  EXPECT_TRUE(tells("this session has no display"));
+  EXPECT_TRUE(reports("this session has no display"));
 }
 
-TEST_F(AgentWithoutInterface, IsNotToldWhereThereIsOne) {
+TEST_F(AgentWithoutInterface, ReportsNothingWhereThereIsOne) {
   startAndAwaitWatching();
   EXPECT_EQ(home().linesWith(beginning), 0);
 }

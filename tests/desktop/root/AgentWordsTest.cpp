@@ -1,4 +1,4 @@
-// What other programs tell the agent over the session bus, and what it tells them.
+// What other programs say to the agent over the session bus, and what it answers.
 
 #include "tests/desktop/root/AgentOnDesktop.h"
 

@@ -30,13 +30,13 @@ class RealMounts : public testing::Test {
     return point;
   }
   void observe() {
-    notifications.observe([this](const std::string& point) { told.push_back(point); });
+    notifications.observe([this](const std::string& point) { reported.push_back(point); });
   }
-  // What was told before and with a volume mounted now.
-  Points toldUpTo(const std::string& sentinel) {
+  // What was reported before and with a volume mounted now.
+  Points reportedUpTo(const std::string& sentinel) {
     const std::string last = mount(sentinel);
-    EXPECT_TRUE(waitUntil([&] { return !told.empty() && told.back() == last; }));
-    return told;
+    EXPECT_TRUE(waitUntil([&] { return !reported.empty() && reported.back() == last; }));
+    return reported;
   }
 
   int argc = 1;
@@ -44,39 +44,39 @@ class RealMounts : public testing::Test {
   char* argv[2] = {name, nullptr};
   QCoreApplication application{argc, argv};
   LinuxMountNotifications notifications;
-  Points told;
+  Points reported;
 };
 
-TEST_F(RealMounts, AreToldOfOnceEachAsTheyAppear) {
+TEST_F(RealMounts, AreReportedOnceEachAsTheyAppear) {
   mount("before");
   observe();
-  EXPECT_EQ(toldUpTo("My Stick\\1"), Points{"/mnt/My Stick\\1"});
-  EXPECT_EQ(toldUpTo("second"), (Points{"/mnt/My Stick\\1", "/mnt/second"}));
+  EXPECT_EQ(reportedUpTo("My Stick\\1"), Points{"/mnt/My Stick\\1"});
+  EXPECT_EQ(reportedUpTo("second"), (Points{"/mnt/My Stick\\1", "/mnt/second"}));
 }
 
-TEST_F(RealMounts, SeveralAtOnceAreAllToldOf) {
+TEST_F(RealMounts, SeveralAtOnceAreAllReported) {
   observe();
   for (int i = 0; i < 100; ++i) {
     mount(std::to_string(i));
   }
-  EXPECT_EQ(toldUpTo("last").size(), 101U);
+  EXPECT_EQ(reportedUpTo("last").size(), 101U);
 }
 
-TEST_F(RealMounts, AreNotToldOfWhenTheyChangeOrAreBoundElsewhere) {
+TEST_F(RealMounts, AreNotReportedWhenTheyChangeOrAreBoundElsewhere) {
   const std::string point = mount("before");
   mkdir("/mnt/bound", 0700);
   observe();
   ASSERT_EQ(::mount("none", point.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
   ASSERT_EQ(::mount(point.c_str(), "/mnt/bound", nullptr, MS_BIND, nullptr), 0);
-  EXPECT_EQ(toldUpTo("last"), Points{"/mnt/last"});
+  EXPECT_EQ(reportedUpTo("last"), Points{"/mnt/last"});
 }
 
-TEST_F(RealMounts, AreToldOfAgainWhenTheyComeAgain) {
+TEST_F(RealMounts, AreReportedAgainWhenTheyComeAgain) {
   observe();
-  EXPECT_EQ(toldUpTo("stick").size(), 1U);
+  EXPECT_EQ(reportedUpTo("stick").size(), 1U);
   ASSERT_EQ(umount("/mnt/stick"), 0);
-  EXPECT_EQ(toldUpTo("other").size(), 2U);
-  EXPECT_EQ(toldUpTo("stick"), (Points{"/mnt/stick", "/mnt/other", "/mnt/stick"}));
+  EXPECT_EQ(reportedUpTo("other").size(), 2U);
+  EXPECT_EQ(reportedUpTo("stick"), (Points{"/mnt/stick", "/mnt/other", "/mnt/stick"}));
 }
 
 TEST_F(RealMounts, AreVolumesWhereverTheyLieForAsLongAsTheyAreMounted) {
@@ -91,7 +91,7 @@ TEST_F(RealMounts, AreVolumesWhereverTheyLieForAsLongAsTheyAreMounted) {
   EXPECT_FALSE(volumes.isVolumeRoot("/mnt/stick"));
 }
 
-TEST_F(RealMounts, AreNotToldOfAfterTheListenerHasHadEnough) {
+TEST_F(RealMounts, AreNotReportedAfterTheListenerHasHadEnough) {
   LinuxMountNotifications other;
   int heard = 0;
   other.observe([&](const std::string&) {
@@ -101,9 +101,9 @@ TEST_F(RealMounts, AreNotToldOfAfterTheListenerHasHadEnough) {
   observe();
   mount("one");
   mount("of several");
-  toldUpTo("first");
+  reportedUpTo("first");
   ASSERT_TRUE(waitUntil([&] { return heard == 1; }));
-  toldUpTo("second");
+  reportedUpTo("second");
   QCoreApplication::processEvents();
   EXPECT_EQ(heard, 1);
 }

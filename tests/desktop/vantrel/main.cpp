@@ -1,5 +1,5 @@
 // Stands in for the main application: owns its bus name, as D-Bus activation needs it, and opens a
-// window when it is told to by the method Show, or at once with the argument "--at-once".
+// window when it is asked to by the method Show, or at once with the argument "--at-once".
 
 #include <QApplication>
 #include <QDBusConnection>

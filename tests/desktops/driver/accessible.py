@@ -1,4 +1,4 @@
-"""What programs show, as a screen reader is told: the buttons and the words of their windows."""
+"""What programs show, as a screen reader is shown it: the buttons and the words of their windows."""
 
 from gi.repository import Gio, GLib
 
@@ -84,7 +84,7 @@ def area_of_button(bus, window, name):
         contents = tree.area(node, on_screen)
         for part in tree.everything_in(node):
             if tree.name(part) == name and tree.role(part) == push_button and tree.state(part) & is_enabled:
-                # Qt 6.4 tells sizes rightly of areas on the screen, and places of those in the window, whose
+                # Qt 6.4 reports sizes rightly of areas on the screen, and places of those in the window, whose
                 # frame adds nothing below.
                 left, top = tree.area(part, in_window)[:2]
                 return (x + left, y + height - contents[3] + top) + tree.area(part, on_screen)[2:]

@@ -1,4 +1,4 @@
-"""Plasma, under X11 or Wayland. KWin's scripts tell of the windows."""
+"""Plasma, under X11 or Wayland. KWin's scripts report the windows."""
 
 import json
 import os
@@ -25,10 +25,10 @@ script = """
         found.push({title: w.caption, program: String(w.desktopFileName || w.resourceClass),
                     class: String(w.resourceClass), active: w.active,
                     area: [w.x, w.y, w.width, w.height]});
-  callDBus("%s", "/", "%s", "Tell", JSON.stringify(found));
+  callDBus("%s", "/", "%s", "Report", JSON.stringify(found));
 """
 node = Gio.DBusNodeInfo.new_for_xml(
-    f"<node><interface name='{listener}'><method name='Tell'><arg type='s' direction='in'/></method></interface></node>")
+    f"<node><interface name='{listener}'><method name='Report'><arg type='s' direction='in'/></method></interface></node>")
 
 
 class Plasma(Desktop):
@@ -36,7 +36,7 @@ class Plasma(Desktop):
 
     def __init__(self, name):
         super().__init__(name)
-        self.told_ = None
+        self.reported_ = None
         handle, self.script_ = tempfile.mkstemp(suffix=".js")
         os.write(handle, (script % (listener, listener)).encode())
         os.close(handle)
@@ -48,7 +48,7 @@ class Plasma(Desktop):
         self.bus.connection.register_object("/", node.interfaces[0], self.hear, None, None)
 
     def hear(self, _connection, _sender, _path, _interface, _method, arguments, invocation):
-        self.told_ = arguments.unpack()[0]
+        self.reported_ = arguments.unpack()[0]
         invocation.return_value(None)
 
     def stands(self):
@@ -57,17 +57,17 @@ class Plasma(Desktop):
             any(name == "Digital Clock" for name, _ in accessible.shown(self.bus, "plasmashell", accessible.push_button))
 
     def windows(self):
-        self.told_ = None
+        self.reported_ = None
         scripting = ("org.kde.KWin", "/Scripting", "org.kde.kwin.Scripting")
         number = self.bus.call(*scripting, "loadScript", GLib.Variant("(ss)", (self.script_, "windows")))[0]
         self.bus.call("org.kde.KWin", f"/{number}", "org.kde.kwin.Script", "run")
         try:
-            await_that("KWin tells of its windows", lambda: self.told_ is not None, 5)
+            await_that("KWin reports its windows", lambda: self.reported_ is not None, 5)
         finally:
             self.bus.call(*scripting, "unloadScript", GLib.Variant("(s)", ("windows",)))
         # KWin numbers windows of one title, and lowers the case of names under X11.
         return [Window(re.sub(r" <\d+>$", "", w["title"]), w["program"].replace(agent_name.lower(), agent_name), w["active"], tuple(int(v) for v in w["area"]))
-                for w in json.loads(self.told_)]
+                for w in json.loads(self.reported_)]
 
     def prepare(self):
         pass

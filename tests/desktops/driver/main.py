@@ -23,8 +23,8 @@ def keep_picture(name):
     try:
         session_test.desktop.picture(f"failed-{name}")
         for window in accessible.described(session_test.desktop.bus, accessible.agent):
-            print("Window of the agent, as it tells:", *window)
-        print("Windows, as the desktop tells:", *session_test.desktop.windows(), sep="\n  ")
+            print("Window of the agent, as it says:", *window)
+        print("Windows, as the desktop says:", *session_test.desktop.windows(), sep="\n  ")
         print("Scan log:", *session_test.read(session_test.log).splitlines()[-8:], sep="\n  ")
     except (GLib.Error, OSError, subprocess.CalledProcessError) as error:
         print(f"no picture: {error}")

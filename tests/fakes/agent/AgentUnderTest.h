@@ -56,7 +56,7 @@ class AgentThreads final : public ThreadStarter {
   std::set<std::string> atOnce;
   std::set<std::string> real;
   std::set<std::string> refused;
-  // Told of each thread before it is there.
+  // Called with each thread's name before it is there.
   std::function<void(const std::string& name)> onStart;
 
  private:

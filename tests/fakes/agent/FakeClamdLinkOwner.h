@@ -1,6 +1,5 @@
 #pragma once
 
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,6 +7,7 @@
 #include "engine/ClamdLink.h"
 #include "engine/EngineProblem.h"
 #include "platform/Notifier.h"
+#include "tests/support/Record.h"
 
 namespace quillo {
 
@@ -17,32 +17,19 @@ class FakeClamdLinkOwner final : public ClamdLinkOwner, public Notifier {
   std::optional<std::string> clamPATH() override { return root; }
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
                                                  const NotificationDetails& details) override {
-    note((code == notificationError && details.topic == engineTopic ? "error: " : "other: ") +
-         description);
+    calls.add((code == notificationError && details.topic == engineTopic ? "error: " : "other: ") +
+              description);
     return true;
   }
   void withdraw(const std::string&) override {}
   void displayNoEngineWindow(const EngineProblem& problem) override {
-    note("noEngineWindow");
+    calls.add("noEngineWindow");
     problems.push_back(problem.kind);
   }
 
-  std::vector<std::string> calls() {
-    std::lock_guard hold(mutex_);
-    return calls_;
-  }
-
+  Record<std::string> calls;
   std::vector<EngineProblem::Kind> problems;
   std::optional<std::string> root;
-
- private:
-  void note(const std::string& call) {
-    std::lock_guard hold(mutex_);
-    calls_.push_back(call);
-  }
-
-  std::mutex mutex_;
-  std::vector<std::string> calls_;
 };
 
 }  // namespace quillo

@@ -1,123 +1,9 @@
 #include "tests/fakes/desktop/FakeInterface.h"
 
-#include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace quillo {
-
-void FakeDialog::record(const std::string& call) {
-  std::lock_guard hold(mutex_);
-  calls_.push_back(call);
-}
-
-void FakeDialog::close() {
-  Action released;
-  std::lock_guard hold(mutex_);
-  calls_.push_back("close");
-  released.swap(action_);
-}
-
-void FakeDialog::setMessage(const std::string& message) {
-  std::lock_guard hold(mutex_);
-  message_ = message;
-}
-
-std::string FakeDialog::message() const {
-  std::lock_guard hold(mutex_);
-  return message_;
-}
-
-void FakeDialog::setDeleteButtonTitle(const std::string& title) {
-  std::lock_guard hold(mutex_);
-  deleteButtonTitle_ = title;
-}
-
-void FakeDialog::setAction(Action action) {
-  std::lock_guard hold(mutex_);
-  action_ = std::move(action);
-}
-
-void FakeDialog::setKind(Kind kind) {
-  std::lock_guard hold(mutex_);
-  kind_ = kind;
-}
-
-void FakeDialog::setSubject(const std::string& text) {
-  std::lock_guard hold(mutex_);
-  subject_ = text;
-}
-
-void FakeDialog::setFind(const std::string& path, const std::string& threat) {
-  std::lock_guard hold(mutex_);
-  find_ = {path, threat};
-}
-
-std::pair<std::string, std::string> FakeDialog::find() const {
-  std::lock_guard hold(mutex_);
-  return find_;
-}
-
-void FakeDialog::setSuspicious(bool suspicious) {
-  std::lock_guard hold(mutex_);
-  suspicious_ = suspicious;
-}
-
-void FakeDialog::showFailure(const std::string& text) {
-  std::lock_guard hold(mutex_);
-  calls_.push_back("showFailure");
-  failure_ = text;
-}
-
-void FakeDialog::press(Button button) {
-  Action action;
-  {
-    std::lock_guard hold(mutex_);
-    action = action_;
-  }
-  if (action) {
-    action(button);
-  }
-}
-
-std::vector<std::string> FakeDialog::calls() const {
-  std::lock_guard hold(mutex_);
-  return calls_;
-}
-
-bool FakeDialog::isClosed() const {
-  const auto made = calls();
-  return std::find(made.begin(), made.end(), "close") != made.end();
-}
-
-bool FakeDialog::cameToFront() const {
-  const auto made = calls();
-  return std::find(made.begin(), made.end(), "orderFrontRegardless") != made.end();
-}
-
-std::string FakeDialog::deleteButtonTitle() const {
-  std::lock_guard hold(mutex_);
-  return deleteButtonTitle_;
-}
-
-std::optional<ButtonDialog::Kind> FakeDialog::kind() const {
-  std::lock_guard hold(mutex_);
-  return kind_;
-}
-
-std::string FakeDialog::subject() const {
-  std::lock_guard hold(mutex_);
-  return subject_;
-}
-
-bool FakeDialog::isSuspicious() const {
-  std::lock_guard hold(mutex_);
-  return suspicious_;
-}
-
-std::string FakeDialog::failure() const {
-  std::lock_guard hold(mutex_);
-  return failure_;
-}
 
 FakeInterfaceLoader::~FakeInterfaceLoader() {
   for (const auto& name : loaded_) {
@@ -128,59 +14,16 @@ FakeInterfaceLoader::~FakeInterfaceLoader() {
 }
 
 std::shared_ptr<ButtonDialog> FakeInterfaceLoader::load(const std::string& name) {
-  std::lock_guard hold(mutex_);
   if (broken_) {
     return nullptr;
   }
-  auto dialog = std::make_shared<FakeDialog>();
-  loaded_[name].push_back(dialog);
-  return dialog;
+  std::lock_guard hold(mutex_);
+  return loaded_[name].emplace_back(std::make_shared<FakeDialog>());
 }
 
 std::vector<std::shared_ptr<FakeDialog>> FakeInterfaceLoader::loaded(const std::string& name) {
   std::lock_guard hold(mutex_);
   return loaded_[name];
-}
-
-void FakeInterfaceLoader::setBroken(bool broken) {
-  std::lock_guard hold(mutex_);
-  broken_ = broken;
-}
-
-std::string FakeMenuItem::title() const {
-  std::lock_guard hold(mutex_);
-  return title_;
-}
-
-void FakeMenuItem::setTitle(const std::string& title) {
-  std::lock_guard hold(mutex_);
-  title_ = title;
-}
-
-bool FakeMenuItem::isEnabled() const {
-  std::lock_guard hold(mutex_);
-  return enabled_;
-}
-
-void FakeMenuItem::setEnabled(bool enabled) {
-  std::lock_guard hold(mutex_);
-  enabled_ = enabled;
-}
-
-bool FakeMenuItem::isHidden() const {
-  std::lock_guard hold(mutex_);
-  return hidden_;
-}
-
-void FakeMenuItem::setHidden(bool hidden) {
-  std::lock_guard hold(mutex_);
-  hidden_ = hidden;
-}
-
-void FakeMenuItem::choose() {
-  if (isEnabled() && !isHidden() && action_) {
-    action_();
-  }
 }
 
 void FakeMenu::insertItem(std::size_t index, const std::string& title,
@@ -224,8 +67,8 @@ std::string nameOf(const ImageRef& image) {
 }
 
 ImageRef FakeImageLoader::imageNamed(const std::string& name) {
+  loaded.add(name);
   std::lock_guard hold(mutex_);
-  loaded_.push_back(name);
   ImageRef& image = images_[name];
   if (!image) {
     image = std::make_shared<FakeImage>(name);
@@ -233,79 +76,72 @@ ImageRef FakeImageLoader::imageNamed(const std::string& name) {
   return image;
 }
 
-std::vector<std::string> FakeImageLoader::loaded() {
-  std::lock_guard hold(mutex_);
-  return loaded_;
+void FakeApplication::performOnMainThread(std::function<void()> action) {
+  if (keepsPosted) {
+    posted_.add(std::move(action));
+  } else {
+    action();
+  }
 }
 
-void FakeStatusItem::setImage(const ImageRef& image) {
-  std::lock_guard hold(mutex_);
-  images_.push_back(nameOf(image));
+void FakeApplication::performPosted() {
+  for (const auto& action : posted_.take()) {
+    action();
+  }
 }
 
-void FakeStatusItem::setAlternateImage(const ImageRef& image) {
-  std::lock_guard hold(mutex_);
-  alternate_ = nameOf(image);
+void FakeApplication::waitKeepingDesktopAlive(const std::function<void()>& wait) {
+  ++waits;
+  const auto& during = std::this_thread::get_id() == mainThread_ ? duringWait : duringWaitElsewhere;
+  if (during) {
+    during();
+  }
+  wait();
 }
 
-void FakeStatusItem::setToolTip(const std::string& text) {
-  std::lock_guard hold(mutex_);
-  toolTips_.push_back(text);
+void FakeApplication::terminate() {
+  ++terminations;
+  if (onTerminate) {
+    onTerminate();
+  }
 }
 
-std::string FakeStatusItem::toolTip() {
-  std::lock_guard hold(mutex_);
-  return toolTips_.empty() ? "" : toolTips_.back();
+int FakeApplication::transformToForegroundApplication() {
+  ++transformations;
+  return transformResult;
 }
 
-std::vector<std::string> FakeStatusItem::toolTips() {
-  std::lock_guard hold(mutex_);
-  return toolTips_;
+int FakeApplication::activateIgnoringOtherApps() {
+  ++activations;
+  return activateResult;
 }
 
-void FakeDockTile::setState(const std::string& words) {
-  std::lock_guard hold(mutex_);
-  state_ = words;
+void FakeThreads::detachNewThread(const std::string& name, std::function<void()> body) {
+  if (name.starts_with("clamd")) {
+    body();
+  } else {
+    threads_.add({name, std::move(body)});
+  }
 }
 
-void FakeDockTile::setWatchedFolders(const std::vector<std::string>& folders) {
-  std::lock_guard hold(mutex_);
-  watchedFolders_ = folders;
+std::vector<std::string> FakeThreads::names() {
+  std::vector<std::string> names;
+  for (const auto& thread : threads_()) {
+    names.push_back(thread.first);
+  }
+  return names;
 }
 
-void FakeDockTile::addVerdict(const DockVerdict& verdict) {
-  std::lock_guard hold(mutex_);
-  verdicts_.push_back(verdict);
-}
-
-std::string FakeDockTile::state() {
-  std::lock_guard hold(mutex_);
-  return state_;
-}
-
-std::vector<std::string> FakeDockTile::watchedFolders() {
-  std::lock_guard hold(mutex_);
-  return watchedFolders_;
-}
-
-std::vector<DockVerdict> FakeDockTile::verdicts() {
-  std::lock_guard hold(mutex_);
-  return verdicts_;
-}
-
-std::vector<std::string> FakeStatusItem::images() {
-  std::lock_guard hold(mutex_);
-  return images_;
-}
-
-std::string FakeStatusItem::image() {
-  std::lock_guard hold(mutex_);
-  return images_.empty() ? "" : images_.back();
-}
-
-std::string FakeStatusItem::alternateImage() {
-  std::lock_guard hold(mutex_);
-  return alternate_;
+void FakeThreads::run(const std::string& name) {
+  std::function<void()> body;
+  for (const auto& thread : threads_()) {
+    if (thread.first == name) {
+      body = thread.second;
+    }
+  }
+  if (body) {
+    body();
+  }
 }
 
 }  // namespace quillo

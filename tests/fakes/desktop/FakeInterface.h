@@ -1,6 +1,7 @@
 #pragma once
 
-#include <condition_variable>
+#include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -15,53 +16,57 @@
 #include "platform/MainInterface.h"
 #include "platform/StatusItem.h"
 #include "posix/ThreadStarter.h"
+#include "tests/support/Record.h"
 
 // What a user would see, kept for tests to look at.
 namespace quillo {
 
 class FakeDialog final : public ButtonDialog {
  public:
-  void orderFrontRegardless() override { record("orderFrontRegardless"); }
-  void makeFloatingKeyAndOrderFront() override { record("makeFloatingKeyAndOrderFront"); }
-  void orderOut() override { record("orderOut"); }
-  void close() override;
-  void setMessage(const std::string& message) override;
-  std::string message() const override;
-  void setDeleteButtonTitle(const std::string& title) override;
-  void setAction(Action action) override;
-  void setKind(Kind kind) override;
-  void setSubject(const std::string& text) override;
-  void setFind(const std::string& path, const std::string& threat) override;
-  void setSuspicious(bool suspicious) override;
-  void showFailure(const std::string& text) override;
+  void orderFrontRegardless() override { calls.add("orderFrontRegardless"); }
+  void makeFloatingKeyAndOrderFront() override { calls.add("makeFloatingKeyAndOrderFront"); }
+  void orderOut() override { calls.add("orderOut"); }
+  void close() override {
+    calls.add("close");
+    action_.take();
+  }
+  void setMessage(const std::string& message) override { message_.set(message); }
+  std::string message() const override { return message_(); }
+  void setDeleteButtonTitle(const std::string& title) override { deleteButtonTitle.set(title); }
+  void setAction(Action action) override { action_.set(std::move(action)); }
+  void setKind(Kind given) override { kind.set(given); }
+  void setSubject(const std::string& text) override { subject.set(text); }
+  void setFind(const std::string& path, const std::string& threat) override {
+    find.set({path, threat});
+  }
+  void setSuspicious(bool suspicious) override { isSuspicious.set(suspicious); }
+  void showFailure(const std::string& text) override {
+    calls.add("showFailure");
+    failure.set(text);
+  }
 
   // As a user would. Does nothing after close().
-  void press(Button button);
-  bool isClosed() const;
-  bool cameToFront() const;
-  std::string deleteButtonTitle() const;
+  void press(Button button) {
+    if (const Action action = action_()) {
+      action(button);
+    }
+  }
+  bool isClosed() const { return calls.has("close"); }
+  bool cameToFront() const { return calls.has("orderFrontRegardless"); }
+
+  Record<std::string> calls;
+  Guarded<std::string> deleteButtonTitle;
   // Empty before the kind was given.
-  std::optional<Kind> kind() const;
-  std::string subject() const;
+  Guarded<std::optional<Kind>> kind;
+  Guarded<std::string> subject;
   // Path and threat; empty when it was given none.
-  std::pair<std::string, std::string> find() const;
-  bool isSuspicious() const;
-  std::string failure() const;
-  std::vector<std::string> calls() const;
+  Guarded<std::pair<std::string, std::string>> find;
+  Guarded<bool> isSuspicious;
+  Guarded<std::string> failure;
 
  private:
-  void record(const std::string& call);
-
-  mutable std::mutex mutex_;
-  std::vector<std::string> calls_;
-  std::string message_;
-  std::string deleteButtonTitle_;
-  std::optional<Kind> kind_;
-  std::string subject_;
-  std::pair<std::string, std::string> find_;
-  bool suspicious_ = false;
-  std::string failure_;
-  Action action_;
+  Guarded<std::string> message_;
+  Guarded<Action> action_;
 };
 
 class FakeInterfaceLoader final : public InterfaceLoader {
@@ -71,32 +76,35 @@ class FakeInterfaceLoader final : public InterfaceLoader {
   std::shared_ptr<ButtonDialog> load(const std::string& name) override;
   // Every dialog of that name, in the order in which they were loaded.
   std::vector<std::shared_ptr<FakeDialog>> loaded(const std::string& name);
-  void setBroken(bool broken);
+  void setBroken(bool broken) { broken_ = broken; }
 
  private:
   std::mutex mutex_;
-  bool broken_ = false;
+  std::atomic<bool> broken_{false};
   std::map<std::string, std::vector<std::shared_ptr<FakeDialog>>> loaded_;
 };
 
 class FakeMenuItem final : public MenuItem {
  public:
-  explicit FakeMenuItem(std::string title) : title_(std::move(title)) {}
-  std::string title() const override;
-  void setTitle(const std::string& title) override;
-  bool isEnabled() const override;
-  void setEnabled(bool enabled) override;
-  bool isHidden() const override;
-  void setHidden(bool hidden) override;
+  explicit FakeMenuItem(const std::string& title) : title_(title) {}
+  std::string title() const override { return title_(); }
+  void setTitle(const std::string& title) override { title_.set(title); }
+  bool isEnabled() const override { return enabled_; }
+  void setEnabled(bool enabled) override { enabled_ = enabled; }
+  bool isHidden() const override { return hidden_; }
+  void setHidden(bool hidden) override { hidden_ = hidden; }
   void setAction(std::function<void()> action) override { action_ = std::move(action); }
   // As a user would: an item that is not enabled or not to be seen does nothing.
-  void choose();
+  void choose() {
+    if (isEnabled() && !isHidden() && action_) {
+      action_();
+    }
+  }
 
  private:
-  mutable std::mutex mutex_;
-  std::string title_;
-  bool enabled_ = true;
-  bool hidden_ = false;
+  Guarded<std::string> title_;
+  std::atomic<bool> enabled_{true};
+  std::atomic<bool> hidden_{false};
   std::function<void()> action_;
 };
 
@@ -123,61 +131,48 @@ class FakeImage final : public Image {
   explicit FakeImage(std::string imageName) : name(std::move(imageName)) {}
   const std::string name;
 };
-// The name under which the image was loaded; "" for none.
+// Returns the name under which the image was loaded; "" for none.
 std::string nameOf(const ImageRef& image);
 
 class FakeImageLoader final : public ImageLoader {
  public:
   ImageRef imageNamed(const std::string& name) override;
-  std::vector<std::string> loaded();
+  Record<std::string> loaded;
 
  private:
   std::mutex mutex_;
   std::map<std::string, ImageRef> images_;
-  std::vector<std::string> loaded_;
 };
 
 class FakeStatusItem final : public StatusItem {
  public:
-  void setImage(const ImageRef& image) override;
-  void setAlternateImage(const ImageRef& image) override;
+  void setImage(const ImageRef& image) override { images.add(nameOf(image)); }
+  void setAlternateImage(const ImageRef& image) override { alternateImage.set(nameOf(image)); }
   void setHighlightMode(bool highlights) override { highlightMode = highlights; }
   void setMenu(Menu& menu) override { shownMenu = &menu; }
   void setEnabled(bool enabled) override { isEnabled = enabled; }
-  void setToolTip(const std::string& text) override;
-  std::vector<std::string> images();
-  std::string image();
-  std::string alternateImage();
-  std::string toolTip();
-  // Every one that was set, in order.
-  std::vector<std::string> toolTips();
+  void setToolTip(const std::string& text) override { toolTips.add(text); }
+  std::string image() const { return images.last(); }
+  std::string toolTip() const { return toolTips.last(); }
+  Record<std::string> images;
+  Guarded<std::string> alternateImage;
+  Record<std::string> toolTips;
   double length = 0;
   std::atomic<bool> highlightMode{false};
   std::atomic<bool> isEnabled{false};
   std::atomic<Menu*> shownMenu{nullptr};
-
- private:
-  std::mutex mutex_;
-  std::vector<std::string> images_;
-  std::string alternate_;
-  std::vector<std::string> toolTips_;
 };
 
 class FakeDockTile final : public DockTile {
  public:
-  void setState(const std::string& words) override;
-  void setWatchedFolders(const std::vector<std::string>& folders) override;
-  void addVerdict(const DockVerdict& verdict) override;
-  std::string state();
-  std::vector<std::string> watchedFolders();
-  // In the order in which they were added.
-  std::vector<DockVerdict> verdicts();
-
- private:
-  std::mutex mutex_;
-  std::string state_;
-  std::vector<std::string> watchedFolders_;
-  std::vector<DockVerdict> verdicts_;
+  void setState(const std::string& words) override { state.set(words); }
+  void setWatchedFolders(const std::vector<std::string>& folders) override {
+    watchedFolders.set(folders);
+  }
+  void addVerdict(const DockVerdict& verdict) override { verdicts.add(verdict); }
+  Guarded<std::string> state;
+  Guarded<std::vector<std::string>> watchedFolders;
+  Record<DockVerdict> verdicts;
 };
 
 class FakeStatusBar final : public StatusBar {
@@ -188,7 +183,7 @@ class FakeStatusBar final : public StatusBar {
   }
   void observeRoom(RoomObserver observer) override { room = std::move(observer); }
   FakeStatusItem item;
-  // As the desktop would tell.
+  // As the desktop would report.
   RoomObserver room;
 };
 
@@ -198,26 +193,26 @@ class FakeApplication final : public Application {
   void performOnMainThread(std::function<void()> action) override;
   void waitKeepingDesktopAlive(const std::function<void()>& wait) override;
   void terminate() override;
-  void exit(int status) override;
+  void exit(int status) override { exits.push_back(status); }
   std::optional<int> systemVersion() override { return version; }
   int transformToForegroundApplication() override;
   int activateIgnoringOtherApps() override;
   void setReopenHandler(std::function<int()> handler) override { reopen = std::move(handler); }
-  void setApplicationIconImage(const ImageRef& image) override;
+  void setApplicationIconImage(const ImageRef& image) override { iconImages.add(nameOf(image)); }
   void beep() override { ++beeps; }
 
   // Performs what was posted so far, when it is kept.
   void performPosted();
-  // Blocks until something was posted; false after ten real seconds.
-  bool waitUntilPosted();
-  std::vector<std::string> iconImages();
+  // Blocks until something was posted; returns false when nothing is in time.
+  bool waitUntilPosted() { return posted_.waitForCount(1); }
+  Record<std::string> iconImages;
 
   std::optional<int> version = 0x1060;
   int transformResult = 0;
   int activateResult = 0;
   // As another start of the program would.
   std::function<int()> reopen;
-  bool keepsPosted = false;
+  std::atomic<bool> keepsPosted{false};
   // Called while the agent waits for something that takes long, on the thread that made this.
   std::function<void()> duringWait;
   // The same on any other thread.
@@ -232,10 +227,7 @@ class FakeApplication final : public Application {
   std::vector<int> exits;
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::function<void()>> posted_;
-  std::vector<std::string> iconImages_;
+  Record<std::function<void()>> posted_;
   const std::thread::id mainThread_ = std::this_thread::get_id();
 };
 
@@ -249,8 +241,7 @@ class FakeThreads final : public ThreadStarter {
   void run(const std::string& name);
 
  private:
-  std::mutex mutex_;
-  std::vector<std::pair<std::string, std::function<void()>>> threads_;
+  Record<std::pair<std::string, std::function<void()>>> threads_;
 };
 
 struct FakeMainInterface {

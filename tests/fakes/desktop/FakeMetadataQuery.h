@@ -31,7 +31,7 @@ class FakeMetadataQuery final : public MetadataQuery {
   void enableUpdates() override { calls_->push_back("enable"); }
   bool isGatheringComplete() const override { return complete; }
 
-  void tell(const MetadataNotification& notification) {
+  void report(const MetadataNotification& notification) {
     observers_.at(notification.name)(notification);
   }
 

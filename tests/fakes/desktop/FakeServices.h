@@ -1,8 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -22,6 +22,7 @@
 #include "platform/Volumes.h"
 #include "platform/Workspace.h"
 #include "posix/Text.h"
+#include "tests/support/Record.h"
 
 // Desktop services without a desktop. Each records what was asked of it; those that several threads
 // reach are locked.
@@ -29,24 +30,25 @@ namespace quillo {
 
 class FakeSystemLog final : public SystemLog {
  public:
-  void log(std::string_view message) override;
-  std::vector<std::string> lines();
-  bool has(const std::string& line);
-  int count(const std::string& line);
-  // Blocks until that line has come; false after ten real seconds without.
-  bool waitFor(const std::string& line, int times = 1);
-  void clear();
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::string> lines_;
+  void log(std::string_view message) override {
+    message.remove_suffix(message.ends_with('\n') ? 1 : 0);
+    lines.add(std::string(message));
+  }
+  bool has(const std::string& line) const { return lines.has(line); }
+  int count(const std::string& line) const { return lines.count(line); }
+  // Blocks until that line has come so often; returns false when it does not in time.
+  bool waitFor(const std::string& line, int times = 1) {
+    return lines.waitUntil(
+        [&](const auto& all) { return std::count(all.begin(), all.end(), line) >= times; });
+  }
+  void clear() { lines.clear(); }
+  Record<std::string> lines;
 };
 
 class FakePreferenceStore final : public PreferenceStore {
  public:
   void addSuiteNamed(const std::string& domain) override;
-  void synchronize() override;
+  void synchronize() override { ++synchronizations_; }
   std::optional<PreferenceValue> objectForKey(const std::string& key) override;
   bool hasAny() override;
   std::string fileOf(const std::string& domain) const override {
@@ -63,14 +65,14 @@ class FakePreferenceStore final : public PreferenceStore {
   void setOfMainApplication(const std::string& key, PreferenceValue value);
   void remove(const std::string& key);
   std::vector<std::string> suites();
-  int synchronizations();
+  int synchronizations() const { return synchronizations_; }
 
  private:
   std::mutex mutex_;
   std::map<std::string, PreferenceValue> own_;
   std::map<std::string, PreferenceValue> ofMainApplication_;
   std::vector<std::string> suites_;
-  int synchronizations_ = 0;
+  std::atomic<int> synchronizations_{0};
 };
 
 // One entry of "QuilloFolderArray".
@@ -78,7 +80,7 @@ PreferenceValue watchedFolder(const std::string& path, bool withSubdirs);
 // One entry of "ExcludePatterns".
 PreferenceValue excludePattern(const std::string& pattern, bool enabled, bool isRegEx);
 
-// Gives each key back in angle brackets, unless told a text for it.
+// Returns each key in angle brackets, unless it was given a text for it.
 class FakeLocalizedStrings final : public LocalizedStrings {
  public:
   std::string stringForKey(const std::string& key, const std::string& fallback) override;
@@ -88,27 +90,24 @@ class FakeLocalizedStrings final : public LocalizedStrings {
 class FakeGrowl final : public GrowlApplicationBridge {
  public:
   void setGrowlDelegate(const GrowlRegistration& given) override { registration = given; }
-  bool isGrowlRunning() override;
-  void notify(const GrowlNotification& notification) override;
-  void withdraw(const std::string& topic) override;
+  bool isGrowlRunning() override { return running_; }
+  void notify(const GrowlNotification& notification) override { posted.add(notification); }
+  void withdraw(const std::string& topic) override { withdrawn.add(topic); }
   void handOver() override {
     if (atHandOver) {
       atHandOver();
     }
   }
 
-  void setRunning(bool running);
-  std::vector<GrowlNotification> posted();
+  void setRunning(bool running) { running_ = running; }
+  Record<GrowlNotification> posted;
   // The topics, in the order in which they were withdrawn.
-  std::vector<std::string> withdrawn();
+  Record<std::string> withdrawn;
   std::optional<GrowlRegistration> registration;
   std::function<void()> atHandOver;
 
  private:
-  std::mutex mutex_;
-  bool running_ = true;
-  std::vector<GrowlNotification> posted_;
-  std::vector<std::string> withdrawn_;
+  std::atomic<bool> running_{true};
 };
 
 class FakeDistributedNotificationCenter final : public DistributedNotificationCenter {
@@ -156,7 +155,7 @@ class FakeMountNotifications final : public MountNotifications {
   std::function<void(const std::string&)> observer;
 };
 
-// Tells what a test makes appear, on the test's thread.
+// Reports what a test makes appear, on the test's thread.
 class FakeNameWatch final : public NameWatch {
  public:
   void start(const std::vector<NamedPlace>& wanted, NameWatchObserver& watcher) override {
@@ -172,14 +171,15 @@ class FakeNameWatch final : public NameWatch {
 
 class FakeFileDepartures final : public FileDepartures {
  public:
-  void watch(const std::string& path, std::function<bool()> hasLeft) override;
-  // As when the system tells of a change: asks for every file that is looked after.
+  void watch(const std::string& path, std::function<bool()> hasLeft) override {
+    watched_.add({path, std::move(hasLeft)});
+  }
+  // As when the system reports a change: asks for every file that is looked after.
   void ask();
   std::vector<std::string> watched();
 
  private:
-  std::mutex mutex_;
-  std::vector<std::pair<std::string, std::function<bool()>>> watched_;
+  Record<std::pair<std::string, std::function<bool()>>> watched_;
 };
 
 class FakeFolders final : public Folders {
@@ -229,10 +229,19 @@ class FakeAuthorization final : public Authorization {
 
 class FakeWorkspace final : public Workspace {
  public:
-  bool openFile(const std::string& path) override;
-  bool selectFile(const std::string& path) override;
+  bool openFile(const std::string& path) override {
+    opened.push_back(path);
+    return answer;
+  }
+  bool selectFile(const std::string& path) override {
+    selected.push_back(path);
+    return answer;
+  }
   std::string recycle(const std::string& sourceFolder,
-                      const std::vector<std::string>& names) override;
+                      const std::vector<std::string>& names) override {
+    recycled.emplace_back(sourceFolder, names);
+    return answer ? "" : "no such file";
+  }
   bool answer = true;
   std::vector<std::string> opened;
   std::vector<std::string> selected;

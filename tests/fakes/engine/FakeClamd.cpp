@@ -47,7 +47,7 @@ void FakeClamd::receive(UniqueFd visitor) {
     }
   }
   if (behaviour_ != Behaviour::staysSilent) {
-    // Before the visit is told: a test may count this process's descriptors then.
+    // Before the visit is reported: a test may count this process's descriptors then.
     visitor.reset();
   }
   std::lock_guard hold(mutex_);

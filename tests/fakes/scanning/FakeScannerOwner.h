@@ -1,9 +1,8 @@
 #pragma once
 
-#include <algorithm>
-#include <condition_variable>
+#include <atomic>
+#include <functional>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -15,6 +14,7 @@
 #include "scanning/ScannerOwner.h"
 #include "settings/WatchSettings.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/Record.h"
 
 // What stands around the scanners, without an agent.
 namespace quillo {
@@ -36,19 +36,10 @@ class FakeScanObserver : public ScanObserver {
         return add(verdict.path + " = another line");
     }
   }
-  std::vector<std::string> reported() {
-    std::lock_guard hold(mutex_);
-    return reported_;
-  }
+  Record<std::string> reports;
 
  private:
-  void add(const std::string& what) {
-    std::lock_guard hold(mutex_);
-    reported_.push_back(what);
-  }
-
-  std::mutex mutex_;
-  std::vector<std::string> reported_;
+  void add(const std::string& report) { reports.add(report); }
 };
 
 // Writes down every call in words, in the order in which they came. Keeps the dialogs and the
@@ -66,114 +57,81 @@ class FakeScannerOwner final : public ScannerOwner,
   }
   void runBegan(std::size_t files) override {
     FakeScanObserver::runBegan(files);
-    record("run began");
+    calls.add("run began");
     ++runs;
   }
   void runEnded(std::size_t files) override {
     FakeScanObserver::runEnded(files);
-    record("run ended");
+    calls.add("run ended");
     --runs;
   }
   bool clamdStillAlive() override {
-    record("alive?");
+    calls.add("alive?");
     if (duringAliveCheck) {
       duringAliveCheck();
     }
     return alive;
   }
   void recoverFromCrashedClamd() override {
-    record("recover");
+    calls.add("recover");
     if (duringRecovery) {
       duringRecovery();
     }
   }
   void recoverUnreachableClamd() override {
-    record("recover unreachable");
+    calls.add("recover unreachable");
     if (duringRecovery) {
       duringRecovery();
     }
   }
   void noEnginePanic(const std::string& program) override {
     missingProgram = program;
-    record("no engine");
+    calls.add("no engine");
   }
   std::string getQuitMenuName() const override { return "Quit Vantrel Quillo"; }
-  void quit() override { record("quit"); }
+  void quit() override { calls.add("quit"); }
   void openAndWait(const std::string& folder) override {
-    record("open " + folder);
+    calls.add("open " + folder);
     if (duringOpening) {
       duringOpening();
     }
   }
-  void open(const std::string& folder) override { record("open at once " + folder); }
-  void openScanLog() override { record("open log"); }
+  void open(const std::string& folder) override { calls.add("open at once " + folder); }
+  void openScanLog() override { calls.add("open log"); }
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
-                                                 const NotificationDetails& details) override {
-    record("notify " + std::to_string(code) + " " + description);
-    {
-      std::lock_guard hold(mutex_);
-      details_.push_back(details);
-    }
+                                                 const NotificationDetails& given) override {
+    calls.add("notify " + std::to_string(code) + " " + description);
+    details.add(given);
     if (duringNotification) {
       duringNotification();
     }
     return true;
   }
   void addToDialogList(std::shared_ptr<FileRemover> dialog) override {
-    record("add dialog");
-    std::lock_guard hold(mutex_);
-    dialogs_.push_back(std::move(dialog));
+    calls.add("add dialog");
+    dialogs.add(std::move(dialog));
   }
   void removeFromDialogList(const FileRemover& dialog) override {
-    record("remove dialog");
+    calls.add("remove dialog");
     if (duringRemoval) {
       duringRemoval();
     }
-    std::lock_guard hold(mutex_);
-    std::erase_if(dialogs_, [&dialog](const auto& entry) { return entry.get() == &dialog; });
+    dialogs.removeIf([&dialog](const auto& entry) { return entry.get() == &dialog; });
   }
   void removeAllFromDialogList() override {
-    record("remove all dialogs");
+    calls.add("remove all dialogs");
     for (const auto& dialog : dialogs()) {
       dialog->ignoreWarning();
     }
-    std::lock_guard hold(mutex_);
-    dialogs_.clear();
+    dialogs.clear();
   }
+  void withdraw(const std::string& topic) override { withdrawn.add(topic); }
 
-  void withdraw(const std::string& topic) override {
-    std::lock_guard hold(mutex_);
-    withdrawn_.push_back(topic);
-  }
-
-  std::vector<std::string> calls() {
-    std::lock_guard hold(mutex_);
-    return calls_;
-  }
+  Record<std::string> calls;
   // Of every notification, in their order.
-  std::vector<NotificationDetails> details() {
-    std::lock_guard hold(mutex_);
-    return details_;
-  }
-  bool hasWithdrawn(const std::string& topic) {
-    std::lock_guard hold(mutex_);
-    return std::count(withdrawn_.begin(), withdrawn_.end(), topic) > 0;
-  }
-  // Only withdrawals from now on count.
-  void forgetWithdrawals() {
-    std::lock_guard hold(mutex_);
-    withdrawn_.clear();
-  }
-  bool wasCalled(const std::string& call) { return timesCalled(call) > 0; }
-  int timesCalled(const std::string& call) {
-    const auto made = calls();
-    return static_cast<int>(std::count(made.begin(), made.end(), call));
-  }
-  std::vector<std::shared_ptr<FileRemover>> dialogs() {
-    std::lock_guard hold(mutex_);
-    return dialogs_;
-  }
-
+  Record<NotificationDetails> details;
+  Record<std::string> withdrawn;
+  Record<std::shared_ptr<FileRemover>> dialogs;
   Dispatcher& theDispatcher;
   std::string missingProgram;
   WatchSettings chosen;
@@ -184,90 +142,35 @@ class FakeScannerOwner final : public ScannerOwner,
   std::function<void()> duringRemoval;
   std::function<void()> duringRecovery;
   std::function<void()> duringOpening;
-
- private:
-  void record(const std::string& call) {
-    std::lock_guard hold(mutex_);
-    calls_.push_back(call);
-  }
-
-  std::mutex mutex_;
-  std::vector<std::string> calls_;
-  std::vector<NotificationDetails> details_;
-  std::vector<std::string> withdrawn_;
-  std::vector<std::shared_ptr<FileRemover>> dialogs_;
 };
 
 // Keeps the stations that files passed, and lets a test wait for one.
 class FakePipelineObserver final : public PipelineObserver {
  public:
-  void noticed(const std::string& path) override { add(noticed_, {path}); }
+  void noticed(const std::string& path) override { noticedPaths.add(path); }
   void becameStable(const std::string& path) override {
     if (std::exchange(failsOnce, false)) {
       throw std::runtime_error("no memory");
     }
-    add(stable_, {path});
+    stablePaths.add(path);
   }
-  void scanStarted(const std::vector<std::string>& paths) override { add(started_, paths); }
+  void scanStarted(const std::vector<std::string>& paths) override { startedPaths.addAll(paths); }
   void scanEnded(const std::vector<std::string>& paths, int status) override {
-    {
-      std::lock_guard hold(mutex_);
-      batches_.push_back(paths);
-      statuses_.push_back(status);
-    }
-    add(ended_, paths);
+    batches.add(paths);
+    statuses.add(status);
+    scannedPaths.addAll(paths);
   }
-  void abandoned(const std::vector<std::string>& paths) override { add(abandoned_, paths); }
+  void abandoned(const std::vector<std::string>& paths) override { abandonedPaths.addAll(paths); }
 
-  std::vector<std::string> noticedPaths() { return copyOf(noticed_); }
-  std::vector<std::string> stablePaths() { return copyOf(stable_); }
-  std::vector<std::string> startedPaths() { return copyOf(started_); }
-  std::vector<std::string> scannedPaths() { return copyOf(ended_); }
-  std::vector<std::string> abandonedPaths() { return copyOf(abandoned_); }
-  std::vector<std::vector<std::string>> batches() {
-    std::lock_guard hold(mutex_);
-    return batches_;
-  }
-  std::vector<int> statuses() {
-    std::lock_guard hold(mutex_);
-    return statuses_;
-  }
-  // Blocks until that many paths were scanned; false after `patience` without.
-  bool waitUntilScanned(std::size_t count,
-                        std::chrono::milliseconds patience = std::chrono::seconds(10)) {
-    return waitUntil(patience, [this, count] { return ended_.size() >= count; });
-  }
-  bool waitUntilStable(std::size_t count) {
-    return waitUntil(std::chrono::seconds(10), [this, count] { return stable_.size() >= count; });
-  }
-
+  Record<std::string> noticedPaths;
+  Record<std::string> stablePaths;
+  Record<std::string> startedPaths;
+  Record<std::string> scannedPaths;
+  Record<std::string> abandonedPaths;
+  Record<std::vector<std::string>> batches;
+  Record<int> statuses;
   // Throws when the next path becomes stable.
   bool failsOnce = false;
-
- private:
-  void add(std::vector<std::string>& list, const std::vector<std::string>& paths) {
-    std::lock_guard hold(mutex_);
-    list.insert(list.end(), paths.begin(), paths.end());
-    changed_.notify_all();
-  }
-  std::vector<std::string> copyOf(const std::vector<std::string>& list) {
-    std::lock_guard hold(mutex_);
-    return list;
-  }
-  bool waitUntil(std::chrono::milliseconds patience, const std::function<bool()>& condition) {
-    std::unique_lock hold(mutex_);
-    return changed_.wait_for(hold, patience, condition);
-  }
-
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::string> noticed_;
-  std::vector<std::string> stable_;
-  std::vector<std::string> started_;
-  std::vector<std::string> ended_;
-  std::vector<std::string> abandoned_;
-  std::vector<std::vector<std::string>> batches_;
-  std::vector<int> statuses_;
 };
 
 inline ScannerServices scannerServicesOf(FakePlatform& desktop, Clock& clock,

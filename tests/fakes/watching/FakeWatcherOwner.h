@@ -1,10 +1,9 @@
 #pragma once
 
-#include <condition_variable>
+#include <atomic>
 #include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "platform/Notifier.h"
 #include "posix/Snapshot.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/Record.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
@@ -23,13 +23,13 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
   std::shared_ptr<const WatchedFolderList> getWatchedFolderList() override { return list_.load(); }
   std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() override { return flags_.load(); }
   void stopWatcherFromWatcher() override {
-    note("stopWatcher");
+    calls.add("stopWatcher");
     if (onStop) {
       onStop();
     }
   }
   void startWatcherFromWatcher() override {
-    note("startWatcher");
+    calls.add("startWatcher");
     if (onStart) {
       onStart();
     }
@@ -37,40 +37,27 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
                                                  const NotificationDetails& details) override {
     const std::string topic = details.topic.empty() ? "" : details.topic + " ";
-    note(topic + (code == notificationError ? "error: " : "notification: ") + description);
+    calls.add(topic + (code == notificationError ? "error: " : "notification: ") + description);
     return true;
   }
-  void withdraw(const std::string& topic) override { note("withdraw " + topic); }
+  void withdraw(const std::string& topic) override { calls.add("withdraw " + topic); }
 
-  void setHelperFails(bool fails) override {
-    std::lock_guard hold(mutex_);
-    helperFails_ = fails;
-    changed_.notify_all();
-  }
+  void setHelperFails(bool fails) override { helperFails = fails; }
   void setPlacesWithGaps(std::size_t count) override {
-    note("places with gaps: " + std::to_string(count));
+    calls.add("places with gaps: " + std::to_string(count));
   }
-  bool helperFails() {
-    std::lock_guard hold(mutex_);
-    return helperFails_;
-  }
-
-  void addToItemList(std::vector<std::string>& paths) override {
+  void addToItemList(std::vector<std::string>& given) override {
     if (refusal) {
       std::rethrow_exception(std::exchange(refusal, nullptr));
     }
-    std::lock_guard hold(mutex_);
-    paths_.insert(paths_.end(), paths.begin(), paths.end());
-    paths.clear();
-    changed_.notify_all();
+    paths.addAll(given);
+    given.clear();
   }
   void addStringToItemList(const std::string& path) override {
     if (onPath) {
       onPath();
     }
-    std::lock_guard hold(mutex_);
-    paths_.push_back(path);
-    changed_.notify_all();
+    paths.add(path);
   }
 
   // `folder` as the watch list holds it: a folder with a "/" at its end.
@@ -89,21 +76,9 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
   }
   void watchNothing() { list_.store({}); }
 
-  std::vector<std::string> paths() {
-    std::lock_guard hold(mutex_);
-    return paths_;
-  }
-  // Blocks until that many paths were handed over; false after ten real seconds without.
-  bool waitForPaths(std::size_t count) {
-    std::unique_lock hold(mutex_);
-    return changed_.wait_for(hold, std::chrono::seconds(10),
-                             [&] { return paths_.size() >= count; });
-  }
-  std::vector<std::string> calls() {
-    std::lock_guard hold(mutex_);
-    return calls_;
-  }
-
+  Record<std::string> paths;
+  Record<std::string> calls;
+  std::atomic<bool> helperFails{false};
   // Whoever hands a list over gets this instead, once.
   std::exception_ptr refusal;
   std::function<void()> onPath;
@@ -111,18 +86,8 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
   std::function<void()> onStart;
 
  private:
-  void note(const std::string& call) {
-    std::lock_guard hold(mutex_);
-    calls_.push_back(call);
-  }
-
   Snapshot<WatchedFolderList> list_;
   Snapshot<SubdirectoryFlags> flags_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::string> paths_;
-  std::vector<std::string> calls_;
-  bool helperFails_ = false;
 };
 
 inline WatcherServices watcherServicesOf(FakePlatform& desktop, Clock& clock,

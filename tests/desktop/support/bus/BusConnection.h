@@ -2,8 +2,12 @@
 
 #include <gio/gio.h>
 
+#include <condition_variable>
 #include <functional>
+#include <map>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace quillo {
 
@@ -39,6 +43,49 @@ class BusTap {
                               gpointer self);
 
   const Listener listener_;
+  const BusConnection connection_;
+};
+
+// Hears every call and every signal on a bus, from its making on. Any thread may ask it.
+class BusMonitor {
+ public:
+  explicit BusMonitor(const std::string& address);
+
+  // Waits until so many calls or signals of that member have been heard whose arguments, in
+  // GVariant's text format, hold that text; false after twenty seconds.
+  bool hears(const std::string& member, const std::string& text = "", int times = 1);
+  int count(const std::string& member, const std::string& text = "");
+
+ private:
+  struct Message {
+    std::string member;
+    std::string arguments;
+  };
+
+  void note(GDBusMessage* message);
+  int countLocked(const std::string& member, const std::string& text) const;
+
+  std::mutex mutex_;
+  std::condition_variable heard_;
+  std::vector<Message> messages_;
+  const BusTap tap_;
+};
+
+// A service that a bus has as long as this object.
+class StandInService {
+ public:
+  // What is answered to a call of a member, a tuple in GVariant's text format; nothing by default.
+  using Answers = std::map<std::string, std::string>;
+
+  StandInService(const std::string& address, const std::string& name, Answers answers = {});
+  StandInService(const StandInService&) = delete;
+  StandInService& operator=(const StandInService&) = delete;
+
+ private:
+  static GDBusMessage* answer(GDBusConnection* connection, GDBusMessage* message, gboolean incoming,
+                              gpointer self);
+
+  const Answers answers_;
   const BusConnection connection_;
 };
 

@@ -45,7 +45,7 @@ struct FakeServer {
   }
   // As when the user presses the button of that key.
   void invoke(uint id, const QString& key) { sendSignal(bus, "ActionInvoked", {id, key}); }
-  void tellClosed(uint id) { sendSignal(bus, "NotificationClosed", {id, 2U}); }
+  void reportClosed(uint id) { sendSignal(bus, "NotificationClosed", {id, 2U}); }
   static void sendSignal(TestBus& from, const QString& name, const QVariantList& arguments) {
     QDBusMessage signal = QDBusMessage::createSignal(notificationPath, notificationService, name);
     signal.setArguments(arguments);

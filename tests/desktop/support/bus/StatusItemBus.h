@@ -25,7 +25,7 @@ class StatusItemBus {
   std::string property(const std::string& item, const std::string& name);
   // How often an item has said so far that it has another picture.
   int pictureChanges(const std::string& item);
-  // The same of its tool tip.
+  // Likewise of its tool tip.
   int toolTipChanges(const std::string& item);
 
  private:

@@ -5,14 +5,24 @@
 #include <QImage>
 #include <QRect>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "tests/desktop/support/screen/Bells.h"
-
 namespace quillo {
+
+// The bell of an X display (X Keyboard Extension, BellNotify): what a program's beep comes to.
+class Bells {
+ public:
+  // From now on the connection's events report it.
+  explicit Bells(xcb_connection_t* connection);
+  bool isBell(const xcb_generic_event_t& event) const;
+
+ private:
+  std::uint8_t eventCode_ = 0;
+};
 
 // What is to be seen on an X display, as another client of it sees it.
 class Screen {
@@ -22,8 +32,8 @@ class Screen {
   Screen(const Screen&) = delete;
   Screen& operator=(const Screen&) = delete;
 
-  // Whether the predicate came true: asked at first, and again whenever something was drawn or a
-  // window came or went, and some times a second, for at most twenty seconds.
+  // Returns true once the predicate holds: asks at first, and again whenever something was drawn or
+  // a window came or went, and some times a second, for at most twenty seconds.
   bool eventually(const std::function<bool()>& predicate);
 
   QImage picture();
@@ -31,7 +41,7 @@ class Screen {
   std::optional<QRect> find(QRgb colour, const QRect& area);
   // Titles of the windows that the window manager shows; empty before there is one.
   std::vector<std::string> windowTitles();
-  // The same, the topmost last.
+  // Returns windowTitles(), the topmost last.
   std::vector<std::string> stackedTitles();
   std::size_t countWindows(const std::string& title);
   // Waits until a window manager does what it is asked to; false when none does.

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "tests/desktop/support/screen/SwayIpc.h"
-#include "tests/desktop/support/screen/WaylandPointer.h"
 #include "tests/desktop/support/session/UserSession.h"
 
 namespace quillo {
@@ -21,7 +20,7 @@ class SwaySession final : public UserSession {
  public:
   struct Options {
     int scale = 1;
-    // Whether there is an X server for programs that know no better.
+    // There is an X server for programs that know no better.
     bool hasXwayland = false;
     // More lines for sway's configuration.
     std::string configuration = {};
@@ -52,7 +51,7 @@ class SwaySession final : public UserSession {
   // The room for windows and the bar.
   QSize size() const { return QSize(width, height) / options_.scale; }
 
-  // Whether the predicate came true: asked at first, and again whenever a window came, went or
+  // Returns true once the predicate holds: asks at first, and again whenever a window came, went or
   // changed, and some times a second, for at most twenty seconds.
   bool eventually(const std::function<bool()>& predicate);
 

@@ -66,7 +66,7 @@ class UserSession {
   // A program of the user, found in PATH; it ends with this object at the latest.
   std::unique_ptr<ChildProcess> startCommand(std::vector<std::string> command,
                                              int descriptorThree = -1);
-  // The same, to its end.
+  // Likewise, to its end.
   void run(std::vector<std::string> command);
 
   // The user's hand, in pixels of the screen.

@@ -24,7 +24,7 @@ class GuardedHome {
   // `preferences` are lines of TOML that follow those for the engine and precede the watched
   // folders.
   explicit GuardedHome(const std::string& preferences = "") : GuardedHome(preferences, Places()) {}
-  // The same elsewhere.
+  // Likewise elsewhere.
   GuardedHome(const std::string& preferences, const Places& places);
   ~GuardedHome();
   GuardedHome(const GuardedHome&) = delete;

@@ -61,7 +61,7 @@ PrivateClamd::PrivateClamd(const Settings& settings) {
     return true;
   });
   // Its number and its first answer come a moment after it has detached. The process that started
-  // it ends with 0, or of the signal by which the daemon tells it, if that comes too early.
+  // it ends with 0, or of the signal by which the daemon reports it, if that comes too early.
   const auto isUp = [this] {
     process_ = static_cast<pid_t>(std::atol(TemporaryFolder::read(folder_.at("pid")).c_str()));
     return process_ > 1 && answers();

@@ -34,7 +34,7 @@ class PrivateClamd {
   // What it calls eicar(), with the default database.
   static std::string threat() { return "Test-Threat.UNOFFICIAL"; }
 
-  // Whether it says PONG.
+  // Returns true when it says PONG.
   bool answers() const;
   // SIGSTOP, SIGCONT, SIGKILL ...
   void send(int signal) const;

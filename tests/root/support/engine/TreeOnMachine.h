@@ -39,7 +39,7 @@ class TreeOnMachine : public testing::Test {
 
   std::string option(const std::string& file, const std::string& name) const;
   std::string socketOf(const std::string& root) const;
-  // Whether a clamd says PONG there.
+  // Returns true when a clamd says PONG there.
   bool answers(const std::string& socket) const;
   // What the tree's scanner says of a file.
   Outcome scan(uid_t user, const std::string& root, const std::string& file) const;

@@ -19,7 +19,8 @@ struct Ending {
   rusage usage{};
 };
 
-// A process of an ordinary user that starts the helper as the agent does, and does as told.
+// A process of an ordinary user that starts the helper as the agent does, and does what it is
+// asked.
 class StandInAgent {
  public:
   struct Options {

@@ -45,4 +45,19 @@ class Lines {
   std::vector<std::string> lines_;
 };
 
+// Stands in for the system log (syslog(3)) of the world that a test runs in.
+class SystemLogListener {
+ public:
+  SystemLogListener();
+  ~SystemLogListener();
+  SystemLogListener(const SystemLogListener&) = delete;
+  SystemLogListener& operator=(const SystemLogListener&) = delete;
+
+  // Waits for the next message; empty at the deadline.
+  std::string next(std::chrono::milliseconds limit = deadline);
+
+ private:
+  int socket_;
+};
+
 }  // namespace quillo::tests

@@ -65,5 +65,18 @@ TEST_F(WorkAfterStop, LeavesTheIconIdleWhenItIsAScanDuringAnUpdate) {
   EXPECT_EQ(clock.shown, idleThenScan());
 }
 
+class ThrobberUpdate : public ThrobberFixture {};
+
+TEST_F(ThrobberUpdate, IsOverBeforeTheCountFalls) {
+  Throbber throbber{services()};
+  throbber.setController(owner);
+  std::vector<std::pair<std::int32_t, bool>> changes;
+  owner.atChange = [&](std::int32_t delta) { changes.emplace_back(delta, throbber.isUpdating()); };
+  throbber.startUpdate();
+  throbber.stopUpdate();
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_EQ(changes[1], (std::pair<std::int32_t, bool>{-1, false}));
+}
+
 }  // namespace
 }  // namespace quillo

@@ -1,4 +1,4 @@
-#include "helper/Warnings.h"
+#include "helper/Failure.h"
 
 #include <syslog.h>
 
@@ -9,7 +9,7 @@ namespace {
 
 constexpr int linesAMinute = 60;
 
-// Whether another line may be written now; `withheld` is what was held back before it.
+// Returns true when another line may be written now; `withheld` is what was held back before it.
 bool mayWrite(unsigned& withheld) {
   static time_t minute = 0;
   static int written = 0;
