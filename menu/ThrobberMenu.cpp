@@ -69,10 +69,10 @@ void Throbber::showMend() {
       break;
   }
   if (key) {
-    mendMenuItem.setTitle(services_.localizedStrings.stringForKey(key, ""));
-    mendMenuItem.setEnabled(isEnabled);
+    mendMenuItem_.setTitle(services_.localizedStrings.stringForKey(key, ""));
+    mendMenuItem_.setEnabled(isEnabled);
   }
-  mendMenuItem.setHidden(!key);
+  mendMenuItem_.setHidden(!key);
 }
 
 void Throbber::clearMenu() {

@@ -25,12 +25,12 @@ std::string makeFile(const std::string& subject, const std::string& path,
   if (!file) {
     return problemWith(subject, path, " cannot be made: ");
   }
-  // Some file systems tell only then that they had no room.
+  // Some file systems report only then that they had no room.
   const auto isClosed = [&file] { return close(file.release()) == 0 || errno == EINTR; };
   if (!writeAll(file.get(), contents) || !isClosed()) {
-    const std::string told = problemWith(subject, path, " cannot be written: ");
+    std::string problem = problemWith(subject, path, " cannot be written: ");
     unlink(path.c_str());
-    return told;
+    return problem;
   }
   return {};
 }

@@ -146,7 +146,7 @@ Wording whyUnsafe(const std::string& path) {
     return {"PATH_NOT_ABSOLUTE", {path}};
   }
   for (std::size_t slash = 0; slash != std::string::npos; slash = path.find('/', slash + 1)) {
-    const Wording why = whyUnsafeFolder(slash == 0 ? "/" : path.substr(0, slash));
+    Wording why = whyUnsafeFolder(slash == 0 ? "/" : path.substr(0, slash));
     if (!why.empty()) {
       return why;
     }

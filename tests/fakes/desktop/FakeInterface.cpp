@@ -13,7 +13,7 @@ void FakeDialog::record(const std::string& call) {
 void FakeDialog::close() {
   Action released;
   std::lock_guard hold(mutex_);
-  calls_.push_back("close");
+  calls_.emplace_back("close");
   released.swap(action_);
 }
 
@@ -64,7 +64,7 @@ void FakeDialog::setSuspicious(bool suspicious) {
 
 void FakeDialog::showFailure(const std::string& text) {
   std::lock_guard hold(mutex_);
-  calls_.push_back("showFailure");
+  calls_.emplace_back("showFailure");
   failure_ = text;
 }
 
