@@ -8,7 +8,6 @@
 #include "platform/LocalizedStrings.h"
 #include "posix/Accounts.h"
 #include "posix/Clock.h"
-#include "posix/Text.h"
 
 namespace quillo {
 

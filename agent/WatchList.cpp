@@ -7,7 +7,6 @@
 #include "platform/MountNotifications.h"
 #include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
-#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "scanning/Dispatcher.h"
 #include "settings/TypedPreferences.h"

@@ -2,8 +2,6 @@
 
 #include "platform/Application.h"
 #include "platform/DockTile.h"
-#include "platform/Folders.h"
-#include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
 #include "platform/StatusItem.h"
 #include "posix/Clock.h"

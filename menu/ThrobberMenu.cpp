@@ -6,11 +6,9 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
 #include "platform/ModifierKeys.h"
-#include "platform/StatusItem.h"
 #include "platform/Workspace.h"
 #include "posix/Accounts.h"
 #include "posix/FileFacts.h"
-#include "posix/Text.h"
 
 namespace quillo {
 

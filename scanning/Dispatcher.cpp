@@ -1,6 +1,5 @@
 #include "scanning/Dispatcher.h"
 
-#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -8,7 +7,6 @@
 #include "platform/Volumes.h"
 #include "posix/FileFacts.h"
 #include "posix/FolderReader.h"
-#include "posix/Text.h"
 #include "scanning/PipelineObserver.h"
 
 namespace quillo {

@@ -6,7 +6,6 @@
 
 #include "platform/Folders.h"
 #include "platform/SystemLog.h"
-#include "scanning/AbortedScans.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/EngineRun.h"
 #include "scanning/ScanList.h"

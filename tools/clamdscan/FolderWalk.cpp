@@ -1,7 +1,6 @@
 #include "tools/clamdscan/FolderWalk.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <vector>

@@ -10,7 +10,6 @@
 #include "platform/linux/text/DisplayText.h"
 #include "platform/linux/text/MenuTitle.h"
 #include "platform/linux/tray/QtImage.h"
-#include "posix/Text.h"
 
 namespace quillo {
 namespace {

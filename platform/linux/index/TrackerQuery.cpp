@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <QDateTime>
-#include <iterator>
 #include <utility>
 
 namespace quillo {
