@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -18,6 +19,9 @@ struct Program {
   std::string path;
   std::string name;
 };
+
+// What the test is called by.
+void PrintTo(const Program& program, std::ostream* out) { *out << program.name; }
 
 class ProgramOptions : public testing::TestWithParam<Program> {
  protected:
