@@ -71,7 +71,7 @@ void DefinitionUpdates::performDefsUpdate(bool notify) {
     request.arguments.push_back(*logLocation);
   }
   if (exit1MeansUpdated) {
-    request.arguments.push_back("--on-update-execute=EXIT_1");
+    request.arguments.emplace_back("--on-update-execute=EXIT_1");
   }
   request.output = LaunchRequest::Output::discardedStdout;
   if (isReadableFile(request.launchPath)) {

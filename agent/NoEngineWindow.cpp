@@ -69,7 +69,7 @@ std::string textOf(const EngineProblem& problem, LocalizedStrings& strings) {
 
 std::string textAloneOf(const EngineProblem& problem, const std::string& engineCommand,
                         LocalizedStrings& strings) {
-  const std::string text = textOf(problem, strings);
+  std::string text = textOf(problem, strings);
   const char* advice = adviceAloneFor(problem.kind);
   if (!advice) {
     return text;

@@ -42,7 +42,7 @@ class ScratchFolders {
 // settings().
 class Preferences {
  public:
-  Preferences(PreferenceStore& quilloPrefs, const TypedPreferences& typed, SystemLog& log,
+  Preferences(PreferenceStore& store, const TypedPreferences& typed, SystemLog& log,
               ClamdLink& engine, DaemonStart& daemon, ScratchFolders& scratchFolders);
 
   // Reads everything, makes sure that the daemon runs and makes the scratch folders, in the fixed

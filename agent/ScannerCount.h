@@ -10,22 +10,22 @@ namespace quillo {
 // How many scans and updates run now. Any thread.
 class ScannerCount {
  public:
-  explicit ScannerCount(Clock& clock) : locks(clock) {}
+  explicit ScannerCount(Clock& clock) : locks_(clock) {}
 
   // Returns the count, which is read without a lock.
-  std::int32_t scannerCount() const { return count; }
+  std::int32_t scannerCount() const { return count_; }
   // Changes the count, which is not clamped, and wakes the animation.
   void modifyScannerCountBy(std::int32_t delta) {
-    locks.throbberLock.lock();
+    locks_.throbberLock.lock();
     {
-      MutexLock hold(locks.scannerCountLock);
-      count += delta;
+      MutexLock hold(locks_.scannerCountLock);
+      count_ += delta;
     }
-    locks.throbberLock.signal();
-    locks.throbberLock.unlock();
+    locks_.throbberLock.signal();
+    locks_.throbberLock.unlock();
   }
-  Condition& throbberLock() { return locks.throbberLock; }
-  Mutex& scannerCountLock() { return locks.scannerCountLock; }
+  Condition& throbberLock() { return locks_.throbberLock; }
+  Mutex& scannerCountLock() { return locks_.scannerCountLock; }
 
  private:
   struct Locks {
@@ -35,9 +35,9 @@ class ScannerCount {
   };
 
   // Own synchronisation.
-  Locks locks;
+  Locks locks_;
   // Written with both locks held, in that order; read without.
-  std::atomic<std::int32_t> count{0};
+  std::atomic<std::int32_t> count_{0};
 };
 
 }  // namespace quillo

@@ -17,7 +17,7 @@ class ClamConf {
   static ClamConf parse(std::string_view text);
   // Return the options of a file, or its bytes; nothing when it cannot be read, is no regular file
   // or holds more than `largest` bytes. Never wait for a pipe or a device of that name. Any thread.
-  static constexpr std::uint64_t largest = 1024 * 1024;
+  static constexpr std::uint64_t largest = 1024ULL * 1024;
   static std::optional<ClamConf> read(const std::string& path);
   static std::optional<std::string> bytesOf(const std::string& path);
 

@@ -244,7 +244,7 @@ RunningDaemon parseProcessList(std::string_view text) {
 std::string configurationOption(const std::vector<std::string>& words) {
   for (std::size_t i = 1; i < words.size(); ++i) {
     const std::string& word = words[i];
-    const std::string next = i + 1 < words.size() ? words[i + 1] : std::string();
+    std::string next = i + 1 < words.size() ? words[i + 1] : std::string();
     if (word == "-c" || word == longOption) {
       return next;
     }

@@ -1,6 +1,5 @@
 #include "engine/ClamdCtrl.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 

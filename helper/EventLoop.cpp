@@ -15,9 +15,9 @@
 namespace quillo::helper {
 namespace {
 
-constexpr size_t bufferSize = 256 * 1024;
+constexpr size_t bufferSize = 256UL * 1024;
 // Each of these events brings an open descriptor.
-constexpr size_t plainBufferSize = 256 * 24;
+constexpr size_t plainBufferSize = 256UL * 24;
 // Between two looks at the other things to wait for.
 constexpr int mostReads = 64;
 

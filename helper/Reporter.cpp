@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <functional>
 #include <vector>
 
 #include "helper/Failure.h"

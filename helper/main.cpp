@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <linux/capability.h>
 #include <unistd.h>
 

@@ -114,7 +114,7 @@ std::string StatusText::wordsWhileWatching(const StatusFacts& facts) const {
     return facts.missingFolders == 0 ? text("STATUS_IDLE")
                                      : butFor(text("STATUS_IDLE"), missing.in(strings_));
   }
-  const std::string watching = counted("STATUS_WATCHING", facts.watchedFolders);
+  std::string watching = counted("STATUS_WATCHING", facts.watchedFolders);
   switch (attentionFor(facts)) {
     case Attention::noDefinitions:
       return butFor(watching, text("STATUS_NO_DEFINITIONS"));

@@ -49,8 +49,8 @@ Throbber::Throbber(const ThrobberServices& services)
       abortConfirmMenuItem(services.mainInterface.abortConfirmMenuItem),
       quitMenuItem(services.mainInterface.quitMenuItem),
       updateDefsMenuItem(services.mainInterface.updateDefsMenuItem),
-      stateMenuItem(services.mainInterface.stateMenuItem),
-      mendMenuItem(services.mainInterface.mendMenuItem),
+      stateMenuItem_(services.mainInterface.stateMenuItem),
+      mendMenuItem_(services.mainInterface.mendMenuItem),
       startWatchingMenuItemText(startMenuItem.title()),
       statusText_(
           services.localizedStrings, services.clock, [this] { return status(); },
@@ -92,7 +92,7 @@ StatusFacts Throbber::status() {
 void Throbber::showLine(const StatusLine& line) {
   statusItem->setToolTip(line.words);
   services_.dockTile.setState(line.words);
-  stateMenuItem.setTitle(line.words);
+  stateMenuItem_.setTitle(line.words);
   const bool isOther = attention_.exchange(line.attention) != line.attention;
   showMend();
   if (isOther) {

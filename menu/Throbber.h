@@ -193,8 +193,8 @@ class Throbber {
   MyMenuItem abortConfirmMenuItem;
   MyMenuItem quitMenuItem;
   MyMenuItem updateDefsMenuItem;
-  MyMenuItem stateMenuItem;
-  MyMenuItem mendMenuItem;
+  MyMenuItem stateMenuItem_;
+  MyMenuItem mendMenuItem_;
   // The title that the interface file gives the start item.
   const std::string startWatchingMenuItemText;
 

@@ -6,11 +6,9 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/MainInterface.h"
 #include "platform/ModifierKeys.h"
-#include "platform/StatusItem.h"
 #include "platform/Workspace.h"
 #include "posix/Accounts.h"
 #include "posix/FileFacts.h"
-#include "posix/Text.h"
 
 namespace quillo {
 
@@ -69,10 +67,10 @@ void Throbber::showMend() {
       break;
   }
   if (key) {
-    mendMenuItem.setTitle(services_.localizedStrings.stringForKey(key, ""));
-    mendMenuItem.setEnabled(isEnabled);
+    mendMenuItem_.setTitle(services_.localizedStrings.stringForKey(key, ""));
+    mendMenuItem_.setEnabled(isEnabled);
   }
-  mendMenuItem.setHidden(!key);
+  mendMenuItem_.setHidden(!key);
 }
 
 void Throbber::clearMenu() {

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <array>
 
-#include "posix/Text.h"
-
 namespace quillo {
 namespace {
 

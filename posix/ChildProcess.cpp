@@ -250,6 +250,8 @@ void ChildProcess::reap() {
 }
 
 void runShellCommand(const std::string& commandLine) {
+  // The program's own command lines, which are written for a shell.
+  // NOLINTNEXTLINE(cert-env33-c)
   [[maybe_unused]] const int ignored = std::system(commandLine.c_str());
 }
 

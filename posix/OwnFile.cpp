@@ -28,7 +28,7 @@ std::string makeFile(const std::string& subject, const std::string& path,
   // Some file systems report only then that they had no room.
   const auto isClosed = [&file] { return close(file.release()) == 0 || errno == EINTR; };
   if (!writeAll(file.get(), contents) || !isClosed()) {
-    const std::string problem = problemWith(subject, path, " cannot be written: ");
+    std::string problem = problemWith(subject, path, " cannot be written: ");
     unlink(path.c_str());
     return problem;
   }

@@ -1,6 +1,5 @@
 #include "scanning/Dispatcher.h"
 
-#include <algorithm>
 #include <exception>
 #include <utility>
 
@@ -8,13 +7,12 @@
 #include "platform/Volumes.h"
 #include "posix/FileFacts.h"
 #include "posix/FolderReader.h"
-#include "posix/Text.h"
 #include "scanning/PipelineObserver.h"
 
 namespace quillo {
 
 Dispatcher::Dispatcher(Clock& clock, SystemLog& log, Volumes& volumes, PipelineObserver* observer)
-    : clock_(clock), log_(log), volumes_(volumes), observer_(observer), conditions(clock) {}
+    : clock_(clock), log_(log), volumes_(volumes), observer_(observer), conditions_(clock) {}
 
 void Dispatcher::mainLoop() {
   for (;;) {
@@ -40,26 +38,26 @@ void Dispatcher::measureOrWait() {
     getItemSizesInMyItemList();
     moveReadyItemsToScannableList();
   } else {
-    conditions.dispatchLock.lock();
-    conditions.dispatchLock.wait();
-    conditions.dispatchLock.unlock();
+    conditions_.dispatchLock.lock();
+    conditions_.dispatchLock.wait();
+    conditions_.dispatchLock.unlock();
   }
 }
 
 void Dispatcher::signalDispatchLock() {
-  conditions.dispatchLock.lock();
-  conditions.dispatchLock.signal();
-  conditions.dispatchLock.unlock();
+  conditions_.dispatchLock.lock();
+  conditions_.dispatchLock.signal();
+  conditions_.dispatchLock.unlock();
 }
 
 void Dispatcher::addToItemList(std::vector<std::string>& paths) {
   {
-    MutexLock hold(lists.lock4Lists);
+    MutexLock hold(lists_.lock4Lists);
     for (std::string& path : paths) {
       if (observer_) {
         observer_->noticed(path);
       }
-      lists.itemList.push_back(std::move(path));
+      lists_.itemList.push_back(std::move(path));
     }
     paths.clear();
   }
@@ -71,32 +69,32 @@ void Dispatcher::addStringToItemList(const std::string& path) {
     observer_->noticed(path);
   }
   {
-    MutexLock hold(lists.lock4Lists);
-    lists.itemList.push_back(path);
+    MutexLock hold(lists_.lock4Lists);
+    lists_.itemList.push_back(path);
   }
   signalDispatchLock();
 }
 
 std::size_t Dispatcher::lengthOfBothItemLists() {
-  MutexLock hold(lists.lock4Lists);
-  return lists.itemList.size() + lists.myItemList.size();
+  MutexLock hold(lists_.lock4Lists);
+  return lists_.itemList.size() + lists_.myItemList.size();
 }
 
 void Dispatcher::copyItemsToMyItemListFrom(std::vector<std::string>& paths) {
-  MutexLock hold(lists.lock4Lists);
+  MutexLock hold(lists_.lock4Lists);
   takeOver(paths);
 }
 
 void Dispatcher::copyIntakeToMyItemList() {
-  MutexLock hold(lists.lock4Lists);
-  takeOver(lists.itemList);
+  MutexLock hold(lists_.lock4Lists);
+  takeOver(lists_.itemList);
 }
 
 void Dispatcher::takeOver(std::vector<std::string>& paths) {
   for (std::string& path : paths) {
     try {
-      if (lists.scannableList.count(path) == 0) {
-        lists.myItemList.try_emplace(std::move(path));
+      if (lists_.scannableList.count(path) == 0) {
+        lists_.myItemList.try_emplace(std::move(path));
       }
     } catch (const std::exception& failure) {
       log_.log(std::string("Yikes! We just caught a crash.  Here's why ") + failure.what());
@@ -106,9 +104,9 @@ void Dispatcher::takeOver(std::vector<std::string>& paths) {
 }
 
 void Dispatcher::getItemSizesInMyItemList() {
-  MutexLock hold(lists.lock4Lists);
-  for (auto item = lists.myItemList.begin(); item != lists.myItemList.end();) {
-    item = measure(item->first, item->second) ? std::next(item) : lists.myItemList.erase(item);
+  MutexLock hold(lists_.lock4Lists);
+  for (auto item = lists_.myItemList.begin(); item != lists_.myItemList.end();) {
+    item = measure(item->first, item->second) ? std::next(item) : lists_.myItemList.erase(item);
   }
 }
 
@@ -133,8 +131,8 @@ bool Dispatcher::measure(const std::string& path, Item& item) {
 
 void Dispatcher::moveReadyItemsToScannableList() {
   {
-    MutexLock hold(lists.lock4Lists);
-    for (auto item = lists.myItemList.begin(); item != lists.myItemList.end();) {
+    MutexLock hold(lists_.lock4Lists);
+    for (auto item = lists_.myItemList.begin(); item != lists_.myItemList.end();) {
       const char* mark = std::get_if<char>(&item->second.state);
       if (!mark) {
         ++item;
@@ -144,25 +142,25 @@ void Dispatcher::moveReadyItemsToScannableList() {
         if (observer_) {
           observer_->becameStable(item->first);
         }
-        lists.scannableList.insert(item->first);
+        lists_.scannableList.insert(item->first);
       }
-      item = lists.myItemList.erase(item);
+      item = lists_.myItemList.erase(item);
     }
-    lists.scannableCount = static_cast<std::int32_t>(lists.scannableList.size());
+    lists_.scannableCount = static_cast<std::int32_t>(lists_.scannableList.size());
   }
-  conditions.scannerLock.lock();
-  conditions.scannerLock.signal();
-  conditions.scannerLock.unlock();
+  conditions_.scannerLock.lock();
+  conditions_.scannerLock.signal();
+  conditions_.scannerLock.unlock();
 }
 
 void Dispatcher::copyFromDispatchToScanner(std::vector<std::string>& scanList) {
-  MutexLock hold(lists.lock4Lists);
+  MutexLock hold(lists_.lock4Lists);
   // Taking from the front of the set costs the same however many paths wait behind.
-  for (std::size_t taken = 0; taken < batchLimit && !lists.scannableList.empty(); ++taken) {
-    auto node = lists.scannableList.extract(lists.scannableList.begin());
+  for (std::size_t taken = 0; taken < batchLimit && !lists_.scannableList.empty(); ++taken) {
+    auto node = lists_.scannableList.extract(lists_.scannableList.begin());
     scanList.push_back(std::move(node.value()));
   }
-  lists.scannableCount = static_cast<std::int32_t>(lists.scannableList.size());
+  lists_.scannableCount = static_cast<std::int32_t>(lists_.scannableList.size());
 }
 
 bool Dispatcher::wouldGoOut(const std::string& path, const Item& item) {
@@ -177,14 +175,14 @@ bool Dispatcher::wouldGoOut(const std::string& path, const Item& item) {
 std::vector<std::string> Dispatcher::abortScans() {
   std::unordered_map<std::string, Item> measured;
   {
-    MutexLock hold(lists.lock4Lists);
-    measured.swap(lists.myItemList);
+    MutexLock hold(lists_.lock4Lists);
+    measured.swap(lists_.myItemList);
   }
   std::unordered_set<std::string> scannable;
   {
-    MutexLock hold(lists.lock4Lists);
-    scannable.swap(lists.scannableList);
-    lists.scannableCount = 0;
+    MutexLock hold(lists_.lock4Lists);
+    scannable.swap(lists_.scannableList);
+    lists_.scannableCount = 0;
   }
   std::vector<std::string> forgotten;
   forgotten.reserve(measured.size() + scannable.size());
@@ -200,8 +198,8 @@ std::vector<std::string> Dispatcher::abortScans() {
 void Dispatcher::expandDirectories() {
   std::vector<std::string> directories;
   {
-    MutexLock hold(lists.lock4Lists);
-    for (const auto& item : lists.myItemList) {
+    MutexLock hold(lists_.lock4Lists);
+    for (const auto& item : lists_.myItemList) {
       directories.push_back(item.first);
     }
   }

@@ -56,9 +56,9 @@ class Dispatcher {
   void expandDirectories();
   void expandThisDirectory(const std::string& directory);
 
-  std::int32_t scannableCount() const { return lists.scannableCount; }
-  Condition& dispatchLock() { return conditions.dispatchLock; }
-  Condition& scannerLock() { return conditions.scannerLock; }
+  std::int32_t scannableCount() const { return lists_.scannableCount; }
+  Condition& dispatchLock() { return conditions_.dispatchLock; }
+  Condition& scannerLock() { return conditions_.scannerLock; }
   void getLock4itemList() QUILLO_NO_THREAD_SAFETY_ANALYSIS { lock4itemList.lock(); }
   void releaseLock4itemList() QUILLO_NO_THREAD_SAFETY_ANALYSIS { lock4itemList.unlock(); }
 
@@ -90,10 +90,10 @@ class Dispatcher {
   };
 
   void measureOrWait();
-  void takeOver(std::vector<std::string>& paths) QUILLO_REQUIRES(lists.lock4Lists);
-  void copyIntakeToMyItemList() QUILLO_EXCLUDES(lists.lock4Lists);
+  void takeOver(std::vector<std::string>& paths) QUILLO_REQUIRES(lists_.lock4Lists);
+  void copyIntakeToMyItemList() QUILLO_EXCLUDES(lists_.lock4Lists);
   // Returns false when the path leaves those measured.
-  bool measure(const std::string& path, Item& item) QUILLO_REQUIRES(lists.lock4Lists);
+  bool measure(const std::string& path, Item& item) QUILLO_REQUIRES(lists_.lock4Lists);
   // Returns true when a path that was measured so would have become ready, had it not changed.
   bool wouldGoOut(const std::string& path, const Item& item);
   void signalDispatchLock();
@@ -104,11 +104,11 @@ class Dispatcher {
   Volumes& volumes_;
   PipelineObserver* const observer_;
   // Own synchronisation.
-  Conditions conditions;
+  Conditions conditions_;
   // Guards nothing of the dispatcher's own; lent to whoever asks.
   Mutex lock4itemList;
   // Guarded by the lock inside. It is never held together with a condition.
-  Lists lists;
+  Lists lists_;
 };
 
 }  // namespace quillo

@@ -151,7 +151,7 @@ std::string ScanList::write(const std::vector<std::string>& paths) {
     text.append(escapedPathLine(path)).push_back('\n');
   }
   memory_.reset();
-  const std::string problem = writeOwnFile("Scan list", path_, text);
+  std::string problem = writeOwnFile("Scan list", path_, text);
   if (!problem.empty()) {
     keepInMemory(text);
   }

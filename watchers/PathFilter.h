@@ -33,7 +33,7 @@ class PathFilter {
   // A beginning of paths as it was configured, and what it really is.
   struct Place {
     Place() = default;
-    explicit Place(const std::string& name, bool withSubfolders = false);
+    explicit Place(const std::string& configured, bool subfolders = false);
     bool holds(const std::string& path) const;
     bool isParentOf(const std::string& path) const;
     void follow();

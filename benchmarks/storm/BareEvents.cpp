@@ -43,7 +43,7 @@ BareEvents::~BareEvents() {
 }
 
 void BareEvents::throwAway() const {
-  std::vector<char> buffer(256 * 1024);
+  std::vector<char> buffer(256UL * 1024);
   const timespec untilMerged{0, 8'000'000};
   for (;;) {
     std::array<pollfd, 2> waiting{pollfd{events_, POLLIN, 0}, pollfd{end_, POLLIN, 0}};

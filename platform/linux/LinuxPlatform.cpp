@@ -1,7 +1,6 @@
 #include "platform/linux/LinuxPlatform.h"
 
 #include <malloc.h>
-#include <sys/types.h>
 #include <unistd.h>
 
 #include <QDBusConnection>
@@ -34,7 +33,6 @@
 #include "platform/linux/tray/QtImage.h"
 #include "platform/linux/tray/QtStatusItem.h"
 #include "posix/Accounts.h"
-#include "posix/MountTable.h"
 
 namespace quillo {
 namespace {

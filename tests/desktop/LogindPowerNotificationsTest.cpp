@@ -46,7 +46,8 @@ class LogindPower : public testing::Test {
     return power.findChildren<QDBusPendingCallWatcher*>().isEmpty();
   }
   void observe(LogindPowerNotifications& power) {
-    power.observe([this] { events.push_back("sleep"); }, [this] { events.push_back("wake"); });
+    power.observe([this] { events.emplace_back("sleep"); },
+                  [this] { events.emplace_back("wake"); });
   }
 
   std::vector<std::string> events;
@@ -61,9 +62,9 @@ TEST_F(LogindPower, MachineSleepsOnlyWhenWillSleepHasRun) {
   power.observe(
       [&] {
         heldMeanwhile = logind.isHeld(0);
-        events.push_back("sleep");
+        events.emplace_back("sleep");
       },
-      [&] { events.push_back("wake"); });
+      [&] { events.emplace_back("wake"); });
   ASSERT_TRUE(waitUntil([&] { return logind.taken() == 1 && isSettled(power); }));
   const QVariantList asked = logind.object.callsOf("Inhibit")[0].arguments();
   EXPECT_EQ(asked, (QVariantList{"sleep", "Vantrel Quillo", "Stops watching folders", "delay"}));

@@ -28,7 +28,7 @@ class PolkitAuthorizationTest : public testing::Test {
  protected:
   // A program that stands for pkexec: notes its arguments, says `words` and exits with `status`.
   std::string fakePkexec(const std::string& words, int status) {
-    const std::string path =
+    std::string path =
         folder.write("pkexec", "#!/bin/sh\nprintf '[%s]' \"$@\" > \"${0%/*}/arguments\"\necho '" +
                                    words + "' >&2\nexit " + std::to_string(status) + "\n");
     chmod(path.c_str(), 0755);

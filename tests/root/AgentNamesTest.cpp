@@ -104,7 +104,7 @@ class AgentNames : public testing::TestWithParam<const char*> {
   }
   // A file that lies on the same disk, where nobody watches.
   std::string aside(const std::string& name) {
-    const std::string path = disk + "/aside/" + name;
+    std::string path = disk + "/aside/" + name;
     writeFile(path, GuardedHome::testFile());
     check(chmod(path.c_str(), 0666), path);
     return path;

@@ -27,7 +27,7 @@ class WrapperOnSlowClamd : public WrapperOnClamd {
  protected:
   // So large that the daemon takes much longer for it than it lets a session be silent.
   std::string slow(const std::string& name, off_t megabytes = 300) {
-    const std::string path = files.write(name, eicar());
+    std::string path = files.write(name, eicar());
     EXPECT_EQ(truncate(path.c_str(), megabytes * 1024 * 1024), 0);
     return path;
   }

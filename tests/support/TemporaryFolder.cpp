@@ -34,7 +34,7 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::string TemporaryFolder::write(std::string_view name, std::string_view contents,
                                    mode_t mode) const {
-  const std::string path = at(name);
+  std::string path = at(name);
   const bool isNew = !exists(path);
   fs::create_directories(fs::path(path).parent_path());
   std::ofstream stream(path, std::ios::binary | std::ios::trunc);
@@ -49,7 +49,7 @@ std::string TemporaryFolder::makeFolder(std::string_view name) const {
 }
 
 std::string TemporaryFolder::link(std::string_view name, std::string_view target) const {
-  const std::string path = at(name);
+  std::string path = at(name);
   fs::create_directories(fs::path(path).parent_path());
   check(symlink(std::string(target).c_str(), path.c_str()) == 0, path);
   return path;

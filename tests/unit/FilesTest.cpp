@@ -232,7 +232,8 @@ TEST(UniqueFd, ClosesWhatItOwnsOnce) {
   {
     UniqueFd first(number);
     UniqueFd second(std::move(first));
-    EXPECT_FALSE(first);
+    // That nothing is left in it is what is tested.
+    EXPECT_FALSE(first);  // NOLINT(bugprone-use-after-move)
     EXPECT_EQ(second.get(), number);
     first = std::move(second);
     EXPECT_EQ(first.get(), number);

@@ -44,7 +44,7 @@ class HelperLines : public testing::Test {
 
   std::vector<std::string> writes() {
     std::vector<std::string> result;
-    std::string packet(2 * PIPE_BUF, '\0');
+    std::string packet(2UL * PIPE_BUF, '\0');
     ssize_t got = 0;
     while ((got = read(reading.get(), packet.data(), packet.size())) > 0) {
       result.emplace_back(packet.data(), static_cast<size_t>(got));

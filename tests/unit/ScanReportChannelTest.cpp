@@ -32,7 +32,7 @@ class ScanReportChannel : public ReportFixture {
         scanner->reportOutcome(outcome);
       }
     });
-    const std::string logged = loggedFor(found.line + "\n");
+    std::string logged = loggedFor(found.line + "\n");
     moving.join();
     return logged;
   }

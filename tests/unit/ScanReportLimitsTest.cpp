@@ -12,7 +12,7 @@ namespace {
 using Calls = std::vector<std::string>;
 using Limit = Verdict::Limit;
 
-constexpr std::uint64_t mebi = 1024 * 1024;
+constexpr std::uint64_t mebi = 1024ULL * 1024;
 
 class ScanReportLimits : public ReportFixture {
  protected:

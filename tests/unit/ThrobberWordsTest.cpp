@@ -47,7 +47,7 @@ TEST_F(ThrobberWords, FollowTheCountDuringAScanAndEndWithIt) {
   owner.count = 1;
   // One more file at each of the pass's frames.
   clock.atSleep = [this](int sleeps) {
-    owner.facts.filesBeingScanned = static_cast<std::size_t>(10 + sleeps);
+    owner.facts.filesBeingScanned = 10U + static_cast<std::size_t>(sleeps);
     owner.count = sleeps < 2 ? 1 : 0;
   };
   throbber.round();

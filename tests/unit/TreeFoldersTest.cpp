@@ -97,7 +97,7 @@ class SocketFolder : public testing::Test {
     return {sandbox.path("socket-place"), ownAccount(), false, remembered};
   }
   std::string runtimeFolder(mode_t mode = 0700) const {
-    const std::string folder = sandbox.path("runtime");
+    std::string folder = sandbox.path("runtime");
     std::filesystem::create_directory(folder);
     EXPECT_EQ(chmod(folder.c_str(), mode), 0);
     return folder;

@@ -17,7 +17,7 @@ class TrustedPath : public testing::Test {
     ASSERT_EQ(chmod((folder.path() + "/" + name).c_str(), mode), 0);
   }
   std::string link(const std::string& target, const std::string& name) const {
-    const std::string path = folder.path() + "/" + name;
+    std::string path = folder.path() + "/" + name;
     EXPECT_EQ(symlink(target.c_str(), path.c_str()), 0);
     return path;
   }

@@ -7,7 +7,7 @@
 namespace quillo::wrapper {
 namespace {
 
-constexpr std::uint64_t mebi = 1024 * 1024;
+constexpr std::uint64_t mebi = 1024ULL * 1024;
 
 std::uint64_t largest(std::string_view text) {
   return ScanLimits::of(ClamConf::parse(text)).largestFile;
@@ -48,7 +48,7 @@ TEST(WrapperConfig, TakesNoNonsenseForASize) {
 
 TEST(WrapperConfig, SaysSizesInRoundUnits) {
   EXPECT_EQ(sizeText(100 * mebi), "100 MB");
-  EXPECT_EQ(sizeText(3 * 1024), "3 KB");
+  EXPECT_EQ(sizeText(3ULL * 1024), "3 KB");
   EXPECT_EQ(sizeText(1024 * mebi), "1 GB");
   EXPECT_EQ(sizeText(2047 * mebi), "2047 MB");
   EXPECT_EQ(sizeText(1000000), "1000000 bytes");

@@ -207,6 +207,8 @@ void DescriptorScan::askAfterSilence() {
   giveUp(stalled);
 }
 
+// The reason is a copy, for it may be the text of the session, which ends here.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void DescriptorScan::lose(std::string reason) {
   bool overFiles = false;
   for (Item& item : items_) {
@@ -226,14 +228,14 @@ void DescriptorScan::lose(std::string reason) {
     return;  // it was idle; the next file gets another
   }
   if (lossesInARow_ > mostLosses) {
-    giveUp(std::move(reason));
+    giveUp(reason);
   } else if (!link_.answers()) {
     link_.announceLoss();
     giveUp(link_.problem());
   }
 }
 
-void DescriptorScan::giveUp(std::string reason) {
+void DescriptorScan::giveUp(const std::string& reason) {
   link_.giveUp(reason);
   for (Item& item : items_) {
     item.number = 0;

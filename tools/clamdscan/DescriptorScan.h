@@ -78,7 +78,7 @@ class DescriptorScan {
   void askAfterSilence();
   // By value: what they end may hold the text.
   void lose(std::string reason);
-  void giveUp(std::string reason);
+  void giveUp(const std::string& reason);
   void handOver();
   std::size_t underWay() const;
   int nextLook() const;

@@ -99,7 +99,7 @@ TreePlan makeTree(const TreeRequest& request) {
   installedPrograms(request.places);  // before anything is made
   const TreeFolder root = TreeFolder::openOrMake(request.root);
   const UniqueFd turn = root.lock(treeLock);
-  const TreePlan plan = planTree(root, request.machineWide, request.places, SocketFolderUse::keep);
+  TreePlan plan = planTree(root, request.machineWide, request.places, SocketFolderUse::keep);
   writeConfiguration(root, plan);
   const TreeFolder bin = root.subfolder("bin");
   bin.write("clamdscan", wrapper, 0755);
@@ -112,7 +112,7 @@ TreePlan refreshTree(const std::string& root, const MachinePlaces& places, Socke
   const TreeFolder folder = TreeFolder::openOrMake(root);
   const UniqueFd turn = folder.lock(treeLock);
   const std::string before = folder.subfolder("etc").read(launchConf).value_or("");
-  const TreePlan plan = planTree(folder, parseLaunchConf(before).machineWide, places, use);
+  TreePlan plan = planTree(folder, parseLaunchConf(before).machineWide, places, use);
   writeConfiguration(folder, plan);
   return plan;
 }

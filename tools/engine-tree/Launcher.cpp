@@ -28,6 +28,7 @@ constexpr int folderNotWritable = 10;  // freshclam(1), RETURN CODES
 int replaceBy(const std::string& program, std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), program);
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) {
     argv.push_back(argument.data());
   }

@@ -98,8 +98,8 @@ std::string runtimeFolder() {
 }
 
 EnginePrograms installedPrograms(const MachinePlaces& places) {
-  const EnginePrograms programs = {firstProgram(places.daemons), firstProgram(places.clients),
-                                   firstProgram(places.updaters)};
+  EnginePrograms programs = {firstProgram(places.daemons), firstProgram(places.clients),
+                             firstProgram(places.updaters)};
   const PackageNames* family = familyOf(places.osRelease);
   std::vector<std::string> missing;
   std::vector<std::string> packages;

@@ -71,7 +71,7 @@ void DialogStack::fillOnePlace() {
 
 std::shared_ptr<DialogWindow> DialogStack::takeNext(int step) {
   while (!waiting_.empty()) {
-    const auto next = waiting_.front();
+    auto next = waiting_.front();
     waiting_.pop_front();
     next->setOthers(static_cast<int>(waiting_.size()), openCount() + 1);
     if (next->appear(step)) {

@@ -163,7 +163,7 @@ bool DialogWindow::make() {
   if (!dialog) {
     return false;
   }
-  widget.release();
+  static_cast<void>(widget.release());
   dialog_.reset(dialog);
   size_ = std::make_unique<DialogSize>(*dialog_);
   buttonEvents_ = std::make_unique<ButtonEvents>(*dialog_);

@@ -14,7 +14,7 @@
 namespace quillo {
 namespace {
 
-constexpr std::size_t largestFile = 4 * 1024 * 1024;
+constexpr std::size_t largestFile = 4UL * 1024 * 1024;
 
 PreferenceValue converted(const toml::node& node);
 

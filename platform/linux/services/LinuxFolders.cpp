@@ -42,7 +42,7 @@ std::string downloadsOf(const Environment& environment, const std::string& home)
     if (!line.starts_with(beginning) || end < beginning.size()) {
       continue;
     }
-    const std::string folder = replacingAll(
+    std::string folder = replacingAll(
         std::string(line.substr(beginning.size(), end - beginning.size())), "$HOME", home);
     if (folder.starts_with('/') && folder != home && folder != home + "/") {
       return folder;

@@ -138,8 +138,8 @@ Wording whyUnsafe(const std::string& path) {
   }
   for (std::size_t slash = 0; slash != std::string::npos; slash = path.find('/', slash + 1)) {
     struct stat info = {};
-    if (Wording why = whyUnsafeEntry(slash == 0 ? "/" : path.substr(0, slash), true, info);
-        !why.empty()) {
+    Wording why = whyUnsafeEntry(slash == 0 ? "/" : path.substr(0, slash), true, info);
+    if (!why.empty()) {
       return why;
     }
   }

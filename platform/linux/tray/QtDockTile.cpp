@@ -44,7 +44,7 @@ std::unique_ptr<QMainWindow> loadWindow(const std::string& folder) {
     throw PlatformException(PlatformException::Kind::notFound, "QtDockTile",
                             folder + "/DockTile.ui: theDialog is no main window");
   }
-  widget.release();
+  static_cast<void>(widget.release());
   return std::unique_ptr<QMainWindow>(window);
 }
 

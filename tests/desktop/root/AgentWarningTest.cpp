@@ -25,7 +25,7 @@ class AgentWarning : public AgentOnDesktop {
   }
 
   std::string saveInfected(const std::string& name) {
-    const std::string path = home().saveInfected(name);
+    std::string path = home().saveInfected(name);
     EXPECT_TRUE(home().logHas(path + ": " + threat + " FOUND"));
     return path;
   }

@@ -24,7 +24,7 @@ class RealMounts : public testing::Test {
   // With all that is mounted in it.
   void TearDown() override { umount2("/mnt", MNT_DETACH); }
   static std::string mount(const std::string& name) {
-    const std::string point = "/mnt/" + name;
+    std::string point = "/mnt/" + name;
     mkdir(point.c_str(), 0700);
     EXPECT_EQ(::mount("none", point.c_str(), "tmpfs", 0, nullptr), 0);
     return point;

@@ -66,7 +66,7 @@ std::string InterfaceProgram::nextEvent() {
     unread_.append(buffer.data(), static_cast<std::size_t>(length));
   }
   const std::size_t end = unread_.find('\n');
-  const std::string event = unread_.substr(0, end);
+  std::string event = unread_.substr(0, end);
   unread_.erase(0, end + 1);
   return event;
 }

@@ -21,17 +21,17 @@ class StatusItemBus {
   // The bus names of the items that the panel knows.
   std::vector<std::string> statusItems();
   // The menu of an item, in GVariant's text format.
-  std::string menuLayout(const std::string& item);
-  std::string property(const std::string& item, const std::string& name);
+  std::string menuLayout(const std::string& name);
+  std::string property(const std::string& name, const std::string& property);
   // How often an item has said so far that it has another picture.
-  int pictureChanges(const std::string& item);
+  int pictureChanges(const std::string& name);
   // Likewise of its tool tip.
-  int toolTipChanges(const std::string& item);
+  int toolTipChanges(const std::string& name);
 
  private:
   void awaitName(const char* name, bool owned);
   void count(const char* signal, int& times);
-  void takeInSignals(const std::string& item);
+  void takeInSignals(const std::string& name);
   GVariant* call(const std::string& name, const char* path, const char* interface,
                  const char* method, GVariant* arguments);
 

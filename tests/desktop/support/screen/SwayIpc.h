@@ -40,8 +40,8 @@ class WaylandPointer {
   // To a point of an output of that size. Returns when the compositor has taken it in, as the
   // others do.
   void moveTo(int x, int y, int width, int height);
-  void press(Button button);
-  void release(Button button);
+  void press(Button which);
+  void release(Button which);
 
  private:
   class Request;
@@ -50,7 +50,7 @@ class WaylandPointer {
   // Waits until everything sent has been carried out; notes what the registry names meanwhile.
   void sync();
   void bind(const std::string& interface, std::uint32_t version, std::uint32_t object);
-  void setButton(Button button, bool isDown);
+  void setButton(Button which, bool isDown);
 
   const UniqueFd connection_;
   std::map<std::string, std::uint32_t> globals_;

@@ -42,10 +42,10 @@ void collect(const QJsonObject& node, bool isFloating, std::vector<SwaySession::
          node["focused"].toBool(),
          node["shell"].toString() == "xwayland"});
   }
-  for (const QJsonValue& inner : node["nodes"].toArray()) {
+  for (const QJsonValue inner : node["nodes"].toArray()) {
     collect(inner.toObject(), isFloating, found);
   }
-  for (const QJsonValue& inner : node["floating_nodes"].toArray()) {
+  for (const QJsonValue inner : node["floating_nodes"].toArray()) {
     collect(inner.toObject(), true, found);
   }
 }

@@ -253,7 +253,7 @@ pid_t GuardedHome::helper() const { return processNamed("gfslogger", agent_); }
 pid_t GuardedHome::daemon() const { return processNamed("clamd", 0); }
 
 std::string GuardedHome::save(const std::string& name, const std::string& contents) const {
-  const std::string path = name.starts_with('/') ? name : guarded(name);
+  std::string path = name.starts_with('/') ? name : guarded(name);
   const std::string folder = fs::path(path).parent_path().string();
   if (!fs::exists(folder)) {
     fs::create_directories(folder);

@@ -176,20 +176,20 @@ void TreeOnMachine::startMachineDaemon() const {
 }
 
 std::string TreeOnMachine::eicarFile() const {
-  const std::string file = path("eicar.txt");
+  std::string file = path("eicar.txt");
   write(file, eicarTestFile());
   return file;
 }
 
 std::string TreeOnMachine::eicarZip() const {
-  const std::string file = path("eicar.zip");
+  std::string file = path("eicar.zip");
   const Outcome packed = run(0, "/usr/bin/zip", {"-q", "-j", file, eicarFile()});
   EXPECT_EQ(packed.status, 0) << packed.output;
   return file;
 }
 
 std::string TreeOnMachine::otherFile() const {
-  const std::string file = path("other.txt");
+  std::string file = path("other.txt");
   write(file, "A harmless text that one definition of this test is about.");
   return file;
 }

@@ -61,7 +61,7 @@ std::string barrierBeforeBuild() {
   const std::string build = QUILLO_BINARY_DIR;
   for (std::size_t slash = build.find('/', 1); slash != std::string::npos;
        slash = build.find('/', slash + 1)) {
-    const std::string folder = build.substr(0, slash);
+    std::string folder = build.substr(0, slash);
     struct stat status = {};
     check(stat(folder.c_str(), &status), "looking at " + folder);
     if ((status.st_mode & S_IXOTH) == 0) return folder;
