@@ -81,11 +81,11 @@ class VantrelQuillo {
   bool needsExit1FreshclamFlag() const {
     return parts_.preferences.settings()->needsExit1FreshclamFlag;
   }
+
+  // Main thread.
   void setNeedsExit1FreshclamFlag(bool needed) {
     parts_.preferences.setNeedsExit1FreshclamFlag(needed);
   }
-
-  // Main thread.
   std::optional<std::string> getTheTempDirToWatch() const {
     return parts_.scratchFolders.theTempDirToWatch;
   }

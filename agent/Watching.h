@@ -21,8 +21,11 @@ class Watching {
     quitting,  // stopped, and the process ends as soon as the daemon takes its QUIT
   };
 
+  // Nearly every part begins or ends with watching, so it is given them all.
   explicit Watching(AgentParts& parts) : parts_(parts) {}
 
+  // Returns the state. A quit that waits for a daemon to be launched shows once that has ended.
+  // Main thread.
   State state() const;
 
   // Requests. A failure is logged, with a beep. Main thread.

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 
 #include "clamav/ClamConf.h"
@@ -33,12 +32,6 @@ std::string contentOf(const std::string& path) { return contentsOfFile(path).val
 
 bool isNumber(std::string_view name) {
   return !name.empty() && name.find_first_not_of("0123456789") == std::string_view::npos;
-}
-
-std::optional<uid_t> userIn(std::string_view text) {
-  uid_t user = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), user);
-  return error == std::errc() ? std::optional<uid_t>(user) : std::nullopt;
 }
 
 bool isOf(const std::vector<uid_t>& owners, const std::optional<uid_t>& user) {
@@ -188,10 +181,10 @@ bool isProcessOf(const std::string& processes, std::string_view process,
   users = users.substr(0, users.find('\n'));
   int trusted = 0;
   for (const std::string_view user : split(trimmed(users), '\t')) {
-    trusted += isOf(owners, userIn(user)) ? 1 : 0;
+    trusted += isOf(owners, numberIn<uid_t>(user)) ? 1 : 0;
   }
   constexpr int realEffectiveSavedAndOfFiles = 4;
-  const std::optional<uid_t> login = userIn(contentOf(folder + "/loginuid"));
+  const std::optional<uid_t> login = numberIn<uid_t>(trimmed(contentOf(folder + "/loginuid")));
   return trusted == realEffectiveSavedAndOfFiles &&
          (!login || *login == static_cast<uid_t>(-1) || isOf(owners, login));
 }
@@ -205,7 +198,7 @@ bool isProcessMarked(pid_t process, const std::string& variable) {
 void endMarkedProcesses(const std::string& variable) {
   FolderReader folder("/proc");
   while (const dirent* entry = folder.next()) {
-    const pid_t process = isNumber(entry->d_name) ? std::atoi(entry->d_name) : 0;
+    const pid_t process = numberIn<pid_t>(entry->d_name).value_or(0);
     if (process <= 0 || process == getpid()) {
       continue;
     }

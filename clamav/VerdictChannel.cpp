@@ -9,11 +9,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {
@@ -90,12 +91,6 @@ Verdict::Limit limitOf(const std::string& field) {
              : Verdict::Limit::none;
 }
 
-std::uint64_t numberOf(const std::string& field) {
-  std::uint64_t number = 0;
-  std::from_chars(field.data(), field.data() + field.size(), number);
-  return number;
-}
-
 }  // namespace
 
 VerdictSender::VerdictSender(UniqueFd socket) : socket_(std::move(socket)) {
@@ -105,16 +100,12 @@ VerdictSender::VerdictSender(UniqueFd socket) : socket_(std::move(socket)) {
 
 std::optional<VerdictSender> VerdictSender::fromEnvironment() {
   const char* const text = std::getenv(verdictChannelVariable);
-  int number = -1;
-  if (text == nullptr ||
-      std::from_chars(text, text + std::strlen(text), number).ec != std::errc() || number < 3) {
-    return std::nullopt;
-  }
+  const auto number = text ? numberIn<int>(text) : std::nullopt;
   struct stat status = {};
-  if (fstat(number, &status) != 0 || !S_ISSOCK(status.st_mode)) {
+  if (!number || *number < 3 || fstat(*number, &status) != 0 || !S_ISSOCK(status.st_mode)) {
     return std::nullopt;
   }
-  return VerdictSender(UniqueFd(number));
+  return VerdictSender(UniqueFd(*number));
 }
 
 void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
@@ -246,7 +237,7 @@ void VerdictReceiver::takeRecords() {
       *field = takeField(body);
     }
     record.verdict.limit = limitOf(takeField(body));
-    record.verdict.largestFile = numberOf(takeField(body));
+    record.verdict.largestFile = numberIn<std::uint64_t>(takeField(body)).value_or(0);
     if (record.type != hello) {
       spoken_ = true;
       records_.push_back(std::move(record));

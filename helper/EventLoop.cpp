@@ -124,7 +124,7 @@ void EventLoop::reportNamed(std::string_view buffer) {
     const Folder& folder = resolver_.find(event.folder);
     if (!folder.places.empty()) found.emplace_back(&folder, &event);
   }
-  // Telling can block for long; no file system must be busy meanwhile.
+  // Reporting can block for long; no file system must be busy meanwhile.
   resolver_.letGo();
   for (const auto& [folder, event] : found) {
     if (event->isFolder) {

@@ -10,7 +10,7 @@
 namespace quillo::helper {
 
 // Appends the path of `name` in `folder` (which ends with a slash) as it is printed: as it is, but
-// - with a line break in it as an escaped line (EscapedPath);
+// - with a line break in it as an escaped line (escapedPathLine());
 // - a file called rsrc in a folder called ..namedfork with "/./" between the two, as the path
 //   alone would be taken for a resource fork, which is not scanned.
 // Pure.

@@ -3,9 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <charconv>
-
 #include "helper/Failure.h"
+#include "posix/Text.h"
 
 namespace quillo::helper {
 namespace {
@@ -33,10 +32,8 @@ bool isWatchable(const Mount& mount, uid_t caller) {
   if (!isFuse(mount)) return true;
   // Every access to it runs its owner's code, which could hold this process up.
   const string_view user = mountOption(mount.superOptions, "user_id").value_or("");
-  uid_t owner = 0;
-  const auto [end, error] = std::from_chars(user.data(), user.data() + user.size(), owner);
-  return error == std::errc() && end == user.data() + user.size() &&
-         (owner == 0 || owner == caller);
+  const auto owner = numberIn<uid_t>(user);
+  return owner && (*owner == 0 || *owner == caller);
 }
 
 std::optional<std::string> pathInFileSystem(const Mount& mount, string_view path) {

@@ -18,8 +18,8 @@ struct Identity {
   bool operator==(const Identity&) const = default;
 };
 
-// A folder under one of the paths that the caller gets to it by. What in it may be
-// reported to the caller is decided when it is reported (Sight).
+// A folder under one of the paths that the caller gets to it by. What in it may be reported to the
+// caller is decided when it is reported (Sight).
 struct Place {
   std::string prefix;  // the path, with a slash at its end
 };

@@ -1,6 +1,5 @@
 #include "menu/StatusText.h"
 
-#include <charconv>
 #include <utility>
 
 #include "platform/LocalizedStrings.h"
@@ -11,12 +10,6 @@ namespace {
 
 constexpr std::size_t digitsInGroup = 3;
 constexpr std::size_t defaultLeastGrouped = 1000;
-
-std::size_t numberIn(const std::string& text, std::size_t fallback) {
-  std::size_t number = fallback;
-  std::from_chars(text.data(), text.data() + text.size(), number);
-  return number;
-}
 
 }  // namespace
 
@@ -136,8 +129,9 @@ std::string StatusText::text(const std::string& key) const {
 }
 
 std::string StatusText::number(std::size_t count) const {
-  return groupedDigits(count, text("DIGITS_SEPARATOR"),
-                       numberIn(text("DIGITS_GROUPED_FROM"), defaultLeastGrouped));
+  return groupedDigits(
+      count, text("DIGITS_SEPARATOR"),
+      numberIn<std::size_t>(text("DIGITS_GROUPED_FROM")).value_or(defaultLeastGrouped));
 }
 
 std::string StatusText::counted(const std::string& key, std::size_t count) const {

@@ -63,7 +63,7 @@ void Throbber::showMend() {
       break;
     case Attention::none:
     case Attention::helperFails:
-      // The helper is tried again and again without being told.
+      // The helper is tried again and again unasked.
       break;
   }
   if (key) {

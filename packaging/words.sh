@@ -84,8 +84,8 @@ has_place_for_icons() {
   [ "$answer" != "b false" ]
 }
 
-# faces PROCESS: says so when that agent cannot be seen.
-faces() {
+# say_if_unseen PROCESS: says so when that agent cannot be seen.
+say_if_unseen() {
   # The part of Qt that draws to nowhere.
   if grep -q '/platforms/libqoffscreen' "/proc/$1/maps" 2>/dev/null; then
     echo "It has no desktop to show itself on: what it finds stands in the scan log and nowhere else."

@@ -21,6 +21,7 @@ class MountNotifications {
   // Calls `didMount` on the main thread with the mount point, without a "/" at its end, of every
   // volume mounted from now on. One observation at a time: a second call replaces the first.
   virtual void observe(std::function<void(const std::string& devicePath)> didMount) = 0;
+  // Ends it; `didMount` is not called any more.
   virtual void stopObserving() = 0;
 };
 

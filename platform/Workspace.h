@@ -12,7 +12,7 @@ class Workspace {
   // Opens the file or folder in the application for it. Returns false when there is none or the
   // file does not exist.
   virtual bool openFile(const std::string& path) = 0;
-  // Shows the file selected in the file manager. Returns false when that is not possible.
+  // Has the file manager show the file selected. Returns false when it cannot be asked.
   virtual bool selectFile(const std::string& path) = 0;
   // Moves the named files of a folder, in bytes, to the desktop's trash. Returns "" when all were
   // moved, else why one could not be, also because it is gone already: words for people, in the

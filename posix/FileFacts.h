@@ -23,9 +23,9 @@ bool fileExists(const std::string& path);
 bool isReadableFile(const std::string& path);
 // Returns the whole file as bytes; nothing when it cannot be read.
 std::optional<std::string> contentsOfFile(const std::string& path);
+enum class Links { followed, refused };
 // Returns the whole of a regular file of at most `largest` bytes; nothing, with errno, for anything
 // else. Never waits for a pipe or a device of that name. A relative path begins at `folder`.
-enum class Links { followed, refused };
 std::optional<std::string> contentsOfRegularFile(const std::string& path, Links links,
                                                  std::size_t largest = std::string::npos,
                                                  int folder = AT_FDCWD);
@@ -34,6 +34,7 @@ std::optional<std::string> contentsOfRegularFile(const std::string& path, Links 
 std::optional<std::string> restOfFile(int descriptor, std::size_t largest = std::string::npos);
 // Returns what a link says; nothing, with errno, when there is none of that name.
 std::optional<std::string> targetOfLink(const std::string& path);
+// Returns true when the path leads to a folder whose entries this process may list.
 bool isListableFolder(const std::string& path);
 // Return true when the path itself, not what it leads to, is a folder; a folder of this user's own.
 bool isFolderItself(const std::string& path);

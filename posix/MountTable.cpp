@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <tuple>
 
 #include "posix/FileFacts.h"
@@ -45,30 +44,29 @@ std::string unescaped(string_view text) {
   return plain;
 }
 
-bool toNumber(string_view text, auto& number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc() && end == text.data() + text.size();
-}
-
-bool toDevice(string_view text, dev_t& device) {
+std::optional<dev_t> deviceIn(string_view text) {
   const std::vector<string_view> numbers = split(text, ':');
-  unsigned major = 0;
-  unsigned minor = 0;
-  const bool areNumbers =
-      numbers.size() == 2 && toNumber(numbers[0], major) && toNumber(numbers[1], minor);
-  device = makedev(major, minor);
-  return areNumbers;
+  const auto major = numberIn<unsigned>(numbers.front());
+  const auto minor = numberIn<unsigned>(numbers.back());
+  return numbers.size() == 2 && major && minor ? std::optional(makedev(*major, *minor))
+                                               : std::nullopt;
 }
 
 // "ID PARENT MAJOR:MINOR ROOT POINT OPTIONS [OPTIONAL...] - TYPE SOURCE SUPEROPTIONS"
 std::optional<Mount> parseMount(string_view line) {
   const std::vector<string_view> fields = split(line, ' ');
   const auto dash = std::find(fields.begin(), fields.end(), "-");
-  Mount mount;
-  if (dash - fields.begin() < 6 || fields.end() - dash < 3 || !toNumber(fields[0], mount.id) ||
-      !toDevice(fields[2], mount.device)) {
+  if (dash - fields.begin() < 6 || fields.end() - dash < 3) {
     return std::nullopt;
   }
+  const auto id = numberIn<int>(fields[0]);
+  const auto device = deviceIn(fields[2]);
+  if (!id || !device) {
+    return std::nullopt;
+  }
+  Mount mount;
+  mount.id = *id;
+  mount.device = *device;
   mount.root = unescaped(fields[3]);
   mount.point = unescaped(fields[4]);
   mount.type = unescaped(dash[1]);

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <charconv>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace quillo {
@@ -22,6 +25,15 @@ bool isValidUtf8(std::string_view text);
 // Returns the number of bytes of the well-formed sequence at the start of `text`; 0 when there is
 // none.
 std::size_t utf8SequenceLength(std::string_view text);
+// Returns the number that the text is, from its first to its last byte; nothing when it is none, or
+// one beyond the bounds of its type.
+template <typename Number>
+std::optional<Number> numberIn(std::string_view text, int base = 10) {
+  Number number = {};
+  const char* const behind = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), behind, number, base);
+  return error == std::errc() && end == behind ? std::optional(number) : std::nullopt;
+}
 // Returns the index of the last ":"; -1 when there is none.
 int lastColon(std::string_view text);
 

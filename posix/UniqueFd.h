@@ -30,7 +30,8 @@ class UniqueFd {
   int descriptor_ = -1;
 };
 
-// read(2), begun again after a signal. Any thread.
+// Returns the number of bytes that were read, 0 at the end, or -1 with errno: read(2), begun again
+// after a signal. Any thread.
 ssize_t readSome(int descriptor, char* bytes, std::size_t most);
 // Writes all of it, in several pieces if need be. Returns false, with errno, when one fails. Any
 // thread.

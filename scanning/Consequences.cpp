@@ -130,8 +130,8 @@ void Consequences::showWarning(const Verdict& infection) {
   file->watch();
 }
 
-// Notified of also where no dialog can be shown: the user was promised that such files go
-// away, and this one did not.
+// Notified of also where no dialog can be shown: the user was promised that such files go away, and
+// this one did not.
 void Consequences::showStillThere(const Verdict& infection) {
   const auto file = std::make_shared<FoundFile>(infection, services_);
   warn(file);

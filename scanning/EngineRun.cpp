@@ -87,10 +87,15 @@ void EngineRun::perform(const InfectionPolicy& policy, const std::function<void(
   report_.startRun(policy, paths_);
   {
     const AbortedScans::Run noted(services_.abortedScans, [this] { return report_.unjudged(); });
+    // Of a run that failed, in whatever way, the engine may still be there.
+    const struct Ended {
+      EngineRun& run;
+      ~Ended() {
+        run.running_.reset();
+        run.scanCheckTask.reset();
+      }
+    } ended{*this};
     attempt(steps);
-    // Of a run that failed, the engine may still be there.
-    running_.reset();
-    scanCheckTask.reset();
   }
   report_.endRun();
 }

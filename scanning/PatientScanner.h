@@ -16,7 +16,7 @@ namespace quillo {
 class Dispatcher;
 class EngineRun;
 
-// The file that names the paths of one run to the scanner, one a line (posix/EscapedPath.h). It
+// The file that names the paths of one run to the scanner, one a line (escapedPathLine()). It
 // lies in a folder that every user may write, so it is only ever a new file of this user's own: one
 // that somebody else put there is neither followed nor used. The list is then kept in memory and
 // handed to the scanner as its descriptor 3. Owned by one thread.

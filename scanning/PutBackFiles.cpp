@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -46,12 +45,6 @@ bool areOnTwoFileSystems(const std::string& folder, const std::string& other) {
   struct stat there = {};
   return stat(folder.c_str(), &here) == 0 && stat(other.c_str(), &there) == 0 &&
          here.st_dev != there.st_dev;
-}
-
-template <typename Number>
-bool takeNumber(std::string_view text, Number& number) {
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-  return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
 bool isHash(std::string_view text) {
@@ -170,14 +163,18 @@ std::optional<PutBackFiles::Entry> PutBackFiles::entryOf(const std::string& line
   if (fields.size() != 9 || (fields[0] != "copy" && fields[0] != "file") || !isHash(fields[6])) {
     return std::nullopt;
   }
+  const auto device = numberIn<std::uint64_t>(fields[1]);
+  const auto number = numberIn<std::uint64_t>(fields[2]);
+  const auto made = numberIn<std::int64_t>(fields[3]);
+  const auto changed = numberIn<std::int64_t>(fields[4]);
+  const auto size = numberIn<std::int64_t>(fields[5]);
+  if (!device || !number || !made || !changed || !size) {
+    return std::nullopt;
+  }
   Entry entry{bytesOfReported(fields[8]), bytesOfReported(fields[7]), {}, fields[0] == "copy"};
-  FileIdentity& identity = entry.print.identity;
+  entry.print.identity = {*device, *number, *made, *changed, *size};
   entry.print.hash = fields[6];
-  const bool isWhole =
-      takeNumber(fields[1], identity.device) && takeNumber(fields[2], identity.number) &&
-      takeNumber(fields[3], identity.made) && takeNumber(fields[4], identity.changed) &&
-      takeNumber(fields[5], identity.size);
-  return isWhole ? std::optional(std::move(entry)) : std::nullopt;
+  return entry;
 }
 
 void PutBackFiles::readOnce() {

@@ -39,7 +39,7 @@ class InotifyDeparturesTest : public testing::Test {
   int left = 0;
 };
 
-TEST_F(InotifyDeparturesTest, TellOfAFileThatIsMovedDeletedOrReplacedOnce) {
+TEST_F(InotifyDeparturesTest, ReportAFileThatIsMovedDeletedOrReplacedOnce) {
   const std::string moved = folder.write("moved", "x");
   const std::string deleted = folder.write("deleted", "x");
   watch(moved);
@@ -69,7 +69,7 @@ TEST_F(InotifyDeparturesTest, AskWhenAnotherFileTakesTheName) {
   EXPECT_TRUE(waitUntil([&] { return asked > before; }));
 }
 
-TEST_F(InotifyDeparturesTest, TellOfAFileWhoseFolderIsMoved) {
+TEST_F(InotifyDeparturesTest, ReportAFileWhoseFolderIsMoved) {
   const std::string path = folder.write("inner/file", "x");
   watch(path);
   settle();
@@ -77,7 +77,7 @@ TEST_F(InotifyDeparturesTest, TellOfAFileWhoseFolderIsMoved) {
   EXPECT_TRUE(waitUntil([&] { return left == 1; }));
 }
 
-TEST_F(InotifyDeparturesTest, TellOfAFileThatWasGoneBefore) {
+TEST_F(InotifyDeparturesTest, ReportAFileThatWasGoneBefore) {
   watch(folder.path() + "/nothing");
   EXPECT_TRUE(waitUntil([&] { return left == 1; }));
 }

@@ -89,6 +89,23 @@ TEST_F(NamePlanTest, LeavesTheKernelsOwnFileSystemsAlone) {
   EXPECT_EQ(roots({{"/", true}, {"/proc/", true}}), Texts());
 }
 
+TEST_F(NamePlanTest, LeavesImagesOfPackagedProgramsAlone) {
+  mount("/snap/a", "squashfs");
+  mount("/snap/b", "fuse.snapfuse");
+  const NamePlan made = plan({{"/snap/", true}, {"/snap/b/", true}});
+  EXPECT_EQ(foldersOf(made), Texts());
+  EXPECT_EQ(made.onNetwork, Texts());
+}
+
+TEST_F(NamePlanTest, NamesPlacesOnDisksThatOtherMachinesWriteToAsWell) {
+  mount("/cluster", "gfs2");
+  mount("/shared", "ocfs2");
+  mount("/lab", "lustre");
+  const NamePlan made = plan({{"/cluster/", true}, {"/shared/", true}, {"/lab/", true}});
+  EXPECT_EQ(made.onNetwork, (Texts{"/cluster/", "/shared/", "/lab/"}));
+  EXPECT_EQ(foldersOf(made), Texts());
+}
+
 TEST_F(NamePlanTest, NamesPlacesOnTheNetwork) {
   mount("/nfs", "nfs4");
   mount("/ssh", "fuse.sshfs");

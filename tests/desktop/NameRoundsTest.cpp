@@ -57,7 +57,7 @@ class NameRoundsTest : public testing::Test {
   std::unique_ptr<NameRounds> rounds;
 };
 
-TEST_F(NameRoundsTest, TellThatThereIsNoQueueAndTryAgain) {
+TEST_F(NameRoundsTest, ReportThatThereIsNoQueueAndTryAgain) {
   beginWithout(SYS_inotify_init1, EMFILE);
   EXPECT_EQ(reported.gaps, (Gaps{{place, Gap::noQueue}}));
   EXPECT_TRUE(rounds->isIncomplete());
@@ -67,7 +67,7 @@ TEST_F(NameRoundsTest, TellThatThereIsNoQueueAndTryAgain) {
   EXPECT_EQ(reported.gaps.size(), 1U);
 }
 
-TEST_F(NameRoundsTest, TellThatMountsCannotBeReadAndTryAgain) {
+TEST_F(NameRoundsTest, ReportThatMountsCannotBeReadAndTryAgain) {
   beginWithout(SYS_lseek, EIO);
   EXPECT_EQ(reported.gaps, (Gaps{{place, Gap::mountsUnknown}}));
   EXPECT_TRUE(rounds->isIncomplete());
@@ -76,7 +76,7 @@ TEST_F(NameRoundsTest, TellThatMountsCannotBeReadAndTryAgain) {
   EXPECT_TRUE(reports("late"));
 }
 
-TEST_F(NameRoundsTest, TellThatMountsCannotBeOpenedAndTryAgain) {
+TEST_F(NameRoundsTest, ReportThatMountsCannotBeOpenedAndTryAgain) {
   beginWithout(SYS_openat, EMFILE);
   EXPECT_EQ(reported.gaps, (Gaps{{place, Gap::mountsUnknown}}));
   runOn();

@@ -79,7 +79,7 @@ TEST_F(AgentUpdates, FromTheMenuSayThatTheyUpdatedAndThenThatAllIsUpToDate) {
 }
 
 // A freshclam of today gives 0 for both.
-TEST_F(AgentUpdates, WithoutTheFlagCannotTellUpdatedFromUpToDate) {
+TEST_F(AgentUpdates, WithoutTheFlagCannotDistinguishUpdatedFromUpToDate) {
   mirror.serve(definition());
   start("");
   ASSERT_TRUE(desktop.choose(chosen));

@@ -142,7 +142,7 @@ TEST_F(GfsloggerEvents, DoesNotEnterAnotherFileSystemInAMovedFolder) {
   EXPECT_FALSE(output().contains(in("moved/other/inside")));
 }
 
-TEST_F(GfsloggerEvents, DoesNotTellANewFolder) {
+TEST_F(GfsloggerEvents, DoesNotReportANewFolder) {
   start();
   makeFolder(in("sub"));
   ASSERT_TRUE(catchUp());

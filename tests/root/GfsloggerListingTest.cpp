@@ -29,7 +29,7 @@ class GfsloggerListing : public HelperFixture {
   void continueHelper() { ASSERT_TRUE(agent().signalHelper(SIGCONT)); }
 };
 
-TEST_F(GfsloggerListing, DoesNotTellOfAReadableFileInAFolderThatCanOnlyBePassed) {
+TEST_F(GfsloggerListing, DoesNotReportAReadableFileInAFolderThatCanOnlyBePassed) {
   const std::string home = othersFolder("home", 0711);
   start();
   writeFile(home + "/file");
@@ -37,7 +37,7 @@ TEST_F(GfsloggerListing, DoesNotTellOfAReadableFileInAFolderThatCanOnlyBePassed)
   EXPECT_FALSE(output().contains(home + "/file"));
 }
 
-TEST_F(GfsloggerListing, DoesNotTellTheNameOfAFolderBelowOneThatCanOnlyBePassed) {
+TEST_F(GfsloggerListing, DoesNotReportTheNameOfAFolderBelowOneThatCanOnlyBePassed) {
   const std::string home = othersFolder("home", 0711);
   othersFolder("home/public", 0755);
   start();
@@ -67,7 +67,7 @@ TEST_F(GfsloggerListing, ReportsOfADropFolderOnlyWhatBelongsToTheCaller) {
   EXPECT_FALSE(output().contains(drop + "/others"));
 }
 
-TEST_F(GfsloggerListing, DoesNotTellWhatIsMovedIntoAFolderThatCanOnlyBePassed) {
+TEST_F(GfsloggerListing, DoesNotReportWhatIsMovedIntoAFolderThatCanOnlyBePassed) {
   const std::string home = othersFolder("home", 0711);
   makeFolder(in("tree"));
   writeFile(in("tree/file"));
@@ -77,7 +77,7 @@ TEST_F(GfsloggerListing, DoesNotTellWhatIsMovedIntoAFolderThatCanOnlyBePassed) {
   EXPECT_FALSE(output().contains(home + "/moved/file"));
 }
 
-TEST_F(GfsloggerListing, DoesNotTellANameFromATimeWhenTheFolderWasPrivate) {
+TEST_F(GfsloggerListing, DoesNotReportANameFromATimeWhenTheFolderWasPrivate) {
   const std::string folder = othersFolder("folder", 0700);
   start();
   stopHelper();
@@ -93,7 +93,7 @@ TEST_F(GfsloggerListing, DoesNotTellANameFromATimeWhenTheFolderWasPrivate) {
   EXPECT_FALSE(output().contains(folder + "/removed"));
 }
 
-TEST_F(GfsloggerListing, DoesNotTellOfAFolderThatBecamePrivateWhileItStoodStill) {
+TEST_F(GfsloggerListing, DoesNotReportAFolderThatBecamePrivateWhileItStoodStill) {
   const std::string folder = othersFolder("folder", 0755);
   start();
   stopHelper();
@@ -115,7 +115,7 @@ TEST_F(GfsloggerListing, ReportsAgainOnceTheFolderCanBeListedAgain) {
   EXPECT_FALSE(output().contains(folder + "/before"));
 }
 
-TEST_F(GfsloggerListing, DoesNotTellWhatWaitedForAReaderUntilItWasPrivate) {
+TEST_F(GfsloggerListing, DoesNotReportWhatWaitedForAReaderUntilItWasPrivate) {
   const std::string folder = othersFolder("folder", 0755);
   start();
   // All in one read of events, and much more than the pipe holds.
@@ -133,7 +133,7 @@ TEST_F(GfsloggerListing, DoesNotTellWhatWaitedForAReaderUntilItWasPrivate) {
 }
 
 // Of a path that a link stands for nothing is reported but the link.
-TEST_F(GfsloggerListing, DoesNotTellThroughALinkThatTookTheFoldersPlace) {
+TEST_F(GfsloggerListing, DoesNotReportThroughALinkThatTookTheFoldersPlace) {
   const std::string folder = othersFolder("folder", 0755);
   othersFolder("elsewhere", 0755);
   writeFile(in("elsewhere/file"));

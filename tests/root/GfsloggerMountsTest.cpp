@@ -268,7 +268,7 @@ TEST_F(GfsloggerOverlay, ReportsAFileThatIsWritten) {
   EXPECT_TRUE(output().waitFor(in("merged/old")));
 }
 
-TEST_F(GfsloggerOverlay, DoesNotTellOfAFolderThatTheCallerMayNotSee) {
+TEST_F(GfsloggerOverlay, DoesNotReportAFolderThatTheCallerMayNotSee) {
   start();
   ASSERT_TRUE(waitUntilWatched(in("merged")));
   makeFolder(in("merged/private"), 0700);

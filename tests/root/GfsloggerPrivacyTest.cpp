@@ -14,7 +14,7 @@ void giveTo(const std::string& path, uid_t user, gid_t group) {
   check(chown(path.c_str(), user, group), path);
 }
 
-TEST_F(GfsloggerPrivacy, DoesNotTellOfAnotherUsersPrivateFolder) {
+TEST_F(GfsloggerPrivacy, DoesNotReportAnotherUsersPrivateFolder) {
   makeFolder(in("private"), 0700);
   giveTo(in("private"), otherUser, otherUser);
   makeFolder(in("private/open"), 0777);
@@ -87,7 +87,7 @@ TEST_F(GfsloggerPrivacy, DoesNotListAPrivateFolderThatIsMoved) {
   EXPECT_FALSE(output().contains(in("moved/secret")));
 }
 
-TEST_F(GfsloggerPrivacy, DoesNotTellWhatTheAgentItselfWrites) {
+TEST_F(GfsloggerPrivacy, DoesNotReportWhatTheAgentItselfWrites) {
   start();
   const std::string own = in("own");
   agent().append(own);

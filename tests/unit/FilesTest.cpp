@@ -22,7 +22,7 @@
 namespace quillo {
 namespace {
 
-TEST(FileFacts, TellFoldersFromFilesAndGiveBytes) {
+TEST(FileFacts, DistinguishFoldersFromFilesAndGiveBytes) {
   const TemporaryFolder folder;
   const auto file = fileFacts(folder.write("file", "12345"));
   ASSERT_TRUE(file);

@@ -39,7 +39,7 @@ std::string record(const std::string& name, unsigned handleBytes = 8,
   return bytesOf(head) + body;
 }
 
-TEST(NamedEvents, TellProcessFolderAndName) {
+TEST(NamedEvents, GiveProcessFolderAndName) {
   const std::string buffer = event(FAN_CREATE, FAN_NOFD, record("file")) +
                              event(FAN_MODIFY, FAN_NOFD, record("another one"));
   const auto batch = parseNamedEvents(buffer);

@@ -94,7 +94,7 @@ TEST_F(NotificationsTest, StayUntilTheUserDismissesThem) {
   }
 }
 
-TEST_F(NotificationsTest, TellTheFindsFromTheRest) {
+TEST_F(NotificationsTest, DistinguishFindsFromTheRest) {
   prepare();
   for (const std::int32_t code : {1, 2, 3}) {
     EXPECT_TRUE(shown(code).details.isFind) << code;

@@ -60,7 +60,7 @@ TEST_F(TypedPreferencesTest, GiveAValueOfTheAskedType) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(TypedPreferencesTest, TellAndIgnoreAValueOfAnotherType) {
+TEST_F(TypedPreferencesTest, LogAndIgnoreAValueOfAnotherType) {
   store.set("s", true);
   store.set("on", "no");
   store.set("n", "1024");
@@ -130,7 +130,7 @@ TEST_F(TypedPreferencesTest, TakeAFolderOfAnyNameFromAUri) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(TypedPreferencesTest, TellAndIgnoreAUriThatNamesNoFileOfThisMachine) {
+TEST_F(TypedPreferencesTest, LogAndIgnoreAUriThatNamesNoFileOfThisMachine) {
   PreferenceDictionary table;
   table["path"] = PreferenceValue{std::string("/other")};
   table["URI"] = PreferenceValue{std::string("file://there/a")};
@@ -156,7 +156,7 @@ TEST_F(TypedPreferencesTest, ReadTheFoldersToGuardInTheUsersOrder) {
   EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(TypedPreferencesTest, KeepAnEntryThatNamesNoFolderAndTellWhatItIs) {
+TEST_F(TypedPreferencesTest, KeepAnEntryThatNamesNoFolderAndLogWhatItIs) {
   PreferenceDictionary wrong;
   wrong["pathName"] = PreferenceValue{true};
   setList("L", {PreferenceValue{wrong}, PreferenceValue{true}});

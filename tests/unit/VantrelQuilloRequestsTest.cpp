@@ -300,6 +300,19 @@ TEST_F(AgentRequests, ErrorsOfTheWorkersAreShownAsErrors) {
   EXPECT_EQ(desktop.growl.posted().back().description, "<PLACE_NO_QUEUE>");
 }
 
+TEST_F(AgentRequests, WhatTheHelperSaysIsShownAsAnErrorUntilItIsMended) {
+  Notifier& notifier = agent().parts().watcherServices.notifier;
+  NotificationDetails details;
+  details.topic = helperTopic;
+  EXPECT_TRUE(notifier.displayGrowlDialogWithTitleAndDescription(notificationError, "not installed",
+                                                                 details));
+  EXPECT_EQ(desktop.growl.posted().back().name, "Error");
+  EXPECT_EQ(desktop.growl.posted().back().description, "not installed");
+  EXPECT_FALSE(desktop.growl.withdrawn.has(helperTopic));
+  notifier.withdraw(helperTopic);
+  EXPECT_TRUE(desktop.growl.withdrawn.has(helperTopic));
+}
+
 TEST_F(AgentRequests, TheWatchersOwnStopAndStartComeInOrderOnTheMainThread) {
   desktop.application.keepsPosted = true;
   agent().parts().watching.stopWatcherFromWatcher();

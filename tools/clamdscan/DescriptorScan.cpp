@@ -207,8 +207,7 @@ void DescriptorScan::askAfterSilence() {
   giveUp(stalled);
 }
 
-// The reason is a copy, for it may be the text of the session, which ends here.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
+// NOLINTBEGIN(performance-unnecessary-value-param): see the header.
 void DescriptorScan::lose(std::string reason) {
   bool overFiles = false;
   for (Item& item : items_) {
@@ -235,7 +234,7 @@ void DescriptorScan::lose(std::string reason) {
   }
 }
 
-void DescriptorScan::giveUp(const std::string& reason) {
+void DescriptorScan::giveUp(std::string reason) {
   link_.giveUp(reason);
   for (Item& item : items_) {
     item.number = 0;
@@ -244,6 +243,7 @@ void DescriptorScan::giveUp(const std::string& reason) {
     }
   }
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 void DescriptorScan::handOver() {
   for (auto item = items_.begin(); item != items_.end();) {

@@ -76,9 +76,9 @@ class DescriptorScan {
   void takeAnswers();
   void take(const SessionAnswer& said);
   void askAfterSilence();
-  // By value: what they end may hold the text.
+  // By value: the session that they end may hold the text.
   void lose(std::string reason);
-  void giveUp(const std::string& reason);
+  void giveUp(std::string reason);
   void handOver();
   std::size_t underWay() const;
   int nextLook() const;

@@ -159,7 +159,8 @@ class Walk {
       return;
     }
     const std::string real = pathOf(target.get());
-    const bool inside = real == root_ || liesBelow(real, root_);
+    // Below "/" lies also what has no path, such as a pipe.
+    const bool inside = root_ == "/" || real == root_ || liesBelow(real, root_);
     if (!inside) {
       visitor_.obstacle(path_, "symbolic link to outside of this folder");
     }

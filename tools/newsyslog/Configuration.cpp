@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include "posix/Accounts.h"
 #include "posix/Text.h"
@@ -17,21 +16,11 @@ constexpr int mostOldVersions = 999;
 
 [[noreturn]] void refuse(const std::string& reason) { throw ConfigurationError(reason); }
 
-template <typename Number>
-std::optional<Number> numberFrom(std::string_view text, int base = 10) {
-  Number number = {};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
-    return std::nullopt;
-  }
-  return number;
-}
-
 std::optional<uid_t> userFrom(std::string_view text) {
   if (text.empty()) {
     return std::nullopt;
   }
-  if (const auto number = numberFrom<uid_t>(text)) {
+  if (const auto number = numberIn<uid_t>(text)) {
     return number;
   }
   const auto account = accountNamed(std::string(text));
@@ -45,7 +34,7 @@ std::optional<gid_t> groupFrom(std::string_view text) {
   if (text.empty()) {
     return std::nullopt;
   }
-  if (const auto number = numberFrom<gid_t>(text)) {
+  if (const auto number = numberIn<gid_t>(text)) {
     return number;
   }
   std::array<char, 16384> buffer;
@@ -69,7 +58,7 @@ std::string pathFrom(std::string_view text) {
 }
 
 mode_t modeFrom(std::string_view text) {
-  const auto mode = numberFrom<mode_t>(text, 8);
+  const auto mode = numberIn<mode_t>(text, 8);
   if (!mode || *mode > 0777) {
     refuse("the mode \"" + std::string(text) + "\" is no octal number up to 777");
   }
@@ -77,7 +66,7 @@ mode_t modeFrom(std::string_view text) {
 }
 
 int countFrom(std::string_view text) {
-  const auto count = numberFrom<int>(text);
+  const auto count = numberIn<int>(text);
   if (!count || *count < 1 || *count > mostOldVersions) {
     refuse("the count \"" + std::string(text) + "\" is no number from 1 to " +
            std::to_string(mostOldVersions));
@@ -89,7 +78,7 @@ std::optional<std::uint64_t> sizeFrom(std::string_view text) {
   if (text == "*") {
     return std::nullopt;
   }
-  const auto size = numberFrom<std::uint64_t>(text);
+  const auto size = numberIn<std::uint64_t>(text);
   if (!size || *size == 0) {
     refuse("the size \"" + std::string(text) + "\" is neither a number of kilobytes nor \"*\"");
   }

@@ -182,7 +182,7 @@ void TrackerQuery::takeChanges(const std::vector<TrackerEndpoint::Row>& rows,
     if (!path || !isInScope(*path) || exclusion_.leavesOut(*path)) {
       continue;
     }
-    const bool isNew = added.count(std::atoi(row[0].c_str())) > 0;
+    const bool isNew = added.count(numberIn<int>(row[0]).value_or(-1)) > 0;
     (isNew ? update_.addedItems : update_.changedItems)
         .push_back({path, dateOf(row[2]), dateOf(row[3])});
   }

@@ -26,6 +26,8 @@ class MountPoints {
 
   // `choice` picks the mounts that count; all of them do without it.
   explicit MountPoints(Choice choice = nullptr) : choice_(choice) {}
+  // Returns true when one of them is that path, without a "/" at its end. While the kernel's table
+  // cannot be read, those of the last reading count.
   bool contain(const std::string& path);
 
  private:

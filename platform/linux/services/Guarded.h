@@ -19,8 +19,8 @@ void setGuardReport(std::function<void(const std::string& problem)> report);
 // Has an action run on the main thread and returns at once. Any thread.
 using PostToMain = std::function<void(std::function<void()> action)>;
 
-// Has its owner's actions run on the main thread, and drops those that have not run when it is
-// destroyed with its owner, which has to be there too.
+// Has its owner's actions run on the main thread. Those that have not run when the owner, of which
+// it is a member, is destroyed there are dropped.
 class PostWhileAlive {
  public:
   explicit PostWhileAlive(PostToMain post) : post_(std::move(post)) {}

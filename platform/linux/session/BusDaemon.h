@@ -10,12 +10,14 @@
 namespace quillo {
 
 // Questions to the bus daemon itself (org.freedesktop.DBus), which answers at once; should it not,
-// each operation returns false, or 0, after two seconds. Main thread.
+// a question counts as answered with no after two seconds. Main thread.
 class BusDaemon {
  public:
   explicit BusDaemon(const QDBusConnection& bus) : bus_(bus) {}
 
+  // Returns when everything that was sent before has reached the daemon.
   void roundTrip();
+  // Returns true when a process owns the name.
   bool hasOwner(const QString& name);
   // Returns true when the name has an owner, or a service file would start one.
   bool isServed(const QString& name);
