@@ -1,5 +1,7 @@
 #include <sys/wait.h>
 
+#include <functional>
+
 #include "posix/ChildProcess.h"
 #include "tests/fakes/agent/WatchingAgent.h"
 
@@ -29,6 +31,22 @@ TEST_F(WatchingAgent, StartsOnceAfterTwoSleepsInARow) {
   desktop.powerNotifications.didWake();
   EXPECT_EQ(linesOf({stopForSleep, goodNight, goodMorning, begun}),
             (Lines{stopForSleep, goodNight, goodNight, goodMorning, begun, goodMorning}));
+}
+
+TEST_F(WatchingAgent, StartsAtWakeWhateverWasStartedOrStoppedSinceItsSleep) {
+  watch();
+  const std::vector<std::function<void()>> meanwhile = {
+      [this] { agent().startWatcher(); }, [this] { agent().stopWatcher(); },
+      [this] { desktop.distributedNotificationCenter.deliver("VantrelQuilloShouldRestart"); }};
+  for (const auto& happens : meanwhile) {
+    desktop.powerNotifications.willSleep();
+    happens();
+    log().clear();
+    desktop.powerNotifications.didWake();
+    EXPECT_EQ(linesOf({goodMorning, begun}), (Lines{goodMorning, begun}));
+    ASSERT_TRUE(helper.waitForLaunches(1));
+    EXPECT_EQ(state(), State::watching);
+  }
 }
 
 TEST_F(WatchingAgent, StaysStoppedThroughSleepWhenTheUserStoppedIt) {

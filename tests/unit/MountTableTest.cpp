@@ -6,10 +6,16 @@
 #include <cerrno>
 
 #include "posix/MountTable.h"
+#include "posix/Text.h"
 #include "tests/support/SystemCalls.h"
 
 namespace quillo {
 namespace {
+
+Mount mountOf(std::string_view type, const std::string& source = "x") {
+  return parseMountTable("30 1 0:9 / /mnt rw - " + std::string(type) + " " + source + " rw\n")
+      .at(0);
+}
 
 TEST(MountTable, ReadsAllThatALineSays) {
   const auto mounts = parseMountTable(
@@ -40,6 +46,12 @@ TEST(MountTable, UndoesTheEscapesOfASource) {
   EXPECT_EQ(mounts[0].source, "/dev/r oot");
 }
 
+TEST(MountTable, UndoesTheEscapesOfTheFolderThatIsMounted) {
+  const auto mounts = parseMountTable("36 35 98:0 /my\\040home /m rw - btrfs /dev/sda1 rw\n");
+  ASSERT_EQ(mounts.size(), 1U);
+  EXPECT_EQ(mounts[0].root, "/my home");
+}
+
 TEST(MountTable, LeavesOutWhatIsNoMount) {
   EXPECT_TRUE(parseMountTable("").empty());
   EXPECT_TRUE(parseMountTable("\n\nnonsense\n1 2\n1 2 3:4\n1 2 x:y / / rw - t s o\n").empty());
@@ -55,15 +67,33 @@ TEST(MountTable, SeesReadOnlyMountsAndReadOnlyFileSystems) {
 }
 
 TEST(MountTable, KnowsWhichFilesLieElsewhere) {
-  const auto one = [](const std::string& type, const std::string& source) {
-    return parseMountTable("30 1 0:9 / /mnt rw - " + type + " " + source + " rw\n").at(0);
-  };
-  for (const char* type : {"nfs4", "cifs", "9p", "ceph", "lustre", "fuse.sshfs"}) {
-    EXPECT_TRUE(isNetwork(one(type, "x"))) << type;
+  const auto types = split(
+      "9p afs beegfs ceph cifs coda lustre ncpfs nfs nfs4 orangefs prl_fs pvfs2 smb3 smbfs vboxsf "
+      "virtiofs fuse.ceph fuse.ceph-fuse fuse.curlftpfs fuse.davfs fuse.davfs2 fuse.gcsfuse "
+      "fuse.glusterfs fuse.goofys fuse.juicefs fuse.rclone fuse.s3fs fuse.smbnetfs fuse.sshfs "
+      "fuse.vmhgfs-fuse",
+      ' ');
+  for (const std::string_view type : types) {
+    EXPECT_TRUE(isNetwork(mountOf(type))) << type;
+    EXPECT_FALSE(isPseudo(mountOf(type))) << type;
   }
-  EXPECT_TRUE(isNetwork(one("fuse", "https://cloud.example/files")));
-  EXPECT_FALSE(isNetwork(one("fuse.encfs", "x")));
-  EXPECT_FALSE(isNetwork(one("ext4", "x")));
+  EXPECT_TRUE(isNetwork(mountOf("fuse", "https://cloud.example/files")));
+  EXPECT_FALSE(isNetwork(mountOf("fuse.encfs")));
+  EXPECT_FALSE(isNetwork(mountOf("ext4")));
+}
+
+TEST(MountTable, KnowsWhichFilesAreTheKernelsOwn) {
+  const auto types = split(
+      "autofs binfmt_misc bpf cgroup cgroup2 configfs debugfs devpts devtmpfs efivarfs fusectl "
+      "hugetlbfs mqueue nsfs pipefs proc pstore resctrl rpc_pipefs securityfs selinuxfs smackfs "
+      "sockfs sysfs tracefs fuse.gvfsd-fuse fuse.lxcfs fuse.portal",
+      ' ');
+  for (const std::string_view type : types) {
+    EXPECT_TRUE(isPseudo(mountOf(type))) << type;
+    EXPECT_FALSE(isNetwork(mountOf(type))) << type;
+  }
+  EXPECT_FALSE(isPseudo(mountOf("tmpfs")));
+  EXPECT_FALSE(isPseudo(mountOf("fuse.encfs")));
 }
 
 TEST(MountTable, TakesAMountForTheSameAfterItWasMountedAgainInAnotherWay) {

@@ -208,6 +208,12 @@ TEST_F(PreferencesTest, MoveInfectedFilesToTheQuarantineFolder) {
   EXPECT_TRUE(log().has("I will quarantine infected files"));
 }
 
+TEST(InfectedFileActions, HaveALetterEachIfTheyMoveTheFile) {
+  EXPECT_EQ(letterOf(InfectedFileAction::quarantine), "Q");
+  EXPECT_EQ(letterOf(InfectedFileAction::moveToTrash), "T");
+  EXPECT_EQ(letterOf(InfectedFileAction::leaveInPlace), "");
+}
+
 TEST_F(PreferencesTest, PreferTheQuarantineToTheTrash) {
   store().set("QuilloTrashFiles", true);
   store().set("QuilloQuarantineFiles", true);
