@@ -226,6 +226,12 @@ TEST_F(StatusAttention, IsNotAskedForOnceWatchingWasStopped) {
   expect("Not watching", Attention::none);
 }
 
+TEST_F(StatusAttention, IsNotAskedForWhileWatchingIsSetUpAnew) {
+  facts.definitions = DefinitionState::none;
+  facts.settingUp = true;
+  expect("<WAIT>", Attention::none);
+}
+
 TEST_F(StatusAttention, StaysDuringAScanThatHasWordsOfItsOwn) {
   facts.definitions = DefinitionState::none;
   facts.busy = true;
