@@ -102,6 +102,14 @@ TEST_F(AgentStatus, SaysThatThereIsNoEngineWhenAScannerFindsItGone) {
   EXPECT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
 }
 
+TEST_F(AgentStatus, SaysThatTheHelperFailsForAsLongAsItDoes) {
+  launch();
+  agent().parts().watcherLink.setHelperFails(true);
+  EXPECT_EQ(toolTip(), "<STATUS_HELPER_FAILS>");
+  agent().parts().watcherLink.setHelperFails(false);
+  EXPECT_EQ(toolTip(), "Watching 2 folders");
+}
+
 TEST_F(AgentStatus, DoesNotWaitForeverWhenAStartFails) {
   threads.refused = {"FSEventWatcher"};
   launch();
