@@ -266,6 +266,17 @@ TEST_F(AgentRequests, FoldersMayBeAddedUnlessTheyAreTheQuarantine) {
   EXPECT_TRUE(agent().okToAddDir("/r"));
 }
 
+TEST_F(AgentRequests, ScannersAreGivenAlsoWhatTheyCouldDoWithout) {
+  AgentParts& parts = agent().parts();
+  const ScannerServices& services = parts.scannerServices;
+  EXPECT_EQ(services.fileDepartures, &desktop.fileDepartures);
+  EXPECT_EQ(services.putBackFiles, &parts.putBackFiles);
+  EXPECT_EQ(services.pipelineObserver, &parts.progressLog);
+  EXPECT_EQ(services.runningScanners, &parts.runningScanners);
+  EXPECT_EQ(services.reportedFiles, &parts.reportedFiles);
+  EXPECT_EQ(services.abortedScans, &parts.abortedScans);
+}
+
 TEST_F(AgentRequests, ScannersAndMenuSeeTheSameState) {
   ScannerOwner& scanner = agent().parts().scannerLink;
   ThrobberOwner& menu = agent().parts().menuLink;
