@@ -1,47 +1,8 @@
-#include <cstdlib>
-#include <new>
-
 #include "tests/fakes/scanning/DispatcherFixture.h"
-
-namespace {
-
-constexpr int never = -1;
-thread_local int successesLeft = never;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (successesLeft == 0) {
-    successesLeft = never;
-    throw std::bad_alloc();
-  }
-  if (successesLeft > 0) {
-    --successesLeft;
-  }
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#include "tests/unit/FailingAllocation.h"
 
 namespace quillo {
 namespace {
-
-// Makes one allocation of this thread fail: the one after `successes` that succeed. Only while the
-// object lives.
-class FailingAllocation {
- public:
-  explicit FailingAllocation(int successes) { successesLeft = successes; }
-  ~FailingAllocation() { successesLeft = never; }
-  FailingAllocation(const FailingAllocation&) = delete;
-  FailingAllocation& operator=(const FailingAllocation&) = delete;
-
-  // Whether it has failed by now.
-  bool happened() const { return successesLeft == never; }
-};
 
 class DispatcherIntake : public DispatcherFixture {};
 
