@@ -45,17 +45,22 @@ class CountedScan {
 }  // namespace
 
 RunningScanners::Entry::Entry(RunningScanners& list, ChildProcess& scanner)
-    : list_(list), scanner_(scanner) {
+    : Entry(list, [&scanner]() -> ChildProcess& { return scanner; }) {}
+
+RunningScanners::Entry::Entry(RunningScanners& list, const std::function<ChildProcess&()>& launch)
+    : list_(list) {
   MutexLock hold(list_.lock_);
-  list_.scanners_.push_back(&scanner_);
+  list_.scanners_.reserve(list_.scanners_.size() + 1);
+  scanner_ = &launch();
+  list_.scanners_.push_back(scanner_);
   if (list_.endsEach_) {
-    scanner_.endAtOnce();
+    scanner_->endAtOnce();
   }
 }
 
 RunningScanners::Entry::~Entry() {
   MutexLock hold(list_.lock_);
-  std::erase(list_.scanners_, &scanner_);
+  std::erase(list_.scanners_, scanner_);
 }
 
 void RunningScanners::endAll() {
@@ -133,9 +138,11 @@ LaunchRequest EngineRun::begin(VerdictReceiver* verdicts) {
   return request;
 }
 
-void EngineRun::noteAsRunning() {
+void EngineRun::launchNoted(const std::function<ChildProcess&()>& launch) {
   if (services_.runningScanners) {
-    running_.emplace(*services_.runningScanners, *scanCheckTask);
+    running_.emplace(*services_.runningScanners, launch);
+  } else {
+    launch();
   }
   if (verdicts_) {
     verdicts_->letGo();
@@ -145,8 +152,7 @@ void EngineRun::noteAsRunning() {
 void EngineRun::launch(int descriptorThree) {
   LaunchRequest request = begin(report_.verdicts());
   request.descriptorThree = descriptorThree;
-  scanCheckTask.emplace(request);
-  noteAsRunning();
+  launchNoted([&]() -> ChildProcess& { return scanCheckTask.emplace(request); });
   outputPipe = true;
   taskOutput = scanCheckTask->processIdentifier();
 }
@@ -157,12 +163,14 @@ void EngineRun::launch(std::optional<Pipe> pipe, std::optional<PipeReader> readi
     // Nobody reads the report, so nobody could say that a line has come.
     LaunchRequest request = begin(nullptr);
     request.output = LaunchRequest::Output::inherited;
-    scanCheckTask.emplace(request);
-  } else {
-    taskOutput = readingEnd->descriptor();
-    scanCheckTask.emplace(begin(report_.verdicts()), std::move(*readingEnd), pipe->takeWriter());
+    launchNoted([&]() -> ChildProcess& { return scanCheckTask.emplace(request); });
+    return;
   }
-  noteAsRunning();
+  taskOutput = readingEnd->descriptor();
+  const LaunchRequest request = begin(report_.verdicts());
+  launchNoted([&]() -> ChildProcess& {
+    return scanCheckTask.emplace(request, std::move(*readingEnd), pipe->takeWriter());
+  });
 }
 
 void EngineRun::waitUntilExit(const ChildProcess::ChunkHandler& handler,

@@ -29,13 +29,16 @@ class RunningScanners {
   class Entry {
    public:
     Entry(RunningScanners& list, ChildProcess& scanner);
+    // Has the scanner launched here: whoever ends them all meanwhile waits, and ends it as well.
+    // Passes on what `launch` throws.
+    Entry(RunningScanners& list, const std::function<ChildProcess&()>& launch);
     ~Entry();
     Entry(const Entry&) = delete;
     Entry& operator=(const Entry&) = delete;
 
    private:
     RunningScanners& list_;
-    ChildProcess& scanner_;
+    ChildProcess* scanner_ = nullptr;
   };
 
   // Ends each with SIGKILL, and what it started.
@@ -87,7 +90,8 @@ class EngineRun {
  private:
   void attempt(const std::function<void()>& steps);
   LaunchRequest begin(VerdictReceiver* verdicts);
-  void noteAsRunning();
+  // Launches by `launch`, and counts what that returns among those that run.
+  void launchNoted(const std::function<ChildProcess&()>& launch);
   void logFailure(const PlatformException& failure) const;
 
   // Constant after construction.
