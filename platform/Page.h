@@ -35,7 +35,9 @@ class Page {
 
   virtual ~Page() = default;
 
-  // Labels, fields, buttons, and group boxes by their titles.
+  // Labels, fields, buttons, and group boxes by their titles. In the texts of buttons, of group
+  // boxes and of labels that name a field, "&" marks the access key. A field that its user has not
+  // changed gives back the bytes that it was set to.
   virtual void setText(const std::string& widget, const std::string& text) = 0;
   virtual std::string text(const std::string& widget) = 0;
   virtual void setEnabled(const std::string& widget, bool enabled) = 0;
@@ -63,8 +65,9 @@ class Page {
   virtual std::vector<std::size_t> selectedRows(const std::string& widget) = 0;
   virtual void selectRow(const std::string& widget, std::size_t row) = 0;
 
-  // Has `action` called when its user presses a button, chooses, checks, ends or changes a text, or
-  // opens a row of a table.
+  // Has `action` called when its user presses a button, chooses, checks, has changed a text, or
+  // opens a row of a table. A text counts as changed when its user leaves it or presses Enter;
+  // where the interface file gives the field the property `live`, at each letter.
   virtual void onAction(const std::string& widget, Action action) = 0;
   // ... when other rows of a table are selected.
   virtual void onSelection(const std::string& widget, Action action) = 0;

@@ -18,35 +18,16 @@ namespace {
 constexpr int pictureSize = 64;
 constexpr int longestLabel = 1000;
 constexpr int longestFailure = 400;
-constexpr int longestWord = 24;
 
 QWidget* messageField(const QDialog& dialog) {
   auto* field = dialog.findChild<QWidget*>("theMessage");
   return field ? field : dialog.findChild<QWidget*>("updateWindowText");
 }
 
-// A label is as wide as its longest word; within one that would widen the window a line may break
-// at a mark that shows nothing (U+200B).
-QString breakable(const QString& text) {
-  QString result;
-  int run = 0;
-  for (const QChar character : text) {
-    // From here on are the scripts that break a line anywhere.
-    const bool isInWord = character.unicode() < 0x2E80 && !character.isSpace();
-    run = isInWord ? run + 1 : 0;
-    if (run > longestWord) {
-      result += QChar(0x200B);
-      run = 1;
-    }
-    result += character;
-  }
-  return result;
-}
-
 void setText(QWidget* field, const QString& text) {
   if (auto* label = qobject_cast<QLabel*>(field)) {
     label->setTextFormat(Qt::PlainText);
-    label->setText(breakable(elidedInTheMiddle(text, longestLabel)));
+    label->setText(breakableText(elidedInTheMiddle(text, longestLabel)));
   } else if (auto* line = qobject_cast<QLineEdit*>(field)) {
     line->setText(text);
     line->setCursorPosition(0);

@@ -28,7 +28,7 @@ QUiLoader& loader() {
 }  // namespace
 
 std::optional<InterfaceFile> InterfaceFile::read(const std::string& folder, const std::string& name,
-                                                 std::string& reason) {
+                                                 std::string& reason, const std::string& top) {
   const std::string path = folder + "/" + name + ".ui";
   QFile file(QString::fromStdString(path));
   if (!file.open(QIODevice::ReadOnly)) {
@@ -37,18 +37,18 @@ std::optional<InterfaceFile> InterfaceFile::read(const std::string& folder, cons
   }
   InterfaceFile interface { name, file.readAll() };
   QXmlStreamReader reader(interface.contents);
-  bool hasDialog = false;
+  bool hasTop = false;
   const bool isInterface = reader.readNextStartElement() && reader.name() == u"ui";
   while (!reader.atEnd()) {
     if (reader.readNext() == QXmlStreamReader::StartElement && reader.name() == u"widget") {
-      hasDialog = hasDialog || reader.attributes().value("name") == u"theDialog";
+      hasTop = hasTop || reader.attributes().value("name") == QString::fromStdString(top);
     }
   }
   if (reader.hasError()) {
     reason = path + ": line " + std::to_string(reader.lineNumber()) + ": " +
              reader.errorString().toStdString();
-  } else if (!isInterface || !hasDialog) {
-    reason = path + ": no interface file with a window theDialog";
+  } else if (!isInterface || !hasTop) {
+    reason = path + ": no interface file with a window " + top;
   } else {
     return interface;
   }

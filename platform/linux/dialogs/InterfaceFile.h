@@ -15,9 +15,10 @@ struct InterfaceFile {
   QByteArray contents;
 
   // Returns `<folder>/<name>.ui`; nothing, and in `reason` why, when it cannot be read, is no
-  // well-formed interface file or names no object `theDialog`. Any thread.
+  // well-formed interface file or names no object `top`. Any thread.
   static std::optional<InterfaceFile> read(const std::string& folder, const std::string& name,
-                                           std::string& reason);
+                                           std::string& reason,
+                                           const std::string& top = "theDialog");
   // Returns the widget that the file describes, not yet shown; null when its class is not known.
   // Main thread.
   std::unique_ptr<QWidget> makeWidget() const;

@@ -28,7 +28,6 @@ namespace {
 
 // 10.6: recent enough for everything that asks.
 constexpr int desktopVersion = 0x1060;
-const QString applicationId = QStringLiteral("org.vantrel.VantrelQuillo");
 
 class PostedAction final : public QEvent {
  public:
@@ -69,22 +68,24 @@ class GuardedApplication final : public QApplication {
 
 // Desktops know by the class of an X11 window whose it is. Qt makes it, once for all windows, out
 // of the application's name, which people read elsewhere.
-void nameApplication() {
+void nameApplication(const ApplicationIdentity& identity) {
   if (QGuiApplication::platformName() == "xcb") {
-    QCoreApplication::setApplicationName(applicationId);
+    QCoreApplication::setApplicationName(QString::fromStdString(identity.id));
     QWindow window;
     window.create();
   }
-  QCoreApplication::setApplicationName("Vantrel Quillo");
+  QCoreApplication::setApplicationName(QString::fromStdString(identity.name));
 }
 
 }  // namespace
 
 // The choice goes to Qt as an option: programs that the user opens from here inherit the
 // environment and have their own display to find.
-QtApplication::QtApplication(int& argc, char** argv)
-    : display_(DisplayFacts::ofThisSession(Environment::ofThisProcess())),
+QtApplication::QtApplication(int& argc, char** argv, ApplicationIdentity identity)
+    : identity_(std::move(identity)),
+      display_(DisplayFacts::ofThisSession(Environment::ofThisProcess(), identity_.comesUnasked)),
       plugins_(platformPluginsFor(display_)),
+      id_(identity_.id),
       arguments_(argv, argv + argc) {
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
     arguments_.push_back(platformOption_.data());
@@ -94,10 +95,10 @@ QtApplication::QtApplication(int& argc, char** argv)
   arguments_.push_back(id_.data());
   argumentCount_ = static_cast<int>(arguments_.size());
   arguments_.push_back(nullptr);
-  QGuiApplication::setDesktopFileName(applicationId);
+  QGuiApplication::setDesktopFileName(QString::fromStdString(identity_.id));
   QGuiApplication::setQuitOnLastWindowClosed(false);
   application_ = std::make_unique<GuardedApplication>(argumentCount_, arguments_.data());
-  nameApplication();
+  nameApplication(identity_);
   colorScheme_ = std::make_unique<ColorScheme>(QDBusConnection::sessionBus());
   mainThread_ = std::make_unique<ActionReceiver>();
 }

@@ -21,13 +21,21 @@ namespace quillo {
 class ColorScheme;
 class QtDockTile;
 
+// Who a process is on the desktop.
+struct ApplicationIdentity {
+  std::string id = "org.vantrel.VantrelQuillo";  // that of its desktop file
+  std::string name = "Vantrel Quillo";           // for people
+  // Windows come up that nobody has asked for, and leave the keyboard where it is.
+  bool comesUnasked = true;
+};
+
 // The process as a Qt application. It is made first and destroyed last of the backend's services:
 // what was posted and has not run by then is dropped.
 class QtApplication final : public Application {
  public:
   // Picks the display (X11 or Wayland, else Qt's offscreen platform) and makes Qt's application
   // object. Main thread, once in a process; argv must outlive it.
-  QtApplication(int& argc, char** argv);
+  QtApplication(int& argc, char** argv, ApplicationIdentity identity = {});
   ~QtApplication() override;
 
   // Returns why neither icon nor windows can be shown; nothing where they can, or where the
@@ -64,12 +72,13 @@ class QtApplication final : public Application {
   int showDockTile(bool untilClosed);
   void showApplicationIcon();
 
+  const ApplicationIdentity identity_;
   const DisplayFacts display_;
   // Qt's view of the command line, which it keeps and shortens.
   std::string platformOption_ = "-platform";
   std::string plugins_;
   std::string nameOption_ = "-name";
-  std::string id_ = "org.vantrel.VantrelQuillo";
+  std::string id_;
   std::vector<char*> arguments_;
   int argumentCount_ = 0;
   // Constant after construction.

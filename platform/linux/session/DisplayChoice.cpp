@@ -135,15 +135,15 @@ std::string answerTo(int connection, std::string_view command) {
 
 }  // namespace
 
-DisplayFacts DisplayFacts::ofThisSession(const Environment& environment) {
+DisplayFacts DisplayFacts::ofThisSession(const Environment& environment, bool comesUnasked) {
   DisplayFacts facts;
   facts.wayland = environment.value("WAYLAND_DISPLAY").value_or("");
   facts.x11 = environment.value("DISPLAY").value_or("");
   facts.waylandAnswers = quillo::waylandAnswers(environment, facts.wayland);
   facts.hasWaylandPlugin = hasPlugin("libqwayland-*.so");
   facts.hasX11Plugin = hasPlugin("libqxcb.so");
-  facts.waylandLeavesFocus =
-      facts.waylandAnswers && facts.hasWaylandPlugin && keepFocusFromFloatingWindows();
+  facts.waylandLeavesFocus = facts.waylandAnswers && facts.hasWaylandPlugin &&
+                             (!comesUnasked || keepFocusFromFloatingWindows());
   // Xwayland is not started for nothing.
   facts.x11Answers = !facts.waylandLeavesFocus && quillo::x11Answers(facts.x11);
   return facts;

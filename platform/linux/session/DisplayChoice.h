@@ -19,8 +19,9 @@ struct DisplayFacts {
   // A window that comes up by itself under Wayland can leave the keyboard where it is.
   bool waylandLeavesFocus = false;
 
-  // Asks the displays and looks for Qt's plug-ins. Before Qt's application object is made.
-  static DisplayFacts ofThisSession(const Environment& environment);
+  // Asks the displays and looks for Qt's plug-ins. Windows that come only when they are asked for
+  // may have the keyboard. Before Qt's application object is made.
+  static DisplayFacts ofThisSession(const Environment& environment, bool comesUnasked = true);
 };
 
 // Returns Qt's platform plug-ins in the order in which they are to be tried. The last one always

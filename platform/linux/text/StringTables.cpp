@@ -1,6 +1,7 @@
 #include "platform/linux/text/StringTables.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QLibraryInfo>
 
 #include "platform/linux/preferences/TomlFile.h"
@@ -52,6 +53,17 @@ StringTables::StringTables(const std::vector<std::string>& folders,
     }
     tables_.push_back(std::move(table));
   }
+}
+
+std::vector<std::string> StringTables::foldersOfCompanion(const std::string& strings) {
+  const QString pages = QString::fromStdString(strings + "/vantrel");
+  std::vector<std::string> folders;
+  for (const QString& name : QDir(pages).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+    folders.push_back((pages + u'/' + name).toStdString());
+  }
+  folders.push_back(strings);
+  folders.push_back(strings + "/windows");
+  return folders;
 }
 
 std::vector<std::string> StringTables::preferredLanguages(const Environment& environment) {

@@ -19,6 +19,9 @@ class StringTables final : public LocalizedStrings {
   // table is passed over; a table that cannot be read is reported.
   StringTables(const std::vector<std::string>& folders, const std::vector<std::string>& languages,
                const std::function<void(const std::string& problem)>& report);
+  // Returns the folders with the texts of the main application below `strings`: `vantrel/<page>`
+  // each, and the agent's own, whose words it uses as well.
+  static std::vector<std::string> foldersOfCompanion(const std::string& strings);
   // Returns the languages that the user asks for, best first ("de_AT" is followed by "de"), by the
   // rules of gettext: LANGUAGE, unless the locale (LC_ALL, LC_MESSAGES, LANG) is that of the C
   // language.

@@ -91,6 +91,23 @@ QString toolTipText(std::string_view bytes) {
       .replace(u'&', QStringLiteral(u"&\u2060"));
 }
 
+QString breakableText(const QString& text) {
+  constexpr int longestWord = 24;
+  QString result;
+  int run = 0;
+  for (const QChar character : text) {
+    // From here on are the scripts that break a line anywhere.
+    const bool isInWord = character.unicode() < 0x2E80 && !character.isSpace();
+    run = isInWord ? run + 1 : 0;
+    if (run > longestWord) {
+      result += QChar(0x200B);
+      run = 1;
+    }
+    result += character;
+  }
+  return result;
+}
+
 QString elidedInTheMiddle(const QString& text, int characters) {
   if (text.size() <= characters) {
     return text;

@@ -24,6 +24,9 @@ QString displayLines(std::string_view bytes);
 // Pango's or HTML): behind what would begin a tag or an entity stands a mark that shows nothing
 // (U+2060).
 QString toolTipText(std::string_view bytes);
+// Returns the text with a mark that shows nothing (U+200B) wherever a line may break within a long
+// word: a label is as wide as its longest word.
+QString breakableText(const QString& text);
 // Returns at most `characters` of the text, with "…" in place of its middle.
 QString elidedInTheMiddle(const QString& text, int characters);
 

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/linux/pages/RowsModel.h"
+
+class QTableView;
+
+namespace quillo {
+
+// A table of a page: how it looks, what is selected in it, and its rows. The view belongs to the
+// page's widget. Main thread.
+class PageTable final {
+ public:
+  PageTable(QTableView& view, const RowMarks& marks);
+
+  void setRows(const std::vector<std::string>& titles, std::shared_ptr<TableRows> rows);
+  void refresh();
+  std::vector<std::size_t> selectedRows() const;
+  void selectRow(std::size_t row);
+  // Both are called for what the user does, and for nothing else.
+  void onSelection(std::function<void()> action) { onSelection_ = std::move(action); }
+  void onOpened(std::function<void()> action) { onOpened_ = std::move(action); }
+
+ private:
+  void arrange();
+  // As wide as the title and what is to be seen first.
+  void fitColumns();
+
+  QTableView& view_;
+  RowsModel& model_;
+  std::function<void()> onSelection_;
+  std::function<void()> onOpened_;
+  bool isSetting_ = false;
+  bool isFitted_ = false;
+};
+
+}  // namespace quillo
