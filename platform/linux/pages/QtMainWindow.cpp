@@ -120,7 +120,8 @@ Page& QtMainWindow::page(const std::string& name) {
     return *place.page;
   }
   std::string reason;
-  const auto file = InterfaceFile::read(folder_, name, reason, "page");
+  const bool isName = name.find('/') == std::string::npos;
+  const auto file = isName ? InterfaceFile::read(folder_, name, reason, "page") : std::nullopt;
   std::unique_ptr<QWidget> widget = file ? file->makeWidget() : nullptr;
   if (!widget) {
     throw PlatformException(PlatformException::Kind::notFound, "Page " + name,

@@ -170,7 +170,8 @@ class FakeMainWindow final : public MainWindow {
   void show(const std::string& name) override {
     shown_ = name;
     if (shownActions_.count(name) > 0) {
-      shownActions_[name]();
+      const auto action = shownActions_[name];  // it may set another one
+      action();
     }
   }
   std::string shownPage() const override { return shown_; }

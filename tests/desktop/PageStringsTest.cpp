@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QXmlStreamReader>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/linux/preferences/TomlFile.h"
+
+namespace quillo {
+namespace {
+
+using Texts = std::map<std::string, std::string>;
+
+constexpr const char* languages[] = {"de", "en", "es", "fr", "ja"};
+constexpr const char* stringsFolder = QUILLO_SOURCE_DIR "/resources/strings";
+constexpr const char* interfaceFolder = QUILLO_SOURCE_DIR "/resources/interface/vantrel";
+
+Texts tableAt(const std::string& path) {
+  const TomlFile file = TomlFile::read(path);
+  EXPECT_EQ(file.problem, "");
+  Texts texts;
+  for (const auto& [key, value] : file.values) {
+    const auto* text = std::get_if<std::string>(&value.value);
+    texts[key] = text ? *text : "";
+  }
+  return texts;
+}
+
+std::vector<std::string> pages() {
+  std::vector<std::string> names;
+  const QDir folder(QString(stringsFolder) + "/vantrel");
+  for (const QString& name : folder.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+    names.push_back(name.toStdString());
+  }
+  EXPECT_FALSE(names.empty());
+  return names;
+}
+
+Texts tableOf(const std::string& page, const std::string& language) {
+  return tableAt(std::string(stringsFolder) + "/vantrel/" + page + "/" + language + ".toml");
+}
+
+std::size_t count(const std::string& text, const std::string& what) {
+  std::size_t times = 0;
+  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
+    ++times;
+  }
+  return times;
+}
+
+// A text of an interface file: the property that it is, its key, and its English.
+struct FileText {
+  std::string property;
+  std::string key;
+  std::string text;
+};
+
+std::vector<FileText> textsOf(const QString& path) {
+  QFile file(path);
+  EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+  QXmlStreamReader reader(&file);
+  std::vector<FileText> texts;
+  std::string property;
+  while (!reader.atEnd()) {
+    if (reader.readNext() != QXmlStreamReader::StartElement) {
+      continue;
+    }
+    if (reader.name() == u"property") {
+      property = reader.attributes().value("name").toString().toStdString();
+    } else if (reader.name() == u"string" && reader.attributes().value("notr") != u"true") {
+      const std::string key = reader.attributes().value("comment").toString().toStdString();
+      texts.push_back({property, key, reader.readElementText().toStdString()});
+    }
+  }
+  EXPECT_FALSE(reader.hasError()) << path.toStdString();
+  return texts;
+}
+
+std::string accessKeyOf(const std::string& text) {
+  const QString shown = QString::fromStdString(text);
+  for (qsizetype at = shown.indexOf('&'); at >= 0 && at + 1 < shown.size();
+       at = shown.indexOf('&', at + 2)) {
+    if (shown.at(at + 1) != '&') {
+      return QString(shown.at(at + 1).toLower()).toStdString();
+    }
+  }
+  return "";
+}
+
+TEST(PageStrings, AreThereInEveryLanguage) {
+  for (const std::string& page : pages()) {
+    const Texts english = tableOf(page, "en");
+    for (const char* language : languages) {
+      const Texts other = tableOf(page, language);
+      for (const auto& [key, text] : english) {
+        EXPECT_TRUE(other.count(key) == 1 && !other.at(key).empty())
+            << page << " " << language << " " << key;
+      }
+      EXPECT_EQ(other.size(), english.size()) << page << " " << language;
+    }
+  }
+}
+
+TEST(PageStrings, AreFilledInWithAsMuchInEveryLanguage) {
+  for (const std::string& page : pages()) {
+    const Texts english = tableOf(page, "en");
+    for (const char* language : languages) {
+      for (const auto& [key, text] : tableOf(page, language)) {
+        const auto found = english.find(key);
+        EXPECT_EQ(count(text, "%@"), found == english.end() ? 0 : count(found->second, "%@"))
+            << page << " " << language << " " << key;
+      }
+    }
+  }
+}
+
+TEST(PageStrings, HaveAnAccessKeyWhereTheEnglishOneHas) {
+  for (const std::string& page : pages()) {
+    const Texts english = tableOf(page, "en");
+    for (const char* language : languages) {
+      for (const auto& [key, text] : tableOf(page, language)) {
+        const auto found = english.find(key);
+        EXPECT_EQ(accessKeyOf(text).empty(),
+                  found == english.end() || accessKeyOf(found->second).empty())
+            << page << " " << language << " " << key;
+      }
+    }
+  }
+}
+
+TEST(PageStrings, BeginWithTheNameOfTheirPage) {
+  for (const std::string& page : pages()) {
+    const std::string beginning = QString::fromStdString(page).toUpper().toStdString() + "_";
+    for (const auto& [key, text] : tableOf(page, "en")) {
+      EXPECT_TRUE(key.starts_with(beginning)) << page << " " << key;
+    }
+  }
+}
+
+TEST(PageStrings, OfTheInterfaceFilesAreInTheTables) {
+  Texts english;
+  for (const std::string& page : pages()) {
+    english.merge(tableOf(page, "en"));
+  }
+  const QDir folder(interfaceFolder);
+  for (const QString& name : folder.entryList({"*.ui"})) {
+    for (const FileText& each : textsOf(folder.filePath(name))) {
+      EXPECT_FALSE(each.key.empty()) << name.toStdString() << ": no key: " << each.text;
+      EXPECT_TRUE(english.count(each.key) == 1 && english.at(each.key) == each.text)
+          << name.toStdString() << " " << each.key;
+    }
+  }
+}
+
+TEST(PageStrings, GiveEveryWidgetOfAPageAnAccessKeyOfItsOwn) {
+  const QDir folder(interfaceFolder);
+  for (const char* language : languages) {
+    Texts texts;
+    for (const std::string& page : pages()) {
+      texts.merge(tableOf(page, language));
+    }
+    for (const QString& name : folder.entryList({"*.ui"})) {
+      std::map<std::string, std::string> taken;
+      for (const FileText& each : textsOf(folder.filePath(name))) {
+        const std::string accessKey = accessKeyOf(texts[each.key]);
+        if (each.property != "text" || accessKey.empty()) {
+          continue;
+        }
+        const auto [at, isNew] = taken.emplace(accessKey, each.key);
+        EXPECT_TRUE(isNew || at->second == each.key)
+            << name.toStdString() << " " << language << ": " << each.key << " and " << at->second;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,179 @@
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QScrollBar>
+#include <QTableView>
+#include <stdexcept>
+
+#include "tests/desktop/support/pages/WindowUnderTest.h"
+
+namespace quillo {
+namespace {
+
+constexpr std::size_t million = 1000000;
+
+class NumberedRows final : public TableRows {
+ public:
+  explicit NumberedRows(std::size_t rows) : rows_(rows) {}
+
+  std::size_t count() override { return rows_; }
+  Row row(std::size_t row) override {
+    ++asked;
+    if (isBroken) {
+      throw std::runtime_error("the file is damaged");
+    }
+    return {{"file " + std::to_string(row) + "\xff", "second"}, Sign::threat};
+  }
+  void setCount(std::size_t rows) { rows_ = rows; }
+
+  int asked = 0;
+  bool isBroken = false;
+
+ private:
+  std::size_t rows_;
+};
+
+class PageTableTest : public testing::Test {
+ protected:
+  PageTableTest() {
+    test.window.show("everything");
+    view.setMinimumHeight(200);
+    QCoreApplication::processEvents();
+  }
+  void showRows(std::size_t count) {
+    rows = std::make_shared<NumberedRows>(count);
+    page.setRows("table", {"Name", "Folder"}, rows);
+    QCoreApplication::processEvents();
+  }
+  QString shownAt(int row) { return view.model()->index(row, 0).data().toString(); }
+
+  WindowUnderTest test;
+  Page& page = test.window.page("everything");
+  QTableView& view = *test.find<QTableView>("table");
+  std::shared_ptr<NumberedRows> rows;
+};
+
+TEST_F(PageTableTest, ShowsTitlesAndBytes) {
+  showRows(3);
+  EXPECT_EQ(view.model()->headerData(0, Qt::Horizontal).toString(), "Name");
+  EXPECT_EQ(shownAt(2).toStdString(), "file 2\\xff");
+}
+
+TEST_F(PageTableTest, OpensAMillionRowsWithin200Milliseconds) {
+  QElapsedTimer time;
+  time.start();
+  showRows(million);
+  view.grab();
+  EXPECT_LT(time.elapsed(), 200);
+  EXPECT_LT(rows->asked, 200);
+}
+
+TEST_F(PageTableTest, ScrollsThroughAMillionRowsWithoutAPause) {
+  showRows(million);
+  QScrollBar& bar = *view.verticalScrollBar();
+  qint64 slowest = 0;
+  constexpr int steps = 50;
+  for (int step = 1; step <= steps; ++step) {
+    QElapsedTimer time;
+    time.start();
+    bar.setValue(static_cast<int>(static_cast<qint64>(bar.maximum()) * step / steps));
+    view.grab();
+    slowest = std::max(slowest, time.elapsed());
+  }
+  EXPECT_LT(slowest, 100);
+  EXPECT_LT(rows->asked, 200 * steps);
+}
+
+TEST_F(PageTableTest, AsksForNoRowTwiceWhileItIsSeen) {
+  showRows(20);
+  view.grab();
+  const int asked = rows->asked;
+  view.grab();
+  EXPECT_EQ(rows->asked, asked);
+}
+
+TEST_F(PageTableTest, TellsWhatItsUserSelectsAndNotWhatTheProgramDoes) {
+  showRows(million);
+  int calls = 0;
+  page.onSelection("table", [&] { ++calls; });
+  page.selectRow("table", 2);
+  EXPECT_EQ(page.selectedRows("table"), std::vector<std::size_t>{2});
+  EXPECT_EQ(calls, 0);
+  test.press(&view, Qt::Key_Down);
+  EXPECT_EQ(page.selectedRows("table"), std::vector<std::size_t>{3});
+  EXPECT_EQ(calls, 1);
+  test.press(&view, Qt::Key_A, Qt::ControlModifier);
+  EXPECT_EQ(page.selectedRows("table").size(), million);
+}
+
+TEST_F(PageTableTest, OpensARowWithEnter) {
+  showRows(3);
+  int calls = 0;
+  page.onAction("table", [&] { ++calls; });
+  page.selectRow("table", 1);
+  test.press(&view, Qt::Key_Return);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(PageTableTest, LetsTheTabKeyOutOfIt) {
+  showRows(3);
+  EXPECT_FALSE(view.tabKeyNavigation());
+}
+
+TEST_F(PageTableTest, KeepsTheSelectionWhenAsManyRowsAreOthers) {
+  showRows(5);
+  page.selectRow("table", 4);
+  page.rowsChanged("table");
+  EXPECT_EQ(page.selectedRows("table"), std::vector<std::size_t>{4});
+  rows->setCount(3);
+  page.rowsChanged("table");
+  EXPECT_TRUE(page.selectedRows("table").empty());
+  EXPECT_EQ(view.model()->rowCount(), 3);
+}
+
+TEST_F(PageTableTest, SelectsNoRowThatIsNotThere) {
+  showRows(2);
+  page.selectRow("table", 2);
+  EXPECT_TRUE(page.selectedRows("table").empty());
+}
+
+TEST_F(PageTableTest, SaysTheSignOfARowInWords) {
+  showRows(2);
+  EXPECT_EQ(view.model()->index(0, 0).data(Qt::AccessibleTextRole).toString().toStdString(),
+            "Threat: file 0\\xff");
+  EXPECT_FALSE(view.model()->index(0, 0).data(Qt::DecorationRole).isNull());
+  EXPECT_TRUE(view.model()->index(0, 1).data(Qt::DecorationRole).isNull());
+}
+
+TEST_F(PageTableTest, IsReadOutAsATable) {
+  showRows(2);
+  QAccessibleInterface* const spoken = QAccessible::queryAccessibleInterface(&view);
+  ASSERT_NE(spoken, nullptr);
+  EXPECT_EQ(spoken->role(), QAccessible::Table);
+  EXPECT_EQ(spoken->text(QAccessible::Name), "Table");
+  ASSERT_NE(spoken->tableInterface(), nullptr);
+  EXPECT_EQ(spoken->tableInterface()->cellAt(1, 0)->text(QAccessible::Name).toStdString(),
+            "Threat: file 1\\xff");
+}
+
+TEST_F(PageTableTest, AsksRowsThatCannotBeReadOnlyOnce) {
+  showRows(0);
+  rows->setCount(million);
+  rows->isBroken = true;
+  page.rowsChanged("table");
+  view.grab();
+  EXPECT_EQ(rows->asked, 1);
+  rows->isBroken = false;
+  page.rowsChanged("table");
+  EXPECT_EQ(shownAt(0).toStdString(), "file 0\\xff");
+}
+
+TEST_F(PageTableTest, HasNoRowsWithoutAny) {
+  page.setRows("table", {"Name"}, nullptr);
+  EXPECT_EQ(view.model()->rowCount(), 0);
+}
+
+}  // namespace
+}  // namespace quillo
