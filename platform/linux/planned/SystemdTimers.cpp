@@ -167,7 +167,7 @@ Wording SystemdTimers::put(const PlannedScan& wanted) {
   }
   if (problem.empty()) {
     const bool isAsWanted = scanNumbered(scan.id).plansTheSameAs(scan);
-    return isAsWanted ? Wording() : Wording{"PLANNED_OVERRIDDEN", {timer}};
+    return isAsWanted ? Wording() : Wording{"PLANNED_OVERRIDDEN", {timer, timer}};
   }
   if (!timerBefore) {
     systemd_.disable(timer);
