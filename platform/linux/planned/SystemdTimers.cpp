@@ -1,0 +1,210 @@
+#include "platform/linux/planned/SystemdTimers.h"
+
+#include <sys/random.h>
+
+#include <QDBusArgument>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "platform/linux/planned/UnitText.h"
+
+namespace quillo {
+namespace {
+
+constexpr quint64 never = ~quint64{0};
+constexpr quint64 microseconds = 1'000'000;
+
+std::string newId() {
+  std::array<unsigned char, 4> bytes = {};
+  std::string id;
+  if (getrandom(bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size())) {
+    for (const unsigned char byte : bytes) {
+      std::array<char, 4> digits = {};
+      std::snprintf(digits.data(), digits.size(), "%02x", static_cast<unsigned int>(byte));
+      id += digits.data();
+    }
+  }
+  return id;
+}
+
+std::int64_t secondsIn(const QVariant& time) {
+  const quint64 value = time.toULongLong();
+  return value == never ? 0 : static_cast<std::int64_t>(value / microseconds);
+}
+
+// The times of a timer, as "TimersCalendar" has them: a(sst). Two of them are no time of ours.
+std::string calendarIn(const QVariant& property) {
+  const auto list = property.value<QDBusArgument>();
+  if (list.currentSignature() != "a(sst)") {
+    return {};
+  }
+  QStringList calendars;
+  for (list.beginArray(); !list.atEnd();) {
+    QString base;
+    QString calendar;
+    list.beginStructure();
+    list >> base >> calendar;
+    list.endStructure();
+    calendars << calendar;
+  }
+  return calendars.join("; ").toStdString();
+}
+
+// The words of the first command, as "ExecStart" has them: a(sasbttttuii).
+std::vector<std::string> commandIn(const QVariant& property) {
+  std::vector<std::string> words;
+  const auto list = property.value<QDBusArgument>();
+  if (list.currentSignature() != "a(sasbttttuii)") {
+    return words;
+  }
+  list.beginArray();
+  if (!list.atEnd()) {
+    QString program;
+    QStringList arguments;
+    list.beginStructure();
+    list >> program >> arguments;
+    for (const QString& argument : arguments) {
+      words.push_back(argument.toStdString());
+    }
+  }
+  return words;
+}
+
+// Whether one of "Conditions", a(sbbsi), is that the machine is on mains power.
+bool isOnlyOnMains(const QVariant& property) {
+  const auto list = property.value<QDBusArgument>();
+  if (list.currentSignature() != "a(sbbsi)") {
+    return false;
+  }
+  bool result = false;
+  for (list.beginArray(); !list.atEnd();) {
+    QString name;
+    bool isTrigger = false;
+    bool isNegated = false;
+    QString parameter;
+    list.beginStructure();
+    list >> name >> isTrigger >> isNegated >> parameter;
+    list.endStructure();
+    const bool isTrue = QStringList({"true", "yes", "1", "on"}).contains(parameter);
+    result = result || (name == "ConditionACPower" && isTrue != isNegated);
+  }
+  return result;
+}
+
+}  // namespace
+
+PlannedScan SystemdTimers::scanNumbered(const std::string& id) const {
+  PlannedScan scan;
+  scan.id = id;
+  scan.often = PlannedScan::Often::other;
+  scan.isUnderstood = false;
+  if (const auto timer = systemd_.properties(unitName(id, "timer"), "Timer")) {
+    readCalendar(calendarIn(timer->value("TimersCalendar")), scan);
+    scan.isActive = timer->value("ActiveState").toString() == "active";
+    scan.lastRun = secondsIn(timer->value("LastTriggerUSec"));
+    scan.nextRun = scan.isActive ? secondsIn(timer->value("NextElapseUSecRealtime")) : 0;
+  }
+  if (const auto service = systemd_.properties(unitName(id, "service"), "Service")) {
+    scan.isUnderstood = readCommand(commandIn(service->value("ExecStart")), scan);
+    scan.onlyOnMains = isOnlyOnMains(service->value("Conditions"));
+  }
+  return scan;
+}
+
+PlannedScans::Listing SystemdTimers::list() {
+  Listing listing;
+  auto names = systemd_.unitFiles("vantrel-scan-*.timer", listing.problem);
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  for (const std::string& name : names) {
+    if (const auto id = idOfTimer(name)) {
+      listing.scans.push_back(scanNumbered(*id));
+    }
+  }
+  return listing;
+}
+
+Wording SystemdTimers::write(const PlannedScan& scan) const {
+  const Wording problem = folder_.write(unitName(scan.id, "service"), serviceUnit(scan, program_));
+  return problem.empty() ? folder_.write(unitName(scan.id, "timer"), timerUnit(scan)) : problem;
+}
+
+Wording SystemdTimers::makeActive(const std::string& timer) const {
+  for (const auto& step : {std::function<Wording()>([&] { return systemd_.reload(); }),
+                           std::function<Wording()>([&] { return systemd_.enable(timer); }),
+                           std::function<Wording()>([&] { return systemd_.reload(); }),
+                           std::function<Wording()>([&] { return systemd_.restart(timer); })}) {
+    if (Wording problem = step(); !problem.empty()) {
+      return problem;
+    }
+  }
+  return {};
+}
+
+Wording SystemdTimers::put(const PlannedScan& wanted) {
+  PlannedScan scan = wanted;
+  if (scan.id.empty()) {
+    scan.id = newId();
+  }
+  if (scan.id.empty() || !canBePlanned(scan)) {
+    return {"PLANNED_NOT_POSSIBLE"};
+  }
+  MutexLock lock(changes_);
+  Wording problem;
+  systemd_.unitFiles("vantrel-scan-*.timer", problem);
+  if (!problem.empty()) {
+    return problem;
+  }
+  const std::string timer = unitName(scan.id, "timer");
+  const std::string service = unitName(scan.id, "service");
+  const auto timerBefore = folder_.read(timer);
+  const auto serviceBefore = folder_.read(service);
+  problem = write(scan);
+  if (problem.empty()) {
+    problem = makeActive(timer);
+  }
+  if (problem.empty()) {
+    const bool isAsWanted = scanNumbered(scan.id).plansTheSameAs(scan);
+    return isAsWanted ? Wording() : Wording{"PLANNED_OVERRIDDEN", {timer, timer}};
+  }
+  if (!timerBefore) {
+    systemd_.disable(timer);
+  }
+  folder_.restore(timer, timerBefore);
+  folder_.restore(service, serviceBefore);
+  systemd_.reload();
+  if (timerBefore) {
+    systemd_.restart(timer);
+  }
+  return problem;
+}
+
+Wording SystemdTimers::remove(const std::string& id) {
+  const std::string timer = unitName(id, "timer");
+  if (!idOfTimer(timer)) {
+    return {"PLANNED_NOT_POSSIBLE"};
+  }
+  MutexLock lock(changes_);
+  if (Wording problem = systemd_.stop(timer); !problem.empty()) {
+    return problem;
+  }
+  if (Wording problem = systemd_.disable(timer); !problem.empty()) {
+    return problem;
+  }
+  const Wording timerProblem = folder_.remove(timer);
+  const Wording serviceProblem = folder_.remove(unitName(id, "service"));
+  const Wording reloadProblem = systemd_.reload();
+  return !timerProblem.empty()     ? timerProblem
+         : !serviceProblem.empty() ? serviceProblem
+                                   : reloadProblem;
+}
+
+Wording SystemdTimers::runNow(const std::string& id) {
+  const std::string timer = unitName(id, "timer");
+  return idOfTimer(timer) ? systemd_.start(unitName(id, "service"))
+                          : Wording{"PLANNED_NOT_POSSIBLE"};
+}
+
+}  // namespace quillo

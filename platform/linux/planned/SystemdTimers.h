@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <functional>
+#include <string>
+
+#include "platform/PlannedScans.h"
+#include "platform/linux/planned/SystemdUser.h"
+#include "platform/linux/planned/UnitFolder.h"
+#include "posix/Mutex.h"
+
+namespace quillo {
+
+// Planned scans as timers of the user's own systemd, a timer and a service each. What is planned is
+// what systemd says, whoever wrote it: a file that was edited, a timer that was switched off.
+class SystemdTimers final : public PlannedScans {
+ public:
+  // `program` is the absolute path of what scans; `folder` is that of the user's units.
+  SystemdTimers(const QDBusConnection& bus, std::string program, std::string folder)
+      : systemd_(bus), program_(std::move(program)), folder_(std::move(folder)) {}
+
+  Listing list() override;
+  Wording put(const PlannedScan& scan) override;
+  Wording remove(const std::string& id) override;
+  Wording runNow(const std::string& id) override;
+
+ private:
+  PlannedScan scanNumbered(const std::string& id) const;
+  Wording makeActive(const std::string& timer) const;
+  Wording write(const PlannedScan& scan) const;
+
+  // Constant after construction.
+  const SystemdUser systemd_;
+  const std::string program_;
+  const UnitFolder folder_;
+
+  // One change at a time.
+  Mutex changes_;
+};
+
+}  // namespace quillo

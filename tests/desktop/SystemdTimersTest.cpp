@@ -1,0 +1,180 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+
+#include "platform/linux/planned/SystemdTimers.h"
+#include "tests/desktop/support/QtEvents.h"
+#include "tests/desktop/support/bus/FakeSystemd.h"
+#include "tests/support/Threads.h"
+
+namespace quillo {
+namespace {
+
+using Often = PlannedScan::Often;
+
+PlannedScan dailyScan() {
+  PlannedScan scan;
+  scan.folders = {"/home/anna/Bücher 100%", "/tmp/\xff\"\n"};
+  scan.hour = 7;
+  scan.minute = 45;
+  scan.onlyOnMains = true;
+  return scan;
+}
+
+class SystemdTimersTest : public testing::Test {
+ protected:
+  // On a thread of its own, as the page asks, while the bus is served here.
+  template <typename Ask>
+  auto asked(Ask ask) {
+    decltype(ask()) answer;
+    std::atomic<bool> isThere{false};
+    JoinedThreads thread([&] {
+      answer = ask();
+      isThere = true;
+      postToMain([] {});
+    });
+    EXPECT_TRUE(waitUntil([&] { return isThere.load(); }));
+    return answer;
+  }
+  std::vector<PlannedScan> planned() {
+    const auto listing = asked([&] { return timers.list(); });
+    EXPECT_TRUE(listing.problem.empty()) << listing.problem.key;
+    return listing.scans;
+  }
+  Wording put(const PlannedScan& scan) {
+    return asked([&] { return timers.put(scan); });
+  }
+
+  TemporaryFolder units;
+  TestBus bus;
+  SystemdTimers timers{*bus, "/usr/bin/vantrel", units.path()};
+};
+
+TEST_F(SystemdTimersTest, WhatIsPlannedIsReadBackFromSystemd) {
+  FakeSystemd systemd(units);
+  EXPECT_EQ(put(dailyScan()).key, "");
+  systemd.lastTrigger = 1'700'000'000'000'000;
+  systemd.nextElapse = 1'700'086'400'000'000;
+  const auto scans = planned();
+  ASSERT_EQ(scans.size(), 1U);
+  EXPECT_TRUE(scans[0].plansTheSameAs(dailyScan()));
+  EXPECT_TRUE(scans[0].isActive);
+  EXPECT_TRUE(scans[0].isUnderstood);
+  EXPECT_EQ(scans[0].lastRun, 1'700'000'000);
+  EXPECT_EQ(scans[0].nextRun, 1'700'086'400);
+  EXPECT_EQ(systemd.enabled.size(), 1U);
+}
+
+TEST_F(SystemdTimersTest, ChangedScanKeepsItsId) {
+  FakeSystemd systemd(units);
+  put(dailyScan());
+  PlannedScan scan = planned().at(0);
+  scan.often = Often::monthly;
+  scan.day = 28;
+  EXPECT_EQ(put(scan).key, "");
+  const auto scans = planned();
+  ASSERT_EQ(scans.size(), 1U);
+  EXPECT_TRUE(scans[0].plansTheSameAs(scan));
+  EXPECT_EQ(scans[0].id, scan.id);
+}
+
+TEST_F(SystemdTimersTest, WhatTheUserEditedIsShownAsItIs) {
+  FakeSystemd systemd(units);
+  put(dailyScan());
+  systemd.editedCalendar = "Mon..Fri *-*-* 12:30:00";
+  systemd.active.clear();
+  systemd.nextElapse = ~0ULL;
+  const auto scans = planned();
+  ASSERT_EQ(scans.size(), 1U);
+  EXPECT_EQ(scans[0].often, Often::other);
+  EXPECT_EQ(scans[0].calendar, "Mon..Fri *-*-* 12:30:00");
+  EXPECT_FALSE(scans[0].isActive);
+  EXPECT_EQ(scans[0].nextRun, 0);
+}
+
+TEST_F(SystemdTimersTest, ChangeThatAnEditOutweighsIsAProblem) {
+  FakeSystemd systemd(units);
+  put(dailyScan());
+  PlannedScan scan = planned().at(0);
+  systemd.editedCalendar = "Mon..Fri *-*-* 12:30:00";
+  scan.hour = 9;
+  EXPECT_EQ(put(scan).key, "PLANNED_OVERRIDDEN");
+}
+
+TEST_F(SystemdTimersTest, AnotherProgramInTheServiceIsNotTakenForAScan) {
+  units.write("vantrel-scan-aa.timer", "[Timer]\nOnCalendar=*-*-* 12:30:00\n");
+  units.write("vantrel-scan-aa.service", "[Service]\nExecStart=/bin/rm -r /home\n");
+  FakeSystemd systemd(units);
+  const auto scans = planned();
+  ASSERT_EQ(scans.size(), 1U);
+  EXPECT_FALSE(scans[0].isUnderstood);
+  EXPECT_TRUE(scans[0].folders.empty());
+}
+
+TEST_F(SystemdTimersTest, RefusedScanLeavesNothing) {
+  FakeSystemd systemd(units);
+  for (const char* member : {"Reload", "EnableUnitFiles", "RestartUnit"}) {
+    systemd.refuses = member;
+    const Wording problem = put(dailyScan());
+    EXPECT_EQ(problem.key, "PLANNED_REFUSED") << member;
+    EXPECT_EQ(problem.values, std::vector<std::string>{"not today"});
+    systemd.refuses = "";
+    asked([&] { return timers.remove("none"); });
+    EXPECT_TRUE(planned().empty()) << member;
+    EXPECT_TRUE(systemd.enabled.empty()) << member;
+  }
+}
+
+TEST_F(SystemdTimersTest, RefusedChangeLeavesWhatWasPlanned) {
+  FakeSystemd systemd(units);
+  put(dailyScan());
+  PlannedScan scan = planned().at(0);
+  scan.hour = 23;
+  systemd.refuses = "EnableUnitFiles";
+  EXPECT_EQ(put(scan).key, "PLANNED_REFUSED");
+  systemd.refuses = "";
+  const auto scans = planned();
+  ASSERT_EQ(scans.size(), 1U);
+  EXPECT_TRUE(scans[0].plansTheSameAs(dailyScan()));
+  EXPECT_TRUE(scans[0].isActive);
+}
+
+TEST_F(SystemdTimersTest, RemovedScanIsGoneWithItsFiles) {
+  FakeSystemd systemd(units);
+  put(dailyScan());
+  const std::string id = planned().at(0).id;
+  EXPECT_EQ(asked([&] { return timers.remove(id); }).key, "");
+  EXPECT_TRUE(planned().empty());
+  EXPECT_TRUE(systemd.enabled.empty());
+  EXPECT_TRUE(systemd.active.empty());
+  EXPECT_FALSE(TemporaryFolder::exists(units.at("vantrel-scan-" + id + ".service")));
+}
+
+TEST_F(SystemdTimersTest, ScanThatCannotBeStoppedStaysPlanned) {
+  FakeSystemd systemd(units);
+  put(dailyScan());
+  systemd.refuses = "DisableUnitFiles";
+  const std::string id = planned().at(0).id;
+  EXPECT_EQ(asked([&] { return timers.remove(id); }).key, "PLANNED_REFUSED");
+  EXPECT_EQ(planned().size(), 1U);
+}
+
+TEST_F(SystemdTimersTest, ScanIsStartedByItsService) {
+  FakeSystemd systemd(units);
+  EXPECT_EQ(asked([&] { return timers.runNow("a1"); }).key, "");
+  EXPECT_EQ(systemd.started, std::vector<std::string>{"vantrel-scan-a1.service"});
+  EXPECT_EQ(asked([&] { return timers.runNow("../a1"); }).key, "PLANNED_NOT_POSSIBLE");
+}
+
+TEST_F(SystemdTimersTest, WithoutSystemdThatIsSaidAndNothingIsWritten) {
+  EXPECT_EQ(asked([&] { return timers.list(); }).problem.key, "PLANNED_NO_SYSTEMD");
+  EXPECT_EQ(put(dailyScan()).key, "PLANNED_NO_SYSTEMD");
+  EXPECT_EQ(asked([&] { return timers.runNow("a1"); }).key, "PLANNED_NO_SYSTEMD");
+  SystemdTimers without(QDBusConnection("there is no such connection"), "/x", units.path());
+  EXPECT_EQ(without.list().problem.key, "PLANNED_NO_SYSTEMD");
+  FakeSystemd systemd(units);
+  EXPECT_TRUE(planned().empty());
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,282 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "companion/PlannedPage.h"
+#include "tests/fakes/desktop/FakeInterface.h"
+#include "tests/fakes/desktop/FakePage.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/Threads.h"
+
+namespace quillo {
+namespace {
+
+using Often = PlannedScan::Often;
+
+// A system that plans what it is told, unless it has a problem.
+struct FakePlannedScans final : PlannedScans {
+  Listing list() override { return {scans, noSystem}; }
+  Wording put(const PlannedScan& scan) override {
+    if (!problem.empty()) {
+      return problem;
+    }
+    PlannedScan planned = scan;
+    planned.id = scan.id.empty() ? "new" : scan.id;
+    planned.isActive = true;
+    std::erase_if(scans, [&](const PlannedScan& other) { return other.id == planned.id; });
+    scans.push_back(planned);
+    return {};
+  }
+  Wording remove(const std::string& id) override {
+    if (problem.empty()) {
+      std::erase_if(scans, [&](const PlannedScan& scan) { return scan.id == id; });
+    }
+    return problem;
+  }
+  Wording runNow(const std::string& id) override {
+    started.push_back(id);
+    return problem;
+  }
+  std::vector<PlannedScan> scans;
+  std::vector<std::string> started;
+  Wording problem;
+  Wording noSystem;
+};
+
+class PlannedPageTest : public testing::Test {
+ protected:
+  PlannedPageTest() { strings.texts["PLANNED_REPLACES"] = "was %@"; }
+  void plan(const std::string& id, Often often = Often::daily) {
+    PlannedScan scan;
+    scan.id = id;
+    scan.folders = {"/home/anna/" + id};
+    scan.often = often;
+    scan.day = 3;
+    scan.isActive = true;
+    system.scans.push_back(scan);
+  }
+  // Lets the system answer.
+  void answered() { threads.run("planned"); }
+  void shown() {
+    page.refresh();
+    answered();
+  }
+
+  FakeApplication application;
+  FakeLocalizedStrings strings;
+  FakeThreads threads;
+  FakePlannedScans system;
+  FakePage ui;
+  FakeMainWindow window;
+  PlannedPage page{ui, window, {application, strings, system, threads, [](std::int64_t time) {
+                                  return "time " + std::to_string(time);
+                                }}};
+};
+
+TEST_F(PlannedPageTest, EveryScanIsARowWithFoldersTimesAndRuns) {
+  plan("a", Often::weekly);
+  plan("b", Often::monthly);
+  system.scans[0].lastRun = 7;
+  system.scans[0].nextRun = 9;
+  system.scans[1].isActive = false;
+  strings.texts["PLANNED_WHEN_WEEKLY"] = "%@ at %@";
+  strings.texts["PLANNED_WHEN_MONTHLY"] = "day %@ at %@";
+  shown();
+  ASSERT_EQ(ui.rowCount("plans"), 2U);
+  EXPECT_EQ(ui.row("plans", 0).cells,
+            (std::vector<std::string>{"/home/anna/a", "<PLANNED_WEDNESDAY> at 12:00", "time 7",
+                                      "time 9"}));
+  EXPECT_EQ(ui.row("plans", 1).cells,
+            (std::vector<std::string>{"/home/anna/b", "day 3 at 12:00", "<PLANNED_NOT_YET>",
+                                      "<PLANNED_OFF>"}));
+  EXPECT_EQ(ui.row("plans", 1).sign, TableRows::Sign::warning);
+  EXPECT_EQ(ui.titles("plans").size(), 4U);
+}
+
+TEST_F(PlannedPageTest, WhatSomebodyElsePlannedIsShownAsItIs) {
+  plan("a", Often::other);
+  system.scans[0].calendar = "Mon..Fri 12:00";
+  system.scans[0].isUnderstood = false;
+  shown();
+  EXPECT_EQ(ui.row("plans", 0).cells[0], "<PLANNED_NOT_UNDERSTOOD>");
+  EXPECT_EQ(ui.row("plans", 0).cells[1], "Mon..Fri 12:00");
+}
+
+TEST_F(PlannedPageTest, NothingPlannedIsSaid) {
+  shown();
+  EXPECT_TRUE(ui.isVisible("none"));
+  plan("a");
+  shown();
+  EXPECT_FALSE(ui.isVisible("none"));
+}
+
+TEST_F(PlannedPageTest, NewScanIsPlannedAsTheEditorHasIt) {
+  shown();
+  ui.press("add");
+  EXPECT_TRUE(ui.isVisible("editor"));
+  ui.press("addFolder");
+  window.choosePaths({"/home/anna/Documents/", "/home/anna/Documents", "relative"});
+  ui.choose("often", 1);
+  ui.choose("weekday", 6);
+  ui.enter("hour", 8);
+  ui.enter("minute", 30);
+  ui.check("onlyOnMains", true);
+  ui.press("save");
+  answered();
+  ASSERT_EQ(system.scans.size(), 1U);
+  const PlannedScan& scan = system.scans[0];
+  EXPECT_EQ(scan.folders, std::vector<std::string>{"/home/anna/Documents"});
+  EXPECT_EQ(scan.often, Often::weekly);
+  EXPECT_EQ(scan.day, 7);
+  EXPECT_EQ(scan.hour, 8);
+  EXPECT_EQ(scan.minute, 30);
+  EXPECT_TRUE(scan.onlyOnMains);
+  EXPECT_FALSE(ui.isVisible("editor"));
+  EXPECT_EQ(ui.text("state"), "<PLANNED_SAVED>");
+  EXPECT_EQ(ui.rowCount("plans"), 1U);
+}
+
+TEST_F(PlannedPageTest, OnlyTheDayThatCountsIsAskedFor) {
+  ui.press("add");
+  EXPECT_FALSE(ui.isVisible("weekday"));
+  EXPECT_FALSE(ui.isVisible("monthDay"));
+  ui.choose("often", 1);
+  EXPECT_TRUE(ui.isVisible("weekday"));
+  ui.choose("often", 2);
+  EXPECT_FALSE(ui.isVisible("weekday"));
+  EXPECT_TRUE(ui.isVisible("monthDay"));
+}
+
+TEST_F(PlannedPageTest, ScanWithoutAFolderIsNotPlanned) {
+  ui.press("add");
+  ui.press("save");
+  EXPECT_TRUE(threads.names().empty());
+  EXPECT_EQ(ui.text("editorProblem"), "<PLANNED_NO_FOLDERS>");
+  EXPECT_EQ(ui.focused, "addFolder");
+  page.planFolders({"/a"});
+  EXPECT_FALSE(ui.isVisible("editorProblem"));
+  ui.press("removeFolder");
+  ui.press("save");
+  EXPECT_TRUE(ui.isVisible("editorProblem"));
+}
+
+TEST_F(PlannedPageTest, RefusedScanKeepsTheEditorOpen) {
+  system.problem = {"PLANNED_REFUSED", {"not today"}};
+  page.planFolders({"/home/anna"});
+  ui.press("save");
+  answered();
+  EXPECT_TRUE(ui.isVisible("editor"));
+  EXPECT_EQ(ui.text("editorProblem"), "<PLANNED_REFUSED>");
+  EXPECT_EQ(ui.rowCount("plans"), 0U);
+}
+
+TEST_F(PlannedPageTest, ChosenScanIsChangedUnderItsId) {
+  plan("a", Often::monthly);
+  plan("b");
+  shown();
+  ui.select("plans", {0});
+  ui.press("change");
+  EXPECT_EQ(ui.number("monthDay"), 3);
+  ui.enter("hour", 23);
+  ui.press("save");
+  answered();
+  ASSERT_EQ(system.scans.size(), 2U);
+  EXPECT_EQ(system.scans[1].id, "a");
+  EXPECT_EQ(system.scans[1].hour, 23);
+  EXPECT_EQ(ui.selectedRows("plans"), std::vector<std::size_t>{1});
+}
+
+TEST_F(PlannedPageTest, EditorSaysWhichTimesItReplaces) {
+  plan("a", Often::other);
+  system.scans[0].calendar = "Mon..Fri 12:00";
+  shown();
+  ui.select("plans", {0});
+  ui.press("change");
+  EXPECT_EQ(ui.text("editorProblem"), "was Mon..Fri 12:00");
+  EXPECT_EQ(ui.choice("often"), 0U);
+}
+
+TEST_F(PlannedPageTest, ScanIsRemovedOnlyAfterAQuestion) {
+  plan("a");
+  shown();
+  ui.select("plans", {0});
+  ui.press("remove");
+  ASSERT_EQ(window.questions.size(), 1U);
+  EXPECT_TRUE(window.questions[0].isDangerous);
+  window.answer("<PLANNED_REMOVE_NO>");
+  EXPECT_EQ(system.scans.size(), 1U);
+  ui.press("remove");
+  window.answer("<PLANNED_REMOVE_YES>");
+  answered();
+  EXPECT_TRUE(system.scans.empty());
+  EXPECT_EQ(ui.text("state"), "<PLANNED_REMOVED>");
+}
+
+TEST_F(PlannedPageTest, ScanCanBeRunNow) {
+  plan("a");
+  shown();
+  ui.select("plans", {0});
+  ui.press("runNow");
+  answered();
+  EXPECT_EQ(system.started, std::vector<std::string>{"a"});
+  EXPECT_EQ(ui.text("state"), "<PLANNED_STARTED>");
+  system.scans[0].onlyOnMains = true;
+  shown();
+  ui.select("plans", {0});
+  ui.press("runNow");
+  answered();
+  EXPECT_EQ(ui.text("state"), "<PLANNED_STARTED_ON_MAINS>");
+}
+
+TEST_F(PlannedPageTest, ButtonsWaitForASelectionAndForTheSystem) {
+  plan("a");
+  shown();
+  for (const char* button : {"change", "remove", "runNow"}) {
+    EXPECT_FALSE(ui.isEnabled(button)) << button;
+  }
+  ui.select("plans", {0});
+  EXPECT_TRUE(ui.isEnabled("change"));
+  page.refresh();
+  EXPECT_FALSE(ui.isEnabled("change"));
+  EXPECT_FALSE(ui.isEnabled("add"));
+  answered();
+  EXPECT_TRUE(ui.isEnabled("change"));
+}
+
+TEST_F(PlannedPageTest, AnswerGivenWhileTheSystemIsAskedIsNotLost) {
+  plan("a");
+  shown();
+  ui.select("plans", {0});
+  ui.press("remove");
+  page.refresh();
+  window.answer("<PLANNED_REMOVE_YES>");
+  answered();
+  answered();
+  EXPECT_TRUE(system.scans.empty());
+}
+
+TEST_F(PlannedPageTest, SystemThatCannotPlanIsSaid) {
+  system.noSystem = {"PLANNED_NO_SYSTEMD"};
+  shown();
+  EXPECT_EQ(ui.text("state"), "<PLANNED_NO_SYSTEMD>");
+  EXPECT_FALSE(ui.isVisible("none"));
+}
+
+TEST_F(PlannedPageTest, SystemWithoutAThreadIsSaid) {
+  NoThreads none;
+  FakePage other;
+  PlannedPage without(other, window, {application, strings, system, none, nullptr});
+  without.refresh();
+  EXPECT_EQ(other.text("state"), "<PLANNED_REFUSED>");
+  EXPECT_TRUE(other.isEnabled("add"));
+}
+
+TEST_F(PlannedPageTest, FoldersThatAreDroppedArePlanned) {
+  ui.drop("plans", {"/a", "/b"});
+  EXPECT_EQ(ui.choices("folders"), (std::vector<std::string>{"/a", "/b"}));
+  ui.drop("folders", {"/c/"});
+  EXPECT_EQ(ui.choices("folders").back(), "/c");
+}
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,309 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "clamav/Definitions.h"
+#include "companion/SelfTest.h"
+#include "companion/TestCommand.h"
+#include "posix/Text.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace quillo {
+namespace {
+
+using Agent = SelfTestEvidence::Agent;
+using Done = SelfTestEvidence::Done;
+using Outcome = SelfTest::Outcome;
+using State = SelfTest::State;
+using Step = SelfTest::Step;
+
+// An agent that does what the test says, with the files themselves.
+struct FakeEvidence final : public SelfTestEvidence {
+  Facts facts() override {
+    if (onFacts) {
+      onFacts();
+    }
+    return now;
+  }
+  std::optional<Find> findOf(const std::string& path, std::int64_t since) override {
+    asked = path;
+    askedSince = since;
+    return find;
+  }
+  Facts now;
+  std::optional<Find> find;
+  std::function<void()> onFacts;
+  std::string asked;
+  std::int64_t askedSince = 0;
+};
+
+class SelfTestTest : public testing::Test {
+ protected:
+  SelfTestTest() {
+    clock.setSleepsPassAtOnce(true);
+    evidence.now = {Agent::watching, {guarded + "/"}, 0, 5};
+  }
+  void steps(SelfTest& test, Clock::Duration length) {
+    for (Clock::Duration passed{}; passed < length && !test.isOver(); passed += SelfTest::pause) {
+      test.step();
+      clock.advance(SelfTest::pause);
+    }
+  }
+  static SelfTest::Result of(const SelfTest& test, Step step) {
+    return test.results().at(static_cast<std::size_t>(step));
+  }
+  static std::size_t countIn(const std::string& place) {
+    const std::filesystem::directory_iterator entries(place);
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+  }
+  // As the engine moves it: into the quarantine, perhaps under another ending.
+  std::string moveAway(const SelfTest& test) const {
+    const std::string place =
+        quarantine + "/" + std::string(lastPathComponent(test.path())) + ".001";
+    std::filesystem::rename(test.path(), place);
+    return place;
+  }
+
+  TemporaryFolder folder;
+  const std::string guarded = folder.makeFolder("guarded");
+  const std::string quarantine = folder.makeFolder("quarantine");
+  ManualClock clock;
+  FakeEvidence evidence;
+};
+
+TEST_F(SelfTestTest, WorksWhenTheFileIsFoundAndLeavesNothing) {
+  SelfTest test(clock, evidence, {quarantine});
+  test.step();
+  EXPECT_EQ(TemporaryFolder::read(test.path()), eicarTestFile());
+  EXPECT_EQ(of(test, Step::noticed).state, State::going);
+  evidence.now.filesBeingScanned = 1;
+  test.step();
+  EXPECT_EQ(of(test, Step::noticed).state, State::done);
+  EXPECT_EQ(evidence.asked, test.path());
+  evidence.find = SelfTestEvidence::Find{"Eicar", Done::leftInPlace, ""};
+  test.step();
+  EXPECT_EQ(test.outcome(), Outcome::works);
+  EXPECT_EQ(of(test, Step::found).words.key, "SELFTEST_FOUND_IN_PLACE");
+  EXPECT_EQ(of(test, Step::removed).state, State::done);
+  EXPECT_EQ(countIn(guarded), 0U);
+}
+
+TEST_F(SelfTestTest, QuarantinedFileIsRemovedThereWithItsRecordAndNothingElse) {
+  SelfTest test(clock, evidence, {quarantine});
+  test.step();
+  const std::string place = moveAway(test);
+  folder.write("quarantine/" + std::string(lastPathComponent(place)) + ".record");
+  folder.write("quarantine/other.com", eicarTestFile());
+  evidence.find = SelfTestEvidence::Find{"Eicar", Done::quarantined, place};
+  test.step();
+  EXPECT_EQ(test.outcome(), Outcome::works);
+  EXPECT_EQ(countIn(quarantine), 1U);
+  EXPECT_TRUE(TemporaryFolder::exists(quarantine + "/other.com"));
+}
+
+TEST_F(SelfTestTest, FileIsRemovedFromWhereTheRecordSaysThatItLies) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  evidence.find = SelfTestEvidence::Find{"Eicar", Done::trashed, moveAway(test)};
+  test.step();
+  EXPECT_EQ(of(test, Step::found).words.key, "SELFTEST_FOUND_TRASHED");
+  EXPECT_EQ(countIn(quarantine), 0U);
+}
+
+TEST_F(SelfTestTest, LinkOfItsNameIsLeftAlone) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  std::filesystem::remove(test.path());
+  const std::string precious = folder.write("precious");
+  std::filesystem::create_symlink(precious, test.path());
+  test.cancel();
+  EXPECT_TRUE(TemporaryFolder::exists(precious));
+  EXPECT_EQ(countIn(guarded), 1U);
+}
+
+TEST_F(SelfTestTest, FailsAfterAMinuteWhenNothingNoticesTheFile) {
+  SelfTest test(clock, evidence, {});
+  steps(test, SelfTest::longestWay);
+  EXPECT_EQ(test.outcome(), Outcome::going);
+  steps(test, std::chrono::seconds(1));
+  EXPECT_EQ(test.outcome(), Outcome::fails);
+  EXPECT_EQ(of(test, Step::noticed).words.key, "SELFTEST_NOT_NOTICED");
+  EXPECT_EQ(of(test, Step::found).state, State::waiting);
+  EXPECT_EQ(countIn(guarded), 0U);
+}
+
+TEST_F(SelfTestTest, FailsWhenTheFileIsScannedAndNotFound) {
+  evidence.now.filesBeingScanned = 1;
+  SelfTest test(clock, evidence, {});
+  steps(test, 2 * SelfTest::longestWay);
+  EXPECT_EQ(test.outcome(), Outcome::fails);
+  EXPECT_EQ(of(test, Step::found).words.key, "SELFTEST_NOT_FOUND");
+}
+
+TEST_F(SelfTestTest, WithoutARecordTheCountAndTheMoveAreEvidence) {
+  SelfTest test(clock, evidence, {quarantine});
+  test.step();
+  moveAway(test);
+  evidence.now.verdicts = 6;
+  steps(test, 2 * SelfTest::longestWay);
+  EXPECT_EQ(test.outcome(), Outcome::works);
+  EXPECT_EQ(of(test, Step::found).words.key, "SELFTEST_FOUND_MOVED");
+  EXPECT_EQ(countIn(quarantine), 0U);
+}
+
+TEST_F(SelfTestTest, CannotTellFromTheCountAlone) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  evidence.now.verdicts = 6;
+  steps(test, 2 * SelfTest::longestWay);
+  EXPECT_EQ(test.outcome(), Outcome::cannotTell);
+  EXPECT_EQ(of(test, Step::found).words.key, "SELFTEST_ONLY_COUNTED");
+}
+
+TEST_F(SelfTestTest, CannotTellWhenSomebodyElseTookTheFile) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  std::filesystem::remove(test.path());
+  steps(test, 2 * SelfTest::longestWay);
+  EXPECT_EQ(test.outcome(), Outcome::cannotTell);
+  EXPECT_EQ(of(test, Step::found).words.key, "SELFTEST_GONE");
+}
+
+TEST_F(SelfTestTest, WritesNothingUnlessTheAgentWatches) {
+  const std::vector<std::pair<Agent, std::pair<Outcome, std::string>>> cases = {
+      {Agent::absent, {Outcome::cannotTell, "SELFTEST_NO_AGENT"}},
+      {Agent::stopped, {Outcome::fails, "SELFTEST_NOT_WATCHING"}},
+      {Agent::starting, {Outcome::going, ""}}};
+  for (const auto& [agent, expected] : cases) {
+    evidence.now.agent = agent;
+    SelfTest test(clock, evidence, {});
+    test.step();
+    EXPECT_EQ(test.outcome(), expected.first) << expected.second;
+    EXPECT_EQ(of(test, Step::agent).words.key, expected.second);
+    EXPECT_EQ(countIn(guarded), 0U);
+  }
+}
+
+TEST_F(SelfTestTest, AgentThatStartsIsWaitedForThreeMinutes) {
+  evidence.now.agent = Agent::starting;
+  SelfTest test(clock, evidence, {});
+  steps(test, SelfTest::longestStart);
+  EXPECT_EQ(test.outcome(), Outcome::going);
+  evidence.now.agent = Agent::watching;
+  test.step();
+  EXPECT_EQ(of(test, Step::written).state, State::done);
+  evidence.now.agent = Agent::starting;
+  SelfTest another(clock, evidence, {});
+  steps(another, SelfTest::longestStart + std::chrono::seconds(1));
+  EXPECT_EQ(of(another, Step::agent).words.key, "SELFTEST_STILL_STARTING");
+}
+
+TEST_F(SelfTestTest, FirstFolderThatCanBeWrittenIsTaken) {
+  evidence.now.watchedFolders = {folder.at("gone/"), guarded + "/"};
+  SelfTest test(clock, evidence, {});
+  test.step();
+  EXPECT_TRUE(test.path().starts_with(guarded + "/vantrel-self-test-")) << test.path();
+}
+
+TEST_F(SelfTestTest, CannotTellWhereNothingCanBeWritten) {
+  evidence.now.watchedFolders = {folder.at("gone/")};
+  SelfTest test(clock, evidence, {});
+  test.step();
+  EXPECT_EQ(test.outcome(), Outcome::cannotTell);
+  const Wording words = of(test, Step::written).words;
+  EXPECT_EQ(words.key, "SELFTEST_NOT_WRITTEN");
+  EXPECT_EQ(words.values,
+            std::vector<std::string>{folder.at("gone") + ": No such file or directory"});
+  evidence.now.watchedFolders.clear();
+  SelfTest another(clock, evidence, {});
+  another.step();
+  EXPECT_EQ(of(another, Step::written).words.key, "SELFTEST_NO_FOLDER");
+}
+
+TEST_F(SelfTestTest, AgentThatEndsMeanwhileIsSaid) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  evidence.now.agent = Agent::absent;
+  test.step();
+  EXPECT_EQ(test.outcome(), Outcome::fails);
+  EXPECT_EQ(of(test, Step::found).words.key, "SELFTEST_AGENT_LEFT");
+  EXPECT_EQ(countIn(guarded), 0U);
+}
+
+TEST_F(SelfTestTest, FileIsRemovedWhenTheTestIsGivenUpAtAnyTime) {
+  {
+    SelfTest test(clock, evidence, {});
+    test.step();
+    EXPECT_EQ(countIn(guarded), 1U);
+  }
+  EXPECT_EQ(countIn(guarded), 0U);
+  SelfTest test(clock, evidence, {});
+  test.cancel();
+  EXPECT_EQ(test.outcome(), Outcome::cannotTell);
+}
+
+class TestCommandTest : public SelfTestTest {
+ protected:
+  int run(const std::vector<std::string>& words) {
+    TestCommandServices services{clock, strings, evidence, {quarantine}};
+    services.isInterrupted = [this] { return isInterrupted; };
+    return runTestCommand(words, out, errors, services);
+  }
+  FakeLocalizedStrings strings;
+  bool isInterrupted = false;
+  std::ostringstream out;
+  std::ostringstream errors;
+};
+
+TEST_F(TestCommandTest, SaysEachStepAndEndsWithZeroWhenAllWorks) {
+  evidence.find = SelfTestEvidence::Find{"Eicar", Done::leftInPlace, ""};
+  EXPECT_EQ(run({}), 0);
+  EXPECT_EQ(out.str(),
+            "<SELFTEST_BEFORE>\n✓ <SELFTEST_GUARDED>\n✓ <SELFTEST_WRITTEN>\n"
+            "✓ <SELFTEST_NOTICED>\n✓ <SELFTEST_FOUND_IN_PLACE>\n✓ <SELFTEST_REMOVED>\n"
+            "<SELFTEST_END_WORKS>\n");
+}
+
+TEST_F(TestCommandTest, SaysWhichStepFailedAndEndsWithOne) {
+  int looks = 0;
+  evidence.onFacts = [&] { clock.advance(++looks < 3 ? SelfTest::pause : SelfTest::longestWay); };
+  EXPECT_EQ(run({}), 1);
+  EXPECT_NE(out.str().find("✗ <SELFTEST_NOT_NOTICED>\n✓ <SELFTEST_REMOVED>\n<SELFTEST_END_FAILS>"),
+            std::string::npos)
+      << out.str();
+}
+
+TEST_F(TestCommandTest, EndsWithTwoWhenItCannotTellOrIsBrokenOff) {
+  evidence.now.agent = Agent::absent;
+  EXPECT_EQ(run({}), 2);
+  evidence.now.agent = Agent::watching;
+  isInterrupted = true;
+  EXPECT_EQ(run({}), 2);
+  EXPECT_EQ(countIn(guarded), 0U);
+}
+
+TEST_F(TestCommandTest, SaysTheSameInJson) {
+  strings.texts["SELFTEST_NO_AGENT"] = "no \"agent\"\n";
+  evidence.now.agent = Agent::absent;
+  EXPECT_EQ(run({"--json"}), 2);
+  EXPECT_EQ(out.str(), R"({"version":1,"outcome":"cannotTell","file":"","steps":[)"
+                       R"({"step":"agent","state":"failed","words":"no \"agent\"\\x0A"},)"
+                       R"({"step":"written","state":"waiting","words":""},)"
+                       R"({"step":"noticed","state":"waiting","words":""},)"
+                       R"({"step":"found","state":"waiting","words":""},)"
+                       R"({"step":"removed","state":"waiting","words":""}]})"
+                       "\n");
+}
+
+TEST_F(TestCommandTest, OtherWordsAreAMistake) {
+  EXPECT_EQ(run({"--jsno"}), 2);
+  EXPECT_EQ(errors.str(), "<SELFTEST_USAGE>\n");
+  EXPECT_EQ(run({"--json", "x"}), 2);
+  EXPECT_TRUE(out.str().empty());
+}
+
+}  // namespace
+}  // namespace quillo
