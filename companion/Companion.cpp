@@ -64,8 +64,6 @@ std::string Companion::open(const std::vector<std::string>& paths) {
   return problem;
 }
 
-void Companion::showIfThere(const std::string& name) { show(entryNamed(name) ? name : ""); }
-
 Companion::Entry* Companion::entryNamed(const std::string& name) {
   const auto found = std::find_if(entries_.begin(), entries_.end(),
                                   [&](const Entry& entry) { return entry.page.name == name; });

@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -41,8 +40,7 @@ class Companion {
   std::string show(const std::string& name);
   // Shows the page that takes files, and hands them over. Returns "", or why there is none.
   std::string open(const std::vector<std::string>& paths);
-  // Shows the page of that name where there is one, else the first one.
-  void showIfThere(const std::string& name);
+  bool has(const std::string& name) { return entryNamed(name) != nullptr; }
 
  private:
   struct Entry {

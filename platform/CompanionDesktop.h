@@ -10,6 +10,7 @@ class Folders;
 class ImageLoader;
 class LocalizedStrings;
 class MainWindow;
+class PlannedScans;
 class PreferenceStore;
 class SystemLog;
 class Volumes;
@@ -26,6 +27,7 @@ struct CompanionDesktop {
   ImageLoader& imageLoader;
   LocalizedStrings& localizedStrings;
   MainWindow& mainWindow;
+  PlannedScans& plannedScans;
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   Volumes& volumes;

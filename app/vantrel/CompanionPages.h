@@ -7,8 +7,10 @@
 
 namespace quillo {
 
-// Returns the pages of the main application, in the order of the list at the side. The desktop
-// outlives them.
-std::vector<CompanionPage> companionPages(const CompanionDesktop& desktop);
+class ThreadStarter;
+
+// Returns the pages of the main application, in the order of the list at the side. What they are
+// given outlives them.
+std::vector<CompanionPage> companionPages(const CompanionDesktop& desktop, ThreadStarter& threads);
 
 }  // namespace quillo

@@ -10,9 +10,10 @@
 #include "app/vantrel/CompanionPages.h"
 #include "companion/Companion.h"
 #include "platform/Application.h"
-#include "platform/Session.h"
+#include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
 #include "platform/linux/CompanionPlatform.h"
+#include "posix/ThreadStarter.h"
 
 namespace quillo {
 namespace {
@@ -43,30 +44,40 @@ int fail(const std::string& problem) {
   return 1;
 }
 
-std::string answer(Companion& companion, const CompanionRequest& request) {
-  return request.paths.empty() ? companion.show(request.page) : companion.open(request.paths);
+// Whoever has no preferences yet is led through the first steps, unless he asks for a page.
+std::string answer(Companion& companion, PreferenceStore& preferences,
+                   const CompanionRequest& request) {
+  if (!request.paths.empty()) {
+    return companion.open(request.paths);
+  }
+  const std::string firstSteps = "start";
+  preferences.synchronize();
+  const bool isNew = !preferences.hasAny() && companion.has(firstSteps);
+  return companion.show(request.page.empty() && isNew ? firstSteps : request.page);
 }
 
 int showWindow(CompanionPlatform& platform, const StartRequest& start) {
   const CompanionDesktop& desktop = platform.services();
+  DetachedThreads threads(
+      [&desktop](const std::string& failure) { desktop.systemLog.log(failure); });
   auto companion = std::make_unique<Companion>(
       Companion::Services{desktop.mainWindow, desktop.localizedStrings, desktop.systemLog},
-      companionPages(desktop));
-  desktop.distributedNotificationCenter.addObserver(
-      "VantrelShouldOpenPrefs", [&companion] { companion->showIfThere("settings"); });
+      companionPages(desktop, threads));
   int status = 0;
   const auto begin = [&] {
     if (start.kind == StartRequest::Kind::service) {
       platform.endUnlessShownWithin(secondsForTheBus);
       return;
     }
-    if (const std::string problem = answer(*companion, requestOf(start)); !problem.empty()) {
+    if (const std::string problem = answer(*companion, desktop.preferenceStore, requestOf(start));
+        !problem.empty()) {
       status = fail(problem);
       desktop.application.terminate();
     }
   };
-  const int ended = platform.run(
-      begin, [&](const CompanionRequest& request) { return answer(*companion, request); });
+  const int ended = platform.run(begin, [&](const CompanionRequest& request) {
+    return answer(*companion, desktop.preferenceStore, request);
+  });
   // Threads of the pages may be at work on what lies on this stack, and end with the process only.
   desktop.application.exit(status != 0 ? status : ended);
   return status;

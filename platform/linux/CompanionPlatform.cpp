@@ -13,6 +13,7 @@
 #include "platform/linux/names/LinuxVolumes.h"
 #include "platform/linux/pages/QtMainWindow.h"
 #include "platform/linux/pages/WindowActivation.h"
+#include "platform/linux/planned/SystemdTimers.h"
 #include "platform/linux/preferences/TomlPreferenceStore.h"
 #include "platform/linux/services/DesktopWorkspace.h"
 #include "platform/linux/services/Environment.h"
@@ -66,6 +67,10 @@ struct CompanionPlatform::Parts {
   DesktopApplicationLauncher launcher{sessionBus, report};
   DesktopWorkspace workspace{sessionBus};
   LinuxVolumes volumes{accountNumbered(getuid()).name};
+  SystemdTimers plannedScans{
+      sessionBus, LinuxFolders::pathOfThisProgram(),
+      environment.folder("XDG_CONFIG_HOME").value_or(folders.homeFolder() + "/.config") +
+          "/systemd/user"};
   QtImageLoader images{resources + "/images"};
   QtMainWindow window{resources + "/interface/vantrel",
                       folders.stateFolder() + "/window",
@@ -73,9 +78,9 @@ struct CompanionPlatform::Parts {
   CompanionRequested requested;
   CompanionObject object{sessionBus,
                          [this](const CompanionRequest& request) { return handle(request); }};
-  CompanionDesktop desktop{application, launcher,  clock,   notificationCenter,
-                           folders,     images,    strings, window,
-                           preferences, systemLog, volumes, workspace};
+  CompanionDesktop desktop{application, launcher, clock,    notificationCenter, folders,
+                           images,      strings,  window,   plannedScans,       preferences,
+                           systemLog,   volumes,  workspace};
   bool isFirst = true;
 };
 
@@ -84,6 +89,13 @@ CompanionPlatform::Parts::Parts(int& argc, char** argv)
   openlog("vantrel", LOG_PID, LOG_USER);
   setGuardReport(report);
   preferences.addSuiteNamed(ownDomain);
+  // Before it has its name: the agent asks as soon as that is taken.
+  notificationCenter.addObserver("VantrelShouldOpenPrefs", [this] {
+    const std::string problem = handle({"settings"});
+    if (!problem.empty()) {
+      systemLog.log(problem);
+    }
+  });
   isFirst = !sessionBus.isConnected() || object.claimName();
 }
 

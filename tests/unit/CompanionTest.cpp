@@ -85,11 +85,9 @@ TEST_F(CompanionTest, HandsFilesToThePageThatTakesThem) {
   EXPECT_EQ(taken, (Names{"/a", "/b\xff"}));
 }
 
-TEST_F(CompanionTest, ShowsTheFirstPageInsteadOfOneThatIsNotThere) {
-  companion.showIfThere("nonsense");
-  EXPECT_EQ(window.shownPage(), "overview");
-  companion.showIfThere("settings");
-  EXPECT_EQ(window.shownPage(), "settings");
+TEST_F(CompanionTest, KnowsItsPages) {
+  EXPECT_TRUE(companion.has("settings"));
+  EXPECT_FALSE(companion.has("nonsense"));
 }
 
 TEST_F(CompanionTest, OutlivesAPageThatCannotBeMade) {

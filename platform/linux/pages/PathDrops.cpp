@@ -3,6 +3,7 @@
 #include <QAbstractScrollArea>
 #include <QDropEvent>
 #include <QMimeData>
+#include <cctype>
 #include <utility>
 
 #include "platform/linux/services/Guarded.h"
@@ -10,6 +11,25 @@
 #include "posix/Text.h"
 
 namespace quillo {
+namespace {
+
+// Not every program encodes all that RFC 3986 wants to be.
+std::string strictlyEncoded(std::string_view uri) {
+  constexpr std::string_view kept = "-._~/!$&'()*+,;=:@%?#";
+  constexpr char digits[] = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : uri) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80 && (std::isalnum(byte) != 0 || kept.find(c) != std::string_view::npos)) {
+      result += c;
+    } else {
+      result += {'%', digits[byte >> 4U], digits[byte & 0xFU]};
+    }
+  }
+  return result;
+}
+
+}  // namespace
 
 // Out of the bytes: as text, a name that is no UTF-8 would be another one.
 std::vector<std::string> localPathsIn(const QMimeData& dragged) {
@@ -19,7 +39,7 @@ std::vector<std::string> localPathsIn(const QMimeData& dragged) {
     while (!line.empty() && (line.back() == '\r' || line.back() == '\0')) {
       line.remove_suffix(1);
     }
-    if (const auto path = pathOfFileUri(line)) {
+    if (const auto path = pathOfFileUri(strictlyEncoded(line))) {
       paths.push_back(*path);
     }
   }

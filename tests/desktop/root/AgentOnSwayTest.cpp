@@ -156,6 +156,19 @@ INSTANTIATE_TEST_SUITE_P(InEveryLanguage, AgentOnSmallSway,
                          testing::Values("de_DE", "en_GB", "es_ES", "fr_FR", "ja_JP"),
                          [](const auto& each) { return std::string(each.param).substr(0, 2); });
 
+TEST_F(AgentOnSway, OpensTheSettingsOfTheMainApplication) {
+  logIn();
+  home().writePreferences(
+      "PathToClamav = \"/opt/nowhere\"\nPathToUpdateLog = \"/tmp/update.log\"\n");
+  session().addService("org.vantrel.Vantrel", QUILLO_BINARY_DIR "/vantrel --service");
+  start();
+  const std::string problem = "Engine Problem";
+  ASSERT_TRUE(session().showsWindows(1, problem));
+  clickButton(*session().window(problem), 0);
+  EXPECT_TRUE(session().showsWindows(1, "Settings – Vantrel"));
+  session().keepPicture("sway-settings-asked-for-by-the-agent");
+}
+
 namespace fs = std::filesystem;
 
 // A find on a desktop whose notification server shows buttons only when it is asked for them.

@@ -102,6 +102,15 @@ TEST_F(AgentWithoutEngine, WaitsForTheMainApplicationAndThenOpensItsPreferencesA
   expectItHasQuit();
 }
 
+TEST_F(AgentWithoutEngine, OpensTheSettingsOfTheMainApplication) {
+  makeActivatable(QUILLO_BINARY_DIR "/vantrel --service");
+  startIt();
+  clickButton(title, prefsButton);
+  EXPECT_TRUE(showsWindows(1, "Settings – Vantrel"));
+  session().keepPicture("settings-asked-for-by-the-agent");
+  expectItHasQuit();
+}
+
 TEST_F(AgentWithoutEngine, StartsTheMainApplicationByItsDesktopFileToo) {
   makeDesktopFile();
   startIt();

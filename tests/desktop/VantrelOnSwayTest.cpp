@@ -1,0 +1,71 @@
+// The main application under a Wayland compositor.
+
+#include <gtest/gtest.h>
+
+#include "tests/desktop/support/session/SwaySession.h"
+
+namespace quillo {
+namespace {
+
+const std::string program = QUILLO_BINARY_DIR "/vantrel";
+constexpr const char* identifier = "org.vantrel.Vantrel";
+constexpr const char* first = "Overview – Vantrel";
+
+// With Xwayland and without it: it is not installed with sway.
+class VantrelOnSway : public testing::TestWithParam<bool> {
+ protected:
+  std::unique_ptr<ChildProcess> start(std::vector<std::string> words = {}) {
+    words.insert(words.begin(), program);
+    return session.startCommand(std::move(words));
+  }
+  std::size_t windowsOfIt() {
+    std::size_t count = 0;
+    for (const SwaySession::Window& window : session.windows()) {
+      count += window.application == identifier ? 1U : 0U;
+    }
+    return count;
+  }
+
+  SwaySession session{{}, {1, GetParam(), ""}};
+};
+
+TEST_P(VantrelOnSway, IsAWaylandWindowThatTheDesktopKnows) {
+  const auto process = start();
+  ASSERT_TRUE(session.showsWindows(1, first));
+  const auto window = session.window(first);
+  EXPECT_EQ(window->application, identifier);
+  EXPECT_FALSE(window->isX11);
+  EXPECT_TRUE(session.eventually([&] { return session.window(first)->isFocused; }));
+}
+
+TEST_P(VantrelOnSway, ShowsAnotherPageWhenItIsStartedAgain) {
+  const auto process = start();
+  ASSERT_TRUE(session.showsWindows(1, first));
+  session.run({program, "--page", "planned"});
+  EXPECT_TRUE(session.showsWindows(1, "Planned Scans – Vantrel"));
+  EXPECT_EQ(windowsOfIt(), 1U);
+}
+
+TEST_P(VantrelOnSway, IsStartedByTheBus) {
+  session.addService(identifier, program + " --service");
+  session.run({"gdbus", "call", "--session", "--dest", identifier, "--object-path",
+               "/org/vantrel/Vantrel", "--method", "org.freedesktop.Application.ActivateAction",
+               "planned", "[]", "{}"});
+  EXPECT_TRUE(session.showsWindows(1, "Planned Scans – Vantrel"));
+}
+
+TEST_P(VantrelOnSway, TurnsItsPagesByTheKeyboardAlone) {
+  const auto process = start();
+  ASSERT_TRUE(session.showsWindows(1, first));
+  ASSERT_TRUE(session.eventually([&] { return session.window(first)->isFocused; }));
+  session.run({"wtype", "-M", "ctrl", "-k", "2", "-m", "ctrl"});
+  EXPECT_TRUE(session.showsWindows(0, first));
+  EXPECT_EQ(windowsOfIt(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Either, VantrelOnSway, testing::Bool(), [](const auto& each) {
+  return std::string(each.param ? "WithXwayland" : "WithoutXwayland");
+});
+
+}  // namespace
+}  // namespace quillo

@@ -1,0 +1,147 @@
+// The main application as its user meets it: a process on a desktop.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "posix/Text.h"
+#include "tests/desktop/support/session/DesktopSession.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
+
+namespace quillo {
+namespace {
+
+const std::string program = QUILLO_BINARY_DIR "/vantrel";
+constexpr const char* identifier = "org.vantrel.Vantrel";
+
+struct Ended {
+  int status = -1;
+  std::string said;
+};
+
+class VantrelProgram : public testing::Test {
+ protected:
+  std::unique_ptr<ChildProcess> start(std::vector<std::string> words = {}) {
+    words.insert(words.begin(), program);
+    return session.startCommand(std::move(words));
+  }
+  // Runs it to its end, in the session but for the variables that are left out.
+  Ended run(const std::vector<std::string>& words, const std::string& without = "") {
+    const std::string said = session.homeFolder() + "/said";
+    std::string command = "unset " + without + " x; exec \"$0\" \"$@\" >" + said + " 2>&1";
+    std::vector<std::string> all = {"/bin/sh", "-c", command, program};
+    all.insert(all.end(), words.begin(), words.end());
+    const int status = session.startCommand(all)->waitUntilExit();
+    return {status, TemporaryFolder::read(said)};
+  }
+  std::size_t windows() {
+    std::size_t count = 0;
+    for (const std::string& title : session.screen().windowTitles()) {
+      count += title.ends_with(" – Vantrel") ? 1U : 0U;
+    }
+    return count;
+  }
+  bool shows(const std::string& page) {
+    const std::string title = page + " – Vantrel";
+    return session.screen().eventually(
+        [&] { return session.screen().countWindows(title) == 1 && windows() == 1; });
+  }
+  void call(const std::string& method, const std::vector<std::string>& arguments) {
+    std::vector<std::string> words = {"gdbus",
+                                      "call",
+                                      "--session",
+                                      "--dest",
+                                      identifier,
+                                      "--object-path",
+                                      "/org/vantrel/Vantrel",
+                                      "--method",
+                                      "org.freedesktop.Application." + method};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    session.run(words);
+  }
+
+  DesktopSession session;
+};
+
+TEST_F(VantrelProgram, ShowsAWindowOfItsOwnClass) {
+  const auto process = start();
+  ASSERT_TRUE(shows("Overview"));
+  EXPECT_EQ(session.screen().classOf("Overview – Vantrel"),
+            std::string(identifier) + " " + identifier);
+}
+
+TEST_F(VantrelProgram, ShowsThePageThatIsAskedFor) {
+  const auto process = start({"--page", "planned"});
+  EXPECT_TRUE(shows("Planned Scans"));
+}
+
+TEST_F(VantrelProgram, RaisesTheFirstWhenItIsStartedAgain) {
+  const auto process = start();
+  ASSERT_TRUE(shows("Overview"));
+  const auto other = session.startCommand({QUILLO_NOTEPAD, session.homeFolder() + "/notes"});
+  ASSERT_TRUE(session.screen().eventually(
+      [&] { return session.screen().stackedTitles().back() == "Notepad"; }));
+  EXPECT_EQ(run({"--page=planned"}).status, 0);
+  EXPECT_TRUE(shows("Planned Scans"));
+  EXPECT_TRUE(session.screen().eventually(
+      [&] { return session.screen().stackedTitles().back() == "Planned Scans – Vantrel"; }));
+}
+
+TEST_F(VantrelProgram, SaysWhichPagesThereAre) {
+  const Ended ended = run({"--page", "nonsense"});
+  EXPECT_EQ(ended.status, 1);
+  EXPECT_NE(ended.said.find("“nonsense”"), std::string::npos) << ended.said;
+  EXPECT_NE(ended.said.find("planned"), std::string::npos) << ended.said;
+}
+
+TEST_F(VantrelProgram, IsStartedByTheBusAndShowsWhatIsAskedOfIt) {
+  session.addService(identifier, program + " --service");
+  call("ActivateAction", {"planned", "[]", "{}"});
+  EXPECT_TRUE(shows("Planned Scans"));
+  call("Activate", {"{}"});
+  EXPECT_TRUE(shows("Planned Scans"));
+}
+
+TEST_F(VantrelProgram, ShowsTheSettingsWhenTheAgentAsks) {
+  const auto process = start({"--page", "planned"});
+  ASSERT_TRUE(shows("Planned Scans"));
+  session.run({"gdbus", "emit", "--session", "--object-path",
+               "/org/vantrel/DistributedNotificationCenter", "--signal",
+               "org.vantrel.DistributedNotificationCenter.VantrelShouldOpenPrefs",
+               "VantrelQuillo"});
+  EXPECT_TRUE(shows("Settings"));
+}
+
+TEST_F(VantrelProgram, EndsWhenItsWindowIsClosed) {
+  const auto process = start({"--page", "planned"});
+  ASSERT_TRUE(shows("Planned Scans"));
+  session.press("ctrl+q");
+  EXPECT_EQ(process->waitUntilExit(), 0);
+}
+
+TEST_F(VantrelProgram, SaysThatThereIsNoDisplay) {
+  const Ended ended = run({}, "DISPLAY WAYLAND_DISPLAY");
+  EXPECT_EQ(ended.status, 1);
+  EXPECT_NE(ended.said.find("this session has no display"), std::string::npos) << ended.said;
+}
+
+TEST_F(VantrelProgram, SaysThatThereIsNoBus) {
+  const Ended ended = run({}, "DBUS_SESSION_BUS_ADDRESS XDG_RUNTIME_DIR");
+  EXPECT_EQ(ended.status, 1);
+  EXPECT_NE(ended.said.find("there is no session bus"), std::string::npos) << ended.said;
+}
+
+TEST_F(VantrelProgram, AnswersWithoutADisplayAndABus) {
+  const std::string everything = "DISPLAY WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS XDG_RUNTIME_DIR";
+  const Ended help = run({"--help"}, everything);
+  EXPECT_EQ(help.status, 0);
+  EXPECT_TRUE(help.said.starts_with("vantrel\n")) << help.said;
+  EXPECT_EQ(run({"--version"}, everything).status, 0);
+  EXPECT_EQ(run({"--nonsense"}, everything).status, 2);
+  EXPECT_EQ(run({"nonsense"}, everything).status, 2);
+}
+
+}  // namespace
+}  // namespace quillo
