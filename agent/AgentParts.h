@@ -10,6 +10,7 @@
 #include "agent/PreferenceFile.h"
 #include "agent/Preferences.h"
 #include "agent/ProgressLog.h"
+#include "agent/ScanHistory.h"
 #include "agent/ScanLog.h"
 #include "agent/ScanParameters.h"
 #include "agent/ScannerCount.h"
@@ -19,6 +20,7 @@
 #include "agent/Watching.h"
 #include "engine/ClamdLink.h"
 #include "engine/DaemonStart.h"
+#include "history/HistoryWriter.h"
 #include "menu/Throbber.h"
 #include "platform/Platform.h"
 #include "scanning/AbortedScans.h"
@@ -73,6 +75,9 @@ struct AgentParts {
   WatcherLink watcherLink;
   EngineLink engineLink;
   MenuLink menuLink;
+  HistoryWriter history;
+  ScanHistory scanHistory;
+  ScanObservers scanObservers;
   const ScannerServices scannerServices;
   Dispatcher theDispatcher;
   DispatcherIntake intake;

@@ -85,6 +85,7 @@ void VantrelQuillo::startThreads() {
   start("Dispatcher", [this] { parts_.theDispatcher.mainLoop(); });
   start("firstPatientScanner", [this] { parts_.firstPatientScanner.mainLoop(); });
   start("secondPatientScanner", [this] { parts_.secondPatientScanner.mainLoop(); });
+  parts_.requests.attempt([this] { parts_.history.begin(parts_.services.threads); });
 }
 
 void VantrelQuillo::answerScripts() {

@@ -16,6 +16,8 @@ namespace {
 
 // The desktop ends whoever does not at the end of a session: after 90 s, systemd's default.
 constexpr std::chrono::seconds longestLaunchAtQuit(60);
+// What was found in the last seconds is worth a moment.
+constexpr std::chrono::seconds longestFlushAtQuit(1);
 
 }  // namespace
 
@@ -218,6 +220,7 @@ void Watching::quitNow() {
   attempt([this] { endIfWatching(); });
   // A scan that went on unseen could move files that no log names.
   attempt([this] { parts_.runningScanners.endAllForGood(); });
+  attempt([this] { parts_.history.end(longestFlushAtQuit); });
   attempt([&] { platform.distributedNotificationCenter.removeObservers(); });
   attempt([this] {
     if (parts_.daemonStart.weLaunchedClamd) {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "history/HistoryReader.h"
 #include "tests/fakes/agent/AgentUnderTest.h"
 #include "tests/fakes/engine/FakeClamd.h"
 
@@ -102,6 +103,20 @@ TEST_F(AgentPipeline, AFileLeftInPlaceIsWarnedOfAndOneKeyClosesAllWarnings) {
   EXPECT_TRUE(dialogs("WarningDialog")[0]->isClosed());
   EXPECT_TRUE(dialogs("WarningDialog")[1]->isClosed());
   EXPECT_EQ(agent().parts().dialogList.count(), 0U);
+}
+
+TEST_F(AgentPipeline, WhatWasFoundIsInTheHistoryWhenTheAgentHasQuit) {
+  launch("echo '/x: Threat FOUND'; echo '/y: Not scanned: too large'; echo '/z/a: OK'");
+  scan();
+  agent().quit();
+  threads.run("history");
+  HistoryReader reader(desktop.folders.stateFolder());
+  const auto rows = reader.rows(reader.select({}), 0, 9);
+  ASSERT_EQ(rows.size(), 2U);
+  EXPECT_EQ(rows[1].path, "/x");
+  EXPECT_EQ(rows[1].says, "Threat");
+  EXPECT_EQ(rows[0].path, "/y");
+  EXPECT_EQ(reader.busiestFolders(0, 9).at(0).folder, "/z");
 }
 
 TEST_F(AgentPipeline, TheQuarantineFolderIsOpenedByItsDialog) {

@@ -52,9 +52,9 @@ TEST_F(AgentOrder, TheWatcherStartsBeforeTheDefinitionsAreUpdated) {
   desktop.preferenceStore.set("UpdateDefsOnLaunch", true);
   launch();
   const Lines started = threads.names();
-  ASSERT_EQ(started.size(), 7U);
-  EXPECT_EQ(started[4], "FSEventWatcher");
-  EXPECT_EQ(started[5], "definitions");
+  ASSERT_EQ(started.size(), 8U);
+  EXPECT_EQ(started[5], "FSEventWatcher");
+  EXPECT_EQ(started[6], "definitions");
 }
 
 TEST_F(AgentOrder, QuitIsReportedToOthersWhenAllButTheEndIsDone) {

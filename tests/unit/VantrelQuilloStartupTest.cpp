@@ -73,8 +73,9 @@ TEST_F(AgentStart, DoesNothingElseWhenItIsMade) {
 
 TEST_F(AgentStart, StartsTheWorkersInOrderAndTheWatcherLast) {
   launch();
-  EXPECT_EQ(threads.names(), (Lines{"Throbber", "Dispatcher", "firstPatientScanner",
-                                    "secondPatientScanner", "FSEventWatcher", "Health"}));
+  EXPECT_EQ(threads.names(),
+            (Lines{"Throbber", "Dispatcher", "firstPatientScanner", "secondPatientScanner",
+                   "history", "FSEventWatcher", "Health"}));
 }
 
 TEST_F(AgentStart, RegistersItsNotificationsUnderTheirNames) {

@@ -1,0 +1,247 @@
+#include "history/HistoryReader.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+constexpr std::size_t rowsBetweenQuestions = 4096;
+
+std::int64_t secondsOf(WallTime time) {
+  return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
+}
+
+WallTime timeOf(std::int64_t seconds) { return WallTime(std::chrono::seconds(seconds)); }
+
+// What stands there may be anybody's lie; a number that means nothing counts as the first.
+template <typename Value>
+Value valueOf(std::int64_t number, Value last) {
+  return number >= 0 && number <= static_cast<std::int64_t>(last) ? static_cast<Value>(number)
+                                                                  : Value{};
+}
+
+char lower(char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : byte; }
+
+// Whether `wanted`, in small letters, is found in the bytes.
+bool holds(std::string_view bytes, const std::string& wanted) {
+  return std::search(bytes.begin(), bytes.end(), wanted.begin(), wanted.end(),
+                     [](char there, char small) { return lower(there) == small; }) != bytes.end();
+}
+
+HistoryResult resultIn(const SqlStatement& row) {
+  HistoryResult result;
+  result.time = timeOf(row.number(1));
+  result.kind = valueOf(row.number(2), HistoryResult::Kind::notScanned);
+  result.outcome = valueOf(row.number(3), HistoryResult::Outcome::notMoved);
+  result.source = valueOf(row.number(4), ScanSource::planned);
+  result.run = row.number(5);
+  result.path = row.bytes(6);
+  result.says = row.bytes(7);
+  result.detail = row.bytes(8);
+  return result;
+}
+
+}  // namespace
+
+HistoryReader::HistoryReader(std::string folder) : file_(std::move(folder)) {}
+
+HistoryReader::State HistoryReader::open() {
+  attempt([](const SqlConnection& sql) { sql.number("SELECT max(id) FROM results"); });
+  return state_;
+}
+
+void HistoryReader::openIt() {
+  const auto now = file_.identity();
+  if (connection_ && now == identity_) {
+    return;
+  }
+  connection_.reset();
+  reason_.clear();
+  state_ = State::missing;
+  if (!now) {
+    return;
+  }
+  reason_ = file_.distrust();
+  if (!reason_.empty()) {
+    state_ = State::unreadable;
+    return;
+  }
+  identity_ = *now;
+  connection_.emplace(file_.path(), SqlConnection::Access::read);
+  const HistoryFile::Contents contents = HistoryFile::contentsOf(*connection_);
+  state_ = contents == HistoryFile::Contents::history ? State::good
+           : contents == HistoryFile::Contents::empty ? State::missing
+           : contents == HistoryFile::Contents::newer ? State::newer
+                                                      : State::broken;
+  if (state_ != State::good) {
+    // Next time it may be one.
+    connection_.reset();
+  }
+}
+
+HistoryReader::State HistoryReader::stateAfter(const SqlFailure& failure) {
+  if (failure.isUnfinished()) {
+    return State::missing;
+  }
+  return failure.isDamage() ? State::broken : State::unreadable;
+}
+
+void HistoryReader::attempt(const std::function<void(const SqlConnection&)>& body) {
+  try {
+    openIt();
+    if (connection_) {
+      body(*connection_);
+    }
+  } catch (const SqlFailure& failure) {
+    connection_.reset();
+    reason_ = failure.reason();
+    state_ = stateAfter(failure);
+  }
+}
+
+HistorySelection HistoryReader::select(const HistoryFilter& filter,
+                                       const std::function<bool()>& goesOn) {
+  HistorySelection selection;
+  if (filter.isEmpty()) {
+    attempt([&selection](const SqlConnection& sql) {
+      SqlStatement ends =
+          sql.prepare("SELECT (SELECT min(id) FROM results), (SELECT max(id) FROM results)");
+      if (ends.step() && !ends.isNothing(0)) {
+        selection = HistorySelection(ends.number(0), ends.number(1));
+      }
+    });
+    return selection;
+  }
+  // What stands in the index alone is read from it alone.
+  const bool readsText = !filter.text.empty() || !filter.folder.empty();
+  std::string query = readsText ? "SELECT id, path, says FROM results" : "SELECT id FROM results";
+  query += " WHERE time >= ?";
+  query += filter.kind ? " AND kind = ?" : "";
+  query += readsText ? " ORDER BY id DESC" : "";
+  std::string wanted = filter.text;
+  std::transform(wanted.begin(), wanted.end(), wanted.begin(), lower);
+  attempt([&](const SqlConnection& sql) {
+    SqlStatement all = sql.prepare(query);
+    all.begin().with(filter.since ? secondsOf(*filter.since) : INT64_MIN);
+    if (filter.kind) {
+      all.with(static_cast<std::int64_t>(*filter.kind));
+    }
+    std::vector<std::int64_t> ids;
+    for (std::size_t seen = 1; all.step(); ++seen) {
+      if (goesOn && seen % rowsBetweenQuestions == 0 && !goesOn()) {
+        return;
+      }
+      const bool isIn =
+          !readsText ||
+          ((filter.folder.empty() || liesBelow(all.bytes(1), filter.folder)) &&
+           (wanted.empty() || holds(all.bytes(1), wanted) || holds(all.bytes(2), wanted)));
+      if (isIn) {
+        ids.push_back(all.number(0));
+      }
+    }
+    if (!readsText) {
+      std::sort(ids.rbegin(), ids.rend());
+    }
+    selection = HistorySelection(std::move(ids));
+  });
+  return selection;
+}
+
+std::vector<HistoryResult> HistoryReader::rows(const HistorySelection& selection, std::size_t row,
+                                               std::size_t count) {
+  row = std::min(row, selection.count());
+  std::vector<HistoryResult> results(std::min(count, selection.count() - row));
+  attempt([&](const SqlConnection& sql) {
+    const SqlTransaction whole(sql, SqlTransaction::Kind::reading);
+    SqlStatement one = sql.prepare(
+        "SELECT id, time, kind, outcome, source, run, path, says, detail FROM results WHERE id = "
+        "?");
+    for (std::size_t at = 0; at < results.size(); ++at) {
+      if (one.begin().with(selection.id(row + at)).step()) {
+        results[at] = resultIn(one);
+      }
+    }
+  });
+  return results;
+}
+
+HistoryTotals HistoryReader::totalsSince(WallTime since) {
+  HistoryTotals totals;
+  attempt([&](const SqlConnection& sql) {
+    SqlStatement count = sql.prepare("SELECT count(*) FROM results WHERE kind = ? AND time >= ?");
+    const auto countOf = [&](HistoryResult::Kind kind) {
+      count.begin().with(static_cast<std::int64_t>(kind)).with(secondsOf(since)).step();
+      return static_cast<std::uint64_t>(count.number(0));
+    };
+    totals.found = countOf(HistoryResult::Kind::found);
+    totals.notScanned = countOf(HistoryResult::Kind::notScanned);
+  });
+  return totals;
+}
+
+std::vector<BusyFolder> HistoryReader::foldersOf(std::string_view sql, CalendarDay since,
+                                                 std::size_t most) {
+  std::vector<BusyFolder> folders;
+  attempt([&](const SqlConnection& connection) {
+    SqlStatement all = connection.prepare(sql);
+    all.begin().with(std::int64_t{since}).with(static_cast<std::int64_t>(most));
+    while (all.step()) {
+      folders.push_back(
+          {static_cast<CalendarDay>(all.number(0)),
+           std::string(all.bytes(1)),
+           {static_cast<std::uint64_t>(all.number(2)), static_cast<std::uint64_t>(all.number(3))}});
+    }
+  });
+  return folders;
+}
+
+std::vector<BusyFolder> HistoryReader::busyFolders(CalendarDay since, std::size_t most) {
+  return foldersOf(
+      "SELECT day, folder, files, bytes FROM scanned WHERE day >= ? "
+      "ORDER BY day DESC, bytes DESC, files DESC, folder LIMIT ?",
+      since, most);
+}
+
+std::vector<BusyFolder> HistoryReader::busiestFolders(CalendarDay since, std::size_t most) {
+  return foldersOf(
+      "SELECT max(day), folder, sum(files) AS files, sum(bytes) AS bytes FROM scanned "
+      "WHERE day >= ? GROUP BY folder ORDER BY 4 DESC, 3 DESC, folder LIMIT ?",
+      since, most);
+}
+
+std::vector<ScanRun> HistoryReader::runs(std::size_t most) {
+  std::vector<ScanRun> runs;
+  attempt([&](const SqlConnection& sql) {
+    SqlStatement all = sql.prepare(
+        "SELECT name, source, started, ended, paths, clean, found, notScanned, stopped FROM runs "
+        "ORDER BY id DESC LIMIT ?");
+    all.begin().with(static_cast<std::int64_t>(most));
+    while (all.step()) {
+      ScanRun run;
+      run.id = all.number(0);
+      run.source = valueOf(all.number(1), ScanSource::planned);
+      run.started = timeOf(all.number(2));
+      if (!all.isNothing(3)) {
+        run.ended = timeOf(all.number(3));
+      }
+      for (const std::string_view path : split(all.bytes(4), '\0')) {
+        if (!path.empty()) {
+          run.paths.emplace_back(path);
+        }
+      }
+      run.clean = static_cast<std::uint64_t>(all.number(5));
+      run.found = static_cast<std::uint64_t>(all.number(6));
+      run.notScanned = static_cast<std::uint64_t>(all.number(7));
+      run.wasStopped = all.number(8) != 0;
+      runs.push_back(std::move(run));
+    }
+  });
+  return runs;
+}
+
+}  // namespace quillo

@@ -1,0 +1,121 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "history/HistoryEntry.h"
+#include "history/HistoryFile.h"
+#include "history/Sql.h"
+
+namespace quillo {
+
+// Which results are wanted; as it is made, all.
+struct HistoryFilter {
+  // In the path, the threat or the reason: any bytes; letters of ASCII count as equal in both
+  // cases.
+  std::string text = {};
+  std::optional<HistoryResult::Kind> kind = {};
+  // A folder with all below it, without a "/" at its end.
+  std::string folder = {};
+  std::optional<WallTime> since = {};
+
+  bool isEmpty() const { return text.empty() && !kind && folder.empty() && !since; }
+  bool operator==(const HistoryFilter&) const = default;
+};
+
+// The results that a filter chose, the latest first: their numbers, not what they say.
+class HistorySelection {
+ public:
+  HistorySelection() = default;
+  // All from `first` to `last`.
+  HistorySelection(std::int64_t first, std::int64_t last)
+      : first_(first), count_(static_cast<std::size_t>(last - first + 1)) {}
+  explicit HistorySelection(std::vector<std::int64_t> ids)
+      : ids_(std::move(ids)), count_(ids_.size()) {}
+
+  std::size_t count() const { return count_; }
+  // `row` is smaller than count().
+  std::int64_t id(std::size_t row) const {
+    return ids_.empty() ? first_ + static_cast<std::int64_t>(count_ - row) - 1 : ids_[row];
+  }
+
+ private:
+  std::int64_t first_ = 0;
+  std::vector<std::int64_t> ids_;
+  std::size_t count_ = 0;
+};
+
+// What was found since some time, and what could not be scanned.
+struct HistoryTotals {
+  std::uint64_t found = 0;
+  std::uint64_t notScanned = 0;
+
+  bool operator==(const HistoryTotals&) const = default;
+};
+
+// A folder and what was scanned in it on one day.
+struct BusyFolder {
+  CalendarDay day = 0;
+  std::string folder;
+  ScannedAmount amount;
+
+  bool operator==(const BusyFolder&) const = default;
+};
+
+// Reads the history, also while the agent or another program writes it, and never makes or mends
+// one. Every operation opens it anew if another file has taken its place. One thread.
+class HistoryReader {
+ public:
+  enum class State {
+    good,
+    missing,    // nothing has been kept yet
+    newer,      // written by a newer version of this program
+    broken,     // no history, or a damaged one: the agent sets it aside when it writes next
+    unreadable  // it cannot be opened
+  };
+
+  // `folder` is the agent's own for what it remembers.
+  explicit HistoryReader(std::string folder);
+
+  // Opens it, or looks whether it is still well. Below, a history that is not good is empty.
+  State open();
+  // Returns what went wrong, in the words of the system; "" when all is good.
+  const std::string& reason() const { return reason_; }
+
+  // Chooses the results. Without a filter it costs nothing; with one, more the longer the history:
+  // `goesOn` is asked now and then, and the choice is empty once it says no.
+  HistorySelection select(const HistoryFilter& filter, const std::function<bool()>& goesOn = {});
+  // Returns the chosen results from `row` on, at most `count`; one that was deleted meanwhile has
+  // an empty path.
+  std::vector<HistoryResult> rows(const HistorySelection& selection, std::size_t row,
+                                  std::size_t count);
+  HistoryTotals totalsSince(WallTime since);
+  // Returns what was scanned from that day on, by day and folder, at most `most`: the latest day
+  // first and, in it, what had most bytes.
+  std::vector<BusyFolder> busyFolders(CalendarDay since, std::size_t most);
+  // The same for all days together, by folder; their `day` is the last one.
+  std::vector<BusyFolder> busiestFolders(CalendarDay since, std::size_t most);
+  // Returns the last scans by hand and planned ones, the latest first.
+  std::vector<ScanRun> runs(std::size_t most);
+
+ private:
+  // Calls it on a good history, and takes note of a failure.
+  void attempt(const std::function<void(const SqlConnection&)>& body);
+  void openIt();
+  State stateAfter(const SqlFailure& failure);
+  std::vector<BusyFolder> foldersOf(std::string_view sql, CalendarDay since, std::size_t most);
+
+  // Constant after construction.
+  const HistoryFile file_;
+  // Used by one thread.
+  std::optional<SqlConnection> connection_;
+  HistoryFile::Identity identity_;
+  State state_ = State::missing;
+  std::string reason_;
+};
+
+}  // namespace quillo

@@ -1,0 +1,289 @@
+#include "history/HistoryStore.h"
+
+#include <algorithm>
+#include <array>
+#include <type_traits>
+#include <variant>
+
+#include "history/Sql.h"
+#include "platform/SystemLog.h"
+#include "posix/PlatformException.h"
+
+namespace quillo {
+namespace {
+
+// What SQLite keeps beside the database is put into it when it is as long as this.
+constexpr std::int64_t longestLog = 2'000'000;
+constexpr std::int64_t logPages = 400;
+// A disk that breaks each new database would be filled with broken ones.
+constexpr std::size_t mostBroken = 3;
+constexpr Clock::Duration timeOfBroken = std::chrono::hours(1);
+// An engine that moves files says so right behind its finds.
+constexpr std::int64_t nearestResults = 1000;
+constexpr std::size_t longestText = 1024;
+constexpr std::size_t longestPath = 8192;
+
+std::int64_t secondsOf(WallTime time) {
+  return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
+}
+
+std::string_view cut(const std::string& text, std::size_t longest) {
+  return std::string_view(text).substr(0, longest);
+}
+
+// Paths hold no byte 0.
+std::string joined(const std::vector<std::string>& paths) {
+  std::string all;
+  for (const std::string& path : paths) {
+    if (all.size() + path.size() < longestPath) {
+      all += path;
+      all += '\0';
+    }
+  }
+  return all;
+}
+
+PlatformException refusal(const std::string& reason) {
+  return {PlatformException::Kind::notPermitted, "HistoryException", reason};
+}
+
+}  // namespace
+
+struct HistoryStore::Open {
+  explicit Open(const std::string& path) : sql(path, SqlConnection::Access::write) {}
+
+  void enter(const HistoryResult& result);
+  void enter(const LaterOutcome& outcome);
+  void enter(const ScanRun& run);
+  void add(CalendarDay day, const std::string& folder, const ScannedAmount& amount);
+  std::int64_t bytesUsed();
+
+  SqlConnection sql;
+  HistoryFile::Identity identity;
+  std::map<std::string_view, SqlStatement> statements;
+
+  // The statement of that text, which is a constant, prepared once.
+  SqlStatement& statement(std::string_view text) {
+    auto found = statements.find(text);
+    if (found == statements.end()) {
+      found = statements.emplace(text, sql.prepare(text)).first;
+    }
+    return found->second.begin();
+  }
+};
+
+void HistoryStore::Open::enter(const HistoryResult& result) {
+  SqlStatement& insert = statement(
+      "INSERT INTO results(time, kind, outcome, source, run, path, says, detail) "
+      "VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
+  insert.with(secondsOf(result.time))
+      .with(static_cast<std::int64_t>(result.kind))
+      .with(static_cast<std::int64_t>(result.outcome))
+      .with(static_cast<std::int64_t>(result.source));
+  result.run != 0 ? insert.with(result.run) : insert.withNothing();
+  insert.with(cut(result.path, longestPath))
+      .with(cut(result.says, longestText))
+      .with(cut(result.detail, longestPath))
+      .run();
+}
+
+void HistoryStore::Open::enter(const LaterOutcome& outcome) {
+  statement(
+      "UPDATE results SET outcome = ?, detail = ? WHERE id = (SELECT id FROM results "
+      "WHERE id > (SELECT max(id) FROM results) - ? AND kind = 0 AND outcome < 2 AND path = ? "
+      "ORDER BY id DESC LIMIT 1)")
+      .with(static_cast<std::int64_t>(outcome.outcome))
+      .with(cut(outcome.detail, longestPath))
+      .with(nearestResults)
+      .with(cut(outcome.path, longestPath))
+      .run();
+}
+
+void HistoryStore::Open::enter(const ScanRun& run) {
+  SqlStatement& insert = statement(
+      "INSERT INTO runs(name, source, started, ended, paths, clean, found, notScanned, stopped) "
+      "VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT(name) DO UPDATE SET ended = excluded.ended, "
+      "clean = excluded.clean, found = excluded.found, notScanned = excluded.notScanned, "
+      "stopped = excluded.stopped");
+  insert.with(run.id).with(static_cast<std::int64_t>(run.source)).with(secondsOf(run.started));
+  run.ended ? insert.with(secondsOf(*run.ended)) : insert.withNothing();
+  const std::string paths = joined(run.paths);
+  insert.with(paths)
+      .with(static_cast<std::int64_t>(run.clean))
+      .with(static_cast<std::int64_t>(run.found))
+      .with(static_cast<std::int64_t>(run.notScanned))
+      .with(std::int64_t{run.wasStopped})
+      .run();
+}
+
+void HistoryStore::Open::add(CalendarDay day, const std::string& folder,
+                             const ScannedAmount& amount) {
+  statement(
+      "INSERT INTO scanned(day, folder, files, bytes) VALUES(?, ?, ?, ?) ON CONFLICT(day, folder) "
+      "DO UPDATE SET files = files + excluded.files, bytes = bytes + excluded.bytes")
+      .with(std::int64_t{day})
+      .with(folder)
+      .with(static_cast<std::int64_t>(amount.files))
+      .with(static_cast<std::int64_t>(amount.bytes))
+      .run();
+}
+
+std::int64_t HistoryStore::Open::bytesUsed() {
+  const std::int64_t pages = sql.number("PRAGMA page_count") - sql.number("PRAGMA freelist_count");
+  return pages * sql.number("PRAGMA page_size");
+}
+
+HistoryStore::HistoryStore(std::string folder, Clock& clock, SystemLog& log, HistoryLimits limits)
+    : file_(std::move(folder)), clock_(clock), log_(log), limits_(limits) {}
+
+HistoryStore::~HistoryStore() = default;
+
+void HistoryStore::close() { open_.reset(); }
+
+void HistoryStore::write(const HistoryBatch& batch) {
+  try {
+    writeNow(batch);
+    return;
+  } catch (const SqlFailure& failure) {
+    close();
+    if (!failure.isDamage()) {
+      throw;
+    }
+    setAside(failure.reason());
+  } catch (...) {
+    close();
+    throw;
+  }
+  // Into the new one.
+  writeNow(batch);
+}
+
+void HistoryStore::writeNow(const HistoryBatch& batch) {
+  // Its user may have deleted it, and another program of his may have set it aside.
+  if (open_ && file_.identity() != open_->identity) {
+    close();
+  }
+  if (!open_) {
+    openIt();
+  }
+  SqlTransaction whole(open_->sql, SqlTransaction::Kind::writing);
+  for (const HistoryChange& change : batch.changes) {
+    std::visit([this](const auto& entry) { open_->enter(entry); }, change);
+  }
+  for (const auto& [place, amount] : batch.scanned) {
+    open_->add(place.first, place.second, amount);
+  }
+  prune();
+  whole.keep();
+}
+
+void HistoryStore::openIt() {
+  const std::string distrust = file_.distrust();
+  if (!distrust.empty()) {
+    setAside(distrust);
+  } else if (!file_.identity() && file_.hasRemains()) {
+    setAside(file_.path() + " is gone, and what lay beside it is not");
+  }
+  file_.make();
+  auto made = std::make_unique<Open>(file_.path());
+  made->identity = file_.identity().value_or(HistoryFile::Identity{});
+  HistoryFile::Contents contents = HistoryFile::contentsOf(made->sql);
+  if (contents == HistoryFile::Contents::foreign) {
+    made.reset();
+    setAside(file_.path() + " is no history of this program");
+    file_.make();
+    made = std::make_unique<Open>(file_.path());
+    made->identity = file_.identity().value_or(HistoryFile::Identity{});
+    contents = HistoryFile::contentsOf(made->sql);
+  }
+  if (contents == HistoryFile::Contents::newer) {
+    throw refusal(file_.path() + " was written by a newer version of this program");
+  }
+  // A process that ends loses nothing of this; a machine that does, the last seconds at most.
+  made->sql.run("PRAGMA synchronous=NORMAL");
+  made->sql.run("PRAGMA journal_size_limit=" + std::to_string(longestLog));
+  made->sql.run("PRAGMA wal_autocheckpoint=" + std::to_string(logPages));
+  if (contents == HistoryFile::Contents::empty) {
+    HistoryFile::makeTables(made->sql);
+  }
+  open_ = std::move(made);
+}
+
+void HistoryStore::setAside(const std::string& reason) {
+  const Clock::Duration now = clock_.now();
+  while (!setAsideAt_.empty() && now - setAsideAt_.front() >= timeOfBroken) {
+    setAsideAt_.pop_front();
+  }
+  if (setAsideAt_.size() >= mostBroken) {
+    throw refusal(reason + ", again and again within an hour");
+  }
+  const std::string name = file_.setAside(calendarDayOf(clock_.wallTime()));
+  setAsideAt_.push_back(now);
+  log_.log("The history was broken and has been set aside as " + name +
+           "; a new one begins, and your folders are guarded as before. Reason: " + reason);
+}
+
+// A few rows at a time, by their order: what that costs depends on what comes in alone. Only from
+// the older end, also where the clock was wrong for a while: no gap is left between results.
+void HistoryStore::prune() {
+  deleteTooOld();
+  const std::int64_t most = limits_.bytes - 2 * longestLog;
+  while (open_->bytesUsed() > most && deleteOldest()) {
+  }
+}
+
+void HistoryStore::deleteTooOld() {
+  const WallTime oldest = clock_.wallTime() - limits_.age;
+  open_
+      ->statement(
+          "DELETE FROM results WHERE id < (SELECT coalesce((SELECT id FROM results WHERE "
+          "time >= ? AND id < least + 500 ORDER BY id LIMIT 1), least + 500) "
+          "FROM (SELECT min(id) AS least FROM results))")
+      .with(secondsOf(oldest))
+      .run();
+  open_->statement("DELETE FROM runs WHERE started < ? AND id < (SELECT min(id) FROM runs) + 500")
+      .with(secondsOf(oldest))
+      .run();
+  open_
+      ->statement(
+          "DELETE FROM scanned WHERE (day, folder) IN "
+          "(SELECT day, folder FROM scanned WHERE day < ? ORDER BY day, folder LIMIT 500)")
+      .with(std::int64_t{calendarDayOf(oldest)})
+      .run();
+}
+
+// Of that table whose oldest row is the oldest of all.
+bool HistoryStore::deleteOldest() {
+  struct Table {
+    std::string_view oldest;  // its day
+    std::string_view remove;
+  };
+  static constexpr std::array<Table, 3> all = {
+      {{"SELECT time FROM results ORDER BY id LIMIT 1",
+        "DELETE FROM results WHERE id < (SELECT min(id) FROM results) + 200"},
+       {"SELECT started FROM runs ORDER BY id LIMIT 1",
+        "DELETE FROM runs WHERE id < (SELECT min(id) FROM runs) + 200"},
+       {"SELECT CAST(strftime('%s', printf('%04d-%02d-%02d', day / 10000, day / 100 % 100, "
+        "day % 100)) AS INTEGER) FROM scanned ORDER BY day LIMIT 1",
+        "DELETE FROM scanned WHERE (day, folder) IN "
+        "(SELECT day, folder FROM scanned ORDER BY day, folder LIMIT 200)"}}};
+  const Table* first = nullptr;
+  std::int64_t firstTime = 0;
+  for (const Table& table : all) {
+    SqlStatement& oldest = open_->statement(table.oldest);
+    const bool hasAny = oldest.step();
+    const std::int64_t time = hasAny ? oldest.number(0) : 0;
+    oldest.begin();
+    if (hasAny && (!first || time < firstTime)) {
+      first = &table;
+      firstTime = time;
+    }
+  }
+  if (!first) {
+    return false;
+  }
+  open_->statement(first->remove).run();
+  return open_->sql.changes() > 0;
+}
+
+}  // namespace quillo

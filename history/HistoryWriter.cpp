@@ -1,0 +1,236 @@
+#include "history/HistoryWriter.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+#include <variant>
+
+#include "platform/SystemLog.h"
+#include "posix/PlatformException.h"
+#include "posix/ThreadStarter.h"
+
+namespace quillo {
+namespace {
+
+// Together in one transaction, so that nobody waits long for it and little is kept twice.
+constexpr std::size_t changesTogether = 2'000;
+
+// Of the file itself; what is gone by now counts as empty.
+std::uint64_t sizeOf(const std::string& path) {
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)
+             ? static_cast<std::uint64_t>(status.st_size)
+             : 0;
+}
+
+bool isFind(const HistoryChange& change) {
+  const auto* const result = std::get_if<HistoryResult>(&change);
+  return !result || result->kind == HistoryResult::Kind::found;
+}
+
+}  // namespace
+
+HistoryWriter::HistoryWriter(HistoryWriterServices services)
+    : services_(std::move(services)),
+      store_(services_.folder, services_.clock, services_.systemLog, services_.limits),
+      wake_(services_.clock),
+      ended_(services_.clock) {}
+
+void HistoryWriter::arrived() {
+  if (waiting_.empty() && !hasUnwritten_) {
+    dueAt_ = services_.clock.now() + delay;
+    wake_.signal();
+  }
+}
+
+void HistoryWriter::add(HistoryChange change) {
+  wake_.lock();
+  arrived();
+  if (waiting_.changes.size() < mostChanges) {
+    waiting_.changes.push_back(std::move(change));
+  } else {
+    ++waiting_.givenUp;
+  }
+  wake_.unlock();
+}
+
+void HistoryWriter::addClean(const std::string& path) {
+  wake_.lock();
+  arrived();
+  if (waiting_.clean.size() < mostNames) {
+    waiting_.clean.push_back(path);
+  } else {
+    std::string folder = countedFolderOf(path, services_.home);
+    const bool isRoom =
+        waiting_.summedUp.size() < mostFolders || waiting_.summedUp.count(folder) > 0;
+    ++waiting_.summedUp[isRoom ? std::move(folder) : "/"];
+  }
+  wake_.unlock();
+}
+
+std::string HistoryWriter::problem() {
+  wake_.lock();
+  std::string problem = problem_;
+  wake_.unlock();
+  return problem;
+}
+
+void HistoryWriter::begin(ThreadStarter& threads) {
+  if (!hasThread_) {
+    threads.detachNewThread("history", [this] { mainLoop(); });
+    hasThread_ = true;
+  }
+}
+
+void HistoryWriter::mainLoop() {
+  isRunning_ = true;
+  const auto isEnding = [this] {
+    wake_.lock();
+    const bool ending = isEnding_;
+    wake_.unlock();
+    return ending;
+  };
+  // What came before the end is in the step that begins after it.
+  for (bool isLast = false; !isLast;) {
+    isLast = isEnding();
+    step();
+  }
+  store_.close();
+  ended_.lock();
+  hasEnded_ = true;
+  ended_.signal();
+  ended_.unlock();
+}
+
+HistoryWriter::Waiting HistoryWriter::await() {
+  wake_.lock();
+  while (!isEnding_) {
+    if (waiting_.empty() && !hasUnwritten_) {
+      wake_.wait();
+      continue;
+    }
+    const Clock::Duration left = dueAt_ - services_.clock.now();
+    if (left <= Clock::Duration::zero()) {
+      break;
+    }
+    wake_.waitFor(left);
+  }
+  Waiting taken = std::exchange(waiting_, {});
+  wake_.unlock();
+  return taken;
+}
+
+void HistoryWriter::step() {
+  takeIn(await());
+  if (!batch_.empty()) {
+    write();
+  }
+}
+
+void HistoryWriter::takeIn(Waiting waiting) {
+  const CalendarDay today = calendarDayOf(services_.clock.wallTime());
+  std::move(waiting.changes.begin(), waiting.changes.end(), std::back_inserter(batch_.changes));
+  for (const std::string& path : waiting.clean) {
+    count(countedFolderOf(path, services_.home), {1, sizeOf(path)}, today);
+  }
+  for (const auto& [folder, files] : waiting.summedUp) {
+    count(folder, {files, 0}, today);
+  }
+  givenUp_ += waiting.givenUp;
+  giveUpTooMany();
+}
+
+void HistoryWriter::count(const std::string& folder, const ScannedAmount& amount, CalendarDay day) {
+  const auto place = std::pair(day, folder);
+  const bool isRoom = batch_.scanned.size() < mostFolders || batch_.scanned.count(place) > 0;
+  ScannedAmount& sum = batch_.scanned[isRoom ? place : std::pair(day, std::string("/"))];
+  sum.files += amount.files;
+  sum.bytes += amount.bytes;
+}
+
+// The oldest that could not be scanned before any find.
+void HistoryWriter::giveUpTooMany() {
+  std::deque<HistoryChange>& changes = batch_.changes;
+  if (changes.size() <= mostChanges) {
+    return;
+  }
+  std::size_t tooMany = changes.size() - mostChanges;
+  givenUp_ += tooMany;
+  const auto firstKept =
+      std::stable_partition(changes.begin(), changes.end(), [&tooMany](const HistoryChange& one) {
+        const bool goes = tooMany > 0 && !isFind(one);
+        tooMany -= goes ? 1 : 0;
+        return goes;
+      });
+  changes.erase(changes.begin(), firstKept + static_cast<std::ptrdiff_t>(tooMany));
+}
+
+void HistoryWriter::write() {
+  std::string failure;
+  try {
+    while (!batch_.empty()) {
+      HistoryBatch part;
+      part.scanned = batch_.scanned;
+      const std::size_t many = std::min(changesTogether, batch_.changes.size());
+      const auto behind = batch_.changes.begin() + static_cast<std::ptrdiff_t>(many);
+      part.changes.assign(batch_.changes.begin(), behind);
+      store_.write(part);
+      batch_.changes.erase(batch_.changes.begin(), behind);
+      batch_.scanned.clear();
+    }
+  } catch (const std::exception& problem) {
+    failure = problem.what();
+  }
+  logFailure(failure);
+  if (failure.empty() && services_.wasWritten) {
+    services_.wasWritten();
+  }
+}
+
+// Once for each trouble, however often it comes again before it is over.
+void HistoryWriter::logFailure(const std::string& failure) {
+  wake_.lock();
+  const std::string before = std::exchange(problem_, failure);
+  hasUnwritten_ = !failure.empty();
+  if (hasUnwritten_) {
+    dueAt_ = services_.clock.now() + betweenAttempts;
+  } else if (!waiting_.empty()) {
+    dueAt_ = services_.clock.now() + delay;
+  }
+  wake_.unlock();
+  if (!failure.empty() && before.empty()) {
+    services_.systemLog.log(
+        "The history cannot be kept for now; your folders are guarded as before. Reason: " +
+        failure);
+  } else if (failure.empty() && !before.empty()) {
+    services_.systemLog.log("The history is kept again.");
+  }
+  if (failure.empty() && givenUp_ > 0) {
+    services_.systemLog.log("The history misses " + std::to_string(std::exchange(givenUp_, 0)) +
+                            " entries, which were too many to keep.");
+  }
+}
+
+void HistoryWriter::end(Clock::Duration atMost) {
+  const Clock::Duration deadline = services_.clock.now() + atMost;
+  wake_.lock();
+  isEnding_ = true;
+  wake_.signal();
+  wake_.unlock();
+  if (!isRunning_) {
+    return;
+  }
+  ended_.lock();
+  for (;;) {
+    const Clock::Duration left = deadline - services_.clock.now();
+    if (hasEnded_ || left <= Clock::Duration::zero()) {
+      break;
+    }
+    ended_.waitFor(left);
+  }
+  ended_.unlock();
+}
+
+}  // namespace quillo

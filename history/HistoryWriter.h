@@ -1,0 +1,108 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "history/HistoryStore.h"
+#include "posix/Clock.h"
+#include "posix/Mutex.h"
+
+namespace quillo {
+
+class SystemLog;
+class ThreadStarter;
+
+// What the writer stands on. All of it outlives it.
+struct HistoryWriterServices {
+  Clock& clock;
+  SystemLog& systemLog;
+  std::string folder;  // the agent's own for what it remembers
+  std::string home;
+  // Called after something was entered, on the writer's thread; may be null.
+  std::function<void()> wasWritten = {};
+  HistoryLimits limits = {};
+};
+
+// Takes what is found out from any thread, without making it wait, and enters it on a thread of its
+// own, a few seconds' worth together. What cannot be written is kept for a while and tried again;
+// no failure reaches whoever guards.
+class HistoryWriter {
+ public:
+  // How late something is entered at most, while it can be.
+  static constexpr Clock::Duration delay = std::chrono::seconds(2);
+  static constexpr Clock::Duration betweenAttempts = std::chrono::seconds(30);
+  // What is kept in memory: changes, names of clean files, and folders once these are summed up.
+  static constexpr std::size_t mostChanges = 10'000;
+  static constexpr std::size_t mostNames = 40'000;
+  static constexpr std::size_t mostFolders = 2'000;
+
+  explicit HistoryWriter(HistoryWriterServices services);
+
+  // Enters it soon. Any thread, as the next two.
+  void add(HistoryChange change);
+  // Counts a file that is clean, without keeping its name.
+  void addClean(const std::string& path);
+  // Returns why nothing can be kept now, in words for the log; "" when all is well.
+  std::string problem();
+
+  // Starts the thread; the second call does nothing. Throws std::system_error when the system has
+  // none, and the next call tries again. Main thread.
+  void begin(ThreadStarter& threads);
+  // Runs steps until end() is called.
+  void mainLoop();
+  // Waits until there is something to enter and its time has come, or the end, and enters it.
+  void step();
+  // Has all that has come entered at once, and waits for that, but not longer than `atMost`. What
+  // comes later is lost. Any thread.
+  void end(Clock::Duration atMost);
+
+ private:
+  struct Waiting {
+    std::vector<HistoryChange> changes;
+    std::vector<std::string> clean;
+    // Of more clean files than that; their sizes are not known.
+    std::map<std::string, std::uint64_t> summedUp;
+    std::uint64_t givenUp = 0;
+
+    bool empty() const {
+      return changes.empty() && clean.empty() && summedUp.empty() && givenUp == 0;
+    }
+  };
+
+  void arrived() QUILLO_REQUIRES(wake_);
+  Waiting await();
+  void takeIn(Waiting waiting);
+  void count(const std::string& folder, const ScannedAmount& amount, CalendarDay day);
+  void giveUpTooMany();
+  void write();
+  void logFailure(const std::string& reason);
+
+  // Constant after construction.
+  const HistoryWriterServices services_;
+  // The thread's own.
+  HistoryStore store_;
+  HistoryBatch batch_;  // taken in, but not entered yet
+  std::uint64_t givenUp_ = 0;
+  // The main thread's own.
+  bool hasThread_ = false;
+  // Own synchronisation.
+  std::atomic<bool> isRunning_{false};
+
+  Condition wake_;
+  Waiting waiting_ QUILLO_GUARDED_BY(wake_);
+  bool isEnding_ QUILLO_GUARDED_BY(wake_) = false;
+  // When what waits is entered: some time after the first of it came, or after a failure.
+  Clock::Duration dueAt_ QUILLO_GUARDED_BY(wake_){};
+  bool hasUnwritten_ QUILLO_GUARDED_BY(wake_) = false;
+  std::string problem_ QUILLO_GUARDED_BY(wake_);
+
+  Condition ended_;
+  bool hasEnded_ QUILLO_GUARDED_BY(ended_) = false;
+};
+
+}  // namespace quillo
