@@ -22,6 +22,7 @@ namespace {
 constexpr char hello = 'H';
 constexpr char verdictRecord = 'V';
 constexpr char outcomeRecord = 'O';
+constexpr char progressRecord = 'P';
 // Far beyond any line; more is no record of ours.
 constexpr std::uint32_t longestRecord = 1U << 24U;
 // Added to the number of a move that the reader forbids.
@@ -91,6 +92,17 @@ Verdict::Limit limitOf(const std::string& field) {
              : Verdict::Limit::none;
 }
 
+ScanProgress progressIn(std::string_view body) {
+  ScanProgress progress;
+  for (std::uint64_t* number :
+       {&progress.clean, &progress.found, &progress.notScanned, &progress.bytes}) {
+    *number = numberIn<std::uint64_t>(takeField(body)).value_or(0);
+  }
+  progress.path = takeField(body);
+  progress.holds = !takeField(body).empty();
+  return progress;
+}
+
 }  // namespace
 
 VerdictSender::VerdictSender(UniqueFd socket) : socket_(std::move(socket)) {
@@ -105,7 +117,9 @@ std::optional<VerdictSender> VerdictSender::fromEnvironment() {
   if (!number || *number < 3 || fstat(*number, &status) != 0 || !S_ISSOCK(status.st_mode)) {
     return std::nullopt;
   }
-  return VerdictSender(UniqueFd(*number));
+  VerdictSender sender((UniqueFd(*number)));
+  sender.wantsProgress_ = std::getenv(scanProgressVariable) != nullptr;
+  return sender;
 }
 
 void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
@@ -119,6 +133,21 @@ void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
   }
   appendField(body, std::string(1, static_cast<char>(verdict.limit)));
   appendField(body, std::to_string(verdict.largestFile));
+  sendRecord(body);
+}
+
+void VerdictSender::reportProgress(const ScanProgress& progress) {
+  std::string body{progressRecord, '\0'};
+  for (const std::uint64_t number :
+       {progress.clean, progress.found, progress.notScanned, progress.bytes}) {
+    appendField(body, std::to_string(number));
+  }
+  appendField(body, progress.path);
+  appendField(body, progress.holds ? "1" : "");
+  sendRecord(body);
+}
+
+void VerdictSender::sendRecord(const std::string& body) {
   std::string record;
   appendNumber(record, static_cast<std::uint32_t>(body.size()));
   record += body;
@@ -223,27 +252,35 @@ void VerdictReceiver::takeRecords() {
     if (!length || ahead.size() < *length) {
       break;
     }
-    std::string_view body = ahead.substr(0, *length);
+    takeRecord(ahead.substr(0, *length));
     rest = ahead.substr(*length);
-    Record record;
-    record.type = body[0];
-    record.move = body[1] != 0 ? ++moves_ : 0;
-    body.remove_prefix(2);
-    record.verdict.kind = kindOf(takeField(body));
-    record.verdict.whereabouts = whereaboutsOf(takeField(body));
-    for (std::string* field :
-         {&record.verdict.line, &record.verdict.path, &record.verdict.threat,
-          &record.verdict.reason, &record.verdict.destination, &record.verdict.target}) {
-      *field = takeField(body);
-    }
-    record.verdict.limit = limitOf(takeField(body));
-    record.verdict.largestFile = numberIn<std::uint64_t>(takeField(body)).value_or(0);
-    if (record.type != hello) {
-      spoken_ = true;
-      records_.push_back(std::move(record));
-    }
   }
   bytes_.erase(0, bytes_.size() - rest.size());
+}
+
+void VerdictReceiver::takeRecord(std::string_view body) {
+  Record record;
+  record.type = body[0];
+  const bool moves = body[1] != 0;
+  body.remove_prefix(2);
+  if (record.type == progressRecord && onProgress_) {
+    onProgress_(progressIn(body));
+  }
+  if (record.type != verdictRecord && record.type != outcomeRecord) {
+    return;
+  }
+  record.move = moves ? ++moves_ : 0;
+  record.verdict.kind = kindOf(takeField(body));
+  record.verdict.whereabouts = whereaboutsOf(takeField(body));
+  for (std::string* field :
+       {&record.verdict.line, &record.verdict.path, &record.verdict.threat, &record.verdict.reason,
+        &record.verdict.destination, &record.verdict.target}) {
+    *field = takeField(body);
+  }
+  record.verdict.limit = limitOf(takeField(body));
+  record.verdict.largestFile = numberIn<std::uint64_t>(takeField(body)).value_or(0);
+  spoken_ = true;
+  records_.push_back(std::move(record));
 }
 
 bool VerdictReceiver::drain() {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "clamav/Verdict.h"
 #include "posix/UniqueFd.h"
@@ -23,9 +24,26 @@ namespace quillo {
 // verdict of a line and is sent before that line. One whose file is about to be moved is answered,
 // as soon as the reader has the line, with its number among those; the file moves only then, and
 // "O" follows with what became of it. The number with its highest bit set says that the file has to
-// stay. Fields that one side does not know are passed over, and those that it misses are empty: a
-// tree's scanner may be older than its reader, or newer.
+// stay. "P" says how far the scan has come, a few times a second at most, but only to who asks for
+// it by a second variable. Letters and fields that one side does not know are passed over, and
+// fields that it misses are empty: a tree's scanner may be older than its reader, or newer.
 inline constexpr const char* verdictChannelVariable = "VANTREL_VERDICTS";
+// Any value asks for "P", and has the scanner take SIGTSTP as the wish that it hand out no more
+// files, until SIGCONT, and not as one that stops its process.
+inline constexpr const char* scanProgressVariable = "VANTREL_PROGRESS";
+
+// How far a scan has come.
+struct ScanProgress {
+  std::uint64_t clean = 0;
+  std::uint64_t found = 0;
+  std::uint64_t notScanned = 0;
+  std::uint64_t bytes = 0;  // of all these
+  std::string path;         // the one judged last: its bytes
+  bool holds = false;       // a pause has begun: the daemon has none of the files any more
+
+  std::uint64_t files() const { return clean + found + notScanned; }
+  bool operator==(const ScanProgress&) const = default;
+};
 
 // The scanner's end. One thread.
 class VerdictSender {
@@ -49,15 +67,20 @@ class VerdictSender {
   bool wasRefused() const { return refused_; }
   // Reports what became of the file: `whereabouts`, `reason` and `destination`.
   void reportOutcome(const Verdict& verdict);
+  // Returns whether the reader asked for progress, and hands it over.
+  bool wantsProgress() const { return wantsProgress_; }
+  void reportProgress(const ScanProgress& progress);
   // Polls as hung up (POLLHUP) when the reader ends.
   int descriptor() const { return socket_.get(); }
 
  private:
   void send(char type, const Verdict& verdict, bool moves);
+  void sendRecord(const std::string& body);
 
   UniqueFd socket_;
   std::uint32_t announced_ = 0;
   bool refused_ = false;
+  bool wantsProgress_ = false;
   std::string answers_;  // read, but not whole yet
 };
 
@@ -71,6 +94,12 @@ class VerdictReceiver {
   // scanner's end alone then keeps the channel open.
   int scannersEnd() const { return scanners_.get(); }
   void letGo() { scanners_.reset(); }
+
+  // Has `handler` called with what the scanner says of its progress, on the thread that reads the
+  // channel. The scanner has to be asked for it in its environment.
+  using ProgressHandler = std::function<void(const ScanProgress& progress)>;
+  void setProgressHandler(ProgressHandler handler) { onProgress_ = std::move(handler); }
+  bool takesProgress() const { return onProgress_ != nullptr; }
 
   // Returns what is known of a line of the report: from the channel where the scanner uses it, else
   // from the line alone. Lets the scanner move a file that it is about to move, unless `mayMove` is
@@ -95,6 +124,7 @@ class VerdictReceiver {
   // Takes in what has come; with `wait` at least one record, unless the scanner has ended.
   void receive(bool wait);
   void takeRecords();
+  void takeRecord(std::string_view body);
   // Takes the record of this line out, and those before it, whose lines never came.
   std::optional<Record> takeRecordOf(std::string_view line);
   void awaitOutcome(Record& record, bool mayMove);
@@ -103,6 +133,7 @@ class VerdictReceiver {
   UniqueFd scanners_;
   std::string bytes_;
   std::deque<Record> records_;
+  ProgressHandler onProgress_;
   std::uint32_t moves_ = 0;
   bool spoken_ = false;  // of some line
   bool ended_ = false;

@@ -185,11 +185,13 @@ bool ChildProcess::isRunning() {
          info.si_pid == 0;
 }
 
-void ChildProcess::terminate() {
+void ChildProcess::terminate() { signal(SIGTERM); }
+
+void ChildProcess::signal(int number) {
   // The process number cannot have been given to somebody else before the child is reaped.
   MutexLock hold(mutex_);
   if (!reaped_) {
-    kill(pid_, SIGTERM);
+    kill(pid_, number);
   }
 }
 

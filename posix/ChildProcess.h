@@ -46,7 +46,7 @@ struct ReadBesides {
 
 // One child process, run with posix_spawn(3): standard input is the null device, signal mask and
 // dispositions are the defaults, every other descriptor is closed. One thread owns and waits for
-// it; terminate(), endAtOnce() and isRunning() may be called from any thread.
+// it; terminate(), signal(), endAtOnce() and isRunning() may be called from any thread.
 class ChildProcess {
  public:
   // Called for each chunk of output with all data that was there to be read, on the waiting thread.
@@ -67,6 +67,8 @@ class ChildProcess {
   bool isRunning();
   // Sends SIGTERM; does nothing once the child has been reaped.
   void terminate();
+  // Sends the child itself a signal; does nothing once it has been reaped. Any thread.
+  void signal(int number);
   // Sends SIGKILL, with LaunchRequest::withItsChildren to the whole of its process group; does
   // nothing once the child has been reaped. Any thread.
   void endAtOnce();

@@ -70,6 +70,13 @@ void RunningScanners::endAll() {
   }
 }
 
+void RunningScanners::signalAll(int number) {
+  MutexLock hold(lock_);
+  for (ChildProcess* const scanner : scanners_) {
+    scanner->signal(number);
+  }
+}
+
 void RunningScanners::endAllForGood() {
   {
     MutexLock hold(lock_);
@@ -134,6 +141,9 @@ LaunchRequest EngineRun::begin(VerdictReceiver* verdicts) {
   if (verdicts) {
     request.descriptorFour = verdicts->scannersEnd();
     request.environment = environmentWith(verdictChannelVariable, "4");
+    if (verdicts->takesProgress()) {
+      request.environment->push_back(std::string(scanProgressVariable) + "=1");
+    }
   }
   return request;
 }

@@ -43,7 +43,9 @@ class RunningScanners {
 
   // Ends each with SIGKILL, and what it started.
   void endAll();
-  // Does the same, and from now on to each that begins: the agent ends.
+  // Sends each that signal, which is none that ends it.
+  void signalAll(int number);
+  // Ends each as endAll() does, and from now on whatever begins: its owner ends.
   void endAllForGood();
 
  private:

@@ -8,6 +8,8 @@
 
 namespace quillo {
 
+struct ScanProgress;
+
 // Follows each file through the stations on its way to a verdict. Called from several threads, some
 // of them with the queue's lock held: must be quick and must not call back.
 class PipelineObserver {
@@ -31,6 +33,14 @@ class ScanObserver {
   virtual void runEnded(std::size_t files) = 0;
   // Every line that is about a file; whatever is done for an infected one is done already.
   virtual void verdictGiven(const Verdict& verdict) = 0;
+};
+
+// Follows how far a run of the engine has come, where its scanner says so: a few times a second at
+// most. Called from the scanner's thread: must be quick and must not call back.
+class ScanProgressObserver {
+ public:
+  virtual ~ScanProgressObserver() = default;
+  virtual void progressed(const ScanProgress& progress) = 0;
 };
 
 }  // namespace quillo

@@ -55,6 +55,12 @@ ScanReport::ScanReport(ScannerOwner& owner, const ScannerServices& services, Rep
 void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::string>& paths) {
   consequences_.setPolicy(policy);
   verdicts_ = VerdictReceiver::make();
+  if (verdicts_ && services_.progressObserver) {
+    verdicts_->setProgressHandler(
+        [observer = services_.progressObserver](const ScanProgress& progress) {
+          observer->progressed(progress);
+        });
+  }
   limitNotice_.clear();
   unjudged_ = {paths.begin(), paths.end()};
   recovered_ = false;
@@ -100,8 +106,8 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   }
   logLine(line, timestamp);
   if (isSpared) {
-    writeScanLogLine(timestamp, reportedText(verdict.file()) +
-                                    ": not warned of again: it was put back and has not changed");
+    writeLine(timestamp, reportedText(verdict.file()) +
+                             ": not warned of again: it was put back and has not changed");
   }
 }
 
@@ -136,19 +142,27 @@ bool ScanReport::isInfection(std::string_view line) const {
                               : line.ends_with(infectionMark);
 }
 
+void ScanReport::writeLine(const std::string& timestamp, const std::string& text) {
+  if (services_.reportLines) {
+    services_.reportLines->reportLine(text);
+  } else {
+    writeScanLogLine(timestamp, text);
+  }
+}
+
 void ScanReport::logLine(const std::string& line, const std::string& timestamp) {
   if (line.empty()) {
     return;
   }
   if (rules_.recoversDaemon && line == daemonGone) {
     owner_.recoverFromCrashedClamd();
-    writeScanLogLine(timestamp, "clamd appears to have died - attempting restart...");
+    writeLine(timestamp, "clamd appears to have died - attempting restart...");
     return;
   }
   if (line.size() >= 6 && isSummary(line)) {
     return;
   }
-  writeScanLogLine(timestamp, line);
+  writeLine(timestamp, line);
   if (rules_.recoversDaemon && !recovered_ &&
       std::string_view(line).starts_with(daemonUnreachable)) {
     recovered_ = true;

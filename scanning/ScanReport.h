@@ -58,6 +58,7 @@ class ScanReport {
   bool isInfection(std::string_view line) const;
   bool isPutBack(const Verdict& infection) const;
   void recoverUnreachableClamd();
+  void writeLine(const std::string& timestamp, const std::string& text);
   void logLine(const std::string& line, const std::string& timestamp);
 
   // Constant after construction.

@@ -140,6 +140,11 @@ std::string Scanner::getDirectorySizeAsString(const std::string& path) {
   std::string answer;
   try {
     ChildProcess tool({sizeTool, {"-sx", path}});
+    // It may take minutes, and is to end with the scan that it is for.
+    std::optional<RunningScanners::Entry> running;
+    if (services_.runningScanners) {
+      running.emplace(*services_.runningScanners, tool);
+    }
     const int status = tool.waitUntilExit([&answer](std::string_view chunk) {
       answer = chunk;
       return true;

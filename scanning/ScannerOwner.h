@@ -23,6 +23,7 @@ class PutBackFiles;
 class ReportedFiles;
 class RunningScanners;
 class ScanObserver;
+class ScanProgressObserver;
 class SystemLog;
 class TypedPreferences;
 class Workspace;
@@ -77,6 +78,15 @@ class ScannerOwner {
   virtual void openScanLog() = 0;
 };
 
+// Takes the lines of the report that the scan log would have, where that is not behind standard
+// output.
+class ReportLines {
+ public:
+  virtual ~ReportLines() = default;
+  // On the scanner's thread.
+  virtual void reportLine(const std::string& line) = 0;
+};
+
 // The services that the scanners and their dialogs use. All of them outlive the scanners.
 struct ScannerServices {
   Application& application;
@@ -102,6 +112,9 @@ struct ScannerServices {
   RunningScanners* runningScanners = nullptr;
   ReportedFiles* reportedFiles = nullptr;
   AbortedScans* abortedScans = nullptr;
+  ScanProgressObserver* progressObserver = nullptr;
+  // Null: the scan log lies behind standard output.
+  ReportLines* reportLines = nullptr;
 };
 
 }  // namespace quillo

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "agent/ScanParameters.h"
+#include "scanning/ScanParameters.h"
 #include "tests/fakes/agent/PreferencesUnderTest.h"
 
 namespace quillo {

@@ -77,6 +77,37 @@ TEST_F(VerdictChannelTest, KnowsTheRecordsOfAScannerThatReportsNoLimits) {
   EXPECT_EQ(verdict.limit, Verdict::Limit::none);
 }
 
+TEST_F(VerdictChannelTest, CarriesProgressToWhoTakesIt) {
+  ScanProgress progress;
+  progress.clean = 1ULL << 40U;
+  progress.found = 2;
+  progress.notScanned = 3;
+  progress.bytes = 4;
+  progress.path = "/u/a\xFF";
+  progress.holds = true;
+  sender.reportProgress(progress);
+  std::vector<ScanProgress> taken;
+  receiver.setProgressHandler([&taken](const ScanProgress& each) { taken.push_back(each); });
+  EXPECT_TRUE(receiver.drain());
+  EXPECT_EQ(taken, std::vector<ScanProgress>{progress});
+}
+
+TEST_F(VerdictChannelTest, TakesNoOtherRecordForTheOutcomeOfAMove) {
+  const Verdict verdict = infected("/u/a: Eicar FOUND");
+  sender.announceMove(verdict);
+  JoinedThreads scanner([&] {
+    sender.mayMove();
+    sender.reportProgress({});
+    // Of a scanner that is newer than this reader.
+    const std::string unknown("\x02\0\0\0X\0", 6);
+    send(sender.descriptor(), unknown.data(), unknown.size(), 0);
+    Verdict outcome = verdict;
+    outcome.whereabouts = Whereabouts::moved;
+    sender.reportOutcome(outcome);
+  });
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").whereabouts, Whereabouts::moved);
+}
+
 TEST_F(VerdictChannelTest, LeavesLinesBetweenTheRecordsToThemselves) {
   sender.report(infected("/x/h/a: Eicar FOUND"));
   EXPECT_EQ(receiver.understand("/h/b: OK").path, "/h/b");

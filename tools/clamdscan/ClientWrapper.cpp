@@ -83,11 +83,18 @@ ClientWrapper::ClientWrapper(const TreeSettings& tree, const CommandLine& asked,
       descriptors_(descriptorsAllowed()),
       moveFolder_(clock),
       judge_(report, moveFolder_, tree.limits),
+      progress_(report, clock),
       link_(tree, report, starter_, std::chrono::ceil<std::chrono::milliseconds>(patience)),
       scan_(
           link_, starter_, clock, limitsFor(tree, asked.multiscan, descriptors_, patience),
-          [this](const Job& job, const Answer& answer) { judge_.pass(job, answer); },
-          [&report] { report.flush(); }) {}
+          [this](const Job& job, const Answer& answer) {
+            judge_.pass(job, answer);
+            progress_.judged(job);
+          },
+          [this] {
+            report_.flush();
+            progress_.beforeWaiting(scan_.holds());
+          }) {}
 
 int ClientWrapper::run() {
   try {
@@ -118,6 +125,7 @@ int ClientWrapper::scanAll() {
       scanFolder(folder);
     }
   }
+  progress_.end();
   writeSummary(start, clock_.now() - begin);
   report_.flush();
   return report_.exitStatus();

@@ -9,6 +9,8 @@
 #include "tools/clamdscan/DaemonLink.h"
 #include "tools/clamdscan/DescriptorScan.h"
 #include "tools/clamdscan/Judge.h"
+#include "tools/clamdscan/Progress.h"
+#include "tools/clamdscan/Starter.h"
 #include "tools/clamdscan/TreeSettings.h"
 
 namespace quillo::wrapper {
@@ -49,6 +51,7 @@ class ClientWrapper {
   const std::size_t descriptors_;
   MoveFolder moveFolder_;
   Judge judge_;
+  Progress progress_;
   DaemonLink link_;
   DescriptorScan scan_;
 };

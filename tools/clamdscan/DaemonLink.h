@@ -8,6 +8,7 @@
 #include "clamav/ControlSocket.h"
 #include "clamav/ScanSession.h"
 #include "tools/clamdscan/Report.h"
+#include "tools/clamdscan/Starter.h"
 #include "tools/clamdscan/TreeSettings.h"
 
 namespace quillo::wrapper {

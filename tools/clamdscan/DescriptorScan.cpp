@@ -35,6 +35,7 @@ DescriptorScan::DescriptorScan(DaemonLink& link, const Starter& starter, Clock& 
       beforeWaiting_(std::move(beforeWaiting)) {}
 
 void DescriptorScan::add(Job job) {
+  awaitEndOfPause();
   while (items_.size() >= limits_.underWay) {
     step();
   }
@@ -45,11 +46,18 @@ void DescriptorScan::add(Job job) {
 
 void DescriptorScan::addUnscannable(Job job, Answer why) {
   job.file.reset();
+  awaitEndOfPause();
   while (items_.size() >= mostWaiting) {
     step();
   }
   items_.push_back({std::move(job), std::move(why), 0, 0});
   handOver();
+}
+
+void DescriptorScan::awaitEndOfPause() {
+  while (starter_.wantsPause()) {
+    step();
+  }
 }
 
 bool DescriptorScan::makeRoom() {
@@ -68,10 +76,22 @@ void DescriptorScan::finish() {
 
 void DescriptorScan::step() {
   send();
-  if (session_ && (mustWait_ || underWay() > 0)) {
+  const bool pauses = starter_.wantsPause();
+  if (session_ && (pauses || mustWait_ || underWay() > 0)) {
     watch();
+  } else if (pauses) {
+    waitWithoutSession();
   }
   handOver();
+}
+
+// One that ended while it was idle is followed by another when the next file needs it.
+void DescriptorScan::waitWithoutSession() {
+  Starter::Watched polled = starter_.watched();
+  beforeWaiting_();
+  if (poll(polled.data(), polled.size(), -1) > 0) {
+    Starter::checkPolled(polled);
+  }
 }
 
 std::size_t DescriptorScan::underWay() const {
@@ -87,6 +107,9 @@ bool DescriptorScan::mayBeSent(const Item& item) const {
 }
 
 void DescriptorScan::send() {
+  if (starter_.wantsPause()) {
+    return;
+  }
   for (Item& item : items_) {
     if (mustWait_ || !mayBeSent(item)) {
       continue;
@@ -137,7 +160,8 @@ int DescriptorScan::nextLook() const {
 
 void DescriptorScan::watch() {
   const Starter::Watched& starter = starter_.watched();
-  std::array<pollfd, 3> polled = {{{session_->descriptor(), POLLIN, 0}, starter[0], starter[1]}};
+  std::array<pollfd, 4> polled = {
+      {{session_->descriptor(), POLLIN, 0}, starter[0], starter[1], starter[2]}};
   const int look = nextLook();
   mustWait_ = false;
   int ready = poll(polled.data(), polled.size(), 0);
@@ -147,7 +171,7 @@ void DescriptorScan::watch() {
     ready = poll(polled.data(), polled.size(), look);
   }
   if (ready > 0) {
-    Starter::checkPolled({polled[1], polled[2]});
+    Starter::checkPolled({polled[1], polled[2], polled[3]});
     if (polled[0].revents != 0) {
       takeAnswers();
       return;
@@ -169,7 +193,9 @@ void DescriptorScan::keepAlive() {
 void DescriptorScan::takeAnswers() {
   const bool goesOn = session_->receive([this](const SessionAnswer& said) { take(said); });
   heard_ = clock_.now();
-  if (!goesOn) {
+  if (!goesOn && holds()) {
+    session_.reset();
+  } else if (!goesOn) {
     lose(session_->ending());
   }
 }

@@ -15,6 +15,7 @@
 #include "posix/UniqueFd.h"
 #include "tools/clamdscan/DaemonLink.h"
 #include "tools/clamdscan/Entry.h"
+#include "tools/clamdscan/Starter.h"
 
 namespace quillo::wrapper {
 
@@ -50,7 +51,8 @@ class DescriptorScan {
   DescriptorScan(DaemonLink& link, const Starter& starter, Clock& clock, const Limits& limits,
                  Handler handler, std::function<void()> beforeWaiting);
 
-  // Takes a file, after it has waited for a place. Answers are handed over meanwhile.
+  // Takes a file, after it has waited for a place and for the end of the starter's pause. Answers
+  // are handed over meanwhile.
   void add(Job job);
   // Takes its turn with what cannot be scanned.
   void addUnscannable(Job job, Answer why);
@@ -58,6 +60,8 @@ class DescriptorScan {
   bool makeRoom();
   // Waits for all answers.
   void finish();
+  // Returns true while the starter wants a pause and the daemon has none of the files.
+  bool holds() const { return starter_.wantsPause() && underWay() == 0; }
 
  private:
   struct Item {
@@ -67,11 +71,13 @@ class DescriptorScan {
     int lost = 0;              // sessions that ended over it
   };
 
+  void awaitEndOfPause();
   void step();
   void send();
   bool mayBeSent(const Item& item) const;
   void refresh();
   void watch();
+  void waitWithoutSession();
   void keepAlive();
   void takeAnswers();
   void take(const SessionAnswer& said);

@@ -32,7 +32,10 @@ void Judge::pass(const Job& job, const Answer& answer) {
       case Answer::Kind::clean:
         if (doubt) {
           notScanned(entry, *doubt);
-        } else if (!job.inFolder) {
+          break;
+        }
+        report_.pass();
+        if (!job.inFolder) {
           report_.clean(entry.shown, entry.target());
         }
         break;

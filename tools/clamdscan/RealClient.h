@@ -5,6 +5,7 @@
 
 #include "tools/clamdscan/CommandLine.h"
 #include "tools/clamdscan/Report.h"
+#include "tools/clamdscan/Starter.h"
 #include "tools/clamdscan/TreeSettings.h"
 
 namespace quillo::wrapper {

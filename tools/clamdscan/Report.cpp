@@ -163,19 +163,4 @@ void Report::flush() {
 
 int Report::exitStatus() const { return infections_ > 0 ? 1 : failures_ > 0 ? 2 : 0; }
 
-void Starter::checkPolled(const Watched& polled) {
-  for (const pollfd& one : polled) {
-    if ((one.revents & (POLLHUP | POLLERR)) != 0) {
-      throw Gone();
-    }
-  }
-}
-
-void Starter::check() const {
-  Watched polled = watched_;
-  if (poll(polled.data(), polled.size(), 0) > 0) {
-    checkPolled(polled);
-  }
-}
-
 }  // namespace quillo::wrapper

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <poll.h>
-
-#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -60,6 +57,11 @@ class Report {
 
   // Returns true when a program reads the report, and not a person.
   bool isForProgram() const { return style_.channel != nullptr; }
+  // Returns the channel to it; null for a person.
+  VerdictSender* channel() const { return style_.channel; }
+  // Counts a file that is clean, whether or not a line says so.
+  void pass() { ++passed_; }
+  std::uint64_t passed() const { return passed_; }
   std::uint64_t infections() const { return infections_; }
   std::uint64_t failures() const { return failures_; }
   std::uint64_t leftOut() const { return leftOut_; }
@@ -73,32 +75,10 @@ class Report {
   Style style_;
   int target_ = -1;
   std::string gathered_;
+  std::uint64_t passed_ = 0;
   std::uint64_t infections_ = 0;
   std::uint64_t failures_ = 0;
   std::uint64_t leftOut_ = 0;
-};
-
-// Whoever started this program and reads its report. Nobody is to be scanned for, and no file moved
-// for, once he has gone: his channel hangs up then, and a pipe that is the report's end has an
-// error (poll(2)). One thread.
-class Starter {
- public:
-  // Thrown where the work is to end at once.
-  struct Gone {};
-
-  // Descriptors to watch; -1 for none.
-  Starter(int channel, int output) : watched_{{{channel, 0, 0}, {output, 0, 0}}} {}
-
-  // What is to be polled together with other things.
-  using Watched = std::array<pollfd, 2>;
-  const Watched& watched() const { return watched_; }
-  // Throws Gone when that poll found it.
-  static void checkPolled(const Watched& polled);
-  // Polls by itself and throws Gone likewise.
-  void check() const;
-
- private:
-  Watched watched_;
 };
 
 }  // namespace quillo::wrapper

@@ -34,11 +34,14 @@ int run(const std::vector<std::string>& words) {
   std::optional<VerdictSender> channel = VerdictSender::fromEnvironment();
   Report report({STDOUT_FILENO, asked.toStdout ? STDOUT_FILENO : STDERR_FILENO, asked.infectedOnly,
                  asked.quiet, channel ? &*channel : nullptr});
-  const Starter starter(channel ? channel->descriptor() : -1, STDOUT_FILENO);
+  Starter starter(channel ? channel->descriptor() : -1, STDOUT_FILENO);
   if (isForRealClient(tree, asked)) {
     becomeRealClient(tree, asked, words, report, channel ? &starter : nullptr);
     report.flush();
     return report.exitStatus();
+  }
+  if (channel && channel->wantsProgress()) {
+    starter.obeyPauses();
   }
   SystemClock clock;
   return ClientWrapper(tree, asked, report, clock, starter).run();

@@ -1,4 +1,4 @@
-#include "agent/ScanParameters.h"
+#include "scanning/ScanParameters.h"
 
 #include "platform/Folders.h"
 #include "posix/FileFacts.h"

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "companion/FindActions.h"
+#include "companion/ManualScan.h"
+#include "companion/ScanFeed.h"
+#include "companion/ScanWords.h"
+#include "platform/Page.h"
+
+namespace quillo {
+
+class AgentLink;
+class MountNotifications;
+
+// What the page needs. All of it outlives the page.
+struct ScanPageServices {
+  ManualScanServices scan;
+  AgentLink& agent;
+  // The volumes that its user plugged in, by their mount points.
+  std::function<std::vector<std::string>()> volumes;
+  AllowedFinds& allowed;
+  // Has files excluded from now on, after their patterns were shown.
+  std::function<void(const std::vector<std::string>& paths)> exclude;
+  // Closes the window, once that was allowed.
+  std::function<void()> closeWindow;
+  ScanHistory* history = nullptr;
+};
+
+// Returns the volumes among the mounts of this process that lie where the desktop mounts what is
+// plugged in, sorted. Any thread.
+std::vector<std::string> pluggedInVolumes(Volumes& volumes);
+
+// The page "scan": what its user chooses is scanned now, and what is found can be dealt with. Main
+// thread.
+class ScanPage {
+ public:
+  ScanPage(MainWindow& window, const ScanPageServices& services);
+  // Stops a scan that is under way, and waits until it has ended.
+  ~ScanPage();
+  ScanPage(const ScanPage&) = delete;
+  ScanPage& operator=(const ScanPage&) = delete;
+
+  // Shows the page and scans these absolute paths, after what is being scanned now.
+  void scan(const std::vector<std::string>& paths);
+  // Returns whether the window may close; while a scan goes on it asks first.
+  bool mayClose();
+  // Lists the volumes anew.
+  void showVolumes();
+
+ private:
+  enum class Work { none, scan, move };
+
+  void connect();
+  void start(Work work, const std::vector<std::string>& paths, InfectedFileAction action);
+  void startNext();
+  void take(const ScanFeed::News& news);
+  void takeResult(const ManualScanResult& result);
+  void addToReport(const ManualScanResult& result);
+  void showState();
+  void showReport();
+  void showMoved(const ManualScanResult& result);
+  void pauseOrGoOn();
+  void scanVolume();
+  void startAgent();
+
+  MainWindow& window_;
+  Page& page_;
+  const ScanPageServices services_;
+  const ScanWords words_;
+  std::vector<std::string> volumes_;
+  // What is scanned behind the one that goes on, and the result of all of them so far.
+  std::vector<std::string> next_;
+  ManualScanResult total_;
+  bool hasReport_ = false;
+  bool isAsking_ = false;
+  bool closesAfterwards_ = false;
+  Work work_ = Work::none;
+  std::shared_ptr<ManualScan> scan_;
+  std::shared_ptr<ScanFeed> feed_;
+  FindActions finds_;
+};
+
+}  // namespace quillo
