@@ -11,6 +11,7 @@
 #include "posix/FileFacts.h"
 #include "scanning/Dispatcher.h"
 #include "settings/TypedPreferences.h"
+#include "watchers/WatcherOwner.h"
 
 namespace quillo {
 namespace {
@@ -40,15 +41,12 @@ void WatchList::populateMenu() {
 }
 
 void WatchList::addToWatchListWithSubdirs(std::string path, bool withSubdirs) {
-  if (const auto facts = fileFacts(path)) {
-    if (facts->isDirectory && !path.ends_with('/')) {
-      path += '/';
-    }
+  if (auto watched = watchedForm(path)) {
     auto flags = *checkSubDirs.load();
-    flags[path] = withSubdirs;
+    flags[*watched] = withSubdirs;
     checkSubDirs.store(std::move(flags));
     auto folders = *watchedFolderList.load();
-    folders.push_back(std::move(path));
+    folders.push_back(std::move(*watched));
     watchedFolderList.store(std::move(folders));
   } else if (path != allVolumes) {
     auto missing = *missing_.load();

@@ -30,6 +30,8 @@ class PreferenceStore {
   virtual void synchronize() = 0;
   // Returns the value in the first domain that has the key; nothing when none has.
   virtual std::optional<PreferenceValue> objectForKey(const std::string& key) = 0;
+  // Returns the file in which that value stands, as it was read last; "" when none has the key.
+  virtual std::string fileThatHas(const std::string& key) = 0;
   // Returns true when the last reading found anything in any domain, in good order or not.
   virtual bool hasAny() = 0;
   // Returns the file for the user's preferences of that domain, whether or not it exists.

@@ -3,9 +3,12 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/sysmacros.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <tuple>
 
 #include "posix/FileFacts.h"
@@ -121,6 +124,34 @@ bool isPseudo(const Mount& mount) { return isAmong(pseudoTypes, mount.type); }
 
 bool isFuse(const Mount& mount) {
   return mount.type == "fuse" || mount.type == "fuseblk" || mount.type.starts_with("fuse.");
+}
+
+bool isChangedByOthers(const Mount& mount) {
+  // The last two are file systems on a disk that other machines write to as well.
+  return isNetwork(mount) || mount.type == "gfs2" || mount.type == "ocfs2";
+}
+
+const Mount* mountHolding(const std::string& path, const std::vector<Mount>& mounts) {
+  const Mount* found = nullptr;
+  for (const Mount& mount : mounts) {
+    if ((path == mount.point || liesBelow(path, mount.point)) &&
+        (!found || mount.point.size() >= found->point.size())) {
+      found = &mount;
+    }
+  }
+  return found;
+}
+
+bool hasFileHandles(const std::string& path) {
+  struct file_handle none = {};
+  int mount = 0;
+  // With no room for a handle the answer is EOVERFLOW where there is one.
+  if (name_to_handle_at(AT_FDCWD, path.c_str(), &none, &mount, 0) != 0 && errno == EOPNOTSUPP) {
+    return false;
+  }
+  struct statfs facts = {};
+  const fsid_t noId = {};
+  return statfs(path.c_str(), &facts) != 0 || std::memcmp(&facts.f_fsid, &noId, sizeof noId) != 0;
 }
 
 MountTable::MountTable() : file_(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC)) {}

@@ -41,6 +41,16 @@ bool isNetwork(const Mount& mount);
 bool isPseudo(const Mount& mount);
 // Returns true when the kernel asks a process of some user about each access. Pure; any thread.
 bool isFuse(const Mount& mount);
+// Returns true when other machines change it as well, and nobody reports that here. Pure; any
+// thread.
+bool isChangedByOthers(const Mount& mount);
+// Returns the mount that the path is on, which is absolute and leads over no link: of those that
+// hold it the innermost, and the last one on top; null when none does. Pure; any thread.
+const Mount* mountHolding(const std::string& path, const std::vector<Mount>& mounts);
+// Returns false when the kernel cannot report every name that appears on the file system that holds
+// the path: for that it needs file handles and an id of the file system (fanotify(7),
+// FAN_REPORT_FID). Any thread. name_to_handle_at(2).
+bool hasFileHandles(const std::string& path);
 
 // The table of this process as the kernel keeps it. Not for sharing between threads or processes:
 // the open file remembers which change its owner has seen.

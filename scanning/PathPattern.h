@@ -2,7 +2,13 @@
 
 #include <regex.h>
 
+#include <cstddef>
+#include <memory>
+#include <optional>
 #include <string>
+#include <vector>
+
+#include "settings/PreferenceTable.h"
 
 namespace quillo {
 
@@ -20,6 +26,9 @@ class PathPattern {
   // Returns true when it matches in the text as a whole. Any thread.
   bool matchesText(const std::string& text) const;
 
+  // Returns why it does not compile, in regcomp(3)'s words; "" when it does.
+  const std::string& problem() const { return problem_; }
+
   // Returns the expression that matches `text` alone, as users write plain patterns: a leading "~"
   // becomes the home folder. "]", "{" and "}" keep their meaning.
   static std::string literalExpression(const std::string& text, const std::string& home);
@@ -27,6 +36,22 @@ class PathPattern {
  private:
   regex_t compiled_ = {};
   bool valid_ = false;
+  std::string problem_;
+};
+
+// What the user does not want scanned. Constant; any thread.
+class PatternList {
+ public:
+  PatternList() = default;
+  PatternList(const std::vector<ExcludePattern>& chosen, const std::string& home);
+
+  // Returns which of `chosen` is the first that excludes the path; nothing when none does. An empty
+  // pattern, and one that is not enabled, excludes nothing.
+  std::optional<std::size_t> excluding(const std::string& path) const;
+
+ private:
+  // Null for one that excludes nothing.
+  std::vector<std::shared_ptr<const PathPattern>> patterns_;
 };
 
 }  // namespace quillo

@@ -4,7 +4,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <exception>
@@ -40,27 +39,14 @@ void PatientScanner::setMenuAndParams(const ScanArgumentList& list, const WatchS
     }
   }
   settings.policy.quarantineOrTrash = chosen.quarantineOrTrash;
-  settings.excludePatterns = readExcludePatterns();
+  settings.excludePatterns = PatternList(services_.preferences.value(key::excludePatterns),
+                                         services_.folders.homeFolder());
   settings.policy.quarantineLocation = before->policy.quarantineLocation;
   if (chosen.quarantineOrTrash == InfectedFileAction::quarantine) {
     settings.policy.quarantineLocation = chosen.quarantineFolder.value_or("");
   }
   settings.policy.suppressInfoDialogs = services_.preferences.value(key::suppressInfoDialogs);
   settings_.store(std::move(settings));
-}
-
-std::vector<std::shared_ptr<const PathPattern>> PatientScanner::readExcludePatterns() const {
-  std::vector<std::shared_ptr<const PathPattern>> patterns;
-  for (const ExcludePattern& chosen : services_.preferences.value(key::excludePatterns)) {
-    const std::string pattern = chosen.isRegEx ? chosen.text
-                                               : PathPattern::literalExpression(
-                                                     chosen.text, services_.folders.homeFolder());
-    // An empty expression would match, and so exclude, everything.
-    if (!pattern.empty()) {
-      patterns.push_back(std::make_shared<const PathPattern>(pattern));
-    }
-  }
-  return patterns;
 }
 
 void PatientScanner::mainLoop() {
@@ -99,8 +85,7 @@ void PatientScanner::getItemsToScan(Dispatcher& dispatcher) {
 void PatientScanner::determineWhatToScan() {
   const std::shared_ptr<const Settings> settings = settings_.load();
   std::erase_if(scanList_, [&settings](const std::string& path) {
-    return std::any_of(settings->excludePatterns.begin(), settings->excludePatterns.end(),
-                       [&path](const auto& pattern) { return pattern->matches(path); });
+    return settings->excludePatterns.excluding(path).has_value();
   });
 }
 

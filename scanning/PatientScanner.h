@@ -81,11 +81,10 @@ class PatientScanner {
  private:
   struct Settings {
     std::vector<std::string> scanParams;
-    std::vector<std::shared_ptr<const PathPattern>> excludePatterns;
+    PatternList excludePatterns;
     InfectionPolicy policy;
   };
 
-  std::vector<std::shared_ptr<const PathPattern>> readExcludePatterns() const;
   void runEngine(EngineRun& run);
 
   // Constant after construction (the name: after setMyName).

@@ -32,6 +32,7 @@ struct ChosenFolder {
 struct ExcludePattern {
   std::string text;
   bool isRegEx = false;
+  bool isEnabled = true;
 };
 
 // Every preference that the agent reads, in the order in which the documents name them. One that is

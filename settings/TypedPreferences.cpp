@@ -85,11 +85,27 @@ std::vector<ExcludePattern> TypedPreferences::value(
   std::vector<ExcludePattern> patterns;
   for (const PreferenceValue& entry : list(preference.name)) {
     if (booleanIn(entry, "excludeEnabled", preference.name)) {
-      std::string text = stringIn(entry, "excludePattern", preference.name).value_or("");
-      patterns.push_back({std::move(text), booleanIn(entry, "excludeRegEx", preference.name)});
+      patterns.push_back(patternIn(entry, preference.name));
     }
   }
   return patterns;
+}
+
+std::vector<ExcludePattern> TypedPreferences::everyEntry(
+    const Preference<std::vector<ExcludePattern>>& preference) const {
+  std::vector<ExcludePattern> patterns;
+  for (const PreferenceValue& entry : list(preference.name)) {
+    const bool isTable = std::holds_alternative<PreferenceDictionary>(entry.value);
+    patterns.push_back(isTable ? patternIn(entry, preference.name) : ExcludePattern());
+    patterns.back().isEnabled = booleanIn(entry, "excludeEnabled", preference.name);
+  }
+  return patterns;
+}
+
+ExcludePattern TypedPreferences::patternIn(const PreferenceValue& entry,
+                                           const std::string& where) const {
+  return {stringIn(entry, "excludePattern", where).value_or(""),
+          booleanIn(entry, "excludeRegEx", where)};
 }
 
 PreferenceArray TypedPreferences::list(const std::string& key) const {

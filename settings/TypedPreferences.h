@@ -34,11 +34,15 @@ class TypedPreferences {
   // Returns the entries that are enabled, in the user's order.
   std::vector<ExcludePattern> value(
       const Preference<std::vector<ExcludePattern>>& preference) const;
+  // Returns those that are not enabled as well.
+  std::vector<ExcludePattern> everyEntry(
+      const Preference<std::vector<ExcludePattern>>& preference) const;
 
  private:
   template <typename T>
   std::optional<T> typed(const std::optional<PreferenceValue>& found, const std::string& what,
                          const char* expected) const;
+  ExcludePattern patternIn(const PreferenceValue& entry, const std::string& where) const;
   PreferenceArray list(const std::string& key) const;
   // The entry `key` of a table; `where` names the table in the log.
   std::optional<PreferenceValue> entryOf(const PreferenceValue& table, const std::string& key,

@@ -1,12 +1,23 @@
 #include "watchers/PathFilter.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/Folders.h"
+#include "posix/FileFacts.h"
 #include "posix/Text.h"
 
 namespace quillo {
+
+std::optional<std::string> watchedForm(std::string path) {
+  const auto facts = fileFacts(path);
+  if (!facts) {
+    return std::nullopt;
+  }
+  if (facts->isDirectory && !path.ends_with('/')) {
+    path += '/';
+  }
+  return path;
+}
 
 PathFilter::Place::Place(const std::string& configured, bool subfolders)
     : name(configured), withSubfolders(subfolders) {
@@ -51,8 +62,8 @@ void PathFilter::setQuarantineFolder(const std::string& folder) {
 // The lists change as a whole: as long as they are the same, so is what was made of them.
 void PathFilter::refresh() {
   quarantine_.followAnew();
-  auto folders = owner_.getWatchedFolderList();
-  auto flags = owner_.getCheckSubDirs();
+  auto folders = watched_.getWatchedFolderList();
+  auto flags = watched_.getCheckSubDirs();
   if (folders == folders_ && flags == flags_) {
     for (Place& place : places_) {
       place.followAnew();
@@ -68,13 +79,26 @@ void PathFilter::refresh() {
   flags_ = std::move(flags);
 }
 
-bool PathFilter::passes(const std::string& path) const {
+PathFilter::Judgement PathFilter::judge(const std::string& path) const {
   if (!quarantine_.name.empty() && quarantine_.holds(path)) {
-    return false;
+    return {Rule::inQuarantine, nullptr};
   }
-  return std::any_of(places_.begin(), places_.end(), [this, &path](const Place& place) {
-    return place.holds(path) && (place.withSubfolders ? !isTrashed(path) : place.isParentOf(path));
-  });
+  Judgement judgement;
+  for (const Place& place : places_) {
+    if (!place.holds(path)) {
+      continue;
+    }
+    judgement.folder = &place.name;
+    if (place.withSubfolders) {
+      judgement.rule = isTrashed(path) ? Rule::inTrash : Rule::watched;
+    } else {
+      judgement.rule = place.isParentOf(path) ? Rule::watched : Rule::inSubfolder;
+    }
+    if (judgement.rule == Rule::watched) {
+      break;
+    }
+  }
+  return judgement;
 }
 
 bool PathFilter::isTrashed(const std::string& path) const {

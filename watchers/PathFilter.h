@@ -15,8 +15,17 @@ namespace quillo {
 // paths over has a filter of its own.
 class PathFilter {
  public:
-  PathFilter(WatcherOwner& owner, TrashFolders& trashFolders)
-      : owner_(owner), trashFolders_(trashFolders) {}
+  // What decides about a path.
+  enum class Rule { watched, inQuarantine, outside, inTrash, inSubfolder };
+  struct Judgement {
+    Rule rule = Rule::outside;
+    // The watched folder that lets it pass, or the last one that it lies in and that does not; null
+    // where it lies in none. Valid until the next refresh().
+    const std::string* folder = nullptr;
+  };
+
+  PathFilter(WatchedFolders& watched, TrashFolders& trashFolders)
+      : watched_(watched), trashFolders_(trashFolders) {}
 
   // Lets nothing pass from now on whose path begins with that text, or with the real path that it
   // leads to; "" stands for none.
@@ -26,7 +35,10 @@ class PathFilter {
   // be called before the paths that have come together are judged.
   void refresh();
   // Returns true when the path, in bytes as they are, goes on.
-  bool passes(const std::string& path) const;
+  bool passes(const std::string& path) const { return judge(path).rule == Rule::watched; }
+  // Returns which rule decides about it. A folder without its subfolders (`inSubfolder`) lets
+  // nothing pass but what lies in the root folder itself.
+  Judgement judge(const std::string& path) const;
   bool isTrashed(const std::string& path) const;
 
  private:
@@ -46,7 +58,7 @@ class PathFilter {
   };
 
   // Constant after construction.
-  WatcherOwner& owner_;
+  WatchedFolders& watched_;
   TrashFolders& trashFolders_;
 
   Place quarantine_;

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,13 +47,22 @@ class WatcherMenu {
   virtual void folderMissingPanic() = 0;
 };
 
-// The agent. Any thread.
-class WatcherOwner {
+// The folders to watch. Any thread.
+class WatchedFolders {
  public:
-  virtual ~WatcherOwner() = default;
+  virtual ~WatchedFolders() = default;
   // Return the lists as they stand now; they change only as a whole.
   virtual std::shared_ptr<const WatchedFolderList> getWatchedFolderList() = 0;
   virtual std::shared_ptr<const SubdirectoryFlags> getCheckSubDirs() = 0;
+};
+
+// Returns the path as the list holds it: one that leads to a folder with a "/" at its end. Nothing
+// when nothing is there, which is not watched. Any thread.
+std::optional<std::string> watchedForm(std::string path);
+
+// The agent. Any thread.
+class WatcherOwner : public WatchedFolders {
+ public:
   // Stops watching; what only the main thread may do is done there later.
   virtual void stopWatcherFromWatcher() = 0;
   // Asks the main thread to start watching and does not wait for it.

@@ -94,5 +94,18 @@ TEST(PathPattern, ALiteralMatchesAnywhere) {
   EXPECT_FALSE(matches(literal(".iso"), "/home/anna/diskxiso"));
 }
 
+TEST(PathPattern, SaysWhyItDoesNotCompile) {
+  EXPECT_NE(PathPattern("(").problem(), "");
+  EXPECT_EQ(PathPattern("(a)").problem(), "");
+}
+
+TEST(PatternList, NamesTheFirstThatExcludesByItsPlaceAmongAll) {
+  const PatternList list(
+      {{"", false}, {"b", false, false}, {"(", true}, {"~/b", false}, {"b", true}}, "/home/anna");
+  EXPECT_EQ(list.excluding("/home/anna/b"), std::optional<std::size_t>(3));
+  EXPECT_EQ(list.excluding("/home/bert"), std::optional<std::size_t>(4));
+  EXPECT_EQ(list.excluding("/home/carl"), std::nullopt);
+}
+
 }  // namespace
 }  // namespace quillo

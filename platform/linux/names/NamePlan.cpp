@@ -1,11 +1,6 @@
 #include "platform/linux/names/NamePlan.h"
 
-#include <fcntl.h>
-#include <sys/vfs.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
@@ -13,26 +8,9 @@
 namespace quillo {
 namespace {
 
-// File systems on a disk that other machines write to as well.
-bool isOnASharedDisk(const Mount& mount) { return mount.type == "gfs2" || mount.type == "ocfs2"; }
-
-bool othersChangeIt(const Mount& mount) { return isNetwork(mount) || isOnASharedDisk(mount); }
-
 // What nobody changes, or what shows what lies elsewhere already.
 bool needsNoWatch(const Mount& mount) {
   return isPseudo(mount) || mount.type == "squashfs" || mount.type == "fuse.snapfuse";
-}
-
-// The mount that the path is on: of those that hold it the innermost, and the last one on top.
-const Mount* mountOf(const std::string& path, const std::vector<Mount>& mounts) {
-  const Mount* found = nullptr;
-  for (const Mount& mount : mounts) {
-    if ((path == mount.point || liesBelow(path, mount.point)) &&
-        (!found || mount.point.size() >= found->point.size())) {
-      found = &mount;
-    }
-  }
-  return found;
 }
 
 class Planner {
@@ -43,13 +21,13 @@ class Planner {
   void add(const NamedPlace& place) {
     const RealPath real(place.path);
     const std::string& path = real.path();
-    const Mount* mount = mountOf(path, mounts_);
+    const Mount* mount = mountHolding(path, mounts_);
     const bool mayGivePaths = place.withSubfolders || path == "/";
     if (!mount || !mayGivePaths) {
       return;
     }
     const bool needsRoot = needsNames(*mount);
-    if (othersChangeIt(*mount)) {
+    if (isChangedByOthers(*mount)) {
       plan.onNetwork.push_back(place.path);
     } else if (needsRoot) {
       addRoot(place, path, *mount);
@@ -66,7 +44,7 @@ class Planner {
 
  private:
   bool needsNames(const Mount& mount) const {
-    return !othersChangeIt(mount) && !needsNoWatch(mount) && !hasHandles_(mount.point);
+    return !isChangedByOthers(mount) && !needsNoWatch(mount) && !hasHandles_(mount.point);
   }
 
   void addRoot(const NamedPlace& place, const std::string& path, const Mount& mount) {
@@ -82,7 +60,7 @@ class Planner {
 
   void addMountsBelow(const NamedPlace& place, const std::string& path) {
     for (const Mount& mount : mounts_) {
-      if (liesBelow(mount.point, path) && mountOf(mount.point, mounts_) == &mount &&
+      if (liesBelow(mount.point, path) && mountHolding(mount.point, mounts_) == &mount &&
           needsNames(mount)) {
         plan.roots.push_back({mount.point, true, mount.id, place.path});
       }
@@ -125,18 +103,6 @@ NamePlan planNames(const std::vector<NamedPlace>& places, const std::vector<Moun
   }
   planner.plan.roots = withoutCovered(std::move(planner.plan.roots));
   return std::move(planner.plan);
-}
-
-bool hasFileHandles(const std::string& path) {
-  struct file_handle none = {};
-  int mount = 0;
-  // With no room for a handle the answer is EOVERFLOW where there is one.
-  if (name_to_handle_at(AT_FDCWD, path.c_str(), &none, &mount, 0) != 0 && errno == EOPNOTSUPP) {
-    return false;
-  }
-  struct statfs facts = {};
-  const fsid_t noId = {};
-  return statfs(path.c_str(), &facts) != 0 || std::memcmp(&facts.f_fsid, &noId, sizeof noId) != 0;
 }
 
 }  // namespace quillo

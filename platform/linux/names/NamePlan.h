@@ -33,9 +33,4 @@ struct NamePlan {
 NamePlan planNames(const std::vector<NamedPlace>& places, const std::vector<Mount>& mounts,
                    const std::function<bool(const std::string&)>& hasHandles);
 
-// Returns false when the kernel cannot report every name that appears on the file system that holds
-// the path: for that it needs file handles and an id of the file system (fanotify(7),
-// FAN_REPORT_FID). Any thread. name_to_handle_at(2).
-bool hasFileHandles(const std::string& path);
-
 }  // namespace quillo

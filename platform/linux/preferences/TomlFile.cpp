@@ -2,12 +2,11 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <toml++/toml.h>
 
 #include <cerrno>
 #include <cstring>
-#include <sstream>
 
+#include "platform/TomlText.h"
 #include "posix/FileFacts.h"
 #include "posix/UniqueFd.h"
 
@@ -15,56 +14,6 @@ namespace quillo {
 namespace {
 
 constexpr std::size_t largestFile = 4UL * 1024 * 1024;
-
-PreferenceValue converted(const toml::node& node);
-
-PreferenceArray converted(const toml::array& array) {
-  PreferenceArray result;
-  for (const toml::node& element : array) {
-    result.push_back(converted(element));
-  }
-  return result;
-}
-
-PreferenceDictionary converted(const toml::table& table) {
-  PreferenceDictionary result;
-  for (const auto& [key, node] : table) {
-    result.emplace(std::string(key.str()), converted(node));
-  }
-  return result;
-}
-
-template <typename T>
-std::string spelled(const T& value) {
-  std::ostringstream out;
-  out << value;
-  return out.str();
-}
-
-PreferenceValue converted(const toml::node& node) {
-  switch (node.type()) {
-    case toml::node_type::table:
-      return {converted(*node.as_table())};
-    case toml::node_type::array:
-      return {converted(*node.as_array())};
-    case toml::node_type::string:
-      return {node.as_string()->get()};
-    case toml::node_type::integer:
-      return {node.as_integer()->get()};
-    case toml::node_type::floating_point:
-      return {node.as_floating_point()->get()};
-    case toml::node_type::boolean:
-      return {node.as_boolean()->get()};
-    case toml::node_type::date:
-      return {spelled(node.as_date()->get())};
-    case toml::node_type::time:
-      return {spelled(node.as_time()->get())};
-    case toml::node_type::date_time:
-      return {spelled(node.as_date_time()->get())};
-    default:
-      return {std::string()};
-  }
-}
 
 void cannotRead(TomlFile& file, const std::string& path, int error) {
   const std::string reason = std::strerror(error);
@@ -102,12 +51,11 @@ TomlFile TomlFile::read(const std::string& path) {
     cannotRead(file, path, errno);
     return file;
   }
-  try {
-    file.values = converted(toml::parse(*text, path));
-  } catch (const toml::parse_error& error) {
-    const toml::source_position at = error.source().begin;
-    file.problem = path + ':' + std::to_string(at.line) + ':' + std::to_string(at.column) + ": " +
-                   std::string(error.description());
+  TomlText parsed = TomlText::parse(*text);
+  file.values = std::move(parsed.values);
+  if (const auto& problem = parsed.problem) {
+    file.problem = path + ':' + std::to_string(problem->line) + ':' +
+                   std::to_string(problem->column) + ": " + problem->reason;
     file.wording.values = {file.problem};
   }
   return file;

@@ -55,21 +55,40 @@ void TomlPreferenceStore::synchronize() {
   report(problems);
 }
 
+const TomlPreferenceStore::File* TomlPreferenceStore::fileWith(const std::string& key,
+                                                               std::vector<Problem>& problems) {
+  const File* first = nullptr;
+  for (Domain& domain : domains_) {
+    if (!domain.wasRead) {
+      read(domain, problems);
+    }
+    for (const File& file : domain.files) {
+      first = !first && file.values.count(key) > 0 ? &file : first;
+    }
+  }
+  return first;
+}
+
 std::optional<PreferenceValue> TomlPreferenceStore::objectForKey(const std::string& key) {
   std::vector<Problem> problems;
   std::optional<PreferenceValue> result;
   {
     MutexLock hold(mutex_);
-    for (Domain& domain : domains_) {
-      if (!domain.wasRead) {
-        read(domain, problems);
-      }
-      for (const File& file : domain.files) {
-        const auto found = file.values.find(key);
-        if (found != file.values.end() && !result) {
-          result = found->second;
-        }
-      }
+    if (const File* file = fileWith(key, problems)) {
+      result = file->values.at(key);
+    }
+  }
+  report(problems);
+  return result;
+}
+
+std::string TomlPreferenceStore::fileThatHas(const std::string& key) {
+  std::vector<Problem> problems;
+  std::string result;
+  {
+    MutexLock hold(mutex_);
+    if (const File* file = fileWith(key, problems)) {
+      result = file->path;
     }
   }
   report(problems);

@@ -25,6 +25,7 @@ class TomlPreferenceStore final : public PreferenceStore {
   void addSuiteNamed(const std::string& domain) override;
   void synchronize() override;
   std::optional<PreferenceValue> objectForKey(const std::string& key) override;
+  std::string fileThatHas(const std::string& key) override;
   bool hasAny() override;
   std::string fileOf(const std::string& domain) const override;
 
@@ -47,6 +48,8 @@ class TomlPreferenceStore final : public PreferenceStore {
 
   Domain domainNamed(const std::string& name) const;
   static void read(Domain& domain, std::vector<Problem>& problems);
+  const File* fileWith(const std::string& key, std::vector<Problem>& problems)
+      QUILLO_REQUIRES(mutex_);
   void report(const std::vector<Problem>& problems) const;
 
   const std::vector<std::string> folders_;

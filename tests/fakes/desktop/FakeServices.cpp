@@ -12,6 +12,14 @@ void FakePreferenceStore::addSuiteNamed(const std::string& domain) {
   }
 }
 
+std::string FakePreferenceStore::fileThatHas(const std::string& key) {
+  std::lock_guard hold(mutex_);
+  if (own_.count(key) > 0) {
+    return fileOf("org.vantrel.VantrelQuillo");
+  }
+  const bool isThere = !suites_.empty() && ofMainApplication_.count(key) > 0;
+  return isThere ? fileOf("org.vantrel.Vantrel") : "";
+}
 bool FakePreferenceStore::hasAny() {
   std::lock_guard hold(mutex_);
   return !own_.empty() || (!suites_.empty() && !ofMainApplication_.empty());

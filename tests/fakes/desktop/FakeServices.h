@@ -51,6 +51,7 @@ class FakePreferenceStore final : public PreferenceStore {
   void synchronize() override { ++synchronizations_; }
   std::optional<PreferenceValue> objectForKey(const std::string& key) override;
   bool hasAny() override;
+  std::string fileThatHas(const std::string& key) override;
   std::string fileOf(const std::string& domain) const override {
     return folder + "/" + domain + ".toml";
   }
