@@ -28,17 +28,10 @@ std::string digestOf(sha256_ctx& hash) {
   return digits;
 }
 
-}  // namespace
-
-std::optional<FileIdentity> FileIdentity::at(const std::string& path) {
-  int error = 0;
-  return at(path, error);
-}
-
-std::optional<FileIdentity> FileIdentity::at(const std::string& path, int& error) {
+std::optional<FileIdentity> lookedUp(int folder, const char* name, int flags, int& error) {
   struct statx status = {};
-  const bool liesThere = statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW,
-                               STATX_BASIC_STATS | STATX_BTIME, &status) == 0;
+  const bool liesThere =
+      statx(folder, name, flags, STATX_BASIC_STATS | STATX_BTIME, &status) == 0;
   error = liesThere ? 0 : errno;
   if (!liesThere || !S_ISREG(status.stx_mode)) {
     return std::nullopt;
@@ -50,6 +43,34 @@ std::optional<FileIdentity> FileIdentity::at(const std::string& path, int& error
   identity.changed = nanoseconds(status.stx_mtime);
   identity.size = static_cast<std::int64_t>(status.stx_size);
   return identity;
+}
+
+}  // namespace
+
+std::optional<FileIdentity> FileIdentity::at(const std::string& path) {
+  int error = 0;
+  return at(path, error);
+}
+
+std::optional<FileIdentity> FileIdentity::at(const std::string& path, int& error) {
+  return lookedUp(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, error);
+}
+
+std::optional<FileIdentity> FileIdentity::in(int folder, const std::string& name) {
+  int error = 0;
+  return lookedUp(folder, name.c_str(), AT_SYMLINK_NOFOLLOW, error);
+}
+
+std::optional<FileIdentity> FileIdentity::of(int descriptor) {
+  int error = 0;
+  return lookedUp(descriptor, "", AT_EMPTY_PATH, error);
+}
+
+std::string sha256Of(std::string_view bytes) {
+  sha256_ctx hash;
+  sha256_init(&hash);
+  sha256_update(&hash, bytes.size(), reinterpret_cast<const std::uint8_t*>(bytes.data()));
+  return digestOf(hash);
 }
 
 std::optional<std::string> sha256OfFile(int descriptor, std::int64_t longest) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace quillo {
 
@@ -20,6 +21,9 @@ struct FileIdentity {
   static std::optional<FileIdentity> at(const std::string& path);
   // Sets `error` to 0 when anything lies there, else to the errno that says why not.
   static std::optional<FileIdentity> at(const std::string& path, int& error);
+  // Returns that of a name in an open folder, and that of an open regular file.
+  static std::optional<FileIdentity> in(int folder, const std::string& name);
+  static std::optional<FileIdentity> of(int descriptor);
   // Equal: the same file with the same contents, as far as the file system shows.
   bool operator==(const FileIdentity&) const = default;
 };
@@ -28,5 +32,7 @@ struct FileIdentity {
 // of base 16; nothing when the file cannot be read or holds more than `longest` bytes. Leaves the
 // descriptor's place alone. Any thread.
 std::optional<std::string> sha256OfFile(int descriptor, std::int64_t longest);
+// Returns that of these bytes. Pure; any thread.
+std::string sha256Of(std::string_view bytes);
 
 }  // namespace quillo

@@ -141,7 +141,7 @@ void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
   }
   MoveFolder::Outcome outcome;
   if (report_.announce(verdict)) {
-    outcome = moveFolder_.move(entry.path, file);
+    outcome = moveFolder_.move(entry.path, file, verdict.threat);
   } else if (report_.moveWasRefused()) {
     outcome.text = "it was put back";
   } else {
@@ -160,6 +160,10 @@ void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
   movedShown_ = entry.shown;
   if (!outcome.executable.empty()) {
     report_.error(entry.shown + ": it can still be run as a program: " + outcome.executable);
+  }
+  if (!outcome.unrecorded.empty()) {
+    report_.error(entry.shown + ": the quarantine does not know where it was: " +
+                  outcome.unrecorded);
   }
   if (!outcome.unnoted.empty()) {
     report_.error(entry.shown + ": the Trash does not know where it was: " + outcome.unnoted);

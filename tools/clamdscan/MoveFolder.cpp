@@ -1,20 +1,19 @@
 #include "tools/clamdscan/MoveFolder.h"
 
 #include <fcntl.h>
-#include <grp.h>
 #include <limits.h>
-#include <stdio.h>
-#include <sys/random.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <string_view>
+#include <limits>
+#include <optional>
 
-#include "posix/Accounts.h"
+#include "posix/FileMoving.h"
 #include "posix/OwnFile.h"
 #include "posix/Text.h"
+#include "quarantine/FolderTrust.h"
 #include "tools/clamdscan/Paths.h"
 
 namespace quillo::wrapper {
@@ -37,73 +36,22 @@ bool sameFile(const struct stat& a, const struct stat& b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// Whatever has been read from it before: the daemon shares its place in the file.
-int copyBytes(int source, int target) {
-  std::array<char, 65536> bytes;
-  for (off_t place = 0;;) {
-    const ssize_t count = pread(source, bytes.data(), bytes.size(), place);
-    if (count == 0) {
-      return 0;
-    }
-    if (count < 0 && errno != EINTR) {
-      return errno;
-    }
-    const std::size_t size = count < 0 ? 0 : static_cast<std::size_t>(count);
-    if (!writeAll(target, {bytes.data(), size})) {
-      return errno;
-    }
-    place += static_cast<off_t>(size);
-  }
-}
-
-// Renames without replacing; file systems that cannot do that in one step do it in two.
-int renameTo(int parent, const std::string& from, int folder, const std::string& name) {
-  if (renameat2(parent, from.c_str(), folder, name.c_str(), RENAME_NOREPLACE) == 0) {
-    return 0;
-  }
-  if (errno != EINVAL && errno != ENOSYS) {
-    return errno;
-  }
-  struct stat taken = {};
-  if (fstatat(folder, name.c_str(), &taken, AT_SYMLINK_NOFOLLOW) == 0) {
-    return EEXIST;
-  }
-  return renameat(parent, from.c_str(), folder, name.c_str()) == 0 ? 0 : errno;
-}
-
-// Whether a group holds this user alone, as the group does that many systems make for each user.
-bool isPrivateGroup(gid_t group) {
-  const Account user = accountNumbered(geteuid());
-  std::array<char, 16384> buffer;
-  struct group entry = {};
-  struct group* known = nullptr;
-  if (getgrgid_r(group, &entry, buffer.data(), buffer.size(), &known) != 0 || known == nullptr) {
-    return false;
-  }
-  bool alone = user.group == group && user.name == entry.gr_name;
-  for (char** member = entry.gr_mem; alone && *member != nullptr; ++member) {
-    alone = user.name == *member;
-  }
-  return alone;
-}
-
 // Why somebody else may get at what is put into this folder; "" when nobody may.
 std::string distrustOf(int folder) {
-  struct stat status = {};
-  if (fstat(folder, &status) != 0) {
-    return reasonText(errno);
+  switch (trustInFolder(folder)) {
+    case FolderTrust::somebodyElses:
+      return "it belongs to somebody else";
+    case FolderTrust::othersMayWrite:
+      return "others may write to it";
+    case FolderTrust::cannotTell:
+      return reasonText(errno);
+    default:
+      return "";
   }
-  if (status.st_uid != geteuid()) {
-    return "it belongs to somebody else";
-  }
-  // With the sticky bit others can add files, but neither take nor replace any.
-  const bool sticky = (status.st_mode & S_ISVTX) != 0;
-  const bool groupMay = (status.st_mode & S_IWGRP) != 0;
-  if (sticky || (status.st_mode & (S_IWGRP | S_IWOTH)) == 0) {
-    return "";
-  }
-  const bool othersMay = (status.st_mode & S_IWOTH) != 0;
-  return othersMay || (groupMay && !isPrivateGroup(status.st_gid)) ? "others may write to it" : "";
+}
+
+std::int64_t nanoseconds(const timespec& time) {
+  return time.tv_sec * 1000000000LL + time.tv_nsec;
 }
 
 // Takes the right to run it, for everybody, and set-user-ID and set-group-ID with it: 0 or an
@@ -158,6 +106,7 @@ struct MoveFolder::Source {
   std::string path;
   int file = -1;
   struct stat status = {};
+  std::optional<QuarantineRecord> record;
 
   bool leadsThere(int folder, const std::string& entry) const {
     struct stat now = {};
@@ -182,7 +131,8 @@ std::string MoveFolder::find(Source& source) const {
   return isThere ? "it is in that folder already" : "";
 }
 
-MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned) {
+MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned,
+                                    std::string_view threat) {
   Source source;
   source.parent = openWithoutLinks(deletingLastPathComponent(path), O_PATH | O_DIRECTORY);
   source.name = lastPathComponent(path);
@@ -193,12 +143,16 @@ MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned) {
   if (!outcome.text.empty()) {
     return outcome;
   }
+  outcome.unrecorded = notes_ ? "" : prepareRecord(source, threat);
   const std::size_t longest = notes_ ? DesktopTrash::longestName : NAME_MAX;
   std::string target;
   int error = EEXIST;
   for (int number = 0; error == EEXIST && number < mostNames; ++number) {
     target = numbered(source.name, number, longest);
-    error = moveTo(target, source, outcome);
+    error = notes_ ? moveNoted(target, source, outcome) : moveRecorded(target, source, outcome);
+  }
+  if (source.record) {
+    records_.letGo();
   }
   if (error == 0) {
     outcome.moved = true;
@@ -219,10 +173,7 @@ MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned) {
 
 // The note comes first, as the desktop does it: whoever has made it has the name. A file that is
 // infected goes also when there can be no note.
-int MoveFolder::moveTo(const std::string& target, const Source& source, Outcome& outcome) {
-  if (!notes_) {
-    return place(source, target);
-  }
+int MoveFolder::moveNoted(const std::string& target, Source& source, Outcome& outcome) {
   const int problem = DesktopTrash::note(notes_.get(), target, source.path, clock_.wallTime());
   if (problem == EEXIST) {
     return problem;
@@ -235,15 +186,71 @@ int MoveFolder::moveTo(const std::string& target, const Source& source, Outcome&
   return error;
 }
 
+// "" or why there can be no record of where it was.
+std::string MoveFolder::prepareRecord(Source& source, std::string_view threat) {
+  if (!records_.isOpen()) {
+    if (const int error = records_.open(folder_.get(), RecordFolder::Missing::made); error != 0) {
+      return reasonText(error);
+    }
+  }
+  const auto identity = FileIdentity::of(source.file);
+  if (!identity) {
+    return reasonText(errno);
+  }
+  QuarantineRecord record;
+  record.origin = source.path;
+  record.threat = threat;
+  record.moved = clock_.wallTime();
+  record.identity = *identity;
+  record.hash =
+      sha256OfFile(source.file, std::numeric_limits<std::int64_t>::max()).value_or(std::string());
+  record.mode = source.status.st_mode & 07777U;
+  record.owner = source.status.st_uid;
+  record.accessed = nanoseconds(source.status.st_atim);
+  record.changed = nanoseconds(source.status.st_mtim);
+  if (!records_.holdOffTidying(clock_)) {
+    return "the records are in use";
+  }
+  source.record = std::move(record);
+  return "";
+}
+
+// As with a note; and no file takes the place of the records themselves.
+int MoveFolder::moveRecorded(const std::string& target, Source& source, Outcome& outcome) {
+  if (target == RecordFolder::name) {
+    return EEXIST;
+  }
+  int problem = 0;
+  if (source.record) {
+    source.record->name = target;
+    problem = records_.add(*source.record);
+  }
+  if (problem == EEXIST) {
+    return problem;
+  }
+  if (problem != 0) {
+    outcome.unrecorded = reasonText(problem);
+    source.record.reset();
+    records_.letGo();
+  }
+  const int error = place(source, target);
+  if (source.record && error == 0) {
+    records_.confirm(target);
+  } else if (source.record) {
+    records_.remove(target);
+  }
+  return error;
+}
+
 // ESTALE when the name came to lead to something else at the last moment.
-int MoveFolder::place(const Source& source, const std::string& name) {
-  const int error = renameTo(source.parent.get(), source.name, folder_.get(), name);
+int MoveFolder::place(Source& source, const std::string& name) {
+  const int error = renameWithoutReplacing(source.parent.get(), source.name, folder_.get(), name);
   if (error == EXDEV) {
     return copy(source, name);
   }
   if (error == 0 && !source.leadsThere(folder_.get(), name)) {
     // What took the scanned file's name goes back, unless that name has been taken once more.
-    const bool isBack = renameTo(folder_.get(), name, source.parent.get(), source.name) == 0;
+    const bool isBack = renameWithoutReplacing(folder_.get(), name, source.parent.get(), source.name) == 0;
     return isBack ? ESTALE : ENOTRECOVERABLE;
   }
   return error;
@@ -251,41 +258,69 @@ int MoveFolder::place(const Source& source, const std::string& name) {
 
 // Under a name that nobody else knows, so that what is looked at is what is removed.
 int MoveFolder::removeScanned(const Source& source) {
-  std::array<unsigned char, 12> random;
-  if (getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) {
+  const std::string secret = secretName();
+  if (secret.empty()) {
     return EIO;
   }
-  std::string secret = ".";
-  for (const unsigned char byte : random) {
-    secret += static_cast<char>('a' + byte % 16);
-    secret += static_cast<char>('a' + byte / 16);
-  }
   const int parent = source.parent.get();
-  if (const int error = renameTo(parent, source.name, parent, secret); error != 0) {
+  if (const int error = renameWithoutReplacing(parent, source.name, parent, secret); error != 0) {
     return error;
   }
   if (!source.leadsThere(parent, secret)) {
-    renameTo(parent, secret, parent, source.name);
+    renameWithoutReplacing(parent, secret, parent, source.name);
     return ESTALE;
   }
   return unlinkat(parent, secret.c_str(), 0) == 0 ? 0 : errno;
 }
 
-int MoveFolder::copy(const Source& source, const std::string& name) {
-  const UniqueFd target(openat(folder_.get(), name.c_str(),
-                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+// With a record what is copied lies among the records until it is whole and known.
+int MoveFolder::copy(Source& source, const std::string& name) {
+  struct stat taken = {};
+  if (fstatat(folder_.get(), name.c_str(), &taken, AT_SYMLINK_NOFOLLOW) == 0) {
+    return EEXIST;
+  }
+  const int where = source.record ? records_.descriptor() : folder_.get();
+  const std::string part = source.record ? secretName() : name;
+  const UniqueFd target(
+      openat(where, part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!target) {
     return errno;
   }
-  int error = copyBytes(source.file, target.get());
+  int error = copyContents(source.file, target.get());
   if (error == 0 && fsync(target.get()) != 0) {
     error = errno;
   }
-  if (error == 0) {
-    error = removeScanned(source);
+  if (error == 0 && source.record) {
+    error = settle(source, target.get(), part, name);
   }
   if (error != 0) {
+    unlinkat(where, part.c_str(), 0);
+    return error;
+  }
+  error = removeScanned(source);
+  if (error != 0) {
     unlinkat(folder_.get(), name.c_str(), 0);
+  }
+  return error;
+}
+
+// Gives the copy its name, on disk before the file goes that it was made of.
+int MoveFolder::settle(Source& source, int copied, const std::string& part,
+                       const std::string& name) {
+  const auto identity = FileIdentity::of(copied);
+  if (!identity) {
+    return errno;
+  }
+  source.record->identity = *identity;
+  if (const int error = records_.replace(*source.record); error != 0) {
+    return error;
+  }
+  const int error =
+      renameWithoutReplacing(records_.descriptor(), part, folder_.get(), name);
+  if (error == 0 && fsync(folder_.get()) != 0) {
+    const int failure = errno;
+    unlinkat(folder_.get(), name.c_str(), 0);
+    return failure;
   }
   return error;
 }

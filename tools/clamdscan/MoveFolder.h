@@ -3,17 +3,19 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "posix/Clock.h"
 #include "posix/UniqueFd.h"
+#include "quarantine/RecordFolder.h"
 #include "tools/clamdscan/DesktopTrash.h"
 
 namespace quillo::wrapper {
 
 // The folder into which infected files are moved. It has to be this user's own, and nobody else may
 // put things into it or take them out. What goes into the desktop's Trash can be put back from
-// there. One thread.
+// there; of what goes anywhere else a record beside it keeps where it was. One thread.
 class MoveFolder {
  public:
   struct Outcome {
@@ -21,6 +23,7 @@ class MoveFolder {
     std::string text;              // the new path, or why the file is still where it was
     unsigned long otherNames = 0;  // hard links that still lead to the file
     std::string unnoted;           // why the Trash does not know where a moved file was
+    std::string unrecorded;        // why there is no record of where it was
     std::string executable;        // why a moved file may still be run as a program
   };
 
@@ -34,23 +37,28 @@ class MoveFolder {
 
   // Moves the file that was opened as `scanned` if `path` (without symbolic links) still leads to
   // it; a name that is taken gets ".001" and so on. Nobody can run it afterwards. Across file
-  // systems what was opened is copied with mode 0600, and then the name is removed.
-  Outcome move(const std::string& path, int scanned);
+  // systems what was opened is copied with mode 0600, and then the name is removed. `threat` is for
+  // the record, which is written before anything is moved.
+  Outcome move(const std::string& path, int scanned, std::string_view threat = {});
 
  private:
   struct Source;
 
   std::string find(Source& source) const;
-  int moveTo(const std::string& target, const Source& source, Outcome& outcome);
-  int place(const Source& source, const std::string& name);
+  std::string prepareRecord(Source& source, std::string_view threat);
+  int moveNoted(const std::string& target, Source& source, Outcome& outcome);
+  int moveRecorded(const std::string& target, Source& source, Outcome& outcome);
+  int place(Source& source, const std::string& name);
   static int removeScanned(const Source& source);
-  int copy(const Source& source, const std::string& name);
+  int copy(Source& source, const std::string& name);
+  int settle(Source& source, int copied, const std::string& part, const std::string& name);
 
   Clock& clock_;
   const DesktopTrash trash_;
   std::string path_;
   UniqueFd folder_;
-  UniqueFd notes_;  // where the Trash keeps its notes, when the folder is the Trash's
+  UniqueFd notes_;        // where the Trash keeps its notes, when the folder is the Trash's
+  RecordFolder records_;  // opened for the first file, when it is not
 };
 
 }  // namespace quillo::wrapper

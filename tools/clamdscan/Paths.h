@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "posix/PathOpening.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo::wrapper {
@@ -16,11 +17,6 @@ std::string reasonText(int error);
 // Returns why a file of this type cannot be scanned: "named pipe", "socket", "device".
 std::string typeText(mode_t mode);
 
-// open(2), also for paths that are longer than PATH_MAX, close-on-exec and never waiting for the
-// other end of a pipe or for a device; the second refuses every symbolic link on the way
-// (openat2(2)). Return no descriptor and set errno on failure. Any thread.
-UniqueFd openPath(std::string_view path, int flags);
-UniqueFd openWithoutLinks(std::string_view path, int flags);
 // lstat(2) for a path of any length. Returns 0 or an errno.
 int statusOf(const std::string& path, struct stat& status);
 // Returns where an opened file stands now; "" when the path is too long to be known.

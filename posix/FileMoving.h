@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+namespace quillo {
+
+// Renames without replacing anything, in one step where the file system can (renameat2(2)), else in
+// two. Returns 0 or an errno: EEXIST when the name is taken, EXDEV when it lies on another file
+// system. Any thread, as all below.
+int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
+                           const std::string& to);
+// Copies all of an open file to where `target` stands, without moving the place of `source`, which
+// somebody else may share. Returns 0 or an errno.
+int copyContents(int source, int target);
+// Returns a hidden name that nobody can foresee; "" when the system has no random bytes.
+std::string secretName();
+// Returns true when a name is made like those.
+bool isSecretName(const std::string& name);
+
+}  // namespace quillo
