@@ -7,26 +7,24 @@ class ApplicationLauncher;
 class Clock;
 class DistributedNotificationCenter;
 class Folders;
-class ImageLoader;
 class LocalizedStrings;
-class MainWindow;
+class ModifierKeys;
 class PlannedScans;
 class PreferenceStore;
 class SystemLog;
 class Volumes;
 class Workspace;
 
-// What the desktop offers the main application, as its entry fills it in. All of it outlives
-// whoever is handed this.
+// What the desktop offers the main application, its window apart, as its entry fills it in. All of
+// it outlives whoever is handed this.
 struct CompanionDesktop {
   Application& application;
   ApplicationLauncher& applicationLauncher;
   Clock& clock;
   DistributedNotificationCenter& distributedNotificationCenter;
   Folders& folders;
-  ImageLoader& imageLoader;
   LocalizedStrings& localizedStrings;
-  MainWindow& mainWindow;
+  ModifierKeys& modifierKeys;
   PlannedScans& plannedScans;
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;

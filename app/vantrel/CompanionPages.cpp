@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "app/vantrel/CompanionParts.h"
 #include "companion/PlannedPage.h"
 
 namespace quillo {
@@ -18,16 +19,23 @@ std::string timeInWords(std::int64_t time) {
   return {text, std::strftime(text, sizeof text, "%x %H:%M", &local)};
 }
 
+LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
+  const CompanionDesktop& desktop = parts.desktop;
+  return {std::make_shared<PlannedPage>(
+      page, window,
+      PlannedPageServices{desktop.application, desktop.localizedStrings, desktop.plannedScans,
+                          parts.threads, timeInWords})};
+}
+
 }  // namespace
 
-std::vector<CompanionPage> companionPages(const CompanionDesktop& desktop, ThreadStarter& threads) {
-  MainWindow& window = desktop.mainWindow;
-  return {{"planned", [&desktop, &window, &threads](Page& page) {
-             return LivingPage{std::make_shared<PlannedPage>(
-                 page, window,
-                 PlannedPageServices{desktop.application, desktop.localizedStrings,
-                                     desktop.plannedScans, threads, timeInWords})};
-           }}};
+std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& window) {
+  using Make = LivingPage (*)(CompanionParts&, MainWindow&, Page&);
+  const auto page = [&](const char* name, Make make) {
+    return CompanionPage{name,
+                         [&parts, &window, make](Page& its) { return make(parts, window, its); }};
+  };
+  return {page("planned", plannedPage)};
 }
 
 }  // namespace quillo

@@ -3,14 +3,13 @@
 #include <vector>
 
 #include "companion/Companion.h"
-#include "platform/CompanionDesktop.h"
 
 namespace quillo {
 
-class ThreadStarter;
+struct CompanionParts;
 
 // Returns the pages of the main application, in the order of the list at the side. What they are
 // given outlives them.
-std::vector<CompanionPage> companionPages(const CompanionDesktop& desktop, ThreadStarter& threads);
+std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& window);
 
 }  // namespace quillo

@@ -4,16 +4,15 @@
 
 #include <climits>
 #include <cstdio>
-#include <memory>
 #include <string>
 
 #include "app/vantrel/CompanionPages.h"
+#include "app/vantrel/CompanionParts.h"
 #include "companion/Companion.h"
 #include "platform/Application.h"
 #include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
-#include "platform/linux/CompanionPlatform.h"
-#include "posix/ThreadStarter.h"
+#include "platform/linux/companion/CompanionPlatform.h"
 
 namespace quillo {
 namespace {
@@ -58,25 +57,23 @@ std::string answer(Companion& companion, PreferenceStore& preferences,
 
 int showWindow(CompanionPlatform& platform, const StartRequest& start) {
   const CompanionDesktop& desktop = platform.services();
-  DetachedThreads threads(
-      [&desktop](const std::string& failure) { desktop.systemLog.log(failure); });
-  auto companion = std::make_unique<Companion>(
-      Companion::Services{desktop.mainWindow, desktop.localizedStrings, desktop.systemLog},
-      companionPages(desktop, threads));
+  CompanionParts parts(desktop);
+  Companion companion({platform.window(), desktop.localizedStrings, desktop.systemLog},
+                      companionPages(parts, platform.window()));
   int status = 0;
   const auto begin = [&] {
     if (start.kind == StartRequest::Kind::service) {
       platform.endUnlessShownWithin(secondsForTheBus);
       return;
     }
-    if (const std::string problem = answer(*companion, desktop.preferenceStore, requestOf(start));
+    if (const std::string problem = answer(companion, desktop.preferenceStore, requestOf(start));
         !problem.empty()) {
       status = fail(problem);
       desktop.application.terminate();
     }
   };
   const int ended = platform.run(begin, [&](const CompanionRequest& request) {
-    return answer(*companion, desktop.preferenceStore, request);
+    return answer(companion, desktop.preferenceStore, request);
   });
   // Threads of the pages may be at work on what lies on this stack, and end with the process only.
   desktop.application.exit(status != 0 ? status : ended);

@@ -11,6 +11,8 @@
 
 namespace quillo {
 
+class MainWindow;
+
 // The services of a Linux desktop that the main application's window needs, and no others. Main
 // thread.
 class CompanionPlatform {
@@ -20,6 +22,7 @@ class CompanionPlatform {
   ~CompanionPlatform();
 
   const CompanionDesktop& services() const;
+  MainWindow& window();
   // Returns why there can be no window here; nothing where there can.
   std::optional<Wording> problem() const;
   // Returns true unless the main application runs in this session already.
