@@ -2,6 +2,7 @@
 
 #include "agent/DefinitionUpdates.h"
 #include "agent/Health.h"
+#include "agent/HistoryObserver.h"
 #include "agent/Links.h"
 #include "agent/MainApplication.h"
 #include "agent/MainThreadRequests.h"
@@ -10,7 +11,6 @@
 #include "agent/PreferenceFile.h"
 #include "agent/Preferences.h"
 #include "agent/ProgressLog.h"
-#include "agent/ScanHistory.h"
 #include "agent/ScanLog.h"
 #include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
@@ -76,7 +76,7 @@ struct AgentParts {
   EngineLink engineLink;
   MenuLink menuLink;
   HistoryWriter history;
-  ScanHistory scanHistory;
+  HistoryObserver historyObserver;
   ScanObservers scanObservers;
   const ScannerServices scannerServices;
   Dispatcher theDispatcher;

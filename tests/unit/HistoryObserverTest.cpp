@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "agent/ScanHistory.h"
+#include "agent/HistoryObserver.h"
 #include "clamav/Verdict.h"
 #include "history/HistoryReader.h"
 #include "history/HistoryWriter.h"
@@ -37,7 +37,7 @@ TEST(ScanObserversTest, HearEachOfWhatAllHear) {
   }
 }
 
-TEST(ScanHistoryTest, JudgesAFindByWhatTheSettingsWantDone) {
+TEST(HistoryObserverTest, JudgesAFindByWhatTheSettingsWantDone) {
   const TemporaryFolder home;
   PassingClock clock;
   FakeSystemLog log;
@@ -46,7 +46,7 @@ TEST(ScanHistoryTest, JudgesAFindByWhatTheSettingsWantDone) {
   Dispatcher dispatcher(clock, log, volumes, nullptr);
   FakeScannerOwner owner(dispatcher);
   HistoryWriter writer({clock, log, home.at("state"), home.path()});
-  ScanHistory history(owner, writer, trash, clock);
+  HistoryObserver history(owner, writer, trash, clock);
   const auto outcomeWith = [&](InfectedFileAction action) {
     owner.chosen.quarantineOrTrash = action;
     history.verdictGiven(Verdict::parse("/srv/a: Eicar FOUND"));

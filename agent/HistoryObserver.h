@@ -12,9 +12,9 @@ namespace quillo {
 class ScannerOwner;
 
 // Has everything that comes out of the agent's scanners kept. Any thread.
-class ScanHistory final : public ScanObserver {
+class HistoryObserver final : public ScanObserver {
  public:
-  ScanHistory(ScannerOwner& owner, HistoryWriter& writer, TrashFolders& trash, Clock& clock)
+  HistoryObserver(ScannerOwner& owner, HistoryWriter& writer, TrashFolders& trash, Clock& clock)
       : owner_(owner), recorder_(writer, trash, clock, ScanSource::agent) {}
 
   void runBegan(std::size_t) override {}

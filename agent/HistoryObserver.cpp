@@ -1,4 +1,4 @@
-#include "agent/ScanHistory.h"
+#include "agent/HistoryObserver.h"
 
 #include "clamav/Verdict.h"
 #include "scanning/ScannerOwner.h"
@@ -6,7 +6,7 @@
 
 namespace quillo {
 
-void ScanHistory::verdictGiven(const Verdict& verdict) {
+void HistoryObserver::verdictGiven(const Verdict& verdict) {
   // Nothing is done about a clean file, whatever the settings say.
   recorder_.record(verdict, verdict.kind == Verdict::Kind::clean
                                 ? InfectedFileAction::leaveInPlace
