@@ -30,8 +30,7 @@ std::string digestOf(sha256_ctx& hash) {
 
 std::optional<FileIdentity> lookedUp(int folder, const char* name, int flags, int& error) {
   struct statx status = {};
-  const bool liesThere =
-      statx(folder, name, flags, STATX_BASIC_STATS | STATX_BTIME, &status) == 0;
+  const bool liesThere = statx(folder, name, flags, STATX_BASIC_STATS | STATX_BTIME, &status) == 0;
   error = liesThere ? 0 : errno;
   if (!liesThere || !S_ISREG(status.stx_mode)) {
     return std::nullopt;

@@ -73,7 +73,8 @@ std::optional<FileIdentity> identityOf(std::string_view text) {
   return FileIdentity{0, *number, *made, *changed, *size};
 }
 
-// The lines behind the state, by their words. Each is there once; `isWhole` says whether the end is.
+// The lines behind the state, by their words. Each is there once; `isWhole` says whether the end
+// is.
 class Lines {
  public:
   explicit Lines(std::string_view text) {
@@ -84,8 +85,8 @@ class Lines {
       }
       const std::size_t space = piece.find(' ');
       if (space != std::string_view::npos) {
-        isWell_ = values_.emplace(piece.substr(0, space), piece.substr(space + 1)).second &&
-                  isWell_;
+        isWell_ =
+            values_.emplace(piece.substr(0, space), piece.substr(space + 1)).second && isWell_;
       }
     }
   }

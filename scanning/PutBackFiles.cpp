@@ -1,6 +1,7 @@
 #include "scanning/PutBackFiles.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,15 +9,16 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <iterator>
 #include <utility>
-#include <vector>
 
 #include "clamav/Verdict.h"
 #include "platform/SystemLog.h"
 #include "posix/FileFacts.h"
+#include "posix/FileMoving.h"
 #include "posix/OwnFile.h"
 #include "posix/Text.h"
-#include "posix/UniqueFd.h"
 
 namespace quillo {
 namespace {
@@ -25,7 +27,10 @@ constexpr char fileName[] = "/put-back";
 constexpr char header[] = "vantrel-quillo put-back 1";
 constexpr std::int64_t longestHashed = 64LL * 1024 * 1024;
 // Far beyond what is ever written.
-constexpr std::size_t longestStore = 4UL * 1024 * 1024;
+constexpr std::int64_t longestStore = 64LL * 1024 * 1024;
+// So many lines more than twice those that count are not worth a new file.
+constexpr std::size_t fewLines = 1000;
+constexpr int mostTries = 100;
 // Not every file manager gives a file its time back to the last nanosecond.
 constexpr std::int64_t finestTime = 1000;
 
@@ -52,16 +57,22 @@ bool isHash(std::string_view text) {
          (text.size() == 64 && text.find_first_not_of("0123456789abcdef") == std::string::npos);
 }
 
-// What this user alone has written there; absent when there is nothing of the kind.
-std::optional<std::string> ownContents(const std::string& path) {
-  const UniqueFd file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-  struct stat status = {};
-  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-      status.st_uid != geteuid() || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-    return std::nullopt;
-  }
-  return restOfFile(file.get(), longestStore);
+// The file itself, and what this user alone can have written.
+bool isOwn(const struct stat& status) {
+  return S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
+         (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
+
+std::uint64_t keyOf(const FileIdentity& identity) {
+  constexpr std::uint64_t odd = 0x9E3779B97F4A7C15U;
+  std::uint64_t key = identity.number;
+  for (const std::int64_t value : {identity.made, identity.changed / finestTime, identity.size}) {
+    key = (key * odd) ^ static_cast<std::uint64_t>(value);
+  }
+  return key * odd;
+}
+
+std::uint64_t keyOf(const std::string& path) { return std::hash<std::string>()(path); }
 
 }  // namespace
 
@@ -87,36 +98,97 @@ PutBackFiles::PutBackFiles(std::string folder, SystemLog& log)
     : folder_(std::move(folder)), log_(log) {}
 
 void PutBackFiles::hasLeft(const Verdict& infection, const FilePrint& found) {
-  add({infection.file(), infection.threat, found, false});
+  add({Kind::file, infection.file(), infection.threat, found});
 }
 
 void PutBackFiles::wasMoved(const Verdict& infection) {
   if (const auto there = FilePrint::of(infection.destination)) {
-    add({infection.file(), infection.threat, *there,
-         areOnTwoFileSystems(deletingLastPathComponent(infection.file()),
-                             deletingLastPathComponent(infection.destination))});
+    const bool isCopy = areOnTwoFileSystems(deletingLastPathComponent(infection.file()),
+                                            deletingLastPathComponent(infection.destination));
+    add({isCopy ? Kind::copy : Kind::file, infection.file(), infection.threat, *there});
   }
+}
+
+bool PutBackFiles::allow(const std::string& path) {
+  const auto print = FilePrint::of(path);
+  if (print) {
+    add({Kind::allowed, path, "", *print});
+  }
+  return print.has_value();
+}
+
+void PutBackFiles::allow(const std::string& path, const FileIdentity& file,
+                         const std::string& hash) {
+  add({Kind::allowed, path, "", {file, file.size <= longestHashed ? hash : ""}});
 }
 
 void PutBackFiles::add(Entry entry) {
   MutexLock hold(lock_);
-  readOnce();
-  std::erase_if(entries_, [&entry](const Entry& other) {
-    return other.path == entry.path && other.threat == entry.threat &&
-           other.print.identity == entry.print.identity;
-  });
+  std::string problem = keep(entry);
+  if (!problem.empty()) {
+    log_.log(problem);
+    if (unkept_.size() < most) {
+      unkept_.push_back(entry);
+    }
+    remember(std::move(entry));
+  }
+}
+
+void PutBackFiles::unlist(std::uint64_t key, Entries::iterator entry) {
+  const auto [first, last] = byKey_.equal_range(key);
+  const auto found =
+      std::find_if(first, last, [entry](const auto& listed) { return listed.second == entry; });
+  if (found != last) {
+    byKey_.erase(found);
+  }
+}
+
+void PutBackFiles::drop(Entries::iterator entry) {
+  unlist(keyOf(entry->print.identity), entry);
+  unlist(keyOf(entry->path), entry);
+  entries_.erase(entry);
+}
+
+void PutBackFiles::remember(Entry entry) {
+  const std::uint64_t key = keyOf(entry.print.identity);
+  const auto [first, last] = byKey_.equal_range(key);
+  for (auto it = first; it != last; ++it) {
+    const Entry& other = *it->second;
+    if (other.kind == entry.kind && other.path == entry.path && other.threat == entry.threat &&
+        other.print.identity == entry.print.identity) {
+      drop(it->second);
+      break;
+    }
+  }
   if (entries_.size() == most) {
-    entries_.pop_front();
+    drop(entries_.begin());
   }
   entries_.push_back(std::move(entry));
-  write();
+  const auto latest = std::prev(entries_.end());
+  byKey_.emplace(key, latest);
+  if (latest->kind != Kind::file) {
+    byKey_.emplace(keyOf(latest->path), latest);
+  }
+}
+
+void PutBackFiles::forgetAll() {
+  byKey_.clear();
+  entries_.clear();
+  device_ = number_ = 0;
+  read_ = 0;
+  lines_ = 0;
+  for (const Entry& entry : unkept_) {
+    remember(entry);
+  }
 }
 
 bool PutBackFiles::isOf(const Entry& entry, const Verdict& infection, const FileIdentity& now) {
   const FileIdentity& then = entry.print.identity;
-  const bool isThere = isSameFile(then, now) || (entry.isCopy && entry.path == infection.file() &&
-                                                 !entry.print.hash.empty());
-  return isThere && entry.threat == infection.threat && then.size == now.size &&
+  // By its path only one whose contents are known.
+  const bool isByPath =
+      entry.kind != Kind::file && entry.path == infection.file() && !entry.print.hash.empty();
+  const bool isMeant = entry.kind == Kind::allowed || entry.threat == infection.threat;
+  return isMeant && (isSameFile(then, now) || isByPath) && then.size == now.size &&
          isSameTime(then, now);
 }
 
@@ -128,10 +200,13 @@ bool PutBackFiles::isPutBack(const Verdict& infection) {
   std::vector<std::string> hashes;
   {
     MutexLock hold(lock_);
-    readOnce();
-    for (const Entry& entry : entries_) {
-      if (isOf(entry, infection, *now)) {
-        hashes.push_back(entry.print.hash);
+    refresh();
+    for (const std::uint64_t key : {keyOf(*now), keyOf(infection.file())}) {
+      const auto [first, last] = byKey_.equal_range(key);
+      for (auto it = first; it != last; ++it) {
+        if (isOf(*it->second, infection, *now)) {
+          hashes.push_back(it->second->print.hash);
+        }
       }
     }
   }
@@ -147,7 +222,9 @@ bool PutBackFiles::isPutBack(const Verdict& infection) {
 // Fields with a tab between them; no name holds one in its reported spelling.
 std::string PutBackFiles::lineOf(const Entry& entry) {
   const FileIdentity& identity = entry.print.identity;
-  std::string line = entry.isCopy ? "copy" : "file";
+  std::string line = entry.kind == Kind::copy      ? "copy"
+                     : entry.kind == Kind::allowed ? "allowed"
+                                                   : "file";
   for (const auto number : {identity.device, identity.number}) {
     line += "\t" + std::to_string(number);
   }
@@ -158,9 +235,13 @@ std::string PutBackFiles::lineOf(const Entry& entry) {
          reportedText(entry.path) + "\n";
 }
 
-std::optional<PutBackFiles::Entry> PutBackFiles::entryOf(const std::string& line) {
+std::optional<PutBackFiles::Entry> PutBackFiles::entryOf(std::string_view line) {
   const std::vector<std::string_view> fields = split(line, '\t');
-  if (fields.size() != 9 || (fields[0] != "copy" && fields[0] != "file") || !isHash(fields[6])) {
+  if (fields.size() != 9 || !isHash(fields[6])) {
+    return std::nullopt;
+  }
+  const bool isAllowed = fields[0] == "allowed";
+  if (!isAllowed && fields[0] != "copy" && fields[0] != "file") {
     return std::nullopt;
   }
   const auto device = numberIn<std::uint64_t>(fields[1]);
@@ -171,48 +252,136 @@ std::optional<PutBackFiles::Entry> PutBackFiles::entryOf(const std::string& line
   if (!device || !number || !made || !changed || !size) {
     return std::nullopt;
   }
-  Entry entry{bytesOfReported(fields[8]), bytesOfReported(fields[7]), {}, fields[0] == "copy"};
+  Entry entry{isAllowed             ? Kind::allowed
+              : fields[0] == "copy" ? Kind::copy
+                                    : Kind::file,
+              bytesOfReported(fields[8]),
+              bytesOfReported(fields[7]),
+              {}};
   entry.print.identity = {*device, *number, *made, *changed, *size};
   entry.print.hash = fields[6];
   return entry;
 }
 
-void PutBackFiles::readOnce() {
-  if (std::exchange(isRead_, true)) {
+void PutBackFiles::refresh() {
+  const std::string path = folder_ + fileName;
+  struct stat status = {};
+  const bool isThere = lstat(path.c_str(), &status) == 0 && isOwn(status);
+  if (isThere && status.st_dev == device_ && status.st_ino == number_ && status.st_size == read_) {
     return;
   }
-  const std::string contents = ownContents(folder_ + fileName).value_or("");
-  const std::vector<std::string_view> lines = split(contents, '\n');
-  if (lines.front() != header) {
+  const UniqueFd file(isThere ? open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)
+                              : -1);
+  if (!file || fstat(file.get(), &status) != 0 || !isOwn(status)) {
+    forgetAll();
     return;
   }
-  for (std::size_t i = 1; i < lines.size(); ++i) {
-    if (auto entry = entryOf(std::string(lines[i]))) {
-      entries_.push_back(std::move(*entry));
+  if (status.st_dev != device_ || status.st_ino != number_ || status.st_size < read_) {
+    forgetAll();
+    device_ = status.st_dev;
+    number_ = status.st_ino;
+  }
+  readOn(file.get(), status.st_size);
+}
+
+// Whole lines; what has no end yet is still being written.
+void PutBackFiles::readOn(int file, std::int64_t size) {
+  if (size > longestStore || lseek(file, read_, SEEK_SET) != read_) {
+    return;
+  }
+  const std::string contents =
+      restOfFile(file, static_cast<std::size_t>(longestStore)).value_or("");
+  std::string_view rest = contents;
+  bool isHeader = read_ == 0;
+  for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
+    const std::string_view line = rest.substr(0, end);
+    if (std::exchange(isHeader, false) && line != header) {
+      return;
     }
-  }
-  while (entries_.size() > most) {
-    entries_.pop_front();
+    ++lines_;
+    if (auto entry = entryOf(line)) {
+      remember(std::move(*entry));
+    }
+    rest.remove_prefix(end + 1);
+    read_ += static_cast<std::int64_t>(end) + 1;
   }
 }
 
-// A new file that takes the place of the old one, so that no half of it is ever read.
-void PutBackFiles::write() {
+// The file that bears the name once it is locked; none when there is none that can be added to.
+UniqueFd PutBackFiles::openLocked() {
+  const std::string path = folder_ + fileName;
+  for (int tries = 0; tries < mostTries; ++tries) {
+    UniqueFd file(open(path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat opened = {};
+    struct stat named = {};
+    if (!file || fstat(file.get(), &opened) != 0 || !isOwn(opened) ||
+        flock(file.get(), LOCK_EX) != 0) {
+      return UniqueFd();
+    }
+    if (lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino &&
+        named.st_dev == opened.st_dev) {
+      return file;
+    }
+  }
+  return UniqueFd();
+}
+
+std::string PutBackFiles::keep(const Entry& entry) {
+  std::string problem;
+  for (int tries = 0; tries < mostTries; ++tries) {
+    const UniqueFd file = openLocked();
+    refresh();
+    if (file && canGrow()) {
+      return append(file.get(), entry);
+    }
+    remember(entry);
+    if (writeAnew(file || fileExists(folder_ + fileName), problem)) {
+      break;
+    }
+  }
+  return problem;
+}
+
+bool PutBackFiles::canGrow() const {
+  return lines_ > 0 && lines_ < 2 * entries_.size() + fewLines && read_ < longestStore;
+}
+
+std::string PutBackFiles::append(int file, const Entry& entry) {
+  struct stat status = {};
+  // Behind half a line, which a crash or a full disk left, begins a new one.
+  const bool endsInHalfALine = fstat(file, &status) == 0 && status.st_size > read_;
+  if (!writeAll(file, (endsInHalfALine ? "\n" : "") + lineOf(entry))) {
+    return folder_ + fileName + " cannot be written: " + std::strerror(errno);
+  }
+  refresh();
+  return {};
+}
+
+// A new file that takes the place of the old one, so that no half of it is ever read. Returns false
+// when another process has made one meanwhile.
+bool PutBackFiles::writeAnew(bool replaces, std::string& problem) {
   std::string contents = std::string(header) + "\n";
   for (const Entry& entry : entries_) {
     contents += lineOf(entry);
   }
   makeFolders(folder_);
   const std::string path = folder_ + fileName;
-  const std::string fresh = path + ".new";
-  std::string problem = writeOwnFile("The list of files that were put back", fresh, contents);
-  if (problem.empty() && std::rename(fresh.c_str(), path.c_str()) != 0) {
-    problem = path + " cannot be replaced: " + std::strerror(errno);
-    unlink(fresh.c_str());
-  }
+  const std::string fresh = path + secretName();
+  problem = writeOwnFile("The list of files that were put back", fresh, contents);
   if (!problem.empty()) {
-    log_.log(problem);
+    return true;
   }
+  const int error = !replaces ? renameWithoutReplacing(AT_FDCWD, fresh, AT_FDCWD, path)
+                    : std::rename(fresh.c_str(), path.c_str()) == 0 ? 0
+                                                                    : errno;
+  if (error != 0) {
+    problem = path + " cannot be replaced: " + std::strerror(error);
+    unlink(fresh.c_str());
+    return error != EEXIST;
+  }
+  unkept_.clear();
+  refresh();
+  return true;
 }
 
 }  // namespace quillo

@@ -1,12 +1,17 @@
 #pragma once
 
-#include <deque>
+#include <cstdint>
+#include <list>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "clamav/Verdict.h"
 #include "posix/FileIdentity.h"
 #include "posix/Mutex.h"
+#include "posix/UniqueFd.h"
 
 namespace quillo {
 
@@ -22,13 +27,18 @@ struct FilePrint {
   static std::optional<FilePrint> of(const std::string& path);
 };
 
-// The infected files that the user was shown and that then left their places: moved to the trash,
-// into the quarantine, or by anybody. One that lies there again unchanged was put back on purpose.
-// They are kept in a file that only this user can read, at most so many, and of more the latest.
-// Any thread.
+// The infected files that are to be left alone as long as they are what they are: those that the
+// user was shown and that then left their places (moved to the trash, into the quarantine, or by
+// anybody), for one that lies there again unchanged was put back on purpose; and those that he
+// allowed in so many words. They are kept in a file that only this user can read, at most so many,
+// and of more the latest.
+//
+// The file is a line "vantrel-quillo put-back 1" and then a line an entry. Several processes use
+// it: who adds holds a lock on it (flock(2)) and appends, or puts a new one in its place when half
+// of it is out of date; who asks reads what has been added since. Any thread.
 class PutBackFiles {
  public:
-  static constexpr std::size_t most = 200;
+  static constexpr std::size_t most = 20000;
 
   // `folder` is made when there is something to keep. What cannot be kept is known as long as this
   // process runs, and the reason is logged.
@@ -38,32 +48,62 @@ class PutBackFiles {
   void hasLeft(const Verdict& infection, const FilePrint& found);
   // Keeps a file that the scanner moved, to where the verdict says.
   void wasMoved(const Verdict& infection);
-  // Returns true when what lies there now is such a file, unchanged, in which the engine finds the
-  // same threat as before.
+  // Keeps a file that its user allows, whatever is found in it: the one that bears that path.
+  // Returns false when no file does, or it cannot be read.
+  bool allow(const std::string& path);
+  // Likewise one that is going to bear it; the hash is that of its contents.
+  void allow(const std::string& path, const FileIdentity& file, const std::string& hash);
+  // Returns true when what lies there now is such a file, unchanged, which is allowed or in which
+  // the engine finds the same threat as before.
   bool isPutBack(const Verdict& infection);
 
  private:
+  enum class Kind {
+    file,
+    copy,    // copied when it was moved: the time of its contents is that of the move
+    allowed  // whatever is found in it
+  };
   struct Entry {
-    std::string path;  // where it was found
+    Kind kind = Kind::file;
+    std::string path;  // where it was found, or is to lie
     std::string threat;
     FilePrint print;
-    // It was copied when it was moved: the time of its contents is that of the move.
-    bool isCopy = false;
   };
+  using Entries = std::list<Entry>;
 
   void add(Entry entry);
-  void readOnce() QUILLO_REQUIRES(lock_);
-  void write() QUILLO_REQUIRES(lock_);
+  void remember(Entry entry) QUILLO_REQUIRES(lock_);
+  void forgetAll() QUILLO_REQUIRES(lock_);
+  void drop(Entries::iterator entry) QUILLO_REQUIRES(lock_);
+  void unlist(std::uint64_t key, Entries::iterator entry) QUILLO_REQUIRES(lock_);
+  // Takes in what has come to the file since.
+  void refresh() QUILLO_REQUIRES(lock_);
+  void readOn(int file, std::int64_t size) QUILLO_REQUIRES(lock_);
+  // Returns what went wrong; "" when the entry is in the file.
+  std::string keep(const Entry& entry) QUILLO_REQUIRES(lock_);
+  UniqueFd openLocked() QUILLO_REQUIRES(lock_);
+  bool canGrow() const QUILLO_REQUIRES(lock_);
+  std::string append(int file, const Entry& entry) QUILLO_REQUIRES(lock_);
+  bool writeAnew(bool replaces, std::string& problem) QUILLO_REQUIRES(lock_);
   static bool isOf(const Entry& entry, const Verdict& infection, const FileIdentity& now);
   static std::string lineOf(const Entry& entry);
-  static std::optional<Entry> entryOf(const std::string& line);
+  static std::optional<Entry> entryOf(std::string_view line);
 
   // Constant after construction.
   const std::string folder_;
   SystemLog& log_;
   Mutex lock_;
-  bool isRead_ QUILLO_GUARDED_BY(lock_) = false;
-  std::deque<Entry> entries_ QUILLO_GUARDED_BY(lock_);
+  // The latest last.
+  Entries entries_ QUILLO_GUARDED_BY(lock_);
+  // By the file, and by the path where that counts.
+  std::unordered_multimap<std::uint64_t, Entries::iterator> byKey_ QUILLO_GUARDED_BY(lock_);
+  // What could not be written.
+  std::vector<Entry> unkept_ QUILLO_GUARDED_BY(lock_);
+  // Which file has been read, and how far.
+  std::uint64_t device_ QUILLO_GUARDED_BY(lock_) = 0;
+  std::uint64_t number_ QUILLO_GUARDED_BY(lock_) = 0;
+  std::int64_t read_ QUILLO_GUARDED_BY(lock_) = 0;
+  std::size_t lines_ QUILLO_GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace quillo

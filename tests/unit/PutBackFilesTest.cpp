@@ -200,5 +200,68 @@ TEST_F(PutBackFilesTest, AreKnownWithoutAPlaceToKeepThem) {
   EXPECT_EQ(log.lines().size(), 1U);
 }
 
+TEST_F(PutBackFilesTest, AllowAFileWhateverIsFoundInItUntilItChanges) {
+  EXPECT_TRUE(files.allow(path));
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  EXPECT_TRUE(files.isPutBack(find(path, "Worse")));
+  std::ofstream(path, std::ios::app) << "more";
+  EXPECT_FALSE(files.isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, AllowNothingWhereThereIsNoFile) {
+  EXPECT_FALSE(files.allow(folder.at("none")));
+  EXPECT_FALSE(TemporaryFolder::exists(store()));
+}
+
+TEST_F(PutBackFilesTest, AllowNoOtherFileOfTheSameContents) {
+  files.allow(path);
+  const std::string other = folder.write("other", "malware");
+  EXPECT_FALSE(files.isPutBack(find(other)));
+}
+
+// Numbers of file systems change between two starts of a machine.
+TEST_F(PutBackFilesTest, AllowAFileInItsPlaceAlsoOnAFileSystemOfAnotherNumber) {
+  FilePrint print = FilePrint::of(path).value();
+  print.identity.device += 1;
+  files.allow(path, print.identity, print.hash);
+  EXPECT_TRUE(files.isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, AreSharedByTwoProcesses) {
+  PutBackFiles others(state, log);
+  EXPECT_FALSE(others.isPutBack(find(path)));
+  files.allow(path);
+  EXPECT_TRUE(others.isPutBack(find(path)));
+  const std::string second = folder.write("second", "malware");
+  others.allow(second);
+  EXPECT_TRUE(files.isPutBack(find(second)));
+  PutBackFiles third(state, log);
+  EXPECT_TRUE(third.isPutBack(find(path)));
+  EXPECT_TRUE(third.isPutBack(find(second)));
+}
+
+TEST_F(PutBackFilesTest, AreWrittenBehindHalfALineThatACrashLeft) {
+  files.allow(path);
+  std::ofstream(store(), std::ios::app) << "allowed\t12";
+  const std::string second = folder.write("second", "malware");
+  files.allow(second);
+  PutBackFiles others(state, log);
+  EXPECT_TRUE(others.isPutBack(find(path)));
+  EXPECT_TRUE(others.isPutBack(find(second)));
+}
+
+TEST_F(PutBackFilesTest, LeaveOutOfTheirFileWhatHasBeenSaidAgain) {
+  PutBackFiles others(state, log);
+  for (int i = 0; i < 3000; ++i) {
+    files.allow(path);
+  }
+  EXPECT_LT(statusOf(store()).st_size, 2000 * 300);
+  EXPECT_TRUE(others.isPutBack(find(path)));
+  const std::string second = folder.write("second", "malware");
+  others.allow(second);
+  EXPECT_TRUE(files.isPutBack(find(second)));
+  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(find(path)));
+}
+
 }  // namespace
 }  // namespace quillo

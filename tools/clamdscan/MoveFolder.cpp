@@ -50,9 +50,7 @@ std::string distrustOf(int folder) {
   }
 }
 
-std::int64_t nanoseconds(const timespec& time) {
-  return time.tv_sec * 1000000000LL + time.tv_nsec;
-}
+std::int64_t nanoseconds(const timespec& time) { return time.tv_sec * 1000000000LL + time.tv_nsec; }
 
 // Takes the right to run it, for everybody, and set-user-ID and set-group-ID with it: 0 or an
 // errno.
@@ -132,7 +130,7 @@ std::string MoveFolder::find(Source& source) const {
 }
 
 MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned,
-                                    std::string_view threat) {
+                                     std::string_view threat) {
   Source source;
   source.parent = openWithoutLinks(deletingLastPathComponent(path), O_PATH | O_DIRECTORY);
   source.name = lastPathComponent(path);
@@ -250,7 +248,8 @@ int MoveFolder::place(Source& source, const std::string& name) {
   }
   if (error == 0 && !source.leadsThere(folder_.get(), name)) {
     // What took the scanned file's name goes back, unless that name has been taken once more.
-    const bool isBack = renameWithoutReplacing(folder_.get(), name, source.parent.get(), source.name) == 0;
+    const bool isBack =
+        renameWithoutReplacing(folder_.get(), name, source.parent.get(), source.name) == 0;
     return isBack ? ESTALE : ENOTRECOVERABLE;
   }
   return error;
@@ -315,8 +314,7 @@ int MoveFolder::settle(Source& source, int copied, const std::string& part,
   if (const int error = records_.replace(*source.record); error != 0) {
     return error;
   }
-  const int error =
-      renameWithoutReplacing(records_.descriptor(), part, folder_.get(), name);
+  const int error = renameWithoutReplacing(records_.descriptor(), part, folder_.get(), name);
   if (error == 0 && fsync(folder_.get()) != 0) {
     const int failure = errno;
     unlinkat(folder_.get(), name.c_str(), 0);

@@ -1,0 +1,90 @@
+#include "quarantine/Tidying.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "posix/FileMoving.h"
+#include "posix/PathOpening.h"
+#include "quarantine/OpenQuarantine.h"
+#include "quarantine/Restoration.h"
+
+namespace quillo {
+namespace {
+
+constexpr std::size_t hashLength = 64;
+
+bool isRecordsName(const std::string& entry) {
+  return entry.size() == hashLength &&
+         entry.find_first_not_of("0123456789abcdef") == std::string::npos;
+}
+
+bool isSettled(const QuarantineRecord& record, const FileIdentity& file) {
+  return record.state == QuarantineRecord::State::moved && isSameInFolder(record.identity, file);
+}
+
+// Whether it has arrived where it was to go. Then it gets the mode that it had.
+bool hasArrived(const QuarantineRecord& record) {
+  const UniqueFd file = openWithoutLinks(record.target, O_RDONLY | O_NOFOLLOW);
+  const auto identity = file ? FileIdentity::of(file.get()) : std::nullopt;
+  if (!identity || !isSameInFolder(*identity, record.restored)) {
+    return false;
+  }
+  restoreMode(file.get(), record);
+  return true;
+}
+
+void endRestoring(OpenQuarantine& quarantine, QuarantineRecord& record,
+                  const std::optional<FileIdentity>& here) {
+  const bool isStillHere = here && isSameInFolder(*here, record.restored);
+  if (!isStillHere && hasArrived(record)) {
+    // What a copy was made of goes, if that is still it.
+    if (here && record.isOf(*here)) {
+      unlinkat(quarantine.folder.get(), record.name.c_str(), 0);
+    }
+    quarantine.records.remove(record.name);
+  } else if (here && record.isOf(*here)) {
+    record.state = QuarantineRecord::State::moved;
+    record.identity = *here;
+    quarantine.records.replace(record);
+  } else if (!here) {
+    quarantine.records.remove(record.name);
+  }
+}
+
+void settle(OpenQuarantine& quarantine, QuarantineRecord& record) {
+  const auto here = FileIdentity::in(quarantine.folder.get(), record.name);
+  if (here && isSettled(record, *here)) {
+    return;
+  }
+  if (record.state == QuarantineRecord::State::restoring) {
+    endRestoring(quarantine, record, here);
+    return;
+  }
+  struct stat status = {};
+  const bool isTaken =
+      fstatat(quarantine.folder.get(), record.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+  if (!isTaken) {
+    quarantine.records.remove(record.name);
+  } else if (here && record.isOf(*here)) {
+    quarantine.records.confirm(record.name);
+  }
+}
+
+}  // namespace
+
+void tidyUp(OpenQuarantine& quarantine) {
+  for (const std::string& entry : quarantine.records.entries()) {
+    if (isSecretName(entry)) {
+      unlinkat(quarantine.records.descriptor(), entry.c_str(), 0);
+    } else if (isRecordsName(entry)) {
+      if (auto record = quarantine.records.at(entry)) {
+        settle(quarantine, *record);
+      }
+    }
+  }
+}
+
+}  // namespace quillo
