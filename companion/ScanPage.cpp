@@ -118,6 +118,7 @@ void ScanPage::start(Work work, const std::vector<std::string>& paths, InfectedF
   const auto running = std::make_shared<Running>(feed_, services_.scan,
                                                  work == Work::scan ? services_.history : nullptr);
   work_ = work;
+  movedBefore_ = movedSoFar();
   try {
     services_.scan.threads.detachNewThread("manual scan", [running, work, paths, action] {
       if (work == Work::scan) {
@@ -190,14 +191,19 @@ void ScanPage::showReport() {
   page_.focus("report");
 }
 
+std::uint64_t ScanPage::movedSoFar() {
+  const std::vector<ScanFinding>& finds = finds_.findings().finds()->findings();
+  return static_cast<std::uint64_t>(std::count_if(
+      finds.begin(), finds.end(),
+      [](const ScanFinding& finding) { return finding.done == ScanFinding::Done::moved; }));
+}
+
 void ScanPage::showMoved(const ManualScanResult& result) {
-  std::uint64_t moved = 0;
   std::uint64_t left = 0;
   for (const ScanFinding& finding : finds_.findings().finds()->findings()) {
-    moved += finding.done == ScanFinding::Done::moved ? 1 : 0;
     left += finding.done == ScanFinding::Done::notMoved ? 1 : 0;
   }
-  std::vector<std::string> lines = {words_.counted("SCAN_MOVED", moved)};
+  std::vector<std::string> lines = {words_.counted("SCAN_MOVED", movedSoFar() - movedBefore_)};
   if (left > 0) {
     lines.push_back(words_.counted("SCAN_NOT_MOVED", left));
   }

@@ -62,6 +62,7 @@ class ScanPage {
   void addToReport(const ManualScanResult& result);
   void showState();
   void showReport();
+  std::uint64_t movedSoFar();
   void showMoved(const ManualScanResult& result);
   void pauseOrGoOn();
   void scanVolume();
@@ -76,6 +77,7 @@ class ScanPage {
   std::vector<std::string> next_;
   ManualScanResult total_;
   bool hasReport_ = false;
+  std::uint64_t movedBefore_ = 0;  // of the finds, when the work began
   bool isAsking_ = false;
   bool closesAfterwards_ = false;
   Work work_ = Work::none;

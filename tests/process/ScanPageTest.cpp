@@ -1,0 +1,306 @@
+// The page that scans at once, with the tree's own scanner behind it.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <set>
+
+#include "companion/ScanPage.h"
+#include "platform/AgentLink.h"
+#include "posix/Text.h"
+#include "tests/fakes/companion/ManualScanBench.h"
+#include "tests/fakes/desktop/FakePage.h"
+#include "tests/process/FakeClientTree.h"
+
+namespace quillo {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class ChosenAgent final : public AgentLink {
+ public:
+  std::optional<AgentStatus> status() const override {
+    return runs ? std::optional<AgentStatus>(AgentStatus()) : std::nullopt;
+  }
+  void observe(std::function<void()>) override {}
+  std::string refresh() override { return {}; }
+  bool start() override {
+    ++starts;
+    return isKnown;
+  }
+  bool runs = false;
+  bool isKnown = true;
+  int starts = 0;
+};
+
+class ChosenFinds final : public AllowedFinds {
+ public:
+  bool isAllowed(const Verdict& infection) override { return allowed.count(infection.file()) > 0; }
+  std::string allow(const Verdict& infection) override {
+    if (problem.empty()) {
+      allowed.insert(infection.file());
+    }
+    return problem;
+  }
+  std::set<std::string> allowed;
+  std::string problem;
+};
+
+class ScanPageTest : public testing::Test {
+ protected:
+  ScanPageTest() {
+    bench.desktop.application.keepsPosted = true;
+    bench.desktop.preferenceStore.set(
+        "PathToClamav", deletingLastPathComponent(deletingLastPathComponent(tree.program())));
+    bench.desktop.preferenceStore.set("QuarantineFolder", tree.files().at("quarantine/"));
+    bench.desktop.localizedStrings.texts = {{"SCAN_REPORT_FOUND", "found %@"},
+                                            {"SCAN_REPORT_CLEAN", "clean %@"},
+                                            {"SCAN_DONE_MOVED_TO", "to %@"}};
+    open();
+  }
+  ~ScanPageTest() override {
+    page.reset();
+    bench.threads.join();
+  }
+
+  void open() {
+    page = std::make_unique<ScanPage>(
+        window, ScanPageServices{bench.services(), agent, [this] { return volumes; }, allowed,
+                                 [this](const Lines& paths) { excluded = paths; },
+                                 [this] { ++closings; }, &bench.history});
+  }
+  FakePage& shown() { return window.pages["scan"]; }
+  std::string path(const std::string& name) const { return tree.files().at(name); }
+  // Does what is posted to the main thread until that holds.
+  bool performUntil(const std::function<bool()>& holds) {
+    return awaitThat([&] {
+      bench.desktop.application.performPosted();
+      return holds();
+    });
+  }
+  bool awaitReport() {
+    return performUntil([this] { return shown().isVisible("report"); });
+  }
+  bool scan(const Lines& paths) {
+    page->scan(paths);
+    return awaitReport();
+  }
+  // Makes the daemon keep the first file for itself.
+  void holdTheDaemon() {
+    tree.daemon([this](const SessionClamd::Question& question) -> std::optional<std::string> {
+      if (!isHeld.exchange(true)) {
+        held.set_value();
+        letGo.get_future().wait();
+      }
+      return SessionClamd::truth(question);
+    });
+  }
+  std::string done(std::size_t row) { return shown().row("finds", row).cells[2]; }
+
+  wrapper::FakeClientTree tree;
+  ManualScanBench bench;
+  FakeMainWindow window;
+  ChosenAgent agent;
+  ChosenFinds allowed;
+  Lines volumes;
+  Lines excluded;
+  int closings = 0;
+  std::atomic<bool> isHeld = false;
+  std::promise<void> held;
+  std::promise<void> letGo;
+  std::unique_ptr<ScanPage> page;
+};
+
+TEST_F(ScanPageTest, ShowsNothingButChoicesAtFirst) {
+  for (const char* hidden : {"progressBox", "findsBox", "leftOutBox", "startAgent", "volumesBox"}) {
+    EXPECT_FALSE(shown().isVisible(hidden)) << hidden;
+  }
+  EXPECT_TRUE(page->mayClose());
+}
+
+TEST_F(ScanPageTest, ScansChosenAndDroppedFiles) {
+  shown().press("chooseFiles");
+  window.choosePaths({tree.file("infected")});
+  EXPECT_TRUE(shown().isVisible("progressBox"));
+  ASSERT_TRUE(awaitReport());
+  EXPECT_EQ(shown().rowCount("finds"), 1U);
+  shown().drop("page", {tree.file("clean")});
+  ASSERT_TRUE(awaitReport());
+  EXPECT_EQ(shown().rowCount("finds"), 0U);
+  EXPECT_FALSE(shown().isVisible("findsBox"));
+  EXPECT_EQ(shown().text("report"), "<SCAN_REPORT_NOTHING>\n<SCAN_REPORT_CLEAN_ONE>");
+}
+
+TEST_F(ScanPageTest, ListsVolumesWhenItIsShownAndScansTheChosenOne) {
+  volumes = {"/nowhere", tree.files().makeFolder("stick")};
+  tree.file("stick/infected");
+  window.show("scan");
+  ASSERT_TRUE(shown().isVisible("volumesBox"));
+  shown().choose("volumes", 1);
+  shown().press("scanVolume");
+  ASSERT_TRUE(awaitReport());
+  EXPECT_EQ(shown().rowCount("finds"), 1U);
+}
+
+TEST_F(ScanPageTest, ShowsFindsAndWhatWasNotScannedApart) {
+  ASSERT_TRUE(scan({tree.file("infected"), tree.files().write("empty", "")}));
+  EXPECT_EQ(shown().row("finds", 0).cells[0], path("infected"));
+  EXPECT_EQ(shown().row("leftOut", 0).cells, (Lines{path("empty"), "<SCAN_REASON_EMPTY>"}));
+  EXPECT_EQ(bench.history.calls().size(), 4U);
+}
+
+TEST_F(ScanPageTest, ScansWhatComesMeanwhileAfterwardsAndReportsBoth) {
+  holdTheDaemon();
+  page->scan({tree.file("infected1")});
+  held.get_future().wait();
+  page->scan({tree.file("infected2")});
+  letGo.set_value();
+  ASSERT_TRUE(performUntil([this] { return shown().text("report") == "found 2\nclean 0"; }))
+      << shown().text("report");
+  EXPECT_EQ(shown().rowCount("finds"), 2U);
+  tree.endDaemon();
+}
+
+TEST_F(ScanPageTest, MovesAllOfTheFindsToTheQuarantine) {
+  ASSERT_TRUE(scan({tree.file("infected1"), tree.file("infected2")}));
+  EXPECT_FALSE(shown().isEnabled("quarantine"));
+  shown().check("forAll", true);
+  shown().press("quarantine");
+  EXPECT_FALSE(shown().isEnabled("trash"));
+  ASSERT_TRUE(awaitReport());
+  EXPECT_EQ(done(0), "to " + path("quarantine/infected1"));
+  EXPECT_EQ(done(1), "to " + path("quarantine/infected2"));
+  EXPECT_FALSE(TemporaryFolder::exists(path("infected1")));
+  EXPECT_EQ(shown().text("report"), "<SCAN_MOVED>");
+}
+
+TEST_F(ScanPageTest, MovesTheChosenFindAlone) {
+  ASSERT_TRUE(scan({tree.file("infected1"), tree.file("infected2")}));
+  shown().select("finds", {1});
+  const std::string chosen = shown().row("finds", 1).cells[0];
+  const std::string other = shown().row("finds", 0).cells[0];
+  shown().press("quarantine");
+  ASSERT_TRUE(awaitReport());
+  EXPECT_FALSE(TemporaryFolder::exists(chosen));
+  EXPECT_TRUE(TemporaryFolder::exists(other));
+}
+
+TEST_F(ScanPageTest, OffersNoQuarantineWhereThereIsNone) {
+  bench.desktop.preferenceStore.remove("QuarantineFolder");
+  ASSERT_TRUE(scan({tree.file("infected")}));
+  shown().select("finds", {0});
+  EXPECT_FALSE(shown().isEnabled("quarantine"));
+  EXPECT_TRUE(shown().isVisible("noQuarantine"));
+  EXPECT_TRUE(shown().isEnabled("trash"));
+}
+
+TEST_F(ScanPageTest, AllowsFindsOnlyAfterAQuestion) {
+  ASSERT_TRUE(scan({tree.file("infected")}));
+  shown().select("finds", {0});
+  shown().press("allow");
+  window.answer("<SCAN_ALLOW_NO>");
+  EXPECT_TRUE(allowed.allowed.empty());
+  shown().press("allow");
+  EXPECT_TRUE(window.questions.back().isDangerous);
+  window.answer("<SCAN_ALLOW_YES>");
+  EXPECT_EQ(allowed.allowed.count(path("infected")), 1U);
+  EXPECT_EQ(done(0), "<SCAN_DONE_ALLOWED>");
+}
+
+TEST_F(ScanPageTest, SaysWhyAFindCannotBeAllowed) {
+  ASSERT_TRUE(scan({tree.file("infected")}));
+  allowed.problem = "no space";
+  shown().select("finds", {0});
+  shown().press("allow");
+  window.answer("<SCAN_ALLOW_YES>");
+  EXPECT_EQ(shown().text("report"), path("infected") + ": no space");
+  EXPECT_EQ(done(0), "<SCAN_DONE_LEFT>");
+}
+
+TEST_F(ScanPageTest, ShowsFindsInTheirFolderAndHasThemExcluded) {
+  ASSERT_TRUE(scan({tree.file("infected")}));
+  shown().select("finds", {0});
+  shown().press("showInFolder");
+  EXPECT_EQ(bench.desktop.workspace.selected, Lines{path("infected")});
+  shown().press("exclude");
+  EXPECT_EQ(excluded, Lines{path("infected")});
+}
+
+TEST_F(ScanPageTest, OffersToStartTheAgentWhenNobodyAnswers) {
+  tree.endDaemon();
+  ASSERT_TRUE(scan({tree.file("clean")}));
+  ASSERT_TRUE(shown().isVisible("startAgent"));
+  shown().press("startAgent");
+  EXPECT_EQ(agent.starts, 1);
+  EXPECT_EQ(shown().text("report"), "<SCAN_AGENT_STARTS>");
+}
+
+TEST_F(ScanPageTest, OffersNoAgentThatRuns) {
+  tree.endDaemon();
+  agent.runs = true;
+  ASSERT_TRUE(scan({tree.file("clean")}));
+  EXPECT_FALSE(shown().isVisible("startAgent"));
+}
+
+// Whose daemon has a file until it is let go.
+class ScanPageAtWork : public ScanPageTest {
+ protected:
+  ScanPageAtWork() {
+    holdTheDaemon();
+    page->scan({tree.file("clean")});
+    held.get_future().wait();
+  }
+  ~ScanPageAtWork() override {
+    end();
+    page.reset();
+    bench.threads.join();
+    tree.endDaemon();
+  }
+  void end() {
+    if (!std::exchange(isOver, true)) {
+      letGo.set_value();
+    }
+  }
+  bool isOver = false;
+};
+
+TEST_F(ScanPageAtWork, AsksBeforeTheWindowCloses) {
+  EXPECT_FALSE(page->mayClose());
+  EXPECT_FALSE(page->mayClose());
+  EXPECT_EQ(window.questions.size(), 1U);
+  window.answer("<SCAN_CLOSE_STAY>");
+  EXPECT_EQ(closings, 0);
+  end();
+  ASSERT_TRUE(awaitReport());
+  EXPECT_EQ(shown().text("report"), "<SCAN_REPORT_NOTHING>\n<SCAN_REPORT_CLEAN_ONE>");
+}
+
+TEST_F(ScanPageAtWork, StopsAndClosesWhenItsUserWantsThat) {
+  EXPECT_FALSE(page->mayClose());
+  window.answer("<SCAN_CLOSE_STOP>");
+  EXPECT_TRUE(performUntil([this] { return closings == 1; }));
+  EXPECT_TRUE(page->mayClose());
+}
+
+TEST_F(ScanPageAtWork, IsStoppedByItsButton) {
+  shown().press("stop");
+  ASSERT_TRUE(awaitReport());
+  EXPECT_TRUE(shown().text("report").starts_with("<SCAN_REPORT_STOPPED>"));
+}
+
+TEST_F(ScanPageAtWork, EndsItsScanWhenItGoes) {
+  page.reset();
+  bench.threads.join();
+  EXPECT_EQ(bench.history.calls().back(), "ended 0");
+}
+
+TEST_F(ScanPageAtWork, DoesNothingAboutFindsMeanwhile) {
+  shown().check("forAll", true);
+  for (const char* button : {"quarantine", "trash", "allow", "exclude", "scanAgain"}) {
+    EXPECT_FALSE(shown().isEnabled(button)) << button;
+  }
+}
+
+}  // namespace
+}  // namespace quillo
