@@ -35,22 +35,10 @@ class PreferenceFile {
   void open();
 
  private:
-  std::string engineFolder() const;
   // Returns nothing without the template.
   std::optional<std::string> first() const;
 
   const PreferenceFileServices services_;
 };
-
-// What goes into the places of the template.
-struct FirstPreferences {
-  std::string engine;
-  std::string updateLog;
-  std::string folder;
-};
-// Returns the template with its places filled in, as text of TOML. Pure.
-std::string filledIn(std::string text, const FirstPreferences& values);
-// Returns the text with every line made a comment. Pure.
-std::string commentedOut(const std::string& text);
 
 }  // namespace quillo

@@ -29,16 +29,6 @@ class PreferenceFileTest : public testing::Test {
                        desktop.systemLog, desktop.workspace}};
 };
 
-TEST(FirstPreferences, AreTextOfTomlWhateverThePaths) {
-  EXPECT_EQ(filledIn("a = \"@ENGINE@\"\nb = \"@UPDATE_LOG@\"\nc = \"@FOLDER@\"\n",
-                     {R"(/a "b" \c)", "/log", "~/Downloads"}),
-            "a = \"/a \\\"b\\\" \\\\c\"\nb = \"/log\"\nc = \"~/Downloads\"\n");
-}
-
-TEST(FirstPreferences, CanBeComments) {
-  EXPECT_EQ(commentedOut("# a\n\nb = 1\n"), "# a\n\n#b = 1\n");
-}
-
 TEST_F(PreferenceFileTest, IsWrittenWhereThereIsNoneAndOpened) {
   file.open();
   EXPECT_EQ(contents(), "# For people\n\nPathToClamav = \"" + home.path() +
