@@ -12,6 +12,7 @@ class ModifierKeys;
 class PlannedScans;
 class PreferenceStore;
 class SystemLog;
+class TrashFolders;
 class Volumes;
 class Workspace;
 
@@ -28,6 +29,7 @@ struct CompanionDesktop {
   PlannedScans& plannedScans;
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
+  TrashFolders& trashFolders;
   Volumes& volumes;
   Workspace& workspace;
 };

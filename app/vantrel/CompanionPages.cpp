@@ -6,6 +6,8 @@
 
 #include "app/vantrel/CompanionParts.h"
 #include "companion/PlannedPage.h"
+#include "companion/ResultsPage.h"
+#include "platform/Folders.h"
 
 namespace quillo {
 namespace {
@@ -27,6 +29,31 @@ LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
                           parts.threads, timeInWords})};
 }
 
+// What its user has agreed to; if it cannot be done, he is told.
+void exclude(CompanionParts& parts, MainWindow& window, const std::string& expression) {
+  LocalizedStrings& strings = parts.desktop.localizedStrings;
+  const Wording problem = parts.exclusions.addExclusion({expression, true});
+  if (!problem.empty()) {
+    window.ask({problem.in(strings), "", {strings.stringForKey("WINDOW_BUTTON_CLOSE", "&Close")}},
+               [](std::size_t) {});
+  }
+}
+
+LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
+  const CompanionDesktop& desktop = parts.desktop;
+  auto logic = std::make_shared<ResultsPage>(
+      page, window,
+      ResultsServices{desktop.application, parts.threads, desktop.clock, desktop.localizedStrings,
+                      desktop.workspace, desktop.folders.stateFolder(),
+                      desktop.folders.homeFolder(),
+                      [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
+                      [&parts, &window](const std::string& expression) {
+                        exclude(parts, window, expression);
+                      }});
+  window.onShown("results", [results = logic.get()] { results->historyChanged(); });
+  return {logic};
+}
+
 }  // namespace
 
 std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& window) {
@@ -35,7 +62,7 @@ std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& win
     return CompanionPage{name,
                          [&parts, &window, make](Page& its) { return make(parts, window, its); }};
   };
-  return {page("planned", plannedPage)};
+  return {page("results", resultsPage), page("planned", plannedPage)};
 }
 
 }  // namespace quillo

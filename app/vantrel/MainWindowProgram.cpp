@@ -60,6 +60,7 @@ int showWindow(CompanionPlatform& platform, const StartRequest& start) {
   CompanionParts parts(desktop);
   Companion companion({platform.window(), desktop.localizedStrings, desktop.systemLog},
                       companionPages(parts, platform.window()));
+  parts.scan = [&companion](const std::vector<std::string>& paths) { companion.open(paths); };
   int status = 0;
   const auto begin = [&] {
     if (start.kind == StartRequest::Kind::service) {

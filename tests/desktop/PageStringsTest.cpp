@@ -4,7 +4,6 @@
 #include <QFile>
 #include <QXmlStreamReader>
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -52,11 +51,40 @@ std::size_t count(const std::string& text, const std::string& what) {
   return times;
 }
 
-// A text of an interface file: the property that it is, its key, and its English.
+// A text of an interface file: the property that it is, its key, its English, and, where it lies in
+// one of several boxes of which one is seen at a time ("step…", "…Tab"), the name of that box.
 struct FileText {
   std::string property;
   std::string key;
   std::string text;
+  std::string box;
+
+  bool isSeenWith(const FileText& other) const {
+    return box.empty() || other.box.empty() || box == other.box;
+  }
+};
+
+// The widgets around the place in the file.
+class WidgetStack {
+ public:
+  void follow(const QXmlStreamReader& reader) {
+    if (reader.isStartElement() && reader.name() == u"widget") {
+      names_.push_back(reader.attributes().value("name").toString().toStdString());
+    } else if (reader.isEndElement() && reader.name() == u"widget") {
+      names_.pop_back();
+    }
+  }
+  std::string box() const {
+    for (const std::string& name : names_) {
+      if (name.starts_with("step") || name.ends_with("Tab")) {
+        return name;
+      }
+    }
+    return "";
+  }
+
+ private:
+  std::vector<std::string> names_;
 };
 
 std::vector<FileText> textsOf(const QString& path) {
@@ -65,15 +93,18 @@ std::vector<FileText> textsOf(const QString& path) {
   QXmlStreamReader reader(&file);
   std::vector<FileText> texts;
   std::string property;
+  WidgetStack widgets;
   while (!reader.atEnd()) {
-    if (reader.readNext() != QXmlStreamReader::StartElement) {
+    reader.readNext();
+    widgets.follow(reader);
+    if (!reader.isStartElement()) {
       continue;
     }
     if (reader.name() == u"property") {
       property = reader.attributes().value("name").toString().toStdString();
     } else if (reader.name() == u"string" && reader.attributes().value("notr") != u"true") {
       const std::string key = reader.attributes().value("comment").toString().toStdString();
-      texts.push_back({property, key, reader.readElementText().toStdString()});
+      texts.push_back({property, key, reader.readElementText().toStdString(), widgets.box()});
     }
   }
   EXPECT_FALSE(reader.hasError()) << path.toStdString();
@@ -156,7 +187,23 @@ TEST(PageStrings, OfTheInterfaceFilesAreInTheTables) {
   }
 }
 
-TEST(PageStrings, GiveEveryWidgetOfAPageAnAccessKeyOfItsOwn) {
+// Returns the pairs of texts that are seen together and have the same access key.
+std::vector<std::string> clashesIn(const std::vector<FileText>& file, Texts& texts) {
+  std::vector<std::string> clashes;
+  for (std::size_t at = 0; at < file.size(); ++at) {
+    const std::string accessKey = accessKeyOf(texts[file[at].key]);
+    for (std::size_t before = 0; before < at && !accessKey.empty(); ++before) {
+      const bool isOther = file[before].key != file[at].key;
+      if (isOther && file[at].property == "text" && file[before].property == "text" &&
+          file[at].isSeenWith(file[before]) && accessKeyOf(texts[file[before].key]) == accessKey) {
+        clashes.push_back(file[before].key + " and " + file[at].key);
+      }
+    }
+  }
+  return clashes;
+}
+
+TEST(PageStrings, GiveEveryWidgetThatIsSeenAnAccessKeyOfItsOwn) {
   const QDir folder(interfaceFolder);
   for (const char* language : languages) {
     Texts texts;
@@ -164,15 +211,8 @@ TEST(PageStrings, GiveEveryWidgetOfAPageAnAccessKeyOfItsOwn) {
       texts.merge(tableOf(page, language));
     }
     for (const QString& name : folder.entryList({"*.ui"})) {
-      std::map<std::string, std::string> taken;
-      for (const FileText& each : textsOf(folder.filePath(name))) {
-        const std::string accessKey = accessKeyOf(texts[each.key]);
-        if (each.property != "text" || accessKey.empty()) {
-          continue;
-        }
-        const auto [at, isNew] = taken.emplace(accessKey, each.key);
-        EXPECT_TRUE(isNew || at->second == each.key)
-            << name.toStdString() << " " << language << ": " << each.key << " and " << at->second;
+      for (const std::string& clash : clashesIn(textsOf(folder.filePath(name)), texts)) {
+        ADD_FAILURE() << name.toStdString() << " " << language << ": " << clash;
       }
     }
   }

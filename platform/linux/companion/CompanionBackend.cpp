@@ -37,10 +37,12 @@ CompanionBackend::CompanionBackend(CompanionLog& log, Application& application)
               StringTables::preferredLanguages(environment), report),
       preferences(TomlPreferenceStore::folders(environment, folders.homeFolder()), agentDomain,
                   [this](const std::string& problem, const Wording&) { systemLog.log(problem); }),
+      trash(environment, folders.homeFolder(), getuid()),
       volumes(accountNumbered(getuid()).name),
       plannedScans(sessionBus, LinuxFolders::pathOfThisProgram(), unitFolder(environment, folders)),
-      desktop{application,  launcher,     log.clock,   notificationCenter, folders, strings,
-              modifierKeys, plannedScans, preferences, systemLog,          volumes, workspace} {
+      desktop{application, launcher,     log.clock,    notificationCenter, folders,
+              strings,     modifierKeys, plannedScans, preferences,        systemLog,
+              trash,       volumes,      workspace} {
   setGuardReport(report);
   preferences.addSuiteNamed(identifier);
 }

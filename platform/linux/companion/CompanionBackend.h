@@ -6,6 +6,7 @@
 
 #include "platform/CompanionDesktop.h"
 #include "platform/linux/dialogs/ButtonEvents.h"
+#include "platform/linux/names/LinuxTrashFolders.h"
 #include "platform/linux/names/LinuxVolumes.h"
 #include "platform/linux/planned/SystemdTimers.h"
 #include "platform/linux/preferences/TomlPreferenceStore.h"
@@ -51,6 +52,7 @@ class CompanionBackend {
   SessionBusNotificationCenter notificationCenter{sessionBus};
   DesktopApplicationLauncher launcher{sessionBus, report};
   DesktopWorkspace workspace{sessionBus};
+  LinuxTrashFolders trash;
   LinuxVolumes volumes;
   SystemdTimers plannedScans;
   QtModifierKeys modifierKeys;

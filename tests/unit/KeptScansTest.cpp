@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include "clamav/Verdict.h"
+#include "companion/KeptScans.h"
+#include "history/HistoryReader.h"
+#include "history/HistoryWriter.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace quillo {
+namespace {
+
+class KeptScansTest : public testing::Test {
+ protected:
+  HistoryReader& history() {
+    writer.end(std::chrono::seconds(0));
+    writer.step();
+    EXPECT_EQ(reader.open(), HistoryReader::State::good) << reader.reason();
+    return reader;
+  }
+
+  TemporaryFolder folder;
+  ManualClock clock;
+  FakeSystemLog log;
+  FakeTrashFolders trash;
+  HistoryWriter writer{{clock, log, folder.path(), "/home/ada", nullptr, {}}};
+  HistoryReader reader{folder.path()};
+  KeptScans scans{
+      {writer, trash, clock, ScanSource::byHand, [] { return InfectedFileAction::leaveInPlace; }}};
+};
+
+TEST_F(KeptScansTest, AreRunsWithWhatTheyFound) {
+  scans.runBegan({"/home/ada/stick"});
+  scans.verdict(Verdict::parse("/home/ada/stick/a: Win.Test FOUND"));
+  ManualScanResult result;
+  result.clean = 7;
+  result.found = 1;
+  result.notScanned = 2;
+  result.isStopped = true;
+  scans.runEnded(result);
+  const std::vector<ScanRun> runs = history().runs(10);
+  ASSERT_EQ(runs.size(), 1U);
+  EXPECT_EQ(runs[0].source, ScanSource::byHand);
+  EXPECT_EQ(runs[0].paths, std::vector<std::string>{"/home/ada/stick"});
+  EXPECT_TRUE(runs[0].ended);
+  EXPECT_EQ(runs[0].clean, 7U);
+  EXPECT_EQ(runs[0].found, 1U);
+  EXPECT_EQ(runs[0].notScanned, 2U);
+  EXPECT_TRUE(runs[0].wasStopped);
+  const HistorySelection all = reader.select({});
+  ASSERT_EQ(all.count(), 1U);
+  const HistoryResult row = reader.rows(all, 0, 1).at(0);
+  EXPECT_EQ(row.path, "/home/ada/stick/a");
+  EXPECT_EQ(row.run, runs[0].id);
+  EXPECT_EQ(row.outcome, HistoryResult::Outcome::leftInPlace);
+}
+
+TEST_F(KeptScansTest, ThatWereCutOffHaveNoEnd) {
+  scans.runBegan({"/a"});
+  const std::vector<ScanRun> runs = history().runs(10);
+  ASSERT_EQ(runs.size(), 1U);
+  EXPECT_FALSE(runs[0].ended);
+}
+
+TEST_F(KeptScansTest, TakeNothingBetweenTwoRuns) {
+  scans.verdict(Verdict::parse("/a: Win.Test FOUND"));
+  scans.runEnded({});
+  scans.runBegan({"/b"});
+  scans.runEnded({});
+  EXPECT_EQ(history().runs(10).size(), 1U);
+  EXPECT_EQ(reader.select({}).count(), 0U);
+}
+
+}  // namespace
+}  // namespace quillo
