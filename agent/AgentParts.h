@@ -14,6 +14,7 @@
 #include "agent/ScanParameters.h"
 #include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
+#include "agent/StatusReport.h"
 #include "agent/TrayHint.h"
 #include "agent/WatchList.h"
 #include "agent/Watching.h"
@@ -101,6 +102,7 @@ struct AgentParts {
   FolderOpener folderOpener;
   Watching watching;
   Health health;  // asks others of these
+  StatusReport statusReport;
 
  private:
   AgentParts(const AgentServices& given, const Platform& desktop, Throbber& menu);
