@@ -20,7 +20,7 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       scannerLink({preferences, clamdLink, statusBoard, menu, watching, folderOpener}),
       watcherLink({watchList, watching, statusBoard, menu}),
       engineLink(preferences, noEngineWindow),
-      menuLink({scannerCount, statusBoard, watching, health, preferences}),
+      menuLink({scannerCount, statusBoard, watching, health, preferences, desktop.statusPublisher}),
       history({given.clock, desktop.systemLog, desktop.folders.stateFolder(),
                desktop.folders.homeFolder()}),
       historyObserver(scannerLink, history, desktop.trashFolders, given.clock),
@@ -100,6 +100,7 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                 if (statusBoard.status().definitions != DefinitionState::none) {
                   definitionsWarning.definitionsCame();
                 }
-              }}) {}
+              }}),
+      statusReport({menu, statusBoard, watchList, watching, preferences}) {}
 
 }  // namespace quillo

@@ -14,6 +14,7 @@
 #include "agent/ScanLog.h"
 #include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
+#include "agent/StatusReport.h"
 #include "agent/TrayHint.h"
 #include "agent/WatchList.h"
 #include "agent/Watching.h"
@@ -106,6 +107,7 @@ struct AgentParts {
   FolderOpener folderOpener;
   Watching watching;
   Health health;  // asks others of these
+  StatusReport statusReport;
 
  private:
   AgentParts(const AgentServices& given, const Platform& desktop, Throbber& menu);

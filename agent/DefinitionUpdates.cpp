@@ -4,6 +4,7 @@
 #include "agent/Notifications.h"
 #include "agent/Preferences.h"
 #include "engine/ClamdLink.h"
+#include "engine/DefinitionUpdater.h"
 #include "menu/Throbber.h"
 #include "platform/Application.h"
 #include "platform/Dialog.h"
@@ -65,15 +66,8 @@ void DefinitionUpdates::performDefsUpdate(bool notify) {
   } const shown{*this};
   // Taken once: watching may stop or start anew, and change them, while the updater runs.
   const auto settings = preferences_.settings();
-  LaunchRequest request{settings->freshclamPATH.value_or("")};
+  const LaunchRequest request = definitionUpdateRequest(*settings);
   const bool exit1MeansUpdated = settings->needsExit1FreshclamFlag;
-  if (const auto logLocation = freshclamLogLocation(*settings)) {
-    request.arguments.push_back(*logLocation);
-  }
-  if (exit1MeansUpdated) {
-    request.arguments.emplace_back("--on-update-execute=EXIT_1");
-  }
-  request.output = LaunchRequest::Output::discardedStdout;
   if (isReadableFile(request.launchPath)) {
     showResult(runUpdater(request), exit1MeansUpdated, notify);
   } else {

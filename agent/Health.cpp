@@ -88,6 +88,8 @@ bool Health::look() {
                                 : isOld           ? DefinitionState::old
                                                   : DefinitionState::goodOrUnknown;
   services_.statusBoard.setDefinitions(state, isOld ? static_cast<std::size_t>(days) : 0);
+  services_.statusBoard.setDefinitionFacts(
+      {definitions.real ? definitions.built : std::nullopt, definitions.folder});
   if (isOld && !std::exchange(ageIsLogged_, true)) {
     services_.systemLog.log("The virus definitions are " + std::to_string(days) +
                             " days old: newer malware is not found until they have been updated");

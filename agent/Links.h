@@ -18,6 +18,7 @@
 #include "agent/Watching.h"
 #include "engine/ClamdLink.h"
 #include "menu/Throbber.h"
+#include "platform/AgentLink.h"
 #include "posix/Mutex.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/ScannerOwner.h"
@@ -143,6 +144,7 @@ class MenuLink final : public ThrobberOwner {
     Watching& watching;
     Health& health;
     const Preferences& preferences;
+    StatusPublisher& statusPublisher;
   };
   explicit MenuLink(const Parts& parts) : parts_(parts) {}
 
@@ -154,6 +156,7 @@ class MenuLink final : public ThrobberOwner {
   Condition& throbberLock() override { return parts_.scannerCount.throbberLock(); }
   void restartWatcher() override { parts_.watching.restartWatcherSoon(); }
   void updateEnded() override { parts_.health.lookSoon(); }
+  void statusChanged() override { parts_.statusPublisher.statusChanged(); }
   std::optional<std::string> updateLog() override {
     return parts_.preferences.settings()->updateLog;
   }

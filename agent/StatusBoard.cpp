@@ -15,6 +15,12 @@
 #include "settings/TypedPreferences.h"
 
 namespace quillo {
+namespace {
+
+// Between two runs of the engine: what comes that soon belongs to the same scanning.
+constexpr std::chrono::seconds longestPause(3);
+
+}  // namespace
 
 StatusFacts StatusBoard::status() {
   StatusFacts facts;
@@ -29,7 +35,10 @@ StatusFacts StatusBoard::status() {
   facts.filesBeingScanned = filesBeingScanned_;
   MutexLock hold(mutex_);
   facts.missingFolders = missingFolders_.size();
-  facts.missingFolder = missingFolders_.empty() ? "" : missingFolders_.front();
+  facts.missingFolder =
+      missingFolders_.empty()
+          ? ""
+          : abbreviatingWithTilde(missingFolders_.front(), services_.folders.homeFolder());
   return facts;
 }
 
@@ -43,22 +52,71 @@ void StatusBoard::setWatchedFolders(const std::vector<std::string>& folders) {
 }
 
 void StatusBoard::setMissingFolders(const std::vector<std::string>& folders) {
-  std::vector<std::string> shown;
-  for (const std::string& folder : folders) {
-    shown.push_back(abbreviatingWithTilde(folder, services_.folders.homeFolder()));
-  }
   MutexLock hold(mutex_);
-  missingFolders_ = std::move(shown);
+  missingFolders_ = folders;
+}
+
+void StatusBoard::setDefinitionFacts(const DefinitionFacts& definitions) {
+  MutexLock hold(mutex_);
+  definitionFacts_ = definitions;
+}
+
+void StatusBoard::setWatching(bool watching) {
+  MutexLock hold(mutex_);
+  if (!watching) {
+    watchingSince_.reset();
+  } else if (!watchingSince_) {
+    watchingSince_ = services_.clock.wallTime();
+  }
+}
+
+void StatusBoard::setHistoryProblem(const std::string& problem) {
+  {
+    MutexLock hold(mutex_);
+    historyProblem_ = problem;
+  }
+  changed();
+}
+
+ActivityFacts StatusBoard::activity() {
+  ActivityFacts facts;
+  facts.verdicts = verdicts_;
+  MutexLock hold(mutex_);
+  facts.scanningSince = filesBeingScanned_ > 0 ? scanningSince_ : std::nullopt;
+  facts.watchingSince = watchingSince_;
+  facts.definitions = definitionFacts_;
+  facts.missingFolders = missingFolders_;
+  facts.historyProblem = historyProblem_;
+  return facts;
+}
+
+void StatusBoard::changed() const {
+  if (hasChanged_) {
+    hasChanged_();
+  }
 }
 
 void StatusBoard::runBegan(std::size_t files) {
-  filesBeingScanned_ += files;
+  {
+    MutexLock hold(mutex_);
+    const auto now = services_.clock.now();
+    if (filesBeingScanned_ == 0 && (!pausedAt_ || now - *pausedAt_ > longestPause)) {
+      scanningSince_ = services_.clock.wallTime();
+    }
+    filesBeingScanned_ += files;
+  }
   services_.scannerCount.modifyScannerCountBy(1);
+  changed();
 }
 
 void StatusBoard::runEnded(std::size_t files) {
-  filesBeingScanned_ -= files;
+  {
+    MutexLock hold(mutex_);
+    filesBeingScanned_ -= files;
+    pausedAt_ = services_.clock.now();
+  }
   services_.scannerCount.modifyScannerCountBy(-1);
+  changed();
 }
 
 void StatusBoard::verdictGiven(const Verdict& verdict) {
@@ -68,9 +126,16 @@ void StatusBoard::verdictGiven(const Verdict& verdict) {
   if (judged && engineMissing_.exchange(false) && engineIsBack_) {
     engineIsBack_();
   }
-  if (!judged) {
-    return;
+  if (judged) {
+    showOrKeep(verdict);
   }
+  if (verdict.kind == Verdict::Kind::infected || verdict.kind == Verdict::Kind::notScanned) {
+    ++verdicts_;
+    changed();
+  }
+}
+
+void StatusBoard::showOrKeep(const Verdict& verdict) {
   Given given{services_.clock.wallTime(), verdict.path, verdict.threat,
               verdict.kind == Verdict::Kind::infected};
   MutexLock hold(mutex_);

@@ -2,8 +2,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +25,25 @@ class ScannerCount;
 class SystemLog;
 class TypedPreferences;
 
+// The virus definitions, as the last look found them.
+struct DefinitionFacts {
+  std::optional<std::chrono::system_clock::time_point> built = {};
+  std::string folder = {};
+};
+
+// What runs now and what came of it, besides the facts behind the words.
+struct ActivityFacts {
+  // Nothing while nothing is scanned, or watched.
+  std::optional<std::chrono::system_clock::time_point> scanningSince;
+  std::optional<std::chrono::system_clock::time_point> watchingSince;
+  // Finds and files that could not be scanned, since the agent began.
+  std::uint64_t verdicts = 0;
+  DefinitionFacts definitions;
+  std::vector<std::string> missingFolders;  // bytes
+  // Why the history is not kept; "" where it is.
+  std::string historyProblem;
+};
+
 // The services that the status board uses. All of them outlive it.
 struct StatusBoardServices {
   Clock& clock;
@@ -40,6 +61,7 @@ class StatusBoard final : public ScanObserver {
 
   // Returns the facts; those that only the menu knows keep their defaults.
   StatusFacts status();
+  ActivityFacts activity();
   void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
   void setEngineMissing(bool missing) { engineMissing_ = missing; }
   void setPreferencesMissing(bool missing) { preferencesMissing_ = missing; }
@@ -47,6 +69,9 @@ class StatusBoard final : public ScanObserver {
     definitions_ = state;
     daysOfDefinitions_ = days;
   }
+  void setDefinitionFacts(const DefinitionFacts& definitions);
+  void setWatching(bool watching);
+  void setHistoryProblem(const std::string& problem);
   // `folders` were chosen and are not there.
   void setMissingFolders(const std::vector<std::string>& folders);
   void setHelperFails(bool fails) { helperFails_ = fails; }
@@ -57,6 +82,9 @@ class StatusBoard final : public ScanObserver {
   void setEngineIsBack(std::function<void()> engineIsBack) {
     engineIsBack_ = std::move(engineIsBack);
   }
+  // Sets what is called, on any thread, when what is scanned, or what came of it, has changed. To
+  // be set before the scanners run.
+  void setHasChanged(std::function<void()> hasChanged) { hasChanged_ = std::move(hasChanged); }
   // Hands verdicts to the Dock tile from now on, beginning with the last ones before.
   void showVerdicts();
 
@@ -73,12 +101,15 @@ class StatusBoard final : public ScanObserver {
     bool isThreat = false;
   };
 
+  void changed() const;
+  void showOrKeep(const Verdict& verdict);
   void show(const Given& given) const;
   static std::string timeOf(std::chrono::system_clock::time_point at);
 
   // Constant once the scanners run.
   const StatusBoardServices services_;
   std::function<void()> engineIsBack_;
+  std::function<void()> hasChanged_;
   // Own synchronisation.
   std::atomic<bool> settingUp_{false};
   std::atomic<bool> engineMissing_{false};
@@ -89,9 +120,16 @@ class StatusBoard final : public ScanObserver {
   std::atomic<std::size_t> watchedFolders_{0};
   std::atomic<std::size_t> placesWithGaps_{0};
   std::atomic<std::size_t> filesBeingScanned_{0};
+  std::atomic<std::uint64_t> verdicts_{0};
 
   Mutex mutex_;
   std::vector<std::string> missingFolders_ QUILLO_GUARDED_BY(mutex_);
+  DefinitionFacts definitionFacts_ QUILLO_GUARDED_BY(mutex_);
+  std::optional<std::chrono::system_clock::time_point> watchingSince_ QUILLO_GUARDED_BY(mutex_);
+  std::optional<std::chrono::system_clock::time_point> scanningSince_ QUILLO_GUARDED_BY(mutex_);
+  // When the last run ended, by the time that never runs backwards.
+  std::optional<std::chrono::nanoseconds> pausedAt_ QUILLO_GUARDED_BY(mutex_);
+  std::string historyProblem_ QUILLO_GUARDED_BY(mutex_);
   bool showsVerdicts_ QUILLO_GUARDED_BY(mutex_) = false;
   // The last ones, for as long as they are not shown.
   std::deque<Given> unseen_ QUILLO_GUARDED_BY(mutex_);

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/MainInterface.h"
 #include "platform/Session.h"
@@ -24,6 +25,8 @@ VantrelQuillo::VantrelQuillo(const AgentServices& services, Throbber& mainMenu)
   parts_.secondPatientScanner.setMyName("secondPatientScanner");
   parts_.mainMenu.setController(parts_.menuLink);
   parts_.statusBoard.setEngineIsBack([this] { parts_.mainMenu.showStatus(); });
+  parts_.statusBoard.setHasChanged(
+      [this] { parts_.services.platform.statusPublisher.statusChanged(); });
   connectInterface();
   parts_.scanLog.logAllToScanLog();
 }
@@ -96,6 +99,10 @@ void VantrelQuillo::answerScripts() {
         }
         return restartWatchingViaAS();
       });
+  StatusPublisher& publisher = parts_.services.platform.statusPublisher;
+  publisher.publishStatus([this] { return parts_.statusReport.status(); });
+  // Whoever asked before there was an answer.
+  publisher.statusChanged();
 }
 
 void VantrelQuillo::listenToDesktop() {

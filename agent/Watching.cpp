@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "agent/AgentParts.h"
+#include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/Session.h"
 #include "platform/SystemLog.h"
@@ -61,6 +62,7 @@ void Watching::goingToSleep() {
           "again");
       end();
       startAfterSleep = true;
+      parts_.services.platform.statusPublisher.statusChanged();
     }
     log("Nighty night!");
   });
@@ -73,6 +75,7 @@ void Watching::wakingUp() {
     if (startAfterSleep) {
       begin(false);
       startAfterSleep = false;
+      parts_.services.platform.statusPublisher.statusChanged();
     }
   });
 }
@@ -136,6 +139,7 @@ void Watching::setUp(bool update) {
   parts_.statusBoard.setMissingFolders(parts_.watchList.missingFolders());
   parts_.services.platform.systemLog.log(parts_.watchList.inWords());
   startWatcherThread();
+  parts_.statusBoard.setWatching(true);
   parts_.nameWatcher.start();
   if (update && preferences.settings()->updateDefsAtLaunch) {
     parts_.definitionUpdates.updateVirusDefsAndNotify(false);
@@ -179,6 +183,7 @@ void Watching::finishEnd() {
   parts_.nameWatcher.stop();
   parts_.watchList.stop();
   parts_.statusBoard.setWatchedFolders({});
+  parts_.statusBoard.setWatching(false);
   parts_.preferences.drop();
   parts_.scanParameters.empty();
 }
@@ -197,6 +202,7 @@ void Watching::quitOnceLaunched() {
   if (std::exchange(quitWaits_, true)) {
     return;
   }
+  parts_.services.platform.statusPublisher.statusChanged();
   try {
     parts_.services.threads.detachNewThread("quit", [this] {
       parts_.services.clock.sleepFor(longestLaunchAtQuit);

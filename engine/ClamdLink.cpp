@@ -204,16 +204,16 @@ LoadedDefinitions ClamdLink::loadedDefinitions() {
   const std::optional<std::string> socket = clamdSocket();
   const auto version =
       socket ? askDaemonVersion(*socket, trustedUsers(), longestVersion) : std::nullopt;
-  if (version && version->definitions) {
-    return {true, version->definitions};
-  }
   const std::string folder = definitionFolder();
+  if (version && version->definitions) {
+    return {true, version->definitions, folder};
+  }
   if (folder.empty()) {
     return {};
   }
   // A daemon does not number definitions other than main and daily, whoever made them.
   const bool notLoadedYet = version && definitionsIn(folder).any();
-  return {!notLoadedYet && holdsRealDefinitions(folder), definitionsBuiltIn(folder)};
+  return {!notLoadedYet && holdsRealDefinitions(folder), definitionsBuiltIn(folder), folder};
 }
 
 ClamdCtrl::Peers ClamdLink::peersFor(const std::string& command) {

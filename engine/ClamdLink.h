@@ -42,6 +42,8 @@ struct LoadedDefinitions {
   bool real = true;
   // When they were built, where that is known.
   std::optional<std::chrono::system_clock::time_point> built = {};
+  // Where the daemon has them from, where its configuration says so.
+  std::string folder = {};
 };
 
 // Returns the daemon that runs on this machine, or nothing. May take long.

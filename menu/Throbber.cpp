@@ -89,6 +89,13 @@ StatusFacts Throbber::status() {
   return facts;
 }
 
+void Throbber::showStatus() {
+  statusText_.show();
+  if (ThrobberOwner* owner = vantrelQuilloController) {
+    owner->statusChanged();
+  }
+}
+
 void Throbber::showLine(const StatusLine& line) {
   statusItem->setToolTip(line.words);
   services_.dockTile.setState(line.words);

@@ -77,6 +77,8 @@ class ThrobberOwner {
   virtual void restartWatcher() = 0;
   // Takes note that a definition update has ended, well or not.
   virtual void updateEnded() = 0;
+  // Takes note that what the status menu itself knows, or shows, may be another.
+  virtual void statusChanged() = 0;
   // Returns the log of definition updates, or nothing when no preference names it. Main thread.
   virtual std::optional<std::string> updateLog() = 0;
 };
@@ -141,9 +143,11 @@ class Throbber {
 
   // Shows in words what the agent is doing, in the status item and in the Dock tile, when that has
   // changed. To be called when what the owner knows of it may have. Any thread.
-  void showStatus() { statusText_.show(); }
+  void showStatus();
   // Returns those words. Any thread.
   std::string stateInWords() { return statusText_.wordsFor(status()); }
+  // Returns the facts behind them. Any thread.
+  StatusFacts status();
 
   // Any thread.
   std::string getQuitMenuName() const { return quitMenuItem.title(); }
@@ -175,7 +179,6 @@ class Throbber {
   void showFrame(std::size_t number, Clock::Duration length);
   void showWatching();
   void waitUntilSomethingRuns();
-  StatusFacts status();
   void showLine(const StatusLine& line);
   void showMend();
   void setQuitEnabled(bool enabled);

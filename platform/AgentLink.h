@@ -27,6 +27,7 @@ struct AgentStatus {
   std::vector<std::string> missingFolders;
   std::uint64_t placesWithGaps = 0;
   std::int64_t definitionsBuilt = 0;
+  std::string definitionFolder;  // where the daemon in use has them from; bytes
   bool updating = false;
   std::string engine;          // the folder of the engine
   std::uint64_t verdicts = 0;  // finds and files not scanned since it began: the history has news
@@ -35,13 +36,14 @@ struct AgentStatus {
   bool operator==(const AgentStatus&) const = default;
 };
 
-// The agent's end: answers whoever asks, and says when something has changed. Main thread.
+// The agent's end: answers whoever asks, and says when something has changed.
 class StatusPublisher {
  public:
   virtual ~StatusPublisher() = default;
-  // Has `status` called whenever somebody asks.
+  // Has `status` called on the main thread whenever somebody asks. Main thread.
   virtual void publishStatus(std::function<AgentStatus()> status) = 0;
-  // Says that it has changed, at most a few times a second. Costs nothing while nobody listens.
+  // Says that it may have changed: who listens is sent it soon if it has, at most a few times a
+  // second. Costs nothing while nobody listens. Any thread; never waits.
   virtual void statusChanged() = 0;
 };
 
@@ -53,8 +55,9 @@ class AgentLink {
   virtual std::optional<AgentStatus> status() const = 0;
   // Has `changed` called whenever that is another: an agent came, changed, or went.
   virtual void observe(std::function<void()> changed) = 0;
-  // Asks and waits for the answer, at most a few seconds, for whoever has no event loop. Returns
-  // "", or why there is no answer: words for the log.
+  // Asks and waits for the answer, at most a few seconds, for whoever has no event loop. Returns ""
+  // when it is known: status() says it then, or that none runs. Else why it is not: words for the
+  // log.
   virtual std::string refresh() = 0;
   // Starts an agent where none runs. Returns false when the desktop knows of none.
   virtual bool start() = 0;

@@ -20,6 +20,7 @@ class PowerNotifications;
 class PreferenceStore;
 class ScriptingKeys;
 class StatusBar;
+class StatusPublisher;
 class SystemLog;
 class TrashFolders;
 class Volumes;
@@ -47,6 +48,7 @@ struct Platform {
   PreferenceStore& preferenceStore;
   ScriptingKeys& scriptingKeys;
   StatusBar& statusBar;
+  StatusPublisher& statusPublisher;
   SystemLog& systemLog;
   TrashFolders& trashFolders;
   Volumes& volumes;

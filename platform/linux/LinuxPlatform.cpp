@@ -87,7 +87,7 @@ struct LinuxPlatform::Parts {
       sessionBus, postToMain, clock, strings, resources + "/images/128/application.png", report};
   InotifyDepartures departures{postToMain, report};
   SessionBusNotificationCenter notificationCenter{sessionBus};
-  ScriptingObject scripting{sessionBus, [this] { return application.reopen(); }};
+  ScriptingObject scripting{sessionBus, [this] { return application.reopen(); }, postToMain};
   LogindPowerNotifications power{QDBusConnection::systemBus(), report};
   LinuxMountNotifications mounts;
   LinuxNameWatch names{clock, report, hasFileHandles};
@@ -124,6 +124,7 @@ struct LinuxPlatform::Parts {
                     preferences,
                     scripting,
                     statusBar,
+                    scripting.statusPublisher(),
                     systemLog,
                     trash,
                     volumes,

@@ -62,7 +62,8 @@ TEST_F(GuardedActions, AreThoseOfNotificationsOfOtherApplications) {
 
 TEST_F(GuardedActions, AreThoseOfScripts) {
   TestBus script;
-  ScriptingObject object(*bus, [] { return 0; });
+  ScriptingObject object(
+      *bus, [] { return 0; }, postToMain);
   ASSERT_TRUE(object.claimName());
   object.publish([](const std::string&) -> std::optional<std::string> {
     fail();

@@ -30,7 +30,7 @@ QDBusMessage ask(TestBus& bus, const QString& key) {
 TEST(ScriptingObjectTest, AnswersAKnownKeyWithAVariant) {
   TestBus agent;
   TestBus script;
-  ScriptingObject object(*agent, nobodyAsks);
+  ScriptingObject object(*agent, nobodyAsks, postToMain);
   ASSERT_TRUE(object.claimName());
   object.publish([](const std::string& key) {
     return key == "restartWatchingViaAS" ? std::optional<std::string>("Restart Requested")
@@ -45,7 +45,7 @@ TEST(ScriptingObjectTest, AnswersAKnownKeyWithAVariant) {
 TEST(ScriptingObjectTest, NamesAnUnknownKeyInItsError) {
   TestBus agent;
   TestBus script;
-  ScriptingObject object(*agent, nobodyAsks);
+  ScriptingObject object(*agent, nobodyAsks, postToMain);
   ASSERT_TRUE(object.claimName());
   for (const bool published : {false, true}) {
     if (published) {
@@ -60,20 +60,20 @@ TEST(ScriptingObjectTest, NamesAnUnknownKeyInItsError) {
 TEST(ScriptingObjectTest, ASecondAgentDoesNotGetTheName) {
   TestBus first;
   TestBus second;
-  ScriptingObject object(*first, nobodyAsks);
-  ScriptingObject other(*second, nobodyAsks);
+  ScriptingObject object(*first, nobodyAsks, postToMain);
+  ScriptingObject other(*second, nobodyAsks, postToMain);
   EXPECT_TRUE(object.claimName());
   EXPECT_FALSE(other.claimName());
 }
 
 TEST(ScriptingObjectTest, AnAgentWithoutABusMayStart) {
-  ScriptingObject object(QDBusConnection("there is no such connection"), nobodyAsks);
+  ScriptingObject object(QDBusConnection("there is no such connection"), nobodyAsks, postToMain);
   EXPECT_TRUE(object.claimName());
 }
 
 // As another start of the program would ask, from a thread of its own, since it waits.
 std::string activateFrom(TestBus& bus) {
-  ScriptingObject other(*bus, nobodyAsks);
+  ScriptingObject other(*bus, nobodyAsks, postToMain);
   EXPECT_FALSE(other.claimName());
   std::atomic<bool> isAnswered = false;
   auto answer = std::async(std::launch::async, [&] {
@@ -91,10 +91,13 @@ TEST(ScriptingObjectTest, ShowsItselfWhenASecondAgentAsks) {
   TestBus first;
   TestBus second;
   int shown = 0;
-  ScriptingObject object(*first, [&shown] {
-    ++shown;
-    return 0;
-  });
+  ScriptingObject object(
+      *first,
+      [&shown] {
+        ++shown;
+        return 0;
+      },
+      postToMain);
   ASSERT_TRUE(object.claimName());
   EXPECT_EQ(activateFrom(second), "");
   EXPECT_EQ(shown, 1);
@@ -103,14 +106,15 @@ TEST(ScriptingObjectTest, ShowsItselfWhenASecondAgentAsks) {
 TEST(ScriptingObjectTest, LetsASecondAgentKnowThatThereIsNoDisplay) {
   TestBus first;
   TestBus second;
-  ScriptingObject object(*first, [] { return ENOTSUP; });
+  ScriptingObject object(
+      *first, [] { return ENOTSUP; }, postToMain);
   ASSERT_TRUE(object.claimName());
   EXPECT_EQ(activateFrom(second), "it runs without a display that could show its window");
 }
 
 TEST(ScriptingObjectTest, LetsASecondAgentKnowThatTheFirstIsNotOfThisSession) {
   TestBus bus;
-  ScriptingObject object(*bus, nobodyAsks);
+  ScriptingObject object(*bus, nobodyAsks, postToMain);
   EXPECT_EQ(object.activateOther(), "it belongs to another session");
 }
 
@@ -118,10 +122,13 @@ TEST(ScriptingObjectTest, ShowsItselfForFilesAndActionsAsWell) {
   TestBus agent;
   TestBus desktop;
   int shown = 0;
-  ScriptingObject object(*agent, [&shown] {
-    ++shown;
-    return 0;
-  });
+  ScriptingObject object(
+      *agent,
+      [&shown] {
+        ++shown;
+        return 0;
+      },
+      postToMain);
   ASSERT_TRUE(object.claimName());
   const auto call = [&](const QString& method, const QVariantList& arguments) {
     QDBusMessage message = QDBusMessage::createMethodCall(name, "/org/vantrel/VantrelQuillo",

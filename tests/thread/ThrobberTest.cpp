@@ -26,6 +26,7 @@ class CountingOwner final : public ThrobberOwner {
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override {}
   void updateEnded() override {}
+  void statusChanged() override {}
   std::optional<std::string> updateLog() override { return std::nullopt; }
 
   std::atomic<std::int32_t> count{0};

@@ -49,8 +49,9 @@ void ApplicationInterface::ActivateAction(const QString&, const QVariantList&,
   Activate(platformData, call);
 }
 
-ScriptingObject::ScriptingObject(const QDBusConnection& bus, std::function<int()> activate)
-    : bus_(bus) {
+ScriptingObject::ScriptingObject(const QDBusConnection& bus, std::function<int()> activate,
+                                 PostToMain post)
+    : bus_(bus), statusSender_(bus, std::move(post)) {
   new ApplicationInterface(*this, bus_, std::move(activate));
   // Before the name is claimed, so that nobody finds the name without the object.
   bus_.registerObject(path, this,
@@ -100,6 +101,16 @@ QDBusVariant ScriptingObject::ValueForKey(const QString& key) {
     return QDBusVariant(QString());
   }
   return QDBusVariant(QString::fromStdString(*value));
+}
+
+QVariantMap ScriptingObject::Status() {
+  std::optional<QVariantMap> status;
+  guarded([&] { status = statusSender_.answer(message().service()); });
+  if (!status) {
+    sendErrorReply("org.vantrel.VantrelQuillo.Error.NoStatusYet",
+                   QStringLiteral("the agent is only beginning"));
+  }
+  return status.value_or(QVariantMap());
 }
 
 }  // namespace quillo

@@ -9,6 +9,8 @@
 #include <functional>
 
 #include "platform/Session.h"
+#include "platform/linux/services/Guarded.h"
+#include "platform/linux/session/StatusSender.h"
 
 namespace quillo {
 
@@ -36,29 +38,33 @@ class ApplicationInterface final : public QDBusAbstractAdaptor {
 };
 
 // The agent on the session bus: name org.vantrel.VantrelQuillo, object /org/vantrel/VantrelQuillo,
-// the interface above and one of the name, ValueForKey(s) → v. An unknown key is answered with the
-// error org.vantrel.VantrelQuillo.Error.UnknownKey, whose text names it.
+// the interface above and one of the name, ValueForKey(s) → v and Status() → a{sv}. An unknown key
+// is answered with the error org.vantrel.VantrelQuillo.Error.UnknownKey, whose text names it; a
+// status that is not there yet with org.vantrel.VantrelQuillo.Error.NoStatusYet.
 class ScriptingObject final : public QObject, public ScriptingKeys, protected QDBusContext {
   Q_OBJECT
   Q_CLASSINFO("D-Bus Interface", "org.vantrel.VantrelQuillo")
 
  public:
-  ScriptingObject(const QDBusConnection& bus, std::function<int()> activate);
+  ScriptingObject(const QDBusConnection& bus, std::function<int()> activate, PostToMain post);
 
   // Returns false when another process of this session has the name already; true without a bus.
   bool claimName();
   // Asks the agent that has the name to show itself, and waits for the answer. Returns "", or why
   // it does not: a reason for people.
   std::string activateOther();
+  StatusPublisher& statusPublisher() { return statusSender_; }
   void publish(
       std::function<std::optional<std::string>(const std::string& key)> valueForKey) override;
 
  public Q_SLOTS:
   QDBusVariant ValueForKey(const QString& key);
+  QVariantMap Status();
 
  private:
   QDBusConnection bus_;
   std::function<std::optional<std::string>(const std::string& key)> valueForKey_;
+  StatusSender statusSender_;
 };
 
 }  // namespace quillo

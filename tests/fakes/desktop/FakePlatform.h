@@ -27,6 +27,7 @@ struct FakePlatform {
   FakePreferenceStore preferenceStore;
   FakeScriptingKeys scriptingKeys;
   FakeStatusBar statusBar;
+  FakeStatusPublisher statusPublisher;
   FakeSystemLog systemLog;
   FakeTrashFolders trashFolders;
   FakeVolumes volumes;
@@ -52,6 +53,7 @@ struct FakePlatform {
                     preferenceStore,
                     scriptingKeys,
                     statusBar,
+                    statusPublisher,
                     systemLog,
                     trashFolders,
                     volumes,

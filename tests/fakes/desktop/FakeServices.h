@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/AgentLink.h"
 #include "platform/Authorization.h"
 #include "platform/Folders.h"
 #include "platform/GrowlApplicationBridge.h"
@@ -279,6 +280,15 @@ class FakeScriptingKeys final : public ScriptingKeys {
     answer = std::move(valueForKey);
   }
   std::function<std::optional<std::string>(const std::string&)> answer;
+};
+
+class FakeStatusPublisher final : public StatusPublisher {
+ public:
+  void publishStatus(std::function<AgentStatus()> status) override { ask = std::move(status); }
+  void statusChanged() override { ++changes; }
+  // As somebody on the bus would.
+  std::function<AgentStatus()> ask;
+  std::atomic<int> changes{0};
 };
 
 }  // namespace quillo

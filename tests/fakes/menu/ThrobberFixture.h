@@ -72,6 +72,7 @@ class FakeThrobberOwner final : public ThrobberOwner {
   Condition& throbberLock() override { return lock_; }
   void restartWatcher() override { ++restarts; }
   void updateEnded() override { ++endedUpdates; }
+  void statusChanged() override {}
   std::optional<std::string> updateLog() override { return log; }
 
   std::atomic<std::int32_t> count{0};

@@ -1,0 +1,195 @@
+#include "platform/linux/session/BusAgentLink.h"
+
+#include <unistd.h>
+
+#include <QDBusArgument>
+#include <utility>
+
+#include "platform/Workspace.h"
+#include "platform/linux/services/Guarded.h"
+#include "platform/linux/session/BusDaemon.h"
+#include "platform/linux/session/StatusMap.h"
+
+namespace quillo {
+namespace {
+
+constexpr char name[] = "org.vantrel.VantrelQuillo";
+constexpr char path[] = "/org/vantrel/VantrelQuillo";
+constexpr char busName[] = "org.freedesktop.DBus";
+constexpr char busPath[] = "/org/freedesktop/DBus";
+constexpr char noOwner[] = "org.freedesktop.DBus.Error.NameHasNoOwner";
+constexpr int longestAnswer = 3000;   // milliseconds
+constexpr int longestStart = 120000;  // milliseconds
+
+QDBusMessage callOf(const QString& service, const QString& object, const QString& interface,
+                    const QString& member, const QVariantList& arguments) {
+  QDBusMessage call = QDBusMessage::createMethodCall(service, object, interface, member);
+  call.setArguments(arguments);
+  call.setAutoStartService(false);
+  return call;
+}
+
+bool isThisUser(const QDBusMessage& answer) {
+  const QVariantList arguments = answer.arguments();
+  return answer.type() == QDBusMessage::ReplyMessage && answer.signature() == QLatin1String("u") &&
+         arguments.value(0).toUInt() == getuid();
+}
+
+const std::string somebodyElses =
+    std::string(name) + ": who has this name is no process of this user, and is not believed";
+
+}  // namespace
+
+BusAgentLink::BusAgentLink(const QDBusConnection& bus, ApplicationLauncher& launcher,
+                           std::function<void(const std::string& problem)> report)
+    : bus_(bus), launcher_(launcher), report_(std::move(report)) {}
+
+void BusAgentLink::observe(std::function<void()> changed) {
+  observers_.push_back(std::move(changed));
+  follow();
+}
+
+void BusAgentLink::follow() {
+  if (follows_ || !bus_.isConnected()) {
+    return;
+  }
+  follows_ = true;
+  watcher_.setConnection(bus_);
+  watcher_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+  connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this,
+          [this](const QString&, const QString&, const QString& owner) {
+            guarded([&] { ownerChanged(owner); });
+          });
+  watcher_.addWatchedService(name);
+  bus_.connect(name, path, name, "StatusChanged", this, SLOT(statusChanged(QDBusMessage)));
+  const QDBusMessage call = callOf(busName, busPath, busName, "GetNameOwner", {QString(name)});
+  whenAnswered(bus_.asyncCall(call, longestAnswer), *this, [this](const QDBusPendingCall& answer) {
+    guarded([&] {
+      if (!answer.isError() && owner_.isEmpty()) {
+        ownerChanged(answer.reply().arguments().value(0).toString());
+      }
+    });
+  });
+}
+
+void BusAgentLink::ownerChanged(const QString& owner) {
+  if (owner == owner_) {
+    return;
+  }
+  owner_ = owner;
+  isTrusted_ = false;
+  become(std::nullopt);
+  if (!owner.isEmpty()) {
+    askWhose(owner);
+  }
+}
+
+void BusAgentLink::askWhose(const QString& owner) {
+  const QDBusMessage call = callOf(busName, busPath, busName, "GetConnectionUnixUser", {owner});
+  whenAnswered(bus_.asyncCall(call, longestAnswer), *this,
+               [this, owner](const QDBusPendingCall& answer) {
+                 guarded([&] {
+                   if (owner != owner_) {
+                     return;
+                   }
+                   isTrusted_ = isThisUser(answer.reply());
+                   isTrusted_ ? askStatus(owner) : report_(somebodyElses);
+                 });
+               });
+}
+
+void BusAgentLink::askStatus(const QString& owner) {
+  const QDBusMessage call = callOf(owner, path, name, "Status", {});
+  whenAnswered(bus_.asyncCall(call), *this, [this, owner](const QDBusPendingCall& answer) {
+    guarded([&] {
+      if (owner != owner_) {
+        return;
+      }
+      // One that is only beginning says so soon by itself.
+      const std::string problem = take(answer.reply());
+      if (!problem.empty()) {
+        report_(problem);
+      }
+    });
+  });
+}
+
+void BusAgentLink::statusChanged(const QDBusMessage& signal) {
+  guarded([&] {
+    if (!isTrusted_ || signal.service() != owner_) {
+      return;
+    }
+    const std::string problem = take(signal);
+    if (!problem.empty()) {
+      report_(problem);
+    }
+  });
+}
+
+std::string BusAgentLink::take(const QDBusMessage& said) {
+  if (said.type() == QDBusMessage::ErrorMessage) {
+    return std::string(name) + ": " + said.errorMessage().toStdString();
+  }
+  std::optional<AgentStatus> status;
+  if (said.signature() == QLatin1String("a{sv}")) {
+    status = statusIn(qdbus_cast<QVariantMap>(said.arguments().value(0)));
+  }
+  become(status);
+  return status ? "" : std::string(name) + ": what it says of itself is no status";
+}
+
+void BusAgentLink::become(std::optional<AgentStatus> status) {
+  if (status == status_) {
+    return;
+  }
+  status_ = std::move(status);
+  for (const auto& observer : std::vector(observers_)) {
+    observer();
+  }
+}
+
+QDBusMessage BusAgentLink::ask(const QString& service, const QString& object,
+                               const QString& interface, const QString& member,
+                               const QVariantList& arguments) {
+  return bus_.call(callOf(service, object, interface, member, arguments), QDBus::Block,
+                   longestAnswer);
+}
+
+std::string BusAgentLink::refresh() {
+  if (!bus_.isConnected()) {
+    become(std::nullopt);
+    return "there is no session bus over which the agent could be asked";
+  }
+  const QDBusMessage answer = ask(busName, busPath, busName, "GetNameOwner", {QString(name)});
+  if (answer.type() != QDBusMessage::ReplyMessage) {
+    become(std::nullopt);
+    const bool runsNone = answer.errorName() == QLatin1String(noOwner);
+    return runsNone ? "" : std::string(name) + ": " + answer.errorMessage().toStdString();
+  }
+  const QString owner = answer.arguments().value(0).toString();
+  if (!isThisUser(ask(busName, busPath, busName, "GetConnectionUnixUser", {owner}))) {
+    become(std::nullopt);
+    return somebodyElses;
+  }
+  const QDBusMessage said = ask(owner, path, name, "Status", {});
+  if (said.type() != QDBusMessage::ReplyMessage) {
+    become(std::nullopt);
+  }
+  return take(said);
+}
+
+bool BusAgentLink::start() {
+  if (!bus_.isConnected() || !BusDaemon(bus_).isServed(name)) {
+    return launcher_.launchApplication(name);
+  }
+  const QDBusMessage call =
+      callOf(busName, busPath, busName, "StartServiceByName", {QString(name), 0U});
+  whenAnswered(bus_.asyncCall(call, longestStart), *this, [this](const QDBusPendingCall& answer) {
+    if (answer.isError()) {
+      report_(std::string(name) + ": it did not start: " + answer.error().message().toStdString());
+    }
+  });
+  return true;
+}
+
+}  // namespace quillo

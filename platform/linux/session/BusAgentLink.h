@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/AgentLink.h"
+
+namespace quillo {
+
+class ApplicationLauncher;
+
+// The agent of this session over its bus: who owns the name org.vantrel.VantrelQuillo, as long as
+// that is a process of this user. Followed by signals (NameOwnerChanged, StatusChanged); nobody is
+// started by asking.
+class BusAgentLink final : public QObject, public AgentLink {
+  Q_OBJECT
+
+ public:
+  // `launcher` starts the agent where the bus has no service file for it. `report` is called with
+  // what is wrong with an agent, or one that did not start: lines for the log.
+  BusAgentLink(const QDBusConnection& bus, ApplicationLauncher& launcher,
+               std::function<void(const std::string& problem)> report);
+
+  std::optional<AgentStatus> status() const override { return status_; }
+  void observe(std::function<void()> changed) override;
+  std::string refresh() override;
+  bool start() override;
+
+ private Q_SLOTS:
+  void statusChanged(const QDBusMessage& signal);
+
+ private:
+  void follow();
+  void ownerChanged(const QString& owner);
+  void askWhose(const QString& owner);
+  void askStatus(const QString& owner);
+  // Takes what an agent said, if it is one that is believed. Returns "" or why not.
+  std::string take(const QDBusMessage& said);
+  void become(std::optional<AgentStatus> status);
+  QDBusMessage ask(const QString& service, const QString& object, const QString& interface,
+                   const QString& member, const QVariantList& arguments);
+
+  QDBusConnection bus_;
+  ApplicationLauncher& launcher_;
+  const std::function<void(const std::string& problem)> report_;
+  QDBusServiceWatcher watcher_;
+  bool follows_ = false;
+  // Who owns the name, by the name that nobody else can have; it is this user's when `isTrusted_`.
+  QString owner_;
+  bool isTrusted_ = false;
+  std::optional<AgentStatus> status_;
+  std::vector<std::function<void()>> observers_;
+};
+
+}  // namespace quillo
