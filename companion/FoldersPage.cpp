@@ -194,6 +194,7 @@ void FoldersPage::addNext(std::vector<std::string> paths) {
 void FoldersPage::test(const std::string& given) {
   const std::string path = expandingTilde(given, services_.explanation.folders.homeFolder());
   page_.setText("testPath", given);
+  page_.setText("verdictTitle", "");
   if (!path.starts_with('/')) {
     page_.setText("verdict",
                   services_.localizedStrings.stringForKey("FOLDERS_TEST_WHOLE_PATH", ""));

@@ -104,7 +104,7 @@ bool PreferenceChanges::lookAgain() {
 }
 
 Wording PreferenceChanges::problem() {
-  const PreferenceWriter::Reading reading = services_.writer.read();
+  const PreferenceWriter::Reading reading = services_.writer.look();
   canRepair_ = reading.problem == Problem::notToml;
   if (canRepair_) {
     return {"SETTINGS_FILE_BROKEN_AT",

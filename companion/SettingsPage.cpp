@@ -2,11 +2,9 @@
 
 #include <utility>
 
-#include "platform/AgentLink.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/PreferenceStore.h"
-#include "platform/Session.h"
 #include "platform/Workspace.h"
 #include "posix/Accounts.h"
 #include "posix/FileUri.h"
@@ -61,21 +59,6 @@ PreferenceValue folderValue(const std::string& path, const std::string& home,
 
 }  // namespace
 
-bool NewStart::isOfUse() const { return agent_.status().has_value(); }
-
-void NewStart::begin() {
-  isUnderWay_ = true;
-  center_.post("VantrelQuilloShouldQuit", "Vantrel");
-  agentChanged();
-}
-
-void NewStart::agentChanged() {
-  if (isUnderWay_ && !agent_.status()) {
-    isUnderWay_ = false;
-    agent_.start();
-  }
-}
-
 SettingsPage::SettingsPage(Page& page, MainWindow& window, const Services& services)
     : page_(page),
       window_(window),
@@ -114,7 +97,7 @@ void SettingsPage::connect() {
   page_.onAction("startAnew", [this] {
     newStart_.begin();
     needsNewStart_ = false;
-    showFileState();
+    showNewStart();
   });
 }
 
@@ -155,7 +138,7 @@ void SettingsPage::show() {
 
 void SettingsPage::agentChanged() {
   newStart_.agentChanged();
-  showFileState();
+  showNewStart();
 }
 
 void SettingsPage::list() {
@@ -260,6 +243,10 @@ void SettingsPage::showFileState() {
   page_.setEnabled("controls", problem.empty());
   page_.setText("file", abbreviated(services_.changes.ownFile()));
   page_.setEnabled("undo", services_.changes.canUndo());
+  showNewStart();
+}
+
+void SettingsPage::showNewStart() {
   const bool isOffered = needsNewStart_ && newStart_.isOfUse();
   page_.setVisible("newStartNote", isOffered || newStart_.isUnderWay());
   page_.setText("newStartNote", text(newStart_.isUnderWay() ? "SETTINGS_NEW_START_UNDER_WAY"

@@ -1,40 +1,20 @@
 #pragma once
 
-#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "companion/NewStart.h"
 #include "companion/PreferenceChanges.h"
 #include "platform/Page.h"
 #include "settings/PreferenceTable.h"
 
 namespace quillo {
 
-class AgentLink;
-class DistributedNotificationCenter;
 class Folders;
 class LocalizedStrings;
 class TypedPreferences;
 class Workspace;
-
-// Starts the agent anew, for what it reads only then: it is asked to quit, and started when it has
-// gone. Main thread.
-class NewStart {
- public:
-  NewStart(AgentLink& agent, DistributedNotificationCenter& center)
-      : agent_(agent), center_(center) {}
-
-  bool isOfUse() const;
-  void begin();
-  bool isUnderWay() const { return isUnderWay_; }
-  // To be called whenever what the agent says is another.
-  void agentChanged();
-
- private:
-  AgentLink& agent_;
-  DistributedNotificationCenter& center_;
-  bool isUnderWay_ = false;
-};
 
 // The page "settings": every preference but the two lists, which are the page "folders"'. What is
 // changed is written at once; what cannot be written goes back to what is in force. Each control
@@ -70,6 +50,7 @@ class SettingsPage {
   void listKept();
   void showSource(const std::string& widget, const std::vector<std::string>& keys);
   void showFileState();
+  void showNewStart();
 
   void setCheck(std::size_t index);
   void chooseAction();

@@ -209,8 +209,18 @@ PreferenceWriter::Contents PreferenceWriter::contents() const {
   return result;
 }
 
+PreferenceWriter::Reading PreferenceWriter::look() const { return readingOf(contents()); }
+
 PreferenceWriter::Reading PreferenceWriter::read() {
   const Contents now = contents();
+  if (now.outcome.problem == Problem::none) {
+    known_ = now.exists ? std::optional(now.text) : std::nullopt;
+    isKnown_ = true;
+  }
+  return readingOf(now);
+}
+
+PreferenceWriter::Reading PreferenceWriter::readingOf(const Contents& now) {
   Reading reading;
   reading.problem = now.outcome.problem;
   reading.reason = now.outcome.reason;
@@ -218,8 +228,6 @@ PreferenceWriter::Reading PreferenceWriter::read() {
   if (reading.problem != Problem::none) {
     return reading;
   }
-  known_ = now.exists ? std::optional(now.text) : std::nullopt;
-  isKnown_ = true;
   TomlText parsed = TomlText::parse(now.text);
   reading.values = std::move(parsed.values);
   if (parsed.problem) {

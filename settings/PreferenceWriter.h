@@ -66,7 +66,10 @@ class PreferenceWriter {
   explicit PreferenceWriter(std::string path) : path_(std::move(path)) {}
 
   const std::string& path() const { return path_; }
+  // Returns what the file says now. What is read by read(), and not what look() sees, counts as
+  // known: see wasChangedByHand().
   Reading read();
+  Reading look() const;
   // Returns true when the file was changed by somebody else since it was read or written here last.
   bool wasChangedByHand() const;
   // Makes a change. `change` may be called more than once, with another text each time; what it
@@ -90,6 +93,7 @@ class PreferenceWriter {
   };
 
   Contents contents() const;
+  static Reading readingOf(const Contents& now);
   Outcome replace(const Contents& old, const std::string& text);
   bool isStill(const Contents& old) const;
 

@@ -97,6 +97,18 @@ TEST_F(TomlPreferences, SearchesTheOwnDomainFirstAndTheUsersFolderBeforeTheMachi
   EXPECT_EQ(valueOf<std::string>(store.objectForKey("c")), "suite");
 }
 
+TEST_F(TomlPreferences, NamesTheFileThatDecides) {
+  const std::string above = write("machine", own, "a = 1\n");
+  const std::string users = write("user", suite, "a = 2\nb = 2\n");
+  const std::string below = write("machine", suite, "b = 3\nc = 3\n");
+  TomlPreferenceStore store = makeStore();
+  store.addSuiteNamed(suite);
+  EXPECT_EQ(store.fileThatHas("a"), above);
+  EXPECT_EQ(store.fileThatHas("b"), users);
+  EXPECT_EQ(store.fileThatHas("c"), below);
+  EXPECT_EQ(store.fileThatHas("d"), "");
+}
+
 TEST_F(TomlPreferences, ReadsAnewOnlyWhenSynchronised) {
   write("user", own, "a = 1\n");
   TomlPreferenceStore store = makeStore();

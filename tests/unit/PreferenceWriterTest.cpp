@@ -114,6 +114,13 @@ TEST_F(PreferenceWriterTest, KeepsWhatWasWrittenByHandBetweenReadingAndWriting) 
   EXPECT_FALSE(writer.wasChangedByHand());
 }
 
+TEST_F(PreferenceWriterTest, ALookDoesNotHideAChangeByHand) {
+  writer.read();
+  writeByHand("x = 1\n");
+  EXPECT_TRUE(writer.look().exists);
+  EXPECT_TRUE(writer.wasChangedByHand());
+}
+
 TEST_F(PreferenceWriterTest, KeepsWhatIsWrittenByHandDuringTheChange) {
   writeByHand("x = false\n");
   writer.read();

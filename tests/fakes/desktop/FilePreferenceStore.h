@@ -5,6 +5,7 @@
 
 #include "platform/PreferenceStore.h"
 #include "platform/TomlText.h"
+#include "posix/FileFacts.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
@@ -49,7 +50,7 @@ class FilePreferenceStore final : public PreferenceStore {
 
  private:
   static PreferenceDictionary valuesIn(const std::string& file) {
-    return TomlText::parse(TemporaryFolder::read(file)).values;
+    return TomlText::parse(contentsOfRegularFile(file, Links::followed).value_or("")).values;
   }
 
   const std::vector<std::string> files_;

@@ -1,0 +1,266 @@
+#include <gtest/gtest.h>
+
+#include "companion/SettingsPage.h"
+#include "platform/AgentLink.h"
+#include "tests/fakes/desktop/PreferencePagesFixture.h"
+
+namespace quillo {
+namespace {
+
+using Names = std::vector<std::string>;
+using Posted = std::vector<std::pair<std::string, std::string>>;
+
+class StandInAgent final : public AgentLink {
+ public:
+  std::optional<AgentStatus> status() const override { return now; }
+  void observe(std::function<void()>) override {}
+  std::string refresh() override { return now ? "" : "none runs"; }
+  bool start() override {
+    ++starts;
+    return true;
+  }
+  std::optional<AgentStatus> now = AgentStatus();
+  int starts = 0;
+};
+
+class SettingsPageTest : public PreferencePagesFixture {
+ protected:
+  // Makes the page and shows it.
+  FakePage& shown() {
+    made_.emplace(page_, window,
+                  SettingsPage::Services{changes, preferences, agent, center, folders, strings,
+                                         workspace, 8});
+    window.show("settings");
+    return page_;
+  }
+  SettingsPage& logic() { return *made_; }
+
+  StandInAgent agent;
+  FakeWorkspace workspace;
+
+ private:
+  FakePage page_;
+  std::optional<SettingsPage> made_;
+};
+
+TEST_F(SettingsPageTest, ShowsWhatHolds) {
+  writeOwn(
+      "QuilloScanVolumes = true\nmultiscan = 'yes'\nShowDockIcon = 'both'\n"
+      "QuilloQuarantineFiles = true\nQuarantineFolder = '~/Q/'\n"
+      "rotateScanlogWhenSizeReaches = 77\nPathToClamav = '/opt/clam'\n");
+  FakePage& page = shown();
+  EXPECT_TRUE(page.isChecked("scanVolumes"));
+  EXPECT_TRUE(page.isChecked("scanEmail"));
+  EXPECT_FALSE(page.isChecked("updateDefsOnLaunch"));
+  EXPECT_EQ(page.choice("infectedFileAction"), 1U);
+  EXPECT_EQ(page.choice("multiscan"), 1U);
+  EXPECT_EQ(page.choice("showDockIcon"), 1U);
+  EXPECT_EQ(page.number("logSize"), 77);
+  EXPECT_EQ(page.text("quarantineFolder"), "~/Q/");
+  EXPECT_EQ(page.text("pathToClamav"), "/opt/clam");
+  EXPECT_FALSE(page.isVisible("problem"));
+  EXPECT_FALSE(page.isVisible("notice"));
+}
+
+TEST_F(SettingsPageTest, SaysHowManyProcessorsThisMachineHas) {
+  strings.texts["SETTINGS_ALL_PROCESSORS"] = "all %@";
+  EXPECT_EQ(shown().choices("multiscan").at(1), "all 8");
+}
+
+TEST_F(SettingsPageTest, WritesACheckAtOnceAndAsksTheAgentToWatchAnew) {
+  writeOwn("# mine\nQuilloLogProgress = false # why\n");
+  shown().check("logProgress", true);
+  EXPECT_EQ(ownText(), "# mine\nQuilloLogProgress = true # why\n");
+  EXPECT_EQ(center.posted, (Posted{{"VantrelQuilloShouldRestart", "Vantrel"}}));
+}
+
+TEST_F(SettingsPageTest, WritesEachChoice) {
+  FakePage& page = shown();
+  page.choose("multiscan", 1);
+  page.choose("showDockIcon", 1);
+  page.enter("logSize", 99);
+  EXPECT_EQ(ownText(),
+            "multiscan = \"yes\"\nShowDockIcon = \"both\"\nrotateScanlogWhenSizeReaches = 99\n");
+  page.choose("multiscan", 0);
+  page.choose("showDockIcon", 0);
+  EXPECT_EQ(ownText(),
+            "multiscan = \"no\"\nShowDockIcon = \"off\"\nrotateScanlogWhenSizeReaches = 99\n");
+}
+
+TEST_F(SettingsPageTest, WritesWhatBecomesOfInfectedFilesAsOneChoice) {
+  FakePage& page = shown();
+  page.choose("infectedFileAction", 1);
+  EXPECT_EQ(ownText(), "QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine/\"\n");
+  page.choose("infectedFileAction", 2);
+  EXPECT_EQ(ownText(),
+            "QuilloQuarantineFiles = false\nQuarantineFolder = \"~/Quarantine/\"\n"
+            "QuilloTrashFiles = true\n");
+  page.choose("infectedFileAction", 0);
+  EXPECT_EQ(ownText(),
+            "QuilloQuarantineFiles = false\nQuarantineFolder = \"~/Quarantine/\"\n"
+            "QuilloTrashFiles = false\n");
+  EXPECT_EQ(restarts(), 3);
+}
+
+TEST_F(SettingsPageTest, AFailureIsShownAndTheControlGoesBack) {
+  home.makeFolder("config/org.vantrel.Vantrel.toml");
+  FakePage& page = shown();
+  EXPECT_TRUE(page.isVisible("problem"));
+  EXPECT_FALSE(page.isEnabled("controls"));
+  page.check("scanVolumes", true);
+  EXPECT_FALSE(page.isChecked("scanVolumes"));
+  EXPECT_EQ(page.text("notice"), "<SETTINGS_FILE_NO_FILE>");
+  EXPECT_EQ(restarts(), 0);
+}
+
+TEST_F(SettingsPageTest, UndoesTheLastChange) {
+  writeOwn("# mine\n");
+  FakePage& page = shown();
+  EXPECT_FALSE(page.isEnabled("undo"));
+  page.check("scanVolumes", true);
+  page.press("undo");
+  EXPECT_EQ(ownText(), "# mine\n");
+  EXPECT_FALSE(page.isChecked("scanVolumes"));
+  EXPECT_FALSE(page.isEnabled("undo"));
+  EXPECT_EQ(restarts(), 2);
+}
+
+TEST_F(SettingsPageTest, NoticesWhatWasWrittenByHandWhenItIsShown) {
+  writeOwn("multiscan = 'no'\n");
+  FakePage& page = shown();
+  writeOwn("multiscan = 'yes'\n");
+  window.show("settings");
+  EXPECT_EQ(page.choice("multiscan"), 1U);
+  EXPECT_EQ(page.text("notice"), "<SETTINGS_CHANGED_BY_HAND>");
+  window.show("settings");
+  EXPECT_FALSE(page.isVisible("notice"));
+}
+
+TEST_F(SettingsPageTest, NamesTheFileThatDecidesAndLeavesItThere) {
+  writeAbove("multiscan = 'yes'\nQuilloTrashFiles = true\nShowDockIcon = 'true'\n");
+  FakePage& page = shown();
+  EXPECT_FALSE(page.isEnabled("multiscan"));
+  EXPECT_EQ(page.text("multiscanNote"), "<SETTINGS_DECIDED_ABOVE>");
+  EXPECT_FALSE(page.isEnabled("infectedFileAction"));
+  EXPECT_EQ(page.choice("showDockIcon"), 2U);
+  EXPECT_TRUE(page.isEnabled("logSize"));
+  EXPECT_FALSE(page.isVisible("logSizeNote"));
+}
+
+TEST_F(SettingsPageTest, NamesTheMachinesFileUntilTheUserChooses) {
+  writeBelow("multiscan = 'yes'\nQuilloTrashFiles = true\n");
+  FakePage& page = shown();
+  EXPECT_EQ(page.text("multiscanNote"), "<SETTINGS_DECIDED_BELOW>");
+  page.choose("multiscan", 0);
+  EXPECT_EQ(page.choice("multiscan"), 0U);
+  EXPECT_FALSE(page.isVisible("multiscanNote"));
+  page.choose("infectedFileAction", 0);
+  EXPECT_EQ(page.choice("infectedFileAction"), 0U);
+  EXPECT_EQ(ownText(), "multiscan = \"no\"\nQuilloTrashFiles = false\n");
+}
+
+TEST_F(SettingsPageTest, OffersANewStartForWhatIsReadOnlyThen) {
+  writeOwn("UpdateDefsOnLaunch = true\n");
+  FakePage& page = shown();
+  EXPECT_FALSE(page.isVisible("startAnew"));
+  page.check("scanVolumes", true);
+  EXPECT_FALSE(page.isVisible("startAnew"));
+  page.check("updateDefsOnLaunch", false);
+  EXPECT_TRUE(page.isVisible("newStartNote"));
+  center.posted.clear();
+  page.press("startAnew");
+  EXPECT_EQ(center.posted, (Posted{{"VantrelQuilloShouldQuit", "Vantrel"}}));
+  EXPECT_EQ(agent.starts, 0);
+  EXPECT_EQ(page.text("newStartNote"), "<SETTINGS_NEW_START_UNDER_WAY>");
+  agent.now.reset();
+  logic().agentChanged();
+  EXPECT_EQ(agent.starts, 1);
+  EXPECT_FALSE(page.isVisible("newStartNote"));
+  logic().agentChanged();
+  EXPECT_EQ(agent.starts, 1);
+}
+
+TEST_F(SettingsPageTest, OffersNoNewStartWhereNoAgentRuns) {
+  agent.now.reset();
+  FakePage& page = shown();
+  page.choose("showDockIcon", 1);
+  EXPECT_FALSE(page.isVisible("startAnew"));
+}
+
+TEST_F(SettingsPageTest, WritesTheQuarantineFolderAsItHasToStand) {
+  FakePage& page = shown();
+  page.write("quarantineFolder", "~/Q");
+  EXPECT_EQ(ownText(), "QuarantineFolder = \"~/Q/\"\n");
+  page.press("chooseQuarantineFolder");
+  window.choosePaths({"/srv/\xE9"});
+  EXPECT_EQ(ownText(), "QuarantineFolder = { URI = \"file:///srv/%E9/\" }\n");
+  page.write("quarantineFolder", "Q");
+  EXPECT_EQ(page.text("notice"), "<SETTINGS_WHOLE_PATH>");
+  EXPECT_EQ(ownText(), "QuarantineFolder = { URI = \"file:///srv/%E9/\" }\n");
+}
+
+TEST_F(SettingsPageTest, KeepsWhatElseStandsBesideTheQuarantineFolder) {
+  writeOwn("[QuarantineFolder]\nURI = \"file:///old/\"\nnote = \"x\"\n");
+  shown().write("quarantineFolder", "/new/");
+  EXPECT_EQ(ownText(), "QuarantineFolder = { note = \"x\", path = \"/new/\" }\n");
+}
+
+TEST_F(SettingsPageTest, AsksBeforeTheQuarantineSwallowsAGuardedFolder) {
+  writeOwn("[[QuilloFolderArray]]\npathName = '~/docs'\nWatchSubdirs = true\n");
+  FakePage& page = shown();
+  page.write("quarantineFolder", "~");
+  ASSERT_EQ(window.questions.size(), 1U);
+  EXPECT_TRUE(window.questions.at(0).isDangerous);
+  window.answer("<SETTINGS_CANCEL>");
+  EXPECT_EQ(page.text("quarantineFolder"), "");
+  page.write("quarantineFolder", "~");
+  window.answer("<SETTINGS_TAKE_IT>");
+  EXPECT_NE(ownText().find("QuarantineFolder = "), std::string::npos);
+}
+
+TEST_F(SettingsPageTest, WritesThePathsOfTheEngineWholeForTheAgentReadsThemSo) {
+  FakePage& page = shown();
+  page.write("pathToClamav", "~/engine");
+  page.write("pathToUpdateLog", "/var/log/u");
+  EXPECT_EQ(ownText(),
+            "PathToClamav = \"" + home.at("engine") + "\"\nPathToUpdateLog = \"/var/log/u\"\n");
+  page.write("pathToClamav", "engine");
+  EXPECT_EQ(page.text("pathToClamav"), "~/engine");
+}
+
+TEST_F(SettingsPageTest, ShowsWhichSettingsAreOnlyKept) {
+  strings.texts["SETTINGS_KEPT"] = "kept: %@";
+  writeOwn("\"Running on OS X Server\" = true\nInclude = 'x'\n");
+  EXPECT_EQ(shown().text("kept"), "kept: Running on OS X Server, Include");
+}
+
+TEST_F(SettingsPageTest, ShowsTheLineThatCannotBeReadAndRepairsItOnceAsked) {
+  strings.texts["SETTINGS_FILE_BROKEN_AT"] = "%@|%@|%@";
+  strings.texts["SETTINGS_REPAIRED"] = "%@|%@";
+  writeOwn("multiscan = 'yes'\nQuilloScanVolumes = yes\n");
+  FakePage& page = shown();
+  EXPECT_EQ(page.text("problem"), writer.path() + "|2|QuilloScanVolumes = yes");
+  EXPECT_FALSE(page.isEnabled("controls"));
+  page.press("repair");
+  window.answer("<SETTINGS_CANCEL>");
+  EXPECT_EQ(ownText(), "multiscan = 'yes'\nQuilloScanVolumes = yes\n");
+  page.press("repair");
+  window.answer("<SETTINGS_REPAIR_NOW>");
+  EXPECT_EQ(ownText(), "multiscan = 'yes'\n#QuilloScanVolumes = yes\n");
+  EXPECT_EQ(page.text("notice"), writer.path() + ".broken|2");
+  EXPECT_TRUE(page.isEnabled("controls"));
+  EXPECT_FALSE(page.isVisible("repair"));
+  EXPECT_EQ(page.choice("multiscan"), 1U);
+}
+
+TEST_F(SettingsPageTest, OpensTheFileForWhoeverWantsToEditIt) {
+  FakePage& page = shown();
+  page.press("openFile");
+  EXPECT_EQ(workspace.opened, Names{writer.path()});
+  workspace.answer = false;
+  page.press("openFile");
+  EXPECT_EQ(page.text("notice"), "<SETTINGS_NO_EDITOR>");
+}
+
+}  // namespace
+}  // namespace quillo
