@@ -2,6 +2,7 @@
 
 namespace quillo {
 
+class AgentLink;
 class Application;
 class ApplicationLauncher;
 class Clock;
@@ -19,6 +20,7 @@ class Workspace;
 // What the desktop offers the main application, its window apart, as its entry fills it in. All of
 // it outlives whoever is handed this.
 struct CompanionDesktop {
+  AgentLink& agentLink;
   Application& application;
   ApplicationLauncher& applicationLauncher;
   Clock& clock;

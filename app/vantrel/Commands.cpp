@@ -12,7 +12,9 @@ using Run = int (*)(CompanionParts& parts, const Words& words, std::ostream& out
                     std::ostream& errors);
 
 int scan(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
-  return runScanCommand(words, out, errors, {parts.scanServices()});
+  return runScanCommand(
+      words, out, errors,
+      {parts.scanServices(), &parts.keepScans(ScanSource::byHand), &parts.allowedFinds});
 }
 
 // What it needs is made when it runs, and for no other command.

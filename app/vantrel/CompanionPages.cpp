@@ -5,8 +5,11 @@
 #include <string>
 
 #include "app/vantrel/CompanionParts.h"
+#include "app/vantrel/Excluding.h"
 #include "companion/PlannedPage.h"
 #include "companion/ResultsPage.h"
+#include "companion/ScanPage.h"
+#include "platform/Application.h"
 #include "platform/Folders.h"
 
 namespace quillo {
@@ -29,16 +32,6 @@ LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
                           parts.threads, timeInWords})};
 }
 
-// What its user has agreed to; if it cannot be done, he is told.
-void exclude(CompanionParts& parts, MainWindow& window, const std::string& expression) {
-  LocalizedStrings& strings = parts.desktop.localizedStrings;
-  const Wording problem = parts.exclusions.addExclusion({expression, true});
-  if (!problem.empty()) {
-    window.ask({problem.in(strings), "", {strings.stringForKey("WINDOW_BUTTON_CLOSE", "&Close")}},
-               [](std::size_t) {});
-  }
-}
-
 LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   auto logic = std::make_shared<ResultsPage>(
@@ -54,6 +47,25 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
   return {logic};
 }
 
+LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
+  const CompanionDesktop& desktop = parts.desktop;
+  auto logic = std::make_shared<ScanPage>(
+      window,
+      ScanPageServices{parts.scanServices(), desktop.agentLink,
+                       [&desktop] { return pluggedInVolumes(desktop.volumes); }, parts.allowedFinds,
+                       [&parts, &window](const std::vector<std::string>& paths) {
+                         askToExclude(parts, window, paths);
+                       },
+                       [&desktop] { desktop.application.terminate(); },
+                       &parts.keepScans(ScanSource::byHand)});
+  window.onClose([weak = std::weak_ptr<ScanPage>(logic)] {
+    const auto scans = weak.lock();
+    return !scans || scans->mayClose();
+  });
+  return {logic,
+          [scans = logic.get()](const std::vector<std::string>& paths) { scans->scan(paths); }};
+}
+
 }  // namespace
 
 std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& window) {
@@ -62,7 +74,7 @@ std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& win
     return CompanionPage{name,
                          [&parts, &window, make](Page& its) { return make(parts, window, its); }};
   };
-  return {page("results", resultsPage), page("planned", plannedPage)};
+  return {page("scan", scanPage), page("results", resultsPage), page("planned", plannedPage)};
 }
 
 }  // namespace quillo

@@ -1,14 +1,19 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "companion/AllowedByHand.h"
+#include "companion/KeptScans.h"
 #include "companion/PreferenceChanges.h"
 #include "companion/PreferenceLists.h"
 #include "companion/QuietSurroundings.h"
+#include "history/HistoryWriter.h"
 #include "platform/CompanionDesktop.h"
 #include "posix/ThreadStarter.h"
+#include "scanning/PutBackFiles.h"
 #include "settings/PreferenceWriter.h"
 #include "settings/TypedPreferences.h"
 
@@ -18,7 +23,16 @@ namespace quillo {
 struct CompanionParts {
   explicit CompanionParts(const CompanionDesktop& services);
 
+  ~CompanionParts();
+  CompanionParts(const CompanionParts&) = delete;
+  CompanionParts& operator=(const CompanionParts&) = delete;
+
   ManualScanServices scanServices();
+  // Keeps scans of that kind in the history, which is written from now on until the end. Throws
+  // std::system_error when the system has no thread for that.
+  KeptScans& keepScans(ScanSource source);
+  // Has what was found a moment ago entered, too; waits some seconds for that at most.
+  void endHistory();
 
   const CompanionDesktop& desktop;
   DetachedThreads threads;
@@ -27,6 +41,10 @@ struct CompanionParts {
   PreferenceChanges preferenceChanges;
   ChosenFolders chosenFolders;
   Exclusions exclusions;
+  PutBackFiles putBackFiles;
+  AllowedByHand allowedFinds;
+  HistoryWriter historyWriter;
+  std::vector<std::unique_ptr<KeptScans>> keptScans;
   // Shows the page that scans, and scans these; set by whoever has that page.
   std::function<void(const std::vector<std::string>& paths)> scan =
       [](const std::vector<std::string>&) {};

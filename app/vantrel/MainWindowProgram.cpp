@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "app/vantrel/CompanionPages.h"
@@ -58,25 +59,28 @@ std::string answer(Companion& companion, PreferenceStore& preferences,
 int showWindow(CompanionPlatform& platform, const StartRequest& start) {
   const CompanionDesktop& desktop = platform.services();
   CompanionParts parts(desktop);
-  Companion companion({platform.window(), desktop.localizedStrings, desktop.systemLog},
-                      companionPages(parts, platform.window()));
-  parts.scan = [&companion](const std::vector<std::string>& paths) { companion.open(paths); };
+  auto companion = std::make_unique<Companion>(
+      Companion::Services{platform.window(), desktop.localizedStrings, desktop.systemLog},
+      companionPages(parts, platform.window()));
+  parts.scan = [&companion](const std::vector<std::string>& paths) { companion->open(paths); };
   int status = 0;
   const auto begin = [&] {
     if (start.kind == StartRequest::Kind::service) {
       platform.endUnlessShownWithin(secondsForTheBus);
       return;
     }
-    if (const std::string problem = answer(companion, desktop.preferenceStore, requestOf(start));
+    if (const std::string problem = answer(*companion, desktop.preferenceStore, requestOf(start));
         !problem.empty()) {
       status = fail(problem);
       desktop.application.terminate();
     }
   };
   const int ended = platform.run(begin, [&](const CompanionRequest& request) {
-    return answer(companion, desktop.preferenceStore, request);
+    return answer(*companion, desktop.preferenceStore, request);
   });
-  // Threads of the pages may be at work on what lies on this stack, and end with the process only.
+  companion.reset();
+  parts.endHistory();
+  // Threads may be at work on what lies on this stack, and end with the process only.
   desktop.application.exit(status != 0 ? status : ended);
   return status;
 }

@@ -14,6 +14,7 @@
 #include "platform/linux/services/Environment.h"
 #include "platform/linux/services/LinuxFolders.h"
 #include "platform/linux/services/LinuxSystemLog.h"
+#include "platform/linux/session/BusAgentLink.h"
 #include "platform/linux/session/SessionBusNotificationCenter.h"
 #include "platform/linux/text/StringTables.h"
 #include "posix/Clock.h"
@@ -51,6 +52,7 @@ class CompanionBackend {
   TomlPreferenceStore preferences;
   SessionBusNotificationCenter notificationCenter{sessionBus};
   DesktopApplicationLauncher launcher{sessionBus, report};
+  BusAgentLink agentLink{sessionBus, launcher, report};
   DesktopWorkspace workspace{sessionBus};
   LinuxTrashFolders trash;
   LinuxVolumes volumes;
