@@ -1,7 +1,14 @@
 #include "app/vantrel/Commands.h"
 
+#include <unistd.h>
+
+#include <climits>
+#include <string>
+
 #include "app/vantrel/CompanionParts.h"
+#include "companion/ExplainCommand.h"
 #include "companion/ScanCommand.h"
+#include "platform/AgentLink.h"
 #include "platform/linux/companion/CommandPlatform.h"
 
 namespace quillo {
@@ -15,6 +22,23 @@ int scan(CompanionParts& parts, const Words& words, std::ostream& out, std::ostr
   return runScanCommand(
       words, out, errors,
       {parts.scanServices(), &parts.keepScans(ScanSource::byHand), &parts.allowedFinds});
+}
+
+// "" while it watches; "none" also where it cannot be asked.
+std::string stateOfAgent(AgentLink& agent) {
+  agent.refresh();
+  const auto status = agent.status();
+  const std::string state = status ? status->state : "none";
+  return state == "watching" ? "" : state;
+}
+
+int explain(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
+  AgentLink& agent = parts.desktop.agentLink;
+  char folder[PATH_MAX];
+  return runExplainCommand(
+      words, out, errors,
+      {parts.explanationServices(), parts.desktop.localizedStrings,
+       getcwd(folder, sizeof folder) ? folder : "", [&agent] { return stateOfAgent(agent); }});
 }
 
 // What it needs is made when it runs, and for no other command.
@@ -32,6 +56,8 @@ Command command(const char* name, const char* arguments, const char* summary, Ru
 CommandTable commands() {
   return CommandTable({
       command("scan", "PATH... [--json]", "scans files and folders at once", scan),
+      command("explain", "PATH [--json]", "says whether a file is guarded, and which rule decides",
+              explain),
   });
 }
 

@@ -3,12 +3,15 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "app/vantrel/CompanionParts.h"
 #include "app/vantrel/Excluding.h"
 #include "companion/PlannedPage.h"
 #include "companion/ResultsPage.h"
 #include "companion/ScanPage.h"
+#include "companion/SettingsPage.h"
+#include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
 
@@ -41,7 +44,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
                       desktop.folders.homeFolder(),
                       [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
                       [&parts, &window](const std::string& expression) {
-                        exclude(parts, window, expression);
+                        excludeExpression(parts, window, expression);
                       }});
   window.onShown("results", [results = logic.get()] { results->historyChanged(); });
   return {logic};
@@ -66,6 +69,22 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
           [scans = logic.get()](const std::vector<std::string>& paths) { scans->scan(paths); }};
 }
 
+LivingPage settingsPage(CompanionParts& parts, MainWindow& window, Page& page) {
+  const CompanionDesktop& desktop = parts.desktop;
+  auto logic = std::make_shared<SettingsPage>(
+      page, window,
+      SettingsPage::Services{parts.preferenceChanges, parts.preferences, desktop.agentLink,
+                             desktop.distributedNotificationCenter, desktop.folders,
+                             desktop.localizedStrings, desktop.workspace,
+                             std::thread::hardware_concurrency()});
+  desktop.agentLink.observe([weak = std::weak_ptr<SettingsPage>(logic)] {
+    if (const auto settings = weak.lock()) {
+      settings->agentChanged();
+    }
+  });
+  return {logic};
+}
+
 }  // namespace
 
 std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& window) {
@@ -74,7 +93,8 @@ std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& win
     return CompanionPage{name,
                          [&parts, &window, make](Page& its) { return make(parts, window, its); }};
   };
-  return {page("scan", scanPage), page("results", resultsPage), page("planned", plannedPage)};
+  return {page("scan", scanPage), page("results", resultsPage), page("planned", plannedPage),
+          page("settings", settingsPage)};
 }
 
 }  // namespace quillo

@@ -6,6 +6,7 @@
 #include "platform/Folders.h"
 #include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
+#include "posix/MountTable.h"
 #include "settings/PreferenceTable.h"
 #include "settings/WatchSettings.h"
 
@@ -38,6 +39,10 @@ void CompanionParts::endHistory() {
   if (!std::exchange(keptScans, {}).empty()) {
     historyWriter.end(atMost);
   }
+}
+
+ExplanationServices CompanionParts::explanationServices() {
+  return {preferences, desktop.folders, desktop.trashFolders, [] { return MountTable().read(); }};
 }
 
 KeptScans& CompanionParts::keepScans(ScanSource source) {

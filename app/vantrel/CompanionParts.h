@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "companion/AllowedByHand.h"
+#include "companion/Explanation.h"
 #include "companion/KeptScans.h"
 #include "companion/PreferenceChanges.h"
 #include "companion/PreferenceLists.h"
@@ -28,6 +29,7 @@ struct CompanionParts {
   CompanionParts& operator=(const CompanionParts&) = delete;
 
   ManualScanServices scanServices();
+  ExplanationServices explanationServices();
   // Keeps scans of that kind in the history, which is written from now on until the end. Throws
   // std::system_error when the system has no thread for that.
   KeptScans& keepScans(ScanSource source);

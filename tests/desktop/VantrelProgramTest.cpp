@@ -66,9 +66,9 @@ class VantrelProgram : public testing::Test {
 };
 
 TEST_F(VantrelProgram, ShowsAWindowOfItsOwnClass) {
-  const auto process = start();
-  ASSERT_TRUE(shows("Overview"));
-  EXPECT_EQ(session.screen().classOf("Overview – Vantrel"),
+  const auto process = start({"--page", "results"});
+  ASSERT_TRUE(shows("Results"));
+  EXPECT_EQ(session.screen().classOf("Results – Vantrel"),
             std::string(identifier) + " " + identifier);
 }
 
@@ -78,8 +78,8 @@ TEST_F(VantrelProgram, ShowsThePageThatIsAskedFor) {
 }
 
 TEST_F(VantrelProgram, RaisesTheFirstWhenItIsStartedAgain) {
-  const auto process = start();
-  ASSERT_TRUE(shows("Overview"));
+  const auto process = start({"--page", "results"});
+  ASSERT_TRUE(shows("Results"));
   const auto other = session.startCommand({QUILLO_NOTEPAD, session.homeFolder() + "/notes"});
   ASSERT_TRUE(session.screen().eventually(
       [&] { return session.screen().stackedTitles().back() == "Notepad"; }));
