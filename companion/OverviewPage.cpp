@@ -1,0 +1,191 @@
+#include "companion/OverviewPage.h"
+
+#include "companion/DefinitionUpdate.h"
+#include "companion/OverviewText.h"
+#include "companion/RecentCounts.h"
+#include "platform/AgentLink.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/Page.h"
+#include "platform/Session.h"
+#include "posix/Clock.h"
+#include "settings/TypedPreferences.h"
+
+namespace quillo {
+namespace {
+
+constexpr char name[] = "overview";
+
+const char* imageOf(Guard::Sign sign) {
+  switch (sign) {
+    case Guard::Sign::guarded:
+      return "guard_good";
+    case Guard::Sign::scanning:
+      return "guard_scanning";
+    case Guard::Sign::attention:
+      return "guard_attention";
+    case Guard::Sign::notGuarded:
+      return "guard_none";
+    default:
+      return "guard_unknown";
+  }
+}
+
+// What a screen reader says of the picture.
+const char* signKeyOf(Guard::Sign sign) {
+  switch (sign) {
+    case Guard::Sign::guarded:
+      return "OVERVIEW_SIGN_GUARDED";
+    case Guard::Sign::scanning:
+      return "OVERVIEW_SIGN_SCANNING";
+    case Guard::Sign::attention:
+      return "OVERVIEW_SIGN_ATTENTION";
+    case Guard::Sign::notGuarded:
+      return "OVERVIEW_SIGN_NOT_GUARDED";
+    default:
+      return "OVERVIEW_SIGN_UNKNOWN";
+  }
+}
+
+const char* buttonKeyOf(Guard::Remedy remedy) {
+  switch (remedy) {
+    case Guard::Remedy::startAgent:
+      return "OVERVIEW_MEND_START_AGENT";
+    case Guard::Remedy::startWatching:
+      return "OVERVIEW_MEND_START_WATCHING";
+    case Guard::Remedy::restartAgent:
+      return "OVERVIEW_MEND_RESTART_AGENT";
+    case Guard::Remedy::updateDefinitions:
+      return "OVERVIEW_MEND_UPDATE";
+    case Guard::Remedy::installEngine:
+      return "OVERVIEW_MEND_INSTALL";
+    case Guard::Remedy::chooseFolders:
+      return "OVERVIEW_MEND_CHOOSE_FOLDERS";
+    case Guard::Remedy::showFolders:
+      return "OVERVIEW_MEND_SHOW_FOLDERS";
+    default:
+      return "";
+  }
+}
+
+void showIfAny(Page& page, const std::string& widget, const std::string& text) {
+  page.setText(widget, text);
+  page.setVisible(widget, !text.empty());
+}
+
+}  // namespace
+
+OverviewPage::OverviewPage(Page& page, MainWindow& window, const OverviewServices& services)
+    : page_(page), window_(window), services_(services) {
+  page_.onAction("mendButton", [this] { mend(); });
+  page_.onAction("updateButton", [this] { services_.update.start(); });
+  page_.onAction("resultsButton", [this] { window_.show("results"); });
+  window_.onShown(name, [this] { refresh(); });
+  services_.update.observe([this] {
+    showUpdate();
+    if (!services_.update.state().runs) {
+      showFacts();
+    }
+  });
+  services_.agent.observe([this] { agentChanged(); });
+  refresh();
+}
+
+void OverviewPage::refresh() {
+  showGuard();
+  showFacts();
+  showUpdate();
+}
+
+void OverviewPage::agentChanged() {
+  if (startsOnceGone_ && !services_.agent.status()) {
+    startsOnceGone_ = false;
+    startAgent();
+  }
+  refresh();
+}
+
+void OverviewPage::showGuard() {
+  guard_ = judgeGuard(services_.agent.status(), services_.strings, services_.clock.wallTime());
+  page_.setImage("signPicture", imageOf(guard_.sign));
+  page_.setText("signText", text(signKeyOf(guard_.sign)));
+  page_.setText("sentence", guard_.sentence.in(services_.strings));
+  showIfAny(page_, "reason", guard_.reason.empty() ? "" : guard_.reason.in(services_.strings));
+  const bool canMend = guard_.remedy != Guard::Remedy::none;
+  page_.setVisible("mendButton", canMend);
+  if (canMend) {
+    page_.setText("mendButton", text(buttonKeyOf(guard_.remedy)));
+  }
+}
+
+void OverviewPage::showFacts() {
+  const auto now = services_.clock.wallTime();
+  const OverviewText facts(services_.strings, now);
+  const auto status = services_.agent.status();
+  const RecentCounts::Counts counts = services_.counts.countsSince(now - recently);
+  showIfAny(page_, "watchingText", facts.watching(status));
+  page_.setText("scanningText", facts.scanning(status));
+  page_.setText("definitionsText",
+                facts.definitions(definitionsInUse(
+                    status, services_.preferences.value(key::pathToClamav).value_or(""))));
+  page_.setText("foundText", facts.found(counts));
+  showIfAny(page_, "notScannedText", facts.notScanned(counts));
+  showIfAny(page_, "historyText", facts.history(status));
+}
+
+void OverviewPage::showUpdate() {
+  const DefinitionUpdate::State& state = services_.update.state();
+  const bool agentUpdates = services_.agent.status() && services_.agent.status()->updating;
+  const bool runs = state.runs || agentUpdates;
+  const bool mendsByUpdate = guard_.remedy == Guard::Remedy::updateDefinitions;
+  page_.setEnabled("updateButton", !runs);
+  page_.setEnabled("mendButton", !(runs && mendsByUpdate));
+  page_.setVisible("updateProgress", runs);
+  const UpdateProgress progress = state.progress.value_or(UpdateProgress());
+  page_.setProgress("updateProgress", progress.done, progress.all);
+  const OverviewText words(services_.strings, services_.clock.wallTime());
+  showIfAny(page_, "updateText",
+            agentUpdates && !state.runs ? text("OVERVIEW_UPDATE_RUNS") : words.update(state));
+}
+
+void OverviewPage::mend() {
+  switch (guard_.remedy) {
+    case Guard::Remedy::startAgent:
+      startAgent();
+      break;
+    case Guard::Remedy::startWatching:
+      services_.notifications.post("VantrelQuilloShouldRestart", "Vantrel");
+      break;
+    case Guard::Remedy::restartAgent:
+      restartAgent();
+      break;
+    case Guard::Remedy::updateDefinitions:
+      services_.update.start();
+      break;
+    case Guard::Remedy::installEngine:
+      window_.show("help");
+      break;
+    case Guard::Remedy::chooseFolders:
+    case Guard::Remedy::showFolders:
+      window_.show("folders");
+      break;
+    case Guard::Remedy::none:
+      break;
+  }
+}
+
+void OverviewPage::startAgent() {
+  if (!services_.agent.start()) {
+    showIfAny(page_, "reason", text("OVERVIEW_CANNOT_START"));
+  }
+}
+
+void OverviewPage::restartAgent() {
+  startsOnceGone_ = true;
+  services_.notifications.post("VantrelQuilloShouldQuit", "Vantrel");
+}
+
+std::string OverviewPage::text(const std::string& key) const {
+  return services_.strings.stringForKey(key, "");
+}
+
+}  // namespace quillo
