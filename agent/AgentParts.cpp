@@ -17,7 +17,8 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
           {given.clock, desktop.dockTile, desktop.folders, desktop.localizedStrings, scannerCount}),
       notifications(desktop.growl, desktop.localizedStrings),
       menuForScanners(menu),
-      scannerLink({preferences, clamdLink, statusBoard, menu, watching, folderOpener}),
+      scannerLink(
+          {preferences, clamdLink, statusBoard, menu, watching, folderOpener, mainApplication}),
       watcherLink({watchList, watching, statusBoard, menu}),
       engineLink(preferences, noEngineWindow),
       menuLink({scannerCount, statusBoard, watching, health, preferences, desktop.statusPublisher}),

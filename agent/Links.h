@@ -10,6 +10,7 @@
 
 #include "agent/DialogList.h"
 #include "agent/Health.h"
+#include "agent/MainApplication.h"
 #include "agent/NoEngineWindow.h"
 #include "agent/Preferences.h"
 #include "agent/ScannerCount.h"
@@ -55,6 +56,7 @@ class ScannerLink final : public ScannerOwner {
     Throbber& mainMenu;
     Watching& watching;
     FolderOpener& folderOpener;
+    MainApplication& mainApplication;
   };
   explicit ScannerLink(const Parts& parts) : parts_(parts) {}
 
@@ -71,6 +73,7 @@ class ScannerLink final : public ScannerOwner {
   void openAndWait(const std::string& folder) override { parts_.folderOpener.openAndWait(folder); }
   void open(const std::string& folder) override { parts_.folderOpener.open(folder); }
   void openScanLog() override { parts_.mainMenu.openScanLog(); }
+  bool openPage(const std::string& page) override { return parts_.mainApplication.openPage(page); }
 
  private:
   const Parts parts_;

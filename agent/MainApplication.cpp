@@ -36,6 +36,11 @@ bool MainApplication::openApp() {
   return isAccepted;
 }
 
+bool MainApplication::openPage(const std::string& page) {
+  return launcher_.isInstalled(mainApplicationIdentifier) &&
+         launcher_.openPage(mainApplicationIdentifier, page);
+}
+
 void MainApplication::awaitLaunch() {
   for (int checks = 0; checks < mostLaunchChecks && launcher_.isLaunching(); ++checks) {
     application_.waitKeepingDesktopAlive([this] { clock_.sleepFor(launchCheck); });

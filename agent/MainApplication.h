@@ -3,6 +3,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace quillo {
@@ -22,6 +23,8 @@ class MainApplication {
 
   // Launches it. Returns false, with a beep, when the desktop does not accept that.
   bool openApp();
+  // Has it show one of its pages, and returns at once. Returns false where it is not installed.
+  bool openPage(const std::string& page);
   // Waits, with the desktop alive, until the desktop has started it or could not; at most about two
   // seconds, in which it is tried in every way. Beeps when it could not.
   void awaitLaunch();

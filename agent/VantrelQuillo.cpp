@@ -7,10 +7,8 @@
 #include "platform/MainInterface.h"
 #include "platform/Session.h"
 #include "platform/StatusItem.h"
-#include "platform/Workspace.h"
 #include "posix/ChildProcess.h"
 #include "posix/ThreadStarter.h"
-#include "settings/PreferenceTable.h"
 
 namespace quillo {
 namespace {
@@ -135,9 +133,7 @@ void VantrelQuillo::mend() {
       parts_.definitionUpdates.updateVirusDefsAndNotify(true);
       break;
     case Attention::missingFolders:
-      if (parts_.services.platform.applicationLauncher.isInstalled(mainApplicationIdentifier)) {
-        openPrefs(false);
-      } else {
+      if (!parts_.mainApplication.openPage("folders")) {
         parts_.preferenceFile.open();
       }
       break;

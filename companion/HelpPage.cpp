@@ -85,6 +85,7 @@ HelpPage::HelpPage(Page& page, MainWindow& window, const HelpPageServices& servi
   connectLog("openScanLog", services_.scanLog);
   connectLog("openUpdateLog", services_.updateLog);
   page_.setText("findingsState", text("HELP_NOT_EXAMINED"));
+  page_.setVisible("logProblem", false);
   showLimits();
   refresh();
 }

@@ -80,6 +80,7 @@ PlannedPage::PlannedPage(Page& page, MainWindow& window, const PlannedPageServic
   }
   page_.setRows("plans", titles, rows_);
   connect();
+  page_.setVisible("none", false);
   showState({});
   showButtons();
 }

@@ -17,7 +17,7 @@ class SelfTestEvidence {
   enum class Agent { absent, stopped, starting, watching };
   struct Facts {
     Agent agent = Agent::absent;
-    std::vector<std::string> watchedFolders;  // bytes
+    std::vector<std::string> watchedFolders;  // those in which a new file is noticed; bytes
     std::uint64_t filesBeingScanned = 0;
     std::uint64_t verdicts = 0;  // finds and files not scanned, since the agent began
   };

@@ -60,7 +60,7 @@ std::string json(std::string_view bytes) {
 }
 
 void printJson(std::ostream& out, const SelfTest& test, LocalizedStrings& strings) {
-  out << "{\"version\":1,\"outcome\":\"" << nameOf(test.outcome())
+  out << "{\"version\":1,\"command\":\"test\",\"result\":\"" << nameOf(test.outcome())
       << "\",\"file\":" << json(test.path()) << ",\"steps\":[";
   const char* separator = "";
   for (const SelfTest::Result& result : test.results()) {

@@ -29,6 +29,9 @@ class ApplicationLauncher {
   virtual bool isInstalled(const std::string& identifier) = 0;
   // Has the desktop start the application and does not wait. Returns false when it is unknown.
   virtual bool launchApplication(const std::string& identifier) = 0;
+  // Has the application show the page of that name, and start for it where it does not run; does
+  // not wait. Returns false when it is unknown.
+  virtual bool openPage(const std::string& identifier, const std::string& page) = 0;
   // Returns true until the desktop has said if it started the application launched last.
   // Other ways to start it may be tried meanwhile, for which events have to be handled.
   virtual bool isLaunching() = 0;

@@ -160,10 +160,13 @@ void Consequences::notify(NotificationCode code, const std::string& description,
                                [left, &services] { FileRemover::moveToTrash(left, services); },
                                true});
   } else if (code == notificationQuarantined && !infection.destination.empty()) {
-    details.buttons.push_back(
-        {showTitle,
-         [place = infection.destination, &services] { services.workspace.selectFile(place); },
-         true});
+    details.buttons.push_back({showTitle,
+                               [place = infection.destination, &services, &owner] {
+                                 if (!owner.openPage("quarantine")) {
+                                   services.workspace.selectFile(place);
+                                 }
+                               },
+                               true});
   }
   details.buttons.push_back(
       {strings.stringForKey("NOTIFICATION_LOG", ""), [&owner] { owner.openScanLog(); }});

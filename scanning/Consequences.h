@@ -22,9 +22,10 @@ struct InfectionPolicy {
 };
 
 // Shows the user infected files, and an engine that cannot be reached, in dialogs and
-// notifications. A notification names the file and what became of it; its buttons show the file,
-// move one that still lies in its place to the trash, and open the scan log. Runs on the thread of
-// the scanner that owns it; dialogs and buttons answer on the main thread and may outlive it.
+// notifications. A notification names the file and what became of it; its buttons show the file
+// (one in the quarantine on its page, where there is one), move one that still lies in its place to
+// the trash, and open the scan log. Runs on the thread of the scanner that owns it; dialogs and
+// buttons answer on the main thread and may outlive it.
 class Consequences {
  public:
   Consequences(ScannerOwner& owner, const ScannerServices& services, bool waitsForOpener);

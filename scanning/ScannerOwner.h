@@ -76,6 +76,8 @@ class ScannerOwner {
   virtual void open(const std::string& folder) = 0;
   // Opens the scan log for the user. Main thread.
   virtual void openScanLog() = 0;
+  // Shows a page of the main application. Returns false where that is not installed. Main thread.
+  virtual bool openPage(const std::string& page) = 0;
 };
 
 // Takes the lines of the report that the scan log would have, where that is not behind standard

@@ -231,6 +231,20 @@ TEST_F(DesktopFiles, AreNotNeededForAnApplicationOnTheBus) {
   EXPECT_EQ(launcher.activeApplicationIdentifier(), "");
 }
 
+TEST_F(DesktopFiles, AreNotNeededForAPageOfAnApplicationOnTheBus) {
+  TestBus applicationBus;
+  FakeBusObject application(applicationBus, "/org/vantrel/TestApp");
+  application.answerWith("ActivateAction", {});
+  ASSERT_TRUE(application.own("org.vantrel.TestApp"));
+  DesktopApplicationLauncher launcher(*bus, nullptr);
+  EXPECT_TRUE(launcher.openPage("org.vantrel.TestApp", "folders"));
+  ASSERT_TRUE(waitUntil([&] { return !launcher.isLaunching(); }));
+  const QDBusMessage call = application.callsOf("ActivateAction").at(0);
+  EXPECT_EQ(call.signature(), "sava{sv}");
+  EXPECT_EQ(call.arguments().at(0), "folders");
+  EXPECT_FALSE(launcher.openPage("org.vantrel.Unknown", "folders"));
+}
+
 // As on Wayland, where nobody reports which window is in use.
 TEST_F(DesktopFiles, StartAnApplicationThatIsActiveOnceItHasItsNameOnTheBus) {
   TestBus applicationBus;

@@ -139,6 +139,21 @@ TEST_F(SystemdTimersTest, RefusedChangeLeavesWhatWasPlanned) {
   EXPECT_TRUE(scans[0].isActive);
 }
 
+TEST_F(SystemdTimersTest, LinkOfTheUsersIsNeitherFollowedNorTakenAway) {
+  const TemporaryFolder elsewhere;
+  const std::string own = elsewhere.write("own.timer", "[Timer]\nOnCalendar=*-*-* 12:30:00\n");
+  units.link("vantrel-scan-aa.timer", own);
+  units.write("vantrel-scan-aa.service", "[Service]\nExecStart=/bin/true\n");
+  FakeSystemd systemd(units);
+  PlannedScan scan = dailyScan();
+  scan.id = "aa";
+  EXPECT_EQ(put(scan).key, "PLANNED_CANNOT_WRITE");
+  EXPECT_TRUE(TemporaryFolder::exists(units.at("vantrel-scan-aa.timer")));
+  EXPECT_EQ(TemporaryFolder::read(own), "[Timer]\nOnCalendar=*-*-* 12:30:00\n");
+  EXPECT_EQ(TemporaryFolder::read(units.at("vantrel-scan-aa.service")),
+            "[Service]\nExecStart=/bin/true\n");
+}
+
 TEST_F(SystemdTimersTest, RemovedScanIsGoneWithItsFiles) {
   FakeSystemd systemd(units);
   put(dailyScan());

@@ -121,6 +121,16 @@ TEST_F(FindNotification, OffersForAQuarantinedFileToShowItWhereItIsNow) {
   EXPECT_EQ(titles(foundOnChannel(moved, Action::moveToTrash)), Titles{"<NOTIFICATION_LOG>"});
 }
 
+TEST_F(FindNotification, ShowsAQuarantinedFileOnItsPageWhereThereIsOne) {
+  owner.hasPages = true;
+  Verdict moved = Verdict::parse(infection);
+  moved.whereabouts = Verdict::Whereabouts::moved;
+  moved.destination = "/home/anna/Quarantine/b.zip";
+  foundOnChannel(moved, Action::quarantine).buttons.at(0).press();
+  EXPECT_TRUE(owner.calls.has("open page quarantine"));
+  EXPECT_TRUE(desktop.workspace.selected.empty());
+}
+
 TEST_F(FindNotification, MovesTheFileToTheTrashClosesItsWarningAndIsWithdrawn) {
   const std::string path = savedFile();
   const NotificationDetails details = found(lineOf(path));

@@ -34,6 +34,16 @@ TEST_F(MainApplicationTest, IsLaunchedByItsIdentifier) {
   EXPECT_EQ(desktop.application.beeps, 1);
 }
 
+TEST_F(MainApplicationTest, ShowsAPageWhereItIsInstalled) {
+  EXPECT_TRUE(mainApplication.openPage("folders"));
+  EXPECT_EQ(desktop.applicationLauncher.pages,
+            std::vector<std::string>{"org.vantrel.Vantrel folders"});
+  desktop.applicationLauncher.installed = false;
+  EXPECT_FALSE(mainApplication.openPage("folders"));
+  EXPECT_EQ(desktop.applicationLauncher.pages.size(), 1U);
+  EXPECT_EQ(desktop.application.beeps, 0);
+}
+
 TEST_F(MainApplicationTest, IsWaitedForUntilTheDesktopHasStartedIt) {
   int asked = 0;
   int waits = 0;

@@ -289,7 +289,7 @@ TEST_F(TestCommandTest, SaysTheSameInJson) {
   strings.texts["SELFTEST_NO_AGENT"] = "no \"agent\"\n";
   evidence.now.agent = Agent::absent;
   EXPECT_EQ(run({"--json"}), 2);
-  EXPECT_EQ(out.str(), R"({"version":1,"outcome":"cannotTell","file":"","steps":[)"
+  EXPECT_EQ(out.str(), R"({"version":1,"command":"test","result":"cannotTell","file":"","steps":[)"
                        R"({"step":"agent","state":"failed","words":"no \"agent\"\\x0A"},)"
                        R"({"step":"written","state":"waiting","words":""},)"
                        R"({"step":"noticed","state":"waiting","words":""},)"

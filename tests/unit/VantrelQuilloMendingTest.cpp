@@ -113,7 +113,7 @@ TEST_F(AgentMending, LooksAfterDefinitionsAgainWhenAnUpdateHasEnded) {
   EXPECT_EQ(agent().parts().statusBoard.status().definitions, DefinitionState::none);
 }
 
-TEST_F(AgentMending, OpensThePreferencesForFoldersThatAreMissing) {
+TEST_F(AgentMending, OpensThePageOfTheFoldersForThoseThatAreMissingElseThePreferences) {
   desktop.preferenceStore.set(
       "QuilloFolderArray",
       PreferenceValue{PreferenceArray{watchedFolder("~", true), watchedFolder("/no/such", true)}});
@@ -123,7 +123,7 @@ TEST_F(AgentMending, OpensThePreferencesForFoldersThatAreMissing) {
   EXPECT_EQ(desktop.workspace.opened, Lines{preferences()});
   desktop.applicationLauncher.installed = true;
   menu.mendMenuItem.choose();
-  EXPECT_EQ(desktop.applicationLauncher.launched, Lines{"org.vantrel.Vantrel"});
+  EXPECT_EQ(desktop.applicationLauncher.pages, Lines{"org.vantrel.Vantrel folders"});
   EXPECT_TRUE(desktop.application.exits.empty());
 }
 

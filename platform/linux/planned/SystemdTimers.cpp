@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <functional>
 #include <utility>
 
 #include "platform/linux/planned/UnitText.h"
@@ -126,9 +127,34 @@ PlannedScans::Listing SystemdTimers::list() {
   return listing;
 }
 
-Wording SystemdTimers::write(const PlannedScan& scan) const {
-  const Wording problem = folder_.write(unitName(scan.id, "service"), serviceUnit(scan, program_));
-  return problem.empty() ? folder_.write(unitName(scan.id, "timer"), timerUnit(scan)) : problem;
+Wording SystemdTimers::write(const PlannedScan& scan, std::vector<Written>& written) const {
+  const std::pair<const char*, std::string> units[] = {{"service", serviceUnit(scan, program_)},
+                                                       {"timer", timerUnit(scan)}};
+  for (const auto& [kind, text] : units) {
+    const std::string name = unitName(scan.id, kind);
+    const auto before = folder_.read(name);
+    if (Wording problem = folder_.write(name, text); !problem.empty()) {
+      return problem;
+    }
+    written.push_back({name, before});
+  }
+  return {};
+}
+
+// Only what was written: what could not be is nothing of ours.
+void SystemdTimers::takeBack(const std::string& timer, const std::vector<Written>& written) const {
+  const bool isWritten = !written.empty() && written.back().name == timer;
+  const bool wasThere = !isWritten || written.back().before;
+  if (!wasThere) {
+    systemd_.disable(timer);
+  }
+  for (const Written& unit : written) {
+    folder_.restore(unit.name, unit.before);
+  }
+  systemd_.reload();
+  if (isWritten && wasThere) {
+    systemd_.restart(timer);
+  }
 }
 
 Wording SystemdTimers::makeActive(const std::string& timer) const {
@@ -158,10 +184,8 @@ Wording SystemdTimers::put(const PlannedScan& wanted) {
     return problem;
   }
   const std::string timer = unitName(scan.id, "timer");
-  const std::string service = unitName(scan.id, "service");
-  const auto timerBefore = folder_.read(timer);
-  const auto serviceBefore = folder_.read(service);
-  problem = write(scan);
+  std::vector<Written> written;
+  problem = write(scan, written);
   if (problem.empty()) {
     problem = makeActive(timer);
   }
@@ -169,15 +193,7 @@ Wording SystemdTimers::put(const PlannedScan& wanted) {
     const bool isAsWanted = scanNumbered(scan.id).plansTheSameAs(scan);
     return isAsWanted ? Wording() : Wording{"PLANNED_OVERRIDDEN", {timer, timer}};
   }
-  if (!timerBefore) {
-    systemd_.disable(timer);
-  }
-  folder_.restore(timer, timerBefore);
-  folder_.restore(service, serviceBefore);
-  systemd_.reload();
-  if (timerBefore) {
-    systemd_.restart(timer);
-  }
+  takeBack(timer, written);
   return problem;
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <QDBusConnection>
-#include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/PlannedScans.h"
 #include "platform/linux/planned/SystemdUser.h"
@@ -25,9 +26,16 @@ class SystemdTimers final : public PlannedScans {
   Wording runNow(const std::string& id) override;
 
  private:
+  // A unit that was written, and what was there before.
+  struct Written {
+    std::string name;
+    std::optional<std::string> before;
+  };
+
   PlannedScan scanNumbered(const std::string& id) const;
   Wording makeActive(const std::string& timer) const;
-  Wording write(const PlannedScan& scan) const;
+  Wording write(const PlannedScan& scan, std::vector<Written>& written) const;
+  void takeBack(const std::string& timer, const std::vector<Written>& written) const;
 
   // Constant after construction.
   const SystemdUser systemd_;

@@ -152,6 +152,14 @@ bool DesktopApplicationLauncher::isInstalled(const std::string& identifier) {
 }
 
 bool DesktopApplicationLauncher::launchApplication(const std::string& identifier) {
+  return launch(identifier, "");
+}
+
+bool DesktopApplicationLauncher::openPage(const std::string& identifier, const std::string& page) {
+  return launch(identifier, page);
+}
+
+bool DesktopApplicationLauncher::launch(const std::string& identifier, const std::string& action) {
   failed_ = false;
   launched_ = ApplicationWindows();
   launched_.identifier = identifier;
@@ -160,16 +168,20 @@ bool DesktopApplicationLauncher::launchApplication(const std::string& identifier
     launched_.windowClass = windowClass != nullptr ? windowClass : "";
   }
   if (BusDaemon(bus_).isServed(QString::fromStdString(identifier))) {
-    activate(identifier);
+    activate(identifier, action);
     return true;
   }
   return launchDesktopFileOf(identifier);
 }
 
-void DesktopApplicationLauncher::activate(const std::string& identifier) {
-  QDBusMessage call =
-      QDBusMessage::createMethodCall(QString::fromStdString(identifier), objectPathOf(identifier),
-                                     "org.freedesktop.Application", "Activate");
+void DesktopApplicationLauncher::activate(const std::string& identifier,
+                                          const std::string& action) {
+  QDBusMessage call = QDBusMessage::createMethodCall(
+      QString::fromStdString(identifier), objectPathOf(identifier), "org.freedesktop.Application",
+      action.empty() ? "Activate" : "ActivateAction");
+  if (!action.empty()) {
+    call << QString::fromStdString(action) << QVariantList();
+  }
   call << QVariantMap();
   ++activations_;
   whenAnswered(bus_.asyncCall(call), *this, [this, identifier](const QDBusPendingCall& answer) {

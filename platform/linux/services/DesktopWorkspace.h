@@ -37,6 +37,8 @@ class DesktopApplicationLauncher final : public QObject, public ApplicationLaunc
 
   bool isInstalled(const std::string& identifier) override;
   bool launchApplication(const std::string& identifier) override;
+  // By the application's action of that name. Where it cannot be asked it is only started.
+  bool openPage(const std::string& identifier, const std::string& page) override;
   bool isLaunching() override { return activations_ > 0; }
   bool launchFailed() override { return failed_; }
   // Returns that of the window in use on X11. Where that is unknown, as on Wayland, the application
@@ -45,7 +47,8 @@ class DesktopApplicationLauncher final : public QObject, public ApplicationLaunc
   std::string activeApplicationIdentifier() override;
 
  private:
-  void activate(const std::string& identifier);
+  bool launch(const std::string& identifier, const std::string& action);
+  void activate(const std::string& identifier, const std::string& action);
   bool launchDesktopFileOf(const std::string& identifier);
 
   QDBusConnection bus_;

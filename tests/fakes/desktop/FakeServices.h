@@ -257,6 +257,10 @@ class FakeApplicationLauncher final : public ApplicationLauncher {
     launched.push_back(identifier);
     return accepts;
   }
+  bool openPage(const std::string& identifier, const std::string& page) override {
+    pages.push_back(identifier + " " + page);
+    return accepts;
+  }
   bool isLaunching() override { return launching && launching(); }
   bool launchFailed() override { return failed; }
   std::string activeApplicationIdentifier() override { return active ? active() : ""; }
@@ -266,6 +270,8 @@ class FakeApplicationLauncher final : public ApplicationLauncher {
   std::function<bool()> launching;
   std::function<std::string()> active;
   std::vector<std::string> launched;
+  // Identifier and page.
+  std::vector<std::string> pages;
 };
 
 class FakeModifierKeys final : public ModifierKeys {

@@ -98,6 +98,12 @@ class FakeScannerOwner final : public ScannerOwner,
   }
   void open(const std::string& folder) override { calls.add("open at once " + folder); }
   void openScanLog() override { calls.add("open log"); }
+  bool openPage(const std::string& page) override {
+    calls.add("open page " + page);
+    return hasPages;
+  }
+  // Whether the main application is installed.
+  bool hasPages = false;
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
                                                  const NotificationDetails& given) override {
     calls.add("notify " + std::to_string(code) + " " + description);

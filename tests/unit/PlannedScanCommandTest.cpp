@@ -1,0 +1,71 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "companion/PlannedScanCommand.h"
+#include "tests/fakes/desktop/FakeServices.h"
+
+namespace quillo {
+namespace {
+
+using Words = std::vector<std::string>;
+
+class PlannedScanCommandTest : public testing::Test {
+ protected:
+  int run(const Words& words) {
+    return runPlannedScan(words, errors, {strings, growl, [this](const Words& paths) {
+                                            scanned = paths;
+                                            return outcome;
+                                          }});
+  }
+  FakeLocalizedStrings strings;
+  FakeGrowl growl;
+  std::ostringstream errors;
+  PlannedScanOutcome outcome;
+  Words scanned;
+};
+
+TEST_F(PlannedScanCommandTest, ScansPathsAndUrisOfPaths) {
+  EXPECT_EQ(run({"--planned", "a1", "--", "/home/anna/100%", "file:///%FF"}), 0);
+  EXPECT_EQ(scanned, (Words{"/home/anna/100%", "/\xff"}));
+}
+
+TEST_F(PlannedScanCommandTest, ShowsWhatCameOfIt) {
+  bool isHandedOver = false;
+  growl.atHandOver = [&] { isHandedOver = true; };
+  outcome = {2, true, "2 finds"};
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 1);
+  ASSERT_EQ(growl.posted().size(), 1U);
+  EXPECT_EQ(growl.posted()[0].title, "<PLANNED_RESULT_FOUND>");
+  EXPECT_EQ(growl.posted()[0].description, "2 finds");
+  EXPECT_TRUE(growl.posted()[0].details.isFind);
+  EXPECT_TRUE(isHandedOver);
+}
+
+TEST_F(PlannedScanCommandTest, WhatWasNotScannedIsNotCalledClean) {
+  outcome.isComplete = false;
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 2);
+  EXPECT_EQ(growl.posted()[0].title, "<PLANNED_RESULT_INCOMPLETE>");
+  outcome.isComplete = true;
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 0);
+  EXPECT_EQ(growl.posted()[1].title, "<PLANNED_RESULT_CLEAN>");
+}
+
+TEST_F(PlannedScanCommandTest, OtherWordsScanNothing) {
+  for (const Words& words : {Words{},
+                             {"--planned"},
+                             {"--planned", "a1"},
+                             {"--planned", "a1", "--"},
+                             {"--planned", "a1", "/a"},
+                             {"--planned", "a1", "--", "relative"},
+                             {"--planned", "a1", "--", "/a", "file://elsewhere/b"},
+                             {"/a", "b", "--", "/c"}}) {
+    EXPECT_EQ(run(words), 2);
+  }
+  EXPECT_TRUE(scanned.empty());
+  EXPECT_TRUE(growl.posted().empty());
+  EXPECT_NE(errors.str(), "");
+}
+
+}  // namespace
+}  // namespace quillo
