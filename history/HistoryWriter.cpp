@@ -45,11 +45,20 @@ void HistoryWriter::arrived() {
   }
 }
 
+// Enters at once what would soon be too much to keep.
+void HistoryWriter::hasArrived(std::size_t waiting, std::size_t most) {
+  if (waiting == most / 4 && !hasUnwritten_) {
+    dueAt_ = services_.clock.now();
+    wake_.signal();
+  }
+}
+
 void HistoryWriter::add(HistoryChange change) {
   wake_.lock();
   arrived();
   if (waiting_.changes.size() < mostChanges) {
     waiting_.changes.push_back(std::move(change));
+    hasArrived(waiting_.changes.size(), mostChanges);
   } else {
     ++waiting_.givenUp;
   }
@@ -61,6 +70,7 @@ void HistoryWriter::addClean(const std::string& path) {
   arrived();
   if (waiting_.clean.size() < mostNames) {
     waiting_.clean.push_back(path);
+    hasArrived(waiting_.clean.size(), mostNames);
   } else {
     std::string folder = countedFolderOf(path, services_.home);
     const bool isRoom =
@@ -131,7 +141,11 @@ void HistoryWriter::step() {
 
 void HistoryWriter::takeIn(Waiting waiting) {
   const CalendarDay today = calendarDayOf(services_.clock.wallTime());
-  std::move(waiting.changes.begin(), waiting.changes.end(), std::back_inserter(batch_.changes));
+  for (HistoryChange& change : waiting.changes) {
+    if (!isKnownToday(change, today)) {
+      batch_.changes.push_back(std::move(change));
+    }
+  }
   for (const std::string& path : waiting.clean) {
     count(countedFolderOf(path, services_.home), {1, sizeOf(path)}, today);
   }
@@ -140,6 +154,19 @@ void HistoryWriter::takeIn(Waiting waiting) {
   }
   givenUp_ += waiting.givenUp;
   giveUpTooMany();
+}
+
+// A machine's disk or a download would push every find out of the history.
+bool HistoryWriter::isKnownToday(const HistoryChange& change, CalendarDay today) {
+  const auto* const result = std::get_if<HistoryResult>(&change);
+  if (!result || result->kind != HistoryResult::Kind::notScanned ||
+      result->source != ScanSource::agent) {
+    return false;
+  }
+  if (today != std::exchange(today_, today) || notScannedToday_.size() >= mostRemembered) {
+    notScannedToday_.clear();
+  }
+  return !notScannedToday_.emplace(result->path, result->says).second;
 }
 
 void HistoryWriter::count(const std::string& folder, const ScannedAmount& amount, CalendarDay day) {

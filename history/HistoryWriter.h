@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "history/HistoryStore.h"
@@ -40,6 +42,9 @@ class HistoryWriter {
   static constexpr std::size_t mostChanges = 10'000;
   static constexpr std::size_t mostNames = 40'000;
   static constexpr std::size_t mostFolders = 2'000;
+  // A file that the agent cannot scan is entered once a day for the same reason, however often it
+  // is written: so many are remembered.
+  static constexpr std::size_t mostRemembered = 1'000;
 
   explicit HistoryWriter(HistoryWriterServices services);
 
@@ -75,9 +80,11 @@ class HistoryWriter {
   };
 
   void arrived() QUILLO_REQUIRES(wake_);
+  void hasArrived(std::size_t waiting, std::size_t most) QUILLO_REQUIRES(wake_);
   Waiting await();
   void takeIn(Waiting waiting);
   void count(const std::string& folder, const ScannedAmount& amount, CalendarDay day);
+  bool isKnownToday(const HistoryChange& change, CalendarDay today);
   void giveUpTooMany();
   void write();
   void logFailure(const std::string& reason);
@@ -88,6 +95,8 @@ class HistoryWriter {
   HistoryStore store_;
   HistoryBatch batch_;  // taken in, but not entered yet
   std::uint64_t givenUp_ = 0;
+  std::set<std::pair<std::string, std::string>> notScannedToday_;  // path and reason
+  CalendarDay today_ = 0;
   // The main thread's own.
   bool hasThread_ = false;
   // Own synchronisation.

@@ -70,6 +70,43 @@ TEST_F(HistoryWriterTest, EntersWhatCameTogetherAfterAMoment) {
   EXPECT_EQ(written, 1);
 }
 
+TEST_F(HistoryWriterTest, EntersMuchAtOnceBeforeItIsTooMuch) {
+  const Clock::Duration before = clock.now();
+  for (std::size_t at = 0; at < HistoryWriter::mostChanges / 4; ++at) {
+    writer.add(result("/srv/a"));
+  }
+  writer.step();
+  EXPECT_EQ(clock.now(), before);
+  EXPECT_EQ(rows().size(), HistoryWriter::mostChanges / 4);
+}
+
+TEST_F(HistoryWriterTest, EntersAFileThatCannotBeScannedOnceADayForEachReason) {
+  HistoryResult disk = result("/srv/disk", Kind::notScanned);
+  for (const char* const reason : {"too large", "too large", "unreadable", "too large"}) {
+    disk.says = reason;
+    writer.add(disk);
+    writer.step();
+  }
+  EXPECT_EQ(rows().size(), 2U);
+  disk.source = ScanSource::byHand;
+  writer.add(disk);
+  writer.step();
+  EXPECT_EQ(rows().size(), 3U);
+  clock.advance(std::chrono::hours(24));
+  disk.source = ScanSource::agent;
+  writer.add(disk);
+  writer.step();
+  EXPECT_EQ(rows().size(), 4U);
+}
+
+TEST_F(HistoryWriterTest, EntersAFindEachTime) {
+  for (int at = 0; at < 3; ++at) {
+    writer.add(result("/srv/a"));
+  }
+  writer.step();
+  EXPECT_EQ(rows().size(), 3U);
+}
+
 TEST_F(HistoryWriterTest, CountsCleanFilesByFolderAndSizeAndNeverByName) {
   writer.addClean(home.write("a/secret.txt", "12345"));
   writer.addClean(home.write("a/other.txt", "123"));
