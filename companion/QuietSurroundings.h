@@ -70,6 +70,8 @@ class QuietSurroundings final : public ScannerOwner,
   void openAndWait(const std::string&) override {}
   void open(const std::string&) override {}
   void openScanLog() override {}
+  // It is there already, and its user looks at another one of its pages.
+  bool openPage(const std::string&) override { return false; }
   void addToDialogList(std::shared_ptr<FileRemover>) override {}
   void removeFromDialogList(const FileRemover&) override {}
   void removeAllFromDialogList() override {}

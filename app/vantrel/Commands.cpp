@@ -8,6 +8,7 @@
 #include "app/vantrel/CompanionParts.h"
 #include "companion/ExplainCommand.h"
 #include "companion/ScanCommand.h"
+#include "companion/StatusCommand.h"
 #include "platform/AgentLink.h"
 #include "platform/linux/companion/CommandPlatform.h"
 
@@ -22,6 +23,13 @@ int scan(CompanionParts& parts, const Words& words, std::ostream& out, std::ostr
   return runScanCommand(
       words, out, errors,
       {parts.scanServices(), &parts.keepScans(ScanSource::byHand), &parts.allowedFinds});
+}
+
+int status(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
+  const CompanionDesktop& desktop = parts.desktop;
+  return runStatusCommand(words, out, errors,
+                          {desktop.agentLink, desktop.clock, desktop.localizedStrings,
+                           parts.preferences, parts.historyCounts});
 }
 
 // "" while it watches; "none" also where it cannot be asked.
@@ -55,6 +63,8 @@ Command command(const char* name, const char* arguments, const char* summary, Ru
 
 CommandTable commands() {
   return CommandTable({
+      command("status", "[--json]", "says in one sentence whether files are guarded, and the facts",
+              status),
       command("scan", "PATH... [--json]", "scans files and folders at once", scan),
       command("explain", "PATH [--json]", "says whether a file is guarded, and which rule decides",
               explain),

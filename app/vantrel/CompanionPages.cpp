@@ -7,6 +7,9 @@
 
 #include "app/vantrel/CompanionParts.h"
 #include "app/vantrel/Excluding.h"
+#include "companion/FolderCare.h"
+#include "companion/FoldersPage.h"
+#include "companion/OverviewPage.h"
 #include "companion/PlannedPage.h"
 #include "companion/ResultsPage.h"
 #include "companion/ScanPage.h"
@@ -14,6 +17,7 @@
 #include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
+#include "posix/MountTable.h"
 
 namespace quillo {
 namespace {
@@ -69,6 +73,36 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
           [scans = logic.get()](const std::vector<std::string>& paths) { scans->scan(paths); }};
 }
 
+LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
+  const CompanionDesktop& desktop = parts.desktop;
+  return {std::make_shared<OverviewPage>(
+      page, window,
+      OverviewServices{desktop.agentLink, desktop.clock, parts.definitionUpdate,
+                       desktop.localizedStrings, desktop.distributedNotificationCenter,
+                       parts.preferences, parts.historyCounts})};
+}
+
+// In one sentence for each file system in the folder.
+FoldersPage::Care careInWords(const ChosenFolder& folder, LocalizedStrings& strings) {
+  FoldersPage::Care care{true, ""};
+  const auto mounts = MountTable().read().value_or(std::vector<Mount>());
+  for (const FolderCare& each : careOf(folder, mounts, hasFileHandles)) {
+    care.isCaught = care.isCaught && isCaught(each.kind);
+    care.words += (care.words.empty() ? "" : "\n") + wordingOf(each).in(strings);
+  }
+  return care;
+}
+
+LivingPage foldersPage(CompanionParts& parts, MainWindow& window, Page& page) {
+  LocalizedStrings& strings = parts.desktop.localizedStrings;
+  return {std::make_shared<FoldersPage>(
+      page, window,
+      FoldersPage::Services{
+          parts.preferenceChanges, parts.chosenFolders, parts.exclusions,
+          parts.explanationServices(), strings,
+          [&strings](const ChosenFolder& folder) { return careInWords(folder, strings); }})};
+}
+
 LivingPage settingsPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   auto logic = std::make_shared<SettingsPage>(
@@ -93,8 +127,9 @@ std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& win
     return CompanionPage{name,
                          [&parts, &window, make](Page& its) { return make(parts, window, its); }};
   };
-  return {page("scan", scanPage), page("results", resultsPage), page("planned", plannedPage),
-          page("settings", settingsPage)};
+  return {page("overview", overviewPage), page("scan", scanPage),
+          page("results", resultsPage),   page("folders", foldersPage),
+          page("planned", plannedPage),   page("settings", settingsPage)};
 }
 
 }  // namespace quillo

@@ -28,7 +28,9 @@ CompanionParts::CompanionParts(const CompanionDesktop& services)
                      services.folders.stateFolder(),
                      services.folders.homeFolder(),
                      nullptr,
-                     {}}) {
+                     {}}),
+      historyCounts(services.folders.stateFolder(), services.localizedStrings),
+      definitionUpdate({services.application, threads, preferences}) {
   services.preferenceStore.synchronize();
 }
 

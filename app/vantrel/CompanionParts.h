@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "companion/AllowedByHand.h"
+#include "companion/DefinitionUpdate.h"
 #include "companion/Explanation.h"
+#include "companion/HistoryCounts.h"
 #include "companion/KeptScans.h"
 #include "companion/PreferenceChanges.h"
 #include "companion/PreferenceLists.h"
@@ -47,6 +49,8 @@ struct CompanionParts {
   AllowedByHand allowedFinds;
   HistoryWriter historyWriter;
   std::vector<std::unique_ptr<KeptScans>> keptScans;
+  HistoryCounts historyCounts;
+  DefinitionUpdate definitionUpdate;
   // Shows the page that scans, and scans these; set by whoever has that page.
   std::function<void(const std::vector<std::string>& paths)> scan =
       [](const std::vector<std::string>&) {};

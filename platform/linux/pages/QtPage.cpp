@@ -27,7 +27,7 @@ namespace {
 
 constexpr int usualImageSize = 48;
 constexpr int steps = 1000;
-constexpr int fewestCharacters = 12;
+constexpr int fewestCharacters = 20;
 
 int inRange(std::int64_t number) {
   return static_cast<int>(std::clamp<std::int64_t>(number, std::numeric_limits<int>::min(),
