@@ -197,10 +197,10 @@ TEST_F(HistoryWriterTest, TriesAgainOnlyAfterAWhile) {
 
 TEST_F(HistoryWriterTest, GivesUpWhatCouldNotBeScannedBeforeAFind) {
   block();
+  writer.add(result("/srv/found"));
   for (std::size_t at = 0; at < HistoryWriter::mostChanges - 1; ++at) {
     writer.add(result("/srv/n" + std::to_string(at), Kind::notScanned));
   }
-  writer.add(result("/srv/found"));
   writer.step();
   for (int at = 0; at < 5; ++at) {
     writer.add(result("/srv/late"));
@@ -210,7 +210,8 @@ TEST_F(HistoryWriterTest, GivesUpWhatCouldNotBeScannedBeforeAFind) {
   writer.step();
   EXPECT_EQ(reader.select({.kind = Kind::found}).count(), 6U);
   EXPECT_EQ(rows().size(), HistoryWriter::mostChanges);
-  EXPECT_EQ(rows().back().path, "/srv/n5");
+  EXPECT_EQ(rows().back().path, "/srv/found");
+  EXPECT_EQ(rows().at(rows().size() - 2).path, "/srv/n5");
 }
 
 TEST_F(HistoryWriterTest, EntersAFindWithWhatWasDone) {
