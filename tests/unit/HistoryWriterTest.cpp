@@ -22,7 +22,13 @@ using Outcome = HistoryResult::Outcome;
 class HistoryWriterTest : public testing::Test {
  protected:
   HistoryWriterServices services() {
-    return {clock, log, folder, home.path(), [this] { ++written; }, {}};
+    return {clock,
+            log,
+            folder,
+            home.path(),
+            [this] { ++written; },
+            {},
+            [this](const std::string& problem) { problems.push_back(problem.empty()); }};
   }
   HistoryResult result(const std::string& path, Kind kind = Kind::found) {
     HistoryResult made;
@@ -54,6 +60,7 @@ class HistoryWriterTest : public testing::Test {
   FakeSystemLog log;
   FakeTrashFolders trash;
   int written = 0;
+  std::vector<bool> problems;  // of each change, whether it was over
   HistoryWriter writer{services()};
   HistoryRecorder recorder{writer, trash, clock, ScanSource::byHand, 7};
   HistoryReader reader{folder};
@@ -184,6 +191,7 @@ TEST_F(HistoryWriterTest, KeepsInMemoryWhatCannotBeWrittenAndSaysSoOnce) {
   EXPECT_EQ(rows().size(), 2U);
   EXPECT_EQ(busy().size(), 1U);
   EXPECT_TRUE(log.has("The history is kept again."));
+  EXPECT_EQ(problems, (std::vector<bool>{false, true}));
 }
 
 TEST_F(HistoryWriterTest, TriesAgainOnlyAfterAWhile) {
