@@ -97,6 +97,17 @@ std::string HistoryFile::distrust() const {
   return isOthersToWrite(status) ? file + " can be written by others" : "";
 }
 
+std::string HistoryFile::distrustOfFolder() const {
+  const std::string folder = realFolder();
+  struct stat status = {};
+  if (stat(folder.c_str(), &status) != 0) {
+    return "";
+  }
+  return !S_ISDIR(status.st_mode) || isOthersToWrite(status)
+             ? folder + " is no folder that only you can write"
+             : "";
+}
+
 bool HistoryFile::hasRemains() const { return liesThere(path() + "-wal"); }
 
 void HistoryFile::make() const {
@@ -104,10 +115,8 @@ void HistoryFile::make() const {
   if (const int error = makeFolders(folder)) {
     throw PlatformException::ofSystemCall(exceptionName, folder + " cannot be made", error);
   }
-  struct stat status = {};
-  if (stat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || isOthersToWrite(status)) {
-    throw PlatformException(PlatformException::Kind::notPermitted, exceptionName,
-                            folder + " is no folder that only you can write");
+  if (const std::string distrust = distrustOfFolder(); !distrust.empty()) {
+    throw PlatformException(PlatformException::Kind::notPermitted, exceptionName, distrust);
   }
   const std::string file = folder + fileName;
   const UniqueFd made(open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));

@@ -31,6 +31,9 @@ class HistoryFile {
   std::optional<Identity> identity() const;
   // Returns why what is there must not be opened; "" when it may, or there is nothing.
   std::string distrust() const;
+  // Returns why the folder must not be used, such as that others may write into it; "" when it may,
+  // or is not there.
+  std::string distrustOfFolder() const;
   // Returns true when SQLite has left something beside it that a new one must not meet.
   bool hasRemains() const;
   // Makes folder and file, unless they are there. Throws PlatformException, also when others may

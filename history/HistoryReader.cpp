@@ -66,7 +66,10 @@ void HistoryReader::openIt() {
   if (!now) {
     return;
   }
-  reason_ = file_.distrust();
+  reason_ = file_.distrustOfFolder();
+  if (reason_.empty()) {
+    reason_ = file_.distrust();
+  }
   if (!reason_.empty()) {
     state_ = State::unreadable;
     return;

@@ -178,6 +178,9 @@ void HistoryStore::writeNow(const HistoryBatch& batch) {
 }
 
 void HistoryStore::openIt() {
+  if (const std::string reason = file_.distrustOfFolder(); !reason.empty()) {
+    throw refusal(reason);
+  }
   const std::string distrust = file_.distrust();
   if (!distrust.empty()) {
     setAside(distrust);

@@ -227,6 +227,9 @@ void HistoryWriter::logFailure(const std::string& failure) {
     dueAt_ = services_.clock.now() + delay;
   }
   wake_.unlock();
+  if (failure != before && services_.problemChanged) {
+    services_.problemChanged(failure);
+  }
   if (!failure.empty() && before.empty()) {
     services_.systemLog.log(
         "The history cannot be kept for now; your folders are guarded as before. Reason: " +

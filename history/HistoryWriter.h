@@ -28,6 +28,9 @@ struct HistoryWriterServices {
   // Called after something was entered, on the writer's thread; may be null.
   std::function<void()> wasWritten = {};
   HistoryLimits limits = {};
+  // Called, on the same thread, when nothing can be kept any more, with problem(), and with "" when
+  // it can again; may be null.
+  std::function<void(const std::string& problem)> problemChanged = {};
 };
 
 // Takes what is found out from any thread, without making it wait, and enters it on a thread of its

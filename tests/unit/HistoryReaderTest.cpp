@@ -149,6 +149,12 @@ TEST_F(HistoryReaderTest, ReadsNothingThatOthersCouldHaveWritten) {
   EXPECT_EQ(reader.select({}).count(), 0U);
 }
 
+TEST_F(HistoryReaderTest, ReadsNothingInAFolderThatOthersCanWrite) {
+  add("/srv/a");
+  chmod(folder.c_str(), 0777);
+  EXPECT_EQ(reader.open(), HistoryReader::State::unreadable);
+}
+
 TEST_F(HistoryReaderTest, FollowsNoLink) {
   add("/srv/a");
   store.close();

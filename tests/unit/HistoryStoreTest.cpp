@@ -271,6 +271,15 @@ TEST_F(HistoryStoreTest, SetsALinkAsideAndLeavesAloneWhatItLeadsTo) {
   EXPECT_TRUE(isSetAside());
 }
 
+TEST_F(HistoryStoreTest, SetsAsideAFolderInItsPlace) {
+  fs::create_directories(database);
+  chmod(folder.c_str(), 0700);
+  chmod(database.c_str(), 0700);
+  write("/srv/a");
+  EXPECT_EQ(paths(), std::vector<std::string>{"/srv/a"});
+  EXPECT_TRUE(isSetAside());
+}
+
 TEST_F(HistoryStoreTest, SetsAsideOneThatOthersCouldWrite) {
   write("/srv/a");
   store.close();
@@ -341,7 +350,7 @@ TEST_F(HistoryStoreTest, BeginsANewOneWhenItsUserDeletedIt) {
   EXPECT_EQ(paths(), std::vector<std::string>{"/srv/b"});
 }
 
-TEST_F(HistoryStoreTest, TakesNothingFromWhatLayBesideADeletedOne) {
+TEST_F(HistoryStoreTest, TakesNothingFromWhatLayBesideADeletedOneAndKeepsIt) {
   write("/srv/a");
   fs::copy_file(database + "-wal", home.at("wal"));
   store.close();
@@ -349,6 +358,10 @@ TEST_F(HistoryStoreTest, TakesNothingFromWhatLayBesideADeletedOne) {
   fs::copy_file(home.at("wal"), database + "-wal");
   write("/srv/b");
   EXPECT_EQ(paths(), std::vector<std::string>{"/srv/b"});
+  const auto all = names();
+  EXPECT_TRUE(std::any_of(all.begin(), all.end(), [](const std::string& name) {
+    return name.starts_with("history.broken-") && name.ends_with("-wal");
+  }));
 }
 
 }  // namespace

@@ -22,7 +22,13 @@ using Outcome = HistoryResult::Outcome;
 class HistoryWriterTest : public testing::Test {
  protected:
   HistoryWriterServices services() {
-    return {clock, log, folder, home.path(), [this] { ++written; }, {}};
+    return {clock,
+            log,
+            folder,
+            home.path(),
+            [this] { ++written; },
+            {},
+            [this](const std::string& problem) { problems.push_back(problem.empty()); }};
   }
   HistoryResult result(const std::string& path, Kind kind = Kind::found) {
     HistoryResult made;
@@ -54,6 +60,7 @@ class HistoryWriterTest : public testing::Test {
   FakeSystemLog log;
   FakeTrashFolders trash;
   int written = 0;
+  std::vector<bool> problems;  // of each change, whether it was over
   HistoryWriter writer{services()};
   HistoryRecorder recorder{writer, trash, clock, ScanSource::byHand, 7};
   HistoryReader reader{folder};
@@ -184,6 +191,7 @@ TEST_F(HistoryWriterTest, KeepsInMemoryWhatCannotBeWrittenAndSaysSoOnce) {
   EXPECT_EQ(rows().size(), 2U);
   EXPECT_EQ(busy().size(), 1U);
   EXPECT_TRUE(log.has("The history is kept again."));
+  EXPECT_EQ(problems, (std::vector<bool>{false, true}));
 }
 
 TEST_F(HistoryWriterTest, TriesAgainOnlyAfterAWhile) {
@@ -197,10 +205,10 @@ TEST_F(HistoryWriterTest, TriesAgainOnlyAfterAWhile) {
 
 TEST_F(HistoryWriterTest, GivesUpWhatCouldNotBeScannedBeforeAFind) {
   block();
+  writer.add(result("/srv/found"));
   for (std::size_t at = 0; at < HistoryWriter::mostChanges - 1; ++at) {
     writer.add(result("/srv/n" + std::to_string(at), Kind::notScanned));
   }
-  writer.add(result("/srv/found"));
   writer.step();
   for (int at = 0; at < 5; ++at) {
     writer.add(result("/srv/late"));
@@ -210,7 +218,8 @@ TEST_F(HistoryWriterTest, GivesUpWhatCouldNotBeScannedBeforeAFind) {
   writer.step();
   EXPECT_EQ(reader.select({.kind = Kind::found}).count(), 6U);
   EXPECT_EQ(rows().size(), HistoryWriter::mostChanges);
-  EXPECT_EQ(rows().back().path, "/srv/n5");
+  EXPECT_EQ(rows().back().path, "/srv/found");
+  EXPECT_EQ(rows().at(rows().size() - 2).path, "/srv/n5");
 }
 
 TEST_F(HistoryWriterTest, EntersAFindWithWhatWasDone) {
