@@ -10,6 +10,7 @@
 #include "agent/PreferenceFile.h"
 #include "agent/Preferences.h"
 #include "agent/ProgressLog.h"
+#include "agent/QuarantineRecheck.h"
 #include "agent/ScanLog.h"
 #include "agent/ScanParameters.h"
 #include "agent/ScannerCount.h"
@@ -100,6 +101,7 @@ struct AgentParts {
   TrayHint trayHint;
   FolderOpener folderOpener;
   Watching watching;
+  QuarantineRecheck quarantineRecheck;
   Health health;  // asks others of these
 
  private:
