@@ -93,8 +93,16 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                dockWindow, menu),
       folderOpener(desktop.application, desktop.workspace, given.threads),
       watching(*this),
+      quarantineRecheck(
+          {given.clock, desktop.localizedStrings, notifications, desktop.systemLog, given.threads,
+           [this] { return services.preferences.value(key::quarantineFolder).value_or(""); },
+           [this] { return preferences.settings()->clamScanPATH.value_or(""); }}),
       health({given.clock, desktop.systemLog, statusBoard,
-              [this] { return clamdLink.loadedDefinitions(); },
+              [this] {
+                const LoadedDefinitions loaded = clamdLink.loadedDefinitions();
+                quarantineRecheck.definitionsAre(loaded);
+                return loaded;
+              },
               [this] { return watchList.missingFolders(); },
               [this] {
                 mainMenu.showStatus();

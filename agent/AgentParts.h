@@ -11,6 +11,7 @@
 #include "agent/PreferenceFile.h"
 #include "agent/Preferences.h"
 #include "agent/ProgressLog.h"
+#include "agent/QuarantineRecheck.h"
 #include "agent/ScanLog.h"
 #include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
@@ -106,6 +107,7 @@ struct AgentParts {
   TrayHint trayHint;
   FolderOpener folderOpener;
   Watching watching;
+  QuarantineRecheck quarantineRecheck;
   Health health;  // asks others of these
   StatusReport statusReport;
 

@@ -24,6 +24,7 @@ inline constexpr const char* engineTopic = "engine";
 inline constexpr const char* helperTopic = "helper";
 inline constexpr const char* definitionsTopic = "definitions";
 inline constexpr const char* updateTopic = "update";
+inline constexpr const char* recheckTopic = "recheck";
 inline constexpr const char* roomTopic = "room";
 
 // Notifies the user by code, under the program's own titles and names. Any thread.

@@ -162,8 +162,8 @@ void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
     report_.error(entry.shown + ": it can still be run as a program: " + outcome.executable);
   }
   if (!outcome.unrecorded.empty()) {
-    report_.error(entry.shown + ": the quarantine does not know where it was: " +
-                  outcome.unrecorded);
+    report_.error(entry.shown +
+                  ": the quarantine does not know where it was: " + outcome.unrecorded);
   }
   if (!outcome.unnoted.empty()) {
     report_.error(entry.shown + ": the Trash does not know where it was: " + outcome.unnoted);

@@ -1,0 +1,157 @@
+#include "quarantine/QuarantineCheck.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "clamav/Verdict.h"
+#include "clamav/VerdictChannel.h"
+#include "posix/ChildProcess.h"
+#include "posix/PlatformException.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+using Check = QuarantineRecord::Check;
+
+constexpr char noAnswer[] = "the scanner said nothing of it";
+
+UniqueFd listInMemory(const QuarantineStore& store, const std::vector<QuarantinedFile>& files) {
+  std::string text;
+  for (const QuarantinedFile& file : files) {
+    text.append(escapedPathLine(store.pathOf(file))).push_back('\n');
+  }
+  UniqueFd list(memfd_create("quarantine", MFD_CLOEXEC));
+  if (!list || !writeAll(list.get(), text) || lseek(list.get(), 0, SEEK_SET) != 0) {
+    throw PlatformException::ofSystemCall("ScanListFailure", "cannot keep a scan list in memory",
+                                          errno);
+  }
+  return list;
+}
+
+// Reads the report and keeps what it says of each file.
+class Reading {
+ public:
+  Reading(const QuarantineStore& store, const std::vector<QuarantinedFile>& files)
+      : verdicts_(VerdictReceiver::make()) {
+    for (const QuarantinedFile& file : files) {
+      byPath_.emplace(store.pathOf(file), result_.files.size());
+      result_.files.push_back({file, Check::notScanned, noAnswer, false});
+    }
+  }
+
+  void run(const std::string& scanner, int list) {
+    LaunchRequest request{scanner,
+                          {"--file-list=/dev/fd/3", "--multiscan", "--stdout", "--no-summary"}};
+    request.descriptorThree = list;
+    request.withItsChildren = true;
+    if (verdicts_) {
+      request.descriptorFour = verdicts_->scannersEnd();
+      request.environment = environmentWith(verdictChannelVariable, "4");
+    }
+    ChildProcess child(request);
+    ReadBesides besides;
+    if (verdicts_) {
+      verdicts_->letGo();
+      besides = {verdicts_->descriptor(), [this] { return verdicts_->drain(); }};
+    }
+    child.waitUntilExit([this](std::string_view chunk) { return take(chunk); }, besides);
+    while (take(child.availableData())) {
+    }
+    takeLine(pending_);
+  }
+
+  QuarantineCheckResult result() { return std::move(result_); }
+
+ private:
+  bool take(std::string_view chunk) {
+    pending_ += chunk;
+    for (std::size_t end = pending_.find('\n'); end != std::string::npos;
+         end = pending_.find('\n')) {
+      takeLine(pending_.substr(0, end));
+      pending_.erase(0, end + 1);
+    }
+    return !chunk.empty();
+  }
+
+  void takeLine(const std::string& line) {
+    if (line.empty()) {
+      return;
+    }
+    const Verdict verdict = verdicts_ ? verdicts_->understand(line) : Verdict::parse(line);
+    const auto found = byPath_.find(verdict.path);
+    if (found == byPath_.end()) {
+      return;
+    }
+    auto& checked = result_.files[found->second];
+    switch (verdict.kind) {
+      case Verdict::Kind::clean:
+        checked.check = Check::clean;
+        checked.detail.clear();
+        break;
+      case Verdict::Kind::infected:
+        checked.check = Check::infected;
+        checked.detail = verdict.threat;
+        break;
+      case Verdict::Kind::notScanned:
+        checked.check = Check::notScanned;
+        checked.detail = verdict.reason;
+        break;
+      default:
+        break;
+    }
+  }
+
+  std::optional<VerdictReceiver> verdicts_;
+  std::unordered_map<std::string, std::size_t> byPath_;
+  QuarantineCheckResult result_;
+  std::string pending_;
+};
+
+}  // namespace
+
+std::size_t QuarantineCheckResult::count(QuarantineRecord::Check check) const {
+  return static_cast<std::size_t>(std::count_if(
+      files.begin(), files.end(), [check](const Checked& file) { return file.check == check; }));
+}
+
+QuarantineCheckResult checkQuarantine(const QuarantineStore& store, const std::string& scanner,
+                                      const std::vector<QuarantinedFile>& files,
+                                      QuarantineRecord::Time definitions) {
+  Reading reading(store, files);
+  std::string problem;
+  if (!files.empty()) {
+    try {
+      const UniqueFd list = listInMemory(store, files);
+      reading.run(scanner, list.get());
+    } catch (const PlatformException& failure) {
+      problem = failure.reason();
+    }
+  }
+  QuarantineCheckResult result = reading.result();
+  result.problem = std::move(problem);
+  for (auto& checked : result.files) {
+    if (checked.check == Check::notScanned) {
+      continue;
+    }
+    // One that has been exchanged or taken out meanwhile was not what was scanned.
+    const auto noted = store.noteCheck(checked.file, checked.check, checked.detail, definitions);
+    if (noted.reason == QuarantineOutcome::Reason::gone ||
+        noted.reason == QuarantineOutcome::Reason::changed) {
+      checked.check = Check::notScanned;
+      checked.detail = "it has changed meanwhile";
+      continue;
+    }
+    checked.isNewlyClean = checked.check == Check::clean &&
+                           !(checked.file.hasRecord() && checked.file.record.isCleanByNow());
+  }
+  return result;
+}
+
+}  // namespace quillo

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "quarantine/QuarantineStore.h"
+
+namespace quillo {
+
+// What a new scan of files in the quarantine came to.
+struct QuarantineCheckResult {
+  struct Checked {
+    QuarantinedFile file;
+    QuarantineRecord::Check check = QuarantineRecord::Check::notScanned;
+    std::string detail;         // the threat, or why it was not scanned
+    bool isNewlyClean = false;  // it was not known to be clean before
+  };
+  std::vector<Checked> files;  // in the order that was asked for
+  std::string problem;         // why the scanner could not be run; "" when it was
+
+  std::size_t count(QuarantineRecord::Check check) const;
+};
+
+// Has the engine scan files in the quarantine again where they lie, through the tree's own scanner,
+// and notes in their records what it says. Nothing is moved. Of a file that could not be scanned
+// the record keeps what was known. `definitions` is when the ones in use were built. Takes as long
+// as the scan. Any thread.
+QuarantineCheckResult checkQuarantine(const QuarantineStore& store, const std::string& scanner,
+                                      const std::vector<QuarantinedFile>& files,
+                                      QuarantineRecord::Time definitions);
+
+}  // namespace quillo

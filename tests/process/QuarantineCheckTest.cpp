@@ -1,0 +1,142 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "agent/QuarantineRecheck.h"
+#include "engine/ClamdLink.h"
+#include "platform/Notifier.h"
+#include "posix/PathOpening.h"
+#include "quarantine/QuarantineCheck.h"
+#include "tests/fakes/desktop/FakeInterface.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/fakes/engine/SessionClamd.h"
+#include "tests/process/FakeClientTree.h"
+#include "tests/support/ManualClock.h"
+#include "tools/clamdscan/MoveFolder.h"
+
+namespace quillo {
+namespace {
+
+using Check = QuarantineRecord::Check;
+
+struct Notices final : public Notifier {
+  bool displayGrowlDialogWithTitleAndDescription(std::int32_t, const std::string& description,
+                                                 const NotificationDetails&) override {
+    shown.push_back(description);
+    return true;
+  }
+  void withdraw(const std::string&) override {}
+  std::vector<std::string> shown;
+};
+
+// The daemon judges by what a file holds: "infected..." is infected, "error..." cannot be scanned.
+class QuarantineChecks : public testing::Test {
+ protected:
+  void quarantined(const std::string& name, const std::string& contents) {
+    const std::string path = scratch.write("home/" + name, contents);
+    wrapper::MoveFolder mover(clock, wrapper::DesktopTrash("", ""));
+    ASSERT_EQ(mover.open(folder), "");
+    ASSERT_TRUE(mover.move(path, openPath(path, O_RDONLY).get(), "Old").moved);
+  }
+  Check checkOf(const std::string& name) const {
+    for (const QuarantinedFile& file : store.list().files) {
+      if (file.name == name) {
+        return file.record.check;
+      }
+    }
+    return Check::never;
+  }
+  LoadedDefinitions loaded(int hours) const {
+    return {true, QuarantineRecord::Time(std::chrono::hours(hours))};
+  }
+
+  wrapper::FakeClientTree tree;
+  TemporaryFolder scratch;
+  const std::string folder = scratch.makeFolder("q");
+  ManualClock clock;
+  QuarantineStore store{folder, clock, {}};
+  FakeLocalizedStrings strings;
+  FakeSystemLog log;
+  FakeThreads threads;
+  Notices notices;
+  QuarantineRecheck recheck{{clock, strings, notices, log, threads, [this] { return folder; },
+                             [this] { return tree.program(); }}};
+};
+
+TEST_F(QuarantineChecks, NoteWhatTheEngineSaysOfEachFileByNow) {
+  quarantined("a\xff\n", "clean");
+  quarantined("b", "infected");
+  quarantined("c", "error");
+  const auto result = checkQuarantine(store, tree.program(), store.list().files,
+                                      QuarantineRecord::Time(std::chrono::hours(5)));
+  EXPECT_EQ(result.problem, "");
+  EXPECT_EQ(result.count(Check::clean), 1U);
+  EXPECT_EQ(result.count(Check::infected), 1U);
+  EXPECT_EQ(result.count(Check::notScanned), 1U);
+  EXPECT_EQ(checkOf("a\xff\n"), Check::clean);
+  EXPECT_EQ(checkOf("b"), Check::infected);
+  EXPECT_EQ(checkOf("c"), Check::never);
+  EXPECT_EQ(store.list().files.size(), 3U);
+}
+
+TEST_F(QuarantineChecks, CallNothingCleanWithoutTheDaemon) {
+  quarantined("a", "clean");
+  tree.endDaemon();
+  const auto result = checkQuarantine(store, tree.program(), store.list().files, {});
+  EXPECT_EQ(result.count(Check::notScanned), 1U);
+  EXPECT_EQ(checkOf("a"), Check::never);
+}
+
+TEST_F(QuarantineChecks, SayThatThereIsNoScanner) {
+  quarantined("a", "clean");
+  const auto result = checkQuarantine(store, scratch.at("none"), store.list().files, {});
+  EXPECT_EQ(result.problem, "launch path not accessible");
+  EXPECT_EQ(checkOf("a"), Check::never);
+}
+
+TEST_F(QuarantineChecks, AreMadeOfNewerDefinitionsAndNotifyOfWhatIsCleanByNow) {
+  quarantined("a", "clean");
+  quarantined("b", "infected");
+  recheck.definitionsAre(loaded(5));
+  threads.run("recheck");
+  EXPECT_EQ(checkOf("a"), Check::clean);
+  EXPECT_EQ(notices.shown, std::vector<std::string>{"<RECHECKED_CLEAN_ONE>"});
+  EXPECT_EQ(store.list().files.size(), 2U);
+  recheck.definitionsAre(loaded(6));
+  threads.run("recheck");
+  EXPECT_EQ(notices.shown.size(), 1U);
+}
+
+TEST_F(QuarantineChecks, AreNotMadeAgainOfTheSameDefinitions) {
+  quarantined("a", "infected");
+  recheck.definitionsAre(loaded(5));
+  threads.run("recheck");
+  recheck.definitionsAre(loaded(5));
+  recheck.definitionsAre({false, QuarantineRecord::Time(std::chrono::hours(9))});
+  recheck.definitionsAre({true, std::nullopt});
+  EXPECT_EQ(threads.names().size(), 1U);
+}
+
+TEST_F(QuarantineChecks, AreMadeOfTheSameDefinitionsWhenTheDaemonWasGone) {
+  quarantined("a", "clean");
+  tree.endDaemon();
+  recheck.definitionsAre(loaded(5));
+  threads.run("recheck");
+  tree.daemon(SessionClamd::truth);
+  recheck.definitionsAre(loaded(5));
+  threads.run("recheck");
+  EXPECT_EQ(checkOf("a"), Check::clean);
+}
+
+TEST_F(QuarantineChecks, AreNotMadeAnewAfterARestartOfTheAgent) {
+  quarantined("a", "infected");
+  recheck.check(*loaded(5).built);
+  const std::size_t lines = log.lines().size();
+  EXPECT_EQ(lines, 1U);
+  recheck.check(*loaded(5).built);
+  EXPECT_EQ(log.lines().size(), lines);
+}
+
+}  // namespace
+}  // namespace quillo

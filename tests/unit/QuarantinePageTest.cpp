@@ -1,0 +1,208 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "companion/QuarantinePage.h"
+#include "tests/fakes/desktop/FakePage.h"
+#include "tests/fakes/scanning/QuarantineFixture.h"
+
+namespace quillo {
+namespace {
+
+namespace fs = std::filesystem;
+
+class QuarantinePageTest : public testing::Test, protected QuarantineFixture {
+ protected:
+  void work() { threads.run("quarantine"); }
+  void show() {
+    window.show("quarantine");
+    work();
+  }
+  void press(const std::string& button) {
+    page.press(button);
+    work();
+  }
+  std::string summary() { return page.text("summary"); }
+  std::size_t rows() { return page.rowCount("files"); }
+
+  FakeMainWindow window;
+  FakePage& page = window.pages["quarantine"];
+  std::shared_ptr<QuarantinePage> shown = QuarantinePage::make(window, services);
+};
+
+TEST_F(QuarantinePageTest, ShowsWhatLiesThere) {
+  const std::string path = quarantined("home/a");
+  show();
+  ASSERT_EQ(rows(), 1U);
+  const TableRows::Row row = page.row("files", 0);
+  EXPECT_EQ(row.cells[0], "a");
+  EXPECT_EQ(row.cells[1], path);
+  EXPECT_EQ(row.cells[2], "Eicar");
+  EXPECT_EQ(row.cells.size(), page.titles("files").size());
+  EXPECT_EQ(row.sign, TableRows::Sign::threat);
+  EXPECT_EQ(summary(), "<QUARANTINE_FILES_ONE>");
+}
+
+TEST_F(QuarantinePageTest, ShowsWhatIsKnownOfTheSelectedFile) {
+  const std::string path = quarantined("home/a");
+  show();
+  EXPECT_EQ(page.text("hashValue"), "");
+  page.select("files", {0});
+  EXPECT_EQ(page.text("fileValue"), folder + "/a");
+  EXPECT_EQ(page.text("originValue"), path);
+  EXPECT_EQ(page.text("hashValue"), sha256Of("bad"));
+}
+
+TEST_F(QuarantinePageTest, OffersNothingToDoWithoutASelection) {
+  quarantined("home/a");
+  show();
+  for (const char* const button :
+       {"restoreButton", "restoreToButton", "deleteButton", "allowButton"}) {
+    EXPECT_FALSE(page.isEnabled(button)) << button;
+  }
+  page.select("files", {0});
+  EXPECT_TRUE(page.isEnabled("restoreButton"));
+}
+
+TEST_F(QuarantinePageTest, OffersNothingTwiceWhileItWorks) {
+  quarantined("home/a");
+  show();
+  page.select("files", {0});
+  page.press("restoreButton");
+  EXPECT_FALSE(page.isEnabled("restoreButton"));
+  EXPECT_FALSE(page.isEnabled("deleteButton"));
+  EXPECT_TRUE(page.isVisible("progress"));
+  work();
+  EXPECT_FALSE(page.isVisible("progress"));
+}
+
+TEST_F(QuarantinePageTest, PutsSeveralBackAndReportsEachThatStayed) {
+  const std::string a = quarantined("home/a");
+  const std::string b = quarantined("home/b");
+  scratch.write("home/a", "in the way");
+  show();
+  page.select("files", {0, 1});
+  press("restoreButton");
+  EXPECT_TRUE(TemporaryFolder::exists(b));
+  EXPECT_EQ(page.text("report"), "a: <QUARANTINE_REASON_TARGET_EXISTS>");
+  EXPECT_TRUE(page.isVisible("report"));
+  EXPECT_EQ(summary(), "<QUARANTINE_RESTORED_ONE> <QUARANTINE_NOT_DONE_ONE>");
+  EXPECT_EQ(rows(), 1U);
+  EXPECT_EQ(allowed, std::vector<std::string>{b});
+}
+
+TEST_F(QuarantinePageTest, MakesAFolderAnewOnlyAfterAQuestion) {
+  const std::string path = quarantined("home/a");
+  fs::remove(scratch.at("home"));
+  show();
+  page.select("files", {0});
+  press("restoreButton");
+  ASSERT_EQ(window.questions.size(), 1U);
+  EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home")));
+  window.answer("<QUARANTINE_MAKE_FOLDER>");
+  work();
+  EXPECT_TRUE(TemporaryFolder::exists(path));
+}
+
+TEST_F(QuarantinePageTest, LeavesTheFolderAwayWhenItsUserDoesNotWantIt) {
+  quarantined("home/a");
+  fs::remove(scratch.at("home"));
+  show();
+  page.select("files", {0});
+  press("restoreButton");
+  window.answer("<QUARANTINE_CANCEL>");
+  EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home")));
+  EXPECT_EQ(rows(), 1U);
+}
+
+TEST_F(QuarantinePageTest, PutsAFileIntoAChosenFolder) {
+  quarantined("home/a");
+  const std::string away = scratch.makeFolder("away");
+  show();
+  page.select("files", {0});
+  page.press("restoreToButton");
+  window.choosePaths({away});
+  work();
+  EXPECT_TRUE(TemporaryFolder::exists(away + "/a"));
+}
+
+TEST_F(QuarantinePageTest, AsksTwiceBeforeItDeletes) {
+  quarantined("home/a");
+  show();
+  page.select("files", {0});
+  page.press("deleteButton");
+  EXPECT_TRUE(window.questions.at(0).isDangerous);
+  window.answer("<QUARANTINE_DELETE_CONTINUE>");
+  EXPECT_TRUE(window.questions.at(1).isDangerous);
+  EXPECT_TRUE(TemporaryFolder::exists(folder + "/a"));
+  window.answer("<QUARANTINE_DELETE_FOR_GOOD>");
+  work();
+  EXPECT_FALSE(TemporaryFolder::exists(folder + "/a"));
+  EXPECT_EQ(summary(), "<QUARANTINE_DELETED_ONE>");
+}
+
+TEST_F(QuarantinePageTest, DeletesNothingWhenEitherQuestionIsDenied) {
+  quarantined("home/a");
+  show();
+  page.select("files", {0});
+  page.press("deleteButton");
+  window.answer("<QUARANTINE_CANCEL>");
+  page.press("deleteButton");
+  window.answer("<QUARANTINE_DELETE_CONTINUE>");
+  window.answer("<QUARANTINE_CANCEL>");
+  EXPECT_TRUE(TemporaryFolder::exists(folder + "/a"));
+}
+
+TEST_F(QuarantinePageTest, ChecksAllWithoutASelectionAndShowsWhatIsCleanByNow) {
+  quarantined("home/a");
+  show();
+  verdict = [](const QuarantinedFile&) { return QuarantineRecord::Check::clean; };
+  press("checkButton");
+  EXPECT_EQ(page.row("files", 0).sign, TableRows::Sign::good);
+  EXPECT_EQ(summary(), "<QUARANTINE_CHECKED_ONE> <QUARANTINE_CLEAN_ONE>");
+  EXPECT_TRUE(TemporaryFolder::exists(folder + "/a"));
+}
+
+TEST_F(QuarantinePageTest, SaysWhyNothingCouldBeChecked) {
+  quarantined("home/a");
+  show();
+  engineProblem = "no engine";
+  press("checkButton");
+  EXPECT_EQ(summary(), "<QUARANTINE_CHECK_FAILED>");
+}
+
+TEST_F(QuarantinePageTest, AllowsAFileThatStays) {
+  const std::string path = quarantined("home/a");
+  show();
+  page.select("files", {0});
+  press("allowButton");
+  EXPECT_EQ(allowed, std::vector<std::string>{path});
+  EXPECT_EQ(rows(), 1U);
+}
+
+TEST_F(QuarantinePageTest, SaysWhyTheFolderCannotBeUsed) {
+  folder = scratch.at("none");
+  show();
+  EXPECT_EQ(summary(), "<QUARANTINE_PROBLEM_MISSING>");
+  EXPECT_EQ(rows(), 0U);
+}
+
+TEST_F(QuarantinePageTest, OffersAnotherFolderForAFileOfUnknownOrigin) {
+  scratch.write("q/own", "text");
+  show();
+  page.select("files", {0});
+  EXPECT_FALSE(page.isEnabled("restoreButton"));
+  EXPECT_TRUE(page.isEnabled("restoreToButton"));
+  EXPECT_EQ(page.text("stateValue"), "<QUARANTINE_STATE_NO_RECORD>");
+}
+
+TEST_F(QuarantinePageTest, MayGoWhileAThreadWorks) {
+  quarantined("home/a");
+  window.show("quarantine");
+  shown.reset();
+  work();
+  EXPECT_EQ(rows(), 0U);
+}
+
+}  // namespace
+}  // namespace quillo
