@@ -31,6 +31,7 @@ class FoldersPage {
     ExplanationServices explanation;
     LocalizedStrings& localizedStrings;
     std::function<Care(const ChosenFolder&)> careOf;
+    std::function<bool()> agentWatches;
   };
 
   FoldersPage(Page& page, MainWindow& window, const Services& services);
