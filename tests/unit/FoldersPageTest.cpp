@@ -133,6 +133,7 @@ TEST_F(FoldersPageTest, AddsChangesAndRemovesExclusions) {
   page.write("pattern", ".iso");
   page.press("addPattern");
   ASSERT_EQ(page.rowCount("exclusions"), 1U);
+  EXPECT_EQ(page.text("pattern"), "");
   EXPECT_EQ(page.row("exclusions", 0).cells, (Names{".iso", "<FOLDERS_TEXT>", "<FOLDERS_YES>"}));
   page.select("exclusions", {0});
   page.write("pattern", "\\.iso$");
