@@ -137,8 +137,13 @@ void ExclusionList::add(const ExcludePattern& pattern) {
     services_.report(wordingOf(concern));
     return;
   }
-  askIfNeeded(pattern,
-              [this, pattern] { services_.report(services_.exclusions.addExclusion(pattern)); });
+  askIfNeeded(pattern, [this, pattern] {
+    const Wording problem = services_.exclusions.addExclusion(pattern);
+    if (problem.empty()) {
+      page_.setText("pattern", "");
+    }
+    services_.report(problem);
+  });
 }
 
 void ExclusionList::changeSelected() {

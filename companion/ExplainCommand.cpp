@@ -27,6 +27,8 @@ const char* nameOf(Rule rule) {
       return "noSubfolders";
     case Rule::notReported:
       return "notReported";
+    case Rule::notListable:
+      return "notListable";
     case Rule::excluded:
       return "excluded";
     default:
@@ -64,14 +66,19 @@ Request requestIn(const std::vector<std::string>& words) {
 void writeJson(std::ostream& out, const Explanation& explanation, const std::string& agentState) {
   nlohmann::ordered_json json;
   json["version"] = jsonVersion;
+  json["command"] = "explain";
   json["path"] = reportedText(explanation.path);
   json["realPath"] = reportedText(explanation.realPath);
   json["exists"] = explanation.exists;
   json["isFolder"] = explanation.isFolder;
   json["guarded"] = explanation.isGuarded() && agentState.empty();
   json["rule"] = nameOf(explanation.rule);
-  json["folder"] = reportedText(explanation.folder);
+  json["folder"] = nullptr;
+  if (!explanation.folder.empty()) {
+    json["folder"] = reportedText(explanation.folder);
+  }
   json["agent"] = agentState.empty() ? "watching" : agentState;
+  json["exclusion"] = nullptr;
   if (explanation.rule == Rule::excluded) {
     json["exclusion"] = {{"number", explanation.patternIndex + 1},
                          {"pattern", reportedText(explanation.pattern.text)},

@@ -1,5 +1,8 @@
 #include "companion/Explanation.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <memory>
 #include <utility>
 
@@ -81,6 +84,26 @@ void judgeByMount(Explanation& result, const std::string& path,
   }
 }
 
+// As the helper sees: whoever may not list a folder is told of what is his own in it, and of
+// nothing else.
+void judgeByRights(Explanation& result, const std::string& path) {
+  struct stat status = {};
+  for (std::size_t slash = path.find('/', 1); slash != 0; slash = path.find('/', slash + 1)) {
+    const std::string place = path.substr(0, slash);
+    const std::string folder = deletingLastPathComponent(place);
+    const bool isThere = lstat(place.c_str(), &status) == 0;
+    if (!(isThere && status.st_uid == geteuid()) && fileExists(folder) &&
+        !isListableFolder(folder)) {
+      result.rule = Rule::notListable;
+      result.folder = folder;
+      return;
+    }
+    if (slash == std::string::npos) {
+      return;
+    }
+  }
+}
+
 void judgeByPatterns(Explanation& result, const std::string& path,
                      const ExplanationServices& services) {
   std::vector<ExcludePattern> patterns = services.preferences.everyEntry(key::excludePatterns);
@@ -110,6 +133,9 @@ Explanation explain(const std::string& path, const ExplanationServices& services
     judgeByMount(result, judged, services);
   }
   if (result.isGuarded()) {
+    judgeByRights(result, judged);
+  }
+  if (result.isGuarded()) {
     judgeByPatterns(result, judged, services);
   }
   return result;
@@ -128,6 +154,8 @@ Wording wordingOf(const Explanation& explanation) {
       return {"FOLDERS_RULE_NO_SUBFOLDERS", {explanation.folder}};
     case Rule::notReported:
       return {"FOLDERS_RULE_NOT_REPORTED", {explanation.folder}};
+    case Rule::notListable:
+      return {"FOLDERS_RULE_NOT_LISTABLE", {explanation.folder}};
     case Rule::excluded:
       return {"FOLDERS_RULE_EXCLUDED",
               {std::to_string(explanation.patternIndex + 1), explanation.pattern.text}};

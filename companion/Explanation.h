@@ -26,6 +26,7 @@ struct Explanation {
     inTrash,
     inSubfolder,  // its folder is watched without subfolders, which lets nothing pass
     notReported,  // its file system is another machine's or the kernel's: no change is reported
+    notListable,  // this user may not know what lies there, and is not told of it
     excluded      // a pattern excludes it
   };
 
@@ -34,7 +35,7 @@ struct Explanation {
   std::string realPath;  // where it leads: that is what is judged
   bool exists = false;
   bool isFolder = false;  // then it is what lies in it that is judged
-  std::string folder;     // the watched folder, the quarantine folder or the mount that decides
+  std::string folder;     // the watched folder, the quarantine folder, mount or closed folder
   // Of what excludes it: which of all patterns, from 0, and the pattern.
   std::size_t patternIndex = 0;
   ExcludePattern pattern;

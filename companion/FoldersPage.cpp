@@ -37,6 +37,7 @@ FoldersPage::FoldersPage(Page& page, MainWindow& window, const Services& service
   page_.onAction("removeFolder", [this] { removeSelected(); });
   page_.onAction("withSubfolders", [this] { setWithSubfolders(); });
   page_.onAction("undo", [this] { undo(); });
+  page_.onAction("testPath", [this] { test(page_.text("testPath")); });
   page_.onAction("test", [this] { test(page_.text("testPath")); });
   page_.onAction("chooseTest", [this] {
     window_.chooseFiles(services_.localizedStrings.stringForKey("FOLDERS_CHOOSE_TEST", ""),
@@ -208,10 +209,15 @@ void FoldersPage::test(const std::string& given) {
     words +=
         "\n" + Wording{"FOLDERS_RULE_LINK", {explanation.realPath}}.in(services_.localizedStrings);
   }
+  const bool isOnGuard = services_.agentWatches();
+  if (explanation.isGuarded() && !isOnGuard) {
+    words += "\n" + services_.localizedStrings.stringForKey("FOLDERS_RULE_NO_AGENT", "");
+  }
   page_.setText("verdict", words);
-  page_.setText("verdictTitle",
-                services_.localizedStrings.stringForKey(
-                    explanation.isGuarded() ? "FOLDERS_GUARDED" : "FOLDERS_NOT_GUARDED", ""));
+  page_.setText(
+      "verdictTitle",
+      services_.localizedStrings.stringForKey(
+          explanation.isGuarded() && isOnGuard ? "FOLDERS_GUARDED" : "FOLDERS_NOT_GUARDED", ""));
 }
 
 }  // namespace quillo

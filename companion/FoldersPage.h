@@ -31,6 +31,8 @@ class FoldersPage {
     ExplanationServices explanation;
     LocalizedStrings& localizedStrings;
     std::function<Care(const ChosenFolder&)> careOf;
+    // Nothing is guarded while it does not.
+    std::function<bool()> agentWatches = [] { return true; };
   };
 
   FoldersPage(Page& page, MainWindow& window, const Services& services);

@@ -239,17 +239,22 @@ void TomlEditor::changeBlock(std::string& text, const Block& block, const TomlFi
     last = index;
   }
   const TextSpan place = statements_[last].lines;
-  std::string added = text[place.end - 1] == '\n' ? "" : lineEnd_;
-  for (const auto& [key, value] : fields) {
-    const auto found =
-        std::find_if(statements_.begin() + static_cast<std::ptrdiff_t>(block.header) + 1,
-                     statements_.begin() + static_cast<std::ptrdiff_t>(last) + 1,
-                     [&](const auto& each) { return each.name == std::vector<std::string>{key}; });
-    if (found != statements_.begin() + static_cast<std::ptrdiff_t>(last) + 1) {
-      changes.emplace_back(found->value, tomlValue(value));
+  const auto begin = statements_.begin() + static_cast<std::ptrdiff_t>(block.header) + 1;
+  const auto end = statements_.begin() + static_cast<std::ptrdiff_t>(last) + 1;
+  std::string added;
+  for (const auto& field : fields) {
+    const auto found = std::find_if(begin, end, [&](const TomlStatement& each) {
+      return each.name == std::vector<std::string>{field.first};
+    });
+    if (found != end) {
+      changes.emplace_back(found->value, tomlValue(field.second));
     } else {
-      added += indentAt(text, place.begin) + tomlKey(key) + " = " + tomlValue(value) + lineEnd_;
+      added += indentAt(text, place.begin) + tomlKey(field.first) + " = " +
+               tomlValue(field.second) + lineEnd_;
     }
+  }
+  if (!added.empty() && text[place.end - 1] != '\n') {
+    added = lineEnd_ + added;
   }
   changes.emplace_back(TextSpan{place.end, place.end}, added);
   for (std::size_t index = block.header + 1; index <= last; ++index) {

@@ -115,14 +115,21 @@ TEST_F(ExplanationTest, AsACommandRefusesWhatItDoesNotUnderstand) {
 
 TEST_F(ExplanationTest, AsACommandWritesOneObjectOfJson) {
   EXPECT_EQ(run({"docs/r\xE9.iso", "--json"}), 1);
-  EXPECT_EQ(out.str(), "{\n  \"version\": 1,\n  \"path\": \"" + home.at("docs/r\\\\xE9.iso") +
-                           "\",\n  \"realPath\": \"" + home.at("docs/r\\\\xE9.iso") +
+  EXPECT_EQ(out.str(), "{\n  \"version\": 1,\n  \"command\": \"explain\",\n  \"path\": \"" +
+                           home.at("docs/r\\\\xE9.iso") + "\",\n  \"realPath\": \"" +
+                           home.at("docs/r\\\\xE9.iso") +
                            "\",\n  \"exists\": false,\n  \"isFolder\": false,\n"
                            "  \"guarded\": false,\n  \"rule\": \"excluded\",\n  \"folder\": \"" +
                            home.at("docs/") +
                            "\",\n  \"agent\": \"watching\",\n  \"exclusion\": {\n"
                            "    \"number\": 2,\n    \"pattern\": \"\\\\.iso$\",\n"
                            "    \"isExpression\": true\n  }\n}\n");
+}
+
+TEST_F(ExplanationTest, AsACommandWritesNullForWhatThereIsNot) {
+  run({"elsewhere", "--json"});
+  EXPECT_NE(out.str().find("\"folder\": null"), std::string::npos);
+  EXPECT_NE(out.str().find("\"exclusion\": null"), std::string::npos);
 }
 
 }  // namespace

@@ -20,10 +20,12 @@ class FoldersPageTest : public PreferencePagesFixture {
                       strings,
                       [](const ChosenFolder& folder) {
                         return FoldersPage::Care{folder.withSubdirs, "care of " + folder.path};
-                      }});
+                      },
+                      [this] { return agentWatches; }});
     window.show("folders");
     return page_;
   }
+  bool agentWatches = true;
   Names paths() const {
     Names all;
     for (const ChosenFolder& folder : chosenFolders.all()) {
@@ -131,6 +133,7 @@ TEST_F(FoldersPageTest, AddsChangesAndRemovesExclusions) {
   page.write("pattern", ".iso");
   page.press("addPattern");
   ASSERT_EQ(page.rowCount("exclusions"), 1U);
+  EXPECT_EQ(page.text("pattern"), "");
   EXPECT_EQ(page.row("exclusions", 0).cells, (Names{".iso", "<FOLDERS_TEXT>", "<FOLDERS_YES>"}));
   page.select("exclusions", {0});
   page.write("pattern", "\\.iso$");
@@ -217,6 +220,16 @@ TEST_F(FoldersPageTest, TestsNoPathWhoseBeginningItDoesNotKnow) {
   page.press("test");
   EXPECT_EQ(page.text("verdict"), "<FOLDERS_TEST_WHOLE_PATH>");
   EXPECT_EQ(page.text("verdictTitle"), "");
+}
+
+TEST_F(FoldersPageTest, SaysOfNoPathThatItIsGuardedWhileNobodyWatches) {
+  agentWatches = false;
+  writeOwn("[[QuilloFolderArray]]\npathName = '~/docs'\nWatchSubdirs = true\n");
+  home.write("docs/a");
+  FakePage& page = shown();
+  page.drop("testPath", {home.at("docs/a")});
+  EXPECT_EQ(page.text("verdictTitle"), "<FOLDERS_NOT_GUARDED>");
+  EXPECT_EQ(page.text("verdict"), "<FOLDERS_RULE_GUARDED>\n<FOLDERS_RULE_NO_AGENT>");
 }
 
 }  // namespace

@@ -70,6 +70,10 @@ TEST(TomlEntriesTest, AFieldChangesInItsPlace) {
             "X = [{w=true},\n {p=']}', w=false, q=[1,{w=true}]}]\n");
 }
 
+TEST(TomlEntriesTest, AFieldOfTheLastLineGetsNoLineEndThatItHadNot) {
+  EXPECT_EQ(afterChanging("[[X]]\nw = true", 0, {{"w", {false}}}), "[[X]]\nw = false");
+}
+
 TEST(TomlEntriesTest, AFieldThatWasNotThereStandsBehindTheOthers) {
   const TomlFields on = {{"w", {true}}};
   EXPECT_EQ(afterChanging("[[X]]\n  p = 'a'\n# c\n[X.sub]\nq = 1\n", 0, on),
