@@ -69,6 +69,7 @@ std::vector<FolderCare> careOf(const ChosenFolder& folder, const std::vector<Mou
   }
   const Mount* mount = mountOf(path, mounts);
   if (mount && othersChangeIt(*mount)) {
+    // To follow its links would be to wait for it.
     return {{Kind::network, folder.path, mount->type}};
   }
   const std::string real = RealPath(path).path();

@@ -1,9 +1,9 @@
 #include "companion/OverviewPage.h"
 
+#include <utility>
+
 #include "companion/DefinitionUpdate.h"
 #include "companion/OverviewText.h"
-#include "companion/RecentCounts.h"
-#include "platform/AgentLink.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/Page.h"
 #include "platform/Session.h"
@@ -83,6 +83,7 @@ OverviewPage::OverviewPage(Page& page, MainWindow& window, const OverviewService
   services_.update.observe([this] {
     showUpdate();
     if (!services_.update.state().runs) {
+      lookForDefinitions();
       showFacts();
     }
   });
@@ -91,6 +92,9 @@ OverviewPage::OverviewPage(Page& page, MainWindow& window, const OverviewService
 }
 
 void OverviewPage::refresh() {
+  countAnew();
+  lookForDefinitions();
+  known_ = services_.agent.status().value_or(AgentStatus());
   showGuard();
   showFacts();
   showUpdate();
@@ -101,7 +105,29 @@ void OverviewPage::agentChanged() {
     startsOnceGone_ = false;
     startAgent();
   }
-  refresh();
+  // Several a second while it scans: what lies on the disk is asked for when it says that this is
+  // another.
+  const AgentStatus before =
+      std::exchange(known_, services_.agent.status().value_or(AgentStatus()));
+  if (known_.verdicts != before.verdicts || known_.historyProblem != before.historyProblem) {
+    countAnew();
+  }
+  if (known_.definitionsBuilt != before.definitionsBuilt ||
+      known_.definitionFolder != before.definitionFolder || known_.updating != before.updating) {
+    lookForDefinitions();
+  }
+  showGuard();
+  showFacts();
+  showUpdate();
+}
+
+void OverviewPage::countAnew() {
+  counts_ = services_.counts.countsSince(services_.clock.wallTime() - recently);
+}
+
+void OverviewPage::lookForDefinitions() {
+  definitions_ = definitionsInUse(services_.agent.status(),
+                                  services_.preferences.value(key::pathToClamav).value_or(""));
 }
 
 void OverviewPage::showGuard() {
@@ -118,17 +144,13 @@ void OverviewPage::showGuard() {
 }
 
 void OverviewPage::showFacts() {
-  const auto now = services_.clock.wallTime();
-  const OverviewText facts(services_.strings, now);
+  const OverviewText facts(services_.strings, services_.clock.wallTime());
   const auto status = services_.agent.status();
-  const RecentCounts::Counts counts = services_.counts.countsSince(now - recently);
   showIfAny(page_, "watchingText", facts.watching(status));
   page_.setText("scanningText", facts.scanning(status));
-  page_.setText("definitionsText",
-                facts.definitions(definitionsInUse(
-                    status, services_.preferences.value(key::pathToClamav).value_or(""))));
-  page_.setText("foundText", facts.found(counts));
-  showIfAny(page_, "notScannedText", facts.notScanned(counts));
+  page_.setText("definitionsText", facts.definitions(definitions_));
+  page_.setText("foundText", facts.found(counts_));
+  showIfAny(page_, "notScannedText", facts.notScanned(counts_));
   showIfAny(page_, "historyText", facts.history(status));
 }
 

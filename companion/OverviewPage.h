@@ -1,21 +1,20 @@
 #pragma once
 
-#include <functional>
 #include <string>
-#include <vector>
 
+#include "companion/DefinitionPlace.h"
 #include "companion/Guard.h"
+#include "companion/RecentCounts.h"
+#include "platform/AgentLink.h"
 
 namespace quillo {
 
-class AgentLink;
 class Clock;
 class DefinitionUpdate;
 class DistributedNotificationCenter;
 class LocalizedStrings;
 class MainWindow;
 class Page;
-class RecentCounts;
 class TypedPreferences;
 
 // The services that the overview uses. All of them outlive it.
@@ -39,6 +38,8 @@ class OverviewPage {
   void refresh();
 
  private:
+  void countAnew();
+  void lookForDefinitions();
   void showGuard();
   void showFacts();
   void showUpdate();
@@ -52,6 +53,10 @@ class OverviewPage {
   MainWindow& window_;
   const OverviewServices services_;
   Guard guard_;
+  // As they were when somebody last said that they are others.
+  RecentCounts::Counts counts_;
+  DefinitionPlace definitions_;
+  AgentStatus known_;
   // The agent was asked to end, and is started again as soon as it has.
   bool startsOnceGone_ = false;
 };

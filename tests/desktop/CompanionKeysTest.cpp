@@ -50,7 +50,8 @@ std::set<std::string> wordsIn(const std::string& contents) {
       ++end;
     }
     const std::string word = contents.substr(at + 1, end - at - 1);
-    if (end < contents.size() && contents[end] == '"' && word.find('_') != std::string::npos) {
+    const std::size_t mark = word.find('_');
+    if (end < contents.size() && contents[end] == '"' && mark != std::string::npos && mark > 0) {
       words.insert(word);
     }
   }

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "companion/doctor/Finding.h"
@@ -48,6 +51,18 @@ TEST_F(DoctorHelper, IsWarnedOfWhenItIsOfAnother) {
 TEST_F(DoctorHelper, IsWarnedOfWhenItSaysNothingThatMakesSense) {
   EXPECT_EQ(found("exit 0").sentence.key, "DOCTOR_HELPER_OTHER");
   EXPECT_EQ(found("head -c 100000 /dev/zero").sentence.key, "DOCTOR_HELPER_OTHER");
+}
+
+// In a process of its own, for there is no way back.
+TEST_F(DoctorHelper, CannotBeJudgedByWhoMayGainNoRights) {
+  EXPECT_EXIT(
+      {
+        prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+        const Finding finding = found("exit 0");
+        std::fprintf(stderr, "%s, %s", finding.sentence.key.c_str(), finding.remedy.key.c_str());
+        std::_Exit(0);
+      },
+      testing::ExitedWithCode(0), "DOCTOR_HELPER_NO_NEW_PRIVS, DOCTOR_HELPER_NO_NEW_PRIVS_REMEDY");
 }
 
 }  // namespace

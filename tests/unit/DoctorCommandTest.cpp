@@ -75,6 +75,7 @@ TEST(DoctorSigns, AreAsBadAsTheWorst) {
   };
   EXPECT_EQ(worst({}), Sign::good);
   EXPECT_EQ(worst({Sign::warning, Sign::good}), Sign::warning);
+  EXPECT_EQ(worst({Sign::warning, Sign::unknown}), Sign::unknown);
   EXPECT_EQ(worst({Sign::unknown, Sign::warning}), Sign::unknown);
   EXPECT_EQ(worst({Sign::good, Sign::problem, Sign::unknown}), Sign::problem);
 }

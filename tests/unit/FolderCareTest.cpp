@@ -57,6 +57,8 @@ TEST_F(FolderCareTest, IsNoneOnANetworkDrive) {
 TEST_F(FolderCareTest, DoesNotLookAtANetworkDrive) {
   mounts.push_back(mounted("/no/such/drive", "cifs"));
   EXPECT_EQ(kind("/no/such/drive/folder"), Kind::network);
+  mounts.push_back(mounted(stick, "cifs"));
+  EXPECT_EQ(kind(folder.link("stick/link", folder.path())), Kind::network);
 }
 
 TEST_F(FolderCareTest, FollowsALinkToAnotherFileSystem) {

@@ -18,10 +18,12 @@ class FakeCounts final : public RecentCounts {
  public:
   Counts countsSince(std::chrono::system_clock::time_point since) override {
     asked = since;
+    ++questions;
     return counts;
   }
   Counts counts;
   std::chrono::system_clock::time_point asked;
+  int questions = 0;
 };
 
 class OverviewPageTest : public testing::Test {
@@ -160,6 +162,17 @@ TEST_F(OverviewPageTest, CountsWhatWasFoundInThirtyDays) {
   EXPECT_EQ(text("foundText"), "OVERVIEW_FOUND_MANY 1,234");
   EXPECT_EQ(text("notScannedText"), "OVERVIEW_NOT_SCANNED_MANY 56");
   EXPECT_EQ(clock.wallTime() - counts.asked, std::chrono::hours(30 * 24));
+}
+
+TEST_F(OverviewPageTest, CountsAnewOnlyWhenTheAgentSaysThatTheHistoryHasNews) {
+  const int before = counts.questions;
+  for (std::uint64_t files = 1; files < 10; ++files) {
+    become([&](AgentStatus& status) { status.filesBeingScanned = files; });
+  }
+  EXPECT_EQ(counts.questions, before);
+  counts.counts.found = 8;
+  become([](AgentStatus& status) { status.verdicts = 1; });
+  EXPECT_EQ(text("foundText"), "OVERVIEW_FOUND_MANY 8");
 }
 
 TEST_F(OverviewPageTest, SaysThatTheHistoryCannotBeReadOrIsNotKept) {
