@@ -86,6 +86,7 @@ HelpPage::HelpPage(Page& page, MainWindow& window, const HelpPageServices& servi
   connectLog("openUpdateLog", services_.updateLog);
   page_.setText("findingsState", text("HELP_NOT_EXAMINED"));
   page_.setVisible("logProblem", false);
+  window_.onShown("help", [this] { refresh(); });
   showLimits();
   refresh();
 }

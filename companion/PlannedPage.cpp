@@ -106,6 +106,7 @@ void PlannedPage::connect() {
     }
   });
   page_.onAction("save", [this] { save(); });
+  window_.onShown("planned", [this] { refresh(); });
   page_.onDrop("plans", [this](const std::vector<std::string>& folders) { planFolders(folders); });
 }
 

@@ -152,7 +152,7 @@ TEST_F(AgentInstalled, HasNothingInItThatTheDesktopsCheckersComplainOf) {
 TEST_F(AgentInstalled, HasManualPagesWithoutMistakes) {
   install("/usr", "/tmp/destination");
   const std::string man = "/tmp/destination/usr/share/man/";
-  for (const char* page : {"man1/vantrel-quillo.1", "man1/vantrel-engine-tree.1",
+  for (const char* page : {"man1/vantrel.1", "man1/vantrel-quillo.1", "man1/vantrel-engine-tree.1",
                            "man5/vantrel-quillo-preferences.5", "man8/gfslogger.8"}) {
     EXPECT_EQ(complaints("/usr/bin/mandoc", {"-Tlint", man + page}), "");
   }

@@ -105,7 +105,7 @@ TEST_F(HelpPageTest, LogsAreOpenedWhereThereAreAny) {
   EXPECT_EQ(workspace.opened, std::vector<std::string>{"/logs/scan.log"});
   EXPECT_FALSE(ui.isVisible("logProblem"));
   updateLog = "";
-  page.refresh();
+  window.show("help");
   EXPECT_FALSE(ui.isEnabled("openUpdateLog"));
 }
 

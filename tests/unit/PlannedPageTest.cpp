@@ -93,6 +93,16 @@ TEST_F(PlannedPageTest, EveryScanIsARowWithFoldersTimesAndRuns) {
   EXPECT_EQ(ui.titles("plans").size(), 4U);
 }
 
+TEST_F(PlannedPageTest, WhatIsPlannedIsAskedForWheneverThePageIsSeen) {
+  window.show("planned");
+  answered();
+  EXPECT_EQ(ui.rowCount("plans"), 0U);
+  plan("a");
+  window.show("planned");
+  answered();
+  EXPECT_EQ(ui.rowCount("plans"), 1U);
+}
+
 TEST_F(PlannedPageTest, WhatSomebodyElsePlannedIsShownAsItIs) {
   plan("a", Often::other);
   system.scans[0].calendar = "Mon..Fri 12:00";

@@ -1,0 +1,38 @@
+#include "companion/AgentEvidence.h"
+
+#include "platform/AgentLink.h"
+
+namespace quillo {
+namespace {
+
+SelfTestEvidence::Agent agentIn(const std::string& state) {
+  using Agent = SelfTestEvidence::Agent;
+  if (state == "watching") {
+    return Agent::watching;
+  }
+  return state == "starting" ? Agent::starting : Agent::stopped;
+}
+
+}  // namespace
+
+SelfTestEvidence::Facts AgentEvidence::facts() {
+  if (services_.asksEachTime) {
+    services_.agent.refresh();
+  }
+  const auto status = services_.agent.status();
+  if (!status) {
+    return {};
+  }
+  Facts facts;
+  facts.agent = agentIn(status->state);
+  facts.filesBeingScanned = status->filesBeingScanned;
+  facts.verdicts = status->verdicts;
+  for (const std::string& folder : status->watchedFolders) {
+    if (services_.yieldsFiles(folder)) {
+      facts.watchedFolders.push_back(folder);
+    }
+  }
+  return facts;
+}
+
+}  // namespace quillo
