@@ -23,11 +23,6 @@ constexpr int statusFound = 1;
 constexpr int statusIncomplete = 2;
 constexpr const char* usage = "usage: vantrel scan PATH... [--json]\n";
 
-struct Asked {
-  std::vector<std::string> paths;
-  bool asJson = false;
-};
-
 // Relative paths begin where the command was given.
 std::string absolute(const std::string& path) {
   if (path.starts_with('/')) {
@@ -37,23 +32,6 @@ std::string absolute(const std::string& path) {
   const std::string whole = (folder ? std::string(folder) + "/" : std::string()) + path;
   std::free(folder);
   return whole;
-}
-
-std::optional<Asked> understood(const std::vector<std::string>& words) {
-  Asked asked;
-  bool mayBeOption = true;
-  for (const std::string& word : words) {
-    if (mayBeOption && word == "--") {
-      mayBeOption = false;
-    } else if (mayBeOption && word == "--json") {
-      asked.asJson = true;
-    } else if (word.empty() || (mayBeOption && word.starts_with('-'))) {
-      return std::nullopt;
-    } else {
-      asked.paths.push_back(absolute(word));
-    }
-  }
-  return asked.paths.empty() ? std::nullopt : std::optional<Asked>(asked);
 }
 
 const char* nameOf(ScanFinding::Done done) {
@@ -106,7 +84,7 @@ void addPlace(Json& entry, const ScanFinding& finding) {
 // Writes what is said as it comes, and keeps it for the document.
 class Writer final : public ManualScanObserver {
  public:
-  Writer(const Asked& asked, std::ostream& out, const ScanCommandServices& services)
+  Writer(const ScanWish& asked, std::ostream& out, const ScanCommandServices& services)
       : asked_(asked),
         out_(out),
         strings_(services.scan.localizedStrings),
@@ -186,7 +164,7 @@ class Writer final : public ManualScanObserver {
     return entry;
   }
 
-  const Asked& asked_;
+  const ScanWish& asked_;
   std::ostream& out_;
   LocalizedStrings& strings_;
   const ScanWords words_;
@@ -196,10 +174,29 @@ class Writer final : public ManualScanObserver {
 
 }  // namespace
 
+std::optional<ScanWish> scanWishOf(const std::vector<std::string>& words) {
+  ScanWish asked;
+  bool mayBeOption = true;
+  for (const std::string& word : words) {
+    if (mayBeOption && word == "--") {
+      mayBeOption = false;
+    } else if (mayBeOption && word == "--json") {
+      asked.asJson = true;
+    } else if (mayBeOption && word == "--window") {
+      asked.inWindow = true;
+    } else if (word.empty() || (mayBeOption && word.starts_with('-'))) {
+      return std::nullopt;
+    } else {
+      asked.paths.push_back(absolute(word));
+    }
+  }
+  return asked.paths.empty() ? std::nullopt : std::optional<ScanWish>(asked);
+}
+
 int runScanCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
                    const ScanCommandServices& services) {
-  const std::optional<Asked> asked = understood(words);
-  if (!asked) {
+  const std::optional<ScanWish> asked = scanWishOf(words);
+  if (!asked || asked->inWindow) {
     errors << usage;
     return statusIncomplete;
   }

@@ -145,6 +145,8 @@ TEST_F(ScanPageTest, ListsVolumesWhenItIsShownAndScansTheChosenOne) {
 
 TEST_F(ScanPageTest, ShowsFindsAndWhatWasNotScannedApart) {
   ASSERT_TRUE(scan({tree.file("infected"), tree.files().write("empty", "")}));
+  ASSERT_EQ(shown().rowCount("finds"), 1U);
+  ASSERT_EQ(shown().rowCount("leftOut"), 1U);
   EXPECT_EQ(shown().row("finds", 0).cells[0], path("infected"));
   EXPECT_EQ(shown().row("leftOut", 0).cells, (Lines{path("empty"), "<SCAN_REASON_EMPTY>"}));
   EXPECT_EQ(bench.history.calls().size(), 4U);
@@ -155,10 +157,11 @@ TEST_F(ScanPageTest, ScansWhatComesMeanwhileAfterwardsAndReportsBoth) {
   page->scan({tree.file("infected1")});
   held.get_future().wait();
   page->scan({tree.file("infected2")});
+  page->scan({tree.file("infected3")});
   letGo.set_value();
-  ASSERT_TRUE(performUntil([this] { return shown().text("report") == "found 2\nclean 0"; }))
+  ASSERT_TRUE(performUntil([this] { return shown().text("report") == "found 3\nclean 0"; }))
       << shown().text("report");
-  EXPECT_EQ(shown().rowCount("finds"), 2U);
+  EXPECT_EQ(shown().rowCount("finds"), 3U);
   tree.endDaemon();
 }
 
@@ -234,6 +237,20 @@ TEST_F(ScanPageTest, OffersToStartTheAgentWhenNobodyAnswers) {
   shown().press("startAgent");
   EXPECT_EQ(agent.starts, 1);
   EXPECT_EQ(shown().text("report"), "<SCAN_AGENT_STARTS>");
+}
+
+TEST_F(ScanPageTest, SaysThatAScanCannotBegin) {
+  NoThreads none;
+  const ManualScanServices real = bench.services();
+  const ManualScanServices scan{
+      real.application, real.clock,     real.folders, real.localizedStrings, real.modifierKeys,
+      real.preferences, real.systemLog, none,         real.volumes,          real.workspace};
+  page = std::make_unique<ScanPage>(
+      window, ScanPageServices{scan, agent, [] { return Lines(); }, allowed, nullptr, nullptr});
+  page->scan({tree.file("clean")});
+  EXPECT_TRUE(shown().isVisible("report"));
+  EXPECT_TRUE(shown().text("report").starts_with("<SCAN_PROBLEM_FAILED>"));
+  EXPECT_TRUE(page->mayClose());
 }
 
 TEST_F(ScanPageTest, OffersNoAgentThatRuns) {
