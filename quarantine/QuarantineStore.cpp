@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <unordered_set>
 #include <utility>
 
 #include "posix/FolderReader.h"
@@ -26,6 +27,35 @@ QuarantineRecord::Time timeOf(const QuarantinedFile& file) {
 
 bool isAbove(const QuarantinedFile& a, const QuarantinedFile& b) {
   return timeOf(a) == timeOf(b) ? a.name < b.name : timeOf(a) > timeOf(b);
+}
+
+void readFiles(const OpenQuarantine& quarantine, QuarantineStore::Listing& listing) {
+  listing.files.clear();
+  FolderReader reader(
+      UniqueFd(openat(quarantine.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+  while (const dirent* const entry = reader ? reader.next() : nullptr) {
+    if (entry->d_type == DT_REG || entry->d_type == DT_UNKNOWN) {
+      if (auto file = quarantine.fileNamed(entry->d_name)) {
+        listing.files.push_back(std::move(*file));
+      }
+    }
+  }
+  if (errno != 0) {
+    listing.problem = QuarantineStore::FolderProblem::failed;
+    listing.error = errno;
+  }
+}
+
+// The records' names of files of which nothing is left half done.
+std::unordered_set<std::string> settledIn(const QuarantineStore::Listing& listing) {
+  std::unordered_set<std::string> settled;
+  for (const QuarantinedFile& file : listing.files) {
+    if (file.origin == QuarantinedFile::Origin::known &&
+        file.record.state == QuarantineRecord::State::moved) {
+      settled.insert(RecordFolder::entryFor(file.name));
+    }
+  }
+  return settled;
 }
 
 }  // namespace
@@ -67,22 +97,12 @@ QuarantineStore::Listing QuarantineStore::list() const {
   if (!quarantine.isOpen()) {
     return listing;
   }
+  readFiles(quarantine, listing);
   if (quarantine.records.isOpen() && quarantine.records.startTidying()) {
-    tidyUp(quarantine);
-    quarantine.records.letGo();
-  }
-  FolderReader reader(
-      UniqueFd(openat(quarantine.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
-  while (const dirent* const entry = reader ? reader.next() : nullptr) {
-    if (entry->d_type == DT_REG || entry->d_type == DT_UNKNOWN) {
-      if (auto file = quarantine.fileNamed(entry->d_name)) {
-        listing.files.push_back(std::move(*file));
-      }
+    if (tidyUp(quarantine, settledIn(listing))) {
+      readFiles(quarantine, listing);
     }
-  }
-  if (errno != 0) {
-    listing.problem = FolderProblem::failed;
-    listing.error = errno;
+    quarantine.records.letGo();
   }
   std::sort(listing.files.begin(), listing.files.end(), isAbove);
   return listing;

@@ -110,7 +110,7 @@ void RecordFolder::remove(const std::string& file) {
 }
 
 std::optional<QuarantineRecord> RecordFolder::find(const std::string& file) const {
-  auto record = at(entryFor(file));
+  auto record = read(entryFor(file));
   if (record && record->name != file) {
     errno = EBADMSG;
     return std::nullopt;
@@ -119,6 +119,15 @@ std::optional<QuarantineRecord> RecordFolder::find(const std::string& file) cons
 }
 
 std::optional<QuarantineRecord> RecordFolder::at(const std::string& entry) const {
+  auto record = read(entry);
+  if (record && entryFor(record->name) != entry) {
+    errno = EBADMSG;
+    return std::nullopt;
+  }
+  return record;
+}
+
+std::optional<QuarantineRecord> RecordFolder::read(const std::string& entry) const {
   const UniqueFd file(openat(folder_.get(), entry.c_str(),
                              O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!file) {
@@ -132,9 +141,8 @@ std::optional<QuarantineRecord> RecordFolder::at(const std::string& entry) const
       record = QuarantineRecord::parse(*text);
     }
   }
-  if (!record || entryFor(record->name) != entry) {
+  if (!record) {
     errno = EBADMSG;
-    return std::nullopt;
   }
   return record;
 }

@@ -52,6 +52,7 @@ class RecordFolder {
   std::optional<QuarantineRecord> at(const std::string& entry) const;
 
  private:
+  std::optional<QuarantineRecord> read(const std::string& entry) const;
   // Returns the name of a new file with the record's text on disk; "" with an errno.
   std::string written(const QuarantineRecord& record) const;
 

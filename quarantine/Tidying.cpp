@@ -75,8 +75,13 @@ void settle(OpenQuarantine& quarantine, QuarantineRecord& record) {
 
 }  // namespace
 
-void tidyUp(OpenQuarantine& quarantine) {
+bool tidyUp(OpenQuarantine& quarantine, const std::unordered_set<std::string>& settled) {
+  bool hasMetAny = false;
   for (const std::string& entry : quarantine.records.entries()) {
+    if (settled.count(entry) > 0) {
+      continue;
+    }
+    hasMetAny = true;
     if (isSecretName(entry)) {
       unlinkat(quarantine.records.descriptor(), entry.c_str(), 0);
     } else if (isRecordsName(entry)) {
@@ -85,6 +90,7 @@ void tidyUp(OpenQuarantine& quarantine) {
       }
     }
   }
+  return hasMetAny;
 }
 
 }  // namespace quillo
