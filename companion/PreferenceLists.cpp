@@ -66,7 +66,7 @@ void beginList(TomlEditor& editor, const PreferenceChanges& changes, const std::
   const auto* entries = before ? std::get_if<PreferenceArray>(&before->value) : nullptr;
   for (const PreferenceValue& entry : entries ? *entries : PreferenceArray()) {
     if (const auto* fields = std::get_if<PreferenceDictionary>(&entry.value)) {
-      editor.addEntry(list, TomlFields(fields->begin(), fields->end()));
+      editor.addEntry(list, tomlFields(*fields));
     }
   }
 }
@@ -119,8 +119,7 @@ std::string withSlash(std::string path) {
   return path.ends_with('/') ? path : std::move(path) + "/";
 }
 
-std::pair<std::string, PreferenceValue> spelledPath(const std::string& path,
-                                                    const std::string& home) {
+TomlField spelledPath(const std::string& path, const std::string& home) {
   if (isValidUtf8(path)) {
     return {"pathName", {abbreviatingWithTilde(path, home)}};
   }

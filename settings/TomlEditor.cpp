@@ -165,7 +165,11 @@ PreferenceArray TomlEditor::entriesOf(const std::string& list) const {
 void TomlEditor::addEntry(const std::string& list, const TomlFields& entry) {
   PreferenceDictionary expected = values_;
   PreferenceArray entries = entriesOf(list);
-  entries.push_back({PreferenceDictionary(entry.begin(), entry.end())});
+  PreferenceDictionary added;
+  for (const auto& [key, value] : entry) {
+    added[key] = value;
+  }
+  entries.push_back({std::move(added)});
   expected[list] = {std::move(entries)};
   if (const TomlStatement* array = valueOf(list)) {
     take(withMemberAdded(text_, array->value, spelledTomlTable(entry), lineEnd_), expected);
@@ -244,13 +248,13 @@ void TomlEditor::changeBlock(std::string& text, const Block& block, const TomlFi
   std::string added;
   for (const auto& field : fields) {
     const auto found = std::find_if(begin, end, [&](const TomlStatement& each) {
-      return each.name == std::vector<std::string>{field.first};
+      return each.name == std::vector<std::string>{field.key};
     });
     if (found != end) {
-      changes.emplace_back(found->value, tomlValue(field.second));
+      changes.emplace_back(found->value, tomlValue(field.value));
     } else {
-      added += indentAt(text, place.begin) + tomlKey(field.first) + " = " +
-               tomlValue(field.second) + lineEnd_;
+      added += indentAt(text, place.begin) + tomlKey(field.key) + " = " + tomlValue(field.value) +
+               lineEnd_;
     }
   }
   if (!added.empty() && text[place.end - 1] != '\n') {

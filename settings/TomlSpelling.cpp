@@ -26,6 +26,14 @@ std::string tomlString(const std::string& text) {
   return result + '"';
 }
 
+TomlFields tomlFields(const PreferenceDictionary& table) {
+  TomlFields fields;
+  for (const auto& [key, value] : table) {
+    fields.push_back({key, value});
+  }
+  return fields;
+}
+
 std::string tomlKey(const std::string& key) {
   const bool isBare = !key.empty() && std::all_of(key.begin(), key.end(), [](unsigned char c) {
     return c < 0x80 && (std::isalnum(c) != 0 || c == '_' || c == '-');
@@ -52,7 +60,7 @@ std::string tomlValue(const PreferenceValue& value) {
     return tomlString(*string);
   }
   if (const auto* table = std::get_if<PreferenceDictionary>(&value.value)) {
-    return spelledTomlTable(TomlFields(table->begin(), table->end()));
+    return spelledTomlTable(tomlFields(*table));
   }
   const auto* array = std::get_if<PreferenceArray>(&value.value);
   if (!array || !array->empty()) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "platform/PreferenceStore.h"
@@ -11,7 +10,13 @@ namespace quillo {
 // How keys and values are written in TOML (toml.io, v1.0.0), each on one line. Pure; any thread.
 
 // The keys of a table with their values, in the order in which they are to be written.
-using TomlFields = std::vector<std::pair<std::string, PreferenceValue>>;
+struct TomlField {
+  std::string key;
+  PreferenceValue value;
+};
+using TomlFields = std::vector<TomlField>;
+// Returns those of a table, in the order of their names.
+TomlFields tomlFields(const PreferenceDictionary& table);
 
 // Returns the text, which is UTF-8, as a basic string, in quotes.
 std::string tomlString(const std::string& text);
