@@ -1,8 +1,10 @@
 // The main application under a Wayland compositor.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "tests/desktop/support/session/SwaySession.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -26,7 +28,9 @@ class VantrelOnSway : public testing::TestWithParam<bool> {
     return count;
   }
 
-  SwaySession session{{}, {1, GetParam(), ""}};
+  // sway runs for nobody who is root.
+  TemporaryFolder home;
+  SwaySession session{{home.path(), geteuid() == 0 ? 65534U : 0U}, {1, GetParam(), ""}};
 };
 
 TEST_P(VantrelOnSway, IsAWaylandWindowThatTheDesktopKnows) {

@@ -1,12 +1,14 @@
 // A picture of every page for people, in build/<preset>/screenshots.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <QDir>
 
 #include "platform/linux/text/StringTables.h"
 #include "tests/desktop/support/session/DesktopSession.h"
 #include "tests/desktop/support/session/SwaySession.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -73,7 +75,9 @@ INSTANTIATE_TEST_SUITE_P(InTwoLanguages, VantrelPages,
                          });
 
 TEST(VantrelPagesAtScale2, AreAllShownUnderWayland) {
-  SwaySession session({}, {2, false, "output HEADLESS-1 resolution 2560x1600"});
+  const TemporaryFolder home;
+  SwaySession session({home.path(), geteuid() == 0 ? 65534U : 0U},
+                      {2, false, "output HEADLESS-1 resolution 2560x1600"});
   std::unique_ptr<ChildProcess> first;
   for (const std::string& page : pages()) {
     const QImage before = session.picture();

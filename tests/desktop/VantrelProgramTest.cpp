@@ -27,10 +27,10 @@ class VantrelProgram : public testing::Test {
     words.insert(words.begin(), program);
     return session.startCommand(std::move(words));
   }
-  // Runs it to its end, in the session but for the variables that are left out.
-  Ended run(const std::vector<std::string>& words, const std::string& without = "") {
+  // Runs it to its end, in the session as the words of the shell before it change that.
+  Ended run(const std::vector<std::string>& words, const std::string& before = "") {
     const std::string said = session.homeFolder() + "/said";
-    std::string command = "unset " + without + " x; exec \"$0\" \"$@\" >" + said + " 2>&1";
+    std::string command = before + " exec \"$0\" \"$@\" >" + said + " 2>&1";
     std::vector<std::string> all = {"/bin/sh", "-c", command, program};
     all.insert(all.end(), words.begin(), words.end());
     const int status = session.startCommand(all)->waitUntilExit();
@@ -98,6 +98,8 @@ TEST_F(VantrelProgram, SaysWhichPagesThereAre) {
 
 TEST_F(VantrelProgram, IsStartedByTheBusAndShowsWhatIsAskedOfIt) {
   session.addService(identifier, program + " --service");
+  session.run({"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus",
+               "/org/freedesktop/DBus", "org.freedesktop.DBus.ReloadConfig"});
   call("ActivateAction", {"planned", "[]", "{}"});
   EXPECT_TRUE(shows("Planned Scans"));
   call("Activate", {"{}"});
@@ -122,19 +124,20 @@ TEST_F(VantrelProgram, EndsWhenItsWindowIsClosed) {
 }
 
 TEST_F(VantrelProgram, SaysThatThereIsNoDisplay) {
-  const Ended ended = run({}, "DISPLAY WAYLAND_DISPLAY");
+  const Ended ended = run({}, "unset DISPLAY WAYLAND_DISPLAY;");
   EXPECT_EQ(ended.status, 1);
   EXPECT_NE(ended.said.find("this session has no display"), std::string::npos) << ended.said;
 }
 
 TEST_F(VantrelProgram, SaysThatThereIsNoBus) {
-  const Ended ended = run({}, "DBUS_SESSION_BUS_ADDRESS XDG_RUNTIME_DIR");
+  const Ended ended = run({}, "export DBUS_SESSION_BUS_ADDRESS=unix:path=/none;");
   EXPECT_EQ(ended.status, 1);
   EXPECT_NE(ended.said.find("there is no session bus"), std::string::npos) << ended.said;
 }
 
 TEST_F(VantrelProgram, AnswersWithoutADisplayAndABus) {
-  const std::string everything = "DISPLAY WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS XDG_RUNTIME_DIR";
+  const std::string everything =
+      "unset DISPLAY WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS XDG_RUNTIME_DIR;";
   const Ended help = run({"--help"}, everything);
   EXPECT_EQ(help.status, 0);
   EXPECT_TRUE(help.said.starts_with("vantrel\n")) << help.said;
