@@ -129,7 +129,7 @@ void HelpPage::examine() {
   }
   page_.setEnabled("examine", false);
   page_.setText("findingsState", text("HELP_EXAMINING"));
-  const auto body = [this, examine = services_.examine, &application = services_.application,
+  const auto body = [this, examine = services_.examine(), &application = services_.application,
                      life = std::weak_ptr<const bool>(life_)] {
     std::vector<HelpFinding> found;
     try {

@@ -27,8 +27,9 @@ struct HelpPageServices {
   LocalizedStrings& localizedStrings;
   ThreadStarter& threads;
   Workspace& workspace;
-  // Looks at everything, which takes seconds. Any thread.
-  std::function<std::vector<HelpFinding>()> examine;
+  // Asks what can be asked on the main thread only, and returns what looks at all else, which takes
+  // seconds, on any thread.
+  std::function<std::function<std::vector<HelpFinding>()>()> examine;
   // Where the logs are: "" for one that is nowhere. Main thread.
   std::function<std::string()> scanLog;
   std::function<std::string()> updateLog;

@@ -37,6 +37,7 @@ void show(const PlannedScanOutcome& outcome, const PlannedScanServices& services
   notification.description = outcome.words;
   notification.isSticky = true;
   notification.details.isFind = outcome.found > 0;
+  notification.details.outlivesSender = true;
   services.growl.setGrowlDelegate({{notification.name}, {notification.name}});
   services.growl.notify(notification);
   services.growl.handOver();

@@ -34,6 +34,8 @@ struct NotificationDetails {
   std::string topic;
   // It reports malware: such a notification waits behind no other kind.
   bool isFind = false;
+  // Whoever posts it ends soon, and it stays all the same.
+  bool outlivesSender = false;
 };
 
 struct GrowlNotification {

@@ -35,6 +35,17 @@ TEST_F(Freedesktop, ShowsThePictureThatLiesBesideTheProgramWhateverTheThemeKnows
   EXPECT_EQ(server.hints(0).value("image-path"), "file:///a%20folder/application.png");
 }
 
+TEST_F(Freedesktop, NamesNoApplicationForWhatIsToOutliveIt) {
+  FakeServer server;
+  const auto growl = make();
+  NotificationDetails details;
+  details.outlivesSender = true;
+  growl->notify({"Planned scan", "planned", "nothing found", 0, true, details});
+  ASSERT_TRUE(waitUntil([&] { return server.shown() == 1; }));
+  EXPECT_FALSE(server.hints(0).contains("desktop-entry"));
+  EXPECT_TRUE(server.hints(0).contains("image-path"));
+}
+
 TEST_F(Freedesktop, CallsNothingUrgentThatReportsNoMalware) {
   FakeServer server;
   const auto growl = make();

@@ -24,7 +24,7 @@ class HelpPageTest : public testing::Test {
             strings,
             starter,
             workspace,
-            [this] { return examine(); },
+            [this] { return examine; },
             [this] { return scanLog; },
             [this] { return updateLog; },
             [] { return "Vantrel 1"; },

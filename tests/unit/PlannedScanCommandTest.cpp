@@ -39,6 +39,7 @@ TEST_F(PlannedScanCommandTest, ShowsWhatCameOfIt) {
   EXPECT_EQ(growl.posted()[0].title, "<PLANNED_RESULT_FOUND>");
   EXPECT_EQ(growl.posted()[0].description, "2 finds");
   EXPECT_TRUE(growl.posted()[0].details.isFind);
+  EXPECT_TRUE(growl.posted()[0].details.outlivesSender);
   EXPECT_TRUE(isHandedOver);
 }
 

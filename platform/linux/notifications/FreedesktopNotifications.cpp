@@ -179,10 +179,12 @@ void FreedesktopNotifications::send(const QueuedNotification& queued) {
   }
   const int normal = 1;
   const int critical = 2;
-  const QVariantMap hints = {
-      {"urgency", QVariant::fromValue<uchar>(details.isFind ? critical : normal)},
-      {"image-path", icon_},
-      {"desktop-entry", QString(applicationId)}};
+  QVariantMap hints = {{"urgency", QVariant::fromValue<uchar>(details.isFind ? critical : normal)},
+                       {"image-path", icon_}};
+  // What bears an application's name some desktops take away with its process.
+  if (!details.outlivesSender) {
+    hints.insert("desktop-entry", QString(applicationId));
+  }
   const int never = 0;
   const int asTheServerLikes = -1;
   topicInFlight_ = details.topic;
