@@ -45,9 +45,11 @@ void QuarantineRecheck::definitionsAre(const LoadedDefinitions& definitions) {
       }
       ended(isMade ? built : QuarantineRecord::Time());
     });
-  } catch (...) {
+  } catch (const std::exception& failure) {
+    // Whoever looks at the definitions has more to look at.
     ended({});
-    throw;
+    services_.systemLog.log(std::string("Quarantine: checking again cannot begin: ") +
+                            failure.what());
   }
 }
 

@@ -129,7 +129,8 @@ void StatusBoard::verdictGiven(const Verdict& verdict) {
   if (judged) {
     showOrKeep(verdict);
   }
-  if (verdict.kind == Verdict::Kind::infected || verdict.kind == Verdict::Kind::notScanned) {
+  const bool isFind = verdict.kind == Verdict::Kind::infected && !verdict.isSpared;
+  if (isFind || verdict.kind == Verdict::Kind::notScanned) {
     ++verdicts_;
     changed();
   }

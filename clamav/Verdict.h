@@ -33,6 +33,9 @@ struct Verdict {
   std::string target;
   Whereabouts whereabouts = Whereabouts::unsaid;
   Limit limit = Limit::none;
+  // Of an infected file: its user has put it back or allowed it, and it has not changed since.
+  // Nothing is done about it. Set by who judges the report; no line says it.
+  bool isSpared = false;
   std::uint64_t largestFile = 0;  // of Limit::fileSize: the most bytes that the engine takes
 
   // Returns the path of the file that the engine looked at.

@@ -17,7 +17,12 @@ void HistoryRecorder::record(const Verdict& verdict, InfectedFileAction action) 
       writer_.addClean(verdict.file());
       break;
     case Verdict::Kind::infected:
-      recordFind(verdict, action);
+      // What its user has allowed is no news, however often it is scanned.
+      if (verdict.isSpared) {
+        writer_.addClean(verdict.file());
+      } else {
+        recordFind(verdict, action);
+      }
       break;
     case Verdict::Kind::notScanned: {
       HistoryResult result = entry(verdict, HistoryResult::Kind::notScanned);

@@ -18,6 +18,8 @@ constexpr std::int64_t logPages = 400;
 // A disk that breaks each new database would be filled with broken ones.
 constexpr std::size_t mostBroken = 3;
 constexpr Clock::Duration timeOfBroken = std::chrono::hours(1);
+// A disk may fail for a moment, as one on a network does; attempts are half a minute apart.
+constexpr int mostTimesUnreadable = 10;
 // An engine that moves files says so right behind its finds.
 constexpr std::int64_t nearestResults = 1000;
 constexpr std::size_t longestText = 1024;
@@ -141,15 +143,26 @@ HistoryStore::~HistoryStore() = default;
 void HistoryStore::close() { open_.reset(); }
 
 void HistoryStore::write(const HistoryBatch& batch) {
+  std::optional<HistoryFile::Identity> used;
   try {
     writeNow(batch);
+    timesUnreadable_ = 0;
     return;
   } catch (const SqlFailure& failure) {
+    if (open_) {
+      used = open_->identity;
+    }
     close();
-    if (!failure.isDamage()) {
+    const bool isLost =
+        failure.isDamage() || (failure.isUnreadable() && ++timesUnreadable_ >= mostTimesUnreadable);
+    if (!isLost) {
       throw;
     }
-    setAside(failure.reason());
+    // Another program of its user may have set it aside already, and begun a new one.
+    if (!used || used == file_.identity()) {
+      setAside(failure.reason());
+    }
+    timesUnreadable_ = 0;
   } catch (...) {
     close();
     throw;

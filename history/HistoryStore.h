@@ -5,6 +5,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -63,6 +64,7 @@ class HistoryStore {
   const HistoryLimits limits_;
   // Used by one thread.
   std::unique_ptr<Open> open_;
+  int timesUnreadable_ = 0;  // in a row
   std::deque<Clock::Duration> setAsideAt_;
 };
 

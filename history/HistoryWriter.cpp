@@ -88,10 +88,18 @@ std::string HistoryWriter::problem() {
 }
 
 void HistoryWriter::begin(ThreadStarter& threads) {
-  if (!hasThread_) {
-    threads.detachNewThread("history", [this] { mainLoop(); });
-    hasThread_ = true;
+  if (hasThread_) {
+    return;
   }
+  // Who ends it at once waits for a thread that has not run yet, too.
+  isRunning_ = true;
+  try {
+    threads.detachNewThread("history", [this] { mainLoop(); });
+  } catch (...) {
+    isRunning_ = false;
+    throw;
+  }
+  hasThread_ = true;
 }
 
 void HistoryWriter::mainLoop() {
@@ -163,10 +171,13 @@ bool HistoryWriter::isKnownToday(const HistoryChange& change, CalendarDay today)
       result->source != ScanSource::agent) {
     return false;
   }
-  if (today != std::exchange(today_, today) || notScannedToday_.size() >= mostRemembered) {
+  if (today != std::exchange(today_, today)) {
     notScannedToday_.clear();
   }
-  return !notScannedToday_.emplace(result->path, result->says).second;
+  if (notScannedToday_.size() < mostADay) {
+    return !notScannedToday_.emplace(result->path, result->says).second;
+  }
+  return true;
 }
 
 void HistoryWriter::count(const std::string& folder, const ScannedAmount& amount, CalendarDay day) {
@@ -243,14 +254,14 @@ void HistoryWriter::logFailure(const std::string& failure) {
   }
 }
 
-void HistoryWriter::end(Clock::Duration atMost) {
+bool HistoryWriter::end(Clock::Duration atMost) {
   const Clock::Duration deadline = services_.clock.now() + atMost;
   wake_.lock();
   isEnding_ = true;
   wake_.signal();
   wake_.unlock();
   if (!isRunning_) {
-    return;
+    return true;
   }
   ended_.lock();
   for (;;) {
@@ -260,7 +271,9 @@ void HistoryWriter::end(Clock::Duration atMost) {
     }
     ended_.waitFor(left);
   }
+  const bool hasEnded = hasEnded_;
   ended_.unlock();
+  return hasEnded;
 }
 
 }  // namespace quillo

@@ -46,8 +46,9 @@ class HistoryWriter {
   static constexpr std::size_t mostNames = 40'000;
   static constexpr std::size_t mostFolders = 2'000;
   // A file that the agent cannot scan is entered once a day for the same reason, however often it
-  // is written: so many are remembered.
-  static constexpr std::size_t mostRemembered = 1'000;
+  // is written, and not more such files: whoever may write in a guarded folder could make as many
+  // as it takes to push every find out.
+  static constexpr std::size_t mostADay = 1'000;
 
   explicit HistoryWriter(HistoryWriterServices services);
 
@@ -66,8 +67,9 @@ class HistoryWriter {
   // Waits until there is something to enter and its time has come, or the end, and enters it.
   void step();
   // Has all that has come entered at once, and waits for that, but not longer than `atMost`. What
-  // comes later is lost. Any thread.
-  void end(Clock::Duration atMost);
+  // comes later is lost. Returns false while the thread still runs, which needs this object. Any
+  // thread.
+  bool end(Clock::Duration atMost);
 
  private:
   struct Waiting {

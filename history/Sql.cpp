@@ -34,6 +34,11 @@ SqlFailure::SqlFailure(int code, const std::string& file, const std::string& rea
     : PlatformException(kindOf(code), "HistoryException", file + ": " + reason), code_(code) {}
 
 bool SqlFailure::isDamage() const {
+  const int primary = code_ & 0xFF;
+  return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || primary == SQLITE_CONSTRAINT;
+}
+
+bool SqlFailure::isUnreadable() const {
   switch (code_) {
     case SQLITE_IOERR_READ:
     case SQLITE_IOERR_SHORT_READ:
@@ -41,10 +46,8 @@ bool SqlFailure::isDamage() const {
     case SQLITE_IOERR_CORRUPTFS:
       return true;
     default:
-      break;
+      return false;
   }
-  const int primary = code_ & 0xFF;
-  return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || primary == SQLITE_CONSTRAINT;
 }
 
 bool SqlFailure::isUnfinished() const { return code_ == SQLITE_READONLY_ROLLBACK; }

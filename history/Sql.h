@@ -19,6 +19,8 @@ class SqlFailure final : public PlatformException {
   int code() const { return code_; }
   // Returns true when the file holds no sound database, and trying again would not help.
   bool isDamage() const;
+  // Returns true when it could not be read: it may be sound, and the disk at fault for a moment.
+  bool isUnreadable() const;
   // Returns true when whoever made the database ended over it, before anything was entered, and
   // only one that writes can go on.
   bool isUnfinished() const;

@@ -83,7 +83,7 @@ void ScanReport::dealWithOutput(std::string_view chunk) {
 
 void ScanReport::dealWithLine(const std::string& line, const std::string& timestamp) {
   std::optional<bool> wasPutBack;
-  const Verdict verdict = understood(line, wasPutBack);
+  Verdict verdict = understood(line, wasPutBack);
   const bool isInfected = verdict.kind == Verdict::Kind::infected;
   const bool isJudged = isInfected || verdict.kind == Verdict::Kind::clean;
   if (isJudged && !std::exchange(hasJudged_, true)) {
@@ -92,6 +92,7 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   }
   // What the scanner was answered holds, even if the file has changed since.
   const bool isSpared = isInfected && (wasPutBack ? *wasPutBack : isPutBack(verdict));
+  verdict.isSpared = isSpared;
   if (isInfected && !isSpared && services_.putBackFiles &&
       verdict.whereabouts == Verdict::Whereabouts::moved) {
     services_.putBackFiles->wasMoved(verdict);

@@ -13,6 +13,7 @@
 #include "tests/fakes/engine/SessionClamd.h"
 #include "tests/process/FakeClientTree.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/Threads.h"
 #include "tools/clamdscan/MoveFolder.h"
 
 namespace quillo {
@@ -78,6 +79,16 @@ TEST_F(QuarantineChecks, NoteWhatTheEngineSaysOfEachFileByNow) {
   EXPECT_EQ(checkOf("b"), Check::infected);
   EXPECT_EQ(checkOf("c"), Check::never);
   EXPECT_EQ(store.list().files.size(), 3U);
+}
+
+TEST_F(QuarantineChecks, ThatCannotBeginAreLoggedAndTriedAgain) {
+  quarantined("a", "clean");
+  NoThreads none;
+  QuarantineRecheck without({clock, strings, notices, log, none, [this] { return folder; },
+                             [this] { return tree.program(); }});
+  without.definitionsAre(loaded(5));
+  without.definitionsAre(loaded(5));
+  EXPECT_EQ(log.lines.all().size(), 2U);
 }
 
 TEST_F(QuarantineChecks, CallNothingCleanWithoutTheDaemon) {

@@ -191,7 +191,7 @@ TEST_F(FoundFileTest, ThatIsPutBackIsLoggedAndNotWarnedOf) {
   EXPECT_EQ(found(), stamp + " " + line() + "\n" + sparedLine());
   EXPECT_EQ(warningDialogs().size(), 1U);
   EXPECT_EQ(owner.details().size(), 1U);
-  EXPECT_EQ(owner.reports(), (Calls{path + " = Eicar", path + " = Eicar"}));
+  EXPECT_EQ(owner.reports(), (Calls{path + " = Eicar", path + " = Eicar, spared"}));
 }
 
 TEST_F(FoundFileTest, ThatTheUserMovedByItsButtonIsKnownWithoutAnybodyToNotice) {

@@ -106,6 +106,29 @@ TEST_F(HistoryWriterTest, EntersAFileThatCannotBeScannedOnceADayForEachReason) {
   EXPECT_EQ(rows().size(), 4U);
 }
 
+TEST_F(HistoryWriterTest, EntersNoMoreFilesThatCannotBeScannedADayThanItsBound) {
+  for (std::size_t file = 0; file < HistoryWriter::mostADay + 5; ++file) {
+    writer.add(result("/srv/" + std::to_string(file), Kind::notScanned));
+  }
+  writer.add(result("/srv/find"));
+  writer.step();
+  EXPECT_EQ(rows().size(), HistoryWriter::mostADay + 1);
+  clock.advance(std::chrono::hours(24));
+  writer.add(result("/srv/more", Kind::notScanned));
+  writer.step();
+  EXPECT_EQ(rows().size(), HistoryWriter::mostADay + 2);
+}
+
+TEST_F(HistoryWriterTest, CountsAFindThatItsUserAllowedAsAFileLikeOthers) {
+  Verdict find = Verdict::parse("/srv/a/b/c/d/e: Eicar FOUND");
+  find.isSpared = true;
+  recorder.record(find, InfectedFileAction::quarantine);
+  writer.step();
+  EXPECT_TRUE(rows().empty());
+  ASSERT_EQ(busy().size(), 1U);
+  EXPECT_EQ(busy().at(0).amount.files, 1U);
+}
+
 TEST_F(HistoryWriterTest, EntersAFindEachTime) {
   for (int at = 0; at < 3; ++at) {
     writer.add(result("/srv/a"));
@@ -207,7 +230,9 @@ TEST_F(HistoryWriterTest, GivesUpWhatCouldNotBeScannedBeforeAFind) {
   block();
   writer.add(result("/srv/found"));
   for (std::size_t at = 0; at < HistoryWriter::mostChanges - 1; ++at) {
-    writer.add(result("/srv/n" + std::to_string(at), Kind::notScanned));
+    HistoryResult file = result("/srv/n" + std::to_string(at), Kind::notScanned);
+    file.source = ScanSource::byHand;
+    writer.add(file);
   }
   writer.step();
   for (int at = 0; at < 5; ++at) {
@@ -274,6 +299,22 @@ TEST_F(HistoryWriterTest, WaitsForNobodyAtTheEndWithoutAThread) {
   const Clock::Duration before = clock.now();
   writer.end(std::chrono::seconds(5));
   EXPECT_EQ(clock.now(), before);
+}
+
+TEST_F(HistoryWriterTest, WaitsAtTheEndForAThreadThatHasNotRunYet) {
+  // Keeps what it was given for later.
+  struct LateThreads final : ThreadStarter {
+    void detachNewThread(const std::string&, std::function<void()> begun) override {
+      body = std::move(begun);
+    }
+    std::function<void()> body;
+  } late;
+  writer.begin(late);
+  writer.add(result("/srv/a"));
+  EXPECT_FALSE(writer.end(Clock::Duration::zero()));
+  late.body();
+  EXPECT_TRUE(writer.end(Clock::Duration::zero()));
+  EXPECT_EQ(rows().size(), 1U);
 }
 
 TEST_F(HistoryWriterTest, TriesAgainToStartAThreadThatCouldNotBeHad) {

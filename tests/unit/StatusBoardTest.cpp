@@ -50,6 +50,14 @@ TEST_F(StatusBoardTest, PutsNoVerdictsTogetherWhileNobodySeesThem) {
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());
 }
 
+TEST_F(StatusBoardTest, CountsNoFindThatItsUserAllowed) {
+  Verdict find = Verdict::parse("/srv/a: Eicar FOUND");
+  statusBoard.verdictGiven(find);
+  find.isSpared = true;
+  statusBoard.verdictGiven(find);
+  EXPECT_EQ(statusBoard.activity().verdicts, 1U);
+}
+
 TEST_F(StatusBoardTest, ShowsWhoeverComesToLookTheLastVerdictsWithTheTimesAtWhichTheyWereGiven) {
   for (int number = 1; number <= 12; ++number) {
     statusBoard.verdictGiven(Verdict::parse("/srv/" + std::to_string(number) + ": OK"));

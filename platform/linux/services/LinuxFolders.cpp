@@ -76,7 +76,14 @@ LinuxFolders::LinuxFolders(const Environment& environment, const std::string& ex
       resources_(resourcesOf(executable)) {}
 
 std::string LinuxFolders::pathOfThisProgram() {
-  return targetOfLink("/proc/self/exe").value_or("");
+  std::string path = targetOfLink("/proc/self/exe").value_or("");
+  // After an upgrade another file lies under the name by which this one was started (proc(5)).
+  static constexpr std::string_view replaced = " (deleted)";
+  if (path.ends_with(replaced) && !fileExists(path)) {
+    const std::string name = path.substr(0, path.size() - replaced.size());
+    return fileExists(name) ? name : path;
+  }
+  return path;
 }
 
 }  // namespace quillo

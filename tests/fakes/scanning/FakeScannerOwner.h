@@ -29,7 +29,7 @@ class FakeScanObserver : public ScanObserver {
       case Verdict::Kind::clean:
         return add(verdict.path + " = clean");
       case Verdict::Kind::infected:
-        return add(verdict.path + " = " + verdict.threat);
+        return add(verdict.path + " = " + verdict.threat + (verdict.isSpared ? ", spared" : ""));
       case Verdict::Kind::notScanned:
         return add(verdict.path + " = not scanned: " + verdict.reason);
       default:
