@@ -5,6 +5,7 @@
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -37,6 +38,9 @@ TEST_F(EngineDefinitionsTest, AreThoseThatAreThere) {
 }
 
 TEST_F(EngineDefinitionsTest, SayThatAnUpdateRuns) {
+  const TemporaryFolder engine;
+  engine.write("bin/freshclam");
+  desktop.preferenceStore.set("PathToClamav", engine.path().c_str());
   definitions.start();
   EXPECT_EQ(changes, 1);
   EXPECT_TRUE(definitions.state().runs);
@@ -45,7 +49,6 @@ TEST_F(EngineDefinitionsTest, SayThatAnUpdateRuns) {
 
 TEST_F(EngineDefinitionsTest, SayWhatAnUpdateCameTo) {
   definitions.start();
-  threads.run("definitions");
   EXPECT_FALSE(definitions.state().runs);
   EXPECT_EQ(definitions.state().words,
             "<OVERVIEW_DEFINITIONS_UNKNOWN>\n<OVERVIEW_UPDATE_NO_ENGINE>");
