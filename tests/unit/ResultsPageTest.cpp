@@ -2,106 +2,14 @@
 
 #include <filesystem>
 
-#include "companion/ResultsPage.h"
-#include "history/HistoryStore.h"
-#include "scanning/PathPattern.h"
-#include "tests/fakes/desktop/FakeInterface.h"
-#include "tests/fakes/desktop/FakePage.h"
-#include "tests/fakes/desktop/FakeServices.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/Threads.h"
+#include "tests/fakes/desktop/ResultsPageFixture.h"
 
 namespace quillo {
 namespace {
 
 namespace fs = std::filesystem;
-using Kind = HistoryResult::Kind;
-using Outcome = HistoryResult::Outcome;
-using Cells = std::vector<std::string>;
 
-// Runs what is started when the test says so.
-class LaterThreads final : public ThreadStarter {
- public:
-  void detachNewThread(const std::string&, std::function<void()> body) override {
-    bodies.push_back(std::move(body));
-  }
-  void runAll() {
-    for (const auto& body : std::exchange(bodies, {})) {
-      body();
-    }
-  }
-  std::vector<std::function<void()>> bodies;
-};
-
-class ResultsPageTest : public testing::Test {
- protected:
-  ResultsPageTest() {
-    strings.texts["RESULTS_COUNT_MANY"] = "%@ files";
-    strings.texts["RESULTS_BUSY_COUNT_MANY"] = "%@ folders";
-    strings.texts["RESULTS_DONE_NOT_MOVED_REASON"] = "not moved: %@";
-    strings.texts["RESULTS_EXCLUDE_QUESTION"] = "Exclude %@?";
-    strings.texts["RESULTS_EXCLUDE_DETAIL"] = "pattern %@";
-    strings.texts["RESULTS_EXCLUDE_DETAIL_FOUND"] = "a threat, pattern %@";
-    strings.texts["RESULTS_BROKEN"] = "broken: %@";
-    strings.texts["RESULTS_UNREADABLE"] = "unreadable: %@";
-    strings.texts["RESULTS_FILE_GONE"] = "gone: %@";
-    strings.texts["RESULTS_FOLDER_GONE"] = "no folder: %@";
-    strings.texts["SIZE_BYTES"] = "%@ bytes";
-    strings.texts["SIZE_KB"] = "%@ KB";
-    strings.texts["DIGITS_SEPARATOR"] = ",";
-    strings.texts["DIGITS_GROUPED_FROM"] = "1000";
-  }
-  HistoryResult result(const std::string& path, Kind kind = Kind::found,
-                       Outcome outcome = Outcome::leftInPlace) {
-    HistoryResult made;
-    made.time = clock.wallTime();
-    made.kind = kind;
-    made.outcome = outcome;
-    made.path = path;
-    made.says = kind == Kind::found ? "Eicar" : "too large";
-    return made;
-  }
-  void add(const HistoryResult& one) { store.write({{one}, {}}); }
-  ResultsPage& open() {
-    if (!page) {
-      page = std::make_unique<ResultsPage>(
-          shown, window,
-          ResultsServices{
-              application, threads, clock, strings, workspace, folder, home.path(),
-              [this](const std::vector<std::string>& paths) { scanned = paths; },
-              [this](const std::string& expression) { excluded.push_back(expression); }});
-    }
-    return *page;
-  }
-  Cells files() {
-    Cells all;
-    for (std::size_t row = 0; row < shown.rowCount("results"); ++row) {
-      all.push_back(shown.row("results", row).cells.at(1));
-    }
-    return all;
-  }
-  // Lets a search come to its end.
-  void search() {
-    threads.runAll();
-    application.performPosted();
-  }
-
-  const TemporaryFolder home;
-  const std::string folder = home.at("state");
-  PassingClock clock;
-  FakeSystemLog log;
-  FakeApplication application;
-  FakeLocalizedStrings strings;
-  FakeWorkspace workspace;
-  LaterThreads threads;
-  FakePage shown;
-  FakeMainWindow window;
-  std::vector<std::string> scanned;
-  std::vector<std::string> excluded;
-  HistoryStore store{folder, clock, log, {}};
-  std::unique_ptr<ResultsPage> page;
-};
+using ResultsPageTest = ResultsPageFixture;
 
 TEST_F(ResultsPageTest, ShowsEachResultInWordsTheLatestFirst) {
   add(result(home.at("a/virus.com")));
@@ -257,90 +165,6 @@ TEST_F(ResultsPageTest, SaysWhenNothingWasCountedThere) {
   EXPECT_EQ(shown.text("summary"), "<RESULTS_BUSY_NONE>");
 }
 
-TEST_F(ResultsPageTest, OffersOnlyWhatCanBeDoneWithTheSelection) {
-  add(result("/srv/a"));
-  add(result("/srv/b"));
-  open();
-  for (const char* const button : {"openFolder", "scanAgain", "exclude"}) {
-    EXPECT_FALSE(shown.isEnabled(button)) << button;
-  }
-  shown.select("results", {0});
-  for (const char* const button : {"openFolder", "scanAgain", "exclude"}) {
-    EXPECT_TRUE(shown.isEnabled(button)) << button;
-  }
-  shown.select("results", {0, 1});
-  EXPECT_FALSE(shown.isEnabled("openFolder"));
-  EXPECT_TRUE(shown.isEnabled("scanAgain"));
-  EXPECT_FALSE(shown.isEnabled("exclude"));
-}
-
-TEST_F(ResultsPageTest, ShowsAFileWhereItLiesByNow) {
-  const std::string quarantined = home.write("quarantine/virus.com");
-  HistoryResult moved = result("/srv/virus.com", Kind::found, Outcome::quarantined);
-  moved.detail = quarantined;
-  add(moved);
-  open();
-  shown.select("results", {0});
-  shown.press("openFolder");
-  EXPECT_EQ(workspace.selected, std::vector<std::string>{quarantined});
-}
-
-TEST_F(ResultsPageTest, OpensTheFolderOfAFileThatIsGoneAndSaysSo) {
-  add(result(home.at("gone")));
-  open();
-  shown.select("results", {0});
-  shown.press("openFolder");
-  EXPECT_EQ(workspace.opened, std::vector<std::string>{home.path()});
-  EXPECT_EQ(shown.text("notice"), "gone: ~/gone");
-  workspace.answer = false;
-  shown.press("openFolder");
-  EXPECT_EQ(shown.text("notice"), "no folder: ~");
-  EXPECT_TRUE(shown.isVisible("notice"));
-}
-
-TEST_F(ResultsPageTest, ScansEachSelectedFileOnceThatIsStillThere) {
-  const std::string there = home.write("there");
-  add(result(there));
-  add(result(there));
-  add(result(home.at("gone")));
-  open();
-  shown.select("results", {0, 1, 2});
-  shown.press("scanAgain");
-  EXPECT_EQ(scanned, std::vector<std::string>{there});
-  scanned.clear();
-  shown.select("results", {0});
-  shown.press("scanAgain");
-  EXPECT_EQ(scanned, std::vector<std::string>());
-  EXPECT_EQ(shown.text("notice"), "<RESULTS_ALL_GONE>");
-}
-
-TEST_F(ResultsPageTest, ExcludesAFileOnlyAfterItShowedThePattern) {
-  add(result("/srv/a.com"));
-  open();
-  shown.select("results", {0});
-  shown.press("exclude");
-  ASSERT_EQ(window.questions.size(), 1U);
-  EXPECT_EQ(window.questions[0].text, "Exclude /srv/a.com?");
-  EXPECT_EQ(window.questions[0].detail, "a threat, pattern ^/srv/a\\.com$");
-  EXPECT_TRUE(window.questions[0].isDangerous);
-  EXPECT_EQ(window.questions[0].buttons.back(), "<RESULTS_EXCLUDE_NO>");
-  EXPECT_TRUE(excluded.empty());
-  window.answer("<RESULTS_EXCLUDE_NO>");
-  EXPECT_TRUE(excluded.empty());
-  shown.press("exclude");
-  window.answer("<RESULTS_EXCLUDE_YES>");
-  EXPECT_EQ(excluded, std::vector<std::string>{"^/srv/a\\.com$"});
-}
-
-TEST_F(ResultsPageTest, ExcludesNoNameThatThePreferencesCannotHold) {
-  add(result("/srv/\xFF"));
-  open();
-  shown.select("results", {0});
-  shown.press("exclude");
-  EXPECT_TRUE(window.questions.empty());
-  EXPECT_EQ(shown.text("notice"), "<RESULTS_EXCLUDE_BYTES>");
-}
-
 TEST_F(ResultsPageTest, ReadsATableFromItsMiddle) {
   HistoryBatch batch;
   for (int at = 0; at < 1000; ++at) {
@@ -353,16 +177,6 @@ TEST_F(ResultsPageTest, ReadsATableFromItsMiddle) {
   EXPECT_EQ(shown.row("results", 255).cells[1], "744");
   EXPECT_EQ(shown.row("results", 256).cells[1], "743");
   EXPECT_EQ(shown.row("results", 0).cells[1], "999");
-}
-
-TEST(ExpressionOfFile, MatchesTheFileAndNoOther) {
-  for (const std::string path : {"/srv/a.b", "/srv/a[1]{2}(3)", "/srv/^$|?*+\\", "/srv/a\nb"}) {
-    const PathPattern pattern(expressionOfFile(path));
-    EXPECT_TRUE(pattern.matches(path)) << path;
-    EXPECT_FALSE(pattern.matches(path + "x")) << path;
-    EXPECT_FALSE(pattern.matches("/x" + path)) << path;
-  }
-  EXPECT_FALSE(PathPattern(expressionOfFile("/srv/a.b")).matches("/srv/aXb"));
 }
 
 }  // namespace
