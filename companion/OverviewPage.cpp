@@ -101,7 +101,7 @@ void OverviewPage::refresh() {
 }
 
 void OverviewPage::agentChanged() {
-  if (startsOnceGone_ && !services_.agent.status()) {
+  if (startsOnceGone_ && services_.agent.presence() == AgentPresence::absent) {
     startsOnceGone_ = false;
     startAgent();
   }
@@ -131,7 +131,8 @@ void OverviewPage::lookForDefinitions() {
 }
 
 void OverviewPage::showGuard() {
-  guard_ = judgeGuard(services_.agent.status(), services_.strings, services_.clock.wallTime());
+  guard_ = judgeGuard(services_.agent.presence(), services_.agent.status(), services_.strings,
+                      services_.clock.wallTime());
   page_.setImage("signPicture", imageOf(guard_.sign));
   page_.setText("signText", text(signKeyOf(guard_.sign)));
   page_.setText("sentence", guard_.sentence.in(services_.strings));

@@ -136,11 +136,13 @@ Answer ask(const StatusCommandServices& services) {
   const std::string problem = services.agent.refresh();
   Answer answer;
   answer.status = services.agent.status();
-  answer.guard = problem.empty() ? judgeGuard(answer.status, services.strings, now)
-                                 : Guard{Guard::Sign::unknown,
-                                         Guard::Remedy::none,
-                                         {"GUARD_UNKNOWN"},
-                                         {"COMMAND_NO_ANSWER", {problem}}};
+  const AgentPresence presence = services.agent.presence();
+  const bool isTold = problem.empty() || presence == AgentPresence::beginning;
+  answer.guard = isTold ? judgeGuard(presence, answer.status, services.strings, now)
+                        : Guard{Guard::Sign::unknown,
+                                Guard::Remedy::none,
+                                {"GUARD_UNKNOWN"},
+                                {"COMMAND_NO_ANSWER", {problem}}};
   answer.definitions =
       definitionsInUse(answer.status, services.preferences.value(key::pathToClamav).value_or(""));
   answer.counts = services.counts.countsSince(now - recently);

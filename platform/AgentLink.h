@@ -47,13 +47,25 @@ class StatusPublisher {
   virtual void statusChanged() = 0;
 };
 
+// What is known of the agent of this session.
+enum class AgentPresence {
+  unknown,    // nobody has said yet whether one runs
+  absent,     // none runs
+  beginning,  // one runs, and has nothing to say of itself yet
+  silent,     // it cannot be asked, does not answer, or nothing that is understood
+  foreign,    // who has its name is no process of this user, and is not believed
+  answering   // status() says the rest
+};
+
 // The other end: the agent of this session, as the main application sees it. Main thread.
 class AgentLink {
  public:
   virtual ~AgentLink() = default;
   // Returns what it said last; nothing while none runs, or none that can be asked.
   virtual std::optional<AgentStatus> status() const = 0;
-  // Has `changed` called whenever that is another: an agent came, changed, or went.
+  // Returns what the lack of a status means, for whoever must not take "not yet" for "none".
+  virtual AgentPresence presence() const = 0;
+  // Has `changed` called whenever either is another: an agent came, changed, or went.
   virtual void observe(std::function<void()> changed) = 0;
   // Asks and waits for the answer, at most a few seconds, for whoever has no event loop. Returns ""
   // when it is known: status() says it then, or that none runs. Else why it is not: words for the

@@ -107,8 +107,16 @@ TEST_F(AgentLinkTest, HearsOfAnAgentThatComesLaterAndGoes) {
     ASSERT_TRUE(agent.object.claimName());
     ASSERT_TRUE(waitForState("watching"));
   }
-  EXPECT_TRUE(waitUntil([&] { return !link.status(); }));
-  EXPECT_EQ(changes, 2);
+  EXPECT_TRUE(waitUntil([&] { return link.presence() == AgentPresence::absent; }));
+  EXPECT_FALSE(link.status());
+}
+
+TEST_F(AgentLinkTest, DoesNotSayThatNoneRunsBeforeTheBusHasSaidSo) {
+  EXPECT_EQ(link.presence(), AgentPresence::unknown);
+  follow();
+  EXPECT_EQ(link.presence(), AgentPresence::unknown);
+  EXPECT_TRUE(waitUntil([&] { return link.presence() == AgentPresence::absent; }));
+  EXPECT_EQ(changes, 1);
 }
 
 TEST_F(AgentLinkTest, HearsOfChangesWithoutAskingAgain) {
@@ -181,6 +189,7 @@ TEST_F(AgentLinkTest, GetsTheStatusOfAnAgentThatHadNoneYet) {
   follow();
   ASSERT_TRUE(waitUntil([&] { return !problems.empty(); }));
   EXPECT_FALSE(link.status());
+  EXPECT_EQ(link.presence(), AgentPresence::beginning);
   object.statusPublisher().publishStatus([] { return watchingStatus(); });
   object.statusPublisher().statusChanged();
   EXPECT_TRUE(waitForState("watching"));
@@ -244,6 +253,7 @@ TEST_F(AgentLinkTest, DoesNotBelieveAnAnswerOfAnotherShape) {
   follow();
   ASSERT_TRUE(waitUntil([&] { return !problems.empty(); }));
   EXPECT_FALSE(link.status());
+  EXPECT_EQ(link.presence(), AgentPresence::silent);
 }
 
 TEST_F(AgentLinkTest, DoesNotBelieveSignalsOfAnybodyElse) {

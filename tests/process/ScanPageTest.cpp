@@ -23,6 +23,9 @@ class ChosenAgent final : public AgentLink {
   std::optional<AgentStatus> status() const override {
     return runs ? std::optional<AgentStatus>(AgentStatus()) : std::nullopt;
   }
+  AgentPresence presence() const override {
+    return runs ? AgentPresence::answering : AgentPresence::absent;
+  }
   void observe(std::function<void()>) override {}
   std::string refresh() override { return {}; }
   bool start() override {

@@ -94,6 +94,21 @@ TEST_F(OverviewPageTest, FollowsTheAgent) {
   EXPECT_EQ(text("scanningText"), "<OVERVIEW_SCANNING_NONE>");
 }
 
+TEST_F(OverviewPageTest, DoesNotOfferToStartAnAgentBeforeItKnowsThatNoneRuns) {
+  agent.withoutStatus = AgentPresence::unknown;
+  agent.become(std::nullopt);
+  EXPECT_EQ(text("sentence"), "<GUARD_UNKNOWN>");
+  EXPECT_FALSE(page().isVisible("mendButton"));
+}
+
+TEST_F(OverviewPageTest, DoesNotStartASecondAgentWhileTheFirstIsSilent) {
+  become([](AgentStatus& status) { status.program = "0.0.1"; });
+  page().press("mendButton");
+  agent.withoutStatus = AgentPresence::silent;
+  agent.become(std::nullopt);
+  EXPECT_EQ(agent.starts, 0);
+}
+
 TEST_F(OverviewPageTest, StartsTheAgentByItsButton) {
   agent.become(std::nullopt);
   EXPECT_EQ(text("mendButton"), "<OVERVIEW_MEND_START_AGENT>");

@@ -71,6 +71,14 @@ TEST_F(StatusCommandTest, EndsWithTwoWhenTheAgentCannotBeAsked) {
   EXPECT_NE(out.str().find("No answer: there is no session bus"), std::string::npos);
 }
 
+TEST_F(StatusCommandTest, SaysThatAnAgentIsOnlyBeginning) {
+  agent.atRefresh.reset();
+  agent.problem = "it is only beginning";
+  agent.withoutStatus = AgentPresence::beginning;
+  EXPECT_EQ(run(), 1);
+  EXPECT_NE(out.str().find("<GUARD_BEGINNING>"), std::string::npos) << out.str();
+}
+
 TEST_F(StatusCommandTest, EndsWithTwoForWordsThatItDoesNotKnow) {
   EXPECT_EQ(run({"--jsn"}), 2);
   EXPECT_EQ(out.str(), "");

@@ -29,6 +29,7 @@ class BusAgentLink final : public QObject, public AgentLink {
                std::function<void(const std::string& problem)> report);
 
   std::optional<AgentStatus> status() const override { return status_; }
+  AgentPresence presence() const override { return presence_; }
   void observe(std::function<void()> changed) override;
   std::string refresh() override;
   bool start() override;
@@ -38,12 +39,14 @@ class BusAgentLink final : public QObject, public AgentLink {
 
  private:
   void follow();
+  // `answer` is the bus's, to the question who owns the name.
+  void takeOwner(const QDBusMessage& answer);
   void ownerChanged(const QString& owner);
   void askWhose(const QString& owner);
   void askStatus(const QString& owner);
   // Takes what an agent said, if it is one that is believed. Returns "" or why not.
   std::string take(const QDBusMessage& said);
-  void become(std::optional<AgentStatus> status);
+  void become(AgentPresence presence, std::optional<AgentStatus> status = std::nullopt);
   QDBusMessage ask(const QString& service, const QString& object, const QString& interface,
                    const QString& member, const QVariantList& arguments);
 
@@ -55,6 +58,7 @@ class BusAgentLink final : public QObject, public AgentLink {
   // Who owns the name, by the name that nobody else can have; it is this user's when `isTrusted_`.
   QString owner_;
   bool isTrusted_ = false;
+  AgentPresence presence_ = AgentPresence::unknown;
   std::optional<AgentStatus> status_;
   std::vector<std::function<void()>> observers_;
 };

@@ -15,6 +15,9 @@ namespace quillo {
 class FakeAgentLink final : public AgentLink {
  public:
   std::optional<AgentStatus> status() const override { return status_; }
+  AgentPresence presence() const override {
+    return status_ ? AgentPresence::answering : withoutStatus;
+  }
   void observe(std::function<void()> changed) override { observers_.push_back(std::move(changed)); }
   std::string refresh() override {
     status_ = atRefresh;
@@ -40,6 +43,8 @@ class FakeAgentLink final : public AgentLink {
     return status;
   }
 
+  // What the lack of a status means.
+  AgentPresence withoutStatus = AgentPresence::absent;
   // What asking brings.
   std::optional<AgentStatus> atRefresh;
   std::string problem;
