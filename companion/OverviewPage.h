@@ -43,6 +43,8 @@ class OverviewPage {
   void showGuard();
   void showFacts();
   void showUpdate();
+  void showWhetherMending(bool updates);
+  std::string reason() const;
   void mend();
   void startAgent();
   void restartAgent();

@@ -57,6 +57,14 @@ enum class AgentPresence {
   answering   // status() says the rest
 };
 
+// What has become of the last start of an agent.
+struct AgentStart {
+  bool isUnderWay = false;
+  std::string problem;  // why none came of it: words for the log; "" where it went well
+
+  bool operator==(const AgentStart&) const = default;
+};
+
 // The other end: the agent of this session, as the main application sees it. Main thread.
 class AgentLink {
  public:
@@ -65,14 +73,18 @@ class AgentLink {
   virtual std::optional<AgentStatus> status() const = 0;
   // Returns what the lack of a status means, for whoever must not take "not yet" for "none".
   virtual AgentPresence presence() const = 0;
-  // Has `changed` called whenever either is another: an agent came, changed, or went.
+  // Has `changed` called whenever one of these is another: an agent came, changed, or went, or one
+  // that was started does not come.
   virtual void observe(std::function<void()> changed) = 0;
   // Asks and waits for the answer, at most a few seconds, for whoever has no event loop. Returns ""
   // when it is known: status() says it then, or that none runs. Else why it is not: words for the
   // log.
   virtual std::string refresh() = 0;
-  // Starts an agent where none runs. Returns false when the desktop knows of none.
+  // Starts an agent where none runs, and does not wait for it. Returns false when the desktop knows
+  // of none.
   virtual bool start() = 0;
+  // Returns whether it is still awaited, and why it does not come. Nothing once one runs.
+  virtual AgentStart lastStart() const = 0;
 };
 
 }  // namespace quillo

@@ -305,6 +305,32 @@ TEST_F(AgentLinkTest, HasTheLauncherStartAnAgentThatTheBusDoesNotKnow) {
   EXPECT_FALSE(link.start());
 }
 
+TEST_F(AgentLinkTest, AwaitsAnAgentThatItStartedUntilItComes) {
+  follow();
+  ASSERT_TRUE(waitUntil([&] { return link.presence() == AgentPresence::absent; }));
+  ASSERT_TRUE(link.start());
+  EXPECT_TRUE(link.lastStart().isUnderWay);
+  Agent agent;
+  ASSERT_TRUE(agent.object.claimName());
+  ASSERT_TRUE(waitForState("watching"));
+  EXPECT_EQ(link.lastStart(), AgentStart());
+}
+
+TEST_F(AgentLinkTest, TellsOfAnAgentThatDoesNotComeInTime) {
+  BusAgentLink impatient(
+      *bus, launcher, [this](const std::string& problem) { problems.push_back(problem); },
+      std::chrono::milliseconds(20));
+  int told = 0;
+  impatient.observe([&] { ++told; });
+  ASSERT_TRUE(waitUntil([&] { return impatient.presence() == AgentPresence::absent; }));
+  told = 0;
+  ASSERT_TRUE(impatient.start());
+  ASSERT_TRUE(waitUntil([&] { return !impatient.lastStart().isUnderWay; }));
+  EXPECT_EQ(impatient.lastStart().problem, "it has not come in time");
+  EXPECT_EQ(told, 2);
+  EXPECT_EQ(problems.size(), 1U);
+}
+
 TEST_F(AgentLinkTest, StartsNobodyByAsking) {
   follow();
   link.refresh();

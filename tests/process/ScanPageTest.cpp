@@ -26,7 +26,8 @@ class ChosenAgent final : public AgentLink {
   AgentPresence presence() const override {
     return runs ? AgentPresence::answering : AgentPresence::absent;
   }
-  void observe(std::function<void()>) override {}
+  AgentStart lastStart() const override { return startState; }
+  void observe(std::function<void()> changed) override { observer = std::move(changed); }
   std::string refresh() override { return {}; }
   bool start() override {
     ++starts;
@@ -34,6 +35,8 @@ class ChosenAgent final : public AgentLink {
   }
   bool runs = false;
   bool isKnown = true;
+  AgentStart startState;
+  std::function<void()> observer;
   int starts = 0;
 };
 

@@ -17,6 +17,7 @@ struct StatedAgent final : AgentLink {
     return "";
   }
   bool start() override { return true; }
+  AgentStart lastStart() const override { return {}; }
   std::optional<AgentStatus> said;
   AgentPresence withoutStatus = AgentPresence::absent;
   int refreshes = 0;

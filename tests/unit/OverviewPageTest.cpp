@@ -116,6 +116,26 @@ TEST_F(OverviewPageTest, StartsTheAgentByItsButton) {
   EXPECT_EQ(agent.starts, 1);
 }
 
+TEST_F(OverviewPageTest, SaysThatTheAgentIsBeingStartedAndDoesNotStartItTwice) {
+  agent.become(std::nullopt);
+  agent.startBecomes({true, ""});
+  EXPECT_EQ(text("reason"), "<OVERVIEW_STARTS>");
+  EXPECT_FALSE(page().isEnabled("mendButton"));
+  agent.startBecomes({});
+  agent.become(watching());
+  EXPECT_TRUE(page().isEnabled("mendButton"));
+  EXPECT_FALSE(page().isVisible("reason"));
+}
+
+TEST_F(OverviewPageTest, SaysWhyTheAgentDidNotStart) {
+  desktop.localizedStrings.texts["OVERVIEW_START_FAILED"] = "failed: %@";
+  agent.become(std::nullopt);
+  agent.startBecomes({true, ""});
+  agent.startBecomes({false, "no memory"});
+  EXPECT_EQ(text("reason"), "failed: no memory");
+  EXPECT_TRUE(page().isEnabled("mendButton"));
+}
+
 TEST_F(OverviewPageTest, SaysThatTheAgentCannotBeStarted) {
   agent.become(std::nullopt);
   agent.canStart = false;

@@ -22,6 +22,7 @@ class StandInAgent final : public AgentLink {
     ++starts;
     return true;
   }
+  AgentStart lastStart() const override { return {}; }
   std::optional<AgentStatus> now = AgentStatus();
   int starts = 0;
 };

@@ -22,7 +22,6 @@ constexpr char noStatusYet[] = "org.vantrel.VantrelQuillo.Error.NoStatusYet";
 // In milliseconds.
 constexpr int longestAnswer = 3000;
 constexpr int longestStatus = 10000;  // of an agent that may have much to do
-constexpr int longestStart = 120000;
 
 QDBusMessage callOf(const QString& service, const QString& object, const QString& interface,
                     const QString& member, const QVariantList& arguments) {
@@ -44,8 +43,14 @@ const std::string somebodyElses =
 }  // namespace
 
 BusAgentLink::BusAgentLink(const QDBusConnection& bus, ApplicationLauncher& launcher,
-                           std::function<void(const std::string& problem)> report)
-    : bus_(bus), launcher_(launcher), report_(std::move(report)) {}
+                           std::function<void(const std::string& problem)> report,
+                           std::chrono::milliseconds longestStart)
+    : bus_(bus), launcher_(launcher), report_(std::move(report)) {
+  startTimer_.setSingleShot(true);
+  startTimer_.setInterval(longestStart);
+  connect(&startTimer_, &QTimer::timeout, this,
+          [this] { guarded([&] { startFails("it has not come in time"); }); });
+}
 
 void BusAgentLink::observe(std::function<void()> changed) {
   observers_.push_back(std::move(changed));
@@ -167,6 +172,14 @@ void BusAgentLink::become(AgentPresence presence, std::optional<AgentStatus> sta
   }
   presence_ = presence;
   status_ = std::move(status);
+  if (presence != AgentPresence::unknown && presence != AgentPresence::absent) {
+    startTimer_.stop();
+    start_ = {};
+  }
+  tellObservers();
+}
+
+void BusAgentLink::tellObservers() {
   for (const auto& observer : std::vector(observers_)) {
     observer();
   }
@@ -200,16 +213,45 @@ std::string BusAgentLink::refresh() {
 
 bool BusAgentLink::start() {
   if (!bus_.isConnected() || !BusDaemon(bus_).isServed(name)) {
-    return launcher_.launchApplication(name);
+    const bool isKnown = launcher_.launchApplication(name);
+    if (isKnown && bus_.isConnected()) {
+      awaitStart();
+    }
+    return isKnown;
   }
   const QDBusMessage call =
       callOf(busName, busPath, busName, "StartServiceByName", {QString(name), 0U});
-  whenAnswered(bus_.asyncCall(call, longestStart), *this, [this](const QDBusPendingCall& answer) {
-    if (answer.isError()) {
-      report_(std::string(name) + ": it did not start: " + answer.error().message().toStdString());
-    }
-  });
+  awaitStart();
+  whenAnswered(bus_.asyncCall(call, startTimer_.interval()), *this,
+               [this](const QDBusPendingCall& answer) {
+                 guarded([&] {
+                   if (answer.isError()) {
+                     startFails(answer.error().message().toStdString());
+                   }
+                 });
+               });
   return true;
+}
+
+void BusAgentLink::awaitStart() {
+  startTimer_.start();
+  startBecomes({true, ""});
+}
+
+void BusAgentLink::startBecomes(const AgentStart& start) {
+  if (!(start == start_)) {
+    start_ = start;
+    tellObservers();
+  }
+}
+
+void BusAgentLink::startFails(const std::string& reason) {
+  startTimer_.stop();
+  if (!start_.isUnderWay) {
+    return;
+  }
+  report_(std::string(name) + ": it did not start: " + reason);
+  startBecomes({false, reason});
 }
 
 }  // namespace quillo

@@ -27,7 +27,13 @@ class FakeAgentLink final : public AgentLink {
     ++starts;
     return canStart;
   }
+  AgentStart lastStart() const override { return startState; }
 
+  // Lets everybody who observes hear what has become of a start.
+  void startBecomes(const AgentStart& start) {
+    startState = start;
+    become(status_);
+  }
   // Lets everybody who observes hear of another status.
   void become(std::optional<AgentStatus> status) {
     status_ = std::move(status);
@@ -49,6 +55,7 @@ class FakeAgentLink final : public AgentLink {
   std::optional<AgentStatus> atRefresh;
   std::string problem;
   bool canStart = true;
+  AgentStart startState;
   int starts = 0;
 
  private:
