@@ -57,11 +57,24 @@ void SelfTest::end(Step step, Outcome outcome, Wording words) {
   at(step).state = State::failed;
   at(step).words = std::move(words);
   outcome_ = outcome;
+  leaveOthers();
   if (!path_.empty()) {
     const std::string left = removeFile();
     at(Step::removed).state = left.empty() ? State::done : State::failed;
     at(Step::removed).words =
         left.empty() ? Wording{"SELFTEST_REMOVED"} : Wording{"SELFTEST_NOT_REMOVED", {left}};
+  }
+}
+
+// Whatever is awaited still will not come any more.
+void SelfTest::leaveOthers() {
+  for (Result& result : results_) {
+    if (result.state == State::going) {
+      result.state = State::waiting;
+      result.words = {"SELFTEST_NOT_KNOWN"};
+    } else if (result.state == State::waiting) {
+      result.words = {"SELFTEST_NOT_TRIED"};
+    }
   }
 }
 

@@ -45,7 +45,7 @@ class SelfTest {
   struct Result {
     Step step = Step::agent;
     State state = State::waiting;
-    Wording words;  // what came of it, or what to do; empty while nothing did
+    Wording words;  // what came of it, or what to do; empty while nothing is known yet
   };
   enum class Outcome { going, works, fails, cannotTell };
 
@@ -78,6 +78,7 @@ class SelfTest {
   void begin(Step step);
   void finish(Step step, Wording words);
   void end(Step step, Outcome outcome, Wording words);
+  void leaveOthers();
   void awaitAgent(const SelfTestEvidence::Facts& facts);
   void write(const SelfTestEvidence::Facts& facts);
   bool writeInto(const std::string& folder);

@@ -245,6 +245,19 @@ TEST_F(SelfTestTest, FileIsRemovedWhenTheTestIsGivenUpAtAnyTime) {
   EXPECT_EQ(test.outcome(), Outcome::cannotTell);
 }
 
+TEST_F(SelfTestTest, NothingIsAwaitedAnyMoreOnceItIsOver) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  ASSERT_EQ(of(test, Step::noticed).state, State::going);
+  test.cancel();
+  EXPECT_EQ(of(test, Step::noticed).state, State::waiting);
+  EXPECT_EQ(of(test, Step::noticed).words.key, "SELFTEST_NOT_KNOWN");
+  EXPECT_EQ(of(test, Step::removed).state, State::done);
+  SelfTest early(clock, evidence, {});
+  early.cancel();
+  EXPECT_EQ(of(early, Step::written).words.key, "SELFTEST_NOT_TRIED");
+}
+
 class TestCommandTest : public SelfTestTest {
  protected:
   int run(const std::vector<std::string>& words) {
@@ -291,10 +304,10 @@ TEST_F(TestCommandTest, SaysTheSameInJson) {
   EXPECT_EQ(run({"--json"}), 2);
   EXPECT_EQ(out.str(), R"({"version":1,"command":"test","result":"cannotTell","file":"","steps":[)"
                        R"({"step":"agent","state":"failed","words":"no \"agent\"\\x0A"},)"
-                       R"({"step":"written","state":"waiting","words":""},)"
-                       R"({"step":"noticed","state":"waiting","words":""},)"
-                       R"({"step":"found","state":"waiting","words":""},)"
-                       R"({"step":"removed","state":"waiting","words":""}]})"
+                       R"({"step":"written","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
+                       R"({"step":"noticed","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
+                       R"({"step":"found","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
+                       R"({"step":"removed","state":"waiting","words":"<SELFTEST_NOT_TRIED>"}]})"
                        "\n");
 }
 
