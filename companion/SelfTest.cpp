@@ -98,14 +98,16 @@ void SelfTest::cancel() {
 
 void SelfTest::awaitAgent(const SelfTestEvidence::Facts& facts) {
   using Agent = SelfTestEvidence::Agent;
+  const Clock::Duration waited = clock_.now() - begun_;
+  lacksAgent_ = facts.agent == Agent::absent;
   if (facts.agent == Agent::watching) {
     finish(Step::agent, {"SELFTEST_GUARDED"});
     write(facts);
-  } else if (facts.agent == Agent::absent) {
+  } else if (lacksAgent_ && waited >= longestAbsence) {
     end(Step::agent, Outcome::cannotTell, {"SELFTEST_NO_AGENT"});
   } else if (facts.agent == Agent::stopped) {
     end(Step::agent, Outcome::fails, {"SELFTEST_NOT_WATCHING"});
-  } else if (clock_.now() - begun_ >= longestStart) {
+  } else if (waited >= longestStart) {
     end(Step::agent, Outcome::fails, {"SELFTEST_STILL_STARTING"});
   }
 }

@@ -51,6 +51,8 @@ class SelfTest {
 
   static constexpr Clock::Duration pause = std::chrono::milliseconds(250);
   static constexpr Clock::Duration longestStart = std::chrono::minutes(3);
+  // One that was started a moment ago is not there yet.
+  static constexpr Clock::Duration longestAbsence = std::chrono::seconds(30);
   static constexpr Clock::Duration longestWay = std::chrono::minutes(1);
 
   // Looks for what was moved in `moveFolders`, too: the quarantine folder, and where the Trash
@@ -68,6 +70,8 @@ class SelfTest {
 
   Outcome outcome() const { return outcome_; }
   bool isOver() const { return outcome_ != Outcome::going; }
+  // Returns whether it awaits an agent where none runs, or ended for want of one.
+  bool lacksAgent() const { return lacksAgent_; }
   // Returns all steps, in their order.
   const std::vector<Result>& results() const { return results_; }
   // Returns the path of the test file; "" before it was written.
@@ -97,6 +101,7 @@ class SelfTest {
 
   std::vector<Result> results_;
   Outcome outcome_ = Outcome::going;
+  bool lacksAgent_ = false;
   Clock::Duration begun_{};
   std::int64_t writtenAt_ = 0;
   std::uint64_t verdictsBefore_ = 0;

@@ -174,7 +174,7 @@ TEST_F(SelfTestTest, CannotTellWhenSomebodyElseTookTheFile) {
 
 TEST_F(SelfTestTest, WritesNothingUnlessTheAgentWatches) {
   const std::vector<std::pair<Agent, std::pair<Outcome, std::string>>> cases = {
-      {Agent::absent, {Outcome::cannotTell, "SELFTEST_NO_AGENT"}},
+      {Agent::absent, {Outcome::going, ""}},
       {Agent::stopped, {Outcome::fails, "SELFTEST_NOT_WATCHING"}},
       {Agent::starting, {Outcome::going, ""}}};
   for (const auto& [agent, expected] : cases) {
@@ -185,6 +185,25 @@ TEST_F(SelfTestTest, WritesNothingUnlessTheAgentWatches) {
     EXPECT_EQ(of(test, Step::agent).words.key, expected.second);
     EXPECT_EQ(countIn(guarded), 0U);
   }
+}
+
+TEST_F(SelfTestTest, AgentThatWasStartedAMomentAgoHasHalfAMinuteToCome) {
+  evidence.now.agent = Agent::absent;
+  SelfTest test(clock, evidence, {});
+  steps(test, SelfTest::longestAbsence);
+  EXPECT_EQ(test.outcome(), Outcome::going);
+  EXPECT_TRUE(test.lacksAgent());
+  evidence.now.agent = Agent::watching;
+  test.step();
+  EXPECT_FALSE(test.lacksAgent());
+  EXPECT_EQ(of(test, Step::written).state, State::done);
+  evidence.now.agent = Agent::absent;
+  SelfTest another(clock, evidence, {});
+  steps(another, SelfTest::longestAbsence + std::chrono::seconds(1));
+  EXPECT_EQ(another.outcome(), Outcome::cannotTell);
+  EXPECT_EQ(of(another, Step::agent).words.key, "SELFTEST_NO_AGENT");
+  EXPECT_TRUE(another.lacksAgent());
+  EXPECT_EQ(countIn(guarded), 1U);
 }
 
 TEST_F(SelfTestTest, AgentThatStartsIsWaitedForThreeMinutes) {
