@@ -28,7 +28,6 @@ Sign signOf(FolderCare::Kind kind) {
     case FolderCare::Kind::unchanging:
       return Sign::good;
     case FolderCare::Kind::byNames:
-    case FolderCare::Kind::missing:
     case FolderCare::Kind::kernels:
       return Sign::warning;
     case FolderCare::Kind::unknown:

@@ -81,6 +81,14 @@ TEST_F(Doctor, KnowsAnAgentThatWatchesNothing) {
 TEST_F(Doctor, KnowsAnAgentOfAnotherVersion) {
   facts.agent->program = "0.0.1";
   EXPECT_EQ(agent(), "warning DOCTOR_AGENT_OTHER → DOCTOR_AGENT_OTHER_REMEDY");
+  facts.agent->state = "stopped";
+  EXPECT_EQ(agent(), "problem DOCTOR_AGENT_IDLE → DOCTOR_AGENT_IDLE_REMEDY");
+}
+
+TEST_F(Doctor, CannotTellOfAnAgentThatItDoesNotUnderstand) {
+  facts.agent->version = AgentStatus::currentVersion + 1;
+  facts.agent->state = "dreaming";
+  EXPECT_EQ(agent(), "unknown DOCTOR_AGENT_OTHER → DOCTOR_AGENT_OTHER_REMEDY");
 }
 
 class DoctorOfEngine : public Doctor {
@@ -221,7 +229,7 @@ TEST_F(Doctor, SaysOfEachFolderWhatIsCaughtInIt) {
   EXPECT_EQ(findings[0].sign, Sign::good);
   EXPECT_EQ(findings[1].sign, Sign::problem);
   EXPECT_EQ(findings[1].remedy.key, "DOCTOR_FOLDER_NETWORK_REMEDY");
-  EXPECT_EQ(findings[2].sign, Sign::warning);
+  EXPECT_EQ(findings[2].sign, Sign::problem);
   EXPECT_EQ(findings[2].remedy.key, "DOCTOR_FOLDER_MISSING_REMEDY");
 }
 
