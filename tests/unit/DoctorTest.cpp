@@ -254,15 +254,29 @@ TEST_F(Doctor, AsksTheStoresThemselves) {
   services.preferencesProblem = [] { return "line 3"; };
   services.historyProblem = [] { return ""; };
   services.quarantineProblem = [] { return "read-only"; };
-  EXPECT_EQ(files("preferences"), "problem DOCTOR_PREFERENCES_PROBLEM → DOCTOR_PREFERENCES_REMEDY");
+  EXPECT_EQ(files("preferences"), "problem DOCTOR_PREFERENCES_PROBLEM");
   EXPECT_EQ(files("history"), "good DOCTOR_HISTORY_GOOD");
-  EXPECT_EQ(files("quarantine"), "problem DOCTOR_QUARANTINE_PROBLEM → DOCTOR_QUARANTINE_REMEDY");
+  EXPECT_EQ(files("quarantine"), "problem DOCTOR_QUARANTINE_PROBLEM");
+}
+
+TEST_F(Doctor, FindsNothingWrongWithAQuarantineThatIsYetToBeMade) {
+  services.quarantineProblem = [] { return "it is not there"; };
+  desktop.preferenceStore.set("QuarantineFolder", home.at("quarantine"));
+  EXPECT_EQ(files("quarantine"), "good DOCTOR_QUARANTINE_NOT_YET");
+  desktop.preferenceStore.set("QuarantineFolder", home.at("gone/quarantine"));
+  EXPECT_EQ(files("quarantine"), "good DOCTOR_QUARANTINE_NOT_YET");
+  home.write("file");
+  desktop.preferenceStore.set("QuarantineFolder", home.at("file/quarantine"));
+  EXPECT_EQ(files("quarantine"), "problem DOCTOR_QUARANTINE_PROBLEM");
+  home.link("quarantine", home.at("nowhere"));
+  desktop.preferenceStore.set("QuarantineFolder", home.at("quarantine"));
+  EXPECT_EQ(files("quarantine"), "problem DOCTOR_QUARANTINE_PROBLEM");
 }
 
 TEST_F(Doctor, BelievesTheAgentThatItKeepsNoHistory) {
   services.historyProblem = [] { return ""; };
   facts.agent->historyProblem = "the disk is full";
-  EXPECT_EQ(files("history"), "problem DOCTOR_HISTORY_PROBLEM → DOCTOR_HISTORY_REMEDY");
+  EXPECT_EQ(files("history"), "problem DOCTOR_HISTORY_NOT_KEPT → DOCTOR_HISTORY_NOT_KEPT_REMEDY");
 }
 
 TEST_F(Doctor, LooksForRoom) {
