@@ -105,6 +105,8 @@ TEST_F(QuarantineCommandTest, ChecksAgain) {
   verdict = [](const QuarantinedFile& file) {
     return file.name == "a" ? QuarantineRecord::Check::clean : QuarantineRecord::Check::infected;
   };
+  EXPECT_EQ(run({"check", "--json"}), 0);
+  EXPECT_EQ(document()["files"].size(), 2U);
   EXPECT_EQ(run({"check", "--all", "--json"}), 0);
   EXPECT_EQ(document()["files"][0]["check"], "clean");
   EXPECT_EQ(document()["files"][1]["check"], "infected");
@@ -136,6 +138,7 @@ TEST_F(QuarantineCommandTest, TakesNoWordsThatItDoesNotKnow) {
                                              {"restore"},
                                              {"delete"},
                                              {"delete", "--all", "a"},
+                                             {"check", "--all", "a"},
                                              {"delete", "--to", "/tmp", "a"},
                                              {"restore", "a", "--to"},
                                              {"restore", "a", ""},
