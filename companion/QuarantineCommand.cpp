@@ -51,11 +51,12 @@ std::string absolute(const std::string& path) {
   return whole;
 }
 
+constexpr std::array<std::pair<const char*, Action>, 4> actions = {{{"list", Action::list},
+                                                                    {"restore", Action::restore},
+                                                                    {"delete", Action::remove},
+                                                                    {"check", Action::check}}};
+
 std::optional<Action> actionNamed(const std::string& name) {
-  constexpr std::array<std::pair<const char*, Action>, 4> actions = {{{"list", Action::list},
-                                                                      {"restore", Action::restore},
-                                                                      {"delete", Action::remove},
-                                                                      {"check", Action::check}}};
   for (const auto& [known, action] : actions) {
     if (name == known) {
       return action;
@@ -63,6 +64,8 @@ std::optional<Action> actionNamed(const std::string& name) {
   }
   return std::nullopt;
 }
+
+const char* nameOf(Action action) { return actions.at(static_cast<std::size_t>(action)).first; }
 
 // Returns false for what is no option of this action.
 bool takeOption(Asked& asked, const std::vector<std::string>& words, std::size_t& at) {
@@ -162,6 +165,8 @@ class Run {
   int perform() {
     const QuarantineStore::Listing listing = store_.list();
     json_ = {{"version", jsonVersion},
+             {"command", "quarantine"},
+             {"action", nameOf(asked_.action)},
              {"folder", reportedText(store_.folder())},
              {"problem", nameOf(listing.problem)},
              {"files", Json::array()}};

@@ -85,11 +85,22 @@ TEST_F(StatusCommandTest, EndsWithTwoForWordsThatItDoesNotKnow) {
   EXPECT_EQ(errors.str(), "vantrel status: what is \"--jsn\"?\nvantrel status [--json]\n");
 }
 
+TEST_F(StatusCommandTest, GivesEverythingThatTheAgentSays) {
+  agent.atRefresh->words = "Watching\x1b";
+  agent.atRefresh->definitionsBuilt = 1690000000;
+  agent.atRefresh->definitionFolder = "/d\xff";
+  const nlohmann::json said = document()["agent"];
+  EXPECT_EQ(said["words"], "Watching\\x1B");
+  EXPECT_EQ(said["definitionsBuilt"], 1690000000);
+  EXPECT_EQ(said["definitionFolder"], "/d\\xFF");
+}
+
 TEST_F(StatusCommandTest, GivesADocument) {
   agent.atRefresh->watchedFolders = {"/a\xff\n/"};
   agent.atRefresh->verdicts = 9;
   const nlohmann::json json = document();
   EXPECT_EQ(json["version"], 1);
+  EXPECT_EQ(json["command"], "status");
   EXPECT_EQ(json["sign"], "guarded");
   EXPECT_EQ(json["agent"]["watchedFolders"][0], "/a\\xFF\\x0A/");
   EXPECT_EQ(json["agent"]["verdicts"], 9);
