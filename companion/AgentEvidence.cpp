@@ -13,6 +13,13 @@ SelfTestEvidence::Agent agentIn(const std::string& state) {
   return state == "starting" ? Agent::starting : Agent::stopped;
 }
 
+// One that runs and has not answered yet may do so any moment.
+SelfTestEvidence::Agent agentWithoutStatus(AgentPresence presence) {
+  using Agent = SelfTestEvidence::Agent;
+  const bool isNone = presence == AgentPresence::absent || presence == AgentPresence::foreign;
+  return isNone ? Agent::absent : Agent::starting;
+}
+
 }  // namespace
 
 SelfTestEvidence::Facts AgentEvidence::facts() {
@@ -20,10 +27,11 @@ SelfTestEvidence::Facts AgentEvidence::facts() {
     services_.agent.refresh();
   }
   const auto status = services_.agent.status();
-  if (!status) {
-    return {};
-  }
   Facts facts;
+  if (!status) {
+    facts.agent = agentWithoutStatus(services_.agent.presence());
+    return facts;
+  }
   facts.agent = agentIn(status->state);
   facts.filesBeingScanned = status->filesBeingScanned;
   facts.verdicts = status->verdicts;

@@ -75,12 +75,30 @@ Guard ofWatching(const AgentStatus& status, LocalizedStrings& strings,
   return guard;
 }
 
+Guard withoutStatus(AgentPresence presence) {
+  const auto unknown = [](const char* reason) {
+    return Guard{Sign::unknown, Remedy::none, {"GUARD_UNKNOWN"}, {reason}};
+  };
+  switch (presence) {
+    case AgentPresence::absent:
+      return notGuarded("GUARD_NO_AGENT", Remedy::startAgent);
+    case AgentPresence::beginning:
+      return {Sign::attention, Remedy::none, {"GUARD_STARTING"}, {"GUARD_BEGINNING"}};
+    case AgentPresence::silent:
+      return unknown("GUARD_SILENT");
+    case AgentPresence::foreign:
+      return unknown("GUARD_FOREIGN");
+    default:
+      return unknown("GUARD_ASKING");
+  }
+}
+
 }  // namespace
 
-Guard judgeGuard(const std::optional<AgentStatus>& status, LocalizedStrings& strings,
-                 std::chrono::system_clock::time_point now) {
+Guard judgeGuard(AgentPresence presence, const std::optional<AgentStatus>& status,
+                 LocalizedStrings& strings, std::chrono::system_clock::time_point now) {
   if (!status) {
-    return notGuarded("GUARD_NO_AGENT", Remedy::startAgent);
+    return withoutStatus(presence);
   }
   if (status->version > AgentStatus::currentVersion) {
     return {Sign::unknown,

@@ -35,8 +35,8 @@ struct Guard {
   Wording reason;  // why, and what to do; empty where there is nothing to say
 };
 
-// `status` is nothing while no agent can be asked. Any thread.
-Guard judgeGuard(const std::optional<AgentStatus>& status, LocalizedStrings& strings,
-                 std::chrono::system_clock::time_point now);
+// `presence` says what it means where there is no status. Any thread.
+Guard judgeGuard(AgentPresence presence, const std::optional<AgentStatus>& status,
+                 LocalizedStrings& strings, std::chrono::system_clock::time_point now);
 
 }  // namespace quillo

@@ -14,7 +14,7 @@ void NewStart::begin() {
 }
 
 void NewStart::agentChanged() {
-  if (isUnderWay_ && !agent_.status()) {
+  if (isUnderWay_ && agent_.presence() == AgentPresence::absent) {
     isUnderWay_ = false;
     agent_.start();
   }

@@ -80,6 +80,7 @@ OverviewPage::OverviewPage(Page& page, MainWindow& window, const OverviewService
   page_.onAction("updateButton", [this] { services_.update.start(); });
   page_.onAction("resultsButton", [this] { window_.show("results"); });
   window_.onShown(name, [this] { refresh(); });
+  window_.onClose([this] { return mayClose(); });
   services_.update.observe([this] {
     showUpdate();
     if (!services_.update.state().runs) {
@@ -101,7 +102,7 @@ void OverviewPage::refresh() {
 }
 
 void OverviewPage::agentChanged() {
-  if (startsOnceGone_ && !services_.agent.status()) {
+  if (startsOnceGone_ && services_.agent.presence() == AgentPresence::absent) {
     startsOnceGone_ = false;
     startAgent();
   }
@@ -131,16 +132,29 @@ void OverviewPage::lookForDefinitions() {
 }
 
 void OverviewPage::showGuard() {
-  guard_ = judgeGuard(services_.agent.status(), services_.strings, services_.clock.wallTime());
+  guard_ = judgeGuard(services_.agent.presence(), services_.agent.status(), services_.strings,
+                      services_.clock.wallTime());
   page_.setImage("signPicture", imageOf(guard_.sign));
   page_.setText("signText", text(signKeyOf(guard_.sign)));
   page_.setText("sentence", guard_.sentence.in(services_.strings));
-  showIfAny(page_, "reason", guard_.reason.empty() ? "" : guard_.reason.in(services_.strings));
+  showIfAny(page_, "reason", reason());
   const bool canMend = guard_.remedy != Guard::Remedy::none;
   page_.setVisible("mendButton", canMend);
   if (canMend) {
     page_.setText("mendButton", text(buttonKeyOf(guard_.remedy)));
   }
+}
+
+// Of an agent that is awaited, or does not come, there is more to say than that none runs.
+std::string OverviewPage::reason() const {
+  const AgentStart start = services_.agent.lastStart();
+  if (guard_.remedy == Guard::Remedy::startAgent && start.isUnderWay) {
+    return text("OVERVIEW_STARTS");
+  }
+  if (guard_.remedy == Guard::Remedy::startAgent && !start.problem.empty()) {
+    return Wording{"OVERVIEW_START_FAILED", {start.problem}}.in(services_.strings);
+  }
+  return guard_.reason.empty() ? "" : guard_.reason.in(services_.strings);
 }
 
 void OverviewPage::showFacts() {
@@ -158,15 +172,22 @@ void OverviewPage::showUpdate() {
   const DefinitionUpdate::State& state = services_.update.state();
   const bool agentUpdates = services_.agent.status() && services_.agent.status()->updating;
   const bool runs = state.runs || agentUpdates;
-  const bool mendsByUpdate = guard_.remedy == Guard::Remedy::updateDefinitions;
   page_.setEnabled("updateButton", !runs);
-  page_.setEnabled("mendButton", !(runs && mendsByUpdate));
   page_.setVisible("updateProgress", runs);
+  showWhetherMending(runs);
   const UpdateProgress progress = state.progress.value_or(UpdateProgress());
   page_.setProgress("updateProgress", progress.done, progress.all);
   const OverviewText words(services_.strings, services_.clock.wallTime());
   showIfAny(page_, "updateText",
             agentUpdates && !state.runs ? text("OVERVIEW_UPDATE_RUNS") : words.update(state));
+}
+
+// What the button does is not begun twice.
+void OverviewPage::showWhetherMending(bool updates) {
+  const bool isMending =
+      (guard_.remedy == Guard::Remedy::updateDefinitions && updates) ||
+      (guard_.remedy == Guard::Remedy::startAgent && services_.agent.lastStart().isUnderWay);
+  page_.setEnabled("mendButton", !isMending);
 }
 
 void OverviewPage::mend() {
@@ -196,7 +217,10 @@ void OverviewPage::mend() {
 }
 
 void OverviewPage::startAgent() {
-  if (!services_.agent.start()) {
+  if (services_.agent.start()) {
+    showGuard();
+    showUpdate();
+  } else {
     showIfAny(page_, "reason", text("OVERVIEW_CANNOT_START"));
   }
 }
@@ -204,6 +228,26 @@ void OverviewPage::startAgent() {
 void OverviewPage::restartAgent() {
   startsOnceGone_ = true;
   services_.notifications.post("VantrelQuilloShouldQuit", "Vantrel");
+}
+
+// What an updater has downloaded so far is lost with it.
+bool OverviewPage::mayClose() {
+  if (!services_.update.state().runs) {
+    return true;
+  }
+  if (!std::exchange(isAsking_, true)) {
+    Question question;
+    question.text = text("OVERVIEW_CLOSE_QUESTION");
+    question.detail = text("OVERVIEW_CLOSE_DETAIL");
+    question.buttons = {text("OVERVIEW_CLOSE_STOP"), text("OVERVIEW_CLOSE_STAY")};
+    window_.ask(question, [this](std::size_t answer) {
+      isAsking_ = false;
+      if (answer == 0) {
+        services_.closeWindow();
+      }
+    });
+  }
+  return false;
 }
 
 std::string OverviewPage::text(const std::string& key) const {

@@ -28,7 +28,7 @@ constexpr char usage[] =
     "usage: vantrel quarantine list [--json] [FILE...]\n"
     "       vantrel quarantine restore [--json] [--to FOLDER] [--make-folder] FILE...|--all\n"
     "       vantrel quarantine delete [--json] FILE...|--all\n"
-    "       vantrel quarantine check [--json] FILE...|--all\n";
+    "       vantrel quarantine check [--json] [FILE...|--all]\n";
 
 enum class Action { list, restore, remove, check };
 
@@ -51,11 +51,12 @@ std::string absolute(const std::string& path) {
   return whole;
 }
 
+constexpr std::array<std::pair<const char*, Action>, 4> actions = {{{"list", Action::list},
+                                                                    {"restore", Action::restore},
+                                                                    {"delete", Action::remove},
+                                                                    {"check", Action::check}}};
+
 std::optional<Action> actionNamed(const std::string& name) {
-  constexpr std::array<std::pair<const char*, Action>, 4> actions = {{{"list", Action::list},
-                                                                      {"restore", Action::restore},
-                                                                      {"delete", Action::remove},
-                                                                      {"check", Action::check}}};
   for (const auto& [known, action] : actions) {
     if (name == known) {
       return action;
@@ -63,6 +64,8 @@ std::optional<Action> actionNamed(const std::string& name) {
   }
   return std::nullopt;
 }
+
+const char* nameOf(Action action) { return actions.at(static_cast<std::size_t>(action)).first; }
 
 // Returns false for what is no option of this action.
 bool takeOption(Asked& asked, const std::vector<std::string>& words, std::size_t& at) {
@@ -103,9 +106,11 @@ std::optional<Asked> understood(const std::vector<std::string>& words) {
       asked.files.push_back(words[at]);
     }
   }
-  // Some files or all of them, and not both; a list may go without.
-  const bool isMeantOnce = asked.isAll == asked.files.empty();
-  return asked.action == Action::list || isMeantOnce ? std::optional(asked) : std::nullopt;
+  // Some files or all of them, and not both; what changes nothing may go without.
+  const bool isHarmless = asked.action == Action::list || asked.action == Action::check;
+  const bool isTwice = asked.isAll && !asked.files.empty();
+  const bool isMeant = isHarmless || asked.isAll || !asked.files.empty();
+  return isMeant && !isTwice ? std::optional(asked) : std::nullopt;
 }
 
 std::string isoTime(QuarantineRecord::Time time) {
@@ -160,6 +165,8 @@ class Run {
   int perform() {
     const QuarantineStore::Listing listing = store_.list();
     json_ = {{"version", jsonVersion},
+             {"command", "quarantine"},
+             {"action", nameOf(asked_.action)},
              {"folder", reportedText(store_.folder())},
              {"problem", nameOf(listing.problem)},
              {"files", Json::array()}};

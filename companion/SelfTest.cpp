@@ -57,11 +57,24 @@ void SelfTest::end(Step step, Outcome outcome, Wording words) {
   at(step).state = State::failed;
   at(step).words = std::move(words);
   outcome_ = outcome;
+  leaveOthers();
   if (!path_.empty()) {
     const std::string left = removeFile();
     at(Step::removed).state = left.empty() ? State::done : State::failed;
     at(Step::removed).words =
         left.empty() ? Wording{"SELFTEST_REMOVED"} : Wording{"SELFTEST_NOT_REMOVED", {left}};
+  }
+}
+
+// Whatever is awaited still will not come any more.
+void SelfTest::leaveOthers() {
+  for (Result& result : results_) {
+    if (result.state == State::going) {
+      result.state = State::waiting;
+      result.words = {"SELFTEST_NOT_KNOWN"};
+    } else if (result.state == State::waiting) {
+      result.words = {"SELFTEST_NOT_TRIED"};
+    }
   }
 }
 
@@ -85,14 +98,16 @@ void SelfTest::cancel() {
 
 void SelfTest::awaitAgent(const SelfTestEvidence::Facts& facts) {
   using Agent = SelfTestEvidence::Agent;
+  const Clock::Duration waited = clock_.now() - begun_;
+  lacksAgent_ = facts.agent == Agent::absent;
   if (facts.agent == Agent::watching) {
     finish(Step::agent, {"SELFTEST_GUARDED"});
     write(facts);
-  } else if (facts.agent == Agent::absent) {
+  } else if (lacksAgent_ && waited >= longestAbsence) {
     end(Step::agent, Outcome::cannotTell, {"SELFTEST_NO_AGENT"});
   } else if (facts.agent == Agent::stopped) {
     end(Step::agent, Outcome::fails, {"SELFTEST_NOT_WATCHING"});
-  } else if (clock_.now() - begun_ >= longestStart) {
+  } else if (waited >= longestStart) {
     end(Step::agent, Outcome::fails, {"SELFTEST_STILL_STARTING"});
   }
 }

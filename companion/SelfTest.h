@@ -45,12 +45,14 @@ class SelfTest {
   struct Result {
     Step step = Step::agent;
     State state = State::waiting;
-    Wording words;  // what came of it, or what to do; empty while nothing did
+    Wording words;  // what came of it, or what to do; empty while nothing is known yet
   };
   enum class Outcome { going, works, fails, cannotTell };
 
   static constexpr Clock::Duration pause = std::chrono::milliseconds(250);
   static constexpr Clock::Duration longestStart = std::chrono::minutes(3);
+  // One that was started a moment ago is not there yet.
+  static constexpr Clock::Duration longestAbsence = std::chrono::seconds(30);
   static constexpr Clock::Duration longestWay = std::chrono::minutes(1);
 
   // Looks for what was moved in `moveFolders`, too: the quarantine folder, and where the Trash
@@ -68,6 +70,8 @@ class SelfTest {
 
   Outcome outcome() const { return outcome_; }
   bool isOver() const { return outcome_ != Outcome::going; }
+  // Returns whether it awaits an agent where none runs, or ended for want of one.
+  bool lacksAgent() const { return lacksAgent_; }
   // Returns all steps, in their order.
   const std::vector<Result>& results() const { return results_; }
   // Returns the path of the test file; "" before it was written.
@@ -78,6 +82,7 @@ class SelfTest {
   void begin(Step step);
   void finish(Step step, Wording words);
   void end(Step step, Outcome outcome, Wording words);
+  void leaveOthers();
   void awaitAgent(const SelfTestEvidence::Facts& facts);
   void write(const SelfTestEvidence::Facts& facts);
   bool writeInto(const std::string& folder);
@@ -96,6 +101,7 @@ class SelfTest {
 
   std::vector<Result> results_;
   Outcome outcome_ = Outcome::going;
+  bool lacksAgent_ = false;
   Clock::Duration begun_{};
   std::int64_t writtenAt_ = 0;
   std::uint64_t verdictsBefore_ = 0;

@@ -58,6 +58,7 @@ SelfTestView::SelfTestView(Page& page, const SelfTestServices& services)
       rows_);
   page_.onAction("testStart", [this] { start(); });
   page_.onAction("testStop", [this] { stop(); });
+  page_.onAction("testStartAgent", [this] { startAgent(); });
   show();
 }
 
@@ -92,6 +93,17 @@ void SelfTestView::start() {
   show();
 }
 
+// The test begins anew: one that goes on gives an agent less time than it may need.
+void SelfTestView::startAgent() {
+  stop();
+  if (services_.startAgent()) {
+    start();
+  } else {
+    page_.setText("testOutcome",
+                  services_.localizedStrings.stringForKey("SELFTEST_CANNOT_START", ""));
+  }
+}
+
 void SelfTestView::stop() {
   if (isRunning()) {
     test_->cancel();
@@ -116,6 +128,7 @@ void SelfTestView::show() {
   }
   page_.setText("testOutcome", services_.localizedStrings.stringForKey(
                                    test_ ? keyOf(test_->outcome()) : "SELFTEST_BEFORE", ""));
+  page_.setVisible("testStartAgent", services_.startAgent && test_ && test_->lacksAgent());
   page_.setEnabled("testStart", !isRunning());
   page_.setEnabled("testStop", isRunning());
 }

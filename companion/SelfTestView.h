@@ -22,10 +22,12 @@ struct SelfTestServices {
   SelfTestEvidence& evidence;
   // Where what is found is moved to, as the preferences have it now.
   std::function<std::vector<std::string>()> moveFolders;
+  // Starts the agent; returns false where the desktop knows of none. Left out where nothing can.
+  std::function<bool()> startAgent = {};
 };
 
-// The self-test on a page: the table "testSteps", the label "testOutcome", the buttons "testStart"
-// and "testStop". Main thread.
+// The self-test on a page: the table "testSteps", the label "testOutcome", the buttons "testStart",
+// "testStop", and "testStartAgent" where no agent runs. Main thread.
 class SelfTestView {
  public:
   SelfTestView(Page& page, const SelfTestServices& services);
@@ -44,6 +46,7 @@ class SelfTestView {
 
   void step();
   void show();
+  void startAgent();
 
   Page& page_;
   const SelfTestServices services_;

@@ -77,6 +77,7 @@ json documentOf(const AgentStatus& status) {
   return {{"version", status.version},
           {"program", reportedText(status.program)},
           {"state", reportedText(status.state)},
+          {"words", reportedText(status.words)},
           {"attention", reportedText(status.attention)},
           {"filesBeingScanned", status.filesBeingScanned},
           {"scanningSince", status.scanningSince},
@@ -84,6 +85,8 @@ json documentOf(const AgentStatus& status) {
           {"watchedFolders", pathsOf(status.watchedFolders)},
           {"missingFolders", pathsOf(status.missingFolders)},
           {"placesWithGaps", status.placesWithGaps},
+          {"definitionsBuilt", status.definitionsBuilt},
+          {"definitionFolder", reportedText(status.definitionFolder)},
           {"updating", status.updating},
           {"engine", reportedText(status.engine)},
           {"verdicts", status.verdicts},
@@ -93,6 +96,7 @@ json documentOf(const AgentStatus& status) {
 void printDocument(std::ostream& out, const Answer& answer, LocalizedStrings& strings) {
   json document = {
       {"version", jsonVersion},
+      {"command", "status"},
       {"sign", nameOf(answer.guard.sign)},
       {"sentence", reportedText(answer.guard.sentence.in(strings))},
       {"reason", reportedText(answer.guard.reason.in(strings))},
@@ -136,11 +140,13 @@ Answer ask(const StatusCommandServices& services) {
   const std::string problem = services.agent.refresh();
   Answer answer;
   answer.status = services.agent.status();
-  answer.guard = problem.empty() ? judgeGuard(answer.status, services.strings, now)
-                                 : Guard{Guard::Sign::unknown,
-                                         Guard::Remedy::none,
-                                         {"GUARD_UNKNOWN"},
-                                         {"COMMAND_NO_ANSWER", {problem}}};
+  const AgentPresence presence = services.agent.presence();
+  const bool isTold = problem.empty() || presence == AgentPresence::beginning;
+  answer.guard = isTold ? judgeGuard(presence, answer.status, services.strings, now)
+                        : Guard{Guard::Sign::unknown,
+                                Guard::Remedy::none,
+                                {"GUARD_UNKNOWN"},
+                                {"COMMAND_NO_ANSWER", {problem}}};
   answer.definitions =
       definitionsInUse(answer.status, services.preferences.value(key::pathToClamav).value_or(""));
   answer.counts = services.counts.countsSince(now - recently);

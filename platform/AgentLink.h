@@ -49,20 +49,44 @@ class StatusPublisher {
   virtual void statusChanged() = 0;
 };
 
+// What is known of the agent of this session.
+enum class AgentPresence {
+  unknown,    // nobody has said yet whether one runs
+  absent,     // none runs
+  beginning,  // one runs, and has nothing to say of itself yet
+  silent,     // it cannot be asked, does not answer, or nothing that is understood
+  foreign,    // who has its name is no process of this user, and is not believed
+  answering   // status() says the rest
+};
+
+// What has become of the last start of an agent.
+struct AgentStart {
+  bool isUnderWay = false;
+  std::string problem;  // why none came of it: words for the log; "" where it went well
+
+  bool operator==(const AgentStart&) const = default;
+};
+
 // The other end: the agent of this session, as the main application sees it. Main thread.
 class AgentLink {
  public:
   virtual ~AgentLink() = default;
   // Returns what it said last; nothing while none runs, or none that can be asked.
   virtual std::optional<AgentStatus> status() const = 0;
-  // Has `changed` called whenever that is another: an agent came, changed, or went.
+  // Returns what the lack of a status means, for whoever must not take "not yet" for "none".
+  virtual AgentPresence presence() const = 0;
+  // Has `changed` called whenever one of these is another: an agent came, changed, or went, or one
+  // that was started does not come.
   virtual void observe(std::function<void()> changed) = 0;
   // Asks and waits for the answer, at most a few seconds, for whoever has no event loop. Returns ""
   // when it is known: status() says it then, or that none runs. Else why it is not: words for the
   // log.
   virtual std::string refresh() = 0;
-  // Starts an agent where none runs. Returns false when the desktop knows of none.
+  // Starts an agent where none runs, and does not wait for it. Returns false when the desktop knows
+  // of none.
   virtual bool start() = 0;
+  // Returns whether it is still awaited, and why it does not come. Nothing once one runs.
+  virtual AgentStart lastStart() const = 0;
 };
 
 }  // namespace quillo

@@ -48,13 +48,15 @@ std::vector<Finding> examineAgent(const DoctorServices&, const DoctorFacts& fact
     return found(Sign::problem, {"DOCTOR_AGENT_NONE"}, {"DOCTOR_AGENT_NONE_REMEDY"});
   }
   const AgentStatus& agent = *facts.agent;
-  if (agent.version > AgentStatus::currentVersion || agent.program != projectVersion) {
-    return found(Sign::warning, {"DOCTOR_AGENT_OTHER", {agent.program, projectVersion}},
-                 {"DOCTOR_AGENT_OTHER_REMEDY"});
-  }
-  if (agent.state != "watching" && agent.state != "starting") {
+  const bool isUnderstood = agent.version <= AgentStatus::currentVersion;
+  if (isUnderstood && agent.state != "watching" && agent.state != "starting") {
     return found(Sign::problem, {"DOCTOR_AGENT_IDLE", {agent.program}},
                  {"DOCTOR_AGENT_IDLE_REMEDY"});
+  }
+  if (!isUnderstood || agent.program != projectVersion) {
+    return found(isUnderstood ? Sign::warning : Sign::unknown,
+                 {"DOCTOR_AGENT_OTHER", {agent.program, projectVersion}},
+                 {"DOCTOR_AGENT_OTHER_REMEDY"});
   }
   return found(Sign::good, {"DOCTOR_AGENT_GOOD", {agent.program}});
 }

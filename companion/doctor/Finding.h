@@ -43,8 +43,8 @@ struct DoctorServices {
   // What is mounted; nothing where that cannot be read.
   std::function<std::optional<std::vector<Mount>>()> mounts;
   HasFileHandles hasHandles;
-  // Each returns why something cannot be used, in words for people; "" where it can. Left out where
-  // nobody can say.
+  // Each returns why something cannot be used, and what to do about that, in words for people; ""
+  // where it can. Left out where nobody can say.
   std::function<std::string()> preferencesProblem = {};
   std::function<std::string()> historyProblem = {};
   std::function<std::string()> quarantineProblem = {};

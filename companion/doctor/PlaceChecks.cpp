@@ -2,12 +2,14 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "companion/Counting.h"
 #include "companion/doctor/Finding.h"
 #include "platform/Folders.h"
 #include "posix/FileFacts.h"
+#include "posix/Text.h"
 #include "settings/TypedPreferences.h"
 
 namespace quillo {
@@ -28,7 +30,6 @@ Sign signOf(FolderCare::Kind kind) {
     case FolderCare::Kind::unchanging:
       return Sign::good;
     case FolderCare::Kind::byNames:
-    case FolderCare::Kind::missing:
     case FolderCare::Kind::kernels:
       return Sign::warning;
     case FolderCare::Kind::unknown:
@@ -79,17 +80,38 @@ Finding logFinding(const DoctorServices& services) {
   return found(Sign::good, {"DOCTOR_LOG_GOOD", {path}});
 }
 
-// A store whose own part says what is wrong with it.
+// A store whose own part says what is wrong with it, and what mends that.
 void addStore(std::vector<Finding>& findings, const char* check,
               const std::function<std::string()>& problem, const std::string& keys) {
   if (!problem) {
     return;
   }
   const std::string reason = problem();
-  findings.push_back(
-      reason.empty()
-          ? Finding{check, "", Sign::good, {keys + "_GOOD"}}
-          : Finding{check, "", Sign::problem, {keys + "_PROBLEM", {reason}}, {keys + "_REMEDY"}});
+  findings.push_back(reason.empty()
+                         ? Finding{check, "", Sign::good, {keys + "_GOOD"}}
+                         : Finding{check, "", Sign::problem, {keys + "_PROBLEM", {reason}}});
+}
+
+// The folder is made with the first file that is moved there, as far as it can be.
+bool isYetToBeMade(const std::string& folder) {
+  struct stat there = {};
+  std::string above = folder;
+  while (above.starts_with('/') && above != "/" && lstat(above.c_str(), &there) != 0) {
+    if (errno != ENOENT) {
+      return false;
+    }
+    above = deletingLastPathComponent(above);
+  }
+  return above.starts_with('/') && above != folder && access(above.c_str(), W_OK | X_OK) == 0;
+}
+
+void addQuarantine(std::vector<Finding>& findings, const DoctorServices& services) {
+  const std::string folder = services.preferences.value(key::quarantineFolder).value_or("");
+  if (services.quarantineProblem && isYetToBeMade(folder)) {
+    findings.push_back({"quarantine", folder, Sign::good, {"DOCTOR_QUARANTINE_NOT_YET", {folder}}});
+  } else {
+    addStore(findings, "quarantine", services.quarantineProblem, "DOCTOR_QUARANTINE");
+  }
 }
 
 Finding spaceFinding(const DoctorServices& services, const std::string& folder,
@@ -136,12 +158,15 @@ std::vector<Finding> examineFiles(const DoctorServices& services, const DoctorFa
   findings.push_back(logFinding(services));
   const std::string unkept = facts.agent ? facts.agent->historyProblem : "";
   if (!unkept.empty()) {
-    addStore(
-        findings, "history", [&] { return unkept; }, "DOCTOR_HISTORY");
+    findings.push_back({"history",
+                        "",
+                        Sign::problem,
+                        {"DOCTOR_HISTORY_NOT_KEPT", {unkept}},
+                        {"DOCTOR_HISTORY_NOT_KEPT_REMEDY"}});
   } else {
     addStore(findings, "history", services.historyProblem, "DOCTOR_HISTORY");
   }
-  addStore(findings, "quarantine", services.quarantineProblem, "DOCTOR_QUARANTINE");
+  addQuarantine(findings, services);
   return findings;
 }
 

@@ -107,8 +107,16 @@ TEST_F(AgentLinkTest, HearsOfAnAgentThatComesLaterAndGoes) {
     ASSERT_TRUE(agent.object.claimName());
     ASSERT_TRUE(waitForState("watching"));
   }
-  EXPECT_TRUE(waitUntil([&] { return !link.status(); }));
-  EXPECT_EQ(changes, 2);
+  EXPECT_TRUE(waitUntil([&] { return link.presence() == AgentPresence::absent; }));
+  EXPECT_FALSE(link.status());
+}
+
+TEST_F(AgentLinkTest, DoesNotSayThatNoneRunsBeforeTheBusHasSaidSo) {
+  EXPECT_EQ(link.presence(), AgentPresence::unknown);
+  follow();
+  EXPECT_EQ(link.presence(), AgentPresence::unknown);
+  EXPECT_TRUE(waitUntil([&] { return link.presence() == AgentPresence::absent; }));
+  EXPECT_EQ(changes, 1);
 }
 
 TEST_F(AgentLinkTest, HearsOfChangesWithoutAskingAgain) {
@@ -181,6 +189,7 @@ TEST_F(AgentLinkTest, GetsTheStatusOfAnAgentThatHadNoneYet) {
   follow();
   ASSERT_TRUE(waitUntil([&] { return !problems.empty(); }));
   EXPECT_FALSE(link.status());
+  EXPECT_EQ(link.presence(), AgentPresence::beginning);
   object.statusPublisher().publishStatus([] { return watchingStatus(); });
   object.statusPublisher().statusChanged();
   EXPECT_TRUE(waitForState("watching"));
@@ -244,6 +253,7 @@ TEST_F(AgentLinkTest, DoesNotBelieveAnAnswerOfAnotherShape) {
   follow();
   ASSERT_TRUE(waitUntil([&] { return !problems.empty(); }));
   EXPECT_FALSE(link.status());
+  EXPECT_EQ(link.presence(), AgentPresence::silent);
 }
 
 TEST_F(AgentLinkTest, DoesNotBelieveSignalsOfAnybodyElse) {
@@ -293,6 +303,32 @@ TEST_F(AgentLinkTest, HasTheLauncherStartAnAgentThatTheBusDoesNotKnow) {
   EXPECT_EQ(launcher.launched, std::vector<std::string>{name});
   launcher.accepts = false;
   EXPECT_FALSE(link.start());
+}
+
+TEST_F(AgentLinkTest, AwaitsAnAgentThatItStartedUntilItComes) {
+  follow();
+  ASSERT_TRUE(waitUntil([&] { return link.presence() == AgentPresence::absent; }));
+  ASSERT_TRUE(link.start());
+  EXPECT_TRUE(link.lastStart().isUnderWay);
+  Agent agent;
+  ASSERT_TRUE(agent.object.claimName());
+  ASSERT_TRUE(waitForState("watching"));
+  EXPECT_EQ(link.lastStart(), AgentStart());
+}
+
+TEST_F(AgentLinkTest, TellsOfAnAgentThatDoesNotComeInTime) {
+  BusAgentLink impatient(
+      *bus, launcher, [this](const std::string& problem) { problems.push_back(problem); },
+      std::chrono::milliseconds(20));
+  int told = 0;
+  impatient.observe([&] { ++told; });
+  ASSERT_TRUE(waitUntil([&] { return impatient.presence() == AgentPresence::absent; }));
+  told = 0;
+  ASSERT_TRUE(impatient.start());
+  ASSERT_TRUE(waitUntil([&] { return !impatient.lastStart().isUnderWay; }));
+  EXPECT_EQ(impatient.lastStart().problem, "it has not come in time");
+  EXPECT_EQ(told, 2);
+  EXPECT_EQ(problems.size(), 1U);
 }
 
 TEST_F(AgentLinkTest, StartsNobodyByAsking) {

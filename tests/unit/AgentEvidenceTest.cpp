@@ -8,13 +8,18 @@ namespace {
 
 struct StatedAgent final : AgentLink {
   std::optional<AgentStatus> status() const override { return said; }
+  AgentPresence presence() const override {
+    return said ? AgentPresence::answering : withoutStatus;
+  }
   void observe(std::function<void()>) override {}
   std::string refresh() override {
     ++refreshes;
     return "";
   }
   bool start() override { return true; }
+  AgentStart lastStart() const override { return {}; }
   std::optional<AgentStatus> said;
+  AgentPresence withoutStatus = AgentPresence::absent;
   int refreshes = 0;
 };
 
@@ -55,6 +60,17 @@ TEST_F(AgentEvidenceTest, LeavesOutFoldersInWhichNothingIsNoticed) {
 
 TEST_F(AgentEvidenceTest, IsNothingWhereNoAgentCanBeAsked) {
   EXPECT_EQ(evidence(false).facts().agent, SelfTestEvidence::Agent::absent);
+}
+
+TEST_F(AgentEvidenceTest, TakesAnAgentThatHasNotAnsweredYetForOneThatStarts) {
+  using Agent = SelfTestEvidence::Agent;
+  for (const auto& [presence, expected] : {std::pair{AgentPresence::unknown, Agent::starting},
+                                           {AgentPresence::beginning, Agent::starting},
+                                           {AgentPresence::silent, Agent::starting},
+                                           {AgentPresence::foreign, Agent::absent}}) {
+    agent.withoutStatus = presence;
+    EXPECT_EQ(evidence(false).facts().agent, expected);
+  }
 }
 
 TEST_F(AgentEvidenceTest, IsAskedForAnewWhereNobodySaysThatItChanged) {

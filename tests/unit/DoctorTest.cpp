@@ -81,6 +81,14 @@ TEST_F(Doctor, KnowsAnAgentThatWatchesNothing) {
 TEST_F(Doctor, KnowsAnAgentOfAnotherVersion) {
   facts.agent->program = "0.0.1";
   EXPECT_EQ(agent(), "warning DOCTOR_AGENT_OTHER → DOCTOR_AGENT_OTHER_REMEDY");
+  facts.agent->state = "stopped";
+  EXPECT_EQ(agent(), "problem DOCTOR_AGENT_IDLE → DOCTOR_AGENT_IDLE_REMEDY");
+}
+
+TEST_F(Doctor, CannotTellOfAnAgentThatItDoesNotUnderstand) {
+  facts.agent->version = AgentStatus::currentVersion + 1;
+  facts.agent->state = "dreaming";
+  EXPECT_EQ(agent(), "unknown DOCTOR_AGENT_OTHER → DOCTOR_AGENT_OTHER_REMEDY");
 }
 
 class DoctorOfEngine : public Doctor {
@@ -221,7 +229,7 @@ TEST_F(Doctor, SaysOfEachFolderWhatIsCaughtInIt) {
   EXPECT_EQ(findings[0].sign, Sign::good);
   EXPECT_EQ(findings[1].sign, Sign::problem);
   EXPECT_EQ(findings[1].remedy.key, "DOCTOR_FOLDER_NETWORK_REMEDY");
-  EXPECT_EQ(findings[2].sign, Sign::warning);
+  EXPECT_EQ(findings[2].sign, Sign::problem);
   EXPECT_EQ(findings[2].remedy.key, "DOCTOR_FOLDER_MISSING_REMEDY");
 }
 
@@ -246,15 +254,29 @@ TEST_F(Doctor, AsksTheStoresThemselves) {
   services.preferencesProblem = [] { return "line 3"; };
   services.historyProblem = [] { return ""; };
   services.quarantineProblem = [] { return "read-only"; };
-  EXPECT_EQ(files("preferences"), "problem DOCTOR_PREFERENCES_PROBLEM → DOCTOR_PREFERENCES_REMEDY");
+  EXPECT_EQ(files("preferences"), "problem DOCTOR_PREFERENCES_PROBLEM");
   EXPECT_EQ(files("history"), "good DOCTOR_HISTORY_GOOD");
-  EXPECT_EQ(files("quarantine"), "problem DOCTOR_QUARANTINE_PROBLEM → DOCTOR_QUARANTINE_REMEDY");
+  EXPECT_EQ(files("quarantine"), "problem DOCTOR_QUARANTINE_PROBLEM");
+}
+
+TEST_F(Doctor, FindsNothingWrongWithAQuarantineThatIsYetToBeMade) {
+  services.quarantineProblem = [] { return "it is not there"; };
+  desktop.preferenceStore.set("QuarantineFolder", home.at("quarantine"));
+  EXPECT_EQ(files("quarantine"), "good DOCTOR_QUARANTINE_NOT_YET");
+  desktop.preferenceStore.set("QuarantineFolder", home.at("gone/quarantine"));
+  EXPECT_EQ(files("quarantine"), "good DOCTOR_QUARANTINE_NOT_YET");
+  home.write("file");
+  desktop.preferenceStore.set("QuarantineFolder", home.at("file/quarantine"));
+  EXPECT_EQ(files("quarantine"), "problem DOCTOR_QUARANTINE_PROBLEM");
+  home.link("quarantine", home.at("nowhere"));
+  desktop.preferenceStore.set("QuarantineFolder", home.at("quarantine"));
+  EXPECT_EQ(files("quarantine"), "problem DOCTOR_QUARANTINE_PROBLEM");
 }
 
 TEST_F(Doctor, BelievesTheAgentThatItKeepsNoHistory) {
   services.historyProblem = [] { return ""; };
   facts.agent->historyProblem = "the disk is full";
-  EXPECT_EQ(files("history"), "problem DOCTOR_HISTORY_PROBLEM → DOCTOR_HISTORY_REMEDY");
+  EXPECT_EQ(files("history"), "problem DOCTOR_HISTORY_NOT_KEPT → DOCTOR_HISTORY_NOT_KEPT_REMEDY");
 }
 
 TEST_F(Doctor, LooksForRoom) {

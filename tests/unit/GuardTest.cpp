@@ -19,7 +19,7 @@ class GuardTest : public testing::Test {
       strings.texts[key] = std::string(key) + " %@";
     }
   }
-  Guard judged() { return judgeGuard(status, strings, now); }
+  Guard judged() { return judgeGuard(presence, status, strings, now); }
   void expect(Sign sign, Remedy remedy, const std::string& sentence, const std::string& reason) {
     const Guard guard = judged();
     EXPECT_EQ(guard.sign, sign);
@@ -32,6 +32,7 @@ class GuardTest : public testing::Test {
   static constexpr const char* guarded = "GUARD_GUARDED_MANY 2";
   FakeLocalizedStrings strings;
   std::chrono::system_clock::time_point now{std::chrono::hours(24 * 20000)};
+  AgentPresence presence = AgentPresence::answering;
   std::optional<AgentStatus> status = FakeAgentLink::watching(projectVersion);
 };
 
@@ -41,7 +42,20 @@ TEST_F(GuardTest, IsGoodWhileFoldersAreWatched) {
 
 TEST_F(GuardTest, IsNoneWithoutAnAgent) {
   status.reset();
+  presence = AgentPresence::absent;
   expect(Sign::notGuarded, Remedy::startAgent, unguarded, "<GUARD_NO_AGENT>");
+}
+
+TEST_F(GuardTest, DoesNotTakeAnAgentThatHasNotAnsweredForNone) {
+  status.reset();
+  presence = AgentPresence::unknown;
+  expect(Sign::unknown, Remedy::none, "<GUARD_UNKNOWN>", "<GUARD_ASKING>");
+  presence = AgentPresence::beginning;
+  expect(Sign::attention, Remedy::none, "<GUARD_STARTING>", "<GUARD_BEGINNING>");
+  presence = AgentPresence::silent;
+  expect(Sign::unknown, Remedy::none, "<GUARD_UNKNOWN>", "<GUARD_SILENT>");
+  presence = AgentPresence::foreign;
+  expect(Sign::unknown, Remedy::none, "<GUARD_UNKNOWN>", "<GUARD_FOREIGN>");
 }
 
 TEST_F(GuardTest, IsGoodAndBusyWhileFilesAreScanned) {

@@ -32,6 +32,8 @@ TEST_F(QuarantineCommandTest, ListsInAVersionedDocument) {
   EXPECT_EQ(run({"list", "--json"}), 0);
   const Json json = document();
   EXPECT_EQ(json["version"], 1);
+  EXPECT_EQ(json["command"], "quarantine");
+  EXPECT_EQ(json["action"], "list");
   EXPECT_EQ(json["problem"], "none");
   const Json file = json["files"].at(0);
   EXPECT_EQ(file["name"], "a\\xFF\\x0A");
@@ -105,6 +107,8 @@ TEST_F(QuarantineCommandTest, ChecksAgain) {
   verdict = [](const QuarantinedFile& file) {
     return file.name == "a" ? QuarantineRecord::Check::clean : QuarantineRecord::Check::infected;
   };
+  EXPECT_EQ(run({"check", "--json"}), 0);
+  EXPECT_EQ(document()["files"].size(), 2U);
   EXPECT_EQ(run({"check", "--all", "--json"}), 0);
   EXPECT_EQ(document()["files"][0]["check"], "clean");
   EXPECT_EQ(document()["files"][1]["check"], "infected");
@@ -136,6 +140,7 @@ TEST_F(QuarantineCommandTest, TakesNoWordsThatItDoesNotKnow) {
                                              {"restore"},
                                              {"delete"},
                                              {"delete", "--all", "a"},
+                                             {"check", "--all", "a"},
                                              {"delete", "--to", "/tmp", "a"},
                                              {"restore", "a", "--to"},
                                              {"restore", "a", ""},

@@ -189,7 +189,7 @@ TEST_F(SelfTestTest, CannotTellWhenSomebodyElseTookTheFile) {
 
 TEST_F(SelfTestTest, WritesNothingUnlessTheAgentWatches) {
   const std::vector<std::pair<Agent, std::pair<Outcome, std::string>>> cases = {
-      {Agent::absent, {Outcome::cannotTell, "SELFTEST_NO_AGENT"}},
+      {Agent::absent, {Outcome::going, ""}},
       {Agent::stopped, {Outcome::fails, "SELFTEST_NOT_WATCHING"}},
       {Agent::starting, {Outcome::going, ""}}};
   for (const auto& [agent, expected] : cases) {
@@ -200,6 +200,25 @@ TEST_F(SelfTestTest, WritesNothingUnlessTheAgentWatches) {
     EXPECT_EQ(of(test, Step::agent).words.key, expected.second);
     EXPECT_EQ(countIn(guarded), 0U);
   }
+}
+
+TEST_F(SelfTestTest, AgentThatWasStartedAMomentAgoHasHalfAMinuteToCome) {
+  evidence.now.agent = Agent::absent;
+  SelfTest test(clock, evidence, {});
+  steps(test, SelfTest::longestAbsence);
+  EXPECT_EQ(test.outcome(), Outcome::going);
+  EXPECT_TRUE(test.lacksAgent());
+  evidence.now.agent = Agent::watching;
+  test.step();
+  EXPECT_FALSE(test.lacksAgent());
+  EXPECT_EQ(of(test, Step::written).state, State::done);
+  evidence.now.agent = Agent::absent;
+  SelfTest another(clock, evidence, {});
+  steps(another, SelfTest::longestAbsence + std::chrono::seconds(1));
+  EXPECT_EQ(another.outcome(), Outcome::cannotTell);
+  EXPECT_EQ(of(another, Step::agent).words.key, "SELFTEST_NO_AGENT");
+  EXPECT_TRUE(another.lacksAgent());
+  EXPECT_EQ(countIn(guarded), 1U);
 }
 
 TEST_F(SelfTestTest, AgentThatStartsIsWaitedForThreeMinutes) {
@@ -260,6 +279,19 @@ TEST_F(SelfTestTest, FileIsRemovedWhenTheTestIsGivenUpAtAnyTime) {
   EXPECT_EQ(test.outcome(), Outcome::cannotTell);
 }
 
+TEST_F(SelfTestTest, NothingIsAwaitedAnyMoreOnceItIsOver) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  ASSERT_EQ(of(test, Step::noticed).state, State::going);
+  test.cancel();
+  EXPECT_EQ(of(test, Step::noticed).state, State::waiting);
+  EXPECT_EQ(of(test, Step::noticed).words.key, "SELFTEST_NOT_KNOWN");
+  EXPECT_EQ(of(test, Step::removed).state, State::done);
+  SelfTest early(clock, evidence, {});
+  early.cancel();
+  EXPECT_EQ(of(early, Step::written).words.key, "SELFTEST_NOT_TRIED");
+}
+
 class TestCommandTest : public SelfTestTest {
  protected:
   int run(const std::vector<std::string>& words) {
@@ -306,10 +338,10 @@ TEST_F(TestCommandTest, SaysTheSameInJson) {
   EXPECT_EQ(run({"--json"}), 2);
   EXPECT_EQ(out.str(), R"({"version":1,"command":"test","result":"cannotTell","file":"","steps":[)"
                        R"({"step":"agent","state":"failed","words":"no \"agent\"\\x0A"},)"
-                       R"({"step":"written","state":"waiting","words":""},)"
-                       R"({"step":"noticed","state":"waiting","words":""},)"
-                       R"({"step":"found","state":"waiting","words":""},)"
-                       R"({"step":"removed","state":"waiting","words":""}]})"
+                       R"({"step":"written","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
+                       R"({"step":"noticed","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
+                       R"({"step":"found","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
+                       R"({"step":"removed","state":"waiting","words":"<SELFTEST_NOT_TRIED>"}]})"
                        "\n");
 }
 

@@ -78,6 +78,37 @@ TEST_F(SelfTestViewTest, ShowsWhatFailed) {
   EXPECT_EQ(page.row("testSteps", 0).sign, TableRows::Sign::warning);
 }
 
+TEST_F(SelfTestViewTest, OffersToStartAnAgentWhereNoneRuns) {
+  int starts = 0;
+  services.startAgent = [&] {
+    ++starts;
+    evidence.agent = SelfTestEvidence::Agent::watching;
+    return true;
+  };
+  SelfTestView view(page, services);
+  EXPECT_FALSE(page.isVisible("testStartAgent"));
+  evidence.agent = SelfTestEvidence::Agent::absent;
+  view.start();
+  threads.run("selfTest");
+  EXPECT_EQ(page.text("testOutcome"), "<SELFTEST_END_UNKNOWN>");
+  ASSERT_TRUE(page.isVisible("testStartAgent"));
+  page.press("testStartAgent");
+  threads.run("selfTest");
+  EXPECT_EQ(starts, 1);
+  EXPECT_EQ(page.text("testOutcome"), "<SELFTEST_END_WORKS>");
+  EXPECT_FALSE(page.isVisible("testStartAgent"));
+}
+
+TEST_F(SelfTestViewTest, SaysThatNoAgentCanBeStarted) {
+  services.startAgent = [] { return false; };
+  evidence.agent = SelfTestEvidence::Agent::absent;
+  SelfTestView view(page, services);
+  view.start();
+  threads.run("selfTest");
+  page.press("testStartAgent");
+  EXPECT_EQ(page.text("testOutcome"), "<SELFTEST_CANNOT_START>");
+}
+
 TEST_F(SelfTestViewTest, IsBrokenOffAtOnceAndLeavesNothing) {
   application.keepsPosted = true;
   SelfTestView view(page, services);

@@ -13,12 +13,16 @@ using Posted = std::vector<std::pair<std::string, std::string>>;
 class StandInAgent final : public AgentLink {
  public:
   std::optional<AgentStatus> status() const override { return now; }
+  AgentPresence presence() const override {
+    return now ? AgentPresence::answering : AgentPresence::absent;
+  }
   void observe(std::function<void()>) override {}
   std::string refresh() override { return now ? "" : "none runs"; }
   bool start() override {
     ++starts;
     return true;
   }
+  AgentStart lastStart() const override { return {}; }
   std::optional<AgentStatus> now = AgentStatus();
   int starts = 0;
 };

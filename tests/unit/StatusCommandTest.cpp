@@ -71,10 +71,28 @@ TEST_F(StatusCommandTest, EndsWithTwoWhenTheAgentCannotBeAsked) {
   EXPECT_NE(out.str().find("No answer: there is no session bus"), std::string::npos);
 }
 
+TEST_F(StatusCommandTest, SaysThatAnAgentIsOnlyBeginning) {
+  agent.atRefresh.reset();
+  agent.problem = "it is only beginning";
+  agent.withoutStatus = AgentPresence::beginning;
+  EXPECT_EQ(run(), 1);
+  EXPECT_NE(out.str().find("<GUARD_BEGINNING>"), std::string::npos) << out.str();
+}
+
 TEST_F(StatusCommandTest, EndsWithTwoForWordsThatItDoesNotKnow) {
   EXPECT_EQ(run({"--jsn"}), 2);
   EXPECT_EQ(out.str(), "");
   EXPECT_EQ(errors.str(), "vantrel status: what is \"--jsn\"?\nvantrel status [--json]\n");
+}
+
+TEST_F(StatusCommandTest, GivesEverythingThatTheAgentSays) {
+  agent.atRefresh->words = "Watching\x1b";
+  agent.atRefresh->definitionsBuilt = 1690000000;
+  agent.atRefresh->definitionFolder = "/d\xff";
+  const nlohmann::json said = document()["agent"];
+  EXPECT_EQ(said["words"], "Watching\\x1B");
+  EXPECT_EQ(said["definitionsBuilt"], 1690000000);
+  EXPECT_EQ(said["definitionFolder"], "/d\\xFF");
 }
 
 TEST_F(StatusCommandTest, GivesADocument) {
@@ -82,6 +100,7 @@ TEST_F(StatusCommandTest, GivesADocument) {
   agent.atRefresh->verdicts = 9;
   const nlohmann::json json = document();
   EXPECT_EQ(json["version"], 1);
+  EXPECT_EQ(json["command"], "status");
   EXPECT_EQ(json["sign"], "guarded");
   EXPECT_EQ(json["agent"]["watchedFolders"][0], "/a\\xFF\\x0A/");
   EXPECT_EQ(json["agent"]["verdicts"], 9);

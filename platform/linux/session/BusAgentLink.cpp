@@ -18,8 +18,10 @@ constexpr char path[] = "/org/vantrel/VantrelQuillo";
 constexpr char busName[] = "org.freedesktop.DBus";
 constexpr char busPath[] = "/org/freedesktop/DBus";
 constexpr char noOwner[] = "org.freedesktop.DBus.Error.NameHasNoOwner";
-constexpr int longestAnswer = 3000;   // milliseconds
-constexpr int longestStart = 120000;  // milliseconds
+constexpr char noStatusYet[] = "org.vantrel.VantrelQuillo.Error.NoStatusYet";
+// In milliseconds.
+constexpr int longestAnswer = 3000;
+constexpr int longestStatus = 10000;  // of an agent that may have much to do
 
 QDBusMessage callOf(const QString& service, const QString& object, const QString& interface,
                     const QString& member, const QVariantList& arguments) {
@@ -41,8 +43,14 @@ const std::string somebodyElses =
 }  // namespace
 
 BusAgentLink::BusAgentLink(const QDBusConnection& bus, ApplicationLauncher& launcher,
-                           std::function<void(const std::string& problem)> report)
-    : bus_(bus), launcher_(launcher), report_(std::move(report)) {}
+                           std::function<void(const std::string& problem)> report,
+                           std::chrono::milliseconds longestStart)
+    : bus_(bus), launcher_(launcher), report_(std::move(report)) {
+  startTimer_.setSingleShot(true);
+  startTimer_.setInterval(longestStart);
+  connect(&startTimer_, &QTimer::timeout, this,
+          [this] { guarded([&] { startFails("it has not come in time"); }); });
+}
 
 void BusAgentLink::observe(std::function<void()> changed) {
   observers_.push_back(std::move(changed));
@@ -50,7 +58,11 @@ void BusAgentLink::observe(std::function<void()> changed) {
 }
 
 void BusAgentLink::follow() {
-  if (follows_ || !bus_.isConnected()) {
+  if (!bus_.isConnected()) {
+    presence_ = AgentPresence::silent;
+    return;
+  }
+  if (follows_) {
     return;
   }
   follows_ = true;
@@ -64,12 +76,20 @@ void BusAgentLink::follow() {
   bus_.connect(name, path, name, "StatusChanged", this, SLOT(statusChanged(QDBusMessage)));
   const QDBusMessage call = callOf(busName, busPath, busName, "GetNameOwner", {QString(name)});
   whenAnswered(bus_.asyncCall(call, longestAnswer), *this, [this](const QDBusPendingCall& answer) {
-    guarded([&] {
-      if (!answer.isError() && owner_.isEmpty()) {
-        ownerChanged(answer.reply().arguments().value(0).toString());
-      }
-    });
+    guarded([&] { takeOwner(answer.reply()); });
   });
+}
+
+void BusAgentLink::takeOwner(const QDBusMessage& answer) {
+  if (!owner_.isEmpty()) {
+    return;
+  }
+  if (answer.type() == QDBusMessage::ReplyMessage) {
+    ownerChanged(answer.arguments().value(0).toString());
+  } else {
+    const bool runsNone = answer.errorName() == QLatin1String(noOwner);
+    become(runsNone ? AgentPresence::absent : AgentPresence::silent);
+  }
 }
 
 void BusAgentLink::ownerChanged(const QString& owner) {
@@ -78,7 +98,7 @@ void BusAgentLink::ownerChanged(const QString& owner) {
   }
   owner_ = owner;
   isTrusted_ = false;
-  become(std::nullopt);
+  become(owner.isEmpty() ? AgentPresence::absent : AgentPresence::unknown);
   if (!owner.isEmpty()) {
     askWhose(owner);
   }
@@ -93,16 +113,22 @@ void BusAgentLink::askWhose(const QString& owner) {
                      return;
                    }
                    isTrusted_ = isThisUser(answer.reply());
-                   isTrusted_ ? askStatus(owner) : report_(somebodyElses);
+                   if (isTrusted_) {
+                     askStatus(owner);
+                   } else {
+                     report_(somebodyElses);
+                     become(AgentPresence::foreign);
+                   }
                  });
                });
 }
 
 void BusAgentLink::askStatus(const QString& owner) {
   const QDBusMessage call = callOf(owner, path, name, "Status", {});
-  whenAnswered(bus_.asyncCall(call), *this, [this, owner](const QDBusPendingCall& answer) {
+  whenAnswered(bus_.asyncCall(call, longestStatus), *this, [this, owner](const auto& answer) {
     guarded([&] {
-      if (owner != owner_) {
+      // What it has said by itself meanwhile is worth more than that it did not answer.
+      if (owner != owner_ || (answer.isError() && status_)) {
         return;
       }
       // One that is only beginning says so soon by itself.
@@ -128,21 +154,32 @@ void BusAgentLink::statusChanged(const QDBusMessage& signal) {
 
 std::string BusAgentLink::take(const QDBusMessage& said) {
   if (said.type() == QDBusMessage::ErrorMessage) {
+    const bool begins = said.errorName() == QLatin1String(noStatusYet);
+    become(begins ? AgentPresence::beginning : AgentPresence::silent);
     return std::string(name) + ": " + said.errorMessage().toStdString();
   }
   std::optional<AgentStatus> status;
   if (said.signature() == QLatin1String("a{sv}")) {
     status = statusIn(qdbus_cast<QVariantMap>(said.arguments().value(0)));
   }
-  become(status);
+  become(status ? AgentPresence::answering : AgentPresence::silent, status);
   return status ? "" : std::string(name) + ": what it says of itself is no status";
 }
 
-void BusAgentLink::become(std::optional<AgentStatus> status) {
-  if (status == status_) {
+void BusAgentLink::become(AgentPresence presence, std::optional<AgentStatus> status) {
+  if (presence == presence_ && status == status_) {
     return;
   }
+  presence_ = presence;
   status_ = std::move(status);
+  if (presence != AgentPresence::unknown && presence != AgentPresence::absent) {
+    startTimer_.stop();
+    start_ = {};
+  }
+  tellObservers();
+}
+
+void BusAgentLink::tellObservers() {
   for (const auto& observer : std::vector(observers_)) {
     observer();
   }
@@ -157,39 +194,64 @@ QDBusMessage BusAgentLink::ask(const QString& service, const QString& object,
 
 std::string BusAgentLink::refresh() {
   if (!bus_.isConnected()) {
-    become(std::nullopt);
+    become(AgentPresence::silent);
     return "there is no session bus over which the agent could be asked";
   }
   const QDBusMessage answer = ask(busName, busPath, busName, "GetNameOwner", {QString(name)});
   if (answer.type() != QDBusMessage::ReplyMessage) {
-    become(std::nullopt);
     const bool runsNone = answer.errorName() == QLatin1String(noOwner);
+    become(runsNone ? AgentPresence::absent : AgentPresence::silent);
     return runsNone ? "" : std::string(name) + ": " + answer.errorMessage().toStdString();
   }
   const QString owner = answer.arguments().value(0).toString();
   if (!isThisUser(ask(busName, busPath, busName, "GetConnectionUnixUser", {owner}))) {
-    become(std::nullopt);
+    become(AgentPresence::foreign);
     return somebodyElses;
   }
-  const QDBusMessage said = ask(owner, path, name, "Status", {});
-  if (said.type() != QDBusMessage::ReplyMessage) {
-    become(std::nullopt);
-  }
-  return take(said);
+  return take(ask(owner, path, name, "Status", {}));
 }
 
 bool BusAgentLink::start() {
   if (!bus_.isConnected() || !BusDaemon(bus_).isServed(name)) {
-    return launcher_.launchApplication(name);
+    const bool isKnown = launcher_.launchApplication(name);
+    if (isKnown && bus_.isConnected()) {
+      awaitStart();
+    }
+    return isKnown;
   }
   const QDBusMessage call =
       callOf(busName, busPath, busName, "StartServiceByName", {QString(name), 0U});
-  whenAnswered(bus_.asyncCall(call, longestStart), *this, [this](const QDBusPendingCall& answer) {
-    if (answer.isError()) {
-      report_(std::string(name) + ": it did not start: " + answer.error().message().toStdString());
-    }
-  });
+  awaitStart();
+  whenAnswered(bus_.asyncCall(call, startTimer_.interval()), *this,
+               [this](const QDBusPendingCall& answer) {
+                 guarded([&] {
+                   if (answer.isError()) {
+                     startFails(answer.error().message().toStdString());
+                   }
+                 });
+               });
   return true;
+}
+
+void BusAgentLink::awaitStart() {
+  startTimer_.start();
+  startBecomes({true, ""});
+}
+
+void BusAgentLink::startBecomes(const AgentStart& start) {
+  if (!(start == start_)) {
+    start_ = start;
+    tellObservers();
+  }
+}
+
+void BusAgentLink::startFails(const std::string& reason) {
+  startTimer_.stop();
+  if (!start_.isUnderWay) {
+    return;
+  }
+  report_(std::string(name) + ": it did not start: " + reason);
+  startBecomes({false, reason});
 }
 
 }  // namespace quillo

@@ -5,6 +5,8 @@
 #include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
 #include <QObject>
+#include <QTimer>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -24,26 +26,36 @@ class BusAgentLink final : public QObject, public AgentLink {
 
  public:
   // `launcher` starts the agent where the bus has no service file for it. `report` is called with
-  // what is wrong with an agent, or one that did not start: lines for the log.
+  // what is wrong with an agent, or one that did not start: lines for the log. One that was started
+  // has that long to come.
   BusAgentLink(const QDBusConnection& bus, ApplicationLauncher& launcher,
-               std::function<void(const std::string& problem)> report);
+               std::function<void(const std::string& problem)> report,
+               std::chrono::milliseconds longestStart = std::chrono::minutes(2));
 
   std::optional<AgentStatus> status() const override { return status_; }
+  AgentPresence presence() const override { return presence_; }
   void observe(std::function<void()> changed) override;
   std::string refresh() override;
   bool start() override;
+  AgentStart lastStart() const override { return start_; }
 
  private Q_SLOTS:
   void statusChanged(const QDBusMessage& signal);
 
  private:
   void follow();
+  // `answer` is the bus's, to the question who owns the name.
+  void takeOwner(const QDBusMessage& answer);
   void ownerChanged(const QString& owner);
   void askWhose(const QString& owner);
   void askStatus(const QString& owner);
   // Takes what an agent said, if it is one that is believed. Returns "" or why not.
   std::string take(const QDBusMessage& said);
-  void become(std::optional<AgentStatus> status);
+  void become(AgentPresence presence, std::optional<AgentStatus> status = std::nullopt);
+  void awaitStart();
+  void startBecomes(const AgentStart& start);
+  void startFails(const std::string& reason);
+  void tellObservers();
   QDBusMessage ask(const QString& service, const QString& object, const QString& interface,
                    const QString& member, const QVariantList& arguments);
 
@@ -51,11 +63,14 @@ class BusAgentLink final : public QObject, public AgentLink {
   ApplicationLauncher& launcher_;
   const std::function<void(const std::string& problem)> report_;
   QDBusServiceWatcher watcher_;
+  QTimer startTimer_;
   bool follows_ = false;
   // Who owns the name, by the name that nobody else can have; it is this user's when `isTrusted_`.
   QString owner_;
   bool isTrusted_ = false;
+  AgentPresence presence_ = AgentPresence::unknown;
   std::optional<AgentStatus> status_;
+  AgentStart start_;
   std::vector<std::function<void()>> observers_;
 };
 

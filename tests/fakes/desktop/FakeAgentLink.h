@@ -15,6 +15,9 @@ namespace quillo {
 class FakeAgentLink final : public AgentLink {
  public:
   std::optional<AgentStatus> status() const override { return status_; }
+  AgentPresence presence() const override {
+    return status_ ? AgentPresence::answering : withoutStatus;
+  }
   void observe(std::function<void()> changed) override { observers_.push_back(std::move(changed)); }
   std::string refresh() override {
     status_ = atRefresh;
@@ -24,7 +27,13 @@ class FakeAgentLink final : public AgentLink {
     ++starts;
     return canStart;
   }
+  AgentStart lastStart() const override { return startState; }
 
+  // Lets everybody who observes hear what has become of a start.
+  void startBecomes(const AgentStart& start) {
+    startState = start;
+    become(status_);
+  }
   // Lets everybody who observes hear of another status.
   void become(std::optional<AgentStatus> status) {
     status_ = std::move(status);
@@ -40,10 +49,13 @@ class FakeAgentLink final : public AgentLink {
     return status;
   }
 
+  // What the lack of a status means.
+  AgentPresence withoutStatus = AgentPresence::absent;
   // What asking brings.
   std::optional<AgentStatus> atRefresh;
   std::string problem;
   bool canStart = true;
+  AgentStart startState;
   int starts = 0;
 
  private:
