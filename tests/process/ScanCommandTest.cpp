@@ -91,15 +91,6 @@ TEST_F(ScanCommandTest, TakesRelativePathsFromWhereItWasGiven) {
   EXPECT_EQ(document()["found"][0]["path"], path("--infected"));
 }
 
-TEST_F(ScanCommandTest, LeavesTheWindowToWhoHasOne) {
-  const auto wish = scanWishOf({"--window", "--", "/a", "--json"});
-  ASSERT_TRUE(wish);
-  EXPECT_TRUE(wish->inWindow);
-  EXPECT_FALSE(wish->asJson);
-  EXPECT_EQ(wish->paths.size(), 2U);
-  EXPECT_EQ(run({"--window", "/a"}), 2);
-}
-
 TEST_F(ScanCommandTest, WritesOneDocumentAndNothingElse) {
   const std::string infected = tree.files().write("in\xFF", "infected");
   EXPECT_EQ(run({"--json", infected, path("gone"), tree.file("clean")}), 1);
