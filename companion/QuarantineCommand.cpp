@@ -34,6 +34,7 @@ enum class Action { list, restore, remove, check };
 
 struct Asked {
   Action action = Action::list;
+  std::string name;  // the action's
   std::vector<std::string> files;
   QuarantineStore::Target target;
   bool isAll = false;
@@ -89,6 +90,7 @@ std::optional<Asked> understood(const std::vector<std::string>& words) {
   }
   Asked asked;
   asked.action = *action;
+  asked.name = words.front();
   bool mayBeOption = true;
   for (std::size_t at = 1; at < words.size(); ++at) {
     if (mayBeOption && words[at] == "--") {
@@ -160,6 +162,8 @@ class Run {
   int perform() {
     const QuarantineStore::Listing listing = store_.list();
     json_ = {{"version", jsonVersion},
+             {"command", "quarantine"},
+             {"action", asked_.name},
              {"folder", reportedText(store_.folder())},
              {"problem", nameOf(listing.problem)},
              {"files", Json::array()}};

@@ -93,6 +93,7 @@ json documentOf(const AgentStatus& status) {
 void printDocument(std::ostream& out, const Answer& answer, LocalizedStrings& strings) {
   json document = {
       {"version", jsonVersion},
+      {"command", "status"},
       {"sign", nameOf(answer.guard.sign)},
       {"sentence", reportedText(answer.guard.sentence.in(strings))},
       {"reason", reportedText(answer.guard.reason.in(strings))},

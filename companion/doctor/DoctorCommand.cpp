@@ -55,8 +55,10 @@ void printDocument(std::ostream& out, const std::vector<Finding>& findings,
                     {"sentence", reportedText(finding.sentence.in(strings))},
                     {"remedy", reportedText(finding.remedy.in(strings))}});
   }
-  const json document = {
-      {"version", jsonVersion}, {"sign", nameOf(worstOf(findings))}, {"findings", list}};
+  const json document = {{"version", jsonVersion},
+                         {"command", "doctor"},
+                         {"sign", nameOf(worstOf(findings))},
+                         {"findings", list}};
   out << document.dump(2) << "\n";
 }
 

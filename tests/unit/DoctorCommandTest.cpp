@@ -54,6 +54,7 @@ TEST_F(DoctorCommandTest, GivesADocument) {
   EXPECT_EQ(run({"--json"}), 1);
   const nlohmann::json json = nlohmann::json::parse(out.str());
   EXPECT_EQ(json["version"], 1);
+  EXPECT_EQ(json["command"], "doctor");
   EXPECT_EQ(json["sign"], "problem");
   EXPECT_EQ(json["findings"][0]["check"], "agent");
   EXPECT_EQ(json["findings"][0]["sign"], "good");

@@ -32,6 +32,8 @@ TEST_F(QuarantineCommandTest, ListsInAVersionedDocument) {
   EXPECT_EQ(run({"list", "--json"}), 0);
   const Json json = document();
   EXPECT_EQ(json["version"], 1);
+  EXPECT_EQ(json["command"], "quarantine");
+  EXPECT_EQ(json["action"], "list");
   EXPECT_EQ(json["problem"], "none");
   const Json file = json["files"].at(0);
   EXPECT_EQ(file["name"], "a\\xFF\\x0A");

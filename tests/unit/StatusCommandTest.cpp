@@ -82,6 +82,7 @@ TEST_F(StatusCommandTest, GivesADocument) {
   agent.atRefresh->verdicts = 9;
   const nlohmann::json json = document();
   EXPECT_EQ(json["version"], 1);
+  EXPECT_EQ(json["command"], "status");
   EXPECT_EQ(json["sign"], "guarded");
   EXPECT_EQ(json["agent"]["watchedFolders"][0], "/a\\xFF\\x0A/");
   EXPECT_EQ(json["agent"]["verdicts"], 9);
