@@ -135,7 +135,6 @@ TEST(Completions, OfferJsonForEveryCommand) {
   }
 }
 
-// The manual page names each in its synopsis.
 TEST(Completions, NameWhatTheManualPageNames) {
   const std::string page = TemporaryFolder::read(QUILLO_SOURCE_DIR "/docs/man/vantrel.1");
   const std::string synopsis = page.substr(0, page.find(".SH DESCRIPTION"));
