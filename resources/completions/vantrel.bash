@@ -36,6 +36,8 @@ _vantrel_quarantine() {
 }
 _vantrel_paths() {
   compopt -o filenames 2>/dev/null || true  # outside of a completion there is none
-  mapfile -t COMPREPLY < <(compgen "${2--f}" -- "$1")
+  local kind=-f
+  [ -z "${2-}" ] || kind="$2"
+  mapfile -t COMPREPLY < <(compgen "$kind" -- "$1")
 }
 complete -F _vantrel vantrel
