@@ -100,8 +100,7 @@ say_if_unseen() {
 say_what_is_well() {
   echo
   echo "What \`vantrel doctor\` says:"
-  # Nothing that was said before may come behind it.
-  "$main_program" doctor </dev/null 2>&1 || true
+  timeout 60 "$main_program" doctor </dev/null 2>&1 || true
 }
 
 # Desktops that start what lies in the autostart folder; others leave that to their user.
