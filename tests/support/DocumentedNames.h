@@ -20,7 +20,8 @@ inline std::vector<std::string> undocumentedNames(const nlohmann::json& document
   const std::string section =
       begin == std::string::npos ? "" : all.substr(begin, all.find("\n## ", begin + 1) - begin);
   std::vector<std::string> missing;
-  for (const auto& [place, value] : document.flatten().items()) {
+  const nlohmann::json flat = document.flatten();
+  for (const auto& [place, value] : flat.items()) {
     std::string before;
     for (std::size_t from = 1; from <= place.size();) {
       const std::size_t end = std::min(place.find('/', from), place.size());
@@ -28,8 +29,13 @@ inline std::vector<std::string> undocumentedNames(const nlohmann::json& document
       from = end + 1;
       const std::string text = before == "agent" ? agents : section + common;
       const bool isNumber = name.find_first_not_of("0123456789") == std::string::npos;
-      if (!isNumber && text.find("`" + name + "`") == std::string::npos &&
-          text.find("." + name + "`") == std::string::npos) {
+      // By itself, as the last part of a longer name, or as the first.
+      const std::vector<std::string> spellings = {"`" + name + "`", "." + name + "`",
+                                                  "`" + name + "."};
+      const bool isThere = std::any_of(
+          spellings.begin(), spellings.end(),
+          [&](const auto& spelling) { return text.find(spelling) != std::string::npos; });
+      if (!isNumber && !isThere) {
         missing.push_back(name);
       }
       before = name;
