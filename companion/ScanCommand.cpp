@@ -23,6 +23,12 @@ constexpr int statusFound = 1;
 constexpr int statusIncomplete = 2;
 constexpr const char* usage = "usage: vantrel scan PATH... [--json]\n";
 
+// What the words behind `vantrel scan` ask for.
+struct ScanWish {
+  std::vector<std::string> paths;  // made absolute
+  bool asJson = false;
+};
+
 // Relative paths begin where the command was given.
 std::string absolute(const std::string& path) {
   if (path.starts_with('/')) {
@@ -172,8 +178,7 @@ class Writer final : public ManualScanObserver {
   ManualScanResult result_;
 };
 
-}  // namespace
-
+// Returns nothing for words that it does not know, and without a path. What follows "--" is a path.
 std::optional<ScanWish> scanWishOf(const std::vector<std::string>& words) {
   ScanWish asked;
   bool mayBeOption = true;
@@ -182,8 +187,6 @@ std::optional<ScanWish> scanWishOf(const std::vector<std::string>& words) {
       mayBeOption = false;
     } else if (mayBeOption && word == "--json") {
       asked.asJson = true;
-    } else if (mayBeOption && word == "--window") {
-      asked.inWindow = true;
     } else if (word.empty() || (mayBeOption && word.starts_with('-'))) {
       return std::nullopt;
     } else {
@@ -193,10 +196,12 @@ std::optional<ScanWish> scanWishOf(const std::vector<std::string>& words) {
   return asked.paths.empty() ? std::nullopt : std::optional<ScanWish>(asked);
 }
 
+}  // namespace
+
 int runScanCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
                    const ScanCommandServices& services) {
   const std::optional<ScanWish> asked = scanWishOf(words);
-  if (!asked || asked->inWindow) {
+  if (!asked) {
     errors << usage;
     return statusIncomplete;
   }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <iosfwd>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,20 +16,11 @@ struct ScanCommandServices {
   AllowedFinds* allowed = nullptr;
 };
 
-// What the words behind `vantrel scan` ask for.
-struct ScanWish {
-  std::vector<std::string> paths;  // made absolute
-  bool asJson = false;
-  bool inWindow = false;  // --window: on the page instead, as file managers ask for it
-};
-// Returns nothing for words that it does not know, and without a path. What follows "--" is a path.
-std::optional<ScanWish> scanWishOf(const std::vector<std::string>& words);
-
 // `vantrel scan PATH… [--json]`: scans what the words behind "scan" name, on this thread. Writes a
 // line for each find and each file that was not scanned as it comes, and a report at the end; with
 // --json one document at the end (docs/json.md). SIGINT ends it in order, and the report follows.
 // Returns the exit status: 1 when anything was found, else 2 when anything was not scanned or the
-// words are wrong, or ask for the window, else 0.
+// words are wrong, else 0.
 int runScanCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
                    const ScanCommandServices& services);
 

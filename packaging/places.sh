@@ -6,6 +6,7 @@ prefix="$HOME/.local"
 data="${XDG_DATA_HOME:-$HOME/.local/share}"
 config="${XDG_CONFIG_HOME:-$HOME/.config}"
 program="$prefix/bin/vantrel-quillo"
+main_program="$prefix/bin/vantrel"
 resources="$prefix/lib/vantrel-quillo"
 # A set-user-ID program lies where root alone can write; the agent finds it through a link.
 helper="$(realpath -m /usr/local/lib/vantrel-quillo)/gfslogger"
@@ -75,15 +76,15 @@ note_made() {
 # As a person writes it.
 short() { case "$1" in "$HOME"/*) echo "~${1#"$HOME"}" ;; *) echo "$1" ;; esac; }
 
-# This user's agents, a line each: process, program. Those of other process namespaces, such as the
-# demonstration's, are none of ours.
-running_agents() {
+# running NAME: this user's processes of programs of that name, a line each: process, program. Those of
+# other process namespaces, such as the demonstration's, are none of ours.
+running() {
   local process program here
   here="$(readlink /proc/self/ns/pid)"
   for process in /proc/[0-9]*; do
     [ -O "$process" ] || continue
     program="$(readlink "$process/exe" 2>/dev/null)" || continue
-    case "${program% (deleted)}" in */vantrel-quillo) ;; *) continue ;; esac
+    case "${program% (deleted)}" in */"$1") ;; *) continue ;; esac
     [ "$(readlink "$process/ns/pid" 2>/dev/null)" = "$here" ] || continue
     echo "${process#/proc/} $program"
   done

@@ -96,6 +96,13 @@ say_if_unseen() {
   fi
 }
 
+# Each thing that has to be well, in the main application's words; its judgement is for people.
+say_what_is_well() {
+  echo
+  echo "What \`vantrel doctor\` says:"
+  timeout 60 "$main_program" doctor </dev/null 2>&1 || true
+}
+
 # Desktops that start what lies in the autostart folder; others leave that to their user.
 at_login() {
   local exec

@@ -13,22 +13,31 @@ _vantrel() {
   else
     case "$command" in
       status | doctor | test) words=--json ;;
-      quarantine) words=$(_vantrel_options "${COMP_WORDS[2]}") ;;
+      quarantine) _vantrel_quarantine "$current" ;;
       scan | explain) if [[ "$current" == -* ]]; then words=--json; else _vantrel_paths "$current"; fi ;;
       --open) _vantrel_paths "$current" ;;
     esac
   fi
   if [ -n "$words" ]; then mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current"); fi
 }
-_vantrel_options() {
-  case "$1" in
-    restore) echo '--all --json --make-folder --to' ;;
-    delete | check) echo '--all --json' ;;
-    *) echo --json ;;
-  esac
+# Files of the quarantine may be named by their paths; sets the caller's `words`.
+_vantrel_quarantine() {
+  if [ "${COMP_WORDS[COMP_CWORD - 1]}" = --to ]; then
+    _vantrel_paths "$1" -d
+  elif [[ "$1" != -* ]]; then
+    _vantrel_paths "$1"
+  else
+    case "${COMP_WORDS[2]}" in
+      list) words=--json ;;
+      restore) words='--all --json --make-folder --to' ;;
+      *) words='--all --json' ;;
+    esac
+  fi
 }
 _vantrel_paths() {
   compopt -o filenames 2>/dev/null || true  # outside of a completion there is none
-  mapfile -t COMPREPLY < <(compgen -f -- "$1")
+  local kind=-f
+  [ -z "${2-}" ] || kind="$2"
+  mapfile -t COMPREPLY < <(compgen "$kind" -- "$1")
 }
 complete -F _vantrel vantrel

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
@@ -81,6 +82,30 @@ TEST(Completions, OfferWhatCanBeDoneWithTheQuarantine) {
   EXPECT_EQ(byFish("vantrel quarantine "), actions);
 }
 
+TEST(Completions, OfferHowTheQuarantineIsDealtWith) {
+  const std::map<std::string, Words> taken = {
+      {"list", {"--json"}},
+      {"restore", {"--all", "--json", "--make-folder", "--to"}},
+      {"delete", {"--all", "--json"}},
+      {"check", {"--all", "--json"}}};
+  for (const auto& [action, expected] : taken) {
+    const std::string line = "vantrel quarantine " + action + " --";
+    EXPECT_EQ(byBash(line), expected) << line;
+    EXPECT_EQ(byZsh(line), expected) << line;
+    EXPECT_EQ(byFish(line), expected) << line;
+  }
+}
+
+TEST(Completions, OfferFoldersToRestoreTo) {
+  const TemporaryFolder folder;
+  folder.write("some-file");
+  const std::string path = folder.write("some-folder/file");
+  const std::string line = "vantrel quarantine restore --to " + folder.at("some-f");
+  const std::string expected = folder.at("some-folder");
+  EXPECT_EQ(byBash(line), Words{expected});
+  EXPECT_EQ(byFish(line), Words{expected + "/"});
+}
+
 TEST(Completions, OfferThePages) {
   const Words pages = {"folders", "help", "overview", "planned", "quarantine",
                        "results", "scan", "settings", "start"};
@@ -93,7 +118,7 @@ TEST(Completions, OfferFilesWhereFilesBelong) {
   const TemporaryFolder folder;
   const std::string path = folder.write("some-file");
   const std::string beginning = folder.at("some");
-  for (const std::string command : {"scan", "explain", "--open"}) {
+  for (const std::string command : {"scan", "explain", "--open", "quarantine check"}) {
     EXPECT_EQ(byBash("vantrel " + command + " " + beginning), Words{path}) << command;
     EXPECT_EQ(byZsh("vantrel " + command + " "), Words{"FILES"}) << command;
     EXPECT_EQ(byFish("vantrel " + command + " " + beginning), Words{path}) << command;
@@ -110,19 +135,6 @@ TEST(Completions, OfferJsonForEveryCommand) {
   }
 }
 
-TEST(Completions, OfferTheOptionsOfWhatIsDoneWithTheQuarantine) {
-  const Words restoring = {"--all", "--json", "--make-folder", "--to"};
-  const Words deleting = {"--all", "--json"};
-  for (const auto& [action, offered] :
-       {std::pair("restore", restoring), std::pair("delete", deleting), {"check", deleting}}) {
-    const std::string line = std::string("vantrel quarantine ") + action + " -";
-    EXPECT_EQ(byBash(line), offered) << line;
-    EXPECT_EQ(byZsh(line), offered) << line;
-    EXPECT_EQ(byFish(line + "-"), offered) << line;
-  }
-}
-
-// The manual page names each in its synopsis.
 TEST(Completions, NameWhatTheManualPageNames) {
   const std::string page = TemporaryFolder::read(QUILLO_SOURCE_DIR "/docs/man/vantrel.1");
   const std::string synopsis = page.substr(0, page.find(".SH DESCRIPTION"));

@@ -14,6 +14,7 @@
 #include "posix/Text.h"
 #include "tests/fakes/companion/ManualScanBench.h"
 #include "tests/process/FakeClientTree.h"
+#include "tests/support/DocumentedNames.h"
 
 namespace quillo {
 namespace {
@@ -32,7 +33,11 @@ class ScanCommandTest : public testing::Test {
   int run(const std::vector<std::string>& words) {
     return runScanCommand(words, out, errors, {bench.services(), &bench.history, nullptr});
   }
-  Json document() const { return Json::parse(out.str()); }
+  Json document() const {
+    const Json document = Json::parse(out.str());
+    EXPECT_EQ(undocumentedNames(document), std::vector<std::string>());
+    return document;
+  }
   std::string path(const std::string& name) const { return tree.files().at(name); }
 
   wrapper::FakeClientTree tree;
@@ -89,15 +94,6 @@ TEST_F(ScanCommandTest, TakesRelativePathsFromWhereItWasGiven) {
   EXPECT_EQ(run({"--json", "--", "--infected"}), 1);
   EXPECT_EQ(chdir(before.c_str()), 0);
   EXPECT_EQ(document()["found"][0]["path"], path("--infected"));
-}
-
-TEST_F(ScanCommandTest, LeavesTheWindowToWhoHasOne) {
-  const auto wish = scanWishOf({"--window", "--", "/a", "--json"});
-  ASSERT_TRUE(wish);
-  EXPECT_TRUE(wish->inWindow);
-  EXPECT_FALSE(wish->asJson);
-  EXPECT_EQ(wish->paths.size(), 2U);
-  EXPECT_EQ(run({"--window", "/a"}), 2);
 }
 
 TEST_F(ScanCommandTest, WritesOneDocumentAndNothingElse) {

@@ -153,8 +153,8 @@ TEST_F(SetUpCare, RemovesWhatWasReportedAndNamesWhatWasPutBack) {
   EXPECT_FALSE(fs::exists(state + "/told-no-tray-"));
   EXPECT_TRUE(fs::exists(state + "/put-back"));
   EXPECT_TRUE(
-      removal.says("  ~/.local/state/vantrel, where it is noted which files you have put "
-                   "back\n"))
+      removal.says("  ~/.local/state/vantrel, where it is noted what was found and which files "
+                   "you have put back\n"))
       << removal.output;
 }
 
@@ -166,6 +166,47 @@ TEST_F(SetUpCare, LeavesNoTraceOfWhatWasReported) {
   world.remove();
   fs::remove_all(inHome("Library"));
   EXPECT_EQ(world.listing(), before);
+}
+
+TEST_F(SetUpCare, RemovesThePlannedScansOfItsOwnProgramAlone) {
+  const std::string units = inHome(".config/systemd/user/");
+  makeUsers(units + "timers.target.wants");
+  const auto plan = [&](const std::string& id, const std::string& vantrel) {
+    world.writeAsUser(units + "vantrel-scan-" + id + ".timer",
+                      "[Timer]\nOnCalendar=*-*-* 12:30:00\n");
+    world.writeAsUser(
+        units + "vantrel-scan-" + id + ".service",
+        "[Service]\nExecStart=:\"" + vantrel + "\" scan --planned " + id + " -- \"/home\"\n");
+    shell("ln -s ../vantrel-scan-" + id + ".timer " + units + "timers.target.wants/");
+  };
+  world.setUp();
+  plan("ours", inHome(".local/bin/vantrel"));
+  plan("others", "/usr/bin/vantrel");
+  makeUsers(units + "vantrel-scan-ours.timer.d");
+  const Outcome removal = world.remove();
+  EXPECT_TRUE(removal.says("The planned scan vantrel-scan-ours (*-*-* 12:30:00) is removed.\n"))
+      << removal.output;
+  EXPECT_FALSE(removal.says("vantrel-scan-others")) << removal.output;
+  for (const std::string file : {".timer", ".service"}) {
+    EXPECT_FALSE(fs::exists(units + "vantrel-scan-ours" + file)) << file;
+    EXPECT_TRUE(fs::exists(units + "vantrel-scan-others" + file)) << file;
+  }
+  EXPECT_FALSE(fs::is_symlink(units + "timers.target.wants/vantrel-scan-ours.timer"));
+  EXPECT_TRUE(fs::is_symlink(units + "timers.target.wants/vantrel-scan-others.timer"));
+  EXPECT_TRUE(removal.says("/vantrel-scan-ours.timer.d, which you have written\n"))
+      << removal.output;
+}
+
+TEST_F(SetUpCare, EndsTheWindowThatIsOpen) {
+  world.setUp();
+  shell(
+      "QT_QPA_PLATFORM=offscreen exec nohup setsid -f dbus-run-session -- ~/.local/bin/vantrel "
+      "</dev/null >~/said 2>&1");
+  EXPECT_TRUE(awaitThat([&] { return shell("pgrep -x vantrel").status == 0; }));
+  const Outcome removal = world.remove();
+  EXPECT_EQ(shell("pgrep -x vantrel").status, 1);
+  EXPECT_TRUE(removal.says("Its window, or a scan that was asked for there, is ended.\n"))
+      << removal.output << contentsOfFile(inHome("said")).value_or("");
 }
 
 TEST_F(SetUpCare, EndsAnUpdateThatGoesOn) {

@@ -28,6 +28,38 @@ TEST_F(SetUp, GuardsAndDoesItFromTheNextLogInOn) {
   EXPECT_TRUE(outcome.says("At log-in: it starts by itself")) << outcome.output;
 }
 
+TEST_F(SetUp, EndsWithTheDoctorsWords) {
+  const Outcome outcome = world.setUp();
+  expectGuarding(outcome);
+  const Outcome doctor = world.asUser({inHome(".local/bin/vantrel"), "doctor"});
+  const std::size_t end = outcome.output.find("\n\nWhat `vantrel doctor` says:\n[");
+  ASSERT_NE(end, std::string::npos) << outcome.output;
+  const std::string last = doctor.output.substr(doctor.output.rfind("\n\n"));
+  EXPECT_TRUE(outcome.output.ends_with(last)) << outcome.output << "\n---\n" << doctor.output;
+}
+
+TEST_F(SetUp, HasTheMainApplicationStartedByTheBusTheMenuAndFileManagers) {
+  world.setUp();
+  const std::string vantrel = "\"" + inHome(".local/bin/vantrel") + "\"";
+  const std::string shared = inHome(".local/share/");
+  const auto expectIn = [&](const std::string& file, const std::string& words) {
+    EXPECT_NE(contentsOfFile(shared + file).value_or("").find(words), std::string::npos) << file;
+  };
+  expectIn("dbus-1/services/org.vantrel.Vantrel.service", "\nExec=" + vantrel + " --service\n");
+  expectIn("applications/org.vantrel.Vantrel.desktop", "\nExec=" + vantrel + "\n");
+  const std::string scan = vantrel + " --open -- ";
+  const std::string name = "org.vantrel.Vantrel.scan";
+  const std::string script = "nautilus/scripts/Scan with Vantrel";
+  const std::string serviceMenu = "kio/servicemenus/" + name + ".desktop";
+  expectIn(serviceMenu, "\nExec=" + scan + "%F\n");
+  expectIn("Thunar/sendto/" + name + ".desktop", "\nExec=" + scan + "%F\n");
+  expectIn("nemo/actions/" + name + ".nemo_action", "\nExec=" + scan + "%F\n");
+  expectIn(script, "\nexec " + scan + "\"$@\"\n");
+  for (const std::string& file : {script, serviceMenu}) {
+    EXPECT_EQ(fs::status(shared + file).permissions(), fs::perms(0755)) << file;
+  }
+}
+
 TEST_F(SetUp, SaysThatOnlyTheTestFileIsFoundAsLongAsDefinitionsAreMissing) {
   const Outcome outcome = world.setUp();
   EXPECT_TRUE(
@@ -63,6 +95,7 @@ TEST_F(SetUp, ThatCannotGuardSaysSoAndNothingElse) {
   EXPECT_EQ(outcome.status, 1) << outcome.output;
   EXPECT_TRUE(outcome.says("NOT guarding: ")) << outcome.output;
   EXPECT_FALSE(outcome.says("\nGuarding ")) << outcome.output;
+  EXPECT_TRUE(outcome.says("\n\nWhat `vantrel doctor` says:\n[")) << outcome.output;
 }
 
 TEST_F(SetUp, DoneTwiceLeavesTheAgentAlone) {

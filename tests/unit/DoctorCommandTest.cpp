@@ -7,6 +7,7 @@
 #include "posix/Version.h"
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/DocumentedNames.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -55,6 +56,7 @@ TEST_F(DoctorCommandTest, GivesADocument) {
   const nlohmann::json json = nlohmann::json::parse(out.str());
   EXPECT_EQ(json["version"], 1);
   EXPECT_EQ(json["command"], "doctor");
+  EXPECT_EQ(undocumentedNames(json), std::vector<std::string>());
   EXPECT_EQ(json["sign"], "problem");
   EXPECT_EQ(json["findings"][0]["check"], "agent");
   EXPECT_EQ(json["findings"][0]["sign"], "good");

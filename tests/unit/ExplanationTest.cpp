@@ -4,6 +4,7 @@
 
 #include "companion/ExplainCommand.h"
 #include "tests/fakes/desktop/PreferencePagesFixture.h"
+#include "tests/support/DocumentedNames.h"
 
 namespace quillo {
 namespace {
@@ -124,6 +125,7 @@ TEST_F(ExplanationTest, AsACommandWritesOneObjectOfJson) {
                            "\",\n  \"agent\": \"watching\",\n  \"exclusion\": {\n"
                            "    \"number\": 2,\n    \"pattern\": \"\\\\.iso$\",\n"
                            "    \"isExpression\": true\n  }\n}\n");
+  EXPECT_EQ(undocumentedNames(nlohmann::json::parse(out.str())), std::vector<std::string>());
 }
 
 TEST_F(ExplanationTest, AsACommandWritesNullForWhatThereIsNot) {

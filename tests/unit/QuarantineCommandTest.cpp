@@ -7,6 +7,7 @@
 #include "clamav/Verdict.h"
 #include "companion/QuarantineCommand.h"
 #include "tests/fakes/scanning/QuarantineFixture.h"
+#include "tests/support/DocumentedNames.h"
 
 namespace quillo {
 namespace {
@@ -21,7 +22,11 @@ class QuarantineCommandTest : public testing::Test, protected QuarantineFixture 
     errors.str("");
     return runQuarantineCommand(words, out, errors, services);
   }
-  Json document() const { return Json::parse(out.str()); }
+  Json document() const {
+    const Json document = Json::parse(out.str());
+    EXPECT_EQ(undocumentedNames(document), std::vector<std::string>());
+    return document;
+  }
 
   std::ostringstream out;
   std::ostringstream errors;

@@ -8,6 +8,7 @@
 #include "posix/Version.h"
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/DocumentedNames.h"
 #include "tests/support/ManualClock.h"
 
 namespace quillo {
@@ -36,7 +37,9 @@ class StatusCommandTest : public testing::Test {
   }
   nlohmann::json document() {
     run({"--json"});
-    return nlohmann::json::parse(out.str());
+    const nlohmann::json document = nlohmann::json::parse(out.str());
+    EXPECT_EQ(undocumentedNames(document), std::vector<std::string>());
+    return document;
   }
   std::string firstLine() { return out.str().substr(0, out.str().find('\n')); }
 
