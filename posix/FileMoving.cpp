@@ -35,7 +35,7 @@ int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder
   return renameat(fromFolder, from.c_str(), toFolder, to.c_str()) == 0 ? 0 : errno;
 }
 
-int copyContents(int source, int target) {
+int copyContents(int source, int target, std::int64_t longest) {
   std::array<char, 65536> bytes;
   for (off_t place = 0;;) {
     const ssize_t count = pread(source, bytes.data(), bytes.size(), place);
@@ -50,6 +50,9 @@ int copyContents(int source, int target) {
       return errno;
     }
     place += static_cast<off_t>(size);
+    if (place > longest) {
+      return EFBIG;
+    }
   }
 }
 

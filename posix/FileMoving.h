@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <limits>
 #include <string>
 
 namespace quillo {
@@ -10,8 +12,9 @@ namespace quillo {
 int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
                            const std::string& to);
 // Copies all of an open file to where `target` stands, without moving the place of `source`, which
-// somebody else may share. Returns 0 or an errno.
-int copyContents(int source, int target);
+// somebody else may share. Returns 0 or an errno: EFBIG when it holds more than `longest` bytes.
+int copyContents(int source, int target,
+                 std::int64_t longest = std::numeric_limits<std::int64_t>::max());
 // Returns a hidden name that nobody can foresee; "" when the system has no random bytes.
 std::string secretName();
 // Returns true when a name is made like those.

@@ -4,10 +4,10 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <limits>
 #include <optional>
 
 #include "posix/FileMoving.h"
@@ -104,6 +104,7 @@ struct MoveFolder::Source {
   std::string path;
   int file = -1;
   struct stat status = {};
+  std::int64_t largest = 0;
   std::optional<QuarantineRecord> record;
 
   bool leadsThere(int folder, const std::string& entry) const {
@@ -130,12 +131,13 @@ std::string MoveFolder::find(Source& source) const {
 }
 
 MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned,
-                                     std::string_view threat) {
+                                     std::string_view threat, std::uint64_t largest) {
   Source source;
   source.parent = openWithoutLinks(deletingLastPathComponent(path), O_PATH | O_DIRECTORY);
   source.name = lastPathComponent(path);
   source.path = path;
   source.file = scanned;
+  source.largest = static_cast<std::int64_t>(std::min(largest, engineCeiling));
   Outcome outcome;
   outcome.text = find(source);
   if (!outcome.text.empty()) {
@@ -200,8 +202,8 @@ std::string MoveFolder::prepareRecord(Source& source, std::string_view threat) {
   record.threat = threat;
   record.moved = clock_.wallTime();
   record.identity = *identity;
-  record.hash =
-      sha256OfFile(source.file, std::numeric_limits<std::int64_t>::max()).value_or(std::string());
+  const std::int64_t size = source.status.st_size;
+  record.hash = size > source.largest ? "" : sha256OfFile(source.file, size).value_or("");
   record.mode = source.status.st_mode & 07777U;
   record.owner = source.status.st_uid;
   record.accessed = nanoseconds(source.status.st_atim);
@@ -285,7 +287,7 @@ int MoveFolder::copy(Source& source, const std::string& name) {
   if (!target) {
     return errno;
   }
-  int error = copyContents(source.file, target.get());
+  int error = copyContents(source.file, target.get(), source.largest);
   if (error == 0 && fsync(target.get()) != 0) {
     error = errno;
   }
