@@ -9,7 +9,7 @@ namespace quillo {
 AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Throbber& menu)
     : services(given),
       mainMenu(menu),
-      putBackFiles(desktop.folders.stateFolder(), desktop.systemLog),
+      putBackFiles(desktop.folders.stateFolder(), desktop.systemLog, given.clock),
       progressLog(desktop.systemLog),
       abortedScans(desktop.systemLog, &progressLog),
       scannerCount(given.clock),

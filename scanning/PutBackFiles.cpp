@@ -15,6 +15,7 @@
 
 #include "clamav/Verdict.h"
 #include "platform/SystemLog.h"
+#include "posix/Clock.h"
 #include "posix/FileFacts.h"
 #include "posix/FileMoving.h"
 #include "posix/OwnFile.h"
@@ -31,6 +32,9 @@ constexpr std::int64_t longestStore = 64LL * 1024 * 1024;
 // So many lines more than twice those that count are not worth a new file.
 constexpr std::size_t fewLines = 1000;
 constexpr int mostTries = 100;
+// A line is added in far less.
+constexpr int locksTried = 20;
+constexpr std::chrono::milliseconds betweenTries(5);
 // Not every file manager gives a file its time back to the last nanosecond.
 constexpr std::int64_t finestTime = 1000;
 
@@ -61,6 +65,17 @@ bool isHash(std::string_view text) {
 bool isOwn(const struct stat& status) {
   return S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
          (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+// Returns 0 or an errno: EWOULDBLOCK when somebody else keeps it locked.
+int lockSoon(int file, Clock& clock) {
+  for (int tries = 0; flock(file, LOCK_EX | LOCK_NB) != 0; ++tries) {
+    if ((errno != EWOULDBLOCK && errno != EINTR) || tries == locksTried) {
+      return errno;
+    }
+    clock.sleepFor(betweenTries);
+  }
+  return 0;
 }
 
 std::uint64_t keyOf(const FileIdentity& identity) {
@@ -94,8 +109,8 @@ std::optional<FilePrint> FilePrint::of(const std::string& path) {
   return print;
 }
 
-PutBackFiles::PutBackFiles(std::string folder, SystemLog& log)
-    : folder_(std::move(folder)), log_(log) {}
+PutBackFiles::PutBackFiles(std::string folder, SystemLog& log, Clock& clock)
+    : folder_(std::move(folder)), log_(log), clock_(clock) {}
 
 void PutBackFiles::hasLeft(const Verdict& infection, const FilePrint& found) {
   add({Kind::file, infection.file(), infection.threat, found});
@@ -307,15 +322,19 @@ void PutBackFiles::readOn(int file, std::int64_t size) {
   }
 }
 
-// The file that bears the name once it is locked; none when there is none that can be added to.
-UniqueFd PutBackFiles::openLocked() {
+// The file that bears the name once it is locked; none when there is none that can be added to. It
+// is a problem when there is one, and it cannot be locked.
+UniqueFd PutBackFiles::openLocked(std::string& problem) {
   const std::string path = folder_ + fileName;
   for (int tries = 0; tries < mostTries; ++tries) {
     UniqueFd file(open(path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat opened = {};
     struct stat named = {};
-    if (!file || fstat(file.get(), &opened) != 0 || !isOwn(opened) ||
-        flock(file.get(), LOCK_EX) != 0) {
+    if (!file || fstat(file.get(), &opened) != 0 || !isOwn(opened)) {
+      return UniqueFd();
+    }
+    if (const int error = lockSoon(file.get(), clock_); error != 0) {
+      problem = path + " cannot be locked: " + std::strerror(error);
       return UniqueFd();
     }
     if (lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino &&
@@ -329,8 +348,11 @@ UniqueFd PutBackFiles::openLocked() {
 std::string PutBackFiles::keep(const Entry& entry) {
   std::string problem;
   for (int tries = 0; tries < mostTries; ++tries) {
-    const UniqueFd file = openLocked();
+    const UniqueFd file = openLocked(problem);
     refresh();
+    if (!problem.empty()) {
+      break;
+    }
     if (file && canGrow()) {
       return append(file.get(), entry);
     }
@@ -350,9 +372,14 @@ std::string PutBackFiles::append(int file, const Entry& entry) {
   struct stat status = {};
   // Behind half a line, which a crash or a full disk left, begins a new one.
   const bool endsInHalfALine = fstat(file, &status) == 0 && status.st_size > read_;
-  if (!writeAll(file, (endsInHalfALine ? "\n" : "") + lineOf(entry))) {
+  std::string lines = endsInHalfALine ? "\n" : "";
+  for (const Entry& unkept : unkept_) {
+    lines += lineOf(unkept);
+  }
+  if (!writeAll(file, lines + lineOf(entry))) {
     return folder_ + fileName + " cannot be written: " + std::strerror(errno);
   }
+  unkept_.clear();
   refresh();
   return {};
 }

@@ -15,6 +15,7 @@
 
 namespace quillo {
 
+class Clock;
 class SystemLog;
 
 // A file and what it holds, so that it is known again in another place.
@@ -41,8 +42,9 @@ class PutBackFiles {
   static constexpr std::size_t most = 20000;
 
   // `folder` is made when there is something to keep. What cannot be kept is known as long as this
-  // process runs, and the reason is logged.
-  PutBackFiles(std::string folder, SystemLog& log);
+  // process runs, and the reason is logged. Who holds the lock is not waited for for long: others
+  // who can read the file can hold it too.
+  PutBackFiles(std::string folder, SystemLog& log, Clock& clock);
 
   // Keeps a file that left its place, as it was found there.
   void hasLeft(const Verdict& infection, const FilePrint& found);
@@ -81,7 +83,7 @@ class PutBackFiles {
   void readOn(int file, std::int64_t size) QUILLO_REQUIRES(lock_);
   // Returns what went wrong; "" when the entry is in the file.
   std::string keep(const Entry& entry) QUILLO_REQUIRES(lock_);
-  UniqueFd openLocked() QUILLO_REQUIRES(lock_);
+  UniqueFd openLocked(std::string& problem) QUILLO_REQUIRES(lock_);
   bool canGrow() const QUILLO_REQUIRES(lock_);
   std::string append(int file, const Entry& entry) QUILLO_REQUIRES(lock_);
   bool writeAnew(bool replaces, std::string& problem) QUILLO_REQUIRES(lock_);
@@ -92,6 +94,7 @@ class PutBackFiles {
   // Constant after construction.
   const std::string folder_;
   SystemLog& log_;
+  Clock& clock_;
   Mutex lock_;
   // The latest last.
   Entries entries_ QUILLO_GUARDED_BY(lock_);
