@@ -56,7 +56,7 @@ struct QuarantineOutcome {
   Reason reason = Reason::done;
   int error = 0;                  // errno(3), where a call failed
   std::string path;               // where it lies now, or was to lie
-  std::string detail;             // of `notAllowed`: why
+  std::string detail = {};        // of `notAllowed`: why
   bool areAttributesKept = true;  // false: it is there, but with another mode or time
 
   bool isDone() const { return reason == Reason::done; }
