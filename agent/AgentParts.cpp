@@ -9,7 +9,7 @@ namespace quillo {
 AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Throbber& menu)
     : services(given),
       mainMenu(menu),
-      putBackFiles(desktop.folders.stateFolder(), desktop.systemLog),
+      putBackFiles(desktop.folders.stateFolder(), desktop.systemLog, given.clock),
       progressLog(desktop.systemLog),
       abortedScans(desktop.systemLog, &progressLog),
       scannerCount(given.clock),
@@ -101,7 +101,7 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       quarantineRecheck(
           {given.clock, desktop.localizedStrings, notifications, desktop.systemLog, given.threads,
            [this] { return services.preferences.value(key::quarantineFolder).value_or(""); },
-           [this] { return preferences.settings()->clamScanPATH.value_or(""); }}),
+           [this] { return preferences.settings()->clamScanPATH.value_or(""); }, &runningScanners}),
       health({given.clock, desktop.systemLog, statusBoard,
               [this] {
                 const LoadedDefinitions loaded = clamdLink.loadedDefinitions();

@@ -207,27 +207,47 @@ bool VerdictSender::mayMove(std::chrono::milliseconds wait) {
 
 void VerdictSender::reportOutcome(const Verdict& verdict) { send(outcomeRecord, verdict, false); }
 
-std::optional<VerdictReceiver> VerdictReceiver::make() {
+std::optional<VerdictReceiver> VerdictReceiver::make(std::chrono::milliseconds moveWait) {
   int ends[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
     return std::nullopt;
   }
-  return VerdictReceiver(UniqueFd(ends[0]), UniqueFd(ends[1]));
+  return VerdictReceiver(UniqueFd(ends[0]), UniqueFd(ends[1]), moveWait);
 }
 
-VerdictReceiver::VerdictReceiver(UniqueFd own, UniqueFd scanners)
-    : own_(std::move(own)), scanners_(std::move(scanners)) {}
+VerdictReceiver::VerdictReceiver(UniqueFd own, UniqueFd scanners,
+                                 std::chrono::milliseconds moveWait)
+    : own_(std::move(own)), scanners_(std::move(scanners)), moveWait_(moveWait) {}
 
-void VerdictReceiver::receive(bool wait) {
+bool VerdictReceiver::canBeRead(std::chrono::steady_clock::time_point deadline) const {
+  for (;;) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    pollfd watched = {own_.get(), POLLIN, 0};
+    const int ready = poll(&watched, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
+    if (ready >= 0 || errno != EINTR) {
+      return ready > 0;
+    }
+  }
+}
+
+void VerdictReceiver::receive(std::chrono::milliseconds wait) {
+  const auto deadline = std::chrono::steady_clock::now() + wait;
   const std::size_t before = records_.size();
   std::array<char, 65536> piece;
   while (!ended_) {
-    const bool mustWait = wait && records_.size() == before;
-    const ssize_t count = recv(own_.get(), piece.data(), piece.size(), mustWait ? 0 : MSG_DONTWAIT);
+    const bool mustWait = wait.count() > 0 && records_.size() == before;
+    if (mustWait && !canBeRead(deadline)) {
+      return;
+    }
+    const ssize_t count = recv(own_.get(), piece.data(), piece.size(), MSG_DONTWAIT);
     if (count < 0 && errno == EINTR) {
       continue;
     }
     if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      if (mustWait) {
+        continue;
+      }
       return;
     }
     if (count <= 0) {
@@ -284,7 +304,7 @@ void VerdictReceiver::takeRecord(std::string_view body) {
 }
 
 bool VerdictReceiver::drain() {
-  receive(false);
+  receive({});
   return !ended_;
 }
 
@@ -302,7 +322,7 @@ std::optional<VerdictReceiver::Record> VerdictReceiver::takeRecordOf(std::string
 
 Verdict VerdictReceiver::understand(std::string_view line,
                                     const std::function<bool(const Verdict& infection)>& mayMove) {
-  receive(false);
+  receive({});
   std::optional<Record> record = takeRecordOf(line);
   if (!record) {
     Verdict verdict = Verdict::parse(line);
@@ -328,13 +348,16 @@ void VerdictReceiver::awaitOutcome(Record& record, bool mayMove) {
       static_cast<ssize_t>(answer.size())) {
     ended_ = true;
   }
-  receive(records_.empty());
+  receive(records_.empty() ? moveWait_ : std::chrono::milliseconds());
   if (!records_.empty() && records_.front().type == outcomeRecord) {
     const Verdict& outcome = records_.front().verdict;
     verdict.whereabouts = outcome.whereabouts;
     verdict.reason = outcome.reason;
     verdict.destination = outcome.destination;
     records_.pop_front();
+  } else if (records_.empty() && !ended_) {
+    verdict.whereabouts = Verdict::Whereabouts::unsaid;
+    verdict.reason = "the scanner has not said what became of it";
   } else {
     // It ended over the move, before it or behind it. What cannot be looked at has not gone.
     struct stat status = {};

@@ -87,8 +87,13 @@ class VerdictSender {
 // The reader's end. One thread.
 class VerdictReceiver {
  public:
-  // Returns nothing when no socket can be had; the report then stands alone.
-  static std::optional<VerdictReceiver> make();
+  // The longest that a move may take. A file of the largest size that the engine takes is read and
+  // copied to a slow stick in less.
+  static constexpr std::chrono::minutes longestMove{15};
+
+  // Returns nothing when no socket can be had; the report then stands alone. A move of which
+  // nothing is heard within `moveWait` is one whose end nobody knows.
+  static std::optional<VerdictReceiver> make(std::chrono::milliseconds moveWait = longestMove);
 
   // Returns the end for the scanner. letGo() follows once the scanner has been started: the
   // scanner's end alone then keeps the channel open.
@@ -103,7 +108,8 @@ class VerdictReceiver {
 
   // Returns what is known of a line of the report: from the channel where the scanner uses it, else
   // from the line alone. Lets the scanner move a file that it is about to move, unless `mayMove` is
-  // given and forbids it, and waits until it has said what became of it, or has ended.
+  // given and forbids it, and waits until it has said what became of it, has ended, or has taken
+  // too long; then its whereabouts are unsaid.
   Verdict understand(std::string_view line,
                      const std::function<bool(const Verdict& infection)>& mayMove = {});
 
@@ -120,9 +126,10 @@ class VerdictReceiver {
     Verdict verdict;
   };
 
-  VerdictReceiver(UniqueFd own, UniqueFd scanners);
-  // Takes in what has come; with `wait` at least one record, unless the scanner has ended.
-  void receive(bool wait);
+  VerdictReceiver(UniqueFd own, UniqueFd scanners, std::chrono::milliseconds moveWait);
+  // Takes in what has come; waits so long for at least one record, unless the scanner has ended.
+  void receive(std::chrono::milliseconds wait);
+  bool canBeRead(std::chrono::steady_clock::time_point deadline) const;
   void takeRecords();
   void takeRecord(std::string_view body);
   // Takes the record of this line out, and those before it, whose lines never came.
@@ -131,6 +138,7 @@ class VerdictReceiver {
 
   UniqueFd own_;
   UniqueFd scanners_;
+  std::chrono::milliseconds moveWait_;
   std::string bytes_;
   std::deque<Record> records_;
   ProgressHandler onProgress_;

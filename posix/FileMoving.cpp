@@ -18,6 +18,25 @@ namespace {
 constexpr std::size_t randomBytes = 12;
 constexpr std::string_view letters = "abcdefghijklmnop";
 
+bool isSameFile(int folder, const std::string& name, int otherFolder, const std::string& other) {
+  struct stat here = {};
+  struct stat there = {};
+  return fstatat(folder, name.c_str(), &here, AT_SYMLINK_NOFOLLOW) == 0 &&
+         fstatat(otherFolder, other.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
+         here.st_dev == there.st_dev && here.st_ino == there.st_ino;
+}
+
+// Takes the first of two names of a file, if it is still one. Returns 0 or an errno, and then the
+// file has no second.
+int endFirstName(int fromFolder, const std::string& from, int toFolder, const std::string& to) {
+  if (!isSameFile(fromFolder, from, toFolder, to) || unlinkat(fromFolder, from.c_str(), 0) == 0) {
+    return 0;
+  }
+  const int error = errno;
+  unlinkat(toFolder, to.c_str(), 0);
+  return error;
+}
+
 }  // namespace
 
 int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
@@ -28,6 +47,12 @@ int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder
   if (errno != EINVAL && errno != ENOSYS) {
     return errno;
   }
+  if (linkat(fromFolder, from.c_str(), toFolder, to.c_str(), 0) == 0) {
+    return endFirstName(fromFolder, from, toFolder, to);
+  }
+  if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EMLINK) {
+    return errno;
+  }
   struct stat taken = {};
   if (fstatat(toFolder, to.c_str(), &taken, AT_SYMLINK_NOFOLLOW) == 0) {
     return EEXIST;
@@ -35,7 +60,7 @@ int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder
   return renameat(fromFolder, from.c_str(), toFolder, to.c_str()) == 0 ? 0 : errno;
 }
 
-int copyContents(int source, int target) {
+int copyContents(int source, int target, std::int64_t longest) {
   std::array<char, 65536> bytes;
   for (off_t place = 0;;) {
     const ssize_t count = pread(source, bytes.data(), bytes.size(), place);
@@ -50,7 +75,20 @@ int copyContents(int source, int target) {
       return errno;
     }
     place += static_cast<off_t>(size);
+    if (place > longest) {
+      return EFBIG;
+    }
   }
+}
+
+int makeHarmless(int file) {
+  constexpr mode_t dangerous = S_ISUID | S_ISGID | S_IXUSR | S_IXGRP | S_IXOTH;
+  struct stat status = {};
+  if (fstat(file, &status) != 0) {
+    return errno;
+  }
+  const bool harmless = (status.st_mode & dangerous) == 0;
+  return harmless || fchmod(file, status.st_mode & 07777U & ~dangerous) == 0 ? 0 : errno;
 }
 
 std::string secretName() {

@@ -15,9 +15,14 @@
 namespace quillo {
 namespace {
 
-// In all a tenth of a second; who tidies up needs less.
-constexpr int patience = 100;
-constexpr std::chrono::milliseconds betweenTries(1);
+// In all several seconds: who tidies up lets go after a few hundred records, each of which may have
+// to wait for the disk.
+constexpr int patience = 500;
+constexpr std::chrono::milliseconds betweenTries(10);
+
+std::string asideOf(const std::string& entry) {
+  return entry + std::string(RecordFolder::asideEnding);
+}
 
 bool isOwn(const struct stat& status) {
   return status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
@@ -107,6 +112,23 @@ void RecordFolder::confirm(const std::string& file) {
 
 void RecordFolder::remove(const std::string& file) {
   unlinkat(folder_.get(), entryFor(file).c_str(), 0);
+  unlinkat(folder_.get(), asideOf(entryFor(file)).c_str(), 0);
+}
+
+int RecordFolder::setAside(const std::string& file) {
+  const std::string entry = entryFor(file);
+  const int error = renameWithoutReplacing(folder_.get(), entry, folder_.get(), asideOf(entry));
+  return error == ENOENT ? 0 : error;
+}
+
+bool RecordFolder::bringBack(const std::string& file) {
+  const std::string entry = entryFor(file);
+  return renameat(folder_.get(), asideOf(entry).c_str(), folder_.get(), entry.c_str()) == 0;
+}
+
+void RecordFolder::bringBackEntry(const std::string& aside) {
+  renameWithoutReplacing(folder_.get(), aside, folder_.get(),
+                         aside.substr(0, aside.size() - asideEnding.size()));
 }
 
 std::optional<QuarantineRecord> RecordFolder::find(const std::string& file) const {

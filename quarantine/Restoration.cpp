@@ -123,9 +123,10 @@ bool Restoration::begin(const QuarantineStore::Target& target) {
          quarantine_.beginWriting(clock_, outcome_);
 }
 
-// What there is now counts, not what there was when the file was listed.
+// What there is now counts, not what there was when the file was listed. A record that is of other
+// contents, or does not say of which, tells nothing about a file that is not the one recorded.
 bool Restoration::takeRecord() {
-  const auto now = quarantine_.fileNamed(file_.name);
+  auto now = quarantine_.fileNamed(file_.name);
   if (!now) {
     return fail(Reason::gone);
   }
@@ -136,12 +137,15 @@ bool Restoration::takeRecord() {
       return fail(Reason::failed, errno);
     }
     if (now->origin == QuarantinedFile::Origin::unverified && *hash != record_.hash) {
-      return fail(Reason::changed);
+      now->origin = QuarantinedFile::Origin::unknown;
+      record_ = recordFor(*now, opened_.get());
+      isRecordAnothers_ = true;
     }
     record_.hash = *hash;
   }
   record_.identity = now->identity;
   if (now->origin == QuarantinedFile::Origin::damaged) {
+    isRecordAnothers_ = true;
     outcome_.reason = Reason::recordDamaged;
   } else if (record_.origin.empty()) {
     outcome_.reason = Reason::originUnknown;
@@ -184,11 +188,24 @@ bool Restoration::isFree() {
   return errno == ENOENT || fail(QuarantineOutcome::reasonOf(errno), errno);
 }
 
+bool Restoration::allow(const FileIdentity& restored) {
+  outcome_.detail = allow_(outcome_.path, restored, record_.hash);
+  return outcome_.detail.empty() || fail(Reason::notAllowed);
+}
+
 int Restoration::noteLeaving(const FileIdentity& restored) {
   record_.state = QuarantineRecord::State::restoring;
   record_.target = outcome_.path;
   record_.restored = restored;
-  return quarantine_.records.replace(record_);
+  const int error = setRecordAside();
+  return error == 0 ? quarantine_.records.replace(record_) : error;
+}
+
+// Once, and only where the one that is written would take its place.
+int Restoration::setRecordAside() {
+  const int error = isRecordAnothers_ ? quarantine_.records.setAside(record_.name) : 0;
+  isRecordAnothers_ = isRecordAnothers_ && error != 0;
+  return error;
 }
 
 void Restoration::giveTimesBack(int file) {
@@ -209,14 +226,28 @@ void Restoration::giveModeBack(int file) {
 // Has its record say again that it lies where it lay. Returns false when it does not.
 bool Restoration::stay() {
   record_.state = QuarantineRecord::State::moved;
-  const auto now = FileIdentity::in(quarantine_.folder.get(), record_.name);
+  int error = 0;
+  const auto now = FileIdentity::in(quarantine_.folder.get(), record_.name, error);
   if (now) {
-    record_.identity = *now;
-    quarantine_.records.replace(record_);
-  } else {
+    const auto opened = FileIdentity::of(opened_.get());
+    // Of another file that bears its name by now the record is not to speak.
+    if (opened && isSameInFolder(*now, *opened)) {
+      record_.identity = *now;
+    }
+    if (!quarantine_.records.bringBack(record_.name)) {
+      quarantine_.records.replace(record_);
+    }
+  } else if (error == ENOENT) {
     quarantine_.records.remove(record_.name);
   }
-  return now.has_value();
+  return error != ENOENT;
+}
+
+// Whether its name still leads to the file that was opened: what goes, goes by its name.
+bool Restoration::isStillIt() {
+  const auto named = FileIdentity::in(quarantine_.folder.get(), record_.name);
+  const auto opened = FileIdentity::of(opened_.get());
+  return (named && opened && isSameInFolder(*named, *opened)) || fail(Reason::changed);
 }
 
 // Its time first, so that it arrives as it is to stay; the right to run it last.
@@ -224,13 +255,17 @@ void Restoration::moveHome() {
   FileIdentity restored = record_.identity;
   restored.changed = record_.changed;
   if (const int error = noteLeaving(restored); error != 0) {
+    quarantine_.records.bringBack(record_.name);
     fail(QuarantineOutcome::reasonOf(error), error);
     return;
   }
   giveTimesBack(opened_.get());
   if (const auto now = FileIdentity::of(opened_.get())) {
     record_.identity = *now;
-    allow_(outcome_.path, *now, record_.hash);
+  }
+  if (!allow(record_.identity) || !isStillIt()) {
+    stay();
+    return;
   }
   const int error =
       renameWithoutReplacing(quarantine_.folder.get(), record_.name, folder_.get(), name_);
@@ -269,7 +304,9 @@ bool Restoration::publish(UniqueFd& copy, const std::string& secret) {
   const auto identity = FileIdentity::of(copy.get());
   int error = identity ? noteLeaving(*identity) : EIO;
   if (error == 0) {
-    allow_(outcome_.path, *identity, record_.hash);
+    if (!allow(*identity)) {
+      return false;
+    }
     if (!secret.empty()) {
       error = renameWithoutReplacing(folder_.get(), secret, folder_.get(), name_);
     } else if (linkat(AT_FDCWD, ("/proc/self/fd/" + std::to_string(copy.get())).c_str(),
@@ -295,6 +332,10 @@ void Restoration::copyHome() {
     return;
   }
   syncFolder(folder_.get());
+  if (!isStillIt()) {
+    quarantine_.records.remove(record_.name);
+    return;
+  }
   if (unlinkat(quarantine_.folder.get(), record_.name.c_str(), 0) != 0) {
     fail(QuarantineOutcome::reasonOf(errno), errno);
     return;

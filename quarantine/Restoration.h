@@ -25,8 +25,11 @@ class Restoration {
   void copyHome();
   int fillCopy(int copy);
   bool publish(UniqueFd& copy, const std::string& secret);
+  bool allow(const FileIdentity& restored);
   int noteLeaving(const FileIdentity& restored);
   bool stay();
+  bool isStillIt();
+  int setRecordAside();
   void giveTimesBack(int file);
   void giveModeBack(int file);
   bool fail(QuarantineOutcome::Reason reason, int error = 0);
@@ -37,8 +40,9 @@ class Restoration {
   const QuarantineStore::Allow& allow_;
   UniqueFd opened_;
   QuarantineRecord record_;
-  UniqueFd folder_;   // the one that it goes to
-  std::string name_;  // there
+  bool isRecordAnothers_ = false;  // what bears its name is not of this file, or not readable
+  UniqueFd folder_;                // the one that it goes to
+  std::string name_;               // there
   QuarantineOutcome outcome_;
 };
 

@@ -1,9 +1,9 @@
 #include "quarantine/Tidying.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "posix/FileMoving.h"
@@ -15,6 +15,7 @@ namespace quillo {
 namespace {
 
 constexpr std::size_t hashLength = 64;
+constexpr std::size_t atOnce = 200;
 
 bool isRecordsName(const std::string& entry) {
   return entry.size() == hashLength &&
@@ -37,7 +38,7 @@ bool hasArrived(const QuarantineRecord& record) {
 }
 
 void endRestoring(OpenQuarantine& quarantine, QuarantineRecord& record,
-                  const std::optional<FileIdentity>& here) {
+                  const std::optional<FileIdentity>& here, bool isGone) {
   const bool isStillHere = here && isSameInFolder(*here, record.restored);
   if (!isStillHere && hasArrived(record)) {
     // What a copy was made of goes, if that is still it.
@@ -48,27 +49,40 @@ void endRestoring(OpenQuarantine& quarantine, QuarantineRecord& record,
   } else if (here && record.isOf(*here)) {
     record.state = QuarantineRecord::State::moved;
     record.identity = *here;
-    quarantine.records.replace(record);
-  } else if (!here) {
+    if (!quarantine.records.bringBack(record.name)) {
+      quarantine.records.replace(record);
+    }
+  } else if (isGone) {
     quarantine.records.remove(record.name);
   }
 }
 
+// Who moved it may not have come to that.
+void takeRights(const OpenQuarantine& quarantine, const QuarantineRecord& record) {
+  const UniqueFd file(openat(quarantine.folder.get(), record.name.c_str(),
+                             O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  const auto identity = file ? FileIdentity::of(file.get()) : std::nullopt;
+  if (identity && record.isOf(*identity)) {
+    makeHarmless(file.get());
+  }
+}
+
 void settle(OpenQuarantine& quarantine, QuarantineRecord& record) {
-  const auto here = FileIdentity::in(quarantine.folder.get(), record.name);
+  int error = 0;
+  const auto here = FileIdentity::in(quarantine.folder.get(), record.name, error);
+  // What a disk does not tell is no reason to forget anything.
+  const bool isGone = error == ENOENT;
   if (here && isSettled(record, *here)) {
     return;
   }
   if (record.state == QuarantineRecord::State::restoring) {
-    endRestoring(quarantine, record, here);
+    endRestoring(quarantine, record, here, isGone);
     return;
   }
-  struct stat status = {};
-  const bool isTaken =
-      fstatat(quarantine.folder.get(), record.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-  if (!isTaken) {
+  if (isGone) {
     quarantine.records.remove(record.name);
   } else if (here && record.isOf(*here)) {
+    takeRights(quarantine, record);
     quarantine.records.confirm(record.name);
   }
 }
@@ -76,21 +90,28 @@ void settle(OpenQuarantine& quarantine, QuarantineRecord& record) {
 }  // namespace
 
 bool tidyUp(OpenQuarantine& quarantine, const std::unordered_set<std::string>& settled) {
-  bool hasMetAny = false;
+  std::size_t met = 0;
   for (const std::string& entry : quarantine.records.entries()) {
     if (settled.count(entry) > 0) {
       continue;
     }
-    hasMetAny = true;
+    if (++met % atOnce == 0) {
+      quarantine.records.letGo();
+      if (!quarantine.records.startTidying()) {
+        break;
+      }
+    }
     if (isSecretName(entry)) {
       unlinkat(quarantine.records.descriptor(), entry.c_str(), 0);
+    } else if (RecordFolder::isAside(entry)) {
+      quarantine.records.bringBackEntry(entry);
     } else if (isRecordsName(entry)) {
       if (auto record = quarantine.records.at(entry)) {
         settle(quarantine, *record);
       }
     }
   }
-  return hasMetAny;
+  return met > 0;
 }
 
 }  // namespace quillo

@@ -15,6 +15,7 @@
 
 #include "clamav/Verdict.h"
 #include "platform/SystemLog.h"
+#include "posix/Clock.h"
 #include "posix/FileFacts.h"
 #include "posix/FileMoving.h"
 #include "posix/OwnFile.h"
@@ -25,12 +26,14 @@ namespace {
 
 constexpr char fileName[] = "/put-back";
 constexpr char header[] = "vantrel-quillo put-back 1";
-constexpr std::int64_t longestHashed = 64LL * 1024 * 1024;
 // Far beyond what is ever written.
 constexpr std::int64_t longestStore = 64LL * 1024 * 1024;
 // So many lines more than twice those that count are not worth a new file.
 constexpr std::size_t fewLines = 1000;
 constexpr int mostTries = 100;
+// A line is added in far less.
+constexpr int locksTried = 20;
+constexpr std::chrono::milliseconds betweenTries(5);
 // Not every file manager gives a file its time back to the last nanosecond.
 constexpr std::int64_t finestTime = 1000;
 
@@ -52,15 +55,21 @@ bool areOnTwoFileSystems(const std::string& folder, const std::string& other) {
          here.st_dev != there.st_dev;
 }
 
-bool isHash(std::string_view text) {
-  return text.empty() ||
-         (text.size() == 64 && text.find_first_not_of("0123456789abcdef") == std::string::npos);
-}
-
 // The file itself, and what this user alone can have written.
 bool isOwn(const struct stat& status) {
   return S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
          (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+// Returns 0 or an errno: EWOULDBLOCK when somebody else keeps it locked.
+int lockSoon(int file, Clock& clock) {
+  for (int tries = 0; flock(file, LOCK_EX | LOCK_NB) != 0; ++tries) {
+    if ((errno != EWOULDBLOCK && errno != EINTR) || tries == locksTried) {
+      return errno;
+    }
+    clock.sleepFor(betweenTries);
+  }
+  return 0;
 }
 
 std::uint64_t keyOf(const FileIdentity& identity) {
@@ -76,26 +85,8 @@ std::uint64_t keyOf(const std::string& path) { return std::hash<std::string>()(p
 
 }  // namespace
 
-std::optional<FilePrint> FilePrint::of(const std::string& path) {
-  const auto before = FileIdentity::at(path);
-  if (!before) {
-    return std::nullopt;
-  }
-  FilePrint print{*before, ""};
-  if (before->size <= longestHashed) {
-    const UniqueFd file(
-        open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    const auto hash = file ? sha256OfFile(file.get(), longestHashed) : std::nullopt;
-    if (!hash || FileIdentity::at(path) != before) {
-      return std::nullopt;
-    }
-    print.hash = *hash;
-  }
-  return print;
-}
-
-PutBackFiles::PutBackFiles(std::string folder, SystemLog& log)
-    : folder_(std::move(folder)), log_(log) {}
+PutBackFiles::PutBackFiles(std::string folder, SystemLog& log, Clock& clock)
+    : folder_(std::move(folder)), log_(log), clock_(clock) {}
 
 void PutBackFiles::hasLeft(const Verdict& infection, const FilePrint& found) {
   add({Kind::file, infection.file(), infection.threat, found});
@@ -110,19 +101,16 @@ void PutBackFiles::wasMoved(const Verdict& infection) {
 }
 
 bool PutBackFiles::allow(const std::string& path) {
-  const auto print = FilePrint::of(path);
-  if (print) {
-    add({Kind::allowed, path, "", *print});
-  }
-  return print.has_value();
+  const auto print = FilePrint::of(path, FilePrint::Hash::always);
+  return print && add({Kind::allowed, path, "", *print}).empty();
 }
 
-void PutBackFiles::allow(const std::string& path, const FileIdentity& file,
-                         const std::string& hash) {
-  add({Kind::allowed, path, "", {file, file.size <= longestHashed ? hash : ""}});
+std::string PutBackFiles::allow(const std::string& path, const FileIdentity& file,
+                                const std::string& hash) {
+  return add({Kind::allowed, path, "", {file, hash}});
 }
 
-void PutBackFiles::add(Entry entry) {
+std::string PutBackFiles::add(Entry entry) {
   MutexLock hold(lock_);
   std::string problem = keep(entry);
   if (!problem.empty()) {
@@ -132,6 +120,7 @@ void PutBackFiles::add(Entry entry) {
     }
     remember(std::move(entry));
   }
+  return problem;
 }
 
 void PutBackFiles::unlist(std::uint64_t key, Entries::iterator entry) {
@@ -146,7 +135,7 @@ void PutBackFiles::unlist(std::uint64_t key, Entries::iterator entry) {
 void PutBackFiles::drop(Entries::iterator entry) {
   unlist(keyOf(entry->print.identity), entry);
   unlist(keyOf(entry->path), entry);
-  entries_.erase(entry);
+  listOf(entry->kind).erase(entry);
 }
 
 void PutBackFiles::remember(Entry entry) {
@@ -160,11 +149,12 @@ void PutBackFiles::remember(Entry entry) {
       break;
     }
   }
-  if (entries_.size() == most) {
-    drop(entries_.begin());
+  if (known() == most) {
+    drop(entries_.empty() ? allowed_.begin() : entries_.begin());
   }
-  entries_.push_back(std::move(entry));
-  const auto latest = std::prev(entries_.end());
+  Entries& list = listOf(entry.kind);
+  list.push_back(std::move(entry));
+  const auto latest = std::prev(list.end());
   byKey_.emplace(key, latest);
   if (latest->kind != Kind::file) {
     byKey_.emplace(keyOf(latest->path), latest);
@@ -173,6 +163,7 @@ void PutBackFiles::remember(Entry entry) {
 
 void PutBackFiles::forgetAll() {
   byKey_.clear();
+  allowed_.clear();
   entries_.clear();
   device_ = number_ = 0;
   read_ = 0;
@@ -187,9 +178,25 @@ bool PutBackFiles::isOf(const Entry& entry, const Verdict& infection, const File
   // By its path only one whose contents are known.
   const bool isByPath =
       entry.kind != Kind::file && entry.path == infection.file() && !entry.print.hash.empty();
-  const bool isMeant = entry.kind == Kind::allowed || entry.threat == infection.threat;
+  // Whatever is found in it: so it is to be the very contents that were allowed.
+  const bool isAllowed = entry.kind == Kind::allowed && !entry.print.hash.empty();
+  const bool isMeant =
+      isAllowed || (entry.kind != Kind::allowed && entry.threat == infection.threat);
   return isMeant && (isSameFile(then, now) || isByPath) && then.size == now.size &&
          isSameTime(then, now);
+}
+
+std::vector<std::string> PutBackFiles::hashesOf(const Verdict& infection, const FileIdentity& now) {
+  std::vector<std::string> hashes;
+  for (const std::uint64_t key : {keyOf(now), keyOf(infection.file())}) {
+    const auto [first, last] = byKey_.equal_range(key);
+    for (auto it = first; it != last; ++it) {
+      if (isOf(*it->second, infection, now)) {
+        hashes.push_back(it->second->print.hash);
+      }
+    }
+  }
+  return hashes;
 }
 
 bool PutBackFiles::isPutBack(const Verdict& infection) {
@@ -201,66 +208,17 @@ bool PutBackFiles::isPutBack(const Verdict& infection) {
   {
     MutexLock hold(lock_);
     refresh();
-    for (const std::uint64_t key : {keyOf(*now), keyOf(infection.file())}) {
-      const auto [first, last] = byKey_.equal_range(key);
-      for (auto it = first; it != last; ++it) {
-        if (isOf(*it->second, infection, *now)) {
-          hashes.push_back(it->second->print.hash);
-        }
-      }
-    }
+    hashes = hashesOf(infection, *now);
   }
   if (hashes.empty()) {
     return false;
   }
   // Its time is easily set back; what it holds is not.
-  const auto print = FilePrint::of(infection.file());
+  const bool isWithout = std::find(hashes.begin(), hashes.end(), "") != hashes.end();
+  const auto print = FilePrint::of(
+      infection.file(), isWithout ? FilePrint::Hash::unlessLarge : FilePrint::Hash::always);
   return print && print->identity == now &&
          std::find(hashes.begin(), hashes.end(), print->hash) != hashes.end();
-}
-
-// Fields with a tab between them; no name holds one in its reported spelling.
-std::string PutBackFiles::lineOf(const Entry& entry) {
-  const FileIdentity& identity = entry.print.identity;
-  std::string line = entry.kind == Kind::copy      ? "copy"
-                     : entry.kind == Kind::allowed ? "allowed"
-                                                   : "file";
-  for (const auto number : {identity.device, identity.number}) {
-    line += "\t" + std::to_string(number);
-  }
-  for (const auto number : {identity.made, identity.changed, identity.size}) {
-    line += "\t" + std::to_string(number);
-  }
-  return line + "\t" + entry.print.hash + "\t" + reportedText(entry.threat) + "\t" +
-         reportedText(entry.path) + "\n";
-}
-
-std::optional<PutBackFiles::Entry> PutBackFiles::entryOf(std::string_view line) {
-  const std::vector<std::string_view> fields = split(line, '\t');
-  if (fields.size() != 9 || !isHash(fields[6])) {
-    return std::nullopt;
-  }
-  const bool isAllowed = fields[0] == "allowed";
-  if (!isAllowed && fields[0] != "copy" && fields[0] != "file") {
-    return std::nullopt;
-  }
-  const auto device = numberIn<std::uint64_t>(fields[1]);
-  const auto number = numberIn<std::uint64_t>(fields[2]);
-  const auto made = numberIn<std::int64_t>(fields[3]);
-  const auto changed = numberIn<std::int64_t>(fields[4]);
-  const auto size = numberIn<std::int64_t>(fields[5]);
-  if (!device || !number || !made || !changed || !size) {
-    return std::nullopt;
-  }
-  Entry entry{isAllowed             ? Kind::allowed
-              : fields[0] == "copy" ? Kind::copy
-                                    : Kind::file,
-              bytesOfReported(fields[8]),
-              bytesOfReported(fields[7]),
-              {}};
-  entry.print.identity = {*device, *number, *made, *changed, *size};
-  entry.print.hash = fields[6];
-  return entry;
 }
 
 void PutBackFiles::refresh() {
@@ -299,7 +257,7 @@ void PutBackFiles::readOn(int file, std::int64_t size) {
       return;
     }
     ++lines_;
-    if (auto entry = entryOf(line)) {
+    if (auto entry = Entry::parse(line)) {
       remember(std::move(*entry));
     }
     rest.remove_prefix(end + 1);
@@ -307,15 +265,19 @@ void PutBackFiles::readOn(int file, std::int64_t size) {
   }
 }
 
-// The file that bears the name once it is locked; none when there is none that can be added to.
-UniqueFd PutBackFiles::openLocked() {
+// The file that bears the name once it is locked; none when there is none that can be added to. It
+// is a problem when there is one, and it cannot be locked.
+UniqueFd PutBackFiles::openLocked(std::string& problem) {
   const std::string path = folder_ + fileName;
   for (int tries = 0; tries < mostTries; ++tries) {
     UniqueFd file(open(path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat opened = {};
     struct stat named = {};
-    if (!file || fstat(file.get(), &opened) != 0 || !isOwn(opened) ||
-        flock(file.get(), LOCK_EX) != 0) {
+    if (!file || fstat(file.get(), &opened) != 0 || !isOwn(opened)) {
+      return UniqueFd();
+    }
+    if (const int error = lockSoon(file.get(), clock_); error != 0) {
+      problem = path + " cannot be locked: " + std::strerror(error);
       return UniqueFd();
     }
     if (lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino &&
@@ -329,8 +291,11 @@ UniqueFd PutBackFiles::openLocked() {
 std::string PutBackFiles::keep(const Entry& entry) {
   std::string problem;
   for (int tries = 0; tries < mostTries; ++tries) {
-    const UniqueFd file = openLocked();
+    const UniqueFd file = openLocked(problem);
     refresh();
+    if (!problem.empty()) {
+      break;
+    }
     if (file && canGrow()) {
       return append(file.get(), entry);
     }
@@ -343,16 +308,21 @@ std::string PutBackFiles::keep(const Entry& entry) {
 }
 
 bool PutBackFiles::canGrow() const {
-  return lines_ > 0 && lines_ < 2 * entries_.size() + fewLines && read_ < longestStore;
+  return lines_ > 0 && lines_ < 2 * known() + fewLines && read_ < longestStore;
 }
 
 std::string PutBackFiles::append(int file, const Entry& entry) {
   struct stat status = {};
   // Behind half a line, which a crash or a full disk left, begins a new one.
   const bool endsInHalfALine = fstat(file, &status) == 0 && status.st_size > read_;
-  if (!writeAll(file, (endsInHalfALine ? "\n" : "") + lineOf(entry))) {
+  std::string lines = endsInHalfALine ? "\n" : "";
+  for (const Entry& unkept : unkept_) {
+    lines += unkept.line();
+  }
+  if (!writeAll(file, lines + entry.line())) {
     return folder_ + fileName + " cannot be written: " + std::strerror(errno);
   }
+  unkept_.clear();
   refresh();
   return {};
 }
@@ -361,8 +331,10 @@ std::string PutBackFiles::append(int file, const Entry& entry) {
 // when another process has made one meanwhile.
 bool PutBackFiles::writeAnew(bool replaces, std::string& problem) {
   std::string contents = std::string(header) + "\n";
-  for (const Entry& entry : entries_) {
-    contents += lineOf(entry);
+  for (const Entries* list : {&allowed_, &entries_}) {
+    for (const Entry& entry : *list) {
+      contents += entry.line();
+    }
   }
   makeFolders(folder_);
   const std::string path = folder_ + fileName;

@@ -2,36 +2,25 @@
 
 #include <cstdint>
 #include <list>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "clamav/Verdict.h"
-#include "posix/FileIdentity.h"
 #include "posix/Mutex.h"
 #include "posix/UniqueFd.h"
+#include "scanning/PutBackEntry.h"
 
 namespace quillo {
 
+class Clock;
 class SystemLog;
-
-// A file and what it holds, so that it is known again in another place.
-struct FilePrint {
-  FileIdentity identity;
-  std::string hash;  // of its contents, SHA-256; "" when it is too large for that
-
-  // Takes it of the regular file itself that bears that name. Returns nothing when there is none,
-  // when it cannot be read, or when it changes meanwhile. Any thread.
-  static std::optional<FilePrint> of(const std::string& path);
-};
 
 // The infected files that are to be left alone as long as they are what they are: those that the
 // user was shown and that then left their places (moved to the trash, into the quarantine, or by
 // anybody), for one that lies there again unchanged was put back on purpose; and those that he
 // allowed in so many words. They are kept in a file that only this user can read, at most so many,
-// and of more the latest.
+// and of more the latest; what was allowed goes last.
 //
 // The file is a line "vantrel-quillo put-back 1" and then a line an entry. Several processes use
 // it: who adds holds a lock on it (flock(2)) and appends, or puts a new one in its place when half
@@ -41,37 +30,35 @@ class PutBackFiles {
   static constexpr std::size_t most = 20000;
 
   // `folder` is made when there is something to keep. What cannot be kept is known as long as this
-  // process runs, and the reason is logged.
-  PutBackFiles(std::string folder, SystemLog& log);
+  // process runs, and the reason is logged. Who holds the lock is not waited for for long: others
+  // who can read the file can hold it too.
+  PutBackFiles(std::string folder, SystemLog& log, Clock& clock);
 
   // Keeps a file that left its place, as it was found there.
   void hasLeft(const Verdict& infection, const FilePrint& found);
   // Keeps a file that the scanner moved, to where the verdict says.
   void wasMoved(const Verdict& infection);
   // Keeps a file that its user allows, whatever is found in it: the one that bears that path.
-  // Returns false when no file does, or it cannot be read.
+  // Returns false when no file does, it cannot be read, or it cannot be kept.
   bool allow(const std::string& path);
-  // Likewise one that is going to bear it; the hash is that of its contents.
-  void allow(const std::string& path, const FileIdentity& file, const std::string& hash);
+  // Likewise one that is going to bear it; the hash is that of its contents. Returns why it cannot
+  // be kept, so that another process would not know it; "" when it is.
+  std::string allow(const std::string& path, const FileIdentity& file, const std::string& hash);
   // Returns true when what lies there now is such a file, unchanged, which is allowed or in which
   // the engine finds the same threat as before.
   bool isPutBack(const Verdict& infection);
 
  private:
-  enum class Kind {
-    file,
-    copy,    // copied when it was moved: the time of its contents is that of the move
-    allowed  // whatever is found in it
-  };
-  struct Entry {
-    Kind kind = Kind::file;
-    std::string path;  // where it was found, or is to lie
-    std::string threat;
-    FilePrint print;
-  };
+  using Kind = PutBackEntry::Kind;
+  using Entry = PutBackEntry;
   using Entries = std::list<Entry>;
+  Entries& listOf(Kind kind) QUILLO_REQUIRES(lock_) {
+    return kind == Kind::allowed ? allowed_ : entries_;
+  }
+  std::size_t known() const QUILLO_REQUIRES(lock_) { return allowed_.size() + entries_.size(); }
 
-  void add(Entry entry);
+  // Returns what keep() does.
+  std::string add(Entry entry);
   void remember(Entry entry) QUILLO_REQUIRES(lock_);
   void forgetAll() QUILLO_REQUIRES(lock_);
   void drop(Entries::iterator entry) QUILLO_REQUIRES(lock_);
@@ -81,19 +68,22 @@ class PutBackFiles {
   void readOn(int file, std::int64_t size) QUILLO_REQUIRES(lock_);
   // Returns what went wrong; "" when the entry is in the file.
   std::string keep(const Entry& entry) QUILLO_REQUIRES(lock_);
-  UniqueFd openLocked() QUILLO_REQUIRES(lock_);
+  UniqueFd openLocked(std::string& problem) QUILLO_REQUIRES(lock_);
   bool canGrow() const QUILLO_REQUIRES(lock_);
   std::string append(int file, const Entry& entry) QUILLO_REQUIRES(lock_);
   bool writeAnew(bool replaces, std::string& problem) QUILLO_REQUIRES(lock_);
+  // Returns the hashes of those that this file may be; "" for one that is known without.
+  std::vector<std::string> hashesOf(const Verdict& infection, const FileIdentity& now)
+      QUILLO_REQUIRES(lock_);
   static bool isOf(const Entry& entry, const Verdict& infection, const FileIdentity& now);
-  static std::string lineOf(const Entry& entry);
-  static std::optional<Entry> entryOf(std::string_view line);
 
   // Constant after construction.
   const std::string folder_;
   SystemLog& log_;
+  Clock& clock_;
   Mutex lock_;
-  // The latest last.
+  // The latest last, in each.
+  Entries allowed_ QUILLO_GUARDED_BY(lock_);
   Entries entries_ QUILLO_GUARDED_BY(lock_);
   // By the file, and by the path where that counts.
   std::unordered_multimap<std::uint64_t, Entries::iterator> byKey_ QUILLO_GUARDED_BY(lock_);

@@ -25,7 +25,7 @@ CompanionParts::CompanionParts(const CompanionDesktop& services)
           {services.preferenceStore, preferenceWriter, services.distributedNotificationCenter}),
       chosenFolders({preferenceChanges, preferences, services.folders, services.systemLog}),
       exclusions({preferenceChanges, preferences, services.folders, services.systemLog}),
-      putBackFiles(services.folders.stateFolder(), services.systemLog),
+      putBackFiles(services.folders.stateFolder(), services.systemLog, services.clock),
       allowedFinds(putBackFiles, services.localizedStrings),
       historyWriter({services.clock, services.systemLog, services.folders.stateFolder(),
                      services.folders.homeFolder(),

@@ -44,6 +44,7 @@ class QuarantineCrash : public testing::TestWithParam<const char*> {
       EXPECT_EQ(file.record.state, QuarantineRecord::State::moved);
       EXPECT_EQ(file.record.origin, path);
       EXPECT_EQ(TemporaryFolder::read(store.pathOf(file)), contents);
+      EXPECT_EQ(modeOf(store.pathOf(file)) & 0111U, 0U) << "can be run";
     }
     const std::string records = quarantine + "/.vantrel-records";
     const auto left = fs::exists(records)
@@ -62,8 +63,9 @@ class QuarantineCrash : public testing::TestWithParam<const char*> {
   const std::string quarantine = scratch.makeFolder("q");
   const std::string path = home.path() + "/home/a";
   ManualClock clock;
-  QuarantineStore store{quarantine, clock,
-                        [](const std::string&, const FileIdentity&, const std::string&) {}};
+  QuarantineStore store{
+      quarantine, clock,
+      [](const std::string&, const FileIdentity&, const std::string&) { return std::string(); }};
 };
 
 TEST_P(QuarantineCrash, OfTheMoverLosesNothing) {

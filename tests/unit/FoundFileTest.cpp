@@ -10,6 +10,7 @@
 
 #include "scanning/PutBackFiles.h"
 #include "tests/fakes/scanning/ReportFixture.h"
+#include "tests/support/ManualClock.h"
 #include "tests/support/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Threads.h"
@@ -70,7 +71,8 @@ class FoundFileTest : public ReportFixture {
   }
 
   TemporaryFolder folder;
-  PutBackFiles putBack{folder.path() + "/state", desktop.systemLog};
+  ManualClock storeClock;
+  PutBackFiles putBack{folder.path() + "/state", desktop.systemLog, storeClock};
   const std::string path = folder.write("bad.com", "malware");
   const std::string trashed = folder.makeFolder("trash") + "/bad.com";
   bool mayMove = false;

@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -9,6 +11,8 @@
 #include "posix/FileFacts.h"
 #include "scanning/PutBackFiles.h"
 #include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
@@ -43,7 +47,8 @@ class PutBackFilesTest : public testing::Test {
   const std::string state = folder.path() + "/state/vantrel";
   const std::string path = folder.write("home/bad.com", "malware");
   const std::string trashed = folder.makeFolder("trash") + "/bad.com";
-  PutBackFiles files{state, log};
+  ManualClock clock;
+  PutBackFiles files{state, log, clock};
 };
 
 TEST_F(PutBackFilesTest, KnowAFileThatComesBackUnchanged) {
@@ -62,7 +67,7 @@ TEST_F(PutBackFilesTest, KnowItAlsoInAnotherPlaceAndAfterARestart) {
   fs::rename(trashed, elsewhere);
   Verdict there = find("/");
   there.path = elsewhere;
-  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(there));
+  EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(there));
 }
 
 TEST_F(PutBackFilesTest, SpareNoFileThatHasChanged) {
@@ -167,29 +172,29 @@ TEST_F(PutBackFilesTest, AreTheLatestOfManyAlsoAfterARestart) {
   fs::rename(path, trashed);
   files.hasLeft(find(path), FilePrint::of(trashed).value());
   fs::rename(trashed, path);
-  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(find(path)));
+  EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(path)));
 }
 
 TEST_F(PutBackFilesTest, AreReadFromNoFileThatOthersCanWrite) {
   takeOut();
   putBack();
   chmod(store().c_str(), 0622);
-  EXPECT_FALSE(PutBackFiles(state, log).isPutBack(find(path)));
+  EXPECT_FALSE(PutBackFiles(state, log, clock).isPutBack(find(path)));
   chmod(store().c_str(), 0600);
-  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(find(path)));
+  EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(path)));
   const std::string real = store() + ".real";
   fs::rename(store(), real);
   fs::create_symlink(real, store());
-  EXPECT_FALSE(PutBackFiles(state, log).isPutBack(find(path)));
+  EXPECT_FALSE(PutBackFiles(state, log, clock).isPutBack(find(path)));
 }
 
 TEST_F(PutBackFilesTest, AreReadAsFarAsTheyCanBe) {
   takeOut();
   putBack();
   std::ofstream(store(), std::ios::app) << "file\t1\t2\nnonsense\n\xff\n";
-  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(find(path)));
+  EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(path)));
   std::ofstream(store()) << "of another make\n";
-  EXPECT_FALSE(PutBackFiles(state, log).isPutBack(find(path)));
+  EXPECT_FALSE(PutBackFiles(state, log, clock).isPutBack(find(path)));
 }
 
 TEST_F(PutBackFilesTest, AreKnownWithoutAPlaceToKeepThem) {
@@ -200,12 +205,45 @@ TEST_F(PutBackFilesTest, AreKnownWithoutAPlaceToKeepThem) {
   EXPECT_EQ(log.lines().size(), 1U);
 }
 
+TEST_F(PutBackFilesTest, SayWhyAFileCannotBeAllowed) {
+  folder.write("state", "is no folder");
+  const FilePrint print = FilePrint::of(path).value();
+  EXPECT_NE(files.allow(path, print.identity, print.hash), "");
+  EXPECT_FALSE(files.allow(path));
+}
+
 TEST_F(PutBackFilesTest, AllowAFileWhateverIsFoundInItUntilItChanges) {
   EXPECT_TRUE(files.allow(path));
   EXPECT_TRUE(files.isPutBack(find(path)));
   EXPECT_TRUE(files.isPutBack(find(path, "Worse")));
   std::ofstream(path, std::ios::app) << "more";
   EXPECT_FALSE(files.isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, AllowALargeFileByWhatItHolds) {
+  fs::resize_file(path, 70UL * 1024 * 1024);
+  const struct stat before = statusOf(path);
+  files.allow(path);
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  std::fstream(path) << "MALWARE";
+  setTimeAsOf(before);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+  std::fstream(path) << "malware";
+  setTimeAsOf(before);
+  const std::string other = folder.path() + "/other";
+  fs::copy(path, other);
+  fs::rename(other, path);
+  setTimeAsOf(before);
+  EXPECT_TRUE(files.isPutBack(find(path))) << "another number on another file system";
+}
+
+TEST_F(PutBackFilesTest, KeepWhatWasAllowedLongerThanWhatCameBack) {
+  files.allow(path);
+  for (std::size_t i = 0; i < PutBackFiles::most; ++i) {
+    files.hasLeft(find("/" + std::to_string(i)), FilePrint{{1, i, 1, 1, 1}, ""});
+  }
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(path)));
 }
 
 TEST_F(PutBackFilesTest, AllowNothingWhereThereIsNoFile) {
@@ -228,16 +266,48 @@ TEST_F(PutBackFilesTest, AllowAFileInItsPlaceAlsoOnAFileSystemOfAnotherNumber) {
 }
 
 TEST_F(PutBackFilesTest, AreSharedByTwoProcesses) {
-  PutBackFiles others(state, log);
+  PutBackFiles others(state, log, clock);
   EXPECT_FALSE(others.isPutBack(find(path)));
   files.allow(path);
   EXPECT_TRUE(others.isPutBack(find(path)));
   const std::string second = folder.write("second", "malware");
   others.allow(second);
   EXPECT_TRUE(files.isPutBack(find(second)));
-  PutBackFiles third(state, log);
+  PutBackFiles third(state, log, clock);
   EXPECT_TRUE(third.isPutBack(find(path)));
   EXPECT_TRUE(third.isPutBack(find(second)));
+}
+
+TEST_F(PutBackFilesTest, AreNotWaitedForWhereSomebodyElseKeepsTheirFileLocked) {
+  clock.setSleepsPassAtOnce(true);
+  const std::string second = folder.write("second", "malware");
+  files.allow(second);
+  {
+    const UniqueFd foreign(open(store().c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(flock(foreign.get(), LOCK_EX), 0);
+    files.allow(path);
+    EXPECT_LT(clock.slept(), std::chrono::seconds(1));
+    EXPECT_EQ(log.lines().size(), 1U);
+    EXPECT_TRUE(files.isPutBack(find(path)));
+    EXPECT_FALSE(PutBackFiles(state, log, clock).isPutBack(find(path)));
+  }
+  files.allow(folder.write("third", "malware"));
+  PutBackFiles others(state, log, clock);
+  EXPECT_TRUE(others.isPutBack(find(path)));
+  EXPECT_TRUE(others.isPutBack(find(second)));
+}
+
+// Two who write it anew without the lock would each lose what the other adds.
+TEST_F(PutBackFilesTest, AreNeverWrittenAnewWithoutTheLock) {
+  clock.setSleepsPassAtOnce(true);
+  files.allow(path);
+  const auto before = statusOf(store());
+  const std::string second = folder.write("second", "malware");
+  withInterruptedSystemCall(SYS_flock, 3, [&] { files.allow(second); });
+  EXPECT_EQ(statusOf(store()).st_ino, before.st_ino);
+  EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(second)));
+  withInterruptedSystemCall(SYS_flock, 1000, [&] { files.allow(folder.write("third")); });
+  EXPECT_EQ(statusOf(store()).st_ino, before.st_ino);
 }
 
 TEST_F(PutBackFilesTest, AreWrittenBehindHalfALineThatACrashLeft) {
@@ -245,13 +315,13 @@ TEST_F(PutBackFilesTest, AreWrittenBehindHalfALineThatACrashLeft) {
   std::ofstream(store(), std::ios::app) << "allowed\t12";
   const std::string second = folder.write("second", "malware");
   files.allow(second);
-  PutBackFiles others(state, log);
+  PutBackFiles others(state, log, clock);
   EXPECT_TRUE(others.isPutBack(find(path)));
   EXPECT_TRUE(others.isPutBack(find(second)));
 }
 
 TEST_F(PutBackFilesTest, LeaveOutOfTheirFileWhatHasBeenSaidAgain) {
-  PutBackFiles others(state, log);
+  PutBackFiles others(state, log, clock);
   for (int i = 0; i < 3000; ++i) {
     files.allow(path);
   }
@@ -260,7 +330,7 @@ TEST_F(PutBackFilesTest, LeaveOutOfTheirFileWhatHasBeenSaidAgain) {
   const std::string second = folder.write("second", "malware");
   others.allow(second);
   EXPECT_TRUE(files.isPutBack(find(second)));
-  EXPECT_TRUE(PutBackFiles(state, log).isPutBack(find(path)));
+  EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(path)));
 }
 
 }  // namespace

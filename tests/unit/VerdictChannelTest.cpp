@@ -189,6 +189,20 @@ TEST_F(VerdictChannelTest, LooksForTheFileWhenTheScannerEndsOverItsMove) {
   }
 }
 
+TEST_F(VerdictChannelTest, WaitsForNoMoveThatHasNoEnd) {
+  receiver = *VerdictReceiver::make(std::chrono::milliseconds(1));
+  sender = VerdictSender(UniqueFd(dup(receiver.scannersEnd())));
+  receiver.letGo();
+  sender.announceMove(infected("/u/a: Eicar FOUND"));
+  EXPECT_EQ(receiver.understand("/u/a: Eicar FOUND").whereabouts, Whereabouts::unsaid);
+  // What is said too late is taken for no other file's.
+  Verdict late = infected("/u/a: Eicar FOUND");
+  late.whereabouts = Whereabouts::moved;
+  sender.reportOutcome(late);
+  sender.report(infected("/u/b: Eicar FOUND"));
+  EXPECT_EQ(receiver.understand("/u/b: Eicar FOUND").whereabouts, Whereabouts::unsaid);
+}
+
 TEST_F(VerdictChannelTest, KeepsTheFileWhenTheReaderIsGone) {
   sender.announceMove(infected("/u/a: Eicar FOUND"));
   receiver = *VerdictReceiver::make();

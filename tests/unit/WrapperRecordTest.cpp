@@ -65,6 +65,25 @@ TEST_F(WrapperRecord, IsOfTheCopyWhereAFileCameFromAnotherFileSystem) {
   EXPECT_EQ(entries(records()), 1);
 }
 
+TEST_F(WrapperRecord, KeepsNoHashOfWhatHasGrownBeyondAllThatIsScanned) {
+  const std::string path = scratch.write("a", "bad");
+  fs::resize_file(path, std::uintmax_t{1} << 40U);
+  EXPECT_TRUE(folder.move(path, openPath(path, O_RDONLY).get(), "Eicar", 100).moved);
+  EXPECT_EQ(recordOf("a").value().hash, "");
+}
+
+TEST_F(WrapperRecord, IsNotMadeOfACopyThatHasNoEnd) {
+  const TemporaryFolder elsewhere("/dev/shm");
+  const std::string path = elsewhere.write("a", "bad");
+  fs::resize_file(path, std::uintmax_t{1} << 30U);
+  const auto outcome = folder.move(path, openPath(path, O_RDONLY).get(), "Eicar", 100);
+  EXPECT_FALSE(outcome.moved);
+  EXPECT_EQ(outcome.text, "file too large");
+  EXPECT_TRUE(TemporaryFolder::exists(path));
+  EXPECT_FALSE(recordOf("a"));
+  EXPECT_EQ(entries(records()), 0);
+}
+
 TEST_F(WrapperRecord, LiesWhereNobodyElseLooks) {
   move(scratch.write("a", "bad"));
   struct stat status = {};

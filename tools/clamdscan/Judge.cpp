@@ -141,7 +141,7 @@ void Judge::moveAway(Verdict& verdict, const Entry& entry, int file) {
   }
   MoveFolder::Outcome outcome;
   if (report_.announce(verdict)) {
-    outcome = moveFolder_.move(entry.path, file, verdict.threat);
+    outcome = moveFolder_.move(entry.path, file, verdict.threat, limits_.largestFile);
   } else if (report_.moveWasRefused()) {
     outcome.text = "it was put back";
   } else {

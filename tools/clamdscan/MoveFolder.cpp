@@ -4,10 +4,10 @@
 #include <limits.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <limits>
 #include <optional>
 
 #include "posix/FileMoving.h"
@@ -52,18 +52,6 @@ std::string distrustOf(int folder) {
 
 std::int64_t nanoseconds(const timespec& time) { return time.tv_sec * 1000000000LL + time.tv_nsec; }
 
-// Takes the right to run it, for everybody, and set-user-ID and set-group-ID with it: 0 or an
-// errno.
-int makeHarmless(int file) {
-  constexpr mode_t dangerous = S_ISUID | S_ISGID | S_IXUSR | S_IXGRP | S_IXOTH;
-  struct stat status = {};
-  if (fstat(file, &status) != 0) {
-    return errno;
-  }
-  const bool harmless = (status.st_mode & dangerous) == 0;
-  return harmless || fchmod(file, status.st_mode & 07777U & ~dangerous) == 0 ? 0 : errno;
-}
-
 }  // namespace
 
 std::string MoveFolder::open(const std::string& path) {
@@ -104,6 +92,7 @@ struct MoveFolder::Source {
   std::string path;
   int file = -1;
   struct stat status = {};
+  std::int64_t largest = 0;
   std::optional<QuarantineRecord> record;
 
   bool leadsThere(int folder, const std::string& entry) const {
@@ -129,13 +118,14 @@ std::string MoveFolder::find(Source& source) const {
   return isThere ? "it is in that folder already" : "";
 }
 
-MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned,
-                                     std::string_view threat) {
+MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned, std::string_view threat,
+                                     std::uint64_t largest) {
   Source source;
   source.parent = openWithoutLinks(deletingLastPathComponent(path), O_PATH | O_DIRECTORY);
   source.name = lastPathComponent(path);
   source.path = path;
   source.file = scanned;
+  source.largest = static_cast<std::int64_t>(std::min(largest, engineCeiling));
   Outcome outcome;
   outcome.text = find(source);
   if (!outcome.text.empty()) {
@@ -156,8 +146,6 @@ MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned,
     outcome.moved = true;
     outcome.text = path_ + "/" + target;
     outcome.otherNames = source.status.st_nlink > 1 ? source.status.st_nlink - 1UL : 0UL;
-    const int problem = makeHarmless(scanned);
-    outcome.executable = problem == 0 ? "" : reasonText(problem);
     return outcome;
   }
   Outcome failure;
@@ -176,7 +164,7 @@ int MoveFolder::moveNoted(const std::string& target, Source& source, Outcome& ou
   if (problem == EEXIST) {
     return problem;
   }
-  const int error = place(source, target);
+  const int error = placeHarmless(source, target, outcome);
   if (error != 0 && error != ENOTRECOVERABLE && problem == 0) {
     DesktopTrash::forget(notes_.get(), target);
   }
@@ -200,8 +188,8 @@ std::string MoveFolder::prepareRecord(Source& source, std::string_view threat) {
   record.threat = threat;
   record.moved = clock_.wallTime();
   record.identity = *identity;
-  record.hash =
-      sha256OfFile(source.file, std::numeric_limits<std::int64_t>::max()).value_or(std::string());
+  const std::int64_t size = source.status.st_size;
+  record.hash = size > source.largest ? "" : sha256OfFile(source.file, size).value_or("");
   record.mode = source.status.st_mode & 07777U;
   record.owner = source.status.st_uid;
   record.accessed = nanoseconds(source.status.st_atim);
@@ -231,12 +219,21 @@ int MoveFolder::moveRecorded(const std::string& target, Source& source, Outcome&
     source.record.reset();
     records_.letGo();
   }
-  const int error = place(source, target);
+  const int error = placeHarmless(source, target, outcome);
   if (source.record && error == 0) {
     records_.confirm(target);
   } else if (source.record) {
     records_.remove(target);
   }
+  return error;
+}
+
+// Before its record says that it has been moved: whoever tidies up sees to it where this ends
+// early.
+int MoveFolder::placeHarmless(Source& source, const std::string& name, Outcome& outcome) {
+  const int error = place(source, name);
+  const int problem = error == 0 ? makeHarmless(source.file) : 0;
+  outcome.executable = problem == 0 ? "" : reasonText(problem);
   return error;
 }
 
@@ -285,7 +282,7 @@ int MoveFolder::copy(Source& source, const std::string& name) {
   if (!target) {
     return errno;
   }
-  int error = copyContents(source.file, target.get());
+  int error = copyContents(source.file, target.get(), source.largest);
   if (error == 0 && fsync(target.get()) != 0) {
     error = errno;
   }

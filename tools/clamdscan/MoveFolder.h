@@ -2,10 +2,12 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "clamav/ScanLimits.h"
 #include "posix/Clock.h"
 #include "posix/UniqueFd.h"
 #include "quarantine/RecordFolder.h"
@@ -38,8 +40,10 @@ class MoveFolder {
   // Moves the file that was opened as `scanned` if `path` (without symbolic links) still leads to
   // it; a name that is taken gets ".001" and so on. Nobody can run it afterwards. Across file
   // systems what was opened is copied with mode 0600, and then the name is removed. `threat` is for
-  // the record, which is written before anything is moved.
-  Outcome move(const std::string& path, int scanned, std::string_view threat = {});
+  // the record, which is written before anything is moved. Whoever writes to the file may have it
+  // grow meanwhile: what is beyond `largest` was not scanned, and is neither hashed nor copied.
+  Outcome move(const std::string& path, int scanned, std::string_view threat = {},
+               std::uint64_t largest = engineCeiling);
 
  private:
   struct Source;
@@ -48,6 +52,7 @@ class MoveFolder {
   std::string prepareRecord(Source& source, std::string_view threat);
   int moveNoted(const std::string& target, Source& source, Outcome& outcome);
   int moveRecorded(const std::string& target, Source& source, Outcome& outcome);
+  int placeHarmless(Source& source, const std::string& name, Outcome& outcome);
   int place(Source& source, const std::string& name);
   static int removeScanned(const Source& source);
   int copy(Source& source, const std::string& name);
