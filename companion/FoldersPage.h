@@ -42,7 +42,7 @@ class FoldersPage {
   // Adds folders, as if they had been dropped here, and asks about those that need it.
   void addFolders(const std::vector<std::string>& paths);
   // Says whether a file is guarded, as if it had been dropped on the tester.
-  void test(const std::string& path);
+  void test(const std::string& given);
 
  private:
   void list();
