@@ -80,7 +80,7 @@ class SelfTest {
   void end(Step step, Outcome outcome, Wording words);
   void awaitAgent(const SelfTestEvidence::Facts& facts);
   void write(const SelfTestEvidence::Facts& facts);
-  bool writeInto(const std::string& folder);
+  bool writeInto(const std::string& watched);
   void awaitFind(const SelfTestEvidence::Facts& facts);
   void conclude(const Wording& found);
   void giveUp();
