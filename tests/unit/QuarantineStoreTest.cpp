@@ -31,7 +31,7 @@ class QuarantineStoreTest : public testing::Test {
     ASSERT_TRUE(folder.move(path, openPath(path, O_RDONLY).get(), "Eicar").moved);
   }
   std::string quarantined(const std::string& name, const std::string& contents = "bad") {
-    const std::string path = scratch.write(name, contents);
+    std::string path = scratch.write(name, contents);
     moveIn(path);
     return path;
   }
