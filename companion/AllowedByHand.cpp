@@ -11,7 +11,7 @@ bool AllowedByHand::isAllowed(const Verdict& infection) { return files_.isPutBac
 std::string AllowedByHand::allow(const Verdict& infection) {
   return files_.allow(infection.path)
              ? ""
-             : Wording{"WINDOW_NOT_ALLOWED", {infection.path}}.in(strings_);
+             : Wording{"WINDOW_NOT_ALLOWED", {reportedText(infection.path)}}.in(strings_);
 }
 
 }  // namespace quillo
