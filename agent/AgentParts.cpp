@@ -104,7 +104,7 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
            [this] { return preferences.settings()->clamScanPATH.value_or(""); }, &runningScanners}),
       health({given.clock, desktop.systemLog, statusBoard,
               [this] {
-                const LoadedDefinitions loaded = clamdLink.loadedDefinitions();
+                LoadedDefinitions loaded = clamdLink.loadedDefinitions();
                 quarantineRecheck.definitionsAre(loaded);
                 return loaded;
               },

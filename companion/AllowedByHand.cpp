@@ -11,7 +11,7 @@ bool AllowedByHand::isAllowed(const Verdict& infection) { return files_.isPutBac
 std::string AllowedByHand::allow(const Verdict& infection) { return allowPath(infection.path); }
 
 std::string AllowedByHand::allowPath(const std::string& path) {
-  return files_.allow(path) ? "" : Wording{"WINDOW_NOT_ALLOWED", {path}}.in(strings_);
+  return files_.allow(path) ? "" : Wording{"WINDOW_NOT_ALLOWED", {reportedText(path)}}.in(strings_);
 }
 
 }  // namespace quillo

@@ -30,11 +30,10 @@ Companion::Companion(const Services& services, std::vector<CompanionPage> pages)
     window_.onShown(name, [this, name] {
       // Making the page puts its own action in the place of this one.
       Companion& self = *this;
-      const std::string shown = name;
-      Entry& entry = *self.entryNamed(shown);
+      Entry& entry = *self.entryNamed(name);
       if (!entry.isMade) {
         self.make(entry);
-        self.window_.show(shown);
+        self.window_.show(entry.page.name);
       }
     });
   }
@@ -56,7 +55,7 @@ std::string Companion::show(const std::string& name) {
 
 std::string Companion::open(const std::vector<std::string>& paths) {
   const std::string taker = "scan";
-  const std::string problem = show(taker);
+  std::string problem = show(taker);
   if (problem.empty() && !paths.empty()) {
     if (const Entry& entry = *entryNamed(taker); entry.living.take) {
       entry.living.take(paths);

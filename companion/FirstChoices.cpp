@@ -17,7 +17,7 @@ namespace quillo {
 namespace {
 
 constexpr std::size_t mostSuggestions = 50;
-constexpr std::size_t mostOutput = 64 * 1024;
+constexpr std::size_t mostOutput = std::size_t{64} * 1024;
 
 std::vector<std::string> foldersIn(const std::string& home) {
   std::vector<std::string> names;

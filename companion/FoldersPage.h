@@ -46,7 +46,7 @@ class FoldersPage {
   // agent says is another.
   void agentChanged();
   // Says whether a file is guarded, as if it had been dropped on the tester.
-  void test(const std::string& path);
+  void test(const std::string& given);
 
  private:
   void list();

@@ -28,7 +28,7 @@ constexpr std::uint64_t bytesOfAFile = 65536;
 constexpr Clock::Duration leastWork = 5s;
 constexpr std::size_t filesOfAMove = 500;
 
-class Hold {
+class QUILLO_SCOPED_CAPABILITY Hold {
  public:
   explicit Hold(Condition& condition) QUILLO_ACQUIRE(condition) : condition_(condition) {
     condition_.lock();

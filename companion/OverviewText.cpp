@@ -8,7 +8,7 @@
 namespace quillo {
 namespace {
 
-constexpr std::uint64_t bytesInMebibyte = 1024 * 1024;
+constexpr std::uint64_t bytesInMebibyte = std::uint64_t{1024} * 1024;
 
 const char* keyOf(UpdateResult result) {
   switch (result) {

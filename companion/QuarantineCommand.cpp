@@ -35,7 +35,6 @@ enum class Action { list, restore, remove, check };
 
 struct Asked {
   Action action = Action::list;
-  std::string name;  // the action's
   std::vector<std::string> files;
   QuarantineStore::Target target;
   bool isAll = false;
@@ -94,7 +93,6 @@ std::optional<Asked> understood(const std::vector<std::string>& words) {
   }
   Asked asked;
   asked.action = *action;
-  asked.name = words.front();
   bool mayBeOption = true;
   for (std::size_t at = 1; at < words.size(); ++at) {
     if (mayBeOption && words[at] == "--") {

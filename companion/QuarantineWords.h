@@ -18,7 +18,7 @@ class QuarantineWords {
   // Returns the text of a key behind "QUARANTINE_".
   std::string text(const std::string& key) const;
   // Returns that of `key`_ONE for 1, else that of `key`_MANY with the number for its "%@".
-  std::string counted(const std::string& key, std::uint64_t number) const;
+  std::string counted(const std::string& key, std::uint64_t count) const;
   // Returns why that folder cannot be used, and what to do about it.
   std::string problem(const QuarantineStore::Listing& listing, const std::string& folder) const;
   // Returns what became of a file, in one sentence.

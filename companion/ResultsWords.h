@@ -19,7 +19,7 @@ class ResultsWords {
 
   std::string text(const std::string& key) const;
   // Returns the text of `key`_ONE for 1, else that of `key`_MANY with the number.
-  std::string counted(const std::string& key, std::uint64_t number) const;
+  std::string counted(const std::string& key, std::uint64_t count) const;
   // Returns a path as people write it: "~" for the home folder.
   std::string place(const std::string& path) const;
 

@@ -35,7 +35,7 @@ std::string absolute(const std::string& path) {
     return path;
   }
   char* const folder = getcwd(nullptr, 0);
-  const std::string whole = (folder ? std::string(folder) + "/" : std::string()) + path;
+  std::string whole = (folder ? std::string(folder) + "/" : std::string()) + path;
   std::free(folder);
   return whole;
 }

@@ -30,8 +30,7 @@ std::string shownPath(const ScanFinding& finding) {
 
 ScanFindings::ScanFindings(const ScanWords& words,
                            std::function<bool(const Verdict& infection)> isAllowed)
-    : words_(words),
-      isAllowed_(std::move(isAllowed)),
+    : isAllowed_(std::move(isAllowed)),
       finds_(std::make_shared<ScanRows>([&words](const ScanFinding& finding) {
         return TableRows::Row{{shownPath(finding), finding.threat, words.done(finding)},
                               signOf(finding)};

@@ -54,7 +54,6 @@ class ScanFindings {
   void addFind(const Verdict& verdict);
   ScanFinding* known(const std::string& path);
 
-  const ScanWords& words_;
   const std::function<bool(const Verdict&)> isAllowed_;
   const std::shared_ptr<ScanRows> finds_;
   const std::shared_ptr<ScanRows> leftOut_;

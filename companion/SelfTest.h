@@ -85,7 +85,7 @@ class SelfTest {
   void leaveOthers();
   void awaitAgent(const SelfTestEvidence::Facts& facts);
   void write(const SelfTestEvidence::Facts& facts);
-  bool writeInto(const std::string& folder);
+  bool writeInto(const std::string& watched);
   void awaitFind(const SelfTestEvidence::Facts& facts);
   void conclude(const Wording& found);
   void giveUp();

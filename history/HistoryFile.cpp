@@ -131,7 +131,7 @@ std::string HistoryFile::setAside(CalendarDay day) const {
   while (liesThere(dated(file, day, number)) || liesThere(dated(file, day, number) + "-wal")) {
     ++number;
   }
-  const std::string name = dated(file, day, number);
+  std::string name = dated(file, day, number);
   // First what was not put into the database yet: beside a new one it would be taken for its own.
   if (liesThere(file + "-wal")) {
     rename(file + "-wal", name + "-wal");

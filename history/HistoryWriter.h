@@ -93,7 +93,7 @@ class HistoryWriter {
   bool isKnownToday(const HistoryChange& change, CalendarDay today);
   void giveUpTooMany();
   void write();
-  void logFailure(const std::string& reason);
+  void logFailure(const std::string& failure);
 
   // Constant after construction.
   const HistoryWriterServices services_;

@@ -160,7 +160,7 @@ HistoryBatch batchFrom(int first, WallTime now) {
     result.path = "/home/anna/project/" + std::to_string(at % 500) + "/folder/file number " +
                   std::to_string(at) + ".bin";
     result.says = "Some.Threat.Name-" + std::to_string(at % 1000);
-    batch.changes.push_back(result);
+    batch.changes.emplace_back(result);
   }
   for (int folder = 0; folder < 50; ++folder) {
     batch.scanned[{calendarDayOf(now - std::chrono::seconds(20 * (rows - first))),

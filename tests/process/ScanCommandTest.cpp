@@ -85,7 +85,7 @@ TEST_F(ScanCommandTest, TakesRelativePathsFromWhereItWasGiven) {
   tree.file("--infected");
   const std::string before = []() {
     char* const folder = getcwd(nullptr, 0);
-    const std::string text = folder;
+    std::string text = folder;
     free(folder);
     return text;
   }();

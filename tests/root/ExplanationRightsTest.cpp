@@ -24,7 +24,7 @@ class ExplanationRights : public testing::Test {
   }
   Explanation of(const std::string& name) {
     EXPECT_EQ(seteuid(ordinaryUser), 0);
-    const Explanation explanation =
+    Explanation explanation =
         explain(folder.at(name), {preferences, folders, trash, [] { return std::nullopt; }});
     EXPECT_EQ(seteuid(0), 0);
     return explanation;

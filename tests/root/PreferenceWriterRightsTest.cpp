@@ -32,13 +32,13 @@ class PreferenceWriterRights : public testing::Test {
   }
   std::string write(const std::string& name, const std::string& text,
                     uid_t user = ordinaryUser) const {
-    const std::string path = folder.write(name, text);
+    std::string path = folder.write(name, text);
     own(path, user);
     return path;
   }
   PreferenceWriter::Outcome apply() {
     EXPECT_EQ(seteuid(ordinaryUser), 0);
-    const PreferenceWriter::Outcome outcome = writer.apply(setX);
+    PreferenceWriter::Outcome outcome = writer.apply(setX);
     EXPECT_EQ(seteuid(0), 0);
     return outcome;
   }

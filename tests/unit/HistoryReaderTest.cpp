@@ -117,7 +117,7 @@ TEST_F(HistoryReaderTest, StopsASearchThatNobodyWantsAnyMore) {
     HistoryResult result;
     result.time = now;
     result.path = "/srv/a";
-    batch.changes.push_back(result);
+    batch.changes.emplace_back(result);
   }
   store.write(batch);
   int questions = 0;

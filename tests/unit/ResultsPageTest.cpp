@@ -168,7 +168,7 @@ TEST_F(ResultsPageTest, SaysWhenNothingWasCountedThere) {
 TEST_F(ResultsPageTest, ReadsATableFromItsMiddle) {
   HistoryBatch batch;
   for (int at = 0; at < 1000; ++at) {
-    batch.changes.push_back(result("/srv/" + std::to_string(at)));
+    batch.changes.emplace_back(result("/srv/" + std::to_string(at)));
   }
   store.write(batch);
   open();

@@ -61,8 +61,7 @@ class SelfTestTest : public testing::Test {
   }
   // As the engine moves it: into the quarantine, perhaps under another ending.
   std::string moveAway(const SelfTest& test) const {
-    const std::string place =
-        quarantine + "/" + std::string(lastPathComponent(test.path())) + ".001";
+    std::string place = quarantine + "/" + std::string(lastPathComponent(test.path())) + ".001";
     std::filesystem::rename(test.path(), place);
     return place;
   }

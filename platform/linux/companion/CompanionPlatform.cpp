@@ -52,7 +52,7 @@ std::string CompanionPlatform::Parts::handle(const CompanionRequest& request) {
     return "it is about to end";
   }
   expectActivation(request.activationToken);
-  const std::string problem = requested(request);
+  std::string problem = requested(request);
   if (problem.empty()) {
     activateAsAsked(window.widget(), request.startupId);
   }

@@ -21,7 +21,7 @@ class SystemdTimers final : public PlannedScans {
       : systemd_(bus), program_(std::move(program)), folder_(std::move(folder)) {}
 
   Listing list() override;
-  Wording put(const PlannedScan& scan) override;
+  Wording put(const PlannedScan& wanted) override;
   Wording remove(const std::string& id) override;
   Wording runNow(const std::string& id) override;
 

@@ -16,7 +16,7 @@
 namespace quillo {
 namespace {
 
-constexpr std::size_t largestUnit = 1024 * 1024;
+constexpr std::size_t largestUnit = std::size_t{1024} * 1024;
 
 // 0 where nothing lies, or a file of this user's own.
 int obstacleAt(int folder, const std::string& name) {

@@ -23,7 +23,7 @@ class FilePreferenceStore final : public PreferenceStore {
   void addSuiteNamed(const std::string&) override {}
   void synchronize() override { ++synchronizations; }
   std::optional<PreferenceValue> objectForKey(const std::string& key) override {
-    const std::string file = fileThatHas(key);
+    std::string file = fileThatHas(key);
     return file.empty() ? std::nullopt : std::optional(valuesIn(file).at(key));
   }
   std::string fileThatHas(const std::string& key) override {

@@ -18,7 +18,7 @@ namespace quillo {
 // A quarantine folder with files in it, and an engine that the test answers for.
 struct QuarantineFixture {
   std::string quarantined(const std::string& name, const std::string& contents = "bad") {
-    const std::string path = scratch.write(name, contents);
+    std::string path = scratch.write(name, contents);
     wrapper::MoveFolder mover(clock, wrapper::DesktopTrash("", ""));
     mover.open(folder);
     mover.move(path, openPath(path, O_RDONLY).get(), "Eicar");
