@@ -36,7 +36,8 @@ class Companion {
 
   Companion(const Services& services, std::vector<CompanionPage> pages);
 
-  // Shows the page of that name, or the first one for "". Returns "", or which pages there are.
+  // Shows the page of that name; for "" the one that is shown already, at first the first one.
+  // Returns "", or which pages there are.
   std::string show(const std::string& name);
   // Shows the page that takes files, and hands them over. Returns "", or why there is none.
   std::string open(const std::vector<std::string>& paths);

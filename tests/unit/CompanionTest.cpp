@@ -49,6 +49,12 @@ TEST_F(CompanionTest, ShowsTheFirstPageUnlessOneIsAskedFor) {
   EXPECT_EQ(window.shownPage(), "settings");
 }
 
+TEST_F(CompanionTest, KeepsThePageThatIsShownUnlessOneIsAskedFor) {
+  companion.show("settings");
+  EXPECT_EQ(companion.show(""), "");
+  EXPECT_EQ(window.shownPage(), "settings");
+}
+
 TEST_F(CompanionTest, MakesAPageOnce) {
   companion.show("settings");
   companion.show("settings");
