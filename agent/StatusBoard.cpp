@@ -1,5 +1,6 @@
 #include "agent/StatusBoard.h"
 
+#include <algorithm>
 #include <ctime>
 #include <string>
 #include <utility>
@@ -74,14 +75,29 @@ void StatusBoard::setHistoryProblem(const std::string& problem) {
   {
     MutexLock hold(mutex_);
     historyProblem_ = problem;
+    if (!problem.empty()) {
+      verdicts_ += std::exchange(unwritten_, 0);
+    }
+  }
+  changed();
+}
+
+void StatusBoard::historyWritten(std::size_t changes) {
+  if (changes == 0) {
+    return;
+  }
+  {
+    MutexLock hold(mutex_);
+    unwritten_ -= std::min<std::uint64_t>(changes, unwritten_);
+    verdicts_ += changes;
   }
   changed();
 }
 
 ActivityFacts StatusBoard::activity() {
   ActivityFacts facts;
-  facts.verdicts = verdicts_;
   MutexLock hold(mutex_);
+  facts.verdicts = verdicts_;
   facts.scanningSince = filesBeingScanned_ > 0 ? scanningSince_ : std::nullopt;
   facts.watchingSince = watchingSince_;
   facts.definitions = definitionFacts_;
@@ -130,8 +146,15 @@ void StatusBoard::verdictGiven(const Verdict& verdict) {
     showOrKeep(verdict);
   }
   if (verdict.kind == Verdict::Kind::infected || verdict.kind == Verdict::Kind::notScanned) {
-    ++verdicts_;
-    changed();
+    bool isKept = true;
+    {
+      MutexLock hold(mutex_);
+      isKept = historyProblem_.empty();
+      ++(isKept ? unwritten_ : verdicts_);
+    }
+    if (!isKept) {
+      changed();
+    }
   }
 }
 

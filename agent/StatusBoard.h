@@ -36,7 +36,8 @@ struct ActivityFacts {
   // Nothing while nothing is scanned, or watched.
   std::optional<std::chrono::system_clock::time_point> scanningSince;
   std::optional<std::chrono::system_clock::time_point> watchingSince;
-  // Finds and files that could not be scanned, since the agent began.
+  // Grows when the history has news of finds and of files that could not be scanned; while it is
+  // not kept, when there are any.
   std::uint64_t verdicts = 0;
   DefinitionFacts definitions;
   std::vector<std::string> missingFolders;  // bytes
@@ -71,7 +72,9 @@ class StatusBoard final : public ScanObserver {
   }
   void setDefinitionFacts(const DefinitionFacts& definitions);
   void setWatching(bool watching);
+  // Tells why the history is not kept, "" where it is, or that so much has been entered there.
   void setHistoryProblem(const std::string& problem);
+  void historyWritten(std::size_t changes);
   // `folders` were chosen and are not there.
   void setMissingFolders(const std::vector<std::string>& folders);
   void setHelperFails(bool fails) { helperFails_ = fails; }
@@ -120,7 +123,6 @@ class StatusBoard final : public ScanObserver {
   std::atomic<std::size_t> watchedFolders_{0};
   std::atomic<std::size_t> placesWithGaps_{0};
   std::atomic<std::size_t> filesBeingScanned_{0};
-  std::atomic<std::uint64_t> verdicts_{0};
 
   Mutex mutex_;
   std::vector<std::string> missingFolders_ QUILLO_GUARDED_BY(mutex_);
@@ -130,6 +132,9 @@ class StatusBoard final : public ScanObserver {
   // When the last run ended, by the time that never runs backwards.
   std::optional<std::chrono::nanoseconds> pausedAt_ QUILLO_GUARDED_BY(mutex_);
   std::string historyProblem_ QUILLO_GUARDED_BY(mutex_);
+  std::uint64_t verdicts_ QUILLO_GUARDED_BY(mutex_) = 0;
+  // Verdicts that the history is to have, and has not.
+  std::uint64_t unwritten_ QUILLO_GUARDED_BY(mutex_) = 0;
   bool showsVerdicts_ QUILLO_GUARDED_BY(mutex_) = false;
   // The last ones, for as long as they are not shown.
   std::deque<Given> unseen_ QUILLO_GUARDED_BY(mutex_);

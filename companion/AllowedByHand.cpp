@@ -8,10 +8,10 @@ namespace quillo {
 
 bool AllowedByHand::isAllowed(const Verdict& infection) { return files_.isPutBack(infection); }
 
-std::string AllowedByHand::allow(const Verdict& infection) {
-  return files_.allow(infection.path)
-             ? ""
-             : Wording{"WINDOW_NOT_ALLOWED", {infection.path}}.in(strings_);
+std::string AllowedByHand::allow(const Verdict& infection) { return allowPath(infection.path); }
+
+std::string AllowedByHand::allowPath(const std::string& path) {
+  return files_.allow(path) ? "" : Wording{"WINDOW_NOT_ALLOWED", {path}}.in(strings_);
 }
 
 }  // namespace quillo

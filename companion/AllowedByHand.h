@@ -17,6 +17,8 @@ class AllowedByHand final : public AllowedFinds {
 
   bool isAllowed(const Verdict& infection) override;
   std::string allow(const Verdict& infection) override;
+  // Likewise whatever is found in the file of that path.
+  std::string allowPath(const std::string& path);
 
  private:
   PutBackFiles& files_;

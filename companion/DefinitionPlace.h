@@ -20,5 +20,9 @@ struct DefinitionPlace {
 DefinitionPlace definitionPlaceAt(const std::string& folder);
 // Returns that of the engine whose folder this is, by its configuration of the daemon.
 DefinitionPlace definitionPlaceOf(const std::string& engine);
+// Returns when the definitions that this engine's daemon has loaded were built, in seconds since
+// 1970: as it says itself or, where it does not, as they lie on the disk; 0 for none. Waits for its
+// answer, some seconds at most. Any thread.
+std::int64_t definitionsLoadedBy(const std::string& engine);
 
 }  // namespace quillo

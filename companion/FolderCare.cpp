@@ -12,25 +12,8 @@ namespace {
 
 using Kind = FolderCare::Kind;
 
-// Of those that hold the path the innermost, and the last one on top.
-const Mount* mountOf(const std::string& path, const std::vector<Mount>& mounts) {
-  const Mount* found = nullptr;
-  for (const Mount& mount : mounts) {
-    if ((path == mount.point || liesBelow(path, mount.point)) &&
-        (!found || mount.point.size() >= found->point.size())) {
-      found = &mount;
-    }
-  }
-  return found;
-}
-
-// Disks that other machines write to as well count as theirs.
-bool othersChangeIt(const Mount& mount) {
-  return isNetwork(mount) || mount.type == "gfs2" || mount.type == "ocfs2";
-}
-
 Kind kindOf(const Mount& mount, const HasFileHandles& hasHandles) {
-  if (othersChangeIt(mount)) {
+  if (isChangedByOthers(mount)) {
     return Kind::network;
   }
   if (isPseudo(mount)) {
@@ -67,17 +50,17 @@ std::vector<FolderCare> careOf(const ChosenFolder& folder, const std::vector<Mou
   if (!path.starts_with('/')) {
     return {{Kind::missing, folder.path, ""}};
   }
-  const Mount* mount = mountOf(path, mounts);
-  if (mount && othersChangeIt(*mount)) {
+  const Mount* mount = mountHolding(path, mounts);
+  if (mount && isChangedByOthers(*mount)) {
     // To follow its links would be to wait for it.
     return {{Kind::network, folder.path, mount->type}};
   }
   const std::string real = RealPath(path).path();
-  mount = mountOf(real, mounts);
+  mount = mountHolding(real, mounts);
   if (!mount) {
     return {{Kind::unknown, folder.path, ""}};
   }
-  if (othersChangeIt(*mount)) {
+  if (isChangedByOthers(*mount)) {
     return {{Kind::network, folder.path, mount->type}};
   }
   if (const auto obstacle = obstacleAt(real)) {
@@ -90,7 +73,7 @@ std::vector<FolderCare> careOf(const ChosenFolder& folder, const std::vector<Mou
   std::vector<FolderCare> cares = {{kind, folder.path, mount->type}};
   for (const Mount& below : mounts) {
     if (folder.withSubdirs && liesBelow(below.point, real) &&
-        mountOf(below.point, mounts) == &below) {
+        mountHolding(below.point, mounts) == &below) {
       const Kind other = kindOf(below, hasHandles);
       if (other != kind && isNews(other)) {
         cares.push_back({other, below.point, below.type});

@@ -196,6 +196,7 @@ void FoldersPage::test(const std::string& given) {
   const std::string path = expandingTilde(given, services_.explanation.folders.homeFolder());
   page_.setText("testPath", given);
   page_.setText("verdictTitle", "");
+  wasOnGuard_.reset();
   if (!path.starts_with('/')) {
     page_.setText("verdict",
                   services_.localizedStrings.stringForKey("FOLDERS_TEST_WHOLE_PATH", ""));
@@ -210,6 +211,8 @@ void FoldersPage::test(const std::string& given) {
         "\n" + Wording{"FOLDERS_RULE_LINK", {explanation.realPath}}.in(services_.localizedStrings);
   }
   const bool isOnGuard = services_.agentWatches();
+  tested_ = given;
+  wasOnGuard_ = isOnGuard;
   if (explanation.isGuarded() && !isOnGuard) {
     words += "\n" + services_.localizedStrings.stringForKey("FOLDERS_RULE_NO_AGENT", "");
   }
@@ -218,6 +221,14 @@ void FoldersPage::test(const std::string& given) {
       "verdictTitle",
       services_.localizedStrings.stringForKey(
           explanation.isGuarded() && isOnGuard ? "FOLDERS_GUARDED" : "FOLDERS_NOT_GUARDED", ""));
+}
+
+void FoldersPage::agentChanged() {
+  // What its user is typing just now is left to him.
+  const bool isShown = wasOnGuard_ && page_.text("testPath") == tested_;
+  if (isShown && *wasOnGuard_ != services_.agentWatches()) {
+    test(tested_);
+  }
 }
 
 }  // namespace quillo

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,9 @@ class FoldersPage {
   void show();
   // Adds folders, as if they had been dropped here, and asks about those that need it.
   void addFolders(const std::vector<std::string>& paths);
+  // Says anew whether the file is guarded that was asked about. To be called whenever what the
+  // agent says is another.
+  void agentChanged();
   // Says whether a file is guarded, as if it had been dropped on the tester.
   void test(const std::string& path);
 
@@ -62,6 +66,9 @@ class FoldersPage {
   const std::shared_ptr<ListedRows> rows_ = std::make_shared<ListedRows>();
   std::vector<ChosenFolder> folders_;
   std::string notice_;
+  // What the verdict that is shown is of, and rests on; nothing while none is.
+  std::string tested_;
+  std::optional<bool> wasOnGuard_;
 };
 
 }  // namespace quillo

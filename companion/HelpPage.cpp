@@ -1,5 +1,6 @@
 #include "companion/HelpPage.h"
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <utility>
@@ -43,8 +44,8 @@ struct HelpPage::Findings final : TableRows {
     const HelpFinding& finding = findings.at(row);
     return {{finding.subject, finding.words, finding.remedy},
             finding.state == State::good      ? Sign::good
-            : finding.state == State::problem ? Sign::warning
-                                              : Sign::none};
+            : finding.state == State::unknown ? Sign::none
+                                              : Sign::warning};
   }
   std::vector<HelpFinding> findings;
 };
@@ -155,15 +156,14 @@ void HelpPage::showFindings(const std::vector<HelpFinding>& findings) {
   findings_->findings = findings;
   page_.rowsChanged("findings");
   page_.setEnabled("examine", true);
-  bool hasProblem = false;
-  bool isKnown = true;
-  for (const HelpFinding& finding : findings) {
-    hasProblem = hasProblem || finding.state == State::problem;
-    isKnown = isKnown && finding.state != State::unknown;
-  }
-  page_.setText("findingsState", text(hasProblem ? "HELP_HAS_PROBLEMS"
-                                      : isKnown  ? "HELP_ALL_WELL"
-                                                 : "HELP_NOT_ALL_KNOWN"));
+  const auto has = [&findings](State state) {
+    return std::any_of(findings.begin(), findings.end(),
+                       [state](const HelpFinding& finding) { return finding.state == state; });
+  };
+  page_.setText("findingsState", text(has(State::problem)   ? "HELP_HAS_PROBLEMS"
+                                      : has(State::unknown) ? "HELP_NOT_ALL_KNOWN"
+                                      : has(State::warning) ? "HELP_HAS_WARNINGS"
+                                                            : "HELP_ALL_WELL"));
 }
 
 }  // namespace quillo

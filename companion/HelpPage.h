@@ -15,7 +15,12 @@ class Workspace;
 
 // One thing that was looked at to find out why something does not work, in the user's language.
 struct HelpFinding {
-  enum class State { good, problem, unknown };
+  enum class State {
+    good,
+    warning,  // it works, but not as well as it seems
+    problem,
+    unknown
+  };
   State state = State::unknown;
   std::string subject;
   std::string words;

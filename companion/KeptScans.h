@@ -2,6 +2,8 @@
 
 #include <functional>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "companion/ManualScan.h"
 #include "history/HistoryEntry.h"
@@ -39,6 +41,21 @@ class KeptScans final : public ScanHistory {
   ScanRun run_;
   InfectedFileAction action_ = InfectedFileAction::leaveInPlace;
   std::optional<HistoryRecorder> recorder_;
+};
+
+// Keeps what becomes of finds that their user moves away, in the rows that are there of them. One
+// scan's thread at a time.
+class KeptMoves final : public ScanHistory {
+ public:
+  KeptMoves(HistoryWriter& writer, TrashFolders& trash, Clock& clock)
+      : recorder_(writer, trash, clock, ScanSource::byHand) {}
+
+  void runBegan(const std::vector<std::string>&) override {}
+  void verdict(const Verdict& verdict) override { recorder_.recordMove(verdict); }
+  void runEnded(const ManualScanResult&) override {}
+
+ private:
+  HistoryRecorder recorder_;
 };
 
 }  // namespace quillo

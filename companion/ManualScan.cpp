@@ -331,7 +331,9 @@ void ManualScan::verdictGiven(const Verdict& verdict) {
     lines_.notScanned += isLeftOut ? 1 : 0;
     lines_.path = verdict.path;
   }
-  if (history_ && (isFind || isLeftOut)) {
+  const bool isOutcome =
+      verdict.kind == Verdict::Kind::moved || verdict.kind == Verdict::Kind::notMoved;
+  if (history_ && (isFind || isOutcome || isLeftOut)) {
     history_->verdict(verdict);
   }
   observer_.verdict(verdict);

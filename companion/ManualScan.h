@@ -68,7 +68,7 @@ class ScanHistory {
  public:
   virtual ~ScanHistory() = default;
   virtual void runBegan(const std::vector<std::string>& paths) = 0;
-  // A find, or a file that was not scanned.
+  // A find, what became of one, or a file that was not scanned.
   virtual void verdict(const Verdict& verdict) = 0;
   virtual void runEnded(const ManualScanResult& result) = 0;
 };

@@ -76,7 +76,6 @@ void QuarantinePage::connect() {
       }
     };
   };
-  window_.addToList(name, words_.text("TITLE"));
   window_.onShown(name, bound(&QuarantinePage::refresh));
   page_.setRows("files",
                 {words_.text("FILE"), words_.text("ORIGIN"), words_.text("THREAT"),

@@ -5,7 +5,7 @@
 #include <ctime>
 
 #include "clamav/Verdict.h"
-#include "menu/StatusText.h"
+#include "companion/Counting.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/Text.h"
 
@@ -56,7 +56,6 @@ const Named& of(QuarantineStore::FolderProblem problem) {
 
 constexpr std::int64_t kilobyte = 1000;
 constexpr std::int64_t megabyte = 1000 * kilobyte;
-constexpr std::size_t groupedFrom = 1000;
 
 }  // namespace
 
@@ -93,15 +92,8 @@ std::string QuarantineWords::text(const std::string& key) const {
   return strings_.stringForKey("QUARANTINE_" + key, "");
 }
 
-std::string QuarantineWords::number(std::uint64_t number) const {
-  return groupedDigits(number, strings_.stringForKey("DIGITS_SEPARATOR", ""),
-                       numberIn<std::size_t>(strings_.stringForKey("DIGITS_GROUPED_FROM", ""))
-                           .value_or(groupedFrom));
-}
-
 std::string QuarantineWords::counted(const std::string& key, std::uint64_t count) const {
-  return count == 1 ? text(key + "_ONE")
-                    : Wording{"QUARANTINE_" + key + "_MANY", {number(count)}}.in(strings_);
+  return countedIn(strings_, "QUARANTINE_" + key, count);
 }
 
 std::string QuarantineWords::problem(const QuarantineStore::Listing& listing,
@@ -174,7 +166,7 @@ std::string QuarantineWords::size(std::int64_t bytes) const {
   const bool isLarge = bytes >= 10 * megabyte;
   const std::int64_t unit = isLarge ? megabyte : kilobyte;
   return Wording{isLarge ? "QUARANTINE_MEGABYTES" : "QUARANTINE_KILOBYTES",
-                 {number(static_cast<std::uint64_t>((bytes + unit / 2) / unit))}}
+                 {numberIn(strings_, static_cast<std::uint64_t>((bytes + unit / 2) / unit))}}
       .in(strings_);
 }
 

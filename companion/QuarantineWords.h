@@ -32,8 +32,6 @@ class QuarantineWords {
   std::string size(std::int64_t bytes) const;
 
  private:
-  std::string number(std::uint64_t number) const;
-
   LocalizedStrings& strings_;
 };
 

@@ -39,6 +39,13 @@ const std::string& placeOf(const HistoryResult& result) {
   return isAway && !result.detail.empty() ? result.detail : result.path;
 }
 
+// What was moved is put back, and allowed by that.
+bool canBeAllowed(const HistoryResult& result) {
+  return result.kind == HistoryResult::Kind::found &&
+         (result.outcome == HistoryResult::Outcome::leftInPlace ||
+          result.outcome == HistoryResult::Outcome::notMoved);
+}
+
 }  // namespace
 
 // The chosen results, read as they are shown: those around the row that is asked for.
@@ -119,6 +126,8 @@ ResultsPage::ResultsPage(Page& page, MainWindow& window, const ResultsServices& 
   page_.onAction("openFolder", [this] { openFolder(); });
   page_.onAction("scanAgain", [this] { scanAgain(); });
   page_.onAction("exclude", [this] { askToExclude(); });
+  page_.onAction("allow", [this] { askToAllow(); });
+  page_.onAction("showQuarantine", [this] { window_.show("quarantine"); });
   say("");
   showView();
 }
@@ -208,6 +217,10 @@ void ResultsPage::showBusy() {
 
 void ResultsPage::showButtons() {
   const std::size_t count = page_.selectedRows(results).size();
+  const std::vector<HistoryResult> one = count == 1 ? selected() : std::vector<HistoryResult>();
+  page_.setEnabled("allow", !one.empty() && canBeAllowed(one.front()));
+  page_.setEnabled("showQuarantine",
+                   !one.empty() && one.front().outcome == HistoryResult::Outcome::quarantined);
   page_.setEnabled("openFolder", count == 1);
   page_.setEnabled("exclude", count == 1);
   page_.setEnabled("scanAgain", count > 0 && count <= mostScannedAgain);
@@ -280,6 +293,26 @@ void ResultsPage::askToExclude() {
               [exclude = services_.exclude, expression](std::size_t button) {
                 if (button == 0) {
                   exclude(expression);
+                }
+              });
+}
+
+void ResultsPage::askToAllow() {
+  const std::vector<HistoryResult> chosen = selected();
+  if (chosen.size() != 1 || !canBeAllowed(chosen.front())) {
+    return;
+  }
+  const std::string path = chosen.front().path;
+  window_.ask({Wording{"RESULTS_ALLOW_QUESTION", {words_.place(path)}}.in(services_.strings),
+               words_.text("RESULTS_ALLOW_DETAIL"),
+               {words_.text("RESULTS_ALLOW_YES"), words_.text("RESULTS_ALLOW_NO")},
+               true},
+              [this, path](std::size_t button) {
+                if (button == 0) {
+                  const std::string problem = services_.allow(path);
+                  say(problem.empty()
+                          ? Wording{"RESULTS_ALLOWED", {words_.place(path)}}.in(services_.strings)
+                          : problem);
                 }
               });
 }

@@ -34,13 +34,16 @@ struct ResultsServices {
   std::function<void(const std::vector<std::string>& paths)> scan;
   // Excludes what that regular expression matches (PathPattern.h); its user has agreed.
   std::function<void(const std::string& expression)> exclude;
+  // Has the file left alone until it changes; its user has agreed. Returns "", or why not, in words
+  // for people.
+  std::function<std::string(const std::string& path)> allow;
 };
 
 // The page "results": what was found and what could not be scanned (`results`, narrowed down by
-// `search`, `kind` and `period`, with `openFolder`, `scanAgain` and `exclude`), and, while
-// `showBusy` stays down, where much was scanned (`busy`, for each day while `byDay` is checked).
-// `summary` says how many rows there are, or why there are none; `notice` how an action went. Main
-// thread.
+// `search`, `kind` and `period`, with `openFolder`, `scanAgain`, `exclude`, `allow` for a find in
+// its place and `showQuarantine` for one that was moved there), and, while `showBusy` stays down,
+// where much was scanned (`busy`, for each day while `byDay` is checked). `summary` says how many
+// rows there are, or why there are none; `notice` how an action went. Main thread.
 class ResultsPage {
  public:
   // More files than that are not scanned again at once.
@@ -65,6 +68,7 @@ class ResultsPage {
   void openFolder();
   void scanAgain();
   void askToExclude();
+  void askToAllow();
   void say(const std::string& notice);
 
   Page& page_;

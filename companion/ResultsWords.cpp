@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <ctime>
 
-#include "menu/StatusText.h"
+#include "companion/Counting.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/Accounts.h"
 #include "posix/Text.h"
@@ -12,7 +12,6 @@
 namespace quillo {
 namespace {
 
-constexpr std::size_t defaultLeastGrouped = 1000;
 constexpr std::uint64_t sizeStep = 1000;
 
 using Kind = HistoryResult::Kind;
@@ -47,14 +46,8 @@ std::string ResultsWords::text(const std::string& key) const {
   return strings_.stringForKey(key, "");
 }
 
-std::string ResultsWords::number(std::uint64_t number) const {
-  return groupedDigits(
-      number, text("DIGITS_SEPARATOR"),
-      numberIn<std::size_t>(text("DIGITS_GROUPED_FROM")).value_or(defaultLeastGrouped));
-}
-
 std::string ResultsWords::counted(const std::string& key, std::uint64_t count) const {
-  return count == 1 ? text(key + "_ONE") : Wording{key + "_MANY", {number(count)}}.in(strings_);
+  return countedIn(strings_, key, count);
 }
 
 // At least two digits, where there are as many.
@@ -66,7 +59,7 @@ std::string ResultsWords::size(std::uint64_t bytes) const {
     bytes = (bytes + sizeStep / 2) / sizeStep;
     ++unit;
   }
-  return Wording{units[unit], {number(bytes)}}.in(strings_);
+  return Wording{units[unit], {numberIn(strings_, bytes)}}.in(strings_);
 }
 
 std::string ResultsWords::place(const std::string& path) const {
@@ -119,7 +112,7 @@ std::vector<std::string> ResultsWords::busyTitles() const {
 }
 
 TableRows::Row ResultsWords::row(const BusyFolder& folder) const {
-  return {{dayIn(folder.day), place(folder.folder), number(folder.amount.files),
+  return {{dayIn(folder.day), place(folder.folder), numberIn(strings_, folder.amount.files),
            size(folder.amount.bytes)},
           TableRows::Sign::none};
 }

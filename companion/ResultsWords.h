@@ -33,7 +33,6 @@ class ResultsWords {
   std::string problem(HistoryReader::State state, const std::string& reason) const;
 
  private:
-  std::string number(std::uint64_t number) const;
   std::string size(std::uint64_t bytes) const;
   std::string done(const HistoryResult& result) const;
 

@@ -115,8 +115,8 @@ void ScanPage::start(Work work, const std::vector<std::string>& paths, InfectedF
     const std::shared_ptr<ScanFeed> feed;
     ManualScan scan;
   };
-  const auto running = std::make_shared<Running>(feed_, services_.scan,
-                                                 work == Work::scan ? services_.history : nullptr);
+  const auto running = std::make_shared<Running>(
+      feed_, services_.scan, work == Work::scan ? services_.history : services_.moves);
   work_ = work;
   movedBefore_ = movedSoFar();
   try {

@@ -28,6 +28,8 @@ struct ScanPageServices {
   // Closes the window, once that was allowed.
   std::function<void()> closeWindow;
   ScanHistory* history = nullptr;
+  // Told of what is moved away afterwards.
+  ScanHistory* moves = nullptr;
 };
 
 // Returns the volumes among the mounts of this process that lie where the desktop mounts what is

@@ -3,14 +3,13 @@
 #include <algorithm>
 
 #include "clamav/ScanLimits.h"
-#include "menu/StatusText.h"
+#include "companion/Counting.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/Text.h"
 
 namespace quillo {
 namespace {
 
-constexpr std::size_t defaultLeastGrouped = 1000;
 constexpr std::int64_t secondsOfAMinute = 60;
 // From here on nobody wants to read minutes.
 constexpr std::int64_t minutesBeforeHours = 90;
@@ -19,14 +18,8 @@ constexpr std::int64_t minutesBeforeHours = 90;
 
 std::string ScanWords::text(const std::string& key) const { return strings_.stringForKey(key, ""); }
 
-std::string ScanWords::number(std::uint64_t count) const {
-  return groupedDigits(
-      count, text("DIGITS_SEPARATOR"),
-      numberIn<std::size_t>(text("DIGITS_GROUPED_FROM")).value_or(defaultLeastGrouped));
-}
-
 std::string ScanWords::counted(const std::string& key, std::uint64_t count) const {
-  return count == 1 ? text(key + "_ONE") : replacingAll(text(key), "%@", number(count));
+  return countedIn(strings_, key, count);
 }
 
 std::string ScanWords::phase(const ManualScanState& state) const {
@@ -50,11 +43,12 @@ std::string ScanWords::progress(const ManualScanState& state) const {
   const ScanProgress& done = state.progress;
   if (state.all.isWhole && done.files() <= state.all.files) {
     return Wording{"SCAN_PROGRESS_OF",
-                   {number(done.files()), number(state.all.files), sizeText(done.bytes),
-                    sizeText(std::max(done.bytes, state.all.bytes))}}
+                   {numberIn(strings_, done.files()), numberIn(strings_, state.all.files),
+                    sizeText(done.bytes), sizeText(std::max(done.bytes, state.all.bytes))}}
         .in(strings_);
   }
-  return Wording{"SCAN_PROGRESS", {number(done.files()), sizeText(done.bytes)}}.in(strings_);
+  return Wording{"SCAN_PROGRESS", {numberIn(strings_, done.files()), sizeText(done.bytes)}}.in(
+      strings_);
 }
 
 std::string ScanWords::timeLeft(const ManualScanState& state) const {

@@ -28,8 +28,7 @@ class ScanWords {
   explicit ScanWords(LocalizedStrings& strings) : strings_(strings) {}
 
   std::string text(const std::string& key) const;
-  std::string number(std::uint64_t count) const;
-  // Returns the text of `key` with the number, or that of `key`_ONE.
+  // Returns the text of `key`_MANY with the number, or that of `key`_ONE.
   std::string counted(const std::string& key, std::uint64_t count) const;
 
   // Returns what is going on, how much is done and what is left of the time, "" where unknown.

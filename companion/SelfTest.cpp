@@ -189,7 +189,12 @@ std::string SelfTest::removeFile() {
   std::vector<std::string> folders = moveFolders_;
   folders.push_back(deletingLastPathComponent(path_));
   if (destination_) {
-    folders.push_back(deletingLastPathComponent(*destination_));
+    const std::string folder = deletingLastPathComponent(*destination_);
+    folders.push_back(folder);
+    // What a trash knows of its files lies beside their folder (Trash 1.0, freedesktop.org).
+    if (lastPathComponent(folder) == "files") {
+      folders.push_back(deletingLastPathComponent(folder) + "/info");
+    }
   }
   std::string left;
   for (const std::string& folder : folders) {

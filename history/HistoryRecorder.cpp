@@ -26,13 +26,22 @@ void HistoryRecorder::record(const Verdict& verdict, InfectedFileAction action) 
       break;
     }
     case Verdict::Kind::moved:
-      writer_.add(LaterOutcome{verdict.file(), movedTo(verdict), verdict.destination});
-      break;
     case Verdict::Kind::notMoved:
-      writer_.add(LaterOutcome{verdict.file(), Outcome::notMoved, verdict.reason});
+      recordMove(verdict);
       break;
     case Verdict::Kind::message:
       break;
+  }
+}
+
+void HistoryRecorder::recordMove(const Verdict& verdict) {
+  const bool isFind = verdict.kind == Verdict::Kind::infected;
+  if (verdict.kind == Verdict::Kind::moved ||
+      (isFind && verdict.whereabouts == Verdict::Whereabouts::moved)) {
+    writer_.add(LaterOutcome{verdict.file(), movedTo(verdict), verdict.destination});
+  } else if (verdict.kind == Verdict::Kind::notMoved ||
+             (isFind && verdict.whereabouts == Verdict::Whereabouts::notMoved)) {
+    writer_.add(LaterOutcome{verdict.file(), Outcome::notMoved, verdict.reason});
   }
 }
 

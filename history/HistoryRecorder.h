@@ -23,6 +23,8 @@ class HistoryRecorder {
 
   // `action` is what was to be done about infected files.
   void record(const Verdict& verdict, InfectedFileAction action);
+  // Enters what has become of a find, in the row that is there of it; of other verdicts nothing.
+  void recordMove(const Verdict& verdict);
 
  private:
   void recordFind(const Verdict& verdict, InfectedFileAction action);

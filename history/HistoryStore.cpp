@@ -90,7 +90,8 @@ void HistoryStore::Open::enter(const HistoryResult& result) {
 void HistoryStore::Open::enter(const LaterOutcome& outcome) {
   statement(
       "UPDATE results SET outcome = ?, detail = ? WHERE id = (SELECT id FROM results "
-      "WHERE id > (SELECT max(id) FROM results) - ? AND kind = 0 AND outcome < 2 AND path = ? "
+      "WHERE id > (SELECT max(id) FROM results) - ? AND kind = 0 AND outcome IN (0, 1, 4) AND path "
+      "= ? "
       "ORDER BY id DESC LIMIT 1)")
       .with(static_cast<std::int64_t>(outcome.outcome))
       .with(cut(outcome.detail, longestPath))

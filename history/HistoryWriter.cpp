@@ -196,6 +196,7 @@ void HistoryWriter::giveUpTooMany() {
 
 void HistoryWriter::write() {
   std::string failure;
+  std::size_t entered = 0;
   try {
     while (!batch_.empty()) {
       HistoryBatch part;
@@ -204,6 +205,7 @@ void HistoryWriter::write() {
       const auto behind = batch_.changes.begin() + static_cast<std::ptrdiff_t>(many);
       part.changes.assign(batch_.changes.begin(), behind);
       store_.write(part);
+      entered += many;
       batch_.changes.erase(batch_.changes.begin(), behind);
       batch_.scanned.clear();
     }
@@ -211,8 +213,8 @@ void HistoryWriter::write() {
     failure = problem.what();
   }
   logFailure(failure);
-  if (failure.empty() && services_.wasWritten) {
-    services_.wasWritten();
+  if ((failure.empty() || entered > 0) && services_.wasWritten) {
+    services_.wasWritten(entered);
   }
 }
 

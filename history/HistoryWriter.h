@@ -25,8 +25,9 @@ struct HistoryWriterServices {
   SystemLog& systemLog;
   std::string folder;  // the agent's own for what it remembers
   std::string home;
-  // Called after something was entered, on the writer's thread; may be null.
-  std::function<void()> wasWritten = {};
+  // Called after something was entered, on the writer's thread, with how many results, outcomes and
+  // runs were among it; may be null.
+  std::function<void(std::size_t changes)> wasWritten = {};
   HistoryLimits limits = {};
   // Called, on the same thread, when nothing can be kept any more, with problem(), and with "" when
   // it can again; may be null.

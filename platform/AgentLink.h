@@ -29,8 +29,10 @@ struct AgentStatus {
   std::int64_t definitionsBuilt = 0;
   std::string definitionFolder;  // where the daemon in use has them from; bytes
   bool updating = false;
-  std::string engine;          // the folder of the engine
-  std::uint64_t verdicts = 0;  // finds and files not scanned since it began: the history has news
+  std::string engine;  // the folder of the engine
+  // Grows when the history has news of finds and files not scanned; while it is not kept, when
+  // there are any.
+  std::uint64_t verdicts = 0;
   std::string historyProblem;  // why the history is not kept; "" where it is
 
   bool operator==(const AgentStatus&) const = default;

@@ -2,13 +2,22 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <climits>
 #include <string>
+#include <vector>
 
 #include "app/vantrel/CompanionParts.h"
+#include "app/vantrel/SelfTestParts.h"
 #include "companion/ExplainCommand.h"
+#include "companion/InterruptWatch.h"
+#include "companion/PlannedScanCommand.h"
+#include "companion/PlannedScanRun.h"
+#include "companion/QuarantineCommand.h"
 #include "companion/ScanCommand.h"
 #include "companion/StatusCommand.h"
+#include "companion/TestCommand.h"
+#include "companion/doctor/DoctorCommand.h"
 #include "platform/AgentLink.h"
 #include "platform/linux/companion/CommandPlatform.h"
 
@@ -20,9 +29,20 @@ using Run = int (*)(CompanionParts& parts, const Words& words, std::ostream& out
                     std::ostream& errors);
 
 int scan(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
+  if (isPlannedScan(words)) {
+    const auto run = [&parts](const std::vector<std::string>& paths) {
+      return runToOutcome(paths, parts.scanServices(), &parts.keepScans(ScanSource::planned));
+    };
+    return runPlannedScan(words, errors,
+                          {parts.desktop.localizedStrings, parts.desktop.growl, run});
+  }
   return runScanCommand(
       words, out, errors,
       {parts.scanServices(), &parts.keepScans(ScanSource::byHand), &parts.allowedFinds});
+}
+
+int quarantine(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
+  return runQuarantineCommand(words, out, errors, parts.quarantineServices());
 }
 
 int status(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
@@ -30,6 +50,21 @@ int status(CompanionParts& parts, const Words& words, std::ostream& out, std::os
   return runStatusCommand(words, out, errors,
                           {desktop.agentLink, desktop.clock, desktop.localizedStrings,
                            parts.preferences, parts.historyCounts});
+}
+
+int doctor(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
+  return runDoctorCommand(
+      words, out, errors,
+      {parts.desktop.agentLink, parts.desktop.desktopCheck, parts.doctorServices()});
+}
+
+int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
+  SelfTestParts selfTest(parts, true);
+  std::atomic<bool> isInterrupted = false;
+  const InterruptWatch interrupts(parts.threads, [&isInterrupted] { isInterrupted = true; });
+  return runTestCommand(words, out, errors,
+                        {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence,
+                         moveFoldersOf(parts), [&isInterrupted] { return isInterrupted.load(); }});
 }
 
 // "" while it watches; "none" also where it cannot be asked.
@@ -65,9 +100,18 @@ CommandTable commands() {
   return CommandTable({
       command("status", "[--json]", "says in one sentence whether files are guarded, and the facts",
               status),
+      command("doctor", "[--json]",
+              "looks at everything that guarding rests on, and says what mends it", doctor),
       command("scan", "PATH... [--json]", "scans files and folders at once", scan),
+      command("quarantine",
+              "list|restore|delete|check [FILE...|--all] [--json]\n"
+              "        [--to FOLDER] [--make-folder]",
+              "says what lies in the quarantine, puts it back, deletes it, checks it again",
+              quarantine),
       command("explain", "PATH [--json]", "says whether a file is guarded, and which rule decides",
               explain),
+      command("test", "[--json]", "tries the whole way of an infected file with a harmless one",
+              test),
   });
 }
 

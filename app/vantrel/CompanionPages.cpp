@@ -4,13 +4,16 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "app/vantrel/CompanionParts.h"
 #include "app/vantrel/Excluding.h"
+#include "app/vantrel/GuidePages.h"
 #include "companion/FolderCare.h"
 #include "companion/FoldersPage.h"
 #include "companion/OverviewPage.h"
 #include "companion/PlannedPage.h"
+#include "companion/QuarantinePage.h"
 #include "companion/ResultsPage.h"
 #include "companion/ScanPage.h"
 #include "companion/SettingsPage.h"
@@ -43,14 +46,29 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   auto logic = std::make_shared<ResultsPage>(
       page, window,
-      ResultsServices{desktop.application, parts.threads, desktop.clock, desktop.localizedStrings,
-                      desktop.workspace, desktop.folders.stateFolder(),
-                      desktop.folders.homeFolder(),
-                      [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
-                      [&parts, &window](const std::string& expression) {
-                        excludeExpression(parts, window, expression);
-                      }});
+      ResultsServices{
+          desktop.application, parts.threads, desktop.clock, desktop.localizedStrings,
+          desktop.workspace, desktop.folders.stateFolder(), desktop.folders.homeFolder(),
+          [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
+          [&parts, &window](const std::string& expression) {
+            excludeExpression(parts, window, expression);
+          },
+          [&parts](const std::string& path) { return parts.allowedFinds.allowPath(path); }});
   window.onShown("results", [results = logic.get()] { results->historyChanged(); });
+  const auto changed = [&window, weak = std::weak_ptr<ResultsPage>(logic)] {
+    const auto results = weak.lock();
+    if (results && window.shownPage() == "results") {
+      results->historyChanged();
+    }
+  };
+  parts.historyChanged = changed;
+  desktop.agentLink.observe(
+      [changed, &agent = desktop.agentLink, seen = std::uint64_t{0}]() mutable {
+        const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;
+        if (std::exchange(seen, now) != now) {
+          changed();
+        }
+      });
   return {logic};
 }
 
@@ -64,13 +82,17 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
                          askToExclude(parts, window, paths);
                        },
                        [&desktop] { desktop.application.terminate(); },
-                       &parts.keepScans(ScanSource::byHand)});
+                       &parts.keepScans(ScanSource::byHand), &parts.keptMoves});
   window.onClose([weak = std::weak_ptr<ScanPage>(logic)] {
     const auto scans = weak.lock();
     return !scans || scans->mayClose();
   });
   return {logic,
           [scans = logic.get()](const std::vector<std::string>& paths) { scans->scan(paths); }};
+}
+
+LivingPage quarantinePage(CompanionParts& parts, MainWindow& window, Page&) {
+  return {QuarantinePage::make(window, parts.quarantineServices())};
 }
 
 LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
@@ -95,12 +117,23 @@ FoldersPage::Care careInWords(const ChosenFolder& folder, LocalizedStrings& stri
 
 LivingPage foldersPage(CompanionParts& parts, MainWindow& window, Page& page) {
   LocalizedStrings& strings = parts.desktop.localizedStrings;
-  return {std::make_shared<FoldersPage>(
+  AgentLink& agent = parts.desktop.agentLink;
+  auto logic = std::make_shared<FoldersPage>(
       page, window,
       FoldersPage::Services{
           parts.preferenceChanges, parts.chosenFolders, parts.exclusions,
           parts.explanationServices(), strings,
-          [&strings](const ChosenFolder& folder) { return careInWords(folder, strings); }})};
+          [&strings](const ChosenFolder& folder) { return careInWords(folder, strings); },
+          [&agent] {
+            const auto status = agent.status();
+            return status && status->state == "watching";
+          }});
+  agent.observe([weak = std::weak_ptr<FoldersPage>(logic)] {
+    if (const auto folders = weak.lock()) {
+      folders->agentChanged();
+    }
+  });
+  return {logic};
 }
 
 LivingPage settingsPage(CompanionParts& parts, MainWindow& window, Page& page) {
@@ -128,8 +161,10 @@ std::vector<CompanionPage> companionPages(CompanionParts& parts, MainWindow& win
                          [&parts, &window, make](Page& its) { return make(parts, window, its); }};
   };
   return {page("overview", overviewPage), page("scan", scanPage),
-          page("results", resultsPage),   page("folders", foldersPage),
-          page("planned", plannedPage),   page("settings", settingsPage)};
+          page("results", resultsPage),   page("quarantine", quarantinePage),
+          page("folders", foldersPage),   page("planned", plannedPage),
+          page("settings", settingsPage), page("start", startPage),
+          page("help", helpPage)};
 }
 
 }  // namespace quillo

@@ -1,8 +1,12 @@
 #include "app/vantrel/CompanionParts.h"
 
 #include <chrono>
+#include <string>
 #include <utility>
 
+#include "companion/DefinitionPlace.h"
+#include "companion/doctor/StoreProblems.h"
+#include "platform/Application.h"
 #include "platform/Folders.h"
 #include "platform/PreferenceStore.h"
 #include "platform/SystemLog.h"
@@ -23,12 +27,10 @@ CompanionParts::CompanionParts(const CompanionDesktop& services)
       exclusions({preferenceChanges, preferences, services.folders, services.systemLog}),
       putBackFiles(services.folders.stateFolder(), services.systemLog),
       allowedFinds(putBackFiles, services.localizedStrings),
-      historyWriter({services.clock,
-                     services.systemLog,
-                     services.folders.stateFolder(),
+      historyWriter({services.clock, services.systemLog, services.folders.stateFolder(),
                      services.folders.homeFolder(),
-                     nullptr,
-                     {}}),
+                     [this](std::size_t changes) { entered(changes); }}),
+      keptMoves(historyWriter, services.trashFolders, services.clock),
       historyCounts(services.folders.stateFolder(), services.localizedStrings),
       definitionUpdate({services.application, threads, preferences}) {
   services.preferenceStore.synchronize();
@@ -43,8 +45,52 @@ void CompanionParts::endHistory() {
   }
 }
 
+void CompanionParts::entered(std::size_t changes) {
+  if (changes > 0) {
+    desktop.application.performOnMainThread([this] { historyChanged(); });
+  }
+}
+
 ExplanationServices CompanionParts::explanationServices() {
   return {preferences, desktop.folders, desktop.trashFolders, [] { return MountTable().read(); }};
+}
+
+QuarantineServices CompanionParts::quarantineServices() {
+  return {desktop.application,
+          desktop.clock,
+          desktop.localizedStrings,
+          threads,
+          [this] { return preferences.value(key::quarantineFolder).value_or(""); },
+          [this] {
+            return QuarantineRecord::Time(std::chrono::seconds(
+                definitionsLoadedBy(preferences.value(key::pathToClamav).value_or(""))));
+          },
+          [this](const QuarantineStore& store, const std::vector<QuarantinedFile>& files,
+                 QuarantineRecord::Time definitions) {
+            return checkQuarantine(store, withEngine({}, preferences).clamScanPATH.value_or(""),
+                                   files, definitions);
+          },
+          [this](const std::string& path, const FileIdentity& file, const std::string& hash) {
+            putBackFiles.allow(path, file, hash);
+          }};
+}
+
+DoctorServices CompanionParts::doctorServices() {
+  DoctorServices services{desktop.clock,
+                          desktop.folders,
+                          desktop.localizedStrings,
+                          preferences,
+                          [] { return MountTable().read(); },
+                          hasFileHandles};
+  services.preferencesProblem =
+      [problem = preferenceChanges.problem().in(desktop.localizedStrings)] { return problem; };
+  services.historyProblem = [this] {
+    return historyProblemIn(desktop.folders.stateFolder(), desktop.clock, desktop.localizedStrings);
+  };
+  services.quarantineProblem = [this] {
+    return quarantineProblemOf(preferences, desktop.localizedStrings, desktop.systemLog);
+  };
+  return services;
 }
 
 KeptScans& CompanionParts::keepScans(ScanSource source) {

@@ -12,7 +12,9 @@
 #include "companion/KeptScans.h"
 #include "companion/PreferenceChanges.h"
 #include "companion/PreferenceLists.h"
+#include "companion/QuarantineServices.h"
 #include "companion/QuietSurroundings.h"
+#include "companion/doctor/Finding.h"
 #include "history/HistoryWriter.h"
 #include "platform/CompanionDesktop.h"
 #include "posix/ThreadStarter.h"
@@ -32,11 +34,17 @@ struct CompanionParts {
 
   ManualScanServices scanServices();
   ExplanationServices explanationServices();
+  QuarantineServices quarantineServices();
+  // As they are for this look: the preferences have been read for it. Main thread.
+  DoctorServices doctorServices();
   // Keeps scans of that kind in the history, which is written from now on until the end. Throws
   // std::system_error when the system has no thread for that.
   KeptScans& keepScans(ScanSource source);
   // Has what was found a moment ago entered, too; waits some seconds for that at most.
   void endHistory();
+
+  // Has historyChanged() called, if there are any. Any thread.
+  void entered(std::size_t changes);
 
   const CompanionDesktop& desktop;
   DetachedThreads threads;
@@ -49,8 +57,11 @@ struct CompanionParts {
   AllowedByHand allowedFinds;
   HistoryWriter historyWriter;
   std::vector<std::unique_ptr<KeptScans>> keptScans;
+  KeptMoves keptMoves;
   HistoryCounts historyCounts;
   DefinitionUpdate definitionUpdate;
+  // Called when this program has entered something in the history; main thread.
+  std::function<void()> historyChanged = [] {};
   // Shows the page that scans, and scans these; set by whoever has that page.
   std::function<void(const std::vector<std::string>& paths)> scan =
       [](const std::vector<std::string>&) {};

@@ -12,12 +12,20 @@ _vantrel() {
     words='list restore delete check'
   else
     case "$command" in
-      status | doctor | test | quarantine) words=--json ;;
+      status | doctor | test) words=--json ;;
+      quarantine) words=$(_vantrel_options "${COMP_WORDS[2]}") ;;
       scan | explain) if [[ "$current" == -* ]]; then words=--json; else _vantrel_paths "$current"; fi ;;
       --open) _vantrel_paths "$current" ;;
     esac
   fi
   if [ -n "$words" ]; then mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current"); fi
+}
+_vantrel_options() {
+  case "$1" in
+    restore) echo '--all --json --make-folder --to' ;;
+    delete | check) echo '--all --json' ;;
+    *) echo --json ;;
+  esac
 }
 _vantrel_paths() {
   compopt -o filenames 2>/dev/null || true  # outside of a completion there is none

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
@@ -10,6 +11,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QWheelEvent>
 #include <stdexcept>
 
 #include "tests/desktop/support/pages/WindowUnderTest.h"
@@ -197,6 +199,22 @@ TEST_F(QtPageTest, IsNoWiderForALongText) {
   page.setChoices("box", {std::string(500, 'x')}, 0);
   QCoreApplication::processEvents();
   EXPECT_LE(test.window.widget().minimumSizeHint().width(), before + 400);
+}
+
+TEST_F(QtPageTest, LetsTheWheelChangeOnlyWhatHasTheKeyboard) {
+  QApplication::setActiveWindow(&test.window.widget());
+  page.setNumber("number", 7);
+  auto* number = test.find<QSpinBox>("number");
+  const auto turn = [number] {
+    QWheelEvent up({}, {}, {}, {0, 120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(number, &up);
+  };
+  test.find<QLineEdit>("line")->setFocus();
+  turn();
+  EXPECT_EQ(page.number("number"), 7);
+  number->setFocus();
+  turn();
+  EXPECT_EQ(page.number("number"), 8);
 }
 
 }  // namespace

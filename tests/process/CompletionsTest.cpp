@@ -110,6 +110,18 @@ TEST(Completions, OfferJsonForEveryCommand) {
   }
 }
 
+TEST(Completions, OfferTheOptionsOfWhatIsDoneWithTheQuarantine) {
+  const Words restoring = {"--all", "--json", "--make-folder", "--to"};
+  const Words deleting = {"--all", "--json"};
+  for (const auto& [action, offered] :
+       {std::pair("restore", restoring), std::pair("delete", deleting), {"check", deleting}}) {
+    const std::string line = std::string("vantrel quarantine ") + action + " -";
+    EXPECT_EQ(byBash(line), offered) << line;
+    EXPECT_EQ(byZsh(line), offered) << line;
+    EXPECT_EQ(byFish(line + "-"), offered) << line;
+  }
+}
+
 // The manual page names each in its synopsis.
 TEST(Completions, NameWhatTheManualPageNames) {
   const std::string page = TemporaryFolder::read(QUILLO_SOURCE_DIR "/docs/man/vantrel.1");

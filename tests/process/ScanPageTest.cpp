@@ -54,8 +54,8 @@ class ScanPageTest : public testing::Test {
     bench.desktop.preferenceStore.set(
         "PathToClamav", deletingLastPathComponent(deletingLastPathComponent(tree.program())));
     bench.desktop.preferenceStore.set("QuarantineFolder", tree.files().at("quarantine/"));
-    bench.desktop.localizedStrings.texts = {{"SCAN_REPORT_FOUND", "found %@"},
-                                            {"SCAN_REPORT_CLEAN", "clean %@"},
+    bench.desktop.localizedStrings.texts = {{"SCAN_REPORT_FOUND_MANY", "found %@"},
+                                            {"SCAN_REPORT_CLEAN_MANY", "clean %@"},
                                             {"SCAN_DONE_MOVED_TO", "to %@"}};
     open();
   }
@@ -175,7 +175,7 @@ TEST_F(ScanPageTest, MovesAllOfTheFindsToTheQuarantine) {
   EXPECT_EQ(done(0), "to " + path("quarantine/infected1"));
   EXPECT_EQ(done(1), "to " + path("quarantine/infected2"));
   EXPECT_FALSE(TemporaryFolder::exists(path("infected1")));
-  EXPECT_EQ(shown().text("report"), "<SCAN_MOVED>");
+  EXPECT_EQ(shown().text("report"), "<SCAN_MOVED_MANY>");
 }
 
 TEST_F(ScanPageTest, MovesTheChosenFindAlone) {

@@ -25,6 +25,7 @@ class FoldersPageTest : public PreferencePagesFixture {
     window.show("folders");
     return page_;
   }
+  FoldersPage& pageLogic() { return *made_; }
   bool agentWatches = true;
   Names paths() const {
     Names all;
@@ -230,6 +231,28 @@ TEST_F(FoldersPageTest, SaysOfNoPathThatItIsGuardedWhileNobodyWatches) {
   page.drop("testPath", {home.at("docs/a")});
   EXPECT_EQ(page.text("verdictTitle"), "<FOLDERS_NOT_GUARDED>");
   EXPECT_EQ(page.text("verdict"), "<FOLDERS_RULE_GUARDED>\n<FOLDERS_RULE_NO_AGENT>");
+}
+
+TEST_F(FoldersPageTest, SaysAnewWhetherAFileIsGuardedWhenTheAgentStops) {
+  writeOwn("[[QuilloFolderArray]]\npathName = '~/docs'\nWatchSubdirs = true\n");
+  home.write("docs/a");
+  FakePage& page = shown();
+  page.drop("testPath", {home.at("docs/a")});
+  EXPECT_EQ(page.text("verdictTitle"), "<FOLDERS_GUARDED>");
+  agentWatches = false;
+  pageLogic().agentChanged();
+  EXPECT_EQ(page.text("verdictTitle"), "<FOLDERS_NOT_GUARDED>");
+}
+
+TEST_F(FoldersPageTest, LeavesAloneWhatIsBeingTypedWhenTheAgentStops) {
+  writeOwn("[[QuilloFolderArray]]\npathName = '~/docs'\nWatchSubdirs = true\n");
+  home.write("docs/a");
+  FakePage& page = shown();
+  page.drop("testPath", {home.at("docs/a")});
+  page.setText("testPath", "/tm");
+  agentWatches = false;
+  pageLogic().agentChanged();
+  EXPECT_EQ(page.text("testPath"), "/tm");
 }
 
 }  // namespace

@@ -71,6 +71,9 @@ TEST_F(HelpPageTest, EverythingThatTheAgentSaysLeadsToAPage) {
 TEST_F(HelpPageTest, FindingsComeWithTheirRemedies) {
   using State = HelpFinding::State;
   EXPECT_EQ(stateAfter({{State::good, "engine", "well", ""}}), "<HELP_ALL_WELL>");
+  EXPECT_EQ(stateAfter({{State::good, "a", "b", ""}, {State::warning, "panel", "none", "install"}}),
+            "<HELP_HAS_WARNINGS>");
+  EXPECT_EQ(ui.row("findings", 1).sign, TableRows::Sign::warning);
   EXPECT_EQ(stateAfter({{State::unknown, "engine", "who knows", ""}}), "<HELP_NOT_ALL_KNOWN>");
   EXPECT_EQ(stateAfter({{State::unknown, "a", "b", ""}, {State::problem, "log", "full", "delete"}}),
             "<HELP_HAS_PROBLEMS>");

@@ -26,7 +26,10 @@ class HistoryWriterTest : public testing::Test {
             log,
             folder,
             home.path(),
-            [this] { ++written; },
+            [this](std::size_t changes) {
+              ++written;
+              enteredChanges += changes;
+            },
             {},
             [this](const std::string& problem) { problems.push_back(problem.empty()); }};
   }
@@ -60,6 +63,7 @@ class HistoryWriterTest : public testing::Test {
   FakeSystemLog log;
   FakeTrashFolders trash;
   int written = 0;
+  std::size_t enteredChanges = 0;
   std::vector<bool> problems;  // of each change, whether it was over
   HistoryWriter writer{services()};
   HistoryRecorder recorder{writer, trash, clock, ScanSource::byHand, 7};
@@ -169,6 +173,17 @@ TEST_F(HistoryWriterTest, SaysHowMuchItHadToGiveUp) {
   writer.step();
   EXPECT_EQ(rows().size(), HistoryWriter::mostChanges);
   EXPECT_TRUE(log.has("The history misses 3 entries, which were too many to keep."));
+}
+
+TEST_F(HistoryWriterTest, SaysHowMuchWasEnteredBesidesTheCounts) {
+  writer.addClean("/srv/clean");
+  writer.step();
+  EXPECT_EQ(enteredChanges, 0U);
+  writer.add(result("/srv/a"));
+  writer.add(result("/srv/b"));
+  writer.step();
+  EXPECT_EQ(enteredChanges, 2U);
+  EXPECT_EQ(written, 2);
 }
 
 TEST_F(HistoryWriterTest, KeepsInMemoryWhatCannotBeWrittenAndSaysSoOnce) {

@@ -72,5 +72,35 @@ TEST_F(KeptScansTest, TakeNothingBetweenTwoRuns) {
   EXPECT_EQ(reader.select({}).count(), 0U);
 }
 
+TEST_F(KeptScansTest, SayOfAFindThatItsUserMovedItLater) {
+  KeptMoves moves(writer, trash, clock);
+  scans.runBegan({"/a"});
+  scans.verdict(Verdict::parse("/a: Win.Test FOUND"));
+  scans.runEnded({});
+  moves.runBegan({"/a"});
+  moves.verdict(Verdict::parse("/a: moved to '/q/a'"));
+  moves.runEnded({});
+  EXPECT_EQ(history().runs(10).size(), 1U);
+  const HistorySelection all = reader.select({});
+  ASSERT_EQ(all.count(), 1U);
+  EXPECT_EQ(reader.rows(all, 0, 1).at(0).outcome, HistoryResult::Outcome::quarantined);
+  EXPECT_EQ(reader.rows(all, 0, 1).at(0).detail, "/q/a");
+}
+
+TEST_F(KeptScansTest, SayOfAFindThatItWasMovedAtTheSecondAttempt) {
+  KeptMoves moves(writer, trash, clock);
+  scans.runBegan({"/a"});
+  scans.verdict(Verdict::parse("/a: Win.Test FOUND"));
+  scans.runEnded({});
+  Verdict refused = Verdict::parse("/a: Win.Test FOUND");
+  refused.whereabouts = Verdict::Whereabouts::notMoved;
+  refused.reason = "no room";
+  moves.verdict(refused);
+  moves.verdict(Verdict::parse("/a: moved to '/q/a'"));
+  history();
+  EXPECT_EQ(reader.rows(reader.select({}), 0, 1).at(0).outcome,
+            HistoryResult::Outcome::quarantined);
+}
+
 }  // namespace
 }  // namespace quillo

@@ -67,10 +67,13 @@ class ResultsPageTest : public testing::Test {
     if (!page) {
       page = std::make_unique<ResultsPage>(
           shown, window,
-          ResultsServices{
-              application, threads, clock, strings, workspace, folder, home.path(),
-              [this](const std::vector<std::string>& paths) { scanned = paths; },
-              [this](const std::string& expression) { excluded.push_back(expression); }});
+          ResultsServices{application, threads, clock, strings, workspace, folder, home.path(),
+                          [this](const std::vector<std::string>& paths) { scanned = paths; },
+                          [this](const std::string& expression) { excluded.push_back(expression); },
+                          [this](const std::string& path) {
+                            allowed.push_back(path);
+                            return problem;
+                          }});
     }
     return *page;
   }
@@ -99,6 +102,8 @@ class ResultsPageTest : public testing::Test {
   FakeMainWindow window;
   std::vector<std::string> scanned;
   std::vector<std::string> excluded;
+  std::vector<std::string> allowed;
+  std::string problem;  // with allowing
   HistoryStore store{folder, clock, log, {}};
   std::unique_ptr<ResultsPage> page;
 };
@@ -363,6 +368,47 @@ TEST(ExpressionOfFile, MatchesTheFileAndNoOther) {
     EXPECT_FALSE(pattern.matches("/x" + path)) << path;
   }
   EXPECT_FALSE(PathPattern(expressionOfFile("/srv/a.b")).matches("/srv/aXb"));
+}
+
+TEST_F(ResultsPageTest, AllowsAFindInItsPlaceOnceItsUserHasAgreed) {
+  add(result("/srv/a.com"));
+  open();
+  shown.select("results", {0});
+  shown.press("allow");
+  window.answer("<RESULTS_ALLOW_NO>");
+  EXPECT_TRUE(allowed.empty());
+  shown.press("allow");
+  EXPECT_TRUE(window.questions.back().isDangerous);
+  window.answer("<RESULTS_ALLOW_YES>");
+  EXPECT_EQ(allowed, std::vector<std::string>{"/srv/a.com"});
+  EXPECT_EQ(shown.text("notice"), "<RESULTS_ALLOWED>");
+}
+
+TEST_F(ResultsPageTest, SaysWhyAFindIsNotAllowed) {
+  problem = "it is gone";
+  add(result("/srv/a.com"));
+  open();
+  shown.select("results", {0});
+  shown.press("allow");
+  window.answer("<RESULTS_ALLOW_YES>");
+  EXPECT_EQ(shown.text("notice"), "it is gone");
+}
+
+TEST_F(ResultsPageTest, LeadsFromWhatWasMovedToTheQuarantine) {
+  add(result("/srv/a.com"));
+  add(result("/srv/b.com", Kind::found, Outcome::quarantined));
+  add(result("/srv/c.com", Kind::notScanned, Outcome::unsaid));
+  open();
+  shown.select("results", {1});
+  EXPECT_FALSE(shown.isEnabled("allow"));
+  EXPECT_TRUE(shown.isEnabled("showQuarantine"));
+  shown.press("showQuarantine");
+  EXPECT_EQ(window.shownPage(), "quarantine");
+  for (const std::size_t row : {0, 2}) {
+    shown.select("results", {row});
+    EXPECT_FALSE(shown.isEnabled("showQuarantine")) << row;
+  }
+  EXPECT_TRUE(shown.isEnabled("allow"));
 }
 
 }  // namespace

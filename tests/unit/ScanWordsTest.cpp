@@ -19,10 +19,10 @@ class ScanWordsTest : public testing::Test {
                      {"SCAN_PROGRESS_OF", "%@/%@ files, %@/%@"},
                      {"SCAN_LEFT_MINUTES", "%@ min"},
                      {"SCAN_LEFT_HOURS", "%@ h"},
-                     {"SCAN_REPORT_CLEAN", "clean %@"},
-                     {"SCAN_REPORT_FOUND", "found %@"},
-                     {"SCAN_REPORT_NOT_SCANNED", "not scanned %@"},
-                     {"SCAN_REPORT_NOT_REACHED", "not reached %@"}};
+                     {"SCAN_REPORT_CLEAN_MANY", "clean %@"},
+                     {"SCAN_REPORT_FOUND_MANY", "found %@"},
+                     {"SCAN_REPORT_NOT_SCANNED_MANY", "not scanned %@"},
+                     {"SCAN_REPORT_NOT_REACHED_MANY", "not reached %@"}};
   }
   static ManualScanState scanning(std::uint64_t files, std::uint64_t bytes) {
     ManualScanState state;

@@ -113,6 +113,21 @@ TEST_F(SelfTestTest, FileIsRemovedFromWhereTheRecordSaysThatItLies) {
   EXPECT_EQ(countIn(quarantine), 0U);
 }
 
+TEST_F(SelfTestTest, WhatATrashKnowsOfTheFileIsRemovedToo) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  const std::string name(lastPathComponent(test.path()));
+  std::filesystem::create_directories(folder.at("trash/files"));
+  const std::string note = folder.write("trash/info/" + name + ".trashinfo");
+  const std::string place = folder.at("trash/files/" + name);
+  std::filesystem::rename(test.path(), place);
+  evidence.find = SelfTestEvidence::Find{"Eicar", Done::trashed, place};
+  test.step();
+  EXPECT_EQ(test.outcome(), Outcome::works);
+  EXPECT_FALSE(TemporaryFolder::exists(place));
+  EXPECT_FALSE(TemporaryFolder::exists(note));
+}
+
 TEST_F(SelfTestTest, LinkOfItsNameIsLeftAlone) {
   SelfTest test(clock, evidence, {});
   test.step();

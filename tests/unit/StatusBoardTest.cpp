@@ -45,6 +45,30 @@ TEST_F(StatusBoardTest, ListsTheFoldersAsTheUserWritesThem) {
   EXPECT_EQ(statusBoard.status().watchedFolders, 2U);
 }
 
+TEST_F(StatusBoardTest, HasNewsOnceTheHistoryHasThem) {
+  int changes = 0;
+  statusBoard.setHasChanged([&] { ++changes; });
+  statusBoard.verdictGiven(Verdict::parse("/srv/a: Name FOUND"));
+  EXPECT_EQ(statusBoard.activity().verdicts, 0U);
+  EXPECT_EQ(changes, 0);
+  statusBoard.historyWritten(1);
+  EXPECT_EQ(statusBoard.activity().verdicts, 1U);
+  EXPECT_EQ(changes, 1);
+}
+
+TEST_F(StatusBoardTest, HasNoNewsOfFilesThatWereOnlyCounted) {
+  statusBoard.historyWritten(0);
+  EXPECT_EQ(statusBoard.activity().verdicts, 0U);
+}
+
+TEST_F(StatusBoardTest, HasNewsAtOnceWhileTheHistoryIsNotKept) {
+  statusBoard.verdictGiven(Verdict::parse("/srv/a: Name FOUND"));
+  statusBoard.setHistoryProblem("no room");
+  EXPECT_EQ(statusBoard.activity().verdicts, 1U);
+  statusBoard.verdictGiven(Verdict::parse("/srv/b: Name FOUND"));
+  EXPECT_EQ(statusBoard.activity().verdicts, 2U);
+}
+
 TEST_F(StatusBoardTest, PutsNoVerdictsTogetherWhileNobodySeesThem) {
   statusBoard.verdictGiven(Verdict::parse("/srv/a: OK"));
   EXPECT_TRUE(desktop.dockTile.verdicts().empty());

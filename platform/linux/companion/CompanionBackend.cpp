@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <utility>
 
+#include "platform/Application.h"
 #include "platform/linux/services/Guarded.h"
 #include "posix/Accounts.h"
 
@@ -37,12 +39,18 @@ CompanionBackend::CompanionBackend(CompanionLog& log, Application& application)
               StringTables::preferredLanguages(environment), report),
       preferences(TomlPreferenceStore::folders(environment, folders.homeFolder()), agentDomain,
                   [this](const std::string& problem, const Wording&) { systemLog.log(problem); }),
+      growl(
+          sessionBus,
+          [&application](std::function<void()> action) {
+            application.performOnMainThread(std::move(action));
+          },
+          log.clock, strings, resources + "/images/128/application.png", report),
       trash(environment, folders.homeFolder(), getuid()),
       volumes(accountNumbered(getuid()).name),
       plannedScans(sessionBus, LinuxFolders::pathOfThisProgram(), unitFolder(environment, folders)),
-      desktop{agentLink, application, launcher,     log.clock,    notificationCenter,
-              folders,   strings,     modifierKeys, plannedScans, preferences,
-              systemLog, trash,       volumes,      workspace} {
+      desktop{agentLink, application, launcher, log.clock,    desktopCheck, notificationCenter,
+              folders,   growl,       strings,  modifierKeys, plannedScans, preferences,
+              systemLog, trash,       volumes,  workspace} {
   setGuardReport(report);
   preferences.addSuiteNamed(identifier);
 }

@@ -8,6 +8,7 @@
 #include "platform/linux/dialogs/ButtonEvents.h"
 #include "platform/linux/names/LinuxTrashFolders.h"
 #include "platform/linux/names/LinuxVolumes.h"
+#include "platform/linux/notifications/FreedesktopNotifications.h"
 #include "platform/linux/planned/SystemdTimers.h"
 #include "platform/linux/preferences/TomlPreferenceStore.h"
 #include "platform/linux/services/DesktopWorkspace.h"
@@ -15,6 +16,7 @@
 #include "platform/linux/services/LinuxFolders.h"
 #include "platform/linux/services/LinuxSystemLog.h"
 #include "platform/linux/session/BusAgentLink.h"
+#include "platform/linux/session/LinuxDesktopCheck.h"
 #include "platform/linux/session/SessionBusNotificationCenter.h"
 #include "platform/linux/text/StringTables.h"
 #include "posix/Clock.h"
@@ -53,6 +55,8 @@ class CompanionBackend {
   SessionBusNotificationCenter notificationCenter{sessionBus};
   DesktopApplicationLauncher launcher{sessionBus, report};
   BusAgentLink agentLink{sessionBus, launcher, report};
+  LinuxDesktopCheck desktopCheck{sessionBus, environment, folders.homeFolder()};
+  FreedesktopNotifications growl;
   DesktopWorkspace workspace{sessionBus};
   LinuxTrashFolders trash;
   LinuxVolumes volumes;

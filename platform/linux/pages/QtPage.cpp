@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "platform/linux/pages/ActionSignals.h"
+#include "platform/linux/pages/FocusedWheel.h"
 #include "platform/linux/pages/PathDrops.h"
 #include "platform/linux/pages/WidgetText.h"
 #include "platform/linux/services/Guarded.h"
@@ -85,6 +86,7 @@ QtPage::QtPage(std::string name, QWidget& root, const PageServices& services)
     box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     box->setMinimumContentsLength(fewestCharacters);
   }
+  leaveWheelToFocused(root_);
   for (QTableView* view : root_.findChildren<QTableView*>()) {
     tables_[view->objectName().toStdString()] =
         std::make_unique<PageTable>(*view, services_.rowMarks);

@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include "companion/RecordedFinds.h"
+#include "history/HistoryStore.h"
+#include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace quillo {
+namespace {
+
+using Done = SelfTestEvidence::Done;
+using Outcome = HistoryResult::Outcome;
+
+class RecordedFindsTest : public testing::Test {
+ protected:
+  void keep(const std::string& path, Outcome outcome, const std::string& detail = "") {
+    HistoryResult result;
+    result.time = clock.wallTime();
+    result.outcome = outcome;
+    result.path = path;
+    result.says = "Eicar";
+    result.detail = detail;
+    store.write({{result}, {}});
+  }
+  std::optional<SelfTestEvidence::Find> find(const std::string& path) {
+    return finds.findOf(path, now);
+  }
+
+  TemporaryFolder folder;
+  ManualClock clock;
+  FakeSystemLog log;
+  HistoryStore store{folder.path(), clock, log, {}};
+  RecordedFinds finds{folder.path()};
+  const std::int64_t now = std::chrono::system_clock::to_time_t(clock.wallTime());
+};
+
+TEST_F(RecordedFindsTest, AreNoneBeforeThereIsAHistory) { EXPECT_FALSE(find("/srv/test.com")); }
+
+TEST_F(RecordedFindsTest, SayWhatBecameOfTheFile) {
+  keep("/srv/left.com", Outcome::leftInPlace);
+  keep("/srv/moved.com", Outcome::quarantined, "/q/moved.com");
+  keep("/srv/trashed.com", Outcome::trashed, "/t/files/trashed.com");
+  ASSERT_TRUE(find("/srv/left.com"));
+  EXPECT_EQ(find("/srv/left.com")->threat, "Eicar");
+  EXPECT_EQ(find("/srv/left.com")->done, Done::leftInPlace);
+  EXPECT_EQ(find("/srv/moved.com")->done, Done::quarantined);
+  EXPECT_EQ(find("/srv/moved.com")->destination, "/q/moved.com");
+  EXPECT_EQ(find("/srv/trashed.com")->done, Done::trashed);
+}
+
+TEST_F(RecordedFindsTest, AreKnownByTheNameOnWhateverWay) {
+  keep("/real/srv/test.com", Outcome::leftInPlace);
+  EXPECT_TRUE(find("/link/test.com"));
+  EXPECT_FALSE(find("/real/srv/est.com"));
+}
+
+TEST_F(RecordedFindsTest, AreNoneWhileNobodyHasSaidWhatBecameOfTheFile) {
+  keep("/srv/test.com", Outcome::unsaid);
+  EXPECT_FALSE(find("/srv/test.com"));
+}
+
+TEST_F(RecordedFindsTest, AreNoneFromBefore) {
+  keep("/srv/test.com", Outcome::leftInPlace);
+  EXPECT_FALSE(finds.findOf("/srv/test.com", now + 60));
+}
+
+}  // namespace
+}  // namespace quillo
