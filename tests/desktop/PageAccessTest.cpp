@@ -38,11 +38,11 @@ struct Kind {
 };
 
 constexpr Kind kinds[] = {
-    {"QPushButton", QAccessible::Button},    {"QToolButton", QAccessible::Button},
-    {"QCheckBox", QAccessible::CheckBox},    {"QRadioButton", QAccessible::RadioButton},
-    {"QLineEdit", QAccessible::EditableText}, {"QPlainTextEdit", QAccessible::EditableText},
-    {"QComboBox", QAccessible::ComboBox},    {"QSpinBox", QAccessible::SpinBox},
-    {"QTableView", QAccessible::Table},      {"QListWidget", QAccessible::List},
+    {"QPushButton", QAccessible::Button},      {"QToolButton", QAccessible::Button},
+    {"QCheckBox", QAccessible::CheckBox},      {"QRadioButton", QAccessible::RadioButton},
+    {"QLineEdit", QAccessible::EditableText},  {"QPlainTextEdit", QAccessible::EditableText},
+    {"QComboBox", QAccessible::ComboBox},      {"QSpinBox", QAccessible::SpinBox},
+    {"QTableView", QAccessible::Table},        {"QListWidget", QAccessible::List},
     {"QProgressBar", QAccessible::ProgressBar}};
 
 const Kind* kindOf(const QWidget& widget) {

@@ -118,13 +118,11 @@ TEST_F(VantrelProgram, ShowsTheSettingsWhenTheAgentAsks) {
 
 TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
   const std::string folder = session.homeFolder() + "/Letters";
-  const std::string preferences =
-      session.homeFolder() + "/.config/vantrel/" + identifier + ".toml";
+  const std::string preferences = session.homeFolder() + "/.config/vantrel/" + identifier + ".toml";
   std::filesystem::create_directory(folder);
   const auto isWritten = [&](const std::string& text) {
-    return session.screen().eventually([&] {
-      return TemporaryFolder::read(preferences).find(text) != std::string::npos;
-    });
+    return session.screen().eventually(
+        [&] { return TemporaryFolder::read(preferences).find(text) != std::string::npos; });
   };
   const auto process = start({"--page", "folders"});
   ASSERT_TRUE(shows("Folders"));
