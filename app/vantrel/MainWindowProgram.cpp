@@ -44,7 +44,8 @@ int fail(const std::string& problem) {
   return 1;
 }
 
-// Whoever has no preferences yet is led through the first steps, unless he asks for a page.
+// Whoever has no preferences yet is led through the first steps, unless he asks for a page or has
+// one before him.
 std::string answer(Companion& companion, PreferenceStore& preferences,
                    const CompanionRequest& request) {
   if (!request.paths.empty()) {
@@ -64,21 +65,21 @@ int showWindow(CompanionPlatform& platform, const StartRequest& start) {
       Companion::Services{platform.window(), desktop.localizedStrings, desktop.systemLog},
       companionPages(parts, platform.window()));
   parts.scan = [&companion](const std::vector<std::string>& paths) { companion->open(paths); };
+  const auto answerRequest = [&](const CompanionRequest& request) {
+    return answer(*companion, desktop.preferenceStore, request);
+  };
   int status = 0;
   const auto begin = [&] {
     if (start.kind == StartRequest::Kind::service) {
       platform.endUnlessShownWithin(secondsForTheBus);
       return;
     }
-    if (const std::string problem = answer(*companion, desktop.preferenceStore, requestOf(start));
-        !problem.empty()) {
+    if (const std::string problem = answerRequest(requestOf(start)); !problem.empty()) {
       status = fail(problem);
       desktop.application.terminate();
     }
   };
-  const int ended = platform.run(begin, [&](const CompanionRequest& request) {
-    return answer(*companion, desktop.preferenceStore, request);
-  });
+  const int ended = platform.run(begin, answerRequest);
   companion.reset();
   parts.endHistory();
   // Threads may be at work on what lies on this stack, and end with the process only.

@@ -61,6 +61,18 @@ TEST_F(PageTableTest, ShowsTitlesAndBytes) {
   EXPECT_EQ(shownAt(2).toStdString(), "file 2\\xff");
 }
 
+TEST_F(PageTableTest, SharesItsWidthAmongTheColumnsUntilOneIsDrawn) {
+  showRows(3);
+  const int shared = view.columnWidth(0);
+  view.setFixedWidth(view.width() + 200);
+  QCoreApplication::processEvents();
+  EXPECT_GT(view.columnWidth(0), shared);
+  view.horizontalHeader()->resizeSection(0, 60);
+  view.setFixedWidth(view.width() + 200);
+  QCoreApplication::processEvents();
+  EXPECT_EQ(view.columnWidth(0), 60);
+}
+
 TEST_F(PageTableTest, OpensAMillionRowsWithin200Milliseconds) {
   QElapsedTimer time;
   time.start();

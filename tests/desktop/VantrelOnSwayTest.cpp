@@ -52,6 +52,8 @@ TEST_P(VantrelOnSway, ShowsAnotherPageWhenItIsStartedAgain) {
 
 TEST_P(VantrelOnSway, IsStartedByTheBus) {
   session.addService(identifier, program + " --service");
+  // As sway's own configuration does: the bus was there before the compositor.
+  session.run({"dbus-update-activation-environment", "--all"});
   session.run({"gdbus", "call", "--session", "--dest", identifier, "--object-path",
                "/org/vantrel/Vantrel", "--method", "org.freedesktop.Application.ActivateAction",
                "planned", "[]", "{}"});

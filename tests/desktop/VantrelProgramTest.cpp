@@ -116,6 +116,29 @@ TEST_F(VantrelProgram, ShowsTheSettingsWhenTheAgentAsks) {
   EXPECT_TRUE(shows("Settings"));
 }
 
+TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
+  const std::string folder = session.homeFolder() + "/Letters";
+  const std::string preferences = session.homeFolder() + "/.config/vantrel/" + identifier + ".toml";
+  std::filesystem::create_directory(folder);
+  const auto isWritten = [&](const std::string& text) {
+    return session.screen().eventually(
+        [&] { return TemporaryFolder::read(preferences).find(text) != std::string::npos; });
+  };
+  const auto process = start({"--page", "folders"});
+  ASSERT_TRUE(shows("Folders"));
+  session.press("alt+a");
+  ASSERT_TRUE(session.screen().eventually(
+      [&] { return session.screen().countWindows("Folders to Guard") == 1; }));
+  session.run({"xdotool", "type", folder});
+  session.press("Return");
+  EXPECT_TRUE(isWritten("Letters")) << TemporaryFolder::read(preferences);
+  session.press("alt+p");
+  session.run({"xdotool", "type", "unfinished"});
+  session.press("alt+d");
+  EXPECT_TRUE(isWritten("unfinished")) << TemporaryFolder::read(preferences);
+  session.keepPicture("vantrel-folder-guarded");
+}
+
 TEST_F(VantrelProgram, EndsWhenItsWindowIsClosed) {
   const auto process = start({"--page", "planned"});
   ASSERT_TRUE(shows("Planned Scans"));

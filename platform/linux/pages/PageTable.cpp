@@ -19,7 +19,7 @@ constexpr int roomInCell = 24;
 }  // namespace
 
 PageTable::PageTable(QTableView& view, const RowMarks& marks)
-    : view_(view), model_(*new RowsModel(marks, &view)) {
+    : view_(view), model_(*new RowsModel(marks, &view)), widths_(*new ColumnWidths(view)) {
   arrange();
   view_.setModel(&model_);
   QObject::connect(view_.selectionModel(), &QItemSelectionModel::selectionChanged, &view_, [this] {
@@ -77,6 +77,7 @@ void PageTable::fitColumns() {
   const int rows = std::min(model_.rowCount(), fittedRows);
   isFitted_ = rows > 0;
   const QFontMetrics metrics = view_.fontMetrics();
+  std::vector<int> needed;
   for (int column = 0; column < model_.columnCount(); ++column) {
     const QString title = model_.headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
     int width = metrics.horizontalAdvance(title);
@@ -86,8 +87,9 @@ void PageTable::fitColumns() {
       width =
           std::max(width, metrics.horizontalAdvance(cell.data().toString().left(100)) + picture);
     }
-    view_.setColumnWidth(column, std::min(width + roomInCell, widestColumn));
+    needed.push_back(std::min(width + roomInCell, widestColumn));
   }
+  widths_.setNeeded(std::move(needed));
 }
 
 // By ranges: a million selected rows are one of them.

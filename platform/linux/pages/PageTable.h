@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/pages/ColumnWidths.h"
 #include "platform/linux/pages/RowsModel.h"
 
 class QTableView;
@@ -28,11 +29,12 @@ class PageTable final {
 
  private:
   void arrange();
-  // As wide as the title and what is to be seen first.
+  // At least as wide as the title and what is to be seen first.
   void fitColumns();
 
   QTableView& view_;
   RowsModel& model_;
+  ColumnWidths& widths_;
   std::function<void()> onSelection_;
   std::function<void()> onOpened_;
   bool isSetting_ = false;

@@ -3,18 +3,20 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QHBoxLayout>
-#include <QListWidget>
+#include <QLabel>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QStackedWidget>
+#include <QVBoxLayout>
 #include <QWindow>
 #include <algorithm>
 #include <utility>
 
 #include "platform/LocalizedStrings.h"
 #include "platform/linux/dialogs/InterfaceFile.h"
+#include "platform/linux/pages/PageList.h"
 #include "platform/linux/pages/PathChooser.h"
 #include "platform/linux/pages/QuestionBox.h"
 #include "platform/linux/pages/WindowSize.h"
@@ -28,7 +30,8 @@ namespace {
 
 const QSize usualSize(960, 640);
 constexpr int keysForPages = 9;
-constexpr int roomAtTitle = 28;
+constexpr int pageMargin = 20;
+constexpr double largerHeading = 1.5;
 
 QSize roomForWindow() {
   const QScreen* screen = QGuiApplication::primaryScreen();
@@ -98,14 +101,22 @@ void QtMainWindow::arrange() {
   auto* row = new QHBoxLayout(frame_.get());
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(0);
-  list_ = new QListWidget;
-  list_->setObjectName("pageList");
-  list_->setAccessibleName(displayText(strings_.stringForKey("WINDOW_PAGES", "Pages")));
-  list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  list_->setTextElideMode(Qt::ElideRight);
+  list_ = new PageList(displayText(strings_.stringForKey("WINDOW_PAGES", "Pages")));
+  heading_ = new QLabel;
+  heading_->setObjectName("pageHeading");
+  heading_->setTextFormat(Qt::PlainText);
+  heading_->setContentsMargins(pageMargin, pageMargin, pageMargin, 0);
+  QFont large = heading_->font();
+  large.setPointSizeF(large.pointSizeF() * largerHeading);
+  large.setBold(true);
+  heading_->setFont(large);
   stack_ = new QStackedWidget;
+  auto* column = new QVBoxLayout;
+  column->setSpacing(0);
+  column->addWidget(heading_);
+  column->addWidget(stack_, 1);
   row->addWidget(list_);
-  row->addWidget(stack_, 1);
+  row->addLayout(column, 1);
   QObject::connect(list_, &QListWidget::currentRowChanged, frame_.get(),
                    [this](int chosen) { guarded([&] { listChose(chosen); }); });
   for (const auto sequence : {QKeySequence::Close, QKeySequence::Quit}) {
@@ -127,6 +138,9 @@ Page& QtMainWindow::page(const std::string& name) {
     throw PlatformException(PlatformException::Kind::notFound, "Page " + name,
                             reason.empty() ? name + ": no widget can be made of it" : reason);
   }
+  if (QLayout* layout = widget->layout()) {
+    layout->setContentsMargins(pageMargin, pageMargin / 2, pageMargin, pageMargin);
+  }
   place.page = std::make_unique<QtPage>(name, *widget, pageServices_);
   place.area = new QScrollArea;
   place.area->setFrameShape(QFrame::NoFrame);
@@ -141,19 +155,16 @@ void QtMainWindow::addToList(const std::string& name, const std::string& title) 
   const auto number = static_cast<int>(listed_.size());
   listed_.push_back(name);
   places_[name].title = title;
-  const QSignalBlocker quiet(list_);
-  auto* item = new QListWidgetItem(displayText(title), list_);
-  const int height = list_->fontMetrics().height() + roomAtTitle / 2;
-  item->setSizeHint(QSize(0, height));
-  const int width = list_->fontMetrics().horizontalAdvance(item->text()) + 2 * roomAtTitle;
-  list_->setFixedWidth(std::max(number == 0 ? 0 : list_->width(), width));
+  QString keys;
   if (number < keysForPages) {
     auto* shortcut = new QShortcut(
         QKeySequence(QKeyCombination(Qt::CTRL, Qt::Key(Qt::Key_1 + number))), frame_.get());
     QObject::connect(shortcut, &QShortcut::activated, frame_.get(),
                      [this, number] { list_->setCurrentRow(number); });
-    item->setToolTip(shortcut->key().toString(QKeySequence::NativeText));
+    keys = shortcut->key().toString(QKeySequence::NativeText);
   }
+  const ImageRef shape = pageServices_.imageLoader.imageNamed("page_" + name);
+  list_->add(displayText(title), QtImage::iconOf(shape), keys);
 }
 
 void QtMainWindow::listChose(int row) {
@@ -176,6 +187,8 @@ void QtMainWindow::turnTo(const std::string& name) {
     list_->setCurrentRow(listed == listed_.end() ? -1 : static_cast<int>(listed - listed_.begin()));
   }
   stack_->setCurrentWidget(place.area);
+  heading_->setText(displayText(place.title));
+  heading_->setVisible(!place.title.empty());
   shown_ = name;
   const QString program = QStringLiteral("Vantrel");
   frame_->setWindowTitle(place.title.empty() ? program

@@ -9,7 +9,7 @@
 #include "platform/Page.h"
 #include "platform/linux/pages/QtPage.h"
 
-class QListWidget;
+class QLabel;
 class QScrollArea;
 class QStackedWidget;
 class QWidget;
@@ -17,6 +17,7 @@ class QWidget;
 namespace quillo {
 
 class LocalizedStrings;
+class PageList;
 
 // A window with the list of its pages at the side, which keys choose, too: Ctrl and the number of a
 // page in the list. Main thread.
@@ -83,7 +84,8 @@ class QtMainWindow final : public MainWindow {
   std::string shown_;
   // Its children before the pages that they call.
   std::unique_ptr<Frame> frame_;
-  QListWidget* list_ = nullptr;
+  PageList* list_ = nullptr;
+  QLabel* heading_ = nullptr;
   QStackedWidget* stack_ = nullptr;
 };
 

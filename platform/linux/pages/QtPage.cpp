@@ -1,6 +1,7 @@
 #include "platform/linux/pages/QtPage.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
@@ -36,6 +37,28 @@ int inRange(std::int64_t number) {
                                                    std::numeric_limits<int>::max()));
 }
 
+// A font of the box would be that of all in it.
+void makeTitleBold(QGroupBox& group) {
+  QFont title;
+  title.setBold(true);
+  group.setFont(title);
+  QFont plain;
+  plain.setBold(false);
+  for (QWidget* child : group.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+    if (!child->testAttribute(Qt::WA_SetFont)) {
+      child->setFont(plain);
+    }
+  }
+}
+
+// Of a label that leads to a table or a list, Qt tells a screen reader nothing.
+void nameByLabel(const QLabel& label) {
+  auto* view = qobject_cast<QAbstractItemView*>(label.buddy());
+  if (view && view->accessibleName().isEmpty()) {
+    view->setAccessibleName(label.text().remove('&'));
+  }
+}
+
 QStringList displayTexts(const std::vector<std::string>& texts) {
   QStringList result;
   for (const std::string& text : texts) {
@@ -50,6 +73,10 @@ QtPage::QtPage(std::string name, QWidget& root, const PageServices& services)
     : name_(std::move(name)), root_(root), services_(services) {
   for (QLabel* label : root_.findChildren<QLabel*>()) {
     label->setTextFormat(Qt::PlainText);
+    nameByLabel(*label);
+  }
+  for (QGroupBox* group : root_.findChildren<QGroupBox*>()) {
+    makeTitleBold(*group);
   }
   for (QPlainTextEdit* edit : root_.findChildren<QPlainTextEdit*>()) {
     edit->setTabChangesFocus(true);
