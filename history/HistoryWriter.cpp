@@ -95,7 +95,6 @@ void HistoryWriter::begin(ThreadStarter& threads) {
 }
 
 void HistoryWriter::mainLoop() {
-  isRunning_ = true;
   const auto isEnding = [this] {
     wake_.lock();
     const bool ending = isEnding_;
@@ -249,7 +248,8 @@ void HistoryWriter::end(Clock::Duration atMost) {
   isEnding_ = true;
   wake_.signal();
   wake_.unlock();
-  if (!isRunning_) {
+  // A thread that was started may not have come to run yet, and will.
+  if (!hasThread_) {
     return;
   }
   ended_.lock();

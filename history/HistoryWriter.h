@@ -100,10 +100,8 @@ class HistoryWriter {
   std::uint64_t givenUp_ = 0;
   std::set<std::pair<std::string, std::string>> notScannedToday_;  // path and reason
   CalendarDay today_ = 0;
-  // The main thread's own.
-  bool hasThread_ = false;
-  // Own synchronisation.
-  std::atomic<bool> isRunning_{false};
+  // Own synchronisation. Set by the main thread.
+  std::atomic<bool> hasThread_{false};
 
   Condition wake_;
   Waiting waiting_ QUILLO_GUARDED_BY(wake_);

@@ -276,6 +276,42 @@ TEST_F(HistoryWriterTest, WaitsForNobodyAtTheEndWithoutAThread) {
   EXPECT_EQ(clock.now(), before);
 }
 
+// Has the thread that was asked for run only after somebody looked twice at the time.
+class LateThread final : public ThreadStarter, public Clock {
+ public:
+  void detachNewThread(const std::string&, std::function<void()> body) override {
+    body_ = std::move(body);
+    looks_ = 0;
+  }
+  Duration now() override {
+    if (++looks_ == 2 && body_) {
+      thread_.start(std::exchange(body_, nullptr));
+    }
+    return real_.now();
+  }
+  std::chrono::system_clock::time_point wallTime() override { return real_.wallTime(); }
+  void sleepFor(Duration length) override { real_.sleepFor(length); }
+  void waitOn(std::condition_variable& variable, std::unique_lock<std::mutex>& held,
+              Duration bound) override {
+    real_.waitOn(variable, held, bound);
+  }
+
+ private:
+  SystemClock real_;
+  std::function<void()> body_;
+  std::atomic<int> looks_ = 0;
+  JoinedThreads thread_;
+};
+
+TEST_F(HistoryWriterTest, WaitsAtTheEndForAThreadThatHasNotComeToRunYet) {
+  LateThread late;
+  HistoryWriter lateWriter({late, log, home.at("late"), home.path()});
+  lateWriter.add(result("/srv/a"));
+  lateWriter.begin(late);
+  lateWriter.end(longestWait);
+  EXPECT_EQ(HistoryReader(home.at("late")).select({}).count(), 1U);
+}
+
 TEST_F(HistoryWriterTest, TriesAgainToStartAThreadThatCouldNotBeHad) {
   NoThreads none;
   EXPECT_THROW(writer.begin(none), std::system_error);
