@@ -6,6 +6,7 @@
 
 #include "app/vantrel/Commands.h"
 #include "app/vantrel/MainWindowProgram.h"
+#include "companion/ScanCommand.h"
 #include "companion/StartRequest.h"
 #include "posix/Version.h"
 
@@ -13,6 +14,17 @@ namespace quillo {
 namespace {
 
 constexpr int misuse = 2;
+
+int runCommand(char** argv, const StartRequest& request) {
+  if (request.command == "scan") {
+    if (const auto wish = scanWishOf(request.words); wish && wish->inWindow) {
+      StartRequest window;
+      window.paths = wish->paths;
+      return runMainWindow(argv, window);
+    }
+  }
+  return commands().run(request.command, request.words, std::cout, std::cerr);
+}
 
 int run(int argc, char** argv) {
   const StartRequest request = StartRequest::of({argv + 1, argv + argc});
@@ -22,7 +34,7 @@ int run(int argc, char** argv) {
     case StartRequest::Kind::version:
       return printVersion("vantrel");
     case StartRequest::Kind::command:
-      return commands().run(request.command, request.words, std::cout, std::cerr);
+      return runCommand(argv, request);
     case StartRequest::Kind::misused:
       std::cerr << "vantrel: \"" << request.word << "\" is not understood here.\n"
                 << commands().help();
@@ -31,7 +43,7 @@ int run(int argc, char** argv) {
     case StartRequest::Kind::service:
       break;
   }
-  return runMainWindow(argc, argv, request);
+  return runMainWindow(argv, request);
 }
 
 }  // namespace
