@@ -89,8 +89,10 @@ int showWindow(CompanionPlatform& platform, const StartRequest& start) {
 
 }  // namespace
 
-int runMainWindow(int& argc, char** argv, const StartRequest& start) {
-  CompanionPlatform platform(argc, argv);
+int runMainWindow(char** argv, const StartRequest& start) {
+  // Qt would take names of files behind it for options of its own, one of which loads a plugin.
+  int programAlone = 1;
+  CompanionPlatform platform(programAlone, argv);
   LocalizedStrings& strings = platform.services().localizedStrings;
   if (const auto problem = platform.problem()) {
     return fail(problem->in(strings));

@@ -31,7 +31,7 @@ int run(int argc, char** argv) {
     case StartRequest::Kind::service:
       break;
   }
-  return runMainWindow(argc, argv, request);
+  return runMainWindow(argv, request);
 }
 
 }  // namespace

@@ -122,6 +122,15 @@ std::string accessKeyOf(const std::string& text) {
   return "";
 }
 
+// A table that does not parse leaves its page without words.
+TEST(PageStrings, CanBeReadInEveryLanguage) {
+  for (const std::string& page : pages()) {
+    for (const char* language : languages) {
+      EXPECT_FALSE(tableOf(page, language).empty()) << page << " " << language;
+    }
+  }
+}
+
 TEST(PageStrings, AreThereInEveryLanguage) {
   for (const std::string& page : pages()) {
     const Texts english = tableOf(page, "en");

@@ -96,6 +96,24 @@ TEST_F(VantrelProgram, SaysWhichPagesThereAre) {
   EXPECT_NE(ended.said.find("planned"), std::string::npos) << ended.said;
 }
 
+TEST_F(VantrelProgram, ScansInItsWindowWhatAFileManagerHandsOver) {
+  const auto process = start({"--open", "--", session.homeFolder()});
+  EXPECT_TRUE(shows("Scan Now"));
+}
+
+TEST_F(VantrelProgram, HandsOnToTheFirstWhatIsToBeScannedInItsWindow) {
+  const auto process = start({"--page", "planned"});
+  ASSERT_TRUE(shows("Planned Scans"));
+  EXPECT_EQ(run({"--open", "--", session.homeFolder()}).status, 0);
+  EXPECT_TRUE(shows("Scan Now"));
+}
+
+// A file may be called what Qt takes for an option, and the next one what that loads.
+TEST_F(VantrelProgram, TakesNoNameOfAFileForAnOption) {
+  const auto process = start({"--open", "--", "-qwindowtitle", "Taken"});
+  EXPECT_TRUE(shows("Scan Now"));
+}
+
 TEST_F(VantrelProgram, IsStartedByTheBusAndShowsWhatIsAskedOfIt) {
   session.addService(identifier, program + " --service");
   session.run({"dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus",
