@@ -26,16 +26,19 @@ std::vector<std::string> pathsIn(const std::vector<std::string>& words) {
   return paths;
 }
 
+const char* titleKeyOf(const PlannedScanOutcome& outcome) {
+  if (outcome.found > 0) {
+    return "PLANNED_RESULT_FOUND";
+  }
+  return outcome.isComplete ? "PLANNED_RESULT_CLEAN" : "PLANNED_RESULT_INCOMPLETE";
+}
+
 void show(const PlannedScanOutcome& outcome, const PlannedScanServices& services) {
   GrowlNotification notification;
-  notification.title =
-      services.localizedStrings.stringForKey(outcome.found > 0    ? "PLANNED_RESULT_FOUND"
-                                             : outcome.isComplete ? "PLANNED_RESULT_CLEAN"
-                                                                  : "PLANNED_RESULT_INCOMPLETE",
-                                             "");
+  notification.title = services.localizedStrings.stringForKey(titleKeyOf(outcome), "");
   notification.name = services.localizedStrings.stringForKey("PLANNED_TITLE", "");
   notification.description = outcome.words;
-  notification.isSticky = true;
+  notification.isSticky = outcome.found > 0;
   notification.details.isFind = outcome.found > 0;
   notification.details.outlivesSender = true;
   services.growl.setGrowlDelegate({{notification.name}, {notification.name}});

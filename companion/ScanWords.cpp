@@ -91,7 +91,8 @@ std::vector<std::string> ScanWords::report(const ManualScanResult& result) const
   if (result.problem != ManualScanResult::Problem::none) {
     sentences.push_back(problem(result.problem));
   }
-  const bool wasWhole = !result.isStopped && result.problem == ManualScanResult::Problem::none;
+  const bool wasWhole = !result.isStopped && result.notScanned == 0 &&
+                        result.problem == ManualScanResult::Problem::none;
   sentences.push_back(result.found > 0
                           ? counted("SCAN_REPORT_FOUND", result.found)
                           : text(wasWhole ? "SCAN_REPORT_NOTHING" : "SCAN_REPORT_NOTHING_SO_FAR"));

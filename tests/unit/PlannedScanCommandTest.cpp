@@ -39,6 +39,7 @@ TEST_F(PlannedScanCommandTest, ShowsWhatCameOfIt) {
   EXPECT_EQ(growl.posted()[0].title, "<PLANNED_RESULT_FOUND>");
   EXPECT_EQ(growl.posted()[0].description, "2 finds");
   EXPECT_TRUE(growl.posted()[0].details.isFind);
+  EXPECT_TRUE(growl.posted()[0].isSticky);
   EXPECT_TRUE(growl.posted()[0].details.outlivesSender);
   EXPECT_TRUE(isHandedOver);
 }
@@ -50,6 +51,8 @@ TEST_F(PlannedScanCommandTest, WhatWasNotScannedIsNotCalledClean) {
   outcome.isComplete = true;
   EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 0);
   EXPECT_EQ(growl.posted()[1].title, "<PLANNED_RESULT_CLEAN>");
+  EXPECT_FALSE(growl.posted()[0].isSticky);
+  EXPECT_FALSE(growl.posted()[1].isSticky);
 }
 
 TEST_F(PlannedScanCommandTest, OtherWordsScanNothing) {

@@ -89,6 +89,13 @@ TEST_F(ScanWordsTest, SayThatNothingWasFoundOnlyOfAWholeScan) {
             (Lines{"<SCAN_REPORT_STOPPED>", "<SCAN_REPORT_NOTHING_SO_FAR>", "not reached 7"}));
 }
 
+TEST_F(ScanWordsTest, SayThatNothingWasFoundOnlyWhereNothingWasLeftOut) {
+  ManualScanResult result;
+  result.notScanned = 1;
+  EXPECT_EQ(words.report(result),
+            (Lines{"<SCAN_REPORT_NOTHING_SO_FAR>", "<SCAN_REPORT_NOT_SCANNED_ONE>"}));
+}
+
 TEST_F(ScanWordsTest, SayThatNobodyKnowsHowMuchWasNotReached) {
   ManualScanResult result;
   result.problem = Problem::noDaemon;
