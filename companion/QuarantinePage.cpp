@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "clamav/Verdict.h"
+#include "companion/QuarantineQuestions.h"
 #include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/ThreadStarter.h"
@@ -86,13 +87,13 @@ void QuarantinePage::connect() {
   page_.onAction("refreshButton", bound(&QuarantinePage::refresh));
   page_.onAction("restoreButton", [weak = weak_from_this()] {
     if (const auto self = weak.lock()) {
-      self->restore(self->selectedFiles(), {});
+      self->askAndRestore(self->selectedFiles(), {});
     }
   });
   page_.onAction("restoreToButton", bound(&QuarantinePage::restoreElsewhere));
   page_.onAction("deleteButton", bound(&QuarantinePage::askToDelete));
   page_.onAction("checkButton", bound(&QuarantinePage::check));
-  page_.onAction("allowButton", bound(&QuarantinePage::allow));
+  page_.onAction("allowButton", bound(&QuarantinePage::askAndAllow));
   page_.setVisible("report", false);
   page_.setVisible("progress", false);
   showSelection();
@@ -266,59 +267,48 @@ void QuarantinePage::restoreElsewhere() {
       [weak = weak_from_this(), files = selectedFiles()](const std::vector<std::string>& folders) {
         const auto self = weak.lock();
         if (self && folders.size() == 1) {
-          self->restore(files, {folders.front(), false});
+          self->askAndRestore(files, {folders.front(), false});
         } else if (self) {
           self->page_.setText("summary", self->words_.text("ONE_FOLDER"));
         }
       });
 }
 
-void QuarantinePage::askToMakeFolders(const Files& files) {
-  Question question;
-  question.text = words_.counted("ASK_MAKE_FOLDER", files.size());
-  std::vector<std::string> origins;
-  for (const QuarantinedFile& file : files) {
-    origins.push_back(reportedText(words_.origin(file)));
-    if (origins.size() == 10) {
-      break;
-    }
-  }
-  question.detail = joined(origins);
-  question.buttons = {words_.text("MAKE_FOLDER"), words_.text("CANCEL")};
-  window_.ask(question, [weak = weak_from_this(), files](std::size_t button) {
+void QuarantinePage::ask(const Question& question, std::function<void(QuarantinePage&)> action) {
+  window_.ask(question, [weak = weak_from_this(), action = std::move(action)](std::size_t button) {
     const auto self = weak.lock();
     if (self && button == 0) {
-      self->restore(files, {"", true});
+      action(*self);
     }
+  });
+}
+
+// What no check has found clean leaves only when its user has been told.
+void QuarantinePage::askAndRestore(const Files& files, const QuarantineStore::Target& target) {
+  const Files infected = QuarantineQuestions::notClean(files);
+  if (infected.empty()) {
+    restore(files, target);
+    return;
+  }
+  ask(QuarantineQuestions(words_).putBack(infected),
+      [files, target](QuarantinePage& page) { page.restore(files, target); });
+}
+
+void QuarantinePage::askToMakeFolders(const Files& files) {
+  ask(QuarantineQuestions(words_).makeFolders(files), [files](QuarantinePage& page) {
+    page.restore(files, {"", true});
   });
 }
 
 void QuarantinePage::askToDelete() {
   const Files files = selectedFiles();
-  Question question;
-  question.text = words_.counted("ASK_DELETE", files.size());
-  question.detail = words_.text("ASK_DELETE_DETAIL");
-  question.buttons = {words_.text("DELETE_CONTINUE"), words_.text("CANCEL")};
-  question.isDangerous = true;
-  window_.ask(question, [weak = weak_from_this(), files](std::size_t button) {
-    const auto self = weak.lock();
-    if (self && button == 0) {
-      self->askAgainToDelete(files);
-    }
-  });
+  ask(QuarantineQuestions(words_).remove(files),
+      [files](QuarantinePage& page) { page.askAgainToDelete(files); });
 }
 
 void QuarantinePage::askAgainToDelete(const Files& files) {
-  Question question;
-  question.text = words_.counted("ASK_DELETE_AGAIN", files.size());
-  question.buttons = {words_.text("DELETE_FOR_GOOD"), words_.text("CANCEL")};
-  question.isDangerous = true;
-  window_.ask(question, [weak = weak_from_this(), files](std::size_t button) {
-    const auto self = weak.lock();
-    if (self && button == 0) {
-      self->remove(files);
-    }
-  });
+  ask(QuarantineQuestions(words_).removeForGood(files),
+      [files](QuarantinePage& page) { page.remove(files); });
 }
 
 void QuarantinePage::remove(const Files& files) {
@@ -327,9 +317,20 @@ void QuarantinePage::remove(const Files& files) {
       [](const QuarantineStore& store, const QuarantinedFile& file) { return store.remove(file); });
 }
 
-void QuarantinePage::allow() {
+void QuarantinePage::askAndAllow() {
+  const Files files = selectedFiles();
+  const Files infected = QuarantineQuestions::notClean(files);
+  if (infected.empty()) {
+    allow(files);
+    return;
+  }
+  ask(QuarantineQuestions(words_).allow(infected),
+      [files](QuarantinePage& page) { page.allow(files); });
+}
+
+void QuarantinePage::allow(const Files& files) {
   doWithEach(
-      words_.text("ALLOWING"), "ALLOWED", selectedFiles(),
+      words_.text("ALLOWING"), "ALLOWED", files,
       [](const QuarantineStore& store, const QuarantinedFile& file) { return store.allow(file); });
 }
 

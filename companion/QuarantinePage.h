@@ -46,12 +46,16 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
   Files selectedFiles();
   void restore(const Files& files, const QuarantineStore::Target& target);
   void restoreElsewhere();
+  // Has it done once its user agrees.
+  void ask(const Question& question, std::function<void(QuarantinePage&)> action);
+  void askAndRestore(const Files& files, const QuarantineStore::Target& target);
   void askToMakeFolders(const Files& files);
   void askToDelete();
   void askAgainToDelete(const Files& files);
   void remove(const Files& files);
   void check();
-  void allow();
+  void askAndAllow();
+  void allow(const Files& files);
   // Does it with each file, and reports of each with which it could not be done.
   void doWithEach(
       const std::string& words, const std::string& key, const Files& files,
