@@ -161,7 +161,7 @@ void QuarantinePage::show(Done done) {
     page_.focus("report");
   }
   if (!done.folderMissing.empty()) {
-    askToMakeFolders(done.folderMissing);
+    askToMakeFolders(done.folderMissing, done.target);
   }
 }
 
@@ -233,10 +233,12 @@ void QuarantinePage::showDetails(const Files& chosen) {
 
 void QuarantinePage::doWithEach(
     const std::string& words, const std::string& key, const Files& files,
-    std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action) {
-  start(words, [words = words_, key, files, action = std::move(action)](
+    std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action,
+    const QuarantineStore::Target& target) {
+  start(words, [words = words_, key, files, target, action = std::move(action)](
                    const QuarantineStore& store, Done& done) {
     std::uint64_t well = 0;
+    done.target = target;
     for (const QuarantinedFile& file : files) {
       const QuarantineOutcome outcome = action(store, file);
       well += outcome.isDone() ? 1U : 0U;
@@ -247,18 +249,20 @@ void QuarantinePage::doWithEach(
         done.folderMissing.push_back(file);
       }
     }
-    done.summary = words.counted(key, well);
+    done.summary = well > 0 ? words.counted(key, well) : "";
     if (well < files.size()) {
-      done.summary += " " + words.counted("NOT_DONE", files.size() - well);
+      done.summary += (well > 0 ? " " : "") + words.counted("NOT_DONE", files.size() - well);
     }
   });
 }
 
 void QuarantinePage::restore(const Files& files, const QuarantineStore::Target& target) {
-  doWithEach(words_.text("RESTORING"), "RESTORED", files,
-             [target](const QuarantineStore& store, const QuarantinedFile& file) {
-               return store.restore(file, target);
-             });
+  doWithEach(
+      words_.text("RESTORING"), "RESTORED", files,
+      [target](const QuarantineStore& store, const QuarantinedFile& file) {
+        return store.restore(file, target);
+      },
+      target);
 }
 
 void QuarantinePage::restoreElsewhere() {
@@ -294,10 +298,12 @@ void QuarantinePage::askAndRestore(const Files& files, const QuarantineStore::Ta
       [files, target](QuarantinePage& page) { page.restore(files, target); });
 }
 
-void QuarantinePage::askToMakeFolders(const Files& files) {
-  ask(QuarantineQuestions(words_).makeFolders(files), [files](QuarantinePage& page) {
-    page.restore(files, {"", true});
-  });
+void QuarantinePage::askToMakeFolders(const Files& files, const QuarantineStore::Target& target) {
+  const QuarantineQuestions questions(words_);
+  ask(target.folder.empty() ? questions.makeFolders(files) : questions.makeFolder(target.folder),
+      [files, folder = target.folder](QuarantinePage& page) {
+        page.restore(files, {folder, true});
+      });
 }
 
 void QuarantinePage::askToDelete() {

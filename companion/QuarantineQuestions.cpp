@@ -58,6 +58,14 @@ Question QuarantineQuestions::allow(const Files& files) const {
   return infected("ASK_ALLOW", "ALLOW_ALL_THE_SAME", files);
 }
 
+Question QuarantineQuestions::makeFolder(const std::string& folder) const {
+  Question question;
+  question.text = words_.text("ASK_MAKE_CHOSEN");
+  question.detail = reportedText(folder);
+  question.buttons = {words_.text("MAKE_FOLDER"), words_.text("CANCEL")};
+  return question;
+}
+
 Question QuarantineQuestions::makeFolders(const Files& files) const {
   std::vector<std::string> origins;
   for (std::size_t at = 0; at < std::min(files.size(), mostNamed); ++at) {

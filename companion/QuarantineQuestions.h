@@ -23,7 +23,9 @@ class QuarantineQuestions {
   // allowed: with their threats.
   Question putBack(const Files& files) const;
   Question allow(const Files& files) const;
+  // Where the folders are gone in which the files were, or the one that was chosen.
   Question makeFolders(const Files& files) const;
+  Question makeFolder(const std::string& folder) const;
   Question remove(const Files& files) const;
   Question removeForGood(const Files& files) const;
 

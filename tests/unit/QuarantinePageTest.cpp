@@ -134,6 +134,32 @@ TEST_F(QuarantinePageTest, PutsAFileIntoAChosenFolder) {
   EXPECT_TRUE(TemporaryFolder::exists(away + "/a"));
 }
 
+TEST_F(QuarantinePageTest, MakesTheChosenFolderAnewAndNotTheOldOne) {
+  quarantined("home/a");
+  const std::string away = scratch.makeFolder("away");
+  show();
+  page.select("files", {0});
+  page.press("restoreToButton");
+  window.choosePaths({away});
+  fs::remove(away);
+  window.answer("<QUARANTINE_RESTORE_ALL_THE_SAME>");
+  work();
+  EXPECT_EQ(window.questions.back().detail, away);
+  window.answer("<QUARANTINE_MAKE_FOLDER>");
+  work();
+  EXPECT_TRUE(TemporaryFolder::exists(away + "/a"));
+  EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home/a")));
+}
+
+TEST_F(QuarantinePageTest, SaysOnlyWhatStayedWhereNothingWasDone) {
+  quarantined("home/a");
+  scratch.write("home/a", "in the way");
+  show();
+  page.select("files", {0});
+  putBack();
+  EXPECT_EQ(summary(), "<QUARANTINE_NOT_DONE_ONE>");
+}
+
 TEST_F(QuarantinePageTest, AsksTwiceBeforeItDeletes) {
   quarantined("home/a");
   show();
