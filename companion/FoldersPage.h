@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,8 @@ class FoldersPage {
  private:
   void list();
   void showSelected();
+  std::optional<std::string> selectedFolder();
+  void selectFolder(const std::optional<std::string>& path);
   void setWithSubfolders();
   void removeSelected();
   void addNext(std::vector<std::string> paths);

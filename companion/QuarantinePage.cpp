@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <map>
 #include <utility>
 
 #include "clamav/Verdict.h"
@@ -180,8 +181,25 @@ void QuarantinePage::showList() {
     summary += " " + words_.text("RECORDS_UNUSABLE");
   }
   page_.setText("summary", summary);
+  showRows();
+}
+
+// A row is another file after a change: the selection follows the files, by name and identity.
+void QuarantinePage::showRows() {
+  std::map<std::string, FileIdentity> chosen;
+  for (const QuarantinedFile& file : selectedFiles()) {
+    chosen.emplace(file.name, file.identity);
+  }
   rows_->set(listing_.files);
   page_.rowsChanged("files");
+  std::vector<std::size_t> rows;
+  for (std::size_t row = 0; row < listing_.files.size(); ++row) {
+    const auto found = chosen.find(listing_.files[row].name);
+    if (found != chosen.end() && isSameInFolder(found->second, listing_.files[row].identity)) {
+      rows.push_back(row);
+    }
+  }
+  page_.selectRows("files", rows);
   showSelection();
 }
 

@@ -42,6 +42,7 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
   void start(const std::string& words, Work work);
   void show(Done done);
   void showList();
+  void showRows();
   void showSelection();
   void showBusy(const std::string& words);
   Files selectedFiles();

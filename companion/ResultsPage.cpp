@@ -39,6 +39,21 @@ const std::string& placeOf(const HistoryResult& result) {
   return isAway && !result.detail.empty() ? result.detail : result.path;
 }
 
+// Returns where the results of those rows stand by now; none of too many.
+std::vector<std::size_t> rowsAgain(const std::vector<std::size_t>& rows,
+                                   const HistorySelection& before, const HistorySelection& now) {
+  std::vector<std::size_t> again;
+  if (rows.size() > ResultsPage::mostScannedAgain) {
+    return again;
+  }
+  for (const std::size_t row : rows) {
+    if (const auto found = row < before.count() ? now.rowOf(before.id(row)) : std::nullopt) {
+      again.push_back(*found);
+    }
+  }
+  return again;
+}
+
 }  // namespace
 
 // The chosen results, read as they are shown: those around the row that is asked for.
@@ -186,8 +201,11 @@ void ResultsPage::choose() {
 }
 
 void ResultsPage::show(const HistorySelection& selection) {
+  const HistorySelection before = table_->selection();
+  const std::vector<std::size_t> chosen = page_.selectedRows(results);
   table_->choose(selection);
   page_.rowsChanged(results);
+  page_.selectRows(results, rowsAgain(chosen, before, selection));
   page_.setText("summary",
                 selection.count() > 0
                     ? words_.counted("RESULTS_COUNT", selection.count())

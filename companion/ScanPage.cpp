@@ -93,6 +93,8 @@ void ScanPage::scan(const std::vector<std::string>& paths) {
   next_.insert(next_.end(), paths.begin(), paths.end());
   if (work_ == Work::none && !next_.empty()) {
     finds_.findings().clear();
+    page_.selectRows("finds", {});
+    page_.selectRows("leftOut", {});
     total_ = {};
     hasReport_ = false;
     page_.setText("report", "");

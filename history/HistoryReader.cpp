@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -47,6 +48,18 @@ HistoryResult resultIn(const SqlStatement& row) {
 }
 
 }  // namespace
+
+std::optional<std::size_t> HistorySelection::rowOf(std::int64_t id) const {
+  if (ids_.empty()) {
+    const std::int64_t last = first_ + static_cast<std::int64_t>(count_) - 1;
+    return id >= first_ && id <= last ? std::optional(static_cast<std::size_t>(last - id))
+                                      : std::nullopt;
+  }
+  const auto found = std::lower_bound(ids_.begin(), ids_.end(), id, std::greater<>());
+  return found != ids_.end() && *found == id
+             ? std::optional(static_cast<std::size_t>(found - ids_.begin()))
+             : std::nullopt;
+}
 
 HistoryReader::HistoryReader(std::string folder) : file_(std::move(folder)) {}
 

@@ -38,6 +38,8 @@ class HistorySelection {
       : ids_(std::move(ids)), count_(ids_.size()) {}
 
   std::size_t count() const { return count_; }
+  // Returns the row of that result; nothing when it was not chosen. The latest stand first.
+  std::optional<std::size_t> rowOf(std::int64_t id) const;
   // `row` is smaller than count().
   std::int64_t id(std::size_t row) const {
     return ids_.empty() ? first_ + static_cast<std::int64_t>(count_ - row) - 1 : ids_[row];

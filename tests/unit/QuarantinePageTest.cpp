@@ -175,6 +175,45 @@ TEST_F(QuarantinePageTest, AsksTwiceBeforeItDeletes) {
   EXPECT_EQ(summary(), "<QUARANTINE_DELETED_ONE>");
 }
 
+TEST_F(QuarantinePageTest, NamesWhatItIsAboutToDeleteInBothQuestions) {
+  for (int number = 10; number < 22; ++number) {
+    quarantined("home/f" + std::to_string(number));
+  }
+  show();
+  page.select("files", {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
+  const std::string first = page.row("files", 0).cells[0];
+  const std::string eleventh = page.row("files", 10).cells[0];
+  page.press("deleteButton");
+  window.answer("<QUARANTINE_DELETE_CONTINUE>");
+  ASSERT_EQ(window.questions.size(), 2U);
+  for (const Question& question : window.questions) {
+    EXPECT_NE(question.detail.find(first), std::string::npos) << question.detail;
+    EXPECT_EQ(question.detail.find(eleventh), std::string::npos) << question.detail;
+    EXPECT_NE(question.detail.find("<QUARANTINE_ASK_MORE_MANY>"), std::string::npos);
+  }
+}
+
+TEST_F(QuarantinePageTest, KeepsTheFilesSelectedAndNotTheRows) {
+  quarantined("home/a");
+  quarantined("home/b");
+  show();
+  const std::size_t rowOfA = page.row("files", 0).cells[0] == "a" ? 0 : 1;
+  page.select("files", {rowOfA});
+  // Another has come and one has gone: as many as before.
+  fs::remove(folder + "/b");
+  quarantined("home/c");
+  page.press("refreshButton");
+  work();
+  const std::vector<std::size_t> selected = page.selectedRows("files");
+  ASSERT_EQ(selected.size(), 1U);
+  EXPECT_EQ(page.row("files", selected.front()).cells[0], "a");
+  fs::remove(folder + "/a");
+  scratch.write("q/z", "another");
+  page.press("refreshButton");
+  work();
+  EXPECT_TRUE(page.selectedRows("files").empty());
+}
+
 TEST_F(QuarantinePageTest, DeletesNothingWhenEitherQuestionIsDenied) {
   quarantined("home/a");
   show();

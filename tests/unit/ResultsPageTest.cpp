@@ -341,6 +341,22 @@ TEST_F(ResultsPageTest, ExcludesNoNameThatThePreferencesCannotHold) {
   EXPECT_EQ(shown.text("notice"), "<RESULTS_EXCLUDE_BYTES>");
 }
 
+TEST_F(ResultsPageTest, KeepsTheResultsSelectedAndNotTheRows) {
+  add(result("/srv/a"));
+  add(result("/srv/b"));
+  open();
+  shown.select("results", {1});
+  add(result("/srv/c"));
+  page->historyChanged();
+  EXPECT_EQ(shown.selectedRows("results"), std::vector<std::size_t>{2});
+  shown.write("search", "/a");
+  search();
+  EXPECT_EQ(shown.selectedRows("results"), std::vector<std::size_t>{0});
+  shown.write("search", "/b");
+  search();
+  EXPECT_TRUE(shown.selectedRows("results").empty());
+}
+
 TEST_F(ResultsPageTest, ReadsATableFromItsMiddle) {
   HistoryBatch batch;
   for (int at = 0; at < 1000; ++at) {
