@@ -189,7 +189,8 @@ std::vector<HistoryResult> HistoryReader::rows(const HistorySelection& selection
 HistoryTotals HistoryReader::totalsSince(WallTime since) {
   HistoryTotals totals;
   attempt([&](const SqlConnection& sql) {
-    SqlStatement count = sql.prepare("SELECT count(*) FROM results WHERE kind = ? AND time >= ?");
+    SqlStatement count =
+        sql.prepare("SELECT count(DISTINCT path) FROM results WHERE kind = ? AND time >= ?");
     const auto countOf = [&](HistoryResult::Kind kind) {
       count.begin().with(static_cast<std::int64_t>(kind)).with(secondsOf(since)).step();
       return static_cast<std::uint64_t>(count.number(0));

@@ -51,7 +51,7 @@ class HistorySelection {
   std::size_t count_ = 0;
 };
 
-// What was found since some time, and what could not be scanned.
+// In how many files something was found since some time, and how many could not be scanned.
 struct HistoryTotals {
   std::uint64_t found = 0;
   std::uint64_t notScanned = 0;
