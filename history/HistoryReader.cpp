@@ -226,7 +226,7 @@ std::vector<BusyFolder> HistoryReader::busyFolders(CalendarDay since, std::size_
 
 std::vector<BusyFolder> HistoryReader::busiestFolders(CalendarDay since, std::size_t most) {
   return foldersOf(
-      "SELECT max(day), folder, sum(files) AS files, sum(bytes) AS bytes FROM scanned "
+      "SELECT 0, folder, sum(files) AS files, sum(bytes) AS bytes FROM scanned "
       "WHERE day >= ? GROUP BY folder ORDER BY 4 DESC, 3 DESC, folder LIMIT ?",
       since, most);
 }

@@ -99,7 +99,7 @@ class HistoryReader {
   // Returns what was scanned from that day on, by day and folder, at most `most`: the latest day
   // first and, in it, what had most bytes.
   std::vector<BusyFolder> busyFolders(CalendarDay since, std::size_t most);
-  // The same for all days together, by folder; their `day` is the last one.
+  // The same for all days together, by folder; their `day` is none.
   std::vector<BusyFolder> busiestFolders(CalendarDay since, std::size_t most);
   // Returns the last scans by hand and planned ones, the latest first.
   std::vector<ScanRun> runs(std::size_t most);
