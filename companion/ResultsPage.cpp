@@ -32,11 +32,18 @@ class BusyRows final : public TableRows {
   const ResultsWords words_;
 };
 
-// Where the file lies by now, as far as it is known.
+bool isInQuarantine(const HistoryResult& result) {
+  return result.outcome == HistoryResult::Outcome::quarantined && !result.detail.empty() &&
+         fileExists(result.detail);
+}
+
+// Where the file lies by now, as far as it is known: what was moved away may have been put back.
 const std::string& placeOf(const HistoryResult& result) {
-  const bool isAway = result.outcome == HistoryResult::Outcome::quarantined ||
-                      result.outcome == HistoryResult::Outcome::trashed;
-  return isAway && !result.detail.empty() ? result.detail : result.path;
+  const bool wasMoved = result.outcome == HistoryResult::Outcome::quarantined ||
+                        result.outcome == HistoryResult::Outcome::trashed;
+  const bool isAway =
+      wasMoved && !result.detail.empty() && (fileExists(result.detail) || !fileExists(result.path));
+  return isAway ? result.detail : result.path;
 }
 
 // Returns where the results of those rows stand by now; none of too many.
@@ -134,6 +141,7 @@ ResultsPage::ResultsPage(Page& page, MainWindow& window, const ResultsServices& 
   page_.onAction("openFolder", [this] { openFolder(); });
   page_.onAction("scanAgain", [this] { scanAgain(); });
   page_.onAction("exclude", [this] { askToExclude(); });
+  page_.onAction("showQuarantine", [this] { window_.show("quarantine"); });
   say("");
   showView();
 }
@@ -229,6 +237,8 @@ void ResultsPage::showButtons() {
   page_.setEnabled("openFolder", count == 1);
   page_.setEnabled("exclude", count == 1);
   page_.setEnabled("scanAgain", count > 0 && count <= mostScannedAgain);
+  const std::vector<HistoryResult> chosen = count == 1 ? selected() : std::vector<HistoryResult>();
+  page_.setEnabled("showQuarantine", !chosen.empty() && isInQuarantine(chosen.front()));
 }
 
 std::vector<HistoryResult> ResultsPage::selected() const {

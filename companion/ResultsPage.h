@@ -37,10 +37,10 @@ struct ResultsServices {
 };
 
 // The page "results": what was found and what could not be scanned (`results`, narrowed down by
-// `search`, `kind` and `period`, with `openFolder`, `scanAgain` and `exclude`), and, while
-// `showBusy` stays down, where much was scanned (`busy`, for each day while `byDay` is checked).
-// `summary` says how many rows there are, or why there are none; `notice` how an action went. Main
-// thread.
+// `search`, `kind` and `period`, with `openFolder`, `scanAgain`, `exclude` and, for what lies in
+// the quarantine, `showQuarantine`), and, while `showBusy` stays down, where much was scanned
+// (`busy`, for each day while `byDay` is checked). `summary` says how many rows there are, or why
+// there are none; `notice` how an action went. Main thread.
 class ResultsPage {
  public:
   // More files than that are not scanned again at once.

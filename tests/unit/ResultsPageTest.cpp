@@ -286,6 +286,31 @@ TEST_F(ResultsPageTest, ShowsAFileWhereItLiesByNow) {
   EXPECT_EQ(workspace.selected, std::vector<std::string>{quarantined});
 }
 
+TEST_F(ResultsPageTest, ShowsAFileInItsOldPlaceOnceItWasPutBack) {
+  const std::string path = home.write("virus.com");
+  HistoryResult moved = result(path, Kind::found, Outcome::quarantined);
+  moved.detail = home.at("quarantine/virus.com");
+  add(moved);
+  open();
+  shown.select("results", {0});
+  EXPECT_FALSE(shown.isEnabled("showQuarantine"));
+  shown.press("openFolder");
+  EXPECT_EQ(workspace.selected, std::vector<std::string>{path});
+  shown.press("scanAgain");
+  EXPECT_EQ(scanned, std::vector<std::string>{path});
+}
+
+TEST_F(ResultsPageTest, LeadsToTheQuarantineWhereTheFileLiesThere) {
+  HistoryResult moved = result("/srv/virus.com", Kind::found, Outcome::quarantined);
+  moved.detail = home.write("quarantine/virus.com");
+  add(moved);
+  open();
+  EXPECT_FALSE(shown.isEnabled("showQuarantine"));
+  shown.select("results", {0});
+  shown.press("showQuarantine");
+  EXPECT_EQ(window.shownPage(), "quarantine");
+}
+
 TEST_F(ResultsPageTest, OpensTheFolderOfAFileThatIsGoneAndSaysSo) {
   add(result(home.at("gone")));
   open();
