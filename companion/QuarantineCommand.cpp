@@ -28,7 +28,7 @@ constexpr char usage[] =
     "usage: vantrel quarantine list [--json] [FILE...]\n"
     "       vantrel quarantine restore [--json] [--to FOLDER] [--make-folder] FILE...|--all\n"
     "       vantrel quarantine delete [--json] FILE...|--all\n"
-    "       vantrel quarantine check [--json] FILE...|--all\n";
+    "       vantrel quarantine check [--json] [FILE...|--all]\n";
 
 enum class Action { list, restore, remove, check };
 
@@ -103,9 +103,10 @@ std::optional<Asked> understood(const std::vector<std::string>& words) {
       asked.files.push_back(words[at]);
     }
   }
-  // Some files or all of them, and not both; a list may go without.
+  // Some files or all of them, and not both; what changes nothing means all when it names none.
+  const bool isHarmless = asked.action == Action::list || asked.action == Action::check;
   const bool isMeantOnce = asked.isAll == asked.files.empty();
-  return asked.action == Action::list || isMeantOnce ? std::optional(asked) : std::nullopt;
+  return isMeantOnce || (isHarmless && !asked.isAll) ? std::optional(asked) : std::nullopt;
 }
 
 std::string isoTime(QuarantineRecord::Time time) {

@@ -12,12 +12,24 @@ _vantrel() {
     words='list restore delete check'
   else
     case "$command" in
-      status | doctor | test | quarantine) words=--json ;;
+      status | doctor | test) words=--json ;;
+      quarantine) _vantrel_quarantine "$current" ;;
       scan | explain) if [[ "$current" == -* ]]; then words=--json; else _vantrel_paths "$current"; fi ;;
       --open) _vantrel_paths "$current" ;;
     esac
   fi
   if [ -n "$words" ]; then mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current"); fi
+}
+_vantrel_quarantine() {
+  if [ "${COMP_WORDS[COMP_CWORD - 1]}" = --to ]; then
+    _vantrel_paths "$1"
+    return
+  fi
+  words=--json
+  case "${COMP_WORDS[2]}" in
+    restore) words='--json --all --to --make-folder' ;;
+    delete | check) words='--json --all' ;;
+  esac
 }
 _vantrel_paths() {
   compopt -o filenames 2>/dev/null || true  # outside of a completion there is none

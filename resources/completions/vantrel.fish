@@ -15,3 +15,6 @@ complete -c vantrel -n "not __fish_seen_subcommand_from $commands" -l version -d
 complete -c vantrel -n "__fish_seen_subcommand_from $commands" -l json -d 'Print one document'
 complete -c vantrel -n '__fish_seen_subcommand_from scan explain' -F
 complete -c vantrel -n "__fish_seen_subcommand_from quarantine; and not __fish_seen_subcommand_from $actions" -a "$actions"
+complete -c vantrel -n "__fish_seen_subcommand_from restore delete check" -l all -d 'Do it with all files'
+complete -c vantrel -n "__fish_seen_subcommand_from restore" -l to -r -a "(__fish_complete_directories)" -d 'Put them into that folder'
+complete -c vantrel -n "__fish_seen_subcommand_from restore" -l make-folder -d 'Make a folder anew that is gone'

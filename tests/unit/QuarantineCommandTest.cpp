@@ -114,6 +114,13 @@ TEST_F(QuarantineCommandTest, ChecksAgain) {
   EXPECT_EQ(run({"check", "a"}), 1);
 }
 
+TEST_F(QuarantineCommandTest, ChecksAllWhereNoneIsNamed) {
+  quarantined("home/a");
+  quarantined("home/b");
+  EXPECT_EQ(run({"check", "--json"}), 0);
+  EXPECT_EQ(document()["files"].size(), 2U);
+}
+
 TEST_F(QuarantineCommandTest, CannotTellWithoutAnEngine) {
   quarantined("home/a");
   engineProblem = "launch path not accessible";
@@ -136,6 +143,7 @@ TEST_F(QuarantineCommandTest, TakesNoWordsThatItDoesNotKnow) {
                                              {"restore"},
                                              {"delete"},
                                              {"delete", "--all", "a"},
+                                             {"check", "--all", "a"},
                                              {"delete", "--to", "/tmp", "a"},
                                              {"restore", "a", "--to"},
                                              {"restore", "a", ""},
