@@ -32,9 +32,11 @@ int status(CompanionParts& parts, const Words& words, std::ostream& out, std::os
                            parts.preferences, parts.historyCounts});
 }
 
-// "" while it watches; "none" also where it cannot be asked.
+// "" while it watches.
 std::string stateOfAgent(AgentLink& agent) {
-  agent.refresh();
+  if (!agent.refresh().empty()) {
+    return "unknown";
+  }
   const auto status = agent.status();
   const std::string state = status ? status->state : "none";
   return state == "watching" ? "" : state;
