@@ -8,9 +8,9 @@
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/LaterThreads.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -19,20 +19,6 @@ namespace fs = std::filesystem;
 using Kind = HistoryResult::Kind;
 using Outcome = HistoryResult::Outcome;
 using Cells = std::vector<std::string>;
-
-// Runs what is started when the test says so.
-class LaterThreads final : public ThreadStarter {
- public:
-  void detachNewThread(const std::string&, std::function<void()> body) override {
-    bodies.push_back(std::move(body));
-  }
-  void runAll() {
-    for (const auto& body : std::exchange(bodies, {})) {
-      body();
-    }
-  }
-  std::vector<std::function<void()>> bodies;
-};
 
 class ResultsPageTest : public testing::Test {
  protected:
