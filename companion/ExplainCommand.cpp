@@ -4,6 +4,7 @@
 
 #include "clamav/Verdict.h"
 #include "platform/LocalizedStrings.h"
+#include "posix/RealPath.h"
 
 namespace quillo {
 namespace {
@@ -96,11 +97,12 @@ void writeWords(std::ostream& out, const Explanation& explanation, const std::st
   out << reportedText(explanation.path) << ": " << words.in(strings) << '\n';
   if (!explanation.exists) {
     out << strings.stringForKey("FOLDERS_RULE_NOT_THERE", "") << '\n';
-  } else if (explanation.realPath != explanation.path &&
-             explanation.realPath + "/" != explanation.path) {
+  } else if (!RealPath(explanation.path).links().empty()) {
     out << Wording{"FOLDERS_RULE_LINK", {reportedText(explanation.realPath)}}.in(strings) << '\n';
   }
-  if (!agentState.empty()) {
+  if (explanation.isGuarded() && agentState == "unknown") {
+    out << strings.stringForKey("FOLDERS_RULE_AGENT_UNKNOWN", "") << '\n';
+  } else if (explanation.isGuarded() && !agentState.empty()) {
     out << strings.stringForKey("FOLDERS_RULE_NO_AGENT", "") << '\n';
   }
 }
@@ -120,13 +122,21 @@ int runExplainCommand(const std::vector<std::string>& words, std::ostream& out,
            << ": the folder that it lies in is unknown; give the whole path\n";
     return statusUnknown;
   }
-  const std::string path = isAbsolute ? request.path : services.folder + "/" + request.path;
+  std::string relative = request.path;
+  while (relative.starts_with("./") && relative.size() > 2) {
+    relative.erase(0, 2);
+  }
+  const std::string path = isAbsolute ? request.path : services.folder + "/" + relative;
   const Explanation explanation = explain(path, services.explanation);
   const std::string agentState = services.agentState();
+  const bool cannotTell = explanation.isGuarded() && agentState == "unknown";
   if (request.wantsJson) {
     writeJson(out, explanation, agentState);
   } else {
     writeWords(out, explanation, agentState, services.localizedStrings);
+  }
+  if (cannotTell) {
+    return statusUnknown;
   }
   return explanation.isGuarded() && agentState.empty() ? statusGuarded : statusNotGuarded;
 }

@@ -14,7 +14,8 @@ struct ExplainCommandServices {
   ExplanationServices explanation;
   LocalizedStrings& localizedStrings;
   std::string folder;  // in which the program was called; "" when that is unknown
-  // Returns "" while the agent watches, else its state, or "none" where no agent runs.
+  // Returns "" while the agent watches, else its state, "none" where no agent runs, or "unknown"
+  // where it cannot be asked.
   std::function<std::string()> agentState;
 };
 

@@ -56,8 +56,12 @@ void FindActions::connect() {
 
 void FindActions::show(bool isIdle) {
   isIdle_ = isIdle;
-  page_.rowsChanged("finds");
-  page_.rowsChanged("leftOut");
+  // Rows come at the end and never go, until clear() takes all of them.
+  for (const char* table : {"finds", "leftOut"}) {
+    const std::vector<std::size_t> selected = page_.selectedRows(table);
+    page_.rowsChanged(table);
+    page_.selectRows(table, selected);
+  }
   page_.setVisible("findsBox", findings_.finds()->count() > 0);
   page_.setVisible("leftOutBox", findings_.leftOut()->count() > 0);
   showButtons();

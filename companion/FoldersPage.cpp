@@ -70,6 +70,7 @@ void FoldersPage::show() {
 }
 
 void FoldersPage::list() {
+  const std::optional<std::string> selected = selectedFolder();
   folders_ = services_.chosenFolders.all();
   rows_->rows.clear();
   const std::string home = services_.explanation.folders.homeFolder();
@@ -81,6 +82,7 @@ void FoldersPage::list() {
                            care.isCaught ? TableRows::Sign::good : TableRows::Sign::warning});
   }
   page_.rowsChanged("folders");
+  selectFolder(selected);
   const std::string above = services_.changes.fileAbove(key::quilloFolderArray.name);
   const std::string patternsAbove = services_.changes.fileAbove(key::excludePatterns.name);
   const std::string& named = above.empty() ? patternsAbove : above;
@@ -91,6 +93,23 @@ void FoldersPage::list() {
   page_.setEnabled("addFolder", above.empty());
   showSelected();
   exclusions_.show(patternsAbove.empty());
+}
+
+std::optional<std::string> FoldersPage::selectedFolder() {
+  const std::vector<std::size_t> rows = page_.selectedRows("folders");
+  const bool isOne = rows.size() == 1 && rows.front() < folders_.size();
+  return isOne ? std::optional(folders_[rows.front()].path) : std::nullopt;
+}
+
+// A row is another folder after a change: the selection follows the folder.
+void FoldersPage::selectFolder(const std::optional<std::string>& path) {
+  std::vector<std::size_t> rows;
+  for (std::size_t row = 0; path && rows.empty() && row < folders_.size(); ++row) {
+    if (folders_[row].path == *path) {
+      rows.push_back(row);
+    }
+  }
+  page_.selectRows("folders", rows);
 }
 
 void FoldersPage::showSelected() {

@@ -51,6 +51,8 @@ class FoldersPage {
  private:
   void list();
   void showSelected();
+  std::optional<std::string> selectedFolder();
+  void selectFolder(const std::optional<std::string>& path);
   void setWithSubfolders();
   void removeSelected();
   void addNext(std::vector<std::string> paths);

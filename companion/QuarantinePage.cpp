@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <map>
 #include <utility>
 
 #include "clamav/Verdict.h"
+#include "companion/QuarantineQuestions.h"
 #include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/ThreadStarter.h"
@@ -85,13 +87,13 @@ void QuarantinePage::connect() {
   page_.onAction("refreshButton", bound(&QuarantinePage::refresh));
   page_.onAction("restoreButton", [weak = weak_from_this()] {
     if (const auto self = weak.lock()) {
-      self->restore(self->selectedFiles(), {});
+      self->askAndRestore(self->selectedFiles(), {});
     }
   });
   page_.onAction("restoreToButton", bound(&QuarantinePage::restoreElsewhere));
   page_.onAction("deleteButton", bound(&QuarantinePage::askToDelete));
   page_.onAction("checkButton", bound(&QuarantinePage::check));
-  page_.onAction("allowButton", bound(&QuarantinePage::allow));
+  page_.onAction("allowButton", bound(&QuarantinePage::askAndAllow));
   page_.setVisible("report", false);
   page_.setVisible("progress", false);
   showSelection();
@@ -159,7 +161,7 @@ void QuarantinePage::show(Done done) {
     page_.focus("report");
   }
   if (!done.folderMissing.empty()) {
-    askToMakeFolders(done.folderMissing);
+    askToMakeFolders(done.folderMissing, done.target);
   }
 }
 
@@ -178,8 +180,25 @@ void QuarantinePage::showList() {
     summary += " " + words_.text("RECORDS_UNUSABLE");
   }
   page_.setText("summary", summary);
+  showRows();
+}
+
+// A row is another file after a change: the selection follows the files, by name and identity.
+void QuarantinePage::showRows() {
+  std::map<std::string, FileIdentity> chosen;
+  for (const QuarantinedFile& file : selectedFiles()) {
+    chosen.emplace(file.name, file.identity);
+  }
   rows_->set(listing_.files);
   page_.rowsChanged("files");
+  std::vector<std::size_t> rows;
+  for (std::size_t row = 0; row < listing_.files.size(); ++row) {
+    const auto found = chosen.find(listing_.files[row].name);
+    if (found != chosen.end() && isSameInFolder(found->second, listing_.files[row].identity)) {
+      rows.push_back(row);
+    }
+  }
+  page_.selectRows("files", rows);
   showSelection();
 }
 
@@ -231,10 +250,12 @@ void QuarantinePage::showDetails(const Files& chosen) {
 
 void QuarantinePage::doWithEach(
     const std::string& words, const std::string& key, const Files& files,
-    std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action) {
-  start(words, [words = words_, key, files, action = std::move(action)](
+    std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action,
+    const QuarantineStore::Target& target) {
+  start(words, [words = words_, key, files, target, action = std::move(action)](
                    const QuarantineStore& store, Done& done) {
     std::uint64_t well = 0;
+    done.target = target;
     for (const QuarantinedFile& file : files) {
       const QuarantineOutcome outcome = action(store, file);
       well += outcome.isDone() ? 1U : 0U;
@@ -245,18 +266,20 @@ void QuarantinePage::doWithEach(
         done.folderMissing.push_back(file);
       }
     }
-    done.summary = words.counted(key, well);
+    done.summary = well > 0 ? words.counted(key, well) : "";
     if (well < files.size()) {
-      done.summary += " " + words.counted("NOT_DONE", files.size() - well);
+      done.summary += (well > 0 ? " " : "") + words.counted("NOT_DONE", files.size() - well);
     }
   });
 }
 
 void QuarantinePage::restore(const Files& files, const QuarantineStore::Target& target) {
-  doWithEach(words_.text("RESTORING"), "RESTORED", files,
-             [target](const QuarantineStore& store, const QuarantinedFile& file) {
-               return store.restore(file, target);
-             });
+  doWithEach(
+      words_.text("RESTORING"), "RESTORED", files,
+      [target](const QuarantineStore& store, const QuarantinedFile& file) {
+        return store.restore(file, target);
+      },
+      target);
 }
 
 void QuarantinePage::restoreElsewhere() {
@@ -265,59 +288,50 @@ void QuarantinePage::restoreElsewhere() {
       [weak = weak_from_this(), files = selectedFiles()](const std::vector<std::string>& folders) {
         const auto self = weak.lock();
         if (self && folders.size() == 1) {
-          self->restore(files, {folders.front(), false});
+          self->askAndRestore(files, {folders.front(), false});
         } else if (self) {
           self->page_.setText("summary", self->words_.text("ONE_FOLDER"));
         }
       });
 }
 
-void QuarantinePage::askToMakeFolders(const Files& files) {
-  Question question;
-  question.text = words_.counted("ASK_MAKE_FOLDER", files.size());
-  std::vector<std::string> origins;
-  for (const QuarantinedFile& file : files) {
-    origins.push_back(reportedText(words_.origin(file)));
-    if (origins.size() == 10) {
-      break;
-    }
-  }
-  question.detail = joined(origins);
-  question.buttons = {words_.text("MAKE_FOLDER"), words_.text("CANCEL")};
-  window_.ask(question, [weak = weak_from_this(), files](std::size_t button) {
+void QuarantinePage::ask(const Question& question, std::function<void(QuarantinePage&)> action) {
+  window_.ask(question, [weak = weak_from_this(), action = std::move(action)](std::size_t button) {
     const auto self = weak.lock();
     if (self && button == 0) {
-      self->restore(files, {"", true});
+      action(*self);
     }
   });
+}
+
+// What no check has found clean leaves only when its user has been told.
+void QuarantinePage::askAndRestore(const Files& files, const QuarantineStore::Target& target) {
+  const Files infected = QuarantineQuestions::notClean(files);
+  if (infected.empty()) {
+    restore(files, target);
+    return;
+  }
+  ask(QuarantineQuestions(words_).putBack(infected),
+      [files, target](QuarantinePage& page) { page.restore(files, target); });
+}
+
+void QuarantinePage::askToMakeFolders(const Files& files, const QuarantineStore::Target& target) {
+  const QuarantineQuestions questions(words_);
+  ask(target.folder.empty() ? questions.makeFolders(files) : questions.makeFolder(target.folder),
+      [files, folder = target.folder](QuarantinePage& page) {
+        page.restore(files, {folder, true});
+      });
 }
 
 void QuarantinePage::askToDelete() {
   const Files files = selectedFiles();
-  Question question;
-  question.text = words_.counted("ASK_DELETE", files.size());
-  question.detail = words_.text("ASK_DELETE_DETAIL");
-  question.buttons = {words_.text("DELETE_CONTINUE"), words_.text("CANCEL")};
-  question.isDangerous = true;
-  window_.ask(question, [weak = weak_from_this(), files](std::size_t button) {
-    const auto self = weak.lock();
-    if (self && button == 0) {
-      self->askAgainToDelete(files);
-    }
-  });
+  ask(QuarantineQuestions(words_).remove(files),
+      [files](QuarantinePage& page) { page.askAgainToDelete(files); });
 }
 
 void QuarantinePage::askAgainToDelete(const Files& files) {
-  Question question;
-  question.text = words_.counted("ASK_DELETE_AGAIN", files.size());
-  question.buttons = {words_.text("DELETE_FOR_GOOD"), words_.text("CANCEL")};
-  question.isDangerous = true;
-  window_.ask(question, [weak = weak_from_this(), files](std::size_t button) {
-    const auto self = weak.lock();
-    if (self && button == 0) {
-      self->remove(files);
-    }
-  });
+  ask(QuarantineQuestions(words_).removeForGood(files),
+      [files](QuarantinePage& page) { page.remove(files); });
 }
 
 void QuarantinePage::remove(const Files& files) {
@@ -326,9 +340,20 @@ void QuarantinePage::remove(const Files& files) {
       [](const QuarantineStore& store, const QuarantinedFile& file) { return store.remove(file); });
 }
 
-void QuarantinePage::allow() {
+void QuarantinePage::askAndAllow() {
+  const Files files = selectedFiles();
+  const Files infected = QuarantineQuestions::notClean(files);
+  if (infected.empty()) {
+    allow(files);
+    return;
+  }
+  ask(QuarantineQuestions(words_).allow(infected),
+      [files](QuarantinePage& page) { page.allow(files); });
+}
+
+void QuarantinePage::allow(const Files& files) {
   doWithEach(
-      words_.text("ALLOWING"), "ALLOWED", selectedFiles(),
+      words_.text("ALLOWING"), "ALLOWED", files,
       [](const QuarantineStore& store, const QuarantinedFile& file) { return store.allow(file); });
 }
 

@@ -32,6 +32,7 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
     std::string summary;
     std::vector<std::string> report;
     Files folderMissing;
+    QuarantineStore::Target target;  // to which they were to go
   };
   using Work = std::function<void(const QuarantineStore& store, Done& done)>;
 
@@ -41,21 +42,27 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
   void start(const std::string& words, Work work);
   void show(Done done);
   void showList();
+  void showRows();
   void showSelection();
   void showBusy(const std::string& words);
   Files selectedFiles();
   void restore(const Files& files, const QuarantineStore::Target& target);
   void restoreElsewhere();
-  void askToMakeFolders(const Files& files);
+  // Has it done once its user agrees.
+  void ask(const Question& question, std::function<void(QuarantinePage&)> action);
+  void askAndRestore(const Files& files, const QuarantineStore::Target& target);
+  void askToMakeFolders(const Files& files, const QuarantineStore::Target& target);
   void askToDelete();
   void askAgainToDelete(const Files& files);
   void remove(const Files& files);
   void check();
-  void allow();
+  void askAndAllow();
+  void allow(const Files& files);
   // Does it with each file, and reports of each with which it could not be done.
   void doWithEach(
       const std::string& words, const std::string& key, const Files& files,
-      std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action);
+      std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action,
+      const QuarantineStore::Target& target = {});
   void showDetails(const Files& chosen);
 
   MainWindow& window_;

@@ -32,11 +32,33 @@ class BusyRows final : public TableRows {
   const ResultsWords words_;
 };
 
-// Where the file lies by now, as far as it is known.
+bool isInQuarantine(const HistoryResult& result) {
+  return result.outcome == HistoryResult::Outcome::quarantined && !result.detail.empty() &&
+         fileExists(result.detail);
+}
+
+// Where the file lies by now, as far as it is known: what was moved away may have been put back.
 const std::string& placeOf(const HistoryResult& result) {
-  const bool isAway = result.outcome == HistoryResult::Outcome::quarantined ||
-                      result.outcome == HistoryResult::Outcome::trashed;
-  return isAway && !result.detail.empty() ? result.detail : result.path;
+  const bool wasMoved = result.outcome == HistoryResult::Outcome::quarantined ||
+                        result.outcome == HistoryResult::Outcome::trashed;
+  const bool isAway =
+      wasMoved && !result.detail.empty() && (fileExists(result.detail) || !fileExists(result.path));
+  return isAway ? result.detail : result.path;
+}
+
+// Returns where the results of those rows stand by now; none of too many.
+std::vector<std::size_t> rowsAgain(const std::vector<std::size_t>& rows,
+                                   const HistorySelection& before, const HistorySelection& now) {
+  std::vector<std::size_t> again;
+  if (rows.size() > ResultsPage::mostScannedAgain) {
+    return again;
+  }
+  for (const std::size_t row : rows) {
+    if (const auto found = row < before.count() ? now.rowOf(before.id(row)) : std::nullopt) {
+      again.push_back(*found);
+    }
+  }
+  return again;
 }
 
 // What was moved is put back, and allowed by that.
@@ -195,8 +217,11 @@ void ResultsPage::choose() {
 }
 
 void ResultsPage::show(const HistorySelection& selection) {
+  const HistorySelection before = table_->selection();
+  const std::vector<std::size_t> chosen = page_.selectedRows(results);
   table_->choose(selection);
   page_.rowsChanged(results);
+  page_.selectRows(results, rowsAgain(chosen, before, selection));
   page_.setText("summary",
                 selection.count() > 0
                     ? words_.counted("RESULTS_COUNT", selection.count())
@@ -219,8 +244,7 @@ void ResultsPage::showButtons() {
   const std::size_t count = page_.selectedRows(results).size();
   const std::vector<HistoryResult> one = count == 1 ? selected() : std::vector<HistoryResult>();
   page_.setEnabled("allow", !one.empty() && canBeAllowed(one.front()));
-  page_.setEnabled("showQuarantine",
-                   !one.empty() && one.front().outcome == HistoryResult::Outcome::quarantined);
+  page_.setEnabled("showQuarantine", !one.empty() && isInQuarantine(one.front()));
   page_.setEnabled("openFolder", count == 1);
   page_.setEnabled("exclude", count == 1);
   page_.setEnabled("scanAgain", count > 0 && count <= mostScannedAgain);

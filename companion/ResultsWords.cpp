@@ -112,8 +112,8 @@ std::vector<std::string> ResultsWords::busyTitles() const {
 }
 
 TableRows::Row ResultsWords::row(const BusyFolder& folder) const {
-  return {{dayIn(folder.day), place(folder.folder), numberIn(strings_, folder.amount.files),
-           size(folder.amount.bytes)},
+  return {{folder.day == 0 ? "" : dayIn(folder.day), place(folder.folder),
+           numberIn(strings_, folder.amount.files), size(folder.amount.bytes)},
           TableRows::Sign::none};
 }
 

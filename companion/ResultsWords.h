@@ -27,7 +27,7 @@ class ResultsWords {
   // Returns time, file, folder, threat or reason, what was done, and who scanned.
   TableRows::Row row(const HistoryResult& result) const;
   std::vector<std::string> busyTitles() const;
-  // Returns day, folder, number of files and their size.
+  // Returns day, if it has one, folder, number of files and their size.
   TableRows::Row row(const BusyFolder& folder) const;
   // Returns why no history can be shown; "" where it can.
   std::string problem(HistoryReader::State state, const std::string& reason) const;

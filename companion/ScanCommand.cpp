@@ -34,8 +34,12 @@ std::string absolute(const std::string& path) {
   if (path.starts_with('/')) {
     return path;
   }
+  std::string relative = path;
+  while (relative.starts_with("./") && relative.size() > 2) {
+    relative.erase(0, 2);
+  }
   char* const folder = getcwd(nullptr, 0);
-  std::string whole = (folder ? std::string(folder) + "/" : std::string()) + path;
+  std::string whole = (folder ? std::string(folder) + "/" : std::string()) + relative;
   std::free(folder);
   return whole;
 }

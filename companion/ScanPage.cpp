@@ -102,6 +102,8 @@ void ScanPage::scan(const std::vector<std::string>& paths) {
   if (work_ == Work::none && !next_.empty()) {
     finds_.findings().clear();
     asked_.clear();
+    page_.selectRows("finds", {});
+    page_.selectRows("leftOut", {});
     total_ = {};
     hasReport_ = false;
     page_.setText("report", "");

@@ -2,13 +2,14 @@
 
 #include <utility>
 
+#include "companion/QuarantineFolderDoubts.h"
 #include "platform/Folders.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/PreferenceStore.h"
 #include "platform/Workspace.h"
 #include "posix/Accounts.h"
+#include "posix/FileFacts.h"
 #include "posix/FileUri.h"
-#include "posix/RealPath.h"
 #include "posix/Text.h"
 #include "settings/TypedPreferences.h"
 
@@ -111,11 +112,9 @@ void SettingsPage::connectPaths() {
     chooseFolder("SETTINGS_CHOOSE_QUARANTINE",
                  [this](const std::string& path) { setQuarantineFolder(path); });
   });
-  page_.onAction("pathToClamav",
-                 [this, field] { setPath(key::pathToClamav, field("pathToClamav")); });
+  page_.onAction("pathToClamav", [this, field] { setEngine(field("pathToClamav")); });
   page_.onAction("choosePathToClamav", [this] {
-    chooseFolder("SETTINGS_CHOOSE_ENGINE",
-                 [this](const std::string& path) { setPath(key::pathToClamav, path); });
+    chooseFolder("SETTINGS_CHOOSE_ENGINE", [this](const std::string& path) { setEngine(path); });
   });
   page_.onAction("pathToUpdateLog",
                  [this, field] { setPath(key::pathToUpdateLog, field("pathToUpdateLog")); });
@@ -295,18 +294,6 @@ void SettingsPage::setLogSize() {
   report(services_.changes.set(key::rotateScanlogWhenSizeReaches.name, {page_.number("logSize")}));
 }
 
-// Nothing in the quarantine folder is scanned, so that a guarded folder in it would not be guarded.
-std::string SettingsPage::guardedFolderIn(const std::string& folder) const {
-  const std::string quarantine = withSlash(RealPath(folder).path());
-  for (const ChosenFolder& chosen : services_.preferences.value(key::quilloFolderArray)) {
-    if (chosen.path.starts_with('/') &&
-        withSlash(RealPath(chosen.path).path()).starts_with(quarantine)) {
-      return chosen.path;
-    }
-  }
-  return "";
-}
-
 void SettingsPage::setQuarantineFolder(const std::string& path) {
   if (path == services_.preferences.value(key::quarantineFolder).value_or("")) {
     return;
@@ -315,14 +302,17 @@ void SettingsPage::setQuarantineFolder(const std::string& path) {
     report({"SETTINGS_WHOLE_PATH", {path}});
     return;
   }
-  const std::string guarded = guardedFolderIn(path);
-  if (guarded.empty()) {
+  std::string doubts;
+  for (const Wording& doubt :
+       doubtsAboutQuarantine(path, services_.preferences.value(key::quilloFolderArray))) {
+    doubts += (doubts.empty() ? "" : "\n\n") + doubt.in(services_.localizedStrings);
+  }
+  if (doubts.empty()) {
     writeQuarantineFolder(path);
     return;
   }
   Question question;
-  question.text =
-      Wording{"SETTINGS_ASK_QUARANTINE", {path, guarded}}.in(services_.localizedStrings);
+  question.text = doubts;
   question.buttons = {text("SETTINGS_TAKE_IT"), text("SETTINGS_CANCEL")};
   question.isDangerous = true;
   window_.ask(question, [this, path](std::size_t button) {
@@ -335,10 +325,24 @@ void SettingsPage::setQuarantineFolder(const std::string& path) {
 }
 
 void SettingsPage::writeQuarantineFolder(const std::string& path) {
-  report(services_.changes.apply([&](TomlEditor& editor) {
+  const std::string before = services_.preferences.value(key::quarantineFolder).value_or("");
+  const Wording problem = services_.changes.apply([&](TomlEditor& editor) {
     editor.set(key::quarantineFolder.name,
                folderValue(withSlash(path), services_.folders.homeFolder(), editor.values()));
-  }));
+  });
+  report(problem);
+  if (problem.empty() && holdsFiles(before)) {
+    say({"SETTINGS_OLD_QUARANTINE", {abbreviated(before)}});
+  }
+}
+
+void SettingsPage::setEngine(const std::string& path) {
+  const bool isAnother = path != services_.preferences.value(key::pathToClamav).value_or("");
+  if (isAnother && path.starts_with('/') && !fileExists(withSlash(path) + "bin/clamdscan")) {
+    report({"SETTINGS_NO_ENGINE", {path}});
+    return;
+  }
+  setPath(key::pathToClamav, path);
 }
 
 void SettingsPage::setPath(const Preference<std::string>& preference, const std::string& path) {

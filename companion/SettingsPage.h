@@ -59,6 +59,7 @@ class SettingsPage {
   void setLogSize();
   void setQuarantineFolder(const std::string& path);
   void writeQuarantineFolder(const std::string& path);
+  void setEngine(const std::string& path);
   void setPath(const Preference<std::string>& preference, const std::string& path);
   void chooseFolder(const char* title, std::function<void(const std::string&)> chosen);
   void askAndRepair();
@@ -67,7 +68,6 @@ class SettingsPage {
   void say(const Wording& words);
   std::string text(const std::string& key) const;
   std::string abbreviated(const std::string& path) const;
-  std::string guardedFolderIn(const std::string& folder) const;
 
   Page& page_;
   MainWindow& window_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -47,6 +48,18 @@ HistoryResult resultIn(const SqlStatement& row) {
 }
 
 }  // namespace
+
+std::optional<std::size_t> HistorySelection::rowOf(std::int64_t id) const {
+  if (ids_.empty()) {
+    const std::int64_t last = first_ + static_cast<std::int64_t>(count_) - 1;
+    return id >= first_ && id <= last ? std::optional(static_cast<std::size_t>(last - id))
+                                      : std::nullopt;
+  }
+  const auto found = std::lower_bound(ids_.begin(), ids_.end(), id, std::greater<>());
+  return found != ids_.end() && *found == id
+             ? std::optional(static_cast<std::size_t>(found - ids_.begin()))
+             : std::nullopt;
+}
 
 HistoryReader::HistoryReader(std::string folder) : file_(std::move(folder)) {}
 
@@ -176,7 +189,8 @@ std::vector<HistoryResult> HistoryReader::rows(const HistorySelection& selection
 HistoryTotals HistoryReader::totalsSince(WallTime since) {
   HistoryTotals totals;
   attempt([&](const SqlConnection& sql) {
-    SqlStatement count = sql.prepare("SELECT count(*) FROM results WHERE kind = ? AND time >= ?");
+    SqlStatement count =
+        sql.prepare("SELECT count(DISTINCT path) FROM results WHERE kind = ? AND time >= ?");
     const auto countOf = [&](HistoryResult::Kind kind) {
       count.begin().with(static_cast<std::int64_t>(kind)).with(secondsOf(since)).step();
       return static_cast<std::uint64_t>(count.number(0));
@@ -212,7 +226,7 @@ std::vector<BusyFolder> HistoryReader::busyFolders(CalendarDay since, std::size_
 
 std::vector<BusyFolder> HistoryReader::busiestFolders(CalendarDay since, std::size_t most) {
   return foldersOf(
-      "SELECT max(day), folder, sum(files) AS files, sum(bytes) AS bytes FROM scanned "
+      "SELECT 0, folder, sum(files) AS files, sum(bytes) AS bytes FROM scanned "
       "WHERE day >= ? GROUP BY folder ORDER BY 4 DESC, 3 DESC, folder LIMIT ?",
       since, most);
 }

@@ -38,6 +38,8 @@ class HistorySelection {
       : ids_(std::move(ids)), count_(ids_.size()) {}
 
   std::size_t count() const { return count_; }
+  // Returns the row of that result; nothing when it was not chosen. The latest stand first.
+  std::optional<std::size_t> rowOf(std::int64_t id) const;
   // `row` is smaller than count().
   std::int64_t id(std::size_t row) const {
     return ids_.empty() ? first_ + static_cast<std::int64_t>(count_ - row) - 1 : ids_[row];
@@ -49,7 +51,7 @@ class HistorySelection {
   std::size_t count_ = 0;
 };
 
-// What was found since some time, and what could not be scanned.
+// In how many files something was found since some time, and how many could not be scanned.
 struct HistoryTotals {
   std::uint64_t found = 0;
   std::uint64_t notScanned = 0;
@@ -97,7 +99,7 @@ class HistoryReader {
   // Returns what was scanned from that day on, by day and folder, at most `most`: the latest day
   // first and, in it, what had most bytes.
   std::vector<BusyFolder> busyFolders(CalendarDay since, std::size_t most);
-  // The same for all days together, by folder; their `day` is the last one.
+  // The same for all days together, by folder; their `day` is none.
   std::vector<BusyFolder> busiestFolders(CalendarDay since, std::size_t most);
   // Returns the last scans by hand and planned ones, the latest first.
   std::vector<ScanRun> runs(std::size_t most);

@@ -64,6 +64,8 @@ class Page {
   virtual void rowsChanged(const std::string& widget) = 0;
   virtual std::vector<std::size_t> selectedRows(const std::string& widget) = 0;
   virtual void selectRow(const std::string& widget, std::size_t row) = 0;
+  // Selects these rows, which stand in their order, and no others; the table stays where it is.
+  virtual void selectRows(const std::string& widget, const std::vector<std::size_t>& rows) = 0;
 
   // Has `action` called when its user presses a button, chooses, checks, has changed a text, or
   // opens a row of a table. A text counts as changed when its user leaves it or presses Enter;

@@ -67,9 +67,11 @@ int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostr
                          moveFoldersOf(parts), [&isInterrupted] { return isInterrupted.load(); }});
 }
 
-// "" while it watches; "none" also where it cannot be asked.
+// "" while it watches.
 std::string stateOfAgent(AgentLink& agent) {
-  agent.refresh();
+  if (!agent.refresh().empty()) {
+    return "unknown";
+  }
   const auto status = agent.status();
   const std::string state = status ? status->state : "none";
   return state == "watching" ? "" : state;

@@ -1,6 +1,7 @@
 #include "app/vantrel/Excluding.h"
 
 #include "app/vantrel/CompanionParts.h"
+#include "clamav/Verdict.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/Page.h"
 
@@ -9,10 +10,8 @@ namespace {
 
 void tell(CompanionParts& parts, MainWindow& window, const Wording& words) {
   LocalizedStrings& strings = parts.desktop.localizedStrings;
-  if (!words.empty()) {
-    window.ask({words.in(strings), "", {strings.stringForKey("WINDOW_BUTTON_CLOSE", "&Close")}},
-               [](std::size_t) {});
-  }
+  window.ask({words.in(strings), "", {strings.stringForKey("WINDOW_BUTTON_CLOSE", "&Close")}},
+             [](std::size_t) {});
 }
 
 void exclude(CompanionParts& parts, MainWindow& window,
@@ -24,7 +23,10 @@ void exclude(CompanionParts& parts, MainWindow& window,
       return;
     }
   }
+  tell(parts, window, {"WINDOW_EXCLUDED", {}});
 }
+
+std::string onNewLine(const std::string& text) { return text.empty() ? "" : "\n" + text; }
 
 }  // namespace
 
@@ -34,20 +36,25 @@ void excludeExpression(CompanionParts& parts, MainWindow& window, const std::str
 
 void askToExclude(CompanionParts& parts, MainWindow& window,
                   const std::vector<std::string>& paths) {
+  LocalizedStrings& strings = parts.desktop.localizedStrings;
   std::vector<ExcludePattern> patterns;
   std::string shown;
+  std::string leftOut;
   for (const std::string& path : paths) {
-    const auto pattern = parts.exclusions.patternFor(path, false);
-    if (!pattern) {
-      tell(parts, window, {"WINDOW_NO_PATTERN", {path}});
-      return;
+    if (const auto pattern = parts.exclusions.patternFor(path, false)) {
+      patterns.push_back(*pattern);
+      shown += (shown.empty() ? "" : "\n") + pattern->text;
+    } else {
+      leftOut += (leftOut.empty() ? "" : "\n") +
+                 Wording{"WINDOW_NO_PATTERN", {reportedText(path)}}.in(strings);
     }
-    patterns.push_back(*pattern);
-    shown += (shown.empty() ? "" : "\n") + pattern->text;
   }
-  LocalizedStrings& strings = parts.desktop.localizedStrings;
+  if (patterns.empty()) {
+    tell(parts, window, {"", {leftOut}});
+    return;
+  }
   window.ask({strings.stringForKey("WINDOW_EXCLUDE", "Scan what matches these patterns no more?"),
-              shown,
+              shown + onNewLine(onNewLine(leftOut)),
               {strings.stringForKey("WINDOW_BUTTON_EXCLUDE", "&Exclude"),
                strings.stringForKey("WINDOW_BUTTON_CANCEL", "&Cancel")},
               true},

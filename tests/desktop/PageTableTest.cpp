@@ -120,6 +120,21 @@ TEST_F(PageTableTest, TellsWhatItsUserSelectsAndNotWhatTheProgramDoes) {
   EXPECT_EQ(page.selectedRows("table").size(), million);
 }
 
+TEST_F(PageTableTest, SelectsTheRowsThatItIsToldAndNoOthers) {
+  showRows(10);
+  int calls = 0;
+  page.onSelection("table", [&] { ++calls; });
+  page.selectRow("table", 9);
+  const std::vector<std::size_t> wanted = {1, 2, 5};
+  page.selectRows("table", wanted);
+  EXPECT_EQ(page.selectedRows("table"), wanted);
+  page.selectRows("table", {4, 10});
+  EXPECT_EQ(page.selectedRows("table"), std::vector<std::size_t>{4});
+  page.selectRows("table", {});
+  EXPECT_TRUE(page.selectedRows("table").empty());
+  EXPECT_EQ(calls, 0);
+}
+
 TEST_F(PageTableTest, OpensARowWithEnter) {
   showRows(3);
   int calls = 0;

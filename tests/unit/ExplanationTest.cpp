@@ -50,6 +50,32 @@ TEST_F(ExplanationTest, NamesTheRuleThatDecides) {
   EXPECT_EQ(of("docs/a.iso").rule, Rule::excluded);
 }
 
+TEST_F(ExplanationTest, SpeaksOfALinkOnlyWhereThereIsOne) {
+  home.write("docs/a");
+  home.write("docs/sub/b");
+  for (const char* path : {"./docs/a", "docs/./a", "docs/sub/../a", "docs//a"}) {
+    EXPECT_EQ(run({path}), 0) << path;
+    EXPECT_EQ(out.str().find("<FOLDERS_RULE_LINK>"), std::string::npos) << out.str();
+  }
+}
+
+TEST_F(ExplanationTest, SpeaksOfTheAgentOnlyWhereTheFileWouldBeGuarded) {
+  home.write("docs/a");
+  agent = "stopped";
+  EXPECT_EQ(run({"docs/a"}), 1);
+  EXPECT_NE(out.str().find("<FOLDERS_RULE_NO_AGENT>"), std::string::npos) << out.str();
+  EXPECT_EQ(run({"elsewhere"}), 1);
+  EXPECT_EQ(out.str().find("<FOLDERS_RULE_NO_AGENT>"), std::string::npos) << out.str();
+}
+
+TEST_F(ExplanationTest, CannotTellWhereTheAgentCannotBeAsked) {
+  home.write("docs/a");
+  agent = "unknown";
+  EXPECT_EQ(run({"docs/a"}), 2);
+  EXPECT_NE(out.str().find("<FOLDERS_RULE_AGENT_UNKNOWN>"), std::string::npos) << out.str();
+  EXPECT_EQ(run({"elsewhere"}), 1);
+}
+
 TEST_F(ExplanationTest, NamesThePatternByItsPlaceAmongAllOfThem) {
   const Explanation excluded = of("docs/a.iso");
   EXPECT_EQ(excluded.patternIndex, 1U);

@@ -104,6 +104,21 @@ TEST_F(FoldersPageTest, ChangesAndRemovesTheSelectedFolder) {
   EXPECT_EQ(paths(), (Names{"/a", "/b"}));
 }
 
+TEST_F(FoldersPageTest, KeepsTheFolderSelectedAndNotTheRow) {
+  const std::string a = "[[QuilloFolderArray]]\npathName = '/a'\n";
+  const std::string b = "[[QuilloFolderArray]]\npathName = '/b'\n";
+  const std::string other = "[[QuilloFolderArray]]\npathName = '/other'\n";
+  writeOwn(a + b);
+  FakePage& page = shown();
+  page.select("folders", {0});
+  writeOwn(other + a);
+  window.show("folders");
+  EXPECT_EQ(page.selectedRows("folders"), std::vector<std::size_t>{1});
+  writeOwn(other + b);
+  window.show("folders");
+  EXPECT_TRUE(page.selectedRows("folders").empty());
+}
+
 TEST_F(FoldersPageTest, NamesTheFileThatDecides) {
   writeAbove("QuilloFolderArray = []\n");
   FakePage& page = shown();

@@ -111,6 +111,14 @@ TEST_F(HistoryReaderTest, CountsWhatWasFoundAndWhatCouldNotBeScannedSinceATime) 
   EXPECT_EQ(reader.totalsSince(now - std::chrono::hours(72)), (HistoryTotals{2, 2}));
 }
 
+TEST_F(HistoryReaderTest, CountsAFileOnceHoweverOftenItWasFound) {
+  add("/srv/a");
+  add("/srv/a");
+  add("/srv/b", Kind::notScanned);
+  add("/srv/b", Kind::notScanned);
+  EXPECT_EQ(reader.totalsSince(now - std::chrono::hours(1)), (HistoryTotals{1, 1}));
+}
+
 TEST_F(HistoryReaderTest, StopsASearchThatNobodyWantsAnyMore) {
   HistoryBatch batch;
   for (int at = 0; at < 10'000; ++at) {

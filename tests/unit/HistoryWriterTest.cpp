@@ -52,7 +52,7 @@ class HistoryWriterTest : public testing::Test {
     EXPECT_EQ(all.size(), 1U);
     return all.empty() ? HistoryResult() : all.front();
   }
-  std::vector<BusyFolder> busy() { return reader.busiestFolders(0, 100); }
+  std::vector<BusyFolder> busy() { return reader.busyFolders(0, 100); }
   // Nothing can be made in it until it is gone.
   void block() { home.write("state", "in the way"); }
   void unblock() { fs::remove(folder); }
@@ -180,7 +180,7 @@ TEST_F(HistoryWriterTest, KeepsNoMoreFoldersInMemoryThanItsBound) {
     writer.addClean("/srv/" + std::to_string(at) + "/file");
   }
   writer.step();
-  const auto folders = reader.busiestFolders(0, 2 * many);
+  const auto folders = reader.busyFolders(0, 2 * many);
   std::uint64_t files = 0;
   for (const BusyFolder& one : folders) {
     files += one.amount.files;

@@ -148,6 +148,13 @@ TEST_F(QuarantineCommandTest, ChecksAgain) {
   EXPECT_EQ(run({"check", "a"}), 1);
 }
 
+TEST_F(QuarantineCommandTest, ChecksAllWhereNoneIsNamed) {
+  quarantined("home/a");
+  quarantined("home/b");
+  EXPECT_EQ(run({"check", "--json"}), 0);
+  EXPECT_EQ(document()["files"].size(), 2U);
+}
+
 TEST_F(QuarantineCommandTest, CannotTellWithoutAnEngine) {
   quarantined("home/a");
   engineProblem = "launch path not accessible";

@@ -22,6 +22,12 @@ class QuarantinePageTest : public testing::Test, protected QuarantineFixture {
     page.press(button);
     work();
   }
+  // Its user is warned of what is still infected, and wants it.
+  void putBack() {
+    page.press("restoreButton");
+    window.answer("<QUARANTINE_RESTORE_ALL_THE_SAME>");
+    work();
+  }
   std::string summary() { return page.text("summary"); }
   std::size_t rows() { return page.rowCount("files"); }
 
@@ -69,6 +75,7 @@ TEST_F(QuarantinePageTest, OffersNothingTwiceWhileItWorks) {
   show();
   page.select("files", {0});
   page.press("restoreButton");
+  window.answer("<QUARANTINE_RESTORE_ALL_THE_SAME>");
   EXPECT_FALSE(page.isEnabled("restoreButton"));
   EXPECT_FALSE(page.isEnabled("deleteButton"));
   EXPECT_TRUE(page.isVisible("progress"));
@@ -82,7 +89,7 @@ TEST_F(QuarantinePageTest, PutsSeveralBackAndReportsEachThatStayed) {
   scratch.write("home/a", "in the way");
   show();
   page.select("files", {0, 1});
-  press("restoreButton");
+  putBack();
   EXPECT_TRUE(TemporaryFolder::exists(b));
   EXPECT_EQ(page.text("report"), "a: <QUARANTINE_REASON_TARGET_EXISTS>");
   EXPECT_TRUE(page.isVisible("report"));
@@ -96,8 +103,8 @@ TEST_F(QuarantinePageTest, MakesAFolderAnewOnlyAfterAQuestion) {
   fs::remove(scratch.at("home"));
   show();
   page.select("files", {0});
-  press("restoreButton");
-  ASSERT_EQ(window.questions.size(), 1U);
+  putBack();
+  ASSERT_EQ(window.questions.size(), 2U);
   EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home")));
   window.answer("<QUARANTINE_MAKE_FOLDER>");
   work();
@@ -109,7 +116,7 @@ TEST_F(QuarantinePageTest, LeavesTheFolderAwayWhenItsUserDoesNotWantIt) {
   fs::remove(scratch.at("home"));
   show();
   page.select("files", {0});
-  press("restoreButton");
+  putBack();
   window.answer("<QUARANTINE_CANCEL>");
   EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home")));
   EXPECT_EQ(rows(), 1U);
@@ -122,8 +129,35 @@ TEST_F(QuarantinePageTest, PutsAFileIntoAChosenFolder) {
   page.select("files", {0});
   page.press("restoreToButton");
   window.choosePaths({away});
+  window.answer("<QUARANTINE_RESTORE_ALL_THE_SAME>");
   work();
   EXPECT_TRUE(TemporaryFolder::exists(away + "/a"));
+}
+
+TEST_F(QuarantinePageTest, MakesTheChosenFolderAnewAndNotTheOldOne) {
+  quarantined("home/a");
+  const std::string away = scratch.makeFolder("away");
+  show();
+  page.select("files", {0});
+  page.press("restoreToButton");
+  window.choosePaths({away});
+  fs::remove(away);
+  window.answer("<QUARANTINE_RESTORE_ALL_THE_SAME>");
+  work();
+  EXPECT_EQ(window.questions.back().detail, away);
+  window.answer("<QUARANTINE_MAKE_FOLDER>");
+  work();
+  EXPECT_TRUE(TemporaryFolder::exists(away + "/a"));
+  EXPECT_FALSE(TemporaryFolder::exists(scratch.at("home/a")));
+}
+
+TEST_F(QuarantinePageTest, SaysOnlyWhatStayedWhereNothingWasDone) {
+  quarantined("home/a");
+  scratch.write("home/a", "in the way");
+  show();
+  page.select("files", {0});
+  putBack();
+  EXPECT_EQ(summary(), "<QUARANTINE_NOT_DONE_ONE>");
 }
 
 TEST_F(QuarantinePageTest, AsksTwiceBeforeItDeletes) {
@@ -139,6 +173,45 @@ TEST_F(QuarantinePageTest, AsksTwiceBeforeItDeletes) {
   work();
   EXPECT_FALSE(TemporaryFolder::exists(folder + "/a"));
   EXPECT_EQ(summary(), "<QUARANTINE_DELETED_ONE>");
+}
+
+TEST_F(QuarantinePageTest, NamesWhatItIsAboutToDeleteInBothQuestions) {
+  for (int number = 10; number < 22; ++number) {
+    quarantined("home/f" + std::to_string(number));
+  }
+  show();
+  page.select("files", {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
+  const std::string first = page.row("files", 0).cells[0];
+  const std::string eleventh = page.row("files", 10).cells[0];
+  page.press("deleteButton");
+  window.answer("<QUARANTINE_DELETE_CONTINUE>");
+  ASSERT_EQ(window.questions.size(), 2U);
+  for (const Question& question : window.questions) {
+    EXPECT_NE(question.detail.find(first), std::string::npos) << question.detail;
+    EXPECT_EQ(question.detail.find(eleventh), std::string::npos) << question.detail;
+    EXPECT_NE(question.detail.find("<QUARANTINE_ASK_MORE_MANY>"), std::string::npos);
+  }
+}
+
+TEST_F(QuarantinePageTest, KeepsTheFilesSelectedAndNotTheRows) {
+  quarantined("home/a");
+  quarantined("home/b");
+  show();
+  const std::size_t rowOfA = page.row("files", 0).cells[0] == "a" ? 0 : 1;
+  page.select("files", {rowOfA});
+  // Another has come and one has gone: as many as before.
+  fs::remove(folder + "/b");
+  quarantined("home/c");
+  page.press("refreshButton");
+  work();
+  const std::vector<std::size_t> selected = page.selectedRows("files");
+  ASSERT_EQ(selected.size(), 1U);
+  EXPECT_EQ(page.row("files", selected.front()).cells[0], "a");
+  fs::remove(folder + "/a");
+  scratch.write("q/z", "another");
+  page.press("refreshButton");
+  work();
+  EXPECT_TRUE(page.selectedRows("files").empty());
 }
 
 TEST_F(QuarantinePageTest, DeletesNothingWhenEitherQuestionIsDenied) {
@@ -175,9 +248,44 @@ TEST_F(QuarantinePageTest, AllowsAFileThatStays) {
   const std::string path = quarantined("home/a");
   show();
   page.select("files", {0});
-  press("allowButton");
+  page.press("allowButton");
+  window.answer("<QUARANTINE_ALLOW_ALL_THE_SAME>");
+  work();
   EXPECT_EQ(allowed, std::vector<std::string>{path});
   EXPECT_EQ(rows(), 1U);
+}
+
+TEST_F(QuarantinePageTest, WarnsBeforeAFileThatIsStillInfectedLeavesOrIsAllowed) {
+  const std::string path = quarantined("home/a");
+  const std::string away = scratch.makeFolder("away");
+  show();
+  page.select("files", {0});
+  page.press("restoreButton");
+  page.press("allowButton");
+  page.press("restoreToButton");
+  window.choosePaths({away});
+  ASSERT_EQ(window.questions.size(), 3U);
+  for (const Question& question : window.questions) {
+    EXPECT_TRUE(question.isDangerous);
+    EXPECT_NE(question.detail.find("a: Eicar"), std::string::npos) << question.detail;
+  }
+  for (int answers = 0; answers < 3; ++answers) {
+    window.answer("<QUARANTINE_CANCEL>");
+  }
+  EXPECT_FALSE(TemporaryFolder::exists(path));
+  EXPECT_TRUE(TemporaryFolder::exists(folder + "/a"));
+  EXPECT_TRUE(allowed.empty());
+}
+
+TEST_F(QuarantinePageTest, PutsAFileBackUnaskedThatIsCleanByNow) {
+  const std::string path = quarantined("home/a");
+  show();
+  verdict = [](const QuarantinedFile&) { return QuarantineRecord::Check::clean; };
+  press("checkButton");
+  page.select("files", {0});
+  press("restoreButton");
+  EXPECT_TRUE(window.questions.empty());
+  EXPECT_TRUE(TemporaryFolder::exists(path));
 }
 
 TEST_F(QuarantinePageTest, SaysWhyTheFolderCannotBeUsed) {

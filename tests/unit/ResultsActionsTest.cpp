@@ -128,7 +128,9 @@ TEST_F(ResultsActionsTest, SaysWhyAFindIsNotAllowed) {
 
 TEST_F(ResultsActionsTest, LeadsFromWhatWasMovedToTheQuarantine) {
   add(result("/srv/a.com"));
-  add(result("/srv/b.com", Kind::found, Outcome::quarantined));
+  HistoryResult moved = result("/srv/b.com", Kind::found, Outcome::quarantined);
+  moved.detail = home.write("quarantine/b.com");
+  add(moved);
   add(result("/srv/c.com", Kind::notScanned, Outcome::unsaid));
   open();
   shown.select("results", {1});
@@ -141,6 +143,20 @@ TEST_F(ResultsActionsTest, LeadsFromWhatWasMovedToTheQuarantine) {
     EXPECT_FALSE(shown.isEnabled("showQuarantine")) << row;
   }
   EXPECT_TRUE(shown.isEnabled("allow"));
+}
+
+TEST_F(ResultsActionsTest, ShowsAFileInItsOldPlaceOnceItWasPutBack) {
+  const std::string path = home.write("virus.com");
+  HistoryResult moved = result(path, Kind::found, Outcome::quarantined);
+  moved.detail = home.at("quarantine/virus.com");
+  add(moved);
+  open();
+  shown.select("results", {0});
+  EXPECT_FALSE(shown.isEnabled("showQuarantine"));
+  shown.press("openFolder");
+  EXPECT_EQ(workspace.selected, std::vector<std::string>{path});
+  shown.press("scanAgain");
+  EXPECT_EQ(scanned, std::vector<std::string>{path});
 }
 
 }  // namespace

@@ -151,8 +151,9 @@ TEST_F(ResultsPageTest, ShowsWhereMuchWasScanned) {
   EXPECT_FALSE(shown.isVisible("resultsBox"));
   EXPECT_EQ(shown.text("summary"), "2 folders");
   const Cells cells = shown.row("busy", 0).cells;
-  EXPECT_EQ(Cells(cells.begin() + 1, cells.end()), (Cells{"~/src", "1,201", "45 KB"}));
+  EXPECT_EQ(cells, (Cells{"", "~/src", "1,201", "45 KB"}));
   shown.check("byDay", true);
+  EXPECT_NE(shown.row("busy", 0).cells[0], "");
   EXPECT_EQ(shown.rowCount("busy"), 3U);
   shown.choose("period", 1);
   EXPECT_EQ(shown.rowCount("busy"), 2U);
@@ -177,6 +178,22 @@ TEST_F(ResultsPageTest, ReadsATableFromItsMiddle) {
   EXPECT_EQ(shown.row("results", 255).cells[1], "744");
   EXPECT_EQ(shown.row("results", 256).cells[1], "743");
   EXPECT_EQ(shown.row("results", 0).cells[1], "999");
+}
+
+TEST_F(ResultsPageTest, KeepsTheResultsSelectedAndNotTheRows) {
+  add(result("/srv/a"));
+  add(result("/srv/b"));
+  open();
+  shown.select("results", {1});
+  add(result("/srv/c"));
+  page->historyChanged();
+  EXPECT_EQ(shown.selectedRows("results"), std::vector<std::size_t>{2});
+  shown.write("search", "/a");
+  search();
+  EXPECT_EQ(shown.selectedRows("results"), std::vector<std::size_t>{0});
+  shown.write("search", "/b");
+  search();
+  EXPECT_TRUE(shown.selectedRows("results").empty());
 }
 
 }  // namespace

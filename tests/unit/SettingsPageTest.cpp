@@ -223,6 +223,7 @@ TEST_F(SettingsPageTest, AsksBeforeTheQuarantineSwallowsAGuardedFolder) {
 }
 
 TEST_F(SettingsPageTest, WritesThePathsOfTheEngineWholeForTheAgentReadsThemSo) {
+  home.write("engine/bin/clamdscan", "");
   FakePage& page = shown();
   page.write("pathToClamav", "~/engine");
   page.write("pathToUpdateLog", "/var/log/u");
@@ -230,6 +231,47 @@ TEST_F(SettingsPageTest, WritesThePathsOfTheEngineWholeForTheAgentReadsThemSo) {
             "PathToClamav = \"" + home.at("engine") + "\"\nPathToUpdateLog = \"/var/log/u\"\n");
   page.write("pathToClamav", "engine");
   EXPECT_EQ(page.text("pathToClamav"), "~/engine");
+}
+
+TEST_F(SettingsPageTest, TakesNoFolderForTheEngineInWhichThereIsNone) {
+  FakePage& page = shown();
+  page.write("pathToClamav", home.makeFolder("empty"));
+  EXPECT_EQ(page.text("notice"), "<SETTINGS_NO_ENGINE>");
+  EXPECT_EQ(page.text("pathToClamav"), "");
+  EXPECT_EQ(restarts(), 0);
+}
+
+TEST_F(SettingsPageTest, AsksBeforeAFolderWithFilesBecomesTheQuarantine) {
+  home.write("docs/letter", "");
+  FakePage& page = shown();
+  page.write("quarantineFolder", "~/docs");
+  ASSERT_EQ(window.questions.size(), 1U);
+  EXPECT_EQ(window.questions.at(0).text, "<SETTINGS_ASK_QUARANTINE_FULL>");
+  EXPECT_TRUE(window.questions.at(0).isDangerous);
+  window.answer("<SETTINGS_CANCEL>");
+  EXPECT_EQ(restarts(), 0);
+  // What was a quarantine before may be one again.
+  home.makeFolder("docs/.vantrel-records");
+  page.write("quarantineFolder", "~/docs");
+  EXPECT_EQ(window.questions.size(), 1U);
+  EXPECT_EQ(page.text("quarantineFolder"), "~/docs/");
+}
+
+TEST_F(SettingsPageTest, AsksBeforeTheQuarantineComesToLieInAGuardedFolder) {
+  writeOwn("[[QuilloFolderArray]]\npathName = '~/docs'\nWatchSubdirs = true\n");
+  FakePage& page = shown();
+  page.write("quarantineFolder", "~/docs/q");
+  ASSERT_EQ(window.questions.size(), 1U);
+  EXPECT_EQ(window.questions.at(0).text, "<SETTINGS_ASK_QUARANTINE_INSIDE>");
+}
+
+TEST_F(SettingsPageTest, SaysThatWhatLiesInTheOldQuarantineStaysThere) {
+  home.write("old/bad", "");
+  writeOwn("QuarantineFolder = '~/old/'\n");
+  FakePage& page = shown();
+  page.write("quarantineFolder", "~/new");
+  EXPECT_EQ(page.text("notice"), "<SETTINGS_OLD_QUARANTINE>");
+  EXPECT_TRUE(page.isVisible("notice"));
 }
 
 TEST_F(SettingsPageTest, ShowsWhichSettingsAreOnlyKept) {

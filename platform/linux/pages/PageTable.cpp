@@ -117,4 +117,22 @@ void PageTable::selectRow(std::size_t row) {
   isSetting_ = false;
 }
 
+// One range for rows that follow each other.
+void PageTable::selectRows(const std::vector<std::size_t>& rows) {
+  const auto count = static_cast<std::size_t>(model_.rowCount());
+  QItemSelection selection;
+  for (std::size_t at = 0; at < rows.size() && rows[at] < count;) {
+    const std::size_t first = rows[at];
+    std::size_t last = first;
+    for (++at; at < rows.size() && rows[at] == last + 1 && rows[at] < count; ++at) {
+      last = rows[at];
+    }
+    selection.select(model_.index(static_cast<int>(first), 0),
+                     model_.index(static_cast<int>(last), model_.columnCount() - 1));
+  }
+  isSetting_ = true;
+  view_.selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+  isSetting_ = false;
+}
+
 }  // namespace quillo

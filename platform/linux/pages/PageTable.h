@@ -23,6 +23,7 @@ class PageTable final {
   void refresh();
   std::vector<std::size_t> selectedRows() const;
   void selectRow(std::size_t row);
+  void selectRows(const std::vector<std::size_t>& rows);
   // Both are called for what the user does, and for nothing else.
   void onSelection(std::function<void()> action) { onSelection_ = std::move(action); }
   void onOpened(std::function<void()> action) { onOpened_ = std::move(action); }

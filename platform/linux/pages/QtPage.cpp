@@ -249,6 +249,12 @@ void QtPage::selectRow(const std::string& widget, std::size_t row) {
   }
 }
 
+void QtPage::selectRows(const std::string& widget, const std::vector<std::size_t>& rows) {
+  if (PageTable* found = table(widget)) {
+    found->selectRows(rows);
+  }
+}
+
 void QtPage::onAction(const std::string& widget, Action action) {
   QWidget* const target = find(widget);
   if (!target) {

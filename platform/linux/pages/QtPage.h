@@ -52,6 +52,7 @@ class QtPage final : public Page {
   void rowsChanged(const std::string& widget) override;
   std::vector<std::size_t> selectedRows(const std::string& widget) override;
   void selectRow(const std::string& widget, std::size_t row) override;
+  void selectRows(const std::string& widget, const std::vector<std::size_t>& rows) override;
   void onAction(const std::string& widget, Action action) override;
   void onSelection(const std::string& widget, Action action) override;
   void onDrop(const std::string& widget,

@@ -50,15 +50,22 @@ class FakePage final : public Page {
     titles_[widget] = titles;
     rows_[widget] = std::move(rows);
     selected_[widget].clear();
+    counts_[widget] = rowCount(widget);
   }
   void rowsChanged(const std::string& widget) override {
     ++changes_[widget];
-    std::erase_if(selected_[widget], [&](std::size_t row) { return row >= rowCount(widget); });
+    if (std::exchange(counts_[widget], rowCount(widget)) != rowCount(widget)) {
+      selected_[widget].clear();
+    }
   }
   std::vector<std::size_t> selectedRows(const std::string& widget) override {
     return selected_[widget];
   }
   void selectRow(const std::string& widget, std::size_t row) override { selected_[widget] = {row}; }
+  void selectRows(const std::string& widget, const std::vector<std::size_t>& rows) override {
+    selected_[widget] = rows;
+    std::erase_if(selected_[widget], [&](std::size_t row) { return row >= rowCount(widget); });
+  }
   void onAction(const std::string& widget, Action action) override {
     actions_[widget] = std::move(action);
   }
@@ -151,6 +158,7 @@ class FakePage final : public Page {
   std::map<std::string, std::vector<std::string>> titles_;
   std::map<std::string, std::shared_ptr<TableRows>> rows_;
   std::map<std::string, int> changes_;
+  std::map<std::string, std::size_t> counts_;
   std::map<std::string, std::vector<std::size_t>> selected_;
   std::map<std::string, Action> actions_;
   std::map<std::string, Action> selections_;

@@ -13,24 +13,11 @@
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/LaterThreads.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
-
-// Runs what is started when the test says so.
-class LaterThreads final : public ThreadStarter {
- public:
-  void detachNewThread(const std::string&, std::function<void()> body) override {
-    bodies.push_back(std::move(body));
-  }
-  void runAll() {
-    for (const auto& body : std::exchange(bodies, {})) {
-      body();
-    }
-  }
-  std::vector<std::function<void()>> bodies;
-};
 
 // The page over a history of the test's own.
 class ResultsPageFixture : public testing::Test {
