@@ -44,7 +44,8 @@ std::string Companion::show(const std::string& name) {
   if (entries_.empty()) {
     return unknown(name);
   }
-  Entry* const entry = name.empty() ? &entries_.front() : entryNamed(name);
+  const std::string wanted = name.empty() ? window_.shownPage() : name;
+  Entry* const entry = wanted.empty() ? &entries_.front() : entryNamed(wanted);
   if (!entry) {
     return unknown(name);
   }

@@ -36,10 +36,12 @@ class Companion {
 
   Companion(const Services& services, std::vector<CompanionPage> pages);
 
-  // Shows the page of that name, or the first one for "". Returns "", or which pages there are.
+  // Shows the page of that name; for "" the one that is shown already, or the first. Returns "", or
+  // which pages there are.
   std::string show(const std::string& name);
   // Shows the page that takes files, and hands them over. Returns "", or why there is none.
   std::string open(const std::vector<std::string>& paths);
+  bool isShown() const { return !window_.shownPage().empty(); }
   bool has(const std::string& name) { return entryNamed(name) != nullptr; }
 
  private:

@@ -37,6 +37,7 @@ FoldersPage::FoldersPage(Page& page, MainWindow& window, const Services& service
   page_.onAction("removeFolder", [this] { removeSelected(); });
   page_.onAction("withSubfolders", [this] { setWithSubfolders(); });
   page_.onAction("undo", [this] { undo(); });
+  page_.onAction("openSettings", [this] { window_.show("settings"); });
   page_.onAction("testPath", [this] { test(page_.text("testPath")); });
   page_.onAction("test", [this] { test(page_.text("testPath")); });
   page_.onAction("chooseTest", [this] {
@@ -64,6 +65,7 @@ void FoldersPage::show() {
   const Wording problem = services_.changes.problem();
   page_.setText("problem", problem.in(services_.localizedStrings));
   page_.setVisible("problem", !problem.empty());
+  page_.setVisible("openSettings", !problem.empty());
   say(isOther ? Wording{"SETTINGS_CHANGED_BY_HAND", {services_.changes.ownFile()}} : Wording());
 }
 

@@ -72,7 +72,7 @@ HelpPage::HelpPage(Page& page, MainWindow& window, const HelpPageServices& servi
   const auto openPlace = [this] {
     const auto rows = page_.selectedRows("places");
     if (rows.size() == 1 && rows[0] < mendingPlaces().size()) {
-      window_.show(mendingPlaces()[rows[0]].page);
+      goTo(mendingPlaces()[rows[0]].page);
     }
   };
   page_.onAction("places", openPlace);
@@ -86,9 +86,27 @@ HelpPage::HelpPage(Page& page, MainWindow& window, const HelpPageServices& servi
   connectLog("openUpdateLog", services_.updateLog);
   page_.setText("findingsState", text("HELP_NOT_EXAMINED"));
   page_.setVisible("logProblem", false);
-  window_.onShown("help", [this] { refresh(); });
+  // Whoever is led here for something that is wrong finds that looked at.
+  window_.onShown("help", [this] {
+    refresh();
+    lookForProblems();
+  });
   showLimits();
   refresh();
+}
+
+void HelpPage::goTo(const std::string& page) {
+  if (page == "help") {
+    lookForProblems();
+  } else {
+    window_.show(page);
+  }
+}
+
+void HelpPage::lookForProblems() {
+  constexpr std::int64_t problems = 0;
+  page_.setNumber("tabs", problems);
+  examine();
 }
 
 std::string HelpPage::text(const std::string& key) const {

@@ -59,6 +59,8 @@ class HelpPage {
   struct Findings;
   struct Places;
 
+  void goTo(const std::string& page);
+  void lookForProblems();
   void showLimits();
   void connectLog(const char* button, const std::function<std::string()>& log);
   void examine();

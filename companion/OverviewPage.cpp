@@ -80,6 +80,7 @@ OverviewPage::OverviewPage(Page& page, MainWindow& window, const OverviewService
   page_.onAction("updateButton", [this] { services_.update.start(); });
   page_.onAction("resultsButton", [this] { window_.show("results"); });
   window_.onShown(name, [this] { refresh(); });
+  window_.onClose([this] { return mayClose(); });
   services_.update.observe([this] {
     showUpdate();
     if (!services_.update.state().runs) {
@@ -227,6 +228,26 @@ void OverviewPage::startAgent() {
 void OverviewPage::restartAgent() {
   startsOnceGone_ = true;
   services_.notifications.post("VantrelQuilloShouldQuit", "Vantrel");
+}
+
+// What an updater has downloaded so far is lost with it.
+bool OverviewPage::mayClose() {
+  if (!services_.update.state().runs) {
+    return true;
+  }
+  if (!std::exchange(isAsking_, true)) {
+    Question question;
+    question.text = text("OVERVIEW_CLOSE_QUESTION");
+    question.detail = text("OVERVIEW_CLOSE_DETAIL");
+    question.buttons = {text("OVERVIEW_CLOSE_STOP"), text("OVERVIEW_CLOSE_STAY")};
+    window_.ask(question, [this](std::size_t answer) {
+      isAsking_ = false;
+      if (answer == 0) {
+        services_.closeWindow();
+      }
+    });
+  }
+  return false;
 }
 
 std::string OverviewPage::text(const std::string& key) const {

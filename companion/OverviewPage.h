@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "companion/DefinitionPlace.h"
@@ -26,6 +27,8 @@ struct OverviewServices {
   DistributedNotificationCenter& notifications;
   const TypedPreferences& preferences;
   RecentCounts& counts;
+  // Closes the window, once that was allowed.
+  std::function<void()> closeWindow = {};
 };
 
 // The first page: whether its user is guarded, why not and the one button that mends it, and what
@@ -43,6 +46,7 @@ class OverviewPage {
   void showGuard();
   void showFacts();
   void showUpdate();
+  bool mayClose();
   void showWhetherMending(bool updates);
   std::string reason() const;
   void mend();
@@ -61,6 +65,7 @@ class OverviewPage {
   AgentStatus known_;
   // The agent was asked to end, and is started again as soon as it has.
   bool startsOnceGone_ = false;
+  bool isAsking_ = false;
 };
 
 }  // namespace quillo

@@ -7,6 +7,7 @@
 #include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
+#include "platform/LocalizedStrings.h"
 #include "platform/SystemLog.h"
 #include "platform/Volumes.h"
 #include "posix/MountTable.h"
@@ -85,6 +86,13 @@ void ScanPage::connect() {
     showState();
   });
   page_.onAction("startAgent", [this] { startAgent(); });
+  page_.onAction("startWatching", [this] { startWatching_(); });
+  page_.onAction("scanAgain", [this] { scanAgain(); });
+  services_.agent.observe([this, life = std::weak_ptr<const bool>(life_)] {
+    if (!life.expired()) {
+      agentChanged();
+    }
+  });
   window_.onShown("scan", [this] { showVolumes(); });
 }
 
@@ -93,6 +101,7 @@ void ScanPage::scan(const std::vector<std::string>& paths) {
   next_.insert(next_.end(), paths.begin(), paths.end());
   if (work_ == Work::none && !next_.empty()) {
     finds_.findings().clear();
+    asked_.clear();
     total_ = {};
     hasReport_ = false;
     page_.setText("report", "");
@@ -100,7 +109,10 @@ void ScanPage::scan(const std::vector<std::string>& paths) {
   }
 }
 
+void ScanPage::scanAgain() { scan(std::vector(asked_)); }
+
 void ScanPage::startNext() {
+  asked_.insert(asked_.end(), next_.begin(), next_.end());
   start(Work::scan, std::exchange(next_, {}), InfectedFileAction::leaveInPlace);
 }
 
@@ -231,9 +243,26 @@ void ScanPage::showState() {
   page_.setText("pause", words_.text(pauses ? "SCAN_RESUME" : "SCAN_PAUSE"));
   page_.setEnabled("pause", isAtWork && state.canPause);
   page_.setEnabled("stop", isAtWork && state.phase != ManualScanState::Phase::stopping);
-  const bool lacksAgent = total_.problem == ManualScanResult::Problem::noDaemon ||
-                          total_.problem == ManualScanResult::Problem::noEngine;
-  page_.setVisible("startAgent", !isAtWork && lacksAgent && !services_.agent.status());
+  showRemedies();
+}
+
+// Of a scan that did not go to its end for want of the daemon, which the agent starts.
+void ScanPage::showRemedies() {
+  using Problem = ManualScanResult::Problem;
+  const bool isAtWork = work_ != Work::none;
+  const bool lacksAgent =
+      total_.problem == Problem::noDaemon || total_.problem == Problem::noEngine;
+  const auto status = services_.agent.status();
+  const bool watchesNot = status && status->state != "watching" && status->state != "starting";
+  page_.setVisible("startAgent",
+                   !isAtWork && lacksAgent && services_.agent.presence() == AgentPresence::absent);
+  page_.setVisible("startWatching", !isAtWork && lacksAgent && watchesNot && startWatching_);
+  page_.setVisible("scanAgain", !isAtWork && hasReport_ && total_.problem != Problem::none);
+}
+
+void ScanPage::offerToWatch(std::function<void()> startWatching) {
+  startWatching_ = std::move(startWatching);
+  showRemedies();
 }
 
 void ScanPage::pauseOrGoOn() {
@@ -262,8 +291,20 @@ void ScanPage::scanVolume() {
 }
 
 void ScanPage::startAgent() {
-  page_.setText("report",
-                words_.text(services_.agent.start() ? "SCAN_AGENT_STARTS" : "SCAN_AGENT_MISSING"));
+  awaitsAgent_ = services_.agent.start();
+  page_.setText("report", words_.text(awaitsAgent_ ? "SCAN_AGENT_STARTS" : "SCAN_AGENT_MISSING"));
+}
+
+void ScanPage::agentChanged() {
+  const AgentStart start = services_.agent.lastStart();
+  if (awaitsAgent_ && !start.isUnderWay) {
+    awaitsAgent_ = false;
+    if (!start.problem.empty() && work_ == Work::none) {
+      page_.setText("report", Wording{"SCAN_AGENT_FAILED", {start.problem}}.in(
+                                  services_.scan.localizedStrings));
+    }
+  }
+  showRemedies();
 }
 
 bool ScanPage::mayClose() {

@@ -50,6 +50,8 @@ class ScanPage {
   bool mayClose();
   // Lists the volumes anew.
   void showVolumes();
+  // Offers to have the agent watch, which starts the daemon, where it runs and does not.
+  void offerToWatch(std::function<void()> startWatching);
 
  private:
   enum class Work { none, scan, move };
@@ -66,7 +68,10 @@ class ScanPage {
   void showMoved(const ManualScanResult& result);
   void pauseOrGoOn();
   void scanVolume();
+  void showRemedies();
+  void scanAgain();
   void startAgent();
+  void agentChanged();
 
   MainWindow& window_;
   Page& page_;
@@ -75,15 +80,21 @@ class ScanPage {
   std::vector<std::string> volumes_;
   // What is scanned behind the one that goes on, and the result of all of them so far.
   std::vector<std::string> next_;
+  // All that the report is about.
+  std::vector<std::string> asked_;
   ManualScanResult total_;
   bool hasReport_ = false;
   std::uint64_t movedBefore_ = 0;  // of the finds, when the work began
   bool isAsking_ = false;
   bool closesAfterwards_ = false;
+  bool awaitsAgent_ = false;
+  std::function<void()> startWatching_;
   Work work_ = Work::none;
   std::shared_ptr<ManualScan> scan_;
   std::shared_ptr<ScanFeed> feed_;
   FindActions finds_;
+  // Whoever observes the agent may outlive the page.
+  const std::shared_ptr<const bool> life_ = std::make_shared<bool>(true);
 };
 
 }  // namespace quillo

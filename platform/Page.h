@@ -47,7 +47,7 @@ class Page {
   // Check boxes, radio buttons and buttons that stay down.
   virtual void setChecked(const std::string& widget, bool checked) = 0;
   virtual bool isChecked(const std::string& widget) = 0;
-  // Spin boxes.
+  // Spin boxes, and which of some tabs is in front, from 0.
   virtual void setNumber(const std::string& widget, std::int64_t number) = 0;
   virtual std::int64_t number(const std::string& widget) = 0;
   // Boxes and lists of which one is chosen; `chosen` beyond the last chooses none.

@@ -17,6 +17,7 @@
 #include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
+#include "platform/Session.h"
 #include "posix/MountTable.h"
 
 namespace quillo {
@@ -69,6 +70,9 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
     const auto scans = weak.lock();
     return !scans || scans->mayClose();
   });
+  logic->offerToWatch([&center = desktop.distributedNotificationCenter] {
+    center.post("VantrelQuilloShouldRestart", "Vantrel");
+  });
   return {logic,
           [scans = logic.get()](const std::vector<std::string>& paths) { scans->scan(paths); }};
 }
@@ -79,7 +83,8 @@ LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
       page, window,
       OverviewServices{desktop.agentLink, desktop.clock, parts.definitionUpdate,
                        desktop.localizedStrings, desktop.distributedNotificationCenter,
-                       parts.preferences, parts.historyCounts})};
+                       parts.preferences, parts.historyCounts,
+                       [&desktop] { desktop.application.terminate(); }})};
 }
 
 // In one sentence for each file system in the folder.

@@ -53,7 +53,8 @@ std::string answer(Companion& companion, PreferenceStore& preferences,
   const std::string firstSteps = "start";
   preferences.synchronize();
   const bool isNew = !preferences.hasAny() && companion.has(firstSteps);
-  return companion.show(request.page.empty() && isNew ? firstSteps : request.page);
+  const bool isLed = isNew && request.page.empty() && !companion.isShown();
+  return companion.show(isLed ? firstSteps : request.page);
 }
 
 int showWindow(CompanionPlatform& platform, const StartRequest& start) {

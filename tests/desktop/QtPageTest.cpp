@@ -165,6 +165,13 @@ TEST_F(QtPageTest, KeepsANumberWithinWhatItsFieldTakes) {
   EXPECT_EQ(page.number("number"), 1000);
 }
 
+TEST_F(QtPageTest, TurnsToATab) {
+  page.setNumber("tabs", 1);
+  EXPECT_EQ(page.number("tabs"), 1);
+  page.setNumber("tabs", 0);
+  EXPECT_EQ(page.number("tabs"), 0);
+}
+
 TEST_F(QtPageTest, HidesAndDisables) {
   page.setVisible("button", false);
   page.setEnabled("check", false);

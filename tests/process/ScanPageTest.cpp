@@ -21,7 +21,9 @@ using Lines = std::vector<std::string>;
 class ChosenAgent final : public AgentLink {
  public:
   std::optional<AgentStatus> status() const override {
-    return runs ? std::optional<AgentStatus>(AgentStatus()) : std::nullopt;
+    AgentStatus said;
+    said.state = state;
+    return runs ? std::optional<AgentStatus>(said) : std::nullopt;
   }
   AgentPresence presence() const override {
     return runs ? AgentPresence::answering : AgentPresence::absent;
@@ -35,6 +37,7 @@ class ChosenAgent final : public AgentLink {
   }
   bool runs = false;
   bool isKnown = true;
+  std::string state = "watching";
   AgentStart startState;
   std::function<void()> observer;
   int starts = 0;
@@ -119,7 +122,8 @@ class ScanPageTest : public testing::Test {
 };
 
 TEST_F(ScanPageTest, ShowsNothingButChoicesAtFirst) {
-  for (const char* hidden : {"progressBox", "findsBox", "leftOutBox", "startAgent", "volumesBox"}) {
+  for (const char* hidden : {"progressBox", "findsBox", "leftOutBox", "startAgent", "startWatching",
+                             "scanAgain", "volumesBox"}) {
     EXPECT_FALSE(shown().isVisible(hidden)) << hidden;
   }
   EXPECT_TRUE(page->mayClose());
@@ -243,6 +247,41 @@ TEST_F(ScanPageTest, OffersToStartTheAgentWhenNobodyAnswers) {
   shown().press("startAgent");
   EXPECT_EQ(agent.starts, 1);
   EXPECT_EQ(shown().text("report"), "<SCAN_AGENT_STARTS>");
+}
+
+TEST_F(ScanPageTest, SaysThatTheAgentDidNotStart) {
+  bench.desktop.localizedStrings.texts["SCAN_AGENT_FAILED"] = "failed: %@";
+  tree.endDaemon();
+  ASSERT_TRUE(scan({tree.file("clean")}));
+  shown().press("startAgent");
+  agent.startState = {false, "no memory"};
+  agent.observer();
+  EXPECT_EQ(shown().text("report"), "failed: no memory");
+}
+
+TEST_F(ScanPageTest, OffersToHaveAnAgentWatchThatRunsAndDoesNot) {
+  int asked = 0;
+  page->offerToWatch([&] { ++asked; });
+  tree.endDaemon();
+  agent.runs = true;
+  agent.state = "stopped";
+  ASSERT_TRUE(scan({tree.file("clean")}));
+  EXPECT_FALSE(shown().isVisible("startAgent"));
+  shown().press("startWatching");
+  EXPECT_EQ(asked, 1);
+  agent.state = "starting";
+  agent.observer();
+  EXPECT_FALSE(shown().isVisible("startWatching"));
+}
+
+TEST_F(ScanPageTest, ScansTheSameAgainOnceTheDaemonAnswers) {
+  tree.endDaemon();
+  ASSERT_TRUE(scan({tree.file("clean"), tree.file("infected")}));
+  tree.daemon(SessionClamd::truth);
+  shown().press("scanAgain");
+  ASSERT_TRUE(awaitReport());
+  EXPECT_EQ(shown().rowCount("finds"), 1U);
+  EXPECT_FALSE(shown().isVisible("scanAgain"));
 }
 
 TEST_F(ScanPageTest, SaysThatAScanCannotBegin) {

@@ -49,6 +49,14 @@ TEST_F(CompanionTest, ShowsTheFirstPageUnlessOneIsAskedFor) {
   EXPECT_EQ(window.shownPage(), "settings");
 }
 
+TEST_F(CompanionTest, StaysOnThePageThatIsShown) {
+  EXPECT_FALSE(companion.isShown());
+  companion.show("settings");
+  EXPECT_TRUE(companion.isShown());
+  EXPECT_EQ(companion.show(""), "");
+  EXPECT_EQ(window.shownPage(), "settings");
+}
+
 TEST_F(CompanionTest, MakesAPageOnce) {
   companion.show("settings");
   companion.show("settings");

@@ -128,6 +128,15 @@ TEST_F(FoldersPageTest, ShowsThatTheFileCannotBeRead) {
   EXPECT_EQ(ownText(), "x = \n");
 }
 
+TEST_F(FoldersPageTest, LeadsToTheRepairOfAFileThatCannotBeRead) {
+  FakePage& page = shown();
+  EXPECT_FALSE(page.isVisible("openSettings"));
+  writeOwn("x = \n");
+  window.show("folders");
+  page.press("openSettings");
+  EXPECT_EQ(window.shownPage(), "settings");
+}
+
 TEST_F(FoldersPageTest, AddsChangesAndRemovesExclusions) {
   FakePage& page = shown();
   page.write("pattern", ".iso");

@@ -64,8 +64,27 @@ TEST_F(HelpPageTest, EverythingThatTheAgentSaysLeadsToAPage) {
   for (std::size_t row = 0; row < mendingPlaces().size(); ++row) {
     ui.select("places", {row});
     ui.press("openPlace");
-    EXPECT_EQ(window.shownPage(), mendingPlaces()[row].page);
+    const std::string place = mendingPlaces()[row].page;
+    EXPECT_EQ(window.shownPage() == place, place != "help");
   }
+}
+
+TEST_F(HelpPageTest, WhatLeadsHereHasTheProblemsLookedFor) {
+  examine = [] { return std::vector<HelpFinding>{{HelpFinding::State::good, "a", "b", ""}}; };
+  ui.setNumber("tabs", 2);
+  window.show("help");
+  EXPECT_EQ(ui.number("tabs"), 0);
+  threads.run("examine");
+  EXPECT_EQ(ui.text("findingsState"), "<HELP_ALL_WELL>");
+  ui.setNumber("tabs", 1);
+  for (std::size_t row = 0; row < mendingPlaces().size(); ++row) {
+    if (mendingPlaces()[row].page == std::string("help")) {
+      ui.select("places", {row});
+      ui.press("openPlace");
+    }
+  }
+  EXPECT_EQ(ui.number("tabs"), 0);
+  EXPECT_EQ(ui.text("findingsState"), "<HELP_EXAMINING>");
 }
 
 TEST_F(HelpPageTest, FindingsComeWithTheirRemedies) {

@@ -10,6 +10,7 @@
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -51,11 +52,13 @@ class OverviewPageTest : public testing::Test {
   FakeAgentLink agent;
   FakeCounts counts;
   FakeMainWindow window;
+  int closings = 0;
   DefinitionUpdate update{{desktop.application, threads, desktop.preferences}};
-  OverviewPage overview{window.page("overview"),
-                        window,
-                        {agent, clock, update, desktop.localizedStrings,
-                         desktop.distributedNotificationCenter, desktop.preferences, counts}};
+  OverviewPage overview{
+      window.page("overview"),
+      window,
+      {agent, clock, update, desktop.localizedStrings, desktop.distributedNotificationCenter,
+       desktop.preferences, counts, [this] { ++closings; }}};
 };
 
 TEST_F(OverviewPageTest, SaysInOneSentenceAndOneSignThatFoldersAreGuarded) {
@@ -178,6 +181,22 @@ TEST_F(OverviewPageTest, SaysWhatBecameOfAnUpdateThatCannotBegin) {
   EXPECT_EQ(text("updateText"), "<OVERVIEW_UPDATE_NO_ENGINE>");
   EXPECT_TRUE(page().isEnabled("updateButton"));
   EXPECT_FALSE(page().isVisible("updateProgress"));
+}
+
+TEST_F(OverviewPageTest, AsksBeforeItEndsADownloadWithTheWindow) {
+  EXPECT_TRUE(window.close());
+  const TemporaryFolder engine;
+  engine.writeProgram("bin/freshclam", "#!/bin/sh\n");
+  desktop.preferenceStore.set("PathToClamav", engine.path());
+  page().press("updateButton");
+  EXPECT_FALSE(window.close());
+  EXPECT_FALSE(window.close());
+  EXPECT_EQ(window.questions.size(), 1U);
+  window.answer("<OVERVIEW_CLOSE_STAY>");
+  EXPECT_EQ(closings, 0);
+  EXPECT_FALSE(window.close());
+  window.answer("<OVERVIEW_CLOSE_STOP>");
+  EXPECT_EQ(closings, 1);
 }
 
 TEST_F(OverviewPageTest, ShowsAnUpdateOfTheAgents) {

@@ -10,6 +10,7 @@
 #include <QProgressBar>
 #include <QSignalBlocker>
 #include <QSpinBox>
+#include <QTabWidget>
 #include <QTableView>
 #include <algorithm>
 #include <limits>
@@ -138,13 +139,19 @@ bool QtPage::isChecked(const std::string& widget) {
 }
 
 void QtPage::setNumber(const std::string& widget, std::int64_t number) {
-  if (auto* box = find<QSpinBox>(widget)) {
+  if (auto* tabs = qobject_cast<QTabWidget*>(find(widget))) {
+    const QSignalBlocker quiet(tabs);
+    tabs->setCurrentIndex(inRange(number));
+  } else if (auto* box = find<QSpinBox>(widget)) {
     const QSignalBlocker quiet(box);
     box->setValue(inRange(number));
   }
 }
 
 std::int64_t QtPage::number(const std::string& widget) {
+  if (const auto* tabs = qobject_cast<QTabWidget*>(find(widget))) {
+    return tabs->currentIndex();
+  }
   const auto* box = find<QSpinBox>(widget);
   return box ? box->value() : 0;
 }
