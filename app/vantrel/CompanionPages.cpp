@@ -20,6 +20,7 @@
 #include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
+#include "platform/Session.h"
 #include "posix/MountTable.h"
 
 namespace quillo {
