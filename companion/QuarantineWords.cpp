@@ -19,7 +19,7 @@ struct Named {
   const char* key;   // behind QUARANTINE_
 };
 
-constexpr std::array<Named, 17> reasons = {{{"done", "DONE"},
+constexpr std::array<Named, 18> reasons = {{{"done", "DONE"},
                                             {"gone", "REASON_GONE"},
                                             {"changed", "REASON_CHANGED"},
                                             {"originUnknown", "REASON_ORIGIN_UNKNOWN"},
@@ -33,6 +33,7 @@ constexpr std::array<Named, 17> reasons = {{{"done", "DONE"},
                                             {"readOnly", "REASON_READ_ONLY"},
                                             {"full", "REASON_FULL"},
                                             {"forbidden", "REASON_FORBIDDEN"},
+                                            {"notAllowed", "REASON_NOT_ALLOWED"},
                                             {"copyDiffers", "REASON_COPY_DIFFERS"},
                                             {"folderUnusable", "REASON_FOLDER_UNUSABLE"},
                                             {"failed", "REASON_FAILED"}}};
@@ -120,8 +121,10 @@ std::string QuarantineWords::outcome(const QuarantineOutcome& outcome) const {
                    {reportedText(outcome.path), std::strerror(outcome.error)}}
         .in(strings_);
   }
+  const std::string detail = outcome.reason == Reason::notAllowed ? reportedText(outcome.detail)
+                                                                  : std::strerror(outcome.error);
   return Wording{std::string("QUARANTINE_") + of(outcome.reason).key,
-                 {reportedText(outcome.path), std::strerror(outcome.error)}}
+                 {reportedText(outcome.path), detail}}
       .in(strings_);
 }
 

@@ -152,7 +152,9 @@ QuarantineOutcome QuarantineStore::allow(const QuarantinedFile& file) const {
     outcome.reason = Reason::failed;
     return outcome;
   }
-  allow_(file.knowsOrigin() ? file.record.origin : pathOf(file), file.identity, *hash);
+  outcome.detail =
+      allow_(file.knowsOrigin() ? file.record.origin : pathOf(file), file.identity, *hash);
+  outcome.reason = outcome.detail.empty() ? Reason::done : Reason::notAllowed;
   return outcome;
 }
 

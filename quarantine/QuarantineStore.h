@@ -48,6 +48,7 @@ struct QuarantineOutcome {
     readOnly,
     full,
     forbidden,
+    notAllowed,      // it would be taken again at once: that it is allowed could not be kept
     copyDiffers,     // the copy on the other disk is not what was copied, and was taken away
     folderUnusable,  // the quarantine folder
     failed
@@ -55,6 +56,7 @@ struct QuarantineOutcome {
   Reason reason = Reason::done;
   int error = 0;                  // errno(3), where a call failed
   std::string path;               // where it lies now, or was to lie
+  std::string detail = {};        // of `notAllowed`: why
   bool areAttributesKept = true;  // false: it is there, but with another mode or time
 
   bool isDone() const { return reason == Reason::done; }
@@ -68,9 +70,9 @@ struct QuarantineOutcome {
 class QuarantineStore {
  public:
   // Takes note that a file is not to be taken again: the path that it is about to have, what it is
-  // like then, and the hash of its contents.
-  using Allow =
-      std::function<void(const std::string& path, const FileIdentity&, const std::string& hash)>;
+  // like then, and the hash of its contents. Returns why that cannot be kept; "" when it is.
+  using Allow = std::function<std::string(const std::string& path, const FileIdentity&,
+                                          const std::string& hash)>;
   enum class FolderProblem {
     none,
     notChosen,

@@ -184,6 +184,11 @@ bool Restoration::isFree() {
   return errno == ENOENT || fail(QuarantineOutcome::reasonOf(errno), errno);
 }
 
+bool Restoration::allow(const FileIdentity& restored) {
+  outcome_.detail = allow_(outcome_.path, restored, record_.hash);
+  return outcome_.detail.empty() || fail(Reason::notAllowed);
+}
+
 int Restoration::noteLeaving(const FileIdentity& restored) {
   record_.state = QuarantineRecord::State::restoring;
   record_.target = outcome_.path;
@@ -230,7 +235,10 @@ void Restoration::moveHome() {
   giveTimesBack(opened_.get());
   if (const auto now = FileIdentity::of(opened_.get())) {
     record_.identity = *now;
-    allow_(outcome_.path, *now, record_.hash);
+  }
+  if (!allow(record_.identity)) {
+    stay();
+    return;
   }
   const int error =
       renameWithoutReplacing(quarantine_.folder.get(), record_.name, folder_.get(), name_);
@@ -269,7 +277,9 @@ bool Restoration::publish(UniqueFd& copy, const std::string& secret) {
   const auto identity = FileIdentity::of(copy.get());
   int error = identity ? noteLeaving(*identity) : EIO;
   if (error == 0) {
-    allow_(outcome_.path, *identity, record_.hash);
+    if (!allow(*identity)) {
+      return false;
+    }
     if (!secret.empty()) {
       error = renameWithoutReplacing(folder_.get(), secret, folder_.get(), name_);
     } else if (linkat(AT_FDCWD, ("/proc/self/fd/" + std::to_string(copy.get())).c_str(),

@@ -25,6 +25,7 @@ class Restoration {
   void copyHome();
   int fillCopy(int copy);
   bool publish(UniqueFd& copy, const std::string& secret);
+  bool allow(const FileIdentity& restored);
   int noteLeaving(const FileIdentity& restored);
   bool stay();
   void giveTimesBack(int file);

@@ -126,18 +126,15 @@ void PutBackFiles::wasMoved(const Verdict& infection) {
 
 bool PutBackFiles::allow(const std::string& path) {
   const auto print = FilePrint::of(path);
-  if (print) {
-    add({Kind::allowed, path, "", *print});
-  }
-  return print.has_value();
+  return print && add({Kind::allowed, path, "", *print}).empty();
 }
 
-void PutBackFiles::allow(const std::string& path, const FileIdentity& file,
-                         const std::string& hash) {
-  add({Kind::allowed, path, "", {file, file.size <= longestHashed ? hash : ""}});
+std::string PutBackFiles::allow(const std::string& path, const FileIdentity& file,
+                                const std::string& hash) {
+  return add({Kind::allowed, path, "", {file, file.size <= longestHashed ? hash : ""}});
 }
 
-void PutBackFiles::add(Entry entry) {
+std::string PutBackFiles::add(Entry entry) {
   MutexLock hold(lock_);
   std::string problem = keep(entry);
   if (!problem.empty()) {
@@ -147,6 +144,7 @@ void PutBackFiles::add(Entry entry) {
     }
     remember(std::move(entry));
   }
+  return problem;
 }
 
 void PutBackFiles::unlist(std::uint64_t key, Entries::iterator entry) {

@@ -51,10 +51,11 @@ class PutBackFiles {
   // Keeps a file that the scanner moved, to where the verdict says.
   void wasMoved(const Verdict& infection);
   // Keeps a file that its user allows, whatever is found in it: the one that bears that path.
-  // Returns false when no file does, or it cannot be read.
+  // Returns false when no file does, it cannot be read, or it cannot be kept.
   bool allow(const std::string& path);
-  // Likewise one that is going to bear it; the hash is that of its contents.
-  void allow(const std::string& path, const FileIdentity& file, const std::string& hash);
+  // Likewise one that is going to bear it; the hash is that of its contents. Returns why it cannot
+  // be kept, so that another process would not know it; "" when it is.
+  std::string allow(const std::string& path, const FileIdentity& file, const std::string& hash);
   // Returns true when what lies there now is such a file, unchanged, which is allowed or in which
   // the engine finds the same threat as before.
   bool isPutBack(const Verdict& infection);
@@ -73,7 +74,8 @@ class PutBackFiles {
   };
   using Entries = std::list<Entry>;
 
-  void add(Entry entry);
+  // Returns what keep() does.
+  std::string add(Entry entry);
   void remember(Entry entry) QUILLO_REQUIRES(lock_);
   void forgetAll() QUILLO_REQUIRES(lock_);
   void drop(Entries::iterator entry) QUILLO_REQUIRES(lock_);

@@ -62,8 +62,9 @@ class QuarantineCrash : public testing::TestWithParam<const char*> {
   const std::string quarantine = scratch.makeFolder("q");
   const std::string path = home.path() + "/home/a";
   ManualClock clock;
-  QuarantineStore store{quarantine, clock,
-                        [](const std::string&, const FileIdentity&, const std::string&) {}};
+  QuarantineStore store{
+      quarantine, clock,
+      [](const std::string&, const FileIdentity&, const std::string&) { return std::string(); }};
 };
 
 TEST_P(QuarantineCrash, OfTheMoverLosesNothing) {

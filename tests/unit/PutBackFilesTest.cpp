@@ -205,6 +205,13 @@ TEST_F(PutBackFilesTest, AreKnownWithoutAPlaceToKeepThem) {
   EXPECT_EQ(log.lines().size(), 1U);
 }
 
+TEST_F(PutBackFilesTest, SayWhyAFileCannotBeAllowed) {
+  folder.write("state", "is no folder");
+  const FilePrint print = FilePrint::of(path).value();
+  EXPECT_NE(files.allow(path, print.identity, print.hash), "");
+  EXPECT_FALSE(files.allow(path));
+}
+
 TEST_F(PutBackFilesTest, AllowAFileWhateverIsFoundInItUntilItChanges) {
   EXPECT_TRUE(files.allow(path));
   EXPECT_TRUE(files.isPutBack(find(path)));

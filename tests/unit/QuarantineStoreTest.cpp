@@ -69,8 +69,14 @@ class QuarantineStoreTest : public testing::Test {
       [this](const std::string& path, const FileIdentity& file, const std::string& hash) {
         allowed.push_back(path + " " + std::to_string(file.size) + " " + hash.substr(0, 8));
         allowedFile = file;
+        if (beforeItLeaves) {
+          beforeItLeaves();
+        }
+        return notAllowed;
       }};
   FileIdentity allowedFile;
+  std::string notAllowed;
+  std::function<void()> beforeItLeaves;
 };
 
 TEST_F(QuarantineStoreTest, ListsWhatWasMovedThere) {
@@ -333,6 +339,24 @@ TEST_F(QuarantineStoreTest, AllowsAFileThatStays) {
   EXPECT_EQ(store.allow(only()).reason, Reason::done);
   EXPECT_EQ(allowed, std::vector<std::string>{path + " 3 " + sha256Of("bad").substr(0, 8)});
   EXPECT_EQ(only().name, "a");
+}
+
+TEST_F(QuarantineStoreTest, LeavesAFileThatWouldBeTakenAgainAtOnce) {
+  const TemporaryFolder elsewhere("/dev/shm");
+  notAllowed = "no room";
+  for (const std::string& folder : {scratch.path(), elsewhere.path()}) {
+    const std::string path = folder + "/a";
+    std::ofstream(path) << "bad";
+    moveIn(path);
+    const auto outcome = store.restore(only(), {});
+    EXPECT_EQ(outcome.reason, Reason::notAllowed);
+    EXPECT_EQ(outcome.detail, "no room");
+    EXPECT_FALSE(TemporaryFolder::exists(path));
+    EXPECT_EQ(only().origin, Origin::known);
+    EXPECT_EQ(store.allow(only()).reason, Reason::notAllowed);
+    EXPECT_EQ(store.remove(only()).reason, Reason::done);
+    EXPECT_TRUE(fs::is_empty(elsewhere.path()));
+  }
 }
 
 struct Failure {

@@ -37,6 +37,7 @@ struct QuarantineFixture {
       [](const QuarantinedFile&) { return QuarantineRecord::Check::infected; };
   std::string engineProblem;
   std::vector<std::string> allowed;
+  std::string notAllowed;  // why nothing can be allowed
   QuarantineServices services{
       application,
       clock,
@@ -59,7 +60,10 @@ struct QuarantineFixture {
         return result;
       },
       [this](const std::string& path, const FileIdentity&, const std::string&) {
-        allowed.push_back(path);
+        if (notAllowed.empty()) {
+          allowed.push_back(path);
+        }
+        return notAllowed;
       }};
 };
 
