@@ -174,6 +174,10 @@ QuarantineOutcome QuarantineStore::noteCheck(const QuarantinedFile& file,
     outcome.reason = Reason::gone;
     return outcome;
   }
+  if (now->origin == QuarantinedFile::Origin::damaged) {
+    outcome.reason = Reason::recordDamaged;
+    return outcome;
+  }
   QuarantineRecord record = recordFor(*now, opened.get());
   record.state = QuarantineRecord::State::moved;
   record.check = check;

@@ -107,7 +107,8 @@ class QuarantineStore {
   QuarantineOutcome remove(const QuarantinedFile& file) const;
   // Has this file not be taken again when its user puts it back by other means.
   QuarantineOutcome allow(const QuarantinedFile& file) const;
-  // Notes what a check came to, made with definitions of that time.
+  // Notes what a check came to, made with definitions of that time; not in a damaged record, which
+  // is left as it is.
   QuarantineOutcome noteCheck(const QuarantinedFile& file, QuarantineRecord::Check check,
                               const std::string& threat, QuarantineRecord::Time with) const;
 

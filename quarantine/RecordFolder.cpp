@@ -19,6 +19,10 @@ namespace {
 constexpr int patience = 100;
 constexpr std::chrono::milliseconds betweenTries(1);
 
+std::string asideOf(const std::string& entry) {
+  return entry + std::string(RecordFolder::asideEnding);
+}
+
 bool isOwn(const struct stat& status) {
   return status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
@@ -107,6 +111,23 @@ void RecordFolder::confirm(const std::string& file) {
 
 void RecordFolder::remove(const std::string& file) {
   unlinkat(folder_.get(), entryFor(file).c_str(), 0);
+  unlinkat(folder_.get(), asideOf(entryFor(file)).c_str(), 0);
+}
+
+int RecordFolder::setAside(const std::string& file) {
+  const std::string entry = entryFor(file);
+  const int error = renameWithoutReplacing(folder_.get(), entry, folder_.get(), asideOf(entry));
+  return error == ENOENT ? 0 : error;
+}
+
+bool RecordFolder::bringBack(const std::string& file) {
+  const std::string entry = entryFor(file);
+  return renameat(folder_.get(), asideOf(entry).c_str(), folder_.get(), entry.c_str()) == 0;
+}
+
+void RecordFolder::bringBackEntry(const std::string& aside) {
+  renameWithoutReplacing(folder_.get(), aside, folder_.get(),
+                         aside.substr(0, aside.size() - asideEnding.size()));
 }
 
 std::optional<QuarantineRecord> RecordFolder::find(const std::string& file) const {

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "posix/UniqueFd.h"
@@ -18,6 +19,7 @@ class Clock;
 class RecordFolder {
  public:
   static constexpr char name[] = ".vantrel-records";
+  static constexpr std::string_view asideEnding = ".aside";
   enum class Missing { made, left };
 
   // Opens it in an open quarantine folder, and makes it (0700) where it is to be. Returns 0 or an
@@ -33,6 +35,14 @@ class RecordFolder {
   // Changes the state of one that is about to be moved to `moved`, without waiting for the disk.
   void confirm(const std::string& file);
   void remove(const std::string& file);
+  // Keeps what bears the record's name, which may be of another version of this program, beside it
+  // until the file has left. Returns 0 or an errno.
+  int setAside(const std::string& file);
+  // Puts what was set aside in its place again. Returns false when there is nothing.
+  bool bringBack(const std::string& file);
+  // Likewise by the name of what was set aside, where no record has taken the place.
+  void bringBackEntry(const std::string& aside);
+  static bool isAside(const std::string& entry) { return entry.ends_with(asideEnding); }
 
   // Returns the record of a file; nothing, with an errno: ENOENT when there is none, EBADMSG when
   // it is no whole record of that file or somebody else could have written it.

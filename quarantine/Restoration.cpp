@@ -141,7 +141,8 @@ bool Restoration::takeRecord() {
     record_.hash = *hash;
   }
   record_.identity = now->identity;
-  if (now->origin == QuarantinedFile::Origin::damaged) {
+  isRecordAnothers_ = now->origin == QuarantinedFile::Origin::damaged;
+  if (isRecordAnothers_) {
     outcome_.reason = Reason::recordDamaged;
   } else if (record_.origin.empty()) {
     outcome_.reason = Reason::originUnknown;
@@ -193,7 +194,15 @@ int Restoration::noteLeaving(const FileIdentity& restored) {
   record_.state = QuarantineRecord::State::restoring;
   record_.target = outcome_.path;
   record_.restored = restored;
-  return quarantine_.records.replace(record_);
+  const int error = setRecordAside();
+  return error == 0 ? quarantine_.records.replace(record_) : error;
+}
+
+// Once, and only where the one that is written would take its place.
+int Restoration::setRecordAside() {
+  const int error = isRecordAnothers_ ? quarantine_.records.setAside(record_.name) : 0;
+  isRecordAnothers_ = isRecordAnothers_ && error != 0;
+  return error;
 }
 
 void Restoration::giveTimesBack(int file) {
@@ -217,7 +226,9 @@ bool Restoration::stay() {
   const auto now = FileIdentity::in(quarantine_.folder.get(), record_.name);
   if (now) {
     record_.identity = *now;
-    quarantine_.records.replace(record_);
+    if (!quarantine_.records.bringBack(record_.name)) {
+      quarantine_.records.replace(record_);
+    }
   } else {
     quarantine_.records.remove(record_.name);
   }
@@ -229,6 +240,7 @@ void Restoration::moveHome() {
   FileIdentity restored = record_.identity;
   restored.changed = record_.changed;
   if (const int error = noteLeaving(restored); error != 0) {
+    quarantine_.records.bringBack(record_.name);
     fail(QuarantineOutcome::reasonOf(error), error);
     return;
   }

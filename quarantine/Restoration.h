@@ -28,6 +28,7 @@ class Restoration {
   bool allow(const FileIdentity& restored);
   int noteLeaving(const FileIdentity& restored);
   bool stay();
+  int setRecordAside();
   void giveTimesBack(int file);
   void giveModeBack(int file);
   bool fail(QuarantineOutcome::Reason reason, int error = 0);
@@ -38,8 +39,9 @@ class Restoration {
   const QuarantineStore::Allow& allow_;
   UniqueFd opened_;
   QuarantineRecord record_;
-  UniqueFd folder_;   // the one that it goes to
-  std::string name_;  // there
+  bool isRecordAnothers_ = false;  // what bears its name is not of this file, or not readable
+  UniqueFd folder_;                // the one that it goes to
+  std::string name_;               // there
   QuarantineOutcome outcome_;
 };
 

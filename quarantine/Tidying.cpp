@@ -48,7 +48,9 @@ void endRestoring(OpenQuarantine& quarantine, QuarantineRecord& record,
   } else if (here && record.isOf(*here)) {
     record.state = QuarantineRecord::State::moved;
     record.identity = *here;
-    quarantine.records.replace(record);
+    if (!quarantine.records.bringBack(record.name)) {
+      quarantine.records.replace(record);
+    }
   } else if (!here) {
     quarantine.records.remove(record.name);
   }
@@ -84,6 +86,8 @@ bool tidyUp(OpenQuarantine& quarantine, const std::unordered_set<std::string>& s
     hasMetAny = true;
     if (isSecretName(entry)) {
       unlinkat(quarantine.records.descriptor(), entry.c_str(), 0);
+    } else if (RecordFolder::isAside(entry)) {
+      quarantine.records.bringBackEntry(entry);
     } else if (isRecordsName(entry)) {
       if (auto record = quarantine.records.at(entry)) {
         settle(quarantine, *record);

@@ -258,6 +258,32 @@ TEST_F(QuarantineStoreTest, SaysThatARecordIsDamagedAndLosesNothing) {
   EXPECT_EQ(TemporaryFolder::read(scratch.at("away/a")), "bad");
 }
 
+TEST_F(QuarantineStoreTest, ChangesNoRecordThatItCannotRead) {
+  quarantined("home/a");
+  const std::string ofAnotherVersion =
+      "vantrel-quarantine 2\n" + TemporaryFolder::read(recordOf("a"));
+  std::ofstream(recordOf("a")) << ofAnotherVersion;
+  EXPECT_EQ(store.noteCheck(only(), QuarantineRecord::Check::clean, "", {}).reason,
+            Reason::recordDamaged);
+  EXPECT_EQ(TemporaryFolder::read(recordOf("a")), ofAnotherVersion);
+  const std::string away = scratch.makeFolder("away");
+  notAllowed = "no room";
+  EXPECT_EQ(restored({away, false}), Reason::notAllowed);
+  EXPECT_EQ(TemporaryFolder::read(recordOf("a")), ofAnotherVersion);
+  EXPECT_EQ(records(), 1U);
+  notAllowed = "";
+  EXPECT_EQ(restored({away, false}), Reason::done);
+  EXPECT_EQ(records(), 0U);
+}
+
+TEST_F(QuarantineStoreTest, BringsARecordBackThatWasSetAsideWhenItEnded) {
+  quarantined("home/a");
+  const std::string contents = TemporaryFolder::read(recordOf("a"));
+  fs::rename(recordOf("a"), recordOf("a") + ".aside");
+  EXPECT_EQ(only().origin, Origin::known);
+  EXPECT_EQ(TemporaryFolder::read(recordOf("a")), contents);
+}
+
 TEST_F(QuarantineStoreTest, BelievesNoRecordThatOthersCanWriteOrThatIsALink) {
   quarantined("home/a");
   ASSERT_EQ(chmod(recordOf("a").c_str(), 0666), 0);
