@@ -57,6 +57,10 @@ std::optional<FileIdentity> FileIdentity::at(const std::string& path, int& error
 
 std::optional<FileIdentity> FileIdentity::in(int folder, const std::string& name) {
   int error = 0;
+  return in(folder, name, error);
+}
+
+std::optional<FileIdentity> FileIdentity::in(int folder, const std::string& name, int& error) {
   return lookedUp(folder, name.c_str(), AT_SYMLINK_NOFOLLOW, error);
 }
 

@@ -23,6 +23,7 @@ struct FileIdentity {
   static std::optional<FileIdentity> at(const std::string& path, int& error);
   // Returns that of a name in an open folder, and that of an open regular file.
   static std::optional<FileIdentity> in(int folder, const std::string& name);
+  static std::optional<FileIdentity> in(int folder, const std::string& name, int& error);
   static std::optional<FileIdentity> of(int descriptor);
   // Equal: the same file with the same contents, as far as the file system shows.
   bool operator==(const FileIdentity&) const = default;

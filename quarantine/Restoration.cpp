@@ -223,16 +223,17 @@ void Restoration::giveModeBack(int file) {
 // Has its record say again that it lies where it lay. Returns false when it does not.
 bool Restoration::stay() {
   record_.state = QuarantineRecord::State::moved;
-  const auto now = FileIdentity::in(quarantine_.folder.get(), record_.name);
+  int error = 0;
+  const auto now = FileIdentity::in(quarantine_.folder.get(), record_.name, error);
   if (now) {
     record_.identity = *now;
     if (!quarantine_.records.bringBack(record_.name)) {
       quarantine_.records.replace(record_);
     }
-  } else {
+  } else if (error == ENOENT) {
     quarantine_.records.remove(record_.name);
   }
-  return now.has_value();
+  return error != ENOENT;
 }
 
 // Its time first, so that it arrives as it is to stay; the right to run it last.

@@ -1,9 +1,9 @@
 #include "quarantine/Tidying.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "posix/FileMoving.h"
@@ -37,7 +37,7 @@ bool hasArrived(const QuarantineRecord& record) {
 }
 
 void endRestoring(OpenQuarantine& quarantine, QuarantineRecord& record,
-                  const std::optional<FileIdentity>& here) {
+                  const std::optional<FileIdentity>& here, bool isGone) {
   const bool isStillHere = here && isSameInFolder(*here, record.restored);
   if (!isStillHere && hasArrived(record)) {
     // What a copy was made of goes, if that is still it.
@@ -51,24 +51,24 @@ void endRestoring(OpenQuarantine& quarantine, QuarantineRecord& record,
     if (!quarantine.records.bringBack(record.name)) {
       quarantine.records.replace(record);
     }
-  } else if (!here) {
+  } else if (isGone) {
     quarantine.records.remove(record.name);
   }
 }
 
 void settle(OpenQuarantine& quarantine, QuarantineRecord& record) {
-  const auto here = FileIdentity::in(quarantine.folder.get(), record.name);
+  int error = 0;
+  const auto here = FileIdentity::in(quarantine.folder.get(), record.name, error);
+  // What a disk does not tell is no reason to forget anything.
+  const bool isGone = error == ENOENT;
   if (here && isSettled(record, *here)) {
     return;
   }
   if (record.state == QuarantineRecord::State::restoring) {
-    endRestoring(quarantine, record, here);
+    endRestoring(quarantine, record, here, isGone);
     return;
   }
-  struct stat status = {};
-  const bool isTaken =
-      fstatat(quarantine.folder.get(), record.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-  if (!isTaken) {
+  if (isGone) {
     quarantine.records.remove(record.name);
   } else if (here && record.isOf(*here)) {
     quarantine.records.confirm(record.name);

@@ -284,6 +284,21 @@ TEST_F(QuarantineStoreTest, BringsARecordBackThatWasSetAsideWhenItEnded) {
   EXPECT_EQ(TemporaryFolder::read(recordOf("a")), contents);
 }
 
+TEST_F(QuarantineStoreTest, ForgetsNothingOfAFileThatADiskDoesNotShow) {
+  for (const auto state : {QuarantineRecord::State::moving, QuarantineRecord::State::restoring}) {
+    quarantined("home/a");
+    QuarantineRecord record = only().record;
+    record.state = state;
+    record.target = "/none";
+    std::ofstream(recordOf("a")) << record.text();
+    for (const int call : {SYS_statx, SYS_newfstatat}) {
+      withFailingSystemCall(call, EIO, [this] { store.list(); });
+    }
+    EXPECT_EQ(only().origin, Origin::known);
+    EXPECT_EQ(restored(), Reason::done);
+  }
+}
+
 TEST_F(QuarantineStoreTest, BelievesNoRecordThatOthersCanWriteOrThatIsALink) {
   quarantined("home/a");
   ASSERT_EQ(chmod(recordOf("a").c_str(), 0666), 0);
