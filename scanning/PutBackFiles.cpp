@@ -91,16 +91,16 @@ std::uint64_t keyOf(const std::string& path) { return std::hash<std::string>()(p
 
 }  // namespace
 
-std::optional<FilePrint> FilePrint::of(const std::string& path) {
+std::optional<FilePrint> FilePrint::of(const std::string& path, Hash hashed) {
   const auto before = FileIdentity::at(path);
   if (!before) {
     return std::nullopt;
   }
   FilePrint print{*before, ""};
-  if (before->size <= longestHashed) {
+  if (hashed == Hash::always || before->size <= longestHashed) {
     const UniqueFd file(
         open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    const auto hash = file ? sha256OfFile(file.get(), longestHashed) : std::nullopt;
+    const auto hash = file ? sha256OfFile(file.get(), before->size) : std::nullopt;
     if (!hash || FileIdentity::at(path) != before) {
       return std::nullopt;
     }
@@ -125,13 +125,13 @@ void PutBackFiles::wasMoved(const Verdict& infection) {
 }
 
 bool PutBackFiles::allow(const std::string& path) {
-  const auto print = FilePrint::of(path);
+  const auto print = FilePrint::of(path, FilePrint::Hash::always);
   return print && add({Kind::allowed, path, "", *print}).empty();
 }
 
 std::string PutBackFiles::allow(const std::string& path, const FileIdentity& file,
                                 const std::string& hash) {
-  return add({Kind::allowed, path, "", {file, file.size <= longestHashed ? hash : ""}});
+  return add({Kind::allowed, path, "", {file, hash}});
 }
 
 std::string PutBackFiles::add(Entry entry) {
@@ -200,9 +200,25 @@ bool PutBackFiles::isOf(const Entry& entry, const Verdict& infection, const File
   // By its path only one whose contents are known.
   const bool isByPath =
       entry.kind != Kind::file && entry.path == infection.file() && !entry.print.hash.empty();
-  const bool isMeant = entry.kind == Kind::allowed || entry.threat == infection.threat;
+  // Whatever is found in it: so it is to be the very contents that were allowed.
+  const bool isAllowed = entry.kind == Kind::allowed && !entry.print.hash.empty();
+  const bool isMeant =
+      isAllowed || (entry.kind != Kind::allowed && entry.threat == infection.threat);
   return isMeant && (isSameFile(then, now) || isByPath) && then.size == now.size &&
          isSameTime(then, now);
+}
+
+std::vector<std::string> PutBackFiles::hashesOf(const Verdict& infection, const FileIdentity& now) {
+  std::vector<std::string> hashes;
+  for (const std::uint64_t key : {keyOf(now), keyOf(infection.file())}) {
+    const auto [first, last] = byKey_.equal_range(key);
+    for (auto it = first; it != last; ++it) {
+      if (isOf(*it->second, infection, now)) {
+        hashes.push_back(it->second->print.hash);
+      }
+    }
+  }
+  return hashes;
 }
 
 bool PutBackFiles::isPutBack(const Verdict& infection) {
@@ -214,20 +230,15 @@ bool PutBackFiles::isPutBack(const Verdict& infection) {
   {
     MutexLock hold(lock_);
     refresh();
-    for (const std::uint64_t key : {keyOf(*now), keyOf(infection.file())}) {
-      const auto [first, last] = byKey_.equal_range(key);
-      for (auto it = first; it != last; ++it) {
-        if (isOf(*it->second, infection, *now)) {
-          hashes.push_back(it->second->print.hash);
-        }
-      }
-    }
+    hashes = hashesOf(infection, *now);
   }
   if (hashes.empty()) {
     return false;
   }
   // Its time is easily set back; what it holds is not.
-  const auto print = FilePrint::of(infection.file());
+  const bool isWithout = std::find(hashes.begin(), hashes.end(), "") != hashes.end();
+  const auto print = FilePrint::of(
+      infection.file(), isWithout ? FilePrint::Hash::unlessLarge : FilePrint::Hash::always);
   return print && print->identity == now &&
          std::find(hashes.begin(), hashes.end(), print->hash) != hashes.end();
 }

@@ -24,8 +24,10 @@ struct FilePrint {
   std::string hash;  // of its contents, SHA-256; "" when it is too large for that
 
   // Takes it of the regular file itself that bears that name. Returns nothing when there is none,
-  // when it cannot be read, or when it changes meanwhile. Any thread.
-  static std::optional<FilePrint> of(const std::string& path);
+  // when it cannot be read, or when it changes meanwhile. `Hash::always` is taken of a large file
+  // too. Any thread.
+  enum class Hash { unlessLarge, always };
+  static std::optional<FilePrint> of(const std::string& path, Hash hash = Hash::unlessLarge);
 };
 
 // The infected files that are to be left alone as long as they are what they are: those that the
@@ -89,6 +91,9 @@ class PutBackFiles {
   bool canGrow() const QUILLO_REQUIRES(lock_);
   std::string append(int file, const Entry& entry) QUILLO_REQUIRES(lock_);
   bool writeAnew(bool replaces, std::string& problem) QUILLO_REQUIRES(lock_);
+  // Returns the hashes of those that this file may be; "" for one that is known without.
+  std::vector<std::string> hashesOf(const Verdict& infection, const FileIdentity& now)
+      QUILLO_REQUIRES(lock_);
   static bool isOf(const Entry& entry, const Verdict& infection, const FileIdentity& now);
   static std::string lineOf(const Entry& entry);
   static std::optional<Entry> entryOf(std::string_view line);

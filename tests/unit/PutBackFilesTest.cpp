@@ -220,6 +220,23 @@ TEST_F(PutBackFilesTest, AllowAFileWhateverIsFoundInItUntilItChanges) {
   EXPECT_FALSE(files.isPutBack(find(path)));
 }
 
+TEST_F(PutBackFilesTest, AllowALargeFileByWhatItHolds) {
+  fs::resize_file(path, 70UL * 1024 * 1024);
+  const struct stat before = statusOf(path);
+  files.allow(path);
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  std::fstream(path) << "MALWARE";
+  setTimeAsOf(before);
+  EXPECT_FALSE(files.isPutBack(find(path)));
+  std::fstream(path) << "malware";
+  setTimeAsOf(before);
+  const std::string other = folder.path() + "/other";
+  fs::copy(path, other);
+  fs::rename(other, path);
+  setTimeAsOf(before);
+  EXPECT_TRUE(files.isPutBack(find(path))) << "another number on another file system";
+}
+
 TEST_F(PutBackFilesTest, AllowNothingWhereThereIsNoFile) {
   EXPECT_FALSE(files.allow(folder.at("none")));
   EXPECT_FALSE(TemporaryFolder::exists(store()));
