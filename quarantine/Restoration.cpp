@@ -123,9 +123,10 @@ bool Restoration::begin(const QuarantineStore::Target& target) {
          quarantine_.beginWriting(clock_, outcome_);
 }
 
-// What there is now counts, not what there was when the file was listed.
+// What there is now counts, not what there was when the file was listed. A record that is of other
+// contents, or does not say of which, tells nothing about a file that is not the one recorded.
 bool Restoration::takeRecord() {
-  const auto now = quarantine_.fileNamed(file_.name);
+  auto now = quarantine_.fileNamed(file_.name);
   if (!now) {
     return fail(Reason::gone);
   }
@@ -136,13 +137,15 @@ bool Restoration::takeRecord() {
       return fail(Reason::failed, errno);
     }
     if (now->origin == QuarantinedFile::Origin::unverified && *hash != record_.hash) {
-      return fail(Reason::changed);
+      now->origin = QuarantinedFile::Origin::unknown;
+      record_ = recordFor(*now, opened_.get());
+      isRecordAnothers_ = true;
     }
     record_.hash = *hash;
   }
   record_.identity = now->identity;
-  isRecordAnothers_ = now->origin == QuarantinedFile::Origin::damaged;
-  if (isRecordAnothers_) {
+  if (now->origin == QuarantinedFile::Origin::damaged) {
+    isRecordAnothers_ = true;
     outcome_.reason = Reason::recordDamaged;
   } else if (record_.origin.empty()) {
     outcome_.reason = Reason::originUnknown;

@@ -245,8 +245,24 @@ TEST_F(QuarantineStoreTest, BelievesNoRecordOfAnotherFileOfTheSameSize) {
   scratch.write("other", "BAD");
   fs::rename(scratch.at("other"), quarantine + "/a");
   EXPECT_EQ(only().origin, Origin::unverified);
-  EXPECT_EQ(restored(), Reason::changed);
+  EXPECT_EQ(restored(), Reason::originUnknown);
   EXPECT_FALSE(TemporaryFolder::exists(path));
+  EXPECT_EQ(restored({scratch.makeFolder("away"), false}), Reason::done);
+  EXPECT_EQ(TemporaryFolder::read(scratch.at("away/a")), "BAD");
+  EXPECT_EQ(records(), 0U);
+}
+
+TEST_F(QuarantineStoreTest, PutsAFileElsewhereOfWhichNoHashWasKept) {
+  const std::string path = scratch.write("home/a", std::string(200, 'x'));
+  wrapper::MoveFolder folder(clock, wrapper::DesktopTrash("", ""));
+  folder.open(quarantine);
+  ASSERT_TRUE(folder.move(path, openPath(path, O_RDONLY).get(), "Eicar", 100).moved);
+  fs::copy(quarantine + "/a", scratch.at("copy"));
+  fs::rename(scratch.at("copy"), quarantine + "/a");
+  EXPECT_EQ(restored(), Reason::originUnknown);
+  EXPECT_EQ(restored({scratch.makeFolder("away"), false}), Reason::done);
+  EXPECT_EQ(allowed.back().substr(allowed.back().size() - 8),
+            sha256Of(std::string(200, 'x')).substr(0, 8));
 }
 
 TEST_F(QuarantineStoreTest, SaysThatARecordIsDamagedAndLosesNothing) {
