@@ -229,7 +229,11 @@ bool Restoration::stay() {
   int error = 0;
   const auto now = FileIdentity::in(quarantine_.folder.get(), record_.name, error);
   if (now) {
-    record_.identity = *now;
+    const auto opened = FileIdentity::of(opened_.get());
+    // Of another file that bears its name by now the record is not to speak.
+    if (opened && isSameInFolder(*now, *opened)) {
+      record_.identity = *now;
+    }
     if (!quarantine_.records.bringBack(record_.name)) {
       quarantine_.records.replace(record_);
     }
@@ -237,6 +241,13 @@ bool Restoration::stay() {
     quarantine_.records.remove(record_.name);
   }
   return error != ENOENT;
+}
+
+// Whether its name still leads to the file that was opened: what goes, goes by its name.
+bool Restoration::isStillIt() {
+  const auto named = FileIdentity::in(quarantine_.folder.get(), record_.name);
+  const auto opened = FileIdentity::of(opened_.get());
+  return (named && opened && isSameInFolder(*named, *opened)) || fail(Reason::changed);
 }
 
 // Its time first, so that it arrives as it is to stay; the right to run it last.
@@ -252,7 +263,7 @@ void Restoration::moveHome() {
   if (const auto now = FileIdentity::of(opened_.get())) {
     record_.identity = *now;
   }
-  if (!allow(record_.identity)) {
+  if (!allow(record_.identity) || !isStillIt()) {
     stay();
     return;
   }
@@ -321,6 +332,10 @@ void Restoration::copyHome() {
     return;
   }
   syncFolder(folder_.get());
+  if (!isStillIt()) {
+    quarantine_.records.remove(record_.name);
+    return;
+  }
   if (unlinkat(quarantine_.folder.get(), record_.name.c_str(), 0) != 0) {
     fail(QuarantineOutcome::reasonOf(errno), errno);
     return;

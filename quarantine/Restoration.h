@@ -28,6 +28,7 @@ class Restoration {
   bool allow(const FileIdentity& restored);
   int noteLeaving(const FileIdentity& restored);
   bool stay();
+  bool isStillIt();
   int setRecordAside();
   void giveTimesBack(int file);
   void giveModeBack(int file);

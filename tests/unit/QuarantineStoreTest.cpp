@@ -416,6 +416,24 @@ TEST_F(QuarantineStoreTest, LeavesAFileThatWouldBeTakenAgainAtOnce) {
   }
 }
 
+TEST_F(QuarantineStoreTest, TakesNoOtherFileThatCameToBearItsName) {
+  const TemporaryFolder elsewhere("/dev/shm");
+  for (const std::string& folder : {scratch.path(), elsewhere.path()}) {
+    const std::string path = folder + "/a";
+    std::ofstream(path) << "bad";
+    moveIn(path);
+    beforeItLeaves = [this] {
+      scratch.write("other", "another");
+      fs::rename(scratch.at("other"), quarantine + "/a");
+    };
+    EXPECT_EQ(restored(), Reason::changed);
+    EXPECT_EQ(TemporaryFolder::read(quarantine + "/a"), "another");
+    EXPECT_NE(TemporaryFolder::read(path), "another");
+    EXPECT_NE(only().origin, Origin::known);
+    fs::remove(quarantine + "/a");
+  }
+}
+
 struct Failure {
   int call;
   int error;
