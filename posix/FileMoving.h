@@ -15,6 +15,9 @@ int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder
 // somebody else may share. Returns 0 or an errno: EFBIG when it holds more than `longest` bytes.
 int copyContents(int source, int target,
                  std::int64_t longest = std::numeric_limits<std::int64_t>::max());
+// Takes the right to run an open file, for everybody, and set-user-ID and set-group-ID with it.
+// Returns 0 or an errno.
+int makeHarmless(int file);
 // Returns a hidden name that nobody can foresee; "" when the system has no random bytes.
 std::string secretName();
 // Returns true when a name is made like those.

@@ -56,6 +56,16 @@ void endRestoring(OpenQuarantine& quarantine, QuarantineRecord& record,
   }
 }
 
+// Who moved it may not have come to that.
+void takeRights(const OpenQuarantine& quarantine, const QuarantineRecord& record) {
+  const UniqueFd file(openat(quarantine.folder.get(), record.name.c_str(),
+                             O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  const auto identity = file ? FileIdentity::of(file.get()) : std::nullopt;
+  if (identity && record.isOf(*identity)) {
+    makeHarmless(file.get());
+  }
+}
+
 void settle(OpenQuarantine& quarantine, QuarantineRecord& record) {
   int error = 0;
   const auto here = FileIdentity::in(quarantine.folder.get(), record.name, error);
@@ -71,6 +81,7 @@ void settle(OpenQuarantine& quarantine, QuarantineRecord& record) {
   if (isGone) {
     quarantine.records.remove(record.name);
   } else if (here && record.isOf(*here)) {
+    takeRights(quarantine, record);
     quarantine.records.confirm(record.name);
   }
 }

@@ -44,6 +44,7 @@ class QuarantineCrash : public testing::TestWithParam<const char*> {
       EXPECT_EQ(file.record.state, QuarantineRecord::State::moved);
       EXPECT_EQ(file.record.origin, path);
       EXPECT_EQ(TemporaryFolder::read(store.pathOf(file)), contents);
+      EXPECT_EQ(modeOf(store.pathOf(file)) & 0111U, 0U) << "can be run";
     }
     const std::string records = quarantine + "/.vantrel-records";
     const auto left = fs::exists(records)

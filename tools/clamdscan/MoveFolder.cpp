@@ -52,18 +52,6 @@ std::string distrustOf(int folder) {
 
 std::int64_t nanoseconds(const timespec& time) { return time.tv_sec * 1000000000LL + time.tv_nsec; }
 
-// Takes the right to run it, for everybody, and set-user-ID and set-group-ID with it: 0 or an
-// errno.
-int makeHarmless(int file) {
-  constexpr mode_t dangerous = S_ISUID | S_ISGID | S_IXUSR | S_IXGRP | S_IXOTH;
-  struct stat status = {};
-  if (fstat(file, &status) != 0) {
-    return errno;
-  }
-  const bool harmless = (status.st_mode & dangerous) == 0;
-  return harmless || fchmod(file, status.st_mode & 07777U & ~dangerous) == 0 ? 0 : errno;
-}
-
 }  // namespace
 
 std::string MoveFolder::open(const std::string& path) {
@@ -130,8 +118,8 @@ std::string MoveFolder::find(Source& source) const {
   return isThere ? "it is in that folder already" : "";
 }
 
-MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned,
-                                     std::string_view threat, std::uint64_t largest) {
+MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned, std::string_view threat,
+                                     std::uint64_t largest) {
   Source source;
   source.parent = openWithoutLinks(deletingLastPathComponent(path), O_PATH | O_DIRECTORY);
   source.name = lastPathComponent(path);
@@ -158,8 +146,6 @@ MoveFolder::Outcome MoveFolder::move(const std::string& path, int scanned,
     outcome.moved = true;
     outcome.text = path_ + "/" + target;
     outcome.otherNames = source.status.st_nlink > 1 ? source.status.st_nlink - 1UL : 0UL;
-    const int problem = makeHarmless(scanned);
-    outcome.executable = problem == 0 ? "" : reasonText(problem);
     return outcome;
   }
   Outcome failure;
@@ -178,7 +164,7 @@ int MoveFolder::moveNoted(const std::string& target, Source& source, Outcome& ou
   if (problem == EEXIST) {
     return problem;
   }
-  const int error = place(source, target);
+  const int error = placeHarmless(source, target, outcome);
   if (error != 0 && error != ENOTRECOVERABLE && problem == 0) {
     DesktopTrash::forget(notes_.get(), target);
   }
@@ -233,12 +219,21 @@ int MoveFolder::moveRecorded(const std::string& target, Source& source, Outcome&
     source.record.reset();
     records_.letGo();
   }
-  const int error = place(source, target);
+  const int error = placeHarmless(source, target, outcome);
   if (source.record && error == 0) {
     records_.confirm(target);
   } else if (source.record) {
     records_.remove(target);
   }
+  return error;
+}
+
+// Before its record says that it has been moved: whoever tidies up sees to it where this ends
+// early.
+int MoveFolder::placeHarmless(Source& source, const std::string& name, Outcome& outcome) {
+  const int error = place(source, name);
+  const int problem = error == 0 ? makeHarmless(source.file) : 0;
+  outcome.executable = problem == 0 ? "" : reasonText(problem);
   return error;
 }
 

@@ -52,6 +52,7 @@ class MoveFolder {
   std::string prepareRecord(Source& source, std::string_view threat);
   int moveNoted(const std::string& target, Source& source, Outcome& outcome);
   int moveRecorded(const std::string& target, Source& source, Outcome& outcome);
+  int placeHarmless(Source& source, const std::string& name, Outcome& outcome);
   int place(Source& source, const std::string& name);
   static int removeScanned(const Source& source);
   int copy(Source& source, const std::string& name);
