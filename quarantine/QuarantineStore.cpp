@@ -50,8 +50,7 @@ void readFiles(const OpenQuarantine& quarantine, QuarantineStore::Listing& listi
 std::unordered_set<std::string> settledIn(const QuarantineStore::Listing& listing) {
   std::unordered_set<std::string> settled;
   for (const QuarantinedFile& file : listing.files) {
-    if (file.origin == QuarantinedFile::Origin::known &&
-        file.record.state == QuarantineRecord::State::moved) {
+    if (file.hasRecord() && file.record.state == QuarantineRecord::State::moved) {
       settled.insert(RecordFolder::entryFor(file.name));
     }
   }
@@ -179,6 +178,11 @@ QuarantineOutcome QuarantineStore::noteCheck(const QuarantinedFile& file,
     return outcome;
   }
   QuarantineRecord record = recordFor(*now, opened.get());
+  if (now->origin == QuarantinedFile::Origin::unverified &&
+      sha256OfFile(opened.get(), now->identity.size) == record.hash) {
+    // A copy of the folder: it need not be compared again.
+    record.identity = now->identity;
+  }
   record.state = QuarantineRecord::State::moved;
   record.check = check;
   record.checkedWith = with;

@@ -15,9 +15,10 @@
 namespace quillo {
 namespace {
 
-// In all a tenth of a second; who tidies up needs less.
-constexpr int patience = 100;
-constexpr std::chrono::milliseconds betweenTries(1);
+// In all several seconds: who tidies up lets go after a few hundred records, each of which may have
+// to wait for the disk.
+constexpr int patience = 500;
+constexpr std::chrono::milliseconds betweenTries(10);
 
 std::string asideOf(const std::string& entry) {
   return entry + std::string(RecordFolder::asideEnding);

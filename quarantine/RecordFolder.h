@@ -49,7 +49,7 @@ class RecordFolder {
   std::optional<QuarantineRecord> find(const std::string& file) const;
 
   // Keeps away who tidies up, until this object goes or lets go. Waits for one who does; returns
-  // false when that takes longer than a moment or no locks can be had.
+  // false when that takes longer than several seconds or no locks can be had.
   bool holdOffTidying(Clock& clock);
   // Returns true when nobody else moves or restores anything just now; until letGo() nobody begins.
   bool startTidying();

@@ -15,6 +15,7 @@ namespace quillo {
 namespace {
 
 constexpr std::size_t hashLength = 64;
+constexpr std::size_t atOnce = 200;
 
 bool isRecordsName(const std::string& entry) {
   return entry.size() == hashLength &&
@@ -89,12 +90,17 @@ void settle(OpenQuarantine& quarantine, QuarantineRecord& record) {
 }  // namespace
 
 bool tidyUp(OpenQuarantine& quarantine, const std::unordered_set<std::string>& settled) {
-  bool hasMetAny = false;
+  std::size_t met = 0;
   for (const std::string& entry : quarantine.records.entries()) {
     if (settled.count(entry) > 0) {
       continue;
     }
-    hasMetAny = true;
+    if (++met % atOnce == 0) {
+      quarantine.records.letGo();
+      if (!quarantine.records.startTidying()) {
+        break;
+      }
+    }
     if (isSecretName(entry)) {
       unlinkat(quarantine.records.descriptor(), entry.c_str(), 0);
     } else if (RecordFolder::isAside(entry)) {
@@ -105,7 +111,7 @@ bool tidyUp(OpenQuarantine& quarantine, const std::unordered_set<std::string>& s
       }
     }
   }
-  return hasMetAny;
+  return met > 0;
 }
 
 }  // namespace quillo

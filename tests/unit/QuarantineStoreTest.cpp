@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
@@ -7,8 +8,10 @@
 #include <fstream>
 
 #include "posix/PathOpening.h"
+#include "quarantine/OpenQuarantine.h"
 #include "quarantine/QuarantineStore.h"
 #include "quarantine/RecordFolder.h"
+#include "quarantine/Tidying.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/SystemCalls.h"
 #include "tests/support/TemporaryFolder.h"
@@ -432,6 +435,49 @@ TEST_F(QuarantineStoreTest, TakesNoOtherFileThatCameToBearItsName) {
     EXPECT_NE(only().origin, Origin::known);
     fs::remove(quarantine + "/a");
   }
+}
+
+TEST_F(QuarantineStoreTest, KnowsACopyForGoodOnceItHasBeenCompared) {
+  quarantined("home/a");
+  fs::copy(quarantine + "/a", scratch.at("copy"));
+  fs::rename(scratch.at("copy"), quarantine + "/a");
+  store.noteCheck(only(), QuarantineRecord::Check::infected, "", {});
+  EXPECT_EQ(only().origin, Origin::known);
+  scratch.write("other", "BAD");
+  fs::rename(scratch.at("other"), quarantine + "/a");
+  store.noteCheck(only(), QuarantineRecord::Check::infected, "", {});
+  EXPECT_EQ(only().origin, Origin::unverified);
+}
+
+TEST_F(QuarantineStoreTest, WaitsSomeSecondsForWhoeverTidiesUp) {
+  quarantined("home/a");
+  const QuarantinedFile listed = only();
+  const std::string folder = quarantine + "/.vantrel-records";
+  const UniqueFd tidier(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_EQ(flock(tidier.get(), LOCK_EX | LOCK_NB), 0);
+  PassingClock patient;
+  patient.atSleep = [&tidier, &patient](int) {
+    if (patient.slept >= std::chrono::seconds(3)) {
+      flock(tidier.get(), LOCK_UN);
+    }
+  };
+  const QuarantineStore waiting(quarantine, patient, {});
+  EXPECT_EQ(waiting.noteCheck(listed, QuarantineRecord::Check::clean, "", {}).reason, Reason::done);
+}
+
+// Its lock is taken once more after some hundreds, which fails here: the rest is for another time.
+TEST_F(QuarantineStoreTest, LetsGoNowAndThenWhileItTidiesUp) {
+  for (int i = 0; i < 500; ++i) {
+    quarantined("home/" + std::to_string(i));
+    fs::remove(quarantine + "/" + std::to_string(i));
+  }
+  OpenQuarantine open(quarantine);
+  ASSERT_TRUE(open.records.startTidying());
+  withFailingSystemCall(SYS_flock, EWOULDBLOCK, [&open] { tidyUp(open, {}); });
+  EXPECT_GT(records(), 200U);
+  EXPECT_LT(records(), 500U);
+  store.list();
+  EXPECT_EQ(records(), 0U);
 }
 
 struct Failure {
