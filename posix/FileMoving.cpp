@@ -18,6 +18,25 @@ namespace {
 constexpr std::size_t randomBytes = 12;
 constexpr std::string_view letters = "abcdefghijklmnop";
 
+bool isSameFile(int folder, const std::string& name, int otherFolder, const std::string& other) {
+  struct stat here = {};
+  struct stat there = {};
+  return fstatat(folder, name.c_str(), &here, AT_SYMLINK_NOFOLLOW) == 0 &&
+         fstatat(otherFolder, other.c_str(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
+         here.st_dev == there.st_dev && here.st_ino == there.st_ino;
+}
+
+// Takes the first of two names of a file, if it is still one. Returns 0 or an errno, and then the
+// file has no second.
+int endFirstName(int fromFolder, const std::string& from, int toFolder, const std::string& to) {
+  if (!isSameFile(fromFolder, from, toFolder, to) || unlinkat(fromFolder, from.c_str(), 0) == 0) {
+    return 0;
+  }
+  const int error = errno;
+  unlinkat(toFolder, to.c_str(), 0);
+  return error;
+}
+
 }  // namespace
 
 int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
@@ -26,6 +45,12 @@ int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder
     return 0;
   }
   if (errno != EINVAL && errno != ENOSYS) {
+    return errno;
+  }
+  if (linkat(fromFolder, from.c_str(), toFolder, to.c_str(), 0) == 0) {
+    return endFirstName(fromFolder, from, toFolder, to);
+  }
+  if (errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS && errno != EMLINK) {
     return errno;
   }
   struct stat taken = {};

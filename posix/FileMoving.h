@@ -6,9 +6,10 @@
 
 namespace quillo {
 
-// Renames without replacing anything, in one step where the file system can (renameat2(2)), else in
-// two. Returns 0 or an errno: EEXIST when the name is taken, EXDEV when it lies on another file
-// system. Any thread, as all below.
+// Renames without replacing anything, in one step where the file system can (renameat2(2)), else by
+// a second name and the end of the first. Only where there are no second names either could
+// something that comes in between be replaced. Returns 0 or an errno: EEXIST when the name is
+// taken, EXDEV when it lies on another file system. Any thread, as all below.
 int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
                            const std::string& to);
 // Copies all of an open file to where `target` stands, without moving the place of `source`, which
