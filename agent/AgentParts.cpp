@@ -96,7 +96,7 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       quarantineRecheck(
           {given.clock, desktop.localizedStrings, notifications, desktop.systemLog, given.threads,
            [this] { return services.preferences.value(key::quarantineFolder).value_or(""); },
-           [this] { return preferences.settings()->clamScanPATH.value_or(""); }}),
+           [this] { return preferences.settings()->clamScanPATH.value_or(""); }, &runningScanners}),
       health({given.clock, desktop.systemLog, statusBoard,
               [this] {
                 const LoadedDefinitions loaded = clamdLink.loadedDefinitions();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "platform/SystemLog.h"
 #include "posix/ThreadStarter.h"
 #include "quarantine/QuarantineCheck.h"
+#include "scanning/EngineRun.h"
 
 namespace quillo {
 QuarantineRecheck::QuarantineRecheck(QuarantineRecheckServices services)
@@ -61,7 +63,13 @@ bool QuarantineRecheck::check(QuarantineRecord::Time built) {
   if (files.empty() || scanner.empty()) {
     return files.empty();
   }
-  const QuarantineCheckResult result = checkQuarantine(store, scanner, files, built);
+  QuarantineCheckCare care;
+  if (services_.runningScanners) {
+    care.hold = [this](ChildProcess& child) {
+      return std::make_shared<RunningScanners::Entry>(*services_.runningScanners, child);
+    };
+  }
+  const QuarantineCheckResult result = checkQuarantine(store, scanner, files, built, care);
   if (!result.problem.empty()) {
     services_.systemLog.log("Quarantine: checking again failed: " + result.problem);
     return false;

@@ -12,6 +12,7 @@ namespace quillo {
 struct LoadedDefinitions;
 class LocalizedStrings;
 class Notifier;
+class RunningScanners;
 class SystemLog;
 class ThreadStarter;
 
@@ -24,6 +25,7 @@ struct QuarantineRecheckServices {
   ThreadStarter& threads;
   std::function<std::string()> quarantineFolder;  // returns "" where there is none
   std::function<std::string()> scanner;           // the tree's own; "" while it is not known
+  RunningScanners* runningScanners = nullptr;     // told of each, where there is one
 };
 
 // Has what lies in the quarantine scanned again whenever the daemon has newer definitions, and

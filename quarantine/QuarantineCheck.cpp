@@ -1,6 +1,8 @@
 #include "quarantine/QuarantineCheck.h"
 
+#include <sys/epoll.h>
 #include <sys/mman.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,6 +37,87 @@ UniqueFd listInMemory(const QuarantineStore& store, const std::vector<Quarantine
   return list;
 }
 
+// Ends a scanner that says nothing for too long, first by a request. epoll(7), timerfd_create(2).
+class SilenceLimit {
+ public:
+  // `channel` is read besides, by `drain`.
+  SilenceLimit(ChildProcess& scanner, std::chrono::milliseconds longest, int channel,
+               std::function<bool()> drain)
+      : scanner_(scanner),
+        longest_(longest),
+        channel_(channel),
+        drain_(std::move(drain)),
+        timer_(timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK)),
+        events_(epoll_create1(EPOLL_CLOEXEC)) {
+    watch(timer_.get());
+    watch(channel_);
+    beginAnew();
+  }
+
+  void beginAnew() {
+    if (!hasEnded_) {
+      setTimer(longest_);
+    }
+  }
+  bool hasEnded() const { return hasEnded_; }
+  ReadBesides besides() {
+    return {events_.get(), [this] { return look(); }};
+  }
+
+ private:
+  static constexpr std::chrono::milliseconds forItsEnd{5000};
+
+  void watch(int descriptor) {
+    epoll_event event = {};
+    event.events = EPOLLIN;
+    event.data.fd = descriptor;
+    if (descriptor >= 0) {
+      epoll_ctl(events_.get(), EPOLL_CTL_ADD, descriptor, &event);
+    }
+  }
+
+  void setTimer(std::chrono::milliseconds length) {
+    itimerspec time = {};
+    time.it_value.tv_sec = length.count() / 1000;
+    time.it_value.tv_nsec = length.count() % 1000 * 1000000;
+    timerfd_settime(timer_.get(), 0, &time, nullptr);
+  }
+
+  bool look() {
+    epoll_event event = {};
+    while (epoll_wait(events_.get(), &event, 1, 0) == 1) {
+      if (event.data.fd == timer_.get()) {
+        end();
+        break;
+      }
+      beginAnew();
+      if (!drain_()) {
+        epoll_ctl(events_.get(), EPOLL_CTL_DEL, channel_, nullptr);
+      }
+    }
+    return true;
+  }
+
+  void end() {
+    if (hasEnded_) {
+      scanner_.endAtOnce();
+      setTimer(std::chrono::milliseconds());
+    } else {
+      hasEnded_ = true;
+      scanner_.terminate();
+      setTimer(forItsEnd);
+    }
+  }
+
+  ChildProcess& scanner_;
+  const std::chrono::milliseconds longest_;
+  const int channel_;
+  const std::function<bool()> drain_;
+  const UniqueFd timer_;
+  const UniqueFd events_;
+  bool hasEnded_ = false;
+};
+
 // Reads the report and keeps what it says of each file.
 class Reading {
  public:
@@ -46,7 +129,7 @@ class Reading {
     }
   }
 
-  void run(const std::string& scanner, int list) {
+  void run(const std::string& scanner, int list, const QuarantineCheckCare& care) {
     LaunchRequest request{scanner,
                           {"--file-list=/dev/fd/3", "--multiscan", "--stdout", "--no-summary"}};
     request.descriptorThree = list;
@@ -56,12 +139,22 @@ class Reading {
       request.environment = environmentWith(verdictChannelVariable, "4");
     }
     ChildProcess child(request);
-    ReadBesides besides;
+    const std::shared_ptr<void> held = care.hold ? care.hold(child) : nullptr;
     if (verdicts_) {
       verdicts_->letGo();
-      besides = {verdicts_->descriptor(), [this] { return verdicts_->drain(); }};
     }
-    child.waitUntilExit([this](std::string_view chunk) { return take(chunk); }, besides);
+    SilenceLimit limit(child, care.longestSilence, verdicts_ ? verdicts_->descriptor() : -1,
+                       [this] { return verdicts_->drain(); });
+    child.waitUntilExit(
+        [this, &limit](std::string_view chunk) {
+          limit.beginAnew();
+          return take(chunk);
+        },
+        limit.besides());
+    if (limit.hasEnded()) {
+      throw PlatformException(PlatformException::Kind::failed, "ScannerSilence",
+                              "the scanner said nothing any more and was ended");
+    }
     while (take(child.availableData())) {
     }
     takeLine(pending_);
@@ -123,13 +216,14 @@ std::size_t QuarantineCheckResult::count(QuarantineRecord::Check check) const {
 
 QuarantineCheckResult checkQuarantine(const QuarantineStore& store, const std::string& scanner,
                                       const std::vector<QuarantinedFile>& files,
-                                      QuarantineRecord::Time definitions) {
+                                      QuarantineRecord::Time definitions,
+                                      const QuarantineCheckCare& care) {
   Reading reading(store, files);
   std::string problem;
   if (!files.empty()) {
     try {
       const UniqueFd list = listInMemory(store, files);
-      reading.run(scanner, list.get());
+      reading.run(scanner, list.get(), care);
     } catch (const PlatformException& failure) {
       problem = failure.reason();
     }

@@ -8,6 +8,7 @@
 #include "platform/Notifier.h"
 #include "posix/PathOpening.h"
 #include "quarantine/QuarantineCheck.h"
+#include "scanning/EngineRun.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/fakes/engine/SessionClamd.h"
@@ -92,6 +93,28 @@ TEST_F(QuarantineChecks, SayThatThereIsNoScanner) {
   quarantined("a", "clean");
   const auto result = checkQuarantine(store, scratch.at("none"), store.list().files, {});
   EXPECT_EQ(result.problem, "launch path not accessible");
+  EXPECT_EQ(checkOf("a"), Check::never);
+}
+
+// One that is stuck with a file.
+TEST_F(QuarantineChecks, EndAScannerThatSaysNothingAnyMore) {
+  quarantined("a", "clean");
+  const std::string stuck = scratch.write("stuck", "#!/bin/sh\nexec sleep 1000\n", 0755);
+  QuarantineCheckCare care;
+  care.longestSilence = std::chrono::milliseconds(50);
+  const auto result = checkQuarantine(store, stuck, store.list().files, {}, care);
+  EXPECT_EQ(result.problem, "the scanner said nothing any more and was ended");
+  EXPECT_EQ(checkOf("a"), Check::never);
+}
+
+TEST_F(QuarantineChecks, EndWithTheAgent) {
+  quarantined("a", "clean");
+  const std::string stuck = scratch.write("stuck", "#!/bin/sh\nexec sleep 1000\n", 0755);
+  RunningScanners running;
+  running.endAllForGood();
+  QuarantineRecheck ofAnEnd({clock, strings, notices, log, threads, [this] { return folder; },
+                             [&stuck] { return stuck; }, &running});
+  EXPECT_FALSE(ofAnEnd.check(*loaded(5).built));
   EXPECT_EQ(checkOf("a"), Check::never);
 }
 
