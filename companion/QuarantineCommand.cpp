@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
@@ -135,14 +136,33 @@ Json jsonOf(const QuarantinedFile& file, const QuarantineStore& store) {
   return json;
 }
 
-bool isMeant(const std::string& word, const QuarantinedFile& file, const QuarantineStore& store) {
+// How a word may name a file: as it is, or as it is reported.
+enum class Spelling { exact, reported };
+
+bool isMeant(const std::string& word, const QuarantinedFile& file, const QuarantineStore& store,
+             Spelling spelling) {
   for (const std::string& name :
        {file.name, store.pathOf(file), file.knowsOrigin() ? file.record.origin : std::string()}) {
-    if (!name.empty() && (word == name || word == reportedText(name))) {
+    if (!name.empty() && word == (spelling == Spelling::exact ? name : reportedText(name))) {
       return true;
     }
   }
   return false;
+}
+
+// By the reported spelling only where there is no such name: another file may bear it as its own.
+std::vector<QuarantinedFile> meantBy(const std::string& word,
+                                     const std::vector<QuarantinedFile>& files,
+                                     const QuarantineStore& store) {
+  std::vector<QuarantinedFile> meant;
+  for (const Spelling spelling : {Spelling::exact, Spelling::reported}) {
+    std::copy_if(files.begin(), files.end(), std::back_inserter(meant),
+                 [&](const QuarantinedFile& file) { return isMeant(word, file, store, spelling); });
+    if (!meant.empty()) {
+      break;
+    }
+  }
+  return meant;
 }
 
 // One call of the command.
@@ -176,32 +196,45 @@ class Run {
   }
 
  private:
-  // What no word means is an outcome like any other.
+  // What no word means is an outcome like any other, and so is what several could be meant by: one
+  // of them might be gone for good.
   std::vector<QuarantinedFile> chosenOf(const std::vector<QuarantinedFile>& files) {
     if (asked_.files.empty()) {
       return files;
     }
     std::vector<QuarantinedFile> chosen;
     for (const std::string& word : asked_.files) {
-      bool isThere = false;
-      for (const QuarantinedFile& file : files) {
-        if (isMeant(word, file, store_)) {
-          isThere = true;
-          const bool isTwice = std::any_of(
-              chosen.begin(), chosen.end(),
-              [&file](const QuarantinedFile& other) { return other.name == file.name; });
-          if (!isTwice) {
-            chosen.push_back(file);
-          }
-        }
+      const std::vector<QuarantinedFile> meant = meantBy(word, files, store_);
+      const bool isFinal = asked_.action == Action::restore || asked_.action == Action::remove;
+      if (meant.empty() || (isFinal && meant.size() > 1)) {
+        refuse(word, meant);
+        continue;
       }
-      if (!isThere) {
-        status_ = statusSomeNot;
-        report({{"name", reportedText(word)}, {"outcome", "gone"}}, word, words_.text("NOT_THERE"),
-               false);
+      for (const QuarantinedFile& file : meant) {
+        const bool isTwice =
+            std::any_of(chosen.begin(), chosen.end(),
+                        [&file](const QuarantinedFile& other) { return other.name == file.name; });
+        if (!isTwice) {
+          chosen.push_back(file);
+        }
       }
     }
     return chosen;
+  }
+
+  void refuse(const std::string& word, const std::vector<QuarantinedFile>& meant) {
+    status_ = statusSomeNot;
+    if (meant.empty()) {
+      report({{"name", reportedText(word)}, {"outcome", "gone"}}, word, words_.text("NOT_THERE"),
+             false);
+      return;
+    }
+    std::string names;
+    for (const QuarantinedFile& file : meant) {
+      names += (names.empty() ? "" : ", ") + reportedText(file.name);
+    }
+    report({{"name", reportedText(word)}, {"outcome", "ambiguous"}}, word,
+           Wording{"QUARANTINE_SEVERAL_MEANT", {names}}.in(services_.localizedStrings), false);
   }
 
   void act(const std::vector<QuarantinedFile>& files) {

@@ -99,6 +99,31 @@ TEST_F(QuarantineCommandTest, DeletesWhatIsNamedAndNothingElse) {
   EXPECT_FALSE(TemporaryFolder::exists(folder + "/--all"));
 }
 
+// A name may be what another one is reported as.
+TEST_F(QuarantineCommandTest, DeletesOfTwoNamesTheOneThatWasSaid) {
+  quarantined("home/a\xff");
+  quarantined("home/" + reportedText("a\xff"));
+  EXPECT_EQ(run({"delete", reportedText("a\xff")}), 0);
+  EXPECT_TRUE(TemporaryFolder::exists(folder + "/a\xff"));
+  EXPECT_FALSE(TemporaryFolder::exists(folder + "/" + reportedText("a\xff")));
+  EXPECT_EQ(run({"delete", reportedText("a\xff")}), 0);
+  EXPECT_FALSE(TemporaryFolder::exists(folder + "/a\xff"));
+}
+
+TEST_F(QuarantineCommandTest, TakesNoWordThatMeansSeveralForOneOfThem) {
+  const std::string path = quarantined("home/a", "first");
+  quarantined("home/a", "second");
+  for (const char* const action : {"delete", "restore"}) {
+    EXPECT_EQ(run({action, "--json", path}), 1);
+    EXPECT_EQ(document()["files"][0]["outcome"], "ambiguous");
+  }
+  EXPECT_FALSE(TemporaryFolder::exists(path));
+  EXPECT_EQ(run({"list", "--json", path}), 0);
+  EXPECT_EQ(document()["files"].size(), 2U);
+  EXPECT_EQ(run({"delete", "a.001"}), 0);
+  EXPECT_EQ(run({"restore", path}), 0);
+}
+
 TEST_F(QuarantineCommandTest, ChecksAgain) {
   quarantined("home/a");
   quarantined("home/b");
