@@ -159,7 +159,7 @@ void PutBackFiles::unlist(std::uint64_t key, Entries::iterator entry) {
 void PutBackFiles::drop(Entries::iterator entry) {
   unlist(keyOf(entry->print.identity), entry);
   unlist(keyOf(entry->path), entry);
-  entries_.erase(entry);
+  listOf(entry->kind).erase(entry);
 }
 
 void PutBackFiles::remember(Entry entry) {
@@ -173,11 +173,12 @@ void PutBackFiles::remember(Entry entry) {
       break;
     }
   }
-  if (entries_.size() == most) {
-    drop(entries_.begin());
+  if (known() == most) {
+    drop(entries_.empty() ? allowed_.begin() : entries_.begin());
   }
-  entries_.push_back(std::move(entry));
-  const auto latest = std::prev(entries_.end());
+  Entries& list = listOf(entry.kind);
+  list.push_back(std::move(entry));
+  const auto latest = std::prev(list.end());
   byKey_.emplace(key, latest);
   if (latest->kind != Kind::file) {
     byKey_.emplace(keyOf(latest->path), latest);
@@ -186,6 +187,7 @@ void PutBackFiles::remember(Entry entry) {
 
 void PutBackFiles::forgetAll() {
   byKey_.clear();
+  allowed_.clear();
   entries_.clear();
   device_ = number_ = 0;
   read_ = 0;
@@ -374,7 +376,7 @@ std::string PutBackFiles::keep(const Entry& entry) {
 }
 
 bool PutBackFiles::canGrow() const {
-  return lines_ > 0 && lines_ < 2 * entries_.size() + fewLines && read_ < longestStore;
+  return lines_ > 0 && lines_ < 2 * known() + fewLines && read_ < longestStore;
 }
 
 std::string PutBackFiles::append(int file, const Entry& entry) {
@@ -397,8 +399,10 @@ std::string PutBackFiles::append(int file, const Entry& entry) {
 // when another process has made one meanwhile.
 bool PutBackFiles::writeAnew(bool replaces, std::string& problem) {
   std::string contents = std::string(header) + "\n";
-  for (const Entry& entry : entries_) {
-    contents += lineOf(entry);
+  for (const Entries* list : {&allowed_, &entries_}) {
+    for (const Entry& entry : *list) {
+      contents += lineOf(entry);
+    }
   }
   makeFolders(folder_);
   const std::string path = folder_ + fileName;

@@ -34,7 +34,7 @@ struct FilePrint {
 // user was shown and that then left their places (moved to the trash, into the quarantine, or by
 // anybody), for one that lies there again unchanged was put back on purpose; and those that he
 // allowed in so many words. They are kept in a file that only this user can read, at most so many,
-// and of more the latest.
+// and of more the latest; what was allowed goes last.
 //
 // The file is a line "vantrel-quillo put-back 1" and then a line an entry. Several processes use
 // it: who adds holds a lock on it (flock(2)) and appends, or puts a new one in its place when half
@@ -75,6 +75,10 @@ class PutBackFiles {
     FilePrint print;
   };
   using Entries = std::list<Entry>;
+  Entries& listOf(Kind kind) QUILLO_REQUIRES(lock_) {
+    return kind == Kind::allowed ? allowed_ : entries_;
+  }
+  std::size_t known() const QUILLO_REQUIRES(lock_) { return allowed_.size() + entries_.size(); }
 
   // Returns what keep() does.
   std::string add(Entry entry);
@@ -103,7 +107,8 @@ class PutBackFiles {
   SystemLog& log_;
   Clock& clock_;
   Mutex lock_;
-  // The latest last.
+  // The latest last, in each.
+  Entries allowed_ QUILLO_GUARDED_BY(lock_);
   Entries entries_ QUILLO_GUARDED_BY(lock_);
   // By the file, and by the path where that counts.
   std::unordered_multimap<std::uint64_t, Entries::iterator> byKey_ QUILLO_GUARDED_BY(lock_);

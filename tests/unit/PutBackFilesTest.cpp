@@ -237,6 +237,15 @@ TEST_F(PutBackFilesTest, AllowALargeFileByWhatItHolds) {
   EXPECT_TRUE(files.isPutBack(find(path))) << "another number on another file system";
 }
 
+TEST_F(PutBackFilesTest, KeepWhatWasAllowedLongerThanWhatCameBack) {
+  files.allow(path);
+  for (std::size_t i = 0; i < PutBackFiles::most; ++i) {
+    files.hasLeft(find("/" + std::to_string(i)), FilePrint{{1, i, 1, 1, 1}, ""});
+  }
+  EXPECT_TRUE(files.isPutBack(find(path)));
+  EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(path)));
+}
+
 TEST_F(PutBackFilesTest, AllowNothingWhereThereIsNoFile) {
   EXPECT_FALSE(files.allow(folder.at("none")));
   EXPECT_FALSE(TemporaryFolder::exists(store()));
