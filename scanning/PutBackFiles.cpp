@@ -26,7 +26,6 @@ namespace {
 
 constexpr char fileName[] = "/put-back";
 constexpr char header[] = "vantrel-quillo put-back 1";
-constexpr std::int64_t longestHashed = 64LL * 1024 * 1024;
 // Far beyond what is ever written.
 constexpr std::int64_t longestStore = 64LL * 1024 * 1024;
 // So many lines more than twice those that count are not worth a new file.
@@ -54,11 +53,6 @@ bool areOnTwoFileSystems(const std::string& folder, const std::string& other) {
   struct stat there = {};
   return stat(folder.c_str(), &here) == 0 && stat(other.c_str(), &there) == 0 &&
          here.st_dev != there.st_dev;
-}
-
-bool isHash(std::string_view text) {
-  return text.empty() ||
-         (text.size() == 64 && text.find_first_not_of("0123456789abcdef") == std::string::npos);
 }
 
 // The file itself, and what this user alone can have written.
@@ -90,24 +84,6 @@ std::uint64_t keyOf(const FileIdentity& identity) {
 std::uint64_t keyOf(const std::string& path) { return std::hash<std::string>()(path); }
 
 }  // namespace
-
-std::optional<FilePrint> FilePrint::of(const std::string& path, Hash hashed) {
-  const auto before = FileIdentity::at(path);
-  if (!before) {
-    return std::nullopt;
-  }
-  FilePrint print{*before, ""};
-  if (hashed == Hash::always || before->size <= longestHashed) {
-    const UniqueFd file(
-        open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    const auto hash = file ? sha256OfFile(file.get(), before->size) : std::nullopt;
-    if (!hash || FileIdentity::at(path) != before) {
-      return std::nullopt;
-    }
-    print.hash = *hash;
-  }
-  return print;
-}
 
 PutBackFiles::PutBackFiles(std::string folder, SystemLog& log, Clock& clock)
     : folder_(std::move(folder)), log_(log), clock_(clock) {}
@@ -245,50 +221,6 @@ bool PutBackFiles::isPutBack(const Verdict& infection) {
          std::find(hashes.begin(), hashes.end(), print->hash) != hashes.end();
 }
 
-// Fields with a tab between them; no name holds one in its reported spelling.
-std::string PutBackFiles::lineOf(const Entry& entry) {
-  const FileIdentity& identity = entry.print.identity;
-  std::string line = entry.kind == Kind::copy      ? "copy"
-                     : entry.kind == Kind::allowed ? "allowed"
-                                                   : "file";
-  for (const auto number : {identity.device, identity.number}) {
-    line += "\t" + std::to_string(number);
-  }
-  for (const auto number : {identity.made, identity.changed, identity.size}) {
-    line += "\t" + std::to_string(number);
-  }
-  return line + "\t" + entry.print.hash + "\t" + reportedText(entry.threat) + "\t" +
-         reportedText(entry.path) + "\n";
-}
-
-std::optional<PutBackFiles::Entry> PutBackFiles::entryOf(std::string_view line) {
-  const std::vector<std::string_view> fields = split(line, '\t');
-  if (fields.size() != 9 || !isHash(fields[6])) {
-    return std::nullopt;
-  }
-  const bool isAllowed = fields[0] == "allowed";
-  if (!isAllowed && fields[0] != "copy" && fields[0] != "file") {
-    return std::nullopt;
-  }
-  const auto device = numberIn<std::uint64_t>(fields[1]);
-  const auto number = numberIn<std::uint64_t>(fields[2]);
-  const auto made = numberIn<std::int64_t>(fields[3]);
-  const auto changed = numberIn<std::int64_t>(fields[4]);
-  const auto size = numberIn<std::int64_t>(fields[5]);
-  if (!device || !number || !made || !changed || !size) {
-    return std::nullopt;
-  }
-  Entry entry{isAllowed             ? Kind::allowed
-              : fields[0] == "copy" ? Kind::copy
-                                    : Kind::file,
-              bytesOfReported(fields[8]),
-              bytesOfReported(fields[7]),
-              {}};
-  entry.print.identity = {*device, *number, *made, *changed, *size};
-  entry.print.hash = fields[6];
-  return entry;
-}
-
 void PutBackFiles::refresh() {
   const std::string path = folder_ + fileName;
   struct stat status = {};
@@ -325,7 +257,7 @@ void PutBackFiles::readOn(int file, std::int64_t size) {
       return;
     }
     ++lines_;
-    if (auto entry = entryOf(line)) {
+    if (auto entry = Entry::parse(line)) {
       remember(std::move(*entry));
     }
     rest.remove_prefix(end + 1);
@@ -385,9 +317,9 @@ std::string PutBackFiles::append(int file, const Entry& entry) {
   const bool endsInHalfALine = fstat(file, &status) == 0 && status.st_size > read_;
   std::string lines = endsInHalfALine ? "\n" : "";
   for (const Entry& unkept : unkept_) {
-    lines += lineOf(unkept);
+    lines += unkept.line();
   }
-  if (!writeAll(file, lines + lineOf(entry))) {
+  if (!writeAll(file, lines + entry.line())) {
     return folder_ + fileName + " cannot be written: " + std::strerror(errno);
   }
   unkept_.clear();
@@ -401,7 +333,7 @@ bool PutBackFiles::writeAnew(bool replaces, std::string& problem) {
   std::string contents = std::string(header) + "\n";
   for (const Entries* list : {&allowed_, &entries_}) {
     for (const Entry& entry : *list) {
-      contents += lineOf(entry);
+      contents += entry.line();
     }
   }
   makeFolders(folder_);

@@ -2,33 +2,19 @@
 
 #include <cstdint>
 #include <list>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "clamav/Verdict.h"
-#include "posix/FileIdentity.h"
 #include "posix/Mutex.h"
 #include "posix/UniqueFd.h"
+#include "scanning/PutBackEntry.h"
 
 namespace quillo {
 
 class Clock;
 class SystemLog;
-
-// A file and what it holds, so that it is known again in another place.
-struct FilePrint {
-  FileIdentity identity;
-  std::string hash;  // of its contents, SHA-256; "" when it is too large for that
-
-  // Takes it of the regular file itself that bears that name. Returns nothing when there is none,
-  // when it cannot be read, or when it changes meanwhile. `Hash::always` is taken of a large file
-  // too. Any thread.
-  enum class Hash { unlessLarge, always };
-  static std::optional<FilePrint> of(const std::string& path, Hash hash = Hash::unlessLarge);
-};
 
 // The infected files that are to be left alone as long as they are what they are: those that the
 // user was shown and that then left their places (moved to the trash, into the quarantine, or by
@@ -63,17 +49,8 @@ class PutBackFiles {
   bool isPutBack(const Verdict& infection);
 
  private:
-  enum class Kind {
-    file,
-    copy,    // copied when it was moved: the time of its contents is that of the move
-    allowed  // whatever is found in it
-  };
-  struct Entry {
-    Kind kind = Kind::file;
-    std::string path;  // where it was found, or is to lie
-    std::string threat;
-    FilePrint print;
-  };
+  using Kind = PutBackEntry::Kind;
+  using Entry = PutBackEntry;
   using Entries = std::list<Entry>;
   Entries& listOf(Kind kind) QUILLO_REQUIRES(lock_) {
     return kind == Kind::allowed ? allowed_ : entries_;
@@ -99,8 +76,6 @@ class PutBackFiles {
   std::vector<std::string> hashesOf(const Verdict& infection, const FileIdentity& now)
       QUILLO_REQUIRES(lock_);
   static bool isOf(const Entry& entry, const Verdict& infection, const FileIdentity& now);
-  static std::string lineOf(const Entry& entry);
-  static std::optional<Entry> entryOf(std::string_view line);
 
   // Constant after construction.
   const std::string folder_;

@@ -1,21 +1,12 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
 #include <filesystem>
 #include <fstream>
 
-#include "posix/PathOpening.h"
-#include "quarantine/OpenQuarantine.h"
-#include "quarantine/QuarantineStore.h"
-#include "quarantine/RecordFolder.h"
-#include "quarantine/Tidying.h"
-#include "tests/support/ManualClock.h"
+#include "tests/fakes/scanning/QuarantineStoreFixture.h"
 #include "tests/support/SystemCalls.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tools/clamdscan/MoveFolder.h"
 
 namespace quillo {
 namespace {
@@ -25,62 +16,7 @@ using Origin = QuarantinedFile::Origin;
 using Problem = QuarantineStore::FolderProblem;
 using Reason = QuarantineOutcome::Reason;
 
-class QuarantineStoreTest : public testing::Test {
- protected:
-  // As the scanner does it.
-  void moveIn(const std::string& path, const std::string& where = "") {
-    wrapper::MoveFolder folder(clock, wrapper::DesktopTrash("", ""));
-    ASSERT_EQ(folder.open(where.empty() ? quarantine : where), "");
-    ASSERT_TRUE(folder.move(path, openPath(path, O_RDONLY).get(), "Eicar").moved);
-  }
-  std::string quarantined(const std::string& name, const std::string& contents = "bad") {
-    const std::string path = scratch.write(name, contents);
-    moveIn(path);
-    return path;
-  }
-  QuarantinedFile only() const {
-    const auto listing = store.list();
-    EXPECT_EQ(listing.files.size(), 1U);
-    return listing.files.empty() ? QuarantinedFile() : listing.files.front();
-  }
-  Reason restored(const QuarantineStore::Target& target = {}) const {
-    return store.restore(only(), target).reason;
-  }
-  void setTime(const std::string& path, time_t seconds) const {
-    const timespec times[] = {{seconds, 5}, {seconds, 7}};
-    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
-  }
-  struct stat statusOf(const std::string& path) const {
-    struct stat status = {};
-    EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
-    return status;
-  }
-  std::string recordOf(const std::string& name) const {
-    return quarantine + "/.vantrel-records/" + RecordFolder::entryFor(name);
-  }
-  std::size_t records() const {
-    return static_cast<std::size_t>(std::distance(
-        fs::directory_iterator(quarantine + "/.vantrel-records"), fs::directory_iterator()));
-  }
-
-  TemporaryFolder scratch;
-  const std::string quarantine = scratch.makeFolder("q");
-  ManualClock clock;
-  std::vector<std::string> allowed;
-  QuarantineStore store{
-      quarantine, clock,
-      [this](const std::string& path, const FileIdentity& file, const std::string& hash) {
-        allowed.push_back(path + " " + std::to_string(file.size) + " " + hash.substr(0, 8));
-        allowedFile = file;
-        if (beforeItLeaves) {
-          beforeItLeaves();
-        }
-        return notAllowed;
-      }};
-  FileIdentity allowedFile;
-  std::string notAllowed;
-  std::function<void()> beforeItLeaves;
-};
+class QuarantineStoreTest : public testing::Test, protected QuarantineStoreFixture {};
 
 TEST_F(QuarantineStoreTest, ListsWhatWasMovedThere) {
   const std::string path = quarantined("home/a");
@@ -255,19 +191,6 @@ TEST_F(QuarantineStoreTest, BelievesNoRecordOfAnotherFileOfTheSameSize) {
   EXPECT_EQ(records(), 0U);
 }
 
-TEST_F(QuarantineStoreTest, PutsAFileElsewhereOfWhichNoHashWasKept) {
-  const std::string path = scratch.write("home/a", std::string(200, 'x'));
-  wrapper::MoveFolder folder(clock, wrapper::DesktopTrash("", ""));
-  folder.open(quarantine);
-  ASSERT_TRUE(folder.move(path, openPath(path, O_RDONLY).get(), "Eicar", 100).moved);
-  fs::copy(quarantine + "/a", scratch.at("copy"));
-  fs::rename(scratch.at("copy"), quarantine + "/a");
-  EXPECT_EQ(restored(), Reason::originUnknown);
-  EXPECT_EQ(restored({scratch.makeFolder("away"), false}), Reason::done);
-  EXPECT_EQ(allowed.back().substr(allowed.back().size() - 8),
-            sha256Of(std::string(200, 'x')).substr(0, 8));
-}
-
 TEST_F(QuarantineStoreTest, SaysThatARecordIsDamagedAndLosesNothing) {
   quarantined("home/a");
   fs::resize_file(recordOf("a"), 40);
@@ -275,47 +198,6 @@ TEST_F(QuarantineStoreTest, SaysThatARecordIsDamagedAndLosesNothing) {
   EXPECT_EQ(restored(), Reason::recordDamaged);
   EXPECT_EQ(restored({scratch.makeFolder("away"), false}), Reason::done);
   EXPECT_EQ(TemporaryFolder::read(scratch.at("away/a")), "bad");
-}
-
-TEST_F(QuarantineStoreTest, ChangesNoRecordThatItCannotRead) {
-  quarantined("home/a");
-  const std::string ofAnotherVersion =
-      "vantrel-quarantine 2\n" + TemporaryFolder::read(recordOf("a"));
-  std::ofstream(recordOf("a")) << ofAnotherVersion;
-  EXPECT_EQ(store.noteCheck(only(), QuarantineRecord::Check::clean, "", {}).reason,
-            Reason::recordDamaged);
-  EXPECT_EQ(TemporaryFolder::read(recordOf("a")), ofAnotherVersion);
-  const std::string away = scratch.makeFolder("away");
-  notAllowed = "no room";
-  EXPECT_EQ(restored({away, false}), Reason::notAllowed);
-  EXPECT_EQ(TemporaryFolder::read(recordOf("a")), ofAnotherVersion);
-  EXPECT_EQ(records(), 1U);
-  notAllowed = "";
-  EXPECT_EQ(restored({away, false}), Reason::done);
-  EXPECT_EQ(records(), 0U);
-}
-
-TEST_F(QuarantineStoreTest, BringsARecordBackThatWasSetAsideWhenItEnded) {
-  quarantined("home/a");
-  const std::string contents = TemporaryFolder::read(recordOf("a"));
-  fs::rename(recordOf("a"), recordOf("a") + ".aside");
-  EXPECT_EQ(only().origin, Origin::known);
-  EXPECT_EQ(TemporaryFolder::read(recordOf("a")), contents);
-}
-
-TEST_F(QuarantineStoreTest, ForgetsNothingOfAFileThatADiskDoesNotShow) {
-  for (const auto state : {QuarantineRecord::State::moving, QuarantineRecord::State::restoring}) {
-    quarantined("home/a");
-    QuarantineRecord record = only().record;
-    record.state = state;
-    record.target = "/none";
-    std::ofstream(recordOf("a")) << record.text();
-    for (const int call : {SYS_statx, SYS_newfstatat}) {
-      withFailingSystemCall(call, EIO, [this] { store.list(); });
-    }
-    EXPECT_EQ(only().origin, Origin::known);
-    EXPECT_EQ(restored(), Reason::done);
-  }
 }
 
 TEST_F(QuarantineStoreTest, BelievesNoRecordThatOthersCanWriteOrThatIsALink) {
@@ -399,85 +281,6 @@ TEST_F(QuarantineStoreTest, AllowsAFileThatStays) {
   EXPECT_EQ(store.allow(only()).reason, Reason::done);
   EXPECT_EQ(allowed, std::vector<std::string>{path + " 3 " + sha256Of("bad").substr(0, 8)});
   EXPECT_EQ(only().name, "a");
-}
-
-TEST_F(QuarantineStoreTest, LeavesAFileThatWouldBeTakenAgainAtOnce) {
-  const TemporaryFolder elsewhere("/dev/shm");
-  notAllowed = "no room";
-  for (const std::string& folder : {scratch.path(), elsewhere.path()}) {
-    const std::string path = folder + "/a";
-    std::ofstream(path) << "bad";
-    moveIn(path);
-    const auto outcome = store.restore(only(), {});
-    EXPECT_EQ(outcome.reason, Reason::notAllowed);
-    EXPECT_EQ(outcome.detail, "no room");
-    EXPECT_FALSE(TemporaryFolder::exists(path));
-    EXPECT_EQ(only().origin, Origin::known);
-    EXPECT_EQ(store.allow(only()).reason, Reason::notAllowed);
-    EXPECT_EQ(store.remove(only()).reason, Reason::done);
-    EXPECT_TRUE(fs::is_empty(elsewhere.path()));
-  }
-}
-
-TEST_F(QuarantineStoreTest, TakesNoOtherFileThatCameToBearItsName) {
-  const TemporaryFolder elsewhere("/dev/shm");
-  for (const std::string& folder : {scratch.path(), elsewhere.path()}) {
-    const std::string path = folder + "/a";
-    std::ofstream(path) << "bad";
-    moveIn(path);
-    beforeItLeaves = [this] {
-      scratch.write("other", "another");
-      fs::rename(scratch.at("other"), quarantine + "/a");
-    };
-    EXPECT_EQ(restored(), Reason::changed);
-    EXPECT_EQ(TemporaryFolder::read(quarantine + "/a"), "another");
-    EXPECT_NE(TemporaryFolder::read(path), "another");
-    EXPECT_NE(only().origin, Origin::known);
-    fs::remove(quarantine + "/a");
-  }
-}
-
-TEST_F(QuarantineStoreTest, KnowsACopyForGoodOnceItHasBeenCompared) {
-  quarantined("home/a");
-  fs::copy(quarantine + "/a", scratch.at("copy"));
-  fs::rename(scratch.at("copy"), quarantine + "/a");
-  store.noteCheck(only(), QuarantineRecord::Check::infected, "", {});
-  EXPECT_EQ(only().origin, Origin::known);
-  scratch.write("other", "BAD");
-  fs::rename(scratch.at("other"), quarantine + "/a");
-  store.noteCheck(only(), QuarantineRecord::Check::infected, "", {});
-  EXPECT_EQ(only().origin, Origin::unverified);
-}
-
-TEST_F(QuarantineStoreTest, WaitsSomeSecondsForWhoeverTidiesUp) {
-  quarantined("home/a");
-  const QuarantinedFile listed = only();
-  const std::string folder = quarantine + "/.vantrel-records";
-  const UniqueFd tidier(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  ASSERT_EQ(flock(tidier.get(), LOCK_EX | LOCK_NB), 0);
-  PassingClock patient;
-  patient.atSleep = [&tidier, &patient](int) {
-    if (patient.slept >= std::chrono::seconds(3)) {
-      flock(tidier.get(), LOCK_UN);
-    }
-  };
-  const QuarantineStore waiting(quarantine, patient, {});
-  EXPECT_EQ(waiting.noteCheck(listed, QuarantineRecord::Check::clean, "", {}).reason, Reason::done);
-}
-
-// Its lock is taken once more after some hundreds, which fails here: the rest is for another time.
-TEST_F(QuarantineStoreTest, LetsGoNowAndThenWhileItTidiesUp) {
-  for (int i = 0; i < 500; ++i) {
-    quarantined("home/" + std::to_string(i));
-    fs::remove(quarantine + "/" + std::to_string(i));
-  }
-  OpenQuarantine open(quarantine);
-  ASSERT_TRUE(open.records.startTidying());
-  withFailingSystemCall(SYS_flock, EWOULDBLOCK, [&open] { tidyUp(open, {}); });
-  EXPECT_GT(records(), 200U);
-  EXPECT_LT(records(), 500U);
-  store.list();
-  EXPECT_EQ(records(), 0U);
 }
 
 struct Failure {
