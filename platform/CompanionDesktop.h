@@ -14,6 +14,7 @@ class PlannedScans;
 class PreferenceStore;
 class SystemLog;
 class TrashFolders;
+class VolumeChanges;
 class Volumes;
 class Workspace;
 
@@ -32,6 +33,7 @@ struct CompanionDesktop {
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   TrashFolders& trashFolders;
+  VolumeChanges& volumeChanges;
   Volumes& volumes;
   Workspace& workspace;
 };

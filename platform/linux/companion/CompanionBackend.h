@@ -55,6 +55,7 @@ class CompanionBackend {
   BusAgentLink agentLink{sessionBus, launcher, report};
   DesktopWorkspace workspace{sessionBus};
   LinuxTrashFolders trash;
+  LinuxVolumeChanges volumeChanges;
   LinuxVolumes volumes;
   SystemdTimers plannedScans;
   QtModifierKeys modifierKeys;
