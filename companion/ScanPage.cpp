@@ -58,6 +58,7 @@ ScanPage::ScanPage(MainWindow& window, const ScanPageServices& services)
 }
 
 ScanPage::~ScanPage() {
+  services_.volumeChanges.stopObserving();
   if (feed_) {
     feed_->close();
   }
@@ -94,6 +95,7 @@ void ScanPage::connect() {
     }
   });
   window_.onShown("scan", [this] { showVolumes(); });
+  services_.volumeChanges.observe([this] { showVolumes(); });
 }
 
 void ScanPage::scan(const std::vector<std::string>& paths) {
@@ -281,8 +283,12 @@ void ScanPage::pauseOrGoOn() {
 }
 
 void ScanPage::showVolumes() {
+  const std::size_t before = page_.choice("volumes");
+  const std::string chosen = before < volumes_.size() ? volumes_[before] : "";
   volumes_ = services_.volumes();
-  page_.setChoices("volumes", volumes_, 0);
+  const auto found = std::find(volumes_.begin(), volumes_.end(), chosen);
+  const auto place = static_cast<std::size_t>(found - volumes_.begin());
+  page_.setChoices("volumes", volumes_, found == volumes_.end() ? 0 : place);
   page_.setVisible("volumesBox", !volumes_.empty());
 }
 

@@ -14,7 +14,7 @@
 namespace quillo {
 
 class AgentLink;
-class MountNotifications;
+class VolumeChanges;
 
 // What the page needs. All of it outlives the page.
 struct ScanPageServices {
@@ -22,6 +22,7 @@ struct ScanPageServices {
   AgentLink& agent;
   // The volumes that its user plugged in, by their mount points.
   std::function<std::vector<std::string>()> volumes;
+  VolumeChanges& volumeChanges;
   AllowedFinds& allowed;
   // Has files excluded from now on, after their patterns were shown.
   std::function<void(const std::vector<std::string>& paths)> exclude;
@@ -50,7 +51,7 @@ class ScanPage {
   void scan(const std::vector<std::string>& paths);
   // Returns whether the window may close; while a scan goes on it asks first.
   bool mayClose();
-  // Lists the volumes anew.
+  // Lists the volumes anew; the chosen one stays chosen.
   void showVolumes();
   // Offers to have the agent watch, which starts the daemon, where it runs and does not.
   void offerToWatch(std::function<void()> startWatching);

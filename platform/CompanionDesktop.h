@@ -16,6 +16,7 @@ class PlannedScans;
 class PreferenceStore;
 class SystemLog;
 class TrashFolders;
+class VolumeChanges;
 class Volumes;
 class Workspace;
 
@@ -36,6 +37,7 @@ struct CompanionDesktop {
   PreferenceStore& preferenceStore;
   SystemLog& systemLog;
   TrashFolders& trashFolders;
+  VolumeChanges& volumeChanges;
   Volumes& volumes;
   Workspace& workspace;
 };

@@ -25,4 +25,15 @@ class MountNotifications {
   virtual void stopObserving() = 0;
 };
 
+// Volumes that come and go. Main thread.
+class VolumeChanges {
+ public:
+  virtual ~VolumeChanges() = default;
+  // Calls `changed` on the main thread whenever something was mounted or unmounted from now on,
+  // which need not be a volume. One observation at a time: a second call replaces the first.
+  virtual void observe(std::function<void()> changed) = 0;
+  // Ends it; `changed` is not called any more.
+  virtual void stopObserving() = 0;
+};
+
 }  // namespace quillo

@@ -76,14 +76,14 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
 LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
   const CompanionDesktop& desktop = parts.desktop;
   auto logic = std::make_shared<ScanPage>(
-      window,
-      ScanPageServices{parts.scanServices(), desktop.agentLink,
-                       [&desktop] { return pluggedInVolumes(desktop.volumes); }, parts.allowedFinds,
-                       [&parts, &window](const std::vector<std::string>& paths) {
-                         askToExclude(parts, window, paths);
-                       },
-                       [&desktop] { desktop.application.terminate(); },
-                       &parts.keepScans(ScanSource::byHand), &parts.keptMoves});
+      window, ScanPageServices{parts.scanServices(), desktop.agentLink,
+                               [&desktop] { return pluggedInVolumes(desktop.volumes); },
+                               desktop.volumeChanges, parts.allowedFinds,
+                               [&parts, &window](const std::vector<std::string>& paths) {
+                                 askToExclude(parts, window, paths);
+                               },
+                               [&desktop] { desktop.application.terminate(); },
+                               &parts.keepScans(ScanSource::byHand), &parts.keptMoves});
   window.onClose([weak = std::weak_ptr<ScanPage>(logic)] {
     const auto scans = weak.lock();
     return !scans || scans->mayClose();

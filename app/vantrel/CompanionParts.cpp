@@ -71,7 +71,7 @@ QuarantineServices CompanionParts::quarantineServices() {
                                    files, definitions);
           },
           [this](const std::string& path, const FileIdentity& file, const std::string& hash) {
-            putBackFiles.allow(path, file, hash);
+            return putBackFiles.allow(path, file, hash);
           }};
 }
 

@@ -32,7 +32,7 @@ std::string makeEngine(const CompanionDesktop& desktop, const std::string& engin
 // One that runs without preferences looks for them when it is to watch.
 bool startAgent(CompanionParts& parts) {
   parts.preferenceChanges.lookAgain();
-  if (!parts.desktop.agentLink.status()) {
+  if (parts.desktop.agentLink.presence() == AgentPresence::absent) {
     return parts.desktop.agentLink.start();
   }
   parts.desktop.distributedNotificationCenter.post("VantrelQuilloShouldRestart", "Vantrel");
@@ -63,6 +63,9 @@ struct FirstStart {
 std::function<std::vector<HelpFinding>()> examination(CompanionParts& parts) {
   DoctorFacts facts;
   facts.agent = parts.desktop.agentLink.status();
+  if (!facts.agent && parts.desktop.agentLink.presence() != AgentPresence::absent) {
+    facts.agentProblem = "it has not answered yet";
+  }
   facts.desktop = parts.desktop.desktopCheck.look();
   return [services = parts.doctorServices(), facts] {
     return helpFindingsOf(examine(services, facts), services.strings);

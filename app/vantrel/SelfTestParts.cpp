@@ -28,8 +28,13 @@ SelfTestParts::SelfTestParts(CompanionParts& parts, bool asksEachTime)
 
 SelfTestServices selfTestServices(CompanionParts& parts, SelfTestParts& selfTest) {
   const CompanionDesktop& desktop = parts.desktop;
-  return {desktop.application, desktop.clock,     desktop.localizedStrings,
-          parts.threads,       selfTest.evidence, [&parts] { return moveFoldersOf(parts); }};
+  return {desktop.application,
+          desktop.clock,
+          desktop.localizedStrings,
+          parts.threads,
+          selfTest.evidence,
+          [&parts] { return moveFoldersOf(parts); },
+          [&desktop] { return desktop.agentLink.start(); }};
 }
 
 std::vector<std::string> moveFoldersOf(const CompanionParts& parts) {

@@ -75,8 +75,8 @@ class ScanPageTest : public testing::Test {
 
   void open() {
     page = std::make_unique<ScanPage>(
-        window, ScanPageServices{bench.services(), agent, [this] { return volumes; }, allowed,
-                                 [this](const Lines& paths) { excluded = paths; },
+        window, ScanPageServices{bench.services(), agent, [this] { return volumes; }, volumeChanges,
+                                 allowed, [this](const Lines& paths) { excluded = paths; },
                                  [this] { ++closings; }, &bench.history});
   }
   FakePage& shown() { return window.pages["scan"]; }
@@ -113,6 +113,7 @@ class ScanPageTest : public testing::Test {
   ChosenAgent agent;
   ChosenFinds allowed;
   Lines volumes;
+  FakeVolumeChanges volumeChanges;
   Lines excluded;
   int closings = 0;
   std::atomic<bool> isHeld = false;
@@ -140,6 +141,23 @@ TEST_F(ScanPageTest, ScansChosenAndDroppedFiles) {
   EXPECT_EQ(shown().rowCount("finds"), 0U);
   EXPECT_FALSE(shown().isVisible("findsBox"));
   EXPECT_EQ(shown().text("report"), "<SCAN_REPORT_NOTHING>\n<SCAN_REPORT_CLEAN_ONE>");
+}
+
+TEST_F(ScanPageTest, FollowsVolumesThatComeAndGoAndKeepsTheChosenOne) {
+  volumes = {"/media/b"};
+  volumeChanges.observer();
+  ASSERT_TRUE(shown().isVisible("volumesBox"));
+  volumes = {"/media/a", "/media/b"};
+  volumeChanges.observer();
+  EXPECT_EQ(shown().choice("volumes"), 1U);
+  volumes = {"/media/a"};
+  volumeChanges.observer();
+  EXPECT_EQ(shown().choice("volumes"), 0U);
+  volumes = {};
+  volumeChanges.observer();
+  EXPECT_FALSE(shown().isVisible("volumesBox"));
+  page.reset();
+  EXPECT_FALSE(volumeChanges.observer);
 }
 
 TEST_F(ScanPageTest, ListsVolumesWhenItIsShownAndScansTheChosenOne) {
@@ -291,7 +309,8 @@ TEST_F(ScanPageTest, SaysThatAScanCannotBegin) {
       real.application, real.clock,     real.folders, real.localizedStrings, real.modifierKeys,
       real.preferences, real.systemLog, none,         real.volumes,          real.workspace};
   page = std::make_unique<ScanPage>(
-      window, ScanPageServices{scan, agent, [] { return Lines(); }, allowed, nullptr, nullptr});
+      window, ScanPageServices{scan, agent, [] { return Lines(); }, volumeChanges, allowed, nullptr,
+                               nullptr});
   page->scan({tree.file("clean")});
   EXPECT_TRUE(shown().isVisible("report"));
   EXPECT_TRUE(shown().text("report").starts_with("<SCAN_PROBLEM_FAILED>"));

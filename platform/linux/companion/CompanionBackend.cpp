@@ -48,9 +48,9 @@ CompanionBackend::CompanionBackend(CompanionLog& log, Application& application)
       trash(environment, folders.homeFolder(), getuid()),
       volumes(accountNumbered(getuid()).name),
       plannedScans(sessionBus, LinuxFolders::pathOfThisProgram(), unitFolder(environment, folders)),
-      desktop{agentLink, application, launcher, log.clock,    desktopCheck, notificationCenter,
-              folders,   growl,       strings,  modifierKeys, plannedScans, preferences,
-              systemLog, trash,       volumes,  workspace} {
+      desktop{agentLink, application, launcher,      log.clock,    desktopCheck, notificationCenter,
+              folders,   growl,       strings,       modifierKeys, plannedScans, preferences,
+              systemLog, trash,       volumeChanges, volumes,      workspace} {
   setGuardReport(report);
   preferences.addSuiteNamed(identifier);
 }

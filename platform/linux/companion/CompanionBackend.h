@@ -59,6 +59,7 @@ class CompanionBackend {
   FreedesktopNotifications growl;
   DesktopWorkspace workspace{sessionBus};
   LinuxTrashFolders trash;
+  LinuxVolumeChanges volumeChanges;
   LinuxVolumes volumes;
   SystemdTimers plannedScans;
   QtModifierKeys modifierKeys;

@@ -109,29 +109,45 @@ std::vector<Mount> NewVolumes::update(std::vector<Mount> mounts) {
   return fresh;
 }
 
-void LinuxMountNotifications::observe(std::function<void(const std::string& devicePath)> didMount) {
+void LinuxVolumeChanges::observe(std::function<void()> changed) {
   stopObserving();
-  didMount_ = std::move(didMount);
+  changed_ = std::move(changed);
   table_ = std::make_unique<MountTable>();
-  newVolumes_.reset(table_->read().value_or(std::vector<Mount>()));
   if (table_->descriptor() < 0) {
     return;
   }
   notifier_ = std::make_unique<QSocketNotifier>(table_->descriptor(), QSocketNotifier::Exception);
-  QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { tableChanged(); });
+  QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] {
+    // A listener may end the observation, or begin another.
+    if (const auto listener = changed_) {
+      guarded(listener);
+    }
+  });
 }
 
-void LinuxMountNotifications::stopObserving() {
+void LinuxVolumeChanges::stopObserving() {
   if (notifier_) {
     // It may be what is calling just now.
     notifier_->setEnabled(false);
     notifier_.release()->deleteLater();
   }
+  changed_ = nullptr;
+}
+
+void LinuxMountNotifications::observe(std::function<void(const std::string& devicePath)> didMount) {
+  stopObserving();
+  didMount_ = std::move(didMount);
+  changes_.observe([this] { tableChanged(); });
+  newVolumes_.reset(MountTable().read().value_or(std::vector<Mount>()));
+}
+
+void LinuxMountNotifications::stopObserving() {
+  changes_.stopObserving();
   didMount_ = nullptr;
 }
 
 void LinuxMountNotifications::tableChanged() {
-  std::optional<std::vector<Mount>> mounts = table_->read();
+  std::optional<std::vector<Mount>> mounts = MountTable().read();
   if (!mounts) {
     return;
   }

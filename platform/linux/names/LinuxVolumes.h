@@ -66,6 +66,18 @@ class NewVolumes {
   std::vector<Mount> known_;
 };
 
+// Every change of the kernel's mount table.
+class LinuxVolumeChanges final : public VolumeChanges {
+ public:
+  void observe(std::function<void()> changed) override;
+  void stopObserving() override;
+
+ private:
+  std::function<void()> changed_;
+  std::unique_ptr<MountTable> table_;
+  std::unique_ptr<QSocketNotifier> notifier_;
+};
+
 // Volumes that appear in the kernel's mount table, each reported once.
 class LinuxMountNotifications final : public MountNotifications {
  public:
@@ -77,8 +89,7 @@ class LinuxMountNotifications final : public MountNotifications {
 
   std::function<void(const std::string& devicePath)> didMount_;
   NewVolumes newVolumes_;
-  std::unique_ptr<MountTable> table_;
-  std::unique_ptr<QSocketNotifier> notifier_;
+  LinuxVolumeChanges changes_;
 };
 
 }  // namespace quillo

@@ -79,6 +79,20 @@ TEST_F(RealMounts, AreReportedAgainWhenTheyComeAgain) {
   EXPECT_EQ(reportedUpTo("stick"), (Points{"/mnt/stick", "/mnt/other", "/mnt/stick"}));
 }
 
+TEST_F(RealMounts, AreToldOfWhenTheyComeAndWhenTheyGo) {
+  int changes = 0;
+  LinuxVolumeChanges both;
+  both.observe([&changes] { ++changes; });
+  mount("stick");
+  ASSERT_TRUE(waitUntil([&changes] { return changes == 1; }));
+  ASSERT_EQ(umount("/mnt/stick"), 0);
+  EXPECT_TRUE(waitUntil([&changes] { return changes == 2; }));
+  both.stopObserving();
+  observe();
+  reportedUpTo("other");
+  EXPECT_EQ(changes, 2);
+}
+
 TEST_F(RealMounts, AreVolumesWhereverTheyLieForAsLongAsTheyAreMounted) {
   LinuxVolumes volumes("anna");
   mkdir("/mnt/stick", 0700);

@@ -157,6 +157,13 @@ class FakeMountNotifications final : public MountNotifications {
   std::function<void(const std::string&)> observer;
 };
 
+class FakeVolumeChanges final : public VolumeChanges {
+ public:
+  void observe(std::function<void()> changed) override { observer = std::move(changed); }
+  void stopObserving() override { observer = nullptr; }
+  std::function<void()> observer;
+};
+
 // Reports what a test makes appear, on the test's thread.
 class FakeNameWatch final : public NameWatch {
  public:
