@@ -91,19 +91,15 @@ void HistoryWriter::begin(ThreadStarter& threads) {
   if (hasThread_) {
     return;
   }
-  // Who ends it at once waits for a thread that has not run yet, too.
-  isRunning_ = true;
-  try {
-    threads.detachNewThread("history", [this] { mainLoop(); });
-  } catch (...) {
-    isRunning_ = false;
-    throw;
-  }
+  threads.detachNewThread("history", [this] { mainLoop(); });
   hasThread_ = true;
 }
 
 void HistoryWriter::mainLoop() {
-  isRunning_ = true;
+  if (isTaken_.exchange(true)) {
+    hasEndedNow();
+    return;
+  }
   const auto isEnding = [this] {
     wake_.lock();
     const bool ending = isEnding_;
@@ -116,6 +112,10 @@ void HistoryWriter::mainLoop() {
     step();
   }
   store_.close();
+  hasEndedNow();
+}
+
+void HistoryWriter::hasEndedNow() {
   ended_.lock();
   hasEnded_ = true;
   ended_.signal();
@@ -262,8 +262,14 @@ bool HistoryWriter::end(Clock::Duration atMost) {
   isEnding_ = true;
   wake_.signal();
   wake_.unlock();
-  if (!isRunning_) {
+  if (!hasThread_) {
     return true;
+  }
+  // A thread that has not come to run yet will find nothing left to do.
+  if (!isTaken_.exchange(true)) {
+    step();
+    store_.close();
+    return false;
   }
   ended_.lock();
   for (;;) {

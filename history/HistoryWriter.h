@@ -68,8 +68,8 @@ class HistoryWriter {
   // Waits until there is something to enter and its time has come, or the end, and enters it.
   void step();
   // Has all that has come entered at once, and waits for that, but not longer than `atMost`. What
-  // comes later is lost. Returns false while the thread still runs, which needs this object. Any
-  // thread.
+  // comes later is lost. Returns false while the thread still runs, or has yet to, which needs this
+  // object. Once; any thread.
   bool end(Clock::Duration atMost);
 
  private:
@@ -93,6 +93,7 @@ class HistoryWriter {
   bool isKnownToday(const HistoryChange& change, CalendarDay today);
   void giveUpTooMany();
   void write();
+  void hasEndedNow();
   void logFailure(const std::string& failure);
 
   // Constant after construction.
@@ -103,10 +104,9 @@ class HistoryWriter {
   std::uint64_t givenUp_ = 0;
   std::set<std::pair<std::string, std::string>> notScannedToday_;  // path and reason
   CalendarDay today_ = 0;
-  // The main thread's own.
-  bool hasThread_ = false;
-  // Own synchronisation.
-  std::atomic<bool> isRunning_{false};
+  // Own synchronisation. The loop is run once: by the thread, or by who ends it before that runs.
+  std::atomic<bool> hasThread_{false};
+  std::atomic<bool> isTaken_{false};
 
   Condition wake_;
   Waiting waiting_ QUILLO_GUARDED_BY(wake_);

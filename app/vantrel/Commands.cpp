@@ -19,6 +19,7 @@
 #include "companion/TestCommand.h"
 #include "companion/doctor/DoctorCommand.h"
 #include "platform/AgentLink.h"
+#include "platform/Application.h"
 #include "platform/linux/companion/CommandPlatform.h"
 
 namespace quillo {
@@ -92,7 +93,14 @@ Command command(const char* name, const char* arguments, const char* summary, Ru
           [run](const Words& words, std::ostream& out, std::ostream& errors) {
             const CommandPlatform platform;
             CompanionParts parts(platform.services());
-            return run(parts, words, out, errors);
+            const int status = run(parts, words, out, errors);
+            if (!parts.endHistory()) {
+              // Its thread is at work on what lies on this stack, and ends with the process only.
+              out.flush();
+              errors.flush();
+              parts.desktop.application.exit(status);
+            }
+            return status;
           }};
 }
 

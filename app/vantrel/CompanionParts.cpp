@@ -38,11 +38,9 @@ CompanionParts::CompanionParts(const CompanionDesktop& services)
 
 CompanionParts::~CompanionParts() { endHistory(); }
 
-void CompanionParts::endHistory() {
+bool CompanionParts::endHistory() {
   constexpr std::chrono::seconds atMost(5);
-  if (!std::exchange(keptScans, {}).empty()) {
-    historyWriter.end(atMost);
-  }
+  return std::exchange(keptScans, {}).empty() || historyWriter.end(atMost);
 }
 
 void CompanionParts::entered(std::size_t changes) {

@@ -40,8 +40,9 @@ struct CompanionParts {
   // Keeps scans of that kind in the history, which is written from now on until the end. Throws
   // std::system_error when the system has no thread for that.
   KeptScans& keepScans(ScanSource source);
-  // Has what was found a moment ago entered, too; waits some seconds for that at most.
-  void endHistory();
+  // Has what was found a moment ago entered, too; waits some seconds for that at most. Returns
+  // false while the thread that does it still runs, which needs this object.
+  bool endHistory();
 
   // Has historyChanged() called, if there are any. Any thread.
   void entered(std::size_t changes);

@@ -89,7 +89,7 @@ TEST_F(QuarantineChecks, ThatCannotBeginAreLoggedAndTriedAgain) {
                              [this] { return tree.program(); }});
   without.definitionsAre(loaded(5));
   without.definitionsAre(loaded(5));
-  EXPECT_EQ(log.lines.all().size(), 2U);
+  EXPECT_EQ(log.lines().size(), 2U);
 }
 
 TEST_F(QuarantineChecks, CallNothingCleanWithoutTheDaemon) {

@@ -6,6 +6,7 @@
 #include "companion/AllowedByHand.h"
 #include "scanning/PutBackFiles.h"
 #include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
@@ -16,9 +17,10 @@ class AllowedByHandTest : public testing::Test {
   AllowedByHandTest() { strings.texts["WINDOW_NOT_ALLOWED"] = "%@ cannot be read"; }
 
   TemporaryFolder folder;
+  PassingClock clock;
   FakeSystemLog log;
   FakeLocalizedStrings strings;
-  PutBackFiles files{folder.path() + "/state", log};
+  PutBackFiles files{folder.path() + "/state", log, clock};
   AllowedByHand allowed{files, strings};
   const std::string path = folder.write("bad.com", "malware");
   const Verdict find = Verdict::parse(path + ": Eicar FOUND");
@@ -38,7 +40,7 @@ TEST_F(AllowedByHandTest, EndsWhenTheFileChanges) {
 
 TEST_F(AllowedByHandTest, IsKnownToTheAgent) {
   EXPECT_EQ(allowed.allow(find), "");
-  PutBackFiles agents(folder.path() + "/state", log);
+  PutBackFiles agents(folder.path() + "/state", log, clock);
   EXPECT_TRUE(agents.isPutBack(find));
 }
 

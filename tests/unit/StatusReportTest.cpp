@@ -91,7 +91,14 @@ TEST_F(StatusReportTest, TakesAShortPauseBetweenRunsForNone) {
 
 TEST_F(StatusReportTest, CountsFindsAndFilesThatWereNotScannedAndNoOthers) {
   launch();
-  const auto give = [&](const char* line) { board().verdictGiven(Verdict::parse(line)); };
+  // Each counts once the history has it.
+  const auto give = [&](const char* line) {
+    const Verdict verdict = Verdict::parse(line);
+    board().verdictGiven(verdict);
+    const bool isKept =
+        verdict.kind == Verdict::Kind::infected || verdict.kind == Verdict::Kind::notScanned;
+    board().historyWritten(isKept ? 1 : 0);
+  };
   EXPECT_EQ(changesBy([&] { give("/a: OK"); }), 0);
   EXPECT_GT(changesBy([&] { give("/a: Some.Threat FOUND"); }), 0);
   give("/b: moved to '/c'");
