@@ -161,6 +161,8 @@ TEST_F(AgentOnSway, OpensTheSettingsOfTheMainApplication) {
   home().writePreferences(
       "PathToClamav = \"/opt/nowhere\"\nPathToUpdateLog = \"/tmp/update.log\"\n");
   session().addService("org.vantrel.Vantrel", QUILLO_BINARY_DIR "/vantrel --service");
+  // As sway's own configuration does: the bus was there before the compositor.
+  session().run({"dbus-update-activation-environment", "--all"});
   start();
   const std::string problem = "Engine Problem";
   ASSERT_TRUE(session().showsWindows(1, problem));
