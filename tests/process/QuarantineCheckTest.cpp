@@ -120,7 +120,7 @@ TEST_F(QuarantineChecks, EndAScannerThatSaysNothingAnyMore) {
 
 TEST_F(QuarantineChecks, EndWithTheAgent) {
   quarantined("a", "clean");
-  const std::string stuck = scratch.write("stuck", "#!/bin/sh\nexec sleep 1000\n", 0755);
+  std::string stuck = scratch.write("stuck", "#!/bin/sh\nexec sleep 1000\n", 0755);
   RunningScanners running;
   running.endAllForGood();
   QuarantineRecheck ofAnEnd({clock, strings, notices, log, threads, [this] { return folder; },

@@ -34,7 +34,7 @@ class ScanCommandTest : public testing::Test {
     return runScanCommand(words, out, errors, {bench.services(), &bench.history, nullptr});
   }
   Json document() const {
-    const Json document = Json::parse(out.str());
+    Json document = Json::parse(out.str());
     EXPECT_EQ(undocumentedNames(document), std::vector<std::string>());
     return document;
   }

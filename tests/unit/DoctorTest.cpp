@@ -150,7 +150,7 @@ TEST_F(DoctorOfEngine, KnowsHowOldTheDefinitionsAre) {
   facts.agent->definitionFolder = home.makeFolder("definitions");
   facts.agent->definitionsBuilt = now - 86400;
   EXPECT_EQ(definitions(), "good DOCTOR_DEFINITIONS");
-  facts.agent->definitionsBuilt = now - 40 * 86400;
+  facts.agent->definitionsBuilt = now - 40L * 86400;
   EXPECT_EQ(definitions(), "warning DOCTOR_DEFINITIONS → DOCTOR_DEFINITIONS_REMEDY");
 }
 
@@ -245,7 +245,7 @@ TEST_F(Doctor, LooksAfterTheScanLog) {
   const std::string log = home.write("Library/Logs/VantrelQuillo-scan.log");
   EXPECT_EQ(files("log"), "good DOCTOR_LOG_GOOD");
   desktop.preferenceStore.set("rotateScanlogWhenSizeReaches", PreferenceValue{std::int64_t{1}});
-  ASSERT_EQ(truncate(log.c_str(), 20 * 1024), 0);
+  ASSERT_EQ(truncate(log.c_str(), 20L * 1024), 0);
   EXPECT_EQ(files("log"), "warning DOCTOR_LOG_LARGE → DOCTOR_LOG_LARGE_REMEDY");
 }
 

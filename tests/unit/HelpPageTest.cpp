@@ -31,7 +31,7 @@ class HelpPageTest : public testing::Test {
             {application, clock, strings, threads, evidence,
              [] { return std::vector<std::string>(); }}};
   }
-  std::string stateAfter(std::vector<HelpFinding> found) {
+  std::string stateAfter(const std::vector<HelpFinding>& found) {
     examine = [found] { return found; };
     ui.press("examine");
     threads.run("examine");

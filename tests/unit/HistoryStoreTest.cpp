@@ -174,7 +174,7 @@ TEST_F(HistoryStoreTest, StaysBelowItsBoundAndDropsTheOldest) {
   HistoryStore small(folder, clock, log, limits);
   HistoryBatch batch;
   for (int at = 0; at < 40'000; ++at) {
-    batch.changes.push_back(find("/srv/" + std::string(200, 'x') + std::to_string(at)));
+    batch.changes.emplace_back(find("/srv/" + std::string(200, 'x') + std::to_string(at)));
     if (batch.changes.size() == 2'000) {
       small.write(batch);
       batch.changes.clear();

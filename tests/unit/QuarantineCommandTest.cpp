@@ -23,7 +23,7 @@ class QuarantineCommandTest : public testing::Test, protected QuarantineFixture 
     return runQuarantineCommand(words, out, errors, services);
   }
   Json document() const {
-    const Json document = Json::parse(out.str());
+    Json document = Json::parse(out.str());
     EXPECT_EQ(undocumentedNames(document), std::vector<std::string>());
     return document;
   }

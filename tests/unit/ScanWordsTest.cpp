@@ -59,9 +59,9 @@ TEST_F(ScanWordsTest, ClaimNoWholeThatIsSmallerThanWhatIsDone) {
 TEST_F(ScanWordsTest, SayTheTimeThatIsLeftInMinutesAndThenInHours) {
   EXPECT_EQ(left(60), "<SCAN_LEFT_MINUTE>");
   EXPECT_EQ(left(61), "2 min");
-  EXPECT_EQ(left(89 * 60), "89 min");
-  EXPECT_EQ(left(90 * 60), "2 h");
-  EXPECT_EQ(left(5 * 3600), "5 h");
+  EXPECT_EQ(left(89L * 60), "89 min");
+  EXPECT_EQ(left(90L * 60), "2 h");
+  EXPECT_EQ(left(5L * 3600), "5 h");
 }
 
 TEST_F(ScanWordsTest, SayNothingOfTheTimeWhileAScanPauses) {

@@ -37,7 +37,7 @@ class StatusCommandTest : public testing::Test {
   }
   nlohmann::json document() {
     run({"--json"});
-    const nlohmann::json document = nlohmann::json::parse(out.str());
+    nlohmann::json document = nlohmann::json::parse(out.str());
     EXPECT_EQ(undocumentedNames(document), std::vector<std::string>());
     return document;
   }

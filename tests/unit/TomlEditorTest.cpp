@@ -8,7 +8,8 @@ namespace {
 
 PreferenceValue value(const char* text) { return {std::string(text)}; }
 
-std::string afterSetting(const std::string& text, const std::string& key, PreferenceValue to) {
+std::string afterSetting(const std::string& text, const std::string& key,
+                         const PreferenceValue& to) {
   TomlEditor editor(text);
   editor.set(key, to);
   return editor.text();

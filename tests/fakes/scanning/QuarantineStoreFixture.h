@@ -27,7 +27,7 @@ struct QuarantineStoreFixture {
     ASSERT_TRUE(folder.move(path, openPath(path, O_RDONLY).get(), "Eicar").moved);
   }
   std::string quarantined(const std::string& name, const std::string& contents = "bad") {
-    const std::string path = scratch.write(name, contents);
+    std::string path = scratch.write(name, contents);
     moveIn(path);
     return path;
   }

@@ -65,12 +65,12 @@ FakeSystemd::FakeSystemd(const TemporaryFolder& units) : units_(units) {
                : call.createErrorReply("org.freedesktop.systemd1.NoSuchUnit", "not loaded");
   });
   reload();
-  manager.own("org.freedesktop.systemd1");
+  manager_.own("org.freedesktop.systemd1");
 }
 
 void FakeSystemd::on(const QString& member,
                      const std::function<QDBusMessage(const QDBusMessage& call)>& answer) {
-  manager.answer(member, [this, member, answer](const QDBusMessage& call) {
+  manager_.answer(member, [this, member, answer](const QDBusMessage& call) {
     return member == refuses ? call.createErrorReply(QDBusError::AccessDenied, "not today")
                              : answer(call);
   });

@@ -91,7 +91,7 @@ namespace quillo {
 class FakeSystemd {
  public:
   explicit FakeSystemd(const TemporaryFolder& units);
-  ~FakeSystemd() { manager.disown("org.freedesktop.systemd1"); }
+  ~FakeSystemd() { manager_.disown("org.freedesktop.systemd1"); }
 
   // The member that is refused.
   QString refuses;
@@ -117,7 +117,7 @@ class FakeSystemd {
   const TemporaryFolder& units_;
   std::map<std::string, Words> loaded_;
   TestBus bus_;
-  FakeBusObject manager{bus_, "/org/freedesktop/systemd1"};
+  FakeBusObject manager_{bus_, "/org/freedesktop/systemd1"};
   std::map<std::string, std::unique_ptr<FakeBusObject>> objects_;
 };
 
