@@ -333,13 +333,16 @@ TEST_F(HistoryWriterTest, WaitsAtTheEndForAThreadThatHasNotRunYet) {
 }
 
 TEST_F(HistoryWriterTest, TriesAgainToStartAThreadThatCouldNotBeHad) {
+  // A thread that waits by a clock of its own making would let nobody else in.
+  SystemClock real;
+  HistoryWriter threaded({real, log, folder, home.path()});
   NoThreads none;
-  EXPECT_THROW(writer.begin(none), std::system_error);
+  EXPECT_THROW(threaded.begin(none), std::system_error);
   JoinedThreads threads;
-  writer.begin(threads);
-  writer.begin(threads);
+  threaded.begin(threads);
+  threaded.begin(threads);
   EXPECT_EQ(threads.names(), std::vector<std::string>{"history"});
-  writer.end(std::chrono::seconds(5));
+  threaded.end(std::chrono::seconds(5));
 }
 
 }  // namespace
