@@ -11,7 +11,7 @@ namespace quillo {
 class Environment;
 
 // Panel and notifications over the session bus (StatusNotifierItem, Desktop Notifications;
-// freedesktop.org), the entry for log-in by the Desktop Application Autostart Specification.
+// freedesktop.org), the entry for log-in by freedesktop.org's rules for autostart (version 0.5).
 class LinuxDesktopCheck final : public DesktopCheck {
  public:
   LinuxDesktopCheck(const QDBusConnection& bus, const Environment& environment,

@@ -19,7 +19,12 @@ namespace {
 using Often = PlannedScan::Often;
 
 const std::string runtime = "/run/user/0";
-const std::string controlGroup = "/sys/fs/cgroup/vantrel-test-systemd";
+
+// One a test: they run beside each other.
+std::string controlGroup() {
+  return std::string("/sys/fs/cgroup/vantrel-test-") +
+         testing::UnitTest::GetInstance()->current_test_info()->name();
+}
 
 // The real systemd of a user, with a bus of its own, in a group of processes of its own.
 class UserSystemd {
@@ -34,7 +39,7 @@ class UserSystemd {
     umount2("/sys/fs/cgroup", MNT_DETACH);
     EXPECT_EQ(mount("none", "/sys/fs/cgroup", "cgroup2", 0, nullptr), 0);
     removeGroup();
-    EXPECT_EQ(mkdir(controlGroup.c_str(), 0755), 0);
+    EXPECT_EQ(mkdir(controlGroup().c_str(), 0755), 0);
     setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
     setenv("XDG_CONFIG_HOME", home.at("config").c_str(), 1);
     setenv("XDG_DATA_HOME", home.at("data").c_str(), 1);
@@ -42,7 +47,7 @@ class UserSystemd {
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     process_.emplace(
         LaunchRequest{.launchPath = "/bin/sh",
-                      .arguments = {"-c", "echo $$ >" + controlGroup +
+                      .arguments = {"-c", "echo $$ >" + controlGroup() +
                                               "/cgroup.procs && exec /lib/systemd/systemd --user"},
                       .output = LaunchRequest::Output::discardedStdout});
     EXPECT_TRUE(awaitThat([] { return isUp(); }));
@@ -61,13 +66,21 @@ class UserSystemd {
     ChildProcess child({.launchPath = "/usr/bin/systemctl", .arguments = words});
     return child.waitUntilExit();
   }
-  static bool isUp() { return control({"show-environment"}) == 0; }
+  // It answers by itself before its bus is there, and before it has its name on that.
+  static bool isUp() {
+    ChildProcess child(
+        {.launchPath = "/usr/bin/busctl",
+         .arguments = {"--user", "--auto-start=no", "call", "org.freedesktop.systemd1",
+                       "/org/freedesktop/systemd1", "org.freedesktop.DBus.Peer", "Ping"},
+         .output = LaunchRequest::Output::discardedStdout});
+    return control({"show-environment"}) == 0 && child.waitUntilExit() == 0;
+  }
 
  private:
   static void removeGroup() {
     std::error_code ignored;
-    std::vector<std::string> groups = {controlGroup};
-    for (auto entry = std::filesystem::recursive_directory_iterator(controlGroup, ignored);
+    std::vector<std::string> groups = {controlGroup()};
+    for (auto entry = std::filesystem::recursive_directory_iterator(controlGroup(), ignored);
          !ignored && entry != std::filesystem::recursive_directory_iterator();
          entry.increment(ignored)) {
       if (entry->is_directory(ignored)) {
