@@ -1,5 +1,7 @@
 #include "companion/Guard.h"
 
+#include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "companion/Counting.h"
@@ -93,6 +95,21 @@ Guard withoutStatus(AgentPresence presence) {
   }
 }
 
+std::string_view withoutSlash(std::string_view folder) {
+  return folder.size() > 1 && folder.ends_with('/') ? folder.substr(0, folder.size() - 1) : folder;
+}
+
+// A folder that vanished after watching began is still among the watched ones.
+AgentStatus withoutMissingFolders(AgentStatus status) {
+  std::erase_if(status.watchedFolders, [&status](const std::string& watched) {
+    return std::any_of(status.missingFolders.begin(), status.missingFolders.end(),
+                       [&watched](const std::string& missing) {
+                         return withoutSlash(missing) == withoutSlash(watched);
+                       });
+  });
+  return status;
+}
+
 }  // namespace
 
 Guard judgeGuard(AgentPresence presence, const std::optional<AgentStatus>& status,
@@ -112,8 +129,9 @@ Guard judgeGuard(AgentPresence presence, const std::optional<AgentStatus>& statu
   if (status->state != "watching") {
     return ofState(status->state);
   }
-  const std::optional<Guard> obstacle = ofObstacle(*status);
-  return obstacle ? *obstacle : ofWatching(*status, strings, now);
+  const AgentStatus there = withoutMissingFolders(*status);
+  const std::optional<Guard> obstacle = ofObstacle(there);
+  return obstacle ? *obstacle : ofWatching(there, strings, now);
 }
 
 }  // namespace quillo

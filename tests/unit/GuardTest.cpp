@@ -98,6 +98,13 @@ TEST_F(GuardTest, IsNoneWithoutFolders) {
   expect(Sign::notGuarded, Remedy::showFolders, unguarded, "<GUARD_ALL_FOLDERS_MISSING>");
 }
 
+TEST_F(GuardTest, IsNoneWhereEachFolderHasVanishedSinceWatchingBegan) {
+  status->watchedFolders = {"/media/stick/", "/srv/"};
+  status->missingFolders = {"/media/stick", "/srv/"};
+  status->attention = "missingFolders";
+  expect(Sign::notGuarded, Remedy::showFolders, unguarded, "<GUARD_ALL_FOLDERS_MISSING>");
+}
+
 TEST_F(GuardTest, IsNoneWithoutDefinitions) {
   status->attention = "noDefinitions";
   expect(Sign::notGuarded, Remedy::updateDefinitions, unguarded, "<GUARD_NO_DEFINITIONS>");
