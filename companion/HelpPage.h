@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "companion/SelfTestView.h"
+#include "companion/selftest/SelfTestView.h"
 
 namespace quillo {
 

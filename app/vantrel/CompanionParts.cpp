@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "companion/DefinitionPlace.h"
+#include "companion/definitions/DefinitionPlace.h"
 #include "companion/doctor/StoreProblems.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"

@@ -1,7 +1,7 @@
 #include "app/vantrel/SelfTestParts.h"
 
 #include "app/vantrel/CompanionParts.h"
-#include "companion/Explanation.h"
+#include "companion/folders/Explanation.h"
 #include "platform/Folders.h"
 
 namespace quillo {

@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "companion/AgentEvidence.h"
-#include "companion/RecordedFinds.h"
-#include "companion/SelfTestView.h"
+#include "companion/selftest/AgentEvidence.h"
+#include "companion/selftest/RecordedFinds.h"
+#include "companion/selftest/SelfTestView.h"
 
 namespace quillo {
 

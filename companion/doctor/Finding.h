@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "clamav/EngineProfiles.h"
-#include "companion/FolderCare.h"
+#include "companion/folders/FolderCare.h"
 #include "platform/AgentLink.h"
 #include "platform/DesktopCheck.h"
 #include "platform/LocalizedStrings.h"

@@ -1,7 +1,7 @@
 #include "companion/doctor/StoreProblems.h"
 
-#include "companion/HistoryCounts.h"
-#include "companion/QuarantineWords.h"
+#include "companion/quarantine/QuarantineWords.h"
+#include "companion/results/HistoryCounts.h"
 #include "posix/Clock.h"
 #include "quarantine/OpenQuarantine.h"
 #include "settings/TypedPreferences.h"

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "companion/DefinitionUpdate.h"
+#include "companion/definitions/DefinitionUpdate.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/FirstChoices.h"
+#include "companion/start/FirstChoices.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

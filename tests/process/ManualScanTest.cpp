@@ -6,7 +6,7 @@
 #include <atomic>
 #include <future>
 
-#include "companion/ManualScan.h"
+#include "companion/scan/ManualScan.h"
 #include "posix/Text.h"
 #include "tests/fakes/companion/ManualScanBench.h"
 #include "tests/process/FakeClientTree.h"

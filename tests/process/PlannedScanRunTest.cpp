@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/PlannedScanRun.h"
+#include "companion/planned/PlannedScanRun.h"
 #include "posix/Text.h"
 #include "tests/fakes/companion/ManualScanBench.h"
 #include "tests/process/FakeClientTree.h"

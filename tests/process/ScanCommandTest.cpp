@@ -9,8 +9,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "companion/InterruptWatch.h"
-#include "companion/ScanCommand.h"
+#include "companion/scan/InterruptWatch.h"
+#include "companion/scan/ScanCommand.h"
 #include "posix/Text.h"
 #include "tests/fakes/companion/ManualScanBench.h"
 #include "tests/process/FakeClientTree.h"

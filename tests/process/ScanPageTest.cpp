@@ -6,7 +6,7 @@
 #include <future>
 #include <set>
 
-#include "companion/ScanPage.h"
+#include "companion/scan/ScanPage.h"
 #include "platform/AgentLink.h"
 #include "posix/Text.h"
 #include "tests/fakes/companion/ManualScanBench.h"

@@ -7,8 +7,8 @@
 
 #include <string>
 
-#include "companion/FolderCare.h"
 #include "companion/doctor/Finding.h"
+#include "companion/folders/FolderCare.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/root/support/world/FilesAndMounts.h"
 #include "tests/support/ManualClock.h"

@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "companion/Explanation.h"
+#include "companion/folders/Explanation.h"
 #include "settings/TypedPreferences.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/support/TemporaryFolder.h"

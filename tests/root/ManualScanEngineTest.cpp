@@ -7,7 +7,7 @@
 #include <array>
 #include <set>
 
-#include "companion/ManualScan.h"
+#include "companion/scan/ManualScan.h"
 #include "tests/fakes/companion/ManualScanBench.h"
 #include "tests/root/support/engine/WrapperOnClamd.h"
 #include "tests/support/LocalSocket.h"

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/AgentEvidence.h"
+#include "companion/selftest/AgentEvidence.h"
 #include "platform/AgentLink.h"
 
 namespace quillo {

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "clamav/Verdict.h"
-#include "companion/AllowedByHand.h"
+#include "companion/scan/AllowedByHand.h"
 #include "scanning/PutBackFiles.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/support/ManualClock.h"

@@ -3,7 +3,7 @@
 #include <ctime>
 
 #include "clamav/DaemonVersion.h"
-#include "companion/DefinitionPlace.h"
+#include "companion/definitions/DefinitionPlace.h"
 #include "tests/fakes/engine/FakeClamd.h"
 #include "tests/support/TemporaryFolder.h"
 

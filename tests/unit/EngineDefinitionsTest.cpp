@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "companion/DefinitionUpdate.h"
-#include "companion/EngineDefinitions.h"
+#include "companion/definitions/DefinitionUpdate.h"
+#include "companion/start/EngineDefinitions.h"
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/ManualClock.h"

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "companion/ExplainCommand.h"
+#include "companion/folders/ExplainCommand.h"
 #include "tests/fakes/desktop/PreferencePagesFixture.h"
 #include "tests/support/DocumentedNames.h"
 

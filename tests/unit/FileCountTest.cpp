@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "companion/FileCount.h"
+#include "companion/scan/FileCount.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

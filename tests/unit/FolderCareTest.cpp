@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/FolderCare.h"
+#include "companion/folders/FolderCare.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {

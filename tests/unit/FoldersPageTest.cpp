@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/FoldersPage.h"
+#include "companion/folders/FoldersPage.h"
 #include "tests/fakes/desktop/PreferencePagesFixture.h"
 
 namespace quillo {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/Guard.h"
+#include "companion/overview/Guard.h"
 #include "posix/Version.h"
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakeServices.h"

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/HistoryCounts.h"
+#include "companion/results/HistoryCounts.h"
 #include "history/HistoryStore.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/support/ManualClock.h"

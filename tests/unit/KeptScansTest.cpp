@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "clamav/Verdict.h"
-#include "companion/KeptScans.h"
+#include "companion/scan/KeptScans.h"
 #include "history/HistoryReader.h"
 #include "history/HistoryWriter.h"
 #include "tests/fakes/desktop/FakeServices.h"

@@ -2,9 +2,9 @@
 
 #include <set>
 
-#include "companion/DefinitionUpdate.h"
-#include "companion/OverviewPage.h"
-#include "companion/RecentCounts.h"
+#include "companion/definitions/DefinitionUpdate.h"
+#include "companion/overview/OverviewPage.h"
+#include "companion/overview/RecentCounts.h"
 #include "posix/Version.h"
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePage.h"

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "companion/PlannedPage.h"
+#include "companion/planned/PlannedPage.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakeServices.h"

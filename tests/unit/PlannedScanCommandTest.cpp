@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "companion/PlannedScanCommand.h"
+#include "companion/planned/PlannedScanCommand.h"
 #include "tests/fakes/desktop/FakeServices.h"
 
 namespace quillo {

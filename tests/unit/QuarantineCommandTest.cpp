@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "clamav/Verdict.h"
-#include "companion/QuarantineCommand.h"
+#include "companion/quarantine/QuarantineCommand.h"
 #include "tests/fakes/scanning/QuarantineFixture.h"
 #include "tests/support/DocumentedNames.h"
 

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "companion/QuarantinePage.h"
+#include "companion/quarantine/QuarantinePage.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/scanning/QuarantineFixture.h"
 

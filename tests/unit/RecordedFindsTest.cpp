@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/RecordedFinds.h"
+#include "companion/selftest/RecordedFinds.h"
 #include "history/HistoryStore.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/support/ManualClock.h"

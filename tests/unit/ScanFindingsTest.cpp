@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/ScanFindings.h"
+#include "companion/scan/ScanFindings.h"
 #include "tests/fakes/desktop/FakeServices.h"
 
 namespace quillo {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/ScanWords.h"
+#include "companion/scan/ScanWords.h"
 #include "tests/fakes/desktop/FakeServices.h"
 
 namespace quillo {

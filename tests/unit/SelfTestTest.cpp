@@ -4,8 +4,8 @@
 #include <sstream>
 
 #include "clamav/Definitions.h"
-#include "companion/SelfTest.h"
-#include "companion/TestCommand.h"
+#include "companion/selftest/SelfTest.h"
+#include "companion/selftest/TestCommand.h"
 #include "posix/Text.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/support/ManualClock.h"

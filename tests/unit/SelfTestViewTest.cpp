@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "companion/SelfTestView.h"
+#include "companion/selftest/SelfTestView.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakeServices.h"

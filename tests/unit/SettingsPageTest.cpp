@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "companion/SettingsPage.h"
+#include "companion/settings/SettingsPage.h"
 #include "platform/AgentLink.h"
 #include "tests/fakes/desktop/PreferencePagesFixture.h"
 

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "companion/StartPage.h"
+#include "companion/start/StartPage.h"
 #include "posix/FileFacts.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakePage.h"

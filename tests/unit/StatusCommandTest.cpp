@@ -3,8 +3,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "companion/RecentCounts.h"
-#include "companion/StatusCommand.h"
+#include "companion/overview/RecentCounts.h"
+#include "companion/overview/StatusCommand.h"
 #include "posix/Version.h"
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePlatform.h"

@@ -50,6 +50,7 @@ std::string calendarIn(const QVariant& property) {
     list.endStructure();
     calendars << calendar;
   }
+  list.endArray();
   return calendars.join("; ").toStdString();
 }
 
@@ -69,7 +70,9 @@ std::vector<std::string> commandIn(const QVariant& property) {
     for (const QString& argument : arguments) {
       words.push_back(argument.toStdString());
     }
+    list.endStructure();
   }
+  list.endArray();
   return words;
 }
 
@@ -91,6 +94,7 @@ bool isOnlyOnMains(const QVariant& property) {
     const bool isTrue = QStringList({"true", "yes", "1", "on"}).contains(parameter);
     result = result || (name == "ConditionACPower" && isTrue != isNegated);
   }
+  list.endArray();
   return result;
 }
 

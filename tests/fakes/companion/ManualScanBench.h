@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "companion/ManualScan.h"
+#include "companion/scan/ManualScan.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/Record.h"
 #include "tests/support/Threads.h"

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "companion/PreferenceChanges.h"
-#include "companion/PreferenceLists.h"
+#include "companion/settings/PreferenceChanges.h"
+#include "companion/settings/PreferenceLists.h"
 #include "settings/TypedPreferences.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakeServices.h"

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "companion/ResultsPage.h"
+#include "companion/results/ResultsPage.h"
 #include "history/HistoryStore.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakePage.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "companion/QuarantineServices.h"
+#include "companion/quarantine/QuarantineServices.h"
 #include "posix/PathOpening.h"
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakeServices.h"

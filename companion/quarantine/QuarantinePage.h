@@ -1,0 +1,78 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "companion/quarantine/QuarantineServices.h"
+#include "companion/quarantine/QuarantineWords.h"
+#include "platform/Page.h"
+
+namespace quillo {
+
+// The page of what lies in the quarantine: the list, what is known of the chosen files, and what
+// can be done about them. All that touches files happens on threads of their own. It may go while
+// one of them works. Main thread.
+class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
+ public:
+  static constexpr char name[] = "quarantine";
+
+  // Makes the page and has it read the list anew whenever it comes to be seen.
+  static std::shared_ptr<QuarantinePage> make(MainWindow& window, QuarantineServices services);
+
+  // Reads the list anew. Does nothing while something is being done.
+  void refresh();
+
+ private:
+  using Files = std::vector<QuarantinedFile>;
+  class Rows;
+  // What a thread came to; shown when the list has been read again.
+  struct Done {
+    QuarantineStore::Listing listing;
+    std::string summary;
+    std::vector<std::string> report;
+    Files folderMissing;
+    QuarantineStore::Target target;  // to which they were to go
+  };
+  using Work = std::function<void(const QuarantineStore& store, Done& done)>;
+
+  QuarantinePage(MainWindow& window, QuarantineServices services);
+
+  void connect();
+  void start(const std::string& words, Work work);
+  void show(Done done);
+  void showList();
+  void showRows();
+  void showSelection();
+  void showBusy(const std::string& words);
+  Files selectedFiles();
+  void restore(const Files& files, const QuarantineStore::Target& target);
+  void restoreElsewhere();
+  // Has it done once its user agrees.
+  void ask(const Question& question, std::function<void(QuarantinePage&)> action);
+  void askAndRestore(const Files& files, const QuarantineStore::Target& target);
+  void askToMakeFolders(const Files& files, const QuarantineStore::Target& target);
+  void askToDelete();
+  void askAgainToDelete(const Files& files);
+  void remove(const Files& files);
+  void check();
+  void askAndAllow();
+  void allow(const Files& files);
+  // Does it with each file, and reports of each with which it could not be done.
+  void doWithEach(
+      const std::string& words, const std::string& key, const Files& files,
+      std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action,
+      const QuarantineStore::Target& target = {});
+  void showDetails(const Files& chosen);
+
+  MainWindow& window_;
+  Page& page_;
+  const QuarantineServices services_;
+  const QuarantineWords words_;
+  std::shared_ptr<Rows> rows_;
+  QuarantineStore::Listing listing_;
+  std::string folder_;
+  bool isBusy_ = false;
+};
+
+}  // namespace quillo

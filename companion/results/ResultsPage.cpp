@@ -1,0 +1,349 @@
+#include "companion/results/ResultsPage.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "platform/LocalizedStrings.h"
+#include "platform/Page.h"
+#include "platform/Workspace.h"
+#include "posix/Clock.h"
+#include "posix/FileFacts.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+constexpr const char* results = "results";
+constexpr const char* busy = "busy";
+// The choices of `period`, in their order; the first is any time.
+constexpr std::array<int, 5> daysOfPeriod = {0, 1, 7, 30, 365};
+
+// Where much was scanned. They are few.
+class BusyRows final : public TableRows {
+ public:
+  BusyRows(std::vector<BusyFolder> folders, const ResultsWords& words)
+      : folders_(std::move(folders)), words_(words) {}
+  std::size_t count() override { return folders_.size(); }
+  Row row(std::size_t row) override { return words_.row(folders_.at(row)); }
+
+ private:
+  const std::vector<BusyFolder> folders_;
+  const ResultsWords words_;
+};
+
+bool isInQuarantine(const HistoryResult& result) {
+  return result.outcome == HistoryResult::Outcome::quarantined && !result.detail.empty() &&
+         fileExists(result.detail);
+}
+
+// Where the file lies by now, as far as it is known: what was moved away may have been put back.
+const std::string& placeOf(const HistoryResult& result) {
+  const bool wasMoved = result.outcome == HistoryResult::Outcome::quarantined ||
+                        result.outcome == HistoryResult::Outcome::trashed;
+  const bool isAway =
+      wasMoved && !result.detail.empty() && (fileExists(result.detail) || !fileExists(result.path));
+  return isAway ? result.detail : result.path;
+}
+
+// Returns where the results of those rows stand by now; none of too many.
+std::vector<std::size_t> rowsAgain(const std::vector<std::size_t>& rows,
+                                   const HistorySelection& before, const HistorySelection& now) {
+  std::vector<std::size_t> again;
+  if (rows.size() > ResultsPage::mostScannedAgain) {
+    return again;
+  }
+  for (const std::size_t row : rows) {
+    if (const auto found = row < before.count() ? now.rowOf(before.id(row)) : std::nullopt) {
+      again.push_back(*found);
+    }
+  }
+  return again;
+}
+
+// What was moved is put back, and allowed by that.
+bool canBeAllowed(const HistoryResult& result) {
+  return result.kind == HistoryResult::Kind::found &&
+         (result.outcome == HistoryResult::Outcome::leftInPlace ||
+          result.outcome == HistoryResult::Outcome::notMoved);
+}
+
+}  // namespace
+
+// The chosen results, read as they are shown: those around the row that is asked for.
+class ResultsTable final : public TableRows {
+ public:
+  ResultsTable(const std::string& folder, ResultsWords words)
+      : reader_(folder), words_(std::move(words)) {}
+
+  HistoryReader& reader() { return reader_; }
+  const HistorySelection& selection() const { return selection_; }
+  void choose(HistorySelection selection) {
+    selection_ = std::move(selection);
+    block_.clear();
+  }
+  std::size_t count() override { return selection_.count(); }
+  Row row(std::size_t row) override { return words_.row(result(row)); }
+
+  const HistoryResult& result(std::size_t row) {
+    if (row < first_ || row >= first_ + block_.size()) {
+      first_ = row - row % rowsOfBlock;
+      block_ = reader_.rows(selection_, first_, rowsOfBlock);
+    }
+    static const HistoryResult gone;
+    return row - first_ < block_.size() ? block_[row - first_] : gone;
+  }
+
+ private:
+  static constexpr std::size_t rowsOfBlock = 256;
+
+  HistoryReader reader_;
+  const ResultsWords words_;
+  HistorySelection selection_;
+  std::size_t first_ = 0;
+  std::vector<HistoryResult> block_;
+};
+
+std::string expressionOfFile(const std::string& path) {
+  std::string expression = "^";
+  for (const char byte : path) {
+    if (std::string_view("\\[]^$.|?*+(){}").find(byte) != std::string_view::npos) {
+      expression += '\\';
+    }
+    expression += byte;
+  }
+  return expression + "$";
+}
+
+ResultsPage::ResultsPage(Page& page, MainWindow& window, const ResultsServices& services)
+    : page_(page),
+      window_(window),
+      services_(services),
+      words_(services.strings, services.home),
+      table_(std::make_shared<ResultsTable>(services.historyFolder, words_)),
+      search_(services.historyFolder, services.application, services.threads) {
+  page_.setChoices("kind",
+                   {words_.text("RESULTS_KIND_ALL"), words_.text("RESULTS_KIND_FOUND"),
+                    words_.text("RESULTS_KIND_NOT_SCANNED")},
+                   0);
+  page_.setChoices("period",
+                   {words_.text("RESULTS_PERIOD_ALL"), words_.text("RESULTS_PERIOD_DAY"),
+                    words_.text("RESULTS_PERIOD_WEEK"), words_.text("RESULTS_PERIOD_MONTH"),
+                    words_.text("RESULTS_PERIOD_YEAR")},
+                   0);
+  page_.setRows(results, words_.resultTitles(), table_);
+  for (const char* const widget : {"search", "kind", "period"}) {
+    page_.onAction(widget, [this] {
+      say("");
+      historyChanged();
+    });
+  }
+  page_.onAction("showBusy", [this] {
+    say("");
+    showView();
+  });
+  page_.onAction("byDay", [this] { showBusy(); });
+  page_.onSelection(results, [this] { showButtons(); });
+  page_.onAction(results, [this] { openFolder(); });
+  page_.onAction("openFolder", [this] { openFolder(); });
+  page_.onAction("scanAgain", [this] { scanAgain(); });
+  page_.onAction("exclude", [this] { askToExclude(); });
+  page_.onAction("allow", [this] { askToAllow(); });
+  page_.onAction("showQuarantine", [this] { window_.show("quarantine"); });
+  say("");
+  showView();
+}
+
+bool ResultsPage::showsBusy() const { return page_.isChecked("showBusy"); }
+
+void ResultsPage::showView() {
+  const bool isBusy = showsBusy();
+  page_.setVisible("resultsBox", !isBusy);
+  page_.setVisible("busyBox", isBusy);
+  page_.setEnabled("search", !isBusy);
+  page_.setEnabled("kind", !isBusy);
+  historyChanged();
+}
+
+WallTime ResultsPage::since() const {
+  const std::size_t chosen = std::min(page_.choice("period"), daysOfPeriod.size() - 1);
+  return services_.clock.wallTime() - std::chrono::hours(24 * daysOfPeriod[chosen]);
+}
+
+HistoryFilter ResultsPage::filter() const {
+  HistoryFilter wanted;
+  wanted.text = page_.text("search");
+  switch (page_.choice("kind")) {
+    case 1:
+      wanted.kind = HistoryResult::Kind::found;
+      break;
+    case 2:
+      wanted.kind = HistoryResult::Kind::notScanned;
+      break;
+    default:
+      break;
+  }
+  if (page_.choice("period") > 0) {
+    wanted.since = since();
+  }
+  return wanted;
+}
+
+void ResultsPage::historyChanged() {
+  const HistoryReader::State state = table_->reader().open();
+  const std::string problem = words_.problem(state, table_->reader().reason());
+  if (!problem.empty()) {
+    search_.giveUp();
+    show({});
+    page_.setRows(busy, words_.busyTitles(),
+                  std::make_shared<BusyRows>(std::vector<BusyFolder>(), words_));
+    page_.setText("summary", problem);
+  } else if (showsBusy()) {
+    showBusy();
+  } else {
+    choose();
+  }
+}
+
+void ResultsPage::choose() {
+  const HistoryFilter wanted = filter();
+  if (wanted.isEmpty()) {
+    search_.giveUp();
+    show(table_->reader().select(wanted));
+    return;
+  }
+  page_.setText("summary", words_.text("RESULTS_SEARCHING"));
+  search_.begin(wanted, [this](const HistorySelection& chosen) { show(chosen); });
+}
+
+void ResultsPage::show(const HistorySelection& selection) {
+  const HistorySelection before = table_->selection();
+  const std::vector<std::size_t> chosen = page_.selectedRows(results);
+  table_->choose(selection);
+  page_.rowsChanged(results);
+  page_.selectRows(results, rowsAgain(chosen, before, selection));
+  page_.setText("summary",
+                selection.count() > 0
+                    ? words_.counted("RESULTS_COUNT", selection.count())
+                    : words_.text(filter().isEmpty() ? "RESULTS_NONE_YET" : "RESULTS_NONE_MATCH"));
+  showButtons();
+}
+
+void ResultsPage::showBusy() {
+  const CalendarDay day = page_.choice("period") > 0 ? calendarDayOf(since()) : 0;
+  HistoryReader& reader = table_->reader();
+  std::vector<BusyFolder> folders = page_.isChecked("byDay")
+                                        ? reader.busyFolders(day, mostBusyFolders)
+                                        : reader.busiestFolders(day, mostBusyFolders);
+  page_.setText("summary", folders.empty() ? words_.text("RESULTS_BUSY_NONE")
+                                           : words_.counted("RESULTS_BUSY_COUNT", folders.size()));
+  page_.setRows(busy, words_.busyTitles(), std::make_shared<BusyRows>(std::move(folders), words_));
+}
+
+void ResultsPage::showButtons() {
+  const std::size_t count = page_.selectedRows(results).size();
+  const std::vector<HistoryResult> one = count == 1 ? selected() : std::vector<HistoryResult>();
+  page_.setEnabled("allow", !one.empty() && canBeAllowed(one.front()));
+  page_.setEnabled("showQuarantine", !one.empty() && isInQuarantine(one.front()));
+  page_.setEnabled("openFolder", count == 1);
+  page_.setEnabled("exclude", count == 1);
+  page_.setEnabled("scanAgain", count > 0 && count <= mostScannedAgain);
+}
+
+std::vector<HistoryResult> ResultsPage::selected() const {
+  std::vector<HistoryResult> all;
+  for (const std::size_t row : page_.selectedRows(results)) {
+    const HistoryResult& result = table_->result(row);
+    if (!result.path.empty()) {
+      all.push_back(result);
+    }
+  }
+  return all;
+}
+
+void ResultsPage::openFolder() {
+  const std::vector<HistoryResult> chosen = selected();
+  if (chosen.empty()) {
+    return;
+  }
+  const std::string& place = placeOf(chosen.front());
+  const std::string folder = deletingLastPathComponent(place);
+  if (fileExists(place) && services_.workspace.selectFile(place)) {
+    say("");
+  } else if (services_.workspace.openFile(folder)) {
+    say(Wording{"RESULTS_FILE_GONE", {words_.place(place)}}.in(services_.strings));
+  } else {
+    say(Wording{"RESULTS_FOLDER_GONE", {words_.place(folder)}}.in(services_.strings));
+  }
+}
+
+void ResultsPage::scanAgain() {
+  std::vector<std::string> paths;
+  for (const HistoryResult& result : selected()) {
+    const std::string& place = placeOf(result);
+    // The same file may have been found often.
+    if (fileExists(place) && std::find(paths.begin(), paths.end(), place) == paths.end()) {
+      paths.push_back(place);
+    }
+  }
+  if (paths.empty()) {
+    say(words_.text("RESULTS_ALL_GONE"));
+    return;
+  }
+  services_.scan(paths);
+}
+
+void ResultsPage::askToExclude() {
+  const std::vector<HistoryResult> chosen = selected();
+  if (chosen.empty()) {
+    return;
+  }
+  const std::string path = chosen.front().path;
+  if (!isValidUtf8(path)) {
+    // The preferences are text.
+    say(words_.text("RESULTS_EXCLUDE_BYTES"));
+    return;
+  }
+  const std::string expression = expressionOfFile(path);
+  const Wording question = {"RESULTS_EXCLUDE_QUESTION", {words_.place(path)}};
+  const Wording detail = {chosen.front().kind == HistoryResult::Kind::found
+                              ? "RESULTS_EXCLUDE_DETAIL_FOUND"
+                              : "RESULTS_EXCLUDE_DETAIL",
+                          {expression}};
+  window_.ask({question.in(services_.strings),
+               detail.in(services_.strings),
+               {words_.text("RESULTS_EXCLUDE_YES"), words_.text("RESULTS_EXCLUDE_NO")},
+               true},
+              [exclude = services_.exclude, expression](std::size_t button) {
+                if (button == 0) {
+                  exclude(expression);
+                }
+              });
+}
+
+void ResultsPage::askToAllow() {
+  const std::vector<HistoryResult> chosen = selected();
+  if (chosen.size() != 1 || !canBeAllowed(chosen.front())) {
+    return;
+  }
+  const std::string path = chosen.front().path;
+  window_.ask({Wording{"RESULTS_ALLOW_QUESTION", {words_.place(path)}}.in(services_.strings),
+               words_.text("RESULTS_ALLOW_DETAIL"),
+               {words_.text("RESULTS_ALLOW_YES"), words_.text("RESULTS_ALLOW_NO")},
+               true},
+              [this, path](std::size_t button) {
+                if (button == 0) {
+                  const std::string problem = services_.allow(path);
+                  say(problem.empty()
+                          ? Wording{"RESULTS_ALLOWED", {words_.place(path)}}.in(services_.strings)
+                          : problem);
+                }
+              });
+}
+
+void ResultsPage::say(const std::string& notice) {
+  page_.setText("notice", notice);
+  page_.setVisible("notice", !notice.empty());
+}
+
+}  // namespace quillo

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "companion/results/HistorySearch.h"
+#include "companion/results/ResultsWords.h"
+#include "history/HistoryReader.h"
+
+namespace quillo {
+
+class Application;
+class Clock;
+class LocalizedStrings;
+class MainWindow;
+class Page;
+class ResultsTable;
+class ThreadStarter;
+class Workspace;
+
+// The services that the results use. All of them outlive the page.
+struct ResultsServices {
+  Application& application;
+  ThreadStarter& threads;
+  Clock& clock;
+  LocalizedStrings& strings;
+  Workspace& workspace;
+  std::string historyFolder;  // the agent's own for what it remembers
+  std::string home;
+  // Scans these files at once.
+  std::function<void(const std::vector<std::string>& paths)> scan;
+  // Excludes what that regular expression matches (PathPattern.h); its user has agreed.
+  std::function<void(const std::string& expression)> exclude;
+  // Has the file left alone until it changes; its user has agreed. Returns "", or why not, in words
+  // for people.
+  std::function<std::string(const std::string& path)> allow;
+};
+
+// The page "results": what was found and what could not be scanned (`results`, narrowed down by
+// `search`, `kind` and `period`, with `openFolder`, `scanAgain`, `exclude`, `allow` for a find in
+// its place and `showQuarantine` for one that was moved there), and, while `showBusy` stays down,
+// where much was scanned (`busy`, for each day while `byDay` is checked). `summary` says how many
+// rows there are, or why there are none; `notice` how an action went. Main thread.
+class ResultsPage {
+ public:
+  // More files than that are not scanned again at once.
+  static constexpr std::size_t mostScannedAgain = 1000;
+  static constexpr std::size_t mostBusyFolders = 1000;
+
+  ResultsPage(Page& page, MainWindow& window, const ResultsServices& services);
+
+  // Shows the history as it is now. To be called whenever it has news, and when the page is shown.
+  void historyChanged();
+
+ private:
+  HistoryFilter filter() const;
+  WallTime since() const;
+  bool showsBusy() const;
+  void showView();
+  void choose();
+  void show(const HistorySelection& selection);
+  void showBusy();
+  void showButtons();
+  std::vector<HistoryResult> selected() const;
+  void openFolder();
+  void scanAgain();
+  void askToExclude();
+  void askToAllow();
+  void say(const std::string& notice);
+
+  Page& page_;
+  MainWindow& window_;
+  const ResultsServices services_;
+  const ResultsWords words_;
+  const std::shared_ptr<ResultsTable> table_;
+  HistorySearch search_;
+};
+
+// Returns the regular expression that matches this file and no other. Pure.
+std::string expressionOfFile(const std::string& path);
+
+}  // namespace quillo

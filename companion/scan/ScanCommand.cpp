@@ -1,0 +1,224 @@
+#include "companion/scan/ScanCommand.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <ostream>
+
+#include "companion/scan/InterruptWatch.h"
+#include "companion/scan/ScanFindings.h"
+#include "companion/scan/ScanWords.h"
+#include "platform/LocalizedStrings.h"
+
+namespace quillo {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Problem = ManualScanResult::Problem;
+
+constexpr int jsonVersion = 1;
+constexpr int statusFound = 1;
+constexpr int statusIncomplete = 2;
+constexpr const char* usage = "usage: vantrel scan PATH... [--json]\n";
+
+// What the words behind `vantrel scan` ask for.
+struct ScanWish {
+  std::vector<std::string> paths;  // made absolute
+  bool asJson = false;
+};
+
+// Relative paths begin where the command was given.
+std::string absolute(const std::string& path) {
+  if (path.starts_with('/')) {
+    return path;
+  }
+  std::string relative = path;
+  while (relative.starts_with("./") && relative.size() > 2) {
+    relative.erase(0, 2);
+  }
+  char* const folder = getcwd(nullptr, 0);
+  std::string whole = (folder ? std::string(folder) + "/" : std::string()) + relative;
+  std::free(folder);
+  return whole;
+}
+
+const char* nameOf(ScanFinding::Done done) {
+  switch (done) {
+    case ScanFinding::Done::moved:
+      return "moved";
+    case ScanFinding::Done::notMoved:
+      return "notMoved";
+    case ScanFinding::Done::allowed:
+      return "allowed";
+    case ScanFinding::Done::unknown:
+      return "unknown";
+    default:
+      return "leftInPlace";
+  }
+}
+
+Json nameOf(Problem problem) {
+  switch (problem) {
+    case Problem::noEngine:
+      return "noEngine";
+    case Problem::noDaemon:
+      return "noDaemon";
+    case Problem::noQuarantine:
+      return "noQuarantine";
+    case Problem::tooMany:
+      return "tooMany";
+    case Problem::failed:
+      return "failed";
+    default:
+      return nullptr;
+  }
+}
+
+bool isIncomplete(const ManualScanResult& result) {
+  return result.notScanned > 0 || result.isStopped || result.problem != Problem::none;
+}
+
+Json numberOrNull(const std::optional<std::uint64_t>& number) {
+  return number ? Json(*number) : Json(nullptr);
+}
+
+void addPlace(Json& entry, const ScanFinding& finding) {
+  entry["path"] = reportedText(finding.verdict.path);
+  if (!finding.verdict.target.empty()) {
+    entry["target"] = reportedText(finding.verdict.target);
+  }
+}
+
+// Writes what is said as it comes, and keeps it for the document.
+class Writer final : public ManualScanObserver {
+ public:
+  Writer(const ScanWish& asked, std::ostream& out, const ScanCommandServices& services)
+      : asked_(asked),
+        out_(out),
+        strings_(services.scan.localizedStrings),
+        words_(strings_),
+        findings_(words_, [&services](const Verdict& infection) {
+          return services.allowed && services.allowed->isAllowed(infection);
+        }) {}
+
+  void verdict(const Verdict& verdict) override {
+    findings_.add(verdict);
+    const bool isFind = verdict.kind == Verdict::Kind::infected;
+    if (asked_.asJson || (!isFind && verdict.kind != Verdict::Kind::notScanned)) {
+      return;
+    }
+    const std::string path = reportedText(verdict.path);
+    if (isFind) {
+      const std::string done = reportedText(words_.done(*findings_.findAt(verdict.file())));
+      out_ << Wording{"SCAN_LINE_FOUND", {path, reportedText(verdict.threat), done}}.in(strings_);
+    } else {
+      out_ << Wording{"SCAN_LINE_NOT_SCANNED", {path, reportedText(verdict.reason)}}.in(strings_);
+    }
+    out_ << std::endl;  // somebody waits for it
+  }
+  void advanced() override {}
+  void ended(const ManualScanResult& result) override {
+    result_ = result;
+    if (asked_.asJson) {
+      out_ << document().dump(2) << std::endl;
+      return;
+    }
+    for (const std::string& sentence : words_.report(result)) {
+      out_ << sentence << '\n';
+    }
+    out_.flush();
+  }
+  const ManualScanResult& result() const { return result_; }
+
+ private:
+  Json document() {
+    Json whole;
+    whole["version"] = jsonVersion;
+    whole["command"] = "scan";
+    for (const std::string& path : asked_.paths) {
+      whole["paths"].push_back(reportedText(path));
+    }
+    whole["result"] = result_.found > 0 ? "found" : isIncomplete(result_) ? "incomplete" : "clean";
+    whole["stopped"] = result_.isStopped;
+    whole["problem"] = nameOf(result_.problem);
+    whole["counts"] = {{"clean", numberOrNull(result_.clean)},
+                       {"found", result_.found},
+                       {"notScanned", result_.notScanned},
+                       {"notReached", numberOrNull(result_.notReached)}};
+    whole["found"] = Json::array();
+    for (const ScanFinding& finding : findings_.finds()->findings()) {
+      whole["found"].push_back(entryOf(finding));
+    }
+    whole["notScanned"] = Json::array();
+    for (const ScanFinding& finding : findings_.leftOut()->findings()) {
+      Json entry;
+      addPlace(entry, finding);
+      entry["reason"] = reportedText(finding.reason);
+      whole["notScanned"].push_back(entry);
+    }
+    return whole;
+  }
+  static Json entryOf(const ScanFinding& finding) {
+    Json entry;
+    addPlace(entry, finding);
+    entry["threat"] = reportedText(finding.threat);
+    entry["done"] = nameOf(finding.done);
+    if (!finding.destination.empty()) {
+      entry["destination"] = reportedText(finding.destination);
+    }
+    if (!finding.reason.empty()) {
+      entry["reason"] = reportedText(finding.reason);
+    }
+    return entry;
+  }
+
+  const ScanWish& asked_;
+  std::ostream& out_;
+  LocalizedStrings& strings_;
+  const ScanWords words_;
+  ScanFindings findings_;
+  ManualScanResult result_;
+};
+
+// Returns nothing for words that it does not know, and without a path. What follows "--" is a path.
+std::optional<ScanWish> scanWishOf(const std::vector<std::string>& words) {
+  ScanWish asked;
+  bool mayBeOption = true;
+  for (const std::string& word : words) {
+    if (mayBeOption && word == "--") {
+      mayBeOption = false;
+    } else if (mayBeOption && word == "--json") {
+      asked.asJson = true;
+    } else if (word.empty() || (mayBeOption && word.starts_with('-'))) {
+      return std::nullopt;
+    } else {
+      asked.paths.push_back(absolute(word));
+    }
+  }
+  return asked.paths.empty() ? std::nullopt : std::optional<ScanWish>(asked);
+}
+
+}  // namespace
+
+int runScanCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
+                   const ScanCommandServices& services) {
+  const std::optional<ScanWish> asked = scanWishOf(words);
+  if (!asked) {
+    errors << usage;
+    return statusIncomplete;
+  }
+  Writer writer(*asked, out, services);
+  const auto scan = std::make_shared<ManualScan>(services.scan, writer, services.history);
+  {
+    const InterruptWatch interrupts(services.scan.threads, [scan] { scan->stop(); });
+    scan->run(asked->paths);
+  }
+  if (writer.result().found > 0) {
+    return statusFound;
+  }
+  return isIncomplete(writer.result()) ? statusIncomplete : 0;
+}
+
+}  // namespace quillo

@@ -1,0 +1,222 @@
+#include "companion/selftest/SelfTest.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "clamav/Definitions.h"
+#include "companion/selftest/TestFile.h"
+#include "posix/FileFacts.h"
+#include "posix/Text.h"
+
+namespace quillo {
+namespace {
+
+using Done = SelfTestEvidence::Done;
+
+std::int64_t secondsOf(Clock& clock) {
+  return std::chrono::duration_cast<std::chrono::seconds>(clock.wallTime().time_since_epoch())
+      .count();
+}
+
+Wording wordsFor(const SelfTestEvidence::Find& find) {
+  switch (find.done) {
+    case Done::quarantined:
+      return {"SELFTEST_FOUND_QUARANTINED", {find.threat}};
+    case Done::trashed:
+      return {"SELFTEST_FOUND_TRASHED", {find.threat}};
+    default:
+      return {"SELFTEST_FOUND_IN_PLACE", {find.threat}};
+  }
+}
+
+}  // namespace
+
+SelfTest::SelfTest(Clock& clock, SelfTestEvidence& evidence, std::vector<std::string> moveFolders)
+    : clock_(clock),
+      evidence_(evidence),
+      moveFolders_(std::move(moveFolders)),
+      name_(newTestFileName()),
+      begun_(clock.now()) {
+  for (const Step step : {Step::agent, Step::written, Step::noticed, Step::found, Step::removed}) {
+    results_.push_back({step, State::waiting, {}});
+  }
+  begin(Step::agent);
+}
+
+SelfTest::~SelfTest() { removeFile(); }
+
+void SelfTest::begin(Step step) { at(step).state = State::going; }
+
+void SelfTest::finish(Step step, Wording words) {
+  at(step).state = State::done;
+  at(step).words = std::move(words);
+}
+
+void SelfTest::end(Step step, Outcome outcome, Wording words) {
+  at(step).state = State::failed;
+  at(step).words = std::move(words);
+  outcome_ = outcome;
+  leaveOthers();
+  if (!path_.empty()) {
+    const std::string left = removeFile();
+    at(Step::removed).state = left.empty() ? State::done : State::failed;
+    at(Step::removed).words =
+        left.empty() ? Wording{"SELFTEST_REMOVED"} : Wording{"SELFTEST_NOT_REMOVED", {left}};
+  }
+}
+
+// Whatever is awaited still will not come any more.
+void SelfTest::leaveOthers() {
+  for (Result& result : results_) {
+    if (result.state == State::going) {
+      result.state = State::waiting;
+      result.words = {"SELFTEST_NOT_KNOWN"};
+    } else if (result.state == State::waiting) {
+      result.words = {"SELFTEST_NOT_TRIED"};
+    }
+  }
+}
+
+void SelfTest::step() {
+  if (isOver()) {
+    return;
+  }
+  const SelfTestEvidence::Facts facts = evidence_.facts();
+  if (path_.empty()) {
+    awaitAgent(facts);
+  } else {
+    awaitFind(facts);
+  }
+}
+
+void SelfTest::cancel() {
+  if (!isOver()) {
+    end(path_.empty() ? Step::agent : Step::found, Outcome::cannotTell, {"SELFTEST_CANCELLED"});
+  }
+}
+
+void SelfTest::awaitAgent(const SelfTestEvidence::Facts& facts) {
+  using Agent = SelfTestEvidence::Agent;
+  const Clock::Duration waited = clock_.now() - begun_;
+  lacksAgent_ = facts.agent == Agent::absent;
+  if (facts.agent == Agent::watching) {
+    finish(Step::agent, {"SELFTEST_GUARDED"});
+    write(facts);
+  } else if (lacksAgent_ && waited >= longestAbsence) {
+    end(Step::agent, Outcome::cannotTell, {"SELFTEST_NO_AGENT"});
+  } else if (facts.agent == Agent::stopped) {
+    end(Step::agent, Outcome::fails, {"SELFTEST_NOT_WATCHING"});
+  } else if (waited >= longestStart) {
+    end(Step::agent, Outcome::fails, {"SELFTEST_STILL_STARTING"});
+  }
+}
+
+void SelfTest::write(const SelfTestEvidence::Facts& facts) {
+  begin(Step::written);
+  verdictsBefore_ = facts.verdicts;
+  writtenAt_ = secondsOf(clock_);
+  for (const std::string& folder : facts.watchedFolders) {
+    if (writeInto(folder)) {
+      begun_ = clock_.now();
+      finish(Step::written, {"SELFTEST_WRITTEN", {path_}});
+      begin(Step::noticed);
+      return;
+    }
+  }
+  end(Step::written, Outcome::cannotTell,
+      facts.watchedFolders.empty() ? Wording{"SELFTEST_NO_FOLDER"}
+                                   : Wording{"SELFTEST_NOT_WRITTEN", {problemWithFolder_}});
+}
+
+bool SelfTest::writeInto(const std::string& watched) {
+  std::string folder = watched;
+  while (folder.size() > 1 && folder.ends_with('/')) {
+    folder.pop_back();
+  }
+  const int error = name_.empty() ? EIO : writeTestFile(folder, name_);
+  if (error == 0) {
+    path_ = (folder == "/" ? "" : folder) + "/" + name_;
+  } else if (problemWithFolder_.empty()) {
+    problemWithFolder_ = folder + ": " + std::strerror(error);
+  }
+  return error == 0;
+}
+
+bool SelfTest::isInPlace() const {
+  return contentsOfRegularFile(path_, Links::refused, eicarTestFile().size()) == eicarTestFile();
+}
+
+void SelfTest::awaitFind(const SelfTestEvidence::Facts& facts) {
+  if (facts.filesBeingScanned > 0 && at(Step::noticed).state == State::going) {
+    finish(Step::noticed, {"SELFTEST_NOTICED"});
+    begin(Step::found);
+  }
+  if (const auto find = evidence_.findOf(path_, writtenAt_)) {
+    if (!find->destination.empty()) {
+      destination_ = find->destination;
+    }
+    conclude(wordsFor(*find));
+  } else if (clock_.now() - begun_ >= longestWay) {
+    giveUp();
+  } else if (facts.agent == SelfTestEvidence::Agent::absent) {
+    end(Step::found, Outcome::fails, {"SELFTEST_AGENT_LEFT"});
+  }
+}
+
+void SelfTest::conclude(const Wording& found) {
+  if (at(Step::noticed).state != State::done) {
+    finish(Step::noticed, {"SELFTEST_NOTICED"});
+  }
+  finish(Step::found, found);
+  const std::string left = removeFile();
+  outcome_ = Outcome::works;
+  if (left.empty()) {
+    finish(Step::removed, {"SELFTEST_REMOVED"});
+  } else {
+    at(Step::removed).state = State::failed;
+    at(Step::removed).words = {"SELFTEST_NOT_REMOVED", {left}};
+  }
+}
+
+// No find is recorded. What can be said depends on what has become of the file, and on what the
+// agent has counted.
+void SelfTest::giveUp() {
+  const bool isGone = !isInPlace();
+  const bool isCounted = evidence_.facts().verdicts > verdictsBefore_;
+  if (isGone && isCounted) {
+    conclude({"SELFTEST_FOUND_MOVED"});
+  } else if (isGone) {
+    end(Step::found, Outcome::cannotTell, {"SELFTEST_GONE"});
+  } else if (isCounted) {
+    end(Step::found, Outcome::cannotTell, {"SELFTEST_ONLY_COUNTED"});
+  } else if (at(Step::noticed).state == State::done) {
+    end(Step::found, Outcome::fails, {"SELFTEST_NOT_FOUND"});
+  } else {
+    end(Step::noticed, Outcome::fails, {"SELFTEST_NOT_NOTICED"});
+  }
+}
+
+std::string SelfTest::removeFile() {
+  if (path_.empty()) {
+    return {};
+  }
+  std::vector<std::string> folders = moveFolders_;
+  folders.push_back(deletingLastPathComponent(path_));
+  if (destination_) {
+    const std::string folder = deletingLastPathComponent(*destination_);
+    folders.push_back(folder);
+    // What a trash knows of its files lies beside their folder (Trash 1.0, freedesktop.org).
+    if (lastPathComponent(folder) == "files") {
+      folders.push_back(deletingLastPathComponent(folder) + "/info");
+    }
+  }
+  std::string left;
+  for (const std::string& folder : folders) {
+    const std::string problem = removeTestFile(folder, name_);
+    left = left.empty() ? problem : left;
+  }
+  return left;
+}
+
+}  // namespace quillo
