@@ -67,6 +67,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
     }
   };
   parts.historyChanged = changed;
+  desktop.distributedNotificationCenter.addObserver(historyHasChanged, changed);
   desktop.agentLink.observe(
       [changed, &agent = desktop.agentLink, seen = std::uint64_t{0}]() mutable {
         const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;

@@ -139,9 +139,9 @@ std::string ResultsWords::done(const HistoryResult& result) const {
 
 std::vector<std::string> ResultsWords::scanTitles() const {
   return {text("RESULTS_COLUMN_STARTED"),  text("RESULTS_COLUMN_SCANNED"),
-          text("RESULTS_COLUMN_SCAN"),     text("RESULTS_COLUMN_DURATION"),
-          text("RESULTS_COLUMN_CLEAN"),    text("RESULTS_COLUMN_FOUND"),
-          text("RESULTS_COLUMN_LEFT_OUT"), text("RESULTS_COLUMN_ENDED")};
+          text("RESULTS_COLUMN_ENDED"),    text("RESULTS_COLUMN_CLEAN"),
+          text("RESULTS_COLUMN_FOUND"),    text("RESULTS_COLUMN_LEFT_OUT"),
+          text("RESULTS_COLUMN_DURATION"), text("RESULTS_COLUMN_SCAN")};
 }
 
 TableRows::Row ResultsWords::row(const ScanRun& run) const {
@@ -154,14 +154,15 @@ TableRows::Row ResultsWords::row(const ScanRun& run) const {
   if (!run.ended) {
     // What it came to is entered at its end.
     return {
-        {timeIn(run.started), places(run.paths), kind, "", "", "", "", text("RESULTS_SCAN_NO_END")},
+        {timeIn(run.started), places(run.paths), text("RESULTS_SCAN_NO_END"), "", "", "", "", kind},
         TableRows::Sign::none};
   }
-  return {{timeIn(run.started), places(run.paths), kind,
-           duration(std::chrono::duration_cast<std::chrono::seconds>(*run.ended - run.started)),
-           run.clean ? numberIn(strings_, *run.clean) : text("RESULTS_SCAN_NOT_COUNTED"),
-           numberIn(strings_, run.found), numberIn(strings_, run.notScanned), text(keyOf(run.end))},
-          signOf(run)};
+  return {
+      {timeIn(run.started), places(run.paths), text(keyOf(run.end)),
+       run.clean ? numberIn(strings_, *run.clean) : text("RESULTS_SCAN_NOT_COUNTED"),
+       numberIn(strings_, run.found), numberIn(strings_, run.notScanned),
+       duration(std::chrono::duration_cast<std::chrono::seconds>(*run.ended - run.started)), kind},
+      signOf(run)};
 }
 
 std::string ResultsWords::ofScan(const ScanRun& run) const {

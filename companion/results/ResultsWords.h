@@ -27,8 +27,8 @@ class ResultsWords {
   // Returns time, file, folder, threat or reason, what was done, and who scanned.
   TableRows::Row row(const HistoryResult& result) const;
   std::vector<std::string> scanTitles() const;
-  // Returns when it began, what was scanned, whose scan it was, how long it took, how many files
-  // were clean, found and not scanned, and how it ended.
+  // Returns when it began, what was scanned, how it ended, how many files were clean, found and not
+  // scanned, how long it took, and whose scan it was.
   TableRows::Row row(const ScanRun& run) const;
   // Returns which scan the results that are shown are of.
   std::string ofScan(const ScanRun& run) const;
