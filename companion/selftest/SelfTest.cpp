@@ -189,12 +189,15 @@ void SelfTest::conclude(const Wording& found) {
 // agent has counted, which may have been another file: that alone proves nothing.
 void SelfTest::giveUp() {
   const bool isGone = !isInPlace();
-  const bool isCounted = evidence_.facts().verdicts > verdictsBefore_;
+  const SelfTestEvidence::Facts facts = evidence_.facts();
+  const bool isCounted = facts.verdicts > verdictsBefore_;
   if (isGone) {
     end(Step::found, Outcome::cannotTell,
         {isCounted ? "SELFTEST_GONE_AND_COUNTED" : "SELFTEST_GONE"});
   } else if (isCounted) {
     end(Step::found, Outcome::cannotTell, {"SELFTEST_ONLY_COUNTED"});
+  } else if (facts.filesBeingScanned > 0) {
+    end(Step::found, Outcome::cannotTell, {"SELFTEST_STILL_BUSY"});
   } else if (at(Step::noticed).state == State::done) {
     end(Step::found, Outcome::fails, {"SELFTEST_NOT_FOUND"});
   } else {
