@@ -48,6 +48,10 @@ class VantrelProgram : public testing::Test {
     return session.screen().eventually(
         [&] { return session.screen().countWindows(title) == 1 && windows() == 1; });
   }
+  // Keys reach it from now on.
+  bool hasKeyboard(const std::string& title) {
+    return session.screen().eventually([&] { return session.screen().hasKeyboard(title); });
+  }
   void call(const std::string& method, const std::vector<std::string>& arguments) {
     std::vector<std::string> words = {"gdbus",
                                       "call",
@@ -144,12 +148,13 @@ TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
   };
   const auto process = start({"--page", "folders"});
   ASSERT_TRUE(shows("Folders"));
+  ASSERT_TRUE(hasKeyboard("Folders – Vantrel"));
   session.press("alt+a");
-  ASSERT_TRUE(session.screen().eventually(
-      [&] { return session.screen().countWindows("Folders to Guard") == 1; }));
+  ASSERT_TRUE(hasKeyboard("Folders to Guard"));
   session.run({"xdotool", "type", folder});
   session.press("Return");
   EXPECT_TRUE(isWritten("Letters")) << TemporaryFolder::read(preferences);
+  ASSERT_TRUE(hasKeyboard("Folders – Vantrel"));
   session.press("alt+p");
   session.run({"xdotool", "type", "unfinished"});
   session.press("alt+d");
@@ -159,7 +164,7 @@ TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
 
 TEST_F(VantrelProgram, EndsWhenItsWindowIsClosed) {
   const auto process = start({"--page", "planned"});
-  ASSERT_TRUE(shows("Planned Scans"));
+  ASSERT_TRUE(hasKeyboard("Planned Scans – Vantrel"));
   session.press("ctrl+q");
   EXPECT_EQ(process->waitUntilExit(), 0);
 }
