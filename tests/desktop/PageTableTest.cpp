@@ -38,8 +38,16 @@ class NumberedRows final : public TableRows {
 
 class LongRows final : public TableRows {
  public:
+  explicit LongRows(const std::string& word) {
+    for (int i = 0; i < 30; ++i) {
+      text_ += word;
+    }
+  }
   std::size_t count() override { return 1; }
-  Row row(std::size_t) override { return {{"short", std::string(100, 'm')}}; }
+  Row row(std::size_t) override { return {{"short", text_}}; }
+
+ private:
+  std::string text_;
 };
 
 class PageTableTest : public testing::Test {
@@ -104,13 +112,25 @@ TEST_F(PageTableTest, SelectsItsFirstRowForWhoComesByKeyboard) {
 }
 
 TEST_F(PageTableTest, ElidesLongTextsRatherThanHideColumns) {
-  page.setRows("table", {"Name", "Folder"}, std::make_shared<LongRows>());
+  page.setRows("table", {"Name", "Folder"}, std::make_shared<LongRows>("mmmm"));
   view.setFixedWidth(400);
   QCoreApplication::processEvents();
   EXPECT_FALSE(view.horizontalScrollBar()->isVisible());
   view.setFixedWidth(120);
   QCoreApplication::processEvents();
   EXPECT_TRUE(view.horizontalScrollBar()->isVisible());
+}
+
+TEST_F(PageTableTest, ShowsSentencesWholeWhereItsFileSaysSo) {
+  QTableView& sentences = *test.find<QTableView>("sentences");
+  page.setRows("sentences", {"Name", "Sentence"}, std::make_shared<LongRows>("many words "));
+  sentences.setFixedWidth(600);
+  QCoreApplication::processEvents();
+  const int wide = sentences.rowHeight(0);
+  EXPECT_GT(wide, sentences.fontMetrics().height() * 2);
+  sentences.setFixedWidth(300);
+  QCoreApplication::processEvents();
+  EXPECT_GT(sentences.rowHeight(0), wide);
 }
 
 TEST_F(PageTableTest, SharesItsWidthAmongTheColumnsUntilOneIsDrawn) {

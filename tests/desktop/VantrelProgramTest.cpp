@@ -7,6 +7,7 @@
 
 #include "posix/Text.h"
 #include "tests/desktop/support/session/DesktopSession.h"
+#include "tests/desktop/support/session/ShownWords.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Waiting.h"
 
@@ -146,7 +147,9 @@ TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
     return session.screen().eventually(
         [&] { return TemporaryFolder::read(preferences).find(text) != std::string::npos; });
   };
-  const auto process = start({"--page", "folders"});
+  ShownWords words(session);
+  const auto process =
+      session.startCommand({"env", ShownWords::variable(), program, "--page", "folders"});
   ASSERT_TRUE(shows("Folders"));
   ASSERT_TRUE(hasKeyboard("Folders – Vantrel"));
   session.press("alt+a");
@@ -155,7 +158,10 @@ TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
   session.press("Return");
   EXPECT_TRUE(isWritten("Letters")) << TemporaryFolder::read(preferences);
   ASSERT_TRUE(hasKeyboard("Folders – Vantrel"));
+  ASSERT_TRUE(session.screen().eventually([&] { return words.say("~/Letters"); }));
   session.press("alt+p");
+  EXPECT_TRUE(session.screen().eventually([&] { return words.hasKeyboard("Pattern:"); }))
+      << words.all();
   session.run({"xdotool", "type", "unfinished"});
   session.press("alt+d");
   EXPECT_TRUE(isWritten("unfinished")) << TemporaryFolder::read(preferences);

@@ -27,6 +27,9 @@ PageTable::PageTable(QTableView& view, const RowMarks& marks)
   arrange();
   arrangeHint();
   view_.setModel(&model_);
+  if (view_.property("wrapsText").toBool()) {
+    wrapTexts();
+  }
   QObject::connect(view_.selectionModel(), &QItemSelectionModel::selectionChanged, &view_, [this] {
     if (!isSetting_ && onSelection_) {
       guarded(std::function<void()>(onSelection_));
@@ -67,6 +70,16 @@ void PageTable::arrange() {
   view_.horizontalHeader()->setStretchLastSection(true);
   view_.horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
   view_.setMinimumHeight(rowHeight * (fewestRows + 1));
+}
+
+void PageTable::wrapTexts() {
+  view_.setWordWrap(true);
+  const auto fit = [this] { view_.resizeRowsToContents(); };
+  // Once all of them have their widths: the last gets what the others leave.
+  QObject::connect(view_.horizontalHeader(), &QHeaderView::sectionResized, &view_, fit,
+                   Qt::QueuedConnection);
+  QObject::connect(&model_, &QAbstractItemModel::modelReset, &view_, fit);
+  QObject::connect(&model_, &QAbstractItemModel::dataChanged, &view_, fit);
 }
 
 void PageTable::arrangeHint() {

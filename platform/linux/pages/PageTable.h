@@ -16,7 +16,8 @@ namespace quillo {
 
 // A table of a page: how it looks, what is selected in it, and its rows. While there are none, it
 // says what its interface file has for that in the property "emptyText", also to a screen reader.
-// The view belongs to the page's widget. Main thread.
+// With "wrapsText" its rows are as high as their texts need: for few rows of sentences. The view
+// belongs to the page's widget. Main thread.
 class PageTable final {
  public:
   PageTable(QTableView& view, const RowMarks& marks);
@@ -32,6 +33,7 @@ class PageTable final {
 
  private:
   void arrange();
+  void wrapTexts();
   void arrangeHint();
   void showHint();
   // At least as wide as the title and what is to be seen first.
