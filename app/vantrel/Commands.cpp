@@ -1,14 +1,12 @@
 #include "app/vantrel/Commands.h"
 
-#include <unistd.h>
-
 #include <atomic>
-#include <climits>
 #include <string>
 #include <vector>
 
 #include "app/vantrel/CompanionParts.h"
 #include "app/vantrel/SelfTestParts.h"
+#include "companion/CommandWords.h"
 #include "companion/doctor/DoctorCommand.h"
 #include "companion/folders/ExplainCommand.h"
 #include "companion/overview/StatusCommand.h"
@@ -80,11 +78,9 @@ std::string stateOfAgent(AgentLink& agent) {
 
 int explain(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   AgentLink& agent = parts.desktop.agentLink;
-  char folder[PATH_MAX];
-  return runExplainCommand(
-      words, out, errors,
-      {parts.explanationServices(), parts.desktop.localizedStrings,
-       getcwd(folder, sizeof folder) ? folder : "", [&agent] { return stateOfAgent(agent); }});
+  return runExplainCommand(words, out, errors,
+                           {parts.explanationServices(), parts.desktop.localizedStrings,
+                            currentFolder(), [&agent] { return stateOfAgent(agent); }});
 }
 
 // What it needs is made when it runs, and for no other command.

@@ -158,8 +158,9 @@ TEST_F(QuarantineCommandTest, ChecksAllWhereNoneIsNamed) {
 TEST_F(QuarantineCommandTest, CannotTellWithoutAnEngine) {
   quarantined("home/a");
   engineProblem = "launch path not accessible";
-  EXPECT_EQ(run({"check", "a"}), 2);
+  EXPECT_EQ(run({"check", "a", "--json"}), 2);
   EXPECT_NE(errors.str(), "");
+  EXPECT_EQ(document()["problem"], "failed");
 }
 
 TEST_F(QuarantineCommandTest, CannotTellWithoutTheFolder) {
@@ -184,7 +185,8 @@ TEST_F(QuarantineCommandTest, TakesNoWordsThatItDoesNotKnow) {
                                              {"list", "--all"},
                                              {"list", "--xml"}}) {
     EXPECT_EQ(run(words), 2) << testing::PrintToString(words);
-    EXPECT_TRUE(errors.str().starts_with("usage: ")) << testing::PrintToString(words);
+    EXPECT_TRUE(errors.str().starts_with("usage: vantrel quarantine list"))
+        << testing::PrintToString(words);
   }
   EXPECT_TRUE(TemporaryFolder::exists(folder + "/a"));
 }
