@@ -57,13 +57,21 @@ int doctor(CompanionParts& parts, const Words& words, std::ostream& out, std::os
       {parts.desktop.agentLink, parts.desktop.desktopCheck, parts.doctorServices()});
 }
 
+// Why nothing can be asked. One that is just beginning has not answered yet.
+std::string problemOfAgent(AgentLink& agent) {
+  const std::string problem = agent.refresh();
+  return agent.presence() == AgentPresence::silent ? problem : "";
+}
+
 int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   SelfTestParts selfTest(parts, true);
   std::atomic<bool> isInterrupted = false;
   const InterruptWatch interrupts(parts.threads, [&isInterrupted] { isInterrupted = true; });
-  return runTestCommand(words, out, errors,
-                        {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence,
-                         moveFoldersOf(parts), [&isInterrupted] { return isInterrupted.load(); }});
+  return runTestCommand(
+      words, out, errors,
+      {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence, moveFoldersOf(parts),
+       [&parts] { return problemOfAgent(parts.desktop.agentLink); },
+       [&isInterrupted] { return isInterrupted.load(); }});
 }
 
 // "" while it watches.

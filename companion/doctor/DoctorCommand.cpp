@@ -12,7 +12,7 @@ namespace quillo {
 namespace {
 
 using Sign = Finding::Sign;
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 constexpr int noProblem = 0;
 constexpr int problems = 1;

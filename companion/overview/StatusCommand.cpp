@@ -14,7 +14,7 @@
 namespace quillo {
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 constexpr int isGuarded = 0;
 constexpr int isNotGuarded = 1;

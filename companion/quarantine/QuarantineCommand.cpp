@@ -99,6 +99,11 @@ std::string isoTime(QuarantineRecord::Time time) {
              : "";
 }
 
+// Definitions whose time is not known are none but the built-in one.
+Json timeOrNull(QuarantineRecord::Time time) {
+  return time == QuarantineRecord::Time() ? Json() : Json(isoTime(time));
+}
+
 Json jsonOf(const QuarantinedFile& file, const QuarantineStore& store) {
   Json json = {{"name", reportedText(file.name)},
                {"path", reportedText(store.pathOf(file))},
@@ -111,7 +116,7 @@ Json jsonOf(const QuarantinedFile& file, const QuarantineStore& store) {
     json["moved"] = isoTime(record.moved);
     json["sha256"] = record.hash;
     json["check"] = nameOf(record.check);
-    json["definitions"] = record.check == Check::never ? Json() : Json(isoTime(record.checkedWith));
+    json["definitions"] = record.check == Check::never ? Json() : timeOrNull(record.checkedWith);
   }
   return json;
 }
@@ -246,14 +251,14 @@ class Run {
   }
 
   void finish(const QuarantinedFile& file, const QuarantineOutcome& outcome) {
+    const bool isDeleted = outcome.isDone() && asked_.action == Action::remove;
     Json json = jsonOf(file, store_);
     json["outcome"] = nameOf(outcome.reason);
-    json["target"] = reportedText(outcome.path);
+    json["target"] = isDeleted ? "" : reportedText(outcome.path);
     if (outcome.error != 0) {
       json["error"] = std::strerror(outcome.error);
     }
     json["attributesKept"] = outcome.areAttributesKept;
-    const bool isDeleted = outcome.isDone() && asked_.action == Action::remove;
     report(json, file.name, isDeleted ? words_.text("DELETED") : words_.outcome(outcome),
            outcome.isDone());
     if (!outcome.isDone()) {
@@ -274,7 +279,7 @@ class Run {
     for (const auto& checked : result.files) {
       Json json = jsonOf(checked.file, store_);
       json["check"] = nameOf(checked.check);
-      json["definitions"] = isoTime(definitions);
+      json["definitions"] = timeOrNull(definitions);
       json["detail"] = reportedText(checked.detail);
       const bool isScanned = checked.check != Check::notScanned;
       const std::string key = checked.check == Check::clean ? "QUARANTINE_CHECKED_CLEAN"

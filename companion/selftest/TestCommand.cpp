@@ -77,6 +77,10 @@ int runTestCommand(const std::vector<std::string>& words, std::ostream& out, std
     out << strings.stringForKey("SELFTEST_BEFORE", "") << std::endl;
   }
   SelfTest test(services.clock, services.evidence, services.moveFolders);
+  if (const std::string problem = services.agentProblem(); !problem.empty()) {
+    errors << reportedText(Wording{"COMMAND_NO_ANSWER", {problem}}.in(strings)) << "\n";
+    test.cancel();
+  }
   std::size_t next = 0;
   for (test.step(); !test.isOver(); test.step()) {
     next = isJson ? next : printSteps(out, test, next, strings);

@@ -14,6 +14,8 @@ struct TestCommandServices {
   LocalizedStrings& localizedStrings;
   SelfTestEvidence& evidence;
   std::vector<std::string> moveFolders;
+  // Returns why the agent cannot be asked at all, in words for the log; "" where it can.
+  std::function<std::string()> agentProblem = [] { return std::string(); };
   // Whether its user has broken it off: the file is removed all the same.
   std::function<bool()> isInterrupted = [] { return false; };
 };

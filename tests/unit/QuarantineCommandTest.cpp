@@ -101,7 +101,8 @@ TEST_F(QuarantineCommandTest, MakesAFolderAnewOnlyWhenItIsTold) {
 TEST_F(QuarantineCommandTest, DeletesWhatIsNamedAndNothingElse) {
   quarantined("home/a");
   quarantined("home/--all");
-  EXPECT_EQ(run({"delete", "--", "--all"}), 0);
+  EXPECT_EQ(run({"delete", "--json", "--", "--all"}), 0);
+  EXPECT_EQ(document()["files"][0]["target"], "");
   EXPECT_TRUE(TemporaryFolder::exists(folder + "/a"));
   EXPECT_FALSE(TemporaryFolder::exists(folder + "/--all"));
 }
@@ -146,6 +147,23 @@ TEST_F(QuarantineCommandTest, ChecksAgain) {
   EXPECT_EQ(document()["files"][0]["check"], "clean");
   verdict = [](const QuarantinedFile&) { return QuarantineRecord::Check::notScanned; };
   EXPECT_EQ(run({"check", "a"}), 1);
+}
+
+// The built-in definition of the test file has no date.
+TEST_F(QuarantineCommandTest, NamesNoDefinitionsWhoseTimeIsNotKnown) {
+  quarantined("home/a");
+  built = QuarantineRecord::Time();
+  EXPECT_EQ(run({"check", "--json"}), 0);
+  EXPECT_TRUE(document()["files"][0]["definitions"].is_null());
+  EXPECT_EQ(run({"list", "--json"}), 0);
+  EXPECT_EQ(document()["files"][0]["check"], "infected");
+  EXPECT_TRUE(document()["files"][0]["definitions"].is_null());
+  EXPECT_EQ(run({"list"}), 0);
+  EXPECT_NE(out.str().find("<QUARANTINE_STATE_INFECTED>"), std::string::npos) << out.str();
+  verdict = [](const QuarantinedFile&) { return QuarantineRecord::Check::clean; };
+  EXPECT_EQ(run({"check"}), 0);
+  EXPECT_EQ(run({"list"}), 0);
+  EXPECT_NE(out.str().find("<QUARANTINE_CHECKED_CLEAN>"), std::string::npos) << out.str();
 }
 
 TEST_F(QuarantineCommandTest, ChecksAllWhereNoneIsNamed) {

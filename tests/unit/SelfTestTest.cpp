@@ -296,11 +296,13 @@ class TestCommandTest : public SelfTestTest {
  protected:
   int run(const std::vector<std::string>& words) {
     TestCommandServices services{clock, strings, evidence, {quarantine}};
+    services.agentProblem = [this] { return agentProblem; };
     services.isInterrupted = [this] { return isInterrupted; };
     return runTestCommand(words, out, errors, services);
   }
   FakeLocalizedStrings strings;
   bool isInterrupted = false;
+  std::string agentProblem;
   std::ostringstream out;
   std::ostringstream errors;
 };
@@ -345,6 +347,17 @@ TEST_F(TestCommandTest, SaysTheSameInJson) {
       {"step":"noticed","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},
       {"step":"found","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},
       {"step":"removed","state":"waiting","words":"<SELFTEST_NOT_TRIED>"}]})"));
+}
+
+TEST_F(TestCommandTest, SaysAtOnceThatNobodyCanBeAsked) {
+  strings.texts["COMMAND_NO_ANSWER"] = "not asked: %@";
+  agentProblem = "no bus";
+  evidence.now.agent = Agent::starting;
+  const auto before = clock.now();
+  EXPECT_EQ(run({}), 2);
+  EXPECT_EQ(errors.str(), "not asked: no bus\n");
+  EXPECT_NE(out.str().find("<SELFTEST_END_UNKNOWN>"), std::string::npos);
+  EXPECT_LT(clock.now() - before, std::chrono::seconds(1));
 }
 
 TEST_F(TestCommandTest, OtherWordsAreAMistake) {
