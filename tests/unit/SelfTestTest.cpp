@@ -90,16 +90,18 @@ TEST_F(SelfTestTest, WorksWhenTheFileIsFoundAndLeavesNothing) {
   EXPECT_EQ(countIn(guarded), 0U);
 }
 
-TEST_F(SelfTestTest, QuarantinedFileIsRemovedThereWithItsRecordAndNothingElse) {
+TEST_F(SelfTestTest, QuarantinedFileIsRemovedThereAndNothingElse) {
   SelfTest test(clock, evidence, {quarantine});
   test.step();
   const std::string place = moveAway(test);
-  folder.write("quarantine/" + std::string(lastPathComponent(place)) + ".record");
+  const std::string another =
+      folder.write("quarantine/" + std::string(lastPathComponent(place)) + ".txt", "mine");
   folder.write("quarantine/other.com", eicarTestFile());
   evidence.find = SelfTestEvidence::Find{"Eicar", Done::quarantined, place};
   test.step();
   EXPECT_EQ(test.outcome(), Outcome::works);
-  EXPECT_EQ(countIn(quarantine), 1U);
+  EXPECT_EQ(countIn(quarantine), 2U);
+  EXPECT_TRUE(TemporaryFolder::exists(another));
   EXPECT_TRUE(TemporaryFolder::exists(quarantine + "/other.com"));
 }
 
@@ -136,6 +138,15 @@ TEST_F(SelfTestTest, LinkOfItsNameIsLeftAlone) {
   test.cancel();
   EXPECT_TRUE(TemporaryFolder::exists(precious));
   EXPECT_EQ(countIn(guarded), 1U);
+}
+
+TEST_F(SelfTestTest, FileOfAnothersUnderItsNameIsLeftAlone) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  std::filesystem::remove(test.path());
+  std::filesystem::rename(folder.write("precious", "mine"), test.path());
+  test.cancel();
+  EXPECT_EQ(TemporaryFolder::read(test.path()), "mine");
 }
 
 TEST_F(SelfTestTest, FailsAfterAMinuteWhenNothingNoticesTheFile) {
