@@ -135,8 +135,8 @@ Json jsonOf(const QuarantinedFile& file, const QuarantineStore& store) {
     json["threat"] = reportedText(record.threat);
     json["moved"] = isoTime(record.moved);
     json["sha256"] = record.hash;
-    json["check"] = nameOf(record.check);
-    json["definitions"] = record.check == Check::never ? Json() : Json(isoTime(record.checkedWith));
+    json["check"] = nameOf(file.check());
+    json["definitions"] = file.check() == Check::never ? Json() : Json(isoTime(record.checkedWith));
   }
   return json;
 }
@@ -298,15 +298,15 @@ class Run {
     for (const auto& checked : result.files) {
       Json json = jsonOf(checked.file, store_);
       json["check"] = nameOf(checked.check);
-      json["definitions"] = isoTime(definitions);
-      json["detail"] = reportedText(checked.detail);
+      const bool areKnown = definitions != QuarantineRecord::Time();
+      json["definitions"] = areKnown ? Json(isoTime(definitions)) : Json();
+      json["detail"] = words_.detail(checked);
       const bool isScanned = checked.check != Check::notScanned;
       const std::string key = checked.check == Check::clean ? "QUARANTINE_CHECKED_CLEAN"
                               : isScanned                   ? "QUARANTINE_CHECKED_INFECTED"
                                                             : "QUARANTINE_CHECKED_NOT";
       report(json, checked.file.name,
-             Wording{key, {reportedText(checked.detail)}}.in(services_.localizedStrings),
-             isScanned);
+             Wording{key, {words_.detail(checked)}}.in(services_.localizedStrings), isScanned);
       if (!isScanned) {
         status_ = statusSomeNot;
       }

@@ -136,13 +136,27 @@ std::string QuarantineWords::state(const QuarantinedFile& file) const {
   if (!file.hasRecord()) {
     return text("STATE_NO_RECORD");
   }
-  switch (file.record.check) {
+  switch (file.check()) {
     case QuarantineRecord::Check::clean:
       return Wording{"QUARANTINE_STATE_CLEAN", {time(file.record.checkedWith)}}.in(strings_);
     case QuarantineRecord::Check::infected:
       return Wording{"QUARANTINE_STATE_STILL", {time(file.record.checkedWith)}}.in(strings_);
     default:
       return text("STATE_INFECTED");
+  }
+}
+
+std::string QuarantineWords::detail(const QuarantineCheckResult::Checked& checked) const {
+  using Why = QuarantineCheckResult::Checked::Why;
+  switch (checked.why) {
+    case Why::silence:
+      return text("UNCHECKED_SILENCE");
+    case Why::changed:
+      return text("UNCHECKED_CHANGED");
+    case Why::notNewer:
+      return text("UNCHECKED_NOT_NEWER");
+    default:
+      return reportedText(checked.detail);
   }
 }
 
