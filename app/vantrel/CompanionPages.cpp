@@ -43,8 +43,13 @@ LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
                           parts.threads, timeInWords})};
 }
 
-// Has it called whenever the agent has news of finds.
-void whenVerdictsCome(AgentLink& agent, std::function<void()> changed) {
+// Has it called whenever the agent, or this program, has news of finds.
+void whenFindsCome(CompanionParts& parts, std::function<void()> changed) {
+  parts.historyChanged = [before = std::move(parts.historyChanged), changed] {
+    before();
+    changed();
+  };
+  AgentLink& agent = parts.desktop.agentLink;
   agent.observe([changed = std::move(changed), &agent, seen = std::uint64_t{0}]() mutable {
     const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;
     if (std::exchange(seen, now) != now) {
@@ -78,8 +83,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
       results->historyChanged();
     }
   };
-  parts.historyChanged = changed;
-  whenVerdictsCome(desktop.agentLink, changed);
+  whenFindsCome(parts, changed);
   return {logic};
 }
 
@@ -113,7 +117,7 @@ LivingPage quarantinePage(CompanionParts& parts, MainWindow& window, Page&) {
       quarantine->select(path);
     }
   };
-  whenVerdictsCome(parts.desktop.agentLink, [&window, weak = std::weak_ptr<QuarantinePage>(logic)] {
+  whenFindsCome(parts, [&window, weak = std::weak_ptr<QuarantinePage>(logic)] {
     const auto quarantine = weak.lock();
     if (quarantine && window.shownPage() == QuarantinePage::name) {
       quarantine->listChanged();

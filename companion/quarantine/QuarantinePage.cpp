@@ -117,7 +117,10 @@ void QuarantinePage::connectWidgets() {
   showSelection();
 }
 
-void QuarantinePage::refresh() { work_->read(words_.text("READING")); }
+void QuarantinePage::refresh() {
+  wanted_.clear();
+  work_->read(words_.text("READING"));
+}
 
 void QuarantinePage::listChanged() { work_->read(""); }
 
@@ -195,11 +198,13 @@ void QuarantinePage::showRows() {
   }
   const auto wanted = std::find_if(listing_.files.begin(), listing_.files.end(),
                                    [this](const auto& file) { return file.name == wanted_; });
-  if (wanted != listing_.files.end()) {
-    rows = {static_cast<std::size_t>(wanted - listing_.files.begin())};
+  if (wanted == listing_.files.end()) {
+    page_.selectRows("files", rows);
+  } else {
+    // So that it is seen, too.
+    page_.selectRow("files", static_cast<std::size_t>(wanted - listing_.files.begin()));
     wanted_.clear();
   }
-  page_.selectRows("files", rows);
   showSelection();
 }
 
