@@ -109,6 +109,7 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                 return loaded;
               },
               [this] { return watchList.missingFolders(); },
+              [this] { return clamdLink.clamdStillAlive(); },
               [this] {
                 mainMenu.showStatus();
                 if (statusBoard.status().definitions != DefinitionState::none) {

@@ -62,8 +62,12 @@ class ScannerLink final : public ScannerOwner {
 
   std::shared_ptr<const WatchSettings> settings() override { return parts_.preferences.settings(); }
   bool clamdStillAlive() override { return parts_.engine.clamdStillAlive(); }
-  void recoverFromCrashedClamd() override { parts_.engine.recoverFromCrashedClamd(); }
-  void recoverUnreachableClamd() override { parts_.engine.recoverUnreachableClamd(); }
+  void recoverFromCrashedClamd() override {
+    recover([this] { return parts_.engine.recoverFromCrashedClamd(); });
+  }
+  void recoverUnreachableClamd() override {
+    recover([this] { return parts_.engine.recoverUnreachableClamd(); });
+  }
   void noEnginePanic(const std::string& program) override {
     parts_.statusBoard.setEngineMissing(true);
     parts_.mainMenu.showStatus();
@@ -76,6 +80,21 @@ class ScannerLink final : public ScannerOwner {
   bool openPage(const std::string& page) override { return parts_.mainApplication.openPage(page); }
 
  private:
+  // Nothing is scanned without the daemon, and its user is not to be told otherwise.
+  template <typename Launch>
+  void recover(Launch launch) {
+    try {
+      noteDaemon(launch());
+    } catch (...) {
+      noteDaemon(false);
+      throw;
+    }
+  }
+  void noteDaemon(bool isThere) {
+    parts_.statusBoard.setEngineFails(!isThere);
+    parts_.mainMenu.showStatus();
+  }
+
   const Parts parts_;
 };
 

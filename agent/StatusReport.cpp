@@ -37,6 +37,10 @@ const char* nameOf(Attention attention) {
   switch (attention) {
     case Attention::noEngine:
       return "noEngine";
+    case Attention::noPreferences:
+      return "noPreferences";
+    case Attention::engineFails:
+      return "engineFails";
     case Attention::helperFails:
       return "helperFails";
     case Attention::noDefinitions:

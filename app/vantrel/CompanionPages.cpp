@@ -17,6 +17,7 @@
 #include "companion/results/ResultsPage.h"
 #include "companion/scan/ScanPage.h"
 #include "companion/settings/SettingsPage.h"
+#include "companion/start/EngineSetup.h"
 #include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
@@ -130,10 +131,17 @@ LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   return {std::make_shared<OverviewPage>(
       page, window,
-      OverviewServices{desktop.agentLink, desktop.clock, parts.definitionUpdate,
-                       desktop.localizedStrings, desktop.distributedNotificationCenter,
-                       parts.preferences, parts.historyCounts,
-                       [&desktop] { desktop.application.terminate(); }})};
+      OverviewServices{
+          desktop.agentLink, desktop.clock, parts.definitionUpdate, desktop.localizedStrings,
+          desktop.distributedNotificationCenter, parts.preferences, parts.historyCounts,
+          [&parts] {
+            const CompanionDesktop& its = parts.desktop;
+            return EngineSetup(
+                       {its.folders, parts.preferenceChanges, its.distributedNotificationCenter,
+                        [&parts](const std::string& engine) { return parts.makeEngine(engine); }})
+                .setUp();
+          },
+          [&desktop] { desktop.application.terminate(); }})};
 }
 
 // In one sentence for each file system in the folder.
@@ -156,9 +164,8 @@ LivingPage foldersPage(CompanionParts& parts, MainWindow& window, Page& page) {
           parts.preferenceChanges, parts.chosenFolders, parts.exclusions,
           parts.explanationServices(), strings,
           [&strings](const ChosenFolder& folder) { return careInWords(folder, strings); },
-          [&agent] {
-            const auto status = agent.status();
-            return status && status->state == "watching";
+          [&agent, &strings] {
+            return watchingStateOf(agent.presence(), agent.status(), strings).empty();
           }});
   agent.observe([weak = std::weak_ptr<FoldersPage>(logic)] {
     if (const auto folders = weak.lock()) {

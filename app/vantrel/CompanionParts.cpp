@@ -6,6 +6,7 @@
 
 #include "companion/definitions/DefinitionPlace.h"
 #include "companion/doctor/StoreProblems.h"
+#include "companion/start/FirstChoices.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
 #include "platform/PreferenceStore.h"
@@ -89,6 +90,13 @@ DoctorServices CompanionParts::doctorServices() {
     return quarantineProblemOf(preferences, desktop.localizedStrings, desktop.systemLog);
   };
   return services;
+}
+
+std::string CompanionParts::makeEngine(const std::string& engine) {
+  std::string problem;
+  desktop.application.waitKeepingDesktopAlive(
+      [&] { problem = makeEngineTree(desktop.folders.resourceFolder(), engine); });
+  return problem;
 }
 
 KeptScans& CompanionParts::keepScans(ScanSource source) {

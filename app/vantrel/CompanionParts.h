@@ -37,6 +37,9 @@ struct CompanionParts {
   QuarantineServices quarantineServices();
   // As they are for this look: the preferences have been read for it. Main thread.
   DoctorServices doctorServices();
+  // Makes an engine tree in that folder; takes seconds, in which the desktop stays alive. Returns
+  // "", or why there is none. Main thread.
+  std::string makeEngine(const std::string& engine);
   // Keeps scans of that kind in the history, which is written from now on until the end. Throws
   // std::system_error when the system has no thread for that.
   KeptScans& keepScans(ScanSource source);

@@ -140,6 +140,9 @@ Answer ask(const StatusCommandServices& services) {
   const std::string problem = services.agent.refresh();
   Answer answer;
   answer.status = services.agent.status();
+  if (answer.status) {
+    answer.status = withVanishedFolders(*answer.status, services.isGone);
+  }
   const AgentPresence presence = services.agent.presence();
   const bool isTold = problem.empty() || presence == AgentPresence::beginning;
   answer.guard = isTold ? judgeGuard(presence, answer.status, services.strings, now)

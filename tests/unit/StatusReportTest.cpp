@@ -58,6 +58,11 @@ TEST_F(StatusReportTest, SaysWhatNeedsAttention) {
   launch();
   board().setEngineMissing(true);
   EXPECT_EQ(asked().attention, "noEngine");
+  board().setPreferencesMissing(true);
+  EXPECT_EQ(asked().attention, "noPreferences");
+  board().setEngineMissing(false);
+  board().setEngineFails(true);
+  EXPECT_EQ(asked().attention, "engineFails");
 }
 
 TEST_F(StatusReportTest, CountsWhatIsScannedAndSinceWhen) {
