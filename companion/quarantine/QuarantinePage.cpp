@@ -14,8 +14,6 @@
 namespace quillo {
 namespace {
 
-using Reason = QuarantineOutcome::Reason;
-
 constexpr std::array<const char*, 7> buttons = {
     "restoreButton", "restoreToButton", "checkButton",       "allowButton",
     "deleteButton",  "refreshButton",   "restoreCleanButton"};
@@ -98,16 +96,8 @@ void QuarantinePage::connectWidgets() {
                 rows_);
   page_.onSelection("files", bound(&QuarantinePage::showSelection));
   page_.onAction("refreshButton", bound(&QuarantinePage::refresh));
-  page_.onAction("restoreButton", [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) {
-      self->askAndRestore(self->selectedFiles(), {});
-    }
-  });
-  page_.onAction("restoreCleanButton", [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) {
-      self->askAndRestore(self->cleanFiles(), {});
-    }
-  });
+  page_.onAction("restoreButton", bound(&QuarantinePage::restoreSelected));
+  page_.onAction("restoreCleanButton", bound(&QuarantinePage::restoreClean));
   page_.onAction("restoreToButton", bound(&QuarantinePage::restoreElsewhere));
   page_.onAction("deleteButton", bound(&QuarantinePage::askToDelete));
   page_.onAction("checkButton", bound(&QuarantinePage::check));
@@ -280,7 +270,7 @@ void QuarantinePage::doWithEach(
       if (!outcome.isDone() || !outcome.areAttributesKept) {
         done.report.push_back(reportedText(file.formerName()) + ": " + words.outcome(outcome));
       }
-      if (outcome.reason == Reason::targetFolderMissing) {
+      if (outcome.reason == QuarantineOutcome::Reason::targetFolderMissing) {
         done.folderMissing.push_back(file);
       }
     }
@@ -300,6 +290,10 @@ void QuarantinePage::restore(const Files& files, const QuarantineStore::Target& 
       },
       target);
 }
+
+void QuarantinePage::restoreSelected() { askAndRestore(selectedFiles(), {}); }
+
+void QuarantinePage::restoreClean() { askAndRestore(cleanFiles(), {}); }
 
 void QuarantinePage::restoreElsewhere() {
   window_.chooseFolders(

@@ -43,6 +43,8 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
   Files selectedFiles();
   Files cleanFiles() const;
   void restore(const Files& files, const QuarantineStore::Target& target);
+  void restoreSelected();
+  void restoreClean();
   void restoreElsewhere();
   // Has it done once its user agrees.
   void ask(const Question& question, std::function<void(QuarantinePage&)> action);
