@@ -49,6 +49,7 @@ TEST_F(QuarantinePageLiveTest, ShowsAFileThatCameWhileTheListWasBeingRead) {
   shown->listChanged();
   work();
   EXPECT_EQ(rows(), 1U);
+  ASSERT_EQ(threads.names().size(), 2U) << "it is read no more";
   quarantined("home/b");
   work();
   EXPECT_EQ(rows(), 2U);
