@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "app/vantrel/CompanionParts.h"
-#include "app/vantrel/Excluding.h"
 #include "app/vantrel/GuidePages.h"
+#include "companion/folders/Excluding.h"
 #include "companion/folders/FolderCare.h"
 #include "companion/folders/FoldersPage.h"
 #include "companion/overview/OverviewPage.h"
@@ -36,6 +36,10 @@ std::string timeInWords(std::int64_t time) {
   return {text, std::strftime(text, sizeof text, "%x %H:%M", &local)};
 }
 
+ExcludingServices excludingServices(CompanionParts& parts, MainWindow& window) {
+  return {parts.exclusions, parts.desktop.localizedStrings, window};
+}
+
 LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   return {std::make_shared<PlannedPage>(
@@ -44,12 +48,13 @@ LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
                           parts.threads, timeInWords})};
 }
 
-// Has it called whenever the agent, or this program, has news of finds.
+// Has it called whenever the agent, this program or one of its commands has news of finds.
 void whenFindsCome(CompanionParts& parts, std::function<void()> changed) {
   parts.historyChanged = [before = std::move(parts.historyChanged), changed] {
     before();
     changed();
   };
+  parts.desktop.distributedNotificationCenter.addObserver(historyHasChanged, changed);
   AgentLink& agent = parts.desktop.agentLink;
   agent.observe([changed = std::move(changed), &agent, seen = std::uint64_t{0}]() mutable {
     const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;
@@ -68,7 +73,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
                       desktop.folders.homeFolder(),
                       [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
                       [&parts, &window](const std::string& expression) {
-                        excludeExpression(parts, window, expression);
+                        excludeExpression(excludingServices(parts, window), expression);
                       },
                       [&parts](const std::string& path, const std::optional<FileIdentity>& shown) {
                         return parts.allowedFinds.allowFile(path, shown);
@@ -95,7 +100,7 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
                                [&desktop] { return pluggedInVolumes(desktop.volumes); },
                                desktop.volumeChanges, parts.allowedFinds,
                                [&parts, &window](const std::vector<std::string>& paths) {
-                                 askToExclude(parts, window, paths);
+                                 askToExclude(excludingServices(parts, window), paths);
                                },
                                [&desktop] { desktop.application.terminate(); },
                                &parts.keepScans(ScanSource::byHand), &parts.keptMoves});

@@ -21,7 +21,7 @@ class AllowedFinds {
   virtual ~AllowedFinds() = default;
   virtual bool isAllowed(const Verdict& infection) = 0;
   // Allows the file that was found, if that still lies there. Returns "" when it is allowed from
-  // now on, else why not, in words for people.
+  // now on, else a sentence for people that names it and says why not.
   virtual std::string allow(const Verdict& infection, const std::optional<FileIdentity>& found) = 0;
 };
 

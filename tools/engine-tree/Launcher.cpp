@@ -83,8 +83,8 @@ UniqueFd turnIn(const std::string& root, const std::string& lock) {
 }
 
 // clamd's first process waits for the second one to have loaded, and has been seen to wait for ever
-// (1.4), and to be ended by the very signal that tells it so, where that comes before it is ready. A
-// daemon that answers has started, whatever becomes of that process.
+// (1.4), and to be ended by the very signal that tells it so, where that comes before it is ready.
+// A daemon that answers has started, whatever becomes of that process.
 int awaitDaemon(const LaunchRequest& request, const LaunchConf& conf) {
   constexpr std::chrono::seconds betweenLooks(2);
   ChildProcess daemon(request);
