@@ -58,9 +58,15 @@ void QuarantineRecheck::definitionsAre(const LoadedDefinitions& definitions) {
 bool QuarantineRecheck::check(QuarantineRecord::Time built) {
   const QuarantineStore store(services_.quarantineFolder(), services_.clock, {});
   const std::string scanner = services_.scanner();
-  std::vector<QuarantinedFile> files = store.list().files;
+  const QuarantineStore::Listing listing = store.list();
+  if (listing.problem != QuarantineStore::FolderProblem::none) {
+    // Its disk may come back.
+    return false;
+  }
+  std::vector<QuarantinedFile> files = listing.files;
+  // Definitions that do not know more say nothing new.
   std::erase_if(files, [built](const QuarantinedFile& file) {
-    return file.hasRecord() && file.record.checkedWith >= built;
+    return file.hasRecord() && (file.record.checkedWith >= built || file.record.foundBy() >= built);
   });
   if (files.empty() || scanner.empty()) {
     return files.empty();

@@ -40,8 +40,9 @@ class QuarantineRecheck {
   // Takes note of what the daemon has loaded, and starts a check if that is newer than what the
   // last one was made with. Returns at once. Any thread.
   void definitionsAre(const LoadedDefinitions& definitions);
-  // Checks, to its end, the files that no such definitions have been tried on. Returns false when
-  // none of them could be scanned, which is to be tried again. Any thread.
+  // Checks, to its end, the files that were found, and last checked, with older definitions.
+  // Returns false when none of them could be scanned or the folder cannot be read, which is to be
+  // tried again. Any thread.
   bool check(QuarantineRecord::Time built);
 
  private:

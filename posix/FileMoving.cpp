@@ -60,6 +60,16 @@ int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder
   return renameat(fromFolder, from.c_str(), toFolder, to.c_str()) == 0 ? 0 : errno;
 }
 
+int moveAside(const std::string& path, std::string& aside) {
+  aside = path + ".aside";
+  const int error = renameWithoutReplacing(AT_FDCWD, path, AT_FDCWD, aside);
+  if (error != EEXIST) {
+    return error;
+  }
+  aside += secretName();
+  return renameWithoutReplacing(AT_FDCWD, path, AT_FDCWD, aside);
+}
+
 int copyContents(int source, int target, std::int64_t longest) {
   std::array<char, 65536> bytes;
   for (off_t place = 0;;) {

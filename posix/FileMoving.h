@@ -12,6 +12,9 @@ namespace quillo {
 // taken, EXDEV when it lies on another file system. Any thread, as all below.
 int renameWithoutReplacing(int fromFolder, const std::string& from, int toFolder,
                            const std::string& to);
+// Gives what bears a path another name beside it that nothing bears: with ".aside" behind it, and
+// with random letters too where that is taken. Returns 0 or an errno.
+int moveAside(const std::string& path, std::string& aside);
 // Copies all of an open file to where `target` stands, without moving the place of `source`, which
 // somebody else may share. Returns 0 or an errno: EFBIG when it holds more than `longest` bytes.
 int copyContents(int source, int target,

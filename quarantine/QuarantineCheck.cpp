@@ -22,7 +22,7 @@ namespace {
 
 using Check = QuarantineRecord::Check;
 
-constexpr char noAnswer[] = "the scanner said nothing of it";
+using Why = QuarantineCheckResult::Checked::Why;
 
 UniqueFd listInMemory(const QuarantineStore& store, const std::vector<QuarantinedFile>& files) {
   std::string text;
@@ -125,7 +125,7 @@ class Reading {
       : verdicts_(VerdictReceiver::make()) {
     for (const QuarantinedFile& file : files) {
       byPath_.emplace(store.pathOf(file), result_.files.size());
-      result_.files.push_back({file, Check::notScanned, noAnswer, false});
+      result_.files.push_back({file, Check::notScanned, "", false, Why::silence});
     }
   }
 
@@ -183,6 +183,7 @@ class Reading {
       return;
     }
     auto& checked = result_.files[found->second];
+    checked.why = Why::said;
     switch (verdict.kind) {
       case Verdict::Kind::clean:
         checked.check = Check::clean;
@@ -206,6 +207,11 @@ class Reading {
   QuarantineCheckResult result_;
   std::string pending_;
 };
+
+// Whether it says anything that they find nothing in it.
+bool knowBetter(QuarantineRecord::Time definitions, const QuarantinedFile& file) {
+  return definitions > (file.hasRecord() ? file.record.foundBy() : QuarantineRecord::Time());
+}
 
 }  // namespace
 
@@ -231,6 +237,10 @@ QuarantineCheckResult checkQuarantine(const QuarantineStore& store, const std::s
   QuarantineCheckResult result = reading.result();
   result.problem = std::move(problem);
   for (auto& checked : result.files) {
+    if (checked.check == Check::clean && !knowBetter(definitions, checked.file)) {
+      checked.check = Check::notScanned;
+      checked.why = Why::notNewer;
+    }
     if (checked.check == Check::notScanned) {
       continue;
     }
@@ -239,11 +249,11 @@ QuarantineCheckResult checkQuarantine(const QuarantineStore& store, const std::s
     if (noted.reason == QuarantineOutcome::Reason::gone ||
         noted.reason == QuarantineOutcome::Reason::changed) {
       checked.check = Check::notScanned;
-      checked.detail = "it has changed meanwhile";
+      checked.detail.clear();
+      checked.why = Why::changed;
       continue;
     }
-    checked.isNewlyClean = checked.check == Check::clean &&
-                           !(checked.file.hasRecord() && checked.file.record.isCleanByNow());
+    checked.isNewlyClean = checked.check == Check::clean && !checked.file.isCleanByNow();
   }
   return result;
 }

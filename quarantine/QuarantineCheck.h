@@ -26,8 +26,12 @@ struct QuarantineCheckResult {
   struct Checked {
     QuarantinedFile file;
     QuarantineRecord::Check check = QuarantineRecord::Check::notScanned;
-    std::string detail;         // the threat, or why it was not scanned
+    std::string detail;         // the threat, or in the engine's words why it was not scanned
     bool isNewlyClean = false;  // it was not known to be clean before
+    // Why there is no result; of `notNewer` nothing was found, by definitions that do not know more
+    // than those that found it.
+    enum class Why { said, silence, changed, notNewer };
+    Why why = Why::said;
   };
   std::vector<Checked> files;  // in the order that was asked for
   std::string problem;         // why the scanner could not be run; "" when it was
@@ -37,8 +41,9 @@ struct QuarantineCheckResult {
 
 // Has the engine scan files in the quarantine again where they lie, through the tree's own scanner,
 // and notes in their records what it says. Nothing is moved. Of a file that could not be scanned
-// the record keeps what was known. `definitions` is when the ones in use were built. Takes as long
-// as the scan, whose end is seen to. Any thread.
+// the record keeps what was known. `definitions` is when the ones in use were built; where they are
+// none, or not newer than those that found a file, it is not called clean. Takes as long as the
+// scan, whose end is seen to. Any thread.
 QuarantineCheckResult checkQuarantine(const QuarantineStore& store, const std::string& scanner,
                                       const std::vector<QuarantinedFile>& files,
                                       QuarantineRecord::Time definitions,

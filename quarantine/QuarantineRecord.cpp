@@ -139,6 +139,8 @@ void readFacts(Lines& lines, QuarantineRecord& record) {
   record.changed = lines.number("changed");
   record.check = static_cast<QuarantineRecord::Check>(lines.oneOf(checks, "check"));
   record.checkedWith = timeOf(lines.number("checked-with"));
+  // Records of earlier versions do not have it.
+  record.foundWith = timeOf(lines.has("found-with") ? lines.number("found-with") : 0);
   if (record.state == QuarantineRecord::State::restoring) {
     record.target = lines.bytes("target");
     record.restored = lines.identity("restored");
@@ -185,6 +187,7 @@ std::string QuarantineRecord::text() const {
   text += line("changed", changed);
   text += line("check", checks[static_cast<std::size_t>(check)]);
   text += line("checked-with", nanoseconds(checkedWith));
+  text += line("found-with", nanoseconds(foundWith));
   if (state == State::restoring) {
     text += line("target", reportedText(target));
     text += line("restored", identityText(restored));

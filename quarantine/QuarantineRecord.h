@@ -33,10 +33,11 @@ struct QuarantineRecord {
   std::string origin;  // the path that it had; "" when nobody knows
   std::string threat;
   Time moved{};
-  FileIdentity identity;       // as it lies in the quarantine; the device is not kept
-  std::string hash;            // of its contents, SHA-256; "" when they could not be read
-  mode_t mode = 0600;          // with its special bits, as they were
-  uid_t owner = 0;             // whose it was
+  Time foundWith{};       // the newest definitions that are known to find it, when they were built
+  FileIdentity identity;  // as it lies in the quarantine; the device is not kept
+  std::string hash;       // of its contents, SHA-256; "" when they could not be read
+  mode_t mode = 0600;     // with its special bits, as they were
+  uid_t owner = 0;        // whose it was
   std::int64_t accessed = 0;   // nanoseconds, as all times of files
   std::int64_t changed = 0;    // its contents, by the time that it bore
   Check check = Check::never;  // the last one
@@ -44,7 +45,11 @@ struct QuarantineRecord {
   std::string target;          // while it is restored: the path it is to have
   FileIdentity restored;       // ... and what lies there then
 
-  bool isCleanByNow() const { return check == Check::clean; }
+  // Returns when definitions have to be built at the least to know better than those that found it:
+  // after these; where nobody knows them, after the move.
+  Time foundBy() const { return foundWith == Time() ? moved : foundWith; }
+  // Returns true when such definitions found nothing in it.
+  bool isCleanByNow() const { return check == Check::clean && checkedWith > foundBy(); }
   // Returns true when that is the file it speaks of, unchanged.
   bool isOf(const FileIdentity& file) const;
   std::string text() const;

@@ -119,6 +119,10 @@ QuarantineOutcome QuarantineStore::remove(const QuarantinedFile& file) const {
   if (!quarantine.isOpen()) {
     return {Reason::folderUnusable, quarantine.error, pathOf(file)};
   }
+  // Who tidies up or checks must not write of it what is no longer so.
+  if (quarantine.records.isOpen() && !quarantine.beginWriting(clock_, outcome)) {
+    return outcome;
+  }
   const auto now = FileIdentity::in(quarantine.folder.get(), file.name);
   if (!now || !isSameInFolder(*now, file.identity)) {
     struct stat there = {};
@@ -178,16 +182,20 @@ QuarantineOutcome QuarantineStore::noteCheck(const QuarantinedFile& file,
     return outcome;
   }
   QuarantineRecord record = recordFor(*now, opened.get());
-  if (now->origin == QuarantinedFile::Origin::unverified &&
-      sha256OfFile(opened.get(), now->identity.size) == record.hash) {
+  if (now->origin == QuarantinedFile::Origin::unverified) {
+    if (sha256OfFile(opened.get(), now->identity.size) != record.hash) {
+      outcome.reason = Reason::recordDamaged;
+      return outcome;
+    }
     // A copy of the folder: it need not be compared again.
     record.identity = now->identity;
   }
   record.state = QuarantineRecord::State::moved;
   record.check = check;
   record.checkedWith = with;
-  if (check == QuarantineRecord::Check::infected && !threat.empty()) {
-    record.threat = threat;
+  if (check == QuarantineRecord::Check::infected) {
+    record.foundWith = with > record.foundBy() ? with : record.foundWith;
+    record.threat = threat.empty() ? record.threat : threat;
   }
   outcome.error = quarantine.records.replace(record);
   outcome.reason = QuarantineOutcome::reasonOf(outcome.error);

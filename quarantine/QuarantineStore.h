@@ -27,6 +27,13 @@ struct QuarantinedFile {
 
   bool hasRecord() const { return origin == Origin::known || origin == Origin::unverified; }
   bool knowsOrigin() const { return hasRecord() && !record.origin.empty(); }
+  // Returns true when a check said so of this very file, with newer definitions than found it.
+  bool isCleanByNow() const { return origin == Origin::known && record.isCleanByNow(); }
+  // Returns what the last check came to, as far as it counts.
+  QuarantineRecord::Check check() const {
+    const bool isVoid = record.check == QuarantineRecord::Check::clean && !isCleanByNow();
+    return isVoid ? QuarantineRecord::Check::never : record.check;
+  }
   // Returns the name that it had, or has where that is not known.
   std::string formerName() const;
 };
@@ -107,8 +114,8 @@ class QuarantineStore {
   QuarantineOutcome remove(const QuarantinedFile& file) const;
   // Has this file not be taken again when its user puts it back by other means.
   QuarantineOutcome allow(const QuarantinedFile& file) const;
-  // Notes what a check came to, made with definitions of that time; not in a damaged record, which
-  // is left as it is.
+  // Notes what a check came to, made with definitions of that time; not in a damaged record, nor in
+  // one of other contents, which is left as it is.
   QuarantineOutcome noteCheck(const QuarantinedFile& file, QuarantineRecord::Check check,
                               const std::string& threat, QuarantineRecord::Time with) const;
 

@@ -71,12 +71,13 @@ UniqueFd newFile(int folder, std::string& secret) {
       openat(folder, secret.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
 }
 
-void syncFolder(int folder) {
-  const UniqueFd readable(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  static_cast<void>(readable && fsync(readable.get()));
-}
-
 }  // namespace
+
+int syncEntry(int folder, int file) {
+  const UniqueFd readable(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  // Not every file system has that of a folder, and not every folder can be read.
+  return (readable && fsync(readable.get()) == 0) || syncfs(file) == 0 ? 0 : errno;
+}
 
 QuarantineRecord recordFor(const QuarantinedFile& file, int opened) {
   if (file.hasRecord()) {
@@ -244,10 +245,10 @@ bool Restoration::stay() {
 }
 
 // Whether its name still leads to the file that was opened: what goes, goes by its name.
-bool Restoration::isStillIt() {
+bool Restoration::isStillIt() const {
   const auto named = FileIdentity::in(quarantine_.folder.get(), record_.name);
   const auto opened = FileIdentity::of(opened_.get());
-  return (named && opened && isSameInFolder(*named, *opened)) || fail(Reason::changed);
+  return named && opened && isSameInFolder(*named, *opened);
 }
 
 // Its time first, so that it arrives as it is to stay; the right to run it last.
@@ -263,7 +264,7 @@ void Restoration::moveHome() {
   if (const auto now = FileIdentity::of(opened_.get())) {
     record_.identity = *now;
   }
-  if (!allow(record_.identity) || !isStillIt()) {
+  if (!(allow(record_.identity) && (isStillIt() || fail(Reason::changed)))) {
     stay();
     return;
   }
@@ -331,8 +332,13 @@ void Restoration::copyHome() {
     stay();
     return;
   }
-  syncFolder(folder_.get());
+  if (const int unsynced = syncEntry(folder_.get(), copy.get()); unsynced != 0) {
+    // It lies in both places until a disk has it for certain, which whoever tidies up sees to.
+    fail(QuarantineOutcome::reasonOf(unsynced), unsynced);
+    return;
+  }
   if (!isStillIt()) {
+    // It is home, and what bears its name by now is another.
     quarantine_.records.remove(record_.name);
     return;
   }

@@ -28,7 +28,7 @@ class Restoration {
   bool allow(const FileIdentity& restored);
   int noteLeaving(const FileIdentity& restored);
   bool stay();
-  bool isStillIt();
+  bool isStillIt() const;
   int setRecordAside();
   void giveTimesBack(int file);
   void giveModeBack(int file);
@@ -49,6 +49,9 @@ class Restoration {
 // Returns the record of a file in the quarantine, or a new one, of unknown origin, that keeps what
 // the open file is like.
 QuarantineRecord recordFor(const QuarantinedFile& file, int opened);
+// Has the disk keep the name under which an open file lies in an open folder. Returns 0 or an
+// errno.
+int syncEntry(int folder, int file);
 // Gives an open file the mode that it had before it was moved; the special bits only if it belongs
 // to whom it belonged to. Returns 0 or an errno.
 int restoreMode(int file, const QuarantineRecord& record);

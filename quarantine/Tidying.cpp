@@ -8,6 +8,7 @@
 
 #include "posix/FileMoving.h"
 #include "posix/PathOpening.h"
+#include "posix/Text.h"
 #include "quarantine/OpenQuarantine.h"
 #include "quarantine/Restoration.h"
 
@@ -26,23 +27,33 @@ bool isSettled(const QuarantineRecord& record, const FileIdentity& file) {
   return record.state == QuarantineRecord::State::moved && isSameInFolder(record.identity, file);
 }
 
-// Whether it has arrived where it was to go. Then it gets the mode that it had.
-bool hasArrived(const QuarantineRecord& record) {
+enum class Arrival { none, unsure, certain };
+
+// Whether it has arrived where it was to go. Then it gets the mode that it had. Unsure: a loss of
+// power may still take it from there.
+Arrival arrivalOf(const QuarantineRecord& record) {
   const UniqueFd file = openWithoutLinks(record.target, O_RDONLY | O_NOFOLLOW);
   const auto identity = file ? FileIdentity::of(file.get()) : std::nullopt;
   if (!identity || !isSameInFolder(*identity, record.restored)) {
-    return false;
+    return Arrival::none;
   }
   restoreMode(file.get(), record);
-  return true;
+  const UniqueFd folder =
+      openWithoutLinks(deletingLastPathComponent(record.target), O_PATH | O_DIRECTORY);
+  return folder && syncEntry(folder.get(), file.get()) == 0 ? Arrival::certain : Arrival::unsure;
 }
 
 void endRestoring(OpenQuarantine& quarantine, QuarantineRecord& record,
                   const std::optional<FileIdentity>& here, bool isGone) {
   const bool isStillHere = here && isSameInFolder(*here, record.restored);
-  if (!isStillHere && hasArrived(record)) {
+  const Arrival arrival = isStillHere ? Arrival::none : arrivalOf(record);
+  const bool isCopied = here && record.isOf(*here);
+  if (isCopied && arrival == Arrival::unsure) {
+    return;
+  }
+  if (arrival != Arrival::none) {
     // What a copy was made of goes, if that is still it.
-    if (here && record.isOf(*here)) {
+    if (isCopied) {
       unlinkat(quarantine.folder.get(), record.name.c_str(), 0);
     }
     quarantine.records.remove(record.name);

@@ -100,9 +100,9 @@ void PutBackFiles::wasMoved(const Verdict& infection) {
   }
 }
 
-bool PutBackFiles::allow(const std::string& path) {
+bool PutBackFiles::allow(const std::string& path, const FileIdentity& shown) {
   const auto print = FilePrint::of(path, FilePrint::Hash::always);
-  return print && add({Kind::allowed, path, "", *print}).empty();
+  return print && print->identity == shown && add({Kind::allowed, path, "", *print}).empty();
 }
 
 std::string PutBackFiles::allow(const std::string& path, const FileIdentity& file,
@@ -168,6 +168,7 @@ void PutBackFiles::forgetAll() {
   device_ = number_ = 0;
   read_ = 0;
   lines_ = 0;
+  contents_ = Contents::notes;
   for (const Entry& entry : unkept_) {
     remember(entry);
   }
@@ -244,16 +245,25 @@ void PutBackFiles::refresh() {
 
 // Whole lines; what has no end yet is still being written.
 void PutBackFiles::readOn(int file, std::int64_t size) {
-  if (size > longestStore || lseek(file, read_, SEEK_SET) != read_) {
+  if (size > longestStore) {
+    contents_ = Contents::foreign;
     return;
   }
-  const std::string contents =
-      restOfFile(file, static_cast<std::size_t>(longestStore)).value_or("");
-  std::string_view rest = contents;
+  const auto contents = lseek(file, read_, SEEK_SET) == read_
+                            ? restOfFile(file, static_cast<std::size_t>(longestStore))
+                            : std::nullopt;
+  contents_ = contents ? Contents::notes : Contents::unreadable;
+  std::string_view rest = contents ? std::string_view(*contents) : std::string_view();
   bool isHeader = read_ == 0;
+  // Half of it is what a crash left.
+  if (isHeader && !rest.starts_with(header) && !std::string_view(header).starts_with(rest)) {
+    contents_ = Contents::foreign;
+    return;
+  }
   for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
     const std::string_view line = rest.substr(0, end);
     if (std::exchange(isHeader, false) && line != header) {
+      contents_ = Contents::foreign;
       return;
     }
     ++lines_;
@@ -266,15 +276,25 @@ void PutBackFiles::readOn(int file, std::int64_t size) {
 }
 
 // The file that bears the name once it is locked; none when there is none that can be added to. It
-// is a problem when there is one, and it cannot be locked.
+// is a problem when there is one, and it cannot be opened or locked.
 UniqueFd PutBackFiles::openLocked(std::string& problem) {
   const std::string path = folder_ + fileName;
   for (int tries = 0; tries < mostTries; ++tries) {
     UniqueFd file(open(path.c_str(), O_RDWR | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat opened = {};
     struct stat named = {};
-    if (!file || fstat(file.get(), &opened) != 0 || !isOwn(opened)) {
+    const int failure = file ? 0 : errno;
+    if (failure == ENOENT || failure == ENOTDIR) {
       return UniqueFd();
+    }
+    const bool isForeign = failure == ELOOP || failure == EISDIR ||
+                           (file && fstat(file.get(), &opened) == 0 && !isOwn(opened));
+    if (const int error = isForeign ? setAside() : failure; error != 0) {
+      problem = path + " cannot be opened: " + std::strerror(error);
+      return UniqueFd();
+    }
+    if (isForeign) {
+      continue;
     }
     if (const int error = lockSoon(file.get(), clock_); error != 0) {
       problem = path + " cannot be locked: " + std::strerror(error);
@@ -285,26 +305,45 @@ UniqueFd PutBackFiles::openLocked(std::string& problem) {
       return file;
     }
   }
+  problem = path + " is always another file";
   return UniqueFd();
 }
 
 std::string PutBackFiles::keep(const Entry& entry) {
   std::string problem;
   for (int tries = 0; tries < mostTries; ++tries) {
+    problem.clear();
     const UniqueFd file = openLocked(problem);
     refresh();
     if (!problem.empty()) {
+      break;
+    }
+    if (file && contents_ == Contents::foreign && setAside() == 0) {
+      continue;
+    }
+    if (file && contents_ != Contents::notes) {
+      problem = folder_ + fileName + " cannot be read";
       break;
     }
     if (file && canGrow()) {
       return append(file.get(), entry);
     }
     remember(entry);
-    if (writeAnew(file || fileExists(folder_ + fileName), problem)) {
+    if (writeAnew(static_cast<bool>(file), problem)) {
       break;
     }
   }
   return problem;
+}
+
+int PutBackFiles::setAside() {
+  const std::string path = folder_ + fileName;
+  std::string aside;
+  const int error = moveAside(path, aside);
+  if (error == 0) {
+    log_.log(path + " is none of this program's, or others can write to it; it is now " + aside);
+  }
+  return error == ENOENT ? 0 : error;
 }
 
 bool PutBackFiles::canGrow() const {

@@ -24,7 +24,9 @@ class SystemLog;
 //
 // The file is a line "vantrel-quillo put-back 1" and then a line an entry. Several processes use
 // it: who adds holds a lock on it (flock(2)) and appends, or puts a new one in its place when half
-// of it is out of date; who asks reads what has been added since. Any thread.
+// of it is out of date; who asks reads what has been added since. What bears its name and is
+// another make's, or others can write to, is not read and set aside when there is something to
+// keep; what cannot be read for a while is left alone. Any thread.
 class PutBackFiles {
  public:
   static constexpr std::size_t most = 20000;
@@ -38,9 +40,9 @@ class PutBackFiles {
   void hasLeft(const Verdict& infection, const FilePrint& found);
   // Keeps a file that the scanner moved, to where the verdict says.
   void wasMoved(const Verdict& infection);
-  // Keeps a file that its user allows, whatever is found in it: the one that bears that path.
-  // Returns false when no file does, it cannot be read, or it cannot be kept.
-  bool allow(const std::string& path);
+  // Keeps a file that its user allows, whatever is found in it: the one that was shown to him.
+  // Returns false when that does not bear the path any more, cannot be read, or cannot be kept.
+  bool allow(const std::string& path, const FileIdentity& shown);
   // Likewise one that is going to bear it; the hash is that of its contents. Returns why it cannot
   // be kept, so that another process would not know it; "" when it is.
   std::string allow(const std::string& path, const FileIdentity& file, const std::string& hash);
@@ -66,6 +68,8 @@ class PutBackFiles {
   // Takes in what has come to the file since.
   void refresh() QUILLO_REQUIRES(lock_);
   void readOn(int file, std::int64_t size) QUILLO_REQUIRES(lock_);
+  // Moves out of the way what bears the name and is not to be read. Returns 0 or an errno.
+  int setAside() QUILLO_REQUIRES(lock_);
   // Returns what went wrong; "" when the entry is in the file.
   std::string keep(const Entry& entry) QUILLO_REQUIRES(lock_);
   UniqueFd openLocked(std::string& problem) QUILLO_REQUIRES(lock_);
@@ -94,6 +98,9 @@ class PutBackFiles {
   std::uint64_t number_ QUILLO_GUARDED_BY(lock_) = 0;
   std::int64_t read_ QUILLO_GUARDED_BY(lock_) = 0;
   std::size_t lines_ QUILLO_GUARDED_BY(lock_) = 0;
+  // What it is otherwise: one that cannot be read just now, or that is none of this program's.
+  enum class Contents { notes, unreadable, foreign };
+  Contents contents_ QUILLO_GUARDED_BY(lock_) = Contents::notes;
 };
 
 }  // namespace quillo

@@ -48,18 +48,40 @@ LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
                           parts.threads, timeInWords})};
 }
 
+// Has it called whenever the agent, this program or one of its commands has news of finds.
+void whenFindsCome(CompanionParts& parts, std::function<void()> changed) {
+  parts.historyChanged = [before = std::move(parts.historyChanged), changed] {
+    before();
+    changed();
+  };
+  parts.desktop.distributedNotificationCenter.addObserver(historyHasChanged, changed);
+  AgentLink& agent = parts.desktop.agentLink;
+  agent.observe([changed = std::move(changed), &agent, seen = std::uint64_t{0}]() mutable {
+    const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;
+    if (std::exchange(seen, now) != now) {
+      changed();
+    }
+  });
+}
+
 LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   auto logic = std::make_shared<ResultsPage>(
       page, window,
-      ResultsServices{
-          desktop.application, parts.threads, desktop.clock, desktop.localizedStrings,
-          desktop.workspace, desktop.folders.stateFolder(), desktop.folders.homeFolder(),
-          [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
-          [&parts, &window](const std::string& expression) {
-            excludeExpression(excludingServices(parts, window), expression);
-          },
-          [&parts](const std::string& path) { return parts.allowedFinds.allowPath(path); }});
+      ResultsServices{desktop.application, parts.threads, desktop.clock, desktop.localizedStrings,
+                      desktop.workspace, desktop.folders.stateFolder(),
+                      desktop.folders.homeFolder(),
+                      [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
+                      [&parts, &window](const std::string& expression) {
+                        excludeExpression(excludingServices(parts, window), expression);
+                      },
+                      [&parts](const std::string& path, const std::optional<FileIdentity>& shown) {
+                        return parts.allowedFinds.allowFile(path, shown);
+                      },
+                      [&parts, &window](const std::string& path) {
+                        window.show(QuarantinePage::name);
+                        parts.selectInQuarantine(path);
+                      }});
   window.onShown("results", [results = logic.get()] { results->historyChanged(); });
   const auto changed = [&window, weak = std::weak_ptr<ResultsPage>(logic)] {
     const auto results = weak.lock();
@@ -67,15 +89,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
       results->historyChanged();
     }
   };
-  parts.historyChanged = changed;
-  desktop.distributedNotificationCenter.addObserver(historyHasChanged, changed);
-  desktop.agentLink.observe(
-      [changed, &agent = desktop.agentLink, seen = std::uint64_t{0}]() mutable {
-        const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;
-        if (std::exchange(seen, now) != now) {
-          changed();
-        }
-      });
+  whenFindsCome(parts, changed);
   return {logic};
 }
 
@@ -102,7 +116,20 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
 }
 
 LivingPage quarantinePage(CompanionParts& parts, MainWindow& window, Page&) {
-  return {QuarantinePage::make(window, parts.quarantineServices())};
+  auto logic = QuarantinePage::make(window, parts.quarantineServices());
+  parts.selectInQuarantine = [weak =
+                                  std::weak_ptr<QuarantinePage>(logic)](const std::string& path) {
+    if (const auto quarantine = weak.lock()) {
+      quarantine->select(path);
+    }
+  };
+  whenFindsCome(parts, [&window, weak = std::weak_ptr<QuarantinePage>(logic)] {
+    const auto quarantine = weak.lock();
+    if (quarantine && window.shownPage() == QuarantinePage::name) {
+      quarantine->listChanged();
+    }
+  });
+  return {logic};
 }
 
 LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {

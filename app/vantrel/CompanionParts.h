@@ -73,6 +73,8 @@ struct CompanionParts {
   // Shows the page that scans, and scans these; set by whoever has that page.
   std::function<void(const std::vector<std::string>& paths)> scan =
       [](const std::vector<std::string>&) {};
+  // Selects that file on the page of the quarantine; set by that page.
+  std::function<void(const std::string& path)> selectInQuarantine = [](const std::string&) {};
 };
 
 }  // namespace quillo

@@ -51,9 +51,13 @@ std::int64_t definitionsLoadedBy(const std::string& engine) {
       socket.empty() ? std::nullopt
                      : askDaemonVersion(socket, trustedDaemonUsers(configuration.value("User")),
                                         longestAnswer);
-  return version && version->definitions
-             ? secondsOf(*version->definitions)
-             : definitionPlaceAt(configuration.value("DatabaseDirectory")).built;
+  if (version && version->definitions) {
+    return secondsOf(*version->definitions);
+  }
+  // A daemon does not number definitions other than main and daily; those it would, had it loaded
+  // them.
+  const std::string folder = configuration.value("DatabaseDirectory");
+  return version && definitionsIn(folder).any() ? 0 : definitionPlaceAt(folder).built;
 }
 
 }  // namespace quillo

@@ -115,8 +115,8 @@ Json jsonOf(const QuarantinedFile& file, const QuarantineStore& store) {
     json["threat"] = reportedText(record.threat);
     json["moved"] = isoTime(record.moved);
     json["sha256"] = record.hash;
-    json["check"] = nameOf(record.check);
-    json["definitions"] = record.check == Check::never ? Json() : timeOrNull(record.checkedWith);
+    json["check"] = nameOf(file.check());
+    json["definitions"] = file.check() == Check::never ? Json() : timeOrNull(record.checkedWith);
   }
   return json;
 }
@@ -280,14 +280,13 @@ class Run {
       Json json = jsonOf(checked.file, store_);
       json["check"] = nameOf(checked.check);
       json["definitions"] = timeOrNull(definitions);
-      json["detail"] = reportedText(checked.detail);
+      json["detail"] = words_.detail(checked);
       const bool isScanned = checked.check != Check::notScanned;
       const std::string key = checked.check == Check::clean ? "QUARANTINE_CHECKED_CLEAN"
                               : isScanned                   ? "QUARANTINE_CHECKED_INFECTED"
                                                             : "QUARANTINE_CHECKED_NOT";
       report(json, checked.file.name,
-             Wording{key, {reportedText(checked.detail)}}.in(services_.localizedStrings),
-             isScanned);
+             Wording{key, {words_.detail(checked)}}.in(services_.localizedStrings), isScanned);
       if (!isScanned) {
         status_ = statusSomeNot;
       }

@@ -2,24 +2,21 @@
 
 #include <algorithm>
 #include <array>
-#include <exception>
+#include <iterator>
 #include <map>
 #include <utility>
 
 #include "clamav/Verdict.h"
 #include "companion/quarantine/QuarantineQuestions.h"
-#include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
-#include "posix/ThreadStarter.h"
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {
 
-using Reason = QuarantineOutcome::Reason;
-
-constexpr std::array<const char*, 6> buttons = {"restoreButton", "restoreToButton",
-                                                "checkButton",   "allowButton",
-                                                "deleteButton",  "refreshButton"};
+constexpr std::array<const char*, 7> buttons = {
+    "restoreButton", "restoreToButton", "checkButton",       "allowButton",
+    "deleteButton",  "refreshButton",   "restoreCleanButton"};
 constexpr std::array<const char*, 7> details = {"fileValue",  "originValue", "threatValue",
                                                 "movedValue", "sizeValue",   "hashValue",
                                                 "stateValue"};
@@ -43,10 +40,9 @@ class QuarantinePage::Rows final : public TableRows {
   std::size_t count() override { return files_.size(); }
   Row row(std::size_t row) override {
     const QuarantinedFile& file = files_.at(row);
-    const bool isClean = file.hasRecord() && file.record.isCleanByNow();
     return {{file.formerName(), words_.origin(file), words_.threat(file), words_.moved(file),
              words_.size(file.identity.size), words_.state(file)},
-            isClean                                           ? Sign::good
+            file.isCleanByNow()                               ? Sign::good
             : file.origin == QuarantinedFile::Origin::damaged ? Sign::warning
                                                               : Sign::threat};
   }
@@ -71,6 +67,21 @@ QuarantinePage::QuarantinePage(MainWindow& window, QuarantineServices services)
       rows_(std::make_shared<Rows>(words_)) {}
 
 void QuarantinePage::connect() {
+  const auto begins = [weak = weak_from_this()](const std::string& words) {
+    if (const auto self = weak.lock()) {
+      self->showBusy(words);
+    }
+  };
+  const auto ended = [weak = weak_from_this()](QuarantineDone done) {
+    if (const auto self = weak.lock()) {
+      self->show(std::move(done));
+    }
+  };
+  work_ = std::make_shared<QuarantineWork>(services_, QuarantineWork::Listener{begins, ended});
+  connectWidgets();
+}
+
+void QuarantinePage::connectWidgets() {
   const auto bound = [this](void (QuarantinePage::*action)()) {
     return [weak = weak_from_this(), action] {
       if (const auto self = weak.lock()) {
@@ -85,11 +96,8 @@ void QuarantinePage::connect() {
                 rows_);
   page_.onSelection("files", bound(&QuarantinePage::showSelection));
   page_.onAction("refreshButton", bound(&QuarantinePage::refresh));
-  page_.onAction("restoreButton", [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) {
-      self->askAndRestore(self->selectedFiles(), {});
-    }
-  });
+  page_.onAction("restoreButton", bound(&QuarantinePage::restoreSelected));
+  page_.onAction("restoreCleanButton", bound(&QuarantinePage::restoreClean));
   page_.onAction("restoreToButton", bound(&QuarantinePage::restoreElsewhere));
   page_.onAction("deleteButton", bound(&QuarantinePage::askToDelete));
   page_.onAction("checkButton", bound(&QuarantinePage::check));
@@ -99,46 +107,20 @@ void QuarantinePage::connect() {
   showSelection();
 }
 
-// The list is read on the same thread when the work is done, so that what is shown is true.
-void QuarantinePage::start(const std::string& words, Work work) {
-  if (isBusy_) {
-    return;
-  }
-  isBusy_ = true;
-  showBusy(words);
-  folder_ = services_.folder();
-  const auto body = [weak = weak_from_this(), services = services_, folder = folder_,
-                     work = std::move(work)] {
-    const QuarantineStore store(folder, services.clock, services.allow);
-    const auto done = std::make_shared<Done>();
-    try {
-      work(store, *done);
-      done->listing = store.list();
-    } catch (const std::exception& failure) {
-      done->listing.problem = QuarantineStore::FolderProblem::failed;
-      done->summary = failure.what();
-    }
-    services.application.performOnMainThread([weak, done] {
-      if (const auto self = weak.lock()) {
-        self->show(std::move(*done));
-      }
-    });
-  };
-  try {
-    services_.threads.detachNewThread("quarantine", body);
-  } catch (const std::exception& failure) {
-    Done done;
-    done.listing = listing_;
-    done.summary = failure.what();
-    show(std::move(done));
-  }
+void QuarantinePage::refresh() {
+  wanted_.clear();
+  work_->read(words_.text("READING"));
 }
 
-void QuarantinePage::refresh() {
-  start(words_.text("READING"), [](const QuarantineStore&, Done&) {});
+void QuarantinePage::listChanged() { work_->read(""); }
+
+void QuarantinePage::select(const std::string& path) {
+  wanted_ = lastPathComponent(path);
+  listChanged();
 }
 
 void QuarantinePage::showBusy(const std::string& words) {
+  isActing_ = true;
   page_.setText("summary", words);
   page_.setVisible("progress", true);
   page_.setProgress("progress", 0, 0);
@@ -147,9 +129,17 @@ void QuarantinePage::showBusy(const std::string& words) {
   }
 }
 
-void QuarantinePage::show(Done done) {
-  isBusy_ = false;
-  listing_ = std::move(done.listing);
+void QuarantinePage::show(QuarantineDone done) {
+  const bool isNews = done.isListed && !areAlike(listing_, done.listing);
+  if (done.isListed) {
+    listing_ = std::move(done.listing);
+  }
+  if (done.isQuiet) {
+    // Of the last action stays what was said; of one that waits, that it does.
+    isNews && !isActing_ ? showList() : showRows();
+    return;
+  }
+  isActing_ = false;
   page_.setVisible("progress", false);
   page_.setVisible("report", !done.report.empty());
   page_.setText("report", joined(done.report));
@@ -167,10 +157,8 @@ void QuarantinePage::show(Done done) {
 
 void QuarantinePage::showList() {
   const bool isUsable = listing_.problem == QuarantineStore::FolderProblem::none;
-  const auto clean = static_cast<std::uint64_t>(std::count_if(
-      listing_.files.begin(), listing_.files.end(),
-      [](const QuarantinedFile& file) { return file.hasRecord() && file.record.isCleanByNow(); }));
-  std::string summary = !isUsable                ? words_.problem(listing_, folder_)
+  const std::size_t clean = cleanFiles().size();
+  std::string summary = !isUsable                ? words_.problem(listing_, work_->folder())
                         : listing_.files.empty() ? words_.text("EMPTY")
                                                  : words_.counted("FILES", listing_.files.size());
   if (clean > 0) {
@@ -198,8 +186,24 @@ void QuarantinePage::showRows() {
       rows.push_back(row);
     }
   }
-  page_.selectRows("files", rows);
+  const auto wanted = std::find_if(listing_.files.begin(), listing_.files.end(),
+                                   [this](const auto& file) { return file.name == wanted_; });
+  if (wanted == listing_.files.end()) {
+    page_.selectRows("files", rows);
+  } else {
+    // So that it is seen, too.
+    page_.selectRow("files", static_cast<std::size_t>(wanted - listing_.files.begin()));
+    wanted_.clear();
+  }
   showSelection();
+}
+
+QuarantinePage::Files QuarantinePage::cleanFiles() const {
+  Files clean;
+  std::copy_if(
+      listing_.files.begin(), listing_.files.end(), std::back_inserter(clean),
+      [](const QuarantinedFile& file) { return file.isCleanByNow() && file.knowsOrigin(); });
+  return clean;
 }
 
 QuarantinePage::Files QuarantinePage::selectedFiles() {
@@ -215,14 +219,17 @@ QuarantinePage::Files QuarantinePage::selectedFiles() {
 void QuarantinePage::showSelection() {
   const Files chosen = selectedFiles();
   for (const char* const button : buttons) {
-    page_.setEnabled(button, !isBusy_ && !chosen.empty());
+    page_.setEnabled(button, !isActing_ && !chosen.empty());
   }
-  page_.setEnabled("refreshButton", !isBusy_);
+  page_.setEnabled("refreshButton", !isActing_);
+  const bool isAnyClean = !cleanFiles().empty();
+  page_.setEnabled("restoreCleanButton", !isActing_ && isAnyClean);
+  page_.setVisible("restoreCleanButton", isAnyClean);
   // Without a choice everything is checked.
-  page_.setEnabled("checkButton", !isBusy_ && rows_->count() > 0);
+  page_.setEnabled("checkButton", !isActing_ && rows_->count() > 0);
   page_.setEnabled("restoreButton",
-                   !isBusy_ && std::any_of(chosen.begin(), chosen.end(),
-                                           [](const auto& file) { return file.knowsOrigin(); }));
+                   !isActing_ && std::any_of(chosen.begin(), chosen.end(),
+                                             [](const auto& file) { return file.knowsOrigin(); }));
   showDetails(chosen);
 }
 
@@ -237,7 +244,8 @@ void QuarantinePage::showDetails(const Files& chosen) {
     return;
   }
   const QuarantinedFile& file = chosen.front();
-  page_.setText("fileValue", folder_ + (folder_.ends_with('/') ? "" : "/") + file.name);
+  const std::string& folder = work_->folder();
+  page_.setText("fileValue", folder + (folder.ends_with('/') ? "" : "/") + file.name);
   page_.setText("originValue", words_.origin(file));
   page_.setText("threatValue", words_.threat(file));
   page_.setText("movedValue", words_.moved(file));
@@ -252,8 +260,8 @@ void QuarantinePage::doWithEach(
     const std::string& words, const std::string& key, const Files& files,
     std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action,
     const QuarantineStore::Target& target) {
-  start(words, [words = words_, key, files, target, action = std::move(action)](
-                   const QuarantineStore& store, Done& done) {
+  const auto work = [words = words_, key, files, target, action = std::move(action)](
+                        const QuarantineStore& store, QuarantineDone& done) {
     std::uint64_t well = 0;
     done.target = target;
     for (const QuarantinedFile& file : files) {
@@ -262,7 +270,7 @@ void QuarantinePage::doWithEach(
       if (!outcome.isDone() || !outcome.areAttributesKept) {
         done.report.push_back(reportedText(file.formerName()) + ": " + words.outcome(outcome));
       }
-      if (outcome.reason == Reason::targetFolderMissing) {
+      if (outcome.reason == QuarantineOutcome::Reason::targetFolderMissing) {
         done.folderMissing.push_back(file);
       }
     }
@@ -270,7 +278,8 @@ void QuarantinePage::doWithEach(
     if (well < files.size()) {
       done.summary += (well > 0 ? " " : "") + words.counted("NOT_DONE", files.size() - well);
     }
-  });
+  };
+  work_->start(words, work);
 }
 
 void QuarantinePage::restore(const Files& files, const QuarantineStore::Target& target) {
@@ -281,6 +290,10 @@ void QuarantinePage::restore(const Files& files, const QuarantineStore::Target& 
       },
       target);
 }
+
+void QuarantinePage::restoreSelected() { askAndRestore(selectedFiles(), {}); }
+
+void QuarantinePage::restoreClean() { askAndRestore(cleanFiles(), {}); }
 
 void QuarantinePage::restoreElsewhere() {
   window_.chooseFolders(
@@ -362,8 +375,8 @@ void QuarantinePage::check() {
   if (files.empty()) {
     files = rows_->files();
   }
-  start(words_.text("CHECKING"), [words = words_, services = services_, files](
-                                     const QuarantineStore& store, Done& done) {
+  const auto work = [words = words_, services = services_, files](const QuarantineStore& store,
+                                                                  QuarantineDone& done) {
     const auto result = services.check(store, files, services.definitions());
     if (!result.problem.empty()) {
       done.summary =
@@ -373,13 +386,14 @@ void QuarantinePage::check() {
     for (const auto& checked : result.files) {
       if (checked.check == QuarantineRecord::Check::notScanned) {
         done.report.push_back(reportedText(checked.file.formerName()) + ": " +
-                              Wording{"QUARANTINE_CHECKED_NOT", {reportedText(checked.detail)}}.in(
+                              Wording{"QUARANTINE_CHECKED_NOT", {words.detail(checked)}}.in(
                                   services.localizedStrings));
       }
     }
     done.summary = words.counted("CHECKED", result.files.size() - done.report.size()) + " " +
                    words.counted("CLEAN", result.count(QuarantineRecord::Check::clean));
-  });
+  };
+  work_->start(words_.text("CHECKING"), work);
 }
 
 }  // namespace quillo

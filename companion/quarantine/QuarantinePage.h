@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "companion/quarantine/QuarantineServices.h"
 #include "companion/quarantine/QuarantineWords.h"
+#include "companion/quarantine/QuarantineWork.h"
 #include "platform/Page.h"
 
 namespace quillo {
@@ -20,33 +20,31 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
   // Makes the page and has it read the list anew whenever it comes to be seen.
   static std::shared_ptr<QuarantinePage> make(MainWindow& window, QuarantineServices services);
 
-  // Reads the list anew. Does nothing while something is being done.
+  // Reads the list anew, and shows that it does.
   void refresh();
+  // Likewise, and shows only what has become another.
+  void listChanged();
+  // Selects the file of that name, or path, once the list has been read.
+  void select(const std::string& path);
 
  private:
   using Files = std::vector<QuarantinedFile>;
   class Rows;
-  // What a thread came to; shown when the list has been read again.
-  struct Done {
-    QuarantineStore::Listing listing;
-    std::string summary;
-    std::vector<std::string> report;
-    Files folderMissing;
-    QuarantineStore::Target target;  // to which they were to go
-  };
-  using Work = std::function<void(const QuarantineStore& store, Done& done)>;
 
   QuarantinePage(MainWindow& window, QuarantineServices services);
 
   void connect();
-  void start(const std::string& words, Work work);
-  void show(Done done);
+  void connectWidgets();
+  void show(QuarantineDone done);
   void showList();
   void showRows();
   void showSelection();
   void showBusy(const std::string& words);
   Files selectedFiles();
+  Files cleanFiles() const;
   void restore(const Files& files, const QuarantineStore::Target& target);
+  void restoreSelected();
+  void restoreClean();
   void restoreElsewhere();
   // Has it done once its user agrees.
   void ask(const Question& question, std::function<void(QuarantinePage&)> action);
@@ -70,9 +68,10 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
   const QuarantineServices services_;
   const QuarantineWords words_;
   std::shared_ptr<Rows> rows_;
+  std::shared_ptr<QuarantineWork> work_;
   QuarantineStore::Listing listing_;
-  std::string folder_;
-  bool isBusy_ = false;
+  bool isActing_ = false;  // something is being done, or waits, and that is shown
+  std::string wanted_;     // the name of the file to select
 };
 
 }  // namespace quillo

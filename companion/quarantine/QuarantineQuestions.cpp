@@ -9,9 +9,8 @@ namespace quillo {
 
 QuarantineQuestions::Files QuarantineQuestions::notClean(const Files& files) {
   Files chosen;
-  std::copy_if(
-      files.begin(), files.end(), std::back_inserter(chosen),
-      [](const QuarantinedFile& file) { return !file.hasRecord() || !file.record.isCleanByNow(); });
+  std::copy_if(files.begin(), files.end(), std::back_inserter(chosen),
+               [](const QuarantinedFile& file) { return !file.isCleanByNow(); });
   return chosen;
 }
 

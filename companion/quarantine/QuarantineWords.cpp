@@ -137,7 +137,7 @@ std::string QuarantineWords::state(const QuarantinedFile& file) const {
     return text("STATE_NO_RECORD");
   }
   const std::string when = time(file.record.checkedWith);
-  switch (file.record.check) {
+  switch (file.check()) {
     case QuarantineRecord::Check::clean:
       return when.empty() ? text("CHECKED_CLEAN")
                           : Wording{"QUARANTINE_STATE_CLEAN", {when}}.in(strings_);
@@ -146,6 +146,20 @@ std::string QuarantineWords::state(const QuarantinedFile& file) const {
                           : Wording{"QUARANTINE_STATE_STILL", {when}}.in(strings_);
     default:
       return text("STATE_INFECTED");
+  }
+}
+
+std::string QuarantineWords::detail(const QuarantineCheckResult::Checked& checked) const {
+  using Why = QuarantineCheckResult::Checked::Why;
+  switch (checked.why) {
+    case Why::silence:
+      return text("UNCHECKED_SILENCE");
+    case Why::changed:
+      return text("UNCHECKED_CHANGED");
+    case Why::notNewer:
+      return text("UNCHECKED_NOT_NEWER");
+    default:
+      return reportedText(checked.detail);
   }
 }
 

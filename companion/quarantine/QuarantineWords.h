@@ -4,6 +4,7 @@
 #include <string>
 
 #include "posix/Clock.h"
+#include "quarantine/QuarantineCheck.h"
 #include "quarantine/QuarantineStore.h"
 
 namespace quillo {
@@ -26,6 +27,8 @@ class QuarantineWords {
   std::string origin(const QuarantinedFile& file) const;
   std::string threat(const QuarantinedFile& file) const;
   std::string state(const QuarantinedFile& file) const;
+  // Returns the threat, or why the file was not checked.
+  std::string detail(const QuarantineCheckResult::Checked& checked) const;
   // Returns local time, "" where it is not known.
   static std::string time(QuarantineRecord::Time time);
   std::string moved(const QuarantinedFile& file) const;

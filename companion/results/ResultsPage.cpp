@@ -1,5 +1,7 @@
 #include "companion/results/ResultsPage.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -44,6 +46,13 @@ const std::string& placeOf(const HistoryResult& result) {
   const bool isAway =
       wasMoved && !result.detail.empty() && (fileExists(result.detail) || !fileExists(result.path));
   return isAway ? result.detail : result.path;
+}
+
+// By the time that no program can set. A result's has no more than seconds.
+bool hasChangedSince(const std::string& path, WallTime time) {
+  struct stat status = {};
+  return lstat(path.c_str(), &status) == 0 &&
+         status.st_ctim.tv_sec > std::chrono::system_clock::to_time_t(time);
 }
 
 // What was moved is put back, and allowed by that.
@@ -109,7 +118,7 @@ void ResultsPage::connect() {
   page_.onAction("scanAgain", [this] { scanAgain(); });
   page_.onAction("exclude", [this] { askToExclude(); });
   page_.onAction("allow", [this] { askToAllow(); });
-  page_.onAction("showQuarantine", [this] { window_.show("quarantine"); });
+  page_.onAction("showQuarantine", [this] { showQuarantine(); });
 }
 
 void ResultsPage::showKinds() {
@@ -338,18 +347,43 @@ void ResultsPage::askToAllow() {
     return;
   }
   const std::string path = chosen.front().path;
+  const auto shown = FileIdentity::at(path);
+  if (hasChangedSince(path, chosen.front().time)) {
+    askToScanAgain(path);
+    return;
+  }
   window_.ask({Wording{"RESULTS_ALLOW_QUESTION", {words_.place(path)}}.in(services_.strings),
                words_.text("RESULTS_ALLOW_DETAIL"),
                {words_.text("RESULTS_ALLOW_YES"), words_.text("RESULTS_ALLOW_NO")},
                true},
-              [this, path](std::size_t button) {
+              [this, path, shown](std::size_t button) {
                 if (button == 0) {
-                  const std::string problem = services_.allow(path);
+                  const std::string problem = services_.allow(path, shown);
                   say(problem.empty()
                           ? Wording{"RESULTS_ALLOWED", {words_.place(path)}}.in(services_.strings)
                           : problem);
                 }
               });
+}
+
+// Nobody has looked at what lies there by now.
+void ResultsPage::askToScanAgain(const std::string& path) {
+  window_.ask({Wording{"RESULTS_CHANGED_QUESTION", {words_.place(path)}}.in(services_.strings),
+               words_.text("RESULTS_CHANGED_DETAIL"),
+               {words_.text("RESULTS_CHANGED_YES"), words_.text("RESULTS_ALLOW_NO")},
+               false},
+              [scan = services_.scan, path](std::size_t button) {
+                if (button == 0) {
+                  scan({path});
+                }
+              });
+}
+
+void ResultsPage::showQuarantine() {
+  const std::vector<HistoryResult> chosen = selected();
+  if (chosen.size() == 1) {
+    services_.showQuarantine(chosen.front().detail);
+  }
 }
 
 void ResultsPage::say(const std::string& notice) {

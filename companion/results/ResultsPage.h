@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "companion/results/ResultsWords.h"
 #include "companion/results/ScansView.h"
 #include "history/HistoryReader.h"
+#include "posix/FileIdentity.h"
 
 namespace quillo {
 
@@ -35,9 +37,12 @@ struct ResultsServices {
   std::function<void(const std::vector<std::string>& paths)> scan;
   // Excludes what that regular expression matches (PathPattern.h); its user has agreed.
   std::function<void(const std::string& expression)> exclude;
-  // Has the file left alone until it changes; its user has agreed. Returns "", or why not, in words
-  // for people.
-  std::function<std::string(const std::string& path)> allow;
+  // Has the file that was shown left alone until it changes; its user has agreed. Returns "", or
+  // why not, in words for people.
+  std::function<std::string(const std::string& path, const std::optional<FileIdentity>& shown)>
+      allow;
+  // Shows the page of the quarantine with the file of that path selected.
+  std::function<void(const std::string& path)> showQuarantine;
 };
 
 // The page "results": what was found and what could not be scanned (`results`, narrowed down by
@@ -81,6 +86,8 @@ class ResultsPage {
   void scanAgain();
   void askToExclude();
   void askToAllow();
+  void askToScanAgain(const std::string& path);
+  void showQuarantine();
   void say(const std::string& notice);
 
   Page& page_;

@@ -8,10 +8,21 @@ namespace quillo {
 
 bool AllowedByHand::isAllowed(const Verdict& infection) { return files_.isPutBack(infection); }
 
-std::string AllowedByHand::allow(const Verdict& infection) { return allowPath(infection.path); }
+std::string AllowedByHand::allow(const Verdict& infection,
+                                 const std::optional<FileIdentity>& found) {
+  return allowFile(infection.file(), found);
+}
 
-std::string AllowedByHand::allowPath(const std::string& path) {
-  return files_.allow(path) ? "" : Wording{"WINDOW_NOT_ALLOWED", {reportedText(path)}}.in(strings_);
+std::string AllowedByHand::allowFile(const std::string& path,
+                                     const std::optional<FileIdentity>& shown) {
+  if (shown && files_.allow(path, *shown)) {
+    return "";
+  }
+  const auto now = FileIdentity::at(path);
+  const bool isAnother = now && now != shown;
+  return Wording{isAnother ? "WINDOW_NOT_ALLOWED_CHANGED" : "WINDOW_NOT_ALLOWED",
+                 {reportedText(path)}}
+      .in(strings_);
 }
 
 }  // namespace quillo

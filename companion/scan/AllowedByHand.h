@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "companion/scan/FindActions.h"
@@ -16,9 +17,9 @@ class AllowedByHand final : public AllowedFinds {
       : files_(files), strings_(strings) {}
 
   bool isAllowed(const Verdict& infection) override;
-  std::string allow(const Verdict& infection) override;
-  // Likewise whatever is found in the file of that path.
-  std::string allowPath(const std::string& path);
+  std::string allow(const Verdict& infection, const std::optional<FileIdentity>& found) override;
+  // Likewise whatever is found in the file of that path, which is `shown`.
+  std::string allowFile(const std::string& path, const std::optional<FileIdentity>& shown);
 
  private:
   PutBackFiles& files_;

@@ -130,7 +130,7 @@ void FindActions::allow(const std::vector<std::string>& paths) {
     if (chosen.count(finding->path) == 0) {
       continue;
     }
-    const std::string problem = services_.allowed.allow(finding->verdict);
+    const std::string problem = services_.allowed.allow(finding->verdict, finding->found);
     if (problem.empty()) {
       finding->done = ScanFinding::Done::allowed;
     } else {

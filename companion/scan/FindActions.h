@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,9 +20,9 @@ class AllowedFinds {
  public:
   virtual ~AllowedFinds() = default;
   virtual bool isAllowed(const Verdict& infection) = 0;
-  // Returns "" when it is allowed from now on, else a sentence for people that names it and says
-  // why not.
-  virtual std::string allow(const Verdict& infection) = 0;
+  // Allows the file that was found, if that still lies there. Returns "" when it is allowed from
+  // now on, else a sentence for people that names it and says why not.
+  virtual std::string allow(const Verdict& infection, const std::optional<FileIdentity>& found) = 0;
 };
 
 // The lower half of the scan's page: the tables of what was found and what was not scanned, and

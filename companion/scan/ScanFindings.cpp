@@ -86,8 +86,13 @@ void ScanFindings::add(const Verdict& verdict) {
 }
 
 void ScanFindings::addFind(const Verdict& verdict) {
-  ScanFinding finding{verdict.file(),      verdict.threat,    verdict.reason,
-                      verdict.destination, Done::leftInPlace, verdict};
+  ScanFinding finding{verdict.file(),
+                      verdict.threat,
+                      verdict.reason,
+                      verdict.destination,
+                      Done::leftInPlace,
+                      verdict,
+                      FileIdentity::at(verdict.file())};
   if (verdict.whereabouts == Verdict::Whereabouts::moved) {
     finding.done = Done::moved;
   } else if (verdict.whereabouts == Verdict::Whereabouts::notMoved) {

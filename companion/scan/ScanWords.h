@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "companion/scan/ManualScan.h"
+#include "posix/FileIdentity.h"
 
 namespace quillo {
 
@@ -20,6 +22,7 @@ struct ScanFinding {
   std::string destination;
   Done done = Done::leftInPlace;
   Verdict verdict;
+  std::optional<FileIdentity> found = {};  // the file as it lay there when that was said
 };
 
 // Scans of chosen files in words of the user's language. Any thread.

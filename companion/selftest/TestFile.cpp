@@ -8,12 +8,25 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <string_view>
 
 #include "clamav/Definitions.h"
+#include "posix/FileFacts.h"
 #include "posix/FolderReader.h"
 #include "posix/UniqueFd.h"
 
 namespace quillo {
+namespace {
+
+// Of what the Trash notes of a file (freedesktop Trash specification).
+constexpr std::string_view noteEnding = ".trashinfo";
+
+bool holds(int folder, const char* name, const std::string& contents) {
+  const UniqueFd file(openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  return file && restOfFile(file.get(), contents.size()) == contents;
+}
+
+}  // namespace
 
 std::string newTestFileName() {
   std::array<unsigned char, 8> bytes = {};
@@ -52,6 +65,7 @@ std::string removeTestFile(const std::string& folder, const std::string& name) {
   if (name.empty() || !reader) {
     return {};
   }
+  const std::string contents = eicarTestFile();
   std::string left;
   while (const dirent* entry = reader.next()) {
     const std::string entryName = entry->d_name;
@@ -59,7 +73,8 @@ std::string removeTestFile(const std::string& folder, const std::string& name) {
     const bool isIt =
         entryName.find(name) != std::string::npos &&
         fstatat(reader.descriptor(), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISREG(info.st_mode) && info.st_uid == geteuid();
+        S_ISREG(info.st_mode) && info.st_uid == geteuid() &&
+        (entryName.ends_with(noteEnding) || holds(reader.descriptor(), entry->d_name, contents));
     if (isIt && unlinkat(reader.descriptor(), entry->d_name, 0) != 0 && errno != ENOENT) {
       left = left.empty() ? folder + "/" + entryName : left;
     }

@@ -12,8 +12,9 @@ namespace quillo {
 std::string newTestFileName();
 // Writes it into the folder as a new file of this user's alone. Returns 0 or an errno.
 int writeTestFile(const std::string& folder, const std::string& name);
-// Removes it from the folder, and what was made of it there under a name that holds its own.
-// Returns the path of the first that could not be removed; "" when nothing is left.
+// Removes it from the folder, and what was made of it there under a name that holds its own: what
+// holds something else stays, but for the Trash's note of it. Returns the path of the first that
+// could not be removed; "" when nothing is left.
 std::string removeTestFile(const std::string& folder, const std::string& name);
 
 }  // namespace quillo

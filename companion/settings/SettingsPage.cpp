@@ -260,7 +260,18 @@ void SettingsPage::setCheck(std::size_t index) {
 }
 
 void SettingsPage::chooseAction() {
-  const auto wanted = static_cast<Action>(page_.choice("infectedFileAction"));
+  const std::size_t choice = page_.choice("infectedFileAction");
+  const bool isQuarantine = static_cast<Action>(choice) == Action::quarantine;
+  if (isQuarantine && !services_.preferences.value(key::quarantineFolder)) {
+    askAboutQuarantine(expandingTilde(standardQuarantine, services_.folders.homeFolder()),
+                       [this, choice] { writeAction(choice); });
+  } else {
+    writeAction(choice);
+  }
+}
+
+void SettingsPage::writeAction(std::size_t choice) {
+  const auto wanted = static_cast<Action>(choice);
   const bool hasFolder = services_.preferences.value(key::quarantineFolder).has_value();
   const Wording problem = services_.changes.apply([&](TomlEditor& editor) {
     const auto set = [&](const Preference<bool>& preference, bool value) {
@@ -302,22 +313,26 @@ void SettingsPage::setQuarantineFolder(const std::string& path) {
     report({"SETTINGS_WHOLE_PATH", {path}});
     return;
   }
+  askAboutQuarantine(path, [this, path] { writeQuarantineFolder(path); });
+}
+
+void SettingsPage::askAboutQuarantine(const std::string& path, std::function<void()> take) {
   std::string doubts;
   for (const Wording& doubt :
        doubtsAboutQuarantine(path, services_.preferences.value(key::quilloFolderArray))) {
     doubts += (doubts.empty() ? "" : "\n\n") + doubt.in(services_.localizedStrings);
   }
   if (doubts.empty()) {
-    writeQuarantineFolder(path);
+    take();
     return;
   }
   Question question;
   question.text = doubts;
   question.buttons = {text("SETTINGS_TAKE_IT"), text("SETTINGS_CANCEL")};
   question.isDangerous = true;
-  window_.ask(question, [this, path](std::size_t button) {
+  window_.ask(question, [this, take = std::move(take)](std::size_t button) {
     if (button == 0) {
-      writeQuarantineFolder(path);
+      take();
     } else {
       list();
     }

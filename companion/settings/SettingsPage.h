@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -54,10 +55,13 @@ class SettingsPage {
 
   void setCheck(std::size_t index);
   void chooseAction();
+  void writeAction(std::size_t choice);
   void setMultiscan();
   void setDockIcon();
   void setLogSize();
   void setQuarantineFolder(const std::string& path);
+  // Has it done at once if nothing speaks against that folder, else once its user agrees.
+  void askAboutQuarantine(const std::string& path, std::function<void()> take);
   void writeQuarantineFolder(const std::string& path);
   void setEngine(const std::string& path);
   void setPath(const Preference<std::string>& preference, const std::string& path);

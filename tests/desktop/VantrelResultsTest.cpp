@@ -102,9 +102,11 @@ class ResultsInWindow : public testing::Test {
   QtMainWindow window{QUILLO_SOURCE_DIR "/resources/interface/vantrel", "", {images, strings, log}};
   ResultsPage page{
       window.page("results"), window,
-      ResultsServices{application, threads, history.clock, strings, workspace,
-                      folder.path() + "/state", "/home/ada", [](const std::vector<std::string>&) {},
-                      [](const std::string&) {}, [](const std::string&) { return std::string(); }}};
+      ResultsServices{
+          application, threads, history.clock, strings, workspace, folder.path() + "/state",
+          "/home/ada", [](const std::vector<std::string>&) {}, [](const std::string&) {},
+          [](const std::string&, const std::optional<FileIdentity>&) { return std::string(); },
+          [](const std::string&) {}}};
 };
 
 TEST_F(ResultsInWindow, ShowsScansInWords) {

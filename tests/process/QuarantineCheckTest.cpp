@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "agent/QuarantineRecheck.h"
 #include "engine/ClamdLink.h"
@@ -51,14 +52,16 @@ class QuarantineChecks : public testing::Test {
     }
     return Check::never;
   }
-  LoadedDefinitions loaded(int hours) const {
-    return {true, QuarantineRecord::Time(std::chrono::hours(hours))};
+  // Built so many hours after all that was moved here.
+  QuarantineRecord::Time newer(int hours = 5) const {
+    return QuarantineRecord::Time(clock.wallTime()) + std::chrono::hours(hours);
   }
+  LoadedDefinitions loaded(int hours) const { return {true, newer(hours)}; }
 
   wrapper::FakeClientTree tree;
   TemporaryFolder scratch;
   const std::string folder = scratch.makeFolder("q");
-  ManualClock clock;
+  mutable ManualClock clock;
   QuarantineStore store{folder, clock, {}};
   FakeLocalizedStrings strings;
   FakeSystemLog log;
@@ -72,8 +75,7 @@ TEST_F(QuarantineChecks, NoteWhatTheEngineSaysOfEachFileByNow) {
   quarantined("a\xff\n", "clean");
   quarantined("b", "infected");
   quarantined("c", "error");
-  const auto result = checkQuarantine(store, tree.program(), store.list().files,
-                                      QuarantineRecord::Time(std::chrono::hours(5)));
+  const auto result = checkQuarantine(store, tree.program(), store.list().files, newer());
   EXPECT_EQ(result.problem, "");
   EXPECT_EQ(result.count(Check::clean), 1U);
   EXPECT_EQ(result.count(Check::infected), 1U);
@@ -82,6 +84,42 @@ TEST_F(QuarantineChecks, NoteWhatTheEngineSaysOfEachFileByNow) {
   EXPECT_EQ(checkOf("b"), Check::infected);
   EXPECT_EQ(checkOf("c"), Check::never);
   EXPECT_EQ(store.list().files.size(), 3U);
+}
+
+// Of what only they find, older definitions, and none at all, find nothing.
+TEST_F(QuarantineChecks, CallNothingCleanByDefinitionsThatDoNotKnowMore) {
+  quarantined("a", "clean");
+  scratch.write("q/unrecorded", "clean");
+  for (const QuarantineRecord::Time with : {QuarantineRecord::Time(), newer(0), newer(-5)}) {
+    const auto result = checkQuarantine(store, tree.program(), store.list().files, with);
+    for (const auto& checked : result.files) {
+      const bool isNone = with == QuarantineRecord::Time();
+      if (checked.file.name == "a" || isNone) {
+        EXPECT_EQ(checked.check, Check::notScanned);
+        EXPECT_EQ(checked.why, QuarantineCheckResult::Checked::Why::notNewer);
+        EXPECT_EQ(checkOf(checked.file.name), Check::never);
+      }
+    }
+  }
+  EXPECT_EQ(checkOf("unrecorded"), Check::clean);
+}
+
+TEST_F(QuarantineChecks, AreNotMadeOfOlderDefinitions) {
+  quarantined("a", "clean");
+  EXPECT_TRUE(recheck.check(newer(-5)));
+  EXPECT_EQ(checkOf("a"), Check::never);
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(QuarantineChecks, AreMadeAgainOnceTheQuarantineIsThere) {
+  quarantined("a", "clean");
+  std::filesystem::rename(folder, scratch.at("unplugged"));
+  recheck.definitionsAre(loaded(5));
+  threads.run("recheck");
+  std::filesystem::rename(scratch.at("unplugged"), folder);
+  recheck.definitionsAre(loaded(5));
+  threads.run("recheck");
+  EXPECT_EQ(checkOf("a"), Check::clean);
 }
 
 TEST_F(QuarantineChecks, ThatCannotBeginAreLoggedAndTriedAgain) {
@@ -162,7 +200,7 @@ TEST_F(QuarantineChecks, AreNotMadeAgainOfTheSameDefinitions) {
   recheck.definitionsAre(loaded(5));
   threads.run("recheck");
   recheck.definitionsAre(loaded(5));
-  recheck.definitionsAre({false, QuarantineRecord::Time(std::chrono::hours(9))});
+  recheck.definitionsAre({false, newer(9)});
   recheck.definitionsAre({true, std::nullopt});
   EXPECT_EQ(threads.names().size(), 1U);
 }

@@ -46,7 +46,8 @@ class ChosenAgent final : public AgentLink {
 class ChosenFinds final : public AllowedFinds {
  public:
   bool isAllowed(const Verdict& infection) override { return allowed.count(infection.file()) > 0; }
-  std::string allow(const Verdict& infection) override {
+  std::string allow(const Verdict& infection,
+                    const std::optional<FileIdentity>& /*found*/) override {
     if (problem.empty()) {
       allowed.insert(infection.file());
     }

@@ -203,8 +203,8 @@ TEST_F(WatchingAgent, LeadsFromFilesThatAreCleanByNowToTheQuarantineElseToItsFol
   const std::string file = home.write("file");
   ASSERT_TRUE(mover.move(file, openPath(file, O_RDONLY).get(), "Eicar").moved);
   watch();
-  ASSERT_TRUE(
-      agent().parts().quarantineRecheck.check(QuarantineRecord::Time(std::chrono::hours(5))));
+  ASSERT_TRUE(agent().parts().quarantineRecheck.check(QuarantineRecord::Time(clock.wallTime()) +
+                                                      std::chrono::hours(5)));
   const auto buttons = desktop.growl.posted().back().details.buttons;
   ASSERT_EQ(buttons.size(), 1U);
   desktop.applicationLauncher.installed = true;

@@ -69,6 +69,12 @@ void withFailingSystemCall(int number, int error, const std::function<void()>& b
   }
 }
 
+void failSystemCallFromNowOn(int number, int error) {
+  if (filterCalls(number, SECCOMP_RET_ERRNO | static_cast<unsigned int>(error), 0) != 0) {
+    throw std::runtime_error("this system cannot filter system calls");
+  }
+}
+
 void withInterruptedSystemCall(int number, int times, const std::function<void()>& body) {
   std::promise<int> listening;
   JoinedThreads caller([&] {

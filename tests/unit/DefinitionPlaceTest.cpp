@@ -51,5 +51,14 @@ TEST_F(DefinitionPlaceTest, AreNoneWithoutAnEngine) {
   EXPECT_EQ(definitionsLoadedBy(folder.path()), 0);
 }
 
+// The next look at the disk will have it load them.
+TEST_F(DefinitionPlaceTest, AreNoneWhereTheDaemonHasNotLoadedThemYet) {
+  configure();
+  folder.write("definitions/daily.cvd", database);
+  FakeClamd clamd(socket());
+  clamd.answerWith(std::string("ClamAV 1.4.3\0", 13));
+  EXPECT_EQ(definitionsLoadedBy(folder.path()), 0);
+}
+
 }  // namespace
 }  // namespace quillo

@@ -32,6 +32,10 @@ class PutBackFilesTest : public testing::Test {
     fs::rename(path, trashed);
   }
   void putBack() const { fs::rename(trashed, path); }
+  // As it lies there.
+  static bool allow(PutBackFiles& noted, const std::string& file) {
+    return noted.allow(file, FileIdentity::at(file).value());
+  }
   void setTimeAsOf(const struct stat& status) const {
     const timespec times[] = {status.st_atim, status.st_mtim};
     ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
@@ -209,11 +213,11 @@ TEST_F(PutBackFilesTest, SayWhyAFileCannotBeAllowed) {
   folder.write("state", "is no folder");
   const FilePrint print = FilePrint::of(path).value();
   EXPECT_NE(files.allow(path, print.identity, print.hash), "");
-  EXPECT_FALSE(files.allow(path));
+  EXPECT_FALSE(allow(files, path));
 }
 
 TEST_F(PutBackFilesTest, AllowAFileWhateverIsFoundInItUntilItChanges) {
-  EXPECT_TRUE(files.allow(path));
+  EXPECT_TRUE(allow(files, path));
   EXPECT_TRUE(files.isPutBack(find(path)));
   EXPECT_TRUE(files.isPutBack(find(path, "Worse")));
   std::ofstream(path, std::ios::app) << "more";
@@ -223,7 +227,7 @@ TEST_F(PutBackFilesTest, AllowAFileWhateverIsFoundInItUntilItChanges) {
 TEST_F(PutBackFilesTest, AllowALargeFileByWhatItHolds) {
   fs::resize_file(path, 70UL * 1024 * 1024);
   const struct stat before = statusOf(path);
-  files.allow(path);
+  allow(files, path);
   EXPECT_TRUE(files.isPutBack(find(path)));
   std::fstream(path) << "MALWARE";
   setTimeAsOf(before);
@@ -238,7 +242,7 @@ TEST_F(PutBackFilesTest, AllowALargeFileByWhatItHolds) {
 }
 
 TEST_F(PutBackFilesTest, KeepWhatWasAllowedLongerThanWhatCameBack) {
-  files.allow(path);
+  allow(files, path);
   for (std::size_t i = 0; i < PutBackFiles::most; ++i) {
     files.hasLeft(find("/" + std::to_string(i)), FilePrint{{1, i, 1, 1, 1}, ""});
   }
@@ -247,12 +251,12 @@ TEST_F(PutBackFilesTest, KeepWhatWasAllowedLongerThanWhatCameBack) {
 }
 
 TEST_F(PutBackFilesTest, AllowNothingWhereThereIsNoFile) {
-  EXPECT_FALSE(files.allow(folder.at("none")));
+  EXPECT_FALSE(files.allow(folder.at("none"), FileIdentity()));
   EXPECT_FALSE(TemporaryFolder::exists(store()));
 }
 
 TEST_F(PutBackFilesTest, AllowNoOtherFileOfTheSameContents) {
-  files.allow(path);
+  allow(files, path);
   const std::string other = folder.write("other", "malware");
   EXPECT_FALSE(files.isPutBack(find(other)));
 }
@@ -268,10 +272,10 @@ TEST_F(PutBackFilesTest, AllowAFileInItsPlaceAlsoOnAFileSystemOfAnotherNumber) {
 TEST_F(PutBackFilesTest, AreSharedByTwoProcesses) {
   PutBackFiles others(state, log, clock);
   EXPECT_FALSE(others.isPutBack(find(path)));
-  files.allow(path);
+  allow(files, path);
   EXPECT_TRUE(others.isPutBack(find(path)));
   const std::string second = folder.write("second", "malware");
-  others.allow(second);
+  allow(others, second);
   EXPECT_TRUE(files.isPutBack(find(second)));
   PutBackFiles third(state, log, clock);
   EXPECT_TRUE(third.isPutBack(find(path)));
@@ -281,17 +285,17 @@ TEST_F(PutBackFilesTest, AreSharedByTwoProcesses) {
 TEST_F(PutBackFilesTest, AreNotWaitedForWhereSomebodyElseKeepsTheirFileLocked) {
   clock.setSleepsPassAtOnce(true);
   const std::string second = folder.write("second", "malware");
-  files.allow(second);
+  allow(files, second);
   {
     const UniqueFd foreign(open(store().c_str(), O_RDONLY | O_CLOEXEC));
     ASSERT_EQ(flock(foreign.get(), LOCK_EX), 0);
-    files.allow(path);
+    allow(files, path);
     EXPECT_LT(clock.slept(), std::chrono::seconds(1));
     EXPECT_EQ(log.lines().size(), 1U);
     EXPECT_TRUE(files.isPutBack(find(path)));
     EXPECT_FALSE(PutBackFiles(state, log, clock).isPutBack(find(path)));
   }
-  files.allow(folder.write("third", "malware"));
+  allow(files, folder.write("third", "malware"));
   PutBackFiles others(state, log, clock);
   EXPECT_TRUE(others.isPutBack(find(path)));
   EXPECT_TRUE(others.isPutBack(find(second)));
@@ -300,21 +304,21 @@ TEST_F(PutBackFilesTest, AreNotWaitedForWhereSomebodyElseKeepsTheirFileLocked) {
 // Two who write it anew without the lock would each lose what the other adds.
 TEST_F(PutBackFilesTest, AreNeverWrittenAnewWithoutTheLock) {
   clock.setSleepsPassAtOnce(true);
-  files.allow(path);
+  allow(files, path);
   const auto before = statusOf(store());
   const std::string second = folder.write("second", "malware");
-  withInterruptedSystemCall(SYS_flock, 3, [&] { files.allow(second); });
+  withInterruptedSystemCall(SYS_flock, 3, [&] { allow(files, second); });
   EXPECT_EQ(statusOf(store()).st_ino, before.st_ino);
   EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(second)));
-  withInterruptedSystemCall(SYS_flock, 1000, [&] { files.allow(folder.write("third")); });
+  withInterruptedSystemCall(SYS_flock, 1000, [&] { allow(files, folder.write("third")); });
   EXPECT_EQ(statusOf(store()).st_ino, before.st_ino);
 }
 
 TEST_F(PutBackFilesTest, AreWrittenBehindHalfALineThatACrashLeft) {
-  files.allow(path);
+  allow(files, path);
   std::ofstream(store(), std::ios::app) << "allowed\t12";
   const std::string second = folder.write("second", "malware");
-  files.allow(second);
+  allow(files, second);
   PutBackFiles others(state, log, clock);
   EXPECT_TRUE(others.isPutBack(find(path)));
   EXPECT_TRUE(others.isPutBack(find(second)));
@@ -323,14 +327,22 @@ TEST_F(PutBackFilesTest, AreWrittenBehindHalfALineThatACrashLeft) {
 TEST_F(PutBackFilesTest, LeaveOutOfTheirFileWhatHasBeenSaidAgain) {
   PutBackFiles others(state, log, clock);
   for (int i = 0; i < 3000; ++i) {
-    files.allow(path);
+    allow(files, path);
   }
   EXPECT_LT(statusOf(store()).st_size, 2000 * 300);
   EXPECT_TRUE(others.isPutBack(find(path)));
   const std::string second = folder.write("second", "malware");
-  others.allow(second);
+  allow(others, second);
   EXPECT_TRUE(files.isPutBack(find(second)));
   EXPECT_TRUE(PutBackFiles(state, log, clock).isPutBack(find(path)));
+}
+
+TEST_F(PutBackFilesTest, AllowNoOtherFileThanTheOneThatWasShown) {
+  const FileIdentity shown = FileIdentity::at(path).value();
+  fs::rename(path, trashed);
+  folder.write("home/bad.com", "MALWARE");
+  EXPECT_FALSE(files.allow(path, shown));
+  EXPECT_FALSE(files.isPutBack(find(path)));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "quarantine/Tidying.h"
 #include "tests/fakes/scanning/QuarantineStoreFixture.h"
 #include "tests/support/SystemCalls.h"
+#include "tests/support/Threads.h"
 
 namespace quillo {
 namespace {
@@ -19,7 +20,11 @@ using Origin = QuarantinedFile::Origin;
 using Reason = QuarantineOutcome::Reason;
 
 // What others do to the quarantine, and what fails in it, costs no file and no record.
-class QuarantineCareTest : public testing::Test, protected QuarantineStoreFixture {};
+class QuarantineCareTest : public testing::Test, protected QuarantineStoreFixture {
+ protected:
+  // When definitions were built that know better than those that found it.
+  QuarantineRecord::Time newer() { return clock.wallTime() + std::chrono::hours(1); }
+};
 
 TEST_F(QuarantineCareTest, ChangesNoRecordThatItCannotRead) {
   quarantined("home/a");
@@ -89,9 +94,14 @@ TEST_F(QuarantineCareTest, TakesNoOtherFileThatCameToBearItsName) {
         fs::rename(scratch.at("other"), quarantine + "/a");
       }
     };
-    EXPECT_EQ(restored(), Reason::changed);
+    const auto outcome = store.restore(only(), {});
     EXPECT_EQ(TemporaryFolder::read(quarantine + "/a"), "another");
-    EXPECT_NE(TemporaryFolder::read(path), "another");
+    // The copy is home by then, and allowed.
+    const bool isHome = folder != scratch.path();
+    EXPECT_EQ(outcome.reason, isHome ? Reason::done : Reason::changed);
+    EXPECT_EQ(outcome.path, path);
+    EXPECT_EQ(TemporaryFolder::exists(path), isHome);
+    EXPECT_TRUE(!isHome || TemporaryFolder::read(path) == "bad");
     EXPECT_NE(only().origin, Origin::known);
     fs::remove(quarantine + "/a");
     EXPECT_TRUE(store.list().files.empty());
@@ -124,8 +134,71 @@ TEST_F(QuarantineCareTest, KnowsACopyForGoodOnceItHasBeenCompared) {
   EXPECT_EQ(only().origin, Origin::known);
   scratch.write("other", "BAD");
   fs::rename(scratch.at("other"), quarantine + "/a");
-  store.noteCheck(only(), QuarantineRecord::Check::infected, "", {});
+  EXPECT_EQ(store.noteCheck(only(), QuarantineRecord::Check::clean, "", newer()).reason,
+            Reason::recordDamaged);
   EXPECT_EQ(only().origin, Origin::unverified);
+  EXPECT_EQ(only().record.check, QuarantineRecord::Check::infected);
+}
+
+TEST_F(QuarantineCareTest, CallsNoFileCleanByTheRecordOfAnother) {
+  quarantined("home/a");
+  store.noteCheck(only(), QuarantineRecord::Check::clean, "", newer());
+  EXPECT_TRUE(only().isCleanByNow());
+  scratch.write("other", "BAD");
+  fs::rename(scratch.at("other"), quarantine + "/a");
+  EXPECT_EQ(only().origin, Origin::unverified);
+  EXPECT_FALSE(only().isCleanByNow());
+  EXPECT_EQ(only().check(), QuarantineRecord::Check::never);
+}
+
+// A loss of power would take the copy away.
+TEST_F(QuarantineCareTest, KeepsAFileUntilTheDiskHasItsCopyForCertain) {
+  const TemporaryFolder elsewhere("/dev/shm");
+  const std::string path = elsewhere.write("a", "bad");
+  moveIn(path);
+  int leavings = 2;
+  beforeItLeaves = [&leavings] {
+    if (--leavings == 0) {
+      failSystemCallFromNowOn(SYS_fsync, EIO);
+      failSystemCallFromNowOn(SYS_syncfs, EIO);
+    }
+  };
+  JoinedThreads([this] {
+    const QuarantineOutcome outcome = store.restore(only(), {});
+    EXPECT_EQ(outcome.reason, Reason::failed);
+    EXPECT_EQ(outcome.error, EIO);
+    EXPECT_EQ(only().record.state, QuarantineRecord::State::restoring) << "tidied up too early";
+  }).join();
+  EXPECT_EQ(TemporaryFolder::read(quarantine + "/a"), "bad");
+  EXPECT_EQ(TemporaryFolder::read(path), "bad");
+  EXPECT_TRUE(store.list().files.empty());
+  EXPECT_EQ(TemporaryFolder::read(path), "bad");
+}
+
+TEST_F(QuarantineCareTest, TakesASyncOfTheWholeDiskForThatOfAFolder) {
+  const TemporaryFolder elsewhere("/dev/shm");
+  moveIn(elsewhere.write("a", "bad"));
+  int leavings = 2;
+  beforeItLeaves = [&leavings] {
+    if (--leavings == 0) {
+      failSystemCallFromNowOn(SYS_fsync, EINVAL);
+    }
+  };
+  JoinedThreads([this] { EXPECT_EQ(restored(), Reason::done); }).join();
+  EXPECT_TRUE(store.list().files.empty());
+}
+
+TEST_F(QuarantineCareTest, DeletesNothingWhileSomebodyTidiesUp) {
+  quarantined("home/a");
+  const QuarantinedFile listed = only();
+  const std::string folder = quarantine + "/.vantrel-records";
+  const UniqueFd tidier(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_EQ(flock(tidier.get(), LOCK_EX | LOCK_NB), 0);
+  PassingClock patient;
+  const QuarantineOutcome outcome = QuarantineStore(quarantine, patient, {}).remove(listed);
+  EXPECT_EQ(outcome.reason, Reason::failed);
+  EXPECT_EQ(outcome.error, EBUSY);
+  EXPECT_TRUE(TemporaryFolder::exists(quarantine + "/a"));
 }
 
 TEST_F(QuarantineCareTest, WaitsSomeSecondsForWhoeverTidiesUp) {

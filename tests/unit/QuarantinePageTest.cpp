@@ -2,39 +2,14 @@
 
 #include <filesystem>
 
-#include "companion/quarantine/QuarantinePage.h"
-#include "tests/fakes/desktop/FakePage.h"
-#include "tests/fakes/scanning/QuarantineFixture.h"
+#include "tests/fakes/scanning/QuarantinePageFixture.h"
 
 namespace quillo {
 namespace {
 
 namespace fs = std::filesystem;
 
-class QuarantinePageTest : public testing::Test, protected QuarantineFixture {
- protected:
-  void work() { threads.run("quarantine"); }
-  void show() {
-    window.show("quarantine");
-    work();
-  }
-  void press(const std::string& button) {
-    page.press(button);
-    work();
-  }
-  // Its user is warned of what is still infected, and wants it.
-  void putBack() {
-    page.press("restoreButton");
-    window.answer("<QUARANTINE_RESTORE_ALL_THE_SAME>");
-    work();
-  }
-  std::string summary() { return page.text("summary"); }
-  std::size_t rows() { return page.rowCount("files"); }
-
-  FakeMainWindow window;
-  FakePage& page = window.pages["quarantine"];
-  std::shared_ptr<QuarantinePage> shown = QuarantinePage::make(window, services);
-};
+using QuarantinePageTest = QuarantinePageFixture;
 
 TEST_F(QuarantinePageTest, ShowsWhatLiesThere) {
   const std::string path = quarantined("home/a");
@@ -310,6 +285,42 @@ TEST_F(QuarantinePageTest, MayGoWhileAThreadWorks) {
   shown.reset();
   work();
   EXPECT_EQ(rows(), 0U);
+}
+
+// Its record may be of a file that was clean.
+TEST_F(QuarantinePageTest, AsksBeforeAFilePutBackOfWhichItIsNotSureThatItIsTheCleanOne) {
+  const std::string path = quarantined("home/a");
+  show();
+  verdict = [](const QuarantinedFile&) { return QuarantineRecord::Check::clean; };
+  press("checkButton");
+  scratch.write("other", "BAD");
+  fs::rename(scratch.at("other"), folder + "/a");
+  press("refreshButton");
+  EXPECT_EQ(page.row("files", 0).sign, TableRows::Sign::threat);
+  EXPECT_FALSE(page.isVisible("restoreCleanButton"));
+  page.select("files", {0});
+  page.press("restoreButton");
+  EXPECT_EQ(window.questions.size(), 1U);
+  EXPECT_FALSE(TemporaryFolder::exists(path));
+}
+
+TEST_F(QuarantinePageTest, PutsAllBackAtOnceThatAreCleanByNow) {
+  const std::string a = quarantined("home/a");
+  const std::string b = quarantined("home/b");
+  const std::string c = quarantined("home/c");
+  show();
+  EXPECT_FALSE(page.isVisible("restoreCleanButton"));
+  verdict = [](const QuarantinedFile& file) {
+    return file.name == "b" ? QuarantineRecord::Check::infected : QuarantineRecord::Check::clean;
+  };
+  press("checkButton");
+  EXPECT_TRUE(page.isVisible("restoreCleanButton"));
+  press("restoreCleanButton");
+  EXPECT_TRUE(window.questions.empty());
+  EXPECT_TRUE(TemporaryFolder::exists(a));
+  EXPECT_FALSE(TemporaryFolder::exists(b));
+  EXPECT_TRUE(TemporaryFolder::exists(c));
+  EXPECT_FALSE(page.isVisible("restoreCleanButton"));
 }
 
 }  // namespace

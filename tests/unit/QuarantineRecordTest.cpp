@@ -21,6 +21,7 @@ QuarantineRecord example() {
   record.changed = -6;
   record.check = QuarantineRecord::Check::clean;
   record.checkedWith = QuarantineRecord::Time(std::chrono::seconds(1710000000));
+  record.foundWith = QuarantineRecord::Time(std::chrono::seconds(1690000000));
   record.target = "/tmp/ y";
   record.restored = {0, 1, 2, 3, 4};
   return record;
@@ -34,6 +35,7 @@ TEST(QuarantineRecordText, GivesEverythingBack) {
   EXPECT_EQ(record->origin, example().origin);
   EXPECT_EQ(record->identity, example().identity);
   EXPECT_EQ(record->moved, example().moved);
+  EXPECT_EQ(record->foundWith, example().foundWith);
   EXPECT_EQ(record->mode, 04755U);
   EXPECT_EQ(record->check, QuarantineRecord::Check::clean);
   EXPECT_EQ(record->target, "/tmp/ y");
@@ -84,6 +86,30 @@ TEST(QuarantineRecordText, IsOfNoFileThatHasChanged) {
   EXPECT_TRUE(record.isOf(record.restored));
   now.changed += 1;
   EXPECT_FALSE(record.isOf(now));
+}
+
+TEST(QuarantineRecordText, MayLackWhichDefinitionsFoundIt) {
+  const auto record = QuarantineRecord::parse(
+      replacingAll(example().text(), "found-with 1690000000000000000\n", ""));
+  ASSERT_TRUE(record);
+  EXPECT_EQ(record->foundBy(), record->moved);
+}
+
+TEST(QuarantineRecordCheck, CountsAsCleanWithNewerDefinitionsAlone) {
+  QuarantineRecord record = example();
+  record.checkedWith = record.foundWith + std::chrono::seconds(1);
+  ASSERT_LT(record.checkedWith, record.moved);
+  EXPECT_TRUE(record.isCleanByNow());
+  record.checkedWith = record.foundWith;
+  EXPECT_FALSE(record.isCleanByNow());
+  // Those of the move at the most, where nobody knows which.
+  record.foundWith = {};
+  record.checkedWith = record.moved;
+  EXPECT_FALSE(record.isCleanByNow());
+  record.checkedWith += std::chrono::seconds(1);
+  EXPECT_TRUE(record.isCleanByNow());
+  record.moved = record.checkedWith = {};
+  EXPECT_FALSE(record.isCleanByNow());
 }
 
 }  // namespace

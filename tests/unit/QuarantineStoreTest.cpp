@@ -266,12 +266,25 @@ TEST_F(QuarantineStoreTest, NotesWhatACheckCameTo) {
   EXPECT_EQ(only().record.threat, "Eicar");
   store.noteCheck(only(), QuarantineRecord::Check::infected, "Other", when);
   EXPECT_EQ(only().record.threat, "Other");
+  EXPECT_EQ(only().record.foundWith, when);
+}
+
+// Older definitions that find it say nothing of those that found it first.
+TEST_F(QuarantineStoreTest, KnowsTheNewestDefinitionsThatFindAFile) {
+  quarantined("home/a");
+  const QuarantineRecord::Time moved = only().record.moved;
+  store.noteCheck(only(), QuarantineRecord::Check::infected, "", moved - std::chrono::hours(9));
+  EXPECT_EQ(only().record.foundBy(), moved);
+  store.noteCheck(only(), QuarantineRecord::Check::infected, "", moved + std::chrono::hours(9));
+  store.noteCheck(only(), QuarantineRecord::Check::infected, "", moved + std::chrono::hours(8));
+  EXPECT_EQ(only().record.foundBy(), moved + std::chrono::hours(9));
 }
 
 TEST_F(QuarantineStoreTest, NotesACheckAlsoOfAFileWithoutARecord) {
   scratch.write("q/own", "text");
-  store.noteCheck(only(), QuarantineRecord::Check::clean, "", {});
-  EXPECT_TRUE(only().record.isCleanByNow());
+  store.noteCheck(only(), QuarantineRecord::Check::clean, "",
+                  QuarantineRecord::Time(std::chrono::seconds(1)));
+  EXPECT_TRUE(only().isCleanByNow());
   EXPECT_FALSE(only().knowsOrigin());
   EXPECT_EQ(restored(), Reason::originUnknown);
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "scanning/PathPattern.h"
 #include "tests/fakes/desktop/ResultsPageFixture.h"
 
@@ -137,7 +139,7 @@ TEST_F(ResultsActionsTest, LeadsFromWhatWasMovedToTheQuarantine) {
   EXPECT_FALSE(shown.isEnabled("allow"));
   EXPECT_TRUE(shown.isEnabled("showQuarantine"));
   shown.press("showQuarantine");
-  EXPECT_EQ(window.shownPage(), "quarantine");
+  EXPECT_EQ(shownInQuarantine, moved.detail);
   for (const std::size_t row : {0, 2}) {
     shown.select("results", {row});
     EXPECT_FALSE(shown.isEnabled("showQuarantine")) << row;
@@ -157,6 +159,39 @@ TEST_F(ResultsActionsTest, ShowsAFileInItsOldPlaceOnceItWasPutBack) {
   EXPECT_EQ(workspace.selected, std::vector<std::string>{path});
   shown.press("scanAgain");
   EXPECT_EQ(scanned, std::vector<std::string>{path});
+}
+
+TEST_F(ResultsActionsTest, AllowsTheFileThatLayThereWhenItAsked) {
+  const std::string path = home.write("virus.com");
+  const auto asked = FileIdentity::at(path);
+  HistoryResult find = result(path);
+  find.time = std::chrono::system_clock::now();
+  add(find);
+  open();
+  shown.select("results", {0});
+  shown.press("allow");
+  std::filesystem::rename(home.write("other"), path);
+  window.answer("<RESULTS_ALLOW_YES>");
+  EXPECT_TRUE(allowedFile);
+  EXPECT_EQ(allowedFile, asked);
+}
+
+TEST_F(ResultsActionsTest, ScansAgainInsteadOfAllowingWhatHasChangedSinceItWasFound) {
+  const std::string path = home.write("virus.com");
+  HistoryResult find = result(path);
+  find.time = std::chrono::system_clock::now() - std::chrono::seconds(2);
+  add(find);
+  open();
+  shown.select("results", {0});
+  shown.press("allow");
+  ASSERT_EQ(window.questions.size(), 1U);
+  EXPECT_EQ(window.questions[0].text, "<RESULTS_CHANGED_QUESTION>");
+  window.answer("<RESULTS_ALLOW_NO>");
+  EXPECT_TRUE(scanned.empty());
+  shown.press("allow");
+  window.answer("<RESULTS_CHANGED_YES>");
+  EXPECT_EQ(scanned, std::vector<std::string>{path});
+  EXPECT_TRUE(allowed.empty());
 }
 
 }  // namespace

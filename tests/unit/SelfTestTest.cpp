@@ -33,16 +33,16 @@ TEST_F(SelfTestTest, WorksWhenTheFileIsFoundAndLeavesNothing) {
   EXPECT_EQ(countIn(guarded), 0U);
 }
 
-TEST_F(SelfTestTest, QuarantinedFileIsRemovedThereWithItsRecordAndNothingElse) {
+TEST_F(SelfTestTest, QuarantinedFileIsRemovedThereAndNothingElse) {
   SelfTest test(clock, evidence, {quarantine});
   test.step();
   const std::string place = moveAway(test);
-  folder.write("quarantine/" + std::string(lastPathComponent(place)) + ".record");
+  folder.write("quarantine/" + std::string(lastPathComponent(place)) + ".txt", "mine");
   folder.write("quarantine/other.com", eicarTestFile());
   evidence.find = SelfTestEvidence::Find{"Eicar", Done::quarantined, place};
   test.step();
   EXPECT_EQ(test.outcome(), Outcome::works);
-  EXPECT_EQ(countIn(quarantine), 1U);
+  EXPECT_EQ(countIn(quarantine), 2U);
   EXPECT_TRUE(TemporaryFolder::exists(quarantine + "/other.com"));
 }
 

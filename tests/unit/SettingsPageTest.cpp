@@ -308,5 +308,19 @@ TEST_F(SettingsPageTest, OpensTheFileForWhoeverWantsToEditIt) {
   EXPECT_EQ(page.text("notice"), "<SETTINGS_NO_EDITOR>");
 }
 
+TEST_F(SettingsPageTest, AsksBeforeAFolderOfItsUsersBecomesTheQuarantineByAChoice) {
+  home.write("Quarantine/letter", "");
+  FakePage& page = shown();
+  page.choose("infectedFileAction", 1);
+  ASSERT_EQ(window.questions.size(), 1U);
+  EXPECT_EQ(window.questions.at(0).text, "<SETTINGS_ASK_QUARANTINE_FULL>");
+  EXPECT_EQ(ownText(), "");
+  window.answer("<SETTINGS_CANCEL>");
+  EXPECT_EQ(page.choice("infectedFileAction"), 0U);
+  page.choose("infectedFileAction", 1);
+  window.answer("<SETTINGS_TAKE_IT>");
+  EXPECT_EQ(ownText(), "QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine/\"\n");
+}
+
 }  // namespace
 }  // namespace quillo

@@ -65,6 +65,28 @@ TEST_F(WrapperRecord, IsOfTheCopyWhereAFileCameFromAnotherFileSystem) {
   EXPECT_EQ(entries(records()), 1);
 }
 
+TEST_F(WrapperRecord, NamesTheDefinitionsThatFoundAFile) {
+  EXPECT_TRUE(move(scratch.write("a", "bad")).moved);
+  EXPECT_EQ(recordOf("a").value().foundWith, QuarantineRecord::Time());
+  scratch.write("definitions/daily.cvd",
+                "ClamAV-VDB:18 Nov 2026 09-23 +0000:27823:2075000:90:X:X:builder:1794993780\n");
+  folder.setDefinitions(scratch.at("definitions"));
+  EXPECT_TRUE(move(scratch.write("b", "bad")).moved);
+  EXPECT_EQ(recordOf("b").value().foundWith,
+            QuarantineRecord::Time(std::chrono::seconds(1794993780)));
+}
+
+// By its time it is told from the same file unpacked once more.
+TEST_F(WrapperRecord, IsOfACopyWithATimeOfItsOwn) {
+  const TemporaryFolder elsewhere("/dev/shm");
+  const std::string path = elsewhere.write("a", "bad");
+  const timespec times[] = {{1000, 1}, {2000, 2}};
+  ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+  const auto outcome = move(path);
+  ASSERT_TRUE(outcome.moved) << outcome.text;
+  EXPECT_GT(FileIdentity::at(outcome.text).value().changed, 2000000000002);
+}
+
 TEST_F(WrapperRecord, KeepsNoHashOfWhatHasGrownBeyondAllThatIsScanned) {
   const std::string path = scratch.write("a", "bad");
   fs::resize_file(path, std::uintmax_t{1} << 40U);

@@ -94,7 +94,9 @@ ClientWrapper::ClientWrapper(const TreeSettings& tree, const CommandLine& asked,
           [this] {
             report_.flush();
             progress_.beforeWaiting(scan_.holds());
-          }) {}
+          }) {
+  moveFolder_.setDefinitions(tree.definitionsFolder);
+}
 
 int ClientWrapper::run() {
   try {

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <optional>
 
+#include "clamav/Definitions.h"
 #include "posix/FileMoving.h"
 #include "posix/OwnFile.h"
 #include "posix/Text.h"
@@ -187,6 +188,9 @@ std::string MoveFolder::prepareRecord(Source& source, std::string_view threat) {
   record.origin = source.path;
   record.threat = threat;
   record.moved = clock_.wallTime();
+  if (!definitions_.empty()) {
+    record.foundWith = definitionsBuiltIn(definitions_).value_or(QuarantineRecord::Time());
+  }
   record.identity = *identity;
   const std::int64_t size = source.status.st_size;
   record.hash = size > source.largest ? "" : sha256OfFile(source.file, size).value_or("");

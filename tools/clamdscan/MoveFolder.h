@@ -36,6 +36,9 @@ class MoveFolder {
   // why not.
   std::string open(const std::string& path);
   bool isOpen() const { return static_cast<bool>(folder_); }
+  // Has records name the definitions that lie in that folder when a file is moved: the daemon found
+  // it with no newer ones.
+  void setDefinitions(std::string folder) { definitions_ = std::move(folder); }
 
   // Moves the file that was opened as `scanned` if `path` (without symbolic links) still leads to
   // it; a name that is taken gets ".001" and so on. Nobody can run it afterwards. Across file
@@ -61,6 +64,7 @@ class MoveFolder {
   Clock& clock_;
   const DesktopTrash trash_;
   std::string path_;
+  std::string definitions_;
   UniqueFd folder_;
   UniqueFd notes_;        // where the Trash keeps its notes, when the folder is the Trash's
   RecordFolder records_;  // opened for the first file, when it is not

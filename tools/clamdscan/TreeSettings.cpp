@@ -60,6 +60,7 @@ void TreeSettings::useConfiguration(const std::string& path) {
 
 void TreeSettings::takeDaemon(const ClamConf& daemon) {
   daemonAccount = daemon.value("User");
+  definitionsFolder = daemon.value("DatabaseDirectory");
   limits = ScanLimits::of(daemon);
   manners = SessionManners::of(daemon);
 }

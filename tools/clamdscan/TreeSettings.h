@@ -14,7 +14,8 @@ struct TreeSettings {
   std::string daemonSocket;   // "LocalSocket" there, may be empty
   std::string realClient;     // "RealClient" of ROOT/etc/front.conf, or the distribution's place
   // Of "DaemonConfig" there, or of ROOT/etc/clamd.conf:
-  std::string daemonAccount;  // "User", may be empty
+  std::string daemonAccount;      // "User", may be empty
+  std::string definitionsFolder;  // "DatabaseDirectory", may be empty
   ScanLimits limits;
   SessionManners manners;
 

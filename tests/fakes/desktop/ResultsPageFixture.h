@@ -57,13 +57,16 @@ class ResultsPageFixture : public testing::Test {
     if (!page) {
       page = std::make_unique<ResultsPage>(
           shown, window,
-          ResultsServices{application, threads, clock, strings, workspace, folder, home.path(),
-                          [this](const std::vector<std::string>& paths) { scanned = paths; },
-                          [this](const std::string& expression) { excluded.push_back(expression); },
-                          [this](const std::string& path) {
-                            allowed.push_back(path);
-                            return problem;
-                          }});
+          ResultsServices{
+              application, threads, clock, strings, workspace, folder, home.path(),
+              [this](const std::vector<std::string>& paths) { scanned = paths; },
+              [this](const std::string& expression) { excluded.push_back(expression); },
+              [this](const std::string& path, const std::optional<FileIdentity>& asked) {
+                allowed.push_back(path);
+                allowedFile = asked;
+                return problem;
+              },
+              [this](const std::string& path) { shownInQuarantine = path; }});
     }
     return *page;
   }
@@ -93,7 +96,9 @@ class ResultsPageFixture : public testing::Test {
   std::vector<std::string> scanned;
   std::vector<std::string> excluded;
   std::vector<std::string> allowed;
+  std::optional<FileIdentity> allowedFile;
   std::string problem;  // with allowing
+  std::string shownInQuarantine;
   HistoryStore store{folder, clock, log, {}};
   std::unique_ptr<ResultsPage> page;
 };

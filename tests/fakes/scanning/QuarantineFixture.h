@@ -31,7 +31,8 @@ struct QuarantineFixture {
   FakeApplication application;
   FakeLocalizedStrings strings;
   FakeThreads threads;
-  QuarantineRecord::Time built{std::chrono::hours(24 * 365 * 50)};
+  // Newer than those that found anything.
+  QuarantineRecord::Time built{std::chrono::hours(24 * 365 * 60)};
   // What the engine says of each file that it is asked about.
   std::function<QuarantineRecord::Check(const QuarantinedFile&)> verdict =
       [](const QuarantinedFile&) { return QuarantineRecord::Check::infected; };
