@@ -19,7 +19,7 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       menuForScanners(menu),
       scannerLink(
           {preferences, clamdLink, statusBoard, menu, watching, folderOpener, mainApplication}),
-      watcherLink({watchList, watching, statusBoard, menu}),
+      watcherLink({watchList, watching, statusBoard, menu, mainApplication}),
       engineLink(preferences, noEngineWindow),
       menuLink({scannerCount, statusBoard, watching, health, preferences, desktop.statusPublisher}),
       history({given.clock,
@@ -101,7 +101,14 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       quarantineRecheck(
           {given.clock, desktop.localizedStrings, notifications, desktop.systemLog, given.threads,
            [this] { return services.preferences.value(key::quarantineFolder).value_or(""); },
-           [this] { return preferences.settings()->clamScanPATH.value_or(""); }, &runningScanners}),
+           [this] { return preferences.settings()->clamScanPATH.value_or(""); }, &runningScanners,
+           [this] {
+             if (!mainApplication.openPage("quarantine")) {
+               requests.attempt([this] {
+                 folderOpener.open(services.preferences.value(key::quarantineFolder).value_or(""));
+               });
+             }
+           }}),
       health({given.clock, desktop.systemLog, statusBoard,
               [this] {
                 LoadedDefinitions loaded = clamdLink.loadedDefinitions();

@@ -120,6 +120,7 @@ class WatcherLink final : public WatcherOwner {
     Watching& watching;
     StatusBoard& statusBoard;
     Throbber& mainMenu;
+    MainApplication& mainApplication;
   };
   explicit WatcherLink(const Parts& parts) : parts_(parts) {}
 
@@ -134,6 +135,11 @@ class WatcherLink final : public WatcherOwner {
   void setHelperFails(bool fails) override {
     parts_.statusBoard.setHelperFails(fails);
     parts_.mainMenu.showStatus();
+  }
+  void showWhatMends() override {
+    if (!parts_.mainApplication.openPage("overview")) {
+      parts_.mainMenu.openScanLog();
+    }
   }
   void setPlacesWithGaps(std::size_t count) override {
     parts_.statusBoard.setPlacesWithGaps(count);

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "app/vantrel/CompanionParts.h"
-#include "app/vantrel/Excluding.h"
 #include "app/vantrel/GuidePages.h"
+#include "companion/folders/Excluding.h"
 #include "companion/folders/FolderCare.h"
 #include "companion/folders/FoldersPage.h"
 #include "companion/overview/OverviewPage.h"
@@ -36,6 +36,10 @@ std::string timeInWords(std::int64_t time) {
   return {text, std::strftime(text, sizeof text, "%x %H:%M", &local)};
 }
 
+ExcludingServices excludingServices(CompanionParts& parts, MainWindow& window) {
+  return {parts.exclusions, parts.desktop.localizedStrings, window};
+}
+
 LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   return {std::make_shared<PlannedPage>(
@@ -53,7 +57,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
           desktop.workspace, desktop.folders.stateFolder(), desktop.folders.homeFolder(),
           [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
           [&parts, &window](const std::string& expression) {
-            excludeExpression(parts, window, expression);
+            excludeExpression(excludingServices(parts, window), expression);
           },
           [&parts](const std::string& path) { return parts.allowedFinds.allowPath(path); }});
   window.onShown("results", [results = logic.get()] { results->historyChanged(); });
@@ -64,6 +68,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
     }
   };
   parts.historyChanged = changed;
+  desktop.distributedNotificationCenter.addObserver(historyHasChanged, changed);
   desktop.agentLink.observe(
       [changed, &agent = desktop.agentLink, seen = std::uint64_t{0}]() mutable {
         const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;
@@ -81,7 +86,7 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
                                [&desktop] { return pluggedInVolumes(desktop.volumes); },
                                desktop.volumeChanges, parts.allowedFinds,
                                [&parts, &window](const std::vector<std::string>& paths) {
-                                 askToExclude(parts, window, paths);
+                                 askToExclude(excludingServices(parts, window), paths);
                                },
                                [&desktop] { desktop.application.terminate(); },
                                &parts.keepScans(ScanSource::byHand), &parts.keptMoves});

@@ -10,6 +10,7 @@
 #include "platform/Application.h"
 #include "platform/Folders.h"
 #include "platform/PreferenceStore.h"
+#include "platform/Session.h"
 #include "platform/SystemLog.h"
 #include "posix/MountTable.h"
 #include "settings/PreferenceTable.h"
@@ -41,7 +42,12 @@ CompanionParts::~CompanionParts() { endHistory(); }
 
 bool CompanionParts::endHistory() {
   constexpr std::chrono::seconds atMost(5);
-  return std::exchange(keptScans, {}).empty() || historyWriter.end(atMost);
+  if (std::exchange(keptScans, {}).empty()) {
+    return true;
+  }
+  const bool hasEnded = historyWriter.end(atMost);
+  desktop.distributedNotificationCenter.post(historyHasChanged, "Vantrel");
+  return hasEnded;
 }
 
 void CompanionParts::entered(std::size_t changes) {

@@ -24,6 +24,9 @@
 
 namespace quillo {
 
+// Sent when another program than the agent has entered scans in the history.
+inline constexpr const char* historyHasChanged = "VantrelHistoryHasChanged";
+
 // What pages and commands share.
 struct CompanionParts {
   explicit CompanionParts(const CompanionDesktop& services);
@@ -43,8 +46,9 @@ struct CompanionParts {
   // Keeps scans of that kind in the history, which is written from now on until the end. Throws
   // std::system_error when the system has no thread for that.
   KeptScans& keepScans(ScanSource source);
-  // Has what was found a moment ago entered, too; waits some seconds for that at most. Returns
-  // false while the thread that does it still runs, which needs this object.
+  // Has what was found a moment ago entered, too; waits some seconds for that at most, and lets the
+  // window know if there is one. Returns false while the thread that does it still runs, which
+  // needs this object.
   bool endHistory();
 
   // Has historyChanged() called, if there are any. Any thread.

@@ -4,6 +4,32 @@
 #include "posix/Clock.h"
 
 namespace quillo {
+namespace {
+
+ScanRun::End endOf(const ManualScanResult& result) {
+  using End = ScanRun::End;
+  using Problem = ManualScanResult::Problem;
+  if (result.isStopped) {
+    return End::stopped;
+  }
+  switch (result.problem) {
+    case Problem::none:
+      return End::whole;
+    case Problem::noEngine:
+      return End::noEngine;
+    case Problem::noDaemon:
+      return End::noDaemon;
+    case Problem::noQuarantine:
+      return End::noQuarantine;
+    case Problem::tooMany:
+      return End::tooMany;
+    case Problem::failed:
+      break;
+  }
+  return End::failed;
+}
+
+}  // namespace
 
 void KeptScans::runBegan(const std::vector<std::string>& paths) {
   run_ = ScanRun();
@@ -27,10 +53,10 @@ void KeptScans::runEnded(const ManualScanResult& result) {
     return;
   }
   run_.ended = services_.clock.wallTime();
-  run_.clean = result.clean.value_or(0);
+  run_.clean = result.clean;
   run_.found = result.found;
   run_.notScanned = result.notScanned;
-  run_.wasStopped = result.isStopped;
+  run_.end = endOf(result);
   services_.writer.add(run_);
   recorder_.reset();
 }
