@@ -51,7 +51,7 @@ void FindActions::connect() {
   page_.onAction("showInFolder", [this] { showInFolder(*findings_.finds(), chosenRows()); });
   page_.onAction("showLeftOut",
                  [this] { showInFolder(*findings_.leftOut(), page_.selectedRows("leftOut")); });
-  page_.onAction("scanAgain", [this] { scanAgain(); });
+  page_.onAction("scanLeftOut", [this] { scanAgain(); });
 }
 
 void FindActions::show(bool isIdle) {
@@ -76,9 +76,10 @@ void FindActions::showButtons() {
       !services_.scan.preferences.value(key::quarantineFolder).value_or("").empty();
   page_.setEnabled("quarantine", canAct && hasQuarantine);
   page_.setVisible("noQuarantine", !hasQuarantine);
+  page_.setVisible("chooseQuarantine", !hasQuarantine);
   page_.setEnabled("showInFolder", !chosenRows().empty());
   page_.setEnabled("showLeftOut", !page_.selectedRows("leftOut").empty());
-  page_.setEnabled("scanAgain", isIdle_ && findings_.leftOut()->count() > 0);
+  page_.setEnabled("scanLeftOut", isIdle_ && findings_.leftOut()->count() > 0);
 }
 
 void FindActions::scanAgain() {
