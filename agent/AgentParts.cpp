@@ -22,11 +22,17 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       watcherLink({watchList, watching, statusBoard, menu, mainApplication}),
       engineLink(preferences, noEngineWindow),
       menuLink({scannerCount, statusBoard, watching, health, preferences, desktop.statusPublisher}),
+      recentTotals(given.clock, desktop.folders.stateFolder()),
       history({given.clock,
                desktop.systemLog,
                desktop.folders.stateFolder(),
                desktop.folders.homeFolder(),
-               [this](std::size_t changes) { statusBoard.historyWritten(changes); },
+               [this](std::size_t changes) {
+                 if (changes > 0) {
+                   recentTotals.countAnew();
+                 }
+                 statusBoard.historyWritten(changes);
+               },
                {},
                [this](const std::string& problem) { statusBoard.setHistoryProblem(problem); }}),
       historyObserver(scannerLink, history, desktop.trashFolders, given.clock),
@@ -118,11 +124,12 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
               [this] { return watchList.missingFolders(); },
               [this] { return clamdLink.clamdStillAlive(); },
               [this] {
+                recentTotals.countAnew();
                 mainMenu.showStatus();
                 if (statusBoard.status().definitions != DefinitionState::none) {
                   definitionsWarning.definitionsCame();
                 }
               }}),
-      statusReport({menu, statusBoard, watchList, watching, preferences}) {}
+      statusReport({menu, statusBoard, watchList, watching, preferences, recentTotals}) {}
 
 }  // namespace quillo

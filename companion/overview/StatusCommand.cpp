@@ -90,7 +90,9 @@ json documentOf(const AgentStatus& status) {
           {"updating", status.updating},
           {"engine", reportedText(status.engine)},
           {"verdicts", status.verdicts},
-          {"historyProblem", reportedText(status.historyProblem)}};
+          {"historyProblem", reportedText(status.historyProblem)},
+          {"foundRecently", status.foundRecently},
+          {"notScannedRecently", status.notScannedRecently}};
 }
 
 void printDocument(std::ostream& out, const Answer& answer, LocalizedStrings& strings) {

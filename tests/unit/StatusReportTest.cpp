@@ -111,6 +111,23 @@ TEST_F(StatusReportTest, CountsFindsAndFilesThatWereNotScannedAndNoOthers) {
   EXPECT_EQ(asked().verdicts, 2U);
 }
 
+TEST_F(StatusReportTest, SaysHowMuchWasFoundLately) {
+  launch();
+  const auto enter = [&](const std::string& path, HistoryResult::Kind kind) {
+    HistoryResult result;
+    result.time = clock.wallTime();
+    result.path = path;
+    result.kind = kind;
+    agent().parts().history.add(result);
+  };
+  enter("/a", HistoryResult::Kind::found);
+  enter("/b", HistoryResult::Kind::notScanned);
+  enter("/c", HistoryResult::Kind::notScanned);
+  agent().parts().history.end({});
+  EXPECT_EQ(asked().foundRecently, 1U);
+  EXPECT_EQ(asked().notScannedRecently, 2U);
+}
+
 TEST_F(StatusReportTest, SaysWhenTheDefinitionsWereBuiltAndWhereTheyLie) {
   launch();
   const auto built = clock.wallTime() - std::chrono::hours(5);
