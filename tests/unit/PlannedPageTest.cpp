@@ -286,10 +286,13 @@ TEST_F(PlannedPageTest, SystemWithoutAThreadIsSaid) {
 }
 
 TEST_F(PlannedPageTest, FoldersThatAreDroppedArePlanned) {
-  ui.drop("plans", {"/a", "/b"});
-  EXPECT_EQ(ui.choices("folders"), (std::vector<std::string>{"/a", "/b"}));
-  ui.drop("folders", {"/c/"});
-  EXPECT_EQ(ui.choices("folders").back(), "/c");
+  const std::string a = home.makeFolder("a");
+  const std::string b = home.makeFolder("b");
+  const std::string c = home.makeFolder("c");
+  ui.drop("plans", {a, b});
+  EXPECT_EQ(ui.choices("folders"), (std::vector<std::string>{a, b}));
+  ui.drop("folders", {c + "/"});
+  EXPECT_EQ(ui.choices("folders"), (std::vector<std::string>{a, b, c}));
 }
 
 }  // namespace
