@@ -5,12 +5,12 @@
 
 #include <atomic>
 #include <cerrno>
-#include <climits>
 #include <string>
 #include <vector>
 
 #include "app/vantrel/CompanionParts.h"
 #include "app/vantrel/SelfTestParts.h"
+#include "companion/CommandWords.h"
 #include "companion/doctor/DoctorCommand.h"
 #include "companion/folders/ExplainCommand.h"
 #include "companion/overview/Guard.h"
@@ -67,13 +67,22 @@ int doctor(CompanionParts& parts, const Words& words, std::ostream& out, std::os
       {parts.desktop.agentLink, parts.desktop.desktopCheck, parts.doctorServices()});
 }
 
+// Why nothing can be asked. One that is just beginning has not answered yet.
+std::string problemOfAgent(const CompanionDesktop& desktop) {
+  const Wording problem = desktop.agentLink.refresh();
+  return desktop.agentLink.presence() == AgentPresence::silent
+             ? problem.in(desktop.localizedStrings)
+             : "";
+}
+
 int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   SelfTestParts selfTest(parts, true);
   std::atomic<bool> isInterrupted = false;
   const InterruptWatch interrupts(parts.threads, [&isInterrupted] { isInterrupted = true; });
   return runTestCommand(words, out, errors,
                         {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence,
-                         moveFoldersOf(parts), [&isInterrupted] { return isInterrupted.load(); }});
+                         moveFoldersOf(parts), [&parts] { return problemOfAgent(parts.desktop); },
+                         [&isInterrupted] { return isInterrupted.load(); }});
 }
 
 // "" while it watches and what it watches is scanned.
@@ -84,11 +93,9 @@ std::string stateOfAgent(CompanionParts& parts) {
 }
 
 int explain(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
-  char folder[PATH_MAX];
-  return runExplainCommand(
-      words, out, errors,
-      {parts.explanationServices(), parts.desktop.localizedStrings,
-       getcwd(folder, sizeof folder) ? folder : "", [&parts] { return stateOfAgent(parts); }});
+  return runExplainCommand(words, out, errors,
+                           {parts.explanationServices(), parts.desktop.localizedStrings,
+                            currentFolder(), [&parts] { return stateOfAgent(parts); }});
 }
 
 // What it needs is made when it runs, and for no other command.

@@ -51,7 +51,7 @@ void FindActions::connect() {
   page_.onAction("showInFolder", [this] { showInFolder(*findings_.finds(), chosenRows()); });
   page_.onAction("showLeftOut",
                  [this] { showInFolder(*findings_.leftOut(), page_.selectedRows("leftOut")); });
-  page_.onAction("scanLeftOut", [this] { scanAgain(); });
+  page_.onAction("scanTheseAgain", [this] { scanAgain(); });
 }
 
 void FindActions::show(bool isIdle) {
@@ -79,7 +79,7 @@ void FindActions::showButtons() {
   page_.setVisible("chooseQuarantine", !hasQuarantine);
   page_.setEnabled("showInFolder", !chosenRows().empty());
   page_.setEnabled("showLeftOut", !page_.selectedRows("leftOut").empty());
-  page_.setEnabled("scanLeftOut", isIdle_ && findings_.leftOut()->count() > 0);
+  page_.setEnabled("scanTheseAgain", isIdle_ && findings_.leftOut()->count() > 0);
 }
 
 void FindActions::scanAgain() {
