@@ -26,6 +26,7 @@ const std::vector<MendingPlace>& mendingPlaces() {
   static const std::vector<MendingPlace> places = {
       {"HELP_SAYS_FOUND", "HELP_AT_RESULTS", "results"},
       {"HELP_SAYS_QUARANTINED", "HELP_AT_QUARANTINE", "quarantine"},
+      {"HELP_SAYS_RECHECKED", "HELP_AT_QUARANTINE", "quarantine"},
       {"HELP_SAYS_NOT_MOVED", "HELP_AT_RESULTS", "results"},
       {"HELP_SAYS_TOO_LARGE", "HELP_AT_RESULTS", "results"},
       {"HELP_SAYS_NO_ENGINE", "HELP_AT_OVERVIEW", "overview"},
@@ -82,7 +83,7 @@ HelpPage::HelpPage(Page& page, MainWindow& window, const HelpPageServices& servi
   page_.onSelection("places", [this] {
     page_.setEnabled("openPlace", page_.selectedRows("places").size() == 1);
   });
-  page_.onAction("examine", [this] { examine(); });
+  connectFindings();
   connectLog("openScanLog", services_.scanLog);
   connectLog("openUpdateLog", services_.updateLog);
   page_.setText("findingsState", text("HELP_NOT_EXAMINED"));
@@ -94,6 +95,38 @@ HelpPage::HelpPage(Page& page, MainWindow& window, const HelpPageServices& servi
   });
   showLimits();
   refresh();
+}
+
+void HelpPage::connectFindings() {
+  page_.onAction("examine", [this] { examine(); });
+  page_.onSelection("findings", [this] { showChosen(); });
+  page_.onAction("copyCommand", [this] {
+    if (const HelpFinding* finding = chosen()) {
+      window_.copy(finding->command);
+    }
+  });
+  page_.onAction("openFinding", [this] {
+    if (const HelpFinding* finding = chosen()) {
+      window_.show(finding->page);
+    }
+  });
+  showChosen();
+}
+
+const HelpFinding* HelpPage::chosen() const {
+  const auto rows = page_.selectedRows("findings");
+  return rows.size() == 1 && rows[0] < findings_->findings.size() ? &findings_->findings[rows[0]]
+                                                                  : nullptr;
+}
+
+// A cell of the table has one line.
+void HelpPage::showChosen() {
+  const HelpFinding* finding = chosen();
+  const HelpFinding shown = finding ? *finding : HelpFinding();
+  page_.setText("chosen", shown.words + (shown.remedy.empty() ? "" : "\n" + shown.remedy));
+  page_.setVisible("chosen", finding != nullptr);
+  page_.setVisible("copyCommand", !shown.command.empty());
+  page_.setVisible("openFinding", !shown.page.empty());
 }
 
 void HelpPage::goTo(const std::string& page) {
@@ -173,6 +206,13 @@ void HelpPage::showFindings(const std::vector<HelpFinding>& findings) {
   isExamining_ = false;
   findings_->findings = findings;
   page_.rowsChanged("findings");
+  const auto worst = std::find_if(findings.begin(), findings.end(), [](const HelpFinding& each) {
+    return each.state == State::problem;
+  });
+  if (worst != findings.end()) {
+    page_.selectRow("findings", static_cast<std::size_t>(worst - findings.begin()));
+  }
+  showChosen();
   page_.setEnabled("examine", true);
   const auto has = [&findings](State state) {
     return std::any_of(findings.begin(), findings.end(),

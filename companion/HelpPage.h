@@ -24,7 +24,9 @@ struct HelpFinding {
   State state = State::unknown;
   std::string subject;
   std::string words;
-  std::string remedy;  // "" where there is nothing to do
+  std::string remedy = {};   // "" where there is nothing to do
+  std::string command = {};  // that is part of the remedy, for a terminal; "" where none is
+  std::string page = {};     // on which the remedy is; "" where it is elsewhere
 };
 
 struct HelpPageServices {
@@ -70,6 +72,9 @@ class HelpPage {
   void connectLog(const char* button, const std::function<std::string()>& log);
   void examine();
   void showFindings(const std::vector<HelpFinding>& findings);
+  void connectFindings();
+  void showChosen();
+  const HelpFinding* chosen() const;
   std::string text(const std::string& key) const;
 
   // Constant after construction.

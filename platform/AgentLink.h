@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/LocalizedStrings.h"
+
 namespace quillo {
 
 // What the agent says of itself in one answer, for whoever asks it over the desktop. Times are
@@ -65,9 +67,12 @@ enum class AgentPresence {
 // What has become of the last start of an agent.
 struct AgentStart {
   bool isUnderWay = false;
-  std::string problem;  // why none came of it: words for the log; "" where it went well
+  Wording problem;  // why none came of it; empty where it went well
 
-  bool operator==(const AgentStart&) const = default;
+  bool operator==(const AgentStart& other) const {
+    return isUnderWay == other.isUnderWay && problem.key == other.problem.key &&
+           problem.values == other.problem.values;
+  }
 };
 
 // The other end: the agent of this session, as the main application sees it. Main thread.
@@ -81,10 +86,9 @@ class AgentLink {
   // Has `changed` called whenever one of these is another: an agent came, changed, or went, or one
   // that was started does not come.
   virtual void observe(std::function<void()> changed) = 0;
-  // Asks and waits for the answer, at most a few seconds, for whoever has no event loop. Returns ""
-  // when it is known: status() says it then, or that none runs. Else why it is not: words for the
-  // log.
-  virtual std::string refresh() = 0;
+  // Asks and waits for the answer, at most a few seconds, for whoever has no event loop. Returns
+  // nothing when it is known: status() says it then, or that none runs. Else why it is not.
+  virtual Wording refresh() = 0;
   // Starts an agent where none runs, and does not wait for it. Returns false when the desktop knows
   // of none.
   virtual bool start() = 0;

@@ -105,6 +105,10 @@ class MainWindow {
   virtual void onShown(const std::string& name, std::function<void()> action) = 0;
   // Has it called when the window is about to close; it stays open where that returns false.
   virtual void onClose(std::function<bool()> mayClose) = 0;
+  // Closes the window as its user does: whoever may hold it open is asked.
+  virtual void close() = 0;
+  // Puts a text where it can be pasted from.
+  virtual void copy(const std::string& text) = 0;
 
   // Asks without holding up this thread; `answered` gets the button's number.
   virtual void ask(const Question& question, std::function<void(std::size_t)> answered) = 0;

@@ -81,9 +81,11 @@ inline constexpr Preference<bool> quilloLogProgress{
 inline constexpr Preference<bool> scanEmail{"ScanEmail", true,
                                             "Only told in the log: the engine decides"};
 inline constexpr Preference<Presence> runningOnServer{"Running on OS X Server", "off",
-                                                      "Kept for the main application"};
-inline constexpr Preference<Presence> exclude{"Exclude", "off", "Kept for the main application"};
-inline constexpr Preference<Presence> include{"Include", "off", "Kept for the main application"};
+                                                      "Kept in the file; it has no effect"};
+inline constexpr Preference<Presence> exclude{"Exclude", "off",
+                                              "Kept in the file; it has no effect"};
+inline constexpr Preference<Presence> include{"Include", "off",
+                                              "Kept in the file; it has no effect"};
 
 }  // namespace key
 

@@ -51,9 +51,7 @@ Outcome outcomeOf(const std::string& place, int error) {
 
 bool isOwnOrRoots(uid_t owner) { return owner == geteuid() || owner == 0; }
 
-Outcome notOwn(const std::string& place, uid_t owner) {
-  return {Problem::notOwn, place + " belongs to user " + std::to_string(owner)};
-}
+Outcome notOwn(const std::string& place, uid_t owner) { return {Problem::notOwn, place, owner}; }
 
 // Root may do on the way what it likes; anybody else could lead this user's hand to another file.
 Outcome distrustOf(const RealPath& real, const std::string& path) {
@@ -71,7 +69,7 @@ Outcome distrustOf(const RealPath& real, const std::string& path) {
     return errno == ENOENT || errno == ENOTDIR ? Outcome() : outcomeOf(path, errno);
   }
   if (!S_ISREG(status.st_mode)) {
-    return {Problem::noFile, path + " is not a regular file"};
+    return {Problem::noFile, path};
   }
   return status.st_uid == geteuid() ? Outcome() : notOwn(path, status.st_uid);
 }
@@ -202,7 +200,7 @@ PreferenceWriter::Contents PreferenceWriter::contents() const {
     result.exists = true;
     result.text = std::move(*text);
   } else if (errno == EFBIG) {
-    result.outcome = {Problem::noFile, result.place + " is far too large"};
+    result.outcome = {Problem::tooLarge, result.place};
   } else if (errno != ENOENT && errno != ENOTDIR) {
     result.outcome = outcomeOf(result.place, errno);
   }
@@ -224,6 +222,7 @@ PreferenceWriter::Reading PreferenceWriter::readingOf(const Contents& now) {
   Reading reading;
   reading.problem = now.outcome.problem;
   reading.reason = now.outcome.reason;
+  reading.owner = now.outcome.owner;
   reading.exists = now.exists;
   if (reading.problem != Problem::none) {
     return reading;
@@ -263,29 +262,30 @@ Outcome PreferenceWriter::apply(const Change& change) {
         byHand || (isKnown_ && known_ != (old.exists ? std::optional(old.text) : std::nullopt));
     std::string text;
     if (TomlText::parse(old.text).problem) {
-      return {Problem::notToml, old.place, byHand};
+      return {Problem::notToml, old.place, 0, byHand};
     }
     try {
       TomlEditor editor(old.text);
       change(editor);
       text = editor.text();
     } catch (const PlatformException& refusal) {
-      return {Problem::notEditable, refusal.reason(), byHand};
+      return {Problem::notEditable, refusal.reason(), 0, byHand};
     }
     if (text == old.text) {
       known_ = old.exists ? std::optional(text) : std::nullopt;
       isKnown_ = true;
-      return {Problem::none, "", byHand};
+      return {Problem::none, "", 0, byHand};
     }
     Outcome outcome = replace(old, text);
     outcome.wasChangedByHand = byHand;
     if (outcome.problem != Problem::alwaysOther) {
-      before_ = outcome.problem == Problem::none ? std::optional(old.text) : before_;
+      outcome.isWritten = outcome.problem == Problem::none;
+      before_ = outcome.isWritten ? std::optional(old.text) : before_;
       return outcome;
     }
     byHand = true;
   }
-  return {Problem::alwaysOther, path_, byHand};
+  return {Problem::alwaysOther, path_, 0, byHand};
 }
 
 // `alwaysOther`: it is another one by now, and nothing was written.
@@ -315,7 +315,7 @@ Outcome PreferenceWriter::undo() {
   }
   if (!before_ || !now.exists || known_ != now.text) {
     before_.reset();
-    return {Problem::changedSince, path_, true};
+    return {Problem::changedSince, path_, 0, true};
   }
   Outcome outcome = replace(now, *before_);
   if (outcome.problem == Problem::none) {

@@ -28,8 +28,9 @@ class PreferenceWriter {
     noRoom,
     readOnly,
     forbidden,
-    notOwn,        // the file, a link to it or its folder is somebody else's
-    noFile,        // something is there that is no regular file, or one far too large
+    notOwn,  // the file, a link to it or its folder, which `reason` names, is the `owner`'s
+    noFile,  // something is there that is no regular file
+    tooLarge,
     alwaysOther,   // it changes faster than it can be written
     changedSince,  // undo: it is not the text any more that was written last
     failed
@@ -39,6 +40,7 @@ class PreferenceWriter {
   struct Reading {
     Problem problem = Problem::none;
     std::string reason;  // in the system's or the parser's words
+    unsigned int owner = 0;
     PreferenceDictionary values;
     bool exists = false;
     // Of a file that does not parse: where, and that line itself.
@@ -50,8 +52,11 @@ class PreferenceWriter {
   struct Outcome {
     Problem problem = Problem::none;
     std::string reason;
+    unsigned int owner = 0;  // by number
     // The file had been changed by somebody else since it was read or written here last.
     bool wasChangedByHand = false;
+    // apply(): there was something to change, and undo() takes that back.
+    bool isWritten = false;
   };
 
   struct Repair {

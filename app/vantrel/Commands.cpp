@@ -68,20 +68,21 @@ int doctor(CompanionParts& parts, const Words& words, std::ostream& out, std::os
 }
 
 // Why nothing can be asked. One that is just beginning has not answered yet.
-std::string problemOfAgent(AgentLink& agent) {
-  const std::string problem = agent.refresh();
-  return agent.presence() == AgentPresence::silent ? problem : "";
+std::string problemOfAgent(const CompanionDesktop& desktop) {
+  const Wording problem = desktop.agentLink.refresh();
+  return desktop.agentLink.presence() == AgentPresence::silent
+             ? problem.in(desktop.localizedStrings)
+             : "";
 }
 
 int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   SelfTestParts selfTest(parts, true);
   std::atomic<bool> isInterrupted = false;
   const InterruptWatch interrupts(parts.threads, [&isInterrupted] { isInterrupted = true; });
-  return runTestCommand(
-      words, out, errors,
-      {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence, moveFoldersOf(parts),
-       [&parts] { return problemOfAgent(parts.desktop.agentLink); },
-       [&isInterrupted] { return isInterrupted.load(); }});
+  return runTestCommand(words, out, errors,
+                        {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence,
+                         moveFoldersOf(parts), [&parts] { return problemOfAgent(parts.desktop); },
+                         [&isInterrupted] { return isInterrupted.load(); }});
 }
 
 // "" while it watches and what it watches is scanned.

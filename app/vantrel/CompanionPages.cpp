@@ -9,7 +9,6 @@
 #include "app/vantrel/CompanionParts.h"
 #include "app/vantrel/GuidePages.h"
 #include "companion/folders/Excluding.h"
-#include "companion/folders/FolderCare.h"
 #include "companion/folders/FoldersPage.h"
 #include "companion/overview/OverviewPage.h"
 #include "companion/planned/PlannedPage.h"
@@ -22,7 +21,6 @@
 #include "platform/Application.h"
 #include "platform/Folders.h"
 #include "platform/Session.h"
-#include "posix/MountTable.h"
 
 namespace quillo {
 namespace {
@@ -102,7 +100,6 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
                                [&parts, &window](const std::vector<std::string>& paths) {
                                  askToExclude(excludingServices(parts, window), paths);
                                },
-                               [&desktop] { desktop.application.terminate(); },
                                &parts.keepScans(ScanSource::byHand), &parts.keptMoves});
   window.onClose([weak = std::weak_ptr<ScanPage>(logic)] {
     const auto scans = weak.lock();
@@ -138,26 +135,13 @@ LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
       page, window,
       OverviewServices{
           desktop.agentLink, desktop.clock, parts.definitionUpdate, desktop.localizedStrings,
-          desktop.distributedNotificationCenter, parts.preferences, parts.historyCounts,
-          [&parts] {
+          desktop.distributedNotificationCenter, parts.preferences, parts.historyCounts, [&parts] {
             const CompanionDesktop& its = parts.desktop;
             return EngineSetup(
                        {its.folders, parts.preferenceChanges, its.distributedNotificationCenter,
                         [&parts](const std::string& engine) { return parts.makeEngine(engine); }})
                 .setUp();
-          },
-          [&desktop] { desktop.application.terminate(); }})};
-}
-
-// In one sentence for each file system in the folder.
-FoldersPage::Care careInWords(const ChosenFolder& folder, LocalizedStrings& strings) {
-  FoldersPage::Care care{true, ""};
-  const auto mounts = MountTable().read().value_or(std::vector<Mount>());
-  for (const FolderCare& each : careOf(folder, mounts, hasFileHandles)) {
-    care.isCaught = care.isCaught && isCaught(each.kind);
-    care.words += (care.words.empty() ? "" : "\n") + wordingOf(each).in(strings);
-  }
-  return care;
+          }})};
 }
 
 LivingPage foldersPage(CompanionParts& parts, MainWindow& window, Page& page) {
@@ -167,7 +151,7 @@ LivingPage foldersPage(CompanionParts& parts, MainWindow& window, Page& page) {
       page, window,
       FoldersPage::Services{
           parts.preferenceChanges, parts.chosenFolders, parts.exclusions,
-          parts.explanationServices(), strings,
+          parts.explanationServices(), strings, agent, parts.desktop.distributedNotificationCenter,
           [&strings](const ChosenFolder& folder) { return careInWords(folder, strings); },
           [&agent, &strings] {
             return watchingStateOf(agent.presence(), agent.status(), strings).empty();

@@ -23,8 +23,8 @@ CompanionParts::CompanionParts(const CompanionDesktop& services)
       threads([log = &services.systemLog](const std::string& failure) { log->log(failure); }),
       preferences(services.preferenceStore, services.folders, services.systemLog),
       preferenceWriter(services.preferenceStore.fileOf(mainApplicationIdentifier)),
-      preferenceChanges(
-          {services.preferenceStore, preferenceWriter, services.distributedNotificationCenter}),
+      preferenceChanges({services.preferenceStore, preferenceWriter,
+                         services.distributedNotificationCenter, services.agentLink}),
       chosenFolders({preferenceChanges, preferences, services.folders, services.systemLog}),
       exclusions({preferenceChanges, preferences, services.folders, services.systemLog}),
       putBackFiles(services.folders.stateFolder(), services.systemLog, services.clock),

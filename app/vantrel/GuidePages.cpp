@@ -5,8 +5,10 @@
 
 #include "app/vantrel/CompanionParts.h"
 #include "app/vantrel/SelfTestParts.h"
+#include "clamav/Verdict.h"
 #include "companion/HelpPage.h"
 #include "companion/doctor/HelpFindings.h"
+#include "companion/folders/FolderCare.h"
 #include "companion/start/EngineDefinitions.h"
 #include "companion/start/FirstChoices.h"
 #include "companion/start/StartPage.h"
@@ -39,10 +41,18 @@ struct FirstStart {
                  [&parts](const std::string& engine) { return parts.makeEngine(engine); }}),
         definitions({parts.desktop.agentLink, parts.desktop.clock, parts.definitionUpdate,
                      parts.desktop.localizedStrings, parts.preferences}),
-        page(its, window,
-             {parts.desktop.localizedStrings, choices, definitions,
-              selfTestServices(parts, selfTest), [&parts] { return startAgent(parts); }},
-             [&window] { window.show("overview"); }) {}
+        page(
+            its, window,
+            {parts.desktop.localizedStrings, choices, definitions,
+             selfTestServices(parts, selfTest), [&parts] { return startAgent(parts); },
+             [&parts](const std::string& path, const std::vector<std::string>& before) {
+               return parts.chosenFolders.concernAbout(path, before);
+             },
+             [&parts](const std::string& folder) {
+               const CareInWords care = careInWords({folder, true}, parts.desktop.localizedStrings);
+               return care.isCaught ? "" : reportedText(folder) + ": " + care.words;
+             }},
+            [&window] { window.show("overview"); }) {}
 
   SelfTestParts selfTest;
   FirstChoicesFile choices;
@@ -55,7 +65,7 @@ std::function<std::vector<HelpFinding>()> examination(CompanionParts& parts) {
   DoctorFacts facts;
   facts.agent = parts.desktop.agentLink.status();
   if (!facts.agent && parts.desktop.agentLink.presence() != AgentPresence::absent) {
-    facts.agentProblem = parts.desktop.localizedStrings.stringForKey("DOCTOR_AGENT_NOT_YET", "");
+    facts.agentProblem = {"DOCTOR_AGENT_NOT_YET"};
   }
   facts.desktop = parts.desktop.desktopCheck.look();
   return [services = parts.doctorServices(), facts] {

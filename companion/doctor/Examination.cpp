@@ -36,12 +36,12 @@ std::vector<Finding> examine(const DoctorServices& services, const DoctorFacts& 
   return findings;
 }
 
-std::vector<Finding> examineAgent(const DoctorServices&, const DoctorFacts& facts) {
+std::vector<Finding> examineAgent(const DoctorServices& services, const DoctorFacts& facts) {
   const auto found = [](Sign sign, Wording sentence, Wording remedy = {}) {
     return std::vector<Finding>{{"agent", "", sign, std::move(sentence), std::move(remedy)}};
   };
   if (!facts.agent && !facts.agentProblem.empty()) {
-    return found(Sign::unknown, {"DOCTOR_AGENT_UNKNOWN", {facts.agentProblem}},
+    return found(Sign::unknown, {"DOCTOR_AGENT_UNKNOWN", {facts.agentProblem.in(services.strings)}},
                  {"DOCTOR_AGENT_UNKNOWN_REMEDY"});
   }
   if (!facts.agent) {

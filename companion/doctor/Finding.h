@@ -57,7 +57,7 @@ struct DoctorServices {
 // What was asked of agent and desktop before, on the main thread.
 struct DoctorFacts {
   std::optional<AgentStatus> agent;
-  std::string agentProblem;  // why it cannot be told whether one runs: words for the log
+  Wording agentProblem;  // why it cannot be told whether one runs
   DesktopFacts desktop;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 
 namespace quillo {
 namespace {
@@ -26,6 +27,35 @@ std::string keyOf(const std::string& check) {
   return key;
 }
 
+// What is filled into these is a command.
+constexpr const char* withCommand[] = {"DOCTOR_APPARMOR_REMEDY", "DOCTOR_DAEMON_DISTRUSTED_REMEDY",
+                                       "DOCTOR_ENGINE_NOT_CHOSEN_REMEDY", "DOCTOR_ENGINE_REMEDY",
+                                       "DOCTOR_HELPER_RIGHTS_REMEDY"};
+
+// The page on which what these say is done.
+struct RemedyPage {
+  const char* remedy;
+  const char* page;
+};
+constexpr RemedyPage remedyPages[] = {
+    {"DOCTOR_AGENT_IDLE_REMEDY", "overview"},        {"DOCTOR_AGENT_NONE_REMEDY", "overview"},
+    {"DOCTOR_DAEMON_ABSENT_REMEDY", "overview"},     {"DOCTOR_DEFINITIONS_REMEDY", "overview"},
+    {"DOCTOR_ENGINE_NOT_CHOSEN_REMEDY", "settings"}, {"DOCTOR_FOLDER_MISSING_REMEDY", "folders"},
+    {"DOCTOR_FOLDER_NAMES_REMEDY", "scan"},          {"DOCTOR_FOLDER_NETWORK_REMEDY", "scan"},
+    {"DOCTOR_FOLDER_NONE_REMEDY", "folders"},        {"DOCTOR_FOLDER_OTHER_REMEDY", "folders"}};
+
+std::string commandIn(const Wording& remedy) {
+  const auto* found = std::find(std::begin(withCommand), std::end(withCommand), remedy.key);
+  return found == std::end(withCommand) || remedy.values.empty() ? "" : remedy.values.front();
+}
+
+std::string pageOf(const Wording& remedy) {
+  const auto* found =
+      std::find_if(std::begin(remedyPages), std::end(remedyPages),
+                   [&remedy](const RemedyPage& each) { return each.remedy == remedy.key; });
+  return found == std::end(remedyPages) ? "" : found->page;
+}
+
 }  // namespace
 
 std::vector<HelpFinding> helpFindingsOf(const std::vector<Finding>& findings,
@@ -34,7 +64,8 @@ std::vector<HelpFinding> helpFindingsOf(const std::vector<Finding>& findings,
   for (const Finding& finding : findings) {
     shown.push_back({stateOf(finding.sign),
                      strings.stringForKey(keyOf(finding.check), finding.check),
-                     finding.sentence.in(strings), finding.remedy.in(strings)});
+                     finding.sentence.in(strings), finding.remedy.in(strings),
+                     commandIn(finding.remedy), pageOf(finding.remedy)});
   }
   return shown;
 }

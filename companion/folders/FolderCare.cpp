@@ -108,4 +108,14 @@ Wording wordingOf(const FolderCare& care) {
   }
 }
 
+CareInWords careInWords(const ChosenFolder& folder, LocalizedStrings& strings) {
+  CareInWords care{true, ""};
+  const auto mounts = MountTable().read().value_or(std::vector<Mount>());
+  for (const FolderCare& each : careOf(folder, mounts, hasFileHandles)) {
+    care.isCaught = care.isCaught && isCaught(each.kind);
+    care.words += (care.words.empty() ? "" : "\n") + wordingOf(each).in(strings);
+  }
+  return care;
+}
+
 }  // namespace quillo

@@ -44,4 +44,12 @@ bool isCaught(FolderCare::Kind kind);
 // Returns what it means, in a sentence.
 Wording wordingOf(const FolderCare& care);
 
+// What is caught in a folder, in words: a line for each file system in it.
+struct CareInWords {
+  bool isCaught = false;  // everything that happens there
+  std::string words;
+};
+// Returns it for the file systems that are mounted now; waits as careOf() does. Any thread.
+CareInWords careInWords(const ChosenFolder& folder, LocalizedStrings& strings);
+
 }  // namespace quillo

@@ -9,7 +9,9 @@
 namespace quillo {
 namespace {
 
-using Doubt = ChosenFolders::Doubt;
+void addLine(std::string& text, const std::string& line) {
+  text += (text.empty() || line.empty() ? "" : "\n") + line;
+}
 
 }  // namespace
 
@@ -19,7 +21,9 @@ FoldersPage::FoldersPage(Page& page, MainWindow& window, const Services& service
       services_(services),
       exclusions_(page, window,
                   {services.exclusions, services.localizedStrings,
-                   [this](const Wording& problem) { report(problem); }}) {
+                   [this](const Wording& problem) { report(problem); }}),
+      guardNote_(page, services.agent, services.distributedNotificationCenter,
+                 services.localizedStrings) {
   const auto text = [&](const char* key) {
     return services.localizedStrings.stringForKey(key, "");
   };
@@ -59,7 +63,6 @@ FoldersPage::FoldersPage(Page& page, MainWindow& window, const Services& service
 }
 
 void FoldersPage::show() {
-  notice_.clear();
   const bool isOther = services_.changes.lookAgain();
   list();
   const Wording problem = services_.changes.problem();
@@ -75,7 +78,7 @@ void FoldersPage::list() {
   rows_->rows.clear();
   const std::string home = services_.explanation.folders.homeFolder();
   for (const ChosenFolder& folder : folders_) {
-    const Care care = services_.careOf(folder);
+    const CareInWords care = services_.careOf(folder);
     const char* key = folder.withSubdirs ? "FOLDERS_YES" : "FOLDERS_NO";
     rows_->rows.push_back({{abbreviatingWithTilde(folder.path, home),
                             services_.localizedStrings.stringForKey(key, ""), care.words},
@@ -91,6 +94,7 @@ void FoldersPage::list() {
                                                services_.localizedStrings));
   page_.setVisible("decided", !named.empty());
   page_.setEnabled("addFolder", above.empty());
+  page_.setEnabled("undo", services_.changes.canUndo(PreferenceChanges::Of::folders));
   showSelected();
   exclusions_.show(patternsAbove.empty());
 }
@@ -132,85 +136,55 @@ void FoldersPage::removeSelected() {
   report(services_.chosenFolders.remove(folders_.at(row), row));
 }
 
-void FoldersPage::report(const Wording& problem) {
-  say(problem);
+void FoldersPage::report(const Wording& words) {
+  std::string notice = words.in(services_.localizedStrings);
+  addLine(notice, services_.changes.takeNotice().in(services_.localizedStrings));
+  say({"", {notice}});
   list();
 }
 
 void FoldersPage::say(const Wording& words) {
-  notice_ = words.in(services_.localizedStrings);
-  page_.setText("notice", notice_);
-  page_.setVisible("notice", !notice_.empty());
-  page_.setEnabled("undo", services_.changes.canUndo());
+  const std::string notice = words.in(services_.localizedStrings);
+  page_.setText("notice", notice);
+  page_.setVisible("notice", !notice.empty());
+  page_.setEnabled("undo", services_.changes.canUndo(PreferenceChanges::Of::folders));
 }
 
 void FoldersPage::undo() { report(services_.changes.undo()); }
 
 void FoldersPage::addFolders(const std::vector<std::string>& paths) {
-  say({});
-  addNext(paths);
+  const FolderIntake intake{
+      window_, services_.localizedStrings,
+      [this](const std::string& path, const std::vector<std::string>& before) {
+        return services_.chosenFolders.concernAbout(path, before);
+      }};
+  intake.take(paths, [this](const FolderIntake::Taken& taken) { add(taken); });
 }
 
-Wording FoldersPage::refusalOf(const ChosenFolders::Concern& concern,
-                               const std::string& path) const {
-  switch (concern.doubt) {
-    case Doubt::notAbsolute:
-      return {"FOLDERS_NO_PATH", {path}};
-    case Doubt::missing:
-      return {"FOLDERS_MISSING", {path}};
-    case Doubt::isFile:
-      return {"FOLDERS_IS_FILE", {path}};
-    case Doubt::already:
-      return {"FOLDERS_ALREADY", {path}};
-    case Doubt::covered:
-      return {"FOLDERS_COVERED", {path, concern.other}};
-    case Doubt::inQuarantine:
-      return {"FOLDERS_IN_QUARANTINE", {path, concern.other}};
-    default:
-      return {};
+// All at once: one is undone with the others, or none is there.
+void FoldersPage::add(const FolderIntake::Taken& taken) {
+  std::string words;
+  for (const Wording& refusal : taken.refusals) {
+    addLine(words, refusal.in(services_.localizedStrings));
   }
-}
-
-// One after the other, for some are asked about.
-void FoldersPage::addNext(std::vector<std::string> paths) {
-  if (paths.empty()) {
-    return;
-  }
-  const std::string path = paths.front();
-  paths.erase(paths.begin());
-  const ChosenFolders::Concern concern = services_.chosenFolders.concernAbout(path);
-  const auto saidBefore = [this](const Wording& words) {
-    const std::string before = notice_.empty() ? "" : notice_ + "\n";
-    return Wording{"", {before + words.in(services_.localizedStrings)}};
-  };
-  if (const Wording refusal = refusalOf(concern, path); !refusal.empty()) {
-    say(saidBefore(refusal));
-    addNext(std::move(paths));
-    return;
-  }
-  const auto add = [this, path, saidBefore] {
-    const Wording problem = services_.chosenFolders.addFolders({path});
-    say(problem.empty() ? Wording{"", {notice_}} : saidBefore(problem));
-    list();
-  };
-  if (concern.doubt == Doubt::none) {
-    add();
-    addNext(std::move(paths));
-    return;
-  }
-  Question question;
-  question.text = Wording{
-      concern.doubt == Doubt::everything ? "FOLDERS_ASK_EVERYTHING" : "FOLDERS_ASK_HOME",
-      {path}}.in(services_.localizedStrings);
-  question.detail = services_.localizedStrings.stringForKey("FOLDERS_ASK_MUCH", "");
-  question.buttons = {services_.localizedStrings.stringForKey("FOLDERS_GUARD_ALL", ""),
-                      services_.localizedStrings.stringForKey("FOLDERS_CANCEL", "")};
-  window_.ask(question, [this, add, paths = std::move(paths)](std::size_t button) {
-    if (button == 0) {
-      add();
+  if (!taken.folders.empty()) {
+    const Wording problem = services_.chosenFolders.addFolders(taken.folders);
+    if (!problem.empty()) {
+      addLine(words, problem.in(services_.localizedStrings));
     }
-    addNext(paths);
-  });
+    for (const std::string& folder : problem.empty() ? taken.folders : std::vector<std::string>()) {
+      addLine(words, effectOf(folder).in(services_.localizedStrings));
+    }
+  }
+  report({"", {words}});
+}
+
+Wording FoldersPage::effectOf(const std::string& folder) const {
+  if (!services_.agentWatches()) {
+    return {"FOLDERS_ADDED_UNGUARDED", {folder}};
+  }
+  const bool isCaught = services_.careOf({folder, true}).isCaught;
+  return {isCaught ? "FOLDERS_ADDED" : "FOLDERS_ADDED_INCOMPLETE", {folder}};
 }
 
 void FoldersPage::test(const std::string& given) {
@@ -245,6 +219,7 @@ void FoldersPage::test(const std::string& given) {
 }
 
 void FoldersPage::agentChanged() {
+  guardNote_.show();
   // What its user is typing just now is left to him.
   const bool isShown = wasOnGuard_ && page_.text("testPath") == tested_;
   if (isShown && *wasOnGuard_ != services_.agentWatches()) {

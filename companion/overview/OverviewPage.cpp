@@ -86,6 +86,7 @@ OverviewPage::OverviewPage(Page& page, MainWindow& window, const OverviewService
   services_.update.observe([this] {
     showUpdate();
     if (!services_.update.state().runs) {
+      mayEndUpdate_ = false;
       lookForDefinitions();
       showFacts();
     }
@@ -154,7 +155,8 @@ std::string OverviewPage::reason() const {
     return text("OVERVIEW_STARTS");
   }
   if (guard_.remedy == Guard::Remedy::startAgent && !start.problem.empty()) {
-    return Wording{"OVERVIEW_START_FAILED", {start.problem}}.in(services_.strings);
+    return Wording{"OVERVIEW_START_FAILED", {start.problem.in(services_.strings)}}.in(
+        services_.strings);
   }
   if (guard_.remedy == Guard::Remedy::setUpEngine && !engineProblem_.empty()) {
     return engineProblem_.in(services_.strings);
@@ -248,7 +250,7 @@ void OverviewPage::restartAgent() {
 
 // What an updater has downloaded so far is lost with it.
 bool OverviewPage::mayClose() {
-  if (!services_.update.state().runs) {
+  if (!services_.update.state().runs || mayEndUpdate_) {
     return true;
   }
   if (!std::exchange(isAsking_, true)) {
@@ -259,7 +261,9 @@ bool OverviewPage::mayClose() {
     window_.ask(question, [this](std::size_t answer) {
       isAsking_ = false;
       if (answer == 0) {
-        services_.closeWindow();
+        // Others may have something to ask as well.
+        mayEndUpdate_ = true;
+        window_.close();
       }
     });
   }

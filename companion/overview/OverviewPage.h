@@ -30,8 +30,6 @@ struct OverviewServices {
   // Makes an engine of what is installed and has the agent use it, in seconds, while the desktop
   // stays alive. Returns what went wrong.
   std::function<Wording()> setUpEngine;
-  // Closes the window, once that was allowed.
-  std::function<void()> closeWindow = {};
 };
 
 // The first page: whether its user is guarded, why not and the one button that mends it, and what
@@ -70,6 +68,8 @@ class OverviewPage {
   // The agent was asked to end, and is started again as soon as it has.
   bool startsOnceGone_ = false;
   bool isAsking_ = false;
+  // Its user agreed that what is downloaded so far is lost.
+  bool mayEndUpdate_ = false;
   Wording engineProblem_;
 };
 

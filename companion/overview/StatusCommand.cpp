@@ -140,7 +140,7 @@ void printLines(std::ostream& out, const Answer& answer, LocalizedStrings& strin
 
 Answer ask(const StatusCommandServices& services) {
   const auto now = services.clock.wallTime();
-  const std::string problem = services.agent.refresh();
+  const Wording problem = services.agent.refresh();
   Answer answer;
   answer.status = services.agent.status();
   if (answer.status) {
@@ -152,7 +152,7 @@ Answer ask(const StatusCommandServices& services) {
                         : Guard{Guard::Sign::unknown,
                                 Guard::Remedy::none,
                                 {"GUARD_UNKNOWN"},
-                                {"COMMAND_NO_ANSWER", {problem}}};
+                                {"COMMAND_NO_ANSWER", {problem.in(services.strings)}}};
   answer.definitions =
       definitionsInUse(answer.status, services.preferences.value(key::pathToClamav).value_or(""));
   answer.counts = services.counts.countsSince(now - recently);

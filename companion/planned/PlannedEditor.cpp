@@ -5,6 +5,7 @@
 
 #include "platform/LocalizedStrings.h"
 #include "platform/Page.h"
+#include "posix/FileFacts.h"
 
 namespace quillo {
 namespace {
@@ -20,6 +21,17 @@ std::string withoutSlash(std::string path) {
     path.pop_back();
   }
   return path;
+}
+
+Wording refusalOf(const std::string& path) {
+  if (!path.starts_with('/')) {
+    return {"FOLDERS_NO_PATH", {path}};
+  }
+  const auto facts = fileFacts(path);
+  if (!facts) {
+    return {"FOLDERS_MISSING", {path}};
+  }
+  return facts->isDirectory ? Wording() : Wording{"FOLDERS_IS_FILE", {path}};
 }
 
 }  // namespace
@@ -126,16 +138,18 @@ void PlannedEditor::showDay() {
 }
 
 void PlannedEditor::add(const std::vector<std::string>& paths) {
+  std::string problems;
   for (const std::string& path : paths) {
     const std::string folder = withoutSlash(path);
-    const bool isNew =
-        std::find(scan_.folders.begin(), scan_.folders.end(), folder) == scan_.folders.end();
-    if (isNew && folder.starts_with("/")) {
+    if (const Wording refusal = refusalOf(folder); !refusal.empty()) {
+      problems += (problems.empty() ? "" : "\n") + refusal.in(strings_);
+    } else if (std::find(scan_.folders.begin(), scan_.folders.end(), folder) ==
+               scan_.folders.end()) {
       scan_.folders.push_back(folder);
     }
   }
   showFolders();
-  showProblem("");
+  showProblem(problems);
 }
 
 void PlannedEditor::removeChosen() {

@@ -22,6 +22,8 @@ class PlannedEditor {
   // Shows the scan in its fields.
   void open(const PlannedScan& scan);
   void close();
+  // Adds folders to the scan, and says of the others why not.
+  void add(const std::vector<std::string>& paths);
   bool isOpen() const { return isOpen_; }
   // Returns what the fields hold.
   PlannedScan scan() const;
@@ -33,7 +35,6 @@ class PlannedEditor {
   void connect();
   void showFolders();
   void showDay();
-  void add(const std::vector<std::string>& paths);
   void removeChosen();
 
   Page& page_;

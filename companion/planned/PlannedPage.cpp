@@ -132,9 +132,8 @@ void PlannedPage::showState(const Wording& words) {
 }
 
 void PlannedPage::planFolders(const std::vector<std::string>& folders) {
-  PlannedScan scan;
-  scan.folders = folders;
-  edit(scan);
+  edit({});
+  editor_.add(folders);
 }
 
 void PlannedPage::edit(const PlannedScan& scan) {

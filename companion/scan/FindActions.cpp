@@ -76,6 +76,7 @@ void FindActions::showButtons() {
       !services_.scan.preferences.value(key::quarantineFolder).value_or("").empty();
   page_.setEnabled("quarantine", canAct && hasQuarantine);
   page_.setVisible("noQuarantine", !hasQuarantine);
+  page_.setVisible("chooseQuarantine", !hasQuarantine);
   page_.setEnabled("showInFolder", !chosenRows().empty());
   page_.setEnabled("showLeftOut", !page_.selectedRows("leftOut").empty());
   page_.setEnabled("scanTheseAgain", isIdle_ && findings_.leftOut()->count() > 0);

@@ -88,6 +88,9 @@ void ScanPage::connect() {
   });
   page_.onAction("startAgent", [this] { startAgent(); });
   page_.onAction("startWatching", [this] { startWatching_(); });
+  page_.onAction("openSettings", [this] { window_.show("settings"); });
+  page_.onAction("chooseQuarantine", [this] { window_.show("settings"); });
+  page_.onAction("openHelp", [this] { window_.show("help"); });
   page_.onAction("scanAgain", [this] { scanAgain(); });
   services_.agent.observe([this, life = std::weak_ptr<const bool>(life_)] {
     if (!life.expired()) {
@@ -108,6 +111,7 @@ void ScanPage::scan(const std::vector<std::string>& paths) {
     page_.selectRows("leftOut", {});
     total_ = {};
     hasReport_ = false;
+    startFailed_ = false;
     page_.setText("report", "");
     startNext();
   }
@@ -135,6 +139,7 @@ void ScanPage::start(Work work, const std::vector<std::string>& paths, InfectedF
       feed_, services_.scan, work == Work::scan ? services_.history : services_.moves);
   work_ = work;
   movedBefore_ = movedSoFar();
+  moveProblem_ = ManualScanResult::Problem::none;
   try {
     services_.scan.threads.detachNewThread("manual scan", [running, work, paths, action] {
       if (work == Work::scan) {
@@ -178,7 +183,7 @@ void ScanPage::takeResult(const ManualScanResult& result) {
   }
   if (std::exchange(closesAfterwards_, false)) {
     // It may take this page with it.
-    services_.scan.application.performOnMainThread(services_.closeWindow);
+    services_.scan.application.performOnMainThread([&window = window_] { window.close(); });
   } else if (!next_.empty()) {
     startNext();
   }
@@ -219,6 +224,7 @@ void ScanPage::showMoved(const ManualScanResult& result) {
   for (const ScanFinding& finding : finds_.findings().finds()->findings()) {
     left += finding.done == ScanFinding::Done::notMoved ? 1 : 0;
   }
+  moveProblem_ = result.problem;
   std::vector<std::string> lines = {words_.counted("SCAN_MOVED", movedSoFar() - movedBefore_)};
   if (left > 0) {
     lines.push_back(words_.counted("SCAN_NOT_MOVED", left));
@@ -262,6 +268,9 @@ void ScanPage::showRemedies() {
   page_.setVisible("startAgent",
                    !isAtWork && lacksAgent && services_.agent.presence() == AgentPresence::absent);
   page_.setVisible("startWatching", !isAtWork && lacksAgent && watchesNot && startWatching_);
+  page_.setVisible("openSettings", !isAtWork && (total_.problem == Problem::noEngine ||
+                                                 moveProblem_ == Problem::noQuarantine));
+  page_.setVisible("openHelp", !isAtWork && startFailed_);
   page_.setVisible("scanAgain", !isAtWork && hasReport_ && total_.problem != Problem::none);
 }
 
@@ -301,6 +310,7 @@ void ScanPage::scanVolume() {
 
 void ScanPage::startAgent() {
   awaitsAgent_ = services_.agent.start();
+  startFailed_ = false;
   page_.setText("report", words_.text(awaitsAgent_ ? "SCAN_AGENT_STARTS" : "SCAN_AGENT_MISSING"));
 }
 
@@ -308,9 +318,11 @@ void ScanPage::agentChanged() {
   const AgentStart start = services_.agent.lastStart();
   if (awaitsAgent_ && !start.isUnderWay) {
     awaitsAgent_ = false;
+    startFailed_ = !start.problem.empty();
     if (!start.problem.empty() && work_ == Work::none) {
-      page_.setText("report", Wording{"SCAN_AGENT_FAILED", {start.problem}}.in(
-                                  services_.scan.localizedStrings));
+      LocalizedStrings& strings = services_.scan.localizedStrings;
+      page_.setText("report",
+                    Wording{"SCAN_AGENT_FAILED", {start.problem.in(strings)}}.in(strings));
     }
   }
   showRemedies();
@@ -331,7 +343,7 @@ bool ScanPage::mayClose() {
         return;
       }
       if (!scan_) {
-        services_.closeWindow();
+        window_.close();
         return;
       }
       next_.clear();

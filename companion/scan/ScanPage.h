@@ -26,8 +26,6 @@ struct ScanPageServices {
   AllowedFinds& allowed;
   // Has files excluded from now on, after their patterns were shown.
   std::function<void(const std::vector<std::string>& paths)> exclude;
-  // Closes the window, once that was allowed.
-  std::function<void()> closeWindow;
   ScanHistory* history = nullptr;
   // Told of what is moved away afterwards.
   ScanHistory* moves = nullptr;
@@ -91,6 +89,8 @@ class ScanPage {
   bool isAsking_ = false;
   bool closesAfterwards_ = false;
   bool awaitsAgent_ = false;
+  bool startFailed_ = false;
+  ManualScanResult::Problem moveProblem_ = ManualScanResult::Problem::none;
   std::function<void()> startWatching_;
   Work work_ = Work::none;
   std::shared_ptr<ManualScan> scan_;

@@ -1,5 +1,10 @@
 #include "companion/settings/PreferenceChanges.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "platform/AgentLink.h"
 #include "platform/PreferenceStore.h"
 #include "platform/Session.h"
 #include "posix/Text.h"
@@ -26,6 +31,8 @@ const char* keyOf(Problem problem) {
       return "SETTINGS_FILE_NOT_OWN";
     case Problem::noFile:
       return "SETTINGS_FILE_NO_FILE";
+    case Problem::tooLarge:
+      return "SETTINGS_FILE_TOO_LARGE";
     case Problem::alwaysOther:
       return "SETTINGS_FILE_BUSY";
     case Problem::changedSince:
@@ -37,19 +44,32 @@ const char* keyOf(Problem problem) {
 
 }  // namespace
 
+bool wasStoppedByItsUser(const AgentLink& agent) {
+  const auto status = agent.status();
+  // What else keeps it from watching may be mended by what is changed.
+  const char* const obstacles[] = {"noEngine", "noPreferences", "engineFails"};
+  return status && status->state == "stopped" &&
+         std::find(std::begin(obstacles), std::end(obstacles), status->attention) ==
+             std::end(obstacles);
+}
+
 Wording wordingOf(const PreferenceWriter::Outcome& outcome, const std::string& file) {
   if (outcome.problem == Problem::none) {
     return {};
   }
-  const bool hasReason = outcome.problem == Problem::notEditable ||
-                         outcome.problem == Problem::notOwn || outcome.problem == Problem::noFile ||
-                         outcome.problem == Problem::failed;
+  if (outcome.problem == Problem::notOwn) {
+    return {keyOf(outcome.problem), {file, outcome.reason, std::to_string(outcome.owner)}};
+  }
+  const bool hasReason =
+      outcome.problem == Problem::notEditable || outcome.problem == Problem::failed;
   return {keyOf(outcome.problem), hasReason ? std::vector<std::string>{file, outcome.reason}
                                             : std::vector<std::string>{file}};
 }
 
-Wording PreferenceChanges::apply(const PreferenceWriter::Change& change) {
+Wording PreferenceChanges::apply(const PreferenceWriter::Change& change, Of page) {
   const PreferenceWriter::Outcome outcome = services_.writer.apply(change);
+  last_ = outcome.isWritten ? page : last_;
+  wasMerged_ = outcome.problem == Problem::none && outcome.wasChangedByHand;
   if (outcome.problem == Problem::none) {
     takeEffect();
   } else if (outcome.wasChangedByHand) {
@@ -67,8 +87,13 @@ Wording PreferenceChanges::remove(const std::string& key) {
   return apply([&](TomlEditor& editor) { editor.remove(key); });
 }
 
+Wording PreferenceChanges::takeNotice() {
+  return std::exchange(wasMerged_, false) ? Wording{"SETTINGS_MERGED", {ownFile()}} : Wording();
+}
+
 Wording PreferenceChanges::undo() {
   const PreferenceWriter::Outcome outcome = services_.writer.undo();
+  wasMerged_ = false;
   if (outcome.problem == Problem::none) {
     takeEffect();
   } else {
@@ -83,7 +108,9 @@ std::optional<PreferenceValue> PreferenceChanges::inForce(const std::string& key
 
 void PreferenceChanges::takeEffect() {
   services_.preferenceStore.synchronize();
-  services_.distributedNotificationCenter.post("VantrelQuilloShouldRestart", "Vantrel");
+  if (!wasStoppedByItsUser(services_.agent)) {
+    services_.distributedNotificationCenter.post("VantrelQuilloShouldRestart", "Vantrel");
+  }
   callObservers();
 }
 
@@ -110,7 +137,7 @@ Wording PreferenceChanges::problem() {
     return {"SETTINGS_FILE_BROKEN_AT",
             {ownFile(), std::to_string(reading.line), reading.lineText, reading.reason}};
   }
-  return wordingOf({reading.problem, reading.reason}, ownFile());
+  return wordingOf({reading.problem, reading.reason, reading.owner}, ownFile());
 }
 
 Wording PreferenceChanges::repair() {

@@ -10,27 +10,36 @@
 
 namespace quillo {
 
+class AgentLink;
 class DistributedNotificationCenter;
 class PreferenceStore;
 
 // Changes of the preferences as the pages make them: written into the user's own file, in force at
-// once, and followed by the request to the agent to start watching anew. Main thread.
+// once, and followed by the request to the agent to start watching anew, unless its user had it
+// stop. Main thread.
 class PreferenceChanges {
  public:
+  // The page that shows what is changed.
+  enum class Of { settings, folders };
   struct Services {
     PreferenceStore& preferenceStore;  // as the agent reads it, its own domain first
     PreferenceWriter& writer;
     DistributedNotificationCenter& distributedNotificationCenter;
+    AgentLink& agent;
   };
 
   explicit PreferenceChanges(const Services& services) : services_(services) {}
 
   // Makes a change. Returns what went wrong, in words for the user; nothing when nothing did.
-  Wording apply(const PreferenceWriter::Change& change);
+  Wording apply(const PreferenceWriter::Change& change, Of page = Of::settings);
   // Makes a change of one key, which may be another one's in the file by now.
   Wording set(const std::string& key, const PreferenceValue& value);
   Wording remove(const std::string& key);
-  bool canUndo() const { return services_.writer.canUndo(); }
+  // Returns, once, that the file into which the last change was made had been changed by somebody
+  // else as well, and holds both. Nothing where it had not.
+  Wording takeNotice();
+  // Returns true when undo() takes back a change of that page.
+  bool canUndo(Of page) const { return services_.writer.canUndo() && last_ == page; }
   Wording undo();
 
   // Reads everything anew and calls the observers, if the file was changed by somebody else since
@@ -64,8 +73,13 @@ class PreferenceChanges {
 
   const Services services_;
   bool canRepair_ = false;
+  bool wasMerged_ = false;
+  Of last_ = Of::settings;
   std::vector<std::function<void()>> observers_;
 };
+
+// Returns true when the agent runs and does not watch, for its user had it stop.
+bool wasStoppedByItsUser(const AgentLink& agent);
 
 // Returns what went wrong with the file of that name; nothing when nothing did.
 Wording wordingOf(const PreferenceWriter::Outcome& outcome, const std::string& file);

@@ -76,10 +76,12 @@ Wording changeList(const PreferenceListServices& services, const std::string& li
   if (const std::string file = services.changes.fileAbove(list); !file.empty()) {
     return {"SETTINGS_DECIDED_ABOVE", {file}};
   }
-  return services.changes.apply([&](TomlEditor& editor) {
-    beginList(editor, services.changes, list);
-    change(editor);
-  });
+  return services.changes.apply(
+      [&](TomlEditor& editor) {
+        beginList(editor, services.changes, list);
+        change(editor);
+      },
+      PreferenceChanges::Of::folders);
 }
 
 // Changes the entry that was shown at `index`, wherever it is by now.
@@ -141,14 +143,19 @@ std::vector<ChosenFolder> ChosenFolders::all() const {
   return services_.preferences.value(key::quilloFolderArray);
 }
 
-ChosenFolders::Concern ChosenFolders::concernAbout(const std::string& given) const {
+ChosenFolders::Concern ChosenFolders::concernAbout(const std::string& given,
+                                                   const std::vector<std::string>& before) const {
   const std::string path = withoutSlash(given);
   if (!path.starts_with('/') || path.find('\0') != std::string::npos) {
     return {Doubt::notAbsolute, ""};
   }
   const std::string real = RealPath(path).path();
   Concern covered;
-  for (const ChosenFolder& folder : all()) {
+  std::vector<ChosenFolder> chosen = all();
+  for (const std::string& folder : before) {
+    chosen.push_back({folder, true});
+  }
+  for (const ChosenFolder& folder : chosen) {
     const std::string other = folder.path.starts_with('/') ? RealPath(folder.path).path() : "";
     if (other == real) {
       return {Doubt::already, folder.path};

@@ -47,7 +47,8 @@ class ChosenFolders {
 
   // Returns them in the user's order, by their whole paths.
   std::vector<ChosenFolder> all() const;
-  Concern concernAbout(const std::string& given) const;
+  // `before` are those that are added before it, with their subfolders.
+  Concern concernAbout(const std::string& given, const std::vector<std::string>& before = {}) const;
   // Adds those that are not in the list yet, with their subfolders.
   Wording addFolders(const std::vector<std::string>& paths);
   Wording setWithSubfolders(const ChosenFolder& shown, std::size_t index, bool with);

@@ -19,17 +19,15 @@ namespace {
 struct Check {
   const char* widget;
   const Preference<bool>& preference;
-  // A reading of the agent switches it on and never off again.
-  bool staysOn;
 };
 
 const Check checks[] = {
-    {"suppressInfoDialogs", key::suppressInfoDialogs, false},
-    {"scanVolumes", key::quilloScanVolumes, false},
-    {"scanEmail", key::scanEmail, false},
-    {"updateDefsOnLaunch", key::updateDefsOnLaunch, true},
-    {"needsExit1", key::needsExit1FreshclamFlag, true},
-    {"logProgress", key::quilloLogProgress, false},
+    {"suppressInfoDialogs", key::suppressInfoDialogs},
+    {"scanVolumes", key::quilloScanVolumes},
+    {"scanEmail", key::scanEmail},
+    {"updateDefsOnLaunch", key::updateDefsOnLaunch},
+    {"needsExit1", key::needsExit1FreshclamFlag},
+    {"logProgress", key::quilloLogProgress},
 };
 
 // In the order in which the choice `infectedFileAction` has them.
@@ -64,7 +62,10 @@ SettingsPage::SettingsPage(Page& page, MainWindow& window, const Services& servi
     : page_(page),
       window_(window),
       services_(services),
-      newStart_(services.agent, services.distributedNotificationCenter) {
+      guardNote_(page, services.agent, services.distributedNotificationCenter,
+                 services.localizedStrings),
+      newStart_(services.agent, services.distributedNotificationCenter, services.preferences,
+                [this] { guardNote_.startAgent(); }) {
   connect();
   connectPaths();
   services_.changes.observe([this] { list(); });
@@ -97,7 +98,6 @@ void SettingsPage::connect() {
   });
   page_.onAction("startAnew", [this] {
     newStart_.begin();
-    needsNewStart_ = false;
     showNewStart();
   });
 }
@@ -177,7 +177,7 @@ void SettingsPage::listChoices() {
   showSource("multiscan", {key::multiscan.name});
   const std::string dock = lowercased(services_.preferences.value(key::showDockIcon).value_or(""));
   std::vector<std::string> choices = {text("SETTINGS_ICON"), text("SETTINGS_ICON_AND_WINDOW")};
-  std::size_t chosen = dock == "both" || dock == "true" ? 1 : 0;
+  std::size_t chosen = wantsWindow(services_.preferences) ? 1 : 0;
   // Only where the agent's own file says so is there no icon.
   if (dock == "true" && !services_.changes.fileAbove(key::showDockIcon.name).empty()) {
     choices.push_back(text("SETTINGS_WINDOW"));
@@ -241,12 +241,14 @@ void SettingsPage::showFileState() {
   page_.setVisible("repair", services_.changes.canRepair());
   page_.setEnabled("controls", problem.empty());
   page_.setText("file", abbreviated(services_.changes.ownFile()));
-  page_.setEnabled("undo", services_.changes.canUndo());
+  page_.setEnabled("undo", services_.changes.canUndo(PreferenceChanges::Of::settings));
   showNewStart();
 }
 
 void SettingsPage::showNewStart() {
-  const bool isOffered = needsNewStart_ && newStart_.isOfUse();
+  guardNote_.show();
+  page_.setVisible("intro", !guardNote_.isShown());
+  const bool isOffered = !guardNote_.isShown() && newStart_.isNeeded();
   page_.setVisible("newStartNote", isOffered || newStart_.isUnderWay());
   page_.setText("newStartNote", text(newStart_.isUnderWay() ? "SETTINGS_NEW_START_UNDER_WAY"
                                                             : "SETTINGS_NEW_START"));
@@ -256,7 +258,7 @@ void SettingsPage::showNewStart() {
 void SettingsPage::setCheck(std::size_t index) {
   const Check& check = checks[index];
   const bool isOn = page_.isChecked(check.widget);
-  report(services_.changes.set(check.preference.name, {isOn}), check.staysOn && !isOn);
+  report(services_.changes.set(check.preference.name, {isOn}));
 }
 
 void SettingsPage::chooseAction() {
@@ -287,7 +289,7 @@ void SettingsPage::writeAction(std::size_t choice) {
       editor.set(key::quarantineFolder.name, {std::string(standardQuarantine)});
     }
   });
-  report(problem, wanted == Action::leave);
+  report(problem);
 }
 
 void SettingsPage::setMultiscan() {
@@ -297,8 +299,7 @@ void SettingsPage::setMultiscan() {
 
 void SettingsPage::setDockIcon() {
   const bool isBoth = page_.choice("showDockIcon") == 1;
-  report(services_.changes.set(key::showDockIcon.name, {std::string(isBoth ? "both" : "off")}),
-         true);
+  report(services_.changes.set(key::showDockIcon.name, {std::string(isBoth ? "both" : "off")}));
 }
 
 void SettingsPage::setLogSize() {
@@ -384,9 +385,9 @@ void SettingsPage::askAndRepair() {
   });
 }
 
-void SettingsPage::report(const Wording& problem, bool needsNewStart) {
-  needsNewStart_ = needsNewStart_ || (problem.empty() && needsNewStart && newStart_.isOfUse());
-  say(problem);
+void SettingsPage::report(const Wording& words) {
+  const Wording notice = services_.changes.takeNotice();
+  say(words.empty() ? notice : words);
   // What could not be written goes back to what is in force.
   list();
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "companion/settings/GuardNote.h"
 #include "companion/settings/NewStart.h"
 #include "companion/settings/PreferenceChanges.h"
 #include "platform/Page.h"
@@ -68,7 +69,7 @@ class SettingsPage {
   void chooseFolder(const char* title, std::function<void(const std::string&)> chosen);
   void askAndRepair();
 
-  void report(const Wording& problem, bool needsNewStart = false);
+  void report(const Wording& words);
   void say(const Wording& words);
   std::string text(const std::string& key) const;
   std::string abbreviated(const std::string& path) const;
@@ -76,8 +77,8 @@ class SettingsPage {
   Page& page_;
   MainWindow& window_;
   const Services services_;
+  GuardNote guardNote_;
   NewStart newStart_;
-  bool needsNewStart_ = false;
 };
 
 }  // namespace quillo

@@ -47,12 +47,18 @@ std::vector<std::string> FirstChoicesFile::suggestedFolders() {
   return folders;
 }
 
-Wording FirstChoicesFile::write(const FirstChoice& choice) {
+std::string FirstChoicesFile::writtenBefore() {
   services_.preferenceStore.synchronize();
-  const std::string path = services_.preferenceStore.fileOf(mainApplicationIdentifier);
-  if (services_.preferenceStore.hasAny()) {
-    return {"START_HAS_PREFERENCES", {path}};
+  return services_.preferenceStore.hasAny()
+             ? services_.preferenceStore.fileOf(mainApplicationIdentifier)
+             : "";
+}
+
+Wording FirstChoicesFile::write(const FirstChoice& choice) {
+  if (const std::string before = writtenBefore(); !before.empty()) {
+    return {"START_HAS_PREFERENCES", {before}};
   }
+  const std::string path = services_.preferenceStore.fileOf(mainApplicationIdentifier);
   const auto text =
       contentsOfFile(services_.folders.resourceFolder() + "/preferences/first.toml.in");
   const FirstPreferences values = firstPreferencesOf(services_.folders);

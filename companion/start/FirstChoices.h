@@ -18,6 +18,9 @@ class FirstChoices {
   virtual ~FirstChoices() = default;
   // Returns folders that are there and worth guarding, the one for downloads first.
   virtual std::vector<std::string> suggestedFolders() = 0;
+  // Returns the file for them where there are preferences already, which write() would leave alone;
+  // "" where there are none.
+  virtual std::string writtenBefore() = 0;
   // Makes what was chosen the preferences, and an engine where there is none; that takes seconds,
   // and the desktop stays alive. Returns what went wrong: nothing is changed then, but for an
   // engine that was made.
@@ -39,6 +42,7 @@ class FirstChoicesFile final : public FirstChoices {
   explicit FirstChoicesFile(FirstChoicesServices services) : services_(std::move(services)) {}
 
   std::vector<std::string> suggestedFolders() override;
+  std::string writtenBefore() override;
   Wording write(const FirstChoice& choice) override;
 
  private:

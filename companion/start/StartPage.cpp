@@ -1,6 +1,5 @@
 #include "companion/start/StartPage.h"
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -13,13 +12,6 @@ namespace {
 constexpr std::array<const char*, 4> stepBoxes = {"stepFolders", "stepAction", "stepDefinitions",
                                                   "stepTest"};
 constexpr std::array<const char*, 3> actionButtons = {"leaveInPlace", "quarantine", "moveToTrash"};
-
-std::string withoutSlash(std::string path) {
-  while (path.size() > 1 && path.ends_with('/')) {
-    path.pop_back();
-  }
-  return path;
-}
 
 }  // namespace
 
@@ -40,7 +32,21 @@ StartPage::StartPage(Page& page, MainWindow& window, const StartPageServices& se
   connect();
   connectActions();
   services_.definitions.observe([this] { showDefinitions(); });
+  window_.onShown("start", [this] { skipWhatIsWritten(); });
   showStep();
+  skipWhatIsWritten();
+}
+
+// Two steps that are filled in for nothing would be two too many.
+void StartPage::skipWhatIsWritten() {
+  if (isWriting_ || step_ == Step::definitions || step_ == Step::test) {
+    return;
+  }
+  if (const std::string file = services_.choices.writtenBefore(); !file.empty()) {
+    step_ = Step::definitions;
+    showStep();
+    showProblem({"START_ALREADY", {file}});
+  }
 }
 
 std::string StartPage::text(const std::string& key) const {
@@ -100,19 +106,34 @@ InfectedFileAction StartPage::action() const {
 }
 
 void StartPage::add(const std::vector<std::string>& paths) {
-  for (const std::string& path : paths) {
-    const std::string folder = withoutSlash(path);
-    if (folder.starts_with("/") &&
-        std::find(folders_.begin(), folders_.end(), folder) == folders_.end()) {
-      folders_.push_back(folder);
+  const FolderIntake intake{
+      window_, services_.localizedStrings,
+      [this](const std::string& path, const std::vector<std::string>& before) {
+        std::vector<std::string> all = folders_;
+        all.insert(all.end(), before.begin(), before.end());
+        return services_.concernAbout(path, all);
+      }};
+  intake.take(paths, [this](const FolderIntake::Taken& taken) {
+    std::string words;
+    const auto addLine = [&words](const std::string& line) {
+      words += (words.empty() || line.empty() ? "" : "\n") + line;
+    };
+    for (const Wording& refusal : taken.refusals) {
+      addLine(refusal.in(services_.localizedStrings));
     }
-  }
-  showFolders();
+    for (const std::string& folder : taken.folders) {
+      folders_.push_back(folder);
+      addLine(services_.missedIn(folder));
+    }
+    showFolders();
+    showProblem({"", {words}});
+  });
 }
 
 void StartPage::showProblem(const Wording& words) {
-  page_.setVisible("problem", !words.empty());
-  page_.setText("problem", words.in(services_.localizedStrings));
+  const std::string problem = words.in(services_.localizedStrings);
+  page_.setVisible("problem", !problem.empty());
+  page_.setText("problem", problem);
 }
 
 void StartPage::showFolders() {
@@ -168,6 +189,9 @@ void StartPage::next() {
     write();
   } else if (step_ == Step::test) {
     test_.stop();
+    // Whoever comes back begins with what can be done then.
+    step_ = Step::folders;
+    showStep();
     ended_();
   } else {
     step_ = step_ == Step::folders ? Step::action : Step::test;

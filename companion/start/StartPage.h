@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "companion/folders/FolderIntake.h"
 #include "companion/selftest/SelfTestView.h"
 #include "companion/start/FirstChoices.h"
 
@@ -37,11 +38,14 @@ struct StartPageServices {
   SelfTestServices selfTest;
   // Has the agent run with the preferences as they are now. Returns false when none can be started.
   std::function<bool()> startAgent;
+  FolderIntake::ConcernAbout concernAbout;
+  // Returns what is not caught in a folder, in words for the user; "" where nothing is missed.
+  std::function<std::string(const std::string& folder)> missedIn;
 };
 
 // The first start: which folders, what to do with what is found, the definitions, and a try of it
 // all. Nothing is written before the second step is left; a file that is written then is whole.
-// Main thread.
+// Where there are preferences already it begins with the third. Main thread.
 class StartPage {
  public:
   // `ended` is called when its user is through with it, or does not want to.
@@ -54,6 +58,7 @@ class StartPage {
   void connect();
   void connectActions();
   void showStep();
+  void skipWhatIsWritten();
   void showFolders();
   void showDefinitions();
   void showProblem(const Wording& words);

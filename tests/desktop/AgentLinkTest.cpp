@@ -277,11 +277,11 @@ TEST_F(AgentLinkTest, DoesNotBelieveSignalsOfAnybodyElse) {
 }
 
 TEST_F(AgentLinkTest, KnowsWithoutAnEventLoopThatNoneRunsOrThatItCannotBeAsked) {
-  EXPECT_EQ(link.refresh(), "");
+  EXPECT_TRUE(link.refresh().empty());
   EXPECT_FALSE(link.status());
   BusAgentLink nowhere(QDBusConnection("there is no such connection"), launcher,
                        [](const std::string&) {});
-  EXPECT_EQ(nowhere.refresh(), "there is no session bus over which the agent could be asked");
+  EXPECT_EQ(nowhere.refresh().key, "DOCTOR_AGENT_NO_BUS");
 }
 
 // Waits in a thread of its own, as a command does in its process.
@@ -290,13 +290,13 @@ TEST_F(AgentLinkTest, AnswersWhoeverHasNoEventLoop) {
   ASSERT_TRUE(agent.object.claimName());
   std::atomic<bool> isAnswered = false;
   auto answer = std::async(std::launch::async, [&] {
-    std::string problem = link.refresh();
+    const Wording problem = link.refresh();
     isAnswered = true;
     postToMain([] {});
     return problem;
   });
   EXPECT_TRUE(waitUntil([&] { return isAnswered.load(); }));
-  EXPECT_EQ(answer.get(), "");
+  EXPECT_TRUE(answer.get().empty());
   EXPECT_EQ(link.status(), watchingStatus());
 }
 
@@ -328,7 +328,7 @@ TEST_F(AgentLinkTest, TellsOfAnAgentThatDoesNotComeInTime) {
   told = 0;
   ASSERT_TRUE(impatient.start());
   ASSERT_TRUE(waitUntil([&] { return !impatient.lastStart().isUnderWay; }));
-  EXPECT_EQ(impatient.lastStart().problem, "it has not come in time");
+  EXPECT_EQ(impatient.lastStart().problem.key, "DOCTOR_AGENT_LATE");
   EXPECT_EQ(told, 2);
   EXPECT_EQ(problems.size(), 1U);
 }

@@ -69,6 +69,7 @@ TEST_P(VantrelPages, AreAllShownOnADesktop) {
     first ? static_cast<void>(process->waitUntilExit()) : first.swap(process);
     session.keepPicture("vantrel-" + page + "-" + look.language + (look.isDark ? "-dark" : ""));
   }
+  EXPECT_EQ(session.log().find("The page "), std::string::npos) << session.log();
 }
 
 INSTANTIATE_TEST_SUITE_P(InTwoLanguages, VantrelPages,
@@ -94,6 +95,7 @@ TEST(VantrelPagesAtScale2, AreAllShownUnderWayland) {
     first ? static_cast<void>(process->waitUntilExit()) : first.swap(process);
     session.keepPicture("vantrel-" + page + "-en-scale-2");
   }
+  EXPECT_EQ(session.log().find("The page "), std::string::npos) << session.log();
 }
 
 }  // namespace

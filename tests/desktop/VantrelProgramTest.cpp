@@ -67,8 +67,46 @@ class VantrelProgram : public testing::Test {
     session.run(words);
   }
 
+  std::string preferences() const {
+    return session.homeFolder() + "/.config/vantrel/" + identifier + ".toml";
+  }
+  // Has the preferences name an engine that only keeps the names of what it is to scan.
+  void makeEngine() {
+    const std::filesystem::path engine = session.homeFolder() + "/engine";
+    const std::filesystem::path scanner = engine / "bin/clamdscan";
+    std::filesystem::create_directories(scanner.parent_path());
+    std::ofstream(scanner) << "#!/bin/sh\nprintf '%s\\n' \"$@\" >>'" << engine.string()
+                           << "/scanned'\n";
+    std::filesystem::permissions(scanner, std::filesystem::perms::owner_all);
+    std::filesystem::create_directories(std::filesystem::path(preferences()).parent_path());
+    std::ofstream(preferences()) << "PathToClamav = \"" << engine.string() << "\"\n";
+  }
+  std::string makeFolder() {
+    const std::string folder = session.homeFolder() + "/Letters";
+    std::filesystem::create_directory(folder);
+    std::ofstream(folder + "/letter") << "Dear";
+    return folder;
+  }
+  bool isScanned(const std::string& path) {
+    const std::string file = session.homeFolder() + "/engine/scanned";
+    return session.screen().eventually([&] {
+      return ("\n" + TemporaryFolder::read(file)).find("\n" + path) != std::string::npos;
+    });
+  }
+
   DesktopSession session;
 };
+
+TEST_F(VantrelProgram, LeadsWhoeverHasNoPreferencesThroughTheFirstSteps) {
+  const auto process = start();
+  EXPECT_TRUE(shows("First Steps"));
+}
+
+TEST_F(VantrelProgram, ShowsTheOverviewToWhoeverHasPreferences) {
+  makeEngine();
+  const auto process = start();
+  EXPECT_TRUE(shows("Overview"));
+}
 
 TEST_F(VantrelProgram, ShowsAWindowOfItsOwnClass) {
   const auto process = start({"--page", "results"});
@@ -102,15 +140,21 @@ TEST_F(VantrelProgram, SaysWhichPagesThereAre) {
 }
 
 TEST_F(VantrelProgram, ScansInItsWindowWhatAFileManagerHandsOver) {
-  const auto process = start({"--open", "--", session.homeFolder()});
+  makeEngine();
+  const std::string folder = makeFolder();
+  const auto process = start({"--open", "--", folder});
   EXPECT_TRUE(shows("Scan Now"));
+  EXPECT_TRUE(isScanned(folder));
 }
 
 TEST_F(VantrelProgram, HandsOnToTheFirstWhatIsToBeScannedInItsWindow) {
+  makeEngine();
+  const std::string folder = makeFolder();
   const auto process = start({"--page", "planned"});
   ASSERT_TRUE(shows("Planned Scans"));
-  EXPECT_EQ(run({"--open", "--", session.homeFolder()}).status, 0);
+  EXPECT_EQ(run({"--open", "--", folder}).status, 0);
   EXPECT_TRUE(shows("Scan Now"));
+  EXPECT_TRUE(isScanned(folder));
 }
 
 // A file may be called what Qt takes for an option, and the next one what that loads.
@@ -141,11 +185,10 @@ TEST_F(VantrelProgram, ShowsTheSettingsWhenTheAgentAsks) {
 
 TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
   const std::string folder = session.homeFolder() + "/Letters";
-  const std::string preferences = session.homeFolder() + "/.config/vantrel/" + identifier + ".toml";
   std::filesystem::create_directory(folder);
   const auto isWritten = [&](const std::string& text) {
     return session.screen().eventually(
-        [&] { return TemporaryFolder::read(preferences).find(text) != std::string::npos; });
+        [&] { return TemporaryFolder::read(preferences()).find(text) != std::string::npos; });
   };
   ShownWords words(session);
   const auto process =
@@ -156,7 +199,7 @@ TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
   ASSERT_TRUE(hasKeyboard("Folders to Guard"));
   session.run({"xdotool", "type", folder});
   session.press("Return");
-  EXPECT_TRUE(isWritten("Letters")) << TemporaryFolder::read(preferences);
+  EXPECT_TRUE(isWritten("Letters")) << TemporaryFolder::read(preferences());
   ASSERT_TRUE(hasKeyboard("Folders – Vantrel"));
   ASSERT_TRUE(session.screen().eventually([&] { return words.say("~/Letters"); }));
   session.press("alt+p");
@@ -164,7 +207,7 @@ TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
       << words.all();
   session.run({"xdotool", "type", "unfinished"});
   session.press("alt+d");
-  EXPECT_TRUE(isWritten("unfinished")) << TemporaryFolder::read(preferences);
+  EXPECT_TRUE(isWritten("unfinished")) << TemporaryFolder::read(preferences());
   session.keepPicture("vantrel-folder-guarded");
 }
 

@@ -30,7 +30,7 @@ class ChosenAgent final : public AgentLink {
   }
   AgentStart lastStart() const override { return startState; }
   void observe(std::function<void()> changed) override { observer = std::move(changed); }
-  std::string refresh() override { return {}; }
+  Wording refresh() override { return {}; }
   bool start() override {
     ++starts;
     return isKnown;
@@ -78,7 +78,7 @@ class ScanPageTest : public testing::Test {
     page = std::make_unique<ScanPage>(
         window, ScanPageServices{bench.services(), agent, [this] { return volumes; }, volumeChanges,
                                  allowed, [this](const Lines& paths) { excluded = paths; },
-                                 [this] { ++closings; }, &bench.history});
+                                 &bench.history});
   }
   FakePage& shown() { return window.pages["scan"]; }
   std::string path(const std::string& name) const { return tree.files().at(name); }
@@ -116,7 +116,6 @@ class ScanPageTest : public testing::Test {
   Lines volumes;
   FakeVolumeChanges volumeChanges;
   Lines excluded;
-  int closings = 0;
   std::atomic<bool> isHeld = false;
   std::promise<void> held;
   std::promise<void> letGo;
@@ -278,9 +277,18 @@ TEST_F(ScanPageTest, SaysThatTheAgentDidNotStart) {
   tree.endDaemon();
   ASSERT_TRUE(scan({tree.file("clean")}));
   shown().press("startAgent");
-  agent.startState = {false, "no memory"};
+  agent.startState = {false, {"", {"no memory"}}};
   agent.observer();
   EXPECT_EQ(shown().text("report"), "failed: no memory");
+  EXPECT_TRUE(shown().isVisible("openHelp"));
+}
+
+TEST_F(ScanPageTest, LeadsToTheSettingsForWhatIsChosenThere) {
+  bench.desktop.preferenceStore.remove("QuarantineFolder");
+  bench.desktop.preferenceStore.remove("PathToClamav");
+  EXPECT_TRUE(scan({tree.file("clean")}) && shown().isVisible("openSettings"));
+  shown().press("chooseQuarantine");
+  EXPECT_EQ(window.shownPage(), "settings");
 }
 
 TEST_F(ScanPageTest, OffersToHaveAnAgentWatchThatRunsAndDoesNot) {
@@ -357,7 +365,7 @@ TEST_F(ScanPageAtWork, AsksBeforeTheWindowCloses) {
   EXPECT_FALSE(page->mayClose());
   EXPECT_EQ(window.questions.size(), 1U);
   window.answer("<SCAN_CLOSE_STAY>");
-  EXPECT_EQ(closings, 0);
+  EXPECT_EQ(window.closings, 0);
   end();
   ASSERT_TRUE(awaitReport());
   EXPECT_EQ(shown().text("report"), "<SCAN_REPORT_NOTHING>\n<SCAN_REPORT_CLEAN_ONE>");
@@ -366,7 +374,7 @@ TEST_F(ScanPageAtWork, AsksBeforeTheWindowCloses) {
 TEST_F(ScanPageAtWork, StopsAndClosesWhenItsUserWantsThat) {
   EXPECT_FALSE(page->mayClose());
   window.answer("<SCAN_CLOSE_STOP>");
-  EXPECT_TRUE(performUntil([this] { return closings == 1; }));
+  EXPECT_TRUE(performUntil([this] { return window.closings == 1; }));
   EXPECT_TRUE(page->mayClose());
 }
 

@@ -61,7 +61,8 @@ TEST_F(PreferenceWriterRights, LeaveAFileAloneThatIsNotTheUsers) {
   write("config/p.toml", "x = false\n", stranger);
   const auto outcome = apply();
   EXPECT_EQ(outcome.problem, Problem::notOwn);
-  EXPECT_EQ(outcome.reason, writer.path() + " belongs to user 61235");
+  EXPECT_EQ(outcome.reason, writer.path());
+  EXPECT_EQ(outcome.owner, 61235U);
   EXPECT_EQ(TemporaryFolder::read(writer.path()), "x = false\n");
 }
 

@@ -12,9 +12,9 @@ struct StatedAgent final : AgentLink {
     return said ? AgentPresence::answering : withoutStatus;
   }
   void observe(std::function<void()>) override {}
-  std::string refresh() override {
+  Wording refresh() override {
     ++refreshes;
-    return "";
+    return {};
   }
   bool start() override { return true; }
   AgentStart lastStart() const override { return {}; }

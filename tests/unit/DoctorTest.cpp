@@ -69,7 +69,7 @@ TEST_F(Doctor, KnowsAnAgentThatIsNotThere) {
 
 TEST_F(Doctor, KnowsThatItCannotAskTheAgent) {
   facts.agent.reset();
-  facts.agentProblem = "no bus";
+  facts.agentProblem = {"", {"no bus"}};
   EXPECT_EQ(agent(), "unknown DOCTOR_AGENT_UNKNOWN → DOCTOR_AGENT_UNKNOWN_REMEDY");
 }
 

@@ -11,22 +11,26 @@ using Names = std::vector<std::string>;
 class FoldersPageTest : public PreferencePagesFixture {
  protected:
   FakePage& shown() {
-    made_.emplace(page_, window,
-                  FoldersPage::Services{
-                      changes,
-                      chosenFolders,
-                      exclusions,
-                      {preferences, folders, trash, [] { return std::vector<Mount>(); }},
-                      strings,
-                      [](const ChosenFolder& folder) {
-                        return FoldersPage::Care{folder.withSubdirs, "care of " + folder.path};
-                      },
-                      [this] { return agentWatches; }});
+    made_.emplace(
+        page_, window,
+        FoldersPage::Services{changes,
+                              chosenFolders,
+                              exclusions,
+                              {preferences, folders, trash, [] { return std::vector<Mount>(); }},
+                              strings,
+                              agent,
+                              center,
+                              [this](const ChosenFolder& folder) {
+                                return CareInWords{folder.withSubdirs && folder.path != incomplete,
+                                                   "care of " + folder.path};
+                              },
+                              [this] { return agentWatches; }});
     window.show("folders");
     return page_;
   }
   FoldersPage& pageLogic() { return *made_; }
   bool agentWatches = true;
+  std::string incomplete;  // the folder in which something is missed
   Names paths() const {
     Names all;
     for (const ChosenFolder& folder : chosenFolders.all()) {
@@ -70,8 +74,8 @@ TEST_F(FoldersPageTest, SaysOfEachFolderWhyItIsNotAdded) {
   home.makeFolder("docs/deep");
   FakePage& page = shown();
   page.drop("folders", {home.at("docs/deep"), home.at("none"), home.makeFolder("new")});
-  EXPECT_EQ(page.text("notice"),
-            home.at("docs/deep") + " in " + home.at("docs") + "\nno " + home.at("none"));
+  EXPECT_EQ(page.text("notice"), home.at("docs/deep") + " in " + home.at("docs") + "\nno " +
+                                     home.at("none") + "\n<FOLDERS_ADDED>");
   EXPECT_EQ(paths(), (Names{home.at("docs"), home.at("new")}));
 }
 
@@ -102,6 +106,57 @@ TEST_F(FoldersPageTest, ChangesAndRemovesTheSelectedFolder) {
   EXPECT_EQ(paths(), Names{"/b"});
   page.press("undo");
   EXPECT_EQ(paths(), (Names{"/a", "/b"}));
+}
+
+TEST_F(FoldersPageTest, AddsWhatIsDroppedTogetherAtOnceAndTakesItBackAtOnce) {
+  FakePage& page = shown();
+  page.drop("folders", {home.makeFolder("a"), home.makeFolder("a/b"), home.makeFolder("c")});
+  EXPECT_EQ(restarts(), 1);
+  EXPECT_EQ(page.text("notice"), "<FOLDERS_COVERED>\n<FOLDERS_ADDED>\n<FOLDERS_ADDED>");
+  page.press("undo");
+  EXPECT_EQ(paths(), Names());
+}
+
+TEST_F(FoldersPageTest, SaysOfAFolderThatIsAddedWhetherItIsGuardedNow) {
+  strings.texts["FOLDERS_ADDED"] = "guarded %@";
+  FakePage& page = shown();
+  page.drop("folders", {home.makeFolder("a")});
+  EXPECT_EQ(page.text("notice"), "guarded " + home.at("a"));
+  incomplete = home.makeFolder("b");
+  page.drop("folders", {incomplete});
+  EXPECT_EQ(page.text("notice"), "<FOLDERS_ADDED_INCOMPLETE>");
+  agentWatches = false;
+  page.drop("folders", {home.makeFolder("c")});
+  EXPECT_EQ(page.text("notice"), "<FOLDERS_ADDED_UNGUARDED>");
+}
+
+TEST_F(FoldersPageTest, UndoesNoChangeOfTheSettings) {
+  FakePage& page = shown();
+  page.drop("folders", {home.makeFolder("a")});
+  EXPECT_TRUE(page.isEnabled("undo"));
+  changes.set("multiscan", {std::string("yes")});
+  EXPECT_FALSE(page.isEnabled("undo"));
+  exclusions.addExclusions({{"x", false}});
+  changes.set("multiscan", {std::string("yes")});  // what changes nothing leaves what can be undone
+  EXPECT_TRUE(page.isEnabled("undo"));
+}
+
+TEST_F(FoldersPageTest, SaysThatAChangeHoldsOnlyOnceTheAgentRunsAndStartsIt) {
+  agent.become(std::nullopt);
+  FakePage& page = shown();
+  EXPECT_EQ(page.text("guardNote"), "<SETTINGS_NO_AGENT>");
+  page.press("startGuarding");
+  EXPECT_EQ(agent.starts, 1);
+  agentIs("watching");
+  pageLogic().agentChanged();
+  EXPECT_FALSE(page.isVisible("guardNote"));
+}
+
+TEST_F(FoldersPageTest, SaysThatAChangeWasMadeBesideOneByHand) {
+  FakePage& page = shown();
+  writeOwn("multiscan = 'yes'\n");
+  page.drop("folders", {home.makeFolder("a")});
+  EXPECT_EQ(page.text("notice"), "<FOLDERS_ADDED>\n<SETTINGS_MERGED>");
 }
 
 TEST_F(FoldersPageTest, KeepsTheFolderSelectedAndNotTheRow) {

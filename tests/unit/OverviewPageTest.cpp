@@ -52,19 +52,17 @@ class OverviewPageTest : public testing::Test {
   FakeAgentLink agent;
   FakeCounts counts;
   FakeMainWindow window;
-  int closings = 0;
   int setUps = 0;
   Wording setUpProblem;
   DefinitionUpdate update{{desktop.application, threads, desktop.preferences}};
-  OverviewPage overview{window.page("overview"),
-                        window,
-                        {agent, clock, update, desktop.localizedStrings,
-                         desktop.distributedNotificationCenter, desktop.preferences, counts,
-                         [this] {
-                           ++setUps;
-                           return setUpProblem;
-                         },
-                         [this] { ++closings; }}};
+  OverviewPage overview{
+      window.page("overview"),
+      window,
+      {agent, clock, update, desktop.localizedStrings, desktop.distributedNotificationCenter,
+       desktop.preferences, counts, [this] {
+         ++setUps;
+         return setUpProblem;
+       }}};
 };
 
 TEST_F(OverviewPageTest, SaysInOneSentenceAndOneSignThatFoldersAreGuarded) {
@@ -127,7 +125,7 @@ TEST_F(OverviewPageTest, StartsTheAgentByItsButton) {
 
 TEST_F(OverviewPageTest, SaysThatTheAgentIsBeingStartedAndDoesNotStartItTwice) {
   agent.become(std::nullopt);
-  agent.startBecomes({true, ""});
+  agent.startBecomes({true, {}});
   EXPECT_EQ(text("reason"), "<OVERVIEW_STARTS>");
   EXPECT_FALSE(page().isEnabled("mendButton"));
   agent.startBecomes({});
@@ -139,8 +137,8 @@ TEST_F(OverviewPageTest, SaysThatTheAgentIsBeingStartedAndDoesNotStartItTwice) {
 TEST_F(OverviewPageTest, SaysWhyTheAgentDidNotStart) {
   desktop.localizedStrings.texts["OVERVIEW_START_FAILED"] = "failed: %@";
   agent.become(std::nullopt);
-  agent.startBecomes({true, ""});
-  agent.startBecomes({false, "no memory"});
+  agent.startBecomes({true, {}});
+  agent.startBecomes({false, {"", {"no memory"}}});
   EXPECT_EQ(text("reason"), "failed: no memory");
   EXPECT_TRUE(page().isEnabled("mendButton"));
 }
@@ -202,19 +200,36 @@ TEST_F(OverviewPageTest, SaysWhatBecameOfAnUpdateThatCannotBegin) {
 }
 
 TEST_F(OverviewPageTest, AsksBeforeItEndsADownloadWithTheWindow) {
-  EXPECT_TRUE(window.close());
+  window.close();
+  EXPECT_EQ(window.closings, 1);
   const TemporaryFolder engine;
   engine.writeProgram("bin/freshclam", "#!/bin/sh\n");
   desktop.preferenceStore.set("PathToClamav", engine.path());
   page().press("updateButton");
-  EXPECT_FALSE(window.close());
-  EXPECT_FALSE(window.close());
+  window.close();
+  window.close();
   EXPECT_EQ(window.questions.size(), 1U);
   window.answer("<OVERVIEW_CLOSE_STAY>");
-  EXPECT_EQ(closings, 0);
-  EXPECT_FALSE(window.close());
+  EXPECT_EQ(window.closings, 1);
+  window.close();
   window.answer("<OVERVIEW_CLOSE_STOP>");
-  EXPECT_EQ(closings, 1);
+  EXPECT_EQ(window.closings, 2);
+}
+
+TEST_F(OverviewPageTest, LeavesWhatElseGoesOnItsOwnQuestion) {
+  const TemporaryFolder engine;
+  engine.writeProgram("bin/freshclam", "#!/bin/sh\n");
+  desktop.preferenceStore.set("PathToClamav", engine.path());
+  page().press("updateButton");
+  bool mayScanEnd = false;
+  window.onClose([&mayScanEnd] { return mayScanEnd; });
+  window.close();
+  window.answer("<OVERVIEW_CLOSE_STOP>");
+  EXPECT_EQ(window.closings, 0);
+  mayScanEnd = true;
+  window.close();
+  EXPECT_EQ(window.closings, 1);
+  EXPECT_EQ(window.questions.size(), 1U);
 }
 
 TEST_F(OverviewPageTest, ShowsAnUpdateOfTheAgents) {

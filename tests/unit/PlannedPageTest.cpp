@@ -6,6 +6,7 @@
 #include "tests/fakes/desktop/FakeInterface.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/Threads.h"
 
 namespace quillo {
@@ -62,6 +63,7 @@ class PlannedPageTest : public testing::Test {
     answered();
   }
 
+  TemporaryFolder home;
   FakeApplication application;
   FakeLocalizedStrings strings;
   FakeThreads threads;
@@ -144,7 +146,9 @@ TEST_F(PlannedPageTest, NewScanIsPlannedAsTheEditorHasIt) {
   ui.press("add");
   EXPECT_TRUE(ui.isVisible("editor"));
   ui.press("addFolder");
-  window.choosePaths({"/home/anna/Documents/", "/home/anna/Documents", "relative"});
+  const std::string documents = home.makeFolder("Documents");
+  window.choosePaths({documents + "/", documents, "relative", home.at("gone"), home.write("file")});
+  EXPECT_EQ(ui.text("editorProblem"), "<FOLDERS_NO_PATH>\n<FOLDERS_MISSING>\n<FOLDERS_IS_FILE>");
   ui.choose("often", 1);
   ui.choose("weekday", 6);
   ui.enter("hour", 8);
@@ -154,7 +158,7 @@ TEST_F(PlannedPageTest, NewScanIsPlannedAsTheEditorHasIt) {
   answered();
   ASSERT_EQ(system.scans.size(), 1U);
   const PlannedScan& scan = system.scans[0];
-  EXPECT_EQ(scan.folders, std::vector<std::string>{"/home/anna/Documents"});
+  EXPECT_EQ(scan.folders, std::vector<std::string>{documents});
   EXPECT_EQ(scan.often, Often::weekly);
   EXPECT_EQ(scan.day, 7);
   EXPECT_EQ(scan.hour, 8);
@@ -182,7 +186,7 @@ TEST_F(PlannedPageTest, ScanWithoutAFolderIsNotPlanned) {
   EXPECT_TRUE(threads.names().empty());
   EXPECT_EQ(ui.text("editorProblem"), "<PLANNED_NO_FOLDERS>");
   EXPECT_EQ(ui.focused, "addFolder");
-  page.planFolders({"/a"});
+  page.planFolders({home.makeFolder("a")});
   EXPECT_FALSE(ui.isVisible("editorProblem"));
   ui.press("removeFolder");
   ui.press("save");
@@ -191,7 +195,7 @@ TEST_F(PlannedPageTest, ScanWithoutAFolderIsNotPlanned) {
 
 TEST_F(PlannedPageTest, RefusedScanKeepsTheEditorOpen) {
   system.problem = {"PLANNED_REFUSED", {"not today"}};
-  page.planFolders({"/home/anna"});
+  page.planFolders({home.path()});
   ui.press("save");
   answered();
   EXPECT_TRUE(ui.isVisible("editor"));
@@ -301,10 +305,13 @@ TEST_F(PlannedPageTest, SystemWithoutAThreadIsSaid) {
 }
 
 TEST_F(PlannedPageTest, FoldersThatAreDroppedArePlanned) {
-  ui.drop("plans", {"/a", "/b"});
-  EXPECT_EQ(ui.choices("folders"), (std::vector<std::string>{"/a", "/b"}));
-  ui.drop("folders", {"/c/"});
-  EXPECT_EQ(ui.choices("folders").back(), "/c");
+  const std::string a = home.makeFolder("a");
+  const std::string b = home.makeFolder("b");
+  const std::string c = home.makeFolder("c");
+  ui.drop("plans", {a, b});
+  EXPECT_EQ(ui.choices("folders"), (std::vector<std::string>{a, b}));
+  ui.drop("folders", {c + "/"});
+  EXPECT_EQ(ui.choices("folders"), (std::vector<std::string>{a, b, c}));
 }
 
 }  // namespace

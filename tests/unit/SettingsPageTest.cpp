@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "companion/settings/SettingsPage.h"
-#include "platform/AgentLink.h"
 #include "tests/fakes/desktop/PreferencePagesFixture.h"
 
 namespace quillo {
@@ -9,23 +8,6 @@ namespace {
 
 using Names = std::vector<std::string>;
 using Posted = std::vector<std::pair<std::string, std::string>>;
-
-class StandInAgent final : public AgentLink {
- public:
-  std::optional<AgentStatus> status() const override { return now; }
-  AgentPresence presence() const override {
-    return now ? AgentPresence::answering : AgentPresence::absent;
-  }
-  void observe(std::function<void()>) override {}
-  std::string refresh() override { return now ? "" : "none runs"; }
-  bool start() override {
-    ++starts;
-    return true;
-  }
-  AgentStart lastStart() const override { return {}; }
-  std::optional<AgentStatus> now = AgentStatus();
-  int starts = 0;
-};
 
 class SettingsPageTest : public PreferencePagesFixture {
  protected:
@@ -39,7 +21,6 @@ class SettingsPageTest : public PreferencePagesFixture {
   }
   SettingsPage& logic() { return *made_; }
 
-  StandInAgent agent;
   FakeWorkspace workspace;
 
  private:
@@ -176,7 +157,7 @@ TEST_F(SettingsPageTest, OffersANewStartForWhatIsReadOnlyThen) {
   EXPECT_EQ(center.posted, (Posted{{"VantrelQuilloShouldQuit", "Vantrel"}}));
   EXPECT_EQ(agent.starts, 0);
   EXPECT_EQ(page.text("newStartNote"), "<SETTINGS_NEW_START_UNDER_WAY>");
-  agent.now.reset();
+  agent.become(std::nullopt);
   logic().agentChanged();
   EXPECT_EQ(agent.starts, 1);
   EXPECT_FALSE(page.isVisible("newStartNote"));
@@ -184,8 +165,105 @@ TEST_F(SettingsPageTest, OffersANewStartForWhatIsReadOnlyThen) {
   EXPECT_EQ(agent.starts, 1);
 }
 
+TEST_F(SettingsPageTest, OffersANewStartAsWellForWhatIsUndone) {
+  FakePage& page = shown();
+  page.choose("infectedFileAction", 1);
+  EXPECT_FALSE(page.isVisible("startAnew"));
+  page.press("undo");
+  EXPECT_TRUE(page.isVisible("startAnew"));
+  page.choose("infectedFileAction", 2);
+  EXPECT_FALSE(page.isVisible("startAnew"));
+  page.check("updateDefsOnLaunch", true);
+  page.press("undo");
+  EXPECT_TRUE(page.isVisible("startAnew"));
+  page.check("updateDefsOnLaunch", true);
+  EXPECT_FALSE(page.isVisible("startAnew"));
+  page.choose("showDockIcon", 1);
+  EXPECT_TRUE(page.isVisible("startAnew"));
+  page.press("undo");
+  EXPECT_FALSE(page.isVisible("startAnew"));
+}
+
+TEST_F(SettingsPageTest, SaysThatTheAgentThatQuitForANewStartCannotBeStarted) {
+  writeOwn("UpdateDefsOnLaunch = true\n");
+  FakePage& page = shown();
+  page.check("updateDefsOnLaunch", false);
+  page.press("startAnew");
+  agent.canStart = false;
+  agent.become(std::nullopt);
+  logic().agentChanged();
+  EXPECT_EQ(page.text("guardNote"), "<SETTINGS_AGENT_MISSING>");
+  EXPECT_FALSE(page.isVisible("newStartNote"));
+  agent.canStart = true;
+  page.press("startGuarding");
+  EXPECT_EQ(agent.starts, 2);
+  EXPECT_EQ(page.text("guardNote"), "<SETTINGS_NO_AGENT>");
+}
+
+TEST_F(SettingsPageTest, SaysThatAChangeHoldsOnlyOnceTheAgentRunsAndStartsIt) {
+  strings.texts["SETTINGS_AGENT_FAILED"] = "failed: %@";
+  agent.become(std::nullopt);
+  FakePage& page = shown();
+  EXPECT_EQ(page.text("guardNote"), "<SETTINGS_NO_AGENT>");
+  EXPECT_FALSE(page.isVisible("intro"));
+  page.press("startGuarding");
+  EXPECT_EQ(agent.starts, 1);
+  agent.startBecomes({true, {}});
+  logic().agentChanged();
+  EXPECT_EQ(page.text("guardNote"), "<SETTINGS_AGENT_STARTS>");
+  EXPECT_FALSE(page.isVisible("startGuarding"));
+  agent.startBecomes({false, {"", {"no memory"}}});
+  logic().agentChanged();
+  EXPECT_EQ(page.text("guardNote"), "failed: no memory");
+  agent.become(FakeAgentLink::watching("1"));
+  logic().agentChanged();
+  EXPECT_FALSE(page.isVisible("guardNote"));
+  EXPECT_TRUE(page.isVisible("intro"));
+}
+
+TEST_F(SettingsPageTest, DoesNotStartWatchingThatItsUserStopped) {
+  agentIs("stopped");
+  FakePage& page = shown();
+  page.check("scanVolumes", true);
+  EXPECT_EQ(restarts(), 0);
+  EXPECT_EQ(page.text("guardNote"), "<SETTINGS_STOPPED>");
+  page.press("startGuarding");
+  EXPECT_EQ(center.posted, (Posted{{"VantrelQuilloShouldRestart", "Vantrel"}}));
+  EXPECT_EQ(agent.starts, 0);
+}
+
+TEST_F(SettingsPageTest, StartsWatchingThatWantedForWhatIsChanged) {
+  AgentStatus status = FakeAgentLink::watching("1");
+  status.state = "stopped";
+  status.attention = "noEngine";
+  agent.become(status);
+  FakePage& page = shown();
+  page.check("scanVolumes", true);
+  EXPECT_EQ(restarts(), 1);
+  EXPECT_FALSE(page.isVisible("guardNote"));
+}
+
+TEST_F(SettingsPageTest, SaysThatAChangeWasMadeBesideOneByHand) {
+  writeOwn("multiscan = 'no'\n");
+  FakePage& page = shown();
+  writeOwn("multiscan = 'yes'\n");
+  page.check("scanVolumes", true);
+  EXPECT_EQ(page.text("notice"), "<SETTINGS_MERGED>");
+  EXPECT_EQ(page.choice("multiscan"), 1U);
+  page.check("scanVolumes", false);
+  EXPECT_FALSE(page.isVisible("notice"));
+}
+
+TEST_F(SettingsPageTest, UndoesNoChangeOfThePageOfFolders) {
+  FakePage& page = shown();
+  page.check("scanVolumes", true);
+  EXPECT_TRUE(page.isEnabled("undo"));
+  chosenFolders.addFolders({"/a"});
+  EXPECT_FALSE(page.isEnabled("undo"));
+}
+
 TEST_F(SettingsPageTest, OffersNoNewStartWhereNoAgentRuns) {
-  agent.now.reset();
+  agent.become(std::nullopt);
   FakePage& page = shown();
   page.choose("showDockIcon", 1);
   EXPECT_FALSE(page.isVisible("startAnew"));

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "companion/start/StartPage.h"
@@ -13,13 +14,17 @@
 namespace quillo {
 namespace {
 
+using Doubt = ChosenFolders::Doubt;
+
 struct FakeChoices final : FirstChoices {
   std::vector<std::string> suggestedFolders() override { return {"/home/anna/Downloads", "/srv"}; }
   Wording write(const FirstChoice& choice) override {
     written.push_back(choice);
     return problem;
   }
+  std::string writtenBefore() override { return before; }
   std::vector<FirstChoice> written;
+  std::string before;
   Wording problem;
 };
 
@@ -60,6 +65,9 @@ class StartPageTest : public testing::Test {
   NoAgent evidence;
   FakeChoices choices;
   FakeDefinitions definitions;
+  std::string doubtful;  // the folder of which there is something to say
+  Doubt doubt = Doubt::none;
+  std::string missed;
   bool agentStarts = true;
   int agentStarted = 0;
   int ended = 0;
@@ -75,7 +83,15 @@ class StartPageTest : public testing::Test {
        [this] {
          ++agentStarted;
          return agentStarts;
-       }},
+       },
+       [this](const std::string& path, const std::vector<std::string>& before) {
+         const bool isThere = std::find(before.begin(), before.end(), path) != before.end();
+         const Doubt usual = !path.starts_with('/') ? Doubt::notAbsolute
+                             : isThere              ? Doubt::already
+                                                    : Doubt::none;
+         return ChosenFolders::Concern{path == doubtful ? doubt : usual, ""};
+       },
+       [this](const std::string& folder) { return folder == doubtful ? missed : ""; }},
       [this] { ++ended; }};
 };
 
@@ -112,6 +128,51 @@ TEST_F(StartPageTest, FoldersAreAddedInEveryWayAndOnce) {
   press("removeFolder");
   press("next", 2);
   EXPECT_EQ(choices.written.at(0).folders, (std::vector<std::string>{"/srv", "/data", "/more"}));
+}
+
+TEST_F(StartPageTest, FolderThatCannotBeGuardedIsNotTakenAndItIsSaidWhy) {
+  doubtful = "/gone";
+  doubt = Doubt::missing;
+  ui.drop("folders", {"/gone", "/data"});
+  EXPECT_EQ(ui.text("problem"), "<FOLDERS_MISSING>");
+  EXPECT_TRUE(ui.isVisible("problem"));
+  press("next", 2);
+  EXPECT_EQ(choices.written.at(0).folders,
+            (std::vector<std::string>{"/home/anna/Downloads", "/data"}));
+}
+
+TEST_F(StartPageTest, WholeHomeOrMachineIsTakenOnceItsUserAgrees) {
+  doubtful = "/home/anna";
+  doubt = Doubt::homeFolder;
+  ui.drop("folders", {"/home/anna"});
+  window.answer("<FOLDERS_CANCEL>");
+  EXPECT_EQ(ui.choices("folders").size(), 1U);
+  ui.drop("folders", {"/home/anna"});
+  window.answer("<FOLDERS_GUARD_ALL>");
+  EXPECT_EQ(ui.choices("folders").size(), 2U);
+}
+
+TEST_F(StartPageTest, WhatIsMissedInAFolderIsSaid) {
+  doubtful = "/net";
+  missed = "/net: elsewhere";
+  ui.drop("folders", {"/net"});
+  EXPECT_EQ(ui.text("problem"), "/net: elsewhere");
+  EXPECT_EQ(ui.choices("folders").size(), 2U);
+}
+
+TEST_F(StartPageTest, WhoHasPreferencesIsShownWhatIsLeftToDo) {
+  strings.texts["START_ALREADY"] = "there: %@";
+  choices.before = "/etc/x.toml";
+  window.show("start");
+  EXPECT_EQ(step(), "stepDefinitions");
+  EXPECT_EQ(ui.text("problem"), "there: /etc/x.toml");
+  press("next");
+  EXPECT_EQ(step(), "stepTest");
+  press("next");
+  EXPECT_EQ(ended, 1);
+  window.show("start");
+  EXPECT_EQ(step(), "stepDefinitions");
+  EXPECT_TRUE(choices.written.empty());
 }
 
 TEST_F(StartPageTest, WithoutAFolderItDoesNotGoOn) {
@@ -233,6 +294,7 @@ TEST_F(FirstChoicesTest, AreNotWrittenWithoutAnEngine) {
 TEST_F(FirstChoicesTest, LeavePreferencesAloneThatAreThereByThen) {
   store.set("PathToClamav", "/engine");
   EXPECT_EQ(choices().write({{"/a"}}).key, "START_HAS_PREFERENCES");
+  EXPECT_EQ(choices().writtenBefore(), home.at(".config/vantrel/org.vantrel.Vantrel.toml"));
   EXPECT_EQ(written(), "");
   store.remove("PathToClamav");
   // A link counts, wherever it leads to.

@@ -77,14 +77,14 @@ TEST_F(StatusCommandTest, DoesNotCallAFolderGuardedThatHasJustVanished) {
 
 TEST_F(StatusCommandTest, EndsWithTwoWhenTheAgentCannotBeAsked) {
   agent.atRefresh.reset();
-  agent.problem = "there is no session bus";
+  agent.problem = {"", {"there is no session bus"}};
   EXPECT_EQ(run(), 2);
   EXPECT_NE(out.str().find("No answer: there is no session bus"), std::string::npos);
 }
 
 TEST_F(StatusCommandTest, SaysThatAnAgentIsOnlyBeginning) {
   agent.atRefresh.reset();
-  agent.problem = "it is only beginning";
+  agent.problem = {"", {"it is only beginning"}};
   agent.withoutStatus = AgentPresence::beginning;
   EXPECT_EQ(run(), 1);
   EXPECT_NE(out.str().find("<GUARD_BEGINNING>"), std::string::npos) << out.str();

@@ -1,5 +1,6 @@
 #include "platform/linux/pages/QtMainWindow.h"
 
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -232,6 +233,10 @@ void QtMainWindow::chooseFiles(const std::string& title, const std::string& wher
 QWidget& QtMainWindow::widget() { return *frame_; }
 
 void QtMainWindow::close() { frame_->close(); }
+
+void QtMainWindow::copy(const std::string& text) {
+  QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+}
 
 void QtMainWindow::raise() {
   const bool isFirst = !frame_->isVisible();

@@ -42,6 +42,8 @@ class QtMainWindow final : public MainWindow {
   std::string shownPage() const override { return shown_; }
   void onShown(const std::string& name, std::function<void()> action) override;
   void onClose(std::function<bool()> mayClose) override;
+  void close() override;
+  void copy(const std::string& text) override;
   void ask(const Question& question, std::function<void(std::size_t)> answered) override;
   void chooseFolders(const std::string& title, const std::string& where,
                      std::function<void(const std::vector<std::string>&)> chosen) override;
@@ -50,8 +52,6 @@ class QtMainWindow final : public MainWindow {
 
   // Has `action` called when the window has been closed.
   void onClosed(std::function<void()> action) { onClosed_ = std::move(action); }
-  // Closes it if those who may hold it open agree.
-  void close();
   // Brings it to the front, with what the desktop said of who asked for that.
   void raise();
   QWidget& widget();

@@ -46,12 +46,22 @@ AgentPresence presenceOf(const QDBusMessage& answer) {
                                                         : AgentPresence::silent;
 }
 
-const std::string somebodyElses =
-    std::string(name) + ": who has this name is no process of this user, and is not believed";
+// What the bus says is in its own words.
+Wording inItsWords(const QDBusMessage& answer) {
+  return {"", {std::string(name) + ": " + answer.errorMessage().toStdString()}};
+}
 
-std::string reasonOf(const QDBusMessage& answer) {
-  return saysAUser(answer) ? somebodyElses
-                           : std::string(name) + ": " + answer.errorMessage().toStdString();
+Wording problemOf(const QDBusMessage& answer) {
+  return saysAUser(answer) ? Wording{"DOCTOR_AGENT_FOREIGN", {name}} : inItsWords(answer);
+}
+
+// For the log.
+std::string reasonOf(const Wording& problem) {
+  const std::string object = std::string(name) + ": ";
+  return problem.key == "DOCTOR_AGENT_FOREIGN"
+             ? object + "who has this name is no process of this user, and is not believed"
+         : problem.key.empty() ? problem.values.front()
+                               : object + "what it says of itself is no status";
 }
 
 }  // namespace
@@ -62,8 +72,9 @@ BusAgentLink::BusAgentLink(const QDBusConnection& bus, ApplicationLauncher& laun
     : bus_(bus), launcher_(launcher), report_(std::move(report)) {
   startTimer_.setSingleShot(true);
   startTimer_.setInterval(longestStart);
-  connect(&startTimer_, &QTimer::timeout, this,
-          [this] { guarded([&] { startFails("it has not come in time"); }); });
+  connect(&startTimer_, &QTimer::timeout, this, [this] {
+    guarded([&] { startFails({"DOCTOR_AGENT_LATE"}, "it has not come in time"); });
+  });
 }
 
 void BusAgentLink::observe(std::function<void()> changed) {
@@ -130,7 +141,7 @@ void BusAgentLink::askWhose(const QString& owner) {
                    if (isTrusted_) {
                      askStatus(owner);
                    } else {
-                     report_(reasonOf(answer.reply()));
+                     report_(reasonOf(problemOf(answer.reply())));
                      become(presenceOf(answer.reply()));
                    }
                  });
@@ -146,9 +157,9 @@ void BusAgentLink::askStatus(const QString& owner) {
         return;
       }
       // One that is only beginning says so soon by itself.
-      const std::string problem = take(answer.reply());
+      const Wording problem = take(answer.reply());
       if (!problem.empty()) {
-        report_(problem);
+        report_(reasonOf(problem));
       }
     });
   });
@@ -159,25 +170,25 @@ void BusAgentLink::statusChanged(const QDBusMessage& signal) {
     if (!isTrusted_ || signal.service() != owner_) {
       return;
     }
-    const std::string problem = take(signal);
+    const Wording problem = take(signal);
     if (!problem.empty()) {
-      report_(problem);
+      report_(reasonOf(problem));
     }
   });
 }
 
-std::string BusAgentLink::take(const QDBusMessage& said) {
+Wording BusAgentLink::take(const QDBusMessage& said) {
   if (said.type() == QDBusMessage::ErrorMessage) {
     const bool begins = said.errorName() == QLatin1String(noStatusYet);
     become(begins ? AgentPresence::beginning : AgentPresence::silent);
-    return std::string(name) + ": " + said.errorMessage().toStdString();
+    return inItsWords(said);
   }
   std::optional<AgentStatus> status;
   if (said.signature() == QLatin1String("a{sv}")) {
     status = statusIn(qdbus_cast<QVariantMap>(said.arguments().value(0)));
   }
   become(status ? AgentPresence::answering : AgentPresence::silent, status);
-  return status ? "" : std::string(name) + ": what it says of itself is no status";
+  return status ? Wording() : Wording{"DOCTOR_AGENT_NO_STATUS", {name}};
 }
 
 void BusAgentLink::become(AgentPresence presence, std::optional<AgentStatus> status) {
@@ -206,23 +217,23 @@ QDBusMessage BusAgentLink::ask(const QString& service, const QString& object,
                    longestAnswer);
 }
 
-std::string BusAgentLink::refresh() {
+Wording BusAgentLink::refresh() {
   if (!bus_.isConnected()) {
     become(AgentPresence::silent);
-    return "there is no session bus over which the agent could be asked";
+    return {"DOCTOR_AGENT_NO_BUS"};
   }
   const QDBusMessage answer = ask(busName, busPath, busName, "GetNameOwner", {QString(name)});
   if (answer.type() != QDBusMessage::ReplyMessage) {
     const bool runsNone = answer.errorName() == QLatin1String(noOwner);
     become(runsNone ? AgentPresence::absent : AgentPresence::silent);
-    return runsNone ? "" : std::string(name) + ": " + answer.errorMessage().toStdString();
+    return runsNone ? Wording() : inItsWords(answer);
   }
   const QString owner = answer.arguments().value(0).toString();
   const QDBusMessage user = ask(busName, busPath, busName, "GetConnectionUnixUser", {owner});
   if (!isThisUser(user)) {
     const AgentPresence presence = presenceOf(user);
     become(presence);
-    return presence == AgentPresence::absent ? "" : reasonOf(user);
+    return presence == AgentPresence::absent ? Wording() : problemOf(user);
   }
   return take(ask(owner, path, name, "Status", {}));
 }
@@ -242,7 +253,8 @@ bool BusAgentLink::start() {
                [this](const QDBusPendingCall& answer) {
                  guarded([&] {
                    if (answer.isError()) {
-                     startFails(answer.error().message().toStdString());
+                     const std::string reason = answer.error().message().toStdString();
+                     startFails({"", {reason}}, reason);
                    }
                  });
                });
@@ -251,7 +263,7 @@ bool BusAgentLink::start() {
 
 void BusAgentLink::awaitStart() {
   startTimer_.start();
-  startBecomes({true, ""});
+  startBecomes({true, {}});
 }
 
 void BusAgentLink::startBecomes(const AgentStart& start) {
@@ -261,13 +273,13 @@ void BusAgentLink::startBecomes(const AgentStart& start) {
   }
 }
 
-void BusAgentLink::startFails(const std::string& reason) {
+void BusAgentLink::startFails(const Wording& problem, const std::string& reason) {
   startTimer_.stop();
   if (!start_.isUnderWay) {
     return;
   }
   report_(std::string(name) + ": it did not start: " + reason);
-  startBecomes({false, reason});
+  startBecomes({false, problem});
 }
 
 }  // namespace quillo

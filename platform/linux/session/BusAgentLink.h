@@ -35,7 +35,7 @@ class BusAgentLink final : public QObject, public AgentLink {
   std::optional<AgentStatus> status() const override { return status_; }
   AgentPresence presence() const override { return presence_; }
   void observe(std::function<void()> changed) override;
-  std::string refresh() override;
+  Wording refresh() override;
   bool start() override;
   AgentStart lastStart() const override { return start_; }
 
@@ -49,12 +49,13 @@ class BusAgentLink final : public QObject, public AgentLink {
   void ownerChanged(const QString& owner);
   void askWhose(const QString& owner);
   void askStatus(const QString& owner);
-  // Takes what an agent said, if it is one that is believed. Returns "" or why not.
-  std::string take(const QDBusMessage& said);
+  // Takes what an agent said, if it is one that is believed. Returns nothing or why not.
+  Wording take(const QDBusMessage& said);
   void become(AgentPresence presence, std::optional<AgentStatus> status = std::nullopt);
   void awaitStart();
   void startBecomes(const AgentStart& start);
-  void startFails(const std::string& reason);
+  // `reason` is for the log.
+  void startFails(const Wording& problem, const std::string& reason);
   void tellObservers();
   QDBusMessage ask(const QString& service, const QString& object, const QString& interface,
                    const QString& member, const QVariantList& arguments);

@@ -19,7 +19,7 @@ class FakeAgentLink final : public AgentLink {
     return status_ ? AgentPresence::answering : withoutStatus;
   }
   void observe(std::function<void()> changed) override { observers_.push_back(std::move(changed)); }
-  std::string refresh() override {
+  Wording refresh() override {
     status_ = atRefresh;
     return problem;
   }
@@ -53,7 +53,7 @@ class FakeAgentLink final : public AgentLink {
   AgentPresence withoutStatus = AgentPresence::absent;
   // What asking brings.
   std::optional<AgentStatus> atRefresh;
-  std::string problem;
+  Wording problem;
   bool canStart = true;
   AgentStart startState;
   int starts = 0;

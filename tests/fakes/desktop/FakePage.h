@@ -186,7 +186,14 @@ class FakeMainWindow final : public MainWindow {
   void onShown(const std::string& name, std::function<void()> action) override {
     shownActions_[name] = std::move(action);
   }
-  void onClose(std::function<bool()> mayClose) override { mayClose_ = std::move(mayClose); }
+  void onClose(std::function<bool()> mayClose) override {
+    mayClose_.push_back(std::move(mayClose));
+  }
+  void close() override {
+    closings +=
+        std::all_of(mayClose_.begin(), mayClose_.end(), [](const auto& may) { return may(); });
+  }
+  void copy(const std::string& text) override { copied.push_back(text); }
   void ask(const Question& question, std::function<void(std::size_t)> answered) override {
     questions.push_back(question);
     answered_.push_back(std::move(answered));
@@ -210,17 +217,18 @@ class FakeMainWindow final : public MainWindow {
     Answer(answered_.at(answers_++))(static_cast<std::size_t>(found - buttons.begin()));
   }
   void choosePaths(const std::vector<std::string>& paths) { std::exchange(chosen_, {})(paths); }
-  bool close() { return !mayClose_ || mayClose_(); }
 
   std::map<std::string, FakePage> pages;
   std::vector<std::pair<std::string, std::string>> list;
   std::vector<Question> questions;
+  int closings = 0;
+  std::vector<std::string> copied;
 
  private:
   using Answer = std::function<void(std::size_t)>;
   std::string shown_;
   std::map<std::string, std::function<void()>> shownActions_;
-  std::function<bool()> mayClose_;
+  std::vector<std::function<bool()>> mayClose_;
   std::size_t answers_ = 0;
   std::vector<Answer> answered_;
   std::function<void(const std::vector<std::string>&)> chosen_;

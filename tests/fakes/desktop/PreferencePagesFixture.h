@@ -9,6 +9,7 @@
 #include "companion/settings/PreferenceChanges.h"
 #include "companion/settings/PreferenceLists.h"
 #include "settings/TypedPreferences.h"
+#include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/fakes/desktop/FilePreferenceStore.h"
@@ -19,7 +20,10 @@ namespace quillo {
 // The preferences of a user, in files of the test's own, and whoever changes them.
 class PreferencePagesFixture : public testing::Test {
  protected:
-  PreferencePagesFixture() { folders.home = home.path(); }
+  PreferencePagesFixture() {
+    folders.home = home.path();
+    agent.become(FakeAgentLink::watching("1"));
+  }
 
   void writeOwn(const std::string& text) const {
     home.write("config/org.vantrel.Vantrel.toml", text);
@@ -32,6 +36,11 @@ class PreferencePagesFixture : public testing::Test {
     home.write("machine/org.vantrel.Vantrel.toml", text);
   }
   std::string ownText() const { return TemporaryFolder::read(writer.path()); }
+  void agentIs(const std::string& state) {
+    AgentStatus status = FakeAgentLink::watching("1");
+    status.state = state;
+    agent.become(status);
+  }
   int restarts() const { return static_cast<int>(center.posted.size()); }
 
   TemporaryFolder home;
@@ -43,7 +52,8 @@ class PreferencePagesFixture : public testing::Test {
   FilePreferenceStore store{home};
   TypedPreferences preferences{store, folders, log};
   PreferenceWriter writer{store.fileOf("org.vantrel.Vantrel")};
-  PreferenceChanges changes{{store, writer, center}};
+  FakeAgentLink agent;
+  PreferenceChanges changes{{store, writer, center, agent}};
   ChosenFolders chosenFolders{{changes, preferences, folders, log}};
   Exclusions exclusions{{changes, preferences, folders, log}};
   FakeMainWindow window;

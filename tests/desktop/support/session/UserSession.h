@@ -69,6 +69,9 @@ class UserSession {
   // Likewise, to its end.
   void run(std::vector<std::string> command);
 
+  // What the programs have said.
+  std::string log() const;
+
   // The user's hand, in pixels of the screen.
   virtual void click(int x, int y, int button = 1, const std::string& heldKey = "") = 0;
   // A picture of the screen for people, `screenshots/<name>.png` in the build folder.
@@ -85,8 +88,6 @@ class UserSession {
   // A program that writes to descriptor 3 how to reach it, as soon as that is possible.
   std::string startWithAnswer(const std::vector<std::string>& command,
                               std::unique_ptr<ChildProcess>& process);
-  // What the programs have said.
-  std::string log() const;
   static std::string pictureFile(const std::string& name);
 
  private:
