@@ -1,10 +1,9 @@
 #include "companion/selftest/TestCommand.h"
 
 #include <array>
-#include <cstdio>
 #include <string_view>
 
-#include "posix/Text.h"
+#include "clamav/Verdict.h"
 
 namespace quillo {
 namespace {
@@ -27,33 +26,9 @@ const char* nameOf(Outcome outcome) {
   return names.at(static_cast<std::size_t>(outcome));
 }
 
-std::string escaped(unsigned char byte, const char* format) {
-  std::array<char, 8> text = {};
-  std::snprintf(text.data(), text.size(), format, static_cast<unsigned int>(byte));
-  return text.data();
-}
-
-// Bytes as a line of text for a terminal: what could steer it, and what is no UTF-8, is visible.
-std::string visible(std::string_view bytes) {
-  std::string result;
-  while (!bytes.empty()) {
-    const std::size_t length = utf8SequenceLength(bytes);
-    const auto byte = static_cast<unsigned char>(bytes.front());
-    if (length == 0 || byte < ' ' || byte == 0x7f ||
-        (length == 2 && byte == 0xc2 && static_cast<unsigned char>(bytes[1]) < 0xa0)) {
-      result += escaped(byte, "\\x%02X");
-      bytes.remove_prefix(1);
-    } else {
-      result += bytes.substr(0, length);
-      bytes.remove_prefix(length);
-    }
-  }
-  return result;
-}
-
 std::string json(std::string_view bytes) {
   std::string result = "\"";
-  for (const char c : visible(bytes)) {
+  for (const char c : reportedText(bytes)) {
     result += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
   }
   return result + "\"";
@@ -80,7 +55,7 @@ std::size_t printSteps(std::ostream& out, const SelfTest& test, std::size_t next
   while (next < test.results().size() && (isOver(test.results()[next]) || test.isOver())) {
     const SelfTest::Result& result = test.results()[next++];
     if (isOver(result)) {
-      out << (result.state == State::done ? "✓ " : "✗ ") << visible(result.words.in(strings))
+      out << (result.state == State::done ? "✓ " : "✗ ") << reportedText(result.words.in(strings))
           << std::endl;
     }
   }
@@ -97,7 +72,7 @@ int runTestCommand(const std::vector<std::string>& words, std::ostream& out, std
                    const TestCommandServices& services) {
   const bool isJson = words.size() == 1 && words[0] == "--json";
   if (!words.empty() && !isJson) {
-    errors << visible(Wording{"SELFTEST_USAGE", {words.back()}}.in(services.localizedStrings))
+    errors << reportedText(Wording{"SELFTEST_USAGE", {words.back()}}.in(services.localizedStrings))
            << "\n";
     return 2;
   }

@@ -24,7 +24,7 @@ struct TestCommandServices {
 //   {"version":1,"command":"test","result":"works"|"fails"|"cannotTell","file":PATH,
 //    "steps":[{"step":"agent"|"written"|"noticed"|"found"|"removed",
 //              "state":"waiting"|"going"|"done"|"failed","words":TEXT}]}
-// Its texts are UTF-8: a byte of a path that is not is written "\xNN".
+// Its texts are spelled as reportedText() does.
 int runTestCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
                    const TestCommandServices& services);
 

@@ -351,5 +351,12 @@ TEST_F(TestCommandTest, OtherWordsAreAMistake) {
   EXPECT_TRUE(out.str().empty());
 }
 
+TEST_F(TestCommandTest, SpellsItsWordsAsEveryCommandDoes) {
+  strings.texts["SELFTEST_NO_AGENT"] = "a\\x41\xC2\x9B\xE2\x80\xAE";
+  evidence.now.agent = Agent::absent;
+  EXPECT_EQ(run({}), 2);
+  EXPECT_NE(out.str().find("a\\x5Cx41\\xC2\\x9B\\xE2\\x80\\xAE"), std::string::npos) << out.str();
+}
+
 }  // namespace
 }  // namespace quillo
