@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "companion/scan/ScanPage.h"
+#include "platform/LocalizedStrings.h"
 #include "platform/Workspace.h"
 #include "posix/Text.h"
 #include "settings/TypedPreferences.h"
@@ -51,7 +52,7 @@ void FindActions::connect() {
   page_.onAction("showInFolder", [this] { showInFolder(*findings_.finds(), chosenRows()); });
   page_.onAction("showLeftOut",
                  [this] { showInFolder(*findings_.leftOut(), page_.selectedRows("leftOut")); });
-  page_.onAction("scanAgain", [this] { scanAgain(); });
+  page_.onAction("scanTheseAgain", [this] { scanAgain(); });
 }
 
 void FindActions::show(bool isIdle) {
@@ -78,7 +79,7 @@ void FindActions::showButtons() {
   page_.setVisible("noQuarantine", !hasQuarantine);
   page_.setEnabled("showInFolder", !chosenRows().empty());
   page_.setEnabled("showLeftOut", !page_.selectedRows("leftOut").empty());
-  page_.setEnabled("scanAgain", isIdle_ && findings_.leftOut()->count() > 0);
+  page_.setEnabled("scanTheseAgain", isIdle_ && findings_.leftOut()->count() > 0);
 }
 
 void FindActions::scanAgain() {
@@ -147,13 +148,20 @@ void FindActions::allow(const std::vector<std::string>& paths) {
 void FindActions::showInFolder(ScanRows& rows, const std::vector<std::size_t>& chosen) {
   std::set<std::string> folders;
   for (const std::size_t row : chosen) {
-    if (row >= rows.count() || folders.size() >= mostFolders) {
+    if (row >= rows.count()) {
       break;
     }
     const ScanFinding& finding = rows.findings()[row];
     const bool hasMoved = finding.done == ScanFinding::Done::moved && !finding.destination.empty();
     const std::string& path = hasMoved ? finding.destination : finding.path;
-    if (folders.insert(deletingLastPathComponent(path)).second) {
+    const bool isAnother = folders.insert(deletingLastPathComponent(path)).second;
+    if (isAnother && folders.size() > mostFolders) {
+      page_.setText("report", Wording{"SCAN_FOLDERS_SHOWN", {std::to_string(mostFolders)}}.in(
+                                  services_.scan.localizedStrings));
+      page_.setVisible("report", true);
+      return;
+    }
+    if (isAnother) {
       services_.scan.workspace.selectFile(path);
     }
   }

@@ -378,7 +378,7 @@ TEST_F(ScanPageAtWork, EndsItsScanWhenItGoes) {
 
 TEST_F(ScanPageAtWork, DoesNothingAboutFindsMeanwhile) {
   shown().check("forAll", true);
-  for (const char* button : {"quarantine", "trash", "allow", "exclude", "scanAgain"}) {
+  for (const char* button : {"quarantine", "trash", "allow", "exclude", "scanTheseAgain"}) {
     EXPECT_FALSE(shown().isEnabled(button)) << button;
   }
 }

@@ -36,7 +36,7 @@ class FoldersPageTest : public PreferencePagesFixture {
   }
 
  private:
-  FakePage page_;
+  FakePage page_{"folders"};
   std::optional<FoldersPage> made_;
 };
 

@@ -43,7 +43,7 @@ class SettingsPageTest : public PreferencePagesFixture {
   FakeWorkspace workspace;
 
  private:
-  FakePage page_;
+  FakePage page_{"settings"};
   std::optional<SettingsPage> made_;
 };
 
