@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <climits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -61,11 +62,12 @@ int doctor(CompanionParts& parts, const Words& words, std::ostream& out, std::os
 
 int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   SelfTestParts selfTest(parts, true);
-  std::atomic<bool> isInterrupted = false;
-  const InterruptWatch interrupts(parts.threads, [&isInterrupted] { isInterrupted = true; });
+  // Its thread may outlive this frame.
+  const auto isInterrupted = std::make_shared<std::atomic<bool>>(false);
+  const InterruptWatch interrupts(parts.threads, [isInterrupted] { *isInterrupted = true; });
   return runTestCommand(words, out, errors,
                         {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence,
-                         moveFoldersOf(parts), [&isInterrupted] { return isInterrupted.load(); }});
+                         moveFoldersOf(parts), [isInterrupted] { return isInterrupted->load(); }});
 }
 
 // "" while it watches.

@@ -62,7 +62,10 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
       results->historyChanged();
     }
   };
-  parts.historyChanged = changed;
+  parts.historyChanged = [changed, others = parts.historyChanged] {
+    others();
+    changed();
+  };
   desktop.agentLink.observe(
       [changed, &agent = desktop.agentLink, seen = std::uint64_t{0}]() mutable {
         const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;
@@ -101,12 +104,20 @@ LivingPage quarantinePage(CompanionParts& parts, MainWindow& window, Page&) {
 
 LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
-  return {std::make_shared<OverviewPage>(
+  auto logic = std::make_shared<OverviewPage>(
       page, window,
       OverviewServices{desktop.agentLink, desktop.clock, parts.definitionUpdate,
                        desktop.localizedStrings, desktop.distributedNotificationCenter,
                        parts.preferences, parts.historyCounts,
-                       [&desktop] { desktop.application.terminate(); }})};
+                       [&desktop] { desktop.application.terminate(); }});
+  parts.historyChanged = [others = parts.historyChanged,
+                          weak = std::weak_ptr<OverviewPage>(logic)] {
+    others();
+    if (const auto overview = weak.lock()) {
+      overview->refresh();
+    }
+  };
+  return {logic};
 }
 
 // In one sentence for each file system in the folder.

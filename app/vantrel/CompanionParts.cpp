@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "companion/definitions/DefinitionPlace.h"
@@ -40,7 +41,7 @@ CompanionParts::~CompanionParts() { endHistory(); }
 
 bool CompanionParts::endHistory() {
   constexpr std::chrono::seconds atMost(5);
-  return std::exchange(keptScans, {}).empty() || historyWriter.end(atMost);
+  return !std::exchange(isHistoryWritten, false) || historyWriter.end(atMost);
 }
 
 void CompanionParts::entered(std::size_t changes) {
@@ -93,12 +94,24 @@ DoctorServices CompanionParts::doctorServices() {
 
 KeptScans& CompanionParts::keepScans(ScanSource source) {
   historyWriter.begin(threads);
+  isHistoryWritten = true;
   keptScans.push_back(std::make_unique<KeptScans>(KeptScans::Services{
       historyWriter, desktop.trashFolders, desktop.clock, source, [this] {
         return withScanning(withEngine({}, preferences), preferences, desktop.systemLog)
             .quarantineOrTrash;
       }}));
   return *keptScans.back();
+}
+
+void CompanionParts::enter(HistoryChange change) {
+  try {
+    historyWriter.begin(threads);
+  } catch (const std::system_error& problem) {
+    desktop.systemLog.log(std::string("The history is not written: ") + problem.what());
+    return;
+  }
+  isHistoryWritten = true;
+  historyWriter.add(std::move(change));
 }
 
 ManualScanServices CompanionParts::scanServices() {

@@ -190,30 +190,42 @@ HistoryFilter ResultsPage::filter() const {
 }
 
 void ResultsPage::historyChanged() {
-  const HistoryReader::State state = table_->reader().open();
-  const std::string problem = words_.problem(state, table_->reader().reason());
+  table_->reader().open();
+  if (!isReadable(table_->reader().state(), table_->reader().reason())) {
+    return;
+  }
+  showsBusy() ? showBusy() : choose();
+}
+
+// Says why it is not. What is damaged may show only when that part is read.
+bool ResultsPage::isReadable(HistoryReader::State state, const std::string& reason) {
+  const std::string problem = words_.problem(state, reason);
   if (!problem.empty()) {
     search_.giveUp();
     show({});
     page_.setRows(busy, words_.busyTitles(),
                   std::make_shared<BusyRows>(std::vector<BusyFolder>(), words_));
     page_.setText("summary", problem);
-  } else if (showsBusy()) {
-    showBusy();
-  } else {
-    choose();
   }
+  return problem.empty();
 }
 
 void ResultsPage::choose() {
   const HistoryFilter wanted = filter();
   if (wanted.isEmpty()) {
     search_.giveUp();
-    show(table_->reader().select(wanted));
+    const HistorySelection all = table_->reader().select(wanted);
+    if (isReadable(table_->reader().state(), table_->reader().reason())) {
+      show(all);
+    }
     return;
   }
   page_.setText("summary", words_.text("RESULTS_SEARCHING"));
-  search_.begin(wanted, [this](const HistorySelection& chosen) { show(chosen); });
+  search_.begin(wanted, [this](const HistorySearch::Found& found) {
+    if (isReadable(found.state, found.reason)) {
+      show(found.selection);
+    }
+  });
 }
 
 void ResultsPage::show(const HistorySelection& selection) {
@@ -222,10 +234,10 @@ void ResultsPage::show(const HistorySelection& selection) {
   table_->choose(selection);
   page_.rowsChanged(results);
   page_.selectRows(results, rowsAgain(chosen, before, selection));
-  page_.setText("summary",
-                selection.count() > 0
-                    ? words_.counted("RESULTS_COUNT", selection.count())
-                    : words_.text(filter().isEmpty() ? "RESULTS_NONE_YET" : "RESULTS_NONE_MATCH"));
+  page_.setText("summary", selection.count() > 0
+                               ? words_.counted("RESULTS_COUNT", selection.count())
+                           : filter().isEmpty() ? words_.none(table_->reader().beginning())
+                                                : words_.text("RESULTS_NONE_MATCH"));
   showButtons();
 }
 
@@ -235,6 +247,9 @@ void ResultsPage::showBusy() {
   std::vector<BusyFolder> folders = page_.isChecked("byDay")
                                         ? reader.busyFolders(day, mostBusyFolders)
                                         : reader.busiestFolders(day, mostBusyFolders);
+  if (!isReadable(reader.state(), reader.reason())) {
+    return;
+  }
   page_.setText("summary", folders.empty() ? words_.text("RESULTS_BUSY_NONE")
                                            : words_.counted("RESULTS_BUSY_COUNT", folders.size()));
   page_.setRows(busy, words_.busyTitles(), std::make_shared<BusyRows>(std::move(folders), words_));

@@ -60,6 +60,7 @@ class ResultsPage {
   WallTime since() const;
   bool showsBusy() const;
   void showView();
+  bool isReadable(HistoryReader::State state, const std::string& reason);
   void choose();
   void show(const HistorySelection& selection);
   void showBusy();
