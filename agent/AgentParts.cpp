@@ -19,14 +19,20 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       menuForScanners(menu),
       scannerLink(
           {preferences, clamdLink, statusBoard, menu, watching, folderOpener, mainApplication}),
-      watcherLink({watchList, watching, statusBoard, menu}),
+      watcherLink({watchList, watching, statusBoard, menu, mainApplication}),
       engineLink(preferences, noEngineWindow),
       menuLink({scannerCount, statusBoard, watching, health, preferences, desktop.statusPublisher}),
+      recentTotals(given.clock, desktop.folders.stateFolder()),
       history({given.clock,
                desktop.systemLog,
                desktop.folders.stateFolder(),
                desktop.folders.homeFolder(),
-               [this](std::size_t changes) { statusBoard.historyWritten(changes); },
+               [this](std::size_t changes) {
+                 if (changes > 0) {
+                   recentTotals.countAnew();
+                 }
+                 statusBoard.historyWritten(changes);
+               },
                {},
                [this](const std::string& problem) { statusBoard.setHistoryProblem(problem); }}),
       historyObserver(scannerLink, history, desktop.trashFolders, given.clock),
@@ -101,7 +107,14 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       quarantineRecheck(
           {given.clock, desktop.localizedStrings, notifications, desktop.systemLog, given.threads,
            [this] { return services.preferences.value(key::quarantineFolder).value_or(""); },
-           [this] { return preferences.settings()->clamScanPATH.value_or(""); }, &runningScanners}),
+           [this] { return preferences.settings()->clamScanPATH.value_or(""); }, &runningScanners,
+           [this] {
+             if (!mainApplication.openPage("quarantine")) {
+               requests.attempt([this] {
+                 folderOpener.open(services.preferences.value(key::quarantineFolder).value_or(""));
+               });
+             }
+           }}),
       health({given.clock, desktop.systemLog, statusBoard,
               [this] {
                 LoadedDefinitions loaded = clamdLink.loadedDefinitions();
@@ -109,12 +122,14 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                 return loaded;
               },
               [this] { return watchList.missingFolders(); },
+              [this] { return clamdLink.clamdStillAlive(); },
               [this] {
+                recentTotals.countAnew();
                 mainMenu.showStatus();
                 if (statusBoard.status().definitions != DefinitionState::none) {
                   definitionsWarning.definitionsCame();
                 }
               }}),
-      statusReport({menu, statusBoard, watchList, watching, preferences}) {}
+      statusReport({menu, statusBoard, watchList, watching, preferences, recentTotals}) {}
 
 }  // namespace quillo

@@ -12,6 +12,7 @@
 #include "agent/Preferences.h"
 #include "agent/ProgressLog.h"
 #include "agent/QuarantineRecheck.h"
+#include "agent/RecentTotals.h"
 #include "agent/ScanLog.h"
 #include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
@@ -77,6 +78,7 @@ struct AgentParts {
   WatcherLink watcherLink;
   EngineLink engineLink;
   MenuLink menuLink;
+  RecentTotals recentTotals;
   HistoryWriter history;
   HistoryObserver historyObserver;
   ScanObservers scanObservers;

@@ -79,6 +79,11 @@ void Health::round() {
 }
 
 bool Health::look() {
+  const bool wasFailing = services_.statusBoard.status().engineFails;
+  const bool engineFails = wasFailing && !services_.daemonAnswers();
+  if (wasFailing && !engineFails) {
+    services_.statusBoard.setEngineFails(false);
+  }
   const LoadedDefinitions definitions = services_.definitions();
   const auto age = definitions.built ? services_.clock.wallTime() - *definitions.built
                                      : std::chrono::system_clock::duration();
@@ -97,7 +102,7 @@ bool Health::look() {
   ageIsLogged_ = isOld;
   const std::vector<std::string> missing = services_.missingFolders();
   services_.statusBoard.setMissingFolders(missing);
-  return state == DefinitionState::goodOrUnknown && missing.empty();
+  return !engineFails && state == DefinitionState::goodOrUnknown && missing.empty();
 }
 
 }  // namespace quillo

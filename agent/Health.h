@@ -16,13 +16,14 @@ class SystemLog;
 class ThreadStarter;
 
 // What health is judged by, and what is called after each look, all on the thread that looks. It
-// outlives that thread.
+// outlives that thread. `daemonAnswers` is asked while a daemon has failed, and for no other.
 struct HealthServices {
   Clock& clock;
   SystemLog& systemLog;
   StatusBoard& statusBoard;
   std::function<LoadedDefinitions()> definitions;
   std::function<std::vector<std::string>()> missingFolders;
+  std::function<bool()> daemonAnswers;
   std::function<void()> hasLooked;
 };
 
@@ -30,7 +31,8 @@ struct HealthServices {
 // folders. One thread runs mainLoop().
 class Health {
  public:
-  static constexpr Clock::Duration betweenLooks = std::chrono::hours(1);
+  // A folder that has vanished is not to be called guarded for long.
+  static constexpr Clock::Duration betweenLooks = std::chrono::minutes(5);
   // Whoever mends something wants to see it.
   static constexpr Clock::Duration betweenLooksInTrouble = std::chrono::minutes(1);
   static constexpr std::chrono::hours oldAfter = definitionsOldAfter;

@@ -62,8 +62,12 @@ class ScannerLink final : public ScannerOwner {
 
   std::shared_ptr<const WatchSettings> settings() override { return parts_.preferences.settings(); }
   bool clamdStillAlive() override { return parts_.engine.clamdStillAlive(); }
-  void recoverFromCrashedClamd() override { parts_.engine.recoverFromCrashedClamd(); }
-  void recoverUnreachableClamd() override { parts_.engine.recoverUnreachableClamd(); }
+  void recoverFromCrashedClamd() override {
+    recover([this] { return parts_.engine.recoverFromCrashedClamd(); });
+  }
+  void recoverUnreachableClamd() override {
+    recover([this] { return parts_.engine.recoverUnreachableClamd(); });
+  }
   void noEnginePanic(const std::string& program) override {
     parts_.statusBoard.setEngineMissing(true);
     parts_.mainMenu.showStatus();
@@ -76,6 +80,21 @@ class ScannerLink final : public ScannerOwner {
   bool openPage(const std::string& page) override { return parts_.mainApplication.openPage(page); }
 
  private:
+  // Nothing is scanned without the daemon, and its user is not to be told otherwise.
+  template <typename Launch>
+  void recover(Launch launch) {
+    try {
+      noteDaemon(launch());
+    } catch (...) {
+      noteDaemon(false);
+      throw;
+    }
+  }
+  void noteDaemon(bool isThere) {
+    parts_.statusBoard.setEngineFails(!isThere);
+    parts_.mainMenu.showStatus();
+  }
+
   const Parts parts_;
 };
 
@@ -101,6 +120,7 @@ class WatcherLink final : public WatcherOwner {
     Watching& watching;
     StatusBoard& statusBoard;
     Throbber& mainMenu;
+    MainApplication& mainApplication;
   };
   explicit WatcherLink(const Parts& parts) : parts_(parts) {}
 
@@ -115,6 +135,11 @@ class WatcherLink final : public WatcherOwner {
   void setHelperFails(bool fails) override {
     parts_.statusBoard.setHelperFails(fails);
     parts_.mainMenu.showStatus();
+  }
+  void showWhatMends() override {
+    if (!parts_.mainApplication.openPage("overview")) {
+      parts_.mainMenu.openScanLog();
+    }
   }
   void setPlacesWithGaps(std::size_t count) override {
     parts_.statusBoard.setPlacesWithGaps(count);

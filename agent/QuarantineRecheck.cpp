@@ -98,6 +98,11 @@ void QuarantineRecheck::notify(std::size_t clean, const std::string& first) {
                                   : Wording{"RECHECKED_CLEAN", {std::to_string(clean), first}};
   NotificationDetails details;
   details.topic = recheckTopic;
+  if (services_.showQuarantine) {
+    details.buttons.push_back(
+        {services_.localizedStrings.stringForKey("NOTIFICATION_QUARANTINE", ""),
+         services_.showQuarantine});
+  }
   services_.notifier.withdraw(recheckTopic);
   services_.notifier.displayGrowlDialogWithTitleAndDescription(
       notificationHint, text.in(services_.localizedStrings), details);

@@ -26,6 +26,8 @@ struct QuarantineRecheckServices {
   std::function<std::string()> quarantineFolder;  // returns "" where there is none
   std::function<std::string()> scanner;           // the tree's own; "" while it is not known
   RunningScanners* runningScanners = nullptr;     // told of each, where there is one
+  // Shows its user what lies in the quarantine, at any time; may be null. Main thread.
+  std::function<void()> showQuarantine = {};
 };
 
 // Has what lies in the quarantine scanned again whenever the daemon has newer definitions, and

@@ -26,6 +26,7 @@ constexpr std::chrono::seconds longestPause(3);
 StatusFacts StatusBoard::status() {
   StatusFacts facts;
   facts.engineMissing = engineMissing_;
+  facts.engineFails = engineFails_;
   facts.preferencesMissing = preferencesMissing_;
   facts.definitions = definitions_;
   facts.daysOfDefinitions = daysOfDefinitions_;
@@ -139,8 +140,11 @@ void StatusBoard::verdictGiven(const Verdict& verdict) {
   // Whoever judges is there.
   const bool judged =
       verdict.kind == Verdict::Kind::clean || verdict.kind == Verdict::Kind::infected;
-  if (judged && engineMissing_.exchange(false) && engineIsBack_) {
-    engineIsBack_();
+  if (judged) {
+    const bool wasMissing = engineMissing_.exchange(false);
+    if ((engineFails_.exchange(false) || wasMissing) && engineIsBack_) {
+      engineIsBack_();
+    }
   }
   if (judged) {
     showOrKeep(verdict);

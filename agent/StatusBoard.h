@@ -65,6 +65,8 @@ class StatusBoard final : public ScanObserver {
   ActivityFacts activity();
   void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
   void setEngineMissing(bool missing) { engineMissing_ = missing; }
+  // The daemon has gone and could not be launched again. A file that is judged ends that as well.
+  void setEngineFails(bool fails) { engineFails_ = fails; }
   void setPreferencesMissing(bool missing) { preferencesMissing_ = missing; }
   void setDefinitions(DefinitionState state, std::size_t days) {
     definitions_ = state;
@@ -80,8 +82,8 @@ class StatusBoard final : public ScanObserver {
   void setHelperFails(bool fails) { helperFails_ = fails; }
   void setPlacesWithGaps(std::size_t count) { placesWithGaps_ = count; }
   void setWatchedFolders(const std::vector<std::string>& folders);
-  // Sets what is called, on any thread, when an engine that was missing has judged a file. To be
-  // set before the scanners run.
+  // Sets what is called, on any thread, when an engine that was missing or failed judges a file. To
+  // be set before the scanners run.
   void setEngineIsBack(std::function<void()> engineIsBack) {
     engineIsBack_ = std::move(engineIsBack);
   }
@@ -116,6 +118,7 @@ class StatusBoard final : public ScanObserver {
   // Own synchronisation.
   std::atomic<bool> settingUp_{false};
   std::atomic<bool> engineMissing_{false};
+  std::atomic<bool> engineFails_{false};
   std::atomic<bool> preferencesMissing_{false};
   std::atomic<DefinitionState> definitions_{DefinitionState::goodOrUnknown};
   std::atomic<std::size_t> daysOfDefinitions_{0};

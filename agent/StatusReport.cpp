@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "agent/Preferences.h"
+#include "agent/RecentTotals.h"
 #include "agent/StatusBoard.h"
 #include "agent/WatchList.h"
 #include "menu/Throbber.h"
@@ -37,6 +38,10 @@ const char* nameOf(Attention attention) {
   switch (attention) {
     case Attention::noEngine:
       return "noEngine";
+    case Attention::noPreferences:
+      return "noPreferences";
+    case Attention::engineFails:
+      return "engineFails";
     case Attention::helperFails:
       return "helperFails";
     case Attention::noDefinitions:
@@ -72,6 +77,9 @@ AgentStatus StatusReport::status() const {
   status.engine = parts_.preferences.settings()->clamPATH.value_or("");
   status.verdicts = activity.verdicts;
   status.historyProblem = activity.historyProblem;
+  const HistoryTotals totals = parts_.recentTotals.totals();
+  status.foundRecently = totals.found;
+  status.notScannedRecently = totals.notScanned;
   return status;
 }
 

@@ -7,6 +7,7 @@
 namespace quillo {
 
 class Preferences;
+class RecentTotals;
 class StatusBoard;
 class Throbber;
 class WatchList;
@@ -20,6 +21,7 @@ class StatusReport {
     const WatchList& watchList;
     const Watching& watching;
     const Preferences& preferences;
+    RecentTotals& recentTotals;
   };
   explicit StatusReport(const Parts& parts) : parts_(parts) {}
 

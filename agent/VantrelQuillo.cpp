@@ -125,8 +125,12 @@ void VantrelQuillo::updateVirusDefs() {
 // What can be done about each thing that the icon says to be wrong.
 void VantrelQuillo::mend() {
   switch (parts_.mainMenu.attention()) {
+    case Attention::noPreferences:
     case Attention::noEngine:
       parts_.noEngineWindow.showAgain();
+      break;
+    case Attention::engineFails:
+      parts_.watching.restartWatcherSoon();
       break;
     case Attention::noDefinitions:
     case Attention::oldDefinitions:

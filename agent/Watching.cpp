@@ -117,6 +117,7 @@ void Watching::setUp(bool update) {
     parts_.noEngineWindow.takeAway();
   }
   parts_.statusBoard.setEngineMissing(false);
+  parts_.statusBoard.setEngineFails(false);
   parts_.statusBoard.setPreferencesMissing(false);
   Preferences& preferences = parts_.preferences;
   if (!preferences.readPrefs()) {

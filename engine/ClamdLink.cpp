@@ -278,13 +278,14 @@ bool ClamdLink::clamdStillAlive() {
 
 void ClamdLink::quitClamd() { exchange(quitCommand); }
 
-void ClamdLink::relaunch(const Paths& known) {
+bool ClamdLink::relaunch(const Paths& known) {
   const Paths ours = pathsOfInstallation();
   const bool hasOther = ours.clamdPATH && (ours.clamdPATH != known.clamdPATH ||
                                            ours.clamdConfPATH != known.clamdConfPATH);
   try {
-    if (launchClamdWithConfigFile(*known.clamdPATH, known.clamdConfPATH) || !hasOther) {
-      return;
+    const bool isUp = launchClamdWithConfigFile(*known.clamdPATH, known.clamdConfPATH);
+    if (isUp || !hasOther) {
+      return isUp;
     }
   } catch (const PlatformException& failure) {
     if (!hasOther) {
@@ -292,28 +293,26 @@ void ClamdLink::relaunch(const Paths& known) {
     }
     services_.systemLog.log("Cannot launch " + *known.clamdPATH + ": " + failure.reason());
   }
-  launchClamdWithConfigFile(*ours.clamdPATH, ours.clamdConfPATH);
+  return launchClamdWithConfigFile(*ours.clamdPATH, ours.clamdConfPATH);
 }
 
-void ClamdLink::recoverFromCrashedClamd() {
+bool ClamdLink::recoverFromCrashedClamd() {
   const Paths known = paths();
   if (!known.clamdPATH) {
     services_.systemLog.log("clamd cannot be restarted: watching has been stopped");
-    return;
+    return true;
   }
   MutexLock one(recovery_);
-  relaunch(known);
+  return relaunch(known);
 }
 
-void ClamdLink::recoverUnreachableClamd() {
+bool ClamdLink::recoverUnreachableClamd() {
   const Paths known = paths();
   if (!known.clamdPATH) {
-    return;
+    return true;
   }
   MutexLock one(recovery_);
-  if (!clamdStillAlive()) {
-    relaunch(known);
-  }
+  return clamdStillAlive() || relaunch(known);
 }
 
 void ClamdLink::noEnginePanic(const EngineProblem& problem) {

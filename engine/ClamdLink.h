@@ -96,10 +96,10 @@ class ClamdLink {
   // work.
   bool clamdStillAlive();
   // Launches the daemon that was last used, or the installation's where that cannot be run. Throws
-  // PlatformException when neither can be.
-  void recoverFromCrashedClamd();
+  // PlatformException when neither can be. Returns false when it was launched and did not come up.
+  bool recoverFromCrashedClamd();
   // Launches it likewise, but once for several callers at a time, and not when it is back already.
-  void recoverUnreachableClamd();
+  bool recoverUnreachableClamd();
   // Sends "QUIT", but to no daemon that this link did not bring up.
   void quitClamd();
   // Shows the user by notification and dialog that no engine is usable.
@@ -135,7 +135,7 @@ class ClamdLink {
   std::vector<uid_t> trustedUsers();
   // Returns who listens there, or 0 for nobody who is trusted.
   pid_t listenerAt(const std::optional<std::string>& socket);
-  void relaunch(const Paths& known);
+  bool relaunch(const Paths& known);
   // Returns true when the daemon took the command, and nothing when it has not answered in time.
   std::optional<bool> exchange(const std::string& command);
   std::shared_ptr<Exchange> begin(const std::string& command);

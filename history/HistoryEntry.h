@@ -58,16 +58,27 @@ struct UnnamedFiles {
 
 // A scan that somebody asked for, or planned.
 struct ScanRun {
+  // How it ended; the first that is true. The numbers stand in the database.
+  enum class End {
+    whole = 0,
+    stopped = 1,       // by its user, or with his session
+    noEngine = 2,      // the engine's scanner could not be run
+    noDaemon = 3,      // the engine did not answer
+    noQuarantine = 4,  // what is found was to be moved there, and no preference named it
+    tooMany = 5,       // more paths than a command line holds
+    failed = 6         // the scanner ended before its work did
+  };
+
   // Made by makeRunId(), so that nobody has to wait for the database to name it.
   std::int64_t id = 0;
   ScanSource source = ScanSource::byHand;
   WallTime started;
-  std::optional<WallTime> ended;   // nothing as long as it goes on, or when it was cut off
-  std::vector<std::string> paths;  // what was asked for
-  std::uint64_t clean = 0;
+  std::optional<WallTime> ended;           // nothing as long as it goes on, or when it was cut off
+  std::vector<std::string> paths;          // what was asked for
+  std::optional<std::uint64_t> clean = 0;  // nothing where nobody counted
   std::uint64_t found = 0;
   std::uint64_t notScanned = 0;
-  bool wasStopped = false;  // by its user
+  End end = End::whole;
 
   bool operator==(const ScanRun&) const = default;
 };

@@ -50,6 +50,29 @@ HistoryResult resultIn(const SqlStatement& row) {
   return result;
 }
 
+ScanRun runIn(const SqlStatement& row) {
+  ScanRun run;
+  run.clean.reset();
+  run.id = row.number(0);
+  run.source = valueOf(row.number(1), ScanSource::planned);
+  run.started = timeOf(row.number(2));
+  if (!row.isNothing(3)) {
+    run.ended = timeOf(row.number(3));
+  }
+  for (const std::string_view path : split(row.bytes(4), '\0')) {
+    if (!path.empty()) {
+      run.paths.emplace_back(path);
+    }
+  }
+  if (row.number(5) >= 0) {
+    run.clean = static_cast<std::uint64_t>(row.number(5));
+  }
+  run.found = static_cast<std::uint64_t>(row.number(6));
+  run.notScanned = static_cast<std::uint64_t>(row.number(7));
+  run.end = valueOf(row.number(8), ScanRun::End::failed);
+  return run;
+}
+
 }  // namespace
 
 std::optional<std::size_t> HistorySelection::rowOf(std::int64_t id) const {
@@ -141,6 +164,7 @@ HistorySelection HistoryReader::select(const HistoryFilter& filter,
   std::string query = readsText ? "SELECT id, path, says FROM results" : "SELECT id FROM results";
   query += " WHERE time >= ?";
   query += filter.kind ? " AND kind = ?" : "";
+  query += filter.run != 0 ? " AND run = ?" : "";
   query += readsText ? " ORDER BY id DESC" : "";
   std::string wanted = filter.text;
   std::transform(wanted.begin(), wanted.end(), wanted.begin(), lower);
@@ -149,6 +173,9 @@ HistorySelection HistoryReader::select(const HistoryFilter& filter,
     all.begin().with(filter.since ? secondsOf(*filter.since) : INT64_MIN);
     if (filter.kind) {
       all.with(static_cast<std::int64_t>(*filter.kind));
+    }
+    if (filter.run != 0) {
+      all.with(filter.run);
     }
     std::vector<std::int64_t> ids;
     for (std::size_t seen = 1; all.step(); ++seen) {
@@ -255,31 +282,34 @@ std::vector<BusyFolder> HistoryReader::busiestFolders(CalendarDay since, std::si
       since, most);
 }
 
-std::vector<ScanRun> HistoryReader::runs(std::size_t most) {
-  std::vector<ScanRun> runs;
+HistorySelection HistoryReader::selectRuns(std::optional<WallTime> since) {
+  HistorySelection selection;
   attempt([&](const SqlConnection& sql) {
-    SqlStatement all = sql.prepare(
+    // From the newer end, where those that are wanted stand.
+    SqlStatement ends = sql.prepare(
+        "SELECT coalesce((SELECT id FROM runs WHERE started < ? ORDER BY id DESC LIMIT 1) + 1, "
+        "(SELECT min(id) FROM runs)), (SELECT max(id) FROM runs)");
+    ends.begin().with(since ? secondsOf(*since) : INT64_MIN);
+    if (ends.step() && !ends.isNothing(1)) {
+      selection = HistorySelection(ends.number(0), ends.number(1));
+    }
+  });
+  return selection;
+}
+
+std::vector<ScanRun> HistoryReader::runs(const HistorySelection& selection, std::size_t row,
+                                         std::size_t count) {
+  row = std::min(row, selection.count());
+  std::vector<ScanRun> runs(std::min(count, selection.count() - row));
+  attempt([&](const SqlConnection& sql) {
+    const SqlTransaction whole(sql, SqlTransaction::Kind::reading);
+    SqlStatement one = sql.prepare(
         "SELECT name, source, started, ended, paths, clean, found, notScanned, stopped FROM runs "
-        "ORDER BY id DESC LIMIT ?");
-    all.begin().with(static_cast<std::int64_t>(most));
-    while (all.step()) {
-      ScanRun run;
-      run.id = all.number(0);
-      run.source = valueOf(all.number(1), ScanSource::planned);
-      run.started = timeOf(all.number(2));
-      if (!all.isNothing(3)) {
-        run.ended = timeOf(all.number(3));
+        "WHERE id = ?");
+    for (std::size_t at = 0; at < runs.size(); ++at) {
+      if (one.begin().with(selection.id(row + at)).step()) {
+        runs[at] = runIn(one);
       }
-      for (const std::string_view path : split(all.bytes(4), '\0')) {
-        if (!path.empty()) {
-          run.paths.emplace_back(path);
-        }
-      }
-      run.clean = static_cast<std::uint64_t>(all.number(5));
-      run.found = static_cast<std::uint64_t>(all.number(6));
-      run.notScanned = static_cast<std::uint64_t>(all.number(7));
-      run.wasStopped = all.number(8) != 0;
-      runs.push_back(std::move(run));
     }
   });
   return runs;

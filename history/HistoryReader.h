@@ -22,12 +22,13 @@ struct HistoryFilter {
   // A folder with all below it, without a "/" at its end.
   std::string folder = {};
   std::optional<WallTime> since = {};
+  std::int64_t run = 0;  // ScanRun::id; 0 for all, also those without one
 
-  bool isEmpty() const { return text.empty() && !kind && folder.empty() && !since; }
+  bool isEmpty() const { return text.empty() && !kind && folder.empty() && !since && run == 0; }
   bool operator==(const HistoryFilter&) const = default;
 };
 
-// The results that a filter chose, the latest first: their numbers, not what they say.
+// The results that a filter chose, or scans, the latest first: their numbers, not what they say.
 class HistorySelection {
  public:
   HistorySelection() = default;
@@ -38,7 +39,7 @@ class HistorySelection {
       : ids_(std::move(ids)), count_(ids_.size()) {}
 
   std::size_t count() const { return count_; }
-  // Returns the row of that result; nothing when it was not chosen. The latest stand first.
+  // Returns the row of that one; nothing when it was not chosen. The latest stand first.
   std::optional<std::size_t> rowOf(std::int64_t id) const;
   // `row` is smaller than count().
   std::int64_t id(std::size_t row) const {
@@ -107,8 +108,12 @@ class HistoryReader {
   std::vector<BusyFolder> busyFolders(CalendarDay since, std::size_t most);
   // The same for all days together, by folder; their `day` is none.
   std::vector<BusyFolder> busiestFolders(CalendarDay since, std::size_t most);
-  // Returns the last scans by hand and planned ones, the latest first.
-  std::vector<ScanRun> runs(std::size_t most);
+  // Chooses the scans by hand and planned ones: all, or those behind the last one that began before
+  // `since`.
+  HistorySelection selectRuns(std::optional<WallTime> since = {});
+  // Returns the chosen scans from `row` on, at most `count`; one that was deleted meanwhile has no
+  // id.
+  std::vector<ScanRun> runs(const HistorySelection& selection, std::size_t row, std::size_t count);
 
  private:
   // Calls it on a good history, and takes note of a failure.

@@ -26,6 +26,8 @@ constexpr std::int64_t nearestResults = 1000;
 constexpr std::chrono::hours longestDay(25);
 constexpr std::size_t longestText = 1024;
 constexpr std::size_t longestPath = 8192;
+// Stands for a number that nobody counted.
+constexpr std::int64_t notCounted = -1;
 
 std::int64_t secondsOf(WallTime time) {
   return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
@@ -174,10 +176,10 @@ void HistoryStore::Open::enter(const ScanRun& run) {
   run.ended ? insert.with(secondsOf(*run.ended)) : insert.withNothing();
   const std::string paths = joined(run.paths);
   insert.with(paths)
-      .with(static_cast<std::int64_t>(run.clean))
+      .with(run.clean ? static_cast<std::int64_t>(*run.clean) : notCounted)
       .with(static_cast<std::int64_t>(run.found))
       .with(static_cast<std::int64_t>(run.notScanned))
-      .with(std::int64_t{run.wasStopped})
+      .with(static_cast<std::int64_t>(run.end))
       .run();
 }
 
@@ -303,7 +305,7 @@ void HistoryStore::setAside(const std::string& reason) {
 }
 
 // A few rows at a time, by their order: what that costs depends on what comes in alone. Only from
-// the older end, also where the clock was wrong for a while: no gap is left between results.
+// the older end, also where the clock was wrong for a while: no gap is left between rows.
 void HistoryStore::prune() {
   deleteTooOld();
   const std::int64_t most = limits_.bytes - 2 * longestLog;
@@ -320,7 +322,11 @@ void HistoryStore::deleteTooOld() {
           "FROM (SELECT min(id) AS least FROM results))")
       .with(secondsOf(oldest))
       .run();
-  open_->statement("DELETE FROM runs WHERE started < ? AND id < (SELECT min(id) FROM runs) + 500")
+  open_
+      ->statement(
+          "DELETE FROM runs WHERE id < (SELECT coalesce((SELECT id FROM runs WHERE "
+          "started >= ? AND id < least + 500 ORDER BY id LIMIT 1), least + 500) "
+          "FROM (SELECT min(id) AS least FROM runs))")
       .with(secondsOf(oldest))
       .run();
   open_

@@ -40,7 +40,7 @@ void StatusText::showCount() {
     return;
   }
   const StatusFacts facts = facts_();
-  if (facts.filesBeingScanned > 0 || facts.updating || facts.engineMissing) {
+  if (facts.filesBeingScanned > 0 || facts.updating || facts.engineMissing || facts.engineFails) {
     showWords(facts);
   }
 }
@@ -57,10 +57,13 @@ void StatusText::showWords(const StatusFacts& facts) {
 
 Attention attentionFor(const StatusFacts& facts) {
   if (facts.engineMissing) {
-    return Attention::noEngine;
+    return facts.preferencesMissing ? Attention::noPreferences : Attention::noEngine;
   }
   if (facts.settingUp || !facts.watching) {
     return Attention::none;
+  }
+  if (facts.engineFails) {
+    return Attention::engineFails;
   }
   if (facts.helperFails) {
     return Attention::helperFails;
@@ -86,6 +89,9 @@ std::string StatusText::wordsFor(const StatusFacts& facts) const {
   }
   if (facts.updating) {
     return text("STATUS_UPDATING");
+  }
+  if (facts.watching && facts.engineFails) {
+    return text("STATUS_ENGINE_FAILS");
   }
   if (facts.busy && facts.filesBeingScanned > 0) {
     return counted("STATUS_SCANNING", facts.filesBeingScanned);

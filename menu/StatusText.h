@@ -19,7 +19,9 @@ enum class DefinitionState { goodOrUnknown, none, old };
 // Why whoever believes to be guarded is not, or not well; the worst first.
 enum class Attention {
   none,
+  noPreferences,
   noEngine,
+  engineFails,
   helperFails,
   noDefinitions,
   oldDefinitions,
@@ -30,6 +32,7 @@ enum class Attention {
 // What the words are made of.
 struct StatusFacts {
   bool engineMissing = false;
+  bool engineFails = false;  // it has gone, and could not be launched again
   // There is no engine since nobody has chosen anything yet.
   bool preferencesMissing = false;
   bool settingUp = false;

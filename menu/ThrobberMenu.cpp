@@ -46,8 +46,12 @@ void Throbber::showMend() {
   const char* key = nullptr;
   bool isEnabled = true;
   switch (attention_) {
+    case Attention::noPreferences:
     case Attention::noEngine:
       key = "MEND_ENGINE";
+      break;
+    case Attention::engineFails:
+      key = "MEND_ENGINE_FAILS";
       break;
     case Attention::noDefinitions:
     case Attention::oldDefinitions:

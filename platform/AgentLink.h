@@ -18,8 +18,8 @@ struct AgentStatus {
   std::string program;    // its version, as --version says it
   std::string state;      // "stopped", "starting", "watching", "asleep", "quitting"
   std::string words;      // what it is doing, in its user's language
-  std::string attention;  // "", "noEngine", "helperFails", "noDefinitions", "oldDefinitions",
-                          // "missingFolders", "gaps"
+  std::string attention;  // "", "noPreferences", "noEngine", "engineFails", "helperFails",
+                          // "noDefinitions", "oldDefinitions", "missingFolders", "gaps"
   std::uint64_t filesBeingScanned = 0;
   std::int64_t scanningSince = 0;
   std::int64_t watchingSince = 0;
@@ -34,6 +34,9 @@ struct AgentStatus {
   // there are any.
   std::uint64_t verdicts = 0;
   std::string historyProblem;  // why the history is not kept; "" where it is
+  // In how many files malware was found in the last 30 days, and how many could not be scanned.
+  std::uint64_t foundRecently = 0;
+  std::uint64_t notScannedRecently = 0;
 
   bool operator==(const AgentStatus&) const = default;
 };

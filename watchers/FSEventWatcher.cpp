@@ -120,13 +120,18 @@ void FSEventWatcher::pauseAfterRun(Clock::Duration began) {
 
 void FSEventWatcher::showThatHelperFails() {
   services_.systemLog.log("gfslogger ends again and again, so nothing is watched: " + lastWords_);
-  showHelperProblem(
-      replacingAll(services_.localizedStrings.stringForKey("HELPER_FAILS", ""), "%@", lastWords_));
+  LocalizedStrings& strings = services_.localizedStrings;
+  // The button may outlive this object, not what it refers to.
+  showHelperProblem(replacingAll(strings.stringForKey("HELPER_FAILS", ""), "%@", lastWords_),
+                    {{strings.stringForKey("NOTIFICATION_VANTREL", ""),
+                      [&owner = owner_] { owner.showWhatMends(); }}});
 }
 
-void FSEventWatcher::showHelperProblem(const std::string& problem) {
+void FSEventWatcher::showHelperProblem(const std::string& problem,
+                                       const std::vector<NotificationButton>& buttons) {
   NotificationDetails details;
   details.topic = helperTopic;
+  details.buttons = buttons;
   services_.notifier.displayGrowlDialogWithTitleAndDescription(notificationError, problem, details);
   showsProblem_ = true;
 }

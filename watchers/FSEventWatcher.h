@@ -5,7 +5,9 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "platform/GrowlApplicationBridge.h"
 #include "posix/Clock.h"
 #include "posix/Mutex.h"
 #include "watchers/PathFilter.h"
@@ -81,7 +83,8 @@ class FSEventWatcher {
   void pauseAfterRun(Clock::Duration began);
   void showThatHelperFails();
   // Until the helper reports a change.
-  void showHelperProblem(const std::string& problem);
+  void showHelperProblem(const std::string& problem,
+                         const std::vector<NotificationButton>& buttons = {});
   void forgetMainLoop();
   bool beginWatching();
   bool releaseMainLoop();

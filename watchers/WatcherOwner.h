@@ -69,6 +69,8 @@ class WatcherOwner : public WatchedFolders {
   virtual void startWatcherFromWatcher() = 0;
   // Shows that nothing is watched just now since the helper cannot run, or that it runs again.
   virtual void setHelperFails(bool fails) = 0;
+  // Shows where its user finds out what can be done about that. Main thread.
+  virtual void showWhatMends() = 0;
   // Shows in how many of the watched places changes can be missed.
   virtual void setPlacesWithGaps(std::size_t count) = 0;
 };

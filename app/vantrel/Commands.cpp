@@ -1,8 +1,10 @@
 #include "app/vantrel/Commands.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <memory>
 #include <string>
@@ -12,6 +14,7 @@
 #include "app/vantrel/SelfTestParts.h"
 #include "companion/doctor/DoctorCommand.h"
 #include "companion/folders/ExplainCommand.h"
+#include "companion/overview/Guard.h"
 #include "companion/overview/StatusCommand.h"
 #include "companion/planned/PlannedScanCommand.h"
 #include "companion/planned/PlannedScanRun.h"
@@ -47,11 +50,16 @@ int quarantine(CompanionParts& parts, const Words& words, std::ostream& out, std
   return runQuarantineCommand(words, out, errors, parts.quarantineServices());
 }
 
+bool isGone(const std::string& path) {
+  struct stat found = {};
+  return stat(path.c_str(), &found) != 0 && (errno == ENOENT || errno == ENOTDIR);
+}
+
 int status(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   const CompanionDesktop& desktop = parts.desktop;
   return runStatusCommand(words, out, errors,
                           {desktop.agentLink, desktop.clock, desktop.localizedStrings,
-                           parts.preferences, parts.historyCounts});
+                           parts.preferences, parts.historyCounts, isGone});
 }
 
 int doctor(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
@@ -70,23 +78,19 @@ int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostr
                          moveFoldersOf(parts), [isInterrupted] { return isInterrupted->load(); }});
 }
 
-// "" while it watches.
-std::string stateOfAgent(AgentLink& agent) {
-  if (!agent.refresh().empty()) {
-    return "unknown";
-  }
-  const auto status = agent.status();
-  const std::string state = status ? status->state : "none";
-  return state == "watching" ? "" : state;
+// "" while it watches and what it watches is scanned.
+std::string stateOfAgent(CompanionParts& parts) {
+  AgentLink& agent = parts.desktop.agentLink;
+  agent.refresh();
+  return watchingStateOf(agent.presence(), agent.status(), parts.desktop.localizedStrings);
 }
 
 int explain(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
-  AgentLink& agent = parts.desktop.agentLink;
   char folder[PATH_MAX];
   return runExplainCommand(
       words, out, errors,
       {parts.explanationServices(), parts.desktop.localizedStrings,
-       getcwd(folder, sizeof folder) ? folder : "", [&agent] { return stateOfAgent(agent); }});
+       getcwd(folder, sizeof folder) ? folder : "", [&parts] { return stateOfAgent(parts); }});
 }
 
 // What it needs is made when it runs, and for no other command.

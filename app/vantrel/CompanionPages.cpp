@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "app/vantrel/CompanionParts.h"
-#include "app/vantrel/Excluding.h"
 #include "app/vantrel/GuidePages.h"
+#include "companion/folders/Excluding.h"
 #include "companion/folders/FolderCare.h"
 #include "companion/folders/FoldersPage.h"
 #include "companion/overview/OverviewPage.h"
@@ -17,6 +17,7 @@
 #include "companion/results/ResultsPage.h"
 #include "companion/scan/ScanPage.h"
 #include "companion/settings/SettingsPage.h"
+#include "companion/start/EngineSetup.h"
 #include "platform/AgentLink.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
@@ -33,6 +34,10 @@ std::string timeInWords(std::int64_t time) {
   char text[64];
   localtime_r(&seconds, &local);
   return {text, std::strftime(text, sizeof text, "%x %H:%M", &local)};
+}
+
+ExcludingServices excludingServices(CompanionParts& parts, MainWindow& window) {
+  return {parts.exclusions, parts.desktop.localizedStrings, window};
 }
 
 LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
@@ -52,7 +57,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
           desktop.workspace, desktop.folders.stateFolder(), desktop.folders.homeFolder(),
           [&parts](const std::vector<std::string>& paths) { parts.scan(paths); },
           [&parts, &window](const std::string& expression) {
-            excludeExpression(parts, window, expression);
+            excludeExpression(excludingServices(parts, window), expression);
           },
           [&parts](const std::string& path) { return parts.allowedFinds.allowPath(path); }});
   window.onShown("results", [results = logic.get()] { results->historyChanged(); });
@@ -66,6 +71,7 @@ LivingPage resultsPage(CompanionParts& parts, MainWindow& window, Page& page) {
     others();
     changed();
   };
+  desktop.distributedNotificationCenter.addObserver(historyHasChanged, changed);
   desktop.agentLink.observe(
       [changed, &agent = desktop.agentLink, seen = std::uint64_t{0}]() mutable {
         const std::uint64_t now = agent.status().value_or(AgentStatus()).verdicts;
@@ -83,7 +89,7 @@ LivingPage scanPage(CompanionParts& parts, MainWindow& window, Page&) {
                                [&desktop] { return pluggedInVolumes(desktop.volumes); },
                                desktop.volumeChanges, parts.allowedFinds,
                                [&parts, &window](const std::vector<std::string>& paths) {
-                                 askToExclude(parts, window, paths);
+                                 askToExclude(excludingServices(parts, window), paths);
                                },
                                [&desktop] { desktop.application.terminate(); },
                                &parts.keepScans(ScanSource::byHand), &parts.keptMoves});
@@ -106,10 +112,17 @@ LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   auto logic = std::make_shared<OverviewPage>(
       page, window,
-      OverviewServices{desktop.agentLink, desktop.clock, parts.definitionUpdate,
-                       desktop.localizedStrings, desktop.distributedNotificationCenter,
-                       parts.preferences, parts.historyCounts,
-                       [&desktop] { desktop.application.terminate(); }});
+      OverviewServices{
+          desktop.agentLink, desktop.clock, parts.definitionUpdate, desktop.localizedStrings,
+          desktop.distributedNotificationCenter, parts.preferences, parts.historyCounts,
+          [&parts] {
+            const CompanionDesktop& its = parts.desktop;
+            return EngineSetup(
+                       {its.folders, parts.preferenceChanges, its.distributedNotificationCenter,
+                        [&parts](const std::string& engine) { return parts.makeEngine(engine); }})
+                .setUp();
+          },
+          [&desktop] { desktop.application.terminate(); }});
   parts.historyChanged = [others = parts.historyChanged,
                           weak = std::weak_ptr<OverviewPage>(logic)] {
     others();
@@ -140,9 +153,8 @@ LivingPage foldersPage(CompanionParts& parts, MainWindow& window, Page& page) {
           parts.preferenceChanges, parts.chosenFolders, parts.exclusions,
           parts.explanationServices(), strings,
           [&strings](const ChosenFolder& folder) { return careInWords(folder, strings); },
-          [&agent] {
-            const auto status = agent.status();
-            return status && status->state == "watching";
+          [&agent, &strings] {
+            return watchingStateOf(agent.presence(), agent.status(), strings).empty();
           }});
   agent.observe([weak = std::weak_ptr<FoldersPage>(logic)] {
     if (const auto folders = weak.lock()) {

@@ -7,9 +7,11 @@
 
 #include "companion/definitions/DefinitionPlace.h"
 #include "companion/doctor/StoreProblems.h"
+#include "companion/start/FirstChoices.h"
 #include "platform/Application.h"
 #include "platform/Folders.h"
 #include "platform/PreferenceStore.h"
+#include "platform/Session.h"
 #include "platform/SystemLog.h"
 #include "posix/MountTable.h"
 #include "settings/PreferenceTable.h"
@@ -41,7 +43,12 @@ CompanionParts::~CompanionParts() { endHistory(); }
 
 bool CompanionParts::endHistory() {
   constexpr std::chrono::seconds atMost(5);
-  return !std::exchange(isHistoryWritten, false) || historyWriter.end(atMost);
+  if (!std::exchange(isHistoryWritten, false)) {
+    return true;
+  }
+  const bool hasEnded = historyWriter.end(atMost);
+  desktop.distributedNotificationCenter.post(historyHasChanged, "Vantrel");
+  return hasEnded;
 }
 
 void CompanionParts::entered(std::size_t changes) {
@@ -90,6 +97,13 @@ DoctorServices CompanionParts::doctorServices() {
     return quarantineProblemOf(preferences, desktop.localizedStrings, desktop.systemLog);
   };
   return services;
+}
+
+std::string CompanionParts::makeEngine(const std::string& engine) {
+  std::string problem;
+  desktop.application.waitKeepingDesktopAlive(
+      [&] { problem = makeEngineTree(desktop.folders.resourceFolder(), engine); });
+  return problem;
 }
 
 KeptScans& CompanionParts::keepScans(ScanSource source) {

@@ -24,6 +24,9 @@
 
 namespace quillo {
 
+// Sent when another program than the agent has entered scans in the history.
+inline constexpr const char* historyHasChanged = "VantrelHistoryHasChanged";
+
 // What pages and commands share.
 struct CompanionParts {
   explicit CompanionParts(const CompanionDesktop& services);
@@ -37,13 +40,17 @@ struct CompanionParts {
   QuarantineServices quarantineServices();
   // As they are for this look: the preferences have been read for it. Main thread.
   DoctorServices doctorServices();
+  // Makes an engine tree in that folder; takes seconds, in which the desktop stays alive. Returns
+  // "", or why there is none. Main thread.
+  std::string makeEngine(const std::string& engine);
   // Keeps scans of that kind in the history, which is written from now on until the end. Throws
   // std::system_error when the system has no thread for that.
   KeptScans& keepScans(ScanSource source);
   // Has it entered in the history; without a thread for that it is not.
   void enter(HistoryChange change);
-  // Has what was found a moment ago entered, too; waits some seconds for that at most. Returns
-  // false while the thread that does it still runs, which needs this object.
+  // Has what was found a moment ago entered, too; waits some seconds for that at most, and lets the
+  // window know if there is one. Returns false while the thread that does it still runs, which
+  // needs this object.
   bool endHistory();
 
   // Has historyChanged() called, if there are any. Any thread.

@@ -22,13 +22,6 @@
 namespace quillo {
 namespace {
 
-std::string makeEngine(const CompanionDesktop& desktop, const std::string& engine) {
-  std::string problem;
-  desktop.application.waitKeepingDesktopAlive(
-      [&] { problem = makeEngineTree(desktop.folders.resourceFolder(), engine); });
-  return problem;
-}
-
 // One that runs without preferences looks for them when it is to watch.
 bool startAgent(CompanionParts& parts) {
   parts.preferenceChanges.lookAgain();
@@ -43,9 +36,7 @@ struct FirstStart {
   FirstStart(CompanionParts& parts, MainWindow& window, Page& its)
       : selfTest(parts, false),
         choices({parts.desktop.folders, parts.desktop.preferenceStore,
-                 [&desktop = parts.desktop](const std::string& engine) {
-                   return makeEngine(desktop, engine);
-                 }}),
+                 [&parts](const std::string& engine) { return parts.makeEngine(engine); }}),
         definitions({parts.desktop.agentLink, parts.desktop.clock, parts.definitionUpdate,
                      parts.desktop.localizedStrings, parts.preferences}),
         page(its, window,

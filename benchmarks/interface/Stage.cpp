@@ -59,6 +59,7 @@ void Stage::installAgent(const std::string& build) {
   fs::create_directories(root_ + "/bin");
   fs::create_directories(root_ + "/lib");
   fs::copy(build + "/vantrel-quillo", root_ + "/bin/vantrel-quillo");
+  fs::copy(build + "/vantrel", root_ + "/bin/vantrel");
   const std::string resources = root_ + "/lib/vantrel-quillo";
   fs::copy(build + "/resources", resources, fs::copy_options::recursive);
   fs::remove(resources + "/gfslogger");
@@ -136,6 +137,19 @@ void Stage::stopAgent() {
   agent_->terminate();
   agent_->waitUntilExit();
   agent_.reset();
+}
+
+Milliseconds Stage::startWindow(const std::string& page, const std::string& title) {
+  const Milliseconds begin = now();
+  const auto window = session_.startCommand({root_ + "/bin/vantrel", "--page", page});
+  if (!session_.screen().eventually(
+          [&] { return session_.screen().countWindows(title + " – Vantrel") == 1; })) {
+    throw std::runtime_error("the window does not come up");
+  }
+  const Milliseconds taken = now() - begin;
+  window->terminate();
+  window->waitUntilExit();
+  return taken;
 }
 
 void Stage::changeFiles(int count) {

@@ -27,6 +27,9 @@ class Stage {
   Milliseconds startAgent();
   void awaitWatching();
   void stopAgent();
+  // Starts the main application at that page and waits until its window, of that title, is on the
+  // screen; returns how long that took. It has ended when this returns.
+  Milliseconds startWindow(const std::string& page, const std::string& title);
 
   // What the engine does with files: "clean", "infected" or "hang".
   void setEngine(const std::string& behaviour);

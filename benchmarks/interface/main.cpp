@@ -1,6 +1,6 @@
 // Measures what the agent's interface costs and how quickly it answers, on a desktop of its own.
 //
-//   interface_bench BUILD-FOLDER [start] [idle] [scan] [dock] [answers]
+//   interface_bench BUILD-FOLDER [start] [window] [idle] [scan] [dock] [answers]
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -39,6 +39,18 @@ void measureStart(Stage& stage) {
   }
   stage.setLoadSeconds(0);
   print("start to icon in the panel, engine loading (150)", times, "ms");
+}
+
+void measureWindow(Stage& stage) {
+  const auto measure = [&](const std::string& page, const std::string& title) {
+    std::vector<double> times;
+    for (int number = 0; number < starts; ++number) {
+      times.push_back(stage.startWindow(page, title).count());
+    }
+    print("start of the main application to its window, page " + page + " (400)", times, "ms");
+  };
+  measure("overview", "Overview");
+  measure("settings", "Settings");
 }
 
 void measureIdle(Stage& stage) {
@@ -145,6 +157,9 @@ void run(const std::string& buildFolder, const std::set<std::string>& parts) {
   if (wanted("start")) {
     measureStart(stage);
   }
+  if (wanted("window")) {
+    measureWindow(stage);
+  }
   if (wanted("idle")) {
     measureIdle(stage);
   }
@@ -165,7 +180,8 @@ void run(const std::string& buildFolder, const std::set<std::string>& parts) {
 int main(int argc, char** argv) {
   if (argc < 2) {
     std::fprintf(stderr,
-                 "usage: interface_bench BUILD-FOLDER [start] [idle] [scan] [dock] [answers]\n");
+                 "usage: interface_bench BUILD-FOLDER [start] [window] [idle] [scan] [dock] "
+                 "[answers]\n");
     return 2;
   }
   try {

@@ -16,6 +16,14 @@ bool isRefused(Doubt doubt) {
   return doubt == Doubt::empty || doubt == Doubt::notCompiled || doubt == Doubt::notText;
 }
 
+// What it does once it is in the list.
+Wording effectOf(const ExcludePattern& pattern) {
+  return {!pattern.isEnabled ? "FOLDERS_PATTERN_NOT_IN_USE"
+          : pattern.isRegEx  ? "FOLDERS_EXPRESSION_ADDED"
+                             : "FOLDERS_PATTERN_ADDED",
+          {pattern.text}};
+}
+
 }  // namespace
 
 ExclusionList::ExclusionList(Page& page, MainWindow& window, const Services& services)
@@ -138,11 +146,11 @@ void ExclusionList::add(const ExcludePattern& pattern) {
     return;
   }
   askIfNeeded(pattern, [this, pattern] {
-    const Wording problem = services_.exclusions.addExclusion(pattern);
+    const Wording problem = services_.exclusions.addExclusions({pattern});
     if (problem.empty()) {
       page_.setText("pattern", "");
     }
-    services_.report(problem);
+    services_.report(problem.empty() ? effectOf(pattern) : problem);
   });
 }
 

@@ -31,7 +31,7 @@ class ExclusionList {
   struct Services {
     Exclusions& exclusions;
     LocalizedStrings& localizedStrings;
-    // Shows how a change went, in words; nothing when it went well.
+    // Shows how a change went, in words; nothing when there is nothing to say.
     std::function<void(const Wording&)> report;
   };
 

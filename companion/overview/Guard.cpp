@@ -35,6 +35,9 @@ Guard ofState(const std::string& state) {
 
 // Whatever keeps files that are watched from being scanned, or malware from being found.
 std::optional<Guard> ofObstacle(const AgentStatus& status) {
+  if (status.attention == "engineFails") {
+    return notGuarded("GUARD_ENGINE_FAILS", Remedy::startWatching);
+  }
   if (status.attention == "helperFails") {
     return notGuarded("GUARD_HELPER_FAILS", Remedy::startWatching);
   }
@@ -123,8 +126,11 @@ Guard judgeGuard(AgentPresence presence, const std::optional<AgentStatus>& statu
             {"GUARD_UNKNOWN"},
             {"GUARD_NEWER_AGENT", {status->program, projectVersion}}};
   }
+  if (status->attention == "noPreferences") {
+    return notGuarded("GUARD_NO_PREFERENCES", Remedy::setUp);
+  }
   if (status->attention == "noEngine") {
-    return notGuarded("GUARD_NO_ENGINE", Remedy::installEngine);
+    return notGuarded("GUARD_NO_ENGINE", Remedy::setUpEngine);
   }
   if (status->state != "watching") {
     return ofState(status->state);
@@ -132,6 +138,43 @@ Guard judgeGuard(AgentPresence presence, const std::optional<AgentStatus>& statu
   const AgentStatus there = withoutMissingFolders(*status);
   const std::optional<Guard> obstacle = ofObstacle(there);
   return obstacle ? *obstacle : ofWatching(there, strings, now);
+}
+
+std::string watchingStateOf(AgentPresence presence, const std::optional<AgentStatus>& status,
+                            LocalizedStrings& strings) {
+  if (presence == AgentPresence::absent) {
+    return "none";
+  }
+  const Guard guard = judgeGuard(presence, status, strings, {});
+  if (!status || guard.sign == Guard::Sign::unknown) {
+    return "unknown";
+  }
+  if (status->state != "watching") {
+    return status->state;
+  }
+  if (guard.sign != Guard::Sign::notGuarded) {
+    return {};
+  }
+  return status->attention.empty() ? "missingFolders" : status->attention;
+}
+
+AgentStatus withVanishedFolders(AgentStatus status,
+                                const std::function<bool(const std::string& path)>& isGone) {
+  bool hasVanished = false;
+  for (const std::string& watched : status.watchedFolders) {
+    const auto isWatched = [&watched](const std::string& missing) {
+      return withoutSlash(missing) == withoutSlash(watched);
+    };
+    if (isGone(watched) &&
+        std::none_of(status.missingFolders.begin(), status.missingFolders.end(), isWatched)) {
+      status.missingFolders.emplace_back(withoutSlash(watched));
+      hasVanished = true;
+    }
+  }
+  if (hasVanished && (status.attention.empty() || status.attention == "gaps")) {
+    status.attention = "missingFolders";
+  }
+  return status;
 }
 
 }  // namespace quillo

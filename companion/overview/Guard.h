@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
+#include <string>
 
 #include "platform/AgentLink.h"
 #include "platform/LocalizedStrings.h"
@@ -24,7 +26,8 @@ struct Guard {
     startWatching,
     restartAgent,
     updateDefinitions,
-    installEngine,
+    setUp,
+    setUpEngine,
     chooseFolders,
     showFolders
   };
@@ -38,5 +41,16 @@ struct Guard {
 // `presence` says what it means where there is no status. Any thread.
 Guard judgeGuard(AgentPresence presence, const std::optional<AgentStatus>& status,
                  LocalizedStrings& strings, std::chrono::system_clock::time_point now);
+
+// Returns "" while what lies in a guarded folder is scanned when it changes, "none" where no agent
+// runs, "unknown" where that cannot be told, else the agent's state, or what keeps it from
+// guarding. Any thread.
+std::string watchingStateOf(AgentPresence presence, const std::optional<AgentStatus>& status,
+                            LocalizedStrings& strings);
+
+// Has those of the watched folders that are gone by now among the missing ones as well: the agent
+// looks after them every few minutes only. Any thread.
+AgentStatus withVanishedFolders(AgentStatus status,
+                                const std::function<bool(const std::string& path)>& isGone);
 
 }  // namespace quillo

@@ -56,8 +56,10 @@ const char* buttonKeyOf(Guard::Remedy remedy) {
       return "OVERVIEW_MEND_RESTART_AGENT";
     case Guard::Remedy::updateDefinitions:
       return "OVERVIEW_MEND_UPDATE";
-    case Guard::Remedy::installEngine:
-      return "OVERVIEW_MEND_INSTALL";
+    case Guard::Remedy::setUp:
+      return "OVERVIEW_MEND_SET_UP";
+    case Guard::Remedy::setUpEngine:
+      return "OVERVIEW_MEND_SET_UP_ENGINE";
     case Guard::Remedy::chooseFolders:
       return "OVERVIEW_MEND_CHOOSE_FOLDERS";
     case Guard::Remedy::showFolders:
@@ -154,6 +156,9 @@ std::string OverviewPage::reason() const {
   if (guard_.remedy == Guard::Remedy::startAgent && !start.problem.empty()) {
     return Wording{"OVERVIEW_START_FAILED", {start.problem}}.in(services_.strings);
   }
+  if (guard_.remedy == Guard::Remedy::setUpEngine && !engineProblem_.empty()) {
+    return engineProblem_.in(services_.strings);
+  }
   return guard_.reason.empty() ? "" : guard_.reason.in(services_.strings);
 }
 
@@ -204,8 +209,11 @@ void OverviewPage::mend() {
     case Guard::Remedy::updateDefinitions:
       services_.update.start();
       break;
-    case Guard::Remedy::installEngine:
-      window_.show("help");
+    case Guard::Remedy::setUp:
+      window_.show("start");
+      break;
+    case Guard::Remedy::setUpEngine:
+      setUpEngine();
       break;
     case Guard::Remedy::chooseFolders:
     case Guard::Remedy::showFolders:
@@ -223,6 +231,14 @@ void OverviewPage::startAgent() {
   } else {
     showIfAny(page_, "reason", text("OVERVIEW_CANNOT_START"));
   }
+}
+
+// Takes seconds, in which the window answers.
+void OverviewPage::setUpEngine() {
+  page_.setEnabled("mendButton", false);
+  engineProblem_ = services_.setUpEngine();
+  showGuard();
+  showUpdate();
 }
 
 void OverviewPage::restartAgent() {

@@ -27,6 +27,9 @@ struct OverviewServices {
   DistributedNotificationCenter& notifications;
   const TypedPreferences& preferences;
   RecentCounts& counts;
+  // Makes an engine of what is installed and has the agent use it, in seconds, while the desktop
+  // stays alive. Returns what went wrong.
+  std::function<Wording()> setUpEngine;
   // Closes the window, once that was allowed.
   std::function<void()> closeWindow = {};
 };
@@ -51,6 +54,7 @@ class OverviewPage {
   std::string reason() const;
   void mend();
   void startAgent();
+  void setUpEngine();
   void restartAgent();
   void agentChanged();
   std::string text(const std::string& key) const;
@@ -66,6 +70,7 @@ class OverviewPage {
   // The agent was asked to end, and is started again as soon as it has.
   bool startsOnceGone_ = false;
   bool isAsking_ = false;
+  Wording engineProblem_;
 };
 
 }  // namespace quillo

@@ -94,7 +94,9 @@ json documentOf(const AgentStatus& status) {
           {"updating", status.updating},
           {"engine", reportedText(status.engine)},
           {"verdicts", status.verdicts},
-          {"historyProblem", reportedText(status.historyProblem)}};
+          {"historyProblem", reportedText(status.historyProblem)},
+          {"foundRecently", status.foundRecently},
+          {"notScannedRecently", status.notScannedRecently}};
 }
 
 void printDocument(std::ostream& out, const Answer& answer, LocalizedStrings& strings) {
@@ -145,6 +147,9 @@ Answer ask(const StatusCommandServices& services) {
   const std::string problem = services.agent.refresh();
   Answer answer;
   answer.status = services.agent.status();
+  if (answer.status) {
+    answer.status = withVanishedFolders(*answer.status, services.isGone);
+  }
   const AgentPresence presence = services.agent.presence();
   const bool isTold = problem.empty() || presence == AgentPresence::beginning;
   answer.guard = isTold ? judgeGuard(presence, answer.status, services.strings, now)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ struct StatusCommandServices {
   LocalizedStrings& strings;
   const TypedPreferences& preferences;
   RecentCounts& counts;
+  // Returns true when nothing is at that path, not when its user may not look there.
+  std::function<bool(const std::string& path)> isGone;
 };
 
 // `vantrel status [--json]`: says whether its user is guarded, in one sentence, then the facts.

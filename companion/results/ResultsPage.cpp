@@ -46,21 +46,6 @@ const std::string& placeOf(const HistoryResult& result) {
   return isAway ? result.detail : result.path;
 }
 
-// Returns where the results of those rows stand by now; none of too many.
-std::vector<std::size_t> rowsAgain(const std::vector<std::size_t>& rows,
-                                   const HistorySelection& before, const HistorySelection& now) {
-  std::vector<std::size_t> again;
-  if (rows.size() > ResultsPage::mostScannedAgain) {
-    return again;
-  }
-  for (const std::size_t row : rows) {
-    if (const auto found = row < before.count() ? now.rowOf(before.id(row)) : std::nullopt) {
-      again.push_back(*found);
-    }
-  }
-  return again;
-}
-
 // What was moved is put back, and allowed by that.
 bool canBeAllowed(const HistoryResult& result) {
   return result.kind == HistoryResult::Kind::found &&
@@ -69,40 +54,6 @@ bool canBeAllowed(const HistoryResult& result) {
 }
 
 }  // namespace
-
-// The chosen results, read as they are shown: those around the row that is asked for.
-class ResultsTable final : public TableRows {
- public:
-  ResultsTable(const std::string& folder, ResultsWords words)
-      : reader_(folder), words_(std::move(words)) {}
-
-  HistoryReader& reader() { return reader_; }
-  const HistorySelection& selection() const { return selection_; }
-  void choose(HistorySelection selection) {
-    selection_ = std::move(selection);
-    block_.clear();
-  }
-  std::size_t count() override { return selection_.count(); }
-  Row row(std::size_t row) override { return words_.row(result(row)); }
-
-  const HistoryResult& result(std::size_t row) {
-    if (row < first_ || row >= first_ + block_.size()) {
-      first_ = row - row % rowsOfBlock;
-      block_ = reader_.rows(selection_, first_, rowsOfBlock);
-    }
-    static const HistoryResult gone;
-    return row - first_ < block_.size() ? block_[row - first_] : gone;
-  }
-
- private:
-  static constexpr std::size_t rowsOfBlock = 256;
-
-  HistoryReader reader_;
-  const ResultsWords words_;
-  HistorySelection selection_;
-  std::size_t first_ = 0;
-  std::vector<HistoryResult> block_;
-};
 
 std::string expressionOfFile(const std::string& path) {
   std::string expression = "^";
@@ -120,28 +71,37 @@ ResultsPage::ResultsPage(Page& page, MainWindow& window, const ResultsServices& 
       window_(window),
       services_(services),
       words_(services.strings, services.home),
-      table_(std::make_shared<ResultsTable>(services.historyFolder, words_)),
+      reader_(std::make_shared<HistoryReader>(services.historyFolder)),
+      table_(std::make_shared<ReadRows<HistoryResult>>(
+          [reader = reader_](const HistorySelection& selection, std::size_t row,
+                             std::size_t count) { return reader->rows(selection, row, count); },
+          [words = words_](const HistoryResult& result) { return words.row(result); })),
+      scans_(page, reader_, words_, [this](const ScanRun& run) { showFilesOf(run); }),
       search_(services.historyFolder, services.application, services.threads) {
-  page_.setChoices("kind",
-                   {words_.text("RESULTS_KIND_ALL"), words_.text("RESULTS_KIND_FOUND"),
-                    words_.text("RESULTS_KIND_NOT_SCANNED")},
-                   0);
+  showKinds();
   page_.setChoices("period",
                    {words_.text("RESULTS_PERIOD_ALL"), words_.text("RESULTS_PERIOD_DAY"),
                     words_.text("RESULTS_PERIOD_WEEK"), words_.text("RESULTS_PERIOD_MONTH"),
                     words_.text("RESULTS_PERIOD_YEAR")},
                    0);
   page_.setRows(results, words_.resultTitles(), table_);
+  connect();
+  say("");
+  showView();
+}
+
+void ResultsPage::connect() {
   for (const char* const widget : {"search", "kind", "period"}) {
     page_.onAction(widget, [this] {
       say("");
       historyChanged();
     });
   }
-  page_.onAction("showBusy", [this] {
-    say("");
-    showView();
-  });
+  page_.onAction("showScans",
+                 [this] { turnTo(page_.isChecked("showScans") ? View::scans : View::files); });
+  page_.onAction("showBusy",
+                 [this] { turnTo(page_.isChecked("showBusy") ? View::busy : View::files); });
+  page_.onAction("allResults", [this] { showAllResults(); });
   page_.onAction("byDay", [this] { showBusy(); });
   page_.onSelection(results, [this] { showButtons(); });
   page_.onAction(results, [this] { openFolder(); });
@@ -150,24 +110,62 @@ ResultsPage::ResultsPage(Page& page, MainWindow& window, const ResultsServices& 
   page_.onAction("exclude", [this] { askToExclude(); });
   page_.onAction("allow", [this] { askToAllow(); });
   page_.onAction("showQuarantine", [this] { window_.show("quarantine"); });
+}
+
+void ResultsPage::showKinds() {
+  page_.setChoices("kind",
+                   {words_.text("RESULTS_KIND_ALL"), words_.text("RESULTS_KIND_FOUND"),
+                    words_.text("RESULTS_KIND_NOT_SCANNED")},
+                   0);
+}
+
+ResultsPage::View ResultsPage::view() const {
+  return page_.isChecked("showScans")  ? View::scans
+         : page_.isChecked("showBusy") ? View::busy
+                                       : View::files;
+}
+
+void ResultsPage::turnTo(View view) {
+  page_.setChecked("showScans", view == View::scans);
+  page_.setChecked("showBusy", view == View::busy);
   say("");
   showView();
 }
 
-bool ResultsPage::showsBusy() const { return page_.isChecked("showBusy"); }
-
 void ResultsPage::showView() {
-  const bool isBusy = showsBusy();
-  page_.setVisible("resultsBox", !isBusy);
-  page_.setVisible("busyBox", isBusy);
-  page_.setEnabled("search", !isBusy);
-  page_.setEnabled("kind", !isBusy);
+  const View shown = view();
+  page_.setVisible("resultsBox", shown == View::files);
+  page_.setVisible("scansBox", shown == View::scans);
+  page_.setVisible("busyBox", shown == View::busy);
+  page_.setEnabled("search", shown == View::files);
+  page_.setEnabled("kind", shown == View::files);
+  const bool isOfScan = run_ != 0 && shown == View::files;
+  page_.setVisible("ofScan", isOfScan);
+  page_.setVisible("allResults", isOfScan);
   historyChanged();
 }
 
-WallTime ResultsPage::since() const {
+// Those of the time that is chosen: what was chosen besides could not be seen beside the scans.
+void ResultsPage::showFilesOf(const ScanRun& run) {
+  run_ = run.id;
+  page_.setText("ofScan", words_.ofScan(run));
+  page_.setText("search", "");
+  showKinds();
+  turnTo(View::files);
+  page_.focus(results);
+}
+
+void ResultsPage::showAllResults() {
+  run_ = 0;
+  turnTo(View::files);
+  page_.focus(results);
+}
+
+std::optional<WallTime> ResultsPage::since() const {
   const std::size_t chosen = std::min(page_.choice("period"), daysOfPeriod.size() - 1);
-  return services_.clock.wallTime() - std::chrono::hours(24 * daysOfPeriod[chosen]);
+  return chosen == 0 ? std::nullopt
+                     : std::optional(services_.clock.wallTime() -
+                                     std::chrono::hours(24 * daysOfPeriod[chosen]));
 }
 
 HistoryFilter ResultsPage::filter() const {
@@ -183,39 +181,55 @@ HistoryFilter ResultsPage::filter() const {
     default:
       break;
   }
-  if (page_.choice("period") > 0) {
-    wanted.since = since();
-  }
+  wanted.since = since();
+  wanted.run = run_;
   return wanted;
 }
 
 void ResultsPage::historyChanged() {
-  table_->reader().open();
-  if (!isReadable(table_->reader().state(), table_->reader().reason())) {
+  reader_->open();
+  if (!isReadable(reader_->state(), reader_->reason())) {
     return;
   }
-  showsBusy() ? showBusy() : choose();
+  switch (view()) {
+    case View::files:
+      choose();
+      break;
+    case View::scans:
+      search_.giveUp();
+      showScans();
+      break;
+    case View::busy:
+      search_.giveUp();
+      showBusy();
+      break;
+  }
 }
 
 // Says why it is not. What is damaged may show only when that part is read.
 bool ResultsPage::isReadable(HistoryReader::State state, const std::string& reason) {
   const std::string problem = words_.problem(state, reason);
   if (!problem.empty()) {
-    search_.giveUp();
-    show({});
-    page_.setRows(busy, words_.busyTitles(),
-                  std::make_shared<BusyRows>(std::vector<BusyFolder>(), words_));
+    clear();
     page_.setText("summary", problem);
   }
   return problem.empty();
+}
+
+void ResultsPage::clear() {
+  search_.giveUp();
+  show({});
+  scans_.clear();
+  page_.setRows(busy, words_.busyTitles(),
+                std::make_shared<BusyRows>(std::vector<BusyFolder>(), words_));
 }
 
 void ResultsPage::choose() {
   const HistoryFilter wanted = filter();
   if (wanted.isEmpty()) {
     search_.giveUp();
-    const HistorySelection all = table_->reader().select(wanted);
-    if (isReadable(table_->reader().state(), table_->reader().reason())) {
+    const HistorySelection all = reader_->select(wanted);
+    if (isReadable(reader_->state(), reader_->reason())) {
       show(all);
     }
     return;
@@ -229,25 +243,36 @@ void ResultsPage::choose() {
 }
 
 void ResultsPage::show(const HistorySelection& selection) {
-  const HistorySelection before = table_->selection();
-  const std::vector<std::size_t> chosen = page_.selectedRows(results);
-  table_->choose(selection);
-  page_.rowsChanged(results);
-  page_.selectRows(results, rowsAgain(chosen, before, selection));
+  showOthers(page_, results, *table_, selection, mostScannedAgain);
   page_.setText("summary", selection.count() > 0
                                ? words_.counted("RESULTS_COUNT", selection.count())
-                           : filter().isEmpty() ? words_.none(table_->reader().beginning())
-                                                : words_.text("RESULTS_NONE_MATCH"));
+                               : wordsOfNone());
   showButtons();
 }
 
+std::string ResultsPage::wordsOfNone() const {
+  const HistoryFilter wanted = filter();
+  if (wanted.isEmpty()) {
+    return words_.none(reader_->beginning());
+  }
+  const bool isOfScanAlone = wanted == HistoryFilter{.run = run_} && run_ != 0;
+  return words_.text(isOfScanAlone ? "RESULTS_NONE_OF_SCAN" : "RESULTS_NONE_MATCH");
+}
+
+void ResultsPage::showScans() {
+  const std::string summary = scans_.show(since());
+  if (isReadable(reader_->state(), reader_->reason())) {
+    page_.setText("summary", summary);
+  }
+}
+
 void ResultsPage::showBusy() {
-  const CalendarDay day = page_.choice("period") > 0 ? calendarDayOf(since()) : 0;
-  HistoryReader& reader = table_->reader();
+  const std::optional<WallTime> from = since();
+  const CalendarDay day = from ? calendarDayOf(*from) : 0;
   std::vector<BusyFolder> folders = page_.isChecked("byDay")
-                                        ? reader.busyFolders(day, mostBusyFolders)
-                                        : reader.busiestFolders(day, mostBusyFolders);
-  if (!isReadable(reader.state(), reader.reason())) {
+                                        ? reader_->busyFolders(day, mostBusyFolders)
+                                        : reader_->busiestFolders(day, mostBusyFolders);
+  if (!isReadable(reader_->state(), reader_->reason())) {
     return;
   }
   page_.setText("summary", folders.empty() ? words_.text("RESULTS_BUSY_NONE")
@@ -268,7 +293,7 @@ void ResultsPage::showButtons() {
 std::vector<HistoryResult> ResultsPage::selected() const {
   std::vector<HistoryResult> all;
   for (const std::size_t row : page_.selectedRows(results)) {
-    const HistoryResult& result = table_->result(row);
+    const HistoryResult& result = table_->entry(row);
     if (!result.path.empty()) {
       all.push_back(result);
     }

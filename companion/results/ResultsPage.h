@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "companion/results/HistorySearch.h"
+#include "companion/results/ReadRows.h"
 #include "companion/results/ResultsWords.h"
+#include "companion/results/ScansView.h"
 #include "history/HistoryReader.h"
 
 namespace quillo {
@@ -17,7 +19,6 @@ class Clock;
 class LocalizedStrings;
 class MainWindow;
 class Page;
-class ResultsTable;
 class ThreadStarter;
 class Workspace;
 
@@ -41,9 +42,11 @@ struct ResultsServices {
 
 // The page "results": what was found and what could not be scanned (`results`, narrowed down by
 // `search`, `kind` and `period`, with `openFolder`, `scanAgain`, `exclude`, `allow` for a find in
-// its place and `showQuarantine` for one that was moved there), and, while `showBusy` stays down,
-// where much was scanned (`busy`, for each day while `byDay` is checked). `summary` says how many
-// rows there are, or why there are none; `notice` how an action went. Main thread.
+// its place and `showQuarantine` for one that was moved there), perhaps of one scan alone (`ofScan`
+// says of which, and `allResults` ends that); while `showScans` stays down, the scans by hand and
+// planned ones (ScansView); and, while `showBusy` does, where much was scanned (`busy`, for each
+// day while `byDay` is checked). `summary` says how many rows there are, or why there are none;
+// `notice` how an action went. Main thread.
 class ResultsPage {
  public:
   // More files than that are not scanned again at once.
@@ -56,11 +59,22 @@ class ResultsPage {
   void historyChanged();
 
  private:
+  enum class View { files, scans, busy };
+
+  void connect();
   HistoryFilter filter() const;
-  WallTime since() const;
-  bool showsBusy() const;
+  // Nothing for any time.
+  std::optional<WallTime> since() const;
+  View view() const;
+  void turnTo(View view);
   void showView();
   bool isReadable(HistoryReader::State state, const std::string& reason);
+  void showKinds();
+  void showFilesOf(const ScanRun& run);
+  void showAllResults();
+  void clear();
+  std::string wordsOfNone() const;
+  void showScans();
   void choose();
   void show(const HistorySelection& selection);
   void showBusy();
@@ -76,8 +90,12 @@ class ResultsPage {
   MainWindow& window_;
   const ResultsServices services_;
   const ResultsWords words_;
-  const std::shared_ptr<ResultsTable> table_;
+  const std::shared_ptr<HistoryReader> reader_;
+  const std::shared_ptr<ReadRows<HistoryResult>> table_;
+  ScansView scans_;
   HistorySearch search_;
+  // The scan whose results alone are shown; 0 for all.
+  std::int64_t run_ = 0;
 };
 
 // Returns the regular expression that matches this file and no other. Pure.

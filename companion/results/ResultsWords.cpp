@@ -1,5 +1,6 @@
 #include "companion/results/ResultsWords.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <ctime>
@@ -13,6 +14,8 @@ namespace quillo {
 namespace {
 
 constexpr std::uint64_t sizeStep = 1000;
+// Of what was scanned; the others are in its report.
+constexpr std::size_t mostPlaces = 3;
 
 using Kind = HistoryResult::Kind;
 using Outcome = HistoryResult::Outcome;
@@ -39,6 +42,34 @@ TableRows::Sign signOf(const HistoryResult& result) {
   const bool isAway = result.outcome == Outcome::quarantined ||
                       result.outcome == Outcome::trashed || result.outcome == Outcome::selfTest;
   return isAway ? TableRows::Sign::good : TableRows::Sign::threat;
+}
+
+const char* keyOf(ScanRun::End end) {
+  switch (end) {
+    case ScanRun::End::whole:
+      return "RESULTS_SCAN_WHOLE";
+    case ScanRun::End::stopped:
+      return "RESULTS_SCAN_STOPPED";
+    case ScanRun::End::noEngine:
+      return "RESULTS_SCAN_NO_ENGINE";
+    case ScanRun::End::noDaemon:
+      return "RESULTS_SCAN_NO_DAEMON";
+    case ScanRun::End::noQuarantine:
+      return "RESULTS_SCAN_NO_QUARANTINE";
+    case ScanRun::End::tooMany:
+      return "RESULTS_SCAN_TOO_MANY";
+    case ScanRun::End::failed:
+      break;
+  }
+  return "RESULTS_SCAN_FAILED";
+}
+
+TableRows::Sign signOf(const ScanRun& run) {
+  if (run.found > 0) {
+    return TableRows::Sign::threat;
+  }
+  const bool isWhole = run.ended && run.end == ScanRun::End::whole && run.notScanned == 0;
+  return isWhole ? TableRows::Sign::good : TableRows::Sign::warning;
 }
 
 }  // namespace
@@ -110,6 +141,61 @@ std::string ResultsWords::done(const HistoryResult& result) const {
       break;
   }
   return text("RESULTS_DONE_UNKNOWN");
+}
+
+std::vector<std::string> ResultsWords::scanTitles() const {
+  return {text("RESULTS_COLUMN_STARTED"),  text("RESULTS_COLUMN_SCANNED"),
+          text("RESULTS_COLUMN_ENDED"),    text("RESULTS_COLUMN_CLEAN"),
+          text("RESULTS_COLUMN_FOUND"),    text("RESULTS_COLUMN_LEFT_OUT"),
+          text("RESULTS_COLUMN_DURATION"), text("RESULTS_COLUMN_SCAN")};
+}
+
+TableRows::Row ResultsWords::row(const ScanRun& run) const {
+  if (run.id == 0) {
+    // Too old to be kept by now.
+    return {std::vector<std::string>(scanTitles().size()), TableRows::Sign::none};
+  }
+  const std::string kind =
+      text(run.source == ScanSource::planned ? "RESULTS_SOURCE_PLANNED" : "RESULTS_SOURCE_BY_HAND");
+  if (!run.ended) {
+    // What it came to is entered at its end.
+    return {
+        {timeIn(run.started), places(run.paths), text("RESULTS_SCAN_NO_END"), "", "", "", "", kind},
+        TableRows::Sign::none};
+  }
+  return {
+      {timeIn(run.started), places(run.paths), text(keyOf(run.end)),
+       run.clean ? numberIn(strings_, *run.clean) : text("RESULTS_SCAN_NOT_COUNTED"),
+       numberIn(strings_, run.found), numberIn(strings_, run.notScanned),
+       duration(std::chrono::duration_cast<std::chrono::seconds>(*run.ended - run.started)), kind},
+      signOf(run)};
+}
+
+std::string ResultsWords::ofScan(const ScanRun& run) const {
+  return Wording{"RESULTS_OF_SCAN", {timeIn(run.started), places(run.paths)}}.in(strings_);
+}
+
+std::string ResultsWords::places(const std::vector<std::string>& paths) const {
+  std::string all;
+  for (std::size_t at = 0; at < std::min(paths.size(), mostPlaces); ++at) {
+    all += (at > 0 ? ", " : "") + place(paths[at]);
+  }
+  return all + (paths.size() > mostPlaces ? ", …" : "");
+}
+
+// None where the clock was set back meanwhile.
+std::string ResultsWords::duration(std::chrono::seconds length) const {
+  constexpr std::int64_t step = 60;
+  const std::int64_t seconds = std::max<std::int64_t>(length.count(), 0);
+  const std::int64_t minutes = seconds / step;
+  const auto words = [this](const char* key, std::int64_t large, std::int64_t small) {
+    return Wording{key, {std::to_string(large), std::to_string(small)}}.in(strings_);
+  };
+  if (minutes == 0) {
+    return Wording{"RESULTS_SECONDS", {std::to_string(seconds)}}.in(strings_);
+  }
+  return minutes < step ? words("RESULTS_MINUTES", minutes, seconds % step)
+                        : words("RESULTS_HOURS", minutes / step, minutes % step);
 }
 
 std::vector<std::string> ResultsWords::busyTitles() const {

@@ -27,6 +27,12 @@ class ResultsWords {
   std::vector<std::string> resultTitles() const;
   // Returns time, file, folder, threat or reason, what was done, and who scanned.
   TableRows::Row row(const HistoryResult& result) const;
+  std::vector<std::string> scanTitles() const;
+  // Returns when it began, what was scanned, how it ended, how many files were clean, found and not
+  // scanned, how long it took, and whose scan it was.
+  TableRows::Row row(const ScanRun& run) const;
+  // Returns which scan the results that are shown are of.
+  std::string ofScan(const ScanRun& run) const;
   std::vector<std::string> busyTitles() const;
   // Returns day, if it has one, folder, number of files and their size.
   TableRows::Row row(const BusyFolder& folder) const;
@@ -38,6 +44,8 @@ class ResultsWords {
  private:
   std::string size(std::uint64_t bytes) const;
   std::string done(const HistoryResult& result) const;
+  std::string places(const std::vector<std::string>& paths) const;
+  std::string duration(std::chrono::seconds length) const;
 
   LocalizedStrings& strings_;
   const std::string home_;

@@ -135,7 +135,7 @@ void FindActions::allow(const std::vector<std::string>& paths) {
     if (problem.empty()) {
       finding->done = ScanFinding::Done::allowed;
     } else {
-      problems += (problems.empty() ? "" : "\n") + reportedText(finding->path) + ": " + problem;
+      problems += (problems.empty() ? "" : "\n") + problem;
     }
   }
   if (!problems.empty()) {

@@ -19,7 +19,8 @@ class AllowedFinds {
  public:
   virtual ~AllowedFinds() = default;
   virtual bool isAllowed(const Verdict& infection) = 0;
-  // Returns "" when it is allowed from now on, else why not, in words for people.
+  // Returns "" when it is allowed from now on, else a sentence for people that names it and says
+  // why not.
   virtual std::string allow(const Verdict& infection) = 0;
 };
 

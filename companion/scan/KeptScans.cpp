@@ -7,6 +7,32 @@
 #include "posix/Text.h"
 
 namespace quillo {
+namespace {
+
+ScanRun::End endOf(const ManualScanResult& result) {
+  using End = ScanRun::End;
+  using Problem = ManualScanResult::Problem;
+  if (result.isStopped) {
+    return End::stopped;
+  }
+  switch (result.problem) {
+    case Problem::none:
+      return End::whole;
+    case Problem::noEngine:
+      return End::noEngine;
+    case Problem::noDaemon:
+      return End::noDaemon;
+    case Problem::noQuarantine:
+      return End::noQuarantine;
+    case Problem::tooMany:
+      return End::tooMany;
+    case Problem::failed:
+      break;
+  }
+  return End::failed;
+}
+
+}  // namespace
 
 namespace {
 
@@ -57,13 +83,13 @@ void KeptScans::runEnded(const ManualScanResult& result) {
     return;
   }
   run_.ended = services_.clock.wallTime();
-  run_.clean = result.clean.value_or(0);
+  run_.clean = result.clean;
   run_.found = result.found;
   run_.notScanned = result.notScanned;
-  run_.wasStopped = result.isStopped;
+  run_.end = endOf(result);
   services_.writer.add(run_);
-  if (run_.clean > 0) {
-    services_.writer.addClean(commonFolderOf(run_.paths), {run_.clean, result.cleanBytes});
+  if (const std::uint64_t clean = result.clean.value_or(0); clean > 0) {
+    services_.writer.addClean(commonFolderOf(run_.paths), {clean, result.cleanBytes});
   }
   recorder_.reset();
 }

@@ -96,10 +96,16 @@ void SelfTest::cancel() {
   }
 }
 
+bool SelfTest::isAbsent(const SelfTestEvidence::Facts& facts) {
+  const bool isSeen = facts.agent != SelfTestEvidence::Agent::absent;
+  looksWithoutAgent_ = isSeen ? 0 : looksWithoutAgent_ + 1;
+  return looksWithoutAgent_ >= looksUntilAbsent;
+}
+
 void SelfTest::awaitAgent(const SelfTestEvidence::Facts& facts) {
   using Agent = SelfTestEvidence::Agent;
   const Clock::Duration waited = clock_.now() - begun_;
-  lacksAgent_ = facts.agent == Agent::absent;
+  lacksAgent_ = isAbsent(facts);
   if (facts.agent == Agent::watching) {
     finish(Step::agent, {"SELFTEST_GUARDED"});
     write(facts);
@@ -159,7 +165,7 @@ void SelfTest::awaitFind(const SelfTestEvidence::Facts& facts) {
     conclude(wordsFor(*find));
   } else if (clock_.now() - begun_ >= longestWay) {
     giveUp();
-  } else if (facts.agent == SelfTestEvidence::Agent::absent) {
+  } else if (isAbsent(facts)) {
     end(Step::found, Outcome::fails, {"SELFTEST_AGENT_LEFT"});
   }
 }
@@ -180,16 +186,18 @@ void SelfTest::conclude(const Wording& found) {
 }
 
 // No find is recorded. What can be said depends on what has become of the file, and on what the
-// agent has counted.
+// agent has counted, which may have been another file: that alone proves nothing.
 void SelfTest::giveUp() {
   const bool isGone = !isInPlace();
-  const bool isCounted = evidence_.facts().verdicts > verdictsBefore_;
-  if (isGone && isCounted) {
-    conclude({"SELFTEST_FOUND_MOVED"});
-  } else if (isGone) {
-    end(Step::found, Outcome::cannotTell, {"SELFTEST_GONE"});
+  const SelfTestEvidence::Facts facts = evidence_.facts();
+  const bool isCounted = facts.verdicts > verdictsBefore_;
+  if (isGone) {
+    end(Step::found, Outcome::cannotTell,
+        {isCounted ? "SELFTEST_GONE_AND_COUNTED" : "SELFTEST_GONE"});
   } else if (isCounted) {
     end(Step::found, Outcome::cannotTell, {"SELFTEST_ONLY_COUNTED"});
+  } else if (facts.filesBeingScanned > 0) {
+    end(Step::found, Outcome::cannotTell, {"SELFTEST_STILL_BUSY"});
   } else if (at(Step::noticed).state == State::done) {
     end(Step::found, Outcome::fails, {"SELFTEST_NOT_FOUND"});
   } else {

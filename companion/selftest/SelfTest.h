@@ -54,6 +54,9 @@ class SelfTest {
   // One that was started a moment ago is not there yet.
   static constexpr Clock::Duration longestAbsence = std::chrono::seconds(30);
   static constexpr Clock::Duration longestWay = std::chrono::minutes(1);
+  // An agent counts as absent after so many looks in a row that did not see it: a bus or a machine
+  // under load may be late with one answer.
+  static constexpr int looksUntilAbsent = 4;
 
   // Looks for what was moved in `moveFolders`, too: the quarantine folder, and where the Trash
   // keeps files and what it knows of them. The others outlive this.
@@ -70,7 +73,8 @@ class SelfTest {
 
   Outcome outcome() const { return outcome_; }
   bool isOver() const { return outcome_ != Outcome::going; }
-  // Returns whether it awaits an agent where none runs, or ended for want of one.
+  // Returns whether it awaits an agent where none runs, or ended for want of one; both after
+  // several looks.
   bool lacksAgent() const { return lacksAgent_; }
   // Returns all steps, in their order.
   const std::vector<Result>& results() const { return results_; }
@@ -83,6 +87,7 @@ class SelfTest {
   void finish(Step step, Wording words);
   void end(Step step, Outcome outcome, Wording words);
   void leaveOthers();
+  bool isAbsent(const SelfTestEvidence::Facts& facts);
   void awaitAgent(const SelfTestEvidence::Facts& facts);
   void write(const SelfTestEvidence::Facts& facts);
   bool writeInto(const std::string& watched);
@@ -102,6 +107,7 @@ class SelfTest {
   std::vector<Result> results_;
   Outcome outcome_ = Outcome::going;
   bool lacksAgent_ = false;
+  int looksWithoutAgent_ = 0;  // in a row
   Clock::Duration begun_{};
   std::int64_t writtenAt_ = 0;
   std::uint64_t verdictsBefore_ = 0;

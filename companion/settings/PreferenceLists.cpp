@@ -241,20 +241,26 @@ Exclusions::Concern Exclusions::concernAbout(const ExcludePattern& pattern) cons
   return {};
 }
 
-Wording Exclusions::addExclusion(const ExcludePattern& pattern) {
+Wording Exclusions::addExclusions(const std::vector<ExcludePattern>& patterns) {
   return changeList(services_, patternList, [&](TomlEditor& editor) {
     TextStore store(editor.values());
     const TypedPreferences typed(store, services_.folders, services_.systemLog);
-    const std::vector<ExcludePattern> known = typed.everyEntry(key::excludePatterns);
-    for (std::size_t index = 0; index < known.size(); ++index) {
-      if (known[index].text == pattern.text && known[index].isRegEx == pattern.isRegEx) {
-        editor.changeEntry(patternList, index, {{"excludeEnabled", {true}}});
-        return;
+    std::vector<ExcludePattern> known = typed.everyEntry(key::excludePatterns);
+    for (const ExcludePattern& pattern : patterns) {
+      const auto same =
+          std::find_if(known.begin(), known.end(), [&pattern](const ExcludePattern& each) {
+            return each.text == pattern.text && each.isRegEx == pattern.isRegEx;
+          });
+      if (same != known.end()) {
+        editor.changeEntry(patternList, static_cast<std::size_t>(same - known.begin()),
+                           {{"excludeEnabled", {pattern.isEnabled || same->isEnabled}}});
+        continue;
       }
+      editor.addEntry(patternList, {{"excludePattern", {pattern.text}},
+                                    {"excludeEnabled", {pattern.isEnabled}},
+                                    {"excludeRegEx", {pattern.isRegEx}}});
+      known.push_back(pattern);
     }
-    editor.addEntry(patternList, {{"excludePattern", {pattern.text}},
-                                  {"excludeEnabled", {pattern.isEnabled}},
-                                  {"excludeRegEx", {pattern.isRegEx}}});
   });
 }
 

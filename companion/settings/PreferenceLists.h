@@ -80,8 +80,9 @@ class Exclusions {
   // Returns them in the user's order, those that are not enabled as well.
   std::vector<ExcludePattern> all() const;
   Concern concernAbout(const ExcludePattern& pattern) const;
-  // Does nothing for one that is in the list and enabled.
-  Wording addExclusion(const ExcludePattern& pattern);
+  // Adds all of them in one change, or none; one that is in the list already is put into
+  // use, if it is to be.
+  Wording addExclusions(const std::vector<ExcludePattern>& patterns);
   Wording change(const ExcludePattern& shown, std::size_t index, const ExcludePattern& to);
   Wording remove(const ExcludePattern& shown, std::size_t index);
 

@@ -36,6 +36,8 @@ AgentStatus watchingStatus() {
   status.engine = "/home/anna/engine";
   status.verdicts = 3;
   status.historyProblem = "the disk is full";
+  status.foundRecently = 3;
+  status.notScannedRecently = 5'000'000'000;
   return status;
 }
 

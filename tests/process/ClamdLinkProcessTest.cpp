@@ -104,7 +104,7 @@ TEST_F(ClamdLaunch, ThrowsForAProgramThatIsMissingOrCannotBeRun) {
 
 TEST_F(ClamdLaunch, RecoversWithTheKnownPathsAndNothingElse) {
   link.setDaemonPaths(daemon("exit 1"), "/etc/my.conf");
-  link.recoverFromCrashedClamd();
+  EXPECT_FALSE(link.recoverFromCrashedClamd());
   EXPECT_EQ(contentsOfFile(notes()), Arguments("-c\n/etc/my.conf\n"));
   EXPECT_EQ(link.clamdSocket(), std::nullopt);
   EXPECT_TRUE(log.lines().empty());
@@ -122,7 +122,7 @@ TEST_F(ClamdLaunch, RecoversWithTheInstallationsProgramWhenTheKnownOneFails) {
   owner.root = folder.path();
   daemon("exit 0");
   link.setDaemonPaths("/bin/false", "/etc/my.conf");
-  link.recoverFromCrashedClamd();
+  EXPECT_TRUE(link.recoverFromCrashedClamd());
   EXPECT_EQ(contentsOfFile(notes()), Arguments("-c\n" + folder.path() + "/etc/clamd.conf\n"));
 }
 
@@ -160,7 +160,7 @@ TEST_F(ClamdLaunch, RelaunchesADaemonThatTakesNoPing) {
   link.setDaemonPaths(daemon("exit 0"), folder.write("my.conf", "LocalSocket /nonexistent/s\n"));
   link.discernClamdSocketLocation();
   StdoutCapture quiet;
-  link.recoverUnreachableClamd();
+  EXPECT_TRUE(link.recoverUnreachableClamd());
   EXPECT_TRUE(fileExists(notes()));
 }
 

@@ -125,6 +125,16 @@ TEST_F(WatcherAndHelper, PauseAfterTenRestartsAndSayOnceWhatIsWrong) {
   EXPECT_TRUE(owner.paths().empty());
 }
 
+TEST_F(WatcherAndHelper, LeadByAButtonToWhatMends) {
+  start("exit 3");
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  const auto buttons = owner.buttons();
+  ASSERT_EQ(buttons.size(), 1U);
+  EXPECT_EQ(buttons[0].title, "<NOTIFICATION_VANTREL>");
+  buttons[0].press();
+  EXPECT_EQ(owner.calls().back(), "show what mends");
+}
+
 TEST_F(WatcherAndHelper, TakeWhatTheySaidOfItBackOnceItReportsAChange) {
   owner.watch("/w/", true);
   start("if [ -e \"${0%/*}/mended\" ]; then echo /w/one; read line < \"$go\"; fi; exit 3");

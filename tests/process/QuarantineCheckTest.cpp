@@ -24,12 +24,14 @@ using Check = QuarantineRecord::Check;
 
 struct Notices final : public Notifier {
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t, const std::string& description,
-                                                 const NotificationDetails&) override {
+                                                 const NotificationDetails& details) override {
     shown.push_back(description);
+    buttons = details.buttons;
     return true;
   }
   void withdraw(const std::string&) override {}
   std::vector<std::string> shown;
+  std::vector<NotificationButton> buttons;  // of the last one
 };
 
 // The daemon judges by what a file holds: "infected..." is infected, "error..." cannot be scanned.
@@ -116,6 +118,19 @@ TEST_F(QuarantineChecks, EndAScannerThatSaysNothingAnyMore) {
   const auto result = checkQuarantine(store, stuck, store.list().files, {}, care);
   EXPECT_EQ(result.problem, "the scanner said nothing any more and was ended");
   EXPECT_EQ(checkOf("a"), Check::never);
+}
+
+TEST_F(QuarantineChecks, LeadToTheQuarantineByAButton) {
+  quarantined("a", "clean");
+  int timesShown = 0;
+  QuarantineRecheck leading({clock, strings, notices, log, threads, [this] { return folder; },
+                             [this] { return tree.program(); }, nullptr,
+                             [&timesShown] { ++timesShown; }});
+  EXPECT_TRUE(leading.check(*loaded(5).built));
+  ASSERT_EQ(notices.buttons.size(), 1U);
+  EXPECT_EQ(notices.buttons[0].title, "<NOTIFICATION_QUARANTINE>");
+  notices.buttons[0].press();
+  EXPECT_EQ(timesShown, 1);
 }
 
 TEST_F(QuarantineChecks, EndWithTheAgent) {

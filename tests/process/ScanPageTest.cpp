@@ -50,10 +50,10 @@ class ChosenFinds final : public AllowedFinds {
     if (problem.empty()) {
       allowed.insert(infection.file());
     }
-    return problem;
+    return problem.empty() ? "" : infection.file() + problem;
   }
   std::set<std::string> allowed;
-  std::string problem;
+  std::string problem;  // behind the file's name
 };
 
 class ScanPageTest : public testing::Test {
@@ -240,12 +240,14 @@ TEST_F(ScanPageTest, AllowsFindsOnlyAfterAQuestion) {
 }
 
 TEST_F(ScanPageTest, SaysWhyAFindCannotBeAllowed) {
-  ASSERT_TRUE(scan({tree.file("infected")}));
-  allowed.problem = "no space";
-  shown().select("finds", {0});
+  ASSERT_TRUE(scan({tree.file("infected"), tree.file("infected2")}));
+  allowed.problem = " cannot be read";
+  shown().check("forAll", true);
   shown().press("allow");
   window.answer("<SCAN_ALLOW_YES>");
-  EXPECT_EQ(shown().text("report"), path("infected") + ": no space");
+  const std::string first = shown().row("finds", 0).cells[0];
+  const std::string second = shown().row("finds", 1).cells[0];
+  EXPECT_EQ(shown().text("report"), first + " cannot be read\n" + second + " cannot be read");
   EXPECT_EQ(done(0), "<SCAN_DONE_LEFT>");
 }
 

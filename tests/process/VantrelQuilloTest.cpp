@@ -1,9 +1,12 @@
+#include <fcntl.h>
 #include <sys/wait.h>
 
 #include <functional>
 
 #include "posix/ChildProcess.h"
+#include "posix/PathOpening.h"
 #include "tests/fakes/agent/WatchingAgent.h"
+#include "tools/clamdscan/MoveFolder.h"
 
 namespace quillo {
 namespace {
@@ -188,6 +191,29 @@ TEST_F(WatchingAgent, AbortsWhatWaitsAndWhateverScans) {
   EXPECT_EQ(agent().theDispatcher().lengthOfBothItemLists(), 0U);
   EXPECT_TRUE(log().has("Scans aborted: 1 file was not scanned"));
   EXPECT_TRUE(agent().isWatching());
+}
+
+TEST_F(WatchingAgent, LeadsFromFilesThatAreCleanByNowToTheQuarantineElseToItsFolder) {
+  home.writeProgram("engine/bin/clamdscan",
+                    "#!/bin/sh\nwhile read -r path; do echo \"$path: OK\"; done </dev/fd/3\n");
+  const std::string folder = home.makeFolder("quarantine");
+  desktop.preferenceStore.set("QuarantineFolder", folder);
+  wrapper::MoveFolder mover(clock, wrapper::DesktopTrash("", ""));
+  ASSERT_EQ(mover.open(folder), "");
+  const std::string file = home.write("file");
+  ASSERT_TRUE(mover.move(file, openPath(file, O_RDONLY).get(), "Eicar").moved);
+  watch();
+  ASSERT_TRUE(
+      agent().parts().quarantineRecheck.check(QuarantineRecord::Time(std::chrono::hours(5))));
+  const auto buttons = desktop.growl.posted().back().details.buttons;
+  ASSERT_EQ(buttons.size(), 1U);
+  desktop.applicationLauncher.installed = true;
+  buttons[0].press();
+  EXPECT_EQ(desktop.applicationLauncher.pages, Lines{"org.vantrel.Vantrel quarantine"});
+  desktop.applicationLauncher.installed = false;
+  buttons[0].press();
+  EXPECT_EQ(desktop.applicationLauncher.pages.size(), 1U);
+  EXPECT_EQ(desktop.workspace.opened.size() + (fileExists("/usr/bin/open") ? 1U : 0U), 1U);
 }
 
 TEST_F(WatchingAgent, OpensAFolderWithTheDesktopWhereThereIsNoOpener) {

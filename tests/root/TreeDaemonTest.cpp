@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -110,6 +111,22 @@ TEST_F(TreeOnMachine, HandsTheStatusOfADaemonOnThatCannotStart) {
   const Outcome started = startDaemon(0, root);
   EXPECT_EQ(started.status, 1);
   EXPECT_TRUE(names(started, "NoSuchOption")) << started.output;
+}
+
+// clamd's second process may tell the first that it has loaded before that one listens.
+TEST_F(TreeOnMachine, TakesADaemonForStartedThatAnswersThoughItsFirstProcessFailed) {
+  const std::string root = path("0/tree");
+  ASSERT_EQ(makeTree(0, {root}).status, 0);
+  const std::string real = path("clamd-itself");
+  std::filesystem::copy_file("/usr/sbin/clamd", real);
+  const std::string wrapper = path("clamd-wrapper");
+  write(wrapper, "#!/bin/sh\n" + real + " \"$@\" && exit 2\n", 0);
+  ASSERT_EQ(chmod(wrapper.c_str(), 0755), 0);
+  ASSERT_EQ(mount(wrapper.c_str(), "/usr/sbin/clamd", nullptr, MS_BIND, nullptr), 0);
+  const Outcome started = startDaemon(0, root);
+  EXPECT_EQ(umount("/usr/sbin/clamd"), 0);
+  EXPECT_EQ(started.status, 0) << started.output;
+  EXPECT_TRUE(answers(socketOf(root)));
 }
 
 TEST_F(TreeOnMachine, ComesBackAfterTheTemporaryFolderWasEmptied) {

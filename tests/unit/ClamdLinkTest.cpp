@@ -228,7 +228,7 @@ TEST_F(ClamdLinkTest, SpeaksToTheDaemonAlsoWithoutAThreadToSpare) {
 TEST_F(ClamdLinkTest, RecoversNothingOnceThePathsAreDropped) {
   useSocket(socketPath());
   link.setDaemonPaths(std::nullopt, std::nullopt);
-  link.recoverFromCrashedClamd();
+  EXPECT_TRUE(link.recoverFromCrashedClamd());
   EXPECT_EQ(log.lines(),
             std::vector<std::string>{"clamd cannot be restarted: watching has been stopped"});
   link.recoverUnreachableClamd();
@@ -238,7 +238,7 @@ TEST_F(ClamdLinkTest, RecoversNothingOnceThePathsAreDropped) {
 TEST_F(ClamdLinkTest, LeavesADaemonAloneThatIsReachable) {
   FakeClamd daemon(socketPath());
   useSocket(socketPath());
-  link.recoverUnreachableClamd();
+  EXPECT_TRUE(link.recoverUnreachableClamd());
   EXPECT_TRUE(owner.calls().empty());
 }
 

@@ -171,6 +171,68 @@ TEST_F(FoldersPageTest, AddsChangesAndRemovesExclusions) {
   EXPECT_EQ(page.rowCount("exclusions"), 0U);
 }
 
+TEST_F(FoldersPageTest, SaysWhatAnExclusionDoesOnceItIsAdded) {
+  strings.texts["FOLDERS_PATTERN_ADDED"] = "text %@";
+  strings.texts["FOLDERS_EXPRESSION_ADDED"] = "expression %@";
+  strings.texts["FOLDERS_PATTERN_NOT_IN_USE"] = "unused %@";
+  FakePage& page = shown();
+  page.write("pattern", ".iso");
+  page.press("addPattern");
+  EXPECT_EQ(page.text("notice"), "text .iso");
+  EXPECT_TRUE(page.isVisible("notice"));
+  EXPECT_TRUE(page.isEnabled("undo"));
+  page.write("pattern", "\\.img$");
+  page.check("isExpression", true);
+  page.press("addPattern");
+  EXPECT_EQ(page.text("notice"), "expression \\.img$");
+  page.write("pattern", "x");
+  page.check("isInUse", false);
+  page.press("addPattern");
+  EXPECT_EQ(page.text("notice"), "unused x");
+  page.press("undo");
+  EXPECT_FALSE(page.isVisible("notice"));
+}
+
+TEST_F(FoldersPageTest, SaysWhyAnExclusionCouldNotBeAdded) {
+  FakePage& page = shown();
+  page.write("pattern", ".iso");
+  writeOwn("x = \n");
+  page.press("addPattern");
+  EXPECT_TRUE(page.isVisible("notice"));
+  EXPECT_EQ(page.text("notice").find("FOLDERS_PATTERN_ADDED"), std::string::npos);
+  EXPECT_EQ(page.text("pattern"), ".iso");
+  EXPECT_EQ(ownText(), "x = \n");
+}
+
+TEST_F(FoldersPageTest, SaysOfEachPatternWhatItWouldDo) {
+  writeOwn(
+      "[[QuilloFolderArray]]\npathName = '/srv/docs'\n[[ExcludePatterns]]\n"
+      "excludePattern = 'known'\nexcludeEnabled = true\n");
+  FakePage& page = shown();
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"", ""},
+      {"harmless", ""},
+      {"known", "<FOLDERS_PATTERN_ALREADY>"},
+      {"\xFF", "<FOLDERS_PATTERN_NO_TEXT>"},
+      {"/srv/docs/", "<FOLDERS_PATTERN_WHOLE_FOLDER>"},
+      {"/", "<FOLDERS_PATTERN_EVERYTHING>"}};
+  for (const auto& [pattern, words] : cases) {
+    page.write("pattern", pattern);
+    EXPECT_EQ(page.text("patternNote"), words) << pattern;
+  }
+}
+
+TEST_F(FoldersPageTest, AddsNoEmptyPatternWhoeverAsksForIt) {
+  FakePage page{"folders"};
+  std::vector<std::string> reported;
+  ExclusionList list(page, window, {exclusions, strings, [&](const Wording& words) {
+                                      reported.push_back(words.key);
+                                    }});
+  list.add({"", false});
+  EXPECT_EQ(reported, std::vector<std::string>{"FOLDERS_PATTERN_EMPTY"});
+  EXPECT_TRUE(exclusions.all().empty());
+}
+
 TEST_F(FoldersPageTest, SaysWhatIsWrongWithAPatternWhileItIsWritten) {
   strings.texts["FOLDERS_PATTERN_BROKEN"] = "broken: %@";
   FakePage& page = shown();

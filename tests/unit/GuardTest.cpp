@@ -81,8 +81,49 @@ TEST_F(GuardTest, IsNoneWithoutAnEngineInWhateverState) {
   status->attention = "noEngine";
   for (const char* state : {"watching", "stopped"}) {
     status->state = state;
-    expect(Sign::notGuarded, Remedy::installEngine, unguarded, "<GUARD_NO_ENGINE>");
+    expect(Sign::notGuarded, Remedy::setUpEngine, unguarded, "<GUARD_NO_ENGINE>");
   }
+}
+
+TEST_F(GuardTest, IsNoneWhileNothingHasBeenSetUp) {
+  status->attention = "noPreferences";
+  status->state = "stopped";
+  expect(Sign::notGuarded, Remedy::setUp, unguarded, "<GUARD_NO_PREFERENCES>");
+}
+
+TEST_F(GuardTest, IsNoneWhileTheEngineCannotBeStartedAgain) {
+  status->attention = "engineFails";
+  expect(Sign::notGuarded, Remedy::startWatching, unguarded, "<GUARD_ENGINE_FAILS>");
+}
+
+TEST_F(GuardTest, IsNotTakenForWatchingByTheStateAlone) {
+  const auto state = [this] { return watchingStateOf(presence, status, strings); };
+  EXPECT_EQ(state(), "");
+  status->attention = "gaps";
+  EXPECT_EQ(state(), "");
+  status->attention = "helperFails";
+  EXPECT_EQ(state(), "helperFails");
+  status->attention = "";
+  status->missingFolders = status->watchedFolders;
+  EXPECT_EQ(state(), "missingFolders");
+  status->state = "asleep";
+  EXPECT_EQ(state(), "asleep");
+  status->version = AgentStatus::currentVersion + 1;
+  EXPECT_EQ(state(), "unknown");
+  status.reset();
+  presence = AgentPresence::silent;
+  EXPECT_EQ(state(), "unknown");
+  presence = AgentPresence::absent;
+  EXPECT_EQ(state(), "none");
+}
+
+TEST_F(GuardTest, DoesNotCountFoldersThatVanishedAMomentAgo) {
+  const std::string gone = status->watchedFolders.at(0);
+  status = withVanishedFolders(*status, [&gone](const std::string& path) { return path == gone; });
+  strings.texts["GUARD_MISSING_ONE"] = "%@ is not there";
+  const Guard guard = judged();
+  EXPECT_EQ(guard.sign, Sign::attention);
+  EXPECT_EQ(guard.reason.in(strings), gone.substr(0, gone.size() - 1) + " is not there");
 }
 
 TEST_F(GuardTest, IsNoneWhileTheHelperFails) {

@@ -38,16 +38,18 @@ class HealthTest : public testing::Test {
       {clock, desktop.dockTile, desktop.folders, desktop.localizedStrings, scannerCount}};
   LoadedDefinitions definitions;
   std::vector<std::string> missing;
+  bool daemonAnswers = false;
   int looks = 0;
   bool failsOnce = false;
   Health health{{clock, desktop.systemLog, statusBoard, [this] { return asked(); },
-                 [this] { return missing; }, [this] { ++looks; }}};
+                 [this] { return missing; }, [this] { return daemonAnswers; },
+                 [this] { ++looks; }}};
 };
 
-TEST_F(HealthTest, IsLookedAfterAsSoonAsWatchingBeginsAndThenOnceAnHour) {
+TEST_F(HealthTest, IsLookedAfterAsSoonAsWatchingBeginsAndThenNowAndThen) {
   health.setWatching(true);
   EXPECT_EQ(untilNextLook(), Clock::Duration());
-  EXPECT_EQ(untilNextLook(), hours(1));
+  EXPECT_EQ(untilNextLook(), Health::betweenLooks);
   EXPECT_EQ(looks, 2);
   EXPECT_EQ(statusBoard.status().definitions, DefinitionState::goodOrUnknown);
 }
@@ -61,7 +63,7 @@ TEST_F(HealthTest, IsLookedAfterEveryMinuteInTrouble) {
   definitions.real = true;
   EXPECT_EQ(untilNextLook(), minutes(1));
   EXPECT_EQ(statusBoard.status().definitions, DefinitionState::goodOrUnknown);
-  EXPECT_EQ(untilNextLook(), hours(1));
+  EXPECT_EQ(untilNextLook(), Health::betweenLooks);
 }
 
 TEST_F(HealthTest, IsLookedAfterWhenAnUpdateHasEnded) {
@@ -111,6 +113,17 @@ TEST_F(HealthTest, ReportsFoldersThatAreNotThere) {
   EXPECT_EQ(untilNextLook(), minutes(1));
 }
 
+TEST_F(HealthTest, CallsAnEngineFailedUntilItAnswers) {
+  statusBoard.setEngineFails(true);
+  health.setWatching(true);
+  health.round();
+  EXPECT_TRUE(statusBoard.status().engineFails);
+  daemonAnswers = true;
+  EXPECT_EQ(untilNextLook(), minutes(1));
+  EXPECT_FALSE(statusBoard.status().engineFails);
+  EXPECT_EQ(untilNextLook(), Health::betweenLooks);
+}
+
 TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
   failsOnce = true;
   health.setWatching(true);
@@ -119,13 +132,13 @@ TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
   EXPECT_EQ(desktop.systemLog.count("Health: a look failed: no memory"), 1);
   EXPECT_EQ(untilNextLook(), minutes(1));
   EXPECT_EQ(looks, 1);
-  EXPECT_EQ(untilNextLook(), hours(1));
+  EXPECT_EQ(untilNextLook(), Health::betweenLooks);
 }
 
 TEST_F(HealthTest, IsNotLookedAfterWhileNothingIsWatched) {
   ManualClock parked;
   Health other{{parked, desktop.systemLog, statusBoard, [this] { return definitions; },
-                [this] { return missing; }, [this] { ++looks; }}};
+                [this] { return missing; }, [this] { return daemonAnswers; }, [this] { ++looks; }}};
   JoinedThreads thread([&other] { other.round(); });
   other.lookSoon();
   EXPECT_TRUE(parked.waitUntilParked(1));

@@ -89,6 +89,43 @@ TEST_F(HistoryReaderTest, ChoosesByKindFolderAndTime) {
             Paths{"/srv/folder/new"});
 }
 
+TEST_F(HistoryReaderTest, ChoosesTheResultsOfOneScan) {
+  for (const std::int64_t run : {7, 8, 7}) {
+    HistoryResult result;
+    result.time = now;
+    result.run = run;
+    result.path = "/srv/" + std::to_string(run);
+    result.says = "Eicar";
+    store.write({{result}, {}});
+  }
+  add("/srv/without");
+  EXPECT_EQ(chosen({.run = 7}), (Paths{"/srv/7", "/srv/7"}));
+  EXPECT_EQ(chosen({.text = "8", .run = 8}), Paths{"/srv/8"});
+  EXPECT_EQ(chosen({.text = "8", .run = 7}), Paths());
+  EXPECT_EQ(chosen({.run = 9}), Paths());
+}
+
+TEST_F(HistoryReaderTest, ChoosesScansByTimeAndGivesAPageFromTheirMiddle) {
+  EXPECT_EQ(reader.selectRuns().count(), 0U);
+  for (std::int64_t at = 1; at <= 10; ++at) {
+    ScanRun run;
+    run.id = 100 + at;
+    run.started = now - std::chrono::hours(10 - at);
+    store.write({{run}, {}});
+  }
+  const HistorySelection all = reader.selectRuns();
+  ASSERT_EQ(all.count(), 10U);
+  const std::vector<ScanRun> page = reader.runs(all, 3, 2);
+  ASSERT_EQ(page.size(), 2U);
+  EXPECT_EQ(page[0].id, 107);
+  EXPECT_EQ(page[1].id, 106);
+  EXPECT_EQ(reader.runs(all, 9, 5).size(), 1U);
+  EXPECT_EQ(reader.runs(all, 20, 5).size(), 0U);
+  EXPECT_EQ(reader.selectRuns(now - std::chrono::minutes(90)).count(), 2U);
+  EXPECT_EQ(reader.selectRuns(now - std::chrono::hours(50)).count(), 10U);
+  EXPECT_EQ(reader.selectRuns(now + std::chrono::hours(1)).count(), 0U);
+}
+
 TEST_F(HistoryReaderTest, GivesAPageFromItsMiddle) {
   for (int at = 0; at < 10; ++at) {
     add("/srv/" + std::to_string(at));

@@ -138,14 +138,14 @@ TEST_F(HistoryStoreTest, KeepsARunOnceThatBeganAndEnded) {
   run.paths = {"/srv/a\nb", "/home/\xFF"};
   store.write(batchOf({run}));
   HistoryReader reader(folder);
-  EXPECT_EQ(reader.runs(5), std::vector<ScanRun>{run});
+  EXPECT_EQ(reader.runs(reader.selectRuns(), 0, 5), std::vector<ScanRun>{run});
   run.ended = run.started + std::chrono::minutes(3);
-  run.clean = 10;
+  run.clean.reset();
   run.found = 2;
   run.notScanned = 1;
-  run.wasStopped = true;
+  run.end = ScanRun::End::noDaemon;
   store.write(batchOf({run}));
-  EXPECT_EQ(reader.runs(5), std::vector<ScanRun>{run});
+  EXPECT_EQ(reader.runs(reader.selectRuns(), 0, 5), std::vector<ScanRun>{run});
 }
 
 TEST_F(HistoryStoreTest, SumsUpWhatWasScannedByFolderAndDay) {
@@ -198,7 +198,7 @@ TEST_F(HistoryStoreTest, DropsWhatIsOlderThanItsAge) {
   write("/srv/new");
   EXPECT_EQ(paths(), std::vector<std::string>{"/srv/new"});
   HistoryReader reader(folder);
-  EXPECT_EQ(reader.runs(5).size(), 0U);
+  EXPECT_EQ(reader.runs(reader.selectRuns(), 0, 5).size(), 0U);
   EXPECT_EQ(reader.busyFolders(0, 5).size(), 0U);
 }
 
@@ -211,6 +211,23 @@ TEST_F(HistoryStoreTest, LeavesNoGapWhereTheClockWasAheadForAWhile) {
   clock.advance(std::chrono::hours(24 * 380));
   write("/srv/new");
   EXPECT_EQ(paths(), (std::vector<std::string>{"/srv/new", "/srv/2", "/srv/1", "/srv/400"}));
+}
+
+TEST_F(HistoryStoreTest, LeavesNoGapBetweenScansWhereTheClockWasAhead) {
+  for (const int days : {0, 400, 1, 2}) {
+    ScanRun run;
+    run.id = days + 1;
+    run.started = clock.wallTime() + std::chrono::hours(24 * days);
+    store.write(batchOf({run}));
+  }
+  clock.advance(std::chrono::hours(24 * 380));
+  write("/srv/new");
+  HistoryReader reader(folder);
+  std::vector<std::int64_t> ids;
+  for (const ScanRun& run : reader.runs(reader.selectRuns(), 0, 9)) {
+    ids.push_back(run.id);
+  }
+  EXPECT_EQ(ids, (std::vector<std::int64_t>{3, 2, 401}));
 }
 
 TEST_F(HistoryStoreTest, SetsAsideWhatIsNoDatabaseAndLosesNothingNew) {

@@ -20,6 +20,11 @@ class KeptScansTest : public testing::Test {
     return reader;
   }
 
+  std::vector<ScanRun> runs() {
+    HistoryReader& all = history();
+    return all.runs(all.selectRuns(), 0, 10);
+  }
+
   TemporaryFolder folder;
   ManualClock clock;
   FakeSystemLog log;
@@ -39,28 +44,47 @@ TEST_F(KeptScansTest, AreRunsWithWhatTheyFound) {
   result.notScanned = 2;
   result.isStopped = true;
   scans.runEnded(result);
-  const std::vector<ScanRun> runs = history().runs(10);
-  ASSERT_EQ(runs.size(), 1U);
-  EXPECT_EQ(runs[0].source, ScanSource::byHand);
-  EXPECT_EQ(runs[0].paths, std::vector<std::string>{"/home/ada/stick"});
-  EXPECT_TRUE(runs[0].ended);
-  EXPECT_EQ(runs[0].clean, 7U);
-  EXPECT_EQ(runs[0].found, 1U);
-  EXPECT_EQ(runs[0].notScanned, 2U);
-  EXPECT_TRUE(runs[0].wasStopped);
+  const std::vector<ScanRun> kept = runs();
+  ASSERT_EQ(kept.size(), 1U);
+  EXPECT_EQ(kept[0].source, ScanSource::byHand);
+  EXPECT_EQ(kept[0].paths, std::vector<std::string>{"/home/ada/stick"});
+  EXPECT_TRUE(kept[0].ended);
+  EXPECT_EQ(kept[0].clean, 7U);
+  EXPECT_EQ(kept[0].found, 1U);
+  EXPECT_EQ(kept[0].notScanned, 2U);
+  EXPECT_EQ(kept[0].end, ScanRun::End::stopped);
   const HistorySelection all = reader.select({});
   ASSERT_EQ(all.count(), 1U);
   const HistoryResult row = reader.rows(all, 0, 1).at(0);
   EXPECT_EQ(row.path, "/home/ada/stick/a");
-  EXPECT_EQ(row.run, runs[0].id);
+  EXPECT_EQ(row.run, kept[0].id);
   EXPECT_EQ(row.outcome, HistoryResult::Outcome::leftInPlace);
+}
+
+TEST_F(KeptScansTest, SayHowTheyEnded) {
+  using Problem = ManualScanResult::Problem;
+  for (const Problem problem : {Problem::none, Problem::noEngine, Problem::noDaemon,
+                                Problem::noQuarantine, Problem::tooMany, Problem::failed}) {
+    scans.runBegan({"/a"});
+    ManualScanResult result;
+    result.problem = problem;
+    scans.runEnded(result);
+  }
+  using End = ScanRun::End;
+  std::vector<End> ends;
+  for (const ScanRun& run : runs()) {
+    EXPECT_FALSE(run.clean);
+    ends.insert(ends.begin(), run.end);
+  }
+  EXPECT_EQ(ends, (std::vector<End>{End::whole, End::noEngine, End::noDaemon, End::noQuarantine,
+                                    End::tooMany, End::failed}));
 }
 
 TEST_F(KeptScansTest, ThatWereCutOffHaveNoEnd) {
   scans.runBegan({"/a"});
-  const std::vector<ScanRun> runs = history().runs(10);
-  ASSERT_EQ(runs.size(), 1U);
-  EXPECT_FALSE(runs[0].ended);
+  const std::vector<ScanRun> kept = runs();
+  ASSERT_EQ(kept.size(), 1U);
+  EXPECT_FALSE(kept[0].ended);
 }
 
 TEST_F(KeptScansTest, TakeNothingBetweenTwoRuns) {
@@ -68,7 +92,7 @@ TEST_F(KeptScansTest, TakeNothingBetweenTwoRuns) {
   scans.runEnded({});
   scans.runBegan({"/b"});
   scans.runEnded({});
-  EXPECT_EQ(history().runs(10).size(), 1U);
+  EXPECT_EQ(runs().size(), 1U);
   EXPECT_EQ(reader.select({}).count(), 0U);
 }
 
@@ -80,7 +104,7 @@ TEST_F(KeptScansTest, SayOfAFindThatItsUserMovedItLater) {
   moves.runBegan({"/a"});
   moves.verdict(Verdict::parse("/a: moved to '/q/a'"));
   moves.runEnded({});
-  EXPECT_EQ(history().runs(10).size(), 1U);
+  EXPECT_EQ(runs().size(), 1U);
   const HistorySelection all = reader.select({});
   ASSERT_EQ(all.count(), 1U);
   EXPECT_EQ(reader.rows(all, 0, 1).at(0).outcome, HistoryResult::Outcome::quarantined);

@@ -55,12 +55,18 @@ class OverviewPageTest : public testing::Test {
   FakeCounts counts;
   FakeMainWindow window;
   int closings = 0;
+  int setUps = 0;
+  Wording setUpProblem;
   DefinitionUpdate update{{desktop.application, threads, desktop.preferences}};
-  OverviewPage overview{
-      window.page("overview"),
-      window,
-      {agent, clock, update, desktop.localizedStrings, desktop.distributedNotificationCenter,
-       desktop.preferences, counts, [this] { ++closings; }}};
+  OverviewPage overview{window.page("overview"),
+                        window,
+                        {agent, clock, update, desktop.localizedStrings,
+                         desktop.distributedNotificationCenter, desktop.preferences, counts,
+                         [this] {
+                           ++setUps;
+                           return setUpProblem;
+                         },
+                         [this] { ++closings; }}};
 };
 
 TEST_F(OverviewPageTest, SaysInOneSentenceAndOneSignThatFoldersAreGuarded) {
@@ -170,12 +176,24 @@ TEST_F(OverviewPageTest, RestartsAnAgentOfAnotherVersionOnceItHasGone) {
 }
 
 TEST_F(OverviewPageTest, LeadsToThePageThatMends) {
-  become([](AgentStatus& status) { status.attention = "noEngine"; });
+  become([](AgentStatus& status) { status.attention = "noPreferences"; });
   page().press("mendButton");
-  EXPECT_EQ(window.shownPage(), "help");
+  EXPECT_EQ(window.shownPage(), "start");
   become([](AgentStatus& status) { status.watchedFolders.clear(); });
   page().press("mendButton");
   EXPECT_EQ(window.shownPage(), "folders");
+}
+
+TEST_F(OverviewPageTest, SetsUpAnEngineWhereThereIsNone) {
+  become([](AgentStatus& status) { status.attention = "noEngine"; });
+  setUpProblem = {"START_NO_ENGINE"};
+  page().press("mendButton");
+  EXPECT_EQ(setUps, 1);
+  EXPECT_EQ(text("reason"), "<START_NO_ENGINE>");
+  EXPECT_TRUE(page().isEnabled("mendButton"));
+  setUpProblem = {};
+  page().press("mendButton");
+  EXPECT_EQ(text("reason"), "<GUARD_NO_ENGINE>");
 }
 
 TEST_F(OverviewPageTest, SaysWhatBecameOfAnUpdateThatCannotBegin) {

@@ -119,7 +119,7 @@ class ExclusionsTest : public PreferencePagesFixture {
 };
 
 TEST_F(ExclusionsTest, AreWrittenInUse) {
-  EXPECT_TRUE(exclusions.addExclusion({"\\.iso$", true}).empty());
+  EXPECT_TRUE(exclusions.addExclusions({{"\\.iso$", true}}).empty());
   EXPECT_EQ(ownText(),
             "[[ExcludePatterns]]\nexcludePattern = \"\\\\.iso$\"\nexcludeEnabled = true\n"
             "excludeRegEx = true\n");
@@ -128,8 +128,23 @@ TEST_F(ExclusionsTest, AreWrittenInUse) {
 
 TEST_F(ExclusionsTest, ThatAreThereAreOnlyPutToUse) {
   writeOwn("[[ExcludePatterns]]\nexcludePattern = 'a'\nexcludeEnabled = false\n");
-  exclusions.addExclusion({"a", false});
+  exclusions.addExclusions({{"a", false}});
   EXPECT_EQ(ownText(), "[[ExcludePatterns]]\nexcludePattern = 'a'\nexcludeEnabled = true\n");
+}
+
+TEST_F(ExclusionsTest, ThatAreThereStayAsTheyAreWhenTheyAreNotToBeUsed) {
+  exclusions.addExclusions({{"a", false, false}});
+  exclusions.addExclusions({{"a", false, false}});
+  ASSERT_EQ(exclusions.all().size(), 1U);
+  EXPECT_FALSE(exclusions.all().at(0).isEnabled);
+}
+
+TEST_F(ExclusionsTest, AreAddedTogetherAndOnce) {
+  EXPECT_TRUE(exclusions.addExclusions({{"a", false}, {"b", true}, {"a", false}}).empty());
+  EXPECT_EQ(exclusions.all().size(), 2U);
+  EXPECT_EQ(restarts(), 1);
+  EXPECT_TRUE(changes.undo().empty());
+  EXPECT_TRUE(exclusions.all().empty());
 }
 
 TEST_F(ExclusionsTest, ChangeOnlyWhatIsAnother) {
@@ -143,8 +158,8 @@ TEST_F(ExclusionsTest, ChangeOnlyWhatIsAnother) {
 }
 
 TEST_F(ExclusionsTest, GoOneByOne) {
-  exclusions.addExclusion({"a", false});
-  exclusions.addExclusion({"b", false});
+  exclusions.addExclusions({{"a", false}});
+  exclusions.addExclusions({{"b", false}});
   exclusions.remove(exclusions.all().at(0), 0);
   ASSERT_EQ(exclusions.all().size(), 1U);
   EXPECT_EQ(exclusions.all().at(0).text, "b");

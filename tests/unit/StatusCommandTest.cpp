@@ -34,7 +34,8 @@ class StatusCommandTest : public testing::Test {
   int run(const std::vector<std::string>& words = {}) {
     out.str("");
     return runStatusCommand(words, out, errors,
-                            {agent, clock, desktop.localizedStrings, desktop.preferences, counts});
+                            {agent, clock, desktop.localizedStrings, desktop.preferences, counts,
+                             [this](const std::string& path) { return path == gone; }});
   }
   nlohmann::json document() {
     run({"--json"});
@@ -48,6 +49,7 @@ class StatusCommandTest : public testing::Test {
   PassingClock clock;
   FakeAgentLink agent;
   Counts counts;
+  std::string gone;
   std::ostringstream out;
   std::ostringstream errors;
 };
@@ -66,6 +68,12 @@ TEST_F(StatusCommandTest, EndsWithOneWhenNothingIsGuarded) {
 TEST_F(StatusCommandTest, EndsWithOneWhenSomethingNeedsAttention) {
   agent.atRefresh->attention = "gaps";
   EXPECT_EQ(run(), 1);
+}
+
+TEST_F(StatusCommandTest, DoesNotCallAFolderGuardedThatHasJustVanished) {
+  gone = agent.atRefresh->watchedFolders.at(0);
+  EXPECT_EQ(run(), 1);
+  EXPECT_NE(out.str().find("<GUARD_MISSING_ONE>"), std::string::npos);
 }
 
 TEST_F(StatusCommandTest, EndsWithTwoWhenTheAgentCannotBeAsked) {

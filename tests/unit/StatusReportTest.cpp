@@ -58,6 +58,11 @@ TEST_F(StatusReportTest, SaysWhatNeedsAttention) {
   launch();
   board().setEngineMissing(true);
   EXPECT_EQ(asked().attention, "noEngine");
+  board().setPreferencesMissing(true);
+  EXPECT_EQ(asked().attention, "noPreferences");
+  board().setEngineMissing(false);
+  board().setEngineFails(true);
+  EXPECT_EQ(asked().attention, "engineFails");
 }
 
 TEST_F(StatusReportTest, CountsWhatIsScannedAndSinceWhen) {
@@ -104,6 +109,23 @@ TEST_F(StatusReportTest, CountsFindsAndFilesThatWereNotScannedAndNoOthers) {
   give("/b: moved to '/c'");
   EXPECT_GT(changesBy([&] { give("/d: Not scanned: too large"); }), 0);
   EXPECT_EQ(asked().verdicts, 2U);
+}
+
+TEST_F(StatusReportTest, SaysHowMuchWasFoundLately) {
+  launch();
+  const auto enter = [&](const std::string& path, HistoryResult::Kind kind) {
+    HistoryResult result;
+    result.time = clock.wallTime();
+    result.path = path;
+    result.kind = kind;
+    agent().parts().history.add(result);
+  };
+  enter("/a", HistoryResult::Kind::found);
+  enter("/b", HistoryResult::Kind::notScanned);
+  enter("/c", HistoryResult::Kind::notScanned);
+  agent().parts().history.end({});
+  EXPECT_EQ(asked().foundRecently, 1U);
+  EXPECT_EQ(asked().notScannedRecently, 2U);
 }
 
 TEST_F(StatusReportTest, SaysWhenTheDefinitionsWereBuiltAndWhereTheyLie) {

@@ -206,10 +206,12 @@ TEST_F(StatusAttention, NamesTheWorstReason) {
   expect("Watching 1 folder, but without definitions", Attention::noDefinitions);
   facts.helperFails = true;
   expect("<STATUS_HELPER_FAILS>", Attention::helperFails);
+  facts.engineFails = true;
+  expect("<STATUS_ENGINE_FAILS>", Attention::engineFails);
   facts.engineMissing = true;
   expect("<STATUS_NO_ENGINE>", Attention::noEngine);
   facts.preferencesMissing = true;
-  expect("<STATUS_NO_PREFERENCES>", Attention::noEngine);
+  expect("<STATUS_NO_PREFERENCES>", Attention::noPreferences);
 }
 
 TEST_F(StatusAttention, IsAskedForWhenNoneOfTheFoldersIsThere) {

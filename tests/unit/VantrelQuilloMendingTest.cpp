@@ -127,6 +127,18 @@ TEST_F(AgentMending, OpensThePageOfTheFoldersForThoseThatAreMissingElseThePrefer
   EXPECT_TRUE(desktop.application.exits.empty());
 }
 
+TEST_F(AgentMending, OpensTheOverviewForAHelperThatFailsElseTheLog) {
+  launch();
+  desktop.applicationLauncher.installed = true;
+  agent().parts().watcherLink.showWhatMends();
+  EXPECT_EQ(desktop.applicationLauncher.pages, Lines{"org.vantrel.Vantrel overview"});
+  EXPECT_TRUE(desktop.workspace.opened.empty());
+  desktop.applicationLauncher.installed = false;
+  agent().parts().watcherLink.showWhatMends();
+  ASSERT_EQ(desktop.workspace.opened.size(), 1U);
+  EXPECT_TRUE(desktop.workspace.opened[0].ends_with("VantrelQuillo-scan.log"));
+}
+
 TEST_F(AgentMending, ShowsItsWindowFromTheFirstLineOfTheMenu) {
   launch();
   menu.stateMenuItem.choose();

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "posix/PlatformException.h"
 #include "tests/fakes/agent/AgentUnderTest.h"
 
 namespace quillo {
@@ -100,6 +101,26 @@ TEST_F(AgentStatus, SaysThatThereIsNoEngineWhenAScannerFindsItGone) {
   agent().parts().scannerLink.noEnginePanic("/engine/bin/clamdscan");
   EXPECT_EQ(desktop.mainInterface.noEngineWindow.message(), "<ENGINE_SCANNER_FAILED>");
   EXPECT_EQ(toolTip(), "<STATUS_NO_ENGINE>");
+}
+
+TEST_F(AgentStatus, SaysThatNothingIsScannedOnceTheDaemonCannotBeLaunchedAgain) {
+  launch();
+  agent().parts().clamdLink.setDaemonPaths("/nowhere/clamd", std::nullopt);
+  std::filesystem::remove(engine() + "/sbin/clamd");
+  EXPECT_THROW(agent().parts().scannerLink.recoverFromCrashedClamd(), PlatformException);
+  EXPECT_EQ(toolTip(), "<STATUS_ENGINE_FAILS>");
+  agent().parts().statusBoard.verdictGiven(Verdict::parse("/a: OK"));
+  agent().parts().mainMenu.showStatus();
+  EXPECT_EQ(toolTip(), "Watching 2 folders");
+}
+
+TEST_F(AgentStatus, OffersToWatchAnewWhereTheEngineFails) {
+  launch();
+  agent().parts().statusBoard.setEngineFails(true);
+  agent().parts().mainMenu.showStatus();
+  EXPECT_EQ(agent().parts().mainMenu.attention(), Attention::engineFails);
+  agent().startWatcher();
+  EXPECT_EQ(toolTip(), "Watching 2 folders");
 }
 
 TEST_F(AgentStatus, SaysThatTheHelperFailsForAsLongAsItDoes) {

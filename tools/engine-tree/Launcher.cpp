@@ -83,7 +83,8 @@ UniqueFd turnIn(const std::string& root, const std::string& lock) {
 }
 
 // clamd's first process waits for the second one to have loaded, and has been seen to wait for ever
-// (1.4). A daemon that answers has started, whatever becomes of that process.
+// (1.4), and to be ended by the very signal that tells it so, where that comes before it is ready.
+// A daemon that answers has started, whatever becomes of that process.
 int awaitDaemon(const LaunchRequest& request, const LaunchConf& conf) {
   constexpr std::chrono::seconds betweenLooks(2);
   ChildProcess daemon(request);
@@ -96,7 +97,8 @@ int awaitDaemon(const LaunchRequest& request, const LaunchConf& conf) {
       return 0;
     }
   }
-  return ended.get();
+  const int status = ended.get();
+  return status != 0 && privateDaemon(conf) == DaemonState::answers ? 0 : status;
 }
 
 // Two scanners may find the daemon dead at once: the second one waits until the first has started

@@ -31,14 +31,28 @@ QDBusMessage callOf(const QString& service, const QString& object, const QString
   return call;
 }
 
+bool saysAUser(const QDBusMessage& answer) {
+  return answer.type() == QDBusMessage::ReplyMessage && answer.signature() == QLatin1String("u");
+}
+
 bool isThisUser(const QDBusMessage& answer) {
-  const QVariantList arguments = answer.arguments();
-  return answer.type() == QDBusMessage::ReplyMessage && answer.signature() == QLatin1String("u") &&
-         arguments.value(0).toUInt() == getuid();
+  return saysAUser(answer) && answer.arguments().value(0).toUInt() == getuid();
+}
+
+// Without an answer about who has the name: it may be nobody by now.
+AgentPresence presenceOf(const QDBusMessage& answer) {
+  return saysAUser(answer)                              ? AgentPresence::foreign
+         : answer.errorName() == QLatin1String(noOwner) ? AgentPresence::absent
+                                                        : AgentPresence::silent;
 }
 
 const std::string somebodyElses =
     std::string(name) + ": who has this name is no process of this user, and is not believed";
+
+std::string reasonOf(const QDBusMessage& answer) {
+  return saysAUser(answer) ? somebodyElses
+                           : std::string(name) + ": " + answer.errorMessage().toStdString();
+}
 
 }  // namespace
 
@@ -116,8 +130,8 @@ void BusAgentLink::askWhose(const QString& owner) {
                    if (isTrusted_) {
                      askStatus(owner);
                    } else {
-                     report_(somebodyElses);
-                     become(AgentPresence::foreign);
+                     report_(reasonOf(answer.reply()));
+                     become(presenceOf(answer.reply()));
                    }
                  });
                });
@@ -204,9 +218,11 @@ std::string BusAgentLink::refresh() {
     return runsNone ? "" : std::string(name) + ": " + answer.errorMessage().toStdString();
   }
   const QString owner = answer.arguments().value(0).toString();
-  if (!isThisUser(ask(busName, busPath, busName, "GetConnectionUnixUser", {owner}))) {
-    become(AgentPresence::foreign);
-    return somebodyElses;
+  const QDBusMessage user = ask(busName, busPath, busName, "GetConnectionUnixUser", {owner});
+  if (!isThisUser(user)) {
+    const AgentPresence presence = presenceOf(user);
+    become(presence);
+    return presence == AgentPresence::absent ? "" : reasonOf(user);
   }
   return take(ask(owner, path, name, "Status", {}));
 }

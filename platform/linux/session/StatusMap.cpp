@@ -122,6 +122,8 @@ QVariantMap statusMap(const AgentStatus& status) {
       {"engine", QByteArray::fromStdString(status.engine)},
       {"verdicts", qulonglong{status.verdicts}},
       {"historyProblem", displayText(status.historyProblem)},
+      {"foundRecently", qulonglong{status.foundRecently}},
+      {"notScannedRecently", qulonglong{status.notScannedRecently}},
   };
 }
 
@@ -145,6 +147,8 @@ std::optional<AgentStatus> statusIn(const QVariantMap& map) {
   reader.takePath("engine", status.engine);
   reader.take("verdicts", status.verdicts);
   reader.takeText("historyProblem", status.historyProblem);
+  reader.take("foundRecently", status.foundRecently);
+  reader.take("notScannedRecently", status.notScannedRecently);
   const bool hasVersion = map.contains("version") && status.version > 0;
   return reader.isGood() && hasVersion ? std::optional(status) : std::nullopt;
 }

@@ -37,12 +37,16 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
   bool displayGrowlDialogWithTitleAndDescription(std::int32_t code, const std::string& description,
                                                  const NotificationDetails& details) override {
     const std::string topic = details.topic.empty() ? "" : details.topic + " ";
+    for (const NotificationButton& button : details.buttons) {
+      buttons.add(button);
+    }
     calls.add(topic + (code == notificationError ? "error: " : "notification: ") + description);
     return true;
   }
   void withdraw(const std::string& topic) override { calls.add("withdraw " + topic); }
 
   void setHelperFails(bool fails) override { helperFails = fails; }
+  void showWhatMends() override { calls.add("show what mends"); }
   void setPlacesWithGaps(std::size_t count) override {
     calls.add("places with gaps: " + std::to_string(count));
   }
@@ -78,6 +82,7 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
 
   Record<std::string> paths;
   Record<std::string> calls;
+  Record<NotificationButton> buttons;  // of all notifications
   std::atomic<bool> helperFails{false};
   // Whoever hands a list over gets this instead, once.
   std::exception_ptr refusal;
