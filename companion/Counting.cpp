@@ -3,14 +3,10 @@
 #include <algorithm>
 #include <ctime>
 
-#include "menu/StatusText.h"
 #include "platform/LocalizedStrings.h"
-#include "posix/Text.h"
 
 namespace quillo {
 namespace {
-
-constexpr std::size_t defaultLeastGrouped = 1000;
 
 std::string formatted(const std::tm& time, const char* format) {
   char buffer[32] = "";
@@ -19,13 +15,6 @@ std::string formatted(const std::tm& time, const char* format) {
 }
 
 }  // namespace
-
-std::string numberIn(LocalizedStrings& strings, std::uint64_t number) {
-  const auto text = [&](const char* key) { return strings.stringForKey(key, ""); };
-  return groupedDigits(
-      number, text("DIGITS_SEPARATOR"),
-      numberIn<std::size_t>(text("DIGITS_GROUPED_FROM")).value_or(defaultLeastGrouped));
-}
 
 std::string countedIn(LocalizedStrings& strings, const std::string& key, std::uint64_t number,
                       const std::vector<std::string>& more) {

@@ -5,14 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "menu/StatusText.h"
+
 namespace quillo {
 
-class LocalizedStrings;
+// Numbers and times as people read them, in their language; a number alone is numberIn(). Any
+// thread.
 
-// Numbers and times as people read them, in their language. Any thread.
-
-// Returns the number with its digits grouped as usual in that language.
-std::string numberIn(LocalizedStrings& strings, std::uint64_t number);
 // Returns the text of `key`_ONE for 1, that of `key`_MANY for any other number, which stands for
 // its first "%@", and `more` for those behind it.
 std::string countedIn(LocalizedStrings& strings, const std::string& key, std::uint64_t number,

@@ -13,7 +13,7 @@ constexpr std::size_t defaultLeastGrouped = 1000;
 
 }  // namespace
 
-std::string groupedDigits(std::size_t number, std::string_view separator, std::size_t least) {
+std::string groupedDigits(std::uint64_t number, std::string_view separator, std::size_t least) {
   std::string digits = std::to_string(number);
   if (number < least) {
     return digits;
@@ -23,6 +23,12 @@ std::string groupedDigits(std::size_t number, std::string_view separator, std::s
     digits.insert(place, separator);
   }
   return digits;
+}
+
+std::string numberIn(LocalizedStrings& strings, std::uint64_t number) {
+  const auto least = numberIn<std::size_t>(strings.stringForKey("DIGITS_GROUPED_FROM", ""));
+  return groupedDigits(number, strings.stringForKey("DIGITS_SEPARATOR", ""),
+                       least.value_or(defaultLeastGrouped));
 }
 
 StatusText::StatusText(LocalizedStrings& strings, Clock& clock, std::function<StatusFacts()> facts,
@@ -134,11 +140,7 @@ std::string StatusText::text(const std::string& key) const {
   return strings_.stringForKey(key, "");
 }
 
-std::string StatusText::number(std::size_t count) const {
-  return groupedDigits(
-      count, text("DIGITS_SEPARATOR"),
-      numberIn<std::size_t>(text("DIGITS_GROUPED_FROM")).value_or(defaultLeastGrouped));
-}
+std::string StatusText::number(std::size_t count) const { return numberIn(strings_, count); }
 
 std::string StatusText::counted(const std::string& key, std::size_t count) const {
   return count == 1 ? text(key + "_ONE") : replacingAll(text(key), "%@", number(count));

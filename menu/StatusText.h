@@ -103,6 +103,8 @@ class StatusText {
 
 // Returns the number in decimal, with `separator` between groups of three digits if it is `least`
 // or more. Pure.
-std::string groupedDigits(std::size_t number, std::string_view separator, std::size_t least);
+std::string groupedDigits(std::uint64_t number, std::string_view separator, std::size_t least);
+// Returns the number with its digits grouped as usual in that language. Any thread.
+std::string numberIn(LocalizedStrings& strings, std::uint64_t number);
 
 }  // namespace quillo

@@ -28,7 +28,8 @@ struct PlannedScan {
   std::int64_t lastRun = 0;
   std::int64_t nextRun = 0;
   std::string calendar;      // its times in the system's own words
-  bool isUnderstood = true;  // false: what it runs is no scan of this program's
+  bool isUnderstood = true;  // false: what it runs is no scan by this program
+  std::string otherProgram;  // what it runs then; "" where that cannot be told
 
   // Returns true when both mean the same scan at the same times, whatever their ids. Pure.
   bool plansTheSameAs(const PlannedScan& other) const {
@@ -55,7 +56,7 @@ class PlannedScans {
   // fails, what was planned before stays.
   virtual Wording put(const PlannedScan& scan) = 0;
   virtual Wording remove(const std::string& id) = 0;
-  // Has it begin at once and does not wait for its end.
+  // Has it begin at once and does not wait for its end. Refuses what is not understood.
   virtual Wording runNow(const std::string& id) = 0;
 };
 

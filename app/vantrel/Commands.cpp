@@ -5,13 +5,13 @@
 
 #include <atomic>
 #include <cerrno>
-#include <climits>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "app/vantrel/CompanionParts.h"
 #include "app/vantrel/SelfTestParts.h"
+#include "companion/CommandWords.h"
 #include "companion/doctor/DoctorCommand.h"
 #include "companion/folders/ExplainCommand.h"
 #include "companion/overview/Guard.h"
@@ -68,14 +68,22 @@ int doctor(CompanionParts& parts, const Words& words, std::ostream& out, std::os
       {parts.desktop.agentLink, parts.desktop.desktopCheck, parts.doctorServices()});
 }
 
+// Why nothing can be asked. One that is just beginning has not answered yet.
+std::string problemOfAgent(AgentLink& agent) {
+  const std::string problem = agent.refresh();
+  return agent.presence() == AgentPresence::silent ? problem : "";
+}
+
 int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   SelfTestParts selfTest(parts, true);
   // Its thread may outlive this frame.
   const auto isInterrupted = std::make_shared<std::atomic<bool>>(false);
   const InterruptWatch interrupts(parts.threads, [isInterrupted] { *isInterrupted = true; });
-  return runTestCommand(words, out, errors,
-                        {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence,
-                         moveFoldersOf(parts), [isInterrupted] { return isInterrupted->load(); }});
+  return runTestCommand(
+      words, out, errors,
+      {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence, moveFoldersOf(parts),
+       [&parts] { return problemOfAgent(parts.desktop.agentLink); },
+       [isInterrupted] { return isInterrupted->load(); }});
 }
 
 // "" while it watches and what it watches is scanned.
@@ -86,11 +94,9 @@ std::string stateOfAgent(CompanionParts& parts) {
 }
 
 int explain(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
-  char folder[PATH_MAX];
-  return runExplainCommand(
-      words, out, errors,
-      {parts.explanationServices(), parts.desktop.localizedStrings,
-       getcwd(folder, sizeof folder) ? folder : "", [&parts] { return stateOfAgent(parts); }});
+  return runExplainCommand(words, out, errors,
+                           {parts.explanationServices(), parts.desktop.localizedStrings,
+                            currentFolder(), [&parts] { return stateOfAgent(parts); }});
 }
 
 // What it needs is made when it runs, and for no other command.

@@ -55,7 +55,7 @@ std::function<std::vector<HelpFinding>()> examination(CompanionParts& parts) {
   DoctorFacts facts;
   facts.agent = parts.desktop.agentLink.status();
   if (!facts.agent && parts.desktop.agentLink.presence() != AgentPresence::absent) {
-    facts.agentProblem = "it has not answered yet";
+    facts.agentProblem = parts.desktop.localizedStrings.stringForKey("DOCTOR_AGENT_NOT_YET", "");
   }
   facts.desktop = parts.desktop.desktopCheck.look();
   return [services = parts.doctorServices(), facts] {

@@ -67,6 +67,27 @@ struct DefinitionUpdate::Run {
   ChildProcess* child QUILLO_GUARDED_BY(mutex) = nullptr;
 };
 
+// While it lives, whoever ends the run reaches the child.
+class DefinitionUpdate::Reach {
+ public:
+  Reach(Run& run, ChildProcess& child) : run_(run) {
+    MutexLock hold(run_.mutex);
+    run_.child = &child;
+    if (run_.isEnded) {
+      child.terminate();
+    }
+  }
+  ~Reach() {
+    MutexLock hold(run_.mutex);
+    run_.child = nullptr;
+  }
+  Reach(const Reach&) = delete;
+  Reach& operator=(const Reach&) = delete;
+
+ private:
+  Run& run_;
+};
+
 DefinitionUpdate::DefinitionUpdate(const DefinitionUpdateServices& services)
     : services_(services) {}
 
@@ -119,20 +140,15 @@ void DefinitionUpdate::runToEnd(const std::shared_ptr<Run>& run) {
   UpdateResult result = UpdateResult::noEngine;
   try {
     ChildProcess child(run->request);
-    {
-      MutexLock hold(run->mutex);
-      run->child = &child;
-      if (run->isEnded) {
-        child.terminate();
-      }
-    }
+    const Reach reach(*run, child);
     const int status = child.waitUntilExit(read);
-    MutexLock hold(run->mutex);
-    run->child = nullptr;
     result = updateResultOf(status, run->exit1MeansUpdated, output);
   } catch (const PlatformException& failure) {
     const bool isMissing = failure.kind() == PlatformException::Kind::cannotLaunch;
     result = isMissing ? UpdateResult::noEngine : UpdateResult::failed;
+  } catch (...) {
+    run->say({false, std::nullopt, UpdateResult::failed});
+    throw;
   }
   run->say({false, std::nullopt, result});
 }

@@ -48,6 +48,7 @@ class DefinitionUpdate {
 
  private:
   struct Run;
+  class Reach;
 
   static void runToEnd(const std::shared_ptr<Run>& run);
   void become(const State& state);

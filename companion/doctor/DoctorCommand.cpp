@@ -5,13 +5,14 @@
 #include <ostream>
 
 #include "clamav/Verdict.h"
+#include "companion/CommandWords.h"
 #include "companion/Counting.h"
 
 namespace quillo {
 namespace {
 
 using Sign = Finding::Sign;
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 constexpr int noProblem = 0;
 constexpr int problems = 1;
@@ -112,11 +113,9 @@ Sign worstOf(const std::vector<Finding>& findings) {
 
 int runDoctorCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
                      const DoctorCommandServices& services) {
-  const bool wantsJson = words == std::vector<std::string>{"--json"};
-  if (!words.empty() && !wantsJson) {
-    errors << "vantrel doctor: what is \"" << reportedText(words.back())
-           << "\"?\nvantrel doctor [--json]\n";
-    return cannotTell;
+  const std::optional<CommandWords> asked = commandWordsOf(words);
+  if (!asked || !asked->operands.empty()) {
+    return showUsage(errors, "doctor [--json]");
   }
   DoctorFacts facts;
   facts.agentProblem = services.agent.refresh();
@@ -124,7 +123,7 @@ int runDoctorCommand(const std::vector<std::string>& words, std::ostream& out, s
   facts.desktop = services.desktop.look();
   const std::vector<Finding> findings = examine(services.doctor, facts);
   LocalizedStrings& strings = services.doctor.strings;
-  wantsJson ? printDocument(out, findings, strings) : printLines(out, findings, strings);
+  asked->asJson ? printDocument(out, findings, strings) : printLines(out, findings, strings);
   switch (worstOf(findings)) {
     case Sign::problem:
       return problems;

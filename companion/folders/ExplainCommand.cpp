@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "clamav/Verdict.h"
+#include "companion/CommandWords.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/RealPath.h"
 
@@ -35,33 +36,6 @@ const char* nameOf(Rule rule) {
     default:
       return "outside";
   }
-}
-
-struct Request {
-  std::string path;
-  bool wantsJson = false;
-  bool isGood = false;
-};
-
-Request requestIn(const std::vector<std::string>& words) {
-  Request request;
-  std::size_t paths = 0;
-  bool optionsEnded = false;
-  bool hasUnknown = false;
-  for (const std::string& word : words) {
-    if (!optionsEnded && word == "--") {
-      optionsEnded = true;
-    } else if (!optionsEnded && word == "--json") {
-      request.wantsJson = true;
-    } else if (!optionsEnded && word.size() > 1 && word.front() == '-') {
-      hasUnknown = true;
-    } else {
-      request.path = word;
-      ++paths;
-    }
-  }
-  request.isGood = paths == 1 && !request.path.empty() && !hasUnknown;
-  return request;
 }
 
 void writeJson(std::ostream& out, const Explanation& explanation, const std::string& agentState) {
@@ -111,26 +85,20 @@ void writeWords(std::ostream& out, const Explanation& explanation, const std::st
 
 int runExplainCommand(const std::vector<std::string>& words, std::ostream& out,
                       std::ostream& errors, const ExplainCommandServices& services) {
-  const Request request = requestIn(words);
-  if (!request.isGood) {
-    errors << "Usage: vantrel explain PATH [--json]\n";
-    return statusUnknown;
+  const std::optional<CommandWords> asked = commandWordsOf(words);
+  if (!asked || asked->operands.size() != 1) {
+    return showUsage(errors, "explain PATH [--json]");
   }
-  const bool isAbsolute = request.path.starts_with('/');
-  if (request.path.find('\0') != std::string::npos || (!isAbsolute && services.folder.empty())) {
-    errors << "vantrel explain: " << reportedText(request.path)
+  const std::string path = absolutePath(asked->operands[0], services.folder);
+  if (!path.starts_with('/')) {
+    errors << "vantrel explain: " << reportedText(path)
            << ": the folder that it lies in is unknown; give the whole path\n";
     return statusUnknown;
   }
-  std::string relative = request.path;
-  while (relative.starts_with("./") && relative.size() > 2) {
-    relative.erase(0, 2);
-  }
-  const std::string path = isAbsolute ? request.path : services.folder + "/" + relative;
   const Explanation explanation = explain(path, services.explanation);
   const std::string agentState = services.agentState();
   const bool cannotTell = explanation.isGuarded() && agentState == "unknown";
-  if (request.wantsJson) {
+  if (asked->asJson) {
     writeJson(out, explanation, agentState);
   } else {
     writeWords(out, explanation, agentState, services.localizedStrings);

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "clamav/Verdict.h"
+#include "companion/CommandWords.h"
 #include "companion/overview/Guard.h"
 #include "companion/overview/OverviewText.h"
 #include "platform/LocalizedStrings.h"
@@ -13,7 +14,7 @@
 namespace quillo {
 namespace {
 
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 constexpr int isGuarded = 0;
 constexpr int isNotGuarded = 1;
@@ -167,14 +168,12 @@ Answer ask(const StatusCommandServices& services) {
 
 int runStatusCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
                      const StatusCommandServices& services) {
-  const bool wantsJson = words == std::vector<std::string>{"--json"};
-  if (!words.empty() && !wantsJson) {
-    errors << "vantrel status: what is \"" << reportedText(words.back())
-           << "\"?\nvantrel status [--json]\n";
-    return cannotTell;
+  const std::optional<CommandWords> asked = commandWordsOf(words);
+  if (!asked || !asked->operands.empty()) {
+    return showUsage(errors, "status [--json]");
   }
   const Answer answer = ask(services);
-  if (wantsJson) {
+  if (asked->asJson) {
     printDocument(out, answer, services.strings);
   } else {
     printLines(out, answer, services.strings, services.clock.wallTime());

@@ -54,13 +54,12 @@ void PlannedEditor::connect() {
 void PlannedEditor::open(const PlannedScan& scan) {
   scan_ = scan;
   isOpen_ = true;
-  const bool isOther = scan.often == Often::other;
   page_.setVisible("editor", true);
   page_.setText(
       "editor",
       strings_.stringForKey(scan.id.empty() ? "PLANNED_EDITOR_NEW" : "PLANNED_EDITOR_CHANGE", ""));
   page_.setChoices("often", textsOf({"PLANNED_DAILY", "PLANNED_WEEKLY", "PLANNED_MONTHLY"}),
-                   isOther ? 0 : static_cast<std::size_t>(scan.often));
+                   scan.often == Often::other ? 0 : static_cast<std::size_t>(scan.often));
   const int weekday = scan.often == Often::weekly ? std::clamp(scan.day, 1, daysOfWeek) : 1;
   page_.setNumber("monthDay", scan.often == Often::monthly ? scan.day : 1);
   page_.setNumber("hour", scan.hour);
@@ -70,15 +69,26 @@ void PlannedEditor::open(const PlannedScan& scan) {
                    static_cast<std::size_t>(weekday - 1));
   showFolders();
   showDay();
-  showProblem(isOther && !scan.id.empty()
-                  ? Wording{"PLANNED_REPLACES", {scan.calendar}}.in(strings_)
-                  : std::string());
+  showProblem(whatIsReplaced());
   page_.focus("folders");
 }
 
 void PlannedEditor::close() {
   isOpen_ = false;
   page_.setVisible("editor", false);
+}
+
+// What of it these fields do not have, "" where they have all.
+std::string PlannedEditor::whatIsReplaced() const {
+  std::string words;
+  if (!scan_.id.empty() && scan_.often == Often::other) {
+    words = Wording{"PLANNED_REPLACES", {scan_.calendar}}.in(strings_);
+  }
+  if (!scan_.otherProgram.empty()) {
+    words += (words.empty() ? "" : "\n") +
+             Wording{"PLANNED_OTHER_PROGRAM", {scan_.otherProgram}}.in(strings_);
+  }
+  return words;
 }
 
 PlannedScan PlannedEditor::scan() const {

@@ -28,6 +28,7 @@ class PlannedEditor {
   void showProblem(const std::string& words);
 
  private:
+  std::string whatIsReplaced() const;
   std::vector<std::string> textsOf(const std::vector<const char*>& keys) const;
   void connect();
   void showFolders();

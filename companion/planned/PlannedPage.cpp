@@ -16,12 +16,14 @@ namespace {
 using Often = PlannedScan::Often;
 
 std::string foldersInWords(const PlannedScan& scan, LocalizedStrings& strings) {
-  if (!scan.isUnderstood) {
-    return strings.stringForKey("PLANNED_NOT_UNDERSTOOD", "");
-  }
   std::string result;
   for (const std::string& folder : scan.folders) {
     result += (result.empty() ? "" : ", ") + folder;
+  }
+  if (!scan.isUnderstood) {
+    const bool isByOther = !result.empty() && !scan.otherProgram.empty();
+    return isByOther ? Wording{"PLANNED_BY_OTHER", {result, scan.otherProgram}}.in(strings)
+                     : strings.stringForKey("PLANNED_NOT_UNDERSTOOD", "");
   }
   return result;
 }

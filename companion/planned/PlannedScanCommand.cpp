@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "companion/CommandWords.h"
 #include "platform/GrowlApplicationBridge.h"
 #include "platform/LocalizedStrings.h"
 #include "posix/FileUri.h"
@@ -57,8 +58,7 @@ int runPlannedScan(const std::vector<std::string>& words, std::ostream& errors,
   const bool isWellFormed = words.size() > firstPath && isPlannedScan(words) && words[2] == "--";
   const std::vector<std::string> paths = isWellFormed ? pathsIn(words) : std::vector<std::string>();
   if (paths.empty()) {
-    errors << "usage: vantrel scan --planned ID -- PATH...\n";
-    return statusIncomplete;
+    return showUsage(errors, "scan --planned ID -- PATH...");
   }
   const PlannedScanOutcome outcome = services.scan(paths);
   show(outcome, services);

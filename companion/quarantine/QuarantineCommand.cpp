@@ -1,10 +1,7 @@
 #include "companion/quarantine/QuarantineCommand.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <iterator>
@@ -13,6 +10,7 @@
 #include <ostream>
 
 #include "clamav/Verdict.h"
+#include "companion/CommandWords.h"
 #include "companion/quarantine/QuarantineWords.h"
 #include "platform/LocalizedStrings.h"
 
@@ -26,10 +24,10 @@ constexpr int jsonVersion = 1;
 constexpr int statusSomeNot = 1;
 constexpr int statusCannot = 2;
 constexpr char usage[] =
-    "usage: vantrel quarantine list [--json] [FILE...]\n"
-    "       vantrel quarantine restore [--json] [--to FOLDER] [--make-folder] FILE...|--all\n"
-    "       vantrel quarantine delete [--json] FILE...|--all\n"
-    "       vantrel quarantine check [--json] [FILE...|--all]\n";
+    "quarantine list [FILE...] [--json]\n"
+    "quarantine restore FILE...|--all [--to FOLDER] [--make-folder] [--json]\n"
+    "quarantine delete FILE...|--all [--json]\n"
+    "quarantine check [FILE...|--all] [--json]";
 
 enum class Action { list, restore, remove, check };
 
@@ -40,17 +38,6 @@ struct Asked {
   bool isAll = false;
   bool asJson = false;
 };
-
-// Relative paths begin where the command was given.
-std::string absolute(const std::string& path) {
-  if (path.starts_with('/')) {
-    return path;
-  }
-  char* const folder = getcwd(nullptr, 0);
-  std::string whole = (folder ? std::string(folder) + "/" : std::string()) + path;
-  std::free(folder);
-  return whole;
-}
 
 constexpr std::array<std::pair<const char*, Action>, 4> actions = {{{"list", Action::list},
                                                                     {"restore", Action::restore},
@@ -68,24 +55,6 @@ std::optional<Action> actionNamed(const std::string& name) {
 
 const char* nameOf(Action action) { return actions.at(static_cast<std::size_t>(action)).first; }
 
-// Returns false for what is no option of this action.
-bool takeOption(Asked& asked, const std::vector<std::string>& words, std::size_t& at) {
-  const std::string& word = words[at];
-  const bool restores = asked.action == Action::restore;
-  if (word == "--json") {
-    asked.asJson = true;
-  } else if (word == "--all" && asked.action != Action::list) {
-    asked.isAll = true;
-  } else if (word == "--make-folder" && restores) {
-    asked.target.makeFolder = true;
-  } else if (word == "--to" && restores && at + 1 < words.size() && !words[at + 1].empty()) {
-    asked.target.folder = absolute(words[++at]);
-  } else {
-    return false;
-  }
-  return true;
-}
-
 std::optional<Asked> understood(const std::vector<std::string>& words) {
   const auto action = words.empty() ? std::nullopt : actionNamed(words.front());
   if (!action) {
@@ -93,20 +62,26 @@ std::optional<Asked> understood(const std::vector<std::string>& words) {
   }
   Asked asked;
   asked.action = *action;
-  bool mayBeOption = true;
-  for (std::size_t at = 1; at < words.size(); ++at) {
-    if (mayBeOption && words[at] == "--") {
-      mayBeOption = false;
-    } else if (mayBeOption && words[at].starts_with('-')) {
-      if (!takeOption(asked, words, at)) {
-        return std::nullopt;
-      }
-    } else if (words[at].empty()) {
-      return std::nullopt;
+  const auto take = [&asked](const std::vector<std::string>& options, std::size_t& at) {
+    const bool restores = asked.action == Action::restore;
+    if (options[at] == "--all" && asked.action != Action::list) {
+      asked.isAll = true;
+    } else if (options[at] == "--make-folder" && restores) {
+      asked.target.makeFolder = true;
+    } else if (options[at] == "--to" && restores && at + 1 < options.size() &&
+               !options[at + 1].empty()) {
+      asked.target.folder = absolutePath(options[++at]);
     } else {
-      asked.files.push_back(words[at]);
+      return false;
     }
+    return true;
+  };
+  const auto rest = commandWordsOf({words.begin() + 1, words.end()}, take);
+  if (!rest) {
+    return std::nullopt;
   }
+  asked.asJson = rest->asJson;
+  asked.files = rest->operands;
   // Some files or all of them, and not both; what changes nothing may go without.
   const bool isHarmless = asked.action == Action::list || asked.action == Action::check;
   const bool isTwice = asked.isAll && !asked.files.empty();
@@ -124,6 +99,11 @@ std::string isoTime(QuarantineRecord::Time time) {
              : "";
 }
 
+// Definitions whose time is not known are none but the built-in one.
+Json timeOrNull(QuarantineRecord::Time time) {
+  return time == QuarantineRecord::Time() ? Json() : Json(isoTime(time));
+}
+
 Json jsonOf(const QuarantinedFile& file, const QuarantineStore& store) {
   Json json = {{"name", reportedText(file.name)},
                {"path", reportedText(store.pathOf(file))},
@@ -136,7 +116,7 @@ Json jsonOf(const QuarantinedFile& file, const QuarantineStore& store) {
     json["moved"] = isoTime(record.moved);
     json["sha256"] = record.hash;
     json["check"] = nameOf(record.check);
-    json["definitions"] = record.check == Check::never ? Json() : Json(isoTime(record.checkedWith));
+    json["definitions"] = record.check == Check::never ? Json() : timeOrNull(record.checkedWith);
   }
   return json;
 }
@@ -271,14 +251,14 @@ class Run {
   }
 
   void finish(const QuarantinedFile& file, const QuarantineOutcome& outcome) {
+    const bool isDeleted = outcome.isDone() && asked_.action == Action::remove;
     Json json = jsonOf(file, store_);
     json["outcome"] = nameOf(outcome.reason);
-    json["target"] = reportedText(outcome.path);
+    json["target"] = isDeleted ? "" : reportedText(outcome.path);
     if (outcome.error != 0) {
       json["error"] = std::strerror(outcome.error);
     }
     json["attributesKept"] = outcome.areAttributesKept;
-    const bool isDeleted = outcome.isDone() && asked_.action == Action::remove;
     report(json, file.name, isDeleted ? words_.text("DELETED") : words_.outcome(outcome),
            outcome.isDone());
     if (!outcome.isDone()) {
@@ -290,6 +270,7 @@ class Run {
     const auto definitions = services_.definitions();
     const QuarantineCheckResult result = services_.check(store_, files, definitions);
     if (!result.problem.empty()) {
+      json_["problem"] = nameOf(QuarantineStore::FolderProblem::failed);
       errors_ << Wording{"QUARANTINE_CHECK_FAILED", {result.problem}}.in(services_.localizedStrings)
               << "\n";
       status_ = statusCannot;
@@ -298,7 +279,7 @@ class Run {
     for (const auto& checked : result.files) {
       Json json = jsonOf(checked.file, store_);
       json["check"] = nameOf(checked.check);
-      json["definitions"] = isoTime(definitions);
+      json["definitions"] = timeOrNull(definitions);
       json["detail"] = reportedText(checked.detail);
       const bool isScanned = checked.check != Check::notScanned;
       const std::string key = checked.check == Check::clean ? "QUARANTINE_CHECKED_CLEAN"
@@ -336,8 +317,7 @@ int runQuarantineCommand(const std::vector<std::string>& words, std::ostream& ou
                          std::ostream& errors, const QuarantineServices& services) {
   const auto asked = understood(words);
   if (!asked) {
-    errors << usage;
-    return statusCannot;
+    return showUsage(errors, usage);
   }
   return Run(*asked, out, errors, services).perform();
 }

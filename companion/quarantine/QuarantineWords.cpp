@@ -136,11 +136,14 @@ std::string QuarantineWords::state(const QuarantinedFile& file) const {
   if (!file.hasRecord()) {
     return text("STATE_NO_RECORD");
   }
+  const std::string when = time(file.record.checkedWith);
   switch (file.record.check) {
     case QuarantineRecord::Check::clean:
-      return Wording{"QUARANTINE_STATE_CLEAN", {time(file.record.checkedWith)}}.in(strings_);
+      return when.empty() ? text("CHECKED_CLEAN")
+                          : Wording{"QUARANTINE_STATE_CLEAN", {when}}.in(strings_);
     case QuarantineRecord::Check::infected:
-      return Wording{"QUARANTINE_STATE_STILL", {time(file.record.checkedWith)}}.in(strings_);
+      return when.empty() ? text("STATE_INFECTED")
+                          : Wording{"QUARANTINE_STATE_STILL", {when}}.in(strings_);
     default:
       return text("STATE_INFECTED");
   }

@@ -1,12 +1,10 @@
 #include "companion/scan/ScanCommand.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <ostream>
 
+#include "companion/CommandWords.h"
 #include "companion/scan/InterruptWatch.h"
 #include "companion/scan/ScanFindings.h"
 #include "companion/scan/ScanWords.h"
@@ -21,29 +19,6 @@ using Problem = ManualScanResult::Problem;
 constexpr int jsonVersion = 1;
 constexpr int statusFound = 1;
 constexpr int statusIncomplete = 2;
-constexpr const char* usage = "usage: vantrel scan PATH... [--json]\n";
-
-// What the words behind `vantrel scan` ask for.
-struct ScanWish {
-  std::vector<std::string> paths;  // made absolute
-  bool asJson = false;
-};
-
-// Relative paths begin where the command was given.
-std::string absolute(const std::string& path) {
-  if (path.starts_with('/')) {
-    return path;
-  }
-  std::string relative = path;
-  while (relative.starts_with("./") && relative.size() > 2) {
-    relative.erase(0, 2);
-  }
-  char* const folder = getcwd(nullptr, 0);
-  std::string whole = (folder ? std::string(folder) + "/" : std::string()) + relative;
-  std::free(folder);
-  return whole;
-}
-
 const char* nameOf(ScanFinding::Done done) {
   switch (done) {
     case ScanFinding::Done::moved:
@@ -94,7 +69,7 @@ void addPlace(Json& entry, const ScanFinding& finding) {
 // Writes what is said as it comes, and keeps it for the document.
 class Writer final : public ManualScanObserver {
  public:
-  Writer(const ScanWish& asked, std::ostream& out, const ScanCommandServices& services)
+  Writer(const CommandWords& asked, std::ostream& out, const ScanCommandServices& services)
       : asked_(asked),
         out_(out),
         strings_(services.scan.localizedStrings),
@@ -137,7 +112,7 @@ class Writer final : public ManualScanObserver {
     Json whole;
     whole["version"] = jsonVersion;
     whole["command"] = "scan";
-    for (const std::string& path : asked_.paths) {
+    for (const std::string& path : asked_.operands) {
       whole["paths"].push_back(reportedText(path));
     }
     whole["result"] = result_.found > 0 ? "found" : isIncomplete(result_) ? "incomplete" : "clean";
@@ -177,7 +152,7 @@ class Writer final : public ManualScanObserver {
     return entry;
   }
 
-  const ScanWish& asked_;
+  const CommandWords& asked_;
   std::ostream& out_;
   LocalizedStrings& strings_;
   const ScanWords words_;
@@ -185,38 +160,22 @@ class Writer final : public ManualScanObserver {
   ManualScanResult result_;
 };
 
-// Returns nothing for words that it does not know, and without a path. What follows "--" is a path.
-std::optional<ScanWish> scanWishOf(const std::vector<std::string>& words) {
-  ScanWish asked;
-  bool mayBeOption = true;
-  for (const std::string& word : words) {
-    if (mayBeOption && word == "--") {
-      mayBeOption = false;
-    } else if (mayBeOption && word == "--json") {
-      asked.asJson = true;
-    } else if (word.empty() || (mayBeOption && word.starts_with('-'))) {
-      return std::nullopt;
-    } else {
-      asked.paths.push_back(absolute(word));
-    }
-  }
-  return asked.paths.empty() ? std::nullopt : std::optional<ScanWish>(asked);
-}
-
 }  // namespace
 
 int runScanCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
                    const ScanCommandServices& services) {
-  const std::optional<ScanWish> asked = scanWishOf(words);
-  if (!asked) {
-    errors << usage;
-    return statusIncomplete;
+  std::optional<CommandWords> asked = commandWordsOf(words);
+  if (!asked || asked->operands.empty()) {
+    return showUsage(errors, "scan PATH... [--json]");
+  }
+  for (std::string& path : asked->operands) {
+    path = absolutePath(path);
   }
   Writer writer(*asked, out, services);
   const auto scan = std::make_shared<ManualScan>(services.scan, writer, services.history);
   {
     const InterruptWatch interrupts(services.scan.threads, [scan] { scan->stop(); });
-    scan->run(asked->paths);
+    scan->run(asked->operands);
   }
   if (writer.result().found > 0) {
     return statusFound;

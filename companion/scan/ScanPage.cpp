@@ -241,7 +241,8 @@ void ScanPage::showState() {
   const bool pauses = state.phase == ManualScanState::Phase::pausing ||
                       state.phase == ManualScanState::Phase::paused;
   page_.setVisible("progressBox", isAtWork);
-  page_.setVisible("report", !isAtWork);
+  page_.setVisible("report", !isAtWork && hasReport_);
+  page_.setVisible("nothingYet", !isAtWork && !hasReport_);
   if (isAtWork) {
     page_.setText("state", words_.phase(state));
     page_.setText("progress", state.progress.files() > 0 ? words_.progress(state) : "");

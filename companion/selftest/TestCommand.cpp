@@ -1,15 +1,18 @@
 #include "companion/selftest/TestCommand.h"
 
 #include <array>
-#include <string_view>
+#include <nlohmann/json.hpp>
 
 #include "clamav/Verdict.h"
+#include "companion/CommandWords.h"
 
 namespace quillo {
 namespace {
 
 using State = SelfTest::State;
 using Outcome = SelfTest::Outcome;
+
+constexpr int jsonVersion = 1;
 
 const char* nameOf(SelfTest::Step step) {
   constexpr std::array names = {"agent", "written", "noticed", "found", "removed"};
@@ -26,24 +29,18 @@ const char* nameOf(Outcome outcome) {
   return names.at(static_cast<std::size_t>(outcome));
 }
 
-std::string json(std::string_view bytes) {
-  std::string result = "\"";
-  for (const char c : reportedText(bytes)) {
-    result += c == '"' || c == '\\' ? std::string("\\") + c : std::string(1, c);
-  }
-  return result + "\"";
-}
-
 void printJson(std::ostream& out, const SelfTest& test, LocalizedStrings& strings) {
-  out << "{\"version\":1,\"command\":\"test\",\"result\":\"" << nameOf(test.outcome())
-      << "\",\"file\":" << json(test.path()) << ",\"steps\":[";
-  const char* separator = "";
+  nlohmann::ordered_json document = {{"version", jsonVersion},
+                                     {"command", "test"},
+                                     {"result", nameOf(test.outcome())},
+                                     {"file", reportedText(test.path())},
+                                     {"steps", nlohmann::ordered_json::array()}};
   for (const SelfTest::Result& result : test.results()) {
-    out << separator << "{\"step\":\"" << nameOf(result.step) << "\",\"state\":\""
-        << nameOf(result.state) << "\",\"words\":" << json(result.words.in(strings)) << "}";
-    separator = ",";
+    document["steps"].push_back({{"step", nameOf(result.step)},
+                                 {"state", nameOf(result.state)},
+                                 {"words", reportedText(result.words.in(strings))}});
   }
-  out << "]}\n";
+  out << document.dump(2) << "\n";
 }
 
 // Prints the steps from `next` on that have come to an end, and returns the first that has not.
@@ -70,17 +67,20 @@ int statusOf(Outcome outcome) {
 
 int runTestCommand(const std::vector<std::string>& words, std::ostream& out, std::ostream& errors,
                    const TestCommandServices& services) {
-  const bool isJson = words.size() == 1 && words[0] == "--json";
-  if (!words.empty() && !isJson) {
-    errors << reportedText(Wording{"SELFTEST_USAGE", {words.back()}}.in(services.localizedStrings))
-           << "\n";
-    return 2;
+  const std::optional<CommandWords> asked = commandWordsOf(words);
+  if (!asked || !asked->operands.empty()) {
+    return showUsage(errors, "test [--json]");
   }
+  const bool isJson = asked->asJson;
   LocalizedStrings& strings = services.localizedStrings;
   if (!isJson) {
     out << strings.stringForKey("SELFTEST_BEFORE", "") << std::endl;
   }
   SelfTest test(services.clock, services.evidence, services.moveFolders);
+  if (const std::string problem = services.agentProblem(); !problem.empty()) {
+    errors << reportedText(Wording{"COMMAND_NO_ANSWER", {problem}}.in(strings)) << "\n";
+    test.cancel();
+  }
   std::size_t next = 0;
   for (test.step(); !test.isOver(); test.step()) {
     next = isJson ? next : printSteps(out, test, next, strings);

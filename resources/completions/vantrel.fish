@@ -19,6 +19,3 @@ complete -c vantrel -n "__fish_seen_subcommand_from restore" -l to -x -a '(__fis
 complete -c vantrel -n "__fish_seen_subcommand_from restore" -l make-folder -d 'Make the folder anew that is gone'
 complete -c vantrel -n "__fish_seen_subcommand_from quarantine; and __fish_seen_subcommand_from $actions" -F
 complete -c vantrel -n "__fish_seen_subcommand_from quarantine; and not __fish_seen_subcommand_from $actions" -a "$actions"
-complete -c vantrel -n "__fish_seen_subcommand_from restore delete check" -l all -d 'Do it with all files'
-complete -c vantrel -n "__fish_seen_subcommand_from restore" -l to -r -a "(__fish_complete_directories)" -d 'Put them into that folder'
-complete -c vantrel -n "__fish_seen_subcommand_from restore" -l make-folder -d 'Make a folder anew that is gone'

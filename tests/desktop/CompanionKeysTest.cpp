@@ -67,8 +67,10 @@ std::set<std::string> usedWords() {
       used.merge(wordsIn(contentsOfFile(entry.path()).value_or("")));
     }
   }
-  used.merge(wordsIn(
-      contentsOfFile(QUILLO_SOURCE_DIR "/resources/interface/vantrel/overview.ui").value_or("")));
+  for (const char* file :
+       {"/app/vantrel/GuidePages.cpp", "/resources/interface/vantrel/overview.ui"}) {
+    used.merge(wordsIn(contentsOfFile(QUILLO_SOURCE_DIR + std::string(file)).value_or("")));
+  }
   return used;
 }
 

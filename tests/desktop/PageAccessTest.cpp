@@ -138,6 +138,25 @@ TEST_P(PageAccess, HasWordsForItsTextsAndNoKeys) {
   }
 }
 
+// A name hides the text of a label from who has it read aloud.
+TEST_P(PageAccess, HasItsLabelsReadAloud) {
+  for (const QLabel* label : window.widget().findChildren<QLabel*>()) {
+    EXPECT_TRUE(label->accessibleName().isEmpty()) << label->objectName().toStdString();
+  }
+}
+
+// The program speaks to the first of that name alone.
+TEST_P(PageAccess, GivesNoTwoWidgetsOneName) {
+  std::set<QString> names;
+  for (const QWidget* widget :
+       window.widget().findChild<QWidget*>("page")->findChildren<QWidget*>()) {
+    const QString name = widget->objectName();
+    if (!name.isEmpty() && !name.startsWith("qt_")) {
+      EXPECT_TRUE(names.insert(name).second) << name.toStdString();
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, PageAccess, testing::ValuesIn(pageNames()),
                          [](const auto& each) { return each.param; });
 

@@ -3,8 +3,11 @@
 #include <QDir>
 #include <QFile>
 #include <QXmlStreamReader>
+#include <algorithm>
 #include <map>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/preferences/TomlFile.h"
@@ -13,6 +16,7 @@ namespace quillo {
 namespace {
 
 using Texts = std::map<std::string, std::string>;
+using Words = std::vector<std::string>;
 
 constexpr const char* languages[] = {"de", "en", "es", "fr", "ja"};
 constexpr const char* stringsFolder = QUILLO_SOURCE_DIR "/resources/strings";
@@ -222,6 +226,108 @@ TEST(PageStrings, GiveEveryWidgetThatIsSeenAnAccessKeyOfItsOwn) {
     for (const QString& name : folder.entryList({"*.ui"})) {
       for (const std::string& clash : clashesIn(textsOf(folder.filePath(name)), texts)) {
         ADD_FAILURE() << name.toStdString() << " " << language << ": " << clash;
+      }
+    }
+  }
+}
+
+// What the program itself makes a button say: the page, the text that the button has in the file,
+// if any, and the others.
+struct OtherTexts {
+  const char* page;
+  const char* key;
+  std::vector<std::string> others;
+};
+
+const OtherTexts otherTexts[] = {
+    {"overview",
+     "",
+     {"OVERVIEW_MEND_CHOOSE_FOLDERS", "OVERVIEW_MEND_RESTART_AGENT", "OVERVIEW_MEND_SET_UP",
+      "OVERVIEW_MEND_SET_UP_ENGINE", "OVERVIEW_MEND_SHOW_FOLDERS", "OVERVIEW_MEND_START_AGENT",
+      "OVERVIEW_MEND_START_WATCHING", "OVERVIEW_MEND_UPDATE"}},
+    {"scan", "SCAN_PAUSE", {"SCAN_RESUME"}},
+    {"start", "START_NEXT", {"START_FINISH", "START_GUARD"}}};
+
+TEST(PageStrings, GiveAButtonAnAccessKeyOfItsOwnWhateverItSays) {
+  for (const char* language : languages) {
+    for (const OtherTexts& button : otherTexts) {
+      Texts texts = tableOf(button.page, language);
+      auto file = textsOf(QString("%1/%2.ui").arg(interfaceFolder, button.page));
+      auto itself = std::find_if(file.begin(), file.end(), [&](const FileText& text) {
+        return text.key == button.key && text.property == "text";
+      });
+      ASSERT_EQ(itself == file.end(), button.key[0] == '\0') << button.key;
+      itself = itself == file.end() ? file.insert(itself, {"text", "", "", ""}) : itself;
+      for (const std::string& other : button.others) {
+        itself->key = other;
+        for (const std::string& clash : clashesIn(file, texts)) {
+          ADD_FAILURE() << button.page << " " << language << ": " << clash;
+        }
+      }
+    }
+  }
+}
+
+// The pages that ask, and the two answers of each question.
+const std::pair<const char*, Words> questions[] = {
+    {"overview", {"OVERVIEW_CLOSE_STAY", "OVERVIEW_CLOSE_STOP"}},
+    {"planned", {"PLANNED_REMOVE_NO", "PLANNED_REMOVE_YES"}},
+    {"quarantine", {"QUARANTINE_CANCEL", "QUARANTINE_ALLOW_ALL_THE_SAME"}},
+    {"quarantine", {"QUARANTINE_CANCEL", "QUARANTINE_DELETE_CONTINUE"}},
+    {"quarantine", {"QUARANTINE_CANCEL", "QUARANTINE_DELETE_FOR_GOOD"}},
+    {"quarantine", {"QUARANTINE_CANCEL", "QUARANTINE_MAKE_FOLDER"}},
+    {"quarantine", {"QUARANTINE_CANCEL", "QUARANTINE_RESTORE_ALL_THE_SAME"}},
+    {"results", {"RESULTS_ALLOW_NO", "RESULTS_ALLOW_YES"}},
+    {"results", {"RESULTS_EXCLUDE_NO", "RESULTS_EXCLUDE_YES"}},
+    {"scan", {"SCAN_ALLOW_NO", "SCAN_ALLOW_YES"}},
+    {"scan", {"SCAN_CLOSE_STAY", "SCAN_CLOSE_STOP"}},
+    {"window", {"WINDOW_BUTTON_CANCEL", "WINDOW_BUTTON_EXCLUDE"}}};
+
+TEST(PageStrings, GiveEveryAnswerAnAccessKeyOfItsOwn) {
+  for (const char* language : languages) {
+    for (const auto& [page, answers] : questions) {
+      const Texts texts = tableOf(page, language);
+      EXPECT_NE(accessKeyOf(texts.at(answers[0])), accessKeyOf(texts.at(answers[1])))
+          << language << " " << answers[0];
+    }
+  }
+}
+
+// Each text with an access key is in a file or in one of the lists above.
+TEST(PageStrings, WithAnAccessKeyAreAllKnownHere) {
+  const QDir folder(interfaceFolder);
+  std::set<std::string> known = {"WINDOW_BUTTON_CLOSE"};
+  for (const QString& name : folder.entryList({"*.ui"})) {
+    for (const FileText& text : textsOf(folder.filePath(name))) {
+      known.insert(text.key);
+    }
+  }
+  for (const OtherTexts& button : otherTexts) {
+    known.insert(button.others.begin(), button.others.end());
+  }
+  for (const auto& [page, answers] : questions) {
+    known.insert(answers.begin(), answers.end());
+  }
+  for (const std::string& page : pages()) {
+    for (const auto& [key, text] : tableOf(page, "en")) {
+      EXPECT_TRUE(accessKeyOf(text).empty() || known.count(key) == 1) << page << " " << key;
+    }
+  }
+}
+
+// A line must not break at the blank that stands there; an apostrophe is one everywhere.
+TEST(PageStrings, InFrenchKeepPunctuationWithItsWord) {
+  for (const std::string& page : pages()) {
+    for (const auto& [key, text] : tableOf(page, "fr")) {
+      const QString shown = QString::fromStdString(text);
+      EXPECT_FALSE(shown.contains(u'\'')) << page << " " << key;
+      for (qsizetype at = 0; at < shown.size(); ++at) {
+        const QChar before = at > 0 ? shown.at(at - 1) : QChar();
+        const QChar after = at + 1 < shown.size() ? shown.at(at + 1) : QChar(' ');
+        const bool isTight =
+            QString(";!?»").contains(shown.at(at)) || (shown.at(at) == u':' && after.isSpace());
+        EXPECT_TRUE(!isTight || before == QChar::Nbsp) << page << " " << key;
+        EXPECT_TRUE(shown.at(at) != u'«' || after == QChar::Nbsp) << page << " " << key;
       }
     }
   }

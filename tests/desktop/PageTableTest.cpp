@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QElapsedTimer>
 #include <QHeaderView>
+#include <QLabel>
 #include <QScrollBar>
 #include <QTableView>
 #include <stdexcept>
@@ -35,6 +36,20 @@ class NumberedRows final : public TableRows {
   std::size_t rows_;
 };
 
+class LongRows final : public TableRows {
+ public:
+  explicit LongRows(const std::string& word) {
+    for (int i = 0; i < 30; ++i) {
+      text_ += word;
+    }
+  }
+  std::size_t count() override { return 1; }
+  Row row(std::size_t) override { return {{"short", text_}}; }
+
+ private:
+  std::string text_;
+};
+
 class PageTableTest : public testing::Test {
  protected:
   PageTableTest() {
@@ -46,6 +61,9 @@ class PageTableTest : public testing::Test {
     rows = std::make_shared<NumberedRows>(count);
     page.setRows("table", {"Name", "Folder"}, rows);
     QCoreApplication::processEvents();
+  }
+  static QString spokenOf(QTableView& table) {
+    return QAccessible::queryAccessibleInterface(&table)->text(QAccessible::Description);
   }
   QString shownAt(int row) { return view.model()->index(row, 0).data().toString(); }
 
@@ -59,6 +77,60 @@ TEST_F(PageTableTest, ShowsTitlesAndBytes) {
   showRows(3);
   EXPECT_EQ(view.model()->headerData(0, Qt::Horizontal).toString(), "Name");
   EXPECT_EQ(shownAt(2).toStdString(), "file 2\\xff");
+}
+
+TEST_F(PageTableTest, SaysWhatItIsForWhileItIsEmpty) {
+  const QLabel& hint = *view.findChild<QLabel*>("qt_hint");
+  EXPECT_EQ(hint.text(), "Rows come here.");
+  EXPECT_TRUE(hint.isVisible());
+  EXPECT_EQ(spokenOf(view), "Rows come here.");
+  showRows(1);
+  EXPECT_FALSE(hint.isVisible());
+  EXPECT_EQ(spokenOf(view), "");
+  rows->setCount(0);
+  page.rowsChanged("table");
+  EXPECT_TRUE(hint.isVisible());
+  EXPECT_EQ(spokenOf(view), "Rows come here.");
+}
+
+// What does not fit is scrolled in the table, and not with all of the page.
+TEST_F(PageTableTest, AsksForNoMoreHeightThanItHasToHave) {
+  showRows(million);
+  EXPECT_LE(view.sizeHint().height(), 200);
+  EXPECT_LE(view.sizeHint().height(), view.minimumSizeHint().height());
+}
+
+TEST_F(PageTableTest, SelectsItsFirstRowForWhoComesByKeyboard) {
+  showRows(1);
+  int calls = 0;
+  page.onSelection("table", [&] { ++calls; });
+  EXPECT_TRUE(page.selectedRows("table").empty());
+  QFocusEvent come(QEvent::FocusIn, Qt::TabFocusReason);
+  QCoreApplication::sendEvent(&view, &come);
+  EXPECT_EQ(page.selectedRows("table"), std::vector<std::size_t>{0});
+  EXPECT_EQ(calls, 1);
+}
+
+TEST_F(PageTableTest, ElidesLongTextsRatherThanHideColumns) {
+  page.setRows("table", {"Name", "Folder"}, std::make_shared<LongRows>("mmmm"));
+  view.setFixedWidth(400);
+  QCoreApplication::processEvents();
+  EXPECT_FALSE(view.horizontalScrollBar()->isVisible());
+  view.setFixedWidth(120);
+  QCoreApplication::processEvents();
+  EXPECT_TRUE(view.horizontalScrollBar()->isVisible());
+}
+
+TEST_F(PageTableTest, ShowsSentencesWholeWhereItsFileSaysSo) {
+  QTableView& sentences = *test.find<QTableView>("sentences");
+  page.setRows("sentences", {"Name", "Sentence"}, std::make_shared<LongRows>("many words "));
+  sentences.setFixedWidth(600);
+  QCoreApplication::processEvents();
+  const int wide = sentences.rowHeight(0);
+  EXPECT_GT(wide, sentences.fontMetrics().height() * 2);
+  sentences.setFixedWidth(300);
+  QCoreApplication::processEvents();
+  EXPECT_GT(sentences.rowHeight(0), wide);
 }
 
 TEST_F(PageTableTest, SharesItsWidthAmongTheColumnsUntilOneIsDrawn) {

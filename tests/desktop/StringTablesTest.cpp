@@ -151,6 +151,14 @@ TEST(ShippedStrings, SayOfAFailedMoveWhichAndWhy) {
   }
 }
 
+void expectNoneOf(const std::vector<std::string>& words, const std::string& table) {
+  for (const auto& [key, text] : tableOf(table)) {
+    for (const std::string& word : words) {
+      EXPECT_EQ(text.find(word), std::string::npos) << table << " " << key << ": " << word;
+    }
+  }
+}
+
 // One word for each thing: the others would make the user look for a difference.
 TEST(ShippedStrings, HaveOneWordForEachThing) {
   const std::map<std::string, std::vector<std::string>> others = {
@@ -162,11 +170,28 @@ TEST(ShippedStrings, HaveOneWordForEachThing) {
       {"ja", {"ウイルススキャナー", "検査"}}};
   for (const auto& [language, words] : others) {
     for (const std::string& table : {language, "windows/" + language}) {
-      for (const auto& [key, text] : tableOf(table)) {
-        for (const std::string& word : words) {
-          EXPECT_EQ(text.find(word), std::string::npos) << table << " " << key << ": " << word;
-        }
-      }
+      expectNoneOf(words, table);
+    }
+  }
+}
+
+TEST(ShippedStrings, HaveOneWordForEachThingInBothPrograms) {
+  const std::map<std::string, std::vector<std::string>> others = {
+      {"de",
+       {"Schadprogramm", "Malware", "Computer", "Daemon", "Laufwerk ", "Helfer", "Probe",
+        "Scanprotokoll", "Scan-Protokoll", "Wächter"}},
+      {"es", {"malware", "demonio", "yudante", "ordenador"}},
+      {"fr", {"maliciels", "démon", "ssistant", "'"}},
+      {"ja",
+       {"フォルダー", "ウインドウ", "コンピューター", "ヘルパー", "補助ツール", "状態アイコン",
+        "ごみ箱"}}};
+  for (const auto& [language, words] : others) {
+    std::vector<std::string> tables = {language, "windows/" + language};
+    for (const auto& page : std::filesystem::directory_iterator(shipped + "/vantrel")) {
+      tables.push_back("vantrel/" + page.path().filename().string() + "/" + language);
+    }
+    for (const std::string& table : tables) {
+      expectNoneOf(words, table);
     }
   }
 }

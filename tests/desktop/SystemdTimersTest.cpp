@@ -99,6 +99,7 @@ TEST_F(SystemdTimersTest, ChangeThatAnEditOutweighsIsAProblem) {
   systemd.editedCalendar = "Mon..Fri *-*-* 12:30:00";
   scan.hour = 9;
   EXPECT_EQ(put(scan).key, "PLANNED_OVERRIDDEN");
+  EXPECT_EQ(put(scan).values.at(0), "vantrel-scan-" + scan.id + ".timer");
 }
 
 TEST_F(SystemdTimersTest, AnotherProgramInTheServiceIsNotTakenForAScan) {
@@ -109,6 +110,29 @@ TEST_F(SystemdTimersTest, AnotherProgramInTheServiceIsNotTakenForAScan) {
   ASSERT_EQ(scans.size(), 1U);
   EXPECT_FALSE(scans[0].isUnderstood);
   EXPECT_TRUE(scans[0].folders.empty());
+}
+
+TEST_F(SystemdTimersTest, ScanByAnotherProgramIsShownNotRunAndMendedByAChange) {
+  units.write("vantrel-scan-aa.timer", "[Timer]\nOnCalendar=*-*-* 12:30:00\n");
+  units.write("vantrel-scan-aa.service",
+              "[Service]\nExecStart=:/old/vantrel scan --planned aa -- /home/anna\n");
+  FakeSystemd systemd(units);
+  PlannedScan scan = planned().at(0);
+  EXPECT_FALSE(scan.isUnderstood);
+  EXPECT_EQ(scan.otherProgram, "/old/vantrel");
+  EXPECT_EQ(scan.folders, std::vector<std::string>{"/home/anna"});
+  const Wording refusal = asked([&] { return timers.runNow("aa"); });
+  EXPECT_EQ(refusal.key, "PLANNED_OTHER_NOT_RUN");
+  EXPECT_EQ(refusal.values, std::vector<std::string>{"/old/vantrel"});
+  EXPECT_TRUE(systemd.started.empty());
+
+  EXPECT_EQ(put(scan).key, "");
+  scan = planned().at(0);
+  EXPECT_TRUE(scan.isUnderstood);
+  EXPECT_EQ(scan.otherProgram, "");
+  EXPECT_NE(TemporaryFolder::read(units.at("vantrel-scan-aa.service"))
+                .find("ExecStart=:\"/usr/bin/vantrel\" scan"),
+            std::string::npos);
 }
 
 TEST_F(SystemdTimersTest, RefusedScanLeavesNothing) {

@@ -107,20 +107,55 @@ TEST(UnitText, FolderThatIsNoTextTravelsAsItsUri) {
   scan.folders = {"/\xff"};
   EXPECT_NE(serviceUnit(scan, "/bin/true").find("\"file:///%%FF\""), std::string::npos);
   PlannedScan read = weekly();
-  EXPECT_TRUE(readCommand({"/bin/true", "scan", "--planned", "a1b2", "--", "file:///%FF"}, read));
+  readCommands({{"/bin/true", "scan", "--planned", "a1b2", "--", "file:///%FF"}}, "/bin/true",
+               read);
+  EXPECT_TRUE(read.isUnderstood);
   EXPECT_EQ(read.folders, std::vector<std::string>{"/\xff"});
 }
 
 TEST(UnitText, AnotherCommandIsNotTakenForAScan) {
   for (const std::vector<std::string>& words :
-       {std::vector<std::string>{},
+       {std::vector<std::string>{"/bin/true"},
         {"/bin/true", "scan", "--planned", "a1b2", "--"},
         {"/bin/true", "scan", "--planned", "other", "--", "/a"},
         {"/bin/true", "scan", "--planned", "a1b2", "--", "relative"},
         {"/bin/rm", "-r", "--planned", "a1b2", "--", "/a"}}) {
     PlannedScan scan = weekly();
-    EXPECT_FALSE(readCommand(words, scan));
+    readCommands({words}, words[0], scan);
+    EXPECT_FALSE(scan.isUnderstood);
+    EXPECT_TRUE(scan.otherProgram.starts_with(words[0])) << scan.otherProgram;
     EXPECT_EQ(scan.folders, weekly().folders);
+  }
+}
+
+TEST(UnitText, ScanByAnotherProgramIsNoneOfThisOne) {
+  PlannedScan scan = weekly();
+  const std::vector<std::string> command = {"/old/vantrel", "scan", "--planned",
+                                            "a1b2",         "--",   "/a"};
+  readCommands({command}, "/bin/vantrel", scan);
+  EXPECT_FALSE(scan.isUnderstood);
+  EXPECT_EQ(scan.otherProgram, "/old/vantrel");
+  EXPECT_EQ(scan.folders, std::vector<std::string>{"/a"});
+}
+
+TEST(UnitText, ScanWithAnotherCommandBesideItIsNotTakenForOne) {
+  PlannedScan scan = weekly();
+  readCommands({{"/bin/vantrel", "scan", "--planned", "a1b2", "--", "/a"}, {"/bin/rm", "-r"}},
+               "/bin/vantrel", scan);
+  EXPECT_FALSE(scan.isUnderstood);
+  EXPECT_EQ(scan.otherProgram, "/bin/vantrel scan --planned a1b2 -- /a; /bin/rm -r");
+  readCommands({}, "/bin/vantrel", scan = weekly());
+  EXPECT_FALSE(scan.isUnderstood);
+  EXPECT_EQ(scan.otherProgram, "");
+}
+
+TEST(UnitText, NothingIsBegunOnceTheProgramIsGone) {
+  const std::string condition = "\nConditionFileIsExecutable=";
+  EXPECT_NE(
+      serviceUnit(weekly(), "/opt/my \"apps\" 5%/é").find(condition + "/opt/my \"apps\" 5%%/é\n"),
+      std::string::npos);
+  for (const char* program : {"/a\nb", "/a\\", "/a ", "/a\xff"}) {
+    EXPECT_EQ(serviceUnit(weekly(), program).find(condition), std::string::npos) << program;
   }
 }
 

@@ -55,11 +55,16 @@ TEST_P(VantrelPages, AreAllShownOnADesktop) {
   const auto variables = look.isDark ? DesktopSession::darkVariables() : std::vector<std::string>();
   std::unique_ptr<ChildProcess> first;
   for (const std::string& page : pages()) {
-    const QImage before = session.screen().picture();
+    Screen& screen = session.screen();
+    const QImage before = screen.picture();
     const std::string title = titleOf(page, look.language);
     auto process = session.startCommand(commandFor(page, look.language, variables));
-    EXPECT_TRUE(session.screen().eventually([&] {
-      return session.screen().countWindows(title) == 1 && session.screen().picture() != before;
+    // A window that is not drawn yet lets the desktop through.
+    const QRgb desktop = before.pixel(0, 0);
+    EXPECT_TRUE(screen.eventually([&] {
+      const std::vector<QRect> windows = screen.windowAreas(title);
+      return windows.size() == 1 && screen.picture() != before &&
+             !screen.find(desktop, windows.front());
     })) << page;
     first ? static_cast<void>(process->waitUntilExit()) : first.swap(process);
     session.keepPicture("vantrel-" + page + "-" + look.language + (look.isDark ? "-dark" : ""));

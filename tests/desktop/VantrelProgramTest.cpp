@@ -7,6 +7,7 @@
 
 #include "posix/Text.h"
 #include "tests/desktop/support/session/DesktopSession.h"
+#include "tests/desktop/support/session/ShownWords.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Waiting.h"
 
@@ -47,6 +48,10 @@ class VantrelProgram : public testing::Test {
     const std::string title = page + " – Vantrel";
     return session.screen().eventually(
         [&] { return session.screen().countWindows(title) == 1 && windows() == 1; });
+  }
+  // Keys reach it from now on.
+  bool hasKeyboard(const std::string& title) {
+    return session.screen().eventually([&] { return session.screen().hasKeyboard(title); });
   }
   void call(const std::string& method, const std::vector<std::string>& arguments) {
     std::vector<std::string> words = {"gdbus",
@@ -142,15 +147,21 @@ TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
     return session.screen().eventually(
         [&] { return TemporaryFolder::read(preferences).find(text) != std::string::npos; });
   };
-  const auto process = start({"--page", "folders"});
+  ShownWords words(session);
+  const auto process =
+      session.startCommand({"env", ShownWords::variable(), program, "--page", "folders"});
   ASSERT_TRUE(shows("Folders"));
+  ASSERT_TRUE(hasKeyboard("Folders – Vantrel"));
   session.press("alt+a");
-  ASSERT_TRUE(session.screen().eventually(
-      [&] { return session.screen().countWindows("Folders to Guard") == 1; }));
+  ASSERT_TRUE(hasKeyboard("Folders to Guard"));
   session.run({"xdotool", "type", folder});
   session.press("Return");
   EXPECT_TRUE(isWritten("Letters")) << TemporaryFolder::read(preferences);
+  ASSERT_TRUE(hasKeyboard("Folders – Vantrel"));
+  ASSERT_TRUE(session.screen().eventually([&] { return words.say("~/Letters"); }));
   session.press("alt+p");
+  EXPECT_TRUE(session.screen().eventually([&] { return words.hasKeyboard("Pattern:"); }))
+      << words.all();
   session.run({"xdotool", "type", "unfinished"});
   session.press("alt+d");
   EXPECT_TRUE(isWritten("unfinished")) << TemporaryFolder::read(preferences);
@@ -159,7 +170,7 @@ TEST_F(VantrelProgram, GuardsAFolderAndExcludesFilesByTheKeyboardAlone) {
 
 TEST_F(VantrelProgram, EndsWhenItsWindowIsClosed) {
   const auto process = start({"--page", "planned"});
-  ASSERT_TRUE(shows("Planned Scans"));
+  ASSERT_TRUE(hasKeyboard("Planned Scans – Vantrel"));
   session.press("ctrl+q");
   EXPECT_EQ(process->waitUntilExit(), 0);
 }

@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
+#include <signal.h>
 
+#include <cerrno>
+#include <stdexcept>
 #include <vector>
 
 #include "companion/definitions/DefinitionUpdate.h"
+#include "posix/Text.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -68,6 +72,27 @@ TEST_F(DefinitionUpdateRun, SaysThatThereIsNoUpdater) {
 TEST_F(DefinitionUpdateRun, SaysThatTheUpdaterCannotBeRun) {
   folder.writeProgram("engine/bin/freshclam", "#!/no/such/shell\n");
   EXPECT_EQ(result(), UpdateResult::noEngine);
+}
+
+TEST_F(DefinitionUpdateRun, LeavesNoUpdaterBehindWhenItCannotGoOn) {
+  install("echo $$ > '" + folder.at("pid") +
+          "'; printf '[=>  ]  1.00KiB/4.00KiB\\r'; echo; exec sleep 600");
+  {
+    DefinitionUpdate other({desktop.application, threads, desktop.preferences});
+    other.observe([&other] {
+      if (other.state().progress) {
+        throw std::runtime_error("no memory");
+      }
+    });
+    other.start();
+    EXPECT_THROW(threads.run("definitions"), std::runtime_error);
+    EXPECT_EQ(other.state().result, UpdateResult::failed);
+    EXPECT_FALSE(other.state().runs);
+  }
+  const auto updater = numberIn<pid_t>(trimmed(TemporaryFolder::read(folder.at("pid"))));
+  ASSERT_TRUE(updater);
+  EXPECT_EQ(kill(*updater, 0), -1);
+  EXPECT_EQ(errno, ESRCH);
 }
 
 TEST_F(DefinitionUpdateRun, RunsOneAtATime) {

@@ -124,9 +124,10 @@ class ScanPageTest : public testing::Test {
 
 TEST_F(ScanPageTest, ShowsNothingButChoicesAtFirst) {
   for (const char* hidden : {"progressBox", "findsBox", "leftOutBox", "startAgent", "startWatching",
-                             "scanAgain", "volumesBox"}) {
+                             "scanAgain", "volumesBox", "report"}) {
     EXPECT_FALSE(shown().isVisible(hidden)) << hidden;
   }
+  EXPECT_TRUE(shown().isVisible("nothingYet"));
   EXPECT_TRUE(page->mayClose());
 }
 
@@ -134,7 +135,9 @@ TEST_F(ScanPageTest, ScansChosenAndDroppedFiles) {
   shown().press("chooseFiles");
   window.choosePaths({tree.file("infected")});
   EXPECT_TRUE(shown().isVisible("progressBox"));
+  EXPECT_FALSE(shown().isVisible("nothingYet"));
   ASSERT_TRUE(awaitReport());
+  EXPECT_FALSE(shown().isVisible("nothingYet"));
   EXPECT_EQ(shown().rowCount("finds"), 1U);
   shown().drop("page", {tree.file("clean")});
   ASSERT_TRUE(awaitReport());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,8 @@
 namespace quillo {
 
 // Returns those names in a command's document that docs/json.md does not have, neither in the
-// section of that command nor among what is said of all of them.
+// section of that command nor among what is said of all of them; and those of its values that are
+// one of a few words, where the word does not stand there.
 inline std::vector<std::string> undocumentedNames(const nlohmann::json& document) {
   const std::string all = TemporaryFolder::read(QUILLO_SOURCE_DIR "/docs/json.md");
   const std::string agents = TemporaryFolder::read(QUILLO_SOURCE_DIR "/docs/status.md");
@@ -19,6 +21,9 @@ inline std::vector<std::string> undocumentedNames(const nlohmann::json& document
       all.find("\n## `vantrel " + document.value("command", std::string("none")) + " ");
   const std::string section =
       begin == std::string::npos ? "" : all.substr(begin, all.find("\n## ", begin + 1) - begin);
+  const std::set<std::string> chosenWords = {"action", "agent",   "attention", "check",  "done",
+                                             "keeper", "outcome", "problem",   "record", "result",
+                                             "rule",   "sign",    "state",     "step"};
   std::vector<std::string> missing;
   const nlohmann::json flat = document.flatten();
   for (const auto& [place, value] : flat.items()) {
@@ -39,6 +44,12 @@ inline std::vector<std::string> undocumentedNames(const nlohmann::json& document
         missing.push_back(name);
       }
       before = name;
+    }
+    const bool isWord =
+        value.is_string() && chosenWords.count(before) > 0 && place != "/recent/problem";
+    const std::string word = isWord ? value.get<std::string>() : "";
+    if (!word.empty() && (section + agents).find("`" + word + "`") == std::string::npos) {
+      missing.push_back(before + " " + word);
     }
   }
   return missing;

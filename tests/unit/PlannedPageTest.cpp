@@ -112,6 +112,25 @@ TEST_F(PlannedPageTest, WhatSomebodyElsePlannedIsShownAsItIs) {
   EXPECT_EQ(ui.row("plans", 0).cells[1], "Mon..Fri 12:00");
 }
 
+TEST_F(PlannedPageTest, ScanByAnotherProgramIsShownAsSuchAndSavedAsOneByThis) {
+  strings.texts["PLANNED_BY_OTHER"] = "%@ by %@";
+  strings.texts["PLANNED_OTHER_PROGRAM"] = "runs %@";
+  plan("a", Often::other);
+  system.scans[0].isUnderstood = false;
+  system.scans[0].otherProgram = "/old/vantrel";
+  shown();
+  EXPECT_EQ(ui.row("plans", 0).cells[0], "/home/anna/a by /old/vantrel");
+  EXPECT_EQ(ui.row("plans", 0).sign, TableRows::Sign::warning);
+  ui.select("plans", {0});
+  ui.press("change");
+  EXPECT_EQ(ui.text("editorProblem"), "was \nruns /old/vantrel");
+  system.scans[0].often = Often::daily;
+  shown();
+  ui.press("change");
+  EXPECT_EQ(ui.text("editorProblem"), "runs /old/vantrel");
+  EXPECT_EQ(ui.choices("folders"), std::vector<std::string>{"/home/anna/a"});
+}
+
 TEST_F(PlannedPageTest, NothingPlannedIsSaid) {
   shown();
   EXPECT_TRUE(ui.isVisible("none"));

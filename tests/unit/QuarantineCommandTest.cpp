@@ -101,7 +101,8 @@ TEST_F(QuarantineCommandTest, MakesAFolderAnewOnlyWhenItIsTold) {
 TEST_F(QuarantineCommandTest, DeletesWhatIsNamedAndNothingElse) {
   quarantined("home/a");
   quarantined("home/--all");
-  EXPECT_EQ(run({"delete", "--", "--all"}), 0);
+  EXPECT_EQ(run({"delete", "--json", "--", "--all"}), 0);
+  EXPECT_EQ(document()["files"][0]["target"], "");
   EXPECT_TRUE(TemporaryFolder::exists(folder + "/a"));
   EXPECT_FALSE(TemporaryFolder::exists(folder + "/--all"));
 }
@@ -148,6 +149,23 @@ TEST_F(QuarantineCommandTest, ChecksAgain) {
   EXPECT_EQ(run({"check", "a"}), 1);
 }
 
+// The built-in definition of the test file has no date.
+TEST_F(QuarantineCommandTest, NamesNoDefinitionsWhoseTimeIsNotKnown) {
+  quarantined("home/a");
+  built = QuarantineRecord::Time();
+  EXPECT_EQ(run({"check", "--json"}), 0);
+  EXPECT_TRUE(document()["files"][0]["definitions"].is_null());
+  EXPECT_EQ(run({"list", "--json"}), 0);
+  EXPECT_EQ(document()["files"][0]["check"], "infected");
+  EXPECT_TRUE(document()["files"][0]["definitions"].is_null());
+  EXPECT_EQ(run({"list"}), 0);
+  EXPECT_NE(out.str().find("<QUARANTINE_STATE_INFECTED>"), std::string::npos) << out.str();
+  verdict = [](const QuarantinedFile&) { return QuarantineRecord::Check::clean; };
+  EXPECT_EQ(run({"check"}), 0);
+  EXPECT_EQ(run({"list"}), 0);
+  EXPECT_NE(out.str().find("<QUARANTINE_CHECKED_CLEAN>"), std::string::npos) << out.str();
+}
+
 TEST_F(QuarantineCommandTest, ChecksAllWhereNoneIsNamed) {
   quarantined("home/a");
   quarantined("home/b");
@@ -158,8 +176,9 @@ TEST_F(QuarantineCommandTest, ChecksAllWhereNoneIsNamed) {
 TEST_F(QuarantineCommandTest, CannotTellWithoutAnEngine) {
   quarantined("home/a");
   engineProblem = "launch path not accessible";
-  EXPECT_EQ(run({"check", "a"}), 2);
+  EXPECT_EQ(run({"check", "a", "--json"}), 2);
   EXPECT_NE(errors.str(), "");
+  EXPECT_EQ(document()["problem"], "failed");
 }
 
 TEST_F(QuarantineCommandTest, CannotTellWithoutTheFolder) {
@@ -184,7 +203,8 @@ TEST_F(QuarantineCommandTest, TakesNoWordsThatItDoesNotKnow) {
                                              {"list", "--all"},
                                              {"list", "--xml"}}) {
     EXPECT_EQ(run(words), 2) << testing::PrintToString(words);
-    EXPECT_TRUE(errors.str().starts_with("usage: ")) << testing::PrintToString(words);
+    EXPECT_TRUE(errors.str().starts_with("usage: vantrel quarantine list"))
+        << testing::PrintToString(words);
   }
   EXPECT_TRUE(TemporaryFolder::exists(folder + "/a"));
 }

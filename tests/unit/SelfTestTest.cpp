@@ -1,15 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sstream>
 
 #include "clamav/Definitions.h"
-#include "companion/selftest/SelfTest.h"
-#include "companion/selftest/TestCommand.h"
-#include "posix/Text.h"
-#include "tests/fakes/desktop/FakeServices.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/fakes/companion/SelfTestFixture.h"
 
 namespace quillo {
 namespace {
@@ -20,58 +14,7 @@ using Outcome = SelfTest::Outcome;
 using State = SelfTest::State;
 using Step = SelfTest::Step;
 
-// An agent that does what the test says, with the files themselves.
-struct FakeEvidence final : public SelfTestEvidence {
-  Facts facts() override {
-    if (onFacts) {
-      onFacts();
-    }
-    return now;
-  }
-  std::optional<Find> findOf(const std::string& path, std::int64_t since) override {
-    asked = path;
-    askedSince = since;
-    return find;
-  }
-  Facts now;
-  std::optional<Find> find;
-  std::function<void()> onFacts;
-  std::string asked;
-  std::int64_t askedSince = 0;
-};
-
-class SelfTestTest : public testing::Test {
- protected:
-  SelfTestTest() {
-    clock.setSleepsPassAtOnce(true);
-    evidence.now = {Agent::watching, {guarded + "/"}, 0, 5};
-  }
-  void steps(SelfTest& test, Clock::Duration length) {
-    for (Clock::Duration passed{}; passed < length && !test.isOver(); passed += SelfTest::pause) {
-      test.step();
-      clock.advance(SelfTest::pause);
-    }
-  }
-  static SelfTest::Result of(const SelfTest& test, Step step) {
-    return test.results().at(static_cast<std::size_t>(step));
-  }
-  static std::size_t countIn(const std::string& place) {
-    const std::filesystem::directory_iterator entries(place);
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-  }
-  // As the engine moves it: into the quarantine, perhaps under another ending.
-  std::string moveAway(const SelfTest& test) const {
-    std::string place = quarantine + "/" + std::string(lastPathComponent(test.path())) + ".001";
-    std::filesystem::rename(test.path(), place);
-    return place;
-  }
-
-  TemporaryFolder folder;
-  const std::string guarded = folder.makeFolder("guarded");
-  const std::string quarantine = folder.makeFolder("quarantine");
-  ManualClock clock;
-  FakeEvidence evidence;
-};
+using SelfTestTest = SelfTestFixture;
 
 TEST_F(SelfTestTest, WorksWhenTheFileIsFoundAndLeavesNothing) {
   SelfTest test(clock, evidence, {quarantine});
@@ -334,66 +277,6 @@ TEST_F(SelfTestTest, NothingIsAwaitedAnyMoreOnceItIsOver) {
   SelfTest early(clock, evidence, {});
   early.cancel();
   EXPECT_EQ(of(early, Step::written).words.key, "SELFTEST_NOT_TRIED");
-}
-
-class TestCommandTest : public SelfTestTest {
- protected:
-  int run(const std::vector<std::string>& words) {
-    TestCommandServices services{clock, strings, evidence, {quarantine}};
-    services.isInterrupted = [this] { return isInterrupted; };
-    return runTestCommand(words, out, errors, services);
-  }
-  FakeLocalizedStrings strings;
-  bool isInterrupted = false;
-  std::ostringstream out;
-  std::ostringstream errors;
-};
-
-TEST_F(TestCommandTest, SaysEachStepAndEndsWithZeroWhenAllWorks) {
-  evidence.find = SelfTestEvidence::Find{"Eicar", Done::leftInPlace, ""};
-  EXPECT_EQ(run({}), 0);
-  EXPECT_EQ(out.str(),
-            "<SELFTEST_BEFORE>\n✓ <SELFTEST_GUARDED>\n✓ <SELFTEST_WRITTEN>\n"
-            "✓ <SELFTEST_NOTICED>\n✓ <SELFTEST_FOUND_IN_PLACE>\n✓ <SELFTEST_REMOVED>\n"
-            "<SELFTEST_END_WORKS>\n");
-}
-
-TEST_F(TestCommandTest, SaysWhichStepFailedAndEndsWithOne) {
-  int looks = 0;
-  evidence.onFacts = [&] { clock.advance(++looks < 3 ? SelfTest::pause : SelfTest::longestWay); };
-  EXPECT_EQ(run({}), 1);
-  EXPECT_NE(out.str().find("✗ <SELFTEST_NOT_NOTICED>\n✓ <SELFTEST_REMOVED>\n<SELFTEST_END_FAILS>"),
-            std::string::npos)
-      << out.str();
-}
-
-TEST_F(TestCommandTest, EndsWithTwoWhenItCannotTellOrIsBrokenOff) {
-  evidence.now.agent = Agent::absent;
-  EXPECT_EQ(run({}), 2);
-  evidence.now.agent = Agent::watching;
-  isInterrupted = true;
-  EXPECT_EQ(run({}), 2);
-  EXPECT_EQ(countIn(guarded), 0U);
-}
-
-TEST_F(TestCommandTest, SaysTheSameInJson) {
-  strings.texts["SELFTEST_NO_AGENT"] = "no \"agent\"\n\\x41";
-  evidence.now.agent = Agent::absent;
-  EXPECT_EQ(run({"--json"}), 2);
-  EXPECT_EQ(out.str(), R"({"version":1,"command":"test","result":"cannotTell","file":"","steps":[)"
-                       R"({"step":"agent","state":"failed","words":"no \"agent\"\\x0A\\x5Cx41"},)"
-                       R"({"step":"written","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
-                       R"({"step":"noticed","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
-                       R"({"step":"found","state":"waiting","words":"<SELFTEST_NOT_TRIED>"},)"
-                       R"({"step":"removed","state":"waiting","words":"<SELFTEST_NOT_TRIED>"}]})"
-                       "\n");
-}
-
-TEST_F(TestCommandTest, OtherWordsAreAMistake) {
-  EXPECT_EQ(run({"--jsno"}), 2);
-  EXPECT_EQ(errors.str(), "<SELFTEST_USAGE>\n");
-  EXPECT_EQ(run({"--json", "x"}), 2);
-  EXPECT_TRUE(out.str().empty());
 }
 
 }  // namespace

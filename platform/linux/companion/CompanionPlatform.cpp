@@ -7,6 +7,7 @@
 
 #include "platform/linux/companion/CompanionBackend.h"
 #include "platform/linux/pages/QtMainWindow.h"
+#include "platform/linux/pages/ReadableStyle.h"
 #include "platform/linux/pages/WindowActivation.h"
 #include "platform/linux/services/QtApplication.h"
 #include "platform/linux/tray/QtImage.h"
@@ -37,6 +38,7 @@ struct CompanionPlatform::Parts {
 
 CompanionPlatform::Parts::Parts(int& argc, char** argv)
     : application(argc, argv, {CompanionBackend::identifier, "Vantrel", false}) {
+  makeStyleReadable();
   // Before it has its name: the agent asks as soon as that is taken.
   backend.notificationCenter.addObserver("VantrelShouldOpenPrefs", [this] {
     const std::string problem = handle({"settings"});

@@ -4,12 +4,36 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QPointer>
+#include <QTableView>
 #include <QUiLoader>
 #include <QWidget>
 #include <QXmlStreamReader>
 
 namespace quillo {
 namespace {
+
+// Asks for no more height than it has to have, so that a page fits into a small window; where there
+// is more, it takes that.
+class CompactTable final : public QTableView {
+ public:
+  using QTableView::QTableView;
+  QSize sizeHint() const override {
+    return {QTableView::sizeHint().width(), minimumSizeHint().height()};
+  }
+};
+
+class Loader final : public QUiLoader {
+ public:
+  using QUiLoader::QUiLoader;
+  QWidget* createWidget(const QString& kind, QWidget* parent, const QString& name) override {
+    if (kind != QLatin1String("QTableView")) {
+      return QUiLoader::createWidget(kind, parent, name);
+    }
+    auto* table = new CompactTable(parent);
+    table->setObjectName(name);
+    return table;
+  }
+};
 
 // The loader opens every plug-in of Qt Designer on the library paths, and with one of them Qt
 // Quick: seven megabytes for widgets that no file here names. It looks for them once, when it is
@@ -19,7 +43,7 @@ QUiLoader& loader() {
   if (!kept) {
     const QStringList paths = QCoreApplication::libraryPaths();
     QCoreApplication::setLibraryPaths({});
-    kept = new QUiLoader(QCoreApplication::instance());
+    kept = new Loader(QCoreApplication::instance());
     QCoreApplication::setLibraryPaths(paths);
   }
   return *kept;

@@ -8,6 +8,12 @@
 #include <utility>
 
 namespace quillo {
+namespace {
+
+// What still tells one text from another.
+constexpr int narrowest = 100;
+
+}  // namespace
 
 ColumnWidths::ColumnWidths(QTableView& view) : QObject(&view), view_(view) {
   view.viewport()->installEventFilter(this);
@@ -30,13 +36,34 @@ bool ColumnWidths::eventFilter(QObject* watched, QEvent* event) {
   return QObject::eventFilter(watched, event);
 }
 
+// The widest of them give way first.
+std::vector<int> ColumnWidths::fitting(int room) const {
+  std::vector<int> widths = needed_;
+  std::vector<int> ordered = needed_;
+  std::sort(ordered.begin(), ordered.end());
+  int left = room;
+  for (std::size_t at = 0; at < ordered.size(); ++at) {
+    const int most = left / static_cast<int>(ordered.size() - at);
+    if (ordered[at] > most) {
+      for (int& width : widths) {
+        width = std::min(width, std::max(most, narrowest));
+      }
+      break;
+    }
+    left -= ordered[at];
+  }
+  return widths;
+}
+
 void ColumnWidths::share() {
-  const int all = std::accumulate(needed_.begin(), needed_.end(), 0);
-  const int spare = std::max(0, view_.viewport()->width() - all);
+  const int room = view_.viewport()->width();
+  const std::vector<int> widths = fitting(room);
+  const int all = std::accumulate(widths.begin(), widths.end(), 0);
+  const int spare = std::max(0, room - all);
   isSharing_ = true;
-  for (std::size_t column = 0; column < needed_.size(); ++column) {
-    const int part = all > 0 ? spare * needed_[column] / all : 0;
-    view_.setColumnWidth(static_cast<int>(column), needed_[column] + part);
+  for (std::size_t column = 0; column < widths.size(); ++column) {
+    const int part = all > 0 ? spare * widths[column] / all : 0;
+    view_.setColumnWidth(static_cast<int>(column), widths[column] + part);
   }
   isSharing_ = false;
 }

@@ -7,8 +7,9 @@ class QTableView;
 
 namespace quillo {
 
-// The columns of a table share what it is wider than they need, each in proportion, until its user
-// draws one to another width: from then on they are the user's. Belongs to the view. Main thread.
+// The columns of a table share what it is wider than they need, each in proportion; where it is
+// narrower, the widest give way. Once its user draws one to another width, they are the user's.
+// Belongs to the view. Main thread.
 class ColumnWidths final : public QObject {
  public:
   explicit ColumnWidths(QTableView& view);
@@ -21,6 +22,7 @@ class ColumnWidths final : public QObject {
 
  private:
   void share();
+  std::vector<int> fitting(int room) const;
 
   QTableView& view_;
   std::vector<int> needed_;

@@ -2,8 +2,10 @@
 
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QLabel>
 #include <QScrollBar>
 #include <QTableView>
+#include <QVBoxLayout>
 #include <algorithm>
 #include <utility>
 
@@ -15,18 +17,33 @@ namespace {
 constexpr int fittedRows = 30;
 constexpr int widestColumn = 320;
 constexpr int roomInCell = 24;
+constexpr int roomInRow = 10;
+constexpr int fewestRows = 2;
 
 }  // namespace
 
 PageTable::PageTable(QTableView& view, const RowMarks& marks)
     : view_(view), model_(*new RowsModel(marks, &view)), widths_(*new ColumnWidths(view)) {
   arrange();
+  arrangeHint();
   view_.setModel(&model_);
+  if (view_.property("wrapsText").toBool()) {
+    wrapTexts();
+  }
   QObject::connect(view_.selectionModel(), &QItemSelectionModel::selectionChanged, &view_, [this] {
     if (!isSetting_ && onSelection_) {
       guarded(std::function<void()>(onSelection_));
     }
   });
+  // Whoever comes by keyboard to what has no selection has none of the buttons; and where there is
+  // one row only, no arrow makes one.
+  QObject::connect(view_.selectionModel(), &QItemSelectionModel::currentRowChanged, &view_,
+                   [this](const QModelIndex& now, const QModelIndex& before) {
+                     if (now.isValid() && !before.isValid() && !isSetting_ &&
+                         !view_.selectionModel()->hasSelection()) {
+                       view_.selectRow(now.row());
+                     }
+                   });
   QObject::connect(&view_, &QTableView::activated, &view_, [this] {
     if (onOpened_) {
       guarded(std::function<void()>(onOpened_));
@@ -47,10 +64,47 @@ void PageTable::arrange() {
   view_.setCornerButtonEnabled(false);
   view_.verticalHeader()->hide();
   view_.verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-  view_.verticalHeader()->setDefaultSectionSize(view_.fontMetrics().height() + 10);
+  const int rowHeight = view_.fontMetrics().height() + roomInRow;
+  view_.verticalHeader()->setDefaultSectionSize(rowHeight);
   view_.horizontalHeader()->setHighlightSections(false);
   view_.horizontalHeader()->setStretchLastSection(true);
   view_.horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+  view_.setMinimumHeight(rowHeight * (fewestRows + 1));
+}
+
+void PageTable::wrapTexts() {
+  view_.setWordWrap(true);
+  const auto fit = [this] { view_.resizeRowsToContents(); };
+  // Once all of them have their widths: the last gets what the others leave.
+  QObject::connect(view_.horizontalHeader(), &QHeaderView::sectionResized, &view_, fit,
+                   Qt::QueuedConnection);
+  QObject::connect(&model_, &QAbstractItemModel::modelReset, &view_, fit);
+  QObject::connect(&model_, &QAbstractItemModel::dataChanged, &view_, fit);
+}
+
+void PageTable::arrangeHint() {
+  const QString text = view_.property("emptyText").toString();
+  if (text.isEmpty()) {
+    return;
+  }
+  hint_ = new QLabel(text);
+  hint_->setObjectName("qt_hint");
+  hint_->setTextFormat(Qt::PlainText);
+  hint_->setWordWrap(true);
+  hint_->setAlignment(Qt::AlignCenter);
+  hint_->setForegroundRole(QPalette::Text);
+  // What is pressed or dropped there is meant for the table.
+  hint_->setAttribute(Qt::WA_TransparentForMouseEvents);
+  (new QVBoxLayout(view_.viewport()))->addWidget(hint_);
+  showHint();
+}
+
+void PageTable::showHint() {
+  if (hint_) {
+    const bool isEmpty = model_.rowCount() == 0;
+    hint_->setVisible(isEmpty);
+    view_.setAccessibleDescription(isEmpty ? hint_->text() : QString());
+  }
 }
 
 void PageTable::setRows(const std::vector<std::string>& titles, std::shared_ptr<TableRows> rows) {
@@ -58,6 +112,7 @@ void PageTable::setRows(const std::vector<std::string>& titles, std::shared_ptr<
   isSetting_ = true;
   model_.setRows(titles, std::move(rows));
   isSetting_ = false;
+  showHint();
   fitColumns();
 }
 
@@ -66,6 +121,7 @@ void PageTable::refresh() {
   isSetting_ = true;
   model_.refresh();
   isSetting_ = false;
+  showHint();
   view_.verticalScrollBar()->setValue(place);
   fitColumns();
 }

@@ -9,12 +9,15 @@
 #include "platform/linux/pages/ColumnWidths.h"
 #include "platform/linux/pages/RowsModel.h"
 
+class QLabel;
 class QTableView;
 
 namespace quillo {
 
-// A table of a page: how it looks, what is selected in it, and its rows. The view belongs to the
-// page's widget. Main thread.
+// A table of a page: how it looks, what is selected in it, and its rows. While there are none, it
+// says what its interface file has for that in the property "emptyText", also to a screen reader.
+// With "wrapsText" its rows are as high as their texts need: for few rows of sentences. The view
+// belongs to the page's widget. Main thread.
 class PageTable final {
  public:
   PageTable(QTableView& view, const RowMarks& marks);
@@ -30,12 +33,16 @@ class PageTable final {
 
  private:
   void arrange();
+  void wrapTexts();
+  void arrangeHint();
+  void showHint();
   // At least as wide as the title and what is to be seen first.
   void fitColumns();
 
   QTableView& view_;
   RowsModel& model_;
   ColumnWidths& widths_;
+  QLabel* hint_ = nullptr;
   std::function<void()> onSelection_;
   std::function<void()> onOpened_;
   bool isSetting_ = false;

@@ -54,26 +54,28 @@ std::string calendarIn(const QVariant& property) {
   return calendars.join("; ").toStdString();
 }
 
-// The words of the first command, as "ExecStart" has them: a(sasbttttuii).
-std::vector<std::string> commandIn(const QVariant& property) {
-  std::vector<std::string> words;
+// The commands, as "ExecStart" has them: a(sasbttttuii). The first word of each is the program that
+// is run, whatever that is told to be called.
+std::vector<std::vector<std::string>> commandsIn(const QVariant& property) {
+  std::vector<std::vector<std::string>> commands;
   const auto list = property.value<QDBusArgument>();
   if (list.currentSignature() != "a(sasbttttuii)") {
-    return words;
+    return commands;
   }
-  list.beginArray();
-  if (!list.atEnd()) {
+  for (list.beginArray(); !list.atEnd();) {
     QString program;
     QStringList arguments;
     list.beginStructure();
     list >> program >> arguments;
-    for (const QString& argument : arguments) {
+    std::vector<std::string> words = {program.toStdString()};
+    for (const QString& argument : arguments.mid(1)) {
       words.push_back(argument.toStdString());
     }
+    commands.push_back(std::move(words));
     list.endStructure();
   }
   list.endArray();
-  return words;
+  return commands;
 }
 
 // Whether one of "Conditions", a(sbbsi), is that the machine is on mains power.
@@ -112,7 +114,7 @@ PlannedScan SystemdTimers::scanNumbered(const std::string& id) const {
     scan.nextRun = scan.isActive ? secondsIn(timer->value("NextElapseUSecRealtime")) : 0;
   }
   if (const auto service = systemd_.properties(unitName(id, "service"), "Service")) {
-    scan.isUnderstood = readCommand(commandIn(service->value("ExecStart")), scan);
+    readCommands(commandsIn(service->value("ExecStart")), program_, scan);
     scan.onlyOnMains = isOnlyOnMains(service->value("Conditions"));
   }
   return scan;
@@ -173,6 +175,18 @@ Wording SystemdTimers::makeActive(const std::string& timer) const {
   return {};
 }
 
+Wording SystemdTimers::problemWithEdits(const PlannedScan& wanted) const {
+  const PlannedScan is = scanNumbered(wanted.id);
+  if (is.isUnderstood && is.plansTheSameAs(wanted)) {
+    return {};
+  }
+  PlannedScan sameTimes = wanted;
+  readCalendar(is.calendar, sameTimes);
+  const std::string edited =
+      unitName(wanted.id, sameTimes.plansTheSameAs(wanted) ? "service" : "timer");
+  return {"PLANNED_OVERRIDDEN", {edited, edited}};
+}
+
 Wording SystemdTimers::put(const PlannedScan& wanted) {
   PlannedScan scan = wanted;
   if (scan.id.empty()) {
@@ -194,8 +208,7 @@ Wording SystemdTimers::put(const PlannedScan& wanted) {
     problem = makeActive(timer);
   }
   if (problem.empty()) {
-    const bool isAsWanted = scanNumbered(scan.id).plansTheSameAs(scan);
-    return isAsWanted ? Wording() : Wording{"PLANNED_OVERRIDDEN", {timer, timer}};
+    return problemWithEdits(scan);
   }
   takeBack(timer, written);
   return problem;
@@ -222,9 +235,12 @@ Wording SystemdTimers::remove(const std::string& id) {
 }
 
 Wording SystemdTimers::runNow(const std::string& id) {
-  const std::string timer = unitName(id, "timer");
-  return idOfTimer(timer) ? systemd_.start(unitName(id, "service"))
-                          : Wording{"PLANNED_NOT_POSSIBLE"};
+  if (!idOfTimer(unitName(id, "timer"))) {
+    return {"PLANNED_NOT_POSSIBLE"};
+  }
+  const PlannedScan scan = scanNumbered(id);
+  return scan.otherProgram.empty() ? systemd_.start(unitName(id, "service"))
+                                   : Wording{"PLANNED_OTHER_NOT_RUN", {scan.otherProgram}};
 }
 
 }  // namespace quillo

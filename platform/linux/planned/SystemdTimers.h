@@ -34,6 +34,8 @@ class SystemdTimers final : public PlannedScans {
 
   PlannedScan scanNumbered(const std::string& id) const;
   Wording makeActive(const std::string& timer) const;
+  // What its user edited still outweighs what was written.
+  Wording problemWithEdits(const PlannedScan& wanted) const;
   Wording write(const PlannedScan& scan, std::vector<Written>& written) const;
   void takeBack(const std::string& timer, const std::vector<Written>& written) const;
 

@@ -46,6 +46,17 @@ std::string calendarOf(const PlannedScan& scan) {
   }
 }
 
+// Once the program is gone, its time passes without a failure. The path stands there as it is, "%"
+// apart: one with other than printed characters, or with a blank or backslash at its end, is none
+// that such a line can hold.
+std::string conditionFor(const std::string& program) {
+  const bool isPlain =
+      isValidUtf8(program) && !program.ends_with(' ') && !program.ends_with('\\') &&
+      std::none_of(program.begin(), program.end(),
+                   [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; });
+  return isPlain ? "ConditionFileIsExecutable=" + replacingAll(program, "%", "%%") + "\n" : "";
+}
+
 // What systemd hands out over the bus has to be UTF-8: any other path travels as its URI.
 std::string wordOf(const std::string& path) {
   return isValidUtf8(path) ? path : std::string(fileScheme) + percentEncodedPath(path);
@@ -72,6 +83,34 @@ bool readTime(std::string_view text, PlannedScan& scan) {
   scan.hour = *hour;
   scan.minute = *minute;
   return true;
+}
+
+bool readCommand(const std::vector<std::string>& words, PlannedScan& scan) {
+  constexpr std::size_t firstPath = 5;
+  if (words.size() <= firstPath || words[1] != "scan" || words[2] != "--planned" ||
+      words[3] != scan.id || words[4] != "--") {
+    return false;
+  }
+  std::vector<std::string> folders;
+  for (auto word = words.begin() + firstPath; word != words.end(); ++word) {
+    const auto path = pathOf(*word);
+    if (!path) {
+      return false;
+    }
+    folders.push_back(*path);
+  }
+  scan.folders = std::move(folders);
+  return true;
+}
+
+std::string inOneLine(const std::vector<std::vector<std::string>>& commands) {
+  std::string line;
+  for (const auto& words : commands) {
+    for (const std::string& word : words) {
+      line += (line.empty() ? "" : &word == &words.front() ? "; " : " ") + word;
+    }
+  }
+  return line;
 }
 
 }  // namespace
@@ -113,7 +152,7 @@ std::string serviceUnit(const PlannedScan& scan, const std::string& program) {
   for (const std::string& folder : scan.folders) {
     command += " " + quotedForSystemd(wordOf(folder));
   }
-  return head + std::string(scan.onlyOnMains ? "ConditionACPower=true\n" : "") +
+  return head + conditionFor(program) + (scan.onlyOnMains ? "ConditionACPower=true\n" : "") +
          "\n[Service]\nType=oneshot\nExecStart=:" + command +
          "\n# 1: something was found, which is no failure of the service.\n"
          "SuccessExitStatus=1\n"
@@ -172,22 +211,13 @@ void readCalendar(const std::string& calendar, PlannedScan& scan) {
   scan.day = read.day;
 }
 
-bool readCommand(const std::vector<std::string>& words, PlannedScan& scan) {
-  constexpr std::size_t firstPath = 5;
-  if (words.size() <= firstPath || words[1] != "scan" || words[2] != "--planned" ||
-      words[3] != scan.id || words[4] != "--") {
-    return false;
+void readCommands(const std::vector<std::vector<std::string>>& commands, const std::string& program,
+                  PlannedScan& scan) {
+  const bool isScan = commands.size() == 1 && readCommand(commands[0], scan);
+  scan.isUnderstood = isScan && commands[0][0] == program;
+  if (!scan.isUnderstood && !commands.empty()) {
+    scan.otherProgram = isScan ? commands[0][0] : inOneLine(commands);
   }
-  std::vector<std::string> folders;
-  for (auto word = words.begin() + firstPath; word != words.end(); ++word) {
-    const auto path = pathOf(*word);
-    if (!path) {
-      return false;
-    }
-    folders.push_back(*path);
-  }
-  scan.folders = std::move(folders);
-  return true;
 }
 
 }  // namespace quillo

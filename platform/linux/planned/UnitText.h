@@ -31,8 +31,10 @@ std::string quotedForSystemd(const std::string& word);
 // (systemd.time(7), "Calendar Events", in its normal form); anything that timerUnit() does not
 // write is `other`.
 void readCalendar(const std::string& calendar, PlannedScan& scan);
-// Fills in the folders out of the words of the command that the service runs, the program's own
-// first; returns false when it is none that serviceUnit() writes for that id.
-bool readCommand(const std::vector<std::string>& words, PlannedScan& scan);
+// Fills in the folders out of the commands that the service runs, of each the program first, and
+// whether that is what serviceUnit() writes for that id and `program`. Where only the program is
+// another, the folders are known and the scan is not understood.
+void readCommands(const std::vector<std::vector<std::string>>& commands, const std::string& program,
+                  PlannedScan& scan);
 
 }  // namespace quillo

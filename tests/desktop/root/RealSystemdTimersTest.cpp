@@ -61,10 +61,14 @@ class UserSystemd {
   UserSystemd& operator=(const UserSystemd&) = delete;
 
   // As its user does in a terminal.
-  static int control(std::vector<std::string> words) {
-    words.insert(words.begin(), "--user");
-    ChildProcess child({.launchPath = "/usr/bin/systemctl", .arguments = words});
-    return child.waitUntilExit();
+  static int control(const std::vector<std::string>& words) {
+    std::string ignored;
+    return control(words, ignored);
+  }
+  static std::string said(const std::vector<std::string>& words) {
+    std::string output;
+    EXPECT_EQ(control(words, output), 0) << output;
+    return output;
   }
   // It answers by itself before its bus is there, and before it has its name on that.
   static bool isUp() {
@@ -77,6 +81,14 @@ class UserSystemd {
   }
 
  private:
+  static int control(std::vector<std::string> words, std::string& output) {
+    words.insert(words.begin(), "--user");
+    ChildProcess child({.launchPath = "/usr/bin/systemctl", .arguments = words});
+    return child.waitUntilExit([&output](std::string_view chunk) {
+      output += chunk;
+      return true;
+    });
+  }
   static void removeGroup() {
     std::error_code ignored;
     std::vector<std::string> groups = {controlGroup()};
@@ -98,7 +110,7 @@ class UserSystemd {
 class RealSystemdTimers : public testing::Test {
  protected:
   RealSystemdTimers() {
-    home.writeProgram("my vantrel",
+    home.writeProgram("my 5% vantrel",
                       "#!/bin/sh\nfor word; do printf '%s|' \"$word\"; done >\"$0.said\"\n");
     scan.folders = {"/a b", "/100% $HOME ${HOME} $$", "/\"'\\;", "/line\nbreak", "/\xff\xfe", "/é"};
     scan.often = Often::weekly;
@@ -121,7 +133,7 @@ class RealSystemdTimers : public testing::Test {
   char* argv[2] = {name, nullptr};
   QCoreApplication application{argc, argv};
   TemporaryFolder home;
-  const std::string program = home.at("my vantrel");
+  const std::string program = home.at("my 5% vantrel");
   UserSystemd systemd{home};
   PlannedScan scan;
   const std::string units = home.at("config/systemd/user");
@@ -158,6 +170,37 @@ TEST_F(RealSystemdTimers, ShowWhatTheirUserSwitchedOffOrEdited) {
   read.hour = 11;
   EXPECT_EQ(timers.put(read).key, "PLANNED_OVERRIDDEN");
   EXPECT_TRUE(planned().isActive);
+}
+
+TEST_F(RealSystemdTimers, RunNoOtherProgramAndSayThatAnEditHasThem) {
+  ASSERT_EQ(timers.put(scan).key, "");
+  PlannedScan read = planned();
+  const std::string service = "vantrel-scan-" + read.id + ".service";
+  const std::string edit = "config/systemd/user/" + service + ".d/override.conf";
+  const std::string other = home.writeProgram("other", "#!/bin/sh\ntouch \"$0.ran\"\n");
+  home.write(edit, "[Service]\nExecStart=\nExecStart=@" + other + " vantrel scan --planned " +
+                       read.id + " -- /a\n");
+  EXPECT_EQ(UserSystemd::control({"daemon-reload"}), 0);
+  EXPECT_FALSE(planned().isUnderstood);
+  EXPECT_EQ(planned().otherProgram, other);
+  EXPECT_EQ(timers.runNow(read.id).key, "PLANNED_OTHER_NOT_RUN");
+  const Wording problem = timers.put(planned());
+  EXPECT_EQ(problem.key, "PLANNED_OVERRIDDEN");
+  EXPECT_EQ(problem.values, (std::vector<std::string>{service, service}));
+  std::filesystem::remove(home.at(edit));
+  EXPECT_EQ(timers.put(read).key, "");
+  EXPECT_TRUE(planned().isUnderstood);
+  EXPECT_FALSE(TemporaryFolder::exists(other + ".ran"));
+}
+
+TEST_F(RealSystemdTimers, PassInSilenceOnceTheProgramIsGone) {
+  ASSERT_EQ(timers.put(scan).key, "");
+  const std::string service = "vantrel-scan-" + planned().id + ".service";
+  std::filesystem::remove(program);
+  EXPECT_EQ(UserSystemd::control({"start", "--wait", service}), 0);
+  EXPECT_EQ(UserSystemd::said({"show", "-P", "ConditionResult", service}), "no\n");
+  EXPECT_EQ(UserSystemd::said({"show", "-P", "ActiveState", service}), "inactive\n");
+  EXPECT_EQ(UserSystemd::said({"--failed", "--quiet"}), "");
 }
 
 TEST_F(RealSystemdTimers, AreChangedAndRemovedWithoutATrace) {

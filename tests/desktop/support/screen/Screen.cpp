@@ -177,6 +177,11 @@ QRect Screen::activeWindowArea() {
   return active.empty() || active.front() == XCB_WINDOW_NONE ? QRect() : areaOf(active.front());
 }
 
+bool Screen::hasKeyboard(const std::string& title) {
+  const std::vector<xcb_window_t> active = windowsIn("_NET_ACTIVE_WINDOW");
+  return !active.empty() && active.front() != XCB_WINDOW_NONE && titleOf(active.front()) == title;
+}
+
 std::vector<QRect> Screen::menuAreas() {
   std::vector<QRect> areas;
   const auto tree =

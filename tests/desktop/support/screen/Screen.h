@@ -52,6 +52,8 @@ class Screen {
   std::vector<QRect> windowAreas(const std::string& title);
   // That of the window with the keyboard; empty when there is none.
   QRect activeWindowArea();
+  // Returns true when the window with the keyboard is of that title.
+  bool hasKeyboard(const std::string& title);
   // Where menus are open, in no particular order.
   std::vector<QRect> menuAreas();
   // How often a program has beeped by now, as eventually() has seen it.

@@ -113,12 +113,12 @@ void DesktopSession::pointTo(int x, int y) {
 void DesktopSession::press(const std::string& keys) { run({"xdotool", "key", keys}); }
 
 void DesktopSession::makeDark() {
-  const std::string dark = "BackgroundNormal=35,38,41\nForegroundNormal=239,240,241\n";
+  const std::string text = "ForegroundNormal=239,240,241\n";
   std::ofstream(homeFolder() + "/.config/kdeglobals")
-      << "[Colors:Window]\n"
-      << dark << "[Colors:View]\n"
-      << dark << "[Colors:Button]\n"
-      << dark << "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n";
+      << "[Colors:Window]\nBackgroundNormal=35,38,41\n"
+      << text << "[Colors:View]\nBackgroundNormal=27,30,32\n"
+      << text << "[Colors:Button]\nBackgroundNormal=49,54,59\n"
+      << text << "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n";
 }
 
 void DesktopSession::keepPicture(const std::string& name) {
