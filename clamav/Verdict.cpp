@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <optional>
 
+#include "posix/HiddenText.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -110,9 +111,9 @@ std::optional<char> escapedByte(std::string_view text) {
 }
 
 std::size_t plainLength(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text[0]);
-  const bool control = lead < 0x20 || lead == 0x7F;
-  return control || escapedByte(text) ? 0 : utf8SequenceLength(text);
+  const std::size_t length = utf8SequenceLength(text);
+  return length == 0 || hides(codePointOf(text.substr(0, length))) || escapedByte(text) ? 0
+                                                                                        : length;
 }
 
 }  // namespace

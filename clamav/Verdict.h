@@ -49,8 +49,9 @@ struct Verdict {
 };
 
 // Returns any bytes as the report of the tree's own scanner spells them, one line of valid UTF-8:
-// other bytes and control characters as "\xNN" (two upper-case digits), and so a backslash that
-// such a thing follows in the text itself ("\x5C"); all else as it stands. Pure; any thread.
+// other bytes, and those of characters that hide (posix/HiddenText.h), as "\xNN" (two upper-case
+// digits), and so a backslash that such a thing follows in the text itself ("\x5C"); all else as it
+// stands. Pure; any thread.
 std::string reportedText(std::string_view bytes);
 // Returns the bytes that such a text stands for. Pure; any thread.
 std::string bytesOfReported(std::string_view text);

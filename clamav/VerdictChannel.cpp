@@ -100,6 +100,7 @@ ScanProgress progressIn(std::string_view body) {
   }
   progress.path = takeField(body);
   progress.holds = !takeField(body).empty();
+  progress.cleanBytes = numberIn<std::uint64_t>(takeField(body)).value_or(0);
   return progress;
 }
 
@@ -144,6 +145,7 @@ void VerdictSender::reportProgress(const ScanProgress& progress) {
   }
   appendField(body, progress.path);
   appendField(body, progress.holds ? "1" : "");
+  appendField(body, std::to_string(progress.cleanBytes));
   sendRecord(body);
 }
 

@@ -37,9 +37,10 @@ struct ScanProgress {
   std::uint64_t clean = 0;
   std::uint64_t found = 0;
   std::uint64_t notScanned = 0;
-  std::uint64_t bytes = 0;  // of all these
-  std::string path;         // the one judged last: its bytes
-  bool holds = false;       // a pause has begun: the daemon has none of the files any more
+  std::uint64_t bytes = 0;       // of all these
+  std::string path;              // the one judged last: its bytes
+  bool holds = false;            // a pause has begun: the daemon has none of the files any more
+  std::uint64_t cleanBytes = 0;  // of the clean ones
 
   std::uint64_t files() const { return clean + found + notScanned; }
   bool operator==(const ScanProgress&) const = default;

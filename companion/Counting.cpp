@@ -38,6 +38,12 @@ std::string momentText(std::int64_t seconds, std::chrono::system_clock::time_poi
   return formatted(local, isToday ? "%H:%M" : "%Y-%m-%d %H:%M");
 }
 
+std::string dayText(std::chrono::system_clock::time_point moment) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(moment);
+  std::tm local = {};
+  return localtime_r(&seconds, &local) ? formatted(local, "%Y-%m-%d") : "";
+}
+
 std::uint64_t daysSince(std::int64_t seconds, std::chrono::system_clock::time_point now) {
   const std::chrono::system_clock::time_point then{std::chrono::seconds(seconds)};
   const auto hours = std::chrono::duration_cast<std::chrono::hours>(now - then).count();

@@ -19,6 +19,8 @@ std::string countedIn(LocalizedStrings& strings, const std::string& key, std::ui
 // Returns a moment in local time: "14:05" on the day of `now`, else "2026-03-01 14:05". `seconds`
 // since 1970.
 std::string momentText(std::int64_t seconds, std::chrono::system_clock::time_point now);
+// Returns its day in local time: "2026-03-01".
+std::string dayText(std::chrono::system_clock::time_point moment);
 // Returns the whole days between then and now, 0 for what is to come.
 std::uint64_t daysSince(std::int64_t seconds, std::chrono::system_clock::time_point now);
 

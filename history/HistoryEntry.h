@@ -18,17 +18,26 @@ enum class ScanSource { agent = 0, byHand = 1, planned = 2 };
 // A find, or a file that could not be scanned. The numbers stand in the database.
 struct HistoryResult {
   enum class Kind { found = 0, notScanned = 1 };
-  // What was done about a find. `unsaid` where nobody has said it yet, and for other files.
-  enum class Outcome { unsaid = 0, leftInPlace = 1, quarantined = 2, trashed = 3, notMoved = 4 };
+  // What was done about a find. `unsaid` where nobody has said it yet, and for other files;
+  // `selfTest` where it was the harmless file of a self-test, which removes it again.
+  enum class Outcome {
+    unsaid = 0,
+    leftInPlace = 1,
+    quarantined = 2,
+    trashed = 3,
+    notMoved = 4,
+    selfTest = 5
+  };
 
   WallTime time;  // kept in whole seconds
   Kind kind = Kind::found;
   Outcome outcome = Outcome::unsaid;
   ScanSource source = ScanSource::agent;
-  std::int64_t run = 0;  // ScanRun::id; 0 without one
-  std::string path;      // its bytes
-  std::string says;      // the threat's name, or why it was not scanned
-  std::string detail;    // where it was moved to, or why it was not
+  std::int64_t run = 0;       // ScanRun::id; 0 without one
+  std::string path;           // its bytes; empty for files that are counted and not named
+  std::string says;           // the threat's name, or why it was not scanned
+  std::string detail;         // where it was moved to, or why it was not
+  std::uint64_t unnamed = 0;  // without a path: so many files of that day could not be scanned
 
   bool operator==(const HistoryResult&) const = default;
 };
@@ -38,6 +47,13 @@ struct LaterOutcome {
   std::string path;
   HistoryResult::Outcome outcome = HistoryResult::Outcome::unsaid;
   std::string detail;
+};
+
+// Files that could not be scanned and are too many to be entered by their names: so many on that
+// day up to now. They are one result a day.
+struct UnnamedFiles {
+  WallTime time;
+  std::uint64_t files = 0;
 };
 
 // A scan that somebody asked for, or planned.
@@ -72,7 +88,7 @@ std::int64_t makeRunId();
 
 // What is entered for good, in the order in which it came. A run is entered when it begins and
 // again when it ends.
-using HistoryChange = std::variant<HistoryResult, LaterOutcome, ScanRun>;
+using HistoryChange = std::variant<HistoryResult, LaterOutcome, UnnamedFiles, ScanRun>;
 
 // How much was scanned in a folder and those below it on one day.
 struct ScannedAmount {

@@ -38,12 +38,15 @@ HistoryResult resultIn(const SqlStatement& row) {
   HistoryResult result;
   result.time = timeOf(row.number(1));
   result.kind = valueOf(row.number(2), HistoryResult::Kind::notScanned);
-  result.outcome = valueOf(row.number(3), HistoryResult::Outcome::notMoved);
+  result.outcome = valueOf(row.number(3), HistoryResult::Outcome::selfTest);
   result.source = valueOf(row.number(4), ScanSource::planned);
   result.run = row.number(5);
   result.path = row.bytes(6);
   result.says = row.bytes(7);
   result.detail = row.bytes(8);
+  if (result.path.empty()) {
+    result.unnamed = numberIn<std::uint64_t>(result.detail).value_or(0);
+  }
   return result;
 }
 
@@ -216,16 +219,37 @@ std::vector<HistoryResult> HistoryReader::rows(const HistorySelection& selection
 HistoryTotals HistoryReader::totalsSince(WallTime since) {
   HistoryTotals totals;
   attempt([&](const SqlConnection& sql) {
-    SqlStatement count =
-        sql.prepare("SELECT count(DISTINCT path) FROM results WHERE kind = ? AND time >= ?");
+    SqlStatement count = sql.prepare(
+        "SELECT count(DISTINCT nullif(path, x'')), "
+        "sum(CASE WHEN length(path) = 0 THEN max(CAST(detail AS INTEGER), 0) ELSE 0 END) "
+        "FROM results WHERE kind = ? AND time >= ? AND outcome <> ?");
     const auto countOf = [&](HistoryResult::Kind kind) {
-      count.begin().with(static_cast<std::int64_t>(kind)).with(secondsOf(since)).step();
-      return static_cast<std::uint64_t>(count.number(0));
+      count.begin()
+          .with(static_cast<std::int64_t>(kind))
+          .with(secondsOf(since))
+          .with(static_cast<std::int64_t>(HistoryResult::Outcome::selfTest))
+          .step();
+      return static_cast<std::uint64_t>(count.number(0) + count.number(1));
     };
     totals.found = countOf(HistoryResult::Kind::found);
     totals.notScanned = countOf(HistoryResult::Kind::notScanned);
   });
   return totals;
+}
+
+std::optional<WallTime> HistoryReader::beginning() {
+  std::optional<WallTime> first;
+  attempt([&](const SqlConnection& sql) {
+    SqlStatement oldest = sql.prepare(
+        "SELECT min(at) FROM (SELECT (SELECT time FROM results ORDER BY id LIMIT 1) AS at "
+        "UNION ALL SELECT (SELECT started FROM runs ORDER BY id LIMIT 1) "
+        "UNION ALL SELECT (SELECT CAST(strftime('%s', printf('%04d-%02d-%02d', day / 10000, "
+        "day / 100 % 100, day % 100), 'utc') AS INTEGER) FROM scanned ORDER BY day LIMIT 1))");
+    if (oldest.step() && !oldest.isNothing(0)) {
+      first = timeOf(oldest.number(0));
+    }
+  });
+  return first;
 }
 
 std::vector<BusyFolder> HistoryReader::foldersOf(std::string_view sql, CalendarDay since,

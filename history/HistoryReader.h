@@ -52,7 +52,8 @@ class HistorySelection {
   std::size_t count_ = 0;
 };
 
-// In how many files something was found since some time, and how many could not be scanned.
+// In how many files something was found since some time, those of self-tests apart, and how many
+// could not be scanned.
 struct HistoryTotals {
   std::uint64_t found = 0;
   std::uint64_t notScanned = 0;
@@ -84,8 +85,11 @@ class HistoryReader {
   // `folder` is the agent's own for what it remembers.
   explicit HistoryReader(std::string folder);
 
-  // Opens it, or looks whether it is still well. Below, a history that is not good is empty.
+  // Opens it, or looks whether it is still well. Below, a history that is not good is empty, and
+  // one that turns out to be damaged may be, too: state() says so.
   State open();
+  // Returns how it stood when it was used last.
+  State state() const { return state_; }
   // Returns what went wrong, in the words of the system; "" when all is good.
   const std::string& reason() const { return reason_; }
 
@@ -93,10 +97,12 @@ class HistoryReader {
   // `goesOn` is asked now and then, and the choice is empty once it says no.
   HistorySelection select(const HistoryFilter& filter, const std::function<bool()>& goesOn = {});
   // Returns the chosen results from `row` on, at most `count`; one that was deleted meanwhile has
-  // an empty path.
+  // no path and counts nothing.
   std::vector<HistoryResult> rows(const HistorySelection& selection, std::size_t row,
                                   std::size_t count);
   HistoryTotals totalsSince(WallTime since);
+  // Returns when its oldest entry was made, or that day began; nothing where it has none.
+  std::optional<WallTime> beginning();
   // Returns what was scanned from that day on, by day and folder, at most `most`: the latest day
   // first and, in it, what had most bytes.
   std::vector<BusyFolder> busyFolders(CalendarDay since, std::size_t most);

@@ -22,6 +22,8 @@ constexpr Clock::Duration timeOfBroken = std::chrono::hours(1);
 constexpr int mostTimesUnreadable = 10;
 // An engine that moves files says so right behind its finds.
 constexpr std::int64_t nearestResults = 1000;
+// The local calendar may turn back by an hour.
+constexpr std::chrono::hours longestDay(25);
 constexpr std::size_t longestText = 1024;
 constexpr std::size_t longestPath = 8192;
 // Stands for a number that nobody counted.
@@ -58,12 +60,22 @@ struct HistoryStore::Open {
 
   void enter(const HistoryResult& result);
   void enter(const LaterOutcome& outcome);
+  void enter(const UnnamedFiles& unnamed);
   void enter(const ScanRun& run);
   void add(CalendarDay day, const std::string& folder, const ScannedAmount& amount);
   std::int64_t bytesUsed();
 
+  // The result that counts the files without names of a day.
+  struct UnnamedRow {
+    CalendarDay day = 0;
+    std::int64_t id = 0;
+    std::uint64_t files = 0;
+  };
+  UnnamedRow unnamedRowOf(WallTime time);
+
   SqlConnection sql;
   HistoryFile::Identity identity;
+  UnnamedRow unnamed;
   std::map<std::string_view, SqlStatement> statements;
 
   // The statement of that text, which is a constant, prepared once.
@@ -92,6 +104,17 @@ void HistoryStore::Open::enter(const HistoryResult& result) {
 }
 
 void HistoryStore::Open::enter(const LaterOutcome& outcome) {
+  if (outcome.outcome == HistoryResult::Outcome::selfTest) {
+    // However often it was found, and whatever was done about it, which still stands there.
+    statement(
+        "UPDATE results SET outcome = ? WHERE id > (SELECT max(id) FROM results) - ? AND kind = 0 "
+        "AND path = ?")
+        .with(static_cast<std::int64_t>(outcome.outcome))
+        .with(nearestResults)
+        .with(cut(outcome.path, longestPath))
+        .run();
+    return;
+  }
   statement(
       "UPDATE results SET outcome = ?, detail = ? WHERE id = (SELECT id FROM results "
       "WHERE id > (SELECT max(id) FROM results) - ? AND kind = 0 AND outcome IN (0, 1, 4) AND path "
@@ -102,6 +125,45 @@ void HistoryStore::Open::enter(const LaterOutcome& outcome) {
       .with(nearestResults)
       .with(cut(outcome.path, longestPath))
       .run();
+}
+
+HistoryStore::Open::UnnamedRow HistoryStore::Open::unnamedRowOf(WallTime time) {
+  UnnamedRow row;
+  row.day = calendarDayOf(time);
+  SqlStatement& last = statement(
+      "SELECT id, time, CAST(detail AS INTEGER) FROM results WHERE kind = 1 AND time >= ? AND "
+      "length(path) = 0 ORDER BY time DESC LIMIT 1");
+  last.with(secondsOf(time - longestDay));
+  if (last.step() && calendarDayOf(WallTime(std::chrono::seconds(last.number(1)))) == row.day) {
+    row.id = last.number(0);
+    row.files = static_cast<std::uint64_t>(last.number(2));
+  }
+  last.begin();
+  return row;
+}
+
+// One that begins anew to count, as an agent does that was started again, lowers nothing.
+void HistoryStore::Open::enter(const UnnamedFiles& files) {
+  if (unnamed.day != calendarDayOf(files.time)) {
+    unnamed = unnamedRowOf(files.time);
+  }
+  if (unnamed.id != 0 && files.files <= unnamed.files) {
+    return;
+  }
+  unnamed.files = files.files;
+  const std::string count = std::to_string(files.files);
+  statement("UPDATE results SET detail = ? WHERE id = ? AND length(path) = 0")
+      .with(count)
+      .with(unnamed.id)
+      .run();
+  if (sql.changes() == 0) {
+    HistoryResult result;
+    result.time = files.time;
+    result.kind = HistoryResult::Kind::notScanned;
+    result.detail = count;
+    enter(result);
+    unnamed.id = sql.lastId();
+  }
 }
 
 void HistoryStore::Open::enter(const ScanRun& run) {

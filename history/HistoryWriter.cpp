@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <functional>
 #include <utility>
 #include <variant>
 
@@ -72,12 +73,23 @@ void HistoryWriter::addClean(const std::string& path) {
     waiting_.clean.push_back(path);
     hasArrived(waiting_.clean.size(), mostNames);
   } else {
-    std::string folder = countedFolderOf(path, services_.home);
-    const bool isRoom =
-        waiting_.summedUp.size() < mostFolders || waiting_.summedUp.count(folder) > 0;
-    ++waiting_.summedUp[isRoom ? std::move(folder) : "/"];
+    sumUp(countedFolderOf(path, services_.home), {1, 0});
   }
   wake_.unlock();
+}
+
+void HistoryWriter::addClean(const std::string& folder, const ScannedAmount& amount) {
+  wake_.lock();
+  arrived();
+  sumUp(countedFolderOf(folder + (folder.ends_with('/') ? "" : "/"), services_.home), amount);
+  wake_.unlock();
+}
+
+void HistoryWriter::sumUp(std::string folder, const ScannedAmount& amount) {
+  const bool isRoom = waiting_.summedUp.size() < mostFolders || waiting_.summedUp.count(folder) > 0;
+  ScannedAmount& sum = waiting_.summedUp[isRoom ? std::move(folder) : "/"];
+  sum.files += amount.files;
+  sum.bytes += amount.bytes;
 }
 
 std::string HistoryWriter::problem() {
@@ -149,35 +161,59 @@ void HistoryWriter::step() {
 
 void HistoryWriter::takeIn(Waiting waiting) {
   const CalendarDay today = calendarDayOf(services_.clock.wallTime());
+  beginDay(today);
   for (HistoryChange& change : waiting.changes) {
-    if (!isKnownToday(change, today)) {
+    if (!isLeftOut(change)) {
       batch_.changes.push_back(std::move(change));
     }
   }
   for (const std::string& path : waiting.clean) {
     count(countedFolderOf(path, services_.home), {1, sizeOf(path)}, today);
   }
-  for (const auto& [folder, files] : waiting.summedUp) {
-    count(folder, {files, 0}, today);
+  for (const auto& [folder, amount] : waiting.summedUp) {
+    count(folder, amount, today);
   }
+  addUnnamed();
   givenUp_ += waiting.givenUp;
   giveUpTooMany();
 }
 
+void HistoryWriter::beginDay(CalendarDay today) {
+  if (today != std::exchange(today_, today)) {
+    notScannedToday_.clear();
+    unnamedToday_.clear();
+    unnamedAdded_ = 0;
+  }
+}
+
 // A machine's disk or a download would push every find out of the history.
-bool HistoryWriter::isKnownToday(const HistoryChange& change, CalendarDay today) {
+bool HistoryWriter::isLeftOut(const HistoryChange& change) {
   const auto* const result = std::get_if<HistoryResult>(&change);
   if (!result || result->kind != HistoryResult::Kind::notScanned ||
       result->source != ScanSource::agent) {
     return false;
   }
-  if (today != std::exchange(today_, today)) {
-    notScannedToday_.clear();
-  }
+  std::pair<std::string, std::string> file(result->path, result->says);
   if (notScannedToday_.size() < mostADay) {
-    return !notScannedToday_.emplace(result->path, result->says).second;
+    return !notScannedToday_.insert(std::move(file)).second;
+  }
+  if (notScannedToday_.count(file) == 0 && unnamedToday_.size() < mostUnnamed) {
+    unnamedToday_.insert(std::hash<std::string>()(result->path));
   }
   return true;
+}
+
+void HistoryWriter::addUnnamed() {
+  if (unnamedToday_.size() == unnamedAdded_) {
+    return;
+  }
+  if (unnamedAdded_ == 0) {
+    services_.systemLog.log("More than " + std::to_string(mostADay) +
+                            " files could not be scanned today; the history counts those that "
+                            "follow and does not name them.");
+  }
+  unnamedAdded_ = unnamedToday_.size();
+  batch_.changes.emplace_back(UnnamedFiles{services_.clock.wallTime(), unnamedAdded_});
 }
 
 void HistoryWriter::count(const std::string& folder, const ScannedAmount& amount, CalendarDay day) {

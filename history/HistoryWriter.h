@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -50,13 +51,17 @@ class HistoryWriter {
   // is written, and not more such files: whoever may write in a guarded folder could make as many
   // as it takes to push every find out.
   static constexpr std::size_t mostADay = 1'000;
+  // Those beyond are counted, each once, up to so many.
+  static constexpr std::size_t mostUnnamed = 40'000;
 
   explicit HistoryWriter(HistoryWriterServices services);
 
-  // Enters it soon. Any thread, as the next two.
+  // Enters it soon. Any thread, as the next three.
   void add(HistoryChange change);
   // Counts a file that is clean, without keeping its name.
   void addClean(const std::string& path);
+  // Counts so many clean files somewhere below that folder, whose names nobody knows.
+  void addClean(const std::string& folder, const ScannedAmount& amount);
   // Returns why nothing can be kept now, in words for the log; "" when all is well.
   std::string problem();
 
@@ -76,8 +81,8 @@ class HistoryWriter {
   struct Waiting {
     std::vector<HistoryChange> changes;
     std::vector<std::string> clean;
-    // Of more clean files than that; their sizes are not known.
-    std::map<std::string, std::uint64_t> summedUp;
+    // Of more clean files than that, whose sizes are not known, and of those without names.
+    std::map<std::string, ScannedAmount> summedUp;
     std::uint64_t givenUp = 0;
 
     bool empty() const {
@@ -90,7 +95,10 @@ class HistoryWriter {
   Waiting await();
   void takeIn(Waiting waiting);
   void count(const std::string& folder, const ScannedAmount& amount, CalendarDay day);
-  bool isKnownToday(const HistoryChange& change, CalendarDay today);
+  void sumUp(std::string folder, const ScannedAmount& amount) QUILLO_REQUIRES(wake_);
+  bool isLeftOut(const HistoryChange& change);
+  void beginDay(CalendarDay today);
+  void addUnnamed();
   void giveUpTooMany();
   void write();
   void hasEndedNow();
@@ -103,6 +111,8 @@ class HistoryWriter {
   HistoryBatch batch_;  // taken in, but not entered yet
   std::uint64_t givenUp_ = 0;
   std::set<std::pair<std::string, std::string>> notScannedToday_;  // path and reason
+  std::unordered_set<std::size_t> unnamedToday_;                   // by their hashes
+  std::size_t unnamedAdded_ = 0;                                   // of these, so far
   CalendarDay today_ = 0;
   // Own synchronisation. The loop is run once: by the thread, or by who ends it before that runs.
   std::atomic<bool> hasThread_{false};

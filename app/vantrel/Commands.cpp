@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -77,12 +78,13 @@ std::string problemOfAgent(const CompanionDesktop& desktop) {
 
 int test(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   SelfTestParts selfTest(parts, true);
-  std::atomic<bool> isInterrupted = false;
-  const InterruptWatch interrupts(parts.threads, [&isInterrupted] { isInterrupted = true; });
+  // Its thread may outlive this frame.
+  const auto isInterrupted = std::make_shared<std::atomic<bool>>(false);
+  const InterruptWatch interrupts(parts.threads, [isInterrupted] { *isInterrupted = true; });
   return runTestCommand(words, out, errors,
                         {parts.desktop.clock, parts.desktop.localizedStrings, selfTest.evidence,
                          moveFoldersOf(parts), [&parts] { return problemOfAgent(parts.desktop); },
-                         [&isInterrupted] { return isInterrupted.load(); }});
+                         [isInterrupted] { return isInterrupted->load(); }});
 }
 
 // "" while it watches and what it watches is scanned.

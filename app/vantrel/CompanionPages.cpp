@@ -131,7 +131,7 @@ LivingPage quarantinePage(CompanionParts& parts, MainWindow& window, Page&) {
 
 LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
-  return {std::make_shared<OverviewPage>(
+  auto logic = std::make_shared<OverviewPage>(
       page, window,
       OverviewServices{
           desktop.agentLink, desktop.clock, parts.definitionUpdate, desktop.localizedStrings,
@@ -141,7 +141,15 @@ LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
                        {its.folders, parts.preferenceChanges, its.distributedNotificationCenter,
                         [&parts](const std::string& engine) { return parts.makeEngine(engine); }})
                 .setUp();
-          }})};
+          }});
+  parts.historyChanged = [others = parts.historyChanged,
+                          weak = std::weak_ptr<OverviewPage>(logic)] {
+    others();
+    if (const auto overview = weak.lock()) {
+      overview->refresh();
+    }
+  };
+  return {logic};
 }
 
 LivingPage foldersPage(CompanionParts& parts, MainWindow& window, Page& page) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "companion/definitions/DefinitionPlace.h"
@@ -42,7 +43,7 @@ CompanionParts::~CompanionParts() { endHistory(); }
 
 bool CompanionParts::endHistory() {
   constexpr std::chrono::seconds atMost(5);
-  if (std::exchange(keptScans, {}).empty()) {
+  if (!std::exchange(isHistoryWritten, false)) {
     return true;
   }
   const bool hasEnded = historyWriter.end(atMost);
@@ -107,12 +108,24 @@ std::string CompanionParts::makeEngine(const std::string& engine) {
 
 KeptScans& CompanionParts::keepScans(ScanSource source) {
   historyWriter.begin(threads);
+  isHistoryWritten = true;
   keptScans.push_back(std::make_unique<KeptScans>(KeptScans::Services{
       historyWriter, desktop.trashFolders, desktop.clock, source, [this] {
         return withScanning(withEngine({}, preferences), preferences, desktop.systemLog)
             .quarantineOrTrash;
       }}));
   return *keptScans.back();
+}
+
+void CompanionParts::enter(HistoryChange change) {
+  try {
+    historyWriter.begin(threads);
+  } catch (const std::system_error& problem) {
+    desktop.systemLog.log(std::string("The history is not written: ") + problem.what());
+    return;
+  }
+  isHistoryWritten = true;
+  historyWriter.add(std::move(change));
 }
 
 ManualScanServices CompanionParts::scanServices() {

@@ -46,6 +46,8 @@ struct CompanionParts {
   // Keeps scans of that kind in the history, which is written from now on until the end. Throws
   // std::system_error when the system has no thread for that.
   KeptScans& keepScans(ScanSource source);
+  // Has it entered in the history; without a thread for that it is not.
+  void enter(HistoryChange change);
   // Has what was found a moment ago entered, too; waits some seconds for that at most, and lets the
   // window know if there is one. Returns false while the thread that does it still runs, which
   // needs this object.
@@ -64,6 +66,7 @@ struct CompanionParts {
   PutBackFiles putBackFiles;
   AllowedByHand allowedFinds;
   HistoryWriter historyWriter;
+  bool isHistoryWritten = false;  // from now on until the end
   std::vector<std::unique_ptr<KeptScans>> keptScans;
   KeptMoves keptMoves;
   HistoryCounts historyCounts;

@@ -16,7 +16,8 @@ bool isGuardedIn(const std::string& folder, const ExplanationServices& services)
 }  // namespace
 
 SelfTestParts::SelfTestParts(CompanionParts& parts, bool asksEachTime)
-    : finds(parts.desktop.folders.stateFolder()),
+    : finds(parts.desktop.folders.stateFolder(),
+            [&parts](const LaterOutcome& outcome) { parts.enter(outcome); }),
       evidence({parts.desktop.agentLink,
                 [services = parts.explanationServices()](const std::string& folder) {
                   return isGuardedIn(folder, services);

@@ -10,7 +10,7 @@
 namespace quillo {
 
 std::string historyProblemIn(const std::string& folder, Clock& clock, LocalizedStrings& strings) {
-  return HistoryCounts(folder, strings).countsSince(clock.wallTime()).problem;
+  return HistoryCounts(folder, strings).countsSince(clock.wallTime() - recently).problem;
 }
 
 std::string quarantineProblemOf(const TypedPreferences& preferences, LocalizedStrings& strings,

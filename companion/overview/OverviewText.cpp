@@ -76,12 +76,19 @@ std::string OverviewText::found(const RecentCounts::Counts& counts) const {
   if (!counts.problem.empty()) {
     return Wording{"OVERVIEW_HISTORY_UNREADABLE", {counts.problem}}.in(strings_);
   }
-  return counts.found == 0 ? text("OVERVIEW_FOUND_NONE")
-                           : countedIn(strings_, "OVERVIEW_FOUND", counts.found);
+  if (counts.found > 0) {
+    return countedIn(strings_, "OVERVIEW_FOUND", counts.found);
+  }
+  if (!counts.begins) {
+    return text("OVERVIEW_NO_HISTORY");
+  }
+  return *counts.begins > now_ - recently
+             ? Wording{"OVERVIEW_FOUND_NONE_SINCE", {dayText(*counts.begins)}}.in(strings_)
+             : text("OVERVIEW_FOUND_NONE");
 }
 
 std::string OverviewText::notScanned(const RecentCounts::Counts& counts) const {
-  if (!counts.problem.empty()) {
+  if (!counts.problem.empty() || !counts.begins) {
     return "";
   }
   return counts.notScanned == 0 ? text("OVERVIEW_NOT_SCANNED_NONE")

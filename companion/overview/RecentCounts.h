@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace quillo {
@@ -13,7 +14,9 @@ class RecentCounts {
     std::uint64_t found = 0;
     std::uint64_t notScanned = 0;
     // Why it cannot be said, in words for people; "" where it can.
-    std::string problem;
+    std::string problem = {};
+    // When the oldest of what is kept was entered; nothing where nothing is kept.
+    std::optional<std::chrono::system_clock::time_point> begins = {};
   };
 
   virtual ~RecentCounts() = default;

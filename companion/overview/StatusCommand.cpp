@@ -66,6 +66,10 @@ int exitStatusOf(Guard::Sign sign) {
   }
 }
 
+json secondsOrNull(const std::optional<std::chrono::system_clock::time_point>& moment) {
+  return moment ? json(std::chrono::system_clock::to_time_t(*moment)) : json();
+}
+
 json pathsOf(const std::vector<std::string>& paths) {
   json list = json::array();
   for (const std::string& path : paths) {
@@ -112,6 +116,7 @@ void printDocument(std::ostream& out, const Answer& answer, LocalizedStrings& st
        {{"days", recently.count() / 24},
         {"found", answer.counts.found},
         {"notScanned", answer.counts.notScanned},
+        {"begins", secondsOrNull(answer.counts.begins)},
         {"problem", reportedText(answer.counts.problem)}}},
   };
   if (answer.status) {

@@ -8,8 +8,8 @@ namespace {
 using State = HistoryReader::State;
 
 // One that is not there yet has nothing in it, which is true.
-Wording problemOf(State state, const std::string& reason) {
-  switch (state) {
+Wording problemOf(const HistoryReader& reader) {
+  switch (reader.state()) {
     case State::good:
     case State::missing:
       return {};
@@ -20,20 +20,24 @@ Wording problemOf(State state, const std::string& reason) {
     case State::unreadable:
       break;
   }
-  return {"WINDOW_HISTORY_UNREADABLE", {reason}};
+  return {"WINDOW_HISTORY_UNREADABLE", {reader.reason()}};
 }
 
 }  // namespace
 
 RecentCounts::Counts HistoryCounts::countsSince(std::chrono::system_clock::time_point since) {
-  const State state = reader_.open();
+  const HistoryTotals totals = reader_.totalsSince(since);
   Counts counts;
-  const Wording problem = problemOf(state, reader_.reason());
+  if (reader_.state() == State::good) {
+    counts.begins = reader_.beginning();
+  }
+  // Damage shows only where it is read.
+  const Wording problem = problemOf(reader_);
   if (!problem.empty()) {
     counts.problem = problem.in(strings_);
+    counts.begins.reset();
     return counts;
   }
-  const HistoryTotals totals = reader_.totalsSince(since);
   counts.found = totals.found;
   counts.notScanned = totals.notScanned;
   return counts;

@@ -26,10 +26,13 @@ void HistorySearch::begin(const HistoryFilter& filter, Done done) {
   const auto run = [search = search_, folder = folder_, filter, &application = application_,
                     done = std::move(done)] {
     HistoryReader reader(folder);
-    HistorySelection chosen = reader.select(filter, [&search] { return search->isWanted.load(); });
-    application.performOnMainThread([search, done, chosen = std::move(chosen)] {
+    Found found;
+    found.selection = reader.select(filter, [&search] { return search->isWanted.load(); });
+    found.state = reader.state();
+    found.reason = reader.reason();
+    application.performOnMainThread([search, done, found = std::move(found)] {
       if (search->isWanted) {
-        done(chosen);
+        done(found);
       }
     });
   };

@@ -16,7 +16,13 @@ class ThreadStarter;
 // thread; both services outlive the threads that it starts.
 class HistorySearch {
  public:
-  using Done = std::function<void(HistorySelection)>;
+  // What a search has come to. Where the history is not good, nothing is chosen.
+  struct Found {
+    HistorySelection selection;
+    HistoryReader::State state = HistoryReader::State::good;
+    std::string reason;
+  };
+  using Done = std::function<void(const Found& found)>;
 
   // `folder` is the agent's own for what it remembers.
   HistorySearch(std::string folder, Application& application, ThreadStarter& threads);

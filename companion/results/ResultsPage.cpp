@@ -196,11 +196,8 @@ HistoryFilter ResultsPage::filter() const {
 }
 
 void ResultsPage::historyChanged() {
-  const HistoryReader::State state = reader_->open();
-  const std::string problem = words_.problem(state, reader_->reason());
-  if (!problem.empty()) {
-    clear();
-    page_.setText("summary", problem);
+  reader_->open();
+  if (!isReadable(reader_->state(), reader_->reason())) {
     return;
   }
   switch (view()) {
@@ -209,13 +206,23 @@ void ResultsPage::historyChanged() {
       break;
     case View::scans:
       search_.giveUp();
-      page_.setText("summary", scans_.show(since()));
+      showScans();
       break;
     case View::busy:
       search_.giveUp();
       showBusy();
       break;
   }
+}
+
+// Says why it is not. What is damaged may show only when that part is read.
+bool ResultsPage::isReadable(HistoryReader::State state, const std::string& reason) {
+  const std::string problem = words_.problem(state, reason);
+  if (!problem.empty()) {
+    clear();
+    page_.setText("summary", problem);
+  }
+  return problem.empty();
 }
 
 void ResultsPage::clear() {
@@ -230,23 +237,42 @@ void ResultsPage::choose() {
   const HistoryFilter wanted = filter();
   if (wanted.isEmpty()) {
     search_.giveUp();
-    show(reader_->select(wanted));
+    const HistorySelection all = reader_->select(wanted);
+    if (isReadable(reader_->state(), reader_->reason())) {
+      show(all);
+    }
     return;
   }
   page_.setText("summary", words_.text("RESULTS_SEARCHING"));
-  search_.begin(wanted, [this](const HistorySelection& chosen) { show(chosen); });
+  search_.begin(wanted, [this](const HistorySearch::Found& found) {
+    if (isReadable(found.state, found.reason)) {
+      show(found.selection);
+    }
+  });
 }
 
 void ResultsPage::show(const HistorySelection& selection) {
   showOthers(page_, results, *table_, selection, mostScannedAgain);
-  const HistoryFilter wanted = filter();
-  const bool isOfScanAlone = wanted == HistoryFilter{.run = run_} && run_ != 0;
   page_.setText("summary", selection.count() > 0
                                ? words_.counted("RESULTS_COUNT", selection.count())
-                               : words_.text(wanted.isEmpty() ? "RESULTS_NONE_YET"
-                                             : isOfScanAlone  ? "RESULTS_NONE_OF_SCAN"
-                                                              : "RESULTS_NONE_MATCH"));
+                               : wordsOfNone());
   showButtons();
+}
+
+std::string ResultsPage::wordsOfNone() const {
+  const HistoryFilter wanted = filter();
+  if (wanted.isEmpty()) {
+    return words_.none(reader_->beginning());
+  }
+  const bool isOfScanAlone = wanted == HistoryFilter{.run = run_} && run_ != 0;
+  return words_.text(isOfScanAlone ? "RESULTS_NONE_OF_SCAN" : "RESULTS_NONE_MATCH");
+}
+
+void ResultsPage::showScans() {
+  const std::string summary = scans_.show(since());
+  if (isReadable(reader_->state(), reader_->reason())) {
+    page_.setText("summary", summary);
+  }
 }
 
 void ResultsPage::showBusy() {
@@ -255,6 +281,9 @@ void ResultsPage::showBusy() {
   std::vector<BusyFolder> folders = page_.isChecked("byDay")
                                         ? reader_->busyFolders(day, mostBusyFolders)
                                         : reader_->busiestFolders(day, mostBusyFolders);
+  if (!isReadable(reader_->state(), reader_->reason())) {
+    return;
+  }
   page_.setText("summary", folders.empty() ? words_.text("RESULTS_BUSY_NONE")
                                            : words_.counted("RESULTS_BUSY_COUNT", folders.size()));
   page_.setRows(busy, words_.busyTitles(), std::make_shared<BusyRows>(std::move(folders), words_));

@@ -73,10 +73,13 @@ class ResultsPage {
   View view() const;
   void turnTo(View view);
   void showView();
+  bool isReadable(HistoryReader::State state, const std::string& reason);
   void showKinds();
   void showFilesOf(const ScanRun& run);
   void showAllResults();
   void clear();
+  std::string wordsOfNone() const;
+  void showScans();
   void choose();
   void show(const HistorySelection& selection);
   void showBusy();

@@ -39,7 +39,8 @@ TableRows::Sign signOf(const HistoryResult& result) {
   if (result.kind == Kind::notScanned) {
     return TableRows::Sign::warning;
   }
-  const bool isAway = result.outcome == Outcome::quarantined || result.outcome == Outcome::trashed;
+  const bool isAway = result.outcome == Outcome::quarantined ||
+                      result.outcome == Outcome::trashed || result.outcome == Outcome::selfTest;
   return isAway ? TableRows::Sign::good : TableRows::Sign::threat;
 }
 
@@ -104,14 +105,17 @@ std::vector<std::string> ResultsWords::resultTitles() const {
 }
 
 TableRows::Row ResultsWords::row(const HistoryResult& result) const {
-  if (result.path.empty()) {
+  if (result.path.empty() && result.unnamed == 0) {
     // Too old to be kept by now.
     return {std::vector<std::string>(resultTitles().size()), TableRows::Sign::none};
   }
   static constexpr std::array<const char*, 3> sources = {
       "RESULTS_SOURCE_AGENT", "RESULTS_SOURCE_BY_HAND", "RESULTS_SOURCE_PLANNED"};
-  return {{timeIn(result.time), std::string(lastPathComponent(result.path)),
-           place(deletingLastPathComponent(result.path)), result.says, done(result),
+  const bool isNamed = !result.path.empty();
+  return {{timeIn(result.time),
+           isNamed ? std::string(lastPathComponent(result.path))
+                   : counted("RESULTS_UNNAMED", result.unnamed),
+           isNamed ? place(deletingLastPathComponent(result.path)) : "", result.says, done(result),
            text(sources[static_cast<std::size_t>(result.source)])},
           signOf(result)};
 }
@@ -131,6 +135,8 @@ std::string ResultsWords::done(const HistoryResult& result) const {
       return result.detail.empty()
                  ? text("RESULTS_DONE_NOT_MOVED")
                  : Wording{"RESULTS_DONE_NOT_MOVED_REASON", {result.detail}}.in(strings_);
+    case Outcome::selfTest:
+      return text("RESULTS_DONE_SELF_TEST");
     case Outcome::unsaid:
       break;
   }
@@ -201,6 +207,11 @@ TableRows::Row ResultsWords::row(const BusyFolder& folder) const {
   return {{folder.day == 0 ? "" : dayIn(folder.day), place(folder.folder),
            numberIn(strings_, folder.amount.files), size(folder.amount.bytes)},
           TableRows::Sign::none};
+}
+
+std::string ResultsWords::none(const std::optional<WallTime>& beginning) const {
+  return beginning ? Wording{"RESULTS_NONE_SINCE", {dayText(*beginning)}}.in(strings_)
+                   : text("RESULTS_NONE_YET");
 }
 
 std::string ResultsWords::problem(HistoryReader::State state, const std::string& reason) const {

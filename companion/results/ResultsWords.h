@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,8 @@ class ResultsWords {
   std::vector<std::string> busyTitles() const;
   // Returns day, if it has one, folder, number of files and their size.
   TableRows::Row row(const BusyFolder& folder) const;
+  // Returns that nothing was found, and since when it would be known.
+  std::string none(const std::optional<WallTime>& beginning) const;
   // Returns why no history can be shown; "" where it can.
   std::string problem(HistoryReader::State state, const std::string& reason) const;
 

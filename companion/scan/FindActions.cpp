@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "companion/scan/ScanPage.h"
+#include "platform/LocalizedStrings.h"
 #include "platform/Workspace.h"
 #include "posix/Text.h"
 #include "settings/TypedPreferences.h"
@@ -148,13 +149,20 @@ void FindActions::allow(const std::vector<std::string>& paths) {
 void FindActions::showInFolder(ScanRows& rows, const std::vector<std::size_t>& chosen) {
   std::set<std::string> folders;
   for (const std::size_t row : chosen) {
-    if (row >= rows.count() || folders.size() >= mostFolders) {
+    if (row >= rows.count()) {
       break;
     }
     const ScanFinding& finding = rows.findings()[row];
     const bool hasMoved = finding.done == ScanFinding::Done::moved && !finding.destination.empty();
     const std::string& path = hasMoved ? finding.destination : finding.path;
-    if (folders.insert(deletingLastPathComponent(path)).second) {
+    const bool isAnother = folders.insert(deletingLastPathComponent(path)).second;
+    if (isAnother && folders.size() > mostFolders) {
+      page_.setText("report", Wording{"SCAN_FOLDERS_SHOWN", {std::to_string(mostFolders)}}.in(
+                                  services_.scan.localizedStrings));
+      page_.setVisible("report", true);
+      return;
+    }
+    if (isAnother) {
       services_.scan.workspace.selectFile(path);
     }
   }

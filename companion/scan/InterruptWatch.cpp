@@ -57,22 +57,31 @@ InterruptWatch::InterruptWatch(ThreadStarter& threads, std::function<void()> sto
   }
   writer_ = std::move(writer);
   wakeUp = writer_.get();
-  handle(true);
+  handle();
 }
 
 InterruptWatch::~InterruptWatch() {
   if (writer_) {
-    handle(false);
+    for (const Handled& handled : signals_) {
+      if (handled.signal != 0) {
+        sigaction(handled.signal, &handled.before, nullptr);
+      }
+    }
     wakeUp = -1;
   }
 }
 
-void InterruptWatch::handle(bool handled) {
+void InterruptWatch::handle() {
   struct sigaction action = {};
-  action.sa_handler = handled ? note : SIG_DFL;
+  action.sa_handler = note;
   action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-  for (const int signal : interrupts) {
-    sigaction(signal, &action, nullptr);
+  for (std::size_t at = 0; at < signals_.size(); ++at) {
+    struct sigaction before = {};
+    const int signal = interrupts.at(at);
+    if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN &&
+        sigaction(signal, &action, nullptr) == 0) {
+      signals_.at(at) = {signal, before};
+    }
   }
 }
 

@@ -2,6 +2,9 @@
 
 #include "history/HistoryWriter.h"
 #include "posix/Clock.h"
+#include "posix/FileFacts.h"
+#include "posix/RealPath.h"
+#include "posix/Text.h"
 
 namespace quillo {
 namespace {
@@ -27,6 +30,33 @@ ScanRun::End endOf(const ManualScanResult& result) {
       break;
   }
   return End::failed;
+}
+
+}  // namespace
+
+namespace {
+
+// The folder in which all of these lie, or which is the one of them. A scanner says how much is
+// clean in all of them together.
+std::string commonFolderOf(const std::vector<std::string>& paths) {
+  std::string common;
+  for (const std::string& path : paths) {
+    if (!path.starts_with('/')) {
+      continue;
+    }
+    std::string folder = RealPath(path).path();
+    if (const auto facts = fileFacts(folder); !facts || !facts->isDirectory) {
+      folder = deletingLastPathComponent(folder);
+    }
+    if (common.empty()) {
+      common = folder;
+    }
+    while (folder != common) {
+      std::string& longer = folder.size() > common.size() ? folder : common;
+      longer = deletingLastPathComponent(longer);
+    }
+  }
+  return common;
 }
 
 }  // namespace
@@ -58,6 +88,9 @@ void KeptScans::runEnded(const ManualScanResult& result) {
   run_.notScanned = result.notScanned;
   run_.end = endOf(result);
   services_.writer.add(run_);
+  if (const std::uint64_t clean = result.clean.value_or(0); clean > 0) {
+    services_.writer.addClean(commonFolderOf(run_.paths), {clean, result.cleanBytes});
+  }
   recorder_.reset();
 }
 

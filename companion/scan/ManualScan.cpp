@@ -13,12 +13,17 @@
 #include "platform/SystemLog.h"
 #include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
+#include "posix/RealPath.h"
+#include "posix/Text.h"
 #include "posix/ThreadStarter.h"
+#include "settings/TypedPreferences.h"
 
 namespace quillo {
 namespace {
 
 using namespace std::chrono_literals;
+
+using Whereabouts = Verdict::Whereabouts;
 
 // How current engines word that nobody answers.
 constexpr std::string_view daemonUnreachable = "ERROR: Could not connect to clamd";
@@ -54,6 +59,11 @@ bool isBeyondACommandLine(const std::vector<std::string>& paths) {
   return most > 0 && bytes > static_cast<std::size_t>(most);
 }
 
+std::string quarantineOf(const TypedPreferences& preferences) {
+  const std::string folder = preferences.value(key::quarantineFolder).value_or("");
+  return folder.starts_with('/') ? RealPath(folder).path() : "";
+}
+
 std::uint64_t costOf(std::uint64_t files, std::uint64_t bytes) {
   return files * bytesOfAFile + bytes;
 }
@@ -81,6 +91,7 @@ void ManualScan::perform(const std::vector<std::string>& paths,
     Problem problem = Problem::failed;
     ~Ended() { scan.end(problem); }
   } ended{*this};
+  quarantine_ = quarantineOf(services_.preferences);
   if (history_) {
     history_->runBegan(paths);
   }
@@ -204,15 +215,20 @@ ManualScanResult ManualScan::resultOf(Problem problem) {
   if (hasProgress_ || !hasFolders_) {
     result.clean = counted.clean;
   }
-  // What was said of files one by one is never more than what is true; it may be later.
-  result.found = std::max(counted.found, lines_.found);
+  result.cleanBytes = counted.cleanBytes;
+  // What was said of files one by one is never more than what is true; it may be later. Every find
+  // has a line.
+  result.allowed = allowed_;
+  result.inQuarantine = inQuarantine_;
+  result.found = std::max(counted.found, lines_.found) - allowed_ - inQuarantine_;
   result.notScanned =
       std::max(counted.notScanned + (hasProgress_ ? dropped_ : 0), lines_.notScanned);
   result.isStopped = clock_.isStopped();
   result.problem = problem;
   if (result.isStopped || problem != Problem::none) {
     const FileCount::Sum all = count_->sum();
-    const std::uint64_t done = result.clean.value_or(0) + result.found + result.notScanned;
+    const std::uint64_t done = result.clean.value_or(0) + result.found + result.allowed +
+                               result.inQuarantine + result.notScanned;
     result.notReached = std::nullopt;
     if (all.isWhole && result.clean) {
       result.notReached = all.files - std::min(all.files, done);
@@ -238,10 +254,15 @@ void ManualScan::end(Problem problem) {
   ended_.signal();
 }
 
-void ManualScan::awaitEnd() {
+bool ManualScan::awaitEnd(Clock::Duration atMost) {
+  const Clock::Duration deadline = clock_.now() + atMost;
   Hold hold(ended_);
-  while (!isOver_) {
-    ended_.wait();
+  for (;;) {
+    const Clock::Duration left = deadline - clock_.now();
+    if (isOver_ || left <= Clock::Duration::zero()) {
+      return isOver_;
+    }
+    ended_.waitFor(left);
   }
 }
 
@@ -321,15 +342,30 @@ void ManualScan::scanEnded(const std::vector<std::string>&, int status) {
   }
 }
 
+// By the file itself: a link says nothing, neither one in the quarantine nor one that leads there.
+bool ManualScan::liesInQuarantine(const Verdict& verdict) const {
+  const bool isAboutFind =
+      verdict.kind == Verdict::Kind::notMoved ||
+      (verdict.kind == Verdict::Kind::infected && verdict.whereabouts != Whereabouts::moved);
+  return isAboutFind && !quarantine_.empty() &&
+         liesBelow(RealPath(verdict.file()).path(), quarantine_);
+}
+
 void ManualScan::verdictGiven(const Verdict& verdict) {
   const bool isFind = verdict.kind == Verdict::Kind::infected;
+  const bool isKnown = liesInQuarantine(verdict);
   const bool isLeftOut = verdict.kind == Verdict::Kind::notScanned;
   {
     Hold hold(ended_);
     lines_.clean += verdict.kind == Verdict::Kind::clean ? 1 : 0;
     lines_.found += isFind ? 1 : 0;
+    inQuarantine_ += isFind && isKnown ? 1 : 0;
+    allowed_ += isFind && !isKnown && verdict.isSpared ? 1 : 0;
     lines_.notScanned += isLeftOut ? 1 : 0;
     lines_.path = verdict.path;
+  }
+  if (isKnown) {
+    return;
   }
   const bool isOutcome =
       verdict.kind == Verdict::Kind::moved || verdict.kind == Verdict::Kind::notMoved;

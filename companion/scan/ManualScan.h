@@ -31,8 +31,13 @@ struct ManualScanResult {
 
   // Nothing where the scanner is one that does not count what it finds clean in folders.
   std::optional<std::uint64_t> clean;
+  // Neither those that their user allowed, and that have not changed since, nor those that lie in
+  // the quarantine: these are known already.
   std::uint64_t found = 0;
+  std::uint64_t allowed = 0;
+  std::uint64_t inQuarantine = 0;
   std::uint64_t notScanned = 0;
+  std::uint64_t cleanBytes = 0;  // of those that are clean, as far as the scanner says
   bool isStopped = false;
   Problem problem = Problem::none;
   // What it did not come to, since it was stopped or had a problem; nothing where nobody knows.
@@ -55,7 +60,7 @@ struct ManualScanState {
 class ManualScanObserver {
  public:
   virtual ~ManualScanObserver() = default;
-  // Everything that is said of a file, as it comes.
+  // Everything that is said of a file, as it comes, but of those in the quarantine.
   virtual void verdict(const Verdict& verdict) = 0;
   // The state is another: several times a second at most.
   virtual void advanced() = 0;
@@ -96,8 +101,9 @@ class ManualScan final : private ScanObserver,
   // Ends it soon.
   void stop();
   ManualScanState state();
-  // Waits until it has ended. It never waits for the main thread, which may wait for it.
-  void awaitEnd();
+  // Waits until it has ended, but not longer than `atMost`. It never waits for the main thread,
+  // which may wait for it. Returns false while it still goes on.
+  bool awaitEnd(Clock::Duration atMost);
 
  private:
   using Phase = ManualScanState::Phase;
@@ -115,6 +121,7 @@ class ManualScan final : private ScanObserver,
   ManualScanResult resultOf(Problem problem) QUILLO_REQUIRES(ended_);
   Problem problemOf(const QuietSurroundings& around);
   void setPhase(Phase phase);
+  bool liesInQuarantine(const Verdict& verdict) const;
 
   void runBegan(std::size_t files) override;
   void runEnded(std::size_t) override {}
@@ -131,6 +138,8 @@ class ManualScan final : private ScanObserver,
   const ManualScanServices services_;
   ManualScanObserver& observer_;
   ScanHistory* const history_;
+  // The scan's thread alone: without a link on its way; "" where there is none.
+  std::string quarantine_;
   // Have synchronisation of their own.
   StoppableClock clock_;
   RunningScanners running_;
@@ -146,6 +155,9 @@ class ManualScan final : private ScanObserver,
   // What the report says, line by line.
   ScanProgress lines_ QUILLO_GUARDED_BY(ended_);
   std::uint64_t dropped_ QUILLO_GUARDED_BY(ended_) = 0;
+  // Of what is found, as the report says it.
+  std::uint64_t allowed_ QUILLO_GUARDED_BY(ended_) = 0;
+  std::uint64_t inQuarantine_ QUILLO_GUARDED_BY(ended_) = 0;
   int runs_ QUILLO_GUARDED_BY(ended_) = 0;  // that began and did not end as they should
   bool isDaemonGone_ QUILLO_GUARDED_BY(ended_) = false;
   // While files were handed out; when that began last.

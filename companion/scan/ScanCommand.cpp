@@ -120,7 +120,10 @@ class Writer final : public ManualScanObserver {
     whole["problem"] = nameOf(result_.problem);
     whole["counts"] = {{"clean", numberOrNull(result_.clean)},
                        {"found", result_.found},
+                       {"allowed", result_.allowed},
+                       {"inQuarantine", result_.inQuarantine},
                        {"notScanned", result_.notScanned},
+                       {"notListed", findings_.notListed()},
                        {"notReached", numberOrNull(result_.notReached)}};
     whole["found"] = Json::array();
     for (const ScanFinding& finding : findings_.finds()->findings()) {

@@ -42,6 +42,7 @@ ScanFindings::ScanFindings(const ScanWords& words,
 void ScanFindings::clear() {
   finds_->findings().clear();
   leftOut_->findings().clear();
+  notListed_ = 0;
   places_.clear();
 }
 
@@ -63,6 +64,8 @@ void ScanFindings::add(const Verdict& verdict) {
       } else if (leftOut_->count() < mostLeftOut) {
         leftOut_->findings().push_back(
             {verdict.file(), "", verdict.reason, "", Done::leftInPlace, verdict});
+      } else {
+        ++notListed_;
       }
       break;
     case Verdict::Kind::clean:
@@ -97,7 +100,7 @@ void ScanFindings::addFind(const Verdict& verdict) {
     finding.done = Done::moved;
   } else if (verdict.whereabouts == Verdict::Whereabouts::notMoved) {
     finding.done = Done::notMoved;
-  } else if (isAllowed_(verdict)) {
+  } else if (verdict.isSpared || isAllowed_(verdict)) {
     finding.done = Done::allowed;
   } else if (verdict.whereabouts == Verdict::Whereabouts::unsaid) {
     finding.done = Done::unknown;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -46,6 +47,8 @@ class ScanFindings {
 
   const std::shared_ptr<ScanRows>& finds() const { return finds_; }
   const std::shared_ptr<ScanRows>& leftOut() const { return leftOut_; }
+  // Returns how many more were not scanned than leftOut() lists.
+  std::uint64_t notListed() const { return notListed_; }
   // Returns the files among these finds, or all, that lie in their places and are not allowed.
   std::vector<ScanFinding*> inPlace(const std::vector<std::size_t>& rows);
   std::vector<ScanFinding*> allInPlace();
@@ -57,6 +60,7 @@ class ScanFindings {
   const std::function<bool(const Verdict&)> isAllowed_;
   const std::shared_ptr<ScanRows> finds_;
   const std::shared_ptr<ScanRows> leftOut_;
+  std::uint64_t notListed_ = 0;
   std::unordered_map<std::string, std::size_t> places_;  // among the finds, by path
 };
 

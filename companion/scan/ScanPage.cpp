@@ -17,6 +17,8 @@
 namespace quillo {
 namespace {
 
+constexpr Clock::Duration longestEnd = std::chrono::seconds(5);
+
 std::string joined(const std::vector<std::string>& lines) {
   std::string text;
   for (const std::string& line : lines) {
@@ -64,7 +66,9 @@ ScanPage::~ScanPage() {
   }
   if (scan_) {
     scan_->stop();
-    scan_->awaitEnd();
+    // It may hang in a file system that does not answer: the thread has all that it uses, and ends
+    // with the process.
+    scan_->awaitEnd(longestEnd);
   }
 }
 
@@ -200,6 +204,8 @@ void ScanPage::addToReport(const ManualScanResult& result) {
   sum(total_.clean, result.clean);
   sum(total_.notReached, result.notReached);
   total_.found += result.found;
+  total_.allowed += result.allowed;
+  total_.inQuarantine += result.inQuarantine;
   total_.notScanned += result.notScanned;
   total_.isStopped = total_.isStopped || result.isStopped;
   if (result.problem != ManualScanResult::Problem::none) {

@@ -40,7 +40,8 @@ std::vector<std::string> pluggedInVolumes(Volumes& volumes);
 class ScanPage {
  public:
   ScanPage(MainWindow& window, const ScanPageServices& services);
-  // Stops a scan that is under way, and waits until it has ended.
+  // Stops a scan that is under way, and waits until it has ended, but some seconds at most: what
+  // the services are must outlive its thread.
   ~ScanPage();
   ScanPage(const ScanPage&) = delete;
   ScanPage& operator=(const ScanPage&) = delete;

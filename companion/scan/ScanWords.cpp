@@ -96,6 +96,12 @@ std::vector<std::string> ScanWords::report(const ManualScanResult& result) const
   sentences.push_back(result.found > 0
                           ? counted("SCAN_REPORT_FOUND", result.found)
                           : text(wasWhole ? "SCAN_REPORT_NOTHING" : "SCAN_REPORT_NOTHING_SO_FAR"));
+  if (result.allowed > 0) {
+    sentences.push_back(counted("SCAN_REPORT_ALLOWED", result.allowed));
+  }
+  if (result.inQuarantine > 0) {
+    sentences.push_back(counted("SCAN_REPORT_IN_QUARANTINE", result.inQuarantine));
+  }
   if (result.clean) {
     sentences.push_back(counted("SCAN_REPORT_CLEAN", *result.clean));
   }

@@ -40,8 +40,8 @@ class ScanWords {
   std::string timeLeft(const ManualScanState& state) const;
   // Returns what was done about a find.
   std::string done(const ScanFinding& finding) const;
-  // Returns the report in sentences: what was found, what was not scanned, what was not reached,
-  // and what to do about a problem.
+  // Returns the report in sentences: what was found, what was known already, what was not
+  // scanned, what was not reached, and what to do about a problem.
   std::vector<std::string> report(const ManualScanResult& result) const;
   std::string problem(ManualScanResult::Problem problem) const;
 

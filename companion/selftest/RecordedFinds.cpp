@@ -41,6 +41,7 @@ std::optional<Find> RecordedFinds::findOf(const std::string& path, std::int64_t 
        reader_.rows(selection, 0, std::min(mostRows, selection.count()))) {
     // The way to it may be another one: the agent follows the links in it.
     if (lastPathComponent(result.path) == name && result.outcome != Outcome::unsaid) {
+      mark_({result.path, Outcome::selfTest, ""});
       return findIn(result);
     }
   }

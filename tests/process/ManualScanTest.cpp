@@ -1,6 +1,7 @@
 // Scans of chosen files with the tree's own scanner and a daemon that says what it is told to.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -8,6 +9,7 @@
 
 #include "companion/scan/ManualScan.h"
 #include "posix/Text.h"
+#include "scanning/PutBackFiles.h"
 #include "tests/fakes/companion/ManualScanBench.h"
 #include "tests/process/FakeClientTree.h"
 #include "tests/support/ManualClock.h"
@@ -20,6 +22,9 @@ using Phase = ManualScanState::Phase;
 using Problem = ManualScanResult::Problem;
 using Question = SessionClamd::Question;
 using Lines = std::vector<std::string>;
+
+// The clock of these tests hurries.
+constexpr Clock::Duration longest = std::chrono::hours(1);
 
 class ManualScanTest : public testing::Test {
  protected:
@@ -61,6 +66,7 @@ TEST_F(ManualScanTest, CountsCleanFoundAndNotScannedApart) {
   EXPECT_EQ(result.found, 1U);
   EXPECT_EQ(result.notScanned, 1U);
   EXPECT_EQ(result.notReached, 0U);
+  EXPECT_GT(result.cleanBytes, 0U);
   EXPECT_EQ(result.problem, Problem::none);
   ASSERT_EQ(of(Verdict::Kind::infected).size(), 1U);
   EXPECT_EQ(of(Verdict::Kind::infected)[0].path, path("in/deep/infected"));
@@ -93,6 +99,47 @@ TEST_F(ManualScanTest, KeepsWhatWasFoundForTheHistory) {
   const std::string infected = tree.file("infected");
   run({infected, tree.file("clean")});
   EXPECT_EQ(bench.history.calls(), (Lines{"began 2", "verdict " + infected, "ended 1"}));
+}
+
+TEST_F(ManualScanTest, CountsWhatItsUserAllowedApart) {
+  PutBackFiles allowed(path("state"), bench.desktop.systemLog, bench.clock);
+  const std::string infected = tree.file("infected");
+  ASSERT_TRUE(allowed.allow(infected));
+  ManualScanServices services = bench.services();
+  services.putBackFiles = &allowed;
+  ManualScan again(services, bench.seen, &bench.history);
+  again.run({infected, tree.file("infected2")});
+  const ManualScanResult result = bench.seen.results.last();
+  EXPECT_EQ(result.found, 1U);
+  EXPECT_EQ(result.allowed, 1U);
+  EXPECT_EQ(result.notReached, 0U);
+  // It is shown, with what is so of it.
+  EXPECT_EQ(of(Verdict::Kind::infected).size(), 2U);
+}
+
+TEST_F(ManualScanTest, CountsWhatLiesInTheQuarantineApart) {
+  bench.desktop.preferenceStore.set("QuilloQuarantineFiles", true);
+  bench.desktop.preferenceStore.set("QuarantineFolder", path("home/link/"));
+  tree.file("home/quarantine/infected");
+  tree.file("home/clean");
+  ASSERT_EQ(symlink("quarantine", path("home/link").c_str()), 0);
+  const ManualScanResult result = run({path("home")});
+  EXPECT_EQ(result.found, 0U);
+  EXPECT_EQ(result.inQuarantine, 1U);
+  EXPECT_EQ(result.clean, 1U);
+  EXPECT_TRUE(of(Verdict::Kind::infected).empty());
+  EXPECT_EQ(bench.history.calls(), (Lines{"began 1", "ended 0"}));
+  EXPECT_TRUE(TemporaryFolder::exists(path("home/quarantine/infected")));
+}
+
+TEST_F(ManualScanTest, BelievesNoLinkThatAFileLiesInTheQuarantine) {
+  bench.desktop.preferenceStore.set("QuarantineFolder", path("quarantine/"));
+  tree.files().makeFolder("quarantine");
+  const std::string infected = tree.file("infected");
+  ASSERT_EQ(symlink(infected.c_str(), path("quarantine/link").c_str()), 0);
+  const ManualScanResult result = run({path("quarantine/link")});
+  EXPECT_EQ(result.found, 1U);
+  EXPECT_EQ(result.inQuarantine, 0U);
 }
 
 TEST_F(ManualScanTest, TreatsWhatItFindsAsThePreferencesSay) {
@@ -190,7 +237,7 @@ class ManualScanUnderWay : public ManualScanTest {
   static bool waitFor(const std::function<bool()>& holds) { return awaitThat(holds); }
   ManualScanResult end() {
     letGo();
-    scan.awaitEnd();
+    EXPECT_TRUE(scan.awaitEnd(longest));
     return bench.seen.results.last();
   }
 
@@ -233,7 +280,7 @@ TEST_F(ManualScanUnderWay, GoesOnAfterAPauseThatWasOverBeforeItBegan) {
 
 TEST_F(ManualScanUnderWay, CountsWhatItDidNotComeToWhenItIsStopped) {
   scan.stop();
-  scan.awaitEnd();
+  EXPECT_TRUE(scan.awaitEnd(longest));
   const ManualScanResult result = bench.seen.results.last();
   EXPECT_TRUE(result.isStopped);
   EXPECT_EQ(result.problem, Problem::none);
@@ -246,7 +293,7 @@ TEST_F(ManualScanUnderWay, CanBeStoppedWhileItPauses) {
   letGo();
   EXPECT_TRUE(waitFor([this] { return scan.state().phase == Phase::paused; }));
   scan.stop();
-  scan.awaitEnd();
+  EXPECT_TRUE(scan.awaitEnd(longest));
   EXPECT_TRUE(bench.seen.results.last().isStopped);
 }
 
@@ -264,7 +311,7 @@ TEST_F(ManualScanTest, CanBeStoppedWhileItWaitsForAFileToHoldStill) {
   EXPECT_TRUE(clock.waitUntilParked(1));
   EXPECT_EQ(waiting.state().phase, Phase::waiting);
   waiting.stop();
-  waiting.awaitEnd();
+  EXPECT_TRUE(waiting.awaitEnd(longest));
   bench.threads.join();
   EXPECT_TRUE(bench.seen.results.last().isStopped);
   EXPECT_EQ(tree.daemon().sessions(), 0);

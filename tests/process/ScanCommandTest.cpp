@@ -61,6 +61,15 @@ TEST_F(ScanCommandTest, WritesFindsBeforeTheReportAndEndsWithOne) {
             std::string::npos);
 }
 
+TEST_F(ScanCommandTest, EndsWithZeroWhenWhatItFindsLiesInTheQuarantine) {
+  bench.desktop.preferenceStore.set("QuarantineFolder", path("quarantine/"));
+  tree.file("quarantine/infected");
+  EXPECT_EQ(run({tree.files().path(), "--json"}), 0);
+  EXPECT_EQ(document()["result"], "clean");
+  EXPECT_EQ(document()["counts"]["inQuarantine"], 1);
+  EXPECT_EQ(document()["found"], Json::array());
+}
+
 TEST_F(ScanCommandTest, EndsWithTwoWhenSomethingWasNotScanned) {
   EXPECT_EQ(run({tree.file("clean"), path("gone")}), 2);
 }
@@ -106,8 +115,13 @@ TEST_F(ScanCommandTest, WritesOneDocumentAndNothingElse) {
   EXPECT_EQ(json["result"], "found");
   EXPECT_EQ(json["stopped"], false);
   EXPECT_TRUE(json["problem"].is_null());
-  EXPECT_EQ(json["counts"],
-            Json({{"clean", 1}, {"found", 1}, {"notScanned", 1}, {"notReached", 0}}));
+  EXPECT_EQ(json["counts"], Json({{"clean", 1},
+                                  {"found", 1},
+                                  {"allowed", 0},
+                                  {"inQuarantine", 0},
+                                  {"notScanned", 1},
+                                  {"notListed", 0},
+                                  {"notReached", 0}}));
   EXPECT_EQ(
       json["found"],
       Json::array({{{"path", path("in\\xFF")}, {"threat", "Fake.Name"}, {"done", "leftInPlace"}}}));
@@ -153,6 +167,30 @@ TEST_F(ScanCommandTest, LeavesSignalsAsTheyWereOnceItIsOver) {
   sigaction(SIGINT, nullptr, &action);
   EXPECT_EQ(action.sa_handler, SIG_DFL);
   bench.threads.join();
+}
+
+void handledBefore(int) {}
+
+TEST(InterruptWatchTest, LeavesIgnoredSignalsIgnoredAndRestoresTheOthers) {
+  JoinedThreads threads;
+  struct sigaction action = {};
+  action.sa_handler = SIG_IGN;
+  struct sigaction ofHangup = {};
+  ASSERT_EQ(sigaction(SIGHUP, &action, &ofHangup), 0);
+  action.sa_handler = handledBefore;
+  struct sigaction ofInterrupt = {};
+  ASSERT_EQ(sigaction(SIGINT, &action, &ofInterrupt), 0);
+  std::atomic<bool> isStopped = false;
+  {
+    const InterruptWatch watch(threads, [&isStopped] { isStopped = true; });
+    raise(SIGHUP);
+  }
+  sigaction(SIGHUP, &ofHangup, &action);
+  EXPECT_EQ(action.sa_handler, SIG_IGN);
+  sigaction(SIGINT, &ofInterrupt, &action);
+  EXPECT_EQ(action.sa_handler, handledBefore);
+  threads.join();
+  EXPECT_FALSE(isStopped);
 }
 
 TEST(InterruptWatchTest, LetsASecondSignalEndTheProcess) {

@@ -93,6 +93,7 @@ TEST_F(WrapperProgress, CountsWhatIsCleanFoundAndNotScannedApartAtTheEnd) {
   EXPECT_EQ(last.notScanned, 1U);
   EXPECT_EQ(last.files(), 3U);
   EXPECT_EQ(last.bytes, 5U + 8U + 1025U);
+  EXPECT_EQ(last.cleanBytes, 5U);
   EXPECT_FALSE(last.holds);
 }
 

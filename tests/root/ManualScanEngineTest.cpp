@@ -84,7 +84,7 @@ TEST_F(ManualScanOnClamd, LosesNothingInAPauseThatOutlastsTheDaemonsPatience) {
   EXPECT_EQ(scan.state().progress.files(), before);
   EXPECT_EQ(scan.state().phase, Phase::paused);
   scan.resume();
-  scan.awaitEnd();
+  EXPECT_TRUE(scan.awaitEnd(std::chrono::hours(5)));
   bench.threads.join();
   const ManualScanResult result = bench.seen.results.last();
   EXPECT_EQ(result.found, 50U);

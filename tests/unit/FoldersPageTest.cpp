@@ -40,7 +40,7 @@ class FoldersPageTest : public PreferencePagesFixture {
   }
 
  private:
-  FakePage page_;
+  FakePage page_{"folders"};
   std::optional<FoldersPage> made_;
 };
 
@@ -278,7 +278,7 @@ TEST_F(FoldersPageTest, SaysOfEachPatternWhatItWouldDo) {
 }
 
 TEST_F(FoldersPageTest, AddsNoEmptyPatternWhoeverAsksForIt) {
-  FakePage page;
+  FakePage page{"folders"};
   std::vector<std::string> reported;
   ExclusionList list(page, window, {exclusions, strings, [&](const Wording& words) {
                                       reported.push_back(words.key);

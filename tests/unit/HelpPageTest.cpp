@@ -52,7 +52,7 @@ class HelpPageTest : public testing::Test {
   std::string scanLog = "/logs/scan.log";
   std::string updateLog = "/logs/update.log";
   std::function<std::vector<HelpFinding>()> examine;
-  FakePage ui;
+  FakePage ui{"help"};
   FakeMainWindow window;
   HelpPage page{ui, window, services(threads)};
 };
@@ -261,7 +261,7 @@ TEST_F(HelpPageTest, LookThatFailsIsSaid) {
   EXPECT_EQ(ui.row("findings", 0).cells[1], "no memory");
   EXPECT_TRUE(ui.isEnabled("examine"));
   NoThreads none;
-  FakePage other;
+  FakePage other{"help"};
   HelpPage without(other, window, services(none));
   other.press("examine");
   EXPECT_EQ(other.text("findingsState"), "<HELP_NOT_ALL_KNOWN>");

@@ -3,6 +3,7 @@
 #include "companion/results/HistoryCounts.h"
 #include "history/HistoryStore.h"
 #include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/DamagedDatabase.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -53,6 +54,22 @@ TEST_F(HistoryCountsTest, AreNotToldOfOneThatIsBroken) {
   folder.write("history.sqlite", std::string(5000, 'x'));
   strings.texts["WINDOW_HISTORY_BROKEN"] = "it is damaged";
   EXPECT_EQ(counts.countsSince(now).problem, "it is damaged");
+}
+
+TEST_F(HistoryCountsTest, AreNotToldOfOneThatIsDamagedOnlyWhereTheyAreRead) {
+  keep(HistoryResult::Kind::found, now);
+  store.close();
+  damageFirstEntriesOf(folder.at("history.sqlite"), "resultsByKind");
+  strings.texts["WINDOW_HISTORY_BROKEN"] = "it is damaged";
+  EXPECT_EQ(counts.countsSince(now).problem, "it is damaged");
+  EXPECT_FALSE(counts.countsSince(now).begins);
+}
+
+TEST_F(HistoryCountsTest, SaySinceWhenThereIsAHistory) {
+  EXPECT_FALSE(counts.countsSince(now).begins);
+  keep(HistoryResult::Kind::found, now - std::chrono::hours(2));
+  EXPECT_EQ(counts.countsSince(now).begins,
+            std::chrono::floor<std::chrono::seconds>(now - std::chrono::hours(2)));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "history/HistoryReader.h"
 #include "history/HistoryStore.h"
 #include "tests/fakes/desktop/FakeServices.h"
+#include "tests/support/DamagedDatabase.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -217,6 +218,41 @@ TEST(CountedFolder, IsThreeLevelsBelowHomeOrTheRootAtMost) {
   EXPECT_EQ(counted("/home/annabel/a/b/c.txt"), "/home/annabel/a");
   EXPECT_EQ(counted("/srv/a/b/c/d.txt"), "/srv/a/b");
   EXPECT_EQ(counted("/d.txt"), "/");
+}
+
+TEST_F(HistoryReaderTest, CountsWhatHasNoNamesAndNothingOfSelfTests) {
+  add("/srv/a");
+  add("/srv/test.com");
+  store.write(
+      {{LaterOutcome{"/srv/test.com", HistoryResult::Outcome::selfTest, ""}, UnnamedFiles{now, 7}},
+       {}});
+  add("/srv/c", Kind::notScanned);
+  EXPECT_EQ(reader.totalsSince(now - std::chrono::hours(1)), (HistoryTotals{1, 8}));
+}
+
+TEST_F(HistoryReaderTest, KnowsWhenItBegins) {
+  EXPECT_FALSE(reader.beginning());
+  add("/srv/a");
+  EXPECT_EQ(reader.beginning(), std::chrono::floor<std::chrono::seconds>(now));
+  store.write({{}, {{{calendarDayOf(now - std::chrono::hours(72)), "/srv"}, {1, 1}}}});
+  const auto first = reader.beginning();
+  ASSERT_TRUE(first);
+  EXPECT_EQ(calendarDayOf(*first), calendarDayOf(now - std::chrono::hours(72)));
+}
+
+TEST_F(HistoryReaderTest, SaysThatItIsDamagedWhereOnlySomeOfItIs) {
+  for (int at = 0; at < 500; ++at) {
+    add("/srv/" + std::to_string(at));
+  }
+  store.close();
+  damageFirstEntriesOf(folder + "/history.sqlite", "results");
+  EXPECT_EQ(reader.open(), HistoryReader::State::good);
+  EXPECT_EQ(reader.select({}).count(), 0U);
+  EXPECT_EQ(reader.state(), HistoryReader::State::broken);
+  EXPECT_NE(reader.reason(), "");
+  EXPECT_EQ(reader.open(), HistoryReader::State::good);
+  EXPECT_EQ(reader.totalsSince(now - std::chrono::hours(1)).found, 0U);
+  EXPECT_EQ(reader.state(), HistoryReader::State::broken);
 }
 
 }  // namespace

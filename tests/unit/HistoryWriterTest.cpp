@@ -116,11 +116,11 @@ TEST_F(HistoryWriterTest, EntersNoMoreFilesThatCannotBeScannedADayThanItsBound) 
   }
   writer.add(result("/srv/find"));
   writer.step();
-  EXPECT_EQ(rows().size(), HistoryWriter::mostADay + 1);
+  EXPECT_EQ(rows().size(), HistoryWriter::mostADay + 2);
   clock.advance(std::chrono::hours(24));
   writer.add(result("/srv/more", Kind::notScanned));
   writer.step();
-  EXPECT_EQ(rows().size(), HistoryWriter::mostADay + 2);
+  EXPECT_EQ(rows().size(), HistoryWriter::mostADay + 3);
 }
 
 TEST_F(HistoryWriterTest, CountsAFindThatItsUserAllowedAsAFileLikeOthers) {

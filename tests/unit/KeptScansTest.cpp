@@ -126,5 +126,25 @@ TEST_F(KeptScansTest, SayOfAFindThatItWasMovedAtTheSecondAttempt) {
             HistoryResult::Outcome::quarantined);
 }
 
+TEST_F(KeptScansTest, CountWhatIsCleanInTheFolderThatWasScanned) {
+  ManualScanResult result;
+  result.clean = 7;
+  result.cleanBytes = 700;
+  const std::string stick = folder.makeFolder("stick");
+  folder.makeFolder("stick/a");
+  for (const std::vector<std::string>& paths :
+       {std::vector<std::string>{stick}, {stick + "/a", stick + "/b.txt"}}) {
+    scans.runBegan(paths);
+    scans.runEnded(result);
+  }
+  scans.runBegan({stick + "/a", "relative"});
+  result.clean = std::nullopt;
+  scans.runEnded(result);
+  const std::vector<BusyFolder> busy = history().busiestFolders(0, 10);
+  ASSERT_EQ(busy.size(), 1U);
+  EXPECT_EQ(busy[0].folder, countedFolderOf(stick + "/", "/home/ada"));
+  EXPECT_EQ(busy[0].amount, (ScannedAmount{14, 1400}));
+}
+
 }  // namespace
 }  // namespace quillo

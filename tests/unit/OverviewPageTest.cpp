@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "companion/Counting.h"
 #include "companion/definitions/DefinitionUpdate.h"
 #include "companion/overview/OverviewPage.h"
 #include "companion/overview/RecentCounts.h"
@@ -35,6 +36,7 @@ class OverviewPageTest : public testing::Test {
           "OVERVIEW_SCANNING_MANY", "OVERVIEW_HISTORY_UNREADABLE", "OVERVIEW_HISTORY_NOT_KEPT"}) {
       desktop.localizedStrings.texts[key] = std::string(key) + " %@";
     }
+    counts.counts.begins = clock.wallTime() - 2 * recently;
     agent.become(watching());
   }
   static AgentStatus watching() { return FakeAgentLink::watching(projectVersion); }
@@ -243,7 +245,7 @@ TEST_F(OverviewPageTest, ShowsAnUpdateOfTheAgents) {
 }
 
 TEST_F(OverviewPageTest, CountsWhatWasFoundInThirtyDays) {
-  counts.counts = {1234, 56, ""};
+  counts.counts = {1234, 56, "", counts.counts.begins};
   desktop.localizedStrings.texts["DIGITS_SEPARATOR"] = ",";
   overview.refresh();
   EXPECT_EQ(text("foundText"), "OVERVIEW_FOUND_MANY 1,234");
@@ -279,6 +281,26 @@ TEST_F(OverviewPageTest, CountsAnewWhenItComesToBeSeen) {
   counts.counts.found = 7;
   window.show("overview");
   EXPECT_EQ(text("foundText"), "OVERVIEW_FOUND_MANY 7");
+}
+
+TEST_F(OverviewPageTest, SaysThatNothingWasFoundOnlyForAsLongAsThereIsAHistory) {
+  desktop.localizedStrings.texts["OVERVIEW_FOUND_NONE_SINCE"] = "none since %@";
+  overview.refresh();
+  EXPECT_EQ(text("foundText"), "<OVERVIEW_FOUND_NONE>");
+  counts.counts.begins = clock.wallTime() - recently / 2;
+  overview.refresh();
+  EXPECT_EQ(text("foundText"), "none since " + dayText(clock.wallTime() - recently / 2));
+  EXPECT_EQ(text("notScannedText"), "<OVERVIEW_NOT_SCANNED_NONE>");
+  counts.counts.found = 2;
+  overview.refresh();
+  EXPECT_EQ(text("foundText"), "OVERVIEW_FOUND_MANY 2");
+}
+
+TEST_F(OverviewPageTest, SaysWhereThereIsNoHistoryThatThereIsNone) {
+  counts.counts.begins.reset();
+  overview.refresh();
+  EXPECT_EQ(text("foundText"), "<OVERVIEW_NO_HISTORY>");
+  EXPECT_FALSE(page().isVisible("notScannedText"));
 }
 
 }  // namespace

@@ -68,7 +68,7 @@ class PlannedPageTest : public testing::Test {
   FakeLocalizedStrings strings;
   FakeThreads threads;
   FakePlannedScans system;
-  FakePage ui;
+  FakePage ui{"planned"};
   FakeMainWindow window;
   PlannedPage page{ui, window, {application, strings, system, threads, [](std::int64_t time) {
                                   return "time " + std::to_string(time);
@@ -297,7 +297,7 @@ TEST_F(PlannedPageTest, SystemThatCannotPlanIsSaid) {
 
 TEST_F(PlannedPageTest, SystemWithoutAThreadIsSaid) {
   NoThreads none;
-  FakePage other;
+  FakePage other{"planned"};
   PlannedPage without(other, window, {application, strings, system, none, nullptr});
   without.refresh();
   EXPECT_EQ(other.text("state"), "<PLANNED_REFUSED>");

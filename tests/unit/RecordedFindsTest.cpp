@@ -31,7 +31,9 @@ class RecordedFindsTest : public testing::Test {
   ManualClock clock;
   FakeSystemLog log;
   HistoryStore store{folder.path(), clock, log, {}};
-  RecordedFinds finds{folder.path()};
+  std::vector<LaterOutcome> marks;
+  RecordedFinds finds{folder.path(),
+                      [this](const LaterOutcome& outcome) { marks.push_back(outcome); }};
   const std::int64_t now = std::chrono::system_clock::to_time_t(clock.wallTime());
 };
 
@@ -63,6 +65,17 @@ TEST_F(RecordedFindsTest, AreNoneWhileNobodyHasSaidWhatBecameOfTheFile) {
 TEST_F(RecordedFindsTest, AreNoneFromBefore) {
   keep("/srv/test.com", Outcome::leftInPlace);
   EXPECT_FALSE(finds.findOf("/srv/test.com", now + 60));
+}
+
+TEST_F(RecordedFindsTest, AreMarkedAsThoseOfATestUnderThePathThatTheyHave) {
+  keep("/real/srv/test.com", Outcome::unsaid);
+  EXPECT_FALSE(find("/link/test.com"));
+  EXPECT_TRUE(marks.empty());
+  keep("/real/srv/test.com", Outcome::trashed, "/t/files/test.com");
+  EXPECT_TRUE(find("/link/test.com"));
+  ASSERT_EQ(marks.size(), 1U);
+  EXPECT_EQ(marks[0].path, "/real/srv/test.com");
+  EXPECT_EQ(marks[0].outcome, Outcome::selfTest);
 }
 
 }  // namespace

@@ -2,7 +2,9 @@
 
 #include <filesystem>
 
+#include "companion/Counting.h"
 #include "tests/fakes/desktop/ResultsPageFixture.h"
+#include "tests/support/DamagedDatabase.h"
 
 namespace quillo {
 namespace {
@@ -194,6 +196,68 @@ TEST_F(ResultsPageTest, KeepsTheResultsSelectedAndNotTheRows) {
   shown.write("search", "/b");
   search();
   EXPECT_TRUE(shown.selectedRows("results").empty());
+}
+
+class DamagedResultsPageTest : public ResultsPageFixture {
+ protected:
+  void damage(const std::string& name) {
+    for (int at = 0; at < 500; ++at) {
+      add(result("/srv/" + std::to_string(at)));
+    }
+    store.write({{}, {{{calendarDayOf(clock.wallTime()), "/srv"}, {1, 1}}}});
+    store.close();
+    damageFirstEntriesOf(folder + "/history.sqlite", name);
+  }
+  bool saysBroken() { return shown.text("summary").starts_with("broken: " + folder); }
+};
+
+TEST_F(DamagedResultsPageTest, SaysSoInsteadOfThatThereIsNothing) {
+  damage("results");
+  open();
+  EXPECT_TRUE(saysBroken()) << shown.text("summary");
+}
+
+TEST_F(DamagedResultsPageTest, SaysSoAfterASearch) {
+  damage("resultsByKind");
+  open();
+  EXPECT_FALSE(saysBroken());
+  shown.choose("kind", 1);
+  search();
+  EXPECT_TRUE(saysBroken()) << shown.text("summary");
+}
+
+TEST_F(DamagedResultsPageTest, SaysSoOfBusyFolders) {
+  damage("scanned");
+  open();
+  shown.check("showBusy", true);
+  EXPECT_TRUE(saysBroken()) << shown.text("summary");
+  shown.check("byDay", true);
+  EXPECT_TRUE(saysBroken()) << shown.text("summary");
+}
+
+TEST_F(ResultsPageTest, SaysSinceWhenNothingWasFound) {
+  strings.texts["RESULTS_NONE_SINCE"] = "nothing since %@";
+  store.write({{}, {{{calendarDayOf(clock.wallTime()), "/srv"}, {1, 1}}}});
+  open();
+  EXPECT_EQ(shown.text("summary"), "nothing since " + dayText(clock.wallTime()));
+}
+
+TEST_F(ResultsPageTest, ShowsFilesWithoutNamesAsTheirNumber) {
+  strings.texts["RESULTS_UNNAMED_MANY"] = "%@ more";
+  store.write({{UnnamedFiles{clock.wallTime(), 1200}}, {}});
+  open();
+  EXPECT_EQ(files(), Cells{"1,200 more"});
+  EXPECT_EQ(shown.row("results", 0).sign, TableRows::Sign::warning);
+  shown.select("results", {0});
+  shown.press("openFolder");
+  EXPECT_TRUE(workspace.opened.empty());
+}
+
+TEST_F(ResultsPageTest, CallsTheFileOfASelfTestBySuchAName) {
+  add(result("/srv/test.com", Kind::found, Outcome::selfTest));
+  open();
+  EXPECT_EQ(shown.row("results", 0).cells.at(4), "<RESULTS_DONE_SELF_TEST>");
+  EXPECT_EQ(shown.row("results", 0).sign, TableRows::Sign::good);
 }
 
 }  // namespace

@@ -112,5 +112,22 @@ TEST_F(ScanFindingsTest, PassOverRowsThatAreNotThere) {
   EXPECT_EQ(findings.finds()->count(), 1U);
 }
 
+TEST_F(ScanFindingsTest, CountWhatTheyDoNotList) {
+  for (std::size_t at = 0; at < ScanFindings::mostLeftOut + 3; ++at) {
+    findings.add(notScanned("/" + std::to_string(at)));
+  }
+  EXPECT_EQ(findings.leftOut()->count(), ScanFindings::mostLeftOut);
+  EXPECT_EQ(findings.notListed(), 3U);
+  findings.clear();
+  EXPECT_EQ(findings.notListed(), 0U);
+}
+
+TEST_F(ScanFindingsTest, BelieveTheReportThatAFindIsAllowed) {
+  Verdict find = infected("/a");
+  find.isSpared = true;
+  findings.add(find);
+  EXPECT_EQ(ScanFindingsTest::find(0)[2], "<SCAN_DONE_ALLOWED>");
+}
+
 }  // namespace
 }  // namespace quillo

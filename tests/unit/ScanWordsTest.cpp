@@ -104,5 +104,13 @@ TEST_F(ScanWordsTest, SayThatNobodyKnowsHowMuchWasNotReached) {
                                          "<SCAN_REPORT_NOT_REACHED_UNKNOWN>"}));
 }
 
+TEST_F(ScanWordsTest, ReportWhatIsKnownAlreadyAsNoFind) {
+  ManualScanResult result;
+  result.allowed = 1;
+  result.inQuarantine = 2;
+  EXPECT_EQ(words.report(result), (Lines{"<SCAN_REPORT_NOTHING>", "<SCAN_REPORT_ALLOWED_ONE>",
+                                         "<SCAN_REPORT_IN_QUARANTINE_MANY>"}));
+}
+
 }  // namespace
 }  // namespace quillo

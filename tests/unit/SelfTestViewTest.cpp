@@ -41,7 +41,7 @@ class SelfTestViewTest : public testing::Test {
   FakeLocalizedStrings strings;
   FakeThreads threads;
   Watching evidence;
-  FakePage page;
+  FakePage page{"help"};
   SelfTestServices services{application, clock,    strings,
                             threads,     evidence, [] { return std::vector<std::string>(); }};
 };

@@ -24,7 +24,7 @@ class SettingsPageTest : public PreferencePagesFixture {
   FakeWorkspace workspace;
 
  private:
-  FakePage page_;
+  FakePage page_{"settings"};
   std::optional<SettingsPage> made_;
 };
 

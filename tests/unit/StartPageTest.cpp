@@ -71,7 +71,7 @@ class StartPageTest : public testing::Test {
   bool agentStarts = true;
   int agentStarted = 0;
   int ended = 0;
-  FakePage ui;
+  FakePage ui{"start"};
   FakeMainWindow window;
   StartPage page{
       ui,

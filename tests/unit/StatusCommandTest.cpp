@@ -19,8 +19,9 @@ class StatusCommandTest : public testing::Test {
   class Counts final : public RecentCounts {
    public:
     RecentCounts::Counts countsSince(std::chrono::system_clock::time_point) override {
-      return {3, 4, ""};
+      return {3, 4, "", begins};
     }
+    std::optional<std::chrono::system_clock::time_point> begins;
   };
 
   StatusCommandTest() {
@@ -118,6 +119,9 @@ TEST_F(StatusCommandTest, GivesADocument) {
   EXPECT_EQ(json["recent"]["found"], 3);
   EXPECT_EQ(json["recent"]["notScanned"], 4);
   EXPECT_EQ(json["recent"]["days"], 30);
+  EXPECT_TRUE(json["recent"]["begins"].is_null());
+  counts.begins = std::chrono::system_clock::time_point(std::chrono::seconds(1700000000));
+  EXPECT_EQ(document()["recent"]["begins"], 1700000000);
   EXPECT_EQ(json["definitions"]["keeper"], "unknown");
 }
 

@@ -85,6 +85,7 @@ TEST_F(VerdictChannelTest, CarriesProgressToWhoTakesIt) {
   progress.bytes = 4;
   progress.path = "/u/a\xFF";
   progress.holds = true;
+  progress.cleanBytes = 5;
   sender.reportProgress(progress);
   std::vector<ScanProgress> taken;
   receiver.setProgressHandler([&taken](const ScanProgress& each) { taken.push_back(each); });

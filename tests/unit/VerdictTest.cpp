@@ -71,6 +71,24 @@ TEST(ReportedText, ShowsOtherBytesThanUtf8AsNumbers) {
   EXPECT_EQ(reportedText("two\nlines\r\x1B[0m\x7F"), "two\\x0Alines\\x0D\\x1B[0m\\x7F");
 }
 
+TEST(ReportedText, ShowsCharactersThatHide) {
+  // C1 controls, a soft hyphen, a zero-width space, an override of the direction, a byte-order
+  // mark.
+  EXPECT_EQ(reportedText("a\xC2\x9B"
+                         "31m"),
+            "a\\xC2\\x9B31m");
+  EXPECT_EQ(reportedText("\xC2\xAD"), "\\xC2\\xAD");
+  EXPECT_EQ(reportedText("\xE2\x80\x8B"), "\\xE2\\x80\\x8B");
+  EXPECT_EQ(reportedText("gpj.\xE2\x80\xAE"
+                         "exe"),
+            "gpj.\\xE2\\x80\\xAEexe");
+  EXPECT_EQ(reportedText("\xEF\xBB\xBF"), "\\xEF\\xBB\\xBF");
+  // No-break space, joiner of emoji, a script that is written from right to left.
+  for (const char* text : {"a\xC2\xA0:", "\xE2\x80\x8D", "\xD7\xA9", "\xF0\x9F\x98\x80"}) {
+    EXPECT_EQ(reportedText(text), text);
+  }
+}
+
 TEST(ReportedText, LeavesBackslashesThatMeanNothing) {
   for (const char* name : {"a\\b", "\\", "\\x", "\\xF", "\\x0a", "\\xfF", "\\\\xG0", "end\\x4"}) {
     EXPECT_EQ(reportedText(name), name);
@@ -89,7 +107,8 @@ TEST(ReportedText, GivesEveryByteBack) {
     all += static_cast<char>(byte);
   }
   // Everything of three pieces that can be near a backslash.
-  const std::string pieces[] = {"\\", "x", "5C", "\n", "\xFF", "F", "0", "\xC3\xBC", "\\x41", all};
+  const std::string pieces[] = {"\\", "x",        "5C",    "\n",           "\xFF", "F",
+                                "0",  "\xC3\xBC", "\\x41", "\xE2\x80\xAE", all};
   for (const std::string& a : pieces) {
     for (const std::string& b : pieces) {
       for (const std::string& c : pieces) {

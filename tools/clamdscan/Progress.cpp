@@ -1,11 +1,16 @@
 #include "tools/clamdscan/Progress.h"
 
+#include <utility>
+
 #include "tools/clamdscan/Report.h"
 
 namespace quillo::wrapper {
 
 void Progress::judged(const Job& job) {
   now_.bytes += static_cast<std::uint64_t>(job.size);
+  if (std::exchange(passed_, report_.passed()) < report_.passed()) {
+    now_.cleanBytes += static_cast<std::uint64_t>(job.size);
+  }
   now_.path = job.entries.front().shown;
   if (clock_.now() - said_ >= shortestBetween) {
     say();

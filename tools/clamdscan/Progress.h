@@ -30,6 +30,7 @@ class Progress {
   Report& report_;
   Clock& clock_;
   Clock::Duration said_{};
+  std::uint64_t passed_ = 0;  // clean files up to the one judged last
   ScanProgress now_;
   ScanProgress last_;
 };

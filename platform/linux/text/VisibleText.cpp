@@ -3,30 +3,11 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "posix/HiddenText.h"
 #include "posix/Text.h"
 
 namespace quillo {
 namespace {
-
-std::uint32_t codePoint(std::string_view sequence) {
-  const auto lead = static_cast<unsigned char>(sequence[0]);
-  if (sequence.size() == 1) {
-    return lead;
-  }
-  std::uint32_t code = lead & (0xFFU >> (sequence.size() + 1));
-  for (const char next : sequence.substr(1)) {
-    code = (code << 6U) | (static_cast<unsigned char>(next) & 0x3FU);
-  }
-  return code;
-}
-
-// Control characters, and those of the Unicode bidirectional algorithm and line separation that
-// show nothing themselves and change how their neighbours look.
-bool hides(std::uint32_t code) {
-  return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0xAD || code == 0x61C ||
-         code == 0x200B || code == 0x200E || code == 0x200F || (code >= 0x2028 && code <= 0x202E) ||
-         (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF;
-}
 
 void appendEscape(std::string& out, std::uint32_t code, bool isByte) {
   char text[16];
@@ -43,7 +24,7 @@ std::string visible(std::string_view text, bool keepsLineFeeds) {
       text.remove_prefix(1);
       continue;
     }
-    const std::uint32_t code = codePoint(text.substr(0, length));
+    const std::uint32_t code = codePointOf(text.substr(0, length));
     if (code == '\n') {
       out += keepsLineFeeds ? "\n" : "\\n";
     } else if (code == '\t') {

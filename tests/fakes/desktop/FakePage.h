@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -13,70 +15,78 @@
 namespace quillo {
 
 // A page without a screen. A test reads what is shown, and acts as its user does: what is disabled
-// or hidden cannot be used.
+// or hidden cannot be used, and what its interface file does not have is not there.
 class FakePage final : public Page {
  public:
+  // The page of that name of the main application; of another name, one that has any widget.
+  explicit FakePage(const std::string& name)
+      : file_(QUILLO_SOURCE_DIR "/resources/interface/vantrel/" + name + ".ui"),
+        widgets_(widgetsIn(file_)) {}
+
   void setText(const std::string& widget, const std::string& text) override {
-    texts_[widget] = text;
+    texts_[known(widget)] = text;
   }
-  std::string text(const std::string& widget) override { return texts_[widget]; }
+  std::string text(const std::string& widget) override { return texts_[known(widget)]; }
   void setEnabled(const std::string& widget, bool enabled) override {
-    change(disabled_, widget, !enabled);
+    change(disabled_, known(widget), !enabled);
   }
   void setVisible(const std::string& widget, bool visible) override {
-    change(hidden_, widget, !visible);
+    change(hidden_, known(widget), !visible);
   }
   void setImage(const std::string& widget, const std::string& image) override {
-    images_[widget] = image;
+    images_[known(widget)] = image;
   }
   void setChecked(const std::string& widget, bool checked) override {
-    change(checked_, widget, checked);
+    change(checked_, known(widget), checked);
   }
-  bool isChecked(const std::string& widget) override { return checked_.count(widget) > 0; }
+  bool isChecked(const std::string& widget) override { return checked_.count(known(widget)) > 0; }
   void setNumber(const std::string& widget, std::int64_t number) override {
-    numbers_[widget] = number;
+    numbers_[known(widget)] = number;
   }
-  std::int64_t number(const std::string& widget) override { return numbers_[widget]; }
+  std::int64_t number(const std::string& widget) override { return numbers_[known(widget)]; }
   void setChoices(const std::string& widget, const std::vector<std::string>& choices,
                   std::size_t chosen) override {
-    choices_[widget] = {choices, chosen};
+    choices_[known(widget)] = {choices, chosen};
   }
-  std::size_t choice(const std::string& widget) override { return choices_[widget].second; }
+  std::size_t choice(const std::string& widget) override { return choices_[known(widget)].second; }
   void setProgress(const std::string& widget, std::uint64_t done, std::uint64_t all) override {
-    progress_[widget] = {done, all};
+    progress_[known(widget)] = {done, all};
   }
   void setRows(const std::string& widget, const std::vector<std::string>& titles,
                std::shared_ptr<TableRows> rows) override {
-    titles_[widget] = titles;
-    rows_[widget] = std::move(rows);
-    selected_[widget].clear();
-    counts_[widget] = rowCount(widget);
+    titles_[known(widget)] = titles;
+    rows_[known(widget)] = std::move(rows);
+    selected_[known(widget)].clear();
+    counts_[known(widget)] = rowCount(widget);
   }
   void rowsChanged(const std::string& widget) override {
-    ++changes_[widget];
-    if (std::exchange(counts_[widget], rowCount(widget)) != rowCount(widget)) {
-      selected_[widget].clear();
+    ++changes_[known(widget)];
+    if (std::exchange(counts_[known(widget)], rowCount(widget)) != rowCount(widget)) {
+      selected_[known(widget)].clear();
     }
   }
   std::vector<std::size_t> selectedRows(const std::string& widget) override {
-    return selected_[widget];
+    return selected_[known(widget)];
   }
-  void selectRow(const std::string& widget, std::size_t row) override { selected_[widget] = {row}; }
+  void selectRow(const std::string& widget, std::size_t row) override {
+    selected_[known(widget)] = {row};
+  }
   void selectRows(const std::string& widget, const std::vector<std::size_t>& rows) override {
-    selected_[widget] = rows;
-    std::erase_if(selected_[widget], [&](std::size_t row) { return row >= rowCount(widget); });
+    selected_[known(widget)] = rows;
+    std::erase_if(selected_[known(widget)],
+                  [&](std::size_t row) { return row >= rowCount(widget); });
   }
   void onAction(const std::string& widget, Action action) override {
-    actions_[widget] = std::move(action);
+    actions_[known(widget)] = std::move(action);
   }
   void onSelection(const std::string& widget, Action action) override {
-    selections_[widget] = std::move(action);
+    selections_[known(widget)] = std::move(action);
   }
   void onDrop(const std::string& widget,
               std::function<void(const std::vector<std::string>&)> dropped) override {
-    drops_[widget] = std::move(dropped);
+    drops_[known(widget)] = std::move(dropped);
   }
-  void focus(const std::string& widget) override { focused = widget; }
+  void focus(const std::string& widget) override { focused = known(widget); }
 
   // What its user does.
   void press(const std::string& widget) {
@@ -90,51 +100,75 @@ class FakePage final : public Page {
   }
   void write(const std::string& widget, const std::string& text) {
     mustBeUsable(widget);
-    texts_[widget] = text;
+    texts_[known(widget)] = text;
     act(actions_, widget);
   }
   void enter(const std::string& widget, std::int64_t number) {
     mustBeUsable(widget);
-    numbers_[widget] = number;
+    numbers_[known(widget)] = number;
     act(actions_, widget);
   }
   void choose(const std::string& widget, std::size_t index) {
     mustBeUsable(widget);
-    choices_.at(widget).second = index;
+    choices_.at(known(widget)).second = index;
     act(actions_, widget);
   }
   void select(const std::string& widget, const std::vector<std::size_t>& rows) {
     mustBeUsable(widget);
-    selected_[widget] = rows;
-    if (selections_.count(widget) > 0) {
-      selections_[widget]();
+    selected_[known(widget)] = rows;
+    if (selections_.count(known(widget)) > 0) {
+      selections_[known(widget)]();
     }
   }
   void drop(const std::string& widget, const std::vector<std::string>& paths) {
     mustBeUsable(widget);
-    drops_.at(widget)(paths);
+    drops_.at(known(widget))(paths);
   }
 
   // What its user sees.
-  bool isEnabled(const std::string& widget) const { return disabled_.count(widget) == 0; }
-  bool isVisible(const std::string& widget) const { return hidden_.count(widget) == 0; }
-  std::string image(const std::string& widget) { return images_[widget]; }
-  std::vector<std::string> choices(const std::string& widget) { return choices_[widget].first; }
-  std::pair<std::uint64_t, std::uint64_t> progress(const std::string& widget) {
-    return progress_[widget];
+  bool isEnabled(const std::string& widget) const { return disabled_.count(known(widget)) == 0; }
+  bool isVisible(const std::string& widget) const { return hidden_.count(known(widget)) == 0; }
+  std::string image(const std::string& widget) { return images_[known(widget)]; }
+  std::vector<std::string> choices(const std::string& widget) {
+    return choices_[known(widget)].first;
   }
-  std::vector<std::string> titles(const std::string& widget) { return titles_[widget]; }
+  std::pair<std::uint64_t, std::uint64_t> progress(const std::string& widget) {
+    return progress_[known(widget)];
+  }
+  std::vector<std::string> titles(const std::string& widget) { return titles_[known(widget)]; }
   std::size_t rowCount(const std::string& widget) {
-    return rows_[widget] ? rows_[widget]->count() : 0;
+    return rows_[known(widget)] ? rows_[known(widget)]->count() : 0;
   }
   TableRows::Row row(const std::string& widget, std::size_t row) {
-    return rows_.at(widget)->row(row);
+    return rows_.at(known(widget))->row(row);
   }
   // How often the rows of that table were said to be others.
-  int changes(const std::string& widget) { return changes_[widget]; }
+  int changes(const std::string& widget) { return changes_[known(widget)]; }
   std::string focused;
 
  private:
+  // Throws when two widgets have one name: the program would speak to the first alone.
+  static std::set<std::string> widgetsIn(const std::string& file) {
+    std::ifstream stream(file);
+    const std::string text(std::istreambuf_iterator<char>(stream), {});
+    const std::string mark = " name=\"";
+    std::set<std::string> names;
+    for (std::size_t at = text.find("<widget "); at != std::string::npos;
+         at = text.find("<widget ", at + 1)) {
+      const std::size_t start = text.find(mark, at) + mark.size();
+      const std::string name = text.substr(start, text.find('"', start) - start);
+      if (!names.insert(name).second) {
+        throw std::logic_error(file + " has two widgets " + name);
+      }
+    }
+    return names;
+  }
+  const std::string& known(const std::string& widget) const {
+    if (!widgets_.empty() && widgets_.count(widget) == 0) {
+      throw std::logic_error(file_ + " has no widget " + widget);
+    }
+    return widget;
+  }
   static void change(std::set<std::string>& set, const std::string& widget, bool isIn) {
     isIn ? static_cast<void>(set.insert(widget)) : static_cast<void>(set.erase(widget));
   }
@@ -150,6 +184,8 @@ class FakePage final : public Page {
     }
   }
 
+  const std::string file_;
+  const std::set<std::string> widgets_;  // by their names
   std::map<std::string, std::string> texts_;
   std::map<std::string, std::string> images_;
   std::map<std::string, std::int64_t> numbers_;
@@ -166,6 +202,17 @@ class FakePage final : public Page {
   std::set<std::string> disabled_;
   std::set<std::string> hidden_;
   std::set<std::string> checked_;
+};
+
+// Pages by their names, each made when it is first asked for.
+class FakePages {
+ public:
+  FakePage& operator[](const std::string& name) {
+    return pages_.try_emplace(name, name).first->second;
+  }
+
+ private:
+  std::map<std::string, FakePage> pages_;
 };
 
 // A window without a screen. Its user answers questions and chooses when the test says so.
@@ -218,7 +265,7 @@ class FakeMainWindow final : public MainWindow {
   }
   void choosePaths(const std::vector<std::string>& paths) { std::exchange(chosen_, {})(paths); }
 
-  std::map<std::string, FakePage> pages;
+  FakePages pages;
   std::vector<std::pair<std::string, std::string>> list;
   std::vector<Question> questions;
   int closings = 0;

@@ -91,7 +91,7 @@ class ResultsPageFixture : public testing::Test {
   FakeLocalizedStrings strings;
   FakeWorkspace workspace;
   LaterThreads threads;
-  FakePage shown;
+  FakePage shown{"results"};
   FakeMainWindow window;
   std::vector<std::string> scanned;
   std::vector<std::string> excluded;
