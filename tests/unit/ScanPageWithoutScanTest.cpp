@@ -15,7 +15,7 @@ using Lines = std::vector<std::string>;
 class NothingAllowed final : public AllowedFinds {
  public:
   bool isAllowed(const Verdict&) override { return false; }
-  std::string allow(const Verdict&) override { return "no"; }
+  std::string allow(const Verdict&, const std::optional<FileIdentity>&) override { return "no"; }
 };
 
 // A page whose scans do not run, or not before the test says so.
