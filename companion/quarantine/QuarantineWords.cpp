@@ -139,8 +139,7 @@ std::string QuarantineWords::state(const QuarantinedFile& file) const {
   const std::string when = time(file.record.checkedWith);
   switch (file.check()) {
     case QuarantineRecord::Check::clean:
-      return when.empty() ? text("CHECKED_CLEAN")
-                          : Wording{"QUARANTINE_STATE_CLEAN", {when}}.in(strings_);
+      return Wording{"QUARANTINE_STATE_CLEAN", {when}}.in(strings_);
     case QuarantineRecord::Check::infected:
       return when.empty() ? text("STATE_INFECTED")
                           : Wording{"QUARANTINE_STATE_STILL", {when}}.in(strings_);

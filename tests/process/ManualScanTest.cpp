@@ -104,7 +104,9 @@ TEST_F(ManualScanTest, KeepsWhatWasFoundForTheHistory) {
 TEST_F(ManualScanTest, CountsWhatItsUserAllowedApart) {
   PutBackFiles allowed(path("state"), bench.desktop.systemLog, bench.clock);
   const std::string infected = tree.file("infected");
-  ASSERT_TRUE(allowed.allow(infected));
+  const auto shown = FileIdentity::at(infected);
+  ASSERT_TRUE(shown);
+  ASSERT_TRUE(allowed.allow(infected, *shown));
   ManualScanServices services = bench.services();
   services.putBackFiles = &allowed;
   ManualScan again(services, bench.seen, &bench.history);

@@ -17,17 +17,16 @@ namespace quillo {
 namespace {
 
 using Lines = std::vector<std::string>;
+using Presence = AgentPresence;
 
 class ChosenAgent final : public AgentLink {
  public:
   std::optional<AgentStatus> status() const override {
     AgentStatus said;
     said.state = state;
-    return runs ? std::optional<AgentStatus>(said) : std::nullopt;
+    return runs ? std::optional(said) : std::nullopt;
   }
-  AgentPresence presence() const override {
-    return runs ? AgentPresence::answering : AgentPresence::absent;
-  }
+  AgentPresence presence() const override { return runs ? Presence::answering : Presence::absent; }
   AgentStart lastStart() const override { return startState; }
   void observe(std::function<void()> changed) override { observer = std::move(changed); }
   Wording refresh() override { return {}; }

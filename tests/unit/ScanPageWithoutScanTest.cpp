@@ -30,7 +30,6 @@ class ScanPageWithoutScanTest : public testing::Test {
             volumeChanges,
             allowed,
             nullptr,
-            nullptr,
             &bench.history};
   }
 

@@ -1,32 +1,13 @@
 #include <gtest/gtest.h>
 
-#include "companion/settings/SettingsPage.h"
-#include "tests/fakes/desktop/PreferencePagesFixture.h"
+#include "tests/fakes/companion/SettingsPageFixture.h"
 
 namespace quillo {
 namespace {
 
 using Names = std::vector<std::string>;
 using Posted = std::vector<std::pair<std::string, std::string>>;
-
-class SettingsPageTest : public PreferencePagesFixture {
- protected:
-  // Makes the page and shows it.
-  FakePage& shown() {
-    made_.emplace(page_, window,
-                  SettingsPage::Services{changes, preferences, agent, center, folders, strings,
-                                         workspace, 8});
-    window.show("settings");
-    return page_;
-  }
-  SettingsPage& logic() { return *made_; }
-
-  FakeWorkspace workspace;
-
- private:
-  FakePage page_{"settings"};
-  std::optional<SettingsPage> made_;
-};
+using SettingsPageTest = SettingsPageFixture;
 
 TEST_F(SettingsPageTest, ShowsWhatHolds) {
   writeOwn(
@@ -269,37 +250,6 @@ TEST_F(SettingsPageTest, OffersNoNewStartWhereNoAgentRuns) {
   EXPECT_FALSE(page.isVisible("startAnew"));
 }
 
-TEST_F(SettingsPageTest, WritesTheQuarantineFolderAsItHasToStand) {
-  FakePage& page = shown();
-  page.write("quarantineFolder", "~/Q");
-  EXPECT_EQ(ownText(), "QuarantineFolder = \"~/Q/\"\n");
-  page.press("chooseQuarantineFolder");
-  window.choosePaths({"/srv/\xE9"});
-  EXPECT_EQ(ownText(), "QuarantineFolder = { URI = \"file:///srv/%E9/\" }\n");
-  page.write("quarantineFolder", "Q");
-  EXPECT_EQ(page.text("notice"), "<SETTINGS_WHOLE_PATH>");
-  EXPECT_EQ(ownText(), "QuarantineFolder = { URI = \"file:///srv/%E9/\" }\n");
-}
-
-TEST_F(SettingsPageTest, KeepsWhatElseStandsBesideTheQuarantineFolder) {
-  writeOwn("[QuarantineFolder]\nURI = \"file:///old/\"\nnote = \"x\"\n");
-  shown().write("quarantineFolder", "/new/");
-  EXPECT_EQ(ownText(), "QuarantineFolder = { note = \"x\", path = \"/new/\" }\n");
-}
-
-TEST_F(SettingsPageTest, AsksBeforeTheQuarantineSwallowsAGuardedFolder) {
-  writeOwn("[[QuilloFolderArray]]\npathName = '~/docs'\nWatchSubdirs = true\n");
-  FakePage& page = shown();
-  page.write("quarantineFolder", "~");
-  ASSERT_EQ(window.questions.size(), 1U);
-  EXPECT_TRUE(window.questions.at(0).isDangerous);
-  window.answer("<SETTINGS_CANCEL>");
-  EXPECT_EQ(page.text("quarantineFolder"), "");
-  page.write("quarantineFolder", "~");
-  window.answer("<SETTINGS_TAKE_IT>");
-  EXPECT_NE(ownText().find("QuarantineFolder = "), std::string::npos);
-}
-
 TEST_F(SettingsPageTest, WritesThePathsOfTheEngineWholeForTheAgentReadsThemSo) {
   home.write("engine/bin/clamdscan", "");
   FakePage& page = shown();
@@ -317,39 +267,6 @@ TEST_F(SettingsPageTest, TakesNoFolderForTheEngineInWhichThereIsNone) {
   EXPECT_EQ(page.text("notice"), "<SETTINGS_NO_ENGINE>");
   EXPECT_EQ(page.text("pathToClamav"), "");
   EXPECT_EQ(restarts(), 0);
-}
-
-TEST_F(SettingsPageTest, AsksBeforeAFolderWithFilesBecomesTheQuarantine) {
-  home.write("docs/letter", "");
-  FakePage& page = shown();
-  page.write("quarantineFolder", "~/docs");
-  ASSERT_EQ(window.questions.size(), 1U);
-  EXPECT_EQ(window.questions.at(0).text, "<SETTINGS_ASK_QUARANTINE_FULL>");
-  EXPECT_TRUE(window.questions.at(0).isDangerous);
-  window.answer("<SETTINGS_CANCEL>");
-  EXPECT_EQ(restarts(), 0);
-  // What was a quarantine before may be one again.
-  home.makeFolder("docs/.vantrel-records");
-  page.write("quarantineFolder", "~/docs");
-  EXPECT_EQ(window.questions.size(), 1U);
-  EXPECT_EQ(page.text("quarantineFolder"), "~/docs/");
-}
-
-TEST_F(SettingsPageTest, AsksBeforeTheQuarantineComesToLieInAGuardedFolder) {
-  writeOwn("[[QuilloFolderArray]]\npathName = '~/docs'\nWatchSubdirs = true\n");
-  FakePage& page = shown();
-  page.write("quarantineFolder", "~/docs/q");
-  ASSERT_EQ(window.questions.size(), 1U);
-  EXPECT_EQ(window.questions.at(0).text, "<SETTINGS_ASK_QUARANTINE_INSIDE>");
-}
-
-TEST_F(SettingsPageTest, SaysThatWhatLiesInTheOldQuarantineStaysThere) {
-  home.write("old/bad", "");
-  writeOwn("QuarantineFolder = '~/old/'\n");
-  FakePage& page = shown();
-  page.write("quarantineFolder", "~/new");
-  EXPECT_EQ(page.text("notice"), "<SETTINGS_OLD_QUARANTINE>");
-  EXPECT_TRUE(page.isVisible("notice"));
 }
 
 TEST_F(SettingsPageTest, ShowsWhichSettingsAreOnlyKept) {
@@ -384,20 +301,6 @@ TEST_F(SettingsPageTest, OpensTheFileForWhoeverWantsToEditIt) {
   workspace.answer = false;
   page.press("openFile");
   EXPECT_EQ(page.text("notice"), "<SETTINGS_NO_EDITOR>");
-}
-
-TEST_F(SettingsPageTest, AsksBeforeAFolderOfItsUsersBecomesTheQuarantineByAChoice) {
-  home.write("Quarantine/letter", "");
-  FakePage& page = shown();
-  page.choose("infectedFileAction", 1);
-  ASSERT_EQ(window.questions.size(), 1U);
-  EXPECT_EQ(window.questions.at(0).text, "<SETTINGS_ASK_QUARANTINE_FULL>");
-  EXPECT_EQ(ownText(), "");
-  window.answer("<SETTINGS_CANCEL>");
-  EXPECT_EQ(page.choice("infectedFileAction"), 0U);
-  page.choose("infectedFileAction", 1);
-  window.answer("<SETTINGS_TAKE_IT>");
-  EXPECT_EQ(ownText(), "QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine/\"\n");
 }
 
 }  // namespace
