@@ -20,9 +20,10 @@ namespace fs = std::filesystem;
 
 constexpr const char* tables[] = {"command", "doctor", "foldercare", "guard", "overview"};
 constexpr const char* languages[] = {"de", "en", "es", "fr", "ja"};
-constexpr const char* sources[] = {
-    "Counting", "DoctorCommand", "EngineChecks", "EngineSetup",  "Examination", "FolderCare",
-    "Guard",    "HelperChecks",  "OverviewPage", "OverviewText", "PlaceChecks", "StatusCommand"};
+constexpr const char* sources[] = {"BusAgentLink", "Counting",     "DoctorCommand", "EngineChecks",
+                                   "EngineSetup",  "Examination",  "FolderCare",    "Guard",
+                                   "HelperChecks", "OverviewPage", "OverviewText",  "PlaceChecks",
+                                   "StatusCommand"};
 
 std::map<std::string, std::string> textsIn(const std::string& language) {
   std::map<std::string, std::string> texts;
@@ -60,11 +61,14 @@ std::set<std::string> wordsIn(const std::string& contents) {
 
 std::set<std::string> usedWords() {
   std::set<std::string> used;
-  for (const auto& entry : fs::recursive_directory_iterator(QUILLO_SOURCE_DIR "/companion")) {
-    const std::string name = entry.path().stem();
-    if (entry.path().extension() == ".cpp" &&
-        std::find(std::begin(sources), std::end(sources), name) != std::end(sources)) {
-      used.merge(wordsIn(contentsOfFile(entry.path()).value_or("")));
+  for (const char* folder : {"/companion", "/platform/linux/session"}) {
+    for (const auto& entry :
+         fs::recursive_directory_iterator(std::string(QUILLO_SOURCE_DIR) + folder)) {
+      const std::string name = entry.path().stem();
+      if (entry.path().extension() == ".cpp" &&
+          std::find(std::begin(sources), std::end(sources), name) != std::end(sources)) {
+        used.merge(wordsIn(contentsOfFile(entry.path()).value_or("")));
+      }
     }
   }
   for (const char* file :

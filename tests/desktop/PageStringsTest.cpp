@@ -278,6 +278,7 @@ const std::pair<const char*, Words> questions[] = {
     {"quarantine", {"QUARANTINE_CANCEL", "QUARANTINE_MAKE_FOLDER"}},
     {"quarantine", {"QUARANTINE_CANCEL", "QUARANTINE_RESTORE_ALL_THE_SAME"}},
     {"results", {"RESULTS_ALLOW_NO", "RESULTS_ALLOW_YES"}},
+    {"results", {"RESULTS_ALLOW_NO", "RESULTS_CHANGED_YES"}},
     {"results", {"RESULTS_EXCLUDE_NO", "RESULTS_EXCLUDE_YES"}},
     {"scan", {"SCAN_ALLOW_NO", "SCAN_ALLOW_YES"}},
     {"scan", {"SCAN_CLOSE_STAY", "SCAN_CLOSE_STOP"}},
