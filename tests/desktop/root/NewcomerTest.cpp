@@ -226,7 +226,7 @@ class Newcomer : public Desktop {
     EXPECT_TRUE(reads("^/home/ada/Downloads/invoice\\.pdf$"));
     keepPicture("exclude");
     ASSERT_TRUE(answer("Exclude", "alt+x", "Keep Scanning It"));
-    EXPECT_TRUE(reads("It is excluded now."));
+    EXPECT_TRUE(reads("What matches is not scanned any more when it changes"));
     ASSERT_TRUE(answer("Close", "Return", "Close"));
     EXPECT_TRUE(preferencesHold("invoice"));
     ASSERT_TRUE(turnTo(5, "Folders"));
