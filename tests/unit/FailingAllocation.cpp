@@ -25,6 +25,15 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 
+// A sanitizer's own would not go with the delete below.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  try {
+    return operator new(size);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
