@@ -60,7 +60,7 @@ struct HistoryStore::Open {
 
   void enter(const HistoryResult& result);
   void enter(const LaterOutcome& outcome);
-  void enter(const UnnamedFiles& unnamed);
+  void enter(const UnnamedFiles& files);
   void enter(const ScanRun& run);
   void add(CalendarDay day, const std::string& folder, const ScannedAmount& amount);
   std::int64_t bytesUsed();

@@ -36,6 +36,8 @@ using Run = int (*)(CompanionParts& parts, const Words& words, std::ostream& out
 int scan(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   if (isPlannedScan(words)) {
     const auto run = [&parts](const std::vector<std::string>& paths) {
+      const std::string engine = parts.preferences.value(key::pathToClamav).value_or("");
+      awaitEngine(parts.desktop.clock, [&engine] { return isEngineThere(engine); });
       return runToOutcome(paths, parts.scanServices(), &parts.keepScans(ScanSource::planned));
     };
     return runPlannedScan(words, errors,

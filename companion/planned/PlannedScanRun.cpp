@@ -2,8 +2,11 @@
 
 #include <memory>
 
+#include "clamav/ClamConf.h"
+#include "clamav/ControlSocket.h"
 #include "companion/scan/InterruptWatch.h"
 #include "companion/scan/ScanWords.h"
+#include "posix/Clock.h"
 
 namespace quillo {
 namespace {
@@ -17,7 +20,33 @@ struct Ending final : ManualScanObserver {
   ManualScanResult result;
 };
 
+constexpr Clock::Duration patience = std::chrono::minutes(10);
+constexpr Clock::Duration betweenQuestions = std::chrono::seconds(5);
+constexpr std::chrono::seconds longestAnswer(5);
+
 }  // namespace
+
+bool awaitEngine(Clock& clock, const std::function<bool()>& answers) {
+  const Clock::Duration deadline = clock.now() + patience;
+  Condition pause(clock);
+  while (!answers()) {
+    if (clock.now() >= deadline) {
+      return false;
+    }
+    pause.lock();
+    pause.waitFor(betweenQuestions);
+    pause.unlock();
+  }
+  return true;
+}
+
+bool isEngineThere(const std::string& engine) {
+  const auto bytes = ClamConf::bytesOf(engine + "/etc/clamd.conf");
+  const std::string socket = bytes ? discernLocalSocket(*bytes).path.value_or("") : "";
+  return socket.empty() ||
+         pingDaemon(socket, trustedDaemonUsers(ClamConf::parse(*bytes).value("User")),
+                    longestAnswer) != DaemonState::absent;
+}
 
 PlannedScanOutcome runToOutcome(const std::vector<std::string>& paths,
                                 const ManualScanServices& services, ScanHistory* history) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,5 +14,13 @@ namespace quillo {
 // in order. `history` may be null.
 PlannedScanOutcome runToOutcome(const std::vector<std::string>& paths,
                                 const ManualScanServices& services, ScanHistory* history);
+
+// Waits until the engine's daemon answers, some minutes at most: at a log-in the timer may be
+// sooner than whoever loads it. Returns whether it does. May wait for the disk and the daemon; any
+// thread.
+bool awaitEngine(Clock& clock, const std::function<bool()>& answers);
+// Returns whether the daemon of that engine answers, or works and cannot; true where nothing says
+// how to reach it, which a scan then tells.
+bool isEngineThere(const std::string& engine);
 
 }  // namespace quillo

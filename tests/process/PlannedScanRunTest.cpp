@@ -3,7 +3,10 @@
 #include "companion/planned/PlannedScanRun.h"
 #include "posix/Text.h"
 #include "tests/fakes/companion/ManualScanBench.h"
+#include "tests/fakes/engine/FakeClamd.h"
 #include "tests/process/FakeClientTree.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
 namespace {
@@ -42,6 +45,32 @@ TEST_F(PlannedScanRunTest, CountsWhatItFindsAndKeepsIt) {
 
 TEST_F(PlannedScanRunTest, IsIncompleteWhenSomethingIsNotThere) {
   EXPECT_FALSE(run({tree.file("clean"), tree.files().at("gone")}).isComplete);
+}
+
+TEST(PlannedScanEngine, IsWaitedForWhileItLoads) {
+  PassingClock clock;
+  const auto begin = clock.now();
+  int questions = 0;
+  EXPECT_TRUE(awaitEngine(clock, [&] { return ++questions == 4; }));
+  EXPECT_GE(clock.now() - begin, std::chrono::seconds(3));
+  EXPECT_LE(clock.now() - begin, std::chrono::minutes(1));
+}
+
+TEST(PlannedScanEngine, IsGivenUpAfterSomeMinutes) {
+  PassingClock clock;
+  const auto begin = clock.now();
+  EXPECT_FALSE(awaitEngine(clock, [] { return false; }));
+  EXPECT_GE(clock.now() - begin, std::chrono::minutes(10));
+  EXPECT_LE(clock.now() - begin, std::chrono::minutes(11));
+}
+
+TEST(PlannedScanEngine, IsThereOnlyWhenItAnswersWhereItsConfigurationSays) {
+  const TemporaryFolder engine;
+  EXPECT_TRUE(isEngineThere(engine.path()));
+  engine.write("etc/clamd.conf", "LocalSocket " + engine.path() + "/socket\n");
+  EXPECT_FALSE(isEngineThere(engine.path()));
+  const FakeClamd daemon(engine.path() + "/socket");
+  EXPECT_TRUE(isEngineThere(engine.path()));
 }
 
 }  // namespace
