@@ -44,7 +44,7 @@ class ResultsScansTest : public ResultsPageFixture {
 
 TEST_F(ResultsScansTest, AreRowsThatSayWhatCameOfThem) {
   ScanRun run = scan(home.at("stick"), std::chrono::seconds(83));
-  run.paths.push_back("/srv/\xFF");
+  run.paths.emplace_back("/srv/\xFF");
   run.clean = 1200;
   run.found = 1;
   run.notScanned = 2;
