@@ -290,7 +290,7 @@ TEST_F(AgentLinkTest, AnswersWhoeverHasNoEventLoop) {
   ASSERT_TRUE(agent.object.claimName());
   std::atomic<bool> isAnswered = false;
   auto answer = std::async(std::launch::async, [&] {
-    const Wording problem = link.refresh();
+    Wording problem = link.refresh();
     isAnswered = true;
     postToMain([] {});
     return problem;
