@@ -82,7 +82,7 @@ class VantrelProgram : public testing::Test {
     std::ofstream(preferences()) << "PathToClamav = \"" << engine.string() << "\"\n";
   }
   std::string makeFolder() {
-    const std::string folder = session.homeFolder() + "/Letters";
+    std::string folder = session.homeFolder() + "/Letters";
     std::filesystem::create_directory(folder);
     std::ofstream(folder + "/letter") << "Dear";
     return folder;
