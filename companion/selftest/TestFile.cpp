@@ -18,7 +18,7 @@
 namespace quillo {
 namespace {
 
-// Of what the Trash notes of a file (freedesktop Trash specification).
+// Of what the Trash notes of a file (freedesktop.org: Trash).
 constexpr std::string_view noteEnding = ".trashinfo";
 
 bool holds(int folder, const char* name, const std::string& contents) {
