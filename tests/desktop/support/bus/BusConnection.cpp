@@ -9,7 +9,7 @@
 namespace quillo {
 namespace {
 
-GDBusConnection* connectTo(const std::string& address) {
+GDBusConnection* openBus(const std::string& address) {
   const auto flags =
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
@@ -23,7 +23,7 @@ GDBusConnection* connectTo(const std::string& address) {
 
 }  // namespace
 
-BusConnection::BusConnection(const std::string& address) : connection_(connectTo(address)) {}
+BusConnection::BusConnection(const std::string& address) : connection_(openBus(address)) {}
 
 BusConnection::~BusConnection() {
   g_dbus_connection_close_sync(connection_, nullptr, nullptr);
