@@ -70,6 +70,7 @@ std::vector<std::string> SystemdUser::unitFiles(const QString& pattern, Wording&
     list.endStructure();
     names.emplace_back(lastPathComponent(path.toStdString()));
   }
+  list.endArray();
   return names;
 }
 
