@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
@@ -152,10 +153,27 @@ class Newcomer : public Desktop {
                                            << "no way to \"" << name << "\":\n"
                                            << words_->all();
   }
+  // A list of completions that opens takes the keyboard for a moment, and what is typed then is
+  // lost.
+  testing::AssertionResult typeWhole(const std::string& text) {
+    constexpr int attempts = 5;
+    constexpr std::chrono::seconds patience(4);
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+      this->press("ctrl+a");
+      this->type(text);
+      const auto deadline = std::chrono::steady_clock::now() + patience;
+      this->eventually(
+          [&] { return words_->say(text) || std::chrono::steady_clock::now() > deadline; });
+      if (words_->say(text)) {
+        return testing::AssertionSuccess();
+      }
+    }
+    return testing::AssertionFailure() << "\"" << text << "\" is not typed:\n" << words_->all();
+  }
   testing::AssertionResult chooseFolder(const std::string& title, const std::string& path) {
-    const auto shown = awaitKeyboard(title);
+    auto shown = awaitKeyboard(title);
     if (shown) {
-      this->type(path);
+      shown = typeWhole(path);
       this->press("Return");
     }
     return shown;
