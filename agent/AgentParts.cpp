@@ -20,9 +20,10 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       scannerLink(
           {preferences, clamdLink, statusBoard, menu, watching, folderOpener, mainApplication}),
       watcherLink({watchList, watching, statusBoard, menu, mainApplication}),
-      engineLink(preferences, noEngineWindow),
+      engineLink(preferences, noEngineWindow, mainApplication),
       menuLink({scannerCount, statusBoard, watching, health, preferences, desktop.statusPublisher}),
-      recentTotals(given.clock, desktop.folders.stateFolder()),
+      recentTotals(given.clock, given.threads, desktop.folders.stateFolder(),
+                   [this] { mainMenu.showStatus(); }),
       history({given.clock,
                desktop.systemLog,
                desktop.folders.stateFolder(),
@@ -90,9 +91,9 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
       watchList({desktop.mountNotifications, desktop.preferenceStore, given.preferences,
                  desktop.systemLog},
                 menu, theDispatcher),
-      definitionUpdates(preferences, notifications, menu, noEngineWindow, definitionsWarning,
-                        desktop.mainInterface.updateWindow, desktop.localizedStrings,
-                        given.threads),
+      definitionUpdates(preferences, notifications, menu, noEngineWindow, mainApplication,
+                        definitionsWarning, desktop.mainInterface.updateWindow,
+                        desktop.localizedStrings, given.threads),
       scanLog(desktop.folders, given.preferences, desktop.systemLog,
               [this](const std::function<void()>& wait) {
                 services.platform.application.waitKeepingDesktopAlive(wait);
@@ -115,6 +116,12 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                });
              }
            }}),
+      plannedScanNotice({desktop.localizedStrings, notifications,
+                         [this] {
+                           if (!mainApplication.openPage("results")) {
+                             mainMenu.openScanLog();
+                           }
+                         }}),
       health({given.clock, desktop.systemLog, statusBoard,
               [this] {
                 LoadedDefinitions loaded = clamdLink.loadedDefinitions();

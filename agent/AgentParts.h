@@ -8,6 +8,7 @@
 #include "agent/MainThreadRequests.h"
 #include "agent/NoEngineWindow.h"
 #include "agent/Notifications.h"
+#include "agent/PlannedScanNotice.h"
 #include "agent/PreferenceFile.h"
 #include "agent/Preferences.h"
 #include "agent/ProgressLog.h"
@@ -110,6 +111,7 @@ struct AgentParts {
   FolderOpener folderOpener;
   Watching watching;
   QuarantineRecheck quarantineRecheck;
+  PlannedScanNotice plannedScanNotice;
   Health health;  // asks others of these
   StatusReport statusReport;
 

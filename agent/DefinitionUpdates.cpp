@@ -1,5 +1,6 @@
 #include "agent/DefinitionUpdates.h"
 
+#include "agent/MainApplication.h"
 #include "agent/NoEngineWindow.h"
 #include "agent/Notifications.h"
 #include "agent/Preferences.h"
@@ -26,12 +27,14 @@ constexpr int couldNotRun = -1;
 
 DefinitionUpdates::DefinitionUpdates(Preferences& preferences, Notifications& notifications,
                                      Throbber& menu, NoEngineWindow& noEngineWindow,
-                                     DefinitionsWarning& warning, Dialog& window,
-                                     LocalizedStrings& strings, ThreadStarter& threads)
+                                     MainApplication& mainApplication, DefinitionsWarning& warning,
+                                     Dialog& window, LocalizedStrings& strings,
+                                     ThreadStarter& threads)
     : preferences_(preferences),
       notifications_(notifications),
       mainMenu(menu),
       noEngineWindow_(noEngineWindow),
+      mainApplication_(mainApplication),
       warning_(warning),
       updateWindow(window),
       strings_(strings),
@@ -103,6 +106,13 @@ void DefinitionUpdates::showResult(int status, bool exit1MeansUpdated, bool noti
     code = updated ? notificationUpdateSuccessful : notificationAlreadyUpToDate;
     text = updated ? names->updateSuccessful : names->alreadyUpToDate;
   } else {
+    // There its user sees what the updater says, and has it tried again.
+    details.buttons.push_back({strings_.stringForKey("NOTIFICATION_VANTREL", ""),
+                               [&application = mainApplication_, &menu = mainMenu] {
+                                 if (!application.openPage("overview")) {
+                                   menu.openUpdateLog();
+                                 }
+                               }});
     details.buttons.push_back({strings_.stringForKey("NOTIFICATION_LOG", ""),
                                [&menu = mainMenu] { menu.openUpdateLog(); }});
   }

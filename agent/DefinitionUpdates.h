@@ -11,6 +11,7 @@ class Application;
 class ClamdLink;
 class Dialog;
 class LocalizedStrings;
+class MainApplication;
 class NoEngineWindow;
 class Notifications;
 class Notifier;
@@ -56,8 +57,9 @@ class DefinitionUpdates {
  public:
   // `updateWindow` shows a result where no notification does.
   DefinitionUpdates(Preferences& preferences, Notifications& notifications, Throbber& mainMenu,
-                    NoEngineWindow& noEngineWindow, DefinitionsWarning& warning,
-                    Dialog& updateWindow, LocalizedStrings& strings, ThreadStarter& threads);
+                    NoEngineWindow& noEngineWindow, MainApplication& mainApplication,
+                    DefinitionsWarning& warning, Dialog& updateWindow, LocalizedStrings& strings,
+                    ThreadStarter& threads);
 
   // Starts an update and returns at once. Without `notify`, only a failure is shown. Main thread.
   void updateVirusDefsAndNotify(bool notify);
@@ -76,6 +78,7 @@ class DefinitionUpdates {
   Notifications& notifications_;
   Throbber& mainMenu;
   NoEngineWindow& noEngineWindow_;
+  MainApplication& mainApplication_;
   DefinitionsWarning& warning_;
   Dialog& updateWindow;
   LocalizedStrings& strings_;

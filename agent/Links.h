@@ -141,6 +141,11 @@ class WatcherLink final : public WatcherOwner {
       parts_.mainMenu.openScanLog();
     }
   }
+  void showFolders() override {
+    if (!parts_.mainApplication.openPage("folders")) {
+      parts_.mainMenu.openScanLog();
+    }
+  }
   void setPlacesWithGaps(std::size_t count) override {
     parts_.statusBoard.setPlacesWithGaps(count);
     parts_.mainMenu.showStatus();
@@ -152,16 +157,25 @@ class WatcherLink final : public WatcherOwner {
 
 class EngineLink final : public ClamdLinkOwner {
  public:
-  EngineLink(const Preferences& preferences, NoEngineWindow& noEngineWindow)
-      : preferences_(preferences), noEngineWindow_(noEngineWindow) {}
+  EngineLink(const Preferences& preferences, NoEngineWindow& noEngineWindow,
+             MainApplication& mainApplication)
+      : preferences_(preferences),
+        noEngineWindow_(noEngineWindow),
+        mainApplication_(mainApplication) {}
   std::optional<std::string> clamPATH() override { return preferences_.settings()->clamPATH; }
   void displayNoEngineWindow(const EngineProblem& problem) override {
     noEngineWindow_.show(problem);
+  }
+  void showWhatMends() override {
+    if (!mainApplication_.openPage("overview")) {
+      noEngineWindow_.showAgain();
+    }
   }
 
  private:
   const Preferences& preferences_;
   NoEngineWindow& noEngineWindow_;
+  MainApplication& mainApplication_;
 };
 
 class MenuLink final : public ThrobberOwner {

@@ -108,6 +108,11 @@ void VantrelQuillo::listenToDesktop() {
   DistributedNotificationCenter& center = platform.distributedNotificationCenter;
   center.addObserver("VantrelQuilloShouldRestart", [this] { restartWatcher(); });
   center.addObserver("VantrelQuilloShouldQuit", [this] { quit(); });
+  PlannedScanNotice& notice = parts_.plannedScanNotice;
+  center.addObjectObserver(plannedScanFound,
+                           [&notice](const std::string& report) { notice.show(report, true); });
+  center.addObjectObserver(plannedScanEnded,
+                           [&notice](const std::string& report) { notice.show(report, false); });
   platform.powerNotifications.observe([this] { goingToSleep(); }, [this] { wakingUp(); });
 }
 
@@ -130,6 +135,7 @@ void VantrelQuillo::mend() {
       parts_.noEngineWindow.showAgain();
       break;
     case Attention::engineFails:
+    case Attention::helperFails:
       parts_.watching.restartWatcherSoon();
       break;
     case Attention::noDefinitions:
@@ -145,7 +151,6 @@ void VantrelQuillo::mend() {
       parts_.mainMenu.openScanLog();
       break;
     case Attention::none:
-    case Attention::helperFails:
       break;
   }
 }

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ostream>
 
@@ -50,7 +51,11 @@ std::string currentFolder() {
 }
 
 std::string absolutePath(const std::string& path, const std::string& folder) {
-  if (path.starts_with('/') || folder.empty()) {
+  if (path.starts_with('/')) {
+    // As Linux takes it; in a URI two of them stand before the name of a host.
+    return path.substr(std::min(path.find_first_not_of('/'), path.size()) - 1);
+  }
+  if (path.empty() || folder.empty()) {
     return path;
   }
   std::string relative = path;

@@ -1,5 +1,7 @@
 #include "companion/StartRequest.h"
 
+#include <algorithm>
+
 namespace quillo {
 namespace {
 
@@ -41,6 +43,9 @@ StartRequest withPaths(const Words& words) {
   StartRequest request;
   const std::size_t first = words.size() > 1 && words[1] == "--" ? 2 : 1;
   request.paths.assign(words.begin() + static_cast<std::ptrdiff_t>(first), words.end());
+  if (std::find(request.paths.begin(), request.paths.end(), "") != request.paths.end()) {
+    return misused("");
+  }
   return request.paths.empty() ? misused(words[0]) : request;
 }
 

@@ -18,7 +18,7 @@ struct StartRequest {
 
   Kind kind = Kind::window;
   std::string page = {};
-  std::vector<std::string> paths = {};  // as they were given
+  std::vector<std::string> paths = {};  // as they were given, none of them empty
   std::string command = {};
   std::vector<std::string> words = {};
   std::string word = {};

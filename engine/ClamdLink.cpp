@@ -318,6 +318,9 @@ bool ClamdLink::recoverUnreachableClamd() {
 void ClamdLink::noEnginePanic(const EngineProblem& problem) {
   NotificationDetails details;
   details.topic = engineTopic;
+  // The button may outlive this object, not what it refers to.
+  details.buttons.push_back({services_.localizedStrings.stringForKey("NOTIFICATION_VANTREL", ""),
+                             [&owner = owner_] { owner.showWhatMends(); }});
   services_.notifier.displayGrowlDialogWithTitleAndDescription(
       notificationError, services_.localizedStrings.stringForKey("CLAMDSCAN_ERROR", ""), details);
   owner_.displayNoEngineWindow(problem);

@@ -34,6 +34,8 @@ class ClamdLinkOwner {
   virtual std::optional<std::string> clamPATH() = 0;
   // Shows, soon, why no engine is usable.
   virtual void displayNoEngineWindow(const EngineProblem& problem) = 0;
+  // Shows where its user can do something about that. Main thread.
+  virtual void showWhatMends() = 0;
 };
 
 // The virus definitions with which files are scanned.

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -36,19 +37,20 @@ class HistorySelection {
   HistorySelection(std::int64_t first, std::int64_t last)
       : first_(first), count_(static_cast<std::size_t>(last - first + 1)) {}
   explicit HistorySelection(std::vector<std::int64_t> ids)
-      : ids_(std::move(ids)), count_(ids_.size()) {}
+      : ids_(std::make_shared<const std::vector<std::int64_t>>(std::move(ids))),
+        count_(ids_->size()) {}
 
   std::size_t count() const { return count_; }
   // Returns the row of that one; nothing when it was not chosen. The latest stand first.
   std::optional<std::size_t> rowOf(std::int64_t id) const;
   // `row` is smaller than count().
   std::int64_t id(std::size_t row) const {
-    return ids_.empty() ? first_ + static_cast<std::int64_t>(count_ - row) - 1 : ids_[row];
+    return ids_ ? (*ids_)[row] : first_ + static_cast<std::int64_t>(count_ - row) - 1;
   }
 
  private:
   std::int64_t first_ = 0;
-  std::vector<std::int64_t> ids_;
+  std::shared_ptr<const std::vector<std::int64_t>> ids_;  // one list for all copies: it may be long
   std::size_t count_ = 0;
 };
 

@@ -40,11 +40,9 @@ std::string_view cut(const std::string& text, std::size_t longest) {
 // Paths hold no byte 0.
 std::string joined(const std::vector<std::string>& paths) {
   std::string all;
-  for (const std::string& path : paths) {
-    if (all.size() + path.size() < longestPath) {
-      all += path;
-      all += '\0';
-    }
+  for (const std::string& path : pathsWithRoom(paths)) {
+    all += path;
+    all += '\0';
   }
   return all;
 }
@@ -55,8 +53,21 @@ PlatformException refusal(const std::string& reason) {
 
 }  // namespace
 
+std::vector<std::string> pathsWithRoom(const std::vector<std::string>& paths) {
+  std::vector<std::string> kept;
+  std::size_t size = 0;
+  for (const std::string& path : paths) {
+    if (size + path.size() < longestPath) {
+      kept.push_back(path);
+      size += path.size() + 1;
+    }
+  }
+  return kept;
+}
+
 struct HistoryStore::Open {
-  explicit Open(const std::string& path) : sql(path, SqlConnection::Access::write) {}
+  Open(const std::string& path, const AbandonedTests& given)
+      : sql(path, SqlConnection::Access::write), tests(given) {}
 
   void enter(const HistoryResult& result);
   void enter(const LaterOutcome& outcome);
@@ -74,6 +85,7 @@ struct HistoryStore::Open {
   UnnamedRow unnamedRowOf(WallTime time);
 
   SqlConnection sql;
+  const AbandonedTests& tests;
   HistoryFile::Identity identity;
   UnnamedRow unnamed;
   std::map<std::string_view, SqlStatement> statements;
@@ -92,9 +104,12 @@ void HistoryStore::Open::enter(const HistoryResult& result) {
   SqlStatement& insert = statement(
       "INSERT INTO results(time, kind, outcome, source, run, path, says, detail) "
       "VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
+  // The agent may be later than a test waits.
+  const bool isTests = result.kind == HistoryResult::Kind::found && tests.have(result.path);
+  const auto outcome = isTests ? HistoryResult::Outcome::selfTest : result.outcome;
   insert.with(secondsOf(result.time))
       .with(static_cast<std::int64_t>(result.kind))
-      .with(static_cast<std::int64_t>(result.outcome))
+      .with(static_cast<std::int64_t>(outcome))
       .with(static_cast<std::int64_t>(result.source));
   result.run != 0 ? insert.with(result.run) : insert.withNothing();
   insert.with(cut(result.path, longestPath))
@@ -201,7 +216,7 @@ std::int64_t HistoryStore::Open::bytesUsed() {
 }
 
 HistoryStore::HistoryStore(std::string folder, Clock& clock, SystemLog& log, HistoryLimits limits)
-    : file_(std::move(folder)), clock_(clock), log_(log), limits_(limits) {}
+    : file_(folder), tests_(std::move(folder)), clock_(clock), log_(log), limits_(limits) {}
 
 HistoryStore::~HistoryStore() = default;
 
@@ -266,14 +281,14 @@ void HistoryStore::openIt() {
     setAside(file_.path() + " is gone, and what lay beside it is not");
   }
   file_.make();
-  auto made = std::make_unique<Open>(file_.path());
+  auto made = std::make_unique<Open>(file_.path(), tests_);
   made->identity = file_.identity().value_or(HistoryFile::Identity{});
   HistoryFile::Contents contents = HistoryFile::contentsOf(made->sql);
   if (contents == HistoryFile::Contents::foreign) {
     made.reset();
     setAside(file_.path() + " is no history of this program");
     file_.make();
-    made = std::make_unique<Open>(file_.path());
+    made = std::make_unique<Open>(file_.path(), tests_);
     made->identity = file_.identity().value_or(HistoryFile::Identity{});
     contents = HistoryFile::contentsOf(made->sql);
   }

@@ -8,7 +8,9 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "history/AbandonedTests.h"
 #include "history/HistoryEntry.h"
 #include "history/HistoryFile.h"
 #include "posix/Clock.h"
@@ -31,6 +33,9 @@ struct HistoryLimits {
   std::int64_t bytes = 50'000'000;  // on disk, all files of the database together
   std::chrono::hours age{365 * 24};
 };
+
+// Returns those of a scan's paths for which its row has room. Pure.
+std::vector<std::string> pathsWithRoom(const std::vector<std::string>& paths);
 
 // The history as it is written. One that turns out to be broken is set aside and a new one begun,
 // which the log says. One thread.
@@ -59,6 +64,7 @@ class HistoryStore {
 
   // Constant after construction.
   const HistoryFile file_;
+  const AbandonedTests tests_;
   Clock& clock_;
   SystemLog& log_;
   const HistoryLimits limits_;

@@ -51,6 +51,7 @@ void Throbber::showMend() {
       key = "MEND_ENGINE";
       break;
     case Attention::engineFails:
+    case Attention::helperFails:
       key = "MEND_ENGINE_FAILS";
       break;
     case Attention::noDefinitions:
@@ -66,8 +67,6 @@ void Throbber::showMend() {
       key = "MEND_GAPS";
       break;
     case Attention::none:
-    case Attention::helperFails:
-      // The helper is tried again and again unasked.
       break;
   }
   if (key) {

@@ -67,12 +67,18 @@ class Page {
   // Selects these rows, which stand in their order, and no others; the table stays where it is.
   virtual void selectRows(const std::string& widget, const std::vector<std::size_t>& rows) = 0;
 
+  // Marks the title of a column as that by which the rows stand: what is smaller above, or below.
+  virtual void markTitle(const std::string& widget, std::size_t column, bool isAscending) = 0;
+
   // Has `action` called when its user presses a button, chooses, checks, has changed a text, or
   // opens a row of a table. A text counts as changed when its user leaves it or presses Enter;
   // where the interface file gives the field the property `live`, at each letter.
   virtual void onAction(const std::string& widget, Action action) = 0;
   // ... when other rows of a table are selected.
   virtual void onSelection(const std::string& widget, Action action) = 0;
+  // ... with the column of a table whose title is pressed.
+  virtual void onTitle(const std::string& widget,
+                       std::function<void(std::size_t column)> pressed) = 0;
   // ... with the paths of files and folders that are dropped there.
   virtual void onDrop(const std::string& widget,
                       std::function<void(const std::vector<std::string>& paths)> dropped) = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,7 +25,9 @@ struct PlannedScan {
   bool onlyOnMains = false;
 
   // What only the system says. Seconds since 1970, 0 where there is none.
-  bool isActive = false;  // its time is waited for
+  bool isActive = false;   // its time is waited for
+  bool isRunning = false;  // it scans at this moment
+  // When it last began to scan, as long as the system knows that: since the log-in.
   std::int64_t lastRun = 0;
   std::int64_t nextRun = 0;
   std::string calendar;      // its times in the system's own words
@@ -42,7 +45,8 @@ struct PlannedScan {
 
 // What is planned with the system, which runs it whether or not this program does, and makes up for
 // what was missed while the machine was off or asleep. Each operation asks the system anew and may
-// take seconds; any thread but the main one. A problem is empty when there was none.
+// take seconds; any thread but the main one, unless said otherwise. A problem is empty when there
+// was none.
 class PlannedScans {
  public:
   struct Listing {
@@ -58,6 +62,12 @@ class PlannedScans {
   virtual Wording remove(const std::string& id) = 0;
   // Has it begin at once and does not wait for its end. Refuses what is not understood.
   virtual Wording runNow(const std::string& id) = 0;
+  // Has one that runs end in order, with what it has found so far, and does not wait for that. One
+  // that does not run counts as ended.
+  virtual Wording end(const std::string& id) = 0;
+  // Has `changed` called on the main thread whenever one has begun or ended. Main thread; waits for
+  // nothing.
+  virtual void observe(std::function<void()> changed) = 0;
 };
 
 }  // namespace quillo

@@ -6,6 +6,11 @@
 
 namespace quillo {
 
+// What a planned scan came to, for the agent to show: with finds, and without. The object is a
+// title and, on the lines below, the report.
+inline constexpr const char* plannedScanFound = "VantrelPlannedScanFound";
+inline constexpr const char* plannedScanEnded = "VantrelPlannedScanEnded";
+
 // Named notifications between the applications of one user's session.
 class DistributedNotificationCenter {
  public:
@@ -13,6 +18,9 @@ class DistributedNotificationCenter {
   // Calls `action` on the main thread for each notification of that name, from any sender.
   // Main thread.
   virtual void addObserver(const std::string& name, std::function<void()> action) = 0;
+  // Does the same, and hands on the notification's object, which is whatever its sender likes.
+  virtual void addObjectObserver(const std::string& name,
+                                 std::function<void(const std::string& object)> action) = 0;
   // Ends every observation. Main thread.
   virtual void removeObservers() = 0;
   // Sends a notification, which is on its way when this returns. Without a session bus it is lost.

@@ -196,6 +196,12 @@ void Consequences::showEngineError(const std::string& quitMenuName) {
   dialog->orderFrontRegardless();
   NotificationDetails details;
   details.topic = engineTopic;
+  details.buttons.push_back(
+      {services_.localizedStrings.stringForKey("NOTIFICATION_VANTREL", ""), [&owner = owner_] {
+         if (!owner.openPage("overview")) {
+           owner.openScanLog();
+         }
+       }});
   details.buttons.push_back({services_.localizedStrings.stringForKey("NOTIFICATION_LOG", ""),
                              [&owner = owner_] { owner.openScanLog(); }});
   services_.notifier.displayGrowlDialogWithTitleAndDescription(notificationError, text, details);

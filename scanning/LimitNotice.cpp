@@ -59,7 +59,8 @@ void LimitNotice::add(const Verdict& verdict, ReportedFiles* reported) {
   }
 }
 
-void LimitNotice::post(Notifier& notifier, LocalizedStrings& strings) {
+void LimitNotice::post(Notifier& notifier, LocalizedStrings& strings,
+                       const std::function<void()>& showResults) {
   for (const auto& [kind, files] : kinds_) {
     Wording text{kind.first == Verdict::Limit::fileSize ? "TOO_LARGE" : "NOT_TO_ITS_END",
                  {files.first}};
@@ -72,7 +73,9 @@ void LimitNotice::post(Notifier& notifier, LocalizedStrings& strings) {
     if (kind.first == Verdict::Limit::fileSize) {
       text.values.push_back(sizeInWords(kind.second, strings));
     }
-    notifier.displayGrowlDialogWithTitleAndDescription(notificationHint, text.in(strings));
+    NotificationDetails details;
+    details.buttons.push_back({strings.stringForKey("NOTIFICATION_RESULTS", ""), showResults});
+    notifier.displayGrowlDialogWithTitleAndDescription(notificationHint, text.in(strings), details);
   }
   kinds_.clear();
 }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -45,8 +46,10 @@ class LimitNotice {
   // Takes note of a file if a limit kept it from being scanned and it is new to `reported`, which
   // may be null.
   void add(const Verdict& verdict, ReportedFiles* reported);
-  // Posts one notification for each kind that has been taken note of.
-  void post(Notifier& notifier, LocalizedStrings& strings);
+  // Posts one notification for each kind that has been taken note of; their button calls
+  // `showResults` on the main thread, however late.
+  void post(Notifier& notifier, LocalizedStrings& strings,
+            const std::function<void()>& showResults);
 
  private:
   struct Files {

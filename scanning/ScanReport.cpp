@@ -67,7 +67,14 @@ void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::
   hasJudged_ = false;
 }
 
-void ScanReport::endRun() { limitNotice_.post(services_.notifier, services_.localizedStrings); }
+// The button may outlive this object, not its owner.
+void ScanReport::endRun() {
+  limitNotice_.post(services_.notifier, services_.localizedStrings, [&owner = owner_] {
+    if (!owner.openPage("results")) {
+      owner.openScanLog();
+    }
+  });
+}
 
 int ScanReport::getLastColon(std::string_view text) { return lastColon(text); }
 

@@ -121,17 +121,15 @@ void FSEventWatcher::pauseAfterRun(Clock::Duration began) {
 void FSEventWatcher::showThatHelperFails() {
   services_.systemLog.log("gfslogger ends again and again, so nothing is watched: " + lastWords_);
   LocalizedStrings& strings = services_.localizedStrings;
-  // The button may outlive this object, not what it refers to.
-  showHelperProblem(replacingAll(strings.stringForKey("HELPER_FAILS", ""), "%@", lastWords_),
-                    {{strings.stringForKey("NOTIFICATION_VANTREL", ""),
-                      [&owner = owner_] { owner.showWhatMends(); }}});
+  showHelperProblem(replacingAll(strings.stringForKey("HELPER_FAILS", ""), "%@", lastWords_));
 }
 
-void FSEventWatcher::showHelperProblem(const std::string& problem,
-                                       const std::vector<NotificationButton>& buttons) {
+void FSEventWatcher::showHelperProblem(const std::string& problem) {
   NotificationDetails details;
   details.topic = helperTopic;
-  details.buttons = buttons;
+  // The button may outlive this object, not what it refers to.
+  details.buttons.push_back({services_.localizedStrings.stringForKey("NOTIFICATION_VANTREL", ""),
+                             [&owner = owner_] { owner.showWhatMends(); }});
   services_.notifier.displayGrowlDialogWithTitleAndDescription(notificationError, problem, details);
   showsProblem_ = true;
 }

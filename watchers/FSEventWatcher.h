@@ -83,8 +83,7 @@ class FSEventWatcher {
   void pauseAfterRun(Clock::Duration began);
   void showThatHelperFails();
   // Until the helper reports a change.
-  void showHelperProblem(const std::string& problem,
-                         const std::vector<NotificationButton>& buttons = {});
+  void showHelperProblem(const std::string& problem);
   void forgetMainLoop();
   bool beginWatching();
   bool releaseMainLoop();

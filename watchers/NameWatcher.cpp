@@ -89,9 +89,14 @@ void NameWatcher::placeHasGap(const std::string& place, Gap gap) {
   try {
     services_.systemLog.log(logLine(place, gap));
     const std::string text = services_.localizedStrings.stringForKey(keyOf(gap), "");
+    NotificationDetails details;
+    // The button may outlive this object, not what it refers to.
+    details.buttons.push_back({services_.localizedStrings.stringForKey("NOTIFICATION_FOLDERS", ""),
+                               [&owner = owner_] { owner.showFolders(); }});
     services_.notifier.displayGrowlDialogWithTitleAndDescription(
         notificationError,
-        replacingAll(text, "%@", abbreviatingWithTilde(place, services_.folders.homeFolder())));
+        replacingAll(text, "%@", abbreviatingWithTilde(place, services_.folders.homeFolder())),
+        details);
     std::size_t count = 0;
     {
       MutexLock hold(mutex_);

@@ -71,6 +71,8 @@ class WatcherOwner : public WatchedFolders {
   virtual void setHelperFails(bool fails) = 0;
   // Shows where its user finds out what can be done about that. Main thread.
   virtual void showWhatMends() = 0;
+  // Shows which folders are watched, and how well. Main thread.
+  virtual void showFolders() = 0;
   // Shows in how many of the watched places changes can be missed.
   virtual void setPlacesWithGaps(std::size_t count) = 0;
 };

@@ -24,7 +24,9 @@
 #include "companion/selftest/TestCommand.h"
 #include "platform/AgentLink.h"
 #include "platform/Application.h"
+#include "platform/Session.h"
 #include "platform/linux/companion/CommandPlatform.h"
+#include "posix/Version.h"
 
 namespace quillo {
 namespace {
@@ -33,15 +35,30 @@ using Words = Command::Words;
 using Run = int (*)(CompanionParts& parts, const Words& words, std::ostream& out,
                     std::ostream& errors);
 
+// One of another version may not know of planned scans.
+bool isShownByAgent(const CompanionDesktop& desktop, const std::string& report, bool isFind) {
+  desktop.agentLink.refresh();
+  const auto status = desktop.agentLink.status();
+  const bool isThere = status && status->program == projectVersion;
+  if (isThere) {
+    desktop.distributedNotificationCenter.post(isFind ? plannedScanFound : plannedScanEnded,
+                                               report);
+  }
+  return isThere;
+}
+
 int scan(CompanionParts& parts, const Words& words, std::ostream& out, std::ostream& errors) {
   if (isPlannedScan(words)) {
     const auto run = [&parts](const std::vector<std::string>& paths) {
       const std::string engine = parts.preferences.value(key::pathToClamav).value_or("");
-      awaitEngine(parts.desktop.clock, [&engine] { return isEngineThere(engine); });
-      return runToOutcome(paths, parts.scanServices(), &parts.keepScans(ScanSource::planned));
+      return runToOutcome(paths, parts.scanServices(), &parts.keepScans(ScanSource::planned),
+                          [engine] { return isEngineThere(engine); });
+    };
+    const auto showByAgent = [&parts](const std::string& report, bool isFind) {
+      return isShownByAgent(parts.desktop, report, isFind);
     };
     return runPlannedScan(words, errors,
-                          {parts.desktop.localizedStrings, parts.desktop.growl, run});
+                          {parts.desktop.localizedStrings, parts.desktop.growl, run, showByAgent});
   }
   return runScanCommand(
       words, out, errors,

@@ -42,8 +42,12 @@ LivingPage plannedPage(CompanionParts& parts, MainWindow& window, Page& page) {
   const CompanionDesktop& desktop = parts.desktop;
   return {std::make_shared<PlannedPage>(
       page, window,
-      PlannedPageServices{desktop.application, desktop.localizedStrings, desktop.plannedScans,
-                          parts.threads, timeInWords})};
+      PlannedPageServices{
+          desktop.application, desktop.localizedStrings, desktop.plannedScans, parts.threads,
+          timeInWords,
+          [folder = desktop.folders.stateFolder()](const std::vector<PlannedScan>& scans) {
+            return lastScansOf(scans, folder);
+          }})};
 }
 
 // Has it called whenever the agent, this program or one of its commands has news of finds.
@@ -135,7 +139,8 @@ LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
       page, window,
       OverviewServices{
           desktop.agentLink, desktop.clock, parts.definitionUpdate, desktop.localizedStrings,
-          desktop.distributedNotificationCenter, parts.preferences, parts.historyCounts, [&parts] {
+          desktop.distributedNotificationCenter, parts.preferences, parts.historyCounts,
+          desktop.application, parts.threads, [&parts] {
             const CompanionDesktop& its = parts.desktop;
             return EngineSetup(
                        {its.folders, parts.preferenceChanges, its.distributedNotificationCenter,

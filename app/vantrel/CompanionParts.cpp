@@ -129,9 +129,18 @@ void CompanionParts::enter(HistoryChange change) {
 }
 
 ManualScanServices CompanionParts::scanServices() {
-  return {desktop.application,  desktop.clock,     desktop.folders,   desktop.localizedStrings,
-          desktop.modifierKeys, preferences,       desktop.systemLog, threads,
-          desktop.volumes,      desktop.workspace, &putBackFiles};
+  return {desktop.application,
+          desktop.clock,
+          desktop.folders,
+          desktop.localizedStrings,
+          desktop.modifierKeys,
+          preferences,
+          desktop.systemLog,
+          threads,
+          desktop.volumes,
+          desktop.workspace,
+          &putBackFiles,
+          [this] { return lacksDefinitions(preferences.value(key::pathToClamav).value_or("")); }};
 }
 
 }  // namespace quillo

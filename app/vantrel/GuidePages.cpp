@@ -63,8 +63,13 @@ struct FirstStart {
 // Agent and desktop are asked here; everything else may take seconds.
 std::function<std::vector<HelpFinding>()> examination(CompanionParts& parts) {
   DoctorFacts facts;
-  facts.agent = parts.desktop.agentLink.status();
-  if (!facts.agent && parts.desktop.agentLink.presence() != AgentPresence::absent) {
+  AgentLink& agent = parts.desktop.agentLink;
+  // The window may have come up with this page, before the bus has said anything.
+  if (agent.presence() == AgentPresence::unknown) {
+    facts.agentProblem = agent.refresh();
+  }
+  facts.agent = agent.status();
+  if (!facts.agent && facts.agentProblem.empty() && agent.presence() != AgentPresence::absent) {
     facts.agentProblem = {"DOCTOR_AGENT_NOT_YET"};
   }
   facts.desktop = parts.desktop.desktopCheck.look();

@@ -1,14 +1,12 @@
 #include "app/vantrel/MainWindowProgram.h"
 
-#include <unistd.h>
-
-#include <climits>
 #include <cstdio>
 #include <memory>
 #include <string>
 
 #include "app/vantrel/CompanionPages.h"
 #include "app/vantrel/CompanionParts.h"
+#include "companion/CommandWords.h"
 #include "companion/Companion.h"
 #include "platform/Application.h"
 #include "platform/PreferenceStore.h"
@@ -22,14 +20,6 @@ namespace {
 constexpr int secondsForTheBus = 30;
 
 // The other process has a working folder of its own.
-std::string absolutePath(const std::string& path) {
-  char folder[PATH_MAX];
-  if (path.starts_with('/') || !getcwd(folder, sizeof folder)) {
-    return path;
-  }
-  return std::string(folder) + "/" + path;
-}
-
 CompanionRequest requestOf(const StartRequest& start) {
   CompanionRequest request;
   request.page = start.page;

@@ -18,14 +18,16 @@ bool isGuardedIn(const std::string& folder, const ExplanationServices& services)
 SelfTestParts::SelfTestParts(CompanionParts& parts, bool asksEachTime)
     : finds(parts.desktop.folders.stateFolder(),
             [&parts](const LaterOutcome& outcome) { parts.enter(outcome); }),
-      evidence({parts.desktop.agentLink,
-                [services = parts.explanationServices()](const std::string& folder) {
-                  return isGuardedIn(folder, services);
-                },
-                [this](const std::string& path, std::int64_t since) {
-                  return finds.findOf(path, since);
-                },
-                asksEachTime}) {}
+      evidence(
+          {parts.desktop.agentLink,
+           [services = parts.explanationServices()](const std::string& folder) {
+             return isGuardedIn(folder, services);
+           },
+           [this](const std::string& path, std::int64_t since) {
+             return finds.findOf(path, since);
+           },
+           asksEachTime,
+           [this](const std::string& path, std::int64_t since) { finds.abandon(path, since); }}) {}
 
 SelfTestServices selfTestServices(CompanionParts& parts, SelfTestParts& selfTest) {
   const CompanionDesktop& desktop = parts.desktop;

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <optional>
 
 #include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
@@ -14,8 +15,29 @@ namespace {
 
 constexpr std::chrono::seconds longestAnswer(5);
 
+// What the daemon of an engine says of itself, and where it loads its definitions from.
+struct AskedDaemon {
+  std::optional<DaemonVersion> version;
+  std::string folder;
+};
+
 std::int64_t secondsOf(std::chrono::system_clock::time_point time) {
   return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
+}
+
+AskedDaemon askDaemonOf(const std::string& engine) {
+  AskedDaemon asked;
+  const auto bytes = engine.empty() ? std::nullopt : ClamConf::bytesOf(engine + "/etc/clamd.conf");
+  if (!bytes) {
+    return asked;
+  }
+  const ClamConf configuration = ClamConf::parse(*bytes);
+  asked.folder = configuration.value("DatabaseDirectory");
+  if (const std::string socket = discernLocalSocket(*bytes).path.value_or(""); !socket.empty()) {
+    asked.version =
+        askDaemonVersion(socket, trustedDaemonUsers(configuration.value("User")), longestAnswer);
+  }
+  return asked;
 }
 
 }  // namespace
@@ -41,23 +63,23 @@ DefinitionPlace definitionPlaceOf(const std::string& engine) {
 }
 
 std::int64_t definitionsLoadedBy(const std::string& engine) {
-  const auto bytes = engine.empty() ? std::nullopt : ClamConf::bytesOf(engine + "/etc/clamd.conf");
-  if (!bytes) {
-    return 0;
-  }
-  const ClamConf configuration = ClamConf::parse(*bytes);
-  const std::string socket = discernLocalSocket(*bytes).path.value_or("");
-  const auto version =
-      socket.empty() ? std::nullopt
-                     : askDaemonVersion(socket, trustedDaemonUsers(configuration.value("User")),
-                                        longestAnswer);
-  if (version && version->definitions) {
-    return secondsOf(*version->definitions);
+  const AskedDaemon daemon = askDaemonOf(engine);
+  if (daemon.version && daemon.version->definitions) {
+    return secondsOf(*daemon.version->definitions);
   }
   // A daemon does not number definitions other than main and daily; those it would, had it loaded
   // them.
-  const std::string folder = configuration.value("DatabaseDirectory");
-  return version && definitionsIn(folder).any() ? 0 : definitionPlaceAt(folder).built;
+  return daemon.version && definitionsIn(daemon.folder).any()
+             ? 0
+             : definitionPlaceAt(daemon.folder).built;
+}
+
+bool lacksDefinitions(const std::string& engine) {
+  const AskedDaemon daemon = askDaemonOf(engine);
+  if (!daemon.version || daemon.version->definitions || daemon.folder.empty()) {
+    return false;
+  }
+  return definitionsIn(daemon.folder).any() || !holdsRealDefinitions(daemon.folder);
 }
 
 }  // namespace quillo

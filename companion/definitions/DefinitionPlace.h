@@ -24,5 +24,8 @@ DefinitionPlace definitionPlaceOf(const std::string& engine);
 // 1970: as it says itself or, where it does not, as they lie on the disk; 0 for none. Waits for its
 // answer, some seconds at most. Any thread.
 std::int64_t definitionsLoadedBy(const std::string& engine);
+// Returns true when this engine's daemon answers, and has loaded none but the built-in definition:
+// what it calls clean may be anything. Waits for its answer, some seconds at most. Any thread.
+bool lacksDefinitions(const std::string& engine);
 
 }  // namespace quillo

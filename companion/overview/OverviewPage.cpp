@@ -77,7 +77,14 @@ void showIfAny(Page& page, const std::string& widget, const std::string& text) {
 }  // namespace
 
 OverviewPage::OverviewPage(Page& page, MainWindow& window, const OverviewServices& services)
-    : page_(page), window_(window), services_(services) {
+    : page_(page),
+      window_(window),
+      services_(services),
+      counting_(services.counts, services.application, services.threads,
+                [this](const RecentCounts::Counts& counts) {
+                  counts_ = counts;
+                  showCounts();
+                }) {
   page_.onAction("mendButton", [this] { mend(); });
   page_.onAction("updateButton", [this] { services_.update.start(); });
   page_.onAction("resultsButton", [this] { window_.show("results"); });
@@ -125,9 +132,7 @@ void OverviewPage::agentChanged() {
   showUpdate();
 }
 
-void OverviewPage::countAnew() {
-  counts_ = services_.counts.countsSince(services_.clock.wallTime() - recently);
-}
+void OverviewPage::countAnew() { counting_.begin(services_.clock.wallTime() - recently); }
 
 void OverviewPage::lookForDefinitions() {
   definitions_ = definitionsInUse(services_.agent.status(),
@@ -170,9 +175,14 @@ void OverviewPage::showFacts() {
   showIfAny(page_, "watchingText", facts.watching(status));
   page_.setText("scanningText", facts.scanning(status));
   page_.setText("definitionsText", facts.definitions(definitions_));
-  page_.setText("foundText", facts.found(counts_));
-  showIfAny(page_, "notScannedText", facts.notScanned(counts_));
   showIfAny(page_, "historyText", facts.history(status));
+  showCounts();
+}
+
+void OverviewPage::showCounts() {
+  const OverviewText facts(services_.strings, services_.clock.wallTime());
+  page_.setText("foundText", counts_ ? facts.found(*counts_) : text("OVERVIEW_COUNTING"));
+  showIfAny(page_, "notScannedText", counts_ ? facts.notScanned(*counts_) : "");
 }
 
 void OverviewPage::showUpdate() {

@@ -1,21 +1,25 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "companion/definitions/DefinitionPlace.h"
 #include "companion/overview/Guard.h"
+#include "companion/overview/LaterCounts.h"
 #include "companion/overview/RecentCounts.h"
 #include "platform/AgentLink.h"
 
 namespace quillo {
 
+class Application;
 class Clock;
 class DefinitionUpdate;
 class DistributedNotificationCenter;
 class LocalizedStrings;
 class MainWindow;
 class Page;
+class ThreadStarter;
 class TypedPreferences;
 
 // The services that the overview uses. All of them outlive it.
@@ -27,6 +31,8 @@ struct OverviewServices {
   DistributedNotificationCenter& notifications;
   const TypedPreferences& preferences;
   RecentCounts& counts;
+  Application& application;
+  ThreadStarter& threads;
   // Makes an engine of what is installed and has the agent use it, in seconds, while the desktop
   // stays alive. Returns what went wrong.
   std::function<Wording()> setUpEngine;
@@ -46,6 +52,7 @@ class OverviewPage {
   void lookForDefinitions();
   void showGuard();
   void showFacts();
+  void showCounts();
   void showUpdate();
   bool mayClose();
   void showWhetherMending(bool updates);
@@ -61,8 +68,9 @@ class OverviewPage {
   MainWindow& window_;
   const OverviewServices services_;
   Guard guard_;
-  // As they were when somebody last said that they are others.
-  RecentCounts::Counts counts_;
+  LaterCounts counting_;
+  // As they were when somebody last said that they are others; nothing before that is known.
+  std::optional<RecentCounts::Counts> counts_;
   DefinitionPlace definitions_;
   AgentStatus known_;
   // The agent was asked to end, and is started again as soon as it has.

@@ -20,7 +20,7 @@ class RecentCounts {
   };
 
   virtual ~RecentCounts() = default;
-  // Takes at most some milliseconds. Main thread.
+  // Takes longer the more there is. One thread at a time.
   virtual Counts countsSince(std::chrono::system_clock::time_point since) = 0;
 };
 

@@ -1,6 +1,8 @@
 #include "companion/planned/PlannedPage.h"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <system_error>
 #include <utility>
@@ -54,19 +56,39 @@ struct PlannedPage::Rows final : TableRows {
   Row row(std::size_t row) override {
     const PlannedScan& scan = scans.at(row);
     LocalizedStrings& strings = services.localizedStrings;
-    const auto time = [&](std::int64_t when, const char* never) {
-      return when > 0 ? services.timeInWords(when) : strings.stringForKey(never, "");
-    };
     const std::string times = timesInWords(scan, strings);
-    return {{foldersInWords(scan, strings),
-             scan.onlyOnMains ? Wording{"PLANNED_ON_MAINS", {times}}.in(strings) : times,
-             time(scan.lastRun, "PLANNED_NOT_YET"),
-             scan.isActive ? time(scan.nextRun, "PLANNED_NOT_KNOWN")
-                           : strings.stringForKey("PLANNED_OFF", "")},
-            scan.isActive && scan.isUnderstood ? Sign::none : Sign::warning};
+    return {
+        {foldersInWords(scan, strings),
+         scan.onlyOnMains ? Wording{"PLANNED_ON_MAINS", {times}}.in(strings) : times, last(scan),
+         scan.isActive ? time(scan.nextRun, "PLANNED_NOT_KNOWN")
+                       : strings.stringForKey("PLANNED_OFF", "")},
+        scan.isActive && scan.isUnderstood ? Sign::none : Sign::warning};
+  }
+  std::string time(std::int64_t when, const char* never) const {
+    return when > 0 ? services.timeInWords(when)
+                    : services.localizedStrings.stringForKey(never, "");
+  }
+  // The history knows what was really scanned; the system only that something was begun.
+  std::string last(const PlannedScan& scan) const {
+    if (scan.isRunning) {
+      return services.localizedStrings.stringForKey("PLANNED_RUNS", "");
+    }
+    if (!known) {
+      return time(scan.lastRun, "PLANNED_NOT_YET");
+    }
+    const auto found = known->find(scan.id);
+    if (found == known->end()) {
+      return time(0, "PLANNED_NOT_YET");
+    }
+    const ScanRun& run = found->second;
+    const std::string began =
+        services.timeInWords(std::chrono::system_clock::to_time_t(run.started));
+    const bool wasWhole = run.ended && run.end == ScanRun::End::whole;
+    return wasWhole ? began : Wording{"PLANNED_NOT_WHOLE", {began}}.in(services.localizedStrings);
   }
   const PlannedPageServices services;
   std::vector<PlannedScan> scans;
+  std::optional<LastScans> known;
 };
 
 PlannedPage::PlannedPage(Page& page, MainWindow& window, const PlannedPageServices& services)
@@ -107,8 +129,19 @@ void PlannedPage::connect() {
              scan->onlyOnMains ? "PLANNED_STARTED_ON_MAINS" : "PLANNED_STARTED");
     }
   });
+  page_.onAction("endNow", [this] {
+    if (const PlannedScan* scan = selected()) {
+      change([&plans = services_.plannedScans, id = scan->id] { return plans.end(id); },
+             "PLANNED_ENDED");
+    }
+  });
   page_.onAction("save", [this] { save(); });
   window_.onShown("planned", [this] { refresh(); });
+  services_.plannedScans.observe([this, life = std::weak_ptr<const bool>(life_)] {
+    if (!life.expired() && window_.shownPage() == "planned") {
+      refresh();
+    }
+  });
   page_.onDrop("plans", [this](const std::vector<std::string>& folders) { planFolders(folders); });
 }
 
@@ -119,16 +152,21 @@ const PlannedScan* PlannedPage::selected() const {
 
 void PlannedPage::showButtons() {
   const PlannedScan* scan = selected();
-  for (const char* button : {"change", "remove", "runNow"}) {
-    page_.setEnabled(button, scan != nullptr && !isBusy_);
+  const bool isRunning = scan != nullptr && scan->isRunning;
+  page_.setEnabled("change", scan != nullptr && !isBusy_);
+  // One that is no longer there could neither be seen nor ended.
+  for (const char* button : {"remove", "runNow"}) {
+    page_.setEnabled(button, scan != nullptr && !isBusy_ && !isRunning);
   }
+  page_.setEnabled("endNow", isRunning && !isBusy_);
   page_.setEnabled("add", !isBusy_);
   page_.setEnabled("save", !isBusy_);
 }
 
 void PlannedPage::showState(const Wording& words) {
+  said_ = words.in(services_.localizedStrings);
   page_.setVisible("state", !words.empty());
-  page_.setText("state", words.in(services_.localizedStrings));
+  page_.setText("state", said_);
 }
 
 void PlannedPage::planFolders(const std::vector<std::string>& folders) {
@@ -141,25 +179,32 @@ void PlannedPage::edit(const PlannedScan& scan) {
   editor_.open(scan);
 }
 
-void PlannedPage::refresh() {
-  const auto listing = std::make_shared<PlannedScans::Listing>();
-  inBackground([&plans = services_.plannedScans, listing] { *listing = plans.list(); },
-               [this, listing] { show(*listing); });
+PlannedPage::Planned PlannedPage::look(const PlannedPageServices& services) {
+  Planned planned{services.plannedScans.list(), {}};
+  planned.last = services.lastScans(planned.listing.scans);
+  return planned;
 }
 
-void PlannedPage::show(const PlannedScans::Listing& listing) {
+void PlannedPage::refresh() {
+  const auto planned = std::make_shared<Planned>();
+  add({[services = services_, planned] { *planned = look(services); },
+       [this, planned] { show(*planned); }, true});
+}
+
+void PlannedPage::show(const Planned& planned) {
   const PlannedScan* before = selected();
   const std::string id = before != nullptr ? before->id : "";
-  rows_->scans = listing.scans;
+  rows_->scans = planned.listing.scans;
+  rows_->known = planned.last;
   page_.rowsChanged("plans");
   for (std::size_t row = 0; row < rows_->scans.size(); ++row) {
     if (!id.empty() && rows_->scans[row].id == id) {
       page_.selectRow("plans", row);
     }
   }
-  page_.setVisible("none", listing.scans.empty() && listing.problem.empty());
-  if (!listing.problem.empty()) {
-    showState(listing.problem);
+  page_.setVisible("none", planned.listing.scans.empty() && planned.listing.problem.empty());
+  if (!planned.listing.problem.empty()) {
+    showState(planned.listing.problem);
   }
   showButtons();
 }
@@ -193,52 +238,85 @@ void PlannedPage::askToRemove() {
 }
 
 void PlannedPage::change(const std::function<Wording()>& work, const std::string& done) {
+  if (changes_++ == 0) {
+    showState({});
+  }
   const auto problem = std::make_shared<Wording>();
-  const auto listing = std::make_shared<PlannedScans::Listing>();
-  inBackground(
-      [&plans = services_.plannedScans, work, problem, listing] {
-        *problem = work();
-        *listing = plans.list();
-      },
-      [this, problem, listing, done] {
-        const bool wasSaved = done == "PLANNED_SAVED";
-        if (problem->empty() && wasSaved) {
-          editor_.close();
-        }
-        showState(problem->empty() ? Wording{done} : *problem);
-        if (wasSaved && editor_.isOpen()) {
-          editor_.showProblem(problem->in(services_.localizedStrings));
-        }
-        show(*listing);
-      });
+  const auto planned = std::make_shared<Planned>();
+  add({[services = services_, work, problem, planned] {
+         *problem = work();
+         *planned = look(services);
+       },
+       [this, problem, planned, done] {
+         changed(*problem, done);
+         show(*planned);
+       }});
 }
 
-void PlannedPage::inBackground(std::function<void()> work, std::function<void()> then) {
-  if (isBusy_) {
-    next_ = [this, work = std::move(work), then = std::move(then)] { inBackground(work, then); };
+// Of several, what came of each is said.
+void PlannedPage::changed(const Wording& problem, const std::string& done) {
+  --changes_;
+  const std::string words =
+      (problem.empty() ? Wording{done} : problem).in(services_.localizedStrings);
+  said_ += (said_.empty() ? "" : "\n") + words;
+  page_.setVisible("state", true);
+  page_.setText("state", said_);
+  if (done == "PLANNED_SAVED" && editor_.isOpen()) {
+    if (problem.empty()) {
+      editor_.close();
+    } else {
+      editor_.showProblem(words);
+    }
+  }
+}
+
+void PlannedPage::add(Job job) {
+  const bool isOneTooMany =
+      job.isLook && std::any_of(waiting_.begin(), waiting_.end(),
+                                [](const Job& waiting) { return waiting.isLook; });
+  if (isOneTooMany) {
     return;
   }
+  waiting_.push_back(std::move(job));
+  if (!isBusy_) {
+    beginNext();
+  }
+}
+
+void PlannedPage::beginNext() {
+  while (!isBusy_ && !waiting_.empty()) {
+    Job job = std::move(waiting_.front());
+    waiting_.pop_front();
+    begin(std::move(job));
+  }
+}
+
+void PlannedPage::begin(Job job) {
   isBusy_ = true;
   showButtons();
+  const bool isLook = job.isLook;
   try {
     services_.threads.detachNewThread(
-        "planned", [this, work = std::move(work), then = std::move(then),
-                    &application = services_.application, life = std::weak_ptr<const bool>(life_)] {
-          work();
-          application.performOnMainThread([this, then, life] {
+        "planned", [this, job = std::move(job), &application = services_.application,
+                    life = std::weak_ptr<const bool>(life_)] {
+          job.work();
+          application.performOnMainThread([this, then = job.then, life] {
             if (!life.expired()) {
               isBusy_ = false;
               then();
               showButtons();
-              if (const auto next = std::exchange(next_, nullptr)) {
-                next();
-              }
+              beginNext();
             }
           });
         });
   } catch (const std::system_error& failure) {
     isBusy_ = false;
-    showState({"PLANNED_REFUSED", {failure.what()}});
+    const Wording problem = {"PLANNED_REFUSED", {failure.what()}};
+    if (isLook) {
+      showState(problem);
+    } else {
+      changed(problem, "");
+    }
     showButtons();
   }
 }

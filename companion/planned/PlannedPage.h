@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "companion/planned/LastScans.h"
 #include "companion/planned/PlannedEditor.h"
 #include "platform/PlannedScans.h"
 
@@ -25,6 +27,9 @@ struct PlannedPageServices {
   ThreadStarter& threads;
   // Returns a time (seconds since 1970) as this machine's user reads it.
   std::function<std::string(std::int64_t time)> timeInWords;
+  // As lastScansOf(): what was really scanned. Called on a thread of its own.
+  std::function<std::optional<LastScans>(const std::vector<PlannedScan>& scans)> lastScans =
+      [](const std::vector<PlannedScan>&) { return std::nullopt; };
 };
 
 // Returns how often and when, in the user's language. Any thread.
@@ -43,13 +48,27 @@ class PlannedPage {
 
  private:
   struct Rows;
+  // What is planned, and what came of it.
+  struct Planned {
+    PlannedScans::Listing listing;
+    std::optional<LastScans> last;
+  };
+  struct Job {
+    std::function<void()> work;
+    std::function<void()> then;
+    bool isLook = false;  // several that wait are one
+  };
 
   void connect();
   // Has the system do something, says what came of it (`done`, a key, where nothing went wrong),
   // and shows what is planned then.
   void change(const std::function<Wording()>& work, const std::string& done);
-  void inBackground(std::function<void()> work, std::function<void()> then);
-  void show(const PlannedScans::Listing& listing);
+  static Planned look(const PlannedPageServices& services);
+  void add(Job job);
+  void begin(Job job);
+  void beginNext();
+  void changed(const Wording& problem, const std::string& done);
+  void show(const Planned& planned);
   void showState(const Wording& words);
   void showButtons();
   void edit(const PlannedScan& scan);
@@ -65,8 +84,11 @@ class PlannedPage {
   PlannedEditor editor_;
 
   bool isBusy_ = false;
-  // What was asked for meanwhile.
-  std::function<void()> next_;
+  // What was asked for meanwhile, in its order.
+  std::deque<Job> waiting_;
+  // Changes whose end has not been said, and what was said of those before.
+  int changes_ = 0;
+  std::string said_;
   // What a thread brings back when the page is gone is dropped.
   const std::shared_ptr<const bool> life_ = std::make_shared<bool>(true);
 };

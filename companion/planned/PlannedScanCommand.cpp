@@ -1,5 +1,7 @@
 #include "companion/planned/PlannedScanCommand.h"
 
+#include <signal.h>
+
 #include <ostream>
 
 #include "companion/CommandWords.h"
@@ -13,6 +15,7 @@ namespace {
 constexpr std::size_t firstPath = 3;
 constexpr int statusFound = 1;
 constexpr int statusIncomplete = 2;
+constexpr int statusEnded = 128 + SIGTERM;
 
 // Returns none when one of the words is neither an absolute path nor the URI of one.
 std::vector<std::string> pathsIn(const std::vector<std::string>& words) {
@@ -31,16 +34,27 @@ const char* titleKeyOf(const PlannedScanOutcome& outcome) {
   if (outcome.found > 0) {
     return "PLANNED_RESULT_FOUND";
   }
+  if (outcome.isStopped) {
+    return "PLANNED_RESULT_ENDED";
+  }
   return outcome.isComplete ? "PLANNED_RESULT_CLEAN" : "PLANNED_RESULT_INCOMPLETE";
 }
 
 void show(const PlannedScanOutcome& outcome, const PlannedScanServices& services) {
+  const bool isFind = outcome.found > 0;
+  const std::string title = services.localizedStrings.stringForKey(titleKeyOf(outcome), "");
+  // What is well leads nowhere, and need not stay.
+  const bool leadsOn = isFind || !outcome.isComplete;
+  if (leadsOn && services.showByAgent &&
+      services.showByAgent(title + "\n" + outcome.words, isFind)) {
+    return;
+  }
   GrowlNotification notification;
-  notification.title = services.localizedStrings.stringForKey(titleKeyOf(outcome), "");
+  notification.title = title;
   notification.name = services.localizedStrings.stringForKey("PLANNED_TITLE", "");
   notification.description = outcome.words;
-  notification.isSticky = outcome.found > 0;
-  notification.details.isFind = outcome.found > 0;
+  notification.isSticky = isFind;
+  notification.details.isFind = isFind;
   notification.details.outlivesSender = true;
   services.growl.setGrowlDelegate({{notification.name}, {notification.name}});
   services.growl.notify(notification);
@@ -62,7 +76,10 @@ int runPlannedScan(const std::vector<std::string>& words, std::ostream& errors,
   }
   const PlannedScanOutcome outcome = services.scan(paths);
   show(outcome, services);
-  return outcome.found > 0 ? statusFound : outcome.isComplete ? 0 : statusIncomplete;
+  if (outcome.found > 0) {
+    return statusFound;
+  }
+  return outcome.isStopped ? statusEnded : outcome.isComplete ? 0 : statusIncomplete;
 }
 
 }  // namespace quillo

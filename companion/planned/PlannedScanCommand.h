@@ -15,6 +15,7 @@ class LocalizedStrings;
 struct PlannedScanOutcome {
   std::uint64_t found = 0;
   bool isComplete = true;  // everything was scanned
+  bool isStopped = false;  // it was ended early
   std::string words;       // the report, for people
 };
 
@@ -23,12 +24,17 @@ struct PlannedScanServices {
   GrowlApplicationBridge& growl;
   // Scans these absolute paths, any bytes, and puts what is found into the history.
   std::function<PlannedScanOutcome(const std::vector<std::string>& paths)> scan;
+  // Has the agent show what came of it, a title and the report on the lines below: there the
+  // notification has a button, which nobody could press once this process has ended. Returns false
+  // where no agent does that.
+  std::function<bool(const std::string& report, bool isFind)> showByAgent = {};
 };
 
 // `vantrel scan --planned ID -- WHAT…`, as a timer runs it, of which `words` are those behind
 // "scan": scans, and shows in a notification what came of it. WHAT is a path or its URI (RFC 8089).
-// Returns the exit status: 1 when anything was found, else 2 when anything was not scanned or the
-// words are wrong, else 0. Main thread.
+// Returns the exit status: 1 when anything was found, else 143, as a shell says it of SIGTERM, when
+// it was ended early, else 2 when anything was not scanned or the words are wrong, else 0. Main
+// thread.
 int runPlannedScan(const std::vector<std::string>& words, std::ostream& errors,
                    const PlannedScanServices& services);
 // Returns true when these words behind "scan" are of a planned scan. Pure.

@@ -1,5 +1,6 @@
 #include "companion/planned/PlannedScanRun.h"
 
+#include <atomic>
 #include <memory>
 
 #include "clamav/ClamConf.h"
@@ -22,22 +23,28 @@ struct Ending final : ManualScanObserver {
 
 constexpr Clock::Duration patience = std::chrono::minutes(10);
 constexpr Clock::Duration betweenQuestions = std::chrono::seconds(5);
+constexpr Clock::Duration betweenLooks = std::chrono::seconds(1);
 constexpr std::chrono::seconds longestAnswer(5);
 
 }  // namespace
 
-bool awaitEngine(Clock& clock, const std::function<bool()>& answers) {
-  const Clock::Duration deadline = clock.now() + patience;
+bool awaitEngine(Clock& clock, const std::function<bool()>& answers,
+                 const std::function<bool()>& isEnded) {
+  Clock::Duration next = clock.now();
+  const Clock::Duration deadline = next + patience;
   Condition pause(clock);
-  while (!answers()) {
-    if (clock.now() >= deadline) {
-      return false;
+  while (!isEnded() && clock.now() < deadline) {
+    if (clock.now() >= next) {
+      if (answers()) {
+        return true;
+      }
+      next = clock.now() + betweenQuestions;
     }
     pause.lock();
-    pause.waitFor(betweenQuestions);
+    pause.waitFor(betweenLooks);
     pause.unlock();
   }
-  return true;
+  return false;
 }
 
 bool isEngineThere(const std::string& engine) {
@@ -49,18 +56,24 @@ bool isEngineThere(const std::string& engine) {
 }
 
 PlannedScanOutcome runToOutcome(const std::vector<std::string>& paths,
-                                const ManualScanServices& services, ScanHistory* history) {
+                                const ManualScanServices& services, ScanHistory* history,
+                                const std::function<bool()>& engineAnswers) {
   Ending ending;
   const auto scan = std::make_shared<ManualScan>(services, ending, history);
+  const auto isEnded = std::make_shared<std::atomic<bool>>(false);
   {
-    const InterruptWatch interrupts(services.threads, [scan] { scan->stop(); });
+    const InterruptWatch interrupts(services.threads, [scan, isEnded] {
+      *isEnded = true;
+      scan->stop();
+    });
+    awaitEngine(services.clock, engineAnswers, [isEnded] { return isEnded->load(); });
     scan->run(paths);
   }
   const ManualScanResult& result = ending.result;
   PlannedScanOutcome outcome;
   outcome.found = result.found;
-  outcome.isComplete = result.notScanned == 0 && !result.isStopped &&
-                       result.problem == ManualScanResult::Problem::none;
+  outcome.isStopped = result.isStopped;
+  outcome.isComplete = result.isComplete();
   for (const std::string& sentence : ScanWords(services.localizedStrings).report(result)) {
     outcome.words += (outcome.words.empty() ? "" : "\n") + sentence;
   }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <map>
 #include <utility>
 
 #include "clamav/Verdict.h"
@@ -21,6 +20,10 @@ constexpr std::array<const char*, 7> details = {"fileValue",  "originValue", "th
                                                 "movedValue", "sizeValue",   "hashValue",
                                                 "stateValue"};
 
+bool canBePutBackAsClean(const QuarantinedFile& file) {
+  return file.isCleanByNow() && file.knowsOrigin();
+}
+
 std::string joined(const std::vector<std::string>& lines) {
   std::string text;
   for (const std::string& line : lines) {
@@ -30,27 +33,6 @@ std::string joined(const std::vector<std::string>& lines) {
 }
 
 }  // namespace
-
-class QuarantinePage::Rows final : public TableRows {
- public:
-  explicit Rows(const QuarantineWords& words) : words_(words) {}
-
-  void set(Files files) { files_ = std::move(files); }
-  const Files& files() const { return files_; }
-  std::size_t count() override { return files_.size(); }
-  Row row(std::size_t row) override {
-    const QuarantinedFile& file = files_.at(row);
-    return {{file.formerName(), words_.origin(file), words_.threat(file), words_.moved(file),
-             words_.size(file.identity.size), words_.state(file)},
-            file.isCleanByNow()                               ? Sign::good
-            : file.origin == QuarantinedFile::Origin::damaged ? Sign::warning
-                                                              : Sign::threat};
-  }
-
- private:
-  const QuarantineWords words_;
-  Files files_;
-};
 
 std::shared_ptr<QuarantinePage> QuarantinePage::make(MainWindow& window,
                                                      QuarantineServices services) {
@@ -64,7 +46,8 @@ QuarantinePage::QuarantinePage(MainWindow& window, QuarantineServices services)
       page_(window.page(name)),
       services_(std::move(services)),
       words_(services_.localizedStrings),
-      rows_(std::make_shared<Rows>(words_)) {}
+      list_(page_, words_),
+      listing_(std::make_shared<QuarantineStore::Listing>()) {}
 
 void QuarantinePage::connect() {
   const auto begins = [weak = weak_from_this()](const std::string& words) {
@@ -90,11 +73,15 @@ void QuarantinePage::connectWidgets() {
     };
   };
   window_.onShown(name, bound(&QuarantinePage::refresh));
-  page_.setRows("files",
-                {words_.text("FILE"), words_.text("ORIGIN"), words_.text("THREAT"),
-                 words_.text("MOVED"), words_.text("SIZE"), words_.text("STATE")},
-                rows_);
   page_.onSelection("files", bound(&QuarantinePage::showSelection));
+  page_.onTitle("files", [weak = weak_from_this()](std::size_t column) {
+    if (const auto self = weak.lock()) {
+      self->list_.sortBy(column);
+      self->showSelection();
+    }
+  });
+  page_.onAction("sortBy", bound(&QuarantinePage::sort));
+  page_.onAction("reversed", bound(&QuarantinePage::sort));
   page_.onAction("refreshButton", bound(&QuarantinePage::refresh));
   page_.onAction("restoreButton", bound(&QuarantinePage::restoreSelected));
   page_.onAction("restoreCleanButton", bound(&QuarantinePage::restoreClean));
@@ -130,13 +117,17 @@ void QuarantinePage::showBusy(const std::string& words) {
 }
 
 void QuarantinePage::show(QuarantineDone done) {
-  const bool isNews = done.isListed && !areAlike(listing_, done.listing);
-  if (done.isListed) {
-    listing_ = std::move(done.listing);
+  const bool isNews = done.isListed && !areAlike(*listing_, done.listing);
+  if (isNews) {
+    listing_ = std::make_shared<QuarantineStore::Listing>(std::move(done.listing));
   }
   if (done.isQuiet) {
     // Of the last action stays what was said; of one that waits, that it does.
-    isNews && !isActing_ ? showList() : showRows();
+    if (isNews && !isActing_) {
+      showList();
+    } else if (isNews || !wanted_.empty()) {
+      showRows();
+    }
     return;
   }
   isActing_ = false;
@@ -156,84 +147,60 @@ void QuarantinePage::show(QuarantineDone done) {
 }
 
 void QuarantinePage::showList() {
-  const bool isUsable = listing_.problem == QuarantineStore::FolderProblem::none;
-  const std::size_t clean = cleanFiles().size();
-  std::string summary = !isUsable                ? words_.problem(listing_, work_->folder())
-                        : listing_.files.empty() ? words_.text("EMPTY")
-                                                 : words_.counted("FILES", listing_.files.size());
-  if (clean > 0) {
-    summary += " " + words_.counted("CLEAN", clean);
+  showRows();
+  const bool isUsable = listing_->problem == QuarantineStore::FolderProblem::none;
+  std::string summary = !isUsable                 ? words_.problem(*listing_, work_->folder())
+                        : listing_->files.empty() ? words_.text("EMPTY")
+                                                  : words_.counted("FILES", listing_->files.size());
+  if (cleanFiles_ > 0) {
+    summary += " " + words_.counted("CLEAN", cleanFiles_);
   }
-  if (listing_.recordsError != 0) {
+  if (listing_->recordsError != 0) {
     summary += " " + words_.text("RECORDS_UNUSABLE");
   }
   page_.setText("summary", summary);
-  showRows();
 }
 
-// A row is another file after a change: the selection follows the files, by name and identity.
 void QuarantinePage::showRows() {
-  std::map<std::string, FileIdentity> chosen;
-  for (const QuarantinedFile& file : selectedFiles()) {
-    chosen.emplace(file.name, file.identity);
-  }
-  rows_->set(listing_.files);
-  page_.rowsChanged("files");
-  std::vector<std::size_t> rows;
-  for (std::size_t row = 0; row < listing_.files.size(); ++row) {
-    const auto found = chosen.find(listing_.files[row].name);
-    if (found != chosen.end() && isSameInFolder(found->second, listing_.files[row].identity)) {
-      rows.push_back(row);
-    }
-  }
-  const auto wanted = std::find_if(listing_.files.begin(), listing_.files.end(),
-                                   [this](const auto& file) { return file.name == wanted_; });
-  if (wanted == listing_.files.end()) {
-    page_.selectRows("files", rows);
-  } else {
-    // So that it is seen, too.
-    page_.selectRow("files", static_cast<std::size_t>(wanted - listing_.files.begin()));
+  cleanFiles_ = static_cast<std::size_t>(
+      std::count_if(listing_->files.begin(), listing_->files.end(), canBePutBackAsClean));
+  list_.show({listing_, &listing_->files});
+  if (!wanted_.empty() && list_.select(wanted_)) {
     wanted_.clear();
   }
   showSelection();
 }
 
+void QuarantinePage::sort() {
+  list_.sort();
+  showSelection();
+}
+
 QuarantinePage::Files QuarantinePage::cleanFiles() const {
   Files clean;
-  std::copy_if(
-      listing_.files.begin(), listing_.files.end(), std::back_inserter(clean),
-      [](const QuarantinedFile& file) { return file.isCleanByNow() && file.knowsOrigin(); });
+  std::copy_if(listing_->files.begin(), listing_->files.end(), std::back_inserter(clean),
+               canBePutBackAsClean);
   return clean;
 }
 
-QuarantinePage::Files QuarantinePage::selectedFiles() {
-  Files files;
-  for (const std::size_t row : page_.selectedRows("files")) {
-    if (row < rows_->files().size()) {
-      files.push_back(rows_->files()[row]);
-    }
-  }
-  return files;
-}
-
 void QuarantinePage::showSelection() {
-  const Files chosen = selectedFiles();
+  const std::vector<const QuarantinedFile*> chosen = list_.selected();
   for (const char* const button : buttons) {
     page_.setEnabled(button, !isActing_ && !chosen.empty());
   }
   page_.setEnabled("refreshButton", !isActing_);
-  const bool isAnyClean = !cleanFiles().empty();
+  const bool isAnyClean = cleanFiles_ > 0;
   page_.setEnabled("restoreCleanButton", !isActing_ && isAnyClean);
   page_.setVisible("restoreCleanButton", isAnyClean);
   // Without a choice everything is checked.
-  page_.setEnabled("checkButton", !isActing_ && rows_->count() > 0);
+  page_.setEnabled("checkButton", !isActing_ && list_.count() > 0);
   page_.setEnabled("restoreButton",
                    !isActing_ && std::any_of(chosen.begin(), chosen.end(),
-                                             [](const auto& file) { return file.knowsOrigin(); }));
+                                             [](const auto* file) { return file->knowsOrigin(); }));
   showDetails(chosen);
 }
 
-void QuarantinePage::showDetails(const Files& chosen) {
+void QuarantinePage::showDetails(const std::vector<const QuarantinedFile*>& chosen) {
   if (chosen.size() != 1) {
     for (const char* const detail : details) {
       page_.setText(detail, "");
@@ -243,7 +210,7 @@ void QuarantinePage::showDetails(const Files& chosen) {
     }
     return;
   }
-  const QuarantinedFile& file = chosen.front();
+  const QuarantinedFile& file = *chosen.front();
   const std::string& folder = work_->folder();
   page_.setText("fileValue", folder + (folder.ends_with('/') ? "" : "/") + file.name);
   page_.setText("originValue", words_.origin(file));
@@ -291,21 +258,21 @@ void QuarantinePage::restore(const Files& files, const QuarantineStore::Target& 
       target);
 }
 
-void QuarantinePage::restoreSelected() { askAndRestore(selectedFiles(), {}); }
+void QuarantinePage::restoreSelected() { askAndRestore(list_.selectedFiles(), {}); }
 
 void QuarantinePage::restoreClean() { askAndRestore(cleanFiles(), {}); }
 
 void QuarantinePage::restoreElsewhere() {
-  window_.chooseFolders(
-      words_.text("CHOOSE_FOLDER"), "",
-      [weak = weak_from_this(), files = selectedFiles()](const std::vector<std::string>& folders) {
-        const auto self = weak.lock();
-        if (self && folders.size() == 1) {
-          self->askAndRestore(files, {folders.front(), false});
-        } else if (self) {
-          self->page_.setText("summary", self->words_.text("ONE_FOLDER"));
-        }
-      });
+  window_.chooseFolders(words_.text("CHOOSE_FOLDER"), "",
+                        [weak = weak_from_this(),
+                         files = list_.selectedFiles()](const std::vector<std::string>& folders) {
+                          const auto self = weak.lock();
+                          if (self && folders.size() == 1) {
+                            self->askAndRestore(files, {folders.front(), false});
+                          } else if (self) {
+                            self->page_.setText("summary", self->words_.text("ONE_FOLDER"));
+                          }
+                        });
 }
 
 void QuarantinePage::ask(const Question& question, std::function<void(QuarantinePage&)> action) {
@@ -337,7 +304,7 @@ void QuarantinePage::askToMakeFolders(const Files& files, const QuarantineStore:
 }
 
 void QuarantinePage::askToDelete() {
-  const Files files = selectedFiles();
+  const Files files = list_.selectedFiles();
   ask(QuarantineQuestions(words_).remove(files),
       [files](QuarantinePage& page) { page.askAgainToDelete(files); });
 }
@@ -354,7 +321,7 @@ void QuarantinePage::remove(const Files& files) {
 }
 
 void QuarantinePage::askAndAllow() {
-  const Files files = selectedFiles();
+  const Files files = list_.selectedFiles();
   const Files infected = QuarantineQuestions::notClean(files);
   if (infected.empty()) {
     allow(files);
@@ -371,9 +338,9 @@ void QuarantinePage::allow(const Files& files) {
 }
 
 void QuarantinePage::check() {
-  Files files = selectedFiles();
+  Files files = list_.selectedFiles();
   if (files.empty()) {
-    files = rows_->files();
+    files = listing_->files;
   }
   const auto work = [words = words_, services = services_, files](const QuarantineStore& store,
                                                                   QuarantineDone& done) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "companion/quarantine/QuarantineList.h"
 #include "companion/quarantine/QuarantineWords.h"
 #include "companion/quarantine/QuarantineWork.h"
 #include "platform/Page.h"
@@ -29,8 +30,6 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
 
  private:
   using Files = std::vector<QuarantinedFile>;
-  class Rows;
-
   QuarantinePage(MainWindow& window, QuarantineServices services);
 
   void connect();
@@ -38,9 +37,9 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
   void show(QuarantineDone done);
   void showList();
   void showRows();
+  void sort();
   void showSelection();
   void showBusy(const std::string& words);
-  Files selectedFiles();
   Files cleanFiles() const;
   void restore(const Files& files, const QuarantineStore::Target& target);
   void restoreSelected();
@@ -61,17 +60,18 @@ class QuarantinePage : public std::enable_shared_from_this<QuarantinePage> {
       const std::string& words, const std::string& key, const Files& files,
       std::function<QuarantineOutcome(const QuarantineStore&, const QuarantinedFile&)> action,
       const QuarantineStore::Target& target = {});
-  void showDetails(const Files& chosen);
+  void showDetails(const std::vector<const QuarantinedFile*>& chosen);
 
   MainWindow& window_;
   Page& page_;
   const QuarantineServices services_;
   const QuarantineWords words_;
-  std::shared_ptr<Rows> rows_;
+  QuarantineList list_;
   std::shared_ptr<QuarantineWork> work_;
-  QuarantineStore::Listing listing_;
-  bool isActing_ = false;  // something is being done, or waits, and that is shown
-  std::string wanted_;     // the name of the file to select
+  std::shared_ptr<const QuarantineStore::Listing> listing_;
+  std::size_t cleanFiles_ = 0;  // of these, that can be put back
+  bool isActing_ = false;       // something is being done, or waits, and that is shown
+  std::string wanted_;          // the name of the file to select
 };
 
 }  // namespace quillo

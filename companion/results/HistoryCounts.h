@@ -9,7 +9,7 @@ namespace quillo {
 
 class LocalizedStrings;
 
-// What the history holds, counted. Main thread.
+// What the history holds, counted. One thread at a time.
 class HistoryCounts final : public RecentCounts {
  public:
   // `folder` is the agent's own for what it remembers.

@@ -21,25 +21,43 @@ void HistorySearch::giveUp() {
 }
 
 void HistorySearch::begin(const HistoryFilter& filter, Done done) {
+  run([filter](HistoryReader& reader, const GoesOn& goesOn,
+               Found& found) { found.selection = reader.select(filter, goesOn); },
+      std::move(done));
+}
+
+void HistorySearch::begin(const BusyQuestion& question, Done done) {
+  run(
+      [question](HistoryReader& reader, const GoesOn&, Found& found) {
+        found.folders = question.byDay ? reader.busyFolders(question.since, question.most)
+                                       : reader.busiestFolders(question.since, question.most);
+      },
+      std::move(done));
+}
+
+void HistorySearch::run(Read read, Done done) {
   giveUp();
   search_ = std::make_shared<Search>();
-  const auto run = [search = search_, folder = folder_, filter, &application = application_,
-                    done = std::move(done)] {
+  const auto body = [this, search = search_, folder = folder_, read = std::move(read),
+                     &application = application_, done = std::move(done)] {
     HistoryReader reader(folder);
     Found found;
-    found.selection = reader.select(filter, [&search] { return search->isWanted.load(); });
+    read(
+        reader, [&search] { return search->isWanted.load(); }, found);
     found.state = reader.state();
     found.reason = reader.reason();
-    application.performOnMainThread([search, done, found = std::move(found)] {
+    application.performOnMainThread([this, search, done, found = std::move(found)] {
+      // Of an object that is gone, nothing is wanted.
       if (search->isWanted) {
+        search_.reset();
         done(found);
       }
     });
   };
   try {
-    threads_.detachNewThread("search", run);
+    threads_.detachNewThread("search", body);
   } catch (const std::system_error&) {
-    run();  // late is better than never
+    body();  // late is better than never
   }
 }
 

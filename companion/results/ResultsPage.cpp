@@ -62,7 +62,7 @@ void ResultsPage::connect() {
   for (const char* const widget : {"search", "kind", "period"}) {
     page_.onAction(widget, [this] {
       say("");
-      historyChanged();
+      look();
     });
   }
   page_.onAction("showScans",
@@ -70,7 +70,7 @@ void ResultsPage::connect() {
   page_.onAction("showBusy",
                  [this] { turnTo(page_.isChecked("showBusy") ? View::busy : View::files); });
   page_.onAction("allResults", [this] { showAllResults(); });
-  page_.onAction("byDay", [this] { showBusy(); });
+  page_.onAction("byDay", [this] { look(); });
   page_.onSelection(results, [this] { showButtons(); });
   page_.onAction(results, [this] { openFolder(); });
   page_.onAction("openFolder", [this] { openFolder(); });
@@ -110,7 +110,7 @@ void ResultsPage::showView() {
   const bool isOfScan = run_ != 0 && shown == View::files;
   page_.setVisible("ofScan", isOfScan);
   page_.setVisible("allResults", isOfScan);
-  historyChanged();
+  look();
 }
 
 // Those of the time that is chosen: what was chosen besides could not be seen beside the scans.
@@ -155,6 +155,21 @@ HistoryFilter ResultsPage::filter() const {
 }
 
 void ResultsPage::historyChanged() {
+  if (search_.isUnderWay()) {
+    hasNews_ = true;
+  } else {
+    look();
+  }
+}
+
+void ResultsPage::searchHasEnded() {
+  if (hasNews_ && !search_.isUnderWay()) {
+    look();
+  }
+}
+
+void ResultsPage::look() {
+  hasNews_ = false;
   reader_->open();
   if (!isReadable(reader_->state(), reader_->reason())) {
     return;
@@ -168,8 +183,7 @@ void ResultsPage::historyChanged() {
       showScans();
       break;
     case View::busy:
-      search_.giveUp();
-      showBusy();
+      chooseBusy();
       break;
   }
 }
@@ -207,6 +221,7 @@ void ResultsPage::choose() {
     if (isReadable(found.state, found.reason)) {
       show(found.selection);
     }
+    searchHasEnded();
   });
 }
 
@@ -234,15 +249,20 @@ void ResultsPage::showScans() {
   }
 }
 
-void ResultsPage::showBusy() {
+void ResultsPage::chooseBusy() {
   const std::optional<WallTime> from = since();
-  const CalendarDay day = from ? calendarDayOf(*from) : 0;
-  std::vector<BusyFolder> folders = page_.isChecked("byDay")
-                                        ? reader_->busyFolders(day, mostBusyFolders)
-                                        : reader_->busiestFolders(day, mostBusyFolders);
-  if (!isReadable(reader_->state(), reader_->reason())) {
-    return;
-  }
+  const HistorySearch::BusyQuestion wanted = {from ? calendarDayOf(*from) : 0,
+                                              page_.isChecked("byDay"), mostBusyFolders};
+  page_.setText("summary", words_.text("RESULTS_SEARCHING"));
+  search_.begin(wanted, [this](const HistorySearch::Found& found) {
+    if (isReadable(found.state, found.reason)) {
+      showBusy(found.folders);
+    }
+    searchHasEnded();
+  });
+}
+
+void ResultsPage::showBusy(std::vector<BusyFolder> folders) {
   page_.setText("summary", folders.empty() ? words_.text("RESULTS_BUSY_NONE")
                                            : words_.counted("RESULTS_BUSY_COUNT", folders.size()));
   page_.setRows(busy, words_.busyTitles(), std::make_shared<BusyRows>(std::move(folders), words_));

@@ -60,13 +60,16 @@ class ResultsPage {
 
   ResultsPage(Page& page, MainWindow& window, const ResultsServices& services);
 
-  // Shows the history as it is now. To be called whenever it has news, and when the page is shown.
+  // Shows the history as it is now, behind a search that is under way: news may come faster than a
+  // long history is searched. To be called whenever it has news, and when the page is shown.
   void historyChanged();
 
  private:
   enum class View { files, scans, busy };
 
   void connect();
+  void look();
+  void searchHasEnded();
   HistoryFilter filter() const;
   // Nothing for any time.
   std::optional<WallTime> since() const;
@@ -82,7 +85,8 @@ class ResultsPage {
   void showScans();
   void choose();
   void show(const HistorySelection& selection);
-  void showBusy();
+  void chooseBusy();
+  void showBusy(std::vector<BusyFolder> folders);
   void showButtons();
   std::vector<HistoryResult> selected() const;
   void openFolder();
@@ -101,6 +105,7 @@ class ResultsPage {
   const std::shared_ptr<ReadRows<HistoryResult>> table_;
   ScansView scans_;
   HistorySearch search_;
+  bool hasNews_ = false;  // since the search that is under way began
   // The scan whose results alone are shown; 0 for all.
   std::int64_t run_ = 0;
 };

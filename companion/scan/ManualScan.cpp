@@ -229,10 +229,9 @@ ManualScanResult ManualScan::resultOf(Problem problem) {
     const FileCount::Sum all = count_->sum();
     const std::uint64_t done = result.clean.value_or(0) + result.found + result.allowed +
                                result.inQuarantine + result.notScanned;
-    result.notReached = std::nullopt;
-    if (all.isWhole && result.clean) {
-      result.notReached = all.files - std::min(all.files, done);
-    }
+    result.notReached = all.isWhole && result.clean
+                            ? std::optional(all.files - std::min(all.files, done))
+                            : std::nullopt;
   }
   return result;
 }
@@ -243,6 +242,7 @@ void ManualScan::end(Problem problem) {
     Hold hold(ended_);
     result = resultOf(problem);
   }
+  result.lacksDefinitions = services_.lacksDefinitions && services_.lacksDefinitions();
   count_->stop();
   if (history_) {
     history_->runEnded(result);

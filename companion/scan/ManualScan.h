@@ -39,9 +39,16 @@ struct ManualScanResult {
   std::uint64_t notScanned = 0;
   std::uint64_t cleanBytes = 0;  // of those that are clean, as far as the scanner says
   bool isStopped = false;
+  // The engine had no definitions by which anything real is found.
+  bool lacksDefinitions = false;
   Problem problem = Problem::none;
   // What it did not come to, since it was stopped or had a problem; nothing where nobody knows.
   std::optional<std::uint64_t> notReached = 0;
+
+  // Nothing was left out, and what is called clean is, as far as anybody knows.
+  bool isComplete() const {
+    return notScanned == 0 && !isStopped && problem == Problem::none && !lacksDefinitions;
+  }
 };
 
 // How such a scan stands.

@@ -35,6 +35,9 @@ struct ManualScanServices {
   Workspace& workspace;
   // The files that their user put back, which are not moved again; may be null.
   PutBackFiles* putBackFiles = nullptr;
+  // Returns true when the engine has none but the built-in definition, so that "clean" says
+  // nothing. May wait for the daemon. On the scan's thread; may be empty.
+  std::function<bool()> lacksDefinitions = {};
 };
 
 // What stands around a scanner in the main application: whatever is found is shown on a page, so

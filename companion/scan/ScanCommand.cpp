@@ -51,10 +51,6 @@ Json nameOf(Problem problem) {
   }
 }
 
-bool isIncomplete(const ManualScanResult& result) {
-  return result.notScanned > 0 || result.isStopped || result.problem != Problem::none;
-}
-
 Json numberOrNull(const std::optional<std::uint64_t>& number) {
   return number ? Json(*number) : Json(nullptr);
 }
@@ -115,9 +111,10 @@ class Writer final : public ManualScanObserver {
     for (const std::string& path : asked_.operands) {
       whole["paths"].push_back(reportedText(path));
     }
-    whole["result"] = result_.found > 0 ? "found" : isIncomplete(result_) ? "incomplete" : "clean";
+    whole["result"] = result_.found > 0 ? "found" : result_.isComplete() ? "clean" : "incomplete";
     whole["stopped"] = result_.isStopped;
     whole["problem"] = nameOf(result_.problem);
+    whole["lacksDefinitions"] = result_.lacksDefinitions;
     whole["counts"] = {{"clean", numberOrNull(result_.clean)},
                        {"found", result_.found},
                        {"allowed", result_.allowed},
@@ -180,7 +177,7 @@ int runScanCommand(const std::vector<std::string>& words, std::ostream& out, std
   if (writer.result().found > 0) {
     return statusFound;
   }
-  return isIncomplete(writer.result()) ? statusIncomplete : 0;
+  return writer.result().isComplete() ? 0 : statusIncomplete;
 }
 
 }  // namespace quillo

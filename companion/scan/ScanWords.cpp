@@ -91,11 +91,12 @@ std::vector<std::string> ScanWords::report(const ManualScanResult& result) const
   if (result.problem != ManualScanResult::Problem::none) {
     sentences.push_back(problem(result.problem));
   }
-  const bool wasWhole = !result.isStopped && result.notScanned == 0 &&
-                        result.problem == ManualScanResult::Problem::none;
-  sentences.push_back(result.found > 0
-                          ? counted("SCAN_REPORT_FOUND", result.found)
-                          : text(wasWhole ? "SCAN_REPORT_NOTHING" : "SCAN_REPORT_NOTHING_SO_FAR"));
+  if (result.lacksDefinitions) {
+    sentences.push_back(text("SCAN_REPORT_NO_DEFINITIONS"));
+  }
+  sentences.push_back(result.found > 0 ? counted("SCAN_REPORT_FOUND", result.found)
+                                       : text(result.isComplete() ? "SCAN_REPORT_NOTHING"
+                                                                  : "SCAN_REPORT_NOTHING_SO_FAR"));
   if (result.allowed > 0) {
     sentences.push_back(counted("SCAN_REPORT_ALLOWED", result.allowed));
   }

@@ -36,9 +36,7 @@ SelfTestEvidence::Facts AgentEvidence::facts() {
   facts.filesBeingScanned = status->filesBeingScanned;
   facts.verdicts = status->verdicts;
   for (const std::string& folder : status->watchedFolders) {
-    if (services_.yieldsFiles(folder)) {
-      facts.watchedFolders.push_back(folder);
-    }
+    (services_.yieldsFiles(folder) ? facts.watchedFolders : facts.otherFolders).push_back(folder);
   }
   return facts;
 }

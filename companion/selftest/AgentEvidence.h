@@ -22,6 +22,9 @@ class AgentEvidence final : public SelfTestEvidence {
     std::function<std::optional<Find>(const std::string& path, std::int64_t since)> recorded;
     // Nothing says here when the agent's state is another: it has to be asked each time.
     bool asksEachTime = false;
+    // As abandon().
+    std::function<void(const std::string& path, std::int64_t since)> abandoned =
+        [](const std::string&, std::int64_t) {};
   };
 
   explicit AgentEvidence(Services services) : services_(std::move(services)) {}
@@ -29,6 +32,9 @@ class AgentEvidence final : public SelfTestEvidence {
   Facts facts() override;
   std::optional<Find> findOf(const std::string& path, std::int64_t since) override {
     return services_.recorded(path, since);
+  }
+  void abandon(const std::string& path, std::int64_t since) override {
+    services_.abandoned(path, since);
   }
 
  private:

@@ -27,25 +27,41 @@ Find findIn(const HistoryResult& result) {
 
 }  // namespace
 
-std::optional<Find> RecordedFinds::findOf(const std::string& path, std::int64_t since) {
-  const std::string name(lastPathComponent(path));
+// The way to it may be another one: the agent follows the links in it.
+std::vector<HistoryResult> RecordedFinds::findsOf(const std::string& name, std::int64_t since) {
   if (name.empty() || reader_.open() != HistoryReader::State::good) {
-    return std::nullopt;
+    return {};
   }
   HistoryFilter filter;
   filter.text = name;
   filter.kind = HistoryResult::Kind::found;
   filter.since = WallTime(std::chrono::seconds(since));
   const HistorySelection selection = reader_.select(filter);
-  for (const HistoryResult& result :
-       reader_.rows(selection, 0, std::min(mostRows, selection.count()))) {
-    // The way to it may be another one: the agent follows the links in it.
-    if (lastPathComponent(result.path) == name && result.outcome != Outcome::unsaid) {
+  auto finds = reader_.rows(selection, 0, std::min(mostRows, selection.count()));
+  std::erase_if(finds, [&name](const HistoryResult& result) {
+    return lastPathComponent(result.path) != name;
+  });
+  return finds;
+}
+
+std::optional<Find> RecordedFinds::findOf(const std::string& path, std::int64_t since) {
+  for (const HistoryResult& result : findsOf(std::string(lastPathComponent(path)), since)) {
+    if (result.outcome != Outcome::unsaid) {
       mark_({result.path, Outcome::selfTest, ""});
       return findIn(result);
     }
   }
   return std::nullopt;
+}
+
+// Noted first: what is entered meanwhile is either marked then or seen now.
+void RecordedFinds::abandon(const std::string& path, std::int64_t since) {
+  abandoned_.add(path);
+  for (const HistoryResult& result : findsOf(std::string(lastPathComponent(path)), since)) {
+    if (result.outcome != Outcome::selfTest) {
+      mark_({result.path, Outcome::selfTest, ""});
+    }
+  }
 }
 
 }  // namespace quillo

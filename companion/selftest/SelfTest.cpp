@@ -1,5 +1,6 @@
 #include "companion/selftest/SelfTest.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -13,6 +14,9 @@ namespace quillo {
 namespace {
 
 using Done = SelfTestEvidence::Done;
+
+// Of more folders nobody reads the names.
+constexpr std::size_t mostNamed = 5;
 
 std::int64_t secondsOf(Clock& clock) {
   return std::chrono::duration_cast<std::chrono::seconds>(clock.wallTime().time_since_epoch())
@@ -44,7 +48,12 @@ SelfTest::SelfTest(Clock& clock, SelfTestEvidence& evidence, std::vector<std::st
   begin(Step::agent);
 }
 
-SelfTest::~SelfTest() { removeFile(); }
+SelfTest::~SelfTest() {
+  if (!isOver() && !path_.empty()) {
+    evidence_.abandon(path_, writtenAt_);
+  }
+  removeFile();
+}
 
 void SelfTest::begin(Step step) { at(step).state = State::going; }
 
@@ -59,6 +68,7 @@ void SelfTest::end(Step step, Outcome outcome, Wording words) {
   outcome_ = outcome;
   leaveOthers();
   if (!path_.empty()) {
+    evidence_.abandon(path_, writtenAt_);
     const std::string left = removeFile();
     at(Step::removed).state = left.empty() ? State::done : State::failed;
     at(Step::removed).words =
@@ -125,7 +135,7 @@ void SelfTest::write(const SelfTestEvidence::Facts& facts) {
   for (const std::string& folder : facts.watchedFolders) {
     if (writeInto(folder)) {
       begun_ = clock_.now();
-      finish(Step::written, {"SELFTEST_WRITTEN", {path_}});
+      finish(Step::written, wordsForWritten(folder, facts));
       begin(Step::noticed);
       return;
     }
@@ -133,6 +143,22 @@ void SelfTest::write(const SelfTestEvidence::Facts& facts) {
   end(Step::written, Outcome::cannotTell,
       facts.watchedFolders.empty() ? Wording{"SELFTEST_NO_FOLDER"}
                                    : Wording{"SELFTEST_NOT_WRITTEN", {problemWithFolder_}});
+}
+
+// One folder is tried: what is not said of the others nobody is to take for granted.
+Wording SelfTest::wordsForWritten(const std::string& tried, const SelfTestEvidence::Facts& facts) {
+  std::vector<std::string> others = facts.watchedFolders;
+  others.insert(others.end(), facts.otherFolders.begin(), facts.otherFolders.end());
+  std::erase(others, tried);
+  leavesFoldersOut_ = !others.empty();
+  if (others.empty()) {
+    return {"SELFTEST_WRITTEN", {path_}};
+  }
+  std::string list;
+  for (std::size_t at = 0; at < std::min(others.size(), mostNamed); ++at) {
+    list += (at == 0 ? "" : ", ") + others[at];
+  }
+  return {"SELFTEST_WRITTEN_ALONE", {path_, list + (others.size() > mostNamed ? ", …" : "")}};
 }
 
 bool SelfTest::writeInto(const std::string& watched) {

@@ -20,6 +20,7 @@ class SelfTestEvidence {
     std::vector<std::string> watchedFolders;  // those in which a new file is noticed; bytes
     std::uint64_t filesBeingScanned = 0;
     std::uint64_t verdicts = 0;  // finds and files not scanned, since the agent began
+    std::vector<std::string> otherFolders = {};  // watched, and a new file there is not scanned
   };
   enum class Done { leftInPlace, quarantined, trashed };
   struct Find {
@@ -33,6 +34,9 @@ class SelfTestEvidence {
   // Returns what was recorded of the file of that path since then (seconds since 1970); nothing
   // while nothing was. Its name alone is proof enough: no other file bears it.
   virtual std::optional<Find> findOf(const std::string& path, std::int64_t since) = 0;
+  // Has whatever was recorded of it since then, and will be, count as the test's own: nobody waits
+  // for it any more.
+  virtual void abandon(const std::string& path, std::int64_t since) = 0;
 };
 
 // One try of the whole way of a file, with the harmless test file of the anti-virus researchers: it
@@ -80,6 +84,8 @@ class SelfTest {
   const std::vector<Result>& results() const { return results_; }
   // Returns the path of the test file; "" before it was written.
   const std::string& path() const { return path_; }
+  // Returns whether other folders are watched that it does not try.
+  bool leavesFoldersOut() const { return leavesFoldersOut_; }
 
  private:
   Result& at(Step step) { return results_.at(static_cast<std::size_t>(step)); }
@@ -95,6 +101,7 @@ class SelfTest {
   void conclude(const Wording& found);
   void giveUp();
   bool isInPlace() const;
+  Wording wordsForWritten(const std::string& tried, const SelfTestEvidence::Facts& facts);
   // Returns what could not be removed; "" when nothing is left.
   std::string removeFile();
 
@@ -107,6 +114,7 @@ class SelfTest {
   std::vector<Result> results_;
   Outcome outcome_ = Outcome::going;
   bool lacksAgent_ = false;
+  bool leavesFoldersOut_ = false;
   int looksWithoutAgent_ = 0;  // in a row
   Clock::Duration begun_{};
   std::int64_t writtenAt_ = 0;

@@ -16,10 +16,10 @@ constexpr std::array<const char*, 5> stepKeys = {"SELFTEST_STEP_AGENT", "SELFTES
                                                  "SELFTEST_STEP_NOTICED", "SELFTEST_STEP_FOUND",
                                                  "SELFTEST_STEP_REMOVED"};
 
-const char* keyOf(SelfTest::Outcome outcome) {
-  switch (outcome) {
+const char* keyOf(const SelfTest& test) {
+  switch (test.outcome()) {
     case SelfTest::Outcome::works:
-      return "SELFTEST_END_WORKS";
+      return test.leavesFoldersOut() ? "SELFTEST_END_WORKS_THERE" : "SELFTEST_END_WORKS";
     case SelfTest::Outcome::fails:
       return "SELFTEST_END_FAILS";
     case SelfTest::Outcome::cannotTell:
@@ -127,7 +127,7 @@ void SelfTestView::show() {
     page_.rowsChanged("testSteps");
   }
   page_.setText("testOutcome", services_.localizedStrings.stringForKey(
-                                   test_ ? keyOf(test_->outcome()) : "SELFTEST_BEFORE", ""));
+                                   test_ ? keyOf(*test_) : "SELFTEST_BEFORE", ""));
   page_.setVisible("testStartAgent", services_.startAgent && test_ && test_->lacksAgent());
   page_.setEnabled("testStart", !isRunning());
   page_.setEnabled("testStop", isRunning());

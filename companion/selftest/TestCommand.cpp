@@ -59,6 +59,13 @@ std::size_t printSteps(std::ostream& out, const SelfTest& test, std::size_t next
   return next;
 }
 
+const char* keyOfEnd(const SelfTest& test) {
+  if (test.outcome() == Outcome::works) {
+    return test.leavesFoldersOut() ? "SELFTEST_END_WORKS_THERE" : "SELFTEST_END_WORKS";
+  }
+  return test.outcome() == Outcome::fails ? "SELFTEST_END_FAILS" : "SELFTEST_END_UNKNOWN";
+}
+
 int statusOf(Outcome outcome) {
   return outcome == Outcome::works ? 0 : outcome == Outcome::fails ? 1 : 2;
 }
@@ -93,12 +100,7 @@ int runTestCommand(const std::vector<std::string>& words, std::ostream& out, std
     printJson(out, test, strings);
   } else {
     printSteps(out, test, next, strings);
-    out << strings.stringForKey(
-               std::string("SELFTEST_END_") + (test.outcome() == Outcome::works   ? "WORKS"
-                                               : test.outcome() == Outcome::fails ? "FAILS"
-                                                                                  : "UNKNOWN"),
-               "")
-        << std::endl;
+    out << strings.stringForKey(keyOfEnd(test), "") << std::endl;
   }
   return statusOf(test.outcome());
 }

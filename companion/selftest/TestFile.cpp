@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "clamav/Definitions.h"
+#include "history/AbandonedTests.h"
 #include "posix/FileFacts.h"
 #include "posix/FolderReader.h"
 #include "posix/UniqueFd.h"
@@ -33,7 +34,7 @@ std::string newTestFileName() {
   if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
     return {};
   }
-  std::string name = "vantrel-self-test-";
+  std::string name(selfTestBeginning);
   for (const unsigned char byte : bytes) {
     std::array<char, 4> digits = {};
     std::snprintf(digits.data(), digits.size(), "%02x", static_cast<unsigned int>(byte));

@@ -85,6 +85,19 @@ class AgentLinkTest : public testing::Test {
     return waitUntil([&] { return link.status() && link.status()->state == state; });
   }
 
+  // Waits in a thread of its own, as a command does in its process.
+  Wording refreshElsewhere() {
+    std::atomic<bool> isAnswered = false;
+    auto answer = std::async(std::launch::async, [&] {
+      Wording problem = link.refresh();
+      isAnswered = true;
+      postToMain([] {});
+      return problem;
+    });
+    EXPECT_TRUE(waitUntil([&] { return isAnswered.load(); }));
+    return answer.get();
+  }
+
   TestBus bus;
   FakeApplicationLauncher launcher;
   std::vector<std::string> problems;
@@ -284,20 +297,30 @@ TEST_F(AgentLinkTest, KnowsWithoutAnEventLoopThatNoneRunsOrThatItCannotBeAsked) 
   EXPECT_EQ(nowhere.refresh().key, "DOCTOR_AGENT_NO_BUS");
 }
 
-// Waits in a thread of its own, as a command does in its process.
 TEST_F(AgentLinkTest, AnswersWhoeverHasNoEventLoop) {
   Agent agent;
   ASSERT_TRUE(agent.object.claimName());
-  std::atomic<bool> isAnswered = false;
-  auto answer = std::async(std::launch::async, [&] {
-    Wording problem = link.refresh();
-    isAnswered = true;
-    postToMain([] {});
-    return problem;
-  });
-  EXPECT_TRUE(waitUntil([&] { return isAnswered.load(); }));
-  EXPECT_TRUE(answer.get().empty());
+  EXPECT_TRUE(refreshElsewhere().empty());
   EXPECT_EQ(link.status(), watchingStatus());
+}
+
+TEST_F(AgentLinkTest, SaysInWordsWhyAnAgentDoesNotAnswer) {
+  Liar liar;
+  ASSERT_TRUE(liar.object.own(name));
+  const std::pair<const char*, const char*> keys[] = {
+      {"org.freedesktop.DBus.Error.AccessDenied", "DOCTOR_AGENT_NOT_ALLOWED"},
+      {"org.freedesktop.DBus.Error.TimedOut", "DOCTOR_AGENT_SILENT"},
+      {"org.freedesktop.DBus.Error.Spawn.ChildExited", "DOCTOR_AGENT_ENDED"},
+      {"org.freedesktop.DBus.Error.Spawn.ExecFailed", "DOCTOR_AGENT_ABSENT"},
+      {"org.example.Other", ""}};
+  for (const auto& [error, key] : keys) {
+    liar.object.answer("Status", [error = error](const QDBusMessage& call) {
+      return call.createErrorReply(error, "not today");
+    });
+    const Wording problem = refreshElsewhere();
+    EXPECT_EQ(problem.key, key) << error;
+    EXPECT_EQ(problem.values, std::vector<std::string>{std::string(name) + ": not today"}) << error;
+  }
 }
 
 TEST_F(AgentLinkTest, HasTheLauncherStartAnAgentThatTheBusDoesNotKnow) {

@@ -52,7 +52,7 @@ TEST_F(CompanionObjectTest, TakesAnActionForAPage) {
 }
 
 TEST_F(CompanionObjectTest, TakesFilesByTheirBytes) {
-  const QStringList uris = {"file:///tmp/a%FF%20b", "https://vantrel.org/x", "file:///c"};
+  const QStringList uris = {"file:///tmp/a%FF%20b", "file:///c"};
   EXPECT_EQ(call("Open", {uris, QVariantMap()}).type(), QDBusMessage::ReplyMessage);
   ASSERT_EQ(requests.size(), 1U);
   EXPECT_EQ(requests[0].paths, (std::vector<std::string>{"/tmp/a\xff b", "/c"}));
@@ -61,6 +61,24 @@ TEST_F(CompanionObjectTest, TakesFilesByTheirBytes) {
 TEST_F(CompanionObjectTest, RefusesWhatIsNoFileOfThisMachine) {
   const QDBusMessage answer = call("Open", {QStringList{"https://vantrel.org/x"}, QVariantMap()});
   EXPECT_EQ(answer.errorName(), "org.vantrel.Vantrel.Error.NotDone");
+  EXPECT_TRUE(requests.empty());
+}
+
+TEST_F(CompanionObjectTest, TakesAllFilesOrNone) {
+  for (const char* foreign : {"https://vantrel.org/x", "file:////srv/x", "file://srv/x"}) {
+    const QDBusMessage answer = call("Open", {QStringList{"file:///a", foreign}, QVariantMap()});
+    EXPECT_EQ(answer.errorName(), "org.vantrel.Vantrel.Error.NotDone");
+    EXPECT_TRUE(answer.errorMessage().startsWith(foreign));
+  }
+  EXPECT_TRUE(requests.empty());
+}
+
+TEST_F(CompanionObjectTest, AsksTheOtherForNoFileThatMightBeTakenForAnother) {
+  for (const char* path : {"localhost/etc/passwd", "//localhost/etc/passwd", ""}) {
+    CompanionRequest request;
+    request.paths = {"/a", path};
+    EXPECT_NE(object.askOther(request), "") << path;
+  }
   EXPECT_TRUE(requests.empty());
 }
 

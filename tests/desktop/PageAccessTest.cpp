@@ -7,7 +7,6 @@
 #include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDir>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -16,21 +15,15 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
+#include <QTabBar>
+#include <map>
 #include <set>
 
+#include "tests/desktop/support/controls/InterfaceControls.h"
 #include "tests/desktop/support/pages/WindowUnderTest.h"
 
 namespace quillo {
 namespace {
-
-std::vector<std::string> pageNames() {
-  std::vector<std::string> names;
-  for (const QString& file :
-       QDir(QUILLO_SOURCE_DIR "/resources/interface/vantrel").entryList({"*.ui"})) {
-    names.push_back(file.chopped(3).toStdString());
-  }
-  return names;
-}
 
 struct Kind {
   const char* type;
@@ -57,34 +50,46 @@ const Kind* kindOf(const QWidget& widget) {
 // Those get their words together with what they do.
 const std::set<std::string> namedLater = {"mendButton"};
 
-class PageAccess : public testing::TestWithParam<std::string> {
- protected:
-  PageAccess() {
-    window.show(GetParam());
+// Without the parts that Qt makes for its own widgets.
+std::vector<QWidget*> controlsIn(QtMainWindow& window) {
+  std::vector<QWidget*> found;
+  auto* page = window.widget().findChild<QWidget*>("page");
+  for (QWidget* widget : page->findChildren<QWidget*>()) {
+    if (kindOf(*widget) && !widget->objectName().isEmpty() &&
+        !widget->objectName().startsWith("qt_") && !qobject_cast<QTabBar*>(widget->parent())) {
+      found.push_back(widget);
+    }
+  }
+  return found;
+}
+
+struct PageInWindow : ProgramsWindow {
+  PageInWindow(const std::string& page, const std::string& language) : ProgramsWindow(language) {
+    window.show(page);
     QCoreApplication::processEvents();
   }
-  // Without the parts that Qt makes for its own widgets.
-  std::vector<QWidget*> controls() {
-    std::vector<QWidget*> found;
-    auto* page = window.widget().findChild<QWidget*>("page");
-    for (QWidget* widget : page->findChildren<QWidget*>()) {
-      if (kindOf(*widget) && !widget->objectName().isEmpty() &&
-          !widget->objectName().startsWith("qt_")) {
-        found.push_back(widget);
-      }
-    }
-    return found;
-  }
-
-  KeptLog log;
-  StringTables strings{
-      StringTables::foldersOfCompanion(QUILLO_SOURCE_DIR "/resources/strings"), {"en"}, nullptr};
-  InterfaceTranslator translator{strings};
-  QtImageLoader images{QUILLO_BINARY_DIR "/resources/images"};
-  QtMainWindow window{QUILLO_SOURCE_DIR "/resources/interface/vantrel", "", {images, strings, log}};
 };
 
-TEST_P(PageAccess, GivesEveryControlANameAndItsRole) {
+class PageAccess : public testing::TestWithParam<std::string> {
+ protected:
+  std::vector<QWidget*> controls() { return controlsIn(window); }
+  // What the key leads to, and back to where it began.
+  std::set<const QWidget*> reachedBy(int key) {
+    std::set<const QWidget*> reached;
+    window.widget().findChild<QWidget*>("pageList")->setFocus();
+    for (QWidget* at = window.widget().focusWidget(); reached.insert(at).second;
+         at = window.widget().focusWidget()) {
+      WindowUnderTest::press(at, key);
+    }
+    return reached;
+  }
+
+  PageInWindow shown{GetParam(), "en"};
+  QtMainWindow& window = shown.window;
+  KeptLog& log = shown.log;
+};
+
+TEST_P(PageAccess, GivesEveryControlItsRole) {
   ASSERT_FALSE(controls().empty());
   for (QWidget* widget : controls()) {
     const std::string name = widget->objectName().toStdString();
@@ -93,7 +98,33 @@ TEST_P(PageAccess, GivesEveryControlANameAndItsRole) {
     const auto* button = qobject_cast<QPushButton*>(widget);
     const bool isSwitch = button && button->isCheckable();
     EXPECT_EQ(its->role(), isSwitch ? QAccessible::CheckBox : kindOf(*widget)->role) << name;
-    EXPECT_NE(its->text(QAccessible::Name).isEmpty(), namedLater.count(name) == 0) << name;
+  }
+}
+
+TEST_P(PageAccess, GivesEveryControlANameInEveryLanguage) {
+  std::map<std::string, std::set<QString>> names;
+  for (const char* language : {"de", "en", "es", "fr", "ja"}) {
+    PageInWindow other(GetParam(), language);
+    for (QWidget* widget : controlsIn(other.window)) {
+      const std::string name = widget->objectName().toStdString();
+      const QString read = QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
+      EXPECT_NE(read.isEmpty(), namedLater.count(name) == 0) << language << " " << name;
+      names[name].insert(read);
+    }
+  }
+  // A word may be the same in two of them, but in no five.
+  for (const auto& [name, read] : names) {
+    EXPECT_TRUE(read.size() > 1 || namedLater.count(name) > 0) << name;
+  }
+}
+
+TEST_P(PageAccess, HasRoomForTheHintsInItsFieldsInEveryLanguage) {
+  for (const char* language : {"de", "en", "es", "fr", "ja"}) {
+    PageInWindow other(GetParam(), language);
+    for (const QLineEdit* field : other.window.widget().findChildren<QLineEdit*>()) {
+      EXPECT_GE(field->width(), field->fontMetrics().horizontalAdvance(field->placeholderText()))
+          << language << " " << field->objectName().toStdString();
+    }
   }
 }
 
@@ -130,6 +161,21 @@ TEST_P(PageAccess, LetsTheTabulatorReachAndLeaveEveryControl) {
   }
 }
 
+TEST_P(PageAccess, IsWalkedThroughByTheTabulatorAloneInBothDirections) {
+  for (const int key : {Qt::Key_Tab, Qt::Key_Backtab}) {
+    const std::set<const QWidget*> reached = reachedBy(key);
+    for (QWidget* widget : controls()) {
+      const bool isToBeReached =
+          widget->isVisible() && widget->isEnabled() && (widget->focusPolicy() & Qt::TabFocus) != 0;
+      // Of some radio buttons one is reached, and the others by the arrows.
+      if (!qobject_cast<QRadioButton*>(widget)) {
+        EXPECT_EQ(reached.count(widget) == 1, isToBeReached)
+            << key << " " << widget->objectName().toStdString();
+      }
+    }
+  }
+}
+
 TEST_P(PageAccess, HasWordsForItsTextsAndNoKeys) {
   EXPECT_TRUE(log.lines.empty()) << log.lines.front();
   for (const QLabel* label : window.widget().findChildren<QLabel*>()) {
@@ -157,7 +203,7 @@ TEST_P(PageAccess, GivesNoTwoWidgetsOneName) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, PageAccess, testing::ValuesIn(pageNames()),
+INSTANTIATE_TEST_SUITE_P(Each, PageAccess, testing::ValuesIn(interfacePages()),
                          [](const auto& each) { return each.param; });
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <QElapsedTimer>
 #include <QHeaderView>
 #include <QLabel>
+#include <QMouseEvent>
 #include <QScrollBar>
 #include <QTableView>
 #include <stdexcept>
@@ -79,6 +80,48 @@ TEST_F(PageTableTest, ShowsTitlesAndBytes) {
   EXPECT_EQ(shownAt(2).toStdString(), "file 2\\xff");
 }
 
+TEST_F(PageTableTest, ShowsByWhichTitleItsRowsStandAndTellsWhichIsPressed) {
+  showRows(3);
+  QHeaderView& header = *view.horizontalHeader();
+  EXPECT_FALSE(header.isSortIndicatorShown());
+  page.markTitle("table", 1, false);
+  EXPECT_TRUE(header.isSortIndicatorShown());
+  EXPECT_EQ(header.sortIndicatorSection(), 1);
+  EXPECT_EQ(header.sortIndicatorOrder(), Qt::DescendingOrder);
+  std::vector<std::size_t> pressed;
+  page.onTitle("table", [&](std::size_t column) {
+    pressed.push_back(column);
+    page.markTitle("table", column, true);
+  });
+  const QPointF place(header.sectionViewportPosition(0) + 20, header.height() / 2.0);
+  const QPointF onScreen = header.viewport()->mapToGlobal(place);
+  for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+    QMouseEvent event(type, place, onScreen, Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(header.viewport(), &event);
+  }
+  EXPECT_EQ(pressed, std::vector<std::size_t>{0});
+  EXPECT_EQ(header.sortIndicatorSection(), 0);
+  EXPECT_EQ(header.sortIndicatorOrder(), Qt::AscendingOrder);
+  EXPECT_TRUE(page.selectedRows("table").empty()) << "who sorts has chosen nothing";
+}
+
+// As a sorted table has them whose files were selected in another order.
+TEST_F(PageTableTest, SelectsManyRowsThatLieApart) {
+  constexpr std::size_t rowsInAll = 10000;
+  showRows(rowsInAll);
+  std::vector<std::size_t> everySecond;
+  for (std::size_t row = 0; row < rowsInAll; row += 2) {
+    everySecond.push_back(row);
+  }
+  QElapsedTimer timer;
+  timer.start();
+  page.selectRows("table", everySecond);
+  page.selectRows("table", everySecond);
+  QCoreApplication::processEvents();
+  EXPECT_LT(timer.elapsed(), 1000);
+  EXPECT_EQ(page.selectedRows("table"), everySecond);
+}
+
 TEST_F(PageTableTest, SaysWhatItIsForWhileItIsEmpty) {
   const QLabel& hint = *view.findChild<QLabel*>("qt_hint");
   EXPECT_EQ(hint.text(), "Rows come here.");
@@ -128,6 +171,9 @@ TEST_F(PageTableTest, ShowsSentencesWholeWhereItsFileSaysSo) {
   QCoreApplication::processEvents();
   const int wide = sentences.rowHeight(0);
   EXPECT_GT(wide, sentences.fontMetrics().height() * 2);
+  // Its lines do not touch those of the next row.
+  const QAbstractItemView& whole = sentences;
+  EXPECT_GT(wide, whole.sizeHintForRow(0) + sentences.fontMetrics().height() / 3);
   sentences.setFixedWidth(300);
   QCoreApplication::processEvents();
   EXPECT_GT(sentences.rowHeight(0), wide);

@@ -139,6 +139,11 @@ TEST_F(QtMainWindowTest, TakesEnterForTheFirstAnswerWhereThatIsHarmless) {
   EXPECT_EQ(answers, std::vector<std::size_t>{0});
 }
 
+TEST_F(QtMainWindowTest, IsAWindowToAScreenReader) {
+  QAccessibleInterface* const spoken = QAccessible::queryAccessibleInterface(&test.window.widget());
+  EXPECT_EQ(spoken->role(), QAccessible::Window);
+}
+
 TEST_F(QtMainWindowTest, ReadsOutItsList) {
   QAccessibleInterface* const spoken = QAccessible::queryAccessibleInterface(&list);
   EXPECT_EQ(spoken->text(QAccessible::Name), "Pages");

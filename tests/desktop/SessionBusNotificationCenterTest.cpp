@@ -38,6 +38,17 @@ TEST(SessionBusNotifications, ReachEveryObserverOfTheirNameAlsoTheSendersOwn) {
   EXPECT_EQ(restart.heard, 1);
 }
 
+TEST(SessionBusNotifications, HandTheirObjectToWhoeverAsksForIt) {
+  TestBus bus;
+  SessionBusNotificationCenter center(*bus);
+  std::string object;
+  center.addObjectObserver(plannedScanEnded, [&](const std::string& given) { object = given; });
+  BusDaemon(*bus).roundTrip();
+  center.post(plannedScanEnded, "Été\nfin");
+  EXPECT_TRUE(waitUntil([&] { return !object.empty(); }));
+  EXPECT_EQ(object, "Été\nfin");
+}
+
 TEST(SessionBusNotifications, CarryTheirObjectAsTheOnlyArgument) {
   ChildProcess monitor({.launchPath = "/usr/bin/dbus-monitor",
                         .arguments = {"--address", PrivateSession::busAddress(), "type=signal"}});

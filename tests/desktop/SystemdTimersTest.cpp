@@ -51,9 +51,9 @@ class SystemdTimersTest : public testing::Test {
 };
 
 TEST_F(SystemdTimersTest, WhatIsPlannedIsReadBackFromSystemd) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   EXPECT_EQ(put(dailyScan()).key, "");
-  systemd.lastTrigger = 1'700'000'000'000'000;
+  systemd.lastStart = 1'700'000'000'000'000;
   systemd.nextElapse = 1'700'086'400'000'000;
   const auto scans = planned();
   ASSERT_EQ(scans.size(), 1U);
@@ -65,8 +65,44 @@ TEST_F(SystemdTimersTest, WhatIsPlannedIsReadBackFromSystemd) {
   EXPECT_EQ(systemd.enabled.size(), 1U);
 }
 
+TEST_F(SystemdTimersTest, TimeThatPassedWithoutAScanIsNoLastTime) {
+  FakeSystemd systemd(units.path());
+  put(dailyScan());
+  systemd.lastTrigger = 1'700'000'000'000'000;
+  EXPECT_EQ(planned().at(0).lastRun, 0);
+}
+
+TEST_F(SystemdTimersTest, ScanThatRunsIsKnownAndEnded) {
+  FakeSystemd systemd(units.path());
+  put(dailyScan());
+  const std::string id = planned().at(0).id;
+  EXPECT_FALSE(planned().at(0).isRunning);
+  systemd.running.insert("vantrel-scan-" + id + ".service");
+  EXPECT_TRUE(planned().at(0).isRunning);
+  EXPECT_EQ(asked([&] { return timers.end(id); }).key, "");
+  EXPECT_FALSE(planned().at(0).isRunning);
+  EXPECT_TRUE(planned().at(0).isActive);
+  EXPECT_EQ(asked([&] { return timers.end(id); }).key, "");
+  EXPECT_EQ(asked([&] { return timers.end("../a"); }).key, "PLANNED_NOT_POSSIBLE");
+}
+
+TEST_F(SystemdTimersTest, BeginningAndEndAreNoticedOfItsOwnUnitsOnly) {
+  FakeSystemd systemd(units.path());
+  int changes = 0;
+  timers.observe([&] { ++changes; });
+  EXPECT_TRUE(waitUntil([&] { return systemd.isSubscribedTo; }));
+  systemd.sayThatItChanged("other-scan-a1.service", "activating");
+  systemd.sayThatItChanged("vantrel-scan-a1.service", "activating");
+  systemd.sayThatItChanged("vantrel-scan-a1.service", "activating");
+  systemd.sayThatItChanged("vantrel-scan-a1.service", "inactive");
+  EXPECT_TRUE(waitUntil([&] { return changes >= 2; }));
+  systemd.sayThatItChanged("vantrel-scan-b2.service", "activating");
+  EXPECT_TRUE(waitUntil([&] { return changes >= 3; }));
+  EXPECT_EQ(changes, 3);
+}
+
 TEST_F(SystemdTimersTest, ChangedScanKeepsItsId) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   put(dailyScan());
   PlannedScan scan = planned().at(0);
   scan.often = Often::monthly;
@@ -79,7 +115,7 @@ TEST_F(SystemdTimersTest, ChangedScanKeepsItsId) {
 }
 
 TEST_F(SystemdTimersTest, WhatTheUserEditedIsShownAsItIs) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   put(dailyScan());
   systemd.editedCalendar = "Mon..Fri *-*-* 12:30:00";
   systemd.active.clear();
@@ -93,7 +129,7 @@ TEST_F(SystemdTimersTest, WhatTheUserEditedIsShownAsItIs) {
 }
 
 TEST_F(SystemdTimersTest, ChangeThatAnEditOutweighsIsAProblem) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   put(dailyScan());
   PlannedScan scan = planned().at(0);
   systemd.editedCalendar = "Mon..Fri *-*-* 12:30:00";
@@ -105,7 +141,7 @@ TEST_F(SystemdTimersTest, ChangeThatAnEditOutweighsIsAProblem) {
 TEST_F(SystemdTimersTest, AnotherProgramInTheServiceIsNotTakenForAScan) {
   units.write("vantrel-scan-aa.timer", "[Timer]\nOnCalendar=*-*-* 12:30:00\n");
   units.write("vantrel-scan-aa.service", "[Service]\nExecStart=/bin/rm -r /home\n");
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   const auto scans = planned();
   ASSERT_EQ(scans.size(), 1U);
   EXPECT_FALSE(scans[0].isUnderstood);
@@ -116,7 +152,7 @@ TEST_F(SystemdTimersTest, ScanByAnotherProgramIsShownNotRunAndMendedByAChange) {
   units.write("vantrel-scan-aa.timer", "[Timer]\nOnCalendar=*-*-* 12:30:00\n");
   units.write("vantrel-scan-aa.service",
               "[Service]\nExecStart=:/old/vantrel scan --planned aa -- /home/anna\n");
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   PlannedScan scan = planned().at(0);
   EXPECT_FALSE(scan.isUnderstood);
   EXPECT_EQ(scan.otherProgram, "/old/vantrel");
@@ -136,11 +172,11 @@ TEST_F(SystemdTimersTest, ScanByAnotherProgramIsShownNotRunAndMendedByAChange) {
 }
 
 TEST_F(SystemdTimersTest, RefusedScanLeavesNothing) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   for (const char* member : {"Reload", "EnableUnitFiles", "RestartUnit"}) {
     systemd.refuses = member;
     const Wording problem = put(dailyScan());
-    EXPECT_EQ(problem.key, "PLANNED_REFUSED") << member;
+    EXPECT_EQ(problem.key, "PLANNED_NOT_ALLOWED") << member;
     EXPECT_EQ(problem.values, std::vector<std::string>{"not today"});
     systemd.refuses = "";
     asked([&] { return timers.remove("none"); });
@@ -149,13 +185,35 @@ TEST_F(SystemdTimersTest, RefusedScanLeavesNothing) {
   }
 }
 
+TEST_F(SystemdTimersTest, RefusalIsSaidInWordsWithItsReasonBehind) {
+  FakeSystemd systemd(units.path());
+  systemd.refuses = "StartUnit";
+  put(dailyScan());
+  const std::string id = planned().at(0).id;
+  const std::pair<const char*, const char*> keys[] = {
+      {"org.freedesktop.DBus.Error.AccessDenied", "PLANNED_NOT_ALLOWED"},
+      {"org.freedesktop.DBus.Error.NoReply", "PLANNED_NO_ANSWER"},
+      {"org.freedesktop.systemd1.NoSuchUnit", "PLANNED_NO_UNIT"},
+      {"org.freedesktop.DBus.Error.ServiceUnknown", "PLANNED_NO_SYSTEMD"},
+      {"org.freedesktop.systemd1.Masked", "PLANNED_REFUSED"}};
+  for (const auto& [error, key] : keys) {
+    systemd.refusal = error;
+    const Wording problem = asked([&] { return timers.runNow(id); });
+    EXPECT_EQ(problem.key, key) << error;
+    const bool hasReason = problem.key != "PLANNED_NO_SYSTEMD";
+    EXPECT_EQ(problem.values,
+              hasReason ? std::vector<std::string>{"not today"} : std::vector<std::string>())
+        << error;
+  }
+}
+
 TEST_F(SystemdTimersTest, RefusedChangeLeavesWhatWasPlanned) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   put(dailyScan());
   PlannedScan scan = planned().at(0);
   scan.hour = 23;
   systemd.refuses = "EnableUnitFiles";
-  EXPECT_EQ(put(scan).key, "PLANNED_REFUSED");
+  EXPECT_EQ(put(scan).key, "PLANNED_NOT_ALLOWED");
   systemd.refuses = "";
   const auto scans = planned();
   ASSERT_EQ(scans.size(), 1U);
@@ -168,7 +226,7 @@ TEST_F(SystemdTimersTest, LinkOfTheUsersIsNeitherFollowedNorTakenAway) {
   const std::string own = elsewhere.write("own.timer", "[Timer]\nOnCalendar=*-*-* 12:30:00\n");
   units.link("vantrel-scan-aa.timer", own);
   units.write("vantrel-scan-aa.service", "[Service]\nExecStart=/bin/true\n");
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   PlannedScan scan = dailyScan();
   scan.id = "aa";
   EXPECT_EQ(put(scan).key, "PLANNED_CANNOT_WRITE");
@@ -179,7 +237,7 @@ TEST_F(SystemdTimersTest, LinkOfTheUsersIsNeitherFollowedNorTakenAway) {
 }
 
 TEST_F(SystemdTimersTest, RemovedScanIsGoneWithItsFiles) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   put(dailyScan());
   const std::string id = planned().at(0).id;
   EXPECT_EQ(asked([&] { return timers.remove(id); }).key, "");
@@ -190,16 +248,16 @@ TEST_F(SystemdTimersTest, RemovedScanIsGoneWithItsFiles) {
 }
 
 TEST_F(SystemdTimersTest, ScanThatCannotBeStoppedStaysPlanned) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   put(dailyScan());
   systemd.refuses = "DisableUnitFiles";
   const std::string id = planned().at(0).id;
-  EXPECT_EQ(asked([&] { return timers.remove(id); }).key, "PLANNED_REFUSED");
+  EXPECT_EQ(asked([&] { return timers.remove(id); }).key, "PLANNED_NOT_ALLOWED");
   EXPECT_EQ(planned().size(), 1U);
 }
 
 TEST_F(SystemdTimersTest, ScanIsStartedByItsService) {
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   EXPECT_EQ(asked([&] { return timers.runNow("a1"); }).key, "");
   EXPECT_EQ(systemd.started, std::vector<std::string>{"vantrel-scan-a1.service"});
   EXPECT_EQ(asked([&] { return timers.runNow("../a1"); }).key, "PLANNED_NOT_POSSIBLE");
@@ -211,7 +269,7 @@ TEST_F(SystemdTimersTest, WithoutSystemdThatIsSaidAndNothingIsWritten) {
   EXPECT_EQ(asked([&] { return timers.runNow("a1"); }).key, "PLANNED_NO_SYSTEMD");
   SystemdTimers without(QDBusConnection("there is no such connection"), "/x", units.path());
   EXPECT_EQ(without.list().problem.key, "PLANNED_NO_SYSTEMD");
-  FakeSystemd systemd(units);
+  FakeSystemd systemd(units.path());
   EXPECT_TRUE(planned().empty());
 }
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/stat.h>
 
 #include <QDBusServiceWatcher>
@@ -16,6 +17,7 @@
 #include "tests/fakes/desktop/FakeServices.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Waiting.h"
 #include "watchers/SpotlightWatcher.h"
 
 namespace quillo {
@@ -51,6 +53,7 @@ class RealMiner {
         "GIO_USE_VOLUME_MONITOR=unix", "DBUS_SESSION_BUS_ADDRESS=" + PrivateSession::busAddress(),
         "DBUS_SYSTEM_BUS_ADDRESS=unix:path=" + home_.path() + "/no-system-bus"};
     process_ = std::make_unique<ChildProcess>(request);
+    takeItsShare();
   }
 
   std::string folder() const { return home_.path() + "/folder"; }
@@ -66,6 +69,15 @@ class RealMiner {
   }
 
  private:
+  // It contents itself with the time that nobody wants (SCHED_IDLE, sched(7)), which is none for
+  // minutes where the machine is busy: it is given as much as the test, as soon as it has done so.
+  void takeItsShare() const {
+    const pid_t process = process_->processIdentifier();
+    awaitThat([process] { return sched_getscheduler(process) == SCHED_IDLE; });
+    const sched_param usual = {};
+    sched_setscheduler(process, SCHED_OTHER, &usual);
+  }
+
   TemporaryFolder home_;
   std::unique_ptr<ChildProcess> process_;
 };

@@ -80,7 +80,8 @@ TEST(UnitText, MissedTimesAreMadeUpForAndTheWeightIsLow) {
   const std::string timer = timerUnit(weekly());
   EXPECT_NE(timer.find("\nPersistent=true\n"), std::string::npos);
   const std::string service = serviceUnit(weekly(), "/usr/bin/vantrel");
-  for (const char* line : {"\nNice=19\n", "\nIOSchedulingClass=idle\n", "\nCPUWeight=1\n"}) {
+  for (const char* line : {"\nNice=19\n", "\nSuccessExitStatus=1 143\n", "\nKillMode=mixed\n",
+                           "\nIOSchedulingClass=idle\n", "\nCPUWeight=1\n"}) {
     EXPECT_NE(service.find(line), std::string::npos) << line;
   }
 }

@@ -2,12 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QLabel>
 #include <cctype>
 #include <set>
 #include <string>
 
 #include "posix/ChildProcess.h"
 #include "posix/Text.h"
+#include "tests/desktop/support/pages/WindowUnderTest.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace quillo {
@@ -91,6 +95,28 @@ TEST(VantrelHelp, FitsATerminal) {
   for (const std::string_view line : split(help(), '\n')) {
     EXPECT_LE(line.size(), 80U) << line;
   }
+}
+
+// Also of one that has no command, for which there is a button.
+TEST(VantrelHelpPage, LetsARemedyBeCopiedByTheKeyboardAlone) {
+  KeptLog log;
+  StringTables strings{
+      StringTables::foldersOfCompanion(QUILLO_SOURCE_DIR "/resources/strings"), {"en"}, nullptr};
+  const InterfaceTranslator translator{strings};
+  QtImageLoader images{QUILLO_BINARY_DIR "/resources/images"};
+  QtMainWindow window{QUILLO_SOURCE_DIR "/resources/interface/vantrel", "", {images, strings, log}};
+  const std::string remedy = "There is no icon.\nInstall the extension “AppIndicator”.";
+  window.page("help").setText("chosen", remedy);
+  window.page("help").setVisible("chosen", true);
+  window.show("help");
+  QCoreApplication::processEvents();
+  auto* const chosen = window.widget().findChild<QLabel*>("chosen");
+  ASSERT_TRUE(chosen);
+  EXPECT_TRUE(chosen->focusPolicy() & Qt::TabFocus);
+  chosen->setFocus(Qt::TabFocusReason);
+  WindowUnderTest::press(chosen, Qt::Key_A, Qt::ControlModifier);
+  WindowUnderTest::press(chosen, Qt::Key_C, Qt::ControlModifier);
+  EXPECT_EQ(QGuiApplication::clipboard()->text().remove(QChar(0x200b)).toStdString(), remedy);
 }
 
 }  // namespace

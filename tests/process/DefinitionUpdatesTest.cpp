@@ -107,14 +107,15 @@ TEST_F(Updates, TakeBackWhatAnEarlierOneCameToAlsoWhenTheySucceedInSilence) {
   EXPECT_EQ(timesWithdrawn(), before + 1);
 }
 
-TEST_F(Updates, ThatFailOfferTheirLog) {
+TEST_F(Updates, ThatFailOfferWhatMendsThemAndTheirLog) {
   home.write("update.log", "why");
   installUpdater("exit 2");
   update(true);
   const auto buttons = desktop.growl.posted().back().details.buttons;
-  ASSERT_EQ(buttons.size(), 1U);
-  EXPECT_EQ(buttons[0].title, "<NOTIFICATION_LOG>");
-  buttons[0].press();
+  ASSERT_EQ(buttons.size(), 2U);
+  EXPECT_EQ(buttons[0].title, "<NOTIFICATION_VANTREL>");
+  EXPECT_EQ(buttons[1].title, "<NOTIFICATION_LOG>");
+  buttons[1].press();
   EXPECT_EQ(desktop.workspace.opened.back(), home.path() + "/update.log");
   installUpdater("exit 0");
   update(true);

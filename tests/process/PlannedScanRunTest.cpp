@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include "companion/planned/PlannedScanRun.h"
 #include "posix/Text.h"
@@ -20,11 +21,12 @@ class PlannedScanRunTest : public testing::Test {
                                             {"SCAN_REPORT_FOUND_ONE", "1 found"}};
   }
   PlannedScanOutcome run(const std::vector<std::string>& paths) {
-    return runToOutcome(paths, bench.services(), &bench.history);
+    return runToOutcome(paths, bench.services(), &bench.history, engineAnswers);
   }
 
   wrapper::FakeClientTree tree;
   ManualScanBench bench;
+  std::function<bool()> engineAnswers = [] { return true; };
 };
 
 TEST_F(PlannedScanRunTest, IsCompleteWhenAllIsClean) {
@@ -32,6 +34,15 @@ TEST_F(PlannedScanRunTest, IsCompleteWhenAllIsClean) {
   EXPECT_EQ(outcome.found, 0U);
   EXPECT_TRUE(outcome.isComplete);
   EXPECT_EQ(outcome.words, "<SCAN_REPORT_NOTHING>\n1 clean");
+}
+
+TEST_F(PlannedScanRunTest, IsIncompleteWithoutDefinitionsAndSaysSo) {
+  ManualScanServices services = bench.services();
+  services.lacksDefinitions = [] { return true; };
+  const PlannedScanOutcome outcome =
+      runToOutcome({tree.file("clean")}, services, &bench.history, engineAnswers);
+  EXPECT_FALSE(outcome.isComplete);
+  EXPECT_TRUE(outcome.words.starts_with("<SCAN_REPORT_NO_DEFINITIONS>")) << outcome.words;
 }
 
 TEST_F(PlannedScanRunTest, CountsWhatItFindsAndKeepsIt) {
@@ -47,11 +58,25 @@ TEST_F(PlannedScanRunTest, IsIncompleteWhenSomethingIsNotThere) {
   EXPECT_FALSE(run({tree.file("clean"), tree.files().at("gone")}).isComplete);
 }
 
+TEST_F(PlannedScanRunTest, IsEndedInOrderBySigtermAlsoWhileItWaitsForTheEngine) {
+  engineAnswers = [] {
+    raise(SIGTERM);
+    return false;
+  };
+  const PlannedScanOutcome outcome = run({tree.file("clean")});
+  EXPECT_TRUE(outcome.isStopped);
+  EXPECT_FALSE(outcome.isComplete);
+  EXPECT_TRUE(outcome.words.starts_with("<SCAN_REPORT_STOPPED>")) << outcome.words;
+  const std::vector<std::string> calls = bench.history.calls();
+  EXPECT_EQ(calls, (std::vector<std::string>{"began 1", "ended 0"}));
+}
+
 TEST(PlannedScanEngine, IsWaitedForWhileItLoads) {
   PassingClock clock;
   const auto begin = clock.now();
   int questions = 0;
-  EXPECT_TRUE(awaitEngine(clock, [&] { return ++questions == 4; }));
+  EXPECT_TRUE(awaitEngine(
+      clock, [&] { return ++questions == 4; }, [] { return false; }));
   EXPECT_GE(clock.now() - begin, std::chrono::seconds(3));
   EXPECT_LE(clock.now() - begin, std::chrono::minutes(1));
 }
@@ -59,7 +84,8 @@ TEST(PlannedScanEngine, IsWaitedForWhileItLoads) {
 TEST(PlannedScanEngine, IsGivenUpAfterSomeMinutes) {
   PassingClock clock;
   const auto begin = clock.now();
-  EXPECT_FALSE(awaitEngine(clock, [] { return false; }));
+  EXPECT_FALSE(awaitEngine(
+      clock, [] { return false; }, [] { return false; }));
   EXPECT_GE(clock.now() - begin, std::chrono::minutes(10));
   EXPECT_LE(clock.now() - begin, std::chrono::minutes(11));
 }

@@ -46,6 +46,7 @@ class AgentEvidenceTest : public testing::Test {
 TEST_F(AgentEvidenceTest, IsWhatTheAgentSays) {
   using Agent = SelfTestEvidence::Agent;
   EXPECT_EQ(factsIn("watching").agent, Agent::watching);
+  EXPECT_EQ(factsIn("watching").otherFolders, std::vector<std::string>{"/flat/"});
   EXPECT_EQ(factsIn("starting").agent, Agent::starting);
   for (const char* state : {"stopped", "asleep", "quitting", "of a later version"}) {
     EXPECT_EQ(factsIn(state).agent, Agent::stopped) << state;

@@ -52,6 +52,9 @@ TEST(CommandWords, ThatAreWrongAreAnsweredWithEachWayOfUse) {
 
 TEST(CommandWords, ThatArePathsBeginWhereTheCommandWasGiven) {
   EXPECT_EQ(absolutePath("/a", "/home"), "/a");
+  EXPECT_EQ(absolutePath("///a//b", "/home"), "/a//b");
+  EXPECT_EQ(absolutePath("//", "/home"), "/");
+  EXPECT_EQ(absolutePath("", "/home"), "");
   EXPECT_EQ(absolutePath("./a/./b", "/home"), "/home/a/./b");
   EXPECT_EQ(absolutePath(".", "/home"), "/home/.");
   EXPECT_EQ(absolutePath("a", "/"), "/a");

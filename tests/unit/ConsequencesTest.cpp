@@ -219,7 +219,10 @@ TEST_F(FindNotification, OfAnEngineThatCannotBeReachedIsOverWhenItJudgesAgain) {
   report.consequences().showEngineError("Quit");
   const NotificationDetails details = owner.details().back();
   EXPECT_FALSE(details.isFind);
-  EXPECT_EQ(titles(details), Titles{"<NOTIFICATION_LOG>"});
+  EXPECT_EQ(titles(details), (Titles{"<NOTIFICATION_VANTREL>", "<NOTIFICATION_LOG>"}));
+  owner.hasPages = true;
+  details.buttons[0].press();
+  EXPECT_TRUE(owner.calls.has("open page overview"));
   startRun(Action::leaveInPlace);
   loggedFor("ERROR: something\n");
   EXPECT_FALSE(owner.withdrawn.has(details.topic));

@@ -60,5 +60,36 @@ TEST_F(DefinitionPlaceTest, AreNoneWhereTheDaemonHasNotLoadedThemYet) {
   EXPECT_EQ(definitionsLoadedBy(folder.path()), 0);
 }
 
+TEST_F(DefinitionPlaceTest, AreLackingWhereTheDaemonAnswersAndNoneAreThere) {
+  configure();
+  FakeClamd clamd(socket());
+  clamd.answerWith(std::string("ClamAV 1.4.3\0", 13));
+  EXPECT_TRUE(lacksDefinitions(folder.path()));
+}
+
+TEST_F(DefinitionPlaceTest, AreLackingUntilTheDaemonHasLoadedThem) {
+  configure();
+  folder.write("definitions/daily.cvd", database);
+  FakeClamd clamd(socket());
+  clamd.answerWith(std::string("ClamAV 1.4.3\0", 13));
+  EXPECT_TRUE(lacksDefinitions(folder.path()));
+}
+
+// A daemon does not number those.
+TEST_F(DefinitionPlaceTest, AreNotLackingWhereThereAreOthersThanMainAndDaily) {
+  configure();
+  folder.write("definitions/own.ndb", "Own.Threat:0:*:deadbeef\n");
+  FakeClamd clamd(socket());
+  clamd.answerWith(std::string("ClamAV 1.4.3\0", 13));
+  EXPECT_FALSE(lacksDefinitions(folder.path()));
+}
+
+// Of what nobody knows nothing is said.
+TEST_F(DefinitionPlaceTest, AreNotSaidToLackWhereNoDaemonAnswers) {
+  configure();
+  EXPECT_FALSE(lacksDefinitions(folder.path()));
+  EXPECT_FALSE(lacksDefinitions(""));
+}
+
 }  // namespace
 }  // namespace quillo

@@ -19,6 +19,7 @@ namespace {
 
 struct NobodyThere final : SelfTestEvidence {
   Facts facts() override { return {}; }
+  void abandon(const std::string&, std::int64_t) override {}
   std::optional<Find> findOf(const std::string&, std::int64_t) override { return std::nullopt; }
 };
 

@@ -44,6 +44,17 @@ TEST_F(NameWatcherTest, HasTheWatchedPlacesWatchedUntilItIsStopped) {
   EXPECT_TRUE(desktop.nameWatch.places.empty());
 }
 
+TEST_F(NameWatcherTest, LeadsFromAPlaceWithAGapToTheFolders) {
+  watcher.start();
+  findGap("/a", Gap::mountsUnknown);
+  const auto buttons = owner.buttons();
+  ASSERT_EQ(buttons.size(), 1U);
+  EXPECT_EQ(buttons[0].title, "<NOTIFICATION_FOLDERS>");
+  buttons[0].press();
+  const Lines calls = owner.calls();
+  EXPECT_EQ(calls.back(), "show folders");
+}
+
 TEST_F(NameWatcherTest, HandsOnWhatTheHelpersLinesWouldHandOn) {
   desktop.preferenceStore.set("QuarantineFolder", "~/Q/");
   owner.watch("/home/anna/", true);

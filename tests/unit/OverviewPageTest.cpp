@@ -10,6 +10,7 @@
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePage.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/support/LaterThreads.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -26,6 +27,16 @@ class FakeCounts final : public RecentCounts {
   Counts counts;
   std::chrono::system_clock::time_point asked;
   int questions = 0;
+};
+
+// A thread is over before anybody looks, unless the test keeps it.
+class QuickThreads final : public ThreadStarter {
+ public:
+  void detachNewThread(const std::string& name, std::function<void()> body) override {
+    keeps ? kept.detachNewThread(name, std::move(body)) : body();
+  }
+  bool keeps = false;
+  LaterThreads kept;
 };
 
 class OverviewPageTest : public testing::Test {
@@ -53,6 +64,7 @@ class OverviewPageTest : public testing::Test {
   PassingClock clock;
   FakeAgentLink agent;
   FakeCounts counts;
+  QuickThreads counting;
   FakeMainWindow window;
   int setUps = 0;
   Wording setUpProblem;
@@ -61,7 +73,7 @@ class OverviewPageTest : public testing::Test {
       window.page("overview"),
       window,
       {agent, clock, update, desktop.localizedStrings, desktop.distributedNotificationCenter,
-       desktop.preferences, counts, [this] {
+       desktop.preferences, counts, desktop.application, counting, [this] {
          ++setUps;
          return setUpProblem;
        }}};
@@ -262,6 +274,22 @@ TEST_F(OverviewPageTest, CountsAnewOnlyWhenTheAgentSaysThatTheHistoryHasNews) {
   counts.counts.found = 8;
   become([](AgentStatus& status) { status.verdicts = 1; });
   EXPECT_EQ(text("foundText"), "OVERVIEW_FOUND_MANY 8");
+}
+
+TEST_F(OverviewPageTest, DoesNotWaitForALongHistoryToBeCounted) {
+  counting.keeps = true;
+  counts.counts.found = 8;
+  FakeMainWindow other;
+  const OverviewPage late(
+      other.page("overview"), other,
+      {agent, clock, update, desktop.localizedStrings, desktop.distributedNotificationCenter,
+       desktop.preferences, counts, desktop.application, counting, [] { return Wording(); }});
+  FakePage& shown = other.pages["overview"];
+  EXPECT_EQ(shown.text("sentence"), "GUARD_GUARDED_MANY 2");
+  EXPECT_EQ(shown.text("foundText"), "<OVERVIEW_COUNTING>");
+  EXPECT_FALSE(shown.isVisible("notScannedText"));
+  counting.kept.runAll();
+  EXPECT_EQ(shown.text("foundText"), "OVERVIEW_FOUND_MANY 8");
 }
 
 TEST_F(OverviewPageTest, SaysThatTheHistoryCannotBeReadOrIsNotKept) {

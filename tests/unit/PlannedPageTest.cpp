@@ -1,79 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "companion/planned/PlannedPage.h"
-#include "tests/fakes/desktop/FakeInterface.h"
-#include "tests/fakes/desktop/FakePage.h"
-#include "tests/fakes/desktop/FakeServices.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/Threads.h"
+#include "tests/fakes/companion/PlannedPageFixture.h"
 
 namespace quillo {
 namespace {
 
 using Often = PlannedScan::Often;
-
-// A system that plans what it is told, unless it has a problem.
-struct FakePlannedScans final : PlannedScans {
-  Listing list() override { return {scans, noSystem}; }
-  Wording put(const PlannedScan& scan) override {
-    if (!problem.empty()) {
-      return problem;
-    }
-    PlannedScan planned = scan;
-    planned.id = scan.id.empty() ? "new" : scan.id;
-    planned.isActive = true;
-    std::erase_if(scans, [&](const PlannedScan& other) { return other.id == planned.id; });
-    scans.push_back(planned);
-    return {};
-  }
-  Wording remove(const std::string& id) override {
-    if (problem.empty()) {
-      std::erase_if(scans, [&](const PlannedScan& scan) { return scan.id == id; });
-    }
-    return problem;
-  }
-  Wording runNow(const std::string& id) override {
-    started.push_back(id);
-    return problem;
-  }
-  std::vector<PlannedScan> scans;
-  std::vector<std::string> started;
-  Wording problem;
-  Wording noSystem;
-};
-
-class PlannedPageTest : public testing::Test {
- protected:
-  PlannedPageTest() { strings.texts["PLANNED_REPLACES"] = "was %@"; }
-  void plan(const std::string& id, Often often = Often::daily) {
-    PlannedScan scan;
-    scan.id = id;
-    scan.folders = {"/home/anna/" + id};
-    scan.often = often;
-    scan.day = 3;
-    scan.isActive = true;
-    system.scans.push_back(scan);
-  }
-  // Lets the system answer.
-  void answered() { threads.run("planned"); }
-  void shown() {
-    page.refresh();
-    answered();
-  }
-
-  TemporaryFolder home;
-  FakeApplication application;
-  FakeLocalizedStrings strings;
-  FakeThreads threads;
-  FakePlannedScans system;
-  FakePage ui{"planned"};
-  FakeMainWindow window;
-  PlannedPage page{ui, window, {application, strings, system, threads, [](std::int64_t time) {
-                                  return "time " + std::to_string(time);
-                                }}};
-};
+using PlannedPageTest = PlannedPageFixture;
 
 TEST_F(PlannedPageTest, EveryScanIsARowWithFoldersTimesAndRuns) {
   plan("a", Often::weekly);
@@ -274,18 +207,6 @@ TEST_F(PlannedPageTest, ButtonsWaitForASelectionAndForTheSystem) {
   EXPECT_FALSE(ui.isEnabled("add"));
   answered();
   EXPECT_TRUE(ui.isEnabled("change"));
-}
-
-TEST_F(PlannedPageTest, AnswerGivenWhileTheSystemIsAskedIsNotLost) {
-  plan("a");
-  shown();
-  ui.select("plans", {0});
-  ui.press("remove");
-  page.refresh();
-  window.answer("<PLANNED_REMOVE_YES>");
-  answered();
-  answered();
-  EXPECT_TRUE(system.scans.empty());
 }
 
 TEST_F(PlannedPageTest, SystemThatCannotPlanIsSaid) {

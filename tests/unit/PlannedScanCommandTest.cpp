@@ -13,16 +13,24 @@ using Words = std::vector<std::string>;
 class PlannedScanCommandTest : public testing::Test {
  protected:
   int run(const Words& words) {
-    return runPlannedScan(words, errors, {strings, growl, [this](const Words& paths) {
-                                            scanned = paths;
-                                            return outcome;
-                                          }});
+    return runPlannedScan(words, errors,
+                          {strings, growl,
+                           [this](const Words& paths) {
+                             scanned = paths;
+                             return outcome;
+                           },
+                           [this](const std::string& report, bool isFind) {
+                             toAgent.push_back((isFind ? "find: " : "") + report);
+                             return hasAgent;
+                           }});
   }
   FakeLocalizedStrings strings;
   FakeGrowl growl;
   std::ostringstream errors;
   PlannedScanOutcome outcome;
   Words scanned;
+  Words toAgent;
+  bool hasAgent = false;
 };
 
 TEST_F(PlannedScanCommandTest, ScansPathsAndUrisOfPaths) {
@@ -33,7 +41,7 @@ TEST_F(PlannedScanCommandTest, ScansPathsAndUrisOfPaths) {
 TEST_F(PlannedScanCommandTest, ShowsWhatCameOfIt) {
   bool isHandedOver = false;
   growl.atHandOver = [&] { isHandedOver = true; };
-  outcome = {2, true, "2 finds"};
+  outcome = {2, true, false, "2 finds"};
   EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 1);
   ASSERT_EQ(growl.posted().size(), 1U);
   EXPECT_EQ(growl.posted()[0].title, "<PLANNED_RESULT_FOUND>");
@@ -53,6 +61,30 @@ TEST_F(PlannedScanCommandTest, WhatWasNotScannedIsNotCalledClean) {
   EXPECT_EQ(growl.posted()[1].title, "<PLANNED_RESULT_CLEAN>");
   EXPECT_FALSE(growl.posted()[0].isSticky);
   EXPECT_FALSE(growl.posted()[1].isSticky);
+}
+
+TEST_F(PlannedScanCommandTest, WhatNeedsALookIsShownByTheAgentWhereThereIsOne) {
+  hasAgent = true;
+  outcome = {2, true, false, "2 finds"};
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 1);
+  outcome = {0, false, false, "1 left out"};
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 2);
+  EXPECT_EQ(toAgent, (Words{"find: <PLANNED_RESULT_FOUND>\n2 finds",
+                            "<PLANNED_RESULT_INCOMPLETE>\n1 left out"}));
+  EXPECT_TRUE(growl.posted().empty());
+  outcome = {0, true, false, "clean"};
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 0);
+  EXPECT_EQ(toAgent.size(), 2U);
+  EXPECT_EQ(growl.posted().size(), 1U);
+}
+
+TEST_F(PlannedScanCommandTest, OneThatWasEndedEarlyIsSaidToAndIsNoFailureOfItsService) {
+  outcome = {0, false, true, "stopped"};
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 143);
+  EXPECT_EQ(growl.posted().at(0).title, "<PLANNED_RESULT_ENDED>");
+  outcome.found = 1;
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 1);
+  EXPECT_EQ(growl.posted().at(1).title, "<PLANNED_RESULT_FOUND>");
 }
 
 TEST_F(PlannedScanCommandTest, OtherWordsScanNothing) {

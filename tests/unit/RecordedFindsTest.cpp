@@ -78,5 +78,15 @@ TEST_F(RecordedFindsTest, AreMarkedAsThoseOfATestUnderThePathThatTheyHave) {
   EXPECT_EQ(marks[0].outcome, Outcome::selfTest);
 }
 
+TEST_F(RecordedFindsTest, OfATestThatIsAbandonedAreItsOwnWhateverIsSaidOfThem) {
+  const std::string name = "vantrel-self-test-0123456789abcdef.com";
+  keep("/real/" + name, Outcome::unsaid);
+  finds.abandon("/link/" + name, now);
+  ASSERT_EQ(marks.size(), 1U);
+  EXPECT_EQ(marks[0].path, "/real/" + name);
+  EXPECT_EQ(marks[0].outcome, Outcome::selfTest);
+  EXPECT_TRUE(AbandonedTests(folder.path()).have("/elsewhere/" + name));
+}
+
 }  // namespace
 }  // namespace quillo

@@ -77,6 +77,24 @@ TEST_F(ResultsPageTest, SearchesWithoutHoldingUpTheWindow) {
   EXPECT_EQ(shown.text("summary"), "<RESULTS_COUNT_ONE>");
 }
 
+// Else none would come to its end while news come faster than it takes.
+TEST_F(ResultsPageTest, LetsASearchComeToItsEndBeforeItLooksForNews) {
+  add(result("/srv/invoice"));
+  open();
+  shown.write("search", "invoice");
+  add(result("/srv/invoice2"));
+  add(result("/srv/other"));
+  page->historyChanged();
+  page->historyChanged();
+  ASSERT_EQ(threads.bodies.size(), 1U);
+  search();
+  EXPECT_EQ(threads.bodies.size(), 1U);
+  add(result("/srv/invoice3"));
+  search();
+  EXPECT_EQ(files(), (Cells{"invoice3", "invoice2", "invoice"}));
+  EXPECT_TRUE(threads.bodies.empty());
+}
+
 TEST_F(ResultsPageTest, ShowsTheLastSearchOfSeveral) {
   add(result("/srv/a"));
   add(result("/srv/b"));
@@ -151,13 +169,17 @@ TEST_F(ResultsPageTest, ShowsWhereMuchWasScanned) {
   EXPECT_FALSE(shown.isVisible("busyBox"));
   shown.check("showBusy", true);
   EXPECT_FALSE(shown.isVisible("resultsBox"));
+  EXPECT_EQ(shown.text("summary"), "<RESULTS_SEARCHING>") << "the window waits for it";
+  search();
   EXPECT_EQ(shown.text("summary"), "2 folders");
   const Cells cells = shown.row("busy", 0).cells;
   EXPECT_EQ(cells, (Cells{"", "~/src", "1,201", "45 KB"}));
   shown.check("byDay", true);
+  search();
   EXPECT_NE(shown.row("busy", 0).cells[0], "");
   EXPECT_EQ(shown.rowCount("busy"), 3U);
   shown.choose("period", 1);
+  search();
   EXPECT_EQ(shown.rowCount("busy"), 2U);
 }
 
@@ -165,6 +187,7 @@ TEST_F(ResultsPageTest, SaysWhenNothingWasCountedThere) {
   add(result("/srv/a"));
   open();
   shown.check("showBusy", true);
+  search();
   EXPECT_EQ(shown.text("summary"), "<RESULTS_BUSY_NONE>");
 }
 
@@ -230,8 +253,10 @@ TEST_F(DamagedResultsPageTest, SaysSoOfBusyFolders) {
   damage("scanned");
   open();
   shown.check("showBusy", true);
+  search();
   EXPECT_TRUE(saysBroken()) << shown.text("summary");
   shown.check("byDay", true);
+  search();
   EXPECT_TRUE(saysBroken()) << shown.text("summary");
 }
 

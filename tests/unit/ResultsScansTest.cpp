@@ -251,6 +251,7 @@ TEST_F(ResultsScansTest, AreShownInPlaceOfWhatIsBusyAndTheOtherWayRound) {
   shown.check("showBusy", true);
   EXPECT_FALSE(shown.isChecked("showScans"));
   EXPECT_FALSE(shown.isVisible("scansBox"));
+  search();
   EXPECT_EQ(shown.text("summary"), "<RESULTS_BUSY_NONE>");
   shown.check("showScans", true);
   EXPECT_FALSE(shown.isChecked("showBusy"));

@@ -63,6 +63,18 @@ TEST_F(ScanReportLimits, AreReportedOnceARunByTheFirstFileAndTheNumberOfTheOther
                                   "notify 7 1.iso + 3 > 100 MB"}));
 }
 
+TEST_F(ScanReportLimits, LeadToTheResultsElseToTheLog) {
+  run({{"/home/anna/big.iso"}});
+  const NotificationDetails details = owner.details().at(0);
+  ASSERT_EQ(details.buttons.size(), 1U);
+  EXPECT_EQ(details.buttons[0].title, "<NOTIFICATION_RESULTS>");
+  details.buttons[0].press();
+  owner.hasPages = true;
+  details.buttons[0].press();
+  EXPECT_EQ(owner.calls(), (Calls{"notify 7 big.iso > 100 MB", "open page results", "open log",
+                                  "open page results"}));
+}
+
 TEST_F(ScanReportLimits, LetNoNameMakeALineOfItsOwn) {
   run({{"/a/big\nAll is well.iso"}});
   EXPECT_EQ(owner.calls(), Calls{"notify 7 big\\x0AAll is well.iso > 100 MB"});

@@ -33,6 +33,56 @@ TEST_F(SelfTestTest, WorksWhenTheFileIsFoundAndLeavesNothing) {
   EXPECT_EQ(countIn(guarded), 0U);
 }
 
+TEST_F(SelfTestTest, SaysWhichFoldersItDoesNotTry) {
+  evidence.now.watchedFolders.emplace_back("/other/");
+  evidence.now.otherFolders = {"/flat/"};
+  SelfTest test(clock, evidence, {});
+  test.step();
+  EXPECT_EQ(of(test, Step::written).words.key, "SELFTEST_WRITTEN_ALONE");
+  EXPECT_EQ(of(test, Step::written).words.values,
+            (std::vector<std::string>{test.path(), "/other/, /flat/"}));
+  EXPECT_TRUE(test.leavesFoldersOut());
+}
+
+TEST_F(SelfTestTest, NamesTheFolderThatItCouldWriteIntoAsTheOneThatItTries) {
+  evidence.now.watchedFolders.insert(evidence.now.watchedFolders.begin(), folder.at("gone") + "/");
+  SelfTest test(clock, evidence, {});
+  test.step();
+  EXPECT_EQ(of(test, Step::written).words.values,
+            (std::vector<std::string>{test.path(), folder.at("gone") + "/"}));
+}
+
+TEST_F(SelfTestTest, AloneInItsFolderLeavesNoneOut) {
+  SelfTest test(clock, evidence, {});
+  test.step();
+  EXPECT_EQ(of(test, Step::written).words.key, "SELFTEST_WRITTEN");
+  EXPECT_FALSE(test.leavesFoldersOut());
+}
+
+TEST_F(SelfTestTest, ThatIsGivenUpHasALaterFindCountAsItsOwn) {
+  std::string path;
+  {
+    SelfTest givenUp(clock, evidence, {});
+    steps(givenUp, SelfTest::longestWay + std::chrono::seconds(1));
+    EXPECT_EQ(evidence.abandoned, givenUp.path());
+    EXPECT_GT(evidence.abandonedSince, 0);
+    SelfTest left(clock, evidence, {});
+    left.step();
+    path = left.path();
+  }
+  EXPECT_EQ(evidence.abandoned, path);
+}
+
+TEST_F(SelfTestTest, ThatHasItsFindLeavesNoneBehind) {
+  {
+    SelfTest test(clock, evidence, {});
+    test.step();
+    evidence.find = SelfTestEvidence::Find{"Eicar", Done::leftInPlace, ""};
+    test.step();
+  }
+  EXPECT_EQ(evidence.abandoned, "");
+}
+
 TEST_F(SelfTestTest, QuarantinedFileIsRemovedThereAndNothingElse) {
   SelfTest test(clock, evidence, {quarantine});
   test.step();

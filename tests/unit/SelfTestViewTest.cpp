@@ -18,6 +18,7 @@ struct Watching final : SelfTestEvidence {
     ++looks;
     return {agent, {folder}, 0, 0};
   }
+  void abandon(const std::string&, std::int64_t) override {}
   std::optional<Find> findOf(const std::string&, std::int64_t) override {
     return looks < findsAfter ? std::nullopt : std::optional(Find{"Eicar", Done::leftInPlace, ""});
   }

@@ -39,6 +39,7 @@ struct FakeDefinitions final : FirstDefinitions {
 
 struct NoAgent final : SelfTestEvidence {
   Facts facts() override { return {}; }
+  void abandon(const std::string&, std::int64_t) override {}
   std::optional<Find> findOf(const std::string&, std::int64_t) override { return std::nullopt; }
 };
 

@@ -48,8 +48,8 @@ TEST(StartRequestTest, NamesTheWordThatItDoesNotUnderstand) {
   const std::vector<std::pair<Words, std::string>> cases = {
       {{"--nonsense"}, "--nonsense"}, {{"-x"}, "-x"},           {{""}, ""},
       {{"--page"}, "--page"},         {{"--page="}, "--page="}, {{"--page", "a", "b"}, "b"},
-      {{"--page=a", "b"}, "b"},       {{"--open"}, "--open"},   {{"--open", "--"}, "--open"},
-      {{"--help", "x"}, "x"},         {{"--service", "x"}, "x"}};
+      {{"--page=a", "b"}, "b"},       {{"--open"}, "--open"},   {{"--open", "a", ""}, ""},
+      {{"--open", "--"}, "--open"},   {{"--help", "x"}, "x"},   {{"--service", "x"}, "x"}};
   for (const auto& [words, word] : cases) {
     const StartRequest request = StartRequest::of(words);
     EXPECT_EQ(request.kind, Kind::misused) << word;

@@ -37,6 +37,14 @@ TEST_F(TestCommandTest, SaysEachStepAndEndsWithZeroWhenAllWorks) {
             "<SELFTEST_END_WORKS>\n");
 }
 
+TEST_F(TestCommandTest, SaysOfOneFolderOnlyWhereOthersAreWatched) {
+  evidence.now.otherFolders = {"/flat/"};
+  evidence.find = SelfTestEvidence::Find{"Eicar", Done::leftInPlace, ""};
+  EXPECT_EQ(run({}), 0);
+  EXPECT_NE(out.str().find("✓ <SELFTEST_WRITTEN_ALONE>"), std::string::npos);
+  EXPECT_TRUE(out.str().ends_with("<SELFTEST_END_WORKS_THERE>\n"));
+}
+
 TEST_F(TestCommandTest, SaysWhichStepFailedAndEndsWithOne) {
   int looks = 0;
   evidence.onFacts = [&] { clock.advance(++looks < 3 ? SelfTest::pause : SelfTest::longestWay); };

@@ -159,7 +159,7 @@ TEST_F(ThrobberAttention, OffersWhatMendsItBelow) {
   owner.facts.definitions = DefinitionState::none;
   EXPECT_EQ(offer(), "<MEND_DEFINITIONS>");
   owner.facts.helperFails = true;
-  EXPECT_EQ(offer(), "");
+  EXPECT_EQ(offer(), "<MEND_ENGINE_FAILS>");
   owner.facts.engineMissing = true;
   EXPECT_EQ(offer(), "<MEND_ENGINE>");
 }

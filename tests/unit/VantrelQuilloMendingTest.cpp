@@ -139,6 +139,54 @@ TEST_F(AgentMending, OpensTheOverviewForAHelperThatFailsElseTheLog) {
   EXPECT_TRUE(desktop.workspace.opened[0].ends_with("VantrelQuillo-scan.log"));
 }
 
+TEST_F(AgentMending, WatchesAnewForAHelperThatFails) {
+  launch();
+  agent().parts().watcherLink.setHelperFails(true);
+  ASSERT_EQ(menu.mendMenuItem.title(), "<MEND_ENGINE_FAILS>");
+  desktop.preferenceStore.set(
+      "QuilloFolderArray",
+      PreferenceValue{PreferenceArray{watchedFolder("~", true),
+                                      watchedFolder(home.makeFolder("other"), true)}});
+  menu.mendMenuItem.choose();
+  agent().parts().watcherLink.setHelperFails(false);
+  EXPECT_EQ(toolTip(), "<STATUS_WATCHING>");
+}
+
+TEST_F(AgentMending, OpensTheFoldersForGapsAndTheOverviewForAnEngineElseWhatThereIs) {
+  launch();
+  desktop.applicationLauncher.installed = true;
+  agent().parts().watcherLink.showFolders();
+  agent().parts().engineLink.showWhatMends();
+  EXPECT_EQ(desktop.applicationLauncher.pages,
+            (Lines{"org.vantrel.Vantrel folders", "org.vantrel.Vantrel overview"}));
+  desktop.applicationLauncher.installed = false;
+  agent().parts().watcherLink.showFolders();
+  ASSERT_EQ(desktop.workspace.opened.size(), 1U);
+  EXPECT_TRUE(desktop.workspace.opened[0].ends_with("VantrelQuillo-scan.log"));
+  const std::size_t before = alone().calls().size();
+  agent().parts().engineLink.showWhatMends();
+  EXPECT_GT(alone().calls().size(), before);
+}
+
+TEST_F(AgentMending, ShowsWhatAPlannedScanCameToAndLeadsToTheResults) {
+  launch();
+  desktop.applicationLauncher.installed = true;
+  desktop.distributedNotificationCenter.deliver(plannedScanFound, "Found\n2 finds\n1 left out");
+  desktop.distributedNotificationCenter.deliver(plannedScanEnded, "Ended early");
+  desktop.distributedNotificationCenter.deliver(plannedScanEnded, "");
+  const auto posted = desktop.growl.posted();
+  ASSERT_EQ(posted.size(), 2U);
+  EXPECT_EQ(posted[0].details.summary, "Found");
+  EXPECT_EQ(posted[0].details.body, "2 finds\n1 left out");
+  EXPECT_TRUE(posted[0].details.isFind);
+  EXPECT_EQ(posted[1].details.summary, "Ended early");
+  EXPECT_FALSE(posted[1].details.isFind);
+  ASSERT_EQ(posted[0].details.buttons.size(), 1U);
+  EXPECT_EQ(posted[0].details.buttons[0].title, "<NOTIFICATION_RESULTS>");
+  posted[0].details.buttons[0].press();
+  EXPECT_EQ(desktop.applicationLauncher.pages, Lines{"org.vantrel.Vantrel results"});
+}
+
 TEST_F(AgentMending, ShowsItsWindowFromTheFirstLineOfTheMenu) {
   launch();
   menu.stateMenuItem.choose();

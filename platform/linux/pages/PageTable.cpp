@@ -49,6 +49,13 @@ PageTable::PageTable(QTableView& view, const RowMarks& marks)
       guarded(std::function<void()>(onOpened_));
     }
   });
+  QObject::connect(view_.horizontalHeader(), &QHeaderView::sectionClicked, &view_,
+                   [this](int column) {
+                     if (onTitle_) {
+                       const auto pressed = onTitle_;
+                       guarded([&] { pressed(static_cast<std::size_t>(column)); });
+                     }
+                   });
 }
 
 void PageTable::arrange() {
@@ -74,7 +81,12 @@ void PageTable::arrange() {
 
 void PageTable::wrapTexts() {
   view_.setWordWrap(true);
-  const auto fit = [this] { view_.resizeRowsToContents(); };
+  const auto fit = [this] {
+    const QAbstractItemView& rows = view_;
+    for (int row = 0; row < model_.rowCount(); ++row) {
+      view_.setRowHeight(row, rows.sizeHintForRow(row) + roomInRow);
+    }
+  };
   // Once all of them have their widths: the last gets what the others leave.
   QObject::connect(view_.horizontalHeader(), &QHeaderView::sectionResized, &view_, fit,
                    Qt::QueuedConnection);
@@ -146,6 +158,12 @@ void PageTable::fitColumns() {
     needed.push_back(std::min(width + roomInCell, widestColumn));
   }
   widths_.setNeeded(std::move(needed));
+}
+
+void PageTable::markTitle(std::size_t column, bool isAscending) {
+  view_.horizontalHeader()->setSortIndicatorShown(true);
+  view_.horizontalHeader()->setSortIndicator(
+      static_cast<int>(column), isAscending ? Qt::AscendingOrder : Qt::DescendingOrder);
 }
 
 // By ranges: a million selected rows are one of them.

@@ -27,9 +27,11 @@ class PageTable final {
   std::vector<std::size_t> selectedRows() const;
   void selectRow(std::size_t row);
   void selectRows(const std::vector<std::size_t>& rows);
-  // Both are called for what the user does, and for nothing else.
+  void markTitle(std::size_t column, bool isAscending);
+  // All are called for what the user does, and for nothing else.
   void onSelection(std::function<void()> action) { onSelection_ = std::move(action); }
   void onOpened(std::function<void()> action) { onOpened_ = std::move(action); }
+  void onTitle(std::function<void(std::size_t)> pressed) { onTitle_ = std::move(pressed); }
 
  private:
   void arrange();
@@ -45,6 +47,7 @@ class PageTable final {
   QLabel* hint_ = nullptr;
   std::function<void()> onSelection_;
   std::function<void()> onOpened_;
+  std::function<void(std::size_t)> onTitle_;
   bool isSetting_ = false;
   bool isFitted_ = false;
 };

@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMainWindow>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -51,8 +52,9 @@ RowMarks rowMarks(ImageLoader& images, LocalizedStrings& strings) {
 
 }  // namespace
 
-// The window itself, which says when its user closes it.
-class QtMainWindow::Frame final : public QWidget {
+// The window itself, which says when its user closes it. Of this class alone a screen reader is
+// told that it is a window.
+class QtMainWindow::Frame final : public QMainWindow {
  public:
   explicit Frame(QtMainWindow& owner) : owner_(owner) {}
 
@@ -99,7 +101,9 @@ void QtMainWindow::arrange() {
   const QString title = QStringLiteral("Vantrel");
   frame_->setObjectName("mainWindow");
   frame_->setWindowTitle(title);
-  auto* row = new QHBoxLayout(frame_.get());
+  auto* inside = new QWidget;
+  frame_->setCentralWidget(inside);
+  auto* row = new QHBoxLayout(inside);
   row->setContentsMargins(0, 0, 0, 0);
   row->setSpacing(0);
   list_ = new PageList(displayText(strings_.stringForKey("WINDOW_PAGES", "Pages")));

@@ -100,6 +100,7 @@ void QtPage::silence() {
   for (const auto& [name, table] : tables_) {
     table->onSelection(nullptr);
     table->onOpened(nullptr);
+    table->onTitle(nullptr);
   }
 }
 
@@ -255,6 +256,12 @@ void QtPage::selectRows(const std::string& widget, const std::vector<std::size_t
   }
 }
 
+void QtPage::markTitle(const std::string& widget, std::size_t column, bool isAscending) {
+  if (PageTable* found = table(widget)) {
+    found->markTitle(column, isAscending);
+  }
+}
+
 void QtPage::onAction(const std::string& widget, Action action) {
   QWidget* const target = find(widget);
   if (!target) {
@@ -278,6 +285,12 @@ void QtPage::onAction(const std::string& widget, Action action) {
 void QtPage::onSelection(const std::string& widget, Action action) {
   if (PageTable* found = table(widget)) {
     found->onSelection(std::move(action));
+  }
+}
+
+void QtPage::onTitle(const std::string& widget, std::function<void(std::size_t column)> pressed) {
+  if (PageTable* found = table(widget)) {
+    found->onTitle(std::move(pressed));
   }
 }
 

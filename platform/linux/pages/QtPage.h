@@ -53,8 +53,10 @@ class QtPage final : public Page {
   std::vector<std::size_t> selectedRows(const std::string& widget) override;
   void selectRow(const std::string& widget, std::size_t row) override;
   void selectRows(const std::string& widget, const std::vector<std::size_t>& rows) override;
+  void markTitle(const std::string& widget, std::size_t column, bool isAscending) override;
   void onAction(const std::string& widget, Action action) override;
   void onSelection(const std::string& widget, Action action) override;
+  void onTitle(const std::string& widget, std::function<void(std::size_t column)> pressed) override;
   void onDrop(const std::string& widget,
               std::function<void(const std::vector<std::string>&)> dropped) override;
   void focus(const std::string& widget) override;

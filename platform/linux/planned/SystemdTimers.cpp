@@ -100,6 +100,12 @@ bool isOnlyOnMains(const QVariant& property) {
   return result;
 }
 
+// A service of one command is "activating" for as long as that runs; one that its user edited may
+// be of another kind.
+bool isAtWork(const QString& state) {
+  return QStringList({"activating", "active", "reloading", "deactivating"}).contains(state);
+}
+
 }  // namespace
 
 PlannedScan SystemdTimers::scanNumbered(const std::string& id) const {
@@ -110,12 +116,14 @@ PlannedScan SystemdTimers::scanNumbered(const std::string& id) const {
   if (const auto timer = systemd_.properties(unitName(id, "timer"), "Timer")) {
     readCalendar(calendarIn(timer->value("TimersCalendar")), scan);
     scan.isActive = timer->value("ActiveState").toString() == "active";
-    scan.lastRun = secondsIn(timer->value("LastTriggerUSec"));
     scan.nextRun = scan.isActive ? secondsIn(timer->value("NextElapseUSecRealtime")) : 0;
   }
   if (const auto service = systemd_.properties(unitName(id, "service"), "Service")) {
     readCommands(commandsIn(service->value("ExecStart")), program_, scan);
     scan.onlyOnMains = isOnlyOnMains(service->value("Conditions"));
+    scan.isRunning = isAtWork(service->value("ActiveState").toString());
+    // Not when the timer came last: it comes, too, when a condition keeps the service from running.
+    scan.lastRun = secondsIn(service->value("ExecMainStartTimestamp"));
   }
   return scan;
 }
@@ -241,6 +249,15 @@ Wording SystemdTimers::runNow(const std::string& id) {
   const PlannedScan scan = scanNumbered(id);
   return scan.otherProgram.empty() ? systemd_.start(unitName(id, "service"))
                                    : Wording{"PLANNED_OTHER_NOT_RUN", {scan.otherProgram}};
+}
+
+Wording SystemdTimers::end(const std::string& id) {
+  return idOfTimer(unitName(id, "timer")) ? systemd_.stop(unitName(id, "service"))
+                                          : Wording{"PLANNED_NOT_POSSIBLE"};
+}
+
+void SystemdTimers::observe(std::function<void()> changed) {
+  unitChanges_ = std::make_unique<UnitChanges>(bus_, "vantrel-scan-", std::move(changed));
 }
 
 }  // namespace quillo

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/PlannedScans.h"
 #include "platform/linux/planned/SystemdUser.h"
+#include "platform/linux/planned/UnitChanges.h"
 #include "platform/linux/planned/UnitFolder.h"
 #include "posix/Mutex.h"
 
@@ -18,12 +21,14 @@ class SystemdTimers final : public PlannedScans {
  public:
   // `program` is the absolute path of what scans; `folder` is that of the user's units.
   SystemdTimers(const QDBusConnection& bus, std::string program, std::string folder)
-      : systemd_(bus), program_(std::move(program)), folder_(std::move(folder)) {}
+      : bus_(bus), systemd_(bus), program_(std::move(program)), folder_(std::move(folder)) {}
 
   Listing list() override;
   Wording put(const PlannedScan& wanted) override;
   Wording remove(const std::string& id) override;
   Wording runNow(const std::string& id) override;
+  Wording end(const std::string& id) override;
+  void observe(std::function<void()> changed) override;
 
  private:
   // A unit that was written, and what was there before.
@@ -40,12 +45,15 @@ class SystemdTimers final : public PlannedScans {
   void takeBack(const std::string& timer, const std::vector<Written>& written) const;
 
   // Constant after construction.
+  const QDBusConnection bus_;
   const SystemdUser systemd_;
   const std::string program_;
   const UnitFolder folder_;
 
   // One change at a time.
   Mutex changes_;
+  // The main thread's own.
+  std::unique_ptr<UnitChanges> unitChanges_;
 };
 
 }  // namespace quillo

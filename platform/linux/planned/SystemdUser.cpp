@@ -5,6 +5,7 @@
 #include <QDBusObjectPath>
 #include <QStringList>
 
+#include "platform/linux/session/BusError.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -21,19 +22,23 @@ bool isError(const QDBusMessage& answer, const char* name) {
   return answer.errorName() == QLatin1String(name);
 }
 
-// Nobody bears the name, or there is no bus.
-bool isAbsent(const QDBusMessage& answer) {
-  return isError(answer, "org.freedesktop.DBus.Error.ServiceUnknown") ||
-         isError(answer, "org.freedesktop.DBus.Error.NameHasNoOwner") ||
-         isError(answer, "org.freedesktop.DBus.Error.Disconnected");
-}
-
 Wording problemIn(const QDBusMessage& answer) {
   if (isAnswered(answer)) {
     return {};
   }
-  return isAbsent(answer) ? Wording{"PLANNED_NO_SYSTEMD"}
-                          : Wording{"PLANNED_REFUSED", {answer.errorMessage().toStdString()}};
+  const std::string reason = answer.errorMessage().toStdString();
+  switch (kindOfBusError(answer.errorName())) {
+    case BusErrorKind::absent:
+      return {"PLANNED_NO_SYSTEMD"};
+    case BusErrorKind::noAnswer:
+      return {"PLANNED_NO_ANSWER", {reason}};
+    case BusErrorKind::notAllowed:
+      return {"PLANNED_NOT_ALLOWED", {reason}};
+    case BusErrorKind::noUnit:
+      return {"PLANNED_NO_UNIT", {reason}};
+    default:
+      return {"PLANNED_REFUSED", {reason}};
+  }
 }
 
 QString text(const std::string& name) { return QString::fromStdString(name); }

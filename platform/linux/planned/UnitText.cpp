@@ -154,8 +154,11 @@ std::string serviceUnit(const PlannedScan& scan, const std::string& program) {
   }
   return head + conditionFor(program) + (scan.onlyOnMains ? "ConditionACPower=true\n" : "") +
          "\n[Service]\nType=oneshot\nExecStart=:" + command +
-         "\n# 1: something was found, which is no failure of the service.\n"
-         "SuccessExitStatus=1\n"
+         "\n# 1: something was found; 143: it was ended early. Neither is a failure of the "
+         "service.\n"
+         "SuccessExitStatus=1 143\n"
+         "# The scan itself ends what it has begun.\n"
+         "KillMode=mixed\n"
          "Nice=19\nIOSchedulingClass=idle\nCPUWeight=1\nIOWeight=1\n";
 }
 

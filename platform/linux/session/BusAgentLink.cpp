@@ -8,6 +8,7 @@
 #include "platform/Workspace.h"
 #include "platform/linux/services/Guarded.h"
 #include "platform/linux/session/BusDaemon.h"
+#include "platform/linux/session/BusError.h"
 #include "platform/linux/session/StatusMap.h"
 
 namespace quillo {
@@ -46,13 +47,29 @@ AgentPresence presenceOf(const QDBusMessage& answer) {
                                                         : AgentPresence::silent;
 }
 
-// What the bus says is in its own words.
-Wording inItsWords(const QDBusMessage& answer) {
-  return {"", {std::string(name) + ": " + answer.errorMessage().toStdString()}};
+// What the bus says in its own words goes behind those that a person has a use for.
+Wording inWords(const QString& error, const QString& message) {
+  const std::string reason = std::string(name) + ": " + message.toStdString();
+  switch (kindOfBusError(error)) {
+    case BusErrorKind::noAnswer:
+      return {"DOCTOR_AGENT_SILENT", {reason}};
+    case BusErrorKind::notAllowed:
+      return {"DOCTOR_AGENT_NOT_ALLOWED", {reason}};
+    case BusErrorKind::ended:
+      return {"DOCTOR_AGENT_ENDED", {reason}};
+    case BusErrorKind::absent:
+      return {"DOCTOR_AGENT_ABSENT", {reason}};
+    default:
+      return {"", {reason}};
+  }
+}
+
+Wording inWords(const QDBusMessage& answer) {
+  return inWords(answer.errorName(), answer.errorMessage());
 }
 
 Wording problemOf(const QDBusMessage& answer) {
-  return saysAUser(answer) ? Wording{"DOCTOR_AGENT_FOREIGN", {name}} : inItsWords(answer);
+  return saysAUser(answer) ? Wording{"DOCTOR_AGENT_FOREIGN", {name}} : inWords(answer);
 }
 
 // For the log.
@@ -60,8 +77,8 @@ std::string reasonOf(const Wording& problem) {
   const std::string object = std::string(name) + ": ";
   return problem.key == "DOCTOR_AGENT_FOREIGN"
              ? object + "who has this name is no process of this user, and is not believed"
-         : problem.key.empty() ? problem.values.front()
-                               : object + "what it says of itself is no status";
+         : problem.key == "DOCTOR_AGENT_NO_STATUS" ? object + "what it says of itself is no status"
+                                                   : problem.values.front();
 }
 
 }  // namespace
@@ -181,7 +198,7 @@ Wording BusAgentLink::take(const QDBusMessage& said) {
   if (said.type() == QDBusMessage::ErrorMessage) {
     const bool begins = said.errorName() == QLatin1String(noStatusYet);
     become(begins ? AgentPresence::beginning : AgentPresence::silent);
-    return inItsWords(said);
+    return inWords(said);
   }
   std::optional<AgentStatus> status;
   if (said.signature() == QLatin1String("a{sv}")) {
@@ -226,7 +243,7 @@ Wording BusAgentLink::refresh() {
   if (answer.type() != QDBusMessage::ReplyMessage) {
     const bool runsNone = answer.errorName() == QLatin1String(noOwner);
     become(runsNone ? AgentPresence::absent : AgentPresence::silent);
-    return runsNone ? Wording() : inItsWords(answer);
+    return runsNone ? Wording() : inWords(answer);
   }
   const QString owner = answer.arguments().value(0).toString();
   const QDBusMessage user = ask(busName, busPath, busName, "GetConnectionUnixUser", {owner});
@@ -249,15 +266,15 @@ bool BusAgentLink::start() {
   const QDBusMessage call =
       callOf(busName, busPath, busName, "StartServiceByName", {QString(name), 0U});
   awaitStart();
-  whenAnswered(bus_.asyncCall(call, startTimer_.interval()), *this,
-               [this](const QDBusPendingCall& answer) {
-                 guarded([&] {
-                   if (answer.isError()) {
-                     const std::string reason = answer.error().message().toStdString();
-                     startFails({"", {reason}}, reason);
-                   }
-                 });
-               });
+  whenAnswered(
+      bus_.asyncCall(call, startTimer_.interval()), *this, [this](const QDBusPendingCall& answer) {
+        guarded([&] {
+          if (answer.isError()) {
+            const QDBusError error = answer.error();
+            startFails(inWords(error.name(), error.message()), error.message().toStdString());
+          }
+        });
+      });
   return true;
 }
 

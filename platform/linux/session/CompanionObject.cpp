@@ -60,14 +60,14 @@ void CompanionInterface::Open(const QStringList& uris, const QVariantMap& platfo
                               const QDBusMessage& call) {
   CompanionRequest what;
   for (const QString& uri : uris) {
-    if (const auto found = pathOfFileUri(uri.toStdString())) {
-      what.paths.push_back(*found);
+    const auto found = pathOfFileUri(uri.toStdString());
+    if (!found) {
+      // Whoever asked for all of them is not to believe that they were all scanned.
+      call.setDelayedReply(true);
+      bus_.send(call.createErrorReply(notDone, uri + ": this is no file of this machine"));
+      return;
     }
-  }
-  if (what.paths.empty() && !uris.isEmpty()) {
-    call.setDelayedReply(true);
-    bus_.send(call.createErrorReply(notDone, "none of these is a file of this machine"));
-    return;
+    what.paths.push_back(*found);
   }
   request(std::move(what), platformData, call);
 }
@@ -101,6 +101,12 @@ CompanionObject::CompanionObject(const QDBusConnection& bus, CompanionRequested 
 bool CompanionObject::claimName() { return bus_.registerService(name); }
 
 std::string CompanionObject::askOther(const CompanionRequest& request) {
+  for (const std::string& chosen : request.paths) {
+    // The first part of any other would be taken for a host.
+    if (!chosen.starts_with('/') || chosen.starts_with("//")) {
+      return chosen + ": where this lies cannot be told";
+    }
+  }
   QDBusMessage call = callFor(request);
   // A third one that were started for the answer would ask in its turn.
   call.setAutoStartService(false);

@@ -9,6 +9,11 @@ namespace quillo {
 
 void SessionBusNotificationCenter::addObserver(const std::string& name,
                                                std::function<void()> action) {
+  addObjectObserver(name, [action = std::move(action)](const std::string&) { action(); });
+}
+
+void SessionBusNotificationCenter::addObjectObserver(
+    const std::string& name, std::function<void(const std::string& object)> action) {
   const QString member = QString::fromStdString(name);
   if (actions_.find(member) == actions_.end()) {
     bus_.connect(QString(), path, interface, member, this, SLOT(received(QDBusMessage)));
@@ -37,12 +42,13 @@ void SessionBusNotificationCenter::post(const std::string& name, const std::stri
 
 void SessionBusNotificationCenter::received(const QDBusMessage& message) {
   const auto [first, last] = actions_.equal_range(message.member());
-  std::vector<std::function<void()>> actions;
+  std::vector<std::function<void(const std::string& object)>> actions;
   for (auto at = first; at != last; ++at) {
     actions.push_back(at->second);
   }
+  const std::string object = message.arguments().value(0).toString().toStdString();
   for (const auto& action : actions) {
-    guarded(action);
+    guarded([&] { action(object); });
   }
 }
 

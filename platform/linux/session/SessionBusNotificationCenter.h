@@ -22,6 +22,8 @@ class SessionBusNotificationCenter final : public QObject, public DistributedNot
   explicit SessionBusNotificationCenter(const QDBusConnection& bus) : bus_(bus) {}
 
   void addObserver(const std::string& name, std::function<void()> action) override;
+  void addObjectObserver(const std::string& name,
+                         std::function<void(const std::string& object)> action) override;
   void removeObservers() override;
   void post(const std::string& name, const std::string& object) override;
 
@@ -30,7 +32,7 @@ class SessionBusNotificationCenter final : public QObject, public DistributedNot
 
  private:
   QDBusConnection bus_;
-  std::multimap<QString, std::function<void()>> actions_;
+  std::multimap<QString, std::function<void(const std::string& object)>> actions_;
 };
 
 }  // namespace quillo

@@ -277,7 +277,9 @@ class Newcomer : public Desktop {
     EXPECT_TRUE(reads("Drop files, folders or a stick here"));
     ASSERT_TRUE(choose("Choose Folders…", "alt+d"));
     ASSERT_TRUE(chooseFolder("Scan Now", letters));
-    EXPECT_TRUE(reads("Nothing was found."));
+    // The engine of this home has none but the definition of the test file.
+    EXPECT_TRUE(reads("ClamAV has no virus definitions yet"));
+    EXPECT_TRUE(reads("Nothing was found in what was scanned."));
     EXPECT_TRUE(reads("Clean: 1 file."));
   }
 

@@ -193,6 +193,41 @@ TEST_F(RealSystemdTimers, RunNoOtherProgramAndSayThatAnEditHasThem) {
   EXPECT_FALSE(TemporaryFolder::exists(other + ".ran"));
 }
 
+TEST_F(RealSystemdTimers, SayThatAScanRunsUntilItIsEnded) {
+  home.writeProgram("my 5% vantrel",
+                    "#!/bin/sh\ntrap 'exit 143' TERM\n: >\"$0.began\"\nsleep 60 &\nwait\n");
+  int changes = 0;
+  timers.observe([&changes] { ++changes; });
+  ASSERT_EQ(timers.put(scan).key, "");
+  const std::string id = planned().id;
+  EXPECT_FALSE(planned().isRunning);
+  EXPECT_EQ(planned().lastRun, 0);
+  EXPECT_EQ(timers.runNow(id).key, "");
+  EXPECT_TRUE(awaitThat([&] { return TemporaryFolder::exists(program + ".began"); }));
+  EXPECT_TRUE(planned().isRunning);
+  EXPECT_GT(planned().lastRun, 0);
+  const auto hasChanged = [&changes, before = changes] {
+    QCoreApplication::processEvents();
+    return changes > before;
+  };
+  EXPECT_TRUE(awaitThat(hasChanged));
+  EXPECT_EQ(timers.end(id).key, "");
+  EXPECT_TRUE(awaitThat([&] { return !planned().isRunning; }));
+  EXPECT_TRUE(planned().isActive);
+  EXPECT_EQ(UserSystemd::said({"--failed", "--quiet"}), "");
+}
+
+TEST_F(RealSystemdTimers, DoNotCountATimeThatPassedWithoutAScan) {
+  ASSERT_EQ(timers.put(scan).key, "");
+  const std::string service = "vantrel-scan-" + planned().id + ".service";
+  home.write("config/systemd/user/" + service + ".d/override.conf",
+             "[Unit]\nConditionPathExists=/no/such/file\n");
+  EXPECT_EQ(UserSystemd::control({"daemon-reload"}), 0);
+  EXPECT_EQ(UserSystemd::control({"start", "--wait", service}), 0);
+  EXPECT_EQ(UserSystemd::said({"show", "-P", "ConditionResult", service}), "no\n");
+  EXPECT_EQ(planned().lastRun, 0);
+}
+
 TEST_F(RealSystemdTimers, PassInSilenceOnceTheProgramIsGone) {
   ASSERT_EQ(timers.put(scan).key, "");
   const std::string service = "vantrel-scan-" + planned().id + ".service";

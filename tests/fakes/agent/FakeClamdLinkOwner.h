@@ -19,6 +19,9 @@ class FakeClamdLinkOwner final : public ClamdLinkOwner, public Notifier {
                                                  const NotificationDetails& details) override {
     calls.add((code == notificationError && details.topic == engineTopic ? "error: " : "other: ") +
               description);
+    for (const NotificationButton& button : details.buttons) {
+      buttons.push_back(button);
+    }
     return true;
   }
   void withdraw(const std::string&) override {}
@@ -26,8 +29,10 @@ class FakeClamdLinkOwner final : public ClamdLinkOwner, public Notifier {
     calls.add("noEngineWindow");
     problems.push_back(problem.kind);
   }
+  void showWhatMends() override { calls.add("show what mends"); }
 
   Record<std::string> calls;
+  std::vector<NotificationButton> buttons;  // of all notifications
   std::vector<EngineProblem::Kind> problems;
   std::optional<std::string> root;
 };

@@ -28,6 +28,12 @@ struct FakeEvidence final : public SelfTestEvidence {
     askedSince = since;
     return find;
   }
+  void abandon(const std::string& path, std::int64_t since) override {
+    abandoned = path;
+    abandonedSince = since;
+  }
+  std::string abandoned;
+  std::int64_t abandonedSince = 0;
   Facts now;
   std::optional<Find> find;
   std::function<void()> onFacts;

@@ -76,11 +76,18 @@ class FakePage final : public Page {
     std::erase_if(selected_[known(widget)],
                   [&](std::size_t row) { return row >= rowCount(widget); });
   }
+  void markTitle(const std::string& widget, std::size_t column, bool isAscending) override {
+    marks_[known(widget)] = {column, isAscending};
+  }
   void onAction(const std::string& widget, Action action) override {
     actions_[known(widget)] = std::move(action);
   }
   void onSelection(const std::string& widget, Action action) override {
     selections_[known(widget)] = std::move(action);
+  }
+  void onTitle(const std::string& widget,
+               std::function<void(std::size_t column)> pressed) override {
+    titlePresses_[known(widget)] = std::move(pressed);
   }
   void onDrop(const std::string& widget,
               std::function<void(const std::vector<std::string>&)> dropped) override {
@@ -120,6 +127,10 @@ class FakePage final : public Page {
       selections_[known(widget)]();
     }
   }
+  void pressTitle(const std::string& widget, std::size_t column) {
+    mustBeUsable(widget);
+    titlePresses_.at(known(widget))(column);
+  }
   void drop(const std::string& widget, const std::vector<std::string>& paths) {
     mustBeUsable(widget);
     drops_.at(known(widget))(paths);
@@ -136,6 +147,10 @@ class FakePage final : public Page {
     return progress_[known(widget)];
   }
   std::vector<std::string> titles(const std::string& widget) { return titles_[known(widget)]; }
+  // By which column the rows stand, and whether what is smaller stands above.
+  std::pair<std::size_t, bool> markedTitle(const std::string& widget) {
+    return marks_.at(known(widget));
+  }
   std::size_t rowCount(const std::string& widget) {
     return rows_[known(widget)] ? rows_[known(widget)]->count() : 0;
   }
@@ -192,6 +207,8 @@ class FakePage final : public Page {
   std::map<std::string, std::pair<std::vector<std::string>, std::size_t>> choices_;
   std::map<std::string, std::pair<std::uint64_t, std::uint64_t>> progress_;
   std::map<std::string, std::vector<std::string>> titles_;
+  std::map<std::string, std::pair<std::size_t, bool>> marks_;
+  std::map<std::string, std::function<void(std::size_t)>> titlePresses_;
   std::map<std::string, std::shared_ptr<TableRows>> rows_;
   std::map<std::string, int> changes_;
   std::map<std::string, std::size_t> counts_;

@@ -94,7 +94,12 @@ std::vector<std::string> FakeFileDepartures::watched() {
   return paths;
 }
 
-void FakeDistributedNotificationCenter::deliver(const std::string& name) {
+void FakeDistributedNotificationCenter::deliver(const std::string& name,
+                                                const std::string& object) {
+  if (const auto taker = objectObservers.find(name); taker != objectObservers.end()) {
+    const auto action = taker->second;
+    action(object);
+  }
   const auto found = observers.find(name);
   if (found != observers.end()) {
     // A copy: what it does may end the observation.

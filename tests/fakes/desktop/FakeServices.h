@@ -117,11 +117,16 @@ class FakeDistributedNotificationCenter final : public DistributedNotificationCe
   void addObserver(const std::string& name, std::function<void()> action) override {
     observers[name] = std::move(action);
   }
+  void addObjectObserver(const std::string& name,
+                         std::function<void(const std::string& object)> action) override {
+    objectObservers[name] = std::move(action);
+  }
   void removeObservers() override {
     if (failsToRemove) {
       throw std::runtime_error("the bus is gone");
     }
     observers.clear();
+    objectObservers.clear();
   }
   void post(const std::string& name, const std::string& object) override {
     posted.emplace_back(name, object);
@@ -131,9 +136,10 @@ class FakeDistributedNotificationCenter final : public DistributedNotificationCe
   }
   bool failsToRemove = false;
   // As another application would.
-  void deliver(const std::string& name);
+  void deliver(const std::string& name, const std::string& object = "");
 
   std::map<std::string, std::function<void()>> observers;
+  std::map<std::string, std::function<void(const std::string& object)>> objectObservers;
   std::vector<std::pair<std::string, std::string>> posted;
   std::function<void()> onPost;
 };

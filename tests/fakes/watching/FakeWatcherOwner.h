@@ -47,6 +47,7 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
 
   void setHelperFails(bool fails) override { helperFails = fails; }
   void showWhatMends() override { calls.add("show what mends"); }
+  void showFolders() override { calls.add("show folders"); }
   void setPlacesWithGaps(std::size_t count) override {
     calls.add("places with gaps: " + std::to_string(count));
   }

@@ -5,19 +5,19 @@
 #include <QDBusVirtualObject>
 #include <functional>
 #include <map>
+#include <string>
 #include <vector>
 
 #include "tests/desktop/support/session/PrivateSession.h"
 
 namespace quillo {
 
-// A connection of its own to the private bus, closed with this object.
+// A connection of its own to a bus, the private one as a rule, closed with this object.
 class TestBus {
  public:
-  TestBus()
+  explicit TestBus(const std::string& address = PrivateSession::busAddress())
       : name_(QStringLiteral("test%1").arg(++count())),
-        connection_(QDBusConnection::connectToBus(
-            QString::fromStdString(PrivateSession::busAddress()), name_)) {}
+        connection_(QDBusConnection::connectToBus(QString::fromStdString(address), name_)) {}
   ~TestBus() { QDBusConnection::disconnectFromBus(name_); }
   TestBus(const TestBus&) = delete;
   TestBus& operator=(const TestBus&) = delete;

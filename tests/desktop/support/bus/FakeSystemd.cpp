@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 #include "posix/Text.h"
 
@@ -25,7 +26,8 @@ std::string unitOf(const QDBusMessage& call) {
 
 }  // namespace
 
-FakeSystemd::FakeSystemd(const TemporaryFolder& units) : units_(units) {
+FakeSystemd::FakeSystemd(std::string units, const std::string& busAddress)
+    : units_(std::move(units)), bus_(busAddress) {
   qDBusRegisterMetaType<UnitCalendar>();
   qDBusRegisterMetaType<UnitCommand>();
   qDBusRegisterMetaType<UnitCondition>();
@@ -59,7 +61,14 @@ FakeSystemd::FakeSystemd(const TemporaryFolder& units) : units_(units) {
     started.push_back(unitOf(call));
     return call.createReply();
   });
+  on("Subscribe", [this](const QDBusMessage& call) {
+    isSubscribedTo = true;
+    return call.createReply();
+  });
   on("StopUnit", [this](const QDBusMessage& call) {
+    if (running.erase(unitOf(call)) > 0) {
+      return call.createReply();
+    }
     return active.erase(unitOf(call)) > 0
                ? call.createReply()
                : call.createErrorReply("org.freedesktop.systemd1.NoSuchUnit", "not loaded");
@@ -71,14 +80,23 @@ FakeSystemd::FakeSystemd(const TemporaryFolder& units) : units_(units) {
 void FakeSystemd::on(const QString& member,
                      const std::function<QDBusMessage(const QDBusMessage& call)>& answer) {
   manager_.answer(member, [this, member, answer](const QDBusMessage& call) {
-    return member == refuses ? call.createErrorReply(QDBusError::AccessDenied, "not today")
-                             : answer(call);
+    return member == refuses ? call.createErrorReply(refusal, "not today") : answer(call);
   });
+}
+
+void FakeSystemd::sayThatItChanged(const std::string& unit, const QString& state) {
+  if (!isSubscribedTo) {
+    return;
+  }
+  QDBusMessage signal = QDBusMessage::createSignal(
+      objectOf(unit), "org.freedesktop.DBus.Properties", "PropertiesChanged");
+  signal << "org.freedesktop.systemd1.Unit" << QVariantMap{{"ActiveState", state}} << QStringList();
+  bus_->send(signal);
 }
 
 void FakeSystemd::reload() {
   loaded_.clear();
-  for (const auto& entry : std::filesystem::directory_iterator(units_.path())) {
+  for (const auto& entry : std::filesystem::directory_iterator(units_)) {
     Words& words = loaded_[entry.path().filename().string()];
     const std::string text = TemporaryFolder::read(entry.path().string());
     for (const std::string_view line : split(text, '\n')) {
@@ -94,7 +112,7 @@ QDBusMessage FakeSystemd::list(const QDBusMessage& call) const {
   QList<UnitFileEntry> entries;
   for (const auto& [name, words] : loaded_) {
     if (name.ends_with(".timer")) {
-      entries << UnitFileEntry{QString::fromStdString(units_.at(name)),
+      entries << UnitFileEntry{QString::fromStdString(units_ + "/" + name),
                                enabled.count(name) > 0 ? "enabled" : "disabled"};
     }
   }
@@ -124,8 +142,11 @@ QVariantMap FakeSystemd::propertiesOf(const std::string& unit) const {
   if (!word("ConditionACPower").isEmpty()) {
     conditions << UnitCondition{"ConditionACPower", false, false, word("ConditionACPower"), 0};
   }
-  QVariantMap map = {{"ActiveState", active.count(unit) > 0 ? "active" : "inactive"},
+  QVariantMap map = {{"ActiveState", running.count(unit) > 0  ? "activating"
+                                     : active.count(unit) > 0 ? "active"
+                                                              : "inactive"},
                      {"Conditions", QVariant::fromValue(conditions)},
+                     {"ExecMainStartTimestamp", lastStart},
                      {"LastTriggerUSec", lastTrigger},
                      {"NextElapseUSecRealtime", nextElapse}};
   if (unit.ends_with(".timer")) {

@@ -90,17 +90,27 @@ namespace quillo {
 // only once it was told to reload, and refuses what it was told to.
 class FakeSystemd {
  public:
-  explicit FakeSystemd(const TemporaryFolder& units);
+  // `units` is the path of that folder.
+  explicit FakeSystemd(std::string units,
+                       const std::string& busAddress = PrivateSession::busAddress());
   ~FakeSystemd() { manager_.disown("org.freedesktop.systemd1"); }
 
-  // The member that is refused.
+  // The member that is refused, and by which error.
   QString refuses;
+  QString refusal = "org.freedesktop.DBus.Error.AccessDenied";
   // What "systemctl edit" puts over a timer's own times.
   QString editedCalendar;
   std::set<std::string> enabled;
   std::set<std::string> active;
   std::vector<std::string> started;
+  // Services that run, and when one last did.
+  std::set<std::string> running;
+  qulonglong lastStart = 0;
   qulonglong lastTrigger = 0;
+  bool isSubscribedTo = false;
+
+  // Sends what systemd sends of a unit whose state has changed, to those who asked for it.
+  void sayThatItChanged(const std::string& unit, const QString& state);
   qulonglong nextElapse = 0;
 
  private:
@@ -114,7 +124,7 @@ class FakeSystemd {
   QDBusMessage list(const QDBusMessage& call) const;
   static QStringList wordsIn(const std::string& line);
 
-  const TemporaryFolder& units_;
+  const std::string units_;
   std::map<std::string, Words> loaded_;
   TestBus bus_;
   FakeBusObject manager_{bus_, "/org/freedesktop/systemd1"};

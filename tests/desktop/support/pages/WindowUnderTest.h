@@ -50,4 +50,22 @@ struct WindowUnderTest {
   QtMainWindow window;
 };
 
+// The window with the program's pages, in one language, before any logic runs.
+struct ProgramsWindow {
+  explicit ProgramsWindow(const std::string& language = "en")
+      : strings(StringTables::foldersOfCompanion(QUILLO_SOURCE_DIR "/resources/strings"),
+                {language}, nullptr) {}
+
+  template <typename Kind>
+  Kind* find(const char* name) {
+    return window.widget().findChild<Kind*>(name);
+  }
+
+  KeptLog log;
+  StringTables strings;
+  InterfaceTranslator translator{strings};
+  QtImageLoader images{QUILLO_BINARY_DIR "/resources/images"};
+  QtMainWindow window{QUILLO_SOURCE_DIR "/resources/interface/vantrel", "", {images, strings, log}};
+};
+
 }  // namespace quillo

@@ -112,15 +112,6 @@ void DesktopSession::pointTo(int x, int y) {
 
 void DesktopSession::press(const std::string& keys) { run({"xdotool", "key", keys}); }
 
-void DesktopSession::makeDark() {
-  const std::string text = "ForegroundNormal=239,240,241\n";
-  std::ofstream(homeFolder() + "/.config/kdeglobals")
-      << "[Colors:Window]\nBackgroundNormal=35,38,41\n"
-      << text << "[Colors:View]\nBackgroundNormal=27,30,32\n"
-      << text << "[Colors:Button]\nBackgroundNormal=49,54,59\n"
-      << text << "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n";
-}
-
 void DesktopSession::keepPicture(const std::string& name) {
   LaunchRequest request{
       "/usr/bin/import", {"-window", "root", pictureFile(name)}, LaunchRequest::Output::inherited};

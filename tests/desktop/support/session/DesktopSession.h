@@ -30,11 +30,6 @@ class DesktopSession final : public UserSession {
   void click(int x, int y, int button = 1, const std::string& heldKey = "") override;
   void pointTo(int x, int y);
   void press(const std::string& keys);
-  // Lets programs that start from now on with darkVariables() find the settings of a dark desktop.
-  void makeDark();
-  static std::vector<std::string> darkVariables() {
-    return {"XDG_CURRENT_DESKTOP=KDE", "KDE_SESSION_VERSION=5"};
-  }
   void keepPicture(const std::string& name) override;
 
  private:

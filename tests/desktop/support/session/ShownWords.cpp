@@ -13,6 +13,8 @@ constexpr const char* accessible = "org.a11y.atspi.Accessible";
 constexpr const char* launcher = "/usr/libexec/at-spi-bus-launcher";
 constexpr int patience = 5000;
 // Bits of AtspiStateType.
+constexpr unsigned active = 1;
+constexpr unsigned checked = 4;
 constexpr unsigned enabled = 8;
 constexpr unsigned focused = 12;
 constexpr unsigned showing = 25;
@@ -103,10 +105,10 @@ std::vector<ShownWords::Node> ShownWords::childrenOf(const Node& node) {
   return children;
 }
 
-void ShownWords::collect(const Node& node, std::vector<Part>& found) {
+std::optional<unsigned> ShownWords::statesOf(const Node& node) {
   GVariant* const reply = call(node, accessible, "GetState", nullptr);
   if (!reply) {
-    return;
+    return std::nullopt;
   }
   guint32 low = 0;
   GVariantIter* words = nullptr;
@@ -114,18 +116,29 @@ void ShownWords::collect(const Node& node, std::vector<Part>& found) {
   g_variant_iter_next(words, "u", &low);
   g_variant_iter_free(words);
   g_variant_unref(reply);
-  const auto has = [low](unsigned bit) { return (low >> bit & 1U) != 0; };
+  return low;
+}
+
+std::string ShownWords::roleOf(const Node& node) {
+  GVariant* const reply = call(node, accessible, "GetRoleName", nullptr);
+  if (!reply) {
+    return "";
+  }
+  const gchar* name = nullptr;
+  g_variant_get(reply, "(&s)", &name);
+  std::string role = name;
+  g_variant_unref(reply);
+  return role;
+}
+
+void ShownWords::collect(const Node& node, std::vector<Part>& found) {
+  const unsigned states = statesOf(node).value_or(0);
+  const auto has = [states](unsigned bit) { return (states >> bit & 1U) != 0; };
   if (!has(showing)) {
     return;
   }
   Part part;
-  GVariant* const role = call(node, accessible, "GetRoleName", nullptr);
-  if (role) {
-    const gchar* name = nullptr;
-    g_variant_get(role, "(&s)", &name);
-    part.role = name;
-    g_variant_unref(role);
-  }
+  part.role = roleOf(node);
   part.name = property(node, "Name");
   part.description = property(node, "Description");
   if (part.role == "text" || part.role == "label") {
@@ -133,6 +146,7 @@ void ShownWords::collect(const Node& node, std::vector<Part>& found) {
   }
   part.isEnabled = has(enabled);
   part.isFocused = has(focused);
+  part.isChecked = has(checked);
   found.push_back(std::move(part));
   for (const Node& child : childrenOf(node)) {
     collect(child, found);
@@ -169,6 +183,21 @@ bool ShownWords::hasKeyboard(const std::string& name) {
   const std::vector<Part> now = parts();
   return std::any_of(now.begin(), now.end(),
                      [&](const Part& part) { return part.isFocused && part.name == name; });
+}
+
+std::optional<ShownWords::Part> ShownWords::activeWindow() {
+  for (const Node& application :
+       childrenOf({"org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root"})) {
+    for (const Node& window : childrenOf(application)) {
+      if ((statesOf(window).value_or(0) >> active & 1U) != 0) {
+        Part part;
+        part.role = roleOf(window);
+        part.name = property(window, "Name");
+        return part;
+      }
+    }
+  }
+  return std::nullopt;
 }
 
 std::string ShownWords::keyboardIsAt() {

@@ -21,6 +21,7 @@ class ShownWords {
     std::string description;
     bool isEnabled = false;
     bool isFocused = false;
+    bool isChecked = false;
   };
 
   // Throws std::runtime_error when the session gets no bus for it.
@@ -36,6 +37,8 @@ class ShownWords {
   bool offer(const std::string& button);
   // Returns true when something of that name has the keyboard.
   bool hasKeyboard(const std::string& name);
+  // The window that the desktop has given the keyboard; nothing when that is another program's.
+  std::optional<Part> activeWindow();
   // What of it has the keyboard, by role, name and text; "" for nothing.
   std::string keyboardIsAt();
   // A line for each part, for who looks into a failure.
@@ -51,6 +54,9 @@ class ShownWords {
   GVariant* call(const Node& node, const char* interface, const char* method, GVariant* arguments);
   std::string property(const Node& node, const char* name);
   std::string wordsOf(const Node& node);
+  // Bits of AtspiStateType; nothing when the node is gone.
+  std::optional<unsigned> statesOf(const Node& node);
+  std::string roleOf(const Node& node);
   std::vector<Node> childrenOf(const Node& node);
   void collect(const Node& node, std::vector<Part>& found);
 

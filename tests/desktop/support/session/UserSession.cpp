@@ -134,6 +134,15 @@ std::string UserSession::startWithAnswer(const std::vector<std::string>& command
   return awaitLine(reader);
 }
 
+void UserSession::makeDark() {
+  const std::string text = "ForegroundNormal=239,240,241\n";
+  std::ofstream(homeFolder() + "/.config/kdeglobals")
+      << "[Colors:Window]\nBackgroundNormal=35,38,41\n"
+      << text << "[Colors:View]\nBackgroundNormal=27,30,32\n"
+      << text << "[Colors:Button]\nBackgroundNormal=49,54,59\n"
+      << text << "[Colors:Selection]\nBackgroundNormal=61,174,233\nForegroundNormal=252,252,252\n";
+}
+
 std::string UserSession::log() const {
   std::ifstream file(runtime_ + "/session.log");
   return {std::istreambuf_iterator<char>(file), {}};

@@ -69,6 +69,12 @@ class UserSession {
   // Likewise, to its end.
   void run(std::vector<std::string> command);
 
+  // Lets programs that start from now on with darkVariables() find the settings of a dark desktop.
+  void makeDark();
+  static std::vector<std::string> darkVariables() {
+    return {"XDG_CURRENT_DESKTOP=KDE", "KDE_SESSION_VERSION=5"};
+  }
+
   // What the programs have said.
   std::string log() const;
 

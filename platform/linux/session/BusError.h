@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+namespace quillo {
+
+// What an error on a bus means to a person (D-Bus Specification, freedesktop.org; systemd(1)).
+enum class BusErrorKind {
+  other,
+  noAnswer,
+  notAllowed,
+  ended,   // what was to answer ended instead
+  absent,  // nobody has the name, or it has no program
+  noUnit   // systemd knows no such unit
+};
+
+// Returns the kind of the error of that name. Pure; any thread.
+BusErrorKind kindOfBusError(const QString& name);
+
+}  // namespace quillo
