@@ -1,6 +1,7 @@
 #include "benchmarks/interface/BusTraffic.h"
 
 #include <stdexcept>
+#include <utility>
 
 #include "benchmarks/interface/Figures.h"
 
@@ -52,8 +53,15 @@ int BusTraffic::messagesOf(const std::string& name) {
   return messages_[name];
 }
 
+Probe::Probe(const std::string& address, Question question)
+    : question_(std::move(question)), connection_(address), thread_([this] { ask(); }) {}
+
 Probe::Probe(const std::string& address, const std::string& item)
-    : item_(item), connection_(address), thread_([this] { ask(); }) {}
+    : Probe(address, {item,
+                      "/StatusNotifierItem",
+                      "org.freedesktop.DBus.Properties",
+                      "Get",
+                      {"org.kde.StatusNotifierItem", "Status"}}) {}
 
 Probe::~Probe() {
   ends_ = true;
@@ -64,11 +72,16 @@ Probe::~Probe() {
 
 void Probe::ask() {
   while (!ends_ && !failed_) {
+    GVariantBuilder arguments;
+    g_variant_builder_init(&arguments, G_VARIANT_TYPE_TUPLE);
+    for (const std::string& argument : question_.arguments) {
+      g_variant_builder_add(&arguments, "s", argument.c_str());
+    }
     const Milliseconds begin = now();
     GVariant* reply = g_dbus_connection_call_sync(
-        connection_.get(), item_.c_str(), "/StatusNotifierItem", "org.freedesktop.DBus.Properties",
-        "Get", g_variant_new("(ss)", "org.kde.StatusNotifierItem", "Status"), nullptr,
-        G_DBUS_CALL_FLAGS_NO_AUTO_START, longestAnswer, nullptr, nullptr);
+        connection_.get(), question_.service.c_str(), question_.object.c_str(),
+        question_.interface.c_str(), question_.method.c_str(), g_variant_builder_end(&arguments),
+        nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, longestAnswer, nullptr, nullptr);
     failed_ = !reply;
     if (reply) {
       answers_.push_back((now() - begin).count());
@@ -82,7 +95,7 @@ std::vector<double> Probe::finish() {
   ends_ = true;
   thread_.join();
   if (failed_ || answers_.empty()) {
-    throw std::runtime_error("the agent did not answer");
+    throw std::runtime_error("the program did not answer");
   }
   return answers_;
 }

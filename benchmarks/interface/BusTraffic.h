@@ -40,10 +40,21 @@ class BusTraffic {
   const quillo::BusTap tap_;
 };
 
-// Asks the agent's status item over and over for a property, which Qt has its main thread answer,
-// for as long as it lives: what a user's click would wait.
+// Asks a program over and over for something that Qt has its main thread answer, for as long as it
+// lives: what a user's click would wait.
 class Probe {
  public:
+  // What takes that thread no time. The arguments are texts.
+  struct Question {
+    std::string service;
+    std::string object;
+    std::string interface;
+    std::string method;
+    std::vector<std::string> arguments;
+  };
+
+  Probe(const std::string& address, Question question);
+  // Asks the agent's status item for a property.
   Probe(const std::string& address, const std::string& item);
   ~Probe();
   Probe(const Probe&) = delete;
@@ -56,7 +67,7 @@ class Probe {
  private:
   void ask();
 
-  const std::string item_;
+  const Question question_;
   const quillo::BusConnection connection_;
   std::atomic<bool> ends_{false};
   std::vector<double> answers_;

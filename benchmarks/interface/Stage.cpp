@@ -141,7 +141,7 @@ void Stage::stopAgent() {
 
 Milliseconds Stage::startWindow(const std::string& page, const std::string& title) {
   const Milliseconds begin = now();
-  const auto window = session_.startCommand({root_ + "/bin/vantrel", "--page", page});
+  const auto window = session_.startCommand({this->window(), "--page", page});
   if (!session_.screen().eventually(
           [&] { return session_.screen().countWindows(title + " – Vantrel") == 1; })) {
     throw std::runtime_error("the window does not come up");

@@ -38,6 +38,9 @@ class Stage {
   // Waits until the scan log holds that text so many times behind what it held at the last start.
   void awaitLog(const std::string& text, int times = 1);
 
+  quillo::DesktopSession& session() { return session_; }
+  // The program of the main application's window.
+  std::string window() const { return root_ + "/bin/vantrel"; }
   BusTraffic& traffic() { return *traffic_; }
   const std::string& busAddress() const { return address_; }
   const std::string& item() const { return item_; }

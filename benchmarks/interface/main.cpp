@@ -1,6 +1,6 @@
 // Measures what the agent's interface costs and how quickly it answers, on a desktop of its own.
 //
-//   interface_bench BUILD-FOLDER [start] [window] [idle] [scan] [dock] [answers]
+//   interface_bench BUILD-FOLDER [start] [window] [lists] [idle] [scan] [dock] [answers]
 
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -17,6 +17,7 @@
 
 #include "benchmarks/interface/BusTraffic.h"
 #include "benchmarks/interface/Figures.h"
+#include "benchmarks/interface/Lists.h"
 #include "benchmarks/interface/Stage.h"
 
 namespace bench {
@@ -151,14 +152,19 @@ void run(const std::string& buildFolder, const std::set<std::string>& parts) {
   }
   std::filesystem::create_directories("/tmp/interface");
   Stage stage(build, "/tmp/interface");
-  std::printf("Targets in brackets; median (least to greatest) of %d starts, else of %d rounds\n",
-              starts, rounds);
+  std::printf(
+      "Targets in brackets; median (least to greatest) of %d starts, of 5 windows with long lists, "
+      "else of %d rounds\n",
+      starts, rounds);
   const auto wanted = [&](const char* part) { return parts.empty() || parts.count(part) > 0; };
   if (wanted("start")) {
     measureStart(stage);
   }
   if (wanted("window")) {
     measureWindow(stage);
+  }
+  if (wanted("lists")) {
+    measureLists(stage);
   }
   if (wanted("idle")) {
     measureIdle(stage);
@@ -180,8 +186,8 @@ void run(const std::string& buildFolder, const std::set<std::string>& parts) {
 int main(int argc, char** argv) {
   if (argc < 2) {
     std::fprintf(stderr,
-                 "usage: interface_bench BUILD-FOLDER [start] [window] [idle] [scan] [dock] "
-                 "[answers]\n");
+                 "usage: interface_bench BUILD-FOLDER [start] [window] [lists] [idle] [scan] "
+                 "[dock] [answers]\n");
     return 2;
   }
   try {
