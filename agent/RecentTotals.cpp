@@ -50,7 +50,7 @@ void RecentTotals::count() {
   }
   MutexLock hold(known_);
   totals_ = totals;
-  mayCountAt_ = clock_.now() + restForEachCounting * taken;
+  mayCountAt_ = clock_.now() + std::min<Clock::Duration>(restForEachCounting * taken, longestRest);
 }
 
 HistoryTotals RecentTotals::totals() {

@@ -15,11 +15,12 @@ class ThreadStarter;
 
 // How much was found lately, out of the history, for whoever asks the agent what it knows. A long
 // history takes a moment to count: that is a hundredth of the time at most, however often there is
-// news.
+// news, unless the disk is what takes long.
 class RecentTotals {
  public:
   static constexpr std::chrono::hours recently{24 * 30};
   static constexpr int restForEachCounting = 99;  // times as long as that took
+  static constexpr std::chrono::minutes longestRest{5};
 
   // `folder` is the agent's own for what it remembers. `countedLater` is called, on any thread,
   // when a counting is over that had to wait.

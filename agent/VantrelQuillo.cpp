@@ -90,6 +90,13 @@ void VantrelQuillo::startThreads() {
 }
 
 void VantrelQuillo::answerScripts() {
+  // Whoever sees the status below may count on being heard.
+  PlannedScanNotice& notice = parts_.plannedScanNotice;
+  DistributedNotificationCenter& center = parts_.services.platform.distributedNotificationCenter;
+  center.addObjectObserver(plannedScanFound,
+                           [&notice](const std::string& report) { notice.show(report, true); });
+  center.addObjectObserver(plannedScanEnded,
+                           [&notice](const std::string& report) { notice.show(report, false); });
   parts_.services.platform.scriptingKeys.publish(
       [this](const std::string& key) -> std::optional<std::string> {
         if (!applicationDelegateHandlesKey(key)) {
@@ -108,11 +115,6 @@ void VantrelQuillo::listenToDesktop() {
   DistributedNotificationCenter& center = platform.distributedNotificationCenter;
   center.addObserver("VantrelQuilloShouldRestart", [this] { restartWatcher(); });
   center.addObserver("VantrelQuilloShouldQuit", [this] { quit(); });
-  PlannedScanNotice& notice = parts_.plannedScanNotice;
-  center.addObjectObserver(plannedScanFound,
-                           [&notice](const std::string& report) { notice.show(report, true); });
-  center.addObjectObserver(plannedScanEnded,
-                           [&notice](const std::string& report) { notice.show(report, false); });
   platform.powerNotifications.observe([this] { goingToSleep(); }, [this] { wakingUp(); });
 }
 

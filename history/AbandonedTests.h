@@ -10,8 +10,8 @@ namespace quillo {
 // follows nobody can guess.
 inline constexpr std::string_view selfTestBeginning = "vantrel-self-test-";
 
-// The files of self-tests that did not wait for their find. It may be entered later, and is that of
-// a test all the same. A file of this user's own keeps the latest of them. Any thread.
+// The files of self-tests that are over. A find may be entered later, and is that of a test all the
+// same. A file of this user's own keeps the latest of them. Any thread.
 class AbandonedTests {
  public:
   static constexpr std::size_t most = 50;

@@ -66,7 +66,8 @@ struct ScanRun {
     noDaemon = 3,      // the engine did not answer
     noQuarantine = 4,  // what is found was to be moved there, and no preference named it
     tooMany = 5,       // more paths than a command line holds
-    failed = 6         // the scanner ended before its work did
+    failed = 6,        // the scanner ended before its work did
+    noDefinitions = 7  // the engine had none by which anything real is found
   };
 
   // Made by makeRunId(), so that nobody has to wait for the database to name it.

@@ -75,7 +75,7 @@ ScanRun runIn(const SqlStatement& row) {
   }
   run.found = static_cast<std::uint64_t>(row.number(6));
   run.notScanned = static_cast<std::uint64_t>(row.number(7));
-  run.end = valueOf(row.number(8), ScanRun::End::failed);
+  run.end = valueOf(row.number(8), ScanRun::End::noDefinitions);
   return run;
 }
 

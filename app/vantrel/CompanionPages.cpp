@@ -147,13 +147,16 @@ LivingPage overviewPage(CompanionParts& parts, MainWindow& window, Page& page) {
                         [&parts](const std::string& engine) { return parts.makeEngine(engine); }})
                 .setUp();
           }});
-  parts.historyChanged = [others = parts.historyChanged,
-                          weak = std::weak_ptr<OverviewPage>(logic)] {
-    others();
+  const auto refresh = [weak = std::weak_ptr<OverviewPage>(logic)] {
     if (const auto overview = weak.lock()) {
       overview->refresh();
     }
   };
+  parts.historyChanged = [others = parts.historyChanged, refresh] {
+    others();
+    refresh();
+  };
+  desktop.distributedNotificationCenter.addObserver(historyHasChanged, refresh);
   return {logic};
 }
 

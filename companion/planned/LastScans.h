@@ -14,7 +14,8 @@ namespace quillo {
 using LastScans = std::map<std::string, ScanRun>;
 
 // Returns them as the history in that folder has them: the planned scans of exactly what is planned
-// now. A time that came and went without a scan leaves no trace there. Nothing where there is no
+// now, unless another plan is of the same. A time that came and went without a scan leaves no
+// trace there. Nothing where there is no
 // history that can be read. Any thread; may wait for the disk.
 std::optional<LastScans> lastScansOf(const std::vector<PlannedScan>& scans,
                                      const std::string& folder);

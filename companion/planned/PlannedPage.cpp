@@ -68,7 +68,8 @@ struct PlannedPage::Rows final : TableRows {
     return when > 0 ? services.timeInWords(when)
                     : services.localizedStrings.stringForKey(never, "");
   }
-  // The history knows what was really scanned; the system only that something was begun.
+  // The history knows what was really scanned, unless it was lost; the system only that something
+  // was begun.
   std::string last(const PlannedScan& scan) const {
     if (scan.isRunning) {
       return services.localizedStrings.stringForKey("PLANNED_RUNS", "");
@@ -78,7 +79,10 @@ struct PlannedPage::Rows final : TableRows {
     }
     const auto found = known->find(scan.id);
     if (found == known->end()) {
-      return time(0, "PLANNED_NOT_YET");
+      const std::string began = time(scan.lastRun, "PLANNED_NOT_YET");
+      return scan.lastRun > 0
+                 ? Wording{"PLANNED_END_NOT_KNOWN", {began}}.in(services.localizedStrings)
+                 : began;
     }
     const ScanRun& run = found->second;
     const std::string began =

@@ -37,6 +37,9 @@ const char* titleKeyOf(const PlannedScanOutcome& outcome) {
   if (outcome.isStopped) {
     return "PLANNED_RESULT_ENDED";
   }
+  if (outcome.lacksDefinitions) {
+    return "PLANNED_RESULT_NO_DEFINITIONS";
+  }
   return outcome.isComplete ? "PLANNED_RESULT_CLEAN" : "PLANNED_RESULT_INCOMPLETE";
 }
 

@@ -14,9 +14,10 @@ class LocalizedStrings;
 // What a scan came to.
 struct PlannedScanOutcome {
   std::uint64_t found = 0;
-  bool isComplete = true;  // everything was scanned
-  bool isStopped = false;  // it was ended early
-  std::string words;       // the report, for people
+  bool isComplete = true;         // everything was scanned
+  bool isStopped = false;         // it was ended early
+  bool lacksDefinitions = false;  // so that nothing real could be found
+  std::string words;              // the report, for people
 };
 
 struct PlannedScanServices {

@@ -73,6 +73,7 @@ PlannedScanOutcome runToOutcome(const std::vector<std::string>& paths,
   PlannedScanOutcome outcome;
   outcome.found = result.found;
   outcome.isStopped = result.isStopped;
+  outcome.lacksDefinitions = result.lacksDefinitions;
   outcome.isComplete = result.isComplete();
   for (const std::string& sentence : ScanWords(services.localizedStrings).report(result)) {
     outcome.words += (outcome.words.empty() ? "" : "\n") + sentence;

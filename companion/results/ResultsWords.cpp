@@ -58,6 +58,8 @@ const char* keyOf(ScanRun::End end) {
       return "RESULTS_SCAN_NO_QUARANTINE";
     case ScanRun::End::tooMany:
       return "RESULTS_SCAN_TOO_MANY";
+    case ScanRun::End::noDefinitions:
+      return "RESULTS_SCAN_NO_DEFINITIONS";
     case ScanRun::End::failed:
       break;
   }

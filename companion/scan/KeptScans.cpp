@@ -17,7 +17,7 @@ ScanRun::End endOf(const ManualScanResult& result) {
   }
   switch (result.problem) {
     case Problem::none:
-      return End::whole;
+      return result.lacksDefinitions ? End::noDefinitions : End::whole;
     case Problem::noEngine:
       return End::noEngine;
     case Problem::noDaemon:

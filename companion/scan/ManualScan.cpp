@@ -210,6 +210,7 @@ ManualScan::Problem ManualScan::problemOf(const QuietSurroundings& around) {
 }
 
 ManualScanResult ManualScan::resultOf(Problem problem) {
+  Hold hold(ended_);
   ManualScanResult result;
   const ScanProgress& counted = hasProgress_ ? progress_ : lines_;
   if (hasProgress_ || !hasFolders_) {
@@ -225,7 +226,7 @@ ManualScanResult ManualScan::resultOf(Problem problem) {
       std::max(counted.notScanned + (hasProgress_ ? dropped_ : 0), lines_.notScanned);
   result.isStopped = clock_.isStopped();
   result.problem = problem;
-  if (result.isStopped || problem != Problem::none) {
+  if (!result.wentToItsEnd()) {
     const FileCount::Sum all = count_->sum();
     const std::uint64_t done = result.clean.value_or(0) + result.found + result.allowed +
                                result.inQuarantine + result.notScanned;
@@ -237,12 +238,9 @@ ManualScanResult ManualScan::resultOf(Problem problem) {
 }
 
 void ManualScan::end(Problem problem) {
-  ManualScanResult result;
-  {
-    Hold hold(ended_);
-    result = resultOf(problem);
-  }
-  result.lacksDefinitions = services_.lacksDefinitions && services_.lacksDefinitions();
+  ManualScanResult result = resultOf(problem);
+  result.lacksDefinitions =
+      result.wentToItsEnd() && services_.lacksDefinitions && services_.lacksDefinitions();
   count_->stop();
   if (history_) {
     history_->runEnded(result);

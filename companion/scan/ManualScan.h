@@ -39,16 +39,16 @@ struct ManualScanResult {
   std::uint64_t notScanned = 0;
   std::uint64_t cleanBytes = 0;  // of those that are clean, as far as the scanner says
   bool isStopped = false;
-  // The engine had no definitions by which anything real is found.
+  // The engine had no definitions by which anything real is found. Not asked of one that may hang:
+  // only where the scan went to its end.
   bool lacksDefinitions = false;
   Problem problem = Problem::none;
   // What it did not come to, since it was stopped or had a problem; nothing where nobody knows.
   std::optional<std::uint64_t> notReached = 0;
 
+  bool wentToItsEnd() const { return !isStopped && problem == Problem::none; }
   // Nothing was left out, and what is called clean is, as far as anybody knows.
-  bool isComplete() const {
-    return notScanned == 0 && !isStopped && problem == Problem::none && !lacksDefinitions;
-  }
+  bool isComplete() const { return notScanned == 0 && wentToItsEnd() && !lacksDefinitions; }
 };
 
 // How such a scan stands.
@@ -125,7 +125,7 @@ class ManualScan final : private ScanObserver,
   void reportDropped(const std::vector<std::string>& given, const ScanItemList& scanned);
   void reportLeftOut(const std::string& path, const char* reason);
   void end(Problem problem);
-  ManualScanResult resultOf(Problem problem) QUILLO_REQUIRES(ended_);
+  ManualScanResult resultOf(Problem problem);
   Problem problemOf(const QuietSurroundings& around);
   void setPhase(Phase phase);
   bool liesInQuarantine(const Verdict& verdict) const;

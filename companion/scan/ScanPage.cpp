@@ -208,6 +208,7 @@ void ScanPage::addToReport(const ManualScanResult& result) {
   total_.inQuarantine += result.inQuarantine;
   total_.notScanned += result.notScanned;
   total_.isStopped = total_.isStopped || result.isStopped;
+  total_.lacksDefinitions = total_.lacksDefinitions || result.lacksDefinitions;
   if (result.problem != ManualScanResult::Problem::none) {
     total_.problem = result.problem;
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "posix/RealPath.h"
 #include "posix/Text.h"
 
 namespace quillo {
@@ -54,7 +55,8 @@ std::optional<Find> RecordedFinds::findOf(const std::string& path, std::int64_t 
   return std::nullopt;
 }
 
-// Noted first: what is entered meanwhile is either marked then or seen now.
+// Noted first: what is entered from then on is a test's. What is being entered at this moment
+// cannot be seen yet; the last mark waits for it.
 void RecordedFinds::abandon(const std::string& path, std::int64_t since) {
   abandoned_.add(path);
   for (const HistoryResult& result : findsOf(std::string(lastPathComponent(path)), since)) {
@@ -62,6 +64,8 @@ void RecordedFinds::abandon(const std::string& path, std::int64_t since) {
       mark_({result.path, Outcome::selfTest, ""});
     }
   }
+  const std::string folder = RealPath(deletingLastPathComponent(path)).path();
+  mark_({folder + "/" + std::string(lastPathComponent(path)), Outcome::selfTest, ""});
 }
 
 }  // namespace quillo

@@ -201,6 +201,8 @@ void SelfTest::conclude(const Wording& found) {
     finish(Step::noticed, {"SELFTEST_NOTICED"});
   }
   finish(Step::found, found);
+  // What was found when it was created is perhaps found again as it was closed.
+  evidence_.abandon(path_, writtenAt_);
   const std::string left = removeFile();
   outcome_ = Outcome::works;
   if (left.empty()) {

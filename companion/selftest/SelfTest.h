@@ -35,7 +35,7 @@ class SelfTestEvidence {
   // while nothing was. Its name alone is proof enough: no other file bears it.
   virtual std::optional<Find> findOf(const std::string& path, std::int64_t since) = 0;
   // Has whatever was recorded of it since then, and will be, count as the test's own: nobody waits
-  // for it any more.
+  // for more.
   virtual void abandon(const std::string& path, std::int64_t since) = 0;
 };
 

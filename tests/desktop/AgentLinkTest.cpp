@@ -210,6 +210,14 @@ TEST_F(AgentLinkTest, GetsTheStatusOfAnAgentThatHadNoneYet) {
   EXPECT_TRUE(waitForState("watching"));
 }
 
+TEST_F(AgentLinkTest, SaysThatAnAgentIsOnlyBeginningWhoeverAsks) {
+  TestBus agentBus;
+  ScriptingObject object(
+      *agentBus, [] { return 0; }, postToMain);
+  ASSERT_TRUE(object.claimName());
+  EXPECT_EQ(refreshElsewhere().key, "DOCTOR_AGENT_NOT_YET");
+}
+
 TEST_F(AgentLinkTest, KeepsTheDefaultsForWhatAnOlderAgentDoesNotSay) {
   Liar older;
   older.say({{"version", 1U}, {"state", "watching"}});

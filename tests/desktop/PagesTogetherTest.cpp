@@ -63,6 +63,15 @@ TEST_F(PagesTogether, QuarantineIsListedAnewWhenAnotherProgramHasScanned) {
   EXPECT_TRUE(says("unwelcome")) << words.all();
 }
 
+TEST_F(PagesTogether, OverviewCountsWhatAnotherProgramHasFound) {
+  makeScanner("echo \"$HOME/Documents/bad: Eicar FOUND\"; exit 1");
+  const std::string folder = makeFolder();
+  const auto process = open("overview");
+  ASSERT_TRUE(says("There is no history yet: no file is on record as scanned.")) << words.all();
+  run({"scan", folder});
+  EXPECT_TRUE(says("Malware was found in one file in the last 30 days.")) << words.all();
+}
+
 TEST_F(PagesTogether, ResultIsShownInTheQuarantineWhereItLies) {
   const std::string quarantine = makeQuarantine();
   for (const char* name : {"/first", "/second", "/third"}) {

@@ -51,6 +51,13 @@ TEST_F(PathDropsTest, AreTakenByTheirBytes) {
                             "/x"}));
 }
 
+TEST_F(PathDropsTest, AreNotTakenInPart) {
+  listen("group");
+  setList(dragged, "file:///tmp/a\r\nsftp://server/b\r\n");
+  EXPECT_FALSE(drop(test.find<QWidget>("group"), dragged));
+  EXPECT_TRUE(dropped.empty());
+}
+
 TEST_F(PathDropsTest, AreTakenAsFileManagersOfThisDesktopSpellThem) {
   listen("page");
   const QString name = QStringLiteral("/tmp/ä [1] {2} 50% #?;&'\"^|.txt");

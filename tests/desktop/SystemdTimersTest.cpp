@@ -207,6 +207,13 @@ TEST_F(SystemdTimersTest, RefusalIsSaidInWordsWithItsReasonBehind) {
   }
 }
 
+TEST_F(SystemdTimersTest, NewPlanWhoseFileSystemdDoesNotSeeIsRefusedAndNotForgotten) {
+  FakeSystemd systemd(units.path());
+  systemd.refuses = "EnableUnitFiles";
+  systemd.refusal = "org.freedesktop.DBus.Error.FileNotFound";
+  EXPECT_EQ(put(dailyScan()).key, "PLANNED_REFUSED");
+}
+
 TEST_F(SystemdTimersTest, RefusedChangeLeavesWhatWasPlanned) {
   FakeSystemd systemd(units.path());
   put(dailyScan());

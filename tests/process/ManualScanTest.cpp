@@ -290,6 +290,16 @@ TEST_F(ManualScanUnderWay, CountsWhatItDidNotComeToWhenItIsStopped) {
   EXPECT_GT(result.notReached.value_or(0), 80U);
 }
 
+TEST_F(ManualScanTest, ThatIsStoppedDoesNotAskAnEngineThatMayHangForItsDefinitions) {
+  ManualScanServices services = bench.services();
+  services.lacksDefinitions = [] { return true; };
+  ManualScan stopped(services, bench.seen, nullptr);
+  stopped.stop();
+  stopped.run({tree.file("clean")});
+  EXPECT_TRUE(bench.seen.results.last().isStopped);
+  EXPECT_FALSE(bench.seen.results.last().lacksDefinitions);
+}
+
 TEST_F(ManualScanUnderWay, CanBeStoppedWhileItPauses) {
   scan.pause();
   letGo();

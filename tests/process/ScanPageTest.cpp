@@ -1,125 +1,15 @@
-// The page that scans at once, with the tree's own scanner behind it.
+// What the page shows of scans that are over, and does with their finds.
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <future>
-#include <set>
-
-#include "companion/scan/ScanPage.h"
-#include "platform/AgentLink.h"
-#include "posix/Text.h"
-#include "tests/fakes/companion/ManualScanBench.h"
-#include "tests/fakes/desktop/FakePage.h"
-#include "tests/process/FakeClientTree.h"
+#include "tests/process/ScanPageFixture.h"
 
 namespace quillo {
 namespace {
 
 using Lines = std::vector<std::string>;
 using Presence = AgentPresence;
-
-class ChosenAgent final : public AgentLink {
- public:
-  std::optional<AgentStatus> status() const override {
-    AgentStatus said;
-    said.state = state;
-    return runs ? std::optional(said) : std::nullopt;
-  }
-  AgentPresence presence() const override { return runs ? Presence::answering : Presence::absent; }
-  AgentStart lastStart() const override { return startState; }
-  void observe(std::function<void()> changed) override { observer = std::move(changed); }
-  Wording refresh() override { return {}; }
-  bool start() override {
-    ++starts;
-    return isKnown;
-  }
-  bool runs = false;
-  bool isKnown = true;
-  std::string state = "watching";
-  AgentStart startState;
-  std::function<void()> observer;
-  int starts = 0;
-};
-
-class ChosenFinds final : public AllowedFinds {
- public:
-  bool isAllowed(const Verdict& infection) override { return allowed.count(infection.file()) > 0; }
-  std::string allow(const Verdict& infection,
-                    const std::optional<FileIdentity>& /*found*/) override {
-    if (problem.empty()) {
-      allowed.insert(infection.file());
-    }
-    return problem.empty() ? "" : infection.file() + problem;
-  }
-  std::set<std::string> allowed;
-  std::string problem;  // behind the file's name
-};
-
-class ScanPageTest : public testing::Test {
- protected:
-  ScanPageTest() {
-    bench.desktop.application.keepsPosted = true;
-    bench.desktop.preferenceStore.set(
-        "PathToClamav", deletingLastPathComponent(deletingLastPathComponent(tree.program())));
-    bench.desktop.preferenceStore.set("QuarantineFolder", tree.files().at("quarantine/"));
-    bench.desktop.localizedStrings.texts = {{"SCAN_REPORT_FOUND_MANY", "found %@"},
-                                            {"SCAN_REPORT_CLEAN_MANY", "clean %@"},
-                                            {"SCAN_DONE_MOVED_TO", "to %@"}};
-    open();
-  }
-  ~ScanPageTest() override {
-    page.reset();
-    bench.threads.join();
-  }
-
-  void open() {
-    page = std::make_unique<ScanPage>(
-        window, ScanPageServices{bench.services(), agent, [this] { return volumes; }, volumeChanges,
-                                 allowed, [this](const Lines& paths) { excluded = paths; },
-                                 &bench.history});
-  }
-  FakePage& shown() { return window.pages["scan"]; }
-  std::string path(const std::string& name) const { return tree.files().at(name); }
-  // Does what is posted to the main thread until that holds.
-  bool performUntil(const std::function<bool()>& holds) {
-    return awaitThat([&] {
-      bench.desktop.application.performPosted();
-      return holds();
-    });
-  }
-  bool awaitReport() {
-    return performUntil([this] { return shown().isVisible("report"); });
-  }
-  bool scan(const Lines& paths) {
-    page->scan(paths);
-    return awaitReport();
-  }
-  // Makes the daemon keep the first file for itself.
-  void holdTheDaemon() {
-    tree.daemon([this](const SessionClamd::Question& question) -> std::optional<std::string> {
-      if (!isHeld.exchange(true)) {
-        held.set_value();
-        letGo.get_future().wait();
-      }
-      return SessionClamd::truth(question);
-    });
-  }
-  std::string done(std::size_t row) { return shown().row("finds", row).cells[2]; }
-
-  wrapper::FakeClientTree tree;
-  ManualScanBench bench;
-  FakeMainWindow window;
-  ChosenAgent agent;
-  ChosenFinds allowed;
-  Lines volumes;
-  FakeVolumeChanges volumeChanges;
-  Lines excluded;
-  std::atomic<bool> isHeld = false;
-  std::promise<void> held;
-  std::promise<void> letGo;
-  std::unique_ptr<ScanPage> page;
-};
+using ScanPageTest = ScanPageFixture;
 
 TEST_F(ScanPageTest, ShowsNothingButChoicesAtFirst) {
   for (const char* hidden : {"progressBox", "findsBox", "leftOutBox", "startAgent", "startWatching",
@@ -335,65 +225,6 @@ TEST_F(ScanPageTest, OffersNoAgentThatRuns) {
   agent.runs = true;
   ASSERT_TRUE(scan({tree.file("clean")}));
   EXPECT_FALSE(shown().isVisible("startAgent"));
-}
-
-// Whose daemon has a file until it is let go.
-class ScanPageAtWork : public ScanPageTest {
- protected:
-  ScanPageAtWork() {
-    holdTheDaemon();
-    page->scan({tree.file("clean")});
-    held.get_future().wait();
-  }
-  ~ScanPageAtWork() override {
-    end();
-    page.reset();
-    bench.threads.join();
-    tree.endDaemon();
-  }
-  void end() {
-    if (!std::exchange(isOver, true)) {
-      letGo.set_value();
-    }
-  }
-  bool isOver = false;
-};
-
-TEST_F(ScanPageAtWork, AsksBeforeTheWindowCloses) {
-  EXPECT_FALSE(page->mayClose());
-  EXPECT_FALSE(page->mayClose());
-  EXPECT_EQ(window.questions.size(), 1U);
-  window.answer("<SCAN_CLOSE_STAY>");
-  EXPECT_EQ(window.closings, 0);
-  end();
-  ASSERT_TRUE(awaitReport());
-  EXPECT_EQ(shown().text("report"), "<SCAN_REPORT_NOTHING>\n<SCAN_REPORT_CLEAN_ONE>");
-}
-
-TEST_F(ScanPageAtWork, StopsAndClosesWhenItsUserWantsThat) {
-  EXPECT_FALSE(page->mayClose());
-  window.answer("<SCAN_CLOSE_STOP>");
-  EXPECT_TRUE(performUntil([this] { return window.closings == 1; }));
-  EXPECT_TRUE(page->mayClose());
-}
-
-TEST_F(ScanPageAtWork, IsStoppedByItsButton) {
-  shown().press("stop");
-  ASSERT_TRUE(awaitReport());
-  EXPECT_TRUE(shown().text("report").starts_with("<SCAN_REPORT_STOPPED>"));
-}
-
-TEST_F(ScanPageAtWork, EndsItsScanWhenItGoes) {
-  page.reset();
-  bench.threads.join();
-  EXPECT_EQ(bench.history.calls().back(), "ended 0");
-}
-
-TEST_F(ScanPageAtWork, DoesNothingAboutFindsMeanwhile) {
-  shown().check("forAll", true);
-  for (const char* button : {"quarantine", "trash", "allow", "exclude", "scanTheseAgain"}) {
-    EXPECT_FALSE(shown().isEnabled(button)) << button;
-  }
 }
 
 }  // namespace

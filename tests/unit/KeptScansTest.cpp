@@ -70,6 +70,10 @@ TEST_F(KeptScansTest, SayHowTheyEnded) {
     result.problem = problem;
     scans.runEnded(result);
   }
+  scans.runBegan({"/a"});
+  ManualScanResult blind;
+  blind.lacksDefinitions = true;
+  scans.runEnded(blind);
   using End = ScanRun::End;
   std::vector<End> ends;
   for (const ScanRun& run : runs()) {
@@ -77,7 +81,7 @@ TEST_F(KeptScansTest, SayHowTheyEnded) {
     ends.insert(ends.begin(), run.end);
   }
   EXPECT_EQ(ends, (std::vector<End>{End::whole, End::noEngine, End::noDaemon, End::noQuarantine,
-                                    End::tooMany, End::failed}));
+                                    End::tooMany, End::failed, End::noDefinitions}));
 }
 
 TEST_F(KeptScansTest, ThatWereCutOffHaveNoEnd) {

@@ -50,6 +50,16 @@ TEST_F(LastScansTest, AreTheLatestPlannedOnesOfExactlyThoseFolders) {
   EXPECT_EQ(last->at("a").id, latest);
 }
 
+TEST_F(LastScansTest, AreNotGivenToEitherOfTwoPlansOfTheSameFolders) {
+  keep({"/a"});
+  keep({"/b"});
+  const auto last = lastScansOf({plan("daily", {"/a"}), plan("weekly", {"/a"}), plan("b", {"/b"})},
+                                folder.path());
+  ASSERT_TRUE(last);
+  EXPECT_EQ(last->size(), 1U);
+  EXPECT_EQ(last->count("b"), 1U);
+}
+
 TEST_F(LastScansTest, AreKnownToHaveMoreFoldersThanTheirRowHasRoomFor) {
   const std::vector<std::string> folders = {"/" + std::string(5000, 'a'),
                                             "/" + std::string(5000, 'b'), "/c"};

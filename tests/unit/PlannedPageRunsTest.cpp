@@ -11,10 +11,12 @@ using PlannedPageRunsTest = PlannedPageFixture;
 
 TEST_F(PlannedPageRunsTest, LastTimeIsThatOfTheLastScanNotOfATimeThatPassedWithoutOne) {
   strings.texts["PLANNED_NOT_WHOLE"] = "%@, in part";
-  for (const char* id : {"cut", "none", "stopped", "whole"}) {
+  strings.texts["PLANNED_END_NOT_KNOWN"] = "%@, ?";
+  for (const char* id : {"cut", "lost", "stopped", "whole", "young"}) {
     plan(id);
     system.scans.back().lastRun = 9;
   }
+  system.scans.back().lastRun = 0;
   ScanRun run;
   run.started = WallTime(std::chrono::seconds(7));
   last.emplace()["cut"] = run;
@@ -24,11 +26,11 @@ TEST_F(PlannedPageRunsTest, LastTimeIsThatOfTheLastScanNotOfATimeThatPassedWitho
   (*last)["stopped"] = run;
   shown();
   std::vector<std::string> said;
-  for (std::size_t row = 0; row < 4; ++row) {
+  for (std::size_t row = 0; row < 5; ++row) {
     said.push_back(ui.row("plans", row).cells[2]);
   }
-  EXPECT_EQ(said, (std::vector<std::string>{"time 7, in part", "<PLANNED_NOT_YET>",
-                                            "time 7, in part", "time 7"}));
+  EXPECT_EQ(said, (std::vector<std::string>{"time 7, in part", "time 9, ?", "time 7, in part",
+                                            "time 7", "<PLANNED_NOT_YET>"}));
   last.reset();
   shown();
   EXPECT_EQ(ui.row("plans", 1).cells[2], "time 9");

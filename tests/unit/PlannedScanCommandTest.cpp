@@ -41,7 +41,7 @@ TEST_F(PlannedScanCommandTest, ScansPathsAndUrisOfPaths) {
 TEST_F(PlannedScanCommandTest, ShowsWhatCameOfIt) {
   bool isHandedOver = false;
   growl.atHandOver = [&] { isHandedOver = true; };
-  outcome = {2, true, false, "2 finds"};
+  outcome = {.found = 2, .isComplete = true, .isStopped = false, .words = "2 finds"};
   EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 1);
   ASSERT_EQ(growl.posted().size(), 1U);
   EXPECT_EQ(growl.posted()[0].title, "<PLANNED_RESULT_FOUND>");
@@ -50,6 +50,13 @@ TEST_F(PlannedScanCommandTest, ShowsWhatCameOfIt) {
   EXPECT_TRUE(growl.posted()[0].isSticky);
   EXPECT_TRUE(growl.posted()[0].details.outlivesSender);
   EXPECT_TRUE(isHandedOver);
+}
+
+TEST_F(PlannedScanCommandTest, ScanThatCouldFindNothingIsNotSaidToHaveLeftFilesOut) {
+  outcome.isComplete = false;
+  outcome.lacksDefinitions = true;
+  EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 2);
+  EXPECT_EQ(growl.posted()[0].title, "<PLANNED_RESULT_NO_DEFINITIONS>");
 }
 
 TEST_F(PlannedScanCommandTest, WhatWasNotScannedIsNotCalledClean) {
@@ -65,21 +72,21 @@ TEST_F(PlannedScanCommandTest, WhatWasNotScannedIsNotCalledClean) {
 
 TEST_F(PlannedScanCommandTest, WhatNeedsALookIsShownByTheAgentWhereThereIsOne) {
   hasAgent = true;
-  outcome = {2, true, false, "2 finds"};
+  outcome = {.found = 2, .isComplete = true, .isStopped = false, .words = "2 finds"};
   EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 1);
-  outcome = {0, false, false, "1 left out"};
+  outcome = {.found = 0, .isComplete = false, .isStopped = false, .words = "1 left out"};
   EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 2);
   EXPECT_EQ(toAgent, (Words{"find: <PLANNED_RESULT_FOUND>\n2 finds",
                             "<PLANNED_RESULT_INCOMPLETE>\n1 left out"}));
   EXPECT_TRUE(growl.posted().empty());
-  outcome = {0, true, false, "clean"};
+  outcome = {.found = 0, .isComplete = true, .isStopped = false, .words = "clean"};
   EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 0);
   EXPECT_EQ(toAgent.size(), 2U);
   EXPECT_EQ(growl.posted().size(), 1U);
 }
 
 TEST_F(PlannedScanCommandTest, OneThatWasEndedEarlyIsSaidToAndIsNoFailureOfItsService) {
-  outcome = {0, false, true, "stopped"};
+  outcome = {.found = 0, .isComplete = false, .isStopped = true, .words = "stopped"};
   EXPECT_EQ(run({"--planned", "a1", "--", "/a"}), 143);
   EXPECT_EQ(growl.posted().at(0).title, "<PLANNED_RESULT_ENDED>");
   outcome.found = 1;

@@ -11,13 +11,15 @@
 namespace quillo {
 namespace {
 
-// Each look at it takes a tenth of a second.
+// Each look at it takes a while.
 class SlowClock final : public PassingClock {
  public:
   Duration now() override {
-    advance(std::chrono::milliseconds(100));
+    advance(atEachLook);
     return PassingClock::now();
   }
+
+  Duration atEachLook = std::chrono::milliseconds(100);
 };
 
 class RecentTotalsTest : public testing::Test {
@@ -68,6 +70,16 @@ TEST_F(RecentTotalsTest, AreCountedAtOnceAfterTheirRest) {
   totals.countAnew();
   EXPECT_EQ(totals.totals().found, 1U);
   EXPECT_TRUE(threads.bodies.empty());
+}
+
+TEST_F(RecentTotalsTest, DoNotRestForLongAfterADiskThatTookLong) {
+  clock.atEachLook = std::chrono::seconds(10);
+  totals.countAnew();
+  addFind("/a");
+  totals.countAnew();
+  threads.runAll();
+  EXPECT_LE(clock.slept, RecentTotals::longestRest);
+  EXPECT_EQ(totals.totals().found, 1U);
 }
 
 TEST_F(RecentTotalsTest, AreTriedAgainWhereTheSystemHasNoThread) {

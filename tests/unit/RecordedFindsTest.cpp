@@ -82,10 +82,19 @@ TEST_F(RecordedFindsTest, OfATestThatIsAbandonedAreItsOwnWhateverIsSaidOfThem) {
   const std::string name = "vantrel-self-test-0123456789abcdef.com";
   keep("/real/" + name, Outcome::unsaid);
   finds.abandon("/link/" + name, now);
-  ASSERT_EQ(marks.size(), 1U);
+  ASSERT_EQ(marks.size(), 2U);
   EXPECT_EQ(marks[0].path, "/real/" + name);
   EXPECT_EQ(marks[0].outcome, Outcome::selfTest);
   EXPECT_TRUE(AbandonedTests(folder.path()).have("/elsewhere/" + name));
+}
+
+TEST_F(RecordedFindsTest, ThatAreJustBeingEnteredAreMarkedByTheWayThatTheAgentKnows) {
+  folder.makeFolder("real");
+  folder.link("link", folder.at("real"));
+  const std::string name = "vantrel-self-test-0123456789abcdef.com";
+  finds.abandon(folder.at("link/" + name), now);
+  ASSERT_EQ(marks.size(), 1U);
+  EXPECT_EQ(marks[0].path, folder.at("real/" + name));
 }
 
 }  // namespace

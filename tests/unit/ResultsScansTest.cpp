@@ -78,7 +78,8 @@ TEST_F(ResultsScansTest, SayHowTheyEnded) {
       {End::noDaemon, "<RESULTS_SCAN_NO_DAEMON>"},
       {End::noQuarantine, "<RESULTS_SCAN_NO_QUARANTINE>"},
       {End::tooMany, "<RESULTS_SCAN_TOO_MANY>"},
-      {End::failed, "<RESULTS_SCAN_FAILED>"}};
+      {End::failed, "<RESULTS_SCAN_FAILED>"},
+      {End::noDefinitions, "<RESULTS_SCAN_NO_DEFINITIONS>"}};
   for (const auto& [end, words] : cases) {
     ScanRun run = scan("/srv");
     run.end = end;

@@ -168,6 +168,17 @@ TEST_F(AgentMending, OpensTheFoldersForGapsAndTheOverviewForAnEngineElseWhatTher
   EXPECT_GT(alone().calls().size(), before);
 }
 
+// The engine may load for minutes between the two.
+TEST_F(AgentMending, HearsOfPlannedScansBeforeAnybodyCanSeeThatItIsThere) {
+  std::size_t heard = 0;
+  desktop.statusPublisher.atPublishing = [&] {
+    const auto& observers = desktop.distributedNotificationCenter.objectObservers;
+    heard = observers.count(plannedScanEnded) + observers.count(plannedScanFound);
+  };
+  launch();
+  EXPECT_EQ(heard, 2U);
+}
+
 TEST_F(AgentMending, ShowsWhatAPlannedScanCameToAndLeadsToTheResults) {
   launch();
   desktop.applicationLauncher.installed = true;

@@ -39,9 +39,14 @@ std::vector<std::string> localPathsIn(const QMimeData& dragged) {
     while (!line.empty() && (line.back() == '\r' || line.back() == '\0')) {
       line.remove_suffix(1);
     }
-    if (const auto path = pathOfFileUri(strictlyEncoded(line))) {
-      paths.push_back(*path);
+    if (line.empty() || line.starts_with('#')) {
+      continue;
     }
+    const auto path = pathOfFileUri(strictlyEncoded(line));
+    if (!path) {
+      return {};
+    }
+    paths.push_back(*path);
   }
   return paths;
 }

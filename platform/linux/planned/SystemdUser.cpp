@@ -101,8 +101,10 @@ std::optional<QVariantMap> SystemdUser::properties(const std::string& unit,
 Wording SystemdUser::reload() const { return problemIn(askManager(QStringLiteral("Reload"), {})); }
 
 Wording SystemdUser::enable(const std::string& unit) const {
-  return problemIn(
+  const Wording problem = problemIn(
       askManager(QStringLiteral("EnableUnitFiles"), {QStringList(text(unit)), false, false}));
+  // Its file has just been written: where it is not found, systemd looks elsewhere.
+  return problem.key == "PLANNED_NO_UNIT" ? Wording{"PLANNED_REFUSED", problem.values} : problem;
 }
 
 Wording SystemdUser::disable(const std::string& unit) const {

@@ -75,10 +75,16 @@ Wording problemOf(const QDBusMessage& answer) {
 // For the log.
 std::string reasonOf(const Wording& problem) {
   const std::string object = std::string(name) + ": ";
-  return problem.key == "DOCTOR_AGENT_FOREIGN"
-             ? object + "who has this name is no process of this user, and is not believed"
-         : problem.key == "DOCTOR_AGENT_NO_STATUS" ? object + "what it says of itself is no status"
-                                                   : problem.values.front();
+  if (problem.key == "DOCTOR_AGENT_FOREIGN") {
+    return object + "who has this name is no process of this user, and is not believed";
+  }
+  if (problem.key == "DOCTOR_AGENT_NO_STATUS") {
+    return object + "what it says of itself is no status";
+  }
+  if (problem.key == "DOCTOR_AGENT_NOT_YET") {
+    return object + "it is only beginning";
+  }
+  return problem.values.front();
 }
 
 }  // namespace
@@ -198,7 +204,7 @@ Wording BusAgentLink::take(const QDBusMessage& said) {
   if (said.type() == QDBusMessage::ErrorMessage) {
     const bool begins = said.errorName() == QLatin1String(noStatusYet);
     become(begins ? AgentPresence::beginning : AgentPresence::silent);
-    return inWords(said);
+    return begins ? Wording{"DOCTOR_AGENT_NOT_YET"} : inWords(said);
   }
   std::optional<AgentStatus> status;
   if (said.signature() == QLatin1String("a{sv}")) {

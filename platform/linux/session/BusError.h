@@ -7,7 +7,7 @@ namespace quillo {
 // What an error on a bus means to a person (D-Bus Specification, freedesktop.org; systemd(1)).
 enum class BusErrorKind {
   other,
-  noAnswer,
+  noAnswer,  // not in time, or who should give it went away
   notAllowed,
   ended,   // what was to answer ended instead
   absent,  // nobody has the name, or it has no program

@@ -169,7 +169,8 @@ TEST_F(RealSystemdTimers, ShowWhatTheirUserSwitchedOffOrEdited) {
   EXPECT_EQ(planned().often, Often::other);
   read.hour = 11;
   EXPECT_EQ(timers.put(read).key, "PLANNED_OVERRIDDEN");
-  EXPECT_TRUE(planned().isActive);
+  // The answer says that it will be restarted.
+  EXPECT_TRUE(awaitThat([&] { return planned().isActive; }));
 }
 
 TEST_F(RealSystemdTimers, RunNoOtherProgramAndSayThatAnEditHasThem) {

@@ -303,10 +303,16 @@ class FakeScriptingKeys final : public ScriptingKeys {
 
 class FakeStatusPublisher final : public StatusPublisher {
  public:
-  void publishStatus(std::function<AgentStatus()> status) override { ask = std::move(status); }
+  void publishStatus(std::function<AgentStatus()> status) override {
+    ask = std::move(status);
+    if (atPublishing) {
+      atPublishing();
+    }
+  }
   void statusChanged() override { ++changes; }
   // As somebody on the bus would.
   std::function<AgentStatus()> ask;
+  std::function<void()> atPublishing;
   std::atomic<int> changes{0};
 };
 
