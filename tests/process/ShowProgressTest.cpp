@@ -1,4 +1,5 @@
-// What ./run shows while it builds: packaging/show-progress, and packaging/build around it.
+// What ./run shows while it installs and builds: packaging/show-progress, and what stands around
+// it.
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,24 @@ TEST(ShowProgress, NamesTheTwoPartsOfPackages) {
   EXPECT_EQ(shownOf("dlstatus:1:12.5:Retrieving\ndlstatus:9:100:Retrieving\n"
                     "pmstatus:git:60.1:Unpacking\n"),
             "Fetching packages 0 %\nFetching packages 100 %\nInstalling packages 50 %\n");
+}
+
+// As apt(8) does, this one keeps what it tells of its progress from the scripts of packages.
+TEST(InstallPackages, LeavesTheScriptsOfPackagesTheirStandardOutput) {
+  const TemporaryFolder folder;
+  folder.writeProgram("id", "#!/bin/sh\necho 0\n");
+  folder.writeProgram("dpkg-query", "#!/bin/sh\n");
+  folder.writeProgram(
+      "apt-get",
+      "#!/bin/sh\n[ \"$1\" = install ] || exit 0\n"
+      "for word; do case \"$word\" in APT::Status-Fd=*) fd=${word#*=} ;; esac; done\n"
+      "eval \"echo pmstatus:a:60:Unpacking >&$fd\"\n"
+      "eval \"(exec $fd>&-; echo said by a script)\" || exit 100\n");
+  LaunchRequest request{QUILLO_SOURCE_DIR "/packaging/install-packages", {"run"}};
+  request.environment = std::vector<std::string>{"PATH=" + folder.path() + ":/usr/bin:/bin"};
+  const Shown shown = outcomeOf(request);
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_TRUE(shown.text.ends_with("Installing packages 50 %\n")) << shown.text;
 }
 
 // A cmake whose building fails, in place of the real one.
