@@ -103,12 +103,17 @@ class Newcomer : public Desktop {
     keepPicture("without");
     return testing::AssertionFailure() << "nothing says \"" << text << "\":\n" << words_->all();
   }
+  // What a desktop has given the keyboard may not have heard of it yet, and misses a key.
+  bool knowsOfIt(const std::string& title) {
+    const auto active = words_->activeWindow();
+    return active && active->name == title;
+  }
   // Waits until the window shows that page and takes keys.
   testing::AssertionResult awaitPage(const std::string& title) {
     return awaitKeyboard(title + " – Vantrel");
   }
   testing::AssertionResult awaitKeyboard(const std::string& title) {
-    if (this->eventually([&] { return this->hasKeyboard(title); })) {
+    if (this->eventually([&] { return this->hasKeyboard(title) && knowsOfIt(title); })) {
       return testing::AssertionSuccess();
     }
     keepPicture("without");
