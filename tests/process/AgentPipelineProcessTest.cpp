@@ -205,6 +205,7 @@ class AgentWithoutItsDaemon : public AgentPipeline {
   }
   void bringBack() {
     clamd.emplace(socketPath());
+    clamd->answerWith(std::string("ClamAV 1.4.3\0", 13));
     home.write("engine/bin/clamdscan.reaches", "");
   }
   bool waits() { return agent().parts().unscannedFiles.areWaiting(); }
