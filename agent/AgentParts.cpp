@@ -38,6 +38,10 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                [this](const std::string& problem) { statusBoard.setHistoryProblem(problem); }}),
       historyObserver(scannerLink, history, desktop.trashFolders, given.clock),
       scanObservers({&statusBoard, &historyObserver}),
+      guardLink(
+          {watcherLink, statusBoard, given.preferences, desktop.trashFolders, desktop.volumes}),
+      unscannedFiles({given.clock, desktop.systemLog, theDispatcher, scanObservers, guardLink,
+                      [this](Clock::Duration time) { health.lookWithin(time); }}),
       scannerServices{desktop.application,
                       given.clock,
                       dialogList,
@@ -57,7 +61,8 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                       &progressLog,
                       &runningScanners,
                       &reportedFiles,
-                      &abortedScans},
+                      &abortedScans,
+                      &unscannedFiles},
       theDispatcher(given.clock, desktop.systemLog, desktop.volumes, &progressLog),
       intake(theDispatcher),
       watcherServices{
@@ -136,7 +141,8 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                 if (statusBoard.status().definitions != DefinitionState::none) {
                   definitionsWarning.definitionsCame();
                 }
-              }}),
+              },
+              &unscannedFiles}),
       statusReport({menu, statusBoard, watchList, watching, preferences, recentTotals}) {}
 
 }  // namespace quillo

@@ -34,6 +34,7 @@
 #include "scanning/PutBackFiles.h"
 #include "scanning/ScanParameters.h"
 #include "scanning/ScannerOwner.h"
+#include "scanning/UnscannedFiles.h"
 #include "settings/TypedPreferences.h"
 #include "watchers/FSEventWatcher.h"
 #include "watchers/NameWatcher.h"
@@ -83,6 +84,8 @@ struct AgentParts {
   HistoryWriter history;
   HistoryObserver historyObserver;
   ScanObservers scanObservers;
+  GuardLink guardLink;
+  UnscannedFiles unscannedFiles;
   const ScannerServices scannerServices;
   Dispatcher theDispatcher;
   DispatcherIntake intake;

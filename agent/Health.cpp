@@ -7,6 +7,7 @@
 #include "agent/StatusBoard.h"
 #include "platform/SystemLog.h"
 #include "posix/ThreadStarter.h"
+#include "scanning/UnscannedFiles.h"
 
 namespace quillo {
 
@@ -39,9 +40,9 @@ void Health::setWatching(bool watching) {
   due_.unlock();
 }
 
-void Health::lookSoon() {
+void Health::lookWithin(Clock::Duration time) {
   due_.lock();
-  dueAt_ = services_.clock.now();
+  dueAt_ = std::min(dueAt_, services_.clock.now() + time);
   due_.signal();
   due_.unlock();
 }
@@ -78,12 +79,27 @@ void Health::round() {
   }
 }
 
-bool Health::look() {
+bool Health::lookAfterDaemon() {
+  UnscannedFiles* const unscanned = services_.unscannedFiles;
   const bool wasFailing = services_.statusBoard.status().engineFails;
-  const bool engineFails = wasFailing && !services_.daemonAnswers();
-  if (wasFailing && !engineFails) {
+  const bool filesWait = unscanned && unscanned->areWaiting();
+  if (!wasFailing && !filesWait) {
+    return true;
+  }
+  if (!services_.daemonAnswers()) {
+    return false;
+  }
+  if (wasFailing) {
     services_.statusBoard.setEngineFails(false);
   }
+  if (filesWait) {
+    unscanned->reportAnew();
+  }
+  return !unscanned || !unscanned->areWaiting();
+}
+
+bool Health::look() {
+  const bool daemonIsWell = lookAfterDaemon();
   const LoadedDefinitions definitions = services_.definitions();
   const auto age = definitions.built ? services_.clock.wallTime() - *definitions.built
                                      : std::chrono::system_clock::duration();
@@ -102,7 +118,7 @@ bool Health::look() {
   ageIsLogged_ = isOld;
   const std::vector<std::string> missing = services_.missingFolders();
   services_.statusBoard.setMissingFolders(missing);
-  return !engineFails && state == DefinitionState::goodOrUnknown && missing.empty();
+  return daemonIsWell && state == DefinitionState::goodOrUnknown && missing.empty();
 }
 
 }  // namespace quillo

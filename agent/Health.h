@@ -14,9 +14,10 @@ namespace quillo {
 class StatusBoard;
 class SystemLog;
 class ThreadStarter;
+class UnscannedFiles;
 
 // What health is judged by, and what is called after each look, all on the thread that looks. It
-// outlives that thread. `daemonAnswers` is asked while a daemon has failed, and for no other.
+// outlives that thread. `daemonAnswers` is asked while a daemon has failed or files wait for it.
 struct HealthServices {
   Clock& clock;
   SystemLog& systemLog;
@@ -25,6 +26,8 @@ struct HealthServices {
   std::function<std::vector<std::string>()> missingFolders;
   std::function<bool()> daemonAnswers;
   std::function<void()> hasLooked;
+  // Reported anew when the daemon answers; null where nothing waits for it.
+  UnscannedFiles* unscannedFiles = nullptr;
 };
 
 // Looks now and then after what watching rests on: the definitions, their age, and the watched
@@ -50,13 +53,15 @@ class Health {
   // Takes note that something is watched from now on, or nothing. Beginning makes a look due. Any
   // thread.
   void setWatching(bool watching);
-  // Makes a look due, if anything is watched. Any thread.
-  void lookSoon();
+  // Makes a look due, if anything is watched, now or within that time. Any thread.
+  void lookSoon() { lookWithin({}); }
+  void lookWithin(Clock::Duration time);
 
  private:
   void awaitDue();
   // Returns whether all is well.
   bool look();
+  bool lookAfterDaemon();
 
   // Constant after construction.
   const HealthServices services_;

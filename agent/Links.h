@@ -20,9 +20,13 @@
 #include "engine/ClamdLink.h"
 #include "menu/Throbber.h"
 #include "platform/AgentLink.h"
+#include "platform/Volumes.h"
 #include "posix/Mutex.h"
 #include "scanning/Dispatcher.h"
 #include "scanning/ScannerOwner.h"
+#include "scanning/UnscannedFiles.h"
+#include "settings/TypedPreferences.h"
+#include "watchers/PathFilter.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
@@ -153,6 +157,38 @@ class WatcherLink final : public WatcherOwner {
 
  private:
   const Parts parts_;
+};
+
+// What the watchers would report now, and volumes, which are scanned as they appear. One thread.
+class GuardLink final : public GuardedPlaces {
+ public:
+  struct Parts {
+    WatchedFolders& watchedFolders;
+    StatusBoard& statusBoard;
+    const TypedPreferences& preferences;
+    TrashFolders& trashFolders;
+    Volumes& volumes;
+  };
+  explicit GuardLink(const Parts& parts)
+      : parts_(parts), filter_(parts.watchedFolders, parts.trashFolders) {}
+
+  bool takeNow() override {
+    // While watching is being set up, the list of folders is not complete.
+    if (parts_.statusBoard.status().settingUp ||
+        parts_.watchedFolders.getWatchedFolderList()->empty()) {
+      return false;
+    }
+    filter_.setQuarantineFolder(parts_.preferences.value(key::quarantineFolder).value_or(""));
+    filter_.refresh();
+    return true;
+  }
+  bool hold(const std::string& path) override {
+    return filter_.passes(path) || parts_.volumes.isVolumeRoot(path);
+  }
+
+ private:
+  const Parts parts_;
+  PathFilter filter_;
 };
 
 class EngineLink final : public ClamdLinkOwner {

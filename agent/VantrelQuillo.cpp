@@ -119,7 +119,10 @@ void VantrelQuillo::listenToDesktop() {
 }
 
 void VantrelQuillo::abortScans() {
-  parts_.abortedScans.abort(parts_.theDispatcher.abortScans(), [this] {
+  std::vector<std::string> dropped = parts_.theDispatcher.abortScans();
+  const std::vector<std::string> waiting = parts_.unscannedFiles.giveUp();
+  dropped.insert(dropped.end(), waiting.begin(), waiting.end());
+  parts_.abortedScans.abort(dropped, [this] {
     parts_.runningScanners.endAll();
     runShellCommand("killall -9 clamdscan");
   });

@@ -227,6 +227,7 @@ void Watching::quitNow() {
   attempt([this] { endIfWatching(); });
   // A scan that went on unseen could move files that no log names.
   attempt([this] { parts_.runningScanners.endAllForGood(); });
+  attempt([this] { parts_.unscannedFiles.giveUp(); });
   attempt([this] { parts_.history.end(longestFlushAtQuit); });
   attempt([&] { platform.distributedNotificationCenter.removeObservers(); });
   attempt([this] {

@@ -17,9 +17,13 @@ constexpr std::string_view notScanned = ": Not scanned: ";
 constexpr std::string_view notMoved = ": not moved: ";
 constexpr std::string_view movedTo = ": moved to '";
 
+constexpr std::string_view noReply = "no reply from clamd";
 // What the engine itself says of a file that it could not look at.
-constexpr std::array<std::string_view, 2> enginesReasons = {"Failed to open file",
-                                                            "no reply from clamd"};
+constexpr std::array<std::string_view, 2> enginesReasons = {"Failed to open file", noReply};
+// How it says that the daemon is not there, in the words of older and of current engines.
+constexpr std::array<std::string_view, 3> daemonIsGone = {
+    "WARNING: Can't connect to clamd.", "ERROR: Could not connect to clamd on ",
+    "ERROR: Clamd closed the connection before scanning all files."};
 
 struct Halves {
   std::string_view path;
@@ -77,6 +81,8 @@ bool parseFailure(std::string_view line, Verdict& verdict) {
   for (const std::string_view reason : enginesReasons) {
     if (!left && line.ends_with(": " + std::string(reason))) {
       left = Halves{line.substr(0, line.size() - reason.size() - 2), reason};
+      verdict.daemonGone =
+          reason == noReply ? Verdict::DaemonGone::meanwhile : Verdict::DaemonGone::no;
     }
   }
   if (!left) {
@@ -125,7 +131,11 @@ Verdict Verdict::parse(std::string_view line) {
     verdict.kind = Kind::clean;
     verdict.path = line.substr(0, line.size() - clean.size());
   } else if (!parseInfection(line, verdict) && !parseMove(line, verdict)) {
-    parseFailure(line, verdict);
+    const bool isFailure = parseFailure(line, verdict);
+    if (!isFailure && std::any_of(daemonIsGone.begin(), daemonIsGone.end(),
+                                  [line](auto start) { return line.starts_with(start); })) {
+      verdict.daemonGone = DaemonGone::before;
+    }
   }
   return verdict;
 }

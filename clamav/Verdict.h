@@ -21,6 +21,10 @@ struct Verdict {
   // Which of the engine's limits kept it from being scanned: the file's own size, or what it takes
   // to look at all that is in it. Only an adapter that says so reports it.
   enum class Limit { none, fileSize, contents };
+  // Whether a file was not scanned for want of the daemon, which had gone, could not be reached or
+  // gave no sign of life: before it had the file, or while it had it. Then the file may be what
+  // ended it. A message that says so of the daemon alone is `before`.
+  enum class DaemonGone { no, before, meanwhile };
 
   Kind kind = Kind::message;
   std::string line;  // as it stands in the report
@@ -33,6 +37,7 @@ struct Verdict {
   std::string target;
   Whereabouts whereabouts = Whereabouts::unsaid;
   Limit limit = Limit::none;
+  DaemonGone daemonGone = DaemonGone::no;
   // Of an infected file: its user has put it back or allowed it, and it has not changed since.
   // Nothing is done about it. Set by who judges the report; no line says it.
   bool isSpared = false;

@@ -92,6 +92,13 @@ Verdict::Limit limitOf(const std::string& field) {
              : Verdict::Limit::none;
 }
 
+Verdict::DaemonGone daemonGoneOf(const std::string& field) {
+  const int number = field.empty() ? -1 : field.front();
+  return number >= 0 && number <= static_cast<int>(Verdict::DaemonGone::meanwhile)
+             ? static_cast<Verdict::DaemonGone>(number)
+             : Verdict::DaemonGone::no;
+}
+
 ScanProgress progressIn(std::string_view body) {
   ScanProgress progress;
   for (std::uint64_t* number :
@@ -134,6 +141,7 @@ void VerdictSender::send(char type, const Verdict& verdict, bool moves) {
   }
   appendField(body, std::string(1, static_cast<char>(verdict.limit)));
   appendField(body, std::to_string(verdict.largestFile));
+  appendField(body, std::string(1, static_cast<char>(verdict.daemonGone)));
   sendRecord(body);
 }
 
@@ -301,6 +309,7 @@ void VerdictReceiver::takeRecord(std::string_view body) {
   }
   record.verdict.limit = limitOf(takeField(body));
   record.verdict.largestFile = numberIn<std::uint64_t>(takeField(body)).value_or(0);
+  record.verdict.daemonGone = daemonGoneOf(takeField(body));
   spoken_ = true;
   records_.push_back(std::move(record));
 }

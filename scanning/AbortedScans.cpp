@@ -38,6 +38,14 @@ AbortedScans::Run::~Run() {
   }
 }
 
+bool AbortedScans::Run::isAborted() const {
+  if (!scans_) {
+    return false;
+  }
+  MutexLock hold(scans_->lock_);
+  return scans_->runs_.find(this)->second != nullptr;
+}
+
 std::shared_ptr<AbortedScans::Abort> AbortedScans::take(const Run& run) {
   MutexLock hold(lock_);
   const auto place = runs_.find(&run);

@@ -35,6 +35,9 @@ class AbortedScans {
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
 
+    // Returns whether the scans were aborted meanwhile.
+    bool isAborted() const;
+
    private:
     AbortedScans* const scans_;
     const std::function<Paths()> unjudged_;

@@ -97,6 +97,7 @@ EngineRun::EngineRun(ScannerOwner& owner, const ScannerServices& services, ScanR
 
 void EngineRun::perform(const InfectionPolicy& policy, const std::function<void()>& steps) {
   report_.startRun(policy, paths_);
+  bool isAborted = false;
   {
     const AbortedScans::Run noted(services_.abortedScans, [this] { return report_.unjudged(); });
     // Of a run that failed, in whatever way, the engine may still be there.
@@ -108,8 +109,9 @@ void EngineRun::perform(const InfectionPolicy& policy, const std::function<void(
       }
     } ended{*this};
     attempt(steps);
+    isAborted = noted.isAborted();
   }
-  report_.endRun();
+  report_.endRun(isAborted);
 }
 
 void EngineRun::attempt(const std::function<void()>& steps) {

@@ -64,16 +64,55 @@ void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::
   limitNotice_.clear();
   unjudged_ = {paths.begin(), paths.end()};
   recovered_ = false;
+  daemonWasGone_ = false;
+  left_ = {};
   hasJudged_ = false;
 }
 
 // The button may outlive this object, not its owner.
-void ScanReport::endRun() {
+void ScanReport::endRun(bool isAborted) {
   limitNotice_.post(services_.notifier, services_.localizedStrings, [&owner = owner_] {
     if (!owner.openPage("results")) {
       owner.openScanLog();
     }
   });
+  if (!services_.unscannedFiles) {
+    return;
+  }
+  if (daemonWasGone_ && !isAborted) {
+    leaveUnjudged();
+  }
+  left_.hasJudged = hasJudged_;
+  services_.unscannedFiles->runEnded(left_);
+}
+
+// The distribution's client says that it cannot reach the daemon, and not for which files.
+void ScanReport::leaveUnjudged() {
+  const std::string timestamp = scanLogTimestamp(services_.clock);
+  for (const std::string& path : unjudged()) {
+    Verdict verdict;
+    verdict.kind = Verdict::Kind::notScanned;
+    verdict.path = path;
+    verdict.reason = "the daemon cannot be reached";
+    verdict.line = reportedText(path) + ": Not scanned: " + verdict.reason;
+    verdict.daemonGone = Verdict::DaemonGone::before;
+    writeLine(timestamp, verdict.line);
+    if (!comesBack(verdict)) {
+      services_.scanObserver.verdictGiven(verdict);
+    }
+  }
+}
+
+bool ScanReport::comesBack(const Verdict& verdict) {
+  daemonWasGone_ = daemonWasGone_ || verdict.daemonGone != Verdict::DaemonGone::no;
+  if (!services_.unscannedFiles) {
+    return false;
+  }
+  const UnscannedFiles::Outcome outcome = services_.unscannedFiles->take(verdict);
+  left_.comesBack += outcome == UnscannedFiles::Outcome::comesBack ? 1 : 0;
+  left_.tooOften += outcome == UnscannedFiles::Outcome::tooOften ? 1 : 0;
+  left_.tooMany += outcome == UnscannedFiles::Outcome::tooMany ? 1 : 0;
+  return outcome == UnscannedFiles::Outcome::comesBack;
 }
 
 int ScanReport::getLastColon(std::string_view text) { return lastColon(text); }
@@ -109,7 +148,7 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   }
   limitNotice_.add(verdict, services_.reportedFiles);
   unjudged_.erase(verdict.path);
-  if (verdict.path.starts_with('/')) {
+  if (!comesBack(verdict) && verdict.path.starts_with('/')) {
     services_.scanObserver.verdictGiven(verdict);
   }
   logLine(line, timestamp);

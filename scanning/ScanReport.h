@@ -9,6 +9,7 @@
 #include "clamav/VerdictChannel.h"
 #include "scanning/Consequences.h"
 #include "scanning/LimitNotice.h"
+#include "scanning/UnscannedFiles.h"
 
 namespace quillo {
 
@@ -39,8 +40,9 @@ class ScanReport {
   // Begins the report of a run over those paths, with a channel of its own, on which the run's
   // scanner may say what its report cannot.
   void startRun(const InfectionPolicy& policy, const std::vector<std::string>& paths);
-  // Ends it, however the run ended: notifies of what the engine's limits kept from being scanned.
-  void endRun();
+  // Ends it, however the run ended: notifies of what the engine's limits kept from being scanned,
+  // and sees to what the daemon left, but for files of an aborted run of which no line says so.
+  void endRun(bool isAborted);
   // Returns those of the run's paths that no line has judged yet.
   std::vector<std::string> unjudged() const { return {unjudged_.begin(), unjudged_.end()}; }
   // Returns the channel for the scanner; null when there can be none.
@@ -57,6 +59,9 @@ class ScanReport {
   Verdict understood(const std::string& line, std::optional<bool>& wasPutBack);
   bool isInfection(std::string_view line) const;
   bool isPutBack(const Verdict& infection) const;
+  // Returns whether the file is going to be reported anew, for the daemon left it unscanned.
+  bool comesBack(const Verdict& verdict);
+  void leaveUnjudged();
   void recoverUnreachableClamd();
   void writeLine(const std::string& timestamp, const std::string& text);
   void logLine(const std::string& line, const std::string& timestamp);
@@ -71,6 +76,8 @@ class ScanReport {
   LimitNotice limitNotice_;
   std::set<std::string> unjudged_;
   bool recovered_ = false;
+  bool daemonWasGone_ = false;
+  UnscannedFiles::Run left_;
   bool hasJudged_ = false;
 };
 

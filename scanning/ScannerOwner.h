@@ -26,6 +26,7 @@ class ScanObserver;
 class ScanProgressObserver;
 class SystemLog;
 class TypedPreferences;
+class UnscannedFiles;
 class Workspace;
 struct WatchSettings;
 
@@ -114,6 +115,7 @@ struct ScannerServices {
   RunningScanners* runningScanners = nullptr;
   ReportedFiles* reportedFiles = nullptr;
   AbortedScans* abortedScans = nullptr;
+  UnscannedFiles* unscannedFiles = nullptr;
   ScanProgressObserver* progressObserver = nullptr;
   // Null: the scan log lies behind standard output.
   ReportLines* reportLines = nullptr;

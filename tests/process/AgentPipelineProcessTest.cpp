@@ -192,5 +192,94 @@ TEST_F(AgentPipeline, EitherItemOfTheMenuAbortsWhatWaits) {
   }
 }
 
+// An agent whose engine cannot reach its daemon before a test says so.
+class AgentWithoutItsDaemon : public AgentPipeline {
+ protected:
+  AgentWithoutItsDaemon() {
+    desktop.preferenceStore.set("QuilloFolderArray",
+                                PreferenceValue{PreferenceArray{watchedFolder("~", true)}});
+    useDaemonProgram();
+    launch(
+        "if [ -e \"$0.reaches\" ]; then sed 's/$/: OK/' \"${2#--file-list=}\"; exit 0; fi\n"
+        "echo 'ERROR: Could not connect to clamd on LocalSocket /s: Reason'; exit 2");
+  }
+  void bringBack() {
+    clamd.emplace(socketPath());
+    clamd->answerWith(std::string("ClamAV 1.4.3\0", 13));
+    home.write("engine/bin/clamdscan.reaches", "");
+  }
+  bool waits() { return agent().parts().unscannedFiles.areWaiting(); }
+  void look() {
+    agent().parts().health.lookSoon();
+    agent().parts().health.round();
+  }
+  std::vector<HistoryResult> history() {
+    agent().quit();
+    threads.run("history");
+    HistoryReader reader(desktop.folders.stateFolder());
+    return reader.rows(reader.select({}), 0, 9);
+  }
+
+  const std::string file = home.path() + "/scanned by firstPatientScanner";
+  std::optional<FakeClamd> clamd;
+};
+
+TEST_F(AgentWithoutItsDaemon, ScansWhatWasLeftOnceItIsBackAndSaysNothingOfItInTheHistory) {
+  scan();
+  EXPECT_TRUE(scanLogHolds(" " + file + ": Not scanned: the daemon cannot be reached\n"));
+  EXPECT_TRUE(waits());
+  look();
+  EXPECT_TRUE(waits());
+  bringBack();
+  look();
+  EXPECT_FALSE(waits());
+  agent().theDispatcher().cycle();
+  struct NothingLeft {};
+  clock.beforeNextWait([](std::unique_lock<std::mutex>&) { throw NothingLeft(); });
+  EXPECT_THROW(threads.run("secondPatientScanner"), NothingLeft);
+  EXPECT_TRUE(scanLogHolds(" " + file + ": OK\n")) << scanLog();
+  EXPECT_EQ(history().size(), 0U);
+}
+
+TEST_F(AgentWithoutItsDaemon, LeavesNothingOutOfTheHistoryWhenItQuits) {
+  scan();
+  const auto rows = history();
+  ASSERT_EQ(rows.size(), 1U);
+  EXPECT_EQ(rows[0].path, file);
+  EXPECT_EQ(rows[0].says, "the daemon cannot be reached");
+}
+
+TEST_F(AgentWithoutItsDaemon, ForgetsWhatWasLeftWhenTheScansAreAborted) {
+  scan();
+  agent().abortScans();
+  EXPECT_FALSE(waits());
+  EXPECT_TRUE(log().has("Scans aborted: 1 file was not scanned"));
+  EXPECT_EQ(history().size(), 1U);
+}
+
+TEST_F(AgentWithoutItsDaemon, ScansNothingThatIsNotGuardedAnyMore) {
+  scan();
+  home.makeFolder("other");
+  desktop.preferenceStore.set("QuilloFolderArray",
+                              PreferenceValue{PreferenceArray{watchedFolder("~/other", true)}});
+  agent().startWatcher();
+  bringBack();
+  look();
+  EXPECT_FALSE(waits());
+  EXPECT_EQ(agent().theDispatcher().lengthOfBothItemLists(), 0U);
+  EXPECT_EQ(history().size(), 1U);
+}
+
+TEST_F(AgentWithoutItsDaemon, KeepsWhatWasLeftUntilWatchingBeginsAgain) {
+  scan();
+  agent().stopWatcher();
+  bringBack();
+  EXPECT_TRUE(waits());
+  agent().startWatcher();
+  agent().parts().health.round();
+  EXPECT_FALSE(waits());
+  EXPECT_EQ(agent().theDispatcher().lengthOfBothItemLists(), 1U);
+}
+
 }  // namespace
 }  // namespace quillo

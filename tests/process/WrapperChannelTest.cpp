@@ -145,6 +145,46 @@ TEST_F(WrapperChannel, ReportsWhichLimitKeptAFileFromBeingScanned) {
   EXPECT_EQ(verdicts[tree.files().at("gone")].limit, Verdict::Limit::none);
 }
 
+TEST_F(WrapperChannel, ReportsWhichFilesTheDaemonHadWhenItWent) {
+  tree.addToDaemon("MaxThreads 3\n");
+  SessionClamd::Manners manners;
+  manners.lastVisit = true;
+  int asked = 0;
+  tree.daemon(
+      [&](const SessionClamd::Question&) {
+        return ++asked < 3 ? std::optional<std::string>("") : std::nullopt;
+      },
+      manners);
+  std::vector<std::string> paths;
+  for (int file = 0; file < 9; ++file) {
+    paths.push_back(tree.file("clean" + std::to_string(file)));
+  }
+  paths.push_back(tree.files().at("gone"));
+  std::vector<std::string> all = words(paths);
+  all.insert(all.begin(), "--multiscan");
+  start(all);
+  std::map<Verdict::DaemonGone, int> files;
+  for (const Verdict& verdict : readAll()) {
+    files[verdict.daemonGone] += verdict.kind == Kind::notScanned ? 1 : 0;
+  }
+  EXPECT_EQ(files[Verdict::DaemonGone::meanwhile], 3);
+  EXPECT_EQ(files[Verdict::DaemonGone::before], 6);
+  EXPECT_EQ(files[Verdict::DaemonGone::no], 1);
+  tree.endDaemon();
+}
+
+TEST_F(WrapperChannel, ReportsThatTheDaemonHadGoneOfTheFolderAsWell) {
+  tree.endDaemon();
+  tree.file("clean");
+  start({"--stdout", tree.files().path()});
+  std::map<std::string, Verdict> verdicts;
+  for (const Verdict& verdict : readAll()) {
+    verdicts[verdict.path] = verdict;
+  }
+  EXPECT_EQ(verdicts[tree.files().path()].kind, Kind::notScanned);
+  EXPECT_EQ(verdicts[tree.files().path()].daemonGone, Verdict::DaemonGone::before);
+}
+
 TEST_F(WrapperChannel, LeavesTheTimesOfItsSummaryToAReaderWhoHasNoClock) {
   const std::string file = tree.file("clean");
   start({"--stdout", file});

@@ -25,8 +25,24 @@ TEST(AgentTrouble, LaunchesTheDaemonAgainAfterACrash) {
   home.save("meanwhile.txt", "meanwhile");
   ASSERT_TRUE(home.logHas("ERROR: Could not connect to clamd"));
   ASSERT_TRUE(home.logHas("Scanned (status 2): " + home.guarded("meanwhile.txt")));
+  EXPECT_TRUE(home.logHas(home.guarded("meanwhile.txt") + ": OK"));
   EXPECT_TRUE(home.logHas(home.saveInfected("after.com") + found));
   EXPECT_GT(home.daemon(), 0);
+}
+
+TEST(AgentTrouble, FindsWhatTheDaemonHadWhenItWasKilled) {
+  GuardedHome home;
+  home.startAndAwaitWatching();
+  ASSERT_TRUE(home.logHas(home.guarded("sentinel") + ": OK"));
+  const pid_t daemon = home.daemon();
+  ASSERT_EQ(kill(daemon, SIGSTOP), 0);
+  const std::string file = home.saveInfected("held.com");
+  ASSERT_TRUE(home.logHas("Scanning: " + file));
+  ASSERT_EQ(kill(daemon, SIGKILL), 0);
+  EXPECT_TRUE(home.logHas(file + ": Not scanned: "));
+  EXPECT_TRUE(home.logHas("The daemon left 1 file unscanned, to be scanned again once it is back"));
+  EXPECT_TRUE(home.logHas("Scanning 1 file again that the daemon had left unscanned"));
+  EXPECT_TRUE(home.logHas(file + found));
 }
 
 TEST(AgentTrouble, StartsAHelperThatWasKilledAgainAtOnce) {

@@ -46,6 +46,16 @@ TEST_F(AbortedScansTest, CountWhatTheRunsHadNotJudgedInOneLineWhenTheLastHasEnde
   EXPECT_EQ(pipeline.abandonedPaths(), Paths{"/1"});
 }
 
+TEST_F(AbortedScansTest, AreKnownToTheRunsThatTheyEnd) {
+  const AbortedScans::Run run(&aborted, [] { return Paths{}; });
+  EXPECT_FALSE(run.isAborted());
+  abort({});
+  EXPECT_TRUE(run.isAborted());
+  const AbortedScans::Run later(&aborted, [] { return Paths{}; });
+  EXPECT_FALSE(later.isAborted());
+  EXPECT_FALSE(AbortedScans::Run(nullptr, [] { return Paths{}; }).isAborted());
+}
+
 TEST_F(AbortedScansTest, DoNotConcernARunThatBeginsLaterOrHasEnded) {
   const auto unasked = []() -> Paths { throw std::logic_error("asked"); };
   { const AbortedScans::Run ended(&aborted, unasked); }

@@ -6,7 +6,11 @@
 #include "agent/Health.h"
 #include "agent/ScannerCount.h"
 #include "agent/StatusBoard.h"
+#include "clamav/Verdict.h"
+#include "scanning/Dispatcher.h"
+#include "scanning/UnscannedFiles.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/scanning/FakeScannerOwner.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/Threads.h"
 
@@ -122,6 +126,49 @@ TEST_F(HealthTest, CallsAnEngineFailedUntilItAnswers) {
   EXPECT_EQ(untilNextLook(), minutes(1));
   EXPECT_FALSE(statusBoard.status().engineFails);
   EXPECT_EQ(untilNextLook(), Health::betweenLooks);
+}
+
+TEST_F(HealthTest, HasFilesThatWaitForTheDaemonScannedAsSoonAsItAnswers) {
+  struct Everything final : GuardedPlaces {
+    bool takeNow() override { return true; }
+    bool hold(const std::string&) override { return true; }
+  } everything;
+  FakeScanObserver observer;
+  Dispatcher dispatcher(clock, desktop.systemLog, desktop.volumes, nullptr);
+  Health* looker = nullptr;
+  UnscannedFiles unscanned({clock, desktop.systemLog, dispatcher, observer, everything,
+                            [&](Clock::Duration time) { looker->lookWithin(time); }});
+  int asked = 0;
+  Health other({clock, desktop.systemLog, statusBoard, [this] { return definitions; },
+                [this] { return missing; },
+                [&] {
+                  ++asked;
+                  return daemonAnswers;
+                },
+                [this] { ++looks; }, &unscanned});
+  looker = &other;
+  const auto untilNextLook = [&] {
+    const Clock::Duration before = clock.now();
+    other.round();
+    return clock.now() - before;
+  };
+  other.setWatching(true);
+  other.round();
+  EXPECT_EQ(asked, 0);
+  Verdict left;
+  left.kind = Verdict::Kind::notScanned;
+  left.path = "/a";
+  left.daemonGone = Verdict::DaemonGone::before;
+  unscanned.take(left);
+  unscanned.runEnded({1, 0, 0, false});
+  EXPECT_EQ(untilNextLook(), Clock::Duration());
+  EXPECT_EQ(untilNextLook(), minutes(1));
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 0U);
+  daemonAnswers = true;
+  EXPECT_EQ(untilNextLook(), minutes(1));
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 1U);
+  EXPECT_EQ(untilNextLook(), Health::betweenLooks);
+  EXPECT_EQ(asked, 3);
 }
 
 TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {

@@ -48,7 +48,7 @@ class ScanReportLimits : public ReportFixture {
       lines += verdict.line + "\n";
     }
     std::string logged = loggedFor(lines);
-    report.endRun();
+    report.endRun(false);
     return logged;
   }
 
@@ -89,7 +89,7 @@ TEST_F(ScanReportLimits, AreReportedWhenTheRunIsOverAndLoggedAtOnce) {
   scanner.report(verdict);
   EXPECT_EQ(loggedFor(verdict.line + "\n"), stamp + " " + verdict.line + "\n");
   EXPECT_EQ(owner.calls(), Calls());
-  report.endRun();
+  report.endRun(false);
   EXPECT_EQ(owner.calls(), Calls{"notify 7 big.iso > 100 MB"});
 }
 

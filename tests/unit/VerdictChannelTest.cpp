@@ -56,6 +56,16 @@ TEST_F(VerdictChannelTest, CarriesTheLimitThatKeptAFileFromBeingScanned) {
   EXPECT_EQ(verdict.largestFile, 5ULL << 30U);
 }
 
+TEST_F(VerdictChannelTest, CarriesWhetherTheDaemonHadGone) {
+  for (const auto gone :
+       {Verdict::DaemonGone::no, Verdict::DaemonGone::before, Verdict::DaemonGone::meanwhile}) {
+    Verdict left = Verdict::parse("/u/a: Not scanned: why");
+    left.daemonGone = gone;
+    sender.report(left);
+    EXPECT_EQ(receiver.understand(left.line).daemonGone, gone);
+  }
+}
+
 TEST_F(VerdictChannelTest, KnowsTheRecordsOfAScannerThatReportsNoLimits) {
   const auto field = [](const std::string& bytes) {
     const auto length = static_cast<std::uint32_t>(bytes.size());

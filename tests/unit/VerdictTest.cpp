@@ -42,6 +42,24 @@ TEST(Verdict, KnowsTheEnginesOwnWordsForWhatItDidNotScan) {
   EXPECT_EQ(Verdict::parse("WARNING: /u/x: Not supported file type").path, "/u/x");
 }
 
+TEST(Verdict, KnowsTheEnginesWordsForADaemonThatHasGone) {
+  using Gone = Verdict::DaemonGone;
+  for (const char* line : {"WARNING: Can't connect to clamd.",
+                           "ERROR: Could not connect to clamd on LocalSocket /s: No such file",
+                           "ERROR: Clamd closed the connection before scanning all files."}) {
+    EXPECT_EQ(Verdict::parse(line).kind, Kind::message) << line;
+    EXPECT_EQ(Verdict::parse(line).daemonGone, Gone::before) << line;
+  }
+  const Verdict lost = Verdict::parse("/u/x: no reply from clamd");
+  EXPECT_EQ(lost.kind, Kind::notScanned);
+  EXPECT_EQ(lost.path, "/u/x");
+  EXPECT_EQ(lost.daemonGone, Gone::meanwhile);
+  for (const char* line : {"/u/x: OK", "/u/x: Failed to open file", "/u/x: Not scanned: why",
+                           "/ERROR: Could not connect to clamd on: OK", "ERROR: why"}) {
+    EXPECT_EQ(Verdict::parse(line).daemonGone, Gone::no) << line;
+  }
+}
+
 TEST(Verdict, OfAMoveSaysWhereToOrWhyNot) {
   const Verdict moved = Verdict::parse("/u/x: moved to '/q/x.001'");
   EXPECT_EQ(moved.kind, Kind::moved);

@@ -252,7 +252,12 @@ void ClientWrapper::scanFolder(const Entry& folder) {
   }
   const std::uint64_t leftOut = report_.leftOut() - leftOutBefore;
   if (!link_.problem().empty()) {
-    report_.notScanned(folder.shown, "not to its end: " + link_.problem(), folder.target());
+    Verdict verdict;
+    verdict.path = folder.shown;
+    verdict.target = folder.target();
+    verdict.reason = "not to its end: " + link_.problem();
+    verdict.daemonGone = Verdict::DaemonGone::before;
+    report_.notScanned(std::move(verdict));
   } else if (leftOut > 0) {
     report_.remark(folder.shown + ": Scanned but for what is named above (" +
                    std::to_string(leftOut) + ")");

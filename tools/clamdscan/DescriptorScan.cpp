@@ -21,6 +21,12 @@ Clock::Duration pauseFor(std::chrono::milliseconds silence) {
   return silence.count() == 0 ? 1500ms : std::clamp(silence / 4, 50ms, 1500ms);
 }
 
+Answer unanswered(const std::string& reason, bool daemonHadIt) {
+  using Gone = Verdict::DaemonGone;
+  return {Answer::Kind::notScanned, reason, Verdict::Limit::none,
+          daemonHadIt ? Gone::meanwhile : Gone::before};
+}
+
 }  // namespace
 
 DescriptorScan::DescriptorScan(DaemonLink& link, const Starter& starter, Clock& clock,
@@ -243,7 +249,7 @@ void DescriptorScan::lose(std::string reason) {
       ++item.lost;
     }
     if (item.lost > 1 && !item.answer) {
-      item.answer = Answer{Answer::Kind::notScanned, reason};
+      item.answer = unanswered(reason, true);
     }
   }
   session_.reset();
@@ -263,9 +269,10 @@ void DescriptorScan::lose(std::string reason) {
 void DescriptorScan::giveUp(std::string reason) {
   link_.giveUp(reason);
   for (Item& item : items_) {
+    const bool hadIt = item.number != 0 || item.lost > 0;
     item.number = 0;
     if (!item.answer) {
-      item.answer = Answer{Answer::Kind::notScanned, reason};
+      item.answer = unanswered(reason, hadIt);
     }
   }
 }

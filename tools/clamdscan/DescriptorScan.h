@@ -33,6 +33,7 @@ struct Answer {
   Kind kind = Kind::notScanned;
   std::string text;  // the threat, or the reason
   Verdict::Limit limit = Verdict::Limit::none;
+  Verdict::DaemonGone daemonGone = Verdict::DaemonGone::no;
 };
 
 // Has opened files scanned by the daemon, several at a time, over one session. A session that is

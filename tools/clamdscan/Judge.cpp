@@ -56,6 +56,7 @@ void Judge::notScanned(const Entry& entry, const Answer& why) {
   verdict.target = entry.target();
   verdict.reason = why.text;
   verdict.limit = why.limit;
+  verdict.daemonGone = why.daemonGone;
   if (why.limit == Verdict::Limit::fileSize) {
     verdict.largestFile = limits_.largestFile;
   }
