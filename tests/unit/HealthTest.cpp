@@ -169,6 +169,18 @@ TEST_F(HealthTest, HasFilesThatWaitForTheDaemonScannedAsSoonAsItAnswers) {
   EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 1U);
   EXPECT_EQ(untilNextLook(), Health::betweenLooks);
   EXPECT_EQ(asked, 3);
+  // Of those that the daemon had, one waits for the other.
+  left.daemonGone = Verdict::DaemonGone::meanwhile;
+  for (const char* path : {"/b", "/c"}) {
+    left.path = path;
+    unscanned.take(left);
+  }
+  unscanned.runEnded({2, 0, 0, false});
+  EXPECT_EQ(untilNextLook(), Clock::Duration());
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 2U);
+  EXPECT_EQ(untilNextLook(), minutes(1));
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 3U);
+  EXPECT_EQ(untilNextLook(), Health::betweenLooks);
 }
 
 TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
