@@ -4,6 +4,7 @@
 #include <QDBusError>
 #include <QDBusObjectPath>
 #include <QStringList>
+#include <QThread>
 
 #include "platform/linux/session/BusError.h"
 #include "posix/Text.h"
@@ -15,6 +16,8 @@ const QString service = QStringLiteral("org.freedesktop.systemd1");
 const QString managerPath = QStringLiteral("/org/freedesktop/systemd1");
 const QString managerInterface = QStringLiteral("org.freedesktop.systemd1.Manager");
 constexpr int patience = 10'000;  // milliseconds
+constexpr int mostLooks = 100;
+constexpr unsigned long pauseOfLooks = 20;  // milliseconds
 
 bool isAnswered(const QDBusMessage& answer) { return answer.type() == QDBusMessage::ReplyMessage; }
 
@@ -39,6 +42,15 @@ Wording problemIn(const QDBusMessage& answer) {
     default:
       return {"PLANNED_REFUSED", {reason}};
   }
+}
+
+// Of a job, (uo): none has 0.
+unsigned int numberOf(const QDBusArgument& job) {
+  unsigned int number = 0;
+  job.beginStructure();
+  job >> number;
+  job.endStructure();
+  return number;
 }
 
 QString text(const std::string& name) { return QString::fromStdString(name); }
@@ -118,8 +130,24 @@ Wording SystemdUser::start(const std::string& unit) const {
 }
 
 Wording SystemdUser::restart(const std::string& unit) const {
-  return problemIn(
-      askManager(QStringLiteral("RestartUnit"), {text(unit), QStringLiteral("replace")}));
+  const Wording problem =
+      problemIn(askManager(QStringLiteral("RestartUnit"), {text(unit), QStringLiteral("replace")}));
+  if (problem.empty()) {
+    awaitJob(unit);
+  }
+  return problem;
+}
+
+// The answer says that it is going to be done: who looked at once would find a timer that is off.
+void SystemdUser::awaitJob(const std::string& unit) const {
+  for (int look = 0; look < mostLooks; ++look) {
+    const auto all = properties(unit, QStringLiteral("Unit"));
+    const auto job = all ? all->value("Job").value<QDBusArgument>() : QDBusArgument();
+    if (job.currentSignature() != "(uo)" || numberOf(job) == 0) {
+      return;
+    }
+    QThread::msleep(pauseOfLooks);
+  }
 }
 
 Wording SystemdUser::stop(const std::string& unit) const {

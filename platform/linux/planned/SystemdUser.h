@@ -30,7 +30,7 @@ class SystemdUser {
   Wording enable(const std::string& unit) const;
   Wording disable(const std::string& unit) const;
   Wording start(const std::string& unit) const;
-  // Starts it as well where it does not run.
+  // Starts it as well where it does not run, and waits until that is done, two seconds at most.
   Wording restart(const std::string& unit) const;
   // One that does not run counts as stopped.
   Wording stop(const std::string& unit) const;
@@ -39,6 +39,7 @@ class SystemdUser {
   QDBusMessage ask(const QString& path, const QString& interface, const QString& member,
                    const QVariantList& arguments) const;
   QDBusMessage askManager(const QString& member, const QVariantList& arguments) const;
+  void awaitJob(const std::string& unit) const;
 
   const QDBusConnection bus_;
 };

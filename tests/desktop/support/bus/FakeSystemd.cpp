@@ -32,6 +32,7 @@ FakeSystemd::FakeSystemd(std::string units, const std::string& busAddress)
   qDBusRegisterMetaType<UnitCommand>();
   qDBusRegisterMetaType<UnitCondition>();
   qDBusRegisterMetaType<UnitFileEntry>();
+  qDBusRegisterMetaType<UnitJob>();
   qDBusRegisterMetaType<QList<UnitCalendar>>();
   qDBusRegisterMetaType<QList<UnitCommand>>();
   qDBusRegisterMetaType<QList<UnitCondition>>();
@@ -54,7 +55,7 @@ FakeSystemd::FakeSystemd(std::string units, const std::string& busAddress)
     return call.createReply();
   });
   on("RestartUnit", [this](const QDBusMessage& call) {
-    active.insert(unitOf(call));
+    jobs_[unitOf(call)] = 10;
     return call.createReply();
   });
   on("StartUnit", [this](const QDBusMessage& call) {
@@ -124,8 +125,19 @@ void FakeSystemd::answerProperties(const std::string& unit) {
   if (!object) {
     object = std::make_unique<FakeBusObject>(bus_, objectOf(unit));
     object->answer("GetAll", [this, unit](const QDBusMessage& call) {
+      workOnJobs();
       return call.createReply(propertiesOf(unit));
     });
+  }
+}
+
+void FakeSystemd::workOnJobs() {
+  for (auto job = jobs_.begin(); job != jobs_.end();) {
+    const bool isDone = --job->second == 0;
+    if (isDone) {
+      active.insert(job->first);
+    }
+    job = isDone ? jobs_.erase(job) : std::next(job);
   }
 }
 
@@ -142,13 +154,15 @@ QVariantMap FakeSystemd::propertiesOf(const std::string& unit) const {
   if (!word("ConditionACPower").isEmpty()) {
     conditions << UnitCondition{"ConditionACPower", false, false, word("ConditionACPower"), 0};
   }
-  QVariantMap map = {{"ActiveState", running.count(unit) > 0  ? "activating"
-                                     : active.count(unit) > 0 ? "active"
-                                                              : "inactive"},
-                     {"Conditions", QVariant::fromValue(conditions)},
-                     {"ExecMainStartTimestamp", lastStart},
-                     {"LastTriggerUSec", lastTrigger},
-                     {"NextElapseUSecRealtime", nextElapse}};
+  QVariantMap map = {
+      {"ActiveState", running.count(unit) > 0  ? "activating"
+                      : active.count(unit) > 0 ? "active"
+                                               : "inactive"},
+      {"Conditions", QVariant::fromValue(conditions)},
+      {"Job", QVariant::fromValue(UnitJob{jobs_.count(unit) > 0 ? 7U : 0U, QDBusObjectPath("/")})},
+      {"ExecMainStartTimestamp", lastStart},
+      {"LastTriggerUSec", lastTrigger},
+      {"NextElapseUSecRealtime", nextElapse}};
   if (unit.ends_with(".timer")) {
     const QString calendar = editedCalendar.isEmpty() ? word("OnCalendar") : editedCalendar;
     map["TimersCalendar"] =

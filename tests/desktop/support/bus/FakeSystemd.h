@@ -67,13 +67,25 @@ inline QDBusArgument& operator<<(QDBusArgument& to, const UnitFileEntry& value) 
   to.endStructure();
   return to;
 }
+// 0 for none.
+struct UnitJob {
+  uint number = 0;
+  QDBusObjectPath path;
+};
+inline QDBusArgument& operator<<(QDBusArgument& to, const UnitJob& value) {
+  to.beginStructure();
+  to << value.number << value.path;
+  to.endStructure();
+  return to;
+}
 // Nothing is read back here.
 template <typename Value>
 const QDBusArgument& operator>>(const QDBusArgument& from,
                                 Value&) requires(std::is_same_v<Value, UnitCalendar> ||
                                                  std::is_same_v<Value, UnitCommand> ||
                                                  std::is_same_v<Value, UnitCondition> ||
-                                                 std::is_same_v<Value, UnitFileEntry>) {
+                                                 std::is_same_v<Value, UnitFileEntry> ||
+                                                 std::is_same_v<Value, UnitJob>) {
   return from;
 }
 
@@ -83,11 +95,13 @@ Q_DECLARE_METATYPE(quillo::UnitCalendar)
 Q_DECLARE_METATYPE(quillo::UnitCommand)
 Q_DECLARE_METATYPE(quillo::UnitCondition)
 Q_DECLARE_METATYPE(quillo::UnitFileEntry)
+Q_DECLARE_METATYPE(quillo::UnitJob)
 
 namespace quillo {
 
 // The systemd of a user, with the files of a folder. As the real one it knows of a changed file
-// only once it was told to reload, and refuses what it was told to.
+// only once it was told to reload, restarts a unit a while after it was told to, and refuses what
+// it was told to.
 class FakeSystemd {
  public:
   // `units` is the path of that folder.
@@ -120,12 +134,15 @@ class FakeSystemd {
           const std::function<QDBusMessage(const QDBusMessage& call)>& answer);
   void reload();
   void answerProperties(const std::string& unit);
+  void workOnJobs();
   QVariantMap propertiesOf(const std::string& unit) const;
   QDBusMessage list(const QDBusMessage& call) const;
   static QStringList wordsIn(const std::string& line);
 
   const std::string units_;
   std::map<std::string, Words> loaded_;
+  // Units that are yet to be restarted, and how often they will be looked at before that.
+  std::map<std::string, int> jobs_;
   TestBus bus_;
   FakeBusObject manager_{bus_, "/org/freedesktop/systemd1"};
   std::map<std::string, std::unique_ptr<FakeBusObject>> objects_;
