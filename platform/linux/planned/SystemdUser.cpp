@@ -130,7 +130,7 @@ Wording SystemdUser::start(const std::string& unit) const {
 }
 
 Wording SystemdUser::restart(const std::string& unit) const {
-  const Wording problem =
+  Wording problem =
       problemIn(askManager(QStringLiteral("RestartUnit"), {text(unit), QStringLiteral("replace")}));
   if (problem.empty()) {
     awaitJob(unit);
