@@ -27,6 +27,14 @@ Shown outcomeOf(const LaunchRequest& request) {
   return shown;
 }
 
+// Of a script of the packaging, which finds these programs before those of the machine.
+Shown outcomeAmong(const TemporaryFolder& programs, const std::string& script,
+                   const std::string& word) {
+  LaunchRequest request{QUILLO_SOURCE_DIR "/packaging/" + script, {word}};
+  request.environment = std::vector<std::string>{"PATH=" + programs.path() + ":/usr/bin:/bin"};
+  return outcomeOf(request);
+}
+
 // Of these lines, without a terminal.
 std::string shownOf(const std::string& lines) {
   return outcomeOf({"/bin/sh",
@@ -72,9 +80,7 @@ TEST(InstallPackages, LeavesTheScriptsOfPackagesTheirStandardOutput) {
       "for word; do case \"$word\" in APT::Status-Fd=*) fd=${word#*=} ;; esac; done\n"
       "eval \"echo pmstatus:a:60:Unpacking >&$fd\"\n"
       "eval \"(exec $fd>&-; echo said by a script)\" || exit 100\n");
-  LaunchRequest request{QUILLO_SOURCE_DIR "/packaging/install-packages", {"run"}};
-  request.environment = std::vector<std::string>{"PATH=" + folder.path() + ":/usr/bin:/bin"};
-  const Shown shown = outcomeOf(request);
+  const Shown shown = outcomeAmong(folder, "install-packages", "run");
   EXPECT_EQ(shown.status, 0);
   EXPECT_TRUE(shown.text.ends_with("Installing packages 50 %\n")) << shown.text;
 }
@@ -86,9 +92,7 @@ TEST(Build, ThatFailsShowsWhyAndEndsWithAnError) {
                       "#!/bin/sh\n[ \"$1\" = --build ] || exit 0\n"
                       "echo '[1/2] Building CXX object a.o'\necho 'a.cpp:1:2: error: no'\n"
                       "exit 1\n");
-  LaunchRequest request{QUILLO_SOURCE_DIR "/packaging/build", {"release"}};
-  request.environment = std::vector<std::string>{"PATH=" + folder.path() + ":/usr/bin:/bin"};
-  const Shown shown = outcomeOf(request);
+  const Shown shown = outcomeAmong(folder, "build", "release");
   EXPECT_EQ(shown.status, 1);
   EXPECT_NE(shown.text.find("a.cpp:1:2: error: no\n"), std::string::npos) << shown.text;
   EXPECT_NE(shown.text.find("It could not be built; the reason stands above.\n"), std::string::npos)

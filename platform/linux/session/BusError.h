@@ -4,7 +4,7 @@
 
 namespace quillo {
 
-// What an error on a bus means to a person (D-Bus Specification, freedesktop.org; systemd(1)).
+// What an error on a bus means to a person (D-Bus, freedesktop.org; org.freedesktop.systemd1(5)).
 enum class BusErrorKind {
   other,
   noAnswer,  // not in time, or who should give it went away
