@@ -30,20 +30,13 @@ AbortedScans::Run::Run(AbortedScans* scans, std::function<Paths()> unjudged)
   }
 }
 
-AbortedScans::Run::~Run() {
-  if (scans_) {
-    if (const auto abort = scans_->take(*this)) {
-      scans_->report(*abort, unjudged_());
-    }
+bool AbortedScans::Run::end() {
+  AbortedScans* const scans = std::exchange(scans_, nullptr);
+  const auto abort = scans ? scans->take(*this) : nullptr;
+  if (abort) {
+    scans->report(*abort, unjudged_());
   }
-}
-
-bool AbortedScans::Run::isAborted() const {
-  if (!scans_) {
-    return false;
-  }
-  MutexLock hold(scans_->lock_);
-  return scans_->runs_.find(this)->second != nullptr;
+  return abort != nullptr;
 }
 
 std::shared_ptr<AbortedScans::Abort> AbortedScans::take(const Run& run) {

@@ -25,21 +25,22 @@ class AbortedScans {
   // `observer` hears of each file; it may be null.
   AbortedScans(SystemLog& log, PipelineObserver* observer) : log_(log), observer_(observer) {}
 
-  // Stands for a run of the engine for the length of a scope. If the scans were aborted meanwhile,
-  // `unjudged` is asked at its end, on that thread, for the files without a verdict. `scans` may be
-  // null.
+  // Stands for a run of the engine until end(), or for the length of a scope. If the scans were
+  // aborted meanwhile, `unjudged` is asked at its end, on that thread, for the files without a
+  // verdict. `scans` may be null.
   class Run {
    public:
     Run(AbortedScans* scans, std::function<Paths()> unjudged);
-    ~Run();
+    ~Run() { end(); }
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
 
-    // Returns whether the scans were aborted meanwhile.
-    bool isAborted() const;
+    // Returns whether the scans were aborted meanwhile: an abort that begins later does not concern
+    // it. Returns false when it has ended before.
+    bool end();
 
    private:
-    AbortedScans* const scans_;
+    AbortedScans* scans_;
     const std::function<Paths()> unjudged_;
   };
 

@@ -97,9 +97,8 @@ EngineRun::EngineRun(ScannerOwner& owner, const ScannerServices& services, ScanR
 
 void EngineRun::perform(const InfectionPolicy& policy, const std::function<void()>& steps) {
   report_.startRun(policy, paths_);
-  bool isAborted = false;
+  AbortedScans::Run noted(services_.abortedScans, [this] { return report_.unjudged(); });
   {
-    const AbortedScans::Run noted(services_.abortedScans, [this] { return report_.unjudged(); });
     // Of a run that failed, in whatever way, the engine may still be there.
     const struct Ended {
       EngineRun& run;
@@ -109,9 +108,8 @@ void EngineRun::perform(const InfectionPolicy& policy, const std::function<void(
       }
     } ended{*this};
     attempt(steps);
-    isAborted = noted.isAborted();
   }
-  report_.endRun(isAborted);
+  report_.endRun(noted.end());
 }
 
 void EngineRun::attempt(const std::function<void()>& steps) {

@@ -47,13 +47,20 @@ TEST_F(AbortedScansTest, CountWhatTheRunsHadNotJudgedInOneLineWhenTheLastHasEnde
 }
 
 TEST_F(AbortedScansTest, AreKnownToTheRunsThatTheyEnd) {
-  const AbortedScans::Run run(&aborted, [] { return Paths{}; });
-  EXPECT_FALSE(run.isAborted());
+  AbortedScans::Run run(&aborted, [] { return Paths{"/1"}; });
   abort({});
-  EXPECT_TRUE(run.isAborted());
-  const AbortedScans::Run later(&aborted, [] { return Paths{}; });
-  EXPECT_FALSE(later.isAborted());
-  EXPECT_FALSE(AbortedScans::Run(nullptr, [] { return Paths{}; }).isAborted());
+  EXPECT_TRUE(run.end());
+  EXPECT_EQ(log.lines(), Lines{"Scans aborted: 1 file was not scanned"});
+  EXPECT_FALSE(run.end());
+  EXPECT_FALSE(AbortedScans::Run(nullptr, [] { return Paths{}; }).end());
+}
+
+// What it left is somebody else's by then, and is not to be told of twice.
+TEST_F(AbortedScansTest, DoNotConcernARunThatSaidSoAtItsEnd) {
+  AbortedScans::Run run(&aborted, []() -> Paths { throw std::logic_error("asked"); });
+  EXPECT_FALSE(run.end());
+  abort({"/a"});
+  EXPECT_EQ(log.lines(), Lines{"Scans aborted: 1 file was not scanned"});
 }
 
 TEST_F(AbortedScansTest, DoNotConcernARunThatBeginsLaterOrHasEnded) {
