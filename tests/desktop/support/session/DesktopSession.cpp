@@ -58,6 +58,9 @@ DesktopSession::DesktopSession(const User& user) : UserSession(user) {
       {"Xvfb", "-displayfd", "3", "-screen", "0", size, "-nolisten", "tcp", "-noreset"}, server_);
   addVariable("DISPLAY=:" + number);
   startSessionBus();
+  // The first key of a display makes it announce its keyboard, at which a window manager lets go of
+  // its key bindings and takes them anew: a binding that is pressed right then is lost.
+  press("shift");
   screen_ = std::make_unique<Screen>(":" + number);
   windowManager_ = startCommand({"openbox", "--sm-disable"});
   if (!screen_->awaitWindowManager()) {
