@@ -1,12 +1,94 @@
 #include "scanning/PathPattern.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
 #include "posix/Accounts.h"
 #include "posix/Text.h"
 
 namespace quillo {
+namespace {
+
+// The C library writes out what is repeated: "a++++" is sixteen times "a", and each further "+"
+// doubles what it takes, to gigabytes for a line of them. Groups within groups take its stack.
+class Expansion {
+ public:
+  explicit Expansion(std::string_view pattern) : rest_(pattern) {
+    while (!rest_.empty() && !isTooLarge_) {
+      takeNext();
+    }
+  }
+  bool isTooLarge() const { return isTooLarge_; }
+
+ private:
+  static constexpr std::uint64_t mostPieces = 5000;
+  static constexpr std::size_t deepest = 250;
+  static constexpr std::string_view digits = "0123456789";
+
+  void takeNext() {
+    const char first = rest_.front();
+    if (first == '(') {
+      groups_.push_back(0);
+      last_ = 0;
+    } else if (first == ')' && groups_.size() > 1) {
+      last_ = groups_.back() + 1;
+      groups_.pop_back();
+      groups_.back() += last_;
+    } else if (first == '+') {
+      repeat(2);
+    } else if (first == '{') {
+      repeat(mostTimes());
+    } else if (first != '*' && first != '?') {
+      last_ = 1;
+      groups_.back() += last_;
+      rest_.remove_prefix(
+          std::min(first == '[' ? set() : std::size_t{first == '\\'}, rest_.size() - 1));
+    }
+    rest_.remove_prefix(1);
+    isTooLarge_ = groups_.size() > deepest || groups_.back() > mostPieces;
+  }
+  void repeat(std::uint64_t times) {
+    groups_.back() += last_ * (times - 1);
+    last_ *= times;
+  }
+  // The larger number of "{1,2}", and 1 for what is none.
+  std::uint64_t mostTimes() const {
+    std::uint64_t most = 1;
+    for (const std::string_view number : split(rest_.substr(1, rest_.find('}') - 1), ',')) {
+      const std::size_t end = std::min(number.find_first_not_of(digits), number.size());
+      most =
+          std::max<std::uint64_t>(most, numberIn<std::uint16_t>(number.substr(0, end)).value_or(1));
+    }
+    return most;
+  }
+  // How much of "[...]" lies behind its first character.
+  std::size_t set() const {
+    std::size_t at = 1;
+    at += rest_.substr(at).starts_with('^') ? 1 : 0;
+    at += rest_.substr(at).starts_with(']') ? 1 : 0;
+    for (; at < rest_.size() && rest_[at] != ']'; ++at) {
+      const std::size_t inner = rest_.substr(at).find_first_of(":.=", 1);
+      if (rest_[at] == '[' && inner == 1) {
+        const char closing[] = {rest_[at + 1], ']', '\0'};
+        at = std::min(rest_.find(closing, at + 2), rest_.size() - 1) + 1;
+      }
+    }
+    return at;
+  }
+
+  std::string_view rest_;
+  std::vector<std::uint64_t> groups_{0};  // the pieces of each open group, the outermost first
+  std::uint64_t last_ = 0;                // those of what a repetition would repeat
+  bool isTooLarge_ = false;
+};
+
+}  // namespace
 
 PathPattern::PathPattern(const std::string& pattern) {
-  const int error = regcomp(&compiled_, pattern.c_str(), REG_EXTENDED);
+  const int error = Expansion(pattern).isTooLarge()
+                        ? REG_ESPACE
+                        : regcomp(&compiled_, pattern.c_str(), REG_EXTENDED);
   valid_ = error == 0;
   if (!valid_) {
     char reason[200] = {};

@@ -13,7 +13,8 @@
 namespace quillo {
 
 // One pattern of the user, compiled once: a POSIX extended regular expression (regex(7)),
-// unanchored and case-sensitive. One that does not compile matches nothing.
+// unanchored and case-sensitive. One that does not compile matches nothing, and so one whose
+// repetitions, written out, would take memory without end.
 class PathPattern {
  public:
   explicit PathPattern(const std::string& pattern);

@@ -99,6 +99,28 @@ TEST(PathPattern, SaysWhyItDoesNotCompile) {
   EXPECT_EQ(PathPattern("(a)").problem(), "");
 }
 
+// The C library would write them out, to gigabytes, or follow the groups to the end of its stack.
+TEST(PathPattern, OneThatRepeatsRepetitionsTooOftenDoesNotCompile) {
+  for (const std::string& pattern : {"x" + std::string(38, '+'), std::string("((a{99}){99}){99}"),
+                                     std::string("[[:alpha:]]{6000}"),
+                                     std::string(100000, '(') + "a" + std::string(100000, ')')}) {
+    const PathPattern refused(pattern);
+    EXPECT_NE(refused.problem(), "") << pattern.substr(0, 40);
+    EXPECT_FALSE(refused.matches("/xaaa"));
+  }
+}
+
+TEST(PathPattern, ManyRepetitionsAndLongTextsAreNoneOfRepetitions) {
+  std::string each;
+  for (int count = 0; count < 100; ++count) {
+    each += "(a+|[]+{]*)+b{1,9}";
+  }
+  EXPECT_EQ(PathPattern(each).problem(), "");
+  EXPECT_TRUE(matches("^/[[:alpha:]+]{2}(a{9}){9}$", "/x+" + std::string(81, 'a')));
+  const std::string path = "/" + std::string(4094, '.');
+  EXPECT_TRUE(matches(literal(path), path));
+}
+
 TEST(PatternList, NamesTheFirstThatExcludesByItsPlaceAmongAll) {
   const PatternList list(
       {{"", false}, {"b", false, false}, {"(", true}, {"~/b", false}, {"b", true}}, "/home/anna");
