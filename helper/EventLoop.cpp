@@ -20,6 +20,14 @@ constexpr size_t bufferSize = 256UL * 1024;
 constexpr size_t plainBufferSize = 256UL * 24;
 // Between two looks at the other things to wait for.
 constexpr int mostReads = 64;
+// Between two marks while what happens is nobody's to be told of.
+constexpr std::int64_t secondsBetweenMarks = 60;
+
+std::int64_t seconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec;
+}
 
 // The kernel merges what happens to one file as long as the event is not read.
 void letEventsMerge() {
@@ -47,7 +55,7 @@ EventLoop::EventLoop(const Groups& groups, const Parent& parent, OwnLog log, int
       buffer_(bufferSize) {}
 
 bool EventLoop::isOver(short parent, short output) const {
-  if (output != 0) throw ReaderGone();
+  if ((output & ~POLLOUT) != 0) throw ReaderGone();
   return parent != 0;
 }
 
@@ -55,15 +63,33 @@ void EventLoop::reportAll() {
   readNamed();
   readPlain();
   lines_.flush();
+  hasHeard_ = true;
+  if (hasLost_) throw EventsLost();
+}
+
+bool EventLoop::isMarkDue() const {
+  return lines_.hasWritten() || (hasHeard_ && seconds() - markedAt_ >= secondsBetweenMarks);
+}
+
+void EventLoop::mark() {
+  if (!lines_.mark()) return;
+  hasHeard_ = false;
+  markedAt_ = seconds();
+}
+
+void EventLoop::noteLoss() {
+  hasLost_ = true;
+  logWarning("the kernel's event queue overflowed: changed files were missed");
 }
 
 void EventLoop::run() {
   for (;;) {
+    const short room = isMarkDue() ? POLLOUT : 0;
     std::array<pollfd, 6> waiting{
         pollfd{groups_.named.get(), POLLIN, 0}, pollfd{groups_.plain.get(), POLLIN, 0},
         pollfd{fileSystems_.descriptor(), POLLPRI, 0}, pollfd{parent_.end.get(), POLLIN, 0},
-        // Nothing asked for: only the reader's end shows.
-        pollfd{STDOUT_FILENO, 0, 0}, pollfd{marker_, POLLIN, 0}};
+        // The reader's end shows in any case.
+        pollfd{STDOUT_FILENO, room, 0}, pollfd{marker_, POLLIN, 0}};
     if (poll(waiting.data(), waiting.size(), -1) < 0) {
       if (errno == EINTR) continue;
       throw systemFailure("waiting for events");
@@ -75,7 +101,11 @@ void EventLoop::run() {
       reportAll();
       throw std::runtime_error("the marking process has ended");
     }
-    if (waiting[0].revents == 0 && waiting[1].revents == 0) continue;
+    if (waiting[0].revents == 0 && waiting[1].revents == 0) {
+      // Both queues were empty at the moment at which there was room.
+      if (waiting[4].revents != 0) mark();
+      continue;
+    }
     letEventsMerge();
     reportAll();
   }
@@ -114,8 +144,7 @@ void EventLoop::readPlain() {
 
 void EventLoop::reportNamed(std::string_view buffer) {
   const EventBatch<NamedEvent> batch = parseNamedEvents(buffer);
-  if (batch.overflowed)
-    logWarning("the kernel's event queue overflowed: changed files were missed");
+  if (batch.overflowed) noteLoss();
   log_.refresh();
   std::vector<std::pair<const Folder*, const NamedEvent*>> found;
   for (const NamedEvent& event : batch.events) {
@@ -138,8 +167,7 @@ void EventLoop::reportNamed(std::string_view buffer) {
 
 void EventLoop::reportPlain(std::string_view buffer) {
   EventBatch<PlainEvent> batch = parsePlainEvents(buffer);
-  if (batch.overflowed)
-    logWarning("the kernel's event queue overflowed: changed files were missed");
+  if (batch.overflowed) noteLoss();
   log_.refresh();
   std::vector<PlainFile> found;
   for (PlainEvent& event : batch.events) {

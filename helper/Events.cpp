@@ -97,8 +97,8 @@ const std::uint64_t namedMask =
 const std::uint64_t plainMask = FAN_CLOSE_WRITE | FAN_MODIFY;
 
 Groups openGroups() {
-  constexpr unsigned common =
-      FAN_CLASS_NOTIF | FAN_CLOEXEC | FAN_NONBLOCK | FAN_UNLIMITED_QUEUE | FAN_UNLIMITED_MARKS;
+  // An unlimited queue would have a reader that stands still cost the kernel memory without end.
+  constexpr unsigned common = FAN_CLASS_NOTIF | FAN_CLOEXEC | FAN_NONBLOCK | FAN_UNLIMITED_MARKS;
   constexpr unsigned access = O_RDONLY | O_LARGEFILE | O_CLOEXEC | O_NONBLOCK;
   Groups groups;
   const Raised raised({CAP_SYS_ADMIN});

@@ -47,7 +47,8 @@ struct Groups {
 extern const std::uint64_t namedMask;
 extern const std::uint64_t plainMask;
 
-// Makes both, non-blocking and of unlimited length; throws std::system_error. Runs as the caller,
+// Makes both, non-blocking and as long as the machine allows (fs.fanotify.max_queued_events, beyond
+// which the kernel drops events and says so); throws std::system_error. Runs as the caller,
 // whose share of the machine's groups (fanotify(7), max_user_groups) they count against, with
 // CAP_SYS_ADMIN permitted.
 Groups openGroups();

@@ -9,8 +9,9 @@
 namespace quillo::helper {
 
 // How the program ends. The agent takes `lacksRights` to mean that an administrator has to make the
-// program set-user-ID root, so no other failure may use it.
-enum ExitStatus { ended = 0, lacksRights = 1, misused = 2, failed = 3 };
+// program set-user-ID root, so no other failure may use it, and `eventsLost` to mean that files
+// were changed of which it was not told.
+enum ExitStatus { ended = 0, lacksRights = 1, misused = 2, failed = 3, eventsLost = 4 };
 
 // Thrown when the program does not run with root's rights; the text says why.
 struct LacksRights : std::runtime_error {
@@ -19,6 +20,9 @@ struct LacksRights : std::runtime_error {
 
 // Thrown when nobody reads standard output any longer.
 struct ReaderGone {};
+
+// Thrown when the kernel dropped events, once those that it kept have been reported.
+struct EventsLost {};
 
 // Returns the failure of the last system call: `what` names the operation and its object.
 inline std::system_error systemFailure(const std::string& what) {

@@ -82,8 +82,8 @@ void LineWriter::spellWhatIsSeen() {
 }
 
 // The number of bytes that were taken, maybe 0.
-size_t LineWriter::writeSome(size_t from) {
-  const ssize_t wrote = write(fd_, &lines_[from], lines_.size() - from);
+size_t LineWriter::writeSome(string_view bytes) {
+  const ssize_t wrote = write(fd_, bytes.data(), bytes.size());
   if (wrote >= 0) return static_cast<size_t>(wrote);
   if (errno == EPIPE) throw ReaderGone();
   if (errno != EINTR && errno != EAGAIN) throw systemFailure("writing to standard output");
@@ -97,12 +97,21 @@ void LineWriter::flush() {
     if (done == 0 && length_ > PIPE_BUF) waitUntilEmpty();
     // Once a line was begun it is to be ended.
     if (done == 0) spellWhatIsSeen();
-    if (!lines_.empty()) done += writeSome(done);
+    if (!lines_.empty()) {
+      done += writeSome(string_view(lines_).substr(done));
+      hasWritten_ = true;
+    }
     if (done < lines_.size()) continue;
     paths_.clear();
     collected_.clear();
     length_ = 0;
   }
+}
+
+bool LineWriter::mark() {
+  if (writeSome("\n") == 0) return false;
+  hasWritten_ = false;
+  return true;
 }
 
 }  // namespace quillo::helper

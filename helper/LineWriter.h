@@ -34,6 +34,13 @@ class LineWriter {
   // Writes what is collected; blocks and throws as add().
   void flush();
 
+  // Writes an empty line, which tells the reader that everything that happened before is told. To
+  // be called when nothing is collected and poll(2) says that there is room. Returns false when it
+  // has to be tried again; throws as add().
+  bool mark();
+  // Returns true when anything was written since the last mark, or there was none yet.
+  bool hasWritten() const { return hasWritten_; }
+
  private:
   struct Path {
     std::size_t folder;  // lengths of the two parts in `collected_`
@@ -43,7 +50,7 @@ class LineWriter {
   void waitForRoom() const;
   void waitUntilEmpty() const;
   void spellWhatIsSeen();
-  std::size_t writeSome(std::size_t from);
+  std::size_t writeSome(std::string_view bytes);
 
   const int fd_;
   const int end_;
@@ -52,6 +59,7 @@ class LineWriter {
   std::string collected_;
   std::size_t length_ = 0;  // of all their lines
   std::string lines_;
+  bool hasWritten_ = true;
 };
 
 }  // namespace quillo::helper

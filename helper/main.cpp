@@ -71,6 +71,8 @@ int main(int argc, char** argv) {
     return ended;
   } catch (const ReaderGone&) {
     return ended;
+  } catch (const EventsLost&) {
+    return eventsLost;
   } catch (const LacksRights& reason) {
     return say(reason.what(), lacksRights);
   } catch (const std::exception& reason) {

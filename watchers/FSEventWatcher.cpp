@@ -18,10 +18,16 @@ namespace quillo {
 namespace {
 
 constexpr int lacksRightsStatus = 1;
+constexpr int eventsLostStatus = 4;
 constexpr std::size_t longestWords = 300;
 constexpr std::string_view resourceFork = "/..namedfork/rsrc";
 
 bool isPathLine(std::string_view line) { return line.starts_with('/') || line.starts_with('\\'); }
+
+// The helper's empty line: it watches, and all that happened is told. The end of a line is none.
+bool holdsMark(std::string_view chunk) {
+  return chunk.starts_with('\n') || chunk.find("\n\n") != std::string_view::npos;
+}
 
 }  // namespace
 
@@ -92,9 +98,13 @@ void FSEventWatcher::runUntilStopped() {
   pauses_ = RestartPauses();
   do {
     lastWords_.clear();
+    hasLostEvents_ = false;
     const Clock::Duration began = services_.clock.now();
     startWatching();
-    pauseAfterRun(began);
+    // A helper that could not keep up works: it is to watch again at once, however often.
+    if (!hasLostEvents_) {
+      pauseAfterRun(began);
+    }
   } while (isWatching());
 }
 
@@ -184,10 +194,16 @@ void FSEventWatcher::runHelper(const std::string& tool) {
       task->terminate();
     }
   }
+  hasReported_ = false;
   const int status =
       task->waitUntilExit([this](std::string_view chunk) { return taskDataAvailable(chunk); });
   const std::string ending = "termination status = " + std::to_string(status);
   services_.systemLog.log(ending);
+  if (status == eventsLostStatus) {
+    hasLostEvents_ = hasReported_;
+    services_.systemLog.log(
+        "More files changed at once than the kernel keeps in mind: some were missed");
+  }
   if (lastWords_.empty()) {
     lastWords_ = ending;
   }
@@ -232,6 +248,7 @@ bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {
   if (chunk.empty()) {
     return false;
   }
+  hasReported_ |= holdsMark(chunk);
   filter_.refresh();
   for (std::size_t at = 0; at <= chunk.size();) {
     const std::string_view line = chunk.substr(at, chunk.find('\n', at) - at);
@@ -242,9 +259,11 @@ bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {
 }
 
 void FSEventWatcher::judgeLine(std::string_view line) {
-  if (!line.empty() && !isPathLine(line)) {
+  const bool isPath = isPathLine(line);
+  hasReported_ |= isPath;
+  if (!line.empty() && !isPath) {
     lastWords_ = line.substr(0, longestWords);
-  } else if (!line.empty() && std::exchange(showsProblem_, false)) {
+  } else if (isPath && std::exchange(showsProblem_, false)) {
     services_.notifier.withdraw(helperTopic);
   }
   // Looked for in the line: a file that only bears the name of a fork is spelled in another way.

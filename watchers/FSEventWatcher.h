@@ -102,6 +102,10 @@ class FSEventWatcher {
   PathFilter filter_;
   RestartPauses pauses_;
   std::string lastWords_;
+  // Of the last run: it printed what only a helper prints that watches, and it ended for it missed
+  // changes.
+  bool hasReported_ = false;
+  bool hasLostEvents_ = false;
   bool showsProblem_ = false;
 };
 

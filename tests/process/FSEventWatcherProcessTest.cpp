@@ -108,6 +108,24 @@ TEST_F(WatcherAndHelper, RestartTheHelperAtOnceWhateverEndedIt) {
   EXPECT_TRUE(owner.calls().empty());
 }
 
+TEST_F(WatcherAndHelper, WatchOnAtOnceHoweverOftenEventsAreLost) {
+  start(
+      "echo; echo >> \"${0%/*}/runs\"; [ $(wc -l < \"${0%/*}/runs\") -lt 15 ] && exit 4; "
+      "read line < \"$go\"");
+  ASSERT_TRUE(helper->waitForLaunches(15));
+  EXPECT_EQ(clock.parked(), 0);
+  EXPECT_TRUE(desktop.systemLog.waitFor(
+      "More files changed at once than the kernel keeps in mind: some were missed", 14));
+  EXPECT_TRUE(owner.calls().empty());
+}
+
+TEST_F(WatcherAndHelper, PauseWhereOneNeverWatchesWhateverItsStatus) {
+  start("echo 'gfslogger: broken' >&2; exit 4");
+  ASSERT_TRUE(helper->waitForLaunches(11));
+  EXPECT_TRUE(clock.waitUntilParked(1));
+  EXPECT_TRUE(owner.helperFails);
+}
+
 TEST_F(WatcherAndHelper, PauseAfterTenRestartsAndSayOnceWhatIsWrong) {
   desktop.localizedStrings.texts["HELPER_FAILS"] = "Nothing is watched: %@";
   start("echo 'gfslogger: the kernel has no fanotify' >&2; exit 3");

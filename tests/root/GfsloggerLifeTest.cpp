@@ -105,6 +105,22 @@ TEST_F(GfsloggerLife, WatchesWithinATenthOfASecond) {
   EXPECT_LT(best.count(), QUILLO_SANITIZED ? 1000 : 100);
 }
 
+TEST_F(GfsloggerLife, SaysByAnEmptyLineFromWhenOnItWatches) {
+  StandInAgent agent(options());
+  ASSERT_TRUE(agent.output().waitFor(""));
+  EXPECT_EQ(agent.output().all(), std::vector<std::string>{""});
+  writeFile(in("right after"));
+  EXPECT_TRUE(agent.output().waitFor(in("right after")));
+}
+
+TEST_F(GfsloggerLife, SaysByAnEmptyLineThatAllThatHappenedIsTold) {
+  start();
+  writeFile(in("one"));
+  ASSERT_TRUE(output().waitFor(in("one")));
+  output().clear();
+  EXPECT_TRUE(output().waitFor(""));
+}
+
 TEST_F(GfsloggerLife, EndsAtTheTerminateSignalOfTheAgent) {
   start();
   const pid_t marker = markerOf(agent().helper());

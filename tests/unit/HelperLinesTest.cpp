@@ -57,6 +57,34 @@ class HelperLines : public testing::Test {
   OneEyed witness;
 };
 
+TEST_F(HelperLines, AreFollowedByAnEmptyOneAsAMark) {
+  LineWriter lines(writing.get(), -1, witness);
+  EXPECT_TRUE(lines.hasWritten()) << "the first mark says that files are watched";
+  EXPECT_TRUE(lines.mark());
+  EXPECT_EQ(writes(), std::vector<std::string>{"\n"});
+  EXPECT_FALSE(lines.hasWritten());
+  lines.add("/a/", "b");
+  lines.flush();
+  EXPECT_TRUE(lines.hasWritten());
+}
+
+TEST_F(HelperLines, NeedNoMarkWhereNothingWasTold) {
+  LineWriter lines(writing.get(), -1, witness);
+  EXPECT_TRUE(lines.mark());
+  witness.hidden = "/a/";
+  lines.add("/a/", "b");
+  lines.flush();
+  EXPECT_FALSE(lines.hasWritten());
+}
+
+TEST_F(HelperLines, AreMarkedAgainWhereThereWasNoRoom) {
+  LineWriter lines(writing.get(), -1, witness);
+  while (lines.mark()) {
+  }
+  writes();
+  EXPECT_TRUE(lines.mark());
+}
+
 TEST_F(HelperLines, AreWrittenTogetherWhereTheyFit) {
   LineWriter lines(writing.get(), -1, witness);
   EXPECT_TRUE(lines.add("/a/", "b"));
