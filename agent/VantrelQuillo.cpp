@@ -119,6 +119,7 @@ void VantrelQuillo::listenToDesktop() {
 }
 
 void VantrelQuillo::abortScans() {
+  parts_.gfsLogger.abortCatchUp();
   std::vector<std::string> dropped = parts_.theDispatcher.abortScans();
   const std::vector<std::string> waiting = parts_.unscannedFiles.giveUp();
   dropped.insert(dropped.end(), waiting.begin(), waiting.end());

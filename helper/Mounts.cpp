@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 
 #include "helper/Failure.h"
-#include "posix/Text.h"
 
 namespace quillo::helper {
 namespace {
@@ -26,15 +25,6 @@ std::string join(string_view folder, string_view rest) {
 }
 
 }  // namespace
-
-bool isWatchable(const Mount& mount, uid_t caller) {
-  if (mount.readOnly || isPseudo(mount) || isNetwork(mount)) return false;
-  if (!isFuse(mount)) return true;
-  // Every access to it runs its owner's code, which could hold this process up.
-  const string_view user = mountOption(mount.superOptions, "user_id").value_or("");
-  const auto owner = numberIn<uid_t>(user);
-  return owner && (*owner == 0 || *owner == caller);
-}
 
 std::optional<std::string> pathInFileSystem(const Mount& mount, string_view path) {
   const auto rest = below(mount.point, path);

@@ -11,11 +11,6 @@
 
 namespace quillo::helper {
 
-// Returns true when files of that file system lie on this machine and can be changed through this
-// mount by somebody of whom `caller` may know. Pseudo and network file systems are left out, and a
-// FUSE file system that is some other user's.
-bool isWatchable(const Mount& mount, uid_t caller);
-
 // Returns `path`, seen through `mount`, as seen from the root of the file system; nothing if it
 // does not lie below the mount point.
 std::optional<std::string> pathInFileSystem(const Mount& mount, std::string_view path);

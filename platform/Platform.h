@@ -5,6 +5,7 @@ namespace quillo {
 class Application;
 class ApplicationLauncher;
 class Authorization;
+class BackgroundWork;
 class DistributedNotificationCenter;
 class DockTile;
 class FileDepartures;
@@ -33,6 +34,7 @@ struct Platform {
   Application& application;
   ApplicationLauncher& applicationLauncher;
   Authorization& authorization;
+  BackgroundWork& backgroundWork;
   DistributedNotificationCenter& distributedNotificationCenter;
   DockTile& dockTile;
   FileDepartures& fileDepartures;

@@ -131,6 +131,18 @@ bool isChangedByOthers(const Mount& mount) {
   return isNetwork(mount) || mount.type == "gfs2" || mount.type == "ocfs2";
 }
 
+bool isWatchable(const Mount& mount, uid_t user) {
+  if (mount.readOnly || isPseudo(mount) || isNetwork(mount)) {
+    return false;
+  }
+  if (!isFuse(mount)) {
+    return true;
+  }
+  // Every access to it runs its owner's code, which could hold this process up.
+  const auto owner = numberIn<uid_t>(mountOption(mount.superOptions, "user_id").value_or(""));
+  return owner && (*owner == 0 || *owner == user);
+}
+
 const Mount* mountHolding(const std::string& path, const std::vector<Mount>& mounts) {
   const Mount* found = nullptr;
   for (const Mount& mount : mounts) {

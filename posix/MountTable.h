@@ -44,6 +44,10 @@ bool isFuse(const Mount& mount);
 // Returns true when other machines change it as well, and nobody reports that here. Pure; any
 // thread.
 bool isChangedByOthers(const Mount& mount);
+// Returns true when files of that file system lie on this machine and can be changed through this
+// mount by somebody of whom `user` may know. Pseudo and network file systems are left out, and a
+// FUSE file system that is some other user's. Pure; any thread.
+bool isWatchable(const Mount& mount, uid_t user);
 // Returns the mount that the path is on, which is absolute and leads over no link: of those that
 // hold it the innermost, and the last one on top; null when none does. Pure; any thread.
 const Mount* mountHolding(const std::string& path, const std::vector<Mount>& mounts);

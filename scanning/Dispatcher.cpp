@@ -51,12 +51,14 @@ void Dispatcher::signalDispatchLock() {
 }
 
 void Dispatcher::addToItemList(std::vector<std::string>& paths) {
+  for (const std::string& path : paths) {
+    if (observer_) {
+      observer_->noticed(path);
+    }
+  }
   {
     MutexLock hold(lists_.lock4Lists);
     for (std::string& path : paths) {
-      if (observer_) {
-        observer_->noticed(path);
-      }
       lists_.itemList.push_back(std::move(path));
     }
     paths.clear();

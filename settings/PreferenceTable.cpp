@@ -27,11 +27,12 @@ std::vector<PreferenceInWords> inWords(const Preference<Types>&... preferences) 
 
 std::vector<PreferenceInWords> everyPreference() {
   return inWords(key::pathToClamav, key::pathToUpdateLog, key::quilloFolderArray,
-                 key::quilloScanVolumes, key::quilloQuarantineFiles, key::quarantineFolder,
-                 key::quilloTrashFiles, key::excludePatterns, key::suppressInfoDialogs,
-                 key::updateDefsOnLaunch, key::needsExit1FreshclamFlag, key::multiscan,
-                 key::showDockIcon, key::rotateScanlogWhenSizeReaches, key::quilloLogProgress,
-                 key::scanEmail, key::runningOnServer, key::exclude, key::include);
+                 key::quilloScanVolumes, key::quilloCatchUp, key::quilloQuarantineFiles,
+                 key::quarantineFolder, key::quilloTrashFiles, key::excludePatterns,
+                 key::suppressInfoDialogs, key::updateDefsOnLaunch, key::needsExit1FreshclamFlag,
+                 key::multiscan, key::showDockIcon, key::rotateScanlogWhenSizeReaches,
+                 key::quilloLogProgress, key::scanEmail, key::runningOnServer, key::exclude,
+                 key::include);
 }
 
 }  // namespace quillo

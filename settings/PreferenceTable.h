@@ -49,6 +49,9 @@ inline constexpr Preference<std::vector<ChosenFolder>> quilloFolderArray{
     "`WatchSubdirs`"};
 inline constexpr Preference<bool> quilloScanVolumes{"QuilloScanVolumes", false,
                                                     "Scan a volume when it is mounted"};
+inline constexpr Preference<bool> quilloCatchUp{
+    "QuilloCatchUp", false,
+    "When watching begins, look for what was saved since it last ended, and scan that"};
 inline constexpr Preference<bool> quilloQuarantineFiles{
     "QuilloQuarantineFiles", false, "Move infected files to the quarantine folder"};
 inline constexpr Preference<FolderPath> quarantineFolder{

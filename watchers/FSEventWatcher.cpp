@@ -24,11 +24,6 @@ constexpr std::string_view resourceFork = "/..namedfork/rsrc";
 
 bool isPathLine(std::string_view line) { return line.starts_with('/') || line.starts_with('\\'); }
 
-// The helper's empty line: it watches, and all that happened is told. The end of a line is none.
-bool holdsMark(std::string_view chunk) {
-  return chunk.starts_with('\n') || chunk.find("\n\n") != std::string_view::npos;
-}
-
 }  // namespace
 
 Clock::Duration RestartPauses::afterRun(Clock::Duration began, Clock::Duration ended) {
@@ -52,6 +47,7 @@ Clock::Duration RestartPauses::afterRun(Clock::Duration began, Clock::Duration e
 FSEventWatcher::FSEventWatcher(WatcherOwner& owner, const WatcherServices& services)
     : owner_(owner),
       services_(services),
+      catchUp_(owner, services),
       stopped_(services.clock),
       filter_(owner, services.trashFolders) {}
 
@@ -89,6 +85,7 @@ void FSEventWatcher::watch() {
   do {
     filter_.setQuarantineFolder(services_.preferences.value(key::quarantineFolder).value_or(""));
     if (beginWatching()) {
+      catchUp_.watchingBegins();
       runUntilStopped();
     }
   } while (!releaseMainLoop());
@@ -101,6 +98,9 @@ void FSEventWatcher::runUntilStopped() {
     hasLostEvents_ = false;
     const Clock::Duration began = services_.clock.now();
     startWatching();
+    if (isWatching()) {
+      catchUp_.runEnded();
+    }
     // A helper that could not keep up works: it is to watch again at once, however often.
     if (!hasLostEvents_) {
       pauseAfterRun(began);
@@ -145,13 +145,16 @@ void FSEventWatcher::showHelperProblem(const std::string& problem) {
 }
 
 void FSEventWatcher::forgetMainLoop() {
-  MutexLock hold(state_.lock);
-  state_.isWatching = false;
-  state_.loopWanted = false;
-  state_.loopClaimed = false;
-  if (const auto task = std::exchange(state_.scanCheckTask, nullptr)) {
-    task->terminate();
+  {
+    MutexLock hold(state_.lock);
+    state_.isWatching = false;
+    state_.loopWanted = false;
+    state_.loopClaimed = false;
+    if (const auto task = std::exchange(state_.scanCheckTask, nullptr)) {
+      task->terminate();
+    }
   }
+  catchUp_.watchingEnds();
 }
 
 // False when watching was stopped between the claim and now.
@@ -195,8 +198,15 @@ void FSEventWatcher::runHelper(const std::string& tool) {
     }
   }
   hasReported_ = false;
-  const int status =
-      task->waitUntilExit([this](std::string_view chunk) { return taskDataAvailable(chunk); });
+  catchUp_.runBegins();
+  const int status = task->waitUntilExit([this](std::string_view chunk) {
+    const CatchUp::Moment came = catchUp_.then();
+    const bool isMore = taskDataAvailable(chunk);
+    if (isWatching()) {
+      catchUp_.heard(chunk, came);
+    }
+    return isMore;
+  });
   const std::string ending = "termination status = " + std::to_string(status);
   services_.systemLog.log(ending);
   if (status == eventsLostStatus) {
@@ -242,6 +252,7 @@ void FSEventWatcher::stopWatching() {
   stopped_.lock();
   stopped_.signal();
   stopped_.unlock();
+  catchUp_.watchingEnds();
 }
 
 bool FSEventWatcher::taskDataAvailable(std::string_view chunk) {

@@ -10,6 +10,7 @@
 #include "platform/GrowlApplicationBridge.h"
 #include "posix/Clock.h"
 #include "posix/Mutex.h"
+#include "watchers/CatchUp.h"
 #include "watchers/PathFilter.h"
 
 namespace quillo {
@@ -58,6 +59,8 @@ class FSEventWatcher {
   void startWatching();
   // Ends the helper, and with it the loop. Any thread.
   void stopWatching();
+  // Looks no more for what changed while the helper did not watch. Any thread.
+  void abortCatchUp() { catchUp_.abort(); }
   bool isWatching() const { return state_.isWatching; }
 
   // Judges every line of a chunk of the helper's output by the watched folders as they are now, and
@@ -96,6 +99,7 @@ class FSEventWatcher {
   const WatcherServices& services_;
   // Own synchronisation.
   State state_;
+  CatchUp catchUp_;
   // Signalled when watching ends.
   Condition stopped_;
   // Used by the watcher's thread alone.

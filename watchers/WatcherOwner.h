@@ -15,12 +15,14 @@ namespace quillo {
 
 class Application;
 class Authorization;
+class BackgroundWork;
 class Clock;
 class Folders;
 class LocalizedStrings;
 class NameWatch;
 class Notifier;
 class SystemLog;
+class ThreadStarter;
 class TrashFolders;
 class TypedPreferences;
 
@@ -81,6 +83,7 @@ class WatcherOwner : public WatchedFolders {
 struct WatcherServices {
   Application& application;
   Authorization& authorization;
+  BackgroundWork& backgroundWork;
   Clock& clock;
   Folders& folders;
   LocalizedStrings& localizedStrings;
@@ -88,6 +91,7 @@ struct WatcherServices {
   Notifier& notifier;
   const TypedPreferences& preferences;
   SystemLog& systemLog;
+  ThreadStarter& threads;
   TrashFolders& trashFolders;
   PathIntake& theDispatcher;
 };

@@ -20,6 +20,7 @@
 #include "platform/linux/services/DesktopWorkspace.h"
 #include "platform/linux/services/Environment.h"
 #include "platform/linux/services/Guarded.h"
+#include "platform/linux/services/IdleThread.h"
 #include "platform/linux/services/LinuxFolders.h"
 #include "platform/linux/services/LinuxSystemLog.h"
 #include "platform/linux/services/PolkitAuthorization.h"
@@ -96,6 +97,7 @@ struct LinuxPlatform::Parts {
   PolkitAuthorization authorization{{resources + "/gfslogger", resources + "/grant-helper-rights",
                                      "/usr/bin/pkexec", geteuid() == 0},
                                     strings};
+  IdleThread idleThread;
   DesktopWorkspace workspace{sessionBus};
   DesktopApplicationLauncher launcher{sessionBus, report};
   QtModifierKeys modifierKeys;
@@ -106,30 +108,12 @@ struct LinuxPlatform::Parts {
   QtStatusBar statusBar{application};
   QtDockTile dockTile{resources + "/interface", application, [this] { application.terminate(); },
                       report};
-  Platform platform{application,
-                    launcher,
-                    authorization,
-                    notificationCenter,
-                    dockTile,
-                    departures,
-                    folders,
-                    growl,
-                    images,
-                    interfaces,
-                    strings,
-                    modifierKeys,
-                    mounts,
-                    names,
-                    power,
-                    preferences,
-                    scripting,
-                    statusBar,
-                    scripting.statusPublisher(),
-                    systemLog,
-                    trash,
-                    volumes,
-                    workspace,
-                    mainInterface.interface()};
+  Platform platform{
+      application, launcher,    authorization, idleThread, notificationCenter,
+      dockTile,    departures,  folders,       growl,      images,
+      interfaces,  strings,     modifierKeys,  mounts,     names,
+      power,       preferences, scripting,     statusBar,  scripting.statusPublisher(),
+      systemLog,   trash,       volumes,       workspace,  mainInterface.interface()};
   QTimer repeats;
   bool isFirst = true;
 };

@@ -113,9 +113,9 @@ TEST_F(WatcherAndHelper, WatchOnAtOnceHoweverOftenEventsAreLost) {
       "echo; echo >> \"${0%/*}/runs\"; [ $(wc -l < \"${0%/*}/runs\") -lt 15 ] && exit 4; "
       "read line < \"$go\"");
   ASSERT_TRUE(helper->waitForLaunches(15));
-  EXPECT_EQ(clock.parked(), 0);
   EXPECT_TRUE(desktop.systemLog.waitFor(
       "More files changed at once than the kernel keeps in mind: some were missed", 14));
+  EXPECT_FALSE(owner.helperFails);
   EXPECT_TRUE(owner.calls().empty());
 }
 
@@ -194,7 +194,10 @@ TEST_F(WatcherAndHelper, SayThatAHelperIsMissing) {
 }
 
 TEST_F(WatcherAndHelper, DoNotTakeAHangUpForMissingRights) {
-  start("kill -HUP $$");
+  // The third stays: one that went on ending would soon be reported.
+  start(
+      "echo >> \"${0%/*}/runs\"; [ $(wc -l < \"${0%/*}/runs\") -lt 3 ] && kill -HUP $$; "
+      "read line < \"$go\"");
   ASSERT_TRUE(desktop.systemLog.waitFor("termination status = 129", 2));
   EXPECT_TRUE(owner.calls().empty());
 }

@@ -23,7 +23,15 @@ Clock::Duration ManualClock::now() {
   return now_;
 }
 
-system_clock::time_point ManualClock::wallTime() { return wallTimeAfter(now()); }
+system_clock::time_point ManualClock::wallTime() {
+  std::lock_guard hold(mutex_);
+  return wallTimeAfter(now_ + setBy_);
+}
+
+void ManualClock::setWallTime(system_clock::time_point time) {
+  std::lock_guard hold(mutex_);
+  setBy_ = time - wallTimeAfter(now_);
+}
 
 void ManualClock::sleepFor(Duration length) {
   {

@@ -21,6 +21,8 @@ class ManualClock final : public Clock {
 
   // Lets that much time pass and wakes whoever was parked until then.
   void advance(Duration length);
+  // Sets the calendar time, which passes from there on as the other does.
+  void setWallTime(std::chrono::system_clock::time_point time);
   // Blocks until `count` threads are parked. Both return false when it does not come to that in
   // time.
   bool waitUntilParked(int count);
@@ -52,6 +54,7 @@ class ManualClock final : public Clock {
   std::mutex mutex_;
   std::condition_variable changed_;
   Duration now_{0};
+  Duration setBy_{0};  // the calendar time
   Duration slept_{0};
   bool sleepsPassAtOnce_ = false;
   std::list<Parked> parked_;

@@ -22,7 +22,7 @@ class WatchingAgent : public testing::Test, protected AgentUnderTest {
     desktop.folders.resources = helper.resourceFolder();
     desktop.preferenceStore.set("QuilloFolderArray",
                                 PreferenceValue{PreferenceArray{watchedFolder("~", true)}});
-    threads.real = {"FSEventWatcher"};
+    threads.real = {"FSEventWatcher", "CatchUp"};
   }
   void TearDown() override {
     agent().stopWatcher();

@@ -12,6 +12,7 @@ struct FakePlatform {
   FakeApplication application;
   FakeApplicationLauncher applicationLauncher;
   FakeAuthorization authorization;
+  FakeBackgroundWork backgroundWork;
   FakeDistributedNotificationCenter distributedNotificationCenter;
   FakeDockTile dockTile;
   FakeFileDepartures fileDepartures;
@@ -38,6 +39,7 @@ struct FakePlatform {
   Platform platform{application,
                     applicationLauncher,
                     authorization,
+                    backgroundWork,
                     distributedNotificationCenter,
                     dockTile,
                     fileDepartures,

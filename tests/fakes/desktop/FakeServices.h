@@ -12,6 +12,7 @@
 
 #include "platform/AgentLink.h"
 #include "platform/Authorization.h"
+#include "platform/BackgroundWork.h"
 #include "platform/Folders.h"
 #include "platform/GrowlApplicationBridge.h"
 #include "platform/LocalizedStrings.h"
@@ -240,6 +241,16 @@ class FakeAuthorization final : public Authorization {
   // Called while the user is asked.
   std::function<void()> duringRequest;
   std::vector<std::vector<std::string>> requests;
+};
+
+class FakeBackgroundWork final : public BackgroundWork {
+ public:
+  std::string giveWay() override {
+    ++gaveWay;
+    return refusal;
+  }
+  std::atomic<int> gaveWay{0};
+  std::string refusal;
 };
 
 class FakeWorkspace final : public Workspace {

@@ -12,6 +12,7 @@
 #include "posix/Snapshot.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/Record.h"
+#include "tests/support/Threads.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
@@ -57,6 +58,9 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
     }
     paths.addAll(given);
     given.clear();
+    if (onList) {
+      onList();
+    }
   }
   void addStringToItemList(const std::string& path) override {
     if (onPath) {
@@ -88,8 +92,11 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
   // Whoever hands a list over gets this instead, once.
   std::exception_ptr refusal;
   std::function<void()> onPath;
+  std::function<void()> onList;
   std::function<void()> onStop;
   std::function<void()> onStart;
+  // Those that a watcher starts.
+  JoinedThreads threads;
 
  private:
   Snapshot<WatchedFolderList> list_;
@@ -98,9 +105,19 @@ class FakeWatcherOwner final : public WatcherOwner, public PathIntake, public No
 
 inline WatcherServices watcherServicesOf(FakePlatform& desktop, Clock& clock,
                                          FakeWatcherOwner& owner) {
-  return {desktop.application,      desktop.authorization, clock, desktop.folders,
-          desktop.localizedStrings, desktop.nameWatch,     owner, desktop.preferences,
-          desktop.systemLog,        desktop.trashFolders,  owner};
+  return {desktop.application,
+          desktop.authorization,
+          desktop.backgroundWork,
+          clock,
+          desktop.folders,
+          desktop.localizedStrings,
+          desktop.nameWatch,
+          owner,
+          desktop.preferences,
+          desktop.systemLog,
+          owner.threads,
+          desktop.trashFolders,
+          owner};
 }
 
 }  // namespace quillo
