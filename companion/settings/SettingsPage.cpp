@@ -22,6 +22,7 @@ struct Check {
 const Check checks[] = {
     {"suppressInfoDialogs", key::suppressInfoDialogs},
     {"scanVolumes", key::quilloScanVolumes},
+    {"catchUp", key::quilloCatchUp},
     {"scanEmail", key::scanEmail},
     {"updateDefsOnLaunch", key::updateDefsOnLaunch},
     {"needsExit1", key::needsExit1FreshclamFlag},

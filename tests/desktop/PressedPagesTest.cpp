@@ -165,6 +165,7 @@ Steps settingsSteps() {
       {"suppressInfoDialogs", writes(settingsFile, "SuppressInfoDialogs = true")},
       {"multiscan", writes(settingsFile, "multiscan = \"yes\"")},
       {"scanVolumes", writes(settingsFile, "QuilloScanVolumes = true")},
+      {"catchUp", writes(settingsFile, "QuilloCatchUp = true")},
       {"scanEmail", writes(settingsFile, "ScanEmail = false")},
       {"updateDefsOnLaunch", writes(settingsFile, "UpdateDefsOnLaunch = true")},
       {"needsExit1", writes(settingsFile, "NeedsExit1FreshclamFlag = true")},

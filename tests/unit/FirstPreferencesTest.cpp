@@ -36,9 +36,14 @@ TEST(FirstPreferences, NameEveryChosenFolder) {
   EXPECT_EQ(text.find('@'), std::string::npos);
 }
 
+TEST(FirstPreferences, HaveWhatNobodyWatchedLookedFor) {
+  EXPECT_TRUE(has(realTemplate, "QuilloCatchUp = true\n"));
+}
+
 TEST(FirstPreferences, PutTheChosenActionInForceAndNoOther) {
   const FirstChoice choice{{"/a"}};
-  EXPECT_FALSE(has(chosen(choice), "Quillo"));
+  EXPECT_FALSE(has(chosen(choice), "QuilloQuarantineFiles"));
+  EXPECT_FALSE(has(chosen(choice), "QuilloTrashFiles"));
   const std::string quarantine = chosen({{"/a"}, InfectedFileAction::quarantine});
   EXPECT_TRUE(has(quarantine, "QuilloQuarantineFiles = true"));
   EXPECT_TRUE(has(quarantine, "QuarantineFolder = "));

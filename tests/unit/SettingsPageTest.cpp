@@ -11,11 +11,12 @@ using SettingsPageTest = SettingsPageFixture;
 
 TEST_F(SettingsPageTest, ShowsWhatHolds) {
   writeOwn(
-      "QuilloScanVolumes = true\nmultiscan = 'yes'\nShowDockIcon = 'both'\n"
+      "QuilloScanVolumes = true\nQuilloCatchUp = true\nmultiscan = 'yes'\nShowDockIcon = 'both'\n"
       "QuilloQuarantineFiles = true\nQuarantineFolder = '~/Q/'\n"
       "rotateScanlogWhenSizeReaches = 77\nPathToClamav = '/opt/clam'\n");
   FakePage& page = shown();
   EXPECT_TRUE(page.isChecked("scanVolumes"));
+  EXPECT_TRUE(page.isChecked("catchUp"));
   EXPECT_TRUE(page.isChecked("scanEmail"));
   EXPECT_FALSE(page.isChecked("updateDefsOnLaunch"));
   EXPECT_EQ(page.choice("infectedFileAction"), 1U);
