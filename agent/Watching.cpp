@@ -83,7 +83,7 @@ void Watching::wakingUp() {
 void Watching::stopWatcherFromWatcher() {
   parts_.gfsLogger.stopWatching();
   parts_.services.platform.application.performOnMainThread(
-      [this] { parts_.requests.perform([this] { finishEnd(); }); });
+      [this] { parts_.requests.perform([this] { finishEndUnlessBegun(); }); });
 }
 
 void Watching::startWatcherFromWatcher() {
@@ -176,6 +176,14 @@ void Watching::end() {
 void Watching::endIfWatching() {
   if (state() == State::watching) {
     end();
+  }
+}
+
+// Somebody may have begun watching anew since the watcher stopped: the loop then goes on, whatever
+// becomes of later starts.
+void Watching::finishEndUnlessBegun() {
+  if (!parts_.gfsLogger.isToWatch()) {
+    finishEnd();
   }
 }
 

@@ -38,7 +38,8 @@ class Watching {
   // thread.
   void restartWatcherSoon();
 
-  // Stops at once the watcher that calls it, and the rest soon on the main thread. Any thread.
+  // Stops at once the watcher that calls it, and the rest soon on the main thread, unless watching
+  // was begun anew by then. Any thread.
   void stopWatcherFromWatcher();
   // Starts soon, on the main thread. Any thread.
   void startWatcherFromWatcher();
@@ -60,6 +61,7 @@ class Watching {
   void end();
   void endIfWatching();
   void finishEnd();
+  void finishEndUnlessBegun();
   void quitOnceLaunched();
   void quitNow();
   void log(const char* line);

@@ -65,6 +65,11 @@ void FSEventWatcher::abandonMainLoop() {
   state_.loopClaimed = false;
 }
 
+bool FSEventWatcher::isToWatch() {
+  MutexLock hold(state_.lock);
+  return state_.loopWanted;
+}
+
 void FSEventWatcher::mainLoop() {
   {
     MutexLock hold(state_.lock);

@@ -62,6 +62,9 @@ class FSEventWatcher {
   // Looks no more for what changed while the helper did not watch. Any thread.
   void abortCatchUp() { catchUp_.abort(); }
   bool isWatching() const { return state_.isWatching; }
+  // Returns true from the claim of a loop until watching is stopped or the claim taken back,
+  // whether the loop watches by now or is about to. Any thread.
+  bool isToWatch();
 
   // Judges every line of a chunk of the helper's output by the watched folders as they are now, and
   // hands on those that pass. A line cut by the chunk's end is judged as two; one that is no path

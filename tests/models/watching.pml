@@ -174,7 +174,11 @@ end:
     if
     :: request == START -> begin()
     :: request == STOP -> stopWatching(); wanted = false
-    :: request == END -> wanted = false
+    :: request == END ->
+      if
+      :: loopWanted
+      :: else -> wanted = false
+      fi
     :: request == RESTART -> endIfWatching(); begin()
     :: request == SLEEP ->
       if

@@ -336,5 +336,22 @@ TEST_F(AgentRequests, TheWatchersOwnStopAndStartComeInOrderOnTheMainThread) {
   EXPECT_TRUE(desktop.mountNotifications.observer);
 }
 
+TEST_F(AgentRequests, TheWatchersOwnStopEndsNothingThatWasBegunSince) {
+  desktop.application.keepsPosted = true;
+  agent().parts().watching.stopWatcherFromWatcher();
+  agent().startWatcher();
+  desktop.application.performPosted();
+  EXPECT_EQ(agent().getWatchedFolderList()->size(), 1U);
+  EXPECT_TRUE(desktop.mountNotifications.observer);
+}
+
+TEST_F(AgentRequests, TheWatchersOwnStopEndsTheRestOnTheMainThread) {
+  desktop.application.keepsPosted = true;
+  agent().parts().watching.stopWatcherFromWatcher();
+  desktop.application.performPosted();
+  EXPECT_TRUE(agent().getWatchedFolderList()->empty());
+  EXPECT_FALSE(desktop.mountNotifications.observer);
+}
+
 }  // namespace
 }  // namespace quillo
