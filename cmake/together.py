@@ -15,7 +15,7 @@ UNNAMED = re.compile(r"^namespace \{\n(.*?)^\}  // namespace$", re.MULTILINE | r
 OWN_NAME = re.compile(r"^(?!using|[A-Z_]+\()\w[^\n(={;]*?(\w+)(?: final)?(?: : [^\n]*)?\s*(?:[(={;\[]|$)", re.MULTILINE)
 ALIAS = re.compile(r"^using (?!namespace)(?:(\w+) = )?([^;]*?(\w+)[^;\w]*);", re.MULTILINE)
 CALL = re.compile(r"(?<![\w.:>~])(\w+)\(")
-MAIN = re.compile(r"^int main\(", re.MULTILINE)
+MAIN = re.compile(r"^(?:int main|extern \"C\" int LLVMFuzzerTestOneInput)\(", re.MULTILINE)
 INCLUDE = re.compile(r'^#include "([^"]+)"', re.MULTILINE)
 TYPE = re.compile(r"^(?:class|struct|enum class) (?:QUILLO_\w+(?:\([^)]*\))? )?(\w+)", re.MULTILINE)
 TOP = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
