@@ -152,7 +152,7 @@ TEST_F(WrapperChannel, ReportsWhichFilesTheDaemonHadWhenItWent) {
   int asked = 0;
   tree.daemon(
       [&](const SessionClamd::Question&) {
-        return ++asked < 3 ? std::optional<std::string>("") : std::nullopt;
+        return ++asked < 6 ? std::optional<std::string>("") : std::nullopt;
       },
       manners);
   std::vector<std::string> paths;
@@ -167,8 +167,8 @@ TEST_F(WrapperChannel, ReportsWhichFilesTheDaemonHadWhenItWent) {
   for (const Verdict& verdict : readAll()) {
     files[verdict.daemonGone] += verdict.kind == Kind::notScanned ? 1 : 0;
   }
-  EXPECT_EQ(files[Verdict::DaemonGone::meanwhile], 3);
-  EXPECT_EQ(files[Verdict::DaemonGone::before], 6);
+  EXPECT_EQ(files[Verdict::DaemonGone::meanwhile], 6);
+  EXPECT_EQ(files[Verdict::DaemonGone::before], 3);
   EXPECT_EQ(files[Verdict::DaemonGone::no], 1);
   tree.endDaemon();
 }

@@ -322,7 +322,10 @@ TEST_F(WrapperSession, BlamesNoFileForASessionThatWasSilentForItsReadersSake) {
   EXPECT_EQ(clean, 9);
 }
 
-TEST_F(WrapperSession, HandsItsReportOverBeforeItWaits) {
+// With more files than `busy` at the daemon it waits a moment for more answers first.
+class WrapperReport : public WrapperSession, public testing::WithParamInterface<std::size_t> {};
+
+TEST_P(WrapperReport, IsHandedOverBeforeTheScannerWaits) {
   std::promise<void> handedOver;
   auto report = handedOver.get_future().share();
   // Answers only once the reader has what there is of the report.
@@ -339,6 +342,7 @@ TEST_F(WrapperSession, HandsItsReportOverBeforeItWaits) {
   SystemClock clock;
   DescriptorScan::Limits limits;
   limits.patience = 300s;
+  limits.busy = GetParam();
   int clean = 0;
   bool reported = false;
   const auto handler = [&](Job&, const Answer& answer) {
@@ -356,6 +360,8 @@ TEST_F(WrapperSession, HandsItsReportOverBeforeItWaits) {
   scan.finish();
   EXPECT_EQ(clean, 1);
 }
+
+INSTANTIATE_TEST_SUITE_P(Either, WrapperReport, testing::Values(0, 2));
 
 TEST_F(WrapperSession, ScansNothingAtASocketInAFolderThatOthersMayWrite) {
   const std::string folder = tree.files().makeFolder("open");

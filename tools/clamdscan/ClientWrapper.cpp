@@ -64,8 +64,10 @@ DescriptorScan::Limits limitsFor(const TreeSettings& tree, bool multiscan, std::
                                  Clock::Duration patience) {
   constexpr std::size_t scannedAndWaiting = 2;
   DescriptorScan::Limits limits;
-  limits.underWay = std::min({multiscan ? tree.manners.threads : scannedAndWaiting,
+  // For each thread of the daemon one that waits, so that none is idle before the next is sent.
+  limits.underWay = std::min({multiscan ? 2 * tree.manners.threads : scannedAndWaiting,
                               tree.manners.queue, std::max<std::size_t>(1, descriptors / 4)});
+  limits.busy = std::max(tree.manners.threads, scannedAndWaiting);
   limits.inOrder = !multiscan;
   limits.silence = tree.manners.silence;
   limits.patience = patience;

@@ -1,9 +1,6 @@
 #include "tools/clamdscan/DescriptorScan.h"
 
-#include <poll.h>
-
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace quillo::wrapper {
@@ -13,6 +10,8 @@ using namespace std::chrono_literals;
 
 // One more answer is worth more than this many sessions.
 constexpr int mostLosses = 5;
+// Far less than anybody sees, and long for a daemon that has small files.
+constexpr timespec betweenAnswers = {0, 1'000'000};
 // What cannot be scanned waits for its turn in the report, but not without limit.
 constexpr std::size_t mostWaiting = 4096;
 
@@ -105,19 +104,20 @@ std::size_t DescriptorScan::underWay() const {
                                                 [](const Item& item) { return item.number != 0; }));
 }
 
-bool DescriptorScan::mayBeSent(const Item& item) const {
-  const bool suspects = std::any_of(items_.begin(), items_.end(), [](const Item& other) {
-    return other.lost > 0 && !other.answer;
-  });
-  return !item.answer && item.number == 0 && (!suspects || (item.lost > 0 && underWay() == 0));
+bool DescriptorScan::hasSuspects() const {
+  return std::any_of(items_.begin(), items_.end(),
+                     [](const Item& item) { return item.lost > 0 && !item.answer; });
 }
 
+// What a session ended over is sent by itself.
 void DescriptorScan::send() {
   if (starter_.wantsPause()) {
     return;
   }
+  const bool suspects = hasSuspects();
   for (Item& item : items_) {
-    if (mustWait_ || !mayBeSent(item)) {
+    const bool isNext = !item.answer && item.number == 0;
+    if (mustWait_ || !isNext || (suspects && (item.lost == 0 || underWay() > 0))) {
       continue;
     }
     refresh();
@@ -171,6 +171,9 @@ void DescriptorScan::watch() {
   const int look = nextLook();
   mustWait_ = false;
   int ready = poll(polled.data(), polled.size(), 0);
+  if (ready == 0 && underWay() > limits_.busy) {
+    ready = awaitMore(polled);
+  }
   if (ready == 0) {
     // It takes its time: whoever reads the report is to have what there is of it.
     beforeWaiting_();
@@ -184,6 +187,13 @@ void DescriptorScan::watch() {
     }
   }
   keepAlive();
+}
+
+// Most of what a small file costs is that this program is woken for its answer: several cost it
+// once.
+int DescriptorScan::awaitMore(std::array<pollfd, 4>& polled) const {
+  const int ready = ppoll(&polled[1], polled.size() - 1, &betweenAnswers, nullptr);
+  return ready == 0 ? poll(polled.data(), polled.size(), 0) : ready;
 }
 
 void DescriptorScan::keepAlive() {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <poll.h>
 #include <sys/types.h>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -43,6 +45,7 @@ class DescriptorScan {
  public:
   struct Limits {
     std::size_t underWay = 2;              // files that the daemon has at once
+    std::size_t busy = 2;                  // with more than these it has work for a while
     bool inOrder = true;                   // answers come in the order of the files
     std::chrono::milliseconds silence{0};  // the daemon drops a session that is silent for longer
     Clock::Duration patience{};            // what a daemon may take without any sign of life
@@ -75,9 +78,10 @@ class DescriptorScan {
   void awaitEndOfPause();
   void step();
   void send();
-  bool mayBeSent(const Item& item) const;
+  bool hasSuspects() const;
   void refresh();
   void watch();
+  int awaitMore(std::array<pollfd, 4>& polled) const;
   void waitWithoutSession();
   void keepAlive();
   void takeAnswers();
