@@ -319,6 +319,11 @@ bool VerdictReceiver::drain() {
   return !ended_;
 }
 
+void VerdictReceiver::chunkRead() {
+  readsChunks_ = true;
+  receive({});
+}
+
 std::optional<VerdictReceiver::Record> VerdictReceiver::takeRecordOf(std::string_view line) {
   const auto found = std::find_if(records_.begin(), records_.end(), [line](const Record& record) {
     return record.type == verdictRecord && stands(record.verdict.line, line);
@@ -333,7 +338,9 @@ std::optional<VerdictReceiver::Record> VerdictReceiver::takeRecordOf(std::string
 
 Verdict VerdictReceiver::understand(std::string_view line,
                                     const std::function<bool(const Verdict& infection)>& mayMove) {
-  receive({});
+  if (!readsChunks_) {
+    receive({});
+  }
   std::optional<Record> record = takeRecordOf(line);
   if (!record) {
     Verdict verdict = Verdict::parse(line);

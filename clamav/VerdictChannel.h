@@ -114,6 +114,10 @@ class VerdictReceiver {
   Verdict understand(std::string_view line,
                      const std::function<bool(const Verdict& infection)>& mayMove = {});
 
+  // For whoever reads lines in chunks, after each chunk: takes in once what came ahead of its
+  // lines. understand() then looks for no more by itself.
+  void chunkRead();
+
   // drain() has to be called whenever descriptor() can be read, or a scanner with much to report
   // waits for ever: for this reader, which waits for its report. Returns false when there is no
   // more to come.
@@ -145,6 +149,7 @@ class VerdictReceiver {
   ProgressHandler onProgress_;
   std::uint32_t moves_ = 0;
   bool spoken_ = false;  // of some line
+  bool readsChunks_ = false;
   bool ended_ = false;
 };
 

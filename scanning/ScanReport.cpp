@@ -122,6 +122,9 @@ void ScanReport::dealWithOutput(std::string_view chunk) {
   if (!isValidUtf8(chunk)) {
     return;
   }
+  if (verdicts_) {
+    verdicts_->chunkRead();
+  }
   for (const std::string_view line : split(chunk, '\n')) {
     dealWithLine(std::string(line), timestamp);
   }

@@ -126,6 +126,17 @@ TEST_F(VerdictChannelTest, LeavesLinesBetweenTheRecordsToThemselves) {
   EXPECT_EQ(receiver.understand("/x/h/a: Eicar FOUND").file(), "/elsewhere/c");
 }
 
+TEST_F(VerdictChannelTest, IsReadOnceForAChunkOfLines) {
+  sender.report(infected("/h/a: Eicar FOUND"));
+  receiver.chunkRead();
+  sender.report(infected("/h/b: Eicar FOUND"));
+  EXPECT_EQ(receiver.understand("/h/a: Eicar FOUND").file(), "/elsewhere/c");
+  EXPECT_EQ(receiver.understand("/h/c: OK").kind, Kind::clean);
+  EXPECT_EQ(receiver.understand("/h/b: Eicar FOUND").path, "/h/b");
+  receiver.chunkRead();
+  EXPECT_EQ(receiver.understand("/h/b: Eicar FOUND").file(), "/elsewhere/c");
+}
+
 TEST_F(VerdictChannelTest, KnowsALineThatWasTooLongToBeReadWhole) {
   const std::string line = "/" + std::string(5000, 'n') + ": Eicar FOUND";
   sender.report(infected(line));

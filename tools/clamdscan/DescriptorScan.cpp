@@ -12,6 +12,8 @@ using namespace std::chrono_literals;
 constexpr int mostLosses = 5;
 // Far less than anybody sees, and long for a daemon that has small files.
 constexpr timespec betweenAnswers = {0, 1'000'000};
+// As soon as anybody would miss it.
+constexpr std::chrono::milliseconds betweenReports = 10ms;
 // What cannot be scanned waits for its turn in the report, but not without limit.
 constexpr std::size_t mostWaiting = 4096;
 
@@ -175,9 +177,7 @@ void DescriptorScan::watch() {
     ready = awaitMore(polled);
   }
   if (ready == 0) {
-    // It takes its time: whoever reads the report is to have what there is of it.
-    beforeWaiting_();
-    ready = poll(polled.data(), polled.size(), look);
+    ready = awaitAnswer(polled, look);
   }
   if (ready > 0) {
     Starter::checkPolled({polled[1], polled[2], polled[3]});
@@ -194,6 +194,20 @@ void DescriptorScan::watch() {
 int DescriptorScan::awaitMore(std::array<pollfd, 4>& polled) const {
   const int ready = ppoll(&polled[1], polled.size() - 1, &betweenAnswers, nullptr);
   return ready == 0 ? poll(polled.data(), polled.size(), 0) : ready;
+}
+
+// It takes its time: whoever reads the report is to have what there is of it, but not line by line.
+int DescriptorScan::awaitAnswer(std::array<pollfd, 4>& polled, int look) {
+  const auto since =
+      std::chrono::duration_cast<std::chrono::milliseconds>(clock_.now() - handedOver_);
+  const auto wait = std::min<std::int64_t>((betweenReports - since).count(), look);
+  const int ready = wait > 0 ? poll(polled.data(), polled.size(), static_cast<int>(wait)) : 0;
+  if (ready != 0) {
+    return ready;
+  }
+  beforeWaiting_();
+  handedOver_ = clock_.now();
+  return poll(polled.data(), polled.size(), look);
 }
 
 void DescriptorScan::keepAlive() {

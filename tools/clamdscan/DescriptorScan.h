@@ -82,6 +82,7 @@ class DescriptorScan {
   void refresh();
   void watch();
   int awaitMore(std::array<pollfd, 4>& polled) const;
+  int awaitAnswer(std::array<pollfd, 4>& polled, int look);
   void waitWithoutSession();
   void keepAlive();
   void takeAnswers();
@@ -106,6 +107,7 @@ class DescriptorScan {
   bool mustWait_ = false;  // nothing more can be sent for the moment
   Clock::Duration sent_{};
   Clock::Duration heard_{};
+  Clock::Duration handedOver_{};
   int lossesInARow_ = 0;
 };
 
