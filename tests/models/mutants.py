@@ -63,8 +63,6 @@ MUTANTS = [
      ("taskKnown = true; terminated = terminated || !isWatching", "taskKnown = true")),
     ("who waits to start the helper again is not woken", "watching", "safety", "-DFAILURES=1 -DREQUESTS=1",
      ("  atomic { woken = woken || paused }\n", "  skip\n")),
-    ("an end that was overtaken by a start is still made", "watching", "asAsked", "-DREQUESTS=1 -DFAILURES=1 -DDEATHS=1",
-     ("      if\n      :: loopWanted\n      :: else -> wanted = false\n      fi\n", "      wanted = false\n")),
     ("a claim is kept although no thread could be had", "watching", "asAsked", "-DTHREADLESS=1 -DREQUESTS=1",
      ("      atomic { loopWanted = false; loopClaimed = false };\n      wanted = false\n", "      wanted = true\n")),
     ("a quit does not wait for a launch", "watching", "safety", "-DREQUESTS=1",
