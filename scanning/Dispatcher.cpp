@@ -10,6 +10,18 @@
 #include "scanning/PipelineObserver.h"
 
 namespace quillo {
+namespace {
+
+// A table keeps as many buckets as it had entries at most: after a storm, megabytes for nothing.
+template <typename Table>
+void shrinkIfEmpty(Table& table) {
+  constexpr std::size_t fewBuckets = 10'000;
+  if (table.empty() && table.bucket_count() > fewBuckets) {
+    table = Table();
+  }
+}
+
+}  // namespace
 
 Dispatcher::Dispatcher(Clock& clock, SystemLog& log, Volumes& volumes, PipelineObserver* observer)
     : clock_(clock), log_(log), volumes_(volumes), observer_(observer), conditions_(clock) {}
@@ -84,25 +96,27 @@ std::size_t Dispatcher::lengthOfBothItemLists() {
 
 void Dispatcher::copyItemsToMyItemListFrom(std::vector<std::string>& paths) {
   MutexLock hold(lists_.lock4Lists);
-  takeOver(paths);
+  for (std::string& path : paths) {
+    takeOver(std::move(path));
+  }
+  paths.clear();
 }
 
 void Dispatcher::copyIntakeToMyItemList() {
   MutexLock hold(lists_.lock4Lists);
-  takeOver(lists_.itemList);
+  for (; !lists_.itemList.empty(); lists_.itemList.pop_front()) {
+    takeOver(std::move(lists_.itemList.front()));
+  }
 }
 
-void Dispatcher::takeOver(std::vector<std::string>& paths) {
-  for (std::string& path : paths) {
-    try {
-      if (lists_.scannableList.count(path) == 0) {
-        lists_.myItemList.try_emplace(std::move(path));
-      }
-    } catch (const std::exception& failure) {
-      log_.log(std::string("Yikes! We just caught a crash.  Here's why ") + failure.what());
+void Dispatcher::takeOver(std::string&& path) {
+  try {
+    if (lists_.scannableList.count(path) == 0) {
+      lists_.myItemList.try_emplace(std::move(path));
     }
+  } catch (const std::exception& failure) {
+    log_.log(std::string("Yikes! We just caught a crash.  Here's why ") + failure.what());
   }
-  paths.clear();
 }
 
 void Dispatcher::getItemSizesInMyItemList() {
@@ -148,6 +162,7 @@ void Dispatcher::moveReadyItemsToScannableList() {
       }
       item = lists_.myItemList.erase(item);
     }
+    shrinkIfEmpty(lists_.myItemList);
     lists_.scannableCount = static_cast<std::int32_t>(lists_.scannableList.size());
   }
   conditions_.scannerLock.lock();
@@ -162,6 +177,7 @@ void Dispatcher::copyFromDispatchToScanner(std::vector<std::string>& scanList) {
     auto node = lists_.scannableList.extract(lists_.scannableList.begin());
     scanList.push_back(std::move(node.value()));
   }
+  shrinkIfEmpty(lists_.scannableList);
   lists_.scannableCount = static_cast<std::int32_t>(lists_.scannableList.size());
 }
 

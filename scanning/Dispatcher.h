@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -77,7 +78,8 @@ class Dispatcher {
 
   struct Lists {
     Mutex lock4Lists;
-    std::vector<std::string> itemList QUILLO_GUARDED_BY(lock4Lists);
+    // Gives back what it took for a storm, as a vector would not.
+    std::deque<std::string> itemList QUILLO_GUARDED_BY(lock4Lists);
     std::unordered_map<std::string, Item> myItemList QUILLO_GUARDED_BY(lock4Lists);
     std::unordered_set<std::string> scannableList QUILLO_GUARDED_BY(lock4Lists);
     // Written under lock4Lists, read without it: scanners test for work at no cost.
@@ -90,7 +92,7 @@ class Dispatcher {
   };
 
   void measureOrWait();
-  void takeOver(std::vector<std::string>& paths) QUILLO_REQUIRES(lists_.lock4Lists);
+  void takeOver(std::string&& path) QUILLO_REQUIRES(lists_.lock4Lists);
   void copyIntakeToMyItemList() QUILLO_EXCLUDES(lists_.lock4Lists);
   // Returns false when the path leaves those measured.
   bool measure(const std::string& path, Item& item) QUILLO_REQUIRES(lists_.lock4Lists);
