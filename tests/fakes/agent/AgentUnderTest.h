@@ -48,6 +48,11 @@ class AgentThreads final : public ThreadStarter {
     std::lock_guard hold(mutex_);
     return names_;
   }
+  void forgetNames() {
+    std::lock_guard hold(mutex_);
+    names_.clear();
+    names_.shrink_to_fit();
+  }
   std::ptrdiff_t count(const std::string& name) {
     const auto started = names();
     return std::count(started.begin(), started.end(), name);
