@@ -38,10 +38,12 @@ void PathFilter::Place::follow() {
   }
 }
 
-void PathFilter::Place::followAnew() {
-  if (real.hasChanged()) {
-    follow();
+bool PathFilter::Place::followAnew() {
+  if (!real.hasChanged()) {
+    return false;
   }
+  follow();
+  return true;
 }
 
 // Both are plain beginnings, not cut at a "/": see the watch list, whose folders end in one.
@@ -65,8 +67,12 @@ void PathFilter::refresh() {
   auto folders = watched_.getWatchedFolderList();
   auto flags = watched_.getCheckSubDirs();
   if (folders == folders_ && flags == flags_) {
+    bool isOther = false;
     for (Place& place : places_) {
-      place.followAnew();
+      isOther = place.followAnew() || isOther;
+    }
+    if (isOther) {
+      arrange();
     }
     return;
   }
@@ -77,6 +83,18 @@ void PathFilter::refresh() {
   }
   folders_ = std::move(folders);
   flags_ = std::move(flags);
+  arrange();
+}
+
+void PathFilter::arrange() {
+  beginnings_.clear();
+  for (std::size_t index = 0; index < places_.size(); ++index) {
+    beginnings_.add(places_[index].name, index);
+    if (!places_[index].realName.empty()) {
+      beginnings_.add(places_[index].realName, index);
+    }
+  }
+  beginnings_.arrange();
 }
 
 PathFilter::Judgement PathFilter::judge(const std::string& path) const {
@@ -84,10 +102,8 @@ PathFilter::Judgement PathFilter::judge(const std::string& path) const {
     return {Rule::inQuarantine, nullptr};
   }
   Judgement judgement;
-  for (const Place& place : places_) {
-    if (!place.holds(path)) {
-      continue;
-    }
+  for (const std::size_t index : beginnings_.of(path)) {
+    const Place& place = places_[index];
     judgement.folder = &place.name;
     if (place.withSubfolders) {
       judgement.rule = isTrashed(path) ? Rule::inTrash : Rule::watched;

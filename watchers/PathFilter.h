@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "posix/RealPath.h"
+#include "watchers/PathBeginnings.h"
 #include "watchers/WatcherOwner.h"
 
 namespace quillo {
@@ -49,13 +50,16 @@ class PathFilter {
     bool holds(const std::string& path) const;
     bool isParentOf(const std::string& path) const;
     void follow();
-    void followAnew();
+    // Returns whether it leads elsewhere now.
+    bool followAnew();
 
     std::string name;
     bool withSubfolders = false;
     RealPath real;
     std::string realName;  // empty when it is the same
   };
+
+  void arrange();
 
   // Constant after construction.
   WatchedFolders& watched_;
@@ -66,6 +70,7 @@ class PathFilter {
   std::shared_ptr<const WatchedFolderList> folders_;
   std::shared_ptr<const SubdirectoryFlags> flags_;
   std::vector<Place> places_;
+  PathBeginnings beginnings_;  // of all their names, by their numbers
 };
 
 }  // namespace quillo
