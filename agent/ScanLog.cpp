@@ -1,6 +1,7 @@
 #include "agent/ScanLog.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -25,6 +26,29 @@ namespace {
 
 constexpr const char* systemRotator = "/usr/sbin/newsyslog";
 
+bool isPipe(const std::string& path) {
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
+// A pipe would hold up the whole agent: here until somebody reads it, and at a line once nobody
+// does.
+UniqueFd openLog(const std::string& path, std::string& problem) {
+  constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
+  UniqueFd file(open(path.c_str(), flags | O_NONBLOCK, 0640));
+  const int error = errno;
+  if (isPipe(path)) {
+    problem = "it is a pipe";
+    return UniqueFd();
+  }
+  if (!file) {
+    problem = std::strerror(error);
+    return UniqueFd();
+  }
+  fcntl(file.get(), F_SETFL, O_APPEND);
+  return file;
+}
+
 }  // namespace
 
 ScanLog::ScanLog(Folders& folders, const TypedPreferences& preferences, SystemLog& log,
@@ -46,10 +70,10 @@ void ScanLog::logAllToScanLog() {
   std::error_code ignored;
   std::filesystem::create_directories(folders_.homeFolder() + "/Library/Logs", ignored);
   const std::string log = path();
-  const UniqueFd file(open(log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640));
+  std::string problem;
+  const UniqueFd file = openLog(log, problem);
   if (!file) {
-    const int error = errno;
-    log_.log("Scan log " + log + " cannot be opened: " + std::strerror(error) +
+    log_.log("Scan log " + log + " cannot be opened: " + problem +
              "; its lines go where they went before");
     return;
   }

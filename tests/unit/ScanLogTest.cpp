@@ -67,6 +67,17 @@ TEST_F(ScanLogTest, WritesAtTheEndAlsoBehindOtherWriters) {
   EXPECT_EQ(logged(), "one\ntwo\nthree\n");
 }
 
+TEST_F(ScanLogTest, IsNoPipeWhetherSomebodyReadsItOrNot) {
+  home.makeFolder("Library/Logs");
+  ASSERT_EQ(mkfifo(logFile().c_str(), 0600), 0);
+  log.logAllToScanLog();
+  const UniqueFd reader(open(logFile().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  log.logAllToScanLog();
+  const std::string line = "Scan log " + logFile() +
+                           " cannot be opened: it is a pipe; its lines go where they went before";
+  EXPECT_EQ(desktop.systemLog.lines(), (std::vector<std::string>{line, line}));
+}
+
 TEST_F(ScanLogTest, LeavesTheOutputAloneWhenItCannotBeOpened) {
   home.makeFolder("Library/Logs/VantrelQuillo-scan.log");
   log.logAllToScanLog();
