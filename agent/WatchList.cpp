@@ -32,6 +32,7 @@ void WatchList::populateMenu() {
   missing_.store({});
   const std::vector<ChosenFolder> chosen = services_.preferences.value(key::quilloFolderArray);
   mainMenu.setNumItemsToWatch(static_cast<std::int32_t>(chosen.size()));
+  patience_ = longestLook;
   for (const ChosenFolder& folder : chosen) {
     mainMenu.addToMenuWithObjectToWatch(folder.path, folder.path);
     addToWatchListWithSubdirs(folder.path, folder.withSubdirs);
@@ -41,7 +42,8 @@ void WatchList::populateMenu() {
 }
 
 void WatchList::addToWatchListWithSubdirs(std::string path, bool withSubdirs) {
-  if (auto watched = watchedForm(path)) {
+  const auto facts = lookAt(path);
+  if (auto watched = watchedForm(path, facts)) {
     auto flags = *checkSubDirs.load();
     flags[*watched] = withSubdirs;
     checkSubDirs.store(std::move(flags));
@@ -54,6 +56,21 @@ void WatchList::addToWatchListWithSubdirs(std::string path, bool withSubdirs) {
     missing_.store(std::move(missing));
   }
   mainMenu.setReady();
+}
+
+// On the main thread: a server that has gone silent is not to hold up everything else.
+std::optional<FileFacts> WatchList::lookAt(const std::string& path) {
+  using std::chrono::steady_clock;
+  const auto began = steady_clock::now();
+  const BoundedLooks::Answer answer = looks_.lookAt(path, patience_);
+  const auto took =
+      std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - began);
+  patience_ = std::max(patience_ - took, std::chrono::milliseconds(100));
+  if (answer.isSilent) {
+    services_.systemLog.log("The folder " + path +
+                            " does not answer: it is not guarded before watching begins again");
+  }
+  return answer.facts;
 }
 
 bool WatchList::okToAddDir(const std::string& path,
@@ -85,7 +102,7 @@ void WatchList::stop() {
 std::vector<std::string> WatchList::missingFolders() const {
   std::vector<std::string> missing = *missing_.load();
   for (const std::string& path : *watchedFolderList.load()) {
-    if (!fileExists(path)) {
+    if (!looks_.lookAt(path, longestLook).facts) {
       missing.push_back(path);
     }
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -7,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "posix/BoundedLook.h"
 #include "posix/Snapshot.h"
 
 namespace quillo {
@@ -44,8 +46,8 @@ class WatchList {
   // Returns what is to be watched, in words for the log.
   std::string inWords() const;
 
-  // Returns the folders that were to be watched and are not there now, or were not when watching
-  // began. Any thread.
+  // Returns the folders that were to be watched and are not there now, or do not answer in time, or
+  // were so when watching began. Any thread.
   std::vector<std::string> missingFolders() const;
 
   std::shared_ptr<const std::vector<std::string>> getWatchedFolderList() const {
@@ -57,11 +59,19 @@ class WatchList {
   std::int32_t getMaxRecursionDepth() const { return maxRecursionDepth; }
 
  private:
+  // At all folders together while the list is built.
+  static constexpr std::chrono::milliseconds longestLook{2000};
+
+  std::optional<FileFacts> lookAt(const std::string& path);
+
   const WatchListServices services_;
   Throbber& mainMenu;
   Dispatcher& theDispatcher;
   const std::int32_t maxRecursionDepth = 0;
+  // The main thread's own: what is left of it.
+  std::chrono::milliseconds patience_ = longestLook;
   // Own synchronisation: the watchers read them.
+  mutable BoundedLooks looks_;
   Snapshot<std::vector<std::string>> watchedFolderList;
   Snapshot<std::map<std::string, bool>> checkSubDirs;
   // Those that were not there when the list was built, which are not watched.

@@ -10,6 +10,10 @@ namespace quillo {
 
 std::optional<std::string> watchedForm(std::string path) {
   const auto facts = fileFacts(path);
+  return watchedForm(std::move(path), facts);
+}
+
+std::optional<std::string> watchedForm(std::string path, const std::optional<FileFacts>& facts) {
   if (!facts) {
     return std::nullopt;
   }

@@ -25,6 +25,7 @@ class SystemLog;
 class ThreadStarter;
 class TrashFolders;
 class TypedPreferences;
+struct FileFacts;
 
 using WatchedFolderList = std::vector<std::string>;
 using SubdirectoryFlags = std::map<std::string, bool>;
@@ -61,6 +62,8 @@ class WatchedFolders {
 // Returns the path as the list holds it: one that leads to a folder with a "/" at its end. Nothing
 // when nothing is there, which is not watched. Any thread.
 std::optional<std::string> watchedForm(std::string path);
+// The same where it is known already what is there.
+std::optional<std::string> watchedForm(std::string path, const std::optional<FileFacts>& facts);
 
 // The agent. Any thread.
 class WatcherOwner : public WatchedFolders {
