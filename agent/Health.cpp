@@ -70,7 +70,7 @@ void Health::round() {
   } catch (const std::exception& failure) {
     // Memory may be short for a moment; the watched folders are guarded meanwhile.
     isWell = false;
-    services_.systemLog.log(std::string("Health: a look failed: ") + failure.what());
+    logFailure(services_.systemLog, "Health", ": a look failed: ", failure);
   }
   if (!isWell) {
     due_.lock();

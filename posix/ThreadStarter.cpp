@@ -11,11 +11,15 @@ void DetachedThreads::detachNewThread(const std::string& name, std::function<voi
   std::thread([name, body = std::move(body), report = report_] {
     pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
     try {
-      body();
-    } catch (const std::exception& failure) {
-      report("Thread " + name + " ended: " + failure.what());
+      try {
+        body();
+      } catch (const std::exception& failure) {
+        report("Thread " + name + " ended: " + failure.what());
+      } catch (...) {
+        report("Thread " + name + " ended with an unknown failure");
+      }
     } catch (...) {
-      report("Thread " + name + " ended with an unknown failure");
+      // There is no memory left to say so.
     }
   }).detach();
 }

@@ -37,7 +37,7 @@ void Dispatcher::cycle() {
     measureOrWait();
   } catch (const std::exception& failure) {
     // Memory may be short for a moment; what waits is still in its lists.
-    log_.log(std::string("Dispatcher: a cycle failed: ") + failure.what());
+    logFailure(log_, "Dispatcher", ": a cycle failed: ", failure);
     clock_.sleepFor(std::chrono::seconds(1));
   }
 }
@@ -115,7 +115,7 @@ void Dispatcher::takeOver(std::string&& path) {
       lists_.myItemList.try_emplace(std::move(path));
     }
   } catch (const std::exception& failure) {
-    log_.log(std::string("Yikes! We just caught a crash.  Here's why ") + failure.what());
+    logFailure(log_, "", "Yikes! We just caught a crash.  Here's why ", failure);
   }
 }
 

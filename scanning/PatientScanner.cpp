@@ -54,7 +54,9 @@ void PatientScanner::mainLoop() {
     try {
       round();
     } catch (const std::exception& failure) {
-      services_.systemLog.log(name_ + ": " + failure.what());
+      // Memory may be short for a moment; what waits is still in the dispatcher's lists.
+      logFailure(services_.systemLog, name_, ": ", failure);
+      services_.clock.sleepFor(std::chrono::seconds(1));
     }
   }
 }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -44,6 +45,15 @@ TEST_F(ThreadStarterTest, ReportsTheExceptionThatEndsAThread) {
 
 TEST_F(ThreadStarterTest, ReportsWhateverEndsAThread) {
   EXPECT_EQ(reportOf([] { throw 3; }), "Thread worker ended with an unknown failure");
+}
+
+TEST_F(ThreadStarterTest, EndsAThreadAlsoWhenThereIsNoMemoryForTheReport) {
+  DetachedThreads starved{[said = said](const std::string&) {
+    said->set_value("tried");
+    throw std::bad_alloc();
+  }};
+  starved.detachNewThread("worker", [] { throw std::bad_alloc(); });
+  EXPECT_EQ(said->get_future().get(), "tried");
 }
 
 }  // namespace
