@@ -249,7 +249,7 @@ int GuardedHome::awaitEnd() {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-pid_t GuardedHome::helper() const { return processNamed("gfslogger", agent_); }
+pid_t GuardedHome::child(const std::string& name) const { return processNamed(name, agent_); }
 pid_t GuardedHome::daemon() const { return processNamed("clamd", 0); }
 
 std::string GuardedHome::save(const std::string& name, const std::string& contents) const {

@@ -70,7 +70,10 @@ class GuardedHome {
   // Waits until the agent has ended by itself and gives its exit status; -1 at the deadline.
   int awaitEnd();
   bool isRunning() const;
-  pid_t helper() const;
+  pid_t agent() const { return agent_; }
+  // A running process of that name which the agent started; -1 when there is none.
+  pid_t child(const std::string& name) const;
+  pid_t helper() const { return child("gfslogger"); }
   pid_t daemon() const;
 
   // Writes a file as the user, with the folders it needs.

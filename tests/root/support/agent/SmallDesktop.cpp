@@ -109,6 +109,13 @@ SmallDesktop::~SmallDesktop() {
   unlink("/tmp/small-desktop.conf");
 }
 
+void SmallDesktop::endBus() {
+  g_dbus_connection_set_exit_on_close(connection_, FALSE);
+  bus_.reset();
+}
+
+void SmallDesktop::endScreen() { screen_.reset(); }
+
 void SmallDesktop::serve(const std::string& address) {
   g_main_context_push_thread_default(context_);
   const auto flags =

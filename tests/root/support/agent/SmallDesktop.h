@@ -36,6 +36,9 @@ class SmallDesktop {
   // Chooses from the status item's menu as soon as the entry is there and enabled; false when that
   // does not happen.
   bool choose(const std::string& entry);
+  // As by a crash of the desktop's. Nothing is notified or chosen without a bus.
+  void endBus();
+  void endScreen();
 
  private:
   static void handleCall(GDBusConnection*, const gchar* sender, const gchar*, const gchar*,

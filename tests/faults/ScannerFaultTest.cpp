@@ -1,0 +1,111 @@
+// The real agent when the engine's scanner, clamdscan, fails. The agent's memory and the next file
+// are what counts.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <filesystem>
+
+#include "tests/faults/support/ProcessFacts.h"
+#include "tests/faults/support/ReplacedProgram.h"
+#include "tests/root/support/agent/GuardedHome.h"
+#include "tests/root/support/world/FilesAndMounts.h"
+#include "tests/support/Waiting.h"
+
+namespace quillo::tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr long muchMemory = 64L << 10;  // KiB
+
+class FaultyScanner : public testing::Test {
+ protected:
+  FaultyScanner() {
+    home.startAndAwaitWatching();
+    home.logHas("Scanned (status 0): " + home.guarded("sentinel"));
+  }
+  std::string scanner() const { return home.tree() + "/bin/clamdscan"; }
+  // What a script does once it has done what it was to do.
+  static std::string done() { return "\n: > /tmp/guarded/home/done"; }
+  bool awaitDone() const {
+    return FolderWatch(home.home()).awaitThat([this] { return fs::exists(home.home() + "/done"); });
+  }
+  // Without a look into a log that may be large.
+  void expectMovesWhatItFinds() {
+    const std::string moved = home.home() + "/Quarantine/after.com";
+    home.saveInfected("after.com");
+    EXPECT_TRUE(awaitThat([&] { return fs::exists(moved); }));
+  }
+
+  GuardedHome home{"QuilloQuarantineFiles = true\nQuarantineFolder = \"~/Quarantine/\"\n"};
+};
+
+TEST_F(FaultyScanner, ThatIsKilledTakesNoOtherFileAlong) {
+  const pid_t daemon = home.daemon();
+  ASSERT_EQ(kill(daemon, SIGSTOP), 0);
+  const std::string file = home.saveInfected("held.com");
+  ASSERT_TRUE(home.logHas("Scanning: " + file));
+  const pid_t scanner = home.child("clamdscan");
+  ASSERT_GT(scanner, 0);
+  ASSERT_EQ(kill(scanner, SIGKILL), 0);
+  ASSERT_EQ(kill(daemon, SIGCONT), 0);
+  EXPECT_TRUE(home.logHas("Scanned (status 9): " + file));
+  expectMovesWhatItFinds();
+}
+
+TEST_F(FaultyScanner, ThatHangsForEverLeavesTheOtherScannerAtWork) {
+  const ReplacedProgram hanging(
+      scanner(),
+      "mkdir /tmp/guarded/home/hanging && exec tail -f /dev/null\nexec \"$0.real\" \"$@\"");
+  const std::string held = home.saveInfected("held.com");
+  ASSERT_TRUE(home.logHas("Scanning: " + held));
+  ASSERT_TRUE(awaitThat([&] { return fs::exists(home.home() + "/hanging"); }));
+  expectMovesWhatItFinds();
+  EXPECT_TRUE(fs::exists(held));
+}
+
+TEST_F(FaultyScanner, ThatPrintsAHundredMegabytesCostsNoMemory) {
+  const long before = peakMemory(home.agent());
+  {
+    const ReplacedProgram talkative(
+        scanner(), "yes \"$(head -c 4000 /dev/zero | tr '\\0' x)\" | head -c 100000000" + done());
+    home.save("clean.txt", "clean");
+    ASSERT_TRUE(awaitDone());
+  }
+  expectMovesWhatItFinds();
+  EXPECT_LT(peakMemory(home.agent()) - before, muchMemory);
+}
+
+TEST_F(FaultyScanner, ThatPrintsWhatIsNoTextIsReadToItsEnd) {
+  {
+    const ReplacedProgram binary(scanner(), "head -c 5000000 /dev/urandom" + done());
+    home.save("clean.txt", "clean");
+    ASSERT_TRUE(awaitDone());
+  }
+  expectMovesWhatItFinds();
+}
+
+TEST_F(FaultyScanner, ThatPrintsOneEndlessLineCostsNoMemory) {
+  const long before = peakMemory(home.agent());
+  {
+    const ReplacedProgram endless(scanner(), "head -c 20000000 /dev/zero | tr '\\0' x" + done());
+    home.save("clean.txt", "clean");
+    ASSERT_TRUE(awaitDone());
+  }
+  expectMovesWhatItFinds();
+  EXPECT_LT(peakMemory(home.agent()) - before, muchMemory);
+}
+
+TEST_F(FaultyScanner, WhoseGrandchildHoldsThePipeIsNotWaitedFor) {
+  const std::string file = home.guarded("clean.txt");
+  {
+    const ReplacedProgram forking(scanner(), "tail -f /dev/null &\necho said" + done());
+    home.save("clean.txt", "clean");
+    ASSERT_TRUE(home.logHas("Scanned (status 0): " + file));
+  }
+  expectMovesWhatItFinds();
+}
+
+}  // namespace
+}  // namespace quillo::tests
