@@ -199,6 +199,7 @@ bool ScanSession::understand(std::string_view text, const Handler& handler) {
     return end(nonsense) == Sent::yes;
   }
   questions_.erase(question);
+  ++answers_;
   if (aboutFile) {
     handler(*answer);
   }

@@ -68,6 +68,9 @@ class ScanSession {
   // answers that came before its end have been handed over.
   using Handler = std::function<void(const SessionAnswer& answer)>;
   bool receive(const Handler& handler);
+  // Returns how many answers have come, those to PINGs among them. Bytes that end none do not
+  // count.
+  std::uint64_t answers() const { return answers_; }
   // Returns why it is over, in words that go behind "Not scanned: ".
   const std::string& ending() const { return ending_; }
 
@@ -81,6 +84,7 @@ class ScanSession {
 
   UniqueFd socket_;
   std::uint64_t last_ = 0;
+  std::uint64_t answers_ = 0;
   std::map<std::uint64_t, bool> questions_;  // not answered yet; true for a file's
   std::string bytes_;
   std::string ending_;

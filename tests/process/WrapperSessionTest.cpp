@@ -265,6 +265,16 @@ TEST_F(WrapperSession, EndsSomeTimeWithADaemonThatNeverAnswers) {
   EXPECT_EQ(run.status, 2);
 }
 
+TEST_F(WrapperSession, EndsSomeTimeWithADaemonThatAnswersByteByByte) {
+  tree.addToDaemon("CommandReadTimeout 1\n");
+  SessionClamd::Manners manners;
+  manners.drips = true;
+  tree.daemon([](const Question&) -> Said { return ""; }, manners);
+  const std::string path = tree.file("clean");
+  const WrapperRun run = tree.scanWithPatience({path}, 600ms);
+  EXPECT_EQ(run.output, lost(path, "the scanner made no progress"));
+}
+
 TEST_F(WrapperSession, GivesUpASessionThatIsDeadInADaemonThatLives) {
   SessionClamd::Manners manners;
   manners.pongs = false;

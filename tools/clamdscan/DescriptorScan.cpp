@@ -221,8 +221,12 @@ void DescriptorScan::keepAlive() {
 }
 
 void DescriptorScan::takeAnswers() {
+  const std::uint64_t before = session_->answers();
   const bool goesOn = session_->receive([this](const SessionAnswer& said) { take(said); });
-  heard_ = clock_.now();
+  // A byte now and then is no sign of life, or a session could last for a day.
+  if (session_->answers() != before) {
+    heard_ = clock_.now();
+  }
   if (!goesOn && holds()) {
     session_.reset();
   } else if (!goesOn) {

@@ -122,6 +122,9 @@ bool SessionClamd::obey(int link, const std::string& command, Session& session) 
       return !manners_.alive || sendAll(link, std::string("PONG\0", 5));
     }
     ++pings_;
+    if (manners_.drips) {
+      return sendAll(link, "1");
+    }
     const int number = ++session.last;
     std::string answer = std::to_string(number) + ": PONG" + std::string(1, '\0');
     if (++session.pings == manners_.pongsBeforeAnswers) {

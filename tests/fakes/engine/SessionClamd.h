@@ -30,6 +30,7 @@ class SessionClamd {
     bool pongs = true;           // whether PINGs in sessions are answered
     bool alive = true;           // whether those of newcomers are
     int pongsBeforeAnswers = 0;  // what the script says is held back for so many
+    bool drips = false;          // a PING in a session gets one byte, which ends no answer
     bool lastVisit = false;      // nobody listens any more once the first session is over
   };
 
