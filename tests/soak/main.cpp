@@ -1,0 +1,3 @@
+#include "tests/root/support/world/OwnWorld.h"
+
+int main(int argc, char** argv) { return quillo::tests::runAllTestsInOwnWorld(argc, argv); }
