@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-#include "benchmarks/storm/StormFiles.h"
+#include "benchmarks/support/StormFiles.h"
 
 namespace bench {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "benchmarks/coverage/FolderGuard.h"
-#include "benchmarks/storm/Agent.h"
+#include "benchmarks/support/Agent.h"
 
 namespace bench {
 

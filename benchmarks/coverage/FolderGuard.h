@@ -4,7 +4,7 @@
 #include <string>
 
 #include "benchmarks/coverage/GuardLog.h"
-#include "benchmarks/storm/Processes.h"
+#include "benchmarks/support/Processes.h"
 
 namespace bench {
 

@@ -4,7 +4,7 @@
 #include <set>
 #include <string>
 
-#include "benchmarks/storm/Processes.h"
+#include "benchmarks/support/Processes.h"
 
 namespace bench {
 

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "benchmarks/storm/Processes.h"
+#include "benchmarks/support/Processes.h"
 #include "posix/ChildProcess.h"
 
 namespace bench {

@@ -8,7 +8,7 @@
 #include <set>
 #include <stdexcept>
 
-#include "benchmarks/storm/Processes.h"
+#include "benchmarks/support/Processes.h"
 
 namespace bench {
 namespace {

@@ -7,7 +7,7 @@
 #include <exception>
 #include <stdexcept>
 
-#include "benchmarks/storm/Processes.h"
+#include "benchmarks/support/Processes.h"
 
 namespace bench {
 namespace {

@@ -22,7 +22,7 @@
 #include "benchmarks/coverage/OnAccessGuard.h"
 #include "benchmarks/coverage/Places.h"
 #include "benchmarks/coverage/Trial.h"
-#include "benchmarks/storm/StormFiles.h"
+#include "benchmarks/support/StormFiles.h"
 #include "posix/ChildProcess.h"
 
 namespace bench {

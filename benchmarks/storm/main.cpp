@@ -14,10 +14,10 @@
 #include <string>
 #include <vector>
 
-#include "benchmarks/storm/Agent.h"
 #include "benchmarks/storm/BareEvents.h"
-#include "benchmarks/storm/Engine.h"
-#include "benchmarks/storm/StormFiles.h"
+#include "benchmarks/support/Agent.h"
+#include "benchmarks/support/Engine.h"
+#include "benchmarks/support/StormFiles.h"
 
 namespace bench {
 namespace {
@@ -63,15 +63,18 @@ double writeAndRemove(const std::string& folder) {
 void measureWatched(Agent& agent, Round& round) {
   const std::string folder = agent.guarded() + "/storm";
   makeOrdinaryFolder(folder);
+  SightingLog log(agent.log(), agent.lines(), folder);
   const Usage agentBefore = agent.usage();
   const Usage helperBefore = agent.helperUsage();
   const Seconds begin = now();
   round.watchedWriter = writeStorm(folder).count();
-  const int infected = agent.awaitVerdicts(folder, fileCount);
-  round.pipeline = (now() - begin).count();
-  if (infected != infectedCount) {
-    throw std::runtime_error("found " + std::to_string(infected) + " of " +
-                             std::to_string(infectedCount) + " infected files");
+  const Storm& storm = tenThousandFiles;
+  const Seen seen = awaitStorm(agent, log, storm.files);
+  round.pipeline = (seen.last - begin).count();
+  if (seen.files != storm.files || seen.infected != storm.infected) {
+    throw std::runtime_error(
+        "named " + std::to_string(seen.files) + " of " + std::to_string(storm.files) + " files, " +
+        std::to_string(seen.infected) + " of " + std::to_string(storm.infected) + " infected ones");
   }
   round.agent = agent.usage();
   round.helper = agent.helperUsage();

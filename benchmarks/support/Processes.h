@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,17 +12,24 @@
 namespace bench {
 
 inline constexpr uid_t ordinaryUser = 12345;
+inline constexpr uid_t rootUser = 0;
 
 using Seconds = std::chrono::duration<double>;
 Seconds now();
 
-// Starts a program as the ordinary user, with this environment alone and its output into `log` (or
-// the null device). Throws std::runtime_error when it cannot.
+// Starts a program as that user, with this environment alone and its output into `log` (or the null
+// device). Throws std::runtime_error when it cannot.
 pid_t start(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-            const std::string& log = "/dev/null");
+            const std::string& log = "/dev/null", uid_t user = ordinaryUser);
+// The same for what the caller does itself in a process of its own; what it returns is the exit
+// status.
+pid_t startFork(const std::function<int()>& work, uid_t user = ordinaryUser);
 // Waits for it and returns its exit status.
 int finish(pid_t pid);
-int run(const std::vector<std::string>& command, const std::vector<std::string>& environment);
+int run(const std::vector<std::string>& command, const std::vector<std::string>& environment,
+        const std::string& log = "/dev/null", uid_t user = ordinaryUser);
+// Ends it with that signal and waits for it.
+void end(pid_t pid, int signal);
 
 // What a process that still runs has used so far.
 struct Usage {

@@ -1,10 +1,15 @@
-#include "benchmarks/storm/Processes.h"
+#include "benchmarks/support/Processes.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -20,6 +25,16 @@ std::vector<char*> pointers(const std::vector<std::string>& strings) {
   }
   result.push_back(nullptr);
   return result;
+}
+
+// As many as systemd lets a service or a session have: some do worse with fewer, and some with
+// more.
+void limitDescriptors() {
+  constexpr rlim_t usual = 1024;
+  rlimit limit = {};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = std::min(usual, limit.rlim_max);
+  setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 // Fields of /proc/PID/stat from the third on: the name before them may hold anything.
@@ -39,25 +54,40 @@ std::vector<std::string> statFields(pid_t pid) {
 
 Seconds now() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
-pid_t start(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-            const std::string& log) {
-  std::vector<char*> argv = pointers(command);
-  std::vector<char*> envp = pointers(environment);
+pid_t startFork(const std::function<int()>& work, uid_t user) {
   const pid_t pid = fork();
   if (pid < 0) {
-    throw std::runtime_error("cannot fork for " + command.front());
+    throw std::runtime_error("cannot fork: " + std::string(std::strerror(errno)));
   }
   if (pid == 0) {
-    const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
-    dup2(output, STDOUT_FILENO);
-    dup2(output, STDERR_FILENO);
-    if (setgid(ordinaryUser) != 0 || setuid(ordinaryUser) != 0) {
+    if (user != rootUser && (setgid(user) != 0 || setuid(user) != 0)) {
       _exit(126);
     }
-    execve(argv[0], argv.data(), envp.data());
-    _exit(127);
+    try {
+      _exit(work());
+    } catch (const std::exception& failure) {
+      std::fprintf(stderr, "%s\n", failure.what());
+      _exit(125);
+    }
   }
   return pid;
+}
+
+pid_t start(const std::vector<std::string>& command, const std::vector<std::string>& environment,
+            const std::string& log, uid_t user) {
+  // Made before the fork: the child of a program with threads may not ask for memory.
+  std::vector<char*> argv = pointers(command);
+  std::vector<char*> envp = pointers(environment);
+  return startFork(
+      [&] {
+        const int output = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
+        dup2(output, STDOUT_FILENO);
+        dup2(output, STDERR_FILENO);
+        limitDescriptors();
+        execve(argv[0], argv.data(), envp.data());
+        return 127;
+      },
+      user);
 }
 
 int finish(pid_t pid) {
@@ -66,8 +96,14 @@ int finish(pid_t pid) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-int run(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
-  return finish(start(command, environment));
+int run(const std::vector<std::string>& command, const std::vector<std::string>& environment,
+        const std::string& log, uid_t user) {
+  return finish(start(command, environment, log, user));
+}
+
+void end(pid_t pid, int signal) {
+  kill(pid, signal);
+  finish(pid);
 }
 
 Usage usageOf(pid_t pid) {

@@ -3,13 +3,14 @@
 #include <string>
 #include <vector>
 
-#include "benchmarks/storm/Processes.h"
+#include "benchmarks/support/ProcessFigures.h"
+#include "benchmarks/support/Watcher.h"
 
 namespace bench {
 
 // A throw-away home with an engine tree and an agent that guards one folder in it, for the ordinary
 // user. Everything lies below `root`.
-class Agent {
+class Agent final : public Watcher {
  public:
   // `build`: the folder of the release build.
   Agent(std::string root, const std::string& build);
@@ -18,22 +19,26 @@ class Agent {
   const std::string& tree() const { return tree_; }
   const std::vector<std::string>& environment() const { return environment_; }
 
+  std::string name() const override { return "Vantrel Quillo"; }
+  void start() override;
+  // Ends it, and the daemon that it launched.
+  void stop() override;
+  std::vector<pid_t> processes() const override;
+  std::string log() const override { return log_; }
+  SightingLog::Lines lines() const override { return SightingLog::Lines::verdicts; }
+  bool namesCleanFiles() const override { return true; }
+  // What the preferences say besides, from the next start on.
+  void setPreferences(const std::string& lines);
+
   // Starts the agent and waits until it reports a file saved into the guarded folder. Returns the
   // time from the engine's answer to the first report.
   Seconds startAndAwaitWatching();
-  // Ends it, and the daemon that it launched.
-  void stop();
-
-  // Waits until the log holds a verdict on so many files of the folder; returns how many were
-  // infected.
-  int awaitVerdicts(const std::string& folder, int files);
   Usage usage() const;
   Usage helperUsage() const;
 
  private:
   std::string readLog() const;
   void makeTree();
-  void writePreferences();
 
   std::string root_;
   std::string program_;

@@ -1,10 +1,9 @@
-#include "benchmarks/storm/Agent.h"
+#include "benchmarks/support/Agent.h"
 
 #include <poll.h>
 #include <signal.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -12,8 +11,8 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "benchmarks/storm/Engine.h"
-#include "benchmarks/storm/StormFiles.h"
+#include "benchmarks/support/Engine.h"
+#include "benchmarks/support/StormFiles.h"
 
 namespace bench {
 namespace {
@@ -63,7 +62,7 @@ Agent::Agent(std::string root, const std::string& build)
         home_ + "/.config", home_ + "/.config/vantrel"}) {
     makeOrdinaryFolder(folder);
   }
-  writePreferences();
+  setPreferences("");
   makeTree();
 }
 
@@ -73,11 +72,11 @@ void Agent::makeTree() {
   }
 }
 
-void Agent::writePreferences() {
+void Agent::setPreferences(const std::string& lines) {
   writeFile(home_ + "/.config/vantrel/org.vantrel.Vantrel.toml",
             "PathToClamav = \"" + tree_ + "\"\nPathToUpdateLog = \"" + home_ +
-                "/update.log\"\nSuppressInfoDialogs = true\n[[QuilloFolderArray]]\npathName = \"" +
-                guarded_ + "\"\nWatchSubdirs = true\n");
+                "/update.log\"\nSuppressInfoDialogs = true\n" + lines +
+                "[[QuilloFolderArray]]\npathName = \"" + guarded_ + "\"\nWatchSubdirs = true\n");
 }
 
 std::string Agent::readLog() const {
@@ -87,10 +86,23 @@ std::string Agent::readLog() const {
   return text.str();
 }
 
-Seconds Agent::startAndAwaitWatching() {
+void Agent::start() {
   writeFile(log_, "");
+  pid_ = bench::start({program_}, environment_);
+}
+
+std::vector<pid_t> Agent::processes() const {
+  std::vector<pid_t> family = familyOf(pid_);
+  // Its launcher's until it has detached itself.
+  for (const pid_t daemon : processesNamed("clamd")) {
+    std::erase(family, daemon);
+  }
+  return family;
+}
+
+Seconds Agent::startAndAwaitWatching() {
+  start();
   const FileWatch watch(log_);
-  pid_ = start({program_}, environment_);
   const Seconds deadline = now() + Seconds(patience);
   while (readLog().find("clamd launched successfully") == std::string::npos) {
     if (now() > deadline) {
@@ -123,41 +135,6 @@ Seconds Agent::startAndAwaitWatching() {
   }
 }
 
-int Agent::awaitVerdicts(const std::string& folder, int files) {
-  const FileWatch watch(log_);
-  const Seconds deadline = now() + Seconds(patience);
-  std::ifstream log(log_, std::ios::binary);
-  int verdicts = 0;
-  int infected = 0;
-  std::string pending;
-  while (verdicts < files) {
-    if (now() > deadline) {
-      throw std::runtime_error("only " + std::to_string(verdicts) + " of " + std::to_string(files) +
-                               " verdicts came");
-    }
-    char chunk[65536];
-    log.read(chunk, sizeof chunk);
-    const std::streamsize count = log.gcount();
-    log.clear();
-    if (count == 0) {
-      watch.wait(1000);
-      continue;
-    }
-    pending.append(chunk, static_cast<std::size_t>(count));
-    const std::size_t end = pending.rfind('\n') + 1;
-    std::istringstream lines(pending.substr(0, end));
-    pending.erase(0, end);
-    for (std::string line; std::getline(lines, line);) {
-      const bool found = line.ends_with(" FOUND");
-      if (line.find(folder + "/file") != std::string::npos && (found || line.ends_with(": OK"))) {
-        ++verdicts;
-        infected += found ? 1 : 0;
-      }
-    }
-  }
-  return infected;
-}
-
 Usage Agent::usage() const { return usageOf(pid_); }
 
 Usage Agent::helperUsage() const {
@@ -166,14 +143,9 @@ Usage Agent::helperUsage() const {
 }
 
 void Agent::stop() {
-  kill(pid_, SIGTERM);
-  finish(pid_);
+  end(pid_, SIGTERM);
   pid_ = -1;
   stopDaemon(tree_);
-  // Orphans belong to the first process of this namespace. An ended daemon that nobody waited for
-  // would look to the next agent as if it still ran.
-  while (waitpid(-1, nullptr, 0) > 0) {
-  }
 }
 
 }  // namespace bench

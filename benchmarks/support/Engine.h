@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "benchmarks/storm/Processes.h"
+#include "benchmarks/support/Processes.h"
 
 namespace bench {
 
@@ -19,8 +19,18 @@ ScanCost scanWithBareEngine(const std::string& tree, const std::vector<std::stri
                             const std::string& scratch);
 ScanCost scanWithTree(const std::string& tree, const std::vector<std::string>& paths,
                       const std::vector<std::string>& environment, const std::string& scratch);
-// Starts the tree's daemon and waits until it has loaded; stopDaemon() ends it.
-void startDaemon(const std::string& tree, const std::vector<std::string>& environment);
+// Ends the tree's daemon.
 void stopDaemon(const std::string& tree);
+
+// The socket in a daemon's configuration; throws std::runtime_error when it names none.
+std::string socketIn(const std::string& configuration);
+// Whether a daemon answers there; waits for the answer for as long as it takes.
+bool answers(const std::string& socket);
+// Ends the daemon that listens there, if one does, and waits until it has closed its connections.
+void quitDaemon(const std::string& socket);
+// The bare client on lists of 200 of the paths, two at a time, with that configuration.
+ScanCost scanWithClient(const std::string& configuration, const std::vector<std::string>& paths,
+                        const std::vector<std::string>& environment, const std::string& scratch,
+                        const std::string& log = "/dev/null");
 
 }  // namespace bench

@@ -1,0 +1,56 @@
+#include "benchmarks/table/Bench.h"
+
+#include <sys/mount.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+
+#include "benchmarks/support/StormFiles.h"
+
+namespace bench {
+namespace {
+
+constexpr Seconds patience(60);
+
+// A tmpfs over a folder: nothing of the machine's is met in it, and nothing is left behind.
+void cover(const std::string& folder, const char* mode) {
+  if (mount("bench", folder.c_str(), "tmpfs", 0, mode) != 0) {
+    throw std::runtime_error("cannot cover " + folder);
+  }
+}
+
+}  // namespace
+
+void coverTemporaryFolder() { cover("/tmp", "mode=1777,size=80%,nr_inodes=4000000"); }
+
+Bench::Bench(const std::string& build) : root_("/tmp/bench") {
+  // Where the machine's own daemon may answer: nobody is to be given that one.
+  if (std::filesystem::exists("/run/clamav")) {
+    cover("/run/clamav", "mode=755");
+  }
+  std::filesystem::create_directories(root_);
+  agent_ = std::make_unique<Agent>(root_, build);
+  // Its daemon runs once, so that the tree has the configuration that it goes by.
+  agent_->start();
+  if (!awaitWatching(*agent_, guarded(), patience)) {
+    throw std::runtime_error("the agent does not watch; see " + agent_->log());
+  }
+  agent_->stop();
+  peers_ = std::make_unique<PeerDaemon>(agent_->tree(), root_);
+}
+
+int roundsOf(int usual) {
+  const char* asked = std::getenv("BENCH_ROUNDS");
+  const int rounds = asked != nullptr ? std::atoi(asked) : usual;
+  return std::clamp(rounds, 1, usual);
+}
+
+void tell(const std::string& what) {
+  static const Seconds begin = now();
+  std::fprintf(stderr, "%4.0f s  %s\n", (now() - begin).count(), what.c_str());
+}
+
+}  // namespace bench
