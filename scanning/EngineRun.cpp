@@ -77,6 +77,11 @@ void RunningScanners::signalAll(int number) {
   }
 }
 
+bool RunningScanners::endsEach() {
+  MutexLock hold(lock_);
+  return endsEach_;
+}
+
 void RunningScanners::endAllForGood() {
   {
     MutexLock hold(lock_);
@@ -191,6 +196,11 @@ void EngineRun::waitUntilExit(const ChildProcess::ChunkHandler& handler,
     besides = {verdicts_->descriptor(), [this] { return verdicts_->drain(); }};
   }
   const int status = task.waitUntilExit(handler, besides);
+  // At the end of the agent all are ended.
+  const bool isOver = services_.runningScanners && services_.runningScanners->endsEach();
+  if ((status < 0 || status > cannotScanStatus) && !isOver) {
+    report_.scannerFailed(status);
+  }
   if (status == cannotScanStatus && !owner_.clamdStillAlive()) {
     daemonGone();
   }

@@ -47,6 +47,8 @@ class RunningScanners {
   void signalAll(int number);
   // Ends each as endAll() does, and from now on whatever begins: its owner ends.
   void endAllForGood();
+  // Returns whether that is so.
+  bool endsEach();
 
  private:
   Mutex lock_;

@@ -65,8 +65,13 @@ void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::
   unjudged_ = {paths.begin(), paths.end()};
   recovered_ = false;
   daemonWasGone_ = false;
+  failureOfScanner_.clear();
   left_ = {};
   hasJudged_ = false;
+}
+
+void ScanReport::scannerFailed(int status) {
+  failureOfScanner_ = "the scanner ended with status " + std::to_string(status);
 }
 
 // The button may outlive this object, not its owner.
@@ -79,21 +84,25 @@ void ScanReport::endRun(bool isAborted) {
   if (!services_.unscannedFiles) {
     return;
   }
-  if (daemonWasGone_ && !isAborted) {
-    leaveUnjudged();
+  left_.byScanner = !failureOfScanner_.empty();
+  if (left_.byScanner && !isAborted) {
+    leaveUnjudged(failureOfScanner_);
+  } else if (daemonWasGone_ && !isAborted) {
+    leaveUnjudged("the daemon cannot be reached");
   }
   left_.hasJudged = hasJudged_;
   services_.unscannedFiles->runEnded(left_);
 }
 
-// The distribution's client says that it cannot reach the daemon, and not for which files.
-void ScanReport::leaveUnjudged() {
+// The distribution's client says that it cannot reach the daemon, and not for which files; one that
+// was killed says nothing at all.
+void ScanReport::leaveUnjudged(const std::string& reason) {
   const std::string timestamp = scanLogTimestamp(services_.clock);
   for (const std::string& path : unjudged()) {
     Verdict verdict;
     verdict.kind = Verdict::Kind::notScanned;
     verdict.path = path;
-    verdict.reason = "the daemon cannot be reached";
+    verdict.reason = reason;
     verdict.line = reportedText(path) + ": Not scanned: " + verdict.reason;
     verdict.daemonGone = Verdict::DaemonGone::before;
     writeLine(timestamp, verdict.line);

@@ -40,6 +40,9 @@ class ScanReport {
   // Begins the report of a run over those paths, with a channel of its own, on which the run's
   // scanner may say what its report cannot.
   void startRun(const InfectionPolicy& policy, const std::vector<std::string>& paths);
+  // Takes note that the scanner ended with a status that scanners do not end with, killed perhaps:
+  // what no line has judged was not scanned.
+  void scannerFailed(int status);
   // Ends it, however the run ended: notifies of what the engine's limits kept from being scanned,
   // and sees to what the daemon left, but for files of an aborted run of which no line says so.
   void endRun(bool isAborted);
@@ -61,7 +64,7 @@ class ScanReport {
   bool isPutBack(const Verdict& infection) const;
   // Returns whether the file is going to be reported anew, for the daemon left it unscanned.
   bool comesBack(const Verdict& verdict);
-  void leaveUnjudged();
+  void leaveUnjudged(const std::string& reason);
   void recoverUnreachableClamd();
   void writeLine(const std::string& timestamp, const std::string& text);
   void logLine(const std::string& line, const std::string& timestamp);
@@ -77,6 +80,7 @@ class ScanReport {
   std::set<std::string> unjudged_;
   bool recovered_ = false;
   bool daemonWasGone_ = false;
+  std::string failureOfScanner_;
   UnscannedFiles::Run left_;
   bool hasJudged_ = false;
 };

@@ -126,17 +126,18 @@ void UnscannedFiles::count() {
 }
 
 void UnscannedFiles::runEnded(const Run& run) {
+  const std::string who = run.byScanner ? "The scanner left " : "The daemon left ";
   if (run.comesBack > 0) {
-    services_.systemLog.log("The daemon left " + counted(run.comesBack) +
-                            " unscanned, to be scanned again once it is back");
+    services_.systemLog.log(who + counted(run.comesBack) + " unscanned, to be scanned again" +
+                            (run.byScanner ? "" : " once it is back"));
   }
   if (run.tooOften > 0) {
-    services_.systemLog.log("The daemon left " + counted(run.tooOften) + " unscanned " +
+    services_.systemLog.log(who + counted(run.tooOften) + " unscanned " +
                             std::to_string(mostTimes + 1) +
                             " times, not to be scanned again before a change");
   }
   if (run.tooMany > 0) {
-    services_.systemLog.log("The daemon left " + counted(run.tooMany) +
+    services_.systemLog.log(who + counted(run.tooMany) +
                             " unscanned, and too many others wait for it: not to be scanned "
                             "before a change");
   }

@@ -42,11 +42,11 @@ struct UnscannedFilesServices {
   std::function<void(Clock::Duration)> lookWithin;
 };
 
-// The files that scanners were left with because the daemon had gone. They wait until it is back
-// and are then reported to the dispatcher anew, each a few times at most; nobody is told of them
-// before it is known that they stay unscanned. Those that the daemon had when it went are reported
-// behind the others and one at a time, so that one over which it dies takes no other along. Any
-// thread, unless said otherwise.
+// The files that scanners were left with because the daemon had gone, or a scanner had. They wait
+// until it is back and are then reported to the dispatcher anew, each a few times at most; nobody
+// is told of them before it is known that they stay unscanned. Those that the daemon had when it
+// went are reported behind the others and one at a time, so that one over which it dies takes no
+// other along. Any thread, unless said otherwise.
 class UnscannedFiles {
  public:
   static constexpr int mostTimes = 3;
@@ -71,6 +71,7 @@ class UnscannedFiles {
     std::size_t tooOften = 0;
     std::size_t tooMany = 0;
     bool hasJudged = false;
+    bool byScanner = false;  // the scanner failed, the daemon perhaps not
   };
 
   explicit UnscannedFiles(UnscannedFilesServices services);

@@ -11,7 +11,8 @@
    lasts to its bound with work to do only when a signal fell between a test and a wait. With weak
    fairness: every change that was reported is scanned in the end, or told of, and each abort is logged.
 
-   Left out: what scans take and cost, folders and empty files, exclusion (a path that leaves a batch).
+   Left out: what scans take and cost, folders and empty files, exclusion (a path that leaves a batch), a
+   scanner that is killed alone, which hands its paths back as one does whose daemon died.
    A size is the number of the last change, so that two measurements agree when the file held still.
    The intake is a set, as the step that takes it over makes it one. A batch has one path for 200. */
 

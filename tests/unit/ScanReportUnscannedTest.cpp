@@ -57,6 +57,19 @@ TEST_F(ScanReportUnscanned, AFileWithoutALineIsNotLeftWhereTheDaemonWasThere) {
   EXPECT_EQ(logged(), Lines());
 }
 
+TEST_F(ScanReportUnscanned, AFileWithoutALineIsLeftByAScannerThatFailed) {
+  report.startRun({Action::leaveInPlace, "", false}, {"/a", "/b"});
+  StdoutCapture capture;
+  report.dealWithOutput("/a: OK\n");
+  report.scannerFailed(9);
+  report.endRun(false);
+  EXPECT_EQ(capture.text(),
+            lineOf("/a: OK") + lineOf("/b: Not scanned: the scanner ended with status 9"));
+  EXPECT_EQ(logged(), Lines{"The scanner left 1 file unscanned, to be scanned again"});
+  EXPECT_EQ(looks, std::vector<Clock::Duration>{Clock::Duration()});
+  EXPECT_EQ(loggedForRun({"/c"}, ""), "");
+}
+
 TEST_F(ScanReportUnscanned, AFileWhoseRunWasAbortedIsNotLeftByTheDaemon) {
   EXPECT_EQ(loggedForRun({"/a"}, unreachable + "\n", true), lineOf(unreachable));
   EXPECT_FALSE(files.areWaiting());
