@@ -75,14 +75,4 @@ std::vector<std::string> Ledger::unjudged() const {
   return paths;
 }
 
-std::vector<std::string> Ledger::savedSince(Time time) const {
-  std::vector<std::string> paths;
-  for (const auto& [path, file] : files_) {
-    if (file.saved >= time) {
-      paths.push_back(path);
-    }
-  }
-  return paths;
-}
-
 }  // namespace quillo::tests

@@ -30,8 +30,6 @@ class Ledger {
   const std::map<std::string, File>& files() const { return files_; }
   bool isInfected(const std::string& path) const;
   std::vector<std::string> unjudged() const;
-  // Those saved at that time or later.
-  std::vector<std::string> savedSince(Time time) const;
   std::size_t everSaved() const { return everSaved_; }
   std::size_t verdicts() const { return verdicts_; }
   std::size_t finds() const { return finds_; }

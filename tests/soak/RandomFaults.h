@@ -15,7 +15,7 @@ namespace quillo::tests {
 class RandomFaults {
  public:
   // `pause` lets so much time pass, and keeps an eye on the agent meanwhile. `lostLog` is called
-  // when the log could not be written since a moment ago.
+  // when the log can be written again.
   struct Services {
     GuardedHome& home;
     Dice& dice;

@@ -34,6 +34,9 @@ constexpr seconds betweenStorms(30);
 constexpr seconds patience(300);
 constexpr seconds restAfter(60);
 constexpr std::size_t warmUpFiles = 2000;
+// Kilobytes: windows and caches that are made at the first need. A leak would not stop there, which
+// the course shows.
+constexpr std::size_t mostGrowth = 8192;
 // Enough for the minutes before the end.
 constexpr std::size_t mostLines = 200'000;
 
@@ -133,6 +136,9 @@ class Soak : public testing::Test {
         traffic.storm(200 + dice.below(1500));
         storm = steady_clock::now() + betweenStorms;
       }
+      if (now >= began + length * (1 + course.size()) / 10) {
+        course.push_back(Holdings::of(home.agent()).ownKilobytes);
+      }
       pause(betweenActions);
     }
   }
@@ -207,6 +213,11 @@ class Soak : public testing::Test {
              after.kilobytes);
     printRow("of these in no file, KB: before, most, after", before.ownKilobytes, most.ownKilobytes,
              after.ownKilobytes);
+    std::printf("| likewise after each tenth |");
+    for (const std::size_t kilobytes : course) {
+      std::printf(" %zu", kilobytes);
+    }
+    std::printf(" |\n");
     printRow("threads: before, most, after", before.threads, most.threads, after.threads);
     printRow("descriptors: before, most, after", before.descriptors, most.descriptors,
              after.descriptors);
@@ -227,10 +238,14 @@ class Soak : public testing::Test {
   Traffic traffic{home, ledger, dice};
   RandomFaults faults{
       {home, dice, [this](milliseconds time) { pause(time); },
-       // What was logged since then may not have been written.
-       [this] { traffic.saveAgain(ledger.savedSince(steady_clock::now() - seconds(60))); }}};
+       // What was said meanwhile of those that are not judged may not have been written.
+       [this] {
+         look();
+         traffic.saveAgain(ledger.unjudged());
+       }}};
   Holdings before;
   Holdings most;
+  std::vector<std::size_t> course;
 };
 
 TEST_F(Soak, FindsEverythingAndLosesNothing) {
@@ -242,9 +257,8 @@ TEST_F(Soak, FindsEverythingAndLosesNothing) {
   EXPECT_TRUE(areAllJudged) << missing();
   EXPECT_LE(after.threads, before.threads) << threadNames();
   EXPECT_LE(after.descriptors, before.descriptors);
-  // Caches of the libraries fill up over the hours; a leak would not stop there. What stands in
-  // files is shared with whoever else runs.
-  EXPECT_LT(after.ownKilobytes, before.ownKilobytes + 2048);
+  // What stands in files is shared with whoever else runs.
+  EXPECT_LT(after.ownKilobytes, before.ownKilobytes + mostGrowth);
 }
 
 }  // namespace
