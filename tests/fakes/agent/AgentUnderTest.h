@@ -110,6 +110,15 @@ class AgentUnderTest {
     return contentsOfFile(home.path() + "/Library/Logs/VantrelQuillo-scan.log").value_or("");
   }
   FakeSystemLog& log() { return desktop.systemLog; }
+  // Those records that grow while it only begins and ends watching.
+  void forgetWhatFakesKeep() {
+    log().clear();
+    threads.forgetNames();
+    desktop.growl.withdrawn.clear();
+    desktop.imageLoader.loaded.clear();
+    desktop.statusBar.item.images.clear();
+    desktop.statusBar.item.toolTips.clear();
+  }
 
   RestoredOutput output;
   TemporaryFolder home;
