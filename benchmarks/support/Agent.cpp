@@ -17,7 +17,7 @@
 namespace bench {
 namespace {
 
-constexpr double patience = 120;  // seconds
+constexpr double longestStart = 120;  // seconds
 
 // Wakes whoever waits when a file was written to.
 class FileWatch {
@@ -103,7 +103,7 @@ std::vector<pid_t> Agent::processes() const {
 Seconds Agent::startAndAwaitWatching() {
   start();
   const FileWatch watch(log_);
-  const Seconds deadline = now() + Seconds(patience);
+  const Seconds deadline = now() + Seconds(longestStart);
   while (readLog().find("clamd launched successfully") == std::string::npos) {
     if (now() > deadline) {
       throw std::runtime_error("the engine did not answer; the log says:\n" + readLog());

@@ -27,6 +27,9 @@ class Agent final : public Watcher {
   std::string log() const override { return log_; }
   SightingLog::Lines lines() const override { return SightingLog::Lines::verdicts; }
   bool namesCleanFiles() const override { return true; }
+  Seconds patience() const override { return Seconds(5); }
+  // "NAME=VALUE" for its environment, from the next start on.
+  void addToEnvironment(const std::string& variable) { environment_.push_back(variable); }
   // What the preferences say besides, from the next start on.
   void setPreferences(const std::string& lines);
 

@@ -47,21 +47,6 @@ ScanCost scanLists(const std::vector<std::string>& client, const std::vector<std
   return {now() - begin, childrensTime() - before};
 }
 
-// What the daemon there says to a command; nothing when there is none.
-std::string ask(const std::string& socketPath, const std::string& command) {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, socketPath.c_str(), sizeof address.sun_path - 1);
-  const quillo::UniqueFd endpoint(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  char reply[16];
-  if (connect(endpoint.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-      send(endpoint.get(), command.c_str(), command.size() + 1, MSG_NOSIGNAL) < 0) {
-    return "";
-  }
-  const ssize_t count = quillo::readSome(endpoint.get(), reply, sizeof reply);
-  return count > 0 ? std::string(reply, static_cast<std::size_t>(count)) : "";
-}
-
 }  // namespace
 
 void stopDaemon(const std::string& tree) { quitDaemon(socketIn(tree + "/etc/clamd.conf")); }
@@ -76,11 +61,25 @@ std::string socketIn(const std::string& configuration) {
   throw std::runtime_error("no socket in " + configuration);
 }
 
-bool answers(const std::string& socketPath) { return !ask(socketPath, "zPING").empty(); }
+std::string askDaemon(const std::string& socketPath, const std::string& command) {
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, socketPath.c_str(), sizeof address.sun_path - 1);
+  const quillo::UniqueFd endpoint(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  char reply[16];
+  if (connect(endpoint.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      send(endpoint.get(), command.c_str(), command.size() + 1, MSG_NOSIGNAL) < 0) {
+    return "";
+  }
+  const ssize_t count = quillo::readSome(endpoint.get(), reply, sizeof reply);
+  return count > 0 ? std::string(reply, static_cast<std::size_t>(count)) : "";
+}
+
+bool answers(const std::string& socketPath) { return !askDaemon(socketPath, "zPING").empty(); }
 
 void quitDaemon(const std::string& socketPath) {
   // The connection is closed when the daemon ends.
-  ask(socketPath, "zQUIT");
+  askDaemon(socketPath, "zQUIT");
   // Orphans belong to the first process of this namespace. An ended daemon that nobody waited for
   // would look to the next agent as if it still ran.
   for (const pid_t daemon : processesNamed("clamd")) {

@@ -24,6 +24,8 @@ void stopDaemon(const std::string& tree);
 
 // The socket in a daemon's configuration; throws std::runtime_error when it names none.
 std::string socketIn(const std::string& configuration);
+// What the daemon there says first to a command ("zPING", "zRELOAD"); nothing when none listens.
+std::string askDaemon(const std::string& socket, const std::string& command);
 // Whether a daemon answers there; waits for the answer for as long as it takes.
 bool answers(const std::string& socket);
 // Ends the daemon that listens there, if one does, and waits until it has closed its connections.

@@ -19,6 +19,7 @@ class EventTool final : public Watcher {
   std::string log() const override { return log_; }
   SightingLog::Lines lines() const override { return SightingLog::Lines::paths; }
   bool namesCleanFiles() const override { return true; }
+  Seconds patience() const override { return Seconds(1); }
 
  private:
   const Tool tool_;

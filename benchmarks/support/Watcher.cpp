@@ -37,7 +37,7 @@ class Work {
 }  // namespace
 
 std::optional<Seconds> awaitWatching(const Watcher& watcher, const std::string& folder,
-                                     Seconds patience) {
+                                     Seconds longest) {
   constexpr Seconds between(0.01);
   const std::string probes = folder + "/probes";
   makeOrdinaryFolder(probes);
@@ -45,7 +45,7 @@ std::optional<Seconds> awaitWatching(const Watcher& watcher, const std::string& 
   const Seconds begin = now();
   std::vector<Seconds> written;
   std::optional<std::size_t> first;
-  while (!first && now() - begin < patience && isAnyRunning(watcher.processes())) {
+  while (!first && now() - begin < longest && isAnyRunning(watcher.processes())) {
     writeFile(probes + "/" + std::to_string(written.size()),
               watcher.namesCleanFiles() ? "probe" : infectedContents());
     written.push_back(now());
@@ -55,7 +55,7 @@ std::optional<Seconds> awaitWatching(const Watcher& watcher, const std::string& 
     }
   }
   // What is still to be named must not be taken for something else.
-  while (!log.next(Seconds(2)).empty()) {
+  while (!log.next(watcher.patience() / 2).empty()) {
   }
   std::filesystem::remove_all(probes);
   return first ? std::optional<Seconds>(written.at(*first) - begin) : std::nullopt;
@@ -63,15 +63,13 @@ std::optional<Seconds> awaitWatching(const Watcher& watcher, const std::string& 
 
 Seen awaitStorm(const Watcher& watcher, SightingLog& log, int files) {
   constexpr Seconds between(0.02);
-  // Longer than anyone waits for a file to hold still.
-  const Seconds quiet(watcher.namesCleanFiles() ? 6 : 2.5);
   std::unordered_set<std::string> named;
   std::unordered_set<std::string> infected;
   Work work(watcher);
   Seconds lastWork = now();
   Seen seen;
   seen.last = now();
-  while (static_cast<int>(named.size()) < files && now() - lastWork < quiet) {
+  while (static_cast<int>(named.size()) < files && now() - lastWork < watcher.patience()) {
     for (const Sighting& sighting : log.next(between)) {
       if (named.insert(sighting.path).second) {
         seen.last = lastWork = now();

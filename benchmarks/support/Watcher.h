@@ -25,12 +25,14 @@ class Watcher {
   virtual std::string log() const = 0;
   virtual SightingLog::Lines lines() const = 0;
   virtual bool namesCleanFiles() const = 0;
+  // After so long without a word nothing more is to come.
+  virtual Seconds patience() const = 0;
 };
 
 // Writes files into `folder` until the first of them is named; returns how long after now that one
-// was written, or nothing when none was named within `patience`.
+// was written, or nothing when none was named within `longest`.
 std::optional<Seconds> awaitWatching(const Watcher& watcher, const std::string& folder,
-                                     Seconds patience);
+                                     Seconds longest);
 
 // What was seen of a storm.
 struct Seen {

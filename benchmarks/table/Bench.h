@@ -46,5 +46,6 @@ std::vector<Table> measureLargeStorm(Bench& bench);
 std::vector<Table> measureSingleFile(Bench& bench);
 std::vector<Table> measureIdle(Bench& bench);
 std::vector<Table> measureForeground(Bench& bench);
+std::vector<Table> measureRealSizedEngine(Bench& bench);
 
 }  // namespace bench

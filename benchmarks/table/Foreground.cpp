@@ -47,7 +47,7 @@ class ForegroundWork {
 
   Seconds compress() const {
     const Seconds begin = now();
-    expectSuccess(run({"/usr/bin/xz", "--compress", "--stdout", "-5", "--block-size=4MiB",
+    expectSuccess(run({"/usr/bin/xz", "--compress", "--stdout", "-5", "--block-size=2MiB",
                        "--threads=" + std::to_string(cores_), folder_ + "/text"},
                       environment),
                   "xz");
@@ -62,7 +62,7 @@ class ForegroundWork {
   }
 
   void writeSource() const {
-    constexpr int functions = 60;
+    constexpr int functions = 25;
     std::string text =
         "#include <algorithm>\n#include <map>\n#include <string>\n#include <vector>\n";
     for (int number = 0; number < functions; ++number) {
@@ -79,7 +79,7 @@ class ForegroundWork {
   }
 
   void writeText() const {
-    constexpr std::size_t bytes = 24UL * 1024 * 1024;
+    constexpr std::size_t bytes = 12UL * 1024 * 1024;
     constexpr unsigned words = 5000;
     std::minstd_rand numbers(1);
     std::string text;
@@ -170,7 +170,7 @@ std::vector<Table> measureForeground(Bench& bench) {
                 rowOf(shipped.name(), besideShipped, alone),
                 rowOf(extra.name(), besideExtra, alone)};
   table.notes = {
-      "g++ -O2 on a fixed source, as often at once as there are cores, then xz of 24 MB on all "
+      "g++ -O2 on a fixed source, as often at once as there are cores, then xz of 12 MB on all "
       "cores; "
       "60,000 files of 1 KB were written just before, and the work begins with the engine's.",
       "clamd's processor time says how much was scanned meanwhile: who has dropped the files slows "

@@ -11,10 +11,10 @@
 namespace bench {
 namespace {
 
-constexpr int usualStarts = 5;
+constexpr int usualStarts = 3;
 constexpr int usualWindows = 5;
-constexpr Seconds window(6);
-constexpr Seconds settling(4);
+constexpr Seconds window(3);
+constexpr Seconds settling(3);
 constexpr int largest = 1000000;
 
 struct Figures {
@@ -78,7 +78,7 @@ Figures measureWatcher(Bench& bench, Watcher& watcher, int starts, Seconds patie
 Table measureTree(Bench& bench, int folders) {
   // Whoever walks through a tree takes its time for a million folders.
   const Seconds patience(folders < largest ? 30 : 60);
-  const int starts = roundsOf(folders < largest ? usualStarts : 3);
+  const int starts = roundsOf(usualStarts);
   ClamOnAcc clamonacc(bench.peers(), bench.guarded(), ClamOnAcc::Scanning::shipped);
   EventTool inotifywait(EventTool::Tool::inotifywait, bench.guarded(), bench.root());
   EventTool fatrace(EventTool::Tool::fatrace, bench.guarded(), bench.root());

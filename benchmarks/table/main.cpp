@@ -27,8 +27,9 @@ using Group = std::function<std::vector<Table>(Bench&)>;
 
 const std::map<std::string, Group>& groups() {
   static const std::map<std::string, Group> all{
-      {"storms", measureStorms}, {"large", measureLargeStorm},      {"single", measureSingleFile},
-      {"idle", measureIdle},     {"foreground", measureForeground},
+      {"storms", measureStorms},         {"large", measureLargeStorm},
+      {"single", measureSingleFile},     {"idle", measureIdle},
+      {"foreground", measureForeground}, {"engine", measureRealSizedEngine},
   };
   return all;
 }
