@@ -36,7 +36,6 @@ class SightingLog {
   const Lines lines_;
   const std::string below_;
   quillo::UniqueFd log_;
-  quillo::UniqueFd changes_;
   std::string pending_;
 };
 
