@@ -83,7 +83,8 @@ bool WatchList::okToAddDir(const std::string& path,
 std::string WatchList::inWords() const {
   const auto flags = checkSubDirs.load();
   std::string words;
-  for (const std::string& folder : *watchedFolderList.load()) {
+  const auto folders = watchedFolderList.load();
+  for (const std::string& folder : *folders) {
     const auto flag = flags->find(folder);
     words += (words.empty() ? "Folders to guard: " : ", ") + folder +
              (flag != flags->end() && flag->second ? "" : " (without its subfolders)");
@@ -101,7 +102,8 @@ void WatchList::stop() {
 
 std::vector<std::string> WatchList::missingFolders() const {
   std::vector<std::string> missing = *missing_.load();
-  for (const std::string& path : *watchedFolderList.load()) {
+  const auto folders = watchedFolderList.load();
+  for (const std::string& path : *folders) {
     if (!looks_.lookAt(path, longestLook).facts) {
       missing.push_back(path);
     }

@@ -58,7 +58,8 @@ void NameWatcher::start() {
   owner_.setPlacesWithGaps(0);
   const auto flags = owner_.getCheckSubDirs();
   std::vector<NamedPlace> places;
-  for (const std::string& folder : *owner_.getWatchedFolderList()) {
+  const auto folders = owner_.getWatchedFolderList();
+  for (const std::string& folder : *folders) {
     const auto withSubfolders = flags->find(folder);
     places.push_back({folder, withSubfolders != flags->end() && withSubfolders->second});
   }

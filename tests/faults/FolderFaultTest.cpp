@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "tests/faults/support/HangingMount.h"
+#include "tests/faults/support/ProcessFacts.h"
 #include "tests/root/support/agent/GuardedHome.h"
 #include "tests/root/support/world/FilesAndMounts.h"
 #include "tests/support/Waiting.h"
@@ -83,6 +84,7 @@ TEST_F(FaultyFolder, WhoseVolumeIsPulledOutInTheMiddleOfARunLosesNothingElse) {
   ASSERT_EQ(kill(daemon, SIGSTOP), 0);
   const std::string held = home.saveInfected(other("held.com"));
   ASSERT_TRUE(home.logHas("Scanning: " + held));
+  ASSERT_TRUE(awaitThat([&] { return hasOpen(home.child("clamdscan"), held); }));
   const std::string waiting = home.saveInfected(other("waiting.com"));
   check(umount2(other().c_str(), MNT_DETACH), "umount");
   ASSERT_EQ(kill(daemon, SIGCONT), 0);

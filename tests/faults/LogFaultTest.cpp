@@ -47,6 +47,7 @@ TEST(FaultyLog, ThatIsDeletedIsThereAgainWhenWatchingBeginsAgain) {
   EXPECT_TRUE(movesWhatItFinds(home, "meanwhile.com"));
   ASSERT_TRUE(desktop.choose("Restart Watching"));
   EXPECT_TRUE(home.logHas("Folders to guard: "));
+  home.awaitWatching("again");
   home.saveInfected("after.com");
   EXPECT_TRUE(home.logHas(home.guarded("after.com") + found));
 }

@@ -31,6 +31,28 @@ int openDescriptors(pid_t process) {
 
 int threadsOf(pid_t process) { return std::stoi(field(process, "Threads")); }
 
+// The scanners come and go meanwhile.
+bool hasOpen(pid_t process, const std::string& path) {
+  std::error_code gone;
+  using Entries = std::filesystem::directory_iterator;
+  for (auto entry = Entries("/proc/" + std::to_string(process) + "/fd", gone);
+       !gone && entry != Entries(); entry.increment(gone)) {
+    if (std::filesystem::read_symlink(entry->path(), gone) == path) {
+      return true;
+    }
+  }
+  return false;
+}
+
+long tolerated(long kibibytes) {
+#if defined(__SANITIZE_ADDRESS__)
+  constexpr long kept = 1L << 20;
+  return kibibytes + kept;
+#else
+  return kibibytes;
+#endif
+}
+
 long peakMemory(pid_t process) { return std::stol(field(process, "VmHWM")); }
 
 std::string stateOf(pid_t process) { return field(process, "State").substr(0, 1); }

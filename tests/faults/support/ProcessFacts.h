@@ -10,8 +10,12 @@ namespace quillo::tests {
 // What a process uses now. Throw std::exception when it has ended.
 int openDescriptors(pid_t process);
 int threadsOf(pid_t process);
+// Whether it has the file of that path open.
+bool hasOpen(pid_t process, const std::string& path);
 // The most that it had in memory at once, in KiB.
 long peakMemory(pid_t process);
+// Returns so many KiB, and more where a sanitizer keeps what was freed.
+long tolerated(long kibibytes);
 // "R", "S", "T" and so on (proc(5)).
 std::string stateOf(pid_t process);
 
