@@ -26,16 +26,14 @@ BoundedLooks::Pending BoundedLooks::ask(const std::string& path) {
   std::packaged_task<std::optional<FileFacts>()> look(
       [question = question_, path] { return question(path); });
   pending = look.get_future().share();
-  const Pending asked = pending;
   try {
     std::thread(std::move(look)).detach();
   } catch (const std::system_error&) {
     std::promise<std::optional<FileFacts>> answer;
     answer.set_value(question_(path));
     pending = answer.get_future().share();
-    return pending;
   }
-  return asked;
+  return pending;
 }
 
 }  // namespace quillo

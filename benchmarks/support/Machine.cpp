@@ -6,9 +6,9 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <fstream>
+
+#include "benchmarks/support/Processes.h"
 
 namespace bench {
 namespace {
@@ -63,16 +63,13 @@ std::string distribution() {
 }
 
 std::string package(const std::string& name) {
-  FILE* query = popen(("dpkg-query -W -f '${Version}' " + name + " 2>/dev/null").c_str(), "re");
-  std::array<char, 128> answer{};
+  const std::string answer = "/tmp/version-of-" + name;
+  const bool isThere = run({"/usr/bin/dpkg-query", "-W", "-f", "${Version}", name},
+                           {"PATH=/usr/bin:/bin"}, answer, rootUser) == 0;
+  std::ifstream file(answer);
   std::string version;
-  if (query != nullptr) {
-    if (fgets(answer.data(), answer.size(), query) != nullptr) {
-      version = answer.data();
-    }
-    pclose(query);
-  }
-  return version.empty() ? "not installed" : version;
+  std::getline(file, version);
+  return isThere && !version.empty() ? version : "not installed";
 }
 
 }  // namespace

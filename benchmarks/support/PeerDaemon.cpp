@@ -69,7 +69,7 @@ void PeerDaemon::stop() {
 }
 
 std::string PeerDaemon::configurationWith(const std::string& name, const std::string& lines) const {
-  const std::string path = folder_ + "/" + name;
+  std::string path = folder_ + "/" + name;
   std::ifstream own(configuration_);
   std::string text;
   for (std::string line; std::getline(own, line);) {

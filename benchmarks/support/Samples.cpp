@@ -56,7 +56,7 @@ std::string inWords(const Samples& samples) {
   if (samples.empty()) {
     return "–";
   }
-  const std::string median = threeDigits(samples.median());
+  std::string median = threeDigits(samples.median());
   const std::string least = threeDigits(samples.least());
   const std::string greatest = threeDigits(samples.greatest());
   if (least == greatest) {

@@ -12,7 +12,7 @@
 
 namespace bench {
 
-SightingLog::SightingLog(std::string log, Lines lines, const std::string& folder)
+SightingLog::SightingLog(const std::string& log, Lines lines, const std::string& folder)
     : lines_(lines), below_(folder + "/"), log_(open(log.c_str(), O_RDONLY | O_CLOEXEC)) {
   if (!log_ || lseek(log_.get(), 0, SEEK_END) < 0) {
     throw std::runtime_error("cannot follow " + log);

@@ -23,7 +23,7 @@ class SightingLog {
   };
 
   // Only what lies below `folder` counts.
-  SightingLog(std::string log, Lines lines, const std::string& folder);
+  SightingLog(const std::string& log, Lines lines, const std::string& folder);
 
   // Waits until something was written, but no longer than that; returns what is new, which may be
   // nothing.

@@ -75,7 +75,7 @@ class StormRounds {
 // Contents of clean files begin with their folder's name: no two storms may be alike, or the engine
 // knows their files.
 std::string StormRounds::newFolder(const std::string& top) {
-  const std::string folder = top + "/storm" + std::to_string(folders_++);
+  std::string folder = top + "/storm" + std::to_string(folders_++);
   makeOrdinaryFolder(folder);
   return folder;
 }
