@@ -46,8 +46,9 @@ TEST_F(FaultyScanner, ThatIsKilledHasItsFilesScannedAgain) {
   ASSERT_EQ(kill(daemon, SIGSTOP), 0);
   const std::string file = home.saveInfected("held.com");
   ASSERT_TRUE(home.logHas("Scanning: " + file));
-  const pid_t scanner = home.child("clamdscan");
-  ASSERT_GT(scanner, 0);
+  // The log names the files before the scanner is launched.
+  pid_t scanner = -1;
+  ASSERT_TRUE(awaitThat([&] { return (scanner = home.child("clamdscan")) > 0; }));
   ASSERT_EQ(kill(scanner, SIGKILL), 0);
   ASSERT_EQ(kill(daemon, SIGCONT), 0);
   EXPECT_TRUE(home.logHas(file + ": Not scanned: the scanner ended with status 9"));
