@@ -17,6 +17,7 @@
 #include "tests/root/support/agent/GuardedHome.h"
 #include "tests/root/support/world/FilesAndMounts.h"
 #include "tests/support/StandInProcess.h"
+#include "tests/support/StarterCare.h"
 #include "tests/support/Waiting.h"
 
 namespace quillo::tests {
@@ -60,6 +61,10 @@ class UsersClamd {
                                  "\nPidFile " + folder_ + "/pid\nUser clamav\n");
     check(chown(folder_.c_str(), user, user), "chown");
     const std::string number = std::to_string(user);
+    const auto answers = [&] {
+      return pingDaemon(socket(), {user}, longestWait) == DaemonState::answers;
+    };
+    const StarterCare care(answers);
     ChildProcess starter({"/usr/bin/setpriv",
                           {"--reuid", number, "--regid", number, "--clear-groups",
                            "/usr/sbin/clamd", "-c", configuration}});
@@ -68,7 +73,7 @@ class UsersClamd {
       output += chunk;
       return true;
     });
-    EXPECT_TRUE(status == 0 || status == SIGINT) << output;
+    EXPECT_TRUE(answers()) << status << " " << output;
     process_ = std::stoi(readFile(folder_ + "/pid"));
     handle_.reset(static_cast<int>(syscall(SYS_pidfd_open, process_, 0)));
   }

@@ -3,7 +3,9 @@
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,6 +15,8 @@
 
 #include "clamav/ControlSocket.h"
 #include "clamav/ScanLimits.h"
+#include "posix/FileFacts.h"
+#include "posix/Text.h"
 #include "posix/UniqueFd.h"
 #include "tests/root/support/engine/TreeOnMachine.h"
 #include "tests/support/StandInProcess.h"
@@ -102,6 +106,53 @@ TEST_F(TreeOnMachine, StartsOneDaemonForTwoWhoAskAtOnce) {
     EXPECT_EQ(outcome.status, 0) << outcome.output;
   }
   EXPECT_EQ(daemons().size(), 1U);
+}
+
+// What the kernel has for them in /proc/PID/autogroup, "/autogroup-1 nice 0".
+bool weighsItsSession(pid_t process, const std::string& niceness) {
+  const std::string file = "/proc/" + std::to_string(process) + "/autogroup";
+  const std::string said = contentsOfFile(file).value_or("");
+  return !fileExists(file) || trimmed(said).ends_with("nice " + niceness);
+}
+
+TEST_F(TreeOnMachine, HasItsDaemonGiveWayToWhatTheUserWorksWith) {
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  const Outcome started = startDaemon(ordinaryUser, root);
+  EXPECT_EQ(started.output, "");
+  const pid_t daemon = daemons().at(0);
+  int threads = 0;
+  for (const auto& task :
+       std::filesystem::directory_iterator("/proc/" + std::to_string(daemon) + "/task")) {
+    const int thread = std::stoi(task.path().filename());
+    EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(thread)), 15);
+    // The least of the best-effort class (ioprio_set(2)).
+    EXPECT_EQ(syscall(SYS_ioprio_get, 1, thread), 2 << 13 | 7);
+    ++threads;
+  }
+  EXPECT_GT(threads, 0);
+  EXPECT_TRUE(weighsItsSession(daemon, "15"));
+}
+
+TEST_F(TreeOnMachine, LeavesTheWeightOfWhatItsDaemonDidNotStart) {
+  const std::string root = path("everyone");
+  ASSERT_EQ(makeTree(0, {"--machine", root}).status, 0);
+  // The account's lie: a process of somebody else's.
+  const StandInProcess another({"/usr/sbin/clamd"}, {"/bin/cat", otherUser});
+  const std::string liar = path("clamd-wrapper");
+  const std::string real = path("clamd-itself");
+  std::filesystem::copy_file("/usr/sbin/clamd", real);
+  const std::string file = std::filesystem::path(socketOf(root)).parent_path() / "clamd.pid";
+  write(liar, "#!/bin/sh\n" + real + " \"$@\" && echo " + std::to_string(another.process()) + " >" +
+                  file + "\n");
+  ASSERT_EQ(chmod(liar.c_str(), 0755), 0);
+  ASSERT_EQ(mount(liar.c_str(), "/usr/sbin/clamd", nullptr, MS_BIND, nullptr), 0);
+  const Outcome started = startDaemon(0, root);
+  EXPECT_EQ(umount("/usr/sbin/clamd"), 0);
+  EXPECT_EQ(started.status, 0);
+  EXPECT_TRUE(names(started, "clamd does not give way to other programs: " + file))
+      << started.output;
+  EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(another.process())), 0);
 }
 
 TEST_F(TreeOnMachine, HandsTheStatusOfADaemonOnThatCannotStart) {

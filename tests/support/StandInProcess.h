@@ -28,6 +28,8 @@ class StandInProcess {
   StandInProcess(const StandInProcess&) = delete;
   StandInProcess& operator=(const StandInProcess&) = delete;
 
+  pid_t process() const { return process_; }
+
  private:
   UniqueFd input_;
   pid_t process_ = -1;

@@ -1,6 +1,7 @@
 #include "tools/engine-tree/Launcher.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,9 +12,11 @@
 
 #include "clamav/Daemons.h"
 #include "posix/ChildProcess.h"
+#include "posix/FileFacts.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "posix/UniqueFd.h"
+#include "tools/engine-tree/DaemonWeight.h"
 #include "tools/engine-tree/EngineTree.h"
 #include "tools/engine-tree/TreeFolder.h"
 
@@ -73,6 +76,31 @@ DaemonState privateDaemon(const LaunchConf& conf) {
   return pingDaemon(conf.socketFolder + "/clamd.sock", trusted, reloadPatience);
 }
 
+// Its file is its account's, which is not to say whose processes root slows down.
+std::optional<pid_t> processOfDaemon(const LaunchConf& conf) {
+  constexpr std::size_t longestNumber = 32;
+  const auto said =
+      contentsOfRegularFile(conf.socketFolder + "/clamd.pid", Links::refused, longestNumber);
+  const auto process = numberIn<pid_t>(trimmed(said.value_or("")));
+  const uid_t account = conf.machineWide ? packagedAccount("").user : geteuid();
+  struct stat status = {};
+  const bool isTheirs = process && *process > 1 &&
+                        stat(("/proc/" + std::to_string(*process)).c_str(), &status) == 0 &&
+                        status.st_uid == account;
+  return isTheirs ? process : std::nullopt;
+}
+
+// Only once it has loaded: until then nobody is guarded.
+void takeWeightFromDaemon(const LaunchConf& conf) {
+  const std::optional<pid_t> process = processOfDaemon(conf);
+  const std::string problem =
+      process ? giveWay(*process)
+              : conf.socketFolder + "/clamd.pid names no process of its account";
+  if (!problem.empty()) {
+    std::fprintf(stderr, "clamd does not give way to other programs: %s\n", problem.c_str());
+  }
+}
+
 // None in somebody else's tree, whose daemon this user does not start anyway.
 UniqueFd turnIn(const std::string& root, const std::string& lock) {
   try {
@@ -121,7 +149,11 @@ int startOnce(const std::string& root, const std::string& configuration,
   request.launchPath = conf.daemon;
   request.arguments = {"-c", configuration};
   request.output = LaunchRequest::Output::inherited;
-  return awaitDaemon(request, conf);
+  const int status = awaitDaemon(request, conf);
+  if (status == 0) {
+    takeWeightFromDaemon(conf);
+  }
+  return status;
 }
 
 bool mayWrite(const std::string& folder) { return access(folder.c_str(), W_OK | X_OK) == 0; }

@@ -16,6 +16,7 @@
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
 #include "tests/support/LocalSocket.h"
+#include "tests/support/StarterCare.h"
 #include "tests/support/Waiting.h"
 
 // glibc 2.36 declares these without saying that they are C functions.
@@ -54,6 +55,7 @@ PrivateClamd::PrivateClamd(const Settings& settings) {
                                   folder_.at("pid") + "\nLogFile " + folder_.at("log") +
                                   "\nDatabaseDirectory " + folder_.at("db") + "\n" +
                                   settings.lines);
+  const StarterCare care([this] { return answers(); });
   ChildProcess starter({"/usr/sbin/clamd", {"-c", configuration()}});
   std::string output;
   const int status = starter.waitUntilExit([&](std::string_view chunk) {

@@ -20,6 +20,7 @@
 #include "clamav/Definitions.h"
 #include "posix/ChildProcess.h"
 #include "posix/UniqueFd.h"
+#include "tests/support/StarterCare.h"
 #include "tests/support/Waiting.h"
 
 namespace quillo {
@@ -166,8 +167,10 @@ void TreeOnMachine::startMachineDaemon() const {
   write("/etc/clamav/clamd.conf", "# LocalSocket /nowhere\nUser " + account.name +
                                       "\nMaxFileSize 9M\nDatabaseDirectory " + path("machine") +
                                       "\nLocalSocket " + path("machine/clamd.ctl") + "\n");
+  const std::string socket = path("machine/clamd.ctl");
+  const StarterCare care([&] { return answers(socket); });
   const Outcome started = run(0, "/usr/sbin/clamd");
-  ASSERT_EQ(started.status, 0) << started.output;
+  ASSERT_TRUE(answers(socket)) << started.status << " " << started.output;
 }
 
 std::string TreeOnMachine::eicarFile() const {
