@@ -28,7 +28,7 @@
 namespace bench {
 namespace {
 
-constexpr int rounds = 3;
+constexpr int rounds = 2;
 const std::string root = "/tmp/coverage";
 const std::string images = "/tmp/images";
 
@@ -101,7 +101,7 @@ std::vector<std::string> furtherFolders(const Trial::Ground& ground) {
 const std::vector<std::string>& notes() {
   static const std::vector<std::string> all{
       "Yes: the guard's log names the file as infected, within 10 s (agent, which waits until a "
-      "file holds still) or 5 s (clamonacc) of the last way. \"2 of 3\": in so many of the rounds.",
+      "file holds still) or 5 s (clamonacc) of the last way. \"1 of 2\": in so many of the rounds.",
       "Nobody opens the files after they were saved. clamonacc looks at a file when it is opened, "
       "so "
       "what it does not find here it finds when somebody opens the file, unless that is too late.",

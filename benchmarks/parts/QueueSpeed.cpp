@@ -111,9 +111,11 @@ void weighWaiting(benchmark::State& state) {
     note("afterwards", 0);
   }
 }
+// It weighs the same each time.
 BENCHMARK(weighWaiting)
     ->Name("bytes beyond a waiting path's own")
     ->Iterations(1)
+    ->Repetitions(1)
     ->Unit(benchmark::kMillisecond);
 
 void handOut(benchmark::State& state) {

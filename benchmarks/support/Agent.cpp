@@ -75,7 +75,7 @@ void Agent::makeTree() {
 void Agent::setPreferences(const std::string& lines) {
   writeFile(home_ + "/.config/vantrel/org.vantrel.Vantrel.toml",
             "PathToClamav = \"" + tree_ + "\"\nPathToUpdateLog = \"" + home_ +
-                "/update.log\"\nSuppressInfoDialogs = true\n" + lines +
+                "/update.log\"\nSuppressInfoDialogs = true\nmultiscan = \"yes\"\n" + lines +
                 "[[QuilloFolderArray]]\npathName = \"" + guarded_ + "\"\nWatchSubdirs = true\n");
 }
 

@@ -24,7 +24,7 @@ class ClamOnAcc final : public Watcher {
   std::string log() const override { return log_; }
   SightingLog::Lines lines() const override { return SightingLog::Lines::verdicts; }
   bool namesCleanFiles() const override { return false; }
-  Seconds patience() const override { return Seconds(2); }
+  Seconds patience() const override { return Seconds(1.5); }
 
  private:
   PeerDaemon& daemon_;

@@ -54,8 +54,10 @@ std::optional<Seconds> awaitWatching(const Watcher& watcher, const std::string& 
       first = std::min(first.value_or(number), number);
     }
   }
-  // What is still to be named must not be taken for something else.
-  while (!log.next(watcher.patience() / 2).empty()) {
+  // What is still to be named must not be taken for something else. The agent names such files
+  // once a second.
+  constexpr Seconds quiet(1.5);
+  while (!log.next(std::min(watcher.patience() / 2, quiet)).empty()) {
   }
   std::filesystem::remove_all(probes);
   return first ? std::optional<Seconds>(written.at(*first) - begin) : std::nullopt;

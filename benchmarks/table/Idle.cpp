@@ -13,8 +13,8 @@ namespace {
 
 constexpr int usualStarts = 3;
 constexpr int usualWindows = 5;
-constexpr Seconds window(3);
-constexpr Seconds settling(3);
+constexpr Seconds window(2);
+constexpr Seconds settling(2);
 constexpr int largest = 1000000;
 
 struct Figures {
@@ -119,7 +119,7 @@ std::vector<Table> measureIdle(Bench& bench) {
       "Start to watching: from the start of the program, the engine's loading with it, to the "
       "first "
       "file that is named in the end.",
-      "Processor time, wake-ups and memory: of all processes but clamd, in five windows of six "
+      "Processor time, wake-ups and memory: of all processes but clamd, in five windows of two "
       "seconds "
       "in which nothing happens.",
       "inotifywait and clamonacc need an inotify watch a folder, of which the kernel gives a user "

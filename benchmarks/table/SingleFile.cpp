@@ -32,7 +32,7 @@ std::string contentsOf(std::size_t bytes, int number) {
 // is its own, and fifty of them need not wait for each other.
 Samples measureSize(const Watcher& watcher, const std::string& folder, std::size_t bytes) {
   constexpr Seconds longEnough(10);
-  const Seconds between(bytes == small ? 0.1 : 0.7);
+  const Seconds between(bytes == small ? 0.1 : 0.45);
   static int number = 0;
   SightingLog log(watcher.log(), watcher.lines(), folder);
   std::map<std::string, Seconds> closed;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <atomic>
@@ -108,6 +109,19 @@ TEST_F(WrapperProgress, IsNotSaidToWhoDidNotAsk) {
   start({folderOf(3)}, false);
   EXPECT_EQ(end(), 0);
   EXPECT_EQ(said(), std::vector<ScanProgress>());
+}
+
+// sched(7): what nobody waits for has the niceness of the tree's daemon.
+TEST_F(WrapperProgress, IsWhatAScanNeedsToKeepItsWeightBesideOtherWork) {
+  tree.daemon([](const Question&) { return ""; });
+  for (const bool asks : {true, false}) {
+    start({tree.file("clean")}, asks);
+    ASSERT_TRUE(tree.daemon().awaitSession());
+    EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(child->processIdentifier())),
+              asks ? 0 : 15);
+    child->endAtOnce();
+    end();
+  }
 }
 
 TEST_F(WrapperProgress, IsSaidAFewTimesASecondAtMost) {

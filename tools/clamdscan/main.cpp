@@ -1,4 +1,5 @@
 #include <sys/auxv.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <exception>
@@ -25,6 +26,15 @@ std::vector<std::string> pathsOfThisProgram() {
   return paths;
 }
 
+// As the tree's daemon does (docs/adr/0041-the-engine-gives-way.md). Where it is shown how far the
+// scan has come, somebody waits for it.
+void giveWay(const VerdictSender& starter) {
+  constexpr int niceness = 15;
+  if (!starter.wantsProgress()) {
+    setpriority(PRIO_PROCESS, 0, niceness);
+  }
+}
+
 int run(const std::vector<std::string>& words) {
   TreeSettings tree = TreeSettings::find(pathsOfThisProgram());
   const CommandLine asked = CommandLine::parse(words);
@@ -32,6 +42,9 @@ int run(const std::vector<std::string>& words) {
     tree.useConfiguration(*asked.configuration);
   }
   std::optional<VerdictSender> channel = VerdictSender::fromEnvironment();
+  if (channel) {
+    giveWay(*channel);
+  }
   Report report({STDOUT_FILENO, asked.toStdout ? STDOUT_FILENO : STDERR_FILENO, asked.infectedOnly,
                  asked.quiet, channel ? &*channel : nullptr});
   Starter starter(channel ? channel->descriptor() : -1, STDOUT_FILENO);
