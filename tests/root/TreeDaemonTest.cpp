@@ -125,13 +125,21 @@ TEST_F(TreeOnMachine, HasItsDaemonGiveWayToWhatTheUserWorksWith) {
   for (const auto& task :
        std::filesystem::directory_iterator("/proc/" + std::to_string(daemon) + "/task")) {
     const int thread = std::stoi(task.path().filename());
-    EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(thread)), 15);
+    EXPECT_GE(getpriority(PRIO_PROCESS, static_cast<id_t>(thread)), 15);
     // The least of the best-effort class (ioprio_set(2)).
     EXPECT_EQ(syscall(SYS_ioprio_get, 1, thread), 2 << 13 | 7);
     ++threads;
   }
   EXPECT_GT(threads, 0);
   EXPECT_TRUE(weighsItsSession(daemon, "15"));
+}
+
+TEST_F(TreeOnMachine, LeavesADaemonTheLittleWeightWithWhichItsUserStartedIt) {
+  const std::string root = path("61234/tree");
+  ASSERT_EQ(makeTree(ordinaryUser, {root}).status, 0);
+  const Outcome started = run(ordinaryUser, "/usr/bin/nice", {"-n", "19", root + "/sbin/clamd"});
+  EXPECT_EQ(started.output, "");
+  EXPECT_EQ(getpriority(PRIO_PGRP, static_cast<id_t>(daemons().at(0))), 19);
 }
 
 TEST_F(TreeOnMachine, LeavesTheWeightOfWhatItsDaemonDidNotStart) {
@@ -152,7 +160,8 @@ TEST_F(TreeOnMachine, LeavesTheWeightOfWhatItsDaemonDidNotStart) {
   EXPECT_EQ(started.status, 0);
   EXPECT_TRUE(names(started, "clamd does not give way to other programs: " + file))
       << started.output;
-  EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(another.process())), 0);
+  EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(another.process())),
+            getpriority(PRIO_PROCESS, 0));
 }
 
 TEST_F(TreeOnMachine, HandsTheStatusOfADaemonOnThatCannotStart) {

@@ -30,7 +30,7 @@ std::vector<std::string> pathsOfThisProgram() {
 // scan has come, somebody waits for it.
 void giveWay(const VerdictSender& starter) {
   constexpr int niceness = 15;
-  if (!starter.wantsProgress()) {
+  if (!starter.wantsProgress() && getpriority(PRIO_PROCESS, 0) < niceness) {
     setpriority(PRIO_PROCESS, 0, niceness);
   }
 }

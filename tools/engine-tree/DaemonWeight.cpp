@@ -23,6 +23,15 @@ constexpr int leastOfBestEffort = 2 << 13 | 7;
 constexpr int mostTries = 20;
 constexpr std::chrono::milliseconds betweenTries{50};
 
+// Returns 0 or errno. A daemon that its user started with less weight keeps that.
+int weighProcesses(pid_t leader) {
+  const auto group = static_cast<id_t>(leader);
+  return getpriority(PRIO_PGRP, group) >= daemonNiceness ||
+                 setpriority(PRIO_PGRP, group, daemonNiceness) == 0
+             ? 0
+             : errno;
+}
+
 // Returns 0 or errno. A kernel that does not weigh sessions has no such file.
 int weighSession(pid_t leader) {
   const std::string path = "/proc/" + std::to_string(leader) + "/autogroup";
@@ -51,8 +60,7 @@ std::string giveWay(pid_t leader) {
       problem += (problem.empty() ? "" : "; ") + std::string(what) + ": " + std::strerror(error);
     }
   };
-  note("for the processor",
-       setpriority(PRIO_PGRP, static_cast<id_t>(leader), daemonNiceness) == 0 ? 0 : errno);
+  note("for the processor", weighProcesses(leader));
   note("among sessions", weighSession(leader));
   note("for the disks",
        syscall(SYS_ioprio_set, whoGroup, leader, leastOfBestEffort) == 0 ? 0 : errno);
