@@ -74,6 +74,12 @@ void ScanReport::scannerFailed(int status) {
   failureOfScanner_ = "the scanner ended with status " + std::to_string(status);
 }
 
+std::vector<std::string> ScanReport::unjudged() const {
+  std::vector<std::string> paths(unjudged_.begin(), unjudged_.end());
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
 // The button may outlive this object, not its owner.
 void ScanReport::endRun(bool isAborted) {
   limitNotice_.post(services_.notifier, services_.localizedStrings, [&owner = owner_] {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "clamav/VerdictChannel.h"
@@ -46,8 +46,8 @@ class ScanReport {
   // Ends it, however the run ended: notifies of what the engine's limits kept from being scanned,
   // and sees to what the daemon left, but for files of an aborted run of which no line says so.
   void endRun(bool isAborted);
-  // Returns those of the run's paths that no line has judged yet.
-  std::vector<std::string> unjudged() const { return {unjudged_.begin(), unjudged_.end()}; }
+  // Returns those of the run's paths that no line has judged yet, sorted.
+  std::vector<std::string> unjudged() const;
   // Returns the channel for the scanner; null when there can be none.
   VerdictReceiver* verdicts() { return verdicts_ ? &*verdicts_ : nullptr; }
   // Handles one chunk of the report. One that is not UTF-8 is dropped whole.
@@ -77,7 +77,7 @@ class ScanReport {
   Consequences consequences_;
   std::optional<VerdictReceiver> verdicts_;
   LimitNotice limitNotice_;
-  std::set<std::string> unjudged_;
+  std::unordered_set<std::string> unjudged_;
   bool recovered_ = false;
   bool daemonWasGone_ = false;
   std::string failureOfScanner_;
