@@ -11,8 +11,7 @@
    lasts to its bound with work to do only when a signal fell between a test and a wait. With weak
    fairness: every change that was reported is scanned in the end, or told of, and each abort is logged.
 
-   Left out: what scans take and cost, folders and empty files, exclusion (a path that leaves a batch), a
-   scanner that is killed alone, which hands its paths back as one does whose daemon died.
+   Left out: what scans take and cost, folders and empty files, exclusion (a path that leaves a batch).
    A size is the number of the last change, so that two measurements agree when the file held still.
    The intake is a set, as the step that takes it over makes it one. A batch has one path for 200. */
 
@@ -27,6 +26,9 @@
 #endif
 #ifndef DEATHS
 #define DEATHS 0 /* of the daemon */
+#endif
+#ifndef KILLS
+#define KILLS 0 /* of a scanner by itself, by somebody else */
 #endif
 #ifndef BATCH
 #define BATCH 1
@@ -60,6 +62,7 @@ byte scanned[PATHS];  /* the last change that has a verdict */
 byte told;            /* paths that stay unscanned, as the user knows */
 byte gone;            /* paths that are no more */
 bool daemonUp = true;
+byte kills;
 
 /* The dispatcher's lists. An item is absent, unmeasured, ready, or of the size last measured. */
 #define ABSENT 0
@@ -286,7 +289,7 @@ end:
   od
 }
 
-/* A path for which there was no daemon. */
+/* A path for which there was no daemon, or no scanner any more. */
 inline leave(p) {
   batch[s] = WITHOUT(batch[s], p);
   if
@@ -297,7 +300,7 @@ inline leave(p) {
 
 proctype PatientScanner(byte s) {
   byte p, n;
-  bool daemonWasGone;
+  bool daemonWasGone, failed;
 end:
   do
   :: atomic { !scannable -> scannersTested = scannersTested | BIT(s); scannerLost = false };
@@ -347,13 +350,16 @@ endWait:
       for (p : 0 .. PATHS - 1) {
         atomic {
           if
-          :: (batch[s] & BIT(p)) && daemonUp && !(killed & BIT(s)) ->
+          :: (batch[s] & BIT(p)) && daemonUp && !failed && !(killed & BIT(s)) ->
             scanned[p] = change[p];
             batch[s] = WITHOUT(batch[s], p);
             tries[p] = 0
 #if DEATHS > 0
-          :: (batch[s] & BIT(p)) && !daemonUp && !(killed & BIT(s)) -> leave(p)
-          :: (batch[s] & BIT(p)) && !daemonUp && !(killed & BIT(s)) -> daemonWasGone = true
+          :: (batch[s] & BIT(p)) && !daemonUp && !failed && !(killed & BIT(s)) -> leave(p)
+          :: (batch[s] & BIT(p)) && !daemonUp && !failed && !(killed & BIT(s)) -> daemonWasGone = true
+#endif
+#if KILLS > 0
+          :: (batch[s] & BIT(p)) && kills < KILLS && !failed -> failed = true; kills++
 #endif
           :: else
           fi
@@ -376,7 +382,7 @@ endWait:
         report(abortOf[s])
       :: else ->
         atomic {
-          assert(batch[s] == 0 || daemonWasGone);
+          assert(batch[s] == 0 || daemonWasGone || failed);
           for (p : 0 .. PATHS - 1) {
             if
             :: batch[s] & BIT(p) -> leave(p)
@@ -386,7 +392,7 @@ endWait:
           p = 0
         }
       fi;
-      atomic { killed = WITHOUT(killed, s); abortOf[s] = 0; daemonWasGone = false }
+      atomic { killed = WITHOUT(killed, s); abortOf[s] = 0; daemonWasGone = false; failed = false }
     :: else
     fi
   od
@@ -467,7 +473,9 @@ end:
     daemonUp = true
   od
 }
+#endif
 
+#if DEATHS > 0 || KILLS > 0
 /* Looks now and then while any path waits. Those that the daemon had when it went have turns. */
 proctype Health() {
   byte p, taken;
@@ -515,6 +523,8 @@ init {
 #endif
 #if DEATHS > 0
     run Daemon();
+#endif
+#if DEATHS > 0 || KILLS > 0
     run Health();
 #endif
   }
