@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <string>
@@ -60,6 +61,24 @@ TEST(AgentCatchUp, FindsAFolderThatWasMovedInBetweenTwoHelpers) {
   ASSERT_EQ(rename((home.home() + "/elsewhere").c_str(), home.guarded("moved").c_str()), 0);
   ASSERT_EQ(kill(helper, SIGKILL), 0);
   EXPECT_TRUE(home.logHas(home.guarded("moved/bad.com") + found));
+}
+
+TEST(AgentCatchUp, LooksIntoNothingThatIsNotWatchedEither) {
+  GuardedHome home;
+  const std::string readOnly = home.guarded("medium");
+  makeFolder(readOnly, 0777);
+  home.startAndAwaitWatching();
+  const pid_t helper = home.helper();
+  ASSERT_EQ(kill(helper, SIGSTOP), 0);
+  mountTmpfs(readOnly);
+  const std::string unwatched = home.saveInfected("medium/bad.com");
+  check(mount(nullptr, readOnly.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), "remounting");
+  const std::string missed = home.saveInfected("bad.com");
+  ASSERT_EQ(kill(helper, SIGKILL), 0);
+  EXPECT_TRUE(home.logHas(missed + found));
+  EXPECT_TRUE(home.logHas("Missed files: "));
+  EXPECT_EQ(home.linesWith(unwatched), 0);
+  EXPECT_EQ(umount(readOnly.c_str()), 0);
 }
 
 TEST(AgentCatchUp, FindsWhatWasSavedWhileNoAgentRanIfItIsWanted) {

@@ -116,6 +116,19 @@ TEST_F(CatchUpTest, GoesBackToTheLastMomentAtWhichAllWasTold) {
   EXPECT_EQ(owner.paths(), Lines{missed});
 }
 
+// As by a process that was stopped for as long.
+TEST_F(CatchUpTest, TrustsAMarkOnlyForWhatItHeardBefore) {
+  begin();
+  hear("/elsewhere/x\n");
+  clock.advance(hours(1));
+  hear("\n");
+  const std::string missed = folder.write("missed", "x");
+  catchUp->runEnded();
+  beginRun();
+  join();
+  EXPECT_EQ(owner.paths(), Lines{missed});
+}
+
 TEST_F(CatchUpTest, FindsWhatWasSavedAfterTheClockWasSetBack) {
   clock.setWallTime(system_clock::now() + hours(24));
   begin();
@@ -200,6 +213,22 @@ TEST_F(CatchUpTest, RestsBetweenTwoLooks) {
   EXPECT_EQ(owner.paths(), Lines{missed});
 }
 
+TEST_F(CatchUpTest, LooksForNothingAfterARestInWhichItsUserAbortedIt) {
+  begin();
+  catchUp->runEnded();
+  beginRun();
+  join();
+  folder.write("missed", "x");
+  catchUp->runEnded();
+  beginRun();
+  ASSERT_TRUE(clock.waitUntilParked(1));
+  catchUp->abort();
+  clock.advance(seconds(10));
+  join();
+  EXPECT_EQ(looks(), 2);
+  EXPECT_EQ(owner.paths(), Lines());
+}
+
 TEST_F(CatchUpTest, EndsARestAtOnceWhenWatchingEnds) {
   begin();
   catchUp->runEnded();
@@ -236,6 +265,20 @@ TEST_F(CatchUpTest, AtTheStartFindsWhatWasSavedSinceWatchingEnded) {
   EXPECT_EQ(owner.paths(), Lines{missed});
 }
 
+// They can have been told of and not been scanned.
+TEST_F(CatchUpTest, AtTheStartFindsWhatWasSavedShortlyBeforeWatchingEnded) {
+  desktop.preferenceStore.set("QuilloCatchUp", true);
+  begin();
+  const std::string waiting = folder.write("waiting", "x");
+  clock.advance(seconds(60));
+  hear("\n");
+  hear("\n");
+  startAnew();
+  begin();
+  join();
+  EXPECT_EQ(owner.paths(), Lines{waiting});
+}
+
 TEST_F(CatchUpTest, AtTheStartLooksForNothingAfterTheClockWasSetBack) {
   desktop.preferenceStore.set("QuilloCatchUp", true);
   begin();
@@ -259,6 +302,26 @@ TEST_F(CatchUpTest, KeepsTheMomentAtMostOnceAMinute) {
   clock.advance(seconds(1));
   hear("\n");
   EXPECT_NE(TemporaryFolder::read(kept()), first);
+}
+
+// This process can be killed before it is done.
+TEST_F(CatchUpTest, KeepsTheMomentBeforeALookThatGoesOn) {
+  desktop.preferenceStore.set("QuilloCatchUp", true);
+  begin();
+  const std::string first = TemporaryFolder::read(kept());
+  folder.write("missed", "x");
+  catchUp->runEnded();
+  std::string meanwhile;
+  owner.onList = [&] {
+    for (int mark = 0; mark < 2; ++mark) {
+      clock.advance(minutes(2));
+      hear("\n");
+    }
+    meanwhile = TemporaryFolder::read(kept());
+  };
+  beginRun();
+  join();
+  EXPECT_EQ(meanwhile, first);
 }
 
 TEST_F(CatchUpTest, KeepsNoMomentThatNobodyHasWatched) {

@@ -75,6 +75,15 @@ TEST_F(ScanReportUnscanned, AFileWhoseRunWasAbortedIsNotLeftByTheDaemon) {
   EXPECT_FALSE(files.areWaiting());
 }
 
+TEST_F(ScanReportUnscanned, AFileWhoseRunWasAbortedIsNotLeftByTheScannerThatTheAbortEnded) {
+  report.startRun({Action::leaveInPlace, "", false}, {"/a"});
+  StdoutCapture capture;
+  report.scannerFailed(9);
+  report.endRun(true);
+  EXPECT_EQ(capture.text(), "");
+  EXPECT_FALSE(files.areWaiting());
+}
+
 TEST_F(ScanReportUnscanned, TheObserverIsToldOnlyWhenAFileStaysUnscanned) {
   const std::string line = "/a: no reply from clamd";
   for (int time = 0; time < UnscannedFiles::mostTimes; ++time) {
