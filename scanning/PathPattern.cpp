@@ -11,7 +11,8 @@ namespace quillo {
 namespace {
 
 // The C library writes out what is repeated: "a++++" is sixteen times "a", and each further "+"
-// doubles what it takes, to gigabytes for a line of them. Groups within groups take its stack.
+// doubles what it takes, to gigabytes for a line of them; and where what is repeated may be empty,
+// its time grows with the square of that. Groups within groups take its stack.
 class Expansion {
  public:
   explicit Expansion(std::string_view pattern) : rest_(pattern) {
@@ -23,6 +24,8 @@ class Expansion {
 
  private:
   static constexpr std::uint64_t mostPieces = 5000;
+  // Of one thing that is repeated: a quarter of a second.
+  static constexpr std::uint64_t mostRepeated = 1000;
   static constexpr std::size_t deepest = 250;
   static constexpr std::string_view digits = "0123456789";
 
@@ -46,11 +49,12 @@ class Expansion {
           std::min(first == '[' ? set() : std::size_t{first == '\\'}, rest_.size() - 1));
     }
     rest_.remove_prefix(1);
-    isTooLarge_ = groups_.size() > deepest || groups_.back() > mostPieces;
+    isTooLarge_ = isTooLarge_ || groups_.size() > deepest || groups_.back() > mostPieces;
   }
   void repeat(std::uint64_t times) {
     groups_.back() += last_ * (times - 1);
     last_ *= times;
+    isTooLarge_ = isTooLarge_ || last_ > mostRepeated;
   }
   // The larger number of "{1,2}", and 1 for what is none.
   std::uint64_t mostTimes() const {

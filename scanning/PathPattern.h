@@ -14,7 +14,7 @@ namespace quillo {
 
 // One pattern of the user, compiled once: a POSIX extended regular expression (regex(7)),
 // unanchored and case-sensitive. One that does not compile matches nothing, and so one whose
-// repetitions, written out, would take memory without end.
+// repetitions, written out, would take memory or time without end.
 class PathPattern {
  public:
   explicit PathPattern(const std::string& pattern);

@@ -14,6 +14,7 @@
 #include "posix/UniqueFd.h"
 #include "scanning/AbortedScans.h"
 #include "scanning/EngineRun.h"
+#include "scanning/UnscannedFiles.h"
 #include "tests/fakes/scanning/ScannerFixture.h"
 #include "tests/support/SystemCalls.h"
 #include "tests/support/Threads.h"
@@ -229,6 +230,27 @@ TEST_F(PatientScannerFailure, AnEngineThatHangsIsWaitedForUntilItIsKilled) {
   EXPECT_EQ(lines, Lines{path("a") + ": OK"});
   EXPECT_EQ(bench.owner.runs, 0);
   EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{SIGKILL});
+}
+
+struct EverythingIsGuarded final : GuardedPlaces {
+  bool takeNow() override { return true; }
+  bool hold(const std::string&) override { return true; }
+};
+
+TEST_F(PatientScannerFailure, TheEndOfTheAgentLeavesNoFileToBeScannedAgain) {
+  EverythingIsGuarded places;
+  UnscannedFiles unscanned({bench.clock, bench.desktop.systemLog, bench.dispatcher, bench.owner,
+                            places, [](Clock::Duration) {}});
+  RunningScanners running;
+  bench.services.unscannedFiles = &unscanned;
+  bench.services.runningScanners = &running;
+  Lines lines;
+  JoinedThreads run([&] { lines = scan({"a", "hang-b"}); });
+  EXPECT_TRUE(waitForFile(bench.folder.path(), "hang-b.pid"));
+  running.endAllForGood();
+  run.join();
+  EXPECT_EQ(lines, Lines{path("a") + ": OK"});
+  EXPECT_FALSE(unscanned.areWaiting());
 }
 
 TEST_F(PatientScannerFailure, AnAbortLeavesOneLineWithTheNumberOfFilesWithoutAVerdict) {

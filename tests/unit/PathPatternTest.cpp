@@ -99,10 +99,12 @@ TEST(PathPattern, SaysWhyItDoesNotCompile) {
   EXPECT_EQ(PathPattern("(a)").problem(), "");
 }
 
-// The C library would write them out, to gigabytes, or follow the groups to the end of its stack.
+// The C library would write them out, to gigabytes or for seconds, or follow the groups to the end
+// of its stack.
 TEST(PathPattern, OneThatRepeatsRepetitionsTooOftenDoesNotCompile) {
   for (const std::string& pattern : {"x" + std::string(38, '+'), std::string("((a{99}){99}){99}"),
-                                     std::string("[[:alpha:]]{6000}"),
+                                     std::string("[[:alpha:]]{6000}"), "x*" + std::string(11, '+'),
+                                     "(x?y*)" + std::string(9, '+'),
                                      std::string(100000, '(') + "a" + std::string(100000, ')')}) {
     const PathPattern refused(pattern);
     EXPECT_NE(refused.problem(), "") << pattern.substr(0, 40);

@@ -251,10 +251,15 @@ TEST_F(VerdictChannelTest, PassesOverRecordsWhoseLinesNeverCame) {
   bool allowed = false;
   JoinedThreads scanner([&] {
     allowed = sender.mayMove();
-    sender.reportOutcome(infected("/u/b: Eicar FOUND"));
+    Verdict outcome = infected("/u/b: Eicar FOUND");
+    outcome.whereabouts = Whereabouts::moved;
+    outcome.destination = "/q/b";
+    sender.reportOutcome(outcome);
   });
-  EXPECT_EQ(receiver.understand("/u/b: Eicar FOUND").file(), "/elsewhere/c");
+  const Verdict verdict = receiver.understand("/u/b: Eicar FOUND");
   scanner.join();
+  EXPECT_EQ(verdict.file(), "/elsewhere/c");
+  EXPECT_EQ(verdict.destination, "/q/b");
   EXPECT_TRUE(allowed);
 }
 
