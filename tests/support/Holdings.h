@@ -20,9 +20,14 @@ struct Holdings {
   std::ptrdiff_t threads = entriesOf("/proc/self/task");
   std::ptrdiff_t descriptors = entriesOf("/proc/self/fd");
   // Of the heap; 0 where that says nothing.
-  std::size_t bytes = isSanitized ? 0 : mallinfo2().uordblks;
+  std::size_t bytes = isSanitized ? 0 : bytesOfHeap();
 
  private:
+  // Large pieces are mapped by themselves.
+  static std::size_t bytesOfHeap() {
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+  }
   static std::ptrdiff_t entriesOf(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
   }

@@ -2,6 +2,7 @@
 #include <set>
 
 #include "tests/fakes/scanning/DispatcherFixture.h"
+#include "tests/support/Holdings.h"
 
 namespace quillo {
 namespace {
@@ -23,6 +24,25 @@ TEST_F(DispatcherHandout, FourHundredAndFiftyPathsGoOutInThreeBatches) {
   }
   EXPECT_EQ(handedOut, std::multiset<std::string>(paths.begin(), paths.end()));
   EXPECT_EQ(batch(), Paths());
+}
+
+TEST_F(DispatcherHandout, AStormLeavesNoMemoryBehind) {
+  constexpr std::size_t little = 64UL * 1024;
+  const Paths paths = manyFiles(20'000);
+  Dispatcher one(clock, log, volumes, nullptr);
+  const std::size_t before = Holdings().bytes;
+  {
+    Paths reported = paths;
+    one.copyItemsToMyItemListFrom(reported);
+  }
+  one.getItemSizesInMyItemList();
+  one.getItemSizesInMyItemList();
+  one.moveReadyItemsToScannableList();
+  ASSERT_EQ(one.scannableCount(), 20'000);
+  for (Paths taken; one.scannableCount() > 0; taken.clear()) {
+    one.copyFromDispatchToScanner(taken);
+  }
+  EXPECT_LE(Holdings().bytes, before + little);
 }
 
 TEST_F(DispatcherHandout, ExactlyTwoHundredPathsGoOutAtOnce) {
