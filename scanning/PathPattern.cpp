@@ -12,7 +12,8 @@ namespace {
 
 // The C library writes out what is repeated: "a++++" is sixteen times "a", and each further "+"
 // doubles what it takes, to gigabytes for a line of them; and where what is repeated may be empty,
-// its time grows with the square of that. Groups within groups take its stack.
+// its time grows with the square of that, and with repetitions of repetitions without end. Groups
+// within groups take its stack.
 class Expansion {
  public:
   explicit Expansion(std::string_view pattern) : rest_(pattern) {
@@ -26,35 +27,49 @@ class Expansion {
   static constexpr std::uint64_t mostPieces = 5000;
   // Of one thing that is repeated: a quarter of a second.
   static constexpr std::uint64_t mostRepeated = 1000;
+  static constexpr int mostNested = 4;
   static constexpr std::size_t deepest = 250;
   static constexpr std::string_view digits = "0123456789";
+
+  struct Part {
+    std::uint64_t pieces = 0;
+    int nested = 0;  // repetitions within repetitions
+  };
 
   void takeNext() {
     const char first = rest_.front();
     if (first == '(') {
-      groups_.push_back(0);
-      last_ = 0;
+      groups_.emplace_back();
+      last_ = Part();
     } else if (first == ')' && groups_.size() > 1) {
-      last_ = groups_.back() + 1;
+      last_ = groups_.back();
+      ++last_.pieces;
       groups_.pop_back();
-      groups_.back() += last_;
+      groups_.back().pieces += last_.pieces;
+      groups_.back().nested = std::max(groups_.back().nested, last_.nested);
     } else if (first == '+') {
       repeat(2);
+    } else if (first == '*' || first == '?') {
+      repeat(1);
     } else if (first == '{') {
-      repeat(mostTimes());
-    } else if (first != '*' && first != '?') {
-      last_ = 1;
-      groups_.back() += last_;
+      if (rest_.find_first_of("0123456789,", 1) == 1) {
+        repeat(mostTimes());
+      }
+    } else {
+      last_ = Part{1, 0};
+      ++groups_.back().pieces;
       rest_.remove_prefix(
           std::min(first == '[' ? set() : std::size_t{first == '\\'}, rest_.size() - 1));
     }
     rest_.remove_prefix(1);
-    isTooLarge_ = isTooLarge_ || groups_.size() > deepest || groups_.back() > mostPieces;
+    isTooLarge_ = isTooLarge_ || groups_.size() > deepest || groups_.back().pieces > mostPieces;
   }
   void repeat(std::uint64_t times) {
-    groups_.back() += last_ * (times - 1);
-    last_ *= times;
-    isTooLarge_ = isTooLarge_ || last_ > mostRepeated;
+    groups_.back().pieces += last_.pieces * (times - 1);
+    last_.pieces *= times;
+    ++last_.nested;
+    groups_.back().nested = std::max(groups_.back().nested, last_.nested);
+    isTooLarge_ = (times > 1 && last_.pieces > mostRepeated) || last_.nested > mostNested;
   }
   // The larger number of "{1,2}", and 1 for what is none.
   std::uint64_t mostTimes() const {
@@ -82,8 +97,8 @@ class Expansion {
   }
 
   std::string_view rest_;
-  std::vector<std::uint64_t> groups_{0};  // the pieces of each open group, the outermost first
-  std::uint64_t last_ = 0;                // those of what a repetition would repeat
+  std::vector<Part> groups_{Part()};  // the open ones, the outermost first
+  Part last_;                         // what a repetition would repeat
   bool isTooLarge_ = false;
 };
 

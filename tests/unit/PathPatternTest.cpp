@@ -102,10 +102,12 @@ TEST(PathPattern, SaysWhyItDoesNotCompile) {
 // The C library would write them out, to gigabytes or for seconds, or follow the groups to the end
 // of its stack.
 TEST(PathPattern, OneThatRepeatsRepetitionsTooOftenDoesNotCompile) {
-  for (const std::string& pattern : {"x" + std::string(38, '+'), std::string("((a{99}){99}){99}"),
-                                     std::string("[[:alpha:]]{6000}"), "x*" + std::string(11, '+'),
-                                     "(x?y*)" + std::string(9, '+'),
-                                     std::string(100000, '(') + "a" + std::string(100000, ')')}) {
+  for (const std::string& pattern :
+       {"x" + std::string(38, '+'), std::string("((a{99}){99}){99}"),
+        std::string("[[:alpha:]]{6000}"), "x*" + std::string(11, '+'),
+        "(x?y*)" + std::string(9, '+'), "x" + std::string(48, '?') + "+++++",
+        std::string("(((((x?)+)?)+)?)+"),
+        std::string(100000, '(') + "a" + std::string(100000, ')')}) {
     const PathPattern refused(pattern);
     EXPECT_NE(refused.problem(), "") << pattern.substr(0, 40);
     EXPECT_FALSE(refused.matches("/xaaa"));
@@ -118,6 +120,7 @@ TEST(PathPattern, ManyRepetitionsAndLongTextsAreNoneOfRepetitions) {
     each += "(a+|[]+{]*)+b{1,9}";
   }
   EXPECT_EQ(PathPattern(each).problem(), "");
+  EXPECT_TRUE(matches("^/((([a-z]+[.])*x)?y)+$", "/a.b.xyy"));
   EXPECT_TRUE(matches("^/[[:alpha:]+]{2}(a{9}){9}$", "/x+" + std::string(81, 'a')));
   const std::string path = "/" + std::string(4094, '.');
   EXPECT_TRUE(matches(literal(path), path));
