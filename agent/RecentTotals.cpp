@@ -46,6 +46,7 @@ void RecentTotals::count() {
     const Clock::Duration begin = clock_.now();
     reader_.open();
     totals = reader_.totalsSince(clock_.wallTime() - recently);
+    reader_.close();
     taken = clock_.now() - begin;
   }
   MutexLock hold(known_);

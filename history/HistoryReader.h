@@ -90,6 +90,8 @@ class HistoryReader {
   // Opens it, or looks whether it is still well. Below, a history that is not good is empty, and
   // one that turns out to be damaged may be, too: state() says so.
   State open();
+  // Gives back its descriptors and memory until it is used again.
+  void close() { connection_.reset(); }
   // Returns how it stood when it was used last.
   State state() const { return state_; }
   // Returns what went wrong, in the words of the system; "" when all is good.

@@ -220,6 +220,12 @@ HistoryStore::HistoryStore(std::string folder, Clock& clock, SystemLog& log, His
 
 HistoryStore::~HistoryStore() = default;
 
+void HistoryStore::releaseMemory() const {
+  if (open_) {
+    open_->sql.releaseMemory();
+  }
+}
+
 void HistoryStore::close() { open_.reset(); }
 
 void HistoryStore::write(const HistoryBatch& batch) {

@@ -48,6 +48,8 @@ class HistoryStore {
   // Enters all of it, or nothing, and deletes in its stead what is too much or too old, the oldest
   // first. Throws PlatformException when that cannot be done now, as on a full disk.
   void write(const HistoryBatch& batch);
+  // Gives back what the database holds of memory and does not use.
+  void releaseMemory() const;
   // Closes the database. The next writing opens it again.
   void close();
 

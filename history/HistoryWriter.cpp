@@ -256,6 +256,7 @@ void HistoryWriter::write() {
       batch_.changes.erase(batch_.changes.begin(), behind);
       batch_.scanned.clear();
     }
+    store_.releaseMemory();
   } catch (const std::exception& problem) {
     failure = problem.what();
   }

@@ -153,6 +153,8 @@ std::int64_t SqlConnection::lastId() const { return sqlite3_last_insert_rowid(co
 
 std::int64_t SqlConnection::changes() const { return sqlite3_changes64(connection_.get()); }
 
+void SqlConnection::releaseMemory() const { sqlite3_db_release_memory(connection_.get()); }
+
 SqlTransaction::SqlTransaction(const SqlConnection& connection, Kind kind)
     : connection_(connection) {
   // One that will write waits here for other writers; later it could no longer.

@@ -78,6 +78,9 @@ class SqlConnection {
   std::int64_t lastId() const;
   // Returns how many rows the last statement changed.
   std::int64_t changes() const;
+  // Gives back the memory of what was read and is not in use,
+  // sqlite.org/c3ref/db_release_memory.html.
+  void releaseMemory() const;
 
  private:
   std::string path_;
