@@ -29,6 +29,19 @@ TEST_F(FaultyDesktop, WhoseSessionBusEndsIsGuardedAllTheSame) {
   EXPECT_EQ(home.stop(), 0);
 }
 
+// A session bus has no life after its end (dbus-daemon(1)): programs of that session stay without.
+TEST_F(FaultyDesktop, WhoseSessionBusComesBackIsToldOfFindsByTheNextAgent) {
+  desktop.endBus();
+  EXPECT_TRUE(home.logHas(home.saveInfected("meanwhile.com") + found));
+  desktop.startBusAgain();
+  EXPECT_TRUE(home.logHas(home.saveInfected("back.com") + found));
+  EXPECT_EQ(home.stop(), 0);
+  home.start();
+  home.awaitWatching("again");
+  home.saveInfected("told.com");
+  EXPECT_TRUE(desktop.awaitNotification("told.com")) << desktop.allNotifications();
+}
+
 // As every program with a window there. What it launched goes on and serves the next session.
 TEST_F(FaultyDesktop, WhoseDisplayEndsIsGuardedAgainByTheNextSessionsAgent) {
   desktop.endScreen();

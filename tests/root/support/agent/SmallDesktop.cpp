@@ -86,27 +86,42 @@ SmallDesktop::SmallDesktop() : context_(g_main_context_new()) {
       "/usr/bin/Xvfb",
       {"-displayfd", "3", "-screen", "0", "800x600x24", "-ac", "-nolisten", "tcp", "-noreset"},
       display);
-  unlink(busFile);
   writeFile("/tmp/small-desktop.conf", busConfiguration);
+  // Without the mark of one bus among others that its address bears.
+  environment_ = {"QT_QPA_PLATFORM=xcb", "DISPLAY=:" + display,
+                  std::string("DBUS_SESSION_BUS_ADDRESS=unix:path=") + busFile};
+  startBus();
+}
+
+SmallDesktop::~SmallDesktop() {
+  stopServing();
+  g_main_context_unref(context_);
+  bus_.reset();
+  screen_.reset();
+  unlink("/tmp/small-desktop.conf");
+}
+
+void SmallDesktop::startBus() {
+  unlink(busFile);
   std::string address;
   bus_ = startServer(
       "/usr/bin/dbus-daemon",
       {"--config-file=/tmp/small-desktop.conf", "--nofork", "--nopidfile", "--print-address=3"},
       address);
-  environment_ = {"QT_QPA_PLATFORM=xcb", "DISPLAY=:" + display,
-                  "DBUS_SESSION_BUS_ADDRESS=" + address};
   serve(address);
 }
 
-SmallDesktop::~SmallDesktop() {
+void SmallDesktop::stopServing() {
   ended_ = true;
   g_main_context_wakeup(context_);
   server_.join();
   g_object_unref(connection_);
-  g_main_context_unref(context_);
-  bus_.reset();
-  screen_.reset();
-  unlink("/tmp/small-desktop.conf");
+}
+
+void SmallDesktop::startBusAgain() {
+  stopServing();
+  ended_ = false;
+  startBus();
 }
 
 void SmallDesktop::endBus() {

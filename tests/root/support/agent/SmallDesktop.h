@@ -38,6 +38,8 @@ class SmallDesktop {
   bool choose(const std::string& entry);
   // As by a crash of the desktop's. Nothing is notified or chosen without a bus.
   void endBus();
+  // After endBus(): another one at the same address.
+  void startBusAgain();
   void endScreen();
 
  private:
@@ -46,7 +48,9 @@ class SmallDesktop {
                          gpointer self);
   static GVariant* property(GDBusConnection*, const gchar*, const gchar*, const gchar*,
                             const gchar* name, GError**, gpointer);
+  void startBus();
   void serve(const std::string& address);
+  void stopServing();
   void offer(const char* name, const char* path, const char* description);
   void note(GVariant* notification);
   int countLocked(const std::string& text) const;
