@@ -197,15 +197,48 @@ TEST(EngineTree, NamesTheAccountOfTheMachinesDaemonWhoseSocketIsTrusted) {
   EXPECT_EQ(ClamConf::parse(clamdConfText(plan)).value("User"), "vscan");
 }
 
-TEST(EngineTree, UnpacksNothingIntoTheUsersRuntimeFolder) {
+class EngineTreeScratch : public testing::Test {
+ protected:
+  EngineTreeScratch() {
+    std::filesystem::create_directory(places.runtime);
+    std::filesystem::permissions(places.runtime, std::filesystem::perms(0700));
+    std::filesystem::permissions(places.temporary, std::filesystem::perms(01777));
+  }
+  // Whatever TMPDIR says, which clamd(8) would heed.
+  std::string scratchOf(const TreePlan& plan) const {
+    return ClamConf::parse(clamdConfText(plan)).value("TemporaryDirectory");
+  }
+  TreePlan refresh(SocketFolderUse use) const { return refreshTree(request.root, places, use); }
+
   const TreeSandbox sandbox;
-  TreeRequest request = sandbox.request();
-  EXPECT_NE(clamdConfText(makeTree(request)).find("TemporaryDirectory"), std::string::npos);
-  std::filesystem::create_directory(request.places.runtime);
-  ASSERT_EQ(chmod(request.places.runtime.c_str(), 0700), 0);
-  const TreePlan plan = refreshTree(request.root, request.places, SocketFolderUse::renew);
-  EXPECT_EQ(plan.socket().find(request.places.runtime + "/vantrel-clamd-"), 0U);
-  EXPECT_EQ(clamdConfText(plan).find("TemporaryDirectory"), std::string::npos);
+  const TreeRequest request = sandbox.request();
+  const MachinePlaces& places = request.places;
+};
+
+TEST_F(EngineTreeScratch, IsNotTheUsersRuntimeFolder) {
+  const TreePlan plan = makeTree(request);
+  EXPECT_EQ(plan.socket().find(places.runtime + "/vantrel-clamd-"), 0U);
+  EXPECT_EQ(scratchOf(plan), places.temporary);
+  EXPECT_TRUE(std::filesystem::is_empty(places.temporary));
+}
+
+TEST_F(EngineTreeScratch, IsTheSocketsFolderWhereThereIsNoPlaceForTemporaryFiles) {
+  makeTree(request);
+  std::filesystem::remove(places.temporary);
+  const TreePlan plan = refresh(SocketFolderUse::renew);
+  EXPECT_EQ(scratchOf(plan), plan.socketFolder);
+}
+
+TEST_F(EngineTreeScratch, IsTheSocketsFolderWhereOnlyRootMayMakeTemporaryFiles) {
+  std::filesystem::permissions(places.temporary, std::filesystem::perms(0555));
+  const TreePlan plan = makeTree(request);
+  EXPECT_EQ(scratchOf(plan), plan.socketFolder);
+}
+
+TEST_F(EngineTreeScratch, StaysTheSameUntilTheDaemonIsStartedAnew) {
+  makeTree(request);
+  std::filesystem::remove(places.temporary);
+  EXPECT_EQ(scratchOf(refresh(SocketFolderUse::keep)), places.temporary);
 }
 
 TEST(EngineTree, LiesInTheUsersDataFolder) {

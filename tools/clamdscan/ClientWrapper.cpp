@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -13,6 +14,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
@@ -74,6 +76,13 @@ DescriptorScan::Limits limitsFor(const TreeSettings& tree, bool multiscan, std::
   return limits;
 }
 
+ScratchFolder scratchOf(const TreeSettings& tree, Clock& clock) {
+  using Owner = ScratchFolder::Owner;
+  const bool isOurs =
+      tree.daemonAccount.empty() || tree.daemonAccount == accountNumbered(geteuid()).name;
+  return {tree.scratchFolder, isOurs ? Owner::us : Owner::another, clock};
+}
+
 }  // namespace
 
 ClientWrapper::ClientWrapper(const TreeSettings& tree, const CommandLine& asked, Report& report,
@@ -84,7 +93,7 @@ ClientWrapper::ClientWrapper(const TreeSettings& tree, const CommandLine& asked,
       starter_(starter),
       descriptors_(descriptorsAllowed()),
       moveFolder_(clock),
-      judge_(report, moveFolder_, tree.limits),
+      judge_(report, moveFolder_, tree.limits, scratchOf(tree, clock)),
       progress_(report, clock),
       link_(tree, report, starter_, std::chrono::ceil<std::chrono::milliseconds>(patience)),
       scan_(

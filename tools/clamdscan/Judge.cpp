@@ -86,7 +86,11 @@ std::optional<Answer> Judge::objection(Job& job) const {
 
 // The engine calls also what it could not read clean, and what has become too large. What is read
 // here, at the end that the file had, shows both.
-std::optional<Answer> Judge::whyNotClean(const Job& job) const {
+std::optional<Answer> Judge::whyNotClean(const Job& job) {
+  if (std::string problem = scratch_.problem(); !problem.empty()) {
+    return Answer{Answer::Kind::notScanned, std::move(problem), Verdict::Limit::none,
+                  Verdict::DaemonGone::before};
+  }
   std::array<char, 2> bytes;
   const off_t last = job.size == 0 ? 0 : job.size - 1;
   const ssize_t count = pread(job.file.get(), bytes.data(), bytes.size(), last);

@@ -3,8 +3,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "clamav/ScanLimits.h"
+#include "clamav/ScratchFolder.h"
 #include "clamav/Verdict.h"
 #include "tools/clamdscan/DescriptorScan.h"
 #include "tools/clamdscan/Entry.h"
@@ -18,13 +20,13 @@ namespace quillo::wrapper {
 bool isLimitAlert(std::string_view threat);
 
 // Turns the daemon's answers into the report's lines, and moves what is infected: what is called
-// clean was within the limits also at the end, and what is said of an infected file's whereabouts
-// is true. One thread.
+// clean was within the limits also at the end, by a daemon that could unpack it, and what is said
+// of an infected file's whereabouts is true. One thread.
 class Judge {
  public:
   // `unmovable` says why no file is moved although that was asked; "" otherwise.
-  Judge(Report& report, MoveFolder& moveFolder, const ScanLimits& limits)
-      : report_(report), moveFolder_(moveFolder), limits_(limits) {}
+  Judge(Report& report, MoveFolder& moveFolder, const ScanLimits& limits, ScratchFolder scratch)
+      : report_(report), moveFolder_(moveFolder), limits_(limits), scratch_(std::move(scratch)) {}
 
   void noMoving(const std::string& reason) { unmovable_ = reason; }
   void pass(const Job& job, const Answer& answer);
@@ -33,7 +35,7 @@ class Judge {
   std::optional<Answer> objection(Job& job) const;
 
  private:
-  std::optional<Answer> whyNotClean(const Job& job) const;
+  std::optional<Answer> whyNotClean(const Job& job);
   void notScanned(const Entry& entry, const Answer& why);
   void infected(const Entry& entry, int file, std::string_view threat);
   void moveAway(Verdict& verdict, const Entry& entry, int file);
@@ -43,6 +45,7 @@ class Judge {
   Report& report_;
   MoveFolder& moveFolder_;
   const ScanLimits limits_;
+  ScratchFolder scratch_;
   std::string unmovable_;
   // The file moved last, under the name it had and the name it has: it may have been asked for
   // under other names too.

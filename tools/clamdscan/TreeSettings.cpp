@@ -6,6 +6,7 @@
 #include <array>
 
 #include "clamav/ClamConf.h"
+#include "clamav/ScratchFolder.h"
 #include "posix/Text.h"
 
 namespace quillo::wrapper {
@@ -61,6 +62,7 @@ void TreeSettings::useConfiguration(const std::string& path) {
 void TreeSettings::takeDaemon(const ClamConf& daemon) {
   daemonAccount = daemon.value("User");
   definitionsFolder = daemon.value("DatabaseDirectory");
+  scratchFolder = ScratchFolder::of(daemon);
   limits = ScanLimits::of(daemon);
   manners = SessionManners::of(daemon);
 }

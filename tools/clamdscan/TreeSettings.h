@@ -16,6 +16,7 @@ struct TreeSettings {
   // Of "DaemonConfig" there, or of ROOT/etc/clamd.conf:
   std::string daemonAccount;      // "User", may be empty
   std::string definitionsFolder;  // "DatabaseDirectory", may be empty
+  std::string scratchFolder;      // "TemporaryDirectory", or the engine's usual one
   ScanLimits limits;
   SessionManners manners;
 

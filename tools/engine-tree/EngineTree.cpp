@@ -5,7 +5,9 @@
 
 #include <cstdlib>
 
+#include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
+#include "clamav/ScratchFolder.h"
 #include "posix/PlatformException.h"
 #include "posix/Text.h"
 #include "tools/engine-tree/SocketFolder.h"
@@ -26,15 +28,29 @@ std::string machineDefinitions(const TreePlan& plan, const MachinePlaces& places
   return plan.machine.options.value("DatabaseDirectory", places.definitions);
 }
 
+// By the daemon's account, which root is not.
+bool canUnpackIn(const std::string& folder) {
+  struct stat status = {};
+  const bool isForAll =
+      geteuid() != 0 || (stat(folder.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0);
+  return isForAll && ScratchFolder::tryOut(folder) == 0;
+}
+
 void chooseSocketFolder(TreePlan& plan, const std::string& remembered, SocketFolderUse use,
                         const MachinePlaces& places) {
   const SocketFolderRequest request{socketPlace(places, plan.machineWide), plan.account,
                                     plan.machineWide, remembered};
   plan.socketFolder =
       use == SocketFolderUse::renew ? renewSocketFolder(request) : keepSocketFolder(request);
-  // The user's runtime folder lies in memory, and is no place for what an archive unpacks to.
+  // The folder of a daemon that runs stays what it is.
+  if (use == SocketFolderUse::keep && !plan.scratch.empty()) {
+    return;
+  }
+  // The user's runtime folder lies in memory, and is no place for what an archive unpacks to, as
+  // long as there is another.
   const bool isTemporary = liesBelow(plan.socketFolder, places.temporary);
-  plan.scratch = isTemporary ? plan.socketFolder : "";
+  plan.scratch =
+      !isTemporary && canUnpackIn(places.temporary) ? places.temporary : plan.socketFolder;
 }
 
 TreePlan planTree(const TreeFolder& root, bool machineWide, const MachinePlaces& places,
@@ -48,6 +64,7 @@ TreePlan planTree(const TreeFolder& root, bool machineWide, const MachinePlaces&
   plan.account = machineWide ? packagedAccount(plan.machine.account) : accountNumbered(geteuid());
   const TreeFolder etc = root.subfolder("etc");
   plan.daemonAdditions = etc.read("clamd.local").value_or("");
+  plan.scratch = ClamConf::parse(etc.read("clamd.conf").value_or("")).value("TemporaryDirectory");
   plan.updaterAdditions = etc.read("freshclam.local").value_or("");
   plan.socketFolder = parseLaunchConf(etc.read(launchConf).value_or("")).socketFolder;
   if (!plan.usesMachineDaemon()) {

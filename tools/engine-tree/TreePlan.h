@@ -17,7 +17,7 @@ struct TreePlan {
   Account account;           // of the private daemon
   bool runsAsRoot = false;   // then clamd and freshclam need the account's name
   std::string socketFolder;  // of the private daemon; kept while the machine's is in use
-  std::string scratch;       // for what the private daemon unpacks; empty for its own choice
+  std::string scratch;       // for what the private daemon unpacks
   std::string definitions;   // the folder
   std::string definitionsOwner;
   // The user's own lines, from etc/clamd.local and etc/freshclam.local.

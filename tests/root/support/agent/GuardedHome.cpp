@@ -54,7 +54,7 @@ pid_t processNamed(const std::string& name, pid_t parent) {
 }  // namespace
 
 GuardedHome::GuardedHome(const std::string& preferences, const Places& places)
-    : root_("/tmp/guarded"),
+    : root_(places.root),
       home_(places.home.empty() ? root_ + "/home" : places.home),
       prefix_(places.prefix.empty() ? root_ : places.prefix),
       watched_(home_ + "/Downloads"),

@@ -14,11 +14,12 @@ namespace quillo::tests {
 class GuardedHome {
  public:
   static constexpr uid_t user = 12345;
-  // What does not lie below /tmp/guarded: a home to be made, the prefix of an installation that has
-  // been made.
+  // What does not lie below `root`: a home to be made, the prefix of an installation that has been
+  // made.
   struct Places {
-    std::string home;
-    std::string prefix;
+    std::string home = "";
+    std::string prefix = "";
+    std::string root = "/tmp/guarded";
   };
 
   // `preferences` are lines of TOML that follow those for the engine and precede the watched

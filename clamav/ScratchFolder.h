@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "posix/Clock.h"
+
+namespace quillo {
+
+class ClamConf;
+
+// The folder in which a daemon unpacks what it looks at. Where the daemon can make no folder of its
+// own in it, it calls every file clean (ClamAV 1.4), so nothing it says then is to be believed.
+// One thread.
+class ScratchFolder {
+ public:
+  // Looking whether there is still room for a folder costs writes to the disk.
+  static constexpr std::chrono::milliseconds betweenAttempts{100};
+
+  // `folder` is the daemon's "TemporaryDirectory". Another account's folder may be closed to this
+  // one, which says nothing about the daemon.
+  enum class Owner { us, another };
+  ScratchFolder(std::string folder, Owner daemon, Clock& clock);
+
+  // Returns why the daemon cannot use it; "" when it can. What it could not do for a moment is
+  // noticed `betweenAttempts` later at most, that the folder is gone or closed at once.
+  std::string problem();
+
+  // Returns the folder of a daemon with this configuration, clamd.conf(5). Pure.
+  static std::string of(const ClamConf& daemon);
+  // Makes a folder there and removes it. Returns 0 or an errno. Any thread.
+  static int tryOut(const std::string& folder);
+
+ private:
+  int error();
+
+  const std::string folder_;
+  const Owner daemon_;
+  Clock& clock_;
+  std::optional<Clock::Duration> tried_;
+  int lastError_ = 0;
+};
+
+}  // namespace quillo
