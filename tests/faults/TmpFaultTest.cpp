@@ -16,7 +16,7 @@ namespace {
 const std::string found = ": Eicar-Test-Signature.UNOFFICIAL FOUND";
 
 // What a session has in /run lies there, or the engine would unpack below /tmp.
-const GuardedHome::Places besideTmp{.root = "/run/guarded"};
+const GuardedHome::Places besideTmp{"", "", "/run/guarded"};
 
 // So many files that there are, and as many more.
 void allowFilesInTmp(std::uint64_t more) {

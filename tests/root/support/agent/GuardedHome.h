@@ -17,8 +17,8 @@ class GuardedHome {
   // What does not lie below `root`: a home to be made, the prefix of an installation that has been
   // made.
   struct Places {
-    std::string home = "";
-    std::string prefix = "";
+    std::string home;
+    std::string prefix;
     std::string root = "/tmp/guarded";
   };
 
