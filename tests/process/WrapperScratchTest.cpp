@@ -52,9 +52,11 @@ TEST_F(WrapperScratch, FolderThatIsGoneKeepsNoFindBack) {
 
 TEST_F(WrapperScratch, FolderThatGoesMeanwhileMakesNoOtherFileClean) {
   const std::string second = tree.file("second");
-  tree.daemon([this](const SessionClamd::Question& question) {
+  // A copy, as the daemon outlives it.
+  tree.daemon([scratch = folder](const SessionClamd::Question& question) {
     if (question.content == "second") {
-      fs::remove(folder);
+      // It may just hold the folder by which it is tried out.
+      fs::rename(scratch, scratch + "-gone");
     }
     return SessionClamd::truth(question);
   });

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <future>
 
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
@@ -312,7 +313,9 @@ TEST_F(CatchUpTest, KeepsTheMomentBeforeALookThatGoesOn) {
   folder.write("missed", "x");
   catchUp->runEnded();
   std::string meanwhile;
-  owner.onList = [&] {
+  std::promise<void> begun;
+  owner.onList = [&, isBegun = begun.get_future().share()] {
+    isBegun.wait();
     for (int mark = 0; mark < 2; ++mark) {
       clock.advance(minutes(2));
       hear("\n");
@@ -320,6 +323,7 @@ TEST_F(CatchUpTest, KeepsTheMomentBeforeALookThatGoesOn) {
     meanwhile = TemporaryFolder::read(kept());
   };
   beginRun();
+  begun.set_value();
   join();
   EXPECT_EQ(meanwhile, first);
 }
