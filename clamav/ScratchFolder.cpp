@@ -41,26 +41,28 @@ int ScratchFolder::tryOut(const std::string& folder) {
   return 0;
 }
 
-int ScratchFolder::error() {
+int ScratchFolder::look(Clock::Duration now) {
   if (access((folder_ + "/.").c_str(), W_OK | X_OK) != 0) {
     tried_.reset();
     return errno;
   }
-  const Clock::Duration now = clock_.now();
   if (!tried_ || now - *tried_ >= betweenAttempts) {
-    lastError_ = tryOut(folder_);
+    errorOfAttempt_ = tryOut(folder_);
     tried_ = now;
   }
-  return lastError_;
+  return errorOfAttempt_;
 }
 
-std::string ScratchFolder::problem() {
-  const int why = error();
-  const bool isClosed = why == EACCES || why == EPERM;
-  if (why == 0 || (isClosed && daemon_ == Owner::another && mayBeDaemons(folder_))) {
+std::string ScratchFolder::problem(Clock::Duration heard) {
+  if (!looked_ || *looked_ <= heard) {
+    looked_ = clock_.now();
+    error_ = look(*looked_);
+  }
+  const bool isClosed = error_ == EACCES || error_ == EPERM;
+  if (error_ == 0 || (isClosed && daemon_ == Owner::another && mayBeDaemons(folder_))) {
     return {};
   }
-  return "the engine can make no temporary files in " + folder_ + ": " + std::strerror(why);
+  return "the engine can make no temporary files in " + folder_ + ": " + std::strerror(error_);
 }
 
 }  // namespace quillo

@@ -23,9 +23,10 @@ class ScratchFolder {
   enum class Owner { us, another };
   ScratchFolder(std::string folder, Owner daemon, Clock& clock);
 
-  // Returns why the daemon cannot use it; "" when it can. What it could not do for a moment is
-  // noticed `betweenAttempts` later at most, that the folder is gone or closed at once.
-  std::string problem();
+  // Returns why the daemon could not use it for an answer that was here at `heard`; "" when it
+  // could. What it could not do for a moment is noticed `betweenAttempts` later at most, that the
+  // folder is gone or closed at once. One look serves for all answers that were here before it.
+  std::string problem(Clock::Duration heard);
 
   // Returns the folder of a daemon with this configuration, clamd.conf(5). Pure.
   static std::string of(const ClamConf& daemon);
@@ -33,13 +34,15 @@ class ScratchFolder {
   static int tryOut(const std::string& folder);
 
  private:
-  int error();
+  int look(Clock::Duration now);
 
   const std::string folder_;
   const Owner daemon_;
   Clock& clock_;
+  std::optional<Clock::Duration> looked_;
+  int error_ = 0;
   std::optional<Clock::Duration> tried_;
-  int lastError_ = 0;
+  int errorOfAttempt_ = 0;
 };
 
 }  // namespace quillo

@@ -252,6 +252,7 @@ void DescriptorScan::take(const SessionAnswer& said) {
         item.answer = Answer{Answer::Kind::notScanned, std::string(said.text)};
         break;
     }
+    item.answer->heard = clock_.now();
   }
 }
 

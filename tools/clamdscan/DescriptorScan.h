@@ -36,6 +36,7 @@ struct Answer {
   std::string text;  // the threat, or the reason
   Verdict::Limit limit = Verdict::Limit::none;
   Verdict::DaemonGone daemonGone = Verdict::DaemonGone::no;
+  Clock::Duration heard{};  // when the daemon's was here
 };
 
 // Has opened files scanned by the daemon, several at a time, over one session. A session that is

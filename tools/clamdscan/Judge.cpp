@@ -26,7 +26,7 @@ void Judge::pass(const Job& job, const Answer& answer) {
   // Only names of one job lead to one file.
   movedFrom_.clear();
   const std::optional<Answer> doubt =
-      answer.kind == Answer::Kind::clean ? whyNotClean(job) : std::nullopt;
+      answer.kind == Answer::Kind::clean ? whyNotClean(job, answer.heard) : std::nullopt;
   for (const Entry& entry : job.entries) {
     switch (answer.kind) {
       case Answer::Kind::clean:
@@ -86,8 +86,8 @@ std::optional<Answer> Judge::objection(Job& job) const {
 
 // The engine calls also what it could not read clean, and what has become too large. What is read
 // here, at the end that the file had, shows both.
-std::optional<Answer> Judge::whyNotClean(const Job& job) {
-  if (std::string problem = scratch_.problem(); !problem.empty()) {
+std::optional<Answer> Judge::whyNotClean(const Job& job, Clock::Duration heard) {
+  if (std::string problem = scratch_.problem(heard); !problem.empty()) {
     return Answer{Answer::Kind::notScanned, std::move(problem), Verdict::Limit::none,
                   Verdict::DaemonGone::before};
   }

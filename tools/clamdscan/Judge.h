@@ -35,7 +35,7 @@ class Judge {
   std::optional<Answer> objection(Job& job) const;
 
  private:
-  std::optional<Answer> whyNotClean(const Job& job);
+  std::optional<Answer> whyNotClean(const Job& job, Clock::Duration heard);
   void notScanned(const Entry& entry, const Answer& why);
   void infected(const Entry& entry, int file, std::string_view threat);
   void moveAway(Verdict& verdict, const Entry& entry, int file);
