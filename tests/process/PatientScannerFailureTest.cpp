@@ -232,13 +232,8 @@ TEST_F(PatientScannerFailure, AnEngineThatHangsIsWaitedForUntilItIsKilled) {
   EXPECT_EQ(bench.pipeline.statuses(), std::vector<int>{SIGKILL});
 }
 
-struct EverythingIsGuarded final : GuardedPlaces {
-  bool takeNow() override { return true; }
-  bool hold(const std::string&) override { return true; }
-};
-
 TEST_F(PatientScannerFailure, TheEndOfTheAgentLeavesNoFileToBeScannedAgain) {
-  EverythingIsGuarded places;
+  FakeGuardedPlaces places;
   UnscannedFiles unscanned({bench.clock, bench.desktop.systemLog, bench.dispatcher, bench.owner,
                             places, [](Clock::Duration) {}});
   RunningScanners running;

@@ -15,11 +15,6 @@
 namespace quillo {
 namespace {
 
-struct EverythingIsGuarded final : GuardedPlaces {
-  bool takeNow() override { return true; }
-  bool hold(const std::string&) override { return true; }
-};
-
 TEST(UnscannedFilesOfTwoScanners, AreEachReportedOnceWhileOthersAreLeftAndJudged) {
   constexpr int files = 2000;
   ManualClock clock;
@@ -27,7 +22,7 @@ TEST(UnscannedFilesOfTwoScanners, AreEachReportedOnceWhileOthersAreLeftAndJudged
   FakePipelineObserver pipeline;
   Dispatcher dispatcher(clock, desktop.systemLog, desktop.volumes, &pipeline);
   FakeScanObserver observer;
-  EverythingIsGuarded places;
+  FakeGuardedPlaces places;
   std::atomic<int> looks = 0;
   UnscannedFiles unscanned({clock, desktop.systemLog, dispatcher, observer, places,
                             [&looks](Clock::Duration) { ++looks; }});

@@ -129,10 +129,7 @@ TEST_F(HealthTest, CallsAnEngineFailedUntilItAnswers) {
 }
 
 TEST_F(HealthTest, HasFilesThatWaitForTheDaemonScannedAsSoonAsItAnswers) {
-  struct Everything final : GuardedPlaces {
-    bool takeNow() override { return true; }
-    bool hold(const std::string&) override { return true; }
-  } everything;
+  FakeGuardedPlaces everything;
   FakeScanObserver observer;
   Dispatcher dispatcher(clock, desktop.systemLog, desktop.volumes, nullptr);
   Health* looker = nullptr;

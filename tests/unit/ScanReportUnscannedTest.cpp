@@ -8,11 +8,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-struct EverythingIsGuarded final : GuardedPlaces {
-  bool takeNow() override { return true; }
-  bool hold(const std::string&) override { return true; }
-};
-
 // A report of which what the daemon leaves is followed up.
 class ScanReportUnscanned : public ReportFixture {
  protected:
@@ -31,7 +26,7 @@ class ScanReportUnscanned : public ReportFixture {
   Lines logged() { return desktop.systemLog.lines(); }
 
   const std::string unreachable = "ERROR: Could not connect to clamd on LocalSocket /s: Refused";
-  EverythingIsGuarded places;
+  FakeGuardedPlaces places;
   std::vector<Clock::Duration> looks;
   UnscannedFiles files{{clock, desktop.systemLog, dispatcher, owner, places,
                         [this](Clock::Duration time) { looks.push_back(time); }}};

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <set>
 
 #include "clamav/Verdict.h"
 #include "scanning/Dispatcher.h"
@@ -18,20 +17,6 @@ using Paths = std::vector<std::string>;
 using Outcome = UnscannedFiles::Outcome;
 using Gone = Verdict::DaemonGone;
 using std::chrono::minutes;
-
-struct FakeGuardedPlaces final : GuardedPlaces {
-  bool takeNow() override { return areKnown; }
-  bool hold(const std::string& path) override {
-    if (duringHold) {
-      duringHold(path);
-    }
-    return outside.count(path) == 0;
-  }
-
-  bool areKnown = true;
-  std::set<std::string> outside;
-  std::function<void(const std::string& path)> duringHold;
-};
 
 Verdict verdictOf(Verdict::Kind kind, const std::string& path, Gone gone = Gone::no) {
   Verdict verdict;

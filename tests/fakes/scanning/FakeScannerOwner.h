@@ -3,6 +3,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -12,12 +13,28 @@
 #include "scanning/FileRemover.h"
 #include "scanning/PipelineObserver.h"
 #include "scanning/ScannerOwner.h"
+#include "scanning/UnscannedFiles.h"
 #include "settings/WatchSettings.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/support/Record.h"
 
 // What stands around the scanners, without an agent.
 namespace quillo {
+
+// Every file is guarded, unless a test says otherwise before another thread asks.
+struct FakeGuardedPlaces final : GuardedPlaces {
+  bool takeNow() override { return areKnown; }
+  bool hold(const std::string& path) override {
+    if (duringHold) {
+      duringHold(path);
+    }
+    return outside.count(path) == 0;
+  }
+
+  bool areKnown = true;
+  std::set<std::string> outside;
+  std::function<void(const std::string& path)> duringHold;
+};
 
 // Keeps what is reported of scans, in words and in order.
 class FakeScanObserver : public ScanObserver {
