@@ -37,6 +37,7 @@ struct Round {
   double bareClient = 0;   // the bare client's
   Usage agent;
   Usage helper;
+  double memoryAfterwards = 0;  // of both, with nothing waiting any more
 };
 
 double median(std::vector<double> values) {
@@ -78,6 +79,7 @@ void measureWatched(Agent& agent, Round& round) {
   }
   round.agent = agent.usage();
   round.helper = agent.helperUsage();
+  round.memoryAfterwards = proportionalMegabytes(agent.processes());
   round.processor = round.agent.processorSeconds - agentBefore.processorSeconds +
                     round.helper.processorSeconds - helperBefore.processorSeconds;
   std::filesystem::remove_all(folder);
@@ -136,12 +138,12 @@ void printRounds(const std::vector<Round>& all) {
   const double bare =
       print("bare clamdscan, runs of 200, two at a time", each(all, &Round::bareEngine), "s");
   print("pipeline over bare engine", eachRatio(all, &Round::pipeline, &Round::bareEngine), "x");
-  std::printf("%-46s %8.3f s\n", "pipeline less 0.7 x bare engine (at most 2.5)",
-              pipeline - 0.7 * bare);
+  std::printf("%-46s %8.3f s\n", "pipeline less 0.6 x bare engine (at most 2.5)",
+              pipeline - 0.6 * bare);
   print("the tree's clamdscan, runs of 200, two at a time", each(all, &Round::treesEngine), "s");
   print("processor time of the bare client", each(all, &Round::bareClient), "s");
   print("processor time of the tree's client", each(all, &Round::client), "s");
-  print("tree's client over bare client (at most 0.4)",
+  print("tree's client over bare client (at most 0.3)",
         eachRatio(all, &Round::client, &Round::bareClient), "x");
   print("writer, unwatched", each(all, &Round::bareWriter), "s");
   print("writer, events read and thrown away", each(all, &Round::bareEvents), "s");
@@ -150,13 +152,14 @@ void printRounds(const std::vector<Round>& all) {
         eachRatio(all, &Round::bareEvents, &Round::bareWriter), "x");
   print("writer's slow-down (at most 1.25)",
         eachRatio(all, &Round::watchedWriter, &Round::bareWriter), "x");
-  print("processor time of agent and helper (at most 0.5)", each(all, &Round::processor), "s");
+  print("processor time of agent and helper (at most 0.15)", each(all, &Round::processor), "s");
   // With the ten warnings of the storm on the screen or waiting.
   std::vector<double> memory;
   for (const Round& round : all) {
     memory.push_back(round.agent.peakMegabytes + round.helper.peakMegabytes);
   }
-  print("peak memory (under 40)", memory, "MB");
+  print("most memory in use, files waiting", memory, "MB");
+  print("nothing waiting, a warning shown (under 40)", each(all, &Round::memoryAfterwards), "MB");
   print("engine's answer to watching, 100,000 folders", each(all, &Round::untilWatching), "s");
 }
 
