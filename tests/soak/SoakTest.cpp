@@ -106,10 +106,12 @@ class Soak : public testing::Test {
     // What is made at the first need is there, and the heap has its size.
     traffic.storm(warmUpFiles);
     ASSERT_TRUE(awaitAllVerdicts()) << "before anything went wrong";
+    // The history is kept for good, and once more what SQLite keeps of a reader that was closed.
     ASSERT_TRUE(awaitThat([this] {
-      return openFiles().find("/history.sqlite\n") != std::string::npos;
-    })) << "the history is kept for good:\n"
-        << openFiles();
+      const std::string files = openFiles();
+      const std::size_t first = files.find("/history.sqlite\n");
+      return first != std::string::npos && files.find("/history.sqlite\n", first + 1) != files.npos;
+    })) << openFiles();
     filesBefore = openFiles();
     before = Holdings::of(home.agent());
   }
@@ -164,11 +166,12 @@ class Soak : public testing::Test {
     }
     return false;
   }
-  // A thread may still be about to end when the last verdict has come.
+  // When the last verdict has come a thread may still be about to end, and the history to be read.
   Holdings awaitRest() const {
     const auto until = steady_clock::now() + restAfter;
     Holdings held = Holdings::of(home.agent());
-    while (held.threads > before.threads && steady_clock::now() < until) {
+    while ((held.threads > before.threads || held.descriptors > before.descriptors) &&
+           steady_clock::now() < until) {
       logs.awaitChange(seconds(1));
       held = Holdings::of(home.agent());
     }
