@@ -144,6 +144,7 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
               },
               [this] { return watchList.missingFolders(); },
               [this] { return clamdLink.clamdStillAlive(); },
+              [this] { return clamdLink.canUnpack(); },
               [this] {
                 recentTotals.countAnew();
                 mainMenu.showStatus();

@@ -89,6 +89,10 @@ bool Health::lookAfterDaemon() {
   if (!services_.daemonAnswers()) {
     return false;
   }
+  if (!services_.daemonCanUnpack()) {
+    services_.statusBoard.setEngineFails(true);
+    return false;
+  }
   if (wasFailing) {
     services_.statusBoard.setEngineFails(false);
   }

@@ -17,7 +17,8 @@ class ThreadStarter;
 class UnscannedFiles;
 
 // What health is judged by, and what is called after each look, all on the thread that looks. It
-// outlives that thread. `daemonAnswers` is asked while a daemon has failed or files wait for it.
+// outlives that thread. `daemonAnswers` is asked while a daemon has failed or files wait for it,
+// and then `daemonCanUnpack`: one that answers may still call every file clean.
 struct HealthServices {
   Clock& clock;
   SystemLog& systemLog;
@@ -25,6 +26,7 @@ struct HealthServices {
   std::function<LoadedDefinitions()> definitions;
   std::function<std::vector<std::string>()> missingFolders;
   std::function<bool()> daemonAnswers;
+  std::function<bool()> daemonCanUnpack;
   std::function<void()> hasLooked;
   // Reported anew when the daemon answers; null where nothing waits for it.
   UnscannedFiles* unscannedFiles = nullptr;

@@ -65,7 +65,8 @@ class StatusBoard final : public ScanObserver {
   ActivityFacts activity();
   void setSettingUp(bool settingUp) { settingUp_ = settingUp; }
   void setEngineMissing(bool missing) { engineMissing_ = missing; }
-  // The daemon has gone and could not be launched again. A file that is judged ends that as well.
+  // The daemon has gone and could not be launched again, or can make no temporary files. A file
+  // that is judged ends that as well.
   void setEngineFails(bool fails) { engineFails_ = fails; }
   void setPreferencesMissing(bool missing) { preferencesMissing_ = missing; }
   void setDefinitions(DefinitionState state, std::size_t days) {

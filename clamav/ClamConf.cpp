@@ -151,6 +151,13 @@ bool ClamConf::flag(std::string_view option, bool fallback) const {
   return text.empty() ? fallback : text == "yes" || text == "true" || text == "1";
 }
 
+ClamConf configurationBehind(const std::string& tree) {
+  const ClamConf own = ClamConf::read(tree + "/etc/clamd.conf").value_or(ClamConf());
+  const ClamConf front = ClamConf::read(tree + "/etc/front.conf").value_or(ClamConf());
+  const std::string machines = front.value("DaemonConfig");
+  return machines.empty() ? own : ClamConf::read(machines).value_or(own);
+}
+
 LocalSocketLine discernLocalSocket(const std::string& bytes) {
   LocalSocketLine found;
   const std::string text = decoded(bytes, found.encoding);

@@ -33,6 +33,11 @@ class ClamConf {
   std::vector<std::pair<std::string, std::string>> options_;
 };
 
+// Returns the configuration of the daemon behind an engine tree: the tree's own, or, where its
+// etc/front.conf names one as "DaemonConfig", the machine's; empty where neither can be read. Any
+// thread.
+ClamConf configurationBehind(const std::string& tree);
+
 // How an agent learns the socket of a daemon from its clamd.conf(5), whatever the daemon itself
 // would make of the file.
 struct LocalSocketLine {

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "clamav/ClamConf.h"
+#include "posix/Accounts.h"
 #include "posix/FileMoving.h"
 
 namespace quillo {
@@ -28,8 +29,15 @@ bool mayBeDaemons(const std::string& folder) {
 ScratchFolder::ScratchFolder(std::string folder, Owner daemon, Clock& clock)
     : folder_(std::move(folder)), daemon_(daemon), clock_(clock) {}
 
+ScratchFolder::ScratchFolder(const ClamConf& daemon, Clock& clock)
+    : ScratchFolder(of(daemon), ownerNamed(daemon.value("User")), clock) {}
+
 std::string ScratchFolder::of(const ClamConf& daemon) {
   return daemon.value("TemporaryDirectory", usualFolder);
+}
+
+ScratchFolder::Owner ScratchFolder::ownerNamed(const std::string& account) {
+  return account.empty() || account == accountNumbered(geteuid()).name ? Owner::us : Owner::another;
 }
 
 int ScratchFolder::tryOut(const std::string& folder) {
@@ -53,7 +61,7 @@ int ScratchFolder::look(Clock::Duration now) {
   return errorOfAttempt_;
 }
 
-std::string ScratchFolder::problem(Clock::Duration heard) {
+std::string ScratchFolder::reason(Clock::Duration heard) {
   if (!looked_ || *looked_ <= heard) {
     looked_ = clock_.now();
     error_ = look(*looked_);
@@ -62,7 +70,12 @@ std::string ScratchFolder::problem(Clock::Duration heard) {
   if (error_ == 0 || (isClosed && daemon_ == Owner::another && mayBeDaemons(folder_))) {
     return {};
   }
-  return "the engine can make no temporary files in " + folder_ + ": " + std::strerror(error_);
+  return std::strerror(error_);
+}
+
+std::string ScratchFolder::problem(Clock::Duration heard) {
+  const std::string why = reason(heard);
+  return why.empty() ? "" : "the engine can make no temporary files in " + folder_ + ": " + why;
 }
 
 }  // namespace quillo

@@ -21,12 +21,18 @@ class ScratchFolder {
   // `folder` is the daemon's "TemporaryDirectory". Another account's folder may be closed to this
   // one, which says nothing about the daemon.
   enum class Owner { us, another };
+  // Of a daemon that runs for the account of this name; "" is that of whoever starts it.
+  static Owner ownerNamed(const std::string& account);
   ScratchFolder(std::string folder, Owner daemon, Clock& clock);
+  // That of a daemon with this configuration, clamd.conf(5).
+  ScratchFolder(const ClamConf& daemon, Clock& clock);
 
   // Returns why the daemon could not use it for an answer that was here at `heard`; "" when it
   // could. What it could not do for a moment is noticed `betweenAttempts` later at most, that the
   // folder is gone or closed at once. One look serves for all answers that were here before it.
   std::string problem(Clock::Duration heard);
+  // The same in one or a few words, "No such file or directory".
+  std::string reason(Clock::Duration heard);
 
   // Returns the folder of a daemon with this configuration, clamd.conf(5). Pure.
   static std::string of(const ClamConf& daemon);

@@ -11,6 +11,7 @@
 #include "clamav/ControlSocket.h"
 #include "clamav/DaemonVersion.h"
 #include "clamav/Definitions.h"
+#include "clamav/ScratchFolder.h"
 #include "platform/Application.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/Notifier.h"
@@ -294,6 +295,13 @@ bool ClamdLink::relaunch(const Paths& known) {
     services_.systemLog.log("Cannot launch " + *known.clamdPATH + ": " + failure.reason());
   }
   return launchClamdWithConfigFile(*ours.clamdPATH, ours.clamdConfPATH);
+}
+
+bool ClamdLink::canUnpack() {
+  const std::optional<std::string> installation = owner_.clamPATH();
+  return !installation || ScratchFolder(configurationBehind(*installation), services_.clock)
+                              .reason(services_.clock.now())
+                              .empty();
 }
 
 bool ClamdLink::recoverFromCrashedClamd() {

@@ -97,6 +97,9 @@ class ClamdLink {
   // Returns whether the daemon takes a "PING", or is silent for `longestAnswer` because it is at
   // work.
   bool clamdStillAlive();
+  // Returns whether the daemon behind the installation can make temporary files. One that cannot
+  // calls every file clean, and is not believed.
+  bool canUnpack();
   // Launches the daemon that was last used, or the installation's where that cannot be run. Throws
   // PlatformException when neither can be. Returns false when it was launched and did not come up.
   bool recoverFromCrashedClamd();

@@ -32,7 +32,7 @@ enum class Attention {
 // What the words are made of.
 struct StatusFacts {
   bool engineMissing = false;
-  bool engineFails = false;  // it has gone, and could not be launched again
+  bool engineFails = false;  // its daemon has gone for good, or can unpack nothing
   // There is no engine since nobody has chosen anything yet.
   bool preferencesMissing = false;
   bool settingUp = false;

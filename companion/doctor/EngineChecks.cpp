@@ -5,6 +5,7 @@
 #include "clamav/ClamConf.h"
 #include "clamav/ControlSocket.h"
 #include "clamav/Definitions.h"
+#include "clamav/ScratchFolder.h"
 #include "companion/Counting.h"
 #include "companion/doctor/Finding.h"
 #include "companion/overview/OverviewText.h"
@@ -32,7 +33,21 @@ std::string makesTree(const std::string& engine) {
   return "vantrel-engine-tree \"" + engine + "\"";
 }
 
-Finding daemonFinding(const std::string& engine) {
+// Of a daemon that answers, which it also does where it cannot unpack anything.
+Finding unpackingFinding(const std::string& socket, const ClamConf& daemon, Clock& clock) {
+  const std::string reason = ScratchFolder(daemon, clock).reason(clock.now());
+  if (reason.empty()) {
+    return {"daemon", socket, Sign::good, {"DOCTOR_DAEMON_GOOD"}};
+  }
+  const std::string folder = ScratchFolder::of(daemon);
+  return {"daemon",
+          folder,
+          Sign::problem,
+          {"DOCTOR_DAEMON_NO_SCRATCH", {folder, reason}},
+          {"DOCTOR_DAEMON_NO_SCRATCH_REMEDY"}};
+}
+
+Finding daemonFinding(const std::string& engine, Clock& clock) {
   const auto found = [](const std::string& subject, Sign sign, Wording sentence,
                         Wording remedy = {}) {
     return Finding{"daemon", subject, sign, std::move(sentence), std::move(remedy)};
@@ -56,7 +71,7 @@ Finding daemonFinding(const std::string& engine) {
   }
   switch (pingDaemon(socket, trusted, longestAnswer)) {
     case DaemonState::answers:
-      return found(socket, Sign::good, {"DOCTOR_DAEMON_GOOD"});
+      return unpackingFinding(socket, configurationBehind(engine), clock);
     case DaemonState::silent:
       return found(socket, Sign::warning, {"DOCTOR_DAEMON_SILENT", {socket}},
                    {"DOCTOR_DAEMON_SILENT_REMEDY"});
@@ -91,7 +106,7 @@ std::vector<Finding> examineEngine(const DoctorServices& services, const DoctorF
   if (findings.empty()) {
     findings.push_back({"engine", engine, Sign::good, {"DOCTOR_ENGINE_GOOD", {engine}}});
   }
-  findings.push_back(daemonFinding(engine));
+  findings.push_back(daemonFinding(engine, services.clock));
   return findings;
 }
 

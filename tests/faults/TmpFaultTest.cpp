@@ -63,6 +63,7 @@ TEST(FaultyTmp, ThatHoldsNoMoreFilesForAWhileHasNoFileCalledClean) {
                           "left on device"));
   allowFilesInTmp(1000);
   EXPECT_TRUE(home.logHas(home.saveInfected("after.com") + found));
+  EXPECT_TRUE(home.logHas(bad + found));
   EXPECT_EQ(home.linesWith(bad + ": OK"), 0);
 }
 

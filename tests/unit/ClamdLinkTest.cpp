@@ -95,6 +95,16 @@ TEST_F(ClamdLinkTest, KeepsTheKnownPathsWithoutAnInstallation) {
   EXPECT_EQ(link.clamdConfPATH(), Path("/old.conf"));
 }
 
+TEST_F(ClamdLinkTest, KnowsWhetherTheDaemonBehindTheInstallationCanUnpack) {
+  EXPECT_TRUE(link.canUnpack()) << "without an installation nobody knows";
+  owner.root = folder.path();
+  const std::string scratch = folder.at("scratch");
+  folder.write("etc/clamd.conf", "TemporaryDirectory " + scratch + "\n");
+  EXPECT_FALSE(link.canUnpack());
+  folder.makeFolder("scratch");
+  EXPECT_TRUE(link.canUnpack());
+}
+
 TEST_F(ClamdLinkTest, ReadsNoEndlessConfiguration) {
   link.setDaemonPaths("/x/clamd", "/dev/zero");
   link.discernClamdSocketLocation();

@@ -9,6 +9,7 @@
 #include "posix/Version.h"
 #include "tests/fakes/desktop/FakeAgentLink.h"
 #include "tests/fakes/desktop/FakePlatform.h"
+#include "tests/fakes/engine/FakeClamd.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -133,6 +134,34 @@ TEST_F(DoctorOfEngine, KnowsAConfigurationThatCannotBeReadOrNamesNoSocket) {
   EXPECT_EQ(check("daemon"), "problem DOCTOR_DAEMON_NO_SOCKET → DOCTOR_ENGINE_REMEDY");
   ASSERT_EQ(unlink((engine() + "/etc/clamd.conf").c_str()), 0);
   EXPECT_EQ(check("daemon"), "problem DOCTOR_DAEMON_NO_CONFIGURATION → DOCTOR_ENGINE_REMEDY");
+}
+
+TEST_F(DoctorOfEngine, KnowsADaemonThatAnswersAndCanUnpack) {
+  install();
+  const FakeClamd daemon(home.at("clamd.sock"));
+  configure("LocalSocket " + home.at("clamd.sock") + "\nTemporaryDirectory " +
+            home.makeFolder("scratch"));
+  EXPECT_EQ(check("daemon"), "good DOCTOR_DAEMON_GOOD");
+}
+
+TEST_F(DoctorOfEngine, KnowsADaemonThatCannotUnpack) {
+  install();
+  const FakeClamd daemon(home.at("clamd.sock"));
+  configure("LocalSocket " + home.at("clamd.sock") + "\nTemporaryDirectory " + home.at("gone"));
+  EXPECT_EQ(check("daemon"), "problem DOCTOR_DAEMON_NO_SCRATCH → DOCTOR_DAEMON_NO_SCRATCH_REMEDY");
+  const Finding finding = examineEngine(services, facts).back();
+  EXPECT_EQ(finding.subject, home.at("gone"));
+  EXPECT_EQ(finding.sentence.values,
+            (std::vector<std::string>{home.at("gone"), "No such file or directory"}));
+}
+
+TEST_F(DoctorOfEngine, LooksWhereTheMachinesDaemonUnpacks) {
+  install();
+  const FakeClamd daemon(home.at("clamd.sock"));
+  configure("LocalSocket " + home.at("clamd.sock") + "\nTemporaryDirectory " + home.path());
+  home.write("engine/etc/front.conf", "DaemonConfig " + home.at("machine.conf") + "\n");
+  home.write("machine.conf", "TemporaryDirectory " + home.at("gone") + "\n");
+  EXPECT_EQ(check("daemon"), "problem DOCTOR_DAEMON_NO_SCRATCH → DOCTOR_DAEMON_NO_SCRATCH_REMEDY");
 }
 
 TEST_F(DoctorOfEngine, DoesNotTrustASocketThatSomebodyElseMayHaveMade) {

@@ -43,11 +43,12 @@ class HealthTest : public testing::Test {
   LoadedDefinitions definitions;
   std::vector<std::string> missing;
   bool daemonAnswers = false;
+  bool daemonCanUnpack = true;
   int looks = 0;
   bool failsOnce = false;
   Health health{{clock, desktop.systemLog, statusBoard, [this] { return asked(); },
                  [this] { return missing; }, [this] { return daemonAnswers; },
-                 [this] { ++looks; }}};
+                 [this] { return daemonCanUnpack; }, [this] { ++looks; }}};
 };
 
 TEST_F(HealthTest, IsLookedAfterAsSoonAsWatchingBeginsAndThenNowAndThen) {
@@ -142,7 +143,7 @@ TEST_F(HealthTest, HasFilesThatWaitForTheDaemonScannedAsSoonAsItAnswers) {
                   ++asked;
                   return daemonAnswers;
                 },
-                [this] { ++looks; }, &unscanned});
+                [this] { return daemonCanUnpack; }, [this] { ++looks; }, &unscanned});
   looker = &other;
   const auto untilNextLook = [&] {
     const Clock::Duration before = clock.now();
@@ -180,6 +181,33 @@ TEST_F(HealthTest, HasFilesThatWaitForTheDaemonScannedAsSoonAsItAnswers) {
   EXPECT_EQ(untilNextLook(), Health::betweenLooks);
 }
 
+TEST_F(HealthTest, CallsAnEngineFailedThatCannotUnpackWhatWaits) {
+  FakeGuardedPlaces everything;
+  FakeScanObserver observer;
+  Dispatcher dispatcher(clock, desktop.systemLog, desktop.volumes, nullptr);
+  UnscannedFiles unscanned(
+      {clock, desktop.systemLog, dispatcher, observer, everything, [](Clock::Duration) {}});
+  Health other({clock, desktop.systemLog, statusBoard, [this] { return definitions; },
+                [this] { return missing; }, [] { return true; }, [this] { return daemonCanUnpack; },
+                [] {}, &unscanned});
+  Verdict left;
+  left.kind = Verdict::Kind::notScanned;
+  left.path = "/a";
+  left.daemonGone = Verdict::DaemonGone::before;
+  unscanned.take(left);
+  daemonCanUnpack = false;
+  other.setWatching(true);
+  other.round();
+  EXPECT_TRUE(statusBoard.status().engineFails);
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 0U);
+  daemonCanUnpack = true;
+  const Clock::Duration before = clock.now();
+  other.round();
+  EXPECT_EQ(clock.now() - before, Health::betweenLooksInTrouble);
+  EXPECT_FALSE(statusBoard.status().engineFails);
+  EXPECT_EQ(dispatcher.lengthOfBothItemLists(), 1U);
+}
+
 TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
   failsOnce = true;
   health.setWatching(true);
@@ -194,7 +222,8 @@ TEST_F(HealthTest, IsLookedAfterAgainAMinuteAfterALookFailed) {
 TEST_F(HealthTest, IsNotLookedAfterWhileNothingIsWatched) {
   ManualClock parked;
   Health other{{parked, desktop.systemLog, statusBoard, [this] { return definitions; },
-                [this] { return missing; }, [this] { return daemonAnswers; }, [this] { ++looks; }}};
+                [this] { return missing; }, [this] { return daemonAnswers; },
+                [this] { return daemonCanUnpack; }, [this] { ++looks; }}};
   JoinedThreads thread([&other] { other.round(); });
   other.lookSoon();
   EXPECT_TRUE(parked.waitUntilParked(1));

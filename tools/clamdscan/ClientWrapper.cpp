@@ -14,7 +14,6 @@
 #include <unordered_map>
 #include <utility>
 
-#include "posix/Accounts.h"
 #include "posix/FileFacts.h"
 #include "posix/Text.h"
 #include "tools/clamdscan/Paths.h"
@@ -76,13 +75,6 @@ DescriptorScan::Limits limitsFor(const TreeSettings& tree, bool multiscan, std::
   return limits;
 }
 
-ScratchFolder scratchOf(const TreeSettings& tree, Clock& clock) {
-  using Owner = ScratchFolder::Owner;
-  const bool isOurs =
-      tree.daemonAccount.empty() || tree.daemonAccount == accountNumbered(geteuid()).name;
-  return {tree.scratchFolder, isOurs ? Owner::us : Owner::another, clock};
-}
-
 }  // namespace
 
 ClientWrapper::ClientWrapper(const TreeSettings& tree, const CommandLine& asked, Report& report,
@@ -93,7 +85,8 @@ ClientWrapper::ClientWrapper(const TreeSettings& tree, const CommandLine& asked,
       starter_(starter),
       descriptors_(descriptorsAllowed()),
       moveFolder_(clock),
-      judge_(report, moveFolder_, tree.limits, scratchOf(tree, clock)),
+      judge_(report, moveFolder_, tree.limits,
+             {tree.scratchFolder, ScratchFolder::ownerNamed(tree.daemonAccount), clock}),
       progress_(report, clock),
       link_(tree, report, starter_, std::chrono::ceil<std::chrono::milliseconds>(patience)),
       scan_(

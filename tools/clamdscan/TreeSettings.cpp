@@ -47,8 +47,7 @@ TreeSettings TreeSettings::at(const std::string& root) {
   const ClamConf own = ClamConf::read(tree.configuration).value_or(ClamConf());
   tree.daemonSocket = own.value("LocalSocket");
   tree.realClient = wrapper.value("RealClient", "/usr/bin/clamdscan");
-  const std::string daemon = wrapper.value("DaemonConfig");
-  tree.takeDaemon(daemon.empty() ? own : ClamConf::read(daemon).value_or(own));
+  tree.takeDaemon(configurationBehind(root));
   return tree;
 }
 
