@@ -1,9 +1,6 @@
 // Tries in how many ways a file can come to be in a guarded folder without being found, by the
 // agent and by clamonacc(8). Runs in mount and process namespaces of its own, as root; see ./bench.
 
-#include <fcntl.h>
-#include <sys/mount.h>
-#include <sys/stat.h>
 #include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +19,7 @@
 #include "benchmarks/coverage/OnAccessGuard.h"
 #include "benchmarks/coverage/Places.h"
 #include "benchmarks/coverage/Trial.h"
+#include "benchmarks/support/OwnTmp.h"
 #include "benchmarks/support/StormFiles.h"
 #include "posix/ChildProcess.h"
 
@@ -130,12 +128,8 @@ void write(const std::string& path, const std::string& text) {
 }
 
 void measure(const std::string& buildFolder) {
-  // Held open, for it may lie in the /tmp that is about to be covered.
-  const int held = open(buildFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  const std::string build = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(held);
-  if (mount("coverage", "/tmp", "tmpfs", 0, "mode=1777") != 0) {
-    throw std::runtime_error("cannot mount a private /tmp");
-  }
+  const std::string build = held(buildFolder);
+  coverTmp();
   std::filesystem::create_directories(images);
   const std::string withoutBase = mountBase(images, root);
   AgentGuard agent(root, build);

@@ -2,9 +2,6 @@
 //
 //   interface_bench BUILD-FOLDER [start] [window] [lists] [idle] [scan] [dock] [answers]
 
-#include <fcntl.h>
-#include <sys/mount.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -19,6 +16,7 @@
 #include "benchmarks/interface/Figures.h"
 #include "benchmarks/interface/Lists.h"
 #include "benchmarks/interface/Stage.h"
+#include "benchmarks/support/OwnTmp.h"
 
 namespace bench {
 namespace {
@@ -144,12 +142,8 @@ void measureAllAnswers(Stage& stage) {
 }
 
 void run(const std::string& buildFolder, const std::set<std::string>& parts) {
-  // Held open, for it may lie in the /tmp that is about to be covered.
-  const int held = open(buildFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  const std::string build = "/proc/self/fd/" + std::to_string(held);
-  if (mount("interface", "/tmp", "tmpfs", 0, "mode=1777") != 0) {
-    throw std::runtime_error("cannot mount a private /tmp");
-  }
+  const std::string build = held(buildFolder);
+  coverTmp();
   std::filesystem::create_directories("/tmp/interface");
   Stage stage(build, "/tmp/interface");
   std::printf(

@@ -1,10 +1,6 @@
 // Measures a storm of files through the whole pipeline, side by side with the bare engine. Runs in
 // mount and process namespaces of its own, as root; see ./bench.
 
-#include <fcntl.h>
-#include <sys/mount.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -17,6 +13,7 @@
 #include "benchmarks/storm/BareEvents.h"
 #include "benchmarks/support/Agent.h"
 #include "benchmarks/support/Engine.h"
+#include "benchmarks/support/OwnTmp.h"
 #include "benchmarks/support/StormFiles.h"
 
 namespace bench {
@@ -165,12 +162,8 @@ void printRounds(const std::vector<Round>& all) {
 
 void runStorm(const std::string& buildFolder) {
   const std::string root = "/tmp/storm";
-  // Held open, for it may lie in the /tmp that is about to be covered.
-  const int held = open(buildFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  const std::string build = "/proc/self/fd/" + std::to_string(held);
-  if (mount("storm", "/tmp", "tmpfs", 0, "mode=1777") != 0) {
-    throw std::runtime_error("cannot mount a private /tmp");
-  }
+  const std::string build = held(buildFolder);
+  coverTmp();
   std::filesystem::create_directories(root);
   Agent agent(root, build);
   makeWideTree(agent.guarded() + "/wide", 100000);

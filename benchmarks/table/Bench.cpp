@@ -15,21 +15,14 @@ namespace {
 
 constexpr Seconds patience(60);
 
-// A tmpfs over a folder: nothing of the machine's is met in it, and nothing is left behind.
-void cover(const std::string& folder, const char* mode) {
-  if (mount("bench", folder.c_str(), "tmpfs", 0, mode) != 0) {
-    throw std::runtime_error("cannot cover " + folder);
-  }
-}
-
 }  // namespace
-
-void coverTemporaryFolder() { cover("/tmp", "mode=1777,size=80%,nr_inodes=4000000"); }
 
 Bench::Bench(const std::string& build) : root_("/tmp/bench") {
   // Where the machine's own daemon may answer: nobody is to be given that one.
   if (std::filesystem::exists("/run/clamav")) {
-    cover("/run/clamav", "mode=755");
+    if (mount("bench", "/run/clamav", "tmpfs", 0, "mode=755") != 0) {
+      throw std::runtime_error("cannot cover /run/clamav");
+    }
   }
   std::filesystem::create_directories(root_);
   agent_ = std::make_unique<Agent>(root_, build);

@@ -10,10 +10,6 @@
 
 namespace bench {
 
-// Covers /tmp with a file system that is gone afterwards, in the mount namespace of this process.
-// Throws std::runtime_error.
-void coverTemporaryFolder();
-
 // What every group stands on: an agent in a home of its own, the peers' daemon, and a folder for
 // what is measured, all in one file system that is gone afterwards.
 class Bench {

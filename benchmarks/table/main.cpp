@@ -3,8 +3,6 @@
 //
 //   table_bench BUILD-FOLDER OUTPUT-FOLDER GROUP
 
-#include <fcntl.h>
-
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -15,6 +13,7 @@
 #include <vector>
 
 #include "benchmarks/support/Machine.h"
+#include "benchmarks/support/OwnTmp.h"
 #include "benchmarks/table/Bench.h"
 #include "posix/Version.h"
 
@@ -41,20 +40,11 @@ void write(const std::string& path, const std::string& text) {
   }
 }
 
-// A name for a folder that holds wherever it lies: /tmp is about to be covered.
-std::string held(const std::string& folder) {
-  const int descriptor = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) {
-    throw std::runtime_error("there is no folder " + folder);
-  }
-  return "/proc/self/fd/" + std::to_string(descriptor);
-}
-
 void measure(const std::string& buildFolder, const std::string& outputFolder,
              const std::string& group) {
   const std::string build = held(buildFolder);
   const std::string output = held(outputFolder);
-  coverTemporaryFolder();
+  coverTmp("mode=1777,size=80%,nr_inodes=4000000");
   std::vector<Table> tables;
   if (group == machine) {
     tables.push_back(describeMachine("/tmp", quillo::projectVersion));
