@@ -1,9 +1,9 @@
 // Draws the pictures once, when the program is built: render-images OUTPUT-FOLDER SIZES SVG...
 // makes <output>/<size>/<name>.png of every file in every size ("16,22,24").
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
 #include <QSvgRenderer>
@@ -40,8 +40,7 @@ int main(int argc, char** argv) {
   if (asked == "--help" || asked == "--version") {
     return asked == "--help" ? quillo::printText(usage) : quillo::printVersion("render-images");
   }
-  qputenv("QT_QPA_PLATFORM", "offscreen");
-  const QGuiApplication application(argc, argv);
+  const QCoreApplication application(argc, argv);
   const QStringList arguments = QCoreApplication::arguments();
   if (arguments.size() < 4) {
     std::fputs(usage, stderr);
