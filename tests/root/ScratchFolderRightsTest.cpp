@@ -22,7 +22,7 @@ class ScratchFolderRights : public testing::Test {
     ManualClock clock;
     ScratchFolder folder(place, daemon, clock);
     EXPECT_EQ(setresuid(65534, 65534, 0), 0);
-    const std::string found = folder.problem(clock.now());
+    std::string found = folder.problem(clock.now());
     EXPECT_EQ(setresuid(0, 0, 0), 0);
     return found;
   }
