@@ -19,8 +19,8 @@
 #include "benchmarks/coverage/OnAccessGuard.h"
 #include "benchmarks/coverage/Places.h"
 #include "benchmarks/coverage/Trial.h"
-#include "benchmarks/support/OwnTmp.h"
 #include "benchmarks/support/StormFiles.h"
+#include "benchmarks/world/OwnTmp.h"
 #include "posix/ChildProcess.h"
 
 namespace bench {

@@ -16,7 +16,7 @@
 #include "benchmarks/interface/Figures.h"
 #include "benchmarks/interface/Lists.h"
 #include "benchmarks/interface/Stage.h"
-#include "benchmarks/support/OwnTmp.h"
+#include "benchmarks/world/OwnTmp.h"
 
 namespace bench {
 namespace {

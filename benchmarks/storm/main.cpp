@@ -13,8 +13,8 @@
 #include "benchmarks/storm/BareEvents.h"
 #include "benchmarks/support/Agent.h"
 #include "benchmarks/support/Engine.h"
-#include "benchmarks/support/OwnTmp.h"
 #include "benchmarks/support/StormFiles.h"
+#include "benchmarks/world/OwnTmp.h"
 
 namespace bench {
 namespace {

@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "benchmarks/support/Machine.h"
-#include "benchmarks/support/OwnTmp.h"
 #include "benchmarks/table/Bench.h"
+#include "benchmarks/world/OwnTmp.h"
 #include "posix/Version.h"
 
 namespace bench {

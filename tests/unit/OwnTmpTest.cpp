@@ -3,7 +3,7 @@
 
 #include <stdexcept>
 
-#include "benchmarks/support/OwnTmp.h"
+#include "benchmarks/world/OwnTmp.h"
 
 namespace bench {
 namespace {

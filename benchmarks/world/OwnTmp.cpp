@@ -1,4 +1,4 @@
-#include "benchmarks/support/OwnTmp.h"
+#include "benchmarks/world/OwnTmp.h"
 
 #include <fcntl.h>
 #include <sys/mount.h>
