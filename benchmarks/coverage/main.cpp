@@ -127,9 +127,7 @@ void write(const std::string& path, const std::string& text) {
   }
 }
 
-void measure(const std::string& buildFolder) {
-  const std::string build = held(buildFolder);
-  coverTmp();
+void measure(const std::string& build) {
   std::filesystem::create_directories(images);
   const std::string withoutBase = mountBase(images, root);
   AgentGuard agent(root, build);
@@ -160,10 +158,10 @@ void measure(const std::string& buildFolder) {
   std::fputs(markdownOf(table).c_str(), stdout);
 }
 
-int measureAndTell(const std::string& buildFolder) {
+template <typename Work>
+int statusOf(Work work) {
   try {
-    measure(buildFolder);
-    return 0;
+    return work();
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "coverage_bench: %s\n", failure.what());
     return 1;
@@ -172,10 +170,13 @@ int measureAndTell(const std::string& buildFolder) {
 
 // Orphans, such as the processes behind FUSE file systems, belong to the first process of a
 // namespace, which they must not keep from ending.
-int runBesideOrphans(const std::string& buildFolder) {
+int runBesideOrphans(const std::string& build) {
   const pid_t worker = fork();
   if (worker == 0) {
-    const int status = measureAndTell(buildFolder);
+    const int status = statusOf([&] {
+      measure(build);
+      return 0;
+    });
     std::fflush(nullptr);
     _exit(status);
   }
@@ -199,5 +200,9 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: coverage_bench BUILD-FOLDER\n");
     return 2;
   }
-  return bench::runBesideOrphans(argv[1]);
+  return bench::statusOf([&] {
+    const std::string build = bench::held(argv[1]);
+    bench::coverTmp();
+    return bench::runBesideOrphans(build);
+  });
 }
