@@ -158,6 +158,24 @@ TEST_F(SetUpCare, RemovesWhatWasReportedAndNamesWhatWasPutBack) {
       << removal.output;
 }
 
+TEST_F(SetUpCare, NamesTheQuarantineThatItLeavesUnlessItIsEmpty) {
+  makeUsers(inHome("Caught/one"));
+  makeUsers(inHome("Empty"));
+  for (const std::string folder : {"Caught", "Empty"}) {
+    world.setUp();
+    world.writeAsUser(preferences(),
+                      "QuarantineFolder = \"" + inHome(folder) + "/\"\n" + readFile(preferences()));
+    const Outcome removal = world.remove();
+    EXPECT_EQ(removal.says("  ~/" + folder +
+                           ", your quarantine: what lies in it was found to be "
+                           "infected\n"),
+              folder == "Caught")
+        << removal.output;
+    EXPECT_TRUE(fs::exists(inHome(folder)));
+    fs::remove(preferences());
+  }
+}
+
 TEST_F(SetUpCare, LeavesNoTraceOfWhatWasReported) {
   const std::string before = world.listing();
   world.setUp();
