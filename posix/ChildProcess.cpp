@@ -247,7 +247,7 @@ void ChildProcess::reap() {
   if (WIFEXITED(status)) {
     status_ = WEXITSTATUS(status);
   } else {
-    status_ = WTERMSIG(status) == SIGHUP ? 128 + SIGHUP : WTERMSIG(status);
+    status_ = WTERMSIG(status) <= SIGINT ? 128 + WTERMSIG(status) : WTERMSIG(status);
   }
 }
 

@@ -68,6 +68,7 @@ void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::
   failureOfScanner_.clear();
   left_ = {};
   hasJudged_ = false;
+  saysOfFiles_ = false;
 }
 
 void ScanReport::scannerFailed(int status) {
@@ -90,7 +91,10 @@ void ScanReport::endRun(bool isAborted) {
   if (!services_.unscannedFiles) {
     return;
   }
-  left_.byScanner = !failureOfScanner_.empty();
+  if (failureOfScanner_.empty() && !daemonWasGone_ && !saysOfFiles_) {
+    failureOfScanner_ = "the scanner said nothing of it";
+  }
+  left_.byScanner = !failureOfScanner_.empty() && !unjudged_.empty();
   if (left_.byScanner && !isAborted) {
     leaveUnjudged(failureOfScanner_);
   } else if (daemonWasGone_ && !isAborted) {
@@ -166,6 +170,7 @@ void ScanReport::dealWithLine(const std::string& line, const std::string& timest
   }
   limitNotice_.add(verdict, services_.reportedFiles);
   unjudged_.erase(verdict.path);
+  saysOfFiles_ = saysOfFiles_ || verdict.path.starts_with('/');
   if (!comesBack(verdict) && verdict.path.starts_with('/')) {
     services_.scanObserver.verdictGiven(verdict);
   }

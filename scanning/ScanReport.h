@@ -83,6 +83,7 @@ class ScanReport {
   std::string failureOfScanner_;
   UnscannedFiles::Run left_;
   bool hasJudged_ = false;
+  bool saysOfFiles_ = false;
 };
 
 }  // namespace quillo

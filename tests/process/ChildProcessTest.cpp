@@ -87,7 +87,10 @@ TEST(ChildProcess, GivesTheNumberOfTheSignalThatEndedIt) {
   EXPECT_EQ(run(shell("kill -TERM $$")).status, SIGTERM);
 }
 
-TEST(ChildProcess, KeepsOneForTheExitStatus) { EXPECT_EQ(run(shell("kill -HUP $$")).status, 129); }
+TEST(ChildProcess, KeepsOneAndTwoForTheExitStatus) {
+  EXPECT_EQ(run(shell("kill -HUP $$")).status, 129);
+  EXPECT_EQ(run(shell("kill -INT $$")).status, 130);
+}
 
 TEST(ChildProcess, JoinsOutputAndErrors) {
   EXPECT_EQ(run(shell("echo out; echo err >&2; echo out again")).output, "out\nerr\nout again\n");

@@ -62,7 +62,17 @@ TEST_F(ScanReportUnscanned, AFileWithoutALineIsLeftByAScannerThatFailed) {
             lineOf("/a: OK") + lineOf("/b: Not scanned: the scanner ended with status 9"));
   EXPECT_EQ(logged(), Lines{"The scanner left 1 file unscanned, to be scanned again"});
   EXPECT_EQ(looks, std::vector<Clock::Duration>{Clock::Duration()});
-  EXPECT_EQ(loggedForRun({"/c"}, ""), "");
+  EXPECT_EQ(loggedForRun({"/c", "/d"}, "/d: OK\n"), lineOf("/d: OK"));
+}
+
+// One that could not read its list, or was ended by a signal that looks like a status.
+TEST_F(ScanReportUnscanned, FilesAreLeftByAScannerThatSaysNothingOfAny) {
+  const std::string unreadable = "ERROR: --file-list: Can't open file /l: no memory";
+  EXPECT_EQ(loggedForRun({"/a", "/b"}, unreadable + "\n"),
+            lineOf(unreadable) + lineOf("/a: Not scanned: the scanner said nothing of it") +
+                lineOf("/b: Not scanned: the scanner said nothing of it"));
+  EXPECT_EQ(logged(), Lines{"The scanner left 2 files unscanned, to be scanned again"});
+  EXPECT_EQ(loggedForRun({"/a"}, "", true), "");
 }
 
 TEST_F(ScanReportUnscanned, AFileWhoseRunWasAbortedIsNotLeftByTheDaemon) {
