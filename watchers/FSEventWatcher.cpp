@@ -184,6 +184,9 @@ void FSEventWatcher::startWatching() {
     services_.systemLog.log(failure.name());
     services_.systemLog.log(failure.reason());
     lastWords_ = tool + ": " + failure.reason();
+  } catch (const std::exception& failure) {
+    // Memory may be short for a moment. The helper has ended with its task, and is started anew.
+    logFailure(services_.systemLog, "Watcher", ": the helper's report failed: ", failure);
   }
   MutexLock hold(state_.lock);
   state_.scanCheckTask.reset();

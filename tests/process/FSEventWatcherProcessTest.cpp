@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "posix/FileFacts.h"
 #include "tests/fakes/desktop/FakePlatform.h"
 #include "tests/fakes/watching/FakeWatcherOwner.h"
@@ -213,16 +215,19 @@ TEST_F(WatcherAndHelper, EndTogetherWhenStopped) {
             (Lines{"attempting to terminate gfslogger", "termination status = 15"}));
 }
 
-TEST_F(WatcherAndHelper, MayBeStartedAgainAfterAFailureOfTheAgentsOwn) {
+TEST_F(WatcherAndHelper, GoOnAfterAFailureOfTheAgentsOwn) {
   owner.watch("/w/", true);
-  owner.onPath = [] { throw std::runtime_error("no memory"); };
-  helper = std::make_unique<HelperProgram>("echo /w/x; read line < \"$go\"");
-  desktop.folders.resources = helper->resourceFolder();
-  EXPECT_THROW(watcher.mainLoop(), std::runtime_error);
-  EXPECT_FALSE(watcher.isWatching());
-  owner.onPath = nullptr;
-  run();
+  bool hasFailed = false;
+  owner.onPath = [&] {
+    if (!std::exchange(hasFailed, true)) {
+      throw std::runtime_error("no memory");
+    }
+  };
+  start("echo /w/x; read line < \"$go\"");
+  ASSERT_TRUE(helper->waitForLaunches(2));
   EXPECT_TRUE(owner.paths.waitForCount(1));
+  EXPECT_EQ(desktop.systemLog.count("Watcher: the helper's report failed: no memory"), 1);
+  EXPECT_TRUE(watcher.isWatching());
 }
 
 TEST_F(WatcherAndHelper, MayBeStartedAgainAfterTheEnd) {
