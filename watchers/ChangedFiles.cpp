@@ -25,6 +25,10 @@ timespec timespecOf(std::chrono::system_clock::time_point time) {
           static_cast<long>(std::chrono::nanoseconds(time - seconds).count())};
 }
 
+bool isSame(const timespec& a, const timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
 bool isBefore(const timespec& a, const timespec& b) {
   return std::tie(a.tv_sec, a.tv_nsec) < std::tie(b.tv_sec, b.tv_nsec);
 }
@@ -106,9 +110,10 @@ bool ChangedFiles::enter(UniqueFd folder, std::size_t parent, bool isTop) {
   Level level;
   level.folder = identity;
   level.parent = parent;
-  // An entry that comes or goes changes both times of a folder, its own move the one alone.
+  // An entry that comes or goes sets both times of a folder to the same, its own move the one
+  // alone; the other may be any that an archive brought along.
   level.isWhole = !levels_.empty() && levels_.back().isWhole;
-  level.isWhole |= !isTop && isChanged(status.st_ctim) && isBefore(status.st_mtim, status.st_ctim);
+  level.isWhole |= !isTop && isChanged(status.st_ctim) && !isSame(status.st_mtim, status.st_ctim);
   level.reader = std::make_unique<FolderReader>(std::move(folder));
   if (!*level.reader) {
     ++count_.unreadable;

@@ -93,6 +93,16 @@ TEST_F(ChangedFilesTest, AreAllThatLieInAFolderThatWasMovedThere) {
   EXPECT_EQ(found(since), Paths{at("whole/below/file")});
 }
 
+// As an archive may bring it along.
+TEST_F(ChangedFilesTest, AreAllOfAMovedFolderThatIsDatedInTheFuture) {
+  elsewhere.write("whole/file", "x");
+  fs::last_write_time(elsewhere.path() + "/whole",
+                      fs::file_time_type::clock::now() + std::chrono::hours(24 * 365));
+  const Time since = later();
+  fs::rename(elsewhere.path() + "/whole", at("whole"));
+  EXPECT_EQ(found(since), Paths{at("whole/file")});
+}
+
 TEST_F(ChangedFilesTest, AreNotAllOfAFolderInWhichOneChanged) {
   folder.write("sub/old", "x");
   const Time since = later();
