@@ -77,7 +77,11 @@ AgentParts::AgentParts(const AgentServices& given, const Platform& desktop, Thro
                       desktop.systemLog,
                       given.threads,
                       desktop.trashFolders,
-                      intake},
+                      intake,
+                      [this] {
+                        return theDispatcher.scannableCount() > 0 ||
+                               scannerCount.scannerCount() > 0 || unscannedFiles.areWaiting();
+                      }},
       firstPatientScanner(scannerLink, scannerServices),
       secondPatientScanner(scannerLink, scannerServices),
       gfsLogger(watcherLink, watcherServices),

@@ -102,6 +102,7 @@ void CatchUp::watchingBegins() {
   lock_.lock();
   isWanted_ = true;
   known_ = now;
+  scanned_ = scanned_ ? scanned_ : now;
   if (since) {
     owe(*since);
   }
@@ -227,6 +228,10 @@ void CatchUp::settle(const Moment& since, Clock::Duration began) {
   running_.reset();
   if (end_ == End::postponed) {
     owe(since);
+  } else if (end_ == End::none) {
+    // Not yet what it handed on.
+    scanned_ = scanned_ ? earlier(*scanned_, since) : since;
+    holdingStillUntil_ = now + marginAtStart;
   }
   restUntil_ = now + std::max<Clock::Duration>(now - began, shortestRest);
   lock_.unlock();
@@ -298,7 +303,11 @@ void CatchUp::handOn(Look& look) {
 std::optional<CatchUp::Moment> CatchUp::earliestUnknown() {
   lock_.lock();
   std::optional<Moment> moment = known_;
-  for (const auto& other : {owed_, running_}) {
+  const bool isSettled = services_.clock.now() >= holdingStillUntil_;
+  if (isSettled && !(services_.filesWait && services_.filesWait())) {
+    scanned_ = known_;
+  }
+  for (const auto& other : {scanned_, owed_, running_}) {
     moment = moment && other ? earlier(*moment, *other) : moment;
   }
   lock_.unlock();

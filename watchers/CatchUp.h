@@ -97,6 +97,10 @@ class CatchUp {
   std::optional<Moment> owed_ QUILLO_GUARDED_BY(lock_);
   std::optional<Moment> running_ QUILLO_GUARDED_BY(lock_);
   Clock::Duration restUntil_ QUILLO_GUARDED_BY(lock_){};
+  // Up to when everything has its verdict, for the next agent; and until when what was handed on is
+  // being measured.
+  std::optional<Moment> scanned_ QUILLO_GUARDED_BY(lock_);
+  Clock::Duration holdingStillUntil_ QUILLO_GUARDED_BY(lock_){};
 
   // The watcher's thread.
   std::optional<Moment> lastChunk_;

@@ -3,6 +3,7 @@
 // What the watchers need of whoever owns them.
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -97,6 +98,8 @@ struct WatcherServices {
   ThreadStarter& threads;
   TrashFolders& trashFolders;
   PathIntake& theDispatcher;
+  // Whether files that hold still wait for their verdict; not asked where there is none.
+  std::function<bool()> filesWait = nullptr;
 };
 
 }  // namespace quillo

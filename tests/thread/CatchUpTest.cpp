@@ -62,7 +62,7 @@ class CatchUpTest : public testing::Test {
   FakePlatform desktop;
   ManualClock clock;
   FakeWatcherOwner owner;
-  const WatcherServices services = watcherServicesOf(desktop, clock, owner);
+  WatcherServices services = watcherServicesOf(desktop, clock, owner);
   std::unique_ptr<CatchUp> catchUp;
 };
 
@@ -326,6 +326,41 @@ TEST_F(CatchUpTest, KeepsTheMomentBeforeALookThatGoesOn) {
   begun.set_value();
   join();
   EXPECT_EQ(meanwhile, first);
+}
+
+// This agent can end before they have come to be scanned.
+TEST_F(CatchUpTest, KeepsTheMomentBeforeFilesThatWaitForTheirVerdict) {
+  desktop.preferenceStore.set("QuilloCatchUp", true);
+  bool filesWait = false;
+  services.filesWait = [&] { return filesWait; };
+  begin();
+  const std::string first = TemporaryFolder::read(kept());
+  filesWait = true;
+  const auto keptTwoMinutesLater = [&] {
+    clock.advance(minutes(2));
+    hear("\n");
+    return TemporaryFolder::read(kept());
+  };
+  EXPECT_EQ(keptTwoMinutesLater(), first);
+  EXPECT_EQ(keptTwoMinutesLater(), first);
+  filesWait = false;
+  EXPECT_NE(keptTwoMinutesLater(), first);
+}
+
+TEST_F(CatchUpTest, KeepsTheMomentBeforeWhatALookHasJustHandedOn) {
+  desktop.preferenceStore.set("QuilloCatchUp", true);
+  begin();
+  const std::string first = TemporaryFolder::read(kept());
+  catchUp->runEnded();
+  clock.advance(minutes(10));
+  beginRun();
+  join();
+  clock.advance(seconds(119));
+  hear("\n");
+  EXPECT_EQ(TemporaryFolder::read(kept()), first);
+  clock.advance(minutes(1));
+  hear("\n");
+  EXPECT_NE(TemporaryFolder::read(kept()), first);
 }
 
 TEST_F(CatchUpTest, KeepsNoMomentThatNobodyHasWatched) {
