@@ -1,10 +1,13 @@
 #include "clamav/ScratchFolder.h"
 
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 #include "clamav/ClamConf.h"
@@ -22,6 +25,14 @@ bool mayBeDaemons(const std::string& folder) {
   struct stat status = {};
   return stat(folder.c_str(), &status) != 0 || status.st_uid != 0 ||
          (status.st_mode & S_IWGRP) != 0;
+}
+
+// A file system that does not say what it holds has room.
+std::uint64_t roomIn(const std::string& folder) {
+  struct statvfs status = {};
+  const bool isKnown = statvfs(folder.c_str(), &status) == 0 && status.f_blocks != 0;
+  return isKnown ? std::uint64_t{status.f_bavail} * status.f_frsize
+                 : std::numeric_limits<std::uint64_t>::max();
 }
 
 }  // namespace
@@ -46,7 +57,7 @@ int ScratchFolder::tryOut(const std::string& folder) {
     return errno;
   }
   rmdir(made.c_str());
-  return 0;
+  return roomIn(folder) < leastRoom ? ENOSPC : 0;
 }
 
 int ScratchFolder::look(Clock::Duration now) {
@@ -56,6 +67,7 @@ int ScratchFolder::look(Clock::Duration now) {
   }
   if (!tried_ || now - *tried_ >= betweenAttempts) {
     errorOfAttempt_ = tryOut(folder_);
+    room_ = roomIn(folder_);
     tried_ = now;
   }
   return errorOfAttempt_;
@@ -73,9 +85,21 @@ std::string ScratchFolder::reason(Clock::Duration heard) {
   return std::strerror(error_);
 }
 
-std::string ScratchFolder::problem(Clock::Duration heard) {
+bool ScratchFolder::isTooSmallFor(std::uint64_t bytes) const {
+  return error_ == 0 && room_ < leastRoom + 2 * std::min(bytes, mostTakenApart);
+}
+
+std::string ScratchFolder::problem(Clock::Duration heard, std::uint64_t bytes) {
   const std::string why = reason(heard);
-  return why.empty() ? "" : "the engine can make no temporary files in " + folder_ + ": " + why;
+  if (!why.empty()) {
+    return "the engine can make no temporary files in " + folder_ + ": " + why;
+  }
+  return isTooSmallFor(bytes) ? "the engine has too little room for it in " + folder_ : "";
+}
+
+std::string ScratchFolder::lackOfRoom(std::uint64_t bytes) {
+  const std::string problem = this->problem(clock_.now() - betweenAttempts, bytes);
+  return error_ == ENOSPC || isTooSmallFor(bytes) ? problem : "";
 }
 
 }  // namespace quillo

@@ -173,6 +173,24 @@ TEST_F(WrapperChannel, ReportsWhichFilesTheDaemonHadWhenItWent) {
   tree.endDaemon();
 }
 
+TEST_F(WrapperChannel, ReportsWantThatPassesAsTheDaemons) {
+  const std::map<std::string, Verdict::DaemonGone> expected = {
+      {"Can't write to file", Verdict::DaemonGone::before},
+      {"Can't allocate memory", Verdict::DaemonGone::before},
+      {"Can't read file", Verdict::DaemonGone::no}};
+  for (const auto& [said, gone] : expected) {
+    tree.daemon([&, text = said + " ERROR"](const SessionClamd::Question& question) {
+      return SessionClamd::answer(question.number, text);
+    });
+    start(words({tree.file("archive")}));
+    const auto verdicts = readAll();
+    ASSERT_EQ(verdicts.size(), 1U) << said;
+    EXPECT_EQ(verdicts.front().reason, said);
+    EXPECT_EQ(verdicts.front().daemonGone, gone) << said;
+  }
+  tree.endDaemon();
+}
+
 TEST_F(WrapperChannel, ReportsThatTheDaemonHadGoneOfTheFolderAsWell) {
   tree.endDaemon();
   tree.file("clean");

@@ -131,6 +131,9 @@ int ClientWrapper::scanAll() {
       scanFolder(folder);
     }
   }
+  if (judge_.doubtsMemory()) {
+    link_.forgetWhatIsClean();
+  }
   progress_.end();
   writeSummary(start, clock_.now() - begin);
   report_.flush();
@@ -193,8 +196,7 @@ UniqueFd ClientWrapper::openIn(int folder, const char* name) {
 }
 
 void ClientWrapper::scan(Job job, int error) {
-  std::optional<Answer> problem =
-      job.file ? judge_.objection(job) : Answer{Answer::Kind::notScanned, reasonText(error)};
+  std::optional<Answer> problem = job.file ? judge_.objection(job) : Judge::unopened(error);
   if (problem) {
     scan_.addUnscannable(std::move(job), std::move(*problem));
   } else {

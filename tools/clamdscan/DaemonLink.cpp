@@ -1,10 +1,12 @@
 #include "tools/clamdscan/DaemonLink.h"
 
+#include <poll.h>
 #include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 namespace quillo::wrapper {
@@ -71,6 +73,16 @@ bool DaemonLink::answers() {
       return false;
     }
     starter_.check();
+  }
+}
+
+void DaemonLink::forgetWhatIsClean() {
+  const DaemonConnection connection = connect();
+  constexpr std::string_view command("zRELOAD\0", 8);
+  // It does not take what comes from somebody who has gone.
+  if (connection.socket && sendToDaemon(connection.socket.get(), command) > 0) {
+    pollfd answer = {connection.socket.get(), POLLIN, 0};
+    poll(&answer, 1, static_cast<int>(longestWait.count()));
   }
 }
 

@@ -25,6 +25,9 @@ class DaemonLink {
   std::optional<ScanSession> open();
   // Returns true when the daemon gives a sign of life to somebody who comes anew.
   bool answers();
+  // Has the daemon load its definitions anew (RELOAD, clamd(8)), with which it forgets which files
+  // it has called clean.
+  void forgetWhatIsClean();
   // Reports that the daemon went away over files that it had.
   void announceLoss();
   // Reports that it gave no sign of life for so long.

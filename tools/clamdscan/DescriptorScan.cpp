@@ -22,6 +22,13 @@ Clock::Duration pauseFor(std::chrono::milliseconds silence) {
   return silence.count() == 0 ? 1500ms : std::clamp(silence / 4, 50ms, 1500ms);
 }
 
+// What the engine says of want that passes (cl_strerror() of libclamav 1.4).
+bool isOfWant(std::string_view said) {
+  return said == "Can't write to file" || said == "Can't create new file" ||
+         said == "Can't create temporary file" || said == "Can't create temporary directory" ||
+         said == "Can't allocate memory";
+}
+
 Answer unanswered(const std::string& reason, bool daemonHadIt) {
   using Gone = Verdict::DaemonGone;
   return {Answer::Kind::notScanned, reason, Verdict::Limit::none,
@@ -249,7 +256,9 @@ void DescriptorScan::take(const SessionAnswer& said) {
         item.answer = Answer{Answer::Kind::infected, std::string(said.text)};
         break;
       default:
-        item.answer = Answer{Answer::Kind::notScanned, std::string(said.text)};
+        item.answer = isOfWant(said.text)
+                          ? unanswered(std::string(said.text), false)
+                          : Answer{Answer::Kind::notScanned, std::string(said.text)};
         break;
     }
     item.answer->heard = clock_.now();

@@ -16,6 +16,12 @@ Answer unscannable(std::string why, Verdict::Limit limit = Verdict::Limit::none)
   return {Answer::Kind::notScanned, std::move(why), limit};
 }
 
+// Which passes: the file is tried again.
+Answer unable(std::string why) {
+  return {Answer::Kind::notScanned, std::move(why), Verdict::Limit::none,
+          Verdict::DaemonGone::before};
+}
+
 }  // namespace
 
 bool isLimitAlert(std::string_view threat) {
@@ -72,7 +78,12 @@ Answer Judge::tooLarge() const {
                      Verdict::Limit::fileSize);
 }
 
-std::optional<Answer> Judge::objection(Job& job) const {
+Answer Judge::unopened(int error) {
+  const bool passes = error == EMFILE || error == ENFILE || error == ENOMEM;
+  return passes ? unable(reasonText(error)) : unscannable(reasonText(error));
+}
+
+std::optional<Answer> Judge::objection(Job& job) {
   struct stat status = {};
   if (fstat(job.file.get(), &status) != 0) {
     return unscannable(reasonText(errno));
@@ -81,15 +92,20 @@ std::optional<Answer> Judge::objection(Job& job) const {
   if (!S_ISREG(status.st_mode)) {
     return unscannable(typeText(status.st_mode));
   }
-  return isTooLarge(status) ? std::optional<Answer>(tooLarge()) : std::nullopt;
+  if (isTooLarge(status)) {
+    return tooLarge();
+  }
+  std::string lack = scratch_.lackOfRoom(static_cast<std::uint64_t>(job.size));
+  return lack.empty() ? std::nullopt : std::optional<Answer>(unable(std::move(lack)));
 }
 
 // The engine calls also what it could not read clean, and what has become too large. What is read
 // here, at the end that the file had, shows both.
 std::optional<Answer> Judge::whyNotClean(const Job& job, Clock::Duration heard) {
-  if (std::string problem = scratch_.problem(heard); !problem.empty()) {
-    return Answer{Answer::Kind::notScanned, std::move(problem), Verdict::Limit::none,
-                  Verdict::DaemonGone::before};
+  const auto size = static_cast<std::uint64_t>(job.size);
+  if (std::string problem = scratch_.problem(heard, size); !problem.empty()) {
+    doubtsMemory_ = doubtsMemory_ || !scratch_.lackOfRoom(size).empty();
+    return unable(std::move(problem));
   }
   std::array<char, 2> bytes;
   const off_t last = job.size == 0 ? 0 : job.size - 1;

@@ -30,9 +30,14 @@ class Judge {
 
   void noMoving(const std::string& reason) { unmovable_ = reason; }
   void pass(const Job& job, const Answer& answer);
-  // Returns why a file that has just been opened is not to be sent to the daemon: it is no file, or
-  // larger than what the engine looks at. Returns nothing otherwise, and `size` is known then.
-  std::optional<Answer> objection(Job& job) const;
+  // Returns why a file that has just been opened is not to be sent to the daemon: it is no file,
+  // larger than what the engine looks at, or what the engine has no room for. Returns nothing
+  // otherwise, and `size` is known then.
+  std::optional<Answer> objection(Job& job);
+  // Returns the same for a file that could not be opened for that errno.
+  static Answer unopened(int error);
+  // Returns true when the daemon may remember a file as clean that it had no room to look at.
+  bool doubtsMemory() const { return doubtsMemory_; }
 
  private:
   std::optional<Answer> whyNotClean(const Job& job, Clock::Duration heard);
@@ -47,6 +52,7 @@ class Judge {
   const ScanLimits limits_;
   ScratchFolder scratch_;
   std::string unmovable_;
+  bool doubtsMemory_ = false;
   // The file moved last, under the name it had and the name it has: it may have been asked for
   // under other names too.
   std::string movedFrom_;
