@@ -283,6 +283,10 @@ void CatchUp::lookThrough(Look& look) {
   if (count.unreadable > 0) {
     words += "; " + counted(count.unreadable, "folder") + " could not be read";
   }
+  End none = End::none;
+  if (count.isShort && end_.compare_exchange_strong(none, End::postponed)) {
+    words += " for want of descriptors or memory, so all is looked at once more";
+  }
   services_.systemLog.log(words);
 }
 

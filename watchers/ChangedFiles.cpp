@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <tuple>
 #include <utility>
 
@@ -97,8 +98,10 @@ bool ChangedFiles::readMounts() {
 }
 
 bool ChangedFiles::enter(UniqueFd folder, std::size_t parent, bool isTop) {
+  const bool isShort = !folder && (errno == EMFILE || errno == ENFILE || errno == ENOMEM);
   struct stat status = {};
   if (!folder || fstat(folder.get(), &status) != 0) {
+    count_.isShort = count_.isShort || isShort;
     ++count_.unreadable;
     return false;
   }

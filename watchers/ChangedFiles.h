@@ -33,6 +33,7 @@ class ChangedFiles {
     std::uint64_t files = 0;
     std::uint64_t folders = 0;
     std::uint64_t unreadable = 0;  // folders
+    bool isShort = false;          // some of them for want of descriptors or memory
   };
 
   // Finds regular files, but empty ones, whose status (stat(2), st_ctime) changed at `since` or

@@ -1,15 +1,11 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <filesystem>
-#include <future>
 
-#include "tests/fakes/desktop/FakePlatform.h"
-#include "tests/fakes/watching/FakeWatcherOwner.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/Waiting.h"
-#include "watchers/CatchUp.h"
+#include "posix/UniqueFd.h"
+#include "tests/fakes/watching/CatchUpFixture.h"
 
 namespace quillo {
 namespace {
@@ -21,50 +17,7 @@ using std::chrono::minutes;
 using std::chrono::seconds;
 using std::chrono::system_clock;
 
-class CatchUpTest : public testing::Test {
- protected:
-  CatchUpTest() {
-    desktop.folders.home = home.path();
-    clock.setWallTime(system_clock::now());
-    owner.watch(folder.path() + "/", true);
-    catchUp = std::make_unique<CatchUp>(owner, services);
-  }
-
-  void hear(const std::string& chunk) { catchUp->heard(chunk, catchUp->then()); }
-  // Of a helper that watches from now on.
-  void beginRun() {
-    catchUp->runBegins();
-    hear("\n");
-  }
-  void begin() {
-    catchUp->watchingBegins();
-    beginRun();
-  }
-  void join() { owner.threads.join(); }
-  // The next agent.
-  void startAnew() {
-    catchUp->watchingEnds();
-    catchUp = nullptr;
-    owner.paths.clear();
-    catchUp = std::make_unique<CatchUp>(owner, services);
-  }
-  int looks() { return desktop.backgroundWork.gaveWay; }
-  bool hasLine(const std::string& part) {
-    const Lines lines = desktop.systemLog.lines();
-    return std::any_of(lines.begin(), lines.end(), [&](const std::string& line) {
-      return line.find(part) != std::string::npos;
-    });
-  }
-  std::string kept() const { return desktop.folders.stateFolder() + "/last-watched"; }
-
-  TemporaryFolder home;
-  TemporaryFolder folder;
-  FakePlatform desktop;
-  ManualClock clock;
-  FakeWatcherOwner owner;
-  WatcherServices services = watcherServicesOf(desktop, clock, owner);
-  std::unique_ptr<CatchUp> catchUp;
-};
+class CatchUpTest : public CatchUpFixture {};
 
 TEST_F(CatchUpTest, HandsOnWhatChangedSinceAHelperEndedUnbidden) {
   begin();
@@ -199,6 +152,28 @@ TEST_F(CatchUpTest, IsForgottenWhenItsUserAbortsIt) {
   EXPECT_EQ(owner.paths().size(), 100U);
 }
 
+TEST_F(CatchUpTest, LooksOnceMoreWhereDescriptorsWereShort) {
+  std::string deep;
+  for (int level = 0; level < 20; ++level) {
+    deep += "deep/";
+  }
+  const std::string missed = folder.write(deep + "missed", "x");
+  begin();
+  catchUp->runEnded();
+  rlimit before = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const auto next = static_cast<rlim_t>(UniqueFd(dup(0)).get());
+  const rlimit few = {next + 8, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  beginRun();
+  EXPECT_TRUE(clock.waitUntilParked(1));
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(owner.paths(), Lines());
+  clock.advance(seconds(10));
+  join();
+  EXPECT_EQ(owner.paths(), Lines{missed});
+}
+
 TEST_F(CatchUpTest, RestsBetweenTwoLooks) {
   begin();
   catchUp->runEnded();
@@ -289,98 +264,6 @@ TEST_F(CatchUpTest, AtTheStartLooksForNothingAfterTheClockWasSetBack) {
   join();
   EXPECT_EQ(looks(), 0);
   EXPECT_TRUE(hasLine("the clock was set back since"));
-}
-
-TEST_F(CatchUpTest, KeepsTheMomentAtMostOnceAMinute) {
-  desktop.preferenceStore.set("QuilloCatchUp", true);
-  begin();
-  const std::string first = TemporaryFolder::read(kept());
-  for (int second = 0; second < 59; ++second) {
-    clock.advance(seconds(1));
-    hear("\n");
-  }
-  EXPECT_EQ(TemporaryFolder::read(kept()), first);
-  clock.advance(seconds(1));
-  hear("\n");
-  EXPECT_NE(TemporaryFolder::read(kept()), first);
-}
-
-// This process can be killed before it is done.
-TEST_F(CatchUpTest, KeepsTheMomentBeforeALookThatGoesOn) {
-  desktop.preferenceStore.set("QuilloCatchUp", true);
-  begin();
-  const std::string first = TemporaryFolder::read(kept());
-  folder.write("missed", "x");
-  catchUp->runEnded();
-  std::string meanwhile;
-  std::promise<void> begun;
-  owner.onList = [&, isBegun = begun.get_future().share()] {
-    isBegun.wait();
-    for (int mark = 0; mark < 2; ++mark) {
-      clock.advance(minutes(2));
-      hear("\n");
-    }
-    meanwhile = TemporaryFolder::read(kept());
-  };
-  beginRun();
-  begun.set_value();
-  join();
-  EXPECT_EQ(meanwhile, first);
-}
-
-// This agent can end before they have come to be scanned.
-TEST_F(CatchUpTest, KeepsTheMomentBeforeFilesThatWaitForTheirVerdict) {
-  desktop.preferenceStore.set("QuilloCatchUp", true);
-  bool filesWait = false;
-  services.filesWait = [&] { return filesWait; };
-  begin();
-  const std::string first = TemporaryFolder::read(kept());
-  filesWait = true;
-  const auto keptTwoMinutesLater = [&] {
-    clock.advance(minutes(2));
-    hear("\n");
-    return TemporaryFolder::read(kept());
-  };
-  EXPECT_EQ(keptTwoMinutesLater(), first);
-  EXPECT_EQ(keptTwoMinutesLater(), first);
-  filesWait = false;
-  EXPECT_NE(keptTwoMinutesLater(), first);
-}
-
-TEST_F(CatchUpTest, KeepsTheMomentBeforeWhatALookHasJustHandedOn) {
-  desktop.preferenceStore.set("QuilloCatchUp", true);
-  begin();
-  const std::string first = TemporaryFolder::read(kept());
-  catchUp->runEnded();
-  clock.advance(minutes(10));
-  beginRun();
-  join();
-  clock.advance(seconds(119));
-  hear("\n");
-  EXPECT_EQ(TemporaryFolder::read(kept()), first);
-  clock.advance(minutes(1));
-  hear("\n");
-  EXPECT_NE(TemporaryFolder::read(kept()), first);
-}
-
-TEST_F(CatchUpTest, KeepsNoMomentThatNobodyHasWatched) {
-  desktop.preferenceStore.set("QuilloCatchUp", true);
-  catchUp->watchingEnds();
-  EXPECT_FALSE(fs::exists(kept()));
-}
-
-TEST_F(CatchUpTest, SaysOnceThatTheMomentCannotBeKept) {
-  desktop.preferenceStore.set("QuilloCatchUp", true);
-  home.write(".local", "no folder");
-  begin();
-  clock.advance(minutes(2));
-  hear("\n");
-  const Lines lines = desktop.systemLog.lines();
-  EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                          [](const std::string& line) {
-                            return line.find("cannot be kept") != std::string::npos;
-                          }),
-            1);
 }
 
 TEST(HelperMarks, AreEmptyLines) {

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -108,6 +109,23 @@ TEST_F(ChangedFilesTest, AreNotAllOfAFolderInWhichOneChanged) {
   const Time since = later();
   folder.write("sub/new", "x");
   EXPECT_EQ(found(since), Paths{at("sub/new")});
+}
+
+TEST_F(ChangedFilesTest, AreNotAllThatThereAreWhereDescriptorsAreShort) {
+  folder.write("sub/file", "x");
+  rlimit before = {};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit none = {0, before.rlim_max};
+  int names = 0;
+  ChangedFiles files(Time(), {[](const std::string&) {},
+                              [&] {
+                                // Before the first name of the folder, which is open by then.
+                                return ++names == 2 && setrlimit(RLIMIT_NOFILE, &none) != 0;
+                              }});
+  EXPECT_TRUE(files.look(folder.path(), true));
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_EQ(files.count().unreadable, 1U);
+  EXPECT_TRUE(files.count().isShort);
 }
 
 TEST_F(ChangedFilesTest, AreNoLinksNorEmptyOnesNorPipes) {
