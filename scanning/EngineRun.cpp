@@ -200,6 +200,8 @@ void EngineRun::waitUntilExit(const ChildProcess::ChunkHandler& handler,
   const bool isOver = services_.runningScanners && services_.runningScanners->endsEach();
   if ((status < 0 || status > cannotScanStatus) && !isOver) {
     report_.scannerFailed(status);
+  } else if (outputPipe && !isOver) {
+    report_.scannerEnded();
   }
   if (status == cannotScanStatus && !owner_.clamdStillAlive()) {
     daemonGone();

@@ -68,6 +68,7 @@ void ScanReport::startRun(const InfectionPolicy& policy, const std::vector<std::
   failureOfScanner_.clear();
   left_ = {};
   hasJudged_ = false;
+  hasEnded_ = false;
   saysOfFiles_ = false;
 }
 
@@ -91,7 +92,7 @@ void ScanReport::endRun(bool isAborted) {
   if (!services_.unscannedFiles) {
     return;
   }
-  if (failureOfScanner_.empty() && !daemonWasGone_ && !saysOfFiles_) {
+  if (hasEnded_ && !saysOfFiles_ && !daemonWasGone_) {
     failureOfScanner_ = "the scanner said nothing of it";
   }
   left_.byScanner = !failureOfScanner_.empty() && !unjudged_.empty();

@@ -43,6 +43,9 @@ class ScanReport {
   // Takes note that the scanner ended with a status that scanners do not end with, killed perhaps:
   // what no line has judged was not scanned.
   void scannerFailed(int status);
+  // Takes note that it ended as scanners do, and that all of its report was read: if no line was
+  // about a file, none was scanned.
+  void scannerEnded() { hasEnded_ = true; }
   // Ends it, however the run ended: notifies of what the engine's limits kept from being scanned,
   // and sees to what the daemon left, but for files of an aborted run of which no line says so.
   void endRun(bool isAborted);
@@ -83,6 +86,7 @@ class ScanReport {
   std::string failureOfScanner_;
   UnscannedFiles::Run left_;
   bool hasJudged_ = false;
+  bool hasEnded_ = false;
   bool saysOfFiles_ = false;
 };
 

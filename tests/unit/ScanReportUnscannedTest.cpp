@@ -68,11 +68,21 @@ TEST_F(ScanReportUnscanned, AFileWithoutALineIsLeftByAScannerThatFailed) {
 // One that could not read its list, or was ended by a signal that looks like a status.
 TEST_F(ScanReportUnscanned, FilesAreLeftByAScannerThatSaysNothingOfAny) {
   const std::string unreadable = "ERROR: --file-list: Can't open file /l: no memory";
-  EXPECT_EQ(loggedForRun({"/a", "/b"}, unreadable + "\n"),
-            lineOf(unreadable) + lineOf("/a: Not scanned: the scanner said nothing of it") +
-                lineOf("/b: Not scanned: the scanner said nothing of it"));
+  report.startRun({Action::leaveInPlace, "", false}, {"/a", "/b"});
+  StdoutCapture capture;
+  report.dealWithOutput(unreadable + "\n");
+  report.scannerEnded();
+  report.endRun(false);
+  EXPECT_EQ(capture.text(), lineOf(unreadable) +
+                                lineOf("/a: Not scanned: the scanner said nothing of it") +
+                                lineOf("/b: Not scanned: the scanner said nothing of it"));
   EXPECT_EQ(logged(), Lines{"The scanner left 2 files unscanned, to be scanned again"});
-  EXPECT_EQ(loggedForRun({"/a"}, "", true), "");
+}
+
+// The user hears of it otherwise.
+TEST_F(ScanReportUnscanned, FilesOfAScannerThatWasNotRunAreNotLeft) {
+  EXPECT_EQ(loggedForRun({"/a"}, ""), "");
+  EXPECT_FALSE(files.areWaiting());
 }
 
 TEST_F(ScanReportUnscanned, AFileWhoseRunWasAbortedIsNotLeftByTheDaemon) {
