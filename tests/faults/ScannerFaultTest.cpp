@@ -55,6 +55,14 @@ TEST_F(FaultyScanner, ThatIsKilledHasItsFilesScannedAgain) {
   EXPECT_TRUE(home.logHas(file + ": moved to "));
 }
 
+TEST_F(FaultyScanner, ThatEndsWithoutAWordHasItsFilesScannedAgain) {
+  const ReplacedProgram silent(scanner(),
+                               "mkdir /tmp/guarded/home/silent && exit 2\nexec \"$0.real\" \"$@\"");
+  const std::string file = home.saveInfected("held.com");
+  EXPECT_TRUE(home.logHas(file + ": Not scanned: the scanner said nothing of it"));
+  EXPECT_TRUE(home.logHas(file + ": moved to "));
+}
+
 TEST_F(FaultyScanner, ThatHangsForEverLeavesTheOtherScannerAtWork) {
   const ReplacedProgram hanging(
       scanner(),
