@@ -151,8 +151,9 @@ TEST_F(TreeOnMachine, LeavesTheWeightOfWhatItsDaemonDidNotStart) {
   const std::string real = path("clamd-itself");
   std::filesystem::copy_file("/usr/sbin/clamd", real);
   const std::string file = std::filesystem::path(socketOf(root)).parent_path() / "clamd.pid";
-  write(liar, "#!/bin/sh\n" + real + " \"$@\" && echo " + std::to_string(another.process()) + " >" +
-                  file + "\n");
+  // The daemon writes its own number a moment after it has detached.
+  write(liar, "#!/bin/sh\n" + real + " \"$@\" || exit\nuntil [ -s " + file +
+                  " ]; do :; done\necho " + std::to_string(another.process()) + " >" + file + "\n");
   ASSERT_EQ(chmod(liar.c_str(), 0755), 0);
   ASSERT_EQ(mount(liar.c_str(), "/usr/sbin/clamd", nullptr, MS_BIND, nullptr), 0);
   const Outcome started = startDaemon(0, root);
