@@ -257,7 +257,7 @@ void DescriptorScan::take(const SessionAnswer& said) {
         break;
       default:
         item.answer = isOfWant(said.text)
-                          ? unanswered(std::string(said.text), false)
+                          ? Answer::postponed(std::string(said.text))
                           : Answer{Answer::Kind::notScanned, std::string(said.text)};
         break;
     }

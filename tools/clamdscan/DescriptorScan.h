@@ -9,6 +9,7 @@
 #include <list>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "clamav/ScanSession.h"
@@ -37,6 +38,11 @@ struct Answer {
   Verdict::Limit limit = Verdict::Limit::none;
   Verdict::DaemonGone daemonGone = Verdict::DaemonGone::no;
   Clock::Duration heard{};  // when the daemon's was here
+
+  // Of want that passes, before the daemon could look at it: the file is tried again.
+  static Answer postponed(std::string reason) {
+    return {Kind::notScanned, std::move(reason), Verdict::Limit::none, Verdict::DaemonGone::before};
+  }
 };
 
 // Has opened files scanned by the daemon, several at a time, over one session. A session that is

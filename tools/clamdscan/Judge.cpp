@@ -16,12 +16,6 @@ Answer unscannable(std::string why, Verdict::Limit limit = Verdict::Limit::none)
   return {Answer::Kind::notScanned, std::move(why), limit};
 }
 
-// Which passes: the file is tried again.
-Answer unable(std::string why) {
-  return {Answer::Kind::notScanned, std::move(why), Verdict::Limit::none,
-          Verdict::DaemonGone::before};
-}
-
 }  // namespace
 
 bool isLimitAlert(std::string_view threat) {
@@ -80,7 +74,7 @@ Answer Judge::tooLarge() const {
 
 Answer Judge::unopened(int error) {
   const bool passes = error == EMFILE || error == ENFILE || error == ENOMEM;
-  return passes ? unable(reasonText(error)) : unscannable(reasonText(error));
+  return passes ? Answer::postponed(reasonText(error)) : unscannable(reasonText(error));
 }
 
 std::optional<Answer> Judge::objection(Job& job) {
@@ -96,7 +90,7 @@ std::optional<Answer> Judge::objection(Job& job) {
     return tooLarge();
   }
   std::string lack = scratch_.lackOfRoom(static_cast<std::uint64_t>(job.size));
-  return lack.empty() ? std::nullopt : std::optional<Answer>(unable(std::move(lack)));
+  return lack.empty() ? std::nullopt : std::optional<Answer>(Answer::postponed(std::move(lack)));
 }
 
 // The engine calls also what it could not read clean, and what has become too large. What is read
@@ -105,7 +99,7 @@ std::optional<Answer> Judge::whyNotClean(const Job& job, Clock::Duration heard) 
   const auto size = static_cast<std::uint64_t>(job.size);
   if (std::string problem = scratch_.problem(heard, size); !problem.empty()) {
     doubtsMemory_ = doubtsMemory_ || !scratch_.lackOfRoom(size).empty();
-    return unable(std::move(problem));
+    return Answer::postponed(std::move(problem));
   }
   std::array<char, 2> bytes;
   const off_t last = job.size == 0 ? 0 : job.size - 1;
